@@ -1,0 +1,18 @@
+# Options of all our own code; what we include from elsewhere is not judged.
+add_library(orvel_options INTERFACE)
+target_compile_options(orvel_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Wimplicit-fallthrough
+  -fvisibility=hidden)
+
+set(ORVELOS_SANITIZE "" CACHE STRING "sanitizers to build with, for -fsanitize=")
+if(ORVELOS_SANITIZE)
+  add_compile_options(-fsanitize=${ORVELOS_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ORVELOS_SANITIZE})
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
