@@ -1,0 +1,17 @@
+#pragma once
+
+#include <chrono>
+
+namespace orvel {
+
+/// Wall time and the pause of a thread.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  virtual std::chrono::system_clock::time_point now() const = 0;
+  /// Blocks the calling thread.
+  virtual void sleep(std::chrono::milliseconds duration) = 0;
+};
+
+}  // namespace orvel

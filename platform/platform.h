@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/application.h"
+#include "platform/background_queue.h"
+#include "platform/bundle.h"
+#include "platform/clock.h"
+#include "platform/http_session.h"
+#include "platform/locations.h"
+#include "platform/main_queue.h"
+#include "platform/menu_bar.h"
+#include "platform/panels.h"
+#include "platform/process_launcher.h"
+#include "platform/user_defaults.h"
+#include "platform/web_view.h"
+#include "platform/window.h"
+
+namespace orvel {
+
+/// Everything that the core asks of an operating system, handed over once by
+/// the composition root. What is referred to outlives the core.
+struct Platform {
+  Application &application;
+  WindowSystem &windows;
+  WebViewFactory &webViews;
+  MenuBar &menuBar;
+  Panels &panels;
+  MainQueue &mainQueue;
+  BackgroundQueue &backgroundQueue;
+  Clock &clock;
+  ProcessLauncher &processes;
+  HttpSession &http;
+  Bundle &bundle;
+  UserDefaults &defaults;
+  Locations &locations;
+};
+
+}  // namespace orvel

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvel {
+
+/// A URL and the parts of it that the application looks at. A plain value.
+///
+/// The parts mean what Foundation's URL gives: the scheme as written, the host
+/// without brackets, the path percent-decoded and without a trailing "/" (the
+/// root stays "/"). A part that is absent is the empty text.
+struct Url {
+  /// The whole URL as written.
+  std::string absoluteString;
+  std::string scheme;
+  std::string host;
+  std::string path;
+
+  /// Parses a URL or a relative reference by RFC 3986, strictly: no character
+  /// is percent-encoded on the caller's behalf. Gives nothing for a text that
+  /// is no URL, the empty text included. Any thread.
+  static std::optional<Url> parse(std::string_view text);
+
+  bool operator==(const Url &) const = default;
+};
+
+}  // namespace orvel

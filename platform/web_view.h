@@ -1,0 +1,89 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/http_session.h"
+
+namespace orvel {
+
+/// An HTTP cookie (RFC 6265). A plain value.
+struct Cookie {
+  std::string name;
+  std::string value;
+  std::string domain;
+  std::string path;
+  /// Sent over https only.
+  bool secure = false;
+  /// A cookie without one lives as long as the session of the web view.
+  std::optional<std::chrono::system_clock::time_point> expires;
+
+  bool operator==(const Cookie &) const = default;
+};
+
+/// The cookies of a web view. Main thread only.
+class CookieStore {
+ public:
+  virtual ~CookieStore() = default;
+
+  /// Stores a cookie in place of one of the same name, domain and path. The
+  /// completion is called exactly once, on the main thread, whether or not it
+  /// could be stored; a request that the web view sends after that carries it.
+  virtual void set(const Cookie &cookie, std::function<void()> completion) = 0;
+  /// Gives every cookie, in the store's order, exactly once, on the main
+  /// thread.
+  virtual void all(std::function<void(std::vector<Cookie>)> completion) = 0;
+};
+
+struct WebViewConfiguration {
+  /// Appended to the user agent of the web engine, after a blank.
+  std::string applicationNameForUserAgent;
+  /// Cookies and storage outlive the process.
+  bool persistentDataStore = true;
+  /// The inspector is offered in the page's context menu.
+  bool developerExtrasEnabled = false;
+  /// False lets the window's background show wherever a page paints none.
+  bool drawsBackground = true;
+  /// Whether the platform's developer tools may attach.
+  bool inspectable = false;
+};
+
+/// What a web view tells. Main thread.
+class WebViewDelegate {
+ public:
+  virtual ~WebViewDelegate() = default;
+
+  /// The process that shows the page has ended by itself.
+  virtual void webContentProcessDidTerminate() = 0;
+};
+
+/// The view that shows the pages. Main thread only.
+class WebView {
+ public:
+  virtual ~WebView() = default;
+
+  virtual void load(const UrlRequest &request) = 0;
+  /// Shows a page given as text, with no base URL.
+  virtual void loadHtml(std::string_view html) = 0;
+  /// Loads again what is shown.
+  virtual void reload() = 0;
+  /// Lives as long as the view.
+  virtual CookieStore &cookieStore() = 0;
+};
+
+/// Makes web views. Main thread only.
+class WebViewFactory {
+ public:
+  virtual ~WebViewFactory() = default;
+
+  /// The delegate must outlive the view.
+  virtual std::unique_ptr<WebView> create(const WebViewConfiguration &configuration,
+                                          WebViewDelegate &delegate) = 0;
+};
+
+}  // namespace orvel
