@@ -1,0 +1,101 @@
+#include "platform/fake/fake_desktop.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace orvel {
+
+void FakeApplication::setDelegate(ApplicationDelegate &delegate) {
+  scheduler_.requireMainThread("setting the delegate");
+  scheduler_.record().add("application delegate");
+  delegate_ = &delegate;
+}
+
+void FakeApplication::setRegularActivationPolicy() {
+  scheduler_.requireMainThread("setting the activation policy");
+  scheduler_.record().add("application regular");
+}
+
+void FakeApplication::run() {
+  scheduler_.requireMainThread("running the application");
+  scheduler_.record().add("application run");
+  if (delegate_ == nullptr) throw std::logic_error("an application without a delegate");
+  delegate_->applicationDidFinishLaunching();
+  if (whileRunning) whileRunning();
+}
+
+void FakeApplication::activate() {
+  scheduler_.requireMainThread("activating the application");
+  scheduler_.record().add("application activate");
+}
+
+void FakeApplication::requestTermination() {
+  if (terminated || waitingForReply) return;
+  if (delegate_->applicationShouldTerminate() == TerminateReply::now) {
+    finish();
+  } else {
+    waitingForReply = true;
+  }
+}
+
+void FakeApplication::closeLastWindow() {
+  scheduler_.record().add("last window closed");
+  if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) requestTermination();
+}
+
+void FakeApplication::replyToShouldTerminate() {
+  scheduler_.requireMainThread("replying to the termination request");
+  if (!waitingForReply) throw std::logic_error("a reply that nobody waits for");
+  waitingForReply = false;
+  finish();
+}
+
+void FakeApplication::finish() {
+  scheduler_.record().add("application terminated");
+  terminated = true;
+}
+
+void FakeWindow::makeKeyAndOrderFront() {
+  scheduler_.requireMainThread("showing a window");
+  scheduler_.record().add("window shown");
+}
+
+std::unique_ptr<Window> FakeWindowSystem::create(const WindowConfiguration &newConfiguration,
+                                                 WebView &newContent) {
+  scheduler_.requireMainThread("making a window");
+  scheduler_.record().add("window " + newConfiguration.title);
+  configuration = newConfiguration;
+  content = &newContent;
+  return std::make_unique<FakeWindow>(scheduler_);
+}
+
+void FakeMenuBar::install(const std::vector<Menu> &newMenus) {
+  scheduler_.requireMainThread("installing the menus");
+  scheduler_.record().add("menu bar");
+  menus = newMenus;
+}
+
+void FakePanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
+  scheduler_.requireMainThread("showing an alert");
+  scheduler_.record().add("alert " + alert.messageText);
+  shown.push_back(alert);
+  open_.push_back(std::move(completion));
+  settle();
+}
+
+void FakePanels::answer(const AlertAnswer &answer) {
+  answers_.push_back(answer);
+  settle();
+}
+
+void FakePanels::settle() {
+  while (!open_.empty() && !answers_.empty()) {
+    scheduler_.schedule(
+        FakeScheduler::Thread::main, FakeScheduler::Duration(0),
+        [completion = std::move(open_.front()), answer = answers_.front()] { completion(answer); });
+    open_.pop_front();
+    answers_.pop_front();
+  }
+}
+
+}  // namespace orvel

@@ -1,0 +1,21 @@
+#include "platform/fake/fake_platform.h"
+
+namespace orvel {
+
+Platform FakePlatform::ports() {
+  return {.application = application,
+          .windows = windows,
+          .webViews = webViews,
+          .menuBar = menuBar,
+          .panels = panels,
+          .mainQueue = mainQueue,
+          .backgroundQueue = backgroundQueue,
+          .clock = clock,
+          .processes = processes,
+          .http = http,
+          .bundle = bundle,
+          .defaults = defaults,
+          .locations = locations};
+}
+
+}  // namespace orvel

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/fake/fake_desktop.h"
+#include "platform/fake/fake_http_session.h"
+#include "platform/fake/fake_process_launcher.h"
+#include "platform/fake/fake_scheduler.h"
+#include "platform/fake/fake_stores.h"
+#include "platform/fake/fake_web_view.h"
+#include "platform/fake/record.h"
+#include "platform/platform.h"
+
+namespace orvel {
+
+/// A whole scripted desktop with virtual time and one ordered record of
+/// everything asked of it.
+class FakePlatform {
+ public:
+  FakePlatform() = default;
+  FakePlatform(const FakePlatform &) = delete;
+  FakePlatform &operator=(const FakePlatform &) = delete;
+
+  Platform ports();
+
+  Record record;
+  FakeScheduler scheduler{record};
+  FakeMainQueue mainQueue{scheduler};
+  FakeBackgroundQueue backgroundQueue{scheduler};
+  FakeClock clock{scheduler};
+  FakeProcessLauncher processes{scheduler};
+  FakeHttpSession http{scheduler};
+  FakeWebViewFactory webViews{scheduler};
+  FakeApplication application{scheduler};
+  FakeWindowSystem windows{scheduler};
+  FakeMenuBar menuBar{scheduler};
+  FakePanels panels{scheduler};
+  FakeBundle bundle;
+  FakeUserDefaults defaults{record};
+  FakeLocations locations;
+};
+
+}  // namespace orvel

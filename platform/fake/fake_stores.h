@@ -1,0 +1,47 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "platform/bundle.h"
+#include "platform/fake/record.h"
+#include "platform/locations.h"
+#include "platform/user_defaults.h"
+
+namespace orvel {
+
+/// Bundle information in memory. An entry that is no text is left out.
+class FakeBundle final : public Bundle {
+ public:
+  std::optional<std::string> infoText(std::string_view key) const override;
+
+  std::map<std::string, std::string, std::less<>> texts{{"CFBundleShortVersionString", "1.0"},
+                                                        {"ORVELOSKey", "sleutel"}};
+};
+
+class FakeUserDefaults final : public UserDefaults {
+ public:
+  explicit FakeUserDefaults(Record &record) : record_(record) {}
+
+  std::optional<std::string> text(std::string_view key) const override;
+  void setText(std::string_view key, std::string_view value) override;
+
+  std::map<std::string, std::string, std::less<>> texts;
+
+ private:
+  Record &record_;
+};
+
+class FakeLocations final : public Locations {
+ public:
+  std::string home() const override { return homeFolder; }
+  bool isExecutableFile(const std::string &path) const override {
+    return executables.contains(path);
+  }
+
+  std::string homeFolder = "/Users/iemand";
+  std::set<std::string> executables{"/usr/local/bin/node"};
+};
+
+}  // namespace orvel
