@@ -1,0 +1,32 @@
+#include <chrono>
+
+#include "app/app_delegate.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr int waitPasses = 30;
+constexpr std::chrono::milliseconds waitPause{100};
+
+}  // namespace
+
+TerminateReply AppDelegate::applicationShouldTerminate() {
+  quitting = true;
+  if (!server) return TerminateReply::now;
+  if (!server->isRunning()) return TerminateReply::now;
+
+  server->terminate();
+  platform_.backgroundQueue.post([task = server, platform = platform_] {
+    for (int pass = 0; pass < waitPasses; ++pass) {
+      if (task->isRunning()) platform.clock.sleep(waitPause);
+    }
+    if (task->isRunning()) task->kill();
+    platform.mainQueue.post([platform] { platform.application.replyToShouldTerminate(); });
+  });
+  return TerminateReply::later;
+}
+
+bool AppDelegate::applicationShouldTerminateAfterLastWindowClosed() { return true; }
+
+}  // namespace orvel

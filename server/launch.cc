@@ -1,0 +1,60 @@
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "app/app_delegate.h"
+
+namespace orvel {
+
+namespace {
+
+/// The emptied log, or null when it cannot be written.
+std::shared_ptr<FileHandle> emptiedLog(const std::string &folder) {
+  std::error_code ignored;
+  std::filesystem::create_directories(folder, ignored);
+  const std::string path = folder + "/server.log";
+  std::ofstream(path, std::ios::trunc).close();
+  return FileHandle::forWriting(path);
+}
+
+}  // namespace
+
+void AppDelegate::startServer() {
+  killStaleServer();
+
+  LaunchRequest request;
+  request.executable = nodePath();
+  request.arguments = {settings_.ROOT + "/v3/server.mjs"};
+  request.workingDirectory = settings_.ROOT;
+  request.environmentChanges = {
+      {"PORT", std::to_string(settings_.LOCAL_PORT)},
+      {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"},
+  };
+  if (auto log = emptiedLog(settings_.ROOT + "/v3/.local")) {
+    request.standardOutput = {StandardStream::Kind::handle, log};
+    request.standardError = {StandardStream::Kind::handle, log};
+  }
+  request.terminationHandler = [weak = weak_from_this(), &mainQueue = platform_.mainQueue](
+                                   const std::shared_ptr<ChildProcess> &task) {
+    mainQueue.post([weak, task] {
+      if (const auto self = weak.lock()) self->serverDidExit(task);
+    });
+  };
+
+  LaunchResult result = platform_.processes.launch(request);
+  if (result.process) {
+    server = std::move(result.process);
+  } else {
+    showError("Kon node niet starten: " + result.error);
+  }
+}
+
+void AppDelegate::serverDidExit(const std::shared_ptr<ChildProcess> &task) {
+  // The report of a server that has been replaced meanwhile concerns nobody.
+  if (!server || server != task) return;
+  if (quitting) return;
+  showError("De OS-server is gestopt (code " + std::to_string(task->terminationStatus()) +
+            "). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R.");
+}
+
+}  // namespace orvel

@@ -1,0 +1,19 @@
+#include "app/app_delegate.h"
+#include "server/shell_runner.h"
+
+namespace orvel {
+
+std::string AppDelegate::nodePath() {
+  for (const char *candidate : {"/usr/local/bin/node", "/opt/homebrew/bin/node"}) {
+    if (platform_.locations.isExecutableFile(candidate)) return candidate;
+  }
+  // An application started from the desktop does not have the search path of
+  // the user's shell, so the shell is asked.
+  std::string found = sh(platform_.processes,
+                         "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; "
+                         "command -v node");
+  if (!found.empty()) return found;
+  return "/usr/local/bin/node";
+}
+
+}  // namespace orvel

@@ -1,0 +1,97 @@
+#include "server/readiness.h"
+
+#include <chrono>
+#include <filesystem>
+#include <system_error>
+
+#include "app/app_delegate.h"
+#include "app/invariant.h"
+
+namespace orvel {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto probeTimeout = 3s;
+constexpr auto localPause = 250ms;
+constexpr auto onlinePause = 2000ms;
+constexpr int lastLocalRetry = 59;
+constexpr int lastOnlineRetry = 7;
+constexpr auto cookieLifetime = 157'680'000s;
+
+}  // namespace
+
+std::optional<Cookie> keyCookie(std::string_view address, bool local, const std::string &key,
+                                std::chrono::system_clock::time_point now) {
+  const auto url = Url::parse(address);
+  if (key.empty() || !url || url->host.empty()) return std::nullopt;
+  Cookie cookie;
+  cookie.name = "orvelapp";
+  cookie.value = key;
+  cookie.domain = url->host;
+  cookie.path = "/";
+  cookie.secure = !local;
+  cookie.expires = now + cookieLifetime;
+  return cookie;
+}
+
+void AppDelegate::openOS() {
+  if (!lokaal()) {
+    waitForServer(0);
+    return;
+  }
+  std::error_code ignored;
+  if (!std::filesystem::exists(settings_.ROOT + "/v3/server.mjs", ignored)) {
+    showError(
+        "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
+    return;
+  }
+  if (!server || !server->isRunning()) startServer();
+  waitForServer(0);
+}
+
+void AppDelegate::waitForServer(int tries) {
+  // A server that died or never started has already been reported.
+  if (lokaal() && (!server || !server->isRunning())) return;
+
+  const auto url = Url::parse(baseURL() + "api/wie");
+  if (!url) fatalError("the server address is no URL: " + baseURL());
+  UrlRequest probe = metSleutel(*url);
+  probe.timeout = probeTimeout;
+  platform_.http.dataTask(probe,
+                          [self = shared_from_this(), tries](std::optional<HttpResponse> response,
+                                                             const std::optional<std::string> &) {
+                            self->platform_.mainQueue.post(
+                                [self, response, tries] { self->probeAnswered(response, tries); });
+                          });
+}
+
+void AppDelegate::probeAnswered(const std::optional<HttpResponse> &response, int tries) {
+  if (response && response->statusCode == 200) {
+    showOS();
+    return;
+  }
+  if (tries > (lokaal() ? lastLocalRetry : lastOnlineRetry)) {
+    showError(lokaal() ? "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log."
+                       : "Geen verbinding met " + baseURL() +
+                             ". Check je internet en probeer opnieuw met ⌘R.");
+    return;
+  }
+  platform_.mainQueue.after(lokaal() ? localPause : onlinePause,
+                            [self = shared_from_this(), tries] { self->waitForServer(tries + 1); });
+}
+
+void AppDelegate::showOS() {
+  if (!web) fatalError("the OS is ready before the web view exists");
+  const auto cookie = keyCookie(baseURL(), lokaal(), appSleutel, platform_.clock.now());
+  if (!cookie) {
+    web->load(pageRequest());
+    return;
+  }
+  // The page's first request must carry the key already.
+  web->cookieStore().set(*cookie,
+                         [self = shared_from_this()] { self->web->load(self->pageRequest()); });
+}
+
+}  // namespace orvel

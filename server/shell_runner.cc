@@ -1,0 +1,26 @@
+#include "server/shell_runner.h"
+
+#include "platform/text.h"
+
+namespace orvel {
+
+std::string sh(ProcessLauncher &launcher, std::string_view commandLine) {
+  auto pipe = Pipe::create();
+  if (!pipe) return "";
+
+  std::shared_ptr<ChildProcess> process;
+  {
+    LaunchRequest request;
+    request.executable = "/bin/zsh";
+    request.arguments = {"-c", std::string(commandLine)};
+    request.standardOutput = {StandardStream::Kind::handle, std::move(pipe->writing)};
+    request.standardError = {StandardStream::Kind::null, nullptr};
+    process = launcher.launch(request).process;
+  }
+  // Our own writing end is gone with the request: reading ends with the shell.
+  if (!process) return "";
+  process->waitUntilExit();
+  return trimmedText(pipe->reading->readToEnd()).value_or("");
+}
+
+}  // namespace orvel

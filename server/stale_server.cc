@@ -1,0 +1,50 @@
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "app/app_delegate.h"
+#include "server/shell_runner.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr int releasePasses = 40;
+constexpr std::chrono::milliseconds releasePause{100};
+
+std::vector<std::string> linesOf(const std::string &output) {
+  std::vector<std::string> lines;
+  std::string::size_type begin = 0;
+  while (begin <= output.size()) {
+    const auto end = std::min(output.find('\n', begin), output.size());
+    if (end > begin) lines.push_back(output.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return lines;
+}
+
+}  // namespace
+
+void AppDelegate::killStaleServer() {
+  auto &processes = platform_.processes;
+  const std::string listing =
+      "lsof -ti tcp:" + std::to_string(settings_.LOCAL_PORT) + " -sTCP:LISTEN";
+
+  bool killed = false;
+  for (const std::string &pid : linesOf(sh(processes, listing))) {
+    const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
+    // Only a server of this data root is ours to stop.
+    if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
+    if (commandLine.find(settings_.ROOT) == std::string::npos) continue;
+    sh(processes, "kill " + pid);
+    killed = true;
+  }
+  if (!killed) return;
+
+  for (int pass = 0; pass < releasePasses; ++pass) {
+    if (sh(processes, listing).empty()) return;
+    platform_.clock.sleep(releasePause);
+  }
+}
+
+}  // namespace orvel
