@@ -1,0 +1,107 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/app_delegate.h"
+#include "app/pages.h"
+#include "app/settings.h"
+#include "platform/fake/fake_platform.h"
+
+namespace orvel {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+inline const std::string listing = "lsof -ti tcp:4767 -sTCP:LISTEN";
+inline const std::string localProbe = "http://127.0.0.1:4767/api/wie";
+inline const std::string shellNodeLookup =
+    "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; command -v node";
+
+/// A folder of its own for each test, gone afterwards.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
+    path_ = mkdtemp(pattern.data());
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+
+  const std::string &path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+/// The core on the fake platform, with a data root that holds a server script.
+class CoreTest : public testing::Test {
+ protected:
+  CoreTest() { writeFile(root() + "/v3/server.mjs", "// the OS server\n"); }
+
+  std::string root() const { return folder_.path(); }
+  std::string logPath() const { return root() + "/v3/.local/server.log"; }
+
+  static void writeFile(const std::string &path, const std::string &text) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+  }
+  static std::string readFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  /// The delegate, made at the first call from what the fake holds by then.
+  AppDelegate &delegate() {
+    if (!delegate_) {
+      Settings settings = readSettings(fake.locations, fake.bundle);
+      settings.ROOT = root();
+      delegate_ = std::make_shared<AppDelegate>(settings, fake.ports());
+      fake.application.setDelegate(*delegate_);
+      fake.record.take();
+    }
+    return *delegate_;
+  }
+  void forgetDelegate() { delegate_.reset(); }
+
+  /// Gives the delegate its web view without the rest of a launch.
+  void makeWebView() {
+    delegate().web = fake.webViews.create({}, delegate());
+    fake.record.take();
+  }
+  void launch() { delegate().applicationDidFinishLaunching(); }
+
+  FakeWebView &web() { return *fake.webViews.made; }
+  FakeChildProcess &lastServer() { return *fake.processes.launched.back(); }
+  void goOnline(const std::string &address = "https://os.test/") {
+    fake.defaults.texts["osURL"] = address;
+  }
+  std::string shownError() {
+    const std::string &html = web().shownHtml;
+    const std::string empty = errorPage("");
+    const auto split = empty.find("<p>") + 3;
+    if (!html.starts_with(empty.substr(0, split))) return "";
+    return html.substr(split, html.size() - empty.size());
+  }
+
+  FakePlatform fake;
+
+ private:
+  TemporaryFolder folder_;
+  std::shared_ptr<AppDelegate> delegate_;
+};
+
+}  // namespace orvel

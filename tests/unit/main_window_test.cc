@@ -1,0 +1,150 @@
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+class MainWindow : public CoreTest {};
+
+const std::string blank = "load html <body style='background:#07090c;margin:0'></body>";
+
+TEST_F(MainWindow, launchTakesItsStepsInOrder) {
+  goOnline();
+  launch();
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("menu bar", "web view ORVELOS/sleutel", "window Orvel OS", "window shown",
+                          "application activate", blank,
+                          "GET https://os.test/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]",
+                          "after 4000 ms", "every 21600000 ms"));
+}
+
+TEST_F(MainWindow, launchDoesNotWaitForTheServer) {
+  fake.http.answer(localProbe, {{.statusCode = 200, .delay = 2900ms}});
+  launch();
+  EXPECT_EQ(fake.scheduler.now(), 0ms);
+  EXPECT_EQ(web().shownHtml, blankPage);
+}
+
+TEST_F(MainWindow, webViewIsConfiguredAsTheApplicationNeedsIt) {
+  launch();
+  const WebViewConfiguration &configuration = web().configuration;
+  EXPECT_TRUE(configuration.persistentDataStore);
+  EXPECT_EQ(configuration.applicationNameForUserAgent, "ORVELOS/sleutel");
+  EXPECT_TRUE(configuration.developerExtrasEnabled);
+  EXPECT_FALSE(configuration.drawsBackground);
+  EXPECT_TRUE(configuration.inspectable);
+  EXPECT_EQ(&web().delegate, &delegate());
+}
+
+TEST_F(MainWindow, userAgentNameWithoutAKeyEndsInTheSlash) {
+  fake.bundle.texts.erase("ORVELOSKey");
+  launch();
+  EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/");
+}
+
+TEST_F(MainWindow, windowFillsTheVisibleFrameOfTheMainScreen) {
+  fake.windows.visibleFrame = Rect{10, 20, 1500, 900};
+  launch();
+  EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{10, 20, 1500, 900}));
+}
+
+TEST_F(MainWindow, windowHasAFixedFrameWithoutAScreen) {
+  fake.windows.visibleFrame.reset();
+  launch();
+  EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{0, 0, 1440, 900}));
+}
+
+TEST_F(MainWindow, windowLooksLikeThePage) {
+  launch();
+  const WindowConfiguration &style = fake.windows.configuration;
+  EXPECT_TRUE(style.titled);
+  EXPECT_TRUE(style.closable);
+  EXPECT_TRUE(style.miniaturizable);
+  EXPECT_TRUE(style.resizable);
+  EXPECT_TRUE(style.fullSizeContentView);
+  EXPECT_EQ(style.title, "Orvel OS");
+  EXPECT_FALSE(style.titleVisible);
+  EXPECT_TRUE(style.titlebarTransparent);
+  EXPECT_EQ(style.backgroundColor, (Color{0.027, 0.035, 0.047, 1.0}));
+  EXPECT_EQ(style.minimumWidth, 1000);
+  EXPECT_EQ(style.minimumHeight, 660);
+  EXPECT_EQ(style.frameAutosaveName, "ORVELOSMain");
+  EXPECT_EQ(fake.windows.content, &web());
+}
+
+TEST_F(MainWindow, errorPageWrapsTheMessageAsItStands) {
+  makeWebView();
+  delegate().showError("Zie <b>~/x</b> & druk op ⌘R.");
+  EXPECT_EQ(web().shownHtml,
+            "<body style='background:#07090c;color:#c3ccd5;font:15px -apple-system,Helvetica;"
+            "padding:48px;line-height:1.5'><div style='max-width:560px'><b style='color:#eef2f5;"
+            "font-size:17px'>Orvel OS</b><p>Zie <b>~/x</b> & druk op ⌘R.</p></div></body>");
+}
+
+TEST_F(MainWindow, errorPageBeforeTheWebViewStopsTheProcess) {
+  EXPECT_DEATH(delegate().showError("x"), "before the web view exists");
+}
+
+TEST_F(MainWindow, reloadOfAnOnlineAddressLoadsItWithoutTheKey) {
+  goOnline("https://os.test/app");
+  makeWebView();
+  delegate().reloadPage();
+  EXPECT_THAT(fake.record.take(), ElementsAre("load https://os.test/app/ timeout 60000 ms"));
+}
+
+TEST_F(MainWindow, reloadOfARunningLocalServerLoadsItsAddress) {
+  makeWebView();
+  delegate().startServer();
+  fake.record.take();
+  delegate().reloadPage();
+  EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
+}
+
+TEST_F(MainWindow, reloadStartsALocalServerThatNeverStarted) {
+  makeWebView();
+  delegate().reloadPage();
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
+}
+
+TEST_F(MainWindow, reloadStartsALocalServerThatExitedAgain) {
+  makeWebView();
+  delegate().startServer();
+  lastServer().end(1);
+  fake.scheduler.runUntilIdle();
+  delegate().reloadPage();
+  EXPECT_EQ(fake.processes.launched.size(), 2U);
+  EXPECT_TRUE(delegate().server->isRunning());
+}
+
+TEST_F(MainWindow, reloadShowsWhyThereIsNothingToStart) {
+  std::filesystem::remove(root() + "/v3/server.mjs");
+  makeWebView();
+  delegate().reloadPage();
+  EXPECT_EQ(shownError(),
+            "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
+}
+
+TEST_F(MainWindow, reloadOfAnAddressThatIsNoUrlStopsTheProcess) {
+  goOnline("https://os test");
+  makeWebView();
+  EXPECT_DEATH(delegate().reloadPage(), "is no URL: https://os test/");
+}
+
+TEST_F(MainWindow, crashedWebProcessBringsThePageBackAndNothingElse) {
+  launch();
+  fake.record.take();
+  web().delegate.webContentProcessDidTerminate();
+  EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
+}
+
+TEST_F(MainWindow, updateChecksRunWhateverTheServerDoes) {
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+  launch();
+  EXPECT_EQ(fake.record.count("after 4000 ms"), 1U);
+  EXPECT_EQ(fake.record.count("every 21600000 ms"), 1U);
+  EXPECT_EQ(fake.scheduler.nextDue(), 4000ms);
+}
+
+}  // namespace
+}  // namespace orvel

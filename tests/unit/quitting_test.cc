@@ -1,0 +1,115 @@
+#include <csignal>
+
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+class Quitting : public CoreTest {
+ protected:
+  void startServer(const FakeProcessScript &script = {}) {
+    fake.processes.script("/usr/local/bin/node", {script});
+    makeWebView();
+    delegate().startServer();
+    fake.record.take();
+  }
+};
+
+TEST_F(Quitting, withoutAServerIsAtOnce) {
+  delegate();
+  fake.application.requestTermination();
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_TRUE(delegate().quitting);
+  EXPECT_EQ(fake.scheduler.now(), 0ms);
+}
+
+TEST_F(Quitting, withAnExitedServerIsAtOnce) {
+  startServer();
+  lastServer().end(0);
+  fake.scheduler.runUntilIdle();
+  fake.record.take();
+  fake.application.requestTermination();
+  EXPECT_THAT(fake.record.take(), ElementsAre("application terminated"));
+}
+
+TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
+  startServer({.obeysAfter = 250ms});
+  fake.application.requestTermination();
+  EXPECT_FALSE(fake.application.terminated);
+  fake.scheduler.advance(300ms);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_THAT(fake.record.take(), ElementsAre("terminate process 1", "sleep 100 ms", "sleep 100 ms",
+                                              "sleep 100 ms", "application terminated"));
+}
+
+TEST_F(Quitting, neverShowsTheExitPage) {
+  startServer();
+  const std::string before = web().shownHtml;
+  fake.application.requestTermination();
+  fake.scheduler.advance(10s);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_EQ(web().shownHtml, before);
+}
+
+TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
+  startServer({.obeysAfter = std::nullopt});
+  fake.application.requestTermination();
+  fake.scheduler.advance(2999ms);
+  EXPECT_TRUE(delegate().server->isRunning());
+  EXPECT_FALSE(fake.application.terminated);
+  fake.scheduler.advance(1ms);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_EQ(delegate().server->terminationStatus(), SIGKILL);
+
+  std::vector<std::string> expected{"terminate process 1"};
+  expected.insert(expected.end(), 30, "sleep 100 ms");
+  expected.insert(expected.end(), {"kill process 1", "application terminated"});
+  EXPECT_EQ(fake.record.take(), expected);
+}
+
+TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
+  startServer({.obeysAfter = 2950ms});
+  fake.application.requestTermination();
+  fake.scheduler.advance(3s);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_EQ(fake.record.count("kill"), 0U);
+}
+
+TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
+  startServer({.obeysAfter = std::nullopt});
+  fake.application.requestTermination();
+  int ran = 0;
+  fake.mainQueue.after(1s, [&] { ++ran; });
+  fake.scheduler.advance(1500ms);
+  EXPECT_EQ(ran, 1);
+  EXPECT_FALSE(fake.application.terminated);
+}
+
+TEST_F(Quitting, waitsForTheServerThatItAskedToStop) {
+  startServer({.obeysAfter = std::nullopt});
+  fake.application.requestTermination();
+  delegate().server = nullptr;
+  fake.scheduler.advance(3s);
+  EXPECT_EQ(fake.record.count("kill process 1"), 1U);
+  EXPECT_TRUE(fake.application.terminated);
+}
+
+TEST_F(Quitting, byClosingTheWindowStopsTheServerInTheSameWay) {
+  startServer({.obeysAfter = 50ms});
+  fake.application.closeLastWindow();
+  fake.scheduler.advance(100ms);
+  EXPECT_THAT(fake.record.take(), ElementsAre("last window closed", "terminate process 1",
+                                              "sleep 100 ms", "application terminated"));
+}
+
+TEST_F(Quitting, duringTheLaunchIsOrderly) {
+  launch();
+  fake.application.requestTermination();
+  fake.scheduler.advance(5s);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_FALSE(delegate().server->isRunning());
+  EXPECT_EQ(shownError(), "");
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,239 @@
+#include "server/readiness.h"
+
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+const std::string notAnswering = "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.";
+
+class Readiness : public CoreTest {
+ protected:
+  void open() {
+    if (!delegate().web) makeWebView();
+    delegate().openOS();
+  }
+  std::vector<FakeScheduler::Duration> probeTimes() {
+    std::vector<FakeScheduler::Duration> times;
+    for (const auto &sent : fake.http.sent) times.push_back(sent.at);
+    return times;
+  }
+};
+
+TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
+  fake.http.answer(localProbe, {{}, {}, {.statusCode = 200}});
+  fake.webViews.cookies.delay = 70ms;
+  open();
+  fake.scheduler.advance(569ms);
+  EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
+  // The cookie is not stored yet, and so nothing is loaded.
+  const std::string probe =
+      "GET http://127.0.0.1:4767/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]";
+  EXPECT_THAT(
+      fake.record.take(),
+      ElementsAre("sh " + listing, "launch /usr/local/bin/node " + root() + "/v3/server.mjs", probe,
+                  "after 250 ms", probe, "after 250 ms", probe,
+                  "cookie orvelapp=sleutel for 127.0.0.1/"));
+  fake.scheduler.advance(1min);
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("cookie stored", "load http://127.0.0.1:4767/ timeout 60000 ms"));
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+}
+
+TEST_F(Readiness, localServerThatRefusesIsGivenUpAfterSixtyOneProbes) {
+  open();
+  fake.scheduler.advance(15s - 1ms);
+  EXPECT_EQ(fake.http.sent.size(), 60U);
+  EXPECT_EQ(shownError(), "");
+  fake.scheduler.advance(1ms);
+  EXPECT_EQ(fake.http.sent.size(), 61U);
+  EXPECT_EQ(fake.http.sent.back().at, 15s);
+  EXPECT_EQ(shownError(), notAnswering);
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+}
+
+TEST_F(Readiness, lastLocalProbeMayStillBeAnswered) {
+  std::vector<FakeAnswer> answers(60);
+  answers.push_back({.statusCode = 200});
+  fake.http.answer(localProbe, answers);
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
+}
+
+TEST_F(Readiness, onlineServerThatIsSilentIsGivenUpAfterNineProbes) {
+  goOnline("https://os.test");
+  fake.http.answer("https://os.test/api/wie", {{.delay = 3s}});
+  open();
+  fake.scheduler.advance(42999ms);
+  EXPECT_EQ(shownError(), "");
+  fake.scheduler.advance(1ms);
+  EXPECT_THAT(probeTimes(), ElementsAre(0s, 5s, 10s, 15s, 20s, 25s, 30s, 35s, 40s));
+  EXPECT_EQ(shownError(),
+            "Geen verbinding met https://os.test/. Check je internet en probeer opnieuw met ⌘R.");
+  EXPECT_EQ(fake.processes.launched.size(), 0U);
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+}
+
+TEST_F(Readiness, onlineProbesThatAreRefusedLieTwoSecondsApart) {
+  goOnline();
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_THAT(probeTimes(), ElementsAre(0s, 2s, 4s, 6s, 8s, 10s, 12s, 14s, 16s));
+}
+
+TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
+  for (const int status : {100, 199, 201, 204, 301, 304, 401, 404, 500}) {
+    goOnline();
+    fake.http.sent.clear();
+    fake.http.answer("https://os.test/api/wie", {{.statusCode = status}});
+    open();
+    fake.scheduler.advance(1min);
+    EXPECT_EQ(fake.http.sent.size(), 9U) << status;
+    EXPECT_EQ(fake.record.count("load http"), 0U) << status;
+    EXPECT_EQ(shownError().substr(0, 19), "Geen verbinding met") << status;
+  }
+}
+
+TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
+  fake.http.answer(localProbe, {{.statusCode = 401}, {.statusCode = 200}});
+  open();
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.http.sent.size(), 2U);
+  EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
+}
+
+TEST_F(Readiness, withoutAKeyThePageIsLoadedStraightAway) {
+  fake.bundle.texts.erase("ORVELOSKey");
+  fake.http.answer(localProbe, {{.statusCode = 200}});
+  open();
+  fake.record.take();
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
+  EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "");
+}
+
+TEST_F(Readiness, onlineCookieIsSecure) {
+  goOnline("https://os.test:8443/app");
+  fake.http.answer("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
+  open();
+  fake.scheduler.runUntilIdle();
+  ASSERT_EQ(fake.webViews.cookies.cookies.size(), 1U);
+  const Cookie &cookie = fake.webViews.cookies.cookies[0];
+  EXPECT_EQ(cookie.name, "orvelapp");
+  EXPECT_EQ(cookie.value, "sleutel");
+  EXPECT_EQ(cookie.domain, "os.test");
+  EXPECT_EQ(cookie.path, "/");
+  EXPECT_TRUE(cookie.secure);
+  EXPECT_EQ(cookie.expires, fake.clock.start + 157'680'000s);
+  EXPECT_EQ(web().shownUrl, "https://os.test:8443/app/");
+}
+
+TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
+  fake.http.answer(localProbe, {{.statusCode = 200}});
+  open();
+  fake.scheduler.runUntilIdle();
+  open();
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.record.count("cookie orvelapp"), 2U);
+  EXPECT_EQ(fake.webViews.cookies.cookies.size(), 1U);
+}
+
+TEST_F(Readiness, localhostIsLocal) {
+  goOnline("http://localhost:3000/");
+  fake.http.answer("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
+  open();
+  fake.scheduler.advance(250ms);
+  ASSERT_EQ(fake.webViews.cookies.cookies.size(), 1U);
+  EXPECT_EQ(fake.webViews.cookies.cookies[0].domain, "localhost");
+  EXPECT_FALSE(fake.webViews.cookies.cookies[0].secure);
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+}
+
+TEST_F(Readiness, runningServerIsNeverStartedAgain) {
+  open();
+  fake.record.take();
+  open();
+  EXPECT_THAT(fake.record.entriesWith({"sh", "launch"}), IsEmpty());
+  EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
+}
+
+TEST_F(Readiness, withoutAServerScriptNothingIsStartedOrProbed) {
+  std::filesystem::remove(root() + "/v3/server.mjs");
+  open();
+  EXPECT_EQ(shownError(),
+            "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
+  EXPECT_EQ(fake.record.entries().size(), 1U);
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+}
+
+TEST_F(Readiness, folderInPlaceOfTheServerScriptWillDo) {
+  std::filesystem::remove(root() + "/v3/server.mjs");
+  std::filesystem::create_directory(root() + "/v3/server.mjs");
+  open();
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+}
+
+TEST_F(Readiness, failedLaunchIsTheLastThingShown) {
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
+  EXPECT_EQ(fake.http.sent.size(), 0U);
+}
+
+TEST_F(Readiness, failedRestartIsTheLastThingShown) {
+  open();
+  lastServer().end(1);
+  fake.scheduler.runUntilIdle();
+  fake.http.sent.clear();
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
+  EXPECT_EQ(fake.http.sent.size(), 0U);
+}
+
+TEST_F(Readiness, serverThatDiesWhileItIsProbedEndsTheChainWithItsReport) {
+  fake.processes.script("/usr/local/bin/node", {{.endsAfter = 600ms, .status = 7}});
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
+  EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 7).");
+}
+
+TEST_F(Readiness, twoChainsRunSideBySide) {
+  fake.http.answer(localProbe, {{}, {}, {.statusCode = 200}});
+  open();
+  fake.scheduler.advance(100ms);
+  open();
+  fake.scheduler.advance(1s);
+  EXPECT_THAT(probeTimes(), ElementsAre(0ms, 100ms, 250ms, 350ms));
+  EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 2U);
+}
+
+TEST_F(Readiness, addressIsReadAfreshAtEveryStep) {
+  goOnline("https://eerst.test/");
+  open();
+  fake.scheduler.runUntilIdle();
+  goOnline("https://dan.test/");
+  fake.http.answer("https://dan.test/api/wie", {{.statusCode = 200}});
+  fake.scheduler.advance(2s);
+  EXPECT_EQ(web().shownUrl, "https://dan.test/");
+}
+
+TEST_F(Readiness, addressThatIsNoUrlStopsTheProcess) {
+  goOnline("https://os test/");
+  makeWebView();
+  EXPECT_DEATH(delegate().openOS(), "is no URL: https://os test/");
+}
+
+TEST(KeyCookie, isAbsentWithoutAHostOrAKey) {
+  EXPECT_EQ(keyCookie("geen adres", false, "k", {}), std::nullopt);
+  EXPECT_EQ(keyCookie("mailto:iemand", false, "k", {}), std::nullopt);
+  EXPECT_EQ(keyCookie("https://os.test/", false, "", {}), std::nullopt);
+  EXPECT_TRUE(keyCookie("https://os.test/", false, "k", {}).has_value());
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,82 @@
+#include "app/settings.h"
+
+#include "app/entry.h"
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsTest() { unsetenv("ORVEL_OS_ROOT"); }
+  ~SettingsTest() override { unsetenv("ORVEL_OS_ROOT"); }
+
+  Settings read() { return readSettings(fake.locations, fake.bundle); }
+
+  FakePlatform fake;
+};
+
+TEST_F(SettingsTest, rootIsInTheHomeFolderByDefault) {
+  const Settings settings = read();
+  EXPECT_EQ(settings.HOME, "/Users/iemand");
+  EXPECT_EQ(settings.ROOT, "/Users/iemand/orvel-os");
+}
+
+TEST_F(SettingsTest, rootFromTheEnvironmentIsTakenAsItStands) {
+  for (const char *root : {"/tmp/x", "/tmp/x/", "relative/root", "~/os", " "}) {
+    setenv("ORVEL_OS_ROOT", root, 1);
+    EXPECT_EQ(read().ROOT, root);
+  }
+}
+
+TEST_F(SettingsTest, emptyRootInTheEnvironmentIsAnEmptyRoot) {
+  setenv("ORVEL_OS_ROOT", "", 1);
+  EXPECT_EQ(read().ROOT, "");
+}
+
+TEST_F(SettingsTest, localAddressHoldsThePortAndEndsInASlash) {
+  const Settings settings = read();
+  EXPECT_EQ(settings.LOCAL_PORT, 4767);
+  EXPECT_EQ(settings.LOCAL_URL, "http://127.0.0.1:4767/");
+}
+
+TEST_F(SettingsTest, versionComesFromTheBundle) {
+  fake.bundle.texts["CFBundleShortVersionString"] = "2.10";
+  EXPECT_EQ(read().VERSIE, "2.10");
+}
+
+TEST_F(SettingsTest, withoutAVersionTextInTheBundleTheVersionIsZero) {
+  fake.bundle.texts.erase("CFBundleShortVersionString");
+  EXPECT_EQ(read().VERSIE, "0");
+}
+
+TEST_F(SettingsTest, appKeyIsTakenAsItStands) {
+  fake.bundle.texts["ORVELOSKey"] = "  een sleutel ";
+  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "  een sleutel ");
+}
+
+TEST_F(SettingsTest, withoutAKeyTextInTheBundleTheAppKeyIsEmpty) {
+  fake.bundle.texts.erase("ORVELOSKey");
+  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "");
+}
+
+TEST_F(SettingsTest, newDelegateHoldsNothing) {
+  const AppDelegate delegate(read(), fake.ports());
+  EXPECT_EQ(delegate.window, nullptr);
+  EXPECT_EQ(delegate.web, nullptr);
+  EXPECT_EQ(delegate.server, nullptr);
+  EXPECT_FALSE(delegate.quitting);
+}
+
+TEST_F(SettingsTest, entryInstallsTheDelegateBeforeTheEventLoop) {
+  setenv("ORVEL_OS_ROOT", "/nergens", 1);
+  runApplication(fake.ports());
+  const auto entries = fake.record.entries();
+  ASSERT_GE(entries.size(), 4U);
+  EXPECT_THAT(
+      std::vector(entries.begin(), entries.begin() + 4),
+      ElementsAre("application delegate", "application regular", "application run", "menu bar"));
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,83 @@
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+class StaleServer : public CoreTest {
+ protected:
+  std::string ours() const { return "/usr/local/bin/node " + root() + "/v3/server.mjs\n"; }
+  void processIs(const std::string &pid, const std::string &commandLine) {
+    fake.processes.shell("ps -o command= -p " + pid, {commandLine});
+  }
+  std::vector<std::string> cleanUp() {
+    delegate().killStaleServer();
+    return fake.record.take();
+  }
+};
+
+TEST_F(StaleServer, freePortTakesOneListingAndNoWait) {
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing));
+  EXPECT_EQ(fake.scheduler.now(), 0ms);
+}
+
+TEST_F(StaleServer, otherProgramOnThePortIsLeftAlone) {
+  fake.processes.shell(listing, {"41\n"});
+  processIs("41", "python3 -m http.server 4767\n");
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
+}
+
+TEST_F(StaleServer, serverOfAnotherRootIsLeftAlone) {
+  fake.processes.shell(listing, {"41\n"});
+  processIs("41", "node /elders/v3/server.mjs\n");
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
+}
+
+TEST_F(StaleServer, otherProgramOfThisRootIsLeftAlone) {
+  fake.processes.shell(listing, {"41\n"});
+  processIs("41", "node " + root() + "/v3/SERVER.mjs\n");
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
+}
+
+TEST_F(StaleServer, processThatIsGoneMeanwhileIsLeftAlone) {
+  fake.processes.shell(listing, {"41\n"});
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
+}
+
+TEST_F(StaleServer, serverOfThisRootIsStoppedAndThePortAwaited) {
+  fake.processes.shell(listing, {"41\n", "41\n", "41\n", ""});
+  processIs("41", ours());
+  EXPECT_THAT(cleanUp(),
+              ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41", "sh " + listing,
+                          "sleep 100 ms", "sh " + listing, "sleep 100 ms", "sh " + listing));
+}
+
+TEST_F(StaleServer, portIsAwaitedFortyTimesAndNoMore) {
+  fake.processes.shell(listing, {"41\n"});
+  processIs("41", ours());
+  delegate().killStaleServer();
+  EXPECT_EQ(fake.record.count("sh " + listing), 41U);
+  EXPECT_EQ(fake.record.count("sleep 100 ms"), 40U);
+  EXPECT_EQ(fake.scheduler.now(), 4s);
+}
+
+TEST_F(StaleServer, ofTwoListenersOnlyOursIsStopped) {
+  fake.processes.shell(listing, {"41\n42\n", ""});
+  processIs("41", "nginx\n");
+  processIs("42", ours());
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
+                                     "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
+}
+
+TEST_F(StaleServer, emptyLinesOfTheListingAreSkipped) {
+  fake.processes.shell(listing, {"41\n\n\n42\n"});
+  EXPECT_THAT(cleanUp(),
+              ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh ps -o command= -p 42"));
+}
+
+TEST_F(StaleServer, withoutTheListingToolThePortCountsAsFree) {
+  fake.processes.script(listing, {{.launchError = "no zsh"}});
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing));
+}
+
+}  // namespace
+}  // namespace orvel
