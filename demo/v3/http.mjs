@@ -1,0 +1,94 @@
+// Reading requests and sending answers.
+
+import { STATUS_CODES } from 'node:http';
+
+import { errorPage } from './layout.mjs';
+
+const BODY_LIMIT = 64 * 1024;
+// A longer body than the limit is read on, unkept, up to here, so that the
+// client can finish writing and see the 413.
+const DRAIN_LIMIT = 4 * 1024 * 1024;
+
+export class HttpError extends Error {
+  constructor(status, headers = {}) {
+    super(STATUS_CODES[status]);
+    this.status = status;
+    this.headers = headers;
+  }
+}
+
+/// The decoded path and the query of a request; 400 for a malformed target.
+export function targetOf(request) {
+  const { url } = request;
+  if (!url.startsWith('/')) throw new HttpError(400);
+  const at = url.indexOf('?');
+  const query = at < 0 ? '' : url.slice(at + 1);
+  try {
+    decodeURIComponent(query);
+    return {
+      path: decodeURIComponent(at < 0 ? url : url.slice(0, at)),
+      query: new URLSearchParams(query),
+    };
+  } catch {
+    throw new HttpError(400);
+  }
+}
+
+/// The whole body as text; 413 beyond the limit.
+export async function readBody(request) {
+  const chunks = [];
+  let size = 0;
+  for await (const chunk of request) {
+    size += chunk.length;
+    if (size <= BODY_LIMIT) chunks.push(chunk);
+    if (size > DRAIN_LIMIT) break;
+  }
+  if (size > BODY_LIMIT) throw new HttpError(413, { Connection: 'close' });
+  return Buffer.concat(chunks).toString('utf8');
+}
+
+export function send(response, status, type, body, headers = {}) {
+  response.writeHead(status, {
+    'Content-Type': type,
+    'Content-Length': Buffer.byteLength(body),
+    'Cache-Control': 'no-store',
+    'X-Content-Type-Options': 'nosniff',
+    ...headers,
+  });
+  response.end(body);
+}
+
+export function sendPage(response, html, status = 200, headers = {}) {
+  send(response, status, 'text/html; charset=utf-8', html, headers);
+}
+
+export function sendJson(response, value, status = 200, headers = {}) {
+  send(response, status, 'application/json; charset=utf-8', `${JSON.stringify(value, null, 2)}\n`, headers);
+}
+
+/// Answers with an error: JSON to programs below /api/ and /download/, a page
+/// to everyone else, also in a frame.
+export function sendError(request, response, error) {
+  if (response.headersSent || response.destroyed) {
+    response.destroy();
+    return;
+  }
+  const status = error.status ?? 500;
+  const { headers } = error;
+  const wantsPage = /\btext\/html\b/.test(request.headers.accept ?? '');
+  const program = /^\/(download|api)\//.exec(request.url);
+  if (program && (program[1] === 'download' || !wantsPage)) {
+    sendJson(response, { fout: STATUS_CODES[status], status }, status, headers);
+  } else {
+    sendPage(response, errorPage(status, request), status, headers);
+  }
+}
+
+/// Answers a request that could not even be parsed.
+export function reject(socket, status) {
+  if (!socket.writable) {
+    socket.destroy();
+    return;
+  }
+  socket.end(`HTTP/1.1 ${status} ${STATUS_CODES[status]}\r\nConnection: close\r\nContent-Length: 0\r\n\r\n`);
+}

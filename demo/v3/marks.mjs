@@ -1,0 +1,37 @@
+// How a request shows that it comes from the desktop application.
+
+/// The cookies of a request, by name; the first of a name wins.
+export function cookiesOf(headers) {
+  const cookies = new Map();
+  for (const pair of (headers.cookie ?? '').split(';')) {
+    const at = pair.indexOf('=');
+    if (at < 1) continue;
+    const name = pair.slice(0, at).trim();
+    if (!cookies.has(name)) cookies.set(name, pair.slice(at + 1).trim());
+  }
+  return cookies;
+}
+
+/// The three marks: each the key that it carried (possibly empty) or null.
+export function marksOf(headers) {
+  const agent = /(?:^| )ORVELOS\/(\S*)$/.exec(headers['user-agent'] ?? '');
+  return {
+    header: headers['x-orvel-app'] ?? null,
+    cookie: cookiesOf(headers).get('orvelapp') ?? null,
+    userAgent: agent ? agent[1] : null,
+  };
+}
+
+export const MARK_NAMES = { header: 'header', cookie: 'cookie', userAgent: 'user agent' };
+
+export function viaOf(marks) {
+  return Object.keys(MARK_NAMES).filter((name) => marks[name] !== null).map((name) => MARK_NAMES[name]);
+}
+
+/// "App via cookie en user agent", or "Gewone browser".
+export function labelOf(marks) {
+  const via = viaOf(marks);
+  if (via.length === 0) return 'Gewone browser';
+  const last = via.pop();
+  return `App via ${via.length ? `${via.join(', ')} en ` : ''}${last}`;
+}

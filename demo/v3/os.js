@@ -1,0 +1,68 @@
+// The script of every page.
+
+// Told after two frames: the first callback runs before its frame is painted,
+// the second after that.
+requestAnimationFrame(() => requestAnimationFrame(() => {
+  const page = encodeURIComponent(location.pathname);
+  const frame = window === window.top ? '' : '&kader=ja';
+  fetch(`/api/getoond?pagina=${page}${frame}`, { method: 'POST' }).catch(() => {});
+}));
+
+// Woken once a minute only, so that an idle page costs nothing.
+function tick() {
+  const now = new Date();
+  const time = now.toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' });
+  const date = now.toLocaleDateString('nl-NL', { weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' });
+  for (const element of document.querySelectorAll('[data-clock]')) element.textContent = time;
+  for (const element of document.querySelectorAll('[data-date]')) element.textContent = date;
+  setTimeout(tick, 60_000 - (Date.now() % 60_000) + 20);
+}
+tick();
+
+function show(id, text) {
+  const element = document.getElementById(id);
+  if (element) element.textContent = text;
+}
+
+function answered(question, answer) {
+  show('antwoord', `${question} gaf ${answer}.`);
+  fetch(`/api/antwoord?vraag=${question}&antwoord=${answer}`, { method: 'POST' }).catch(() => {});
+}
+
+const actions = {
+  alert(text) {
+    alert(text);
+    answered('alert', 'gesloten');
+  },
+  confirm(text) {
+    answered('confirm', confirm(text));
+  },
+  alerts(count) {
+    for (let number = 1; number <= Number(count); number += 1) alert(`Melding ${number}`);
+    answered('alert', 'gesloten');
+  },
+  go(address) {
+    location.href = address;
+  },
+  open(address) {
+    const opened = window.open(address);
+    show('venster', opened ? 'De pagina kreeg een venster.' : 'De pagina kreeg geen venster.');
+  },
+  blob() {
+    location.href = URL.createObjectURL(new Blob(['<p>blob</p>'], { type: 'text/html' }));
+  },
+  async stop(how) {
+    const headers = { 'X-Orvel-Bench': 'ja' };
+    const told = await fetch(`/api/stop?hoe=${how}`, { method: 'POST', headers }).catch(() => null);
+    show('storing', how === 'doof' && told?.ok ? 'De server luistert niet meer naar SIGTERM.' : 'De server is gestopt.');
+  },
+};
+
+document.addEventListener('click', (event) => {
+  const button = event.target.closest?.('[data-do]');
+  if (button) actions[button.dataset.do](button.dataset.value);
+  // Stored files bring no colours of their own: show them on paper.
+  if (event.target.closest?.('.files [target=kader]')) {
+    document.querySelector('iframe').classList.add('paper');
+  }
+});

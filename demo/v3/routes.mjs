@@ -1,0 +1,169 @@
+// Which address gives what.
+
+import { createReadStream, readFileSync } from 'node:fs';
+import { stat } from 'node:fs/promises';
+import { join } from 'node:path';
+import { Readable } from 'node:stream';
+import { pipeline } from 'node:stream/promises';
+
+import { exportFor, FILES, filled, slow } from './files.mjs';
+import { HttpError, readBody, send, sendJson, sendPage, targetOf } from './http.mjs';
+import { logo } from './layout.mjs';
+import { labelOf, marksOf, viaOf } from './marks.mjs';
+import { PAGES } from './pages.mjs';
+import { sessionOf } from './sessions.mjs';
+
+const own = (name) => readFileSync(new URL(name, import.meta.url));
+const ASSETS = new Map(Object.entries({
+  '/os.css': ['text/css; charset=utf-8', own('os.css')],
+  '/os.js': ['text/javascript; charset=utf-8', own('os.js')],
+  '/beeldmerk.svg': ['image/svg+xml', logo],
+}));
+
+const REDIRECTS = new Map(Object.entries({
+  '/omleiding/pagina': '/lang',
+  '/omleiding/extern': 'https://example.org/omgeleid',
+  '/omleiding/export': '/api/export',
+  '/omleiding/bestand': '/api/bestand/1',
+}));
+
+const MIB = 1024 * 1024;
+
+async function stream(request, response, type, source, headers = {}) {
+  response.writeHead(200, { 'Content-Type': type, 'Cache-Control': 'no-store', ...headers });
+  if (request.method === 'HEAD') response.end();
+  else await pipeline(source, response);
+}
+
+/// Files that need more than sending their content.
+const SPECIAL = {
+  besloten(request, response) {
+    if (!sessionOf(request.headers)) throw new HttpError(401);
+    send(response, 200, 'text/plain; charset=utf-8', 'Alleen voor deze sessie.\n', {
+      'Content-Disposition': 'attachment; filename="besloten.txt"',
+    });
+  },
+  groot(request, response, query) {
+    const mib = Number(query.get('mib') ?? 64);
+    if (!Number.isInteger(mib) || mib < 0 || mib > 4096) throw new HttpError(400);
+    return stream(request, response, 'application/octet-stream', Readable.from(filled(mib * MIB)), {
+      'Content-Length': mib * MIB,
+      'Content-Disposition': 'attachment; filename="groot.bin"',
+    });
+  },
+  traag(request, response) {
+    return stream(request, response, 'text/plain; charset=utf-8', Readable.from(slow(20)), {
+      'Content-Disposition': 'attachment; filename="traag.txt"',
+    });
+  },
+  async afgebroken(request, response) {
+    response.writeHead(200, {
+      'Content-Type': 'application/octet-stream',
+      'Content-Length': 4 * MIB,
+      'Content-Disposition': 'attachment; filename="afgebroken.bin"',
+    });
+    response.write(Buffer.alloc(MIB), () => response.destroy());
+  },
+  stil() {
+    // The client waits until it gives up.
+  },
+};
+
+function sendFile(request, response, id, query) {
+  if (Object.hasOwn(SPECIAL, id)) return SPECIAL[id](request, response, query);
+  const file = FILES.get(id);
+  if (!file) throw new HttpError(404);
+  const [, type, disposition, content] = file;
+  return send(response, 200, type, content, disposition ? { 'Content-Disposition': disposition } : {});
+}
+
+/// A manifest or an archive out of the folder of releases; nothing else in it.
+async function sendRelease(request, response, folder, name) {
+  if (!folder || !/^(linux\.json|mac\.json|\w[\w .+-]*\.zip)$/.test(name)) throw new HttpError(404);
+  const path = join(folder, name);
+  const found = await stat(path).catch(() => null);
+  if (!found?.isFile()) throw new HttpError(404);
+  const type = name.endsWith('.zip') ? 'application/zip' : 'application/json; charset=utf-8';
+  await stream(request, response, type, createReadStream(path), { 'Content-Length': found.size });
+}
+
+/// Another site can post here without asking; a header of one's own it cannot
+/// send, for the browser asks first and is refused.
+function requireBench(request) {
+  if (request.headers['x-orvel-bench'] !== 'ja') throw new HttpError(403);
+}
+
+export function createRouter({ record, state }) {
+  const releases = process.env.ORVEL_DEMO_RELEASES || null;
+
+  const posts = new Map(Object.entries({
+    // Told by the page: it has been painted, or what a panel gave it. What was
+    // told stands in the query, so that the record has it on arrival.
+    '/api/getoond': (request, response) => response.writeHead(204).end(),
+    '/api/antwoord': (request, response) => response.writeHead(204).end(),
+    '/api/stop': (request, response, { query }) => {
+      requireBench(request);
+      const how = query.get('hoe');
+      if (!['code', 'kill', 'doof'].includes(how)) throw new HttpError(400);
+      if (how === 'doof') state.deaf = true;
+      response.on('finish', () => {
+        if (how === 'code') process.exit(3);
+        if (how === 'kill') process.kill(process.pid, 'SIGKILL');
+      });
+      response.writeHead(204).end();
+    },
+    '/formulier': (request, response, { query, body }) => {
+      const sent = new URLSearchParams(body);
+      sendPage(response, PAGES.get('/formulier')(request, response, { query, sent }));
+    },
+  }));
+
+  const gets = new Map(Object.entries({
+    '/api/wie': (request, response) => {
+      const marks = marksOf(request.headers);
+      const via = viaOf(marks);
+      sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });
+    },
+    '/api/verslag': (request, response) => {
+      sendJson(response, { probes: record.probes.count, requests: record.requests });
+    },
+    '/api/export': (request, response, { query }) => {
+      const { name, type, body } = exportFor(request, query);
+      send(response, 200, type, body, { 'Content-Disposition': `attachment; filename="${name}"` });
+    },
+  }));
+  for (const [path, [type, content]] of ASSETS) {
+    gets.set(path, (request, response) => send(response, 200, type, content));
+  }
+  for (const [path, location] of REDIRECTS) {
+    gets.set(path, (request, response) => send(response, 302, 'text/plain', '', { Location: location }));
+  }
+  for (const [path, make] of PAGES) {
+    gets.set(path, (request, response, { query }) => {
+      const sent = [...query].length ? query : null;
+      sendPage(response, make(request, response, { record, state, releases, query, sent }));
+    });
+  }
+
+  function find(path) {
+    const below = (prefix) => (path.startsWith(prefix) ? path.slice(prefix.length) : null);
+    const file = below('/api/bestand/');
+    if (file !== null) return { get: (request, response, { query }) => sendFile(request, response, file, query) };
+    const release = below('/download/');
+    if (release !== null) return { get: (request, response) => sendRelease(request, response, releases, release) };
+    return { get: gets.get(path), post: posts.get(path) };
+  }
+
+  return async function route(request, response) {
+    const { path, query } = targetOf(request);
+    const { get, post } = find(path);
+    if (!get && !post) throw new HttpError(404);
+    const body = await readBody(request);
+    const reading = request.method === 'GET' || request.method === 'HEAD';
+    const handler = reading ? get : request.method === 'POST' ? post : undefined;
+    if (!handler) {
+      throw new HttpError(405, { Allow: [get && 'GET, HEAD', post && 'POST'].filter(Boolean).join(', ') });
+    }
+    await handler(request, response, { query, body });
+  };
+}
