@@ -1,0 +1,93 @@
+#include "platform/posix/posix_process_launcher.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <future>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "platform/posix/posix_child_process.h"
+#include "platform/posix/spawn.h"
+
+#if defined(__APPLE__)
+extern "C" char **environ;
+#endif
+
+namespace orvel {
+
+namespace {
+
+void keepExitStatuses() {
+  struct sigaction action {};
+  ::sigaction(SIGCHLD, nullptr, &action);
+  if (action.sa_handler != SIG_IGN && (action.sa_flags & SA_NOCLDWAIT) == 0) return;
+  if (action.sa_handler == SIG_IGN) action.sa_handler = SIG_DFL;
+  action.sa_flags &= ~SA_NOCLDWAIT;
+  ::sigaction(SIGCHLD, &action, nullptr);
+}
+
+/// The system does not tell which step of a launch failed.
+const std::string &pathAtFault(const LaunchRequest &request, int error) {
+  const auto &directory = request.workingDirectory;
+  if (!directory) return request.executable;
+  const std::string within = directory->empty() ? "" : *directory + "/.";
+  const bool isUnusable = ::access(within.c_str(), X_OK) != 0 && errno == error;
+  return isUnusable ? *directory : request.executable;
+}
+
+LaunchResult failure(const std::string &path, int error) {
+  return {nullptr, path + ": " + std::generic_category().message(error)};
+}
+
+}  // namespace
+
+std::map<std::string, std::string> processEnvironment() {
+  std::map<std::string, std::string> variables;
+  for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    const std::string text = *entry;
+    const auto equals = text.find('=');
+    // Of two with one name the first counts, as for getenv.
+    if (equals != std::string::npos) {
+      variables.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+  }
+  return variables;
+}
+
+PosixProcessLauncher::PosixProcessLauncher(std::map<std::string, std::string> environment)
+    : environment_(std::move(environment)) {
+  keepExitStatuses();
+}
+
+LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
+  // The thread comes first: when there is none to be had, there is no child
+  // that nobody waits for.
+  std::promise<std::shared_ptr<PosixChildProcess>> launched;
+  try {
+    std::thread([child = launched.get_future(), handler = request.terminationHandler]() mutable {
+      const auto process = child.get();
+      if (!process) return;
+      process->awaitExit();
+      if (handler) handler(process);
+    }).detach();
+  } catch (const std::system_error &error) {
+    return failure(request.executable, error.code().value());
+  }
+
+  auto environment = environment_;
+  for (const auto &[name, value] : request.environmentChanges) environment[name] = value;
+  pid_t number = 0;
+  const int error = spawn(request, environment, number);
+  if (error != 0) {
+    launched.set_value(nullptr);
+    return failure(pathAtFault(request, error), error);
+  }
+  auto process = std::make_shared<PosixChildProcess>(number);
+  launched.set_value(process);
+  return {process, ""};
+}
+
+}  // namespace orvel
