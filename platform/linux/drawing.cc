@@ -1,0 +1,36 @@
+#include "platform/linux/drawing.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace orvel {
+
+namespace {
+
+bool hasUsableRenderNode(const std::filesystem::path &folder) {
+  std::error_code error;
+  for (const auto &entry : std::filesystem::directory_iterator(folder, error)) {
+    if (!entry.path().filename().string().starts_with("renderD")) continue;
+    if (::access(entry.path().c_str(), R_OK | W_OK) == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Drawing chooseDrawing(const std::filesystem::path &renderNodes,
+                      const std::filesystem::path &nvidiaDriver) {
+  std::error_code error;
+  return {.withGraphicsCard = hasUsableRenderNode(renderNodes),
+          .withNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
+}
+
+void prepareDrawing(const Drawing &drawing) {
+  constexpr int keepTheUsersOwn = 0;
+  if (!drawing.withGraphicsCard) ::setenv("GSK_RENDERER", "cairo", keepTheUsersOwn);
+  if (drawing.withNvidiaDriver) ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
+}
+
+}  // namespace orvel

@@ -1,0 +1,148 @@
+#include "platform/linux/gtk_panels.h"
+
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+constexpr int margin = 24;
+constexpr int spacing = 12;
+constexpr int textWidth = 340;
+constexpr int charactersPerLine = 60;
+
+/// One alert on the screen. It lives until it is answered, in whatever way.
+class OpenAlert {
+ public:
+  OpenAlert(const Alert &alert, std::function<void(AlertAnswer)> completion)
+      : completion_(std::move(completion)), window_(GTK_WINDOW(gtk_window_new())) {
+    gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
+    gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
+    gtk_window_set_resizable(window_, FALSE);
+    gtk_window_set_title(window_, alert.messageText.c_str());
+    // An alert has no title bar; it can be moved by any part of itself.
+    GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_visible(noTitle, FALSE);
+    gtk_window_set_titlebar(window_, noTitle);
+    GtkWidget *handle = gtk_window_handle_new();
+    gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle), makeContent(alert));
+    gtk_window_set_child(window_, handle);
+    g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](OpenAlert *self) {
+                               self->answer(std::nullopt);
+                               return gboolean{TRUE};
+                             }),
+                             this);
+    closeOnEscape();
+  }
+
+  ::GtkWindow *window() const { return window_; }
+
+  /// The field begins with all of its text selected, ready to be replaced.
+  void focus() {
+    if (field_ != nullptr) {
+      gtk_widget_grab_focus(field_);
+      gtk_editable_select_region(GTK_EDITABLE(field_), 0, -1);
+    } else {
+      gtk_widget_grab_focus(gtk_window_get_default_widget(window_));
+    }
+  }
+
+ private:
+  GtkWidget *makeContent(const Alert &alert) {
+    GtkWidget *content = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
+    gtk_widget_set_margin_start(content, margin);
+    gtk_widget_set_margin_end(content, margin);
+    gtk_widget_set_margin_top(content, margin);
+    gtk_widget_set_margin_bottom(content, margin);
+    gtk_box_append(GTK_BOX(content), makeLabel(alert.messageText, "message"));
+    if (!alert.informativeText.empty()) {
+      gtk_box_append(GTK_BOX(content), makeLabel(alert.informativeText, "information"));
+    }
+    if (alert.textField) gtk_box_append(GTK_BOX(content), makeField(*alert.textField));
+    gtk_box_append(GTK_BOX(content), makeButtons(alert));
+    return content;
+  }
+
+  static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
+    GtkWidget *label = gtk_label_new(text.c_str());
+    gtk_widget_add_css_class(label, styleClass);
+    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+    gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    gtk_label_set_max_width_chars(GTK_LABEL(label), charactersPerLine);
+    gtk_label_set_xalign(GTK_LABEL(label), 0);
+    gtk_widget_set_size_request(label, textWidth, -1);
+    return label;
+  }
+
+  GtkWidget *makeField(const AlertTextField &field) {
+    field_ = gtk_entry_new();
+    gtk_editable_set_text(GTK_EDITABLE(field_), field.text.c_str());
+    gtk_entry_set_activates_default(GTK_ENTRY(field_), TRUE);
+    gtk_widget_set_halign(field_, GTK_ALIGN_START);
+    gtk_widget_set_size_request(field_, static_cast<int>(field.width),
+                                static_cast<int>(field.height));
+    return field_;
+  }
+
+  /// The first button stands at the end of the row, where GTK users look for
+  /// the one that goes on.
+  GtkWidget *makeButtons(const Alert &alert) {
+    const std::vector<std::string> titles =
+        alert.buttons.empty() ? std::vector<std::string>{"OK"} : alert.buttons;
+    GtkWidget *row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, spacing);
+    gtk_widget_set_halign(row, GTK_ALIGN_END);
+    gtk_widget_set_margin_top(row, spacing);
+    for (int number = 0; const std::string &title : titles) {
+      GtkWidget *button = gtk_button_new_with_label(title.c_str());
+      if (number == 0) {
+        gtk_widget_add_css_class(button, "suggested-action");
+        gtk_window_set_default_widget(window_, button);
+      }
+      g_object_set_data(G_OBJECT(button), "number", GINT_TO_POINTER(number));
+      g_signal_connect(
+          button, "clicked", G_CALLBACK(+[](GtkButton *clicked, OpenAlert *self) {
+            self->answer(GPOINTER_TO_INT(g_object_get_data(G_OBJECT(clicked), "number")));
+          }),
+          this);
+      gtk_box_prepend(GTK_BOX(row), button);
+      ++number;
+    }
+    return row;
+  }
+
+  void closeOnEscape() {
+    GtkEventController *controller = gtk_shortcut_controller_new();
+    gtk_shortcut_controller_add_shortcut(
+        GTK_SHORTCUT_CONTROLLER(controller),
+        gtk_shortcut_new(gtk_keyval_trigger_new(GDK_KEY_Escape, GdkModifierType{}),
+                         gtk_named_action_new("window.close")));
+    gtk_widget_add_controller(GTK_WIDGET(window_), controller);
+  }
+
+  void answer(std::optional<int> button) {
+    AlertAnswer answer;
+    answer.button = button;
+    if (field_ != nullptr) answer.text = gtk_editable_get_text(GTK_EDITABLE(field_));
+    const auto completion = std::move(completion_);
+    gtk_window_destroy(window_);
+    delete this;
+    completion(answer);
+  }
+
+  std::function<void(AlertAnswer)> completion_;
+  ::GtkWindow *const window_;
+  GtkWidget *field_ = nullptr;
+};
+
+}  // namespace
+
+void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
+  auto *open = new OpenAlert(alert, std::move(completion));
+  gtk_window_set_transient_for(open->window(), application_.mainWindow());
+  gtk_window_set_modal(open->window(), TRUE);
+  menuBar_.addEditingKeys(open->window());
+  gtk_window_present(open->window());
+  open->focus();
+}
+
+}  // namespace orvel

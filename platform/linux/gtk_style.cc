@@ -1,0 +1,85 @@
+#include "platform/linux/gtk_style.h"
+
+#include <gtk/gtk.h>
+
+#include <cmath>
+#include <string>
+
+#include "platform/linux/gobject_pointer.h"
+
+namespace orvel {
+
+namespace {
+
+std::string cssColor(const Color &color) {
+  const auto byte = [](double part) { return std::to_string(std::lround(part * 255)); };
+  return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
+}
+
+constexpr const char *rules = R"css(
+@define-color orvel_text #c3ccd5;
+@define-color orvel_bright #eef2f5;
+@define-color orvel_raised mix(@orvel_tone, #8fa3b8, 0.11);
+@define-color orvel_line mix(@orvel_tone, #8fa3b8, 0.22);
+@define-color orvel_accent #8fc7ff;
+
+window.orvel { background: @orvel_tone; color: @orvel_text; }
+window.orvel.solid-csd { padding: 0; border: none; box-shadow: none; }
+.orvel headerbar, .orvel headerbar:backdrop {
+  background: @orvel_tone; color: @orvel_text; border: none; box-shadow: none;
+  min-height: 36px; padding: 0 6px;
+}
+.orvel headerbar button { color: @orvel_text; }
+
+.orvel menubar { background: none; border: none; box-shadow: none; padding: 0; }
+.orvel menubar > item {
+  color: @orvel_text; box-shadow: none; border-radius: 6px; padding: 4px 10px; min-height: 16px;
+}
+.orvel menubar > item:first-child { color: @orvel_bright; font-weight: bold; }
+.orvel menubar > item:selected, .orvel menubar > item:hover { background: @orvel_raised; }
+.orvel popover.menu > contents {
+  background: @orvel_raised; color: @orvel_text; border: 1px solid @orvel_line;
+  border-radius: 10px; padding: 5px; font-weight: normal;
+}
+.orvel popover.menu modelbutton { border-radius: 6px; padding: 4px 10px; min-height: 22px; }
+.orvel popover.menu modelbutton:selected, .orvel popover.menu modelbutton:hover {
+  background: alpha(@orvel_accent, 0.18); color: @orvel_bright;
+}
+.orvel popover.menu modelbutton accelerator { color: alpha(@orvel_text, 0.6); }
+.orvel popover.menu separator { background: @orvel_line; margin: 4px 6px; }
+
+window.orvel.alert, window.orvel.aboutdialog { background: @orvel_raised; }
+window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop {
+  background: @orvel_raised;
+}
+.orvel.aboutdialog label { outline: none; caret-color: transparent; }
+.orvel.alert .message { color: @orvel_bright; font-weight: bold; font-size: 1.1em; }
+.orvel.alert button, .orvel.alert entry {
+  background: mix(@orvel_raised, #8fa3b8, 0.14); color: @orvel_bright;
+  border: 1px solid @orvel_line; box-shadow: none; text-shadow: none;
+  border-radius: 7px; min-height: 22px;
+}
+.orvel.alert button { padding: 4px 18px; }
+.orvel.alert entry { background: @orvel_tone; padding: 0 8px; }
+.orvel.alert entry:focus-within { outline: 2px solid alpha(@orvel_accent, 0.55); outline-offset: -1px; }
+.orvel.alert entry selection { background: alpha(@orvel_accent, 0.35); color: @orvel_bright; }
+.orvel.alert button:hover { background: mix(@orvel_raised, #8fa3b8, 0.24); }
+.orvel.alert button.suggested-action { background: @orvel_accent; color: @orvel_tone; border-color: @orvel_accent; }
+.orvel.alert button.suggested-action:hover { background: mix(@orvel_accent, #ffffff, 0.25); }
+)css";
+
+}  // namespace
+
+void installStyle(const Color &tone) {
+  const std::string sheet = "@define-color orvel_tone " + cssColor(tone) + ";" + rules;
+  const auto provider = adopt(gtk_css_provider_new());
+  gtk_css_provider_load_from_data(provider.get(), sheet.data(), static_cast<gssize>(sheet.size()));
+  GdkDisplay *display = gdk_display_get_default();
+  gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider.get()),
+                                             GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+  // The About dialog gives its focus to a label, which would come up selected.
+  g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", TRUE,
+               "gtk-label-select-on-focus", FALSE, nullptr);
+}
+
+}  // namespace orvel

@@ -1,0 +1,126 @@
+#include "platform/linux/gtk_window.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/gtk_style.h"
+#include "platform/linux/webkit_web_view.h"
+#include "platform/linux/window_frame.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr guint settledMilliseconds = 400;
+
+GtkWidget *makeHeader(const WindowConfiguration &configuration, const GtkMenuBar &menuBar) {
+  GtkWidget *header = gtk_header_bar_new();
+  gtk_header_bar_pack_start(GTK_HEADER_BAR(header), menuBar.makeWidget());
+  if (!configuration.titleVisible) {
+    gtk_header_bar_set_title_widget(GTK_HEADER_BAR(header),
+                                    gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+  }
+  return header;
+}
+
+int pixels(double points) { return static_cast<int>(points); }
+
+}  // namespace
+
+GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &content,
+                             const std::optional<Rect> &screen, GtkApplicationHost &application,
+                             GtkMenuBar &menuBar, UserDefaults &defaults)
+    : application_(application),
+      defaults_(defaults),
+      autosaveName_(configuration.frameAutosaveName),
+      window_(GTK_WINDOW(gtk_window_new())) {
+  auto &page = dynamic_cast<WebKitPageView &>(content);
+  page.setColorBehind(configuration.backgroundColor);
+
+  gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
+  gtk_window_set_title(window_, configuration.title.c_str());
+  gtk_window_set_titlebar(window_, makeHeader(configuration, menuBar));
+  gtk_window_set_resizable(window_, configuration.resizable);
+  gtk_window_set_deletable(window_, configuration.closable);
+  gtk_window_set_child(window_, page.widget());
+  menuBar.addApplicationKeys(window_);
+  menuBar.addEditingKeys(window_);
+  restoreFrame(configuration, screen);
+  application_.addWindow(window_);
+  application_.beforeEnd([this] { keepFrame(); });
+
+  const auto changed = G_CALLBACK(+[](GtkMainWindow *window) { window->frameChanged(); });
+  g_signal_connect_swapped(window_, "notify::default-width", changed, this);
+  g_signal_connect_swapped(window_, "notify::default-height", changed, this);
+  g_signal_connect_swapped(window_, "notify::maximized", changed, this);
+  g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](GtkMainWindow *window) {
+                             window->closed();
+                             return gboolean{TRUE};
+                           }),
+                           this);
+}
+
+GtkMainWindow::~GtkMainWindow() {
+  application_.beforeEnd(nullptr);
+  g_clear_handle_id(&keeping_, g_source_remove);
+  g_signal_handlers_disconnect_by_data(window_, this);
+  gtk_window_destroy(window_);
+}
+
+void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration,
+                                 const std::optional<Rect> &screen) {
+  const Rect room = screen.value_or(configuration.contentRect);
+  // A window must fit the screen, even one that is smaller than the minimum.
+  const int minimumWidth = pixels(std::min(configuration.minimumWidth, room.width));
+  const int minimumHeight = pixels(std::min(configuration.minimumHeight, room.height));
+  gtk_widget_set_size_request(GTK_WIDGET(window_), minimumWidth, minimumHeight);
+
+  const auto kept = parseFrame(defaults_.text(autosaveName_).value_or(""));
+  const WindowFrame frame = kept.value_or(WindowFrame{
+      pixels(configuration.contentRect.width), pixels(configuration.contentRect.height), true});
+  gtk_window_set_default_size(window_, std::clamp(frame.width, minimumWidth, pixels(room.width)),
+                              std::clamp(frame.height, minimumHeight, pixels(room.height)));
+  if (frame.maximised) gtk_window_maximize(window_);
+}
+
+void GtkMainWindow::makeKeyAndOrderFront() {
+  gtk_window_present(window_);
+  gtk_widget_grab_focus(gtk_window_get_child(window_));
+}
+
+void GtkMainWindow::frameChanged() {
+  g_clear_handle_id(&keeping_, g_source_remove);
+  keeping_ = g_timeout_add_once(
+      settledMilliseconds,
+      +[](gpointer window) {
+        auto *self = static_cast<GtkMainWindow *>(window);
+        self->keeping_ = 0;
+        self->keepFrame();
+      },
+      this);
+}
+
+void GtkMainWindow::keepFrame() {
+  // A hidden window has forgotten that it filled the screen.
+  if (autosaveName_.empty() || !gtk_widget_get_visible(GTK_WIDGET(window_))) return;
+  WindowFrame frame;
+  gtk_window_get_default_size(window_, &frame.width, &frame.height);
+  frame.maximised = gtk_window_is_maximized(window_);
+  const std::string text = frameText(frame);
+  if (defaults_.text(autosaveName_) != text) defaults_.setText(autosaveName_, text);
+}
+
+void GtkMainWindow::closed() {
+  keepFrame();
+  gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
+  application_.lastWindowClosed();
+}
+
+std::unique_ptr<Window> GtkWindowSystem::create(const WindowConfiguration &configuration,
+                                                WebView &content) {
+  installStyle(configuration.backgroundColor);
+  return std::make_unique<GtkMainWindow>(configuration, content, mainScreenVisibleFrame(),
+                                         application_, menuBar_, defaults_);
+}
+
+}  // namespace orvel

@@ -1,0 +1,83 @@
+#include "platform/linux/linux_platform.h"
+
+#include <glib.h>
+
+#include <filesystem>
+
+namespace orvel {
+
+namespace {
+
+constexpr const char *fallbackIdentifier = "nl.orvel.os";
+constexpr const char *fallbackName = "Orvel OS";
+
+std::string inFolder(const char *folder, const std::string &name) {
+  return std::string(folder) + "/" + name;
+}
+
+}  // namespace
+
+std::string mainBundlePath() {
+  std::error_code error;
+  // The executable lies in Contents/Linux.
+  const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+  return executable.parent_path().parent_path().parent_path().string();
+}
+
+LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
+    : environment_(processEnvironment()),
+      drawing_([] {
+        const Drawing drawing = chooseDrawing();
+        prepareDrawing(drawing);
+        return drawing;
+      }()),
+      resources_(bundlePath + "/Contents/Resources"),
+      bundle_(bundlePath),
+      identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
+      name_(bundle_.infoText("CFBundleName").value_or(fallbackName)),
+      processes_(environment_),
+      defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
+      application_(identifier_, [this] { gtkStarted(); }),
+      commands_(
+          application_,
+          AboutInformation{.name = name_,
+                           .version = bundle_.infoText("CFBundleShortVersionString").value_or("0"),
+                           .icon = resources_ + "/" + fallbackIdentifier + ".svg"}),
+      menuBar_(name_, [this](MenuAction action,
+                             ::GtkWindow *window) { commands_.perform(action, window); }),
+      windows_(application_, menuBar_, defaults_),
+      webViews_(WebKitSurroundings{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
+                                   .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
+                                   .accelerated = drawing_.withGraphicsCard}),
+      panels_(application_, menuBar_) {
+  commands_.prepareAbout = [this](::GtkWindow *window) { menuBar_.addApplicationKeys(window); };
+}
+
+void LinuxPlatform::gtkStarted() {
+  GtkSettings *settings = gtk_settings_get_default();
+  // A bar that fades costs seconds of processor time where the processor draws.
+  if (!drawing_.withGraphicsCard) {
+    g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
+  }
+  gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
+                                 resources_.c_str());
+  gtk_window_set_default_icon_name(fallbackIdentifier);
+}
+
+Platform LinuxPlatform::ports() {
+  return {.application = application_,
+          .windows = windows_,
+          .webViews = webViews_,
+          .menuBar = menuBar_,
+          .panels = panels_,
+          .mainQueue = mainQueue_,
+          .backgroundQueue = backgroundQueue_,
+          .clock = clock_,
+          .processes = processes_,
+          .http = http_,
+          .bundle = bundle_,
+          .defaults = defaults_,
+          .locations = locations_};
+}
+
+}  // namespace orvel

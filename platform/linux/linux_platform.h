@@ -1,0 +1,68 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/linux/drawing.h"
+#include "platform/linux/glib_main_queue.h"
+#include "platform/linux/gtk_application.h"
+#include "platform/linux/gtk_commands.h"
+#include "platform/linux/gtk_menu_bar.h"
+#include "platform/linux/gtk_panels.h"
+#include "platform/linux/gtk_window.h"
+#include "platform/linux/key_file_user_defaults.h"
+#include "platform/linux/plist_bundle.h"
+#include "platform/linux/soup_http_session.h"
+#include "platform/linux/thread_background_queue.h"
+#include "platform/linux/user_locations.h"
+#include "platform/linux/webkit_web_view.h"
+#include "platform/platform.h"
+#include "platform/posix/posix_process_launcher.h"
+#include "platform/posix/system_clock.h"
+
+namespace orvel {
+
+/// The path of the bundle in which the running executable lies.
+std::string mainBundlePath();
+
+/// The Linux desktop: every port, made for one bundle. Made before GTK starts
+/// and while there is one thread.
+class LinuxPlatform {
+ public:
+  explicit LinuxPlatform(const std::string &bundlePath);
+  LinuxPlatform(const LinuxPlatform &) = delete;
+  LinuxPlatform &operator=(const LinuxPlatform &) = delete;
+
+  Platform ports();
+
+  GtkApplicationHost &applicationHost() { return application_; }
+
+  /// What must be set once GTK has started; Application::run does it itself.
+  void gtkStarted();
+
+ private:
+  // The order counts: children get the environment as the user gave it.
+  const std::map<std::string, std::string> environment_;
+  const Drawing drawing_;
+  const std::string resources_;
+  PlistBundle bundle_;
+  const std::string identifier_;
+  const std::string name_;
+
+  GlibMainQueue mainQueue_;
+  ThreadBackgroundQueue backgroundQueue_;
+  SystemClock clock_;
+  PosixProcessLauncher processes_;
+  SoupHttpSession http_;
+  KeyFileUserDefaults defaults_;
+  UserLocations locations_;
+
+  GtkApplicationHost application_;
+  GtkCommands commands_;
+  GtkMenuBar menuBar_;
+  GtkWindowSystem windows_;
+  WebKitPageViewFactory webViews_;
+  GtkPanels panels_;
+};
+
+}  // namespace orvel

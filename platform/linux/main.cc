@@ -1,0 +1,11 @@
+#include <cstdlib>
+
+#include "app/entry.h"
+#include "platform/linux/linux_platform.h"
+
+int main() {
+  orvel::LinuxPlatform platform(orvel::mainBundlePath());
+  orvel::runApplication(platform.ports());
+  // Not by returning: other threads may still post to what would be destroyed.
+  std::exit(0);
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/bundle.h"
+#include "platform/linux/plist_file.h"
+
+namespace orvel {
+
+/// An application bundle in a folder, with its information in
+/// Contents/Info.plist. Read once, when made: an update that takes the folder's
+/// place does not change what this process is.
+class PlistBundle final : public Bundle {
+ public:
+  explicit PlistBundle(const std::string &bundlePath);
+
+  std::optional<std::string> infoText(std::string_view key) const override;
+
+ private:
+  const PlistTexts texts_;
+};
+
+}  // namespace orvel

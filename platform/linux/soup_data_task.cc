@@ -1,0 +1,237 @@
+#include "platform/linux/soup_data_task.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+constexpr std::size_t largestBody = std::size_t{64} * 1024 * 1024;
+constexpr gsize blockSize = 64 * 1024;
+
+void release(GSource *source) {
+  g_source_destroy(source);
+  g_source_unref(source);
+}
+
+/// A field name (RFC 9110, 5.6.2) and a value that cannot end its line.
+bool isSendable(const std::pair<std::string, std::string> &field) {
+  const auto &[name, value] = field;
+  return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
+    return g_ascii_isalnum(character) ||
+           std::string_view("!#$%&'*+-.^_`|~").find(character) != std::string_view::npos;
+  }) && value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+}
+
+/// Calls a function of the source's data when its ready time has come.
+GSource *newAlarm() {
+  static GSourceFuncs functions{nullptr,
+                                nullptr,
+                                [](GSource *, GSourceFunc callback, gpointer data) {
+                                  return callback(data); },
+                                nullptr,
+                                nullptr,
+                                nullptr};
+  return g_source_new(&functions, sizeof(GSource));
+}
+
+bool isHttp(GUri *uri) {
+  if (uri == nullptr) return false;
+  const std::string_view scheme = g_uri_get_scheme(uri);
+  const char *host = g_uri_get_host(uri);
+  return (scheme == "http" || scheme == "https") && host != nullptr && *host != '\0';
+}
+
+bool sameOrigin(GUri *one, GUri *other) {
+  return g_ascii_strcasecmp(g_uri_get_scheme(one), g_uri_get_scheme(other)) == 0 &&
+         g_ascii_strcasecmp(g_uri_get_host(one), g_uri_get_host(other)) == 0 &&
+         g_uri_get_port(one) == g_uri_get_port(other);
+}
+
+}  // namespace
+
+SoupDataTask::SoupDataTask(const UrlRequest &request)
+    : request_(request),
+      message_(makeMessage()),
+      origin_(message_ ? g_uri_ref(soup_message_get_uri(message_.get())) : nullptr),
+      cancellable_(adopt(g_cancellable_new())),
+      silence_(newAlarm(), release),
+      arrival_(nullptr, release) {}
+
+SoupDataTask::~SoupDataTask() {
+  if (message_) g_signal_handlers_disconnect_by_data(message_.get(), this);
+}
+
+void SoupDataTask::start(SoupSession *session, DataCompletion ended) {
+  ended_ = std::move(ended);
+  // What has arrived is seen to first, so that work that held this thread up
+  // is not taken for a silent server.
+  g_source_set_priority(silence_.get(), G_PRIORITY_DEFAULT + 1);
+  g_source_set_callback(
+      silence_.get(),
+      [](gpointer self) -> gboolean {
+        static_cast<SoupDataTask *>(self)->silent();
+        return G_SOURCE_CONTINUE;
+      },
+      this, nullptr);
+  g_source_attach(silence_.get(), g_main_context_get_thread_default());
+  if (!message_) {
+    g_source_set_ready_time(silence_.get(), 0);
+    return;
+  }
+
+  dataArrived();
+  g_signal_connect(message_.get(), "network-event",
+                   G_CALLBACK(+[](SoupMessage *, GSocketClientEvent event, GIOStream *connection,
+                                  SoupDataTask *self) {
+                     if (event == G_SOCKET_CLIENT_CONNECTED) self->connected(connection);
+                   }),
+                   this);
+  g_signal_connect(message_.get(), "restarted",
+                   G_CALLBACK(+[](SoupMessage *, SoupDataTask *self) { self->redirected(); }),
+                   this);
+  soup_session_send_async(
+      session, message_.get(), G_PRIORITY_DEFAULT, cancellable_.get(),
+      [](GObject *source, GAsyncResult *result, gpointer self) {
+        static_cast<SoupDataTask *>(self)->answered(SOUP_SESSION(source), result);
+      },
+      this);
+}
+
+void SoupDataTask::cancel() { g_cancellable_cancel(cancellable_.get()); }
+
+GObjectPointer<SoupMessage> SoupDataTask::makeMessage() const {
+  const auto &[url, cachePolicy, timeout, headers] = request_;
+  if (!std::all_of(headers.begin(), headers.end(), isSendable)) return {};
+  const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
+      url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr));
+  if (!isHttp(uri.get())) return {};
+
+  auto message = adopt(soup_message_new_from_uri(SOUP_METHOD_GET, uri.get()));
+  soup_message_add_flags(message.get(), SOUP_MESSAGE_NEW_CONNECTION);
+  SoupMessageHeaders *fields = soup_message_get_request_headers(message.get());
+  soup_message_headers_append(fields, "Accept-Encoding", "identity");
+  soup_message_headers_append(fields, "Connection", "close");
+  for (const auto &[name, value] : headers) {
+    soup_message_headers_replace(fields, name.c_str(), value.c_str());
+  }
+  if (cachePolicy == CachePolicy::reloadIgnoringLocalData) {
+    soup_message_headers_replace(fields, "Cache-Control", "no-cache");
+    soup_message_headers_replace(fields, "Pragma", "no-cache");
+  }
+  return message;
+}
+
+void SoupDataTask::silent() {
+  g_source_set_ready_time(silence_.get(), -1);
+  if (message_) {
+    cancel();
+  } else {
+    finish(std::nullopt, std::nullopt);
+  }
+}
+
+void SoupDataTask::connected(GIOStream *connection) {
+  arrival_.reset();
+  if (!G_IS_SOCKET_CONNECTION(connection)) return;
+  socket_ = retain(g_socket_connection_get_socket(G_SOCKET_CONNECTION(connection)));
+  arrival_.reset(g_socket_create_source(socket_.get(), G_IO_IN, nullptr));
+  const GSocketSourceFunc arrived = [](GSocket *, GIOCondition condition,
+                                       gpointer self) -> gboolean {
+    if (condition != G_IO_IN) return G_SOURCE_REMOVE;
+    static_cast<SoupDataTask *>(self)->dataArrived();
+    return G_SOURCE_CONTINUE;
+  };
+  g_source_set_callback(arrival_.get(), G_SOURCE_FUNC(arrived), this, nullptr);
+  g_source_attach(arrival_.get(), g_main_context_get_thread_default());
+}
+
+void SoupDataTask::redirected() {
+  if (sameOrigin(origin_.get(), soup_message_get_uri(message_.get()))) return;
+  for (const auto &[name, value] : request_.headers) {
+    soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());
+  }
+}
+
+void SoupDataTask::dataArrived() {
+  g_source_set_ready_time(
+      silence_.get(), g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
+}
+
+void SoupDataTask::answered(SoupSession *session, GAsyncResult *result) {
+  stream_.reset(soup_session_send_finish(session, result, nullptr));
+  if (stream_) {
+    readMore();
+  } else {
+    finish(std::nullopt, std::nullopt);
+  }
+}
+
+void SoupDataTask::readMore() {
+  g_input_stream_read_bytes_async(
+      stream_.get(), blockSize, G_PRIORITY_DEFAULT, cancellable_.get(),
+      [](GObject *, GAsyncResult *result, gpointer self) {
+        static_cast<SoupDataTask *>(self)->bodyArrived(result);
+      },
+      this);
+}
+
+void SoupDataTask::bodyArrived(GAsyncResult *result) {
+  const std::unique_ptr<GBytes, void (*)(GBytes *)> block(
+      g_input_stream_read_bytes_finish(stream_.get(), result, nullptr), g_bytes_unref);
+  gsize size = 0;
+  const void *data = block ? g_bytes_get_data(block.get(), &size) : nullptr;
+  if (!block || size > largestBody - body_.size()) {
+    finish(std::nullopt, std::nullopt);
+  } else if (size > 0) {
+    body_.append(static_cast<const char *>(data), size);
+    readMore();
+  } else if (!bodyIsWhole()) {
+    finish(std::nullopt, std::nullopt);
+  } else {
+    HttpResponse response;
+    response.statusCode = static_cast<int>(soup_message_get_status(message_.get()));
+    finish(response, std::move(body_));
+  }
+}
+
+bool SoupDataTask::bodyIsWhole() {
+  SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
+  const guint status = soup_message_get_status(message_.get());
+  const bool hasBody = status != SOUP_STATUS_NO_CONTENT && status != SOUP_STATUS_NOT_MODIFIED;
+  switch (soup_message_headers_get_encoding(fields)) {
+    case SOUP_ENCODING_CONTENT_LENGTH:
+      // libsoup lets a body be shorter when the connection closes after it.
+      return !hasBody ||
+             static_cast<goffset>(body_.size()) == soup_message_headers_get_content_length(fields);
+    case SOUP_ENCODING_CHUNKED: {
+      if (!hasBody || !socket_ || soup_message_get_http_version(message_.get()) > SOUP_HTTP_1_1) {
+        return true;
+      }
+      // libsoup takes a connection that ends between two chunks for the end of
+      // the body. Asked again without a connection, it repeats that end only
+      // when it has read the last chunk.
+      g_socket_close(socket_.get(), nullptr);
+      std::array<char, 64> ignored;
+      return g_input_stream_read(stream_.get(), ignored.data(), ignored.size(), nullptr, nullptr) ==
+             0;
+    }
+    default:
+      return true;
+  }
+}
+
+void SoupDataTask::finish(std::optional<HttpResponse> response, std::optional<std::string> body) {
+  silence_.reset();
+  arrival_.reset();
+  stream_.reset();
+  // The task goes with this call.
+  const DataCompletion ended = std::move(ended_);
+  ended(std::move(response), std::move(body));
+}
+
+}  // namespace orvel

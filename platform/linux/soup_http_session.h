@@ -1,0 +1,58 @@
+#pragma once
+
+#include <glib.h>
+
+#include <memory>
+#include <set>
+#include <thread>
+
+#include "platform/http_session.h"
+#include "platform/linux/glib_main_queue.h"
+
+namespace orvel {
+
+class SoupDataTask;
+struct SoupSessions;
+
+/// Requests by libsoup, on a thread of their own on which the completions are
+/// called too, one at a time. No cookies and no cache are kept; every request
+/// has a connection of its own and asks for an uncompressed body. Beyond what
+/// the port says:
+/// - A field that is set for the first server is not set again when a redirect
+///   through another origin leads back to it. At most 20 redirects are followed.
+/// - A body of more than 64 MiB is a failure, and so is a request that HTTP has
+///   no spelling for: another scheme than http and https, a field whose name is
+///   no token or whose value holds CR, LF or NUL (RFC 9110, 5.5). Such a
+///   request is not sent.
+/// - This machine's own addresses are never reached through a proxy.
+class SoupHttpSession final : public HttpSession {
+ public:
+  SoupHttpSession();
+  /// Cancels what runs, calls the completions that are still due (absent
+  /// response) and waits for them. Not on the session's own thread.
+  ~SoupHttpSession() override;
+  SoupHttpSession(const SoupHttpSession &) = delete;
+  SoupHttpSession &operator=(const SoupHttpSession &) = delete;
+
+  void dataTask(const UrlRequest &request, DataCompletion completion) override;
+
+ private:
+  struct ContextRelease {
+    void operator()(GMainContext *context) const { g_main_context_unref(context); }
+  };
+
+  void run();
+  void start(const UrlRequest &request, const DataCompletion &completion);
+
+  const std::unique_ptr<GMainContext, ContextRelease> context_;
+  GlibMainQueue queue_;
+
+  // What follows belongs to the session's thread.
+  bool stopping_ = false;
+  SoupSessions *sessions_ = nullptr;
+  std::set<std::unique_ptr<SoupDataTask>> tasks_;
+
+  std::thread thread_;
+};
+
+}  // namespace orvel

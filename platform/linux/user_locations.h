@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/locations.h"
+
+namespace orvel {
+
+/// The folders of the user whose session it is.
+class UserLocations final : public Locations {
+ public:
+  std::string home() const override;
+  bool isExecutableFile(const std::string &path) const override;
+};
+
+}  // namespace orvel
