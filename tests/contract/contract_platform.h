@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/platform.h"
+
+namespace orvel {
+
+/// A platform under contract, and what a test needs to drive it.
+class ContractPlatform {
+ public:
+  virtual ~ContractPlatform() = default;
+
+  virtual Platform ports() = 0;
+  /// Runs the main loop until the condition holds. False when it does not
+  /// within the limit (virtual time on the fake, real time elsewhere).
+  virtual bool runUntil(const std::function<bool()> &condition,
+                        std::chrono::milliseconds limit = std::chrono::seconds(20)) = 0;
+  /// Whether the calling thread is this platform's main thread.
+  virtual bool onMainThread() const = 0;
+
+  /// Plays the user: types the text into the field of the alert that is in
+  /// front, if it has one, and takes the button, or closes the alert without.
+  virtual void answerAlert(const AlertAnswer &answer) = 0;
+  /// Plays the session: asks the running application to end.
+  virtual void requestTermination() = 0;
+};
+
+/// A platform that this build can run, by name.
+struct PlatformUnderContract {
+  std::string name;
+  std::function<std::unique_ptr<ContractPlatform>()> make;
+};
+
+std::unique_ptr<ContractPlatform> makeFakeContractPlatform();
+#if defined(__linux__)
+std::unique_ptr<ContractPlatform> makeLinuxContractPlatform();
+#endif
+
+/// Every platform that this build can run; for testing::ValuesIn.
+std::vector<PlatformUnderContract> platformsUnderContract();
+
+}  // namespace orvel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/posix/posix_process_launcher.h"
+
+namespace orvel::posix_test {
+
+/// Waits for a condition that another thread or process brings about. False
+/// when it does not come within the limit.
+bool eventually(const std::function<bool()> &condition,
+                std::chrono::milliseconds limit = std::chrono::seconds(20));
+
+/// Runs a program to its end and gives everything that it and its children
+/// wrote to standard output.
+struct Outcome {
+  std::string output;
+  std::string error;
+  int status = 0;
+};
+Outcome run(ProcessLauncher &launcher, LaunchRequest request);
+/// The same for a command of the plain shell.
+Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
+
+LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
+
+/// How many descriptors this process has open.
+int openDescriptors();
+/// Whether a child of this process has ended and waits to be reaped.
+bool hasZombie();
+std::string description(int errorNumber);
+std::string contentsOf(const std::filesystem::path &path);
+
+/// A folder that goes with its owner.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder &) = delete;
+  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+  const std::filesystem::path &path() const { return path_; }
+  /// Writes a file into the folder and gives its path.
+  std::string file(const std::string &name, const std::string &contents,
+                   bool isExecutable = false) const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace orvel::posix_test

@@ -1,0 +1,140 @@
+// What becomes of answers, good and bad, that come over a real socket.
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/soup_http_session.h"
+#include "tests/contract/http_replies.h"
+#include "tests/contract/loopback_server.h"
+
+namespace orvel {
+namespace {
+
+class SoupHttpAnswer : public testing::Test {
+ protected:
+  /// What becomes of a request that is answered with these bytes, after which
+  /// the connection closes.
+  HttpReplies::Reply replyTo(const std::string &bytes) {
+    LoopbackServer server(
+        [&](LoopbackConnection &client, const std::string &) { client.send(bytes); });
+    return fetch(session_, requestOf(server.url()));
+  }
+  void expectFailure(const std::string &bytes) {
+    const auto reply = replyTo(bytes);
+    EXPECT_EQ(reply.status, std::nullopt) << bytes;
+    EXPECT_EQ(reply.body, std::nullopt) << bytes;
+  }
+
+  SoupHttpSession session_;
+};
+
+TEST_F(SoupHttpAnswer, GivesEveryStatusAndBody) {
+  for (const char *status : {"200 OK", "201 Created", "401 Unauthorized", "403 Forbidden",
+                             "404 Not Found", "500 Broken", "503 Busy", "299 Odd"}) {
+    const auto reply = replyTo(answer(status, "the body"));
+    EXPECT_EQ(reply.status, std::stoi(status));
+    EXPECT_EQ(reply.body, "the body");
+  }
+  for (const char *status : {"204 No Content", "304 Not Modified"}) {
+    const auto reply = replyTo("HTTP/1.1 " + std::string(status) + "\r\n\r\n");
+    EXPECT_EQ(reply.status, std::stoi(status));
+    EXPECT_EQ(reply.body, "");
+  }
+  EXPECT_EQ(replyTo("HTTP/1.1 304 Not Modified\r\nContent-Length: 9\r\n\r\n").status, 304);
+}
+
+TEST_F(SoupHttpAnswer, AsksNobodyForAPassword) {
+  const auto reply =
+      replyTo(answer("401 Unauthorized", "no", "WWW-Authenticate: Basic realm=\"os\"\r\n"));
+  EXPECT_EQ(reply.status, 401);
+  EXPECT_EQ(reply.body, "no");
+}
+
+TEST_F(SoupHttpAnswer, GivesTheWholeBodyInEveryFraming) {
+  const std::string bytes("a\0\r\n\xff", 5);
+  EXPECT_EQ(replyTo(answer("200 OK", bytes)).body, bytes);
+  EXPECT_EQ(replyTo("HTTP/1.0 200 OK\r\n\r\n" + bytes).body, bytes);
+  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + bytes).body, bytes);
+  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                    "3\r\nabc\r\n5;x=y\r\n" +
+                    bytes + "\r\n0\r\n\r\n")
+                .body,
+            "abc" + bytes);
+  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n").body, "");
+  EXPECT_EQ(replyTo("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + answer("200 OK", "x")).body,
+            "x");
+  const std::string large(20'000'000, 'x');
+  EXPECT_EQ(replyTo(answer("200 OK", large)).body, large);
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {
+  const auto reply =
+      fetch(session_, requestOf("http://127.0.0.1:" + std::to_string(unusedPort()) + "/"));
+  EXPECT_EQ(reply.status, std::nullopt);
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheHeadIsCut) {
+  expectFailure("");
+  expectFailure("HTT");
+  expectFailure("HTTP/1.1 200 O");
+  expectFailure("HTTP/1.1 200 OK\r");
+  expectFailure("HTTP/1.1 200 OK\r\nContent-Le");
+  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
+  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r");
+  expectFailure("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheBodyIsCut) {
+  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
+  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  expectFailure("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");
+  expectFailure("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
+                           "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
+    expectFailure(chunked + body);
+  }
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheConnectionBreaks) {
+  for (const char *bytes :
+       {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", "HTTP/1.1 200 OK\r\n\r\nab"}) {
+    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+      client.send(bytes);
+      client.reset();
+    });
+    EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt) << bytes;
+  }
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenItIsNotHttp) {
+  expectFailure("220 ready\r\n");
+  expectFailure("<html>hello</html>\r\n\r\n");
+  expectFailure("HTTP/1.1 abc OK\r\n\r\n");
+  expectFailure(std::string("\x16\x03\x01\x00\x00\x00", 6));
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheBodyHasNoEnd) {
+  std::size_t sent = 0;
+  LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+    const std::string block(1'000'000, 'x');
+    client.send("HTTP/1.0 200 OK\r\n\r\n");
+    while (sent < 1'000'000'000 && client.send(block)) sent += block.size();
+  });
+  EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt);
+}
+
+TEST_F(SoupHttpAnswer, FailsWhenTheHeadHasNoEnd) {
+  for (const std::string line : {"X-Field: x\r\n", "x"}) {
+    std::string block;
+    while (block.size() < 100'000) block += line;
+    std::size_t sent = 0;
+    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+      client.send("HTTP/1.1 200 OK\r\n");
+      while (sent < 200'000'000 && client.send(block)) sent += block.size();
+    });
+    EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt);
+  }
+}
+
+}  // namespace
+}  // namespace orvel

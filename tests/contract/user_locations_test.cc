@@ -1,0 +1,22 @@
+// The user's folders as the Linux session gives them.
+
+#include "platform/linux/user_locations.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/contract/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+TEST(UserLocations, KnowsAnExecutableFile) {
+  const posix_test::TemporaryFolder folder;
+  const UserLocations locations;
+  EXPECT_TRUE(locations.isExecutableFile(folder.file("program", "#!/bin/sh\n", true)));
+  EXPECT_FALSE(locations.isExecutableFile(folder.file("text", "x")));
+  EXPECT_FALSE(locations.isExecutableFile(folder.path().string()));
+  EXPECT_FALSE(locations.isExecutableFile((folder.path() / "missing").string()));
+}
+
+}  // namespace
+}  // namespace orvel

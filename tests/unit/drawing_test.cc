@@ -1,0 +1,81 @@
+#include "platform/linux/drawing.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace orvel {
+namespace {
+
+using std::filesystem::path;
+
+constexpr const char *gtkRenderer = "GSK_RENDERER";
+constexpr const char *sharedBuffersOff = "WEBKIT_DISABLE_DMABUF_RENDERER";
+
+class Drawings : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvel-XXXXXX").string();
+    folder = ::mkdtemp(pattern.data());
+    ::unsetenv(gtkRenderer);
+    ::unsetenv(sharedBuffersOff);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder); }
+
+  path makeFile(const char *name) {
+    std::ofstream(folder / name) << "x";
+    return folder / name;
+  }
+  static std::string variable(const char *name) {
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "(unset)";
+  }
+
+  path folder;
+};
+
+TEST_F(Drawings, aRenderNodeIsAGraphicsCard) {
+  EXPECT_FALSE(chooseDrawing(folder, folder / "none").withGraphicsCard);
+  makeFile("card0");
+  EXPECT_FALSE(chooseDrawing(folder, folder / "none").withGraphicsCard);
+  makeFile("renderD128");
+  EXPECT_TRUE(chooseDrawing(folder, folder / "none").withGraphicsCard);
+}
+
+TEST_F(Drawings, aMachineWithoutTheFolderHasNoCard) {
+  EXPECT_EQ(chooseDrawing(folder / "none", folder / "none"), Drawing());
+}
+
+TEST_F(Drawings, nvidiasDriverTellsItself) {
+  EXPECT_TRUE(chooseDrawing(folder, makeFile("version")).withNvidiaDriver);
+}
+
+TEST_F(Drawings, theProcessorDrawsWithCairo) {
+  prepareDrawing({.withGraphicsCard = false});
+  EXPECT_EQ(variable(gtkRenderer), "cairo");
+  EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
+}
+
+TEST_F(Drawings, aCardDrawsAsGtkWouldHaveIt) {
+  prepareDrawing({.withGraphicsCard = true});
+  EXPECT_EQ(variable(gtkRenderer), "(unset)");
+  EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
+}
+
+TEST_F(Drawings, nvidiasDriverSharesNoBuffers) {
+  prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true});
+  EXPECT_EQ(variable(gtkRenderer), "(unset)");
+  EXPECT_EQ(variable(sharedBuffersOff), "1");
+}
+
+TEST_F(Drawings, whatTheUserHasSetStays) {
+  ::setenv(gtkRenderer, "ngl", 1);
+  ::setenv(sharedBuffersOff, "0", 1);
+  prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true});
+  EXPECT_EQ(variable(gtkRenderer), "ngl");
+  EXPECT_EQ(variable(sharedBuffersOff), "0");
+}
+
+}  // namespace
+}  // namespace orvel
