@@ -14,7 +14,7 @@ packages=(
   zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
   # What the tests drive it with.
-  libgtest-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
+  libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
 )
 
 missing=()

@@ -1,0 +1,75 @@
+// The OS server of the tests. It lies as v3/server.mjs in a data root; the file
+// behaviour.json beside it tells how it behaves, and everything that happens to
+// it becomes a line of JSON in record.jsonl.
+
+import { appendFileSync, existsSync, readFileSync } from 'node:fs';
+import { createServer } from 'node:http';
+import { dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+import { page } from './page.mjs';
+
+const here = dirname(fileURLToPath(import.meta.url));
+const path = join(here, 'behaviour.json');
+const behaviour = existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {};
+
+// Written synchronously: whoever sees an answer finds the line already there.
+function record(event, details = {}) {
+  const line = { event, pid: process.pid, time: Date.now(), ...details };
+  appendFileSync(join(here, 'record.jsonl'), `${JSON.stringify(line)}\n`);
+}
+
+record('started', { argv: process.argv, cwd: process.cwd(), env: { ...process.env } });
+process.stdout.write('woord op de gewone uitvoer\n');
+process.stderr.write('woord op de foutuitvoer\n');
+
+for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
+  process.on(signal, () => {
+    record('signal', { signal });
+    if (behaviour.deaf) return;
+    setTimeout(() => {
+      record('stopped');
+      process.exit(0);
+    }, behaviour.stopsAfter ?? 0);
+  });
+}
+
+let refusals = behaviour.refusals ?? 0;
+
+function answer(request, response, body) {
+  const { method, url, headers } = request;
+  record('request', { method, url, headers, body });
+  if (behaviour.silent) return;
+  if (behaviour.hangsUp) {
+    request.socket.destroy();
+    return;
+  }
+  if (url === '/api/wie' && refusals > 0) {
+    refusals -= 1;
+    response.writeHead(behaviour.refusal ?? 401).end();
+  } else if (method === 'POST' || url === '/api/wie') {
+    response.writeHead(200, { 'content-type': 'application/json' }).end('{}');
+  } else if (url === '/') {
+    const type = { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' };
+    response.writeHead(200, type).end(page);
+  } else {
+    response.writeHead(404).end();
+  }
+}
+
+function listen() {
+  const server = createServer((request, response) => {
+    let body = '';
+    request.on('data', (piece) => (body += piece));
+    request.on('end', () => answer(request, response, body));
+  });
+  server.listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
+}
+
+if (behaviour.exits !== undefined) {
+  process.exitCode = behaviour.exits;
+} else if (behaviour.neverListens) {
+  setInterval(() => {}, 1000);
+} else {
+  listen();
+}
