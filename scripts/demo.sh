@@ -154,7 +154,7 @@ trap 'exit 129' HUP
 scripts/setup.sh
 echo "demo: building"
 cmake --preset default >/dev/null
-cmake --build --preset default --target orvel-os -- --quiet
+cmake --build --preset default --target orvel-os
 port_taken && fail "port 4767 is in use; quit the program that uses it (lsof -i tcp:4767)"
 
 work=$(mktemp -d)

@@ -32,7 +32,7 @@ const steps = [
     name: "a probe with the application's key",
     is: (line) => asks('GET', '/api/wie')(line) && Boolean(line.headers['x-orvel-app']),
     tell: ({ headers }, count) =>
-      `${count === 1 ? 'a probe' : `${count} probes`} answered: X-ORVEL-App "${headers['x-orvel-app']}"`,
+      `probes: ${count}, with the header X-ORVEL-App "${headers['x-orvel-app']}"`,
   },
   {
     name: 'a page request with the key as cookie and without the header',

@@ -13,7 +13,7 @@ import { waitFor } from './harness/wait.mjs';
 
 const { trial, keep } = trialsOn();
 
-trial('a first start goes from server over probes and cookie to the page', {}, async (user, screen) => {
+trial('a first start goes over server, probes and cookie to the page', {}, async (user, screen) => {
   mkdirSync(dirname(user.root.log));
   writeFileSync(user.root.log, 'woord van een vorige keer\n'.repeat(1000));
 

@@ -97,13 +97,14 @@ export class User {
       env: { ...this.environment, ...environment },
       stdio: ['ignore', 'pipe', 'pipe'],
     });
-    const run = { child, pid: child.pid, output: '', ended: null, startTime: Date.now() };
+    const run = { child, pid: child.pid, output: '', ended: null };
     child.stdout.on('data', (text) => (run.output += text));
     child.stderr.on('data', (text) => (run.output += text));
     child.once('exit', (code, signal) => {
       run.ended = { code, signal, time: Date.now() };
+      if (!signal || this.removing) return;
       // The tests end it by signals that it answers; all others are crashes.
-      if (signal && !this.removing) stopWaiting(new Error(`the application was ended by ${signal}`));
+      stopWaiting(new Error(`the application was ended by ${signal}`));
     });
     child.once('error', (error) => (run.ended = { error }));
     if (child.pid) this.sessions.add(child.pid);
