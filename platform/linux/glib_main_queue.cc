@@ -79,8 +79,9 @@ void GlibMainQueue::runNext() {
       } else {
         work = task.work;
         // Times that were missed are left out, and the beat is kept.
-        const auto missed = (now - due) / task.interval;
-        insert(due + (missed + 1) * task.interval, std::move(task));
+        const auto beats = (now - due) / task.interval + 1;
+        const auto next = due + beats * task.interval;
+        insert(next, std::move(task));
       }
     }
     // Set before the work runs: it may open a loop of its own.

@@ -20,7 +20,7 @@ namespace orvel {
 namespace {
 
 constexpr const char *group = "Defaults";
-constexpr std::size_t longestFile = 16 * 1024 * 1024;
+constexpr std::size_t longestFile = 16'000'000;
 
 struct KeyFileRelease {
   void operator()(GKeyFile *file) const { g_key_file_unref(file); }

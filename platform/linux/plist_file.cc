@@ -14,7 +14,7 @@ namespace orvel {
 namespace {
 
 // libplist frees a list by recursion: the limit bounds the depth as well.
-constexpr std::size_t longestFile = 128 * 1024;
+constexpr std::size_t longestFile = 128'000;
 constexpr std::size_t mostNodes = 20'000;
 
 struct PlistRelease {

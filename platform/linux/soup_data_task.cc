@@ -11,7 +11,7 @@ namespace orvel {
 namespace {
 
 constexpr std::size_t largestBody = std::size_t{64} * 1024 * 1024;
-constexpr gsize blockSize = 64 * 1024;
+constexpr gsize blockSize = 65'536;
 
 void release(GSource *source) {
   g_source_destroy(source);
@@ -185,12 +185,10 @@ void SoupDataTask::bodyArrived(GAsyncResult *result) {
       g_input_stream_read_bytes_finish(stream_.get(), result, nullptr), g_bytes_unref);
   gsize size = 0;
   const void *data = block ? g_bytes_get_data(block.get(), &size) : nullptr;
-  if (!block || size > largestBody - body_.size()) {
-    finish(std::nullopt, std::nullopt);
-  } else if (size > 0) {
+  if (size > 0 && size <= largestBody - body_.size()) {
     body_.append(static_cast<const char *>(data), size);
     readMore();
-  } else if (!bodyIsWhole()) {
+  } else if (!block || size > 0 || !bodyIsWhole()) {
     finish(std::nullopt, std::nullopt);
   } else {
     HttpResponse response;
@@ -231,7 +229,7 @@ void SoupDataTask::finish(std::optional<HttpResponse> response, std::optional<st
   stream_.reset();
   // The task goes with this call.
   const DataCompletion ended = std::move(ended_);
-  ended(std::move(response), std::move(body));
+  ended(response, std::move(body));
 }
 
 }  // namespace orvel

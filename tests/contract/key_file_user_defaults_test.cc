@@ -60,7 +60,7 @@ TEST_F(KeyFileDefaults, RoundTripsAnyBytes) {
                                        "two\nlines\r\n",
                                        "[Defaults]\nosURL=x",
                                        "# no comment",
-                                       "a=b;c\\d\\ne\\x41",
+                                       R"(a=b;c\d\ne\x41)",
                                        "caf\xC3\xA9 \xF0\x9F\x98\x80",
                                        "\xC3",
                                        "\xff\xfe\xC3\x28",
@@ -127,7 +127,7 @@ TEST_F(KeyFileDefaults, LosesNothingWhenManyWriteAtOnce) {
 }
 
 TEST_F(KeyFileDefaults, KeepsADamagedFileAside) {
-  const std::string damaged("[Defaults]\nosURL=x\n\0\0\0\0\0", 25);
+  const std::string damaged("[Defaults]\nosURL=x\n\0\0\0\0\0", 24);
   write(damaged);
   auto defaults = open();
   EXPECT_EQ(defaults.text("osURL"), std::nullopt);

@@ -37,8 +37,8 @@ TEST_P(MainQueueContract, RunsWorkInTheOrderOfPosting) {
 TEST_P(MainQueueContract, RunsWorkThatWorkPostedAfterwards) {
   std::vector<std::string> order;
   queue().post([&] {
-    queue().post([&] { order.push_back("second"); });
-    order.push_back("first");
+    queue().post([&] { order.emplace_back("second"); });
+    order.emplace_back("first");
   });
   ASSERT_TRUE(platform_->runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<std::string>{"first", "second"}));

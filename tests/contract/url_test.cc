@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace orvel {
 
-void PrintTo(const Url &url, std::ostream *out) {
-  *out << url.absoluteString << " [" << url.scheme << "] [" << url.host << "] [" << url.path << "]";
+std::ostream &operator<<(std::ostream &out, const Url &url) {
+  return out << url.absoluteString << " [" << url.scheme << "] [" << url.host << "] [" << url.path
+             << "]";
 }
 
 namespace {

@@ -8,8 +8,8 @@ namespace {
 
 class SettingsTest : public testing::Test {
  protected:
-  SettingsTest() { unsetenv("ORVEL_OS_ROOT"); }
-  ~SettingsTest() override { unsetenv("ORVEL_OS_ROOT"); }
+  void SetUp() override { unsetenv("ORVEL_OS_ROOT"); }
+  void TearDown() override { unsetenv("ORVEL_OS_ROOT"); }
 
   Settings read() { return readSettings(fake.locations, fake.bundle); }
 
