@@ -1,9 +1,12 @@
+#include <csignal>
 #include <cstdlib>
 
 #include "app/entry.h"
 #include "platform/linux/linux_platform.h"
 
 int main() {
+  // A terminal that goes away must not take us along and leave the server behind.
+  std::signal(SIGPIPE, SIG_IGN);
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
   orvel::runApplication(platform.ports());
   // Not by returning: other threads may still post to what would be destroyed.

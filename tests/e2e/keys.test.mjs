@@ -20,8 +20,12 @@ trial("the editing keys work in the page's fields, each once", {}, async (user, 
     await screen.setClipboard('iets anders');
     await screen.keys(`${command}+a`, `${command}+c`);
     await waitFor('the copied text', async () => (await screen.clipboard()) === 'aap');
+    // A command does not wait for keys that the page has yet to see.
+    const ends = user.root.told('einde').length;
+    await screen.keys('End');
+    await waitFor('the caret at the end', () => user.root.told('einde').length > ends);
     // The letter after it shows that the paste is over, and how often it was.
-    await screen.keys('End', `${command}+v`, 'x');
+    await screen.keys(`${command}+v`, 'x');
     await fieldHolds('aapaapx');
     await screen.keys(`${command}+a`, `${command}+x`);
     await fieldHolds('');

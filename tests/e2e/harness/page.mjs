@@ -22,6 +22,7 @@ export const page = `<!doctype html>
   document.cookie = 'blijvend=ja; path=/; max-age=86400';
   const field = document.getElementById('veld');
   field.addEventListener('input', () => tell('veld', { value: field.value }));
+  field.addEventListener('keyup', (event) => event.key === 'End' && tell('einde', {}));
   addEventListener('resize', () => tell('maat', size()));
   addEventListener('load', () => {
     field.focus();
