@@ -52,7 +52,8 @@ trial('no error page flashes while a slow server stops', { behaviour: { stopsAft
       await nextTurn();
       return run.ended;
     }, { every: 1 });
-    assert.ok(pictures > 50, `only ${pictures} pictures were taken`);
+    // A page that flashes stays for the second that the server takes to stop.
+    assert.ok(pictures >= 10, `only ${pictures} pictures were taken`);
     await endedWell(user, run);
     assert.equal(user.root.events('stopped').length, 1, 'the server came to its own end');
   });

@@ -8,7 +8,7 @@ import { after, before, test } from 'node:test';
 import { PORT, listeners } from './processes.mjs';
 import { Screen } from './screen.mjs';
 import { User } from './user.mjs';
-import { stopWaiting } from './wait.mjs';
+import { stopWaiting, waitFor } from './wait.mjs';
 
 const pictures = process.env.ORVEL_E2E_PICTURES;
 
@@ -57,7 +57,7 @@ export function trialsOn({ local = true, ...screenOptions } = {}) {
       try {
         await body(user, screen, t);
         await user.assertNothingLeft();
-        if (local && listeners()) throw new Error(`still on the port: ${listeners()}`);
+        if (local) await waitFor('a free port', () => !listeners());
       } catch (error) {
         await keep(`failed ${name}`);
         const output = user.starts.map((run) => run.output).join('');
