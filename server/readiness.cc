@@ -37,6 +37,8 @@ std::optional<Cookie> keyCookie(std::string_view address, bool local, const std:
 }
 
 void AppDelegate::openOS() {
+  // Nobody would stop a server that were started now.
+  if (quitting) return;
   if (!lokaal()) {
     waitForServer(0);
     return;

@@ -42,6 +42,37 @@ TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
                                               "sleep 100 ms", "application terminated"));
 }
 
+TEST_F(Quitting, startsNoServerThatNobodyWouldStop) {
+  startServer();
+  fake.application.requestTermination();
+  fake.scheduler.advance(50ms);
+  EXPECT_FALSE(lastServer().isRunning());
+  delegate().reloadPage();
+  delegate().openOS();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+  EXPECT_TRUE(fake.application.terminated);
+}
+
+TEST_F(Quitting, isAtOnceWhileTheReportOfAnExitIsOnItsWay) {
+  startServer();
+  const std::string before = web().shownHtml;
+  lastServer().end(1);
+  fake.application.requestTermination();
+  EXPECT_TRUE(fake.application.terminated);
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(web().shownHtml, before);
+}
+
+TEST_F(Quitting, doesNotWaitForAProbe) {
+  fake.http.answer(localProbe, {{.statusCode = 200, .delay = 2900ms}});
+  makeWebView();
+  delegate().openOS();
+  fake.application.requestTermination();
+  fake.scheduler.advance(100ms);
+  EXPECT_TRUE(fake.application.terminated);
+}
+
 TEST_F(Quitting, neverShowsTheExitPage) {
   startServer();
   const std::string before = web().shownHtml;
