@@ -43,7 +43,7 @@ struct LaunchRequest {
   std::string executable;
   /// Without the name of the executable itself.
   std::vector<std::string> arguments;
-  /// Inherited when absent.
+  /// Inherited when absent or empty.
   std::optional<std::string> workingDirectory;
   /// Variables that replace or join those of the application's environment;
   /// all others pass unchanged.

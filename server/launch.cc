@@ -13,6 +13,8 @@ std::shared_ptr<FileHandle> emptiedLog(const std::string &folder) {
   std::error_code ignored;
   std::filesystem::create_directories(folder, ignored);
   const std::string path = folder + "/server.log";
+  // Opening a pipe would wait for its reader.
+  if (std::filesystem::is_fifo(path, ignored)) return nullptr;
   std::ofstream(path, std::ios::trunc).close();
   return FileHandle::forWriting(path);
 }

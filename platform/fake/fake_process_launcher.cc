@@ -37,6 +37,7 @@ void FakeChildProcess::begin() {
 
 void FakeChildProcess::terminate() {
   scheduler_.record().add("terminate " + name);
+  if (whenAskedToEnd) whenAskedToEnd();
   if (script_.obeysAfter) endAfter(*script_.obeysAfter, SIGTERM);
 }
 
@@ -68,6 +69,7 @@ LaunchResult FakeProcessLauncher::launch(const LaunchRequest &request) {
   scheduler_.record().add(description(request));
   FakeProcessScript script = next(isShell ? request.arguments[1] : request.executable, isShell);
   if (script.launchError) return {nullptr, *script.launchError};
+  if (whenLaunched) whenLaunched(request);
 
   LaunchRequest kept = request;
   if (isShell) {

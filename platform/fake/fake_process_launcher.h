@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,6 +47,8 @@ class FakeChildProcess final : public ChildProcess,
   /// Sets its script in motion.
   void begin();
 
+  /// For a test that looks on at the moment of terminate().
+  std::function<void()> whenAskedToEnd;
   const std::string name;
   const LaunchRequest request;
 
@@ -73,6 +76,9 @@ class FakeProcessLauncher final : public ProcessLauncher {
   /// What a shell command prints, in turn.
   void shell(const std::string &commandLine, const std::vector<std::string> &outputs);
 
+  /// For a test that looks on, or does to the disk what a program would do.
+  /// Called before the program starts.
+  std::function<void(const LaunchRequest &)> whenLaunched;
   /// Every process launched from a path (not by the shell), oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;
 

@@ -32,9 +32,8 @@ void keepExitStatuses() {
 /// The system does not tell which step of a launch failed.
 const std::string &pathAtFault(const LaunchRequest &request, int error) {
   const auto &directory = request.workingDirectory;
-  if (!directory) return request.executable;
-  const std::string within = directory->empty() ? "" : *directory + "/.";
-  const bool isUnusable = ::access(within.c_str(), X_OK) != 0 && errno == error;
+  if (directory.value_or("").empty()) return request.executable;
+  const bool isUnusable = ::access((*directory + "/.").c_str(), X_OK) != 0 && errno == error;
   return isUnusable ? *directory : request.executable;
 }
 

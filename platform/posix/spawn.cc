@@ -138,7 +138,10 @@ int spawn(const LaunchRequest &request, const std::map<std::string, std::string>
   actions.addStream({}, STDIN_FILENO);
   actions.addStream(request.standardOutput, STDOUT_FILENO);
   actions.addStream(request.standardError, STDERR_FILENO);
-  if (request.workingDirectory) actions.addWorkingDirectory(*request.workingDirectory);
+  // The empty path is the directory that the process is in already.
+  if (!request.workingDirectory.value_or("").empty()) {
+    actions.addWorkingDirectory(*request.workingDirectory);
+  }
   actions.addCloseOthers();
   if (actions.error() != 0) return actions.error();
 

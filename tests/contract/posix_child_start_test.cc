@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 
 #include "tests/contract/posix_test_support.h"
@@ -158,8 +159,14 @@ TEST_F(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
   EXPECT_EQ(errorOf(request), gone + ": " + description(ENOENT));
   request.workingDirectory = folder_.file("file", "");
   EXPECT_EQ(errorOf(request), *request.workingDirectory + ": " + description(ENOTDIR));
+}
+
+TEST_F(PosixLaunchFailure, IsNoneForAnEmptyWorkingDirectory) {
+  auto request = program("/bin/sh", {"-c", "pwd -P"});
   request.workingDirectory = "";
-  EXPECT_EQ(errorOf(request), ": " + description(ENOENT));
+  PosixProcessLauncher launcher(processEnvironment());
+  EXPECT_EQ(posix_test::run(launcher, request).output,
+            std::filesystem::canonical(".").string() + "\n");
 }
 
 TEST_F(PosixLaunchFailure, NamesTheProgramWhenTheWorkingDirectoryIsGood) {

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -99,6 +100,24 @@ TEST_F(ServerLaunch, immediateExitIsReportedToo) {
   start();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 3).");
+}
+
+TEST_F(ServerLaunch, waitsForNoReaderOfAPipeInPlaceOfTheLog) {
+  std::filesystem::create_directories(root() + "/v3/.local");
+  ASSERT_EQ(::mkfifo(logPath().c_str(), 0600), 0);
+  start();
+  EXPECT_EQ(lastServer().request.standardOutput.kind, StandardStream::Kind::inherited);
+}
+
+TEST_F(ServerLaunch, emptiesTheLogAfterTheStaleServerIsGone) {
+  writeFile(logPath(), "oud");
+  std::string seen;
+  fake.processes.whenLaunched = [&](const LaunchRequest &request) {
+    if (request.arguments.back() == listing) seen = readFile(logPath());
+  };
+  start();
+  EXPECT_EQ(seen, "oud");
+  EXPECT_EQ(readFile(logPath()), "");
 }
 
 TEST_F(ServerLaunch, exitDuringQuittingIsNotReported) {

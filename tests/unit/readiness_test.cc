@@ -95,6 +95,46 @@ TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
   }
 }
 
+TEST_F(Readiness, otherStatusesOfALocalServerCountAsNoAnswer) {
+  fake.http.answer(localProbe, {{.statusCode = 401}});
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 61U);
+  EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
+}
+
+TEST_F(Readiness, lastOnlineProbeMayStillBeAnswered) {
+  goOnline();
+  std::vector<FakeAnswer> answers(8);
+  answers.push_back({.statusCode = 200});
+  fake.http.answer("https://os.test/api/wie", answers);
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 9U);
+  EXPECT_EQ(web().shownUrl, "https://os.test/");
+}
+
+TEST_F(Readiness, endsInSilenceWhenTheAddressBecomesLocalWithoutAServer) {
+  goOnline();
+  open();
+  fake.scheduler.advance(1s);
+  goOnline("http://127.0.0.1:4767/");
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 1U);
+  EXPECT_EQ(shownError(), "");
+}
+
+TEST_F(Readiness, loadsTheAddressThatHoldsOnceTheCookieIsStored) {
+  goOnline();
+  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  fake.webViews.cookies.delay = 1000ms;
+  open();
+  fake.scheduler.advance(500ms);
+  goOnline("https://elders.test");
+  fake.scheduler.advance(500ms);
+  EXPECT_EQ(web().shownUrl, "https://elders.test/");
+}
+
 TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
   fake.http.answer(localProbe, {{.statusCode = 401}, {.statusCode = 200}});
   open();

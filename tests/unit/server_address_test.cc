@@ -35,12 +35,6 @@ TEST_F(ServerAddress, usersChoiceBeatsThePresetAndThePresetTheLocalOne) {
   EXPECT_EQ(delegate().baseURL(), "https://keuze.test/");
 }
 
-TEST_F(ServerAddress, presetThatIsNoTextCountsAsAbsent) {
-  // The bundle gives nothing for an entry of another type.
-  fake.bundle.texts.erase("ORVELOSURL");
-  EXPECT_EQ(delegate().baseURL(), "http://127.0.0.1:4767/");
-}
-
 TEST_F(ServerAddress, changeOfTheDefaultTakesEffectAtTheNextRead) {
   EXPECT_TRUE(delegate().lokaal());
   goOnline();
