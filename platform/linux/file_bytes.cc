@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 
 #include "platform/file_handle.h"
@@ -20,21 +21,15 @@ FileBytes readFileBytes(const std::string &path, std::size_t limit) {
   struct stat status;
   if (::fstat(file.descriptor(), &status) != 0 || !S_ISREG(status.st_mode)) return result;
 
-  // One byte more than allowed tells a file that is too long.
-  std::string bytes(limit + 1, '\0');
-  std::size_t size = 0;
-  while (size < bytes.size()) {
-    const ssize_t count = ::read(file.descriptor(), bytes.data() + size, bytes.size() - size);
-    if (count == 0) break;
-    if (count > 0) {
-      size += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      return result;
-    }
+  std::string bytes;
+  std::array<char, 16'384> block;
+  for (;;) {
+    const ssize_t count = ::read(file.descriptor(), block.data(), block.size());
+    if (count == 0) return {FileBytes::State::read, std::move(bytes)};
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 || static_cast<std::size_t>(count) > limit - bytes.size()) return result;
+    bytes.append(block.data(), static_cast<std::size_t>(count));
   }
-  if (size > limit) return result;
-  bytes.resize(size);
-  return {FileBytes::State::read, std::move(bytes)};
 }
 
 }  // namespace orvel

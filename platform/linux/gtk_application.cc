@@ -2,12 +2,15 @@
 
 #include <glib-unix.h>
 
+#include <algorithm>
 #include <csignal>
 #include <utility>
 
 namespace orvel {
 
 namespace {
+
+constexpr std::array endingSignals{SIGTERM, SIGINT, SIGHUP};
 
 GApplication *base(const GObjectPointer<::GtkApplication> &application) {
   return G_APPLICATION(application.get());
@@ -37,9 +40,11 @@ GtkApplicationHost::~GtkApplicationHost() {
 }
 
 void GtkApplicationHost::run() {
-  std::array<guint, 3> sources{g_unix_signal_add(SIGTERM, signalArrived, this),
-                               g_unix_signal_add(SIGINT, signalArrived, this),
-                               g_unix_signal_add(SIGHUP, signalArrived, this)};
+  std::array<guint, 3> sources{};
+  std::transform(endingSignals.begin(), endingSignals.end(), sources.begin(), [this](int signal) {
+    // A terminal sends them to the server too, whose exit is then no news.
+    return g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr);
+  });
   connectToSession();
   // No argument of the process is read.
   g_application_run(base(application_), 0, nullptr);

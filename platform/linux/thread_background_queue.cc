@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -25,14 +26,20 @@ void ThreadBackgroundQueue::post(std::function<void()> work) {
     const std::lock_guard lock(running_->mutex);
     ++running_->count;
   }
-  std::thread([running = running_, work = std::move(work)]() mutable {
+  auto run = [running = running_, work = std::move(work)]() mutable {
     work();
     // What the work holds goes before the end is told.
     work = nullptr;
     const std::lock_guard lock(running->mutex);
     --running->count;
     running->changed.notify_all();
-  }).detach();
+  };
+  try {
+    std::thread(run).detach();
+  } catch (const std::system_error &) {
+    // No thread is to be had: late is better than never.
+    run();
+  }
 }
 
 }  // namespace orvel

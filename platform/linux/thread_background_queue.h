@@ -6,7 +6,8 @@
 
 namespace orvel {
 
-/// A thread for each piece of work.
+/// A thread for each piece of work. When the system has none left the work is
+/// done inside post, on the thread that asks for it.
 class ThreadBackgroundQueue final : public BackgroundQueue {
  public:
   ThreadBackgroundQueue();
