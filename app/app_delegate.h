@@ -1,11 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "app/settings.h"
 #include "platform/platform.h"
+#include "web/navigation_policy.h"
 
 namespace orvel {
 
@@ -21,7 +24,8 @@ class AppDelegate final : public ApplicationDelegate,
   /// Reads the app key from the bundle.
   AppDelegate(const Settings &settings, const Platform &platform);
 
-  /// The web view and the window that shows it, made at launch and kept.
+  /// The web view and the window that shows it, made at launch and kept; the
+  /// view goes last, for the window needs it.
   std::unique_ptr<WebView> web;
   std::unique_ptr<Window> window;
   /// The local OS server that was launched last; it may have exited since.
@@ -36,7 +40,7 @@ class AppDelegate final : public ApplicationDelegate,
   /// Shows a message in place of the page. The text is taken as HTML.
   void showError(std::string_view message);
   void reloadPage() override;
-  void webContentProcessDidTerminate() override;
+  void webViewWebContentProcessDidTerminate() override;
 
   // app/menu_bar.cc
   void buildMenu();
@@ -79,6 +83,23 @@ class AppDelegate final : public ApplicationDelegate,
   // web/address_dialog.cc
   void kiesAdres() override;
 
+  // web/navigation_policy.cc
+  NavigationPolicy decidePolicy(const NavigationAction &action) override;
+  NavigationPolicy policyFor(const NavigationAction &action) const override;
+  void createWebView(const std::optional<Url> &url) override;
+
+  // web/javascript_panels.cc
+  void runJavaScriptAlertPanel(const std::string &message,
+                               std::function<void()> completion) override;
+  void runJavaScriptConfirmPanel(const std::string &message,
+                                 std::function<void(bool)> completion) override;
+
+  // web/downloads.cc
+  /// Downloads a file of the server with the web view's cookies, puts it into
+  /// the user's Downloads folder and opens it. Returns at once; a failure shows
+  /// nowhere.
+  void bewaarEnOpen(const Url &url);
+
   // update/update_check.cc
   /// Looks for a newer release. A silent check (`stil`) reports nothing.
   void zoekUpdate(bool stil);
@@ -90,6 +111,10 @@ class AppDelegate final : public ApplicationDelegate,
   void serverDidExit(const std::shared_ptr<ChildProcess> &task);
   void probeAnswered(const std::optional<HttpResponse> &response, int tries);
   void showOS();
+  void useAddress(const std::string &typed);
+  void carryOut(NavigationConsequence consequence, const Url &url);
+  void saveDownload(const std::string &temporaryFile, const std::optional<std::string> &suggested,
+                    const Url &url);
 
   const Settings settings_;
   const Platform platform_;

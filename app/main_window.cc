@@ -64,7 +64,7 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
-void AppDelegate::webContentProcessDidTerminate() {
+void AppDelegate::webViewWebContentProcessDidTerminate() {
   if (web) web->reload();
 }
 

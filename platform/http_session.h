@@ -33,11 +33,24 @@ struct UrlRequest {
 /// The head of an HTTP answer.
 struct HttpResponse {
   int statusCode = 0;
+  /// The name that the body would have as a file: that of Content-Disposition
+  /// (RFC 6266), else the last path component of the final address, with an
+  /// extension for its media type when it has none. Nothing when there is no
+  /// such name. Filled for download tasks; as the server wrote it, so it may
+  /// hold any character.
+  std::optional<std::string> suggestedFilename{};
 };
 
 /// What became of a data task: the response, absent when none came, was cut
 /// off or was not HTTP; and the whole body, absent together with the response.
 using DataCompletion = std::function<void(std::optional<HttpResponse>, std::optional<std::string>)>;
+
+/// What became of a download task: the path of a file that holds the whole
+/// body, and the response. Both are absent when there is no answer or it was
+/// cut off. The file is gone when the completion has returned, unless
+/// `moveFile` has taken it.
+using DownloadCompletion =
+    std::function<void(std::optional<std::string>, std::optional<HttpResponse>)>;
 
 /// The session that sends the application's own requests, those that do not
 /// come from the page.
@@ -51,6 +64,9 @@ class HttpSession {
   /// (scheme, host and port), so that no other host learns the app key. Every
   /// failure shows as an absent response. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
+  /// Like a data task, but the body goes to a file, of any size, whatever the
+  /// status. A body that cannot be written is a failure.
+  virtual void downloadTask(const UrlRequest &request, DownloadCompletion completion) = 0;
 };
 
 }  // namespace orvel

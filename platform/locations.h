@@ -11,6 +11,8 @@ class Locations {
 
   /// The current user's home folder. Any thread.
   virtual std::string home() const = 0;
+  /// The user's Downloads folder, which need not exist. Any thread.
+  virtual std::string downloads() const = 0;
   /// Whether a file that may be executed lies at the path. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;
 };

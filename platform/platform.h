@@ -13,6 +13,7 @@
 #include "platform/user_defaults.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
+#include "platform/workspace.h"
 
 namespace orvel {
 
@@ -24,6 +25,7 @@ struct Platform {
   WebViewFactory &webViews;
   MenuBar &menuBar;
   Panels &panels;
+  Workspace &workspace;
   MainQueue &mainQueue;
   BackgroundQueue &backgroundQueue;
   Clock &clock;

@@ -53,13 +53,39 @@ struct WebViewConfiguration {
   bool inspectable = false;
 };
 
-/// What a web view tells. Main thread.
+/// Where a navigation would show its page.
+enum class NavigationTarget { mainFrame, subFrame, newWindow };
+
+enum class NavigationPolicy { allow, cancel };
+
+/// What the page or the user wants to go to. A plain value.
+struct NavigationAction {
+  /// Nothing when the request has none.
+  std::optional<Url> url;
+  NavigationTarget target = NavigationTarget::mainFrame;
+};
+
+/// What a web view tells and asks. Main thread.
 class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
 
+  /// Asked once before each navigation; what takes the place of a cancelled
+  /// one has been started when this returns.
+  virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
+  /// What decidePolicy would answer, without any consequence: for an engine
+  /// that does not know the target when it asks.
+  virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
+  /// A request for a window of its own, by the page or the user. It gets none.
+  virtual void createWebView(const std::optional<Url> &url) = 0;
+  /// The page waits for the completion, which is called exactly once.
+  virtual void runJavaScriptAlertPanel(const std::string &message,
+                                       std::function<void()> completion) = 0;
+  /// The completion is told whether the user agreed.
+  virtual void runJavaScriptConfirmPanel(const std::string &message,
+                                         std::function<void(bool)> completion) = 0;
   /// The process that shows the page has ended by itself.
-  virtual void webContentProcessDidTerminate() = 0;
+  virtual void webViewWebContentProcessDidTerminate() = 0;
 };
 
 /// The view that shows the pages. Main thread only.

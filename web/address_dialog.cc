@@ -1,8 +1,50 @@
+#include "web/address_dialog.h"
+
 #include "app/app_delegate.h"
 
 namespace orvel {
 
-// The address is chosen in the defaults file until the dialog exists.
-void AppDelegate::kiesAdres() {}
+std::string_view withoutBlanksAround(std::string_view text) {
+  constexpr std::string_view blanks = " \t";
+  const auto begin = text.find_first_not_of(blanks);
+  if (begin == std::string_view::npos) return "";
+  return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+}
+
+bool isServerAddress(std::string_view text) {
+  const auto url = Url::parse(text);
+  return url && (url->scheme == "http" || url->scheme == "https");
+}
+
+void AppDelegate::kiesAdres() {
+  Alert dialog;
+  dialog.messageText = "Adres van het OS";
+  dialog.informativeText =
+      "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: " + settings_.LOCAL_URL;
+  dialog.textField = AlertTextField{.width = 340, .height = 24, .text = baseURL()};
+  dialog.buttons = {"Bewaar", "Annuleren"};
+  platform_.panels.runModal(dialog, [self = shared_from_this()](const AlertAnswer &answer) {
+    if (answer.button == 0) self->useAddress(answer.text);
+  });
+}
+
+void AppDelegate::useAddress(const std::string &typed) {
+  const std::string_view address = withoutBlanksAround(typed);
+  if (!isServerAddress(address)) {
+    Alert refusal;
+    refusal.messageText = "Dat is geen geldig adres.";
+    platform_.panels.runModal(refusal, [](const AlertAnswer &) {});
+    return;
+  }
+  platform_.defaults.setText("osURL", address);
+
+  if (!lokaal() && server && server->isRunning()) {
+    quitting = true;
+    server->terminate();
+    server = nullptr;
+    quitting = false;
+  }
+  openOS();
+}
 
 }  // namespace orvel

@@ -98,4 +98,14 @@ void FakePanels::settle() {
   }
 }
 
+void FakeWorkspace::open(const Url &url) {
+  scheduler_.requireMainThread("opening a URL");
+  scheduler_.record().add("open " + url.absoluteString);
+}
+
+void FakeWorkspace::openFile(const std::string &path) {
+  scheduler_.requireMainThread("opening a file");
+  scheduler_.record().add("open file " + path);
+}
+
 }  // namespace orvel

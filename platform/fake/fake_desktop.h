@@ -11,6 +11,7 @@
 #include "platform/menu_bar.h"
 #include "platform/panels.h"
 #include "platform/window.h"
+#include "platform/workspace.h"
 
 namespace orvel {
 
@@ -103,6 +104,18 @@ class FakePanels final : public Panels {
   FakeScheduler &scheduler_;
   std::deque<std::function<void(AlertAnswer)>> open_;
   std::deque<AlertAnswer> answers_;
+};
+
+/// Default applications that do nothing but stand in the record.
+class FakeWorkspace final : public Workspace {
+ public:
+  explicit FakeWorkspace(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+
+  void open(const Url &url) override;
+  void openFile(const std::string &path) override;
+
+ private:
+  FakeScheduler &scheduler_;
 };
 
 }  // namespace orvel

@@ -1,6 +1,28 @@
 #include "platform/fake/fake_http_session.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/file_handle.h"
+
 namespace orvel {
+
+namespace {
+
+std::string temporaryFileWith(const std::string &text) {
+  std::string path = (std::filesystem::temp_directory_path() / "orvel-download-XXXXXX").string();
+  FileHandle file(::mkstemp(path.data()));
+  if (file.descriptor() < 0 || !file.write(text)) {
+    throw std::runtime_error("no temporary file: " + path);
+  }
+  return path;
+}
+
+}  // namespace
 
 std::string describe(const UrlRequest &request) {
   std::string text =
@@ -13,16 +35,19 @@ std::string describe(const UrlRequest &request) {
   return text;
 }
 
-void FakeHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
-  scheduler_.record().add("GET " + describe(request));
+FakeAnswer FakeHttpSession::send(std::string_view verb, const UrlRequest &request) {
+  scheduler_.record().add(std::string(verb) + " " + describe(request));
   sent.push_back({request, scheduler_.now()});
 
-  FakeAnswer answer;
   const auto found = answers_.find(request.url.absoluteString);
-  if (found != answers_.end() && !found->second.empty()) {
-    answer = found->second.front();
-    if (found->second.size() > 1) found->second.pop_front();
-  }
+  if (found == answers_.end() || found->second.empty()) return {};
+  FakeAnswer answer = found->second.front();
+  if (found->second.size() > 1) found->second.pop_front();
+  return answer;
+}
+
+void FakeHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
+  const FakeAnswer answer = send("GET", request);
   scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
                       [answer, completion = std::move(completion)] {
                         if (!answer.statusCode) {
@@ -32,6 +57,23 @@ void FakeHttpSession::dataTask(const UrlRequest &request, DataCompletion complet
                         HttpResponse response;
                         response.statusCode = *answer.statusCode;
                         completion(response, answer.body);
+                      });
+}
+
+void FakeHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
+  const FakeAnswer answer = send("download", request);
+  scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
+                      [answer, completion = std::move(completion)] {
+                        if (!answer.statusCode) {
+                          completion(std::nullopt, std::nullopt);
+                          return;
+                        }
+                        HttpResponse response;
+                        response.statusCode = *answer.statusCode;
+                        response.suggestedFilename = answer.suggestedFilename;
+                        const std::string file = temporaryFileWith(answer.body);
+                        completion(file, response);
+                        ::unlink(file.c_str());
                       });
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/fake/fake_scheduler.h"
@@ -18,6 +19,7 @@ struct FakeAnswer {
   std::optional<int> statusCode{};
   std::string body{};
   std::chrono::milliseconds delay{0};
+  std::optional<std::string> suggestedFilename{};
 };
 
 class FakeHttpSession final : public HttpSession {
@@ -25,6 +27,8 @@ class FakeHttpSession final : public HttpSession {
   explicit FakeHttpSession(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void dataTask(const UrlRequest &request, DataCompletion completion) override;
+  /// The body goes to a real file in the system's folder for temporary ones.
+  void downloadTask(const UrlRequest &request, DownloadCompletion completion) override;
 
   /// What the next requests of a URL are answered, in turn; the last one given
   /// holds for all that follow. Without any, connections are refused.
@@ -38,6 +42,8 @@ class FakeHttpSession final : public HttpSession {
   std::vector<Sent> sent;
 
  private:
+  FakeAnswer send(std::string_view verb, const UrlRequest &request);
+
   FakeScheduler &scheduler_;
   std::map<std::string, std::deque<FakeAnswer>> answers_;
 };

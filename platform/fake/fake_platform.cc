@@ -8,6 +8,7 @@ Platform FakePlatform::ports() {
           .webViews = webViews,
           .menuBar = menuBar,
           .panels = panels,
+          .workspace = workspace,
           .mainQueue = mainQueue,
           .backgroundQueue = backgroundQueue,
           .clock = clock,

@@ -33,6 +33,7 @@ class FakePlatform {
   FakeWindowSystem windows{scheduler};
   FakeMenuBar menuBar{scheduler};
   FakePanels panels{scheduler};
+  FakeWorkspace workspace{scheduler};
   FakeBundle bundle;
   FakeUserDefaults defaults{record};
   FakeLocations locations;

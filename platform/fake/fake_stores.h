@@ -36,11 +36,13 @@ class FakeUserDefaults final : public UserDefaults {
 class FakeLocations final : public Locations {
  public:
   std::string home() const override { return homeFolder; }
+  std::string downloads() const override { return downloadsFolder; }
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }
 
   std::string homeFolder = "/Users/iemand";
+  std::string downloadsFolder = "/Users/iemand/Downloads";
   std::set<std::string> executables{"/usr/local/bin/node"};
 };
 

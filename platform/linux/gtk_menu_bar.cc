@@ -111,6 +111,13 @@ void GtkMenuBar::addApplicationKeys(::GtkWindow *window) {
           [](const MenuItem &item, std::string_view) { return !isEditingCommand(item.action); });
 }
 
+void GtkMenuBar::addQuitKeys(::GtkWindow *window) {
+  addActions(window);
+  addKeys(window, GTK_PHASE_CAPTURE, [](const MenuItem &item, std::string_view) {
+    return item.action == MenuAction::terminate;
+  });
+}
+
 void GtkMenuBar::addActions(::GtkWindow *window) {
   const auto group = adopt(g_simple_action_group_new());
   const auto action = adopt(g_simple_action_new(actionName, G_VARIANT_TYPE_INT32));

@@ -33,6 +33,8 @@ class GtkMenuBar final : public MenuBar {
   /// Gives a window the keys of all other commands, before any widget: they
   /// work over a page that has stopped answering.
   void addApplicationKeys(::GtkWindow *window);
+  /// Gives a window the keys that end the application, before any widget.
+  void addQuitKeys(::GtkWindow *window);
 
  private:
   void addActions(::GtkWindow *window);

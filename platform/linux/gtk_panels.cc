@@ -1,5 +1,7 @@
 #include "platform/linux/gtk_panels.h"
 
+#include <memory>
+#include <string>
 #include <utility>
 
 namespace orvel {
@@ -10,6 +12,16 @@ constexpr int margin = 24;
 constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int charactersPerLine = 60;
+constexpr int mostTextHeight = 420;
+constexpr glong longestTitle = 80;
+
+/// The beginning of a message, for the list of windows.
+std::string title(const std::string &message) {
+  if (g_utf8_strlen(message.c_str(), -1) <= longestTitle) return message;
+  const std::unique_ptr<char, void (*)(void *)> beginning(
+      g_utf8_substring(message.c_str(), 0, longestTitle), g_free);
+  return beginning.get();
+}
 
 /// One alert on the screen. It lives until it is answered, in whatever way.
 class OpenAlert {
@@ -19,7 +31,7 @@ class OpenAlert {
     gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
     gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
     gtk_window_set_resizable(window_, FALSE);
-    gtk_window_set_title(window_, alert.messageText.c_str());
+    gtk_window_set_title(window_, title(alert.messageText).c_str());
     // An alert has no title bar; it can be moved by any part of itself.
     GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
     gtk_widget_set_visible(noTitle, FALSE);
@@ -54,13 +66,26 @@ class OpenAlert {
     gtk_widget_set_margin_end(content, margin);
     gtk_widget_set_margin_top(content, margin);
     gtk_widget_set_margin_bottom(content, margin);
-    gtk_box_append(GTK_BOX(content), makeLabel(alert.messageText, "message"));
-    if (!alert.informativeText.empty()) {
-      gtk_box_append(GTK_BOX(content), makeLabel(alert.informativeText, "information"));
-    }
+    gtk_box_append(GTK_BOX(content), makeText(alert));
     if (alert.textField) gtk_box_append(GTK_BOX(content), makeField(*alert.textField));
     gtk_box_append(GTK_BOX(content), makeButtons(alert));
     return content;
+  }
+
+  /// A message that is longer than the screen scrolls: the buttons stay.
+  static GtkWidget *makeText(const Alert &alert) {
+    GtkWidget *text = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
+    gtk_box_append(GTK_BOX(text), makeLabel(alert.messageText, "message"));
+    if (!alert.informativeText.empty()) {
+      gtk_box_append(GTK_BOX(text), makeLabel(alert.informativeText, "information"));
+    }
+    GtkWidget *scroller = gtk_scrolled_window_new();
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER,
+                                   GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
+    gtk_scrolled_window_set_max_content_height(GTK_SCROLLED_WINDOW(scroller), mostTextHeight);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), text);
+    return scroller;
   }
 
   static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
@@ -141,6 +166,8 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
   gtk_window_set_transient_for(open->window(), application_.mainWindow());
   gtk_window_set_modal(open->window(), TRUE);
   menuBar_.addEditingKeys(open->window());
+  // A page that opens one alert after another must not hold the user.
+  menuBar_.addQuitKeys(open->window());
   gtk_window_present(open->window());
   open->focus();
 }

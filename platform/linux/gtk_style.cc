@@ -53,6 +53,7 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
   background: @orvel_raised;
 }
 .orvel.aboutdialog label { outline: none; caret-color: transparent; }
+.orvel.alert scrollbar slider { min-height: 12px; }
 .orvel.alert .message { color: @orvel_bright; font-weight: bold; font-size: 1.1em; }
 .orvel.alert button, .orvel.alert entry {
   background: mix(@orvel_raised, #8fa3b8, 0.14); color: @orvel_bright;

@@ -36,6 +36,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
       name_(bundle_.infoText("CFBundleName").value_or(fallbackName)),
       processes_(environment_),
+      // A download need not be carried to another file system in the end.
+      http_({locations_.downloads()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
       commands_(
@@ -49,7 +51,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       webViews_(WebKitSurroundings{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
                                    .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
                                    .accelerated = drawing_.withGraphicsCard}),
-      panels_(application_, menuBar_) {
+      panels_(application_, menuBar_),
+      workspace_(environment_) {
   commands_.prepareAbout = [this](::GtkWindow *window) { menuBar_.addApplicationKeys(window); };
 }
 
@@ -70,6 +73,7 @@ Platform LinuxPlatform::ports() {
           .webViews = webViews_,
           .menuBar = menuBar_,
           .panels = panels_,
+          .workspace = workspace_,
           .mainQueue = mainQueue_,
           .backgroundQueue = backgroundQueue_,
           .clock = clock_,

@@ -10,6 +10,7 @@
 #include "platform/linux/gtk_menu_bar.h"
 #include "platform/linux/gtk_panels.h"
 #include "platform/linux/gtk_window.h"
+#include "platform/linux/gtk_workspace.h"
 #include "platform/linux/key_file_user_defaults.h"
 #include "platform/linux/plist_bundle.h"
 #include "platform/linux/soup_http_session.h"
@@ -53,9 +54,9 @@ class LinuxPlatform {
   ThreadBackgroundQueue backgroundQueue_;
   SystemClock clock_;
   PosixProcessLauncher processes_;
+  UserLocations locations_;
   SoupHttpSession http_;
   KeyFileUserDefaults defaults_;
-  UserLocations locations_;
 
   GtkApplicationHost application_;
   GtkCommands commands_;
@@ -63,6 +64,7 @@ class LinuxPlatform {
   GtkWindowSystem windows_;
   WebKitPageViewFactory webViews_;
   GtkPanels panels_;
+  GtkWorkspace workspace_;
 };
 
 }  // namespace orvel

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/linux/gobject_pointer.h"
-#include "platform/linux/soup_data_task.h"
+#include "platform/linux/soup_task.h"
 
 namespace orvel {
 
@@ -14,6 +14,7 @@ namespace {
 
 // Nothing waits for another request's connection to be done.
 constexpr int mostConnections = 1024;
+constexpr std::size_t largestText = std::size_t{64} * 1024 * 1024;
 
 GObjectPointer<SoupSession> newSession() {
   return adopt(soup_session_new_with_options("max-conns", mostConnections, "max-conns-per-host",
@@ -39,8 +40,11 @@ struct SoupSessions {
   const GObjectPointer<SoupSession> proxied{newSession()};
 };
 
-SoupHttpSession::SoupHttpSession()
-    : context_(g_main_context_new()), queue_(context_.get()), thread_([this] { run(); }) {}
+SoupHttpSession::SoupHttpSession(std::vector<std::string> downloadFolders)
+    : downloadFolders_(std::move(downloadFolders)),
+      context_(g_main_context_new()),
+      queue_(context_.get()),
+      thread_([this] { run(); }) {}
 
 SoupHttpSession::~SoupHttpSession() {
   queue_.post([this] {
@@ -51,7 +55,21 @@ SoupHttpSession::~SoupHttpSession() {
 }
 
 void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
-  queue_.post([this, request, completion = std::move(completion)] { start(request, completion); });
+  queue_.post([this, request, completion = std::move(completion)] {
+    const auto sink = std::make_shared<TextSink>(largestText);
+    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
+      completion(response, response ? std::optional(sink->take()) : std::nullopt);
+    });
+  });
+}
+
+void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
+  queue_.post([this, request, completion = std::move(completion)] {
+    const auto sink = std::make_shared<FileSink>(downloadFolders_);
+    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
+      completion(response ? std::optional(sink->path()) : std::nullopt, response);
+    });
+  });
 }
 
 void SoupHttpSession::run() {
@@ -69,17 +87,18 @@ void SoupHttpSession::run() {
   g_main_context_pop_thread_default(context_.get());
 }
 
-void SoupHttpSession::start(const UrlRequest &request, const DataCompletion &completion) {
+void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
+                            const std::function<void(std::optional<HttpResponse>)> &ended) {
   const auto &session = isThisMachine(request.url.host) ? sessions_->direct : sessions_->proxied;
-  auto task = std::make_unique<SoupDataTask>(request);
-  SoupDataTask &started = *task;
+  auto task = std::make_unique<SoupTask>(request, sink);
+  SoupTask &started = *task;
   tasks_.insert(std::move(task));
-  started.start(session.get(), [this, &started, completion](auto response, auto body) {
+  started.start(session.get(), [this, &started, ended](const auto &response) {
     const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                     [&](const auto &each) { return each.get() == &started; });
     // Kept until this call returns: the completion runs inside the task.
-    const auto ended = tasks_.extract(found);
-    completion(std::move(response), std::move(body));
+    const auto kept = tasks_.extract(found);
+    ended(response);
   });
   if (stopping_) started.cancel();
 }

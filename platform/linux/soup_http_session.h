@@ -2,16 +2,21 @@
 
 #include <glib.h>
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/http_session.h"
 #include "platform/linux/glib_main_queue.h"
 
 namespace orvel {
 
-class SoupDataTask;
+class BodySink;
+class SoupTask;
 struct SoupSessions;
 
 /// Requests by libsoup, on a thread of their own on which the completions are
@@ -20,14 +25,15 @@ struct SoupSessions;
 /// the port says:
 /// - A field that is set for the first server is not set again when a redirect
 ///   through another origin leads back to it. At most 20 redirects are followed.
-/// - A body of more than 64 MiB is a failure, and so is a request that HTTP has
+/// - The body of a data task of more than 64 MiB is a failure, and so is a request that HTTP has
 ///   no spelling for: another scheme than http and https, a field whose name is
 ///   no token or whose value holds CR, LF or NUL (RFC 9110, 5.5). Such a
 ///   request is not sent.
 /// - This machine's own addresses are never reached through a proxy.
 class SoupHttpSession final : public HttpSession {
  public:
-  SoupHttpSession();
+  /// Downloads are written in the first of the folders in which that is possible.
+  explicit SoupHttpSession(std::vector<std::string> downloadFolders = {});
   /// Cancels what runs, calls the completions that are still due (absent
   /// response) and waits for them. Not on the session's own thread.
   ~SoupHttpSession() override;
@@ -35,6 +41,7 @@ class SoupHttpSession final : public HttpSession {
   SoupHttpSession &operator=(const SoupHttpSession &) = delete;
 
   void dataTask(const UrlRequest &request, DataCompletion completion) override;
+  void downloadTask(const UrlRequest &request, DownloadCompletion completion) override;
 
  private:
   struct ContextRelease {
@@ -42,15 +49,17 @@ class SoupHttpSession final : public HttpSession {
   };
 
   void run();
-  void start(const UrlRequest &request, const DataCompletion &completion);
+  void start(const UrlRequest &request, BodySink &sink,
+             const std::function<void(std::optional<HttpResponse>)> &ended);
 
+  const std::vector<std::string> downloadFolders_;
   const std::unique_ptr<GMainContext, ContextRelease> context_;
   GlibMainQueue queue_;
 
   // What follows belongs to the session's thread.
   bool stopping_ = false;
   SoupSessions *sessions_ = nullptr;
-  std::set<std::unique_ptr<SoupDataTask>> tasks_;
+  std::set<std::unique_ptr<SoupTask>> tasks_;
 
   std::thread thread_;
 };

@@ -12,6 +12,11 @@ std::string UserLocations::home() const {
   return path;
 }
 
+std::string UserLocations::downloads() const {
+  const char *folder = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
+  return folder != nullptr ? folder : home() + "/Downloads";
+}
+
 bool UserLocations::isExecutableFile(const std::string &path) const {
   struct stat status;
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&

@@ -8,6 +8,8 @@ namespace orvel {
 class UserLocations final : public Locations {
  public:
   std::string home() const override;
+  /// The folder of the XDG user directories, else "Downloads" in the home.
+  std::string downloads() const override;
   bool isExecutableFile(const std::string &path) const override;
 };
 

@@ -46,7 +46,8 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
       delegate_(delegate),
       session_(makeSession(configuration.persistentDataStore, surroundings)),
       view_(makeView(session_.get(), makeSettings(configuration, surroundings.accelerated).get())),
-      cookies_(webkit_network_session_get_cookie_manager(session_.get())) {
+      cookies_(webkit_network_session_get_cookie_manager(session_.get())),
+      navigation_(view_.get(), surroundings.cacheFolder, delegate) {
   g_signal_connect_swapped(
       view_.get(), "web-process-terminated",
       G_CALLBACK(+[](WebKitPageView *page, WebKitWebProcessTerminationReason reason) {
@@ -57,8 +58,7 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
       view_.get(), "load-changed",
       G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent event) { page->loadChanged(event); }),
       this);
-  // A load that fails leaves the page as it was, without a page of WebKit's.
-  g_signal_connect(view_.get(), "load-failed", G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
+  // Like every load that fails it leaves the page as it was.
   g_signal_connect(view_.get(), "load-failed-with-tls-errors",
                    G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
 }
@@ -103,7 +103,7 @@ void WebKitPageView::setColorBehind(const Color &color) {
 
 void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason) {
   if (reason == WEBKIT_WEB_PROCESS_TERMINATED_BY_API) return;
-  delegate_.webContentProcessDidTerminate();
+  delegate_.webViewWebContentProcessDidTerminate();
 }
 
 void WebKitPageView::loadChanged(WebKitLoadEvent event) {

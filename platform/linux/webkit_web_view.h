@@ -6,6 +6,7 @@
 
 #include "platform/linux/gobject_pointer.h"
 #include "platform/linux/webkit_cookie_store.h"
+#include "platform/linux/webkit_navigation.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
 
@@ -49,6 +50,7 @@ class WebKitPageView final : public WebView {
   const GObjectPointer<WebKitNetworkSession> session_;
   const GObjectPointer<WebKitWebView> view_;
   WebKitCookieStore cookies_;
+  WebKitNavigation navigation_;
   /// The page that was given as text, while that is what is shown.
   std::string html_;
 };

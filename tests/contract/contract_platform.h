@@ -10,6 +10,8 @@
 
 namespace orvel {
 
+enum class AlertKey { enter, escape };
+
 /// A platform under contract, and what a test needs to drive it.
 class ContractPlatform {
  public:
@@ -26,6 +28,15 @@ class ContractPlatform {
   /// Plays the user: types the text into the field of the alert that is in
   /// front, if it has one, and takes the button, or closes the alert without.
   virtual void answerAlert(const AlertAnswer &answer) = 0;
+  /// Presses a key in the alert that is in front and was just shown.
+  virtual void pressInAlert(AlertKey key) = 0;
+  /// What default applications were given so far, oldest first: files as their
+  /// paths, all else as URLs. There is one for http, mailto and text files.
+  virtual std::vector<std::string> opened() = 0;
+  /// What the next request of a URL is answered, where no real server can be
+  /// asked; without effect elsewhere.
+  virtual void answerNext(const std::string & /*url*/, int /*status*/,
+                          const std::string & /*body*/) {}
   /// Plays the session: asks the running application to end.
   virtual void requestTermination() = 0;
 };

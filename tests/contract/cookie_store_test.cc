@@ -7,17 +7,13 @@
 #include <optional>
 
 #include "tests/contract/contract_platform.h"
+#include "tests/contract/permissive_delegate.h"
 
 namespace orvel {
 namespace {
 
 using std::chrono::seconds;
 using std::chrono::system_clock;
-
-class NoDelegate final : public WebViewDelegate {
- public:
-  void webContentProcessDidTerminate() override {}
-};
 
 class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
@@ -55,7 +51,7 @@ class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract>
   }
 
   std::unique_ptr<ContractPlatform> platform = GetParam().make();
-  NoDelegate delegate;
+  PermissiveDelegate delegate;
   std::unique_ptr<WebView> view = [this] {
     WebViewConfiguration configuration;
     configuration.applicationNameForUserAgent = "ORVELOS/";

@@ -1,4 +1,5 @@
 #include <csignal>
+#include <filesystem>
 
 #include "platform/fake/fake_platform.h"
 #include "tests/contract/child_programs.h"
@@ -32,6 +33,23 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   bool onMainThread() const override { return fake_.scheduler.onMainThread(); }
   void answerAlert(const AlertAnswer &answer) override { fake_.panels.answer(answer); }
+  void pressInAlert(AlertKey key) override {
+    const auto &field = fake_.panels.shown.back().textField;
+    fake_.panels.answer(
+        {key == AlertKey::enter ? std::optional(0) : std::nullopt, field ? field->text : ""});
+  }
+  std::vector<std::string> opened() override {
+    std::vector<std::string> all;
+    for (std::string entry : fake_.record.entriesWith({"open "})) {
+      entry.erase(0, entry.starts_with("open file ") ? 10 : 5);
+      const bool isMissingFile = entry.starts_with('/') && !std::filesystem::exists(entry);
+      if (!isMissingFile) all.push_back(entry);
+    }
+    return all;
+  }
+  void answerNext(const std::string &url, int status, const std::string &body) override {
+    fake_.http.answer(url, {{.statusCode = status, .body = body}});
+  }
   void requestTermination() override { fake_.application.requestTermination(); }
 
  private:

@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -28,6 +30,10 @@ class PrivateFolders {
     // Every application here is alone, whatever runs in this session.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder_ / "no-bus").string()).c_str(), 1);
     std::filesystem::create_directories(folder_ / "Contract.app" / "Contents");
+    registerDefaultApplication();
+    std::filesystem::create_directories(folder_ / "Downloads");
+    std::ofstream(folder_ / "CONFIG" / "user-dirs.dirs")
+        << "XDG_DOWNLOAD_DIR=\"" << (folder_ / "Downloads").string() << "\"\n";
   }
   ~PrivateFolders() {
     std::error_code error;
@@ -37,8 +43,26 @@ class PrivateFolders {
   PrivateFolders &operator=(const PrivateFolders &) = delete;
 
   std::string bundle() const { return (folder_ / "Contract.app").string(); }
+  /// A line for each thing that the default application was given.
+  std::filesystem::path openedPath() const { return folder_ / "opened"; }
 
  private:
+  void registerDefaultApplication() const {
+    const auto program = folder_ / "default-application";
+    std::ofstream(program) << "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" << openedPath().string()
+                           << "'\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    std::filesystem::create_directories(folder_ / "DATA" / "applications");
+    std::ofstream(folder_ / "DATA" / "applications" / "contract.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Contract\nExec=" << program.string() << " %u\n";
+    std::filesystem::create_directories(folder_ / "CONFIG");
+    std::ofstream associations(folder_ / "CONFIG" / "mimeapps.list");
+    associations << "[Default Applications]\n";
+    for (const char *type : {"x-scheme-handler/http", "x-scheme-handler/mailto", "text/plain"}) {
+      associations << type << "=contract.desktop\n";
+    }
+  }
+
   std::filesystem::path folder_;
 };
 
@@ -69,6 +93,30 @@ GtkWidget *find(GtkWidget *widget, GType type, int &skip) {
   return nullptr;
 }
 
+/// Whether one of the window's own shortcuts is for the key, which it then does.
+bool activateShortcut(::GtkWindow *window, guint key) {
+  const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
+  for (guint place = 0; place < g_list_model_get_n_items(controllers.get()); ++place) {
+    const auto controller =
+        adopt(static_cast<GObject *>(g_list_model_get_item(controllers.get(), place)));
+    if (!GTK_IS_SHORTCUT_CONTROLLER(controller.get())) continue;
+    auto *shortcuts = G_LIST_MODEL(controller.get());
+    for (guint number = 0; number < g_list_model_get_n_items(shortcuts); ++number) {
+      const auto shortcut =
+          adopt(static_cast<GtkShortcut *>(g_list_model_get_item(shortcuts, number)));
+      GtkShortcutTrigger *trigger = gtk_shortcut_get_trigger(shortcut.get());
+      if (!GTK_IS_KEYVAL_TRIGGER(trigger) ||
+          gtk_keyval_trigger_get_keyval(GTK_KEYVAL_TRIGGER(trigger)) != key) {
+        continue;
+      }
+      return gtk_shortcut_action_activate(gtk_shortcut_get_action(shortcut.get()),
+                                          GtkShortcutActionFlags{}, GTK_WIDGET(window),
+                                          nullptr) != FALSE;
+    }
+  }
+  return false;
+}
+
 int count(GtkWidget *widget, GType type) {
   int number = 0;
   for (int skip = 0; find(widget, type, skip) != nullptr; skip = number) ++number;
@@ -78,6 +126,7 @@ int count(GtkWidget *widget, GType type) {
 class LinuxContractPlatform final : public ContractPlatform {
  public:
   LinuxContractPlatform() : platform_(privateFolders().bundle()) {
+    std::filesystem::remove(privateFolders().openedPath());
     if (!gtk_init_check()) throw std::runtime_error("these tests need a display");
     platform_.gtkStarted();
   }
@@ -121,6 +170,32 @@ class LinuxContractPlatform final : public ContractPlatform {
     // On the screen the first button is the last one.
     int place = count(content, GTK_TYPE_BUTTON) - 1 - *answer.button;
     g_signal_emit_by_name(find(content, GTK_TYPE_BUTTON, place), "clicked");
+  }
+
+  void pressInAlert(AlertKey key) override {
+    ::GtkWindow *alert = frontAlert();
+    if (key == AlertKey::escape) {
+      if (!activateShortcut(alert, GDK_KEY_Escape)) throw std::logic_error("Escape does nothing");
+    } else {
+      // What has the focus passes Return on to the default button, or is it.
+      GtkWidget *focus = gtk_window_get_focus(alert);
+      if (GTK_IS_TEXT(focus)) {
+        g_signal_emit_by_name(focus, "activate");
+      } else {
+        gtk_widget_activate(focus);
+      }
+    }
+  }
+
+  std::vector<std::string> opened() override {
+    std::vector<std::string> all;
+    std::ifstream file(privateFolders().openedPath());
+    for (std::string line; std::getline(file, line);) {
+      const std::unique_ptr<char, void (*)(void *)> path(
+          g_filename_from_uri(line.c_str(), nullptr, nullptr), g_free);
+      all.emplace_back(path ? path.get() : line);
+    }
+    return all;
   }
 
   void requestTermination() override { ::raise(SIGTERM); }

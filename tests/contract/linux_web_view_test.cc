@@ -9,14 +9,10 @@
 #include "platform/linux/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/contract/loopback_server.h"
+#include "tests/contract/permissive_delegate.h"
 
 namespace orvel {
 namespace {
-
-class NoDelegate final : public WebViewDelegate {
- public:
-  void webContentProcessDidTerminate() override {}
-};
 
 class LinuxWebView : public testing::TestWithParam<const char *> {
  protected:
@@ -72,7 +68,7 @@ class LinuxWebView : public testing::TestWithParam<const char *> {
   }
 
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
-  NoDelegate delegate;
+  PermissiveDelegate delegate;
   std::unique_ptr<WebView> view;
 };
 

@@ -9,14 +9,10 @@
 #include "platform/linux/gtk_window.h"
 #include "platform/linux/window_frame.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/contract/permissive_delegate.h"
 
 namespace orvel {
 namespace {
-
-class NoDelegate final : public WebViewDelegate {
- public:
-  void webContentProcessDidTerminate() override {}
-};
 
 class LinuxDesktop : public testing::TestWithParam<const char *> {
  protected:
@@ -53,7 +49,7 @@ class LinuxDesktop : public testing::TestWithParam<const char *> {
   }
 
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
-  NoDelegate delegate;
+  PermissiveDelegate delegate;
   std::unique_ptr<WebView> view;
   std::unique_ptr<Window> window;
 };

@@ -57,6 +57,39 @@ TEST_P(PanelsContract, AnAlertThatIsClosedHasNoButton) {
   EXPECT_EQ(answers[0].button, std::nullopt);
 }
 
+TEST_P(PanelsContract, ReturnTakesTheFirstButtonAndTheTextAsItStands) {
+  show(question());
+  platform->pressInAlert(AlertKey::enter);
+  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  EXPECT_EQ(answers[0].button, 0);
+  EXPECT_EQ(answers[0].text, "http://127.0.0.1:4767/");
+}
+
+TEST_P(PanelsContract, ReturnTakesTheFirstButtonWithoutAField) {
+  Alert confirm;
+  confirm.messageText = "Doorgaan?";
+  confirm.buttons = {"OK", "Annuleren"};
+  show(confirm);
+  platform->pressInAlert(AlertKey::enter);
+  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  EXPECT_EQ(answers[0].button, 0);
+}
+
+TEST_P(PanelsContract, EscapeClosesAnAlert) {
+  show(question());
+  platform->pressInAlert(AlertKey::escape);
+  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  EXPECT_EQ(answers[0].button, std::nullopt);
+}
+
+TEST_P(PanelsContract, AMessageMayBeOfAnyLength) {
+  Alert notice;
+  for (int line = 0; line < 2000; ++line) notice.messageText += "Nog een regel é.\n";
+  show(notice);
+  platform->answerAlert({0, ""});
+  EXPECT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+}
+
 TEST_P(PanelsContract, ThePlatformsOwnButtonIsTheFirst) {
   Alert notice;
   notice.messageText = "Dat is geen geldig adres.";

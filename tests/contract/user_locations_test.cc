@@ -18,5 +18,11 @@ TEST(UserLocations, KnowsAnExecutableFile) {
   EXPECT_FALSE(locations.isExecutableFile((folder.path() / "missing").string()));
 }
 
+TEST(UserLocations, DownloadsLieInAFolderOfTheUser) {
+  const std::string folder = UserLocations().downloads();
+  EXPECT_TRUE(folder.starts_with('/')) << folder;
+  EXPECT_FALSE(folder.ends_with('/')) << folder;
+}
+
 }  // namespace
 }  // namespace orvel

@@ -131,10 +131,18 @@ TEST_F(MainWindow, reloadOfAnAddressThatIsNoUrlStopsTheProcess) {
   EXPECT_DEATH(delegate().reloadPage(), "is no URL: https://os test/");
 }
 
+TEST_F(MainWindow, pageWithoutAWebViewStopsTheProcess) {
+  goOnline();
+  EXPECT_DEATH(delegate().reloadPage(), "before the web view exists");
+  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  delegate().openOS();
+  EXPECT_DEATH(fake.scheduler.runUntilIdle(), "before the web view exists");
+}
+
 TEST_F(MainWindow, crashedWebProcessBringsThePageBackAndNothingElse) {
   launch();
   fake.record.take();
-  web().delegate.webContentProcessDidTerminate();
+  web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 

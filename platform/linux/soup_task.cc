@@ -1,4 +1,4 @@
-#include "platform/linux/soup_data_task.h"
+#include "platform/linux/soup_task.h"
 
 #include <algorithm>
 #include <array>
@@ -6,11 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/suggested_filename.h"
+
 namespace orvel {
 
 namespace {
 
-constexpr std::size_t largestBody = std::size_t{64} * 1024 * 1024;
 constexpr gsize blockSize = 65'536;
 
 void release(GSource *source) {
@@ -54,19 +55,20 @@ bool sameOrigin(GUri *one, GUri *other) {
 
 }  // namespace
 
-SoupDataTask::SoupDataTask(const UrlRequest &request)
+SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
     : request_(request),
+      sink_(sink),
       message_(makeMessage()),
       origin_(message_ ? g_uri_ref(soup_message_get_uri(message_.get())) : nullptr),
       cancellable_(adopt(g_cancellable_new())),
       silence_(newAlarm(), release),
       arrival_(nullptr, release) {}
 
-SoupDataTask::~SoupDataTask() {
+SoupTask::~SoupTask() {
   if (message_) g_signal_handlers_disconnect_by_data(message_.get(), this);
 }
 
-void SoupDataTask::start(SoupSession *session, DataCompletion ended) {
+void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
   // What has arrived is seen to first, so that work that held this thread up
   // is not taken for a silent server.
@@ -74,7 +76,7 @@ void SoupDataTask::start(SoupSession *session, DataCompletion ended) {
   g_source_set_callback(
       silence_.get(),
       [](gpointer self) -> gboolean {
-        static_cast<SoupDataTask *>(self)->silent();
+        static_cast<SoupTask *>(self)->silent();
         return G_SOURCE_CONTINUE;
       },
       this, nullptr);
@@ -87,25 +89,25 @@ void SoupDataTask::start(SoupSession *session, DataCompletion ended) {
   dataArrived();
   g_signal_connect(message_.get(), "network-event",
                    G_CALLBACK(+[](SoupMessage *, GSocketClientEvent event, GIOStream *connection,
-                                  SoupDataTask *self) {
+                                  SoupTask *self) {
                      if (event == G_SOCKET_CLIENT_CONNECTED) self->connected(connection);
                    }),
                    this);
   g_signal_connect(message_.get(), "restarted",
-                   G_CALLBACK(+[](SoupMessage *, SoupDataTask *self) { self->redirected(); }),
-                   this);
+                   G_CALLBACK(+[](SoupMessage *, SoupTask *self) { self->redirected(); }), this);
   soup_session_send_async(
       session, message_.get(), G_PRIORITY_DEFAULT, cancellable_.get(),
       [](GObject *source, GAsyncResult *result, gpointer self) {
-        static_cast<SoupDataTask *>(self)->answered(SOUP_SESSION(source), result);
+        static_cast<SoupTask *>(self)->answered(SOUP_SESSION(source), result);
       },
       this);
 }
 
-void SoupDataTask::cancel() { g_cancellable_cancel(cancellable_.get()); }
+void SoupTask::cancel() { g_cancellable_cancel(cancellable_.get()); }
 
-GObjectPointer<SoupMessage> SoupDataTask::makeMessage() const {
+GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
   const auto &[url, cachePolicy, timeout, headers] = request_;
+  if (!sink_.isReady()) return {};
   if (!std::all_of(headers.begin(), headers.end(), isSendable)) return {};
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
       url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr));
@@ -126,16 +128,16 @@ GObjectPointer<SoupMessage> SoupDataTask::makeMessage() const {
   return message;
 }
 
-void SoupDataTask::silent() {
+void SoupTask::silent() {
   g_source_set_ready_time(silence_.get(), -1);
   if (message_) {
     cancel();
   } else {
-    finish(std::nullopt, std::nullopt);
+    finish(std::nullopt);
   }
 }
 
-void SoupDataTask::connected(GIOStream *connection) {
+void SoupTask::connected(GIOStream *connection) {
   arrival_.reset();
   if (!G_IS_SOCKET_CONNECTION(connection)) return;
   socket_ = retain(g_socket_connection_get_socket(G_SOCKET_CONNECTION(connection)));
@@ -143,69 +145,86 @@ void SoupDataTask::connected(GIOStream *connection) {
   const GSocketSourceFunc arrived = [](GSocket *, GIOCondition condition,
                                        gpointer self) -> gboolean {
     if (condition != G_IO_IN) return G_SOURCE_REMOVE;
-    static_cast<SoupDataTask *>(self)->dataArrived();
+    static_cast<SoupTask *>(self)->dataArrived();
     return G_SOURCE_CONTINUE;
   };
   g_source_set_callback(arrival_.get(), G_SOURCE_FUNC(arrived), this, nullptr);
   g_source_attach(arrival_.get(), g_main_context_get_thread_default());
 }
 
-void SoupDataTask::redirected() {
+void SoupTask::redirected() {
   if (sameOrigin(origin_.get(), soup_message_get_uri(message_.get()))) return;
   for (const auto &[name, value] : request_.headers) {
     soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());
   }
 }
 
-void SoupDataTask::dataArrived() {
+void SoupTask::dataArrived() {
   g_source_set_ready_time(
       silence_.get(), g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
 }
 
-void SoupDataTask::answered(SoupSession *session, GAsyncResult *result) {
+void SoupTask::answered(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
   if (stream_) {
     readMore();
   } else {
-    finish(std::nullopt, std::nullopt);
+    finish(std::nullopt);
   }
 }
 
-void SoupDataTask::readMore() {
+void SoupTask::readMore() {
   g_input_stream_read_bytes_async(
       stream_.get(), blockSize, G_PRIORITY_DEFAULT, cancellable_.get(),
       [](GObject *, GAsyncResult *result, gpointer self) {
-        static_cast<SoupDataTask *>(self)->bodyArrived(result);
+        static_cast<SoupTask *>(self)->bodyArrived(result);
       },
       this);
 }
 
-void SoupDataTask::bodyArrived(GAsyncResult *result) {
+void SoupTask::bodyArrived(GAsyncResult *result) {
   const std::unique_ptr<GBytes, void (*)(GBytes *)> block(
       g_input_stream_read_bytes_finish(stream_.get(), result, nullptr), g_bytes_unref);
   gsize size = 0;
   const void *data = block ? g_bytes_get_data(block.get(), &size) : nullptr;
-  if (size > 0 && size <= largestBody - body_.size()) {
-    body_.append(static_cast<const char *>(data), size);
+  if (size > 0 && sink_.append({static_cast<const char *>(data), size})) {
+    received_ += static_cast<goffset>(size);
     readMore();
   } else if (!block || size > 0 || !bodyIsWhole()) {
-    finish(std::nullopt, std::nullopt);
+    finish(std::nullopt);
   } else {
-    HttpResponse response;
-    response.statusCode = static_cast<int>(soup_message_get_status(message_.get()));
-    finish(response, std::move(body_));
+    finish(response());
   }
 }
 
-bool SoupDataTask::bodyIsWhole() {
+HttpResponse SoupTask::response() const {
+  HttpResponse response;
+  response.statusCode = static_cast<int>(soup_message_get_status(message_.get()));
+  if (!sink_.isFile()) return response;
+  SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
+  const auto field = [&](const char *name) -> std::optional<std::string> {
+    const char *value = soup_message_headers_get_list(fields, name);
+    if (value == nullptr) return std::nullopt;
+    return value;
+  };
+  const std::unique_ptr<char, void (*)(void *)> address(
+      g_uri_to_string(soup_message_get_uri(message_.get())), g_free);
+  Url answered;
+  answered.absoluteString = address.get();
+  response.suggestedFilename = suggestedFilename(
+      {.contentDisposition = field("Content-Disposition"), .mediaType = field("Content-Type")},
+      answered);
+  return response;
+}
+
+bool SoupTask::bodyIsWhole() {
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
   const guint status = soup_message_get_status(message_.get());
   const bool hasBody = status != SOUP_STATUS_NO_CONTENT && status != SOUP_STATUS_NOT_MODIFIED;
   switch (soup_message_headers_get_encoding(fields)) {
     case SOUP_ENCODING_CONTENT_LENGTH:
       // libsoup lets a body be shorter when the connection closes after it.
-      return !hasBody ||
-             static_cast<goffset>(body_.size()) == soup_message_headers_get_content_length(fields);
+      return !hasBody || received_ == soup_message_headers_get_content_length(fields);
     case SOUP_ENCODING_CHUNKED: {
       if (!hasBody || !socket_ || soup_message_get_http_version(message_.get()) > SOUP_HTTP_1_1) {
         return true;
@@ -223,13 +242,13 @@ bool SoupDataTask::bodyIsWhole() {
   }
 }
 
-void SoupDataTask::finish(std::optional<HttpResponse> response, std::optional<std::string> body) {
+void SoupTask::finish(const std::optional<HttpResponse> &response) {
   silence_.reset();
   arrival_.reset();
   stream_.reset();
   // The task goes with this call.
-  const DataCompletion ended = std::move(ended_);
-  ended(response, std::move(body));
+  const Ended ended = std::move(ended_);
+  ended(response);
 }
 
 }  // namespace orvel

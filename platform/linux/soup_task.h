@@ -2,27 +2,33 @@
 
 #include <libsoup/soup.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "platform/http_session.h"
+#include "platform/linux/body_sink.h"
 #include "platform/linux/gobject_pointer.h"
 
 namespace orvel {
 
 /// One request on its way through libsoup. Lives on the session's thread, from
 /// its start until it has told its end.
-class SoupDataTask {
+class SoupTask {
  public:
-  explicit SoupDataTask(const UrlRequest &request);
-  ~SoupDataTask();
-  SoupDataTask(const SoupDataTask &) = delete;
-  SoupDataTask &operator=(const SoupDataTask &) = delete;
+  /// The response is absent when the request has failed. Otherwise the sink has
+  /// the whole body.
+  using Ended = std::function<void(std::optional<HttpResponse>)>;
+
+  /// The sink must outlive the task.
+  SoupTask(const UrlRequest &request, BodySink &sink);
+  ~SoupTask();
+  SoupTask(const SoupTask &) = delete;
+  SoupTask &operator=(const SoupTask &) = delete;
 
   /// Sends the request. The end is told exactly once, never inside this call;
   /// the task may be destroyed then.
-  void start(SoupSession *session, DataCompletion ended);
+  void start(SoupSession *session, Ended ended);
   /// Makes the request fail soon.
   void cancel();
 
@@ -32,7 +38,8 @@ class SoupDataTask {
   };
   using Source = std::unique_ptr<GSource, void (*)(GSource *)>;
 
-  /// Null for a request that HTTP has no spelling for.
+  /// Null for a request that HTTP has no spelling for, or whose answer could not
+  /// be kept.
   GObjectPointer<SoupMessage> makeMessage() const;
   void silent();
   void connected(GIOStream *connection);
@@ -42,17 +49,19 @@ class SoupDataTask {
   void readMore();
   void bodyArrived(GAsyncResult *result);
   bool bodyIsWhole();
-  void finish(std::optional<HttpResponse> response, std::optional<std::string> body);
+  HttpResponse response() const;
+  void finish(const std::optional<HttpResponse> &response);
 
   const UrlRequest request_;
-  DataCompletion ended_;
+  BodySink &sink_;
+  Ended ended_;
   const GObjectPointer<SoupMessage> message_;
   const std::unique_ptr<GUri, UriRelease> origin_;
   const GObjectPointer<GCancellable> cancellable_;
   /// The connection that was made last.
   GObjectPointer<GSocket> socket_;
   GObjectPointer<GInputStream> stream_;
-  std::string body_;
+  goffset received_ = 0;
   /// Due when the server has sent nothing for the request's time-out.
   Source silence_;
   /// Tells bytes of the answer's head, of which libsoup tells only the end.

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace orvel {
+
+enum class MoveResult {
+  moved,
+  /// Something lies at the destination, which stays as it is.
+  taken,
+  failed,
+};
+
+/// Moves a file to a path at which nothing lies. It appears there whole or not
+/// at all, and never in place of another. Any thread; may block on the disk.
+MoveResult moveFile(const std::string &from, const std::string &to);
+
+}  // namespace orvel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "platform/linux/download_file.h"
+
+namespace orvel {
+
+/// Takes the body of an answer, block by block.
+class BodySink {
+ public:
+  virtual ~BodySink() = default;
+
+  /// Whether there is any use in asking for a body.
+  virtual bool isReady() const = 0;
+  /// False when the body cannot be kept: the request has failed then.
+  virtual bool append(std::string_view block) = 0;
+  /// Whether the body becomes a file, which has a name.
+  virtual bool isFile() const = 0;
+};
+
+/// Keeps a body in memory, up to a limit in bytes.
+class TextSink final : public BodySink {
+ public:
+  explicit TextSink(std::size_t limit) : limit_(limit) {}
+
+  bool isReady() const override { return true; }
+  bool append(std::string_view block) override {
+    if (block.size() > limit_ - text_.size()) return false;
+    text_ += block;
+    return true;
+  }
+  bool isFile() const override { return false; }
+  std::string take() { return std::exchange(text_, {}); }
+
+ private:
+  const std::size_t limit_;
+  std::string text_;
+};
+
+/// Keeps a body in a file.
+class FileSink final : public BodySink {
+ public:
+  explicit FileSink(const std::vector<std::string> &folders) : file_(folders) {}
+
+  bool isReady() const override { return file_.isOpen(); }
+  bool append(std::string_view block) override { return file_.write(block); }
+  bool isFile() const override { return true; }
+  std::string path() const { return file_.path(); }
+
+ private:
+  DownloadFile file_;
+};
+
+}  // namespace orvel

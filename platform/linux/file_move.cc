@@ -1,0 +1,35 @@
+#include "platform/file_move.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace orvel {
+
+namespace {
+
+int giveName(const std::string &from, const std::string &to) {
+  struct stat status;
+  if (::stat(from.c_str(), &status) != 0) return -1;
+  // A file that has no name yet is reached through the link of its descriptor.
+  if (status.st_nlink == 0) {
+    return ::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW);
+  }
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  // Network file systems know no such renaming.
+  if (errno != EINVAL || ::link(from.c_str(), to.c_str()) != 0) return -1;
+  ::unlink(from.c_str());
+  return 0;
+}
+
+}  // namespace
+
+MoveResult moveFile(const std::string &from, const std::string &to) {
+  if (giveName(from, to) == 0) return MoveResult::moved;
+  return errno == EEXIST ? MoveResult::taken : MoveResult::failed;
+}
+
+}  // namespace orvel

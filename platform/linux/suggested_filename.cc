@@ -1,0 +1,87 @@
+#include "platform/linux/suggested_filename.h"
+
+#include <libsoup/soup.h>
+
+#include <memory>
+#include <string_view>
+
+namespace orvel {
+
+namespace {
+
+using Characters = std::unique_ptr<char, void (*)(void *)>;
+
+bool isUtf8(const std::string &text) {
+  return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+}
+
+/// Bytes that are not UTF-8 are taken for Latin-1, which all bytes can be.
+std::string toUtf8(const std::string &bytes) {
+  if (isUtf8(bytes)) return bytes;
+  gsize size = 0;
+  const Characters text(g_convert(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
+                                  "ISO-8859-1", nullptr, &size, nullptr),
+                        g_free);
+  return text ? std::string(text.get(), size) : std::string();
+}
+
+std::string filenameParameter(const std::string &disposition) {
+  const std::unique_ptr<GHashTable, void (*)(GHashTable *)> parameters(
+      soup_header_parse_semi_param_list(disposition.c_str()), soup_header_free_param_list);
+  const void *name = g_hash_table_lookup(parameters.get(), "filename");
+  return name != nullptr ? static_cast<const char *>(name) : "";
+}
+
+/// Makes every "filename*" a parameter that is not known.
+std::string withoutExtendedParameters(std::string disposition) {
+  for (auto at = disposition.find('*'); at != std::string::npos;
+       at = disposition.find('*', at + 1)) {
+    const auto next = disposition.find_first_not_of(" \t", at + 1);
+    if (next != std::string::npos && disposition[next] == '=') disposition[at] = '-';
+  }
+  return disposition;
+}
+
+std::string nameByDisposition(const std::string &field) {
+  const std::string disposition = toUtf8(field);
+  std::string name = filenameParameter(disposition);
+  // libsoup does not look at what the escapes of "filename*" give.
+  if (!isUtf8(name)) name = filenameParameter(withoutExtendedParameters(disposition));
+  return name;
+}
+
+std::string nameByAddress(const std::string &address) {
+  const std::unique_ptr<GUri, void (*)(GUri *)> uri(
+      g_uri_parse(address.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
+      g_uri_unref);
+  if (!uri) return "";
+  std::string path = g_uri_get_path(uri.get());
+  while (path.ends_with('/')) path.pop_back();
+  const std::string component = path.substr(path.rfind('/') + 1);
+  const Characters decoded(g_uri_unescape_string(component.c_str(), nullptr), g_free);
+  return decoded && isUtf8(decoded.get()) ? decoded.get() : component;
+}
+
+bool hasExtension(std::string_view name) {
+  name.remove_prefix(name.rfind('/') + 1);
+  const auto stop = name.rfind('.');
+  return stop != std::string_view::npos && stop > 0 && stop + 1 < name.size();
+}
+
+}  // namespace
+
+std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address,
+                                             const std::vector<std::string> &typeFolders) {
+  std::string name = head.contentDisposition ? nameByDisposition(*head.contentDisposition) : "";
+  if (name.empty()) name = nameByAddress(address.absoluteString);
+  if (name.empty()) return std::nullopt;
+  const bool isFolderName = name == "." || name == "..";
+  if (head.mediaType && !isFolderName && !hasExtension(name)) {
+    if (const auto extension = usualExtension(*head.mediaType, typeFolders)) {
+      name += "." + *extension;
+    }
+  }
+  return name;
+}
+
+}  // namespace orvel

@@ -1,0 +1,119 @@
+#include "platform/linux/webkit_navigation.h"
+
+#include <utility>
+
+#include "platform/linux/webkit_url.h"
+
+namespace orvel {
+
+namespace {
+
+std::optional<Url> urlOf(WebKitNavigationAction *action) {
+  return urlFromWebKit(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+}
+
+std::optional<Url> urlOf(WebKitNavigationPolicyDecision *decision) {
+  return urlOf(webkit_navigation_policy_decision_get_navigation_action(decision));
+}
+
+void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
+  if (policy == NavigationPolicy::allow) {
+    webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
+  } else {
+    webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+  }
+}
+
+}  // namespace
+
+WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder,
+                                   WebViewDelegate &delegate)
+    : view_(retain(view)),
+      delegate_(delegate),
+      probe_(view, cacheFolder + "/content-filters"),
+      dialogs_(view, delegate, [this](std::string_view text) { return probe_.mayLeave(text); }) {
+  g_signal_connect_swapped(
+      view, "decide-policy",
+      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitPolicyDecision *decision,
+                     WebKitPolicyDecisionType type) {
+        return gboolean{navigation->decide(decision, type)};
+      }),
+      this);
+  g_signal_connect_swapped(
+      view, "create",
+      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitNavigationAction *action) -> GtkWidget * {
+        navigation->delegate_.createWebView(urlOf(action));
+        return nullptr;
+      }),
+      this);
+  // A load that fails leaves the page as it was, without a page of WebKit's.
+  g_signal_connect_swapped(view, "load-failed",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitLoadEvent,
+                                          const char *address, const GError *error) {
+                             navigation->probe_.loadFailed(address, error);
+                             return gboolean{TRUE};
+                           }),
+                           this);
+  g_signal_connect_swapped(
+      view, "web-process-terminated",
+      G_CALLBACK(+[](WebKitNavigation *navigation) { navigation->processTerminated(); }), this);
+  g_signal_connect_swapped(webkit_web_view_get_network_session(view), "download-started",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitDownload *download) {
+                             const auto request = webkit_download_get_request(download);
+                             const auto url = urlFromWebKit(webkit_uri_request_get_uri(request));
+                             webkit_download_cancel(download);
+                             navigation->delegate_.createWebView(url);
+                           }),
+                           this);
+}
+
+WebKitNavigation::~WebKitNavigation() {
+  g_signal_handlers_disconnect_by_data(webkit_web_view_get_network_session(view_.get()), this);
+  g_signal_handlers_disconnect_by_data(view_.get(), this);
+  processTerminated();
+}
+
+bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type) {
+  if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return false;
+  auto *navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
+  if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
+    // What is allowed asks again, for the window.
+    answer(navigation, delegate_.decidePolicy(
+                           {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
+  } else {
+    waiting_.push_back(retain(navigation));
+    decideWaiting();
+  }
+  return true;
+}
+
+void WebKitNavigation::decideWaiting() {
+  while (!waiting_.empty() && !probe_.isBusy()) {
+    const Decision decision = std::move(waiting_.front());
+    waiting_.pop_front();
+    decideInFrame(decision.get());
+  }
+}
+
+void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
+  NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
+  const NavigationPolicy inMainFrame = delegate_.policyFor(action);
+  action.target = NavigationTarget::subFrame;
+  if (delegate_.policyFor(action) == inMainFrame) {
+    action.target = NavigationTarget::mainFrame;
+    return answer(decision, delegate_.decidePolicy(action));
+  }
+  probe_.start(decision, [this, action](NavigationTarget target) mutable {
+    action.target = target;
+    delegate_.decidePolicy(action);
+    decideWaiting();
+  });
+}
+
+void WebKitNavigation::processTerminated() {
+  probe_.processTerminated();
+  for (const Decision &decision : waiting_) answer(decision.get(), NavigationPolicy::cancel);
+  waiting_.clear();
+}
+
+}  // namespace orvel

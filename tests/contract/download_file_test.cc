@@ -1,0 +1,110 @@
+// The file that a download is written to.
+
+#include "platform/linux/download_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/file_move.h"
+#include "tests/contract/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
+ protected:
+  DownloadFile make() const { return DownloadFile({folder.path().string()}, GetParam()); }
+  bool folderIsEmpty() const { return fs::is_empty(folder.path()); }
+  std::string target() const { return (folder.path() / "naar").string(); }
+
+  posix_test::TemporaryFolder folder;
+};
+
+std::string textOf(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST_P(DownloadFiles, CanBeReadByItsPathAndMoved) {
+  DownloadFile file = make();
+  ASSERT_TRUE(file.isOpen());
+  EXPECT_TRUE(file.write("een "));
+  EXPECT_TRUE(file.write("twee"));
+  EXPECT_EQ(textOf(file.path()), "een twee");
+  EXPECT_EQ(moveFile(file.path(), target()), MoveResult::moved);
+  EXPECT_EQ(textOf(target()), "een twee");
+}
+
+TEST_P(DownloadFiles, CanBeReadByAnotherProgram) {
+  DownloadFile file = make();
+  EXPECT_TRUE(file.write("inhoud"));
+  PosixProcessLauncher launcher(processEnvironment());
+  EXPECT_EQ(posix_test::runShell(launcher, "cat '" + file.path() + "'").output, "inhoud");
+}
+
+TEST_P(DownloadFiles, MovesOverNothing) {
+  DownloadFile file = make();
+  EXPECT_TRUE(file.write("nieuw"));
+  const std::string taken = folder.file("bezet", "oud");
+  EXPECT_EQ(moveFile(file.path(), taken), MoveResult::taken);
+  EXPECT_EQ(textOf(taken), "oud");
+  EXPECT_EQ(moveFile(file.path(), target()), MoveResult::moved);
+}
+
+TEST_P(DownloadFiles, LeavesNothingBehind) {
+  {
+    DownloadFile file = make();
+    EXPECT_TRUE(file.write("inhoud"));
+  }
+  EXPECT_TRUE(folderIsEmpty());
+}
+
+TEST_P(DownloadFiles, LeavesNothingBehindAtARegularExit) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    auto *file = new DownloadFile({folder.path().string()}, GetParam());
+    file->write("inhoud");
+    std::exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(folderIsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothKinds, DownloadFiles,
+                         testing::Values(DownloadFile::Kind::unnamed, DownloadFile::Kind::hidden),
+                         [](const auto &kind) {
+                           return kind.param == DownloadFile::Kind::unnamed ? "Unnamed" : "Hidden";
+                         });
+
+TEST(DownloadFile, WithoutANameLeavesNothingEvenWhenKilled) {
+  const posix_test::TemporaryFolder folder;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    DownloadFile file({folder.path().string()});
+    file.write("inhoud");
+    ::raise(SIGKILL);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+TEST(DownloadFile, IsNoneWhereNothingCanBeMade) {
+  const posix_test::TemporaryFolder folder;
+  EXPECT_FALSE(DownloadFile({}).isOpen());
+  EXPECT_FALSE(DownloadFile({(folder.path() / "weg").string()}).isOpen());
+  EXPECT_FALSE(DownloadFile({folder.file("bestand", "x")}).isOpen());
+}
+
+}  // namespace
+}  // namespace orvel

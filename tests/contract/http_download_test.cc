@@ -1,0 +1,145 @@
+// What every platform promises of download tasks.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/file_move.h"
+#include "tests/contract/contract_platform.h"
+#include "tests/contract/loopback_server.h"
+#include "tests/contract/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+std::string readFile(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What a completion saw while it ran.
+struct Download {
+  std::optional<std::string> file;
+  std::optional<HttpResponse> response;
+  std::string text;
+  MoveResult moved = MoveResult::failed;
+  bool onMain = true;
+};
+
+class HttpDownloadContract : public testing::TestWithParam<PlatformUnderContract> {
+ protected:
+  Download fetch(const std::string &path, const std::string &moveTo = "") {
+    UrlRequest request;
+    request.url = *Url::parse(server_.url(path));
+    platform_->answerNext(request.url.absoluteString, path == "/weg" ? 404 : 200, body_);
+    Download download;
+    int completions = 0;
+    platform_->ports().http.downloadTask(request, [&](auto file, auto response) {
+      download.onMain = platform_->onMainThread();
+      download.file = file;
+      download.response = response;
+      if (file) download.text = readFile(*file);
+      if (file && !moveTo.empty()) download.moved = moveFile(*file, moveTo);
+      platform_->ports().mainQueue.post([&] { ++completions; });
+    });
+    EXPECT_TRUE(platform_->runUntil([&] { return completions > 0; }));
+    EXPECT_EQ(completions, 1);
+    return download;
+  }
+
+  const std::string body_ = "regel 1\nregel 2\n";
+  LoopbackServer server_{[this](LoopbackConnection &connection, const std::string &head) {
+    connection.send(answer(head.starts_with("GET /weg ") ? "404 Not Found" : "200 OK", body_));
+  }};
+  posix_test::TemporaryFolder folder_;
+  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
+};
+
+TEST_P(HttpDownloadContract, HandsOverAFileThatGoesWithTheCompletion) {
+  const Download download = fetch("/lijst.csv");
+  ASSERT_TRUE(download.file);
+  EXPECT_EQ(download.text, body_);
+  EXPECT_FALSE(download.onMain);
+  ASSERT_TRUE(download.response);
+  EXPECT_EQ(download.response->statusCode, 200);
+  EXPECT_FALSE(std::filesystem::exists(*download.file));
+}
+
+TEST_P(HttpDownloadContract, LeavesAFileThatWasMovedWhereItIs) {
+  const std::string path = (folder_.path() / "een lijst.csv").string();
+  EXPECT_EQ(fetch("/lijst.csv", path).moved, MoveResult::moved);
+  EXPECT_EQ(readFile(path), body_);
+}
+
+TEST_P(HttpDownloadContract, MovesOverNothing) {
+  const std::string path = folder_.file("lijst.csv", "eerder");
+  EXPECT_EQ(fetch("/lijst.csv", path).moved, MoveResult::taken);
+  EXPECT_EQ(readFile(path), "eerder");
+}
+
+TEST_P(HttpDownloadContract, HandsOverTheBodyOfEveryStatus) {
+  const Download download = fetch("/weg");
+  ASSERT_TRUE(download.response);
+  EXPECT_EQ(download.response->statusCode, 404);
+  EXPECT_EQ(download.text, body_);
+}
+
+TEST_P(HttpDownloadContract, TellsAFailureByAbsence) {
+  UrlRequest request;
+  request.url = *Url::parse("http://127.0.0.1:" + std::to_string(unusedPort()) + "/lijst.csv");
+  bool done = false;
+  bool absent = false;
+  platform_->ports().http.downloadTask(request, [&](auto file, auto response) {
+    absent = !file && !response;
+    platform_->ports().mainQueue.post([&] { done = true; });
+  });
+  ASSERT_TRUE(platform_->runUntil([&] { return done; }));
+  EXPECT_TRUE(absent);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryPlatform, HttpDownloadContract,
+                         testing::ValuesIn(platformsUnderContract()),
+                         [](const auto &platform) { return platform.param.name; });
+
+TEST(MoveFile, GivesAFileAnotherPlace) {
+  const posix_test::TemporaryFolder folder;
+  const std::string from = folder.file("van", "inhoud");
+  const std::string to = (folder.path() / "naar").string();
+  EXPECT_EQ(moveFile(from, to), MoveResult::moved);
+  EXPECT_EQ(readFile(to), "inhoud");
+  EXPECT_FALSE(std::filesystem::exists(from));
+}
+
+TEST(MoveFile, NeverReplaces) {
+  const posix_test::TemporaryFolder folder;
+  const std::string from = folder.file("van", "nieuw");
+  const std::string file = folder.file("bestand", "oud");
+  const std::string link = (folder.path() / "verwijzing").string();
+  std::filesystem::create_symlink("nergens", link);
+  const std::string map = (folder.path() / "map").string();
+  std::filesystem::create_directory(map);
+  for (const std::string &to : {file, link, map, from}) {
+    EXPECT_EQ(moveFile(from, to), MoveResult::taken) << to;
+  }
+  EXPECT_EQ(readFile(from), "nieuw");
+  EXPECT_EQ(readFile(file), "oud");
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
+TEST(MoveFile, FailsWithoutALoss) {
+  const posix_test::TemporaryFolder folder;
+  const std::string from = folder.file("van", "inhoud");
+  EXPECT_EQ(moveFile(from, (folder.path() / "geen map" / "naar").string()), MoveResult::failed);
+  EXPECT_EQ(moveFile(from, (folder.path() / std::string(256, 'x')).string()), MoveResult::failed);
+  EXPECT_EQ(moveFile((folder.path() / "weg").string(), (folder.path() / "naar").string()),
+            MoveResult::failed);
+  EXPECT_EQ(readFile(from), "inhoud");
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/web_view.h"
+
+namespace orvel {
+
+/// Lets a web view do what it likes, and answers every panel with yes.
+class PermissiveDelegate final : public WebViewDelegate {
+ public:
+  NavigationPolicy decidePolicy(const NavigationAction &action) override {
+    return policyFor(action);
+  }
+  NavigationPolicy policyFor(const NavigationAction & /*action*/) const override {
+    return NavigationPolicy::allow;
+  }
+  void createWebView(const std::optional<Url> & /*url*/) override {}
+  void runJavaScriptAlertPanel(const std::string & /*message*/,
+                               std::function<void()> completion) override {
+    completion();
+  }
+  void runJavaScriptConfirmPanel(const std::string & /*message*/,
+                                 std::function<void(bool)> completion) override {
+    completion(true);
+  }
+  void webViewWebContentProcessDidTerminate() override {}
+};
+
+}  // namespace orvel

@@ -1,0 +1,162 @@
+#include "web/address_dialog.h"
+
+#include "tests/unit/core_test.h"
+
+namespace orvel {
+namespace {
+
+class AddressDialog : public CoreTest {
+ protected:
+  AddressDialog() { makeWebView(); }
+
+  /// Opens the dialog and answers it.
+  void choose(const std::string &text, std::optional<int> button = 0) {
+    delegate().kiesAdres();
+    fake.panels.answer({button, text});
+    fake.scheduler.runUntilIdle();
+  }
+  std::optional<std::string> stored() const { return fake.defaults.text("osURL"); }
+};
+
+TEST_F(AddressDialog, asksWithTheAddressThatHolds) {
+  delegate().kiesAdres();
+  ASSERT_EQ(fake.panels.shown.size(), 1U);
+  const Alert &dialog = fake.panels.shown[0];
+  EXPECT_EQ(dialog.messageText, "Adres van het OS");
+  EXPECT_EQ(dialog.informativeText,
+            "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: http://127.0.0.1:4767/");
+  EXPECT_THAT(dialog.buttons, ElementsAre("Bewaar", "Annuleren"));
+  EXPECT_EQ(dialog.textField, (AlertTextField{340, 24, "http://127.0.0.1:4767/"}));
+  EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS"));
+}
+
+TEST_F(AddressDialog, showsAChosenAddressWithItsSlash) {
+  goOnline("https://example.test/os");
+  delegate().kiesAdres();
+  EXPECT_EQ(fake.panels.shown[0].textField->text, "https://example.test/os/");
+}
+
+TEST_F(AddressDialog, changesNothingUnlessBewaarIsChosen) {
+  choose("https://example.test", 1);
+  choose("https://example.test", std::nullopt);
+  EXPECT_EQ(stored(), std::nullopt);
+  EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "alert Adres van het OS"));
+}
+
+TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {
+  fake.http.answer("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
+  choose("https://example.test/os");
+  EXPECT_EQ(stored(), "https://example.test/os");
+  EXPECT_EQ(delegate().baseURL(), "https://example.test/os/");
+  EXPECT_THAT(
+      fake.record.take(),
+      ElementsAre("alert Adres van het OS", "default osURL = https://example.test/os",
+                  "GET https://example.test/os/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]"));
+}
+
+TEST_F(AddressDialog, takesAwayBlanksAndTabsAround) {
+  choose(" \t https://example.test/os\t ");
+  EXPECT_EQ(stored(), "https://example.test/os");
+}
+
+TEST_F(AddressDialog, refusesWhatIsNoAddress) {
+  for (const std::string text :
+       {"", "   ", "\t", "example.test", "ftp://example.test", "HTTP://example.test",
+        "Https://example.test", "mailto:iemand@example.test", "file:///etc", "https",
+        "https://exa mple.test", "https://example.test\n", "\nhttps://example.test",
+        "//example.test", "http://[::1", "http://example.test/%zz"}) {
+    fake.panels.shown.clear();
+    choose(text);
+    ASSERT_EQ(fake.panels.shown.size(), 2U) << text;
+    Alert expected;
+    expected.messageText = "Dat is geen geldig adres.";
+    EXPECT_EQ(fake.panels.shown[1], expected) << text;
+    fake.panels.answer({0, ""});
+    fake.scheduler.runUntilIdle();
+    EXPECT_EQ(fake.panels.shown.size(), 2U) << "asked again after " << text;
+  }
+  EXPECT_EQ(stored(), std::nullopt);
+  EXPECT_EQ(fake.record.count("GET"), 0U);
+  EXPECT_THAT(fake.processes.launched, IsEmpty());
+}
+
+TEST_F(AddressDialog, refusalKeepsTheEarlierAddress) {
+  goOnline("https://example.test");
+  choose("geen adres");
+  EXPECT_EQ(stored(), "https://example.test");
+}
+
+TEST_F(AddressDialog, examinesNoMoreThanTheScheme) {
+  for (const std::string text : {"http:", "https:", "http://", "http:os", "https://example.test:99",
+                                 "http://127.0.0.1:4767/", "https://example.test/?a#b"}) {
+    EXPECT_TRUE(isServerAddress(text)) << text;
+  }
+}
+
+TEST_F(AddressDialog, goingOnlineStopsTheServerOnPurpose) {
+  fake.processes.script("/usr/local/bin/node", {{.obeysAfter = 2000ms}});
+  fake.http.answer("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
+  delegate().startServer();
+  const auto running = fake.processes.launched.back();
+  fake.record.take();
+  choose("https://example.test");
+
+  EXPECT_EQ(delegate().server, nullptr);
+  EXPECT_FALSE(delegate().quitting);
+  EXPECT_THAT(
+      fake.record.take(),
+      ElementsAre("alert Adres van het OS", "default osURL = https://example.test",
+                  "terminate " + running->name,
+                  "GET https://example.test/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]"));
+  fake.scheduler.advance(2500ms);
+  EXPECT_FALSE(running->isRunning());
+  EXPECT_EQ(shownError(), "");
+}
+
+TEST_F(AddressDialog, goingOnlineIsOnPurposeAtTheMomentOfTheRequest) {
+  // The exit is reported while terminate() is still running.
+  delegate().startServer();
+  bool onPurpose = false;
+  fake.processes.launched.back()->whenAskedToEnd = [&] { onPurpose = delegate().quitting; };
+  choose("https://example.test");
+  EXPECT_TRUE(onPurpose);
+  EXPECT_FALSE(delegate().quitting);
+}
+
+TEST_F(AddressDialog, goingOnlineLeavesAServerThatExitedByItself) {
+  delegate().startServer();
+  lastServer().end(1);
+  fake.scheduler.runUntilIdle();
+  const auto exited = delegate().server;
+  choose("https://example.test");
+  EXPECT_EQ(delegate().server, exited);
+  EXPECT_EQ(fake.record.count("terminate"), 0U);
+}
+
+TEST_F(AddressDialog, anotherLocalAddressKeepsTheServer) {
+  delegate().startServer();
+  choose("http://localhost:4767");
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+  EXPECT_TRUE(delegate().server->isRunning());
+  EXPECT_EQ(fake.record.count("GET http://localhost:4767/api/wie"), 1U);
+}
+
+TEST_F(AddressDialog, goingBackStartsTheServerAgain) {
+  delegate().startServer();
+  choose("https://example.test");
+  choose("http://127.0.0.1:4767/");
+  EXPECT_EQ(fake.processes.launched.size(), 2U);
+  EXPECT_TRUE(delegate().server->isRunning());
+}
+
+TEST_F(AddressDialog, addressThatDoesNotAnswerIsStoredAllTheSame) {
+  choose("https://example.test");
+  fake.scheduler.advance(60s);
+  EXPECT_EQ(stored(), "https://example.test");
+  EXPECT_EQ(shownError(),
+            "Geen verbinding met https://example.test/. Check je internet en probeer opnieuw met "
+            "⌘R.");
+}
+
+}  // namespace
+}  // namespace orvel

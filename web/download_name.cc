@@ -1,0 +1,68 @@
+#include "web/download_name.h"
+
+#include <algorithm>
+
+namespace orvel {
+
+namespace {
+
+// What the common file systems allow (NAME_MAX).
+constexpr std::size_t longestName = 255;
+
+struct NameParts {
+  std::string_view stem;
+  /// With its full stop; empty for none.
+  std::string_view extension;
+};
+
+NameParts split(std::string_view name) {
+  const auto stop = name.rfind('.');
+  if (stop == std::string_view::npos || stop == 0 || stop + 1 == name.size()) return {name, ""};
+  return {name.substr(0, stop), name.substr(stop)};
+}
+
+/// The longest part of a UTF-8 text that ends with a whole character.
+std::string_view shortened(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  const auto isContinuation = [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+  };
+  while (most > 0 && isContinuation(text[most])) --most;
+  return text.substr(0, most);
+}
+
+std::string joined(std::string_view stem, std::string_view middle, std::string_view extension) {
+  const std::size_t fixed = middle.size() + extension.size();
+  // An extension that long is none that anybody would miss.
+  if (fixed >= longestName) return joined(stem, middle, "");
+  std::string name(shortened(stem, longestName - fixed));
+  name += middle;
+  name += extension;
+  return name;
+}
+
+bool isFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.find('\0') == std::string_view::npos;
+}
+
+std::string_view lastComponent(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+}  // namespace
+
+std::string downloadName(const std::optional<std::string> &suggested, const Url &url) {
+  for (std::string name :
+       {suggested.value_or(""), std::string(lastComponent(url.path)), url.host}) {
+    std::replace(name.begin(), name.end(), '/', '-');
+    if (!isFileName(name)) continue;
+    const auto [stem, extension] = split(name);
+    return joined(stem, "", extension);
+  }
+  return "unknown";
+}
+
+std::string numberedName(std::string_view name, int number) {
+  const auto [stem, extension] = split(name);
+  return joined(stem, " " + std::to_string(number), extension);
+}
+
+}  // namespace orvel

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/url.h"
+
+namespace orvel {
+
+/// The name under which a download is kept: the one that its response
+/// suggests, else the last path component of the URL that was asked for, else
+/// its host, else "unknown". Always one path component of at most 255 bytes:
+/// every "/" becomes "-", and a name that no file can bear ("", ".", "..", one
+/// with a NUL) is passed over.
+std::string downloadName(const std::optional<std::string> &suggested, const Url &url);
+
+/// The name with a number behind its stem: "data.csv" and 2 give "data 2.csv".
+/// The extension begins at the last full stop, unless that is the first or the
+/// last character. A stem is shortened, between two characters, when the whole
+/// would have more than 255 bytes.
+std::string numberedName(std::string_view name, int number);
+
+}  // namespace orvel

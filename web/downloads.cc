@@ -1,0 +1,74 @@
+#include "web/downloads.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "app/app_delegate.h"
+#include "app/invariant.h"
+#include "platform/file_move.h"
+#include "web/download_name.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr int firstNumber = 2;
+
+std::string_view withoutStopsAround(std::string_view domain) {
+  const auto begin = domain.find_first_not_of('.');
+  if (begin == std::string_view::npos) return "";
+  return domain.substr(begin, domain.find_last_not_of('.') + 1 - begin);
+}
+
+/// A symbolic link counts whether or not it leads anywhere.
+bool isTaken(const std::string &path) {
+  std::error_code ignored;
+  return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+}  // namespace
+
+std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view host) {
+  std::string header;
+  if (host.empty()) return header;
+  for (const Cookie &cookie : cookies) {
+    if (!host.ends_with(withoutStopsAround(cookie.domain))) continue;
+    if (!header.empty()) header += "; ";
+    header += cookie.name + "=" + cookie.value;
+  }
+  return header;
+}
+
+void AppDelegate::bewaarEnOpen(const Url &url) {
+  if (!web) fatalError("a download before the web view exists");
+  web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
+    UrlRequest request = self->metSleutel(url);
+    request.setHeader("Cookie", cookieHeader(cookies, url.host));
+    self->platform_.http.downloadTask(
+        request, [self, url](const std::optional<std::string> &temporaryFile,
+                             const std::optional<HttpResponse> &response) {
+          if (!temporaryFile || !response || response->statusCode != 200) return;
+          self->saveDownload(*temporaryFile, response->suggestedFilename, url);
+        });
+  });
+}
+
+void AppDelegate::saveDownload(const std::string &temporaryFile,
+                               const std::optional<std::string> &suggested, const Url &url) {
+  const std::string folder = platform_.locations.downloads() + "/";
+  const std::string name = downloadName(suggested, url);
+  std::string path = folder + name;
+  int number = firstNumber;
+  MoveResult result;
+  do {
+    while (isTaken(path)) path = folder + numberedName(name, number++);
+    // Another download may have taken the name since.
+    result = moveFile(temporaryFile, path);
+  } while (result == MoveResult::taken);
+
+  // A move that failed is not told apart: there is nothing to open then.
+  platform_.mainQueue.post(
+      [self = shared_from_this(), path] { self->platform_.workspace.openFile(path); });
+}
+
+}  // namespace orvel

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/web_view.h"
+
+namespace orvel {
+
+/// The value of the "Cookie" field for a request to a host: the cookies whose
+/// domain, without full stops at its ends, the host ends with, in their order.
+/// Looser than a browser: neither whole labels nor path, scheme and expiry
+/// count. Empty when none belongs, and for an empty host.
+std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view host);
+
+}  // namespace orvel

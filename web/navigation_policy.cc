@@ -1,0 +1,72 @@
+#include "web/navigation_policy.h"
+
+#include <algorithm>
+#include <array>
+
+#include "app/app_delegate.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mailto", "tel"};
+constexpr std::string_view exportPath = "/api/export";
+constexpr std::string_view filePrefix = "/api/bestand/";
+
+// No other host can begin with the address, for it ends in "/".
+bool isOnServer(const Url &url, std::string_view baseURL) {
+  return url.absoluteString.starts_with(baseURL);
+}
+
+bool isExternal(std::string_view scheme) {
+  return std::find(externalSchemes.begin(), externalSchemes.end(), scheme) != externalSchemes.end();
+}
+
+}  // namespace
+
+NavigationDecision decideNavigation(const NavigationAction &action, std::string_view baseURL) {
+  using enum NavigationPolicy;
+  using enum NavigationConsequence;
+  if (!action.url) return {cancel, none};
+  const Url &url = *action.url;
+  if (url.scheme != "about" && !isOnServer(url, baseURL)) {
+    return {cancel, isExternal(url.scheme) ? open : none};
+  }
+  if (url.path == exportPath) return {cancel, download};
+  if (url.path.starts_with(filePrefix) && action.target != NavigationTarget::subFrame) {
+    return {cancel, download};
+  }
+  return {allow, none};
+}
+
+NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL) {
+  if (!url) return NavigationConsequence::none;
+  return isOnServer(*url, baseURL) ? NavigationConsequence::download : NavigationConsequence::open;
+}
+
+NavigationPolicy AppDelegate::decidePolicy(const NavigationAction &action) {
+  const NavigationDecision decision = decideNavigation(action, baseURL());
+  if (action.url) carryOut(decision.consequence, *action.url);
+  return decision.policy;
+}
+
+NavigationPolicy AppDelegate::policyFor(const NavigationAction &action) const {
+  return decideNavigation(action, baseURL()).policy;
+}
+
+void AppDelegate::createWebView(const std::optional<Url> &url) {
+  if (url) carryOut(decideNewWindow(url, baseURL()), *url);
+}
+
+void AppDelegate::carryOut(NavigationConsequence consequence, const Url &url) {
+  switch (consequence) {
+    case NavigationConsequence::none:
+      return;
+    case NavigationConsequence::open:
+      return platform_.workspace.open(url);
+    case NavigationConsequence::download:
+      return bewaarEnOpen(url);
+  }
+}
+
+}  // namespace orvel
