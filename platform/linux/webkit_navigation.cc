@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/linux/webkit_context_menu.h"
 #include "platform/linux/webkit_url.h"
 
 namespace orvel {
@@ -57,6 +58,16 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
   g_signal_connect_swapped(
       view, "web-process-terminated",
       G_CALLBACK(+[](WebKitNavigation *navigation) { navigation->processTerminated(); }), this);
+  g_signal_connect_swapped(view, "context-menu",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitContextMenu *menu,
+                                          WebKitHitTestResult *target) {
+                             WebViewDelegate &asked = navigation->delegate_;
+                             replaceDownloads(menu, target, [&asked](const char *address) {
+                               asked.createWebView(urlFromWebKit(address));
+                             });
+                             return gboolean{FALSE};
+                           }),
+                           this);
   g_signal_connect_swapped(webkit_web_view_get_network_session(view), "download-started",
                            G_CALLBACK(+[](WebKitNavigation *navigation, WebKitDownload *download) {
                              const auto request = webkit_download_get_request(download);
