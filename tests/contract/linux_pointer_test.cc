@@ -56,15 +56,6 @@ class LinuxPointer : public LinuxPage {
     press("click 3");
     ASSERT_TRUE(until([&] { return items.contains(action); }));
     g_action_activate(items[action].get(), nullptr);
-    closeMenu();
-  }
-
-  // A menu that is open when its window goes leaves GTK with a dangling pointer.
-  void closeMenu() {
-    for (GtkWidget *child = gtk_widget_get_first_child(GTK_WIDGET(webKit())); child != nullptr;
-         child = gtk_widget_get_next_sibling(child)) {
-      if (GTK_IS_POPOVER(child)) gtk_popover_popdown(GTK_POPOVER(child));
-    }
   }
 
   void expectWindow(const std::string &address) {

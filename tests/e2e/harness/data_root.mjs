@@ -22,7 +22,9 @@ export class DataRoot {
 
   install(behaviour = {}) {
     copyFileSync(join(harness, 'fixture_server.mjs'), this.script);
-    copyFileSync(join(harness, 'page.mjs'), join(this.path, 'v3/page.mjs'));
+    for (const part of ['answers.mjs', 'page.mjs']) {
+      copyFileSync(join(harness, part), join(this.path, 'v3', part));
+    }
     this.behave(behaviour);
   }
 

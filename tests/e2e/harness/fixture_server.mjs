@@ -7,7 +7,7 @@ import { createServer } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { page } from './page.mjs';
+import { answer } from './answers.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const path = join(here, 'behaviour.json');
@@ -36,24 +36,19 @@ for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
 
 let refusals = behaviour.refusals ?? 0;
 
-function answer(request, response, body) {
+function serve(request, response, body) {
   const { method, url, headers } = request;
   record('request', { method, url, headers, body });
+  response.on('close', () => record('answered', { url, whole: response.writableFinished }));
+  response.on('dripped', () => record('dripped', { url }));
   if (behaviour.silent) return;
   if (behaviour.hangsUp) {
     request.socket.destroy();
-    return;
-  }
-  if (url === '/api/wie' && refusals > 0) {
+  } else if (url === '/api/wie' && refusals > 0) {
     refusals -= 1;
     response.writeHead(behaviour.refusal ?? 401).end();
-  } else if (method === 'POST' || url === '/api/wie') {
-    response.writeHead(200, { 'content-type': 'application/json' }).end('{}');
-  } else if (url === '/') {
-    const type = { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' };
-    response.writeHead(200, type).end(page);
   } else {
-    response.writeHead(404).end();
+    answer(request, response, behaviour.routes);
   }
 }
 
@@ -61,7 +56,7 @@ function listen() {
   const server = createServer((request, response) => {
     let body = '';
     request.on('data', (piece) => (body += piece));
-    request.on('end', () => answer(request, response, body));
+    request.on('end', () => serve(request, response, body));
   });
   server.listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
 }

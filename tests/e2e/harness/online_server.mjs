@@ -3,22 +3,27 @@
 
 import { createServer } from 'node:http';
 
-import { page } from './page.mjs';
+import { answer } from './answers.mjs';
+import { waitFor } from './wait.mjs';
 
 export class OnlineServer {
   /// Listens, unless told otherwise, on a free port of its own; `ready` false
-  /// refuses every probe.
-  static async open({ ready = true, host = '127.0.0.2', port = 0 } = {}) {
+  /// refuses every probe; `routes` are answers of the test's own.
+  static async open({ ready = true, host = '127.0.0.2', port = 0, routes = {} } = {}) {
     const online = new OnlineServer();
     online.requests = [];
     online.server = createServer((request, response) => {
-      const { method, url, headers } = request;
-      online.requests.push({ method, url, headers, time: Date.now() });
-      if (url === '/') {
-        response.writeHead(200, { 'content-type': 'text/html; charset=utf-8' }).end(page);
-      } else {
-        response.writeHead(ready ? 200 : 503).end();
-      }
+      let body = '';
+      request.on('data', (piece) => (body += piece));
+      request.on('end', () => {
+        const { method, url, headers } = request;
+        online.requests.push({ method, url, headers, body, time: Date.now() });
+        if (!ready && url !== '/') {
+          response.writeHead(503).end();
+        } else {
+          answer(request, response, routes);
+        }
+      });
     });
     await new Promise((resolve) => online.server.listen(port, host, resolve));
     online.address = `http://${host}:${online.server.address().port}/`;
@@ -27,6 +32,16 @@ export class OnlineServer {
 
   to(url) {
     return this.requests.filter((request) => request.url === url);
+  }
+
+  /// What the page has told under a name.
+  told(name) {
+    return this.to(`/api/${name}`).map(({ body }) => JSON.parse(body));
+  }
+
+  async painted(times = 1) {
+    await waitFor(`page painted ${times} times`, () => this.told('getoond').length >= times);
+    return this.told('getoond').at(-1);
   }
 
   close() {

@@ -1,35 +1,61 @@
-// The page of the tests' servers: one even colour, one text field, and a script
-// that tells the server what happens to the page.
+// The page of the tests' servers: one even colour, whatever the test wants on
+// it, and a script that tells the server what happens to the page.
 
 /// The colour that shows that the page has been painted; dark, as the blank
 /// page before it, so that any light pixel on the way is a fault.
 export const pageColour = [20, 60, 90];
 
-export const page = `<!doctype html>
+/// A whole page around a piece of HTML. It tells where each element with an id
+/// stands, those in frames of the same server too, so that it can be clicked. In
+/// a frame it tells nothing by itself.
+export function pageWith(content) {
+  return `<!doctype html>
 <html lang="nl"><meta charset="utf-8"><title>Proef</title>
 <style>
-  html, body { margin: 0; height: 100%; background: rgb(${pageColour.join(', ')}); }
-  input { position: fixed; left: 40px; top: 40px; width: 420px; font: 18px sans-serif;
+  html, body { margin: 0; height: 100%; overflow: hidden;
+               background: rgb(${pageColour.join(', ')}); }
+  a, button { display: block; width: 260px; height: 24px; margin: 8px; padding: 0;
+              font: 15px sans-serif; color: #99a; background: #101820; border: 0; }
+  iframe { position: fixed; left: 620px; top: 20px; width: 320px; height: 200px; border: 0; }
+  #veld { position: fixed; left: 40px; top: 40px; width: 420px; font: 18px sans-serif;
           border: 0; outline: 0; color: #778; background: #101820; caret-color: transparent; }
 </style>
-<input id="veld" autocomplete="off">
 <script>
-  const tell = (what, data) =>
+  const tell = (what, data = {}) =>
     fetch('/api/' + what, { method: 'POST', body: JSON.stringify(data) });
+</script>
+${content}
+<script>
   const size = () => ({ width: innerWidth, height: innerHeight });
+  const places = (page, left, top) => {
+    const found = {};
+    for (const element of page.querySelectorAll('[id], iframe')) {
+      const { x, y, width, height } = element.getBoundingClientRect();
+      if (element.id) found[element.id] = [left + x + width / 2, top + y + height / 2];
+      const inside = element.contentDocument;
+      if (inside) Object.assign(found, places(inside, left + x, top + y));
+    }
+    return found;
+  };
   const runs = Number(localStorage.getItem('runs') ?? 0) + 1;
   localStorage.setItem('runs', runs);
   document.cookie = 'blijvend=ja; path=/; max-age=86400';
   const field = document.getElementById('veld');
-  field.addEventListener('input', () => tell('veld', { value: field.value }));
-  field.addEventListener('keyup', (event) => event.key === 'End' && tell('einde', {}));
+  field?.addEventListener('input', () => tell('veld', { value: field.value }));
+  field?.addEventListener('keyup', (event) => event.key === 'End' && tell('einde'));
   addEventListener('resize', () => tell('maat', size()));
   addEventListener('load', () => {
-    field.focus();
+    if (window !== top) return;
+    field?.focus();
     // Two frames on, the first one has reached the screen.
-    requestAnimationFrame(() => requestAnimationFrame(() =>
-      tell('getoond', { runs, agent: navigator.userAgent, ...size() })));
+    requestAnimationFrame(() => requestAnimationFrame(() => tell('getoond', {
+      runs, agent: navigator.userAgent, places: places(document, 0, 0), ...size(),
+    })));
   });
 </script>
 </html>
 `;
+}
+
+/// The page of tests that ask for nothing but a text field.
+export const page = pageWith('<input id="veld" autocomplete="off">');

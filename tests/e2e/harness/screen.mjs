@@ -58,8 +58,13 @@ export class Screen {
   /// Runs a tool on this screen and gives what it printed; nothing when it
   /// fails, as xdotool does for a window that is not there yet.
   async tool(name, ...args) {
+    return (await this.output(name, ...args)).trim();
+  }
+
+  /// The same with the blanks around it.
+  async output(name, ...args) {
     try {
-      return (await run(name, args, { env: this.environment, timeout: 10_000 })).stdout.trim();
+      return (await run(name, args, { env: this.environment, timeout: 10_000 })).stdout;
     } catch (error) {
       if (error.code === 'ENOENT') throw new Error(`${name} is not installed`);
       return '';
@@ -74,15 +79,32 @@ export class Screen {
     await this.tool('xdotool', 'type', '--delay', '15', text);
   }
 
-  async click(x, y, { repeat = 1 } = {}) {
-    const place = [String(x), String(y)];
-    const clicks = ['--repeat', String(repeat), '--delay', '60', '1'];
+  async click(x, y, { repeat = 1, button = 1 } = {}) {
+    const place = [String(Math.round(x)), String(Math.round(y))];
+    const clicks = ['--repeat', String(repeat), '--delay', '60', String(button)];
     await this.tool('xdotool', 'mousemove', ...place, 'click', ...clicks);
+  }
+
+  /// Where on the screen an element is, of a page that has `told` its size and
+  /// places; the page ends where the screen does.
+  placeOf(told, id) {
+    const [x, y] = told.places[id];
+    return [x, y + this.picture().height - told.height];
+  }
+
+  async clickElement(told, id, options) {
+    await this.click(...this.placeOf(told, id), options);
+  }
+
+  async pointAtElement(told, id) {
+    const place = this.placeOf(told, id).map((at) => String(Math.round(at)));
+    await this.tool('xdotool', 'mousemove', ...place);
   }
 
   /// The numbers of the visible windows with this title.
   async windows(title = 'Orvel OS') {
-    const found = await this.tool('xdotool', 'search', '--onlyvisible', '--name', `^${title}$`);
+    const name = `^${title.replace(/[.?*+()|[\]{}\\^$]/g, '\\$&')}$`;
+    const found = await this.tool('xdotool', 'search', '--onlyvisible', '--name', name);
     return found.split('\n').filter(Boolean);
   }
 
@@ -95,6 +117,90 @@ export class Screen {
   async managedWindows() {
     const list = await this.tool('xprop', '-root', '_NET_CLIENT_LIST');
     return (list.match(/0x/g) ?? []).length;
+  }
+
+  /// Watches the windows under the manager's care from now on; gives a function
+  /// that tells how many there were at most.
+  watchWindows() {
+    let most = 0;
+    let text = '';
+    const spy = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
+      env: this.environment,
+      stdio: ['ignore', 'pipe', 'ignore'],
+    });
+    spy.stdout.on('data', (piece) => {
+      text += piece;
+      for (const line of text.split('\n')) most = Math.max(most, line.match(/0x/g)?.length ?? 0);
+      text = text.slice(text.lastIndexOf('\n') + 1);
+    });
+    return async () => {
+      await waitFor('a look at the windows', () => most > 0);
+      kill(spy.pid, 'SIGTERM');
+      return most;
+    };
+  }
+
+  /// Waits until a panel with this title is there and has the keyboard.
+  async panel(title) {
+    return waitFor(`the panel "${title}"`, async () => {
+      const [window] = await this.windows(title);
+      const active = await this.tool('xdotool', 'getactivewindow');
+      return window !== undefined && window === active ? window : null;
+    });
+  }
+
+  /// Waits until a panel is gone and another window has the keyboard.
+  async panelGone(title) {
+    await waitFor(`the end of the panel "${title}"`, async () => {
+      if ((await this.windows(title)).length > 0) return false;
+      return (await this.tool('xdotool', 'getactivewindow', 'getwindowname')) !== '';
+    });
+  }
+
+  /// Waits until a menu is open, or none is. Those of the application have the
+  /// name that GTK knows it by.
+  async menu(isOpen = true) {
+    await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
+      ((await this.windows('nl.orvel.os')).length > 0) === isOpen);
+  }
+
+  /// Opens the address dialog through the menu, by keys alone.
+  async openAddressDialog() {
+    await this.window();
+    // A pointer over the menu would choose too.
+    await this.tool('xdotool', 'mousemove', '900', '700');
+    await this.keys('F10');
+    // The keyboard is there a moment after the menu: its first item is lit up.
+    const lines = [61, 91, 121];
+    const item = (number) => waitFor(`item ${number} of the menu`, () => {
+      const light = lines.map((y) => this.picture().at(185, y)[2]);
+      return light.every((value, index) => index === number || light[number] - value > 15);
+    });
+    await item(0);
+    await this.keys('Down', 'Down');
+    await item(2);
+    await this.keys('Return');
+    return this.panel('Adres van het OS');
+  }
+
+  /// Opens the address dialog, gives it this text by keys alone, and presses
+  /// `answer`.
+  async answerAddressDialog(text, answer = 'Return') {
+    await this.openAddressDialog();
+    // Its whole text is selected; a tab cannot be typed.
+    await this.keys('BackSpace');
+    if (text !== '') {
+      await this.setClipboard(text);
+      await this.keys('ctrl+v');
+    }
+    await this.keys(answer);
+    await this.panelGone('Adres van het OS');
+  }
+
+  /// Waits until so many windows are under the manager's care, which takes
+  /// note of an end a moment after it.
+  async managing(count) {
+    await waitFor(`${count} windows`, async () => (await this.managedWindows()) === count);
   }
 
   async property(window, name) {
@@ -111,7 +217,7 @@ export class Screen {
   }
 
   async clipboard() {
-    return this.tool('xclip', '-out', '-selection', 'clipboard');
+    return this.output('xclip', '-out', '-selection', 'clipboard');
   }
 
   /// Puts a text on the clipboard, so that a later one can be told from it.
@@ -133,7 +239,7 @@ export class Screen {
     await waitFor('a certain text on the page', async () => {
       await this.keys('ctrl+a', 'ctrl+c');
       // How many line feeds stand between two blocks is the web engine's affair.
-      text = (await this.clipboard()).replace(/\n+/g, '\n');
+      text = (await this.clipboard()).trim().replace(/\n+/g, '\n');
       return awaited(text);
     }, { every: 100, ...options }).catch((error) => {
       throw new Error(`${error.message}; the page says: ${JSON.stringify(text)}`);

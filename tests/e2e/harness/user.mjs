@@ -89,21 +89,24 @@ export class User {
     });
   }
 
-  /// Starts the application. A variable given as undefined is left out.
-  start({ environment = {}, args = [] } = {}) {
-    const child = spawn(this.executable, args, {
+  /// Starts the application, by way of another program when there is a
+  /// `wrapper` to put before it. A variable given as undefined is left out.
+  start({ environment = {}, args = [], wrapper = [] } = {}) {
+    const [program, ...all] = [...wrapper, this.executable, ...args];
+    const child = spawn(program, all, {
       cwd: this.folder,
       detached: true,
       env: { ...this.environment, ...environment },
       stdio: ['ignore', 'pipe', 'pipe'],
     });
-    const run = { child, pid: child.pid, output: '', ended: null };
+    const run = { child, pid: child.pid, output: '', ended: null, forced: false };
     child.stdout.on('data', (text) => (run.output += text));
     child.stderr.on('data', (text) => (run.output += text));
     child.once('exit', (code, signal) => {
       run.ended = { code, signal, time: Date.now() };
-      if (!signal || this.removing) return;
-      // The tests end it by signals that it answers; all others are crashes.
+      if (!signal || run.forced || this.removing) return;
+      // Tests end it by signals that it answers, or remove the user; all others
+      // are crashes.
       stopWaiting(new Error(`the application was ended by ${signal}`));
     });
     child.once('error', (error) => (run.ended = { error }));
@@ -118,6 +121,21 @@ export class User {
     const run = this.start(options);
     await this.root.painted(before + 1);
     return run;
+  }
+
+  /// Starts the application with a page of the test's own, made of a piece of
+  /// HTML, and gives what the page told when it was painted.
+  async startWithPage(page, { routes = {}, ...behaviour } = {}, options = {}) {
+    this.root.behave({ ...behaviour, routes: { '/': { page }, ...routes } });
+    await this.startAndPaint(options);
+    return this.root.told('getoond').at(-1);
+  }
+
+  /// Kills the application alone, as a user does who has lost patience.
+  async forceQuit(run = this.starts.at(-1)) {
+    run.forced = true;
+    kill(run.pid);
+    await this.ended(run);
   }
 
   /// Waits until a run has ended by itself and gives how.

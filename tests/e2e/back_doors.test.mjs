@@ -1,0 +1,159 @@
+// What the web engine offers beside the page, its context menu and drops on the
+// window, leads nowhere that the page could not go.
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { existsSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { Desktop } from './harness/desktop.mjs';
+import { pageColour } from './harness/page.mjs';
+import { alive, kill } from './harness/processes.mjs';
+import { trialsOn } from './harness/trial.mjs';
+import { KEY } from './harness/user.mjs';
+import { waitFor } from './harness/wait.mjs';
+
+const { trial, keep } = trialsOn();
+
+const beacon = 'https://baken.test/';
+const link = (id, href) =>
+  `<a id="${id}" href="${href}" onmouseenter="tell('boven', '${id}')">${id}</a>`;
+const text = (body) => ({ headers: { 'content-type': 'text/plain' }, body });
+
+/// Clicks a link when no menu is open any more: one that has just closed may
+/// still have the mouse to itself.
+async function clickAfterMenu(user, screen, told, id, options) {
+  await screen.menu(false);
+  await screen.pointAtElement(told, id);
+  await waitFor(`the mouse over ${id}`, () => user.root.told('boven').at(-1) === id);
+  await screen.clickElement(told, id, options);
+}
+
+/// Chooses an item of a link's context menu, by keys; the first is chosen when
+/// the menu opens.
+async function chooseFromMenu(user, screen, told, id, item) {
+  await clickAfterMenu(user, screen, told, id, { button: 3 });
+  await screen.menu();
+  await keep('context-menu');
+  await screen.keys(...Array(item).fill('Down'), 'Return');
+}
+
+const open = 0;
+const openInNewWindow = 1;
+const downloadLinkedFile = 2;
+
+const elsewhere = (id) => `https://elders.test/${id}`;
+
+/// Chooses the item for each link by its name, then clicks the beacon; gives
+/// the files that came of it. `choices` tells for each link its address, its
+/// item and what is opened.
+async function followMenu(user, screen, choices) {
+  const desktop = new Desktop(user);
+  const told = await user.startWithPage(
+    Object.entries(choices).map(([id, [href]]) => link(id, href)).join('') + link('baken', beacon),
+    { routes: { '/gewoon': text('gewoon'), '/api/bestand/los': text('los') } });
+  const most = screen.watchWindows();
+  const opened = [beacon];
+  for (const [id, [href, item, name]] of Object.entries(choices)) {
+    await chooseFromMenu(user, screen, told, id, item);
+    opened.push(name ? join(desktop.downloads, name) : href);
+    await desktop.awaitOpened(opened.at(-1));
+  }
+  await clickAfterMenu(user, screen, told, 'baken');
+  await desktop.awaitOpened(beacon);
+  assert.equal(user.root.told('getoond').length, 1, 'the page stays');
+  for (const [href] of Object.values(choices).filter(([, , name]) => name)) {
+    const keys = user.root.requests(href).map(({ headers }) => headers['x-orvel-app']);
+    assert.deepEqual(keys, [KEY], href);
+  }
+  await user.quit();
+  assert.deepEqual(await desktop.openedInTheEnd(), opened.sort());
+  assert.equal(await most(), 1, 'a second window was seen');
+}
+
+trial("the context menu's own ways to open a link follow the rules", {},
+  (user, screen) => followMenu(user, screen, {
+    other: [elsewhere('open'), open],
+    window: [elsewhere('venster'), openInNewWindow],
+    own: ['/gewoon', openInNewWindow, 'gewoon.txt'],
+    file: ['/api/bestand/los', open, 'los.txt'],
+  }));
+
+trial("the context menu's own way to download is the application's way", {},
+  (user, screen) => followMenu(user, screen, {
+    other: [elsewhere('bestand'), downloadLinkedFile],
+    own: ['/gewoon', downloadLinkedFile, 'gewoon.txt'],
+    file: ['/api/bestand/los', downloadLinkedFile, 'los.txt'],
+  }));
+
+// Built beside the application when the tests are.
+const source = process.env.ORVEL_DRAG_SOURCE;
+const skip = source && existsSync(source) ? false : 'ORVEL_DRAG_SOURCE does not name a program';
+
+/// Drags a file or an address over the window and lets it go at a place, where
+/// the page `sees` it before that; waits until both sides are done with it.
+async function drop(user, screen, what, [x, y], sees) {
+  const child = spawn(source, [what], { env: user.environment, stdio: 'ignore' });
+  try {
+    const window = await waitFor('the source', async () => (await screen.windows('Bron'))[0]);
+    const [fromX, fromY] = [80, 580];
+    const at = (from, to, share) => String(Math.round(from + (to - from) * share));
+    await screen.tool('xdotool', 'windowmove', '--sync', window, '20', '500');
+    await waitFor('the source on the screen', () =>
+      !screen.picture().shows(pageColour, fromX, fromY));
+    const move = (share) =>
+      screen.tool('xdotool', 'mousemove', at(fromX, x, share), at(fromY, y, share));
+    await move(0);
+    await screen.tool('xdotool', 'mousedown', '1');
+    // A drag begins with a stretch of way, and its target answers each step.
+    for (let step = 1; step <= 20; step += 1) await move(step / 20);
+    await waitFor('the drag over its target', async () => {
+      await move(0.99);
+      await move(1);
+      return sees();
+    });
+    await screen.tool('xdotool', 'mouseup', '1');
+    await waitFor('the end of the drag', () => !alive(child.pid));
+  } finally {
+    kill(child.pid);
+    await screen.managing(1);
+  }
+}
+
+trial('what is dropped on the window does not take the place of the page', { skip },
+  async (user, screen) => {
+    const desktop = new Desktop(user);
+    const told = await user.startWithPage(`${link('baken', beacon)}
+      <button id="doel" style="height: 100px">hier</button>
+      <button id="naast" style="height: 100px; margin-top: 100px">niet hier</button>
+      <script>
+        addEventListener('dragover', ({ target }) => tell('boven', target.id));
+        doel.addEventListener('dragover', (event) => event.preventDefault());
+        doel.addEventListener('drop', (event) => {
+          event.preventDefault();
+          tell('gevallen', [...event.dataTransfer.types]);
+        });
+      </script>`);
+    const file = join(user.folder, 'gevallen.html');
+    writeFileSync(file, '<h1>gevallen</h1>');
+    const dropOn = (id, what) => {
+      // More than once, so that the first answer is back at the source.
+      const times = () => user.root.told('boven').filter((over) => over === id).length;
+      const before = times();
+      return drop(user, screen, what, screen.placeOf(told, id), () => times() > before + 2);
+    };
+
+    // That drops arrive at all is seen where the page wants one.
+    await dropOn('doel', file);
+    await waitFor('a drop on the page', () => user.root.told('gevallen').length === 1);
+    assert.ok(user.root.told('gevallen')[0].includes('text/uri-list'));
+    await dropOn('naast', file);
+    await dropOn('naast', 'https://elders.test/gevallen');
+
+    await screen.clickElement(told, 'baken');
+    await desktop.awaitOpened(beacon);
+    await user.quit();
+    assert.deepEqual(await desktop.openedInTheEnd(), [beacon, 'https://elders.test/gevallen']);
+    assert.equal(user.root.told('getoond').length, 1, 'the page stays');
+    assert.equal(user.root.told('gevallen').length, 1);
+  });
