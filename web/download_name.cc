@@ -55,7 +55,9 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
     std::replace(name.begin(), name.end(), '/', '-');
     if (!isFileName(name)) continue;
     const auto [stem, extension] = split(name);
-    return joined(stem, "", extension);
+    std::string fitting = joined(stem, "", extension);
+    // Nothing may be left of a text without one whole character.
+    if (isFileName(fitting)) return fitting;
   }
   return "unknown";
 }

@@ -5,6 +5,14 @@
 namespace orvel {
 namespace {
 
+TEST(BlanksAround, areTakenAwayAndNothingElse) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"}, {"\n a \n", "\n a \n"},
+      {" ", ""},  {"\t \t", ""},        {"", ""},
+  };
+  for (const auto &[text, inside] : rows) EXPECT_EQ(withoutBlanksAround(text), inside);
+}
+
 class AddressDialog : public CoreTest {
  protected:
   AddressDialog() { makeWebView(); }
@@ -41,6 +49,16 @@ TEST_F(AddressDialog, changesNothingUnlessBewaarIsChosen) {
   choose("https://example.test", std::nullopt);
   EXPECT_EQ(stored(), std::nullopt);
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "alert Adres van het OS"));
+}
+
+TEST_F(AddressDialog, keepsTheDelegateWhileItIsOpen) {
+  delegate().kiesAdres();
+  const auto kept = delegate().weak_from_this();
+  forgetDelegate();
+  EXPECT_FALSE(kept.expired());
+  fake.panels.answer({1, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_TRUE(kept.expired());
 }
 
 TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {

@@ -59,6 +59,9 @@ TEST(DownloadName, fitsAFileSystem) {
   // 125 characters of two bytes and a stem's end that falls inside one.
   EXPECT_EQ(downloadName(repeated(126, "é") + ".csv", file()), repeated(125, "é") + ".csv");
   EXPECT_EQ(downloadName("a." + std::string(300, 'x'), file()), "a");
+  EXPECT_EQ(downloadName(std::string(300, '\x80'), file()), "12");
+  EXPECT_EQ(downloadName("a." + std::string(254, 'x'), file()), "a");
+  EXPECT_EQ(downloadName("ab." + std::string(253, 'x'), file()), "a." + std::string(253, 'x'));
 }
 
 TEST(NumberedName, countsBehindTheStem) {
@@ -86,6 +89,8 @@ TEST(NumberedName, fitsAFileSystem) {
   EXPECT_EQ(numberedName(longest + ".csv", 10), std::string(248, 'x') + " 10.csv");
   EXPECT_EQ(numberedName(std::string(255, 'x'), 2), std::string(253, 'x') + " 2");
   EXPECT_EQ(numberedName(repeated(125, "é") + ".csv", 2), repeated(124, "é") + " 2.csv");
+  // No character ends anywhere in such a stem.
+  EXPECT_EQ(numberedName(std::string(300, '\x80'), 2), " 2");
 }
 
 }  // namespace

@@ -149,6 +149,15 @@ TEST_F(Downloads, takeTheFirstNameThatIsFree) {
   EXPECT_EQ(text("data 2.csv"), "inhoud");
 }
 
+TEST_F(Downloads, countAsFarAsItTakes) {
+  writeFile(folder() + "/data.csv", "");
+  for (int number = 2; number <= 110; ++number) {
+    writeFile(folder() + "/data " + std::to_string(number) + ".csv", "");
+  }
+  download(file("data.csv"));
+  EXPECT_EQ(text("data 111.csv"), "inhoud");
+}
+
 TEST_F(Downloads, countFoldersAndDanglingLinksAsTaken) {
   std::filesystem::create_directory(folder() + "/rapport");
   std::filesystem::create_symlink("/nergens", folder() + "/rapport 2");
@@ -202,6 +211,24 @@ TEST_F(Downloads, intoAFolderThatIsMissingFailInSilence) {
   EXPECT_EQ(fake.record.count("alert"), 0U);
 }
 
+TEST_F(Downloads, keepTheDelegateUntilTheFileOpens) {
+  fake.webViews.cookies.delay = 1s;
+  FakeAnswer answer = file("data.csv");
+  answer.delay = 1s;
+  fake.http.answer(address, {answer});
+  download();
+  const auto kept = delegate().weak_from_this();
+  forgetDelegate();
+  EXPECT_FALSE(kept.expired()) << "while the cookies are read";
+  fake.scheduler.advance(1500ms);
+  EXPECT_FALSE(kept.expired()) << "during the download";
+  ASSERT_TRUE(fake.scheduler.runUntil([&] { return !saved().empty(); }, 1min));
+  EXPECT_FALSE(kept.expired()) << "before the file opens";
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
+  EXPECT_TRUE(kept.expired());
+}
+
 TEST_F(Downloads, useTheCookiesOfTheMomentTheyAreAsked) {
   fake.webViews.cookies.delay = 100ms;
   download();
@@ -212,7 +239,7 @@ TEST_F(Downloads, useTheCookiesOfTheMomentTheyAreAsked) {
 
 TEST_F(Downloads, beforeTheWebViewExistsStopTheProcess) {
   delegate().web.reset();
-  EXPECT_DEATH(download(), "before the web view exists");
+  EXPECT_DEATH(download(), "OS: a download before the web view exists");
 }
 
 }  // namespace

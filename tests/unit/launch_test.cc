@@ -48,6 +48,15 @@ TEST_F(ServerLaunch, bothOutputsShareOneHandleOnTheEmptiedLog) {
   EXPECT_EQ(readFile(logPath()), "vandaag");
 }
 
+TEST_F(ServerLaunch, makesTheLogFolderWithTheFolderAboveIt) {
+  std::filesystem::remove_all(root() + "/v3");
+  start();
+  const LaunchRequest &request = lastServer().request;
+  ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
+  request.standardOutput.handle->write("vandaag");
+  EXPECT_EQ(readFile(logPath()), "vandaag");
+}
+
 TEST_F(ServerLaunch, withoutALogFolderTheOutputsAreInherited) {
   writeFile(root() + "/v3/.local", "een bestand");
   start();
@@ -145,6 +154,20 @@ TEST_F(ServerLaunch, reportWithoutAServerIsDropped) {
   task->end(1);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError(), "");
+}
+
+TEST_F(ServerLaunch, reportOnItsWayDoesNotKeepTheDelegate) {
+  start();
+  const auto known = delegate().weak_from_this();
+  lastServer().end(1);
+  // One step: the exit is known, the report waits for the main thread.
+  int steps = 0;
+  fake.scheduler.runUntil([&] { return steps++ == 1; }, 0ms);
+  forgetDelegate();
+  EXPECT_TRUE(known.expired());
+  fake.record.take();
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
 TEST_F(ServerLaunch, reportAfterTheDelegateIsGoneDoesNothing) {

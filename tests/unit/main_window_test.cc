@@ -81,7 +81,7 @@ TEST_F(MainWindow, errorPageWrapsTheMessageAsItStands) {
 }
 
 TEST_F(MainWindow, errorPageBeforeTheWebViewStopsTheProcess) {
-  EXPECT_DEATH(delegate().showError("x"), "before the web view exists");
+  EXPECT_DEATH(delegate().showError("x"), "OS: an error page before the web view exists");
 }
 
 TEST_F(MainWindow, reloadOfAnOnlineAddressLoadsItWithoutTheKey) {
@@ -128,7 +128,12 @@ TEST_F(MainWindow, reloadShowsWhyThereIsNothingToStart) {
 TEST_F(MainWindow, reloadOfAnAddressThatIsNoUrlStopsTheProcess) {
   goOnline("https://os test");
   makeWebView();
-  EXPECT_DEATH(delegate().reloadPage(), "is no URL: https://os test/");
+  EXPECT_DEATH(delegate().reloadPage(), "OS: the server address is no URL: https://os test/");
+}
+
+TEST_F(MainWindow, reloadBeforeTheWebViewStopsTheProcess) {
+  goOnline();
+  EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists");
 }
 
 TEST_F(MainWindow, pageWithoutAWebViewStopsTheProcess) {
@@ -146,12 +151,25 @@ TEST_F(MainWindow, crashedWebProcessBringsThePageBackAndNothingElse) {
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 
+TEST_F(MainWindow, crashedWebProcessOfNoViewIsIgnored) {
+  delegate().webViewWebContentProcessDidTerminate();
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+}
+
 TEST_F(MainWindow, updateChecksRunWhateverTheServerDoes) {
   fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
   launch();
   EXPECT_EQ(fake.record.count("after 4000 ms"), 1U);
   EXPECT_EQ(fake.record.count("every 21600000 ms"), 1U);
   EXPECT_EQ(fake.scheduler.nextDue(), 4000ms);
+}
+
+TEST_F(MainWindow, updateChecksKeepTheDelegate) {
+  launch();
+  const auto kept = delegate().weak_from_this();
+  forgetDelegate();
+  fake.scheduler.advance(24h);
+  EXPECT_FALSE(kept.expired());
 }
 
 }  // namespace

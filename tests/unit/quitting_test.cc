@@ -30,6 +30,7 @@ TEST_F(Quitting, withAnExitedServerIsAtOnce) {
   fake.record.take();
   fake.application.requestTermination();
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminated"));
+  EXPECT_TRUE(delegate().quitting);
 }
 
 TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
@@ -82,6 +83,19 @@ TEST_F(Quitting, neverShowsTheExitPage) {
   EXPECT_EQ(web().shownHtml, before);
 }
 
+TEST_F(Quitting, asksTheServerToEndOnPurposeAndBeforeItWaits) {
+  startServer();
+  bool onPurpose = false;
+  bool waiting = true;
+  lastServer().whenAskedToEnd = [&] {
+    onPurpose = delegate().quitting;
+    waiting = fake.scheduler.nextDue().has_value();
+  };
+  fake.application.requestTermination();
+  EXPECT_TRUE(onPurpose);
+  EXPECT_FALSE(waiting);
+}
+
 TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
   startServer({.obeysAfter = std::nullopt});
   fake.application.requestTermination();
@@ -98,6 +112,13 @@ TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
   EXPECT_EQ(fake.record.take(), expected);
 }
 
+TEST_F(Quitting, endsNoSoonerThanADeafServer) {
+  startServer({.obeysAfter = std::nullopt});
+  fake.application.requestTermination();
+  ASSERT_TRUE(fake.scheduler.runUntil([&] { return fake.application.terminated; }, 10s));
+  EXPECT_FALSE(delegate().server->isRunning());
+}
+
 TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
   startServer({.obeysAfter = 2950ms});
   fake.application.requestTermination();
@@ -109,10 +130,10 @@ TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
 TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
   startServer({.obeysAfter = std::nullopt});
   fake.application.requestTermination();
-  int ran = 0;
-  fake.mainQueue.after(1s, [&] { ++ran; });
+  std::optional<FakeScheduler::Duration> ranAt;
+  fake.mainQueue.after(1s, [&] { ranAt = fake.scheduler.now(); });
   fake.scheduler.advance(1500ms);
-  EXPECT_EQ(ran, 1);
+  EXPECT_EQ(ranAt, 1s);
   EXPECT_FALSE(fake.application.terminated);
 }
 

@@ -265,7 +265,32 @@ TEST_F(Readiness, addressIsReadAfreshAtEveryStep) {
 TEST_F(Readiness, addressThatIsNoUrlStopsTheProcess) {
   goOnline("https://os test/");
   makeWebView();
-  EXPECT_DEATH(delegate().openOS(), "is no URL: https://os test/");
+  EXPECT_DEATH(delegate().openOS(), "OS: the server address is no URL: https://os test/");
+}
+
+TEST_F(Readiness, answerBeforeTheWebViewExistsStopsTheProcess) {
+  goOnline();
+  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  delegate().openOS();
+  EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists");
+}
+
+TEST_F(Readiness, chainKeepsTheDelegateUntilItEnds) {
+  goOnline();
+  fake.http.answer("https://os.test/api/wie", {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
+  fake.webViews.cookies.delay = 1s;
+  open();
+  const auto kept = delegate().weak_from_this();
+  forgetDelegate();
+  EXPECT_FALSE(kept.expired()) << "during the probe";
+  fake.scheduler.advance(2s);
+  EXPECT_FALSE(kept.expired()) << "before the next probe";
+  fake.scheduler.advance(2500ms);
+  EXPECT_EQ(fake.record.count("cookie orvelapp"), 1U);
+  EXPECT_FALSE(kept.expired()) << "while the cookie is stored";
+  fake.scheduler.runUntil([] { return false; }, 1min);
+  EXPECT_EQ(fake.record.count("load https://os.test/"), 1U);
+  EXPECT_TRUE(kept.expired());
 }
 
 TEST(KeyCookie, isAbsentWithoutAHostOrAKey) {

@@ -68,6 +68,29 @@ TEST_F(StaleServer, ofTwoListenersOnlyOursIsStopped) {
                                      "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
 }
 
+TEST_F(StaleServer, ofTwoServersOnlyThatOfThisRootIsStopped) {
+  fake.processes.shell(listing, {"41\n42\n", ""});
+  processIs("41", "node /elders/v3/server.mjs\n");
+  processIs("42", ours());
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
+                                     "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
+}
+
+TEST_F(StaleServer, everyServerOfThisRootIsStopped) {
+  fake.processes.shell(listing, {"41\n42\n", ""});
+  processIs("41", ours());
+  processIs("42", ours());
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41",
+                                     "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
+}
+
+TEST_F(StaleServer, scriptAndRootMayStandApart) {
+  fake.processes.shell(listing, {"41\n", ""});
+  processIs("41", "node v3/server.mjs --root " + root() + "\n");
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41",
+                                     "sh " + listing));
+}
+
 TEST_F(StaleServer, emptyLinesOfTheListingAreSkipped) {
   fake.processes.shell(listing, {"41\n\n\n42\n"});
   EXPECT_THAT(cleanUp(),
