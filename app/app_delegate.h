@@ -5,9 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "app/settings.h"
 #include "platform/platform.h"
+#include "update/update_check.h"
 #include "web/navigation_policy.h"
 
 namespace orvel {
@@ -104,6 +107,14 @@ class AppDelegate final : public ApplicationDelegate,
   /// Looks for a newer release. A silent check (`stil`) reports nothing.
   void zoekUpdate(bool stil);
   void zoekUpdateMenu() override;
+  /// Shows a notice with one button.
+  void melding(const std::string &text);
+
+  // update/installation.cc
+  /// Downloads a release, puts it in the place of the running application and
+  /// starts that again. Returns at once; every failure ends it in silence with
+  /// nothing changed. Any thread.
+  void installeer(const Url &archive, const std::string &versie);
 
  private:
   /// What every page load of the OS uses: no key, which the cookie carries.
@@ -115,6 +126,12 @@ class AppDelegate final : public ApplicationDelegate,
   void carryOut(NavigationConsequence consequence, const Url &url);
   void saveDownload(const std::string &temporaryFile, const std::optional<std::string> &suggested,
                     const Url &url);
+  void manifestArrived(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
+  bool replaceBundle(const std::string &archive, const std::string &versie);
+  void tellOfUpdate(const std::string &versie);
+  void relaunch();
+  void runCommand(std::string_view line,
+                  const std::vector<std::pair<std::string_view, std::string>> &paths);
 
   const Settings settings_;
   const Platform platform_;

@@ -35,6 +35,8 @@ class Application {
   virtual void run() = 0;
   /// Brings the application before all others.
   virtual void activate() = 0;
+  /// Asks the application to end, as the user's own command does.
+  virtual void terminate() = 0;
   /// Lets a deferred termination proceed.
   virtual void replyToShouldTerminate() = 0;
 };

@@ -11,6 +11,8 @@ class Bundle {
  public:
   virtual ~Bundle() = default;
 
+  /// The bundle's folder. Any thread.
+  virtual std::string path() const = 0;
   /// The entry's text. Nothing when the entry is missing, when it is not a
   /// text, or when the information cannot be read. Any thread.
   virtual std::optional<std::string> infoText(std::string_view key) const = 0;

@@ -9,6 +9,7 @@
 #include "platform/main_queue.h"
 #include "platform/menu_bar.h"
 #include "platform/panels.h"
+#include "platform/platform_names.h"
 #include "platform/process_launcher.h"
 #include "platform/user_defaults.h"
 #include "platform/web_view.h"
@@ -34,6 +35,7 @@ struct Platform {
   Bundle &bundle;
   UserDefaults &defaults;
   Locations &locations;
+  const PlatformNames &names;
 };
 
 }  // namespace orvel

@@ -23,6 +23,11 @@ struct Url {
   /// is no URL, the empty text included. Any thread.
   static std::optional<Url> parse(std::string_view text);
 
+  /// Resolves a reference against a URL (RFC 3986, 5.2) and gives the absolute
+  /// URL; nothing for a text that is no reference, the empty text included. Any
+  /// thread.
+  static std::optional<Url> resolve(std::string_view reference, const Url &base);
+
   bool operator==(const Url &) const = default;
 };
 

@@ -48,5 +48,5 @@ build tsan unit_tests contract_tests
 run_tests tsan build/tsan -L 'unit|contract'
 
 build clang
-run_tests clang build/clang -L 'unit|contract|desktop'
+run_tests clang build/clang -L 'unit|contract|desktop|fuzz'
 step "all of it passed"

@@ -1,10 +1,68 @@
+#include "update/update_check.h"
+
+#include <chrono>
+
 #include "app/app_delegate.h"
+#include "app/invariant.h"
+#include "platform/json.h"
+#include "update/version.h"
 
 namespace orvel {
 
-// Releases are not published yet, so there is nothing to look for.
-void AppDelegate::zoekUpdate(bool /*stil*/) {}
+namespace {
+
+constexpr std::chrono::seconds manifestTimeout{10};
+
+}  // namespace
+
+std::optional<UpdateManifest> readManifest(std::string_view json) {
+  const auto texts = parseJsonTexts(json);
+  if (!texts) return std::nullopt;
+  const auto versie = texts->find("versie");
+  const auto zip = texts->find("zip");
+  if (versie == texts->end() || zip == texts->end()) return std::nullopt;
+  return UpdateManifest{versie->second, zip->second};
+}
+
+void AppDelegate::zoekUpdate(bool stil) {
+  if (lokaal()) {
+    if (!stil) melding("Op deze Mac werk je de app bij met: ./scripts/build-app.sh");
+    return;
+  }
+  const auto manifest = Url::parse(baseURL() + std::string(platform_.names.manifest));
+  if (!manifest) return;
+  UrlRequest request = metSleutel(*manifest);
+  request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
+  request.timeout = manifestTimeout;
+  platform_.http.dataTask(request, [self = shared_from_this(), stil, url = *manifest](
+                                       const std::optional<HttpResponse> &response,
+                                       const std::optional<std::string> &body) {
+    const bool answered = response && response->statusCode == 200 && body;
+    self->manifestArrived(answered ? readManifest(*body) : std::nullopt, url, stil);
+  });
+}
+
+void AppDelegate::manifestArrived(const std::optional<UpdateManifest> &manifest, const Url &url,
+                                  bool stil) {
+  const auto tell = [&](const std::string &text) {
+    if (stil) return;
+    platform_.mainQueue.post([self = shared_from_this(), text] { self->melding(text); });
+  };
+  if (!manifest) return tell("Kon niet controleren op updates.");
+  if (!nieuwer(manifest->versie, settings_.VERSIE)) {
+    return tell("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
+  }
+  const auto archive = Url::resolve(manifest->zip, url);
+  if (!archive) fatalError("the address of the release is no URL: " + manifest->zip);
+  installeer(*archive, manifest->versie);
+}
 
 void AppDelegate::zoekUpdateMenu() { zoekUpdate(false); }
+
+void AppDelegate::melding(const std::string &text) {
+  Alert notice;
+  notice.messageText = text;
+  platform_.panels.runModal(notice, [](const AlertAnswer &) {});
+}
 
 }  // namespace orvel

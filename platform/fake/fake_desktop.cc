@@ -29,6 +29,12 @@ void FakeApplication::activate() {
   scheduler_.record().add("application activate");
 }
 
+void FakeApplication::terminate() {
+  scheduler_.requireMainThread("ending the application");
+  scheduler_.record().add("application terminate");
+  requestTermination();
+}
+
 void FakeApplication::requestTermination() {
   if (terminated || waitingForReply) return;
   if (delegate_->applicationShouldTerminate() == TerminateReply::now) {

@@ -25,6 +25,7 @@ class FakeApplication final : public Application {
   /// Launches, then lets `whileRunning` play the user, if there is one.
   void run() override;
   void activate() override;
+  void terminate() override;
   void replyToShouldTerminate() override;
 
   /// The user asks to quit, by the menu or otherwise. Ignored while an earlier

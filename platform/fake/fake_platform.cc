@@ -16,7 +16,8 @@ Platform FakePlatform::ports() {
           .http = http,
           .bundle = bundle,
           .defaults = defaults,
-          .locations = locations};
+          .locations = locations,
+          .names = names};
 }
 
 }  // namespace orvel

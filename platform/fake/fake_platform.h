@@ -36,7 +36,8 @@ class FakePlatform {
   FakeWorkspace workspace{scheduler};
   FakeBundle bundle;
   FakeUserDefaults defaults{record};
-  FakeLocations locations;
+  FakeLocations locations{record};
+  PlatformNames names = macosNames;
 };
 
 }  // namespace orvel

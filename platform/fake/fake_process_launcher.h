@@ -76,8 +76,8 @@ class FakeProcessLauncher final : public ProcessLauncher {
   /// What a shell command prints, in turn.
   void shell(const std::string &commandLine, const std::vector<std::string> &outputs);
 
-  /// For a test that looks on, or does to the disk what a program would do.
-  /// Called before the program starts.
+  /// For a test that does to the disk what a program would do. Called before
+  /// the program starts.
   std::function<void(const LaunchRequest &)> whenLaunched;
   /// Every process launched from a path (not by the shell), oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;

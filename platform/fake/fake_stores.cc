@@ -1,8 +1,18 @@
 #include "platform/fake/fake_stores.h"
 
+#include <filesystem>
+#include <system_error>
+
 namespace orvel {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+bool isRealFolder(const fs::path &path) {
+  std::error_code ignored;
+  return fs::is_directory(fs::symlink_status(path, ignored));
+}
 
 std::optional<std::string> find(const std::map<std::string, std::string, std::less<>> &texts,
                                 std::string_view key) {
@@ -19,6 +29,26 @@ std::optional<std::string> FakeBundle::infoText(std::string_view key) const {
 
 std::optional<std::string> FakeUserDefaults::text(std::string_view key) const {
   return find(texts, key);
+}
+
+bool FakeLocations::replaceItem(const std::string &original, const std::string &replacement) const {
+  record_.add("replace " + original + " by " + replacement);
+  std::error_code error;
+  if (!mayReplace || !isRealFolder(original) || !isRealFolder(replacement) ||
+      fs::equivalent(original, replacement, error)) {
+    return false;
+  }
+  const std::string aside = original + ".oud";
+  fs::rename(original, aside, error);
+  if (error) return false;
+  fs::rename(replacement, original, error);
+  if (error) {
+    // It may lie on another file system.
+    fs::copy(replacement, original, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    fs::remove_all(replacement);
+  }
+  fs::remove_all(aside);
+  return true;
 }
 
 void FakeUserDefaults::setText(std::string_view key, std::string_view value) {

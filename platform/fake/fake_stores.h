@@ -14,10 +14,12 @@ namespace orvel {
 /// Bundle information in memory. An entry that is no text is left out.
 class FakeBundle final : public Bundle {
  public:
+  std::string path() const override { return folder; }
   std::optional<std::string> infoText(std::string_view key) const override;
 
   std::map<std::string, std::string, std::less<>> texts{{"CFBundleShortVersionString", "1.0"},
                                                         {"ORVELOSKey", "sleutel"}};
+  std::string folder = "/Applications/Orvel OS.app";
 };
 
 class FakeUserDefaults final : public UserDefaults {
@@ -35,15 +37,25 @@ class FakeUserDefaults final : public UserDefaults {
 
 class FakeLocations final : public Locations {
  public:
+  explicit FakeLocations(Record &record) : record_(record) {}
+
   std::string home() const override { return homeFolder; }
   std::string downloads() const override { return downloadsFolder; }
+  std::string temporary() const override { return temporaryFolder; }
+  /// Moves the folder, when there is an original and the test allows it.
+  bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }
 
   std::string homeFolder = "/Users/iemand";
+  std::string temporaryFolder = "/Users/iemand/tijdelijk";
+  bool mayReplace = true;
   std::string downloadsFolder = "/Users/iemand/Downloads";
   std::set<std::string> executables{"/usr/local/bin/node"};
+
+ private:
+  Record &record_;
 };
 
 }  // namespace orvel

@@ -17,7 +17,7 @@ GApplication *base(const GObjectPointer<::GtkApplication> &application) {
 }
 
 gboolean signalArrived(gpointer host) {
-  static_cast<GtkApplicationHost *>(host)->requestTermination();
+  static_cast<GtkApplicationHost *>(host)->terminate();
   return G_SOURCE_CONTINUE;
 }
 
@@ -73,14 +73,14 @@ void GtkApplicationHost::activate() {
   if (mainWindow_ != nullptr) gtk_window_present(mainWindow_);
 }
 
-void GtkApplicationHost::requestTermination() {
+void GtkApplicationHost::terminate() {
   if (terminating_) return;
   terminating_ = true;
   if (!launched_ || delegate_->applicationShouldTerminate() == TerminateReply::now) finish();
 }
 
 void GtkApplicationHost::lastWindowClosed() {
-  if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) requestTermination();
+  if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
 }
 
 void GtkApplicationHost::replyToShouldTerminate() {

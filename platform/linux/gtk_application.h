@@ -32,7 +32,7 @@ class GtkApplicationHost final : public Application {
 
   /// The one way in which everything asks to end: the menu, the window, a
   /// signal. Further requests are ignored while one waits for its reply.
-  void requestTermination();
+  void terminate() override;
   void lastWindowClosed();
 
   /// Makes a window one of this application.

@@ -73,7 +73,7 @@ void GtkCommands::perform(MenuAction action, ::GtkWindow *window) {
     case MenuAction::reloadPage:
       return delegate->reloadPage();
     case MenuAction::terminate:
-      return application_.requestTermination();
+      return application_.terminate();
     case MenuAction::hide:
     case MenuAction::performMiniaturize:
       return gtk_window_minimize(window);

@@ -36,8 +36,10 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
       name_(bundle_.infoText("CFBundleName").value_or(fallbackName)),
       processes_(environment_),
-      // A download need not be carried to another file system in the end.
-      http_({locations_.downloads()}),
+      locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
+      // A download need not be carried to another file system in the end. The
+      // archive of a release has to be had without that folder too.
+      http_({locations_.downloads(), locations_.temporary()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
       commands_(
@@ -81,7 +83,8 @@ Platform LinuxPlatform::ports() {
           .http = http_,
           .bundle = bundle_,
           .defaults = defaults_,
-          .locations = locations_};
+          .locations = locations_,
+          .names = linuxNames};
 }
 
 }  // namespace orvel

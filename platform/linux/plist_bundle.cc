@@ -3,7 +3,8 @@
 namespace orvel {
 
 PlistBundle::PlistBundle(const std::string &bundlePath)
-    : texts_(readPlistTexts(bundlePath + "/Contents/Info.plist").value_or(PlistTexts())) {}
+    : path_(bundlePath),
+      texts_(readPlistTexts(bundlePath + "/Contents/Info.plist").value_or(PlistTexts())) {}
 
 std::optional<std::string> PlistBundle::infoText(std::string_view key) const {
   const auto found = texts_.find(key);

@@ -12,9 +12,11 @@ class PlistBundle final : public Bundle {
  public:
   explicit PlistBundle(const std::string &bundlePath);
 
+  std::string path() const override { return path_; }
   std::optional<std::string> infoText(std::string_view key) const override;
 
  private:
+  const std::string path_;
   const PlistTexts texts_;
 };
 

@@ -1,20 +1,15 @@
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
 
-namespace orvel {
+#include "platform/property_list.h"
 
-using PlistTexts = std::map<std::string, std::string, std::less<>>;
+namespace orvel {
 
 /// The text entries of a property list (XML or binary) whose top level is a
 /// dictionary; entries of other types are left out. Nothing when the bytes are
 /// no such list. Any thread.
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes);
-
-/// The same of a file; nothing when it cannot be read or is longer than any
-/// bundle's information. Any thread.
-std::optional<PlistTexts> readPlistTexts(const std::string &path);
 
 }  // namespace orvel

@@ -74,18 +74,16 @@ bool isScheme(std::string_view text) {
 
 /// An address between brackets (RFC 3986, 3.2.2), with a zone (RFC 6874).
 bool isAddressLiteral(std::string_view text) {
-  if (text.empty()) return false;
+  if (text.empty() || !consistsOf(text, ":")) return false;
   if (text.front() == 'v' || text.front() == 'V') {
     const auto dot = text.find('.');
     return dot != std::string_view::npos && dot > 1 && dot + 1 < text.size() &&
            std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(dot),
                        isHexDigit) &&
-           !isOneOf('%', text) && consistsOf(text.substr(dot + 1), ":");
+           !isOneOf('%', text);
   }
   const auto zone = text.find("%25");
-  if (zone != std::string_view::npos && (zone + 3 == text.size() || !consistsOf(text, ":"))) {
-    return false;
-  }
+  if (zone != std::string_view::npos && zone + 3 == text.size()) return false;
   in6_addr ignored;
   return inet_pton(AF_INET6, std::string(text.substr(0, zone)).c_str(), &ignored) == 1;
 }

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/linux/folder_replacement.h"
+
 namespace orvel {
 
 std::string UserLocations::home() const {
@@ -15,6 +17,15 @@ std::string UserLocations::home() const {
 std::string UserLocations::downloads() const {
   const char *folder = g_get_user_special_dir(G_USER_DIRECTORY_DOWNLOAD);
   return folder != nullptr ? folder : home() + "/Downloads";
+}
+
+std::string UserLocations::temporary() const {
+  g_mkdir_with_parents(temporaryFolder_.c_str(), S_IRWXU);
+  return temporaryFolder_;
+}
+
+bool UserLocations::replaceItem(const std::string &original, const std::string &replacement) const {
+  return replaceFolder(original, replacement);
 }
 
 bool UserLocations::isExecutableFile(const std::string &path) const {

@@ -1,0 +1,295 @@
+#include "update/installation.h"
+
+#include "tests/unit/core_test.h"
+#include "update/command_line.h"
+
+namespace orvel {
+namespace {
+
+TEST(WorkingFolder, isNamedForTheVersion) {
+  EXPECT_EQ(workingFolder("/tmp", "1.3"), "/tmp/orvel-os-update-1.3");
+  EXPECT_EQ(workingFolder("/tmp", ""), "/tmp/orvel-os-update-");
+  EXPECT_EQ(workingFolder("/tmp", "a/b"), "/tmp/orvel-os-update-a/b");
+  EXPECT_EQ(workingFolder("/tmp", ".."), "/tmp/orvel-os-update-..");
+  EXPECT_EQ(workingFolder("/tmp", "$(rm -rf ~) `x`\n"), "/tmp/orvel-os-update-$(rm -rf ~) `x`\n");
+}
+
+TEST(WorkingFolder, neverLiesElsewhere) {
+  EXPECT_EQ(workingFolder("/tmp", "/.."), std::nullopt);
+  EXPECT_EQ(workingFolder("/tmp", "/../../home"), std::nullopt);
+  EXPECT_EQ(workingFolder("/tmp", "1.3/../x"), std::nullopt);
+  EXPECT_EQ(workingFolder("/tmp", std::string("1\0"
+                                              "3",
+                                              3)),
+            std::nullopt);
+}
+
+TEST(CommandLine, putsPathsBetweenItsQuotes) {
+  EXPECT_EQ(commandLine("a '{een}' b '{twee}'", {{"een", "x y"}, {"twee", "$z"}}),
+            "a 'x y' b '$z'");
+  EXPECT_EQ(commandLine("a '{een}'", {{"een", "{twee}"}, {"twee", "z"}}), "a '{twee}'");
+  EXPECT_EQ(commandLine("a", {}), "a");
+}
+
+TEST(CommandLine, isNoneForAPathWithASingleQuote) {
+  EXPECT_EQ(commandLine("a '{een}'", {{"een", "'; rm -rf ~; '"}}), std::nullopt);
+}
+
+TEST(CommandLine, ofMacosIsSpelledToTheLetter) {
+  EXPECT_EQ(commandLine(macosNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
+            "/usr/bin/ditto -x -k '/t/a.zip' '/t/w'");
+  EXPECT_EQ(commandLine(macosNames.clearQuarantine, {{"bundle", "/t/w/Orvel OS.app"}}),
+            "/usr/bin/xattr -dr com.apple.quarantine '/t/w/Orvel OS.app'");
+  EXPECT_EQ(commandLine(macosNames.relaunch, {{"bundle", "/Applications/Orvel OS.app"}}),
+            "(sleep 1; /usr/bin/open -n '/Applications/Orvel OS.app') >/dev/null 2>&1 &");
+  EXPECT_EQ(macosNames.manifest, "download/mac.json");
+}
+
+TEST(CommandLine, ofLinuxIsSpelledToTheLetter) {
+  EXPECT_EQ(commandLine(linuxNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
+            "(! unzip -Z1 '/t/a.zip' '*..*' && unzip -qo -P '' '/t/a.zip' -d '/t/w' && "
+            "! find '/t/w' -lname '/*' -o -lname '*..*' | grep -q .) "
+            "</dev/null >/dev/null || rm -rf '/t/w'");
+  EXPECT_EQ(linuxNames.clearQuarantine, "");
+  EXPECT_EQ(commandLine(linuxNames.relaunch, {{"bundle", "/opt/Orvel OS.app"}}),
+            "(while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
+            "'/opt/Orvel OS.app/Contents/Linux/orvel-os') </dev/null >/dev/null 2>&1 &");
+  EXPECT_EQ(linuxNames.manifest, "download/linux.json");
+}
+
+const std::string archiveAddress = "https://os.test/download/orvel-os-1.3.zip";
+
+std::string information(const std::string &entries) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
+         "</dict></plist>\n";
+}
+const std::string ourIdentity = "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
+
+class Installation : public CoreTest {
+ protected:
+  Installation() {
+    goOnline();
+    fake.bundle.folder = root() + "/Toepassingen/Orvel OS.app";
+    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
+    fake.locations.temporaryFolder = root() + "/tijdelijk";
+    writeFile(fake.bundle.folder + "/Contents/versie", "oud");
+    fake.http.answer(archiveAddress, {{.statusCode = 200, .body = "een archief"}});
+    makeWebView();
+  }
+
+  std::string working(const std::string &versie = "1.3") const {
+    return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
+  }
+  /// The archive unpacks to a bundle with this information, or to nothing.
+  void unpacksTo(const std::optional<std::string> &info, const std::string &versie = "1.3",
+                 const std::string &name = "Orvel OS.app") {
+    content_ = info;
+    name_ = name;
+    versie_ = versie;
+  }
+  void install(const std::string &versie = "1.3") {
+    // The path of the archive is known only when the command is there.
+    fake.processes.whenLaunched = [this](const LaunchRequest &request) {
+      const std::string &command = request.arguments.back();
+      if (!command.starts_with("/usr/bin/ditto")) return;
+      unpackCommand = command;
+      archiveText = readFile(command.substr(22, command.find('\'', 22) - 22));
+      workingWasEmpty = std::filesystem::is_empty(working(versie_));
+      if (!unpacksToLink.empty()) {
+        std::filesystem::create_directory_symlink(unpacksToLink, working() + "/Orvel OS.app");
+      }
+      if (!content_) return;
+      const std::string bundle = working(versie_) + "/" + name_;
+      writeFile(bundle + "/Contents/versie", "nieuw");
+      if (!content_->empty()) writeFile(bundle + "/Contents/Info.plist", *content_);
+    };
+    delegate().installeer(*Url::parse(archiveAddress), versie);
+    fake.scheduler.runUntilIdle();
+  }
+  std::string installed() const { return readFile(fake.bundle.folder + "/Contents/versie"); }
+  void expectNothingHappened() {
+    EXPECT_EQ(installed(), "oud");
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
+    EXPECT_EQ(fake.record.count("application terminate"), 0U);
+    EXPECT_FALSE(fake.application.terminated);
+  }
+
+  /// Instead of a bundle: a link to this folder.
+  std::string unpacksToLink;
+  std::string unpackCommand;
+  std::string archiveText;
+  bool workingWasEmpty = false;
+
+ private:
+  std::optional<std::string> content_;
+  std::string name_;
+  std::string versie_ = "1.3";
+};
+
+TEST_F(Installation, takesItsStepsInOrder) {
+  unpacksTo(information(ourIdentity));
+  install();
+  const std::string app = fake.bundle.folder;
+  const std::string unpacked = working() + "/Orvel OS.app";
+  EXPECT_THAT(
+      fake.record.take(),
+      ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: sleutel]",
+                  "sh " + unpackCommand,
+                  "sh /usr/bin/xattr -dr com.apple.quarantine '" + unpacked + "'",
+                  "replace " + app + " by " + unpacked, "alert Orvel OS is bijgewerkt naar 1.3"));
+  EXPECT_TRUE(unpackCommand.ends_with("' '" + working() + "'")) << unpackCommand;
+  EXPECT_EQ(archiveText, "een archief");
+  EXPECT_EQ(installed(), "nieuw");
+
+  Alert notice;
+  notice.messageText = "Orvel OS is bijgewerkt naar 1.3";
+  notice.informativeText = "De app start opnieuw.";
+  notice.buttons = {"Opnieuw starten"};
+  EXPECT_THAT(fake.panels.shown, ElementsAre(notice));
+
+  fake.panels.answer({0, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("sh (sleep 1; /usr/bin/open -n '" + app + "') >/dev/null 2>&1 &",
+                          "application terminate", "application terminated"));
+}
+
+TEST_F(Installation, goesOnHoweverTheNoticeIsClosed) {
+  unpacksTo(information(ourIdentity));
+  install();
+  fake.panels.answer({std::nullopt, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_TRUE(fake.application.terminated);
+}
+
+TEST_F(Installation, stopsTheServerByTheOrdinaryRoad) {
+  delegate().startServer();
+  unpacksTo(information(ourIdentity));
+  install();
+  fake.panels.answer({0, ""});
+  fake.scheduler.advance(1s);
+  EXPECT_TRUE(fake.application.terminated);
+  EXPECT_FALSE(lastServer().isRunning());
+}
+
+TEST_F(Installation, needsAnAnswerWithStatus200) {
+  unpacksTo(information(ourIdentity));
+  for (const int status : {201, 304, 404, 500}) {
+    fake.http.answer(archiveAddress, {{.statusCode = status, .body = "fout"}});
+    install();
+  }
+  fake.http.answer(archiveAddress, {FakeAnswer{}});
+  install();
+  EXPECT_EQ(unpackCommand, "");
+  EXPECT_FALSE(std::filesystem::exists(working()));
+  expectNothingHappened();
+}
+
+TEST_F(Installation, clearsWhatAnEarlierAttemptLeft) {
+  writeFile(working() + "/Orvel OS.app/Contents/Info.plist", information(ourIdentity));
+  unpacksTo(std::nullopt);
+  install();
+  EXPECT_TRUE(workingWasEmpty);
+  expectNothingHappened();
+}
+
+TEST_F(Installation, needsABundleOfTheRightNameAtTheTop) {
+  unpacksTo(information(ourIdentity), "1.3", "Orvel OS 1.3.app");
+  install();
+  expectNothingHappened();
+  EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS 1.3.app"));
+  EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
+}
+
+TEST_F(Installation, needsABundleThatIsARealFolder) {
+  writeFile(root() + "/elders/Contents/Info.plist", information(ourIdentity));
+  unpacksToLink = root() + "/elders";
+  install();
+  EXPECT_TRUE(std::filesystem::is_symlink(working() + "/Orvel OS.app"));
+  EXPECT_EQ(fake.record.count("replace"), 0U);
+  expectNothingHappened();
+}
+
+TEST_F(Installation, needsInformationThatCanBeRead) {
+  for (const std::string info : {"", "geen lijst", "<plist><array/></plist>"}) {
+    unpacksTo(info);
+    install();
+    expectNothingHappened();
+    EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS.app"));
+  }
+}
+
+TEST_F(Installation, needsTheSameIdentity) {
+  for (const std::string identity : {"<key>CFBundleIdentifier</key><string>nl.elders.os</string>",
+                                     "<key>CFBundleIdentifier</key><string>nl.Orvel.os</string>",
+                                     "<key>CFBundleIdentifier</key><integer>1</integer>", ""}) {
+    unpacksTo(information(identity));
+    install();
+    expectNothingHappened();
+  }
+  EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
+  EXPECT_EQ(fake.record.count("replace"), 0U);
+}
+
+TEST_F(Installation, withoutAnIdentityNeedsOneWithout) {
+  fake.bundle.texts.erase("CFBundleIdentifier");
+  unpacksTo(information(ourIdentity));
+  install();
+  expectNothingHappened();
+  unpacksTo(information("<key>CFBundleIdentifier</key><integer>1</integer>"));
+  install();
+  EXPECT_EQ(installed(), "nieuw");
+}
+
+TEST_F(Installation, endsInSilenceWhenNothingCanBeReplaced) {
+  fake.locations.mayReplace = false;
+  unpacksTo(information(ourIdentity));
+  install();
+  expectNothingHappened();
+  EXPECT_EQ(fake.record.count("replace"), 1U);
+}
+
+TEST_F(Installation, ofAVersionWithASlashUsesANestedFolder) {
+  unpacksTo(information(ourIdentity), "1/3");
+  install("1/3");
+  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
+}
+
+TEST_F(Installation, ofAVersionWithASingleQuoteRunsNoCommand) {
+  unpacksTo(information(ourIdentity), "1'3");
+  install("1'; touch x; '3");
+  EXPECT_EQ(fake.record.count("sh "), 0U);
+  expectNothingHappened();
+}
+
+TEST_F(Installation, ofAVersionThatLeadsElsewhereTouchesNothing) {
+  writeFile(fake.locations.temporaryFolder + "/van een ander", "blijft");
+  for (const std::string versie : {"/..", "/../..", "1.3/../../x"}) install(versie);
+  EXPECT_EQ(fake.record.count("sh "), 0U);
+  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/van een ander"), "blijft");
+  expectNothingHappened();
+}
+
+TEST_F(Installation, inABundleWithASingleQuoteIsReplacedButDoesNotComeBack) {
+  fake.bundle.folder = root() + "/Iemand's/Orvel OS.app";
+  writeFile(fake.bundle.folder + "/Contents/versie", "oud");
+  unpacksTo(information(ourIdentity));
+  install();
+  EXPECT_EQ(installed(), "nieuw");
+  fake.record.take();
+  fake.panels.answer({0, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
+}
+
+TEST_F(Installation, removesNothingWhenTheFolderCannotBeMade) {
+  writeFile(fake.locations.temporaryFolder, "een bestand");
+  fake.processes.whenLaunched = nullptr;
+  delegate().installeer(*Url::parse(archiveAddress), "1.3");
+  fake.scheduler.runUntilIdle();
+  expectNothingHappened();
+}
+
+}  // namespace
+}  // namespace orvel

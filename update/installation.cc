@@ -1,0 +1,91 @@
+#include "update/installation.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "app/app_delegate.h"
+#include "platform/property_list.h"
+#include "server/shell_runner.h"
+#include "update/command_line.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr const char *identityKey = "CFBundleIdentifier";
+
+std::optional<std::string> identityOf(const PlistTexts &information) {
+  const auto found = information.find(identityKey);
+  if (found == information.end()) return std::nullopt;
+  return found->second;
+}
+
+bool isFolder(const std::string &path) {
+  std::error_code ignored;
+  // A link could lead to anything.
+  return std::filesystem::is_directory(std::filesystem::symlink_status(path, ignored));
+}
+
+}  // namespace
+
+std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie) {
+  const std::string name = "orvel-os-update-" + versie;
+  if (name.find('\0') != std::string::npos) return std::nullopt;
+  for (const auto &component : std::filesystem::path(name)) {
+    if (component == "..") return std::nullopt;
+  }
+  return temporary + "/" + name;
+}
+
+void AppDelegate::installeer(const Url &archive, const std::string &versie) {
+  platform_.http.downloadTask(
+      metSleutel(archive),
+      [self = shared_from_this(), versie](const std::optional<std::string> &file,
+                                          const std::optional<HttpResponse> &response) {
+        if (!file || !response || response->statusCode != 200) return;
+        if (self->replaceBundle(*file, versie)) self->tellOfUpdate(versie);
+      });
+}
+
+bool AppDelegate::replaceBundle(const std::string &archive, const std::string &versie) {
+  const auto folder = workingFolder(platform_.locations.temporary(), versie);
+  if (!folder) return false;
+  std::error_code ignored;
+  std::filesystem::remove_all(*folder, ignored);
+  std::filesystem::create_directories(*folder, ignored);
+  runCommand(platform_.names.unpack, {{"archive", archive}, {"folder", *folder}});
+
+  const std::string unpacked = *folder + "/Orvel OS.app";
+  if (!isFolder(unpacked)) return false;
+  const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
+  if (!information) return false;
+  // Only another release of this same application may take its place.
+  if (identityOf(*information) != platform_.bundle.infoText(identityKey)) return false;
+
+  runCommand(platform_.names.clearQuarantine, {{"bundle", unpacked}});
+  return platform_.locations.replaceItem(platform_.bundle.path(), unpacked);
+}
+
+void AppDelegate::tellOfUpdate(const std::string &versie) {
+  platform_.mainQueue.post([self = shared_from_this(), versie] {
+    Alert notice;
+    notice.messageText = "Orvel OS is bijgewerkt naar " + versie;
+    notice.informativeText = "De app start opnieuw.";
+    notice.buttons = {"Opnieuw starten"};
+    self->platform_.panels.runModal(notice, [self](const AlertAnswer &) { self->relaunch(); });
+  });
+}
+
+void AppDelegate::relaunch() {
+  runCommand(platform_.names.relaunch, {{"bundle", platform_.bundle.path()}});
+  platform_.application.terminate();
+}
+
+void AppDelegate::runCommand(std::string_view line,
+                             const std::vector<std::pair<std::string_view, std::string>> &paths) {
+  if (line.empty()) return;
+  // A command that cannot be spelled counts as one that failed.
+  if (const auto command = commandLine(line, paths)) sh(platform_.processes, *command);
+}
+
+}  // namespace orvel
