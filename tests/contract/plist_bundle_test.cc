@@ -122,6 +122,28 @@ TEST_F(PlistBundleTest, KeepsWhatItReadWhenMade) {
   EXPECT_EQ(bundle.infoText("CFBundleShortVersionString"), "1");
 }
 
+TEST(PlistFile, IsReadWhereItLies) {
+  const posix_test::TemporaryFolder folder;
+  const std::string xml = dictionary(mixedEntries);
+  for (const std::string &bytes : {xml, asBinary(xml)}) {
+    EXPECT_EQ(readPlistTexts(folder.file("list", bytes)), parsePlistTexts(bytes));
+    EXPECT_NE(parsePlistTexts(bytes), std::nullopt);
+  }
+  EXPECT_EQ(readPlistTexts((folder.path() / "missing").string()), std::nullopt);
+  EXPECT_EQ(readPlistTexts((folder.path() / "missing" / "below").string()), std::nullopt);
+  EXPECT_EQ(readPlistTexts(folder.path().string()), std::nullopt);
+  EXPECT_EQ(readPlistTexts(folder.file("text", R"({"CFBundleIdentifier":"x"})")), std::nullopt);
+  EXPECT_EQ(readPlistTexts("/dev/zero"), std::nullopt);
+}
+
+TEST(PlistFile, MayHoldWhatIsNotUtf8) {
+  for (const char *bytes : {"\xff", "\xc3", "\xed\xa0\x80", "\xf5\x80\x80\x80"}) {
+    const std::string xml =
+        dictionary("<key>a</key><string>" + std::string(bytes) + "</string><key>b</key><true/>");
+    parsePlistTexts(xml);
+  }
+}
+
 TEST(PlistFile, IsNotBroughtDownByDepth) {
   for (const std::size_t depth : {std::size_t{1'000}, std::size_t{15'000}}) {
     std::string nested;
@@ -133,7 +155,7 @@ TEST(PlistFile, IsNotBroughtDownByDepth) {
 
 /// A dictionary whose value is an array of two references to the next array,
 /// and so on: each level doubles what it stands for.
-std::string doublingList(unsigned levels) {
+std::string doublingList(unsigned levels, const std::string &last = "Qv") {
   std::string bytes = "bplist00";
   std::string offsets;
   const auto add = [&](const std::string &object) {
@@ -148,7 +170,7 @@ std::string doublingList(unsigned levels) {
     const char next = static_cast<char>(level + 3);
     add({'\xA2', next, next});
   }
-  add("Qv");
+  add(last);
   const auto table = bytes.size();
   bytes += offsets;
   const auto number = [&](std::size_t value) {
@@ -163,9 +185,27 @@ std::string doublingList(unsigned levels) {
   return bytes;
 }
 
+TEST(PlistFile, IsNotBroughtDownByANulInAKey) {
+  const std::string narrow = asBinary(dictionary("<key>abc</key><string>x</string>"));
+  const std::string wide = asBinary(dictionary("<key>\xC3\xA9\x62\x63</key><string>x</string>"));
+  for (const auto &[bytes, letter] : {std::pair(narrow, "b"), std::pair(wide, "b")}) {
+    ASSERT_NE(parsePlistTexts(bytes), std::nullopt);
+    std::string damaged = bytes;
+    damaged[damaged.find(letter, 8)] = '\0';
+    EXPECT_EQ(parsePlistTexts(damaged), std::nullopt);
+  }
+  parsePlistTexts(dictionary("<key>a&#0;b</key><string>x</string>"));
+  parsePlistTexts(dictionary("<key>a&#x0;b</key><string>x</string>"));
+  parsePlistTexts(dictionary("<key>a" + std::string(1, '\0') + "b</key><string>x</string>"));
+}
+
 TEST(PlistFile, IsNotBroughtDownByReferencesThatMultiply) {
   EXPECT_NE(parsePlistTexts(doublingList(3)), std::nullopt);
   EXPECT_EQ(parsePlistTexts(doublingList(60)), std::nullopt);
+  // A text of 60 000 bytes.
+  const std::string longText = "_\x11\xEA\x60" + std::string(60'000, 'x');
+  EXPECT_NE(parsePlistTexts(doublingList(1, longText)), std::nullopt);
+  EXPECT_EQ(parsePlistTexts(doublingList(10, longText)), std::nullopt);
 }
 
 TEST(PlistFile, IsNotBroughtDownByAListInsideItself) {

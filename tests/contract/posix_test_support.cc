@@ -67,8 +67,8 @@ std::string contentsOf(const std::filesystem::path &path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-TemporaryFolder::TemporaryFolder() {
-  std::string path = std::filesystem::temp_directory_path() / "orvel-contract-XXXXXX";
+TemporaryFolder::TemporaryFolder(const std::filesystem::path &within) {
+  std::string path = within / "orvel-contract-XXXXXX";
   path_ = std::filesystem::canonical(::mkdtemp(path.data()));
 }
 

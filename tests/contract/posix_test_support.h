@@ -35,10 +35,11 @@ bool hasZombie();
 std::string description(int errorNumber);
 std::string contentsOf(const std::filesystem::path &path);
 
-/// A folder that goes with its owner.
+/// A folder of its own within another; it goes with its owner.
 class TemporaryFolder {
  public:
-  TemporaryFolder();
+  explicit TemporaryFolder(
+      const std::filesystem::path &within = std::filesystem::temp_directory_path());
   ~TemporaryFolder();
   TemporaryFolder(const TemporaryFolder &) = delete;
   TemporaryFolder &operator=(const TemporaryFolder &) = delete;

@@ -115,7 +115,8 @@ INSTANTIATE_TEST_SUITE_P(Syntax, NoUrl,
                                          "ht tp://h", "h_t:x", "http://[::1", "http://::1/",
                                          "http://[1.2.3.4]/", "http://[]/", "http://[::1]x/",
                                          "http://[::g]/", "http://h]/", "http://h:8a/",
-                                         "http://a@b@c/", "http://h:80:80/", "http://a[::1]/"));
+                                         "http://a@b@c/", "http://h:80:80/", "http://a[::1]/",
+                                         std::string("http://[::\0%]/", 14)));
 
 TEST(Url, ComparesByItsText) {
   EXPECT_EQ(Url::parse("http://h/"), Url::parse("http://h/"));

@@ -1,0 +1,132 @@
+// What is JSON and which texts it holds, on whichever platform this is built
+// for.
+
+#include "platform/json.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
+
+namespace orvel {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(Json, GivesTheTextsOfTheTopLevel) {
+  const std::vector<std::pair<std::string, JsonTexts>> rows{
+      {"{}", {}},
+      {" \t\r\n{ \n } \r\n", {}},
+      {R"({"a":"b"})", {{"a", "b"}}},
+      {R"({ "a" : "b" , "" : "" })", {{"a", "b"}, {"", ""}}},
+      {R"({"a":1,"b":null,"c":true,"d":false,"e":["x"],"f":{"a":"x"},"g":"y"})", {{"g", "y"}}},
+      {R"({"n":[0,-0,10,1.5,-1.25e10,1E+2,2e-7,1e999],"o":[[],{},[{}],""]})", {}},
+      {R"({"a":"1","a":"2"})", {{"a", "2"}}},
+      {R"({"a":"1","a":2})", {}},
+      {R"({"a":2,"a":"1"})", {{"a", "1"}}},
+      {R"({"__proto__":"x","0":"y","toString":"z"})",
+       {{"__proto__", "x"}, {"0", "y"}, {"toString", "z"}}},
+      {R"({"\u0061":"1"})", {{"a", "1"}}},
+  };
+  for (const auto &[json, texts] : rows) EXPECT_EQ(parseJsonTexts(json), texts) << json;
+}
+
+TEST(Json, KnowsEveryEscape) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {R"(\"\\\/\b\f\n\r\t)", "\"\\/\b\f\n\r\t"},
+      {R"(\u0041\u00e9\u20AC)", "A\xC3\xA9\xE2\x82\xAC"},
+      {R"(\ud83d\ude00)", "\xF0\x9F\x98\x80"},
+      {R"(\uDBFF\uDFFF)", "\xF4\x8F\xBF\xBF"},
+      {R"(a\u0000b)", "a\0b"s},
+      {R"(\uFFFF\uFEFF)", "\xEF\xBF\xBF\xEF\xBB\xBF"},
+      {"\xC3\xA9 \x7F \xE2\x80\xA8 \xF0\x9F\x98\x80",
+       "\xC3\xA9 \x7F \xE2\x80\xA8 \xF0\x9F\x98\x80"},
+  };
+  for (const auto &[spelling, text] : rows) {
+    EXPECT_EQ(parseJsonTexts("{\"a\":\"" + spelling + "\"}"), (JsonTexts{{"a", text}})) << spelling;
+  }
+  EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (JsonTexts{{"a\0b"s, "x"}}));
+}
+
+class NoJson : public testing::TestWithParam<std::string> {};
+
+TEST_P(NoJson, GivesNothing) { EXPECT_EQ(parseJsonTexts(GetParam()), std::nullopt); }
+
+INSTANTIATE_TEST_SUITE_P(OtherTopLevels, NoJson,
+                         testing::Values("", " ", "null", "true", "1", "\"x\"", "[]", "[{}]",
+                                         "<html></html>", "undefined"));
+
+INSTANTIATE_TEST_SUITE_P(Structure, NoJson,
+                         testing::Values("{", "}", "{}}", "{}{}", "{} x", "{},", "[{}", "{]",
+                                         R"({"a"})", R"({"a":})", R"({"a" "b"})", R"({"a":"b",})",
+                                         R"({,"a":"b"})", R"({"a":"b" "c":"d"})", R"({"a":"b",,})",
+                                         R"({"a":[1,]})", R"({"a":[,1]})", R"({"a":[1 2]})",
+                                         R"({"a":[})", R"({"a"::1})", R"({'a':'b'})", R"({a:"b"})",
+                                         R"({1:"b"})", R"({"a":"b";})", "{}//", "/**/{}", "\v{}",
+                                         "\xC2\xA0{}", "\xEF\xBB\xBF{}", "{}\0"s, "\0{}"s));
+
+INSTANTIATE_TEST_SUITE_P(Values, NoJson,
+                         testing::Values(R"({"a":01})", R"({"a":+1})", R"({"a":.5})", R"({"a":1.})",
+                                         R"({"a":1e})", R"({"a":1e+})", R"({"a":-})",
+                                         R"({"a":0x1})", R"({"a":1_0})", R"({"a":NaN})",
+                                         R"({"a":Infinity})", R"({"a":True})", R"({"a":nul})",
+                                         R"({"a":truex})", R"({"a":undefined})", R"({"a":b})"));
+
+INSTANTIATE_TEST_SUITE_P(Texts, NoJson,
+                         testing::Values("{\"a\":\"\n\"}", "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}",
+                                         "{\"a\":\"\0\"}"s, R"({"a":"\x41"})", R"({"a":"\'"})",
+                                         R"({"a":"\u12"})", R"({"a":"\u12g4"})",
+                                         R"({"a":"\U0041"})", R"({"a":"\"})", R"({"a":"b)",
+                                         R"({"a":"\ud800"})", R"({"a":"\udc00"})",
+                                         R"({"a":"\ud800x"})", R"({"a":"\ud800\n"})",
+                                         R"({"a":"\ud800\ud800"})", R"({"a":"\ud800\u0041"})",
+                                         R"({"a":"\ude00\ud83d"})"));
+
+INSTANTIATE_TEST_SUITE_P(NotUtf8, NoJson,
+                         testing::Values("{\"a\":\"\xff\"}", "{\"a\":\"\xc3\"}",
+                                         "{\"a\":\"\xed\xa0\x80\"}", "{\"a\":\"\xc0\x80\"}",
+                                         "{\"\xe9\":\"x\"}", "{\"a\":\"\xf5\x80\x80\x80\"}",
+                                         "\xff\xfe{\0}\0"s));
+
+TEST(JsonText, IsRefusedWhereverItIsCut) {
+  const std::string whole =
+      R"({"versie":"1.3 \u00e9\ud83d\ude00","zip":"a.zip","n":[-1.5e3,{"x":null}],"t":true})";
+  ASSERT_TRUE(parseJsonTexts(whole));
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    EXPECT_EQ(parseJsonTexts(std::string_view(whole).substr(0, length)), std::nullopt) << length;
+  }
+  for (std::size_t at = 0; at < whole.size(); ++at) {
+    for (const char byte : {'\0', '"', '\\', '{', ']', '\x80'}) {
+      std::string damaged = whole;
+      damaged[at] = byte;
+      parseJsonTexts(damaged);
+    }
+  }
+}
+
+TEST(JsonText, IsNotBroughtDownByDepth) {
+  const auto nested = [](std::size_t levels) {
+    return "{\"a\":\"b\",\"c\":" + std::string(levels, '[') + std::string(levels, ']') + "}";
+  };
+  EXPECT_EQ(parseJsonTexts(nested(300)), (JsonTexts{{"a", "b"}}));
+  EXPECT_EQ(parseJsonTexts(nested(1'000'000)), std::nullopt);
+  std::string objects;
+  for (int level = 0; level < 200'000; ++level) objects += "{\"a\":";
+  EXPECT_EQ(parseJsonTexts(objects), std::nullopt);
+}
+
+TEST(JsonText, MayBeLong) {
+  const std::string letters(2'000'000, 'x');
+  EXPECT_EQ(parseJsonTexts("{\"a\":\"" + letters + "\"}"), (JsonTexts{{"a", letters}}));
+  std::string escapes;
+  std::string list;
+  for (int number = 0; number < 100'000; ++number) {
+    escapes += "\\n";
+    list += "{\"a\":[1,\"b\"]},";
+  }
+  EXPECT_EQ(parseJsonTexts("{\"l\":[" + list + "0],\"a\":\"" + escapes + "\"}"),
+            (JsonTexts{{"a", std::string(100'000, '\n')}}));
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,96 @@
+// Where a text is split and trimmed, on whichever platform this is built for.
+
+#include "platform/text.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <string>
+
+namespace orvel {
+namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(SplitAtFullStops, LeavesOutEmptyPieces) {
+  EXPECT_THAT(splitAtFullStops(""), IsEmpty());
+  EXPECT_THAT(splitAtFullStops("..."), IsEmpty());
+  EXPECT_THAT(splitAtFullStops("1"), ElementsAre("1"));
+  EXPECT_THAT(splitAtFullStops("1.2.10"), ElementsAre("1", "2", "10"));
+  EXPECT_THAT(splitAtFullStops(".1..2."), ElementsAre("1", "2"));
+  EXPECT_THAT(splitAtFullStops(" . "), ElementsAre(" ", " "));
+  EXPECT_THAT(splitAtFullStops("1\0.2"s), ElementsAre("1\0"s, "2"));
+}
+
+TEST(SplitAtFullStops, TakesOnlyTheFullStopItself) {
+  for (const std::string other : {"\u3002", "\uFF0E", "\u2024", "\u00B7", ",", "\u2026"}) {
+    EXPECT_THAT(splitAtFullStops("1" + other + "2"), ElementsAre("1" + other + "2"));
+  }
+  EXPECT_THAT(splitAtFullStops("\u00E9.\u20AC.\U0001F600"),
+              ElementsAre("\u00E9", "\u20AC", "\U0001F600"));
+}
+
+TEST(SplitAtFullStops, DoesNotSplitALargerCharacter) {
+  // With a combining mark, a variation selector, a joiner, an enclosing mark.
+  for (const std::string mark : {"\u0301", "\u0308", "\uFE0F", "\u200D", "\u20E3", "\u0903"}) {
+    EXPECT_THAT(splitAtFullStops("1." + mark + "2"), ElementsAre("1." + mark + "2"));
+    EXPECT_THAT(splitAtFullStops("." + mark), ElementsAre("." + mark));
+    EXPECT_THAT(splitAtFullStops("0.1." + mark + mark + "2.3"),
+                ElementsAre("0", "1." + mark + mark + "2", "3"));
+  }
+  // After a character that draws the next one in.
+  for (const std::string prepended : {"\u0600", "\u06DD", "\U000110BD"}) {
+    EXPECT_THAT(splitAtFullStops("1" + prepended + ".2"), ElementsAre("1" + prepended + ".2"));
+  }
+  EXPECT_THAT(splitAtFullStops("1\u0600.\u0301.2"), ElementsAre("1\u0600.\u0301", "2"));
+}
+
+TEST(SplitAtFullStops, SplitsBetweenLargerCharacters) {
+  EXPECT_THAT(splitAtFullStops("e\u0301.2"), ElementsAre("e\u0301", "2"));
+  // A family, joined to one character, and a flag of two.
+  EXPECT_THAT(
+      splitAtFullStops("\U0001F468\u200D\U0001F469\u200D\U0001F467.\U0001F1F3\U0001F1F1.3"),
+      ElementsAre("\U0001F468\u200D\U0001F469\u200D\U0001F467", "\U0001F1F3\U0001F1F1", "3"));
+  EXPECT_THAT(splitAtFullStops("\u0E01.\r\n.\u00E9"), ElementsAre("\u0E01", "\r\n", "\u00E9"));
+  EXPECT_THAT(splitAtFullStops("\r.\n\u00E9"), ElementsAre("\r", "\n\u00E9"));
+  // A mark after a line break begins a character of its own.
+  EXPECT_THAT(splitAtFullStops("1.\n\u0301"), ElementsAre("1", "\n\u0301"));
+}
+
+TEST(SplitAtFullStops, StandsWhatIsNotUtf8) {
+  EXPECT_THAT(splitAtFullStops("\xff.2"), ElementsAre("\xff", "2"));
+  EXPECT_THAT(splitAtFullStops("1.\xcc.2"), ElementsAre("1", "\xcc", "2"));
+  EXPECT_THAT(splitAtFullStops("\xe2\x82.\xf0\x9f"), ElementsAre("\xe2\x82", "\xf0\x9f"));
+  EXPECT_THAT(splitAtFullStops("\xed\xa0\x80.\x80"), ElementsAre("\xed\xa0\x80", "\x80"));
+}
+
+TEST(SplitAtFullStops, TakesTimeInProportion) {
+  const auto timeFor = [](std::size_t size) {
+    std::string text = "\u00E9";
+    while (text.size() < size) text += "1.2.\u0301\u0600.33333333.";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_GT(splitAtFullStops(text).size(), size / 20);
+    return std::chrono::steady_clock::now() - start;
+  };
+  // A machine that is busy elsewhere spoils one measurement, hardly three.
+  bool inProportion = false;
+  for (int attempt = 0; attempt < 3 && !inProportion; ++attempt) {
+    const auto shorter = timeFor(1'000'000);
+    inProportion = timeFor(10'000'000) < 40 * shorter;
+  }
+  EXPECT_TRUE(inProportion);
+}
+
+TEST(TrimmedText, TakesWhiteSpaceOffBothEnds) {
+  EXPECT_EQ(trimmedText(" \t\r\n\v\f\u00A0\u2003\u2028\u2029\u3000\u0085 a  b \n\n"), "a  b");
+  EXPECT_EQ(trimmedText(""), "");
+  EXPECT_EQ(trimmedText(" \n "), "");
+  EXPECT_EQ(trimmedText("\u200Bx\uFEFF"), "\u200Bx\uFEFF");
+  EXPECT_EQ(trimmedText(" \xff "), std::nullopt);
+  EXPECT_EQ(trimmedText("x\xc3"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace orvel
