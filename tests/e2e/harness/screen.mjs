@@ -164,22 +164,27 @@ export class Screen {
       ((await this.windows('nl.orvel.os')).length > 0) === isOpen);
   }
 
-  /// Opens the address dialog through the menu, by keys alone.
-  async openAddressDialog() {
+  /// Chooses one of the first three items of the application's menu, by keys
+  /// alone.
+  async chooseApplicationItem(number) {
     await this.window();
     // A pointer over the menu would choose too.
     await this.tool('xdotool', 'mousemove', '900', '700');
     await this.keys('F10');
     // The keyboard is there a moment after the menu: its first item is lit up.
     const lines = [61, 91, 121];
-    const item = (number) => waitFor(`item ${number} of the menu`, () => {
+    const item = (lit) => waitFor(`item ${lit} of the menu`, () => {
       const light = lines.map((y) => this.picture().at(185, y)[2]);
-      return light.every((value, index) => index === number || light[number] - value > 15);
+      return light.every((value, index) => index === lit || light[lit] - value > 15);
     });
     await item(0);
-    await this.keys('Down', 'Down');
-    await item(2);
+    for (let step = 0; step < number; step += 1) await this.keys('Down');
+    await item(number);
     await this.keys('Return');
+  }
+
+  async openAddressDialog() {
+    await this.chooseApplicationItem(2);
     return this.panel('Adres van het OS');
   }
 
