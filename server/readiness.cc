@@ -61,12 +61,12 @@ void AppDelegate::waitForServer(int tries) {
   if (!url) fatalError("the server address is no URL: " + baseURL());
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
-  platform_.http.dataTask(probe,
-                          [self = shared_from_this(), tries](std::optional<HttpResponse> response,
-                                                             const std::optional<std::string> &) {
-                            self->platform_.mainQueue.post(
-                                [self, response, tries] { self->probeAnswered(response, tries); });
-                          });
+  platform_.http.dataTask(
+      probe, [self = shared_from_this(), tries](const std::optional<HttpResponse> &response,
+                                                const std::optional<std::string> &) {
+        self->platform_.mainQueue.post(
+            [self, response, tries] { self->probeAnswered(response, tries); });
+      });
 }
 
 void AppDelegate::probeAnswered(const std::optional<HttpResponse> &response, int tries) {
