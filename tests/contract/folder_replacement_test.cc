@@ -234,10 +234,11 @@ TEST_F(FolderReplacement, WaitsForAnotherThatIsUnderWay) {
       const std::string name = "release " + std::to_string(number);
       const fs::path replacement = places[number % 2] / name;
       trees[number] = makeTree(replacement, name);
-      threads.emplace_back([&, number, replacement] { replaced[number] = replace(replacement); });
+      threads.emplace_back(
+          [&, number, replacement] { replaced[number] = replace(replacement) ? 1 : 0; });
     }
     for (std::thread &thread : threads) thread.join();
-    EXPECT_EQ(replaced, std::vector<char>(trees.size(), true));
+    EXPECT_EQ(replaced, std::vector<char>(trees.size(), 1));
     const Tree left = treeOf(original_);
     ASSERT_NE(std::find(trees.begin(), trees.end(), left), trees.end());
     ASSERT_EQ(entriesBesideOriginal(), 0);

@@ -106,25 +106,25 @@ TEST(JsonText, IsRefusedWhereverItIsCut) {
 
 TEST(JsonText, IsNotBroughtDownByDepth) {
   const auto nested = [](std::size_t levels) {
-    return "{\"a\":\"b\",\"c\":" + std::string(levels, '[') + std::string(levels, ']') + "}";
+    return R"({"a":"b","c":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
   };
   EXPECT_EQ(parseJsonTexts(nested(300)), (JsonTexts{{"a", "b"}}));
   EXPECT_EQ(parseJsonTexts(nested(1'000'000)), std::nullopt);
   std::string objects;
-  for (int level = 0; level < 200'000; ++level) objects += "{\"a\":";
+  for (int level = 0; level < 200'000; ++level) objects += R"({"a":)";
   EXPECT_EQ(parseJsonTexts(objects), std::nullopt);
 }
 
 TEST(JsonText, MayBeLong) {
   const std::string letters(2'000'000, 'x');
-  EXPECT_EQ(parseJsonTexts("{\"a\":\"" + letters + "\"}"), (JsonTexts{{"a", letters}}));
+  EXPECT_EQ(parseJsonTexts(R"({"a":")" + letters + "\"}"), (JsonTexts{{"a", letters}}));
   std::string escapes;
   std::string list;
   for (int number = 0; number < 100'000; ++number) {
     escapes += "\\n";
-    list += "{\"a\":[1,\"b\"]},";
+    list += R"({"a":[1,"b"]},)";
   }
-  EXPECT_EQ(parseJsonTexts("{\"l\":[" + list + "0],\"a\":\"" + escapes + "\"}"),
+  EXPECT_EQ(parseJsonTexts(R"({"l":[)" + list + R"(0],"a":")" + escapes + "\"}"),
             (JsonTexts{{"a", std::string(100'000, '\n')}}));
 }
 

@@ -57,11 +57,12 @@ class PageDelegate final : public WebViewDelegate {
 /// "/redirect/302/x" leads to "/x", and what begins with "/gate/" waits until
 /// the gate is open.
 class LinuxPage : public testing::TestWithParam<const char *> {
- protected:
-  using Strings = std::vector<std::string>;
-
+ public:
   LinuxPage();
   ~LinuxPage() override;
+
+ protected:
+  using Strings = std::vector<std::string>;
 
   /// Makes the view anew, with another folder for what it keeps.
   void makeView(const std::filesystem::path &cache);
