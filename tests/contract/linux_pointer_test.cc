@@ -9,7 +9,7 @@ namespace orvel {
 namespace {
 
 class LinuxPointer : public LinuxPage {
- protected:
+ public:
   LinuxPointer() {
     gtk_window_set_default_size(window.get(), 300, 200);
     gtk_window_set_child(window.get(), GTK_WIDGET(webKit()));
@@ -23,6 +23,7 @@ class LinuxPointer : public LinuxPage {
   }
   ~LinuxPointer() override { gtk_window_destroy(window.get()); }
 
+ protected:
   /// Shows an element that fills the page, once it can be pointed at.
   void showFilling(const std::string &element) {
     show(
