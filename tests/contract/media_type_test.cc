@@ -34,9 +34,9 @@ TEST_F(MediaType, HasTheFirstExtensionOfTheHighestWeight) {
            "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
            "<glob pattern=\"*.two\" weight=\"50\"/>");
   EXPECT_EQ(extensionOf("a/b"), "one");
-  describe("user", "a/b", "<glob pattern=\"*.own\"/>");
+  describe("user", "a/b", R"(<glob pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "one");
-  describe("user", "a/b", "<glob weight=\"80\" pattern=\"*.own\"/>");
+  describe("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "own");
 }
 
