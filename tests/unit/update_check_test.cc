@@ -62,7 +62,7 @@ TEST(ReadManifest, refusesAllElse) {
       "{\"versie\":\"1.3\",\"zip\":\"a\nb\"}",
       "{\"versie\":\"1.3\",\"zip\":\"\xff\"}",
       "\xef\xbb\xbf{\"versie\":\"1.3\",\"zip\":\"a.zip\"}",
-      std::string("{\"versie\":\"1.3\",\"zip\":\"a\0\"}", 28),
+      std::string("{\"versie\":\"1.3\",\"zip\":\"a\0\"}", 27),
       R"(<!doctype html><p>Niet gevonden</p>)",
       R"({"versie":"1.3","zip":"a","diep":)" + deep,
   };
