@@ -13,7 +13,8 @@ constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mail
 constexpr std::string_view exportPath = "/api/export";
 constexpr std::string_view filePrefix = "/api/bestand/";
 
-// No other host can begin with the address, for it ends in "/".
+// An address ends in "/", so that one with a host is the beginning of no other
+// host's.
 bool isOnServer(const Url &url, std::string_view baseURL) {
   return url.absoluteString.starts_with(baseURL);
 }

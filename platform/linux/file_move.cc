@@ -20,7 +20,7 @@ int giveName(const std::string &from, const std::string &to) {
   }
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
   // Network file systems know no such renaming.
-  if (errno != EINVAL || ::link(from.c_str(), to.c_str()) != 0) return -1;
+  if ((errno != EINVAL && errno != ENOSYS) || ::link(from.c_str(), to.c_str()) != 0) return -1;
   ::unlink(from.c_str());
   return 0;
 }

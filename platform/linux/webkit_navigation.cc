@@ -91,11 +91,21 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
     // What is allowed asks again, for the window.
     answer(navigation, delegate_.decidePolicy(
                            {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
+  } else if (isCancelledAnywhere(navigation)) {
+    // It gets nowhere and asks nothing, so it need not wait for its turn.
+    decideInFrame(navigation);
   } else {
     waiting_.push_back(retain(navigation));
     decideWaiting();
   }
   return true;
+}
+
+bool WebKitNavigation::isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const {
+  NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
+  if (delegate_.policyFor(action) == NavigationPolicy::allow) return false;
+  action.target = NavigationTarget::subFrame;
+  return delegate_.policyFor(action) == NavigationPolicy::cancel;
 }
 
 void WebKitNavigation::decideWaiting() {

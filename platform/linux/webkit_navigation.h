@@ -26,6 +26,7 @@ class WebKitNavigation {
   using Decision = GObjectPointer<WebKitNavigationPolicyDecision>;
 
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
+  bool isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const;
   void decideWaiting();
   void decideInFrame(WebKitNavigationPolicyDecision *decision);
   void processTerminated();
