@@ -5,6 +5,9 @@ target_compile_options(orvel_options INTERFACE
   -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Wimplicit-fallthrough
   -fvisibility=hidden)
 
+# A release is the same wherever the sources lie.
+add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
+
 set(ORVELOS_SANITIZE "" CACHE STRING "sanitizers to build with, for -fsanitize=")
 if(ORVELOS_SANITIZE)
   add_compile_options(-fsanitize=${ORVELOS_SANITIZE} -fno-omit-frame-pointer

@@ -15,7 +15,7 @@ fail() {
   exit 1
 }
 
-[ $# -ge 1 ] && [ $# -le 2 ] || fail "usage: scripts/release.sh VERSION [FOLDER]"
+case $# in 1 | 2) ;; *) fail "usage: scripts/release.sh VERSION [FOLDER]" ;; esac
 version=$1
 # It becomes a part of file names and of shell commands.
 [[ $version =~ ^[0-9]+(\.[0-9]+)*$ ]] ||
@@ -48,7 +48,7 @@ build=build/release-build
 # What an earlier build left in the bundle would be packed too.
 rm -rf "$build/Orvel OS.app"
 cmake --preset release -DORVELOS_VERSION="$version" -DORVELOS_KEY="${ORVELOS_KEY:-}" \
-  -DORVELOS_URL="${ORVELOS_URL:-}" -DCMAKE_CXX_FLAGS="-ffile-prefix-map=$checkout=." >/dev/null
+  -DORVELOS_URL="${ORVELOS_URL:-}" >/dev/null
 cmake --build --preset release --target orvel-os -- --quiet
 
 mkdir -p "$folder"

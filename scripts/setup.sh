@@ -6,17 +6,17 @@ set -euo pipefail
 
 packages=(
   # The tools.
-  g++ clang clang-format clang-tidy cmake ninja-build ccache pkg-config git
+  g++ clang clang-format clang-tidy cmake ninja-build ccache pkg-config git zip
   # The fuzzer of Clang.
   libclang-rt-dev
   # What the application is built with.
   libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev libplist-dev libicu-dev
   # What it needs to run: the shell and the tools that it asks, the web view's
-  # sandbox, drawing, https, icons and fonts, and what unpacks a release.
-  zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
-  adwaita-icon-theme fonts-dejavu-core librsvg2-common unzip
+  # sandbox, drawing, https, icons and fonts.
+  zsh lsof procps unzip bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
+  adwaita-icon-theme fonts-dejavu-core librsvg2-common
   # What the tests drive it with.
-  libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11 zip
+  libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
 )
 
 missing=()
