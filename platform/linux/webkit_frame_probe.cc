@@ -23,10 +23,17 @@ std::string makeQuestion() {
   return question;
 }
 
-// A world of its own keeps the page from seeing the script.
+// A world of its own keeps the page from seeing the script, which comes before
+// the page's own and so keeps the question from them, too: for all that they
+// know nobody is leaving.
+constexpr const char *ask = "asks = true";
+constexpr const char *askNoMore = "asks = false";
+
 void addQuestion(WebKitUserContentManager *content, const std::string &question) {
-  const std::string source = "addEventListener('beforeunload', event => { event.returnValue = '" +
-                             question + "'; event.preventDefault(); });";
+  const std::string source =
+      "var asks = false; addEventListener('beforeunload', event => { if (!asks) return;"
+      " event.stopImmediatePropagation(); event.preventDefault(); event.returnValue = '" +
+      question + "'; }, true);";
   WebKitUserScript *script = webkit_user_script_new_for_world(
       source.c_str(), WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
       WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, world, nullptr, nullptr);
@@ -39,8 +46,26 @@ bool isBlocked(const GError *error) { return g_error_matches(error, WEBKIT_POLIC
 
 // Whatever it is, it goes to the page's process after all that it was told
 // before, and its end comes back after all that the process then said.
-void roundTrip(WebKitWebView *view, GAsyncReadyCallback back, gpointer data) {
-  webkit_web_view_evaluate_javascript(view, "0", -1, world, nullptr, nullptr, back, data);
+void roundTrip(WebKitWebView *view, const char *script, GAsyncReadyCallback back, gpointer data) {
+  webkit_web_view_evaluate_javascript(view, script, -1, world, nullptr, nullptr, back, data);
+}
+
+std::string_view withoutFragment(std::string_view address) {
+  return address.substr(0, address.find('#'));
+}
+
+/// Where a navigation that led nowhere was meant to go. Another one in its frame
+/// has overtaken it, or the frame is gone. A page that has several links clicked
+/// at once wants all their files; a frame that is given one address after the
+/// other shows only the last. One to a place within its document leads nowhere
+/// by itself, and only a frame has such a document.
+NavigationTarget targetOfOvertaken(WebKitNavigationAction *action) {
+  const std::string_view address =
+      webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+  const bool isLink =
+      webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
+  return isLink && withoutFragment(address) == address ? NavigationTarget::mainFrame
+                                                       : NavigationTarget::subFrame;
 }
 
 }  // namespace
@@ -51,8 +76,10 @@ struct WebKitFrameProbe::Attempt {
   /// Null from the end on.
   WebKitFrameProbe *probe = nullptr;
   GObjectPointer<WebKitPolicyDecision> decision;
+  WebKitNavigationAction *action = nullptr;
   std::string address;
   bool isRedirect = false;
+  bool isLoadedInSubFrame = false;
   Found found;
   std::unique_ptr<WebKitUserContentFilter, FilterRelease> filter;
   /// The decision has been answered.
@@ -84,6 +111,7 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found fou
   attempt_ = std::make_shared<Attempt>();
   attempt_->probe = this;
   attempt_->decision = retain(WEBKIT_POLICY_DECISION(decision));
+  attempt_->action = action;
   attempt_->address = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   attempt_->isRedirect = webkit_navigation_action_is_redirect(action) != FALSE;
   attempt_->found = std::move(found);
@@ -124,21 +152,31 @@ void WebKitFrameProbe::filterSaved(GObject *store, GAsyncResult *result) {
   webkit_user_content_manager_add_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                          filter);
   // A navigation that was answered before may still have its question to ask.
-  roundTrip(view_.get(), later<&WebKitFrameProbe::pageCaughtUp>, forLater());
+  roundTrip(view_.get(), ask, later<&WebKitFrameProbe::pageCaughtUp>, forLater());
 }
 
 void WebKitFrameProbe::pageCaughtUp(GObject * /*view*/, GAsyncResult * /*result*/) {
   attempt_->isLetGo = true;
   webkit_policy_decision_use(attempt_->decision.get());
-  roundTrip(view_.get(), later<&WebKitFrameProbe::pageDecided>, forLater());
+  roundTrip(view_.get(), askNoMore, later<&WebKitFrameProbe::pageDecided>, forLater());
 }
 
 void WebKitFrameProbe::pageDecided(GObject * /*view*/, GAsyncResult * /*result*/) {
-  found(NavigationTarget::subFrame);
+  // The filter has the last word on a redirect.
+  if (attempt_->isRedirect || attempt_->isLoadedInSubFrame) {
+    return found(NavigationTarget::subFrame);
+  }
+  found(targetOfOvertaken(attempt_->action));
 }
 
 void WebKitFrameProbe::resourceStarted(WebKitWebResource *resource) {
-  if (resource != webkit_web_view_get_main_resource(view_.get())) return;
+  if (resource != webkit_web_view_get_main_resource(view_.get())) {
+    if (attempt_ && withoutFragment(webkit_web_resource_get_uri(resource)) ==
+                        withoutFragment(attempt_->address)) {
+      attempt_->isLoadedInSubFrame = true;
+    }
+    return;
+  }
   if (mainResource_) g_signal_handlers_disconnect_by_data(mainResource_.get(), this);
   mainResource_ = retain(resource);
   g_signal_connect_swapped(

@@ -21,7 +21,8 @@ namespace orvel {
 /// there is no such question, as in a redirect, a content filter for the main
 /// frame stops the load before its request is sent; that costs the page the
 /// other loads that it has under way, as any load in the main frame would. What
-/// neither stops was for a sub-frame, and goes on there. Main thread only.
+/// neither stops and then loads was for a sub-frame, and goes on there. Main
+/// thread only.
 class WebKitFrameProbe {
  public:
   using Found = std::function<void(NavigationTarget)>;

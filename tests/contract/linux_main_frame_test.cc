@@ -121,6 +121,29 @@ TEST_P(LinuxMainFrame, APageThatAsksBeforeItIsLeft) {
   expectOnly("/file/1");
 }
 
+TEST_P(LinuxMainFrame, APageDoesNotHearThatAFileIsFetched) {
+  show("<script>onbeforeunload = onpagehide = () => { document.title += 'weg'; }</script>");
+  evaluate("location = '/file/1'");
+  expectOnly("/file/1");
+  EXPECT_EQ(evaluate("document.title"), "");
+  // It hears when it is left indeed.
+  evaluate("onbeforeunload = () => { navigator.sendBeacon('/weg'); }");
+  show("later");
+  EXPECT_EQ(requests("POST /weg").size(), 1U);
+}
+
+TEST_P(LinuxMainFrame, SeveralLinksThatAScriptClicksAtOnce) {
+  show(
+      "<a href=/file/1>1</a><a href=/file/2>2</a><a href=/file/3?vraag>3</a>"
+      "<iframe src=/frame></iframe>");
+  evaluate("document.querySelectorAll('a').forEach(link => link.click())");
+  EXPECT_TRUE(until([&] { return delegate.cancelled.size() == 3; }));
+  EXPECT_TRUE(settle());
+  EXPECT_EQ(delegate.cancelled,
+            (Strings{"mainFrame /file/1", "mainFrame /file/2", "mainFrame /file/3?vraag"}));
+  EXPECT_EQ(requests("GET /file/"), Strings());
+}
+
 TEST_P(LinuxMainFrame, OneFileAfterTheOther) {
   show("<iframe src=/frame></iframe>");
   for (const std::string address : {"/file/1", "/file/2", "/file/1"}) {

@@ -51,6 +51,44 @@ TEST_P(LinuxSubFrame, AFormWithItsName) {
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
+TEST_P(LinuxSubFrame, APlaceWithinTheFile) {
+  setPage("/file/1", "<a id=link href=#deel>x</a><p id=deel>inhoud van /file/1");
+  show("<iframe src=/file/1></iframe>");
+  evaluate("frames[0].document.getElementById('link').click()");
+  EXPECT_TRUE(untilPage("frames[0].location.hash", "#deel"));
+  EXPECT_TRUE(settle());
+  EXPECT_EQ(requests("GET /file/1").size(), 1U);
+  EXPECT_EQ(delegate.cancelled, Strings());
+}
+
+TEST_P(LinuxSubFrame, AFragmentOfAnotherFile) {
+  show("<iframe src=/frame></iframe>");
+  evaluate("frames[0].location = '/file/1#deel'");
+  EXPECT_TRUE(untilPage(frameText, "inhoud van /file/1"));
+  EXPECT_EQ(delegate.decisions.back(), "subFrame /file/1#deel");
+  EXPECT_EQ(delegate.cancelled, Strings());
+}
+
+TEST_P(LinuxSubFrame, OneAddressAfterTheOther) {
+  show("<iframe src=/frame></iframe>");
+  evaluate(
+      "for (let file = 1; file < 6; ++file) document.querySelector('iframe').src ="
+      " '/file/' + file");
+  EXPECT_TRUE(untilPage(frameText, "inhoud van /file/5"));
+  EXPECT_TRUE(settle());
+  EXPECT_EQ(delegate.cancelled, Strings());
+}
+
+TEST_P(LinuxSubFrame, AFrameThatGoesAgain) {
+  show("<iframe src=/frame></iframe>");
+  evaluate(
+      "document.querySelector('iframe').src = '/file/1'; setTimeout(() =>"
+      " document.querySelector('iframe').remove())");
+  EXPECT_TRUE(until([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
+  EXPECT_TRUE(settle());
+  EXPECT_EQ(delegate.cancelled, Strings());
+}
+
 TEST_P(LinuxSubFrame, AReload) {
   show("<iframe src=/file/1></iframe>");
   expectShown("/file/1");

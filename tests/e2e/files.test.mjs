@@ -82,6 +82,26 @@ trial('a stored file is downloaded on every way that leads the page itself to it
     await endsWithFiles(user, screen, desktop, most, Object.keys(ways).map((id) => `${id}.csv`));
   });
 
+trial('every file of a page that fetches them all at once is downloaded', {},
+  async (user, screen) => {
+    const desktop = new Desktop(user);
+    const names = ['een', 'twee', 'drie'];
+    const told = await user.startWithPage(`
+      ${names.map((name) => `<a class="file" href="/api/bestand/${name}">${name}</a>`).join('')}
+      <button id="all" onclick="document.querySelectorAll('.file').forEach(
+        (link) => link.click())">alle</button>`, {
+      routes: Object.fromEntries(names.map((name) =>
+        [`/api/bestand/${name}`, csv(`inhoud van ${name}.csv`)])),
+    });
+    const most = screen.watchWindows();
+    await screen.clickElement(told, 'all');
+    for (const name of names) {
+      await desktop.awaitFile(`${name}.csv`);
+      assertOnlyKeyed(requestsFor(user, `/api/bestand/${name}`));
+    }
+    await endsWithFiles(user, screen, desktop, most, names.map((name) => `${name}.csv`));
+  });
+
 trial('a stored file in a frame is a part of the page, on every way into the frame', {},
   async (user, screen) => {
     const desktop = new Desktop(user);
