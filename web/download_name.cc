@@ -45,13 +45,22 @@ bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('\0') == std::string_view::npos;
 }
 
-std::string_view lastComponent(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+/// An encoded "/" belongs to a component, so that it is cut off before it is
+/// decoded.
+std::string lastComponent(const Url &url) {
+  if (url.path.empty() || url.path == "/") return "";
+  std::string_view address = url.absoluteString;
+  address = address.substr(0, address.find_first_of("?#"));
+  while (address.ends_with('/')) address.remove_suffix(1);
+  const std::string component(address.substr(address.rfind('/')));
+  const auto decoded = Url::parse(component);
+  return decoded && !decoded->path.empty() ? decoded->path.substr(1) : "";
+}
 
 }  // namespace
 
 std::string downloadName(const std::optional<std::string> &suggested, const Url &url) {
-  for (std::string name :
-       {suggested.value_or(""), std::string(lastComponent(url.path)), url.host}) {
+  for (std::string name : {suggested.value_or(""), lastComponent(url), url.host}) {
     std::replace(name.begin(), name.end(), '/', '-');
     if (!isFileName(name)) continue;
     const auto [stem, extension] = split(name);

@@ -50,16 +50,26 @@ std::string nameByDisposition(const std::string &field) {
   return name;
 }
 
-std::string nameByAddress(const std::string &address) {
+/// A name, and whether a full stop in it begins an extension.
+struct Name {
+  std::string name;
+  bool isHost = false;
+};
+
+Name nameByAddress(const std::string &address) {
   const std::unique_ptr<GUri, void (*)(GUri *)> uri(
       g_uri_parse(address.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
       g_uri_unref);
-  if (!uri) return "";
+  if (!uri) return {};
   std::string path = g_uri_get_path(uri.get());
   while (path.ends_with('/')) path.pop_back();
+  if (path.empty()) {
+    const char *host = g_uri_get_host(uri.get());
+    return {host != nullptr ? host : "", true};
+  }
   const std::string component = path.substr(path.rfind('/') + 1);
   const Characters decoded(g_uri_unescape_string(component.c_str(), nullptr), g_free);
-  return decoded && isUtf8(decoded.get()) ? decoded.get() : component;
+  return {decoded && isUtf8(decoded.get()) ? decoded.get() : component};
 }
 
 bool hasExtension(std::string_view name) {
@@ -72,11 +82,13 @@ bool hasExtension(std::string_view name) {
 
 std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address,
                                              const std::vector<std::string> &typeFolders) {
-  std::string name = head.contentDisposition ? nameByDisposition(*head.contentDisposition) : "";
-  if (name.empty()) name = nameByAddress(address.absoluteString);
+  Name found;
+  if (head.contentDisposition) found.name = nameByDisposition(*head.contentDisposition);
+  if (found.name.empty()) found = nameByAddress(address.absoluteString);
+  auto &[name, isHost] = found;
   if (name.empty()) return std::nullopt;
   const bool isFolderName = name == "." || name == "..";
-  if (head.mediaType && !isFolderName && !hasExtension(name)) {
+  if (head.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
     if (const auto extension = usualExtension(*head.mediaType, typeFolders)) {
       name += "." + *extension;
     }

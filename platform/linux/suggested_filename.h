@@ -19,8 +19,8 @@ struct FileHead {
 /// the disposition, whatever its kind (RFC 6266; "filename*" goes before
 /// "filename", and does not count when it cannot be decoded, RFC 8187), else
 /// the last path component of the address, percent-decoded where that gives
-/// text. A name without an extension gets the usual one of the media type. Any
-/// thread.
+/// text, else its host. A name without an extension, which no host has, gets the
+/// usual one of the media type. Any thread.
 std::optional<std::string> suggestedFilename(
     const FileHead &head, const Url &address,
     const std::vector<std::string> &typeFolders = mediaTypeFolders());

@@ -59,8 +59,10 @@ TEST(SuggestedFilename, IsElseTheLastComponentOfThePath) {
       {"http://os.test/map/lijst.csv?x=/y.txt#/z", "lijst.csv"},
       {"http://os.test/map/", "map"},
       {"http://os.test/een%20lijst%20%C3%A9.csv", "een lijst é.csv"},
-      {"http://os.test/", std::nullopt},
-      {"http://os.test", std::nullopt},
+      {"http://os.test/", "os.test"},
+      {"http://os.test", "os.test"},
+      {"http://127.0.0.1:4767/?x=/y", "127.0.0.1"},
+      {"http://[::1]/", "::1"},
   };
   for (const auto &[url, name] : rows) {
     EXPECT_EQ(suggestedFilename({}, *Url::parse(url)), name) << url;
@@ -94,7 +96,7 @@ TEST(SuggestedFilename, GetsTheExtensionOfItsMediaTypeWhenItHasNone) {
   }
   EXPECT_EQ(suggestedFilename({.mediaType = "application/pdf"}, address), "12.pdf");
   EXPECT_EQ(suggestedFilename({.mediaType = "application/pdf"}, *Url::parse("http://os.test/")),
-            std::nullopt);
+            "os.test.pdf");
 }
 
 }  // namespace

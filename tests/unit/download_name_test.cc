@@ -44,7 +44,11 @@ TEST(DownloadName, comesFromTheUrlWhenNothingUsableIsSuggested) {
   }
   EXPECT_EQ(downloadName({}, file("http://h.test/api/export?soort=csv")), "export");
   EXPECT_EQ(downloadName({}, file("http://h.test/map/a%20b.csv/")), "a b.csv");
-  EXPECT_EQ(downloadName({}, file("http://h.test/map/a%2Fb.csv")), "b.csv");
+  EXPECT_EQ(downloadName({}, file("http://h.test/map/a%2Fb.csv")), "a-b.csv");
+  EXPECT_EQ(downloadName({}, file("http://h.test/map/%2Fb.csv?x/y#/z")), "-b.csv");
+  EXPECT_EQ(downloadName({}, file("http://h.test//a.csv//")), "a.csv");
+  EXPECT_EQ(downloadName({}, file("http://h.test/%2F%2F")), "h.test");
+  EXPECT_EQ(downloadName({}, file("http://h.test/%2E%2E")), "h.test");
   EXPECT_EQ(downloadName({}, file("http://h.test/map/..")), "h.test");
   EXPECT_EQ(downloadName({}, file("http://h.test/")), "h.test");
   EXPECT_EQ(downloadName({}, file("http://h.test")), "h.test");
