@@ -2,7 +2,6 @@
 
 #include <grp.h>
 #include <linux/filter.h>
-#include <linux/fs.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
@@ -15,6 +14,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <iostream>
 
@@ -39,6 +39,26 @@ int waitFor(pid_t child) {
 template <typename Request>
 bool request(Request what, pid_t child, long data = 0) {
   return ::ptrace(what, child, nullptr, data) == 0;
+}
+
+template <std::size_t size>
+bool filterSystemCalls(std::array<sock_filter, size> program) {
+  const sock_fprog filter{size, program.data()};
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+bool loseRenameFlag(unsigned flag) {
+  // A 64-bit argument is looked at by its lower half, which comes first.
+  constexpr auto flags = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
+  return filterSystemCalls(std::array<sock_filter, 6>{{
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 3, SYS_renameat2},
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, flags},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, flag},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EINVAL},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+  }});
 }
 
 /// Does the task and ends this process, whatever happens: it must not go on
@@ -100,20 +120,22 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
   return WEXITSTATUS(status) == success ? ChildEnd::succeeded : ChildEnd::failed;
 }
 
-bool loseExchange() {
-  // A 64-bit argument is looked at by its lower half, which comes first.
-  constexpr auto flags = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
-  std::array<sock_filter, 6> program{{
+bool loseExchange() { return loseRenameFlag(RENAME_EXCHANGE); }
+
+bool loseRenamingWithoutReplacing() { return loseRenameFlag(RENAME_NOREPLACE); }
+
+bool loseLinks() {
+#ifdef SYS_link
+  constexpr auto call = SYS_link;
+#else
+  constexpr auto call = SYS_linkat;
+#endif
+  return filterSystemCalls(std::array<sock_filter, 4>{{
       {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 3, SYS_renameat2},
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, flags},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, RENAME_EXCHANGE},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EINVAL},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, call},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EPERM},
       {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-  }};
-  const sock_fprog filter{program.size(), program.data()};
-  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+  }});
 }
 
 bool becomeOrdinaryUser() {

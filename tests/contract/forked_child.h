@@ -32,6 +32,12 @@ ChildEnd killAtSystemCall(int number, const Task &task);
 /// child.
 bool loseExchange();
 
+/// Likewise, file systems that cannot keep a renaming from replacing a file.
+bool loseRenamingWithoutReplacing();
+
+/// Likewise, file systems that know no hard links.
+bool loseLinks();
+
 /// Gives up what a superuser may do, for the rest of this process's life. False
 /// when that cannot be done. For a child.
 bool becomeOrdinaryUser();
