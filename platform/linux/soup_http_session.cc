@@ -30,7 +30,7 @@ bool isThisMachine(const std::string &host) {
 struct SoupSessions {
   SoupSessions() {
     for (SoupSession *session : {direct.get(), proxied.get()}) {
-      // A compressed body that was cut would pass for a whole one.
+      // Of a compressed body it would take a part for the whole.
       soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
     }
     g_object_set(direct.get(), "proxy-resolver", nullptr, nullptr);

@@ -166,11 +166,24 @@ void SoupTask::dataArrived() {
 
 void SoupTask::answered(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
-  if (stream_) {
+  if (stream_ && decode()) {
     readMore();
   } else {
     finish(std::nullopt);
   }
+}
+
+bool SoupTask::decode() {
+  const char *coding = soup_message_headers_get_list(
+      soup_message_get_response_headers(message_.get()), "Content-Encoding");
+  if (coding == nullptr || g_ascii_strcasecmp(coding, "identity") == 0) return true;
+  if (g_ascii_strcasecmp(coding, "gzip") != 0 && g_ascii_strcasecmp(coding, "x-gzip") != 0) {
+    return false;
+  }
+  const auto decompressor = adopt(g_zlib_decompressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP));
+  stream_ = adopt(g_converter_input_stream_new(stream_.get(), G_CONVERTER(decompressor.get())));
+  isDecoded_ = true;
+  return true;
 }
 
 void SoupTask::readMore() {
@@ -218,6 +231,8 @@ HttpResponse SoupTask::response() const {
 }
 
 bool SoupTask::bodyIsWhole() {
+  // Its own end (RFC 1952, 2.3.1) has been seen and its sum has been right.
+  if (isDecoded_) return true;
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
   const guint status = soup_message_get_status(message_.get());
   const bool hasBody = status != SOUP_STATUS_NO_CONTENT && status != SOUP_STATUS_NOT_MODIFIED;

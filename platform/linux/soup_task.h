@@ -46,6 +46,8 @@ class SoupTask {
   void redirected();
   void dataArrived();
   void answered(SoupSession *session, GAsyncResult *result);
+  /// Undoes a compression that nobody asked for; false for one that is not known.
+  bool decode();
   void readMore();
   void bodyArrived(GAsyncResult *result);
   bool bodyIsWhole();
@@ -61,6 +63,7 @@ class SoupTask {
   /// The connection that was made last.
   GObjectPointer<GSocket> socket_;
   GObjectPointer<GInputStream> stream_;
+  bool isDecoded_ = false;
   goffset received_ = 0;
   /// Due when the server has sent nothing for the request's time-out.
   Source silence_;

@@ -67,6 +67,24 @@ TEST_F(SoupHttpAnswer, GivesTheWholeBodyInEveryFraming) {
   EXPECT_EQ(replyTo(answer("200 OK", large)).body, large);
 }
 
+TEST_F(SoupHttpAnswer, UndoesACompressionThatNobodyAskedFor) {
+  // "inhoud", by gzip.
+  const std::string packed(
+      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\x03\xcb\xcc\xcb"
+      "\xc8\x2f\x4d\x01\x00\x1e\x4d\xb5\x1d\x06\x00\x00\x00",
+      26);
+  EXPECT_EQ(replyTo(answer("200 OK", packed, "Content-Encoding: gzip\r\n")).body, "inhoud");
+  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed).body, "inhoud");
+  EXPECT_EQ(replyTo(answer("200 OK", packed, "Content-Encoding: identity\r\n")).body, packed);
+  for (std::size_t size = 0; size < packed.size(); ++size) {
+    expectFailure(answer("200 OK", packed.substr(0, size), "Content-Encoding: gzip\r\n"));
+  }
+  std::string wrongSum = packed;
+  wrongSum[packed.size() - 8] ^= 1;
+  expectFailure(answer("200 OK", wrongSum, "Content-Encoding: gzip\r\n"));
+  expectFailure(answer("200 OK", "inhoud", "Content-Encoding: br\r\n"));
+}
+
 TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {
   const auto reply =
       fetch(session_, requestOf("http://127.0.0.1:" + std::to_string(unusedPort()) + "/"));
