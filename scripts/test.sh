@@ -38,7 +38,7 @@ run_tests default build
 if [ "${1:-}" = quick ]; then exit 0; fi
 
 step "formatting and static analysis"
-scripts/lint.sh build
+scripts/lint.sh
 
 # The desktop's own libraries are not built for the thread sanitizer, so that
 # the tests that need a whole desktop tell nothing there.

@@ -36,7 +36,7 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
 }
 
 /// 0, or the error number.
-int exchange(const fs::path &one, const fs::path &other) {
+int exchangeFolders(const fs::path &one, const fs::path &other) {
   return ::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0 ? 0
                                                                                            : errno;
 }
@@ -112,10 +112,11 @@ bool replaceFolder(const std::string &original, const std::string &replacement) 
   discard(copy);
   discard(beside(original, ".oud"));
 
-  const int error = onOneDevice(original, replacement) ? exchange(original, replacement) : EXDEV;
+  const int error =
+      onOneDevice(original, replacement) ? exchangeFolders(original, replacement) : EXDEV;
   if (error != EXDEV) return replaceOnOneFileSystem(original, replacement, error);
   const bool replaced = copyFolder(replacement, copy) &&
-                        replaceOnOneFileSystem(original, copy, exchange(original, copy));
+                        replaceOnOneFileSystem(original, copy, exchangeFolders(original, copy));
   discard(replaced ? fs::path(replacement) : copy);
   return replaced;
 }

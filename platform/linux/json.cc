@@ -12,7 +12,7 @@ namespace orvel {
 namespace {
 
 // The deepest that Foundation reads as well.
-constexpr int deepest = 512;
+constexpr int deepestNesting = 512;
 
 /// Reads from the front of what is left, by the grammar of RFC 8259.
 class JsonReader {
@@ -73,8 +73,8 @@ class JsonReader {
 
   /// A value inside so many objects and arrays.
   bool readValue(int depth) {
-    if (rest_.starts_with('{')) return depth < deepest && readObject(nullptr, depth + 1);
-    if (rest_.starts_with('[')) return depth < deepest && readArray(depth + 1);
+    if (rest_.starts_with('{')) return depth < deepestNesting && readObject(nullptr, depth + 1);
+    if (rest_.starts_with('[')) return depth < deepestNesting && readArray(depth + 1);
     if (rest_.starts_with('"')) return readText().has_value();
     return take("true") || take("false") || take("null") || readNumber();
   }

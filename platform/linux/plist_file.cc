@@ -15,7 +15,7 @@ namespace {
 
 // libplist frees a list by recursion: the limit bounds the depth as well.
 constexpr std::size_t longestFile = 128'000;
-constexpr std::size_t mostNodes = 20'000;
+constexpr std::size_t mostNodesRead = 20'000;
 
 struct PlistRelease {
   void operator()(void *node) const { plist_free(node); }
@@ -40,7 +40,7 @@ std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
   plist_t parsed = nullptr;
   if (!isBinaryPlist(bytes)) {
     plist_from_xml(bytes.data(), size, &parsed);
-  } else if (binaryPlistIsSmall(bytes, mostNodes)) {
+  } else if (binaryPlistIsSmall(bytes, mostNodesRead)) {
     plist_from_bin(bytes.data(), size, &parsed);
   }
   const std::unique_ptr<void, PlistRelease> root(parsed);

@@ -43,16 +43,16 @@ TEST_F(ServerAddress, changeOfTheDefaultTakesEffectAtTheNextRead) {
 }
 
 TEST(LocalAddress, isToldByItsExactBeginning) {
-  for (const char *local : {"http://127.0.0.1:4767/", "http://127.0.0.1:80/",
-                            "http://127.0.0.1:", "http://localhost:3000/", "http://localhost:/"}) {
-    EXPECT_TRUE(isLocalAddress(local)) << local;
+  for (const char *address : {"http://127.0.0.1:4767/", "http://127.0.0.1:80/", "http://127.0.0.1:",
+                              "http://localhost:3000/", "http://localhost:/"}) {
+    EXPECT_TRUE(isLocalAddress(address)) << address;
   }
-  for (const char *online :
+  for (const char *address :
        {"http://localhost/", "http://127.0.0.1/", "https://127.0.0.1:4767/", "https://localhost:1/",
         "HTTP://127.0.0.1:4767/", "http://LOCALHOST:3000/", "http://127.0.0.2:4767/",
         "http://[::1]:4767/", " http://127.0.0.1:4767/", "http://127.0.0.10:4767/",
         "http://localhost.test:80/", ""}) {
-    EXPECT_FALSE(isLocalAddress(online)) << online;
+    EXPECT_FALSE(isLocalAddress(address)) << address;
   }
 }
 
