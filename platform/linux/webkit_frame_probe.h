@@ -36,6 +36,7 @@ class WebKitFrameProbe {
   /// Whether one is being found out about. No other navigation may be answered
   /// until then: its question would be taken for this one's.
   bool isBusy() const { return attempt_ != nullptr; }
+  bool isAbout(std::string_view address) const;
   /// Answers the decision. Where no filter can be kept, as on a full disk, every
   /// navigation counts as the main frame's. Nothing is called back when the
   /// page's process ends meanwhile.

@@ -9,12 +9,16 @@ namespace orvel {
 
 namespace {
 
-std::optional<Url> urlOf(WebKitNavigationAction *action) {
-  return urlFromWebKit(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+const char *addressOf(WebKitNavigationAction *action) {
+  return webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+}
+
+const char *addressOf(WebKitNavigationPolicyDecision *decision) {
+  return addressOf(webkit_navigation_policy_decision_get_navigation_action(decision));
 }
 
 std::optional<Url> urlOf(WebKitNavigationPolicyDecision *decision) {
-  return urlOf(webkit_navigation_policy_decision_get_navigation_action(decision));
+  return urlFromWebKit(addressOf(decision));
 }
 
 void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
@@ -43,7 +47,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
   g_signal_connect_swapped(
       view, "create",
       G_CALLBACK(+[](WebKitNavigation *navigation, WebKitNavigationAction *action) -> GtkWidget * {
-        navigation->delegate_.createWebView(urlOf(action));
+        navigation->delegate_.createWebView(urlFromWebKit(addressOf(action)));
         return nullptr;
       }),
       this);
@@ -70,10 +74,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
                            this);
   g_signal_connect_swapped(webkit_web_view_get_network_session(view), "download-started",
                            G_CALLBACK(+[](WebKitNavigation *navigation, WebKitDownload *download) {
-                             const auto request = webkit_download_get_request(download);
-                             const auto url = urlFromWebKit(webkit_uri_request_get_uri(request));
-                             webkit_download_cancel(download);
-                             navigation->delegate_.createWebView(url);
+                             navigation->downloadStarted(download);
                            }),
                            this);
 }
@@ -101,6 +102,14 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
   return true;
 }
 
+void WebKitNavigation::downloadStarted(WebKitDownload *download) {
+  const std::string address = webkit_uri_request_get_uri(webkit_download_get_request(download));
+  webkit_download_cancel(download);
+  // The delegate has been asked about it, or is going to be.
+  if (probe_.isAbout(address) || keptOut_.erase(address) > 0) return;
+  delegate_.createWebView(urlFromWebKit(address.c_str()));
+}
+
 bool WebKitNavigation::isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const {
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   if (delegate_.policyFor(action) == NavigationPolicy::allow) return false;
@@ -117,6 +126,8 @@ void WebKitNavigation::decideWaiting() {
 }
 
 void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
+  const std::string address = addressOf(decision);
+  keptOut_.erase(address);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;
@@ -124,9 +135,9 @@ void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
     action.target = NavigationTarget::mainFrame;
     return answer(decision, delegate_.decidePolicy(action));
   }
-  probe_.start(decision, [this, action](NavigationTarget target) mutable {
+  probe_.start(decision, [this, action, address](NavigationTarget target) mutable {
     action.target = target;
-    delegate_.decidePolicy(action);
+    if (delegate_.decidePolicy(action) == NavigationPolicy::cancel) keptOut_.insert(address);
     decideWaiting();
   });
 }

@@ -3,6 +3,7 @@
 #include <webkit/webkit.h>
 
 #include <deque>
+#include <set>
 #include <string>
 
 #include "platform/linux/gobject_pointer.h"
@@ -29,6 +30,7 @@ class WebKitNavigation {
   bool isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const;
   void decideWaiting();
   void decideInFrame(WebKitNavigationPolicyDecision *decision);
+  void downloadStarted(WebKitDownload *download);
   void processTerminated();
 
   const GObjectPointer<WebKitWebView> view_;
@@ -37,6 +39,9 @@ class WebKitNavigation {
   WebKitScriptDialogs dialogs_;
   /// Navigations in a frame, in the order in which they were asked about.
   std::deque<Decision> waiting_;
+  /// What was kept out of the main frame, and may have been links that download:
+  /// WebKit then still begins to.
+  std::set<std::string> keptOut_;
 };
 
 }  // namespace orvel

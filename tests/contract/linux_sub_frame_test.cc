@@ -191,7 +191,7 @@ TEST_P(LinuxSubFrame, AnotherServersFrameStaysEmpty) {
 TEST_P(LinuxSubFrame, TheProcessOfThePageEndsMeanwhile) {
   setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
   load("/start");
-  ASSERT_TRUE(until([&] { return delegate.lastAsked == "subFrame /file/1"; }));
+  ASSERT_TRUE(until([&] { return delegate.lastAsked.starts_with("subFrame /file/"); }));
   webkit_web_view_terminate_web_process(webKit());
   show("<iframe src=/file/2></iframe>");
   expectShown("/file/2");
@@ -200,7 +200,7 @@ TEST_P(LinuxSubFrame, TheProcessOfThePageEndsMeanwhile) {
 TEST_P(LinuxSubFrame, TheViewGoesMeanwhile) {
   setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
   load("/start");
-  ASSERT_TRUE(until([&] { return delegate.lastAsked == "subFrame /file/1"; }));
+  ASSERT_TRUE(until([&] { return delegate.lastAsked.starts_with("subFrame /file/"); }));
   makeView(folder);
   show("<iframe src=/file/2></iframe>");
   expectShown("/file/2");
