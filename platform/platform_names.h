@@ -28,14 +28,17 @@ inline constexpr PlatformNames macosNames{
 
 // unzip unpacks what it can, takes ".." out of a name without a word, and asks
 // at the terminal what to do about a full disk. Whatever it finds fault with, a
-// name or a link that leads out of the folder, must leave nothing behind. The
-// process that asks for a relaunch is the shell's parent; one that has ended and
-// was not yet waited for has no executable any more.
+// name or a link that leads out of the folder, or a bundle that could not be
+// started here, must leave nothing behind. The process that asks for a relaunch
+// is the shell's parent; one that has ended and was not yet waited for has no
+// executable any more.
 inline constexpr PlatformNames linuxNames{
     .manifest = "download/linux.json",
     .unpack =
         "(! unzip -Z1 '{archive}' '*..*' && unzip -qo -P '' '{archive}' -d '{folder}' && "
-        "! find '{folder}' -lname '/*' -o -lname '*..*' | grep -q .) "
+        "! find '{folder}' -lname '/*' -o -lname '*..*' | grep -q . && "
+        "([ ! -e '{folder}/Orvel OS.app' ] || "
+        "[ -x '{folder}/Orvel OS.app/Contents/Linux/orvel-os' ])) "
         "</dev/null >/dev/null || rm -rf '{folder}'",
     .clearQuarantine = "",
     .relaunch =

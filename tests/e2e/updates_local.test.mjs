@@ -1,8 +1,13 @@
-// Updates of an application that shows the server of this machine.
+// Updates where a server of this machine plays a part.
 
 import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 
+import { makeRelease, offer } from './harness/release.mjs';
 import { trialsOn } from './harness/trial.mjs';
+import { instances, online, quitLast, updated } from './harness/update.mjs';
+import { waitFor } from './harness/wait.mjs';
 
 const { trial, keep } = trialsOn();
 
@@ -19,4 +24,55 @@ trial('on this machine the user is told how it is done, and nothing is asked for
     await user.quit();
     const asked = user.root.events('request').filter(({ url }) => url.startsWith('/download/'));
     assert.deepEqual(asked, []);
+  });
+
+/// Looks at the instances from now on. Gives a function that ends that and tells
+/// which there were, and how many at most at once.
+function watchInstances(user) {
+  const seen = new Set();
+  let most = 0;
+  const look = () => {
+    const now = instances(user).map(({ pid }) => pid);
+    now.forEach((pid) => seen.add(pid));
+    most = Math.max(most, now.length);
+  };
+  look();
+  const timer = setInterval(look, 10);
+  return () => {
+    look();
+    clearInterval(timer);
+    return { seen: [...seen], most };
+  };
+}
+
+trial('the new one waits for the old one, which waits for a deaf server',
+  { behaviour: { deaf: true }, timeout: 120_000 }, async (user, screen) => {
+    await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+      const gate = join(user.folder, 'ga door');
+      Object.assign(routes, offer('1.1', { body: makeRelease(user), gate }));
+      await waitFor('the download', () => server.to('/download/orvel-os.zip').length === 1);
+      // Meanwhile the user goes to the server of this machine.
+      await screen.answerAddressDialog('http://127.0.0.1:4767/');
+      await user.root.painted();
+      writeFileSync(gate, '');
+      await screen.panel(updated);
+
+      const instancesSeen = watchInstances(user);
+      const asked = Date.now();
+      await screen.keys('Return');
+      const { code, time } = await user.ended(run);
+      assert.equal(code, 0);
+      assert.ok(time - asked >= 2900, `the old one ended after ${time - asked} ms`);
+      await user.root.painted(2);
+      const { seen, most } = instancesSeen();
+      assert.equal(most, 1);
+      assert.equal(seen.length, 2);
+      assert.equal(seen[0], run.pid);
+      const started = user.root.events('started');
+      assert.equal(started.length, 2);
+      assert.ok(started[1].time > time, 'the second server is the new one\'s');
+      await screen.window();
+      await quitLast(user, screen);
+      await user.root.serverGone(2);
+    });
   });

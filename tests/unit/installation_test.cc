@@ -48,7 +48,9 @@ TEST(CommandLine, ofMacosIsSpelledToTheLetter) {
 TEST(CommandLine, ofLinuxIsSpelledToTheLetter) {
   EXPECT_EQ(commandLine(linuxNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
             "(! unzip -Z1 '/t/a.zip' '*..*' && unzip -qo -P '' '/t/a.zip' -d '/t/w' && "
-            "! find '/t/w' -lname '/*' -o -lname '*..*' | grep -q .) "
+            "! find '/t/w' -lname '/*' -o -lname '*..*' | grep -q . && "
+            "([ ! -e '/t/w/Orvel OS.app' ] || "
+            "[ -x '/t/w/Orvel OS.app/Contents/Linux/orvel-os' ])) "
             "</dev/null >/dev/null || rm -rf '/t/w'");
   EXPECT_EQ(linuxNames.clearQuarantine, "");
   EXPECT_EQ(commandLine(linuxNames.relaunch, {{"bundle", "/opt/Orvel OS.app"}}),

@@ -43,6 +43,15 @@ export class Picture {
     return this.at(x, y).every((value, index) => Math.abs(value - colour[index]) <= 2);
   }
 
+  /// The pixels of a part, as one text.
+  part({ x, y, width, height }) {
+    const lines = Array.from({ length: height }, (_, line) => {
+      const offset = (y + line) * this.stride + x * 4;
+      return this.pixels.subarray(offset, offset + width * 4).toString('base64');
+    });
+    return lines.join('\n');
+  }
+
   /// The share of pixels, from the line `top` down, with a component above
   /// `limit`.
   shareLighterThan(limit, top = 0) {

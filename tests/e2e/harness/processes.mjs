@@ -37,11 +37,12 @@ function pids() {
 
 function describe(pid) {
   const stat = read(`/proc/${pid}/stat`);
-  const [state, , , session] = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
+  const [state, parent, , session] = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
   return {
     pid,
     // Empty for a process that has gone meanwhile.
     state,
+    parent: Number(parent),
     session: Number(session),
     name: read(`/proc/${pid}/comm`).trim(),
     command: read(`/proc/${pid}/cmdline`).split('\0').join(' ').trim(),

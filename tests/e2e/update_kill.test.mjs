@@ -1,0 +1,157 @@
+// The application is killed while it installs a release: what then stands in
+// its place is the whole old one or the whole new one, and starts.
+
+import assert from 'node:assert/strict';
+import { spawn, spawnSync } from 'node:child_process';
+import { cpSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { alive, kill } from './harness/processes.mjs';
+import { fingerprint, makeRelease, offer } from './harness/release.mjs';
+import { trialsOn } from './harness/trial.mjs';
+import { online, quitLast, restart, start, updated } from './harness/update.mjs';
+import { waitFor } from './harness/wait.mjs';
+
+const { trial } = trialsOn({ local: false });
+
+/// Whether this user may follow a process that is there already.
+function canTrace() {
+  const sleeper = spawn('sleep', ['10'], { stdio: 'ignore' });
+  const attempt = spawnSync('strace', ['-p', String(sleeper.pid)],
+    { timeout: 1000, killSignal: 'SIGINT', encoding: 'utf8' });
+  kill(sleeper.pid);
+  return / attached/.test(attempt.stderr ?? '');
+}
+
+/// The threads that the application has made itself: one of them installs. The
+/// libraries' threads have names of their own.
+function ownThreads(pid) {
+  return readdirSync(`/proc/${pid}/task`).filter((thread) =>
+    Number(thread) !== pid &&
+    readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('orvel-os'));
+}
+
+// The calls that change what lies on a disk, or open a file to do so. Between
+// two of them there is nothing new to be killed at.
+const kinds = ['mkdir', 'mkdirat', 'openat', 'rename', 'renameat', 'renameat2', 'rmdir', 'unlink',
+  'unlinkat', 'fchmodat', 'symlinkat', 'linkat'];
+
+/// Follows those threads, and kills the application when one of them makes a
+/// kind of system call for the `number`th time from now on, if a kind is given.
+async function follow(user, { pid }, kind, number) {
+  const log = join(user.folder, 'strace.log');
+  const threads = ownThreads(pid).flatMap((thread) => ['-p', thread]);
+  assert.ok(threads.length > 0);
+  const fault = kind ? ['-e', `inject=${kind}:signal=KILL:when=${number}`] : [];
+  // The question mark: not every machine has them all.
+  const traced = kinds.map((each) => `?${each}`).join();
+  const tracer = spawn('strace', ['-o', log, '-e', `trace=${traced}`, ...fault, ...threads],
+    { stdio: ['ignore', 'ignore', 'pipe'] });
+  let said = '';
+  tracer.stderr.on('data', (text) => (said += text));
+  await waitFor('a tracer at work', () =>
+    said.split(' attached').length - 1 === threads.length / 2);
+  return {
+    tracer,
+    calls: () => Array.from(readFileSync(log, 'utf8').matchAll(/^(?:\d+ +)?(\w+)\(/gm),
+      ([, name]) => name),
+  };
+}
+
+/// Lets a running application install what the server offers. Gives whether it
+/// came to the notice, and the calls that it made.
+async function install(user, screen, run, kind, number) {
+  run.forced = true;
+  const { tracer, calls } = await follow(user, run, kind, number);
+  await screen.chooseApplicationItem(1);
+  const done = await waitFor('the end or the notice', async () => {
+    if (run.ended) return 'killed';
+    return (await screen.windows(updated)).length > 0 && 'whole';
+  });
+  kill(tracer.pid, 'SIGTERM');
+  await waitFor('the end of the tracer', () => !alive(tracer.pid));
+  return { whole: done === 'whole', calls: calls() };
+}
+
+trial('killed at every system call that changes a disk, it is whole and starts again',
+  { timeout: 800_000, skip: !canTrace() && 'no process can be followed here' },
+  async (user, screen, t) => {
+    const kept = join(user.folder, 'bewaard');
+    await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
+      cpSync(user.bundle, kept, { recursive: true });
+      const restore = () => {
+        rmSync(user.bundle, { recursive: true });
+        cpSync(kept, user.bundle, { recursive: true });
+      };
+      const old = fingerprint(user.bundle);
+      Object.assign(routes, offer('1.1', makeRelease(user)));
+
+      const undisturbed = await install(user, screen, first);
+      assert.ok(undisturbed.whole);
+      const latest = fingerprint(user.bundle);
+      assert.notEqual(latest, old);
+      await user.forceQuit(first);
+      restore();
+
+      const left = { old: 0, new: 0 };
+      for (const kind of new Set(undisturbed.calls)) {
+        let number = 1;
+        for (;; number += 1) {
+          const run = await start(user, screen, server);
+          const { whole } = await install(user, screen, run, kind, number);
+          const now = fingerprint(user.bundle);
+          if (whole) {
+            await user.forceQuit(run);
+            restore();
+            break;
+          }
+          assert.ok(now === old || now === latest, `neither, after ${kind} ${number}`);
+          left[now === old ? 'old' : 'new'] += 1;
+          if (now === latest) {
+            // The old one is started by the next round.
+            await user.quit(await start(user, screen, server));
+            restore();
+          }
+        }
+        t.diagnostic(`killed at ${number - 1} calls of ${kind}`);
+      }
+      t.diagnostic(`left by the kills: ${JSON.stringify(left)}`);
+      for (const kind of ['openat', 'renameat2', 'unlinkat']) {
+        assert.ok(undisturbed.calls.includes(kind), `no kill at ${kind}`);
+      }
+      assert.ok(left.old > 0 && left.new > 0);
+
+      const last = await start(user, screen, server);
+      assert.ok((await install(user, screen, last)).whole);
+      assert.deepEqual(readdirSync(join(user.bundle, '..')), ['Orvel OS.app']);
+      await restart(user, screen, server, last);
+      await quitLast(user, screen);
+    });
+  });
+
+trial('killed or quit while the archive is unpacked, it is whole', { timeout: 180_000 },
+  async (user, screen) => {
+    await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
+      const old = fingerprint(user.bundle);
+      const archive = makeRelease(user, {
+        alter: (_, bundle) =>
+          writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
+      });
+      let run = first;
+      for (const end of ['SIGKILL', 'SIGTERM']) {
+        Object.assign(routes, offer('1.1', archive));
+        run.forced = true;
+        const [unzip] = await waitFor('the unpacking', () => {
+          const found = user.processNamed('unzip');
+          return found.length > 0 && found;
+        });
+        kill(run.pid, end);
+        await user.ended(run);
+        await waitFor('the end of the unpacking', () => !alive(unzip.pid), { timeout: 60_000 });
+        assert.equal(fingerprint(user.bundle), old);
+        Object.assign(routes, offer('1.0'));
+        run = await start(user, screen, server);
+      }
+      await user.quit(run);
+    });
+  });
