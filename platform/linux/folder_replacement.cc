@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -35,10 +36,18 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
          first.st_dev == second.st_dev;
 }
 
+/// After a power failure too a name must stand for all that it stands for now.
+void writeToDisk(const fs::path &folder) {
+  const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ::syncfs(handle.descriptor());
+}
+
 /// 0, or the error number.
-int exchangeFolders(const fs::path &one, const fs::path &other) {
-  return ::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0 ? 0
-                                                                                           : errno;
+int exchangeFolders(const fs::path &original, const fs::path &replacement) {
+  writeToDisk(replacement);
+  const int result =
+      ::renameat2(AT_FDCWD, original.c_str(), AT_FDCWD, replacement.c_str(), RENAME_EXCHANGE);
+  return result == 0 ? 0 : errno;
 }
 
 bool cannotExchange(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
