@@ -5,6 +5,11 @@ target_compile_options(orvel_options INTERFACE
   -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Wimplicit-fallthrough
   -fvisibility=hidden)
 
+# In a merged source the unnamed namespaces of sources look like those of headers.
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(orvel_options INTERFACE -Wno-subobject-linkage)
+endif()
+
 # A release is the same wherever the sources lie.
 add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
 
