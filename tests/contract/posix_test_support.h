@@ -10,6 +10,10 @@
 
 namespace orvel::posix_test {
 
+/// Whether the tests are built with one, which makes system calls and keeps
+/// memory of its own.
+inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
+
 /// Waits for a condition that another thread or process brings about. False
 /// when it does not come within the limit.
 bool eventually(const std::function<bool()> &condition,
