@@ -1,0 +1,89 @@
+#import "platform/macos/app_delegate_bridge.h"
+
+#import "platform/macos/cocoa_text.h"
+#import "platform/macos/cocoa_url.h"
+#include "platform/macos/one_shot.h"
+
+namespace {
+
+orvel::NavigationTarget targetOf(WKNavigationAction *action) {
+  if (action.targetFrame == nil) return orvel::NavigationTarget::newWindow;
+  return action.targetFrame.mainFrame ? orvel::NavigationTarget::mainFrame
+                                      : orvel::NavigationTarget::subFrame;
+}
+
+WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
+  return policy == orvel::NavigationPolicy::allow ? WKNavigationActionPolicyAllow
+                                                  : WKNavigationActionPolicyCancel;
+}
+
+}  // namespace
+
+@implementation AppDelegateBridge
+
+- (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
+  self.application->applicationDidFinishLaunching();
+}
+
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
+  return self.application->applicationShouldTerminate() == orvel::TerminateReply::now
+             ? NSTerminateNow
+             : NSTerminateLater;
+}
+
+- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused sender {
+  return self.application->applicationShouldTerminateAfterLastWindowClosed();
+}
+
+- (void)zoekUpdateMenu {
+  self.application->zoekUpdateMenu();
+}
+
+- (void)kiesAdres {
+  self.application->kiesAdres();
+}
+
+- (void)reloadPage {
+  self.application->reloadPage();
+}
+
+- (void)webView:(WKWebView *)__unused view
+    decidePolicyForNavigationAction:(WKNavigationAction *)action
+                    decisionHandler:(void (^)(WKNavigationActionPolicy))handler {
+  const auto answer = orvel::oneShot<WKNavigationActionPolicy>(
+      [handler](WKNavigationActionPolicy policy) { handler(policy); },
+      WKNavigationActionPolicyCancel);
+  answer(toWebKit(self.page->decidePolicy(
+      {.url = orvel::fromCocoa(action.request.URL), .target = targetOf(action)})));
+}
+
+- (WKWebView *)webView:(WKWebView *)__unused view
+    createWebViewWithConfiguration:(WKWebViewConfiguration *)__unused configuration
+               forNavigationAction:(WKNavigationAction *)action
+                    windowFeatures:(WKWindowFeatures *)__unused features {
+  self.page->createWebView(orvel::fromCocoa(action.request.URL));
+  return nil;
+}
+
+- (void)webView:(WKWebView *)__unused view
+    runJavaScriptAlertPanelWithMessage:(NSString *)message
+                      initiatedByFrame:(WKFrameInfo *)__unused frame
+                     completionHandler:(void (^)(void))handler {
+  self.page->runJavaScriptAlertPanel(orvel::fromCocoa(message),
+                                     orvel::oneShot<>([handler] { handler(); }));
+}
+
+- (void)webView:(WKWebView *)__unused view
+    runJavaScriptConfirmPanelWithMessage:(NSString *)message
+                        initiatedByFrame:(WKFrameInfo *)__unused frame
+                       completionHandler:(void (^)(BOOL))handler {
+  self.page->runJavaScriptConfirmPanel(
+      orvel::fromCocoa(message),
+      orvel::oneShot<bool>([handler](bool agreed) { handler(agreed); }, false));
+}
+
+- (void)webViewWebContentProcessDidTerminate:(WKWebView *)__unused view {
+  self.page->webViewWebContentProcessDidTerminate();
+}
+
+@end

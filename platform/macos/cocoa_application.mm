@@ -1,0 +1,24 @@
+#import "platform/macos/cocoa_application.h"
+
+namespace orvel {
+
+void CocoaApplication::setDelegate(ApplicationDelegate &delegate) {
+  bridge_.application = &delegate;
+  application_.delegate = bridge_;
+}
+
+void CocoaApplication::setRegularActivationPolicy() {
+  [application_ setActivationPolicy:NSApplicationActivationPolicyRegular];
+}
+
+void CocoaApplication::run() { [application_ run]; }
+
+void CocoaApplication::activate() { [application_ activateIgnoringOtherApps:YES]; }
+
+void CocoaApplication::terminate() { [application_ terminate:nil]; }
+
+void CocoaApplication::replyToShouldTerminate() {
+  [application_ replyToApplicationShouldTerminate:YES];
+}
+
+}  // namespace orvel

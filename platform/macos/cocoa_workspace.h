@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/workspace.h"
+
+namespace orvel {
+
+class CocoaWorkspace final : public Workspace {
+ public:
+  void open(const Url &url) override;
+  void openFile(const std::string &path) override;
+};
+
+}  // namespace orvel

@@ -1,0 +1,41 @@
+#import "platform/macos/file_manager_locations.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+#import "platform/macos/cocoa_url.h"
+
+namespace orvel {
+
+std::string FileManagerLocations::home() const {
+  return fromCocoa(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
+}
+
+std::string FileManagerLocations::downloads() const {
+  NSArray<NSURL *> *folders = [NSFileManager.defaultManager URLsForDirectory:NSDownloadsDirectory
+                                                                   inDomains:NSUserDomainMask];
+  return fromCocoa(folders[0].path);
+}
+
+std::string FileManagerLocations::temporary() const {
+  return fromCocoa(NSFileManager.defaultManager.temporaryDirectory.path);
+}
+
+bool FileManagerLocations::replaceItem(const std::string &original,
+                                       const std::string &replacement) const {
+  return [NSFileManager.defaultManager replaceItemAtURL:fileUrl(original)
+                                          withItemAtURL:fileUrl(replacement)
+                                         backupItemName:nil
+                                                options:0
+                                       resultingItemURL:nil
+                                                  error:nil];
+}
+
+bool FileManagerLocations::isExecutableFile(const std::string &path) const {
+  NSFileManager *files = NSFileManager.defaultManager;
+  BOOL isFolder = NO;
+  return [files fileExistsAtPath:toCocoa(path) isDirectory:&isFolder] && !isFolder &&
+         [files isExecutableFileAtPath:toCocoa(path)];
+}
+
+}  // namespace orvel

@@ -1,0 +1,26 @@
+#include "platform/json.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+
+namespace orvel {
+
+std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
+  // Foundation would guess at other encodings and skip a byte order mark.
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (utf8Text(bytes) == nil || bytes.starts_with(byteOrderMark)) return std::nullopt;
+  NSData *data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
+  id top = [NSJSONSerialization JSONObjectWithData:data options:0 error:nil];
+  if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;
+
+  JsonTexts texts;
+  NSDictionary<NSString *, id> *members = top;
+  for (NSString *name in members) {
+    if (auto text = textOf(members[name]))
+      texts.insert_or_assign(fromCocoa(name), std::move(*text));
+  }
+  return texts;
+}
+
+}  // namespace orvel

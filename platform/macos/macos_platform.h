@@ -1,0 +1,50 @@
+#pragma once
+
+#import "platform/macos/app_delegate_bridge.h"
+#include "platform/macos/cocoa_application.h"
+#include "platform/macos/cocoa_menu_bar.h"
+#include "platform/macos/cocoa_panels.h"
+#include "platform/macos/cocoa_window.h"
+#include "platform/macos/cocoa_workspace.h"
+#include "platform/macos/dispatch_background_queue.h"
+#include "platform/macos/file_manager_locations.h"
+#include "platform/macos/main_bundle.h"
+#include "platform/macos/run_loop_main_queue.h"
+#include "platform/macos/shared_url_session.h"
+#include "platform/macos/standard_user_defaults.h"
+#include "platform/macos/wk_page_view.h"
+#include "platform/platform.h"
+#include "platform/posix/posix_process_launcher.h"
+#include "platform/posix/system_clock.h"
+
+namespace orvel {
+
+/// The macOS desktop: every port. Made on the main thread, while there is one
+/// thread.
+class MacosPlatform {
+ public:
+  MacosPlatform();
+  MacosPlatform(const MacosPlatform &) = delete;
+  MacosPlatform &operator=(const MacosPlatform &) = delete;
+
+  Platform ports();
+
+ private:
+  AppDelegateBridge *const bridge_;
+  PosixProcessLauncher processes_;
+  CocoaApplication application_;
+  RunLoopMainQueue mainQueue_;
+  DispatchBackgroundQueue backgroundQueue_;
+  SystemClock clock_;
+  SharedUrlSession http_;
+  MainBundle bundle_;
+  StandardUserDefaults defaults_;
+  FileManagerLocations locations_;
+  CocoaMenuBar menuBar_;
+  CocoaWindowSystem windows_;
+  WKPageViewFactory webViews_;
+  CocoaPanels panels_;
+  CocoaWorkspace workspace_;
+};
+
+}  // namespace orvel

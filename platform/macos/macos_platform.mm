@@ -1,0 +1,29 @@
+#import "platform/macos/macos_platform.h"
+
+namespace orvel {
+
+MacosPlatform::MacosPlatform()
+    : bridge_([[AppDelegateBridge alloc] init]),
+      processes_(processEnvironment()),
+      application_(bridge_),
+      webViews_(bridge_) {}
+
+Platform MacosPlatform::ports() {
+  return {.application = application_,
+          .windows = windows_,
+          .webViews = webViews_,
+          .menuBar = menuBar_,
+          .panels = panels_,
+          .workspace = workspace_,
+          .mainQueue = mainQueue_,
+          .backgroundQueue = backgroundQueue_,
+          .clock = clock_,
+          .processes = processes_,
+          .http = http_,
+          .bundle = bundle_,
+          .defaults = defaults_,
+          .locations = locations_,
+          .names = macosNames};
+}
+
+}  // namespace orvel

@@ -1,0 +1,17 @@
+#import "platform/macos/macos_platform.h"
+
+#include <csignal>
+#include <cstdlib>
+
+#include "app/entry.h"
+
+int main() {
+  // A pipe whose reader has gone must not take us along and leave the server behind.
+  std::signal(SIGPIPE, SIG_IGN);
+  @autoreleasepool {
+    orvel::MacosPlatform platform;
+    orvel::runApplication(platform.ports());
+    // Not by returning: other threads may still post to what would be destroyed.
+    std::exit(0);
+  }
+}

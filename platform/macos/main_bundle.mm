@@ -1,0 +1,15 @@
+#import "platform/macos/main_bundle.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+
+namespace orvel {
+
+std::string MainBundle::path() const { return fromCocoa(NSBundle.mainBundle.bundlePath); }
+
+std::optional<std::string> MainBundle::infoText(std::string_view key) const {
+  return textOf(NSBundle.mainBundle.infoDictionary[toCocoa(key)]);
+}
+
+}  // namespace orvel

@@ -1,0 +1,36 @@
+#include "platform/property_list.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+#import "platform/macos/cocoa_url.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr NSUInteger longestFile = 128'000;
+
+}  // namespace
+
+std::optional<PlistTexts> readPlistTexts(const std::string &path) {
+  NSData *bytes = [NSData dataWithContentsOfURL:fileUrl(path)
+                                        options:NSDataReadingMappedIfSafe
+                                          error:nil];
+  if (bytes == nil || bytes.length > longestFile) return std::nullopt;
+  id top = [NSPropertyListSerialization propertyListWithData:bytes
+                                                     options:NSPropertyListImmutable
+                                                      format:nil
+                                                       error:nil];
+  if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;
+
+  PlistTexts texts;
+  NSDictionary<NSString *, id> *entries = top;
+  for (NSString *name in entries) {
+    if (auto text = textOf(entries[name]))
+      texts.insert_or_assign(fromCocoa(name), std::move(*text));
+  }
+  return texts;
+}
+
+}  // namespace orvel

@@ -1,0 +1,59 @@
+#import "platform/macos/shared_url_session.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+#import "platform/macos/redirect_guard.h"
+#import "platform/macos/url_message.h"
+
+namespace orvel {
+
+namespace {
+
+NSURLRequest *messageOf(const UrlRequest &request) {
+  NSMutableURLRequest *message = toCocoa(request);
+  // Otherwise the session's cookies would take the place of a Cookie field.
+  message.HTTPShouldHandleCookies = NO;
+  return message;
+}
+
+std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
+  if (![response isKindOfClass:NSHTTPURLResponse.class]) return std::nullopt;
+  auto *answer = static_cast<NSHTTPURLResponse *>(response);
+  return HttpResponse{.statusCode = static_cast<int>(answer.statusCode),
+                      .suggestedFilename = textOf(answer.suggestedFilename)};
+}
+
+void start(NSURLSessionTask *task, NSURLRequest *message) {
+  task.delegate = [[RedirectGuard alloc] initWithRequest:message];
+  [task resume];
+}
+
+}  // namespace
+
+void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion completion) {
+  NSURLRequest *message = messageOf(request);
+  start([NSURLSession.sharedSession
+            dataTaskWithRequest:message
+              completionHandler:^(NSData *body, NSURLResponse *response, NSError *error) {
+                // An answer that was cut off comes with the error.
+                const auto answer = error == nil ? fromCocoa(response) : std::nullopt;
+                if (!answer) return completion(std::nullopt, std::nullopt);
+                completion(answer, std::string(static_cast<const char *>(body.bytes), body.length));
+              }],
+        message);
+}
+
+void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
+  NSURLRequest *message = messageOf(request);
+  start([NSURLSession.sharedSession
+            downloadTaskWithRequest:message
+                  completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
+                    if (file == nil) return completion(std::nullopt, std::nullopt);
+                    // The session removes the file when this returns.
+                    completion(orvel::fromCocoa(file.path), fromCocoa(response));
+                  }],
+        message);
+}
+
+}  // namespace orvel

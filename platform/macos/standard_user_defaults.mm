@@ -1,0 +1,21 @@
+#import "platform/macos/standard_user_defaults.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/cocoa_text.h"
+
+namespace orvel {
+
+StandardUserDefaults::StandardUserDefaults() {
+  [NSUserDefaults.standardUserDefaults removeVolatileDomainForName:NSArgumentDomain];
+}
+
+std::optional<std::string> StandardUserDefaults::text(std::string_view key) const {
+  return textOf([NSUserDefaults.standardUserDefaults objectForKey:toCocoa(key)]);
+}
+
+void StandardUserDefaults::setText(std::string_view key, std::string_view value) {
+  [NSUserDefaults.standardUserDefaults setObject:toCocoa(value) forKey:toCocoa(key)];
+}
+
+}  // namespace orvel

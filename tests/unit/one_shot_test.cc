@@ -1,0 +1,74 @@
+// A handler that has to be called exactly once is, whatever becomes of it.
+
+#include "platform/macos/one_shot.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace orvel {
+namespace {
+
+using testing::ElementsAre;
+
+class OneShotTest : public testing::Test {
+ protected:
+  std::function<void(std::string)> make() {
+    return oneShot<std::string>([this](std::string answer) { answers_.push_back(answer); }, "none");
+  }
+
+  std::vector<std::string> answers_;
+};
+
+TEST_F(OneShotTest, PassesTheAnswerOn) {
+  const auto answer = make();
+  EXPECT_THAT(answers_, ElementsAre());
+  answer("yes");
+  EXPECT_THAT(answers_, ElementsAre("yes"));
+}
+
+TEST_F(OneShotTest, PassesOnTheFirstAnswerOnly) {
+  const auto answer = make();
+  const auto copy = answer;
+  answer("yes");
+  answer("no");
+  copy("no");
+  EXPECT_THAT(answers_, ElementsAre("yes"));
+}
+
+TEST_F(OneShotTest, AnswersWithTheFallbackWhenItIsDropped) {
+  { const auto answer = make(); }
+  EXPECT_THAT(answers_, ElementsAre("none"));
+}
+
+TEST_F(OneShotTest, IsDroppedWithItsLastCopy) {
+  auto answer = make();
+  auto copy = answer;
+  answer = nullptr;
+  EXPECT_THAT(answers_, ElementsAre());
+  copy = nullptr;
+  EXPECT_THAT(answers_, ElementsAre("none"));
+}
+
+TEST_F(OneShotTest, HasNothingMoreToSayOnceItHasAnswered) {
+  {
+    const auto answer = make();
+    answer("yes");
+  }
+  EXPECT_THAT(answers_, ElementsAre("yes"));
+}
+
+TEST_F(OneShotTest, MayBeCalledByItsOwnHandler) {
+  int calls = 0;
+  std::function<void()> answer;
+  answer = oneShot<>([&] {
+    ++calls;
+    answer();
+  });
+  answer();
+  EXPECT_EQ(calls, 1);
+}
+
+}  // namespace
+}  // namespace orvel
