@@ -1,0 +1,35 @@
+# Builds the macOS edition on another system, with clang 19 and lld, against a
+# copy of the platform's headers and libraries:
+#
+#   cmake -S . -B FOLDER -DCMAKE_TOOLCHAIN_FILE=cmake/macos-cross.cmake \
+#     -DORVELOS_MACOS_SYSROOT=SYSROOT
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR arm64)
+
+set(ORVELOS_MACOS_SYSROOT "" CACHE PATH "a copy of the macOS SDK")
+# Checks of the compiler are projects of their own.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVELOS_MACOS_SYSROOT)
+set(CMAKE_OSX_SYSROOT "${ORVELOS_MACOS_SYSROOT}" CACHE PATH "" FORCE)
+set(CMAKE_OSX_ARCHITECTURES arm64 CACHE STRING "" FORCE)
+
+set(triple arm64-apple-macos13)
+foreach(language C CXX OBJCXX)
+  set(CMAKE_${language}_COMPILER_TARGET ${triple})
+endforeach()
+find_program(CMAKE_C_COMPILER clang-19 REQUIRED)
+find_program(CMAKE_CXX_COMPILER clang++-19 REQUIRED)
+set(CMAKE_OBJCXX_COMPILER "${CMAKE_CXX_COMPILER}")
+find_program(CMAKE_AR llvm-ar-19 REQUIRED)
+find_program(CMAKE_RANLIB llvm-ranlib-19 REQUIRED)
+find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19 REQUIRED)
+
+# What answers @available is part of the compiler's own library for macOS, which
+# no other system has: the name is left open, so what is linked here is proof
+# that it links and no program to hand out.
+set(CMAKE_EXE_LINKER_FLAGS_INIT
+    "-fuse-ld=lld -Wl,-U,___isPlatformVersionAtLeast -Wl,-fatal_warnings")
+
+set(CMAKE_FIND_ROOT_PATH "${ORVELOS_MACOS_SYSROOT}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
