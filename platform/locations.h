@@ -18,8 +18,9 @@ class Locations {
   virtual std::string temporary() const = 0;
   /// Puts a folder in the place of another and removes that one. Whenever the
   /// process ends, either the old folder or the new one stands at the path,
-  /// whole. Both may lie on different file systems. False when nothing was
-  /// replaced; the original then is as it was. Any thread; blocks on the disk.
+  /// whole. Between two file systems only where the platform can. False when
+  /// nothing was replaced; the original then is as it was. Any thread; blocks on
+  /// the disk.
   virtual bool replaceItem(const std::string &original, const std::string &replacement) const = 0;
   /// Whether a file that may be executed lies at the path. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;

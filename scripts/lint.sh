@@ -13,7 +13,7 @@ for tool in clang-format clang-tidy; do
   fi
 done
 
-mapfile -t headers_and_sources < <(git ls-files '*.h' '*.cc' | grep -v '^cmake/forbidden_headers/')
+mapfile -t headers_and_sources < <(git ls-files '*.h' '*.cc' '*.mm' | grep -v '^cmake/forbidden_headers/')
 clang-format --dry-run -Werror "${headers_and_sources[@]}"
 
 # Most of the work lies in the system's headers, so that several sources that

@@ -17,8 +17,6 @@ std::optional<Url> fromCocoa(NSURL *url) {
              .path = fromCocoa(url.path)};
 }
 
-NSURL *fileUrl(const std::string &path) {
-  return [NSURL fileURLWithFileSystemRepresentation:path.c_str() isDirectory:NO relativeToURL:nil];
-}
+NSURL *fileUrl(const std::string &path) { return [NSURL fileURLWithPath:toCocoa(path)]; }
 
 }  // namespace orvel
