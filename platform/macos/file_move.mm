@@ -11,7 +11,7 @@ namespace orvel {
 
 namespace {
 
-MoveResult rename(const char *from, const char *to) {
+MoveResult renameToFreeName(const char *from, const char *to) {
   if (::renamex_np(from, to, RENAME_EXCL) == 0) return MoveResult::moved;
   return errno == EEXIST ? MoveResult::taken : MoveResult::failed;
 }
@@ -38,7 +38,7 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
   NSURL *beside = [folder URLByAppendingPathComponent:@"download"];
   MoveResult result = moveByFileManager(from, beside);
   if (result == MoveResult::moved) {
-    result = rename(beside.fileSystemRepresentation, to.fileSystemRepresentation);
+    result = renameToFreeName(beside.fileSystemRepresentation, to.fileSystemRepresentation);
     // The name is free for another try only while the file is where it was.
     if (result != MoveResult::moved) moveByFileManager(beside, from);
   }
@@ -49,7 +49,7 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
 }  // namespace
 
 MoveResult moveFile(const std::string &from, const std::string &to) {
-  const MoveResult result = rename(from.c_str(), to.c_str());
+  const MoveResult result = renameToFreeName(from.c_str(), to.c_str());
   if (result != MoveResult::failed) return result;
   if (errno == EXDEV) return moveAcrossVolumes(fileUrl(from), fileUrl(to));
   // Network volumes may not know how to rename without replacing.
