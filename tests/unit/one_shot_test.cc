@@ -15,7 +15,8 @@ using testing::ElementsAre;
 class OneShotTest : public testing::Test {
  protected:
   std::function<void(std::string)> make() {
-    return oneShot<std::string>([this](std::string answer) { answers_.push_back(answer); }, "none");
+    return oneShot<std::string>([this](const std::string &answer) { answers_.push_back(answer); },
+                                "none");
   }
 
   std::vector<std::string> answers_;
