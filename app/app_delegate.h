@@ -135,6 +135,7 @@ class AppDelegate final : public ApplicationDelegate,
 
   const Settings settings_;
   const Platform platform_;
+  bool isRelaunching_ = false;
 };
 
 }  // namespace orvel

@@ -9,8 +9,8 @@ namespace orvel {
 struct PlatformNames {
   /// Where a server tells of the newest release, below its address.
   std::string_view manifest;
-  /// Unpacks {archive} into {folder}. Nothing in the folder is to be used when
-  /// a part of it could not be unpacked.
+  /// Unpacks {archive} into {folder}, so that "Orvel OS.app" is there whole or not
+  /// at all.
   std::string_view unpack;
   /// Takes the mark of a download off {bundle}; empty where there is none.
   std::string_view clearQuarantine;
@@ -27,22 +27,25 @@ inline constexpr PlatformNames macosNames{
 };
 
 // unzip unpacks what it can, takes ".." out of a name without a word, and asks
-// at the terminal what to do about a full disk. Whatever it finds fault with, a
-// name or a link that leads out of the folder, or a bundle that could not be
-// started here, must leave nothing behind. The process that asks for a relaunch
-// is the shell's parent; one that has ended and was not yet waited for has no
-// executable any more.
+// at the terminal what to do about a full disk. The bundle comes to its place
+// whole, at the very end, whatever may end the shell or an earlier one before
+// that: when no name and no link leads out of the folder and the program is one
+// that this machine can start. The process that asks for a relaunch is the
+// shell's parent; one that has ended and was not yet waited for has no executable
+// any more. zsh would give what runs in the background less of the processor.
 inline constexpr PlatformNames linuxNames{
     .manifest = "download/linux.json",
     .unpack =
-        "(! unzip -Z1 '{archive}' '*..*' && unzip -qo -P '' '{archive}' -d '{folder}' && "
-        "! find '{folder}' -lname '/*' -o -lname '*..*' | grep -q . && "
-        "([ ! -e '{folder}/Orvel OS.app' ] || "
-        "[ -x '{folder}/Orvel OS.app/Contents/Linux/orvel-os' ])) "
-        "</dev/null >/dev/null || rm -rf '{folder}'",
+        "(part='{folder}'/deel$$; new=\"$part/Orvel OS.app\"; "
+        "program=\"$new/Contents/Linux/orvel-os\"; "
+        "! unzip -Z1 '{archive}' '*..*' && unzip -qo -P '' '{archive}' -d \"$part\" && "
+        "links=$(find \"$part\" -lname '/*' -o -lname '*..*') && [ -z \"$links\" ] && "
+        "[ -f \"$program\" ] && [ -x \"$program\" ] && "
+        "cmp -s -i 18 -n 2 \"$program\" /proc/$PPID/exe && mv \"$new\" '{folder}') "
+        "</dev/null >/dev/null",
     .clearQuarantine = "",
     .relaunch =
-        "(while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
+        "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
         "exec setsid '{bundle}/Contents/Linux/orvel-os') </dev/null >/dev/null 2>&1 &",
 };
 

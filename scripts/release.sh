@@ -17,9 +17,10 @@ fail() {
 
 case $# in 1 | 2) ;; *) fail "usage: scripts/release.sh VERSION [FOLDER]" ;; esac
 version=$1
-# It becomes a part of file names and of shell commands.
-[[ $version =~ ^[0-9]+(\.[0-9]+)*$ ]] ||
-  fail "a version is numbers with full stops between them, such as 1.10; not '$version'"
+# It becomes a part of file names and of shell commands, and the application
+# reads a number beyond 64 bits as 0.
+[[ $version =~ ^[0-9]{1,18}(\.[0-9]{1,18})*$ ]] ||
+  fail "a version is numbers of at most 18 digits with full stops between them, such as 1.10; not '$version'"
 checkout=$(cd "$(dirname "$0")/.." && pwd)
 folder=${2-$checkout/build/release}
 [ -n "$folder" ] || fail "the folder has no name"

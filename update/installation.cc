@@ -2,8 +2,10 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "app/app_delegate.h"
+#include "platform/folder_lock.h"
 #include "platform/property_list.h"
 #include "server/shell_runner.h"
 #include "update/command_line.h"
@@ -48,8 +50,12 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie) {
 }
 
 bool AppDelegate::replaceBundle(const std::string &archive, const std::string &versie) {
-  const auto folder = workingFolder(platform_.locations.temporary(), versie);
+  const std::string temporary = platform_.locations.temporary();
+  const auto folder = workingFolder(temporary, versie);
   if (!folder) return false;
+  // What another instance unpacks there would be taken from under it.
+  const FolderLock lock(temporary);
+  if (lock.isHeldElsewhere()) return false;
   std::error_code ignored;
   std::filesystem::remove_all(*folder, ignored);
   std::filesystem::create_directories(*folder, ignored);
@@ -77,6 +83,8 @@ void AppDelegate::tellOfUpdate(const std::string &versie) {
 }
 
 void AppDelegate::relaunch() {
+  // A second notice may be answered while this process comes to its end.
+  if (std::exchange(isRelaunching_, true)) return;
   runCommand(platform_.names.relaunch, {{"bundle", platform_.bundle.path()}});
   platform_.application.terminate();
 }

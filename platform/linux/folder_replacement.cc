@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include "platform/file_handle.h"
 
@@ -37,14 +39,15 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
 }
 
 /// After a power failure too a name must stand for all that it stands for now.
-void writeToDisk(const fs::path &folder) {
+/// False for what did not reach the disk.
+bool writeToDisk(const fs::path &folder) {
   const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  ::syncfs(handle.descriptor());
+  return ::syncfs(handle.descriptor()) == 0;
 }
 
 /// 0, or the error number.
 int exchangeFolders(const fs::path &original, const fs::path &replacement) {
-  writeToDisk(replacement);
+  if (!writeToDisk(replacement)) return EIO;
   const int result =
       ::renameat2(AT_FDCWD, original.c_str(), AT_FDCWD, replacement.c_str(), RENAME_EXCHANGE);
   return result == 0 ? 0 : errno;
@@ -58,10 +61,19 @@ fs::path beside(const fs::path &path, const std::string &extension) {
 }
 
 /// Waits until nobody else works beside the original, in this process or in
-/// another. The lock goes with the handle, and so with the process.
-void waitForTurn(const FileHandle &folder) {
-  while (::flock(folder.descriptor(), LOCK_EX) != 0 && errno == EINTR) {
+/// another; false when that does not end. The lock goes with the handle, and so
+/// with the process.
+bool waitForTurn(const FileHandle &folder) {
+  constexpr auto patience = std::chrono::seconds(20);
+  constexpr auto pause = std::chrono::milliseconds(20);
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (::flock(folder.descriptor(), LOCK_EX | LOCK_NB) != 0) {
+    if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) {
+      return false;
+    }
+    std::this_thread::sleep_for(pause);
   }
+  return true;
 }
 
 /// Copies a folder to where nothing stands yet, with its modes whatever the
@@ -112,7 +124,7 @@ bool replaceOnOneFileSystem(const fs::path &original, const fs::path &replacemen
 bool replaceFolder(const std::string &original, const std::string &replacement) {
   const FileHandle parent(
       ::open((fs::path(original).parent_path() / ".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  waitForTurn(parent);
+  if (!waitForTurn(parent)) return false;
   if (!isRealFolder(original) || !isRealFolder(replacement)) return false;
   // Exchanged with itself, it would be removed as the old one.
   std::error_code failure;

@@ -71,6 +71,19 @@ const wrong = {
   'an entry that leads out': leadingOut,
   'a bundle of another system': altered((_, bundle) =>
     renameSync(join(bundle, 'Contents/Linux'), join(bundle, 'Contents/MacOS'))),
+  'a link out of the bundle': altered((_, bundle) =>
+    symlinkSync('../../..', join(bundle, 'Contents/uit'))),
+  'a link to elsewhere': altered((_, bundle) => symlinkSync('/etc', join(bundle, 'Contents/uit'))),
+  'a folder for a program': altered((_, bundle) => {
+    rmSync(join(bundle, 'Contents/Linux/orvel-os'));
+    mkdirSync(join(bundle, 'Contents/Linux/orvel-os'));
+  }),
+  'a program for another processor': altered((_, bundle) => {
+    const program = join(bundle, 'Contents/Linux/orvel-os');
+    const bytes = readFileSync(program);
+    bytes.writeUInt16LE(bytes.readUInt16LE(18) ^ 1, 18);
+    writeFileSync(program, bytes);
+  }),
   'a program that may not be run': altered((_, bundle) =>
     chmodSync(join(bundle, 'Contents/Linux/orvel-os'), 0o644)),
 };

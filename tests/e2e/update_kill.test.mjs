@@ -9,7 +9,9 @@ import { join } from 'node:path';
 import { alive, kill } from './harness/processes.mjs';
 import { fingerprint, makeRelease, offer } from './harness/release.mjs';
 import { trialsOn } from './harness/trial.mjs';
-import { online, quitLast, restart, start, updated } from './harness/update.mjs';
+import {
+  askAndClose, newest, online, quitLast, restart, start, updated,
+} from './harness/update.mjs';
 import { waitFor } from './harness/wait.mjs';
 
 const { trial } = trialsOn({ local: false });
@@ -126,6 +128,32 @@ trial('killed at every system call that changes a disk, it is whole and starts a
       assert.deepEqual(readdirSync(join(user.bundle, '..')), ['Orvel OS.app']);
       await restart(user, screen, server, last);
       await quitLast(user, screen);
+    });
+  });
+
+trial('when the shell that unpacks is ended, nothing changes', { timeout: 180_000 },
+  async (user, screen) => {
+    await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+      const old = fingerprint(user.bundle);
+      await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
+      const archive = makeRelease(user, {
+        alter: (_, bundle) =>
+          writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
+      });
+      for (const signal of ['SIGTERM', 'SIGKILL']) {
+        Object.assign(routes, offer('1.1', archive));
+        await screen.chooseApplicationItem(1);
+        const [unzip] = await waitFor('the unpacking', () => {
+          const found = user.processNamed('unzip');
+          return found.length > 0 && found;
+        });
+        kill(unzip.parent, signal);
+        Object.assign(routes, offer('1.0'));
+        await askAndClose(screen, newest());
+        assert.equal(fingerprint(user.bundle), old);
+        await waitFor('the end of the unpacking', () => !alive(unzip.pid), { timeout: 60_000 });
+      }
+      await user.quit(run);
     });
   });
 

@@ -76,7 +76,7 @@ test('a release is an archive and its manifest, the same each time', () => {
 
 test('what is no version is refused, and nothing is left', () => {
   const versions = ['', ' ', '1.', '.1', '1..2', '1.2-beta', 'v1', '1 2', '1/2', '../1', "1'2",
-    '1"2', '1\n2', '-1', '+1', '1.2\n', '$(id)', '١'];
+    '1"2', '1\n2', '-1', '+1', '1.2\n', '9'.repeat(19), '1.' + '0'.repeat(19), '$(id)', '١'];
   for (const version of versions) {
     const { status, stderr } = run([version, 'geweigerd']);
     assert.equal(status, 1, version);

@@ -1,5 +1,6 @@
 #include "update/installation.h"
 
+#include "platform/folder_lock.h"
 #include "tests/unit/core_test.h"
 #include "update/command_line.h"
 
@@ -47,14 +48,16 @@ TEST(CommandLine, ofMacosIsSpelledToTheLetter) {
 
 TEST(CommandLine, ofLinuxIsSpelledToTheLetter) {
   EXPECT_EQ(commandLine(linuxNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
-            "(! unzip -Z1 '/t/a.zip' '*..*' && unzip -qo -P '' '/t/a.zip' -d '/t/w' && "
-            "! find '/t/w' -lname '/*' -o -lname '*..*' | grep -q . && "
-            "([ ! -e '/t/w/Orvel OS.app' ] || "
-            "[ -x '/t/w/Orvel OS.app/Contents/Linux/orvel-os' ])) "
-            "</dev/null >/dev/null || rm -rf '/t/w'");
+            "(part='/t/w'/deel$$; new=\"$part/Orvel OS.app\"; "
+            "program=\"$new/Contents/Linux/orvel-os\"; "
+            "! unzip -Z1 '/t/a.zip' '*..*' && unzip -qo -P '' '/t/a.zip' -d \"$part\" && "
+            "links=$(find \"$part\" -lname '/*' -o -lname '*..*') && [ -z \"$links\" ] && "
+            "[ -f \"$program\" ] && [ -x \"$program\" ] && "
+            "cmp -s -i 18 -n 2 \"$program\" /proc/$PPID/exe && mv \"$new\" '/t/w') "
+            "</dev/null >/dev/null");
   EXPECT_EQ(linuxNames.clearQuarantine, "");
   EXPECT_EQ(commandLine(linuxNames.relaunch, {{"bundle", "/opt/Orvel OS.app"}}),
-            "(while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
+            "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
             "'/opt/Orvel OS.app/Contents/Linux/orvel-os') </dev/null >/dev/null 2>&1 &");
   EXPECT_EQ(linuxNames.manifest, "download/linux.json");
 }
@@ -162,6 +165,38 @@ TEST_F(Installation, goesOnHoweverTheNoticeIsClosed) {
   fake.panels.answer({std::nullopt, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_TRUE(fake.application.terminated);
+}
+
+TEST_F(Installation, startsOneNewInstanceHoweverManyNoticesAreAnswered) {
+  for (int time = 0; time < 2; ++time) {
+    unpacksTo(information(ourIdentity));
+    install();
+  }
+  ASSERT_EQ(fake.panels.shown.size(), 2U);
+  fake.panels.answer({0, ""});
+  fake.panels.answer({0, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.record.count("sh (sleep 1; /usr/bin/open -n '" + fake.bundle.folder +
+                              "') >/dev/null 2>&1 &"),
+            1U);
+  EXPECT_TRUE(fake.application.terminated);
+}
+
+TEST_F(Installation, leavesAFolderAloneThatAnotherInstanceWorksIn) {
+  unpacksTo(information(ourIdentity));
+  std::filesystem::create_directories(working());
+  writeFile(working() + "/van een ander", "half");
+  {
+    const FolderLock other(fake.locations.temporaryFolder);
+    ASSERT_FALSE(other.isHeldElsewhere());
+    install();
+  }
+  EXPECT_EQ(installed(), "oud");
+  EXPECT_TRUE(std::filesystem::exists(working() + "/van een ander"));
+  EXPECT_THAT(fake.panels.shown, IsEmpty());
+  unpacksTo(information(ourIdentity));
+  install();
+  EXPECT_EQ(installed(), "nieuw");
 }
 
 TEST_F(Installation, stopsTheServerByTheOrdinaryRoad) {

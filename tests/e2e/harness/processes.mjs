@@ -76,6 +76,12 @@ export function filesOpenForWriting(pid) {
   });
 }
 
+/// How much less than its share of the processor a process gets (nice).
+export function nicenessOf(pid) {
+  const stat = read(`/proc/${pid}/stat`);
+  return stat.slice(stat.lastIndexOf(')') + 2).split(' ')[16];
+}
+
 /// Whether a process of this number is there.
 export function alive(pid) {
   const { state } = describe(pid);

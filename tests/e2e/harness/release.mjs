@@ -5,7 +5,7 @@ import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
 import {
   cpSync, lstatSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync,
-  writeFileSync,
+  symlinkSync, writeFileSync,
 } from 'node:fs';
 import { join } from 'node:path';
 
@@ -44,6 +44,7 @@ export function makeRelease(user, { version = '1.1', identity, alter = () => {} 
   if (identity) setEntry(bundle, 'CFBundleIdentifier', identity);
   mkdirSync(join(bundle, 'Contents/Resources/nieuw'));
   writeFileSync(join(bundle, 'Contents/Resources/nieuw/bestand'), `van ${version}\n`);
+  symlinkSync('bestand', join(bundle, 'Contents/Resources/nieuw/wijzer'));
   alter(folder, bundle);
   execFileSync('zip', ['-qry', 'archief.zip', ...readdirSync(folder)], { cwd: folder });
   const archive = readFileSync(join(folder, 'archief.zip'));

@@ -4,6 +4,7 @@ import assert from 'node:assert/strict';
 
 import { OnlineServer } from './online_server.mjs';
 import { pageColour } from './page.mjs';
+import { nicenessOf } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 export const updated = 'Orvel OS is bijgewerkt naar 1.1';
@@ -54,6 +55,7 @@ export async function askAndClose(screen, notice) {
 /// show the page. Gives when the old one had gone.
 export async function restart(user, screen, server, run) {
   const before = server.told('getoond').length;
+  const niceness = nicenessOf(run.pid);
   await screen.keys('Return');
   const { code, signal, time } = await user.ended(run);
   assert.deepEqual({ code, signal }, { code: 0, signal: null });
@@ -61,6 +63,7 @@ export async function restart(user, screen, server, run) {
   const [next, ...others] = instances(user);
   assert.deepEqual(others, []);
   assert.notEqual(next.pid, run.pid);
+  assert.equal(nicenessOf(next.pid), niceness);
   await screen.window();
   return { next, time };
 }
