@@ -28,7 +28,7 @@ for framework in AppKit WebKit Foundation; do
   [ -e "$sysroot/System/Library/Frameworks/$framework.framework/Headers/$framework.h" ] ||
     skip "the headers of $framework are not in '$sysroot'"
 done
-for tool in clang-19 clang++-19 ld64.lld-19 llvm-ar-19 llvm-otool-19 cmake ninja; do
+for tool in clang-19 clang++-19 ld64.lld-19 llvm-ar-19 llvm-ranlib-19 llvm-install-name-tool-19 llvm-otool-19 cmake ninja; do
   command -v "$tool" >/dev/null || skip "$tool is not installed"
 done
 
@@ -43,6 +43,7 @@ mapfile -t selectors < <(
     awk '!/:/ { print $1; next } { gsub(/: *[A-Za-z]+ */, ":"); print }' |
     grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|initWithRequest:'
 )
+[ ${#selectors[@]} -gt 0 ] || fail "no delegate method was found"
 mkdir -p "$folder"
 {
   printf '#import <AppKit/AppKit.h>\n#import <WebKit/WebKit.h>\nextern SEL all[];\nSEL all[] = {\n'

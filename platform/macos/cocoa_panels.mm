@@ -23,9 +23,9 @@ NSAlert *makeAlert(const Alert &alert) {
 }
 
 NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
-  NSTextField *made =
-      [[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, field.width, field.height)];
-  made.stringValue = toCocoa(field.text);
+  // Made like this it scrolls instead of wrapping.
+  NSTextField *made = [NSTextField textFieldWithString:toCocoa(field.text)];
+  made.frame = NSMakeRect(0, 0, field.width, field.height);
   made.usesSingleLineMode = YES;
   alert.accessoryView = made;
   [alert layout];

@@ -32,6 +32,8 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, WebView &cont
                                               defer:NO]) {
   // It is released when nobody holds it any more, and not twice.
   window_.releasedWhenClosed = NO;
+  window_.tabbingMode = NSWindowTabbingModeDisallowed;
+  window_.restorable = NO;
   window_.title = toCocoa(configuration.title);
   window_.titlebarAppearsTransparent = configuration.titlebarTransparent;
   window_.titleVisibility = configuration.titleVisible ? NSWindowTitleVisible : NSWindowTitleHidden;

@@ -6,7 +6,9 @@
 
 namespace orvel {
 
-void CocoaWorkspace::open(const Url &url) { [NSWorkspace.sharedWorkspace openURL:toCocoa(url)]; }
+void CocoaWorkspace::open(const Url &url) {
+  if (NSURL *address = toCocoa(url)) [NSWorkspace.sharedWorkspace openURL:address];
+}
 
 void CocoaWorkspace::openFile(const std::string &path) {
   [NSWorkspace.sharedWorkspace openURL:fileUrl(path)];

@@ -25,20 +25,29 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
   return error.code == NSFileWriteFileExistsError ? MoveResult::taken : MoveResult::failed;
 }
 
+/// Moves within a volume. Network volumes may not know how to rename without
+/// replacing.
+MoveResult moveOnVolume(NSURL *from, NSURL *to) {
+  const MoveResult result =
+      renameToFreeName(from.fileSystemRepresentation, to.fileSystemRepresentation);
+  const bool isUnknown = result == MoveResult::failed && (errno == ENOTSUP || errno == ENOSYS);
+  return isUnknown ? moveByFileManager(from, to) : result;
+}
+
 /// Copies to a folder beside the destination first, so that nothing that is
 /// half there ever has the final name.
 MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
   NSFileManager *files = NSFileManager.defaultManager;
   NSURL *folder = [files URLForDirectory:NSItemReplacementDirectory
                                 inDomain:NSUserDomainMask
-                       appropriateForURL:to
+                       appropriateForURL:to.URLByDeletingLastPathComponent
                                   create:YES
                                    error:nil];
   if (folder == nil) return MoveResult::failed;
   NSURL *beside = [folder URLByAppendingPathComponent:@"download"];
   MoveResult result = moveByFileManager(from, beside);
   if (result == MoveResult::moved) {
-    result = renameToFreeName(beside.fileSystemRepresentation, to.fileSystemRepresentation);
+    result = moveOnVolume(beside, to);
     // The name is free for another try only while the file is where it was.
     if (result != MoveResult::moved) moveByFileManager(beside, from);
   }
@@ -49,12 +58,10 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
 }  // namespace
 
 MoveResult moveFile(const std::string &from, const std::string &to) {
-  const MoveResult result = renameToFreeName(from.c_str(), to.c_str());
-  if (result != MoveResult::failed) return result;
-  if (errno == EXDEV) return moveAcrossVolumes(fileUrl(from), fileUrl(to));
-  // Network volumes may not know how to rename without replacing.
-  if (errno == ENOTSUP) return moveByFileManager(fileUrl(from), fileUrl(to));
-  return MoveResult::failed;
+  const MoveResult result = moveOnVolume(fileUrl(from), fileUrl(to));
+  return result == MoveResult::failed && errno == EXDEV
+             ? moveAcrossVolumes(fileUrl(from), fileUrl(to))
+             : result;
 }
 
 }  // namespace orvel

@@ -32,13 +32,14 @@ class MacosPlatform {
  private:
   AppDelegateBridge *const bridge_;
   PosixProcessLauncher processes_;
+  /// Before the application, which looks at the arguments through them.
+  StandardUserDefaults defaults_;
   CocoaApplication application_;
   RunLoopMainQueue mainQueue_;
   DispatchBackgroundQueue backgroundQueue_;
   SystemClock clock_;
   SharedUrlSession http_;
   MainBundle bundle_;
-  StandardUserDefaults defaults_;
   FileManagerLocations locations_;
   CocoaMenuBar menuBar_;
   CocoaWindowSystem windows_;

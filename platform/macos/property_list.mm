@@ -25,10 +25,11 @@ std::optional<PlistTexts> readPlistTexts(const std::string &path) {
   if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;
 
   PlistTexts texts;
-  NSDictionary<NSString *, id> *entries = top;
-  for (NSString *name in entries) {
-    if (auto text = textOf(entries[name]))
-      texts.insert_or_assign(fromCocoa(name), std::move(*text));
+  NSDictionary<id, id> *entries = top;
+  for (id entry in entries) {
+    const auto name = textOf(entry);
+    auto text = textOf(entries[entry]);
+    if (name && text) texts.insert_or_assign(*name, std::move(*text));
   }
   return texts;
 }

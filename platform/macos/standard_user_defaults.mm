@@ -7,7 +7,10 @@
 namespace orvel {
 
 StandardUserDefaults::StandardUserDefaults() {
-  [NSUserDefaults.standardUserDefaults removeVolatileDomainForName:NSArgumentDomain];
+  NSUserDefaults *defaults = NSUserDefaults.standardUserDefaults;
+  [defaults removeVolatileDomainForName:NSArgumentDomain];
+  // What stands alone would be opened as a document.
+  [defaults registerDefaults:@{@"NSTreatUnknownArgumentsAsOpen" : @"NO"}];
 }
 
 std::optional<std::string> StandardUserDefaults::text(std::string_view key) const {
