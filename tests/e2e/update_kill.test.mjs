@@ -161,6 +161,7 @@ trial('killed or quit while the archive is unpacked, it is whole', { timeout: 18
   async (user, screen) => {
     await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
       const old = fingerprint(user.bundle);
+      await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
       const archive = makeRelease(user, {
         alter: (_, bundle) =>
           writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
@@ -169,6 +170,7 @@ trial('killed or quit while the archive is unpacked, it is whole', { timeout: 18
       for (const end of ['SIGKILL', 'SIGTERM']) {
         Object.assign(routes, offer('1.1', archive));
         run.forced = true;
+        await screen.chooseApplicationItem(1);
         const [unzip] = await waitFor('the unpacking', () => {
           const found = user.processNamed('unzip');
           return found.length > 0 && found;

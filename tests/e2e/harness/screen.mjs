@@ -181,6 +181,8 @@ export class Screen {
     for (let step = 0; step < number; step += 1) await this.keys('Down');
     await item(number);
     await this.keys('Return');
+    // The key that opens it would close one that is still going.
+    await this.menu(false);
   }
 
   async openAddressDialog() {
