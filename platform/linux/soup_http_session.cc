@@ -1,5 +1,7 @@
 #include "platform/linux/soup_http_session.h"
 
+#include <gio/gunixconnection.h>
+#include <gio/gunixsocketaddress.h>
 #include <libsoup/soup.h>
 
 #include <algorithm>
@@ -19,6 +21,26 @@ constexpr std::size_t largestText = std::size_t{64} * 1024 * 1024;
 GObjectPointer<SoupSession> newSession() {
   return adopt(soup_session_new_with_options("max-conns", mostConnections, "max-conns-per-host",
                                              mostConnections, "timeout", 0U, nullptr));
+}
+
+/// Two threads that each use a type of GObject's for the first time can wait for
+/// each other for ever: one holds the lock under which classes are made and needs
+/// a type that the other is about to register, under that lock. So what a session
+/// needs, and the main thread too when it looks for its bus, is there before the
+/// session has a thread.
+void makeTypes() {
+  for (const GType type :
+       {G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS, G_TYPE_NETWORK_ADDRESS,
+        G_TYPE_PROXY_ADDRESS, G_TYPE_SOCKET, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION,
+        G_TYPE_UNIX_CONNECTION, G_TYPE_TLS_CERTIFICATE, G_TYPE_CONVERTER_INPUT_STREAM,
+        G_TYPE_ZLIB_DECOMPRESSOR, G_TYPE_TASK, G_TYPE_CANCELLABLE, SOUP_TYPE_MESSAGE}) {
+    g_type_class_unref(g_type_class_ref(type));
+  }
+  for (const GType type : {G_TYPE_SOCKET_CONNECTABLE, G_TYPE_ASYNC_INITABLE, G_TYPE_INITABLE,
+                           G_TYPE_PROXY_RESOLVER, G_TYPE_POLLABLE_INPUT_STREAM}) {
+    g_type_ensure(type);
+  }
+  newSession();
 }
 
 bool isThisMachine(const std::string &host) {
@@ -43,8 +65,10 @@ struct SoupSessions {
 SoupHttpSession::SoupHttpSession(std::vector<std::string> downloadFolders)
     : downloadFolders_(std::move(downloadFolders)),
       context_(g_main_context_new()),
-      queue_(context_.get()),
-      thread_([this] { run(); }) {}
+      queue_(context_.get()) {
+  makeTypes();
+  thread_ = std::thread([this] { run(); });
+}
 
 SoupHttpSession::~SoupHttpSession() {
   queue_.post([this] {

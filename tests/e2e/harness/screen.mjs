@@ -159,9 +159,18 @@ export class Screen {
 
   /// Waits until a menu is open, or none is. Those of the application have the
   /// name that GTK knows it by.
-  async menu(isOpen = true) {
+  async menu(isOpen = true, options = {}) {
     await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
-      ((await this.windows('nl.orvel.os')).length > 0) === isOpen);
+      ((await this.windows('nl.orvel.os')).length > 0) === isOpen, options);
+  }
+
+  /// Opens the application's menu by its key, which gets lost when it comes just
+  /// as another window has given the keyboard back.
+  async openMenu() {
+    await waitFor('the menu', async () => {
+      await this.keys('F10');
+      return this.menu(true, { timeout: 2000 }).then(() => true, () => false);
+    });
   }
 
   /// Chooses one of the first three items of the application's menu, by keys
@@ -170,7 +179,7 @@ export class Screen {
     await this.window();
     // A pointer over the menu would choose too.
     await this.tool('xdotool', 'mousemove', '900', '700');
-    await this.keys('F10');
+    await this.openMenu();
     // The keyboard is there a moment after the menu: its first item is lit up.
     const lines = [61, 91, 121];
     const item = (lit) => waitFor(`item ${lit} of the menu`, () => {
@@ -181,7 +190,6 @@ export class Screen {
     for (let step = 0; step < number; step += 1) await this.keys('Down');
     await item(number);
     await this.keys('Return');
-    // The key that opens it would close one that is still going.
     await this.menu(false);
   }
 
