@@ -11,12 +11,37 @@ char lowerCase(char character) {
                                               : character;
 }
 
+/// Compares ASCII without case.
 bool sameName(std::string_view one, std::string_view other) {
   return std::equal(one.begin(), one.end(), other.begin(), other.end(),
                     [](char a, char b) { return lowerCase(a) == lowerCase(b); });
 }
 
+bool isHttps(const Url &url) { return sameName(url.scheme, "https"); }
+
+/// As text: the usual one of its scheme when the URL names none.
+std::string_view portOf(const Url &url) {
+  std::string_view authority = url.absoluteString;
+  authority.remove_prefix(std::min(authority.size(), url.scheme.size() + 3));
+  authority = authority.substr(0, authority.find_first_of("/?#"));
+  const auto colon = authority.rfind(':');
+  const auto bracket = authority.rfind(']');
+  const bool isInBrackets =
+      bracket != std::string_view::npos && colon != std::string_view::npos && colon < bracket;
+  const auto port = colon == std::string_view::npos || isInBrackets ? std::string_view()
+                                                                    : authority.substr(colon + 1);
+  if (!port.empty() && port.find('@') == std::string_view::npos) return port;
+  return isHttps(url) ? "443" : "80";
+}
+
 }  // namespace
+
+bool fieldsGoAlong(const Url &from, const Url &to) {
+  if (!sameName(from.host, to.host)) return false;
+  if (sameName(from.scheme, to.scheme)) return portOf(from) == portOf(to);
+  return sameName(from.scheme, "http") && isHttps(to) && portOf(from) == "80" &&
+         portOf(to) == "443";
+}
 
 void UrlRequest::setHeader(std::string_view name, std::string_view value) {
   const auto hasName = [name](const auto &field) { return sameName(field.first, name); };

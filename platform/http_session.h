@@ -30,6 +30,12 @@ struct UrlRequest {
   std::optional<std::string> header(std::string_view name) const;
 };
 
+/// Whether a server that was asked for one URL may send the request's fields
+/// along to another: to its own origin (scheme, host and port), or from http to
+/// https of its host, both at their usual ports. So no other host learns the app
+/// key. Any thread.
+bool fieldsGoAlong(const Url &from, const Url &to);
+
 /// The head of an HTTP answer.
 struct HttpResponse {
   int statusCode = 0;
@@ -60,9 +66,8 @@ class HttpSession {
 
   /// Starts a request and returns at once. The completion is called exactly
   /// once, on a thread of the session and never on the main thread. Redirects
-  /// are followed; the fields of the request go along only to the same origin
-  /// (scheme, host and port), so that no other host learns the app key. Every
-  /// failure shows as an absent response. Any thread.
+  /// are followed; the fields of the request go along as `fieldsGoAlong` tells.
+  /// Every failure shows as an absent response. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
   /// Like a data task, but the body goes to a file, of any size, whatever the
   /// status. A body that cannot be written is a failure.

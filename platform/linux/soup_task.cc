@@ -47,10 +47,10 @@ bool isHttp(GUri *uri) {
   return (scheme == "http" || scheme == "https") && host != nullptr && *host != '\0';
 }
 
-bool sameOrigin(GUri *one, GUri *other) {
-  return g_ascii_strcasecmp(g_uri_get_scheme(one), g_uri_get_scheme(other)) == 0 &&
-         g_ascii_strcasecmp(g_uri_get_host(one), g_uri_get_host(other)) == 0 &&
-         g_uri_get_port(one) == g_uri_get_port(other);
+std::string addressOf(SoupMessage *message) {
+  const std::unique_ptr<char, void (*)(void *)> address(
+      g_uri_to_string(soup_message_get_uri(message)), g_free);
+  return address.get();
 }
 
 }  // namespace
@@ -59,7 +59,6 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
     : request_(request),
       sink_(sink),
       message_(makeMessage()),
-      origin_(message_ ? g_uri_ref(soup_message_get_uri(message_.get())) : nullptr),
       cancellable_(adopt(g_cancellable_new())),
       silence_(newAlarm(), release),
       arrival_(nullptr, release) {}
@@ -153,7 +152,8 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  if (sameOrigin(origin_.get(), soup_message_get_uri(message_.get()))) return;
+  const auto to = Url::parse(addressOf(message_.get()));
+  if (to && fieldsGoAlong(request_.url, *to)) return;
   for (const auto &[name, value] : request_.headers) {
     soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());
   }
@@ -220,10 +220,8 @@ HttpResponse SoupTask::response() const {
     if (value == nullptr) return std::nullopt;
     return value;
   };
-  const std::unique_ptr<char, void (*)(void *)> address(
-      g_uri_to_string(soup_message_get_uri(message_.get())), g_free);
   Url answered;
-  answered.absoluteString = address.get();
+  answered.absoluteString = addressOf(message_.get());
   response.suggestedFilename = suggestedFilename(
       {.contentDisposition = field("Content-Disposition"), .mediaType = field("Content-Type")},
       answered);

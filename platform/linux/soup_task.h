@@ -58,7 +58,6 @@ class SoupTask {
   BodySink &sink_;
   Ended ended_;
   const GObjectPointer<SoupMessage> message_;
-  const std::unique_ptr<GUri, UriRelease> origin_;
   const GObjectPointer<GCancellable> cancellable_;
   /// The connection that was made last.
   GObjectPointer<GSocket> socket_;

@@ -1,22 +1,7 @@
 #import "platform/macos/redirect_guard.h"
 
-namespace {
-
-NSInteger portOf(NSURL *url) {
-  if (url.port != nil) return url.port.integerValue;
-  return [url.scheme caseInsensitiveCompare:@"https"] == NSOrderedSame ? 443 : 80;
-}
-
-bool isSameText(NSString *one, NSString *other) {
-  return one != nil && other != nil && [one caseInsensitiveCompare:other] == NSOrderedSame;
-}
-
-bool isSameOrigin(NSURL *one, NSURL *other) {
-  return isSameText(one.scheme, other.scheme) && isSameText(one.host, other.host) &&
-         portOf(one) == portOf(other);
-}
-
-}  // namespace
+#include "platform/http_session.h"
+#import "platform/macos/cocoa_url.h"
 
 @implementation RedirectGuard {
   NSURLRequest *_request;
@@ -33,7 +18,9 @@ bool isSameOrigin(NSURL *one, NSURL *other) {
     willPerformHTTPRedirection:(NSHTTPURLResponse *)__unused response
                     newRequest:(NSURLRequest *)request
              completionHandler:(void (^)(NSURLRequest *))handler {
-  if (isSameOrigin(_request.URL, request.URL)) return handler(request);
+  const auto from = orvel::fromCocoa(_request.URL);
+  const auto to = orvel::fromCocoa(request.URL);
+  if (from && to && orvel::fieldsGoAlong(*from, *to)) return handler(request);
   NSMutableURLRequest *bare = [request mutableCopy];
   for (NSString *field in _request.allHTTPHeaderFields) {
     [bare setValue:nil forHTTPHeaderField:field];
