@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "platform/file_handle.h"
@@ -7,13 +8,15 @@
 namespace orvel {
 
 /// Keeps a folder for one holder at a time, in this process or in any other,
-/// until it goes (flock). Any thread; does not wait.
+/// until it goes (flock). Any thread; waits for another holder no longer than
+/// it is told to.
 class FolderLock {
  public:
-  explicit FolderLock(const std::string &folder);
+  explicit FolderLock(const std::string &folder,
+                      std::chrono::milliseconds patience = std::chrono::milliseconds(0));
 
-  /// Whether somebody else holds the folder. A folder that cannot be opened
-  /// nobody holds.
+  /// Whether somebody else holds the folder still. A folder that cannot be
+  /// opened nobody holds.
   bool isHeldElsewhere() const { return isHeldElsewhere_; }
 
  private:

@@ -7,6 +7,7 @@
 #include "app/app_delegate.h"
 #include "platform/folder_lock.h"
 #include "platform/property_list.h"
+#include "platform/real_folder.h"
 #include "server/shell_runner.h"
 #include "update/command_line.h"
 
@@ -20,12 +21,6 @@ std::optional<std::string> identityOf(const PlistTexts &information) {
   const auto found = information.find(identityKey);
   if (found == information.end()) return std::nullopt;
   return found->second;
-}
-
-bool isFolder(const std::string &path) {
-  std::error_code ignored;
-  // A link could lead to anything.
-  return std::filesystem::is_directory(std::filesystem::symlink_status(path, ignored));
 }
 
 }  // namespace
@@ -62,7 +57,7 @@ bool AppDelegate::replaceBundle(const std::string &archive, const std::string &v
   runCommand(platform_.names.unpack, {{"archive", archive}, {"folder", *folder}});
 
   const std::string unpacked = *folder + "/Orvel OS.app";
-  if (!isFolder(unpacked)) return false;
+  if (!isRealFolder(unpacked)) return false;
   const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
   if (!information) return false;
   // Only another release of this same application may take its place.

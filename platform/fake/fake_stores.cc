@@ -3,16 +3,13 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/real_folder.h"
+
 namespace orvel {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-bool isRealFolder(const fs::path &path) {
-  std::error_code ignored;
-  return fs::is_directory(fs::symlink_status(path, ignored));
-}
 
 std::optional<std::string> find(const std::map<std::string, std::string, std::less<>> &texts,
                                 std::string_view key) {

@@ -1,7 +1,6 @@
 #include "platform/linux/folder_replacement.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,9 +9,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
-#include <thread>
 
 #include "platform/file_handle.h"
+#include "platform/folder_lock.h"
+#include "platform/real_folder.h"
 
 namespace orvel {
 
@@ -20,10 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isRealFolder(const fs::path &path) {
-  std::error_code ignored;
-  return fs::is_directory(fs::symlink_status(path, ignored));
-}
+/// With another replacement in the same folder.
+constexpr std::chrono::seconds patience{20};
 
 void discard(const fs::path &path) {
   std::error_code ignored;
@@ -58,22 +56,6 @@ bool cannotExchange(int error) { return error == EINVAL || error == ENOSYS || er
 /// A hidden neighbour, on the same file system.
 fs::path beside(const fs::path &path, const std::string &extension) {
   return path.parent_path() / ("." + path.filename().string() + extension);
-}
-
-/// Waits until nobody else works beside the original, in this process or in
-/// another; false when that does not end. The lock goes with the handle, and so
-/// with the process.
-bool waitForTurn(const FileHandle &folder) {
-  constexpr auto patience = std::chrono::seconds(20);
-  constexpr auto pause = std::chrono::milliseconds(20);
-  const auto end = std::chrono::steady_clock::now() + patience;
-  while (::flock(folder.descriptor(), LOCK_EX | LOCK_NB) != 0) {
-    if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    std::this_thread::sleep_for(pause);
-  }
-  return true;
 }
 
 /// Copies a folder to where nothing stands yet, with its modes whatever the
@@ -122,9 +104,8 @@ bool replaceOnOneFileSystem(const fs::path &original, const fs::path &replacemen
 }  // namespace
 
 bool replaceFolder(const std::string &original, const std::string &replacement) {
-  const FileHandle parent(
-      ::open((fs::path(original).parent_path() / ".").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!waitForTurn(parent)) return false;
+  const FolderLock turn((fs::path(original).parent_path() / ".").string(), patience);
+  if (turn.isHeldElsewhere()) return false;
   if (!isRealFolder(original) || !isRealFolder(replacement)) return false;
   // Exchanged with itself, it would be removed as the old one.
   std::error_code failure;
