@@ -167,6 +167,15 @@ TEST_F(FolderReplacement, LeavesTheOriginalWhereNothingMayBeWritten) {
   fs::permissions(applications_, fs::perms(0755));
 }
 
+TEST_F(FolderReplacement, LeavesTheOriginalWhenTheNewOneDoesNotReachTheDisk) {
+  if (!inChild(loseSync).value_or(false)) GTEST_SKIP() << "system calls cannot be filtered";
+  const Tree old = makeTree(original_, "old");
+  const Tree replacing = makeTree(replacement_, "new");
+  EXPECT_EQ(inChild([this] { return loseSync() && !replace(); }), true);
+  expectAtPath(old);
+  EXPECT_EQ(treeOf(replacement_), replacing);
+}
+
 TEST_F(FolderReplacement, LeavesTheOriginalThatIsAMountPoint) {
   makeTree(original_, "below the mount");
   const Tree replacing = makeTree(replacement_, "new");

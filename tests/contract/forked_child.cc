@@ -48,6 +48,15 @@ bool filterSystemCalls(std::array<sock_filter, size> program) {
          ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
+bool loseSystemCall(unsigned number, unsigned error) {
+  return filterSystemCalls(std::array<sock_filter, 4>{{
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, number},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | error},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+  }});
+}
+
 bool loseRenameFlag(unsigned flag) {
   // A 64-bit argument is looked at by its lower half, which comes first.
   constexpr auto flags = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
@@ -126,17 +135,13 @@ bool loseRenamingWithoutReplacing() { return loseRenameFlag(RENAME_NOREPLACE); }
 
 bool loseLinks() {
 #ifdef SYS_link
-  constexpr auto call = SYS_link;
+  return loseSystemCall(SYS_link, EPERM);
 #else
-  constexpr auto call = SYS_linkat;
+  return loseSystemCall(SYS_linkat, EPERM);
 #endif
-  return filterSystemCalls(std::array<sock_filter, 4>{{
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, call},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EPERM},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-  }});
 }
+
+bool loseSync() { return loseSystemCall(SYS_syncfs, EIO); }
 
 bool becomeOrdinaryUser() {
   if (::geteuid() != 0) return true;

@@ -38,6 +38,9 @@ bool loseRenamingWithoutReplacing();
 /// Likewise, file systems that know no hard links.
 bool loseLinks();
 
+/// Likewise, a disk that what was written does not reach.
+bool loseSync();
+
 /// Gives up what a superuser may do, for the rest of this process's life. False
 /// when that cannot be done. For a child.
 bool becomeOrdinaryUser();
