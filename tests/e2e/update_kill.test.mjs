@@ -131,22 +131,32 @@ trial('killed at every system call that changes a disk, it is whole and starts a
     });
   });
 
+/// A release that takes seconds to unpack.
+function largeRelease(user) {
+  return makeRelease(user, {
+    alter: (_, bundle) => writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
+  });
+}
+
+/// Has an update looked for and waits for the process that unpacks it.
+async function beginUnpacking(user, screen) {
+  await screen.chooseApplicationItem(1);
+  const [unzip] = await waitFor('the unpacking', () => {
+    const found = user.processNamed('unzip');
+    return found.length > 0 && found;
+  });
+  return unzip;
+}
+
 trial('when the shell that unpacks is ended, nothing changes', { timeout: 180_000 },
   async (user, screen) => {
     await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
       const old = fingerprint(user.bundle);
       await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
-      const archive = makeRelease(user, {
-        alter: (_, bundle) =>
-          writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
-      });
+      const archive = largeRelease(user);
       for (const signal of ['SIGTERM', 'SIGKILL']) {
         Object.assign(routes, offer('1.1', archive));
-        await screen.chooseApplicationItem(1);
-        const [unzip] = await waitFor('the unpacking', () => {
-          const found = user.processNamed('unzip');
-          return found.length > 0 && found;
-        });
+        const unzip = await beginUnpacking(user, screen);
         kill(unzip.parent, signal);
         Object.assign(routes, offer('1.0'));
         await askAndClose(screen, newest());
@@ -162,19 +172,12 @@ trial('killed or quit while the archive is unpacked, it is whole', { timeout: 18
     await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
       const old = fingerprint(user.bundle);
       await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
-      const archive = makeRelease(user, {
-        alter: (_, bundle) =>
-          writeFileSync(join(bundle, 'Contents/groot'), Buffer.alloc(1 << 30)),
-      });
+      const archive = largeRelease(user);
       let run = first;
       for (const end of ['SIGKILL', 'SIGTERM']) {
         Object.assign(routes, offer('1.1', archive));
         run.forced = true;
-        await screen.chooseApplicationItem(1);
-        const [unzip] = await waitFor('the unpacking', () => {
-          const found = user.processNamed('unzip');
-          return found.length > 0 && found;
-        });
+        const unzip = await beginUnpacking(user, screen);
         kill(run.pid, end);
         await user.ended(run);
         await waitFor('the end of the unpacking', () => !alive(unzip.pid), { timeout: 60_000 });

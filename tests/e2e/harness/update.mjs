@@ -64,6 +64,7 @@ export async function restart(user, screen, server, run) {
   assert.deepEqual(others, []);
   assert.notEqual(next.pid, run.pid);
   assert.equal(nicenessOf(next.pid), niceness);
+  assert.equal(next.session, next.pid, 'no terminal takes it along');
   await screen.window();
   return { next, time };
 }
