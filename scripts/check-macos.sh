@@ -70,4 +70,6 @@ done
 for text in nl.orvel.os '<string>Orvel OS</string>' '<string>13.0</string>' NSAllowsArbitraryLoads; do
   grep -qF "$text" "$bundle/Contents/Info.plist" || fail "'$text' is not in Info.plist"
 done
+icon=$(awk '/<key>CFBundleIconFile</ { getline; gsub(/.*<string>|<.*/, ""); print }' "$bundle/Contents/Info.plist")
+[ -s "$bundle/Contents/Resources/$icon.icns" ] || fail "the icon '$icon' is not in the bundle"
 echo "check-macos: compiled and linked, not run: $bundle"
