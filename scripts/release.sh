@@ -4,10 +4,9 @@
 #   ./scripts/release.sh VERSION [FOLDER]
 #
 # Leaves the archive orvel-os-VERSION.zip and its manifest in the folder, or in
-# build/release. ORVELOS_KEY and ORVELOS_URL in the environment are the key and
-# the preset address of the build. The same sources, version and presets give the
-# same bytes; SOURCE_DATE_EPOCH sets the time of the files, which else is that
-# of the last commit.
+# build/release. What scripts/build-app.sh takes from the environment holds here
+# too. On Linux the same sources, version and presets give the same bytes;
+# SOURCE_DATE_EPOCH sets the time of the files, which else is that of the last commit.
 set -euo pipefail
 
 fail() {
@@ -32,7 +31,9 @@ case $(uname -s) in
   Darwin) manifest=mac.json ;;
   *) fail "there is no edition for $(uname -s)" ;;
 esac
-command -v zip >/dev/null || fail "zip is not installed; scripts/setup.sh installs it"
+if [ "$manifest" = linux.json ]; then
+  command -v zip >/dev/null || fail "zip is not installed; scripts/setup.sh installs it"
+fi
 cd "$checkout"
 moment=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
 # Without either: the first day that an archive can tell.
@@ -40,29 +41,32 @@ moment=${moment:-315532800}
 [[ $moment =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number of seconds: '$moment'"
 
 work=''
-trap '[ -z "$work" ] || rm -rf "$work"' EXIT
+stage=''
+trap 'rm -rf ${work:+"$work"} ${stage:+"$stage"}' EXIT
 umask 022
 export LC_ALL=C TZ=UTC
 unset ZIPOPT
 
-build=build/release-build
-# What an earlier build left in the bundle would be packed too.
-rm -rf "$build/Orvel OS.app"
-cmake --preset release -DORVELOS_VERSION="$version" -DORVELOS_KEY="${ORVELOS_KEY:-}" \
-  -DORVELOS_URL="${ORVELOS_URL:-}" >/dev/null
-cmake --build --preset release --target orvel-os -- --quiet
+mkdir -p build
+stage=$(mktemp -d build/.release-XXXXXX)
+ORVELOS_VERSION=$version scripts/build-app.sh "$stage" >/dev/null
 
 mkdir -p "$folder"
 work=$(mktemp -d "$folder/.release-XXXXXX")
-mkdir "$work/bundle"
-cp -R "$build/Orvel OS.app" "$work/bundle"
-[ "$manifest" != linux.json ] || strip "$work/bundle/Orvel OS.app/Contents/Linux/orvel-os"
-chmod -R u=rwX,go=rX "$work/bundle"
+chmod -R u=rwX,go=rX "$stage"
 stamp=$(date -d "@$moment" +%Y%m%d%H%M.%S 2>/dev/null || date -r "$moment" +%Y%m%d%H%M.%S)
-find "$work/bundle" -exec touch -t "$stamp" {} +
+find "$stage" -exec touch -t "$stamp" {} +
 
 archive=orvel-os-$version.zip
-(cd "$work/bundle" && find 'Orvel OS.app' | sort | zip -q -X -y "$work/$archive" -@)
+if [ "$manifest" = linux.json ]; then
+  (cd "$stage" && find 'Orvel OS.app' | sort | zip -q -X -y "$work/$archive" -@)
+else
+  ditto -c -k --keepParent "$stage/Orvel OS.app" "$work/$archive"
+  # As the application unpacks it when it updates itself.
+  ditto -x -k "$work/$archive" "$work/unpacked"
+  codesign --verify --strict "$work/unpacked/Orvel OS.app" ||
+    fail "the signature did not survive the archive"
+fi
 printf '{"versie": "%s", "zip": "%s"}\n' "$version" "$archive" >"$work/$manifest"
 # The manifest last: it never names an archive that is not there.
 mv -f "$work/$archive" "$folder/$archive"
