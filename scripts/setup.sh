@@ -7,6 +7,7 @@ set -euo pipefail
 packages=(
   # The tools.
   g++ clang clang-format clang-tidy cmake ninja-build ccache pkg-config git zip
+  shellcheck librsvg2-bin
   # The fuzzer of Clang.
   libclang-rt-dev
   # What the application is built with.
