@@ -35,8 +35,12 @@ case $folder in /*) ;; *) folder=$PWD/$folder ;; esac
 cd "$checkout"
 
 system=$(uname -s)
+hint=''
 case $system in
-  Linux) executable=Contents/Linux/orvel-os ;;
+  Linux)
+    executable=Contents/Linux/orvel-os
+    hint='; scripts/setup.sh installs what it needs'
+    ;;
   Darwin) executable='Contents/MacOS/Orvel OS' ;;
   *) fail "there is no edition for $system" ;;
 esac
@@ -108,7 +112,7 @@ trap 'exit 129' HUP
 built="build/release-build/Orvel OS.app"
 # What an earlier build left in the bundle would be a part of this one.
 rm -rf "$built"
-cmake --preset release "${presets[@]}" >/dev/null || fail "the build could not be configured"
+cmake --preset release "${presets[@]}" >/dev/null || fail "the build could not be configured$hint"
 cmake --build --preset release --target orvel-os -- --quiet || fail "the build failed"
 [ -x "$built/$executable" ] || fail "the build left no '$executable'"
 

@@ -214,6 +214,7 @@ fi`);
   assert.deepEqual(calls().map(([name]) => name), ['uname', 'cmake', 'cmake', 'strip']);
   assert.equal(text('Contents/Linux/orvel-os'), 'new');
 
+  assert.match(run({ FAILS: 'cmake *' }).stderr, /configured; scripts\/setup\.sh installs what/);
   const { stderr: why } = run({ FAILS: 'strip *' });
   assert.match(why, /the executable could not be stripped\n$/);
   assert.equal(text('Contents/Linux/orvel-os'), 'new');
