@@ -35,10 +35,10 @@ class NotingDelegate final : public ApplicationDelegate {
 
 class ApplicationContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
-  void run() {
+  void runAndCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
     application().setRegularActivationPolicy();
-    application().run();
+    platform->runApplication(checks);
   }
   Application &application() { return platform->ports().application; }
   MainQueue &queue() { return platform->ports().mainQueue; }
@@ -56,11 +56,12 @@ TEST_P(ApplicationContract, LaunchesOnceAndEndsWhenAskedTo) {
     queue().post([&] { queueRan = true; });
     queue().after(milliseconds(20), [&] { platform->requestTermination(); });
   };
-  run();
-  EXPECT_EQ(delegate.launches, 1);
-  EXPECT_EQ(delegate.requests, 1);
-  EXPECT_TRUE(launchedOnMain);
-  EXPECT_TRUE(queueRan);
+  runAndCheck([&] {
+    EXPECT_EQ(delegate.launches, 1);
+    EXPECT_EQ(delegate.requests, 1);
+    EXPECT_TRUE(launchedOnMain);
+    EXPECT_TRUE(queueRan);
+  });
 }
 
 TEST_P(ApplicationContract, ADeferredTerminationWaitsForItsReply) {
@@ -76,10 +77,11 @@ TEST_P(ApplicationContract, ADeferredTerminationWaitsForItsReply) {
       application().replyToShouldTerminate();
     });
   };
-  run();
-  EXPECT_TRUE(replied);
-  EXPECT_EQ(ticks, 5);
-  EXPECT_EQ(delegate.requests, 1);
+  runAndCheck([&] {
+    EXPECT_TRUE(replied);
+    EXPECT_EQ(ticks, 5);
+    EXPECT_EQ(delegate.requests, 1);
+  });
 }
 
 TEST_P(ApplicationContract, FurtherRequestsAreIgnoredWhileOneWaits) {
@@ -90,8 +92,7 @@ TEST_P(ApplicationContract, FurtherRequestsAreIgnoredWhileOneWaits) {
     }
     queue().after(milliseconds(150), [&] { application().replyToShouldTerminate(); });
   };
-  run();
-  EXPECT_EQ(delegate.requests, 1);
+  runAndCheck([&] { EXPECT_EQ(delegate.requests, 1); });
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPlatform, ApplicationContract,

@@ -7,6 +7,8 @@ std::vector<PlatformUnderContract> platformsUnderContract() {
     {"Fake", makeFakeContractPlatform},
 #if defined(__linux__)
         {"Linux", makeLinuxContractPlatform},
+#elif defined(__APPLE__)
+        {"MacOS", makeMacosContractPlatform},
 #endif
   };
 }

@@ -25,6 +25,14 @@ class ContractPlatform {
   /// Whether the calling thread is this platform's main thread.
   virtual bool onMainThread() const = 0;
 
+  /// Runs the application to its end and the checks after that. Where the
+  /// application takes the process along, this happens in a process of its own,
+  /// which begins the test anew; nothing is left to do after this call.
+  virtual void runApplication(const std::function<void()> &checks) {
+    ports().application.run();
+    checks();
+  }
+
   /// Plays the user: types the text into the field of the alert that is in
   /// front, if it has one, and takes the button, or closes the alert without.
   virtual void answerAlert(const AlertAnswer &answer) = 0;
@@ -50,6 +58,8 @@ struct PlatformUnderContract {
 std::unique_ptr<ContractPlatform> makeFakeContractPlatform();
 #if defined(__linux__)
 std::unique_ptr<ContractPlatform> makeLinuxContractPlatform();
+#elif defined(__APPLE__)
+std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 #endif
 
 /// Every platform that this build can run; for testing::ValuesIn.

@@ -1,6 +1,7 @@
 #include "tests/contract/loopback_server.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,12 +15,24 @@ namespace orvel {
 
 namespace {
 
-/// A socket that is bound to a free port at 127.0.0.1.
-std::pair<int, int> boundSocket() {
-  const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+sockaddr_in loopback(int port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<in_port_t>(port));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+int newSocket() {
+  const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (descriptor >= 0) ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  return descriptor;
+}
+
+/// A socket that is bound to a free port at 127.0.0.1.
+std::pair<int, int> boundSocket() {
+  const int descriptor = newSocket();
+  sockaddr_in address = loopback(0);
   socklen_t size = sizeof address;
   auto *general = reinterpret_cast<sockaddr *>(&address);
   if (descriptor < 0 || ::bind(descriptor, general, size) != 0 ||
@@ -82,9 +95,12 @@ LoopbackServer::~LoopbackServer() {
     closing_ = true;
     for (const int descriptor : open_) ::shutdown(descriptor, SHUT_RDWR);
   }
-  // Ends the accept call that is waiting.
-  ::shutdown(listener_, SHUT_RDWR);
+  // Not every system ends an accept call that waits when its socket is shut down.
+  const int visitor = newSocket();
+  const sockaddr_in address = loopback(port_);
+  ::connect(visitor, reinterpret_cast<const sockaddr *>(&address), sizeof address);
   acceptor_.join();
+  ::close(visitor);
   ::close(listener_);
   for (std::thread &handler : handlers_) handler.join();
 }
@@ -100,8 +116,9 @@ std::vector<std::string> LoopbackServer::heads() const {
 
 void LoopbackServer::accept() {
   for (;;) {
-    const int descriptor = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    const int descriptor = ::accept(listener_, nullptr, nullptr);
     if (descriptor < 0) return;
+    ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     const std::lock_guard lock(mutex_);
     if (closing_) {
       ::close(descriptor);

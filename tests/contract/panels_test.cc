@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -13,11 +14,30 @@ namespace {
 
 class PanelsContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
+  MainQueue &queue() { return platform->ports().mainQueue; }
+
   void show(const Alert &alert) {
     platform->ports().panels.runModal(alert, [this](const AlertAnswer &answer) {
       EXPECT_TRUE(platform->onMainThread());
       answers.push_back(answer);
     });
+  }
+
+  /// Shows an alert, then has the user act. Both as work in the queue, for the
+  /// alert may hold up what shows it until it is answered.
+  bool isAnswered(const Alert &alert, const std::function<void()> &act) {
+    queue().post([this, alert] { show(alert); });
+    queue().post([this, act] {
+      EXPECT_TRUE(answers.empty());
+      act();
+    });
+    return platform->runUntil([this] { return answers.size() == 1; });
+  }
+  bool isAnswered(const Alert &alert, const AlertAnswer &answer) {
+    return isAnswered(alert, [this, answer] { platform->answerAlert(answer); });
+  }
+  bool isAnswered(const Alert &alert, AlertKey key) {
+    return isAnswered(alert, [this, key] { platform->pressInAlert(key); });
   }
 
   static Alert question() {
@@ -33,34 +53,24 @@ class PanelsContract : public testing::TestWithParam<PlatformUnderContract> {
   std::vector<AlertAnswer> answers;
 };
 
-// The completion may come inside the answer of the user or after it.
 TEST_P(PanelsContract, TellsTheButtonAndTheTextOnce) {
-  show(question());
-  EXPECT_TRUE(answers.empty());
-  platform->answerAlert({0, "https://example.test"});
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(question(), AlertAnswer{0, "https://example.test"}));
   EXPECT_EQ(answers[0].button, 0);
   EXPECT_EQ(answers[0].text, "https://example.test");
 }
 
 TEST_P(PanelsContract, CountsTheButtonsFromTheFirst) {
-  show(question());
-  platform->answerAlert({1, ""});
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(question(), AlertAnswer{1, ""}));
   EXPECT_EQ(answers[0].button, 1);
 }
 
 TEST_P(PanelsContract, AnAlertThatIsClosedHasNoButton) {
-  show(question());
-  platform->answerAlert({std::nullopt, ""});
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(question(), AlertAnswer{std::nullopt, ""}));
   EXPECT_EQ(answers[0].button, std::nullopt);
 }
 
 TEST_P(PanelsContract, ReturnTakesTheFirstButtonAndTheTextAsItStands) {
-  show(question());
-  platform->pressInAlert(AlertKey::enter);
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(question(), AlertKey::enter));
   EXPECT_EQ(answers[0].button, 0);
   EXPECT_EQ(answers[0].text, "http://127.0.0.1:4767/");
 }
@@ -69,57 +79,52 @@ TEST_P(PanelsContract, ReturnTakesTheFirstButtonWithoutAField) {
   Alert confirm;
   confirm.messageText = "Doorgaan?";
   confirm.buttons = {"OK", "Annuleren"};
-  show(confirm);
-  platform->pressInAlert(AlertKey::enter);
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(confirm, AlertKey::enter));
   EXPECT_EQ(answers[0].button, 0);
 }
 
-TEST_P(PanelsContract, EscapeClosesAnAlert) {
-  show(question());
-  platform->pressInAlert(AlertKey::escape);
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
-  EXPECT_EQ(answers[0].button, std::nullopt);
+TEST_P(PanelsContract, EscapeClosesAnAlertOrTakesTheButtonThatRefuses) {
+  ASSERT_TRUE(isAnswered(question(), AlertKey::escape));
+  EXPECT_TRUE(!answers[0].button || answers[0].button == 1);
 }
 
 TEST_P(PanelsContract, AMessageMayBeOfAnyLength) {
   Alert notice;
   for (int line = 0; line < 2000; ++line) notice.messageText += "Nog een regel é.\n";
-  show(notice);
-  platform->answerAlert({0, ""});
-  EXPECT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  EXPECT_TRUE(isAnswered(notice, AlertAnswer{0, ""}));
 }
 
 TEST_P(PanelsContract, ThePlatformsOwnButtonIsTheFirst) {
   Alert notice;
   notice.messageText = "Dat is geen geldig adres.";
-  show(notice);
-  platform->answerAlert({0, ""});
-  ASSERT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  ASSERT_TRUE(isAnswered(notice, AlertAnswer{0, ""}));
   EXPECT_EQ(answers[0].button, 0);
 }
 
 TEST_P(PanelsContract, WorkGoesOnWhileAnAlertIsOpen) {
-  show(question());
-  bool posted = false;
-  bool delayed = false;
-  platform->ports().mainQueue.post([&] { posted = true; });
-  platform->ports().mainQueue.after(std::chrono::milliseconds(30), [&] { delayed = true; });
-  ASSERT_TRUE(platform->runUntil([&] { return posted && delayed; }));
-  EXPECT_TRUE(answers.empty());
-  platform->answerAlert({0, ""});
-  EXPECT_TRUE(platform->runUntil([&] { return answers.size() == 1; }));
+  int posted = 0;
+  EXPECT_TRUE(isAnswered(question(), [&] {
+    queue().post([&] { ++posted; });
+    queue().after(std::chrono::milliseconds(30), [&] {
+      EXPECT_EQ(posted, 1);
+      EXPECT_TRUE(answers.empty());
+      platform->answerAlert({0, ""});
+    });
+  }));
 }
 
 TEST_P(PanelsContract, ACompletionMayShowTheNextAlert) {
+  const auto answer = [&] { platform->answerAlert({0, ""}); };
   std::vector<int> order;
-  platform->ports().panels.runModal(question(), [&](const AlertAnswer &) {
-    order.push_back(1);
-    platform->ports().panels.runModal(question(), [&](const AlertAnswer &) { order.push_back(2); });
+  queue().post([&] {
+    platform->ports().panels.runModal(question(), [&](const AlertAnswer &) {
+      order.push_back(1);
+      queue().post(answer);
+      platform->ports().panels.runModal(question(),
+                                        [&](const AlertAnswer &) { order.push_back(2); });
+    });
   });
-  platform->answerAlert({0, ""});
-  ASSERT_TRUE(platform->runUntil([&] { return order.size() == 1; }));
-  platform->answerAlert({0, ""});
+  queue().post(answer);
   ASSERT_TRUE(platform->runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }

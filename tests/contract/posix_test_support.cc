@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
