@@ -19,16 +19,20 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 
 }  // namespace
 
-@implementation AppDelegateBridge
+@implementation AppDelegateBridge {
+  BOOL _terminationWaits;
+}
 
 - (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
   self.application->applicationDidFinishLaunching();
 }
 
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
-  return self.application->applicationShouldTerminate() == orvel::TerminateReply::now
-             ? NSTerminateNow
-             : NSTerminateLater;
+  // The one that waits is the answer to every further request.
+  if (_terminationWaits) return NSTerminateLater;
+  _terminationWaits =
+      self.application->applicationShouldTerminate() == orvel::TerminateReply::later;
+  return _terminationWaits ? NSTerminateLater : NSTerminateNow;
 }
 
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused sender {

@@ -11,7 +11,8 @@ class FileManagerLocations final : public Locations {
   /// Without such a folder the process stops.
   std::string downloads() const override;
   std::string temporary() const override;
-  /// One item replacement by the file manager, with no option and no backup.
+  /// One item replacement by the file manager, with no option and no backup,
+  /// of one folder by another.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool isExecutableFile(const std::string &path) const override;
 };

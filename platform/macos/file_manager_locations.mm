@@ -2,10 +2,27 @@
 
 #import <Foundation/Foundation.h>
 
+#include <filesystem>
+#include <system_error>
+
 #import "platform/macos/cocoa_text.h"
 #import "platform/macos/cocoa_url.h"
 
 namespace orvel {
+
+namespace {
+
+/// The file manager would put a file in the place of a folder, follow a link
+/// and take a folder for its own replacement.
+bool areTwoFolders(const std::string &one, const std::string &other) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  return fs::symlink_status(one, error).type() == fs::file_type::directory &&
+         fs::symlink_status(other, error).type() == fs::file_type::directory &&
+         !fs::equivalent(one, other, error);
+}
+
+}  // namespace
 
 std::string FileManagerLocations::home() const {
   return fromCocoa(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
@@ -23,6 +40,7 @@ std::string FileManagerLocations::temporary() const {
 
 bool FileManagerLocations::replaceItem(const std::string &original,
                                        const std::string &replacement) const {
+  if (!areTwoFolders(original, replacement)) return false;
   return [NSFileManager.defaultManager replaceItemAtURL:fileUrl(original)
                                           withItemAtURL:fileUrl(replacement)
                                          backupItemName:nil

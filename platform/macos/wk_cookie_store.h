@@ -11,8 +11,7 @@ class WKCookieStore final : public CookieStore {
  public:
   explicit WKCookieStore(WKHTTPCookieStore *store) : store_(store) {}
 
-  /// A cookie that Foundation refuses (one without a domain) is not stored, and
-  /// the completion comes inside the call.
+  /// A cookie that Foundation refuses (one without a domain) is not stored.
   void set(const Cookie &cookie, std::function<void()> completion) override;
   void all(std::function<void(std::vector<Cookie>)> completion) override;
 

@@ -46,7 +46,8 @@ Cookie fromCocoa(NSHTTPCookie *cookie) {
 
 void WKCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
   NSHTTPCookie *made = toCocoa(cookie);
-  if (made == nil) return completion();
+  // Nothing to store; the store completes later all the same.
+  if (made == nil) return all([completion](const auto &) { completion(); });
   [store_ setCookie:made
       completionHandler:^{
         completion();

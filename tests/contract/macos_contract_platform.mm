@@ -42,18 +42,21 @@ void postNothing() {
            atStart:NO];
 }
 
+/// A press and its release.
 void postKey(NSWindow *window, NSString *characters, unsigned short code) {
-  [NSApp postEvent:[NSEvent keyEventWithType:NSEventTypeKeyDown
-                                          location:NSZeroPoint
-                                     modifierFlags:0
-                                         timestamp:NSProcessInfo.processInfo.systemUptime
-                                      windowNumber:window.windowNumber
-                                           context:nil
-                                        characters:characters
-                       charactersIgnoringModifiers:characters
-                                         isARepeat:NO
-                                           keyCode:code]
-           atStart:NO];
+  for (const NSEventType type : {NSEventTypeKeyDown, NSEventTypeKeyUp}) {
+    [NSApp postEvent:[NSEvent keyEventWithType:type
+                                            location:NSZeroPoint
+                                       modifierFlags:0
+                                           timestamp:NSProcessInfo.processInfo.systemUptime
+                                        windowNumber:window.windowNumber
+                                             context:nil
+                                          characters:characters
+                         charactersIgnoringModifiers:characters
+                                           isARepeat:NO
+                                             keyCode:code]
+             atStart:NO];
+  }
 }
 
 NSWindow *frontAlert() {
