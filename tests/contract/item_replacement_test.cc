@@ -72,6 +72,10 @@ TEST_P(ItemReplacementContract, TakesNamesAsTheyAre) {
   for (const std::string name : {"blanks  and 'quotes'", "\"double\" `back`", "line\nbreak",
                                  "$(reboot)", "-rf", "caf\xC3\xA9", "\xFF not UTF-8", "a%20b"}) {
     const fs::path folder = folder_.path() / "names" / name;
+    std::error_code error;
+    // Not every file system has names that are no text.
+    if (!fs::create_directories(folder, error) && error == std::errc::illegal_byte_sequence)
+      continue;
     expectReplaced(folder / name, folder_.path() / "unpacked" / name / "x");
   }
 }
