@@ -7,6 +7,7 @@
 
 #import "platform/macos/cocoa_text.h"
 #import "platform/macos/cocoa_url.h"
+#include "platform/real_folder.h"
 
 namespace orvel {
 
@@ -15,11 +16,9 @@ namespace {
 /// The file manager would put a file in the place of a folder, follow a link
 /// and take a folder for its own replacement.
 bool areTwoFolders(const std::string &one, const std::string &other) {
-  namespace fs = std::filesystem;
   std::error_code error;
-  return fs::symlink_status(one, error).type() == fs::file_type::directory &&
-         fs::symlink_status(other, error).type() == fs::file_type::directory &&
-         !fs::equivalent(one, other, error);
+  return isRealFolder(one) && isRealFolder(other) &&
+         !std::filesystem::equivalent(one, other, error);
 }
 
 }  // namespace
