@@ -41,9 +41,9 @@ struct HttpResponse {
   int statusCode = 0;
   /// The name that the body would have as a file: that of Content-Disposition
   /// (RFC 6266), else the last path component of the final address, else its
-  /// host, with an extension for its media type when it has none. Nothing when there is no
-  /// such name. Filled for download tasks; as the server wrote it, so it may
-  /// hold any character.
+  /// host, with an extension for its media type when it has none. Nothing when
+  /// there is no such name. Filled for download tasks; as the server wrote it,
+  /// so it may hold any character.
   std::optional<std::string> suggestedFilename{};
 };
 

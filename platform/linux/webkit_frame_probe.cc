@@ -55,10 +55,10 @@ std::string_view withoutFragment(std::string_view address) {
 }
 
 /// Where a navigation that led nowhere was meant to go. Another one in its frame
-/// has overtaken it, or the frame is gone, or it is a link that downloads. A page that has several
-/// links clicked at once wants all their files; a frame that is given one address after the other
-/// shows only the last. One to a place within its document leads nowhere by itself, and only a
-/// frame has such a document.
+/// has overtaken it, or the frame is gone, or it is a link that downloads. A page
+/// that has several links clicked at once wants all their files; a frame that is
+/// given one address after the other shows only the last. One to a place within
+/// its document leads nowhere by itself, and only a frame has such a document.
 NavigationTarget targetOfOvertaken(WebKitNavigationAction *action) {
   const std::string_view address =
       webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
