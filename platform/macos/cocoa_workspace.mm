@@ -6,12 +6,21 @@
 
 namespace orvel {
 
-void CocoaWorkspace::open(const Url &url) {
-  if (NSURL *address = toCocoa(url)) [NSWorkspace.sharedWorkspace openURL:address];
+namespace {
+
+/// Does not wait, and says nothing when there is no application for it.
+void openSilently(NSURL *address) {
+  NSWorkspaceOpenConfiguration *configuration = [NSWorkspaceOpenConfiguration configuration];
+  configuration.promptsUserIfNeeded = NO;
+  [NSWorkspace.sharedWorkspace openURL:address configuration:configuration completionHandler:nil];
 }
 
-void CocoaWorkspace::openFile(const std::string &path) {
-  [NSWorkspace.sharedWorkspace openURL:fileUrl(path)];
+}  // namespace
+
+void CocoaWorkspace::open(const Url &url) {
+  if (NSURL *address = toCocoa(url)) openSilently(address);
 }
+
+void CocoaWorkspace::openFile(const std::string &path) { openSilently(fileUrl(path)); }
 
 }  // namespace orvel

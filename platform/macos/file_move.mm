@@ -11,9 +11,11 @@ namespace orvel {
 
 namespace {
 
-MoveResult renameToFreeName(const char *from, const char *to) {
-  if (::renamex_np(from, to, RENAME_EXCL) == 0) return MoveResult::moved;
-  return errno == EEXIST ? MoveResult::taken : MoveResult::failed;
+/// The number of the error, or 0.
+int renameToFreeName(NSURL *from, NSURL *to) {
+  const int result =
+      ::renamex_np(from.fileSystemRepresentation, to.fileSystemRepresentation, RENAME_EXCL);
+  return result == 0 ? 0 : errno;
 }
 
 /// The file manager refuses a name that is taken, but looks before it moves.
@@ -25,13 +27,20 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
   return error.code == NSFileWriteFileExistsError ? MoveResult::taken : MoveResult::failed;
 }
 
-/// Moves within a volume. Network volumes may not know how to rename without
-/// replacing.
-MoveResult moveOnVolume(NSURL *from, NSURL *to) {
-  const MoveResult result =
-      renameToFreeName(from.fileSystemRepresentation, to.fileSystemRepresentation);
-  const bool isUnknown = result == MoveResult::failed && (errno == ENOTSUP || errno == ENOSYS);
-  return isUnknown ? moveByFileManager(from, to) : result;
+/// What became of a rename within a volume.
+MoveResult resultOf(int error, NSURL *from, NSURL *to) {
+  switch (error) {
+    case 0:
+      return MoveResult::moved;
+    case EEXIST:
+      return MoveResult::taken;
+    // Network volumes may not know how to rename without replacing.
+    case ENOTSUP:
+    case ENOSYS:
+      return moveByFileManager(from, to);
+    default:
+      return MoveResult::failed;
+  }
 }
 
 /// Copies to a folder beside the destination first, so that nothing that is
@@ -47,7 +56,7 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
   NSURL *beside = [folder URLByAppendingPathComponent:@"download"];
   MoveResult result = moveByFileManager(from, beside);
   if (result == MoveResult::moved) {
-    result = moveOnVolume(beside, to);
+    result = resultOf(renameToFreeName(beside, to), beside, to);
     // The name is free for another try only while the file is where it was.
     if (result != MoveResult::moved) moveByFileManager(beside, from);
   }
@@ -58,10 +67,11 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
 }  // namespace
 
 MoveResult moveFile(const std::string &from, const std::string &to) {
-  const MoveResult result = moveOnVolume(fileUrl(from), fileUrl(to));
-  return result == MoveResult::failed && errno == EXDEV
-             ? moveAcrossVolumes(fileUrl(from), fileUrl(to))
-             : result;
+  NSURL *source = fileUrl(from);
+  NSURL *destination = fileUrl(to);
+  const int error = renameToFreeName(source, destination);
+  return error == EXDEV ? moveAcrossVolumes(source, destination)
+                        : resultOf(error, source, destination);
 }
 
 }  // namespace orvel

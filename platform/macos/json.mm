@@ -7,9 +7,13 @@
 namespace orvel {
 
 std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
-  // Foundation would guess at other encodings and skip a byte order mark.
+  // Foundation would guess at other encodings, by the NUL bytes in them, and skip
+  // a byte order mark.
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-  if (utf8Text(bytes) == nil || bytes.starts_with(byteOrderMark)) return std::nullopt;
+  if (utf8Text(bytes) == nil || bytes.find('\0') != std::string_view::npos ||
+      bytes.starts_with(byteOrderMark)) {
+    return std::nullopt;
+  }
   NSData *data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
   id top = [NSJSONSerialization JSONObjectWithData:data options:0 error:nil];
   if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;

@@ -5,6 +5,7 @@
 
 @implementation RedirectGuard {
   NSURLRequest *_request;
+  BOOL _isElsewhere;
 }
 
 - (instancetype)initWithRequest:(NSURLRequest *)request {
@@ -20,12 +21,16 @@
              completionHandler:(void (^)(NSURLRequest *))handler {
   const auto from = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
-  if (from && to && orvel::fieldsGoAlong(*from, *to)) return handler(request);
-  NSMutableURLRequest *bare = [request mutableCopy];
+  // Nor does another host get them back by sending us home.
+  _isElsewhere = _isElsewhere || !from || !to || !orvel::fieldsGoAlong(*from, *to);
+  NSMutableURLRequest *next = [request mutableCopy];
+  next.HTTPShouldHandleCookies = _request.HTTPShouldHandleCookies;
+  // Foundation leaves some of them out by itself.
   for (NSString *field in _request.allHTTPHeaderFields) {
-    [bare setValue:nil forHTTPHeaderField:field];
+    [next setValue:_isElsewhere ? nil : [_request valueForHTTPHeaderField:field]
+        forHTTPHeaderField:field];
   }
-  handler(bare);
+  handler(next);
 }
 
 @end

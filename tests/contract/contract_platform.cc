@@ -13,4 +13,10 @@ std::vector<PlatformUnderContract> platformsUnderContract() {
   };
 }
 
+std::vector<PlatformUnderContract> desktopsUnderContract() {
+  auto platforms = platformsUnderContract();
+  platforms.erase(platforms.begin());
+  return platforms;
+}
+
 }  // namespace orvel

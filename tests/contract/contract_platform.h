@@ -64,5 +64,7 @@ std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 
 /// Every platform that this build can run; for testing::ValuesIn.
 std::vector<PlatformUnderContract> platformsUnderContract();
+/// Those of them that reach real servers.
+std::vector<PlatformUnderContract> desktopsUnderContract();
 
 }  // namespace orvel

@@ -86,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(NotUtf8, NoJson,
                          testing::Values("{\"a\":\"\xff\"}", "{\"a\":\"\xc3\"}",
                                          "{\"a\":\"\xed\xa0\x80\"}", "{\"a\":\"\xc0\x80\"}",
                                          "{\"\xe9\":\"x\"}", "{\"a\":\"\xf5\x80\x80\x80\"}",
-                                         "\xff\xfe{\0}\0"s));
+                                         "\xff\xfe{\0}\0"s, "{\0}\0"s, "\0{\0}"s));
 
 TEST(JsonText, IsRefusedWhereverItIsCut) {
   const std::string whole =

@@ -163,4 +163,8 @@ std::string answer(std::string_view status, std::string_view body, std::string_v
          "\r\n" + std::string(furtherFields) + "\r\n" + std::string(body);
 }
 
+std::string redirection(std::string_view location, std::string_view status) {
+  return answer(status, "moved", "Location: " + std::string(location) + "\r\n");
+}
+
 }  // namespace orvel

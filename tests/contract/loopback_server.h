@@ -83,4 +83,7 @@ std::string fieldIn(const std::string &head, std::string_view name);
 std::string answer(std::string_view status, std::string_view body,
                    std::string_view furtherFields = "");
 
+/// An answer that sends the client elsewhere.
+std::string redirection(std::string_view location, std::string_view status = "302 Found");
+
 }  // namespace orvel

@@ -17,15 +17,15 @@ namespace {
 
 std::vector<std::string> openedSoFar;
 
-/// In the place of openURL: on the shared workspace. The default applications
-/// are those of whoever runs the tests, and not to be started by them.
-BOOL recordInstead(id /*workspace*/, SEL /*command*/, NSURL *url) {
-  if (url.fileURL && ![NSFileManager.defaultManager fileExistsAtPath:url.path]) return NO;
+/// In the place of what the shared workspace does. The default applications are
+/// those of whoever runs the tests, and not to be started by them.
+void recordInstead(id /*workspace*/, SEL /*command*/, NSURL *url, id /*configuration*/,
+                   id /*completion*/) {
+  if (url.fileURL && ![NSFileManager.defaultManager fileExistsAtPath:url.path]) return;
   // The letters of a file URL come decomposed.
   NSString *text =
       url.fileURL ? url.path.precomposedStringWithCanonicalMapping : url.absoluteString;
   openedSoFar.push_back(fromCocoa(text));
-  return YES;
 }
 
 /// Lets a loop see that work outside any event has ended it.
@@ -89,7 +89,8 @@ class MacosContractPlatform final : public ContractPlatform {
  public:
   MacosContractPlatform() {
     openedSoFar.clear();
-    method_setImplementation(class_getInstanceMethod(NSWorkspace.class, @selector(openURL:)),
+    method_setImplementation(class_getInstanceMethod(NSWorkspace.class, @selector
+                                                     (openURL:configuration:completionHandler:)),
                              reinterpret_cast<IMP>(recordInstead));
     // What an earlier test stored.
     [NSUserDefaults.standardUserDefaults

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <future>
 
 #include "platform/linux/soup_http_session.h"
 #include "tests/contract/http_replies.h"
@@ -47,15 +46,6 @@ TEST_F(SoupHttpRequest, CarriesItsFieldsToTheByte) {
   EXPECT_EQ(fieldIn(head, "X-ORVEL-App"), " sl\tEu;\"tel\" \xC3\xA9\xff");
   EXPECT_EQ(fieldIn(head, "X-Lower-case"), "   two blanks");
   EXPECT_EQ(fieldIn(head, "Cookie"), " a=b; c=d");
-}
-
-TEST_F(SoupHttpRequest, CarriesEmptyFields) {
-  auto request = requestOf(server_.url());
-  request.setHeader("X-ORVEL-App", "");
-  request.setHeader("Cookie", "");
-  const std::string head = headOf(request);
-  EXPECT_EQ(fieldIn(head, "X-ORVEL-App"), " ");
-  EXPECT_EQ(fieldIn(head, "Cookie"), " ");
 }
 
 TEST_F(SoupHttpRequest, AsksForFreshDataWhenToldTo) {
@@ -125,94 +115,11 @@ TEST_F(SoupHttpRequest, KeepsNoAnswers) {
   EXPECT_EQ(fieldIn(server.heads()[1], "If-None-Match"), "(absent)");
 }
 
-/// A server that sends everybody elsewhere, with a status.
-LoopbackServer redirectTo(const std::string &address, const std::string &status = "302 Found") {
-  return LoopbackServer([=](LoopbackConnection &client, const std::string &) {
-    client.send(answer(status, "moved", "Location: " + address + "\r\n"));
-  });
-}
-
-UrlRequest keyed(const std::string &address) {
-  auto request = requestOf(address);
-  request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
-  request.setHeader("X-ORVEL-App", "key");
-  request.setHeader("Cookie", "a=b");
-  return request;
-}
-
-class SoupHttpRedirect : public testing::TestWithParam<std::string> {
- protected:
-  SoupHttpSession session_;
-};
-
-TEST_P(SoupHttpRedirect, TakesTheFieldsAlongToTheSameOrigin) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /new ") ? answer("200 OK", "there")
-                                              : answer(GetParam(), "moved", "Location: /new\r\n"));
-  });
-  const auto reply = fetch(session_, keyed(server.url("/old")));
-  EXPECT_EQ(reply.status, 200);
-  EXPECT_EQ(reply.body, "there");
-  ASSERT_EQ(server.heads().size(), 2U);
-  EXPECT_EQ(fieldIn(server.heads()[1], "X-ORVEL-App"), " key");
-  EXPECT_EQ(fieldIn(server.heads()[1], "Cookie"), " a=b");
-}
-
-TEST_P(SoupHttpRedirect, LeavesTheFieldsBehindForAnotherOrigin) {
-  LoopbackServer other([](LoopbackConnection &client, const std::string &) {
-    client.send(answer("200 OK", "elsewhere"));
-  });
-  const LoopbackServer server = redirectTo(other.url("/new"), GetParam());
-  const auto reply = fetch(session_, keyed(server.url()));
-  EXPECT_EQ(reply.body, "elsewhere");
-  ASSERT_EQ(server.heads().size(), 1U);
-  EXPECT_EQ(fieldIn(server.heads()[0], "X-ORVEL-App"), " key");
-  ASSERT_EQ(other.heads().size(), 1U);
-  EXPECT_EQ(fieldIn(other.heads()[0], "X-ORVEL-App"), "(absent)");
-  EXPECT_EQ(fieldIn(other.heads()[0], "Cookie"), "(absent)");
-  EXPECT_EQ(fieldIn(other.heads()[0], "Cache-Control"), " no-cache");
-  EXPECT_EQ(fieldIn(other.heads()[0], "Host"), " 127.0.0.1:" + std::to_string(other.port()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Statuses, SoupHttpRedirect,
-                         testing::Values("301 Moved", "302 Found", "303 See Other", "307 Temporary",
-                                         "308 Permanent"));
-
 using SoupHttpRedirects = SoupHttpRequest;
 
-TEST_F(SoupHttpRedirects, TakeAnotherHostNameForAnotherOrigin) {
-  std::promise<std::string> elsewhere;
-  const auto target = elsewhere.get_future().share();
-  LoopbackServer server([target](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /new ")
-                    ? answer("200 OK", "")
-                    : answer("302 Found", "", "Location: " + target.get() + "\r\n"));
-  });
-  elsewhere.set_value("http://localhost:" + std::to_string(server.port()) + "/new");
-  EXPECT_EQ(fetch(session_, keyed(server.url("/old"))).status, 200);
-  ASSERT_EQ(server.heads().size(), 2U);
-  EXPECT_EQ(fieldIn(server.heads()[1], "X-ORVEL-App"), "(absent)");
-}
-
-TEST_F(SoupHttpRedirects, DoNotGiveTheFieldsBackOnTheWayHome) {
-  std::promise<std::string> elsewhere;
-  const auto target = elsewhere.get_future().share();
-  LoopbackServer home([target](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /back ")
-                    ? answer("200 OK", "")
-                    : answer("302 Found", "", "Location: " + target.get() + "\r\n"));
-  });
-  const LoopbackServer other = redirectTo(home.url("/back"));
-  elsewhere.set_value(other.url());
-  EXPECT_EQ(fetch(session_, keyed(home.url())).status, 200);
-  ASSERT_EQ(home.heads().size(), 2U);
-  EXPECT_EQ(fieldIn(home.heads()[1], "X-ORVEL-App"), "(absent)");
-}
-
 TEST_F(SoupHttpRedirects, EndInAFailureWhenTheyGoRound) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send(answer("302 Found", "", "Location: /again\r\n"));
-  });
+  LoopbackServer server(
+      [](LoopbackConnection &client, const std::string &) { client.send(redirection("/again")); });
   EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt);
   EXPECT_LE(server.heads().size(), 21U);
   EXPECT_GE(server.heads().size(), 10U);
@@ -221,7 +128,9 @@ TEST_F(SoupHttpRedirects, EndInAFailureWhenTheyGoRound) {
 TEST_F(SoupHttpRedirects, NeverLeaveHttp) {
   for (const char *target : {"file:///etc/hostname", "data:text/plain,x", "ftp://127.0.0.1/",
                              "http://", "http://[", "javascript:1"}) {
-    const LoopbackServer server = redirectTo(target);
+    const LoopbackServer server([target](LoopbackConnection &client, const std::string &) {
+      client.send(redirection(target));
+    });
     const auto reply = fetch(session_, requestOf(server.url()));
     EXPECT_NE(reply.status, 200) << target;
     EXPECT_EQ(server.heads().size(), 1U) << target;

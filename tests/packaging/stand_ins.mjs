@@ -3,8 +3,8 @@
 
 import { spawnSync } from 'node:child_process';
 import {
-  chmodSync, cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, symlinkSync,
-  writeFileSync,
+  chmodSync, cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, realpathSync, rmSync,
+  symlinkSync, writeFileSync,
 } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -26,7 +26,8 @@ export function located(program) {
 /// `parts` are the folders that the copy has beside the scripts.
 export class Workshop {
   constructor(...parts) {
-    this.folder = mkdtempSync(join(tmpdir(), 'orvel packaging '));
+    // What the scripts print has no link in it, and a Mac's temporary folder has one.
+    this.folder = realpathSync(mkdtempSync(join(tmpdir(), 'orvel packaging ')));
     for (const part of ['scripts', ...parts]) {
       cpSync(join(sources, part), join(this.folder, part), { recursive: true });
     }
