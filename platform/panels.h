@@ -20,8 +20,8 @@ struct AlertTextField {
 struct Alert {
   std::string messageText;
   std::string informativeText;
-  /// The first is the default one, answered by Return. None gives the
-  /// platform's own single button.
+  /// The first is the default one, answered by Return. Escape takes the last of
+  /// several, or closes the alert. None gives the platform's own single button.
   std::vector<std::string> buttons;
   std::optional<AlertTextField> textField;
 

@@ -34,14 +34,14 @@ done
 
 # The compiler takes a misspelt delegate method for one of the object's own.
 # So every selector that a delegate implements has to be declared in a header of
-# the platform, but for the three commands of the menu.
+# the platform, but for those that are our own.
 delegates=(platform/macos/app_delegate_bridge.mm platform/macos/redirect_guard.mm)
 mapfile -t selectors < <(
   awk '/^- \(/ { method = "" } { method = method " " $0 } /^[- ].*\{$/ && method ~ /^ - \(/ {
          print method; method = "" }' "${delegates[@]}" |
     sed -E ':a; s/\([^()]*\)//g; ta; s/__unused//g; s/^ - *//; s/ *\{$//' |
     awk '!/:/ { print $1; next } { gsub(/: *[A-Za-z]+ */, ":"); print }' |
-    grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|initWithRequest:'
+    grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|proceedWithTermination|closeAlerts|initWithRequest:'
 )
 [ ${#selectors[@]} -gt 0 ] || fail "no delegate method was found"
 mkdir -p "$folder"

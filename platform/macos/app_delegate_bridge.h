@@ -15,6 +15,10 @@
 /// Set before the web view loads anything.
 @property(nonatomic) orvel::WebViewDelegate *page;
 
+/// Ends the wait of a deferred termination. Alerts that were opened during the
+/// wait are closed: their loops stand above the one that waits.
+- (void)proceedWithTermination;
+
 /// The menu's own commands; they take no sender.
 - (void)zoekUpdateMenu;
 - (void)kiesAdres;

@@ -21,6 +21,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 
 @implementation AppDelegateBridge {
   BOOL _terminationWaits;
+  BOOL _terminationProceeds;
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
@@ -28,11 +29,41 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 }
 
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
+  // What a closed alert leads to may ask once more.
+  if (_terminationProceeds) return NSTerminateNow;
   // The one that waits is the answer to every further request.
   if (_terminationWaits) return NSTerminateLater;
   _terminationWaits =
       self.application->applicationShouldTerminate() == orvel::TerminateReply::later;
   return _terminationWaits ? NSTerminateLater : NSTerminateNow;
+}
+
+- (void)proceedWithTermination {
+  _terminationProceeds = YES;
+  [NSApplication.sharedApplication replyToApplicationShouldTerminate:YES];
+  [self closeAlerts];
+}
+
+/// The innermost alert now, those below it when their loops run again.
+- (void)closeAlerts {
+  NSApplication *application = NSApplication.sharedApplication;
+  if (application.modalWindow == nil) return;
+  [application stopModalWithCode:NSModalResponseAbort];
+  // The loop looks whether it was stopped only after an event.
+  [application postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
+                                            location:NSZeroPoint
+                                       modifierFlags:0
+                                           timestamp:0
+                                        windowNumber:0
+                                             context:nil
+                                             subtype:0
+                                               data1:0
+                                               data2:0]
+                 atStart:NO];
+  [self performSelector:@selector(closeAlerts)
+             withObject:nil
+             afterDelay:0.05
+                inModes:@[ NSModalPanelRunLoopMode ]];
 }
 
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused sender {

@@ -17,8 +17,6 @@ void CocoaApplication::activate() { [application_ activateIgnoringOtherApps:YES]
 
 void CocoaApplication::terminate() { [application_ terminate:nil]; }
 
-void CocoaApplication::replyToShouldTerminate() {
-  [application_ replyToApplicationShouldTerminate:YES];
-}
+void CocoaApplication::replyToShouldTerminate() { [bridge_ proceedWithTermination]; }
 
 }  // namespace orvel
