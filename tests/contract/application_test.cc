@@ -95,6 +95,28 @@ TEST_P(ApplicationContract, FurtherRequestsAreIgnoredWhileOneWaits) {
   runAndCheck([&] { EXPECT_EQ(delegate.requests, 1); });
 }
 
+TEST_P(ApplicationContract, AlertsOpenedMeanwhileDoNotHoldIt) {
+  delegate.reply = TerminateReply::later;
+  Alert question;
+  question.messageText = "Doorgaan?";
+  question.buttons = {"OK", "Annuleren"};
+  int shown = 0;
+  const auto show = [&] {
+    ++shown;
+    platform->ports().panels.runModal(question, [](const AlertAnswer &) {});
+  };
+  delegate.atLaunch = [&] {
+    queue().post([&] { platform->requestTermination(); });
+    queue().after(milliseconds(30), show);
+    queue().after(milliseconds(60), show);
+    queue().after(milliseconds(200), [&] { application().replyToShouldTerminate(); });
+  };
+  runAndCheck([&] {
+    EXPECT_EQ(shown, 2);
+    EXPECT_EQ(delegate.requests, 1);
+  });
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryPlatform, ApplicationContract,
                          testing::ValuesIn(platformsUnderContract()),
                          [](const auto &platform) { return platform.param.name; });
