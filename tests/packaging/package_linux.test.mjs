@@ -181,6 +181,14 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
   t.after(async () => {
     for (const undo of undoing.reverse()) await undo();
   });
+  // Whoever breaks off the test does not have to clean up: nothing here waits.
+  let breakOff = () => {};
+  for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
+    process.on(signal, () => {
+      breakOff();
+      process.exit(1);
+    });
+  }
   // Without blanks: `gio` and the tools of packages get their paths by way of files.
   const work = mkdtempSync(join(tmpdir(), 'orvel-installed-'));
   undoing.push(() => rmSync(work, { recursive: true, force: true }));
@@ -199,6 +207,15 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
     for (const { pid } of left) kill(pid);
     return left.length === 0;
   }));
+
+  breakOff = () => {
+    for (const { pid } of markedProcesses(marker)) kill(pid);
+    screen.end();
+    kill(machine.process.pid);
+    for (const place of [screen.folder, work, folder]) {
+      rmSync(place, { recursive: true, force: true });
+    }
+  };
 
   const database = readFileSync('/var/lib/dpkg/status');
   cpSync(path('een map', name), join(work, name));
