@@ -16,6 +16,8 @@ packages=(
   # sandbox, drawing, https, icons and fonts.
   zsh lsof procps unzip bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
+  # What makes and judges the Debian package, and what tries it.
+  dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
   # What the tests drive it with.
   libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
   strace
