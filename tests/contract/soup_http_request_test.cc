@@ -194,6 +194,18 @@ TEST_F(SoupHttpRedirects, TakeAnotherHostNameForAnotherOrigin) {
   EXPECT_EQ(fieldIn(server.heads()[1], "X-ORVEL-App"), "(absent)");
 }
 
+TEST_F(SoupHttpRedirects, TakeTheFieldsAlongToAPathThatIsNotEscaped) {
+  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+    client.send(head.starts_with("GET /old ")
+                    ? answer("302 Found", "", "Location: /a[1]|{b}^c.csv\r\n")
+                    : answer("200 OK", "there"));
+  });
+  EXPECT_EQ(fetch(session_, keyed(server.url("/old"))).body, "there");
+  ASSERT_EQ(server.heads().size(), 2U);
+  EXPECT_EQ(fieldIn(server.heads()[1], "X-ORVEL-App"), " key");
+  EXPECT_EQ(fieldIn(server.heads()[1], "Cookie"), " a=b");
+}
+
 TEST_F(SoupHttpRedirects, DoNotGiveTheFieldsBackOnTheWayHome) {
   std::promise<std::string> elsewhere;
   const auto target = elsewhere.get_future().share();
