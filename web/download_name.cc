@@ -52,8 +52,9 @@ std::string lastComponent(const Url &url) {
   std::string_view address = url.absoluteString;
   address = address.substr(0, address.find_first_of("?#"));
   while (address.ends_with('/')) address.remove_suffix(1);
-  const std::string component(address.substr(address.rfind('/')));
-  const auto decoded = Url::parse(component);
+  // A relative address may have no other component before it.
+  const std::string component(address.substr(address.rfind('/') + 1));
+  const auto decoded = Url::parse("/" + component);
   return decoded && !decoded->path.empty() ? decoded->path.substr(1) : "";
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/linux/suggested_filename.h"
+#include "platform/linux/webkit_url.h"
 
 namespace orvel {
 
@@ -152,7 +153,8 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  const auto to = Url::parse(addressOf(message_.get()));
+  // A server may name a path that is none by RFC 3986, and it is asked for all the same.
+  const auto to = Url::parse(withEscapes(addressOf(message_.get())));
   if (to && fieldsGoAlong(request_.url, *to)) return;
   for (const auto &[name, value] : request_.headers) {
     soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());

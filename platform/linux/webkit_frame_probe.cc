@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/linux/main_frame_filter.h"
+
 namespace orvel {
 
 namespace {
@@ -208,24 +210,6 @@ std::shared_ptr<WebKitFrameProbe::Attempt> WebKitFrameProbe::endAttempt() {
                                               attempt_->filter.get());
   }
   return std::exchange(attempt_, nullptr);
-}
-
-std::string mainFrameFilter(std::string_view address) {
-  address = address.substr(0, address.find_first_of("?#"));
-  std::string pattern = "^";
-  for (const char character : address) {
-    if (g_ascii_ispunct(character)) pattern += R"(\\)";
-    if (character == '"' || character == '\\') pattern += '\\';
-    pattern += character;
-  }
-  std::string rules;
-  for (const char *end : {"$", "[?#]"}) {
-    rules += rules.empty() ? "[" : ",";
-    rules += R"({"action":{"type":"block"},"trigger":{"resource-type":["top-document"],)"
-             R"("url-filter-is-case-sensitive":true,"url-filter":")" +
-             pattern + end + "\"}}";
-  }
-  return rules + "]";
 }
 
 }  // namespace orvel

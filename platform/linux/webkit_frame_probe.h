@@ -67,8 +67,4 @@ class WebKitFrameProbe {
   std::shared_ptr<Attempt> attempt_;
 };
 
-/// The rules, as JSON, that keep what lies at an address out of the main frame,
-/// whatever its query and fragment.
-std::string mainFrameFilter(std::string_view address);
-
 }  // namespace orvel

@@ -83,6 +83,16 @@ TEST_P(HttpFieldsContract, GoAlongToTheSameOrigin) {
   }
 }
 
+TEST_P(HttpFieldsContract, GoAlongToAPathThatIsNotEscaped) {
+  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+    client.send(head.starts_with("GET /oud ") ? redirection("/a[1]|{b}^c.csv")
+                                              : answer("200 OK", "daar"));
+  });
+  EXPECT_EQ(ask(server.url("/oud")).body, "daar");
+  ASSERT_EQ(server.heads().size(), 2U);
+  expectFields(server.heads()[1]);
+}
+
 TEST_P(HttpFieldsContract, StayBehindOnTheWayToAnotherOrigin) {
   for (const char *status :
        {"301 Moved", "302 Found", "303 See Other", "307 Temporary", "308 Permanent"}) {

@@ -1,14 +1,68 @@
-// A manifest is read whole or not at all.
+// A manifest is read whole or not at all, and what it says leads nowhere else.
 
+#include <algorithm>
+#include <array>
+#include <filesystem>
 #include <string>
 
 #include "platform/json.h"
+#include "platform/platform_names.h"
 #include "platform/text.h"
+#include "platform/url.h"
 #include "tests/fuzz/property.h"
+#include "update/command_line.h"
+#include "update/installation.h"
 #include "update/update_check.h"
 
+namespace {
+
+using namespace orvel;
+
+std::string inQuotes(std::string_view text) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string json = "\"";
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte < ' ' || character == '"' || character == '\\') {
+      json += "\\u00";
+      json += {digits[byte >> 4U], digits[byte & 15U]};
+    } else {
+      json += character;
+    }
+  }
+  return json + "\"";
+}
+
+std::string written(const JsonTexts &texts) {
+  std::string json;
+  for (const auto &[name, text] : texts) {
+    json += (json.empty() ? "{" : ",") + inQuotes(name) + ":" + inQuotes(text);
+  }
+  return json.empty() ? "{}" : json + "}";
+}
+
+void requireHarmless(const UpdateManifest &manifest) {
+  const auto folder = workingFolder("/tijdelijk", manifest.versie);
+  if (folder) {
+    const auto normal = std::filesystem::path(*folder).lexically_normal().string();
+    fuzz::require(normal.starts_with("/tijdelijk/orvel-os-update-"),
+                  "a release is unpacked in a folder of its own");
+    const auto command =
+        commandLine(linuxNames.unpack, {{"archive", "/archief"}, {"folder", *folder}});
+    const auto quotes = [](std::string_view text) {
+      return std::count(text.begin(), text.end(), '\'');
+    };
+    fuzz::require(!command || quotes(*command) == quotes(linuxNames.unpack),
+                  "a version stays between its quotes");
+  }
+  const auto archive =
+      Url::resolve(manifest.zip, *Url::parse("https://os.test/download/linux.json"));
+  fuzz::require(!archive || !archive->scheme.empty(), "an archive has a whole address");
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  using namespace orvel;
   const std::string json(fuzz::bytesOf(data, size));
   const auto manifest = readManifest(json);
   const auto texts = parseJsonTexts(json);
@@ -18,14 +72,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const auto &[name, text] : *texts) {
     fuzz::require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
+  fuzz::require(parseJsonTexts(written(*texts)) == texts, "texts that are written are read");
   fuzz::require(parseJsonTexts(" " + json + "\r\n\t") == texts,
                 "white space around does not count");
   fuzz::require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "half of it is none");
   fuzz::require(!parseJsonTexts(json + "{}"), "nothing may follow");
   fuzz::require(!parseJsonTexts("[" + json + "]"), "an array is none");
   const auto both = readManifest(R"({"versie":"1","zip":"a",)" + json.substr(json.find('{') + 1));
-  fuzz::require(
-      !manifest || (both && both->versie == manifest->versie && both->zip == manifest->zip),
-      "the last of two counts");
+  if (!manifest) return 0;
+  fuzz::require(both && both->versie == manifest->versie && both->zip == manifest->zip,
+                "the last of two counts");
+  requireHarmless(*manifest);
   return 0;
 }

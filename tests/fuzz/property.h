@@ -1,11 +1,13 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 namespace orvel::fuzz {
 
@@ -21,11 +23,29 @@ inline std::string_view bytesOf(const std::uint8_t *data, std::size_t size) {
   return {reinterpret_cast<const char *>(data), size};
 }
 
-/// The input up to its first line feed, and all after it.
-inline std::pair<std::string_view, std::string_view> halvesOf(std::string_view input) {
-  const auto end = input.find('\n');
-  if (end == std::string_view::npos) return {input, {}};
-  return {input.substr(0, end), input.substr(end + 1)};
+/// The pieces of the input between separators; at least one.
+inline std::vector<std::string_view> piecesOf(std::string_view input, char separator = '\n') {
+  std::vector<std::string_view> pieces;
+  for (;;) {
+    const auto end = std::min(input.find(separator), input.size());
+    pieces.push_back(input.substr(0, end));
+    if (end == input.size()) return pieces;
+    input.remove_prefix(end + 1);
+  }
+}
+
+/// So many lines of the input, the last of them with all that follows; missing
+/// ones are empty.
+template <std::size_t count>
+std::array<std::string_view, count> linesOf(std::string_view input) {
+  std::array<std::string_view, count> lines;
+  for (std::size_t line = 0; line + 1 < count; ++line) {
+    const auto end = std::min(input.find('\n'), input.size());
+    lines[line] = input.substr(0, end);
+    input.remove_prefix(std::min(end + 1, input.size()));
+  }
+  lines[count - 1] = input;
+  return lines;
 }
 
 }  // namespace orvel::fuzz

@@ -1,26 +1,106 @@
-// An address that was resolved is one.
+// An address is one whoever reads it: resolved, written by WebKit, or sent by
+// libsoup.
 
+#include <libsoup/soup.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "platform/http_session.h"
+#include "platform/linux/webkit_url.h"
 #include "platform/url.h"
 #include "tests/fuzz/property.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  using namespace orvel;
-  const auto [address, reference] = fuzz::halvesOf(fuzz::bytesOf(data, size));
-  const auto base = Url::parse(address);
-  const auto parsed = Url::parse(reference);
-  if (!base || base->scheme.empty() || !parsed) return 0;
-  const auto resolved = Url::resolve(reference, *base);
+namespace {
+
+using namespace orvel;
+
+using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
+
+/// The address as it would be connected to; null for none.
+SoupUri soupUri(const Url &url) {
+  return {
+      g_uri_parse(url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
+      [](GUri *uri) {
+        if (uri != nullptr) g_uri_unref(uri);
+      }};
+}
+
+int portOf(GUri *uri) {
+  const int port = g_uri_get_port(uri);
+  if (port != -1) return port;
+  return std::string_view(g_uri_get_scheme(uri)) == "https" ? 443 : 80;
+}
+
+bool isWeb(const Url &url) { return url.scheme == "http" || url.scheme == "https"; }
+
+void requireParts(const Url &url) {
+  fuzz::require(Url::parse(url.absoluteString) == url, "the parts are those of the text");
+  fuzz::require(url.path.size() < 2 || !url.path.ends_with('/'), "a path ends without a slash");
+  const SoupUri sent = soupUri(url);
+  if (!isWeb(url) || url.absoluteString.find('\0') != std::string::npos || !sent) return;
+  const char *host = g_uri_get_host(sent.get());
+  if (host == nullptr || url.host.empty()) return;
+  fuzz::require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "it is sent to its host");
+}
+
+void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
+  const auto resolved = Url::resolve(reference, base);
   fuzz::require(resolved.has_value(), "every reference can be resolved");
   fuzz::require(!resolved->scheme.empty(), "what is resolved is absolute");
-  fuzz::require(resolved == Url::parse(resolved->absoluteString),
-                "the parts are those of the text");
-  if (parsed->scheme.empty()) {
-    fuzz::require(resolved->scheme == base->scheme, "a relative reference keeps the scheme");
+  requireParts(*resolved);
+  if (parsed.scheme.empty()) {
+    fuzz::require(resolved->scheme == base.scheme, "a relative reference keeps the scheme");
     if (!reference.starts_with("//")) {
-      fuzz::require(resolved->host == base->host, "a path keeps the host");
+      fuzz::require(resolved->host == base.host, "a path keeps the host");
     }
   } else {
-    fuzz::require(resolved->host == parsed->host, "an absolute reference keeps its own host");
+    fuzz::require(resolved->host == parsed.host, "an absolute reference keeps its own host");
   }
+}
+
+/// The key goes along only to what libsoup takes for the same place.
+void requireSamePlace(const Url &from, const Url &to) {
+  if (!isWeb(from) || !isWeb(to) || !fieldsGoAlong(from, to)) return;
+  fuzz::require(from.scheme == to.scheme || to.scheme == "https", "no secret becomes open");
+  const SoupUri one = soupUri(from);
+  const SoupUri other = soupUri(to);
+  if (!one || !other) return;
+  const char *host = g_uri_get_host(one.get());
+  const char *otherHost = g_uri_get_host(other.get());
+  if (host == nullptr || otherHost == nullptr) return;
+  fuzz::require(g_ascii_strcasecmp(host, otherHost) == 0, "fields stay with their host");
+  fuzz::require(from.scheme != to.scheme || portOf(one.get()) == portOf(other.get()),
+                "fields stay with their port");
+}
+
+void requireEscapes(const std::string &address) {
+  const std::string escaped = withEscapes(address);
+  fuzz::require(withEscapes(escaped) == escaped, "what is escaped stays as it is");
+  const auto parsed = Url::parse(address);
+  if (parsed && !parsed->scheme.empty()) {
+    fuzz::require(escaped == address, "what is valid stays as it is");
+  }
+  const auto slashes = address.find("://");
+  if (slashes == std::string::npos) return;
+  const auto server = Url::parse(address.substr(0, address.find_first_of("/?#", slashes + 3)));
+  if (!server || server->scheme.size() != slashes) return;
+  const auto url = Url::parse(escaped);
+  fuzz::require(url.has_value(), "whatever follows a host can be escaped");
+  fuzz::require(url->host == server->host, "escapes keep the host");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  const auto [address, reference] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
+  requireEscapes(std::string(address));
+  const auto base = Url::parse(address);
+  const auto parsed = Url::parse(reference);
+  if (base) requireParts(*base);
+  if (!base || base->scheme.empty() || !parsed) return 0;
+  requireResolved(reference, *parsed, *base);
+  requireSamePlace(*base, *parsed);
   return 0;
 }

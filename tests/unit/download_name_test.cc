@@ -53,6 +53,7 @@ TEST(DownloadName, comesFromTheUrlWhenNothingUsableIsSuggested) {
   EXPECT_EQ(downloadName({}, file("http://h.test/")), "h.test");
   EXPECT_EQ(downloadName({}, file("http://h.test")), "h.test");
   EXPECT_EQ(downloadName({}, file("about:blank")), "unknown");
+  EXPECT_EQ(downloadName({}, file("a%20b.csv?x")), "a b.csv");
 }
 
 TEST(DownloadName, fitsAFileSystem) {

@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Lets each fuzz target run for a while, one after the other, and tells of all
+# of them in a table. What one finds ends it, and lies in build/clang/tests/fuzz.
+#
+#   ./scripts/fuzz.sh                       a minute each
+#   ./scripts/fuzz.sh 600                   ten minutes each
+#   ./scripts/fuzz.sh 600 policy cookie     these two only
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+shift $(($# > 0 ? 1 : 0))
+targets=("$@")
+if [ $# = 0 ]; then
+  for source in tests/fuzz/*_fuzz.cc; do
+    source=${source##*/}
+    targets+=("${source%_fuzz.cc}")
+  done
+fi
+
+cmake --preset clang >/dev/null
+cmake --build --preset clang --target "${targets[@]/#/fuzz_}" -- --quiet
+
+built=build/clang/tests/fuzz
+echo '| target | executions | per second | edges | features | corpus | found |'
+echo '|---|--:|--:|--:|--:|--:|---|'
+status=0
+for target in "${targets[@]}"; do
+  found=$built/$target
+  log=$found.log
+  outcome=nothing
+  "$built/fuzz_$target" -max_total_time="$seconds" -timeout=10 -max_len=4096 \
+    -print_final_stats=1 -dict="tests/fuzz/$target.dict" -artifact_prefix="$found-" \
+    "$found" "tests/fuzz/corpus/$target" >"$log" 2>&1 || outcome="see $log"
+  [ "$outcome" = nothing ] || status=1
+  # The last line of progress has the coverage; the statistics, the executions.
+  awk -v target="$target" -v outcome="$outcome" '
+    / cov: / {
+      for (at = 1; at < NF; ++at) {
+        if ($at == "cov:") edges = $(at + 1)
+        if ($at == "ft:") features = $(at + 1)
+        if ($at == "corp:") corpus = $(at + 1)
+      }
+    }
+    /^stat::number_of_executed_units/ { executions = $2 }
+    /^stat::average_exec_per_sec/ { rate = $2 }
+    END {
+      sub("/.*", "", corpus)
+      printf "| %s | %d | %d | %d | %d | %d | %s |\n",
+             target, executions, rate, edges, features, corpus, outcome
+    }' "$log"
+done
+exit "$status"

@@ -1,0 +1,99 @@
+// A download carries the cookies of its host, and nothing that ends their line.
+
+#include <libsoup/soup.h>
+#include <sanitizer/lsan_interface.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "server/readiness.h"
+#include "tests/fuzz/property.h"
+#include "web/downloads.h"
+
+namespace {
+
+using namespace orvel;
+
+using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
+
+std::string text(const char *value) { return value != nullptr ? value : ""; }
+
+/// The cookies that the answers of a host would set.
+std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
+                              const std::string &host) {
+  const SoupUri origin(
+      g_uri_build(G_URI_FLAGS_NONE, "http", nullptr, host.c_str(), -1, "/", nullptr, nullptr),
+      g_uri_unref);
+  // libsoup forgets the first of two attributes with one name.
+  const __lsan::ScopedDisabler disabler;
+  std::vector<Cookie> cookies;
+  for (const std::string_view field : fields) {
+    const std::unique_ptr<SoupCookie, void (*)(SoupCookie *)> set(
+        soup_cookie_parse(std::string(field).c_str(), origin.get()), [](SoupCookie *cookie) {
+          if (cookie != nullptr) soup_cookie_free(cookie);
+        });
+    if (!set) continue;
+    Cookie cookie;
+    cookie.name = text(soup_cookie_get_name(set.get()));
+    cookie.value = text(soup_cookie_get_value(set.get()));
+    cookie.domain = text(soup_cookie_get_domain(set.get()));
+    cookies.push_back(std::move(cookie));
+  }
+  return cookies;
+}
+
+/// Whether the host is the domain or, as text, ends with it.
+bool belongs(const Cookie &cookie, const std::string &host) {
+  std::string domain = cookie.domain;
+  while (domain.starts_with('.')) domain.erase(0, 1);
+  while (domain.ends_with('.')) domain.pop_back();
+  if (domain.size() > host.size()) return false;
+  return std::equal(domain.rbegin(), domain.rend(), host.rbegin());
+}
+
+void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) {
+  std::string expected;
+  for (const Cookie &cookie : cookies) {
+    if (!belongs(cookie, host)) continue;
+    expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
+  }
+  const std::string header = cookieHeader(cookies, host);
+  fuzz::require(header == expected, "the cookies of the host go along");
+  fuzz::require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
+                "nothing ends the line");
+  fuzz::require(cookieHeader(cookies, "").empty(), "without a host there are none");
+  const std::string other = "host-die-niets-zette.test";
+  fuzz::require(std::any_of(cookies.begin(), cookies.end(),
+                            [&](const Cookie &cookie) { return belongs(cookie, other); }) ||
+                    cookieHeader(cookies, other).empty(),
+                "another host gets none");
+}
+
+/// The key goes to the host of the server's address.
+void requireKeyCookie(std::string_view address) {
+  const auto now = std::chrono::system_clock::time_point();
+  const auto cookie = keyCookie(address, false, "sleutel", now);
+  const auto url = Url::parse(address);
+  fuzz::require(cookie.has_value() == (url && !url->host.empty()), "every host has its cookie");
+  fuzz::require(!keyCookie(address, false, "", now), "no key is no cookie");
+  if (!cookie) return;
+  fuzz::require(cookie->domain == url->host && cookie->secure, "the cookie is of the host");
+  fuzz::require(cookieHeader({*cookie}, url->host) == "orvelapp=sleutel" ||
+                    url->host.starts_with('.') || url->host.ends_with('.'),
+                "its downloads carry it");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  auto fields = fuzz::piecesOf(fuzz::bytesOf(data, size));
+  const std::string address(fields.front());
+  fields.erase(fields.begin());
+  requireKeyCookie(address);
+  const auto url = Url::parse(address);
+  const std::string host = url && !url->host.empty() ? url->host : "os.test";
+  if (host.find('\0') != std::string::npos || !g_utf8_validate(host.c_str(), -1, nullptr)) return 0;
+  requireChoice(cookiesOf(fields, host), host);
+  return 0;
+}

@@ -1,0 +1,127 @@
+// The view never leaves its server, whatever a page asks for.
+
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+
+#include "platform/http_session.h"
+#include "platform/json.h"
+#include "platform/linux/main_frame_filter.h"
+#include "platform/linux/webkit_url.h"
+#include "tests/fuzz/property.h"
+#include "web/address_dialog.h"
+#include "web/navigation_policy.h"
+
+namespace {
+
+using namespace orvel;
+using enum NavigationPolicy;
+using enum NavigationConsequence;
+using enum NavigationTarget;
+
+/// The server's address as the application keeps it.
+std::string serverAddress(std::string_view typed) {
+  const std::string_view address = withoutBlanksAround(typed);
+  if (!isServerAddress(address)) return "http://127.0.0.1:4767/";
+  return std::string(address) + (address.ends_with('/') ? "" : "/");
+}
+
+void requireLawful(const NavigationDecision &decision, const Url &url, const std::string &base) {
+  const auto server = Url::parse(base);
+  const bool isServers = server && url.absoluteString.starts_with(base);
+  const bool isSamePlace = isServers && url.scheme == server->scheme && url.host == server->host &&
+                           fieldsGoAlong(*server, url);
+  fuzz::require(decision.policy == cancel || decision.consequence == none,
+                "what is shown is not opened elsewhere too");
+  if (decision.policy == allow) {
+    fuzz::require(url.scheme == "about" || isSamePlace, "only the server's own pages are shown");
+    for (const std::string_view scheme : {"javascript", "file", "data", "blob"}) {
+      fuzz::require(url.scheme != scheme, "no such page is shown");
+    }
+  }
+  if (decision.consequence == open) {
+    constexpr std::array<std::string_view, 4> schemes{"http", "https", "mailto", "tel"};
+    fuzz::require(std::find(schemes.begin(), schemes.end(), url.scheme) != schemes.end(),
+                  "only such addresses are handed to others");
+    fuzz::require(!isServers, "the server's pages are not handed to others");
+  }
+  if (decision.consequence == download) {
+    fuzz::require(url.scheme == "about" || isSamePlace, "the key goes to the server alone");
+    fuzz::require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
+                  "only files are downloaded");
+  }
+}
+
+void requireFrames(const Url &url, const std::string &base) {
+  const auto in = [&](NavigationTarget target) {
+    return decideNavigation({.url = url, .target = target}, base);
+  };
+  for (const NavigationTarget target : {mainFrame, subFrame, newWindow}) {
+    requireLawful(in(target), url, base);
+  }
+  fuzz::require(in(mainFrame) == in(newWindow), "a window of its own makes no difference");
+  if (in(mainFrame) != in(subFrame)) {
+    fuzz::require(in(mainFrame) == NavigationDecision{cancel, download} &&
+                      in(subFrame) == NavigationDecision{allow, none},
+                  "only a file may be shown within a frame");
+  }
+  const NavigationConsequence window = decideNewWindow(url, base);
+  fuzz::require(window != none, "a window becomes something");
+  fuzz::require((window == download) == url.absoluteString.starts_with(base),
+                "of the server, and of it alone, a window is a download");
+}
+
+bool matches(const std::string &pattern, const std::string &text) {
+  const std::unique_ptr<GRegex, void (*)(GRegex *)> regex(
+      g_regex_new(pattern.c_str(), GRegexCompileFlags{}, GRegexMatchFlags{}, nullptr),
+      [](GRegex *each) {
+        if (each != nullptr) g_regex_unref(each);
+      });
+  fuzz::require(regex != nullptr, "an address becomes a pattern");
+  return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
+}
+
+/// The rules name that address and no other. WebKit writes addresses in
+/// visible ASCII.
+void requireFilter(const std::string &address) {
+  const bool isVisible = std::all_of(address.begin(), address.end(),
+                                     [](char character) { return g_ascii_isgraph(character); });
+  if (!isVisible || address.find_first_of("?#") != std::string::npos) return;
+  std::string rules = mainFrameFilter(address);
+  fuzz::require(parseJsonTexts("{\"rules\":" + rules + "}").has_value(), "rules are JSON");
+  bool isFiltered = false;
+  bool isFilteredWithQuery = false;
+  for (auto at = rules.find("\"trigger\":"); at != std::string::npos;
+       at = rules.find("\"trigger\":", at + 1)) {
+    const auto begin = at + std::string_view("\"trigger\":").size();
+    const auto end = rules.find("\"}}", begin);
+    const auto trigger = parseJsonTexts(rules.substr(begin, end + 2 - begin));
+    // The address itself may hold what looks like a trigger.
+    if (!trigger || !trigger->contains("url-filter")) continue;
+    const std::string &pattern = trigger->find("url-filter")->second;
+    isFiltered = isFiltered || matches(pattern, address);
+    isFilteredWithQuery = isFilteredWithQuery || matches(pattern, address + "?een=twee");
+    fuzz::require(!matches(pattern, address + "x") && !matches(pattern, "x" + address),
+                  "no other address is kept out");
+  }
+  fuzz::require(isFiltered && isFilteredWithQuery, "the address is kept out");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  const auto [typed, written] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
+  const std::string base = serverAddress(typed);
+  const std::string address(written);
+  const auto server = Url::parse(base);
+  const auto url = urlFromWebKit(address.c_str());
+  fuzz::require(decideNavigation({.url = {}}, base) == NavigationDecision{},
+                "nothing goes nowhere");
+  // Without a host an address is the beginning of many.
+  if (url && server && !server->host.empty()) requireFrames(*url, base);
+  requireFilter(address);
+  return 0;
+}
