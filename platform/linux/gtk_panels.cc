@@ -13,14 +13,17 @@ constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int charactersPerLine = 60;
 constexpr int mostTextHeight = 420;
+// In characters. A list of windows shows no more of a title; and a longer text,
+// which nobody would read, would take seconds to lay out.
 constexpr glong longestTitle = 80;
+constexpr glong longestText = 10'000;
 
-/// The beginning of a message, for the list of windows.
-std::string title(const std::string &message) {
-  if (g_utf8_strlen(message.c_str(), -1) <= longestTitle) return message;
-  const std::unique_ptr<char, void (*)(void *)> beginning(
-      g_utf8_substring(message.c_str(), 0, longestTitle), g_free);
-  return beginning.get();
+/// A text, or its beginning and an end that shows that there is more.
+std::string shortened(const std::string &text, glong most, const char *end) {
+  if (g_utf8_strlen(text.c_str(), -1) <= most) return text;
+  const std::unique_ptr<char, void (*)(void *)> beginning(g_utf8_substring(text.c_str(), 0, most),
+                                                          g_free);
+  return std::string(beginning.get()) + end;
 }
 
 /// One alert on the screen. It lives until it is answered, in whatever way.
@@ -31,7 +34,7 @@ class OpenAlert {
     gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
     gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
     gtk_window_set_resizable(window_, FALSE);
-    gtk_window_set_title(window_, title(alert.messageText).c_str());
+    gtk_window_set_title(window_, shortened(alert.messageText, longestTitle, "").c_str());
     // An alert has no title bar; it can be moved by any part of itself.
     GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
     gtk_widget_set_visible(noTitle, FALSE);
@@ -90,7 +93,7 @@ class OpenAlert {
   }
 
   static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
-    GtkWidget *label = gtk_label_new(text.c_str());
+    GtkWidget *label = gtk_label_new(shortened(text, longestText, "…").c_str());
     gtk_widget_add_css_class(label, styleClass);
     gtk_label_set_wrap(GTK_LABEL(label), TRUE);
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);

@@ -23,6 +23,7 @@ Function *original(const char *name) {
 }  // namespace
 
 // Looking for leaks means to stop all threads, and that fails while some end.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) const char *__asan_default_options() {
   return "detect_leaks=0";
 }
