@@ -44,6 +44,18 @@ function sendLarge(response, size) {
   more();
 }
 
+function sendSmall(response, number) {
+  if (number === '0') record('small');
+  response.on('finish', () => {
+    for (const listener of listeners) listener.write('data: 1\n\n');
+  });
+  response.writeHead(200, {
+    'Content-Type': 'application/octet-stream', 'Content-Length': SMALL,
+    'Content-Disposition': `attachment; filename="${number}.bin"`,
+  });
+  response.end(block.subarray(0, SMALL));
+}
+
 /// Streams a line for each small file that has been sent, so that the page can
 /// ask for the next.
 function tellOfFiles(response) {
@@ -54,8 +66,8 @@ function tellOfFiles(response) {
 }
 
 const server = createServer((request, response) => {
-  const { pathname, searchParams } = new URL(request.url, 'http://os');
-  if (!pathname.startsWith('/api/bestand/klein')) record('request', { url: pathname });
+  const { pathname, search, searchParams } = new URL(request.url, 'http://os');
+  if (pathname !== '/api/export') record('request', { url: pathname });
   if (pathname === '/') return send(response, 'text/html; charset=utf-8', page);
   if (pathname === '/os.js') return send(response, 'text/javascript', heavy.script);
   if (pathname === '/stijl.css') return send(response, 'text/css', heavy.style);
@@ -66,13 +78,7 @@ const server = createServer((request, response) => {
   }
   if (pathname === '/bench/verzonden') return tellOfFiles(response);
   if (pathname.startsWith('/api/bestand/groot')) return sendLarge(response, LARGE);
-  if (pathname.startsWith('/api/bestand/klein')) {
-    if (pathname.endsWith('/0')) record('small');
-    response.on('finish', () => {
-      for (const listener of listeners) listener.write('data: 1\n\n');
-    });
-    return send(response, 'application/octet-stream', block.subarray(0, SMALL));
-  }
+  if (pathname === '/api/export') return sendSmall(response, search.slice(1));
   if (pathname === '/download/linux.json' && ORVEL_BENCH_ARCHIVE) {
     return send(response, 'application/json', JSON.stringify({ versie: '99', zip: 'os.zip' }));
   }

@@ -98,7 +98,7 @@ export const smallByCurl = (bench, { reuse = true } = {}) =>
   withTrial(bench, 'small', {}, (trial) => {
     const list = join(trial.home.folder, 'list');
     const lines = Array.from({ length: FILES }, (_, at) =>
-      `url = "${trial.address}api/bestand/klein/${at}"\noutput = "${at}.bin"\n`);
+      `url = "${trial.address}api/export?${at}"\noutput = "${at}.bin"\n`);
     writeFileSync(list, lines.join(''));
     const header = reuse ? [] : ['-H', 'Connection: close'];
     return trial.tool(isFirstSmall, ['curl', ['-sf', ...header, '-K', list]]);

@@ -16,7 +16,7 @@ export const smallPage = body(`
   const link = document.body.appendChild(document.createElement('a'));
   const ask = () => {
     if (next === ${FILES}) return;
-    link.href = '/api/bestand/klein/' + next++;
+    link.href = '/api/export?' + next++;
     link.click();
   };
   const sent = new EventSource('/bench/verzonden');

@@ -4,8 +4,10 @@
 import { existsSync, readFileSync } from 'node:fs';
 import { setTimeout as pause } from 'node:timers/promises';
 
+import { Screen } from '../e2e/harness/screen.mjs';
 import { waitFor } from '../e2e/harness/wait.mjs';
 import { Home } from './contenders.mjs';
+import { Framebuffer } from './framebuffer.mjs';
 import { Tree } from './tree.mjs';
 
 export const LOCAL_PORT = 4767;
@@ -74,8 +76,8 @@ async function untilBare(bench) {
   await waitFor('a bare screen', () => bench.pixels.isBare(), { timeout: 10_000 });
 }
 
-/// With a server that is ready. `minute` adds a quiet minute.
-export async function visitReady(bench, contender, { minute = false } = {}) {
+/// With a server that is ready.
+export async function visitReady(bench, contender) {
   const home = new Home(bench.screen);
   const server = await startServer(bench.programs, home, { host: '127.0.0.2', port: bench.port });
   let tree;
@@ -85,17 +87,11 @@ export async function visitReady(bench, contender, { minute = false } = {}) {
     tree = seen.tree;
     await pause(seen.painted + 5000 - wallClock());
     const settled = await tree.look();
-    let quiet = NaN;
-    if (minute) {
-      await pause(5000);
-      const before = await tree.look();
-      await pause(60_000);
-      quiet = (await tree.look()).processor - before.processor;
-    }
     const quitting = await quit(bench, tree);
     return {
       ...seen.times, processor: settled.processor, memory: settled.memory / 1024,
-      processes: settled.processes.length, names: settled.processes, quiet, quitting,
+      processes: settled.processes.length,
+      quitting,
     };
   } finally {
     await tree?.kill();
@@ -125,6 +121,44 @@ export async function visitCold(bench, contender) {
   } finally {
     await tree?.kill();
     await server?.tree.kill();
+    home.remove();
+  }
+}
+
+/// Starts a contender, waits for its page and ends it.
+export async function showAlone(bench, contender, home, address) {
+  await untilBare(bench);
+  const { tree } = await show(bench, contender, home, address);
+  await tree.kill();
+}
+
+/// The processor time of each contender in the same quiet minute, each with its
+/// page on a screen of its own since ten seconds.
+export async function quietMinute(bench, all) {
+  const shown = [];
+  const home = new Home(bench.screen);
+  const server = await startServer(bench.programs, home, { host: '127.0.0.2', port: bench.port });
+  try {
+    for (const contender of all) {
+      const screen = await Screen.open(bench.size);
+      const own = { ...bench, screen, pixels: new Framebuffer(screen.folder) };
+      const its = { screen, home: new Home(screen) };
+      shown.push(its);
+      const seen = await show(own, contender, its.home, `http://127.0.0.2:${bench.port}/`);
+      its.tree = seen.tree;
+    }
+    await pause(10_000);
+    const looks = () => Promise.all(shown.map(({ tree }) => tree.look()));
+    const before = await looks();
+    await pause(60_000);
+    return (await looks()).map(({ processor }, at) => processor - before[at].processor);
+  } finally {
+    for (const { screen, home: own, tree } of shown) {
+      await tree?.kill();
+      await screen.close();
+      own.remove();
+    }
+    await server.tree.kill();
     home.remove();
   }
 }
