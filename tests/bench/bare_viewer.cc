@@ -23,8 +23,7 @@ int main(int argc, char **argv) {
     webkit_settings_set_hardware_acceleration_policy(settings,
                                                      WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
   }
-  GtkWidget *view =
-      GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
+  GtkWidget *view = GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
   g_object_unref(settings);
 
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);

@@ -7,21 +7,28 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 // Loaded into a GLib program before all else, it tells how long the main loop
-// was kept from turning, on which of these lines, in milliseconds:
+// was kept from turning, one line for each time, in milliseconds:
 //
-//   AT LENGTH WAITED
+//   AT LENGTH WAITED WORKED
 //
 // AT counts from the start of the program; WAITED is the part of LENGTH in which
-// the main thread waited for another thread, as it does for a child process.
-// The file is named by ORVEL_LOOP_WATCH.
+// the main thread waited for another thread, as it does for a child process, and
+// WORKED its processor time. The file is named by ORVEL_LOOP_WATCH.
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 constexpr double worthTelling = 5;
+
+double processorTime() {
+  timespec time{};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
 
 double milliseconds(Clock::duration duration) {
   return std::chrono::duration<double, std::milli>(duration).count();
@@ -31,6 +38,7 @@ struct Watch {
   const Clock::time_point start = Clock::now();
   Clock::time_point busySince = start;
   double waited = 0;
+  double workedBefore = 0;
   std::FILE *file = nullptr;
   int (*condWait)(pthread_cond_t *, pthread_mutex_t *) = nullptr;
 };
@@ -47,13 +55,14 @@ gint turn(GPollFD *descriptors, guint count, gint timeout) {
   Watch &own = watch();
   const auto length = milliseconds(Clock::now() - own.busySince);
   if (length >= worthTelling && own.file != nullptr) {
-    std::fprintf(own.file, "%.1f %.1f %.1f\n", milliseconds(own.busySince - own.start), length,
-                 own.waited);
+    std::fprintf(own.file, "%.1f %.1f %.1f %.1f\n", milliseconds(own.busySince - own.start), length,
+                 own.waited, processorTime() - own.workedBefore);
     std::fflush(own.file);
   }
   const int result = ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
   own.busySince = Clock::now();
   own.waited = 0;
+  own.workedBefore = processorTime();
   return result;
 }
 

@@ -9,18 +9,18 @@ import { showAlone, startServer } from './visit.mjs';
 /// The stretches that loop_watch.cc writes down.
 export function readStretches(text) {
   return text.split('\n').filter(Boolean).map((line) => {
-    const [at, length, waited] = line.split(' ').map(Number);
-    return { at, length, waited };
+    const [at, length, waited, worked] = line.split(' ').map(Number);
+    return { at, length, waited, worked };
   });
 }
 
-/// The longest stretch once the window is made, without what was spent waiting
-/// for child processes; and all of that.
-export function summary(stretches) {
-  const own = stretches.map(({ length, waited }) => length - waited);
+/// The first stretch, which ends when the window has been made and the launch is
+/// over; the longest of those that follow; and all that was spent waiting.
+export function summary([launch, ...later]) {
   return {
-    longest: Math.max(0, ...own),
-    waited: stretches.reduce((sum, { waited }) => sum + waited, 0),
+    launch: launch.worked,
+    later: Math.max(0, ...later.map(({ worked }) => worked)),
+    waited: [launch, ...later].reduce((sum, { waited }) => sum + waited, 0),
   };
 }
 
@@ -28,8 +28,11 @@ export function summary(stretches) {
 export async function watchLoop(bench, contender, { cold = false } = {}) {
   const home = new Home(bench.screen);
   const file = join(home.folder, 'stretches');
-  const environment = {
-    LD_PRELOAD: join(bench.programs, 'libloop_watch.so'), ORVEL_LOOP_WATCH: file,
+  // By way of env, which alone is to start the program so.
+  const watched = {
+    ...contender,
+    command: (...about) => ['env', `LD_PRELOAD=${join(bench.programs, 'libloop_watch.so')}`,
+      `ORVEL_LOOP_WATCH=${file}`, ...contender.command(...about)],
   };
   let server;
   try {
@@ -37,7 +40,7 @@ export async function watchLoop(bench, contender, { cold = false } = {}) {
       server = await startServer(bench.programs, home, { host: '127.0.0.2', port: bench.port });
     }
     const address = cold ? null : `http://127.0.0.2:${bench.port}/`;
-    await showAlone({ ...bench, environment }, contender, home, address);
+    await showAlone(bench, watched, home, address);
     return summary(readStretches(readFileSync(file, 'utf8')));
   } finally {
     await server?.tree.kill();

@@ -98,8 +98,8 @@ test('a tree tells the end of its last process', () => inFolder(async (folder) =
 }));
 
 test('stretches are told apart from waiting', () => {
-  assert.deepEqual(summary(readStretches('1.0 50.0 40.0\n60.0 30.5 0.0\n')),
-    { longest: 30.5, waited: 40 });
+  assert.deepEqual(summary(readStretches('0.0 90.0 40.0 45.5\n95.0 30.0 2.0 20.5\n')),
+    { launch: 45.5, later: 20.5, waited: 42 });
 });
 
 test('the report says which targets are met and keeps the document around it', () => {

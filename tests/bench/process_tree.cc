@@ -97,34 +97,42 @@ double processorTime(pid_t pid) {
   return milliseconds(time);
 }
 
-/// The memory of a process in kB, what is shared being divided among those who
-/// share it.
-long proportionalMemory(pid_t pid) {
+/// In kB.
+struct Memory {
+  /// What is shared is divided among those who share it, strangers too.
+  long proportional = 0;
+  /// Written by this process, and nobody else's.
+  long own = 0;
+};
+
+Memory memoryOf(pid_t pid) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
+  Memory memory;
   std::string word;
   while (file >> word) {
-    if (word != "Pss:") continue;
-    long size = 0;
-    file >> size;
-    return size;
+    if (word == "Pss:") file >> memory.proportional;
+    if (word == "Private_Dirty:") file >> memory.own;
   }
-  return 0;
+  return memory;
 }
 
 void tellMoment() {
   rusage ended{};
   ::getrusage(RUSAGE_CHILDREN, &ended);
   double processor = milliseconds(ended.ru_utime) + milliseconds(ended.ru_stime);
-  long memory = 0;
+  Memory memory;
   std::string names;
   for (const auto &[pid, process] : descendants()) {
     processor += processorTime(pid);
-    processor += 1e3 * static_cast<double>(process.childTicks) /
-                 static_cast<double>(::sysconf(_SC_CLK_TCK));
-    memory += proportionalMemory(pid);
+    processor +=
+        1e3 * static_cast<double>(process.childTicks) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+    const Memory its = memoryOf(pid);
+    memory.proportional += its.proportional;
+    memory.own += its.own;
     names += (names.empty() ? "\"" : ",\"") + process.name + '"';
   }
-  std::cout << "{\"time\":" << now() << ",\"processor\":" << processor << ",\"memory\":" << memory
+  std::cout << "{\"time\":" << now() << ",\"processor\":" << processor
+            << ",\"memory\":" << memory.proportional << ",\"own\":" << memory.own
             << ",\"processes\":[" << names << "]}" << std::endl;
 }
 

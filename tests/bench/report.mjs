@@ -23,6 +23,7 @@ const rows = [
   ['start, cold server: finished page, ms', 'cold', 'painted'],
   ['processes', 'ready', 'processes'],
   ['**memory (Pss), MiB**', 'ready', 'memory'],
+  ['memory written by its processes alone, MiB', 'ready', 'own'],
   ['**processor time to 5 s after that, ms**', 'ready', 'processor'],
   ['quitting, ms', 'ready', 'quitting'],
 ];
@@ -122,7 +123,8 @@ function loopsTable(found) {
     `| the main loop while starting, median of ${found.rounds.loops} rounds, ms | ` +
       'Orvel OS, ready server | Orvel OS, cold server | bare viewer, tuned |',
     '|---|---:|---:|---:|',
-    ...[['longest stretch of work', 'longest'], ['waited for child processes', 'waited']].map(
+    ...[['processor time of the launch', 'launch'], ['longest work after it', 'later'],
+      ['waited for child processes', 'waited']].map(
       ([label, field]) => `| ${label} | ${['ready', 'cold', 'bare'].map((name) => of(name, field)).join(' | ')} |`),
   ];
 }

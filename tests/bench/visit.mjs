@@ -90,6 +90,7 @@ export async function visitReady(bench, contender) {
     const quitting = await quit(bench, tree);
     return {
       ...seen.times, processor: settled.processor, memory: settled.memory / 1024,
+      own: settled.own / 1024,
       processes: settled.processes.length,
       quitting,
     };
