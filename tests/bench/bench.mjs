@@ -4,7 +4,7 @@
 //   node bench.mjs APPLICATION PROGRAMS RESULTS [quick]
 
 import { mkdirSync, readFileSync, statfsSync, writeFileSync } from 'node:fs';
-import { cpus, loadavg, tmpdir, totalmem } from 'node:os';
+import { cpus, getPriority, loadavg, tmpdir, totalmem } from 'node:os';
 import { dirname } from 'node:path';
 
 import { Screen } from '../e2e/harness/screen.mjs';
@@ -17,7 +17,7 @@ import { quietMinute, visitCold, visitReady } from './visit.mjs';
 const [application, programs, results, mode] = process.argv.slice(2);
 const rounds = mode === 'quick'
   ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
-  : { starts: 7, minutes: 2, loops: 3, transfers: 3, updates: 3 };
+  : { starts: 6, minutes: 2, loops: 3, transfers: 2, updates: 3 };
 
 /// In memory where there is room: a disk would be measured instead.
 function scratchFolder() {
@@ -44,6 +44,7 @@ const found = {
   machine: { processor: cpus()[0].model, cores: cpus().length, memory: totalmem(),
     kernel: readFileSync('/proc/version', 'utf8').split(' ')[2], scratch: bench.scratch },
   asRoot: process.getuid() === 0,
+  niceness: getPriority(),
   rounds, load: [], names: all.map(({ name }) => name),
   ready: {}, cold: {}, minute: {}, loops: {}, transfers: {}, failures: [],
 };

@@ -136,7 +136,8 @@ export function text(found, picture) {
   return [
     `Measured on ${found.date}: ${machine.cores} cores of ${machine.processor}, ${gib} GiB, Linux ` +
       `${machine.kernel}, no graphics card. The load average was ${load[0]} to ${load.at(-1)}, ` +
-      `${median(load)} in the middle.` + (found.asRoot ? ' As root, so that Chromium and Qt ' +
+      `${median(load)} in the middle` +
+      (found.niceness ? `; everything measured had a niceness of ${found.niceness}.` : '.') + (found.asRoot ? ' As root, so that Chromium and Qt ' +
       'WebEngine ran without their sandbox; the others had theirs.' : ''),
     '', `![How the viewers compare](${picture})`, '', ...viewersTable(found), '',
     'The ratio is that of Orvel OS to the tuned bare viewer, round by round.', '',
