@@ -27,9 +27,18 @@ Drawing chooseDrawing(const std::filesystem::path &renderNodes,
           .withNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
 }
 
-void prepareDrawing(const Drawing &drawing) {
+void prepareDrawing(const Drawing &drawing, unsigned gtkMinor) {
   constexpr int keepTheUsersOwn = 0;
-  if (!drawing.withGraphicsCard) ::setenv("GSK_RENDERER", "cairo", keepTheUsersOwn);
+  if (!drawing.withGraphicsCard) {
+    ::setenv("GSK_RENDERER", "cairo", keepTheUsersOwn);
+    // GTK looks for GL even when nothing is going to be drawn by it, and so loads
+    // a whole compiler of shaders. The switch has moved; the other version would
+    // complain of a word that it does not know.
+    constexpr unsigned firstWithSwitchOfItsOwn = 16;
+    const bool hasSwitch = gtkMinor >= firstWithSwitchOfItsOwn;
+    ::setenv(hasSwitch ? "GDK_DISABLE" : "GDK_DEBUG", hasSwitch ? "gl" : "gl-disable",
+             keepTheUsersOwn);
+  }
   if (drawing.withNvidiaDriver) ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
 }
 

@@ -23,6 +23,7 @@ Drawing chooseDrawing(const std::filesystem::path &renderNodes = "/dev/dri",
 
 /// Sets the environment variables by which GTK and WebKit choose, as far as the
 /// user has not set them. Before GTK starts and while there is one thread.
-void prepareDrawing(const Drawing &drawing);
+/// `gtkMinor` is the second number of GTK's version.
+void prepareDrawing(const Drawing &drawing, unsigned gtkMinor);
 
 }  // namespace orvel

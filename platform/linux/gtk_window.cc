@@ -39,12 +39,13 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &
 
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
+  // Before the menus are in the window: each key would be told to each of their items.
+  menuBar.addApplicationKeys(window_);
+  menuBar.addEditingKeys(window_);
   gtk_window_set_titlebar(window_, makeHeader(configuration, menuBar));
   gtk_window_set_resizable(window_, configuration.resizable);
   gtk_window_set_deletable(window_, configuration.closable);
   gtk_window_set_child(window_, page.widget());
-  menuBar.addApplicationKeys(window_);
-  menuBar.addEditingKeys(window_);
   restoreFrame(configuration, screen);
   application_.addWindow(window_);
   application_.beforeEnd([this] { keepFrame(); });

@@ -28,7 +28,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
     : environment_(processEnvironment()),
       drawing_([] {
         const Drawing drawing = chooseDrawing();
-        prepareDrawing(drawing);
+        prepareDrawing(drawing, gtk_get_minor_version());
         return drawing;
       }()),
       resources_(bundlePath + "/Contents/Resources"),

@@ -2,11 +2,13 @@
 #include <cstdlib>
 
 #include "app/entry.h"
+#include "platform/linux/freed_memory.h"
 #include "platform/linux/linux_platform.h"
 
 int main() {
   // A terminal that goes away must not take us along and leave the server behind.
   std::signal(SIGPIPE, SIG_IGN);
+  orvel::giveFreedMemoryBack();
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
   orvel::runApplication(platform.ports());
   // Not by returning: other threads may still post to what would be destroyed.

@@ -13,7 +13,7 @@ namespace orvel {
 
 namespace {
 
-constexpr gsize blockSize = 65'536;
+constexpr gsize blockSize = 262'144;
 
 void release(GSource *source) {
   g_source_destroy(source);

@@ -11,6 +11,8 @@ namespace {
 using std::filesystem::path;
 
 constexpr const char *gtkRenderer = "GSK_RENDERER";
+constexpr const char *gdkDebug = "GDK_DEBUG";
+constexpr const char *gdkDisable = "GDK_DISABLE";
 constexpr const char *sharedBuffersOff = "WEBKIT_DISABLE_DMABUF_RENDERER";
 
 class Drawings : public testing::Test {
@@ -18,8 +20,7 @@ class Drawings : public testing::Test {
   void SetUp() override {
     std::string pattern = (std::filesystem::temp_directory_path() / "orvel-XXXXXX").string();
     folder = ::mkdtemp(pattern.data());
-    ::unsetenv(gtkRenderer);
-    ::unsetenv(sharedBuffersOff);
+    for (const char *name : {gtkRenderer, gdkDebug, gdkDisable, sharedBuffersOff}) ::unsetenv(name);
   }
   void TearDown() override { std::filesystem::remove_all(folder); }
 
@@ -52,28 +53,43 @@ TEST_F(Drawings, nvidiasDriverTellsItself) {
 }
 
 TEST_F(Drawings, theProcessorDrawsWithCairo) {
-  prepareDrawing({.withGraphicsCard = false});
+  prepareDrawing({.withGraphicsCard = false}, 8);
   EXPECT_EQ(variable(gtkRenderer), "cairo");
   EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
 }
 
+TEST_F(Drawings, withoutACardGtkDoesNotLookForGl) {
+  prepareDrawing({.withGraphicsCard = false}, 15);
+  EXPECT_EQ(variable(gdkDebug), "gl-disable");
+  EXPECT_EQ(variable(gdkDisable), "(unset)");
+}
+
+TEST_F(Drawings, aLaterGtkHasASwitchOfItsOwnForGl) {
+  prepareDrawing({.withGraphicsCard = false}, 16);
+  EXPECT_EQ(variable(gdkDebug), "(unset)");
+  EXPECT_EQ(variable(gdkDisable), "gl");
+}
+
 TEST_F(Drawings, aCardDrawsAsGtkWouldHaveIt) {
-  prepareDrawing({.withGraphicsCard = true});
+  prepareDrawing({.withGraphicsCard = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
+  EXPECT_EQ(variable(gdkDebug), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
 }
 
 TEST_F(Drawings, nvidiasDriverSharesNoBuffers) {
-  prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true});
+  prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "1");
 }
 
 TEST_F(Drawings, whatTheUserHasSetStays) {
   ::setenv(gtkRenderer, "ngl", 1);
+  ::setenv(gdkDebug, "events", 1);
   ::setenv(sharedBuffersOff, "0", 1);
-  prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true});
+  prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "ngl");
+  EXPECT_EQ(variable(gdkDebug), "events");
   EXPECT_EQ(variable(sharedBuffersOff), "0");
 }
 

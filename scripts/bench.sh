@@ -1,0 +1,50 @@
+#!/usr/bin/env bash
+# Measures the application beside bare viewers, Chromium and Qt WebEngine.
+#
+#   ./scripts/bench.sh         everything, half an hour; into docs/performance.md and
+#                              docs/pictures/performance.svg
+#   ./scripts/bench.sh quick   one round of starts, a minute or two; into build/bench
+#
+# Nothing is installed: what is missing is named, and a viewer that is missing is
+# left out. Whatever else the machine does meanwhile is in the numbers.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+fail() {
+  echo "bench: $*" >&2
+  exit 1
+}
+case "${1:-}" in '' | quick) ;; *) fail "usage: scripts/bench.sh [quick]" ;; esac
+
+for tool in cmake ninja node Xvfb openbox xdotool xprop curl zip unzip; do
+  command -v "$tool" >/dev/null ||
+    fail "$tool is not installed; scripts/setup.sh installs all but curl"
+done
+for package in gtk4 webkitgtk-6.0; do
+  pkg-config --exists "$package" || fail "the headers of $package are missing; scripts/setup.sh installs them"
+done
+chromium=$(command -v chromium || true)
+[ -n "$chromium" ] || echo "bench: chromium is not installed and is left out"
+pkg-config --exists Qt5WebEngineWidgets ||
+  echo "bench: qtwebengine5-dev is not installed and its viewer is left out"
+if (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; then
+  fail "port 4767 is taken; the application needs it for its server"
+fi
+
+folder=build/bench
+mkdir -p "$folder"
+ORVELOS_KEY=sleutel-van-de-meting scripts/build-app.sh "$folder"
+cmake --preset default >/dev/null
+cmake --build --preset default --target bench_programs -- --quiet
+
+export ORVEL_BENCH_CHROMIUM=$chromium
+results=$folder/results.json
+node tests/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
+  "$PWD/build/tests/bench" "$results" "${1:-}"
+if [ "${1:-}" = quick ]; then
+  node tests/bench/report.mjs "$results" "$folder/performance.md" "$folder/performance.svg"
+  echo "bench: $folder/performance.md"
+else
+  node tests/bench/report.mjs "$results" docs/performance.md docs/pictures/performance.svg
+  echo "bench: docs/performance.md"
+fi

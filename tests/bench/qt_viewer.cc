@@ -1,0 +1,14 @@
+#include <QApplication>
+#include <QUrl>
+#include <QWebEngineView>
+
+// One window, one page, on the engine that Qt brings.
+int main(int argc, char **argv) {
+  QApplication application(argc, argv);
+  if (argc < 2) return 1;
+  QWebEngineView view;
+  view.setWindowTitle("Orvel OS");
+  view.load(QUrl(QString::fromLocal8Bit(argv[1])));
+  view.showMaximized();
+  return QApplication::exec();
+}
