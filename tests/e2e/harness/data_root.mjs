@@ -1,6 +1,8 @@
 // A data root made on the fly, and the record that its server keeps.
 
-import { copyFileSync, existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import {
+  copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, writeFileSync,
+} from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
@@ -28,9 +30,12 @@ export class DataRoot {
     this.behave(behaviour);
   }
 
-  /// How the server behaves from its next start on.
+  /// How the server behaves from its next start on; one that is `live` takes
+  /// each answer from what was last said here.
   behave(behaviour) {
-    writeFileSync(join(this.path, 'v3/behaviour.json'), JSON.stringify(behaviour));
+    const path = join(this.path, 'v3/behaviour.json');
+    writeFileSync(`${path}.new`, JSON.stringify(behaviour));
+    renameSync(`${path}.new`, path);
   }
 
   /// Everything recorded so far, in order.

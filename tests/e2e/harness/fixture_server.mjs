@@ -11,7 +11,8 @@ import { answer } from './answers.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const path = join(here, 'behaviour.json');
-const behaviour = existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {};
+const read = () => (existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {});
+const behaviour = read();
 
 // Written synchronously: whoever sees an answer finds the line already there.
 function record(event, details = {}) {
@@ -48,7 +49,7 @@ function serve(request, response, body) {
     refusals -= 1;
     response.writeHead(behaviour.refusal ?? 401).end();
   } else {
-    answer(request, response, behaviour.routes);
+    answer(request, response, behaviour.live ? read().routes : behaviour.routes);
   }
 }
 
