@@ -7,6 +7,8 @@ namespace orvel {
 /// What is called differently on each system. The command lines are for the
 /// shell; each {word} in them stands for a path.
 struct PlatformNames {
+  /// Prints the command line of the process whose number comes after it.
+  std::string_view processCommand;
   /// Where a server tells of the newest release, below its address.
   std::string_view manifest;
   /// Unpacks {archive} into {folder}, so that "Orvel OS.app" is there whole or not
@@ -20,13 +22,15 @@ struct PlatformNames {
 };
 
 inline constexpr PlatformNames macosNames{
+    .processCommand = "ps -o command= -p ",
     .manifest = "download/mac.json",
     .unpack = "/usr/bin/ditto -x -k '{archive}' '{folder}'",
     .clearQuarantine = "/usr/bin/xattr -dr com.apple.quarantine '{bundle}'",
     .relaunch = "(sleep 1; /usr/bin/open -n '{bundle}') >/dev/null 2>&1 &",
 };
 
-// unzip unpacks what it can, takes ".." out of a name without a word, and asks
+// Without a language in its environment ps writes a "?" for each byte that is not
+// ASCII. unzip unpacks what it can, takes ".." out of a name without a word, and asks
 // at the terminal what to do about a full disk. The bundle comes to its place
 // whole, at the very end, whatever may end the shell or an earlier one before
 // that: when no name and no link leads out of the folder and the program is one
@@ -34,6 +38,7 @@ inline constexpr PlatformNames macosNames{
 // shell's parent; one that has ended and was not yet waited for has no executable
 // any more. zsh would give what runs in the background less of the processor.
 inline constexpr PlatformNames linuxNames{
+    .processCommand = "LC_ALL=C.UTF-8 ps -o command= -p ",
     .manifest = "download/linux.json",
     .unpack =
         "(part='{folder}'/deel$$; new=\"$part/Orvel OS.app\"; "

@@ -33,7 +33,8 @@ void AppDelegate::killStaleServer() {
 
   bool killed = false;
   for (const std::string &pid : linesOf(sh(processes, listing))) {
-    const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
+    const std::string commandLine =
+        sh(processes, std::string(platform_.names.processCommand) + pid);
     // Only a server of this data root is ours to stop.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
     if (commandLine.find(settings_.ROOT) == std::string::npos) continue;

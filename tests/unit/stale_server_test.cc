@@ -26,6 +26,13 @@ TEST_F(StaleServer, otherProgramOnThePortIsLeftAlone) {
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
 }
 
+TEST_F(StaleServer, onLinuxNoLanguageHidesALetterOfThePath) {
+  fake.names = linuxNames;
+  fake.processes.shell(listing, {"41\n"});
+  EXPECT_THAT(cleanUp(),
+              ElementsAre("sh " + listing, "sh LC_ALL=C.UTF-8 ps -o command= -p 41"));
+}
+
 TEST_F(StaleServer, serverOfAnotherRootIsLeftAlone) {
   fake.processes.shell(listing, {"41\n"});
   processIs("41", "node /elders/v3/server.mjs\n");

@@ -1,7 +1,7 @@
 // A data root made on the fly, and the record that its server keeps.
 
 import {
-  copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, writeFileSync,
+  copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,
 } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -43,6 +43,11 @@ export class DataRoot {
     if (!existsSync(this.recordPath)) return [];
     // The last piece may still be in the writing.
     return readFileSync(this.recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse);
+  }
+
+  /// Begins the record anew, while no server runs.
+  forget() {
+    rmSync(this.recordPath, { force: true });
   }
 
   events(event) {
