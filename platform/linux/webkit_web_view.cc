@@ -46,6 +46,14 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
       delegate_(delegate),
       session_(makeSession(configuration.persistentDataStore, surroundings)),
       view_(makeView(session_.get(), makeSettings(configuration, surroundings.accelerated).get())),
+      // Connected before the navigation, which lets no other handler know.
+      loadFailed_(g_signal_connect_swapped(
+          view_.get(), "load-failed",
+          G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
+            page->loadFailed(error);
+            return gboolean{FALSE};
+          }),
+          this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
       navigation_(view_.get(), surroundings.cacheFolder, delegate) {
   g_signal_connect_swapped(
@@ -57,13 +65,6 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
   g_signal_connect_swapped(
       view_.get(), "load-changed",
       G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent event) { page->loadChanged(event); }),
-      this);
-  g_signal_connect_swapped(
-      view_.get(), "load-failed",
-      G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
-        page->loadFailed(error);
-        return gboolean{FALSE};
-      }),
       this);
   // Like every load that fails it leaves the page as it was.
   g_signal_connect(view_.get(), "load-failed-with-tls-errors",

@@ -51,6 +51,7 @@ class WebKitPageView final : public WebView {
   WebViewDelegate &delegate_;
   const GObjectPointer<WebKitNetworkSession> session_;
   const GObjectPointer<WebKitWebView> view_;
+  const gulong loadFailed_;
   WebKitCookieStore cookies_;
   WebKitNavigation navigation_;
   /// The page that was given as text, while that is what is shown.

@@ -43,10 +43,12 @@ const scripts = (list) => `<script>
   const attempts = [${list.join()}];
   const next = () => {
     if (step === attempts.length) return tell('klaar');
+    tell('poging', step);
     try { attempts[step++](); } catch {}
     setTimeout(next, 50);
   };
   addEventListener('load', () => setTimeout(next, 200));
+  addEventListener('pagehide', () => tell('weg', step));
 </script>`;
 
 trial('navigations to addresses that lead out of the page', {}, async (user, screen, t) => {
