@@ -18,7 +18,7 @@ packages=(
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
   # What the tests drive it with.
   libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
-  strace
+  strace libfaketime
 )
 
 missing=()

@@ -2,13 +2,13 @@
 
 import { trialsOn } from '../e2e/harness/trial.mjs';
 import { blows } from './harness/blows.mjs';
-import { cell } from './harness/campaign.mjs';
+import { cell, isPlayed } from './harness/campaign.mjs';
 import { jobs } from './harness/jobs.mjs';
 
 const { trial } = trialsOn();
 
 for (const [title, blow] of Object.entries(blows)) {
-  for (const name of Object.keys(jobs)) {
-    if (!jobs[name].online && blow.outcomes[name]) cell(trial, title, blow, name);
+  for (const name of Object.keys(jobs).filter((job) => !jobs[job].online)) {
+    if (isPlayed(blow, name)) cell(trial, title, blow, name);
   }
 }

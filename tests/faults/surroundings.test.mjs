@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 import {
-  existsSync, mkdirSync, readFileSync, renameSync, writeFileSync,
+  existsSync, mkdirSync, readFileSync, renameSync, statSync, writeFileSync,
 } from 'node:fs';
 import { join } from 'node:path';
 
@@ -12,6 +12,7 @@ import { alive, kill } from '../e2e/harness/processes.mjs';
 import { trialsOn } from '../e2e/harness/trial.mjs';
 import { KEY } from '../e2e/harness/user.mjs';
 import { waitFor } from '../e2e/harness/wait.mjs';
+import { isLong } from './harness/campaign.mjs';
 import { full, noMounts, readOnly } from './harness/name_space.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 
@@ -124,3 +125,69 @@ const kept = ({ environment }) => ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACH
 trial('starting: every disk is full', { skip: noMounts }, async (user, screen, t) => {
   await startShowQuit(user, screen, t, { wrapper: full(...kept(user)) });
 });
+
+trial('showing: the server floods its log', { timeout: 240_000 }, async (user, screen, t) => {
+  const { root } = user;
+  const size = isLong ? 1 << 30 : 1 << 26;
+  root.behave({ live: true });
+  const run = await user.startAndPaint();
+  await underWatch(screen, run, t, {}, async (watch) => {
+    root.behave({ live: true, routes: { '/': { page: '', logs: size } } });
+    await screen.keys('ctrl+r');
+    await waitFor('the page again', () => root.told('getoond').length === 2, { timeout: 180_000 });
+    assert.ok(statSync(root.log).size >= size);
+    root.behave({ live: true });
+    kill((await root.started()).pid);
+    await screen.pageText((text) => text.includes('(code 9)'));
+    await watch.allowing(async () => {
+      await screen.keys('ctrl+r');
+      await root.started(2);
+    });
+    await root.painted(3);
+    assert.ok(statSync(root.log).size < 1000, 'each start empties the log');
+  });
+  await user.quit(run);
+  await assertClean(user);
+});
+
+const shifter = ['x86_64', 'aarch64']
+  .map((machine) => `/usr/lib/${machine}-linux-gnu/faketime/libfaketime.so.1`).find(existsSync);
+
+trial('polling and showing: the clock jumps by a year, both ways',
+  { skip: !shifter && 'libfaketime is not installed' }, async (user, screen, t) => {
+    const clock = join(user.folder, 'klok');
+    const set = (text) => {
+      writeFileSync(`${clock}.new`, text);
+      renameSync(`${clock}.new`, clock);
+    };
+    set('+0d');
+    user.root.behave({ live: true, routes: { '/api/wie': { status: 503 } } });
+    const probes = () => user.root.requests('/api/wie').length;
+    const run = user.start({ environment: {
+      LD_PRELOAD: shifter, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
+      FAKETIME_DONT_FAKE_MONOTONIC: '1',
+    } });
+    await waitFor('probes', () => probes() >= 2);
+    await underWatch(screen, run, t, {}, async () => {
+      for (const jump of ['+366d', '-366d', '+0d']) {
+        set(jump);
+        const before = probes();
+        const begin = process.hrtime.bigint();
+        await waitFor(`probes after ${jump}`, () => probes() >= before + 3);
+        const took = Number(process.hrtime.bigint() - begin) / 1e6;
+        assert.ok(took > 400, `three probes took ${took} ms`);
+      }
+      user.root.behave({ live: true });
+      await user.root.painted(1);
+      for (const jump of ['+366d', '-366d', '+0d']) {
+        set(jump);
+        const before = user.root.told('getoond').length;
+        await screen.keys('ctrl+r');
+        await user.root.painted(before + 1);
+        const { headers } = user.root.requests('/').at(-1);
+        assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`), jump);
+      }
+    });
+    await user.quit(run);
+    await assertClean(user);
+  });

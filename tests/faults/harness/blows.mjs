@@ -1,5 +1,5 @@
-// What can strike the application from outside, and what comes of it in the
-// middle of each job:
+// What can strike the application from outside, in the short form of the
+// campaign in some jobs only, and what comes of it in the middle of each:
 //   goes on    the job comes to its ordinary end
 //   report 9   the error page names the signal, and Control-R opens the OS again
 //   ends       the application ends in its ordinary way, and nothing is half done
@@ -43,11 +43,13 @@ const serverOf = async (scene) => (await scene.user.root.started()).pid;
 
 export const blows = {
   'the server crashes': {
+    short: ['starting', 'downloading'],
     strike: async (scene) => kill(await serverOf(scene)),
     // Nothing of the machine's own runs beside an online server.
     outcomes: { ...always('report 9'), updating: undefined, quitting: goesOn },
   },
   'the server hangs for a second': {
+    short: ['quitting'],
     async strike(scene) {
       const pid = await serverOf(scene);
       kill(pid, 'SIGSTOP');
@@ -58,14 +60,17 @@ export const blows = {
     outcomes: { ...always(goesOn), updating: undefined },
   },
   'the web process is killed': {
+    short: ['starting', 'downloading', 'updating'],
     strike: (scene) => killProcess(scene, 'WebKitWebProcess'),
     outcomes: always(goesOn),
   },
   'the network process is killed': {
+    short: ['showing', 'updating'],
     strike: (scene) => killProcess(scene, 'WebKitNetworkProcess'),
     outcomes: always(goesOn),
   },
   'the session bus goes': {
+    short: ['showing', 'updating'],
     onBus: true,
     async strike(scene) {
       kill(scene.bus.pid);
@@ -74,19 +79,26 @@ export const blows = {
     outcomes: always(goesOn),
   },
   'a second instance starts': {
+    short: ['polling', 'quitting'],
     onBus: true,
     strike: async (scene) => endedWell(scene.user, scene.user.start(scene.options)),
     outcomes: always(goesOn),
   },
   SIGTERM: {
+    short: ['polling', 'updating'],
     strike: (scene) => kill(scene.run.pid, 'SIGTERM'),
     outcomes: always('ends'),
   },
-  'no descriptor is left': {
-    strike(scene) {
-      const { status } = spawnSync('prlimit', [`--pid=${scene.run.pid}`, '--nofile=3:4096']);
-      assert.equal(status, 0);
+  'no descriptor is left for a second': {
+    short: ['polling', 'showing'],
+    async strike(scene) {
+      const limit = (number) => spawnSync('prlimit', [`--pid=${scene.run.pid}`,
+        `--nofile=${number}:4096`]).status;
+      assert.equal(limit(3), 0);
+      await scene.screen.keys('ctrl+r');
+      await pause(1000);
+      assert.equal(limit(1024), 0);
     },
-    outcomes: {},
+    outcomes: always(goesOn),
   },
 };

@@ -58,6 +58,10 @@ async function play(scene, name, blow, t) {
   await assertClean(user);
 }
 
+/// Whether a cell of the table is there, and is played in this form.
+export const isPlayed = (blow, name) =>
+  blow.outcomes[name] !== undefined && (isLong || blow.short.includes(name));
+
 /// Declares the test of one cell of the table.
 export function cell(trial, title, blow, name) {
   trial(`${name}: ${title}`, {}, async (user, screen, t) => {
