@@ -154,9 +154,8 @@ TEST_P(LinuxWebView, ReloadAfterALoadThatFailedShowsThePageThatStayed) {
   makeView("ORVELOS/");
   view->loadHtml("<body>bleef</body>");
   ASSERT_TRUE(shows("bleef"));
-  const LoopbackServer server([](LoopbackConnection &connection, const std::string &) {
-    connection.reset();
-  });
+  const LoopbackServer server(
+      [](LoopbackConnection &connection, const std::string &) { connection.reset(); });
   load(server.url());
   ASSERT_TRUE(platform->runUntil([&] { return !server.heads().empty(); }));
   auto *page = WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());

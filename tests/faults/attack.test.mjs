@@ -14,7 +14,7 @@ import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 
 const { trial } = trialsOn();
 
-const many = isLong ? 10_000 : 300;
+const many = isLong ? 10_000 : 100;
 const beacon = '<a id="baken" href="https://baken.test/">baken</a>';
 const button = '<button id="knop">knop</button>';
 

@@ -29,8 +29,7 @@ TEST_F(StaleServer, otherProgramOnThePortIsLeftAlone) {
 TEST_F(StaleServer, onLinuxNoLanguageHidesALetterOfThePath) {
   fake.names = linuxNames;
   fake.processes.shell(listing, {"41\n"});
-  EXPECT_THAT(cleanUp(),
-              ElementsAre("sh " + listing, "sh LC_ALL=C.UTF-8 ps -o command= -p 41"));
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh LC_ALL=C.UTF-8 ps -o command= -p 41"));
 }
 
 TEST_F(StaleServer, serverOfAnotherRootIsLeftAlone) {

@@ -1,6 +1,7 @@
 // What can strike the application from outside, in the short form of the
 // campaign in some jobs only, and what comes of it in the middle of each:
 //   goes on    the job comes to its ordinary end
+//   stands     the application answers, though its page may not, and can be quit
 //   report 9   the error page names the signal, and Control-R opens the OS again
 //   ends       the application ends in its ordinary way, and nothing is half done
 
@@ -97,8 +98,10 @@ export const blows = {
       assert.equal(limit(3), 0);
       await scene.screen.keys('ctrl+r');
       await pause(1000);
-      assert.equal(limit(1024), 0);
+      assert.ok(limit(1024) === 0 || scene.run.ended);
     },
-    outcomes: always(goesOn),
+    // While it starts, GLib and the web engine end a process that gets none; later
+    // the engine may lose a picture, and waits for it until it ends.
+    outcomes: { ...always(goesOn), starting: undefined, polling: 'stands', showing: 'stands' },
   },
 };

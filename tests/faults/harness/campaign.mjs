@@ -31,7 +31,7 @@ async function meet(scene, job, outcome, watch) {
   } else if (outcome === 'ends') {
     await endedWell(scene.user, scene.run);
     await job.nothingCame?.(scene);
-  } else {
+  } else if (outcome !== 'stands') {
     await reported(scene, job, outcome.split(' ')[1], watch);
   }
 }
