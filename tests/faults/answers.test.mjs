@@ -133,6 +133,7 @@ trial('files that are answered wrongly', { timeout: 120_000 }, async (user, scre
   kill(run.pid, 'SIGTERM');
   await endedWell(user, run);
   assert.deepEqual(desktop.files(), saved);
-  assert.deepEqual(await desktop.openedInTheEnd(), saved.map((name) => join(desktop.downloads, name)));
+  const whole = saved.map((name) => join(desktop.downloads, name));
+  assert.deepEqual(await desktop.openedInTheEnd(), whole);
   await assertClean(user);
 });
