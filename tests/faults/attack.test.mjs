@@ -15,6 +15,8 @@ import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 const { trial } = trialsOn();
 
 const many = isLong ? 10_000 : 100;
+// Every program that is started takes a fork of the application.
+const whileStarting = { growth: 40, away: 1000 };
 const beacon = '<a id="baken" href="https://baken.test/">baken</a>';
 const button = '<button id="knop">knop</button>';
 
@@ -82,7 +84,7 @@ trial('navigations to addresses that lead out of the page', {}, async (user, scr
 trial('titles without measure', {}, async (user, screen, t) => {
   user.root.behave({ live: true });
   const run = await user.startAndPaint();
-  await underWatch(screen, run, t, {}, async () => {
+  await underWatch(screen, run, t, { growth: 40 }, async () => {
     const change = "() => { document.title = 'lang '.repeat(2_000_000) + step; }";
     user.root.behave({ live: true, routes: { '/': { page: scripts(Array(20).fill(change)) } } });
     await screen.keys('ctrl+r');
@@ -150,8 +152,7 @@ async function flood(user, screen, t, handler, route = {}) {
   </script>`, { routes: { '/api/export': route } });
   const [run] = user.starts;
   const most = screen.watchWindows();
-  // Every program that is started takes a fork of the application.
-  await underWatch(screen, run, t, { growth: 40, away: 1000 }, async () => {
+  await underWatch(screen, run, t, whileStarting, async () => {
     await screen.clickElement(told, 'knop');
     await waitFor(`${many} of them`, () => opened().length >= many,
       { timeout: many * 100 + 20_000 });
@@ -207,7 +208,7 @@ trial('downloads named to get out of the folder or to take the place of a file',
     }]));
     const told = await user.startWithPage(page, { routes });
     const [run] = user.starts;
-    await underWatch(screen, run, t, {}, async () => {
+    await underWatch(screen, run, t, whileStarting, async () => {
       await screen.clickElement(told, 'knop');
       await waitFor('all of them', () => opened().length === names.length);
     });
