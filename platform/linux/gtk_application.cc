@@ -52,10 +52,15 @@ void GtkApplicationHost::run() {
 }
 
 void GtkApplicationHost::connectToSession() {
-  if (g_application_register(base(application_), nullptr, nullptr)) return;
-  // A bus that refuses the name must not keep the user from working.
-  g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
-  g_application_register(base(application_), nullptr, nullptr);
+  if (!g_application_register(base(application_), nullptr, nullptr)) {
+    // A bus that refuses the name must not keep the user from working.
+    g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
+    g_application_register(base(application_), nullptr, nullptr);
+  }
+  // Nor does one that goes away; GIO's own rule is to end the process with it.
+  if (GDBusConnection *bus = g_application_get_dbus_connection(base(application_))) {
+    g_dbus_connection_set_exit_on_close(bus, FALSE);
+  }
 }
 
 void GtkApplicationHost::activated() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include "platform/workspace.h"
@@ -13,16 +14,16 @@ namespace orvel {
 class GtkWorkspace final : public Workspace {
  public:
   /// The variables of the session, by name.
-  explicit GtkWorkspace(std::map<std::string, std::string> environment)
-      : environment_(std::move(environment)) {}
+  explicit GtkWorkspace(std::map<std::string, std::string> environment);
 
   void open(const Url &url) override;
   void openFile(const std::string &path) override;
 
  private:
-  void launchDefaultApplication(const std::string &uri);
+  struct Launches;
+  void launchDefaultApplication(std::string uri);
 
-  const std::map<std::string, std::string> environment_;
+  const std::shared_ptr<Launches> launches_;
 };
 
 }  // namespace orvel

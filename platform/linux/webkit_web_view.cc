@@ -46,6 +46,14 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
       delegate_(delegate),
       session_(makeSession(configuration.persistentDataStore, surroundings)),
       view_(makeView(session_.get(), makeSettings(configuration, surroundings.accelerated).get())),
+      // Connected before the navigation, which lets no other handler know.
+      loadFailed_(g_signal_connect_swapped(
+          view_.get(), "load-failed",
+          G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
+            page->loadFailed(error);
+            return gboolean{FALSE};
+          }),
+          this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
       navigation_(view_.get(), surroundings.cacheFolder, delegate) {
   g_signal_connect_swapped(
@@ -77,17 +85,22 @@ void WebKitPageView::load(const UrlRequest &request) {
     }
   }
   webkit_web_view_load_request(view_.get(), message.get());
+  awaited_ = request;
 }
 
 void WebKitPageView::loadHtml(std::string_view html) {
   endUnresponsiveProcess();
   webkit_web_view_load_html(view_.get(), std::string(html).c_str(), nullptr);
   html_ = html;
+  awaited_.reset();
 }
 
 void WebKitPageView::reload() {
-  // WebKit would show an empty page in place of one that has no address.
-  if (!html_.empty()) {
+  // The process that ended may have taken a load along with it.
+  if (awaited_) {
+    load(UrlRequest(*awaited_));
+    // WebKit would show an empty page in place of one that has no address.
+  } else if (!html_.empty()) {
     loadHtml(std::string(html_));
   } else {
     webkit_web_view_reload(view_.get());
@@ -109,7 +122,15 @@ void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason)
 void WebKitPageView::loadChanged(WebKitLoadEvent event) {
   if (event != WEBKIT_LOAD_COMMITTED) return;
   const char *address = webkit_web_view_get_uri(view_.get());
-  if (g_strcmp0(address, "about:blank") != 0) html_.clear();
+  if (g_strcmp0(address, "about:blank") == 0) return;
+  html_.clear();
+  awaited_.reset();
+}
+
+void WebKitPageView::loadFailed(const GError *error) {
+  if (!g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) {
+    awaited_.reset();
+  }
 }
 
 // A page that has stopped answering would swallow every load: the way out of it

@@ -2,6 +2,7 @@
 
 #include <webkit/webkit.h>
 
+#include <optional>
 #include <string>
 
 #include "platform/linux/gobject_pointer.h"
@@ -43,16 +44,20 @@ class WebKitPageView final : public WebView {
  private:
   void processTerminated(WebKitWebProcessTerminationReason reason);
   void loadChanged(WebKitLoadEvent event);
+  void loadFailed(const GError *error);
   void endUnresponsiveProcess();
 
   const bool drawsBackground_;
   WebViewDelegate &delegate_;
   const GObjectPointer<WebKitNetworkSession> session_;
   const GObjectPointer<WebKitWebView> view_;
+  const gulong loadFailed_;
   WebKitCookieStore cookies_;
   WebKitNavigation navigation_;
   /// The page that was given as text, while that is what is shown.
   std::string html_;
+  /// What was to be loaded last, until it is there.
+  std::optional<UrlRequest> awaited_;
 };
 
 class WebKitPageViewFactory final : public WebViewFactory {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -129,6 +130,40 @@ TEST_P(LinuxWebView, ReloadShowsAgainWhatWasGivenAsText) {
   ASSERT_TRUE(shows("veranderd"));
   view->reload();
   EXPECT_TRUE(shows("De OS-server reageert niet. ⌘"));
+}
+
+TEST_P(LinuxWebView, ReloadBeforeAPageIsThereAsksForItAgain) {
+  std::atomic<int> requests = 0;
+  LoopbackServer server([&](LoopbackConnection &connection, const std::string &head) {
+    // The first one has an answer only when its connection is given up.
+    if (requests++ == 0) return connection.waitForClient();
+    answerPage(connection, head);
+  });
+  makeView("ORVELOS/");
+  view->loadHtml("<body>leeg</body>");
+  ASSERT_TRUE(shows("leeg"));
+  load(server.url());
+  ASSERT_TRUE(platform->runUntil([&] { return requests == 1; }));
+  webkit_web_view_terminate_web_process(
+      WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget()));
+  view->reload();
+  EXPECT_TRUE(shows("pagina"));
+}
+
+TEST_P(LinuxWebView, ReloadAfterALoadThatFailedShowsThePageThatStayed) {
+  makeView("ORVELOS/");
+  view->loadHtml("<body>bleef</body>");
+  ASSERT_TRUE(shows("bleef"));
+  const LoopbackServer server(
+      [](LoopbackConnection &connection, const std::string &) { connection.reset(); });
+  load(server.url());
+  ASSERT_TRUE(platform->runUntil([&] { return !server.heads().empty(); }));
+  auto *page = WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
+  ASSERT_TRUE(platform->runUntil([&] { return webkit_web_view_is_loading(page) == FALSE; }));
+  evaluate("document.body.innerText = 'veranderd'");
+  ASSERT_TRUE(shows("veranderd"));
+  view->reload();
+  EXPECT_TRUE(shows("bleef"));
 }
 
 TEST_P(LinuxWebView, ReloadAsksForAnAddressAgain) {

@@ -5,9 +5,14 @@
 //   gate     the second half of the body waits until a file of this name exists
 //   drips    the body never ends; each piece that has left is an event "dripped"
 //   cut      the connection ends where half of the body is missing
+//   cutChunk the same in the middle of a chunk
+//   reset    the connection is reset before an answer
+//   fields   so many header fields more
+//   trickle  a byte of the body a second until a file of this name exists
+//   logs     so many bytes go into the server's log first
 //   silent   nothing is answered at all
 
-import { existsSync } from 'node:fs';
+import { existsSync, writeSync } from 'node:fs';
 
 import { page, pageWith } from './page.mjs';
 
@@ -34,14 +39,39 @@ function whileAnswering(response, every, step) {
   response.on('close', () => clearInterval(timer));
 }
 
+function trickle(response, body, gate) {
+  let sent = 0;
+  whileAnswering(response, 1000, () => {
+    if (sent < body.length) response.write(body.subarray(sent, (sent += 1)));
+    response.emit('dripped');
+  });
+  whileAnswering(response, 10, () => {
+    if (existsSync(gate)) response.end(body.subarray(sent));
+  });
+}
+
+function writeLog(size) {
+  const line = Buffer.alloc(1 << 16, 'vloed ');
+  for (let left = size; left > 0; left -= line.length) writeSync(1, line);
+}
+
+const manyFields = (count) =>
+  Object.fromEntries(Array.from({ length: count }, (_, at) => [`x-veld-${at}`, String(at)]));
+
 function answerRoute(response, route) {
   if (route.silent) return;
+  if (route.logs) writeLog(route.logs);
+  if (route.reset) {
+    response.socket.resetAndDestroy();
+    return;
+  }
   const body = Buffer.from(route.page === undefined ? route.body ?? '' : pageWith(route.page));
   const half = body.subarray(0, body.length / 2);
   const length = { 'content-length': route.bytes ?? body.length };
   response.writeHead(route.status ?? 200, {
     ...(route.page === undefined ? {} : html),
-    ...(route.drips ? {} : length),
+    ...(route.drips || route.cutChunk ? {} : length),
+    ...manyFields(route.fields ?? 0),
     ...route.headers,
   });
   if (route.bytes !== undefined) {
@@ -51,6 +81,11 @@ function answerRoute(response, route) {
       response.write(Buffer.alloc(1 << 18), () => response.emit('dripped')));
   } else if (route.cut) {
     response.write(half, () => response.destroy());
+  } else if (route.cutChunk) {
+    response.flushHeaders();
+    response.socket.end(`${body.length.toString(16)}\r\n${half}`);
+  } else if (route.trickle) {
+    trickle(response, body, route.trickle);
   } else if (route.gate) {
     response.write(half);
     whileAnswering(response, 10, () => {

@@ -1,6 +1,8 @@
 // A data root made on the fly, and the record that its server keeps.
 
-import { copyFileSync, existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import {
+  copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,
+} from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
@@ -28,9 +30,12 @@ export class DataRoot {
     this.behave(behaviour);
   }
 
-  /// How the server behaves from its next start on.
+  /// How the server behaves from its next start on; one that is `live` takes
+  /// each answer from what was last said here.
   behave(behaviour) {
-    writeFileSync(join(this.path, 'v3/behaviour.json'), JSON.stringify(behaviour));
+    const path = join(this.path, 'v3/behaviour.json');
+    writeFileSync(`${path}.new`, JSON.stringify(behaviour));
+    renameSync(`${path}.new`, path);
   }
 
   /// Everything recorded so far, in order.
@@ -38,6 +43,11 @@ export class DataRoot {
     if (!existsSync(this.recordPath)) return [];
     // The last piece may still be in the writing.
     return readFileSync(this.recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse);
+  }
+
+  /// Begins the record anew, while no server runs.
+  forget() {
+    rmSync(this.recordPath, { force: true });
   }
 
   events(event) {

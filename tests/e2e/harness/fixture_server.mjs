@@ -2,7 +2,7 @@
 // behaviour.json beside it tells how it behaves, and everything that happens to
 // it becomes a line of JSON in record.jsonl.
 
-import { appendFileSync, existsSync, readFileSync } from 'node:fs';
+import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -11,12 +11,16 @@ import { answer } from './answers.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const path = join(here, 'behaviour.json');
-const behaviour = existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {};
+const read = () => (existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {});
+const behaviour = read();
+
+// Open from the start: it goes along when a test takes the folder away.
+const recordFile = openSync(join(here, 'record.jsonl'), 'a');
 
 // Written synchronously: whoever sees an answer finds the line already there.
 function record(event, details = {}) {
   const line = { event, pid: process.pid, time: Date.now(), ...details };
-  appendFileSync(join(here, 'record.jsonl'), `${JSON.stringify(line)}\n`);
+  appendFileSync(recordFile, `${JSON.stringify(line)}\n`);
 }
 
 record('started', { argv: process.argv, cwd: process.cwd(), env: { ...process.env } });
@@ -48,7 +52,7 @@ function serve(request, response, body) {
     refusals -= 1;
     response.writeHead(behaviour.refusal ?? 401).end();
   } else {
-    answer(request, response, behaviour.routes);
+    answer(request, response, behaviour.live ? read().routes : behaviour.routes);
   }
 }
 

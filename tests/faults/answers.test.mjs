@@ -1,0 +1,139 @@
+// A server of this machine that answers wrongly while it is probed, shown and
+// asked for files.
+
+import assert from 'node:assert/strict';
+import { rmSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { Desktop } from '../e2e/harness/desktop.mjs';
+import { pageColour } from '../e2e/harness/page.mjs';
+import { kill } from '../e2e/harness/processes.mjs';
+import { trialsOn } from '../e2e/harness/trial.mjs';
+import { waitFor } from '../e2e/harness/wait.mjs';
+import { badAnswers } from './harness/bad_answers.mjs';
+import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+
+const { trial } = trialsOn();
+
+const errorColour = [7, 9, 12];
+const body = 'een;twee\n'.repeat(2000);
+
+/// Has the page loaded again, and waits until it is there.
+async function pageAgain(user, screen) {
+  const before = user.root.told('getoond').length;
+  await screen.keys('ctrl+r');
+  await user.root.painted(before + 1);
+  await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+}
+
+/// Does something with each answer that has an outcome in this place.
+async function each(user, screen, t, place, run, body) {
+  const gate = join(user.folder, 'verder');
+  for (const [what, { route, outcomes }] of Object.entries(badAnswers(gate))) {
+    const outcome = outcomes[place];
+    if (!outcome) continue;
+    rmSync(gate, { force: true });
+    await underWatch(screen, run, t, { what: `${place}: ${what}` }, (watch) =>
+      body(route, outcome, { gate, watch, what }));
+  }
+}
+
+trial('probes that are answered wrongly', { timeout: 120_000 }, async (user, screen, t) => {
+  const run = await user.startAndPaint();
+  let starts = 1;
+  await each(user, screen, t, 'polling', run, async (route, outcome, { gate, watch }) => {
+    kill((await user.root.started(starts)).pid);
+    await waitFor('the error page', () => screen.picture().shows(errorColour));
+    const painted = user.root.told('getoond').length;
+    const before = user.root.requests('/api/wie').length;
+    user.root.behave({ live: true, routes: { '/api/wie': { body: 'x'.repeat(50), ...route } } });
+    starts += 1;
+    await watch.allowing(async () => {
+      await screen.keys('ctrl+r');
+      await user.root.started(starts);
+    });
+    const asked = () => user.root.requests('/api/wie').length - before;
+    if (outcome === 'again') {
+      await waitFor('a second probe', () => asked() >= 2);
+    } else if (outcome === 'ready') {
+      await user.root.painted(painted + 1);
+    } else {
+      await waitFor('a long answer', () => user.root.events('dripped').length >= 4);
+      assert.equal(asked(), 1);
+      assert.equal(user.root.told('getoond').length, painted);
+    }
+    user.root.behave({ live: true });
+    writeFileSync(gate, '');
+    await user.root.painted(painted + 1);
+    if (outcome !== 'again') assert.equal(asked(), 1);
+  });
+  await user.quit(run);
+  await assertClean(user);
+});
+
+trial('pages that are answered wrongly', { timeout: 120_000 }, async (user, screen, t) => {
+  const page = '<p>woord</p>'.repeat(5000);
+  user.root.behave({ live: true });
+  const run = await user.startAndPaint();
+  await each(user, screen, t, 'page', run, async (route, outcome) => {
+    const before = user.root.requests('/').length;
+    const painted = user.root.told('getoond').length;
+    user.root.behave({ live: true, routes: { '/': { page, ...route } } });
+    await screen.keys('ctrl+r');
+    await waitFor('the request', () => user.root.requests('/').length > before);
+    if (outcome === 'whole') await user.root.painted(painted + 1);
+    user.root.behave({ live: true });
+    await pageAgain(user, screen);
+    assert.equal(user.root.told('getoond').length, painted + (outcome === 'whole' ? 2 : 1));
+    assert.equal(user.root.events('started').length, 1);
+  });
+
+  // The last one lasts while the application is quit.
+  const before = user.root.requests('/').length;
+  user.root.behave({ live: true, routes: { '/': { page, drips: true } } });
+  await screen.keys('ctrl+r');
+  await waitFor('the request', () => user.root.requests('/').length > before);
+  kill(run.pid, 'SIGTERM');
+  await endedWell(user, run);
+  await assertClean(user);
+});
+
+trial('files that are answered wrongly', { timeout: 120_000 }, async (user, screen, t) => {
+  const desktop = new Desktop(user);
+  const gate = join(user.folder, 'verder');
+  const answers = Object.values(badAnswers(gate));
+  const paths = answers.map((_, at) => `/api/bestand/f${at}`);
+  const page = paths.map((path, at) => `<a id="f${at}" href="${path}">${at}</a>`).join('');
+  const file = { headers: { 'content-type': 'text/csv' }, body };
+  const told = await user.startWithPage(page, {
+    routes: Object.fromEntries(answers.map(({ route }, at) => [paths[at], { ...file, ...route }])),
+  });
+  const [run] = user.starts;
+  let number = -1;
+  const saved = [];
+  await each(user, screen, t, 'download', run, async (_, outcome, { what }) => {
+    number = Object.keys(badAnswers(gate)).indexOf(what);
+    await screen.clickElement(told, `f${number}`);
+    const path = paths[number];
+    await waitFor('the request', () => user.root.requests(path).length === 1);
+    if (outcome === 'whole') {
+      assert.equal(await desktop.awaitFile(`f${number}.csv`), body);
+      saved.push(`f${number}.csv`);
+    } else if (outcome === 'nothing') {
+      await waitFor('the end of the answer', () =>
+        user.root.events('answered').some(({ url }) => url === path));
+    } else if (outcome === 'waits' && what !== 'nothing at all') {
+      await waitFor('a long answer', () =>
+        user.root.events('dripped').filter(({ url }) => url === path).length >= 2);
+    }
+    assert.deepEqual(desktop.files(), saved);
+  });
+
+  // Three of them last while the application is quit.
+  kill(run.pid, 'SIGTERM');
+  await endedWell(user, run);
+  assert.deepEqual(desktop.files(), saved);
+  const whole = saved.map((name) => join(desktop.downloads, name));
+  assert.deepEqual(await desktop.openedInTheEnd(), whole);
+  await assertClean(user);
+});

@@ -1,0 +1,80 @@
+// A server elsewhere that answers wrongly when it is asked for a release.
+
+import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { entryOf, fingerprint, makeRelease, offer } from '../e2e/harness/release.mjs';
+import { trialsOn } from '../e2e/harness/trial.mjs';
+import { askAndClose, newest, online, updated } from '../e2e/harness/update.mjs';
+import { waitFor } from '../e2e/harness/wait.mjs';
+import { badAnswers } from './harness/bad_answers.mjs';
+import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+
+const { trial } = trialsOn({ local: false });
+
+const failed = 'Kon niet controleren op updates.';
+const manifest = '/download/linux.json';
+const archive = '/download/orvel-os.zip';
+
+trial('manifests that are answered wrongly', { timeout: 180_000 }, async (user, screen, t) => {
+  await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+    await waitFor('the silent check', () => server.to(manifest).length === 1);
+    const gate = join(user.folder, 'verder');
+    for (const [what, { route, outcomes }] of Object.entries(badAnswers(gate))) {
+      const outcome = outcomes.manifest;
+      if (!outcome) continue;
+      const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
+      routes[manifest] = { body, ...route };
+      await underWatch(screen, run, t, { what: `manifest: ${what}` }, async () => {
+        if (outcome !== 'waits') {
+          return askAndClose(screen, outcome === 'failed' ? failed : newest());
+        }
+        const before = server.to(manifest).length;
+        await screen.chooseApplicationItem(1);
+        await waitFor('the request', () => server.to(manifest).length > before);
+        // The window stays usable, and the answer counts when it is whole.
+        await screen.keys('ctrl+r');
+        await server.painted(2);
+        assert.deepEqual(await screen.windows(newest()), []);
+        writeFileSync(gate, '');
+        await screen.panel(newest());
+        await screen.keys('Return');
+        await screen.panelGone(newest());
+        await screen.managing(1);
+      });
+    }
+    await user.quit(run);
+  });
+  await assertClean(user);
+});
+
+trial('archives that are answered wrongly', { timeout: 180_000 }, async (user, screen, t) => {
+  await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+    await waitFor('the silent check', () => server.to(manifest).length === 1);
+    const old = fingerprint(user.bundle);
+    const release = makeRelease(user);
+    const answers = Object.entries(badAnswers(join(user.folder, 'verder')));
+    const cells = ['nothing', 'waits', 'taken'].flatMap((outcome) =>
+      answers.filter(([, { outcomes }]) => outcomes.archive === outcome));
+    assert.equal(cells.length, answers.length);
+    for (const [what, { route, outcomes }] of cells) {
+      const before = server.to(archive).length;
+      Object.assign(routes, offer('1.1', { body: release, ...route }));
+      await underWatch(screen, run, t, { what: `archive: ${what}` }, async () => {
+        await screen.chooseApplicationItem(1);
+        if (outcomes.archive === 'taken') return screen.panel(updated);
+        await waitFor('the request', () => server.to(archive).length > before);
+        // The next check is answered after an archive that has come to its end.
+        Object.assign(routes, offer('1.0'));
+        await askAndClose(screen, newest());
+        assert.equal(fingerprint(user.bundle), old, what);
+      });
+    }
+    // The notice stands, and others last, while the application is quit.
+    process.kill(run.pid, 'SIGTERM');
+    await endedWell(user, run);
+    assert.equal(entryOf(user.bundle, 'CFBundleShortVersionString'), '1.1');
+  });
+  await assertClean(user);
+});

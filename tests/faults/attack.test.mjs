@@ -1,0 +1,221 @@
+// A page that means harm. What it can reach are the rules that hold for every
+// page; what it must not reach is everything else.
+
+import assert from 'node:assert/strict';
+import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { Desktop } from '../e2e/harness/desktop.mjs';
+import { kill } from '../e2e/harness/processes.mjs';
+import { trialsOn } from '../e2e/harness/trial.mjs';
+import { waitFor } from '../e2e/harness/wait.mjs';
+import { isLong } from './harness/campaign.mjs';
+import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+
+const { trial } = trialsOn();
+
+const many = isLong ? 10_000 : 100;
+// Every program that is started takes a fork of the application.
+const whileStarting = { growth: 40, away: 1000 };
+const beacon = '<a id="baken" href="https://baken.test/">baken</a>';
+const button = '<button id="knop">knop</button>';
+
+/// Takes the place of the programs that open files and addresses: a thousand of
+/// them would be a load of their own.
+function cheapOpener(desktop) {
+  writeFileSync(join(desktop.user.folder, 'opener'),
+    `#!/bin/sh\necho "$1" >> "${join(desktop.user.folder, 'geopend')}"\n`, { mode: 0o755 });
+  return () => {
+    try {
+      return readFileSync(join(desktop.user.folder, 'geopend'), 'utf8').split('\n').slice(0, -1);
+    } catch {
+      return [];
+    }
+  };
+}
+
+async function end(user, run) {
+  kill(run.pid, 'SIGTERM');
+  await endedWell(user, run);
+  await assertClean(user);
+}
+
+const scripts = (list) => `<script>
+  let step = 0;
+  const attempts = [${list.join()}];
+  const next = () => {
+    if (step === attempts.length) return tell('klaar');
+    try { attempts[step++](); } catch {}
+    setTimeout(next, 50);
+  };
+  addEventListener('load', () => setTimeout(next, 200));
+</script>`;
+
+trial('navigations to addresses that lead out of the page', {}, async (user, screen, t) => {
+  const desktop = new Desktop(user);
+  const bad = ['file:///etc/passwd', 'javascript:tell(`gelopen`)//', 'data:text/html,weg',
+    'ftp://elders.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-onbekend:y'];
+  const frames = bad.map((address) => `() => {
+    const frame = document.createElement('iframe');
+    frame.src = ${JSON.stringify(address.replace('tell', 'parent.tell'))};
+    document.body.append(frame);
+  }`);
+  const places = bad.filter((address) => !address.startsWith('java'))
+    .map((address) => `() => { location = ${JSON.stringify(address)}; }`);
+  const links = bad.map((address) => `() => {
+    const link = document.createElement('a');
+    link.href = ${JSON.stringify(address)};
+    document.body.append(link);
+    link.click();
+  }`);
+  await user.startWithPage(beacon + scripts([...places, ...links, ...frames]));
+  const [run] = user.starts;
+  await underWatch(screen, run, t, {}, async () => {
+    await waitFor('all attempts', () => user.root.told('klaar').length === 1);
+  });
+  const told = user.root.told('getoond');
+  assert.equal(told.length, 1, 'the page stays');
+  await screen.clickElement(told[0], 'baken');
+  await desktop.awaitOpened('https://baken.test/');
+  assert.deepEqual(desktop.opened(), ['https://baken.test/']);
+  await end(user, run);
+});
+
+trial('titles without measure', {}, async (user, screen, t) => {
+  user.root.behave({ live: true });
+  const run = await user.startAndPaint();
+  await underWatch(screen, run, t, { growth: 40 }, async () => {
+    const change = "() => { document.title = 'lang '.repeat(2_000_000) + step; }";
+    user.root.behave({ live: true, routes: { '/': { page: scripts(Array(20).fill(change)) } } });
+    await screen.keys('ctrl+r');
+    await waitFor('all titles', () => user.root.told('klaar').length === 1);
+    assert.equal((await screen.windows()).length, 1, 'the window keeps its title');
+    user.root.behave({ live: true });
+    const painted = user.root.told('getoond').length;
+    await screen.keys('ctrl+r');
+    await user.root.painted(painted + 1);
+  });
+  await end(user, run);
+});
+
+for (const call of ['alert', 'confirm']) {
+  trial(`endless dialogs: ${call}`, {}, async (user, screen, t) => {
+    await user.startWithPage(`<script>
+      addEventListener('load', () => setTimeout(() => {
+        for (let number = 0; ; number += 1) ${call}('paneel ' + number);
+      }, 300));
+    </script>`);
+    const [run] = user.starts;
+    await underWatch(screen, run, t, {}, async () => {
+      for (let number = 0; number < 5; number += 1) {
+        await screen.panel(`paneel ${number}`);
+        await screen.keys('Return');
+        await screen.panelGone(`paneel ${number}`);
+      }
+      await screen.panel('paneel 5');
+    });
+    await end(user, run);
+  });
+}
+
+trial('10,000 windows that nobody asked for', {}, async (user, screen, t) => {
+  const desktop = new Desktop(user);
+  const told = await user.startWithPage(`${beacon}<script>
+    addEventListener('load', () => setTimeout(() => {
+      for (let number = 0; number < 10_000; number += 1) open('https://elders.test/' + number);
+      for (let number = 0; number < 100; number += 1) open('/api/export?' + number);
+      tell('klaar');
+    }, 300));
+  </script>`);
+  const [run] = user.starts;
+  const most = screen.watchWindows();
+  await underWatch(screen, run, t, {}, async () => {
+    await waitFor('all calls', () => user.root.told('klaar').length === 1);
+    await screen.clickElement(told, 'baken');
+    await desktop.awaitOpened('https://baken.test/');
+  });
+  assert.deepEqual(desktop.opened(), ['https://baken.test/']);
+  assert.deepEqual(desktop.files(), []);
+  assert.equal(await most(), 1);
+  await end(user, run);
+});
+
+/// Clicks the button, whose handler does so many things of a kind, and waits
+/// until they have been seen to.
+async function flood(user, screen, t, handler, route = {}) {
+  const desktop = new Desktop(user);
+  const opened = cheapOpener(desktop);
+  const told = await user.startWithPage(`${button}<script>
+    knop.onclick = () => {
+      for (let number = 0; number < ${many}; number += 1) { ${handler} }
+    };
+  </script>`, { routes: { '/api/export': route } });
+  const [run] = user.starts;
+  const most = screen.watchWindows();
+  await underWatch(screen, run, t, whileStarting, async () => {
+    await screen.clickElement(told, 'knop');
+    await waitFor(`${many} of them`, () => opened().length >= many,
+      { timeout: many * 100 + 20_000 });
+  });
+  assert.equal(await most(), 1, 'no window was seen');
+  assert.equal(user.root.told('getoond').length, 1, 'the page stays');
+  return { desktop, run, opened };
+}
+
+trial(`${many} windows that a click asked for`, { timeout: 1_200_000 },
+  async (user, screen, t) => {
+    const { run, opened } = await flood(user, screen, t,
+      "open('https://elders.test/' + number);");
+    assert.equal(new Set(opened()).size, many);
+    await end(user, run);
+  });
+
+const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n' };
+
+trial(`${many} links to the export`, { timeout: 1_200_000 }, async (user, screen, t) => {
+  const { desktop, run, opened } = await flood(user, screen, t, `
+    const link = document.createElement('a');
+    link.href = '/api/export?' + number;
+    document.body.append(link);
+    link.click();`, file);
+  assert.equal(desktop.files().length, many);
+  assert.equal(new Set(opened()).size, many, 'each in a file of its own');
+  for (const name of desktop.files()) {
+    assert.equal(readFileSync(join(desktop.downloads, name), 'utf8'), file.body);
+  }
+  await end(user, run);
+});
+
+const names = ['../buit', '../../buit', '/tmp/buit', '..', '.', '~/buit', '.zprofile',
+  'bestaat.csv',
+  'a/../../../buit', '%2e%2e%2fbuit', '..\\\\..\\\\buit', 'x'.repeat(5000), 'con\u0007trole',
+  'vals\u202Evsc.csv'];
+
+trial('downloads named to get out of the folder or to take the place of a file', {},
+  async (user, screen, t) => {
+    const desktop = new Desktop(user);
+    const opened = cheapOpener(desktop);
+    writeFileSync(join(desktop.downloads, 'bestaat.csv'), 'blijft');
+    const before = readdirSync(user.home);
+    const paths = names.map((_, at) => `/api/bestand/f${at}`);
+    const page = `${button}<script>
+      knop.onclick = () => { for (const path of ${JSON.stringify(paths)}) open(path); };
+    </script>`;
+    const routes = Object.fromEntries(names.map((name, at) => [paths[at], {
+      ...file,
+      headers: { ...file.headers, 'content-disposition':
+        `attachment; filename*=UTF-8''${encodeURIComponent(name)}` },
+    }]));
+    const told = await user.startWithPage(page, { routes });
+    const [run] = user.starts;
+    await underWatch(screen, run, t, whileStarting, async () => {
+      await screen.clickElement(told, 'knop');
+      await waitFor('all of them', () => opened().length === names.length);
+    });
+    t.diagnostic(desktop.files().map((name) => name.slice(0, 30)).join(' | '));
+    assert.equal(desktop.files().length, names.length + 1);
+    assert.equal(readFileSync(join(desktop.downloads, 'bestaat.csv'), 'utf8'), 'blijft');
+    assert.deepEqual(readdirSync(user.home), before);
+    for (const path of opened()) assert.ok(path.startsWith(`${desktop.downloads}/`), path);
+    await end(user, run);
+  });

@@ -1,0 +1,33 @@
+// What a server can answer wrongly, and what comes of it in each place:
+//   polling      again: the probe counts as failed; ready: it counts as an answer;
+//                waits: the probe lasts for as long as the answer
+//   page         lost: the page is not shown, or a part of it; whole: it is shown;
+//                either is left by Control-R
+//   download     nothing; whole; waits
+//   manifest     failed: the notice that the check failed; newest: it counts;
+//                waits
+//   archive      nothing; taken; waits
+
+const none = { page: 'lost', polling: 'again', download: 'nothing', manifest: 'failed',
+  archive: 'nothing' };
+const all = { page: 'whole', polling: 'ready', download: 'whole', manifest: 'newest',
+  archive: 'taken' };
+const endless = { page: 'lost', polling: 'waits', download: 'waits', manifest: 'waits',
+  archive: 'waits' };
+
+/// `gate` is a file at whose making an answer that lasts comes to its end.
+export const badAnswers = (gate) => ({
+  'nothing at all': { route: { silent: true },
+    outcomes: { ...none, polling: undefined, manifest: undefined, archive: 'waits',
+      download: 'waits' } },
+  'a reset connection': { route: { reset: true }, outcomes: none },
+  'a body that is cut': { route: { cut: true }, outcomes: none },
+  'a cut in the middle of a chunk': { route: { cutChunk: true }, outcomes: none },
+  '1,000 header fields': { route: { fields: 1000 }, outcomes: all },
+  // libsoup reads no head of more than some hundred kilobytes.
+  '100,000 header fields': { route: { fields: 100_000 }, outcomes: none },
+  'one byte a second': { route: { trickle: gate }, outcomes: endless },
+  // A body of text counts as wrong when it is longer than any text of ours.
+  'a flood without end': { route: { drips: true },
+    outcomes: { ...endless, polling: 'again', manifest: 'failed' } },
+});

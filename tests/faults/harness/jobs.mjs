@@ -1,0 +1,132 @@
+// The jobs of the application. Each is brought to its middle, where a fault can
+// strike, and then to its ordinary end.
+
+import assert from 'node:assert/strict';
+import { writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { Desktop } from '../../e2e/harness/desktop.mjs';
+import { OnlineServer } from '../../e2e/harness/online_server.mjs';
+import { pageColour } from '../../e2e/harness/page.mjs';
+import { entryOf, fingerprint, makeRelease, offer } from '../../e2e/harness/release.mjs';
+import { updated } from '../../e2e/harness/update.mjs';
+import { waitFor } from '../../e2e/harness/wait.mjs';
+import { endedWell } from './watch.mjs';
+
+const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n'.repeat(100_000) };
+const page = '<input id="veld" autocomplete="off"><a id="los" href="/api/bestand/los">los</a>';
+
+const refusing = { live: true, routes: { '/api/wie': { status: 503 } } };
+
+async function shows(scene) {
+  await waitFor('the page on the screen', () => scene.screen.picture().shows(pageColour));
+}
+
+/// What each job needs: `begin` brings a scene (user, screen, how to start) to
+/// the job's middle and keeps the run in it; `finish` sees it through.
+export const jobs = {
+  starting: {
+    async begin(scene) {
+      scene.run = scene.user.start(scene.options);
+      await scene.user.root.started();
+      await scene.screen.window();
+    },
+    async finish(scene) {
+      await scene.user.root.painted(1);
+      await shows(scene);
+    },
+  },
+
+  polling: {
+    async begin(scene) {
+      scene.user.root.behave(refusing);
+      scene.run = scene.user.start(scene.options);
+      await waitFor('probes', () => scene.user.root.requests('/api/wie').length >= 2);
+      await scene.screen.window();
+    },
+    async finish(scene) {
+      scene.user.root.behave({ live: true });
+      await scene.user.root.painted(1);
+      await shows(scene);
+    },
+  },
+
+  showing: {
+    async begin(scene) {
+      scene.run = await scene.user.startAndPaint(scene.options);
+    },
+    async finish(scene) {
+      // Where the page was loaded again by itself, it was painted once more.
+      const before = scene.user.root.requests('/').length;
+      await scene.screen.keys('ctrl+r');
+      await waitFor('the page again', () => scene.user.root.requests('/').length > before);
+      await scene.user.root.painted(scene.user.root.requests('/').length);
+      await shows(scene);
+    },
+  },
+
+  downloading: {
+    async begin(scene) {
+      const { user, screen } = scene;
+      scene.gate = join(user.folder, 'verder');
+      scene.desktop = new Desktop(user);
+      const told = await user.startWithPage(page, {
+        routes: { '/api/bestand/los': { ...file, gate: scene.gate } },
+      }, scene.options);
+      scene.run = user.starts.at(-1);
+      await screen.clickElement(told, 'los');
+      await waitFor('the request', () => user.root.requests('/api/bestand/los').length === 1);
+    },
+    async finish(scene) {
+      writeFileSync(scene.gate, '');
+      const text = await scene.desktop.awaitFile('los.csv');
+      assert.ok(text === file.body, 'the whole file');
+    },
+    /// The job was broken off.
+    async nothingCame(scene) {
+      await waitFor('an empty folder', () => scene.desktop.files().length === 0);
+      assert.deepEqual(scene.desktop.opened(), []);
+    },
+  },
+
+  updating: {
+    online: true,
+    async begin(scene) {
+      const { user, screen } = scene;
+      scene.gate = join(user.folder, 'verder');
+      const routes = {};
+      scene.server = await OnlineServer.open({ routes });
+      const { address } = scene.server;
+      user.setInformation({ ORVELOSURL: address, CFBundleShortVersionString: '1.0' });
+      scene.old = fingerprint(user.bundle);
+      Object.assign(routes, offer('1.1', { body: makeRelease(user), gate: scene.gate }));
+      scene.run = user.start(scene.options);
+      await scene.server.painted();
+      await screen.chooseApplicationItem(1);
+      await waitFor('the request', () => scene.server.to('/download/orvel-os.zip').length > 0);
+    },
+    async finish(scene) {
+      writeFileSync(scene.gate, '');
+      await scene.screen.panel(updated);
+      assert.equal(entryOf(scene.user.bundle, 'CFBundleShortVersionString'), '1.1');
+    },
+    async nothingCame(scene) {
+      assert.equal(fingerprint(scene.user.bundle), scene.old);
+    },
+  },
+
+  quitting: {
+    async begin(scene) {
+      const { user, screen } = scene;
+      user.root.behave({ stopsAfter: 800 });
+      scene.run = await user.startAndPaint(scene.options);
+      scene.pages = user.root.told('getoond').length;
+      await screen.keys('ctrl+q');
+      await waitFor('the stop', () => user.root.events('signal').length > 0);
+    },
+    async finish(scene) {
+      await endedWell(scene.user, scene.run);
+      await scene.user.root.serverGone();
+    },
+  },
+};

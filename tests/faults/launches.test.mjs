@@ -1,0 +1,119 @@
+// Starts and quits, as many and as early as can be, and a hundred presses of a
+// key.
+
+import assert from 'node:assert/strict';
+import { setTimeout as pause } from 'node:timers/promises';
+
+import { pageColour } from '../e2e/harness/page.mjs';
+import { kill } from '../e2e/harness/processes.mjs';
+import { trialsOn } from '../e2e/harness/trial.mjs';
+import { waitFor } from '../e2e/harness/wait.mjs';
+import { isLong } from './harness/campaign.mjs';
+import { assertClean, endedWell, noZombies, underWatch } from './harness/watch.mjs';
+
+const { trial } = trialsOn();
+
+/// Ends a run that may not have come to the point where it answers a signal.
+async function endedAtAnyStep(user, run) {
+  await user.ended(run);
+  const { code, signal } = run.ended;
+  assert.ok(code === 0 || signal === 'SIGTERM', `${code} ${signal} ${run.output}`);
+  await assertClean(user);
+  return signal ? 'by the signal' : 'by itself';
+}
+
+const steps = {
+  'a process': () => true,
+  'its connection to the screen': (user, run) => /nl\.orvel/.test(run.output) ||
+    user.processNamed('orvel-os').length > 0,
+  'the network process': (user) => user.processNamed('WebKitNetworkProcess').length > 0,
+  'the web process': (user) => user.processNamed('WebKitWebProcess').length > 0,
+  'the window': async (user, run, screen) => (await screen.windows()).length > 0,
+  'the command that looks at the port': (user) => user.processNamed('lsof').length > 0,
+  'the server': (user) => user.root.events('started').length > 0,
+  'the listening server': (user) => user.root.events('listening').length > 0,
+  'a probe': (user) => user.root.requests('/api/wie').length > 0,
+  'the page': (user) => user.root.requests('/').length > 0,
+};
+
+trial('SIGTERM at each step of the launch', { timeout: 200_000 }, async (user, screen, t) => {
+  for (const [what, seen] of Object.entries(steps)) {
+    // Each round looks at what the others have not left behind.
+    user.root.forget();
+    const run = user.start();
+    run.forced = true;
+    // A short step may be over before it was seen.
+    await waitFor(what, async () =>
+      (await seen(user, run, screen)) || user.root.requests('/').length > 0, { every: 1 });
+    kill(run.pid, 'SIGTERM');
+    t.diagnostic(`${what}: ended ${await endedAtAnyStep(user, run)}`);
+  }
+});
+
+trial('SIGTERM at moments all over the launch', { timeout: 2_000_000 },
+  async (user, screen, t) => {
+    const begin = Date.now();
+    const run = await user.startAndPaint();
+    const whole = Date.now() - begin;
+    kill(run.pid, 'SIGTERM');
+    await endedWell(user, run);
+    const count = isLong ? 200 : 4;
+    const ends = {};
+    for (let number = 0; number < count; number += 1) {
+      const early = user.start();
+      early.forced = true;
+      await pause((whole * number) / count);
+      kill(early.pid, 'SIGTERM');
+      const how = await endedAtAnyStep(user, early);
+      ends[how] = (ends[how] ?? 0) + 1;
+    }
+    t.diagnostic(`in ${whole} ms ${count} moments: ${JSON.stringify(ends)}`);
+  });
+
+const rounds = isLong ? 1000 : 20;
+
+trial(`${rounds} starts and quits`, { timeout: rounds * 15_000 }, async (user, screen, t) => {
+  const begin = Date.now();
+  for (let round = 1; round <= rounds; round += 1) {
+    const run = await user.startAndPaint();
+    await noZombies(run);
+    kill(run.pid, 'SIGTERM');
+    await endedWell(user, run);
+    await assertClean(user);
+    user.root.forget();
+  }
+  t.diagnostic(`${rounds} rounds took ${Date.now() - begin} ms`);
+});
+
+trial('200 quick presses of Control-R', {}, async (user, screen, t) => {
+  const run = await user.startAndPaint();
+  await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+  const press = () => screen.tool('xdotool', 'key', '--delay', '4',
+    ...Array(200).fill('ctrl+r'));
+  await underWatch(screen, run, t, { what: 'with a server' }, async () => {
+    await press();
+    const requests = user.root.requests('/').length;
+    await screen.keys('ctrl+r');
+    await waitFor('one more', () => user.root.requests('/').length > requests);
+    await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+    await screen.type('aap');
+    await waitFor('the letters in the field', () =>
+      user.root.told('veld').at(-1)?.value.endsWith('aap'));
+  });
+  assert.equal(user.root.events('started').length, 1);
+
+  await underWatch(screen, run, t, { what: 'without a server' }, async (watch) => {
+    kill((await user.root.started()).pid);
+    await screen.pageText((text) => text.includes('(code 9)'));
+    const painted = user.root.told('getoond').length;
+    await watch.allowing(async () => {
+      await press();
+      await user.root.started(2);
+    });
+    await user.root.painted(painted + 1);
+    await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+  });
+  assert.equal(user.root.events('started').length, 2, 'one server for all presses');
+  await user.quit(run);
+  await assertClean(user);
+});
