@@ -32,11 +32,12 @@ std::string filenameParameter(const std::string &disposition) {
   return name != nullptr ? static_cast<const char *>(name) : "";
 }
 
-/// Makes every "filename*" a parameter that is not known.
+/// Makes every "filename*" a parameter that is not known. Between its name and
+/// its "=" libsoup passes over white space of any kind.
 std::string withoutExtendedParameters(std::string disposition) {
   for (auto at = disposition.find('*'); at != std::string::npos;
        at = disposition.find('*', at + 1)) {
-    const auto next = disposition.find_first_not_of(" \t", at + 1);
+    const auto next = disposition.find_first_not_of(" \t\r\n\v\f", at + 1);
     if (next != std::string::npos && disposition[next] == '=') disposition[at] = '-';
   }
   return disposition;

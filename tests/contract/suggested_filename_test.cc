@@ -38,6 +38,8 @@ TEST(SuggestedFilename, IsThatOfTheContentDisposition) {
       {"attachment; filename*=UTF-8''%zz.csv; filename=goed.csv", "goed.csv"},
       {"attachment; filename*=UTF-8''a%00b.csv; filename=goed.csv", "goed.csv"},
       {"attachment; filename*=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
+      {"attachment; filename*\f=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
+      {"attachment; filename*\r=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
       {"attachment; filename*=KLINGON''x.csv; filename=goed.csv", "goed.csv"},
       {"attachment; filename=", "12"},
       {"attachment; filename=\"\"", "12"},
