@@ -108,7 +108,7 @@ function transfersTable(found) {
   const of = (name) => median(plain(found, 'transfers', name)) / 1000;
   const seconds = (name) => (Number.isFinite(of(name)) ? of(name).toFixed(1) : '–');
   return [
-    `| median of ${found.rounds.transfers} rounds, seconds | Orvel OS | command line |`,
+    `| median of ${found.rounds.transfers} rounds, of the update ${found.rounds.updates}; seconds | Orvel OS | command line |`,
     '|---|---:|---:|',
     `| 4 GiB in one file | ${seconds('large')} | ${seconds('large, curl')} |`,
     `| 10,000 files of 10 KiB | ${seconds('small')} | ${seconds('small, curl')}; ` +

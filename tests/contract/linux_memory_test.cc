@@ -25,7 +25,7 @@ using posix_test::hasSanitizer;
 TEST(LinuxMemory, WhatIsFreedGoesBackToTheSystem) {
   if (hasSanitizer) GTEST_SKIP() << "its allocator is another one";
   giveFreedMemoryBack();
-  constexpr std::size_t picture = 16 * 1024 * 1024;
+  constexpr std::size_t picture = std::size_t{16} * 1024 * 1024;
   const std::size_t before = residentMemory();
   // From the second one on the library would keep them.
   for (int round = 0; round < 3; ++round) {
