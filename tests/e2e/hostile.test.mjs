@@ -29,7 +29,7 @@ async function attack(user, screen, action, { ends = true, routes } = {}) {
   await screen.clickElement(told, 'aanval');
   if (!ends) return;
   await waitFor('the end of the attack', () => user.root.told('klaar').length > 0,
-    { timeout: 60_000, every: 200 });
+    { timeout: 150_000, every: 200 });
 }
 
 /// The exports that the server was asked for.
@@ -38,20 +38,20 @@ function asked(user) {
     .filter((url) => url.startsWith('/api/export'));
 }
 
-trial(`${many} links to the export are ${many} downloads`, { timeout: 120_000 },
+trial(`${many} links to the export are ${many} downloads`, { timeout: 200_000 },
   async (user, screen) => {
     await attack(user, screen, `for (let i = 0; i < ${many}; ++i) {
       const link = document.createElement('a'); link.href = '/api/export?' + i; link.click();
     }`, { routes: refused });
     await waitFor('all requests', () => asked(user).length >= many,
-      { timeout: 60_000, every: 500 });
+      { timeout: 150_000, every: 500 });
     assert.equal(new Set(asked(user)).size, many);
     await quitsAsEver(user);
     assert.equal(asked(user).length, many);
   });
 
 trial(`${many} windows are none, and quitting does not wait for what they ask`,
-  { timeout: 120_000 }, async (user, screen) => {
+  { timeout: 200_000 }, async (user, screen) => {
     const most = screen.watchWindows();
     await attack(user, screen,
       `for (let i = 0; i < ${many}; ++i) window.open('/api/export?' + i)`, { routes: refused });
