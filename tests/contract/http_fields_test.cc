@@ -68,6 +68,19 @@ TEST_P(HttpFieldsContract, HoldNoCookieOfAnotherAnswer) {
   expectFields(server.heads()[1]);
 }
 
+TEST_P(HttpFieldsContract, HoldNoCookieOfAnotherAnswerBehindARedirection) {
+  const std::string cookie = "Set-Cookie: van=server; Path=/\r\n";
+  LoopbackServer server([cookie](LoopbackConnection &client, const std::string &head) {
+    client.send(head.starts_with("GET /nieuw ")
+                    ? answer("200 OK", "", cookie)
+                    : answer("302 Found", "", "Location: /nieuw\r\n" + cookie));
+  });
+  ask(server.url("/oud"));
+  ask(server.url("/oud"));
+  ASSERT_EQ(server.heads().size(), 4U);
+  for (const std::string &head : server.heads()) expectFields(head);
+}
+
 TEST_P(HttpFieldsContract, GoAlongToTheSameOrigin) {
   for (const char *status :
        {"301 Moved", "302 Found", "303 See Other", "307 Temporary", "308 Permanent"}) {

@@ -19,8 +19,9 @@ std::vector<std::string> openedSoFar;
 
 /// In the place of what the shared workspace does. The default applications are
 /// those of whoever runs the tests, and not to be started by them.
-void recordInstead(id /*workspace*/, SEL /*command*/, NSURL *url, id /*configuration*/,
-                   id /*completion*/) {
+void recordInstead(id /*workspace*/, SEL /*command*/, NSURL *url,
+                   NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
+  EXPECT_FALSE(configuration.promptsUserIfNeeded);
   if (url.fileURL && ![NSFileManager.defaultManager fileExistsAtPath:url.path]) return;
   // The letters of a file URL come decomposed.
   NSString *text =
