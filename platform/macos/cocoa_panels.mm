@@ -45,8 +45,11 @@ std::optional<int> buttonOf(NSModalResponse response, std::size_t buttons) {
 void CocoaPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
   NSAlert *shown = makeAlert(alert);
   NSTextField *field = alert.textField ? addField(shown, *alert.textField) : nil;
+  const NSModalResponse response = [shown runModal];
+  // The application is ending: nothing may follow from an alert that nobody answered.
+  if (response == NSModalResponseAbort) return;
   AlertAnswer answer;
-  answer.button = buttonOf([shown runModal], alert.buttons.size());
+  answer.button = buttonOf(response, alert.buttons.size());
   answer.text = fromCocoa(field.stringValue);
   completion(answer);
 }

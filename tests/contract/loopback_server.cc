@@ -98,7 +98,8 @@ LoopbackServer::~LoopbackServer() {
   // Not every system ends an accept call that waits when its socket is shut down.
   const int visitor = newSocket();
   const sockaddr_in address = loopback(port_);
-  ::connect(visitor, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+  static_cast<void>(
+      ::connect(visitor, reinterpret_cast<const sockaddr *>(&address), sizeof address));
   acceptor_.join();
   ::close(visitor);
   ::close(listener_);
