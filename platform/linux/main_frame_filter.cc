@@ -12,14 +12,14 @@ std::string mainFrameFilter(std::string_view address) {
     if (character == '"' || character == '\\') pattern += '\\';
     pattern += character;
   }
-  std::string rules;
+  std::string filter;
   for (const char *end : {"$", "[?#]"}) {
-    rules += rules.empty() ? "[" : ",";
-    rules += R"({"action":{"type":"block"},"trigger":{"resource-type":["top-document"],)"
-             R"("url-filter-is-case-sensitive":true,"url-filter":")" +
-             pattern + end + "\"}}";
+    filter += filter.empty() ? "[" : ",";
+    filter += R"({"action":{"type":"block"},"trigger":{"resource-type":["top-document"],)"
+              R"("url-filter-is-case-sensitive":true,"url-filter":")" +
+              pattern + end + "\"}}";
   }
-  return rules + "]";
+  return filter + "]";
 }
 
 }  // namespace orvel
