@@ -57,7 +57,10 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *na
                                                                   addrinfo **found) {
   static auto *const look = original<decltype(getaddrinfo)>("getaddrinfo");
   if (hints != nullptr && hints->ai_family == AF_INET6) return EAI_NONAME;
-  return look(name != nullptr ? "127.0.0.1" : nullptr, service, hints, found);
+  // A machine may have no other network than itself.
+  addrinfo wanted = hints != nullptr ? *hints : addrinfo{};
+  wanted.ai_flags &= ~AI_ADDRCONFIG;
+  return look(name != nullptr ? "127.0.0.1" : nullptr, service, &wanted, found);
 }
 
 namespace orvel::fuzz {
