@@ -24,13 +24,11 @@ std::string_view portOf(const Url &url) {
   std::string_view authority = url.absoluteString;
   authority.remove_prefix(std::min(authority.size(), url.scheme.size() + 3));
   authority = authority.substr(0, authority.find_first_of("/?#"));
-  const auto colon = authority.rfind(':');
-  const auto bracket = authority.rfind(']');
-  const bool isInBrackets =
-      bracket != std::string_view::npos && colon != std::string_view::npos && colon < bracket;
-  const auto port = colon == std::string_view::npos || isInBrackets ? std::string_view()
-                                                                    : authority.substr(colon + 1);
-  if (!port.empty() && port.find('@') == std::string_view::npos) return port;
+  const auto before = authority.find_last_not_of("0123456789");
+  if (before != std::string_view::npos && authority[before] == ':' &&
+      before + 1 < authority.size()) {
+    return authority.substr(before + 1);
+  }
   return isHttps(url) ? "443" : "80";
 }
 
