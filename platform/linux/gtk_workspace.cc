@@ -2,7 +2,6 @@
 
 #include <gtk/gtk.h>
 
-#include <deque>
 #include <memory>
 #include <utility>
 
@@ -11,6 +10,9 @@
 namespace orvel {
 
 namespace {
+
+/// Before each that is opened, in milliseconds.
+constexpr guint pause = 10;
 
 using Strings = std::unique_ptr<char *, void (*)(char **)>;
 
@@ -35,40 +37,9 @@ GObjectPointer<GdkAppLaunchContext> contextWith(
 
 }  // namespace
 
-/// What is to be opened. A page can ask for thousands at once, and each takes
-/// the main thread the time of a fork: one after the other, with whatever else
-/// is due in between.
-struct GtkWorkspace::Launches {
-  using Shared = std::shared_ptr<Launches>;
-
-  std::map<std::string, std::string> environment;
-  std::deque<std::string> waiting;
-  bool isLaunching = false;
-
-  static void next(const Shared &launches) {
-    if (launches->isLaunching || launches->waiting.empty()) return;
-    launches->isLaunching = true;
-    const std::string uri = std::move(launches->waiting.front());
-    launches->waiting.pop_front();
-    const auto context = contextWith(launches->environment);
-    g_app_info_launch_default_for_uri_async(
-        uri.c_str(), G_APP_LAUNCH_CONTEXT(context.get()), nullptr,
-        [](GObject *, GAsyncResult *result, gpointer data) {
-          g_app_info_launch_default_for_uri_finish(result, nullptr);
-          g_idle_add_once(launched, data);
-        },
-        std::make_unique<Shared>(launches).release());
-  }
-
-  static void launched(gpointer data) {
-    const std::unique_ptr<Shared> launches(static_cast<Shared *>(data));
-    (*launches)->isLaunching = false;
-    next(*launches);
-  }
-};
-
-GtkWorkspace::GtkWorkspace(std::map<std::string, std::string> environment)
-    : launches_(std::make_shared<Launches>(Launches{std::move(environment), {}})) {}
+GtkWorkspace::~GtkWorkspace() {
+  if (launching_ != 0) g_source_remove(launching_);
+}
 
 void GtkWorkspace::open(const Url &url) { launchDefaultApplication(url.absoluteString); }
 
@@ -78,9 +49,30 @@ void GtkWorkspace::openFile(const std::string &path) {
   if (uri) launchDefaultApplication(uri.get());
 }
 
+// A page can ask for thousands at once, and each takes the main thread the time of
+// a fork: one after the other, with whatever else is due in between. None waits for
+// the one before it, which may be slow to answer.
 void GtkWorkspace::launchDefaultApplication(std::string uri) {
-  launches_->waiting.push_back(std::move(uri));
-  Launches::next(launches_);
+  waiting_.push_back(std::move(uri));
+  if (launching_ != 0) return;
+  launching_ = g_timeout_add(
+      pause,
+      [](gpointer workspace) { return static_cast<GtkWorkspace *>(workspace)->launchNext(); },
+      this);
+}
+
+gboolean GtkWorkspace::launchNext() {
+  const auto context = contextWith(environment_);
+  g_app_info_launch_default_for_uri_async(
+      waiting_.front().c_str(), G_APP_LAUNCH_CONTEXT(context.get()), nullptr,
+      [](GObject *, GAsyncResult *result, gpointer) {
+        g_app_info_launch_default_for_uri_finish(result, nullptr);
+      },
+      nullptr);
+  waiting_.pop_front();
+  if (!waiting_.empty()) return G_SOURCE_CONTINUE;
+  launching_ = 0;
+  return G_SOURCE_REMOVE;
 }
 
 }  // namespace orvel

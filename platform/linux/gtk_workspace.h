@@ -1,8 +1,11 @@
 #pragma once
 
+#include <glib.h>
+
+#include <deque>
 #include <map>
-#include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/workspace.h"
 
@@ -14,16 +17,23 @@ namespace orvel {
 class GtkWorkspace final : public Workspace {
  public:
   /// The variables of the session, by name.
-  explicit GtkWorkspace(std::map<std::string, std::string> environment);
+  explicit GtkWorkspace(std::map<std::string, std::string> environment)
+      : environment_(std::move(environment)) {}
+  ~GtkWorkspace() override;
+  GtkWorkspace(const GtkWorkspace &) = delete;
+  GtkWorkspace &operator=(const GtkWorkspace &) = delete;
 
   void open(const Url &url) override;
   void openFile(const std::string &path) override;
 
  private:
-  struct Launches;
   void launchDefaultApplication(std::string uri);
+  gboolean launchNext();
 
-  const std::shared_ptr<Launches> launches_;
+  const std::map<std::string, std::string> environment_;
+  std::deque<std::string> waiting_;
+  /// The source that opens them; 0 when there is none.
+  guint launching_ = 0;
 };
 
 }  // namespace orvel

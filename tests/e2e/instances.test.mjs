@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 
-import { kill } from './harness/processes.mjs';
+import { alive, kill } from './harness/processes.mjs';
 import { onSessionBus } from './harness/session_bus.mjs';
 import { trialsOn } from './harness/trial.mjs';
 import { waitFor } from './harness/wait.mjs';
@@ -31,6 +31,20 @@ trial('a second start raises the first window and starts nothing', {}, async (us
     await user.quit();
   });
 });
+
+trial('a session bus that goes away leaves the application at work', {},
+  async (user, screen) => {
+    await onSessionBus(async (environment, bus) => {
+      const run = await user.startAndPaint({ environment });
+      kill(bus.pid);
+      await waitFor('the end of the bus', () => !alive(bus.pid));
+      const before = user.root.requests('/').length;
+      await screen.keys('ctrl+r');
+      await waitFor('the page once more', () => user.root.requests('/').length > before);
+      assert.equal(run.ended, null);
+      await user.quit(run);
+    });
+  });
 
 trial('without a session bus each start runs alone', {}, async (user, screen) => {
   const first = await user.startAndPaint();

@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 
 import { Desktop } from './harness/desktop.mjs';
 import { OnlineServer } from './harness/online_server.mjs';
+import { onSessionBus } from './harness/session_bus.mjs';
 import { trialsOn } from './harness/trial.mjs';
 import { waitFor } from './harness/wait.mjs';
 
@@ -46,6 +47,28 @@ trial('links to other sites, mail and telephone open as they stand, and the page
     await keep('links');
     const opened = [...Object.values(links).slice(0, -1), `${links.noSlash}/`];
     await endsWithOpened(user, screen, desktop, told, most, opened);
+  });
+
+trial('a default application that does not answer holds no other one up', {},
+  async (user, screen) => {
+    const desktop = new Desktop(user);
+    desktop.chooseByBus('tel', 'nl.orvel.doof');
+    await onSessionBus(async (environment, bus) => {
+      const told = await user.startWithPage(
+        '<a id="tel" href="tel:112">112</a><a id="web" href="https://elders.test/">web</a>',
+        {}, { environment });
+      // Whom the bus is to call never answers now.
+      process.kill(bus.pid, 'SIGSTOP');
+      try {
+        await screen.clickElement(told, 'tel');
+        await screen.clickElement(told, 'web');
+        await desktop.awaitOpened('https://elders.test/');
+        assert.deepEqual(desktop.opened(), ['https://elders.test/']);
+      } finally {
+        process.kill(bus.pid, 'SIGCONT');
+      }
+      await user.quit();
+    });
   });
 
 trial('a default application starts in the surroundings of the session', {},

@@ -54,6 +54,16 @@ export class Desktop {
       `[Default Applications]\n${defaults.join('\n')}\n`);
   }
 
+  /// Has a scheme opened by an application that is called by a name on the bus.
+  chooseByBus(scheme, name) {
+    const { XDG_CONFIG_HOME, XDG_DATA_HOME } = this.user.environment;
+    writeFileSync(join(XDG_DATA_HOME, 'applications', `${name}.desktop`),
+      `[Desktop Entry]\nType=Application\nName=${name}\nDBusActivatable=true\nExec=false\n`);
+    const choices = join(XDG_CONFIG_HOME, 'mimeapps.list');
+    writeFileSync(choices, readFileSync(choices, 'utf8')
+      .replace(`handler/${scheme}=adressen.desktop`, `handler/${scheme}=${name}.desktop`));
+  }
+
   /// What the default applications were given so far, with their surroundings.
   starts() {
     if (!existsSync(this.record)) return [];
