@@ -16,7 +16,7 @@ const { trial } = trialsOn();
 
 const many = isLong ? 10_000 : 100;
 // Every program that is started takes a fork of the application.
-const whileStarting = { growth: 40, away: 1000 };
+const whileStarting = { growth: 40 };
 const beacon = '<a id="baken" href="https://baken.test/">baken</a>';
 const button = '<button id="knop">knop</button>';
 
