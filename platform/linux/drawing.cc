@@ -38,8 +38,13 @@ void prepareDrawing(const Drawing &drawing, unsigned gtkMinor) {
     const bool hasSwitch = gtkMinor >= firstWithSwitchOfItsOwn;
     ::setenv(hasSwitch ? "GDK_DISABLE" : "GDK_DEBUG", hasSwitch ? "gl" : "gl-disable",
              keepTheUsersOwn);
+    // WebKit would look for it once more, to find the device by which processes
+    // share buffers. It takes one that it is told without asking what it is.
+    ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepTheUsersOwn);
   }
-  if (drawing.withNvidiaDriver) ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
+  if (!drawing.withGraphicsCard || drawing.withNvidiaDriver) {
+    ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
+  }
 }
 
 }  // namespace orvel

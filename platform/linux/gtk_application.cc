@@ -26,6 +26,9 @@ gboolean signalArrived(gpointer host) {
 GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::function<void()> startup)
     : application_(adopt(gtk_application_new(identifier.c_str(), G_APPLICATION_DEFAULT_FLAGS))),
       startup_(std::move(startup)) {
+  // There are no resources of ours. To look for icons among them GTK would drop the
+  // icon theme that a thread of its own has been reading, and read it anew.
+  g_application_set_resource_base_path(base(application_), nullptr);
   // Both displays tell the desktop by this name which desktop entry is ours.
   g_set_prgname(identifier.c_str());
   g_signal_connect_swapped(application_.get(), "startup",

@@ -11,6 +11,8 @@ namespace orvel {
 
 namespace {
 
+constexpr const char *preferDark = "gtk-application-prefer-dark-theme";
+
 std::string cssColor(const Color &color) {
   const auto byte = [](double part) { return std::to_string(std::lround(part * 255)); };
   return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
@@ -71,6 +73,14 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 
 }  // namespace
 
+void beginDark() {
+  // The settings take the theme as they are made, so that the default alone is in
+  // time. The class stays, as it does in any GTK program.
+  auto *settings = static_cast<GObjectClass *>(g_type_class_ref(GTK_TYPE_SETTINGS));
+  GParamSpec *dark = g_object_class_find_property(settings, preferDark);
+  G_PARAM_SPEC_BOOLEAN(dark)->default_value = TRUE;
+}
+
 void installStyle(const Color &tone) {
   const std::string sheet = "@define-color orvel_tone " + cssColor(tone) + ";" + rules;
   const auto provider = adopt(gtk_css_provider_new());
@@ -78,9 +88,13 @@ void installStyle(const Color &tone) {
   GdkDisplay *display = gdk_display_get_default();
   gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider.get()),
                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+  GtkSettings *settings = gtk_settings_get_default();
+  gboolean isDark = FALSE;
+  g_object_get(settings, preferDark, &isDark, nullptr);
+  // Setting it again would load the theme again.
+  if (isDark == FALSE) g_object_set(settings, preferDark, TRUE, nullptr);
   // The About dialog gives its focus to a label, which would come up selected.
-  g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", TRUE,
-               "gtk-label-select-on-focus", FALSE, nullptr);
+  g_object_set(settings, "gtk-label-select-on-focus", FALSE, nullptr);
 }
 
 }  // namespace orvel

@@ -4,6 +4,10 @@
 
 namespace orvel {
 
+/// Lets GTK begin with the dark variant of its theme: it would else take the light
+/// one first and then both. Before GTK starts.
+void beginDark();
+
 /// Draws everything of the application dark, in shades of one tone, whatever
 /// the theme of the desktop. Widgets join by the style class "orvel".
 void installStyle(const Color &tone);

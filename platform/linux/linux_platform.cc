@@ -4,12 +4,15 @@
 
 #include <filesystem>
 
+#include "platform/linux/gtk_style.h"
+
 namespace orvel {
 
 namespace {
 
 constexpr const char *fallbackIdentifier = "nl.orvel.os";
 constexpr const char *fallbackName = "Orvel OS";
+constexpr guint untilTheIcon = 1000;  // Milliseconds.
 
 std::string inFolder(const char *folder, const std::string &name) {
   return std::string(folder) + "/" + name;
@@ -29,6 +32,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       drawing_([] {
         const Drawing drawing = chooseDrawing();
         prepareDrawing(drawing, gtk_get_minor_version());
+        beginDark();
         return drawing;
       }()),
       resources_(bundlePath + "/Contents/Resources"),
@@ -64,9 +68,18 @@ void LinuxPlatform::gtkStarted() {
   if (!drawing_.withGraphicsCard) {
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
   }
-  gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
-                                 resources_.c_str());
-  gtk_window_set_default_icon_name(fallbackIdentifier);
+  // Another folder of icons lets GTK go through the whole theme anew, which would
+  // keep the window and its page waiting.
+  g_timeout_add_full(
+      G_PRIORITY_LOW, untilTheIcon,
+      [](gpointer resources) -> gboolean {
+        gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
+                                       static_cast<const std::string *>(resources)->c_str());
+        gtk_window_set_default_icon_name(fallbackIdentifier);
+        return G_SOURCE_REMOVE;
+      },
+      new std::string(resources_),
+      [](gpointer resources) { delete static_cast<std::string *>(resources); });
 }
 
 Platform LinuxPlatform::ports() {

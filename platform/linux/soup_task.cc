@@ -14,6 +14,7 @@ namespace orvel {
 namespace {
 
 constexpr gsize blockSize = 262'144;
+constexpr int mostBlocksInARow = 16;
 
 void release(GSource *source) {
   g_source_destroy(source);
@@ -46,6 +47,11 @@ bool isHttp(GUri *uri) {
   const std::string_view scheme = g_uri_get_scheme(uri);
   const char *host = g_uri_get_host(uri);
   return (scheme == "http" || scheme == "https") && host != nullptr && *host != '\0';
+}
+
+bool canPoll(GInputStream *stream) {
+  return G_IS_POLLABLE_INPUT_STREAM(stream) &&
+         g_pollable_input_stream_can_poll(G_POLLABLE_INPUT_STREAM(stream)) != FALSE;
 }
 
 std::string addressOf(SoupMessage *message) {
@@ -169,6 +175,7 @@ void SoupTask::dataArrived() {
 void SoupTask::answered(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
   if (stream_ && decode()) {
+    block_.reset(new char[blockSize]);
     readMore();
   } else {
     finish(std::nullopt);
@@ -189,8 +196,8 @@ bool SoupTask::decode() {
 }
 
 void SoupTask::readMore() {
-  g_input_stream_read_bytes_async(
-      stream_.get(), blockSize, G_PRIORITY_DEFAULT, cancellable_.get(),
+  g_input_stream_read_async(
+      stream_.get(), block_.get(), blockSize, G_PRIORITY_DEFAULT, cancellable_.get(),
       [](GObject *, GAsyncResult *result, gpointer self) {
         static_cast<SoupTask *>(self)->bodyArrived(result);
       },
@@ -198,18 +205,29 @@ void SoupTask::readMore() {
 }
 
 void SoupTask::bodyArrived(GAsyncResult *result) {
-  const std::unique_ptr<GBytes, void (*)(GBytes *)> block(
-      g_input_stream_read_bytes_finish(stream_.get(), result, nullptr), g_bytes_unref);
-  gsize size = 0;
-  const void *data = block ? g_bytes_get_data(block.get(), &size) : nullptr;
-  if (size > 0 && sink_.append({static_cast<const char *>(data), size})) {
-    received_ += static_cast<goffset>(size);
-    readMore();
-  } else if (!block || size > 0 || !bodyIsWhole()) {
-    finish(std::nullopt);
-  } else {
-    finish(response());
+  if (!take(g_input_stream_read_finish(stream_.get(), result, nullptr))) return;
+  // What has arrived meanwhile is taken at once: to go to sleep between two blocks of
+  // a large file costs more than the block.
+  for (int block = 0; block < mostBlocksInARow && canPoll(stream_.get()); ++block) {
+    GError *failure = nullptr;
+    const gssize size = g_pollable_input_stream_read_nonblocking(
+        G_POLLABLE_INPUT_STREAM(stream_.get()), block_.get(), blockSize, cancellable_.get(),
+        &failure);
+    const bool hasToWait = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK);
+    g_clear_error(&failure);
+    if (hasToWait) break;
+    if (!take(size)) return;
   }
+  readMore();
+}
+
+bool SoupTask::take(gssize size) {
+  if (size > 0 && sink_.append({block_.get(), static_cast<std::size_t>(size)})) {
+    received_ += size;
+    return true;
+  }
+  finish(size == 0 && bodyIsWhole() ? std::optional(response()) : std::nullopt);
+  return false;
 }
 
 HttpResponse SoupTask::response() const {

@@ -50,6 +50,9 @@ class SoupTask {
   bool decode();
   void readMore();
   void bodyArrived(GAsyncResult *result);
+  /// What a read has brought, or 0 at the end and less when it failed. False when
+  /// the task has gone with it.
+  bool take(gssize size);
   bool bodyIsWhole();
   HttpResponse response() const;
   void finish(const std::optional<HttpResponse> &response);
@@ -62,6 +65,8 @@ class SoupTask {
   /// The connection that was made last.
   GObjectPointer<GSocket> socket_;
   GObjectPointer<GInputStream> stream_;
+  /// What is read of the body goes through this.
+  std::unique_ptr<char[]> block_;
   bool isDecoded_ = false;
   goffset received_ = 0;
   /// Due when the server has sent nothing for the request's time-out.

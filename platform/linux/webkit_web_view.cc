@@ -69,6 +69,10 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
   // Like every load that fails it leaves the page as it was.
   g_signal_connect(view_.get(), "load-failed-with-tls-errors",
                    G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
+  // The page's process takes longer to start than the window to be made, so it
+  // starts first: nothing but a load or a script begins it.
+  webkit_web_view_evaluate_javascript(view_.get(), "", -1, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr);
 }
 
 WebKitPageView::~WebKitPageView() { g_signal_handlers_disconnect_by_data(view_.get(), this); }

@@ -14,13 +14,16 @@ constexpr const char *gtkRenderer = "GSK_RENDERER";
 constexpr const char *gdkDebug = "GDK_DEBUG";
 constexpr const char *gdkDisable = "GDK_DISABLE";
 constexpr const char *sharedBuffersOff = "WEBKIT_DISABLE_DMABUF_RENDERER";
+constexpr const char *renderDevice = "WEBKIT_WEB_RENDER_DEVICE_FILE";
 
 class Drawings : public testing::Test {
  protected:
   void SetUp() override {
     std::string pattern = (std::filesystem::temp_directory_path() / "orvel-XXXXXX").string();
     folder = ::mkdtemp(pattern.data());
-    for (const char *name : {gtkRenderer, gdkDebug, gdkDisable, sharedBuffersOff}) ::unsetenv(name);
+    for (const char *name : {gtkRenderer, gdkDebug, gdkDisable, sharedBuffersOff, renderDevice}) {
+      ::unsetenv(name);
+    }
   }
   void TearDown() override { std::filesystem::remove_all(folder); }
 
@@ -55,7 +58,12 @@ TEST_F(Drawings, nvidiasDriverTellsItself) {
 TEST_F(Drawings, theProcessorDrawsWithCairo) {
   prepareDrawing({.withGraphicsCard = false}, 8);
   EXPECT_EQ(variable(gtkRenderer), "cairo");
-  EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
+}
+
+TEST_F(Drawings, withoutACardWebKitLooksForNoDevice) {
+  prepareDrawing({.withGraphicsCard = false}, 8);
+  EXPECT_EQ(variable(sharedBuffersOff), "1");
+  EXPECT_EQ(variable(renderDevice), "/dev/null");
 }
 
 TEST_F(Drawings, withoutACardGtkDoesNotLookForGl) {
@@ -75,22 +83,26 @@ TEST_F(Drawings, aCardDrawsAsGtkWouldHaveIt) {
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
   EXPECT_EQ(variable(gdkDebug), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
+  EXPECT_EQ(variable(renderDevice), "(unset)");
 }
 
 TEST_F(Drawings, nvidiasDriverSharesNoBuffers) {
   prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "1");
+  EXPECT_EQ(variable(renderDevice), "(unset)");
 }
 
 TEST_F(Drawings, whatTheUserHasSetStays) {
   ::setenv(gtkRenderer, "ngl", 1);
   ::setenv(gdkDebug, "events", 1);
   ::setenv(sharedBuffersOff, "0", 1);
+  ::setenv(renderDevice, "/dev/dri/renderD129", 1);
   prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "ngl");
   EXPECT_EQ(variable(gdkDebug), "events");
   EXPECT_EQ(variable(sharedBuffersOff), "0");
+  EXPECT_EQ(variable(renderDevice), "/dev/dri/renderD129");
 }
 
 }  // namespace
