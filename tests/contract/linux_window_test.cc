@@ -58,6 +58,12 @@ TEST_P(LinuxDesktop, AKeptFrameComesBack) {
   EXPECT_EQ(frameOf(makeWindow("450 350")), (WindowFrame{450, 350}));
 }
 
+TEST_P(LinuxDesktop, TheThemeIsDarkBeforeTheFirstWindow) {
+  gboolean isDark = FALSE;
+  g_object_get(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", &isDark, nullptr);
+  EXPECT_TRUE(isDark);
+}
+
 TEST_P(LinuxDesktop, WithoutAKeptFrameTheWindowTakesItsRectangle) {
   const WindowFrame whole{static_cast<int>(screen().width), static_cast<int>(screen().height)};
   EXPECT_EQ(frameOf(makeWindow("no frame at all")), whole);

@@ -25,6 +25,9 @@ trial('a first start goes over server, probes and cookie to the page', {}, async
   const told = await user.root.painted();
   await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
   await keep('page');
+  const window = await screen.window();
+  await waitFor('the icon of the window', async () =>
+    /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
 
   const { argv, cwd, env } = await user.root.started();
   assert.deepEqual(argv.slice(1), [user.root.script]);

@@ -1,7 +1,7 @@
 // A server elsewhere that answers wrongly when it is asked for a release.
 
 import assert from 'node:assert/strict';
-import { writeFileSync } from 'node:fs';
+import { mkdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { entryOf, fingerprint, makeRelease, offer } from '../e2e/harness/release.mjs';
@@ -9,6 +9,7 @@ import { trialsOn } from '../e2e/harness/trial.mjs';
 import { askAndClose, newest, online, updated } from '../e2e/harness/update.mjs';
 import { waitFor } from '../e2e/harness/wait.mjs';
 import { badAnswers } from './harness/bad_answers.mjs';
+import { mounting, noMounts } from './harness/name_space.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 
 const { trial } = trialsOn({ local: false });
@@ -78,3 +79,35 @@ trial('archives that are answered wrongly', { timeout: 180_000 }, async (user, s
   });
   await assertClean(user);
 });
+
+/// A small archive of a large bundle.
+const spacious = (user) => makeRelease(user, {
+  alter: (_, bundle) =>
+    writeFileSync(join(bundle, 'Contents/Resources/ruim'), Buffer.alloc(256 << 20)),
+});
+
+trial('a release that there is no room to unpack changes nothing, and a smaller one is taken',
+  { skip: noMounts, timeout: 120_000 }, async (user, screen, t) => {
+    const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
+    mkdirSync(temporary, { recursive: true });
+    const wrapper = mounting('mount -t tmpfs -o size=128m none "$1"', temporary);
+    await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+      await waitFor('the silent check', () => server.to(manifest).length === 1);
+      const old = fingerprint(user.bundle);
+      await underWatch(screen, run, t, {}, async () => {
+        Object.assign(routes, offer('1.1', spacious(user)));
+        await screen.chooseApplicationItem(1);
+        await waitFor('the request', () => server.to(archive).length === 1);
+        Object.assign(routes, offer('1.0'));
+        await askAndClose(screen, newest());
+        assert.equal(fingerprint(user.bundle), old);
+        Object.assign(routes, offer('1.1', makeRelease(user)));
+        await screen.chooseApplicationItem(1);
+        await screen.panel(updated);
+      });
+      assert.equal(entryOf(user.bundle, 'CFBundleShortVersionString'), '1.1');
+      process.kill(run.pid, 'SIGTERM');
+      await endedWell(user, run);
+    }, { wrapper });
+    await assertClean(user);
+  });

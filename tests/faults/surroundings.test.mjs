@@ -114,6 +114,30 @@ trial('starting: the information is damaged', {}, async (user, screen, t) => {
   assert.equal(user.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
+trial('showing and quitting: all that is kept is damaged meanwhile', {},
+  async (user, screen, t) => {
+    const information = join(user.bundle, 'Contents/Info.plist');
+    const whole = readFileSync(information);
+    const folder = join(user.environment.XDG_CONFIG_HOME, 'nl.orvel.os');
+    const run = await user.startAndPaint();
+    const files = user.dataFiles();
+    assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
+    mkdirSync(folder, { recursive: true });
+    for (const path of [...files, join(folder, 'defaults.ini'), information]) {
+      writeFileSync(path, garbage);
+    }
+    await underWatch(screen, run, t, {}, async () => {
+      await screen.keys('ctrl+r');
+      // Without its cookie, perhaps: WebKit's network process may not survive it.
+      await user.root.painted(2);
+    });
+    await user.quit(run);
+    await endedWell(user, run);
+    writeFileSync(information, whole);
+    await startShowQuit(user, screen, t, {}, { damaged: ['defaults.ini.damaged'] });
+    assert.match(user.root.requests('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  });
+
 const kept = ({ environment }) => ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
   .map((name) => environment[name]);
 

@@ -12,14 +12,14 @@ export const newest = (version = '1.0') => `Orvel OS ${version} is de nieuwste v
 
 /// Runs the application, as version 1.0, on a server of its own. `begin` gives
 /// what that answers at first, once the application knows its address; `body`
-/// may change it.
-export async function online(user, screen, begin, body) {
+/// may change it. The options are those of the start.
+export async function online(user, screen, begin, body, options) {
   const routes = {};
   const server = await OnlineServer.open({ routes });
   try {
     user.setInformation({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
     Object.assign(routes, begin());
-    const run = await start(user, screen, server);
+    const run = await start(user, screen, server, options);
     await body(server, routes, run);
   } finally {
     server.close();
@@ -27,9 +27,9 @@ export async function online(user, screen, begin, body) {
 }
 
 /// Starts the application once more and waits for its page.
-export async function start(user, screen, server) {
+export async function start(user, screen, server, options) {
   const before = server.told('getoond').length;
-  const run = user.start();
+  const run = user.start(options);
   await server.painted(before + 1);
   await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
   return run;
