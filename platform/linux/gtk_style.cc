@@ -71,6 +71,13 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 .orvel.alert button.suggested-action:hover { background: mix(@orvel_accent, #ffffff, 0.25); }
 )css";
 
+/// Setting it where it is set already would load the theme again.
+void stayDark(GtkSettings *settings) {
+  gboolean isDark = FALSE;
+  g_object_get(settings, preferDark, &isDark, nullptr);
+  if (isDark == FALSE) g_object_set(settings, preferDark, TRUE, nullptr);
+}
+
 }  // namespace
 
 void beginDark() {
@@ -89,10 +96,10 @@ void installStyle(const Color &tone) {
   gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider.get()),
                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
   GtkSettings *settings = gtk_settings_get_default();
-  gboolean isDark = FALSE;
-  g_object_get(settings, preferDark, &isDark, nullptr);
-  // Setting it again would load the theme again.
-  if (isDark == FALSE) g_object_set(settings, preferDark, TRUE, nullptr);
+  stayDark(settings);
+  // A theme that the user changes to may have an opinion of its own.
+  g_signal_connect(settings, "notify::gtk-application-prefer-dark-theme", G_CALLBACK(stayDark),
+                   nullptr);
   // The About dialog gives its focus to a label, which would come up selected.
   g_object_set(settings, "gtk-label-select-on-focus", FALSE, nullptr);
 }

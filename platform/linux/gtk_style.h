@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// Lets GTK begin with the dark variant of its theme: it would else take the light
-/// one first and then both. Before GTK starts.
+/// Makes GTK begin with the dark variant of its theme: it would otherwise load the
+/// light one first and then both. Before GTK starts and while there is one thread.
 void beginDark();
 
 /// Draws everything of the application dark, in shades of one tone, whatever

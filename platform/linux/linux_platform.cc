@@ -68,7 +68,7 @@ void LinuxPlatform::gtkStarted() {
   if (!drawing_.withGraphicsCard) {
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
   }
-  // Another folder of icons lets GTK go through the whole theme anew, which would
+  // Another folder of icons makes GTK go through the whole theme anew, which would
   // keep the window and its page waiting.
   g_timeout_add_full(
       G_PRIORITY_LOW, untilTheIcon,

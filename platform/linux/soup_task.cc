@@ -14,6 +14,7 @@ namespace orvel {
 namespace {
 
 constexpr gsize blockSize = 262'144;
+// The other requests of the session wait that long.
 constexpr int mostBlocksInARow = 16;
 
 void release(GSource *source) {
@@ -218,6 +219,7 @@ void SoupTask::bodyArrived(GAsyncResult *result) {
     if (hasToWait) break;
     if (!take(size)) return;
   }
+  dataArrived();
   readMore();
 }
 

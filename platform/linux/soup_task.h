@@ -50,8 +50,8 @@ class SoupTask {
   bool decode();
   void readMore();
   void bodyArrived(GAsyncResult *result);
-  /// What a read has brought, or 0 at the end and less when it failed. False when
-  /// the task has gone with it.
+  /// Passes on what a read has brought, in bytes: 0 at the end, less when it has
+  /// failed. False when that was the last of it and the task has gone.
   bool take(gssize size);
   bool bodyIsWhole();
   HttpResponse response() const;

@@ -17,7 +17,7 @@ import { quietMinute, visitCold, visitReady } from './visit.mjs';
 const [application, programs, results, mode] = process.argv.slice(2);
 const rounds = mode === 'quick'
   ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
-  : { starts: 6, minutes: 2, loops: 3, transfers: 2, updates: 3 };
+  : { starts: 10, minutes: 2, loops: 3, transfers: 3, updates: 3 };
 
 /// In memory where there is room: a disk would be measured instead.
 function scratchFolder() {

@@ -58,9 +58,16 @@ TEST_P(LinuxDesktop, AKeptFrameComesBack) {
   EXPECT_EQ(frameOf(makeWindow("450 350")), (WindowFrame{450, 350}));
 }
 
-TEST_P(LinuxDesktop, TheThemeIsDarkBeforeTheFirstWindow) {
+TEST_P(LinuxDesktop, IsDarkFromTheBeginningAndStaysSo) {
+  GtkSettings *settings = gtk_settings_get_default();
+  constexpr const char *dark = "gtk-application-prefer-dark-theme";
+  GParamSpec *property = g_object_class_find_property(G_OBJECT_GET_CLASS(settings), dark);
+  EXPECT_TRUE(G_PARAM_SPEC_BOOLEAN(property)->default_value);
+
+  makeWindow("");
+  g_object_set(settings, dark, FALSE, nullptr);
   gboolean isDark = FALSE;
-  g_object_get(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", &isDark, nullptr);
+  g_object_get(settings, dark, &isDark, nullptr);
   EXPECT_TRUE(isDark);
 }
 

@@ -1,7 +1,12 @@
 // What becomes of answers, good and bad, that come over a real socket.
 
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
+#include "platform/linux/gobject_pointer.h"
 #include "platform/linux/soup_http_session.h"
 #include "tests/contract/http_replies.h"
 #include "tests/contract/loopback_server.h"
@@ -83,6 +88,26 @@ TEST_F(SoupHttpAnswer, UndoesACompressionThatNobodyAskedFor) {
   wrongSum[packed.size() - 8] ^= 1;
   expectFailure(answer("200 OK", wrongSum, "Content-Encoding: gzip\r\n"));
   expectFailure(answer("200 OK", "inhoud", "Content-Encoding: br\r\n"));
+}
+
+TEST_F(SoupHttpAnswer, TakesABodyOfManyBlocks) {
+  std::string body(9'000'000, '\0');
+  std::minstd_rand number;
+  std::generate(body.begin(), body.end(), [&] { return static_cast<char>(number()); });
+  const auto compressor = adopt(g_zlib_compressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP, 1));
+  std::string packed(2 * body.size(), '\0');
+  gsize read = 0;
+  gsize written = 0;
+  ASSERT_EQ(
+      g_converter_convert(G_CONVERTER(compressor.get()), body.data(), body.size(), packed.data(),
+                          packed.size(), G_CONVERTER_INPUT_AT_END, &read, &written, nullptr),
+      G_CONVERTER_FINISHED);
+  packed.resize(written);
+
+  // Not by EXPECT_EQ, which would print them.
+  EXPECT_TRUE(replyTo(answer("200 OK", body)).body == body);
+  EXPECT_TRUE(replyTo(answer("200 OK", packed, "Content-Encoding: gzip\r\n")).body == body);
+  expectFailure(answer("200 OK", packed.substr(0, written / 2), "Content-Encoding: gzip\r\n"));
 }
 
 TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {

@@ -1,7 +1,7 @@
 // A server elsewhere that answers wrongly when it is asked for a release.
 
 import assert from 'node:assert/strict';
-import { mkdirSync, writeFileSync } from 'node:fs';
+import { mkdirSync, readdirSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { entryOf, fingerprint, makeRelease, offer } from '../e2e/harness/release.mjs';
@@ -80,17 +80,25 @@ trial('archives that are answered wrongly', { timeout: 180_000 }, async (user, s
   await assertClean(user);
 });
 
-/// A small archive of a large bundle.
+const room = 128 << 20;
+
+/// A small archive of a bundle for which there is no room.
 const spacious = (user) => makeRelease(user, {
   alter: (_, bundle) =>
-    writeFileSync(join(bundle, 'Contents/Resources/ruim'), Buffer.alloc(256 << 20)),
+    writeFileSync(join(bundle, 'Contents/Resources/ruim'), Buffer.alloc(2 * room)),
 });
+
+/// The size in bytes of the one file of this name somewhere below a folder.
+function sizeOf(name, folder) {
+  const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
+  return statSync(join(folder, path)).size;
+}
 
 trial('a release that there is no room to unpack changes nothing, and a smaller one is taken',
   { skip: noMounts, timeout: 120_000 }, async (user, screen, t) => {
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
-    const wrapper = mounting('mount -t tmpfs -o size=128m none "$1"', temporary);
+    const wrapper = mounting(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
     await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
       await waitFor('the silent check', () => server.to(manifest).length === 1);
       const old = fingerprint(user.bundle);
@@ -101,6 +109,7 @@ trial('a release that there is no room to unpack changes nothing, and a smaller 
         Object.assign(routes, offer('1.0'));
         await askAndClose(screen, newest());
         assert.equal(fingerprint(user.bundle), old);
+        assert.ok(sizeOf('ruim', `/proc/${run.pid}/root${temporary}`) < room, 'a part of it');
         Object.assign(routes, offer('1.1', makeRelease(user)));
         await screen.chooseApplicationItem(1);
         await screen.panel(updated);
