@@ -96,6 +96,7 @@ void WebKitPageView::loadHtml(std::string_view html) {
   endUnresponsiveProcess();
   webkit_web_view_load_html(view_.get(), std::string(html).c_str(), nullptr);
   html_ = html;
+  isHtmlShown_ = false;
   awaited_.reset();
 }
 
@@ -126,15 +127,18 @@ void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason)
 void WebKitPageView::loadChanged(WebKitLoadEvent event) {
   if (event != WEBKIT_LOAD_COMMITTED) return;
   const char *address = webkit_web_view_get_uri(view_.get());
-  if (g_strcmp0(address, "about:blank") == 0) return;
+  isHtmlShown_ = g_strcmp0(address, "about:blank") == 0;
+  if (isHtmlShown_) return;
   html_.clear();
   awaited_.reset();
 }
 
 void WebKitPageView::loadFailed(const GError *error) {
-  if (!g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) {
-    awaited_.reset();
-  }
+  if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) return;
+  if (!awaited_) return;
+  awaited_.reset();
+  // The load had cut off a page that was on its way, such as that of an error.
+  if (!html_.empty() && !isHtmlShown_) loadHtml(std::string(html_));
 }
 
 // A page that has stopped answering would swallow every load: the way out of it

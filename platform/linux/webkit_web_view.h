@@ -54,8 +54,9 @@ class WebKitPageView final : public WebView {
   const gulong loadFailed_;
   WebKitCookieStore cookies_;
   WebKitNavigation navigation_;
-  /// The page that was given as text, while that is what is shown.
+  /// The page that was given as text, while that is what is shown or on its way.
   std::string html_;
+  bool isHtmlShown_ = false;
   /// What was to be loaded last, until it is there.
   std::optional<UrlRequest> awaited_;
 };

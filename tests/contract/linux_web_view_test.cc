@@ -150,6 +150,18 @@ TEST_P(LinuxWebView, ReloadBeforeAPageIsThereAsksForItAgain) {
   EXPECT_TRUE(shows("pagina"));
 }
 
+TEST_P(LinuxWebView, ALoadThatFailsLeavesThePageThatWasOnItsWay) {
+  makeView("ORVELOS/");
+  view->loadHtml("<body>leeg</body>");
+  ASSERT_TRUE(shows("leeg"));
+  const LoopbackServer server(
+      [](LoopbackConnection &connection, const std::string &) { connection.reset(); });
+  view->loadHtml("<body>melding</body>");
+  load(server.url());
+  EXPECT_TRUE(shows("melding"));
+  EXPECT_FALSE(server.heads().empty());
+}
+
 TEST_P(LinuxWebView, ReloadAfterALoadThatFailedShowsThePageThatStayed) {
   makeView("ORVELOS/");
   view->loadHtml("<body>bleef</body>");
