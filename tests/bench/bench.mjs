@@ -17,7 +17,7 @@ import { quietMinute, visitCold, visitReady } from './visit.mjs';
 const [application, programs, results, mode] = process.argv.slice(2);
 const rounds = mode === 'quick'
   ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
-  : { starts: 10, minutes: 2, loops: 3, transfers: 3, updates: 3 };
+  : { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 };
 
 /// In memory where there is room: a disk would be measured instead.
 function scratchFolder() {
@@ -67,6 +67,9 @@ async function measure(table, name, body) {
   keep(table, name, value);
 }
 
+/// Whoever is first finds memory that the machine has to get from elsewhere.
+const inTurn = (round, ...both) => (round % 2 === 0 ? both : both.reverse());
+
 /// Everybody begins a round once.
 const turns = (round) => all.map((_, at) => all[(at + round) % all.length]);
 
@@ -84,20 +87,22 @@ try {
     await measure('loops', 'bare', () => watchLoop(bench, tuned));
   }
   for (let round = 0; round < rounds.transfers; round += 1) {
-    await measure('transfers', 'large', () => trials.largeByApplication(bench));
-    await measure('transfers', 'large, curl', () => trials.largeByCurl(bench));
-    await measure('transfers', 'small', () => trials.smallByApplication(bench));
-    await measure('transfers', 'small, curl', () => trials.smallByCurl(bench));
-    await measure('transfers', 'small, curl anew',
-      () => trials.smallByCurl(bench, { reuse: false }));
+    for (const [name, trial] of [
+      ...inTurn(round, ['large', trials.largeByApplication], ['large, curl', trials.largeByCurl]),
+      ...inTurn(round, ['small', trials.smallByApplication], ['small, curl', trials.smallByCurl]),
+      ['small, curl anew', () => trials.smallByCurl(bench, { reuse: false })],
+    ]) {
+      await measure('transfers', name, () => trial(bench));
+    }
   }
   if (rounds.updates > 0) {
     const archive = await trials.makeArchive(bench, 200 << 20);
     try {
       for (let round = 0; round < rounds.updates; round += 1) {
-        await measure('transfers', 'update', () => trials.updateByApplication(bench, archive.path));
-        await measure('transfers', 'update, tools',
-          () => trials.updateByTools(bench, archive.path));
+        for (const [name, trial] of inTurn(round, ['update', trials.updateByApplication],
+          ['update, tools', trials.updateByTools])) {
+          await measure('transfers', name, () => trial(bench, archive.path));
+        }
       }
     } finally {
       trials.removeFolder(archive.folder);
