@@ -95,10 +95,11 @@ trial('200 quick presses of Control-R', {}, async (user, screen, t) => {
     const requests = user.root.requests('/').length;
     await screen.keys('ctrl+r');
     await waitFor('one more', () => user.root.requests('/').length > requests);
-    await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
-    await screen.type('aap');
-    await waitFor('the letters in the field', () =>
-      user.root.told('veld').at(-1)?.value.endsWith('aap'));
+    // The page before it looks the same, and takes what is typed along when it goes.
+    await waitFor('the letters in the field', async () => {
+      await screen.type('aap');
+      return user.root.told('veld').at(-1)?.value.endsWith('aap');
+    }, { every: 500 });
   });
   assert.equal(user.root.events('started').length, 1);
 
