@@ -8,6 +8,9 @@
 #
 #   ORVELOS_MAINTAINER
 #       whom the package names as its maintainer, as "Name <name@host>"
+#   ORVELOS_HOMEPAGE
+#       the web page of the application, an http or https address; without it that
+#       is https://orvel.nl/, the domain of the application's identifier
 #
 # The same sources, version, presets and tools give the same bytes; SOURCE_DATE_EPOCH
 # sets the time of the files, which else is that of the last commit.
@@ -35,6 +38,10 @@ moment=${moment:-315532800}
 maintainer=${ORVELOS_MAINTAINER:-Orvel <noreply@orvel.nl>}
 [[ $maintainer =~ ^[^\<\>]+' <'[^\<\>\ @]+@[^\<\>\ @]+'>'$ && $maintainer != *$'\n'* ]] ||
   fail "a maintainer is a name and an address, such as 'Name <name@host>'; not '$maintainer'"
+homepage=${ORVELOS_HOMEPAGE:-https://orvel.nl/}
+# It becomes a part of XML, of a package's field and of a sed expression.
+[[ $homepage =~ ^https?://[A-Za-z0-9][-A-Za-z0-9.:]*(/[-A-Za-z0-9._~%/]*)?$ ]] ||
+  fail "a homepage is an http or https address without a query; not '$homepage'"
 
 work=''
 trap 'rm -rf ${work:+"$work"}' EXIT
@@ -59,7 +66,9 @@ version=$(sed -n '/CFBundleShortVersionString/{n;s/.*<string>\(.*\)<.*/\1/p}' \
 # put MODE SOURCE TARGET
 put() { install -D -m "$1" "$2" "$share/$3"; }
 put 644 packaging/linux/nl.orvel.os.desktop applications/nl.orvel.os.desktop
-put 644 packaging/linux/nl.orvel.os.metainfo.xml metainfo/nl.orvel.os.metainfo.xml
+sed -e "s|@homepage@|$homepage|" -e "s|@version@|$version|" \
+  -e "s|@date@|$(date -d "@$moment" +%F)|" packaging/linux/nl.orvel.os.metainfo.xml.in >"$work/metainfo"
+put 644 "$work/metainfo" metainfo/nl.orvel.os.metainfo.xml
 put 644 packaging/linux/copyright doc/orvel-os/copyright
 put 644 packaging/linux/orvel-os.1 man/man1/orvel-os.1
 gzip -9n "$share/man/man1/orvel-os.1"
@@ -84,7 +93,8 @@ chmod -R u=rwX,go=rX "$root"
 find "$root" -exec touch -h -d "@$moment" {} +
 cpack --config packaging/linux/package.cmake -B "$work/package" \
   -D CPACK_INSTALLED_DIRECTORIES="$root;/" -D CPACK_PACKAGE_VERSION="$version" \
-  -D CPACK_PACKAGE_CONTACT="$maintainer" >"$work/log" 2>&1 || {
+  -D CPACK_PACKAGE_CONTACT="$maintainer" -D CPACK_PACKAGE_HOMEPAGE_URL="$homepage" \
+  >"$work/log" 2>&1 || {
   cat "$work/log" >&2
   fail "the package could not be made"
 }

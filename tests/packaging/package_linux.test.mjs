@@ -8,7 +8,7 @@ import {
   readdirSync, rmSync, statSync, writeFileSync,
 } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { dirname, join } from 'node:path';
+import { basename, dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
@@ -23,7 +23,10 @@ const script = join(sources, 'scripts/package-linux.sh');
 const name = 'orvel-os_1.20.3_amd64.deb';
 const bundle = 'usr/lib/orvel-os/Orvel OS.app/Contents';
 const entry = 'usr/share/applications/nl.orvel.os.desktop';
-const presets = { ORVELOS_VERSION: '1.20.3', ORVELOS_KEY: 'sleutel', ORVELOS_URL: '' };
+const metainfo = 'usr/share/metainfo/nl.orvel.os.metainfo.xml';
+const presets = {
+  ORVELOS_VERSION: '1.20.3', ORVELOS_KEY: 'sleutel', ORVELOS_URL: '', ORVELOS_HOMEPAGE: '',
+};
 
 let folder;
 let made;
@@ -72,7 +75,7 @@ test('the package holds the bundle, its place in the menu and its papers', () =>
     ...sizes.map((size) => icon(`${size}x${size}`, 'png')),
     icon('scalable', 'svg'),
     'usr/share/man/man1/orvel-os.1.gz',
-    'usr/share/metainfo/nl.orvel.os.metainfo.xml',
+    metainfo,
   ].sort());
   for (const { mode, owner, name: file } of contents()) {
     assert.equal(owner, 'root/root', file);
@@ -116,17 +119,41 @@ test('it needs the libraries it is linked with and the programs it runs', () => 
   assert.match(field('Recommends'), /nodejs \(>= 18\)/);
 });
 
+test('the desktop entry has an English and a Dutch comment and a single window', () => {
+  const lines = readFileSync(path('uitgepakt', entry), 'utf8').split('\n');
+  for (const line of ['Comment=Your own OS in one window', 'Comment[nl]=Je eigen OS in een venster',
+    'SingleMainWindow=true']) assert.ok(lines.includes(line), line);
+});
+
+test('the metainfo names the developer, the homepage and the release', () => {
+  const read = (folderName) => readFileSync(path(folderName, metainfo), 'utf8');
+  assert.match(read('uitgepakt'), /<developer_name>Orvel<\/developer_name>/);
+  assert.match(read('uitgepakt'), /<url type="homepage">https:\/\/orvel\.nl\/<\/url>/);
+  assert.equal(field('Homepage'), 'https://orvel.nl/');
+  assert.doesNotMatch(read('uitgepakt'), /@/);
+
+  const settings = { ORVELOS_HOMEPAGE: 'https://os.example.org/app', SOURCE_DATE_EPOCH: '951782399' };
+  const other = pack(['other'], { ...presets, ...settings });
+  assert.equal(other.status, 0, other.stderr);
+  execFileSync('dpkg-deb', ['-x', path('other', name), path('other unpacked')]);
+  assert.match(read('other unpacked'), /<url type="homepage">https:\/\/os\.example\.org\/app<\/url>/);
+  assert.match(read('other unpacked'),
+    /<releases>\s*<release version="1\.20\.3" date="2000-02-28"\/>\s*<\/releases>/);
+});
+
 test('the validators and lintian find nothing to warn of', () => {
-  const judge = (program, ...args) => {
+  const judge = (program, args, isKnown = () => false) => {
     const { status, stdout, stderr, error } = spawnSync(program, args, { encoding: 'utf8' });
     assert.equal(error, undefined);
-    assert.equal(status, 0, `${program}: ${stdout}${stderr}`);
+    const lines = `${stdout}${stderr}`.split('\n').filter((line) => line && !isKnown(line));
+    if (lines.length > 0) assert.equal(status, 0, `${program}: ${lines.join('\n')}`);
   };
-  judge('desktop-file-validate', '--warn-kde', path('uitgepakt', entry));
-  judge('appstreamcli', 'validate', '--no-net',
-    path('uitgepakt/usr/share/metainfo/nl.orvel.os.metainfo.xml'));
-  judge('lintian', '--no-cfg', '--allow-root', '--fail-on', 'error,warning',
-    path('een map', name));
+  // desktop-file-validate 0.26 knows version 1.4 of the specification, and 1.5 has this key.
+  judge('desktop-file-validate', ['--warn-kde', path('uitgepakt', entry)],
+    (line) => line.includes('"SingleMainWindow"'));
+  judge('appstreamcli', ['validate', '--no-net', path('uitgepakt', metainfo)]);
+  judge('lintian', ['--no-cfg', '--allow-root', '--fail-on', 'error,warning',
+    path('een map', name)]);
 });
 
 test('the same sources give the same bytes', () => {
@@ -149,6 +176,9 @@ test('what is wrong is named, and nothing is left', () => {
   refused(/no number of seconds/, ['weg'], { SOURCE_DATE_EPOCH: 'gisteren' });
   for (const maintainer of ['ik', '<ik@hier.nl>', 'ik <ik>', 'ik <ik@hier.nl>\nx']) {
     refused(/a maintainer is a name and an address/, ['weg'], { ORVELOS_MAINTAINER: maintainer });
+  }
+  for (const homepage of ['orvel.nl', 'file:///', 'https://', 'https://a.nl/|&', 'http://a.nl/?b']) {
+    refused(/a homepage is an http or https address/, ['weg'], { ORVELOS_HOMEPAGE: homepage });
   }
   assert.ok(!existsSync(path('weg')));
   refused(/build-app: a version is numbers/, ['leeg'], { ORVELOS_VERSION: '1.2-beta' });
@@ -261,7 +291,9 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
   const window = await screen.window();
   assert.match(await screen.property(window, 'WM_CLASS'), /"nl\.orvel\.os"/);
   assert.match(await screen.property(window, '_NET_WM_ICON'), /Icon \(\d+ x \d+\)/);
-  const programs = markedProcesses(marker).filter(({ command }) => command.startsWith('orvel-os'));
+  const programs = markedProcesses(marker)
+    // GLib 2.74 starts an entry's program by its name, 2.84 by its full path.
+    .filter(({ command }) => basename(command.split(' ')[0]) === 'orvel-os');
   assert.equal(programs.length, 1);
   // The machine here has no such program.
   assert.ok(!existsSync(`/${bundle}/Linux/orvel-os`));

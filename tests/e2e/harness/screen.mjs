@@ -13,6 +13,14 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
+/// The name of a key for xdotool, with a function key as its key code (Linux's
+/// input code plus 8). Given a name, xdotool looks for the modifiers that lead to
+/// it in the key's type, and finds Alt for the function keys of xkb-data 2.48.
+function withKeyCode(name) {
+  return name.replace(/(?<=^|\+)F(\d+)$/, (_, number) =>
+    String(Number(number) <= 10 ? 66 + Number(number) : 84 + Number(number)));
+}
+
 export class Screen {
   /// Starts the screen; `windowManager` false leaves it without one.
   static async open({ windowManager = true, width = 1200, height = 800 } = {}) {
@@ -71,8 +79,10 @@ export class Screen {
     }
   }
 
+  /// Presses keys by their X11 names, with modifiers before a plus sign:
+  /// `keys('ctrl+a', 'F10')`.
   async keys(...names) {
-    await this.tool('xdotool', 'key', '--clearmodifiers', ...names);
+    await this.tool('xdotool', 'key', '--clearmodifiers', ...names.map(withKeyCode));
   }
 
   async type(text) {

@@ -43,6 +43,7 @@ async function play(scene, name, blow, t) {
     await job.begin(scene);
     const { run } = scene;
     await underWatch(screen, run, t, {}, async (watch) => {
+      await job.enter?.(scene);
       // A server that is starting keeps the main thread until it has been started.
       await blow.strike(scene);
       await meet(scene, job, blow.outcomes[name], watch);

@@ -23,7 +23,8 @@ async function shows(scene) {
 }
 
 /// What each job needs: `begin` brings a scene (user, screen, how to start) to
-/// the job's middle and keeps the run in it; `finish` sees it through.
+/// the job's middle and keeps the run in it; `enter` is the part of that which lasts
+/// too short a time to begin to watch the application after it; `finish` sees it through.
 export const jobs = {
   starting: {
     async begin(scene) {
@@ -117,10 +118,12 @@ export const jobs = {
 
   quitting: {
     async begin(scene) {
-      const { user, screen } = scene;
+      const { user } = scene;
       user.root.behave({ stopsAfter: 800 });
       scene.run = await user.startAndPaint(scene.options);
       scene.pages = user.root.told('getoond').length;
+    },
+    async enter({ user, screen }) {
       await screen.keys('ctrl+q');
       await waitFor('the stop', () => user.root.events('signal').length > 0);
     },

@@ -66,12 +66,20 @@ export async function endedWell(user, run, options) {
 
 const below = (folder) => readdirSync(folder, { recursive: true }).map(String);
 
+/// Leaves out what WebKit's network process says when it meets libsoup 3.6.5's fault:
+/// after a reset connection the session may use a feature that has been freed.
+function withoutSoupFault(said) {
+  const faulty = [...said.matchAll(/(\(process:\d+\)).*'SOUP_IS_SESSION_FEATURE /g)];
+  const isKnown = (line) => faulty.some(([, name]) => line.includes(name));
+  return said.split('\n').filter((line) => !isKnown(line)).join('\n');
+}
+
 /// Looks, once the application has ended, at what it has left behind: only what
 /// it keeps, nothing half done, no word of a broken rule.
 export async function assertClean(user, { damaged = [] } = {}) {
   await user.assertNothingLeft();
   const said = user.starts.map(({ output }) => output).join('');
-  assert.doesNotMatch(said, /CRITICAL|Assertion|terminate called|Sanitizer/);
+  assert.doesNotMatch(withoutSoupFault(said), /CRITICAL|Assertion|terminate called|Sanitizer/);
   const { XDG_CONFIG_HOME, XDG_CACHE_HOME } = user.environment;
   const config = below(join(XDG_CONFIG_HOME)).filter((name) => name.startsWith('nl.orvel.os/'));
   const strange = config.filter((name) => ![...damaged, 'defaults.ini'].includes(name.slice(12)));
