@@ -81,8 +81,10 @@ SoupHttpSession::~SoupHttpSession() {
 void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
   queue_.post([this, request, completion = std::move(completion)] {
     const auto sink = std::make_shared<TextSink>(largestText);
-    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
-      completion(response, response ? std::optional(sink->take()) : std::nullopt);
+    start(request, *sink, [this, sink, completion](const std::optional<HttpResponse> &response) {
+      complete([sink, completion, response] {
+        completion(response, response ? std::optional(sink->take()) : std::nullopt);
+      });
     });
   });
 }
@@ -90,8 +92,10 @@ void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion complet
 void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
   queue_.post([this, request, completion = std::move(completion)] {
     const auto sink = std::make_shared<FileSink>(downloadFolders_);
-    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
-      completion(response ? std::optional(sink->path()) : std::nullopt, response);
+    start(request, *sink, [this, sink, completion](const std::optional<HttpResponse> &response) {
+      complete([sink, completion, response] {
+        completion(response ? std::optional(sink->path()) : std::nullopt, response);
+      });
     });
   });
 }
@@ -101,7 +105,7 @@ void SoupHttpSession::run() {
   {
     SoupSessions sessions;
     sessions_ = &sessions;
-    while (!stopping_ || !tasks_.empty() || g_main_context_pending(context_.get())) {
+    while (!stopping_ || unfinished_ > 0 || g_main_context_pending(context_.get())) {
       g_main_context_iteration(context_.get(), TRUE);
     }
   }
@@ -113,6 +117,7 @@ void SoupHttpSession::run() {
 
 void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
                             const std::function<void(std::optional<HttpResponse>)> &ended) {
+  ++unfinished_;
   const auto &session = isThisMachine(request.url.host) ? sessions_->direct : sessions_->proxied;
   auto task = std::make_unique<SoupTask>(request, sink);
   SoupTask &started = *task;
@@ -120,11 +125,21 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
   started.start(session.get(), [this, &started, ended](const auto &response) {
     const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                     [&](const auto &each) { return each.get() == &started; });
-    // Kept until this call returns: the completion runs inside the task.
+    // Kept until this call returns, which runs inside the task.
     const auto kept = tasks_.extract(found);
     ended(response);
   });
   if (stopping_) started.cancel();
+}
+
+void SoupHttpSession::complete(std::function<void()> completion) {
+  completions_.post([this, completion = std::move(completion)]() mutable {
+    completion();
+    // What it holds, such as the file of a download, goes before the request counts as
+    // finished. Requests that it has started are counted already: they were posted earlier.
+    completion = nullptr;
+    queue_.post([this] { --unfinished_; });
+  });
 }
 
 }  // namespace orvel

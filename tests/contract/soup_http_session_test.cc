@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <set>
 
 #include "tests/contract/deaf_port.h"
@@ -55,6 +56,30 @@ TEST(SoupHttpSession, WaitsForNoOtherRequest) {
     EXPECT_EQ(fetch(session, requestOf(server.url())).status, 200);
   }
   EXPECT_EQ(silent.wait(100).size(), 100U);
+}
+
+// The order is forced: the completion does not return before the other request has
+// been sent, answered and read to its end.
+TEST(SoupHttpSession, ReadsAnswersWhileACompletionBlocks) {
+  std::promise<void> answerWasRead;
+  LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {
+    client.send(answer("200 OK", "x"));
+    if (!head.starts_with("GET /meanwhile ")) return;
+    client.waitForClient();
+    answerWasRead.set_value();
+  });
+  HttpReplies replies;
+  bool wasReadMeanwhile = false;
+  SoupHttpSession session;
+  session.dataTask(requestOf(server.url()), [&](const auto &...) {
+    session.dataTask(requestOf(server.url("/meanwhile")), replies.completion());
+    wasReadMeanwhile =
+        answerWasRead.get_future().wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+  });
+  const auto all = replies.wait(1);
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_TRUE(wasReadMeanwhile);
+  EXPECT_EQ(all[0].status, 200);
 }
 
 TEST(SoupHttpSession, TakesRequestsFromEveryThread) {
@@ -118,6 +143,26 @@ TEST(SoupHttpSession, TellsTheEndOfARequestThatACompletionMakesWhenItGoes) {
     });
   }
   EXPECT_EQ(replies.wait(0).size(), 1U);
+}
+
+TEST(SoupHttpSession, WaitsForACompletionThatBlocksWhenItGoes) {
+  LoopbackServer server(
+      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
+  HttpReplies replies;
+  std::promise<void> blocking;
+  std::promise<void> released;
+  auto session = std::make_unique<SoupHttpSession>();
+  session->dataTask(requestOf(server.url()), [&, own = session.get()](const auto &...) {
+    blocking.set_value();
+    released.get_future().wait();
+    own->dataTask(requestOf(server.url()), replies.completion("started by a completion"));
+  });
+  blocking.get_future().wait();
+  session->dataTask(requestOf(server.url()), replies.completion("waiting behind it"));
+  std::thread end([&] { session.reset(); });
+  released.set_value();
+  end.join();
+  EXPECT_EQ(replies.wait(0).size(), 2U);
 }
 
 TEST(SoupHttpSession, ComesAndGoesWithoutARequest) {
