@@ -44,12 +44,10 @@ void AppDelegate::bewaarEnOpen(const Url &url) {
   web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
     UrlRequest request = self->metSleutel(url);
     request.setHeader("Cookie", cookieHeader(cookies, url.host));
-    self->platform_.http.downloadTask(
-        request, [self, url](const std::optional<std::string> &temporaryFile,
-                             const std::optional<HttpResponse> &response) {
-          if (!temporaryFile || !response || response->statusCode != 200) return;
-          self->saveDownload(*temporaryFile, response->suggestedFilename, url);
-        });
+    self->platform_.http.downloadTask(request, [self, url](const Download &download) {
+      if (!download.file || !download.response || download.response->statusCode != 200) return;
+      self->saveDownload(*download.file, download.suggestedFilename, url);
+    });
   });
 }
 

@@ -132,6 +132,13 @@ TEST_F(Downloads, keepNothingAndSayNothingUnlessTheStatusIs200) {
   EXPECT_EQ(fake.record.count("load"), 0U);
 }
 
+TEST_F(Downloads, needBothAResponseAndAFile) {
+  download(FakeAnswer{.statusCode = 200, .suggestedFilename = "a.csv"});
+  download(FakeAnswer{.body = "inhoud", .suggestedFilename = "a.csv"});
+  EXPECT_THAT(saved(), IsEmpty());
+  EXPECT_EQ(fake.record.count("open"), 0U);
+}
+
 TEST_F(Downloads, neverReplaceAFile) {
   writeFile(folder() + "/data.csv", "eerste");
   writeFile(folder() + "/data 2.csv", "tweede");
