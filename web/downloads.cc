@@ -1,5 +1,6 @@
 #include "web/downloads.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -20,6 +21,12 @@ std::string_view withoutStopsAround(std::string_view domain) {
   return domain.substr(begin, domain.find_last_not_of('.') + 1 - begin);
 }
 
+bool isControl(char character) {
+  return (character >= 0 && character < ' ' && character != '\t') || character == '\x7f';
+}
+
+bool hasControl(std::string_view text) { return std::any_of(text.begin(), text.end(), isControl); }
+
 /// A symbolic link counts whether or not it leads anywhere.
 bool isTaken(const std::string &path) {
   std::error_code ignored;
@@ -33,6 +40,7 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
   if (host.empty()) return header;
   for (const Cookie &cookie : cookies) {
     if (!host.ends_with(withoutStopsAround(cookie.domain))) continue;
+    if (hasControl(cookie.name) || hasControl(cookie.value)) continue;
     if (!header.empty()) header += "; ";
     header += cookie.name + "=" + cookie.value;
   }

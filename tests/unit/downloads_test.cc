@@ -58,6 +58,24 @@ TEST(CookieHeader, looksAtNothingButTheDomain) {
   EXPECT_EQ(cookieHeader({odd}, "a.test"), "a=x y;\"z");
 }
 
+TEST(CookieHeader, LeavesOutCookiesWithControlCharacters) {
+  const Cookie first = cookie("z", "a.test");
+  const Cookie last = cookie("a", "a.test");
+  for (int code = 0; code <= 0xff; ++code) {
+    const std::string odd(1, static_cast<char>(code));
+    const bool isLeftOut = (code < 0x20 && odd != "\t") || code == 0x7f;
+    Cookie value = cookie("m", "a.test");
+    value.value = "x" + odd + "y";
+    EXPECT_EQ(cookieHeader({first, value, last}, "a.test"),
+              isLeftOut ? "z=1; a=1" : "z=1; m=x" + odd + "y; a=1")
+        << code;
+    const Cookie name = cookie(odd + "m", "a.test");
+    EXPECT_EQ(cookieHeader({name, first, last}, "a.test"),
+              isLeftOut ? "z=1; a=1" : odd + "m=1; z=1; a=1")
+        << code;
+  }
+}
+
 class Downloads : public CoreTest {
  protected:
   Downloads() {
