@@ -22,6 +22,9 @@ struct UrlRequest {
   std::chrono::milliseconds timeout{std::chrono::seconds(60)};
   /// Header fields in the order in which they are sent.
   std::vector<std::pair<std::string, std::string>> headers;
+  /// Whether the header fields follow a redirect, given the URL of the request and
+  /// that of the redirect. Null: they never do. Called on a thread of the session.
+  bool (*forwardsHeaders)(const Url &from, const Url &to) = nullptr;
 
   /// Sets a header field, replacing one of the same name (names compare
   /// without case, RFC 9110).
@@ -29,12 +32,6 @@ struct UrlRequest {
   /// The value of a header field, or nothing.
   std::optional<std::string> header(std::string_view name) const;
 };
-
-/// Whether a server that was asked for one URL may send the request's fields
-/// along to another: to its own origin (scheme, host and port), or from http to
-/// https of its host, both at their usual ports. So no other host learns the app
-/// key. Any thread.
-bool fieldsGoAlong(const Url &from, const Url &to);
 
 /// The head of an HTTP response.
 struct HttpResponse {
@@ -77,7 +74,8 @@ class HttpSession {
 
   /// Starts a request and returns at once. The completion is called exactly
   /// once, on a thread of the session and never on the main thread. Redirects
-  /// are followed; the fields of the request go along as `fieldsGoAlong` tells.
+  /// are followed; the header fields follow them as `forwardsHeaders` tells, and
+  /// once withheld they are not sent again.
   /// Every failure shows as an absent part of the reply. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
   /// Like a data task, but the body goes to a file, of any size, whatever the

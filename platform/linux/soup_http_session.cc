@@ -83,8 +83,9 @@ void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion complet
     const auto sink = std::make_shared<TextSink>(largestText);
     start(request, *sink,
           [this, sink, completion = std::move(completion)](const SoupTask &task) mutable {
-            DataReply reply{.response = task.response()};
-            if (task.hasWholeBody()) reply.body = sink->take();
+            DataReply reply{
+                .response = task.response(),
+                .body = task.hasWholeBody() ? std::optional(sink->take()) : std::nullopt};
             complete([completion = std::move(completion), reply = std::move(reply)] {
               completion(reply);
             });
@@ -99,9 +100,10 @@ void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion
     start(request, file,
           [this, sink = std::move(sink),
            completion = std::move(completion)](const SoupTask &task) mutable {
-            Download download{.response = task.response()};
-            if (download.response) download.suggestedFilename = task.suggestedFilename();
-            if (task.hasWholeBody()) download.file = sink->path();
+            Download download{
+                .file = task.hasWholeBody() ? std::optional(sink->path()) : std::nullopt,
+                .response = task.response(),
+                .suggestedFilename = task.suggestedFilename()};
             // Nothing else holds the file then, so it is removed on the completion's return.
             complete([completion = std::move(completion), download = std::move(download),
                       sink = std::move(sink)] { completion(download); });

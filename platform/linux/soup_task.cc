@@ -113,7 +113,7 @@ void SoupTask::start(SoupSession *session, Ended ended) {
 void SoupTask::cancel() { g_cancellable_cancel(cancellable_.get()); }
 
 GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
-  const auto &[url, cachePolicy, timeout, headers] = request_;
+  const auto &[url, cachePolicy, timeout, headers, forwardsHeaders] = request_;
   if (!sink_.isReady()) return {};
   if (!std::all_of(headers.begin(), headers.end(), isSendable)) return {};
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
@@ -160,9 +160,11 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  // A server may name a path that is none by RFC 3986, and it is asked for all the same.
+  // libsoup follows redirects to paths that RFC 3986 does not allow.
   const auto to = Url::parse(withEscapes(addressOf(message_.get())));
-  if (to && fieldsGoAlong(request_.url, *to)) return;
+  if (to && request_.forwardsHeaders != nullptr && request_.forwardsHeaders(request_.url, *to)) {
+    return;
+  }
   for (const auto &[name, value] : request_.headers) {
     soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());
   }
@@ -239,6 +241,7 @@ std::optional<HttpResponse> SoupTask::response() const {
 }
 
 std::optional<std::string> SoupTask::suggestedFilename() const {
+  if (!hasHead_) return std::nullopt;
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
   const auto field = [&](const char *name) -> std::optional<std::string> {
     const char *value = soup_message_headers_get_list(fields, name);

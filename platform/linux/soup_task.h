@@ -35,7 +35,7 @@ class SoupTask {
   std::optional<HttpResponse> response() const;
   /// Whether the sink has the whole body.
   bool hasWholeBody() const { return hasWholeBody_; }
-  /// The name that the body would have as a file. Needs a response.
+  /// The name that the body would have as a file; nothing without a response.
   std::optional<std::string> suggestedFilename() const;
 
  private:

@@ -23,8 +23,9 @@ std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
 }
 
-void start(NSURLSessionTask *task, NSURLRequest *message) {
-  task.delegate = [[RedirectGuard alloc] initWithRequest:message];
+void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
+  task.delegate = [[RedirectGuard alloc] initWithRequest:message
+                                         forwardsHeaders:request.forwardsHeaders];
   [task resume];
 }
 
@@ -42,7 +43,7 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
                 }
                 completion(reply);
               }],
-        message);
+        message, request);
 }
 
 void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
@@ -55,7 +56,7 @@ void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletio
                                 .response = fromCocoa(response),
                                 .suggestedFilename = textOf(response.suggestedFilename)});
                   }],
-        message);
+        message, request);
 }
 
 }  // namespace orvel

@@ -12,6 +12,7 @@
 #include "platform/linux/soup_http_session.h"
 #include "tests/fuzz/property.h"
 #include "tests/fuzz/scripted_server.h"
+#include "web/same_origin.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ SoupHttpSession &session() {
 DataReply outcomeOf(const std::string &cookie, bool asFile) {
   UrlRequest request;
   request.url = *Url::parse(asked);
+  request.forwardsHeaders = isSameOriginOrUpgrade;
   request.setHeader("X-ORVEL-App", "sleutel");
   request.setHeader("Cookie", cookie);
   // Shared, for a second call, which there must not be, would come later.
