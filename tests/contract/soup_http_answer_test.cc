@@ -130,12 +130,13 @@ TEST_F(SoupHttpAnswer, HasNoResponseWhenTheHeadIsTruncated) {
   expectNothing("HTTP/1.1 200 O");
   expectNothing("HTTP/1.1 200 OK\r");
   expectNothing("HTTP/1.1 200 OK\r\nContent-Le");
-  expectNothing("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
   expectNothing("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r");
-  expectNothing("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
 }
 
 TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTruncated) {
+  // libsoup does without the empty line at the end of a head.
+  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
+  expectHeadAlone("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
   expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
   expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
   expectHeadAlone("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");

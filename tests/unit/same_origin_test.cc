@@ -1,10 +1,10 @@
+#include "web/same_origin.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <tuple>
 #include <vector>
-
-#include "web/same_origin.h"
 
 namespace orvel {
 namespace {
@@ -37,7 +37,8 @@ TEST(SameOrigin, HoldsForTheOriginAndItsUpgradeToHttps) {
       {"http://os.test/", "https://other.test/", false},
   };
   for (const auto &[from, to, expected] : rows) {
-    EXPECT_EQ(isSameOriginOrUpgrade(*Url::parse(from), *Url::parse(to)), expected) << from << " to " << to;
+    EXPECT_EQ(isSameOriginOrUpgrade(*Url::parse(from), *Url::parse(to)), expected)
+        << from << " to " << to;
   }
 }
 
