@@ -80,7 +80,7 @@ class AppDelegate final : public ApplicationDelegate,
   std::string baseURL() const;
   /// Whether the address is one of this machine. Any thread.
   bool lokaal() const;
-  /// A request that carries the app key. Any thread.
+  /// A request that carries the app key, to its origin alone. Any thread.
   UrlRequest metSleutel(const Url &url) const;
 
   // web/address_dialog.cc

@@ -64,8 +64,7 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
-void AppDelegate::webViewWebContentProcessDidTerminate() {
-  if (web) web->reload();
-}
+// The web view itself reports it, so there is one.
+void AppDelegate::webViewWebContentProcessDidTerminate() { web->reload(); }
 
 }  // namespace orvel

@@ -22,6 +22,9 @@ struct UrlRequest {
   std::chrono::milliseconds timeout{std::chrono::seconds(60)};
   /// Header fields in the order in which they are sent.
   std::vector<std::pair<std::string, std::string>> headers;
+  /// Whether the header fields follow a redirect, given the URL of the request and
+  /// that of the redirect. Null: they never do. Called on a thread of the session.
+  bool (*forwardsHeaders)(const Url &from, const Url &to) = nullptr;
 
   /// Sets a header field, replacing one of the same name (names compare
   /// without case, RFC 9110).
@@ -30,33 +33,38 @@ struct UrlRequest {
   std::optional<std::string> header(std::string_view name) const;
 };
 
-/// Whether a server that was asked for one URL may send the request's fields
-/// along to another: to its own origin (scheme, host and port), or from http to
-/// https of its host, both at their usual ports. So no other host learns the app
-/// key. Any thread.
-bool fieldsGoAlong(const Url &from, const Url &to);
-
-/// The head of an HTTP answer.
+/// The head of an HTTP response.
 struct HttpResponse {
   int statusCode = 0;
+};
+
+/// The outcome of a data task. Either part may be present without the other.
+struct DataReply {
+  /// The head of the final response, present even if its body failed. Absent when
+  /// no head arrived or the response is not HTTP.
+  std::optional<HttpResponse> response{};
+  /// The whole body. Absent when it was truncated, timed out, is too large or has
+  /// an unknown encoding.
+  std::optional<std::string> body{};
+};
+
+/// The outcome of a download task. Each part may be present without the others.
+struct Download {
+  /// The path of a file that holds the whole body. Absent when the body failed as
+  /// above or could not be written. The file is removed when the completion has
+  /// returned, unless `moveFile` has taken it.
+  std::optional<std::string> file{};
+  /// The head of the final response, as above.
+  std::optional<HttpResponse> response{};
   /// The name that the body would have as a file: that of Content-Disposition
   /// (RFC 6266), else the last path component of the final address, else its
-  /// host, with an extension for its media type when it has none. Nothing when
-  /// there is no such name. Filled for download tasks; as the server wrote it,
-  /// so it may hold any character.
+  /// host, with an extension for its media type when it has none. Absent when
+  /// there is no such name. As the server wrote it, so it may hold any character.
   std::optional<std::string> suggestedFilename{};
 };
 
-/// What became of a data task: the response, absent when none came, was cut
-/// off or was not HTTP; and the whole body, absent together with the response.
-using DataCompletion = std::function<void(std::optional<HttpResponse>, std::optional<std::string>)>;
-
-/// What became of a download task: the path of a file that holds the whole
-/// body, and the response. Both are absent when there is no answer or it was
-/// cut off. The file is gone when the completion has returned, unless
-/// `moveFile` has taken it.
-using DownloadCompletion =
-    std::function<void(std::optional<std::string>, std::optional<HttpResponse>)>;
+using DataCompletion = std::function<void(const DataReply &)>;
+using DownloadCompletion = std::function<void(const Download &)>;
 
 /// The session that sends the application's own requests, those that do not
 /// come from the page.
@@ -66,8 +74,9 @@ class HttpSession {
 
   /// Starts a request and returns at once. The completion is called exactly
   /// once, on a thread of the session and never on the main thread. Redirects
-  /// are followed; the fields of the request go along as `fieldsGoAlong` tells.
-  /// Every failure shows as an absent response. Any thread.
+  /// are followed; the header fields follow them as `forwardsHeaders` tells, and
+  /// once withheld they are not sent again.
+  /// Every failure shows as an absent part of the reply. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
   /// Like a data task, but the body goes to a file, of any size, whatever the
   /// status. A body that cannot be written is a failure.

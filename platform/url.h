@@ -16,6 +16,8 @@ struct Url {
   std::string absoluteString;
   std::string scheme;
   std::string host;
+  /// Absent when the URL names none, and for a number that no int can hold.
+  std::optional<int> port{};
   std::string path;
 
   /// Parses a URL or a relative reference by RFC 3986, strictly: no character

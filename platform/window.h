@@ -28,13 +28,10 @@ struct Color {
   bool operator==(const Color &) const = default;
 };
 
-/// How a window looks and what may be done with it.
+/// How a window looks. Every window has a title bar and can be closed, miniaturized
+/// and resized.
 struct WindowConfiguration {
   Rect contentRect;
-  bool titled = true;
-  bool closable = true;
-  bool miniaturizable = true;
-  bool resizable = true;
   /// The content runs under the title bar.
   bool fullSizeContentView = false;
   /// For the window list; drawn only when titleVisible.

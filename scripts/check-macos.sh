@@ -41,7 +41,7 @@ mapfile -t selectors < <(
          print method; method = "" }' "${delegates[@]}" |
     sed -E ':a; s/\([^()]*\)//g; ta; s/__unused//g; s/^ - *//; s/ *\{$//' |
     awk '!/:/ { print $1; next } { gsub(/: *[A-Za-z]+ */, ":"); print }' |
-    grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|proceedWithTermination|closeAlerts|initWithRequest:'
+    grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|proceedWithTermination|closeAlerts|initWithRequest:forwardsHeaders:'
 )
 [ ${#selectors[@]} -gt 0 ] || fail "no delegate method was found"
 mkdir -p "$folder"

@@ -52,8 +52,8 @@ void AppDelegate::startServer() {
 }
 
 void AppDelegate::serverDidExit(const std::shared_ptr<ChildProcess> &task) {
-  // The report of a server that has been replaced meanwhile concerns nobody.
-  if (!server || server != task) return;
+  // Ignore the exit of a server that has been replaced.
+  if (server != task) return;
   if (quitting) return;
   showError("De OS-server is gestopt (code " + std::to_string(task->terminationStatus()) +
             "). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R.");

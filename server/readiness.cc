@@ -61,12 +61,11 @@ void AppDelegate::waitForServer(int tries) {
   if (!url) fatalError("the server address is no URL: " + baseURL());
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
-  platform_.http.dataTask(
-      probe, [self = shared_from_this(), tries](const std::optional<HttpResponse> &response,
-                                                const std::optional<std::string> &) {
-        self->platform_.mainQueue.post(
-            [self, response, tries] { self->probeAnswered(response, tries); });
-      });
+  platform_.http.dataTask(probe, [self = shared_from_this(), tries](const DataReply &reply) {
+    // The head alone counts: a server that has sent one is ready, whatever its body.
+    self->platform_.mainQueue.post(
+        [self, response = reply.response, tries] { self->probeAnswered(response, tries); });
+  });
 }
 
 void AppDelegate::probeAnswered(const std::optional<HttpResponse> &response, int tries) {

@@ -36,11 +36,9 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 
 void AppDelegate::installeer(const Url &archive, const std::string &versie) {
   platform_.http.downloadTask(
-      metSleutel(archive),
-      [self = shared_from_this(), versie](const std::optional<std::string> &file,
-                                          const std::optional<HttpResponse> &response) {
-        if (!file || !response || response->statusCode != 200) return;
-        if (self->replaceBundle(*file, versie)) self->tellOfUpdate(versie);
+      metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
+        if (!download.file || !download.response || download.response->statusCode != 200) return;
+        if (self->replaceBundle(*download.file, versie)) self->tellOfUpdate(versie);
       });
 }
 

@@ -34,12 +34,11 @@ void AppDelegate::zoekUpdate(bool stil) {
   UrlRequest request = metSleutel(*manifest);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
   request.timeout = manifestTimeout;
-  platform_.http.dataTask(request, [self = shared_from_this(), stil, url = *manifest](
-                                       const std::optional<HttpResponse> &response,
-                                       const std::optional<std::string> &body) {
-    const bool answered = response && response->statusCode == 200 && body;
-    self->manifestArrived(answered ? readManifest(*body) : std::nullopt, url, stil);
-  });
+  platform_.http.dataTask(
+      request, [self = shared_from_this(), stil, url = *manifest](const DataReply &reply) {
+        const bool answered = reply.response && reply.response->statusCode == 200 && reply.body;
+        self->manifestArrived(answered ? readManifest(*reply.body) : std::nullopt, url, stil);
+      });
 }
 
 void AppDelegate::manifestArrived(const std::optional<UpdateManifest> &manifest, const Url &url,

@@ -1,5 +1,6 @@
 #include "web/downloads.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -20,6 +21,12 @@ std::string_view withoutStopsAround(std::string_view domain) {
   return domain.substr(begin, domain.find_last_not_of('.') + 1 - begin);
 }
 
+bool isControl(char character) {
+  return (character >= 0 && character < ' ' && character != '\t') || character == '\x7f';
+}
+
+bool hasControl(std::string_view text) { return std::any_of(text.begin(), text.end(), isControl); }
+
 /// A symbolic link counts whether or not it leads anywhere.
 bool isTaken(const std::string &path) {
   std::error_code ignored;
@@ -33,6 +40,7 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
   if (host.empty()) return header;
   for (const Cookie &cookie : cookies) {
     if (!host.ends_with(withoutStopsAround(cookie.domain))) continue;
+    if (hasControl(cookie.name) || hasControl(cookie.value)) continue;
     if (!header.empty()) header += "; ";
     header += cookie.name + "=" + cookie.value;
   }
@@ -44,12 +52,10 @@ void AppDelegate::bewaarEnOpen(const Url &url) {
   web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
     UrlRequest request = self->metSleutel(url);
     request.setHeader("Cookie", cookieHeader(cookies, url.host));
-    self->platform_.http.downloadTask(
-        request, [self, url](const std::optional<std::string> &temporaryFile,
-                             const std::optional<HttpResponse> &response) {
-          if (!temporaryFile || !response || response->statusCode != 200) return;
-          self->saveDownload(*temporaryFile, response->suggestedFilename, url);
-        });
+    self->platform_.http.downloadTask(request, [self, url](const Download &download) {
+      if (!download.file || !download.response || download.response->statusCode != 200) return;
+      self->saveDownload(*download.file, download.suggestedFilename, url);
+    });
   });
 }
 

@@ -1,6 +1,7 @@
 #include "web/server_address.h"
 
 #include "app/app_delegate.h"
+#include "web/same_origin.h"
 
 namespace orvel {
 
@@ -22,6 +23,7 @@ UrlRequest AppDelegate::metSleutel(const Url &url) const {
   UrlRequest request;
   request.url = url;
   request.setHeader("X-ORVEL-App", appSleutel);
+  request.forwardsHeaders = isSameOriginOrUpgrade;
   return request;
 }
 

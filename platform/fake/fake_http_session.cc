@@ -22,6 +22,11 @@ std::string temporaryFileWith(const std::string &text) {
   return path;
 }
 
+std::optional<HttpResponse> responseOf(const FakeAnswer &answer) {
+  if (!answer.statusCode) return std::nullopt;
+  return HttpResponse{.statusCode = *answer.statusCode};
+}
+
 }  // namespace
 
 std::string describe(const UrlRequest &request) {
@@ -50,13 +55,7 @@ void FakeHttpSession::dataTask(const UrlRequest &request, DataCompletion complet
   const FakeAnswer answer = send("GET", request);
   scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
                       [answer, completion = std::move(completion)] {
-                        if (!answer.statusCode) {
-                          completion(std::nullopt, std::nullopt);
-                          return;
-                        }
-                        HttpResponse response;
-                        response.statusCode = *answer.statusCode;
-                        completion(response, answer.body);
+                        completion({.response = responseOf(answer), .body = answer.body});
                       });
 }
 
@@ -64,16 +63,11 @@ void FakeHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion
   const FakeAnswer answer = send("download", request);
   scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
                       [answer, completion = std::move(completion)] {
-                        if (!answer.statusCode) {
-                          completion(std::nullopt, std::nullopt);
-                          return;
-                        }
-                        HttpResponse response;
-                        response.statusCode = *answer.statusCode;
-                        response.suggestedFilename = answer.suggestedFilename;
-                        const std::string file = temporaryFileWith(answer.body);
-                        completion(file, response);
-                        ::unlink(file.c_str());
+                        Download download{.response = responseOf(answer),
+                                          .suggestedFilename = answer.suggestedFilename};
+                        if (answer.body) download.file = temporaryFileWith(*answer.body);
+                        completion(download);
+                        if (download.file) ::unlink(download.file->c_str());
                       });
 }
 

@@ -13,11 +13,13 @@
 
 namespace orvel {
 
-/// What a scripted server answers.
+/// What a scripted server answers; by default, nothing: the connection is refused,
+/// or fails before a head has arrived.
 struct FakeAnswer {
-  /// Absent: the connection is refused, cut, or times out.
+  /// The head of a response. Absent beside a body: the response is not HTTP.
   std::optional<int> statusCode{};
-  std::string body{};
+  /// The whole body. Absent beside a status: the body fails.
+  std::optional<std::string> body{};
   std::chrono::milliseconds delay{0};
   std::optional<std::string> suggestedFilename{};
 };
@@ -27,7 +29,7 @@ class FakeHttpSession final : public HttpSession {
   explicit FakeHttpSession(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void dataTask(const UrlRequest &request, DataCompletion completion) override;
-  /// The body goes to a real file in the system's folder for temporary ones.
+  /// Writes the body to a real file in the system's temporary folder.
   void downloadTask(const UrlRequest &request, DownloadCompletion completion) override;
 
   /// What the next requests of a URL are answered, in turn; the last one given

@@ -8,17 +8,15 @@
 
 namespace orvel {
 
-/// Takes the body of an answer, block by block.
+/// Receives the body of a response, block by block.
 class BodySink {
  public:
   virtual ~BodySink() = default;
 
-  /// Whether there is any use in asking for a body.
+  /// Whether a body can be kept at all.
   virtual bool isReady() const = 0;
-  /// False when the body cannot be kept: the request has failed then.
+  /// False when the block cannot be kept: the body has failed then.
   virtual bool append(std::string_view block) = 0;
-  /// Whether the body becomes a file, which has a name.
-  virtual bool isFile() const = 0;
 };
 
 /// Keeps a body in memory, up to a limit in bytes.
@@ -32,7 +30,6 @@ class TextSink final : public BodySink {
     text_ += block;
     return true;
   }
-  bool isFile() const override { return false; }
   std::string take() { return std::exchange(text_, {}); }
 
  private:
@@ -47,7 +44,6 @@ class FileSink final : public BodySink {
 
   bool isReady() const override { return file_.isOpen(); }
   bool append(std::string_view block) override { return file_.write(block); }
-  bool isFile() const override { return true; }
   std::string path() const { return file_.path(); }
 
  private:

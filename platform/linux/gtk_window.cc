@@ -43,8 +43,6 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   gtk_window_set_titlebar(window_, makeHeader(configuration, menuBar));
-  gtk_window_set_resizable(window_, configuration.resizable);
-  gtk_window_set_deletable(window_, configuration.closable);
   gtk_window_set_child(window_, page.widget());
   restoreFrame(configuration, screen);
   application_.addWindow(window_);

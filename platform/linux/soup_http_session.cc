@@ -79,20 +79,35 @@ SoupHttpSession::~SoupHttpSession() {
 }
 
 void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
-  queue_.post([this, request, completion = std::move(completion)] {
+  queue_.post([this, request, completion = std::move(completion)]() mutable {
     const auto sink = std::make_shared<TextSink>(largestText);
-    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
-      completion(response, response ? std::optional(sink->take()) : std::nullopt);
-    });
+    start(request, *sink,
+          [this, sink, completion = std::move(completion)](const SoupTask &task) mutable {
+            DataReply reply{
+                .response = task.response(),
+                .body = task.hasWholeBody() ? std::optional(sink->take()) : std::nullopt};
+            complete([completion = std::move(completion), reply = std::move(reply)] {
+              completion(reply);
+            });
+          });
   });
 }
 
 void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
-  queue_.post([this, request, completion = std::move(completion)] {
-    const auto sink = std::make_shared<FileSink>(downloadFolders_);
-    start(request, *sink, [sink, completion](const std::optional<HttpResponse> &response) {
-      completion(response ? std::optional(sink->path()) : std::nullopt, response);
-    });
+  queue_.post([this, request, completion = std::move(completion)]() mutable {
+    auto sink = std::make_shared<FileSink>(downloadFolders_);
+    FileSink &file = *sink;
+    start(request, file,
+          [this, sink = std::move(sink),
+           completion = std::move(completion)](const SoupTask &task) mutable {
+            Download download{
+                .file = task.hasWholeBody() ? std::optional(sink->path()) : std::nullopt,
+                .response = task.response(),
+                .suggestedFilename = task.suggestedFilename()};
+            // Nothing else holds the file then, so it is removed on the completion's return.
+            complete([completion = std::move(completion), download = std::move(download),
+                      sink = std::move(sink)] { completion(download); });
+          });
   });
 }
 
@@ -101,7 +116,7 @@ void SoupHttpSession::run() {
   {
     SoupSessions sessions;
     sessions_ = &sessions;
-    while (!stopping_ || !tasks_.empty() || g_main_context_pending(context_.get())) {
+    while (!stopping_ || unfinished_ > 0 || g_main_context_pending(context_.get())) {
       g_main_context_iteration(context_.get(), TRUE);
     }
   }
@@ -112,19 +127,30 @@ void SoupHttpSession::run() {
 }
 
 void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
-                            const std::function<void(std::optional<HttpResponse>)> &ended) {
+                            std::function<void(const SoupTask &)> ended) {
+  ++unfinished_;
   const auto &session = isThisMachine(request.url.host) ? sessions_->direct : sessions_->proxied;
   auto task = std::make_unique<SoupTask>(request, sink);
   SoupTask &started = *task;
   tasks_.insert(std::move(task));
-  started.start(session.get(), [this, &started, ended](const auto &response) {
+  started.start(session.get(), [this, &started, ended = std::move(ended)](const SoupTask &) {
     const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                     [&](const auto &each) { return each.get() == &started; });
-    // Kept until this call returns: the completion runs inside the task.
+    // Kept until this call returns, which runs inside the task.
     const auto kept = tasks_.extract(found);
-    ended(response);
+    ended(started);
   });
   if (stopping_) started.cancel();
+}
+
+void SoupHttpSession::complete(std::function<void()> completion) {
+  completions_.post([this, completion = std::move(completion)]() mutable {
+    completion();
+    // What it holds, such as the file of a download, goes before the request counts as
+    // finished. Requests that it has started are counted already: they were posted earlier.
+    completion = nullptr;
+    queue_.post([this] { --unfinished_; });
+  });
 }
 
 }  // namespace orvel

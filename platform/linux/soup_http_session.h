@@ -12,6 +12,7 @@
 
 #include "platform/http_session.h"
 #include "platform/linux/glib_main_queue.h"
+#include "platform/linux/serial_queue.h"
 
 namespace orvel {
 
@@ -19,23 +20,24 @@ class BodySink;
 class SoupTask;
 struct SoupSessions;
 
-/// Requests by libsoup, on a thread of their own on which the completions are
-/// called too, one at a time. No cookies and no cache are kept; every request
-/// has a connection of its own and asks for an uncompressed body. Beyond what
-/// the port says:
+/// Requests by libsoup, on a thread of their own. The completions are called one
+/// at a time on a second thread: an installation unpacks a release in one, and the
+/// timeouts of the other requests expire meanwhile unless their sockets are read.
+/// No cookies and no cache are kept; every request has a connection of its own and
+/// asks for an uncompressed body. Beyond what the port says:
 /// - A field that is set for the first server is not set again when a redirect
 ///   through another origin leads back to it. At most 20 redirects are followed.
-/// - The body of a data task of more than 64 MiB is a failure, and so is a request that HTTP has
-///   no spelling for: another scheme than http and https, a field whose name is
-///   no token or whose value holds CR, LF or NUL (RFC 9110, 5.5). Such a
-///   request is not sent.
+/// - The body of a data task is too large above 64 MiB.
+/// - A request that HTTP has no spelling for is not sent: another scheme than http
+///   and https, a field whose name is no token or whose value holds CR, LF or NUL
+///   (RFC 9110, 5.5).
 /// - This machine's own addresses are never reached through a proxy.
 class SoupHttpSession final : public HttpSession {
  public:
   /// Downloads are written in the first of the folders in which that is possible.
   explicit SoupHttpSession(std::vector<std::string> downloadFolders = {});
-  /// Cancels what runs, calls the completions that are still due (absent
-  /// response) and waits for them. Not on the session's own thread.
+  /// Cancels what runs, calls the completions that are still due and waits for
+  /// them. Not on one of the session's own threads.
   ~SoupHttpSession() override;
   SoupHttpSession(const SoupHttpSession &) = delete;
   SoupHttpSession &operator=(const SoupHttpSession &) = delete;
@@ -50,14 +52,19 @@ class SoupHttpSession final : public HttpSession {
 
   void run();
   void start(const UrlRequest &request, BodySink &sink,
-             const std::function<void(std::optional<HttpResponse>)> &ended);
+             std::function<void(const SoupTask &)> ended);
+  /// Calls a completion on the thread that is there for them.
+  void complete(std::function<void()> completion);
 
   const std::vector<std::string> downloadFolders_;
   const std::unique_ptr<GMainContext, ContextRelease> context_;
   GlibMainQueue queue_;
+  SerialQueue completions_;
 
   // What follows belongs to the session's thread.
   bool stopping_ = false;
+  /// Requests whose completion has not returned yet.
+  int unfinished_ = 0;
   SoupSessions *sessions_ = nullptr;
   std::set<std::unique_ptr<SoupTask>> tasks_;
 

@@ -68,7 +68,7 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
       sink_(sink),
       message_(makeMessage()),
       cancellable_(adopt(g_cancellable_new())),
-      silence_(newAlarm(), release),
+      timeout_(newAlarm(), release),
       arrival_(nullptr, release) {}
 
 SoupTask::~SoupTask() {
@@ -77,19 +77,19 @@ SoupTask::~SoupTask() {
 
 void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
-  // What has arrived is seen to first, so that work that held this thread up
-  // is not taken for a silent server.
-  g_source_set_priority(silence_.get(), G_PRIORITY_DEFAULT + 1);
+  // Bytes that have arrived are read first and restart the timeout, even if a slow
+  // disk has held this thread up for longer than that.
+  g_source_set_priority(timeout_.get(), G_PRIORITY_DEFAULT + 1);
   g_source_set_callback(
-      silence_.get(),
+      timeout_.get(),
       [](gpointer self) -> gboolean {
-        static_cast<SoupTask *>(self)->silent();
+        static_cast<SoupTask *>(self)->timedOut();
         return G_SOURCE_CONTINUE;
       },
       this, nullptr);
-  g_source_attach(silence_.get(), g_main_context_get_thread_default());
+  g_source_attach(timeout_.get(), g_main_context_get_thread_default());
   if (!message_) {
-    g_source_set_ready_time(silence_.get(), 0);
+    g_source_set_ready_time(timeout_.get(), 0);
     return;
   }
 
@@ -105,7 +105,7 @@ void SoupTask::start(SoupSession *session, Ended ended) {
   soup_session_send_async(
       session, message_.get(), G_PRIORITY_DEFAULT, cancellable_.get(),
       [](GObject *source, GAsyncResult *result, gpointer self) {
-        static_cast<SoupTask *>(self)->answered(SOUP_SESSION(source), result);
+        static_cast<SoupTask *>(self)->headArrived(SOUP_SESSION(source), result);
       },
       this);
 }
@@ -113,7 +113,7 @@ void SoupTask::start(SoupSession *session, Ended ended) {
 void SoupTask::cancel() { g_cancellable_cancel(cancellable_.get()); }
 
 GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
-  const auto &[url, cachePolicy, timeout, headers] = request_;
+  const auto &[url, cachePolicy, timeout, headers, forwardsHeaders] = request_;
   if (!sink_.isReady()) return {};
   if (!std::all_of(headers.begin(), headers.end(), isSendable)) return {};
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
@@ -135,12 +135,12 @@ GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
   return message;
 }
 
-void SoupTask::silent() {
-  g_source_set_ready_time(silence_.get(), -1);
+void SoupTask::timedOut() {
+  g_source_set_ready_time(timeout_.get(), -1);
   if (message_) {
     cancel();
   } else {
-    finish(std::nullopt);
+    finish(false);
   }
 }
 
@@ -160,9 +160,11 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  // A server may name a path that is none by RFC 3986, and it is asked for all the same.
+  // libsoup follows redirects to paths that RFC 3986 does not allow.
   const auto to = Url::parse(withEscapes(addressOf(message_.get())));
-  if (to && fieldsGoAlong(request_.url, *to)) return;
+  if (to && request_.forwardsHeaders != nullptr && request_.forwardsHeaders(request_.url, *to)) {
+    return;
+  }
   for (const auto &[name, value] : request_.headers) {
     soup_message_headers_remove(soup_message_get_request_headers(message_.get()), name.c_str());
   }
@@ -170,16 +172,17 @@ void SoupTask::redirected() {
 
 void SoupTask::dataArrived() {
   g_source_set_ready_time(
-      silence_.get(), g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
+      timeout_.get(), g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
 }
 
-void SoupTask::answered(SoupSession *session, GAsyncResult *result) {
+void SoupTask::headArrived(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
-  if (stream_ && decode()) {
+  hasHead_ = stream_ != nullptr;
+  if (hasHead_ && decode()) {
     block_.reset(new char[blockSize]);
     readMore();
   } else {
-    finish(std::nullopt);
+    finish(false);
   }
 }
 
@@ -228,14 +231,17 @@ bool SoupTask::take(gssize size) {
     received_ += size;
     return true;
   }
-  finish(size == 0 && bodyIsWhole() ? std::optional(response()) : std::nullopt);
+  finish(size == 0 && bodyIsWhole());
   return false;
 }
 
-HttpResponse SoupTask::response() const {
-  HttpResponse response;
-  response.statusCode = static_cast<int>(soup_message_get_status(message_.get()));
-  if (!sink_.isFile()) return response;
+std::optional<HttpResponse> SoupTask::response() const {
+  if (!hasHead_) return std::nullopt;
+  return HttpResponse{.statusCode = static_cast<int>(soup_message_get_status(message_.get()))};
+}
+
+std::optional<std::string> SoupTask::suggestedFilename() const {
+  if (!hasHead_) return std::nullopt;
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
   const auto field = [&](const char *name) -> std::optional<std::string> {
     const char *value = soup_message_headers_get_list(fields, name);
@@ -244,10 +250,9 @@ HttpResponse SoupTask::response() const {
   };
   Url answered;
   answered.absoluteString = addressOf(message_.get());
-  response.suggestedFilename = suggestedFilename(
+  return orvel::suggestedFilename(
       {.contentDisposition = field("Content-Disposition"), .mediaType = field("Content-Type")},
       answered);
-  return response;
 }
 
 bool SoupTask::bodyIsWhole() {
@@ -277,13 +282,14 @@ bool SoupTask::bodyIsWhole() {
   }
 }
 
-void SoupTask::finish(const std::optional<HttpResponse> &response) {
-  silence_.reset();
+void SoupTask::finish(bool hasWholeBody) {
+  hasWholeBody_ = hasWholeBody;
+  timeout_.reset();
   arrival_.reset();
   stream_.reset();
-  // The task goes with this call.
+  // Moved out, for the call may destroy the task.
   const Ended ended = std::move(ended_);
-  ended(response);
+  ended(*this);
 }
 
 }  // namespace orvel

@@ -12,25 +12,31 @@
 
 namespace orvel {
 
-/// One request on its way through libsoup. Lives on the session's thread, from
-/// its start until it has told its end.
+/// One libsoup request. Lives on the session's thread, from its start until its
+/// end has been reported.
 class SoupTask {
  public:
-  /// The response is absent when the request has failed. Otherwise the sink has
-  /// the whole body.
-  using Ended = std::function<void(std::optional<HttpResponse>)>;
+  using Ended = std::function<void(const SoupTask &)>;
 
-  /// The sink must outlive the task.
+  /// The sink must live until the end is reported.
   SoupTask(const UrlRequest &request, BodySink &sink);
   ~SoupTask();
   SoupTask(const SoupTask &) = delete;
   SoupTask &operator=(const SoupTask &) = delete;
 
-  /// Sends the request. The end is told exactly once, never inside this call;
-  /// the task may be destroyed then.
+  /// Sends the request. Calls `ended` exactly once, never inside this call; the
+  /// task may be destroyed when that returns.
   void start(SoupSession *session, Ended ended);
   /// Makes the request fail soon.
   void cancel();
+
+  // The outcome, once the request has ended.
+  /// Absent when no head of a final response arrived.
+  std::optional<HttpResponse> response() const;
+  /// Whether the sink has the whole body.
+  bool hasWholeBody() const { return hasWholeBody_; }
+  /// The name that the body would have as a file; nothing without a response.
+  std::optional<std::string> suggestedFilename() const;
 
  private:
   struct UriRelease {
@@ -41,11 +47,11 @@ class SoupTask {
   /// Null for a request that HTTP has no spelling for, or whose answer could not
   /// be kept.
   GObjectPointer<SoupMessage> makeMessage() const;
-  void silent();
+  void timedOut();
   void connected(GIOStream *connection);
   void redirected();
   void dataArrived();
-  void answered(SoupSession *session, GAsyncResult *result);
+  void headArrived(SoupSession *session, GAsyncResult *result);
   /// Undoes a compression that nobody asked for; false for one that is not known.
   bool decode();
   void readMore();
@@ -54,8 +60,7 @@ class SoupTask {
   /// failed. False when that was the last of it and the task has gone.
   bool take(gssize size);
   bool bodyIsWhole();
-  HttpResponse response() const;
-  void finish(const std::optional<HttpResponse> &response);
+  void finish(bool hasWholeBody);
 
   const UrlRequest request_;
   BodySink &sink_;
@@ -67,10 +72,12 @@ class SoupTask {
   GObjectPointer<GInputStream> stream_;
   /// What is read of the body goes through this.
   std::unique_ptr<char[]> block_;
+  bool hasHead_ = false;
+  bool hasWholeBody_ = false;
   bool isDecoded_ = false;
   goffset received_ = 0;
-  /// Due when the server has sent nothing for the request's time-out.
-  Source silence_;
+  /// Due when the server has sent nothing for the request's timeout.
+  Source timeout_;
   /// Tells bytes of the answer's head, of which libsoup tells only the end.
   Source arrival_;
 };

@@ -4,6 +4,8 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 
 namespace orvel {
 
@@ -88,8 +90,8 @@ bool isAddressLiteral(std::string_view text) {
   return inet_pton(AF_INET6, std::string(text.substr(0, zone)).c_str(), &ignored) == 1;
 }
 
-/// Takes the host out of an authority; false when that is none.
-bool readAuthority(std::string_view authority, std::string &host) {
+/// Reads host and port of an authority into the URL; false when it is malformed.
+bool readAuthority(std::string_view authority, Url &url) {
   const auto at = authority.find('@');
   if (at != std::string_view::npos) {
     if (!consistsOf(authority.substr(0, at), ":")) return false;
@@ -114,7 +116,12 @@ bool readAuthority(std::string_view authority, std::string &host) {
       (rest.front() != ':' || !std::all_of(rest.begin() + 1, rest.end(), isDigit))) {
     return false;
   }
-  host = percentDecoded(name);
+  url.host = percentDecoded(name);
+  int port = 0;
+  const char *end = rest.data() + rest.size();
+  if (!rest.empty() && std::from_chars(rest.data() + 1, end, port).ec == std::errc()) {
+    url.port = port;
+  }
   return true;
 }
 
@@ -149,7 +156,7 @@ std::optional<Url> Url::parse(std::string_view text) {
     hasAuthority = true;
     text.remove_prefix(2);
     const auto authority = text.substr(0, text.find('/'));
-    if (!readAuthority(authority, url.host)) return std::nullopt;
+    if (!readAuthority(authority, url)) return std::nullopt;
     text.remove_prefix(authority.size());
   }
 

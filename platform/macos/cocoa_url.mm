@@ -14,6 +14,7 @@ std::optional<Url> fromCocoa(NSURL *url) {
   return Url{.absoluteString = fromCocoa(url.absoluteString),
              .scheme = fromCocoa(url.scheme),
              .host = fromCocoa(url.host),
+             .port = url.port == nil ? std::nullopt : std::optional<int>(url.port.intValue),
              .path = fromCocoa(url.path)};
 }
 

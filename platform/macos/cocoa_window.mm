@@ -8,11 +8,8 @@ namespace orvel {
 namespace {
 
 NSWindowStyleMask styleMaskOf(const WindowConfiguration &configuration) {
-  NSWindowStyleMask mask = 0;
-  if (configuration.titled) mask |= NSWindowStyleMaskTitled;
-  if (configuration.closable) mask |= NSWindowStyleMaskClosable;
-  if (configuration.miniaturizable) mask |= NSWindowStyleMaskMiniaturizable;
-  if (configuration.resizable) mask |= NSWindowStyleMaskResizable;
+  NSWindowStyleMask mask = NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
+                           NSWindowStyleMaskMiniaturizable | NSWindowStyleMaskResizable;
   if (configuration.fullSizeContentView) mask |= NSWindowStyleMaskFullSizeContentView;
   return mask;
 }

@@ -2,17 +2,21 @@
 
 #import <Foundation/Foundation.h>
 
+#include "platform/http_session.h"
+
 NS_ASSUME_NONNULL_BEGIN
 
-/// Goes along with one task. Its redirects carry the fields of its request as long
-/// as all of them stay at the origin (`orvel::fieldsGoAlong`), and none of these
-/// fields from the first on that does not: Foundation would send them to whatever
-/// host the answer names. The session's cookies are left out where the request
-/// leaves them out.
+using ForwardsHeaders = decltype(orvel::UrlRequest::forwardsHeaders);
+
+/// The delegate of one task. Redirects carry the header fields of its request as
+/// long as `forwardsHeaders` allows each of them, and none of these fields from the
+/// first on that it does not: Foundation would send them to any host. The session's
+/// cookies are left out where the request leaves them out.
 @interface RedirectGuard : NSObject <NSURLSessionTaskDelegate>
 
 - (instancetype)init NS_UNAVAILABLE;
-- (instancetype)initWithRequest:(NSURLRequest *)request NS_DESIGNATED_INITIALIZER;
+- (instancetype)initWithRequest:(NSURLRequest *)request
+                forwardsHeaders:(nullable ForwardsHeaders)forwardsHeaders NS_DESIGNATED_INITIALIZER;
 
 @end
 

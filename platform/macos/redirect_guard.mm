@@ -1,16 +1,20 @@
 #import "platform/macos/redirect_guard.h"
 
-#include "platform/http_session.h"
 #import "platform/macos/cocoa_url.h"
 
 @implementation RedirectGuard {
   NSURLRequest *_request;
+  ForwardsHeaders _forwardsHeaders;
   BOOL _isElsewhere;
 }
 
-- (instancetype)initWithRequest:(NSURLRequest *)request {
+- (instancetype)initWithRequest:(NSURLRequest *)request
+                forwardsHeaders:(ForwardsHeaders)forwardsHeaders {
   self = [super init];
-  if (self != nil) _request = [request copy];
+  if (self != nil) {
+    _request = [request copy];
+    _forwardsHeaders = forwardsHeaders;
+  }
   return self;
 }
 
@@ -21,8 +25,9 @@
              completionHandler:(void (^)(NSURLRequest *))handler {
   const auto from = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
-  // Nor does another host get them back by sending us home.
-  _isElsewhere = _isElsewhere || !from || !to || !orvel::fieldsGoAlong(*from, *to);
+  // Nor are they sent again when another host redirects back.
+  _isElsewhere =
+      _isElsewhere || !from || !to || _forwardsHeaders == nullptr || !_forwardsHeaders(*from, *to);
   NSMutableURLRequest *next = [request mutableCopy];
   next.HTTPShouldHandleCookies = _request.HTTPShouldHandleCookies;
   // Foundation leaves some of them out by itself.

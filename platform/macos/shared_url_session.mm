@@ -19,13 +19,13 @@ NSURLRequest *messageOf(const UrlRequest &request) {
 
 std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   if (![response isKindOfClass:NSHTTPURLResponse.class]) return std::nullopt;
-  auto *answer = static_cast<NSHTTPURLResponse *>(response);
-  return HttpResponse{.statusCode = static_cast<int>(answer.statusCode),
-                      .suggestedFilename = textOf(answer.suggestedFilename)};
+  auto *http = static_cast<NSHTTPURLResponse *>(response);
+  return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
 }
 
-void start(NSURLSessionTask *task, NSURLRequest *message) {
-  task.delegate = [[RedirectGuard alloc] initWithRequest:message];
+void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
+  task.delegate = [[RedirectGuard alloc] initWithRequest:message
+                                         forwardsHeaders:request.forwardsHeaders];
   [task resume];
 }
 
@@ -36,12 +36,14 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
   start([NSURLSession.sharedSession
             dataTaskWithRequest:message
               completionHandler:^(NSData *body, NSURLResponse *response, NSError *error) {
-                // An answer that was cut off comes with the error.
-                const auto answer = error == nil ? fromCocoa(response) : std::nullopt;
-                if (!answer) return completion(std::nullopt, std::nullopt);
-                completion(answer, std::string(static_cast<const char *>(body.bytes), body.length));
+                DataReply reply{.response = fromCocoa(response)};
+                // A truncated body comes with the error.
+                if (error == nil && body != nil) {
+                  reply.body.emplace(static_cast<const char *>(body.bytes), body.length);
+                }
+                completion(reply);
               }],
-        message);
+        message, request);
 }
 
 void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
@@ -49,11 +51,12 @@ void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletio
   start([NSURLSession.sharedSession
             downloadTaskWithRequest:message
                   completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
-                    if (file == nil) return completion(std::nullopt, std::nullopt);
                     // The session removes the file when this returns.
-                    completion(orvel::fromCocoa(file.path), fromCocoa(response));
+                    completion({.file = textOf(file.path),
+                                .response = fromCocoa(response),
+                                .suggestedFilename = textOf(response.suggestedFilename)});
                   }],
-        message);
+        message, request);
 }
 
 }  // namespace orvel

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,10 +42,10 @@ class ContractPlatform {
   /// What default applications were given so far, oldest first: files as their
   /// paths, all else as URLs. There is one for http, mailto and text files.
   virtual std::vector<std::string> opened() = 0;
-  /// What the next request of a URL is answered, where no real server can be
-  /// asked; without effect elsewhere.
+  /// Scripts the answer to the next request of a URL where no real server can be
+  /// reached; without effect elsewhere. An absent body is one that fails.
   virtual void answerNext(const std::string & /*url*/, int /*status*/,
-                          const std::string & /*body*/) {}
+                          const std::optional<std::string> & /*body*/) {}
   /// Plays the session: asks the running application to end.
   virtual void requestTermination() = 0;
 };

@@ -47,7 +47,8 @@ class FakeContractPlatform final : public ContractPlatform {
     }
     return all;
   }
-  void answerNext(const std::string &url, int status, const std::string &body) override {
+  void answerNext(const std::string &url, int status,
+                  const std::optional<std::string> &body) override {
     fake_.http.answer(url, {{.statusCode = status, .body = body}});
   }
   void requestTermination() override { fake_.application.requestTermination(); }

@@ -23,9 +23,8 @@ std::string readFile(const std::string &path) {
 }
 
 /// What a completion saw while it ran.
-struct Download {
-  std::optional<std::string> file;
-  std::optional<HttpResponse> response;
+struct Seen {
+  Download download;
   std::string text;
   MoveResult moved = MoveResult::failed;
   bool onMain = true;
@@ -33,42 +32,47 @@ struct Download {
 
 class HttpDownloadContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
-  Download fetch(const std::string &path, const std::string &moveTo = "") {
+  Seen fetch(const std::string &path, const std::string &moveTo = "") {
     UrlRequest request;
     request.url = *Url::parse(server_.url(path));
-    platform_->answerNext(request.url.absoluteString, path == "/weg" ? 404 : 200, body_);
-    Download download;
+    platform_->answerNext(request.url.absoluteString, path == "/weg" ? 404 : 200,
+                          path == "/truncated" ? std::nullopt : std::optional(body_));
+    Seen seen;
     int completions = 0;
-    platform_->ports().http.downloadTask(request, [&](auto file, auto response) {
-      download.onMain = platform_->onMainThread();
-      download.file = file;
-      download.response = response;
-      if (file) download.text = readFile(*file);
-      if (file && !moveTo.empty()) download.moved = moveFile(*file, moveTo);
+    platform_->ports().http.downloadTask(request, [&](const Download &download) {
+      seen.onMain = platform_->onMainThread();
+      seen.download = download;
+      if (download.file) seen.text = readFile(*download.file);
+      if (download.file && !moveTo.empty()) seen.moved = moveFile(*download.file, moveTo);
       platform_->ports().mainQueue.post([&] { ++completions; });
     });
     EXPECT_TRUE(platform_->runUntil([&] { return completions > 0; }));
     EXPECT_EQ(completions, 1);
-    return download;
+    return seen;
   }
 
   const std::string body_ = "regel 1\nregel 2\n";
   LoopbackServer server_{[this](LoopbackConnection &connection, const std::string &head) {
-    connection.send(answer(head.starts_with("GET /weg ") ? "404 Not Found" : "200 OK", body_));
+    if (head.starts_with("GET /truncated ")) {
+      connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
+    } else {
+      connection.send(answer(head.starts_with("GET /weg ") ? "404 Not Found" : "200 OK", body_));
+    }
   }};
   posix_test::TemporaryFolder folder_;
   std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
 TEST_P(HttpDownloadContract, HandsOverAFileThatGoesWithTheCompletion) {
-  const Download download = fetch("/lijst.csv");
+  const auto [download, text, moved, onMain] = fetch("/lijst.csv");
   ASSERT_TRUE(download.file);
-  EXPECT_EQ(download.text, body_);
-  EXPECT_FALSE(download.onMain);
+  EXPECT_EQ(text, body_);
+  EXPECT_FALSE(onMain);
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);
   // The completion was still returning when it was heard of here.
-  EXPECT_TRUE(platform_->runUntil([&] { return !std::filesystem::exists(*download.file); }));
+  const std::string path = *download.file;
+  EXPECT_TRUE(platform_->runUntil([&] { return !std::filesystem::exists(path); }));
 }
 
 TEST_P(HttpDownloadContract, LeavesAFileThatWasMovedWhereItIs) {
@@ -84,10 +88,17 @@ TEST_P(HttpDownloadContract, MovesOverNothing) {
 }
 
 TEST_P(HttpDownloadContract, HandsOverTheBodyOfEveryStatus) {
-  const Download download = fetch("/weg");
-  ASSERT_TRUE(download.response);
-  EXPECT_EQ(download.response->statusCode, 404);
-  EXPECT_EQ(download.text, body_);
+  const Seen seen = fetch("/weg");
+  ASSERT_TRUE(seen.download.response);
+  EXPECT_EQ(seen.download.response->statusCode, 404);
+  EXPECT_EQ(seen.text, body_);
+}
+
+TEST_P(HttpDownloadContract, DeliversTheHeadOfATruncatedBodyWithoutAFile) {
+  const Seen seen = fetch("/truncated");
+  ASSERT_TRUE(seen.download.response);
+  EXPECT_EQ(seen.download.response->statusCode, 200);
+  EXPECT_EQ(seen.download.file, std::nullopt);
 }
 
 TEST_P(HttpDownloadContract, TellsAFailureByAbsence) {
@@ -95,8 +106,8 @@ TEST_P(HttpDownloadContract, TellsAFailureByAbsence) {
   request.url = *Url::parse("http://127.0.0.1:" + std::to_string(unusedPort()) + "/lijst.csv");
   bool done = false;
   bool absent = false;
-  platform_->ports().http.downloadTask(request, [&](auto file, auto response) {
-    absent = !file && !response;
+  platform_->ports().http.downloadTask(request, [&](const Download &download) {
+    absent = !download.file && !download.response;
     platform_->ports().mainQueue.post([&] { done = true; });
   });
   ASSERT_TRUE(platform_->runUntil([&] { return done; }));

@@ -14,13 +14,19 @@
 namespace orvel {
 namespace {
 
+bool toTheSamePort(const Url &from, const Url &to) {
+  return from.host == to.host && from.port == to.port;
+}
+
 class HttpFieldsContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
   HttpReplies::Reply ask(const std::string &address, const std::string &key = "een;\"sleutel\"",
-                         const std::string &cookies = "a=b; c=d") {
+                         const std::string &cookies = "a=b; c=d",
+                         bool (*forwardsHeaders)(const Url &, const Url &) = toTheSamePort) {
     auto request = requestOf(address);
     request.setHeader("X-ORVEL-App", key);
     request.setHeader("Cookie", cookies);
+    request.forwardsHeaders = forwardsHeaders;
     return fetch(platform_->ports().http, request);
   }
   static void expectFields(const std::string &head) {
@@ -134,6 +140,31 @@ TEST_P(HttpFieldsContract, StayBehindOnTheWayToAnotherNameOfTheHost) {
   EXPECT_EQ(ask(server.url("/oud")).status, 200);
   ASSERT_EQ(server.heads().size(), 2U);
   expectNoFields(server.heads()[1]);
+}
+
+TEST_P(HttpFieldsContract, FollowARedirectOnlyWhereTheRequestSaysSo) {
+  LoopbackServer other(
+      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
+  LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+    client.send(redirection(other.url("/b?c=d")));
+  });
+  const std::string key = "een;\"sleutel\"";
+  const std::string cookies = "a=b; c=d";
+  EXPECT_EQ(ask(server.url("/a"), key, cookies,
+                [](const Url &from, const Url &to) {
+                  return from.path == "/a" && to.path == "/b" && from.port && to.port &&
+                         *from.port != *to.port;
+                })
+                .status,
+            200);
+  EXPECT_EQ(
+      ask(server.url("/a"), key, cookies, [](const Url &, const Url &) { return false; }).status,
+      200);
+  EXPECT_EQ(ask(server.url("/a"), key, cookies, nullptr).status, 200);
+  ASSERT_EQ(other.heads().size(), 3U);
+  expectFields(other.heads()[0]);
+  expectNoFields(other.heads()[1]);
+  expectNoFields(other.heads()[2]);
 }
 
 TEST_P(HttpFieldsContract, AreNotGivenBackOnTheWayHome) {

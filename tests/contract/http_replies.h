@@ -18,17 +18,18 @@ class HttpReplies {
  public:
   struct Reply {
     std::string name;
-    /// Absent when the request failed.
+    /// Absent when no head arrived.
     std::optional<int> status;
+    /// Absent when the body failed.
     std::optional<std::string> body;
     std::thread::id thread;
   };
 
   DataCompletion completion(std::string name = {}) {
-    return [this, name = std::move(name)](auto response, auto body) {
+    return [this, name = std::move(name)](const DataReply &told) {
       const std::lock_guard lock(mutex_);
-      Reply reply{name, std::nullopt, std::move(body), std::this_thread::get_id()};
-      if (response) reply.status = response->statusCode;
+      Reply reply{name, std::nullopt, told.body, std::this_thread::get_id()};
+      if (told.response) reply.status = told.response->statusCode;
       all_.push_back(std::move(reply));
       arrived_.notify_all();
     };

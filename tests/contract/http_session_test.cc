@@ -40,6 +40,24 @@ TEST(UrlRequest, WaitsAMinuteByDefault) {
 
 class HttpSessionContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
+  /// Sends a request whose answer has a head with status 200 and a body that fails.
+  DataReply fetchHead(const std::string &address,
+                      std::chrono::milliseconds timeout = std::chrono::seconds(60)) {
+    UrlRequest request;
+    request.url = *Url::parse(address);
+    request.timeout = timeout;
+    platform_->answerNext(address, 200, std::nullopt);
+    DataReply told;
+    int completions = 0;
+    platform_->ports().http.dataTask(request, [&](const DataReply &reply) {
+      told = reply;
+      platform_->ports().mainQueue.post([&] { ++completions; });
+    });
+    EXPECT_TRUE(platform_->runUntil([&] { return completions > 0; }));
+    EXPECT_EQ(completions, 1);
+    return told;
+  }
+
   std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
@@ -50,8 +68,8 @@ TEST_P(HttpSessionContract, TellsARefusedConnectionOnceAndOffTheMainThread) {
   int completions = 0;
   std::atomic<int> answers = 0;
   std::atomic<int> onMain = 0;
-  const auto completion = [&](auto response, auto body) {
-    if (response || body) ++answers;
+  const auto completion = [&](const DataReply &reply) {
+    if (reply.response || reply.body) ++answers;
     if (platform_->onMainThread()) ++onMain;
     platform_->ports().mainQueue.post([&] { ++completions; });
   };
@@ -65,6 +83,27 @@ TEST_P(HttpSessionContract, TellsARefusedConnectionOnceAndOffTheMainThread) {
   EXPECT_EQ(completions, requests + 1);
   EXPECT_EQ(answers, 0);
   EXPECT_EQ(onMain, 0);
+}
+
+TEST_P(HttpSessionContract, DeliversTheHeadOfATruncatedBody) {
+  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
+    client.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
+  });
+  const DataReply reply = fetchHead(server.url("/api/wie"));
+  ASSERT_TRUE(reply.response);
+  EXPECT_EQ(reply.response->statusCode, 200);
+  EXPECT_EQ(reply.body, std::nullopt);
+}
+
+TEST_P(HttpSessionContract, DeliversTheHeadOfABodyThatTimesOut) {
+  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
+    client.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
+    client.waitForClient();
+  });
+  const DataReply reply = fetchHead(server.url("/api/wie"), std::chrono::seconds(1));
+  ASSERT_TRUE(reply.response);
+  EXPECT_EQ(reply.response->statusCode, 200);
+  EXPECT_EQ(reply.body, std::nullopt);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryPlatform, HttpSessionContract,

@@ -23,9 +23,14 @@ class SoupHttpAnswer : public testing::Test {
         [&](LoopbackConnection &client, const std::string &) { client.send(bytes); });
     return fetch(session_, requestOf(server.url()));
   }
-  void expectFailure(const std::string &bytes) {
+  void expectNothing(const std::string &bytes) {
     const auto reply = replyTo(bytes);
     EXPECT_EQ(reply.status, std::nullopt) << bytes;
+    EXPECT_EQ(reply.body, std::nullopt) << bytes;
+  }
+  void expectHeadAlone(const std::string &bytes) {
+    const auto reply = replyTo(bytes);
+    EXPECT_EQ(reply.status, 200) << bytes;
     EXPECT_EQ(reply.body, std::nullopt) << bytes;
   }
 
@@ -82,12 +87,15 @@ TEST_F(SoupHttpAnswer, UndoesACompressionThatNobodyAskedFor) {
   EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed).body, "inhoud");
   EXPECT_EQ(replyTo(answer("200 OK", packed, "Content-Encoding: identity\r\n")).body, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
-    expectFailure(answer("200 OK", packed.substr(0, size), "Content-Encoding: gzip\r\n"));
+    expectHeadAlone(answer("200 OK", packed.substr(0, size), "Content-Encoding: gzip\r\n"));
   }
   std::string wrongSum = packed;
   wrongSum[packed.size() - 8] ^= 1;
-  expectFailure(answer("200 OK", wrongSum, "Content-Encoding: gzip\r\n"));
-  expectFailure(answer("200 OK", "inhoud", "Content-Encoding: br\r\n"));
+  expectHeadAlone(answer("200 OK", wrongSum, "Content-Encoding: gzip\r\n"));
+}
+
+TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheEncodingIsUnknown) {
+  expectHeadAlone(answer("200 OK", "inhoud", "Content-Encoding: br\r\n"));
 }
 
 TEST_F(SoupHttpAnswer, TakesABodyOfManyBlocks) {
@@ -107,7 +115,7 @@ TEST_F(SoupHttpAnswer, TakesABodyOfManyBlocks) {
   // Not by EXPECT_EQ, which would print them.
   EXPECT_TRUE(replyTo(answer("200 OK", body)).body == body);
   EXPECT_TRUE(replyTo(answer("200 OK", packed, "Content-Encoding: gzip\r\n")).body == body);
-  expectFailure(answer("200 OK", packed.substr(0, written / 2), "Content-Encoding: gzip\r\n"));
+  expectHeadAlone(answer("200 OK", packed.substr(0, written / 2), "Content-Encoding: gzip\r\n"));
 }
 
 TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {
@@ -116,55 +124,59 @@ TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {
   EXPECT_EQ(reply.status, std::nullopt);
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheHeadIsCut) {
-  expectFailure("");
-  expectFailure("HTT");
-  expectFailure("HTTP/1.1 200 O");
-  expectFailure("HTTP/1.1 200 OK\r");
-  expectFailure("HTTP/1.1 200 OK\r\nContent-Le");
-  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
-  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r");
-  expectFailure("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
+TEST_F(SoupHttpAnswer, HasNoResponseWhenTheHeadIsTruncated) {
+  expectNothing("");
+  expectNothing("HTT");
+  expectNothing("HTTP/1.1 200 O");
+  expectNothing("HTTP/1.1 200 OK\r");
+  expectNothing("HTTP/1.1 200 OK\r\nContent-Le");
+  expectNothing("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r");
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheBodyIsCut) {
-  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
-  expectFailure("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
-  expectFailure("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");
-  expectFailure("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTruncated) {
+  // libsoup does without the empty line at the end of a head.
+  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
+  expectHeadAlone("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
+  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
+  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  expectHeadAlone("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");
+  expectHeadAlone("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
   const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
                            "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
-    expectFailure(chunked + body);
+    expectHeadAlone(chunked + body);
   }
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheConnectionBreaks) {
+TEST_F(SoupHttpAnswer, HasNoBodyWhenTheConnectionIsReset) {
   for (const char *bytes :
        {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", "HTTP/1.1 200 OK\r\n\r\nab"}) {
     LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
       client.reset();
     });
-    EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt) << bytes;
+    // The reset may overtake a head that has been sent.
+    EXPECT_EQ(fetch(session_, requestOf(server.url())).body, std::nullopt) << bytes;
   }
 }
 
 TEST_F(SoupHttpAnswer, FailsWhenItIsNotHttp) {
-  expectFailure("220 ready\r\n");
-  expectFailure("<html>hello</html>\r\n\r\n");
-  expectFailure("HTTP/1.1 abc OK\r\n\r\n");
-  expectFailure(std::string("\x16\x03\x01\x00\x00\x00", 6));
+  expectNothing("220 ready\r\n");
+  expectNothing("<html>hello</html>\r\n\r\n");
+  expectNothing("HTTP/1.1 abc OK\r\n\r\n");
+  expectNothing(std::string("\x16\x03\x01\x00\x00\x00", 6));
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheBodyHasNoEnd) {
+TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTooLarge) {
   std::size_t sent = 0;
   LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
     const std::string block(1'000'000, 'x');
     client.send("HTTP/1.0 200 OK\r\n\r\n");
     while (sent < 1'000'000'000 && client.send(block)) sent += block.size();
   });
-  EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt);
+  const auto reply = fetch(session_, requestOf(server.url()));
+  EXPECT_EQ(reply.status, 200);
+  EXPECT_EQ(reply.body, std::nullopt);
 }
 
 TEST_F(SoupHttpAnswer, FailsWhenTheHeadHasNoEnd) {

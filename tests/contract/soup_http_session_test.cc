@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
+#include <memory>
 #include <set>
+#include <thread>
 
 #include "tests/contract/deaf_port.h"
 #include "tests/contract/http_replies.h"
@@ -57,6 +60,30 @@ TEST(SoupHttpSession, WaitsForNoOtherRequest) {
   EXPECT_EQ(silent.wait(100).size(), 100U);
 }
 
+// The order is forced: the completion does not return before the other request has
+// been sent, answered and read to its end.
+TEST(SoupHttpSession, ReadsAnswersWhileACompletionBlocks) {
+  std::promise<void> answerWasRead;
+  LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {
+    client.send(answer("200 OK", "x"));
+    if (!head.starts_with("GET /meanwhile ")) return;
+    client.waitForClient();
+    answerWasRead.set_value();
+  });
+  HttpReplies replies;
+  bool wasReadMeanwhile = false;
+  SoupHttpSession session;
+  session.dataTask(requestOf(server.url()), [&](const DataReply &) {
+    session.dataTask(requestOf(server.url("/meanwhile")), replies.completion());
+    wasReadMeanwhile =
+        answerWasRead.get_future().wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+  });
+  const auto all = replies.wait(1);
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_TRUE(wasReadMeanwhile);
+  EXPECT_EQ(all[0].status, 200);
+}
+
 TEST(SoupHttpSession, TakesRequestsFromEveryThread) {
   LoopbackServer server(
       [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
@@ -91,10 +118,8 @@ TEST(SoupHttpSession, TellsEveryRequestItsEndWhenItGoes) {
       for (int number = 0; number < 5; ++number) {
         for (const auto &address : {server.url("/silent"), server.url("/begun"), deaf.url(),
                                     std::string("http://name.invalid/"), std::string("ftp://x")}) {
-          session.dataTask(requestOf(address),
-                           [held, end = replies.completion()](auto response, auto body) {
-                             end(std::move(response), std::move(body));
-                           });
+          session.dataTask(requestOf(address), [held, end = replies.completion()](
+                                                   const DataReply &reply) { end(reply); });
         }
       }
       // Each round stops the requests elsewhere on their way.
@@ -102,7 +127,7 @@ TEST(SoupHttpSession, TellsEveryRequestItsEndWhenItGoes) {
     }
     const auto all = replies.wait(0);
     ASSERT_EQ(all.size(), 25U);
-    for (const auto &reply : all) EXPECT_EQ(reply.status, std::nullopt);
+    for (const auto &reply : all) EXPECT_EQ(reply.body, std::nullopt);
     EXPECT_EQ(held.use_count(), 1);
   }
 }
@@ -113,11 +138,31 @@ TEST(SoupHttpSession, TellsTheEndOfARequestThatACompletionMakesWhenItGoes) {
   HttpReplies replies;
   {
     SoupHttpSession session;
-    session.dataTask(requestOf(server.url()), [&](auto, auto) {
+    session.dataTask(requestOf(server.url()), [&](const DataReply &) {
       session.dataTask(requestOf(server.url()), replies.completion());
     });
   }
   EXPECT_EQ(replies.wait(0).size(), 1U);
+}
+
+TEST(SoupHttpSession, WaitsForACompletionThatBlocksWhenItGoes) {
+  LoopbackServer server(
+      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
+  HttpReplies replies;
+  std::promise<void> blocking;
+  std::promise<void> released;
+  auto session = std::make_unique<SoupHttpSession>();
+  session->dataTask(requestOf(server.url()), [&, own = session.get()](const DataReply &) {
+    blocking.set_value();
+    released.get_future().wait();
+    own->dataTask(requestOf(server.url()), replies.completion("started by a completion"));
+  });
+  blocking.get_future().wait();
+  session->dataTask(requestOf(server.url()), replies.completion("waiting behind it"));
+  std::thread end([&] { session.reset(); });
+  released.set_value();
+  end.join();
+  EXPECT_EQ(replies.wait(0).size(), 2U);
 }
 
 TEST(SoupHttpSession, ComesAndGoesWithoutARequest) {

@@ -1,4 +1,4 @@
-// An answer is whole or there is none, and whatever it says, the key and the
+// A body is whole or there is none, and whatever it says, the key and the
 // cookies stay with the host that was asked.
 
 #include <gio/gio.h>
@@ -12,6 +12,7 @@
 #include "platform/linux/soup_http_session.h"
 #include "tests/fuzz/property.h"
 #include "tests/fuzz/scripted_server.h"
+#include "web/same_origin.h"
 
 namespace {
 
@@ -19,11 +20,6 @@ using namespace orvel;
 
 constexpr const char *asked = "http://os.test/api/bestand/1";
 constexpr char answersEnd = '\x1e';
-
-struct Outcome {
-  std::optional<HttpResponse> response;
-  std::optional<std::string> body;
-};
 
 SoupHttpSession &session() {
   // Never destroyed: the process ends from within.
@@ -34,29 +30,28 @@ SoupHttpSession &session() {
   return *session;
 }
 
-Outcome outcomeOf(const std::string &cookie, bool asFile) {
+DataReply outcomeOf(const std::string &cookie, bool asFile) {
   UrlRequest request;
   request.url = *Url::parse(asked);
+  request.forwardsHeaders = isSameOriginOrUpgrade;
   request.setHeader("X-ORVEL-App", "sleutel");
   request.setHeader("Cookie", cookie);
   // Shared, for a second call, which there must not be, would come later.
-  const auto promise = std::make_shared<std::promise<Outcome>>();
+  const auto promise = std::make_shared<std::promise<DataReply>>();
   auto ended = promise->get_future();
   if (asFile) {
-    session().downloadTask(request, [promise](const auto &file, const auto &response) {
-      Outcome outcome{response, std::nullopt};
-      if (file) outcome.body = readFileBytes(*file, 1U << 26U).bytes;
-      promise->set_value(std::move(outcome));
+    session().downloadTask(request, [promise](const Download &download) {
+      DataReply reply{.response = download.response};
+      if (download.file) reply.body = readFileBytes(*download.file, 1U << 26U).bytes;
+      promise->set_value(std::move(reply));
     });
   } else {
-    session().dataTask(request, [promise](const auto &response, const auto &body) {
-      promise->set_value({response, body});
-    });
+    session().dataTask(request, [promise](const DataReply &reply) { promise->set_value(reply); });
   }
   fuzz::require(ended.wait_for(std::chrono::seconds(8)) == std::future_status::ready,
                 "a request ends when its server does");
-  Outcome outcome = ended.get();
-  fuzz::require(outcome.response.has_value() == outcome.body.has_value(), "all of it or nothing");
+  DataReply outcome = ended.get();
+  fuzz::require(outcome.response || !outcome.body, "no body comes without its head");
   return outcome;
 }
 
@@ -102,7 +97,7 @@ void requireWhole(const std::string &coding, const std::string &body) {
 
   auto &server = fuzz::ScriptedServer::instance();
   server.answerWith({head + sent});
-  const Outcome outcome = outcomeOf("", asFile);
+  const DataReply outcome = outcomeOf("", asFile);
   fuzz::require(outcome.response && outcome.response->statusCode == 200, "a whole answer arrives");
   fuzz::require(outcome.body == body, "a body arrives as it was");
 
@@ -110,7 +105,7 @@ void requireWhole(const std::string &coding, const std::string &body) {
   if (sent.size() <= end) return;
   const std::size_t cut = end + 1 + coding.size() * 7 % (sent.size() - end);
   server.answerWith({head + sent.substr(0, sent.size() - cut)});
-  fuzz::require(!outcomeOf("", asFile).response, "half a body is none");
+  fuzz::require(!outcomeOf("", asFile).body, "half a body is none");
 }
 
 std::vector<std::string_view> valuesOf(std::string_view head, std::string_view name) {
@@ -164,7 +159,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const auto answer : fuzz::piecesOf(rest, answersEnd)) answers.emplace_back(answer);
   fuzz::ScriptedServer::instance().answerWith(std::move(answers));
   const std::string cookie(first);
-  const Outcome outcome = outcomeOf(cookie, size % 2 == 0);
+  const DataReply outcome = outcomeOf(cookie, size % 2 == 0);
   fuzz::require(!outcome.response || outcome.response->statusCode >= 100, "an answer has a status");
   requireSecrets(cookie);
   return 0;

@@ -56,6 +56,11 @@ void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) 
   std::string expected;
   for (const Cookie &cookie : cookies) {
     if (!belongs(cookie, host)) continue;
+    const std::string pair = cookie.name + cookie.value;
+    if (std::any_of(pair.begin(), pair.end(),
+                    [](char each) { return g_ascii_iscntrl(each) && each != '\t'; })) {
+      continue;
+    }
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   const std::string header = cookieHeader(cookies, host);

@@ -7,13 +7,13 @@
 #include <memory>
 #include <string>
 
-#include "platform/http_session.h"
 #include "platform/json.h"
 #include "platform/linux/main_frame_filter.h"
 #include "platform/linux/webkit_url.h"
 #include "tests/fuzz/property.h"
 #include "web/address_dialog.h"
 #include "web/navigation_policy.h"
+#include "web/same_origin.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ void requireLawful(const NavigationDecision &decision, const Url &url, const std
   const auto server = Url::parse(base);
   const bool isServers = server && url.absoluteString.starts_with(base);
   const bool isSamePlace = isServers && url.scheme == server->scheme && url.host == server->host &&
-                           fieldsGoAlong(*server, url);
+                           isSameOriginOrUpgrade(*server, url);
   fuzz::require(decision.policy == cancel || decision.consequence == none,
                 "what is shown is not opened elsewhere too");
   if (decision.policy == allow) {

@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "platform/http_session.h"
 #include "platform/linux/webkit_url.h"
 #include "platform/url.h"
 #include "tests/fuzz/property.h"
+#include "web/same_origin.h"
 
 namespace {
 
@@ -43,6 +43,7 @@ void requireParts(const Url &url) {
   const char *host = g_uri_get_host(sent.get());
   if (host == nullptr || url.host.empty()) return;
   fuzz::require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "it is sent to its host");
+  fuzz::require(g_uri_get_port(sent.get()) == url.port.value_or(-1), "it is sent to its port");
 }
 
 void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
@@ -62,7 +63,7 @@ void requireResolved(std::string_view reference, const Url &parsed, const Url &b
 
 /// The key goes along only to what libsoup takes for the same place.
 void requireSamePlace(const Url &from, const Url &to) {
-  if (!isWeb(from) || !isWeb(to) || !fieldsGoAlong(from, to)) return;
+  if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
   fuzz::require(from.scheme == to.scheme || to.scheme == "https", "no secret becomes open");
   const SoupUri one = soupUri(from);
   const SoupUri other = soupUri(to);

@@ -58,6 +58,24 @@ TEST(CookieHeader, looksAtNothingButTheDomain) {
   EXPECT_EQ(cookieHeader({odd}, "a.test"), "a=x y;\"z");
 }
 
+TEST(CookieHeader, LeavesOutCookiesWithControlCharacters) {
+  const Cookie first = cookie("z", "a.test");
+  const Cookie last = cookie("a", "a.test");
+  for (int code = 0; code <= 0xff; ++code) {
+    const std::string odd(1, static_cast<char>(code));
+    const bool isLeftOut = (code < 0x20 && odd != "\t") || code == 0x7f;
+    Cookie value = cookie("m", "a.test");
+    value.value = "x" + odd + "y";
+    EXPECT_EQ(cookieHeader({first, value, last}, "a.test"),
+              isLeftOut ? "z=1; a=1" : "z=1; m=x" + odd + "y; a=1")
+        << code;
+    const Cookie name = cookie(odd + "m", "a.test");
+    EXPECT_EQ(cookieHeader({name, first, last}, "a.test"),
+              isLeftOut ? "z=1; a=1" : odd + "m=1; z=1; a=1")
+        << code;
+  }
+}
+
 class Downloads : public CoreTest {
  protected:
   Downloads() {
@@ -130,6 +148,13 @@ TEST_F(Downloads, keepNothingAndSayNothingUnlessTheStatusIs200) {
   EXPECT_EQ(fake.record.count("open"), 0U);
   EXPECT_EQ(fake.record.count("alert"), 0U);
   EXPECT_EQ(fake.record.count("load"), 0U);
+}
+
+TEST_F(Downloads, needBothAResponseAndAFile) {
+  download(FakeAnswer{.statusCode = 200, .suggestedFilename = "a.csv"});
+  download(FakeAnswer{.body = "inhoud", .suggestedFilename = "a.csv"});
+  EXPECT_THAT(saved(), IsEmpty());
+  EXPECT_EQ(fake.record.count("open"), 0U);
 }
 
 TEST_F(Downloads, neverReplaceAFile) {

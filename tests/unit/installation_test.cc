@@ -215,8 +215,12 @@ TEST_F(Installation, needsAnAnswerWithStatus200) {
     fake.http.answer(archiveAddress, {{.statusCode = status, .body = "fout"}});
     install();
   }
-  fake.http.answer(archiveAddress, {FakeAnswer{}});
-  install();
+  // No answer, a head without its body, a body without an HTTP response.
+  for (const FakeAnswer &answer :
+       {FakeAnswer{}, FakeAnswer{.statusCode = 200}, FakeAnswer{.body = "een archief"}}) {
+    fake.http.answer(archiveAddress, {answer});
+    install();
+  }
   EXPECT_EQ(unpackCommand, "");
   EXPECT_FALSE(std::filesystem::exists(working()));
   expectNothingHappened();

@@ -56,10 +56,6 @@ TEST_F(MainWindow, windowHasAFixedFrameWithoutAScreen) {
 TEST_F(MainWindow, windowLooksLikeThePage) {
   launch();
   const WindowConfiguration &style = fake.windows.configuration;
-  EXPECT_TRUE(style.titled);
-  EXPECT_TRUE(style.closable);
-  EXPECT_TRUE(style.miniaturizable);
-  EXPECT_TRUE(style.resizable);
   EXPECT_TRUE(style.fullSizeContentView);
   EXPECT_EQ(style.title, "Orvel OS");
   EXPECT_FALSE(style.titleVisible);
@@ -149,11 +145,6 @@ TEST_F(MainWindow, crashedWebProcessBringsThePageBackAndNothingElse) {
   fake.record.take();
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
-}
-
-TEST_F(MainWindow, crashedWebProcessOfNoViewIsIgnored) {
-  delegate().webViewWebContentProcessDidTerminate();
-  EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
 TEST_F(MainWindow, updateChecksRunWhateverTheServerDoes) {

@@ -103,6 +103,27 @@ TEST_F(Readiness, otherStatusesOfALocalServerCountAsNoAnswer) {
   EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
 }
 
+TEST_F(Readiness, headWithStatus200IsReadyWhateverItsBody) {
+  for (const auto &body : {std::optional<std::string>(), std::optional<std::string>("body")}) {
+    goOnline();
+    fake.http.sent.clear();
+    fake.http.answer("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
+    open();
+    fake.scheduler.advance(1min);
+    EXPECT_EQ(fake.http.sent.size(), 1U);
+    EXPECT_EQ(web().shownUrl, "https://os.test/");
+  }
+}
+
+TEST_F(Readiness, bodyWithoutAResponseIsNotReady) {
+  goOnline();
+  fake.http.answer("https://os.test/api/wie", {{.body = "body"}});
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 9U);
+  EXPECT_EQ(web().shownUrl, "");
+}
+
 TEST_F(Readiness, lastOnlineProbeMayStillBeAnswered) {
   goOnline();
   std::vector<FakeAnswer> answers(8);

@@ -1,6 +1,7 @@
 #include "web/server_address.h"
 
 #include "tests/unit/core_test.h"
+#include "web/same_origin.h"
 
 namespace orvel {
 namespace {
@@ -62,6 +63,7 @@ TEST_F(ServerAddress, keyedRequestCarriesTheKeyAndNothingElse) {
   EXPECT_EQ(request.timeout, 60s);
   EXPECT_EQ(request.cachePolicy, CachePolicy::useProtocol);
   EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "sleutel"}));
+  EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
 }
 
 TEST_F(ServerAddress, keyedRequestWithoutAKeyCarriesTheEmptyHeader) {

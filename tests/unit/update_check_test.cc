@@ -170,6 +170,20 @@ TEST_F(UpdateCheck, tellsOfAFailureOnlyTheUserWhoAsked) {
   }
 }
 
+TEST_F(UpdateCheck, needsTheWholeBodyOfAManifest) {
+  fake.http.answer(manifestAddress, {{.statusCode = 200}});
+  check(spoken);
+  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+  EXPECT_EQ(fake.record.count("download"), 0U);
+}
+
+TEST_F(UpdateCheck, needsTheResponseOfAManifest) {
+  fake.http.answer(manifestAddress, {{.body = R"({"versie":"1.3","zip":"a.zip"})"}});
+  check(spoken);
+  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+  EXPECT_EQ(fake.record.count("download"), 0U);
+}
+
 TEST_F(UpdateCheck, tellsOfAFailedConnection) {
   check(silent);
   EXPECT_THAT(notices(), IsEmpty());
