@@ -194,6 +194,7 @@ TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
       {"https://elders.test/x.zip?y", "https://elders.test/x.zip?y"},
       {"//elders.test/x.zip", "https://elders.test/x.zip"},
       {"?x", "https://os.test/download/mac.json?x"},
+      {"release é|1.zip", "https://os.test/download/release%20%C3%A9%7C1.zip"},
   };
   for (const bool stil : {silent, spoken}) {
     for (const auto &[zip, address] : rows) {
@@ -217,8 +218,10 @@ TEST_F(UpdateCheck, takesAnyVersionForLaterThanNone) {
 }
 
 TEST_F(UpdateCheck, stopsTheProcessOverAnAddressThatIsNoUrl) {
-  answer(R"({"versie":"1.3","zip":"een archief.zip"})");
-  EXPECT_DEATH(check(silent), "the address of the release is no URL: een archief.zip");
+  for (const std::string zip : {"", "http://[x/a b.zip"}) {
+    answer(R"({"versie":"1.3","zip":")" + zip + "\"}");
+    EXPECT_DEATH(check(silent), "the address of the release is no URL: ");
+  }
 }
 
 TEST_F(UpdateCheck, ofTheMenuSpeaks) {
