@@ -25,9 +25,10 @@ struct Url {
   /// is no URL, the empty text included. Any thread.
   static std::optional<Url> parse(std::string_view text);
 
-  /// Resolves a reference against a URL (RFC 3986, 5.2) and gives the absolute
-  /// URL; nothing for a text that is no reference, the empty text included. Any
-  /// thread.
+  /// Resolves a reference against a URL (RFC 3986, 5.2) and returns the absolute
+  /// URL. Characters that no URL may hold are percent-encoded first
+  /// (url_escapes.h). Returns nullopt for a text that is no reference even then:
+  /// the empty text, a malformed authority. Any thread.
   static std::optional<Url> resolve(std::string_view reference, const Url &base);
 
   bool operator==(const Url &) const = default;

@@ -11,7 +11,7 @@ packages=(
   # The fuzzer of Clang.
   libclang-rt-dev
   # What the application is built with.
-  libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev libplist-dev libicu-dev
+  libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
   # What it needs to run: the shell and the tools that it asks, the web view's
   # sandbox, drawing, https, icons and fonts.
   zsh lsof procps unzip bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri

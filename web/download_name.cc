@@ -2,24 +2,14 @@
 
 #include <algorithm>
 
+#include "platform/file_name.h"
+
 namespace orvel {
 
 namespace {
 
 // What the common file systems allow (NAME_MAX).
 constexpr std::size_t longestName = 255;
-
-struct NameParts {
-  std::string_view stem;
-  /// With its full stop; empty for none.
-  std::string_view extension;
-};
-
-NameParts split(std::string_view name) {
-  const auto stop = name.rfind('.');
-  if (stop == std::string_view::npos || stop == 0 || stop + 1 == name.size()) return {name, ""};
-  return {name.substr(0, stop), name.substr(stop)};
-}
 
 /// The longest part of a UTF-8 text that ends with a whole character.
 std::string_view shortened(std::string_view text, std::size_t most) {
@@ -64,7 +54,7 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
   for (std::string name : {suggested.value_or(""), lastComponent(url), url.host}) {
     std::replace(name.begin(), name.end(), '/', '-');
     if (!isFileName(name)) continue;
-    const auto [stem, extension] = split(name);
+    const auto [stem, extension] = splitFileName(name);
     std::string fitting = joined(stem, "", extension);
     // Nothing may be left of a text without one whole character.
     if (isFileName(fitting)) return fitting;
@@ -73,7 +63,7 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
 }
 
 std::string numberedName(std::string_view name, int number) {
-  const auto [stem, extension] = split(name);
+  const auto [stem, extension] = splitFileName(name);
   return joined(stem, " " + std::to_string(number), extension);
 }
 

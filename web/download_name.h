@@ -16,9 +16,8 @@ namespace orvel {
 std::string downloadName(const std::optional<std::string> &suggested, const Url &url);
 
 /// The name with a number behind its stem: "data.csv" and 2 give "data 2.csv".
-/// The extension begins at the last full stop, unless that is the first or the
-/// last character. A stem is shortened, between two characters, when the whole
-/// would have more than 255 bytes.
+/// splitFileName says where the extension begins. A stem is shortened, between two characters, when
+/// the whole would have more than 255 bytes.
 std::string numberedName(std::string_view name, int number);
 
 }  // namespace orvel

@@ -1,12 +1,13 @@
 #include "platform/linux/media_type.h"
 
-#include <glib.h>
+#include <gio/gio.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/file_bytes.h"
 
@@ -78,38 +79,27 @@ void readDescription(const std::string &xml, Extensions &extensions) {
 }
 
 /// The type that another name stands for; the name itself when there is none.
-std::string unaliased(const std::string &type, const std::vector<std::string> &folders) {
-  for (const std::string &folder : folders) {
-    const std::string lines = "\n" + readFileBytes(folder + "/aliases", largestFile).bytes;
-    const auto at = lines.find("\n" + type + " ");
-    if (at == std::string::npos) continue;
-    const auto begin = at + type.size() + 2;
-    return essence(std::string_view(lines).substr(begin, lines.find('\n', begin) - begin));
-  }
-  return type;
+std::string unaliased(const std::string &type) {
+  const std::unique_ptr<char, void (*)(void *)> known(g_content_type_from_mime_type(type.c_str()),
+                                                      g_free);
+  return known ? essence(known.get()) : type;
 }
 
 }  // namespace
 
-std::vector<std::string> mediaTypeFolders() {
-  std::vector<std::string> folders{g_get_user_data_dir()};
-  for (const char *const *folder = g_get_system_data_dirs(); *folder != nullptr; ++folder) {
-    folders.emplace_back(*folder);
-  }
-  for (std::string &folder : folders) folder += "/mime";
-  std::reverse(folders.begin(), folders.end());
-  return folders;
-}
-
-std::optional<std::string> usualExtension(std::string_view mediaType,
-                                          const std::vector<std::string> &folders) {
+std::optional<std::string> usualExtension(std::string_view mediaType) {
   const std::string written = essence(mediaType);
   if (written.empty()) return std::nullopt;
-  const std::string type = unaliased(written, folders);
+  const std::string type = unaliased(written);
 
+  // The user's own comes first there; here the more general ones do.
+  std::vector<std::string> folders;
+  for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
+    folders.emplace_back(*folder);
+  }
   Extensions extensions;
-  for (const std::string &folder : folders) {
-    readDescription(readFileBytes(folder + "/" + type + ".xml", largestFile).bytes, extensions);
+  for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
+    readDescription(readFileBytes(*folder + "/" + type + ".xml", largestFile).bytes, extensions);
   }
   const auto &all = extensions.all;
   for (const auto &[usualType, extension] : moreUsual) {

@@ -1,63 +1,112 @@
 #include "platform/linux/plist_file.h"
 
-#include <plist/plist.h>
+#include <glib.h>
 
-#include <cstdint>
-#include <cstdlib>
+#include <algorithm>
+#include <array>
 #include <memory>
+#include <string_view>
+#include <utility>
 
-#include "platform/linux/binary_plist_size.h"
 #include "platform/linux/file_bytes.h"
 
 namespace orvel {
 
 namespace {
 
-// libplist frees a list by recursion: the limit bounds the depth as well.
 constexpr std::size_t longestFile = 128'000;
-constexpr std::size_t mostNodesRead = 20'000;
 
-struct PlistRelease {
-  void operator()(void *node) const { plist_free(node); }
-};
-struct MemoryRelease {
-  void operator()(void *memory) const { std::free(memory); }
+/// The depths of elements.
+constexpr int listDepth = 1;
+constexpr int dictionaryDepth = 2;
+constexpr int entryDepth = 3;
+
+/// The XML form of a property list as GMarkup reads it, reduced to the text
+/// entries of its dictionary. What lies deeper than an entry is skipped.
+class PlistReader {
+ public:
+  /// Returns whether the element may stand here.
+  bool start(std::string_view element) {
+    ++depth_;
+    if (depth_ == listDepth) return element == "plist";
+    if (depth_ == dictionaryDepth) return element == "dict" && !std::exchange(hasDictionary_, true);
+    if (depth_ > entryDepth) return isContainer_;
+    constexpr std::array<std::string_view, 7> scalars{"string", "data", "date", "integer",
+                                                      "real",   "true", "false"};
+    isContainer_ = element == "dict" || element == "array";
+    text_.clear();
+    // Keys and values alternate.
+    if (element == "key") return !key_;
+    return key_ &&
+           (isContainer_ || std::find(scalars.begin(), scalars.end(), element) != scalars.end());
+  }
+
+  /// Returns whether the element may end here.
+  bool end(std::string_view element) {
+    const int depth = depth_--;
+    if (depth == dictionaryDepth) return !key_;
+    if (depth != entryDepth) return true;
+    if (element == "key") {
+      key_ = std::move(text_);
+      return true;
+    }
+    // Of two entries with one key the last counts.
+    texts_.erase(*key_);
+    if (element == "string") texts_.emplace(*key_, std::move(text_));
+    key_.reset();
+    return true;
+  }
+
+  /// Returns whether the text may stand here.
+  bool add(std::string_view text) {
+    if (depth_ == entryDepth) text_ += text;
+    return depth_ >= entryDepth || text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+  }
+
+  std::optional<PlistTexts> texts() const {
+    return hasDictionary_ ? std::optional(texts_) : std::nullopt;
+  }
+
+ private:
+  int depth_ = 0;
+  bool hasDictionary_ = false;
+  bool isContainer_ = false;
+  std::string text_;
+  std::optional<std::string> key_;
+  PlistTexts texts_;
 };
 
-std::optional<std::string> textOf(plist_t node) {
-  if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
-  std::uint64_t size = 0;
-  const char *text = plist_get_string_ptr(node, &size);
-  if (text == nullptr) return std::nullopt;
-  return std::string(text, static_cast<std::size_t>(size));
+void failUnless(bool isSound, GError **error) {
+  if (isSound) return;
+  g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
 }
+
+const GMarkupParser callbacks{
+    [](GMarkupParseContext *, const char *element, const char **, const char **, gpointer reader,
+       GError **error) { failUnless(static_cast<PlistReader *>(reader)->start(element), error); },
+    [](GMarkupParseContext *, const char *element, gpointer reader, GError **error) {
+      failUnless(static_cast<PlistReader *>(reader)->end(element), error);
+    },
+    [](GMarkupParseContext *, const char *text, gsize size, gpointer reader, GError **error) {
+      failUnless(static_cast<PlistReader *>(reader)->add({text, size}), error);
+    },
+    nullptr, nullptr};
 
 }  // namespace
 
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
-  if (bytes.size() > longestFile) return std::nullopt;
-  const auto size = static_cast<std::uint32_t>(bytes.size());
-  plist_t parsed = nullptr;
-  if (!isBinaryPlist(bytes)) {
-    plist_from_xml(bytes.data(), size, &parsed);
-  } else if (binaryPlistIsSmall(bytes, mostNodesRead)) {
-    plist_from_bin(bytes.data(), size, &parsed);
+  // XML has no NUL; GMarkup lets it pass.
+  if (bytes.size() > longestFile || bytes.find('\0') != std::string::npos) return std::nullopt;
+  PlistReader reader;
+  const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(
+      g_markup_parse_context_new(&callbacks, G_MARKUP_TREAT_CDATA_AS_TEXT, &reader, nullptr),
+      g_markup_parse_context_free);
+  const auto size = static_cast<gssize>(bytes.size());
+  if (!g_markup_parse_context_parse(context.get(), bytes.data(), size, nullptr) ||
+      !g_markup_parse_context_end_parse(context.get(), nullptr)) {
+    return std::nullopt;
   }
-  const std::unique_ptr<void, PlistRelease> root(parsed);
-  if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
-
-  PlistTexts texts;
-  plist_dict_iter started = nullptr;
-  plist_dict_new_iter(root.get(), &started);
-  const std::unique_ptr<void, MemoryRelease> iterator(started);
-  for (;;) {
-    char *name = nullptr;
-    plist_t value = nullptr;
-    plist_dict_next_item(root.get(), iterator.get(), &name, &value);
-    const std::unique_ptr<char, MemoryRelease> key(name);
-    if (!key) return texts;
-    if (auto text = textOf(value)) texts.insert_or_assign(key.get(), std::move(*text));
-  }
+  return reader.texts();
 }
 
 std::optional<PlistTexts> readPlistTexts(const std::string &path) {

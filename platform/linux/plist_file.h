@@ -7,9 +7,9 @@
 
 namespace orvel {
 
-/// The text entries of a property list (XML or binary) whose top level is a
-/// dictionary; entries of other types are left out. Nothing when the bytes are
-/// no such list. Any thread.
+/// Returns the text entries of a property list in its XML form (UTF-8) whose top
+/// level is a dictionary; entries of other types are left out. Returns nullopt
+/// when the bytes are no such list. Any thread.
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes);
 
 }  // namespace orvel

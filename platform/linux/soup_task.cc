@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/linux/suggested_filename.h"
-#include "platform/linux/webkit_url.h"
+#include "platform/url_escapes.h"
 
 namespace orvel {
 

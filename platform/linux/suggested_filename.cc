@@ -5,15 +5,15 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/file_name.h"
+#include "platform/linux/media_type.h"
+#include "platform/linux/utf8.h"
+
 namespace orvel {
 
 namespace {
 
 using Characters = std::unique_ptr<char, void (*)(void *)>;
-
-bool isUtf8(const std::string &text) {
-  return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
-}
 
 /// Bytes that are not UTF-8 are taken for Latin-1, which all bytes can be.
 std::string toUtf8(const std::string &bytes) {
@@ -74,15 +74,12 @@ Name nameByAddress(const std::string &address) {
 }
 
 bool hasExtension(std::string_view name) {
-  name.remove_prefix(name.rfind('/') + 1);
-  const auto stop = name.rfind('.');
-  return stop != std::string_view::npos && stop > 0 && stop + 1 < name.size();
+  return !splitFileName(name.substr(name.rfind('/') + 1)).extension.empty();
 }
 
 }  // namespace
 
-std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address,
-                                             const std::vector<std::string> &typeFolders) {
+std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address) {
   Name found;
   if (head.contentDisposition) found.name = nameByDisposition(*head.contentDisposition);
   if (found.name.empty()) found = nameByAddress(address.absoluteString);
@@ -90,9 +87,7 @@ std::optional<std::string> suggestedFilename(const FileHead &head, const Url &ad
   if (name.empty()) return std::nullopt;
   const bool isFolderName = name == "." || name == "..";
   if (head.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
-    if (const auto extension = usualExtension(*head.mediaType, typeFolders)) {
-      name += "." + *extension;
-    }
+    if (const auto extension = usualExtension(*head.mediaType)) name += "." + *extension;
   }
   return name;
 }

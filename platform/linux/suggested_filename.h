@@ -2,9 +2,7 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "platform/linux/media_type.h"
 #include "platform/url.h"
 
 namespace orvel {
@@ -21,8 +19,6 @@ struct FileHead {
 /// the last path component of the address, percent-decoded where that gives
 /// text, else its host. A name without an extension, which no host has, gets the
 /// usual one of the media type. Any thread.
-std::optional<std::string> suggestedFilename(
-    const FileHead &head, const Url &address,
-    const std::vector<std::string> &typeFolders = mediaTypeFolders());
+std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address);
 
 }  // namespace orvel

@@ -1,70 +1,69 @@
 #include "platform/text.h"
 
-#include <unicode/ubrk.h>
-#include <unicode/uchar.h>
-#include <unicode/utf8.h>
+#include <glib.h>
+#include <pango/pango-break.h>
 
 #include <algorithm>
-#include <memory>
+
+#include "platform/linux/utf8.h"
 
 namespace orvel {
 
 namespace {
 
-/// Where the user-perceived characters of a text begin and end (UAX 29).
-class CharacterBoundaries {
- public:
-  explicit CharacterBoundaries(std::string_view text) : isAscii_(isAscii(text)) {
-    if (isAscii_) return;
-    UErrorCode error = U_ZERO_ERROR;
-    text_.reset(utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &error));
-    breaks_.reset(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &error));
-    if (text_ && breaks_) ubrk_setUText(breaks_.get(), text_.get(), &error);
+/// Finds the full stops that are a user-perceived character by themselves (UAX 29,
+/// by Pango).
+std::vector<std::size_t> loneFullStops(std::string_view text) {
+  std::vector<std::size_t> stops;
+  const bool isAscii = std::all_of(
+      text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+  // In ASCII no full stop is part of a larger character, and bytes that are no
+  // text have no characters.
+  if (isAscii || !isUtf8(text)) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      if (text[at] == '.') stops.push_back(at);
+    }
+    return stops;
   }
 
-  bool at(std::size_t position) const {
-    if (isAscii_ || !breaks_) return true;
-    return ubrk_isBoundary(breaks_.get(), static_cast<int32_t>(position)) != 0;
+  // Pango stops at a NUL. Every control character breaks alike.
+  std::string written(text);
+  std::replace(written.begin(), written.end(), '\0', '\x01');
+  const auto size = static_cast<int>(written.size());
+  std::vector<PangoLogAttr> attributes(
+      static_cast<std::size_t>(g_utf8_strlen(written.data(), size)) + 1);
+  pango_default_break(written.data(), size, nullptr, attributes.data(),
+                      static_cast<int>(attributes.size()));
+  auto attribute = attributes.begin();
+  for (const char *at = written.data(); attribute + 1 != attributes.end();
+       at = g_utf8_next_char(at), ++attribute) {
+    if (*at == '.' && attribute->is_cursor_position && attribute[1].is_cursor_position) {
+      stops.push_back(static_cast<std::size_t>(at - written.data()));
+    }
   }
+  return stops;
+}
 
- private:
-  /// No full stop of an ASCII text is part of a larger character.
-  static bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-  }
-
-  struct TextRelease {
-    void operator()(UText *text) const { utext_close(text); }
-  };
-  struct BreaksRelease {
-    void operator()(UBreakIterator *breaks) const { ubrk_close(breaks); }
-  };
-
-  const bool isAscii_;
-  std::unique_ptr<UText, TextRelease> text_;
-  std::unique_ptr<UBreakIterator, BreaksRelease> breaks_;
-};
+/// The set that Foundation calls white space and newlines: GLib's lacks the
+/// vertical tab and the next line control.
+bool isBlank(gunichar character) {
+  constexpr gunichar nextLine = 0x85;
+  return g_unichar_isspace(character) || character == '\v' || character == nextLine;
+}
 
 }  // namespace
 
 std::optional<std::string> trimmedText(std::string_view bytes) {
-  const auto *data = reinterpret_cast<const uint8_t *>(bytes.data());
-  const auto size = static_cast<int64_t>(bytes.size());
-  int64_t begin = size;
-  int64_t end = 0;
-  for (int64_t position = 0; position < size;) {
-    const int64_t start = position;
-    UChar32 character = 0;
-    U8_NEXT(data, position, size, character);
-    if (character < 0) return std::nullopt;
-    if (u_isUWhiteSpace(character)) continue;
-    begin = std::min(begin, start);
-    end = position;
+  if (!isUtf8(bytes)) return std::nullopt;
+  const char *begin = bytes.data();
+  const char *end = begin + bytes.size();
+  while (begin < end && isBlank(g_utf8_get_char(begin))) begin = g_utf8_next_char(begin);
+  while (begin < end) {
+    const char *last = g_utf8_prev_char(end);
+    if (!isBlank(g_utf8_get_char(last))) break;
+    end = last;
   }
-  if (begin >= end) return std::string();
-  return std::string(
-      bytes.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)));
+  return std::string(begin, end);
 }
 
 std::vector<std::string> splitAtFullStops(std::string_view text) {
@@ -74,11 +73,7 @@ std::vector<std::string> splitAtFullStops(std::string_view text) {
     if (end > begin) pieces.emplace_back(text.substr(begin, end - begin));
     begin = end + 1;
   };
-  const CharacterBoundaries boundaries(text);
-  for (std::size_t stop = text.find('.'); stop != std::string_view::npos;
-       stop = text.find('.', stop + 1)) {
-    if (boundaries.at(stop) && boundaries.at(stop + 1)) endPiece(stop);
-  }
+  for (const std::size_t stop : loneFullStops(text)) endPiece(stop);
   endPiece(text.size());
   return pieces;
 }

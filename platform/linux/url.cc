@@ -7,6 +7,8 @@
 #include <charconv>
 #include <system_error>
 
+#include "platform/linux/utf8.h"
+
 namespace orvel {
 
 namespace {
@@ -35,16 +37,6 @@ bool consistsOf(std::string_view text, std::string_view further) {
                !isOneOf(character, subDelimiters) && !isOneOf(character, further)) {
       return false;
     }
-  }
-  return true;
-}
-
-/// Whether the bytes are UTF-8. NUL is a character like any other.
-bool isUtf8(std::string_view bytes) {
-  const char *invalid = nullptr;
-  while (!g_utf8_validate_len(bytes.data(), bytes.size(), &invalid)) {
-    if (*invalid != '\0') return false;
-    bytes.remove_prefix(static_cast<std::size_t>(invalid + 1 - bytes.data()));
   }
   return true;
 }

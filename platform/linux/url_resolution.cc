@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "platform/url.h"
+#include "platform/url_escapes.h"
 
 namespace orvel {
 
@@ -74,9 +75,10 @@ std::string merged(const Components &base, std::string_view path) {
 }  // namespace
 
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
-  if (base.scheme.empty() || !parse(reference)) return std::nullopt;
+  const std::string escaped = withEscapes(reference);
+  if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
   const Components from = componentsOf(base.absoluteString);
-  Components target = componentsOf(reference);
+  Components target = componentsOf(escaped);
   std::string path = withoutDots(target.path);
   if (target.scheme.empty()) {
     target.scheme = from.scheme;

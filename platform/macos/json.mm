@@ -7,9 +7,10 @@
 namespace orvel {
 
 std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
-  // Foundation would guess at other encodings, by the NUL bytes in them, and skip
-  // a byte order mark.
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
+  // Foundation would skip a second mark and guess at other encodings, by the NUL
+  // bytes in them.
   if (utf8Text(bytes) == nil || bytes.find('\0') != std::string_view::npos ||
       bytes.starts_with(byteOrderMark)) {
     return std::nullopt;

@@ -4,6 +4,7 @@
 
 #import "platform/macos/cocoa_text.h"
 #import "platform/macos/cocoa_url.h"
+#include "platform/url_escapes.h"
 
 namespace orvel {
 
@@ -32,8 +33,11 @@ std::optional<Url> Url::parse(std::string_view text) {
 }
 
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
-  if (base.scheme.empty() || !parse(reference)) return std::nullopt;
-  NSURL *relative = [NSURL URLWithString:utf8Text(reference) relativeToURL:toCocoa(base)];
+  // Foundation encodes by itself from macOS 14 on, and then escapes the escapes
+  // of a component that holds anything else to encode.
+  const std::string escaped = withEscapes(reference);
+  if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
+  NSURL *relative = [NSURL URLWithString:utf8Text(escaped) relativeToURL:toCocoa(base)];
   return parse(fromCocoa(relative.absoluteString));
 }
 

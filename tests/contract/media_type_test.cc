@@ -2,15 +2,32 @@
 
 #include "platform/linux/media_type.h"
 
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
+#include <vector>
 
 #include "tests/contract/posix_test_support.h"
 
 namespace orvel {
 namespace {
+
+/// Has GIO look in other folders, the user's own first, while it lives.
+class MediaTypeFolders {
+ public:
+  explicit MediaTypeFolders(const std::vector<std::string> &folders) {
+    std::vector<const char *> paths;
+    for (const std::string &folder : folders) paths.push_back(folder.c_str());
+    paths.push_back(nullptr);
+    g_content_type_set_mime_dirs(paths.data());
+  }
+  ~MediaTypeFolders() { g_content_type_set_mime_dirs(nullptr); }
+  MediaTypeFolders(const MediaTypeFolders &) = delete;
+  MediaTypeFolders &operator=(const MediaTypeFolders &) = delete;
+};
 
 class MediaType : public testing::Test {
  protected:
@@ -22,8 +39,9 @@ class MediaType : public testing::Test {
                         << "\">" << globs << "</mime-type>\n";
   }
   std::optional<std::string> extensionOf(const std::string &type) const {
-    return usualExtension(
-        type, {(folder_.path() / "system").string(), (folder_.path() / "user").string()});
+    const MediaTypeFolders folders(
+        {(folder_.path() / "user").string(), (folder_.path() / "system").string()});
+    return usualExtension(type);
   }
 
   posix_test::TemporaryFolder folder_;
@@ -76,7 +94,6 @@ TEST_F(MediaType, NeverLeadsOutOfTheDatabase) {
 
 TEST_F(MediaType, HasNoExtensionWithoutADatabase) {
   EXPECT_EQ(extensionOf("text/plain"), std::nullopt);
-  EXPECT_EQ(usualExtension("text/plain", {}), std::nullopt);
 }
 
 TEST_F(MediaType, HasTheExtensionThatUsersExpectInTheSystemsDatabase) {
@@ -100,7 +117,7 @@ TEST_F(MediaType, HasTheExtensionThatUsersExpectInTheSystemsDatabase) {
       {"application/octet-stream", std::nullopt},
   };
   for (const auto &[type, extension] : rows) {
-    EXPECT_EQ(usualExtension(type, mediaTypeFolders()), extension) << type;
+    EXPECT_EQ(usualExtension(type), extension) << type;
   }
 }
 

@@ -22,6 +22,7 @@ TEST(SplitAtFullStops, LeavesOutEmptyPieces) {
   EXPECT_THAT(splitAtFullStops(".1..2."), ElementsAre("1", "2"));
   EXPECT_THAT(splitAtFullStops(" . "), ElementsAre(" ", " "));
   EXPECT_THAT(splitAtFullStops("1\0.2"s), ElementsAre("1\0"s, "2"));
+  EXPECT_THAT(splitAtFullStops("\u00E9\0.2.\u0301"s), ElementsAre("\u00E9\0"s, "2.\u0301"));
 }
 
 TEST(SplitAtFullStops, TakesOnlyTheFullStopItself) {

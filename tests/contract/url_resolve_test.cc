@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <utility>
+#include <vector>
 
 #include "platform/url.h"
 
@@ -81,9 +82,49 @@ TEST(UrlResolve, FindsAnArchive) {
   EXPECT_EQ(Url::resolve("x.zip", *Url::parse("/no/scheme")), std::nullopt);
 }
 
-TEST(UrlResolve, GivesNothingForWhatIsNoReference) {
-  for (const std::string reference : {"", " ", "a b.zip", "a.zip\n", "%", "%zz", "\xff.zip", "1:x",
-                                      "caf\xC3\xA9.zip", "http://[x/", "http://h:x/", "a\\b"}) {
+TEST(UrlResolve, EncodesCharactersThatNoUrlMayHold) {
+  const std::string manifest = "https://os.test/download/linux.json";
+  const std::string folder = "https://os.test/download/";
+  const std::vector<Example> rows{
+      {" ", folder + "%20"},
+      {"a b.zip", folder + "a%20b.zip"},
+      {"caf\u00E9.zip", folder + "caf%C3%A9.zip"},
+      {"\U0001F600.zip", folder + "%F0%9F%98%80.zip"},
+      {"a|b.zip", folder + "a%7Cb.zip"},
+      {"a.zip\n", folder + "a.zip%0A"},
+      {"\t\x7F", folder + "%09%7F"},
+      {std::string("a\0b", 3), folder + "a%00b"},
+      {"\xff.zip", folder + "%FF.zip"},
+      {"\"<>\\^`{}", folder + "%22%3C%3E%5C%5E%60%7B%7D"},
+      {"/a b/../c d.zip?e f#g h", "https://os.test/c%20d.zip?e%20f#g%20h"},
+      {"https://other.test/a b.zip", "https://other.test/a%20b.zip"},
+      {"//other.test/a b.zip", "https://other.test/a%20b.zip"},
+      {"?a b", manifest + "?a%20b"},
+      // Only where the standard does not allow them.
+      {"a[1].zip?[2]#[3]#4", folder + "a%5B1%5D.zip?%5B2%5D#%5B3%5D%234"},
+      {"./!$&'()*+,;=:@~-._/?", folder + "!$&'()*+,;=:@~-._/?"},
+      {"http://[::1]/[", "http://[::1]/%5B"},
+      // A "%" that begins no escape; whole escapes stay.
+      {"%", folder + "%25"},
+      {"100%.zip", folder + "100%25.zip"},
+      {"%zz%4", folder + "%25zz%254"},
+      {"a%20b c%C3%A9.zip", folder + "a%20b%20c%C3%A9.zip"},
+      {"%2520 %2f", folder + "%2520%20%2f"},
+      // In the authority as well.
+      {"https://a b/x.zip", "https://a%20b/x.zip"},
+      {"https://caf\u00E9.test/x.zip", "https://caf%C3%A9.test/x.zip"},
+      {"https://us er:p|w@h:8/x.zip", "https://us%20er:p%7Cw@h:8/x.zip"},
+      {"//a%b/x", "https://a%25b/x"},
+  };
+  for (const auto &[reference, result] : rows) {
+    EXPECT_EQ(resolved(reference, manifest), result) << reference;
+  }
+}
+
+TEST(UrlResolve, GivesNothingForWhatIsNoReferenceEvenWhenEncoded) {
+  for (const std::string reference :
+       {"", "1:x", "a b:c", "http://[x/", "http://[x/a b", "http://[]/", "http://h:x/",
+        "http://h: 80/", "http://h]/", "http://a@b@c/", "http://[::1]x/"}) {
     EXPECT_EQ(resolved(reference, "http://h/download/linux.json"), std::nullopt) << reference;
   }
 }

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/webkit_url.h"
 #include "platform/url.h"
+#include "platform/url_escapes.h"
 #include "tests/fuzz/property.h"
 #include "web/same_origin.h"
 
@@ -49,6 +49,7 @@ void requireParts(const Url &url) {
 void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
   const auto resolved = Url::resolve(reference, base);
   fuzz::require(resolved.has_value(), "every reference can be resolved");
+  fuzz::require(withEscapes(reference) == reference, "what is valid stays as it is");
   fuzz::require(!resolved->scheme.empty(), "what is resolved is absolute");
   requireParts(*resolved);
   if (parsed.scheme.empty()) {
@@ -80,7 +81,7 @@ void requireEscapes(const std::string &address) {
   const std::string escaped = withEscapes(address);
   fuzz::require(withEscapes(escaped) == escaped, "what is escaped stays as it is");
   const auto parsed = Url::parse(address);
-  if (parsed && !parsed->scheme.empty()) {
+  if (parsed) {
     fuzz::require(escaped == address, "what is valid stays as it is");
   }
   const auto slashes = address.find("://");
@@ -100,7 +101,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const auto base = Url::parse(address);
   const auto parsed = Url::parse(reference);
   if (base) requireParts(*base);
-  if (!base || base->scheme.empty() || !parsed) return 0;
+  if (!base || base->scheme.empty()) return 0;
+  const std::string escaped = withEscapes(reference);
+  fuzz::require(Url::resolve(reference, *base) == Url::resolve(escaped, *base),
+                "a reference is resolved as if it had been escaped");
+  fuzz::require(Url::parse(escaped).has_value() == Url::resolve(reference, *base).has_value(),
+                "whatever can be escaped can be resolved");
+  if (!parsed) return 0;
   requireResolved(reference, *parsed, *base);
   requireSamePlace(*base, *parsed);
   return 0;

@@ -81,7 +81,9 @@ TEST(NumberedName, countsBehindTheStem) {
       {"naam.", 2, "naam. 2"},
       {"...", 2, "... 2"},
       {"data 2.csv", 2, "data 2 2.csv"},
-      {"a b.c d", 2, "a b 2.c d"},
+      {"a b.c d", 2, "a b.c d 2"},
+      {"Quote v1.2 client", 2, "Quote v1.2 client 2"},
+      {"Quote v1.2 client.pdf", 2, "Quote v1.2 client 2.pdf"},
   };
   for (const auto &[name, number, numbered] : rows) {
     EXPECT_EQ(numberedName(name, number), numbered);

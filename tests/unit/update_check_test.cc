@@ -17,6 +17,7 @@ TEST(ReadManifest, takesTheTwoTexts) {
       {R"({"versie":"\u0031.3","zip":"a\/b.zip"})", "1.3", "a/b.zip"},
       {R"({"versie":"","zip":""})", "", ""},
       {R"({"versie":"1","versie":"2","zip":"a"})", "2", "a"},
+      {"\xef\xbb\xbf{\"versie\":\"1.3\",\"zip\":\"a.zip\"}", "1.3", "a.zip"},
       {R"({"versie":"1.3 é €","zip":"a"})", "1.3 é €", "a"},
       {std::string(R"({"versie":"1\u00002","zip":"a"})"),
        std::string("1\0"
@@ -61,7 +62,6 @@ TEST(ReadManifest, refusesAllElse) {
       R"(/* */{"versie":"1.3","zip":"a.zip"})",
       "{\"versie\":\"1.3\",\"zip\":\"a\nb\"}",
       "{\"versie\":\"1.3\",\"zip\":\"\xff\"}",
-      "\xef\xbb\xbf{\"versie\":\"1.3\",\"zip\":\"a.zip\"}",
       std::string("{\"versie\":\"1.3\",\"zip\":\"a\0\"}", 27),
       R"(<!doctype html><p>Niet gevonden</p>)",
       R"({"versie":"1.3","zip":"a","diep":)" + deep,
@@ -208,6 +208,7 @@ TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
       {"https://elders.test/x.zip?y", "https://elders.test/x.zip?y"},
       {"//elders.test/x.zip", "https://elders.test/x.zip"},
       {"?x", "https://os.test/download/mac.json?x"},
+      {"release é|1.zip", "https://os.test/download/release%20%C3%A9%7C1.zip"},
   };
   for (const bool stil : {silent, spoken}) {
     for (const auto &[zip, address] : rows) {
@@ -231,8 +232,10 @@ TEST_F(UpdateCheck, takesAnyVersionForLaterThanNone) {
 }
 
 TEST_F(UpdateCheck, stopsTheProcessOverAnAddressThatIsNoUrl) {
-  answer(R"({"versie":"1.3","zip":"een archief.zip"})");
-  EXPECT_DEATH(check(silent), "the address of the release is no URL: een archief.zip");
+  for (const std::string zip : {"", "http://[x/a b.zip"}) {
+    answer(R"({"versie":"1.3","zip":")" + zip + "\"}");
+    EXPECT_DEATH(check(silent), "the address of the release is no URL: ");
+  }
 }
 
 TEST_F(UpdateCheck, ofTheMenuSpeaks) {

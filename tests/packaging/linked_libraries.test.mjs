@@ -1,0 +1,25 @@
+// Which libraries the built program names itself. Each of them keeps its soname from
+// one release of a distribution to the next, so that a program built on one starts on
+// the other.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { test } from 'node:test';
+
+const lasting = new RegExp(`^(${[
+  // The web view, the toolkit and what those two are made of.
+  'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
+  'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
+  'libgdk_pixbuf-2\\.0', 'libgraphene-1\\.0',
+  // Archives.
+  'libarchive',
+  // C and C++.
+  'libstdc\\+\\+', 'libgcc_s', 'libc', 'libm', 'ld-linux[-\\w]*',
+].join('|')})\\.so\\.\\d+$`);
+
+test('the program is linked with lasting libraries only', () => {
+  const dynamic = execFileSync('readelf', ['--dynamic', '--wide', process.env.ORVEL_APP],
+    { encoding: 'utf8', env: { ...process.env, LC_ALL: 'C' } });
+  const needed = dynamic.match(/(?<=\(NEEDED\).*\[)[^\]]+/g);
+  assert.ok(needed.includes('libwebkitgtk-6.0.so.4'), dynamic);
+  assert.deepEqual(needed.filter((library) => !lasting.test(library)), []);
+});

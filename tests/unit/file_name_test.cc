@@ -1,0 +1,55 @@
+#include "platform/file_name.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace orvel {
+namespace {
+
+TEST(SplitFileName, BeginsTheExtensionAtTheLastFullStop) {
+  struct Row {
+    std::string name;
+    std::string stem;
+    std::string extension;
+  };
+  const std::vector<Row> rows{
+      {"data.csv", "data", ".csv"},
+      {"archive.tar.gz", "archive.tar", ".gz"},
+      {"my report v1.2.pdf", "my report v1.2", ".pdf"},
+      {".profile.txt", ".profile", ".txt"},
+      {"caf\u00E9.\u00E9t\u00E9", "caf\u00E9", ".\u00E9t\u00E9"},
+  };
+  for (const auto &[name, stem, extension] : rows) {
+    EXPECT_EQ(splitFileName(name).stem, stem);
+    EXPECT_EQ(splitFileName(name).extension, extension);
+  }
+}
+
+TEST(SplitFileName, FindsNoExtensionBehindAFullStopAtEitherEnd) {
+  for (const std::string name : {"", ".", "..", "...", "report", ".profile", "name."}) {
+    EXPECT_EQ(splitFileName(name).stem, name);
+    EXPECT_EQ(splitFileName(name).extension, "");
+  }
+}
+
+TEST(SplitFileName, FindsNoExtensionThatHoldsABlankOrABidirectionalMark) {
+  for (const std::string mark : {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C",
+                                 "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"}) {
+    for (const std::string &name :
+         {"Quote v1.2" + mark + "client", "a." + mark + "b", "a.b" + mark, "a." + mark}) {
+      EXPECT_EQ(splitFileName(name).stem, name);
+      EXPECT_EQ(splitFileName(name).extension, "");
+    }
+    EXPECT_EQ(splitFileName("a" + mark + ".b").extension, ".b");
+  }
+  // Neighbours of the marks, and other white space.
+  for (const std::string other : {"\u200D", "\u2010", "\u2029", "\u202F", "\u2065", "\u206A",
+                                  "\u061B", "\u00A0", "\t", "_"}) {
+    EXPECT_EQ(splitFileName("a.b" + other).extension, ".b" + other);
+  }
+}
+
+}  // namespace
+}  // namespace orvel
