@@ -113,7 +113,8 @@ class AppDelegate final : public ApplicationDelegate,
   // update/installation.cc
   /// Downloads a release, puts it in the place of the running application and
   /// starts that again. Returns at once; every failure ends it in silence with
-  /// nothing changed. Any thread.
+  /// nothing changed. Where the running application cannot be replaced, nothing
+  /// is downloaded. Any thread.
   void installeer(const Url &archive, const std::string &versie);
 
  private:

@@ -35,6 +35,8 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 }
 
 void AppDelegate::installeer(const Url &archive, const std::string &versie) {
+  // Without this each check would download a release that cannot be installed.
+  if (!platform_.locations.canReplaceItem(platform_.bundle.path())) return;
   platform_.http.downloadTask(
       metSleutel(archive),
       [self = shared_from_this(), versie](const std::optional<std::string> &file,

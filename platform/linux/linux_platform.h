@@ -23,7 +23,8 @@
 
 namespace orvel {
 
-/// The path of the bundle in which the running executable lies.
+/// The path of the bundle in which the running executable lies, without symbolic
+/// links.
 std::string mainBundlePath();
 
 /// The Linux desktop: every port, made for one bundle. Made before GTK starts

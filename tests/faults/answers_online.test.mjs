@@ -120,3 +120,23 @@ trial('a release that there is no room to unpack changes nothing, and a smaller 
     }, { wrapper });
     await assertClean(user);
   });
+
+trial('where the application lies on a read-only file system no release is downloaded',
+  { skip: noMounts, timeout: 120_000 }, async (user, screen, t) => {
+    const wrapper = mounting(
+      'mount --bind "$1" "$1"\nmount -o remount,bind,ro "$1"', join(user.bundle, '..'));
+    const begin = () => offer('1.1', makeRelease(user));
+    await online(user, screen, begin, async (server, routes, run) => {
+      await waitFor('the silent check', () => server.to(manifest).length === 1);
+      await underWatch(screen, run, t, {}, async () => {
+        await screen.chooseApplicationItem(1);
+        await waitFor('the check of the menu', () => server.to(manifest).length === 2);
+        // The answers are handled in order, so that by its notice the others are too.
+        Object.assign(routes, offer('1.0'));
+        await askAndClose(screen, newest());
+        assert.equal(server.to(archive).length, 0);
+      });
+      await user.quit(run);
+    }, { wrapper });
+    await assertClean(user);
+  });

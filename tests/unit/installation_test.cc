@@ -286,6 +286,20 @@ TEST_F(Installation, endsInSilenceWhenNothingCanBeReplaced) {
   EXPECT_EQ(fake.record.count("replace"), 1U);
 }
 
+TEST_F(Installation, DownloadsNothingWhereTheBundleCannotBeReplaced) {
+  fake.locations.isWritable = false;
+  unpacksTo(information(ourIdentity));
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  expectNothingHappened();
+
+  fake.locations.isWritable = true;
+  std::filesystem::remove_all(fake.bundle.folder);
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+}
+
 TEST_F(Installation, ofAVersionWithASlashUsesANestedFolder) {
   unpacksTo(information(ourIdentity), "1/3");
   install("1/3");
