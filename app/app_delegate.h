@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "app/settings.h"
@@ -131,8 +130,8 @@ class AppDelegate final : public ApplicationDelegate,
   bool replaceBundle(const std::string &archive, const std::string &versie);
   void tellOfUpdate(const std::string &versie);
   void relaunch();
-  void runCommand(std::string_view line,
-                  const std::vector<std::pair<std::string_view, std::string>> &paths);
+  void unpack(const std::string &archive, const std::string &folder);
+  void runCommand(const ShellCommand &command, const std::vector<std::string> &paths);
 
   const Settings settings_;
   const Platform platform_;

@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/archive_unpacker.h"
 #include "platform/linux/drawing.h"
 #include "platform/linux/glib_main_queue.h"
 #include "platform/linux/gtk_application.h"
@@ -55,6 +56,7 @@ class LinuxPlatform {
   ThreadBackgroundQueue backgroundQueue_;
   SystemClock clock_;
   PosixProcessLauncher processes_;
+  const ArchiveUnpacker unpacker_;
   UserLocations locations_;
   SoupHttpSession http_;
   KeyFileUserDefaults defaults_;
