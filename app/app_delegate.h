@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "app/settings.h"
@@ -113,7 +112,8 @@ class AppDelegate final : public ApplicationDelegate,
   // update/installation.cc
   /// Downloads a release, puts it in the place of the running application and
   /// starts that again. Returns at once; every failure ends it in silence with
-  /// nothing changed. Any thread.
+  /// nothing changed. Where the running application cannot be replaced, nothing
+  /// is downloaded. Any thread.
   void installeer(const Url &archive, const std::string &versie);
 
  private:
@@ -130,8 +130,8 @@ class AppDelegate final : public ApplicationDelegate,
   bool replaceBundle(const std::string &archive, const std::string &versie);
   void tellOfUpdate(const std::string &versie);
   void relaunch();
-  void runCommand(std::string_view line,
-                  const std::vector<std::pair<std::string_view, std::string>> &paths);
+  void unpack(const std::string &archive, const std::string &folder);
+  void runCommand(const ShellCommand &command, const std::vector<std::string> &paths);
 
   const Settings settings_;
   const Platform platform_;

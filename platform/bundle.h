@@ -11,7 +11,7 @@ class Bundle {
  public:
   virtual ~Bundle() = default;
 
-  /// The bundle's folder. Any thread.
+  /// The bundle's folder, with symbolic links resolved. Any thread.
   virtual std::string path() const = 0;
   /// The entry's text. Nothing when the entry is missing, when it is not a
   /// text, or when the information cannot be read. Any thread.

@@ -22,6 +22,10 @@ class Locations {
   /// nothing was replaced; the original then is as it was. Any thread; blocks on
   /// the disk.
   virtual bool replaceItem(const std::string &original, const std::string &replacement) const = 0;
+  /// Returns whether the user may replace the folder at the path: false on a
+  /// read-only file system and where the folder or its parent is not writable.
+  /// Symbolic links are followed. Any thread; may block on the disk.
+  virtual bool canReplaceItem(const std::string &original) const = 0;
   /// Whether a file that may be executed lies at the path. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;
 };

@@ -11,6 +11,7 @@
 #include "platform/panels.h"
 #include "platform/platform_names.h"
 #include "platform/process_launcher.h"
+#include "platform/release_unpacker.h"
 #include "platform/user_defaults.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
@@ -36,6 +37,8 @@ struct Platform {
   UserDefaults &defaults;
   Locations &locations;
   const PlatformNames &names;
+  /// Null where the command in `names` unpacks a release.
+  const ReleaseUnpacker *unpacker = nullptr;
 };
 
 }  // namespace orvel

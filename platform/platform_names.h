@@ -4,49 +4,46 @@
 
 namespace orvel {
 
-/// What is called differently on each system. The command lines are for the
-/// shell; each {word} in them stands for a path.
+/// A command line for the shell: paths in single quotes, with a blank between
+/// two, stand between these parts of it.
+struct ShellCommand {
+  std::string_view before;
+  std::string_view after;
+
+  bool isEmpty() const { return before.empty() && after.empty(); }
+};
+
+/// What is called differently on each system.
 struct PlatformNames {
   /// Where a server tells of the newest release, below its address.
   std::string_view manifest;
-  /// Unpacks {archive} into {folder}, so that "Orvel OS.app" is there whole or not
-  /// at all.
-  std::string_view unpack;
-  /// Takes the mark of a download off {bundle}; empty where there is none.
-  std::string_view clearQuarantine;
-  /// Starts {bundle} in the background once this process has gone, and returns
+  /// Unpacks the archive, the first path, into the folder, the second. Empty
+  /// where `Platform::unpacker` does it.
+  ShellCommand unpack;
+  /// Takes the mark of a download off a bundle; empty where there is none.
+  ShellCommand clearQuarantine;
+  /// Starts a bundle in the background once this process has gone, and returns
   /// at once.
-  std::string_view relaunch;
+  ShellCommand relaunch;
 };
 
 inline constexpr PlatformNames macosNames{
     .manifest = "download/mac.json",
-    .unpack = "/usr/bin/ditto -x -k '{archive}' '{folder}'",
-    .clearQuarantine = "/usr/bin/xattr -dr com.apple.quarantine '{bundle}'",
-    .relaunch = "(sleep 1; /usr/bin/open -n '{bundle}') >/dev/null 2>&1 &",
+    .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
+    .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
+    .relaunch = {.before = "(sleep 1; /usr/bin/open -n ", .after = ") >/dev/null 2>&1 &"},
 };
 
-// unzip unpacks what it can, takes ".." out of a name without a word, and asks
-// at the terminal what to do about a full disk. The bundle comes to its place
-// whole, at the very end, whatever may end the shell or an earlier one before
-// that: when no name and no link leads out of the folder and the program is one
-// that this machine can start. The process that asks for a relaunch is the
-// shell's parent; one that has ended and was not yet waited for has no executable
-// any more. zsh would give what runs in the background less of the processor.
+// The process that asks for a relaunch is the shell's parent; one that has ended
+// and was not yet waited for has no executable any more. zsh would give what runs
+// in the background less of the processor.
 inline constexpr PlatformNames linuxNames{
     .manifest = "download/linux.json",
-    .unpack =
-        "(part='{folder}'/deel$$; new=\"$part/Orvel OS.app\"; "
-        "program=\"$new/Contents/Linux/orvel-os\"; "
-        "! unzip -Z1 '{archive}' '*..*' && unzip -qo -P '' '{archive}' -d \"$part\" && "
-        "links=$(find \"$part\" -lname '/*' -o -lname '*..*') && [ -z \"$links\" ] && "
-        "[ -f \"$program\" ] && [ -x \"$program\" ] && "
-        "cmp -s -i 18 -n 2 \"$program\" /proc/$PPID/exe && mv \"$new\" '{folder}') "
-        "</dev/null >/dev/null",
-    .clearQuarantine = "",
-    .relaunch =
-        "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
-        "exec setsid '{bundle}/Contents/Linux/orvel-os') </dev/null >/dev/null 2>&1 &",
+    .unpack = {},
+    .clearQuarantine = {},
+    .relaunch = {.before = "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
+                           "exec setsid ",
+                 .after = "/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &"},
 };
 
 }  // namespace orvel

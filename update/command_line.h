@@ -3,15 +3,19 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
+
+#include "platform/platform_names.h"
 
 namespace orvel {
 
-/// Puts paths into a command line that has them as {word} between single
-/// quotes. Nothing when a path holds a single quote: it would end the quotes,
-/// and the rest of it would be read as a command.
-std::optional<std::string> commandLine(
-    std::string_view line, const std::vector<std::pair<std::string_view, std::string>> &paths);
+/// Returns a path between single quotes, or nullopt when it holds one itself:
+/// that would end the quotes, and the shell would run the rest of the path.
+std::optional<std::string> singleQuoted(std::string_view path);
+
+/// Returns the command with these paths in it, or nullopt when one of them
+/// cannot be quoted.
+std::optional<std::string> commandLine(const ShellCommand &command,
+                                       const std::vector<std::string> &paths);
 
 }  // namespace orvel

@@ -35,6 +35,8 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 }
 
 void AppDelegate::installeer(const Url &archive, const std::string &versie) {
+  // Without this each check would download a release that cannot be installed.
+  if (!platform_.locations.canReplaceItem(platform_.bundle.path())) return;
   platform_.http.downloadTask(
       metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
         if (!download.file || !download.response || download.response->statusCode != 200) return;
@@ -52,7 +54,7 @@ bool AppDelegate::replaceBundle(const std::string &archive, const std::string &v
   std::error_code ignored;
   std::filesystem::remove_all(*folder, ignored);
   std::filesystem::create_directories(*folder, ignored);
-  runCommand(platform_.names.unpack, {{"archive", archive}, {"folder", *folder}});
+  unpack(archive, *folder);
 
   const std::string unpacked = *folder + "/Orvel OS.app";
   if (!isRealFolder(unpacked)) return false;
@@ -61,7 +63,7 @@ bool AppDelegate::replaceBundle(const std::string &archive, const std::string &v
   // Only another release of this same application may take its place.
   if (identityOf(*information) != platform_.bundle.infoText(identityKey)) return false;
 
-  runCommand(platform_.names.clearQuarantine, {{"bundle", unpacked}});
+  runCommand(platform_.names.clearQuarantine, {unpacked});
   return platform_.locations.replaceItem(platform_.bundle.path(), unpacked);
 }
 
@@ -78,15 +80,20 @@ void AppDelegate::tellOfUpdate(const std::string &versie) {
 void AppDelegate::relaunch() {
   // A second notice may be answered while this process comes to its end.
   if (std::exchange(isRelaunching_, true)) return;
-  runCommand(platform_.names.relaunch, {{"bundle", platform_.bundle.path()}});
+  runCommand(platform_.names.relaunch, {platform_.bundle.path()});
   platform_.application.terminate();
 }
 
-void AppDelegate::runCommand(std::string_view line,
-                             const std::vector<std::pair<std::string_view, std::string>> &paths) {
-  if (line.empty()) return;
-  // A command that cannot be spelled counts as one that failed.
-  if (const auto command = commandLine(line, paths)) sh(platform_.processes, *command);
+void AppDelegate::unpack(const std::string &archive, const std::string &folder) {
+  if (platform_.unpacker == nullptr) return runCommand(platform_.names.unpack, {archive, folder});
+  // A version or path ends the installation here on every platform or on none.
+  if (singleQuoted(archive) && singleQuoted(folder)) platform_.unpacker->unpack(archive, folder);
+}
+
+void AppDelegate::runCommand(const ShellCommand &command, const std::vector<std::string> &paths) {
+  if (command.isEmpty()) return;
+  // A command that cannot be quoted counts as one that failed.
+  if (const auto line = commandLine(command, paths)) sh(platform_.processes, *line);
 }
 
 }  // namespace orvel

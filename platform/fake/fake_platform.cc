@@ -17,7 +17,8 @@ Platform FakePlatform::ports() {
           .bundle = bundle,
           .defaults = defaults,
           .locations = locations,
-          .names = names};
+          .names = names,
+          .unpacker = unpacker};
 }
 
 }  // namespace orvel

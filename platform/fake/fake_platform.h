@@ -38,6 +38,8 @@ class FakePlatform {
   FakeUserDefaults defaults{record};
   FakeLocations locations{record};
   PlatformNames names = macosNames;
+  /// Null, as on macOS: a command of the shell unpacks.
+  const ReleaseUnpacker *unpacker = nullptr;
 };
 
 }  // namespace orvel

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/posix/replaceable_folder.h"
 #include "platform/real_folder.h"
 
 namespace orvel {
@@ -46,6 +47,10 @@ bool FakeLocations::replaceItem(const std::string &original, const std::string &
   }
   fs::remove_all(aside);
   return true;
+}
+
+bool FakeLocations::canReplaceItem(const std::string &original) const {
+  return isWritable && canReplaceFolder(original);
 }
 
 void FakeUserDefaults::setText(std::string_view key, std::string_view value) {

@@ -44,6 +44,7 @@ class FakeLocations final : public Locations {
   std::string temporary() const override { return temporaryFolder; }
   /// Moves the folder, when there is an original and the test allows it.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
+  bool canReplaceItem(const std::string &original) const override;
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }
@@ -51,6 +52,9 @@ class FakeLocations final : public Locations {
   std::string homeFolder = "/Users/iemand";
   std::string temporaryFolder = "/Users/iemand/tijdelijk";
   bool mayReplace = true;
+  /// Plays a folder that the user may not write to, which a test that runs as
+  /// the superuser cannot have.
+  bool isWritable = true;
   std::string downloadsFolder = "/Users/iemand/Downloads";
   std::set<std::string> executables{"/usr/local/bin/node"};
 

@@ -40,6 +40,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
       name_(bundle_.infoText("CFBundleName").value_or(fallbackName)),
       processes_(environment_),
+      unpacker_(processes_),
       locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
       // A download need not be carried to another file system in the end. The
       // archive of a release has to be had without that folder too.
@@ -97,7 +98,8 @@ Platform LinuxPlatform::ports() {
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,
-          .names = linuxNames};
+          .names = linuxNames,
+          .unpacker = &unpacker_};
 }
 
 }  // namespace orvel

@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/archive_unpacker.h"
 #include "platform/linux/drawing.h"
 #include "platform/linux/glib_main_queue.h"
 #include "platform/linux/gtk_application.h"
@@ -23,7 +24,8 @@
 
 namespace orvel {
 
-/// The path of the bundle in which the running executable lies.
+/// The path of the bundle in which the running executable lies, without symbolic
+/// links.
 std::string mainBundlePath();
 
 /// The Linux desktop: every port, made for one bundle. Made before GTK starts
@@ -54,6 +56,7 @@ class LinuxPlatform {
   ThreadBackgroundQueue backgroundQueue_;
   SystemClock clock_;
   PosixProcessLauncher processes_;
+  const ArchiveUnpacker unpacker_;
   UserLocations locations_;
   SoupHttpSession http_;
   KeyFileUserDefaults defaults_;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "platform/linux/folder_replacement.h"
+#include "platform/posix/replaceable_folder.h"
 
 namespace orvel {
 
@@ -26,6 +27,10 @@ std::string UserLocations::temporary() const {
 
 bool UserLocations::replaceItem(const std::string &original, const std::string &replacement) const {
   return replaceFolder(original, replacement);
+}
+
+bool UserLocations::canReplaceItem(const std::string &original) const {
+  return canReplaceFolder(original);
 }
 
 bool UserLocations::isExecutableFile(const std::string &path) const {

@@ -20,6 +20,7 @@ class UserLocations final : public Locations {
   /// Not the one of the whole machine, in which others could lie in wait.
   std::string temporary() const override;
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
+  bool canReplaceItem(const std::string &original) const override;
   bool isExecutableFile(const std::string &path) const override;
 
  private:

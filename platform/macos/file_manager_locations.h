@@ -14,6 +14,7 @@ class FileManagerLocations final : public Locations {
   /// One item replacement by the file manager, with no option and no backup,
   /// of one folder by another.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
+  bool canReplaceItem(const std::string &original) const override;
   bool isExecutableFile(const std::string &path) const override;
 };
 

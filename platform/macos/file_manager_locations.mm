@@ -7,6 +7,7 @@
 
 #import "platform/macos/cocoa_text.h"
 #import "platform/macos/cocoa_url.h"
+#include "platform/posix/replaceable_folder.h"
 #include "platform/real_folder.h"
 
 namespace orvel {
@@ -46,6 +47,10 @@ bool FileManagerLocations::replaceItem(const std::string &original,
                                                 options:0
                                        resultingItemURL:nil
                                                   error:nil];
+}
+
+bool FileManagerLocations::canReplaceItem(const std::string &original) const {
+  return canReplaceFolder(original);
 }
 
 bool FileManagerLocations::isExecutableFile(const std::string &path) const {

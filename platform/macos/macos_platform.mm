@@ -23,7 +23,8 @@ Platform MacosPlatform::ports() {
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,
-          .names = macosNames};
+          .names = macosNames,
+          .unpacker = nullptr};
 }
 
 }  // namespace orvel

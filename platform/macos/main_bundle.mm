@@ -6,7 +6,9 @@
 
 namespace orvel {
 
-std::string MainBundle::path() const { return fromCocoa(NSBundle.mainBundle.bundlePath); }
+std::string MainBundle::path() const {
+  return fromCocoa(NSBundle.mainBundle.bundleURL.URLByResolvingSymlinksInPath.path);
+}
 
 std::optional<std::string> MainBundle::infoText(std::string_view key) const {
   return textOf(NSBundle.mainBundle.infoDictionary[toCocoa(key)]);

@@ -15,6 +15,7 @@
 #include <memory>
 #include <thread>
 
+#include "platform/posix/replaceable_folder.h"
 #include "tests/contract/folder_tree.h"
 #include "tests/contract/forked_child.h"
 
@@ -189,6 +190,53 @@ TEST_F(FolderReplacement, LeavesTheOriginalThatIsAMountPoint) {
   if (!outcome) GTEST_SKIP() << "nothing can be mounted here";
   EXPECT_EQ(outcome, true);
   EXPECT_EQ(treeOf(replacement_), replacing);
+}
+
+TEST_F(FolderReplacement, IsImpossibleWhereTheUserMayNotWrite) {
+  makeTree(original_, "old");
+  fs::permissions(folder_.path(), fs::perms(0755));
+  // A link in a folder of the user's own to a bundle that is not.
+  const fs::path link = folder_.path() / "link";
+  fs::create_symlink(original_, link);
+  const auto canReplace = [&](const fs::path &path, fs::perms parent, fs::perms bundle) {
+    fs::permissions(applications_, parent);
+    fs::permissions(original_, bundle);
+    return inChild([&] {
+      if (!becomeOrdinaryUser()) ::_exit(2);
+      return canReplaceFolder(path.string());
+    });
+  };
+  if (::geteuid() == 0) {
+    for (const fs::path &path : {applications_, original_}) ::lchown(path.c_str(), 65534, 65534);
+  }
+  const auto both = canReplace(original_, fs::perms(0755), fs::perms(0755));
+  if (!both) GTEST_SKIP() << "this superuser cannot become an ordinary user";
+  EXPECT_EQ(both, true);
+  EXPECT_EQ(canReplace(link, fs::perms(0755), fs::perms(0755)), true);
+  for (const fs::path &path : {original_, link}) {
+    EXPECT_EQ(canReplace(path, fs::perms(0555), fs::perms(0755)), false);
+    EXPECT_EQ(canReplace(path, fs::perms(0755), fs::perms(0555)), false);
+  }
+  fs::permissions(applications_, fs::perms(0755));
+  fs::permissions(original_, fs::perms(0755));
+}
+
+TEST_F(FolderReplacement, IsImpossibleOnAReadOnlyFileSystemForTheSuperuserToo) {
+  makeTree(original_, "old");
+  const auto outcome = inChild([&] {
+    if (!becomeOwnerOfMounts() ||
+        ::mount(applications_.c_str(), applications_.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+      ::_exit(2);
+    }
+    const bool before = canReplaceFolder(original_.string());
+    if (::mount(nullptr, applications_.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY,
+                nullptr) != 0) {
+      ::_exit(2);
+    }
+    return before && !canReplaceFolder(original_.string());
+  });
+  if (!outcome) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(outcome, true);
 }
 
 TEST_F(FolderReplacement, LetsARunningProgramOfTheOldFolderRun) {

@@ -125,6 +125,18 @@ TEST_P(ItemReplacementContract, LeavesOpenFilesOfTheOldFolderReadable) {
   EXPECT_EQ(posix_test::contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
 }
 
+TEST_P(ItemReplacementContract, SaysBeforehandWhatCanBeReplaced) {
+  const Locations &locations = platform_->ports().locations;
+  makeTree(original_, "old");
+  fs::create_symlink(original_, folder_.path() / "link");
+  fs::create_symlink("missing", folder_.path() / "dangling");
+  EXPECT_TRUE(locations.canReplaceItem(original_.string()));
+  EXPECT_TRUE(locations.canReplaceItem((folder_.path() / "link").string()));
+  EXPECT_FALSE(locations.canReplaceItem((folder_.path() / "dangling").string()));
+  EXPECT_FALSE(locations.canReplaceItem((folder_.path() / "missing").string()));
+  EXPECT_FALSE(locations.canReplaceItem(folder_.file("file", "x")));
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryPlatform, ItemReplacementContract,
                          testing::ValuesIn(platformsUnderContract()),
                          [](const auto &platform) { return platform.param.name; });

@@ -33,6 +33,16 @@ function withBytes(user, change) {
   return archive;
 }
 
+const programOf = (bundle) => join(bundle, 'Contents/Linux/orvel-os');
+
+/// A release whose program needs something that this machine lacks: what it is
+/// linked with is named otherwise in it.
+const needing = (name, missing) => altered((_, bundle) => {
+  const program = readFileSync(programOf(bundle), 'latin1');
+  assert.ok(program.includes(name), `no ${name} in the program`);
+  writeFileSync(programOf(bundle), program.replaceAll(name, missing), 'latin1');
+});
+
 const wrong = {
   'an error page': () => ({
     headers: { 'content-type': 'text/html' }, body: '<!doctype html><p>Storing',
@@ -75,17 +85,20 @@ const wrong = {
     symlinkSync('../../..', join(bundle, 'Contents/uit'))),
   'a link to elsewhere': altered((_, bundle) => symlinkSync('/etc', join(bundle, 'Contents/uit'))),
   'a folder for a program': altered((_, bundle) => {
-    rmSync(join(bundle, 'Contents/Linux/orvel-os'));
-    mkdirSync(join(bundle, 'Contents/Linux/orvel-os'));
+    rmSync(programOf(bundle));
+    mkdirSync(programOf(bundle));
   }),
   'a program for another processor': altered((_, bundle) => {
-    const program = join(bundle, 'Contents/Linux/orvel-os');
+    const program = programOf(bundle);
     const bytes = readFileSync(program);
     bytes.writeUInt16LE(bytes.readUInt16LE(18) ^ 1, 18);
     writeFileSync(program, bytes);
   }),
   'a program that may not be run': altered((_, bundle) =>
-    chmodSync(join(bundle, 'Contents/Linux/orvel-os'), 0o644)),
+    chmodSync(programOf(bundle), 0o644)),
+  'a program for a newer GTK': needing('libgtk-4.so.1', 'libgtk-9.so.1'),
+  'a program for a newer C library': needing('GLIBC_2.', 'GLIBC_9.'),
+  'a program that calls a newer function': needing('gtk_window_present', 'gtk_window_presenu'),
 };
 
 const versions = [
@@ -106,7 +119,7 @@ async function tryOut(user, screen, server, routes, [versie, archive]) {
 }
 
 trial('a release that is not right changes nothing, and a right one is taken after it',
-  { timeout: 240_000 }, async (user, screen, t) => {
+  { timeout: 480_000 }, async (user, screen, t) => {
     await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
       const before = fingerprint(join(user.bundle, '..'));
       await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);

@@ -88,10 +88,11 @@ const spacious = (user) => makeRelease(user, {
     writeFileSync(join(bundle, 'Contents/Resources/ruim'), Buffer.alloc(2 * room)),
 });
 
-/// The size in bytes of the one file of this name somewhere below a folder.
-function sizeOf(name, folder) {
+/// How many bytes of the one file of this name somewhere below a folder are on
+/// the disk.
+function storedBytes(name, folder) {
   const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
-  return statSync(join(folder, path)).size;
+  return statSync(join(folder, path)).blocks * 512;
 }
 
 trial('a release that there is no room to unpack changes nothing, and a smaller one is taken',
@@ -109,7 +110,8 @@ trial('a release that there is no room to unpack changes nothing, and a smaller 
         Object.assign(routes, offer('1.0'));
         await askAndClose(screen, newest());
         assert.equal(fingerprint(user.bundle), old);
-        assert.ok(sizeOf('ruim', `/proc/${run.pid}/root${temporary}`) < room, 'a part of it');
+        const stored = storedBytes('ruim', `/proc/${run.pid}/root${temporary}`);
+        assert.ok(stored > 0 && stored < room, 'a part of it');
         Object.assign(routes, offer('1.1', makeRelease(user)));
         await screen.chooseApplicationItem(1);
         await screen.panel(updated);
@@ -117,6 +119,26 @@ trial('a release that there is no room to unpack changes nothing, and a smaller 
       assert.equal(entryOf(user.bundle, 'CFBundleShortVersionString'), '1.1');
       process.kill(run.pid, 'SIGTERM');
       await endedWell(user, run);
+    }, { wrapper });
+    await assertClean(user);
+  });
+
+trial('where the application lies on a read-only file system no release is downloaded',
+  { skip: noMounts, timeout: 120_000 }, async (user, screen, t) => {
+    const wrapper = mounting(
+      'mount --bind "$1" "$1"\nmount -o remount,bind,ro "$1"', join(user.bundle, '..'));
+    const begin = () => offer('1.1', makeRelease(user));
+    await online(user, screen, begin, async (server, routes, run) => {
+      await waitFor('the silent check', () => server.to(manifest).length === 1);
+      await underWatch(screen, run, t, {}, async () => {
+        await screen.chooseApplicationItem(1);
+        await waitFor('the check of the menu', () => server.to(manifest).length === 2);
+        // The answers are handled in order, so that by its notice the others are too.
+        Object.assign(routes, offer('1.0'));
+        await askAndClose(screen, newest());
+        assert.equal(server.to(archive).length, 0);
+      });
+      await user.quit(run);
     }, { wrapper });
     await assertClean(user);
   });

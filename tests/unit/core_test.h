@@ -47,10 +47,15 @@ class TemporaryFolder {
   std::string path_;
 };
 
-/// The core on the fake platform, with a data root that holds a server script.
+/// The core on the fake platform, with a data root that holds a server script
+/// and a bundle of its own.
 class CoreTest : public testing::Test {
  protected:
-  CoreTest() { writeFile(root() + "/v3/server.mjs", "// the OS server\n"); }
+  CoreTest() {
+    writeFile(root() + "/v3/server.mjs", "// the OS server\n");
+    fake.bundle.folder = root() + "/Applications/Orvel OS.app";
+    std::filesystem::create_directories(fake.bundle.folder);
+  }
 
   std::string root() const { return folder_.path(); }
   std::string logPath() const { return root() + "/v3/.local/server.log"; }

@@ -25,40 +25,42 @@ TEST(WorkingFolder, neverLiesElsewhere) {
             std::nullopt);
 }
 
-TEST(CommandLine, putsPathsBetweenItsQuotes) {
-  EXPECT_EQ(commandLine("a '{een}' b '{twee}'", {{"een", "x y"}, {"twee", "$z"}}),
-            "a 'x y' b '$z'");
-  EXPECT_EQ(commandLine("a '{een}'", {{"een", "{twee}"}, {"twee", "z"}}), "a '{twee}'");
-  EXPECT_EQ(commandLine("a", {}), "a");
+TEST(CommandLine, QuotesPathsAsTheyAre) {
+  EXPECT_EQ(singleQuoted("x  y"), "'x  y'");
+  EXPECT_EQ(singleQuoted(""), "''");
+  EXPECT_EQ(singleQuoted("$(x) `y` \\ \"z\" {a} {\n"), "'$(x) `y` \\ \"z\" {a} {\n'");
 }
 
-TEST(CommandLine, isNoneForAPathWithASingleQuote) {
-  EXPECT_EQ(commandLine("a '{een}'", {{"een", "'; rm -rf ~; '"}}), std::nullopt);
+TEST(CommandLine, RefusesASingleQuoteInAnyPath) {
+  for (const std::string path : {"'", "a'b", "'; rm -rf ~; '"}) {
+    EXPECT_EQ(singleQuoted(path), std::nullopt);
+    EXPECT_EQ(commandLine({"a ", ""}, {path}), std::nullopt);
+    EXPECT_EQ(commandLine({"a ", ""}, {"b", path}), std::nullopt);
+  }
 }
 
-TEST(CommandLine, ofMacosIsSpelledToTheLetter) {
-  EXPECT_EQ(commandLine(macosNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
+TEST(CommandLine, PutsPathsBetweenItsParts) {
+  EXPECT_EQ(commandLine({"a ", " z"}, {"x y", "{z"}), "a 'x y' '{z' z");
+  EXPECT_EQ(commandLine({"a {x ", "} b"}, {"c"}), "a {x 'c'} b");
+  EXPECT_EQ(commandLine({"a", "b"}, {}), "ab");
+}
+
+TEST(CommandLine, OfMacosIsSpelledToTheLetter) {
+  EXPECT_EQ(commandLine(macosNames.unpack, {"/t/a.zip", "/t/w"}),
             "/usr/bin/ditto -x -k '/t/a.zip' '/t/w'");
-  EXPECT_EQ(commandLine(macosNames.clearQuarantine, {{"bundle", "/t/w/Orvel OS.app"}}),
+  EXPECT_EQ(commandLine(macosNames.clearQuarantine, {"/t/w/Orvel OS.app"}),
             "/usr/bin/xattr -dr com.apple.quarantine '/t/w/Orvel OS.app'");
-  EXPECT_EQ(commandLine(macosNames.relaunch, {{"bundle", "/Applications/Orvel OS.app"}}),
+  EXPECT_EQ(commandLine(macosNames.relaunch, {"/Applications/Orvel OS.app"}),
             "(sleep 1; /usr/bin/open -n '/Applications/Orvel OS.app') >/dev/null 2>&1 &");
   EXPECT_EQ(macosNames.manifest, "download/mac.json");
 }
 
-TEST(CommandLine, ofLinuxIsSpelledToTheLetter) {
-  EXPECT_EQ(commandLine(linuxNames.unpack, {{"archive", "/t/a.zip"}, {"folder", "/t/w"}}),
-            "(part='/t/w'/deel$$; new=\"$part/Orvel OS.app\"; "
-            "program=\"$new/Contents/Linux/orvel-os\"; "
-            "! unzip -Z1 '/t/a.zip' '*..*' && unzip -qo -P '' '/t/a.zip' -d \"$part\" && "
-            "links=$(find \"$part\" -lname '/*' -o -lname '*..*') && [ -z \"$links\" ] && "
-            "[ -f \"$program\" ] && [ -x \"$program\" ] && "
-            "cmp -s -i 18 -n 2 \"$program\" /proc/$PPID/exe && mv \"$new\" '/t/w') "
-            "</dev/null >/dev/null");
-  EXPECT_EQ(linuxNames.clearQuarantine, "");
-  EXPECT_EQ(commandLine(linuxNames.relaunch, {{"bundle", "/opt/Orvel OS.app"}}),
+TEST(CommandLine, OfLinuxIsSpelledToTheLetter) {
+  EXPECT_TRUE(linuxNames.unpack.isEmpty());
+  EXPECT_TRUE(linuxNames.clearQuarantine.isEmpty());
+  EXPECT_EQ(commandLine(linuxNames.relaunch, {"/opt/Orvel OS.app"}),
             "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
-            "'/opt/Orvel OS.app/Contents/Linux/orvel-os') </dev/null >/dev/null 2>&1 &");
+            "'/opt/Orvel OS.app'/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &");
   EXPECT_EQ(linuxNames.manifest, "download/linux.json");
 }
 
@@ -157,6 +159,54 @@ TEST_F(Installation, takesItsStepsInOrder) {
   EXPECT_THAT(fake.record.take(),
               ElementsAre("sh (sleep 1; /usr/bin/open -n '" + app + "') >/dev/null 2>&1 &",
                           "application terminate", "application terminated"));
+}
+
+/// Records what it is asked for and leaves a bundle of ours.
+class RecordingUnpacker final : public ReleaseUnpacker {
+ public:
+  explicit RecordingUnpacker(Record &record) : record_(record) {}
+
+  void unpack(const std::string &archive, const std::string &folder) const override {
+    record_.add("unpack " + std::string(std::filesystem::exists(archive) ? "a file" : "nothing") +
+                " into " + folder);
+    const std::filesystem::path contents = folder + "/Orvel OS.app/Contents";
+    std::filesystem::create_directories(contents);
+    std::ofstream(contents / "Info.plist") << information(ourIdentity);
+    std::ofstream(contents / "versie") << "nieuw";
+  }
+
+ private:
+  Record &record_;
+};
+
+TEST_F(Installation, TakesTheSameStepsWhereThePlatformUnpacks) {
+  const RecordingUnpacker unpacker(fake.record);
+  fake.unpacker = &unpacker;
+  fake.names = linuxNames;
+  forgetDelegate();
+  makeWebView();
+  install();
+  const std::string app = fake.bundle.folder;
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: sleutel]",
+                          "unpack a file into " + working(),
+                          "replace " + app + " by " + working() + "/Orvel OS.app",
+                          "alert Orvel OS is bijgewerkt naar 1.3"));
+  EXPECT_EQ(installed(), "nieuw");
+  fake.panels.answer({0, ""});
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxNames.relaunch, {app}),
+                                              "application terminate", "application terminated"));
+}
+
+TEST_F(Installation, OfAVersionWithASingleQuoteIsNotUnpackedByThePlatformEither) {
+  const RecordingUnpacker unpacker(fake.record);
+  fake.unpacker = &unpacker;
+  forgetDelegate();
+  makeWebView();
+  install("1'3");
+  EXPECT_EQ(fake.record.count("unpack"), 0U);
+  expectNothingHappened();
 }
 
 TEST_F(Installation, goesOnHoweverTheNoticeIsClosed) {
@@ -288,6 +338,20 @@ TEST_F(Installation, endsInSilenceWhenNothingCanBeReplaced) {
   install();
   expectNothingHappened();
   EXPECT_EQ(fake.record.count("replace"), 1U);
+}
+
+TEST_F(Installation, DownloadsNothingWhereTheBundleCannotBeReplaced) {
+  fake.locations.isWritable = false;
+  unpacksTo(information(ourIdentity));
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  expectNothingHappened();
+
+  fake.locations.isWritable = true;
+  std::filesystem::remove_all(fake.bundle.folder);
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
 TEST_F(Installation, ofAVersionWithASlashUsesANestedFolder) {

@@ -1,0 +1,1 @@
+#error "a header of a desktop reaches the core"

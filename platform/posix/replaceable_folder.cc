@@ -1,0 +1,27 @@
+#include "platform/posix/replaceable_folder.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace orvel {
+
+namespace {
+
+/// For the superuser too access(2) says no on a read-only file system and for an
+/// immutable folder.
+bool mayChange(const std::filesystem::path &folder) {
+  return ::access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
+}  // namespace
+
+bool canReplaceFolder(const std::string &path) {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::canonical(path, error);
+  return !error && std::filesystem::is_directory(folder, error) && mayChange(folder) &&
+         mayChange(folder.parent_path());
+}
+
+}  // namespace orvel
