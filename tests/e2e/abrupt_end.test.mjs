@@ -11,7 +11,10 @@ const { trial } = trialsOn();
 /// Waits for the end of the server and sees that it was asked to end.
 async function serverAskedToEnd(user) {
   await user.root.serverGone();
-  assert.deepEqual(user.root.events('signal').map(({ signal }) => signal), ['SIGTERM']);
+  // More than one may come: the kernel hands the server from a thread that ends
+  // to another one of the same process.
+  const signals = new Set(user.root.events('signal').map(({ signal }) => signal));
+  assert.deepEqual([...signals], ['SIGTERM']);
   await user.assertNothingLeft();
 }
 
