@@ -50,6 +50,11 @@ struct LaunchRequest {
   std::map<std::string, std::string> environmentChanges;
   StandardStream standardOutput;
   StandardStream standardError;
+  /// Asks the system to send the process SIGTERM, once or more often, when the
+  /// application's process ends in whatever way, a crash and SIGKILL included.
+  /// Linux does (PR_SET_PDEATHSIG); macOS has no such call, so that there this
+  /// has no effect. The processes that the child starts get no signal.
+  bool endsWithParent = false;
   /// Told once that the process has ended, on a thread that is never the main
   /// thread; isRunning() is false by then. May be empty.
   std::function<void(const std::shared_ptr<ChildProcess> &)> terminationHandler;

@@ -1,5 +1,7 @@
 #include "web/address_dialog.h"
 
+#include <utility>
+
 #include "app/app_delegate.h"
 
 namespace orvel {
@@ -39,10 +41,11 @@ void AppDelegate::useAddress(const std::string &typed) {
   platform_.defaults.setText("osURL", address);
 
   if (!lokaal() && server && server->isRunning()) {
-    quitting = true;
+    // The dialog may be answered while the application quits.
+    const bool wasQuitting = std::exchange(quitting, true);
     server->terminate();
     server = nullptr;
-    quitting = false;
+    quitting = wasQuitting;
   }
   openOS();
 }

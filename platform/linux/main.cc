@@ -4,10 +4,12 @@
 #include "app/entry.h"
 #include "platform/linux/freed_memory.h"
 #include "platform/linux/linux_platform.h"
+#include "platform/posix/utf8_locale.h"
 
 int main() {
   // A terminal that goes away must not take us along and leave the server behind.
   std::signal(SIGPIPE, SIG_IGN);
+  orvel::ensureUtf8Locale();
   orvel::giveFreedMemoryBack();
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
   orvel::runApplication(platform.ports());

@@ -4,10 +4,12 @@
 #include <cstdlib>
 
 #include "app/entry.h"
+#include "platform/posix/utf8_locale.h"
 
 int main() {
   // A pipe whose reader has gone must not take us along and leave the server behind.
   std::signal(SIGPIPE, SIG_IGN);
+  orvel::ensureUtf8Locale();
   @autoreleasepool {
     orvel::MacosPlatform platform;
     orvel::runApplication(platform.ports());

@@ -62,31 +62,31 @@ PosixProcessLauncher::PosixProcessLauncher(std::map<std::string, std::string> en
 }
 
 LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
-  // The thread comes first: when there is none to be had, there is no child
-  // that nobody waits for.
-  std::promise<std::shared_ptr<PosixChildProcess>> launched;
+  auto environment = environment_;
+  for (const auto &[name, value] : request.environmentChanges) environment[name] = value;
+  std::promise<LaunchResult> promise;
+  auto launched = promise.get_future();
   try {
-    std::thread([child = launched.get_future(), handler = request.terminationHandler]() mutable {
-      const auto process = child.get();
-      if (!process) return;
+    // One thread starts the child and waits for it: the parent-death signal comes
+    // when the thread that forked ends. Without a thread there is no child, which
+    // would become a zombie.
+    std::thread([&request, environment = std::move(environment),
+                 handler = request.terminationHandler, promise = std::move(promise)]() mutable {
+      pid_t number = 0;
+      const int error = spawn(request, environment, number);
+      if (error != 0) {
+        return promise.set_value(failure(pathAtFault(request, error), error));
+      }
+      const auto process = std::make_shared<PosixChildProcess>(number);
+      // The request is gone after this.
+      promise.set_value({process, ""});
       process->awaitExit();
       if (handler) handler(process);
     }).detach();
   } catch (const std::system_error &error) {
     return failure(request.executable, error.code().value());
   }
-
-  auto environment = environment_;
-  for (const auto &[name, value] : request.environmentChanges) environment[name] = value;
-  pid_t number = 0;
-  const int error = spawn(request, environment, number);
-  if (error != 0) {
-    launched.set_value(nullptr);
-    return failure(pathAtFault(request, error), error);
-  }
-  auto process = std::make_shared<PosixChildProcess>(number);
-  launched.set_value(process);
-  return {process, ""};
+  return launched.get();
 }
 
 }  // namespace orvel

@@ -11,8 +11,8 @@ namespace orvel {
 /// threads change the environment.
 std::map<std::string, std::string> processEnvironment();
 
-/// Starts child processes with posix_spawn and waits for each of them, and for
-/// no other, on a thread of its own.
+/// Starts each child process on a thread of its own, which then waits for that
+/// child and for no other.
 class PosixProcessLauncher final : public ProcessLauncher {
  public:
   /// Children get this environment, with the changes of each request: the

@@ -19,7 +19,7 @@ namespace {
 
 using namespace posix_test;
 
-class PosixChildExit : public testing::Test {
+class PosixChildExit : public testing::TestWithParam<bool> {
  protected:
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
     const auto result = launcher_.launch(request);
@@ -37,7 +37,7 @@ class PosixChildExit : public testing::Test {
     return process;
   }
 
-  PosixProcessLauncher launcher_{processEnvironment()};
+  LauncherUnderTest launcher_{GetParam()};
 };
 
 /// A child that this test starts without the launcher.
@@ -50,7 +50,7 @@ pid_t startStranger(const std::string &commandLine) {
   return stranger;
 }
 
-TEST_F(PosixChildExit, TellsCodesFromSignals) {
+TEST_P(PosixChildExit, TellsCodesFromSignals) {
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_EQ(runShell(launcher_, "exit 255").status, 255);
   EXPECT_EQ(runShell(launcher_, "exit 137").status, 137);
@@ -58,7 +58,7 @@ TEST_F(PosixChildExit, TellsCodesFromSignals) {
   EXPECT_EQ(runShell(launcher_, "ulimit -c 0; kill -ABRT $$").status, SIGABRT);
 }
 
-TEST_F(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
+TEST_P(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
   launch(program("/usr/bin/true"))->waitUntilExit();
   const int before = openDescriptors();
   std::atomic<int> told = 0;
@@ -79,7 +79,7 @@ TEST_F(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_F(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
+TEST_P(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
   const int before = openDescriptors();
   for (int i = 0; i < 100; ++i) {
     EXPECT_FALSE(launcher_.launch(program("/nonexistent/orvel/program")).process);
@@ -88,7 +88,7 @@ TEST_F(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_F(PosixChildExit, ADeafChildDiesOnlyOfKill) {
+TEST_P(PosixChildExit, ADeafChildDiesOnlyOfKill) {
   std::string line;
   const auto child = launchAndRead("trap '' TERM; echo ready; exec sleep 600", line);
   ASSERT_EQ(line, "ready");
@@ -100,7 +100,7 @@ TEST_F(PosixChildExit, ADeafChildDiesOnlyOfKill) {
   EXPECT_EQ(child->terminationStatus(), SIGKILL);
 }
 
-TEST_F(PosixChildExit, AStoppedChildHasNotEnded) {
+TEST_P(PosixChildExit, AStoppedChildHasNotEnded) {
   std::string line;
   const auto child = launchAndRead("echo $$; kill -STOP $$; exit 4", line);
   const pid_t number = std::stoi(line);
@@ -112,7 +112,7 @@ TEST_F(PosixChildExit, AStoppedChildHasNotEnded) {
   EXPECT_EQ(child->terminationStatus(), 4);
 }
 
-TEST_F(PosixChildExit, ReapsNoChildOfOthers) {
+TEST_P(PosixChildExit, ReapsNoChildOfOthers) {
   const pid_t stranger = startStranger("exit 5");
   ASSERT_GT(stranger, 0);
   siginfo_t info{};
@@ -124,7 +124,7 @@ TEST_F(PosixChildExit, ReapsNoChildOfOthers) {
 }
 
 #if defined(__linux__)
-TEST_F(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
+TEST_P(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
   std::string line;
   const auto child = launchAndRead("echo $$", line);
   child->waitUntilExit();
@@ -151,17 +151,17 @@ TEST_F(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
 }
 #endif
 
-TEST_F(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChildren) {
+TEST_P(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChildren) {
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
   struct sigaction before {};
   ::sigaction(SIGCHLD, &ignore, &before);
-  PosixProcessLauncher launcher(processEnvironment());
+  LauncherUnderTest launcher(GetParam());
   EXPECT_EQ(runShell(launcher, "exit 3").status, 3);
   ::sigaction(SIGCHLD, &before, nullptr);
 }
 
-TEST_F(PosixChildExit, EndsEvenWhenSomebodyElseTakesTheStatus) {
+TEST_P(PosixChildExit, EndsEvenWhenSomebodyElseTakesTheStatus) {
   std::string line;
   const auto child = launchAndRead("echo $$; exec sleep 600", line);
   const pid_t number = std::stoi(line);
@@ -173,7 +173,7 @@ TEST_F(PosixChildExit, EndsEvenWhenSomebodyElseTakesTheStatus) {
   EXPECT_TRUE(child->terminationStatus() == SIGKILL || child->terminationStatus() == -1);
 }
 
-TEST_F(PosixChildExit, ASlowHandlerHoldsNothingUp) {
+TEST_P(PosixChildExit, ASlowHandlerHoldsNothingUp) {
   std::promise<void> release;
   std::atomic<bool> inHandler = false;
   std::atomic<bool> left = false;
@@ -193,7 +193,7 @@ TEST_F(PosixChildExit, ASlowHandlerHoldsNothingUp) {
   EXPECT_TRUE(eventually([&] { return left.load(); }));
 }
 
-TEST_F(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
+TEST_P(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
   const auto token = std::make_shared<int>(0);
   auto request = program("/usr/bin/true");
   request.terminationHandler = [token](const auto &) {};
@@ -203,14 +203,14 @@ TEST_F(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_F(PosixChildExit, IsReapedThoughNobodyHoldsIt) {
+TEST_P(PosixChildExit, IsReapedThoughNobodyHoldsIt) {
   for (int i = 0; i < 50; ++i) launch(program("/usr/bin/true"));
   siginfo_t info{};
   EXPECT_TRUE(
       eventually([&] { return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1; }));
 }
 
-TEST_F(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
+TEST_P(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
   for (int i = 0; i < 50; ++i) {
     std::atomic<int> told = 0;
     auto request = program("/usr/bin/true");
@@ -230,7 +230,7 @@ TEST_F(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
   }
 }
 
-TEST_F(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
+TEST_P(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 8; ++thread) {
     threads.emplace_back([this, thread] {
@@ -245,6 +245,8 @@ TEST_F(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
   for (std::thread &thread : threads) thread.join();
   EXPECT_FALSE(hasZombie());
 }
+
+INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildExit, testing::Bool(), nameOfWay);
 
 }  // namespace
 }  // namespace orvel

@@ -17,13 +17,14 @@ namespace {
 
 using namespace posix_test;
 
-class PosixChildStart : public testing::Test {
+class PosixChildStart : public testing::TestWithParam<bool> {
  protected:
-  PosixProcessLauncher launcher_{processEnvironment()};
+  LauncherUnderTest launcher_{GetParam()};
 };
 
-TEST_F(PosixChildStart, HasTheGivenEnvironmentWithTheChangesOnTop) {
-  PosixProcessLauncher launcher({{"HOME", "/home/of=session"}, {"PORT", "1"}, {"EMPTY", ""}});
+TEST_P(PosixChildStart, HasTheGivenEnvironmentWithTheChangesOnTop) {
+  LauncherUnderTest launcher(GetParam(),
+                             {{"HOME", "/home/of=session"}, {"PORT", "1"}, {"EMPTY", ""}});
   auto request = program("/usr/bin/env");
   request.environmentChanges = {{"PORT", "4767"}, {"PATH", "/a:/b"}};
   std::istringstream lines(run(launcher, request).output);
@@ -35,29 +36,29 @@ TEST_F(PosixChildStart, HasTheGivenEnvironmentWithTheChangesOnTop) {
   EXPECT_EQ(variables, expected);
 }
 
-TEST_F(PosixChildStart, DoesNotSeeWhatTheApplicationChangesInItsOwnEnvironment) {
+TEST_P(PosixChildStart, DoesNotSeeWhatTheApplicationChangesInItsOwnEnvironment) {
   ::setenv("ORVEL_CONTRACT", "of the session = first", 1);
-  PosixProcessLauncher launcher(processEnvironment());
+  LauncherUnderTest launcher(GetParam());
   ::setenv("ORVEL_CONTRACT", "for drawing", 1);
   const auto outcome = runShell(launcher, "printf %s \"$ORVEL_CONTRACT\"");
   ::unsetenv("ORVEL_CONTRACT");
   EXPECT_EQ(outcome.output, "of the session = first");
 }
 
-TEST_F(PosixChildStart, HasExactlyTheArgumentsGiven) {
+TEST_P(PosixChildStart, HasExactlyTheArgumentsGiven) {
   const auto outcome = run(
       launcher_, program("/bin/sh", {"-c", "printf '[%s]' \"$@\"", "zero", "", "a b", "'\"$x"}));
   EXPECT_EQ(outcome.output, "[][a b]['\"$x]");
 }
 
-TEST_F(PosixChildStart, RunsInTheWorkingDirectory) {
+TEST_P(PosixChildStart, RunsInTheWorkingDirectory) {
   const TemporaryFolder folder;
   auto request = program("/bin/sh", {"-c", "pwd -P"});
   request.workingDirectory = folder.path();
   EXPECT_EQ(run(launcher_, request).output, folder.path().string() + "\n");
 }
 
-TEST_F(PosixChildStart, InheritsTheWorkingDirectoryWhenNoneIsGiven) {
+TEST_P(PosixChildStart, InheritsTheWorkingDirectoryWhenNoneIsGiven) {
   EXPECT_EQ(runShell(launcher_, "pwd -P").output,
             std::filesystem::canonical(std::filesystem::current_path()).string() + "\n");
 }
@@ -90,7 +91,7 @@ class Deafness {
   sigset_t maskBefore_;
 };
 
-TEST_F(PosixChildStart, DiesOfSignalsThatTheApplicationIgnoresAndBlocks) {
+TEST_P(PosixChildStart, DiesOfSignalsThatTheApplicationIgnoresAndBlocks) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
   const Deafness deafness(signals);
@@ -102,7 +103,7 @@ TEST_F(PosixChildStart, DiesOfSignalsThatTheApplicationIgnoresAndBlocks) {
 }
 
 #if defined(__linux__)
-TEST_F(PosixChildStart, HasNoSignalBlockedOrIgnored) {
+TEST_P(PosixChildStart, HasNoSignalBlockedOrIgnored) {
   const Deafness deafness({SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
   const auto output =
       run(launcher_, program("/bin/grep", {"-E", "^Sig(Blk|Ign)", "/proc/self/status"})).output;
@@ -127,30 +128,30 @@ class PosixLaunchFailure : public PosixChildStart {
   const TemporaryFolder folder_;
 };
 
-TEST_F(PosixLaunchFailure, NamesAProgramThatIsMissing) {
+TEST_P(PosixLaunchFailure, NamesAProgramThatIsMissing) {
   const std::string missing = folder_.path() / "node";
   EXPECT_EQ(errorOf(program(missing)), missing + ": " + description(ENOENT));
 }
 
-TEST_F(PosixLaunchFailure, NamesAProgramThatIsNotExecutable) {
+TEST_P(PosixLaunchFailure, NamesAProgramThatIsNotExecutable) {
   const std::string plain = folder_.file("node", "#!/bin/sh\n");
   EXPECT_EQ(errorOf(program(plain)), plain + ": " + description(EACCES));
   EXPECT_EQ(errorOf(program(folder_.path())), folder_.path().string() + ": " + description(EACCES));
 }
 
-TEST_F(PosixLaunchFailure, NamesAProgramThatTheSystemCannotRun) {
+TEST_P(PosixLaunchFailure, NamesAProgramThatTheSystemCannotRun) {
   const std::string text = folder_.file("text", "echo never\n", true);
   EXPECT_EQ(errorOf(program(text)), text + ": " + description(ENOEXEC));
   const std::string script = folder_.file("script", "#!/nonexistent/orvel/interpreter\n", true);
   EXPECT_EQ(errorOf(program(script)), script + ": " + description(ENOENT));
 }
 
-TEST_F(PosixLaunchFailure, LooksForNoProgramInPath) {
+TEST_P(PosixLaunchFailure, LooksForNoProgramInPath) {
   EXPECT_EQ(errorOf(program("sh", {"-c", "exit 0"})), "sh: " + description(ENOENT));
   EXPECT_EQ(errorOf(program("")), ": " + description(ENOENT));
 }
 
-TEST_F(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
+TEST_P(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
   const std::string gone = folder_.path() / "gone";
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.workingDirectory = gone;
@@ -161,22 +162,22 @@ TEST_F(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
   EXPECT_EQ(errorOf(request), *request.workingDirectory + ": " + description(ENOTDIR));
 }
 
-TEST_F(PosixLaunchFailure, IsNoneForAnEmptyWorkingDirectory) {
+TEST_P(PosixLaunchFailure, IsNoneForAnEmptyWorkingDirectory) {
   auto request = program("/bin/sh", {"-c", "pwd -P"});
   request.workingDirectory = "";
-  PosixProcessLauncher launcher(processEnvironment());
+  LauncherUnderTest launcher(GetParam());
   EXPECT_EQ(posix_test::run(launcher, request).output,
             std::filesystem::canonical(".").string() + "\n");
 }
 
-TEST_F(PosixLaunchFailure, NamesTheProgramWhenTheWorkingDirectoryIsGood) {
+TEST_P(PosixLaunchFailure, NamesTheProgramWhenTheWorkingDirectoryIsGood) {
   const std::string missing = folder_.path() / "node";
   auto request = program(missing);
   request.workingDirectory = folder_.path();
   EXPECT_EQ(errorOf(request), missing + ": " + description(ENOENT));
 }
 
-TEST_F(PosixLaunchFailure, RunsNoCommandThatWouldBeCutOff) {
+TEST_P(PosixLaunchFailure, RunsNoCommandThatWouldBeCutOff) {
   const std::string text("exit 0\0 || exit 1", 17);
   EXPECT_EQ(errorOf(program("/bin/sh", {"-c", text})), "/bin/sh: " + description(EINVAL));
   auto request = program("/bin/sh", {"-c", "exit 0"});
@@ -184,10 +185,13 @@ TEST_F(PosixLaunchFailure, RunsNoCommandThatWouldBeCutOff) {
   EXPECT_EQ(errorOf(request), "/bin/sh: " + description(EINVAL));
 }
 
-TEST_F(PosixLaunchFailure, NamesTheProgramWhenItsArgumentsAreTooLong) {
+TEST_P(PosixLaunchFailure, NamesTheProgramWhenItsArgumentsAreTooLong) {
   EXPECT_EQ(errorOf(program("/bin/sh", {"-c", std::string(8u << 20, ' ')})),
             "/bin/sh: " + description(E2BIG));
 }
+
+INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildStart, testing::Bool(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(BothWays, PosixLaunchFailure, testing::Bool(), nameOfWay);
 
 }  // namespace
 }  // namespace orvel

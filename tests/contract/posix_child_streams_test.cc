@@ -34,7 +34,7 @@ class SetAside {
   int copy_;
 };
 
-class PosixChildStreams : public testing::Test {
+class PosixChildStreams : public testing::TestWithParam<bool> {
  protected:
   StandardStream to(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
@@ -48,11 +48,11 @@ class PosixChildStreams : public testing::Test {
     return child.process->terminationStatus();
   }
 
-  PosixProcessLauncher launcher_{processEnvironment()};
+  LauncherUnderTest launcher_{GetParam()};
   const TemporaryFolder folder_;
 };
 
-TEST_F(PosixChildStreams, BothOutputsShareOneHandleAndItsPosition) {
+TEST_P(PosixChildStreams, BothOutputsShareOneHandleAndItsPosition) {
   const std::string log = folder_.file("server.log", "");
   auto request = program("/bin/sh", {"-c", "echo one; echo two >&2; echo three"});
   const auto handle = FileHandle::forWriting(log);
@@ -64,13 +64,13 @@ TEST_F(PosixChildStreams, BothOutputsShareOneHandleAndItsPosition) {
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
 
-TEST_F(PosixChildStreams, OutputThrownAwayLeavesTheOtherAlone) {
+TEST_P(PosixChildStreams, OutputThrownAwayLeavesTheOtherAlone) {
   auto request = program("/bin/sh", {"-c", "echo gone >&2; echo kept"});
   request.standardError.kind = StandardStream::Kind::null;
   EXPECT_EQ(run(launcher_, request).output, "kept\n");
 }
 
-TEST_F(PosixChildStreams, InheritsTheApplicationsOwnOutput) {
+TEST_P(PosixChildStreams, InheritsTheApplicationsOwnOutput) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   std::fflush(stdout);
@@ -83,7 +83,7 @@ TEST_F(PosixChildStreams, InheritsTheApplicationsOwnOutput) {
   EXPECT_EQ(pipe->reading->readToEnd(), "inherited\n");
 }
 
-TEST_F(PosixChildStreams, HasNoDescriptorButTheStandardThree) {
+TEST_P(PosixChildStreams, HasNoDescriptorButTheStandardThree) {
   std::vector<int> open;
   for (int i = 0; i < 10; ++i) open.push_back(::dup(STDERR_FILENO));
   open.push_back(::fcntl(STDERR_FILENO, F_DUPFD, 200));
@@ -93,7 +93,7 @@ TEST_F(PosixChildStreams, HasNoDescriptorButTheStandardThree) {
   for (const int descriptor : open) ::close(descriptor);
 }
 
-TEST_F(PosixChildStreams, ALongLivedSiblingDoesNotHoldAPipeOpen) {
+TEST_P(PosixChildStreams, ALongLivedSiblingDoesNotHoldAPipeOpen) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   const auto sibling = launcher_.launch(program("/bin/sleep", {"600"}));
@@ -105,14 +105,14 @@ TEST_F(PosixChildStreams, ALongLivedSiblingDoesNotHoldAPipeOpen) {
   sibling.process->waitUntilExit();
 }
 
-TEST_F(PosixChildStreams, AClosedStandardInputIsTheNullDevice) {
+TEST_P(PosixChildStreams, AClosedStandardInputIsTheNullDevice) {
   const SetAside input(STDIN_FILENO);
   const auto outcome = run(launcher_, program("/bin/cat"));
   EXPECT_EQ(outcome.output, "");
   EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_F(PosixChildStreams, APrivateFileUnderAStandardNumberIsNotInherited) {
+TEST_P(PosixChildStreams, APrivateFileUnderAStandardNumberIsNotInherited) {
   const SetAside input(STDIN_FILENO);
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);
@@ -125,7 +125,7 @@ TEST_F(PosixChildStreams, APrivateFileUnderAStandardNumberIsNotInherited) {
   EXPECT_EQ(secret->reading->readToEnd(), "secret");
 }
 
-TEST_F(PosixChildStreams, HandlesMayThemselvesHaveTheNumbersOfStandardStreams) {
+TEST_P(PosixChildStreams, HandlesMayThemselvesHaveTheNumbersOfStandardStreams) {
   auto first = Pipe::create();
   auto second = Pipe::create();
   ASSERT_TRUE(first && second);
@@ -147,11 +147,13 @@ TEST_F(PosixChildStreams, HandlesMayThemselvesHaveTheNumbersOfStandardStreams) {
   EXPECT_EQ(second->reading->readToEnd(), "err\n");
 }
 
-TEST_F(PosixChildStreams, AHandleThatIsMissingFailsTheLaunch) {
+TEST_P(PosixChildStreams, AHandleThatIsMissingFailsTheLaunch) {
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.standardOutput = to(nullptr);
   EXPECT_EQ(launcher_.launch(request).error, "/bin/sh: " + description(EBADF));
 }
+
+INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildStreams, testing::Bool(), nameOfWay);
 
 TEST(PosixFileHandle, OpensOnlyFilesThatExistAndLeavesTheirContents) {
   const TemporaryFolder folder;

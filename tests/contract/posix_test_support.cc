@@ -47,6 +47,12 @@ LaunchRequest program(const std::string &path, std::vector<std::string> argument
   return request;
 }
 
+LaunchResult LauncherUnderTest::launch(const LaunchRequest &request) {
+  LaunchRequest changed = request;
+  changed.endsWithParent = endsWithParent_;
+  return launcher_.launch(changed);
+}
+
 int openDescriptors() {
   int count = 0;
   DIR *folder = ::opendir("/dev/fd");

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/posix_process_launcher.h"
@@ -31,6 +35,26 @@ Outcome run(ProcessLauncher &launcher, LaunchRequest request);
 Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
+
+/// Starts every child in one of the two ways that Linux needs: with or without
+/// endsWithParent. Both must do the same in everything else.
+class LauncherUnderTest final : public ProcessLauncher {
+ public:
+  explicit LauncherUnderTest(bool endsWithParent,
+                             std::map<std::string, std::string> environment = processEnvironment())
+      : launcher_(std::move(environment)), endsWithParent_(endsWithParent) {}
+
+  LaunchResult launch(const LaunchRequest &request) override;
+
+ private:
+  PosixProcessLauncher launcher_;
+  const bool endsWithParent_;
+};
+
+/// The name of such a way, for the name of a test.
+inline std::string nameOfWay(const testing::TestParamInfo<bool> &endsWithParent) {
+  return endsWithParent.param ? "WithParent" : "OnItsOwn";
+}
 
 /// How many descriptors this process has open.
 int openDescriptors();

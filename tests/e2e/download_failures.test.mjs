@@ -157,8 +157,7 @@ trial('an application that is killed in the middle of a download leaves no part 
   async (user, screen) => {
     const desktop = await startEndless(user, screen);
     await user.forceQuit();
-    // The server is left behind by such an end; the next start would stop it.
-    await waitFor('the end of all processes', () => user.killAll() === 0);
+    await user.assertNothingLeft();
     assert.deepEqual(desktop.opened(), []);
     assert.deepEqual(names(user.home), ['Downloads']);
     assert.deepEqual(names(user.environment.TMPDIR), []);

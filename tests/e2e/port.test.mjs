@@ -48,6 +48,19 @@ trial('a server left behind by an earlier run of this data root is stopped', {},
   });
 });
 
+trial('a server left behind on a non-ASCII path is stopped in a session without a locale', {},
+  async (user) => {
+    user.root = new DataRoot(join(user.folder, 'données €'));
+    await holdingThePort([user.root.script], async (stale) => {
+      await user.startAndPaint({ environment: {
+        ORVEL_OS_ROOT: user.root.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
+      } });
+      assert.ok(!alive(stale.pid));
+      assert.equal(user.root.events('started').length, 2);
+      await user.quit();
+    });
+  });
+
 trial('a program that is no OS server keeps the port', {}, async (user, screen) => {
   const program =
     "require('http').createServer((q, a) => a.writeHead(404).end()).listen(4767, '127.0.0.1')";

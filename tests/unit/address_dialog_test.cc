@@ -167,6 +167,34 @@ TEST_F(AddressDialog, goingBackStartsTheServerAgain) {
   EXPECT_TRUE(delegate().server->isRunning());
 }
 
+TEST_F(AddressDialog, OnlineAndBackWhileQuittingStartsNoSecondServer) {
+  // A server started while quitting would be orphaned.
+  fake.processes.script("/usr/local/bin/node", {{.obeysAfter = std::nullopt}});
+  delegate().startServer();
+  fake.record.take();
+  fake.application.requestTermination();
+  fake.scheduler.schedule(FakeScheduler::Thread::main, 50ms, [this] {
+    delegate().kiesAdres();
+    fake.panels.answer({0, "https://example.test"});
+  });
+  fake.scheduler.schedule(FakeScheduler::Thread::main, 150ms, [this] {
+    delegate().kiesAdres();
+    fake.panels.answer({0, "http://127.0.0.1:4767/"});
+  });
+  fake.scheduler.advance(10s);
+
+  std::vector<std::string> expected{
+      "terminate process 1",    "sleep 100 ms",
+      "alert Adres van het OS", "default osURL = https://example.test",
+      "terminate process 1",    "sleep 100 ms",
+      "alert Adres van het OS", "default osURL = http://127.0.0.1:4767/"};
+  expected.insert(expected.end(), 28, "sleep 100 ms");
+  expected.insert(expected.end(), {"kill process 1", "application terminated"});
+  EXPECT_EQ(fake.record.take(), expected);
+  EXPECT_TRUE(delegate().quitting);
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+}
+
 TEST_F(AddressDialog, addressThatDoesNotAnswerIsStoredAllTheSame) {
   choose("https://example.test");
   fake.scheduler.advance(60s);

@@ -36,6 +36,18 @@ TEST_F(ServerLaunch, runsInTheRootWithPortAndSearchPathReplaced) {
                 {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"}}));
 }
 
+TEST_F(ServerLaunch, ServerAloneEndsWithTheApplication) {
+  fake.locations.executables = {};
+  fake.processes.shell(shellNodeLookup, {"/opt/node\n"});
+  std::vector<std::pair<std::string, bool>> launches;
+  fake.processes.whenLaunched = [&](const LaunchRequest &request) {
+    launches.emplace_back(request.executable, request.endsWithParent);
+  };
+  start();
+  EXPECT_THAT(launches, ElementsAre(std::pair("/bin/zsh", false), std::pair("/bin/zsh", false),
+                                    std::pair("/opt/node", true)));
+}
+
 TEST_F(ServerLaunch, bothOutputsShareOneHandleOnTheEmptiedLog) {
   writeFile(logPath(), "van gisteren");
   start();

@@ -1,0 +1,133 @@
+#include "platform/posix/fork_exec.h"
+
+#if defined(__linux__)
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+
+namespace orvel {
+
+namespace {
+
+/// Where the child keeps its end of the pipe that reports an error. The pipe is
+/// closed on exec, which tells the parent that the program runs.
+constexpr int errorDescriptor = STDERR_FILENO + 1;
+
+/// Blocks every signal of this thread while it lives, so that no handler of
+/// ours runs in the child.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~BlockedSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  BlockedSignals(const BlockedSignals &) = delete;
+  BlockedSignals &operator=(const BlockedSignals &) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+// From here to the program only async-signal-safe calls: other threads of the
+// parent may have held locks when it forked.
+
+void restoreSignals() {
+  struct sigaction defaultAction {};
+  defaultAction.sa_handler = SIG_DFL;
+  // Fails for the few that cannot be changed or that the C library keeps.
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) ::sigaction(signal, &defaultAction, nullptr);
+  sigset_t none;
+  sigemptyset(&none);
+  ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+}
+
+bool placeStream(int source, int number) {
+  if (source == number) return true;
+  if (source != SpawnPlan::nullDevice) return ::dup2(source, number) == number;
+  // Closed first: there may be no other free descriptor.
+  ::close(number);
+  return ::open("/dev/null", number == STDIN_FILENO ? O_RDONLY : O_WRONLY) == number;
+}
+
+bool placeStreams(const SpawnPlan &plan) {
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (!placeStream(plan.streams()[static_cast<std::size_t>(number)], number)) return false;
+  }
+  return true;
+}
+
+[[noreturn]] void runChild(const SpawnPlan &plan, pid_t parent, int errors) {
+  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+  // A parent that died before that call sends no signal.
+  if (::getppid() != parent) ::_exit(EXIT_FAILURE);
+  restoreSignals();
+  const char *folder = plan.workingDirectory().c_str();
+  if (placeStreams(plan) && ::dup3(errors, errorDescriptor, O_CLOEXEC) >= 0) {
+    errors = errorDescriptor;
+    ::closefrom(errorDescriptor + 1);
+    if (*folder == '\0' || ::chdir(folder) == 0) {
+      ::execve(plan.executable(), plan.arguments(), plan.environment());
+    }
+  }
+  const int error = errno;
+  [[maybe_unused]] const ssize_t written = ::write(errors, &error, sizeof error);
+  ::_exit(EXIT_FAILURE);
+}
+
+/// The error number that the child reports, or zero once its program runs.
+int reportedError(int reading) {
+  int error = 0;
+  ssize_t count = 0;
+  while ((count = ::read(reading, &error, sizeof error)) < 0 && errno == EINTR) {
+  }
+  return count == sizeof error ? error : 0;
+}
+
+void reap(pid_t child) {
+  while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+}  // namespace
+
+int forkExecWithParent(const SpawnPlan &plan, pid_t &child) {
+  auto pipe = Pipe::create();
+  if (!pipe) return errno;
+  // Above errorDescriptor, so that neither a stream nor the copy overwrites it.
+  auto errors = std::make_unique<FileHandle>(
+      ::fcntl(pipe->writing->descriptor(), F_DUPFD_CLOEXEC, errorDescriptor + 1));
+  if (errors->descriptor() < 0) return errno;
+  pipe->writing.reset();
+
+  const pid_t parent = ::getpid();
+  pid_t started = 0;
+  int error = 0;
+  {
+    const BlockedSignals blocked;
+    started = ::fork();
+    if (started == 0) runChild(plan, parent, errors->descriptor());
+    if (started < 0) error = errno;
+  }
+  if (started < 0) return error;
+  errors.reset();
+  error = reportedError(pipe->reading->descriptor());
+  if (error != 0) {
+    reap(started);
+    return error;
+  }
+  child = started;
+  return 0;
+}
+
+}  // namespace orvel
+
+#endif

@@ -1,0 +1,45 @@
+// The application dies without stopping its server: the kernel does it then.
+
+import assert from 'node:assert/strict';
+
+import { kill } from './harness/processes.mjs';
+import { Screen } from './harness/screen.mjs';
+import { trialsOn } from './harness/trial.mjs';
+
+const { trial } = trialsOn();
+
+/// Waits for the end of the server and sees that it was asked to end.
+async function serverAskedToEnd(user) {
+  await user.root.serverGone();
+  // More than one may come: the kernel hands the server from a thread that ends
+  // to another one of the same process.
+  const signals = new Set(user.root.events('signal').map(({ signal }) => signal));
+  assert.deepEqual([...signals], ['SIGTERM']);
+  await user.assertNothingLeft();
+}
+
+trial('SIGKILL of the application ends its server', {}, async (user) => {
+  await user.startAndPaint();
+  await user.forceQuit();
+  await serverAskedToEnd(user);
+});
+
+trial('a crash of the application ends its server', {}, async (user) => {
+  const run = await user.startAndPaint();
+  run.forced = true;
+  kill(run.pid, 'SIGABRT');
+  await user.ended(run);
+  await serverAskedToEnd(user);
+});
+
+trial('the loss of the display ends the application and its server', {}, async (user) => {
+  const doomed = await Screen.open({ windowManager: false });
+  try {
+    const run = await user.startAndPaint({ environment: { DISPLAY: doomed.display } });
+    kill(doomed.server.pid);
+    await user.ended(run);
+    await serverAskedToEnd(user);
+  } finally {
+    await doomed.close();
+  }
+});

@@ -1,0 +1,47 @@
+// The process that loads for the page dies: Herlaad brings the page back.
+
+import assert from 'node:assert/strict';
+import { join } from 'node:path';
+import { writeFileSync } from 'node:fs';
+
+import { pageColour } from './harness/page.mjs';
+import { alive, kill } from './harness/processes.mjs';
+import { trialsOn } from './harness/trial.mjs';
+import { waitFor } from './harness/wait.mjs';
+
+const { trial } = trialsOn();
+
+/// What the server does with the reload during which the process dies.
+const replies = {
+  'has no reply yet': () => ({ silent: true }),
+  'was reset': () => ({ reset: true }),
+  'is half there': (gate) => ({ body: 'text '.repeat(100_000), gate }),
+};
+
+for (const [name, reply] of Object.entries(replies)) {
+  trial(`reload that ${name}: the page comes back when the network process has died`, {},
+    async (user, screen) => {
+      user.root.behave({ live: true });
+      await user.startAndPaint();
+      await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+      const [{ pid }] = user.processNamed('WebKitNetworkProcess');
+
+      const gate = join(user.folder, 'gate');
+      user.root.behave({ live: true, routes: { '/': reply(gate) } });
+      await screen.keys('ctrl+r');
+      await waitFor('the reload', () => user.root.requests('/').length >= 2);
+      kill(pid);
+      await waitFor('the end of the network process', () => !alive(pid));
+      writeFileSync(gate, '');
+
+      user.root.behave({ live: true });
+      await screen.keys('ctrl+r');
+      await user.root.painted(2);
+      await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+      await screen.type('usable');
+      await waitFor('the letters in the field', () =>
+        user.root.told('veld').at(-1)?.value === 'usable');
+      assert.equal(user.root.events('started').length, 1, 'the server was not restarted');
+      await user.quit();
+    });
+}
