@@ -13,6 +13,12 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
+// By their names xdotool presses these together with Alt where the keyboard
+// description is that of xkb-data 2.48.
+const keyCodes = { F10: '76', F11: '95' };
+const withCodes = (name) =>
+  name.split('+').map((part) => keyCodes[part] ?? part).join('+');
+
 export class Screen {
   /// Starts the screen; `windowManager` false leaves it without one.
   static async open({ windowManager = true, width = 1200, height = 800 } = {}) {
@@ -72,7 +78,7 @@ export class Screen {
   }
 
   async keys(...names) {
-    await this.tool('xdotool', 'key', '--clearmodifiers', ...names);
+    await this.tool('xdotool', 'key', '--clearmodifiers', ...names.map(withCodes));
   }
 
   async type(text) {
