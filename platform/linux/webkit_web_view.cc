@@ -56,7 +56,9 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
           }),
           this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
-      navigation_(view_.get(), surroundings.cacheFolder, delegate) {
+      navigation_(view_.get(), surroundings.cacheFolder, delegate),
+      printing_(view_.get()),
+      authentication_(view_.get()) {
   disableCaretToggle(view_.get());
   g_signal_connect_swapped(
       view_.get(), "web-process-terminated",
