@@ -20,7 +20,7 @@ packages=(
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
   # What the tests drive it with, and what they look at a release with.
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
-  strace libfaketime
+  strace libfaketime wmctrl poppler-utils cups-daemon cups-client
 )
 
 missing=()

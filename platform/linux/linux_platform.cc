@@ -64,6 +64,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
 }
 
 void LinuxPlatform::gtkStarted() {
+  dialogQuitting_.emplace(application_, menuBar_);
   GtkSettings *settings = gtk_settings_get_default();
   // A bar that fades costs seconds of processor time where the processor draws.
   if (!drawing_.withGraphicsCard) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "platform/linux/archive_unpacker.h"
@@ -8,6 +9,7 @@
 #include "platform/linux/glib_main_queue.h"
 #include "platform/linux/gtk_application.h"
 #include "platform/linux/gtk_commands.h"
+#include "platform/linux/gtk_dialog_quitting.h"
 #include "platform/linux/gtk_menu_bar.h"
 #include "platform/linux/gtk_panels.h"
 #include "platform/linux/gtk_window.h"
@@ -64,6 +66,8 @@ class LinuxPlatform {
   GtkApplicationHost application_;
   GtkCommands commands_;
   GtkMenuBar menuBar_;
+  /// Made once GTK has started.
+  std::optional<GtkDialogQuitting> dialogQuitting_;
   GtkWindowSystem windows_;
   WebKitPageViewFactory webViews_;
   GtkPanels panels_;

@@ -3,6 +3,7 @@
 #include <libsoup/soup.h>
 
 #include "platform/linux/user_agent.h"
+#include "platform/linux/webkit_caret_toggle.h"
 
 namespace orvel {
 
@@ -55,7 +56,10 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
           }),
           this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
-      navigation_(view_.get(), surroundings.cacheFolder, delegate) {
+      navigation_(view_.get(), surroundings.cacheFolder, delegate),
+      printing_(view_.get()),
+      authentication_(view_.get()) {
+  disableCaretToggle(view_.get());
   g_signal_connect_swapped(
       view_.get(), "web-process-terminated",
       G_CALLBACK(+[](WebKitPageView *page, WebKitWebProcessTerminationReason reason) {

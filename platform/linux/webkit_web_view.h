@@ -6,8 +6,10 @@
 #include <string>
 
 #include "platform/linux/gobject_pointer.h"
+#include "platform/linux/webkit_authentication.h"
 #include "platform/linux/webkit_cookie_store.h"
 #include "platform/linux/webkit_navigation.h"
+#include "platform/linux/webkit_printing.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
 
@@ -54,6 +56,8 @@ class WebKitPageView final : public WebView {
   const gulong loadFailed_;
   WebKitCookieStore cookies_;
   WebKitNavigation navigation_;
+  WebKitPrinting printing_;
+  WebKitAuthentication authentication_;
   /// The page that was given as text, while that is what is shown or on its way.
   std::string html_;
   bool isHtmlShown_ = false;

@@ -123,6 +123,23 @@ export class Screen {
     return waitFor('the window', async () => (await this.windows())[0]);
   }
 
+  /// Asks the application to close its main window, as a task bar does, whatever
+  /// window has the keyboard.
+  async closeMainWindow() {
+    await this.tool('wmctrl', '-i', '-c', await this.window());
+  }
+
+  /// Waits until a window other than the main one has the keyboard, and gives
+  /// its number.
+  async secondWindow() {
+    const main = await this.window();
+    return waitFor('a second window', async () => {
+      if ((await this.managedWindows()) !== 2) return null;
+      const active = await this.tool('xdotool', 'getactivewindow');
+      return active !== '' && active !== main ? active : null;
+    });
+  }
+
   /// How many windows the window manager has under its care.
   async managedWindows() {
     const list = await this.tool('xprop', '-root', '_NET_CLIENT_LIST');

@@ -1,0 +1,144 @@
+#include "platform/linux/print_jobs.h"
+
+#include <fcntl.h>
+#include <glib/gstdio.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/linux/gobject_pointer.h"
+
+namespace orvel {
+
+namespace {
+
+/// GTK's "print to file", or null when there is no such printer. It is the one
+/// virtual printer, and is listed without waiting.
+GObjectPointer<GtkPrinter> findFilePrinter() {
+  GObjectPointer<GtkPrinter> found;
+  gtk_enumerate_printers(
+      [](GtkPrinter *printer, gpointer result) -> gboolean {
+        if (!gtk_printer_is_virtual(printer)) return FALSE;
+        *static_cast<GObjectPointer<GtkPrinter> *>(result) = retain(printer);
+        return TRUE;
+      },
+      &found, nullptr, FALSE);
+  return found;
+}
+
+/// The settings with which WebKit draws a job's pages: what the printer's own
+/// software does with them is left out, since a job says what remains for the
+/// application.
+GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
+                                                 const std::string &uri) {
+  auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
+  gtk_print_settings_set_print_pages(settings.get(), gtk_print_job_get_pages(job));
+  int count = 0;
+  if (GtkPageRange *ranges = gtk_print_job_get_page_ranges(job, &count); count > 0) {
+    gtk_print_settings_set_page_ranges(settings.get(), ranges, count);
+  }
+  gtk_print_settings_set_page_set(settings.get(), gtk_print_job_get_page_set(job));
+  gtk_print_settings_set_n_copies(settings.get(), gtk_print_job_get_num_copies(job));
+  gtk_print_settings_set_collate(settings.get(), gtk_print_job_get_collate(job));
+  gtk_print_settings_set_reverse(settings.get(), gtk_print_job_get_reverse(job));
+  gtk_print_settings_set_scale(settings.get(), gtk_print_job_get_scale(job) * 100);
+  gtk_print_settings_set_number_up(settings.get(), static_cast<int>(gtk_print_job_get_n_up(job)));
+  gtk_print_settings_set_number_up_layout(settings.get(), gtk_print_job_get_n_up_layout(job));
+
+  const bool pdf = gtk_printer_accepts_pdf(gtk_print_job_get_printer(job));
+  gtk_print_settings_set_printer(settings.get(), gtk_printer_get_name(filePrinter));
+  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, pdf ? "pdf" : "ps");
+  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI, uri.c_str());
+  return settings;
+}
+
+/// Draws into the file that the settings name.
+GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrintSettings *settings,
+                                                   GtkPageSetup *pageSetup) {
+  auto operation = adopt(webkit_print_operation_new(view));
+  webkit_print_operation_set_print_settings(operation.get(), settings);
+  webkit_print_operation_set_page_setup(operation.get(), pageSetup);
+  return operation;
+}
+
+/// Sends a file to a job's printer and unlinks it.
+void send(GtkPrintJob *job, const std::string &path) {
+  const int file = g_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  if (file < 0) return;
+  if (!gtk_print_job_set_source_fd(job, file, nullptr)) {
+    close(file);
+    return;
+  }
+  gtk_print_job_send(
+      job, [](GtkPrintJob *, gpointer, const GError *) {}, GINT_TO_POINTER(file),
+      [](gpointer sent) { close(GPOINTER_TO_INT(sent)); });
+}
+
+}  // namespace
+
+/// A job whose pages WebKit draws into a temporary file.
+class PrintJobs::Drawing {
+ public:
+  Drawing(GObjectPointer<GtkPrintJob> job, std::string path)
+      : job_(std::move(job)), path_(std::move(path)) {}
+  ~Drawing() {
+    if (operation_) g_signal_handlers_disconnect_by_data(operation_.get(), this);
+    g_unlink(path_.c_str());
+  }
+  Drawing(const Drawing &) = delete;
+  Drawing &operator=(const Drawing &) = delete;
+
+  void start(PrintJobs &jobs, GObjectPointer<WebKitPrintOperation> operation) {
+    jobs_ = &jobs;
+    operation_ = std::move(operation);
+    g_signal_connect_swapped(operation_.get(), "failed",
+                             G_CALLBACK(+[](Drawing *self) { self->failed_ = true; }), this);
+    g_signal_connect_swapped(operation_.get(), "finished", G_CALLBACK(+[](Drawing *self) {
+                               if (!self->failed_) send(self->job_.get(), self->path_);
+                               self->jobs_->drawn(self);
+                             }),
+                             this);
+    webkit_print_operation_print(operation_.get());
+  }
+
+ private:
+  const GObjectPointer<GtkPrintJob> job_;
+  const std::string path_;
+  PrintJobs *jobs_ = nullptr;
+  GObjectPointer<WebKitPrintOperation> operation_;
+  bool failed_ = false;
+};
+
+PrintJobs::PrintJobs(WebKitWebView *view) : view_(view) {}
+
+PrintJobs::~PrintJobs() = default;
+
+void PrintJobs::drawn(const Drawing *drawing) {
+  std::erase_if(drawings_, [drawing](const auto &one) { return one.get() == drawing; });
+}
+
+void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSetup *pageSetup) {
+  if (gtk_printer_is_virtual(printer)) {
+    webkit_print_operation_print(makeOperation(view_, settings, pageSetup).get());
+    return;
+  }
+  const auto filePrinter = findFilePrinter();
+  if (!filePrinter) return;
+  char *path = nullptr;
+  const int file = g_file_open_tmp("orvel-print-XXXXXX", &path, nullptr);
+  if (file < 0) return;
+  close(file);
+  const char *title = webkit_web_view_get_title(view_);
+  // Made first: it takes out of the settings what the printer does by itself.
+  auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
+  char *uri = g_filename_to_uri(path, nullptr, nullptr);
+  const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);
+  drawings_.push_back(std::make_unique<Drawing>(std::move(job), path));
+  g_free(uri);
+  g_free(path);
+  drawings_.back()->start(*this, makeOperation(view_, drawing.get(), pageSetup));
+}
+
+}  // namespace orvel

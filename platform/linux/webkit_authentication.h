@@ -1,0 +1,29 @@
+#pragma once
+
+#include <webkit/webkit.h>
+
+#include "platform/linux/gobject_pointer.h"
+
+namespace orvel {
+
+/// Lets Escape cancel WebKit's dialog for HTTP authentication, which is drawn
+/// over the page and has a button for it but no key. Main thread only.
+class WebKitAuthentication {
+ public:
+  explicit WebKitAuthentication(WebKitWebView *view);
+  ~WebKitAuthentication();
+  WebKitAuthentication(const WebKitAuthentication &) = delete;
+  WebKitAuthentication &operator=(const WebKitAuthentication &) = delete;
+
+ private:
+  void asked(WebKitAuthenticationRequest *request);
+  void forget();
+  bool cancel();
+
+  const GObjectPointer<WebKitWebView> view_;
+  GtkEventController *const keys_;
+  /// The request that WebKit's dialog shows, or null when none is open.
+  GObjectPointer<WebKitAuthenticationRequest> request_;
+};
+
+}  // namespace orvel

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <gtk/gtkunixprint.h>
+#include <webkit/webkit.h>
+
+#include "platform/linux/gobject_pointer.h"
+#include "platform/linux/print_jobs.h"
+
+namespace orvel {
+
+/// Prints a view when its page asks for it. WebKit's own print dialog runs a
+/// nested main loop, in which the application cannot end; this one does not, and
+/// script in the page goes on while it is open. Main thread only.
+class WebKitPrinting {
+ public:
+  explicit WebKitPrinting(WebKitWebView *view);
+  ~WebKitPrinting();
+  WebKitPrinting(const WebKitPrinting &) = delete;
+  WebKitPrinting &operator=(const WebKitPrinting &) = delete;
+
+ private:
+  void openDialog();
+  void closeDialog();
+  void print();
+
+  const GObjectPointer<WebKitWebView> view_;
+  PrintJobs jobs_;
+  /// The open dialog, or null.
+  GtkPrintUnixDialog *dialog_ = nullptr;
+};
+
+}  // namespace orvel

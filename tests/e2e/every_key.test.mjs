@@ -1,0 +1,66 @@
+// Every function, editing and navigation key, with every modifier: on a screen
+// without a window manager, so that all of them reach the application.
+
+import assert from 'node:assert/strict';
+
+import { trialsOn } from './harness/trial.mjs';
+import { waitFor } from './harness/wait.mjs';
+
+const { trial } = trialsOn({ windowManager: false });
+
+const keys = [
+  ...Array.from({ length: 12 }, (_, index) => `F${index + 1}`),
+  'BackSpace', 'Delete', 'Insert', 'Tab', 'Return', 'KP_Enter', 'space', 'Escape', 'Menu',
+  'Home', 'End', 'Prior', 'Next', 'Left', 'Right', 'Up', 'Down',
+];
+const modifiers = ['', 'shift', 'ctrl', 'alt', 'super'];
+
+/// Longer than a caret blinks: GTK looks at it with each blink.
+const blinkMilliseconds = 3000;
+
+const page = (field) => `${field}<script>
+  addEventListener('keydown', ({ key }) => {
+    tell('toets', { key });
+    if (key === 'F7') setTimeout(() => tell('geknipperd'), ${blinkMilliseconds});
+  });
+</script>`;
+
+for (const [where, field] of Object.entries({
+  'in a text field': '<input id="veld" autocomplete="off" value="abc">',
+  'in a text area': '<textarea id="veld">abc</textarea>',
+  'on the page': '',
+})) {
+  trial(`the application survives every key ${where}`, { timeout: 300_000 },
+    async (user, screen) => {
+      const painted = await user.startWithPage(page(field));
+      // Without a manager the window under the pointer has the keyboard.
+      const place = field ? screen.placeOf(painted, 'veld') : [900, 700];
+      await screen.click(...place);
+      const told = (matches) => user.root.told('toets').filter(matches).length;
+
+      /// Gives the page the keyboard, which some keys move to the header bar or to
+      /// a menu, and waits until it gets a letter.
+      const pageHasTheKeyboard = async (after) => {
+        const before = told(({ key }) => key === 'q');
+        await waitFor(`the keyboard on the page after ${after}`, async () => {
+          await screen.keys('Escape');
+          await screen.click(...place);
+          await screen.keys('q');
+          return told(({ key }) => key === 'q') > before;
+        }, { every: 100 });
+      };
+      for (const key of keys) {
+        for (const modifier of modifiers) {
+          const pressed = modifier ? `${modifier}+${key}` : key;
+          await screen.keys(pressed);
+          // Closes the menu that some of them open.
+          await screen.keys('Escape');
+        }
+        await pageHasTheKeyboard(key);
+      }
+      assert.equal(told(({ key }) => key === 'F7'), modifiers.length, 'the page gets every F7');
+      await waitFor('the blinks after each F7', () =>
+        user.root.told('geknipperd').length === modifiers.length);
+      await user.quit();
+    });
+}

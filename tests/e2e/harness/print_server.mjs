@@ -1,0 +1,82 @@
+// A CUPS server of the test's own with one queue, which keeps what it is sent.
+
+import { execFile, spawn } from 'node:child_process';
+import { mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { createServer } from 'node:net';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { promisify } from 'node:util';
+
+import { alive, kill } from './processes.mjs';
+import { waitFor } from './wait.mjs';
+
+const run = promisify(execFile);
+
+async function freePort() {
+  const server = createServer();
+  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
+  const { port } = server.address();
+  await new Promise((resolve) => server.close(resolve));
+  return port;
+}
+
+export class PrintServer {
+  static async open(queue) {
+    const server = new PrintServer();
+    server.folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-cups-'));
+    const at = (name) => join(server.folder, name);
+    for (const name of ['etc', 'spool', 'tmp', 'cache', 'state']) mkdirSync(at(name));
+    server.address = `127.0.0.1:${await freePort()}`;
+    writeFileSync(at('cupsd.conf'), `Listen ${server.address}
+Browsing No
+PreserveJobFiles Yes
+DefaultAuthType None
+<Location />
+  Allow all
+</Location>
+<Location /admin>
+  Allow all
+</Location>
+<Policy default>
+  <Limit All>
+    Allow all
+  </Limit>
+</Policy>
+`);
+    writeFileSync(at('cups-files.conf'), `FileDevice Yes
+ServerRoot ${at('etc')}
+RequestRoot ${at('spool')}
+TempDir ${at('tmp')}
+CacheDir ${at('cache')}
+StateDir ${at('state')}
+AccessLog ${at('access_log')}
+ErrorLog ${at('error_log')}
+PageLog ${at('page_log')}
+`);
+    server.process = spawn('/usr/sbin/cupsd',
+      ['-f', '-c', at('cupsd.conf'), '-s', at('cups-files.conf')], { stdio: 'ignore' });
+    const addQueue = ['-h', server.address, '-p', queue, '-v', 'file:///dev/null', '-m', 'raw', '-E'];
+    await waitFor('a print queue', () =>
+      run('/usr/sbin/lpadmin', addQueue).then(() => true, () => false));
+    return server;
+  }
+
+  /// Makes it hang: it still takes connections, and answers nothing.
+  hang() {
+    kill(this.process.pid, 'SIGSTOP');
+  }
+
+  /// The files that it was sent, in order.
+  documents() {
+    const folder = join(this.folder, 'spool');
+    return readdirSync(folder).filter((name) => /^d\d+-\d+$/.test(name)).sort()
+      .map((name) => join(folder, name));
+  }
+
+  async close() {
+    kill(this.process.pid, 'SIGTERM');
+    kill(this.process.pid, 'SIGCONT');
+    await waitFor('the end of the print server', () => !alive(this.process.pid));
+    rmSync(this.folder, { recursive: true, force: true });
+  }
+}

@@ -1,0 +1,168 @@
+// Printing that a page asks for.
+
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { existsSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { PrintServer } from './harness/print_server.mjs';
+import { trialsOn } from './harness/trial.mjs';
+import { waitFor } from './harness/wait.mjs';
+
+const { trial, keep } = trialsOn();
+
+const printButton = '<button id="open" onclick="print(); tell(\'na\')">afdrukken</button>';
+const pages = `<style>
+    @media print { html, body { height: auto; overflow: visible; } button { display: none; } }
+    p { break-after: page; margin: 0; }
+  </style><p>eerste blad</p><p>tweede blad</p><div>derde blad</div>`;
+
+/// The texts of a PDF file's pages.
+function textsOf(path) {
+  const text = execFileSync('pdftotext', ['-layout', path, '-'], { encoding: 'utf8' });
+  return text.split('\f').slice(0, -1).map((page) => page.trim().replace(/\s+/g, ' '));
+}
+
+/// Where a printer stands in the list of the dialog.
+async function placeOfPrinter(row, screen, dialog) {
+  const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', dialog);
+  const [left, top] = ['X', 'Y'].map((name) =>
+    Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
+  return [left + 80, top + 82 + 32 * row];
+}
+
+/// Whether the label of the dialog's button is as light as that of one that can
+/// be pressed.
+function canPrint(screen, [x, y]) {
+  const picture = screen.picture();
+  for (let across = -20; across <= 20; across += 1) {
+    if (picture.at(x + 507 + across, y + 350)[0] > 180) return true;
+  }
+  return false;
+}
+
+/// Chooses a printer by its row and prints, once the printer is listed and has
+/// told of itself.
+async function printOn(row, screen, dialog) {
+  const place = await placeOfPrinter(row, screen, dialog);
+  await waitFor('the end of the print dialog', async () => {
+    await screen.click(...place);
+    await screen.keys('alt+p');
+    return (await screen.managedWindows()) === 1;
+  }, { every: 300 });
+}
+
+/// Prints to GTK's own file and gives the texts of its pages.
+async function printToFile(user, screen) {
+  await printOn(0, screen, await screen.secondWindow());
+  const path = join(user.folder, 'output.pdf');
+  await waitFor('the whole file', () =>
+    existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
+  return textsOf(path);
+}
+
+trial('a page is printed to a PDF file', {}, async (user, screen) => {
+  const told = await user.startWithPage(`${printButton}${pages}`);
+  await screen.clickElement(told, 'open');
+  await screen.secondWindow();
+  await keep('print dialog');
+  await waitFor('the page to go on', () => user.root.told('na').length === 1);
+  assert.deepEqual(await printToFile(user, screen), ['eerste blad', 'tweede blad', 'derde blad']);
+  await user.quit();
+});
+
+trial('the page is told when it is printed, and not of a dialog that is cancelled', {},
+  async (user, screen) => {
+    const told = await user.startWithPage(`${printButton}${pages}<script>
+      onbeforeprint = () => tell('afdruk', { event: 'before' });
+      onafterprint = () => tell('afdruk', { event: 'after' });
+    </script>`);
+    await screen.clickElement(told, 'open');
+    await screen.secondWindow();
+    await screen.keys('Escape');
+    await screen.managing(1);
+    await screen.clickElement(told, 'open');
+    await printToFile(user, screen);
+    await waitFor('the end of printing', () => user.root.told('afdruk').length >= 2);
+    assert.deepEqual(user.root.told('afdruk'), [{ event: 'before' }, { event: 'after' }]);
+    await user.quit();
+  });
+
+trial('a page is printed on a printer', {}, async (user, screen) => {
+  const printers = await PrintServer.open('Archief');
+  try {
+    const told = await user.startWithPage(`${printButton}${pages}`, {}, {
+      environment: { CUPS_SERVER: printers.address },
+    });
+    await screen.clickElement(told, 'open');
+    await printOn(1, screen, await screen.secondWindow());
+    await waitFor('a document', () => printers.documents().length > 0);
+    await user.quit();
+    await user.assertNothingLeft();
+    assert.equal(printers.documents().length, 1);
+    assert.deepEqual(textsOf(printers.documents()[0]),
+      ['eerste blad', 'tweede blad', 'derde blad']);
+  } finally {
+    await keep('printer');
+    await printers.close();
+  }
+});
+
+trial('a printer that hangs does not hold up quitting', {}, async (user, screen) => {
+  const printers = await PrintServer.open('Archief');
+  try {
+    const told = await user.startWithPage(`${printButton}${pages}`, {}, {
+      environment: { CUPS_SERVER: printers.address },
+    });
+    await screen.clickElement(told, 'open');
+    const place = await placeOfPrinter(1, screen, await screen.secondWindow());
+    await waitFor('a button that prints', async () => {
+      await screen.click(...place);
+      return canPrint(screen, place);
+    }, { every: 300 });
+    printers.hang();
+    await waitFor('the end of the print dialog', async () => {
+      await screen.keys('alt+p');
+      return (await screen.managedWindows()) === 1;
+    }, { every: 300 });
+    const { code, signal } = await user.quit();
+    assert.deepEqual({ code, signal }, { code: 0, signal: null });
+    await user.assertNothingLeft();
+  } finally {
+    await printers.close();
+  }
+});
+
+trial('a page that asks again while the dialog is open gets no second one', {},
+  async (user, screen) => {
+    const told = await user.startWithPage(`<button id="open" onclick="begin()">afdrukken</button>
+      <script>
+        function begin() {
+          let times = 0;
+          setInterval(() => {
+            print();
+            times += 1;
+            tell('keer', { times });
+          }, 50);
+        }
+      </script>`);
+    const most = screen.watchWindows();
+    await screen.clickElement(told, 'open');
+    await screen.secondWindow();
+    await waitFor('ten requests', () => user.root.told('keer').length >= 10);
+    assert.equal(await most(), 2);
+    await user.quit();
+  });
+
+trial('the print dialog goes with the page that asked for it', {}, async (user, screen) => {
+  const told = await user.startWithPage(
+    `<button id="open" onclick="print(); setInterval(look, 50)">afdrukken</button><script>
+      const look = () => fetch('/doorgaan').then(({ ok }) => ok && (location = '/elders'));
+    </script>`, { live: true, routes: { '/elders': { page: 'elders' } } });
+  await screen.clickElement(told, 'open');
+  await screen.secondWindow();
+  user.root.behave({ routes: { '/doorgaan': {}, '/elders': { page: 'elders' } } });
+  await user.root.painted(2);
+  await screen.managing(1);
+  await user.quit();
+});
