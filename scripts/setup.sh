@@ -20,7 +20,7 @@ packages=(
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
   # What the tests drive it with.
   libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
-  strace libfaketime
+  strace libfaketime at-spi2-core libatspi2.0-dev x11-xserver-utils xsettingsd
 )
 
 missing=()

@@ -3,6 +3,7 @@
 import assert from 'node:assert/strict';
 
 import { pageColour } from './harness/page.mjs';
+import { F10, F11 } from './harness/screen.mjs';
 import { trialsOn } from './harness/trial.mjs';
 import { waitFor } from './harness/wait.mjs';
 
@@ -43,7 +44,7 @@ trial('full screen takes the whole screen and gives it back', {}, async (user, s
   const window = await screen.window();
   const { height } = screen.picture();
   const told = () => user.root.told('maat').at(-1)?.height ?? 0;
-  for (const keys of ['F11', 'ctrl+super+f']) {
+  for (const keys of [F11, 'ctrl+super+f']) {
     await screen.keys(keys);
     await waitFor('a page as high as the screen', () => told() === height);
     assert.match(await screen.property(window, '_NET_WM_STATE'), /FULLSCREEN/);
@@ -73,7 +74,7 @@ trial('the menu opens, and About with it', { information: { CFBundleShortVersion
     await user.startAndPaint();
     const below = [100, 130];
     await waitFor('the page on the screen', () => screen.picture().shows(pageColour, ...below));
-    await screen.keys('F10');
+    await screen.keys(F10);
     await waitFor('an open menu', () => !screen.picture().shows(pageColour, ...below));
     await keep('menu');
     assert.equal(await screen.managedWindows(), 1);
@@ -90,7 +91,7 @@ trial('the menu opens, and About with it', { information: { CFBundleShortVersion
     await user.root.painted(2);
 
     // And over the dialog: it does not stand in the way of quitting.
-    await screen.keys('F10');
+    await screen.keys(F10);
     await waitFor('an open menu', () => !screen.picture().shows(pageColour, ...below));
     await screen.keys('Return');
     await waitFor('the About dialog', async () => (await screen.managedWindows()) === 2);

@@ -13,6 +13,11 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
+/// Function keys by code: some layouts have these symbols on a level that needs a
+/// modifier, which xdotool would press too.
+export const F10 = '76';
+export const F11 = '95';
+
 export class Screen {
   /// Starts the screen; `windowManager` false leaves it without one.
   static async open({ windowManager = true, width = 1200, height = 800 } = {}) {
@@ -168,7 +173,7 @@ export class Screen {
   /// as another window has given the keyboard back.
   async openMenu() {
     await waitFor('the menu', async () => {
-      await this.keys('F10');
+      await this.keys(F10);
       return this.menu(true, { timeout: 2000 }).then(() => true, () => false);
     });
   }
