@@ -20,7 +20,8 @@ packages=(
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
   # What the tests drive it with, and what they look at a release with.
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
-  strace libfaketime wmctrl poppler-utils cups-daemon cups-client
+  strace libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
+  x11-xserver-utils xsettingsd
 )
 
 missing=()

@@ -2,6 +2,7 @@
 
 #include <webkit/webkit.h>
 
+#include "platform/linux/full_screen_bar.h"
 #include "platform/linux/gobject_pointer.h"
 
 namespace orvel {
@@ -32,7 +33,7 @@ EditingNames editingNames(MenuAction action) {
 
 /// The page of a window, when that is what the window shows.
 GtkWidget *pageOf(::GtkWindow *window) {
-  GtkWidget *child = gtk_window_get_child(window);
+  GtkWidget *child = contentOf(window);
   return child != nullptr && WEBKIT_IS_WEB_VIEW(child) ? child : nullptr;
 }
 

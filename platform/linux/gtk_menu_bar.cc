@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/linux/full_screen_bar.h"
 #include "platform/linux/key_equivalents.h"
 
 namespace orvel {
@@ -58,7 +59,7 @@ gboolean focusContent(gpointer bar) {
   GtkWidget *focus = gtk_window_get_focus(window);
   GtkWidget *menu = focus != nullptr ? gtk_widget_get_ancestor(focus, GTK_TYPE_POPOVER) : nullptr;
   if (menu != nullptr && gtk_widget_get_visible(menu)) return G_SOURCE_REMOVE;
-  gtk_widget_grab_focus(gtk_window_get_child(window));
+  gtk_widget_grab_focus(contentOf(window));
   return G_SOURCE_REMOVE;
 }
 

@@ -26,11 +26,14 @@ std::string shortened(const std::string &text, glong most, const char *end) {
   return std::string(beginning.get()) + end;
 }
 
+/// What an alert shows of a text.
+std::string shown(const std::string &text) { return shortened(text, longestText, "…"); }
+
 /// One alert on the screen. It lives until it is answered, in whatever way.
 class OpenAlert {
  public:
   OpenAlert(const Alert &alert, std::function<void(AlertAnswer)> completion)
-      : completion_(std::move(completion)), window_(GTK_WINDOW(gtk_window_new())) {
+      : completion_(std::move(completion)), window_(makeWindow()) {
     gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
     gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
     gtk_window_set_resizable(window_, FALSE);
@@ -48,6 +51,8 @@ class OpenAlert {
                              }),
                              this);
     closeOnEscape();
+    showFocusFromFirstKey();
+    describe(alert);
   }
 
   ::GtkWindow *window() const { return window_; }
@@ -63,6 +68,20 @@ class OpenAlert {
   }
 
  private:
+  /// The role can be set only while the window is made.
+  static ::GtkWindow *makeWindow() {
+    return GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
+                                   GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
+  }
+
+  /// Gives screen readers the texts: GTK 4.8 takes no description from a relation,
+  /// and a name from a relation comes after that of the title, which may be truncated.
+  void describe(const Alert &alert) {
+    gtk_accessible_update_property(
+        GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL, shown(alert.messageText).c_str(),
+        GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, shown(alert.informativeText).c_str(), -1);
+  }
+
   GtkWidget *makeContent(const Alert &alert) {
     GtkWidget *content = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
     gtk_widget_set_margin_start(content, margin);
@@ -76,24 +95,35 @@ class OpenAlert {
   }
 
   /// A message that is longer than the screen scrolls: the buttons stay.
-  static GtkWidget *makeText(const Alert &alert) {
+  GtkWidget *makeText(const Alert &alert) {
     GtkWidget *text = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
-    gtk_box_append(GTK_BOX(text), makeLabel(alert.messageText, "message"));
+    message_ = makeLabel(alert.messageText, "message");
+    gtk_box_append(GTK_BOX(text), message_);
     if (!alert.informativeText.empty()) {
       gtk_box_append(GTK_BOX(text), makeLabel(alert.informativeText, "information"));
     }
-    GtkWidget *scroller = gtk_scrolled_window_new();
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER,
-                                   GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_propagate_natural_width(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    gtk_scrolled_window_set_max_content_height(GTK_SCROLLED_WINDOW(scroller), mostTextHeight);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), text);
-    return scroller;
+    GtkWidget *widget = gtk_scrolled_window_new();
+    auto *scroller = GTK_SCROLLED_WINDOW(widget);
+    gtk_scrolled_window_set_policy(scroller, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_propagate_natural_width(scroller, TRUE);
+    gtk_scrolled_window_set_propagate_natural_height(scroller, TRUE);
+    gtk_scrolled_window_set_max_content_height(scroller, mostTextHeight);
+    gtk_scrolled_window_set_child(scroller, text);
+    scrollByPageKeys(widget);
+    // A stop of the Tab key only where there is something to scroll.
+    gtk_widget_set_can_focus(widget, FALSE);
+    g_signal_connect_object(gtk_scrolled_window_get_vadjustment(scroller), "changed",
+                            G_CALLBACK(+[](GtkAdjustment *adjustment, GtkWidget *scrolled) {
+                              gtk_widget_set_can_focus(
+                                  scrolled, gtk_adjustment_get_upper(adjustment) >
+                                                gtk_adjustment_get_page_size(adjustment));
+                            }),
+                            widget, G_CONNECT_DEFAULT);
+    return widget;
   }
 
   static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
-    GtkWidget *label = gtk_label_new(shortened(text, longestText, "…").c_str());
+    GtkWidget *label = gtk_label_new(shown(text).c_str());
     gtk_widget_add_css_class(label, styleClass);
     gtk_label_set_wrap(GTK_LABEL(label), TRUE);
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
@@ -107,6 +137,8 @@ class OpenAlert {
     field_ = gtk_entry_new();
     gtk_editable_set_text(GTK_EDITABLE(field_), field.text.c_str());
     gtk_entry_set_activates_default(GTK_ENTRY(field_), TRUE);
+    gtk_accessible_update_relation(GTK_ACCESSIBLE(field_), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
+                                   message_, nullptr, -1);
     gtk_widget_set_halign(field_, GTK_ALIGN_START);
     gtk_widget_set_size_request(field_, static_cast<int>(field.width),
                                 static_cast<int>(field.height));
@@ -140,12 +172,39 @@ class OpenAlert {
   }
 
   void closeOnEscape() {
-    GtkEventController *controller = gtk_shortcut_controller_new();
+    auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
     gtk_shortcut_controller_add_shortcut(
-        GTK_SHORTCUT_CONTROLLER(controller),
-        gtk_shortcut_new(gtk_keyval_trigger_new(GDK_KEY_Escape, GdkModifierType{}),
-                         gtk_named_action_new("window.close")));
-    gtk_widget_add_controller(GTK_WIDGET(window_), controller);
+        keys, shortcut(GDK_KEY_Escape, gtk_named_action_new("window.close")));
+    gtk_widget_add_controller(GTK_WIDGET(window_), GTK_EVENT_CONTROLLER(keys));
+  }
+
+  /// GTK's own mark of the focus goes out three seconds after each key.
+  void showFocusFromFirstKey() {
+    GtkEventController *keys = gtk_event_controller_key_new();
+    gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
+    g_signal_connect_swapped(keys, "key-pressed", G_CALLBACK(+[](GtkWidget *window) {
+                               gtk_widget_add_css_class(window, "keyboard");
+                               return gboolean{FALSE};
+                             }),
+                             window_);
+    gtk_widget_add_controller(GTK_WIDGET(window_), keys);
+  }
+
+  /// Has Page Up and Page Down scroll the text, whichever widget has the focus.
+  static void scrollByPageKeys(GtkWidget *scroller) {
+    auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
+    gtk_shortcut_controller_set_scope(keys, GTK_SHORTCUT_SCOPE_GLOBAL);
+    for (const auto &[key, step] : {std::pair{guint{GDK_KEY_Page_Up}, GTK_SCROLL_PAGE_BACKWARD},
+                                    std::pair{guint{GDK_KEY_Page_Down}, GTK_SCROLL_PAGE_FORWARD}}) {
+      GtkShortcut *scroll = shortcut(key, gtk_signal_action_new("scroll-child"));
+      gtk_shortcut_set_arguments(scroll, g_variant_new("(ib)", step, FALSE));
+      gtk_shortcut_controller_add_shortcut(keys, scroll);
+    }
+    gtk_widget_add_controller(scroller, GTK_EVENT_CONTROLLER(keys));
+  }
+
+  static GtkShortcut *shortcut(guint key, GtkShortcutAction *action) {
+    return gtk_shortcut_new(gtk_keyval_trigger_new(key, GdkModifierType{}), action);
   }
 
   void answer(std::optional<int> button) {
@@ -160,6 +219,7 @@ class OpenAlert {
 
   std::function<void(AlertAnswer)> completion_;
   ::GtkWindow *const window_;
+  GtkWidget *message_ = nullptr;
   GtkWidget *field_ = nullptr;
 };
 

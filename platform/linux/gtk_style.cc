@@ -32,6 +32,9 @@ window.orvel.solid-csd { padding: 0; border: none; box-shadow: none; }
   min-height: 36px; padding: 0 6px;
 }
 .orvel headerbar button { color: @orvel_text; }
+.orvel revealer headerbar, .orvel revealer headerbar:backdrop {
+  border-bottom: 1px solid @orvel_line;
+}
 
 .orvel menubar { background: none; border: none; box-shadow: none; padding: 0; }
 .orvel menubar > item {
@@ -69,6 +72,9 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 .orvel.alert button:hover { background: mix(@orvel_raised, #8fa3b8, 0.24); }
 .orvel.alert button.suggested-action { background: @orvel_accent; color: @orvel_tone; border-color: @orvel_accent; }
 .orvel.alert button.suggested-action:hover { background: mix(@orvel_accent, #ffffff, 0.25); }
+.orvel.alert.keyboard button:focus, .orvel.alert.keyboard scrolledwindow:focus {
+  outline: 2px solid @orvel_bright; outline-offset: 2px;
+}
 )css";
 
 /// Setting it where it is set already would load the theme again.

@@ -13,9 +13,9 @@ namespace {
 
 constexpr guint settledMilliseconds = 400;
 
-GtkWidget *makeHeader(const WindowConfiguration &configuration, const GtkMenuBar &menuBar) {
+GtkWidget *makeHeader(const WindowConfiguration &configuration, GtkWidget *menuBar) {
   GtkWidget *header = gtk_header_bar_new();
-  gtk_header_bar_pack_start(GTK_HEADER_BAR(header), menuBar.makeWidget());
+  gtk_header_bar_pack_start(GTK_HEADER_BAR(header), menuBar);
   if (!configuration.titleVisible) {
     gtk_header_bar_set_title_widget(GTK_HEADER_BAR(header),
                                     gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
@@ -28,12 +28,14 @@ int pixels(double points) { return static_cast<int>(points); }
 }  // namespace
 
 GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &content,
-                             const std::optional<Rect> &screen, GtkApplicationHost &application,
-                             GtkMenuBar &menuBar, UserDefaults &defaults)
+                             GtkApplicationHost &application, GtkMenuBar &menuBar,
+                             UserDefaults &defaults)
     : application_(application),
       defaults_(defaults),
       autosaveName_(configuration.frameAutosaveName),
-      window_(GTK_WINDOW(gtk_window_new())) {
+      window_(GTK_WINDOW(gtk_window_new())),
+      minimumWidth_(configuration.minimumWidth),
+      minimumHeight_(configuration.minimumHeight) {
   auto &page = dynamic_cast<WebKitPageView &>(content);
   page.setColorBehind(configuration.backgroundColor);
 
@@ -42,9 +44,10 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &
   // Before the menus are in the window: each key would be told to each of their items.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
-  gtk_window_set_titlebar(window_, makeHeader(configuration, menuBar));
-  gtk_window_set_child(window_, page.widget());
-  restoreFrame(configuration, screen);
+  GtkWidget *menus = menuBar.makeWidget();
+  fullScreenBar_.emplace(window_, makeHeader(configuration, menus), menus, page.widget());
+  monitors_.emplace(window_, [this] { fitMinimumSize(); });
+  restoreFrame(configuration);
   application_.addWindow(window_);
   application_.beforeEnd([this] { keepFrame(); });
 
@@ -63,28 +66,41 @@ GtkMainWindow::~GtkMainWindow() {
   application_.beforeEnd(nullptr);
   g_clear_handle_id(&keeping_, g_source_remove);
   g_signal_handlers_disconnect_by_data(window_, this);
+  monitors_.reset();
+  fullScreenBar_.reset();
   gtk_window_destroy(window_);
 }
 
-void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration,
-                                 const std::optional<Rect> &screen) {
-  const Rect room = screen.value_or(configuration.contentRect);
-  // A window must fit the screen, even one that is smaller than the minimum.
-  const int minimumWidth = pixels(std::min(configuration.minimumWidth, room.width));
-  const int minimumHeight = pixels(std::min(configuration.minimumHeight, room.height));
-  gtk_widget_set_size_request(GTK_WIDGET(window_), minimumWidth, minimumHeight);
+std::optional<Rect> GtkMainWindow::room() const {
+  const auto monitor = monitors_->monitor();
+  return monitor ? std::optional(visibleFrame(monitor.get())) : std::nullopt;
+}
 
+void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
+  fitMinimumSize();
+  const Rect room = this->room().value_or(configuration.contentRect);
   const auto kept = parseFrame(defaults_.text(autosaveName_).value_or(""));
   const WindowFrame frame = kept.value_or(WindowFrame{
       pixels(configuration.contentRect.width), pixels(configuration.contentRect.height), true});
-  gtk_window_set_default_size(window_, std::clamp(frame.width, minimumWidth, pixels(room.width)),
-                              std::clamp(frame.height, minimumHeight, pixels(room.height)));
+  const auto fitted = [](int size, double minimum, double most) {
+    return std::clamp(size, pixels(std::min(minimum, most)), pixels(most));
+  };
+  gtk_window_set_default_size(window_, fitted(frame.width, minimumWidth_, room.width),
+                              fitted(frame.height, minimumHeight_, room.height));
   if (frame.maximised) gtk_window_maximize(window_);
+}
+
+// A window must fit the screen, even one that is smaller than the minimum.
+void GtkMainWindow::fitMinimumSize() {
+  const auto room = this->room();
+  const double width = room ? std::min(minimumWidth_, room->width) : minimumWidth_;
+  const double height = room ? std::min(minimumHeight_, room->height) : minimumHeight_;
+  gtk_widget_set_size_request(GTK_WIDGET(window_), pixels(width), pixels(height));
 }
 
 void GtkMainWindow::makeKeyAndOrderFront() {
   gtk_window_present(window_);
-  gtk_widget_grab_focus(gtk_window_get_child(window_));
+  gtk_widget_grab_focus(contentOf(window_));
 }
 
 void GtkMainWindow::frameChanged() {
@@ -115,11 +131,17 @@ void GtkMainWindow::closed() {
   application_.lastWindowClosed();
 }
 
+std::optional<Rect> GtkWindowSystem::mainScreenVisibleFrame() const {
+  GdkDisplay *display = gdk_display_get_default();
+  if (display == nullptr) return std::nullopt;
+  const auto monitor = mainMonitor(display);
+  return monitor ? std::optional(visibleFrame(monitor.get())) : std::nullopt;
+}
+
 std::unique_ptr<Window> GtkWindowSystem::create(const WindowConfiguration &configuration,
                                                 WebView &content) {
   installStyle(configuration.backgroundColor);
-  return std::make_unique<GtkMainWindow>(configuration, content, mainScreenVisibleFrame(),
-                                         application_, menuBar_, defaults_);
+  return std::make_unique<GtkMainWindow>(configuration, content, application_, menuBar_, defaults_);
 }
 
 }  // namespace orvel

@@ -2,8 +2,12 @@
 
 #include <gtk/gtk.h>
 
+#include <optional>
+
+#include "platform/linux/full_screen_bar.h"
 #include "platform/linux/gtk_application.h"
 #include "platform/linux/gtk_menu_bar.h"
+#include "platform/linux/screen.h"
 #include "platform/user_defaults.h"
 #include "platform/window.h"
 
@@ -14,8 +18,7 @@ namespace orvel {
 class GtkMainWindow final : public Window {
  public:
   GtkMainWindow(const WindowConfiguration &configuration, WebView &content,
-                const std::optional<Rect> &screen, GtkApplicationHost &application,
-                GtkMenuBar &menuBar, UserDefaults &defaults);
+                GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults);
   ~GtkMainWindow() override;
   GtkMainWindow(const GtkMainWindow &) = delete;
   GtkMainWindow &operator=(const GtkMainWindow &) = delete;
@@ -25,7 +28,10 @@ class GtkMainWindow final : public Window {
   ::GtkWindow *handle() const { return window_; }
 
  private:
-  void restoreFrame(const WindowConfiguration &configuration, const std::optional<Rect> &screen);
+  /// Returns what windows may use of the monitor that the window is on.
+  std::optional<Rect> room() const;
+  void restoreFrame(const WindowConfiguration &configuration);
+  void fitMinimumSize();
   void frameChanged();
   void keepFrame();
   void closed();
@@ -34,6 +40,11 @@ class GtkMainWindow final : public Window {
   UserDefaults &defaults_;
   const std::string autosaveName_;
   ::GtkWindow *const window_;
+  const double minimumWidth_;
+  const double minimumHeight_;
+  // These end before the window does.
+  std::optional<FullScreenBar> fullScreenBar_;
+  std::optional<MonitorWatch> monitors_;
   /// The source that keeps a frame once it has stopped changing, or zero.
   guint keeping_ = 0;
 };
@@ -43,8 +54,6 @@ class GtkWindowSystem final : public WindowSystem {
   GtkWindowSystem(GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults)
       : application_(application), menuBar_(menuBar), defaults_(defaults) {}
 
-  /// On X11 what docks and bars leave; a Wayland program is told the whole
-  /// screen only.
   std::optional<Rect> mainScreenVisibleFrame() const override;
   std::unique_ptr<Window> create(const WindowConfiguration &configuration,
                                  WebView &content) override;

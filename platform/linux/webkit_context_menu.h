@@ -6,9 +6,12 @@
 
 namespace orvel {
 
-/// Has the items of a page's context menu that download something call `ask`
-/// with its address, instead of asking the server themselves.
-void replaceDownloads(WebKitContextMenu *menu, WebKitHitTestResult *target,
-                      const std::function<void(const char *address)> &ask);
+/// Rebuilds a page's context menu before it is shown: its labels are Dutch in
+/// every locale, and items that would open a second window or that have no label
+/// of ours are dropped. Items that download call `download` with the address
+/// instead of letting WebKit request it. `target` is what the menu was opened on.
+/// Main thread only.
+void rebuildContextMenu(WebKitContextMenu *menu, WebKitHitTestResult *target,
+                        const std::function<void(const char *address)> &download);
 
 }  // namespace orvel

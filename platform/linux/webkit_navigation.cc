@@ -66,7 +66,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
                            G_CALLBACK(+[](WebKitNavigation *navigation, WebKitContextMenu *menu,
                                           WebKitHitTestResult *target) {
                              WebViewDelegate &asked = navigation->delegate_;
-                             replaceDownloads(menu, target, [&asked](const char *address) {
+                             rebuildContextMenu(menu, target, [&asked](const char *address) {
                                asked.createWebView(urlFromWebKit(address));
                              });
                              return gboolean{FALSE};

@@ -27,6 +27,8 @@ NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
   NSTextField *made = [NSTextField textFieldWithString:toCocoa(field.text)];
   made.frame = NSMakeRect(0, 0, field.width, field.height);
   made.usesSingleLineMode = YES;
+  // The alert's own texts are no label of what is added to it.
+  made.accessibilityLabel = alert.messageText;
   alert.accessoryView = made;
   [alert layout];
   alert.window.initialFirstResponder = made;

@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 
 #include "platform/linux/gobject_pointer.h"
@@ -16,14 +22,15 @@ namespace {
 
 class LinuxDesktop : public testing::TestWithParam<const char *> {
  protected:
-  ::GtkWindow *makeWindow(const std::string &keptFrame) {
+  ::GtkWindow *makeWindow(const std::string &keptFrame, int minimumWidth = 400,
+                          int minimumHeight = 300) {
     platform->ports().defaults.setText("ContractFrame", keptFrame);
     view = platform->ports().webViews.create(WebViewConfiguration(), delegate);
     WindowConfiguration configuration;
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
-    configuration.minimumWidth = 400;
-    configuration.minimumHeight = 300;
+    configuration.minimumWidth = minimumWidth;
+    configuration.minimumHeight = minimumHeight;
     configuration.frameAutosaveName = "ContractFrame";
     window = platform->ports().windows.create(configuration, *view);
     return dynamic_cast<GtkMainWindow &>(*window).handle();
@@ -35,6 +42,16 @@ class LinuxDesktop : public testing::TestWithParam<const char *> {
     WindowFrame frame;
     gtk_window_get_default_size(handle, &frame.width, &frame.height);
     return frame;
+  }
+
+  static WindowFrame minimumOf(::GtkWindow *handle) {
+    WindowFrame frame;
+    gtk_widget_get_size_request(GTK_WIDGET(handle), &frame.width, &frame.height);
+    return frame;
+  }
+
+  static void run(const std::string &command) {
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
   }
 
   /// The alert that is open, or null.
@@ -89,6 +106,52 @@ TEST_P(LinuxDesktop, AChangedFrameIsKept) {
   gtk_window_set_default_size(handle, 500, 400);
   EXPECT_TRUE(platform->runUntil(
       [&] { return platform->ports().defaults.text("ContractFrame") == "500 400"; }));
+}
+
+TEST_P(LinuxDesktop, MinimumSizeFollowsTheSizeOfTheMonitor) {
+  ::GtkWindow *handle = makeWindow("450 350");
+  window->makeKeyAndOrderFront();
+  EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
+  const Rect whole = screen();
+  const std::string mode = std::to_string(static_cast<int>(whole.width)) + "x" +
+                           std::to_string(static_cast<int>(whole.height));
+  // The timings of a mode mean nothing to a virtual screen.
+  run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
+      "xrandr --addmode screen small && xrandr --output screen --mode small");
+  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
+  run("xrandr --output screen --mode " + mode);
+  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{400, 300}; }));
+}
+
+TEST_P(LinuxDesktop, MinimumSizeFollowsTheScaleOfTheMonitor) {
+  const Rect whole = screen();
+  const WindowFrame minimum{static_cast<int>(whole.width) - 100,
+                            static_cast<int>(whole.height) - 100};
+  ::GtkWindow *handle = makeWindow("", minimum.width, minimum.height);
+  window->makeKeyAndOrderFront();
+  EXPECT_EQ(minimumOf(handle), minimum);
+
+  // A settings daemon announces the scale, as a desktop's does.
+  std::string file = testing::TempDir() + "orvel-xsettings-XXXXXX";
+  const int descriptor = ::mkstemp(file.data());
+  ASSERT_GE(descriptor, 0);
+  ::close(descriptor);
+  std::ofstream(file) << "Gdk/WindowScalingFactor 2\n";
+  const pid_t daemon = ::fork();
+  ASSERT_GE(daemon, 0);
+  if (daemon == 0) {
+    ::execlp("xsettingsd", "xsettingsd", "-c", file.c_str(), nullptr);
+    ::_exit(127);
+  }
+  const WindowFrame half{static_cast<int>(whole.width) / 2, static_cast<int>(whole.height) / 2};
+  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
+  // It reads its file again on a hangup.
+  std::ofstream(file) << "Gdk/WindowScalingFactor 1\n";
+  ::kill(daemon, SIGHUP);
+  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
+  ::kill(daemon, SIGTERM);
+  ::waitpid(daemon, nullptr, 0);
+  std::filesystem::remove(file);
 }
 
 TEST_P(LinuxDesktop, ATextFieldBeginsSelectedAndReturnTakesTheFirstButton) {

@@ -1,0 +1,89 @@
+// Prints what a screen reader finds of the applications on the accessibility bus:
+// a JSON array with an object for each accessible, parents first.
+// Places are in pixels from the corner of the accessible's window.
+
+#include <atspi/atspi.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace {
+
+template <typename Object>
+using Pointer = std::unique_ptr<Object, void (*)(void *)>;
+
+template <typename Object>
+Pointer<Object> adopt(Object *object) {
+  return {object, [](void *owned) {
+            if (owned != nullptr) g_object_unref(owned);
+          }};
+}
+
+/// A text as JSON has it. The bus delivers valid UTF-8.
+std::string quoted(const char *text) {
+  std::string all = "\"";
+  for (const char *at = text != nullptr ? text : ""; *at != '\0'; ++at) {
+    const auto byte = static_cast<unsigned char>(*at);
+    if (byte < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+      all += escape;
+    } else {
+      if (*at == '"' || *at == '\\') all += '\\';
+      all += *at;
+    }
+  }
+  return all + "\"";
+}
+
+std::string taken(char *text) {
+  std::string all = quoted(text);
+  g_free(text);
+  return all;
+}
+
+bool has(AtspiAccessible *accessible, AtspiStateType state) {
+  const auto states = adopt(atspi_accessible_get_state_set(accessible));
+  return states && atspi_state_set_contains(states.get(), state) != FALSE;
+}
+
+std::string place(AtspiAccessible *accessible) {
+  const auto component = adopt(atspi_accessible_get_component_iface(accessible));
+  if (!component) return "null";
+  AtspiRect *rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr);
+  if (rect == nullptr) return "null";
+  std::string all = "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
+                    ",\"width\":" + std::to_string(rect->width) +
+                    ",\"height\":" + std::to_string(rect->height) + "}";
+  g_free(rect);
+  return all;
+}
+
+void print(AtspiAccessible *accessible, int depth, const char *&separator) {
+  std::printf(
+      "%s{\"depth\":%d,\"role\":%s,\"name\":%s,\"description\":%s,\"focused\":%s,\"place\":%s}",
+      separator, depth, taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+      taken(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+      taken(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+      has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", place(accessible).c_str());
+  separator = ",\n";
+  const int count = atspi_accessible_get_child_count(accessible, nullptr);
+  for (int number = 0; number < count; ++number) {
+    const auto child = adopt(atspi_accessible_get_child_at_index(accessible, number, nullptr));
+    if (child) print(child.get(), depth + 1, separator);
+  }
+}
+
+}  // namespace
+
+int main() {
+  if (atspi_init() > 1) return 1;
+  const auto desktop = adopt(atspi_get_desktop(0));
+  if (!desktop) return 1;
+  const char *separator = "";
+  std::printf("[");
+  print(desktop.get(), 0, separator);
+  std::printf("]\n");
+  return 0;
+}

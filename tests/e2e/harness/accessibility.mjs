@@ -1,0 +1,42 @@
+// The application as a screen reader finds it: over an accessibility bus of the
+// test's own, on its own session bus.
+
+import { execFile, spawn } from 'node:child_process';
+import { existsSync } from 'node:fs';
+import { promisify } from 'node:util';
+
+import { alive, kill } from './processes.mjs';
+import { onSessionBus } from './session_bus.mjs';
+import { waitFor } from './wait.mjs';
+
+const run = promisify(execFile);
+
+const reader = process.env.ORVEL_ACCESSIBLE_TREE;
+if (!reader || !existsSync(reader)) {
+  throw new Error(`ORVEL_ACCESSIBLE_TREE must name the built program, and is ${reader ?? 'not set'}`);
+}
+
+const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-spi-bus-launcher']
+  .find((path) => existsSync(path));
+
+/// Runs the accessibility bus for as long as the body takes. The body gets the
+/// environment in which the application joins it, and a function that returns
+/// every accessible: its role, name, description, place in its
+/// window, and whether it has the focus.
+export async function withAccessibility(screen, body) {
+  if (!launcher) throw new Error('at-spi2-core is not installed');
+  await onSessionBus(async (bus) => {
+    // WebKit finds a bus only on a path without blanks.
+    const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
+    const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
+    const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });
+    const tree = async () => JSON.parse((await run(reader, { env: environment })).stdout);
+    try {
+      await waitFor('the accessibility bus', () => tree().catch(() => null));
+      await body(bus, tree);
+    } finally {
+      kill(child.pid, 'SIGTERM');
+      await waitFor('the end of the accessibility bus', () => !alive(child.pid));
+    }
+  });
+}
