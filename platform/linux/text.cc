@@ -36,7 +36,7 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
                       static_cast<int>(attributes.size()));
   auto attribute = attributes.begin();
   for (const char *at = written.data(); attribute + 1 != attributes.end();
-       at = g_utf8_next_char(at), ++attribute) {
+       at = g_utf8_find_next_char(at, nullptr), ++attribute) {
     if (*at == '.' && attribute->is_cursor_position && attribute[1].is_cursor_position) {
       stops.push_back(static_cast<std::size_t>(at - written.data()));
     }
@@ -57,7 +57,9 @@ std::optional<std::string> trimmedText(std::string_view bytes) {
   if (!isUtf8(bytes)) return std::nullopt;
   const char *begin = bytes.data();
   const char *end = begin + bytes.size();
-  while (begin < end && isBlank(g_utf8_get_char(begin))) begin = g_utf8_next_char(begin);
+  while (begin < end && isBlank(g_utf8_get_char(begin))) {
+    begin = g_utf8_find_next_char(begin, nullptr);
+  }
   while (begin < end) {
     const char *last = g_utf8_prev_char(end);
     if (!isBlank(g_utf8_get_char(last))) break;
