@@ -124,8 +124,12 @@ trial('Control-R brings the page back when the network process dies during a rel
         kill(pid);
         await waitFor('the end of the network process', () => !alive(pid));
         user.root.behave({ live: true });
-        await screen.keys('ctrl+r');
-        await user.root.painted(painted + 1);
+        // A load that WebKit begins before it has noticed the end is lost as well.
+        await waitFor('the page again', async () => {
+          await screen.keys('ctrl+r');
+          return waitFor('the page', () => user.root.told('getoond').length > painted,
+            { timeout: 5000 }).then(() => true, () => false);
+        });
         await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
         assert.equal(user.root.events('started').length, 1);
       });
