@@ -96,9 +96,10 @@ void FakePanels::answer(const AlertAnswer &answer) {
 
 void FakePanels::settle() {
   while (!open_.empty() && !answers_.empty()) {
-    scheduler_.schedule(
-        FakeScheduler::Thread::main, FakeScheduler::Duration(0),
-        [completion = std::move(open_.front()), answer = answers_.front()] { completion(answer); });
+    scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
+                        [this, completion = std::move(open_.front()), answer = answers_.front()] {
+                          if (!application_.terminated) completion(answer);
+                        });
     open_.pop_front();
     answers_.pop_front();
   }

@@ -89,7 +89,8 @@ class FakeMenuBar final : public MenuBar {
 /// test gives it.
 class FakePanels final : public Panels {
  public:
-  explicit FakePanels(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  FakePanels(FakeScheduler &scheduler, const FakeApplication &application)
+      : scheduler_(scheduler), application_(application) {}
 
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
@@ -103,6 +104,7 @@ class FakePanels final : public Panels {
   void settle();
 
   FakeScheduler &scheduler_;
+  const FakeApplication &application_;
   std::deque<std::function<void(AlertAnswer)>> open_;
   std::deque<AlertAnswer> answers_;
 };

@@ -32,7 +32,7 @@ class FakePlatform {
   FakeApplication application{scheduler};
   FakeWindowSystem windows{scheduler};
   FakeMenuBar menuBar{scheduler};
-  FakePanels panels{scheduler};
+  FakePanels panels{scheduler, application};
   FakeWorkspace workspace{scheduler};
   FakeBundle bundle;
   FakeUserDefaults defaults{record};

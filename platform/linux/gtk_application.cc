@@ -96,6 +96,7 @@ void GtkApplicationHost::replyToShouldTerminate() {
 }
 
 void GtkApplicationHost::finish() {
+  terminationProceeds_ = true;
   if (beforeEnd_) std::exchange(beforeEnd_, nullptr)();
   g_application_quit(base(application_));
 }

@@ -226,7 +226,12 @@ class OpenAlert {
 }  // namespace
 
 void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
-  auto *open = new OpenAlert(alert, std::move(completion));
+  auto *open = new OpenAlert(
+      alert,
+      [&application = application_, completion = std::move(completion)](const AlertAnswer &answer) {
+        // The main loop may still dispatch events that came before its end.
+        if (!application.terminationProceeds()) completion(answer);
+      });
   gtk_window_set_transient_for(open->window(), application_.mainWindow());
   gtk_window_set_modal(open->window(), TRUE);
   menuBar_.addEditingKeys(open->window());

@@ -1,44 +1,70 @@
 #include "platform/linux/thread_background_queue.h"
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace orvel {
 
-struct ThreadBackgroundQueue::Running {
+struct ThreadBackgroundQueue::State {
   std::mutex mutex;
   std::condition_variable changed;
-  int count = 0;
+  /// Pieces of work that have been posted and have not ended.
+  int pending = 0;
+  /// Those of them that wait for the reserve thread.
+  std::deque<std::function<void()>> waiting;
+  bool isEnding = false;
+
+  void run(std::function<void()> work) {
+    work();
+    // The work releases what it holds before the queue counts it as ended.
+    work = nullptr;
+    const std::lock_guard lock(mutex);
+    --pending;
+    changed.notify_all();
+  }
+
+  void runWaiting() {
+    for (;;) {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [this] { return isEnding || !waiting.empty(); });
+      if (waiting.empty()) return;
+      auto work = std::move(waiting.front());
+      waiting.pop_front();
+      lock.unlock();
+      run(std::move(work));
+    }
+  }
 };
 
-ThreadBackgroundQueue::ThreadBackgroundQueue() : running_(std::make_shared<Running>()) {}
+ThreadBackgroundQueue::ThreadBackgroundQueue()
+    : state_(std::make_shared<State>()), reserve_([state = state_] { state->runWaiting(); }) {}
 
 ThreadBackgroundQueue::~ThreadBackgroundQueue() {
-  std::unique_lock lock(running_->mutex);
-  running_->changed.wait(lock, [this] { return running_->count == 0; });
+  {
+    std::unique_lock lock(state_->mutex);
+    state_->changed.wait(lock, [this] { return state_->pending == 0; });
+    state_->isEnding = true;
+    state_->changed.notify_all();
+  }
+  reserve_.join();
 }
 
 void ThreadBackgroundQueue::post(std::function<void()> work) {
   {
-    const std::lock_guard lock(running_->mutex);
-    ++running_->count;
+    const std::lock_guard lock(state_->mutex);
+    ++state_->pending;
   }
-  auto run = [running = running_, work = std::move(work)]() mutable {
-    work();
-    // What the work holds goes before the end is told.
-    work = nullptr;
-    const std::lock_guard lock(running->mutex);
-    --running->count;
-    running->changed.notify_all();
-  };
+  // Held in one place, so that a thread that cannot start does not take it along.
+  const auto held = std::make_shared<std::function<void()>>(std::move(work));
   try {
-    std::thread(run).detach();
+    std::thread([state = state_, held] { state->run(std::move(*held)); }).detach();
   } catch (const std::system_error &) {
-    // No thread is to be had: late is better than never.
-    run();
+    const std::lock_guard lock(state_->mutex);
+    state_->waiting.push_back(std::move(*held));
+    state_->changed.notify_all();
   }
 }
 

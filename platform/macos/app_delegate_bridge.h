@@ -15,6 +15,9 @@
 /// Set before the web view loads anything.
 @property(nonatomic) orvel::WebViewDelegate *page;
 
+/// Whether the application is on its way out and nothing can hold it up.
+@property(nonatomic, readonly) BOOL terminationProceeds;
+
 /// Ends the wait of a deferred termination. Alerts that were opened during the
 /// wait are closed: their loops stand above the one that waits.
 - (void)proceedWithTermination;

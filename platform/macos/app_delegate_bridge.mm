@@ -21,7 +21,6 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 
 @implementation AppDelegateBridge {
   BOOL _terminationWaits;
-  BOOL _terminationProceeds;
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
@@ -35,6 +34,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   if (_terminationWaits) return NSTerminateLater;
   _terminationWaits =
       self.application->applicationShouldTerminate() == orvel::TerminateReply::later;
+  _terminationProceeds = !_terminationWaits;
   return _terminationWaits ? NSTerminateLater : NSTerminateNow;
 }
 

@@ -48,8 +48,7 @@ void CocoaPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> 
   NSAlert *shown = makeAlert(alert);
   NSTextField *field = alert.textField ? addField(shown, *alert.textField) : nil;
   const NSModalResponse response = [shown runModal];
-  // The application is ending: nothing may follow from an alert that nobody answered.
-  if (response == NSModalResponseAbort) return;
+  if (bridge_.terminationProceeds) return;
   AlertAnswer answer;
   answer.button = buttonOf(response, alert.buttons.size());
   answer.text = fromCocoa(field.stringValue);

@@ -6,7 +6,8 @@ MacosPlatform::MacosPlatform()
     : bridge_([[AppDelegateBridge alloc] init]),
       processes_(processEnvironment()),
       application_(bridge_),
-      webViews_(bridge_) {}
+      webViews_(bridge_),
+      panels_(bridge_) {}
 
 Platform MacosPlatform::ports() {
   return {.application = application_,

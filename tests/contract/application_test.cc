@@ -117,6 +117,30 @@ TEST_P(ApplicationContract, AlertsOpenedMeanwhileDoNotHoldIt) {
   });
 }
 
+TEST_P(ApplicationContract, AlertsAnsweredAfterTheReplyHaveNoConsequence) {
+  delegate.reply = TerminateReply::later;
+  Alert question;
+  question.messageText = "Continue?";
+  question.buttons = {"OK", "Cancel"};
+  int shown = 0;
+  int answers = 0;
+  delegate.atLaunch = [&] {
+    queue().post([&] { platform->requestTermination(); });
+    queue().after(milliseconds(30), [&] {
+      ++shown;
+      platform->ports().panels.runModal(question, [&](const AlertAnswer &) { ++answers; });
+    });
+    queue().after(milliseconds(60), [&] {
+      application().replyToShouldTerminate();
+      platform->answerAlert({0, ""});
+    });
+  };
+  runAndCheck([&] {
+    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(answers, 0);
+  });
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryPlatform, ApplicationContract,
                          testing::ValuesIn(platformsUnderContract()),
                          [](const auto &platform) { return platform.param.name; });

@@ -1,6 +1,10 @@
 // A page gets no window of its own and no download of WebKit's: what it wants
 // one for is told to the delegate, once.
 
+#include <algorithm>
+#include <functional>
+#include <utility>
+
 #include "tests/contract/linux_page.h"
 
 namespace orvel {
@@ -68,6 +72,64 @@ TEST_P(LinuxNewWindow, AScriptThatOpensOne) {
   }
   evaluate("window.open('/next', 'naam', 'width=200')");
   expectWindow("/next");
+}
+
+TEST_P(LinuxNewWindow, ScriptWithoutAClickIsAskedAboutToo) {
+  show("<script>setTimeout(() => open('/next'), 0)</script>");
+  expectWindow("/next");
+  EXPECT_EQ(requests("GET /next"), Strings());
+}
+
+/// Calls back once in each turn of the main loop.
+class TurnWatch {
+ public:
+  explicit TurnWatch(std::function<void()> callback)
+      : callback_(std::move(callback)),
+        source_(reinterpret_cast<Source *>(g_source_new(&functions, sizeof(Source)))) {
+    source_->watch = this;
+    g_source_attach(&source_->base, nullptr);
+  }
+  ~TurnWatch() {
+    g_source_destroy(&source_->base);
+    g_source_unref(&source_->base);
+  }
+  TurnWatch(const TurnWatch &) = delete;
+  TurnWatch &operator=(const TurnWatch &) = delete;
+
+ private:
+  struct Source {
+    GSource base;
+    TurnWatch *watch;
+  };
+
+  /// GLib prepares every source before each turn.
+  static gboolean prepare(GSource *source, int * /*timeout*/) {
+    reinterpret_cast<Source *>(source)->watch->callback_();
+    return FALSE;
+  }
+  static inline GSourceFuncs functions{prepare, nullptr, nullptr, nullptr, nullptr, nullptr};
+
+  const std::function<void()> callback_;
+  Source *const source_;
+};
+
+TEST_P(LinuxNewWindow, ThousandsAreAskedAboutOneInEachTurnOfTheMainLoop) {
+  constexpr std::size_t many = 2000;
+  std::size_t before = 0;
+  std::size_t most = 0;
+  const TurnWatch watch([&] {
+    most = std::max(most, delegate.windows.size() - before);
+    before = delegate.windows.size();
+  });
+  show(
+      "<script>onload = () => setTimeout(() => {"
+      "for (let number = 0; number < " +
+      std::to_string(many) + "; ++number) open('/' + number); }, 0)</script>");
+  EXPECT_TRUE(until([&] { return delegate.windows.size() >= many; }));
+  EXPECT_TRUE(settle());
+  ASSERT_EQ(delegate.windows.size(), many);
+  EXPECT_EQ(delegate.windows.back(), "/" + std::to_string(many - 1));
+  EXPECT_EQ(most, 1U);
 }
 
 TEST_P(LinuxNewWindow, AScriptThatNamesNoAddress) {

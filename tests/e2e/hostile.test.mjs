@@ -60,6 +60,21 @@ trial(`${many} windows are none, and quitting does not wait for what they ask`,
     assert.equal(await most(), 1);
   });
 
+trial(`${many} windows without a click hold nothing up, and quitting does not wait for them`,
+  { timeout: 200_000 }, async (user, screen) => {
+    const most = screen.watchWindows();
+    await user.startWithPage(`<script>
+      addEventListener('load', () => setTimeout(() => {
+        for (let i = 0; i < ${many}; ++i) window.open('/api/export?' + i);
+      }, 300));
+    </script>`, { routes: refused });
+    // The page asks on while the application is quit.
+    await waitFor('a request', () => asked(user).length > 0);
+    const { code, signal } = await user.quit();
+    assert.deepEqual({ code, signal }, { code: 0, signal: null });
+    assert.equal(await most(), 1);
+  });
+
 trial('a message of any length is shown at once', {}, async (user, screen) => {
   await attack(user, screen, "alert('Langer '.repeat(1_000_000))", { ends: false });
   const clicked = Date.now();

@@ -154,6 +154,16 @@ TEST_F(Quitting, byClosingTheWindowStopsTheServerInTheSameWay) {
                                               "sleep 100 ms", "application terminated"));
 }
 
+TEST_F(Quitting, AlertAnsweredAfterTheTerminationHasNoConsequence) {
+  makeWebView();
+  delegate().kiesAdres();
+  fake.application.requestTermination();
+  fake.panels.answer({0, "https://example.test"});
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.defaults.text("osURL"), std::nullopt);
+  EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "application terminated"));
+}
+
 TEST_F(Quitting, duringTheLaunchIsOrderly) {
   launch();
   fake.application.requestTermination();
