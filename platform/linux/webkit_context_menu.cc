@@ -12,7 +12,7 @@ namespace orvel {
 
 namespace {
 
-using Download = std::function<void(const char *address)>;
+using StartDownload = std::function<void(const char *address)>;
 
 struct Label {
   WebKitContextMenuAction action;
@@ -101,7 +101,7 @@ WebKitContextMenuItem *makeDisabledItem(WebKitContextMenuAction stock, const cha
 /// What the action of a download item needs.
 struct DownloadRequest {
   std::string address;
-  Download download;
+  StartDownload download;
 };
 
 void downloadActivated(GSimpleAction *, GVariant *, gpointer data) {
@@ -135,12 +135,12 @@ WebKitContextMenuItem *makeStockItem(WebKitContextMenuAction stock, const char *
 }
 
 void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResult *target,
-             const Download &download);
+             const StartDownload &download);
 
 /// Returns the item that takes an item's place, or null when it is dropped. A new
 /// item is floating.
 WebKitContextMenuItem *rebuiltItem(WebKitContextMenuItem *item, WebKitHitTestResult *target,
-                                   const Download &download) {
+                                   const StartDownload &download) {
   const WebKitContextMenuAction stock = webkit_context_menu_item_get_stock_action(item);
   // Its label is the word, which WebKit puts into the text.
   if (stock == WEBKIT_CONTEXT_MENU_ACTION_SPELLING_GUESS) return item;
@@ -163,7 +163,7 @@ WebKitContextMenuItem *rebuiltItem(WebKitContextMenuItem *item, WebKitHitTestRes
 /// Appends what is left of a menu's items to another menu, with separators between
 /// items only. The two menus may be the same.
 void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResult *target,
-             const Download &download) {
+             const StartDownload &download) {
   std::vector<GObjectPointer<WebKitContextMenuItem>> items;
   for (const GList *entry = webkit_context_menu_get_items(from); entry != nullptr;
        entry = entry->next) {
@@ -187,7 +187,7 @@ void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResu
 }  // namespace
 
 void rebuildContextMenu(WebKitContextMenu *menu, WebKitHitTestResult *target,
-                        const Download &download) {
+                        const StartDownload &download) {
   rebuild(menu, menu, target, download);
 }
 
