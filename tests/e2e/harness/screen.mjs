@@ -195,7 +195,7 @@ export class Screen {
   /// as another window has given the keyboard back.
   async openMenu() {
     await waitFor('the menu', async () => {
-      await this.keys(F10);
+      await this.keys('F10');
       return this.menu(true, { timeout: 2000 }).then(() => true, () => false);
     });
   }
