@@ -32,7 +32,7 @@ pid_t waitFor(pid_t process, int &status) {
 /// and then does nothing until it is killed. The test adopts the children that
 /// it leaves.
 class PosixParentEnd : public testing::Test {
- protected:
+ public:
   PosixParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
   ~PosixParentEnd() override {
     for (const pid_t process : {application, child}) {
@@ -43,6 +43,7 @@ class PosixParentEnd : public testing::Test {
     ::prctl(PR_SET_CHILD_SUBREAPER, 0);
   }
 
+ protected:
   template <typename Task>
   void startApplication(const Task &task) {
     application = ::fork();

@@ -24,9 +24,7 @@ constexpr const char *utf8Locale = "C.UTF-8";
 
 /// The test's own values of the three variables; those before come back.
 class PosixUtf8Locale : public testing::Test {
- protected:
-  using Variables = std::map<std::string, std::string>;
-
+ public:
   PosixUtf8Locale() {
     for (const char *name : names) {
       const char *value = std::getenv(name);
@@ -39,6 +37,9 @@ class PosixUtf8Locale : public testing::Test {
       if (value) ::setenv(name.c_str(), value->c_str(), 1);
     }
   }
+
+ protected:
+  using Variables = std::map<std::string, std::string>;
 
   /// What an environment of these three becomes.
   Variables ensured(const Variables &variables) {
