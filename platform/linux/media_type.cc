@@ -92,14 +92,15 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   if (written.empty()) return std::nullopt;
   const std::string type = unaliased(written);
 
-  // The user's own comes first there; here the more general ones do.
   std::vector<std::string> folders;
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
     folders.emplace_back(*folder);
   }
+  // The user's own comes first there; here the more general ones do.
+  std::reverse(folders.begin(), folders.end());
   Extensions extensions;
-  for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
-    readDescription(readFileBytes(*folder + "/" + type + ".xml", largestFile).bytes, extensions);
+  for (const std::string &folder : folders) {
+    readDescription(readFileBytes(folder + "/" + type + ".xml", largestFile).bytes, extensions);
   }
   const auto &all = extensions.all;
   for (const auto &[usualType, extension] : moreUsual) {

@@ -94,6 +94,16 @@ TEST_F(LoadableProgram, NeedsItsSymbols) {
 }
 
 TEST_F(LoadableProgram, NeedsTheLoaderOfThisProcess) {
+  std::string bytes = releaseProgram();
+  withHeaders([&](auto &, auto &segment) {
+    if (segment.p_type != PT_INTERP) return;
+    // A program that succeeds whatever it is asked.
+    std::string loader = "/bin/true";
+    loader.resize(segment.p_filesz);
+    bytes.replace(segment.p_offset, loader.size(), loader);
+  });
+  ASSERT_NE(bytes, releaseProgram());
+  EXPECT_FALSE(isLoadable(bytes));
   EXPECT_FALSE(isLoadable(releaseProgramWith("/ld-", "/lx-")));
 }
 

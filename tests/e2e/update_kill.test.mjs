@@ -75,15 +75,19 @@ async function install(user, screen, run, kind, number) {
   return { whole: done === 'whole', calls: calls() };
 }
 
-/// Which of the calls of one kind to kill at, counted from 1. What is unpacked is
-/// still beside the bundle, and tests of the unpacking alone kill at each of its
-/// calls: here its first and last are enough.
+const workingFolder = (user) =>
+  join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
+
+/// Which of the calls of one kind to kill at, counted from 1. While the archive is
+/// unpacked the bundle is not touched, and tests of the unpacking alone kill at each
+/// of its calls: here its first and last are enough.
 function numbersOf(kind, calls) {
-  const words = calls.filter(({ name }) => name === kind).map((call) => call.words);
-  const isUnpacking = (each) => each.includes('/orvel-os-update-1.1/part/');
-  const [first, last] = [words.findIndex(isUnpacking), words.findLastIndex(isUnpacking)];
-  return words.flatMap((each, at) =>
-    !isUnpacking(each) || at === first || at === last ? [at + 1] : []);
+  const isUnpacking = ({ words }) => words.includes('/orvel-os-update-1.1/part');
+  const [first, last] = [calls.findIndex(isUnpacking), calls.findLastIndex(isUnpacking)];
+  assert.ok(first >= 0 && last > first);
+  return calls.map((call, at) => ({ ...call, at }))
+    .filter(({ name }) => name === kind)
+    .flatMap(({ at }, before) => (at <= first || at >= last ? [before + 1] : []));
 }
 
 trial('killed at every system call that changes a bundle, it is whole and starts again',
@@ -111,6 +115,8 @@ trial('killed at every system call that changes a bundle, it is whole and starts
       for (const kind of made) {
         let kills = 0;
         for (const number of numbersOf(kind, undisturbed.calls)) {
+          // What a kill left would be removed first, by more calls.
+          rmSync(workingFolder(user), { recursive: true, force: true });
           const run = await start(user, screen, server);
           const { whole } = await install(user, screen, run, kind, number);
           const now = fingerprint(user.bundle);
@@ -154,8 +160,7 @@ function largeRelease(user) {
 
 /// Has an update looked for and waits until a part of its large file is unpacked.
 async function beginUnpacking(user, screen) {
-  const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
-  const large = join(temporary, 'orvel-os-update-1.1/part/Orvel OS.app/Contents/large');
+  const large = join(workingFolder(user), 'part/Orvel OS.app/Contents/large');
   rmSync(large, { force: true });
   await screen.chooseApplicationItem(1);
   await waitFor('the unpacking', () => statSync(large, { throwIfNoEntry: false })?.size > 0);
