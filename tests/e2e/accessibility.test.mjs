@@ -9,45 +9,52 @@ import { waitFor } from './harness/wait.mjs';
 const { trial, keep } = trialsOn();
 
 const button = (id, script) => `<button id="${id}" onclick="${script}">${id}</button>`;
+// Each look starts a program, which takes long on a busy machine.
+const patient = { timeout: 180_000 };
+
 const addressTitle = 'Adres van het OS';
 
-/// Waits until the accessible tree holds what `find` looks for.
-const awaitNode = (what, tree, find) => waitFor(what, async () => (await tree()).find(find));
+/// Waits until the dialog holds what `find` looks for.
+const awaitNode = (what, read, find) => waitFor(what, async () => (await read()).find(find));
+/// Waits until the element of this name has the focus.
+const awaitFocus = (label, read) =>
+  awaitNode(`the focus on ${label}`, read, ({ name, focused }) => name === label && focused);
 
 /// Where on the screen an accessible of a panel is.
 async function onScreen(screen, panel, { place }) {
   const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', panel);
-  const [x, y] = ['X', 'Y'].map((name) => Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
+  const [x, y] = ['X', 'Y'].map((name) =>
+    Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
   return { ...place, x: x + place.x, y: y + place.y };
 }
 
-trial('the address dialog is a dialog with a description, and its field has a name', {},
-  (user, screen) => withAccessibility(screen, async (environment, tree) => {
+trial('the address dialog is a dialog with a description, and its field has a name', patient,
+  (user, screen) => withAccessibility(screen, async (environment, read) => {
     await user.startAndPaint({ environment });
     await screen.openAddressDialog();
     await keep('accessible-address-dialog');
-    const dialog = await awaitNode('the dialog', tree, ({ role }) => /^(alert|dialog)$/.test(role));
+    const dialog = await awaitNode('the dialog', read, () => true);
     assert.equal(dialog.name, addressTitle);
     assert.match(dialog.description, /Online: .*\nOp deze Mac: http:\/\/127\.0\.0\.1:4767\//);
-    const field = await awaitNode('the field', tree, ({ role }) => /^(entry|text)$/.test(role));
+    const field = await awaitNode('the field', read, ({ role }) => /^(entry|text)$/.test(role));
     assert.equal(field.name, addressTitle);
-    const names = (await tree()).filter(({ role }) => /button/.test(role)).map(({ name }) => name);
+    const names = (await read()).filter(({ role }) => /button/.test(role)).map(({ name }) => name);
     assert.ok(names.includes('Bewaar') && names.includes('Annuleren'), String(names));
     await user.quit();
   }));
 
-trial('the button that has the focus by keyboard has a bright ring', {},
-  (user, screen) => withAccessibility(screen, async (environment, tree) => {
-    const told = await user.startWithPage(button('vraag', "confirm('Doorgaan?')"), {}, { environment });
+trial('the button that has the focus by keyboard has a bright ring', patient,
+  (user, screen) => withAccessibility(screen, async (environment, read) => {
+    const page = button('vraag', "confirm('Doorgaan?')");
+    const told = await user.startWithPage(page, {}, { environment });
     await screen.clickElement(told, 'vraag');
     const panel = await screen.panel('Doorgaan?');
-    const dialog = await awaitNode('the dialog', tree, ({ role }) => /^(alert|dialog)$/.test(role));
+    const dialog = await awaitNode('the dialog', read, () => true);
     assert.equal(dialog.name, 'Doorgaan?');
     assert.equal(dialog.description, '');
     for (const label of ['Annuleren', 'OK']) {
       await screen.keys('Tab');
-      const place = await onScreen(screen, panel, await awaitNode(`the focus on ${label}`, tree,
-        ({ name, focused }) => name === label && focused));
+      const place = await onScreen(screen, panel, await awaitFocus(label, read));
       // Above the button's middle; its place may leave out what surrounds the label.
       const x = Math.round(place.x + place.width / 2);
       const ring = () => Array.from({ length: 16 }, (_, above) =>
@@ -66,15 +73,15 @@ trial('the button that has the focus by keyboard has a bright ring', {},
 
 const long = Array.from({ length: 80 }, (_, line) => `Regel ${line}`).join('\\n');
 
-trial('Page Down and Page Up scroll a long message, which the Tab key reaches', {},
-  (user, screen) => withAccessibility(screen, async (environment, tree) => {
+trial('Page Down and Page Up scroll a long message, which the Tab key reaches', patient,
+  (user, screen) => withAccessibility(screen, async (environment, read) => {
     const told = await user.startWithPage(button('lang', `alert('${long}')`), {}, { environment });
     await screen.clickElement(told, 'lang');
     await waitFor('the panel', async () => (await screen.managedWindows()) === 2);
-    await awaitNode('the message', tree, ({ role, name }) =>
+    await awaitNode('the message', read, ({ role, name }) =>
       role === 'label' && name.startsWith('Regel 0'));
     await keep('long-message');
-    const y = async () => (await tree()).find(({ role, name }) =>
+    const y = async () => (await read()).find(({ role, name }) =>
       role === 'label' && name.startsWith('Regel 0')).place.y;
     const top = await y();
     await screen.keys('Next');
@@ -82,7 +89,8 @@ trial('Page Down and Page Up scroll a long message, which the Tab key reaches', 
     await screen.keys('Prior');
     await waitFor('the top of the message', async () => (await y()) === top);
     // From the only button to the message, and back.
-    const hasFocus = async () => (await tree()).some(({ name, focused }) => name === 'OK' && focused);
+    const hasFocus = async () =>
+      (await read()).some(({ name, focused }) => name === 'OK' && focused);
     await screen.keys('Tab');
     await waitFor('the focus off the button', async () => !(await hasFocus()));
     await keep('long-message-focus');
@@ -93,14 +101,14 @@ trial('Page Down and Page Up scroll a long message, which the Tab key reaches', 
     await user.quit();
   }));
 
-trial('the Tab key passes a message that does not scroll', {},
-  (user, screen) => withAccessibility(screen, async (environment, tree) => {
+trial('the Tab key passes a message that does not scroll', patient,
+  (user, screen) => withAccessibility(screen, async (environment, read) => {
     const told = await user.startWithPage(button('kort', "confirm('Kort')"), {}, { environment });
     await screen.clickElement(told, 'kort');
     await screen.panel('Kort');
     for (const label of ['Annuleren', 'OK', 'Annuleren']) {
       await screen.keys('Tab');
-      await awaitNode(`the focus on ${label}`, tree, ({ name, focused }) => name === label && focused);
+      await awaitFocus(label, read);
     }
     await screen.keys('Escape');
     await screen.panelGone('Kort');

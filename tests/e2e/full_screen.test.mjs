@@ -67,7 +67,8 @@ trial('in full screen F10 opens the menu, whose commands work', {}, async (user,
   await screen.menu();
   // Right to "Weergave", whose second item is "Schermvullend". The keyboard is
   // there a moment after the menu: the item is lit up.
-  const lit = (x, y) => waitFor(`a lit item at ${x}, ${y}`, () => screen.picture().at(x, y)[2] > 60);
+  const lit = (x, y) =>
+    waitFor(`a lit item at ${x}, ${y}`, () => screen.picture().at(x, y)[2] > 60);
   await lit(15, 61);
   await screen.keys('Right');
   await lit(205, 61);

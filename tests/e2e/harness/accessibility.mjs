@@ -11,18 +11,18 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-const reader = process.env.ORVEL_ACCESSIBLE_TREE;
+const reader = process.env.ORVEL_ACCESSIBLE_DIALOG;
 if (!reader || !existsSync(reader)) {
-  throw new Error(`ORVEL_ACCESSIBLE_TREE must name the built program, and is ${reader ?? 'not set'}`);
+  throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
 }
 
 const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-spi-bus-launcher']
   .find((path) => existsSync(path));
 
 /// Runs the accessibility bus for as long as the body takes. The body gets the
-/// environment in which the application joins it, and a function that returns
-/// every accessible: its role, name, description, place in its
-/// window, and whether it has the focus.
+/// environment in which the application joins it, and a function that returns the
+/// accessibles of the open dialog, itself first: role, name, description, place in
+/// the window, and whether it has the focus. Without a dialog there are none.
 export async function withAccessibility(screen, body) {
   if (!launcher) throw new Error('at-spi2-core is not installed');
   await onSessionBus(async (bus) => {
@@ -30,10 +30,10 @@ export async function withAccessibility(screen, body) {
     const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
     const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
     const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });
-    const tree = async () => JSON.parse((await run(reader, { env: environment })).stdout);
+    const read = async () => JSON.parse((await run(reader, { env: environment })).stdout);
     try {
-      await waitFor('the accessibility bus', () => tree().catch(() => null));
-      await body(bus, tree);
+      await waitFor('the accessibility bus', () => read().catch(() => null));
+      await body(bus, read);
     } finally {
       kill(child.pid, 'SIGTERM');
       await waitFor('the end of the accessibility bus', () => !alive(child.pid));

@@ -1,6 +1,6 @@
-// Prints what a screen reader finds of the applications on the accessibility bus:
-// a JSON array with an object for each accessible, parents first.
-// Places are in pixels from the corner of the accessible's window.
+// Prints what a screen reader finds of the dialogs of the applications on the
+// accessibility bus: a JSON array with an object for each accessible, parents
+// first. Places are in pixels from the corner of the dialog.
 
 #include <atspi/atspi.h>
 
@@ -60,19 +60,34 @@ std::string place(AtspiAccessible *accessible) {
   return all;
 }
 
-void print(AtspiAccessible *accessible, int depth, const char *&separator) {
-  std::printf(
-      "%s{\"depth\":%d,\"role\":%s,\"name\":%s,\"description\":%s,\"focused\":%s,\"place\":%s}",
-      separator, depth, taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-      taken(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-      taken(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-      has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", place(accessible).c_str());
+void print(AtspiAccessible *accessible, const char *&separator) {
+  std::printf("%s{\"role\":%s,\"name\":%s,\"description\":%s,\"focused\":%s,\"place\":%s}",
+              separator, taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+              taken(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+              taken(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", place(accessible).c_str());
   separator = ",\n";
+}
+
+/// Calls a function with each child of an accessible.
+template <typename Function>
+void forEachChild(AtspiAccessible *accessible, const Function &function) {
   const int count = atspi_accessible_get_child_count(accessible, nullptr);
   for (int number = 0; number < count; ++number) {
     const auto child = adopt(atspi_accessible_get_child_at_index(accessible, number, nullptr));
-    if (child) print(child.get(), depth + 1, separator);
+    if (child) function(child.get());
   }
+}
+
+void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
+  print(accessible, separator);
+  forEachChild(accessible, [&](AtspiAccessible *child) { printWithChildren(child, separator); });
+}
+
+/// An alert dialog has the role of an alert from GTK 4.10 on.
+bool isDialog(AtspiAccessible *accessible) {
+  const AtspiRole role = atspi_accessible_get_role(accessible, nullptr);
+  return role == ATSPI_ROLE_DIALOG || role == ATSPI_ROLE_ALERT;
 }
 
 }  // namespace
@@ -83,7 +98,11 @@ int main() {
   if (!desktop) return 1;
   const char *separator = "";
   std::printf("[");
-  print(desktop.get(), 0, separator);
+  forEachChild(desktop.get(), [&](AtspiAccessible *application) {
+    forEachChild(application, [&](AtspiAccessible *window) {
+      if (isDialog(window)) printWithChildren(window, separator);
+    });
+  });
   std::printf("]\n");
   return 0;
 }
