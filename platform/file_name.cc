@@ -8,10 +8,12 @@ namespace orvel {
 namespace {
 
 /// Foundation's list: the blank, and the marks, embeddings, overrides and
-/// isolates of the Unicode bidirectional algorithm.
+/// isolates of the Unicode bidirectional algorithm. The escapes cannot reorder this text.
+// NOLINTBEGIN(misc-misleading-bidirectional)
 constexpr std::array<std::string_view, 13> outsideExtensions{
     " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
     "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
+// NOLINTEND(misc-misleading-bidirectional)
 
 }  // namespace
 

@@ -57,6 +57,9 @@ bool isAllowed(archive_entry *entry) {
   const char *name = archive_entry_pathname(entry);
   if (name == nullptr || !staysBelow(name) || archive_entry_is_encrypted(entry) != 0) return false;
   const auto type = archive_entry_filetype(entry);
+  // A file or link named "." would replace the folder itself.
+  const auto plainName = fs::path(name).lexically_normal();
+  if (type != AE_IFDIR && (plainName == "." || !plainName.has_filename())) return false;
   if (type == AE_IFLNK) {
     const char *target = archive_entry_symlink(entry);
     return target != nullptr && staysBelow(target);

@@ -31,6 +31,19 @@ bool readAt(std::istream &file, ElfW(Off) offset, Value *value, std::size_t size
       file.read(reinterpret_cast<char *>(value), static_cast<std::streamsize>(size)));
 }
 
+/// Whether the dynamic section names audit libraries. The loader runs their
+/// constructors even in trace mode.
+bool hasAuditLibrary(std::istream &file, const ElfW(Phdr) & dynamic) {
+  for (ElfW(Off) offset = 0; offset + sizeof(ElfW(Dyn)) <= dynamic.p_filesz;
+       offset += sizeof(ElfW(Dyn))) {
+    ElfW(Dyn) entry;
+    if (!readAt(file, dynamic.p_offset + offset, &entry)) return true;
+    if (entry.d_tag == DT_NULL) return false;
+    if (entry.d_tag == DT_AUDIT || entry.d_tag == DT_DEPAUDIT) return true;
+  }
+  return true;
+}
+
 /// Returns nullopt for what is no program, or one without a dynamic loader.
 std::optional<ProgramKind> kindOf(const std::string &program) {
   constexpr std::size_t longestPath = 4096;
@@ -41,17 +54,19 @@ std::optional<ProgramKind> kindOf(const std::string &program) {
       header.e_phentsize != sizeof(ElfW(Phdr))) {
     return std::nullopt;
   }
+  std::string loader;
   for (unsigned number = 0; number < header.e_phnum; ++number) {
     ElfW(Phdr) segment;
     if (!readAt(file, header.e_phoff + number * sizeof(segment), &segment)) return std::nullopt;
+    if (segment.p_type == PT_DYNAMIC && hasAuditLibrary(file, segment)) return std::nullopt;
     if (segment.p_type != PT_INTERP) continue;
     if (segment.p_filesz > longestPath) return std::nullopt;
-    std::string loader(segment.p_filesz, '\0');
+    loader.assign(segment.p_filesz, '\0');
     if (!readAt(file, segment.p_offset, loader.data(), loader.size())) return std::nullopt;
     loader = loader.c_str();  // Without the NUL at its end.
-    return ProgramKind{header.e_ident[EI_CLASS], header.e_ident[EI_DATA], header.e_machine, loader};
   }
-  return std::nullopt;
+  if (loader.empty()) return std::nullopt;
+  return ProgramKind{header.e_ident[EI_CLASS], header.e_ident[EI_DATA], header.e_machine, loader};
 }
 
 /// Returns what a program wrote to both of its streams, or nullopt when it did

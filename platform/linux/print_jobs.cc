@@ -7,7 +7,9 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "platform/linux/download_file.h"
 #include "platform/linux/gobject_pointer.h"
 
 namespace orvel {
@@ -17,15 +19,17 @@ namespace {
 /// GTK's "print to file", or null when there is no such printer. It is the one
 /// virtual printer, and is listed without waiting.
 GObjectPointer<GtkPrinter> findFilePrinter() {
-  GObjectPointer<GtkPrinter> found;
+  // The enumeration stays connected when no such printer is listed at once.
+  using Found = std::shared_ptr<GObjectPointer<GtkPrinter>>;
+  const auto found = std::make_shared<GObjectPointer<GtkPrinter>>();
   gtk_enumerate_printers(
       [](GtkPrinter *printer, gpointer result) -> gboolean {
         if (!gtk_printer_is_virtual(printer)) return FALSE;
-        *static_cast<GObjectPointer<GtkPrinter> *>(result) = retain(printer);
+        **static_cast<Found *>(result) = retain(printer);
         return TRUE;
       },
-      &found, nullptr, FALSE);
-  return found;
+      new Found(found), [](gpointer result) { delete static_cast<Found *>(result); }, FALSE);
+  return std::move(*found);
 }
 
 /// The settings with which WebKit draws a job's pages: what the printer's own
@@ -63,7 +67,7 @@ GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrint
   return operation;
 }
 
-/// Sends a file to a job's printer and unlinks it.
+/// Sends a file to a job's printer.
 void send(GtkPrintJob *job, const std::string &path) {
   const int file = g_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (file < 0) return;
@@ -78,14 +82,14 @@ void send(GtkPrintJob *job, const std::string &path) {
 
 }  // namespace
 
-/// A job whose pages WebKit draws into a temporary file.
+/// A job whose pages WebKit draws into a temporary file, which is removed with this
+/// object or when the process exits.
 class PrintJobs::Drawing {
  public:
-  Drawing(GObjectPointer<GtkPrintJob> job, std::string path)
-      : job_(std::move(job)), path_(std::move(path)) {}
+  Drawing(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
+      : job_(std::move(job)), file_(std::move(file)) {}
   ~Drawing() {
     if (operation_) g_signal_handlers_disconnect_by_data(operation_.get(), this);
-    g_unlink(path_.c_str());
   }
   Drawing(const Drawing &) = delete;
   Drawing &operator=(const Drawing &) = delete;
@@ -96,7 +100,7 @@ class PrintJobs::Drawing {
     g_signal_connect_swapped(operation_.get(), "failed",
                              G_CALLBACK(+[](Drawing *self) { self->failed_ = true; }), this);
     g_signal_connect_swapped(operation_.get(), "finished", G_CALLBACK(+[](Drawing *self) {
-                               if (!self->failed_) send(self->job_.get(), self->path_);
+                               if (!self->failed_) send(self->job_.get(), self->file_->path());
                                self->jobs_->drawn(self);
                              }),
                              this);
@@ -105,7 +109,7 @@ class PrintJobs::Drawing {
 
  private:
   const GObjectPointer<GtkPrintJob> job_;
-  const std::string path_;
+  const std::unique_ptr<DownloadFile> file_;
   PrintJobs *jobs_ = nullptr;
   GObjectPointer<WebKitPrintOperation> operation_;
   bool failed_ = false;
@@ -126,18 +130,16 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
   }
   const auto filePrinter = findFilePrinter();
   if (!filePrinter) return;
-  char *path = nullptr;
-  const int file = g_file_open_tmp("orvel-print-XXXXXX", &path, nullptr);
-  if (file < 0) return;
-  close(file);
+  auto file = std::make_unique<DownloadFile>(std::vector<std::string>{g_get_tmp_dir()},
+                                             DownloadFile::Kind::hidden);
+  if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
   // Made first: it takes out of the settings what the printer does by itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
-  char *uri = g_filename_to_uri(path, nullptr, nullptr);
+  char *uri = g_filename_to_uri(file->path().c_str(), nullptr, nullptr);
   const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);
-  drawings_.push_back(std::make_unique<Drawing>(std::move(job), path));
+  drawings_.push_back(std::make_unique<Drawing>(std::move(job), std::move(file)));
   g_free(uri);
-  g_free(path);
   drawings_.back()->start(*this, makeOperation(view_, drawing.get(), pageSetup));
 }
 

@@ -1,5 +1,7 @@
 #import "platform/macos/cocoa_url.h"
 
+#include <limits>
+
 #import "platform/macos/cocoa_text.h"
 
 namespace orvel {
@@ -9,12 +11,22 @@ NSURL *toCocoa(const Url &url) {
   return [NSURL URLWithDataRepresentation:bytes relativeToURL:nil];
 }
 
+namespace {
+
+std::optional<int> portOf(NSURL *url) {
+  const long long port = url.port.longLongValue;
+  const bool isInt = url.port != nil && port >= 0 && port <= std::numeric_limits<int>::max();
+  return isInt ? std::optional(static_cast<int>(port)) : std::nullopt;
+}
+
+}  // namespace
+
 std::optional<Url> fromCocoa(NSURL *url) {
   if (url == nil) return std::nullopt;
   return Url{.absoluteString = fromCocoa(url.absoluteString),
              .scheme = fromCocoa(url.scheme),
              .host = fromCocoa(url.host),
-             .port = url.port == nil ? std::nullopt : std::optional<int>(url.port.intValue),
+             .port = portOf(url),
              .path = fromCocoa(url.path)};
 }
 

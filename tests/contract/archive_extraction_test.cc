@@ -153,6 +153,14 @@ TEST_F(ArchiveExtraction, RefusesNamesThatLeadOut) {
   expectRefused({zipFile((folder_.path() / "outside").string(), "changed")});
 }
 
+TEST_F(ArchiveExtraction, RefusesAFileOrLinkInPlaceOfTheFolder) {
+  for (const std::string name : {".", "./.", "./"}) {
+    expectRefused({zipFile(name, "x")});
+    expectRefused({zipLink(name, "elsewhere")});
+    EXPECT_TRUE(fs::is_directory(fs::symlink_status(target_))) << name;
+  }
+}
+
 TEST_F(ArchiveExtraction, RefusesLinksThatLeadOut) {
   for (const std::string target :
        {"/", "/etc/passwd", "..", "../outside", "a/../../outside", "a/.."}) {

@@ -42,20 +42,14 @@ class LoadableProgram : public testing::Test {
     return bytes;
   }
 
-  /// The file offset of the page in which the dynamic section begins. A file cut
-  /// there misses what the loader reads first; a cut behind the last loaded segment
-  /// only removes debug information.
-  static std::size_t pageOfDynamicSection(const std::string &bytes) {
+  /// The file offset of the dynamic section.
+  static std::size_t dynamicSection(const std::string &bytes) {
     std::size_t offset = 0;
-    ElfW(Ehdr) header;
-    std::memcpy(&header, bytes.data(), sizeof(header));
-    for (unsigned number = 0; number < header.e_phnum; ++number) {
-      ElfW(Phdr) segment;
-      std::memcpy(&segment, bytes.data() + header.e_phoff + number * sizeof(segment),
-                  sizeof(segment));
+    withHeaders([&](auto &, auto &segment) {
       if (segment.p_type == PT_DYNAMIC) offset = segment.p_offset;
-    }
-    return offset / 4096 * 4096;
+    });
+    EXPECT_LT(offset, bytes.size());
+    return offset;
   }
 
   const TemporaryFolder folder_;
@@ -125,6 +119,23 @@ TEST_F(LoadableProgram, IsNeverAStaticOneNorALibrary) {
   })));
 }
 
+TEST_F(LoadableProgram, NamesNoAuditLibrary) {
+  for (const auto tag : {DT_AUDIT, DT_DEPAUDIT}) {
+    std::string bytes = releaseProgram();
+    ElfW(Dyn) entry;
+    std::size_t place = dynamicSection(bytes);
+    // Takes the place of the last entry before DT_NULL that the loader can do without.
+    for (std::memcpy(&entry, &bytes[place], sizeof(entry)); entry.d_tag != DT_DEBUG;
+         std::memcpy(&entry, &bytes[place], sizeof(entry))) {
+      ASSERT_NE(entry.d_tag, DT_NULL);
+      place += sizeof(entry);
+    }
+    entry.d_tag = tag;
+    std::memcpy(&bytes[place], &entry, sizeof(entry));
+    EXPECT_FALSE(isLoadable(bytes));
+  }
+}
+
 TEST_F(LoadableProgram, NeedsThePermissionToBeExecuted) {
   EXPECT_FALSE(isLoadable(releaseProgram(), false));
 }
@@ -136,7 +147,8 @@ TEST_F(LoadableProgram, IsNoScriptNorHalfAProgram) {
   EXPECT_FALSE(isLoadable("\177ELF"));
   const std::string whole = releaseProgram();
   for (const std::size_t size : {60U, 200U, 1000U}) EXPECT_FALSE(isLoadable(whole.substr(0, size)));
-  EXPECT_FALSE(isLoadable(whole.substr(0, pageOfDynamicSection(whole))));
+  // A cut behind the last loaded segment would only remove debug information.
+  EXPECT_FALSE(isLoadable(whole.substr(0, dynamicSection(whole) / 4096 * 4096)));
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path().string()));
   EXPECT_FALSE(isLoadableProgram(launcher_, (folder_.path() / "missing").string()));
 }

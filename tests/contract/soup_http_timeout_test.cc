@@ -13,13 +13,16 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-/// How long a request with that time-out takes to fail.
-milliseconds timeToFail(const std::string &address, milliseconds timeout) {
+/// How long a request with that timeout takes to fail.
+milliseconds timeToFail(const std::string &address, milliseconds timeout,
+                        std::optional<int> status = std::nullopt) {
   SoupHttpSession session;
   auto request = requestOf(address);
   request.timeout = timeout;
   const auto start = steady_clock::now();
-  EXPECT_EQ(fetch(session, request).body, std::nullopt);
+  const auto reply = fetch(session, request);
+  EXPECT_EQ(reply.status, status);
+  EXPECT_EQ(reply.body, std::nullopt);
   return std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
 }
 
@@ -33,13 +36,15 @@ TEST(SoupHttpTimeout, EndsARequestThatIsNeverAnswered) {
 }
 
 TEST(SoupHttpTimeout, EndsARequestWhoseAnswerStops) {
-  for (const char *bytes :
-       {"HTTP/1.1 200 OK\r\nConte", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"}) {
-    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+  using Case = std::pair<const char *, std::optional<int>>;
+  for (const auto &[bytes, status] :
+       {Case{"HTTP/1.1 200 OK\r\nConte", std::nullopt},
+        Case{"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", 200}}) {
+    LoopbackServer server([bytes = bytes](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
       client.waitForClient();
     });
-    EXPECT_GE(timeToFail(server.url(), milliseconds(300)), milliseconds(300));
+    EXPECT_GE(timeToFail(server.url(), milliseconds(300), status), milliseconds(300));
   }
 }
 

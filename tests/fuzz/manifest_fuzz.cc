@@ -69,7 +69,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     fuzz::require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
   fuzz::require(parseJsonTexts(written(*texts)) == texts, "texts that are written are read");
-  fuzz::require(parseJsonTexts(" " + json + "\r\n\t") == texts,
+  // A byte order mark is only accepted as the first character.
+  const bool hasMark = json.starts_with("\xEF\xBB\xBF");
+  fuzz::require(parseJsonTexts((hasMark ? "" : " ") + json + "\r\n\t") == texts,
                 "white space around does not count");
   fuzz::require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "half of it is none");
   fuzz::require(!parseJsonTexts(json + "{}"), "nothing may follow");
