@@ -18,9 +18,13 @@ FullScreenBar::FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *
 
   // Before the page, which takes all events of the pointer.
   gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
+  for (const char *signal : {"enter", "motion"}) {
+    g_signal_connect_swapped(
+        motion_, signal,
+        G_CALLBACK(+[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); }), this);
+  }
   g_signal_connect_swapped(
-      motion_, "motion",
-      G_CALLBACK(+[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); }), this);
+      motion_, "leave", G_CALLBACK(+[](FullScreenBar *bar) { bar->setPointerOver(false); }), this);
   gtk_widget_add_controller(GTK_WIDGET(window_), motion_);
   GtkEventController *keys = gtk_shortcut_controller_new();
   gtk_shortcut_controller_add_shortcut(
@@ -35,7 +39,7 @@ FullScreenBar::FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *
   g_signal_connect_swapped(window_, "notify::fullscreened",
                            G_CALLBACK(+[](FullScreenBar *bar) { bar->fullScreenChanged(); }), this);
   g_signal_connect_swapped(window_, "notify::focus-widget",
-                           G_CALLBACK(+[](FullScreenBar *bar) { bar->update(); }), this);
+                           G_CALLBACK(+[](FullScreenBar *bar) { bar->focusChanged(); }), this);
 }
 
 FullScreenBar::~FullScreenBar() {
@@ -60,9 +64,28 @@ void FullScreenBar::fullScreenChanged() {
 void FullScreenBar::pointerMoved(double y) {
   const bool isRevealed = gtk_revealer_get_reveal_child(revealer_);
   const double height = isRevealed ? gtk_widget_get_height(header_.get()) : 1;
-  const bool isOver = y < height;
+  setPointerOver(y < height);
+}
+
+void FullScreenBar::setPointerOver(bool isOver) {
   if (isOver == isPointerOver_) return;
   isPointerOver_ = isOver;
+  update();
+}
+
+void FullScreenBar::focusChanged() {
+  // An open menu takes the events of the pointer, wherever it goes.
+  GdkSurface *surface = gtk_native_get_surface(GTK_NATIVE(window_));
+  if (surface != nullptr && gtk_window_is_fullscreen(window_) && !hasFocus()) {
+    GdkSeat *seat = gdk_display_get_default_seat(gdk_surface_get_display(surface));
+    double x = 0;
+    double y = 0;
+    if (gdk_surface_get_device_position(surface, gdk_seat_get_pointer(seat), &x, &y, nullptr)) {
+      pointerMoved(y);
+    } else {
+      setPointerOver(false);
+    }
+  }
   update();
 }
 
@@ -92,7 +115,15 @@ bool FullScreenBar::openMenu() {
             gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
             bounds.origin.y > -bounds.size.height / 2;
         if (!isInPlace) return G_SOURCE_CONTINUE;
-        gtk_widget_activate(gtk_widget_get_first_child(menuBar));
+        // A menu that opens in the middle of a frame may never be painted.
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT_IDLE,
+            +[](gpointer bar) -> gboolean {
+              GtkWidget *item = gtk_widget_get_first_child(GTK_WIDGET(bar));
+              if (gtk_widget_get_mapped(item)) gtk_widget_activate(item);
+              return G_SOURCE_REMOVE;
+            },
+            g_object_ref(menuBar), g_object_unref);
         return G_SOURCE_REMOVE;
       },
       revealer_, nullptr);

@@ -20,6 +20,8 @@ class FullScreenBar {
  private:
   void fullScreenChanged();
   void pointerMoved(double y);
+  void setPointerOver(bool isOver);
+  void focusChanged();
   void update();
   bool hasFocus() const;
   bool openMenu();
