@@ -7,7 +7,7 @@ import { join } from 'node:path';
 
 import { Desktop } from '../e2e/harness/desktop.mjs';
 import { pageColour } from '../e2e/harness/page.mjs';
-import { alive, kill } from '../e2e/harness/processes.mjs';
+import { kill } from '../e2e/harness/processes.mjs';
 import { trialsOn } from '../e2e/harness/trial.mjs';
 import { waitFor } from '../e2e/harness/wait.mjs';
 import { badAnswers } from './harness/bad_answers.mjs';
@@ -108,35 +108,6 @@ trial('pages that are answered wrongly', { timeout: 120_000 }, async (user, scre
   await endedWell(user, run);
   await assertClean(user);
 });
-
-trial('Control-R brings the page back when the network process dies during a reload',
-  { timeout: 120_000 }, async (user, screen, t) => {
-    user.root.behave({ live: true });
-    const run = await user.startAndPaint();
-    for (const answer of ['silent', 'drips']) {
-      await underWatch(screen, run, t, { what: answer }, async () => {
-        const before = user.root.requests('/').length;
-        const painted = user.root.told('getoond').length;
-        user.root.behave({ live: true, routes: { '/': { page: '<p>x</p>', [answer]: true } } });
-        await screen.keys('ctrl+r');
-        await waitFor('the request', () => user.root.requests('/').length > before);
-        const pid = networkProcess(user);
-        kill(pid);
-        await waitFor('the end of the network process', () => !alive(pid));
-        user.root.behave({ live: true });
-        // A load that WebKit begins before it has noticed the end is lost as well.
-        await waitFor('the page again', async () => {
-          await screen.keys('ctrl+r');
-          return waitFor('the page', () => user.root.told('getoond').length > painted,
-            { timeout: 5000 }).then(() => true, () => false);
-        });
-        await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
-        assert.equal(user.root.events('started').length, 1);
-      });
-    }
-    await user.quit(run);
-    await assertClean(user);
-  });
 
 trial('files that are answered wrongly', { timeout: 120_000 }, async (user, screen, t) => {
   const desktop = new Desktop(user);
