@@ -7,8 +7,9 @@ namespace orvel {
 
 namespace {
 
-/// Foundation's list: the blank, and the marks, embeddings, overrides and
-/// isolates of the Unicode bidirectional algorithm.
+/// The characters that Foundation does not accept in an extension: the space, and
+/// the marks, embeddings, overrides and isolates of the Unicode bidirectional
+/// algorithm.
 constexpr std::array<std::string_view, 13> outsideExtensions{
     " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
     "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
