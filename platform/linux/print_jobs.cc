@@ -14,8 +14,8 @@ namespace orvel {
 
 namespace {
 
-/// GTK's "print to file", or null when there is no such printer. It is the one
-/// virtual printer, and is listed without waiting.
+/// Returns GTK's "print to file" printer, or null. It is the only virtual printer, and
+/// GTK lists it without waiting for CUPS.
 GObjectPointer<GtkPrinter> findFilePrinter() {
   GObjectPointer<GtkPrinter> found;
   gtk_enumerate_printers(
@@ -28,9 +28,8 @@ GObjectPointer<GtkPrinter> findFilePrinter() {
   return found;
 }
 
-/// The settings with which WebKit draws a job's pages: what the printer's own
-/// software does with them is left out, since a job says what remains for the
-/// application.
+/// Returns the settings with which WebKit draws a job's pages into a file. They contain
+/// only what the job leaves to the application; the printer backend does the rest.
 GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
                                                  const std::string &uri) {
   auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
@@ -54,7 +53,7 @@ GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *f
   return settings;
 }
 
-/// Draws into the file that the settings name.
+/// Returns an operation that prints to the printer or file in the settings.
 GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrintSettings *settings,
                                                    GtkPageSetup *pageSetup) {
   auto operation = adopt(webkit_print_operation_new(view));
@@ -63,7 +62,7 @@ GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrint
   return operation;
 }
 
-/// Sends a file to a job's printer and unlinks it.
+/// Sends a file to a job's printer. The caller may unlink the file at once.
 void send(GtkPrintJob *job, const std::string &path) {
   const int file = g_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (file < 0) return;
@@ -131,7 +130,8 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
   if (file < 0) return;
   close(file);
   const char *title = webkit_web_view_get_title(view_);
-  // Made first: it takes out of the settings what the printer does by itself.
+  // Created first, because drawingSettings reads from the job what the printer does not do
+  // itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   char *uri = g_filename_to_uri(path, nullptr, nullptr);
   const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);
