@@ -1,5 +1,4 @@
-// Which programs the dynamic loader of this machine can start, found out
-// without starting them.
+// Tests which programs count as loadable on this machine, and that none is executed.
 
 #include "platform/linux/loadable_program.h"
 
@@ -42,9 +41,9 @@ class LoadableProgram : public testing::Test {
     return bytes;
   }
 
-  /// The file offset of the page in which the dynamic section begins. A file cut
-  /// there misses what the loader reads first; a cut behind the last loaded segment
-  /// only removes debug information.
+  /// Returns the file offset of the page in which the dynamic section begins. A file that
+  /// is truncated there lacks the data that the loader reads first. A truncation after the
+  /// last loaded segment would only remove debug information.
   static std::size_t pageOfDynamicSection(const std::string &bytes) {
     std::size_t offset = 0;
     ElfW(Ehdr) header;
@@ -64,7 +63,7 @@ class LoadableProgram : public testing::Test {
 
 TEST_F(LoadableProgram, IsOneThatWasBuiltHere) {
   EXPECT_TRUE(isLoadable(releaseProgram()));
-  // The witness of all others: it can be executed, and that shows.
+  // Control for the other tests: the program can be executed, and that is detected.
   const std::string path = folder_.file("program", releaseProgram(), true);
   EXPECT_EQ(run(launcher_, program(path)).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "executed"));

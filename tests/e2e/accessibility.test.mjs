@@ -1,4 +1,4 @@
-// What a screen reader and a keyboard find in the alerts.
+// Alerts with a screen reader and with the keyboard.
 
 import assert from 'node:assert/strict';
 
@@ -11,10 +11,10 @@ const { trial, keep } = trialsOn();
 const button = (id, script) => `<button id="${id}" onclick="${script}">${id}</button>`;
 const addressTitle = 'Adres van het OS';
 
-/// Waits until the accessible tree holds what `find` looks for.
+/// Waits until the accessibility tree has a node that matches `find`.
 const awaitNode = (what, tree, find) => waitFor(what, async () => (await tree()).find(find));
 
-/// Where on the screen an accessible of a panel is.
+/// Returns the screen position of an accessible of a panel.
 async function onScreen(screen, panel, { place }) {
   const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', panel);
   const [x, y] = ['X', 'Y'].map((name) => Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
@@ -55,7 +55,7 @@ trial('the button that has the focus by keyboard has a bright ring', {},
         .filter((colour) => colour.every((part) => part > 200)).length;
       await waitFor(`a ring around ${label}`, () => ring() >= 2);
       await keep(`focus-${label}`);
-      // It stays while the user thinks; GTK's own goes out after three seconds.
+      // The ring must stay; GTK's own disappears after three seconds.
       await new Promise((resolve) => setTimeout(resolve, 4000));
       assert.ok(ring() >= 2, `no ring around ${label} any more`);
     }

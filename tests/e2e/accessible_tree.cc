@@ -1,6 +1,6 @@
-// Prints what a screen reader finds of the applications on the accessibility bus:
-// a JSON array with an object for each accessible, parents first.
-// Places are in pixels from the corner of the accessible's window.
+// Prints the accessibility tree of all applications on the accessibility bus: a JSON
+// array with an object for each accessible, parents first. Positions are in pixels
+// from the corner of the accessible's window.
 
 #include <atspi/atspi.h>
 
@@ -20,7 +20,7 @@ Pointer<Object> adopt(Object *object) {
           }};
 }
 
-/// A text as JSON has it. The bus delivers valid UTF-8.
+/// Returns a text as a JSON string. The bus delivers valid UTF-8.
 std::string quoted(const char *text) {
   std::string all = "\"";
   for (const char *at = text != nullptr ? text : ""; *at != '\0'; ++at) {

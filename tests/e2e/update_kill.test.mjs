@@ -115,7 +115,7 @@ trial('killed at every system call that changes a bundle, it is whole and starts
           const { whole } = await install(user, screen, run, kind, number);
           const now = fingerprint(user.bundle);
           if (whole) {
-            // This time there were fewer of them.
+            // This run made fewer such calls.
             await user.forceQuit(run);
             restore();
             break;
@@ -152,7 +152,7 @@ function largeRelease(user) {
   });
 }
 
-/// Has an update looked for and waits until a part of its large file is unpacked.
+/// Starts an update check and waits until a part of the large file is unpacked.
 async function beginUnpacking(user, screen) {
   const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
   const large = join(temporary, 'orvel-os-update-1.1/part/Orvel OS.app/Contents/large');

@@ -20,8 +20,8 @@ const body = 'een;twee\n'.repeat(2000);
 
 const networkProcess = (user) => user.processNamed('WebKitNetworkProcess')[0]?.pid;
 
-/// Has the page loaded again, and waits until it is there. A network process that dies
-/// of the answer before, as libsoup 3.6.5 lets it, fails the load; the next one succeeds.
+/// Reloads the page and waits until it is shown. When the network process crashes because
+/// of the previous response (libsoup 3.6.5), this load fails and the next one succeeds.
 async function pageAgain(user, screen) {
   const before = user.root.told('getoond').length;
   const serving = networkProcess(user);
@@ -30,7 +30,7 @@ async function pageAgain(user, screen) {
   await screen.keys('ctrl+r');
   await waitFor('the page or another network process', () => painted() || hasDied());
   if (!painted()) {
-    // It may have died before the load as well, and then the page comes.
+    // If the process died before the load began, the page is shown.
     await waitFor('the page', painted, { timeout: 5000 }).catch(() => screen.keys('ctrl+r'));
   }
   await user.root.painted(before + 1);
@@ -124,7 +124,7 @@ trial('Control-R brings the page back when the network process dies during a rel
         kill(pid);
         await waitFor('the end of the network process', () => !alive(pid));
         user.root.behave({ live: true });
-        // A load that WebKit begins before it has noticed the end is lost as well.
+        // A load that starts before WebKit has noticed the end fails too.
         await waitFor('the page again', async () => {
           await screen.keys('ctrl+r');
           return waitFor('the page', () => user.root.told('getoond').length > painted,

@@ -1,5 +1,5 @@
-// The application as a screen reader finds it: over an accessibility bus of the
-// test's own, on its own session bus.
+// The application as a screen reader sees it, over a private accessibility bus on a
+// private session bus.
 
 import { execFile, spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
@@ -19,14 +19,13 @@ if (!reader || !existsSync(reader)) {
 const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-spi-bus-launcher']
   .find((path) => existsSync(path));
 
-/// Runs the accessibility bus for as long as the body takes. The body gets the
-/// environment in which the application joins it, and a function that returns
-/// every accessible: its role, name, description, place in its
-/// window, and whether it has the focus.
+/// Runs the accessibility bus while the body runs. The body gets the environment with
+/// which the application joins the bus, and a function that returns the role, name,
+/// description, position in its window and focus state of every accessible.
 export async function withAccessibility(screen, body) {
   if (!launcher) throw new Error('at-spi2-core is not installed');
   await onSessionBus(async (bus) => {
-    // WebKit finds a bus only on a path without blanks.
+    // WebKit finds a bus only on a path without spaces.
     const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
     const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
     const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });
