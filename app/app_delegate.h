@@ -79,7 +79,8 @@ class AppDelegate final : public ApplicationDelegate,
   std::string baseURL() const;
   /// Whether the address is one of this machine. Any thread.
   bool lokaal() const;
-  /// A request that carries the app key, to its origin alone. Any thread.
+  /// Returns a request that carries the app key. Redirects to another origin do not
+  /// get the key (isSameOriginOrUpgrade). Any thread.
   UrlRequest metSleutel(const Url &url) const;
 
   // web/address_dialog.cc
@@ -110,10 +111,9 @@ class AppDelegate final : public ApplicationDelegate,
   void melding(const std::string &text);
 
   // update/installation.cc
-  /// Downloads a release, puts it in the place of the running application and
-  /// starts that again. Returns at once; every failure ends it in silence with
-  /// nothing changed. Where the running application cannot be replaced, nothing
-  /// is downloaded. Any thread.
+  /// Downloads a release, replaces the running application by it and restarts the
+  /// application. Returns at once. A failure changes nothing and is not reported.
+  /// Downloads nothing when the running application cannot be replaced. Any thread.
   void installeer(const Url &archive, const std::string &versie);
 
  private:

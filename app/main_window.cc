@@ -64,7 +64,7 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
-// The web view itself reports it, so there is one.
+// The web view makes this call, so `web` is not null.
 void AppDelegate::webViewWebContentProcessDidTerminate() { web->reload(); }
 
 }  // namespace orvel

@@ -22,8 +22,9 @@ struct UrlRequest {
   std::chrono::milliseconds timeout{std::chrono::seconds(60)};
   /// Header fields in the order in which they are sent.
   std::vector<std::pair<std::string, std::string>> headers;
-  /// Whether the header fields follow a redirect, given the URL of the request and
-  /// that of the redirect. Null: they never do. Called on a thread of the session.
+  /// Returns whether a redirect gets the header fields, given the URL of the request
+  /// and that of the redirect. Null: no redirect gets them. Called on a thread of the
+  /// session.
   bool (*forwardsHeaders)(const Url &from, const Url &to) = nullptr;
 
   /// Sets a header field, replacing one of the same name (names compare
@@ -43,23 +44,23 @@ struct DataReply {
   /// The head of the final response, present even if its body failed. Absent when
   /// no head arrived or the response is not HTTP.
   std::optional<HttpResponse> response{};
-  /// The whole body. Absent when it was truncated, timed out, is too large or has
+  /// The whole body. Absent when it is truncated, timed out, is too large or has
   /// an unknown encoding.
   std::optional<std::string> body{};
 };
 
 /// The outcome of a download task. Each part may be present without the others.
 struct Download {
-  /// The path of a file that holds the whole body. Absent when the body failed as
-  /// above or could not be written. The file is removed when the completion has
-  /// returned, unless `moveFile` has taken it.
+  /// The path of a file that holds the whole body. Absent when the body failed as in
+  /// `DataReply` or could not be written. The file is removed when the completion
+  /// returns, unless `moveFile` has moved it.
   std::optional<std::string> file{};
-  /// The head of the final response, as above.
+  /// The head of the final response, as in `DataReply`.
   std::optional<HttpResponse> response{};
-  /// The name that the body would have as a file: that of Content-Disposition
-  /// (RFC 6266), else the last path component of the final address, else its
-  /// host, with an extension for its media type when it has none. Absent when
-  /// there is no such name. As the server wrote it, so it may hold any character.
+  /// A file name for the body: the one in Content-Disposition (RFC 6266), else the
+  /// last path component of the final URL, else its host. A name without an extension
+  /// gets one for the media type. Absent when there is no such name. The server
+  /// chooses it, so it may hold any character.
   std::optional<std::string> suggestedFilename{};
 };
 
@@ -74,12 +75,12 @@ class HttpSession {
 
   /// Starts a request and returns at once. The completion is called exactly
   /// once, on a thread of the session and never on the main thread. Redirects
-  /// are followed; the header fields follow them as `forwardsHeaders` tells, and
-  /// once withheld they are not sent again.
-  /// Every failure shows as an absent part of the reply. Any thread.
+  /// are followed. `forwardsHeaders` decides whether a redirect gets the header
+  /// fields; once withheld, they are not sent again. A failure leaves a part of the
+  /// reply absent. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
-  /// Like a data task, but the body goes to a file, of any size, whatever the
-  /// status. A body that cannot be written is a failure.
+  /// Like a data task, but writes the body to a file, without a size limit and for
+  /// any status. A body that cannot be written is a failure.
   virtual void downloadTask(const UrlRequest &request, DownloadCompletion completion) = 0;
 };
 

@@ -42,11 +42,10 @@ class Panels {
  public:
   virtual ~Panels() = default;
 
-  /// Shows an alert. The completion is called at most once, on the main thread,
-  /// when the user has answered: inside this call where the platform runs a
-  /// loop of its own for the alert, else after it. It is never called after the
-  /// termination of the application proceeds. Queued work and timers go on
-  /// while the alert is open.
+  /// Shows an alert. Calls the completion at most once, on the main thread, when the
+  /// user has answered: inside this call where the platform runs a modal loop for the
+  /// alert, else after it. Never calls it once the termination of the application
+  /// proceeds. Queued work and timers continue while the alert is open.
   virtual void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) = 0;
 };
 

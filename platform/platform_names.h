@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// A command line for the shell: paths in single quotes, with a blank between
-/// two, stand between these parts of it.
+/// A command line for the shell. The paths are inserted between the two parts, in
+/// single quotes and separated by spaces.
 struct ShellCommand {
   std::string_view before;
   std::string_view after;
@@ -13,17 +13,17 @@ struct ShellCommand {
   bool isEmpty() const { return before.empty() && after.empty(); }
 };
 
-/// What is called differently on each system.
+/// The paths and shell commands that differ between the systems.
 struct PlatformNames {
-  /// Where a server tells of the newest release, below its address.
+  /// The path of the update manifest below the server's address.
   std::string_view manifest;
-  /// Unpacks the archive, the first path, into the folder, the second. Empty
-  /// where `Platform::unpacker` does it.
+  /// Unpacks an archive (first path) into a folder (second path). Empty where
+  /// `Platform::unpacker` is used instead.
   ShellCommand unpack;
-  /// Takes the mark of a download off a bundle; empty where there is none.
+  /// Removes the quarantine attribute of a downloaded bundle. Empty on systems without
+  /// that attribute.
   ShellCommand clearQuarantine;
-  /// Starts a bundle in the background once this process has gone, and returns
-  /// at once.
+  /// Starts a bundle in the background after this process has ended. Returns at once.
   ShellCommand relaunch;
 };
 
@@ -34,9 +34,9 @@ inline constexpr PlatformNames macosNames{
     .relaunch = {.before = "(sleep 1; /usr/bin/open -n ", .after = ") >/dev/null 2>&1 &"},
 };
 
-// The process that asks for a relaunch is the shell's parent; one that has ended
-// and was not yet waited for has no executable any more. zsh would give what runs
-// in the background less of the processor.
+// PPID is the application, which started the shell. The loop tests /proc/PID/exe
+// because that link does not resolve for a zombie. Without "unsetopt bgnice", zsh
+// lowers the priority of background jobs.
 inline constexpr PlatformNames linuxNames{
     .manifest = "download/linux.json",
     .unpack = {},

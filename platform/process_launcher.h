@@ -50,10 +50,10 @@ struct LaunchRequest {
   std::map<std::string, std::string> environmentChanges;
   StandardStream standardOutput;
   StandardStream standardError;
-  /// Asks the system to send the process SIGTERM, once or more often, when the
-  /// application's process ends in whatever way, a crash and SIGKILL included.
-  /// Linux does (PR_SET_PDEATHSIG); macOS has no such call, so that there this
-  /// has no effect. The processes that the child starts get no signal.
+  /// Asks the system to send the child SIGTERM, once or more often, when the
+  /// application's process ends in any way, including a crash and SIGKILL. Linux
+  /// supports this (PR_SET_PDEATHSIG); macOS does not, and ignores the flag. The
+  /// processes that the child starts get no signal.
   bool endsWithParent = false;
   /// Told once that the process has ended, on a thread that is never the main
   /// thread; isRunning() is false by then. May be empty.

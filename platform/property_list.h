@@ -8,10 +8,10 @@ namespace orvel {
 
 using PlistTexts = std::map<std::string, std::string, std::less<>>;
 
-/// Returns the text entries of a property list in a file (XML; macOS reads the
-/// binary form as well) whose top level is a dictionary; entries of other types
-/// are left out. Returns nullopt when the file cannot be read, is no such list,
-/// or is longer than any bundle's information. Any thread.
+/// Returns the string entries of a property list file (XML; macOS also reads the
+/// binary format) whose top level is a dictionary. Entries of other types are left
+/// out. Returns nullopt when the file cannot be read, is not such a list or is
+/// oversized (Linux: 128,000 bytes). Any thread.
 std::optional<PlistTexts> readPlistTexts(const std::string &path);
 
 }  // namespace orvel

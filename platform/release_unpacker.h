@@ -4,15 +4,15 @@
 
 namespace orvel {
 
-/// Unpacks a release where the system has no tool of its own that does it
-/// safely.
+/// The unpacking of a release on systems that have no safe command for it.
 class ReleaseUnpacker {
  public:
   virtual ~ReleaseUnpacker() = default;
 
-  /// Unpacks an archive into an existing folder, so that "Orvel OS.app" appears
-  /// in it whole and able to run here, or not at all. What else is left in the
-  /// folder is undefined. Any thread; blocks on the disk.
+  /// Unpacks an archive into an existing folder. "Orvel OS.app" appears in the folder
+  /// only if the whole archive is unpacked and its program can be loaded on this
+  /// machine. Other contents of the folder are undefined afterwards. Any thread;
+  /// blocks on the disk.
   virtual void unpack(const std::string &archive, const std::string &folder) const = 0;
 };
 

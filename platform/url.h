@@ -16,7 +16,7 @@ struct Url {
   std::string absoluteString;
   std::string scheme;
   std::string host;
-  /// Absent when the URL names none, and for a number that no int can hold.
+  /// Absent when the URL has no port, or when the number does not fit an int.
   std::optional<int> port{};
   std::string path;
 
@@ -26,9 +26,9 @@ struct Url {
   static std::optional<Url> parse(std::string_view text);
 
   /// Resolves a reference against a URL (RFC 3986, 5.2) and returns the absolute
-  /// URL. Characters that no URL may hold are percent-encoded first
-  /// (url_escapes.h). Returns nullopt for a text that is no reference even then:
-  /// the empty text, a malformed authority. Any thread.
+  /// URL. Percent-encodes invalid characters first (url_escapes.h). Returns nullopt
+  /// when the result is still not a reference: for the empty text or a malformed
+  /// authority. Any thread.
   static std::optional<Url> resolve(std::string_view reference, const Url &base);
 
   bool operator==(const Url &) const = default;

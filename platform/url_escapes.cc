@@ -15,13 +15,13 @@ bool isHexDigit(char character) {
          (character >= 'A' && character <= 'F');
 }
 
-/// Whether a "%" at the place begins an escape.
+/// Whether the "%" at a position begins an escape.
 bool isEscape(std::string_view text, std::size_t at) {
   return at + 2 < text.size() && isHexDigit(text[at + 1]) && isHexDigit(text[at + 2]);
 }
 
-/// Appends a part of a URL. Beside the delimiters given, the characters stay that
-/// are allowed in every part.
+/// Appends a part of a URL. Percent-encodes all characters except the given
+/// delimiters and those that are allowed in every part.
 void append(std::string &result, std::string_view part, std::string_view delimiters) {
   constexpr std::string_view marks = "-._~!$&'()*+,;=:@";
   constexpr std::string_view digits = "0123456789ABCDEF";

@@ -5,12 +5,12 @@
 
 namespace orvel {
 
-/// Percent-encodes the characters of a URL or a relative reference that RFC 3986
-/// does not allow where they stand: blanks, control characters, bytes beyond
-/// ASCII, "|", brackets outside an authority, a second "#", a "%" that begins no
-/// escape. Whole escapes stay, so that encoding twice changes nothing. What is
-/// wrong in itself, such as a port of letters, is left for the parser to refuse.
-/// Any thread.
+/// Percent-encodes the characters of a URL or a relative reference that RFC 3986 does
+/// not allow at their position: spaces, control characters, non-ASCII bytes, "|",
+/// brackets outside an authority, a second "#", and a "%" that does not begin an
+/// escape. Leaves complete escapes alone, so that the function is idempotent. Does
+/// not repair other errors, such as letters in a port; the parser rejects those. Any
+/// thread.
 std::string withEscapes(std::string_view reference);
 
 }  // namespace orvel

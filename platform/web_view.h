@@ -78,11 +78,11 @@ class WebViewDelegate {
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
   /// A request for a window of its own, by the page or the user. It gets none.
   virtual void createWebView(const std::optional<Url> &url) = 0;
-  /// The page waits for the completion, which is called once, or never when the
-  /// application ends first.
+  /// Shows an alert of the page. The page waits for the completion, which is called
+  /// once, or never when the application ends first.
   virtual void runJavaScriptAlertPanel(const std::string &message,
                                        std::function<void()> completion) = 0;
-  /// Likewise; the completion is told whether the user agreed.
+  /// As runJavaScriptAlertPanel; the completion gets true when the user agreed.
   virtual void runJavaScriptConfirmPanel(const std::string &message,
                                          std::function<void(bool)> completion) = 0;
   /// The process that shows the page has ended by itself.

@@ -7,13 +7,14 @@
 # scripts/build-app.sh takes from the environment holds here too, and
 #
 #   ORVELOS_MAINTAINER
-#       whom the package names as its maintainer, as "Name <name@host>"
+#       the maintainer of the package, as "Name <name@host>"
 #   ORVELOS_HOMEPAGE
-#       the web page of the application, an http or https address; without it that
-#       is https://orvel.nl/, the domain of the application's identifier
+#       the web page of the application, an http or https URL; by default
+#       https://orvel.nl/, the domain of the application's identifier
 #
-# The same sources, version, presets and tools give the same bytes; SOURCE_DATE_EPOCH
-# sets the time of the files, which else is that of the last commit.
+# The build is reproducible: the same sources, version, presets and tools give the same
+# bytes. SOURCE_DATE_EPOCH sets the time of the files; the default is the time of the
+# last commit.
 set -euo pipefail
 
 fail() {
@@ -39,7 +40,7 @@ maintainer=${ORVELOS_MAINTAINER:-Orvel <noreply@orvel.nl>}
 [[ $maintainer =~ ^[^\<\>]+' <'[^\<\>\ @]+@[^\<\>\ @]+'>'$ && $maintainer != *$'\n'* ]] ||
   fail "a maintainer is a name and an address, such as 'Name <name@host>'; not '$maintainer'"
 homepage=${ORVELOS_HOMEPAGE:-https://orvel.nl/}
-# It becomes a part of XML, of a package's field and of a sed expression.
+# The value is inserted into XML, a package field and a sed expression without escaping.
 [[ $homepage =~ ^https?://[A-Za-z0-9][-A-Za-z0-9.:]*(/[-A-Za-z0-9._~%/]*)?$ ]] ||
   fail "a homepage is an http or https address without a query; not '$homepage'"
 

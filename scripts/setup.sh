@@ -12,13 +12,13 @@ packages=(
   libclang-rt-dev
   # What the application is built with.
   libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev libarchive-dev
-  # What it needs to run: the shell and the tools that it asks, the web view's
-  # sandbox, drawing, https, icons and fonts.
+  # What it needs to run: the shell and the tools that it calls, the web view's
+  # sandbox, rendering, https, icons and fonts.
   zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
-  # What makes and judges the Debian package, and what tries it.
+  # What builds, checks and installs the Debian package.
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
-  # What the tests drive it with, and what they look at a release with.
+  # What the tests use to drive the application and to inspect a release.
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
   strace libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
   x11-xserver-utils xsettingsd

@@ -62,7 +62,8 @@ void AppDelegate::waitForServer(int tries) {
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
   platform_.http.dataTask(probe, [self = shared_from_this(), tries](const DataReply &reply) {
-    // The head alone counts: a server that has sent one is ready, whatever its body.
+    // Only the status counts: a server that sends a response head is ready, even if
+    // the body fails.
     self->platform_.mainQueue.post(
         [self, response = reply.response, tries] { self->probeAnswered(response, tries); });
   });

@@ -9,12 +9,12 @@
 
 namespace orvel {
 
-/// Returns a path between single quotes, or nullopt when it holds one itself:
-/// that would end the quotes, and the shell would run the rest of the path.
+/// Returns a path in single quotes, or nullopt when the path contains a single quote:
+/// it would end the quoting, and the shell would execute the rest.
 std::optional<std::string> singleQuoted(std::string_view path);
 
-/// Returns the command with these paths in it, or nullopt when one of them
-/// cannot be quoted.
+/// Returns the command with the paths inserted, or nullopt when a path cannot be
+/// quoted.
 std::optional<std::string> commandLine(const ShellCommand &command,
                                        const std::vector<std::string> &paths);
 

@@ -35,7 +35,7 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 }
 
 void AppDelegate::installeer(const Url &archive, const std::string &versie) {
-  // Without this each check would download a release that cannot be installed.
+  // Otherwise every update check would download a release that cannot be installed.
   if (!platform_.locations.canReplaceItem(platform_.bundle.path())) return;
   platform_.http.downloadTask(
       metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
@@ -60,7 +60,7 @@ bool AppDelegate::replaceBundle(const std::string &archive, const std::string &v
   if (!isRealFolder(unpacked)) return false;
   const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
   if (!information) return false;
-  // Only another release of this same application may take its place.
+  // Only a release of the same application may replace it.
   if (identityOf(*information) != platform_.bundle.infoText(identityKey)) return false;
 
   runCommand(platform_.names.clearQuarantine, {unpacked});
@@ -78,7 +78,7 @@ void AppDelegate::tellOfUpdate(const std::string &versie) {
 }
 
 void AppDelegate::relaunch() {
-  // A second notice may be answered while this process comes to its end.
+  // A second update alert may be answered while the application quits.
   if (std::exchange(isRelaunching_, true)) return;
   runCommand(platform_.names.relaunch, {platform_.bundle.path()});
   platform_.application.terminate();
@@ -86,7 +86,8 @@ void AppDelegate::relaunch() {
 
 void AppDelegate::unpack(const std::string &archive, const std::string &folder) {
   if (platform_.unpacker == nullptr) return runCommand(platform_.names.unpack, {archive, folder});
-  // A version or path ends the installation here on every platform or on none.
+  // An unpacker needs no quoting, but a path that cannot be quoted ends the
+  // installation on macOS, so it does here too.
   if (singleQuoted(archive) && singleQuoted(folder)) platform_.unpacker->unpack(archive, folder);
 }
 

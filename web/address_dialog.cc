@@ -41,7 +41,8 @@ void AppDelegate::useAddress(const std::string &typed) {
   platform_.defaults.setText("osURL", address);
 
   if (!lokaal() && server && server->isRunning()) {
-    // The dialog may be answered while the application quits.
+    // The dialog may be answered while the application quits, so restore the flag
+    // instead of clearing it.
     const bool wasQuitting = std::exchange(quitting, true);
     server->terminate();
     server = nullptr;

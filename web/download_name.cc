@@ -56,7 +56,7 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
     if (!isFileName(name)) continue;
     const auto [stem, extension] = splitFileName(name);
     std::string fitting = joined(stem, "", extension);
-    // Nothing may be left of a text without one whole character.
+    // Shortening a stem without one complete character leaves it empty.
     if (isFileName(fitting)) return fitting;
   }
   return "unknown";

@@ -15,9 +15,9 @@ namespace orvel {
 /// with a NUL) is passed over.
 std::string downloadName(const std::optional<std::string> &suggested, const Url &url);
 
-/// The name with a number behind its stem: "data.csv" and 2 give "data 2.csv".
-/// splitFileName says where the extension begins. A stem is shortened, between two characters, when
-/// the whole would have more than 255 bytes.
+/// Returns the name with a number after its stem: "data.csv" and 2 give "data 2.csv".
+/// splitFileName determines where the extension begins. A stem is shortened, between
+/// two characters, when the whole name would exceed 255 bytes.
 std::string numberedName(std::string_view name, int number);
 
 }  // namespace orvel

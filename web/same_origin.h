@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// Whether a URL has the origin of another (scheme, host and port) or is its
-/// upgrade: from http to https of the same host, both at their default ports. The
-/// app key and the page's cookies follow a redirect only there. Any thread.
+/// Returns whether `to` has the origin of `from` (scheme, host and port) or upgrades
+/// it from http to https on the same host, both at their default ports. Only such a
+/// redirect gets the app key and the page's cookies. Any thread.
 bool isSameOriginOrUpgrade(const Url &from, const Url &to);
 
 }  // namespace orvel

@@ -85,8 +85,8 @@ class FakeMenuBar final : public MenuBar {
   FakeScheduler &scheduler_;
 };
 
-/// Alerts that a script answers; one without an answer stays open until the
-/// test gives it.
+/// Alerts that a script answers. An alert without an answer stays open until the
+/// test answers it. No completion is called after the application has terminated.
 class FakePanels final : public Panels {
  public:
   FakePanels(FakeScheduler &scheduler, const FakeApplication &application)

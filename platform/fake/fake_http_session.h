@@ -13,12 +13,13 @@
 
 namespace orvel {
 
-/// What a scripted server answers; by default, nothing: the connection is refused,
-/// or fails before a head has arrived.
+/// The answer of a scripted server. By default there is no response: the connection
+/// is refused, or fails before a head has arrived.
 struct FakeAnswer {
-  /// The head of a response. Absent beside a body: the response is not HTTP.
+  /// The status of a response. Absent while a body is present: the response is not
+  /// HTTP.
   std::optional<int> statusCode{};
-  /// The whole body. Absent beside a status: the body fails.
+  /// The whole body. Absent while a status is present: the body fails.
   std::optional<std::string> body{};
   std::chrono::milliseconds delay{0};
   std::optional<std::string> suggestedFilename{};

@@ -38,7 +38,7 @@ class FakePlatform {
   FakeUserDefaults defaults{record};
   FakeLocations locations{record};
   PlatformNames names = macosNames;
-  /// Null, as on macOS: a command of the shell unpacks.
+  /// Null as on macOS, where the shell command `PlatformNames::unpack` is used.
   const ReleaseUnpacker *unpacker = nullptr;
 };
 

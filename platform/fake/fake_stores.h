@@ -52,8 +52,8 @@ class FakeLocations final : public Locations {
   std::string homeFolder = "/Users/iemand";
   std::string temporaryFolder = "/Users/iemand/tijdelijk";
   bool mayReplace = true;
-  /// Plays a folder that the user may not write to, which a test that runs as
-  /// the superuser cannot have.
+  /// Simulates a folder that is not writable: access(2) grants root every
+  /// permission, so a test that runs as root cannot create one.
   bool isWritable = true;
   std::string downloadsFolder = "/Users/iemand/Downloads";
   std::set<std::string> executables{"/usr/local/bin/node"};

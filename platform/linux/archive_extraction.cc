@@ -18,14 +18,14 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t blockSize = std::size_t{64} * 1024;
 constexpr mode_t permissionBits = 0777;
-// What a user needs to replace or remove a folder again.
+// Without these permissions the user could not replace or remove a folder.
 constexpr mode_t ownerOfFolder = 0700;
 
 using Reader = std::unique_ptr<archive, decltype(&archive_read_free)>;
 using Writer = std::unique_ptr<archive, decltype(&archive_write_free)>;
 
-/// Makes libarchive take names in UTF-8 as they are, for the life of this object
-/// and on this thread alone: it converts them to the encoding of the locale.
+/// Sets a UTF-8 locale on this thread during its lifetime: libarchive converts names to
+/// the encoding of the locale.
 class Utf8Names {
  public:
   Utf8Names() : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {
@@ -50,8 +50,8 @@ bool staysBelow(const fs::path &path) {
          std::find(path.begin(), path.end(), "..") == path.end();
 }
 
-/// Entries are written below an absolute path, so that libarchive cannot refuse
-/// absolute names by ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS. It never looks at
+/// Whether an entry may be extracted. ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS cannot
+/// check names, because entries are written to absolute paths. libarchive never checks
 /// the targets of links.
 bool isAllowed(archive_entry *entry) {
   const char *name = archive_entry_pathname(entry);
@@ -92,17 +92,18 @@ bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::pa
 }  // namespace
 
 bool extractArchive(const std::string &archive, const std::string &folder) {
-  // ARCHIVE_EXTRACT_SECURE_SYMLINKS refuses links above the folder too.
+  // ARCHIVE_EXTRACT_SECURE_SYMLINKS also rejects symbolic links in the path of the folder.
   std::error_code error;
   const fs::path target = fs::canonical(folder, error);
   if (error) return false;
-  // libarchive reads the file mode mask by setting it, which all threads would see.
+  // libarchive reads the umask by calling umask(2), which changes it for all threads that
+  // share it.
   ::unshare(CLONE_FS);
   const Utf8Names names;
   const Reader from(archive_read_new(), archive_read_free);
   const Writer to(archive_write_disk_new(), archive_write_free);
-  // The reader of streams does not know the modes and links, which stand in the
-  // directory at the end.
+  // The streaming reader does not see modes and links: they are in the central directory
+  // at the end of the file.
   if (archive_read_support_format_zip_seekable(from.get()) != ARCHIVE_OK ||
       archive_write_disk_set_options(to.get(), ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME |
                                                    ARCHIVE_EXTRACT_SECURE_SYMLINKS |
@@ -113,9 +114,9 @@ bool extractArchive(const std::string &archive, const std::string &folder) {
   while (true) {
     archive_entry *entry = nullptr;
     const int result = archive_read_next_header(from.get(), &entry);
-    // Writes the modes and times of folders.
+    // The close writes the modes and times of folders.
     if (result == ARCHIVE_EOF) return archive_write_close(to.get()) == ARCHIVE_OK;
-    // A warning says that the directory and the entry differ.
+    // ARCHIVE_WARN also fails: the central directory and the local header differ.
     if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target)) return false;
   }
 }

@@ -4,15 +4,15 @@
 
 namespace orvel {
 
-/// Unpacks a ZIP archive into an existing folder, with permissions and times but
-/// without owners, by libarchive. Refused are: an archive of another format, a
-/// truncated, corrupt or encrypted one, absolute names, names and link targets
-/// with a component "..", absolute link targets, entries that lie behind a link,
-/// and entries that are neither a folder nor a file nor a symbolic link.
+/// Unpacks a ZIP archive into an existing folder with libarchive, with permissions and
+/// times but without owners. Rejects another format; a truncated, corrupt or encrypted
+/// archive; names and link targets that are absolute or have a component ".."; entries
+/// whose path leads through a symbolic link; and entries other than folders, regular
+/// files and symbolic links.
 ///
-/// False when anything was refused or could not be written; a part of the
-/// archive may then lie in the folder, but never outside it. Any thread, which
-/// gets a file mode mask of its own; blocks on the disk.
+/// Returns false when an entry was rejected or could not be written. A part of the
+/// archive may then be in the folder, but never outside it. Any thread; gives the
+/// calling thread its own umask and working directory (CLONE_FS). Blocks on the disk.
 bool extractArchive(const std::string &archive, const std::string &folder);
 
 }  // namespace orvel

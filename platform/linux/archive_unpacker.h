@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// Unpacks a release by libarchive. The bundle gets its name by one rename, when
-/// all of the archive is unpacked and its program can be loaded here.
+/// Unpacks a release with libarchive. A single rename puts the bundle in place, after
+/// the whole archive is unpacked and its program is known to be loadable here.
 class ArchiveUnpacker final : public ReleaseUnpacker {
  public:
   explicit ArchiveUnpacker(ProcessLauncher &processes) : processes_(processes) {}

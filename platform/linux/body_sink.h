@@ -13,9 +13,9 @@ class BodySink {
  public:
   virtual ~BodySink() = default;
 
-  /// Whether a body can be kept at all.
+  /// Whether the sink can store a body. False when its file could not be created.
   virtual bool isReady() const = 0;
-  /// False when the block cannot be kept: the body has failed then.
+  /// Stores a block. Returns false when it cannot; the body has then failed.
   virtual bool append(std::string_view block) = 0;
 };
 

@@ -16,7 +16,7 @@ FullScreenBar::FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *
   gtk_overlay_add_overlay(GTK_OVERLAY(overlay), GTK_WIDGET(revealer_));
   gtk_window_set_child(window_, overlay);
 
-  // Before the page, which takes all events of the pointer.
+  // Runs before the page, which consumes all pointer events.
   gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
   for (const char *signal : {"enter", "motion"}) {
     g_signal_connect_swapped(
@@ -51,7 +51,8 @@ void FullScreenBar::fullScreenChanged() {
   isPointerOver_ = false;
   isOpening_ = false;
   if (gtk_window_is_fullscreen(window_)) {
-    // GTK shows no title bar in full screen, and none at all in place of null.
+    // GTK hides the title bar in full screen. An empty box, because null would bring back
+    // the default decorations.
     gtk_window_set_titlebar(window_, gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
     gtk_revealer_set_child(revealer_, header_.get());
   } else {
@@ -104,7 +105,7 @@ bool FullScreenBar::openMenu() {
   if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
   isOpening_ = true;
   update();
-  // A menu that opens before its item is in place comes up outside the screen.
+  // A menu that opens before the slide has ended appears outside the screen.
   gtk_widget_add_tick_callback(
       menuBar_,
       +[](GtkWidget *menuBar, GdkFrameClock *, gpointer revealer) -> gboolean {

@@ -32,7 +32,7 @@ class FullScreenBar {
   GtkRevealer *const revealer_;
   GtkEventController *const motion_;
   bool isPointerOver_ = false;
-  /// A menu is opened as soon as the header is laid out.
+  /// Whether F10 was pressed and its menu has not opened yet.
   bool isOpening_ = false;
 };
 

@@ -39,7 +39,7 @@ class GtkApplicationHost final : public Application {
   void addWindow(::GtkWindow *window);
   /// The window that dialogs stand before, or null before there is one.
   ::GtkWindow *mainWindow() const { return mainWindow_; }
-  /// Whether the application is on its way out and nothing can hold it up.
+  /// Whether the application ends and nothing can defer that any more.
   bool terminationProceeds() const { return terminationProceeds_; }
   /// Work that must be done before the process ends.
   void beforeEnd(std::function<void()> work) { beforeEnd_ = std::move(work); }

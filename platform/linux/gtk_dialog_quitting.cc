@@ -17,7 +17,7 @@ bool isModalWindowOpen(GListModel *windows) {
 }
 
 guint surfaceEventSignal() {
-  // A class has no signals before its first use.
+  // The signals of a class exist only after its first use.
   g_type_class_unref(g_type_class_ref(GDK_TYPE_SURFACE));
   return g_signal_lookup("event", GDK_TYPE_SURFACE);
 }
@@ -29,7 +29,7 @@ GtkDialogQuitting::GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar
       menuBar_(menuBar),
       windows_(gtk_window_get_toplevels()),
       eventSignal_(surfaceEventSignal()),
-      // A handler of the surface would be called after GTK's own, which ends the
+      // A handler connected to the surface would run after GTK's own, which stops the
       // emission.
       eventHook_(g_signal_add_emission_hook(
           eventSignal_, 0,
@@ -58,7 +58,7 @@ void GtkDialogQuitting::windowsAdded(guint position, guint count) {
   }
 }
 
-// GTK drops a request to close a window for which another one is modal.
+// GTK ignores GDK_DELETE for a window while another window is modal for it.
 void GtkDialogQuitting::eventArrived(GdkSurface *surface, GdkEvent *event) {
   if (gdk_event_get_event_type(event) != GDK_DELETE) return;
   ::GtkWindow *main = application_.mainWindow();

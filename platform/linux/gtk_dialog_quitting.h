@@ -7,10 +7,10 @@
 
 namespace orvel {
 
-/// Lets the user quit while a window of GTK's or WebKit's own is open, such as
-/// the print dialog, a chooser or the inspector: each gets the keys that quit,
-/// and the main window can be closed from outside although a dialog is modal for
-/// it. Main thread only; at most one at a time.
+/// Lets the user quit while GTK or WebKit has a window of its own open, such as the
+/// print dialog, a chooser or the inspector. Adds the keys that quit to each window, and
+/// lets the window manager close the main window while a dialog is modal for it. Main
+/// thread only; at most one instance at a time.
 class GtkDialogQuitting {
  public:
   GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar &menuBar);

@@ -26,10 +26,10 @@ std::string shortened(const std::string &text, glong most, const char *end) {
   return std::string(beginning.get()) + end;
 }
 
-/// What an alert shows of a text.
+/// Returns the text of an alert, shortened to what it can show.
 std::string shown(const std::string &text) { return shortened(text, longestText, "…"); }
 
-/// One alert on the screen. It lives until it is answered, in whatever way.
+/// One alert on the screen. It deletes itself when it is answered or closed.
 class OpenAlert {
  public:
   OpenAlert(const Alert &alert, std::function<void(AlertAnswer)> completion)
@@ -68,14 +68,14 @@ class OpenAlert {
   }
 
  private:
-  /// The role can be set only while the window is made.
+  /// "accessible-role" can be set only at construction.
   static ::GtkWindow *makeWindow() {
     return GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
                                    GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
   }
 
-  /// Gives screen readers the texts: GTK 4.8 takes no description from a relation,
-  /// and a name from a relation comes after that of the title, which may be truncated.
+  /// Sets the accessible name and description. Relations do not work: GTK 4.8 ignores
+  /// DESCRIBED_BY, and prefers the title, which may be truncated, to LABELLED_BY.
   void describe(const Alert &alert) {
     gtk_accessible_update_property(
         GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL, shown(alert.messageText).c_str(),
@@ -110,7 +110,7 @@ class OpenAlert {
     gtk_scrolled_window_set_max_content_height(scroller, mostTextHeight);
     gtk_scrolled_window_set_child(scroller, text);
     scrollByPageKeys(widget);
-    // A stop of the Tab key only where there is something to scroll.
+    // The Tab key stops at the text only when it needs scrolling.
     gtk_widget_set_can_focus(widget, FALSE);
     g_signal_connect_object(gtk_scrolled_window_get_vadjustment(scroller), "changed",
                             G_CALLBACK(+[](GtkAdjustment *adjustment, GtkWidget *scrolled) {
@@ -178,7 +178,8 @@ class OpenAlert {
     gtk_widget_add_controller(GTK_WIDGET(window_), GTK_EVENT_CONTROLLER(keys));
   }
 
-  /// GTK's own mark of the focus goes out three seconds after each key.
+  /// Shows the focus ring from the first key press on. GTK's own ring disappears three
+  /// seconds after each key.
   void showFocusFromFirstKey() {
     GtkEventController *keys = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
@@ -190,7 +191,7 @@ class OpenAlert {
     gtk_widget_add_controller(GTK_WIDGET(window_), keys);
   }
 
-  /// Has Page Up and Page Down scroll the text, whichever widget has the focus.
+  /// Makes Page Up and Page Down scroll the text regardless of the focus.
   static void scrollByPageKeys(GtkWidget *scroller) {
     auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
     gtk_shortcut_controller_set_scope(keys, GTK_SHORTCUT_SCOPE_GLOBAL);
@@ -229,7 +230,7 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
   auto *open = new OpenAlert(
       alert,
       [&application = application_, completion = std::move(completion)](const AlertAnswer &answer) {
-        // The main loop may still dispatch events that came before its end.
+        // The main loop may still dispatch queued events after g_application_quit.
         if (!application.terminationProceeds()) completion(answer);
       });
   gtk_window_set_transient_for(open->window(), application_.mainWindow());

@@ -90,7 +90,7 @@ void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
   if (frame.maximised) gtk_window_maximize(window_);
 }
 
-// A window must fit the screen, even one that is smaller than the minimum.
+// The window must fit a screen that is smaller than the minimum size.
 void GtkMainWindow::fitMinimumSize() {
   const auto room = this->room();
   const double width = room ? std::min(minimumWidth_, room->width) : minimumWidth_;

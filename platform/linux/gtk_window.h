@@ -28,7 +28,7 @@ class GtkMainWindow final : public Window {
   ::GtkWindow *handle() const { return window_; }
 
  private:
-  /// Returns what windows may use of the monitor that the window is on.
+  /// Returns the visible frame of the monitor that the window is on.
   std::optional<Rect> room() const;
   void restoreFrame(const WindowConfiguration &configuration);
   void fitMinimumSize();
@@ -42,7 +42,7 @@ class GtkMainWindow final : public Window {
   ::GtkWindow *const window_;
   const double minimumWidth_;
   const double minimumHeight_;
-  // These end before the window does.
+  // Destroyed before the window.
   std::optional<FullScreenBar> fullScreenBar_;
   std::optional<MonitorWatch> monitors_;
   /// The source that keeps a frame once it has stopped changing, or zero.

@@ -9,12 +9,12 @@ namespace orvel {
 
 namespace {
 
-// The deepest that Foundation reads as well.
+// Foundation's limit.
 constexpr int deepestNesting = 512;
 
-/// Keeps the texts of the top level and nothing else: no document is built, so
-/// that neither depth nor size costs more than the text itself. A handler that
-/// returns false ends the reading.
+/// A SAX handler that keeps only the strings of the top-level object. No document is
+/// built, so memory use is bounded by the input. A handler that returns false ends the
+/// parsing.
 class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
  public:
   bool null() override { return drop(); }
@@ -45,7 +45,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
   JsonTexts takeTexts() { return std::move(texts_); }
 
  private:
-  /// Of two members with one name the last counts, also when it is no text.
+  /// The last of two members with the same name counts, even if it is not a string.
   bool drop() {
     if (depth_ == 1) texts_.erase(name_);
     return depth_ > 0;
@@ -67,7 +67,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
 }  // namespace
 
 std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
-  // The library takes a NUL for the end of the text.
+  // nlohmann::json treats a NUL as the end of the input.
   if (bytes.find('\0') != std::string_view::npos) return std::nullopt;
   TextCollector collector;
   if (!nlohmann::json::sax_parse(bytes.begin(), bytes.end(), &collector)) return std::nullopt;

@@ -26,8 +26,8 @@
 
 namespace orvel {
 
-/// The path of the bundle in which the running executable lies, without symbolic
-/// links.
+/// Returns the path of the bundle that contains the running executable, with symbolic
+/// links resolved.
 std::string mainBundlePath();
 
 /// The Linux desktop: every port, made for one bundle. Made before GTK starts
@@ -66,7 +66,7 @@ class LinuxPlatform {
   GtkApplicationHost application_;
   GtkCommands commands_;
   GtkMenuBar menuBar_;
-  /// Made once GTK has started.
+  /// Created after GTK has started.
   std::optional<GtkDialogQuitting> dialogQuitting_;
   GtkWindowSystem windows_;
   WebKitPageViewFactory webViews_;

@@ -14,7 +14,7 @@ namespace orvel {
 
 namespace {
 
-/// What decides which machine and loader can start a program.
+/// The properties of an ELF file that determine which machine and loader can start it.
 struct ProgramKind {
   unsigned char wordSize = 0;
   unsigned char byteOrder = 0;
@@ -69,8 +69,8 @@ std::optional<ProgramKind> kindOf(const std::string &program) {
   return ProgramKind{header.e_ident[EI_CLASS], header.e_ident[EI_DATA], header.e_machine, loader};
 }
 
-/// Returns what a program wrote to both of its streams, or nullopt when it did
-/// not end with status 0.
+/// Returns what a program writes to stdout and stderr, or nullopt when it does not exit
+/// with status 0.
 std::optional<std::string> outputOf(ProcessLauncher &processes, LaunchRequest request) {
   auto pipe = Pipe::create();
   if (!pipe) return std::nullopt;
@@ -86,9 +86,9 @@ std::optional<std::string> outputOf(ProcessLauncher &processes, LaunchRequest re
   return output;
 }
 
-/// Looks for what glibc's loader writes of a missing library, of a missing
-/// version, and of a symbol that the program itself misses. One that a library
-/// of the system misses may never be called.
+/// Looks for glibc's messages about a missing library, a missing symbol version, and an
+/// undefined symbol of the program itself. Undefined symbols of system libraries are
+/// ignored: they may never be called.
 bool namesSomethingMissing(const std::string &output, const std::string &program) {
   std::istringstream lines(output);
   for (std::string line; std::getline(lines, line);) {
@@ -111,13 +111,13 @@ bool isLoadableProgram(ProcessLauncher &processes, const std::string &program) {
   LaunchRequest request;
   request.executable = kind->loader;
   request.environmentChanges = {{"LC_ALL", "C"}};
-  // A loader that does not know this option fails, and so is never asked what it
-  // would take for an order to run the program.
+  // A loader without --verify fails here. It might also ignore LD_TRACE_LOADED_OBJECTS
+  // below and run the program.
   request.arguments = {"--verify", program};
   if (!outputOf(processes, request)) return false;
   request.arguments = {program};
   request.environmentChanges["LD_TRACE_LOADED_OBJECTS"] = "1";
-  // Without these two, symbols are not looked up.
+  // Both are needed: otherwise the loader does not resolve symbols.
   request.environmentChanges["LD_WARN"] = "1";
   request.environmentChanges["LD_BIND_NOW"] = "1";
   const auto trace = outputOf(processes, request);

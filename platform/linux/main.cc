@@ -7,7 +7,8 @@
 #include "platform/posix/utf8_locale.h"
 
 int main() {
-  // A terminal that goes away must not take us along and leave the server behind.
+  // A write to a closed terminal or pipe must not kill the application and orphan the
+  // server.
   std::signal(SIGPIPE, SIG_IGN);
   orvel::ensureUtf8Locale();
   orvel::giveFreedMemoryBack();

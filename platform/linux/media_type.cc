@@ -78,7 +78,7 @@ void readDescription(const std::string &xml, Extensions &extensions) {
   g_markup_parse_context_parse(context.get(), xml.data(), static_cast<gssize>(xml.size()), nullptr);
 }
 
-/// The type that another name stands for; the name itself when there is none.
+/// Returns the media type of an alias, or the given type when it is not an alias.
 std::string unaliased(const std::string &type) {
   const std::unique_ptr<char, void (*)(void *)> known(g_content_type_from_mime_type(type.c_str()),
                                                       g_free);

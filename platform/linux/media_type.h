@@ -8,11 +8,10 @@ namespace orvel {
 
 /// Returns the usual extension, without full stop, of files of a media type,
 /// which may have parameters (RFC 9110, 8.3.1) and may be an alias. Returns
-/// nullopt for types that the shared MIME database has no extension for. Of
-/// several extensions of the highest weight it is the one that the database
-/// lists first, but for a few types for which another is more usual. Looks in the
-/// folders of GIO's content types each time: GIO itself goes from names to types
-/// only. Any thread.
+/// nullopt when the shared MIME database has no extension for the type. Of several
+/// extensions with the highest weight it chooses the first in the database, except for
+/// a few types for which another one is more usual. Reads the database on each call,
+/// because GIO maps file names to types but not types to extensions. Any thread.
 std::optional<std::string> usualExtension(std::string_view mediaType);
 
 }  // namespace orvel

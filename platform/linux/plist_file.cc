@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::size_t longestFile = 128'000;
 
-/// The depths of elements.
+// Nesting depths of elements.
 constexpr int listDepth = 1;
 constexpr int dictionaryDepth = 2;
 constexpr int entryDepth = 3;
 
-/// The XML form of a property list as GMarkup reads it, reduced to the text
-/// entries of its dictionary. What lies deeper than an entry is skipped.
+/// A GMarkup handler that collects the string entries of the top-level dictionary of an
+/// XML property list. Skips elements that are nested in an entry.
 class PlistReader {
  public:
   /// Returns whether the element may stand here.
@@ -50,7 +50,7 @@ class PlistReader {
       key_ = std::move(text_);
       return true;
     }
-    // Of two entries with one key the last counts.
+    // The last of two entries with the same key counts.
     texts_.erase(*key_);
     if (element == "string") texts_.emplace(*key_, std::move(text_));
     key_.reset();
@@ -95,7 +95,7 @@ const GMarkupParser callbacks{
 }  // namespace
 
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
-  // XML has no NUL; GMarkup lets it pass.
+  // XML does not allow NUL, but GMarkup accepts it.
   if (bytes.size() > longestFile || bytes.find('\0') != std::string::npos) return std::nullopt;
   PlistReader reader;
   const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(

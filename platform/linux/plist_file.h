@@ -7,9 +7,9 @@
 
 namespace orvel {
 
-/// Returns the text entries of a property list in its XML form (UTF-8) whose top
-/// level is a dictionary; entries of other types are left out. Returns nullopt
-/// when the bytes are no such list. Any thread.
+/// Returns the string entries of an XML property list (UTF-8) whose top level is a
+/// dictionary. Entries of other types are left out. Returns nullopt when the bytes are
+/// not such a list. Any thread.
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes);
 
 }  // namespace orvel

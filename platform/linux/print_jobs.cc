@@ -16,8 +16,8 @@ namespace orvel {
 
 namespace {
 
-/// GTK's "print to file", or null when there is no such printer. It is the one
-/// virtual printer, and is listed without waiting.
+/// Returns GTK's "print to file" printer, or null. It is the only virtual printer, and
+/// GTK lists it without waiting for CUPS.
 GObjectPointer<GtkPrinter> findFilePrinter() {
   // The enumeration stays connected when no such printer is listed at once.
   using Found = std::shared_ptr<GObjectPointer<GtkPrinter>>;
@@ -32,9 +32,8 @@ GObjectPointer<GtkPrinter> findFilePrinter() {
   return std::move(*found);
 }
 
-/// The settings with which WebKit draws a job's pages: what the printer's own
-/// software does with them is left out, since a job says what remains for the
-/// application.
+/// Returns the settings with which WebKit draws a job's pages into a file. They contain
+/// only what the job leaves to the application; the printer backend does the rest.
 GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
                                                  const std::string &uri) {
   auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
@@ -58,7 +57,7 @@ GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *f
   return settings;
 }
 
-/// Draws into the file that the settings name.
+/// Returns an operation that prints to the printer or file in the settings.
 GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrintSettings *settings,
                                                    GtkPageSetup *pageSetup) {
   auto operation = adopt(webkit_print_operation_new(view));
@@ -134,7 +133,8 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
                                              DownloadFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
-  // Made first: it takes out of the settings what the printer does by itself.
+  // Created first, because drawingSettings reads from the job what the printer does not do
+  // itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   char *uri = g_filename_to_uri(file->path().c_str(), nullptr, nullptr);
   const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);

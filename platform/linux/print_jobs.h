@@ -11,9 +11,9 @@ namespace orvel {
 /// Prints what a view shows, without a dialog and without waiting for a printer.
 /// A job that fails ends silently. Main thread only.
 ///
-/// WebKitPrintOperation looks its printer up by name, in a nested main loop that
-/// lasts until CUPS has answered. GTK's "print to file" is found without waiting,
-/// so WebKit draws into a file, which is then sent to any other printer.
+/// WebKitPrintOperation looks its printer up by name in a nested main loop, which runs
+/// until CUPS answers. "Print to file" is found without waiting. For any other printer
+/// WebKit therefore draws into a temporary file, which is then sent to the printer.
 class PrintJobs {
  public:
   explicit PrintJobs(WebKitWebView *view);

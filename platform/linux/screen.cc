@@ -60,7 +60,7 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   return shown != nullptr ? retain(shown) : mainMonitor(display_);
 }
 
-// GDK has no signal for the work area, which changes after the monitors do.
+// GDK has no signal for the work area. The window manager changes it after the monitors.
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;
@@ -73,7 +73,7 @@ void MonitorWatch::watchWorkArea() {
                                     gdk_x11_get_xatom_by_name_for_display(display, "_NET_WORKAREA");
         if (!isRoot || !(isWorkArea || event->type == ConfigureNotify)) return FALSE;
         if (watch->pending_ != 0) return FALSE;
-        // GDK handles the event after this.
+        // Deferred, because GDK handles the event after this handler.
         watch->pending_ = g_idle_add_once(
             +[](gpointer data) {
               auto *self = static_cast<MonitorWatch *>(data);

@@ -10,19 +10,19 @@
 
 namespace orvel {
 
-/// Returns the main monitor: the primary one of X11, else the first. Null when the
-/// display has none.
+/// Returns the primary monitor on X11, else the first monitor. Null when the display has
+/// none.
 GObjectPointer<GdkMonitor> mainMonitor(GdkDisplay *display);
 
-/// Returns the part of a monitor that windows may use, in points. On X11 that is
-/// what docks and bars leave free; Wayland tells the whole monitor only.
+/// Returns the part of a monitor that windows may use, in points. On X11 this is the work
+/// area (without docks and panels); on Wayland it is the whole monitor.
 Rect visibleFrame(GdkMonitor *monitor);
 
-/// Reports what happens to the monitor that a window is on. Main thread only.
+/// An observer of the monitors of a window. Main thread only.
 class MonitorWatch {
  public:
-  /// Calls `changed` after the window has moved to another monitor, or a monitor
-  /// has got another size, scale or visible frame, been added or removed.
+  /// Calls `changed` after the window moves to another monitor, and after a monitor is
+  /// added, is removed or changes its size, scale or visible frame.
   MonitorWatch(::GtkWindow *window, std::function<void()> changed);
   ~MonitorWatch();
   MonitorWatch(const MonitorWatch &) = delete;
@@ -44,7 +44,7 @@ class MonitorWatch {
   GListModel *const all_;
   std::vector<GObjectPointer<GdkMonitor>> watched_;
   GObjectPointer<GdkSurface> surface_;
-  /// The source that reports another work area, or zero.
+  /// The idle source that reports a changed work area, or zero.
   guint pending_ = 0;
 };
 

@@ -8,12 +8,12 @@
 
 namespace orvel {
 
-/// A thread that runs work one piece at a time, in the order of posting.
+/// A queue with one thread that runs work items one at a time, in the order of posting.
 class SerialQueue {
  public:
-  /// Throws std::system_error when the system has no thread left.
+  /// Throws std::system_error when the thread cannot be created.
   SerialQueue();
-  /// Waits until all posted work has run. Not on the queue's own thread.
+  /// Waits until all posted work has run. Must not run on the queue's own thread.
   ~SerialQueue();
   SerialQueue(const SerialQueue &) = delete;
   SerialQueue &operator=(const SerialQueue &) = delete;

@@ -104,7 +104,7 @@ void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion
                 .file = task.hasWholeBody() ? std::optional(sink->path()) : std::nullopt,
                 .response = task.response(),
                 .suggestedFilename = task.suggestedFilename()};
-            // Nothing else holds the file then, so it is removed on the completion's return.
+            // The lambda owns the sink, so the file is removed when the lambda is destroyed.
             complete([completion = std::move(completion), download = std::move(download),
                       sink = std::move(sink)] { completion(download); });
           });
@@ -136,7 +136,7 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
   started.start(session.get(), [this, &started, ended = std::move(ended)](const SoupTask &) {
     const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                     [&](const auto &each) { return each.get() == &started; });
-    // Kept until this call returns, which runs inside the task.
+    // Keeps the task alive until this callback, which the task calls, has returned.
     const auto kept = tasks_.extract(found);
     ended(started);
   });
@@ -146,8 +146,9 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
 void SoupHttpSession::complete(std::function<void()> completion) {
   completions_.post([this, completion = std::move(completion)]() mutable {
     completion();
-    // What it holds, such as the file of a download, goes before the request counts as
-    // finished. Requests that it has started are counted already: they were posted earlier.
+    // Releases the captures, such as the file of a download, before the request counts as
+    // finished. A request that the completion started is counted first, as its post comes
+    // before this one.
     completion = nullptr;
     queue_.post([this] { --unfinished_; });
   });

@@ -20,24 +20,24 @@ class BodySink;
 class SoupTask;
 struct SoupSessions;
 
-/// Requests by libsoup, on a thread of their own. The completions are called one
-/// at a time on a second thread: an installation unpacks a release in one, and the
-/// timeouts of the other requests expire meanwhile unless their sockets are read.
-/// No cookies and no cache are kept; every request has a connection of its own and
-/// asks for an uncompressed body. Beyond what the port says:
+/// HTTP requests by libsoup, on a thread of their own. A second thread calls the
+/// completions one at a time: an installation unpacks a release in a completion, and on
+/// the first thread that would let other requests time out. Keeps no cookies and no
+/// cache. Every request has its own connection and asks for an uncompressed body. In
+/// addition to the port's contract:
 /// - A field that is set for the first server is not set again when a redirect
 ///   through another origin leads back to it. At most 20 redirects are followed.
-/// - The body of a data task is too large above 64 MiB.
-/// - A request that HTTP has no spelling for is not sent: another scheme than http
-///   and https, a field whose name is no token or whose value holds CR, LF or NUL
-///   (RFC 9110, 5.5).
+/// - The body of a data task may have at most 64 MiB.
+/// - A request that HTTP cannot express is not sent: a scheme other than http and
+///   https, a field name that is not a token, or a field value that contains CR, LF or
+///   NUL (RFC 9110, 5.5).
 /// - This machine's own addresses are never reached through a proxy.
 class SoupHttpSession final : public HttpSession {
  public:
   /// Downloads are written in the first of the folders in which that is possible.
   explicit SoupHttpSession(std::vector<std::string> downloadFolders = {});
-  /// Cancels what runs, calls the completions that are still due and waits for
-  /// them. Not on one of the session's own threads.
+  /// Cancels the running requests, calls the outstanding completions and waits for them.
+  /// Must not run on one of the session's own threads.
   ~SoupHttpSession() override;
   SoupHttpSession(const SoupHttpSession &) = delete;
   SoupHttpSession &operator=(const SoupHttpSession &) = delete;
@@ -53,7 +53,7 @@ class SoupHttpSession final : public HttpSession {
   void run();
   void start(const UrlRequest &request, BodySink &sink,
              std::function<void(const SoupTask &)> ended);
-  /// Calls a completion on the thread that is there for them.
+  /// Calls a completion on the completion thread.
   void complete(std::function<void()> completion);
 
   const std::vector<std::string> downloadFolders_;

@@ -77,8 +77,8 @@ SoupTask::~SoupTask() {
 
 void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
-  // Bytes that have arrived are read first and restart the timeout, even if a slow
-  // disk has held this thread up for longer than that.
+  // Lower priority than the sockets: if this thread was blocked for longer than the
+  // timeout, for example by a slow disk, bytes that have arrived restart the timeout.
   g_source_set_priority(timeout_.get(), G_PRIORITY_DEFAULT + 1);
   g_source_set_callback(
       timeout_.get(),
@@ -160,7 +160,8 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  // libsoup follows redirects to paths that RFC 3986 does not allow.
+  // libsoup follows redirects to paths that are invalid by RFC 3986, and Url::parse would
+  // reject them.
   const auto to = Url::parse(withEscapes(addressOf(message_.get())));
   if (to && request_.forwardsHeaders != nullptr && request_.forwardsHeaders(request_.url, *to)) {
     return;
@@ -287,7 +288,7 @@ void SoupTask::finish(bool hasWholeBody) {
   timeout_.reset();
   arrival_.reset();
   stream_.reset();
-  // Moved out, for the call may destroy the task.
+  // Moved out, because the call may destroy the task.
   const Ended ended = std::move(ended_);
   ended(*this);
 }

@@ -12,20 +12,20 @@
 
 namespace orvel {
 
-/// One libsoup request. Lives on the session's thread, from its start until its
-/// end has been reported.
+/// One libsoup request. Lives on the session's thread, from its start until `Ended` has
+/// been called.
 class SoupTask {
  public:
   using Ended = std::function<void(const SoupTask &)>;
 
-  /// The sink must live until the end is reported.
+  /// The sink must live until `Ended` is called.
   SoupTask(const UrlRequest &request, BodySink &sink);
   ~SoupTask();
   SoupTask(const SoupTask &) = delete;
   SoupTask &operator=(const SoupTask &) = delete;
 
-  /// Sends the request. Calls `ended` exactly once, never inside this call; the
-  /// task may be destroyed when that returns.
+  /// Sends the request. Calls `ended` exactly once, never inside this call; `ended` may
+  /// destroy the task.
   void start(SoupSession *session, Ended ended);
   /// Makes the request fail soon.
   void cancel();
@@ -35,7 +35,7 @@ class SoupTask {
   std::optional<HttpResponse> response() const;
   /// Whether the sink has the whole body.
   bool hasWholeBody() const { return hasWholeBody_; }
-  /// The name that the body would have as a file; nothing without a response.
+  /// The file name for the body, or nullopt when there is no response.
   std::optional<std::string> suggestedFilename() const;
 
  private:

@@ -11,14 +11,14 @@ namespace orvel {
 
 namespace {
 
-/// Finds the full stops that are a user-perceived character by themselves (UAX 29,
-/// by Pango).
+/// Returns the positions of the full stops that are a grapheme cluster of their own
+/// (UAX 29, by Pango).
 std::vector<std::size_t> loneFullStops(std::string_view text) {
   std::vector<std::size_t> stops;
   const bool isAscii = std::all_of(
       text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-  // In ASCII no full stop is part of a larger character, and bytes that are no
-  // text have no characters.
+  // In ASCII every full stop is a cluster of its own. Bytes that are not UTF-8 have no
+  // clusters, so all their full stops count.
   if (isAscii || !isUtf8(text)) {
     for (std::size_t at = 0; at < text.size(); ++at) {
       if (text[at] == '.') stops.push_back(at);
@@ -26,7 +26,7 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
     return stops;
   }
 
-  // Pango stops at a NUL. Every control character breaks alike.
+  // Pango stops at a NUL. All control characters have the same break rules.
   std::string written(text);
   std::replace(written.begin(), written.end(), '\0', '\x01');
   const auto size = static_cast<int>(written.size());
@@ -44,8 +44,8 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
   return stops;
 }
 
-/// The set that Foundation calls white space and newlines: GLib's lacks the
-/// vertical tab and the next line control.
+/// Whether a character is in Foundation's whitespaceAndNewlineCharacterSet.
+/// g_unichar_isspace lacks U+000B and U+0085.
 bool isBlank(gunichar character) {
   constexpr gunichar nextLine = 0x85;
   return g_unichar_isspace(character) || character == '\v' || character == nextLine;

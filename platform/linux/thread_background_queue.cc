@@ -11,15 +11,15 @@ namespace orvel {
 struct ThreadBackgroundQueue::State {
   std::mutex mutex;
   std::condition_variable changed;
-  /// Pieces of work that have been posted and have not ended.
+  /// The number of posted work items that have not ended.
   int pending = 0;
-  /// Those of them that wait for the reserve thread.
+  /// The work items that wait for the reserve thread.
   std::deque<std::function<void()>> waiting;
   bool isEnding = false;
 
   void run(std::function<void()> work) {
     work();
-    // The work releases what it holds before the queue counts it as ended.
+    // Releases the captures before the work counts as ended.
     work = nullptr;
     const std::lock_guard lock(mutex);
     --pending;
@@ -57,7 +57,7 @@ void ThreadBackgroundQueue::post(std::function<void()> work) {
     const std::lock_guard lock(state_->mutex);
     ++state_->pending;
   }
-  // Held in one place, so that a thread that cannot start does not take it along.
+  // Shared, so that the work survives when std::thread throws.
   const auto held = std::make_shared<std::function<void()>>(std::move(work));
   try {
     std::thread([state = state_, held] { state->run(std::move(*held)); }).detach();

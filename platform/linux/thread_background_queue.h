@@ -7,11 +7,11 @@
 
 namespace orvel {
 
-/// A thread for each piece of work. Work for which the system has no thread
-/// left runs on a reserve thread, one piece after the other.
+/// A queue that runs each work item on a new thread. When no thread can be created, the
+/// item runs on a reserve thread, one item at a time.
 class ThreadBackgroundQueue final : public BackgroundQueue {
  public:
-  /// Throws std::system_error when there is no reserve thread to be had.
+  /// Throws std::system_error when the reserve thread cannot be created.
   ThreadBackgroundQueue();
   /// Waits until all work has ended.
   ~ThreadBackgroundQueue() override;
@@ -23,7 +23,7 @@ class ThreadBackgroundQueue final : public BackgroundQueue {
  private:
   struct State;
 
-  // A detached thread still uses it for a moment after the queue has gone.
+  // Shared, because a detached thread may use it briefly after the queue is destroyed.
   const std::shared_ptr<State> state_;
   std::thread reserve_;
 };

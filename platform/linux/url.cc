@@ -82,7 +82,8 @@ bool isAddressLiteral(std::string_view text) {
   return inet_pton(AF_INET6, std::string(text.substr(0, zone)).c_str(), &ignored) == 1;
 }
 
-/// Reads host and port of an authority into the URL; false when it is malformed.
+/// Reads host and port of an authority into the URL. Returns false when the authority is
+/// malformed.
 bool readAuthority(std::string_view authority, Url &url) {
   const auto at = authority.find('@');
   if (at != std::string_view::npos) {

@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// Returns whether the bytes are UTF-8. NUL is a character like any other,
-/// unlike in GLib's own check. Any thread.
+/// Returns whether the bytes are UTF-8. Unlike g_utf8_validate_len, accepts NUL. Any
+/// thread.
 bool isUtf8(std::string_view bytes);
 
 }  // namespace orvel

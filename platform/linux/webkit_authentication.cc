@@ -14,7 +14,7 @@ WebKitAuthentication::WebKitAuthentication(WebKitWebView *view)
         return gboolean{FALSE};
       }),
       this);
-  // Before the dialog's text fields, which are children of the view.
+  // Runs before the dialog's text fields, which are children of the view.
   gtk_event_controller_set_propagation_phase(keys_, GTK_PHASE_CAPTURE);
   g_signal_connect_swapped(keys_, "key-pressed",
                            G_CALLBACK(+[](WebKitAuthentication *self, guint key) {
@@ -47,8 +47,8 @@ bool WebKitAuthentication::cancel() {
   if (!request_) return false;
   const auto request = std::move(request_);
   g_signal_handlers_disconnect_by_data(request.get(), this);
-  // What the dialog's button does: the page gets the server's answer. The
-  // signal closes the dialog.
+  // Does the same as the dialog's cancel button: without a credential, the page gets the
+  // server's 401 response. The "cancelled" signal closes the dialog.
   webkit_authentication_request_authenticate(request.get(), nullptr);
   g_signal_emit_by_name(request.get(), "cancelled");
   return true;

@@ -6,8 +6,8 @@
 
 namespace orvel {
 
-/// Lets Escape cancel WebKit's dialog for HTTP authentication, which is drawn
-/// over the page and has a button for it but no key. Main thread only.
+/// Makes Escape cancel WebKit's dialog for HTTP authentication. The dialog is drawn over
+/// the page and has a cancel button but no key for it. Main thread only.
 class WebKitAuthentication {
  public:
   explicit WebKitAuthentication(WebKitWebView *view);

@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// Stops F7 from toggling the caret of the text view in which WebKit composes
-/// input. GTK 4.8 aborts in the next blink of a caret that was switched off. The
-/// page still receives the key. Main thread only.
+/// Stops F7 from hiding the cursor of the hidden GtkTextView in which WebKit composes
+/// input. GTK 4.8 aborts at the next blink of a cursor that was hidden. The page still
+/// receives the key. Main thread only.
 void disableCaretToggle(WebKitWebView *view);
 
 }  // namespace orvel

@@ -19,8 +19,8 @@ struct Label {
   const char *text;
 };
 
-// The items that a menu may have; all others are dropped. Where the menu bar has
-// the same command, its word is used.
+// The allowed items; all others are dropped. A command that the menu bar also has uses
+// the same word.
 constexpr std::array labels{
     Label{WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK, "Open koppeling"},
     Label{WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_LINK_TO_DISK, "Download gekoppeld bestand"},
@@ -92,13 +92,13 @@ WebKitContextMenuItem *makeItem(const GObjectPointer<GSimpleAction> &action, con
 }
 
 WebKitContextMenuItem *makeDisabledItem(WebKitContextMenuAction stock, const char *label) {
-  // A stock item is made enabled; from WebKitGTK 2.52 on its action cannot be disabled.
+  // A new stock item is enabled, and from WebKitGTK 2.52 on its action cannot be disabled.
   const auto action = makeAction(stock);
   g_simple_action_set_enabled(action.get(), FALSE);
   return makeItem(action, label);
 }
 
-/// What the action of a download item needs.
+/// The data of a download item's action.
 struct DownloadRequest {
   std::string address;
   StartDownload download;
@@ -137,12 +137,12 @@ WebKitContextMenuItem *makeStockItem(WebKitContextMenuAction stock, const char *
 void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResult *target,
              const StartDownload &download);
 
-/// Returns the item that takes an item's place, or null when it is dropped. A new
-/// item is floating.
+/// Returns the replacement of an item, or null when the item is dropped. A new item has a
+/// floating reference.
 WebKitContextMenuItem *rebuiltItem(WebKitContextMenuItem *item, WebKitHitTestResult *target,
                                    const StartDownload &download) {
   const WebKitContextMenuAction stock = webkit_context_menu_item_get_stock_action(item);
-  // Its label is the word, which WebKit puts into the text.
+  // Its label is the suggested word, which WebKit inserts into the text.
   if (stock == WEBKIT_CONTEXT_MENU_ACTION_SPELLING_GUESS) return item;
   const char *label = labelOf(stock);
   if (label == nullptr) return nullptr;
@@ -160,8 +160,8 @@ WebKitContextMenuItem *rebuiltItem(WebKitContextMenuItem *item, WebKitHitTestRes
   return makeStockItem(stock, label, original);
 }
 
-/// Appends what is left of a menu's items to another menu, with separators between
-/// items only. The two menus may be the same.
+/// Moves the allowed items of a menu to another menu, without leading, trailing or
+/// doubled separators. The two menus may be the same.
 void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResult *target,
              const StartDownload &download) {
   std::vector<GObjectPointer<WebKitContextMenuItem>> items;

@@ -6,7 +6,7 @@ namespace orvel {
 
 namespace {
 
-// What WebKit does itself when it draws the pages, for every printer.
+// What WebKit handles when it draws the pages, so the dialog offers it for every printer.
 constexpr int drawnByWebKit = GTK_PRINT_CAPABILITY_PAGE_SET | GTK_PRINT_CAPABILITY_COPIES |
                               GTK_PRINT_CAPABILITY_COLLATE | GTK_PRINT_CAPABILITY_REVERSE |
                               GTK_PRINT_CAPABILITY_SCALE | GTK_PRINT_CAPABILITY_NUMBER_UP |
@@ -20,7 +20,7 @@ WebKitPrinting::WebKitPrinting(WebKitWebView *view) : view_(retain(view)), jobs_
                              return gboolean{TRUE};
                            }),
                            this);
-  // Another page than the one that asked must not be printed.
+  // The dialog closes when the page changes: it must not print a different page.
   g_signal_connect_swapped(view, "load-changed",
                            G_CALLBACK(+[](WebKitPrinting *self, WebKitLoadEvent event) {
                              if (event == WEBKIT_LOAD_COMMITTED) self->closeDialog();
@@ -36,7 +36,7 @@ WebKitPrinting::~WebKitPrinting() {
 }
 
 void WebKitPrinting::openDialog() {
-  // A page may ask again and again.
+  // A page may call window.print() while the dialog is open.
   if (dialog_ != nullptr) return;
   GtkRoot *root = gtk_widget_get_root(GTK_WIDGET(view_.get()));
   if (!GTK_IS_WINDOW(root)) return;

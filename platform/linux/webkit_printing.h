@@ -8,9 +8,9 @@
 
 namespace orvel {
 
-/// Prints a view when its page asks for it. WebKit's own print dialog runs a
-/// nested main loop, in which the application cannot end; this one does not, and
-/// script in the page goes on while it is open. Main thread only.
+/// Opens a print dialog when a page asks for it, and prints the view. WebKit's own print
+/// dialog runs a nested main loop, in which the application cannot quit. This dialog does
+/// not, and scripts of the page continue while it is open. Main thread only.
 class WebKitPrinting {
  public:
   explicit WebKitPrinting(WebKitWebView *view);

@@ -6,9 +6,9 @@
 
 namespace orvel {
 
-/// Returns the URL that WebKit names; nullopt for none and for a text that is no
-/// URL. WebKit writes by the URL Standard, which leaves characters alone that RFC
-/// 3986 does not know, such as "[" or "|": these are percent-encoded. Any thread.
+/// Returns the URL of an address from WebKit, or nullopt when it is null or not a URL.
+/// Percent-encodes characters such as "[" and "|", which the URL Standard leaves alone
+/// but RFC 3986 does not allow. Any thread.
 std::optional<Url> urlFromWebKit(const char *address);
 
 }  // namespace orvel

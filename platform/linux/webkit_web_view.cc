@@ -27,7 +27,7 @@ GObjectPointer<WebKitSettings> makeSettings(const WebViewConfiguration &configur
   appendToUserAgent(settings.get(), configuration.applicationNameForUserAgent);
   webkit_settings_set_enable_developer_extras(
       settings.get(), configuration.developerExtrasEnabled || configuration.inspectable);
-  // As on a Mac: a script may ask for a window without a click.
+  // The default on macOS: a script may open a window without a click.
   webkit_settings_set_javascript_can_open_windows_automatically(settings.get(), TRUE);
   if (!accelerated) {
     webkit_settings_set_hardware_acceleration_policy(settings.get(),

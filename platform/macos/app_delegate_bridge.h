@@ -15,11 +15,11 @@
 /// Set before the web view loads anything.
 @property(nonatomic) orvel::WebViewDelegate *page;
 
-/// Whether the application is on its way out and nothing can hold it up.
+/// Whether the application ends and nothing can defer that any more.
 @property(nonatomic, readonly) BOOL terminationProceeds;
 
-/// Ends the wait of a deferred termination. Alerts that were opened during the
-/// wait are closed: their loops stand above the one that waits.
+/// Completes a termination that was deferred with NSTerminateLater. Closes the alerts
+/// that are open: their modal loops are nested in the loop that waits.
 - (void)proceedWithTermination;
 
 /// The menu's own commands; they take no sender.

@@ -5,13 +5,13 @@
 
 namespace orvel {
 
-/// Alerts in modal loops of their own: the completion comes inside runModal.
+/// Alerts in modal loops of their own: the completion is called inside runModal.
 class CocoaPanels final : public Panels {
  public:
-  /// The bridge tells whether the application is ending.
+  /// Reads `terminationProceeds` of the bridge before each completion.
   explicit CocoaPanels(AppDelegateBridge *bridge) : bridge_(bridge) {}
 
-  /// Escape takes the last of several buttons, which is the one that refuses.
+  /// Escape presses the last of several buttons, which is the one that cancels.
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
  private:

@@ -27,7 +27,7 @@ NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
   NSTextField *made = [NSTextField textFieldWithString:toCocoa(field.text)];
   made.frame = NSMakeRect(0, 0, field.width, field.height);
   made.usesSingleLineMode = YES;
-  // The alert's own texts are no label of what is added to it.
+  // VoiceOver does not use the texts of an alert as the label of its accessory view.
   made.accessibilityLabel = alert.messageText;
   alert.accessoryView = made;
   [alert layout];

@@ -9,8 +9,8 @@ namespace orvel {
 std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
   if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
-  // Foundation would skip a second mark and guess at other encodings, by the NUL
-  // bytes in them.
+  // Foundation would skip a second byte order mark, and would detect UTF-16 and UTF-32
+  // by their NUL bytes.
   if (utf8Text(bytes) == nil || bytes.find('\0') != std::string_view::npos ||
       bytes.starts_with(byteOrderMark)) {
     return std::nullopt;

@@ -7,7 +7,7 @@
 #include "platform/posix/utf8_locale.h"
 
 int main() {
-  // A pipe whose reader has gone must not take us along and leave the server behind.
+  // A write to a closed pipe must not kill the application and orphan the server.
   std::signal(SIGPIPE, SIG_IGN);
   orvel::ensureUtf8Locale();
   @autoreleasepool {

@@ -8,10 +8,10 @@ NS_ASSUME_NONNULL_BEGIN
 
 using ForwardsHeaders = decltype(orvel::UrlRequest::forwardsHeaders);
 
-/// The delegate of one task. Redirects carry the header fields of its request as
-/// long as `forwardsHeaders` allows each of them, and none of these fields from the
-/// first on that it does not: Foundation would send them to any host. The session's
-/// cookies are left out where the request leaves them out.
+/// The delegate of one task. Redirects get the header fields of its request until
+/// `forwardsHeaders` rejects one; that redirect and all later ones get none of them.
+/// Foundation by itself would send them to any host. A redirect uses the session's
+/// cookies only if the request does.
 @interface RedirectGuard : NSObject <NSURLSessionTaskDelegate>
 
 - (instancetype)init NS_UNAVAILABLE;

@@ -25,12 +25,12 @@
              completionHandler:(void (^)(NSURLRequest *))handler {
   const auto from = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
-  // Nor are they sent again when another host redirects back.
+  // Stays set: no fields are sent again when another host redirects back.
   _isElsewhere =
       _isElsewhere || !from || !to || _forwardsHeaders == nullptr || !_forwardsHeaders(*from, *to);
   NSMutableURLRequest *next = [request mutableCopy];
   next.HTTPShouldHandleCookies = _request.HTTPShouldHandleCookies;
-  // Foundation leaves some of them out by itself.
+  // Foundation drops some of them itself, so all are set or cleared here.
   for (NSString *field in _request.allHTTPHeaderFields) {
     [next setValue:_isElsewhere ? nil : [_request valueForHTTPHeaderField:field]
         forHTTPHeaderField:field];

@@ -16,12 +16,12 @@ namespace orvel {
 
 namespace {
 
-/// Where the child keeps its end of the pipe that reports an error. The pipe is
-/// closed on exec, which tells the parent that the program runs.
+/// The child's descriptor of the error pipe. It is closed on exec: end of file
+/// without data tells the parent that the program runs.
 constexpr int errorDescriptor = STDERR_FILENO + 1;
 
-/// Blocks every signal of this thread while it lives, so that no handler of
-/// ours runs in the child.
+/// Blocks every signal of this thread during its lifetime, so that none of our signal
+/// handlers runs in the child.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -37,13 +37,13 @@ class BlockedSignals {
   sigset_t before_;
 };
 
-// From here to the program only async-signal-safe calls: other threads of the
-// parent may have held locks when it forked.
+// Until exec the child makes only async-signal-safe calls: other threads may have held
+// locks at the fork, which nobody releases in the child.
 
 void restoreSignals() {
   struct sigaction defaultAction {};
   defaultAction.sa_handler = SIG_DFL;
-  // Fails for the few that cannot be changed or that the C library keeps.
+  // Fails for SIGKILL, SIGSTOP and the signals that the C library reserves.
   for (int signal = 1; signal <= SIGRTMAX; ++signal) ::sigaction(signal, &defaultAction, nullptr);
   sigset_t none;
   sigemptyset(&none);
@@ -53,7 +53,7 @@ void restoreSignals() {
 bool placeStream(int source, int number) {
   if (source == number) return true;
   if (source != SpawnPlan::nullDevice) return ::dup2(source, number) == number;
-  // Closed first: there may be no other free descriptor.
+  // Closed first, because all other descriptors may be in use.
   ::close(number);
   return ::open("/dev/null", number == STDIN_FILENO ? O_RDONLY : O_WRONLY) == number;
 }
@@ -102,7 +102,7 @@ void reap(pid_t child) {
 int forkExecWithParent(const SpawnPlan &plan, pid_t &child) {
   auto pipe = Pipe::create();
   if (!pipe) return errno;
-  // Above errorDescriptor, so that neither a stream nor the copy overwrites it.
+  // Above errorDescriptor, so that no dup2 in the child overwrites it.
   auto errors = std::make_unique<FileHandle>(
       ::fcntl(pipe->writing->descriptor(), F_DUPFD_CLOEXEC, errorDescriptor + 1));
   if (errors->descriptor() < 0) return errno;

@@ -8,10 +8,10 @@
 
 namespace orvel {
 
-/// Starts a child that gets SIGTERM when the calling thread ends, and with it
-/// when this process dies in whatever way (PR_SET_PDEATHSIG). Sets the child's
-/// process number and returns zero, or returns the system's error number. Any
-/// thread that lives as long as the child.
+/// Starts a child that gets SIGTERM when the calling thread ends, which includes
+/// every way in which this process may end (PR_SET_PDEATHSIG). Sets the child's
+/// process ID and returns zero, or returns an errno value. The calling thread must
+/// live as long as the child.
 int forkExecWithParent(const SpawnPlan &plan, pid_t &child);
 
 }  // namespace orvel

@@ -67,9 +67,9 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
   std::promise<LaunchResult> promise;
   auto launched = promise.get_future();
   try {
-    // One thread starts the child and waits for it: the parent-death signal comes
-    // when the thread that forked ends. Without a thread there is no child, which
-    // would become a zombie.
+    // The thread that forks also waits: PR_SET_PDEATHSIG fires when the forking thread
+    // ends. When no thread can be created, no child is started, as nothing would reap
+    // it.
     std::thread([&request, environment = std::move(environment),
                  handler = request.terminationHandler, promise = std::move(promise)]() mutable {
       pid_t number = 0;
@@ -78,7 +78,7 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
         return promise.set_value(failure(pathAtFault(request, error), error));
       }
       const auto process = std::make_shared<PosixChildProcess>(number);
-      // The request is gone after this.
+      // `request` is a dangling reference after this call.
       promise.set_value({process, ""});
       process->awaitExit();
       if (handler) handler(process);

@@ -13,8 +13,8 @@ namespace orvel {
 
 namespace {
 
-/// What happens between the birth of a child and its program: the three
-/// standard streams, the working directory, and no other descriptor.
+/// The actions in the child before exec: sets the three standard streams and the
+/// working directory, and closes all other descriptors.
 class FileActions {
  public:
   explicit FileActions(const SpawnPlan &plan) {
@@ -25,7 +25,7 @@ class FileActions {
     if (!plan.workingDirectory().empty()) {
       note(::posix_spawn_file_actions_addchdir_np(&actions_, plan.workingDirectory().c_str()));
     }
-    // On macOS a flag of the attributes does this.
+    // On macOS, POSIX_SPAWN_CLOEXEC_DEFAULT does this.
 #if !defined(__APPLE__)
     note(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 #endif

@@ -9,10 +9,9 @@
 
 namespace orvel {
 
-/// Starts the program of a request with exactly this environment, and without
-/// looking it up in PATH. Sets the child's process number and returns zero, or
-/// returns the system's error number. Any thread; one that starts a child with
-/// endsWithParent must live as long as that child.
+/// Starts the program of a request with exactly this environment and without a PATH
+/// lookup. Sets the child's process ID and returns zero, or returns an errno value.
+/// Any thread; with endsWithParent, the thread must live as long as the child.
 int spawn(const LaunchRequest &request, const std::map<std::string, std::string> &environment,
           pid_t &child);
 

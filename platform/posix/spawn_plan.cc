@@ -10,9 +10,9 @@ namespace orvel {
 
 namespace {
 
-/// Whether the number is a standard stream of ours to pass on. When the
-/// application was started with the stream closed, the number may by now belong
-/// to a private file, which the close-on-exec flag gives away.
+/// Whether a descriptor is a standard stream that a child may inherit. When the
+/// application was started with the stream closed, the number may belong to a private
+/// file, which has the close-on-exec flag.
 bool isInheritable(int descriptor) {
   const int flags = ::fcntl(descriptor, F_GETFD);
   return flags >= 0 && (flags & FD_CLOEXEC) == 0;
@@ -34,7 +34,7 @@ SpawnPlan::SpawnPlan(const LaunchRequest &request,
     : words_{request.executable}, workingDirectory_(request.workingDirectory.value_or("")) {
   words_.insert(words_.end(), request.arguments.begin(), request.arguments.end());
   for (const auto &[name, value] : environment) variables_.push_back(name + "=" + value);
-  // The system's strings end at a NUL: what follows it would be cut off.
+  // exec and chdir would truncate a string at a NUL.
   if (std::any_of(words_.begin(), words_.end(), holdsNul) ||
       std::any_of(variables_.begin(), variables_.end(), holdsNul) || holdsNul(workingDirectory_)) {
     error_ = EINVAL;
@@ -62,7 +62,7 @@ int SpawnPlan::sourceOf(const StandardStream &stream, int number) {
 
 int SpawnPlan::sourceOf(const FileHandle &handle) {
   if (handle.descriptor() > STDERR_FILENO) return handle.descriptor();
-  // An earlier stream would overwrite a source with the number of a later one.
+  // dup2 for an earlier stream would overwrite this descriptor.
   const int copy = ::fcntl(handle.descriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (copy < 0) {
     error_ = errno;

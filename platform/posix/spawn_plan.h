@@ -10,29 +10,30 @@
 
 namespace orvel {
 
-/// Everything that a child process starts with, worked out before it starts:
-/// between fork and exec a child may not allocate memory.
+/// The arguments, environment, directory and streams of a child process, prepared
+/// before the fork: between fork and exec the child must not allocate memory.
 class SpawnPlan {
  public:
-  /// What a standard stream of the child is when it has no source.
+  /// Stands for /dev/null in `streams`.
   static constexpr int nullDevice = -1;
 
-  /// `environment` is all of the child's environment; the request's changes to
-  /// it are ignored. The request must outlive the plan.
+  /// `environment` is the whole environment of the child; the changes in the request
+  /// are ignored. The request must outlive the plan.
   SpawnPlan(const LaunchRequest &request, const std::map<std::string, std::string> &environment);
 
-  /// Zero, or the system's error number when there is no such child.
+  /// Zero, or an errno value when the request is invalid or a descriptor could not be
+  /// duplicated.
   int error() const { return error_; }
 
   const char *executable() const { return words_.front().c_str(); }
-  /// The arguments and the environment as exec takes them, ended by a null.
+  /// The arguments and the environment as null-terminated arrays for exec.
   char *const *arguments() const { return argumentPointers_.data(); }
   char *const *environment() const { return variablePointers_.data(); }
-  /// Empty for the directory of this process.
+  /// Empty for the working directory of this process.
   const std::string &workingDirectory() const { return workingDirectory_; }
-  /// For each standard stream the descriptor of this process that it is a copy
-  /// of, or nullDevice. The descriptor is above the standard three unless it is
-  /// the stream's own number, so that the copies may be made in any order.
+  /// The source descriptor of each standard stream, or nullDevice. A source is either
+  /// the stream's own number or above STDERR_FILENO, so that the streams can be set in
+  /// any order.
   const std::array<int, 3> &streams() const { return streams_; }
 
  private:

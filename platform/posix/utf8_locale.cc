@@ -8,7 +8,7 @@ namespace orvel {
 
 namespace {
 
-// The UTF-8 locale that every installation has.
+// A UTF-8 locale that exists on every installation.
 #if defined(__APPLE__)
 constexpr const char *utf8Locale = "en_US.UTF-8";
 #else

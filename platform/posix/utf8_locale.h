@@ -2,11 +2,10 @@
 
 namespace orvel {
 
-/// Sets LC_CTYPE to a UTF-8 locale in the environment of this process when none
-/// of LC_ALL, LC_CTYPE and LANG is set or all are empty, as in a session that
-/// names no locale. The C locale would apply, in which `ps` escapes the bytes of
-/// a path that are not ASCII. Call it before the environment is read and while
-/// there is one thread.
+/// Sets LC_CTYPE to a UTF-8 locale in the environment of this process when LC_ALL,
+/// LC_CTYPE and LANG are all unset or empty. Otherwise the C locale would apply, in
+/// which `ps` escapes the non-ASCII bytes of a path. Call it before the environment is
+/// read and before a second thread exists.
 void ensureUtf8Locale();
 
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// What is unpacked of a ZIP archive, and what is refused.
+// Which entries of a ZIP archive are extracted, and which are rejected.
 
 #include "platform/linux/archive_extraction.h"
 
@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-// A text that deflate makes smaller.
+// A text that deflate can compress.
 const std::string longText = [] {
   std::string text;
   for (int number = 0; number < 2000; ++number) text += "line " + std::to_string(number) + "\n";
@@ -54,7 +54,7 @@ class ArchiveExtraction : public testing::Test {
     zip(entries);
     return extract();
   }
-  /// Refused, with nothing written outside the folder.
+  /// Whether the archive is rejected and nothing is written outside the folder.
   void expectRefused(const std::vector<ZipEntry> &entries) {
     fs::remove_all(target_);
     fs::create_directory(target_);
@@ -251,7 +251,7 @@ TEST_F(ArchiveExtraction, RefusesWhatIsNoZipArchive) {
 TEST_F(ArchiveExtraction, FailsOnAFullDisk) {
   zip({zipFile("file", longText)});
   EXPECT_EQ(inChild([this] {
-              // The nearest to a full disk without a disk of one's own.
+              // Simulates a full disk without mounting a file system.
               ::signal(SIGXFSZ, SIG_IGN);
               const rlimit limit{10'000, 10'000};
               return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && !extract();

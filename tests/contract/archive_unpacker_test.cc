@@ -1,4 +1,4 @@
-// What becomes of the archive of a release.
+// The unpacking of release archives.
 
 #include "platform/linux/archive_unpacker.h"
 
@@ -36,7 +36,7 @@ class ArchiveUnpacking : public testing::Test {
     unpack();
   }
   void unpack() const { unpacker_.unpack(archive_.string(), working_.string()); }
-  /// Begins again with an empty folder.
+  /// Empties the folder.
   void expectRefused(const std::vector<ZipEntry> &entries) const {
     fs::remove_all(working_);
     fs::create_directories(working_);

@@ -42,8 +42,8 @@ class ContractPlatform {
   /// What default applications were given so far, oldest first: files as their
   /// paths, all else as URLs. There is one for http, mailto and text files.
   virtual std::vector<std::string> opened() = 0;
-  /// Scripts the answer to the next request of a URL where no real server can be
-  /// reached; without effect elsewhere. An absent body is one that fails.
+  /// Scripts the response to the next request of a URL, on a platform without a real
+  /// server; has no effect on the others. An absent body stands for a body that fails.
   virtual void answerNext(const std::string & /*url*/, int /*status*/,
                           const std::optional<std::string> & /*body*/) {}
   /// Plays the session: asks the running application to end.

@@ -195,7 +195,7 @@ TEST_F(FolderReplacement, LeavesTheOriginalThatIsAMountPoint) {
 TEST_F(FolderReplacement, IsImpossibleWhereTheUserMayNotWrite) {
   makeTree(original_, "old");
   fs::permissions(folder_.path(), fs::perms(0755));
-  // A link in a folder of the user's own to a bundle that is not.
+  // A symbolic link in a writable folder to a bundle that is not writable.
   const fs::path link = folder_.path() / "link";
   fs::create_symlink(original_, link);
   const auto canReplace = [&](const fs::path &path, fs::perms parent, fs::perms bundle) {

@@ -40,7 +40,7 @@ TEST(UrlRequest, WaitsAMinuteByDefault) {
 
 class HttpSessionContract : public testing::TestWithParam<PlatformUnderContract> {
  protected:
-  /// Sends a request whose answer has a head with status 200 and a body that fails.
+  /// Sends a request whose response has status 200 and a body that fails.
   DataReply fetchHead(const std::string &address,
                       std::chrono::milliseconds timeout = std::chrono::seconds(60)) {
     UrlRequest request;

@@ -80,7 +80,7 @@ TEST_P(LinuxNewWindow, ScriptWithoutAClickIsAskedAboutToo) {
   EXPECT_EQ(requests("GET /next"), Strings());
 }
 
-/// Calls back once in each turn of the main loop.
+/// A GSource that calls back once in each main loop iteration.
 class TurnWatch {
  public:
   explicit TurnWatch(std::function<void()> callback)
@@ -102,7 +102,7 @@ class TurnWatch {
     TurnWatch *watch;
   };
 
-  /// GLib prepares every source before each turn.
+  /// GLib calls the prepare function of every source in each iteration.
   static gboolean prepare(GSource *source, int * /*timeout*/) {
     reinterpret_cast<Source *>(source)->watch->callback_();
     return FALSE;

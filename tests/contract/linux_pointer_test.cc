@@ -54,8 +54,8 @@ class LinuxPointer : public LinuxPage {
     return nullptr;
   }
 
-  /// Keeps, for each item of a menu and its submenus, whether it is disabled ("-")
-  /// or checked ("+").
+  /// Records for each item of a menu and its submenus whether it is disabled ("-") or
+  /// checked ("+").
   void keepMarks(WebKitContextMenu *menu) {
     for (GList *link = webkit_context_menu_get_items(menu); link != nullptr; link = link->next) {
       auto *item = WEBKIT_CONTEXT_MENU_ITEM(link->data);
@@ -87,8 +87,8 @@ class LinuxPointer : public LinuxPage {
     return copy;
   }
 
-  /// The entries of a menu, in order, those of its sections and submenus among
-  /// them. A section begins with an entry without a label.
+  /// Returns the entries of a menu in order, including those of its sections and
+  /// submenus. A section begins with an entry without a label.
   static std::vector<Entry> entriesOf(GMenuModel *model) {
     std::vector<Entry> entries;
     for (int place = 0; place < g_menu_model_get_n_items(model); ++place) {
@@ -116,8 +116,8 @@ class LinuxPointer : public LinuxPage {
                              : std::vector<Entry>();
   }
 
-  /// The labels of the context menu of an element, with their marks before them,
-  /// and "" for a separator.
+  /// Returns the labels of the context menu of an element. Each label is prefixed with
+  /// its marks; "" stands for a separator.
   Strings labels(const std::string &element) {
     showFilling(element);
     Strings all;

@@ -122,8 +122,9 @@ TEST(ThreadBackgroundQueue, RunsWorkBesideOtherWork) {
   EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
-/// Keeps this process from starting threads for as long as it lives. Root is
-/// exempt from the limit, so root becomes an ordinary user meanwhile.
+/// Prevents this process from starting threads during the lifetime of the object, with
+/// RLIMIT_NPROC. Root is exempt from the limit and therefore becomes an ordinary user
+/// meanwhile.
 class NoNewThreads {
  public:
   NoNewThreads() {

@@ -115,7 +115,7 @@ TEST_P(LinuxDesktop, MinimumSizeFollowsTheSizeOfTheMonitor) {
   const Rect whole = screen();
   const std::string mode = std::to_string(static_cast<int>(whole.width)) + "x" +
                            std::to_string(static_cast<int>(whole.height));
-  // The timings of a mode mean nothing to a virtual screen.
+  // A virtual screen ignores the timings of a mode.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
@@ -131,7 +131,7 @@ TEST_P(LinuxDesktop, MinimumSizeFollowsTheScaleOfTheMonitor) {
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), minimum);
 
-  // A settings daemon announces the scale, as a desktop's does.
+  // An XSettings daemon announces the scale, as on a desktop.
   std::string file = testing::TempDir() + "orvel-xsettings-XXXXXX";
   const int descriptor = ::mkstemp(file.data());
   ASSERT_GE(descriptor, 0);
@@ -145,7 +145,7 @@ TEST_P(LinuxDesktop, MinimumSizeFollowsTheScaleOfTheMonitor) {
   }
   const WindowFrame half{static_cast<int>(whole.width) / 2, static_cast<int>(whole.height) / 2};
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
-  // It reads its file again on a hangup.
+  // The daemon reads its file again on SIGHUP.
   std::ofstream(file) << "Gdk/WindowScalingFactor 1\n";
   ::kill(daemon, SIGHUP);
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));

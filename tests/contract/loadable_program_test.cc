@@ -1,5 +1,4 @@
-// Which programs the dynamic loader of this machine can start, found out
-// without starting them.
+// Tests which programs count as loadable on this machine, and that none is executed.
 
 #include "platform/linux/loadable_program.h"
 
@@ -58,7 +57,7 @@ class LoadableProgram : public testing::Test {
 
 TEST_F(LoadableProgram, IsOneThatWasBuiltHere) {
   EXPECT_TRUE(isLoadable(releaseProgram()));
-  // The witness of all others: it can be executed, and that shows.
+  // Control for the other tests: the program can be executed, and that is detected.
   const std::string path = folder_.file("program", releaseProgram(), true);
   EXPECT_EQ(run(launcher_, program(path)).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "executed"));

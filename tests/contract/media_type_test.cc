@@ -15,7 +15,7 @@
 namespace orvel {
 namespace {
 
-/// Has GIO look in other folders, the user's own first, while it lives.
+/// Makes GIO use other MIME folders during its lifetime, the user's folder first.
 class MediaTypeFolders {
  public:
   explicit MediaTypeFolders(const std::vector<std::string> &folders) {

@@ -1,5 +1,5 @@
-// What becomes of children when the application's process dies without stopping
-// them. Only Linux has a parent-death signal.
+// What happens to child processes when the application dies without stopping them. Only
+// Linux has a parent-death signal.
 
 #if defined(__linux__)
 
@@ -28,9 +28,8 @@ pid_t waitFor(pid_t process, int &status) {
   return found;
 }
 
-/// A stand-in for the application: a process of the test's own that runs a task
-/// and then does nothing until it is killed. The test adopts the children that
-/// it leaves.
+/// A stand-in for the application: a child of the test that runs a task and then waits
+/// to be killed. The test is the subreaper of its orphaned children.
 class PosixParentEnd : public testing::Test {
  public:
   PosixParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
@@ -53,15 +52,15 @@ class PosixParentEnd : public testing::Test {
     for (;;) ::pause();
   }
 
-  /// Starts an application that launches the request, and learns the number of
-  /// the child from the first line that it prints.
+  /// Starts an application that launches the request, and reads the child's process ID
+  /// from the first line of its output.
   void startApplicationWithChild(LaunchRequest request) {
     auto pipe = Pipe::create();
     ASSERT_TRUE(pipe);
     request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
     startApplication([&] {
       PosixProcessLauncher launcher(processEnvironment());
-      // From a thread that ends at once: the signal must not come with its end.
+      // Launched from a thread that ends at once: its end must not trigger the signal.
       std::thread([&] { launcher.launch(request); }).join();
       request.standardOutput = {};
       pipe.reset();
@@ -75,7 +74,7 @@ class PosixParentEnd : public testing::Test {
     child = std::stoi(line);
   }
 
-  /// How the child has ended, which must come within the limit.
+  /// Returns how the child ended. It must end within the time limit.
   int endOfChild() {
     int status = 0;
     const bool hasEnded = eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
@@ -109,7 +108,7 @@ TEST_F(PosixParentEnd, OtherChildrenOutliveTheirParent) {
   ASSERT_NO_FATAL_FAILURE(
       startApplicationWithChild(program("/bin/sh", {"-c", "echo $$; exec sleep 600"})));
   ASSERT_NO_FATAL_FAILURE(killApplication());
-  // A signal of the kernel's would have come with the parent's end, and first.
+  // A parent-death signal would have been delivered before this one.
   ::kill(child, SIGUSR1);
   EXPECT_EQ(WTERMSIG(endOfChild()), SIGUSR1);
 }
@@ -125,7 +124,7 @@ TEST_F(PosixParentEnd, ChildOutlivesTheThreadThatLaunchedIt) {
     launched = launcher.launch(request);
   }).join();
   ASSERT_TRUE(launched.process);
-  // The join comes a moment before the thread's end, and so would the signal.
+  // The join returns slightly before the thread ends, so a signal could be late.
   const auto entry = std::filesystem::path("/proc/self/task") / std::to_string(thread);
   ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(entry); }));
   launched.process->kill();
@@ -138,8 +137,8 @@ bool isThreadOf(pid_t process, pid_t thread) {
                                  std::to_string(thread));
 }
 
-/// Lets a stopped application run to the moment at which it has forked a child
-/// that has not run yet, and returns that child; zero when it cannot be followed.
+/// Runs a stopped application until it has forked a child that has not run yet. Returns
+/// the child's process ID, or zero when ptrace is not permitted.
 pid_t childBeforeItsFirstStep(pid_t application) {
   int status = 0;
   if (waitFor(application, status) != application || !WIFSTOPPED(status)) return 0;
@@ -150,7 +149,7 @@ pid_t childBeforeItsFirstStep(pid_t application) {
     const pid_t stopped = waitFor(-1, status);
     if (stopped <= 0) return 0;
     if (!WIFSTOPPED(status)) continue;
-    // A new thread and a new child begin with a stop.
+    // ptrace stops a new thread or child before its first instruction.
     if (!isThreadOf(application, stopped)) return stopped;
     const int event = status >> 16;
     const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
@@ -171,7 +170,7 @@ TEST_F(PosixParentEnd, ChildOfAnApplicationThatIsAlreadyDeadDoesNotRun) {
   child = childBeforeItsFirstStep(application);
   if (child == 0) GTEST_SKIP() << "this system does not let us follow our own child";
   ::kill(application, SIGKILL);
-  // Its threads are traced too and must be waited for before it is gone.
+  // The tracer must also wait for the application's threads before it can be reaped.
   int status = 0;
   while (waitFor(-1, status) != application || WIFSTOPPED(status)) {
   }

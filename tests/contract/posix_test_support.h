@@ -36,8 +36,8 @@ Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
-/// Starts every child in one of the two ways that Linux needs: with or without
-/// endsWithParent. Both must do the same in everything else.
+/// A fixture that starts every child either with endsWithParent or without it. Linux has
+/// two implementations (fork and posix_spawn), which must behave alike otherwise.
 class LauncherUnderTest final : public ProcessLauncher {
  public:
   explicit LauncherUnderTest(bool endsWithParent,
@@ -51,7 +51,7 @@ class LauncherUnderTest final : public ProcessLauncher {
   const bool endsWithParent_;
 };
 
-/// The name of such a way, for the name of a test.
+/// Returns the test name suffix for the parameter.
 inline std::string nameOfWay(const testing::TestParamInfo<bool> &endsWithParent) {
   return endsWithParent.param ? "WithParent" : "OnItsOwn";
 }

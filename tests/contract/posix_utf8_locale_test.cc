@@ -1,4 +1,4 @@
-// The locale of a session that names none.
+// The locale of a session that sets no locale.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ constexpr const char *utf8Locale = "en_US.UTF-8";
 constexpr const char *utf8Locale = "C.UTF-8";
 #endif
 
-/// The test's own values of the three variables; those before come back.
+/// Sets the three locale variables for a test and restores the previous values.
 class PosixUtf8Locale : public testing::Test {
  public:
   PosixUtf8Locale() {
@@ -78,7 +78,7 @@ TEST_F(PosixUtf8Locale, PsPrintsPathsThatAreNotAscii) {
   ensured({});
   PosixProcessLauncher launcher(processEnvironment());
   const std::string path = "/data é €/v3/server.mjs";
-  // The shell stays in the list of processes while it waits for ps.
+  // The shell is in the process list because it waits for ps.
   const auto outcome =
       run(launcher, program("/bin/sh", {"-c", "ps -o command= -p $$; exit", path}));
   EXPECT_NE(outcome.output.find(path), std::string::npos) << outcome.output;

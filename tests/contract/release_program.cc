@@ -1,5 +1,5 @@
-// Stands for the program of a release: leaves a file beside itself when it is
-// executed, by its constructor as well as by its main function.
+// A stand-in for the program of a release. When it is executed, its constructor and its
+// main function each create a file next to it.
 
 #include <unistd.h>
 

@@ -6,11 +6,11 @@
 
 namespace orvel::posix_test {
 
-/// The bytes of a program that this machine can start. Whenever it is executed
-/// it leaves a file "executed" beside itself. It calls `getpgid` of libc.so.6.
+/// Returns the bytes of a program that this machine can start. When executed, it creates
+/// a file "executed" next to itself. It calls `getpgid` of libc.so.6.
 inline std::string releaseProgram() { return contentsOf(ORVELOS_RELEASE_PROGRAM); }
 
-/// The same with every occurrence of a text replaced by one of the same length.
+/// Returns that program with every occurrence of a text replaced by one of equal length.
 inline std::string releaseProgramWith(const std::string &text, const std::string &replacement) {
   std::string bytes = releaseProgram();
   for (auto at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1)) {

@@ -134,7 +134,7 @@ TEST_F(SoupHttpAnswer, HasNoResponseWhenTheHeadIsTruncated) {
 }
 
 TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTruncated) {
-  // libsoup does without the empty line at the end of a head.
+  // libsoup accepts a head without the empty line at its end.
   expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
   expectHeadAlone("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
   expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
@@ -155,7 +155,7 @@ TEST_F(SoupHttpAnswer, HasNoBodyWhenTheConnectionIsReset) {
       client.send(bytes);
       client.reset();
     });
-    // The reset may overtake a head that has been sent.
+    // The reset may discard a head that is still in the socket buffer.
     EXPECT_EQ(fetch(session_, requestOf(server.url())).body, std::nullopt) << bytes;
   }
 }

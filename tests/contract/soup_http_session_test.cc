@@ -60,8 +60,8 @@ TEST(SoupHttpSession, WaitsForNoOtherRequest) {
   EXPECT_EQ(silent.wait(100).size(), 100U);
 }
 
-// The order is forced: the completion does not return before the other request has
-// been sent, answered and read to its end.
+// Deterministic: the completion returns only after the other request has been sent,
+// answered and read to its end.
 TEST(SoupHttpSession, ReadsAnswersWhileACompletionBlocks) {
   std::promise<void> answerWasRead;
   LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {

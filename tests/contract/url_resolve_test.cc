@@ -100,11 +100,11 @@ TEST(UrlResolve, EncodesCharactersThatNoUrlMayHold) {
       {"https://other.test/a b.zip", "https://other.test/a%20b.zip"},
       {"//other.test/a b.zip", "https://other.test/a%20b.zip"},
       {"?a b", manifest + "?a%20b"},
-      // Only where the standard does not allow them.
+      // Encoded only where RFC 3986 does not allow them.
       {"a[1].zip?[2]#[3]#4", folder + "a%5B1%5D.zip?%5B2%5D#%5B3%5D%234"},
       {"./!$&'()*+,;=:@~-._/?", folder + "!$&'()*+,;=:@~-._/?"},
       {"http://[::1]/[", "http://[::1]/%5B"},
-      // A "%" that begins no escape; whole escapes stay.
+      // A "%" that does not begin an escape. Complete escapes are kept.
       {"%", folder + "%25"},
       {"100%.zip", folder + "100%25.zip"},
       {"%zz%4", folder + "%25zz%254"},

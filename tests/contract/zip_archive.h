@@ -6,12 +6,12 @@
 
 namespace orvel::posix_test {
 
-/// An entry of a ZIP archive, with the name and the mode as they are.
+/// An entry of a ZIP archive. Name and mode are written unchanged.
 struct ZipEntry {
   std::string name;
-  /// With the file type of <sys/stat.h>.
+  /// Includes the file type bits of <sys/stat.h>.
   unsigned mode = 0100644;
-  /// Of a link its target.
+  /// The target in the case of a symbolic link.
   std::string contents;
 };
 
@@ -19,9 +19,9 @@ ZipEntry zipFile(const std::string &name, const std::string &contents, unsigned 
 ZipEntry zipFolder(const std::string &name, unsigned permissions = 0755);
 ZipEntry zipLink(const std::string &name, const std::string &target);
 
-/// Writes an archive and gives its path. The options are those of libarchive's
-/// writer, such as "zip:compression=store". Without a password nothing is
-/// encrypted. Names are UTF-8 where they can be.
+/// Writes an archive and returns its path. The options are those of libarchive's writer,
+/// such as "zip:compression=store". An empty password disables encryption. Names are
+/// UTF-8 where possible.
 std::string writeZip(const std::filesystem::path &path, const std::vector<ZipEntry> &entries,
                      const std::string &options = "", const std::string &password = "");
 

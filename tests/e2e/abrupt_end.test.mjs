@@ -1,4 +1,4 @@
-// The application dies without stopping its server: the kernel does it then.
+// The application dies without stopping its server: the kernel sends it SIGTERM.
 
 import assert from 'node:assert/strict';
 
@@ -8,11 +8,11 @@ import { trialsOn } from './harness/trial.mjs';
 
 const { trial } = trialsOn();
 
-/// Waits for the end of the server and sees that it was asked to end.
+/// Waits for the end of the server and checks that it got SIGTERM.
 async function serverAskedToEnd(user) {
   await user.root.serverGone();
-  // More than one may come: the kernel hands the server from a thread that ends
-  // to another one of the same process.
+  // There may be several: when a thread ends, the kernel reparents the child to another
+  // thread of the same process, whose end sends the signal again.
   const signals = new Set(user.root.events('signal').map(({ signal }) => signal));
   assert.deepEqual([...signals], ['SIGTERM']);
   await user.assertNothingLeft();

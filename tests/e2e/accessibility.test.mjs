@@ -1,4 +1,4 @@
-// What a screen reader and a keyboard find in the alerts.
+// Alerts with a screen reader and with the keyboard.
 
 import assert from 'node:assert/strict';
 
@@ -20,7 +20,7 @@ const awaitNode = (what, read, find) => waitFor(what, async () => (await read())
 const awaitFocus = (label, read) =>
   awaitNode(`the focus on ${label}`, read, ({ name, focused }) => name === label && focused);
 
-/// Where on the screen an accessible of a panel is.
+/// Returns the screen position of an accessible of a panel.
 async function onScreen(screen, panel, { place }) {
   const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', panel);
   const [x, y] = ['X', 'Y'].map((name) =>
@@ -62,7 +62,7 @@ trial('the button that has the focus by keyboard has a bright ring', patient,
         .filter((colour) => colour.every((part) => part > 200)).length;
       await waitFor(`a ring around ${label}`, () => ring() >= 2);
       await keep(`focus-${label}`);
-      // It stays while the user thinks; GTK's own goes out after three seconds.
+      // The ring must stay; GTK's own disappears after three seconds.
       await new Promise((resolve) => setTimeout(resolve, 4000));
       assert.ok(ring() >= 2, `no ring around ${label} any more`);
     }

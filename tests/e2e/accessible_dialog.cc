@@ -20,7 +20,7 @@ Pointer<Object> adopt(Object *object) {
           }};
 }
 
-/// A text as JSON has it. The bus delivers valid UTF-8.
+/// Returns a text as a JSON string. The bus delivers valid UTF-8.
 std::string quoted(const char *text) {
   std::string all = "\"";
   for (const char *at = text != nullptr ? text : ""; *at != '\0'; ++at) {

@@ -15,7 +15,7 @@ const keys = [
 ];
 const modifiers = ['', 'shift', 'ctrl', 'alt', 'super'];
 
-/// Longer than a caret blinks: GTK looks at it with each blink.
+/// Longer than one blink of the caret: GTK 4.8 aborts at a blink.
 const blinkMilliseconds = 3000;
 
 const page = (field) => `${field}<script>
@@ -33,13 +33,13 @@ for (const [where, field] of Object.entries({
   trial(`the application survives every key ${where}`, { timeout: 300_000 },
     async (user, screen) => {
       const painted = await user.startWithPage(page(field));
-      // Without a manager the window under the pointer has the keyboard.
+      // Without a window manager the window under the pointer has the focus.
       const place = field ? screen.placeOf(painted, 'veld') : [900, 700];
       await screen.click(...place);
       const told = (matches) => user.root.told('toets').filter(matches).length;
 
-      /// Gives the page the keyboard, which some keys move to the header bar or to
-      /// a menu, and waits until it gets a letter.
+      /// Moves the focus back to the page and waits until the page gets a letter. Some
+      /// keys move the focus to the header bar or a menu.
       const pageHasTheKeyboard = async (after) => {
         const before = told(({ key }) => key === 'q');
         await waitFor(`the keyboard on the page after ${after}`, async () => {
@@ -53,7 +53,7 @@ for (const [where, field] of Object.entries({
         for (const modifier of modifiers) {
           const pressed = modifier ? `${modifier}+${key}` : key;
           await screen.keys(pressed);
-          // Closes the menu that some of them open.
+          // Closes the menu that some keys open.
           await screen.keys('Escape');
         }
         await pageHasTheKeyboard(key);

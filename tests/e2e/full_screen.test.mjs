@@ -1,4 +1,4 @@
-// Full screen and the monitor: the menu bar within reach, the window on the screen.
+// The menu bar in full screen, and the window size after changes of the monitor.
 
 import assert from 'node:assert/strict';
 
@@ -28,19 +28,19 @@ trial('in full screen the pointer at the top edge shows the menu bar', {},
     assert.equal(told(), screen.picture().height);
     await screen.tool('xdotool', 'mousemove', '700', '0');
     await waitFor('the menu bar', () => barShown(screen));
-    // It lies over the page, which keeps its size.
+    // The bar lies over the page, which keeps its size.
     assert.equal(told(), screen.picture().height);
     await keep('full-screen-bar');
     await screen.click(40, 18);
     await screen.menu();
     await keep('full-screen-menu');
-    // An open menu holds the bar although the pointer is elsewhere.
+    // The bar stays while a menu is open, even with the pointer elsewhere.
     await screen.tool('xdotool', 'mousemove', '700', '600');
     await screen.keys('Escape');
     await screen.menu(false);
     await waitFor('the end of the menu bar', () => !barShown(screen));
 
-    // The page has the keyboard again.
+    // The page has the focus again.
     await screen.type('aap');
     await waitFor('the letters in the field', () => user.root.told('veld').at(-1)?.value === 'aap');
     await screen.keys('F11');

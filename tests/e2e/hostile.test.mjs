@@ -68,7 +68,7 @@ trial(`${many} windows without a click hold nothing up, and quitting does not wa
         for (let i = 0; i < ${many}; ++i) window.open('/api/export?' + i);
       }, 300));
     </script>`, { routes: refused });
-    // The page asks on while the application is quit.
+    // The page keeps asking while the application quits.
     await waitFor('a request', () => asked(user).length > 0);
     const { code, signal } = await user.quit();
     assert.deepEqual({ code, signal }, { code: 0, signal: null });

@@ -1,4 +1,4 @@
-// The dialogs and windows of WebKit's and GTK's own: none holds up quitting.
+// The application can quit while a dialog or window of WebKit or GTK is open.
 
 import assert from 'node:assert/strict';
 
@@ -63,7 +63,7 @@ const dialogs = {
     page: '',
     open: async (screen) => {
       await openInspector(screen);
-      // The button that detaches takes clicks once its page has been loaded.
+      // The detach button accepts clicks only after the inspector has loaded.
       await waitFor('a window for the inspector', async () => {
         await screen.click(87, 513);
         return (await screen.managedWindows()) === 2;
@@ -127,7 +127,7 @@ trial('a name and a password go to the server; Escape then belongs to the page a
     const asked = await waitFor('a second request', () => user.root.requests('/geheim')[1]);
     assert.equal(asked.headers.authorization,
       `Basic ${Buffer.from('aap:noot').toString('base64')}`);
-    // The server refuses those too, and is asked about no more after Escape.
+    // The server rejects this password too. Escape then ends the requests.
     await waitFor('the answer for the page', async () => {
       await screen.keys('Escape');
       return user.root.told('antwoord').length === 1;

@@ -1,4 +1,4 @@
-// The process that loads for the page dies: Herlaad brings the page back.
+// WebKit's network process dies: Herlaad loads the page again.
 
 import assert from 'node:assert/strict';
 import { join } from 'node:path';
@@ -11,7 +11,7 @@ import { waitFor } from './harness/wait.mjs';
 
 const { trial } = trialsOn();
 
-/// What the server does with the reload during which the process dies.
+/// How the server responds to the reload during which the process dies.
 const replies = {
   'has no reply yet': () => ({ silent: true }),
   'was reset': () => ({ reset: true }),

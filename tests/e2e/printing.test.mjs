@@ -17,13 +17,13 @@ const pages = `<style>
     p { break-after: page; margin: 0; }
   </style><p>eerste blad</p><p>tweede blad</p><div>derde blad</div>`;
 
-/// The texts of a PDF file's pages.
+/// Returns the text of each page of a PDF file.
 function textsOf(path) {
   const text = execFileSync('pdftotext', ['-layout', path, '-'], { encoding: 'utf8' });
   return text.split('\f').slice(0, -1).map((page) => page.trim().replace(/\s+/g, ' '));
 }
 
-/// Where a printer stands in the list of the dialog.
+/// The position of a printer in the list of the dialog.
 async function placeOfPrinter(row, screen, dialog) {
   const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', dialog);
   const [left, top] = ['X', 'Y'].map((name) =>
@@ -31,8 +31,7 @@ async function placeOfPrinter(row, screen, dialog) {
   return [left + 80, top + 82 + 32 * row];
 }
 
-/// Whether the label of the dialog's button is as light as that of one that can
-/// be pressed.
+/// Whether the dialog's button is enabled, by the brightness of its label.
 function canPrint(screen, [x, y]) {
   const picture = screen.picture();
   for (let across = -20; across <= 20; across += 1) {
@@ -41,8 +40,8 @@ function canPrint(screen, [x, y]) {
   return false;
 }
 
-/// Chooses a printer by its row and prints, once the printer is listed and has
-/// told of itself.
+/// Chooses a printer by its row and prints, after the printer is listed and its details
+/// have arrived.
 async function printOn(row, screen, dialog) {
   const place = await placeOfPrinter(row, screen, dialog);
   await waitFor('the end of the print dialog', async () => {
@@ -52,7 +51,7 @@ async function printOn(row, screen, dialog) {
   }, { every: 300 });
 }
 
-/// Prints to GTK's own file and gives the texts of its pages.
+/// Prints with GTK's "print to file" and returns the text of each page.
 async function printToFile(user, screen) {
   await printOn(0, screen, await screen.secondWindow());
   const path = join(user.folder, 'output.pdf');

@@ -35,8 +35,8 @@ function withBytes(user, change) {
 
 const programOf = (bundle) => join(bundle, 'Contents/Linux/orvel-os');
 
-/// A release whose program needs something that this machine lacks: what it is
-/// linked with is named otherwise in it.
+/// A release whose program has a missing dependency: a name that it is linked with is
+/// replaced.
 const needing = (name, missing) => altered((_, bundle) => {
   const program = readFileSync(programOf(bundle), 'latin1');
   assert.ok(program.includes(name), `no ${name} in the program`);

@@ -121,7 +121,7 @@ trial('killed at every system call that changes a bundle, it is whole and starts
           const { whole } = await install(user, screen, run, kind, number);
           const now = fingerprint(user.bundle);
           if (whole) {
-            // This time there were fewer of them.
+            // This run made fewer such calls.
             await user.forceQuit(run);
             restore();
             break;
@@ -158,7 +158,7 @@ function largeRelease(user) {
   });
 }
 
-/// Has an update looked for and waits until a part of its large file is unpacked.
+/// Starts an update check and waits until a part of the large file is unpacked.
 async function beginUnpacking(user, screen) {
   const large = join(workingFolder(user), 'part/Orvel OS.app/Contents/large');
   rmSync(large, { force: true });

@@ -20,8 +20,8 @@ const body = 'een;twee\n'.repeat(2000);
 
 const networkProcess = (user) => user.processNamed('WebKitNetworkProcess')[0]?.pid;
 
-/// Has the page loaded again, and waits until it is there. A network process that dies
-/// of the answer before, as libsoup 3.6.5 lets it, fails the load; the next one succeeds.
+/// Reloads the page and waits until it is shown. When the network process crashes because
+/// of the previous response (libsoup 3.6.5), this load fails and the next one succeeds.
 async function pageAgain(user, screen) {
   const before = user.root.told('getoond').length;
   const serving = networkProcess(user);
@@ -30,7 +30,7 @@ async function pageAgain(user, screen) {
   await screen.keys('ctrl+r');
   await waitFor('the page or another network process', () => painted() || hasDied());
   if (!painted()) {
-    // It may have died before the load as well, and then the page comes.
+    // If the process died before the load began, the page is shown.
     await waitFor('the page', painted, { timeout: 5000 }).catch(() => screen.keys('ctrl+r'));
   }
   await user.root.painted(before + 1);

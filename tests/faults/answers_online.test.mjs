@@ -88,8 +88,7 @@ const spacious = (user) => makeRelease(user, {
     writeFileSync(join(bundle, 'Contents/Resources/ruim'), Buffer.alloc(2 * room)),
 });
 
-/// How many bytes of the one file of this name somewhere below a folder are on
-/// the disk.
+/// Returns the size on disk of the only file with this name below a folder.
 function storedBytes(name, folder) {
   const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
   return statSync(join(folder, path)).blocks * 512;
@@ -133,7 +132,7 @@ trial('where the application lies on a read-only file system no release is downl
       await underWatch(screen, run, t, {}, async () => {
         await screen.chooseApplicationItem(1);
         await waitFor('the check of the menu', () => server.to(manifest).length === 2);
-        // The answers are handled in order, so that by its notice the others are too.
+        // Responses are handled in order: when its alert is shown, the others are done.
         Object.assign(routes, offer('1.0'));
         await askAndClose(screen, newest());
         assert.equal(server.to(archive).length, 0);

@@ -118,8 +118,8 @@ for (const call of ['alert', 'confirm']) {
   });
 }
 
-/// Has the page do so many things of a kind, after a click or without one, and
-/// waits until they have been seen to.
+/// Makes the page run an action many times, with or without a click, and waits until all
+/// have been handled.
 async function flood(user, screen, t, action, { route = {}, click = true } = {}) {
   const desktop = new Desktop(user);
   const opened = cheapOpener(desktop);

@@ -1,4 +1,4 @@
-// Whatever an archive holds, nothing of it gets outside its folder.
+// No archive may write outside its folder.
 
 #include <unistd.h>
 
@@ -15,7 +15,7 @@ namespace {
 using namespace orvel;
 namespace fs = std::filesystem;
 
-/// A folder that is gone when the process ends.
+/// A folder that is removed when the process ends.
 class Scratch {
  public:
   Scratch() {

@@ -18,7 +18,7 @@ std::string element(const std::string &name, const std::string &text) {
   const std::unique_ptr<char, void (*)(void *)> escaped(
       g_markup_escape_text(text.data(), static_cast<gssize>(text.size())), g_free);
   std::string content;
-  // XML ends a line with a line feed alone, unless the other is spelled out.
+  // An XML parser normalises line ends to a line feed, except for character references.
   for (const char *at = escaped.get(); *at != '\0'; ++at) {
     if (*at == '\r') {
       content += "&#13;";

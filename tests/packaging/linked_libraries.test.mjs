@@ -1,12 +1,11 @@
-// Which libraries the built program names itself. Each of them keeps its soname from
-// one release of a distribution to the next, so that a program built on one starts on
-// the other.
+// The libraries that the built program links directly. Their sonames do not change between
+// distribution releases, so a program built on one release starts on the next.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { test } from 'node:test';
 
 const lasting = new RegExp(`^(${[
-  // The web view, the toolkit and what those two are made of.
+  // The web view, the toolkit and their own dependencies.
   'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
   'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
   'libgdk_pixbuf-2\\.0', 'libgraphene-1\\.0',

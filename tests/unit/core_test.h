@@ -47,8 +47,8 @@ class TemporaryFolder {
   std::string path_;
 };
 
-/// The core on the fake platform, with a data root that holds a server script
-/// and a bundle of its own.
+/// The core on the fake platform, with a data root that contains a server script, and with
+/// its own bundle.
 class CoreTest : public testing::Test {
  protected:
   CoreTest() {

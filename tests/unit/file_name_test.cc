@@ -46,7 +46,7 @@ TEST(SplitFileName, FindsNoExtensionThatHoldsABlankOrABidirectionalMark) {
     }
     EXPECT_EQ(splitFileName("a" + mark + ".b").extension, ".b");
   }
-  // Neighbours of the marks, and other white space.
+  // Code points next to the marks, and other white space.
   for (const std::string other : {"\u200D", "\u2010", "\u2029", "\u202F", "\u2065", "\u206A",
                                   "\u061B", "\u00A0", "\t", "_"}) {
     EXPECT_EQ(splitFileName("a.b" + other).extension, ".b" + other);

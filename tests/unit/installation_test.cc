@@ -161,7 +161,7 @@ TEST_F(Installation, takesItsStepsInOrder) {
                           "application terminate", "application terminated"));
 }
 
-/// Records what it is asked for and leaves a bundle of ours.
+/// Records its calls and creates a bundle with the application's identity.
 class RecordingUnpacker final : public ReleaseUnpacker {
  public:
   explicit RecordingUnpacker(Record &record) : record_(record) {}

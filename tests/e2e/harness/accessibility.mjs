@@ -1,5 +1,5 @@
-// The application as a screen reader finds it: over an accessibility bus of the
-// test's own, on its own session bus.
+// The application as a screen reader sees it, over a private accessibility bus on a
+// private session bus.
 
 import { execFile, spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
@@ -26,7 +26,7 @@ const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-
 export async function withAccessibility(screen, body) {
   if (!launcher) throw new Error('at-spi2-core is not installed');
   await onSessionBus(async (bus) => {
-    // WebKit finds a bus only on a path without blanks.
+    // WebKit finds a bus only on a path without spaces.
     const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
     const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
     const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });

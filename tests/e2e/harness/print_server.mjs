@@ -1,4 +1,4 @@
-// A CUPS server of the test's own with one queue, which keeps what it is sent.
+// A private CUPS server with one queue, which keeps the documents that it receives.
 
 import { execFile, spawn } from 'node:child_process';
 import { mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
@@ -61,12 +61,12 @@ PageLog ${at('page_log')}
     return server;
   }
 
-  /// Makes it hang: it still takes connections, and answers nothing.
+  /// Makes the server hang: it accepts connections and answers nothing.
   hang() {
     kill(this.process.pid, 'SIGSTOP');
   }
 
-  /// The files that it was sent, in order.
+  /// Returns the received files, in order.
   documents() {
     const folder = join(this.folder, 'spool');
     return readdirSync(folder).filter((name) => /^d\d+-\d+$/.test(name)).sort()

@@ -123,14 +123,13 @@ export class Screen {
     return waitFor('the window', async () => (await this.windows())[0]);
   }
 
-  /// Asks the application to close its main window, as a task bar does, whatever
-  /// window has the keyboard.
+  /// Asks the application to close its main window, as a task bar does, regardless of the
+  /// focus.
   async closeMainWindow() {
     await this.tool('wmctrl', '-i', '-c', await this.window());
   }
 
-  /// Waits until a window other than the main one has the keyboard, and gives
-  /// its number.
+  /// Waits until a window other than the main one has the focus, and returns its ID.
   async secondWindow() {
     const main = await this.window();
     return waitFor('a second window', async () => {

@@ -21,7 +21,7 @@ export const badAnswers = (gate) => ({
     outcomes: { ...none, polling: undefined, manifest: undefined, archive: 'waits',
       download: 'waits' } },
   'a reset connection': { route: { reset: true }, outcomes: none },
-  // A probe needs no more than the head.
+  // A probe needs only the response head.
   'a body that is cut': { route: { cut: true }, outcomes: { ...none, polling: 'ready' } },
   'a cut in the middle of a chunk': { route: { cutChunk: true },
     outcomes: { ...none, polling: 'ready' } },

@@ -66,8 +66,8 @@ export async function endedWell(user, run, options) {
 
 const below = (folder) => readdirSync(folder, { recursive: true }).map(String);
 
-/// Leaves out what WebKit's network process says when it meets libsoup 3.6.5's fault:
-/// after a reset connection the session may use a feature that has been freed.
+/// Removes the messages of WebKit's network process about the bug in libsoup 3.6.5: after
+/// a connection reset the session may use a feature that has been freed.
 function withoutSoupFault(said) {
   const faulty = [...said.matchAll(/(\(process:\d+\)).*'SOUP_IS_SESSION_FEATURE /g)];
   const isKnown = (line) => faulty.some(([, name]) => line.includes(name));
