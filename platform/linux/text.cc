@@ -58,7 +58,7 @@ std::optional<std::string> trimmedText(std::string_view bytes) {
   const char *begin = bytes.data();
   const char *end = begin + bytes.size();
   while (begin < end && isBlank(g_utf8_get_char(begin))) {
-    begin = g_utf8_next_char(begin);
+    begin += g_utf8_skip[static_cast<unsigned char>(*begin)];
   }
   while (begin < end) {
     const char *last = g_utf8_prev_char(end);

@@ -154,7 +154,7 @@ TEST_F(ArchiveExtraction, RefusesNamesThatLeadOut) {
 }
 
 TEST_F(ArchiveExtraction, RefusesAFileOrLinkInPlaceOfTheFolder) {
-  for (const std::string name : {".", "./.", "./"}) {
+  for (const std::string name : {".", "./."}) {
     expectRefused({zipFile(name, "x")});
     expectRefused({zipLink(name, "elsewhere")});
     EXPECT_TRUE(fs::is_directory(fs::symlink_status(target_))) << name;

@@ -8,18 +8,18 @@ namespace orvel {
 namespace {
 
 TEST(WebKitUrl, IsEncodedWhereTheUrlStandardLeavesCharactersAlone) {
-  for (const char *address :
+  for (const char *text :
        {"http://h/a[b]|c\\d", "http://h/{}^`\"<>", "http://h?[|]", "http://h/#a#b#",
         "http://h/100%", "http://[::1]:1/[", "mailto:a b@c?subject=[x]", "data:text/html,<p>é"}) {
-    const auto url = urlFromWebKit(address);
-    ASSERT_TRUE(url.has_value()) << address;
-    EXPECT_EQ(url->absoluteString, withEscapes(address));
+    const auto url = urlFromWebKit(text);
+    ASSERT_TRUE(url.has_value()) << text;
+    EXPECT_EQ(url->absoluteString, withEscapes(text));
   }
 }
 
 TEST(WebKitUrl, WhatIsNoUrlIsNone) {
-  for (const char *address : {"", "http://[/", "http://h:x/", "1a:b"}) {
-    EXPECT_EQ(urlFromWebKit(address), std::nullopt) << address;
+  for (const char *text : {"", "http://[/", "http://h:x/", "1a:b"}) {
+    EXPECT_EQ(urlFromWebKit(text), std::nullopt) << text;
   }
   EXPECT_EQ(urlFromWebKit(nullptr), std::nullopt);
 }
