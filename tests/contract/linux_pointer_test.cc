@@ -82,7 +82,7 @@ class LinuxPointer : public LinuxPage {
   static std::string attribute(GMenuModel *model, int place, const char *name) {
     char *text = nullptr;
     g_menu_model_get_item_attribute(model, place, name, "s", &text);
-    const std::string copy = text != nullptr ? text : "";
+    std::string copy = text != nullptr ? text : "";
     g_free(text);
     return copy;
   }

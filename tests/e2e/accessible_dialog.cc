@@ -61,8 +61,8 @@ std::string place(AtspiAccessible *accessible) {
 }
 
 void print(AtspiAccessible *accessible, const char *&separator) {
-  std::printf("%s{\"role\":%s,\"name\":%s,\"description\":%s,\"focused\":%s,\"place\":%s}",
-              separator, taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"place":%s})", separator,
+              taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
               taken(atspi_accessible_get_name(accessible, nullptr)).c_str(),
               taken(atspi_accessible_get_description(accessible, nullptr)).c_str(),
               has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", place(accessible).c_str());
