@@ -4,6 +4,7 @@
 #include <link.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 #include <optional>
 #include <sstream>
@@ -63,7 +64,7 @@ std::optional<ProgramKind> kindOf(const std::string &program) {
     if (segment.p_filesz > longestPath) return std::nullopt;
     loader.assign(segment.p_filesz, '\0');
     if (!readAt(file, segment.p_offset, loader.data(), loader.size())) return std::nullopt;
-    loader = loader.c_str();  // Without the NUL at its end.
+    loader.resize(std::strlen(loader.c_str()));  // The segment ends in a NUL.
   }
   if (loader.empty()) return std::nullopt;
   return ProgramKind{header.e_ident[EI_CLASS], header.e_ident[EI_DATA], header.e_machine, loader};
