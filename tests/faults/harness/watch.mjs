@@ -87,7 +87,7 @@ export async function assertClean(user, { damaged = [] } = {}) {
   assert.deepEqual(readdirSync(dirname(user.bundle)), ['Orvel OS.app']);
   // The folder of an update stays, empty when the update has been taken from it.
   const passing = below(XDG_CACHE_HOME).filter((name) =>
-    /temporary\/|\.orvel-/.test(name) && !/\/orvel-os-update-[\d.]+(\/deel\d+)?$/.test(name));
+    /temporary\/|\.orvel-/.test(name) && !/\/orvel-os-update-[\d.]+(\/part)?$/.test(name));
   assert.deepEqual(passing, [], 'temporary files');
   assert.deepEqual(below(user.home).filter((name) => /\.orvel-|(^|\/)core/.test(name)), []);
   assert.deepEqual(readdirSync(user.folder).filter((name) => /^core/.test(name)), [], 'a core');
