@@ -151,7 +151,7 @@ test('the validators and lintian find nothing to warn of', () => {
       assert.equal(status, 0, `${program}: ${lines.join('\n')}`);
     }
   };
-  // desktop-file-validate 0.26 knows version 1.4 of the specification, and 1.5 has this key.
+  // desktop-file-validate 0.26 knows desktop entries up to version 1.4; this key came with 1.5.
   judge('desktop-file-validate', ['--warn-kde', path('uitgepakt', entry)],
     (line) => line.includes('"SingleMainWindow"'));
   judge('appstreamcli', ['validate', '--no-net', path('uitgepakt', metainfo)]);
