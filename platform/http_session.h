@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/url.h"
+#include "base/url.h"
 
 namespace orvel {
 

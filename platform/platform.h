@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/platform_names.h"
 #include "platform/application.h"
 #include "platform/background_queue.h"
 #include "platform/bundle.h"
@@ -9,7 +10,6 @@
 #include "platform/main_queue.h"
 #include "platform/menu_bar.h"
 #include "platform/panels.h"
-#include "platform/platform_names.h"
 #include "platform/process_launcher.h"
 #include "platform/release_unpacker.h"
 #include "platform/user_defaults.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_handle.h"
+#include "base/file_handle.h"
 
 namespace orvel {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/url.h"
+#include "base/url.h"
 
 namespace orvel {
 

@@ -39,12 +39,12 @@ cmake --build --preset default --target bench_programs -- --quiet
 
 export ORVEL_BENCH_CHROMIUM=$chromium
 results=$folder/results.json
-node tests/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
+node tools/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
   "$PWD/build/tests/bench" "$results" "${1:-}"
 if [ "${1:-}" = quick ]; then
-  node tests/bench/report.mjs "$results" "$folder/performance.md" "$folder/performance.svg"
+  node tools/bench/report.mjs "$results" "$folder/performance.md" "$folder/performance.svg"
   echo "bench: $folder/performance.md"
 else
-  node tests/bench/report.mjs "$results" docs/performance.md docs/pictures/performance.svg
+  node tools/bench/report.mjs "$results" docs/performance.md docs/pictures/performance.svg
   echo "bench: docs/performance.md"
 fi

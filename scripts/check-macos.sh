@@ -35,7 +35,7 @@ done
 # The compiler takes a misspelt delegate method for one of the object's own.
 # So every selector that a delegate implements has to be declared in a header of
 # the platform, but for those that are our own.
-delegates=(platform/macos/app_delegate_bridge.mm platform/macos/redirect_guard.mm)
+delegates=(platform/macos/appkit/app_delegate_bridge.mm platform/macos/foundation/redirect_guard.mm)
 mapfile -t selectors < <(
   awk '/^- \(/ { method = "" } { method = method " " $0 } /^[- ].*\{$/ && method ~ /^ - \(/ {
          print method; method = "" }' "${delegates[@]}" |

@@ -42,12 +42,12 @@ scripts/lint.sh
 
 # The desktop's own libraries are not built for the thread sanitizer, so that
 # the tests that need a whole desktop tell nothing there.
-build asan unit_tests contract_tests
-run_tests asan build/asan -L 'unit|contract|desktop'
-build tsan unit_tests contract_tests
-run_tests tsan build/tsan -L 'unit|contract'
+build asan cpp_tests
+run_tests asan build/asan -L 'unit|contract|adapter|desktop'
+build tsan cpp_tests
+run_tests tsan build/tsan -L 'unit|contract|adapter'
 
 # The tests that need a desktop have run twice by now.
 build clang
-run_tests clang build/clang -L 'unit|contract|fuzz'
+run_tests clang build/clang -L 'unit|contract|adapter|fuzz'
 step "all of it passed"

@@ -1,6 +1,6 @@
 #include "server/shell_runner.h"
 
-#include "platform/text.h"
+#include "base/text.h"
 
 namespace orvel {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/platform_names.h"
+#include "base/platform_names.h"
 
 namespace orvel {
 

@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "app/app_delegate.h"
-#include "platform/folder_lock.h"
-#include "platform/property_list.h"
-#include "platform/real_folder.h"
+#include "base/folder_lock.h"
+#include "base/property_list.h"
+#include "base/real_folder.h"
 #include "server/shell_runner.h"
 #include "update/command_line.h"
 

@@ -4,7 +4,7 @@
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
-#include "platform/json.h"
+#include "base/json.h"
 #include "update/version.h"
 
 namespace orvel {

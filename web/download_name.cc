@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/file_name.h"
+#include "base/file_name.h"
 
 namespace orvel {
 

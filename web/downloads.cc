@@ -6,7 +6,7 @@
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
-#include "platform/file_move.h"
+#include "base/file_move.h"
 #include "web/download_name.h"
 
 namespace orvel {

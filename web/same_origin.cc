@@ -1,6 +1,6 @@
 #include "web/same_origin.h"
 
-#include "platform/ascii_case.h"
+#include "base/ascii_case.h"
 
 namespace orvel {
 

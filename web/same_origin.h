@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/url.h"
+#include "base/url.h"
 
 namespace orvel {
 

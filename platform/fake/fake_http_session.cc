@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/file_handle.h"
+#include "base/file_handle.h"
 
 namespace orvel {
 

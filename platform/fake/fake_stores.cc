@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/real_folder.h"
 #include "platform/posix/replaceable_folder.h"
-#include "platform/real_folder.h"
 
 namespace orvel {
 

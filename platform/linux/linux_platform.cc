@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "platform/linux/gtk_style.h"
+#include "platform/linux/gtk/gtk_style.h"
 
 namespace orvel {
 

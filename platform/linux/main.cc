@@ -2,8 +2,8 @@
 #include <cstdlib>
 
 #include "app/entry.h"
-#include "platform/linux/freed_memory.h"
 #include "platform/linux/linux_platform.h"
+#include "platform/linux/malloc_retention.h"
 #include "platform/posix/utf8_locale.h"
 
 int main() {

@@ -1,4 +1,4 @@
-#include "platform/folder_lock.h"
+#include "base/folder_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <vector>
 
-#include "tests/contract/child_programs.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/support/child_programs.h"
 
 namespace orvel {
 namespace {

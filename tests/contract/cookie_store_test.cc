@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/permissive_delegate.h"
+#include "tests/support/permissive_delegate.h"
 
 namespace orvel {
 namespace {

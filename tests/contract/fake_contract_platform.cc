@@ -2,8 +2,8 @@
 #include <filesystem>
 
 #include "platform/fake/fake_platform.h"
-#include "tests/contract/child_programs.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/support/child_programs.h"
 
 namespace orvel {
 

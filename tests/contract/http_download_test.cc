@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "platform/file_move.h"
+#include "base/file_move.h"
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/loopback_server.h"
-#include "tests/contract/posix_test_support.h"
+#include "tests/support/loopback_server.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/http_replies.h"
-#include "tests/contract/loopback_server.h"
+#include "tests/support/http_replies.h"
+#include "tests/support/loopback_server.h"
 
 namespace orvel {
 namespace {

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/loopback_server.h"
+#include "tests/support/loopback_server.h"
 
 namespace orvel {
 namespace {

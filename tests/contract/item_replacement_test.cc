@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/folder_tree.h"
+#include "tests/support/folder_tree.h"
 
 namespace orvel {
 namespace {

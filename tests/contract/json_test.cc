@@ -1,7 +1,7 @@
 // What is JSON and which texts it holds, on whichever platform this is built
 // for.
 
-#include "platform/json.h"
+#include "base/json.h"
 
 #include <gtest/gtest.h>
 

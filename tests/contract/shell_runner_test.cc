@@ -7,7 +7,7 @@
 #include <csignal>
 #include <thread>
 
-#include "tests/contract/posix_test_support.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {

@@ -1,6 +1,6 @@
 // Where a text is split and trimmed, on whichever platform this is built for.
 
-#include "platform/text.h"
+#include "base/text.h"
 
 #include <gmock/gmock.h>
 

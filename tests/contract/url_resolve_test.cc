@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/url.h"
+#include "base/url.h"
 
 namespace orvel {
 namespace {

@@ -1,6 +1,6 @@
 // What the parts of a URL are, on whichever platform this is built for.
 
-#include "platform/url.h"
+#include "base/url.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/contract/posix_test_support.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {

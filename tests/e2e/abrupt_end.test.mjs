@@ -2,9 +2,9 @@
 
 import assert from 'node:assert/strict';
 
-import { kill } from './harness/processes.mjs';
-import { Screen } from './harness/screen.mjs';
-import { trialsOn } from './harness/trial.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { Screen } from '../support/desktop/screen.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
 
 const { trial } = trialsOn();
 

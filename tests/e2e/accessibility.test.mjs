@@ -2,9 +2,9 @@
 
 import assert from 'node:assert/strict';
 
-import { withAccessibility } from './harness/accessibility.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { withAccessibility } from '../support/desktop/accessibility.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

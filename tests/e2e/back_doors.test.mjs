@@ -6,12 +6,12 @@ import { spawn } from 'node:child_process';
 import { existsSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from './harness/desktop.mjs';
-import { pageColour } from './harness/page.mjs';
-import { alive, kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { alive, kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

@@ -2,9 +2,9 @@
 
 import assert from 'node:assert/strict';
 
-import { pageColour } from './harness/page.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn({ windowManager: false });
 

@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { mkdirSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 
-import { Desktop } from './harness/desktop.mjs';
-import { kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

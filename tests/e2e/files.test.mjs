@@ -3,11 +3,11 @@
 
 import assert from 'node:assert/strict';
 
-import { Desktop } from './harness/desktop.mjs';
-import { OnlineServer } from './harness/online_server.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

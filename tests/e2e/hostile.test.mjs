@@ -4,8 +4,8 @@
 import assert from 'node:assert/strict';
 import { readdirSync } from 'node:fs';
 
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

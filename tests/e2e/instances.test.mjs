@@ -2,10 +2,10 @@
 
 import assert from 'node:assert/strict';
 
-import { alive, kill } from './harness/processes.mjs';
-import { onSessionBus } from './harness/session_bus.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { alive, kill } from '../support/desktop/processes.mjs';
+import { onSessionBus } from '../support/desktop/session_bus.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

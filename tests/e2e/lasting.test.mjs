@@ -4,11 +4,11 @@ import assert from 'node:assert/strict';
 import { existsSync, readdirSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { pageColour } from './harness/page.mjs';
-import { kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

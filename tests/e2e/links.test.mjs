@@ -3,11 +3,11 @@
 
 import assert from 'node:assert/strict';
 
-import { Desktop } from './harness/desktop.mjs';
-import { OnlineServer } from './harness/online_server.mjs';
-import { onSessionBus } from './harness/session_bus.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { onSessionBus } from '../support/desktop/session_bus.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

@@ -2,10 +2,10 @@
 
 import assert from 'node:assert/strict';
 
-import { pageColour } from './harness/page.mjs';
-import { kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

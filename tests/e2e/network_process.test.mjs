@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { join } from 'node:path';
 import { writeFileSync } from 'node:fs';
 
-import { pageColour } from './harness/page.mjs';
-import { alive, kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { alive, kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

@@ -4,11 +4,11 @@ import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { OnlineServer } from './harness/online_server.mjs';
-import { pageColour } from './harness/page.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn({ local: false });
 

@@ -3,9 +3,9 @@
 
 import assert from 'node:assert/strict';
 
-import { OnlineServer } from './harness/online_server.mjs';
-import { PORT } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { PORT } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
 
 const { trial, keep } = trialsOn();
 

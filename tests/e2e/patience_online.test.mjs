@@ -2,8 +2,8 @@
 
 import assert from 'node:assert/strict';
 
-import { OnlineServer } from './harness/online_server.mjs';
-import { trialsOn } from './harness/trial.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
 
 const { trial, keep } = trialsOn({ local: false });
 

@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { join } from 'node:path';
 
-import { DataRoot } from './harness/data_root.mjs';
-import { PORT, alive, kill, listeners } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { DataRoot } from '../support/desktop/data_root.mjs';
+import { PORT, alive, kill, listeners } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

@@ -5,12 +5,12 @@ import { chmodSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from '
 import { spawnSync } from 'node:child_process';
 import { join, relative } from 'node:path';
 
-import { Desktop } from './harness/desktop.mjs';
-import { OnlineServer } from './harness/online_server.mjs';
-import { kill } from './harness/processes.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { OnlineServer } from '../support/desktop/online_server.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn();
 

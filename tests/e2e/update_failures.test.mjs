@@ -7,10 +7,10 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-import { fingerprint, makeRelease, offer } from './harness/release.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { askAndClose, newest, online, restart, quitLast, updated } from './harness/update.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { fingerprint, makeRelease, offer } from '../support/desktop/release.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { askAndClose, newest, online, restart, quitLast, updated } from '../support/desktop/update.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn({ local: false });
 

@@ -8,11 +8,11 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-import { alive, kill } from './harness/processes.mjs';
-import { fingerprint, makeRelease, offer } from './harness/release.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { online, quitLast, restart, start, updated } from './harness/update.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { alive, kill } from '../support/desktop/processes.mjs';
+import { fingerprint, makeRelease, offer } from '../support/desktop/release.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { online, quitLast, restart, start, updated } from '../support/desktop/update.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial } = trialsOn({ local: false });
 

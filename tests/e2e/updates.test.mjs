@@ -2,14 +2,14 @@
 
 import assert from 'node:assert/strict';
 
-import { pageColour } from './harness/page.mjs';
-import { entryOf, makeRelease, offer } from './harness/release.mjs';
-import { trialsOn } from './harness/trial.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { entryOf, makeRelease, offer } from '../support/desktop/release.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
 import {
   askAndClose, newest, online, quitLast, restart, start, updated,
-} from './harness/update.mjs';
-import { KEY } from './harness/user.mjs';
-import { waitFor } from './harness/wait.mjs';
+} from '../support/desktop/update.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn({ local: false });
 

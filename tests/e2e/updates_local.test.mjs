@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { makeRelease, offer } from './harness/release.mjs';
-import { trialsOn } from './harness/trial.mjs';
-import { instances, online, quitLast, updated } from './harness/update.mjs';
-import { waitFor } from './harness/wait.mjs';
+import { makeRelease, offer } from '../support/desktop/release.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { instances, online, quitLast, updated } from '../support/desktop/update.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 
 const { trial, keep } = trialsOn();
 

@@ -5,11 +5,11 @@ import assert from 'node:assert/strict';
 import { rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../e2e/harness/desktop.mjs';
-import { pageColour } from '../e2e/harness/page.mjs';
-import { kill } from '../e2e/harness/processes.mjs';
-import { trialsOn } from '../e2e/harness/trial.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { badAnswers } from './harness/bad_answers.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 

@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { mkdirSync, readdirSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { entryOf, fingerprint, makeRelease, offer } from '../e2e/harness/release.mjs';
-import { trialsOn } from '../e2e/harness/trial.mjs';
-import { askAndClose, newest, online, updated } from '../e2e/harness/update.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { entryOf, fingerprint, makeRelease, offer } from '../support/desktop/release.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { askAndClose, newest, online, updated } from '../support/desktop/update.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { badAnswers } from './harness/bad_answers.mjs';
 import { mounting, noMounts } from './harness/name_space.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';

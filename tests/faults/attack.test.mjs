@@ -5,10 +5,10 @@ import assert from 'node:assert/strict';
 import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../e2e/harness/desktop.mjs';
-import { kill } from '../e2e/harness/processes.mjs';
-import { trialsOn } from '../e2e/harness/trial.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { Desktop } from '../support/desktop/desktop.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong } from './harness/campaign.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
 

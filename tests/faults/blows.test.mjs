@@ -1,6 +1,6 @@
 // Every blow in the middle of every job that has a server of this machine.
 
-import { trialsOn } from '../e2e/harness/trial.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
 import { blows } from './harness/blows.mjs';
 import { cell, isPlayed } from './harness/campaign.mjs';
 import { jobs } from './harness/jobs.mjs';

@@ -4,10 +4,10 @@
 import assert from 'node:assert/strict';
 import { setTimeout as pause } from 'node:timers/promises';
 
-import { pageColour } from '../e2e/harness/page.mjs';
-import { kill } from '../e2e/harness/processes.mjs';
-import { trialsOn } from '../e2e/harness/trial.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong } from './harness/campaign.mjs';
 import { assertClean, endedWell, noZombies, underWatch } from './harness/watch.mjs';
 

@@ -7,12 +7,12 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-import { DataRoot } from '../e2e/harness/data_root.mjs';
-import { pageColour } from '../e2e/harness/page.mjs';
-import { PORT, alive, kill } from '../e2e/harness/processes.mjs';
-import { trialsOn } from '../e2e/harness/trial.mjs';
-import { KEY } from '../e2e/harness/user.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { DataRoot } from '../support/desktop/data_root.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
+import { PORT, alive, kill } from '../support/desktop/processes.mjs';
+import { trialsOn } from '../support/desktop/trial.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong } from './harness/campaign.mjs';
 import { full, noMounts, readOnly } from './harness/name_space.mjs';
 import { assertClean, endedWell, underWatch } from './harness/watch.mjs';

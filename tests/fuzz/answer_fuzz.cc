@@ -7,9 +7,9 @@
 #include <future>
 #include <string>
 
-#include "platform/linux/file_bytes.h"
-#include "platform/linux/gobject_pointer.h"
-#include "platform/linux/soup_http_session.h"
+#include "platform/linux/files/file_bytes.h"
+#include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/http/soup_http_session.h"
 #include "tests/fuzz/property.h"
 #include "tests/fuzz/scripted_server.h"
 #include "web/same_origin.h"

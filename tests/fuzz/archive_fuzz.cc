@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/linux/archive_extraction.h"
+#include "platform/linux/files/archive_extraction.h"
 #include "tests/fuzz/property.h"
 
 namespace {

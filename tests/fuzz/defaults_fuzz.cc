@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/key_file_text.h"
-#include "platform/linux/window_frame.h"
-#include "platform/text.h"
+#include "base/text.h"
+#include "platform/linux/files/key_file_text.h"
+#include "platform/linux/gtk/window_frame.h"
 #include "tests/fuzz/property.h"
 
 namespace {

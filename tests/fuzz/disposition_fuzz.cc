@@ -7,8 +7,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/linux/suggested_filename.h"
-#include "platform/text.h"
+#include "base/text.h"
+#include "platform/linux/http/suggested_filename.h"
 #include "tests/fuzz/property.h"
 #include "web/download_name.h"
 

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/json.h"
-#include "platform/platform_names.h"
-#include "platform/text.h"
-#include "platform/url.h"
+#include "base/json.h"
+#include "base/platform_names.h"
+#include "base/text.h"
+#include "base/url.h"
 #include "tests/fuzz/property.h"
 #include "update/command_line.h"
 #include "update/installation.h"

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/plist_file.h"
-#include "platform/text.h"
+#include "base/text.h"
+#include "platform/linux/files/plist_file.h"
 #include "tests/fuzz/property.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/json.h"
-#include "platform/linux/main_frame_filter.h"
-#include "platform/linux/webkit_url.h"
+#include "base/json.h"
+#include "platform/linux/webkit/main_frame_filter.h"
+#include "platform/linux/webkit/webkit_url.h"
 #include "tests/fuzz/property.h"
 #include "web/address_dialog.h"
 #include "web/navigation_policy.h"

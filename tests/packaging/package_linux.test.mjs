@@ -12,9 +12,9 @@ import { basename, dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
-import { kill, markedProcesses } from '../e2e/harness/processes.mjs';
-import { Screen } from '../e2e/harness/screen.mjs';
-import { waitFor } from '../e2e/harness/wait.mjs';
+import { kill, markedProcesses } from '../support/desktop/processes.mjs';
+import { Screen } from '../support/desktop/screen.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
 import { readPng } from './png.mjs';
 import { ThrowawayMachine } from './throwaway_machine.mjs';
 

@@ -1,4 +1,4 @@
-#include "platform/file_name.h"
+#include "base/file_name.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "update/installation.h"
 
-#include "platform/folder_lock.h"
+#include "base/folder_lock.h"
 #include "tests/unit/core_test.h"
 #include "update/command_line.h"
 

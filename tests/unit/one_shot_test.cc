@@ -1,6 +1,6 @@
 // A handler that has to be called exactly once is, whatever becomes of it.
 
-#include "platform/macos/one_shot.h"
+#include "base/one_shot.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "platform/url_escapes.h"
+#include "base/url_escapes.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/url.h"
+#include "base/url.h"
 
 namespace orvel {
 namespace {

@@ -10,8 +10,8 @@ import { spawnSync } from 'node:child_process';
 import { readFileSync, readdirSync } from 'node:fs';
 import { setTimeout as pause } from 'node:timers/promises';
 
-import { alive, kill } from '../../e2e/harness/processes.mjs';
-import { waitFor } from '../../e2e/harness/wait.mjs';
+import { alive, kill } from '../../support/desktop/processes.mjs';
+import { waitFor } from '../../support/desktop/wait.mjs';
 import { endedWell } from './watch.mjs';
 
 const goesOn = 'goes on';

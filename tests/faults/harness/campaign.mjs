@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 
-import { onSessionBus } from '../../e2e/harness/session_bus.mjs';
+import { onSessionBus } from '../../support/desktop/session_bus.mjs';
 import { jobs } from './jobs.mjs';
 import { assertClean, endedWell, underWatch } from './watch.mjs';
 

@@ -5,12 +5,12 @@ import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../../e2e/harness/desktop.mjs';
-import { OnlineServer } from '../../e2e/harness/online_server.mjs';
-import { pageColour } from '../../e2e/harness/page.mjs';
-import { entryOf, fingerprint, makeRelease, offer } from '../../e2e/harness/release.mjs';
-import { updated } from '../../e2e/harness/update.mjs';
-import { waitFor } from '../../e2e/harness/wait.mjs';
+import { Desktop } from '../../support/desktop/desktop.mjs';
+import { OnlineServer } from '../../support/desktop/online_server.mjs';
+import { pageColour } from '../../support/desktop/page.mjs';
+import { entryOf, fingerprint, makeRelease, offer } from '../../support/desktop/release.mjs';
+import { updated } from '../../support/desktop/update.mjs';
+import { waitFor } from '../../support/desktop/wait.mjs';
 import { endedWell } from './watch.mjs';
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n'.repeat(100_000) };

@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { readFileSync, readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 
-import { waitFor } from '../../e2e/harness/wait.mjs';
+import { waitFor } from '../../support/desktop/wait.mjs';
 import { MainThread, pauseLimit } from './main_thread.mjs';
 
 /// Memory of a process in MiB, each page that it shares counted by its share

@@ -1,0 +1,31 @@
+#include "base/file_name.h"
+
+#include <algorithm>
+#include <array>
+
+namespace orvel {
+
+namespace {
+
+/// Foundation's list: the blank, and the marks, embeddings, overrides and
+/// isolates of the Unicode bidirectional algorithm. The escapes cannot reorder this text.
+// NOLINTBEGIN(misc-misleading-bidirectional)
+constexpr std::array<std::string_view, 13> outsideExtensions{
+    " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
+    "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
+// NOLINTEND(misc-misleading-bidirectional)
+
+}  // namespace
+
+FileName splitFileName(std::string_view name) {
+  const auto stop = name.rfind('.');
+  if (stop == std::string_view::npos || stop == 0 || stop + 1 == name.size()) return {name, ""};
+  const std::string_view extension = name.substr(stop);
+  const bool isText = std::any_of(
+      outsideExtensions.begin(), outsideExtensions.end(),
+      [&](std::string_view mark) { return extension.find(mark) != std::string_view::npos; });
+  if (isText) return {name, ""};
+  return {name.substr(0, stop), extension};
+}
+
+}  // namespace orvel

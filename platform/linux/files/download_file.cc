@@ -1,0 +1,82 @@
+#include "platform/linux/files/download_file.h"
+
+#include <fcntl.h>
+#include <glib.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <set>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+constexpr int permissions = 0666;
+
+/// The hidden files of this process. Those that are left at its exit are
+/// removed, and no more are made: other threads may still be running then.
+class HiddenFiles {
+ public:
+  static HiddenFiles &all() {
+    // Never destroyed, for those threads.
+    static HiddenFiles *const files = [] {
+      std::atexit([] { all().removeForExit(); });
+      return new HiddenFiles;
+    }();
+    return *files;
+  }
+
+  int make(std::string &pattern) {
+    const std::lock_guard lock(mutex_);
+    if (exiting_) return -1;
+    const int descriptor = g_mkstemp_full(pattern.data(), O_WRONLY | O_CLOEXEC, permissions);
+    if (descriptor >= 0) paths_.insert(pattern);
+    return descriptor;
+  }
+
+  void remove(const std::string &path) {
+    const std::lock_guard lock(mutex_);
+    if (paths_.erase(path) > 0) ::unlink(path.c_str());
+  }
+
+ private:
+  void removeForExit() {
+    const std::lock_guard lock(mutex_);
+    exiting_ = true;
+    for (const std::string &path : paths_) ::unlink(path.c_str());
+    paths_.clear();
+  }
+
+  std::mutex mutex_;
+  bool exiting_ = false;
+  std::set<std::string> paths_;
+};
+
+}  // namespace
+
+DownloadFile::DownloadFile(const std::vector<std::string> &folders, Kind kind)
+    : made_(make(folders, kind)), file_(made_.descriptor) {}
+
+DownloadFile::~DownloadFile() {
+  // When the file was moved, nothing lies at this path.
+  if (made_.isHidden) HiddenFiles::all().remove(made_.path);
+}
+
+DownloadFile::Made DownloadFile::make(const std::vector<std::string> &folders, Kind kind) {
+  for (const std::string &folder : folders) {
+    if (kind == Kind::unnamed) {
+      const int file = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
+      if (file >= 0) {
+        return {file, "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(file), false};
+      }
+    }
+    std::string path = folder + "/.orvel-XXXXXX";
+    const int file = HiddenFiles::all().make(path);
+    if (file >= 0) return {file, std::move(path), true};
+  }
+  return {};
+}
+
+}  // namespace orvel

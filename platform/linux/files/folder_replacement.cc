@@ -1,0 +1,126 @@
+#include "platform/linux/files/folder_replacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "base/file_handle.h"
+#include "base/folder_lock.h"
+#include "base/real_folder.h"
+
+namespace orvel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// With another replacement in the same folder.
+constexpr std::chrono::seconds patience{20};
+
+void discard(const fs::path &path) {
+  std::error_code ignored;
+  fs::remove_all(path, ignored);
+}
+
+/// A system that knows no exchange says so before it looks for the two.
+bool onOneDevice(const fs::path &one, const fs::path &other) {
+  struct stat first {};
+  struct stat second {};
+  return ::lstat(one.c_str(), &first) == 0 && ::lstat(other.c_str(), &second) == 0 &&
+         first.st_dev == second.st_dev;
+}
+
+/// After a power failure too a name must stand for all that it stands for now.
+/// False for what did not reach the disk.
+bool writeToDisk(const fs::path &folder) {
+  const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return ::syncfs(handle.descriptor()) == 0;
+}
+
+/// 0, or the error number.
+int exchangeFolders(const fs::path &original, const fs::path &replacement) {
+  if (!writeToDisk(replacement)) return EIO;
+  const int result =
+      ::renameat2(AT_FDCWD, original.c_str(), AT_FDCWD, replacement.c_str(), RENAME_EXCHANGE);
+  return result == 0 ? 0 : errno;
+}
+
+bool cannotExchange(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
+
+/// A hidden neighbour, on the same file system.
+fs::path beside(const fs::path &path, const std::string &extension) {
+  return path.parent_path() / ("." + path.filename().string() + extension);
+}
+
+/// Copies a folder to where nothing stands yet, with its modes whatever the
+/// mask of this process is. False when a part of it cannot be copied.
+bool copyFolder(const fs::path &from, const fs::path &to) {
+  std::error_code error;
+  if (!fs::create_directory(to, error)) return false;
+  for (fs::directory_iterator entry(from, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    const fs::path copy = to / entry->path().filename();
+    if (isRealFolder(entry->path())) {
+      if (!copyFolder(entry->path(), copy)) return false;
+    } else {
+      fs::copy(entry->path(), copy, fs::copy_options::copy_symlinks, error);
+      if (error) return false;
+    }
+  }
+  if (error) return false;
+  // Last, as the folder may be one that nothing can be put into.
+  fs::permissions(to, fs::status(from, error).permissions(), error);
+  return !error;
+}
+
+bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) {
+  const fs::path aside = beside(original, ".oud");
+  std::error_code error;
+  fs::rename(original, aside, error);
+  if (error) return false;
+  fs::rename(replacement, original, error);
+  if (error) {
+    fs::rename(aside, original, error);
+    return false;
+  }
+  discard(aside);
+  return true;
+}
+
+bool replaceOnOneFileSystem(const fs::path &original, const fs::path &replacement, int error) {
+  if (error == 0) {
+    discard(replacement);
+    return true;
+  }
+  return cannotExchange(error) && replaceByTwoRenames(original, replacement);
+}
+
+}  // namespace
+
+bool replaceFolder(const std::string &original, const std::string &replacement) {
+  const FolderLock turn((fs::path(original).parent_path() / ".").string(), patience);
+  if (turn.isHeldElsewhere()) return false;
+  if (!isRealFolder(original) || !isRealFolder(replacement)) return false;
+  // Exchanged with itself, it would be removed as the old one.
+  std::error_code failure;
+  if (fs::equivalent(original, replacement, failure) || failure) return false;
+  const fs::path copy = beside(original, ".nieuw");
+  discard(copy);
+  discard(beside(original, ".oud"));
+
+  const int error =
+      onOneDevice(original, replacement) ? exchangeFolders(original, replacement) : EXDEV;
+  if (error != EXDEV) return replaceOnOneFileSystem(original, replacement, error);
+  const bool replaced = copyFolder(replacement, copy) &&
+                        replaceOnOneFileSystem(original, copy, exchangeFolders(original, copy));
+  discard(replaced ? fs::path(replacement) : copy);
+  return replaced;
+}
+
+}  // namespace orvel

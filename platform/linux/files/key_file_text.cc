@@ -1,0 +1,81 @@
+#include "platform/linux/files/key_file_text.h"
+
+#include <glib.h>
+
+namespace orvel {
+
+namespace {
+
+constexpr std::string_view hexDigits = "0123456789abcdef";
+
+struct Escape {
+  char letter;
+  char meaning;
+};
+constexpr Escape escapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
+
+void appendHex(std::string &value, unsigned char byte) {
+  value += "\\x";
+  value += hexDigits[byte >> 4U];
+  value += hexDigits[byte & 0xFU];
+}
+
+void appendCharacter(std::string &value, char character, bool atEdge) {
+  for (const auto &[letter, meaning] : escapes) {
+    if (character != meaning || (character == ' ' && !atEdge)) continue;
+    value += '\\';
+    value += letter;
+    return;
+  }
+  if (g_ascii_iscntrl(character)) {
+    appendHex(value, static_cast<unsigned char>(character));
+  } else {
+    value += character;
+  }
+}
+
+}  // namespace
+
+std::string keyFileValue(std::string_view text) {
+  std::string value;
+  for (std::size_t at = 0; at < text.size();) {
+    const char *end = nullptr;
+    const bool whole = g_utf8_validate_len(text.data() + at, text.size() - at, &end);
+    const auto valid = static_cast<std::size_t>(end - text.data());
+    for (; at < valid; ++at) {
+      appendCharacter(value, text[at], at == 0 || at + 1 == text.size());
+    }
+    if (!whole) appendHex(value, static_cast<unsigned char>(text[at++]));
+  }
+  return value;
+}
+
+std::optional<std::string> textOfKeyFileValue(std::string_view value) {
+  std::string text;
+  for (std::size_t at = 0; at < value.size(); ++at) {
+    if (value[at] != '\\') {
+      text += value[at];
+      continue;
+    }
+    if (++at == value.size()) return std::nullopt;
+    if (value[at] == 'x') {
+      if (at + 2 >= value.size() || !g_ascii_isxdigit(value[at + 1]) ||
+          !g_ascii_isxdigit(value[at + 2])) {
+        return std::nullopt;
+      }
+      text += static_cast<char>(16 * g_ascii_xdigit_value(value[at + 1]) +
+                                g_ascii_xdigit_value(value[at + 2]));
+      at += 2;
+      continue;
+    }
+    const Escape *found = nullptr;
+    for (const Escape &escape : escapes) {
+      if (escape.letter == value[at]) found = &escape;
+    }
+    if (found == nullptr) return std::nullopt;
+    text += found->meaning;
+  }
+  return text;
+}
+
+}  // namespace orvel

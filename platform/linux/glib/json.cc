@@ -1,0 +1,77 @@
+#include "base/json.h"
+
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+// Foundation's limit.
+constexpr int deepestNesting = 512;
+
+/// A SAX handler that keeps only the strings of the top-level object. No document is
+/// built, so memory use is bounded by the input. A handler that returns false ends the
+/// parsing.
+class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  bool null() override { return drop(); }
+  bool boolean(bool) override { return drop(); }
+  bool number_integer(number_integer_t) override { return drop(); }
+  bool number_unsigned(number_unsigned_t) override { return drop(); }
+  bool number_float(number_float_t, const string_t &) override { return drop(); }
+  bool binary(binary_t &) override { return drop(); }
+
+  bool string(string_t &text) override {
+    if (depth_ == 1) texts_.insert_or_assign(name_, std::move(text));
+    return depth_ > 0;
+  }
+  bool key(string_t &name) override {
+    if (depth_ == 1) name_ = std::move(name);
+    return true;
+  }
+
+  bool start_object(std::size_t) override { return open(); }
+  bool end_object() override { return close(); }
+  bool start_array(std::size_t) override { return depth_ > 0 && open(); }
+  bool end_array() override { return close(); }
+
+  bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &) override {
+    return false;
+  }
+
+  JsonTexts takeTexts() { return std::move(texts_); }
+
+ private:
+  /// The last of two members with the same name counts, even if it is not a string.
+  bool drop() {
+    if (depth_ == 1) texts_.erase(name_);
+    return depth_ > 0;
+  }
+  bool open() {
+    drop();
+    return ++depth_ <= deepestNesting;
+  }
+  bool close() {
+    --depth_;
+    return true;
+  }
+
+  int depth_ = 0;
+  std::string name_;
+  JsonTexts texts_;
+};
+
+}  // namespace
+
+std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
+  // nlohmann::json treats a NUL as the end of the input.
+  if (bytes.find('\0') != std::string_view::npos) return std::nullopt;
+  TextCollector collector;
+  if (!nlohmann::json::sax_parse(bytes.begin(), bytes.end(), &collector)) return std::nullopt;
+  return collector.takeTexts();
+}
+
+}  // namespace orvel

@@ -1,0 +1,164 @@
+#include "base/url.h"
+
+#include <arpa/inet.h>
+#include <glib.h>
+
+#include <algorithm>
+#include <charconv>
+#include <system_error>
+
+#include "platform/linux/glib/utf8.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::string_view unreserved = "-._~";
+constexpr std::string_view subDelimiters = "!$&'()*+,;=";
+
+bool isDigit(char character) { return g_ascii_isdigit(character); }
+bool isHexDigit(char character) { return g_ascii_isxdigit(character); }
+
+bool isOneOf(char character, std::string_view characters) {
+  return characters.find(character) != std::string_view::npos;
+}
+
+/// Whether a text consists of unreserved characters, sub-delimiters, whole
+/// percent escapes and the given further characters (RFC 3986, 2 and 3).
+bool consistsOf(std::string_view text, std::string_view further) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char character = text[at];
+    if (character == '%') {
+      if (at + 2 >= text.size() || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2])) {
+        return false;
+      }
+      at += 2;
+    } else if (!g_ascii_isalnum(character) && !isOneOf(character, unreserved) &&
+               !isOneOf(character, subDelimiters) && !isOneOf(character, further)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// The text that percent escapes stand for; the empty text when their bytes are
+/// not UTF-8 and so stand for none.
+std::string percentDecoded(std::string_view text) {
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '%') {
+      const int value =
+          16 * g_ascii_xdigit_value(text[at + 1]) + g_ascii_xdigit_value(text[at + 2]);
+      decoded += static_cast<char>(value);
+      at += 2;
+    } else {
+      decoded += text[at];
+    }
+  }
+  return isUtf8(decoded) ? decoded : std::string();
+}
+
+bool isScheme(std::string_view text) {
+  return !text.empty() && g_ascii_isalpha(text.front()) &&
+         std::all_of(text.begin(), text.end(), [](char character) {
+           return g_ascii_isalnum(character) || isOneOf(character, "+-.");
+         });
+}
+
+/// An address between brackets (RFC 3986, 3.2.2), with a zone (RFC 6874).
+bool isAddressLiteral(std::string_view text) {
+  if (text.empty() || !consistsOf(text, ":")) return false;
+  if (text.front() == 'v' || text.front() == 'V') {
+    const auto dot = text.find('.');
+    return dot != std::string_view::npos && dot > 1 && dot + 1 < text.size() &&
+           std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(dot),
+                       isHexDigit) &&
+           !isOneOf('%', text);
+  }
+  const auto zone = text.find("%25");
+  if (zone != std::string_view::npos && zone + 3 == text.size()) return false;
+  in6_addr ignored;
+  return inet_pton(AF_INET6, std::string(text.substr(0, zone)).c_str(), &ignored) == 1;
+}
+
+/// Reads host and port of an authority into the URL. Returns false when the authority is
+/// malformed.
+bool readAuthority(std::string_view authority, Url &url) {
+  const auto at = authority.find('@');
+  if (at != std::string_view::npos) {
+    if (!consistsOf(authority.substr(0, at), ":")) return false;
+    authority.remove_prefix(at + 1);
+  }
+
+  std::string_view name;
+  std::string_view rest;
+  if (authority.starts_with('[')) {
+    const auto end = authority.find(']');
+    if (end == std::string_view::npos) return false;
+    name = authority.substr(1, end - 1);
+    rest = authority.substr(end + 1);
+    if (!isAddressLiteral(name)) return false;
+  } else {
+    name = authority.substr(0, authority.find(':'));
+    rest = authority.substr(name.size());
+    if (!consistsOf(name, "")) return false;
+  }
+
+  if (!rest.empty() &&
+      (rest.front() != ':' || !std::all_of(rest.begin() + 1, rest.end(), isDigit))) {
+    return false;
+  }
+  url.host = percentDecoded(name);
+  int port = 0;
+  const char *end = rest.data() + rest.size();
+  if (!rest.empty() && std::from_chars(rest.data() + 1, end, port).ec == std::errc()) {
+    url.port = port;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<Url> Url::parse(std::string_view text) {
+  if (text.empty()) return std::nullopt;
+  Url url;
+  url.absoluteString = text;
+
+  const auto fragment = text.find('#');
+  if (fragment != std::string_view::npos) {
+    if (!consistsOf(text.substr(fragment + 1), ":@/?")) return std::nullopt;
+    text = text.substr(0, fragment);
+  }
+  const auto query = text.find('?');
+  if (query != std::string_view::npos) {
+    if (!consistsOf(text.substr(query + 1), ":@/?")) return std::nullopt;
+    text = text.substr(0, query);
+  }
+
+  // A colon in the first segment is the scheme's, or the text is no URL.
+  const auto colon = text.substr(0, text.find('/')).find(':');
+  if (colon != std::string_view::npos) {
+    url.scheme = text.substr(0, colon);
+    if (!isScheme(url.scheme)) return std::nullopt;
+    text.remove_prefix(colon + 1);
+  }
+
+  bool hasAuthority = false;
+  if (text.starts_with("//")) {
+    hasAuthority = true;
+    text.remove_prefix(2);
+    const auto authority = text.substr(0, text.find('/'));
+    if (!readAuthority(authority, url)) return std::nullopt;
+    text.remove_prefix(authority.size());
+  }
+
+  if (!consistsOf(text, ":@/")) return std::nullopt;
+  // What follows a scheme without a "/" ("mailto:") is opaque and has no path.
+  if (!url.scheme.empty() && !hasAuthority && !text.starts_with('/')) return url;
+  url.path = percentDecoded(text);
+  while (url.path.size() > 1 && url.path.ends_with('/')) url.path.pop_back();
+  return url;
+}
+
+}  // namespace orvel

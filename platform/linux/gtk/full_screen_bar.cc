@@ -1,0 +1,140 @@
+#include "platform/linux/gtk/full_screen_bar.h"
+
+namespace orvel {
+
+FullScreenBar::FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *menuBar,
+                             GtkWidget *content)
+    : window_(window),
+      header_(retain(header)),
+      menuBar_(menuBar),
+      revealer_(GTK_REVEALER(gtk_revealer_new())),
+      motion_(gtk_event_controller_motion_new()) {
+  gtk_window_set_titlebar(window_, header);
+  gtk_widget_set_valign(GTK_WIDGET(revealer_), GTK_ALIGN_START);
+  GtkWidget *overlay = gtk_overlay_new();
+  gtk_overlay_set_child(GTK_OVERLAY(overlay), content);
+  gtk_overlay_add_overlay(GTK_OVERLAY(overlay), GTK_WIDGET(revealer_));
+  gtk_window_set_child(window_, overlay);
+
+  // Runs before the page, which consumes all pointer events.
+  gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
+  for (const char *signal : {"enter", "motion"}) {
+    g_signal_connect_swapped(
+        motion_, signal,
+        G_CALLBACK(+[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); }), this);
+  }
+  g_signal_connect_swapped(
+      motion_, "leave", G_CALLBACK(+[](FullScreenBar *bar) { bar->setPointerOver(false); }), this);
+  gtk_widget_add_controller(GTK_WIDGET(window_), motion_);
+  GtkEventController *keys = gtk_shortcut_controller_new();
+  gtk_shortcut_controller_add_shortcut(
+      GTK_SHORTCUT_CONTROLLER(keys),
+      gtk_shortcut_new(gtk_keyval_trigger_new(GDK_KEY_F10, GdkModifierType{}),
+                       gtk_callback_action_new(
+                           +[](GtkWidget *, GVariant *, gpointer bar) {
+                             return gboolean{static_cast<FullScreenBar *>(bar)->openMenu()};
+                           },
+                           this, nullptr)));
+  gtk_widget_add_controller(GTK_WIDGET(window_), keys);
+  g_signal_connect_swapped(window_, "notify::fullscreened",
+                           G_CALLBACK(+[](FullScreenBar *bar) { bar->fullScreenChanged(); }), this);
+  g_signal_connect_swapped(window_, "notify::focus-widget",
+                           G_CALLBACK(+[](FullScreenBar *bar) { bar->focusChanged(); }), this);
+}
+
+FullScreenBar::~FullScreenBar() {
+  g_signal_handlers_disconnect_by_data(motion_, this);
+  g_signal_handlers_disconnect_by_data(window_, this);
+}
+
+void FullScreenBar::fullScreenChanged() {
+  isPointerOver_ = false;
+  isOpening_ = false;
+  if (gtk_window_is_fullscreen(window_)) {
+    // GTK hides the title bar in full screen. An empty box, because null would bring back
+    // the default decorations.
+    gtk_window_set_titlebar(window_, gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+    gtk_revealer_set_child(revealer_, header_.get());
+  } else {
+    gtk_revealer_set_child(revealer_, nullptr);
+    gtk_window_set_titlebar(window_, header_.get());
+  }
+  update();
+}
+
+void FullScreenBar::pointerMoved(double y) {
+  const bool isRevealed = gtk_revealer_get_reveal_child(revealer_);
+  const double height = isRevealed ? gtk_widget_get_height(header_.get()) : 1;
+  setPointerOver(y < height);
+}
+
+void FullScreenBar::setPointerOver(bool isOver) {
+  if (isOver == isPointerOver_) return;
+  isPointerOver_ = isOver;
+  update();
+}
+
+void FullScreenBar::focusChanged() {
+  // An open menu takes the events of the pointer, wherever it goes.
+  GdkSurface *surface = gtk_native_get_surface(GTK_NATIVE(window_));
+  if (surface != nullptr && gtk_window_is_fullscreen(window_) && !hasFocus()) {
+    GdkSeat *seat = gdk_display_get_default_seat(gdk_surface_get_display(surface));
+    double x = 0;
+    double y = 0;
+    if (gdk_surface_get_device_position(surface, gdk_seat_get_pointer(seat), &x, &y, nullptr)) {
+      pointerMoved(y);
+    } else {
+      setPointerOver(false);
+    }
+  }
+  update();
+}
+
+void FullScreenBar::update() {
+  if (hasFocus()) isOpening_ = false;
+  gtk_revealer_set_reveal_child(
+      revealer_, gtk_window_is_fullscreen(window_) && (isPointerOver_ || isOpening_ || hasFocus()));
+}
+
+bool FullScreenBar::hasFocus() const {
+  GtkWidget *focus = gtk_window_get_focus(window_);
+  return focus != nullptr && gtk_widget_is_ancestor(focus, header_.get());
+}
+
+bool FullScreenBar::openMenu() {
+  if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
+  isOpening_ = true;
+  update();
+  // A menu that opens before the slide has ended appears outside the screen.
+  gtk_widget_add_tick_callback(
+      menuBar_,
+      +[](GtkWidget *menuBar, GdkFrameClock *, gpointer revealer) -> gboolean {
+        if (!gtk_revealer_get_reveal_child(GTK_REVEALER(revealer))) return G_SOURCE_REMOVE;
+        graphene_rect_t bounds;
+        const bool isInPlace =
+            gtk_revealer_get_child_revealed(GTK_REVEALER(revealer)) &&
+            gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
+            bounds.origin.y > -bounds.size.height / 2;
+        if (!isInPlace) return G_SOURCE_CONTINUE;
+        // A menu that opens in the middle of a frame may never be painted.
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT_IDLE,
+            +[](gpointer bar) -> gboolean {
+              GtkWidget *item = gtk_widget_get_first_child(GTK_WIDGET(bar));
+              if (gtk_widget_get_mapped(item)) gtk_widget_activate(item);
+              return G_SOURCE_REMOVE;
+            },
+            g_object_ref(menuBar), g_object_unref);
+        return G_SOURCE_REMOVE;
+      },
+      revealer_, nullptr);
+  return true;
+}
+
+GtkWidget *contentOf(::GtkWindow *window) {
+  GtkWidget *child = gtk_window_get_child(window);
+  return child != nullptr && GTK_IS_OVERLAY(child) ? gtk_overlay_get_child(GTK_OVERLAY(child))
+                                                   : child;
+}
+
+}  // namespace orvel

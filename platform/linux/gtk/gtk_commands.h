@@ -1,0 +1,39 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <string>
+
+#include "platform/linux/gtk/gtk_application.h"
+#include "platform/menu_bar.h"
+
+namespace orvel {
+
+/// What the About dialog tells.
+struct AboutInformation {
+  std::string name;
+  std::string version;
+  /// The path of an image.
+  std::string icon;
+};
+
+/// Carries out the commands of the menus. Main thread only.
+class GtkCommands {
+ public:
+  GtkCommands(GtkApplicationHost &application, AboutInformation about)
+      : application_(application), about_(std::move(about)) {}
+
+  /// For the window in which the command was given.
+  void perform(MenuAction action, ::GtkWindow *window);
+
+  /// Called with each About dialog before it shows.
+  std::function<void(::GtkWindow *)> prepareAbout;
+
+ private:
+  void showAbout(::GtkWindow *parent);
+
+  GtkApplicationHost &application_;
+  const AboutInformation about_;
+};
+
+}  // namespace orvel

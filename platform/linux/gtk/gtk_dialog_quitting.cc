@@ -1,0 +1,69 @@
+#include "platform/linux/gtk/gtk_dialog_quitting.h"
+
+#include "platform/linux/glib/gobject_pointer.h"
+
+namespace orvel {
+
+namespace {
+
+bool isModalWindowOpen(GListModel *windows) {
+  for (guint at = 0; at < g_list_model_get_n_items(windows); ++at) {
+    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows, at)));
+    if (gtk_window_get_modal(window.get()) && gtk_widget_get_visible(GTK_WIDGET(window.get()))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+guint surfaceEventSignal() {
+  // The signals of a class exist only after its first use.
+  g_type_class_unref(g_type_class_ref(GDK_TYPE_SURFACE));
+  return g_signal_lookup("event", GDK_TYPE_SURFACE);
+}
+
+}  // namespace
+
+GtkDialogQuitting::GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar &menuBar)
+    : application_(application),
+      menuBar_(menuBar),
+      windows_(gtk_window_get_toplevels()),
+      eventSignal_(surfaceEventSignal()),
+      // A handler connected to the surface would run after GTK's own, which stops the
+      // emission.
+      eventHook_(g_signal_add_emission_hook(
+          eventSignal_, 0,
+          [](GSignalInvocationHint *, guint, const GValue *arguments, gpointer self) -> gboolean {
+            static_cast<GtkDialogQuitting *>(self)->eventArrived(
+                GDK_SURFACE(g_value_get_object(&arguments[0])),
+                static_cast<GdkEvent *>(g_value_peek_pointer(&arguments[1])));
+            return TRUE;
+          },
+          this, nullptr)) {
+  g_signal_connect_swapped(windows_, "items-changed",
+                           G_CALLBACK(+[](GtkDialogQuitting *self, guint position, guint,
+                                          guint added) { self->windowsAdded(position, added); }),
+                           this);
+}
+
+GtkDialogQuitting::~GtkDialogQuitting() {
+  g_signal_handlers_disconnect_by_data(windows_, this);
+  g_signal_remove_emission_hook(eventSignal_, eventHook_);
+}
+
+void GtkDialogQuitting::windowsAdded(guint position, guint count) {
+  for (guint at = position; at < position + count; ++at) {
+    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows_, at)));
+    menuBar_.addQuitKeys(window.get());
+  }
+}
+
+// GTK ignores GDK_DELETE for a window while another window is modal for it.
+void GtkDialogQuitting::eventArrived(GdkSurface *surface, GdkEvent *event) {
+  if (gdk_event_get_event_type(event) != GDK_DELETE) return;
+  ::GtkWindow *main = application_.mainWindow();
+  if (main == nullptr || gtk_native_get_surface(GTK_NATIVE(main)) != surface) return;
+  if (isModalWindowOpen(windows_)) application_.lastWindowClosed();
+}
+
+}  // namespace orvel

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include "platform/linux/gtk/gtk_application.h"
+#include "platform/linux/gtk/gtk_menu_bar.h"
+
+namespace orvel {
+
+/// Lets the user quit while GTK or WebKit has a window of its own open, such as the
+/// print dialog, a chooser or the inspector. Adds the keys that quit to each window, and
+/// lets the window manager close the main window while a dialog is modal for it. Main
+/// thread only; at most one instance at a time.
+class GtkDialogQuitting {
+ public:
+  GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar &menuBar);
+  ~GtkDialogQuitting();
+  GtkDialogQuitting(const GtkDialogQuitting &) = delete;
+  GtkDialogQuitting &operator=(const GtkDialogQuitting &) = delete;
+
+ private:
+  void windowsAdded(guint position, guint count);
+  void eventArrived(GdkSurface *surface, GdkEvent *event);
+
+  GtkApplicationHost &application_;
+  GtkMenuBar &menuBar_;
+  GListModel *const windows_;
+  const guint eventSignal_;
+  const gulong eventHook_;
+};
+
+}  // namespace orvel

@@ -1,0 +1,245 @@
+#include "platform/linux/gtk/gtk_panels.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+constexpr int margin = 24;
+constexpr int spacing = 12;
+constexpr int textWidth = 340;
+constexpr int charactersPerLine = 60;
+constexpr int mostTextHeight = 420;
+// In characters. A list of windows shows no more of a title; and a longer text,
+// which nobody would read, would take seconds to lay out.
+constexpr glong longestTitle = 80;
+constexpr glong longestText = 10'000;
+
+/// A text, or its beginning and an end that shows that there is more.
+std::string shortened(const std::string &text, glong most, const char *end) {
+  if (g_utf8_strlen(text.c_str(), -1) <= most) return text;
+  const std::unique_ptr<char, void (*)(void *)> beginning(g_utf8_substring(text.c_str(), 0, most),
+                                                          g_free);
+  return std::string(beginning.get()) + end;
+}
+
+/// Returns the text of an alert, shortened to what it can show.
+std::string shown(const std::string &text) { return shortened(text, longestText, "…"); }
+
+/// One alert on the screen. It deletes itself when it is answered or closed.
+class OpenAlert {
+ public:
+  OpenAlert(const Alert &alert, std::function<void(AlertAnswer)> completion)
+      : completion_(std::move(completion)), window_(makeWindow()) {
+    gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
+    gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
+    gtk_window_set_resizable(window_, FALSE);
+    gtk_window_set_title(window_, shortened(alert.messageText, longestTitle, "").c_str());
+    // An alert has no title bar; it can be moved by any part of itself.
+    GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_visible(noTitle, FALSE);
+    gtk_window_set_titlebar(window_, noTitle);
+    GtkWidget *handle = gtk_window_handle_new();
+    gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle), makeContent(alert));
+    gtk_window_set_child(window_, handle);
+    g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](OpenAlert *self) {
+                               self->answer(std::nullopt);
+                               return gboolean{TRUE};
+                             }),
+                             this);
+    closeOnEscape();
+    showFocusFromFirstKey();
+    describe(alert);
+  }
+
+  ::GtkWindow *window() const { return window_; }
+
+  /// The field begins with all of its text selected, ready to be replaced.
+  void focus() {
+    if (field_ != nullptr) {
+      gtk_widget_grab_focus(field_);
+      gtk_editable_select_region(GTK_EDITABLE(field_), 0, -1);
+    } else {
+      gtk_widget_grab_focus(gtk_window_get_default_widget(window_));
+    }
+  }
+
+ private:
+  /// "accessible-role" can be set only at construction.
+  static ::GtkWindow *makeWindow() {
+    return GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
+                                   GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
+  }
+
+  /// Sets the accessible name and description. Relations do not work: GTK 4.8 ignores
+  /// DESCRIBED_BY, and prefers the title, which may be truncated, to LABELLED_BY.
+  void describe(const Alert &alert) {
+    gtk_accessible_update_property(
+        GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL, shown(alert.messageText).c_str(),
+        GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, shown(alert.informativeText).c_str(), -1);
+  }
+
+  GtkWidget *makeContent(const Alert &alert) {
+    GtkWidget *content = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
+    gtk_widget_set_margin_start(content, margin);
+    gtk_widget_set_margin_end(content, margin);
+    gtk_widget_set_margin_top(content, margin);
+    gtk_widget_set_margin_bottom(content, margin);
+    gtk_box_append(GTK_BOX(content), makeText(alert));
+    if (alert.textField) gtk_box_append(GTK_BOX(content), makeField(*alert.textField));
+    gtk_box_append(GTK_BOX(content), makeButtons(alert));
+    return content;
+  }
+
+  /// A message that is longer than the screen scrolls: the buttons stay.
+  GtkWidget *makeText(const Alert &alert) {
+    GtkWidget *text = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
+    message_ = makeLabel(alert.messageText, "message");
+    gtk_box_append(GTK_BOX(text), message_);
+    if (!alert.informativeText.empty()) {
+      gtk_box_append(GTK_BOX(text), makeLabel(alert.informativeText, "information"));
+    }
+    GtkWidget *widget = gtk_scrolled_window_new();
+    auto *scroller = GTK_SCROLLED_WINDOW(widget);
+    gtk_scrolled_window_set_policy(scroller, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_propagate_natural_width(scroller, TRUE);
+    gtk_scrolled_window_set_propagate_natural_height(scroller, TRUE);
+    gtk_scrolled_window_set_max_content_height(scroller, mostTextHeight);
+    gtk_scrolled_window_set_child(scroller, text);
+    scrollByPageKeys(widget);
+    // The Tab key stops at the text only when it needs scrolling.
+    gtk_widget_set_can_focus(widget, FALSE);
+    g_signal_connect_object(gtk_scrolled_window_get_vadjustment(scroller), "changed",
+                            G_CALLBACK(+[](GtkAdjustment *adjustment, GtkWidget *scrolled) {
+                              gtk_widget_set_can_focus(
+                                  scrolled, gtk_adjustment_get_upper(adjustment) >
+                                                gtk_adjustment_get_page_size(adjustment));
+                            }),
+                            widget, G_CONNECT_DEFAULT);
+    return widget;
+  }
+
+  static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
+    GtkWidget *label = gtk_label_new(shown(text).c_str());
+    gtk_widget_add_css_class(label, styleClass);
+    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+    gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    gtk_label_set_max_width_chars(GTK_LABEL(label), charactersPerLine);
+    gtk_label_set_xalign(GTK_LABEL(label), 0);
+    gtk_widget_set_size_request(label, textWidth, -1);
+    return label;
+  }
+
+  GtkWidget *makeField(const AlertTextField &field) {
+    field_ = gtk_entry_new();
+    gtk_editable_set_text(GTK_EDITABLE(field_), field.text.c_str());
+    gtk_entry_set_activates_default(GTK_ENTRY(field_), TRUE);
+    gtk_accessible_update_relation(GTK_ACCESSIBLE(field_), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
+                                   message_, nullptr, -1);
+    gtk_widget_set_halign(field_, GTK_ALIGN_START);
+    gtk_widget_set_size_request(field_, static_cast<int>(field.width),
+                                static_cast<int>(field.height));
+    return field_;
+  }
+
+  /// The first button stands at the end of the row, where GTK users look for
+  /// the one that goes on.
+  GtkWidget *makeButtons(const Alert &alert) {
+    const std::vector<std::string> titles =
+        alert.buttons.empty() ? std::vector<std::string>{"OK"} : alert.buttons;
+    GtkWidget *row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, spacing);
+    gtk_widget_set_halign(row, GTK_ALIGN_END);
+    gtk_widget_set_margin_top(row, spacing);
+    for (int number = 0; const std::string &title : titles) {
+      GtkWidget *button = gtk_button_new_with_label(title.c_str());
+      if (number == 0) {
+        gtk_widget_add_css_class(button, "suggested-action");
+        gtk_window_set_default_widget(window_, button);
+      }
+      g_object_set_data(G_OBJECT(button), "number", GINT_TO_POINTER(number));
+      g_signal_connect(
+          button, "clicked", G_CALLBACK(+[](GtkButton *clicked, OpenAlert *self) {
+            self->answer(GPOINTER_TO_INT(g_object_get_data(G_OBJECT(clicked), "number")));
+          }),
+          this);
+      gtk_box_prepend(GTK_BOX(row), button);
+      ++number;
+    }
+    return row;
+  }
+
+  void closeOnEscape() {
+    auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
+    gtk_shortcut_controller_add_shortcut(
+        keys, shortcut(GDK_KEY_Escape, gtk_named_action_new("window.close")));
+    gtk_widget_add_controller(GTK_WIDGET(window_), GTK_EVENT_CONTROLLER(keys));
+  }
+
+  /// Shows the focus ring from the first key press on. GTK's own ring disappears three
+  /// seconds after each key.
+  void showFocusFromFirstKey() {
+    GtkEventController *keys = gtk_event_controller_key_new();
+    gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
+    g_signal_connect_swapped(keys, "key-pressed", G_CALLBACK(+[](GtkWidget *window) {
+                               gtk_widget_add_css_class(window, "keyboard");
+                               return gboolean{FALSE};
+                             }),
+                             window_);
+    gtk_widget_add_controller(GTK_WIDGET(window_), keys);
+  }
+
+  /// Makes Page Up and Page Down scroll the text regardless of the focus.
+  static void scrollByPageKeys(GtkWidget *scroller) {
+    auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
+    gtk_shortcut_controller_set_scope(keys, GTK_SHORTCUT_SCOPE_GLOBAL);
+    for (const auto &[key, step] : {std::pair{guint{GDK_KEY_Page_Up}, GTK_SCROLL_PAGE_BACKWARD},
+                                    std::pair{guint{GDK_KEY_Page_Down}, GTK_SCROLL_PAGE_FORWARD}}) {
+      GtkShortcut *scroll = shortcut(key, gtk_signal_action_new("scroll-child"));
+      gtk_shortcut_set_arguments(scroll, g_variant_new("(ib)", step, FALSE));
+      gtk_shortcut_controller_add_shortcut(keys, scroll);
+    }
+    gtk_widget_add_controller(scroller, GTK_EVENT_CONTROLLER(keys));
+  }
+
+  static GtkShortcut *shortcut(guint key, GtkShortcutAction *action) {
+    return gtk_shortcut_new(gtk_keyval_trigger_new(key, GdkModifierType{}), action);
+  }
+
+  void answer(std::optional<int> button) {
+    AlertAnswer answer;
+    answer.button = button;
+    if (field_ != nullptr) answer.text = gtk_editable_get_text(GTK_EDITABLE(field_));
+    const auto completion = std::move(completion_);
+    gtk_window_destroy(window_);
+    delete this;
+    completion(answer);
+  }
+
+  std::function<void(AlertAnswer)> completion_;
+  ::GtkWindow *const window_;
+  GtkWidget *message_ = nullptr;
+  GtkWidget *field_ = nullptr;
+};
+
+}  // namespace
+
+void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
+  auto *open = new OpenAlert(
+      alert,
+      [&application = application_, completion = std::move(completion)](const AlertAnswer &answer) {
+        // The main loop may still dispatch queued events after g_application_quit.
+        if (!application.terminationProceeds()) completion(answer);
+      });
+  gtk_window_set_transient_for(open->window(), application_.mainWindow());
+  gtk_window_set_modal(open->window(), TRUE);
+  menuBar_.addEditingKeys(open->window());
+  // A page that opens one alert after another must not hold the user.
+  menuBar_.addQuitKeys(open->window());
+  gtk_window_present(open->window());
+  open->focus();
+}
+
+}  // namespace orvel

@@ -1,0 +1,116 @@
+#include "platform/linux/gtk/screen.h"
+
+#ifdef GDK_WINDOWING_X11
+#include <gdk/x11/gdkx.h>
+#endif
+
+#include <utility>
+
+namespace orvel {
+
+GObjectPointer<GdkMonitor> mainMonitor(GdkDisplay *display) {
+#ifdef GDK_WINDOWING_X11
+  if (GDK_IS_X11_DISPLAY(display)) {
+    GdkMonitor *primary = gdk_x11_display_get_primary_monitor(display);
+    if (primary != nullptr) return retain(primary);
+  }
+#endif
+  return adopt(
+      static_cast<GdkMonitor *>(g_list_model_get_item(gdk_display_get_monitors(display), 0)));
+}
+
+Rect visibleFrame(GdkMonitor *monitor) {
+  GdkRectangle area;
+  gdk_monitor_get_geometry(monitor, &area);
+#ifdef GDK_WINDOWING_X11
+  if (GDK_IS_X11_MONITOR(monitor)) gdk_x11_monitor_get_workarea(monitor, &area);
+#endif
+  return Rect{static_cast<double>(area.x), static_cast<double>(area.y),
+              static_cast<double>(area.width), static_cast<double>(area.height)};
+}
+
+MonitorWatch::MonitorWatch(::GtkWindow *window, std::function<void()> changed)
+    : window_(window),
+      changed_(std::move(changed)),
+      display_(gtk_widget_get_display(GTK_WIDGET(window))),
+      all_(gdk_display_get_monitors(display_)) {
+  g_signal_connect_swapped(all_, "items-changed", G_CALLBACK(+[](MonitorWatch *watch) {
+                             watch->watchMonitors();
+                             watch->changed_();
+                           }),
+                           this);
+  watchMonitors();
+  watchWorkArea();
+  g_signal_connect_swapped(window_, "realize",
+                           G_CALLBACK(+[](MonitorWatch *watch) { watch->watchSurface(); }), this);
+}
+
+MonitorWatch::~MonitorWatch() {
+  g_clear_handle_id(&pending_, g_source_remove);
+  g_signal_handlers_disconnect_by_data(display_, this);
+  forgetMonitors();
+  if (surface_) g_signal_handlers_disconnect_by_data(surface_.get(), this);
+  g_signal_handlers_disconnect_by_data(window_, this);
+  g_signal_handlers_disconnect_by_data(all_, this);
+}
+
+GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
+  GdkMonitor *shown =
+      surface_ ? gdk_display_get_monitor_at_surface(display_, surface_.get()) : nullptr;
+  return shown != nullptr ? retain(shown) : mainMonitor(display_);
+}
+
+// GDK has no signal for the work area. The window manager changes it after the monitors.
+void MonitorWatch::watchWorkArea() {
+#ifdef GDK_WINDOWING_X11
+  if (!GDK_IS_X11_DISPLAY(display_)) return;
+  g_signal_connect_swapped(
+      display_, "xevent", G_CALLBACK(+[](MonitorWatch *watch, const XEvent *event) -> gboolean {
+        GdkDisplay *display = watch->display_;
+        const bool isRoot = event->xany.window == gdk_x11_display_get_xrootwindow(display);
+        const bool isWorkArea = event->type == PropertyNotify &&
+                                event->xproperty.atom ==
+                                    gdk_x11_get_xatom_by_name_for_display(display, "_NET_WORKAREA");
+        if (!isRoot || !(isWorkArea || event->type == ConfigureNotify)) return FALSE;
+        if (watch->pending_ != 0) return FALSE;
+        // Deferred, because GDK handles the event after this handler.
+        watch->pending_ = g_idle_add_once(
+            +[](gpointer data) {
+              auto *self = static_cast<MonitorWatch *>(data);
+              self->pending_ = 0;
+              self->changed_();
+            },
+            watch);
+        return FALSE;
+      }),
+      this);
+#endif
+}
+
+void MonitorWatch::watchSurface() {
+  const auto changed = G_CALLBACK(+[](MonitorWatch *watch) { watch->changed_(); });
+  surface_ = retain(gtk_native_get_surface(GTK_NATIVE(window_)));
+  for (const char *signal : {"enter-monitor", "leave-monitor"}) {
+    g_signal_connect_swapped(surface_.get(), signal, changed, this);
+  }
+}
+
+void MonitorWatch::watchMonitors() {
+  const auto changed = G_CALLBACK(+[](MonitorWatch *watch) { watch->changed_(); });
+  forgetMonitors();
+  for (guint place = 0; place < g_list_model_get_n_items(all_); ++place) {
+    watched_.push_back(adopt(static_cast<GdkMonitor *>(g_list_model_get_item(all_, place))));
+    for (const char *signal : {"notify::geometry", "notify::scale-factor"}) {
+      g_signal_connect_swapped(watched_.back().get(), signal, changed, this);
+    }
+  }
+}
+
+void MonitorWatch::forgetMonitors() {
+  for (const auto &monitor : watched_) {
+    g_signal_handlers_disconnect_by_data(monitor.get(), this);
+  }
+  watched_.clear();
+}
+
+}  // namespace orvel

@@ -1,0 +1,38 @@
+#include "platform/linux/gtk/window_frame.h"
+
+#include <charconv>
+
+namespace orvel {
+
+namespace {
+
+constexpr std::string_view maximisedMark = " maximised";
+
+/// Reads a positive number from the front of the text, and removes it there.
+std::optional<int> takeNumber(std::string_view &text) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || number <= 0) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return number;
+}
+
+}  // namespace
+
+std::string frameText(const WindowFrame &frame) {
+  std::string text = std::to_string(frame.width) + " " + std::to_string(frame.height);
+  if (frame.maximised) text += maximisedMark;
+  return text;
+}
+
+std::optional<WindowFrame> parseFrame(std::string_view text) {
+  const auto width = takeNumber(text);
+  if (!width || !text.starts_with(' ')) return std::nullopt;
+  text.remove_prefix(1);
+  const auto height = takeNumber(text);
+  if (!height) return std::nullopt;
+  if (!text.empty() && text != maximisedMark) return std::nullopt;
+  return WindowFrame{*width, *height, !text.empty()};
+}
+
+}  // namespace orvel

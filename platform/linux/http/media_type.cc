@@ -1,0 +1,113 @@
+#include "platform/linux/http/media_type.h"
+
+#include <gio/gio.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/files/file_bytes.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr std::size_t largestFile = std::size_t{4} * 1024 * 1024;
+
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> moreUsual{{
+    {"audio/ogg", "ogg"},
+    {"text/calendar", "ics"},
+    {"text/vcard", "vcf"},
+    {"application/vnd.ms-powerpoint", "ppt"},
+}};
+
+struct Extensions {
+  int weight = 0;
+  /// Those of that weight, in the order of the database.
+  std::vector<std::string> all;
+
+  void add(std::string_view pattern, int patternWeight) {
+    if (!pattern.starts_with("*.") || patternWeight < weight) return;
+    const std::string_view extension = pattern.substr(2);
+    if (extension.empty() || extension.find_first_of("*?[/") != std::string_view::npos) return;
+    if (patternWeight > weight) all.clear();
+    weight = patternWeight;
+    all.emplace_back(extension);
+  }
+};
+
+/// Type and subtype in small letters; empty when it is no media type, so that
+/// what a server sent never leads a path elsewhere.
+std::string essence(std::string_view mediaType) {
+  std::string text(mediaType.substr(0, mediaType.find(';')));
+  text.erase(0, text.find_first_not_of(" \t"));
+  text.erase(text.find_last_not_of(" \t") + 1);
+  std::transform(text.begin(), text.end(), text.begin(), g_ascii_tolower);
+  const auto slash = text.find('/');
+  const bool isType =
+      slash != std::string::npos && slash > 0 && slash + 1 < text.size() && text.front() != '.' &&
+      text[slash + 1] != '.' && text.find('/', slash + 1) == std::string::npos &&
+      std::all_of(text.begin(), text.end(), [](char character) {
+        return g_ascii_isalnum(character) ||
+               std::string_view("/!#$&^_.+-").find(character) != std::string_view::npos;
+      });
+  return isType ? text : std::string();
+}
+
+/// Takes the glob patterns out of the database's description of one type
+/// (Shared MIME-info Database, 2.2).
+void readDescription(const std::string &xml, Extensions &extensions) {
+  const auto element = [](GMarkupParseContext *, const char *name, const char **names,
+                          const char **values, gpointer found, GError **) {
+    if (std::string_view(name) != "glob") return;
+    std::string_view pattern;
+    int weight = 50;
+    for (; *names != nullptr; ++names, ++values) {
+      if (std::string_view(*names) == "pattern") pattern = *values;
+      if (std::string_view(*names) == "weight") weight = std::atoi(*values);
+    }
+    static_cast<Extensions *>(found)->add(pattern, weight);
+  };
+  const GMarkupParser parser{element, nullptr, nullptr, nullptr, nullptr};
+  const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(
+      g_markup_parse_context_new(&parser, GMarkupParseFlags{}, &extensions, nullptr),
+      g_markup_parse_context_free);
+  g_markup_parse_context_parse(context.get(), xml.data(), static_cast<gssize>(xml.size()), nullptr);
+}
+
+/// Returns the media type of an alias, or the given type when it is not an alias.
+std::string unaliased(const std::string &type) {
+  const std::unique_ptr<char, void (*)(void *)> known(g_content_type_from_mime_type(type.c_str()),
+                                                      g_free);
+  return known ? essence(known.get()) : type;
+}
+
+}  // namespace
+
+std::optional<std::string> usualExtension(std::string_view mediaType) {
+  const std::string written = essence(mediaType);
+  if (written.empty()) return std::nullopt;
+  const std::string type = unaliased(written);
+
+  std::vector<std::string> folders;
+  for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
+    folders.emplace_back(*folder);
+  }
+  // The user's own comes first there; here the more general ones do.
+  std::reverse(folders.begin(), folders.end());
+  Extensions extensions;
+  for (const std::string &folder : folders) {
+    readDescription(readFileBytes(folder + "/" + type + ".xml", largestFile).bytes, extensions);
+  }
+  const auto &all = extensions.all;
+  for (const auto &[usualType, extension] : moreUsual) {
+    if (type != usualType) continue;
+    if (std::find(all.begin(), all.end(), extension) != all.end()) return std::string(extension);
+  }
+  return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+}  // namespace orvel

@@ -1,0 +1,157 @@
+#include "platform/linux/http/soup_http_session.h"
+
+#include <gio/gunixconnection.h>
+#include <gio/gunixsocketaddress.h>
+#include <libsoup/soup.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/http/soup_task.h"
+
+namespace orvel {
+
+namespace {
+
+// Nothing waits for another request's connection to be done.
+constexpr int mostConnections = 1024;
+constexpr std::size_t largestText = std::size_t{64} * 1024 * 1024;
+
+GObjectPointer<SoupSession> newSession() {
+  return adopt(soup_session_new_with_options("max-conns", mostConnections, "max-conns-per-host",
+                                             mostConnections, "timeout", 0U, nullptr));
+}
+
+/// Two threads that each use a type of GObject's for the first time can wait for
+/// each other for ever: one holds the lock under which classes are made and needs
+/// a type that the other is about to register, under that lock. So what a session
+/// needs, and the main thread too when it looks for its bus, is there before the
+/// session has a thread.
+void makeTypes() {
+  for (const GType type :
+       {G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS, G_TYPE_NETWORK_ADDRESS,
+        G_TYPE_PROXY_ADDRESS, G_TYPE_SOCKET, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION,
+        G_TYPE_UNIX_CONNECTION, G_TYPE_TLS_CERTIFICATE, G_TYPE_CONVERTER_INPUT_STREAM,
+        G_TYPE_ZLIB_DECOMPRESSOR, G_TYPE_TASK, G_TYPE_CANCELLABLE, SOUP_TYPE_MESSAGE}) {
+    g_type_class_unref(g_type_class_ref(type));
+  }
+  for (const GType type : {G_TYPE_SOCKET_CONNECTABLE, G_TYPE_ASYNC_INITABLE, G_TYPE_INITABLE,
+                           G_TYPE_PROXY_RESOLVER, G_TYPE_POLLABLE_INPUT_STREAM}) {
+    g_type_ensure(type);
+  }
+  newSession();
+}
+
+bool isThisMachine(const std::string &host) {
+  return host == "localhost" || host == "::1" || host.starts_with("127.");
+}
+
+}  // namespace
+
+struct SoupSessions {
+  SoupSessions() {
+    for (SoupSession *session : {direct.get(), proxied.get()}) {
+      // Of a compressed body it would take a part for the whole.
+      soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
+    }
+    g_object_set(direct.get(), "proxy-resolver", nullptr, nullptr);
+  }
+
+  const GObjectPointer<SoupSession> direct{newSession()};
+  const GObjectPointer<SoupSession> proxied{newSession()};
+};
+
+SoupHttpSession::SoupHttpSession(std::vector<std::string> downloadFolders)
+    : downloadFolders_(std::move(downloadFolders)),
+      context_(g_main_context_new()),
+      queue_(context_.get()) {
+  makeTypes();
+  thread_ = std::thread([this] { run(); });
+}
+
+SoupHttpSession::~SoupHttpSession() {
+  queue_.post([this] {
+    stopping_ = true;
+    for (const auto &task : tasks_) task->cancel();
+  });
+  thread_.join();
+}
+
+void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
+  queue_.post([this, request, completion = std::move(completion)]() mutable {
+    const auto sink = std::make_shared<TextSink>(largestText);
+    start(request, *sink,
+          [this, sink, completion = std::move(completion)](const SoupTask &task) mutable {
+            DataReply reply{
+                .response = task.response(),
+                .body = task.hasWholeBody() ? std::optional(sink->take()) : std::nullopt};
+            complete([completion = std::move(completion), reply = std::move(reply)] {
+              completion(reply);
+            });
+          });
+  });
+}
+
+void SoupHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
+  queue_.post([this, request, completion = std::move(completion)]() mutable {
+    auto sink = std::make_shared<FileSink>(downloadFolders_);
+    FileSink &file = *sink;
+    start(request, file,
+          [this, sink = std::move(sink),
+           completion = std::move(completion)](const SoupTask &task) mutable {
+            Download download{
+                .file = task.hasWholeBody() ? std::optional(sink->path()) : std::nullopt,
+                .response = task.response(),
+                .suggestedFilename = task.suggestedFilename()};
+            // The lambda owns the sink, so the file is removed when the lambda is destroyed.
+            complete([completion = std::move(completion), download = std::move(download),
+                      sink = std::move(sink)] { completion(download); });
+          });
+  });
+}
+
+void SoupHttpSession::run() {
+  g_main_context_push_thread_default(context_.get());
+  {
+    SoupSessions sessions;
+    sessions_ = &sessions;
+    while (!stopping_ || unfinished_ > 0 || g_main_context_pending(context_.get())) {
+      g_main_context_iteration(context_.get(), TRUE);
+    }
+  }
+  // Connections close by work of this context.
+  while (g_main_context_iteration(context_.get(), FALSE)) {
+  }
+  g_main_context_pop_thread_default(context_.get());
+}
+
+void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
+                            std::function<void(const SoupTask &)> ended) {
+  ++unfinished_;
+  const auto &session = isThisMachine(request.url.host) ? sessions_->direct : sessions_->proxied;
+  auto task = std::make_unique<SoupTask>(request, sink);
+  SoupTask &started = *task;
+  tasks_.insert(std::move(task));
+  started.start(session.get(), [this, &started, ended = std::move(ended)](const SoupTask &) {
+    const auto found = std::find_if(tasks_.begin(), tasks_.end(),
+                                    [&](const auto &each) { return each.get() == &started; });
+    // Keeps the task alive until this callback, which the task calls, has returned.
+    const auto kept = tasks_.extract(found);
+    ended(started);
+  });
+  if (stopping_) started.cancel();
+}
+
+void SoupHttpSession::complete(std::function<void()> completion) {
+  completions_.post([this, completion = std::move(completion)]() mutable {
+    completion();
+    // Releases the captures, such as the file of a download, before the request counts as
+    // finished. A request that the completion started is counted first, as its post comes
+    // before this one.
+    completion = nullptr;
+    queue_.post([this] { --unfinished_; });
+  });
+}
+
+}  // namespace orvel

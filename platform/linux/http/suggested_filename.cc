@@ -1,0 +1,95 @@
+#include "platform/linux/http/suggested_filename.h"
+
+#include <libsoup/soup.h>
+
+#include <memory>
+#include <string_view>
+
+#include "base/file_name.h"
+#include "platform/linux/glib/utf8.h"
+#include "platform/linux/http/media_type.h"
+
+namespace orvel {
+
+namespace {
+
+using Characters = std::unique_ptr<char, void (*)(void *)>;
+
+/// Bytes that are not UTF-8 are taken for Latin-1, which all bytes can be.
+std::string toUtf8(const std::string &bytes) {
+  if (isUtf8(bytes)) return bytes;
+  gsize size = 0;
+  const Characters text(g_convert(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
+                                  "ISO-8859-1", nullptr, &size, nullptr),
+                        g_free);
+  return text ? std::string(text.get(), size) : std::string();
+}
+
+std::string filenameParameter(const std::string &disposition) {
+  const std::unique_ptr<GHashTable, void (*)(GHashTable *)> parameters(
+      soup_header_parse_semi_param_list(disposition.c_str()), soup_header_free_param_list);
+  const void *name = g_hash_table_lookup(parameters.get(), "filename");
+  return name != nullptr ? static_cast<const char *>(name) : "";
+}
+
+/// Makes every "filename*" a parameter that is not known. Between its name and
+/// its "=" libsoup passes over white space of any kind.
+std::string withoutExtendedParameters(std::string disposition) {
+  for (auto at = disposition.find('*'); at != std::string::npos;
+       at = disposition.find('*', at + 1)) {
+    const auto next = disposition.find_first_not_of(" \t\r\n\v\f", at + 1);
+    if (next != std::string::npos && disposition[next] == '=') disposition[at] = '-';
+  }
+  return disposition;
+}
+
+std::string nameByDisposition(const std::string &field) {
+  const std::string disposition = toUtf8(field);
+  std::string name = filenameParameter(disposition);
+  // libsoup does not look at what the escapes of "filename*" give.
+  if (!isUtf8(name)) name = filenameParameter(withoutExtendedParameters(disposition));
+  return name;
+}
+
+/// A name, and whether a full stop in it begins an extension.
+struct Name {
+  std::string name;
+  bool isHost = false;
+};
+
+Name nameByAddress(const std::string &address) {
+  const std::unique_ptr<GUri, void (*)(GUri *)> uri(
+      g_uri_parse(address.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
+      g_uri_unref);
+  if (!uri) return {};
+  std::string path = g_uri_get_path(uri.get());
+  while (path.ends_with('/')) path.pop_back();
+  if (path.empty()) {
+    const char *host = g_uri_get_host(uri.get());
+    return {host != nullptr ? host : "", true};
+  }
+  const std::string component = path.substr(path.rfind('/') + 1);
+  const Characters decoded(g_uri_unescape_string(component.c_str(), nullptr), g_free);
+  return {decoded && isUtf8(decoded.get()) ? decoded.get() : component};
+}
+
+bool hasExtension(std::string_view name) {
+  return !splitFileName(name.substr(name.rfind('/') + 1)).extension.empty();
+}
+
+}  // namespace
+
+std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address) {
+  Name found;
+  if (head.contentDisposition) found.name = nameByDisposition(*head.contentDisposition);
+  if (found.name.empty()) found = nameByAddress(address.absoluteString);
+  auto &[name, isHost] = found;
+  if (name.empty()) return std::nullopt;
+  const bool isFolderName = name == "." || name == "..";
+  if (head.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
+    if (const auto extension = usualExtension(*head.mediaType)) name += "." + *extension;
+  }
+  return name;
+}
+
+}  // namespace orvel

@@ -1,0 +1,146 @@
+#include "platform/linux/webkit/print_jobs.h"
+
+#include <fcntl.h>
+#include <glib/gstdio.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/files/download_file.h"
+#include "platform/linux/glib/gobject_pointer.h"
+
+namespace orvel {
+
+namespace {
+
+/// Returns GTK's "print to file" printer, or null. It is the only virtual printer, and
+/// GTK lists it without waiting for CUPS.
+GObjectPointer<GtkPrinter> findFilePrinter() {
+  // The enumeration stays connected when no such printer is listed at once.
+  using Found = std::shared_ptr<GObjectPointer<GtkPrinter>>;
+  const auto found = std::make_shared<GObjectPointer<GtkPrinter>>();
+  gtk_enumerate_printers(
+      [](GtkPrinter *printer, gpointer result) -> gboolean {
+        if (!gtk_printer_is_virtual(printer)) return FALSE;
+        **static_cast<Found *>(result) = retain(printer);
+        return TRUE;
+      },
+      new Found(found), [](gpointer result) { delete static_cast<Found *>(result); }, FALSE);
+  return std::move(*found);
+}
+
+/// Returns the settings with which WebKit draws a job's pages into a file. They contain
+/// only what the job leaves to the application; the printer backend does the rest.
+GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
+                                                 const std::string &uri) {
+  auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
+  gtk_print_settings_set_print_pages(settings.get(), gtk_print_job_get_pages(job));
+  int count = 0;
+  if (GtkPageRange *ranges = gtk_print_job_get_page_ranges(job, &count); count > 0) {
+    gtk_print_settings_set_page_ranges(settings.get(), ranges, count);
+  }
+  gtk_print_settings_set_page_set(settings.get(), gtk_print_job_get_page_set(job));
+  gtk_print_settings_set_n_copies(settings.get(), gtk_print_job_get_num_copies(job));
+  gtk_print_settings_set_collate(settings.get(), gtk_print_job_get_collate(job));
+  gtk_print_settings_set_reverse(settings.get(), gtk_print_job_get_reverse(job));
+  gtk_print_settings_set_scale(settings.get(), gtk_print_job_get_scale(job) * 100);
+  gtk_print_settings_set_number_up(settings.get(), static_cast<int>(gtk_print_job_get_n_up(job)));
+  gtk_print_settings_set_number_up_layout(settings.get(), gtk_print_job_get_n_up_layout(job));
+
+  const bool pdf = gtk_printer_accepts_pdf(gtk_print_job_get_printer(job));
+  gtk_print_settings_set_printer(settings.get(), gtk_printer_get_name(filePrinter));
+  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, pdf ? "pdf" : "ps");
+  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI, uri.c_str());
+  return settings;
+}
+
+/// Returns an operation that prints to the printer or file in the settings.
+GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrintSettings *settings,
+                                                   GtkPageSetup *pageSetup) {
+  auto operation = adopt(webkit_print_operation_new(view));
+  webkit_print_operation_set_print_settings(operation.get(), settings);
+  webkit_print_operation_set_page_setup(operation.get(), pageSetup);
+  return operation;
+}
+
+/// Sends a file to a job's printer.
+void send(GtkPrintJob *job, const std::string &path) {
+  const int file = g_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
+  if (file < 0) return;
+  if (!gtk_print_job_set_source_fd(job, file, nullptr)) {
+    close(file);
+    return;
+  }
+  gtk_print_job_send(
+      job, [](GtkPrintJob *, gpointer, const GError *) {}, GINT_TO_POINTER(file),
+      [](gpointer sent) { close(GPOINTER_TO_INT(sent)); });
+}
+
+}  // namespace
+
+/// A job whose pages WebKit draws into a temporary file, which is removed with this
+/// object or when the process exits.
+class PrintJobs::Drawing {
+ public:
+  Drawing(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
+      : job_(std::move(job)), file_(std::move(file)) {}
+  ~Drawing() {
+    if (operation_) g_signal_handlers_disconnect_by_data(operation_.get(), this);
+  }
+  Drawing(const Drawing &) = delete;
+  Drawing &operator=(const Drawing &) = delete;
+
+  void start(PrintJobs &jobs, GObjectPointer<WebKitPrintOperation> operation) {
+    jobs_ = &jobs;
+    operation_ = std::move(operation);
+    g_signal_connect_swapped(operation_.get(), "failed",
+                             G_CALLBACK(+[](Drawing *self) { self->failed_ = true; }), this);
+    g_signal_connect_swapped(operation_.get(), "finished", G_CALLBACK(+[](Drawing *self) {
+                               if (!self->failed_) send(self->job_.get(), self->file_->path());
+                               self->jobs_->drawn(self);
+                             }),
+                             this);
+    webkit_print_operation_print(operation_.get());
+  }
+
+ private:
+  const GObjectPointer<GtkPrintJob> job_;
+  const std::unique_ptr<DownloadFile> file_;
+  PrintJobs *jobs_ = nullptr;
+  GObjectPointer<WebKitPrintOperation> operation_;
+  bool failed_ = false;
+};
+
+PrintJobs::PrintJobs(WebKitWebView *view) : view_(view) {}
+
+PrintJobs::~PrintJobs() = default;
+
+void PrintJobs::drawn(const Drawing *drawing) {
+  std::erase_if(drawings_, [drawing](const auto &one) { return one.get() == drawing; });
+}
+
+void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSetup *pageSetup) {
+  if (gtk_printer_is_virtual(printer)) {
+    webkit_print_operation_print(makeOperation(view_, settings, pageSetup).get());
+    return;
+  }
+  const auto filePrinter = findFilePrinter();
+  if (!filePrinter) return;
+  auto file = std::make_unique<DownloadFile>(std::vector<std::string>{g_get_tmp_dir()},
+                                             DownloadFile::Kind::hidden);
+  if (!file->isOpen()) return;
+  const char *title = webkit_web_view_get_title(view_);
+  // Created first, because drawingSettings reads from the job what the printer does not do
+  // itself.
+  auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
+  char *uri = g_filename_to_uri(file->path().c_str(), nullptr, nullptr);
+  const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);
+  drawings_.push_back(std::make_unique<Drawing>(std::move(job), std::move(file)));
+  g_free(uri);
+  drawings_.back()->start(*this, makeOperation(view_, drawing.get(), pageSetup));
+}
+
+}  // namespace orvel

@@ -1,0 +1,79 @@
+#include "platform/linux/webkit/webkit_cookie_store.h"
+
+#include <libsoup/soup.h>
+
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+using Seconds = std::chrono::seconds;
+using Stored = std::function<void()>;
+using Listed = std::function<void(std::vector<Cookie>)>;
+
+struct CookieRelease {
+  void operator()(SoupCookie *cookie) const { soup_cookie_free(cookie); }
+};
+using CookiePointer = std::unique_ptr<SoupCookie, CookieRelease>;
+
+CookiePointer toSoup(const Cookie &cookie) {
+  CookiePointer result(soup_cookie_new(cookie.name.c_str(), cookie.value.c_str(),
+                                       cookie.domain.c_str(), cookie.path.c_str(), -1));
+  soup_cookie_set_secure(result.get(), cookie.secure);
+  if (cookie.expires) {
+    const auto seconds = std::chrono::floor<Seconds>(cookie.expires->time_since_epoch());
+    GDateTime *expires = g_date_time_new_from_unix_utc(seconds.count());
+    soup_cookie_set_expires(result.get(), expires);
+    g_date_time_unref(expires);
+  }
+  return result;
+}
+
+std::string text(const char *value) { return value != nullptr ? value : ""; }
+
+Cookie fromSoup(SoupCookie *cookie) {
+  Cookie result;
+  result.name = text(soup_cookie_get_name(cookie));
+  result.value = text(soup_cookie_get_value(cookie));
+  result.domain = text(soup_cookie_get_domain(cookie));
+  result.path = text(soup_cookie_get_path(cookie));
+  result.secure = soup_cookie_get_secure(cookie) != FALSE;
+  if (GDateTime *expires = soup_cookie_get_expires(cookie)) {
+    result.expires = std::chrono::system_clock::time_point(Seconds(g_date_time_to_unix(expires)));
+  }
+  return result;
+}
+
+void cookieStored(GObject *manager, GAsyncResult *result, gpointer data) {
+  const std::unique_ptr<Stored> completion(static_cast<Stored *>(data));
+  webkit_cookie_manager_add_cookie_finish(WEBKIT_COOKIE_MANAGER(manager), result, nullptr);
+  (*completion)();
+}
+
+void cookiesListed(GObject *manager, GAsyncResult *result, gpointer data) {
+  const std::unique_ptr<Listed> completion(static_cast<Listed *>(data));
+  GList *list =
+      webkit_cookie_manager_get_all_cookies_finish(WEBKIT_COOKIE_MANAGER(manager), result, nullptr);
+  std::vector<Cookie> cookies;
+  for (const GList *link = list; link != nullptr; link = link->next) {
+    const CookiePointer cookie(static_cast<SoupCookie *>(link->data));
+    cookies.push_back(fromSoup(cookie.get()));
+  }
+  g_list_free(list);
+  (*completion)(std::move(cookies));
+}
+
+}  // namespace
+
+void WebKitCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
+  webkit_cookie_manager_add_cookie(manager_.get(), toSoup(cookie).get(), nullptr, cookieStored,
+                                   std::make_unique<Stored>(std::move(completion)).release());
+}
+
+void WebKitCookieStore::all(std::function<void(std::vector<Cookie>)> completion) {
+  webkit_cookie_manager_get_all_cookies(manager_.get(), nullptr, cookiesListed,
+                                        std::make_unique<Listed>(std::move(completion)).release());
+}
+
+}  // namespace orvel

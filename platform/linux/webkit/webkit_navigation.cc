@@ -1,0 +1,151 @@
+#include "platform/linux/webkit/webkit_navigation.h"
+
+#include <utility>
+
+#include "platform/linux/webkit/webkit_context_menu.h"
+#include "platform/linux/webkit/webkit_url.h"
+
+namespace orvel {
+
+namespace {
+
+const char *addressOf(WebKitNavigationAction *action) {
+  return webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+}
+
+const char *addressOf(WebKitNavigationPolicyDecision *decision) {
+  return addressOf(webkit_navigation_policy_decision_get_navigation_action(decision));
+}
+
+std::optional<Url> urlOf(WebKitNavigationPolicyDecision *decision) {
+  return urlFromWebKit(addressOf(decision));
+}
+
+void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
+  if (policy == NavigationPolicy::allow) {
+    webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
+  } else {
+    webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+  }
+}
+
+}  // namespace
+
+WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder,
+                                   WebViewDelegate &delegate)
+    : view_(retain(view)),
+      delegate_(delegate),
+      probe_(view, cacheFolder + "/content-filters"),
+      dialogs_(view, delegate, [this](std::string_view text) { return probe_.mayLeave(text); }) {
+  g_signal_connect_swapped(
+      view, "decide-policy",
+      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitPolicyDecision *decision,
+                     WebKitPolicyDecisionType type) {
+        return gboolean{navigation->decide(decision, type)};
+      }),
+      this);
+  g_signal_connect_swapped(
+      view, "create",
+      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitNavigationAction *action) -> GtkWidget * {
+        navigation->delegate_.createWebView(urlFromWebKit(addressOf(action)));
+        return nullptr;
+      }),
+      this);
+  // A load that fails leaves the page as it was, without a page of WebKit's.
+  g_signal_connect_swapped(view, "load-failed",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitLoadEvent,
+                                          const char *address, const GError *error) {
+                             navigation->probe_.loadFailed(address, error);
+                             return gboolean{TRUE};
+                           }),
+                           this);
+  g_signal_connect_swapped(
+      view, "web-process-terminated",
+      G_CALLBACK(+[](WebKitNavigation *navigation) { navigation->processTerminated(); }), this);
+  g_signal_connect_swapped(view, "context-menu",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitContextMenu *menu,
+                                          WebKitHitTestResult *target) {
+                             WebViewDelegate &asked = navigation->delegate_;
+                             rebuildContextMenu(menu, target, [&asked](const char *address) {
+                               asked.createWebView(urlFromWebKit(address));
+                             });
+                             return gboolean{FALSE};
+                           }),
+                           this);
+  g_signal_connect_swapped(webkit_web_view_get_network_session(view), "download-started",
+                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitDownload *download) {
+                             navigation->downloadStarted(download);
+                           }),
+                           this);
+}
+
+WebKitNavigation::~WebKitNavigation() {
+  g_signal_handlers_disconnect_by_data(webkit_web_view_get_network_session(view_.get()), this);
+  g_signal_handlers_disconnect_by_data(view_.get(), this);
+  processTerminated();
+}
+
+bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type) {
+  if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return false;
+  auto *navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
+  if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
+    // What is allowed asks again, for the window.
+    answer(navigation, delegate_.decidePolicy(
+                           {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
+  } else if (isCancelledAnywhere(navigation)) {
+    // It gets nowhere and asks nothing, so it need not wait for its turn.
+    decideInFrame(navigation);
+  } else {
+    waiting_.push_back(retain(navigation));
+    decideWaiting();
+  }
+  return true;
+}
+
+void WebKitNavigation::downloadStarted(WebKitDownload *download) {
+  const std::string address = webkit_uri_request_get_uri(webkit_download_get_request(download));
+  webkit_download_cancel(download);
+  // The delegate has been asked about it, or is going to be.
+  if (probe_.isAbout(address) || keptOut_.erase(address) > 0) return;
+  delegate_.createWebView(urlFromWebKit(address.c_str()));
+}
+
+bool WebKitNavigation::isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const {
+  NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
+  if (delegate_.policyFor(action) == NavigationPolicy::allow) return false;
+  action.target = NavigationTarget::subFrame;
+  return delegate_.policyFor(action) == NavigationPolicy::cancel;
+}
+
+void WebKitNavigation::decideWaiting() {
+  while (!waiting_.empty() && !probe_.isBusy()) {
+    const Decision decision = std::move(waiting_.front());
+    waiting_.pop_front();
+    decideInFrame(decision.get());
+  }
+}
+
+void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
+  const std::string address = addressOf(decision);
+  keptOut_.erase(address);
+  NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
+  const NavigationPolicy inMainFrame = delegate_.policyFor(action);
+  action.target = NavigationTarget::subFrame;
+  if (delegate_.policyFor(action) == inMainFrame) {
+    action.target = NavigationTarget::mainFrame;
+    return answer(decision, delegate_.decidePolicy(action));
+  }
+  probe_.start(decision, [this, action, address](NavigationTarget target) mutable {
+    action.target = target;
+    if (delegate_.decidePolicy(action) == NavigationPolicy::cancel) keptOut_.insert(address);
+    decideWaiting();
+  });
+}
+
+void WebKitNavigation::processTerminated() {
+  probe_.processTerminated();
+  for (const Decision &decision : waiting_) answer(decision.get(), NavigationPolicy::cancel);
+  waiting_.clear();
+}
+
+}  // namespace orvel

@@ -1,0 +1,57 @@
+#include "platform/linux/webkit/webkit_script_dialogs.h"
+
+#include <memory>
+#include <utility>
+
+namespace orvel {
+
+namespace {
+
+/// Keeps a dialog open, and the page waiting, for as long as it is held.
+std::shared_ptr<WebKitScriptDialog> keepOpen(WebKitScriptDialog *dialog) {
+  return {webkit_script_dialog_ref(dialog), [](WebKitScriptDialog *held) {
+            webkit_script_dialog_close(held);
+            webkit_script_dialog_unref(held);
+          }};
+}
+
+}  // namespace
+
+WebKitScriptDialogs::WebKitScriptDialogs(WebKitWebView *view, WebViewDelegate &delegate,
+                                         MayLeave mayLeave)
+    : view_(retain(view)), delegate_(delegate), mayLeave_(std::move(mayLeave)) {
+  g_signal_connect_swapped(
+      view, "script-dialog",
+      G_CALLBACK(+[](WebKitScriptDialogs *dialogs, WebKitScriptDialog *dialog) {
+        dialogs->run(dialog);
+        return gboolean{TRUE};
+      }),
+      this);
+}
+
+WebKitScriptDialogs::~WebKitScriptDialogs() {
+  g_signal_handlers_disconnect_by_data(view_.get(), this);
+}
+
+void WebKitScriptDialogs::run(WebKitScriptDialog *dialog) {
+  const char *message = webkit_script_dialog_get_message(dialog);
+  const std::string text = message != nullptr ? message : "";
+  switch (webkit_script_dialog_get_dialog_type(dialog)) {
+    case WEBKIT_SCRIPT_DIALOG_ALERT:
+      return delegate_.runJavaScriptAlertPanel(
+          text, [held = keepOpen(dialog)]() mutable { held.reset(); });
+    case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+      return delegate_.runJavaScriptConfirmPanel(
+          text, [held = keepOpen(dialog)](bool agreed) mutable {
+            if (held) webkit_script_dialog_confirm_set_confirmed(held.get(), agreed);
+            held.reset();
+          });
+    case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+      return webkit_script_dialog_confirm_set_confirmed(dialog, mayLeave_(text));
+    case WEBKIT_SCRIPT_DIALOG_PROMPT:
+      // Without a text it answers null.
+      return;
+  }
+}
+
+}  // namespace orvel

@@ -1,0 +1,12 @@
+#include "platform/linux/webkit/webkit_url.h"
+
+#include "base/url_escapes.h"
+
+namespace orvel {
+
+std::optional<Url> urlFromWebKit(const char *address) {
+  if (address == nullptr) return std::nullopt;
+  return Url::parse(withEscapes(address));
+}
+
+}  // namespace orvel

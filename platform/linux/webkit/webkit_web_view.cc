@@ -1,0 +1,177 @@
+#include "platform/linux/webkit/webkit_web_view.h"
+
+#include <libsoup/soup.h>
+
+#include "platform/linux/webkit/user_agent.h"
+
+namespace orvel {
+
+namespace {
+
+GObjectPointer<WebKitNetworkSession> makeSession(bool persistent,
+                                                 const WebKitSurroundings &surroundings) {
+  if (!persistent) return adopt(webkit_network_session_new_ephemeral());
+  auto session = adopt(webkit_network_session_new(surroundings.dataFolder.c_str(),
+                                                  surroundings.cacheFolder.c_str()));
+  const std::string file = surroundings.dataFolder + "/cookies.sqlite";
+  webkit_cookie_manager_set_persistent_storage(
+      webkit_network_session_get_cookie_manager(session.get()), file.c_str(),
+      WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
+  return session;
+}
+
+GObjectPointer<WebKitSettings> makeSettings(const WebViewConfiguration &configuration,
+                                            bool accelerated) {
+  auto settings = adopt(webkit_settings_new());
+  appendToUserAgent(settings.get(), configuration.applicationNameForUserAgent);
+  webkit_settings_set_enable_developer_extras(
+      settings.get(), configuration.developerExtrasEnabled || configuration.inspectable);
+  // The default on macOS: a script may open a window without a click.
+  webkit_settings_set_javascript_can_open_windows_automatically(settings.get(), TRUE);
+  if (!accelerated) {
+    webkit_settings_set_hardware_acceleration_policy(settings.get(),
+                                                     WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
+  }
+  return settings;
+}
+
+GObjectPointer<WebKitWebView> makeView(WebKitNetworkSession *session, WebKitSettings *settings) {
+  return retain(WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "network-session", session,
+                                             "settings", settings, nullptr)));
+}
+
+/// Stops F7 from hiding the cursor of the hidden GtkTextView in which WebKit composes
+/// input. GTK 4.8 aborts at the next blink of a cursor that was hidden. The page still
+/// receives the key.
+void disableCaretToggle(WebKitWebView *view) {
+  for (GtkWidget *child = gtk_widget_get_first_child(GTK_WIDGET(view)); child != nullptr;
+       child = gtk_widget_get_next_sibling(child)) {
+    if (!GTK_IS_TEXT_VIEW(child)) continue;
+    // GTK's own handler is G_SIGNAL_RUN_LAST, so stopping the emission skips it.
+    g_signal_connect(child, "toggle-cursor-visible", G_CALLBACK(+[](GtkTextView *text) {
+                       g_signal_stop_emission_by_name(text, "toggle-cursor-visible");
+                     }),
+                     nullptr);
+  }
+}
+
+}  // namespace
+
+WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
+                               const WebKitSurroundings &surroundings, WebViewDelegate &delegate)
+    : drawsBackground_(configuration.drawsBackground),
+      delegate_(delegate),
+      session_(makeSession(configuration.persistentDataStore, surroundings)),
+      view_(makeView(session_.get(), makeSettings(configuration, surroundings.accelerated).get())),
+      // Connected before the navigation, which lets no other handler know.
+      loadFailed_(g_signal_connect_swapped(
+          view_.get(), "load-failed",
+          G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
+            page->loadFailed(error);
+            return gboolean{FALSE};
+          }),
+          this)),
+      cookies_(webkit_network_session_get_cookie_manager(session_.get())),
+      navigation_(view_.get(), surroundings.cacheFolder, delegate),
+      printing_(view_.get()),
+      authentication_(view_.get()) {
+  disableCaretToggle(view_.get());
+  g_signal_connect_swapped(
+      view_.get(), "web-process-terminated",
+      G_CALLBACK(+[](WebKitPageView *page, WebKitWebProcessTerminationReason reason) {
+        page->processTerminated(reason);
+      }),
+      this);
+  g_signal_connect_swapped(
+      view_.get(), "load-changed",
+      G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent event) { page->loadChanged(event); }),
+      this);
+  // Like every load that fails it leaves the page as it was.
+  g_signal_connect(view_.get(), "load-failed-with-tls-errors",
+                   G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
+  // The page's process takes longer to start than the window to be made, so it
+  // starts first: nothing but a load or a script begins it.
+  webkit_web_view_evaluate_javascript(view_.get(), "", -1, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr);
+}
+
+WebKitPageView::~WebKitPageView() { g_signal_handlers_disconnect_by_data(view_.get(), this); }
+
+void WebKitPageView::load(const UrlRequest &request) {
+  endUnresponsiveProcess();
+  const auto message = adopt(webkit_uri_request_new(request.url.absoluteString.c_str()));
+  if (SoupMessageHeaders *headers = webkit_uri_request_get_http_headers(message.get())) {
+    for (const auto &[name, value] : request.headers) {
+      soup_message_headers_replace(headers, name.c_str(), value.c_str());
+    }
+    if (request.cachePolicy == CachePolicy::reloadIgnoringLocalData) {
+      soup_message_headers_replace(headers, "Cache-Control", "no-cache");
+    }
+  }
+  webkit_web_view_load_request(view_.get(), message.get());
+  awaited_ = request;
+}
+
+void WebKitPageView::loadHtml(std::string_view html) {
+  endUnresponsiveProcess();
+  webkit_web_view_load_html(view_.get(), std::string(html).c_str(), nullptr);
+  html_ = html;
+  isHtmlShown_ = false;
+  awaited_.reset();
+}
+
+void WebKitPageView::reload() {
+  // The process that ended may have taken a load along with it.
+  if (awaited_) {
+    load(UrlRequest(*awaited_));
+    // WebKit would show an empty page in place of one that has no address.
+  } else if (!html_.empty()) {
+    loadHtml(std::string(html_));
+  } else {
+    webkit_web_view_reload(view_.get());
+  }
+}
+
+void WebKitPageView::setColorBehind(const Color &color) {
+  if (drawsBackground_) return;
+  const GdkRGBA rgba{static_cast<float>(color.red), static_cast<float>(color.green),
+                     static_cast<float>(color.blue), static_cast<float>(color.alpha)};
+  webkit_web_view_set_background_color(view_.get(), &rgba);
+}
+
+void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason) {
+  if (reason == WEBKIT_WEB_PROCESS_TERMINATED_BY_API) return;
+  delegate_.webViewWebContentProcessDidTerminate();
+}
+
+void WebKitPageView::loadChanged(WebKitLoadEvent event) {
+  if (event != WEBKIT_LOAD_COMMITTED) return;
+  const char *address = webkit_web_view_get_uri(view_.get());
+  isHtmlShown_ = g_strcmp0(address, "about:blank") == 0;
+  if (isHtmlShown_) return;
+  html_.clear();
+  awaited_.reset();
+}
+
+void WebKitPageView::loadFailed(const GError *error) {
+  if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) return;
+  if (!awaited_) return;
+  awaited_.reset();
+  // The load had cut off a page that was on its way, such as that of an error.
+  if (!html_.empty() && !isHtmlShown_) loadHtml(std::string(html_));
+}
+
+// A page that has stopped answering would swallow every load: the way out of it
+// is the user's reload key.
+void WebKitPageView::endUnresponsiveProcess() {
+  if (!webkit_web_view_get_is_web_process_responsive(view_.get())) {
+    webkit_web_view_terminate_web_process(view_.get());
+  }
+}
+
+std::unique_ptr<WebView> WebKitPageViewFactory::create(const WebViewConfiguration &configuration,
+                                                       WebViewDelegate &delegate) {
+  return std::make_unique<WebKitPageView>(configuration, surroundings_, delegate);
+}
+
+}  // namespace orvel

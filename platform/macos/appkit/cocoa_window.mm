@@ -1,0 +1,58 @@
+#import "platform/macos/appkit/cocoa_window.h"
+
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/webkit/wk_page_view.h"
+
+namespace orvel {
+
+namespace {
+
+NSWindowStyleMask styleMaskOf(const WindowConfiguration &configuration) {
+  NSWindowStyleMask mask = NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
+                           NSWindowStyleMaskMiniaturizable | NSWindowStyleMaskResizable;
+  if (configuration.fullSizeContentView) mask |= NSWindowStyleMaskFullSizeContentView;
+  return mask;
+}
+
+NSRect toCocoa(const Rect &rect) { return NSMakeRect(rect.x, rect.y, rect.width, rect.height); }
+
+NSColor *toCocoa(const Color &color) {
+  return [NSColor colorWithRed:color.red green:color.green blue:color.blue alpha:color.alpha];
+}
+
+}  // namespace
+
+CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, WebView &content)
+    : window_([[NSWindow alloc] initWithContentRect:toCocoa(configuration.contentRect)
+                                          styleMask:styleMaskOf(configuration)
+                                            backing:NSBackingStoreBuffered
+                                              defer:NO]) {
+  // It is released when nobody holds it any more, and not twice.
+  window_.releasedWhenClosed = NO;
+  window_.tabbingMode = NSWindowTabbingModeDisallowed;
+  window_.restorable = NO;
+  window_.title = toCocoa(configuration.title);
+  window_.titlebarAppearsTransparent = configuration.titlebarTransparent;
+  window_.titleVisibility = configuration.titleVisible ? NSWindowTitleVisible : NSWindowTitleHidden;
+  window_.backgroundColor = toCocoa(configuration.backgroundColor);
+  window_.minSize = NSMakeSize(configuration.minimumWidth, configuration.minimumHeight);
+  window_.contentView = dynamic_cast<WKPageView &>(content).view();
+  // Last, for it brings back the frame of an earlier run.
+  [window_ setFrameAutosaveName:toCocoa(configuration.frameAutosaveName)];
+}
+
+void CocoaWindow::makeKeyAndOrderFront() { [window_ makeKeyAndOrderFront:nil]; }
+
+std::optional<Rect> CocoaWindowSystem::mainScreenVisibleFrame() const {
+  NSScreen *screen = NSScreen.mainScreen;
+  if (screen == nil) return std::nullopt;
+  const NSRect frame = screen.visibleFrame;
+  return Rect{frame.origin.x, frame.origin.y, frame.size.width, frame.size.height};
+}
+
+std::unique_ptr<Window> CocoaWindowSystem::create(const WindowConfiguration &configuration,
+                                                  WebView &content) {
+  return std::make_unique<CocoaWindow>(configuration, content);
+}
+
+}  // namespace orvel

@@ -1,0 +1,26 @@
+#import "platform/macos/appkit/cocoa_workspace.h"
+
+#import <AppKit/AppKit.h>
+
+#import "platform/macos/foundation/cocoa_url.h"
+
+namespace orvel {
+
+namespace {
+
+/// Does not wait, and says nothing when there is no application for it.
+void openSilently(NSURL *address) {
+  NSWorkspaceOpenConfiguration *configuration = [NSWorkspaceOpenConfiguration configuration];
+  configuration.promptsUserIfNeeded = NO;
+  [NSWorkspace.sharedWorkspace openURL:address configuration:configuration completionHandler:nil];
+}
+
+}  // namespace
+
+void CocoaWorkspace::open(const Url &url) {
+  if (NSURL *address = toCocoa(url)) openSilently(address);
+}
+
+void CocoaWorkspace::openFile(const std::string &path) { openSilently(fileUrl(path)); }
+
+}  // namespace orvel

@@ -1,0 +1,63 @@
+#import "platform/macos/foundation/file_manager_locations.h"
+
+#import <Foundation/Foundation.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "base/real_folder.h"
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/cocoa_url.h"
+#include "platform/posix/replaceable_folder.h"
+
+namespace orvel {
+
+namespace {
+
+/// The file manager would put a file in the place of a folder, follow a link
+/// and take a folder for its own replacement.
+bool areTwoFolders(const std::string &one, const std::string &other) {
+  std::error_code error;
+  return isRealFolder(one) && isRealFolder(other) &&
+         !std::filesystem::equivalent(one, other, error);
+}
+
+}  // namespace
+
+std::string FileManagerLocations::home() const {
+  return fromCocoa(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
+}
+
+std::string FileManagerLocations::downloads() const {
+  NSArray<NSURL *> *folders = [NSFileManager.defaultManager URLsForDirectory:NSDownloadsDirectory
+                                                                   inDomains:NSUserDomainMask];
+  return fromCocoa(folders[0].path);
+}
+
+std::string FileManagerLocations::temporary() const {
+  return fromCocoa(NSFileManager.defaultManager.temporaryDirectory.path);
+}
+
+bool FileManagerLocations::replaceItem(const std::string &original,
+                                       const std::string &replacement) const {
+  if (!areTwoFolders(original, replacement)) return false;
+  return [NSFileManager.defaultManager replaceItemAtURL:fileUrl(original)
+                                          withItemAtURL:fileUrl(replacement)
+                                         backupItemName:nil
+                                                options:0
+                                       resultingItemURL:nil
+                                                  error:nil];
+}
+
+bool FileManagerLocations::canReplaceItem(const std::string &original) const {
+  return canReplaceFolder(original);
+}
+
+bool FileManagerLocations::isExecutableFile(const std::string &path) const {
+  NSFileManager *files = NSFileManager.defaultManager;
+  BOOL isFolder = NO;
+  return [files fileExistsAtPath:toCocoa(path) isDirectory:&isFolder] && !isFolder &&
+         [files isExecutableFileAtPath:toCocoa(path)];
+}
+
+}  // namespace orvel

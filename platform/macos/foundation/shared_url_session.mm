@@ -1,0 +1,62 @@
+#import "platform/macos/foundation/shared_url_session.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/redirect_guard.h"
+#import "platform/macos/foundation/url_message.h"
+
+namespace orvel {
+
+namespace {
+
+NSURLRequest *messageOf(const UrlRequest &request) {
+  NSMutableURLRequest *message = toCocoa(request);
+  // Otherwise the session's cookies would take the place of a Cookie field.
+  message.HTTPShouldHandleCookies = NO;
+  return message;
+}
+
+std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
+  if (![response isKindOfClass:NSHTTPURLResponse.class]) return std::nullopt;
+  auto *http = static_cast<NSHTTPURLResponse *>(response);
+  return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
+}
+
+void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
+  task.delegate = [[RedirectGuard alloc] initWithRequest:message
+                                         forwardsHeaders:request.forwardsHeaders];
+  [task resume];
+}
+
+}  // namespace
+
+void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion completion) {
+  NSURLRequest *message = messageOf(request);
+  start([NSURLSession.sharedSession
+            dataTaskWithRequest:message
+              completionHandler:^(NSData *body, NSURLResponse *response, NSError *error) {
+                DataReply reply{.response = fromCocoa(response)};
+                // A truncated body comes with the error.
+                if (error == nil && body != nil) {
+                  reply.body.emplace(static_cast<const char *>(body.bytes), body.length);
+                }
+                completion(reply);
+              }],
+        message, request);
+}
+
+void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
+  NSURLRequest *message = messageOf(request);
+  start([NSURLSession.sharedSession
+            downloadTaskWithRequest:message
+                  completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
+                    // The session removes the file when this returns.
+                    completion({.file = textOf(file.path),
+                                .response = fromCocoa(response),
+                                .suggestedFilename = textOf(response.suggestedFilename)});
+                  }],
+        message, request);
+}
+
+}  // namespace orvel

@@ -1,0 +1,24 @@
+#import "platform/macos/foundation/standard_user_defaults.h"
+
+#import <Foundation/Foundation.h>
+
+#import "platform/macos/foundation/cocoa_text.h"
+
+namespace orvel {
+
+StandardUserDefaults::StandardUserDefaults() {
+  NSUserDefaults *defaults = NSUserDefaults.standardUserDefaults;
+  [defaults removeVolatileDomainForName:NSArgumentDomain];
+  // What stands alone would be opened as a document.
+  [defaults registerDefaults:@{@"NSTreatUnknownArgumentsAsOpen" : @"NO"}];
+}
+
+std::optional<std::string> StandardUserDefaults::text(std::string_view key) const {
+  return textOf([NSUserDefaults.standardUserDefaults objectForKey:toCocoa(key)]);
+}
+
+void StandardUserDefaults::setText(std::string_view key, std::string_view value) {
+  [NSUserDefaults.standardUserDefaults setObject:toCocoa(value) forKey:toCocoa(key)];
+}
+
+}  // namespace orvel

@@ -1,0 +1,44 @@
+#include "base/url.h"
+
+#import <Foundation/Foundation.h>
+
+#include "base/url_escapes.h"
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/cocoa_url.h"
+
+namespace orvel {
+
+namespace {
+
+/// A URL by RFC 3986, or nil. NSURLComponents is the strict one of the two, and
+/// from macOS 14 on both have to be told not to mend what they are given.
+NSURL *strictUrl(NSString *text) {
+  if (@available(macOS 14.0, *)) {
+    if ([NSURLComponents componentsWithString:text encodingInvalidCharacters:NO] == nil) return nil;
+    return [NSURL URLWithString:text encodingInvalidCharacters:NO];
+  }
+  if ([NSURLComponents componentsWithString:text] == nil) return nil;
+  return [NSURL URLWithString:text];
+}
+
+}  // namespace
+
+std::optional<Url> Url::parse(std::string_view text) {
+  NSString *written = utf8Text(text);
+  // Foundation takes the empty text for a reference to the same document.
+  if (written.length == 0) return std::nullopt;
+  auto url = fromCocoa(strictUrl(written));
+  if (url) url->absoluteString = text;
+  return url;
+}
+
+std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
+  // From macOS 14 on, Foundation percent-encodes invalid characters itself, and then
+  // also encodes the "%" of the escapes in the same component.
+  const std::string escaped = withEscapes(reference);
+  if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
+  NSURL *relative = [NSURL URLWithString:utf8Text(escaped) relativeToURL:toCocoa(base)];
+  return parse(fromCocoa(relative.absoluteString));
+}
+
+}  // namespace orvel

@@ -1,0 +1,65 @@
+#import "platform/macos/webkit/wk_cookie_store.h"
+
+#include <utility>
+
+#import "platform/macos/foundation/cocoa_text.h"
+
+namespace orvel {
+
+namespace {
+
+using SystemClock = std::chrono::system_clock;
+using Seconds = std::chrono::duration<NSTimeInterval>;
+
+NSHTTPCookie *toCocoa(const Cookie &cookie) {
+  NSMutableDictionary<NSHTTPCookiePropertyKey, id> *properties = [@{
+    NSHTTPCookieName : orvel::toCocoa(cookie.name),
+    NSHTTPCookieValue : orvel::toCocoa(cookie.value),
+    NSHTTPCookieDomain : orvel::toCocoa(cookie.domain),
+    NSHTTPCookiePath : orvel::toCocoa(cookie.path),
+  } mutableCopy];
+  // Any value at all would make the cookie secure.
+  if (cookie.secure) properties[NSHTTPCookieSecure] = @"TRUE";
+  if (cookie.expires) {
+    const Seconds since1970 = cookie.expires->time_since_epoch();
+    properties[NSHTTPCookieExpires] = [NSDate dateWithTimeIntervalSince1970:since1970.count()];
+  }
+  return [NSHTTPCookie cookieWithProperties:properties];
+}
+
+Cookie fromCocoa(NSHTTPCookie *cookie) {
+  Cookie result;
+  result.name = orvel::fromCocoa(cookie.name);
+  result.value = orvel::fromCocoa(cookie.value);
+  result.domain = orvel::fromCocoa(cookie.domain);
+  result.path = orvel::fromCocoa(cookie.path);
+  result.secure = cookie.secure;
+  if (NSDate *expires = cookie.expiresDate) {
+    const Seconds since1970(expires.timeIntervalSince1970);
+    result.expires =
+        SystemClock::time_point(std::chrono::duration_cast<SystemClock::duration>(since1970));
+  }
+  return result;
+}
+
+}  // namespace
+
+void WKCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
+  NSHTTPCookie *made = toCocoa(cookie);
+  // Nothing to store; the store completes later all the same.
+  if (made == nil) return all([completion](const auto &) { completion(); });
+  [store_ setCookie:made
+      completionHandler:^{
+        completion();
+      }];
+}
+
+void WKCookieStore::all(std::function<void(std::vector<Cookie>)> completion) {
+  [store_ getAllCookies:^(NSArray<NSHTTPCookie *> *found) {
+    std::vector<Cookie> cookies;
+    for (NSHTTPCookie *cookie in found) cookies.push_back(fromCocoa(cookie));
+    completion(std::move(cookies));
+  }];
+}
+
+}  // namespace orvel

@@ -1,0 +1,47 @@
+#import "platform/macos/webkit/wk_page_view.h"
+
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/url_message.h"
+
+namespace orvel {
+
+namespace {
+
+WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
+  WKWebViewConfiguration *made = [[WKWebViewConfiguration alloc] init];
+  made.websiteDataStore = configuration.persistentDataStore
+                              ? WKWebsiteDataStore.defaultDataStore
+                              : WKWebsiteDataStore.nonPersistentDataStore;
+  made.applicationNameForUserAgent = toCocoa(configuration.applicationNameForUserAgent);
+  // No header declares it; the key leads to a setter that takes a number.
+  [made.preferences setValue:@(configuration.developerExtrasEnabled)
+                      forKey:@"developerExtrasEnabled"];
+  return made;
+}
+
+}  // namespace
+
+WKPageView::WKPageView(WKWebView *view)
+    : view_(view), cookies_(view.configuration.websiteDataStore.httpCookieStore) {}
+
+void WKPageView::load(const UrlRequest &request) { [view_ loadRequest:toCocoa(request)]; }
+
+void WKPageView::loadHtml(std::string_view html) {
+  [view_ loadHTMLString:toCocoa(html) baseURL:nil];
+}
+
+void WKPageView::reload() { [view_ reload]; }
+
+std::unique_ptr<WebView> WKPageViewFactory::create(const WebViewConfiguration &configuration,
+                                                   WebViewDelegate &delegate) {
+  bridge_.page = &delegate;
+  WKWebView *view = [[WKWebView alloc] initWithFrame:NSZeroRect
+                                       configuration:toWebKit(configuration)];
+  view.navigationDelegate = bridge_;
+  view.UIDelegate = bridge_;
+  [view setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"];
+  if (@available(macOS 13.3, *)) view.inspectable = configuration.inspectable;
+  return std::make_unique<WKPageView>(view);
+}
+
+}  // namespace orvel

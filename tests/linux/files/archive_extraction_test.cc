@@ -1,0 +1,271 @@
+// Which entries of a ZIP archive are extracted, and which are rejected.
+
+#include "platform/linux/files/archive_extraction.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <csignal>
+#include <fstream>
+
+#include "tests/linux/files/forked_child.h"
+#include "tests/linux/files/zip_archive.h"
+#include "tests/support/folder_tree.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace posix_test;
+
+// A text that deflate can compress.
+const std::string longText = [] {
+  std::string text;
+  for (int number = 0; number < 2000; ++number) text += "line " + std::to_string(number) + "\n";
+  return text;
+}();
+
+std::string modeOf(const fs::path &path) {
+  struct stat status {};
+  ::lstat(path.c_str(), &status);
+  std::ostringstream text;
+  text << std::oct << status.st_mode;
+  return text.str();
+}
+
+class ArchiveExtraction : public testing::Test {
+ protected:
+  ArchiveExtraction() {
+    fs::create_directories(target_);
+    writeFile(folder_.path() / "outside", "untouched");
+  }
+
+  static void writeFile(const fs::path &path, const std::string &text) {
+    std::ofstream(path, std::ios::binary) << text;
+  }
+  std::string zip(const std::vector<ZipEntry> &entries, const std::string &options = "",
+                  const std::string &password = "") const {
+    return writeZip(archive_, entries, options, password);
+  }
+  bool extract() const { return extractArchive(archive_.string(), target_.string()); }
+  bool extract(const std::vector<ZipEntry> &entries) const {
+    zip(entries);
+    return extract();
+  }
+  /// Whether the archive is rejected and nothing is written outside the folder.
+  void expectRefused(const std::vector<ZipEntry> &entries) {
+    fs::remove_all(target_);
+    fs::create_directory(target_);
+    EXPECT_FALSE(extract(entries)) << entries.back().name << " " << entries.back().contents;
+    expectNothingOutside();
+  }
+  void expectNothingOutside() const {
+    EXPECT_EQ(contentsOf(folder_.path() / "outside"), "untouched");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 3);
+  }
+
+  const TemporaryFolder folder_;
+  const fs::path target_ = folder_.path() / "target";
+  const fs::path archive_ = folder_.path() / "archive.zip";
+};
+
+TEST_F(ArchiveExtraction, UnpacksFilesFoldersAndLinks) {
+  const std::vector<ZipEntry> entries{
+      zipFolder("a/", 0750),
+      zipFile("a/program", longText, 0755),
+      zipFile("a/empty", "", 0400),
+      zipFile("not/in a folder of its own", "x"),
+      zipLink("a/link", "program"),
+      zipLink("a/dangling", "b/c"),
+      zipFile("..dots...", "dots"),
+      zipFile("__MACOSX/._a", "resources"),
+      zipFile("./plain", "plain"),
+      zipFolder("a/empty folder/"),
+      zipFile("q'u\"o`t$e\nline", "quotes"),
+  };
+  for (const std::string options : {"", "zip:compression=store", "zip:zip64"}) {
+    fs::remove_all(target_);
+    fs::create_directory(target_);
+    zip(entries, options);
+    ASSERT_TRUE(extract()) << options;
+    EXPECT_EQ(contentsOf(target_ / "a/program"), longText);
+    EXPECT_EQ(modeOf(target_ / "a/program"), "100755");
+    EXPECT_EQ(modeOf(target_ / "a"), "40750");
+    EXPECT_EQ(modeOf(target_ / "a/empty"), "100400");
+    EXPECT_EQ(fs::file_size(target_ / "a/empty"), 0U);
+    EXPECT_EQ(fs::read_symlink(target_ / "a/link"), "program");
+    EXPECT_EQ(fs::read_symlink(target_ / "a/dangling"), "b/c");
+    EXPECT_TRUE(fs::is_directory(target_ / "a/empty folder"));
+    EXPECT_EQ(contentsOf(target_ / "not/in a folder of its own"), "x");
+    EXPECT_EQ(contentsOf(target_ / "..dots..."), "dots");
+    EXPECT_EQ(contentsOf(target_ / "__MACOSX/._a"), "resources");
+    EXPECT_EQ(contentsOf(target_ / "plain"), "plain");
+    EXPECT_EQ(contentsOf(target_ / "q'u\"o`t$e\nline"), "quotes");
+  }
+}
+
+TEST_F(ArchiveExtraction, KeepsPermissionsWhateverTheMaskButNeitherSetuidNorOwner) {
+  const mode_t mask = ::umask(077);
+  const bool extracted = extract({zipFolder("a/", 01777), zipFile("a/file", "x", 06777),
+                                  zipFolder("locked/", 0555), zipFile("locked/file", "x", 0444)});
+  EXPECT_EQ(::umask(mask), mode_t{077});
+  ASSERT_TRUE(extracted);
+  EXPECT_EQ(modeOf(target_ / "a"), "40777");
+  EXPECT_EQ(modeOf(target_ / "a/file"), "100777");
+  EXPECT_EQ(modeOf(target_ / "locked"), "40755") << "its owner can remove it";
+  EXPECT_EQ(modeOf(target_ / "locked/file"), "100444");
+  struct stat status {};
+  ASSERT_EQ(::stat((target_ / "a/file").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, ::geteuid());
+  EXPECT_EQ(status.st_mtime, 1'700'000'000);
+}
+
+TEST_F(ArchiveExtraction, KeepsNamesInUtf8WithoutALocale) {
+  const std::string utf8 = "caf\xC3\xA9 \xE2\x82\xAC";
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  std::setlocale(LC_ALL, "C");
+  EXPECT_TRUE(extract({zipFile(utf8, "x"), zipLink("link", utf8)}));
+  std::setlocale(LC_ALL, before.c_str());
+  EXPECT_EQ(contentsOf(target_ / utf8), "x");
+  EXPECT_EQ(fs::read_symlink(target_ / "link"), utf8);
+}
+
+TEST_F(ArchiveExtraction, UnpacksWhatZipMakes) {
+  makeTree(folder_.path() / "source", "zip");
+  PosixProcessLauncher launcher(processEnvironment());
+  const Outcome made = runShell(launcher, "cd '" + folder_.path().string() +
+                                              "' && zip -qry archive.zip source -x '*dangling*' "
+                                              "'*Linux/information'");
+  ASSERT_EQ(made.status, 0) << made.output;
+  fs::remove(folder_.path() / "source/Contents/dangling");
+  fs::remove(folder_.path() / "source/Contents/Linux/information");
+  EXPECT_TRUE(extract());
+  EXPECT_EQ(treeOf(target_ / "source"), treeOf(folder_.path() / "source"));
+}
+
+TEST_F(ArchiveExtraction, RefusesNamesThatLeadOut) {
+  for (const std::string name :
+       {"../outside", "a/../../outside", "a/..", "..", "a/../b", "/outside", "//outside"}) {
+    expectRefused({zipFile("first", "x"), zipFile(name, "changed")});
+  }
+  expectRefused({zipFile((folder_.path() / "outside").string(), "changed")});
+}
+
+TEST_F(ArchiveExtraction, RefusesAFileOrLinkInPlaceOfTheFolder) {
+  for (const std::string name : {".", "./."}) {
+    expectRefused({zipFile(name, "x")});
+    expectRefused({zipLink(name, "elsewhere")});
+    EXPECT_TRUE(fs::is_directory(fs::symlink_status(target_))) << name;
+  }
+}
+
+TEST_F(ArchiveExtraction, RefusesLinksThatLeadOut) {
+  for (const std::string target :
+       {"/", "/etc/passwd", "..", "../outside", "a/../../outside", "a/.."}) {
+    expectRefused({zipLink("link", target)});
+    expectRefused({zipFolder("a/"), zipLink("a/link", target)});
+  }
+}
+
+TEST_F(ArchiveExtraction, RefusesEntriesBehindALink) {
+  expectRefused({zipFolder("real/"), zipLink("link", "real"), zipFile("link/file", "x")});
+  EXPECT_TRUE(fs::is_empty(target_ / "real"));
+}
+
+TEST_F(ArchiveExtraction, ReplacesALinkInsteadOfWritingThroughIt) {
+  expectRefused(
+      {zipFile("file", "first"), zipLink("link", "../outside"), zipFile("link", "changed")});
+  EXPECT_TRUE(extract({zipFile("file", "first"), zipLink("link", "file"), zipFile("link", "x")}));
+  EXPECT_EQ(contentsOf(target_ / "file"), "first");
+  EXPECT_EQ(contentsOf(target_ / "link"), "x");
+}
+
+TEST_F(ArchiveExtraction, RefusesWhatIsNeitherFileNorFolderNorLink) {
+  for (const int type : {0x20, 0x60, 0xC0}) {  // Devices, socket.
+    zip({zipFile("special", "")});
+    std::string bytes = contentsOf(archive_);
+    const auto entry = bytes.rfind("PK\1\2");
+    ASSERT_NE(entry, std::string::npos);
+    char &high = bytes.at(entry + 41);  // Of the mode, in the external attributes.
+    ASSERT_EQ(static_cast<unsigned char>(high) & 0xF0U, 0x80U);
+    high = static_cast<char>(type | 1);
+    writeFile(archive_, bytes);
+    EXPECT_FALSE(extract());
+    EXPECT_FALSE(fs::exists(fs::symlink_status(target_ / "special")));
+  }
+}
+
+TEST_F(ArchiveExtraction, RefusesAnEncryptedArchive) {
+  zip({zipFile("file", longText)}, "", "secret");
+  EXPECT_FALSE(extract());
+  expectNothingOutside();
+}
+
+TEST_F(ArchiveExtraction, RefusesATruncatedArchive) {
+  zip({zipFolder("a/"), zipFile("a/file", longText), zipLink("a/link", "file")});
+  const std::string whole = contentsOf(archive_);
+  for (std::size_t size = 0; size < whole.size(); size += 7) {
+    writeFile(archive_, whole.substr(0, size));
+    ASSERT_FALSE(extract()) << size << " of " << whole.size();
+  }
+}
+
+TEST_F(ArchiveExtraction, RefusesACorruptFile) {
+  for (const std::string options : {"", "zip:compression=store"}) {
+    zip({zipFile("file", longText)}, options);
+    const std::string whole = contentsOf(archive_);
+    const auto directory = whole.rfind("PK\1\2");
+    for (std::size_t at = 100; at + 100 < directory; at += directory / 50) {
+      std::string bytes = whole;
+      bytes[at] = static_cast<char>(bytes[at] ^ 0x20);
+      writeFile(archive_, bytes);
+      ASSERT_FALSE(extract()) << options << " byte " << at;
+    }
+  }
+}
+
+TEST_F(ArchiveExtraction, RefusesAnEntryThatDiffersFromTheDirectory) {
+  zip({zipFile("file", longText)}, "zip:compression=store");
+  std::string bytes = contentsOf(archive_);
+  const auto entry = bytes.rfind("PK\1\2");
+  bytes.at(entry + 16) = static_cast<char>(bytes.at(entry + 16) ^ 1);  // Of the checksum.
+  writeFile(archive_, bytes);
+  EXPECT_FALSE(extract());
+}
+
+TEST_F(ArchiveExtraction, RefusesWhatIsNoZipArchive) {
+  for (const std::string &text : {std::string(), std::string("<!doctype html><p>Sorry"),
+                                  std::string(100'000, '\0'), "PK\3\4" + longText}) {
+    writeFile(archive_, text);
+    EXPECT_FALSE(extract());
+  }
+  EXPECT_FALSE(extractArchive((folder_.path() / "missing").string(), target_.string()));
+  EXPECT_FALSE(extractArchive(folder_.path().string(), target_.string()));
+  zip({zipFile("file", "x")});
+  EXPECT_FALSE(extractArchive(archive_.string(), (folder_.path() / "missing").string()));
+  EXPECT_TRUE(fs::is_empty(target_));
+}
+
+TEST_F(ArchiveExtraction, FailsOnAFullDisk) {
+  zip({zipFile("file", longText)});
+  EXPECT_EQ(inChild([this] {
+              // Simulates a full disk without mounting a file system.
+              ::signal(SIGXFSZ, SIG_IGN);
+              const rlimit limit{10'000, 10'000};
+              return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && !extract();
+            }),
+            true);
+  EXPECT_TRUE(extract());
+}
+
+TEST_F(ArchiveExtraction, UnpacksBehindALinkOfTheUsersOwn) {
+  fs::create_directory_symlink(target_, folder_.path() / "link");
+  zip({zipFolder("a/"), zipFile("a/file", "x")});
+  EXPECT_TRUE(extractArchive(archive_.string(), (folder_.path() / "link").string()));
+  EXPECT_EQ(contentsOf(target_ / "a/file"), "x");
+}
+
+}  // namespace
+}  // namespace orvel

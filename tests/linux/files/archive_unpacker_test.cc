@@ -1,0 +1,123 @@
+// The unpacking of release archives.
+
+#include "platform/linux/files/archive_unpacker.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "platform/posix/posix_process_launcher.h"
+#include "tests/linux/files/forked_child.h"
+#include "tests/linux/files/release_program.h"
+#include "tests/linux/files/zip_archive.h"
+#include "tests/support/folder_tree.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace posix_test;
+
+const std::string programName = "Orvel OS.app/Contents/Linux/orvel-os";
+
+std::vector<ZipEntry> release(const std::string &program = releaseProgram(),
+                              unsigned permissions = 0755) {
+  return {zipFolder("Orvel OS.app/"), zipFile("Orvel OS.app/Contents/Info.plist", "information"),
+          zipFile(programName, program, permissions),
+          zipLink("Orvel OS.app/Contents/Current", "Linux")};
+}
+
+class ArchiveUnpacking : public testing::Test {
+ protected:
+  ArchiveUnpacking() { fs::create_directories(working_); }
+
+  void unpack(const std::vector<ZipEntry> &entries) const {
+    writeZip(archive_, entries);
+    unpack();
+  }
+  void unpack() const { unpacker_.unpack(archive_.string(), working_.string()); }
+  /// Empties the folder.
+  void expectRefused(const std::vector<ZipEntry> &entries) const {
+    fs::remove_all(working_);
+    fs::create_directories(working_);
+    unpack(entries);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(bundle_)));
+  }
+
+  const TemporaryFolder folder_;
+  const fs::path working_ = folder_.path() / "working folder";
+  const fs::path bundle_ = working_ / "Orvel OS.app";
+  const fs::path archive_ = folder_.path() / "archive";
+  mutable PosixProcessLauncher launcher_{processEnvironment()};
+  const ArchiveUnpacker unpacker_{launcher_};
+};
+
+TEST_F(ArchiveUnpacking, LeavesTheWholeBundleWithoutRunningIt) {
+  unpack(release());
+  const Tree tree = treeOf(bundle_);
+  EXPECT_EQ(tree.size(), 6U);
+  EXPECT_EQ(tree.at("Contents/Info.plist"), "file 644 information");
+  EXPECT_EQ(tree.at("Contents/Current"), "link to Linux");
+  EXPECT_TRUE(tree.at("Contents/Linux/orvel-os").starts_with("file 755 "));
+  EXPECT_EQ(contentsOf(working_ / programName), releaseProgram());
+}
+
+TEST_F(ArchiveUnpacking, LeavesNoBundleWithoutAProgramThatStartsHere) {
+  expectRefused({zipFile("Orvel OS.app/Contents/Info.plist", "x")});
+  expectRefused({zipFolder(programName + "/")});
+  expectRefused(release("#!/bin/sh\n"));
+  expectRefused(release(releaseProgram(), 0644));
+  expectRefused(release(releaseProgramWith("libc.so.6", "libq.so.6")));
+  expectRefused({zipFile("Orvel OS 1.3.app/Contents/Linux/orvel-os", releaseProgram(), 0755)});
+  expectRefused({zipFile("folder/" + programName, releaseProgram(), 0755)});
+}
+
+TEST_F(ArchiveUnpacking, LeavesNoBundleOfWhatCannotBeUnpackedToItsEnd) {
+  auto entries = release();
+  entries.push_back(zipLink("zzz", "/etc"));
+  expectRefused(entries);
+  writeZip(archive_, release());
+  const std::string whole = contentsOf(archive_);
+  fs::remove_all(working_);
+  fs::create_directories(working_);
+  std::ofstream(archive_, std::ios::binary) << whole.substr(0, whole.size() - 1);
+  unpack();
+  EXPECT_FALSE(fs::exists(bundle_));
+}
+
+TEST_F(ArchiveUnpacking, LeavesNothingOutsideAMissingFolder) {
+  writeZip(archive_, release());
+  fs::remove_all(working_);
+  unpack();
+  EXPECT_FALSE(fs::exists(working_));
+}
+
+TEST_F(ArchiveUnpacking, LeavesTheBundleWholeOrNotAtAllWhereverItIsKilled) {
+  unpack(release());
+  const Tree whole = treeOf(bundle_);
+  int kills = 0;
+  bool sawNothing = false;
+  for (int number = 1;; ++number) {
+    fs::remove_all(working_);
+    fs::create_directories(working_);
+    const ChildEnd end = killAtSystemCall(number, [this] {
+      unpack();
+      return true;
+    });
+    if (end == ChildEnd::notFollowed) GTEST_SKIP() << "no child can be followed here";
+    const Tree left = treeOf(bundle_);
+    if (left.empty()) sawNothing = true;
+    ASSERT_TRUE(left.empty() || left == whole) << "killed at system call " << number;
+    if (end != ChildEnd::killed) {
+      EXPECT_EQ(end, ChildEnd::succeeded);
+      EXPECT_EQ(left, whole);
+      break;
+    }
+    ++kills;
+  }
+  EXPECT_GT(kills, 20);
+  EXPECT_TRUE(sawNothing);
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,217 @@
+// What the file of the user's settings has to stand.
+
+#include "platform/linux/files/key_file_user_defaults.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "base/file_handle.h"
+#include "tests/support/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+using posix_test::contentsOf;
+using posix_test::TemporaryFolder;
+
+class KeyFileDefaults : public testing::Test {
+ protected:
+  void write(const std::string &contents) {
+    std::filesystem::create_directories(path_.parent_path());
+    std::ofstream(path_) << contents;
+  }
+  KeyFileUserDefaults open() { return KeyFileUserDefaults(path_.string()); }
+  std::string pathOf(const std::string &suffix) { return path_.string() + suffix; }
+
+  const TemporaryFolder folder_;
+  const std::filesystem::path path_ = folder_.path() / "config" / "nl.orvel.os" / "defaults.ini";
+};
+
+TEST_F(KeyFileDefaults, MakesNothingUntilSomethingIsStored) {
+  EXPECT_EQ(open().text("osURL"), std::nullopt);
+  EXPECT_FALSE(std::filesystem::exists(path_.parent_path()));
+}
+
+TEST_F(KeyFileDefaults, SurvivesARestart) {
+  open().setText("osURL", "https://os.test/");
+  EXPECT_EQ(open().text("osURL"), "https://os.test/");
+  EXPECT_EQ(contentsOf(path_), "[Defaults]\nosURL=https://os.test/\n");
+  struct stat status;
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  EXPECT_FALSE(std::filesystem::exists(pathOf(".new")));
+}
+
+TEST_F(KeyFileDefaults, RoundTripsAnyBytes) {
+  std::string everyByte;
+  for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
+  const std::vector<std::string> texts{"",
+                                       " ",
+                                       "  leading and trailing \t",
+                                       "\tx",
+                                       "two\nlines\r\n",
+                                       "[Defaults]\nosURL=x",
+                                       "# no comment",
+                                       R"(a=b;c\d\ne\x41)",
+                                       "caf\xC3\xA9 \xF0\x9F\x98\x80",
+                                       "\xC3",
+                                       "\xff\xfe\xC3\x28",
+                                       std::string("a\0b", 3),
+                                       everyByte,
+                                       std::string(100'000, 'x')};
+  for (const std::string &text : texts) {
+    open().setText("osURL", text);
+    open().setText("other", "kept");
+    EXPECT_EQ(open().text("osURL"), text);
+  }
+}
+
+TEST_F(KeyFileDefaults, TakesAnyKey) {
+  const std::vector<std::string> keys{"osURL", "NSWindow Frame ORVELOSMain",
+                                      " a ",   "a=b",
+                                      "a%3Db", "[a]",
+                                      "#a",    "",
+                                      "%",     "key[nl]",
+                                      "\xff",  "a\nb"};
+  for (std::size_t at = 0; at < keys.size(); ++at) open().setText(keys[at], std::to_string(at));
+  for (std::size_t at = 0; at < keys.size(); ++at) {
+    EXPECT_EQ(open().text(keys[at]), std::to_string(at)) << keys[at];
+  }
+}
+
+TEST_F(KeyFileDefaults, LeavesTheRestOfTheFileAlone) {
+  // GLib 2.74 puts a blank line after the comment when there is none, and 2.84 does not.
+  write("# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=old\n");
+  open().setText("osURL", "new");
+  EXPECT_EQ(contentsOf(path_),
+            "# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=new\n");
+}
+
+TEST_F(KeyFileDefaults, SeesWhatAnotherInstanceStores) {
+  auto one = open();
+  auto other = open();
+  one.setText("one", "1");
+  other.setText("other", "2");
+  EXPECT_EQ(one.text("other"), "2");
+  one.setText("one", "3");
+  EXPECT_EQ(other.text("one"), "3");
+  EXPECT_EQ(other.text("other"), "2");
+}
+
+TEST_F(KeyFileDefaults, LosesNothingWhenManyWriteAtOnce) {
+  auto shared = open();
+  std::vector<std::thread> threads;
+  for (int writer = 0; writer < 4; ++writer) {
+    threads.emplace_back([this, writer, &shared] {
+      auto own = open();
+      for (int number = 0; number < 25; ++number) {
+        auto &defaults = number % 2 == 0 ? own : shared;
+        defaults.setText("key" + std::to_string(writer) + "." + std::to_string(number), "stored");
+      }
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  for (int writer = 0; writer < 4; ++writer) {
+    for (int number = 0; number < 25; ++number) {
+      EXPECT_EQ(shared.text("key" + std::to_string(writer) + "." + std::to_string(number)),
+                "stored");
+    }
+  }
+}
+
+TEST_F(KeyFileDefaults, KeepsADamagedFileAside) {
+  const std::string damaged("[Defaults]\nosURL=x\n\0\0\0\0\0", 24);
+  write(damaged);
+  auto defaults = open();
+  EXPECT_EQ(defaults.text("osURL"), std::nullopt);
+  EXPECT_EQ(contentsOf(path_), damaged);
+  defaults.setText("osURL", "new");
+  EXPECT_EQ(open().text("osURL"), "new");
+  EXPECT_EQ(contentsOf(pathOf(".damaged")), damaged);
+
+  write("damaged again");
+  open().setText("osURL", "newer");
+  EXPECT_EQ(contentsOf(pathOf(".damaged")), damaged);
+  EXPECT_EQ(contentsOf(pathOf(".damaged.2")), "damaged again");
+}
+
+TEST_F(KeyFileDefaults, CountsAnEntryItCannotReadAsAbsent) {
+  write("[Defaults]\nosURL=\\q\nother=a\\\nfine=x\n");
+  EXPECT_EQ(open().text("osURL"), std::nullopt);
+  EXPECT_EQ(open().text("other"), std::nullopt);
+  EXPECT_EQ(open().text("fine"), "x");
+}
+
+TEST_F(KeyFileDefaults, IsNotHeldUpByWhatIsNoFile) {
+  std::filesystem::create_directories(path_.parent_path());
+  ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+  auto defaults = open();
+  EXPECT_EQ(defaults.text("osURL"), std::nullopt);
+  defaults.setText("osURL", "new");
+  EXPECT_EQ(open().text("osURL"), "new");
+}
+
+TEST_F(KeyFileDefaults, HoldsForThisRunWhatItCannotWrite) {
+  // A file where the folder should be: root may write anywhere else.
+  std::filesystem::create_directories(path_.parent_path().parent_path());
+  std::ofstream(path_.parent_path()) << "in the way";
+  auto defaults = open();
+  defaults.setText("osURL", "unsaved");
+  EXPECT_EQ(defaults.text("osURL"), "unsaved");
+  EXPECT_EQ(open().text("osURL"), std::nullopt);
+
+  std::filesystem::remove(path_.parent_path());
+  defaults.setText("other", "saved");
+  EXPECT_EQ(open().text("osURL"), "unsaved");
+  EXPECT_EQ(open().text("other"), "saved");
+}
+
+TEST_F(KeyFileDefaults, SurvivesAKillInTheMiddleOfAWrite) {
+  const std::string old(60'000, 'a');
+  const std::string fresh(60'000, 'b');
+  open().setText("kept", "kept");
+  open().setText("osURL", old);
+  int seenFresh = 0;
+  for (int round = 0; round < 60; ++round) {
+    auto written = Pipe::create();
+    ASSERT_TRUE(written);
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+      // Without a reader the next write ends this process.
+      written->reading.reset();
+      auto defaults = open();
+      for (;;) {
+        defaults.setText("osURL", fresh);
+        written->writing->write("1");
+        defaults.setText("osURL", old);
+      }
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(written->reading->descriptor(), &byte, 1), 1);
+    // Each round stops the writer elsewhere in its work.
+    std::this_thread::sleep_for(std::chrono::microseconds(137 * round));
+    ::kill(writer, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+    ASSERT_TRUE(WIFSIGNALED(status));
+
+    const auto found = open().text("osURL");
+    ASSERT_TRUE(found == old || found == fresh) << "round " << round;
+    ASSERT_EQ(open().text("kept"), "kept");
+    if (found == fresh) ++seenFresh;
+    ASSERT_FALSE(std::filesystem::exists(pathOf(".damaged")));
+  }
+  EXPECT_GT(seenFresh, 0) << "no writer was stopped after a write";
+}
+
+}  // namespace
+}  // namespace orvel

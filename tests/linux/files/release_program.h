@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "tests/support/posix_test_support.h"
+
+namespace orvel::posix_test {
+
+/// Returns the bytes of a program that this machine can start. When executed, it creates
+/// a file "executed" next to itself. It calls `getpgid` of libc.so.6.
+inline std::string releaseProgram() { return contentsOf(ORVELOS_RELEASE_PROGRAM); }
+
+/// Returns that program with every occurrence of a text replaced by one of equal length.
+inline std::string releaseProgramWith(const std::string &text, const std::string &replacement) {
+  std::string bytes = releaseProgram();
+  for (auto at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1)) {
+    bytes.replace(at, text.size(), replacement);
+  }
+  return bytes;
+}
+
+}  // namespace orvel::posix_test

@@ -1,0 +1,79 @@
+#include "tests/linux/files/zip_archive.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <memory>
+#include <stdexcept>
+
+namespace orvel::posix_test {
+
+namespace {
+
+constexpr time_t someTime = 1'700'000'000;
+constexpr la_int64_t someUser = 12'345;
+
+void require(bool holds, archive *writer) {
+  if (!holds) throw std::runtime_error(archive_error_string(writer));
+}
+
+void write(archive *writer, const ZipEntry &source) {
+  const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
+                                                                            archive_entry_free);
+  archive_entry_set_pathname(entry.get(), source.name.c_str());
+  archive_entry_set_mode(entry.get(), source.mode);
+  archive_entry_set_mtime(entry.get(), someTime, 0);
+  archive_entry_set_uid(entry.get(), someUser);
+  archive_entry_set_gid(entry.get(), someUser);
+  if (S_ISLNK(source.mode)) {
+    archive_entry_set_symlink(entry.get(), source.contents.c_str());
+  } else {
+    archive_entry_set_size(entry.get(), static_cast<la_int64_t>(source.contents.size()));
+  }
+  require(archive_write_header(writer, entry.get()) == ARCHIVE_OK, writer);
+  if (!S_ISREG(source.mode)) return;
+  const auto written = archive_write_data(writer, source.contents.data(), source.contents.size());
+  require(written == static_cast<la_ssize_t>(source.contents.size()), writer);
+}
+
+}  // namespace
+
+ZipEntry zipFile(const std::string &name, const std::string &contents, unsigned permissions) {
+  return {name, S_IFREG | permissions, contents};
+}
+
+ZipEntry zipFolder(const std::string &name, unsigned permissions) {
+  return {name, S_IFDIR | permissions, ""};
+}
+
+ZipEntry zipLink(const std::string &name, const std::string &target) {
+  return {name, S_IFLNK | 0777U, target};
+}
+
+std::string writeZip(const std::filesystem::path &path, const std::vector<ZipEntry> &entries,
+                     const std::string &options, const std::string &password) {
+  const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+  const locale_t previous = ::uselocale(utf8);
+  {
+    const std::unique_ptr<archive, decltype(&archive_write_free)> writer(archive_write_new(),
+                                                                         archive_write_free);
+    archive *zip = writer.get();
+    require(archive_write_set_format_zip(zip) == ARCHIVE_OK, zip);
+    require(archive_write_set_bytes_per_block(zip, 0) == ARCHIVE_OK, zip);
+    require(archive_write_set_options(zip, options.c_str()) == ARCHIVE_OK, zip);
+    if (!password.empty()) {
+      require(archive_write_set_options(zip, "zip:encryption=traditional") == ARCHIVE_OK, zip);
+      require(archive_write_set_passphrase(zip, password.c_str()) == ARCHIVE_OK, zip);
+    }
+    require(archive_write_open_filename(zip, path.c_str()) == ARCHIVE_OK, zip);
+    for (const ZipEntry &entry : entries) write(zip, entry);
+    require(archive_write_close(zip) == ARCHIVE_OK, zip);
+  }
+  ::uselocale(previous);
+  ::freelocale(utf8);
+  return path.string();
+}
+
+}  // namespace orvel::posix_test

@@ -1,0 +1,125 @@
+// The extension that files of a media type usually have.
+
+#include "platform/linux/http/media_type.h"
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <utility>
+#include <vector>
+
+#include "tests/support/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+/// Makes GIO use other MIME folders during its lifetime, the user's folder first.
+class MediaTypeFolders {
+ public:
+  explicit MediaTypeFolders(const std::vector<std::string> &folders) {
+    std::vector<const char *> paths;
+    for (const std::string &folder : folders) paths.push_back(folder.c_str());
+    paths.push_back(nullptr);
+    g_content_type_set_mime_dirs(paths.data());
+  }
+  ~MediaTypeFolders() { g_content_type_set_mime_dirs(nullptr); }
+  MediaTypeFolders(const MediaTypeFolders &) = delete;
+  MediaTypeFolders &operator=(const MediaTypeFolders &) = delete;
+};
+
+class MediaType : public testing::Test {
+ protected:
+  /// Describes a type in one of two folders, as the tools of the database do.
+  void describe(const std::string &folder, const std::string &type, const std::string &globs) {
+    const auto path = folder_.path() / folder / (type + ".xml");
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path) << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<mime-type type=\"" << type
+                        << "\">" << globs << "</mime-type>\n";
+  }
+  std::optional<std::string> extensionOf(const std::string &type) const {
+    const MediaTypeFolders folders(
+        {(folder_.path() / "user").string(), (folder_.path() / "system").string()});
+    return usualExtension(type);
+  }
+
+  posix_test::TemporaryFolder folder_;
+};
+
+TEST_F(MediaType, HasTheFirstExtensionOfTheHighestWeight) {
+  describe("system", "a/b",
+           "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
+           "<glob pattern=\"*.two\" weight=\"50\"/>");
+  EXPECT_EQ(extensionOf("a/b"), "one");
+  describe("user", "a/b", R"(<glob pattern="*.own"/>)");
+  EXPECT_EQ(extensionOf("a/b"), "one");
+  describe("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
+  EXPECT_EQ(extensionOf("a/b"), "own");
+}
+
+TEST_F(MediaType, TakesOnlyPatternsThatAreAnExtension) {
+  describe("system", "a/b",
+           "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"
+           "<glob pattern=\"*.[0-9]\"/><glob pattern=\"*.x*\"/><glob pattern=\"*./../x\"/>"
+           "<glob/><glob pattern=\"*.tar.gz\"/>");
+  EXPECT_EQ(extensionOf("a/b"), "tar.gz");
+  describe("system", "a/c", "<glob pattern=\"README*\"/>");
+  EXPECT_EQ(extensionOf("a/c"), std::nullopt);
+}
+
+TEST_F(MediaType, IsKnownByItsOtherNames) {
+  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+  std::ofstream(folder_.path() / "system" / "aliases") << "x/other a/b\nx/away ../a/b\n";
+  EXPECT_EQ(extensionOf("x/other"), "one");
+  EXPECT_EQ(extensionOf("x/oth"), std::nullopt);
+  EXPECT_EQ(extensionOf("x/away"), std::nullopt);
+}
+
+TEST_F(MediaType, IsReadWithoutCaseAndParameters) {
+  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+  for (const char *type : {"a/b", "A/B", " a/b ", "a/b;charset=utf-8", "a/b ; x=\"y/z\""}) {
+    EXPECT_EQ(extensionOf(type), "one") << type;
+  }
+}
+
+TEST_F(MediaType, NeverLeadsOutOfTheDatabase) {
+  describe("", "b", "<glob pattern=\"*.one\"/>");
+  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+  for (const char *type : {"", "/", "a", "a/", "/b", "../b", "./b", "a/../b", "a//b", "a/b/", ".",
+                           "a/.b", "a/b\n", "a/b%"}) {
+    EXPECT_EQ(extensionOf(type), std::nullopt) << type;
+  }
+}
+
+TEST_F(MediaType, HasNoExtensionWithoutADatabase) {
+  EXPECT_EQ(extensionOf("text/plain"), std::nullopt);
+}
+
+TEST_F(MediaType, HasTheExtensionThatUsersExpectInTheSystemsDatabase) {
+  const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
+      {"text/plain", "txt"},
+      {"text/html", "html"},
+      {"text/csv", "csv"},
+      {"text/calendar", "ics"},
+      {"text/vcard", "vcf"},
+      {"text/xml", "xml"},
+      {"image/jpeg", "jpg"},
+      {"image/png", "png"},
+      {"image/svg+xml", "svg"},
+      {"audio/ogg", "ogg"},
+      {"video/mp4", "mp4"},
+      {"application/pdf", "pdf"},
+      {"application/zip", "zip"},
+      {"application/x-zip-compressed", "zip"},
+      {"application/json", "json"},
+      {"application/vnd.ms-excel", "xls"},
+      {"application/octet-stream", std::nullopt},
+  };
+  for (const auto &[type, extension] : rows) {
+    EXPECT_EQ(usualExtension(type), extension) << type;
+  }
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,35 @@
+#include "platform/linux/webkit/webkit_url.h"
+
+#include <gtest/gtest.h>
+
+#include "base/url_escapes.h"
+
+namespace orvel {
+namespace {
+
+TEST(WebKitUrl, IsEncodedWhereTheUrlStandardLeavesCharactersAlone) {
+  for (const char *text :
+       {"http://h/a[b]|c\\d", "http://h/{}^`\"<>", "http://h?[|]", "http://h/#a#b#",
+        "http://h/100%", "http://[::1]:1/[", "mailto:a b@c?subject=[x]", "data:text/html,<p>é"}) {
+    const auto url = urlFromWebKit(text);
+    ASSERT_TRUE(url.has_value()) << text;
+    EXPECT_EQ(url->absoluteString, withEscapes(text));
+  }
+}
+
+TEST(WebKitUrl, WhatIsNoUrlIsNone) {
+  for (const char *text : {"", "http://[/", "http://h:x/", "1a:b"}) {
+    EXPECT_EQ(urlFromWebKit(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(urlFromWebKit(nullptr), std::nullopt);
+}
+
+TEST(WebKitUrl, ThePartsAreThoseOfTheEscapedText) {
+  const auto url = urlFromWebKit("http://h/a[b]?c");
+  ASSERT_TRUE(url.has_value());
+  EXPECT_EQ(url->path, "/a[b]");
+  EXPECT_EQ(url->absoluteString, "http://h/a%5Bb%5D?c");
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,252 @@
+// How a real system's child processes end, and who reaps them.
+
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <fstream>
+#include <future>
+#include <thread>
+
+#include "tests/support/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+using namespace posix_test;
+
+class PosixChildExit : public testing::TestWithParam<bool> {
+ protected:
+  std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
+    const auto result = launcher_.launch(request);
+    EXPECT_EQ(result.error, "");
+    return result.process;
+  }
+  /// Starts a shell command and gives what it printed first, one line.
+  std::shared_ptr<ChildProcess> launchAndRead(const std::string &commandLine, std::string &line) {
+    auto pipe = Pipe::create();
+    auto request = program("/bin/sh", {"-c", commandLine});
+    request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
+    auto process = launch(request);
+    char letter = 0;
+    while (::read(pipe->reading->descriptor(), &letter, 1) == 1 && letter != '\n') line += letter;
+    return process;
+  }
+
+  LauncherUnderTest launcher_{GetParam()};
+};
+
+/// A child that this test starts without the launcher.
+pid_t startStranger(const std::string &commandLine) {
+  std::array<std::string, 3> words{"/bin/sh", "-c", commandLine};
+  std::array<char *, 4> pointers{words[0].data(), words[1].data(), words[2].data(), nullptr};
+  std::array<char *, 1> nothing{nullptr};
+  pid_t stranger = -1;
+  ::posix_spawn(&stranger, "/bin/sh", nullptr, nullptr, pointers.data(), nothing.data());
+  return stranger;
+}
+
+TEST_P(PosixChildExit, TellsCodesFromSignals) {
+  EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
+  EXPECT_EQ(runShell(launcher_, "exit 255").status, 255);
+  EXPECT_EQ(runShell(launcher_, "exit 137").status, 137);
+  EXPECT_EQ(runShell(launcher_, "kill -KILL $$").status, SIGKILL);
+  EXPECT_EQ(runShell(launcher_, "ulimit -c 0; kill -ABRT $$").status, SIGABRT);
+}
+
+TEST_P(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
+  launch(program("/usr/bin/true"))->waitUntilExit();
+  const int before = openDescriptors();
+  std::atomic<int> told = 0;
+  auto request = program("/usr/bin/true");
+  request.terminationHandler = [&told](const auto &) { ++told; };
+  for (int i = 0; i < 1000; ++i) {
+    auto pipe = Pipe::create();
+    ASSERT_TRUE(pipe);
+    request.standardOutput = {StandardStream::Kind::handle, std::move(pipe->writing)};
+    const auto process = launch(request);
+    ASSERT_TRUE(process);
+    process->waitUntilExit();
+    ASSERT_EQ(process->terminationStatus(), 0);
+  }
+  request.standardOutput = {};
+  EXPECT_TRUE(eventually([&] { return told == 1000; }));
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(hasZombie());
+}
+
+TEST_P(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
+  const int before = openDescriptors();
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_FALSE(launcher_.launch(program("/nonexistent/orvel/program")).process);
+  }
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(hasZombie());
+}
+
+TEST_P(PosixChildExit, ADeafChildDiesOnlyOfKill) {
+  std::string line;
+  const auto child = launchAndRead("trap '' TERM; echo ready; exec sleep 600", line);
+  ASSERT_EQ(line, "ready");
+  child->terminate();
+  EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
+  EXPECT_TRUE(child->isRunning());
+  child->kill();
+  child->waitUntilExit();
+  EXPECT_EQ(child->terminationStatus(), SIGKILL);
+}
+
+TEST_P(PosixChildExit, AStoppedChildHasNotEnded) {
+  std::string line;
+  const auto child = launchAndRead("echo $$; kill -STOP $$; exit 4", line);
+  const pid_t number = std::stoi(line);
+  siginfo_t info{};
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(number), &info, WSTOPPED | WNOWAIT), 0);
+  EXPECT_TRUE(child->isRunning());
+  ::kill(number, SIGCONT);
+  child->waitUntilExit();
+  EXPECT_EQ(child->terminationStatus(), 4);
+}
+
+TEST_P(PosixChildExit, ReapsNoChildOfOthers) {
+  const pid_t stranger = startStranger("exit 5");
+  ASSERT_GT(stranger, 0);
+  siginfo_t info{};
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(stranger), &info, WEXITED | WNOWAIT), 0);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(runShell(launcher_, "exit 6").status, 6);
+  int status = 0;
+  ASSERT_EQ(::waitpid(stranger, &status, 0), stranger);
+  EXPECT_EQ(WEXITSTATUS(status), 5);
+}
+
+#if defined(__linux__)
+TEST_P(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
+  std::string line;
+  const auto child = launchAndRead("echo $$", line);
+  child->waitUntilExit();
+  const pid_t number = std::stoi(line);
+
+  pid_t stranger = -1;
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    // Only the system's administrator may choose the next number.
+    if (!(std::ofstream("/proc/sys/kernel/ns_last_pid") << number - 1 << std::flush)) break;
+    stranger = startStranger("exec /bin/sleep 600");
+    if (stranger == number) break;
+    ::kill(stranger, SIGKILL);
+    ::waitpid(stranger, nullptr, 0);
+  }
+  if (stranger != number) GTEST_SKIP() << "no stranger could be given the number";
+  child->terminate();
+  child->kill();
+  // Had one arrived, the stranger would not have died of this one.
+  ::kill(stranger, SIGUSR1);
+  int status = 0;
+  ASSERT_EQ(::waitpid(stranger, &status, 0), stranger);
+  EXPECT_EQ(WTERMSIG(status), SIGUSR1);
+  EXPECT_EQ(child->terminationStatus(), 0);
+}
+#endif
+
+TEST_P(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChildren) {
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  struct sigaction before {};
+  ::sigaction(SIGCHLD, &ignore, &before);
+  LauncherUnderTest launcher(GetParam());
+  EXPECT_EQ(runShell(launcher, "exit 3").status, 3);
+  ::sigaction(SIGCHLD, &before, nullptr);
+}
+
+TEST_P(PosixChildExit, EndsEvenWhenSomebodyElseTakesTheStatus) {
+  std::string line;
+  const auto child = launchAndRead("echo $$; exec sleep 600", line);
+  const pid_t number = std::stoi(line);
+  ::kill(number, SIGKILL);
+  // Either of the two may be first.
+  ::waitpid(number, nullptr, 0);
+  child->waitUntilExit();
+  EXPECT_FALSE(child->isRunning());
+  EXPECT_TRUE(child->terminationStatus() == SIGKILL || child->terminationStatus() == -1);
+}
+
+TEST_P(PosixChildExit, ASlowHandlerHoldsNothingUp) {
+  std::promise<void> release;
+  std::atomic<bool> inHandler = false;
+  std::atomic<bool> left = false;
+  auto request = program("/usr/bin/true");
+  request.terminationHandler = [&, released = release.get_future().share()](const auto &) {
+    inHandler = true;
+    released.wait();
+    left = true;
+  };
+  const auto child = launch(request);
+  EXPECT_TRUE(eventually([&] { return inHandler.load(); }));
+  child->waitUntilExit();
+  EXPECT_FALSE(hasZombie());
+  EXPECT_EQ(runShell(launcher_, "exit 2").status, 2);
+  EXPECT_FALSE(left);
+  release.set_value();
+  EXPECT_TRUE(eventually([&] { return left.load(); }));
+}
+
+TEST_P(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
+  const auto token = std::make_shared<int>(0);
+  auto request = program("/usr/bin/true");
+  request.terminationHandler = [token](const auto &) {};
+  std::weak_ptr<ChildProcess> process = launch(request);
+  request.terminationHandler = nullptr;
+  EXPECT_TRUE(eventually([&] { return process.expired() && token.use_count() == 1; }));
+  EXPECT_FALSE(hasZombie());
+}
+
+TEST_P(PosixChildExit, IsReapedThoughNobodyHoldsIt) {
+  for (int i = 0; i < 50; ++i) launch(program("/usr/bin/true"));
+  siginfo_t info{};
+  EXPECT_TRUE(
+      eventually([&] { return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1; }));
+}
+
+TEST_P(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
+  for (int i = 0; i < 50; ++i) {
+    std::atomic<int> told = 0;
+    auto request = program("/usr/bin/true");
+    request.terminationHandler = [&told](const auto &) { ++told; };
+    const auto child = launch(request);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([&child, thread] {
+        if (thread % 2 == 0) child->kill();
+        child->waitUntilExit();
+        EXPECT_FALSE(child->isRunning());
+      });
+    }
+    for (std::thread &thread : threads) thread.join();
+    EXPECT_TRUE(child->terminationStatus() == 0 || child->terminationStatus() == SIGKILL);
+    EXPECT_TRUE(eventually([&] { return told == 1; }));
+  }
+}
+
+TEST_P(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 8; ++thread) {
+    threads.emplace_back([this, thread] {
+      for (int i = 0; i < 20; ++i) {
+        const std::string text = std::to_string(thread) + "-" + std::to_string(i);
+        const auto outcome = runShell(launcher_, "printf %s " + text + "; exit 7");
+        EXPECT_EQ(outcome.output, text);
+        EXPECT_EQ(outcome.status, 7);
+      }
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_FALSE(hasZombie());
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildExit, testing::Bool(), nameOfWay);
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,186 @@
+// What happens to child processes when the application dies without stopping them. Only
+// Linux has a parent-death signal.
+
+#if defined(__linux__)
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <string>
+#include <thread>
+
+#include "tests/support/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+using namespace posix_test;
+
+pid_t waitFor(pid_t process, int &status) {
+  pid_t found = 0;
+  while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
+  }
+  return found;
+}
+
+/// A stand-in for the application: a child of the test that runs a task and then waits
+/// to be killed. The test is the subreaper of its orphaned children.
+class PosixParentEnd : public testing::Test {
+ public:
+  PosixParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+  ~PosixParentEnd() override {
+    for (const pid_t process : {application, child}) {
+      if (process > 0) ::kill(process, SIGKILL);
+    }
+    while (::waitpid(-1, nullptr, __WALL) > 0 || errno == EINTR) {
+    }
+    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+  }
+
+ protected:
+  template <typename Task>
+  void startApplication(const Task &task) {
+    application = ::fork();
+    ASSERT_GE(application, 0);
+    if (application != 0) return;
+    task();
+    for (;;) ::pause();
+  }
+
+  /// Starts an application that launches the request, and reads the child's process ID
+  /// from the first line of its output.
+  void startApplicationWithChild(LaunchRequest request) {
+    auto pipe = Pipe::create();
+    ASSERT_TRUE(pipe);
+    request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
+    startApplication([&] {
+      PosixProcessLauncher launcher(processEnvironment());
+      // Launched from a thread that ends at once: its end must not trigger the signal.
+      std::thread([&] { launcher.launch(request); }).join();
+      request.standardOutput = {};
+      pipe.reset();
+    });
+    request.standardOutput = {};
+    pipe->writing.reset();
+    std::string line;
+    char letter = 0;
+    while (::read(pipe->reading->descriptor(), &letter, 1) == 1 && letter != '\n') line += letter;
+    ASSERT_NE(line, "");
+    child = std::stoi(line);
+  }
+
+  /// Returns how the child ended. It must end within the time limit.
+  int endOfChild() {
+    int status = 0;
+    const bool hasEnded = eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
+    EXPECT_TRUE(hasEnded);
+    if (hasEnded) child = 0;
+    return status;
+  }
+
+  void killApplication() {
+    ::kill(application, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(waitFor(application, status), application);
+    application = 0;
+  }
+
+  pid_t application = 0;
+  pid_t child = 0;
+};
+
+TEST_F(PosixParentEnd, ChildThatEndsWithItsParentGetsSigterm) {
+  auto request = program("/bin/sh", {"-c", "echo $$; exec sleep 600"});
+  request.endsWithParent = true;
+  ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
+  ASSERT_NO_FATAL_FAILURE(killApplication());
+  const int status = endOfChild();
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGTERM);
+}
+
+TEST_F(PosixParentEnd, OtherChildrenOutliveTheirParent) {
+  ASSERT_NO_FATAL_FAILURE(
+      startApplicationWithChild(program("/bin/sh", {"-c", "echo $$; exec sleep 600"})));
+  ASSERT_NO_FATAL_FAILURE(killApplication());
+  // A parent-death signal would have been delivered before this one.
+  ::kill(child, SIGUSR1);
+  EXPECT_EQ(WTERMSIG(endOfChild()), SIGUSR1);
+}
+
+TEST_F(PosixParentEnd, ChildOutlivesTheThreadThatLaunchedIt) {
+  PosixProcessLauncher launcher(processEnvironment());
+  auto request = program("/bin/sleep", {"600"});
+  request.endsWithParent = true;
+  LaunchResult launched;
+  pid_t thread = 0;
+  std::thread([&] {
+    thread = ::gettid();
+    launched = launcher.launch(request);
+  }).join();
+  ASSERT_TRUE(launched.process);
+  // The join returns slightly before the thread ends, so a signal could be late.
+  const auto entry = std::filesystem::path("/proc/self/task") / std::to_string(thread);
+  ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(entry); }));
+  launched.process->kill();
+  launched.process->waitUntilExit();
+  EXPECT_EQ(launched.process->terminationStatus(), SIGKILL);
+}
+
+bool isThreadOf(pid_t process, pid_t thread) {
+  return std::filesystem::exists("/proc/" + std::to_string(process) + "/task/" +
+                                 std::to_string(thread));
+}
+
+/// Runs a stopped application until it has forked a child that has not run yet. Returns
+/// the child's process ID, or zero when ptrace is not permitted.
+pid_t childBeforeItsFirstStep(pid_t application) {
+  int status = 0;
+  if (waitFor(application, status) != application || !WIFSTOPPED(status)) return 0;
+  const long options = PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK;
+  if (::ptrace(PTRACE_SETOPTIONS, application, nullptr, options) != 0) return 0;
+  ::ptrace(PTRACE_CONT, application, nullptr, 0);
+  for (;;) {
+    const pid_t stopped = waitFor(-1, status);
+    if (stopped <= 0) return 0;
+    if (!WIFSTOPPED(status)) continue;
+    // ptrace stops a new thread or child before its first instruction.
+    if (!isThreadOf(application, stopped)) return stopped;
+    const int event = status >> 16;
+    const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
+    if (!hasForked) ::ptrace(PTRACE_CONT, stopped, nullptr, 0);
+  }
+}
+
+TEST_F(PosixParentEnd, ChildOfAnApplicationThatIsAlreadyDeadDoesNotRun) {
+  const TemporaryFolder folder;
+  const auto trace = folder.path() / "ran";
+  auto request = program("/usr/bin/touch", {trace});
+  request.endsWithParent = true;
+  ASSERT_NO_FATAL_FAILURE(startApplication([&] {
+    if (::ptrace(PTRACE_TRACEME, 0, nullptr, 0) != 0) ::_exit(1);
+    ::raise(SIGSTOP);
+    PosixProcessLauncher(processEnvironment()).launch(request);
+  }));
+  child = childBeforeItsFirstStep(application);
+  if (child == 0) GTEST_SKIP() << "this system does not let us follow our own child";
+  ::kill(application, SIGKILL);
+  // The tracer must also wait for the application's threads before it can be reaped.
+  int status = 0;
+  while (waitFor(-1, status) != application || WIFSTOPPED(status)) {
+  }
+  application = 0;
+  ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
+  EXPECT_TRUE(WIFEXITED(endOfChild()));
+  EXPECT_FALSE(std::filesystem::exists(trace));
+}
+
+}  // namespace
+}  // namespace orvel
+
+#endif

@@ -1,0 +1,106 @@
+// What launching does when the system runs short.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "tests/support/posix_test_support.h"
+
+namespace orvel {
+namespace {
+
+using namespace posix_test;
+
+/// A limit of this process, lowered for as long as this lives.
+class LoweredLimit {
+ public:
+  using Resource = decltype(RLIMIT_NOFILE);
+  explicit LoweredLimit(Resource resource) : resource_(resource) {
+    ::getrlimit(resource_, &before_);
+  }
+  ~LoweredLimit() { ::setrlimit(resource_, &before_); }
+  LoweredLimit(const LoweredLimit &) = delete;
+  LoweredLimit &operator=(const LoweredLimit &) = delete;
+  bool set(rlim_t value) {
+    const rlimit limit{value, before_.rlim_max};
+    return ::setrlimit(resource_, &limit) == 0;
+  }
+
+ private:
+  const Resource resource_;
+  rlimit before_{};
+};
+
+TEST(PosixShortage, OfDescriptors) {
+  PosixProcessLauncher launcher(processEnvironment());
+  const TemporaryFolder folder;
+  const std::string path = folder.file("file", "");
+  LoweredLimit limit(RLIMIT_NOFILE);
+  ASSERT_TRUE(limit.set(64));
+  std::vector<std::unique_ptr<FileHandle>> all;
+  for (int descriptor = 0; (descriptor = ::open("/dev/null", O_WRONLY | O_CLOEXEC)) >= 0;) {
+    all.push_back(std::make_unique<FileHandle>(descriptor));
+  }
+  ASSERT_FALSE(all.empty());
+
+  EXPECT_FALSE(Pipe::create());
+  EXPECT_FALSE(FileHandle::forWriting(path));
+  auto request = program("/bin/sh", {"-c", "exit 3"});
+  request.standardError.kind = StandardStream::Kind::null;
+  const auto child = launcher.launch(request);
+  EXPECT_EQ(child.error, "");
+  ASSERT_TRUE(child.process);
+  child.process->waitUntilExit();
+  EXPECT_EQ(child.process->terminationStatus(), 3);
+
+  // A handle with the number of a standard stream needs one more.
+  const int output = ::dup2(STDOUT_FILENO, all.back()->descriptor());
+  {
+    const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);
+    request.standardOutput = {StandardStream::Kind::handle, handle};
+    const auto failed = launcher.launch(request);
+    request.standardOutput = {};
+    EXPECT_FALSE(failed.process);
+    EXPECT_EQ(failed.error, "/bin/sh: " + description(EMFILE));
+  }
+  ::dup2(output, STDOUT_FILENO);
+}
+
+#if defined(__linux__)
+TEST(PosixShortage, OfThreadsAndProcesses) {
+  PosixProcessLauncher launcher(processEnvironment());
+  // Root is exempt from the limit, so that somebody else has to try.
+  const bool isRoot = ::geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(::setresuid(65534, 65534, 0), 0);
+  }
+  LaunchResult child;
+  int failures = 0;
+  {
+    LoweredLimit limit(RLIMIT_NPROC);
+    // From none at all to enough: first the thread cannot be had, then the
+    // process, then both.
+    for (rlim_t most = 0; !child.process && most < 5000 && limit.set(most); ++most) {
+      auto request = program("/bin/sh", {"-c", "exit 3"});
+      child = launcher.launch(request);
+      if (child.process) break;
+      ++failures;
+      EXPECT_EQ(child.error, "/bin/sh: " + description(EAGAIN));
+    }
+  }
+  if (isRoot) {
+    ASSERT_EQ(::setresuid(0, 0, 0), 0);
+  }
+  EXPECT_GE(failures, 2);
+  ASSERT_TRUE(child.process);
+  child.process->waitUntilExit();
+  EXPECT_EQ(child.process->terminationStatus(), 3);
+  EXPECT_FALSE(hasZombie());
+}
+#endif
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,95 @@
+#include "tests/support/posix_test_support.h"
+
+#include <dirent.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <thread>
+#include <utility>
+
+namespace orvel::posix_test {
+
+bool eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+Outcome run(ProcessLauncher &launcher, LaunchRequest request) {
+  auto pipe = Pipe::create();
+  request.standardOutput = {StandardStream::Kind::handle, std::move(pipe->writing)};
+  const LaunchResult child = launcher.launch(request);
+  request.standardOutput = {};
+  Outcome outcome;
+  outcome.error = child.error;
+  if (!child.process) return outcome;
+  outcome.output = pipe->reading->readToEnd();
+  child.process->waitUntilExit();
+  outcome.status = child.process->terminationStatus();
+  return outcome;
+}
+
+Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine) {
+  return run(launcher, program("/bin/sh", {"-c", commandLine}));
+}
+
+LaunchRequest program(const std::string &path, std::vector<std::string> arguments) {
+  LaunchRequest request;
+  request.executable = path;
+  request.arguments = std::move(arguments);
+  return request;
+}
+
+LaunchResult LauncherUnderTest::launch(const LaunchRequest &request) {
+  LaunchRequest changed = request;
+  changed.endsWithParent = endsWithParent_;
+  return launcher_.launch(changed);
+}
+
+int openDescriptors() {
+  int count = 0;
+  DIR *folder = ::opendir("/dev/fd");
+  while (::readdir(folder) != nullptr) ++count;
+  ::closedir(folder);
+  // Without ".", ".." and the folder's own.
+  return count - 3;
+}
+
+bool hasZombie() {
+  siginfo_t info{};
+  return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid != 0;
+}
+
+std::string description(int errorNumber) { return std::strerror(errorNumber); }
+
+std::string contentsOf(const std::filesystem::path &path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+TemporaryFolder::TemporaryFolder(const std::filesystem::path &within) {
+  std::string path = within / "orvel-contract-XXXXXX";
+  path_ = std::filesystem::canonical(::mkdtemp(path.data()));
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+std::string TemporaryFolder::file(const std::string &name, const std::string &contents,
+                                  bool isExecutable) const {
+  const auto path = path_ / name;
+  std::ofstream(path, std::ios::binary) << contents;
+  if (isExecutable) std::filesystem::permissions(path, std::filesystem::perms(0755));
+  return path;
+}
+
+}  // namespace orvel::posix_test

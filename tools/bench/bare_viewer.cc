@@ -1,0 +1,39 @@
+#include <webkit/webkit.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/linux/renderer_choice.h"
+
+// One window, one page, nothing else: the least that a viewer on GTK and
+// WebKitGTK can be.
+//
+//   bare_viewer URL          as the libraries come
+//   bare_viewer tuned URL    with the settings that suit this machine best
+int main(int argc, char **argv) {
+  const bool tuned = argc == 3 && std::strcmp(argv[1], "tuned") == 0;
+  if (argc != 2 && !tuned) return EXIT_FAILURE;
+  const bool inSoftware = tuned && !orvel::chooseDrawing().withGraphicsCard;
+  if (tuned) orvel::prepareDrawing(orvel::chooseDrawing(), gtk_get_minor_version());
+
+  gtk_init();
+  WebKitSettings *settings = webkit_settings_new();
+  if (inSoftware) {
+    g_object_set(gtk_settings_get_default(), "gtk-overlay-scrolling", FALSE, nullptr);
+    webkit_settings_set_hardware_acceleration_policy(settings,
+                                                     WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
+  }
+  GtkWidget *view = GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
+  g_object_unref(settings);
+
+  GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+  GtkWidget *window = gtk_window_new();
+  gtk_window_set_title(GTK_WINDOW(window), "Orvel OS");
+  gtk_window_set_child(GTK_WINDOW(window), view);
+  gtk_window_maximize(GTK_WINDOW(window));
+  g_signal_connect_swapped(window, "destroy", G_CALLBACK(g_main_loop_quit), loop);
+  gtk_window_present(GTK_WINDOW(window));
+  webkit_web_view_load_uri(WEBKIT_WEB_VIEW(view), argv[argc - 1]);
+  g_main_loop_run(loop);
+  g_main_loop_unref(loop);
+}
