@@ -11,7 +11,7 @@ import { pageColour } from '../../support/desktop/page.mjs';
 import { entryOf, fingerprint, makeRelease, offer } from '../../support/desktop/release.mjs';
 import { updated } from '../../support/desktop/update.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
-import { endedWell } from './watch.mjs';
+import { endedWell } from './invariants.mjs';
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n'.repeat(100_000) };
 const page = '<input id="veld" autocomplete="off"><a id="los" href="/api/bestand/los">los</a>';

@@ -8,8 +8,8 @@ import { pageColour } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { trialsOn } from '../support/desktop/trial.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong } from './harness/campaign.mjs';
-import { assertClean, endedWell, noZombies, underWatch } from './harness/watch.mjs';
+import { isLong } from './harness/scenarios.mjs';
+import { assertClean, endedWell, noZombies, underWatch } from './harness/invariants.mjs';
 
 const { trial } = trialsOn();
 

@@ -10,8 +10,8 @@ import { pageColour } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { trialsOn } from '../support/desktop/trial.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { badAnswers } from './harness/bad_answers.mjs';
-import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+import { badAnswers } from './harness/faulty_responses.mjs';
+import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
 
 const { trial } = trialsOn();
 

@@ -8,9 +8,9 @@ import { entryOf, fingerprint, makeRelease, offer } from '../support/desktop/rel
 import { trialsOn } from '../support/desktop/trial.mjs';
 import { askAndClose, newest, online, updated } from '../support/desktop/update.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { badAnswers } from './harness/bad_answers.mjs';
-import { mounting, noMounts } from './harness/name_space.mjs';
-import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+import { badAnswers } from './harness/faulty_responses.mjs';
+import { mounting, noMounts } from './harness/mount_namespace.mjs';
+import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
 
 const { trial } = trialsOn({ local: false });
 

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 
 import { onSessionBus } from '../../support/desktop/session_bus.mjs';
 import { jobs } from './jobs.mjs';
-import { assertClean, endedWell, underWatch } from './watch.mjs';
+import { assertClean, endedWell, underWatch } from './invariants.mjs';
 
 /// Whether the whole campaign was asked for.
 export const isLong = process.env.ORVEL_TEST_LONG === '1';

@@ -9,8 +9,8 @@ import { Desktop } from '../support/desktop/desktop.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { trialsOn } from '../support/desktop/trial.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong } from './harness/campaign.mjs';
-import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+import { isLong } from './harness/scenarios.mjs';
+import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
 
 const { trial } = trialsOn();
 

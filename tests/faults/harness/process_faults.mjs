@@ -12,7 +12,7 @@ import { setTimeout as pause } from 'node:timers/promises';
 
 import { alive, kill } from '../../support/desktop/processes.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
-import { endedWell } from './watch.mjs';
+import { endedWell } from './invariants.mjs';
 
 const goesOn = 'goes on';
 const always = (outcome) => ({

@@ -13,9 +13,9 @@ import { PORT, alive, kill } from '../support/desktop/processes.mjs';
 import { trialsOn } from '../support/desktop/trial.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong } from './harness/campaign.mjs';
-import { full, noMounts, readOnly } from './harness/name_space.mjs';
-import { assertClean, endedWell, underWatch } from './harness/watch.mjs';
+import { isLong } from './harness/scenarios.mjs';
+import { full, noMounts, readOnly } from './harness/mount_namespace.mjs';
+import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
 
 const { trial } = trialsOn();
 

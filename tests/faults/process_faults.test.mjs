@@ -1,8 +1,8 @@
 // Every blow in the middle of every job that has a server of this machine.
 
 import { trialsOn } from '../support/desktop/trial.mjs';
-import { blows } from './harness/blows.mjs';
-import { cell, isPlayed } from './harness/campaign.mjs';
+import { blows } from './harness/process_faults.mjs';
+import { cell, isPlayed } from './harness/scenarios.mjs';
 import { jobs } from './harness/jobs.mjs';
 
 const { trial } = trialsOn();
