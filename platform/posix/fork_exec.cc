@@ -41,7 +41,7 @@ class BlockedSignals {
 // locks at the fork, which nobody releases in the child.
 
 void restoreSignals() {
-  struct sigaction defaultAction {};
+  struct sigaction defaultAction{};
   defaultAction.sa_handler = SIG_DFL;
   // Fails for SIGKILL, SIGSTOP and the signals that the C library reserves.
   for (int signal = 1; signal <= SIGRTMAX; ++signal) ::sigaction(signal, &defaultAction, nullptr);

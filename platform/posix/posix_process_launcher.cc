@@ -21,7 +21,7 @@ namespace orvel {
 namespace {
 
 void keepExitStatuses() {
-  struct sigaction action {};
+  struct sigaction action{};
   ::sigaction(SIGCHLD, nullptr, &action);
   if (action.sa_handler != SIG_IGN && (action.sa_flags & SA_NOCLDWAIT) == 0) return;
   if (action.sa_handler == SIG_IGN) action.sa_handler = SIG_DFL;

@@ -4,11 +4,11 @@ namespace orvel {
 
 std::vector<PlatformUnderContract> platformsUnderContract() {
   return {
-    {"Fake", makeFakeContractPlatform},
+      {"Fake", makeFakeContractPlatform},
 #if defined(__linux__)
-        {"Linux", makeLinuxContractPlatform},
+      {"Linux", makeLinuxContractPlatform},
 #elif defined(__APPLE__)
-        {"MacOS", makeMacosContractPlatform},
+      {"MacOS", makeMacosContractPlatform},
 #endif
   };
 }

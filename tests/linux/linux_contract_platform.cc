@@ -143,8 +143,8 @@ class LinuxContractPlatform final : public ContractPlatform {
         },
         &expired);
     // The condition may come true on another thread, which does not wake this one.
-    const guint tick = g_timeout_add(
-        5, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr);
+    const guint tick =
+        g_timeout_add(5, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr);
     bool holds = condition();
     while (!holds && !expired) {
       g_main_context_iteration(nullptr, TRUE);

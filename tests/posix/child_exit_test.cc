@@ -152,9 +152,9 @@ TEST_P(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
 #endif
 
 TEST_P(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChildren) {
-  struct sigaction ignore {};
+  struct sigaction ignore{};
   ignore.sa_handler = SIG_IGN;
-  struct sigaction before {};
+  struct sigaction before{};
   ::sigaction(SIGCHLD, &ignore, &before);
   LauncherUnderTest launcher(GetParam());
   EXPECT_EQ(runShell(launcher, "exit 3").status, 3);

@@ -71,9 +71,9 @@ class Deafness {
     sigemptyset(&set);
     for (const int signal : signals) {
       sigaddset(&set, signal);
-      struct sigaction ignore {};
+      struct sigaction ignore{};
       ignore.sa_handler = SIG_IGN;
-      struct sigaction before {};
+      struct sigaction before{};
       ::sigaction(signal, &ignore, &before);
       before_.emplace_back(signal, before);
     }

@@ -75,7 +75,7 @@ Tree makeSmallTree(const fs::path &folder, const std::string &owner) {
 
 std::unique_ptr<TemporaryFolder> folderOnAnotherFileSystem() {
   const auto deviceOf = [](const fs::path &path) {
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 ? status.st_dev : dev_t{0};
   };
   const fs::path temporary = fs::temp_directory_path();

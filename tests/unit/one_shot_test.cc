@@ -39,7 +39,9 @@ TEST_F(OneShotTest, PassesOnTheFirstAnswerOnly) {
 }
 
 TEST_F(OneShotTest, AnswersWithTheFallbackWhenItIsDropped) {
-  { const auto answer = make(); }
+  {
+    const auto answer = make();
+  }
   EXPECT_THAT(answers_, ElementsAre("none"));
 }
 

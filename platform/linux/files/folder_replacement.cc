@@ -30,8 +30,8 @@ void discard(const fs::path &path) {
 
 /// A system that knows no exchange says so before it looks for the two.
 bool onOneDevice(const fs::path &one, const fs::path &other) {
-  struct stat first {};
-  struct stat second {};
+  struct stat first{};
+  struct stat second{};
   return ::lstat(one.c_str(), &first) == 0 && ::lstat(other.c_str(), &second) == 0 &&
          first.st_dev == second.st_dev;
 }

@@ -28,7 +28,7 @@ const std::string longText = [] {
 }();
 
 std::string modeOf(const fs::path &path) {
-  struct stat status {};
+  struct stat status{};
   ::lstat(path.c_str(), &status);
   std::ostringstream text;
   text << std::oct << status.st_mode;
@@ -116,7 +116,7 @@ TEST_F(ArchiveExtraction, KeepsPermissionsWhateverTheMaskButNeitherSetuidNorOwne
   EXPECT_EQ(modeOf(target_ / "a/file"), "100777");
   EXPECT_EQ(modeOf(target_ / "locked"), "40755") << "its owner can remove it";
   EXPECT_EQ(modeOf(target_ / "locked/file"), "100444");
-  struct stat status {};
+  struct stat status{};
   ASSERT_EQ(::stat((target_ / "a/file").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, ::geteuid());
   EXPECT_EQ(status.st_mtime, 1'700'000'000);
