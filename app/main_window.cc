@@ -1,4 +1,5 @@
 #include <chrono>
+#include <utility>
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
@@ -17,7 +18,6 @@ void AppDelegate::applicationDidFinishLaunching() {
   configuration.developerExtrasEnabled = true;
   configuration.drawsBackground = false;
   configuration.inspectable = true;
-  web = platform_.webViews.create(configuration, *this);
 
   WindowConfiguration style;
   style.contentRect = platform_.windows.mainScreenVisibleFrame().value_or(Rect{0, 0, 1440, 900});
@@ -30,7 +30,9 @@ void AppDelegate::applicationDidFinishLaunching() {
   style.minimumWidth = 1000;
   style.minimumHeight = 660;
   style.frameAutosaveName = "ORVELOSMain";
-  window = platform_.windows.create(style, *web);
+  WebWindow made = platform_.windows.create(style, configuration, *this);
+  web = std::move(made.web);
+  window = std::move(made.window);
 
   window->makeKeyAndOrderFront();
   platform_.application.activate();

@@ -24,7 +24,6 @@ namespace orvel {
 struct Platform {
   Application &application;
   WindowSystem &windows;
-  WebViewFactory &webViews;
   MenuBar &menuBar;
   Panels &panels;
   Workspace &workspace;

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -101,16 +100,6 @@ class WebView {
   virtual void reload() = 0;
   /// Lives as long as the view.
   virtual CookieStore &cookieStore() = 0;
-};
-
-/// Makes web views. Main thread only.
-class WebViewFactory {
- public:
-  virtual ~WebViewFactory() = default;
-
-  /// The delegate must outlive the view.
-  virtual std::unique_ptr<WebView> create(const WebViewConfiguration &configuration,
-                                          WebViewDelegate &delegate) = 0;
 };
 
 }  // namespace orvel

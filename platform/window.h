@@ -55,17 +55,25 @@ class Window {
   virtual void makeKeyAndOrderFront() = 0;
 };
 
-/// Makes windows. Main thread only.
+/// A window and the web view that fills it.
+struct WebWindow {
+  /// Must outlive the window.
+  std::unique_ptr<WebView> web;
+  std::unique_ptr<Window> window;
+};
+
+/// The screen, and the maker of windows. Main thread only.
 class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
 
-  /// The part of the main screen that docks and bars leave free, or nothing
-  /// when there is no screen.
+  /// Returns the part of the main screen that docks and bars leave free, or nullopt when
+  /// there is no screen.
   virtual std::optional<Rect> mainScreenVisibleFrame() const = 0;
-  /// Makes a window that is not yet shown. The content must outlive it.
-  virtual std::unique_ptr<Window> create(const WindowConfiguration &configuration,
-                                         WebView &content) = 0;
+  /// Makes a web view and a window that it fills. The window is not yet shown. The
+  /// delegate must outlive the view.
+  virtual WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &web,
+                           WebViewDelegate &delegate) = 0;
 };
 
 }  // namespace orvel

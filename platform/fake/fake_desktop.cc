@@ -66,13 +66,15 @@ void FakeWindow::makeKeyAndOrderFront() {
   scheduler_.record().add("window shown");
 }
 
-std::unique_ptr<Window> FakeWindowSystem::create(const WindowConfiguration &newConfiguration,
-                                                 WebView &newContent) {
+WebWindow FakeWindowSystem::create(const WindowConfiguration &window,
+                                   const WebViewConfiguration &webView, WebViewDelegate &delegate) {
   scheduler_.requireMainThread("making a window");
-  scheduler_.record().add("window " + newConfiguration.title);
-  configuration = newConfiguration;
-  content = &newContent;
-  return std::make_unique<FakeWindow>(scheduler_);
+  scheduler_.record().add("web view " + webView.applicationNameForUserAgent);
+  auto view = std::make_unique<FakeWebView>(scheduler_, webView, delegate, cookies);
+  web = view.get();
+  scheduler_.record().add("window " + window.title);
+  configuration = window;
+  return {std::move(view), std::make_unique<FakeWindow>(scheduler_)};
 }
 
 void FakeMenuBar::install(const std::vector<Menu> &newMenus) {

@@ -8,6 +8,7 @@
 
 #include "platform/application.h"
 #include "platform/fake/fake_scheduler.h"
+#include "platform/fake/fake_web_view.h"
 #include "platform/menu_bar.h"
 #include "platform/panels.h"
 #include "platform/window.h"
@@ -58,16 +59,19 @@ class FakeWindow final : public Window {
 
 class FakeWindowSystem final : public WindowSystem {
  public:
-  explicit FakeWindowSystem(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  explicit FakeWindowSystem(FakeScheduler &scheduler) : cookies(scheduler), scheduler_(scheduler) {}
 
   std::optional<Rect> mainScreenVisibleFrame() const override { return visibleFrame; }
-  std::unique_ptr<Window> create(const WindowConfiguration &configuration,
-                                 WebView &content) override;
+  WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &webView,
+                   WebViewDelegate &delegate) override;
 
   std::optional<Rect> visibleFrame = Rect{0, 25, 1920, 1000};
-  /// Of the window that was made last.
+  /// The cookies of every web view.
+  FakeCookieStore cookies;
+  /// The configuration of the window that was made last.
   WindowConfiguration configuration;
-  WebView *content = nullptr;
+  /// The web view that was made last. Owned by the caller of `create`.
+  FakeWebView *web = nullptr;
 
  private:
   FakeScheduler &scheduler_;

@@ -5,7 +5,6 @@ namespace orvel {
 Platform FakePlatform::ports() {
   return {.application = application,
           .windows = windows,
-          .webViews = webViews,
           .menuBar = menuBar,
           .panels = panels,
           .workspace = workspace,

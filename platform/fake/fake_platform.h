@@ -28,7 +28,6 @@ class FakePlatform {
   FakeClock clock{scheduler};
   FakeProcessLauncher processes{scheduler};
   FakeHttpSession http{scheduler};
-  FakeWebViewFactory webViews{scheduler};
   FakeApplication application{scheduler};
   FakeWindowSystem windows{scheduler};
   FakeMenuBar menuBar{scheduler};

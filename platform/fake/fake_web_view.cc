@@ -65,13 +65,4 @@ void FakeWebView::reload() {
   scheduler_.record().add("reload");
 }
 
-std::unique_ptr<WebView> FakeWebViewFactory::create(const WebViewConfiguration &configuration,
-                                                    WebViewDelegate &delegate) {
-  scheduler_.requireMainThread("making a web view");
-  scheduler_.record().add("web view " + configuration.applicationNameForUserAgent);
-  auto view = std::make_unique<FakeWebView>(scheduler_, configuration, delegate, cookies);
-  made = view.get();
-  return view;
-}
-
 }  // namespace orvel

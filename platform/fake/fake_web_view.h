@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,22 +46,6 @@ class FakeWebView final : public WebView {
  private:
   FakeScheduler &scheduler_;
   FakeCookieStore &cookies_;
-};
-
-class FakeWebViewFactory final : public WebViewFactory {
- public:
-  explicit FakeWebViewFactory(FakeScheduler &scheduler)
-      : cookies(scheduler), scheduler_(scheduler) {}
-
-  std::unique_ptr<WebView> create(const WebViewConfiguration &configuration,
-                                  WebViewDelegate &delegate) override;
-
-  FakeCookieStore cookies;
-  /// The view that was made last; owned by whoever asked for it.
-  FakeWebView *made = nullptr;
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 }  // namespace orvel

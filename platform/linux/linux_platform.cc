@@ -54,13 +54,14 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
                            .icon = resources_ + "/" + fallbackIdentifier + ".svg"}),
       menuBar_(name_, [this](MenuAction action,
                              ::GtkWindow *window) { commands_.perform(action, window); }),
-      windows_(application_, menuBar_, defaults_),
-      webViews_(WebKitSurroundings{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
-                                   .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
-                                   .accelerated = drawing_.withGraphicsCard}),
+      windows_(application_, menuBar_, defaults_,
+               WebKitSurroundings{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
+                                  .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
+                                  .accelerated = drawing_.withGraphicsCard}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
   commands_.prepareAbout = [this](::GtkWindow *window) { menuBar_.addApplicationKeys(window); };
+  commands_.editPage = WebKitPageView::edit;
 }
 
 void LinuxPlatform::gtkStarted() {
@@ -87,7 +88,6 @@ void LinuxPlatform::gtkStarted() {
 Platform LinuxPlatform::ports() {
   return {.application = application_,
           .windows = windows_,
-          .webViews = webViews_,
           .menuBar = menuBar_,
           .panels = panels_,
           .workspace = workspace_,

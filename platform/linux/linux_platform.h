@@ -14,11 +14,10 @@
 #include "platform/linux/gtk/gtk_dialog_quitting.h"
 #include "platform/linux/gtk/gtk_menu_bar.h"
 #include "platform/linux/gtk/gtk_panels.h"
-#include "platform/linux/gtk/gtk_window.h"
 #include "platform/linux/gtk/gtk_workspace.h"
 #include "platform/linux/http/soup_http_session.h"
+#include "platform/linux/linux_window_system.h"
 #include "platform/linux/renderer_choice.h"
-#include "platform/linux/webkit/webkit_web_view.h"
 #include "platform/platform.h"
 #include "platform/posix/posix_process_launcher.h"
 #include "platform/posix/system_clock.h"
@@ -68,8 +67,7 @@ class LinuxPlatform {
   GtkMenuBar menuBar_;
   /// Created after GTK has started.
   std::optional<GtkDialogQuitting> dialogQuitting_;
-  GtkWindowSystem windows_;
-  WebKitPageViewFactory webViews_;
+  LinuxWindowSystem windows_;
   GtkPanels panels_;
   GtkWorkspace workspace_;
 };

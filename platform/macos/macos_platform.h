@@ -4,7 +4,6 @@
 #include "platform/macos/appkit/cocoa_application.h"
 #include "platform/macos/appkit/cocoa_menu_bar.h"
 #include "platform/macos/appkit/cocoa_panels.h"
-#include "platform/macos/appkit/cocoa_window.h"
 #include "platform/macos/appkit/cocoa_workspace.h"
 #include "platform/macos/foundation/dispatch_background_queue.h"
 #include "platform/macos/foundation/file_manager_locations.h"
@@ -12,7 +11,7 @@
 #include "platform/macos/foundation/run_loop_main_queue.h"
 #include "platform/macos/foundation/shared_url_session.h"
 #include "platform/macos/foundation/standard_user_defaults.h"
-#include "platform/macos/webkit/wk_page_view.h"
+#include "platform/macos/macos_window_system.h"
 #include "platform/platform.h"
 #include "platform/posix/posix_process_launcher.h"
 #include "platform/posix/system_clock.h"
@@ -42,8 +41,7 @@ class MacosPlatform {
   MainBundle bundle_;
   FileManagerLocations locations_;
   CocoaMenuBar menuBar_;
-  CocoaWindowSystem windows_;
-  WKPageViewFactory webViews_;
+  MacosWindowSystem windows_;
   CocoaPanels panels_;
   CocoaWorkspace workspace_;
 };

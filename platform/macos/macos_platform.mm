@@ -6,13 +6,12 @@ MacosPlatform::MacosPlatform()
     : bridge_([[AppDelegateBridge alloc] init]),
       processes_(processEnvironment()),
       application_(bridge_),
-      webViews_(bridge_),
+      windows_(bridge_),
       panels_(bridge_) {}
 
 Platform MacosPlatform::ports() {
   return {.application = application_,
           .windows = windows_,
-          .webViews = webViews_,
           .menuBar = menuBar_,
           .panels = panels_,
           .workspace = workspace_,

@@ -52,12 +52,13 @@ class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract>
 
   std::unique_ptr<ContractPlatform> platform = GetParam().make();
   PermissiveDelegate delegate;
-  std::unique_ptr<WebView> view = [this] {
+  const WebWindow made = [this] {
     WebViewConfiguration configuration;
     configuration.applicationNameForUserAgent = "ORVELOS/";
     configuration.persistentDataStore = false;
-    return platform->ports().webViews.create(configuration, delegate);
+    return platform->ports().windows.create({}, configuration, delegate);
   }();
+  WebView *const view = made.web.get();
 };
 
 TEST_P(CookieStoreContract, BeginsEmpty) { EXPECT_TRUE(all().empty()); }

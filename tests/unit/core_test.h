@@ -84,12 +84,12 @@ class CoreTest : public testing::Test {
 
   /// Gives the delegate its web view without the rest of a launch.
   void makeWebView() {
-    delegate().web = fake.webViews.create({}, delegate());
+    delegate().web = fake.windows.create({}, {}, delegate()).web;
     fake.record.take();
   }
   void launch() { delegate().applicationDidFinishLaunching(); }
 
-  FakeWebView &web() { return *fake.webViews.made; }
+  FakeWebView &web() { return *fake.windows.web; }
   FakeChildProcess &lastServer() { return *fake.processes.launched.back(); }
   void goOnline(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;

@@ -109,8 +109,8 @@ class Downloads : public CoreTest {
 };
 
 TEST_F(Downloads, takeTheirStepsInOrder) {
-  fake.webViews.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "elders.test"),
-                                   cookie("sessie", "127.0.0.1")};
+  fake.windows.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "elders.test"),
+                                  cookie("sessie", "127.0.0.1")};
   fake.http.answer(address, {file("rapport.pdf")});
   download();
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
@@ -133,7 +133,7 @@ TEST_F(Downloads, sendTheCookieFieldWithoutAnyCookie) {
 }
 
 TEST_F(Downloads, ofAUrlWithoutAHostSendNoCookie) {
-  fake.webViews.cookies.cookies = {cookie("a", ".")};
+  fake.windows.cookies.cookies = {cookie("a", ".")};
   download("about:/api/export");
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.http.sent[0].request.header("Cookie"), "");
@@ -237,7 +237,7 @@ TEST_F(Downloads, intoAFolderThatIsMissingFailInSilence) {
 }
 
 TEST_F(Downloads, keepTheDelegateUntilTheFileOpens) {
-  fake.webViews.cookies.delay = 1s;
+  fake.windows.cookies.delay = 1s;
   FakeAnswer answer = file("data.csv");
   answer.delay = 1s;
   fake.http.answer(address, {answer});
@@ -255,9 +255,9 @@ TEST_F(Downloads, keepTheDelegateUntilTheFileOpens) {
 }
 
 TEST_F(Downloads, useTheCookiesOfTheMomentTheyAreAsked) {
-  fake.webViews.cookies.delay = 100ms;
+  fake.windows.cookies.delay = 100ms;
   download();
-  fake.webViews.cookies.cookies = {cookie("laat", "127.0.0.1")};
+  fake.windows.cookies.cookies = {cookie("laat", "127.0.0.1")};
   fake.scheduler.advance(100ms);
   EXPECT_EQ(fake.http.sent[0].request.header("Cookie"), "laat=1");
 }

@@ -64,7 +64,6 @@ TEST_F(MainWindow, windowLooksLikeThePage) {
   EXPECT_EQ(style.minimumWidth, 1000);
   EXPECT_EQ(style.minimumHeight, 660);
   EXPECT_EQ(style.frameAutosaveName, "ORVELOSMain");
-  EXPECT_EQ(fake.windows.content, &web());
 }
 
 TEST_F(MainWindow, errorPageWrapsTheMessageAsItStands) {

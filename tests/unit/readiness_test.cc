@@ -22,7 +22,7 @@ class Readiness : public CoreTest {
 
 TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
   fake.http.answer(localProbe, {{}, {}, {.statusCode = 200}});
-  fake.webViews.cookies.delay = 70ms;
+  fake.windows.cookies.delay = 70ms;
   open();
   fake.scheduler.advance(569ms);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
@@ -148,7 +148,7 @@ TEST_F(Readiness, endsInSilenceWhenTheAddressBecomesLocalWithoutAServer) {
 TEST_F(Readiness, loadsTheAddressThatHoldsOnceTheCookieIsStored) {
   goOnline();
   fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
-  fake.webViews.cookies.delay = 1000ms;
+  fake.windows.cookies.delay = 1000ms;
   open();
   fake.scheduler.advance(500ms);
   goOnline("https://elders.test");
@@ -179,8 +179,8 @@ TEST_F(Readiness, onlineCookieIsSecure) {
   fake.http.answer("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
   open();
   fake.scheduler.runUntilIdle();
-  ASSERT_EQ(fake.webViews.cookies.cookies.size(), 1U);
-  const Cookie &cookie = fake.webViews.cookies.cookies[0];
+  ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
+  const Cookie &cookie = fake.windows.cookies.cookies[0];
   EXPECT_EQ(cookie.name, "orvelapp");
   EXPECT_EQ(cookie.value, "sleutel");
   EXPECT_EQ(cookie.domain, "os.test");
@@ -197,7 +197,7 @@ TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
   open();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.record.count("cookie orvelapp"), 2U);
-  EXPECT_EQ(fake.webViews.cookies.cookies.size(), 1U);
+  EXPECT_EQ(fake.windows.cookies.cookies.size(), 1U);
 }
 
 TEST_F(Readiness, localhostIsLocal) {
@@ -205,9 +205,9 @@ TEST_F(Readiness, localhostIsLocal) {
   fake.http.answer("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(250ms);
-  ASSERT_EQ(fake.webViews.cookies.cookies.size(), 1U);
-  EXPECT_EQ(fake.webViews.cookies.cookies[0].domain, "localhost");
-  EXPECT_FALSE(fake.webViews.cookies.cookies[0].secure);
+  ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
+  EXPECT_EQ(fake.windows.cookies.cookies[0].domain, "localhost");
+  EXPECT_FALSE(fake.windows.cookies.cookies[0].secure);
   EXPECT_EQ(fake.processes.launched.size(), 1U);
 }
 
@@ -299,7 +299,7 @@ TEST_F(Readiness, answerBeforeTheWebViewExistsStopsTheProcess) {
 TEST_F(Readiness, chainKeepsTheDelegateUntilItEnds) {
   goOnline();
   fake.http.answer("https://os.test/api/wie", {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
-  fake.webViews.cookies.delay = 1s;
+  fake.windows.cookies.delay = 1s;
   open();
   const auto kept = delegate().weak_from_this();
   forgetDelegate();

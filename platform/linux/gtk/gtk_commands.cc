@@ -1,7 +1,5 @@
 #include "platform/linux/gtk/gtk_commands.h"
 
-#include <webkit/webkit.h>
-
 #include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/gtk/full_screen_bar.h"
 
@@ -9,45 +7,22 @@ namespace orvel {
 
 namespace {
 
-struct EditingNames {
-  const char *ofPage;
-  const char *ofTextField;
-};
-
-EditingNames editingNames(MenuAction action) {
+/// Returns the action of GtkText and GtkTextView for an editing command.
+const char *textAction(MenuAction action) {
   switch (action) {
     case MenuAction::undo:
-      return {WEBKIT_EDITING_COMMAND_UNDO, "text.undo"};
+      return "text.undo";
     case MenuAction::redo:
-      return {WEBKIT_EDITING_COMMAND_REDO, "text.redo"};
+      return "text.redo";
     case MenuAction::cut:
-      return {WEBKIT_EDITING_COMMAND_CUT, "clipboard.cut"};
+      return "clipboard.cut";
     case MenuAction::copy:
-      return {WEBKIT_EDITING_COMMAND_COPY, "clipboard.copy"};
+      return "clipboard.copy";
     case MenuAction::paste:
-      return {WEBKIT_EDITING_COMMAND_PASTE, "clipboard.paste"};
+      return "clipboard.paste";
     default:
-      return {WEBKIT_EDITING_COMMAND_SELECT_ALL, "selection.select-all"};
+      return "selection.select-all";
   }
-}
-
-/// The page of a window, when that is what the window shows.
-GtkWidget *pageOf(::GtkWindow *window) {
-  GtkWidget *child = contentOf(window);
-  return child != nullptr && WEBKIT_IS_WEB_VIEW(child) ? child : nullptr;
-}
-
-void edit(MenuAction action, ::GtkWindow *window) {
-  const EditingNames names = editingNames(action);
-  GtkWidget *target = gtk_window_get_focus(window);
-  if (target != nullptr && (GTK_IS_TEXT(target) || GTK_IS_TEXT_VIEW(target))) {
-    gtk_widget_activate_action(target, names.ofTextField, nullptr);
-    return;
-  }
-  // An item of the menu bar may still have the focus.
-  if (target == nullptr || !WEBKIT_IS_WEB_VIEW(target)) target = pageOf(window);
-  if (target == nullptr) return;
-  webkit_web_view_execute_editing_command(WEBKIT_WEB_VIEW(target), names.ofPage);
 }
 
 void toggleFullScreen(::GtkWindow *window) {
@@ -87,6 +62,16 @@ void GtkCommands::perform(MenuAction action, ::GtkWindow *window) {
     case MenuAction::paste:
     case MenuAction::selectAll:
       return edit(action, window);
+  }
+}
+
+void GtkCommands::edit(MenuAction action, ::GtkWindow *window) {
+  GtkWidget *focus = gtk_window_get_focus(window);
+  if (focus != nullptr && (GTK_IS_TEXT(focus) || GTK_IS_TEXT_VIEW(focus))) {
+    gtk_widget_activate_action(focus, textAction(action), nullptr);
+  } else if (editPage) {
+    // The focus may still be on an item of the menu bar.
+    editPage(action, focus, contentOf(window));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include <functional>
 #include <string>
 
 #include "platform/linux/gtk/gtk_application.h"
@@ -28,8 +29,12 @@ class GtkCommands {
 
   /// Called with each About dialog before it shows.
   std::function<void(::GtkWindow *)> prepareAbout;
+  /// Carries out an editing command outside of text fields. Gets the focused widget and the
+  /// content of the window; either may be null.
+  std::function<void(MenuAction, GtkWidget *focus, GtkWidget *content)> editPage;
 
  private:
+  void edit(MenuAction action, ::GtkWindow *window);
   void showAbout(::GtkWindow *parent);
 
   GtkApplicationHost &application_;

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/gtk/gtk_style.h"
 #include "platform/linux/gtk/window_frame.h"
-#include "platform/linux/webkit/webkit_web_view.h"
 
 namespace orvel {
 
@@ -27,7 +25,7 @@ int pixels(double points) { return static_cast<int>(points); }
 
 }  // namespace
 
-GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &content,
+GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget *content,
                              GtkApplicationHost &application, GtkMenuBar &menuBar,
                              UserDefaults &defaults)
     : application_(application),
@@ -36,16 +34,13 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, WebView &
       window_(GTK_WINDOW(gtk_window_new())),
       minimumWidth_(configuration.minimumWidth),
       minimumHeight_(configuration.minimumHeight) {
-  auto &page = dynamic_cast<WebKitPageView &>(content);
-  page.setColorBehind(configuration.backgroundColor);
-
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
   // Before the menus are in the window: each key would be told to each of their items.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
-  fullScreenBar_.emplace(window_, makeHeader(configuration, menus), menus, page.widget());
+  fullScreenBar_.emplace(window_, makeHeader(configuration, menus), menus, content);
   monitors_.emplace(window_, [this] { fitMinimumSize(); });
   restoreFrame(configuration);
   application_.addWindow(window_);
@@ -129,19 +124,6 @@ void GtkMainWindow::closed() {
   keepFrame();
   gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
   application_.lastWindowClosed();
-}
-
-std::optional<Rect> GtkWindowSystem::mainScreenVisibleFrame() const {
-  GdkDisplay *display = gdk_display_get_default();
-  if (display == nullptr) return std::nullopt;
-  const auto monitor = mainMonitor(display);
-  return monitor ? std::optional(visibleFrame(monitor.get())) : std::nullopt;
-}
-
-std::unique_ptr<Window> GtkWindowSystem::create(const WindowConfiguration &configuration,
-                                                WebView &content) {
-  installStyle(configuration.backgroundColor);
-  return std::make_unique<GtkMainWindow>(configuration, content, application_, menuBar_, defaults_);
 }
 
 }  // namespace orvel

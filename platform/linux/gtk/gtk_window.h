@@ -17,7 +17,7 @@ namespace orvel {
 /// the screen, are kept in the user's settings.
 class GtkMainWindow final : public Window {
  public:
-  GtkMainWindow(const WindowConfiguration &configuration, WebView &content,
+  GtkMainWindow(const WindowConfiguration &configuration, GtkWidget *content,
                 GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults);
   ~GtkMainWindow() override;
   GtkMainWindow(const GtkMainWindow &) = delete;
@@ -47,21 +47,6 @@ class GtkMainWindow final : public Window {
   std::optional<MonitorWatch> monitors_;
   /// The source that keeps a frame once it has stopped changing, or zero.
   guint keeping_ = 0;
-};
-
-class GtkWindowSystem final : public WindowSystem {
- public:
-  GtkWindowSystem(GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults)
-      : application_(application), menuBar_(menuBar), defaults_(defaults) {}
-
-  std::optional<Rect> mainScreenVisibleFrame() const override;
-  std::unique_ptr<Window> create(const WindowConfiguration &configuration,
-                                 WebView &content) override;
-
- private:
-  GtkApplicationHost &application_;
-  GtkMenuBar &menuBar_;
-  UserDefaults &defaults_;
 };
 
 }  // namespace orvel

@@ -10,6 +10,7 @@
 #include "platform/linux/webkit/webkit_cookie_store.h"
 #include "platform/linux/webkit/webkit_navigation.h"
 #include "platform/linux/webkit/webkit_printing.h"
+#include "platform/menu_bar.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
 
@@ -43,6 +44,10 @@ class WebKitPageView final : public WebView {
   /// without effect for a view that draws a background of its own.
   void setColorBehind(const Color &color);
 
+  /// Carries out an editing command of the menu bar in the focused web view, such as the
+  /// inspector, else in the page. `focus` may be null.
+  static void edit(MenuAction action, GtkWidget *focus, GtkWidget *page);
+
  private:
   void processTerminated(WebKitWebProcessTerminationReason reason);
   void loadChanged(WebKitLoadEvent event);
@@ -63,18 +68,6 @@ class WebKitPageView final : public WebView {
   bool isHtmlShown_ = false;
   /// What was to be loaded last, until it is there.
   std::optional<UrlRequest> awaited_;
-};
-
-class WebKitPageViewFactory final : public WebViewFactory {
- public:
-  explicit WebKitPageViewFactory(WebKitSurroundings surroundings)
-      : surroundings_(std::move(surroundings)) {}
-
-  std::unique_ptr<WebView> create(const WebViewConfiguration &configuration,
-                                  WebViewDelegate &delegate) override;
-
- private:
-  const WebKitSurroundings surroundings_;
 };
 
 }  // namespace orvel

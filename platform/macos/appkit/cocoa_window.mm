@@ -1,7 +1,6 @@
 #import "platform/macos/appkit/cocoa_window.h"
 
 #import "platform/macos/foundation/cocoa_text.h"
-#import "platform/macos/webkit/wk_page_view.h"
 
 namespace orvel {
 
@@ -22,7 +21,7 @@ NSColor *toCocoa(const Color &color) {
 
 }  // namespace
 
-CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, WebView &content)
+CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *content)
     : window_([[NSWindow alloc] initWithContentRect:toCocoa(configuration.contentRect)
                                           styleMask:styleMaskOf(configuration)
                                             backing:NSBackingStoreBuffered
@@ -36,23 +35,11 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, WebView &cont
   window_.titleVisibility = configuration.titleVisible ? NSWindowTitleVisible : NSWindowTitleHidden;
   window_.backgroundColor = toCocoa(configuration.backgroundColor);
   window_.minSize = NSMakeSize(configuration.minimumWidth, configuration.minimumHeight);
-  window_.contentView = dynamic_cast<WKPageView &>(content).view();
+  window_.contentView = content;
   // Last, for it brings back the frame of an earlier run.
   [window_ setFrameAutosaveName:toCocoa(configuration.frameAutosaveName)];
 }
 
 void CocoaWindow::makeKeyAndOrderFront() { [window_ makeKeyAndOrderFront:nil]; }
-
-std::optional<Rect> CocoaWindowSystem::mainScreenVisibleFrame() const {
-  NSScreen *screen = NSScreen.mainScreen;
-  if (screen == nil) return std::nullopt;
-  const NSRect frame = screen.visibleFrame;
-  return Rect{frame.origin.x, frame.origin.y, frame.size.width, frame.size.height};
-}
-
-std::unique_ptr<Window> CocoaWindowSystem::create(const WindowConfiguration &configuration,
-                                                  WebView &content) {
-  return std::make_unique<CocoaWindow>(configuration, content);
-}
 
 }  // namespace orvel

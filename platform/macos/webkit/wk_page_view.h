@@ -9,7 +9,9 @@ namespace orvel {
 /// A page shown by WebKit.
 class WKPageView final : public WebView {
  public:
-  explicit WKPageView(WKWebView *view);
+  /// The bridge becomes the delegate of the view and forwards its events to the delegate.
+  WKPageView(const WebViewConfiguration &configuration, AppDelegateBridge *bridge,
+             WebViewDelegate &delegate);
 
   void load(const UrlRequest &request) override;
   void loadHtml(std::string_view html) override;
@@ -21,19 +23,6 @@ class WKPageView final : public WebView {
  private:
   WKWebView *const view_;
   WKCookieStore cookies_;
-};
-
-class WKPageViewFactory final : public WebViewFactory {
- public:
-  /// Every view has the bridge as its delegate, and keeps it no longer than the
-  /// factory lives.
-  explicit WKPageViewFactory(AppDelegateBridge *bridge) : bridge_(bridge) {}
-
-  std::unique_ptr<WebView> create(const WebViewConfiguration &configuration,
-                                  WebViewDelegate &delegate) override;
-
- private:
-  AppDelegateBridge *const bridge_;
 };
 
 }  // namespace orvel

@@ -21,8 +21,16 @@ WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
 
 }  // namespace
 
-WKPageView::WKPageView(WKWebView *view)
-    : view_(view), cookies_(view.configuration.websiteDataStore.httpCookieStore) {}
+WKPageView::WKPageView(const WebViewConfiguration &configuration, AppDelegateBridge *bridge,
+                       WebViewDelegate &delegate)
+    : view_([[WKWebView alloc] initWithFrame:NSZeroRect configuration:toWebKit(configuration)]),
+      cookies_(view_.configuration.websiteDataStore.httpCookieStore) {
+  bridge.page = &delegate;
+  view_.navigationDelegate = bridge;
+  view_.UIDelegate = bridge;
+  [view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"];
+  if (@available(macOS 13.3, *)) view_.inspectable = configuration.inspectable;
+}
 
 void WKPageView::load(const UrlRequest &request) { [view_ loadRequest:toCocoa(request)]; }
 
@@ -31,17 +39,5 @@ void WKPageView::loadHtml(std::string_view html) {
 }
 
 void WKPageView::reload() { [view_ reload]; }
-
-std::unique_ptr<WebView> WKPageViewFactory::create(const WebViewConfiguration &configuration,
-                                                   WebViewDelegate &delegate) {
-  bridge_.page = &delegate;
-  WKWebView *view = [[WKWebView alloc] initWithFrame:NSZeroRect
-                                       configuration:toWebKit(configuration)];
-  view.navigationDelegate = bridge_;
-  view.UIDelegate = bridge_;
-  [view setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"];
-  if (@available(macOS 13.3, *)) view.inspectable = configuration.inspectable;
-  return std::make_unique<WKPageView>(view);
-}
 
 }  // namespace orvel

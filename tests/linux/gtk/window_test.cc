@@ -25,14 +25,15 @@ class LinuxDesktop : public testing::TestWithParam<const char *> {
   ::GtkWindow *makeWindow(const std::string &keptFrame, int minimumWidth = 400,
                           int minimumHeight = 300) {
     platform->ports().defaults.setText("ContractFrame", keptFrame);
-    view = platform->ports().webViews.create(WebViewConfiguration(), delegate);
     WindowConfiguration configuration;
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
     configuration.minimumWidth = minimumWidth;
     configuration.minimumHeight = minimumHeight;
     configuration.frameAutosaveName = "ContractFrame";
-    window = platform->ports().windows.create(configuration, *view);
+    auto made = platform->ports().windows.create(configuration, {}, delegate);
+    view = std::move(made.web);
+    window = std::move(made.window);
     return dynamic_cast<GtkMainWindow &>(*window).handle();
   }
 

@@ -22,7 +22,7 @@ class LinuxWebView : public testing::TestWithParam<const char *> {
     configuration.applicationNameForUserAgent = name;
     configuration.persistentDataStore = persistent;
     configuration.drawsBackground = false;
-    view = platform->ports().webViews.create(configuration, delegate);
+    view = std::move(platform->ports().windows.create({}, configuration, delegate).web);
   }
 
   void load(const std::string &url) {

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include "platform/linux/gtk/gtk_application.h"
+#include "platform/linux/gtk/gtk_menu_bar.h"
+#include "platform/linux/webkit/webkit_web_view.h"
+#include "platform/user_defaults.h"
+#include "platform/window.h"
+
+namespace orvel {
+
+/// GTK windows that show WebKitGTK views. Main thread only.
+class LinuxWindowSystem final : public WindowSystem {
+ public:
+  LinuxWindowSystem(GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults,
+                    WebKitSurroundings surroundings)
+      : application_(application),
+        menuBar_(menuBar),
+        defaults_(defaults),
+        surroundings_(std::move(surroundings)) {}
+
+  std::optional<Rect> mainScreenVisibleFrame() const override;
+  WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &web,
+                   WebViewDelegate &delegate) override;
+
+ private:
+  GtkApplicationHost &application_;
+  GtkMenuBar &menuBar_;
+  UserDefaults &defaults_;
+  const WebKitSurroundings surroundings_;
+};
+
+}  // namespace orvel
