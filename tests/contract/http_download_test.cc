@@ -59,7 +59,7 @@ class HttpDownloadContract : public testing::TestWithParam<PlatformUnderContract
       connection.send(answer(head.starts_with("GET /weg ") ? "404 Not Found" : "200 OK", body_));
     }
   }};
-  posix_test::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(EveryPlatform, HttpDownloadContract,
                          [](const auto &platform) { return platform.param.name; });
 
 TEST(MoveFile, GivesAFileAnotherPlace) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string from = folder.file("van", "inhoud");
   const std::string to = (folder.path() / "naar").string();
   EXPECT_EQ(moveFile(from, to), MoveResult::moved);
@@ -128,7 +128,7 @@ TEST(MoveFile, GivesAFileAnotherPlace) {
 }
 
 TEST(MoveFile, NeverReplaces) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string from = folder.file("van", "nieuw");
   const std::string file = folder.file("bestand", "oud");
   const std::string link = (folder.path() / "verwijzing").string();
@@ -144,7 +144,7 @@ TEST(MoveFile, NeverReplaces) {
 }
 
 TEST(MoveFile, FailsWithoutALoss) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string from = folder.file("van", "inhoud");
   EXPECT_EQ(moveFile(from, (folder.path() / "geen map" / "naar").string()), MoveResult::failed);
   EXPECT_EQ(moveFile(from, (folder.path() / std::string(256, 'x')).string()), MoveResult::failed);

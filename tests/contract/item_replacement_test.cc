@@ -41,7 +41,7 @@ class ItemReplacementContract : public testing::TestWithParam<PlatformUnderContr
     EXPECT_EQ(treeOf(folder_.path()), before) << original << " by " << replacement;
   }
 
-  const posix_test::TemporaryFolder folder_;
+  const TemporaryFolder folder_;
   const fs::path original_ = folder_.path() / "Applications" / "Orvel OS.app";
   const fs::path replacement_ = folder_.path() / "unpacked" / "Orvel OS.app";
   std::unique_ptr<ContractPlatform> platform_ = GetParam().make();

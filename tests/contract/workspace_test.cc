@@ -24,7 +24,7 @@ class WorkspaceContract : public testing::TestWithParam<PlatformUnderContract> {
   }
 
   std::unique_ptr<ContractPlatform> platform = GetParam().make();
-  posix_test::TemporaryFolder folder;
+  TemporaryFolder folder;
 };
 
 TEST_P(WorkspaceContract, OpensAUrlToTheLastCharacter) {

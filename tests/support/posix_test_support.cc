@@ -74,22 +74,4 @@ std::string contentsOf(const std::filesystem::path &path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-TemporaryFolder::TemporaryFolder(const std::filesystem::path &within) {
-  std::string path = within / "orvel-contract-XXXXXX";
-  path_ = std::filesystem::canonical(::mkdtemp(path.data()));
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TemporaryFolder::file(const std::string &name, const std::string &contents,
-                                  bool isExecutable) const {
-  const auto path = path_ / name;
-  std::ofstream(path, std::ios::binary) << contents;
-  if (isExecutable) std::filesystem::permissions(path, std::filesystem::perms(0755));
-  return path;
-}
-
 }  // namespace orvel::posix_test

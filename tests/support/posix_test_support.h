@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/posix/posix_process_launcher.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel::posix_test {
 
@@ -62,22 +63,5 @@ int openDescriptors();
 bool hasZombie();
 std::string description(int errorNumber);
 std::string contentsOf(const std::filesystem::path &path);
-
-/// A folder of its own within another; it goes with its owner.
-class TemporaryFolder {
- public:
-  explicit TemporaryFolder(
-      const std::filesystem::path &within = std::filesystem::temp_directory_path());
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder &) = delete;
-  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
-  const std::filesystem::path &path() const { return path_; }
-  /// Writes a file into the folder and gives its path.
-  std::string file(const std::string &name, const std::string &contents,
-                   bool isExecutable = false) const;
-
- private:
-  std::filesystem::path path_;
-};
 
 }  // namespace orvel::posix_test

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -15,6 +14,7 @@
 #include "app/pages.h"
 #include "app/settings.h"
 #include "platform/fake/fake_platform.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 
@@ -26,26 +26,6 @@ inline const std::string listing = "lsof -ti tcp:4767 -sTCP:LISTEN";
 inline const std::string localProbe = "http://127.0.0.1:4767/api/wie";
 inline const std::string shellNodeLookup =
     "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; command -v node";
-
-/// A folder of its own for each test, gone afterwards.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder &) = delete;
-  TemporaryFolder &operator=(const TemporaryFolder &) = delete;
-
-  const std::string &path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 /// The core on the fake platform, with a data root that contains a server script, and with
 /// its own bundle.

@@ -26,7 +26,7 @@ class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
   bool folderIsEmpty() const { return fs::is_empty(folder.path()); }
   std::string target() const { return (folder.path() / "naar").string(); }
 
-  posix_test::TemporaryFolder folder;
+  TemporaryFolder folder;
 };
 
 std::string textOf(const std::string &path) {
@@ -109,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(OfBothKinds, DownloadFiles,
                          });
 
 TEST(DownloadFile, WithoutANameLeavesNothingEvenWhenKilled) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const pid_t child = ::fork();
   if (child == 0) {
     DownloadFile file({folder.path().string()});
@@ -123,7 +123,7 @@ TEST(DownloadFile, WithoutANameLeavesNothingEvenWhenKilled) {
 }
 
 TEST(DownloadFile, IsNoneWhereNothingCanBeMade) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   EXPECT_FALSE(DownloadFile({}).isOpen());
   EXPECT_FALSE(DownloadFile({(folder.path() / "weg").string()}).isOpen());
   EXPECT_FALSE(DownloadFile({folder.file("bestand", "x")}).isOpen());

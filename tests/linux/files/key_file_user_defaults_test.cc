@@ -20,7 +20,6 @@ namespace orvel {
 namespace {
 
 using posix_test::contentsOf;
-using posix_test::TemporaryFolder;
 
 class KeyFileDefaults : public testing::Test {
  protected:

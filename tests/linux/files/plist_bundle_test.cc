@@ -42,7 +42,7 @@ class PlistBundleTest : public testing::Test {
     return PlistBundle(bundle_.string());
   }
 
-  const posix_test::TemporaryFolder folder_;
+  const TemporaryFolder folder_;
   const std::filesystem::path bundle_ = folder_.path() / "Orvel OS.app";
 };
 
@@ -77,7 +77,7 @@ TEST_F(PlistBundleTest, KeepsWhatItReadWhenMade) {
 }
 
 TEST(PlistFile, IsReadWhereItLies) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string xml = dictionary(mixedEntries);
   EXPECT_EQ(readPlistTexts(folder.file("list", xml)), parsePlistTexts(xml));
   EXPECT_NE(parsePlistTexts(xml), std::nullopt);

@@ -10,7 +10,7 @@ namespace orvel {
 namespace {
 
 TEST(UserLocations, KnowsAnExecutableFile) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const UserLocations locations(folder.path().string());
   EXPECT_TRUE(locations.isExecutableFile(folder.file("program", "#!/bin/sh\n", true)));
   EXPECT_FALSE(locations.isExecutableFile(folder.file("text", "x")));
@@ -25,7 +25,7 @@ TEST(UserLocations, DownloadsLieInAFolderOfTheUser) {
 }
 
 TEST(UserLocations, MakesTheTemporaryFolderForTheUserAlone) {
-  const posix_test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::string temporary = (folder.path() / "of the" / "user").string();
   const UserLocations locations(temporary);
   for (int call = 0; call < 2; ++call) {

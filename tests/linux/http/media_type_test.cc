@@ -44,7 +44,7 @@ class MediaType : public testing::Test {
     return usualExtension(type);
   }
 
-  posix_test::TemporaryFolder folder_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(MediaType, HasTheFirstExtensionOfTheHighestWeight) {

@@ -81,7 +81,7 @@ class SoupHttpDownload : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  posix_test::TemporaryFolder folder_;
+  TemporaryFolder folder_;
   const std::string target_ = (folder_.path() / "naar").string();
   SoupHttpSession session_{{folder_.path().string()}};
 };
