@@ -1,32 +1,59 @@
 #!/usr/bin/env bash
-# Formatting and static analysis of all C++ and shell code.
+# Checks the format of the C++ code, and runs static analysis on the C++, JavaScript and
+# shell code.
+#
+#   ./scripts/lint.sh         reports what is wrong
+#   ./scripts/lint.sh --fix   first formats the C++ code and applies the fixes of ESLint
+#
+# Fails when a linter is missing or has another version than the pinned one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# Every version formats and warns in its own way; this one is what the code is
-# kept to.
-version=14
+fail() {
+  echo "lint: $*" >&2
+  exit 1
+}
+
+case "${1-}" in
+  '') fix='' ;;
+  --fix) fix=yes ;;
+  *) fail 'usage: scripts/lint.sh [--fix]' ;;
+esac
+
+# Each version formats and warns differently. Debian 12 and 13 both have this one.
+llvm=19
 for tool in clang-format clang-tidy; do
-  if ! "$tool" --version | grep -q "version $version\."; then
-    echo "lint: skipped, $tool is not of version $version"
-    exit 0
-  fi
+  "$tool-$llvm" --version 2>/dev/null | grep -q "version $llvm\." ||
+    fail "$tool-$llvm is not installed; 'scripts/setup.sh lint' installs it"
 done
+eslint=node_modules/.bin/eslint
+pinned=v$(node -p 'JSON.parse(fs.readFileSync("package.json")).devDependencies.eslint')
+[ "$("$eslint" --version 2>/dev/null)" = "$pinned" ] ||
+  fail "ESLint $pinned is not installed; 'scripts/setup.sh lint' installs it"
+# Not pinned: Debian 12 and 13 have different versions.
+command -v shellcheck >/dev/null ||
+  fail "shellcheck is not installed; 'scripts/setup.sh lint' installs it"
 
-mapfile -t headers_and_sources < <(git ls-files '*.h' '*.cc' '*.mm' | grep -v '^cmake/forbidden_headers/')
-clang-format --dry-run -Werror "${headers_and_sources[@]}"
+mapfile -t cpp < <(git ls-files '*.h' '*.cc' '*.mm' ':!cmake/forbidden_headers')
+if [ "$fix" ]; then
+  "clang-format-$llvm" -i "${cpp[@]}"
+  # What ESLint cannot fix is reported below.
+  "$eslint" --fix . >/dev/null || true
+fi
 
-# Most of the work lies in the system's headers, so that several sources that
-# are one to the compiler are looked at in little more time than one.
+"clang-format-$llvm" --dry-run -Werror "${cpp[@]}"
+"$eslint" --max-warnings 0 .
+mapfile -t shell < <(git ls-files '*.sh' .ci/run)
+shellcheck "${shell[@]}"
+
+# Parsing the system headers takes most of the time, so this reads the merged sources of
+# the preset.
 cmake --preset clang >/dev/null
 commands=build/clang/compile_commands.json
 node -p 'JSON.parse(fs.readFileSync(process.argv[1])).map(({ file }) => file).join("\n")' \
   "$commands" |
   xargs -d '\n' -P "$(nproc)" -n 1 \
-    clang-tidy --quiet -p build/clang --checks=-bugprone-suspicious-include 2>&1 |
+    "clang-tidy-$llvm" --quiet -p build/clang --checks=-bugprone-suspicious-include 2>&1 |
   { grep -v -E 'warnings (generated|treated)|^Suppressed|^Use -header-filter' || true; }
 [ "${PIPESTATUS[1]}" -eq 0 ]
-if command -v shellcheck >/dev/null; then
-  shellcheck scripts/*.sh .ci/run
-fi
 echo "lint: clean"

@@ -1,49 +1,67 @@
 #!/usr/bin/env bash
-# Installs what building, testing and the demo need and this machine lacks:
-# Debian packages, by apt-get, as root or through sudo. Says nothing and changes
-# nothing where all is there.
+# Installs the Debian packages that building, testing and the demo need and that this
+# machine lacks. Runs apt-get as root or through sudo. Prints nothing and changes nothing
+# when everything is installed.
+#
+#   ./scripts/setup.sh
+#   ./scripts/setup.sh lint   also installs the linters of scripts/lint.sh
 set -euo pipefail
+cd "$(dirname "$0")/.."
+
+fail() {
+  echo "setup: $*" >&2
+  exit 1
+}
+
+case "${1-}" in '' | lint) ;; *) fail 'usage: scripts/setup.sh [lint]' ;; esac
 
 packages=(
-  # The tools.
-  g++ clang clang-format clang-tidy cmake ninja-build ccache pkg-config git zip
-  shellcheck librsvg2-bin
-  # The fuzzer of Clang.
+  # Build tools.
+  g++ clang cmake ninja-build ccache pkg-config git zip librsvg2-bin
+  # libFuzzer.
   libclang-rt-dev
-  # What the application is built with.
+  # Libraries of the application.
   libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev libarchive-dev
-  # What it needs to run: the shell and the tools that it calls, the web view's
-  # sandbox, rendering, https, icons and fonts.
+  # Needed to run it: the shell and the tools that it calls, the sandbox of the web view,
+  # rendering, https, icons and fonts.
   zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
-  # What builds, checks and installs the Debian package.
+  # Tools that build, check and install the Debian package.
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
-  # What the tests use to drive the application and to inspect a release.
+  # Tools of the tests, to drive the application and to inspect a release.
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
   strace libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
   x11-xserver-utils xsettingsd
 )
+
+[ "${1-}" != lint ] || packages+=(clang-format-19 clang-tidy-19 shellcheck)
 
 missing=()
 for package in "${packages[@]}"; do
   status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
   [ "$status" = installed ] || missing+=("$package")
 done
-# Any Node.js from 18 on will do, from wherever it came.
+# Any Node.js from version 18 on, also one that is not a Debian package.
 if ! node --eval 'process.exit(parseInt(process.versions.node) >= 18 ? 0 : 1)' 2>/dev/null; then
   missing+=(nodejs)
 fi
-[ ${#missing[@]} -gt 0 ] || exit 0
+if [ "${1-}" = lint ] && ! command -v npm >/dev/null; then missing+=(npm); fi
 
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null || {
-    echo "setup: these packages are missing and there is no sudo to install them: ${missing[*]}" >&2
-    exit 1
-  }
-  as_root=(sudo)
+if [ ${#missing[@]} -gt 0 ]; then
+  as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null ||
+      fail "these packages are missing and there is no sudo to install them: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  echo "setup: installing ${missing[*]}"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq update
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -qq install -y --no-install-recommends "${missing[@]}" >/dev/null
 fi
-echo "setup: installing ${missing[*]}"
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq update
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-  apt-get -qq install -y --no-install-recommends "${missing[@]}" >/dev/null
+
+# ESLint. Debian has version 6, which cannot parse the syntax that the code uses.
+if [ "${1-}" = lint ] && [ package-lock.json -nt node_modules/.package-lock.json ]; then
+  echo 'setup: installing ESLint'
+  npm ci --silent --no-audit --no-fund
+fi

@@ -6,7 +6,7 @@
 #   ./scripts/test.sh quick   the default build and its tests alone
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh
+if [ "${1:-}" = quick ]; then scripts/setup.sh; else scripts/setup.sh lint; fi
 
 # In a container without the right to make namespaces the page's processes can
 # only run without their sandbox.
