@@ -1,7 +1,8 @@
+#include "base/url_request.h"
+
 #include <algorithm>
 
 #include "base/ascii_case.h"
-#include "platform/http_session.h"
 
 namespace orvel {
 

@@ -1,38 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
-#include "base/url.h"
+#include "base/url_request.h"
 
 namespace orvel {
-
-enum class CachePolicy { useProtocol, reloadIgnoringLocalData };
-
-/// A GET request. A plain value.
-struct UrlRequest {
-  Url url;
-  CachePolicy cachePolicy = CachePolicy::useProtocol;
-  /// How long the server may send nothing before the request fails.
-  std::chrono::milliseconds timeout{std::chrono::seconds(60)};
-  /// Header fields in the order in which they are sent.
-  std::vector<std::pair<std::string, std::string>> headers;
-  /// Returns whether a redirect gets the header fields, given the URL of the request
-  /// and that of the redirect. Null: no redirect gets them. Called on a thread of the
-  /// session.
-  bool (*forwardsHeaders)(const Url &from, const Url &to) = nullptr;
-
-  /// Sets a header field, replacing one of the same name (names compare
-  /// without case, RFC 9110).
-  void setHeader(std::string_view name, std::string_view value);
-  /// The value of a header field, or nothing.
-  std::optional<std::string> header(std::string_view name) const;
-};
 
 /// The head of an HTTP response.
 struct HttpResponse {
