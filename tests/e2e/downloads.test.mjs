@@ -5,13 +5,13 @@ import assert from 'node:assert/strict';
 import { readFileSync, readdirSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../support/desktop/desktop.mjs';
+import { Desktop } from '../support/desktop/default_apps.mjs';
 import { OnlineServer } from '../support/desktop/online_server.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 const link = (id, href) => `<a id="${id}" href="${href}">${id}</a>`;
 
@@ -21,7 +21,7 @@ const file = (disposition, rest = {}) => ({
   ...rest,
 });
 
-trial('an export is asked for with its query, the key and the cookies of its host', {},
+test('an export is asked for with its query, the key and the cookies of its host', {},
   async (user, screen) => {
     const desktop = new Desktop(user);
     // An earlier day left a cookie of another host.
@@ -33,12 +33,12 @@ trial('an export is asked for with its query, the key and the cookies of its hos
       },
     });
     try {
-      user.setInformation({ ORVELOSURL: foreign.address });
+      user.setPlistValues({ ORVELOSURL: foreign.address });
       const run = user.start();
-      await foreign.painted();
+      await foreign.awaitPainted();
       await user.quit(run);
-      user.setInformation({ ORVELOSURL: 'http://127.0.0.1:4767/' });
-      const told = await user.startWithPage(
+      user.setPlistValues({ ORVELOSURL: 'http://127.0.0.1:4767/' });
+      const layout = await user.startWithPage(
         link('export', '/api/export?van=2026-01-01&wat=alles%20bij%20elkaar') +
         "<script>document.cookie = 'eigen=een'; document.cookie = 'dieper=twee; path=/elders'" +
         '</script><img src="/afbeelding">', {
@@ -47,7 +47,7 @@ trial('an export is asked for with its query, the key and the cookies of its hos
             '/afbeelding': { headers: { 'set-cookie': 'dicht=drie; HttpOnly' } },
           },
         });
-      await screen.clickElement(told, 'export');
+      await screen.clickElement(layout, 'export');
       assert.equal(await desktop.awaitFile('export.csv'), 'een;twee\n');
       const path = '/api/export?van=2026-01-01&wat=alles%20bij%20elkaar';
       const asked = user.root.events('request').filter(({ url }) => url.startsWith('/api/export'));
@@ -55,24 +55,24 @@ trial('an export is asked for with its query, the key and the cookies of its hos
       assert.equal(asked[0].headers['x-orvel-app'], KEY);
       const cookies = asked[0].headers.cookie.split('; ').sort();
       assert.deepEqual(cookies,
-        ['blijvend=ja', 'dicht=drie', 'dieper=twee', 'eigen=een', `orvelapp=${KEY}`]);
+        ['persistent=yes', 'dicht=drie', 'dieper=twee', 'eigen=een', `orvelapp=${KEY}`]);
       await user.quit();
     } finally {
       foreign.close();
     }
   });
 
-trial('three files of one name that end together are all kept, and each opens', {},
+test('three files of one name that end together are all kept, and each opens', {},
   async (user, screen) => {
     const gate = join(user.folder, 'de poort');
     const desktop = new Desktop(user);
     const paths = [1, 2, 3].map((number) => `/api/bestand/${number}`);
-    const told = await user.startWithPage(
+    const layout = await user.startWithPage(
       paths.map((path) => link(path, path)).join(''), {
         routes: Object.fromEntries(paths.map((path) => [path, file(
           'attachment; filename="data.csv"', { gate, body: `begin van ${path} en het eind` })])),
       });
-    for (const path of paths) await screen.clickElement(told, path);
+    for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('three requests', () =>
       paths.every((path) => user.root.requests(path).length === 1));
     assert.deepEqual(desktop.files(), [], 'nothing is there before it is whole');
@@ -85,7 +85,7 @@ trial('three files of one name that end together are all kept, and each opens', 
     assert.deepEqual(desktop.files(), [...names].sort());
     await user.quit();
     const opened = names.map((name) => join(desktop.downloads, name));
-    assert.deepEqual(await desktop.openedInTheEnd(), opened.sort());
+    assert.deepEqual(await desktop.openedAfterExit(), opened.sort());
   });
 
 const names = {
@@ -101,35 +101,35 @@ const names = {
   'an unnamed folder': ['attachment; filename=".."', 'punten', '/api/bestand/punten'],
 };
 
-trial('a file takes the name that the server suggests, and never leaves the folder', {},
+test('a file takes the name that the server suggests, and never leaves the folder', {},
   async (user, screen) => {
     const desktop = new Desktop(user);
     const cases = Object.values(names).map(([disposition, name, path], index) =>
       ({ id: `n${index}`, disposition, name, path: path ?? `/api/bestand/n${index}` }));
-    const told = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''), {
+    const layout = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''), {
       routes: Object.fromEntries(cases.map(({ path, disposition }) => [path, file(disposition)])),
     });
     for (const { id, path } of cases) {
-      await screen.clickElement(told, id);
+      await screen.clickElement(layout, id);
       await waitFor(`the answer to ${path}`, () =>
-        user.root.events('answered').some(({ url }) => url === path));
+        user.root.events('responseClosed').some(({ url }) => url === path));
     }
     await waitFor('all files', () => desktop.opened().length === cases.length);
     assert.deepEqual(desktop.files(), cases.map(({ name }) => name).sort());
     await user.quit();
-    await desktop.openedInTheEnd();
+    await desktop.openedAfterExit();
     assert.deepEqual(readdirSync(user.home), ['Downloads']);
   });
 
-trial('a file of yesterday keeps its name, and a folder of your own is used', {},
+test('a file of yesterday keeps its name, and a folder of your own is used', {},
   async (user, screen) => {
     const desktop = new Desktop(user, { downloads: join(user.home, 'Mijn ontvangsten') });
     writeFileSync(join(desktop.downloads, 'data.csv'), 'van gisteren');
     writeFileSync(join(desktop.downloads, 'data 2.csv'), 'van gisteren');
-    const told = await user.startWithPage(link('export', '/api/export'), {
+    const layout = await user.startWithPage(link('export', '/api/export'), {
       routes: { '/api/export': file('attachment; filename="data.csv"') },
     });
-    await screen.clickElement(told, 'export');
+    await screen.clickElement(layout, 'export');
     assert.equal(await desktop.awaitFile('data 3.csv'), 'een;twee\n');
     assert.equal(readFileSync(join(desktop.downloads, 'data.csv'), 'utf8'), 'van gisteren');
     assert.equal(readFileSync(join(desktop.downloads, 'data 2.csv'), 'utf8'), 'van gisteren');
@@ -143,33 +143,33 @@ function ownMemory(pid) {
   return Number(/^RssAnon:\s*(\d+) kB$/m.exec(status)[1]) * 1024;
 }
 
-trial('a file of 1 GiB passes through without being held in memory', { timeout: 120_000 },
+test('a file of 1 GiB passes through without being held in memory', { timeout: 120_000 },
   async (user, screen, t) => {
     const size = 2 ** 30;
     const desktop = new Desktop(user);
-    const told = await user.startWithPage(link('small', '/api/bestand/klein') +
+    const layout = await user.startWithPage(link('small', '/api/bestand/klein') +
       link('large', '/api/bestand/groot'), {
       routes: {
         '/api/bestand/klein': file('attachment; filename="klein.csv"'),
         '/api/bestand/groot': {
-          headers: { 'content-disposition': 'attachment; filename="groot.bin"' }, bytes: size,
+          headers: { 'content-disposition': 'attachment; filename="groot.bin"' }, zeroBytes: size,
         },
       },
     });
-    const { pid } = user.starts[0];
+    const { pid } = user.runs[0];
     // A first, small one makes all that any download needs once.
-    await screen.clickElement(told, 'small');
+    await screen.clickElement(layout, 'small');
     await desktop.awaitFile('klein.csv');
     const before = ownMemory(pid);
     let most = before;
     let samples = 0;
     const path = join(desktop.downloads, 'groot.bin');
     const begin = Date.now();
-    await screen.clickElement(told, 'large');
+    await screen.clickElement(layout, 'large');
     const start = await waitFor('the file', () => {
       most = Math.max(most, ownMemory(pid));
       samples += 1;
-      return desktop.starts().find(({ given }) => given === path);
+      return desktop.launches().find(({ given }) => given === path);
     }, { timeout: 90_000, every: 5 });
     const took = Date.now() - begin;
     t.diagnostic(`${took} ms, ${((most - before) / 2 ** 20).toFixed(1)} MiB more than before, ` +

@@ -3,10 +3,10 @@
 
 import assert from 'node:assert/strict';
 
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn({ windowManager: false });
+const { test } = desktopTests({ windowManager: false });
 
 const keys = [
   ...Array.from({ length: 12 }, (_, index) => `F${index + 1}`),
@@ -20,47 +20,47 @@ const blinkMilliseconds = 3000;
 
 const page = (field) => `${field}<script>
   addEventListener('keydown', ({ key }) => {
-    tell('toets', { key });
-    if (key === 'F7') setTimeout(() => tell('geknipperd'), ${blinkMilliseconds});
+    report('toets', { key });
+    if (key === 'F7') setTimeout(() => report('geknipperd'), ${blinkMilliseconds});
   });
 </script>`;
 
 for (const [where, field] of Object.entries({
-  'in a text field': '<input id="veld" autocomplete="off" value="abc">',
-  'in a text area': '<textarea id="veld">abc</textarea>',
+  'in a text field': '<input id="field" autocomplete="off" value="abc">',
+  'in a text area': '<textarea id="field">abc</textarea>',
   'on the page': '',
 })) {
-  trial(`the application survives every key ${where}`, { timeout: 300_000 },
+  test(`the application survives every key ${where}`, { timeout: 300_000 },
     async (user, screen) => {
       const painted = await user.startWithPage(page(field));
       // Without a window manager the window under the pointer has the focus.
-      const place = field ? screen.placeOf(painted, 'veld') : [900, 700];
+      const place = field ? screen.positionOf(painted, 'field') : [900, 700];
       await screen.click(...place);
-      const told = (matches) => user.root.told('toets').filter(matches).length;
+      const told = (matches) => user.root.reported('toets').filter(matches).length;
 
       /// Moves the focus back to the page and waits until the page gets a letter. Some
       /// keys move the focus to the header bar or a menu.
       const pageHasTheKeyboard = async (after) => {
         const before = told(({ key }) => key === 'q');
         await waitFor(`the keyboard on the page after ${after}`, async () => {
-          await screen.keys('Escape');
+          await screen.pressKeys('Escape');
           await screen.click(...place);
-          await screen.keys('q');
+          await screen.pressKeys('q');
           return told(({ key }) => key === 'q') > before;
         }, { every: 100 });
       };
       for (const key of keys) {
         for (const modifier of modifiers) {
           const pressed = modifier ? `${modifier}+${key}` : key;
-          await screen.keys(pressed);
+          await screen.pressKeys(pressed);
           // Closes the menu that some keys open.
-          await screen.keys('Escape');
+          await screen.pressKeys('Escape');
         }
         await pageHasTheKeyboard(key);
       }
       assert.equal(told(({ key }) => key === 'F7'), modifiers.length, 'the page gets every F7');
       await waitFor('the blinks after each F7', () =>
-        user.root.told('geknipperd').length === modifiers.length);
+        user.root.reported('geknipperd').length === modifiers.length);
       await user.quit();
     });
 }

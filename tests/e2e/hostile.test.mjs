@@ -4,10 +4,10 @@
 import assert from 'node:assert/strict';
 import { readdirSync } from 'node:fs';
 
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 const many = 10_000;
 const refused = { '/api/export': { status: 404 } };
@@ -25,10 +25,10 @@ async function quitsAsEver(user) {
 /// Starts the application on a page with a button and presses that; waits until
 /// what it does is done.
 async function attack(user, screen, action, { ends = true, routes } = {}) {
-  const told = await user.startWithPage(button(`${action}; tell('klaar')`), { routes });
-  await screen.clickElement(told, 'aanval');
+  const layout = await user.startWithPage(button(`${action}; report('klaar')`), { routes });
+  await screen.clickElement(layout, 'aanval');
   if (!ends) return;
-  await waitFor('the end of the attack', () => user.root.told('klaar').length > 0,
+  await waitFor('the end of the attack', () => user.root.reported('klaar').length > 0,
     { timeout: 150_000, every: 200 });
 }
 
@@ -38,7 +38,7 @@ function asked(user) {
     .filter((url) => url.startsWith('/api/export'));
 }
 
-trial(`${many} links to the export are ${many} downloads`, { timeout: 200_000 },
+test(`${many} links to the export are ${many} downloads`, { timeout: 200_000 },
   async (user, screen) => {
     await attack(user, screen, `for (let i = 0; i < ${many}; ++i) {
       const link = document.createElement('a'); link.href = '/api/export?' + i; link.click();
@@ -50,19 +50,19 @@ trial(`${many} links to the export are ${many} downloads`, { timeout: 200_000 },
     assert.equal(asked(user).length, many);
   });
 
-trial(`${many} windows are none, and quitting does not wait for what they ask`,
+test(`${many} windows are none, and quitting does not wait for what they ask`,
   { timeout: 200_000 }, async (user, screen) => {
-    const most = screen.watchWindows();
+    const maxWindows = screen.watchWindowCount();
     await attack(user, screen,
       `for (let i = 0; i < ${many}; ++i) window.open('/api/export?' + i)`, { routes: refused });
     await waitFor('a request', () => asked(user).length > 0);
     await quitsAsEver(user);
-    assert.equal(await most(), 1);
+    assert.equal(await maxWindows(), 1);
   });
 
-trial(`${many} windows without a click hold nothing up, and quitting does not wait for them`,
+test(`${many} windows without a click hold nothing up, and quitting does not wait for them`,
   { timeout: 200_000 }, async (user, screen) => {
-    const most = screen.watchWindows();
+    const maxWindows = screen.watchWindowCount();
     await user.startWithPage(`<script>
       addEventListener('load', () => setTimeout(() => {
         for (let i = 0; i < ${many}; ++i) window.open('/api/export?' + i);
@@ -72,21 +72,21 @@ trial(`${many} windows without a click hold nothing up, and quitting does not wa
     await waitFor('a request', () => asked(user).length > 0);
     const { code, signal } = await user.quit();
     assert.deepEqual({ code, signal }, { code: 0, signal: null });
-    assert.equal(await most(), 1);
+    assert.equal(await maxWindows(), 1);
   });
 
-trial('a message of any length is shown at once', {}, async (user, screen) => {
+test('a message of any length is shown at once', {}, async (user, screen) => {
   await attack(user, screen, "alert('Langer '.repeat(1_000_000))", { ends: false });
   const clicked = Date.now();
-  await screen.panel('Langer '.repeat(12).slice(0, 80));
+  await screen.awaitPanel('Langer '.repeat(12).slice(0, 80));
   const shown = Date.now() - clicked;
   assert.ok(shown < 4000, `the panel took ${shown} ms`);
-  await screen.keys('Return');
-  await waitFor('the end of the attack', () => user.root.told('klaar').length > 0);
+  await screen.pressKeys('Return');
+  await waitFor('the end of the attack', () => user.root.reported('klaar').length > 0);
   await quitsAsEver(user);
 });
 
-trial('titles and addresses of any length change nothing', {}, async (user, screen) => {
+test('titles and addresses of any length change nothing', {}, async (user, screen) => {
   await attack(user, screen, `document.title = 'titel'.repeat(10_000_000);
     history.pushState(0, '', '#' + 'x'.repeat(1_000_000))`);
   assert.equal((await screen.windows('Orvel OS')).length, 1);

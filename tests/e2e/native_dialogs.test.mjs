@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 
 import { pageColour } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial, keep } = trialsOn();
+const { test, saveScreenshot } = desktopTests();
 
 const challenge = {
   status: 401, headers: { 'www-authenticate': 'Basic realm="Archief"' }, body: 'geen toegang',
@@ -22,9 +22,9 @@ const corner = [1150, 120];
 
 /// Waits until WebKit has drawn its authentication dialog over the page.
 async function authenticationOpen(screen) {
-  await waitFor('the page in the shade', () => screen.picture().at(...corner)[2] < pageColour[2]);
+  await waitFor('the page in the shade', () => screen.screenshot().pixel(...corner)[2] < pageColour[2]);
   await waitFor('the dialog', () => {
-    const [red, green, blue] = screen.picture().at(...middle);
+    const [red, green, blue] = screen.screenshot().pixel(...middle);
     return red === green && green === blue;
   });
 }
@@ -33,11 +33,11 @@ async function authenticationOpen(screen) {
 /// until its tool bar is drawn.
 async function openInspector(screen) {
   await screen.click(...middle, { button: 3 });
-  await screen.menu();
-  await screen.keys('Up', 'Return');
-  await screen.menu(false);
+  await screen.awaitMenu();
+  await screen.pressKeys('Up', 'Return');
+  await screen.awaitMenu(false);
   await waitFor('the inspector below the page', () => {
-    const [red, green, blue] = screen.picture().at(600, 790);
+    const [red, green, blue] = screen.screenshot().pixel(600, 790);
     return red === green && green === blue;
   });
 }
@@ -45,17 +45,17 @@ async function openInspector(screen) {
 const dialogs = {
   'the print dialog': {
     page: '<button id="open" onclick="print()">afdrukken</button>',
-    open: (screen) => screen.secondWindow(),
+    open: (screen) => screen.awaitSecondWindow(),
   },
   'the file chooser': {
     page: `<button id="open" onclick="bestand.click()">bestand</button>
       <input id="bestand" type="file">`,
-    open: (screen) => screen.secondWindow(),
+    open: (screen) => screen.awaitSecondWindow(),
   },
   'the colour chooser': {
     page: `<button id="open" onclick="kleur.click()">kleur</button>
       <input id="kleur" type="color">`,
-    open: (screen) => screen.secondWindow(),
+    open: (screen) => screen.awaitSecondWindow(),
   },
   'the authentication dialog': { page: secretLink, open: authenticationOpen },
   'the attached inspector': { page: '', open: openInspector },
@@ -66,92 +66,92 @@ const dialogs = {
       // The detach button accepts clicks only after the inspector has loaded.
       await waitFor('a window for the inspector', async () => {
         await screen.click(87, 513);
-        return (await screen.managedWindows()) === 2;
+        return (await screen.windowCount()) === 2;
       }, { every: 300 });
-      await screen.secondWindow();
+      await screen.awaitSecondWindow();
     },
   },
 };
 
 const ways = {
-  'the quit key': (run, screen) => screen.keys('ctrl+q'),
+  'the quit key': (run, screen) => screen.pressKeys('ctrl+q'),
   SIGTERM: (run) => kill(run.pid, 'SIGTERM'),
   'closing the window': (run, screen) => screen.closeMainWindow(),
 };
 
 for (const [dialog, { page, open }] of Object.entries(dialogs)) {
   for (const [way, quit] of Object.entries(ways)) {
-    trial(`${way} quits while ${dialog} is open`, {}, async (user, screen) => {
-      const told = await user.startWithPage(page, { routes });
-      await waitFor('the page', () => screen.picture().shows(pageColour, ...corner));
-      if (page) await screen.clickElement(told, 'open');
+    test(`${way} quits while ${dialog} is open`, {}, async (user, screen) => {
+      const layout = await user.startWithPage(page, { routes });
+      await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
+      if (page) await screen.clickElement(layout, 'open');
       await open(screen);
-      await keep(dialog);
-      await quit(user.starts[0], screen);
-      const { code, signal } = await user.ended(user.starts[0]);
+      await saveScreenshot(dialog);
+      await quit(user.runs[0], screen);
+      const { code, signal } = await user.awaitExit(user.runs[0]);
       assert.deepEqual({ code, signal }, { code: 0, signal: null });
-      await user.root.serverGone();
+      await user.root.awaitServerExit();
       assert.equal(user.root.events('stopped').length, 1, 'the server was stopped in order');
     });
   }
 }
 
-trial('Escape cancels the authentication, and the page shows the answer', {},
+test('Escape cancels the authentication, and the page shows the answer', {},
   async (user, screen) => {
-    const told = await user.startWithPage(secretLink, { routes });
-    await waitFor('the page', () => screen.picture().shows(pageColour, ...corner));
-    await screen.clickElement(told, 'open');
+    const layout = await user.startWithPage(secretLink, { routes });
+    await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
+    await screen.clickElement(layout, 'open');
     await authenticationOpen(screen);
-    await screen.keys('Escape');
-    await screen.pageText((text) => text === challenge.body);
+    await screen.pressKeys('Escape');
+    await screen.awaitPageText((text) => text === challenge.body);
     assert.equal(user.root.requests('/geheim').length, 1);
     await user.quit();
   });
 
-trial('a name and a password go to the server; Escape then belongs to the page again', {},
+test('a name and a password go to the server; Escape then belongs to the page again', {},
   async (user, screen) => {
-    const told = await user.startWithPage(`<input id="veld">
+    const layout = await user.startWithPage(`<input id="field">
       <button id="open" onclick="fetch('/geheim').then(
-        (answer) => tell('antwoord', { status: answer.status }))">geheim</button><script>
-      addEventListener('keydown', ({ key }) => key === 'Escape' && tell('escape'));
+        (answer) => report('antwoord', { status: answer.status }))">geheim</button><script>
+      addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
       </script>`, { routes });
-    await waitFor('the page', () => screen.picture().shows(pageColour, ...corner));
-    await screen.keys('Escape');
-    await waitFor('Escape on the page', () => user.root.told('escape').length === 1);
-    await screen.clickElement(told, 'open');
+    await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
+    await screen.pressKeys('Escape');
+    await waitFor('Escape on the page', () => user.root.reported('escape').length === 1);
+    await screen.clickElement(layout, 'open');
     await authenticationOpen(screen);
     await screen.type('aap');
-    await screen.keys('Tab');
+    await screen.pressKeys('Tab');
     await screen.type('noot');
-    await screen.keys('Return');
+    await screen.pressKeys('Return');
     const asked = await waitFor('a second request', () => user.root.requests('/geheim')[1]);
     assert.equal(asked.headers.authorization,
       `Basic ${Buffer.from('aap:noot').toString('base64')}`);
     // The server rejects this password too. Escape then ends the requests.
     await waitFor('the answer for the page', async () => {
-      await screen.keys('Escape');
-      return user.root.told('antwoord').length === 1;
+      await screen.pressKeys('Escape');
+      return user.root.reported('antwoord').length === 1;
     }, { every: 300 });
-    assert.deepEqual(user.root.told('antwoord'), [{ status: 401 }]);
+    assert.deepEqual(user.root.reported('antwoord'), [{ status: 401 }]);
     assert.equal(user.root.requests('/geheim').length, 2);
-    const before = user.root.told('escape').length;
-    await screen.clickElement(told, 'veld');
-    await screen.keys('Escape');
-    await waitFor('Escape on the page', () => user.root.told('escape').length > before);
+    const before = user.root.reported('escape').length;
+    await screen.clickElement(layout, 'field');
+    await screen.pressKeys('Escape');
+    await waitFor('Escape on the page', () => user.root.reported('escape').length > before);
     await user.quit();
   });
 
-trial('a file chooser that is cancelled tells the page, and works again', {},
+test('a file chooser that is cancelled tells the page, and works again', {},
   async (user, screen) => {
-    const told = await user.startWithPage(`
+    const layout = await user.startWithPage(`
       <button id="open" onclick="bestand.click()">bestand</button>
-      <input id="bestand" type="file" oncancel="tell('geannuleerd')">`);
+      <input id="bestand" type="file" oncancel="report('geannuleerd')">`);
     for (let times = 1; times <= 2; times += 1) {
-      await screen.clickElement(told, 'open');
-      await screen.secondWindow();
-      await screen.keys('Escape');
-      await waitFor('cancel on the page', () => user.root.told('geannuleerd').length === times);
-      await screen.managing(1);
+      await screen.clickElement(layout, 'open');
+      await screen.awaitSecondWindow();
+      await screen.pressKeys('Escape');
+      await waitFor('cancel on the page', () => user.root.reported('geannuleerd').length === times);
+      await screen.awaitWindowCount(1);
     }
     await user.quit();
   });

@@ -3,24 +3,24 @@
 import assert from 'node:assert/strict';
 
 import { OnlineServer } from '../support/desktop/online_server.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 
-const { trial, keep } = trialsOn({ local: false });
+const { test, saveScreenshot } = desktopTests({ usesPort: false });
 
-trial('an online address is probed 9 times, 2 seconds apart', {}, async (user, screen) => {
+test('an online address is probed 9 times, 2 seconds apart', {}, async (user, screen) => {
   const online = await OnlineServer.open({ ready: false });
   try {
     // Stored without the "/" that the message shows.
-    user.setInformation({ ORVELOSURL: online.address.slice(0, -1) });
+    user.setPlistValues({ ORVELOSURL: online.address.slice(0, -1) });
     user.start();
-    const text = await screen.pageText((page) => page.includes('verbinding'), { timeout: 40_000 });
+    const text = await screen.awaitPageText((page) => page.includes('verbinding'), { timeout: 40_000 });
     assert.equal(
       text,
       `Orvel OS\nGeen verbinding met ${online.address}. ` +
         'Check je internet en probeer opnieuw met ⌘R.',
     );
-    await keep('error-online');
-    const probes = online.to('/api/wie');
+    await saveScreenshot('error-online');
+    const probes = online.requestsTo('/api/wie');
     assert.equal(probes.length, 9);
     const took = probes.at(-1).time - probes[0].time;
     assert.ok(took >= 8 * 2000 - 50 && took < 25_000, `9 probes took ${took} ms`);

@@ -6,12 +6,12 @@ import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { PrintServer } from '../support/desktop/print_server.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial, keep } = trialsOn();
+const { test, saveScreenshot } = desktopTests();
 
-const printButton = '<button id="open" onclick="print(); tell(\'na\')">afdrukken</button>';
+const printButton = '<button id="open" onclick="print(); report(\'na\')">afdrukken</button>';
 const pages = `<style>
     @media print { html, body { height: auto; overflow: visible; } button { display: none; } }
     p { break-after: page; margin: 0; }
@@ -33,9 +33,9 @@ async function placeOfPrinter(row, screen, dialog) {
 
 /// Whether the dialog's button is enabled, by the brightness of its label.
 function canPrint(screen, [x, y]) {
-  const picture = screen.picture();
+  const picture = screen.screenshot();
   for (let across = -20; across <= 20; across += 1) {
-    if (picture.at(x + 507 + across, y + 350)[0] > 180) return true;
+    if (picture.pixel(x + 507 + across, y + 350)[0] > 180) return true;
   }
   return false;
 }
@@ -46,55 +46,55 @@ async function printOn(row, screen, dialog) {
   const place = await placeOfPrinter(row, screen, dialog);
   await waitFor('the end of the print dialog', async () => {
     await screen.click(...place);
-    await screen.keys('alt+p');
-    return (await screen.managedWindows()) === 1;
+    await screen.pressKeys('alt+p');
+    return (await screen.windowCount()) === 1;
   }, { every: 300 });
 }
 
 /// Prints with GTK's "print to file" and returns the text of each page.
 async function printToFile(user, screen) {
-  await printOn(0, screen, await screen.secondWindow());
+  await printOn(0, screen, await screen.awaitSecondWindow());
   const path = join(user.folder, 'output.pdf');
   await waitFor('the whole file', () =>
     existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
   return textsOf(path);
 }
 
-trial('a page is printed to a PDF file', {}, async (user, screen) => {
-  const told = await user.startWithPage(`${printButton}${pages}`);
-  await screen.clickElement(told, 'open');
-  await screen.secondWindow();
-  await keep('print dialog');
-  await waitFor('the page to go on', () => user.root.told('na').length === 1);
+test('a page is printed to a PDF file', {}, async (user, screen) => {
+  const layout = await user.startWithPage(`${printButton}${pages}`);
+  await screen.clickElement(layout, 'open');
+  await screen.awaitSecondWindow();
+  await saveScreenshot('print dialog');
+  await waitFor('the page to go on', () => user.root.reported('na').length === 1);
   assert.deepEqual(await printToFile(user, screen), ['eerste blad', 'tweede blad', 'derde blad']);
   await user.quit();
 });
 
-trial('the page is told when it is printed, and not of a dialog that is cancelled', {},
+test('the page is told when it is printed, and not of a dialog that is cancelled', {},
   async (user, screen) => {
-    const told = await user.startWithPage(`${printButton}${pages}<script>
-      onbeforeprint = () => tell('afdruk', { event: 'before' });
-      onafterprint = () => tell('afdruk', { event: 'after' });
+    const layout = await user.startWithPage(`${printButton}${pages}<script>
+      onbeforeprint = () => report('afdruk', { event: 'before' });
+      onafterprint = () => report('afdruk', { event: 'after' });
     </script>`);
-    await screen.clickElement(told, 'open');
-    await screen.secondWindow();
-    await screen.keys('Escape');
-    await screen.managing(1);
-    await screen.clickElement(told, 'open');
+    await screen.clickElement(layout, 'open');
+    await screen.awaitSecondWindow();
+    await screen.pressKeys('Escape');
+    await screen.awaitWindowCount(1);
+    await screen.clickElement(layout, 'open');
     await printToFile(user, screen);
-    await waitFor('the end of printing', () => user.root.told('afdruk').length >= 2);
-    assert.deepEqual(user.root.told('afdruk'), [{ event: 'before' }, { event: 'after' }]);
+    await waitFor('the end of printing', () => user.root.reported('afdruk').length >= 2);
+    assert.deepEqual(user.root.reported('afdruk'), [{ event: 'before' }, { event: 'after' }]);
     await user.quit();
   });
 
-trial('a page is printed on a printer', {}, async (user, screen) => {
+test('a page is printed on a printer', {}, async (user, screen) => {
   const printers = await PrintServer.open('Archief');
   try {
-    const told = await user.startWithPage(`${printButton}${pages}`, {}, {
+    const layout = await user.startWithPage(`${printButton}${pages}`, {}, {
       environment: { CUPS_SERVER: printers.address },
     });
-    await screen.clickElement(told, 'open');
-    await printOn(1, screen, await screen.secondWindow());
+    await screen.clickElement(layout, 'open');
+    await printOn(1, screen, await screen.awaitSecondWindow());
     await waitFor('a document', () => printers.documents().length > 0);
     await user.quit();
     await user.assertNothingLeft();
@@ -102,27 +102,27 @@ trial('a page is printed on a printer', {}, async (user, screen) => {
     assert.deepEqual(textsOf(printers.documents()[0]),
       ['eerste blad', 'tweede blad', 'derde blad']);
   } finally {
-    await keep('printer');
+    await saveScreenshot('printer');
     await printers.close();
   }
 });
 
-trial('a printer that hangs does not hold up quitting', {}, async (user, screen) => {
+test('a printer that hangs does not hold up quitting', {}, async (user, screen) => {
   const printers = await PrintServer.open('Archief');
   try {
-    const told = await user.startWithPage(`${printButton}${pages}`, {}, {
+    const layout = await user.startWithPage(`${printButton}${pages}`, {}, {
       environment: { CUPS_SERVER: printers.address },
     });
-    await screen.clickElement(told, 'open');
-    const place = await placeOfPrinter(1, screen, await screen.secondWindow());
+    await screen.clickElement(layout, 'open');
+    const place = await placeOfPrinter(1, screen, await screen.awaitSecondWindow());
     await waitFor('a button that prints', async () => {
       await screen.click(...place);
       return canPrint(screen, place);
     }, { every: 300 });
     printers.hang();
     await waitFor('the end of the print dialog', async () => {
-      await screen.keys('alt+p');
-      return (await screen.managedWindows()) === 1;
+      await screen.pressKeys('alt+p');
+      return (await screen.windowCount()) === 1;
     }, { every: 300 });
     const { code, signal } = await user.quit();
     assert.deepEqual({ code, signal }, { code: 0, signal: null });
@@ -132,36 +132,36 @@ trial('a printer that hangs does not hold up quitting', {}, async (user, screen)
   }
 });
 
-trial('a page that asks again while the dialog is open gets no second one', {},
+test('a page that asks again while the dialog is open gets no second one', {},
   async (user, screen) => {
-    const told = await user.startWithPage(`<button id="open" onclick="begin()">afdrukken</button>
+    const layout = await user.startWithPage(`<button id="open" onclick="begin()">afdrukken</button>
       <script>
         function begin() {
           let times = 0;
           setInterval(() => {
             print();
             times += 1;
-            tell('keer', { times });
+            report('keer', { times });
           }, 50);
         }
       </script>`);
-    const most = screen.watchWindows();
-    await screen.clickElement(told, 'open');
-    await screen.secondWindow();
-    await waitFor('ten requests', () => user.root.told('keer').length >= 10);
-    assert.equal(await most(), 2);
+    const maxWindows = screen.watchWindowCount();
+    await screen.clickElement(layout, 'open');
+    await screen.awaitSecondWindow();
+    await waitFor('ten requests', () => user.root.reported('keer').length >= 10);
+    assert.equal(await maxWindows(), 2);
     await user.quit();
   });
 
-trial('the print dialog goes with the page that asked for it', {}, async (user, screen) => {
-  const told = await user.startWithPage(
+test('the print dialog goes with the page that asked for it', {}, async (user, screen) => {
+  const layout = await user.startWithPage(
     `<button id="open" onclick="print(); setInterval(look, 50)">afdrukken</button><script>
       const look = () => fetch('/doorgaan').then(({ ok }) => ok && (location = '/elders'));
     </script>`, { live: true, routes: { '/elders': { page: 'elders' } } });
-  await screen.clickElement(told, 'open');
-  await screen.secondWindow();
-  user.root.behave({ routes: { '/doorgaan': {}, '/elders': { page: 'elders' } } });
-  await user.root.painted(2);
-  await screen.managing(1);
+  await screen.clickElement(layout, 'open');
+  await screen.awaitSecondWindow();
+  user.root.setBehaviour({ routes: { '/doorgaan': {}, '/elders': { page: 'elders' } } });
+  await user.root.awaitPainted(2);
+  await screen.awaitWindowCount(1);
   await user.quit();
 });

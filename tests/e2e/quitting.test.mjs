@@ -4,18 +4,18 @@ import assert from 'node:assert/strict';
 import { setImmediate as nextTurn } from 'node:timers/promises';
 
 import { pageColour } from '../support/desktop/page.mjs';
-import { alive, kill } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { isRunning, kill } from '../support/desktop/processes.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 const errorColour = [7, 9, 12];
 
 const ways = {
-  "the menu's key": (run, screen) => screen.keys('ctrl+q'),
+  "the menu's key": (run, screen) => screen.pressKeys('ctrl+q'),
   // The window manager asks the window to close, as its close button does.
-  'closing the window': (run, screen) => screen.keys('alt+F4'),
+  'closing the window': (run, screen) => screen.pressKeys('alt+F4'),
   SIGTERM: (run) => kill(run.pid, 'SIGTERM'),
   SIGINT: (run) => kill(run.pid, 'SIGINT'),
   SIGHUP: (run) => kill(run.pid, 'SIGHUP'),
@@ -23,34 +23,34 @@ const ways = {
 
 /// Waits for the ordinary end of the application.
 async function endedWell(user, run) {
-  const { code, signal, time } = await user.ended(run);
+  const { code, signal, time } = await user.awaitExit(run);
   assert.deepEqual({ code, signal }, { code: 0, signal: null });
   return time;
 }
 
 for (const [name, quit] of Object.entries(ways)) {
-  trial(`quitting by ${name} stops an obedient server`, {}, async (user, screen) => {
-    const run = await user.startAndPaint();
+  test(`quitting by ${name} stops an obedient server`, {}, async (user, screen) => {
+    const run = await user.startAndShowPage();
     await quit(run, screen);
     const end = await endedWell(user, run);
     assert.deepEqual(user.root.events('signal').map(({ signal }) => signal), ['SIGTERM']);
     const { time, pid } = user.root.events('signal')[0];
-    assert.ok(!alive(pid), 'the server went first');
+    assert.ok(!isRunning(pid), 'the server went first');
     assert.ok(end - time < 2500, `the end came ${end - time} ms after the stop`);
   });
 }
 
-trial('no error page flashes while a slow server stops', { behaviour: { stopsAfter: 700 } },
+test('no error page flashes while a slow server stops', { behaviour: { stopDelay: 700 } },
   async (user, screen) => {
-    const run = await user.startAndPaint();
-    await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
-    await screen.keys('ctrl+q');
+    const run = await user.startAndShowPage();
+    await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
+    await screen.pressKeys('ctrl+q');
     let pictures = 0;
     await waitFor('end of the application', async () => {
       pictures += 1;
-      assert.ok(!screen.picture().shows(errorColour), `picture ${pictures} shows another page`);
+      assert.ok(!screen.screenshot().shows(errorColour), `picture ${pictures} shows another page`);
       await nextTurn();
-      return run.ended;
+      return run.exit;
     }, { every: 1 });
     // A page that flashes stays for the second that the server takes to stop.
     assert.ok(pictures >= 10, `only ${pictures} pictures were taken`);
@@ -59,9 +59,9 @@ trial('no error page flashes while a slow server stops', { behaviour: { stopsAft
   });
 
 for (const name of ["the menu's key", 'closing the window', 'SIGTERM']) {
-  trial(`quitting by ${name} kills a deaf server after 3 seconds`, { behaviour: { deaf: true } },
+  test(`quitting by ${name} kills a deaf server after 3 seconds`, { behaviour: { ignoresSignals: true } },
     async (user, screen) => {
-      const run = await user.startAndPaint();
+      const run = await user.startAndShowPage();
       await ways[name](run, screen);
       const { time, pid } = await waitFor('SIGTERM', () => user.root.events('signal')[0]);
       // A second wish to quit, in between, changes nothing.
@@ -69,14 +69,14 @@ for (const name of ["the menu's key", 'closing the window', 'SIGTERM']) {
       const end = await endedWell(user, run);
       const took = end - time;
       assert.ok(took > 2800 && took < 6000, `the end came after ${took} ms`);
-      await waitFor('the end of the server', () => !alive(pid));
+      await waitFor('the end of the server', () => !isRunning(pid));
       assert.deepEqual(user.root.events('signal').map(({ signal }) => signal), ['SIGTERM']);
     });
 
-  trial(`quitting by ${name} ends at once when there is no server`, { behaviour: null },
+  test(`quitting by ${name} ends at once when there is no server`, { behaviour: null },
     async (user, screen) => {
       const run = user.start();
-      await screen.pageText((page) => page.includes('Deze Mac'));
+      await screen.awaitPageText((page) => page.includes('Deze Mac'));
       const asked = Date.now();
       await ways[name](run, screen);
       const took = (await endedWell(user, run)) - asked;

@@ -5,14 +5,14 @@ import { chmodSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from '
 import { spawnSync } from 'node:child_process';
 import { join, relative } from 'node:path';
 
-import { Desktop } from '../support/desktop/desktop.mjs';
+import { Desktop } from '../support/desktop/default_apps.mjs';
 import { OnlineServer } from '../support/desktop/online_server.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 /// What anybody on this machine may read of a process, and what its owner may.
 function readable(pid) {
@@ -68,7 +68,7 @@ function filesWithKey(folder) {
   });
 }
 
-trial('the key stands in no list of processes, no log and no message', { timeout: 120_000 },
+test('the key stands in no list of processes, no log and no message', { timeout: 120_000 },
   async (user, screen) => {
     const desktop = new Desktop(user);
     const { PATH, told } = tellingTools(user);
@@ -78,18 +78,18 @@ trial('the key stands in no list of processes, no log and no message', { timeout
     }, { environment: { PATH } });
     await screen.clickElement(page, 'uit');
     assert.equal(await desktop.awaitFile('export.csv'), 'een\n');
-    const { pid, env, argv } = await user.root.started();
+    const { pid, env, argv } = await user.root.awaitStarted();
     assert.doesNotMatch(JSON.stringify({ env, argv }), new RegExp(KEY));
 
     // The messages of a server that has gone, and of one that never comes.
     kill(pid);
-    const gone = await screen.pageText((text) => text.includes('gestopt'));
-    user.root.behave({ hangsUp: true });
-    await screen.keys('ctrl+r');
-    const silent = await screen.pageText((text) => text.includes('reageert niet'),
+    const gone = await screen.awaitPageText((text) => text.includes('gestopt'));
+    user.root.setBehaviour({ closesConnection: true });
+    await screen.pressKeys('ctrl+r');
+    const silent = await screen.awaitPageText((text) => text.includes('reageert niet'),
       { timeout: 60_000 });
     for (const text of [gone, silent]) assert.doesNotMatch(text, new RegExp(KEY));
-    const { output } = user.starts[0];
+    const { output } = user.runs[0];
     await user.quit();
 
     const { all, telling } = stopWatching();
@@ -111,7 +111,7 @@ trial('the key stands in no list of processes, no log and no message', { timeout
     assert.deepEqual(files.filter((path) => !expected.test(path)), []);
   });
 
-trial('another host learns neither key nor cookie, whatever leads to it', {},
+test('another host learns neither key nor cookie, whatever leads to it', {},
   async (user, screen) => {
     const desktop = new Desktop(user);
     const other = await OnlineServer.open({
@@ -141,7 +141,7 @@ trial('another host learns neither key nor cookie, whatever leads to it', {},
       const paths = ['plaatje', 'omgeleid', 'stijl.css', 'script.js', 'gehaald',
         'script-omgeleid', 'baken', 'bestand'];
       for (const path of paths) {
-        await waitFor(`a request for ${path}`, () => other.to(`/${path}`).length > 0);
+        await waitFor(`a request for ${path}`, () => other.requestsTo(`/${path}`).length > 0);
       }
       for (const { url, headers, body } of other.requests) {
         // A page has one user agent for all hosts; the application itself has none.

@@ -6,10 +6,10 @@ import { spawnSync } from 'node:child_process';
 import { join } from 'node:path';
 
 import { kill, listeners } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial, keep } = trialsOn();
+const { test, saveScreenshot } = desktopTests();
 
 const stopped = (code) =>
   `De OS-server is gestopt (code ${code}). Zie ~/orvel-os/v3/.local/server.log. ` +
@@ -17,62 +17,62 @@ const stopped = (code) =>
 
 /// Waits for an error page and compares its text to the last character.
 async function errorPageSays(screen, message) {
-  const text = await screen.pageText((page) => page.endsWith(message));
+  const text = await screen.awaitPageText((page) => page.endsWith(message));
   assert.equal(text, `Orvel OS\n${message}`);
 }
 
-trial('without a server script the page tells that there is no OS', { behaviour: null },
+test('without a server script the page tells that there is no OS', { behaviour: null },
   async (user, screen) => {
     const run = user.start();
-    await screen.window();
+    await screen.awaitWindow();
     const message =
       'Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.';
     await errorPageSays(screen, message);
-    await keep('error-no-os');
+    await saveScreenshot('error-no-os');
 
     // The way out works from here: the script appears, Control-R opens the OS.
     user.root.install();
-    await screen.keys('ctrl+r');
-    await user.root.painted();
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted();
     await user.quit(run);
   });
 
-trial('a server that exits 1 is reported, and Control-R starts it again',
-  { behaviour: { exits: 1 } }, async (user, screen) => {
+test('a server that exits 1 is reported, and Control-R starts it again',
+  { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
-    await user.root.serverGone();
+    await user.root.awaitServerExit();
     await errorPageSays(screen, stopped(1));
-    await keep('error-exit');
+    await saveScreenshot('error-exit');
     assert.deepEqual(user.root.events('request'), []);
 
-    user.root.behave({});
-    await screen.keys('ctrl+r');
-    await user.root.painted();
+    user.root.setBehaviour({});
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted();
     assert.equal(user.root.events('started').length, 2);
     await user.quit();
   });
 
-trial('a killed server is reported with its signal; Control-R restarts it, then reloads', {},
+test('a killed server is reported with its signal; Control-R restarts it, then reloads', {},
   async (user, screen) => {
-    await user.startAndPaint();
-    kill((await user.root.started()).pid);
+    await user.startAndShowPage();
+    kill((await user.root.awaitStarted()).pid);
     await errorPageSays(screen, stopped(9));
 
-    await screen.keys('ctrl+r');
-    await user.root.painted(2);
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted(2);
     assert.equal(user.root.events('started').length, 2);
     const probes = user.root.requests('/api/wie').length;
 
-    await screen.keys('ctrl+r');
-    await user.root.painted(3);
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted(3);
     assert.equal(user.root.events('started').length, 2, 'a running server is not started again');
     assert.equal(user.root.requests('/api/wie').length, probes, 'nor probed again');
     await user.quit();
   });
 
-trial('a server that first answers 401 is asked again until it answers 200',
-  { behaviour: { refusals: 3 } }, async (user) => {
-    await user.startAndPaint();
+test('a server that first answers 401 is asked again until it answers 200',
+  { behaviour: { failedProbes: 3 } }, async (user) => {
+    await user.startAndShowPage();
     const probes = user.root.requests('/api/wie');
     assert.equal(probes.length, 4);
     for (const [index, { time }] of probes.entries()) {
@@ -97,24 +97,24 @@ function toolsWithoutNode(user) {
 const fixed = ['/usr/local/bin/node', '/opt/homebrew/bin/node'].find(existsSync);
 const skip = fixed ? `${fixed} exists on this machine and would be taken` : false;
 
-trial('without node the launch error is shown and nothing is asked', { skip },
+test('without node the launch error is shown and nothing is asked', { skip },
   async (user, screen) => {
     user.start({ environment: { PATH: toolsWithoutNode(user) } });
-    const text = await screen.pageText((page) => page.includes('Kon node'));
+    const text = await screen.awaitPageText((page) => page.includes('Kon node'));
     assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
-    await keep('error-no-node');
+    await saveScreenshot('error-no-node');
     assert.deepEqual(user.root.record(), []);
     assert.equal(listeners(), '');
     await user.quit();
   });
 
-trial("node is found on the search path of the user's own shell", { skip }, async (user) => {
+test("node is found on the search path of the user's own shell", { skip }, async (user) => {
   const own = join(user.home, 'eigen programma’s');
   mkdirSync(own);
   symlinkSync(process.execPath, join(own, 'node'));
   writeFileSync(join(user.home, '.zprofile'), `echo lawaai\npath+=("${own}")\n`);
-  await user.startAndPaint({ environment: { PATH: toolsWithoutNode(user) } });
-  const { argv } = await user.root.started();
+  await user.startAndShowPage({ environment: { PATH: toolsWithoutNode(user) } });
+  const { argv } = await user.root.awaitStarted();
   assert.equal(argv[1], user.root.script);
   await waitFor('both words in the log', () => existsSync(user.root.log));
   await user.quit();

@@ -7,13 +7,13 @@ import { setImmediate as nextTurn } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 
 import { pageColour } from '../support/desktop/page.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial, keep } = trialsOn();
+const { test, saveScreenshot } = desktopTests();
 
-trial('a first start goes over server, probes and cookie to the page', {}, async (user, screen) => {
+test('a first start goes over server, probes and cookie to the page', {}, async (user, screen) => {
   mkdirSync(dirname(user.root.log));
   writeFileSync(user.root.log, 'woord van een vorige keer\n'.repeat(1000));
 
@@ -22,14 +22,14 @@ trial('a first start goes over server, probes and cookie to the page', {}, async
     args: ['--help', '--version', '--gapplication-service', 'bestand.txt'],
     environment: { PORT: '1', EIGEN_WOORD: 'blijft staan' },
   });
-  const told = await user.root.painted();
-  await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
-  await keep('page');
-  const window = await screen.window();
+  const layout = await user.root.awaitPainted();
+  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
+  await saveScreenshot('page');
+  const window = await screen.awaitWindow();
   await waitFor('the icon of the window', async () =>
     /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
 
-  const { argv, cwd, env } = await user.root.started();
+  const { argv, cwd, env } = await user.root.awaitStarted();
   assert.deepEqual(argv.slice(1), [user.root.script]);
   assert.equal(cwd, user.root.path);
   assert.equal(env.PORT, '4767');
@@ -52,7 +52,7 @@ trial('a first start goes over server, probes and cookie to the page', {}, async
     assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${KEY}(;|$)`), url);
     assert.ok(headers['user-agent'].endsWith(` ORVELOS/${KEY}`), headers['user-agent']);
   }
-  assert.ok(told.agent.endsWith(` ORVELOS/${KEY}`), told.agent);
+  assert.ok(layout.agent.endsWith(` ORVELOS/${KEY}`), layout.agent);
 
   assert.deepEqual(user.filesWrittenOutside(), []);
   const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
@@ -62,7 +62,7 @@ trial('a first start goes over server, probes and cookie to the page', {}, async
   assert.deepEqual({ code, signal }, { code: 0, signal: null });
 });
 
-trial('the demo server shows its page', {}, async (user, screen) => {
+test('the demo server shows its page', {}, async (user, screen) => {
   const demo = join(user.folder, 'demo');
   const recordPath = join(user.folder, 'demo.jsonl');
   cpSync(fileURLToPath(new URL('../../demo', import.meta.url)), demo, { recursive: true });
@@ -75,8 +75,8 @@ trial('the demo server shows its page', {}, async (user, screen) => {
       : [];
   const asked = (path) => record().filter(({ url }) => url?.split('?')[0] === path);
   await waitFor('the page painted', () => asked('/api/getoond').length > 0);
-  await waitFor('the page on the screen', () => screen.picture().shareLighterThan(140, 60) > 0.001);
-  await keep('demo');
+  await waitFor('the page on the screen', () => screen.screenshot().shareBrighterThan(140, 60) > 0.001);
+  await saveScreenshot('demo');
   assert.equal(asked('/api/wie')[0].headers['x-orvel-app'], KEY);
   assert.match(asked('/')[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
@@ -84,17 +84,17 @@ trial('the demo server shows its page', {}, async (user, screen) => {
   assert.equal(record().at(-1).event, 'stopped');
 });
 
-trial('the screen stays dark from the first frame to the page', {}, async (user, screen) => {
+test('the screen stays dark from the first frame to the page', {}, async (user, screen) => {
   // Labels and buttons of the header bar are light; a flash is a whole area.
   const labels = 0.02;
   user.start();
   let pictures = 0;
   let painted = false;
   await waitFor('the page on the screen', async () => {
-    const picture = screen.picture();
+    const picture = screen.screenshot();
     pictures += 1;
-    const light = picture.shareLighterThan(140);
-    if (light > labels) await keep('white-frame');
+    const light = picture.shareBrighterThan(140);
+    if (light > labels) await saveScreenshot('white-frame');
     assert.ok(light <= labels, `picture ${pictures}: ${(light * 100).toFixed(1)} % is light`);
     // The page itself is told from everything before it, which is darker still.
     painted = picture.shows(pageColour);
@@ -105,19 +105,19 @@ trial('the screen stays dark from the first frame to the page', {}, async (user,
   await user.quit();
 });
 
-trial('an empty key leaves the header empty and sets no cookie',
-  { information: { ORVELOSKey: '' } }, async (user) => {
-    await user.startAndPaint();
-    const [told] = user.root.told('getoond');
+test('an empty key leaves the header empty and sets no cookie',
+  { plist: { ORVELOSKey: '' } }, async (user) => {
+    await user.startAndShowPage();
+    const [layout] = user.root.reported('painted');
     assert.equal(user.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
     assert.doesNotMatch(user.root.requests('/')[0].headers.cookie ?? '', /orvelapp/);
-    assert.ok(told.agent.endsWith(' ORVELOS/'), told.agent);
+    assert.ok(layout.agent.endsWith(' ORVELOS/'), layout.agent);
     await user.quit();
   });
 
-trial('without a display it says so and starts nothing', {}, async (user) => {
+test('without a display it says so and starts nothing', {}, async (user) => {
   const run = user.start({ environment: { DISPLAY: undefined } });
-  const { code, signal } = await user.ended(run);
+  const { code, signal } = await user.awaitExit(run);
   assert.equal(signal, null);
   assert.notEqual(code, 0);
   assert.match(run.output, /display/i);

@@ -7,12 +7,12 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-import { fingerprint, makeRelease, offer } from '../support/desktop/release.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
-import { askAndClose, newest, online, restart, quitLast, updated } from '../support/desktop/update.mjs';
+import { fingerprint, makeRelease, releaseRoutes } from '../support/desktop/release.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { checkForUpdates, upToDateNotice, withUpdateServer, acceptRestart, quitRestarted, updatedNotice } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn({ local: false });
+const { test } = desktopTests({ usesPort: false });
 
 const altered = (alter) => (user) => makeRelease(user, { alter });
 
@@ -49,7 +49,7 @@ const wrong = {
   }),
   'status 404': (user) => ({ status: 404, body: makeRelease(user) }),
   'status 206': (user) => ({ status: 206, body: makeRelease(user) }),
-  'a connection that is cut': (user) => ({ body: makeRelease(user), cut: true }),
+  'a connection that is cut': (user) => ({ body: makeRelease(user), truncated: true }),
   'an empty body': () => Buffer.alloc(0),
   'an archive that is cut short': (user) => makeRelease(user).subarray(0, 20_000),
   'an archive with a wrong byte': (user) => withBytes(user, (bytes) => { bytes[5000] ^= 0xff; }),
@@ -107,41 +107,41 @@ const versions = [
 
 /// Offers something by the menu and waits until the application is done with it.
 async function tryOut(user, screen, server, routes, [versie, archive]) {
-  const asked = () => server.to('/download/orvel-os.zip').length;
+  const asked = () => server.requestsTo('/download/orvel-os.zip').length;
   const before = asked();
-  Object.assign(routes, offer(versie, archive));
+  Object.assign(routes, releaseRoutes(versie, archive));
   await screen.chooseApplicationItem(1);
   await waitFor('the request for the archive', () => asked() > before);
   // Answers are seen to one after the other: when the next check tells its
   // outcome, the installation has ended.
-  Object.assign(routes, offer('1.0'));
-  await askAndClose(screen, newest());
+  Object.assign(routes, releaseRoutes('1.0'));
+  await checkForUpdates(screen, upToDateNotice());
 }
 
-trial('a release that is not right changes nothing, and a right one is taken after it',
+test('a release that is not right changes nothing, and a right one is taken after it',
   { timeout: 480_000 }, async (user, screen, t) => {
-    await online(user, screen, () => offer('1.0'), async (server, routes, run) => {
+    await withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, run) => {
       const before = fingerprint(join(user.bundle, '..'));
-      await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
+      await waitFor('the silent check', () => server.requestsTo('/download/linux.json').length === 1);
       for (const [what, archive] of Object.entries(wrong)) {
         await tryOut(user, screen, server, routes, ['1.1', archive(user)]);
         assert.equal(fingerprint(join(user.bundle, '..')), before, what);
         t.diagnostic(`nothing changed: ${what}`);
       }
-      assert.equal(run.ended, null);
-      Object.assign(routes, offer('1.1', makeRelease(user)));
+      assert.equal(run.exit, null);
+      Object.assign(routes, releaseRoutes('1.1', makeRelease(user)));
       await screen.chooseApplicationItem(1);
-      await screen.panel(updated);
-      await restart(user, screen, server, run);
-      await quitLast(user, screen);
+      await screen.awaitPanel(updatedNotice);
+      await acceptRestart(user, screen, server, run);
+      await quitRestarted(user, screen);
     });
   });
 
-trial('a version that no folder can be named for runs no command', { timeout: 120_000 },
+test('a version that no folder can be named for runs no command', { timeout: 120_000 },
   async (user, screen) => {
-    await online(user, screen, () => offer('1.0'), async (server, routes) => {
+    await withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes) => {
       const before = fingerprint(join(user.bundle, '..'));
-      await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
+      await waitFor('the silent check', () => server.requestsTo('/download/linux.json').length === 1);
       const archive = makeRelease(user);
       for (const versie of versions) {
         await tryOut(user, screen, server, routes, [versie, archive]);

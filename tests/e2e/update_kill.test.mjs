@@ -8,13 +8,13 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-import { alive, kill } from '../support/desktop/processes.mjs';
-import { fingerprint, makeRelease, offer } from '../support/desktop/release.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
-import { online, quitLast, restart, start, updated } from '../support/desktop/update.mjs';
+import { isRunning, kill } from '../support/desktop/processes.mjs';
+import { fingerprint, makeRelease, releaseRoutes } from '../support/desktop/release.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { withUpdateServer, quitRestarted, acceptRestart, startAndShowPage, updatedNotice } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { trial } = trialsOn({ local: false });
+const { test } = desktopTests({ usesPort: false });
 
 /// Whether this user may follow a process that is there already.
 function canTrace() {
@@ -63,15 +63,15 @@ async function follow(user, { pid }, kind, number) {
 /// Lets a running application install what the server offers. Gives whether it
 /// came to the notice, and the calls that it made.
 async function install(user, screen, run, kind, number) {
-  run.forced = true;
+  run.killExpected = true;
   const { tracer, calls } = await follow(user, run, kind, number);
   await screen.chooseApplicationItem(1);
   const done = await waitFor('the end or the notice', async () => {
-    if (run.ended) return 'killed';
-    return (await screen.windows(updated)).length > 0 && 'whole';
+    if (run.exit) return 'killed';
+    return (await screen.windows(updatedNotice)).length > 0 && 'whole';
   });
   kill(tracer.pid, 'SIGTERM');
-  await waitFor('the end of the tracer', () => !alive(tracer.pid));
+  await waitFor('the end of the tracer', () => !isRunning(tracer.pid));
   return { whole: done === 'whole', calls: calls() };
 }
 
@@ -90,18 +90,18 @@ function numbersOf(kind, calls) {
     .flatMap(({ at }, before) => (at <= first || at >= last ? [before + 1] : []));
 }
 
-trial('killed at every system call that changes a bundle, it is whole and starts again',
+test('killed at every system call that changes a bundle, it is whole and starts again',
   { timeout: 800_000, skip: !canTrace() && 'no process can be followed here' },
   async (user, screen, t) => {
     const kept = join(user.folder, 'bewaard');
-    await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
+    await withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, first) => {
       cpSync(user.bundle, kept, { recursive: true });
       const restore = () => {
         rmSync(user.bundle, { recursive: true });
         cpSync(kept, user.bundle, { recursive: true });
       };
       const old = fingerprint(user.bundle);
-      Object.assign(routes, offer('1.1', makeRelease(user)));
+      Object.assign(routes, releaseRoutes('1.1', makeRelease(user)));
 
       const undisturbed = await install(user, screen, first);
       assert.ok(undisturbed.whole);
@@ -117,7 +117,7 @@ trial('killed at every system call that changes a bundle, it is whole and starts
         for (const number of numbersOf(kind, undisturbed.calls)) {
           // What a kill left would be removed first, by more calls.
           rmSync(workingFolder(user), { recursive: true, force: true });
-          const run = await start(user, screen, server);
+          const run = await startAndShowPage(user, screen, server);
           const { whole } = await install(user, screen, run, kind, number);
           const now = fingerprint(user.bundle);
           if (whole) {
@@ -131,7 +131,7 @@ trial('killed at every system call that changes a bundle, it is whole and starts
           left[now === old ? 'old' : 'new'] += 1;
           if (now === latest) {
             // The old one is started by the next round.
-            await user.quit(await start(user, screen, server));
+            await user.quit(await startAndShowPage(user, screen, server));
             restore();
           }
         }
@@ -143,11 +143,11 @@ trial('killed at every system call that changes a bundle, it is whole and starts
       }
       assert.ok(left.old > 0 && left.new > 0);
 
-      const last = await start(user, screen, server);
+      const last = await startAndShowPage(user, screen, server);
       assert.ok((await install(user, screen, last)).whole);
       assert.deepEqual(readdirSync(join(user.bundle, '..')), ['Orvel OS.app']);
-      await restart(user, screen, server, last);
-      await quitLast(user, screen);
+      await acceptRestart(user, screen, server, last);
+      await quitRestarted(user, screen);
     });
   });
 
@@ -166,22 +166,22 @@ async function beginUnpacking(user, screen) {
   await waitFor('the unpacking', () => statSync(large, { throwIfNoEntry: false })?.size > 0);
 }
 
-trial('killed or quit while the archive is unpacked, it is whole', { timeout: 180_000 },
+test('killed or quit while the archive is unpacked, it is whole', { timeout: 180_000 },
   async (user, screen) => {
-    await online(user, screen, () => offer('1.0'), async (server, routes, first) => {
+    await withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, first) => {
       const old = fingerprint(user.bundle);
-      await waitFor('the silent check', () => server.to('/download/linux.json').length === 1);
+      await waitFor('the silent check', () => server.requestsTo('/download/linux.json').length === 1);
       const archive = largeRelease(user);
       let run = first;
       for (const end of ['SIGKILL', 'SIGTERM']) {
-        Object.assign(routes, offer('1.1', archive));
-        run.forced = true;
+        Object.assign(routes, releaseRoutes('1.1', archive));
+        run.killExpected = true;
         await beginUnpacking(user, screen);
         kill(run.pid, end);
-        await user.ended(run);
+        await user.awaitExit(run);
         assert.equal(fingerprint(user.bundle), old);
-        Object.assign(routes, offer('1.0'));
-        run = await start(user, screen, server);
+        Object.assign(routes, releaseRoutes('1.0'));
+        run = await startAndShowPage(user, screen, server);
       }
       await user.quit(run);
     });

@@ -5,14 +5,14 @@ import assert from 'node:assert/strict';
 import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../support/desktop/desktop.mjs';
+import { Desktop } from '../support/desktop/default_apps.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong } from './harness/scenarios.mjs';
 import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 const many = isLong ? 10_000 : 100;
 // Every program that is started takes a fork of the application.
@@ -44,20 +44,20 @@ const scripts = (list) => `<script>
   let step = 0;
   const attempts = [${list.join()}];
   const next = () => {
-    if (step === attempts.length) return tell('klaar');
+    if (step === attempts.length) return report('klaar');
     try { attempts[step++](); } catch {}
     setTimeout(next, 50);
   };
   addEventListener('load', () => setTimeout(next, 200));
 </script>`;
 
-trial('navigations to addresses that lead out of the page', {}, async (user, screen, t) => {
+test('navigations to addresses that lead out of the page', {}, async (user, screen, t) => {
   const desktop = new Desktop(user);
-  const bad = ['file:///etc/passwd', 'javascript:tell(`gelopen`)//', 'data:text/html,weg',
+  const bad = ['file:///etc/passwd', 'javascript:report(`gelopen`)//', 'data:text/html,weg',
     'ftp://elders.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-onbekend:y'];
   const frames = bad.map((address) => `() => {
     const frame = document.createElement('iframe');
-    frame.src = ${JSON.stringify(address.replace('tell', 'parent.tell'))};
+    frame.src = ${JSON.stringify(address.replace('report', 'parent.report'))};
     document.body.append(frame);
   }`);
   const places = bad.filter((address) => !address.startsWith('java'))
@@ -69,50 +69,50 @@ trial('navigations to addresses that lead out of the page', {}, async (user, scr
     link.click();
   }`);
   await user.startWithPage(beacon + scripts([...places, ...links, ...frames]));
-  const [run] = user.starts;
+  const [run] = user.runs;
   await underWatch(screen, run, t, {}, async () => {
-    await waitFor('all attempts', () => user.root.told('klaar').length === 1);
+    await waitFor('all attempts', () => user.root.reported('klaar').length === 1);
   });
-  const told = user.root.told('getoond');
-  assert.equal(told.length, 1, 'the page stays');
-  await screen.clickElement(told[0], 'baken');
+  const paints = user.root.reported('painted');
+  assert.equal(paints.length, 1, 'the page stays');
+  await screen.clickElement(paints[0], 'baken');
   await desktop.awaitOpened('https://baken.test/');
   assert.deepEqual(desktop.opened(), ['https://baken.test/']);
   await end(user, run);
 });
 
-trial('titles without measure', {}, async (user, screen, t) => {
-  user.root.behave({ live: true });
-  const run = await user.startAndPaint();
+test('titles without measure', {}, async (user, screen, t) => {
+  user.root.setBehaviour({ live: true });
+  const run = await user.startAndShowPage();
   await underWatch(screen, run, t, { growth: 40 }, async () => {
     const change = "() => { document.title = 'lang '.repeat(2_000_000) + step; }";
-    user.root.behave({ live: true, routes: { '/': { page: scripts(Array(20).fill(change)) } } });
-    await screen.keys('ctrl+r');
-    await waitFor('all titles', () => user.root.told('klaar').length === 1);
+    user.root.setBehaviour({ live: true, routes: { '/': { page: scripts(Array(20).fill(change)) } } });
+    await screen.pressKeys('ctrl+r');
+    await waitFor('all titles', () => user.root.reported('klaar').length === 1);
     assert.equal((await screen.windows()).length, 1, 'the window keeps its title');
-    user.root.behave({ live: true });
-    const painted = user.root.told('getoond').length;
-    await screen.keys('ctrl+r');
-    await user.root.painted(painted + 1);
+    user.root.setBehaviour({ live: true });
+    const painted = user.root.reported('painted').length;
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted(painted + 1);
   });
   await end(user, run);
 });
 
 for (const call of ['alert', 'confirm']) {
-  trial(`endless dialogs: ${call}`, {}, async (user, screen, t) => {
+  test(`endless dialogs: ${call}`, {}, async (user, screen, t) => {
     await user.startWithPage(`<script>
       addEventListener('load', () => setTimeout(() => {
         for (let number = 0; ; number += 1) ${call}('paneel ' + number);
       }, 300));
     </script>`);
-    const [run] = user.starts;
+    const [run] = user.runs;
     await underWatch(screen, run, t, {}, async () => {
       for (let number = 0; number < 5; number += 1) {
-        await screen.panel(`paneel ${number}`);
-        await screen.keys('Return');
-        await screen.panelGone(`paneel ${number}`);
+        await screen.awaitPanel(`paneel ${number}`);
+        await screen.pressKeys('Return');
+        await screen.awaitPanelClosed(`paneel ${number}`);
       }
-      await screen.panel('paneel 5');
+      await screen.awaitPanel('paneel 5');
     });
     await end(user, run);
   });
@@ -123,27 +123,27 @@ for (const call of ['alert', 'confirm']) {
 async function flood(user, screen, t, action, { route = {}, click = true } = {}) {
   const desktop = new Desktop(user);
   const opened = cheapOpener(desktop);
-  const told = await user.startWithPage(`${button}<script>
+  const layout = await user.startWithPage(`${button}<script>
     const flood = () => {
       for (let number = 0; number < ${many}; number += 1) { ${action} }
     };
     if (${click}) knop.onclick = flood;
     else addEventListener('load', () => setTimeout(flood, 300));
   </script>`, { routes: { '/api/export': route } });
-  const [run] = user.starts;
-  const most = screen.watchWindows();
+  const [run] = user.runs;
+  const maxWindows = screen.watchWindowCount();
   await underWatch(screen, run, t, whileStarting, async () => {
-    if (click) await screen.clickElement(told, 'knop');
+    if (click) await screen.clickElement(layout, 'knop');
     await waitFor(`${many} of them`, () => opened().length >= many,
       { timeout: many * 100 + 20_000 });
   });
-  assert.equal(await most(), 1, 'no window was seen');
-  assert.equal(user.root.told('getoond').length, 1, 'the page stays');
+  assert.equal(await maxWindows(), 1, 'no window was seen');
+  assert.equal(user.root.reported('painted').length, 1, 'the page stays');
   return { desktop, run, opened };
 }
 
 for (const click of [true, false]) {
-  trial(`${many} windows ${click ? 'after a click' : 'without a click'}`, { timeout: 1_200_000 },
+  test(`${many} windows ${click ? 'after a click' : 'without a click'}`, { timeout: 1_200_000 },
     async (user, screen, t) => {
       const { run, opened } = await flood(user, screen, t,
         "open('https://elsewhere.test/' + number);", { click });
@@ -154,7 +154,7 @@ for (const click of [true, false]) {
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n' };
 
-trial(`${many} links to the export`, { timeout: 1_200_000 }, async (user, screen, t) => {
+test(`${many} links to the export`, { timeout: 1_200_000 }, async (user, screen, t) => {
   const { desktop, run, opened } = await flood(user, screen, t, `
     const link = document.createElement('a');
     link.href = '/api/export?' + number;
@@ -173,7 +173,7 @@ const names = ['../buit', '../../buit', '/tmp/buit', '..', '.', '~/buit', '.zpro
   'a/../../../buit', '%2e%2e%2fbuit', '..\\\\..\\\\buit', 'x'.repeat(5000), 'con\u0007trole',
   'vals\u202Evsc.csv'];
 
-trial('downloads named to get out of the folder or to take the place of a file', {},
+test('downloads named to get out of the folder or to take the place of a file', {},
   async (user, screen, t) => {
     const desktop = new Desktop(user);
     const opened = cheapOpener(desktop);
@@ -188,10 +188,10 @@ trial('downloads named to get out of the folder or to take the place of a file',
       headers: { ...file.headers, 'content-disposition':
         `attachment; filename*=UTF-8''${encodeURIComponent(name)}` },
     }]));
-    const told = await user.startWithPage(page, { routes });
-    const [run] = user.starts;
+    const layout = await user.startWithPage(page, { routes });
+    const [run] = user.runs;
     await underWatch(screen, run, t, whileStarting, async () => {
-      await screen.clickElement(told, 'knop');
+      await screen.clickElement(layout, 'knop');
       await waitFor('all of them', () => opened().length === names.length);
     });
     t.diagnostic(desktop.files().map((name) => name.slice(0, 30)).join(' | '));

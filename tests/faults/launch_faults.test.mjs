@@ -6,17 +6,17 @@ import { setTimeout as pause } from 'node:timers/promises';
 
 import { pageColour } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { trialsOn } from '../support/desktop/trial.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong } from './harness/scenarios.mjs';
 import { assertClean, endedWell, noZombies, underWatch } from './harness/invariants.mjs';
 
-const { trial } = trialsOn();
+const { test } = desktopTests();
 
 /// Ends a run that may not have come to the point where it answers a signal.
 async function endedAtAnyStep(user, run) {
-  await user.ended(run);
-  const { code, signal } = run.ended;
+  await user.awaitExit(run);
+  const { code, signal } = run.exit;
   assert.ok(code === 0 || signal === 'SIGTERM', `${code} ${signal} ${run.output}`);
   await assertClean(user);
   return signal ? 'by the signal' : 'by itself';
@@ -25,23 +25,23 @@ async function endedAtAnyStep(user, run) {
 const steps = {
   'a process': () => true,
   'its connection to the screen': (user, run) => /nl\.orvel/.test(run.output) ||
-    user.processNamed('orvel-os').length > 0,
-  'the network process': (user) => user.processNamed('WebKitNetworkProcess').length > 0,
-  'the web process': (user) => user.processNamed('WebKitWebProcess').length > 0,
+    user.processesNamed('orvel-os').length > 0,
+  'the network process': (user) => user.processesNamed('WebKitNetworkProcess').length > 0,
+  'the web process': (user) => user.processesNamed('WebKitWebProcess').length > 0,
   'the window': async (user, run, screen) => (await screen.windows()).length > 0,
-  'the command that looks at the port': (user) => user.processNamed('lsof').length > 0,
+  'the command that looks at the port': (user) => user.processesNamed('lsof').length > 0,
   'the server': (user) => user.root.events('started').length > 0,
   'the listening server': (user) => user.root.events('listening').length > 0,
   'a probe': (user) => user.root.requests('/api/wie').length > 0,
   'the page': (user) => user.root.requests('/').length > 0,
 };
 
-trial('SIGTERM at each step of the launch', { timeout: 200_000 }, async (user, screen, t) => {
+test('SIGTERM at each step of the launch', { timeout: 200_000 }, async (user, screen, t) => {
   for (const [what, seen] of Object.entries(steps)) {
     // Each round looks at what the others have not left behind.
-    user.root.forget();
+    user.root.clearRecord();
     const run = user.start();
-    run.forced = true;
+    run.killExpected = true;
     // A short step may be over before it was seen.
     await waitFor(what, async () =>
       (await seen(user, run, screen)) || user.root.requests('/').length > 0, { every: 1 });
@@ -50,10 +50,10 @@ trial('SIGTERM at each step of the launch', { timeout: 200_000 }, async (user, s
   }
 });
 
-trial('SIGTERM at moments all over the launch', { timeout: 2_000_000 },
+test('SIGTERM at moments all over the launch', { timeout: 2_000_000 },
   async (user, screen, t) => {
     const begin = Date.now();
-    const run = await user.startAndPaint();
+    const run = await user.startAndShowPage();
     const whole = Date.now() - begin;
     kill(run.pid, 'SIGTERM');
     await endedWell(user, run);
@@ -61,7 +61,7 @@ trial('SIGTERM at moments all over the launch', { timeout: 2_000_000 },
     const ends = {};
     for (let number = 0; number < count; number += 1) {
       const early = user.start();
-      early.forced = true;
+      early.killExpected = true;
       await pause((whole * number) / count);
       kill(early.pid, 'SIGTERM');
       const how = await endedAtAnyStep(user, early);
@@ -72,47 +72,47 @@ trial('SIGTERM at moments all over the launch', { timeout: 2_000_000 },
 
 const rounds = isLong ? 1000 : 20;
 
-trial(`${rounds} starts and quits`, { timeout: rounds * 15_000 }, async (user, screen, t) => {
+test(`${rounds} starts and quits`, { timeout: rounds * 15_000 }, async (user, screen, t) => {
   const begin = Date.now();
   for (let round = 1; round <= rounds; round += 1) {
-    const run = await user.startAndPaint();
+    const run = await user.startAndShowPage();
     await noZombies(run);
     kill(run.pid, 'SIGTERM');
     await endedWell(user, run);
     await assertClean(user);
-    user.root.forget();
+    user.root.clearRecord();
   }
   t.diagnostic(`${rounds} rounds took ${Date.now() - begin} ms`);
 });
 
-trial('200 quick presses of Control-R', {}, async (user, screen, t) => {
-  const run = await user.startAndPaint();
-  await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+test('200 quick presses of Control-R', {}, async (user, screen, t) => {
+  const run = await user.startAndShowPage();
+  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
   const press = () => screen.tool('xdotool', 'key', '--delay', '4',
     ...Array(200).fill('ctrl+r'));
   await underWatch(screen, run, t, { what: 'with a server' }, async () => {
     await press();
     const requests = user.root.requests('/').length;
-    await screen.keys('ctrl+r');
+    await screen.pressKeys('ctrl+r');
     await waitFor('one more', () => user.root.requests('/').length > requests);
     // The page before it looks the same, and takes what is typed along when it goes.
     await waitFor('the letters in the field', async () => {
       await screen.type('aap');
-      return user.root.told('veld').at(-1)?.value.endsWith('aap');
+      return user.root.reported('field').at(-1)?.value.endsWith('aap');
     }, { every: 500 });
   });
   assert.equal(user.root.events('started').length, 1);
 
   await underWatch(screen, run, t, { what: 'without a server' }, async (watch) => {
-    kill((await user.root.started()).pid);
-    await screen.pageText((text) => text.includes('(code 9)'));
-    const painted = user.root.told('getoond').length;
+    kill((await user.root.awaitStarted()).pid);
+    await screen.awaitPageText((text) => text.includes('(code 9)'));
+    const painted = user.root.reported('painted').length;
     await watch.allowing(async () => {
       await press();
-      await user.root.started(2);
+      await user.root.awaitStarted(2);
     });
-    await user.root.painted(painted + 1);
-    await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+    await user.root.awaitPainted(painted + 1);
+    await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
   });
   assert.equal(user.root.events('started').length, 2, 'one server for all presses');
   await user.quit(run);

@@ -291,7 +291,7 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
     [join(sources, 'scripts/demo_report.mjs'), record, ...options], { encoding: 'utf8' });
   await waitFor('a painted page', () => report('--until-painted').status === 0,
     { every: 100, timeout: 40_000 });
-  const window = await screen.window();
+  const window = await screen.awaitWindow();
   assert.match(await screen.property(window, 'WM_CLASS'), /"nl\.orvel\.os"/);
   assert.match(await screen.property(window, '_NET_WM_ICON'), /Icon \(\d+ x \d+\)/);
   const programs = markedProcesses(marker)
@@ -300,11 +300,11 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
   assert.equal(programs.length, 1);
   // The machine here has no such program.
   assert.ok(!existsSync(`/${bundle}/Linux/orvel-os`));
-  if (process.env.ORVEL_E2E_PICTURES) {
-    mkdirSync(process.env.ORVEL_E2E_PICTURES, { recursive: true });
-    await screen.save(join(process.env.ORVEL_E2E_PICTURES, 'package.png'));
+  if (process.env.ORVEL_E2E_SCREENSHOTS) {
+    mkdirSync(process.env.ORVEL_E2E_SCREENSHOTS, { recursive: true });
+    await screen.saveScreenshot(join(process.env.ORVEL_E2E_SCREENSHOTS, 'package.png'));
   }
-  await screen.keys('ctrl+q');
+  await screen.pressKeys('ctrl+q');
   await waitFor('the end of the application', () => markedProcesses(marker).length === 0);
   assert.equal(report().status, 0, report().stderr);
 

@@ -64,7 +64,7 @@ async function quit(bench, tree) {
   const end = tree.ended();
   for (let tries = 0; tries < 4; tries += 1) {
     const asked = wallClock();
-    await bench.screen.keys('alt+F4');
+    await bench.screen.pressKeys('alt+F4');
     // A window that has not got the keyboard yet does not see the key.
     const ended = await Promise.race([end, pause(5000, null, { ref: false })]);
     if (ended) return ended - asked;

@@ -17,19 +17,19 @@ const endless = { page: 'lost', polling: 'waits', download: 'waits', manifest: '
 
 /// `gate` is a file at whose making an answer that lasts comes to its end.
 export const badAnswers = (gate) => ({
-  'nothing at all': { route: { silent: true },
+  'nothing at all': { route: { noReply: true },
     outcomes: { ...none, polling: undefined, manifest: undefined, archive: 'waits',
       download: 'waits' } },
   'a reset connection': { route: { reset: true }, outcomes: none },
   // A probe needs only the response head.
-  'a body that is cut': { route: { cut: true }, outcomes: { ...none, polling: 'ready' } },
-  'a cut in the middle of a chunk': { route: { cutChunk: true },
+  'a body that is cut': { route: { truncated: true }, outcomes: { ...none, polling: 'ready' } },
+  'a cut in the middle of a chunk': { route: { truncatedChunk: true },
     outcomes: { ...none, polling: 'ready' } },
-  '1,000 header fields': { route: { fields: 1000 }, outcomes: all },
+  '1,000 header fields': { route: { headerFields: 1000 }, outcomes: all },
   // libsoup reads no head of more than some hundred kilobytes.
-  '100,000 header fields': { route: { fields: 100_000 }, outcomes: none },
+  '100,000 header fields': { route: { headerFields: 100_000 }, outcomes: none },
   'one byte a second': { route: { trickle: gate }, outcomes: endless },
   // A body of text counts as wrong when it is longer than any text of ours.
-  'a flood without end': { route: { drips: true },
+  'a flood without end': { route: { endless: true },
     outcomes: { ...endless, polling: 'ready', manifest: 'failed' } },
 });

@@ -31,7 +31,7 @@ function zombiesOf(parent) {
 
 /// Waits until the application has seen to the end of each of its children.
 export async function noZombies(run) {
-  await waitFor('the end of all zombies', () => run.ended || zombiesOf(run.pid).length === 0);
+  await waitFor('the end of all zombies', () => run.exit || zombiesOf(run.pid).length === 0);
 }
 
 /// Watches a running application while the body runs, and fails when its main
@@ -48,18 +48,18 @@ export async function underWatch(screen, run, t, { growth = 24, what = t.name } 
   } finally {
     seen = await watch.end();
   }
-  const grown = run.ended ? 'ended' : `${(weightOf(run.pid) - before).toFixed(1)} MiB`;
+  const grown = run.exit ? 'ended' : `${(weightOf(run.pid) - before).toFixed(1)} MiB`;
   t.diagnostic(`${what}: ${seen.answers} answers, longest ${seen.took} ms, ` +
     `without waiting for a processor ${seen.own} ms; memory ${grown}`);
   assert.deepEqual(seen.slow, [], `${what}: the main thread paused for over ${pauseLimit} ms`);
-  if (run.ended) return;
+  if (run.exit) return;
   await waitFor(`${what}: memory back near ${Math.round(before)} MiB`, () =>
-    run.ended || weightOf(run.pid) < before + growth, { timeout: 30_000, every: 200 });
+    run.exit || weightOf(run.pid) < before + growth, { timeout: 30_000, every: 200 });
 }
 
 /// Waits for the ordinary end of a run.
 export async function endedWell(user, run, options) {
-  const { code, signal, time } = await user.ended(run, options);
+  const { code, signal, time } = await user.awaitExit(run, options);
   assert.deepEqual({ code, signal }, { code: 0, signal: null }, run.output);
   return time;
 }
@@ -78,7 +78,7 @@ function withoutSoupFault(said) {
 /// it keeps, nothing half done, no word of a broken rule.
 export async function assertClean(user, { damaged = [] } = {}) {
   await user.assertNothingLeft();
-  const said = user.starts.map(({ output }) => output).join('');
+  const said = user.runs.map(({ output }) => output).join('');
   assert.doesNotMatch(withoutSoupFault(said), /CRITICAL|Assertion|terminate called|Sanitizer/);
   const { XDG_CONFIG_HOME, XDG_CACHE_HOME } = user.environment;
   const config = below(join(XDG_CONFIG_HOME)).filter((name) => name.startsWith('nl.orvel.os/'));

@@ -5,21 +5,21 @@ import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../../support/desktop/desktop.mjs';
+import { Desktop } from '../../support/desktop/default_apps.mjs';
 import { OnlineServer } from '../../support/desktop/online_server.mjs';
 import { pageColour } from '../../support/desktop/page.mjs';
-import { entryOf, fingerprint, makeRelease, offer } from '../../support/desktop/release.mjs';
-import { updated } from '../../support/desktop/update.mjs';
+import { plistValue, fingerprint, makeRelease, releaseRoutes } from '../../support/desktop/release.mjs';
+import { updatedNotice } from '../../support/desktop/updates.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
 import { endedWell } from './invariants.mjs';
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n'.repeat(100_000) };
-const page = '<input id="veld" autocomplete="off"><a id="los" href="/api/bestand/los">los</a>';
+const page = '<input id="field" autocomplete="off"><a id="los" href="/api/bestand/los">los</a>';
 
 const refusing = { live: true, routes: { '/api/wie': { status: 503 } } };
 
 async function shows(scene) {
-  await waitFor('the page on the screen', () => scene.screen.picture().shows(pageColour));
+  await waitFor('the page on the screen', () => scene.screen.screenshot().shows(pageColour));
 }
 
 /// What each job needs: `begin` brings a scene (user, screen, how to start) to
@@ -29,39 +29,39 @@ export const jobs = {
   starting: {
     async begin(scene) {
       scene.run = scene.user.start(scene.options);
-      await scene.user.root.started();
-      await scene.screen.window();
+      await scene.user.root.awaitStarted();
+      await scene.screen.awaitWindow();
     },
     async finish(scene) {
-      await scene.user.root.painted(1);
+      await scene.user.root.awaitPainted(1);
       await shows(scene);
     },
   },
 
   polling: {
     async begin(scene) {
-      scene.user.root.behave(refusing);
+      scene.user.root.setBehaviour(refusing);
       scene.run = scene.user.start(scene.options);
       await waitFor('probes', () => scene.user.root.requests('/api/wie').length >= 2);
-      await scene.screen.window();
+      await scene.screen.awaitWindow();
     },
     async finish(scene) {
-      scene.user.root.behave({ live: true });
-      await scene.user.root.painted(1);
+      scene.user.root.setBehaviour({ live: true });
+      await scene.user.root.awaitPainted(1);
       await shows(scene);
     },
   },
 
   showing: {
     async begin(scene) {
-      scene.run = await scene.user.startAndPaint(scene.options);
+      scene.run = await scene.user.startAndShowPage(scene.options);
     },
     async finish(scene) {
       // Where the page was loaded again by itself, it was painted once more.
       const before = scene.user.root.requests('/').length;
-      await scene.screen.keys('ctrl+r');
+      await scene.screen.pressKeys('ctrl+r');
       await waitFor('the page again', () => scene.user.root.requests('/').length > before);
-      await scene.user.root.painted(scene.user.root.requests('/').length);
+      await scene.user.root.awaitPainted(scene.user.root.requests('/').length);
       await shows(scene);
     },
   },
@@ -71,11 +71,11 @@ export const jobs = {
       const { user, screen } = scene;
       scene.gate = join(user.folder, 'verder');
       scene.desktop = new Desktop(user);
-      const told = await user.startWithPage(page, {
+      const layout = await user.startWithPage(page, {
         routes: { '/api/bestand/los': { ...file, gate: scene.gate } },
       }, scene.options);
-      scene.run = user.starts.at(-1);
-      await screen.clickElement(told, 'los');
+      scene.run = user.runs.at(-1);
+      await screen.clickElement(layout, 'los');
       await waitFor('the request', () => user.root.requests('/api/bestand/los').length === 1);
     },
     async finish(scene) {
@@ -98,18 +98,18 @@ export const jobs = {
       const routes = {};
       scene.server = await OnlineServer.open({ routes });
       const { address } = scene.server;
-      user.setInformation({ ORVELOSURL: address, CFBundleShortVersionString: '1.0' });
+      user.setPlistValues({ ORVELOSURL: address, CFBundleShortVersionString: '1.0' });
       scene.old = fingerprint(user.bundle);
-      Object.assign(routes, offer('1.1', { body: makeRelease(user), gate: scene.gate }));
+      Object.assign(routes, releaseRoutes('1.1', { body: makeRelease(user), gate: scene.gate }));
       scene.run = user.start(scene.options);
-      await scene.server.painted();
+      await scene.server.awaitPainted();
       await screen.chooseApplicationItem(1);
-      await waitFor('the request', () => scene.server.to('/download/orvel-os.zip').length > 0);
+      await waitFor('the request', () => scene.server.requestsTo('/download/orvel-os.zip').length > 0);
     },
     async finish(scene) {
       writeFileSync(scene.gate, '');
-      await scene.screen.panel(updated);
-      assert.equal(entryOf(scene.user.bundle, 'CFBundleShortVersionString'), '1.1');
+      await scene.screen.awaitPanel(updatedNotice);
+      assert.equal(plistValue(scene.user.bundle, 'CFBundleShortVersionString'), '1.1');
     },
     async nothingCame(scene) {
       assert.equal(fingerprint(scene.user.bundle), scene.old);
@@ -119,17 +119,17 @@ export const jobs = {
   quitting: {
     async begin(scene) {
       const { user } = scene;
-      user.root.behave({ stopsAfter: 800 });
-      scene.run = await user.startAndPaint(scene.options);
-      scene.pages = user.root.told('getoond').length;
+      user.root.setBehaviour({ stopDelay: 800 });
+      scene.run = await user.startAndShowPage(scene.options);
+      scene.pages = user.root.reported('painted').length;
     },
     async enter({ user, screen }) {
-      await screen.keys('ctrl+q');
+      await screen.pressKeys('ctrl+q');
       await waitFor('the stop', () => user.root.events('signal').length > 0);
     },
     async finish(scene) {
       await endedWell(scene.user, scene.run);
-      await scene.user.root.serverGone();
+      await scene.user.root.awaitServerExit();
     },
   },
 };

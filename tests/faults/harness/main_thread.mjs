@@ -15,7 +15,7 @@ export class MainThread {
     watch.run = run;
     watch.answers = [];
     watch.allowed = [];
-    const window = Number(await screen.window());
+    const window = Number(await screen.awaitWindow());
     const { pid } = run;
     watch.worker = new Worker(new URL('pinger.mjs', import.meta.url), {
       workerData: { display: screen.display, window, pid, screenPid: screen.server.pid, every: 25 },
@@ -50,7 +50,7 @@ export class MainThread {
   /// milliseconds: as they were, and without the time that the threads of the
   /// round trip waited for a processor.
   async end() {
-    this.worker.postMessage(!this.run.ended);
+    this.worker.postMessage(!this.run.exit);
     await this.over;
     if (this.error) throw this.error;
     const counted = this.answers.filter(({ at, took }) =>

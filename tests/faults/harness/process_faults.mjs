@@ -10,7 +10,7 @@ import { spawnSync } from 'node:child_process';
 import { readFileSync, readdirSync } from 'node:fs';
 import { setTimeout as pause } from 'node:timers/promises';
 
-import { alive, kill } from '../../support/desktop/processes.mjs';
+import { isRunning, kill } from '../../support/desktop/processes.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
 import { endedWell } from './invariants.mjs';
 
@@ -33,14 +33,14 @@ function listens({ pid }) {
 
 async function killProcess(scene, name) {
   const [found] = await waitFor(name, () => {
-    const all = scene.user.processNamed(name).filter(listens);
+    const all = scene.user.processesNamed(name).filter(listens);
     return all.length > 0 && all;
   });
   kill(found.pid);
-  await waitFor(`the end of ${name}`, () => !alive(found.pid));
+  await waitFor(`the end of ${name}`, () => !isRunning(found.pid));
 }
 
-const serverOf = async (scene) => (await scene.user.root.started()).pid;
+const serverOf = async (scene) => (await scene.user.root.awaitStarted()).pid;
 
 export const blows = {
   'the server crashes': {
@@ -75,7 +75,7 @@ export const blows = {
     onBus: true,
     async strike(scene) {
       kill(scene.bus.pid);
-      await waitFor('the end of the bus', () => !alive(scene.bus.pid));
+      await waitFor('the end of the bus', () => !isRunning(scene.bus.pid));
     },
     outcomes: always(goesOn),
   },
@@ -96,9 +96,9 @@ export const blows = {
       const limit = (number) => spawnSync('prlimit', [`--pid=${scene.run.pid}`,
         `--nofile=${number}:4096`]).status;
       assert.equal(limit(3), 0);
-      await scene.screen.keys('ctrl+r');
+      await scene.screen.pressKeys('ctrl+r');
       await pause(1000);
-      assert.ok(limit(1024) === 0 || scene.run.ended);
+      assert.ok(limit(1024) === 0 || scene.run.exit);
     },
     // While it starts, GLib and the web engine end a process that gets none; later
     // the engine may lose a picture, and waits for it until it ends.

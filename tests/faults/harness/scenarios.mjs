@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 
-import { onSessionBus } from '../../support/desktop/session_bus.mjs';
+import { withSessionBus } from '../../support/desktop/session_bus.mjs';
 import { jobs } from './jobs.mjs';
 import { assertClean, endedWell, underWatch } from './invariants.mjs';
 
@@ -13,16 +13,16 @@ async function reported(scene, job, code, watch) {
   const { user, screen } = scene;
   const message = `De OS-server is gestopt (code ${code}). Zie ~/orvel-os/v3/.local/server.log. ` +
     'Herstarten met ⌘R.';
-  const text = await screen.pageText((page) => page.endsWith(message));
+  const text = await screen.awaitPageText((page) => page.endsWith(message));
   assert.equal(text, `Orvel OS\n${message}`);
   await job.nothingCame?.(scene);
-  user.root.behave({});
-  const painted = user.root.told('getoond').length;
+  user.root.setBehaviour({});
+  const painted = user.root.reported('painted').length;
   await watch.allowing(async () => {
-    await screen.keys('ctrl+r');
-    await user.root.started(2);
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitStarted(2);
   });
-  await user.root.painted(painted + 1);
+  await user.root.awaitPainted(painted + 1);
 }
 
 async function meet(scene, job, outcome, watch) {
@@ -48,7 +48,7 @@ async function play(scene, name, blow, t) {
       await blow.strike(scene);
       await meet(scene, job, blow.outcomes[name], watch);
     });
-    if (!run.ended) {
+    if (!run.exit) {
       // By signal: a panel may have the keyboard.
       process.kill(run.pid, 'SIGTERM');
       await endedWell(user, run);
@@ -64,11 +64,11 @@ export const isPlayed = (blow, name) =>
   blow.outcomes[name] !== undefined && (isLong || blow.short.includes(name));
 
 /// Declares the test of one cell of the table.
-export function cell(trial, title, blow, name) {
-  trial(`${name}: ${title}`, {}, async (user, screen, t) => {
+export function cell(test, title, blow, name) {
+  test(`${name}: ${title}`, {}, async (user, screen, t) => {
     const scene = { user, screen, options: {} };
     if (!blow.onBus) return play(scene, name, blow, t);
-    return onSessionBus(async (environment, bus) => {
+    return withSessionBus(async (environment, bus) => {
       Object.assign(scene, { bus, options: { environment } });
       await play(scene, name, blow, t);
     });

@@ -5,8 +5,8 @@ import { execFile, spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
 import { promisify } from 'node:util';
 
-import { alive, kill } from './processes.mjs';
-import { onSessionBus } from './session_bus.mjs';
+import { isRunning, kill } from './processes.mjs';
+import { withSessionBus } from './session_bus.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -25,7 +25,7 @@ const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-
 /// the window, and whether it has the focus. Without a dialog there are none.
 export async function withAccessibility(screen, body) {
   if (!launcher) throw new Error('at-spi2-core is not installed');
-  await onSessionBus(async (bus) => {
+  await withSessionBus(async (bus) => {
     // WebKit finds a bus only on a path without spaces.
     const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
     const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
@@ -36,7 +36,7 @@ export async function withAccessibility(screen, body) {
       await body(bus, read);
     } finally {
       kill(child.pid, 'SIGTERM');
-      await waitFor('the end of the accessibility bus', () => !alive(child.pid));
+      await waitFor('the end of the accessibility bus', () => !isRunning(child.pid));
     }
   });
 }

@@ -3,9 +3,9 @@
 //   page     HTML for a page that tells what happens to it
 //   bytes    a body of so many zero bytes
 //   gate     the second half of the body waits until a file of this name exists
-//   drips    the body never ends; each piece that has left is an event "dripped"
+//   endless    the body never ends; each piece that has left is an event "chunkSent"
 //   cut      the connection ends where half of the body is missing
-//   cutChunk the same in the middle of a chunk
+//   truncatedChunk the same in the middle of a chunk
 //   reset    the connection is reset before an answer
 //   fields   so many header fields more
 //   trickle  a byte of the body a second until a file of this name exists
@@ -43,7 +43,7 @@ function trickle(response, body, gate) {
   let sent = 0;
   whileAnswering(response, 1000, () => {
     if (sent < body.length) response.write(body.subarray(sent, (sent += 1)));
-    response.emit('dripped');
+    response.emit('chunkSent');
   });
   whileAnswering(response, 10, () => {
     if (existsSync(gate)) response.end(body.subarray(sent));
@@ -59,29 +59,29 @@ const manyFields = (count) =>
   Object.fromEntries(Array.from({ length: count }, (_, at) => [`x-veld-${at}`, String(at)]));
 
 function answerRoute(response, route) {
-  if (route.silent) return;
-  if (route.logs) writeLog(route.logs);
+  if (route.noReply) return;
+  if (route.logBytes) writeLog(route.logBytes);
   if (route.reset) {
     response.socket.resetAndDestroy();
     return;
   }
   const body = Buffer.from(route.page === undefined ? route.body ?? '' : pageWith(route.page));
   const half = body.subarray(0, body.length / 2);
-  const length = { 'content-length': route.bytes ?? body.length };
+  const length = { 'content-length': route.zeroBytes ?? body.length };
   response.writeHead(route.status ?? 200, {
     ...(route.page === undefined ? {} : html),
-    ...(route.drips || route.cutChunk ? {} : length),
-    ...manyFields(route.fields ?? 0),
+    ...(route.endless || route.truncatedChunk ? {} : length),
+    ...manyFields(route.headerFields ?? 0),
     ...route.headers,
   });
-  if (route.bytes !== undefined) {
-    streamZeros(response, route.bytes);
-  } else if (route.drips) {
+  if (route.zeroBytes !== undefined) {
+    streamZeros(response, route.zeroBytes);
+  } else if (route.endless) {
     whileAnswering(response, 5, () =>
-      response.write(Buffer.alloc(1 << 18), () => response.emit('dripped')));
-  } else if (route.cut) {
+      response.write(Buffer.alloc(1 << 18), () => response.emit('chunkSent')));
+  } else if (route.truncated) {
     response.write(half, () => response.destroy());
-  } else if (route.cutChunk) {
+  } else if (route.truncatedChunk) {
     response.flushHeaders();
     response.socket.end(`${body.length.toString(16)}\r\n${half}`);
   } else if (route.trickle) {

@@ -6,7 +6,7 @@ import {
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { alive } from './processes.mjs';
+import { isRunning } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const harness = dirname(fileURLToPath(import.meta.url));
@@ -27,12 +27,12 @@ export class DataRoot {
     for (const part of ['answers.mjs', 'page.mjs']) {
       copyFileSync(join(harness, part), join(this.path, 'v3', part));
     }
-    this.behave(behaviour);
+    this.setBehaviour(behaviour);
   }
 
   /// How the server behaves from its next start on; one that is `live` takes
   /// each answer from what was last said here.
-  behave(behaviour) {
+  setBehaviour(behaviour) {
     const path = join(this.path, 'v3/behaviour.json');
     writeFileSync(`${path}.new`, JSON.stringify(behaviour));
     renameSync(`${path}.new`, path);
@@ -46,7 +46,7 @@ export class DataRoot {
   }
 
   /// Begins the record anew, while no server runs.
-  forget() {
+  clearRecord() {
     rmSync(this.recordPath, { force: true });
   }
 
@@ -59,24 +59,24 @@ export class DataRoot {
   }
 
   /// What the page has told under a name.
-  told(name) {
+  reported(name) {
     return this.requests(`/api/${name}`, 'POST').map((line) => JSON.parse(line.body));
   }
 
   /// Waits until the page has been painted `times` times in all, and gives what
   /// it told the last time.
-  async painted(times = 1) {
-    await waitFor(`page painted ${times} times`, () => this.told('getoond').length >= times);
-    return this.told('getoond').at(-1);
+  async awaitPainted(times = 1) {
+    await waitFor(`page painted ${times} times`, () => this.reported('painted').length >= times);
+    return this.reported('painted').at(-1);
   }
 
   /// Waits for the server's `count`th start and gives its line.
-  async started(count = 1) {
+  async awaitStarted(count = 1) {
     return waitFor(`server start ${count}`, () => this.events('started')[count - 1]);
   }
 
-  async serverGone(count = 1) {
-    const { pid } = await this.started(count);
-    await waitFor(`end of server ${pid}`, () => !alive(pid));
+  async awaitServerExit(count = 1) {
+    const { pid } = await this.awaitStarted(count);
+    await waitFor(`end of server ${pid}`, () => !isRunning(pid));
   }
 }

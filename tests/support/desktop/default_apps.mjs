@@ -55,7 +55,7 @@ export class Desktop {
   }
 
   /// Has a scheme opened by an application that is called by a name on the bus.
-  chooseByBus(scheme, name) {
+  activateByDBus(scheme, name) {
     const { XDG_CONFIG_HOME, XDG_DATA_HOME } = this.user.environment;
     writeFileSync(join(XDG_DATA_HOME, 'applications', `${name}.desktop`),
       `[Desktop Entry]\nType=Application\nName=${name}\nDBusActivatable=true\nExec=false\n`);
@@ -65,7 +65,7 @@ export class Desktop {
   }
 
   /// What the default applications were given so far, with their surroundings.
-  starts() {
+  launches() {
     if (!existsSync(this.record)) return [];
     return readFileSync(this.record, 'utf8').split('\n').slice(0, -1).map((text) => {
       const line = JSON.parse(text);
@@ -76,17 +76,17 @@ export class Desktop {
 
   /// The URLs and paths that were opened so far.
   opened() {
-    return this.starts().map(({ given }) => given);
+    return this.launches().map(({ given }) => given);
   }
 
   async awaitOpened(given) {
     return waitFor(`the opening of ${given}`, () =>
-      this.starts().find((start) => start.given === given));
+      this.launches().find((start) => start.given === given));
   }
 
   /// Everything that was opened, once the application has ended and nothing can
   /// be opened any more.
-  async openedInTheEnd() {
+  async openedAfterExit() {
     await this.user.assertNothingLeft();
     return this.opened().sort();
   }

@@ -3,19 +3,19 @@
 
 import { mkdirSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { after, before, test as nodeTest } from 'node:test';
 
 import { PORT, listeners } from './processes.mjs';
 import { Screen } from './screen.mjs';
 import { User } from './user.mjs';
 import { stopWaiting, waitFor } from './wait.mjs';
 
-const pictures = process.env.ORVEL_E2E_PICTURES;
+const pictures = process.env.ORVEL_E2E_SCREENSHOTS;
 
 /// Gives the functions with which one test file declares its tests and keeps
 /// pictures of what it sees. `local` false: the file leaves the port alone, and
 /// may run beside others.
-export function trialsOn({ local = true, ...screenOptions } = {}) {
+export function desktopTests({ usesPort = true, ...screenOptions } = {}) {
   let screen;
   let present;
 
@@ -33,7 +33,7 @@ export function trialsOn({ local = true, ...screenOptions } = {}) {
   }
 
   before(async () => {
-    if (local && listeners()) {
+    if (usesPort && listeners()) {
       throw new Error(`port ${PORT} must be free for these tests; it is held by ${listeners()}`);
     }
     screen = await Screen.open(screenOptions);
@@ -41,26 +41,26 @@ export function trialsOn({ local = true, ...screenOptions } = {}) {
   after(() => screen?.close());
 
   /// Keeps the present picture for people, when they asked for pictures.
-  async function keep(name) {
+  async function saveScreenshot(name) {
     if (!pictures) return;
     mkdirSync(pictures, { recursive: true });
-    await screen.save(join(pictures, `${name.replace(/[^\w-]+/g, '-')}.png`));
+    await screen.saveScreenshot(join(pictures, `${name.replace(/[^\w-]+/g, '-')}.png`));
   }
 
   /// Declares a test. Its body gets the user and the screen, and must leave the
   /// application ended.
-  function trial(name, options, body) {
+  function test(name, options, body) {
     const { timeout = 60_000, skip = false, ...userOptions } = options;
-    test(name, { timeout, skip }, async (t) => {
+    nodeTest(name, { timeout, skip }, async (t) => {
       const user = new User(screen, userOptions);
       present = user;
       try {
         await body(user, screen, t);
         await user.assertNothingLeft();
-        if (local) await waitFor('a free port', () => !listeners());
+        if (usesPort) await waitFor('a free port', () => !listeners());
       } catch (error) {
-        await keep(`failed ${name}`);
-        const output = user.starts.map((run) => run.output).join('');
+        await saveScreenshot(`failed ${name}`);
+        const output = user.runs.map((run) => run.output).join('');
         if (output) t.diagnostic(`the application said: ${output}`);
         throw error;
       } finally {
@@ -70,5 +70,5 @@ export function trialsOn({ local = true, ...screenOptions } = {}) {
     });
   }
 
-  return { trial, keep };
+  return { test, saveScreenshot };
 }

@@ -30,26 +30,26 @@ process.stderr.write('woord op de foutuitvoer\n');
 for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
   process.on(signal, () => {
     record('signal', { signal });
-    if (behaviour.deaf) return;
+    if (behaviour.ignoresSignals) return;
     setTimeout(() => {
       record('stopped');
       process.exit(0);
-    }, behaviour.stopsAfter ?? 0);
+    }, behaviour.stopDelay ?? 0);
   });
 }
 
-let refusals = behaviour.refusals ?? 0;
+let failedProbes = behaviour.failedProbes ?? 0;
 
 function serve(request, response, body) {
   const { method, url, headers } = request;
   record('request', { method, url, headers, body });
-  response.on('close', () => record('answered', { url, whole: response.writableFinished }));
-  response.on('dripped', () => record('dripped', { url }));
-  if (behaviour.silent) return;
-  if (behaviour.hangsUp) {
+  response.on('close', () => record('responseClosed', { url, whole: response.writableFinished }));
+  response.on('chunkSent', () => record('chunkSent', { url }));
+  if (behaviour.noReply) return;
+  if (behaviour.closesConnection) {
     request.socket.destroy();
-  } else if (url === '/api/wie' && refusals > 0) {
-    refusals -= 1;
+  } else if (url === '/api/wie' && failedProbes > 0) {
+    failedProbes -= 1;
     response.writeHead(behaviour.refusal ?? 401).end();
   } else {
     answer(request, response, behaviour.live ? read().routes : behaviour.routes);
@@ -65,8 +65,8 @@ function listen() {
   server.listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
 }
 
-if (behaviour.exits !== undefined) {
-  process.exitCode = behaviour.exits;
+if (behaviour.exitCode !== undefined) {
+  process.exitCode = behaviour.exitCode;
 } else if (behaviour.neverListens) {
   setInterval(() => {}, 1000);
 } else {

@@ -30,18 +30,18 @@ export class OnlineServer {
     return online;
   }
 
-  to(url) {
+  requestsTo(url) {
     return this.requests.filter((request) => request.url === url);
   }
 
   /// What the page has told under a name.
-  told(name) {
-    return this.to(`/api/${name}`).map(({ body }) => JSON.parse(body));
+  reported(name) {
+    return this.requestsTo(`/api/${name}`).map(({ body }) => JSON.parse(body));
   }
 
-  async painted(times = 1) {
-    await waitFor(`page painted ${times} times`, () => this.told('getoond').length >= times);
-    return this.told('getoond').at(-1);
+  async awaitPainted(times = 1) {
+    await waitFor(`page painted ${times} times`, () => this.reported('painted').length >= times);
+    return this.reported('painted').at(-1);
   }
 
   close() {

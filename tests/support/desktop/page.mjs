@@ -17,11 +17,11 @@ export function pageWith(content) {
   a, button { display: block; width: 260px; height: 24px; margin: 8px; padding: 0;
               font: 15px sans-serif; color: #99a; background: #101820; border: 0; }
   iframe { position: fixed; left: 620px; top: 20px; width: 320px; height: 200px; border: 0; }
-  #veld { position: fixed; left: 40px; top: 40px; width: 420px; font: 18px sans-serif;
+  #field { position: fixed; left: 40px; top: 40px; width: 420px; font: 18px sans-serif;
           border: 0; outline: 0; color: #778; background: #101820; caret-color: transparent; }
 </style>
 <script>
-  const tell = (what, data = {}) =>
+  const report = (what, data = {}) =>
     fetch('/api/' + what, { method: 'POST', body: JSON.stringify(data) });
 </script>
 ${content}
@@ -39,16 +39,16 @@ ${content}
   };
   const runs = Number(localStorage.getItem('runs') ?? 0) + 1;
   localStorage.setItem('runs', runs);
-  document.cookie = 'blijvend=ja; path=/; max-age=86400';
-  const field = document.getElementById('veld');
-  field?.addEventListener('input', () => tell('veld', { value: field.value }));
-  field?.addEventListener('keyup', (event) => event.key === 'End' && tell('einde'));
-  addEventListener('resize', () => tell('maat', size()));
+  document.cookie = 'persistent=yes; path=/; max-age=86400';
+  const field = document.getElementById('field');
+  field?.addEventListener('input', () => report('field', { value: field.value }));
+  field?.addEventListener('keyup', (event) => event.key === 'End' && report('endKey'));
+  addEventListener('resize', () => report('size', size()));
   addEventListener('load', () => {
     if (window !== top) return;
     field?.focus();
     // Two frames on, the first one has reached the screen.
-    requestAnimationFrame(() => requestAnimationFrame(() => tell('getoond', {
+    requestAnimationFrame(() => requestAnimationFrame(() => report('painted', {
       runs, agent: navigator.userAgent, places: places(document, 0, 0), ...size(),
     })));
   });
@@ -58,4 +58,4 @@ ${content}
 }
 
 /// The page of tests that ask for nothing but a text field.
-export const page = pageWith('<input id="veld" autocomplete="off">');
+export const page = pageWith('<input id="field" autocomplete="off">');

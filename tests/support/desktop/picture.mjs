@@ -32,7 +32,7 @@ export class Picture {
   }
 
   /// Red, green and blue at a place.
-  at(x, y) {
+  pixel(x, y) {
     const offset = y * this.stride + x * 4;
     return [this.pixels[offset + 2], this.pixels[offset + 1], this.pixels[offset]];
   }
@@ -40,11 +40,11 @@ export class Picture {
   /// Whether the pixel at a place has this colour, within the rounding of
   /// drawing.
   shows(colour, x = this.width >> 1, y = this.height >> 1) {
-    return this.at(x, y).every((value, index) => Math.abs(value - colour[index]) <= 2);
+    return this.pixel(x, y).every((value, index) => Math.abs(value - colour[index]) <= 2);
   }
 
   /// The pixels of a part, as one text.
-  part({ x, y, width, height }) {
+  region({ x, y, width, height }) {
     const lines = Array.from({ length: height }, (_, line) => {
       const offset = (y + line) * this.stride + x * 4;
       return this.pixels.subarray(offset, offset + width * 4).toString('base64');
@@ -54,7 +54,7 @@ export class Picture {
 
   /// The share of pixels, from the line `top` down, with a component above
   /// `limit`.
-  shareLighterThan(limit, top = 0) {
+  shareBrighterThan(limit, top = 0) {
     let count = 0;
     for (let y = top; y < this.height; y += 1) {
       const end = y * this.stride + this.width * 4;

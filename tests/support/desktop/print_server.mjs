@@ -7,7 +7,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 
-import { alive, kill } from './processes.mjs';
+import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -76,7 +76,7 @@ PageLog ${at('page_log')}
   async close() {
     kill(this.process.pid, 'SIGTERM');
     kill(this.process.pid, 'SIGCONT');
-    await waitFor('the end of the print server', () => !alive(this.process.pid));
+    await waitFor('the end of the print server', () => !isRunning(this.process.pid));
     rmSync(this.folder, { recursive: true, force: true });
   }
 }

@@ -77,13 +77,13 @@ export function filesOpenForWriting(pid) {
 }
 
 /// How much less than its share of the processor a process gets (nice).
-export function nicenessOf(pid) {
+export function niceValue(pid) {
   const stat = read(`/proc/${pid}/stat`);
   return stat.slice(stat.lastIndexOf(')') + 2).split(' ')[16];
 }
 
 /// Whether a process of this number is there.
-export function alive(pid) {
+export function isRunning(pid) {
   const { state } = describe(pid);
   return Boolean(state) && state !== 'Z';
 }

@@ -10,7 +10,7 @@ import {
 import { join } from 'node:path';
 
 /// The entry of a bundle's information as it stands on the disk.
-export function entryOf(bundle, key) {
+export function plistValue(bundle, key) {
   const text = readFileSync(join(bundle, 'Contents/Info.plist'), 'utf8');
   return new RegExp(`<key>${key}</key>\\s*<string>([^<]*)</string>`).exec(text)?.[1];
 }
@@ -53,7 +53,7 @@ export function makeRelease(user, { version = '1.1', identity, alter = () => {} 
 }
 
 /// What a server answers that has this release.
-export function offer(versie, archive = Buffer.from('')) {
+export function releaseRoutes(versie, archive = Buffer.from('')) {
   return {
     '/download/linux.json': { body: JSON.stringify({ versie, zip: 'orvel-os.zip' }) },
     '/download/orvel-os.zip': archive instanceof Buffer ? { body: archive } : archive,

@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { promisify } from 'node:util';
 
 import { Picture } from './picture.mjs';
-import { alive, kill } from './processes.mjs';
+import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -52,7 +52,7 @@ export class Screen {
 
   async close() {
     const mine = this.end();
-    await waitFor('the end of the screen', () => mine.every(({ pid }) => !alive(pid)));
+    await waitFor('the end of the screen', () => mine.every(({ pid }) => !isRunning(pid)));
     rmSync(this.folder, { recursive: true, force: true });
   }
 
@@ -81,7 +81,7 @@ export class Screen {
 
   /// Presses keys by their X11 names, with modifiers before a plus sign:
   /// `keys('ctrl+a', 'F10')`.
-  async keys(...names) {
+  async pressKeys(...names) {
     await this.tool('xdotool', 'key', '--clearmodifiers', ...names.map(withKeyCode));
   }
 
@@ -97,17 +97,17 @@ export class Screen {
 
   /// Where on the screen an element is, of a page that has `told` its size and
   /// places; the page ends where the screen does.
-  placeOf(told, id) {
-    const [x, y] = told.places[id];
-    return [x, y + this.picture().height - told.height];
+  positionOf(layout, id) {
+    const [x, y] = layout.places[id];
+    return [x, y + this.screenshot().height - layout.height];
   }
 
-  async clickElement(told, id, options) {
-    await this.click(...this.placeOf(told, id), options);
+  async clickElement(layout, id, options) {
+    await this.click(...this.positionOf(layout, id), options);
   }
 
-  async pointAtElement(told, id) {
-    const place = this.placeOf(told, id).map((at) => String(Math.round(at)));
+  async hoverElement(layout, id) {
+    const place = this.positionOf(layout, id).map((at) => String(Math.round(at)));
     await this.tool('xdotool', 'mousemove', ...place);
   }
 
@@ -119,35 +119,35 @@ export class Screen {
   }
 
   /// The application's window, once it is there.
-  async window() {
+  async awaitWindow() {
     return waitFor('the window', async () => (await this.windows())[0]);
   }
 
   /// Asks the application to close its main window, as a task bar does, regardless of the
   /// focus.
   async closeMainWindow() {
-    await this.tool('wmctrl', '-i', '-c', await this.window());
+    await this.tool('wmctrl', '-i', '-c', await this.awaitWindow());
   }
 
   /// Waits until a window other than the main one has the focus, and returns its ID.
-  async secondWindow() {
-    const main = await this.window();
+  async awaitSecondWindow() {
+    const main = await this.awaitWindow();
     return waitFor('a second window', async () => {
-      if ((await this.managedWindows()) !== 2) return null;
+      if ((await this.windowCount()) !== 2) return null;
       const active = await this.tool('xdotool', 'getactivewindow');
       return active !== '' && active !== main ? active : null;
     });
   }
 
   /// How many windows the window manager has under its care.
-  async managedWindows() {
+  async windowCount() {
     const list = await this.tool('xprop', '-root', '_NET_CLIENT_LIST');
     return (list.match(/0x/g) ?? []).length;
   }
 
   /// Watches the windows under the manager's care from now on; gives a function
   /// that tells how many there were at most.
-  watchWindows() {
+  watchWindowCount() {
     let most = 0;
     let text = '';
     const spy = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
@@ -167,7 +167,7 @@ export class Screen {
   }
 
   /// Waits until a panel with this title is there and has the keyboard.
-  async panel(title) {
+  async awaitPanel(title) {
     return waitFor(`the panel "${title}"`, async () => {
       const [window] = await this.windows(title);
       const active = await this.tool('xdotool', 'getactivewindow');
@@ -176,7 +176,7 @@ export class Screen {
   }
 
   /// Waits until a panel is gone and another window has the keyboard.
-  async panelGone(title) {
+  async awaitPanelClosed(title) {
     await waitFor(`the end of the panel "${title}"`, async () => {
       if ((await this.windows(title)).length > 0) return false;
       return (await this.tool('xdotool', 'getactivewindow', 'getwindowname')) !== '';
@@ -185,7 +185,7 @@ export class Screen {
 
   /// Waits until a menu is open, or none is. Those of the application have the
   /// name that GTK knows it by.
-  async menu(isOpen = true, options = {}) {
+  async awaitMenu(isOpen = true, options = {}) {
     await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
       ((await this.windows('nl.orvel.os')).length > 0) === isOpen, options);
   }
@@ -194,34 +194,34 @@ export class Screen {
   /// as another window has given the keyboard back.
   async openMenu() {
     await waitFor('the menu', async () => {
-      await this.keys('F10');
-      return this.menu(true, { timeout: 2000 }).then(() => true, () => false);
+      await this.pressKeys('F10');
+      return this.awaitMenu(true, { timeout: 2000 }).then(() => true, () => false);
     });
   }
 
   /// Chooses one of the first three items of the application's menu, by keys
   /// alone.
   async chooseApplicationItem(number) {
-    await this.window();
+    await this.awaitWindow();
     // A pointer over the menu would choose too.
     await this.tool('xdotool', 'mousemove', '900', '700');
     await this.openMenu();
     // The keyboard is there a moment after the menu: its first item is lit up.
     const lines = [61, 91, 121];
     const item = (lit) => waitFor(`item ${lit} of the menu`, () => {
-      const light = lines.map((y) => this.picture().at(185, y)[2]);
+      const light = lines.map((y) => this.screenshot().pixel(185, y)[2]);
       return light.every((value, index) => index === lit || light[lit] - value > 15);
     });
     await item(0);
-    for (let step = 0; step < number; step += 1) await this.keys('Down');
+    for (let step = 0; step < number; step += 1) await this.pressKeys('Down');
     await item(number);
-    await this.keys('Return');
-    await this.menu(false);
+    await this.pressKeys('Return');
+    await this.awaitMenu(false);
   }
 
   async openAddressDialog() {
     await this.chooseApplicationItem(2);
-    return this.panel('Adres van het OS');
+    return this.awaitPanel('Adres van het OS');
   }
 
   /// Opens the address dialog, gives it this text by keys alone, and presses
@@ -229,31 +229,31 @@ export class Screen {
   async answerAddressDialog(text, answer = 'Return') {
     await this.openAddressDialog();
     // Its whole text is selected; a tab cannot be typed.
-    await this.keys('BackSpace');
+    await this.pressKeys('BackSpace');
     if (text !== '') {
       await this.setClipboard(text);
-      await this.keys('ctrl+v');
+      await this.pressKeys('ctrl+v');
     }
-    await this.keys(answer);
-    await this.panelGone('Adres van het OS');
+    await this.pressKeys(answer);
+    await this.awaitPanelClosed('Adres van het OS');
   }
 
   /// Waits until so many windows are under the manager's care, which takes
   /// note of an end a moment after it.
-  async managing(count) {
-    await waitFor(`${count} windows`, async () => (await this.managedWindows()) === count);
+  async awaitWindowCount(count) {
+    await waitFor(`${count} windows`, async () => (await this.windowCount()) === count);
   }
 
   async property(window, name) {
     return this.tool('xprop', '-id', window, name);
   }
 
-  picture() {
+  screenshot() {
     return Picture.read(join(this.folder, 'Xvfb_screen0'));
   }
 
   /// Keeps the picture as a file for people to look at.
-  async save(path) {
+  async saveScreenshot(path) {
     await this.tool('convert', `xwd:${join(this.folder, 'Xvfb_screen0')}`, path);
   }
 
@@ -273,12 +273,12 @@ export class Screen {
 
   /// The text of the page that is shown, as selecting and copying all gives it,
   /// once it is `awaited`.
-  async pageText(awaited, options = {}) {
-    await this.window();
+  async awaitPageText(awaited, options = {}) {
+    await this.awaitWindow();
     await this.setClipboard('nog niets gekopieerd');
     let text;
     await waitFor('a certain text on the page', async () => {
-      await this.keys('ctrl+a', 'ctrl+c');
+      await this.pressKeys('ctrl+a', 'ctrl+c');
       // How many line feeds stand between two blocks is the web engine's affair.
       text = (await this.clipboard()).trim().replace(/\n+/g, '\n');
       return awaited(text);

@@ -5,12 +5,12 @@ import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
-import { alive, kill } from './processes.mjs';
+import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 /// Runs a session bus without any service for as long as the body takes, which
 /// gets its address, as a variable, and its process.
-export async function onSessionBus(body) {
+export async function withSessionBus(body) {
   // Without a blank in the name, which WebKit does not understand in an address.
   const folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-bus-'));
   const configuration = join(folder, 'bus.conf');
@@ -35,7 +35,7 @@ export async function onSessionBus(body) {
     await body({ DBUS_SESSION_BUS_ADDRESS: address.trim() }, bus);
   } finally {
     kill(bus.pid);
-    await waitFor('the end of the bus', () => !alive(bus.pid));
+    await waitFor('the end of the bus', () => !isRunning(bus.pid));
     rmSync(folder, { recursive: true });
   }
 }

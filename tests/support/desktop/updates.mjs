@@ -4,22 +4,22 @@ import assert from 'node:assert/strict';
 
 import { OnlineServer } from './online_server.mjs';
 import { pageColour } from './page.mjs';
-import { nicenessOf } from './processes.mjs';
+import { niceValue } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
-export const updated = 'Orvel OS is bijgewerkt naar 1.1';
-export const newest = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
+export const updatedNotice = 'Orvel OS is bijgewerkt naar 1.1';
+export const upToDateNotice = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
 
 /// Runs the application, as version 1.0, on a server of its own. `begin` gives
 /// what that answers at first, once the application knows its address; `body`
 /// may change it. The options are those of the start.
-export async function online(user, screen, begin, body, options) {
+export async function withUpdateServer(user, screen, begin, body, options) {
   const routes = {};
   const server = await OnlineServer.open({ routes });
   try {
-    user.setInformation({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
+    user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
     Object.assign(routes, begin());
-    const run = await start(user, screen, server, options);
+    const run = await startAndShowPage(user, screen, server, options);
     await body(server, routes, run);
   } finally {
     server.close();
@@ -27,50 +27,50 @@ export async function online(user, screen, begin, body, options) {
 }
 
 /// Starts the application once more and waits for its page.
-export async function start(user, screen, server, options) {
-  const before = server.told('getoond').length;
+export async function startAndShowPage(user, screen, server, options) {
+  const before = server.reported('painted').length;
   const run = user.start(options);
-  await server.painted(before + 1);
-  await waitFor('the page on the screen', () => screen.picture().shows(pageColour));
+  await server.awaitPainted(before + 1);
+  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
   return run;
 }
 
 /// The running applications. What one of them forks bears its name until it has
 /// become something else.
 export function instances(user) {
-  const all = user.processNamed('orvel-os');
+  const all = user.processesNamed('orvel-os');
   return all.filter(({ parent }) => all.every(({ pid }) => pid !== parent));
 }
 
 /// Asks for an update by the menu and closes the notice that answers.
-export async function askAndClose(screen, notice) {
+export async function checkForUpdates(screen, notice) {
   await screen.chooseApplicationItem(1);
-  await screen.panel(notice);
-  await screen.keys('Return');
-  await screen.panelGone(notice);
-  await screen.managing(1);
+  await screen.awaitPanel(notice);
+  await screen.pressKeys('Return');
+  await screen.awaitPanelClosed(notice);
+  await screen.awaitWindowCount(1);
 }
 
 /// Closes the notice that is open, and sees the old process go and one new one
 /// show the page. Gives when the old one had gone.
-export async function restart(user, screen, server, run) {
-  const before = server.told('getoond').length;
-  const niceness = nicenessOf(run.pid);
-  await screen.keys('Return');
-  const { code, signal, time } = await user.ended(run);
+export async function acceptRestart(user, screen, server, run) {
+  const before = server.reported('painted').length;
+  const niceness = niceValue(run.pid);
+  await screen.pressKeys('Return');
+  const { code, signal, time } = await user.awaitExit(run);
   assert.deepEqual({ code, signal }, { code: 0, signal: null });
-  await server.painted(before + 1);
+  await server.awaitPainted(before + 1);
   const [next, ...others] = instances(user);
   assert.deepEqual(others, []);
   assert.notEqual(next.pid, run.pid);
-  assert.equal(nicenessOf(next.pid), niceness);
+  assert.equal(niceValue(next.pid), niceness);
   assert.equal(next.session, next.pid, 'no terminal takes it along');
-  await screen.window();
+  await screen.awaitWindow();
   return { next, time };
 }
 
 /// Quits whatever instance has the keyboard.
-export async function quitLast(user, screen) {
-  await screen.keys('ctrl+q');
+export async function quitRestarted(user, screen) {
+  await screen.pressKeys('ctrl+q');
   await waitFor('the end of the last instance', () => instances(user).length === 0);
 }

@@ -35,12 +35,12 @@ function writeInformation(path, entries) {
 export class User {
   /// `behaviour` is the server's, or null for a data root without one;
   /// `information` goes into the bundle; `environment` into each start.
-  constructor(screen, { behaviour, information = {}, environment = {} } = {}) {
+  constructor(screen, { behaviour, plist = {}, environment = {} } = {}) {
     this.screen = screen;
     this.folder = mkdtempSync(join(tmpdir(), 'orvel e2e '));
     this.marker = `ORVEL_E2E=${this.folder}`;
     this.sessions = new Set();
-    this.starts = [];
+    this.runs = [];
     for (const name of ['home', 'config', 'data', 'cache', 'state', 'temporary']) {
       mkdirSync(join(this.folder, name));
     }
@@ -50,7 +50,7 @@ export class User {
 
     this.bundle = join(this.folder, 'map met spaties', 'Orvel OS.app');
     cpSync(builtBundle, this.bundle, { recursive: true });
-    this.setInformation({ ORVELOSKey: KEY, ...information });
+    this.setPlistValues({ ORVELOSKey: KEY, ...plist });
     this.executable = join(this.bundle, executable.slice(builtBundle.length));
     this.environment = {
       PATH: process.env.PATH,
@@ -76,7 +76,7 @@ export class User {
   }
 
   /// Sets texts in the bundle's information.
-  setInformation(entries) {
+  setPlistValues(entries) {
     writeInformation(join(this.bundle, 'Contents/Info.plist'), entries);
   }
 
@@ -99,62 +99,62 @@ export class User {
       env: { ...this.environment, ...environment },
       stdio: ['ignore', 'pipe', 'pipe'],
     });
-    const run = { child, pid: child.pid, output: '', ended: null, forced: false };
+    const run = { child, pid: child.pid, output: '', exit: null, killExpected: false };
     child.stdout.on('data', (text) => (run.output += text));
     child.stderr.on('data', (text) => (run.output += text));
     child.once('exit', (code, signal) => {
-      run.ended = { code, signal, time: Date.now() };
-      if (!signal || run.forced || this.removing) return;
+      run.exit = { code, signal, time: Date.now() };
+      if (!signal || run.killExpected || this.removing) return;
       // Tests end it by signals that it answers, or remove the user; all others
       // are crashes.
       stopWaiting(new Error(`the application was ended by ${signal}`));
     });
-    child.once('error', (error) => (run.ended = { error }));
+    child.once('error', (error) => (run.exit = { error }));
     if (child.pid) this.sessions.add(child.pid);
-    this.starts.push(run);
+    this.runs.push(run);
     return run;
   }
 
   /// Starts the application and waits until it has painted the page.
-  async startAndPaint(options) {
-    const before = this.root.told('getoond').length;
+  async startAndShowPage(options) {
+    const before = this.root.reported('painted').length;
     const run = this.start(options);
-    await this.root.painted(before + 1);
+    await this.root.awaitPainted(before + 1);
     return run;
   }
 
   /// Starts the application with a page of the test's own, made of a piece of
   /// HTML, and gives what the page told when it was painted.
   async startWithPage(page, { routes = {}, ...behaviour } = {}, options = {}) {
-    this.root.behave({ ...behaviour, routes: { '/': { page }, ...routes } });
-    await this.startAndPaint(options);
-    return this.root.told('getoond').at(-1);
+    this.root.setBehaviour({ ...behaviour, routes: { '/': { page }, ...routes } });
+    await this.startAndShowPage(options);
+    return this.root.reported('painted').at(-1);
   }
 
   /// Kills the application alone, as a user does who has lost patience.
-  async forceQuit(run = this.starts.at(-1)) {
-    run.forced = true;
+  async forceQuit(run = this.runs.at(-1)) {
+    run.killExpected = true;
     kill(run.pid);
-    await this.ended(run);
+    await this.awaitExit(run);
   }
 
   /// Waits until a run has ended by itself and gives how.
-  async ended(run, options) {
-    await waitFor('end of the application', () => run.ended, options);
-    return run.ended;
+  async awaitExit(run, options) {
+    await waitFor('end of the application', () => run.exit, options);
+    return run.exit;
   }
 
   /// Quits with the menu's key and waits for the end.
-  async quit(run = this.starts.at(-1)) {
-    await this.screen.keys('ctrl+q');
-    return this.ended(run);
+  async quit(run = this.runs.at(-1)) {
+    await this.screen.pressKeys('ctrl+q');
+    return this.awaitExit(run);
   }
 
   processes() {
     return markedProcesses(this.marker, this.sessions);
   }
 
-  processNamed(name) {
+  processesNamed(name) {
     return this.processes().filter((process) => process.name.startsWith(name.slice(0, 15)));
   }
 

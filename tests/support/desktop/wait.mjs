@@ -1,7 +1,7 @@
 import { setTimeout as pause } from 'node:timers/promises';
 
 // A machine that does several things at once, or a sanitizer, is slow.
-const patience = Number(process.env.ORVEL_E2E_PATIENCE ?? 20_000);
+const patience = Number(process.env.ORVEL_E2E_TIMEOUT_MS ?? 20_000);
 
 let crash = null;
 
