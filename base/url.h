@@ -26,7 +26,7 @@ struct Url {
   static std::optional<Url> parse(std::string_view text);
 
   /// Resolves a reference against a URL (RFC 3986, 5.2) and returns the absolute
-  /// URL. Percent-encodes invalid characters first (url_escapes.h). Returns nullopt
+  /// URL. Percent-encodes invalid characters first (percent_encoding.h). Returns nullopt
   /// when the result is still not a reference: for the empty text or a malformed
   /// authority. Any thread.
   static std::optional<Url> resolve(std::string_view reference, const Url &base);

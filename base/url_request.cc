@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/ascii_case.h"
+#include "base/ascii.h"
 
 namespace orvel {
 

@@ -1,6 +1,6 @@
 #include "web/same_origin.h"
 
-#include "base/ascii_case.h"
+#include "base/ascii.h"
 
 namespace orvel {
 

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "base/percent_encoding.h"
 #include "base/url.h"
-#include "base/url_escapes.h"
 #include "tests/fuzz/property.h"
 #include "web/same_origin.h"
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "base/percent_encoding.h"
 #include "base/url.h"
-#include "base/url_escapes.h"
 
 namespace orvel {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "base/url_escapes.h"
+#include "base/percent_encoding.h"
 #include "platform/linux/http/suggested_filename.h"
 
 namespace orvel {

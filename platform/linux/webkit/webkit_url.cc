@@ -1,6 +1,6 @@
 #include "platform/linux/webkit/webkit_url.h"
 
-#include "base/url_escapes.h"
+#include "base/percent_encoding.h"
 
 namespace orvel {
 

@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "base/url_escapes.h"
+#include "base/percent_encoding.h"
 #import "platform/macos/foundation/cocoa_text.h"
 #import "platform/macos/foundation/cocoa_url.h"
 

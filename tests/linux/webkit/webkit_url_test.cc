@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/url_escapes.h"
+#include "base/percent_encoding.h"
 
 namespace orvel {
 namespace {

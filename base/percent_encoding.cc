@@ -1,4 +1,4 @@
-#include "base/url_escapes.h"
+#include "base/percent_encoding.h"
 
 namespace orvel {
 
