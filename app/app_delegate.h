@@ -120,15 +120,15 @@ class AppDelegate final : public ApplicationDelegate,
   /// What every page load of the OS uses: no key, which the cookie carries.
   UrlRequest pageRequest() const;
   void serverDidExit(const std::shared_ptr<ChildProcess> &task);
-  void probeAnswered(const std::optional<HttpResponse> &response, int tries);
+  void handleProbe(const std::optional<HttpResponse> &response, int tries);
   void showOS();
   void useAddress(const std::string &typed);
-  void carryOut(NavigationConsequence consequence, const Url &url);
+  void perform(NavigationConsequence consequence, const Url &url);
   void saveDownload(const std::string &temporaryFile, const std::optional<std::string> &suggested,
                     const Url &url);
-  void manifestArrived(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
+  void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
   bool replaceBundle(const std::string &archive, const std::string &versie);
-  void tellOfUpdate(const std::string &versie);
+  void showUpdateNotice(const std::string &versie);
   void relaunch();
   void unpack(const std::string &archive, const std::string &folder);
   void runCommand(const ShellCommand &command, const std::vector<std::string> &paths);

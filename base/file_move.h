@@ -6,8 +6,8 @@ namespace orvel {
 
 enum class MoveResult {
   moved,
-  /// Something lies at the destination, which stays as it is.
-  taken,
+  /// Something exists at the destination. It is unchanged.
+  destinationExists,
   failed,
 };
 

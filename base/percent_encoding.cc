@@ -47,7 +47,7 @@ std::string_view takeFront(std::string_view &text, std::size_t end) {
 
 }  // namespace
 
-std::string withEscapes(std::string_view reference) {
+std::string percentEncoded(std::string_view reference) {
   std::string result;
   result.reserve(reference.size());
   const auto first = reference.find_first_of(":/?#");

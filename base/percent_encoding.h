@@ -11,6 +11,6 @@ namespace orvel {
 /// escape. Leaves complete escapes alone, so that the function is idempotent. Does
 /// not repair other errors, such as letters in a port; the parser rejects those. Any
 /// thread.
-std::string withEscapes(std::string_view reference);
+std::string percentEncoded(std::string_view reference);
 
 }  // namespace orvel

@@ -65,11 +65,11 @@ void AppDelegate::waitForServer(int tries) {
     // Only the status counts: a server that sends a response head is ready, even if
     // the body fails.
     self->platform_.mainQueue.post(
-        [self, response = reply.response, tries] { self->probeAnswered(response, tries); });
+        [self, response = reply.response, tries] { self->handleProbe(response, tries); });
   });
 }
 
-void AppDelegate::probeAnswered(const std::optional<HttpResponse> &response, int tries) {
+void AppDelegate::handleProbe(const std::optional<HttpResponse> &response, int tries) {
   if (response && response->statusCode == 200) {
     showOS();
     return;

@@ -40,7 +40,7 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie) {
   platform_.http.downloadTask(
       metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
         if (!download.file || !download.response || download.response->statusCode != 200) return;
-        if (self->replaceBundle(*download.file, versie)) self->tellOfUpdate(versie);
+        if (self->replaceBundle(*download.file, versie)) self->showUpdateNotice(versie);
       });
 }
 
@@ -67,7 +67,7 @@ bool AppDelegate::replaceBundle(const std::string &archive, const std::string &v
   return platform_.locations.replaceItem(platform_.bundle.path(), unpacked);
 }
 
-void AppDelegate::tellOfUpdate(const std::string &versie) {
+void AppDelegate::showUpdateNotice(const std::string &versie) {
   platform_.mainQueue.post([self = shared_from_this(), versie] {
     Alert notice;
     notice.messageText = "Orvel OS is bijgewerkt naar " + versie;

@@ -37,12 +37,12 @@ void AppDelegate::zoekUpdate(bool stil) {
   platform_.http.dataTask(
       request, [self = shared_from_this(), stil, url = *manifest](const DataReply &reply) {
         const bool answered = reply.response && reply.response->statusCode == 200 && reply.body;
-        self->manifestArrived(answered ? readManifest(*reply.body) : std::nullopt, url, stil);
+        self->handleManifest(answered ? readManifest(*reply.body) : std::nullopt, url, stil);
       });
 }
 
-void AppDelegate::manifestArrived(const std::optional<UpdateManifest> &manifest, const Url &url,
-                                  bool stil) {
+void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url,
+                                 bool stil) {
   const auto tell = [&](const std::string &text) {
     if (stil) return;
     platform_.mainQueue.post([self = shared_from_this(), text] { self->melding(text); });

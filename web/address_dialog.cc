@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-std::string_view withoutBlanksAround(std::string_view text) {
+std::string_view trimSpacesAndTabs(std::string_view text) {
   constexpr std::string_view blanks = " \t";
   const auto begin = text.find_first_not_of(blanks);
   if (begin == std::string_view::npos) return "";
@@ -31,7 +31,7 @@ void AppDelegate::kiesAdres() {
 }
 
 void AppDelegate::useAddress(const std::string &typed) {
-  const std::string_view address = withoutBlanksAround(typed);
+  const std::string_view address = trimSpacesAndTabs(typed);
   if (!isServerAddress(address)) {
     Alert refusal;
     refusal.messageText = "Dat is geen geldig adres.";

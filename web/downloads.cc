@@ -70,7 +70,7 @@ void AppDelegate::saveDownload(const std::string &temporaryFile,
     while (isTaken(path)) path = folder + numberedName(name, number++);
     // Another download may have taken the name since.
     result = moveFile(temporaryFile, path);
-  } while (result == MoveResult::taken);
+  } while (result == MoveResult::destinationExists);
 
   // A move that failed is not told apart: there is nothing to open then.
   platform_.mainQueue.post(

@@ -47,7 +47,7 @@ NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string
 
 NavigationPolicy AppDelegate::decidePolicy(const NavigationAction &action) {
   const NavigationDecision decision = decideNavigation(action, baseURL());
-  if (action.url) carryOut(decision.consequence, *action.url);
+  if (action.url) perform(decision.consequence, *action.url);
   return decision.policy;
 }
 
@@ -56,10 +56,10 @@ NavigationPolicy AppDelegate::policyFor(const NavigationAction &action) const {
 }
 
 void AppDelegate::createWebView(const std::optional<Url> &url) {
-  if (url) carryOut(decideNewWindow(url, baseURL()), *url);
+  if (url) perform(decideNewWindow(url, baseURL()), *url);
 }
 
-void AppDelegate::carryOut(NavigationConsequence consequence, const Url &url) {
+void AppDelegate::perform(NavigationConsequence consequence, const Url &url) {
   switch (consequence) {
     case NavigationConsequence::none:
       return;

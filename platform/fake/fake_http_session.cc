@@ -22,9 +22,9 @@ std::string temporaryFileWith(const std::string &text) {
   return path;
 }
 
-std::optional<HttpResponse> responseOf(const FakeAnswer &answer) {
-  if (!answer.statusCode) return std::nullopt;
-  return HttpResponse{.statusCode = *answer.statusCode};
+std::optional<HttpResponse> responseOf(const FakeResponse &response) {
+  if (!response.statusCode) return std::nullopt;
+  return HttpResponse{.statusCode = *response.statusCode};
 }
 
 }  // namespace
@@ -40,39 +40,39 @@ std::string describe(const UrlRequest &request) {
   return text;
 }
 
-FakeAnswer FakeHttpSession::send(std::string_view verb, const UrlRequest &request) {
+FakeResponse FakeHttpSession::send(std::string_view verb, const UrlRequest &request) {
   scheduler_.record().add(std::string(verb) + " " + describe(request));
   sent.push_back({request, scheduler_.now()});
 
-  const auto found = answers_.find(request.url.absoluteString);
-  if (found == answers_.end() || found->second.empty()) return {};
-  FakeAnswer answer = found->second.front();
+  const auto found = responses_.find(request.url.absoluteString);
+  if (found == responses_.end() || found->second.empty()) return {};
+  FakeResponse response = found->second.front();
   if (found->second.size() > 1) found->second.pop_front();
-  return answer;
+  return response;
 }
 
 void FakeHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
-  const FakeAnswer answer = send("GET", request);
-  scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
-                      [answer, completion = std::move(completion)] {
-                        completion({.response = responseOf(answer), .body = answer.body});
+  const FakeResponse response = send("GET", request);
+  scheduler_.schedule(FakeScheduler::Thread::background, response.delay,
+                      [response, completion = std::move(completion)] {
+                        completion({.response = responseOf(response), .body = response.body});
                       });
 }
 
 void FakeHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
-  const FakeAnswer answer = send("download", request);
-  scheduler_.schedule(FakeScheduler::Thread::background, answer.delay,
-                      [answer, completion = std::move(completion)] {
-                        Download download{.response = responseOf(answer),
-                                          .suggestedFilename = answer.suggestedFilename};
-                        if (answer.body) download.file = temporaryFileWith(*answer.body);
+  const FakeResponse response = send("download", request);
+  scheduler_.schedule(FakeScheduler::Thread::background, response.delay,
+                      [response, completion = std::move(completion)] {
+                        Download download{.response = responseOf(response),
+                                          .suggestedFilename = response.suggestedFilename};
+                        if (response.body) download.file = temporaryFileWith(*response.body);
                         completion(download);
                         if (download.file) ::unlink(download.file->c_str());
                       });
 }
 
-void FakeHttpSession::answer(const std::string &url, std::vector<FakeAnswer> answers) {
-  answers_[url] = {answers.begin(), answers.end()};
+void FakeHttpSession::respond(const std::string &url, std::vector<FakeResponse> responses) {
+  responses_[url] = {responses.begin(), responses.end()};
 }
 
 }  // namespace orvel

@@ -15,7 +15,7 @@ namespace orvel {
 
 /// The answer of a scripted server. By default there is no response: the connection
 /// is refused, or fails before a head has arrived.
-struct FakeAnswer {
+struct FakeResponse {
   /// The status of a response. Absent while a body is present: the response is not
   /// HTTP.
   std::optional<int> statusCode{};
@@ -35,7 +35,7 @@ class FakeHttpSession final : public HttpSession {
 
   /// What the next requests of a URL are answered, in turn; the last one given
   /// holds for all that follow. Without any, connections are refused.
-  void answer(const std::string &url, std::vector<FakeAnswer> answers);
+  void respond(const std::string &url, std::vector<FakeResponse> responses);
 
   /// Every request with the time at which it was sent, oldest first.
   struct Sent {
@@ -45,10 +45,10 @@ class FakeHttpSession final : public HttpSession {
   std::vector<Sent> sent;
 
  private:
-  FakeAnswer send(std::string_view verb, const UrlRequest &request);
+  FakeResponse send(std::string_view verb, const UrlRequest &request);
 
   FakeScheduler &scheduler_;
-  std::map<std::string, std::deque<FakeAnswer>> answers_;
+  std::map<std::string, std::deque<FakeResponse>> responses_;
 };
 
 /// A request as one line of the record.

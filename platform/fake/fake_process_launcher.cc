@@ -29,33 +29,33 @@ FakeChildProcess::FakeChildProcess(FakeScheduler &scheduler, std::string process
       scheduler_(scheduler),
       script_(std::move(script)) {}
 
-void FakeChildProcess::begin() {
+void FakeChildProcess::start() {
   const auto &output = request.standardOutput;
   if (output.handle && !script_.output.empty()) output.handle->write(script_.output);
-  if (script_.endsAfter) endAfter(*script_.endsAfter, script_.status);
+  if (script_.exitsAfter) exitAfter(*script_.exitsAfter, script_.status);
 }
 
 void FakeChildProcess::terminate() {
   scheduler_.record().add("terminate " + name);
-  if (whenAskedToEnd) whenAskedToEnd();
-  if (script_.obeysAfter) endAfter(*script_.obeysAfter, SIGTERM);
+  if (onTerminate) onTerminate();
+  if (script_.exitsAfterSigterm) exitAfter(*script_.exitsAfterSigterm, SIGTERM);
 }
 
 void FakeChildProcess::kill() {
   scheduler_.record().add("kill " + name);
-  endAfter(std::chrono::milliseconds(0), SIGKILL);
+  exitAfter(std::chrono::milliseconds(0), SIGKILL);
 }
 
 void FakeChildProcess::waitUntilExit() {
   scheduler_.block(std::nullopt, [this] { return !running_; });
 }
 
-void FakeChildProcess::endAfter(std::chrono::milliseconds delay, int status) {
+void FakeChildProcess::exitAfter(std::chrono::milliseconds delay, int status) {
   scheduler_.schedule(Thread::background, delay,
-                      [self = shared_from_this(), status] { self->end(status); });
+                      [self = shared_from_this(), status] { self->exit(status); });
 }
 
-void FakeChildProcess::end(int status) {
+void FakeChildProcess::exit(int status) {
   if (!running_) return;
   running_ = false;
   status_ = status;
@@ -69,7 +69,7 @@ LaunchResult FakeProcessLauncher::launch(const LaunchRequest &request) {
   scheduler_.record().add(description(request));
   FakeProcessScript script = next(isShell ? request.arguments[1] : request.executable, isShell);
   if (script.launchError) return {nullptr, *script.launchError};
-  if (whenLaunched) whenLaunched(request);
+  if (onLaunch) onLaunch(request);
 
   LaunchRequest kept = request;
   if (isShell) {
@@ -82,7 +82,7 @@ LaunchResult FakeProcessLauncher::launch(const LaunchRequest &request) {
       isShell ? request.arguments[1] : "process " + std::to_string(launched.size() + 1);
   auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, kept);
   if (!isShell) launched.push_back(process);
-  process->begin();
+  process->start();
   return {process, ""};
 }
 
@@ -91,14 +91,14 @@ void FakeProcessLauncher::script(const std::string &program,
   scripts_[program] = {scripts.begin(), scripts.end()};
 }
 
-void FakeProcessLauncher::shell(const std::string &commandLine,
-                                const std::vector<std::string> &outputs) {
+void FakeProcessLauncher::scriptShell(const std::string &commandLine,
+                                      const std::vector<std::string> &outputs) {
   auto &scripts = scripts_[commandLine];
   scripts.clear();
   for (const std::string &output : outputs) {
     FakeProcessScript script;
     script.output = output;
-    script.endsAfter = std::chrono::milliseconds(0);
+    script.exitsAfter = std::chrono::milliseconds(0);
     scripts.push_back(script);
   }
 }
@@ -107,7 +107,7 @@ FakeProcessScript FakeProcessLauncher::next(const std::string &program, bool isS
   const auto found = scripts_.find(program);
   if (found == scripts_.end() || found->second.empty()) {
     FakeProcessScript script;
-    if (isShell) script.endsAfter = std::chrono::milliseconds(0);
+    if (isShell) script.exitsAfter = std::chrono::milliseconds(0);
     return script;
   }
   FakeProcessScript script = found->second.front();

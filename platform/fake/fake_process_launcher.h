@@ -22,11 +22,11 @@ struct FakeProcessScript {
   /// Written to its standard output at once.
   std::string output{};
   /// When it ends by itself; never when absent.
-  std::optional<std::chrono::milliseconds> endsAfter{};
+  std::optional<std::chrono::milliseconds> exitsAfter{};
   /// Its exit code, or the number of the signal that it dies of by itself.
   int status = 0;
   /// How long it lives on after a request to end; absent means that it is deaf.
-  std::optional<std::chrono::milliseconds> obeysAfter = std::chrono::milliseconds(0);
+  std::optional<std::chrono::milliseconds> exitsAfterSigterm = std::chrono::milliseconds(0);
 };
 
 /// A scripted child process. A test may end it at any time.
@@ -43,17 +43,17 @@ class FakeChildProcess final : public ChildProcess,
   void waitUntilExit() override;
 
   /// Ends it with a status, and tells the termination handler.
-  void end(int status);
+  void exit(int status);
   /// Sets its script in motion.
-  void begin();
+  void start();
 
   /// For a test that looks on at the moment of terminate().
-  std::function<void()> whenAskedToEnd;
+  std::function<void()> onTerminate;
   const std::string name;
   const LaunchRequest request;
 
  private:
-  void endAfter(std::chrono::milliseconds delay, int status);
+  void exitAfter(std::chrono::milliseconds delay, int status);
 
   FakeScheduler &scheduler_;
   const FakeProcessScript script_;
@@ -74,11 +74,11 @@ class FakeProcessLauncher final : public ProcessLauncher {
   /// and ends, and a program runs until it is asked to end.
   void script(const std::string &program, std::vector<FakeProcessScript> scripts);
   /// What a shell command prints, in turn.
-  void shell(const std::string &commandLine, const std::vector<std::string> &outputs);
+  void scriptShell(const std::string &commandLine, const std::vector<std::string> &outputs);
 
   /// For a test that does to the disk what a program would do. Called before
   /// the program starts.
-  std::function<void(const LaunchRequest &)> whenLaunched;
+  std::function<void(const LaunchRequest &)> onLaunch;
   /// Every process launched from a path (not by the shell), oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;
 

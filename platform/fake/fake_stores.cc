@@ -32,7 +32,7 @@ std::optional<std::string> FakeUserDefaults::text(std::string_view key) const {
 bool FakeLocations::replaceItem(const std::string &original, const std::string &replacement) const {
   record_.add("replace " + original + " by " + replacement);
   std::error_code error;
-  if (!mayReplace || !isRealFolder(original) || !isRealFolder(replacement) ||
+  if (!replaceSucceeds || !isRealFolder(original) || !isRealFolder(replacement) ||
       fs::equivalent(original, replacement, error)) {
     return false;
   }

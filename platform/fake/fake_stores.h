@@ -51,7 +51,7 @@ class FakeLocations final : public Locations {
 
   std::string homeFolder = "/Users/iemand";
   std::string temporaryFolder = "/Users/iemand/tijdelijk";
-  bool mayReplace = true;
+  bool replaceSucceeds = true;
   /// Simulates a folder that is not writable: access(2) grants root every
   /// permission, so a test that runs as root cannot create one.
   bool isWritable = true;

@@ -5,7 +5,8 @@
 
 namespace orvel {
 
-std::vector<std::string> Record::entriesWith(const std::vector<std::string_view> &prefixes) const {
+std::vector<std::string> Record::entriesStartingWith(
+    const std::vector<std::string_view> &prefixes) const {
   std::vector<std::string> found;
   for (const std::string &entry : entries_) {
     const auto begins = [&](std::string_view prefix) { return entry.starts_with(prefix); };
@@ -14,7 +15,9 @@ std::vector<std::string> Record::entriesWith(const std::vector<std::string_view>
   return found;
 }
 
-std::size_t Record::count(std::string_view prefix) const { return entriesWith({prefix}).size(); }
+std::size_t Record::count(std::string_view prefix) const {
+  return entriesStartingWith({prefix}).size();
+}
 
 std::vector<std::string> Record::take() { return std::exchange(entries_, {}); }
 

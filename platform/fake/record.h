@@ -12,7 +12,7 @@ class Record {
   void add(std::string entry) { entries_.push_back(std::move(entry)); }
   const std::vector<std::string> &entries() const { return entries_; }
   /// The entries that begin with one of the prefixes.
-  std::vector<std::string> entriesWith(const std::vector<std::string_view> &prefixes) const;
+  std::vector<std::string> entriesStartingWith(const std::vector<std::string_view> &prefixes) const;
   /// How many entries begin with the prefix.
   std::size_t count(std::string_view prefix) const;
   /// Gives the entries and forgets them.

@@ -14,11 +14,11 @@ class FakeContractPlatform final : public ContractPlatform {
   FakeContractPlatform() {
     using std::chrono::milliseconds;
     fake_.processes.script(child_programs::exitsWithThree,
-                           {{.endsAfter = milliseconds(1), .status = 3}});
+                           {{.exitsAfter = milliseconds(1), .status = 3}});
     fake_.processes.script(child_programs::killsItself,
-                           {{.endsAfter = milliseconds(1), .status = SIGKILL}});
+                           {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
     // Left to the default, a command of the shell ends by itself.
-    fake_.processes.script(child_programs::runsUntilAsked, {{.endsAfter = std::nullopt}});
+    fake_.processes.script(child_programs::runsUntilAsked, {{.exitsAfter = std::nullopt}});
     fake_.processes.script(child_programs::missingProgram,
                            {{.launchError = child_programs::missingProgramError()}});
     fake_.application.whileRunning = [this] {
@@ -40,7 +40,7 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   std::vector<std::string> opened() override {
     std::vector<std::string> all;
-    for (std::string entry : fake_.record.entriesWith({"open "})) {
+    for (std::string entry : fake_.record.entriesStartingWith({"open "})) {
       entry.erase(0, entry.starts_with("open file ") ? 10 : 5);
       const bool isMissingFile = entry.starts_with('/') && !std::filesystem::exists(entry);
       if (!isMissingFile) all.push_back(entry);
@@ -49,7 +49,7 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   void answerNext(const std::string &url, int status,
                   const std::optional<std::string> &body) override {
-    fake_.http.answer(url, {{.statusCode = status, .body = body}});
+    fake_.http.respond(url, {{.statusCode = status, .body = body}});
   }
   void requestTermination() override { fake_.application.requestTermination(); }
 

@@ -83,7 +83,7 @@ TEST_P(HttpDownloadContract, LeavesAFileThatWasMovedWhereItIs) {
 
 TEST_P(HttpDownloadContract, MovesOverNothing) {
   const std::string path = folder_.file("lijst.csv", "eerder");
-  EXPECT_EQ(fetch("/lijst.csv", path).moved, MoveResult::taken);
+  EXPECT_EQ(fetch("/lijst.csv", path).moved, MoveResult::destinationExists);
   EXPECT_EQ(readFile(path), "eerder");
 }
 
@@ -136,7 +136,7 @@ TEST(MoveFile, NeverReplaces) {
   const std::string map = (folder.path() / "map").string();
   std::filesystem::create_directory(map);
   for (const std::string &to : {file, link, map, from}) {
-    EXPECT_EQ(moveFile(from, to), MoveResult::taken) << to;
+    EXPECT_EQ(moveFile(from, to), MoveResult::destinationExists) << to;
   }
   EXPECT_EQ(readFile(from), "nieuw");
   EXPECT_EQ(readFile(file), "oud");

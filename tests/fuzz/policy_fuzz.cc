@@ -24,7 +24,7 @@ using enum NavigationTarget;
 
 /// The server's address as the application keeps it.
 std::string serverAddress(std::string_view typed) {
-  const std::string_view address = withoutBlanksAround(typed);
+  const std::string_view address = trimSpacesAndTabs(typed);
   if (!isServerAddress(address)) return "http://127.0.0.1:4767/";
   return std::string(address) + (address.ends_with('/') ? "" : "/");
 }

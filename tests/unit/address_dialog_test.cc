@@ -10,7 +10,7 @@ TEST(BlanksAround, areTakenAwayAndNothingElse) {
       {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"}, {"\n a \n", "\n a \n"},
       {" ", ""},  {"\t \t", ""},        {"", ""},
   };
-  for (const auto &[text, inside] : rows) EXPECT_EQ(withoutBlanksAround(text), inside);
+  for (const auto &[text, inside] : rows) EXPECT_EQ(trimSpacesAndTabs(text), inside);
 }
 
 class AddressDialog : public CoreTest {
@@ -62,7 +62,7 @@ TEST_F(AddressDialog, keepsTheDelegateWhileItIsOpen) {
 }
 
 TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {
-  fake.http.answer("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
+  fake.http.respond("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
   choose("https://example.test/os");
   EXPECT_EQ(stored(), "https://example.test/os");
   EXPECT_EQ(delegate().baseURL(), "https://example.test/os/");
@@ -112,8 +112,8 @@ TEST_F(AddressDialog, examinesNoMoreThanTheScheme) {
 }
 
 TEST_F(AddressDialog, goingOnlineStopsTheServerOnPurpose) {
-  fake.processes.script("/usr/local/bin/node", {{.obeysAfter = 2000ms}});
-  fake.http.answer("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
+  fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = 2000ms}});
+  fake.http.respond("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
   delegate().startServer();
   const auto running = fake.processes.launched.back();
   fake.record.take();
@@ -135,7 +135,7 @@ TEST_F(AddressDialog, goingOnlineIsOnPurposeAtTheMomentOfTheRequest) {
   // The exit is reported while terminate() is still running.
   delegate().startServer();
   bool onPurpose = false;
-  fake.processes.launched.back()->whenAskedToEnd = [&] { onPurpose = delegate().quitting; };
+  fake.processes.launched.back()->onTerminate = [&] { onPurpose = delegate().quitting; };
   choose("https://example.test");
   EXPECT_TRUE(onPurpose);
   EXPECT_FALSE(delegate().quitting);
@@ -143,7 +143,7 @@ TEST_F(AddressDialog, goingOnlineIsOnPurposeAtTheMomentOfTheRequest) {
 
 TEST_F(AddressDialog, goingOnlineLeavesAServerThatExitedByItself) {
   delegate().startServer();
-  lastServer().end(1);
+  lastServer().exit(1);
   fake.scheduler.runUntilIdle();
   const auto exited = delegate().server;
   choose("https://example.test");
@@ -169,7 +169,7 @@ TEST_F(AddressDialog, goingBackStartsTheServerAgain) {
 
 TEST_F(AddressDialog, OnlineAndBackWhileQuittingStartsNoSecondServer) {
   // A server started while quitting would be orphaned.
-  fake.processes.script("/usr/local/bin/node", {{.obeysAfter = std::nullopt}});
+  fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = std::nullopt}});
   delegate().startServer();
   fake.record.take();
   fake.application.requestTermination();

@@ -96,12 +96,12 @@ class Downloads : public CoreTest {
 
   void download(const std::string &url = address) { delegate().bewaarEnOpen(*Url::parse(url)); }
   /// Downloads what the server answers, to the end.
-  void download(const FakeAnswer &answer) {
-    fake.http.answer(address, {answer});
+  void download(const FakeResponse &answer) {
+    fake.http.respond(address, {answer});
     download();
     fake.scheduler.runUntilIdle();
   }
-  static FakeAnswer file(const std::string &name, const std::string &body = "inhoud") {
+  static FakeResponse file(const std::string &name, const std::string &body = "inhoud") {
     return {.statusCode = 200, .body = body, .suggestedFilename = name};
   }
 
@@ -111,7 +111,7 @@ class Downloads : public CoreTest {
 TEST_F(Downloads, takeTheirStepsInOrder) {
   fake.windows.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "elders.test"),
                                   cookie("sessie", "127.0.0.1")};
-  fake.http.answer(address, {file("rapport.pdf")});
+  fake.http.respond(address, {file("rapport.pdf")});
   download();
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
   fake.scheduler.runUntilIdle();
@@ -143,7 +143,7 @@ TEST_F(Downloads, keepNothingAndSayNothingUnlessTheStatusIs200) {
   for (const int status : {0, 199, 201, 204, 206, 301, 304, 401, 404, 500}) {
     download({.statusCode = status, .body = "fout", .suggestedFilename = "a.csv"});
   }
-  download(FakeAnswer{});
+  download(FakeResponse{});
   EXPECT_THAT(saved(), IsEmpty());
   EXPECT_EQ(fake.record.count("open"), 0U);
   EXPECT_EQ(fake.record.count("alert"), 0U);
@@ -151,8 +151,8 @@ TEST_F(Downloads, keepNothingAndSayNothingUnlessTheStatusIs200) {
 }
 
 TEST_F(Downloads, needBothAResponseAndAFile) {
-  download(FakeAnswer{.statusCode = 200, .suggestedFilename = "a.csv"});
-  download(FakeAnswer{.body = "inhoud", .suggestedFilename = "a.csv"});
+  download(FakeResponse{.statusCode = 200, .suggestedFilename = "a.csv"});
+  download(FakeResponse{.body = "inhoud", .suggestedFilename = "a.csv"});
   EXPECT_THAT(saved(), IsEmpty());
   EXPECT_EQ(fake.record.count("open"), 0U);
 }
@@ -192,8 +192,8 @@ TEST_F(Downloads, countFoldersAndDanglingLinksAsTaken) {
 }
 
 TEST_F(Downloads, ofOneNameKeepEveryFile) {
-  fake.http.answer(address,
-                   {file("data.csv", "een"), file("data.csv", "twee"), file("data.csv", "drie")});
+  fake.http.respond(address,
+                    {file("data.csv", "een"), file("data.csv", "twee"), file("data.csv", "drie")});
   for (int time = 0; time < 3; ++time) download();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(text("data.csv"), "een");
@@ -202,7 +202,7 @@ TEST_F(Downloads, ofOneNameKeepEveryFile) {
 }
 
 TEST_F(Downloads, eachPickTheirNameWhenTheyEnd) {
-  fake.http.answer(
+  fake.http.respond(
       address,
       {{.statusCode = 200, .body = "traag", .delay = 5000ms, .suggestedFilename = "data.csv"},
        file("data.csv", "snel")});
@@ -238,9 +238,9 @@ TEST_F(Downloads, intoAFolderThatIsMissingFailInSilence) {
 
 TEST_F(Downloads, keepTheDelegateUntilTheFileOpens) {
   fake.windows.cookies.delay = 1s;
-  FakeAnswer answer = file("data.csv");
+  FakeResponse answer = file("data.csv");
   answer.delay = 1s;
-  fake.http.answer(address, {answer});
+  fake.http.respond(address, {answer});
   download();
   const auto kept = delegate().weak_from_this();
   forgetDelegate();

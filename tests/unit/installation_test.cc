@@ -80,7 +80,7 @@ class Installation : public CoreTest {
     fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
     fake.locations.temporaryFolder = root() + "/tijdelijk";
     writeFile(fake.bundle.folder + "/Contents/versie", "oud");
-    fake.http.answer(archiveAddress, {{.statusCode = 200, .body = "een archief"}});
+    fake.http.respond(archiveAddress, {{.statusCode = 200, .body = "een archief"}});
     makeWebView();
   }
 
@@ -96,7 +96,7 @@ class Installation : public CoreTest {
   }
   void install(const std::string &versie = "1.3") {
     // The path of the archive is known only when the command is there.
-    fake.processes.whenLaunched = [this](const LaunchRequest &request) {
+    fake.processes.onLaunch = [this](const LaunchRequest &request) {
       const std::string &command = request.arguments.back();
       if (!command.starts_with("/usr/bin/ditto")) return;
       unpackCommand = command;
@@ -262,13 +262,13 @@ TEST_F(Installation, stopsTheServerByTheOrdinaryRoad) {
 TEST_F(Installation, needsAnAnswerWithStatus200) {
   unpacksTo(information(ourIdentity));
   for (const int status : {201, 304, 404, 500}) {
-    fake.http.answer(archiveAddress, {{.statusCode = status, .body = "fout"}});
+    fake.http.respond(archiveAddress, {{.statusCode = status, .body = "fout"}});
     install();
   }
   // No answer, a head without its body, a body without an HTTP response.
-  for (const FakeAnswer &answer :
-       {FakeAnswer{}, FakeAnswer{.statusCode = 200}, FakeAnswer{.body = "een archief"}}) {
-    fake.http.answer(archiveAddress, {answer});
+  for (const FakeResponse &answer :
+       {FakeResponse{}, FakeResponse{.statusCode = 200}, FakeResponse{.body = "een archief"}}) {
+    fake.http.respond(archiveAddress, {answer});
     install();
   }
   EXPECT_EQ(unpackCommand, "");
@@ -333,7 +333,7 @@ TEST_F(Installation, withoutAnIdentityNeedsOneWithout) {
 }
 
 TEST_F(Installation, endsInSilenceWhenNothingCanBeReplaced) {
-  fake.locations.mayReplace = false;
+  fake.locations.replaceSucceeds = false;
   unpacksTo(information(ourIdentity));
   install();
   expectNothingHappened();
@@ -390,7 +390,7 @@ TEST_F(Installation, inABundleWithASingleQuoteIsReplacedButDoesNotComeBack) {
 
 TEST_F(Installation, removesNothingWhenTheFolderCannotBeMade) {
   writeFile(fake.locations.temporaryFolder, "een bestand");
-  fake.processes.whenLaunched = nullptr;
+  fake.processes.onLaunch = nullptr;
   delegate().installeer(*Url::parse(archiveAddress), "1.3");
   fake.scheduler.runUntilIdle();
   expectNothingHappened();

@@ -58,7 +58,7 @@ TEST_F(JavaScriptPanels, confirmIsTrueForTheFirstButtonOnly) {
 TEST_F(JavaScriptPanels, serverMayExitBehindAnOpenPanel) {
   delegate().startServer();
   confirm();
-  lastServer().end(3);
+  lastServer().exit(3);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError(),
             "De OS-server is gestopt (code 3). Zie ~/orvel-os/v3/.local/server.log. Herstarten met "

@@ -18,7 +18,7 @@ class ServerLaunch : public CoreTest {
 
 TEST_F(ServerLaunch, clearsThePortThenFindsNodeThenLaunches) {
   fake.locations.executables = {};
-  fake.processes.shell(shellNodeLookup, {"/elders/node\n"});
+  fake.processes.scriptShell(shellNodeLookup, {"/elders/node\n"});
   start();
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + listing, "sh " + shellNodeLookup,
                                               "launch /elders/node " + root() + "/v3/server.mjs"));
@@ -38,9 +38,9 @@ TEST_F(ServerLaunch, runsInTheRootWithPortAndSearchPathReplaced) {
 
 TEST_F(ServerLaunch, ServerAloneEndsWithTheApplication) {
   fake.locations.executables = {};
-  fake.processes.shell(shellNodeLookup, {"/opt/node\n"});
+  fake.processes.scriptShell(shellNodeLookup, {"/opt/node\n"});
   std::vector<std::pair<std::string, bool>> launches;
-  fake.processes.whenLaunched = [&](const LaunchRequest &request) {
+  fake.processes.onLaunch = [&](const LaunchRequest &request) {
     launches.emplace_back(request.executable, request.endsWithParent);
   };
   start();
@@ -82,7 +82,7 @@ TEST_F(ServerLaunch, withoutALogFolderTheOutputsAreInherited) {
 TEST_F(ServerLaunch, failureIsShownAndTheOldServerStaysKnown) {
   start();
   const auto first = delegate().server;
-  lastServer().end(0);
+  lastServer().exit(0);
   fake.scheduler.runUntilIdle();
   fake.processes.script("/usr/local/bin/node",
                         {{.launchError = "/usr/local/bin/node: No such file or directory"}});
@@ -99,7 +99,7 @@ TEST_F(ServerLaunch, firstFailureLeavesNoServer) {
 
 TEST_F(ServerLaunch, exitIsReportedWithItsCode) {
   start();
-  lastServer().end(1);
+  lastServer().exit(1);
   EXPECT_EQ(shownError(), "");
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError(),
@@ -111,13 +111,13 @@ TEST_F(ServerLaunch, exitIsReportedWithItsCode) {
 
 TEST_F(ServerLaunch, exitBySignalIsReportedWithItsNumber) {
   start();
-  lastServer().end(SIGKILL);
+  lastServer().exit(SIGKILL);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 9).");
 }
 
 TEST_F(ServerLaunch, immediateExitIsReportedToo) {
-  fake.processes.script("/usr/local/bin/node", {{.endsAfter = 0ms, .status = 3}});
+  fake.processes.script("/usr/local/bin/node", {{.exitsAfter = 0ms, .status = 3}});
   start();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 3).");
@@ -133,7 +133,7 @@ TEST_F(ServerLaunch, waitsForNoReaderOfAPipeInPlaceOfTheLog) {
 TEST_F(ServerLaunch, emptiesTheLogAfterTheStaleServerIsGone) {
   writeFile(logPath(), "oud");
   std::string seen;
-  fake.processes.whenLaunched = [&](const LaunchRequest &request) {
+  fake.processes.onLaunch = [&](const LaunchRequest &request) {
     if (request.arguments.back() == listing) seen = readFile(logPath());
   };
   start();
@@ -144,14 +144,14 @@ TEST_F(ServerLaunch, emptiesTheLogAfterTheStaleServerIsGone) {
 TEST_F(ServerLaunch, exitDuringQuittingIsNotReported) {
   start();
   delegate().quitting = true;
-  lastServer().end(0);
+  lastServer().exit(0);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError(), "");
 }
 
 TEST_F(ServerLaunch, lateReportOfAReplacedServerIsDropped) {
   start();
-  lastServer().end(1);
+  lastServer().exit(1);
   start();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.processes.launched.size(), 2U);
@@ -163,7 +163,7 @@ TEST_F(ServerLaunch, reportWithoutAServerIsDropped) {
   start();
   const auto task = fake.processes.launched[0];
   delegate().server = nullptr;
-  task->end(1);
+  task->exit(1);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError(), "");
 }
@@ -171,7 +171,7 @@ TEST_F(ServerLaunch, reportWithoutAServerIsDropped) {
 TEST_F(ServerLaunch, reportOnItsWayDoesNotKeepTheDelegate) {
   start();
   const auto known = delegate().weak_from_this();
-  lastServer().end(1);
+  lastServer().exit(1);
   // One step: the exit is known, the report waits for the main thread.
   int steps = 0;
   fake.scheduler.runUntil([&] { return steps++ == 1; }, 0ms);
@@ -187,7 +187,7 @@ TEST_F(ServerLaunch, reportAfterTheDelegateIsGoneDoesNothing) {
   const auto task = fake.processes.launched[0];
   forgetDelegate();
   fake.record.take();
-  task->end(1);
+  task->exit(1);
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }

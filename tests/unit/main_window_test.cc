@@ -18,7 +18,7 @@ TEST_F(MainWindow, launchTakesItsStepsInOrder) {
 }
 
 TEST_F(MainWindow, launchDoesNotWaitForTheServer) {
-  fake.http.answer(localProbe, {{.statusCode = 200, .delay = 2900ms}});
+  fake.http.respond(localProbe, {{.statusCode = 200, .delay = 2900ms}});
   launch();
   EXPECT_EQ(fake.scheduler.now(), 0ms);
   EXPECT_EQ(web().shownHtml, blankPage);
@@ -105,7 +105,7 @@ TEST_F(MainWindow, reloadStartsALocalServerThatNeverStarted) {
 TEST_F(MainWindow, reloadStartsALocalServerThatExitedAgain) {
   makeWebView();
   delegate().startServer();
-  lastServer().end(1);
+  lastServer().exit(1);
   fake.scheduler.runUntilIdle();
   delegate().reloadPage();
   EXPECT_EQ(fake.processes.launched.size(), 2U);
@@ -134,7 +134,7 @@ TEST_F(MainWindow, reloadBeforeTheWebViewStopsTheProcess) {
 TEST_F(MainWindow, pageWithoutAWebViewStopsTheProcess) {
   goOnline();
   EXPECT_DEATH(delegate().reloadPage(), "before the web view exists");
-  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
   delegate().openOS();
   EXPECT_DEATH(fake.scheduler.runUntilIdle(), "before the web view exists");
 }

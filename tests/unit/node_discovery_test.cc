@@ -19,14 +19,14 @@ TEST_F(NodeDiscovery, takesTheSecondInstallLocationAndAsksNoShell) {
 
 TEST_F(NodeDiscovery, asksTheShellWithTheUsersSettings) {
   fake.locations.executables = {};
-  fake.processes.shell(shellNodeLookup, {"/home/iemand/.nvm/bin/node\n"});
+  fake.processes.scriptShell(shellNodeLookup, {"/home/iemand/.nvm/bin/node\n"});
   EXPECT_EQ(delegate().nodePath(), "/home/iemand/.nvm/bin/node");
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + shellNodeLookup));
 }
 
 TEST_F(NodeDiscovery, doesNotCheckWhatTheShellSays) {
   fake.locations.executables = {};
-  fake.processes.shell(shellNodeLookup, {"node: aliased to nodejs\n"});
+  fake.processes.scriptShell(shellNodeLookup, {"node: aliased to nodejs\n"});
   EXPECT_EQ(delegate().nodePath(), "node: aliased to nodejs");
 }
 

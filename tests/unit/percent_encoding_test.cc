@@ -16,7 +16,7 @@ TEST(UrlEscapes, LeaveAloneWhatIsValid) {
        {"http://127.0.0.1:4767/", "http://127.0.0.1:4767", "https://u:p@[::1]:8/a/b%20c?d=e&f#g/?h",
         "http://[fe80::1%25eth0]/", "about:blank", "mailto:a@b.test?subject=x%20y", "tel:+31(6)-1",
         "http://xn--9ca.test/%C3%BC", "data:,x", "/path:with:colons", "", "a:", "a://"}) {
-    EXPECT_EQ(withEscapes(address), address);
+    EXPECT_EQ(percentEncoded(address), address);
   }
 }
 
@@ -43,8 +43,8 @@ TEST(UrlEscapes, TakeThePlaceOfCharactersThatAreNotAllowed) {
       {"[", "%5B"},
   };
   for (const auto &[address, escaped] : table) {
-    EXPECT_EQ(withEscapes(address), escaped);
-    EXPECT_EQ(withEscapes(escaped), escaped);
+    EXPECT_EQ(percentEncoded(address), escaped);
+    EXPECT_EQ(percentEncoded(escaped), escaped);
     EXPECT_TRUE(Url::parse(escaped).has_value()) << escaped;
   }
 }
@@ -52,7 +52,7 @@ TEST(UrlEscapes, TakeThePlaceOfCharactersThatAreNotAllowed) {
 TEST(UrlEscapes, LeaveToTheParserWhatIsWrongInItself) {
   for (const std::string reference :
        {"http://[/", "http://h:x/", "http://h]/", "http://a@b@c/", "1a:b", "a_b:c"}) {
-    EXPECT_EQ(withEscapes(reference), reference);
+    EXPECT_EQ(percentEncoded(reference), reference);
     EXPECT_EQ(Url::parse(reference), std::nullopt) << reference;
   }
 }

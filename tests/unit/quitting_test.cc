@@ -25,7 +25,7 @@ TEST_F(Quitting, withoutAServerIsAtOnce) {
 
 TEST_F(Quitting, withAnExitedServerIsAtOnce) {
   startServer();
-  lastServer().end(0);
+  lastServer().exit(0);
   fake.scheduler.runUntilIdle();
   fake.record.take();
   fake.application.requestTermination();
@@ -34,7 +34,7 @@ TEST_F(Quitting, withAnExitedServerIsAtOnce) {
 }
 
 TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
-  startServer({.obeysAfter = 250ms});
+  startServer({.exitsAfterSigterm = 250ms});
   fake.application.requestTermination();
   EXPECT_FALSE(fake.application.terminated);
   fake.scheduler.advance(300ms);
@@ -58,7 +58,7 @@ TEST_F(Quitting, startsNoServerThatNobodyWouldStop) {
 TEST_F(Quitting, isAtOnceWhileTheReportOfAnExitIsOnItsWay) {
   startServer();
   const std::string before = web().shownHtml;
-  lastServer().end(1);
+  lastServer().exit(1);
   fake.application.requestTermination();
   EXPECT_TRUE(fake.application.terminated);
   fake.scheduler.runUntilIdle();
@@ -66,7 +66,7 @@ TEST_F(Quitting, isAtOnceWhileTheReportOfAnExitIsOnItsWay) {
 }
 
 TEST_F(Quitting, doesNotWaitForAProbe) {
-  fake.http.answer(localProbe, {{.statusCode = 200, .delay = 2900ms}});
+  fake.http.respond(localProbe, {{.statusCode = 200, .delay = 2900ms}});
   makeWebView();
   delegate().openOS();
   fake.application.requestTermination();
@@ -87,7 +87,7 @@ TEST_F(Quitting, asksTheServerToEndOnPurposeAndBeforeItWaits) {
   startServer();
   bool onPurpose = false;
   bool waiting = true;
-  lastServer().whenAskedToEnd = [&] {
+  lastServer().onTerminate = [&] {
     onPurpose = delegate().quitting;
     waiting = fake.scheduler.nextDue().has_value();
   };
@@ -97,7 +97,7 @@ TEST_F(Quitting, asksTheServerToEndOnPurposeAndBeforeItWaits) {
 }
 
 TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
-  startServer({.obeysAfter = std::nullopt});
+  startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   fake.scheduler.advance(2999ms);
   EXPECT_TRUE(delegate().server->isRunning());
@@ -113,14 +113,14 @@ TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
 }
 
 TEST_F(Quitting, endsNoSoonerThanADeafServer) {
-  startServer({.obeysAfter = std::nullopt});
+  startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   ASSERT_TRUE(fake.scheduler.runUntil([&] { return fake.application.terminated; }, 10s));
   EXPECT_FALSE(delegate().server->isRunning());
 }
 
 TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
-  startServer({.obeysAfter = 2950ms});
+  startServer({.exitsAfterSigterm = 2950ms});
   fake.application.requestTermination();
   fake.scheduler.advance(3s);
   EXPECT_TRUE(fake.application.terminated);
@@ -128,7 +128,7 @@ TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
 }
 
 TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
-  startServer({.obeysAfter = std::nullopt});
+  startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   std::optional<FakeScheduler::Duration> ranAt;
   fake.mainQueue.after(1s, [&] { ranAt = fake.scheduler.now(); });
@@ -138,7 +138,7 @@ TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
 }
 
 TEST_F(Quitting, waitsForTheServerThatItAskedToStop) {
-  startServer({.obeysAfter = std::nullopt});
+  startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   delegate().server = nullptr;
   fake.scheduler.advance(3s);
@@ -147,7 +147,7 @@ TEST_F(Quitting, waitsForTheServerThatItAskedToStop) {
 }
 
 TEST_F(Quitting, byClosingTheWindowStopsTheServerInTheSameWay) {
-  startServer({.obeysAfter = 50ms});
+  startServer({.exitsAfterSigterm = 50ms});
   fake.application.closeLastWindow();
   fake.scheduler.advance(100ms);
   EXPECT_THAT(fake.record.take(), ElementsAre("last window closed", "terminate process 1",

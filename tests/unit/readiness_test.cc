@@ -21,7 +21,7 @@ class Readiness : public CoreTest {
 };
 
 TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
-  fake.http.answer(localProbe, {{}, {}, {.statusCode = 200}});
+  fake.http.respond(localProbe, {{}, {}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   open();
   fake.scheduler.advance(569ms);
@@ -53,9 +53,9 @@ TEST_F(Readiness, localServerThatRefusesIsGivenUpAfterSixtyOneProbes) {
 }
 
 TEST_F(Readiness, lastLocalProbeMayStillBeAnswered) {
-  std::vector<FakeAnswer> answers(60);
+  std::vector<FakeResponse> answers(60);
   answers.push_back({.statusCode = 200});
-  fake.http.answer(localProbe, answers);
+  fake.http.respond(localProbe, answers);
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
@@ -63,7 +63,7 @@ TEST_F(Readiness, lastLocalProbeMayStillBeAnswered) {
 
 TEST_F(Readiness, onlineServerThatIsSilentIsGivenUpAfterNineProbes) {
   goOnline("https://os.test");
-  fake.http.answer("https://os.test/api/wie", {{.delay = 3s}});
+  fake.http.respond("https://os.test/api/wie", {{.delay = 3s}});
   open();
   fake.scheduler.advance(42999ms);
   EXPECT_EQ(shownError(), "");
@@ -86,7 +86,7 @@ TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
   for (const int status : {100, 199, 201, 204, 301, 304, 401, 404, 500}) {
     goOnline();
     fake.http.sent.clear();
-    fake.http.answer("https://os.test/api/wie", {{.statusCode = status}});
+    fake.http.respond("https://os.test/api/wie", {{.statusCode = status}});
     open();
     fake.scheduler.advance(1min);
     EXPECT_EQ(fake.http.sent.size(), 9U) << status;
@@ -96,7 +96,7 @@ TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
 }
 
 TEST_F(Readiness, otherStatusesOfALocalServerCountAsNoAnswer) {
-  fake.http.answer(localProbe, {{.statusCode = 401}});
+  fake.http.respond(localProbe, {{.statusCode = 401}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 61U);
@@ -107,7 +107,7 @@ TEST_F(Readiness, headWithStatus200IsReadyWhateverItsBody) {
   for (const auto &body : {std::optional<std::string>(), std::optional<std::string>("body")}) {
     goOnline();
     fake.http.sent.clear();
-    fake.http.answer("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
+    fake.http.respond("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
     open();
     fake.scheduler.advance(1min);
     EXPECT_EQ(fake.http.sent.size(), 1U);
@@ -117,7 +117,7 @@ TEST_F(Readiness, headWithStatus200IsReadyWhateverItsBody) {
 
 TEST_F(Readiness, bodyWithoutAResponseIsNotReady) {
   goOnline();
-  fake.http.answer("https://os.test/api/wie", {{.body = "body"}});
+  fake.http.respond("https://os.test/api/wie", {{.body = "body"}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 9U);
@@ -126,9 +126,9 @@ TEST_F(Readiness, bodyWithoutAResponseIsNotReady) {
 
 TEST_F(Readiness, lastOnlineProbeMayStillBeAnswered) {
   goOnline();
-  std::vector<FakeAnswer> answers(8);
+  std::vector<FakeResponse> answers(8);
   answers.push_back({.statusCode = 200});
-  fake.http.answer("https://os.test/api/wie", answers);
+  fake.http.respond("https://os.test/api/wie", answers);
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 9U);
@@ -147,7 +147,7 @@ TEST_F(Readiness, endsInSilenceWhenTheAddressBecomesLocalWithoutAServer) {
 
 TEST_F(Readiness, loadsTheAddressThatHoldsOnceTheCookieIsStored) {
   goOnline();
-  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
   fake.windows.cookies.delay = 1000ms;
   open();
   fake.scheduler.advance(500ms);
@@ -157,7 +157,7 @@ TEST_F(Readiness, loadsTheAddressThatHoldsOnceTheCookieIsStored) {
 }
 
 TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
-  fake.http.answer(localProbe, {{.statusCode = 401}, {.statusCode = 200}});
+  fake.http.respond(localProbe, {{.statusCode = 401}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.http.sent.size(), 2U);
@@ -166,7 +166,7 @@ TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
 
 TEST_F(Readiness, withoutAKeyThePageIsLoadedStraightAway) {
   fake.bundle.texts.erase("ORVELOSKey");
-  fake.http.answer(localProbe, {{.statusCode = 200}});
+  fake.http.respond(localProbe, {{.statusCode = 200}});
   open();
   fake.record.take();
   fake.scheduler.runUntilIdle();
@@ -176,7 +176,7 @@ TEST_F(Readiness, withoutAKeyThePageIsLoadedStraightAway) {
 
 TEST_F(Readiness, onlineCookieIsSecure) {
   goOnline("https://os.test:8443/app");
-  fake.http.answer("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
+  fake.http.respond("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
   open();
   fake.scheduler.runUntilIdle();
   ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
@@ -191,7 +191,7 @@ TEST_F(Readiness, onlineCookieIsSecure) {
 }
 
 TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
-  fake.http.answer(localProbe, {{.statusCode = 200}});
+  fake.http.respond(localProbe, {{.statusCode = 200}});
   open();
   fake.scheduler.runUntilIdle();
   open();
@@ -202,7 +202,7 @@ TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
 
 TEST_F(Readiness, localhostIsLocal) {
   goOnline("http://localhost:3000/");
-  fake.http.answer("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
+  fake.http.respond("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(250ms);
   ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
@@ -215,7 +215,7 @@ TEST_F(Readiness, runningServerIsNeverStartedAgain) {
   open();
   fake.record.take();
   open();
-  EXPECT_THAT(fake.record.entriesWith({"sh", "launch"}), IsEmpty());
+  EXPECT_THAT(fake.record.entriesStartingWith({"sh", "launch"}), IsEmpty());
   EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
 }
 
@@ -245,7 +245,7 @@ TEST_F(Readiness, failedLaunchIsTheLastThingShown) {
 
 TEST_F(Readiness, failedRestartIsTheLastThingShown) {
   open();
-  lastServer().end(1);
+  lastServer().exit(1);
   fake.scheduler.runUntilIdle();
   fake.http.sent.clear();
   fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
@@ -256,7 +256,7 @@ TEST_F(Readiness, failedRestartIsTheLastThingShown) {
 }
 
 TEST_F(Readiness, serverThatDiesWhileItIsProbedEndsTheChainWithItsReport) {
-  fake.processes.script("/usr/local/bin/node", {{.endsAfter = 600ms, .status = 7}});
+  fake.processes.script("/usr/local/bin/node", {{.exitsAfter = 600ms, .status = 7}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
@@ -264,7 +264,7 @@ TEST_F(Readiness, serverThatDiesWhileItIsProbedEndsTheChainWithItsReport) {
 }
 
 TEST_F(Readiness, twoChainsRunSideBySide) {
-  fake.http.answer(localProbe, {{}, {}, {.statusCode = 200}});
+  fake.http.respond(localProbe, {{}, {}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(100ms);
   open();
@@ -278,7 +278,7 @@ TEST_F(Readiness, addressIsReadAfreshAtEveryStep) {
   open();
   fake.scheduler.runUntilIdle();
   goOnline("https://dan.test/");
-  fake.http.answer("https://dan.test/api/wie", {{.statusCode = 200}});
+  fake.http.respond("https://dan.test/api/wie", {{.statusCode = 200}});
   fake.scheduler.advance(2s);
   EXPECT_EQ(web().shownUrl, "https://dan.test/");
 }
@@ -291,14 +291,14 @@ TEST_F(Readiness, addressThatIsNoUrlStopsTheProcess) {
 
 TEST_F(Readiness, answerBeforeTheWebViewExistsStopsTheProcess) {
   goOnline();
-  fake.http.answer("https://os.test/api/wie", {{.statusCode = 200}});
+  fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
   delegate().openOS();
   EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists");
 }
 
 TEST_F(Readiness, chainKeepsTheDelegateUntilItEnds) {
   goOnline();
-  fake.http.answer("https://os.test/api/wie", {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
+  fake.http.respond("https://os.test/api/wie", {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
   fake.windows.cookies.delay = 1s;
   open();
   const auto kept = delegate().weak_from_this();

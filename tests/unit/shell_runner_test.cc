@@ -48,7 +48,7 @@ class LateLauncher final : public ProcessLauncher {
 class ShellRunner : public testing::Test {
  protected:
   std::string run(const std::string &output) {
-    fake.processes.shell("opdracht", {output});
+    fake.processes.scriptShell("opdracht", {output});
     return sh(fake.processes, "opdracht");
   }
 
@@ -109,7 +109,7 @@ TEST_F(ShellRunner, failedLaunchIsTheEmptyTextAndDoesNotBlock) {
 }
 
 TEST_F(ShellRunner, waitsForTheCommandToEnd) {
-  fake.processes.script("opdracht", {{.output = "klaar", .endsAfter = 5s}});
+  fake.processes.script("opdracht", {{.output = "klaar", .exitsAfter = 5s}});
   EXPECT_EQ(sh(fake.processes, "opdracht"), "klaar");
   EXPECT_EQ(fake.scheduler.now(), 5s);
 }

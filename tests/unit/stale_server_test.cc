@@ -7,7 +7,7 @@ class StaleServer : public CoreTest {
  protected:
   std::string ours() const { return "/usr/local/bin/node " + root() + "/v3/server.mjs\n"; }
   void processIs(const std::string &pid, const std::string &commandLine) {
-    fake.processes.shell("ps -o command= -p " + pid, {commandLine});
+    fake.processes.scriptShell("ps -o command= -p " + pid, {commandLine});
   }
   std::vector<std::string> cleanUp() {
     delegate().killStaleServer();
@@ -21,30 +21,30 @@ TEST_F(StaleServer, freePortTakesOneListingAndNoWait) {
 }
 
 TEST_F(StaleServer, otherProgramOnThePortIsLeftAlone) {
-  fake.processes.shell(listing, {"41\n"});
+  fake.processes.scriptShell(listing, {"41\n"});
   processIs("41", "python3 -m http.server 4767\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
 }
 
 TEST_F(StaleServer, serverOfAnotherRootIsLeftAlone) {
-  fake.processes.shell(listing, {"41\n"});
+  fake.processes.scriptShell(listing, {"41\n"});
   processIs("41", "node /elders/v3/server.mjs\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
 }
 
 TEST_F(StaleServer, otherProgramOfThisRootIsLeftAlone) {
-  fake.processes.shell(listing, {"41\n"});
+  fake.processes.scriptShell(listing, {"41\n"});
   processIs("41", "node " + root() + "/v3/SERVER.mjs\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
 }
 
 TEST_F(StaleServer, processThatIsGoneMeanwhileIsLeftAlone) {
-  fake.processes.shell(listing, {"41\n"});
+  fake.processes.scriptShell(listing, {"41\n"});
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
 }
 
 TEST_F(StaleServer, serverOfThisRootIsStoppedAndThePortAwaited) {
-  fake.processes.shell(listing, {"41\n", "41\n", "41\n", ""});
+  fake.processes.scriptShell(listing, {"41\n", "41\n", "41\n", ""});
   processIs("41", ours());
   EXPECT_THAT(cleanUp(),
               ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41", "sh " + listing,
@@ -52,7 +52,7 @@ TEST_F(StaleServer, serverOfThisRootIsStoppedAndThePortAwaited) {
 }
 
 TEST_F(StaleServer, portIsAwaitedFortyTimesAndNoMore) {
-  fake.processes.shell(listing, {"41\n"});
+  fake.processes.scriptShell(listing, {"41\n"});
   processIs("41", ours());
   delegate().killStaleServer();
   EXPECT_EQ(fake.record.count("sh " + listing), 41U);
@@ -61,7 +61,7 @@ TEST_F(StaleServer, portIsAwaitedFortyTimesAndNoMore) {
 }
 
 TEST_F(StaleServer, ofTwoListenersOnlyOursIsStopped) {
-  fake.processes.shell(listing, {"41\n42\n", ""});
+  fake.processes.scriptShell(listing, {"41\n42\n", ""});
   processIs("41", "nginx\n");
   processIs("42", ours());
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
@@ -69,7 +69,7 @@ TEST_F(StaleServer, ofTwoListenersOnlyOursIsStopped) {
 }
 
 TEST_F(StaleServer, ofTwoServersOnlyThatOfThisRootIsStopped) {
-  fake.processes.shell(listing, {"41\n42\n", ""});
+  fake.processes.scriptShell(listing, {"41\n42\n", ""});
   processIs("41", "node /elders/v3/server.mjs\n");
   processIs("42", ours());
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
@@ -77,7 +77,7 @@ TEST_F(StaleServer, ofTwoServersOnlyThatOfThisRootIsStopped) {
 }
 
 TEST_F(StaleServer, everyServerOfThisRootIsStopped) {
-  fake.processes.shell(listing, {"41\n42\n", ""});
+  fake.processes.scriptShell(listing, {"41\n42\n", ""});
   processIs("41", ours());
   processIs("42", ours());
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41",
@@ -85,14 +85,14 @@ TEST_F(StaleServer, everyServerOfThisRootIsStopped) {
 }
 
 TEST_F(StaleServer, scriptAndRootMayStandApart) {
-  fake.processes.shell(listing, {"41\n", ""});
+  fake.processes.scriptShell(listing, {"41\n", ""});
   processIs("41", "node v3/server.mjs --root " + root() + "\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41",
                                      "sh " + listing));
 }
 
 TEST_F(StaleServer, emptyLinesOfTheListingAreSkipped) {
-  fake.processes.shell(listing, {"41\n\n\n42\n"});
+  fake.processes.scriptShell(listing, {"41\n\n\n42\n"});
   EXPECT_THAT(cleanUp(),
               ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh ps -o command= -p 42"));
 }

@@ -90,7 +90,7 @@ class UpdateCheck : public CoreTest {
     fake.scheduler.runUntilIdle();
   }
   void answer(const std::string &body, int status = 200) {
-    fake.http.answer(manifestAddress, {{.statusCode = status, .body = body}});
+    fake.http.respond(manifestAddress, {{.statusCode = status, .body = body}});
   }
   std::vector<std::string> notices() const {
     std::vector<std::string> texts;
@@ -171,14 +171,14 @@ TEST_F(UpdateCheck, tellsOfAFailureOnlyTheUserWhoAsked) {
 }
 
 TEST_F(UpdateCheck, needsTheWholeBodyOfAManifest) {
-  fake.http.answer(manifestAddress, {{.statusCode = 200}});
+  fake.http.respond(manifestAddress, {{.statusCode = 200}});
   check(spoken);
   EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
   EXPECT_EQ(fake.record.count("download"), 0U);
 }
 
 TEST_F(UpdateCheck, needsTheResponseOfAManifest) {
-  fake.http.answer(manifestAddress, {{.body = R"({"versie":"1.3","zip":"a.zip"})"}});
+  fake.http.respond(manifestAddress, {{.body = R"({"versie":"1.3","zip":"a.zip"})"}});
   check(spoken);
   EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
   EXPECT_EQ(fake.record.count("download"), 0U);
@@ -215,7 +215,7 @@ TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
       answer(R"({"versie":"1.3","zip":")" + zip + "\"}");
       fake.record.take();
       check(stil);
-      EXPECT_THAT(fake.record.entriesWith({"download"}),
+      EXPECT_THAT(fake.record.entriesStartingWith({"download"}),
                   ElementsAre("download " + address + " timeout 60000 ms [X-ORVEL-App: sleutel]"));
       EXPECT_THAT(notices(), IsEmpty());
     }
@@ -260,8 +260,9 @@ TEST_F(UpdateCheck, runsSilentlyFourSecondsAfterLaunchAndEverySixHours) {
 }
 
 TEST_F(UpdateCheck, runsBesideAnother) {
-  fake.http.answer(manifestAddress,
-                   {{.statusCode = 200, .body = R"({"versie":"1.0","zip":"a"})", .delay = 2000ms}});
+  fake.http.respond(
+      manifestAddress,
+      {{.statusCode = 200, .body = R"({"versie":"1.0","zip":"a"})", .delay = 2000ms}});
   delegate().zoekUpdate(silent);
   delegate().zoekUpdate(spoken);
   fake.scheduler.advance(2s);

@@ -47,7 +47,7 @@ int giveName(const std::string &from, const std::string &to) {
 
 MoveResult moveFile(const std::string &from, const std::string &to) {
   if (giveName(from, to) == 0) return MoveResult::moved;
-  return errno == EEXIST ? MoveResult::taken : MoveResult::failed;
+  return errno == EEXIST ? MoveResult::destinationExists : MoveResult::failed;
 }
 
 }  // namespace orvel

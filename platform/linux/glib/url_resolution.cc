@@ -75,7 +75,7 @@ std::string merged(const Components &base, std::string_view path) {
 }  // namespace
 
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
-  const std::string escaped = withEscapes(reference);
+  const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
   const Components from = componentsOf(base.absoluteString);
   Components target = componentsOf(escaped);

@@ -162,7 +162,7 @@ void SoupTask::connected(GIOStream *connection) {
 void SoupTask::redirected() {
   // libsoup follows redirects to paths that are invalid by RFC 3986, and Url::parse would
   // reject them.
-  const auto to = Url::parse(withEscapes(addressOf(message_.get())));
+  const auto to = Url::parse(percentEncoded(addressOf(message_.get())));
   if (to && request_.forwardsHeaders != nullptr && request_.forwardsHeaders(request_.url, *to)) {
     return;
   }

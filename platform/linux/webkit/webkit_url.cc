@@ -6,7 +6,7 @@ namespace orvel {
 
 std::optional<Url> urlFromWebKit(const char *address) {
   if (address == nullptr) return std::nullopt;
-  return Url::parse(withEscapes(address));
+  return Url::parse(percentEncoded(address));
 }
 
 }  // namespace orvel

@@ -24,7 +24,8 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
   if ([NSFileManager.defaultManager moveItemAtURL:from toURL:to error:&error]) {
     return MoveResult::moved;
   }
-  return error.code == NSFileWriteFileExistsError ? MoveResult::taken : MoveResult::failed;
+  return error.code == NSFileWriteFileExistsError ? MoveResult::destinationExists
+                                                  : MoveResult::failed;
 }
 
 /// What became of a rename within a volume.
@@ -33,7 +34,7 @@ MoveResult resultOf(int error, NSURL *from, NSURL *to) {
     case 0:
       return MoveResult::moved;
     case EEXIST:
-      return MoveResult::taken;
+      return MoveResult::destinationExists;
     // Network volumes may not know how to rename without replacing.
     case ENOTSUP:
     case ENOSYS:

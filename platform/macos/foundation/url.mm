@@ -35,7 +35,7 @@ std::optional<Url> Url::parse(std::string_view text) {
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
   // From macOS 14 on, Foundation percent-encodes invalid characters itself, and then
   // also encodes the "%" of the escapes in the same component.
-  const std::string escaped = withEscapes(reference);
+  const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
   NSURL *relative = [NSURL URLWithString:utf8Text(escaped) relativeToURL:toCocoa(base)];
   return parse(fromCocoa(relative.absoluteString));

@@ -55,7 +55,7 @@ TEST_P(DownloadFiles, MovesOverNothing) {
   DownloadFile file = make();
   EXPECT_TRUE(file.write("nieuw"));
   const std::string taken = folder.file("bezet", "oud");
-  EXPECT_EQ(moveFile(file.path(), taken), MoveResult::taken);
+  EXPECT_EQ(moveFile(file.path(), taken), MoveResult::destinationExists);
   EXPECT_EQ(textOf(taken), "oud");
   EXPECT_EQ(moveFile(file.path(), target()), MoveResult::moved);
 }
@@ -73,7 +73,7 @@ TEST_P(DownloadFiles, MovesOnFileSystemsThatKnowLess) {
       if (!hasLinks && GetParam() == DownloadFile::Kind::hidden && !posix_test::loseLinks()) {
         return false;
       }
-      return file.write("nieuw") && moveFile(file.path(), taken) == MoveResult::taken &&
+      return file.write("nieuw") && moveFile(file.path(), taken) == MoveResult::destinationExists &&
              textOf(taken) == "oud" && moveFile(file.path(), target()) == MoveResult::moved &&
              textOf(target()) == "nieuw";
     });
