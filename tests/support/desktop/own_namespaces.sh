@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs a command with a loopback interface and a folder of X11 sockets of its own, so
+# that several tests can use port 4767 at once. An ordinary user needs the permission to
+# create user namespaces.
+#
+#   own_namespaces.sh COMMAND...
+set -euo pipefail
+
+if [ "${1-}" = --inside ]; then
+  shift
+  ip link set lo up
+  mount -t tmpfs -o mode=1777 none /tmp/.X11-unix
+  # The command runs without the capabilities that were needed for this.
+  exec setpriv --ambient-caps -all --inh-caps -all "$@"
+fi
+[ -d /tmp/.X11-unix ] || mkdir -m 1777 /tmp/.X11-unix
+user=()
+[ "$(id -u)" -eq 0 ] || user=(--user --map-current-user --keep-caps)
+exec unshare "${user[@]}" --net --mount -- "$0" --inside "$@"
