@@ -6,7 +6,7 @@ import { existsSync, readFileSync, readdirSync, statSync, writeFileSync } from '
 import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
-import { readPng } from './png.mjs';
+import { decodePng } from '../support/image.mjs';
 import { Workshop, located } from './stand_ins.mjs';
 
 const kept = fileURLToPath(new URL('../../packaging/macos/orvel-os.icns', import.meta.url));
@@ -35,11 +35,12 @@ const widths = {
 };
 
 function assertPictures(bytes) {
-  const pictures = entries(bytes).map(([type, png]) => [type, readPng(png)]);
+  const pictures = entries(bytes).map(([type, png]) => [type, decodePng(png)]);
   assert.deepEqual(pictures.map(([type]) => type), Object.keys(widths));
-  for (const [type, { width, height, pixel }] of pictures) {
+  for (const [type, image] of pictures) {
+    const { width, height } = image;
     assert.deepEqual([width, height], [widths[type], widths[type]], type);
-    const at = (x, y) => pixel(Math.floor(x * width), Math.floor(y * height));
+    const at = (x, y) => image.pixel(Math.floor(x * width), Math.floor(y * height));
     // Nothing around the plate, which is dark, with a light point in the middle.
     for (const [x, y] of [[0, 0], [0.99, 0], [0, 0.99], [0.99, 0.99], [0.05, 0.5], [0.5, 0.95]]) {
       assert.equal(at(x, y)[3], 0, `${type} ${x} ${y}`);
@@ -67,7 +68,7 @@ test('without iconutil the container is written here, from the drawing of today'
 
   // Another version of the renderer may round in another way, no more than that.
   const [now, then] = [made, readFileSync(kept)].map((bytes) =>
-    readPng(new Map(entries(bytes)).get('ic08')));
+    decodePng(new Map(entries(bytes)).get('ic08')));
   let apart = 0;
   for (let y = 0; y < 256; y += 1) {
     for (let x = 0; x < 256; x += 1) {
@@ -93,7 +94,7 @@ echo made >"$4"`);
   assert.deepEqual(readFileSync(workshop.path('names'), 'utf8').trim().split('\n').sort(),
     [16, 32, 128, 256, 512].flatMap((points) =>
       [`icon_${points}x${points}.png`, `icon_${points}x${points}@2x.png`]).sort());
-  assert.equal(readPng(readFileSync(workshop.path('picture.png'))).width, 256);
+  assert.equal(decodePng(readFileSync(workshop.path('picture.png'))).width, 256);
   assert.equal(readFileSync(file, 'utf8'), 'made\n');
 
   const { status, stderr } = workshop.run('make-icns.sh', [], { FAILS: 'iconutil *' });

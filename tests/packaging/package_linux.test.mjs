@@ -15,7 +15,7 @@ import { fileURLToPath } from 'node:url';
 import { kill, markedProcesses } from '../support/desktop/processes.mjs';
 import { Screen } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { readPng } from './png.mjs';
+import { decodePng } from '../support/image.mjs';
 import { ThrowawayMachine } from './throwaway_machine.mjs';
 
 const sources = fileURLToPath(new URL('../..', import.meta.url));
@@ -93,7 +93,7 @@ test('the package holds the bundle, its place in the menu and its papers', () =>
     assert.ok(existsSync(path('uitgepakt', link)), `${link} leads nowhere`);
   }
   for (const size of sizes) {
-    const png = readPng(readFileSync(path('uitgepakt', icon(`${size}x${size}`, 'png'))));
+    const png = decodePng(readFileSync(path('uitgepakt', icon(`${size}x${size}`, 'png'))));
     assert.deepEqual([png.width, png.height], [size, size]);
     assert.equal(png.pixel(0, 0)[3], 0);
     // The ring is open at the top left, so that the plate shows there.

@@ -9,7 +9,7 @@ import { dirname } from 'node:path';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
 import { contenders } from './contenders.mjs';
-import { Framebuffer } from './framebuffer.mjs';
+import { ViewerScreen } from './viewer_screen.mjs';
 import { watchLoop } from './loops.mjs';
 import * as trials from './transfer_trials.mjs';
 import { quietMinute, visitCold, visitReady } from './visit.mjs';
@@ -34,7 +34,7 @@ function scratchFolder() {
 const size = { width: 1280, height: 800 };
 const screen = await Screen.open(size);
 const bench = {
-  application, programs, screen, size, port: 4801, pixels: new Framebuffer(screen.folder),
+  application, programs, screen, size, port: 4801, pixels: new ViewerScreen(screen.folder),
   scratch: scratchFolder(), environment: {},
 };
 const all = contenders({ application, programs, chromium: process.env.ORVEL_BENCH_CHROMIUM });

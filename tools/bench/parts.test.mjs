@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { test } from 'node:test';
 
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
-import { Framebuffer } from './framebuffer.mjs';
+import { ViewerScreen } from './viewer_screen.mjs';
 import { BAND, ELEMENTS, MARK, SCRIPT_SIZE, script } from './heavy_page.mjs';
 import { readStretches, summary } from './loops.mjs';
 import { median, medianRatio, upToProbe } from './numbers.mjs';
@@ -55,7 +55,7 @@ test('a finished page is seen by its pixels, from edge to edge', () => inFolder(
     bytes.set([blue, green, red], start + (y * width + x) * 4);
   const look = (question) => {
     writeFileSync(join(folder, 'Xvfb_screen0'), bytes);
-    const pixels = new Framebuffer(folder);
+    const pixels = new ViewerScreen(folder);
     const answer = pixels[question]();
     pixels.close();
     return answer;

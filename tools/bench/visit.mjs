@@ -7,7 +7,7 @@ import { setTimeout as pause } from 'node:timers/promises';
 import { Screen } from '../../tests/support/desktop/screen.mjs';
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { Home } from './contenders.mjs';
-import { Framebuffer } from './framebuffer.mjs';
+import { ViewerScreen } from './viewer_screen.mjs';
 import { Tree } from './tree.mjs';
 
 export const LOCAL_PORT = 4767;
@@ -142,7 +142,7 @@ export async function quietMinute(bench, all) {
   try {
     for (const contender of all) {
       const screen = await Screen.open(bench.size);
-      const own = { ...bench, screen, pixels: new Framebuffer(screen.folder) };
+      const own = { ...bench, screen, pixels: new ViewerScreen(screen.folder) };
       const its = { screen, home: new Home(screen) };
       shown.push(its);
       const seen = await show(own, contender, its.home, `http://127.0.0.2:${bench.port}/`);

@@ -7,7 +7,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 
-import { Picture } from './picture.mjs';
+import { Framebuffer } from '../image.mjs';
 import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
@@ -36,6 +36,7 @@ export class Screen {
       screen.server.once('exit', () => reject(new Error('Xvfb did not start')));
       screen.server.stdio[3].once('data', (text) => resolve(String(text).trim()));
     });
+    screen.framebuffer = new Framebuffer(join(screen.folder, 'Xvfb_screen0'));
     screen.environment = { PATH: process.env.PATH, HOME: screen.folder, DISPLAY: `:${number}` };
     if (windowManager) {
       screen.manager = spawn('openbox', [], { env: screen.environment, stdio: 'ignore' });
@@ -53,6 +54,7 @@ export class Screen {
   async close() {
     const mine = this.end();
     await waitFor('the end of the screen', () => mine.every(({ pid }) => !isRunning(pid)));
+    this.framebuffer.close();
     rmSync(this.folder, { recursive: true, force: true });
   }
 
@@ -249,7 +251,7 @@ export class Screen {
   }
 
   screenshot() {
-    return Picture.read(join(this.folder, 'Xvfb_screen0'));
+    return this.framebuffer.screenshot();
   }
 
   /// Keeps the picture as a file for people to look at.
