@@ -24,7 +24,7 @@ export class DataRoot {
 
   install(behaviour = {}) {
     copyFileSync(join(harness, 'fixture_server.mjs'), this.script);
-    for (const part of ['answers.mjs', 'page.mjs']) {
+    for (const part of ['responses.mjs', 'page.mjs']) {
       copyFileSync(join(harness, part), join(this.path, 'v3', part));
     }
     this.setBehaviour(behaviour);

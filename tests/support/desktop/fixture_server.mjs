@@ -7,7 +7,7 @@ import { createServer } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { answer } from './answers.mjs';
+import { answer } from './responses.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const path = join(here, 'behaviour.json');

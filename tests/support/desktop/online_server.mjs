@@ -3,7 +3,7 @@
 
 import { createServer } from 'node:http';
 
-import { answer } from './answers.mjs';
+import { answer } from './responses.mjs';
 import { waitFor } from './wait.mjs';
 
 export class OnlineServer {
