@@ -5,14 +5,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "app/settings.h"
 #include "platform/platform.h"
-#include "update/update_check.h"
-#include "web/navigation_policy.h"
 
 namespace orvel {
+
+enum class NavigationConsequence;
+struct UpdateManifest;
 
 /// The one object of the application: what it holds and what it can do. Made
 /// once, kept by a shared pointer until the process ends. Main thread only,
@@ -124,14 +124,9 @@ class AppDelegate final : public ApplicationDelegate,
   void showOS();
   void useAddress(const std::string &typed);
   void perform(NavigationConsequence consequence, const Url &url);
-  void saveDownload(const std::string &temporaryFile, const std::optional<std::string> &suggested,
-                    const Url &url);
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
-  bool replaceBundle(const std::string &archive, const std::string &versie);
   void showUpdateNotice(const std::string &versie);
   void relaunch();
-  void unpack(const std::string &archive, const std::string &folder);
-  void runCommand(const ShellCommand &command, const std::vector<std::string> &paths);
 
   const Settings settings_;
   const Platform platform_;

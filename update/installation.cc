@@ -23,6 +23,51 @@ std::optional<std::string> identityOf(const PlistTexts &information) {
   return found->second;
 }
 
+/// Runs a command of the platform and ignores its outcome. Blocks.
+void runCommand(const Platform &platform, const ShellCommand &command,
+                const std::vector<std::string> &paths) {
+  if (command.isEmpty()) return;
+  // A command that cannot be quoted counts as one that failed.
+  if (const auto line = commandLine(command, paths)) sh(platform.processes, *line);
+}
+
+/// Unpacks a release archive into a folder and ignores the outcome. Blocks.
+void unpack(const Platform &platform, const std::string &archive, const std::string &folder) {
+  if (platform.unpacker == nullptr) {
+    runCommand(platform, platform.names.unpack, {archive, folder});
+    return;
+  }
+  // An unpacker needs no quoting, but a path that cannot be quoted ends the
+  // installation on macOS, so it does here too.
+  if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
+}
+
+/// Unpacks a release, checks it and puts it in the place of the running application.
+/// Returns whether the application was replaced. Blocks; any thread but the main thread.
+bool replaceBundle(const Platform &platform, const std::string &archive,
+                   const std::string &versie) {
+  const std::string temporary = platform.locations.temporary();
+  const auto folder = workingFolder(temporary, versie);
+  if (!folder) return false;
+  // What another instance unpacks there would be taken from under it.
+  const FolderLock lock(temporary);
+  if (lock.isHeldElsewhere()) return false;
+  std::error_code ignored;
+  std::filesystem::remove_all(*folder, ignored);
+  std::filesystem::create_directories(*folder, ignored);
+  unpack(platform, archive, *folder);
+
+  const std::string unpacked = *folder + "/Orvel OS.app";
+  if (!isRealFolder(unpacked)) return false;
+  const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
+  if (!information) return false;
+  // Only a release of the same application may replace it.
+  if (identityOf(*information) != platform.bundle.infoText(identityKey)) return false;
+
+  runCommand(platform, platform.names.clearQuarantine, {unpacked});
+  return platform.locations.replaceItem(platform.bundle.path(), unpacked);
+}
+
 }  // namespace
 
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie) {
@@ -40,31 +85,8 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie) {
   platform_.http.downloadTask(
       metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
         if (!download.file || !download.response || download.response->statusCode != 200) return;
-        if (self->replaceBundle(*download.file, versie)) self->showUpdateNotice(versie);
+        if (replaceBundle(self->platform_, *download.file, versie)) self->showUpdateNotice(versie);
       });
-}
-
-bool AppDelegate::replaceBundle(const std::string &archive, const std::string &versie) {
-  const std::string temporary = platform_.locations.temporary();
-  const auto folder = workingFolder(temporary, versie);
-  if (!folder) return false;
-  // What another instance unpacks there would be taken from under it.
-  const FolderLock lock(temporary);
-  if (lock.isHeldElsewhere()) return false;
-  std::error_code ignored;
-  std::filesystem::remove_all(*folder, ignored);
-  std::filesystem::create_directories(*folder, ignored);
-  unpack(archive, *folder);
-
-  const std::string unpacked = *folder + "/Orvel OS.app";
-  if (!isRealFolder(unpacked)) return false;
-  const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
-  if (!information) return false;
-  // Only a release of the same application may replace it.
-  if (identityOf(*information) != platform_.bundle.infoText(identityKey)) return false;
-
-  runCommand(platform_.names.clearQuarantine, {unpacked});
-  return platform_.locations.replaceItem(platform_.bundle.path(), unpacked);
 }
 
 void AppDelegate::showUpdateNotice(const std::string &versie) {
@@ -80,21 +102,8 @@ void AppDelegate::showUpdateNotice(const std::string &versie) {
 void AppDelegate::relaunch() {
   // A second update alert may be answered while the application quits.
   if (std::exchange(isRelaunching_, true)) return;
-  runCommand(platform_.names.relaunch, {platform_.bundle.path()});
+  runCommand(platform_, platform_.names.relaunch, {platform_.bundle.path()});
   platform_.application.terminate();
-}
-
-void AppDelegate::unpack(const std::string &archive, const std::string &folder) {
-  if (platform_.unpacker == nullptr) return runCommand(platform_.names.unpack, {archive, folder});
-  // An unpacker needs no quoting, but a path that cannot be quoted ends the
-  // installation on macOS, so it does here too.
-  if (singleQuoted(archive) && singleQuoted(folder)) platform_.unpacker->unpack(archive, folder);
-}
-
-void AppDelegate::runCommand(const ShellCommand &command, const std::vector<std::string> &paths) {
-  if (command.isEmpty()) return;
-  // A command that cannot be quoted counts as one that failed.
-  if (const auto line = commandLine(command, paths)) sh(platform_.processes, *line);
 }
 
 }  // namespace orvel

@@ -33,6 +33,25 @@ bool isTaken(const std::string &path) {
   return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
 }
 
+/// Moves a finished download into the Downloads folder under a free name and opens it.
+/// Any thread.
+void saveDownload(const Platform &platform, const std::string &temporaryFile,
+                  const std::optional<std::string> &suggested, const Url &url) {
+  const std::string folder = platform.locations.downloads() + "/";
+  const std::string name = downloadName(suggested, url);
+  std::string path = folder + name;
+  int number = firstNumber;
+  MoveResult result;
+  do {
+    while (isTaken(path)) path = folder + numberedName(name, number++);
+    // Another download may have taken the name since.
+    result = moveFile(temporaryFile, path);
+  } while (result == MoveResult::destinationExists);
+
+  // A move that failed is not told apart: there is nothing to open then.
+  platform.mainQueue.post([&workspace = platform.workspace, path] { workspace.openFile(path); });
+}
+
 }  // namespace
 
 std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view host) {
@@ -54,27 +73,9 @@ void AppDelegate::bewaarEnOpen(const Url &url) {
     request.setHeader("Cookie", cookieHeader(cookies, url.host));
     self->platform_.http.downloadTask(request, [self, url](const Download &download) {
       if (!download.file || !download.response || download.response->statusCode != 200) return;
-      self->saveDownload(*download.file, download.suggestedFilename, url);
+      saveDownload(self->platform_, *download.file, download.suggestedFilename, url);
     });
   });
-}
-
-void AppDelegate::saveDownload(const std::string &temporaryFile,
-                               const std::optional<std::string> &suggested, const Url &url) {
-  const std::string folder = platform_.locations.downloads() + "/";
-  const std::string name = downloadName(suggested, url);
-  std::string path = folder + name;
-  int number = firstNumber;
-  MoveResult result;
-  do {
-    while (isTaken(path)) path = folder + numberedName(name, number++);
-    // Another download may have taken the name since.
-    result = moveFile(temporaryFile, path);
-  } while (result == MoveResult::destinationExists);
-
-  // A move that failed is not told apart: there is nothing to open then.
-  platform_.mainQueue.post(
-      [self = shared_from_this(), path] { self->platform_.workspace.openFile(path); });
 }
 
 }  // namespace orvel
