@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Measures the application beside bare viewers, Chromium and Qt WebEngine.
+# Runs the benchmark: the application, bare viewers, Chromium and Qt WebEngine.
 #
-#   ./scripts/bench.sh         everything, half an hour; into docs/performance.md and
-#                              docs/pictures/performance.svg
-#   ./scripts/bench.sh quick   one round of starts, a minute or two; into build/bench
+#   ./scripts/bench.sh         all measurements, about 30 minutes; writes
+#                              docs/performance.md and docs/pictures/performance.svg
+#   ./scripts/bench.sh quick   one round of starts, 1 to 2 minutes; writes to build/bench
 #
-# Nothing is installed: what is missing is named, and a viewer that is missing is
-# left out. Whatever else the machine does meanwhile is in the numbers.
+# Installs nothing. Fails when a tool is missing, and skips Chromium or Qt WebEngine when
+# they are missing. Other work on the machine distorts the results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,23 +24,23 @@ for package in gtk4 webkitgtk-6.0; do
   pkg-config --exists "$package" || fail "the headers of $package are missing; scripts/setup.sh installs them"
 done
 chromium=$(command -v chromium || true)
-[ -n "$chromium" ] || echo "bench: chromium is not installed and is left out"
+[ -n "$chromium" ] || echo "bench: skipping Chromium, which is not installed"
 pkg-config --exists Qt5WebEngineWidgets ||
-  echo "bench: qtwebengine5-dev is not installed and its viewer is left out"
+  echo "bench: skipping Qt WebEngine, qtwebengine5-dev is not installed"
 if (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; then
-  fail "port 4767 is taken; the application needs it for its server"
+  fail "port 4767 is in use; the server of the application needs it"
 fi
 
 folder=build/bench
 mkdir -p "$folder"
-ORVELOS_KEY=sleutel-van-de-meting scripts/build-app.sh "$folder"
+ORVELOS_KEY=benchmark-key scripts/build-app.sh "$folder"
 cmake --preset default >/dev/null
 cmake --build --preset default --target bench_programs -- --quiet
 
 export ORVEL_BENCH_CHROMIUM=$chromium
 results=$folder/results.json
 node tools/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
-  "$PWD/build/tests/bench" "$results" "${1:-}"
+  "$PWD/build/tools/bench" "$results" "${1:-}"
 if [ "${1:-}" = quick ]; then
   node tools/bench/report.mjs "$results" "$folder/performance.md" "$folder/performance.svg"
   echo "bench: $folder/performance.md"

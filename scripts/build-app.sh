@@ -1,24 +1,25 @@
 #!/usr/bin/env bash
-# Builds the application for the system that this runs on.
+# Builds the application for this system.
 #
 #   ./scripts/build-app.sh [FOLDER]
 #
-# Leaves "Orvel OS.app" in the folder, or in build. What stood there stays until the
-# new one is whole. The environment may hold, for every system,
+# Writes "Orvel OS.app" to the folder, by default build. Replaces an existing bundle only
+# when the new one is complete. Environment variables on all systems:
 #
 #   ORVELOS_VERSION, ORVELOS_KEY, ORVELOS_URL
-#       version, key and preset address of the build
+#       version, key and preset server address of the build
 #
-# and for a Mac
+# On macOS:
 #
 #   ORVELOS_SIGN_IDENTITY
-#       the certificate to sign with, as `security find-identity -v -p codesigning` names
-#       it; without one the signature is ad hoc, which is good for this Mac
+#       name of the signing certificate, as printed by
+#       `security find-identity -v -p codesigning`; without it the signature is ad hoc,
+#       which is enough to run on this Mac
 #   ORVELOS_NOTARY_PROFILE
-#       has Apple notarise the application, by the profile of that name that
-#       `xcrun notarytool store-credentials` has made
+#       notarises with the credentials that `xcrun notarytool store-credentials` stored
+#       under this name
 #   ORVELOS_NOTARY_KEY, ORVELOS_NOTARY_KEY_ID, ORVELOS_NOTARY_ISSUER
-#       the same, by the file of an App Store Connect key, its name and its issuer
+#       notarises with an App Store Connect API key: its file, key ID and issuer ID
 set -euo pipefail
 
 fail() {
@@ -29,9 +30,9 @@ fail() {
 [ $# -le 1 ] || fail "usage: scripts/build-app.sh [FOLDER]"
 checkout=$(cd "$(dirname "$0")/.." && pwd)
 folder=${1-$checkout/build}
-[ -n "$folder" ] || fail "the folder has no name"
+[ -n "$folder" ] || fail "FOLDER is empty"
 case $folder in /*) ;; *) folder=$PWD/$folder ;; esac
-[ ! -e "$folder" ] || [ -d "$folder" ] || fail "'$folder' is no folder"
+[ ! -e "$folder" ] || [ -d "$folder" ] || fail "'$folder' is not a folder"
 cd "$checkout"
 
 system=$(uname -s)
@@ -42,52 +43,49 @@ case $system in
     hint='; scripts/setup.sh installs what it needs'
     ;;
   Darwin) executable='Contents/MacOS/Orvel OS' ;;
-  *) fail "there is no edition for $system" ;;
+  *) fail "$system is not supported" ;;
 esac
 
-# need TOOL WORDS...: the words say where the tool comes from.
-need() {
-  local tool=$1
-  shift
-  command -v "$tool" >/dev/null || fail "$tool is not installed; $*"
-}
+# need TOOL HINT: fails with the hint when the tool is missing.
+need() { command -v "$1" >/dev/null || fail "$1 is not installed; $2"; }
 
 notary=()
 notarises() { [ "${#notary[@]}" -gt 0 ]; }
 if [ "$system" = Darwin ]; then
-  # A Mac has the names of these tools before it has the tools.
-  need xcode-select "this is no Mac"
+  # macOS has stubs in /usr/bin for the tools that are not installed yet, so `command -v`
+  # does not find out.
+  need xcode-select "it is a part of macOS"
   xcode-select -p >/dev/null 2>&1 ||
-    fail "Xcode's command line tools are not installed; xcode-select --install does that"
+    fail "Xcode's command line tools are not installed; xcode-select --install installs them"
   need codesign "it is a part of macOS"
-  for tool in cmake ninja; do need "$tool" "it does not come with Xcode"; done
+  for tool in cmake ninja; do need "$tool" "Xcode does not include it"; done
 
   if [ -n "${ORVELOS_NOTARY_PROFILE:-}" ]; then
     notary=(--keychain-profile "$ORVELOS_NOTARY_PROFILE")
   elif [ -n "${ORVELOS_NOTARY_KEY:-}${ORVELOS_NOTARY_KEY_ID:-}${ORVELOS_NOTARY_ISSUER:-}" ]; then
     for name in ORVELOS_NOTARY_KEY ORVELOS_NOTARY_KEY_ID ORVELOS_NOTARY_ISSUER; do
-      [ -n "${!name:-}" ] || fail "$name is missing; notarising by a key needs all three"
+      [ -n "${!name:-}" ] || fail "$name is not set; notarising with a key needs all three variables"
     done
-    [ -r "$ORVELOS_NOTARY_KEY" ] || fail "there is no key '$ORVELOS_NOTARY_KEY' to be read"
+    [ -r "$ORVELOS_NOTARY_KEY" ] || fail "the key file '$ORVELOS_NOTARY_KEY' cannot be read"
     notary=(--key "$ORVELOS_NOTARY_KEY" --key-id "$ORVELOS_NOTARY_KEY_ID"
       --issuer "$ORVELOS_NOTARY_ISSUER")
   fi
   if notarises; then
     [ -n "${ORVELOS_SIGN_IDENTITY:-}" ] ||
-      fail "ORVELOS_SIGN_IDENTITY is missing; Apple notarises no application that is signed ad hoc"
+      fail "ORVELOS_SIGN_IDENTITY is not set; Apple does not notarise an ad hoc signature"
     for tool in xcrun ditto; do need "$tool" "it is a part of macOS"; done
   fi
 else
   for tool in cmake ninja strip; do need "$tool" "scripts/setup.sh installs it"; done
 fi
 
-# Unset first: the build's folder remembers what an earlier build was given.
+# Unset first, because the CMake cache keeps the values of an earlier build.
 presets=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL
   -DORVELOS_KEY="${ORVELOS_KEY:-}" -DORVELOS_URL="${ORVELOS_URL:-}")
 if [ -n "${ORVELOS_VERSION:-}" ]; then
-  # It becomes a part of file names and of shell commands where an update offers it.
+  # An update puts the version into file names and shell commands.
   [[ $ORVELOS_VERSION =~ ^[0-9]+(\.[0-9]+)*$ ]] ||
-    fail "a version is numbers with full stops between them, such as 1.10; not '$ORVELOS_VERSION'"
+    fail "'$ORVELOS_VERSION' is not a version; use numbers separated by full stops, such as 1.10"
   presets+=(-DORVELOS_VERSION="$ORVELOS_VERSION")
 fi
 [ "$system" = Linux ] || presets+=(-DCMAKE_OSX_ARCHITECTURES=arm64)
@@ -110,11 +108,11 @@ trap 'exit 143' TERM
 trap 'exit 129' HUP
 
 built="build/release-build/Orvel OS.app"
-# What an earlier build left in the bundle would be a part of this one.
+# Otherwise files of an earlier build would stay in the bundle.
 rm -rf "$built"
-cmake --preset release "${presets[@]}" >/dev/null || fail "the build could not be configured$hint"
+cmake --preset release "${presets[@]}" >/dev/null || fail "CMake failed to configure the build$hint"
 cmake --build --preset release --target orvel-os -- --quiet || fail "the build failed"
-[ -x "$built/$executable" ] || fail "the build left no '$executable'"
+[ -x "$built/$executable" ] || fail "the build did not create '$executable'"
 
 mkdir -p "$folder"
 work=$(mktemp -d "$folder/.build-app-XXXXXX")
@@ -123,38 +121,38 @@ mv "$built" "$bundle"
 
 sign() {
   local identity=(--sign -)
-  # A certificate's signature tells its time by Apple's clock; notarising asks for that.
+  # Notarisation requires a timestamp of Apple's server in the signature.
   if [ -n "${ORVELOS_SIGN_IDENTITY:-}" ]; then
     identity=(--timestamp --sign "$ORVELOS_SIGN_IDENTITY")
   fi
-  # The hardened runtime needs no exception: pages are compiled in WebKit's own
-  # processes, and child processes run under their own signatures.
+  # The hardened runtime needs no entitlements for JIT or child processes: scripts are
+  # compiled in WebKit's processes, and child processes have their own signatures.
   codesign --force --options runtime --entitlements packaging/macos/orvel-os.entitlements \
-    "${identity[@]}" "$bundle" || fail "the application could not be signed"
-  codesign --verify --strict "$bundle" || fail "the signature does not hold"
+    "${identity[@]}" "$bundle" || fail "codesign could not sign the application"
+  codesign --verify --strict "$bundle" || fail "the signature is not valid"
 }
 
 notarise() {
-  local answer
+  local output
   ditto -c -k --keepParent "$bundle" "$work/notary.zip" ||
-    fail "the application could not be packed for Apple"
-  # An application that is refused counts as a success of this command.
-  answer=$(xcrun notarytool submit "$work/notary.zip" "${notary[@]}" --wait) ||
-    fail "the application could not be handed to Apple: $answer"
-  grep -qE '^ *status: Accepted *$' <<<"$answer" ||
-    fail "Apple did not accept the application; xcrun notarytool log tells why: $answer"
-  xcrun stapler staple "$bundle" >/dev/null || fail "Apple's ticket could not be attached"
-  xcrun stapler validate "$bundle" >/dev/null || fail "Apple's ticket does not hold"
+    fail "ditto could not pack the application for notarisation"
+  # Exits with 0 also when Apple rejects the application.
+  output=$(xcrun notarytool submit "$work/notary.zip" "${notary[@]}" --wait) ||
+    fail "notarytool could not submit the application: $output"
+  grep -qE '^ *status: Accepted *$' <<<"$output" ||
+    fail "Apple rejected the application; 'xcrun notarytool log' has the reason: $output"
+  xcrun stapler staple "$bundle" >/dev/null || fail "stapler could not attach the notarisation ticket"
+  xcrun stapler validate "$bundle" >/dev/null || fail "the notarisation ticket is not valid"
 }
 
 if [ "$system" = Darwin ]; then
   sign
   if notarises; then notarise; fi
 else
-  strip "$bundle/$executable" || fail "the executable could not be stripped"
+  strip "$bundle/$executable" || fail "strip failed on the executable"
 fi
-# Older than its sources: the default build, which has its bundle in the same place,
-# makes its own again.
+# Makes the executable older than its sources, so that the default build, which writes to
+# the same place, builds its own again.
 touch -t 200001010000 "$bundle/$executable"
 
 [ ! -e "$target" ] || mv "$target" "$work/old.app"

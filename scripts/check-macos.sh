@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Compiles and links the macOS edition without a Mac, every warning an error, and
-# looks at the bundle that comes out. Nothing of it is run.
+# Cross-compiles and links the macOS edition with -Werror, and checks the bundle. Needs no
+# Mac and runs nothing of what it builds.
 #
 #   ./scripts/check-macos.sh SYSROOT [FOLDER]
 #
 # SYSROOT is a copy of the macOS SDK: usr/ and System/Library/Frameworks/ with
-# headers and .tbd files. FOLDER is built in; build/macos-check if there is none.
+# headers and .tbd files. FOLDER is the build folder, by default build/macos-check.
 set -euo pipefail
 
 skip() {
@@ -17,8 +17,8 @@ fail() {
   exit 1
 }
 
-case $# in 1 | 2) ;; 0) skip "no SYSROOT was named" ;; *) fail "usage: scripts/check-macos.sh SYSROOT [FOLDER]" ;; esac
-[ -d "$1" ] || skip "there is no folder '$1'"
+case $# in 1 | 2) ;; 0) skip "SYSROOT is not given" ;; *) fail "usage: scripts/check-macos.sh SYSROOT [FOLDER]" ;; esac
+[ -d "$1" ] || skip "the folder '$1' does not exist"
 sysroot=$(cd "$1" && pwd)
 folder=${2-}
 case $folder in '' | /*) ;; *) folder=$PWD/$folder ;; esac
@@ -32,9 +32,8 @@ for tool in clang-19 clang++-19 ld64.lld-19 llvm-ar-19 llvm-ranlib-19 llvm-insta
   command -v "$tool" >/dev/null || skip "$tool is not installed"
 done
 
-# The compiler takes a misspelt delegate method for one of the object's own.
-# So every selector that a delegate implements has to be declared in a header of
-# the platform, but for those that are our own.
+# The compiler accepts a misspelt delegate method as a new method of the class. So every
+# selector that a delegate implements must be declared in an SDK header, except our own.
 delegates=(platform/macos/appkit/app_delegate_bridge.mm platform/macos/foundation/redirect_guard.mm)
 mapfile -t selectors < <(
   awk '/^- \(/ { method = "" } { method = method " " $0 } /^[- ].*\{$/ && method ~ /^ - \(/ {
@@ -43,7 +42,7 @@ mapfile -t selectors < <(
     awk '!/:/ { print $1; next } { gsub(/: *[A-Za-z]+ */, ":"); print }' |
     grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|proceedWithTermination|closeAlerts|initWithRequest:forwardsHeaders:'
 )
-[ ${#selectors[@]} -gt 0 ] || fail "no delegate method was found"
+[ ${#selectors[@]} -gt 0 ] || fail "found no delegate methods"
 mkdir -p "$folder"
 {
   printf '#import <AppKit/AppKit.h>\n#import <WebKit/WebKit.h>\nextern SEL all[];\nSEL all[] = {\n'
@@ -52,7 +51,7 @@ mkdir -p "$folder"
 } >"$folder/selectors.mm"
 clang++-19 --target=arm64-apple-macos13 -isysroot "$sysroot" -fsyntax-only -fobjc-arc -std=c++20 \
   -Werror -Wundeclared-selector "$folder/selectors.mm"
-echo "check-macos: ${#selectors[@]} delegate methods are declared by the platform"
+echo "check-macos: ${#selectors[@]} delegate methods are declared in SDK headers"
 
 cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DORVELOS_MACOS_SYSROOT="$sysroot" >/dev/null

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Lets each fuzz target run for a while, one after the other, and tells of all
-# of them in a table. What one finds ends it, and lies in build/clang/tests/fuzz.
+# Runs the fuzz targets one after the other and prints a table of results. A target stops at
+# its first finding and writes the input to build/clang/tests/fuzz.
 #
-#   ./scripts/fuzz.sh                       a minute each
-#   ./scripts/fuzz.sh 600                   ten minutes each
-#   ./scripts/fuzz.sh 600 policy cookie     these two only
+#   ./scripts/fuzz.sh                       1 minute each
+#   ./scripts/fuzz.sh 600                   10 minutes each
+#   ./scripts/fuzz.sh 600 policy cookie     only these two targets
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -32,7 +32,7 @@ for target in "${targets[@]}"; do
     -print_final_stats=1 -dict="tests/fuzz/$target.dict" -artifact_prefix="$found-" \
     "$found" "tests/fuzz/corpus/$target" >"$log" 2>&1 || outcome="see $log"
   [ "$outcome" = nothing ] || status=1
-  # The last line of progress has the coverage; the statistics, the executions.
+  # libFuzzer prints the coverage in its progress lines, and the executions at the end.
   awk -v target="$target" -v outcome="$outcome" '
     / cov: / {
       for (at = 1; at < NF; ++at) {

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Builds a release and packs it for the servers that offer it.
+# Builds a release: an archive of the application and the manifest of the update check.
 #
 #   ./scripts/release.sh VERSION [FOLDER]
 #
-# Leaves the archive orvel-os-VERSION.zip and its manifest in the folder, or in
-# build/release. What scripts/build-app.sh takes from the environment holds here
-# too. On Linux the same sources, version and presets give the same bytes;
-# SOURCE_DATE_EPOCH sets the time of the files, which else is that of the last commit.
+# Writes orvel-os-VERSION.zip and its manifest to the folder, by default build/release.
+# Uses the environment variables of scripts/build-app.sh. On Linux the build is
+# reproducible: the same sources, version, presets and tools give the same bytes.
+# SOURCE_DATE_EPOCH sets the time of the files; the default is the time of the last commit.
 set -euo pipefail
 
 fail() {
@@ -16,29 +16,29 @@ fail() {
 
 case $# in 1 | 2) ;; *) fail "usage: scripts/release.sh VERSION [FOLDER]" ;; esac
 version=$1
-# It becomes a part of file names and of shell commands, and the application
-# reads a number beyond 64 bits as 0.
+# The version becomes a part of file names and shell commands. The application reads a
+# number of more than 64 bits as 0.
 [[ $version =~ ^[0-9]{1,18}(\.[0-9]{1,18})*$ ]] ||
-  fail "a version is numbers of at most 18 digits with full stops between them, such as 1.10; not '$version'"
+  fail "'$version' is not a version; use numbers of at most 18 digits separated by full stops, such as 1.10"
 checkout=$(cd "$(dirname "$0")/.." && pwd)
 folder=${2-$checkout/build/release}
-[ -n "$folder" ] || fail "the folder has no name"
+[ -n "$folder" ] || fail "FOLDER is empty"
 case $folder in /*) ;; *) folder=$PWD/$folder ;; esac
-[ ! -e "$folder" ] || [ -d "$folder" ] || fail "'$folder' is no folder"
+[ ! -e "$folder" ] || [ -d "$folder" ] || fail "'$folder' is not a folder"
 
 case $(uname -s) in
   Linux) manifest=linux.json ;;
   Darwin) manifest=mac.json ;;
-  *) fail "there is no edition for $(uname -s)" ;;
+  *) fail "$(uname -s) is not supported" ;;
 esac
 if [ "$manifest" = linux.json ]; then
   command -v zip >/dev/null || fail "zip is not installed; scripts/setup.sh installs it"
 fi
 cd "$checkout"
-moment=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
-# Without either: the first day that an archive can tell.
-moment=${moment:-315532800}
-[[ $moment =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number of seconds: '$moment'"
+timestamp=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
+# Without both, the earliest date that a zip archive can store.
+timestamp=${timestamp:-315532800}
+[[ $timestamp =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number of seconds: '$timestamp'"
 
 work=''
 stage=''
@@ -54,7 +54,7 @@ ORVELOS_VERSION=$version scripts/build-app.sh "$stage" >/dev/null
 mkdir -p "$folder"
 work=$(mktemp -d "$folder/.release-XXXXXX")
 chmod -R u=rwX,go=rX "$stage"
-stamp=$(date -d "@$moment" +%Y%m%d%H%M.%S 2>/dev/null || date -r "$moment" +%Y%m%d%H%M.%S)
+stamp=$(date -d "@$timestamp" +%Y%m%d%H%M.%S 2>/dev/null || date -r "$timestamp" +%Y%m%d%H%M.%S)
 find "$stage" -exec touch -t "$stamp" {} +
 
 archive=orvel-os-$version.zip
@@ -62,13 +62,13 @@ if [ "$manifest" = linux.json ]; then
   (cd "$stage" && find 'Orvel OS.app' | sort | zip -q -X -y "$work/$archive" -@)
 else
   ditto -c -k --keepParent "$stage/Orvel OS.app" "$work/$archive"
-  # As the application unpacks it when it updates itself.
+  # Unpacks it with the command that the application uses for an update.
   ditto -x -k "$work/$archive" "$work/unpacked"
   codesign --verify --strict "$work/unpacked/Orvel OS.app" ||
     fail "the signature did not survive the archive"
 fi
 printf '{"versie": "%s", "zip": "%s"}\n' "$version" "$archive" >"$work/$manifest"
-# The manifest last: it never names an archive that is not there.
+# The manifest comes last, so that it never names a missing archive.
 mv -f "$work/$archive" "$folder/$archive"
 mv -f "$work/$manifest" "$folder/$manifest"
 echo "release: $folder/$archive and $manifest"

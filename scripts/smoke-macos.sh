@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Starts a built application of macOS on the demo server, waits until that server has
-# been told that the page is painted, quits the application as the Dock would, and
-# looks whether it has ended well and left nothing.
+# Starts the built macOS application on the demo server, waits until the page reports that
+# it is painted, and quits the application as the Dock does. Fails unless the application
+# exits with status 0 and leaves no process.
 #
 #   ./scripts/smoke-macos.sh [APP]
 #
-# APP is "build/Orvel OS.app" if none is named. It has to have a key, which the demo
-# server is to see: ORVELOS_KEY=demo ./scripts/build-app.sh
+# APP is "build/Orvel OS.app" by default. The server checks for a key, so build it with:
+# ORVELOS_KEY=demo ./scripts/build-app.sh
 set -euo pipefail
 
 fail() {
@@ -15,14 +15,14 @@ fail() {
 }
 
 [ $# -le 1 ] || fail "usage: scripts/smoke-macos.sh [APP]"
-[ "$(uname -s)" = Darwin ] || fail "this is no Mac; scripts/demo.sh does the same on Linux"
+[ "$(uname -s)" = Darwin ] || fail "this system is not macOS; scripts/demo.sh does the same on Linux"
 app=${1-}
 case $app in '' | /*) ;; *) app=$PWD/$app ;; esac
 cd "$(dirname "$0")/.."
 app=${app:-$PWD/build/Orvel OS.app}
 executable="$app/Contents/MacOS/Orvel OS"
 
-# wait_until SECONDS COMMAND...: whether the command succeeds in time.
+# wait_until SECONDS COMMAND...: repeats the command until it succeeds; fails on timeout.
 wait_until() {
   local end=$((SECONDS + $1))
   shift
@@ -38,9 +38,10 @@ painted() { report --until-painted >/dev/null 2>&1; }
 painted_or_gone() { painted || gone "$application"; }
 port_taken() { (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; }
 port_free() { ! port_taken; }
+# Prints the process id of the server, or nothing before it listens.
 server() { sed -nE 's/^\{"event":"listening".*"pid":([0-9]+).*/\1/p' "$work/record.jsonl" 2>/dev/null | tail -1; }
 
-# With the application's own words, where it had any.
+# Fails with the output of the application.
 fail_after_start() {
   cat "$work/output" >&2
   fail "$*"
@@ -63,15 +64,15 @@ finish() {
   exit "$status"
 }
 
-[ -x "$executable" ] || fail "there is no application '$app'; scripts/build-app.sh builds it"
+[ -x "$executable" ] || fail "the application '$app' does not exist; scripts/build-app.sh builds it"
 for tool in node osascript; do
   command -v "$tool" >/dev/null || fail "$tool is not installed"
 done
 grep -q '<key>ORVELOSKey</key>' "$app/Contents/Info.plist" ||
-  fail "the application has no key; build it by ORVELOS_KEY=demo ./scripts/build-app.sh"
-# A choice of the user's goes before the server on this machine.
+  fail "the application has no key; build it with ORVELOS_KEY=demo ./scripts/build-app.sh"
+# An address that the user has chosen replaces the server on this machine.
 if defaults read nl.orvel.os osURL >/dev/null 2>&1; then
-  fail "an address was chosen in this application; defaults delete nl.orvel.os osURL takes it back"
+  fail "the user has chosen an address; 'defaults delete nl.orvel.os osURL' removes it"
 fi
 port_taken && fail "port 4767 is in use; quit the program that uses it (lsof -i tcp:4767)"
 
@@ -85,21 +86,21 @@ ORVEL_OS_ROOT="$PWD/demo" ORVEL_DEMO_RECORD="$work/record.jsonl" "$executable" >
 application=$!
 wait_until 60 painted_or_gone ||
   fail_after_start "the page was not painted within 60 seconds; $(report --until-painted 2>&1 | tail -1)"
-painted || fail_after_start "the application ended before the page was painted"
+painted || fail_after_start "the application exited before the page was painted"
 
-# The Apple event for quitting, to this very process.
-asked=$(osascript -l JavaScript -e "ObjC.import('AppKit');
+# Sends the quit Apple event to this process.
+sent=$(osascript -l JavaScript -e "ObjC.import('AppKit');
   $.NSRunningApplication.runningApplicationWithProcessIdentifier($application).terminate") ||
-  fail "osascript could not ask the application to quit"
-[ "$asked" = true ] || fail "the system did not pass on that the application is to quit"
+  fail "osascript failed to quit the application"
+[ "$sent" = true ] || fail "the system did not send the quit event"
 wait_until 10 gone "$application" || fail_after_start "the application did not quit within 10 seconds"
 status=0
 wait "$application" || status=$?
 application=''
-[ "$status" -eq 0 ] || fail_after_start "the application ended with status $status"
+[ "$status" -eq 0 ] || fail_after_start "the application exited with status $status"
 
-echo "smoke: what happened, by the server's own record"
-report || fail "not all of it was seen"
+echo "smoke: steps in the record of the server"
+report || fail "a step is missing"
 wait_until 10 gone "$(server)" || fail "the server is still running: process $(server)"
-wait_until 10 port_free || fail "something still listens on port 4767"
-echo "smoke: all of it was seen, and nothing is left running"
+wait_until 10 port_free || fail "port 4767 is still in use"
+echo "smoke: all steps are in the record, no process is left"

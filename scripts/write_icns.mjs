@@ -1,17 +1,16 @@
-// Writes an icon file of macOS from a folder of pictures, where there is no
-// iconutil to do it.
+// Writes a macOS icon file from an icon set, on systems without iconutil.
 //
 //   node scripts/write_icns.mjs ICONSET FILE
 //
-// The folder is one that iconutil takes as well. The file is "icns", its own
-// length, and then for each picture a type, a length and a PNG; every length is
-// of four bytes, the highest first, and counts the eight before the content.
+// ICONSET is a folder in the format of iconutil. The file consists of "icns" and its
+// length, then a type, a length and a PNG for each image. Each length is a 32-bit
+// big-endian number that includes the 8 bytes of type and length.
 
 import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-/// The types that hold a PNG: the picture's name in the folder and its width.
-const pictures = [
+/// The types that contain a PNG: type, file name in the icon set, width.
+const images = [
   ['ic07', 'icon_128x128.png', 128],
   ['ic08', 'icon_256x256.png', 256],
   ['ic09', 'icon_512x512.png', 512],
@@ -31,8 +30,8 @@ function fail(text) {
 
 function read(path, width) {
   const bytes = readFileSync(path);
-  // The first chunk of a PNG is its header, which begins with the two sizes.
-  if (bytes.length < 24 || !bytes.subarray(0, 8).equals(signature)) fail(`${path} is no PNG`);
+  // The first chunk of a PNG is IHDR, which begins with width and height.
+  if (bytes.length < 24 || !bytes.subarray(0, 8).equals(signature)) fail(`${path} is not a PNG`);
   const sizes = [bytes.readUInt32BE(16), bytes.readUInt32BE(20)];
   if (sizes.some((size) => size !== width)) {
     fail(`${path} is ${sizes.join(' by ')}, not ${width} by ${width}`);
@@ -50,7 +49,7 @@ function withHeader(type, content) {
 const [folder, file, ...more] = process.argv.slice(2);
 if (!file || more.length > 0) fail('usage: node scripts/write_icns.mjs ICONSET FILE');
 try {
-  const entries = pictures.map(([type, name, width]) =>
+  const entries = images.map(([type, name, width]) =>
     withHeader(type, read(join(folder, name), width)));
   writeFileSync(file, withHeader('icns', Buffer.concat(entries)));
 } catch (error) {
