@@ -7,7 +7,7 @@ import {
 } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 
-import { macWorkshop } from './stand_ins.mjs';
+import { macWorkshop } from './script_fixture.mjs';
 
 let workshop;
 beforeEach(() => { workshop = macWorkshop(); });

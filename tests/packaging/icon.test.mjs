@@ -7,7 +7,7 @@ import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 import { decodePng } from '../support/image.mjs';
-import { Workshop, located } from './stand_ins.mjs';
+import { Workshop, located } from './script_fixture.mjs';
 
 const kept = fileURLToPath(new URL('../../packaging/macos/orvel-os.icns', import.meta.url));
 const skip = located('rsvg-convert') === '' ? 'rsvg-convert is not installed' : false;

@@ -16,7 +16,7 @@ import { kill, markedProcesses } from '../support/desktop/processes.mjs';
 import { Screen } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { decodePng } from '../support/image.mjs';
-import { ThrowawayMachine } from './throwaway_machine.mjs';
+import { ThrowawayMachine } from './overlay_container.mjs';
 
 const sources = fileURLToPath(new URL('../..', import.meta.url));
 const script = join(sources, 'scripts/package-linux.sh');

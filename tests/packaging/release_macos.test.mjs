@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 
-import { macWorkshop } from './stand_ins.mjs';
+import { macWorkshop } from './script_fixture.mjs';
 
 let workshop;
 beforeEach(() => { workshop = macWorkshop(); });

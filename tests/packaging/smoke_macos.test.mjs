@@ -6,9 +6,9 @@ import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
-import { Workshop } from './stand_ins.mjs';
+import { Workshop } from './script_fixture.mjs';
 
-const application = fileURLToPath(new URL('smoke_application.mjs', import.meta.url));
+const application = fileURLToPath(new URL('fake_application.mjs', import.meta.url));
 
 let workshop;
 beforeEach(() => {

@@ -7,7 +7,7 @@ import { existsSync, lstatSync, mkdirSync, readdirSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-const script = fileURLToPath(new URL('throwaway_machine.sh', import.meta.url));
+const script = fileURLToPath(new URL('overlay_container.sh', import.meta.url));
 
 export class ThrowawayMachine {
   /// Makes the machine; its layer has its place at `folder`, and the folder `shared` is
