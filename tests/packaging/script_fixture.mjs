@@ -1,5 +1,5 @@
-// A copy of the sources' scripts in a folder of its own, and programs that stand in
-// for those that only a Mac has. Each tells in one file how it was called.
+// Runs a script from a copy of scripts/ in a temporary folder, with fake tools on its PATH.
+// The fake tools record their calls.
 
 import { spawnSync } from 'node:child_process';
 import {
@@ -12,54 +12,53 @@ import { fileURLToPath } from 'node:url';
 
 const sources = fileURLToPath(new URL('../..', import.meta.url));
 
-// What the scripts may take for granted on every system; of all else there is
-// nothing on their search path but the stand-ins.
-const common = ['awk', 'bash', 'cat', 'chmod', 'cp', 'date', 'dirname', 'env', 'find', 'git', 'grep',
-  'mkdir', 'mktemp', 'mv', 'node', 'ps', 'rm', 'sed', 'sleep', 'sort', 'tail', 'touch'];
+// The system tools that the scripts may use on every system. PATH has no others.
+const systemTools = ['awk', 'bash', 'cat', 'chmod', 'cp', 'date', 'dirname', 'env', 'find', 'git',
+  'grep', 'mkdir', 'mktemp', 'mv', 'node', 'ps', 'rm', 'sed', 'sleep', 'sort', 'tail', 'touch'];
 
-/// Where a program lies, or '' if it is not installed.
-export function located(program) {
+/// Returns the path of a program, or '' if it is not installed.
+export function pathOf(program) {
   const { stdout } = spawnSync('sh', ['-c', 'command -v "$0"', program], { encoding: 'utf8' });
   return stdout.trim();
 }
 
-/// `parts` are the folders that the copy has beside the scripts.
-export class Workshop {
-  constructor(...parts) {
-    // What the scripts print has no link in it, and a Mac's temporary folder has one.
+export class ScriptFixture {
+  /// Copies scripts/ and these folders of the sources.
+  constructor(...folders) {
+    // Resolved, because the scripts print resolved paths and macOS has a symbolic link in
+    // the path of its temporary folder.
     this.folder = realpathSync(mkdtempSync(join(tmpdir(), 'orvel packaging ')));
-    for (const part of ['scripts', ...parts]) {
-      cpSync(join(sources, part), join(this.folder, part), { recursive: true });
+    for (const folder of ['scripts', ...folders]) {
+      cpSync(join(sources, folder), join(this.folder, folder), { recursive: true });
     }
     for (const folder of ['bin', 'system', 'tmp']) mkdirSync(this.path(folder));
-    for (const program of common) this.installed(program);
+    for (const program of systemTools) this.addSystemTool(program);
   }
 
   path(...parts) { return join(this.folder, ...parts); }
 
-  /// A program on the search path: it records its arguments and then does `text`.
-  /// Its name and arguments are also in $CALL, with blanks between them.
-  program(name, text = '') {
-    const body = `#!/usr/bin/env bash
+  /// Creates a fake tool that records its arguments and then runs the shell code `body`.
+  /// It fails instead when its command line matches the pattern in the variable FAILS.
+  addTool(name, body = '') {
+    const text = `#!/usr/bin/env bash
 set -eu
-CALL="\${0##*/} $*"
+call="\${0##*/} $*"
 printf '%s\\0' "\${0##*/}" "$@" $'\\n' >>"$RECORD"
-if [ -n "\${FAILS:-}" ] && [[ $CALL == $FAILS ]]; then
-  echo "stand-in: $CALL" >&2
+if [ -n "\${FAILS:-}" ] && [[ $call == $FAILS ]]; then
+  echo "fake tool: $call" >&2
   exit 7
 fi
-${text}
+${body}
 `;
-    writeFileSync(this.path('bin', name), body);
+    writeFileSync(this.path('bin', name), text);
     chmodSync(this.path('bin', name), 0o755);
   }
 
-  /// Lets the scripts find this program of the machine.
-  installed(name) { symlinkSync(located(name), this.path('system', name)); }
+  removeTool(name) { rmSync(this.path('bin', name)); }
 
-  without(name) { rmSync(this.path('bin', name)); }
+  addSystemTool(name) { symlinkSync(pathOf(name), this.path('system', name)); }
 
-  /// The calls since the last look, each as [name, argument...].
+  /// Returns the calls since the last time, each as [name, argument...].
   calls() {
     const record = this.path('record');
     if (!existsSync(record)) return [];
@@ -69,13 +68,13 @@ ${text}
     return calls;
   }
 
-  /// Runs a script of the copy.
+  /// Runs a script and returns what spawnSync returns.
   run(script, args = [], environment = {}) {
     return spawnSync(this.path('scripts', script), args, {
       cwd: this.folder,
       encoding: 'utf8',
       env: {
-        ...clean(process.env),
+        ...withoutBuildSettings(process.env),
         PATH: `${this.path('bin')}:${this.path('system')}`,
         TMPDIR: this.path('tmp'),
         RECORD: this.path('record'),
@@ -87,39 +86,42 @@ ${text}
   remove() { rmSync(this.folder, { recursive: true }); }
 }
 
-// Whoever runs the tests may have a certificate of his own.
-function clean(environment) {
+// The user may have set a signing certificate, for example.
+function withoutBuildSettings(environment) {
   return Object.fromEntries(
     Object.entries(environment).filter(([name]) => !/^(ORVELOS?_|SOURCE_DATE_EPOCH)/.test(name)));
 }
 
-/// The stand-ins of a Mac. The build makes a bundle of two files.
-export function macWorkshop(...parts) {
-  const workshop = new Workshop('packaging', ...parts);
-  workshop.program('uname', 'echo Darwin');
-  workshop.program('xcode-select');
-  workshop.program('ninja');
-  workshop.program('cmake', `
+/// Returns a fixture with fake versions of the tools that build-app.sh and release.sh use on
+/// macOS. The fake cmake creates a bundle with the executables of both systems.
+export function macFixture() {
+  const fixture = new ScriptFixture('packaging');
+  fixture.addTool('uname', 'echo Darwin');
+  fixture.addTool('xcode-select');
+  fixture.addTool('ninja');
+  fixture.addTool('cmake', `
 if [ "$1" = --build ]; then
   contents="build/release-build/Orvel OS.app/Contents"
-  mkdir -p "$contents/MacOS"
-  echo new >"$contents/MacOS/Orvel OS"
-  chmod +x "$contents/MacOS/Orvel OS"
+  mkdir -p "$contents/MacOS" "$contents/Linux"
+  for program in "$contents/MacOS/Orvel OS" "$contents/Linux/orvel-os"; do
+    echo new >"$program"
+    chmod +x "$program"
+  done
   echo plist >"$contents/Info.plist"
 fi`);
-  workshop.program('codesign', `
+  fixture.addTool('codesign', `
 bundle="\${!#}"
 if [ "$1" = --verify ]; then
   [ -e "$bundle/Contents/_CodeSignature" ]
 else
-  echo seal >"$bundle/Contents/_CodeSignature"
+  echo signature >"$bundle/Contents/_CodeSignature"
 fi`);
-  workshop.program('ditto', `
+  fixture.addTool('ditto', `
 if [ "$1" = -c ]; then cp -R "$4" "$5"; else mkdir -p "$4"; cp -R "$3" "$4/Orvel OS.app"; fi`);
-  workshop.program('xcrun', `
+  fixture.addTool('xcrun', `
 case "$1" in
-  notarytool) printf '  id: 1234\\n  status: %s\\n' "\${VERDICT:-Accepted}" ;;
+  notarytool) printf '  id: 1234\\n  status: %s\\n' "\${STATUS:-Accepted}" ;;
   stapler) if [ "$2" = staple ]; then echo ticket >"$3/Contents/CodeResources"; fi ;;
 esac`);
-  return workshop;
+  return fixture;
 }
