@@ -65,7 +65,7 @@ else
   # Unpacks it with the command that the application uses for an update.
   ditto -x -k "$work/$archive" "$work/unpacked"
   codesign --verify --strict "$work/unpacked/Orvel OS.app" ||
-    fail "the signature did not survive the archive"
+    fail "the signature in the archive is not valid"
 fi
 printf '{"versie": "%s", "zip": "%s"}\n' "$version" "$archive" >"$work/$manifest"
 # The manifest comes last, so that it never names a missing archive.

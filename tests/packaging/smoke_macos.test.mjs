@@ -1,88 +1,80 @@
-// The script that tries a built application on a Mac: that it sees what goes well,
-// and each thing that does not. The demo server is the real one.
+// smoke-macos.sh with a fake application and the real demo server: it detects each fault. The
+// workflow of a hosted Mac runs it on the real application.
 
 import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
-import { Workshop } from './script_fixture.mjs';
+import { ScriptFixture } from './script_fixture.mjs';
 
 const application = fileURLToPath(new URL('fake_application.mjs', import.meta.url));
 
-let workshop;
+let fixture;
 beforeEach(() => {
-  workshop = new Workshop('demo');
-  workshop.program('uname', 'echo Darwin');
-  workshop.program('defaults', 'exit 1');
-  // Passes the request on to the process that it names.
-  workshop.program('osascript', `
-[[ $4 =~ runningApplicationWithProcessIdentifier\\(([0-9]+)\\)\\.terminate ]]
+  fixture = new ScriptFixture('demo');
+  fixture.addTool('uname', 'echo Darwin');
+  fixture.addTool('defaults', 'exit 1');
+  // Sends SIGTERM to the process that the script names.
+  fixture.addTool('osascript', `
+[[ $2 == JavaScript && $4 =~ runningApplicationWithProcessIdentifier\\(([0-9]+)\\)\\.terminate ]]
 kill -TERM "\${BASH_REMATCH[1]}"
-echo "\${PASSED:-true}"`);
-  mkdirSync(workshop.path('build/Orvel OS.app/Contents/MacOS'), { recursive: true });
-  writeFileSync(workshop.path('build/Orvel OS.app/Contents/Info.plist'), '<key>ORVELOSKey</key>');
-  writeFileSync(workshop.path('build/Orvel OS.app/Contents/MacOS/Orvel OS'),
+echo "\${SENT:-true}"`);
+  mkdirSync(fixture.path('build/Orvel OS.app/Contents/MacOS'), { recursive: true });
+  writeFileSync(fixture.path('build/Orvel OS.app/Contents/Info.plist'), '<key>ORVELOSKey</key>');
+  writeFileSync(fixture.path('build/Orvel OS.app/Contents/MacOS/Orvel OS'),
     `#!/usr/bin/env bash\nexec node "${application}"\n`, { mode: 0o755 });
 });
 afterEach(() => {
-  assert.deepEqual(readdirSync(workshop.path('tmp')), []);
-  workshop.remove();
+  assert.deepEqual(readdirSync(fixture.path('tmp')), []);
+  fixture.remove();
 });
 
-const run = (environment = {}, args = []) => workshop.run('smoke-macos.sh', args, environment);
+const run = (environment = {}, args = []) => fixture.run('smoke-macos.sh', args, environment);
 
-/// Until nobody answers where the demo server was: a killed process takes a moment.
+/// Waits until the demo server has gone: a killed process takes a moment.
 async function portIsFree() {
   const end = Date.now() + 5000;
   while (await fetch('http://127.0.0.1:4767/api/wie').then(() => true, () => false)) {
-    assert.ok(Date.now() < end, 'the server is still there');
+    assert.ok(Date.now() < end, 'the server is still running');
     await new Promise((done) => { setTimeout(done, 20); });
   }
 }
 
-test('an application that shows the page and quits has passed', async () => {
-  const { status, stdout, stderr } = run();
-  assert.equal(status, 0, stderr);
-  assert.match(stdout, /server stopped by SIGTERM\nsmoke: all of it was seen/);
-  const [, , language] = workshop.calls().find(([name]) => name === 'osascript');
-  assert.equal(language, 'JavaScript');
-  await portIsFree();
-});
-
-for (const [fault, words] of [
-  ['ends', /words of the application\nsmoke: the application ended before the page was painted\n$/],
-  ['blank', /smoke: the application ended before the page was painted\n$/],
-  ['status', /smoke: the application ended with status 4\n$/],
-  ['leaves', /missing: the stop of the server\nsmoke: not all of it was seen\n$/],
+for (const [fault, message] of [
+  ['early-exit',
+    /output of the application\nsmoke: the application exited before the page was painted\n$/],
+  ['no-page', /smoke: the application exited before the page was painted\n$/],
+  ['exit-status', /smoke: the application exited with status 4\n$/],
+  ['orphan', /missing: the stop of the server\nsmoke: a step is missing\n$/],
 ]) {
-  test(`one that goes wrong has not, and nothing of it is left: ${fault}`, async () => {
-    const { status, stderr } = run({ SMOKE: fault });
+  test(`the fault ${fault} is reported and no process is left`, async () => {
+    const { status, stderr } = run({ FAULT: fault });
     assert.equal(status, 1);
-    assert.match(stderr, words);
+    assert.match(stderr, message);
     await portIsFree();
   });
 }
 
-test('a system that does not pass the request on is told', async () => {
-  assert.match(run({ FAILS: 'osascript *' }).stderr, /osascript could not ask the application to quit/);
-  assert.match(run({ PASSED: 'false' }).stderr, /did not pass on/);
+test('a quit event that is not sent is reported', async () => {
+  assert.match(run({ FAILS: 'osascript *' }).stderr, /osascript failed to quit the application/);
+  assert.match(run({ SENT: 'false' }).stderr, /the system did not send the quit event/);
   await portIsFree();
 });
 
-test('what is missing is named, and nothing is started', () => {
-  const started = () => workshop.calls().some(([name]) => name === 'osascript');
-  const bundle = readFileSync(workshop.path('build/Orvel OS.app/Contents/Info.plist'));
-  assert.match(run({}, ['weg.app']).stderr, /there is no application '.*\/weg\.app'/);
+test('a wrong setup is reported and nothing is started', () => {
+  const information = fixture.path('build/Orvel OS.app/Contents/Info.plist');
+  const withKey = readFileSync(information);
+  assert.match(run({}, ['none.app']).stderr, /the application '.*\/none\.app' does not exist/);
   assert.match(run({}, ['a', 'b']).stderr, /usage: /);
-  workshop.program('defaults', 'echo https://os.voorbeeld.nl/');
-  assert.match(run().stderr, /an address was chosen/);
-  writeFileSync(workshop.path('build/Orvel OS.app/Contents/Info.plist'), '');
+  fixture.addTool('defaults', 'echo https://os.example.org/');
+  assert.match(run().stderr, /the user has chosen an address/);
+  writeFileSync(information, '');
   assert.match(run().stderr, /the application has no key/);
-  writeFileSync(workshop.path('build/Orvel OS.app/Contents/Info.plist'), bundle);
-  workshop.without('osascript');
+  writeFileSync(information, withKey);
+  fixture.removeTool('osascript');
   assert.match(run().stderr, /osascript is not installed/);
-  workshop.program('uname', 'echo Linux');
-  assert.match(run().stderr, /this is no Mac/);
-  assert.ok(!started());
+  fixture.addTool('uname', 'echo Linux');
+  assert.match(run().stderr, /this system is not macOS/);
+  assert.ok(!fixture.calls().some(([name]) => name === 'osascript'));
 });
