@@ -1,11 +1,11 @@
-// The libraries that the built program links directly. Their sonames do not change between
-// distribution releases, so a program built on one release starts on the next.
+// The libraries that the executable links directly. Their sonames do not change between
+// distribution releases, so that an executable built on one release starts on the next.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { test } from 'node:test';
 
-const lasting = new RegExp(`^(${[
-  // The web view, the toolkit and their own dependencies.
+const stable = new RegExp(`^(${[
+  // WebKitGTK, GTK and their dependencies.
   'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
   'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
   'libgdk_pixbuf-2\\.0', 'libgraphene-1\\.0',
@@ -15,10 +15,10 @@ const lasting = new RegExp(`^(${[
   'libstdc\\+\\+', 'libgcc_s', 'libc', 'libm', 'ld-linux[-\\w]*',
 ].join('|')})\\.so\\.\\d+$`);
 
-test('the program is linked with lasting libraries only', () => {
+test('the executable links only libraries with a stable soname', () => {
   const dynamic = execFileSync('readelf', ['--dynamic', '--wide', process.env.ORVEL_APP],
     { encoding: 'utf8', env: { ...process.env, LC_ALL: 'C' } });
   const needed = dynamic.match(/(?<=\(NEEDED\).*\[)[^\]]+/g);
   assert.ok(needed.includes('libwebkitgtk-6.0.so.4'), dynamic);
-  assert.deepEqual(needed.filter((library) => !lasting.test(library)), []);
+  assert.deepEqual(needed.filter((library) => !stable.test(library)), []);
 });

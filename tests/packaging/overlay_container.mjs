@@ -1,5 +1,5 @@
-// This machine as it is, to be changed at will: what is installed and removed on it
-// is gone with it.
+// A container whose root file system is an overlay over that of this machine. Changes, such
+// as installed packages, disappear with the container.
 
 import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
@@ -9,37 +9,38 @@ import { fileURLToPath } from 'node:url';
 
 const script = fileURLToPath(new URL('overlay_container.sh', import.meta.url));
 
-export class ThrowawayMachine {
-  /// Makes the machine; its layer has its place at `folder`, and the folder `shared` is
-  /// the same there and here. Fails, with the system's own words, where that is not permitted.
+export class OverlayContainer {
+  /// Creates the container. `folder` is the mount point of the overlay; the folder `shared`
+  /// is not part of the overlay. Throws an error with the output of the failing command when
+  /// this machine does not permit namespaces or mounts.
   static async open(folder, shared) {
     mkdirSync(folder);
-    const machine = new ThrowawayMachine();
-    machine.process = spawn('unshare', ['--mount', '--net', 'sh', script, folder, shared],
+    const container = new OverlayContainer();
+    container.process = spawn('unshare', ['--mount', '--net', 'sh', script, folder, shared],
       { stdio: ['pipe', 'pipe', 'pipe'] });
-    let words = '';
-    machine.process.stderr.on('data', (text) => (words += text));
-    machine.ended = once(machine.process, 'close');
-    // An error to start it comes before its end.
-    machine.ended.catch(() => {});
-    const ready = await Promise.race([once(machine.process.stdout, 'data'), machine.ended]);
-    if (!String(ready[0]).startsWith('ready')) throw new Error(words.trim());
-    return machine;
+    let errors = '';
+    container.process.stderr.on('data', (text) => (errors += text));
+    container.ended = once(container.process, 'close');
+    // The race below reports a rejection; this prevents an unhandled one.
+    container.ended.catch(() => {});
+    const ready = await Promise.race([once(container.process.stdout, 'data'), container.ended]);
+    if (!String(ready[0]).startsWith('ready')) throw new Error(errors.trim());
+    return container;
   }
 
-  /// Runs a program there and gives what spawnSync gives.
+  /// Runs a program in the container and returns what spawnSync returns.
   run(program, args, options = {}) {
     const enter = ['--target', String(this.process.pid), '--mount', '--net', program, ...args];
     return spawnSync('nsenter', enter, { encoding: 'utf8', ...options });
   }
 
-  /// What differs from the machine that this is, as paths from its root: files that are
-  /// new, changed or gone, and folders that are new.
+  /// Returns the absolute paths of files that were created, changed or deleted, and of folders
+  /// that were created.
   changes() {
-    const layer = `/proc/${this.process.pid}/cwd/changes`;
-    return readdirSync(layer, { recursive: true })
+    const upper = `/proc/${this.process.pid}/cwd/upper`;
+    return readdirSync(upper, { recursive: true })
       .map((path) => `/${path}`)
-      .filter((path) => !(lstatSync(join(layer, path)).isDirectory() && existsSync(path)))
+      .filter((path) => !(lstatSync(join(upper, path)).isDirectory() && existsSync(path)))
       .sort();
   }
 

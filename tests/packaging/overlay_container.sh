@@ -1,20 +1,19 @@
 #!/bin/sh
-# Becomes a process of a machine that is this one, but for what changes from now on:
-# its root file system is a layer over the one of here, kept in memory, and its network
-# reaches itself alone. Run in namespaces of its own for both, it says "ready" and stays
-# until its input ends.
+# Mounts an overlay over the root file system, in memory, and makes it the root. Its network
+# has only the loopback interface. Must run in its own mount and network namespaces. Prints
+# "ready" and then runs until its standard input is closed.
 #
-#   throwaway_machine.sh FOLDER [SHARED...]
+#   overlay_container.sh FOLDER [SHARED...]
 #
-# FOLDER takes the layer; the SHARED folders are those of here, changes and all.
+# FOLDER is the mount point. The SHARED folders are not part of the overlay.
 set -eu
 ip link set lo up
 cd "$1"
 shift
 mount -t tmpfs -o mode=755 none .
 cd "$PWD"
-mkdir changes work root
-mount -t overlay -o lowerdir=/,upperdir=changes,workdir=work none root
+mkdir upper work root
+mount -t overlay -o lowerdir=/,upperdir=upper,workdir=work none root
 for shared in /proc /sys /dev /tmp "$@"; do
   mkdir -p "root$shared"
   mount --rbind "$shared" "root$shared"

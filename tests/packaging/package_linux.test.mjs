@@ -1,5 +1,5 @@
-// The Debian package: what is in it, what those say who judge packages, and that it is
-// installed, started from its desktop entry and removed on a machine of the test's own.
+// The Debian package: its contents, the findings of the validators, and its installation,
+// start from the desktop entry and removal in an overlay container.
 
 import assert from 'node:assert/strict';
 import { execFileSync, spawnSync } from 'node:child_process';
@@ -16,26 +16,27 @@ import { kill, markedProcesses } from '../support/desktop/processes.mjs';
 import { Screen } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { decodePng } from '../support/image.mjs';
-import { ThrowawayMachine } from './overlay_container.mjs';
+import { OverlayContainer } from './overlay_container.mjs';
 
 const sources = fileURLToPath(new URL('../..', import.meta.url));
 const script = join(sources, 'scripts/package-linux.sh');
-const name = 'orvel-os_1.20.3_amd64.deb';
+const packageName = 'orvel-os_1.20.3_amd64.deb';
 const bundle = 'usr/lib/orvel-os/Orvel OS.app/Contents';
 const entry = 'usr/share/applications/nl.orvel.os.desktop';
 const metainfo = 'usr/share/metainfo/nl.orvel.os.metainfo.xml';
 const presets = {
-  ORVELOS_VERSION: '1.20.3', ORVELOS_KEY: 'sleutel', ORVELOS_URL: '', ORVELOS_HOMEPAGE: '',
+  ORVELOS_VERSION: '1.20.3', ORVELOS_KEY: 'key', ORVELOS_URL: '', ORVELOS_HOMEPAGE: '',
 };
 
 let folder;
-let made;
+let packed;
 before(() => {
   folder = mkdtempSync(join(tmpdir(), 'orvel package '));
-  made = pack(['een map'], presets);
+  packed = pack(['a folder'], presets);
 });
 after(() => rmSync(folder, { recursive: true, force: true }));
 
+/// Runs the script under this umask and returns what spawnSync returns.
 function pack(args, environment = {}, umask = '022') {
   const line = ['-c', `umask ${umask}; exec "$0" "$@"`, script, ...args];
   return spawnSync('bash', line, {
@@ -44,26 +45,28 @@ function pack(args, environment = {}, umask = '022') {
 }
 
 const path = (...parts) => join(folder, ...parts);
+const deb = () => path('a folder', packageName);
 const field = (text) =>
-  execFileSync('dpkg-deb', ['-f', path('een map', name), text], { encoding: 'utf8' }).trim();
+  execFileSync('dpkg-deb', ['-f', deb(), text], { encoding: 'utf8' }).trim();
 
-/// The files of the package as mode, owner and name, with what a link leads to.
+/// Returns mode, owner and name of the files in the package; the name of a symbolic link
+/// includes its target.
 function contents() {
-  const list = execFileSync('dpkg-deb', ['-c', path('een map', name)], { encoding: 'utf8' });
+  const list = execFileSync('dpkg-deb', ['-c', deb()], { encoding: 'utf8' });
   return list.trim().split('\n').map((line) => {
     const [mode, owner, , , , ...words] = line.split(/\s+/);
     return { mode, owner, name: words.join(' ').replace(/^\.\//, '') };
   });
 }
 
-test('the package holds the bundle, its place in the menu and its papers', () => {
-  assert.equal(made.status, 0, made.stderr);
-  assert.equal(made.stdout, `package-linux: ${path('een map', name)}\n`);
-  assert.deepEqual(readdirSync(path('een map')), [name]);
+test('the package contains the bundle, the desktop files and the documents', () => {
+  assert.equal(packed.status, 0, packed.stderr);
+  assert.equal(packed.stdout, `package-linux: ${deb()}\n`);
+  assert.deepEqual(readdirSync(path('a folder')), [packageName]);
 
   const sizes = [16, 22, 24, 32, 48, 64, 128, 256, 512];
   const icon = (size, ending) => `usr/share/icons/hicolor/${size}/apps/nl.orvel.os.${ending}`;
-  assert.deepEqual(contents().filter(({ mode }) => !mode.startsWith('d')).map((file) => file.name)
+  assert.deepEqual(contents().filter(({ mode }) => !mode.startsWith('d')).map(({ name }) => name)
     .sort(), [
     `usr/bin/orvel-os -> ../lib/orvel-os/Orvel OS.app/Contents/Linux/orvel-os`,
     `${bundle}/Info.plist`,
@@ -77,38 +80,36 @@ test('the package holds the bundle, its place in the menu and its papers', () =>
     'usr/share/man/man1/orvel-os.1.gz',
     metainfo,
   ].sort());
-  for (const { mode, owner, name: file } of contents()) {
-    assert.equal(owner, 'root/root', file);
-    const isProgram = file === `${bundle}/Linux/orvel-os`;
+  for (const { mode, owner, name } of contents()) {
+    assert.equal(owner, 'root/root', name);
+    const isProgram = name === `${bundle}/Linux/orvel-os`;
     assert.equal(mode, mode.startsWith('l') ? 'lrwxrwxrwx'
-      : mode.startsWith('d') ? 'drwxr-xr-x' : isProgram ? '-rwxr-xr-x' : '-rw-r--r--', file);
+      : mode.startsWith('d') ? 'drwxr-xr-x' : isProgram ? '-rwxr-xr-x' : '-rw-r--r--', name);
   }
 
-  execFileSync('dpkg-deb', ['-x', path('een map', name), path('uitgepakt')]);
-  const information = readFileSync(path('uitgepakt', bundle, 'Info.plist'), 'utf8');
+  execFileSync('dpkg-deb', ['-x', deb(), path('unpacked')]);
+  const information = readFileSync(path('unpacked', bundle, 'Info.plist'), 'utf8');
   assert.match(information, /<key>CFBundleShortVersionString<\/key>\s*<string>1\.20\.3</);
-  assert.match(information, /<key>ORVELOSKey<\/key>\s*<string>sleutel</);
+  assert.match(information, /<key>ORVELOSKey<\/key>\s*<string>key</);
   assert.doesNotMatch(information, /ORVELOSURL/);
   for (const link of ['usr/bin/orvel-os', `${bundle}/Resources/nl.orvel.os.svg`]) {
-    assert.ok(existsSync(path('uitgepakt', link)), `${link} leads nowhere`);
+    assert.ok(existsSync(path('unpacked', link)), `${link} is a dangling link`);
   }
   for (const size of sizes) {
-    const png = decodePng(readFileSync(path('uitgepakt', icon(`${size}x${size}`, 'png'))));
+    const png = decodePng(readFileSync(path('unpacked', icon(`${size}x${size}`, 'png'))));
     assert.deepEqual([png.width, png.height], [size, size]);
     assert.equal(png.pixel(0, 0)[3], 0);
-    // The ring is open at the top left, so that the plate shows there.
     assert.equal(png.pixel(size >> 1, size >> 1)[3], 255);
   }
 });
 
-test('it needs the libraries it is linked with and the programs it runs', () => {
+test('it depends on the libraries that it links and the programs that it runs', () => {
   assert.deepEqual([field('Package'), field('Version'), field('Maintainer')],
     ['orvel-os', '1.20.3', 'Orvel <noreply@orvel.nl>']);
   const packages = field('Depends').split(/,\s*/).map((text) => text.split(' ')[0]);
-  for (const needed of ['zsh', 'lsof', 'procps']) assert.ok(packages.includes(needed), needed);
-  // Each library that the program names is owned by one of them.
-  const program = path('uitgepakt', bundle, 'Linux/orvel-os');
-  const libraries = execFileSync('objdump', ['-p', program], { encoding: 'utf8' })
+  for (const program of ['zsh', 'lsof', 'procps']) assert.ok(packages.includes(program), program);
+  const executable = path('unpacked', bundle, 'Linux/orvel-os');
+  const libraries = execFileSync('objdump', ['-p', executable], { encoding: 'utf8' })
     .match(/(?<=NEEDED\s+)\S+/g);
   assert.ok(libraries.some((library) => library.startsWith('libwebkitgtk-6.0')));
   for (const library of libraries) {
@@ -120,29 +121,29 @@ test('it needs the libraries it is linked with and the programs it runs', () => 
 });
 
 test('the desktop entry has an English and a Dutch comment and a single window', () => {
-  const lines = readFileSync(path('uitgepakt', entry), 'utf8').split('\n');
+  const lines = readFileSync(path('unpacked', entry), 'utf8').split('\n');
   for (const line of ['Comment=Your own OS in one window', 'Comment[nl]=Je eigen OS in een venster',
     'SingleMainWindow=true']) assert.ok(lines.includes(line), line);
 });
 
 test('the metainfo names the developer, the homepage and the release', () => {
-  const read = (folderName) => readFileSync(path(folderName, metainfo), 'utf8');
-  assert.match(read('uitgepakt'), /<developer_name>Orvel<\/developer_name>/);
-  assert.match(read('uitgepakt'), /<url type="homepage">https:\/\/orvel\.nl\/<\/url>/);
+  const read = (unpacked) => readFileSync(path(unpacked, metainfo), 'utf8');
+  assert.match(read('unpacked'), /<developer_name>Orvel<\/developer_name>/);
+  assert.match(read('unpacked'), /<url type="homepage">https:\/\/orvel\.nl\/<\/url>/);
   assert.equal(field('Homepage'), 'https://orvel.nl/');
-  assert.doesNotMatch(read('uitgepakt'), /@/);
+  assert.doesNotMatch(read('unpacked'), /@/);
 
   const settings = { ORVELOS_HOMEPAGE: 'https://os.example.org/app', SOURCE_DATE_EPOCH: '951782399' };
   const other = pack(['other'], { ...presets, ...settings });
   assert.equal(other.status, 0, other.stderr);
-  execFileSync('dpkg-deb', ['-x', path('other', name), path('other unpacked')]);
+  execFileSync('dpkg-deb', ['-x', path('other', packageName), path('other unpacked')]);
   assert.match(read('other unpacked'), /<url type="homepage">https:\/\/os\.example\.org\/app<\/url>/);
   assert.match(read('other unpacked'),
     /<releases>\s*<release version="1\.20\.3" date="2000-02-28"\/>\s*<\/releases>/);
 });
 
-test('the validators and lintian find nothing to warn of', () => {
-  const judge = (program, args, isKnown = () => false) => {
+test('the validators and lintian report no warning', () => {
+  const validate = (program, args, isKnown = () => false) => {
     const { status, stdout, stderr, error } = spawnSync(program, args, { encoding: 'utf8' });
     assert.equal(error, undefined);
     const lines = `${stdout}${stderr}`.split('\n').filter((line) => line);
@@ -151,122 +152,121 @@ test('the validators and lintian find nothing to warn of', () => {
       assert.equal(status, 0, `${program}: ${lines.join('\n')}`);
     }
   };
-  // desktop-file-validate 0.26 knows desktop entries up to version 1.4; this key came with 1.5.
-  judge('desktop-file-validate', ['--warn-kde', path('uitgepakt', entry)],
+  // desktop-file-validate 0.26 implements version 1.4 of desktop entries; this key is from 1.5.
+  validate('desktop-file-validate', ['--warn-kde', path('unpacked', entry)],
     (line) => line.includes('"SingleMainWindow"'));
-  judge('appstreamcli', ['validate', '--no-net', path('uitgepakt', metainfo)]);
-  judge('lintian', ['--no-cfg', '--allow-root', '--fail-on', 'error,warning',
-    path('een map', name)]);
+  validate('appstreamcli', ['validate', '--no-net', path('unpacked', metainfo)]);
+  validate('lintian', ['--no-cfg', '--allow-root', '--fail-on', 'error,warning', deb()]);
 });
 
 test('the same sources give the same bytes', () => {
-  const again = pack([path('twee')], { ...presets, TZ: 'Asia/Tokyo' }, '077');
+  const again = pack([path('again')], { ...presets, TZ: 'Asia/Tokyo' }, '077');
   assert.equal(again.status, 0, again.stderr);
-  assert.ok(readFileSync(path('een map', name)).equals(readFileSync(path('twee', name))));
+  assert.ok(readFileSync(deb()).equals(readFileSync(path('again', packageName))));
 });
 
-test('what is wrong is named, and nothing is left', () => {
-  const refused = (words, args, environment) => {
+test('wrong arguments and failing tools are reported and leave no file', () => {
+  const assertFails = (message, args, environment) => {
     const { status, stdout, stderr } = pack(args, environment);
     assert.equal(status, 1);
     assert.equal(stdout, '');
-    assert.match(stderr, words);
+    assert.match(stderr, message);
   };
-  refused(/^package-linux: usage: /, ['een', 'twee']);
-  refused(/the folder has no name/, ['']);
-  writeFileSync(path('bestand'), '');
-  refused(/'.*\/bestand' is no folder/, ['bestand']);
-  refused(/no number of seconds/, ['weg'], { SOURCE_DATE_EPOCH: 'gisteren' });
-  for (const maintainer of ['ik', '<ik@hier.nl>', 'ik <ik>', 'ik <ik@hier.nl>\nx']) {
-    refused(/a maintainer is a name and an address/, ['weg'], { ORVELOS_MAINTAINER: maintainer });
+  assertFails(/^package-linux: usage: /, ['one', 'two']);
+  assertFails(/FOLDER is empty/, ['']);
+  writeFileSync(path('file'), '');
+  assertFails(/'.*\/file' is not a folder/, ['file']);
+  assertFails(/is not a number of seconds/, ['none'], { SOURCE_DATE_EPOCH: 'yesterday' });
+  for (const maintainer of ['me', '<me@here.nl>', 'me <me>', 'me <me@here.nl>\nx']) {
+    assertFails(/is not a maintainer; use a name and an address/, ['none'], { ORVELOS_MAINTAINER: maintainer });
   }
   for (const homepage of ['orvel.nl', 'file:///', 'https://', 'https://a.nl/|&', 'http://a.nl/?b']) {
-    refused(/a homepage is an http or https address/, ['weg'], { ORVELOS_HOMEPAGE: homepage });
+    assertFails(/is not a homepage; use an http or https address/, ['none'], { ORVELOS_HOMEPAGE: homepage });
   }
-  assert.ok(!existsSync(path('weg')));
-  refused(/build-app: a version is numbers/, ['leeg'], { ORVELOS_VERSION: '1.2-beta' });
-  mkdirSync(path('programma'));
-  const environment = { PATH: `${path('programma')}:${process.env.PATH}` };
-  writeFileSync(path('programma/cpack'), '#!/bin/sh\necho geen zin\nexit 1\n', { mode: 0o755 });
-  refused(/^geen zin\npackage-linux: the package could not be made\n$/, ['leeg'], environment);
-  writeFileSync(path('programma/cpack'), '#!/bin/sh\n', { mode: 0o755 });
-  refused(/CPack left no package/, ['leeg'], environment);
-  assert.deepEqual(readdirSync(path('leeg')), []);
+  assert.ok(!existsSync(path('none')));
+  assertFails(/build-app: '1\.2-beta' is not a version/, ['empty'], { ORVELOS_VERSION: '1.2-beta' });
+  mkdirSync(path('bin'));
+  const environment = { PATH: `${path('bin')}:${process.env.PATH}` };
+  writeFileSync(path('bin/cpack'), '#!/bin/sh\necho no space\nexit 1\n', { mode: 0o755 });
+  assertFails(/^no space\npackage-linux: CPack failed\n$/, ['empty'], environment);
+  writeFileSync(path('bin/cpack'), '#!/bin/sh\n', { mode: 0o755 });
+  assertFails(/CPack created no package/, ['empty'], environment);
+  assert.deepEqual(readdirSync(path('empty')), []);
 });
 
-// The database of packages and what package triggers gather from all of them.
-const kept = [
+// The package database, and caches that package triggers generate.
+const generated = [
   /^\/var\/(lib|log|cache)\//, /^\/usr\/share\/applications\/mimeinfo\.cache$/,
   /^\/usr\/share\/icons\/hicolor\/icon-theme\.cache$/,
 ];
 
-/// The files below a folder with their texts.
+/// Returns the contents of all files below a folder by their paths.
 function filesBelow(place) {
   return Object.fromEntries(readdirSync(place, { recursive: true })
     .filter((file) => statSync(join(place, file)).isFile())
     .map((file) => [file, readFileSync(join(place, file), 'latin1')]));
 }
 
-test('installed, started from the menu, quit and removed', { timeout: 120_000 }, async (t) => {
+test('the package is installed, started from its desktop entry, quit and removed', { timeout: 120_000 }, async (t) => {
   if (process.getuid() !== 0) return t.skip('only root can install a package');
-  // The last that was made goes first, whatever became of the test.
-  const undoing = [];
+  // Runs in reverse order, also after a failure.
+  const cleanup = [];
   t.after(async () => {
-    for (const undo of undoing.reverse()) await undo();
+    for (const step of cleanup.reverse()) await step();
   });
-  // Whoever breaks off the test does not have to clean up: nothing here waits.
-  let breakOff = () => {};
+  // On a signal there is no time to wait for processes.
+  let abort = () => {};
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
-      breakOff();
+      abort();
       process.exit(1);
     });
   }
-  // Without blanks: `gio` and the tools of packages get their paths by way of files.
+  // Without blanks in the path, which `gio` and dpkg do not handle.
   const work = mkdtempSync(join(tmpdir(), 'orvel-installed-'));
-  undoing.push(() => rmSync(work, { recursive: true, force: true }));
-  let machine;
+  cleanup.push(() => rmSync(work, { recursive: true, force: true }));
+  let container;
   try {
-    machine = await ThrowawayMachine.open(join(work, 'machine'), work);
+    container = await OverlayContainer.open(join(work, 'overlay'), work);
   } catch (error) {
-    return t.skip(`this machine does not permit a layer over it: ${error.message}`);
+    return t.skip(`this machine does not permit an overlay: ${error.message}`);
   }
-  undoing.push(() => machine.close());
+  cleanup.push(() => container.close());
   const screen = await Screen.open();
-  undoing.push(() => screen.close());
+  cleanup.push(() => screen.close());
   const marker = `ORVEL_E2E=${work}`;
-  undoing.push(() => waitFor('the end of all processes', () => {
+  cleanup.push(() => waitFor('the exit of all processes', () => {
     const left = markedProcesses(marker);
     for (const { pid } of left) kill(pid);
     return left.length === 0;
   }));
 
-  breakOff = () => {
+  abort = () => {
     for (const { pid } of markedProcesses(marker)) kill(pid);
     screen.end();
-    kill(machine.process.pid);
+    kill(container.process.pid);
     for (const place of [screen.folder, work, folder]) {
       rmSync(place, { recursive: true, force: true });
     }
   };
 
   const database = readFileSync('/var/lib/dpkg/status');
-  cpSync(path('een map', name), join(work, name));
-  const install = machine.run('dpkg', ['--install', join(work, name)]);
+  cpSync(deb(), join(work, packageName));
+  const install = container.run('dpkg', ['--install', join(work, packageName)]);
   assert.equal(install.status, 0, install.stderr);
-  assert.ok(machine.changes().includes(`/${entry}`));
+  assert.ok(container.changes().includes(`/${entry}`));
 
-  // An ordinary user, who owns nothing of what was installed.
+  // The application runs as an ordinary user, not as the owner of the installed files.
   const home = join(work, 'home');
   chmodSync(work, 0o755);
   for (const place of [home, join(work, 'runtime')]) mkdirSync(place, { mode: 0o700 });
-  writeFileSync(join(home, 'brief.txt'), 'van de gebruiker');
+  writeFileSync(join(home, 'letter.txt'), 'of the user');
   cpSync(join(sources, 'demo'), join(work, 'demo'), { recursive: true });
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);
   const output = openSync(join(work, 'output'), 'w+');
-  undoing.push(() => closeSync(output));
-  // What is started keeps the output after its starter has ended: no pipe to wait for.
-  const asUser = (...line) => machine.run('setpriv',
+  cleanup.push(() => closeSync(output));
+  // A file and not a pipe: the started application outlives `gio` and keeps the output open.
+  const asUser = (...line) => container.run('setpriv',
     ['--reuid=65534', '--regid=65534', '--clear-groups', ...line],
     { env: environment, cwd: home, stdio: ['ignore', output, output], timeout: 20_000 }).status;
   const record = join(work, 'demo/record.jsonl');
@@ -282,7 +282,7 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
     ORVEL_E2E: work,
   };
   if (asUser('bwrap', '--ro-bind', '/', '/', 'true') !== 0) {
-    t.diagnostic('bubblewrap cannot work here for an ordinary user: no sandbox');
+    t.diagnostic('bubblewrap does not work here for an ordinary user: no sandbox');
     environment.WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS = '1';
   }
 
@@ -295,29 +295,29 @@ test('installed, started from the menu, quit and removed', { timeout: 120_000 },
   assert.match(await screen.property(window, 'WM_CLASS'), /"nl\.orvel\.os"/);
   assert.match(await screen.property(window, '_NET_WM_ICON'), /Icon \(\d+ x \d+\)/);
   const programs = markedProcesses(marker)
-    // GLib 2.74 starts an entry's program by its name, 2.84 by its full path.
+    // GLib 2.74 starts the program of a desktop entry by name, 2.84 by full path.
     .filter(({ command }) => basename(command.split(' ')[0]) === 'orvel-os');
   assert.equal(programs.length, 1);
-  // The machine here has no such program.
+  // It is installed in the container only.
   assert.ok(!existsSync(`/${bundle}/Linux/orvel-os`));
   if (process.env.ORVEL_E2E_SCREENSHOTS) {
     mkdirSync(process.env.ORVEL_E2E_SCREENSHOTS, { recursive: true });
     await screen.saveScreenshot(join(process.env.ORVEL_E2E_SCREENSHOTS, 'package.png'));
   }
   await screen.pressKeys('ctrl+q');
-  await waitFor('the end of the application', () => markedProcesses(marker).length === 0);
+  await waitFor('the exit of the application', () => markedProcesses(marker).length === 0);
   assert.equal(report().status, 0, report().stderr);
 
   const data = filesBelow(home);
-  assert.equal(data['brief.txt'], 'van de gebruiker');
+  assert.equal(data['letter.txt'], 'of the user');
   assert.ok(data['.config/nl.orvel.os/defaults.ini']);
-  const remove = machine.run('dpkg', ['--remove', 'orvel-os']);
+  const remove = container.run('dpkg', ['--remove', 'orvel-os']);
   assert.equal(remove.status, 0, remove.stderr);
   assert.equal(remove.stderr, '');
   assert.deepEqual(filesBelow(home), data);
-  const left = machine.changes();
+  const left = container.changes();
   assert.deepEqual(left.filter((file) => /orvel/i.test(file)), []);
-  assert.deepEqual(left.filter((file) => !kept.some((pattern) => pattern.test(file))), []);
-  assert.notEqual(machine.run('dpkg-query', ['--status', 'orvel-os']).status, 0);
+  assert.deepEqual(left.filter((file) => !generated.some((pattern) => pattern.test(file))), []);
+  assert.notEqual(container.run('dpkg-query', ['--status', 'orvel-os']).status, 0);
   assert.ok(readFileSync('/var/lib/dpkg/status').equals(database));
 });
