@@ -52,7 +52,7 @@ const actions = {
     location.href = URL.createObjectURL(new Blob(['<p>blob</p>'], { type: 'text/html' }));
   },
   async stop(how) {
-    const headers = { 'X-Orvel-Bench': 'ja' };
+    const headers = { 'X-Orvel-Demo': 'ja' };
     const told = await fetch(`/api/stop?hoe=${how}`, { method: 'POST', headers }).catch(() => null);
     show('storing', how === 'doof' && told?.ok ? 'De server luistert niet meer naar SIGTERM.' : 'De server is gestopt.');
   },

@@ -89,8 +89,8 @@ async function sendRelease(request, response, folder, name) {
 
 /// Another site can post here without asking; a header of one's own it cannot
 /// send, for the browser asks first and is refused.
-function requireBench(request) {
-  if (request.headers['x-orvel-bench'] !== 'ja') throw new HttpError(403);
+function requireDemoHeader(request) {
+  if (request.headers['x-orvel-demo'] !== 'ja') throw new HttpError(403);
 }
 
 export function createRouter({ record, state }) {
@@ -102,7 +102,7 @@ export function createRouter({ record, state }) {
     '/api/getoond': (request, response) => response.writeHead(204).end(),
     '/api/antwoord': (request, response) => response.writeHead(204).end(),
     '/api/stop': (request, response, { query }) => {
-      requireBench(request);
+      requireDemoHeader(request);
       const how = query.get('hoe');
       if (!['code', 'kill', 'doof'].includes(how)) throw new HttpError(400);
       if (how === 'doof') state.deaf = true;

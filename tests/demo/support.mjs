@@ -1,51 +1,45 @@
-// Starts the demo server on a free port and talks to it.
+// Starts the demo server on a free port and sends requests to it.
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import http from 'node:http';
-import net from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-export const SERVER = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
+const program = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
 
-/// Spawns the server; its output is gathered in `out` and `err`.
-export function launch(env) {
-  const child = spawn(process.execPath, [SERVER], { env: { ...process.env, ...env } });
-  const run = { child, out: '', err: '', exited: once(child, 'close') };
-  child.stdout.on('data', (data) => { run.out += data; });
-  child.stderr.on('data', (data) => { run.err += data; });
-  return run;
-}
-
-/// A server that listens, with its record; `stop` ends it and clears up.
-export async function start(env = {}) {
+/// Starts a server and waits until it listens. `record` returns its record, `stop` kills it and
+/// deletes its files.
+export async function start(environment = {}) {
   const folder = mkdtempSync(join(tmpdir(), 'orvel-demo-'));
   const path = join(folder, 'record.jsonl');
-  const run = launch({ PORT: '0', ORVEL_DEMO_RECORD: path, ...env });
-  await Promise.race([once(run.child.stdout, 'data'), run.exited]);
-  if (run.child.exitCode !== null) throw new Error(`the server did not start: ${run.err}`);
-  const record = () => readFileSync(path, 'utf8').trim().split('\n').map((line) => JSON.parse(line));
+  const env = { ...process.env, PORT: '0', ORVEL_DEMO_RECORD: path, ...environment };
+  const child = spawn(process.execPath, [program], { env, stdio: ['ignore', 'pipe', 'inherit'] });
+  const exited = once(child, 'close');
+  await Promise.race([once(child.stdout, 'data'), exited]);
+  if (child.exitCode !== null) throw new Error(`the server exited with ${child.exitCode}`);
+  const record = () =>
+    readFileSync(path, 'utf8').trim().split('\n').map((line) => JSON.parse(line));
   const { port } = record().find(({ event }) => event === 'listening');
   return {
-    ...run,
-    folder,
-    record,
+    child,
+    exited,
     port,
-    get: (target, headers = {}, method = 'GET', body) => ask(port, target, { headers, method, body }),
-    raw: (text) => raw(port, text),
+    record,
+    get: (target, headers = {}, method = 'GET', body) =>
+      sendRequest(port, target, { headers, method, body }),
     async stop() {
-      if (run.child.exitCode === null && run.child.signalCode === null) run.child.kill('SIGKILL');
-      await run.exited;
+      child.kill('SIGKILL');
+      await exited;
       rmSync(folder, { recursive: true });
     },
   };
 }
 
-/// One request on a connection of its own: status, headers and body as text.
-function ask(port, target, { headers, method, body }) {
+/// Sends a request on its own connection; returns status, headers and body as text.
+function sendRequest(port, target, { headers, method, body }) {
   return new Promise((resolve, reject) => {
     const options = { host: '127.0.0.1', port, path: target, method, headers, agent: false };
     const request = http.request(options, (response) => {
@@ -57,17 +51,5 @@ function ask(port, target, { headers, method, body }) {
     });
     request.on('error', reject);
     request.end(body);
-  });
-}
-
-/// Sends bytes as they are and gives all that comes back.
-function raw(port, text) {
-  return new Promise((resolve) => {
-    let answer = '';
-    const socket = net.connect(port, '127.0.0.1', () => socket.write(text));
-    socket.setEncoding('utf8');
-    socket.on('data', (data) => { answer += data; });
-    socket.on('error', () => {});
-    socket.on('close', () => resolve(answer));
   });
 }
