@@ -1,4 +1,4 @@
-// What can be downloaded: the export, the stored files, and files that go wrong.
+// The downloads: the export, the stored files, and generated content.
 
 import { setTimeout as pause } from 'node:timers/promises';
 
@@ -6,7 +6,7 @@ import { logo } from './layout.mjs';
 import { labelOf, marksOf } from './marks.mjs';
 import { sessionOf } from './sessions.mjs';
 
-/// A one-page PDF with one line of text (ISO 32000-1, with a true xref table).
+/// Returns a one-page PDF with one line of text (ISO 32000-1).
 function pdf(text) {
   const stream = `BT /F1 28 Tf 72 740 Td (${text}) Tj ET`;
   const objects = [
@@ -34,8 +34,8 @@ en <a style="color:#7cc4f0" href="https://example.org/">een andere site</a>.</p>
 
 const attachment = (parameters) => `attachment; ${parameters}`;
 
-/// The stored files by id: the name to show, media type, Content-Disposition
-/// (undefined for none) and content.
+/// The stored files by id: displayed name, media type, Content-Disposition (undefined for
+/// none) and content.
 export const FILES = new Map(Object.entries({
   1: ['rapport.pdf', 'application/pdf', 'inline; filename="rapport.pdf"', pdf('Orvel OS: rapport')],
   2: ['notities, naam uit het adres', 'text/plain; charset=utf-8', undefined, NOTES],
@@ -54,7 +54,8 @@ export const FILES = new Map(Object.entries({
   12: ['jaar.2026.definitief.csv', 'text/csv; charset=utf-8', attachment('filename="jaar.2026.definitief.csv"'), CSV],
 }));
 
-/// The export as CSV, or as JSON when the query asks for it. It says who asked.
+/// Returns the export as CSV, or as JSON with `formaat=json`. It says how the request was
+/// recognised.
 export function exportFor(request, query) {
   const herkend = labelOf(marksOf(request.headers));
   const sessie = sessionOf(request.headers) ? 'ja' : 'nee';
@@ -66,6 +67,7 @@ export function exportFor(request, query) {
   return { name: 'orvel-export.csv', type: 'text/csv; charset=utf-8', body };
 }
 
+/// Yields this many bytes.
 export async function* filled(bytes) {
   const block = Buffer.alloc(64 * 1024, 'Orvel OS ');
   for (let left = bytes; left > 0; left -= block.length) {
@@ -73,7 +75,7 @@ export async function* filled(bytes) {
   }
 }
 
-/// One line each half second.
+/// Yields one line every 500 ms.
 export async function* slow(lines) {
   for (let line = 1; line <= lines; line += 1) {
     yield `regel ${String(line).padStart(2, '0')}\n`;

@@ -1,4 +1,4 @@
-// The home page: the clock, who was recognised, a tile for each page.
+// The home page: the clock, how requests were recognised, a tile for each page.
 
 import { escapeHtml, page } from './layout.mjs';
 import { labelOf, MARK_NAMES, marksOf } from './marks.mjs';
@@ -7,7 +7,7 @@ import { countVisit } from './sessions.mjs';
 const icon = (path) =>
   `<svg viewBox="0 0 24 24" fill="none" stroke="currentColor" stroke-width="1.6" stroke-linecap="round" stroke-linejoin="round">${path}</svg>`;
 
-/// The tiles of the home page: path, name, what it shows, tint, icon.
+/// The tiles of the home page: path, name, note, tint, icon.
 const TILES = [
   ['/links', 'Links', 'Web, mail, bellen', '#7cc4f0', '<path d="M10 14a4 4 0 0 0 6 .4l3-3a4 4 0 0 0-6-5.8l-1 1M14 10a4 4 0 0 0-6-.4l-3 3a4 4 0 0 0 6 5.8l1-1"/>'],
   ['/vensters', 'Vensters', 'Nieuwe vensters', '#8fa8ff', '<rect x="3" y="7" width="13" height="12" rx="2"/><path d="M8 4h11a2 2 0 0 1 2 2v9"/>'],

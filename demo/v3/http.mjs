@@ -1,12 +1,12 @@
-// Reading requests and sending answers.
+// Reads requests and sends responses.
 
 import { STATUS_CODES } from 'node:http';
 
 import { errorPage } from './layout.mjs';
 
 const BODY_LIMIT = 64 * 1024;
-// A longer body than the limit is read on, unkept, up to here, so that the
-// client can finish writing and see the 413.
+// A body that exceeds the limit is read and dropped up to this size, so that the client can
+// finish sending and receive the 413.
 const DRAIN_LIMIT = 4 * 1024 * 1024;
 
 export class HttpError extends Error {
@@ -17,7 +17,7 @@ export class HttpError extends Error {
   }
 }
 
-/// The decoded path and the query of a request; 400 for a malformed target.
+/// Returns the decoded path and the query of a request. Throws a 400 for a malformed target.
 export function targetOf(request) {
   const { url } = request;
   if (!url.startsWith('/')) throw new HttpError(400);
@@ -34,7 +34,7 @@ export function targetOf(request) {
   }
 }
 
-/// The whole body as text; 413 beyond the limit.
+/// Returns the body as text. Throws a 413 if it exceeds the limit.
 export async function readBody(request) {
   const chunks = [];
   let size = 0;
@@ -66,8 +66,8 @@ export function sendJson(response, value, status = 200, headers = {}) {
   send(response, status, 'application/json; charset=utf-8', `${JSON.stringify(value, null, 2)}\n`, headers);
 }
 
-/// Answers with an error: JSON to programs below /api/ and /download/, a page
-/// to everyone else, also in a frame.
+/// Sends an error: JSON below /download/, and below /api/ to clients that do not accept HTML;
+/// otherwise a page.
 export function sendError(request, response, error) {
   if (response.headersSent || response.destroyed) {
     response.destroy();
@@ -76,15 +76,15 @@ export function sendError(request, response, error) {
   const status = error.status ?? 500;
   const { headers } = error;
   const wantsPage = /\btext\/html\b/.test(request.headers.accept ?? '');
-  const program = /^\/(download|api)\//.exec(request.url);
-  if (program && (program[1] === 'download' || !wantsPage)) {
+  const prefix = /^\/(download|api)\//.exec(request.url);
+  if (prefix && (prefix[1] === 'download' || !wantsPage)) {
     sendJson(response, { fout: STATUS_CODES[status], status }, status, headers);
   } else {
     sendPage(response, errorPage(status, request), status, headers);
   }
 }
 
-/// Answers a request that could not even be parsed.
+/// Sends an error response to a request that could not be parsed.
 export function reject(socket, status) {
   if (!socket.writable) {
     socket.destroy();

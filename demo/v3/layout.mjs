@@ -1,4 +1,4 @@
-// The frame of every page: the dark tone, the bar at the top, the script.
+// The layout of every page: dark background, top bar, style sheet and script.
 
 import { STATUS_CODES } from 'node:http';
 
@@ -9,14 +9,13 @@ export const logo = `<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 64 64"
 
 export function escapeHtml(text) {
   const entities = { '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&#39;' };
-  return String(text).replace(/[&<>"']/g, (sign) => entities[sign]);
+  return String(text).replace(/[&<>"']/g, (character) => entities[character]);
 }
 
-/// A whole page. The background stands in the first bytes, on the root
-/// element, so that no engine has a white frame to paint before the style
-/// sheet is there.
+/// Returns a page. The background colour is set inline on the root element, so that no engine
+/// paints a white frame before it has loaded the style sheet.
 export function page({ title, request, body, kind = '', lead = '' }) {
-  // On macOS the page runs under the title bar: keep its buttons free.
+  // On macOS the page extends under the title bar; this class leaves room for its buttons.
   const mac = /Macintosh.* ORVELOS\/\S*$/.test(request.headers['user-agent'] ?? '') ? ' mac' : '';
   const home = kind === 'home';
   const now = new Date().toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' });
@@ -33,7 +32,7 @@ ${body}
 `;
 }
 
-const EXPLAINED = {
+const ERRORS = {
   400: ['Onleesbaar adres', 'Dit verzoek kon niet worden gelezen.'],
   401: ['Geen toegang', 'Dit bestand hoort bij een sessie. Open eerst de beginpagina.'],
   404: ['Niet gevonden', 'Hier is niets. Misschien is het verplaatst, misschien is het er nooit geweest.'],
@@ -42,7 +41,7 @@ const EXPLAINED = {
 };
 
 export function errorPage(status, request) {
-  const [title, text] = EXPLAINED[status] ?? [STATUS_CODES[status], 'Er ging iets mis op de server.'];
+  const [title, text] = ERRORS[status] ?? [STATUS_CODES[status], 'Er ging iets mis op de server.'];
   return page({
     title,
     request,

@@ -1,6 +1,6 @@
-// How a request shows that it comes from the desktop application.
+// The marks of a request of the desktop application: header, cookie and user agent.
 
-/// The cookies of a request, by name; the first of a name wins.
+/// Returns the cookies of a request by name; of duplicates the first.
 export function cookiesOf(headers) {
   const cookies = new Map();
   for (const pair of (headers.cookie ?? '').split(';')) {
@@ -12,7 +12,7 @@ export function cookiesOf(headers) {
   return cookies;
 }
 
-/// The three marks: each the key that it carried (possibly empty) or null.
+/// Returns the key in each of the three marks (possibly empty), or null without the mark.
 export function marksOf(headers) {
   const agent = /(?:^| )ORVELOS\/(\S*)$/.exec(headers['user-agent'] ?? '');
   return {
@@ -24,11 +24,12 @@ export function marksOf(headers) {
 
 export const MARK_NAMES = { header: 'header', cookie: 'cookie', userAgent: 'user agent' };
 
+/// Returns the names of the marks that are set.
 export function viaOf(marks) {
   return Object.keys(MARK_NAMES).filter((name) => marks[name] !== null).map((name) => MARK_NAMES[name]);
 }
 
-/// "App via cookie en user agent", or "Gewone browser".
+/// Returns the label of a request, such as "App via cookie en user agent" or "Gewone browser".
 export function labelOf(marks) {
   const via = viaOf(marks);
   if (via.length === 0) return 'Gewone browser';

@@ -1,14 +1,14 @@
 // The script of every page.
 
-// Told after two frames: the first callback runs before its frame is painted,
-// the second after that.
+// Reports after two animation frames: the first callback runs before its frame is painted,
+// the second one after that.
 requestAnimationFrame(() => requestAnimationFrame(() => {
   const page = encodeURIComponent(location.pathname);
   const frame = window === window.top ? '' : '&kader=ja';
   fetch(`/api/getoond?pagina=${page}${frame}`, { method: 'POST' }).catch(() => {});
 }));
 
-// Woken once a minute only, so that an idle page costs nothing.
+// Runs once a minute, so that an idle page uses hardly any processor time.
 function tick() {
   const now = new Date();
   const time = now.toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' });
@@ -24,7 +24,7 @@ function show(id, text) {
   if (element) element.textContent = text;
 }
 
-function answered(question, answer) {
+function reportAnswer(question, answer) {
   show('antwoord', `${question} gaf ${answer}.`);
   fetch(`/api/antwoord?vraag=${question}&antwoord=${answer}`, { method: 'POST' }).catch(() => {});
 }
@@ -32,14 +32,14 @@ function answered(question, answer) {
 const actions = {
   alert(text) {
     alert(text);
-    answered('alert', 'gesloten');
+    reportAnswer('alert', 'gesloten');
   },
   confirm(text) {
-    answered('confirm', confirm(text));
+    reportAnswer('confirm', confirm(text));
   },
   alerts(count) {
     for (let number = 1; number <= Number(count); number += 1) alert(`Melding ${number}`);
-    answered('alert', 'gesloten');
+    reportAnswer('alert', 'gesloten');
   },
   go(address) {
     location.href = address;
@@ -53,15 +53,15 @@ const actions = {
   },
   async stop(how) {
     const headers = { 'X-Orvel-Demo': 'ja' };
-    const told = await fetch(`/api/stop?hoe=${how}`, { method: 'POST', headers }).catch(() => null);
-    show('storing', how === 'doof' && told?.ok ? 'De server luistert niet meer naar SIGTERM.' : 'De server is gestopt.');
+    const response = await fetch(`/api/stop?hoe=${how}`, { method: 'POST', headers }).catch(() => null);
+    show('storing', how === 'doof' && response?.ok ? 'De server luistert niet meer naar SIGTERM.' : 'De server is gestopt.');
   },
 };
 
 document.addEventListener('click', (event) => {
   const button = event.target.closest?.('[data-do]');
   if (button) actions[button.dataset.do](button.dataset.value);
-  // Stored files bring no colours of their own: show them on paper.
+  // Stored files have no background of their own, so the frame gets a light one.
   if (event.target.closest?.('.files [target=kader]')) {
     document.querySelector('iframe').classList.add('paper');
   }

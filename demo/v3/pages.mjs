@@ -5,16 +5,16 @@ import { home } from './home.mjs';
 import { escapeHtml, page } from './layout.mjs';
 import { labelOf } from './marks.mjs';
 
-/// A list of things to try: markup for the thing, and what should happen.
+/// A list of links and buttons to try, each with the expected result.
 const rows = (...items) =>
-  `<ul class="rows">${items.map(([thing, note]) => `<li><span>${thing}</span><small>${note}</small></li>`).join('')}</ul>`;
+  `<ul class="rows">${items.map(([control, note]) => `<li><span>${control}</span><small>${note}</small></li>`).join('')}</ul>`;
 const card = (title, ...content) => `<section class="card"><h2>${title}</h2>${content.join('')}</section>`;
 const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${attributes}>${text ?? escapeHtml(href)}</a>`;
-const act = (name, text, value = '') =>
+const button = (name, text, value = '') =>
   `<button type="button" data-do="${name}" data-value="${escapeHtml(value)}">${text}</button>`;
 
-/// The same server under its other name, which counts as another site.
-function foreign(request) {
+/// Returns a page of this server under its other host name, which is another site.
+function otherHost(request) {
   const [, host = '127.0.0.1', port = ''] = /^([\w.-]+)(:\d+)?$/.exec(request.headers.host ?? '') ?? [];
   return `http://${host === 'localhost' ? '127.0.0.1' : 'localhost'}${port}/vreemd`;
 }
@@ -28,13 +28,13 @@ const links = (request) => page({
     [link('http://example.org/pad?vraag=1#plek'), 'browser, met vraag en plek'],
     [link('mailto:iemand@example.org?subject=Hallo%20daar'), 'mail'],
     [link('tel:+31201234567'), 'telefoon'],
-    [link(foreign(request)), 'zelfde server, andere naam: browser'],
+    [link(otherHost(request)), 'zelfde server, andere naam: browser'],
     [link('https://iemand@example.org:8443/'), 'met gebruiker en poort'],
   ))}${card('Naar nergens', rows(
     [link('data:text/html,<p>data</p>', 'data:'), 'gebeurt niets'],
     [link('file:///etc/hostname', 'file:'), 'gebeurt niets'],
     [link('ftp://example.org/', 'ftp:'), 'gebeurt niets'],
-    [act('blob', 'blob:'), 'gebeurt niets'],
+    [button('blob', 'blob:'), 'gebeurt niets'],
     [link("javascript:document.title='script'", 'javascript:'), 'blijft op de pagina'],
   ))}${card('Binnen de server', rows(
     [link('/lang'), 'gewone pagina'],
@@ -45,8 +45,8 @@ const links = (request) => page({
     [link('/%E0%A4%A'), 'foutpagina 400'],
   ))}${card('Via een omweg', rows(
     [link('/omleiding/extern'), 'omgeleid naar buiten: browser'],
-    [act('go', 'location = https:', 'https://example.org/script'), 'door script: browser'],
-    [act('go', 'location = mailto:', 'mailto:script@example.org'), 'door script: mail'],
+    [button('go', 'location = https:', 'https://example.org/script'), 'door script: browser'],
+    [button('go', 'location = mailto:', 'mailto:script@example.org'), 'door script: mail'],
     ['<form method="post" action="https://example.org/formulier"><button name="a" value="1">Formulier naar buiten</button></form>', 'browser'],
   ))}</div>`,
 });
@@ -60,15 +60,15 @@ const windows = (request) => page({
     [link('/api/export', 'Export', 'target="_blank"'), 'opgeslagen en geopend'],
     [link('/api/bestand/1', 'Bestand', 'target="_blank"'), 'opgeslagen en geopend'],
     [link('https://example.org/', 'Andere site', 'target="_blank"'), 'browser'],
-    [link(foreign(request), 'Andere naam', 'target="anders"'), 'browser, benoemd venster'],
+    [link(otherHost(request), 'Andere naam', 'target="anders"'), 'browser, benoemd venster'],
     [link('mailto:iemand@example.org', 'Mail', 'target="_blank"'), 'mail'],
   ))}${card('Venster door script', rows(
-    [act('open', 'Pagina van deze server', '/lang'), 'opgeslagen en geopend'],
-    [act('open', 'Export met vraag', '/api/export?formaat=json'), 'opgeslagen en geopend'],
-    [act('open', 'Bestand', '/api/bestand/3'), 'opgeslagen en geopend'],
-    [act('open', 'Andere site', 'https://example.org/venster'), 'browser'],
-    [act('open', 'Leeg venster', ''), 'geen tweede venster'],
-    [act('open', 'about:blank', 'about:blank'), 'geen tweede venster'],
+    [button('open', 'Pagina van deze server', '/lang'), 'opgeslagen en geopend'],
+    [button('open', 'Export met vraag', '/api/export?formaat=json'), 'opgeslagen en geopend'],
+    [button('open', 'Bestand', '/api/bestand/3'), 'opgeslagen en geopend'],
+    [button('open', 'Andere site', 'https://example.org/venster'), 'browser'],
+    [button('open', 'Leeg venster', ''), 'geen tweede venster'],
+    [button('open', 'about:blank', 'about:blank'), 'geen tweede venster'],
   ))}${card('Formulier met een nieuw venster', rows(
     ['<form method="get" action="/formulier" target="_blank"><button name="tekst" value="venster">Naar deze server</button></form>', 'opgeslagen en geopend'],
     ['<form method="get" action="https://example.org/zoek" target="_blank"><button name="q" value="orvel">Naar buiten</button></form>', 'browser'],
@@ -80,11 +80,11 @@ const dialogs = (request) => page({
   request,
   lead: 'Meldingen en vragen van de pagina verschijnen als panelen van het systeem.',
   body: `<div class="grid">${card('Probeer', rows(
-    [act('alert', 'Melding', 'De taak is bewaard.'), 'één knop'],
-    [act('alert', 'Lange melding', `Eerste regel.\nTweede regel met <b>tekens</b> & "aanhaling".\n${'Een lange zin die doorloopt. '.repeat(8)}`), 'meer regels, geen opmaak'],
-    [act('confirm', 'Vraag', 'Wil je deze taak verwijderen?'), 'OK of Annuleren'],
-    [act('alerts', 'Drie meldingen', '3'), 'na elkaar'],
-    [act('alerts', 'Meldingen zonder einde', 'Infinity'), 'stoppen kan alleen door de app te sluiten'],
+    [button('alert', 'Melding', 'De taak is bewaard.'), 'één knop'],
+    [button('alert', 'Lange melding', `Eerste regel.\nTweede regel met <b>tekens</b> & "aanhaling".\n${'Een lange zin die doorloopt. '.repeat(8)}`), 'meer regels, geen opmaak'],
+    [button('confirm', 'Vraag', 'Wil je deze taak verwijderen?'), 'OK of Annuleren'],
+    [button('alerts', 'Drie meldingen', '3'), 'na elkaar'],
+    [button('alerts', 'Meldingen zonder einde', 'Infinity'), 'stoppen kan alleen door de app te sluiten'],
   ))}${card('Wat de pagina terugkreeg', '<p class="result" id="antwoord">Nog niets gevraagd.</p><p><small>Het antwoord gaat ook naar <code>/api/antwoord</code>, zodat het in het verslag staat.</small></p>')}</div>`,
 });
 
@@ -114,7 +114,7 @@ const files = (request) => page({
 });
 
 const frames = (request, response, { query }) => {
-  const choices = { bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: foreign(request), site: 'https://example.org/' };
+  const choices = { bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherHost(request), site: 'https://example.org/' };
   const src = choices[query.get('toon')] ?? '/kader';
   return page({
     title: 'Kaders',
@@ -142,7 +142,7 @@ const framed = (request) => page({
     [link('https://example.org/kader', 'Andere site'), 'browser'],
     [link('https://example.org/kader', 'Andere site', 'target="_blank"'), 'browser'],
     [link('/lang', 'Pagina'), 'in dit kader'],
-    [act('confirm', 'Vraag vanuit het kader', 'Vraagt het kader dit?'), 'paneel'],
+    [button('confirm', 'Vraag vanuit het kader', 'Vraagt het kader dit?'), 'paneel'],
   ) + '<p class="result" id="antwoord">Nog niets gevraagd.</p>',
 });
 
@@ -160,7 +160,7 @@ ${card('Vrije tekst', '<div class="free" contenteditable spellcheck="false">Deze
     '<h2>Ontvangen</h2>', `<pre class="result" id="ontvangen">${sent ? escapeHtml([...sent].map(([name, value]) => `${name}: ${name === 'geheim' ? '•'.repeat([...value].length) : value}`).join('\n')) : 'Nog niets verstuurd.'}</pre>`)}</div>`,
 });
 
-const PARAGRAPH = [
+const PARAGRAPHS = [
   'Een venster is niet meer dan een lijst om iets wat elders leeft. Wie het sluit, neemt afscheid van het beeld, niet van het werk dat erachter doorgaat.',
   'In de vroege ochtend is het stil op de lijn. De server telt zijn bezoekers op één hand en heeft tijd om elk verzoek met zorg te beantwoorden.',
   'Niets is zo geruststellend als een machine die doet wat ze belooft: ze begint als je haar roept, ze wacht als je zwijgt en ze gaat uit als je gaat.',
@@ -172,7 +172,7 @@ const long = (request) => page({
   kind: 'reading',
   lead: '<a href="#einde">Naar het einde</a>',
   body: `${Array.from({ length: 40 }, (_, index) =>
-    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPH.map((_, at) => `<p>${PARAGRAPH[(at + index) % PARAGRAPH.length]}</p>`).join('')}`).join('')}
+    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPHS.map((paragraph, at) => `<p>${PARAGRAPHS[(at + index) % PARAGRAPHS.length]}</p>`).join('')}`).join('')}
 <p id="einde"><a href="#">Terug naar boven</a></p>`,
 });
 
@@ -208,17 +208,17 @@ function serverPage(request, response, { state }) {
     lead: 'Het proces achter deze pagina’s, en de storingen die het kan nadoen.',
     body: `<div class="grid">${card('Proces', `<dl>${Object.entries(facts).map(([name, value]) => `<dt>${name}</dt><dd>${escapeHtml(value)}</dd>`).join('')}</dl>`)}
 ${card('Storing', rows(
-    [act('stop', 'Stop met code 3', 'code'), 'de app meldt code 3'],
-    [act('stop', 'Stop door signaal 9', 'kill'), 'de app meldt code 9'],
-    [act('stop', 'Word doof', 'doof'), 'SIGTERM doet niets meer'],
+    [button('stop', 'Stop met code 3', 'code'), 'de app meldt code 3'],
+    [button('stop', 'Stop door signaal 9', 'kill'), 'de app meldt code 9'],
+    [button('stop', 'Word doof', 'doof'), 'SIGTERM doet niets meer'],
   ), '<p class="result" id="storing">Alles werkt.</p>')}</div>`,
   });
 }
 
 const plain = (title, text) => (request) => page({ title, request, lead: text, body: '<p><a class="button" href="/bestanden">Bestanden</a></p>' });
 
-/// Path to page: each takes the request, the response and a context (record,
-/// state, query, releases, and the fields that a form sent) and gives HTML.
+/// The pages by path. Each function takes the request, the response and a context (record,
+/// state, query, releases, and the submitted fields of a form) and returns HTML.
 export const PAGES = new Map(Object.entries({
   '/': home,
   '/links': links,

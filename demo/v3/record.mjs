@@ -1,20 +1,19 @@
-// What was asked of the server: the last requests in memory, all of them in a
-// file when one is named.
+// The record of requests: the last ones in memory, all of them in an optional file.
 
 import { openSync, writeSync } from 'node:fs';
 
 import { cookiesOf, marksOf } from './marks.mjs';
 
-const KEPT = 200;
+const MAX_REQUESTS = 200;
 
-/// Opens the record; `path` names the file of JSON lines and may be absent.
+/// Opens the record; `path` is the file, one JSON object a line, or undefined.
 export function openRecord(path) {
   const file = path ? openSync(path, 'a') : null;
   const requests = [];
   const probes = { count: 0, marks: null, time: null };
 
-  // Written synchronously: a witness that reads the file after it has seen an
-  // answer must find the request there, also when the process is killed.
+  // Synchronous, so that the file has the request before the client has the response, and
+  // before the process can be killed.
   function event(name, details) {
     if (file === null) return;
     const line = { event: name, time: new Date().toISOString(), ...details };
@@ -36,7 +35,7 @@ export function openRecord(path) {
       time: new Date().toISOString(),
     };
     requests.push(entry);
-    if (requests.length > KEPT) requests.shift();
+    if (requests.length > MAX_REQUESTS) requests.shift();
     if (method === 'GET' && url === '/api/wie') {
       probes.count += 1;
       probes.marks = entry.marks;

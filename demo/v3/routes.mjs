@@ -1,4 +1,4 @@
-// Which address gives what.
+// Maps addresses to handlers.
 
 import { createReadStream, readFileSync } from 'node:fs';
 import { stat } from 'node:fs/promises';
@@ -35,7 +35,7 @@ async function stream(request, response, type, source, headers = {}) {
   else await pipeline(source, response);
 }
 
-/// Files that need more than sending their content.
+/// Files with a handler of their own, by id.
 const SPECIAL = {
   besloten(request, response) {
     if (!sessionOf(request.headers)) throw new HttpError(401);
@@ -65,7 +65,7 @@ const SPECIAL = {
     response.write(Buffer.alloc(MIB), () => response.destroy());
   },
   stil() {
-    // The client waits until it gives up.
+    // Never responds.
   },
 };
 
@@ -77,7 +77,7 @@ function sendFile(request, response, id, query) {
   return send(response, 200, type, content, disposition ? { 'Content-Disposition': disposition } : {});
 }
 
-/// A manifest or an archive out of the folder of releases; nothing else in it.
+/// Sends a manifest or an archive from the folder of releases. Other files are a 404.
 async function sendRelease(request, response, folder, name) {
   if (!folder || !/^(linux\.json|mac\.json|\w[\w .+-]*\.zip)$/.test(name)) throw new HttpError(404);
   const path = join(folder, name);
@@ -87,8 +87,8 @@ async function sendRelease(request, response, folder, name) {
   await stream(request, response, type, createReadStream(path), { 'Content-Length': found.size });
 }
 
-/// Another site can post here without asking; a header of one's own it cannot
-/// send, for the browser asks first and is refused.
+/// Rejects requests from other sites: a page cannot add a custom header to a cross-origin
+/// request without a CORS preflight, which this server does not answer.
 function requireDemoHeader(request) {
   if (request.headers['x-orvel-demo'] !== 'ja') throw new HttpError(403);
 }
@@ -97,15 +97,15 @@ export function createRouter({ record, state }) {
   const releases = process.env.ORVEL_DEMO_RELEASES || null;
 
   const posts = new Map(Object.entries({
-    // Told by the page: it has been painted, or what a panel gave it. What was
-    // told stands in the query, so that the record has it on arrival.
+    // Reports of a page: it is painted, or the answer to a panel. The data is in the query, so
+    // that it is in the record.
     '/api/getoond': (request, response) => response.writeHead(204).end(),
     '/api/antwoord': (request, response) => response.writeHead(204).end(),
     '/api/stop': (request, response, { query }) => {
       requireDemoHeader(request);
       const how = query.get('hoe');
       if (!['code', 'kill', 'doof'].includes(how)) throw new HttpError(400);
-      if (how === 'doof') state.deaf = true;
+      if (how === 'doof') state.ignoresSigterm = true;
       response.on('finish', () => {
         if (how === 'code') process.exit(3);
         if (how === 'kill') process.kill(process.pid, 'SIGKILL');

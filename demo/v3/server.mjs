@@ -1,4 +1,4 @@
-// The Orvel OS demo server: Node 18 or later, no dependency.
+// The Orvel OS demo server. Needs Node 18 or later and no packages.
 
 import { createServer } from 'node:http';
 
@@ -23,8 +23,8 @@ try {
   fail(`het verslag kan niet worden geopend: ${error.message}`);
 }
 
-// Shared with the bench page that makes the server ignore SIGTERM.
-const state = { deaf: false, started: Date.now() };
+// `ignoresSigterm` is set by the page /server.
+const state = { ignoresSigterm: false, started: Date.now() };
 const route = createRouter({ record, state });
 
 const server = createServer(
@@ -37,7 +37,7 @@ const server = createServer(
     try {
       await route(request, response);
     } catch (error) {
-      // A cut connection is the client's affair; anything else is told in the log.
+      // Log unexpected errors, but not a connection that the client has closed.
       if (!error.status && !response.destroyed) {
         process.stderr.write(`${request.method} ${request.url}: ${error.stack}\n`);
       }
@@ -56,7 +56,7 @@ server.on('error', (error) => {
 });
 
 function stop(signal) {
-  if (state.deaf) return;
+  if (state.ignoresSigterm) return;
   record.event('stopped', { signal });
   process.stdout.write(`Orvel OS is gestopt (${signal}).\n`);
   server.close(() => process.exit(0));

@@ -1,20 +1,20 @@
-// A session cookie and what is counted under it.
+// Sessions: a cookie with an id, and the visits of each id.
 
 import { randomUUID } from 'node:crypto';
 
 import { cookiesOf } from './marks.mjs';
 
-const KEPT = 500;
+const MAX_SESSIONS = 500;
 const COOKIE = 'orvelsessie';
 const visits = new Map();
 
-/// The session that the request carries, or null.
+/// Returns the session id in the request, or null.
 export function sessionOf(headers) {
   const id = cookiesOf(headers).get(COOKIE);
   return id && /^[0-9a-f-]{36}$/.test(id) ? id : null;
 }
 
-/// Counts a visit; sets the cookie when the request carried none.
+/// Counts a visit. Sets the cookie if the request has no session.
 export function countVisit(request, response) {
   let id = sessionOf(request.headers);
   if (!id) {
@@ -24,6 +24,6 @@ export function countVisit(request, response) {
   const count = (visits.get(id) ?? 0) + 1;
   visits.delete(id);
   visits.set(id, count);
-  if (visits.size > KEPT) visits.delete(visits.keys().next().value);
+  if (visits.size > MAX_SESSIONS) visits.delete(visits.keys().next().value);
   return { id, count };
 }
