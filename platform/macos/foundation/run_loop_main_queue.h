@@ -1,22 +1,22 @@
 #pragma once
 
-#include <CoreFoundation/CoreFoundation.h>
-
 #include <memory>
 
 #include "platform/main_queue.h"
 
 namespace orvel {
 
-/// Work for the main run loop in its common modes, which are those of panels
-/// and of a deferred termination too, one piece of work at a time in the order
-/// of posting. Not the main dispatch queue: that one stands still for as long as
-/// work of its own has a panel open or waits for the termination that it asked
-/// for, and the reply that ends the wait comes the same way.
+/// A queue on a source of the main run loop. The source is in the common modes, which
+/// include the modes of modal panels and of a deferred termination. Runs one work item at a
+/// time, in the order of posting. Any thread.
+///
+/// The main dispatch queue is unsuitable: it runs nothing while one of its blocks shows a
+/// panel or waits for a deferred termination, and the reply to that termination is posted
+/// here.
 class RunLoopMainQueue final : public MainQueue {
  public:
   RunLoopMainQueue();
-  /// What has not run by then never does.
+  /// Drops the work that has not run yet. Main thread.
   ~RunLoopMainQueue() override;
   RunLoopMainQueue(const RunLoopMainQueue &) = delete;
   RunLoopMainQueue &operator=(const RunLoopMainQueue &) = delete;
@@ -26,13 +26,14 @@ class RunLoopMainQueue final : public MainQueue {
   void every(std::chrono::milliseconds interval, std::function<void()> work) override;
 
  private:
-  class Tasks;
+  class WorkSource;
 
+  /// Adds a timer to the main run loop that posts the work. An interval of 0 fires once.
   void addTimer(std::chrono::milliseconds delay, std::chrono::milliseconds interval,
                 std::function<void()> work);
 
-  /// Shared with the timers, which may outlive the queue.
-  const std::shared_ptr<Tasks> tasks_;
+  /// The timers hold weak pointers to it, because they may outlive the queue.
+  const std::shared_ptr<WorkSource> source_;
 };
 
 }  // namespace orvel

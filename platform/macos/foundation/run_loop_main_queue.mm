@@ -5,24 +5,25 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/macos/foundation/cf_pointer.h"
+
 namespace orvel {
 
-class RunLoopMainQueue::Tasks {
+/// The work that has been posted, and the run loop source that runs it.
+class RunLoopMainQueue::WorkSource {
  public:
-  Tasks() {
+  WorkSource() {
     CFRunLoopSourceContext context{};
     context.info = this;
-    context.perform = [](void *tasks) { static_cast<Tasks *>(tasks)->runNext(); };
-    source_ = CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context);
-    CFRunLoopAddSource(CFRunLoopGetMain(), source_, kCFRunLoopCommonModes);
+    context.perform = [](void *self) { static_cast<WorkSource *>(self)->runNext(); };
+    runLoopSource_.reset(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
+    CFRunLoopAddSource(CFRunLoopGetMain(), runLoopSource_.get(), kCFRunLoopCommonModes);
   }
-  ~Tasks() {
-    CFRunLoopSourceInvalidate(source_);
-    CFRelease(source_);
-  }
-  Tasks(const Tasks &) = delete;
-  Tasks &operator=(const Tasks &) = delete;
+  ~WorkSource() { CFRunLoopSourceInvalidate(runLoopSource_.get()); }
+  WorkSource(const WorkSource &) = delete;
+  WorkSource &operator=(const WorkSource &) = delete;
 
+  /// Appends work for the main thread. Any thread.
   void add(std::function<void()> work) {
     const std::lock_guard lock(mutex_);
     waiting_.push_back(std::move(work));
@@ -30,11 +31,13 @@ class RunLoopMainQueue::Tasks {
   }
 
  private:
+  /// Makes the run loop call runNext() once.
   void wake() {
-    CFRunLoopSourceSignal(source_);
+    CFRunLoopSourceSignal(runLoopSource_.get());
     CFRunLoopWakeUp(CFRunLoopGetMain());
   }
 
+  /// Runs the oldest work item. Main thread.
   void runNext() {
     std::function<void()> work;
     {
@@ -42,7 +45,7 @@ class RunLoopMainQueue::Tasks {
       if (waiting_.empty()) return;
       work = std::move(waiting_.front());
       waiting_.pop_front();
-      // Before the work runs: it may open a loop of its own.
+      // Wake before the work runs, because the work may run a modal loop.
       if (!waiting_.empty()) wake();
     }
     @autoreleasepool {
@@ -50,16 +53,16 @@ class RunLoopMainQueue::Tasks {
     }
   }
 
-  CFRunLoopSourceRef source_ = nullptr;
+  CFPointer<CFRunLoopSourceRef> runLoopSource_;
   std::mutex mutex_;
   std::deque<std::function<void()>> waiting_;
 };
 
-RunLoopMainQueue::RunLoopMainQueue() : tasks_(std::make_shared<Tasks>()) {}
+RunLoopMainQueue::RunLoopMainQueue() : source_(std::make_shared<WorkSource>()) {}
 
 RunLoopMainQueue::~RunLoopMainQueue() = default;
 
-void RunLoopMainQueue::post(std::function<void()> work) { tasks_->add(std::move(work)); }
+void RunLoopMainQueue::post(std::function<void()> work) { source_->add(std::move(work)); }
 
 void RunLoopMainQueue::after(std::chrono::milliseconds delay, std::function<void()> work) {
   addTimer(delay, std::chrono::milliseconds(0), std::move(work));
@@ -73,16 +76,15 @@ void RunLoopMainQueue::every(std::chrono::milliseconds interval, std::function<v
 void RunLoopMainQueue::addTimer(std::chrono::milliseconds delay, std::chrono::milliseconds interval,
                                 std::function<void()> work) {
   using Seconds = std::chrono::duration<CFTimeInterval>;
-  const std::weak_ptr<Tasks> tasks = tasks_;
-  // The work does not run inside the timer, which could not fire again before
-  // it has returned.
-  CFRunLoopTimerRef timer = CFRunLoopTimerCreateWithHandler(
+  const std::weak_ptr<WorkSource> weakSource = source_;
+  // The callback only posts the work: a timer does not fire again before its callback has
+  // returned, and the work may run a modal loop.
+  const CFPointer<CFRunLoopTimerRef> timer(CFRunLoopTimerCreateWithHandler(
       kCFAllocatorDefault, CFAbsoluteTimeGetCurrent() + Seconds(delay).count(),
       Seconds(interval).count(), 0, 0, ^(CFRunLoopTimerRef) {
-        if (const auto queue = tasks.lock()) queue->add(work);
-      });
-  CFRunLoopAddTimer(CFRunLoopGetMain(), timer, kCFRunLoopCommonModes);
-  CFRelease(timer);
+        if (const auto source = weakSource.lock()) source->add(work);
+      }));
+  CFRunLoopAddTimer(CFRunLoopGetMain(), timer.get(), kCFRunLoopCommonModes);
 }
 
 }  // namespace orvel
