@@ -18,20 +18,22 @@
 
 namespace orvel {
 
-/// The macOS desktop: every port. Made on the main thread, while there is one
-/// thread.
+/// The macOS implementation of every port. Constructed on the main thread, before the
+/// process has other threads: it reads the environment.
 class MacosPlatform {
  public:
   MacosPlatform();
   MacosPlatform(const MacosPlatform &) = delete;
   MacosPlatform &operator=(const MacosPlatform &) = delete;
 
+  /// Returns references to the ports, which this object owns. Main thread.
   Platform ports();
 
  private:
   AppDelegateBridge *const bridge_;
   PosixProcessLauncher processes_;
-  /// Before the application, which looks at the arguments through them.
+  /// Constructed before the application object, which reads the process arguments from
+  /// the user defaults.
   StandardUserDefaults defaults_;
   CocoaApplication application_;
   RunLoopMainQueue mainQueue_;

@@ -15,8 +15,8 @@ std::optional<Rect> MacosWindowSystem::mainScreenVisibleFrame() const {
 WebWindow MacosWindowSystem::create(const WindowConfiguration &window,
                                     const WebViewConfiguration &web, WebViewDelegate &delegate) {
   auto view = std::make_unique<WKPageView>(web, bridge_, delegate);
-  auto made = std::make_unique<CocoaWindow>(window, view->view());
-  return {std::move(view), std::move(made)};
+  auto cocoaWindow = std::make_unique<CocoaWindow>(window, view->view());
+  return {std::move(view), std::move(cocoaWindow)};
 }
 
 }  // namespace orvel

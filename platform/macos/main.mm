@@ -13,7 +13,7 @@ int main() {
   @autoreleasepool {
     orvel::MacosPlatform platform;
     orvel::runApplication(platform.ports());
-    // Not by returning: other threads may still post to what would be destroyed.
+    // Exit here: a return would destroy the platform while other threads may still post to it.
     std::exit(0);
   }
 }

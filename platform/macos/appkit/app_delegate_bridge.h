@@ -6,25 +6,31 @@
 #include "platform/application.h"
 #include "platform/web_view.h"
 
-/// Passes on what AppKit and WebKit tell and ask. AppKit and WebKit refer to it
-/// weakly: the platform keeps it. Main thread only.
+/// The delegate of the application object and of the web view. Forwards each call to the
+/// delegates of the core. AppKit and WebKit hold weak references to it, so the platform
+/// owns it. Main thread only.
 @interface AppDelegateBridge : NSObject <NSApplicationDelegate, WKNavigationDelegate, WKUIDelegate>
 
-/// Set before the event loop runs.
+/// Receives the calls of NSApplicationDelegate and of the menu. Set before the run loop
+/// starts.
 @property(nonatomic) orvel::ApplicationDelegate *application;
-/// Set before the web view loads anything.
+/// Receives the calls of WKNavigationDelegate and WKUIDelegate. Set before the web view
+/// loads anything.
 @property(nonatomic) orvel::WebViewDelegate *page;
 
-/// Whether the application ends and nothing can defer that any more.
+/// Whether a request to terminate has been accepted. Nothing defers or cancels it then.
 @property(nonatomic, readonly) BOOL terminationProceeds;
 
-/// Completes a termination that was deferred with NSTerminateLater. Closes the alerts
-/// that are open: their modal loops are nested in the loop that waits.
+/// Completes a termination that was deferred with NSTerminateLater. Closes the open
+/// alerts, because their modal loops are nested in the loop in which AppKit waits for the
+/// reply.
 - (void)proceedWithTermination;
 
-/// The menu's own commands; they take no sender.
+/// Action of the menu item that checks for an update. Takes no sender, like the two below.
 - (void)zoekUpdateMenu;
+/// Action of the menu item that opens the address dialog.
 - (void)kiesAdres;
+/// Action of the menu item that loads the page again.
 - (void)reloadPage;
 
 @end

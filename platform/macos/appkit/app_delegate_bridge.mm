@@ -6,11 +6,15 @@
 
 namespace {
 
+/// Returns where a navigation would show its page. WebKit gives no target frame for a new
+/// window (WKNavigationAction.targetFrame).
 orvel::NavigationTarget targetOf(WKNavigationAction *action) {
   if (action.targetFrame == nil) return orvel::NavigationTarget::newWindow;
   return action.targetFrame.mainFrame ? orvel::NavigationTarget::mainFrame
                                       : orvel::NavigationTarget::subFrame;
 }
+
+constexpr NSTimeInterval closeAlertsInterval = 0.05;
 
 WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   return policy == orvel::NavigationPolicy::allow ? WKNavigationActionPolicyAllow
@@ -20,7 +24,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 }  // namespace
 
 @implementation AppDelegateBridge {
-  BOOL _terminationWaits;
+  BOOL _terminationIsDeferred;
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
@@ -28,14 +32,14 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 }
 
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
-  // What a closed alert leads to may ask once more.
+  // Code that runs after an alert was closed may request termination again.
   if (_terminationProceeds) return NSTerminateNow;
-  // The one that waits is the answer to every further request.
-  if (_terminationWaits) return NSTerminateLater;
-  _terminationWaits =
+  // Requests that arrive while one is deferred get the answer of that one.
+  if (_terminationIsDeferred) return NSTerminateLater;
+  _terminationIsDeferred =
       self.application->applicationShouldTerminate() == orvel::TerminateReply::later;
-  _terminationProceeds = !_terminationWaits;
-  return _terminationWaits ? NSTerminateLater : NSTerminateNow;
+  _terminationProceeds = !_terminationIsDeferred;
+  return _terminationIsDeferred ? NSTerminateLater : NSTerminateNow;
 }
 
 - (void)proceedWithTermination {
@@ -44,12 +48,12 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   [self closeAlerts];
 }
 
-/// The innermost alert now, those below it when their loops run again.
+/// Stops the innermost modal loop, and schedules itself for the loop around it.
 - (void)closeAlerts {
   NSApplication *application = NSApplication.sharedApplication;
   if (application.modalWindow == nil) return;
   [application stopModalWithCode:NSModalResponseAbort];
-  // The loop looks whether it was stopped only after an event.
+  // A modal loop notices stopModalWithCode: only after it has handled an event.
   [application postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
                                             location:NSZeroPoint
                                        modifierFlags:0
@@ -62,7 +66,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
                  atStart:NO];
   [self performSelector:@selector(closeAlerts)
              withObject:nil
-             afterDelay:0.05
+             afterDelay:closeAlertsInterval
                 inModes:@[ NSModalPanelRunLoopMode ]];
 }
 
@@ -85,10 +89,10 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 - (void)webView:(WKWebView *)__unused view
     decidePolicyForNavigationAction:(WKNavigationAction *)action
                     decisionHandler:(void (^)(WKNavigationActionPolicy))handler {
-  const auto answer = orvel::oneShot<WKNavigationActionPolicy>(
+  const auto decide = orvel::oneShot<WKNavigationActionPolicy>(
       [handler](WKNavigationActionPolicy policy) { handler(policy); },
       WKNavigationActionPolicyCancel);
-  answer(toWebKit(self.page->decidePolicy(
+  decide(toWebKit(self.page->decidePolicy(
       {.url = orvel::fromCocoa(action.request.URL), .target = targetOf(action)})));
 }
 
@@ -97,6 +101,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
                forNavigationAction:(WKNavigationAction *)action
                     windowFeatures:(WKWindowFeatures *)__unused features {
   self.page->createWebView(orvel::fromCocoa(action.request.URL));
+  // WebKit then opens no window.
   return nil;
 }
 

@@ -5,7 +5,8 @@
 #import "platform/macos/appkit/app_delegate_bridge.h"
 #import "platform/macos/foundation/cocoa_text.h"
 
-/// Actions that responders have without any header that says so.
+/// Declares two actions that text views and WKWebView respond to, but that no AppKit
+/// header declares.
 @protocol UndoingResponder
 - (void)undo:(id)sender;
 - (void)redo:(id)sender;
@@ -15,6 +16,7 @@ namespace orvel {
 
 namespace {
 
+/// Returns the action message of a menu item, or nil for an item without one.
 SEL selectorOf(MenuAction action) {
   switch (action) {
     case MenuAction::none:
@@ -52,19 +54,20 @@ SEL selectorOf(MenuAction action) {
 
 NSMenuItem *makeItem(const MenuItem &item) {
   if (item.isSeparator) return [NSMenuItem separatorItem];
-  NSMenuItem *made = [[NSMenuItem alloc] initWithTitle:toCocoa(item.title)
-                                                action:selectorOf(item.action)
-                                         keyEquivalent:toCocoa(item.keyEquivalent)];
+  NSMenuItem *menuItem = [[NSMenuItem alloc] initWithTitle:toCocoa(item.title)
+                                                    action:selectorOf(item.action)
+                                             keyEquivalent:toCocoa(item.keyEquivalent)];
+  // Without this mask AppKit takes the Command key alone.
   if (item.withControl) {
-    made.keyEquivalentModifierMask = NSEventModifierFlagCommand | NSEventModifierFlagControl;
+    menuItem.keyEquivalentModifierMask = NSEventModifierFlagCommand | NSEventModifierFlagControl;
   }
-  return made;
+  return menuItem;
 }
 
 NSMenu *makeMenu(const Menu &menu) {
-  NSMenu *made = [[NSMenu alloc] initWithTitle:toCocoa(menu.title)];
-  for (const MenuItem &item : menu.items) [made addItem:makeItem(item)];
-  return made;
+  NSMenu *cocoaMenu = [[NSMenu alloc] initWithTitle:toCocoa(menu.title)];
+  for (const MenuItem &item : menu.items) [cocoaMenu addItem:makeItem(item)];
+  return cocoaMenu;
 }
 
 }  // namespace
@@ -73,10 +76,10 @@ void CocoaMenuBar::install(const std::vector<Menu> &menus) {
   NSApplication *application = NSApplication.sharedApplication;
   NSMenu *bar = [[NSMenu alloc] init];
   for (const Menu &menu : menus) {
-    NSMenuItem *place = [[NSMenuItem alloc] init];
-    [bar addItem:place];
-    place.submenu = makeMenu(menu);
-    if (menu.isWindowsMenu) application.windowsMenu = place.submenu;
+    NSMenuItem *barItem = [[NSMenuItem alloc] init];
+    [bar addItem:barItem];
+    barItem.submenu = makeMenu(menu);
+    if (menu.isWindowsMenu) application.windowsMenu = barItem.submenu;
   }
   application.mainMenu = bar;
 }

@@ -5,13 +5,14 @@
 
 namespace orvel {
 
-/// Alerts in modal loops of their own: the completion is called inside runModal.
+/// Alerts by NSAlert, each in a modal loop of its own. Main thread only.
 class CocoaPanels final : public Panels {
  public:
   /// Reads `terminationProceeds` of the bridge before each completion.
   explicit CocoaPanels(AppDelegateBridge *bridge) : bridge_(bridge) {}
 
-  /// Escape presses the last of several buttons, which is the one that cancels.
+  /// Calls the completion before it returns, and not at all once the bridge has accepted
+  /// the termination. Escape presses the last of several buttons.
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
  private:

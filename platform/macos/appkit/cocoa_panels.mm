@@ -10,36 +10,41 @@ namespace orvel {
 
 namespace {
 
+/// Returns an alert with the texts and buttons, without its text field.
 NSAlert *makeAlert(const Alert &alert) {
-  NSAlert *made = [[NSAlert alloc] init];
-  made.messageText = toCocoa(alert.messageText);
-  made.informativeText = toCocoa(alert.informativeText);
-  for (const std::string &title : alert.buttons) [made addButtonWithTitle:toCocoa(title)];
-  // AppKit does so by itself for the word "Cancel" only.
-  if (alert.buttons.size() > 1) made.buttons.lastObject.keyEquivalent = @"\033";
-  // A page that opens one alert after another must not hold the user.
-  made.window.preventsApplicationTerminationWhenModal = NO;
-  return made;
+  NSAlert *cocoaAlert = [[NSAlert alloc] init];
+  cocoaAlert.messageText = toCocoa(alert.messageText);
+  cocoaAlert.informativeText = toCocoa(alert.informativeText);
+  for (const std::string &title : alert.buttons) [cocoaAlert addButtonWithTitle:toCocoa(title)];
+  // AppKit gives Escape only to a button titled "Cancel" (NSAlert.h).
+  if (alert.buttons.size() > 1) cocoaAlert.buttons.lastObject.keyEquivalent = @"\033";
+  // Otherwise AppKit refuses to quit while an alert is open, and a page may open one alert
+  // after another.
+  cocoaAlert.window.preventsApplicationTerminationWhenModal = NO;
+  return cocoaAlert;
 }
 
+/// Adds the text field to an alert, with the keyboard focus.
 NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
-  // Made like this it scrolls instead of wrapping.
-  NSTextField *made = [NSTextField textFieldWithString:toCocoa(field.text)];
-  made.frame = NSMakeRect(0, 0, field.width, field.height);
-  made.usesSingleLineMode = YES;
+  // This constructor makes a field that scrolls instead of wrapping.
+  NSTextField *cocoaField = [NSTextField textFieldWithString:toCocoa(field.text)];
+  cocoaField.frame = NSMakeRect(0, 0, field.width, field.height);
+  cocoaField.usesSingleLineMode = YES;
   // VoiceOver does not use the texts of an alert as the label of its accessory view.
-  made.accessibilityLabel = alert.messageText;
-  alert.accessoryView = made;
+  cocoaField.accessibilityLabel = alert.messageText;
+  alert.accessoryView = cocoaField;
   [alert layout];
-  alert.window.initialFirstResponder = made;
-  return made;
+  alert.window.initialFirstResponder = cocoaField;
+  return cocoaField;
 }
 
+/// Returns the index of the button that was pressed, or nullopt for any other response. An
+/// alert without buttons of its own has one by AppKit.
 std::optional<int> buttonOf(NSModalResponse response, std::size_t buttons) {
-  const NSInteger place = response - NSAlertFirstButtonReturn;
+  const NSInteger index = response - NSAlertFirstButtonReturn;
   const auto count = static_cast<NSInteger>(std::max<std::size_t>(buttons, 1));
-  if (place < 0 || place >= count) return std::nullopt;
-  return static_cast<int>(place);
+  if (index < 0 || index >= count) return std::nullopt;
+  return static_cast<int>(index);
 }
 
 }  // namespace

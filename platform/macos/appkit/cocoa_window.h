@@ -6,8 +6,11 @@
 
 namespace orvel {
 
+/// A window that one view fills. Main thread only.
 class CocoaWindow final : public Window {
  public:
+  /// Makes the window without showing it. A frame saved under the autosave name takes
+  /// precedence over the configured one.
   CocoaWindow(const WindowConfiguration &configuration, NSView *content);
 
   void makeKeyAndOrderFront() override;

@@ -26,7 +26,7 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *conte
                                           styleMask:styleMaskOf(configuration)
                                             backing:NSBackingStoreBuffered
                                               defer:NO]) {
-  // It is released when nobody holds it any more, and not twice.
+  // ARC releases the window. Without this, closing it would release it once more.
   window_.releasedWhenClosed = NO;
   window_.tabbingMode = NSWindowTabbingModeDisallowed;
   window_.restorable = NO;
@@ -36,7 +36,7 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *conte
   window_.backgroundColor = toCocoa(configuration.backgroundColor);
   window_.minSize = NSMakeSize(configuration.minimumWidth, configuration.minimumHeight);
   window_.contentView = content;
-  // Last, for it brings back the frame of an earlier run.
+  // Last, because this restores the frame that an earlier run saved.
   [window_ setFrameAutosaveName:toCocoa(configuration.frameAutosaveName)];
 }
 

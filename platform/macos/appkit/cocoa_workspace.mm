@@ -8,7 +8,7 @@ namespace orvel {
 
 namespace {
 
-/// Does not wait, and says nothing when there is no application for it.
+/// Opens a URL in its default application. Returns at once and shows no error dialog.
 void openSilently(NSURL *address) {
   NSWorkspaceOpenConfiguration *configuration = [NSWorkspaceOpenConfiguration configuration];
   configuration.promptsUserIfNeeded = NO;

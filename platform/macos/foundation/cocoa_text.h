@@ -10,18 +10,19 @@ namespace orvel {
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// Bytes as a text, a NUL and a byte order mark included; nil when they are not
-/// UTF-8. Any thread.
+/// Returns UTF-8 bytes as a string, with any NUL and byte order mark in them, or nil when
+/// the bytes are not UTF-8. Any thread.
 NSString *_Nullable utf8Text(std::string_view bytes);
 
-/// The same, for what has to be shown or sent whatever it is: bytes that are
-/// not UTF-8 are taken for Latin-1, which all bytes can be. Any thread.
+/// Returns bytes as a string that can always be shown or sent: bytes that are not UTF-8
+/// are decoded as Latin-1, which defines every byte. Any thread.
 NSString *toCocoa(std::string_view bytes);
 
-/// A text as UTF-8; the empty text for nil. Any thread.
+/// Returns a string as UTF-8, or the empty string for nil. An unpaired surrogate becomes a
+/// replacement character. Any thread.
 std::string fromCocoa(NSString *_Nullable text);
 
-/// A value's text; nothing when it is no text. Any thread.
+/// Returns a value as UTF-8, or nullopt when it is not an NSString. Any thread.
 std::optional<std::string> textOf(id _Nullable value);
 
 NS_ASSUME_NONNULL_END

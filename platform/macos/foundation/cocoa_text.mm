@@ -4,6 +4,7 @@ namespace orvel {
 
 namespace {
 
+/// Returns the bytes as a string, or nil when they are invalid in the encoding.
 NSString *decoded(std::string_view bytes, CFStringEncoding encoding) {
   return CFBridgingRelease(CFStringCreateWithBytes(
       kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.data()),
@@ -20,7 +21,7 @@ NSString *toCocoa(std::string_view bytes) {
 }
 
 std::string fromCocoa(NSString *text) {
-  // Half of a surrogate pair has no UTF-8: a mark takes its place.
+  // Without lossy conversion the result is nil for an unpaired surrogate.
   NSData *utf8 = [text dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
   if (utf8 == nil) return {};
   return std::string(static_cast<const char *>(utf8.bytes), utf8.length);

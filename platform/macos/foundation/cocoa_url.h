@@ -11,14 +11,14 @@ namespace orvel {
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// The URL byte for byte, without a second look at whether it is one: the web
-/// engine hands out addresses that a strict parser refuses. Any thread.
+/// Returns an NSURL with the same bytes. Does not validate them: WebKit reports URLs that a
+/// strict parser rejects (+[NSURL URLWithDataRepresentation:relativeToURL:]). Any thread.
 NSURL *toCocoa(const Url &url);
 
-/// A URL and its parts as Foundation sees them; nothing for nil. Any thread.
+/// Returns a URL with the parts that Foundation parses, or nullopt for nil. Any thread.
 std::optional<Url> fromCocoa(NSURL *_Nullable url);
 
-/// The URL of a file or folder. Any thread.
+/// Returns the file URL of a path. Any thread.
 NSURL *fileUrl(const std::string &path);
 
 NS_ASSUME_NONNULL_END

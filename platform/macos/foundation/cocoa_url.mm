@@ -13,6 +13,7 @@ NSURL *toCocoa(const Url &url) {
 
 namespace {
 
+/// Returns the port, or nullopt when the URL has none or it does not fit an int.
 std::optional<int> portOf(NSURL *url) {
   const long long port = url.port.longLongValue;
   const bool isInt = url.port != nil && port >= 0 && port <= std::numeric_limits<int>::max();

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// The system's own concurrent queue of the default quality of service.
+/// The global concurrent dispatch queue with the default quality of service. Any thread.
 class DispatchBackgroundQueue final : public BackgroundQueue {
  public:
   void post(std::function<void()> work) override;

@@ -14,8 +14,9 @@ namespace orvel {
 
 namespace {
 
-/// The file manager would put a file in the place of a folder, follow a link
-/// and take a folder for its own replacement.
+/// Returns whether the paths are two folders, neither of them a symbolic link. NSFileManager
+/// would also replace a folder with a file, follow a link, and accept a folder as its own
+/// replacement.
 bool areTwoFolders(const std::string &one, const std::string &other) {
   std::error_code error;
   return isRealFolder(one) && isRealFolder(other) &&

@@ -11,14 +11,16 @@ namespace orvel {
 
 namespace {
 
-/// The number of the error, or 0.
-int renameToFreeName(NSURL *from, NSURL *to) {
+/// Renames a file within a volume. Returns 0 or the errno value: EEXIST when something
+/// exists at the destination (renamex_np with RENAME_EXCL).
+int renameExclusively(NSURL *from, NSURL *to) {
   const int result =
       ::renamex_np(from.fileSystemRepresentation, to.fileSystemRepresentation, RENAME_EXCL);
   return result == 0 ? 0 : errno;
 }
 
-/// The file manager refuses a name that is taken, but looks before it moves.
+/// Moves a file with NSFileManager. Not atomic: it tests whether the destination exists and
+/// then moves.
 MoveResult moveByFileManager(NSURL *from, NSURL *to) {
   NSError *error = nil;
   if ([NSFileManager.defaultManager moveItemAtURL:from toURL:to error:&error]) {
@@ -28,14 +30,15 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
                                                   : MoveResult::failed;
 }
 
-/// What became of a rename within a volume.
+/// Returns the result of a rename that ended with an errno value. Moves the file with
+/// NSFileManager when the volume has no exclusive rename.
 MoveResult resultOf(int error, NSURL *from, NSURL *to) {
   switch (error) {
     case 0:
       return MoveResult::moved;
     case EEXIST:
       return MoveResult::destinationExists;
-    // Network volumes may not know how to rename without replacing.
+    // Some network volumes do not support RENAME_EXCL.
     case ENOTSUP:
     case ENOSYS:
       return moveByFileManager(from, to);
@@ -44,8 +47,8 @@ MoveResult resultOf(int error, NSURL *from, NSURL *to) {
   }
 }
 
-/// Copies to a folder beside the destination first, so that nothing that is
-/// half there ever has the final name.
+/// Moves a file to another volume. Copies it to a temporary folder on that volume first
+/// (NSItemReplacementDirectory), so that a partial file never has the final name.
 MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
   NSFileManager *files = NSFileManager.defaultManager;
   NSURL *folder = [files URLForDirectory:NSItemReplacementDirectory
@@ -54,12 +57,12 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
                                   create:YES
                                    error:nil];
   if (folder == nil) return MoveResult::failed;
-  NSURL *beside = [folder URLByAppendingPathComponent:@"download"];
-  MoveResult result = moveByFileManager(from, beside);
+  NSURL *copied = [folder URLByAppendingPathComponent:@"download"];
+  MoveResult result = moveByFileManager(from, copied);
   if (result == MoveResult::moved) {
-    result = resultOf(renameToFreeName(beside, to), beside, to);
-    // The name is free for another try only while the file is where it was.
-    if (result != MoveResult::moved) moveByFileManager(beside, from);
+    result = resultOf(renameExclusively(copied, to), copied, to);
+    // Move the file back, so that the caller can try another name.
+    if (result != MoveResult::moved) moveByFileManager(copied, from);
   }
   [files removeItemAtURL:folder error:nil];
   return result;
@@ -70,7 +73,7 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
 MoveResult moveFile(const std::string &from, const std::string &to) {
   NSURL *source = fileUrl(from);
   NSURL *destination = fileUrl(to);
-  const int error = renameToFreeName(source, destination);
+  const int error = renameExclusively(source, destination);
   return error == EXDEV ? moveAcrossVolumes(source, destination)
                         : resultOf(error, source, destination);
 }

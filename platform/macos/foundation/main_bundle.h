@@ -4,9 +4,8 @@
 
 namespace orvel {
 
-/// The bundle in which the running executable lies. Foundation reads its
-/// information once, so that an update in its place does not change what this
-/// process is.
+/// The main bundle of the process (NSBundle.mainBundle). Foundation reads Info.plist once,
+/// so an update that replaces the bundle does not change these values. Any thread.
 class MainBundle final : public Bundle {
  public:
   std::string path() const override;

@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-constexpr NSUInteger longestFile = 128'000;
+constexpr NSUInteger maxFileSize = 128'000;  // bytes
 
 }  // namespace
 
@@ -17,7 +17,7 @@ std::optional<PlistTexts> readPlistTexts(const std::string &path) {
   NSData *bytes = [NSData dataWithContentsOfURL:fileUrl(path)
                                         options:NSDataReadingMappedIfSafe
                                           error:nil];
-  if (bytes == nil || bytes.length > longestFile) return std::nullopt;
+  if (bytes == nil || bytes.length > maxFileSize) return std::nullopt;
   id top = [NSPropertyListSerialization propertyListWithData:bytes
                                                      options:NSPropertyListImmutable
                                                       format:nil

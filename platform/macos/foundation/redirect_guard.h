@@ -6,15 +6,17 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
+/// See UrlRequest::forwardsHeaders.
 using ForwardsHeaders = decltype(orvel::UrlRequest::forwardsHeaders);
 
-/// The delegate of one task. Redirects get the header fields of its request until
-/// `forwardsHeaders` rejects one; that redirect and all later ones get none of them.
-/// Foundation by itself would send them to any host. A redirect uses the session's
-/// cookies only if the request does.
+/// The delegate of one URL session task. Redirects get the header fields of its request
+/// until `forwardsHeaders` rejects one; that redirect and all later ones get none of them.
+/// Without it Foundation sends the fields to any host. A redirect uses the session's cookies
+/// only if the request does. Called on the session's delegate queue.
 @interface RedirectGuard : NSObject <NSURLSessionTaskDelegate>
 
 - (instancetype)init NS_UNAVAILABLE;
+/// A null `forwardsHeaders` withholds the fields from every redirect.
 - (instancetype)initWithRequest:(NSURLRequest *)request
                 forwardsHeaders:(nullable ForwardsHeaders)forwardsHeaders NS_DESIGNATED_INITIALIZER;
 

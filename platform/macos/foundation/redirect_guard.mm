@@ -5,7 +5,7 @@
 @implementation RedirectGuard {
   NSURLRequest *_request;
   ForwardsHeaders _forwardsHeaders;
-  BOOL _isElsewhere;
+  BOOL _withholdsHeaders;
 }
 
 - (instancetype)initWithRequest:(NSURLRequest *)request
@@ -25,14 +25,14 @@
              completionHandler:(void (^)(NSURLRequest *))handler {
   const auto from = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
-  // Stays set: no fields are sent again when another host redirects back.
-  _isElsewhere =
-      _isElsewhere || !from || !to || _forwardsHeaders == nullptr || !_forwardsHeaders(*from, *to);
+  // Stays set, so that a later redirect back to the first host gets no fields either.
+  _withholdsHeaders = _withholdsHeaders || !from || !to || _forwardsHeaders == nullptr ||
+                      !_forwardsHeaders(*from, *to);
   NSMutableURLRequest *next = [request mutableCopy];
   next.HTTPShouldHandleCookies = _request.HTTPShouldHandleCookies;
-  // Foundation drops some of them itself, so all are set or cleared here.
+  // Foundation drops some fields on a redirect, so set or clear them all.
   for (NSString *field in _request.allHTTPHeaderFields) {
-    [next setValue:_isElsewhere ? nil : [_request valueForHTTPHeaderField:field]
+    [next setValue:_withholdsHeaders ? nil : [_request valueForHTTPHeaderField:field]
         forHTTPHeaderField:field];
   }
   handler(next);

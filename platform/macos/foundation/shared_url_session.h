@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// The shared URL session. Its completions come one at a time, on the session's
-/// own queue. It keeps no cookies of these requests: each carries the fields
-/// that it was given and no others of that kind.
+/// HTTP requests by NSURLSession.sharedSession. Completions run one at a time, on the
+/// session's delegate queue. Requests neither send nor store the session's cookies: a Cookie
+/// field is sent as the caller sets it. Any thread.
 class SharedUrlSession final : public HttpSession {
  public:
   void dataTask(const UrlRequest &request, DataCompletion completion) override;

@@ -10,19 +10,22 @@ namespace orvel {
 
 namespace {
 
+/// Returns the Foundation request for a request.
 NSURLRequest *messageOf(const UrlRequest &request) {
   NSMutableURLRequest *message = toCocoa(request);
-  // Otherwise the session's cookies would take the place of a Cookie field.
+  // Otherwise the session replaces a Cookie field with cookies of its own storage.
   message.HTTPShouldHandleCookies = NO;
   return message;
 }
 
+/// Returns the head of a response, or nullopt when there is none or it is not HTTP.
 std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   if (![response isKindOfClass:NSHTTPURLResponse.class]) return std::nullopt;
   auto *http = static_cast<NSHTTPURLResponse *>(response);
   return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
 }
 
+/// Starts a task, with a delegate for its redirects.
 void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
   task.delegate = [[RedirectGuard alloc] initWithRequest:message
                                          forwardsHeaders:request.forwardsHeaders];
@@ -37,7 +40,7 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
             dataTaskWithRequest:message
               completionHandler:^(NSData *body, NSURLResponse *response, NSError *error) {
                 DataReply reply{.response = fromCocoa(response)};
-                // A truncated body comes with the error.
+                // With an error, `body` may hold the part that has arrived.
                 if (error == nil && body != nil) {
                   reply.body.emplace(static_cast<const char *>(body.bytes), body.length);
                 }
@@ -51,7 +54,7 @@ void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletio
   start([NSURLSession.sharedSession
             downloadTaskWithRequest:message
                   completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
-                    // The session removes the file when this returns.
+                    // The session removes the file when this block returns.
                     completion({.file = textOf(file.path),
                                 .response = fromCocoa(response),
                                 .suggestedFilename = textOf(response.suggestedFilename)});

@@ -4,10 +4,11 @@
 
 namespace orvel {
 
-/// The standard user defaults, those of the bundle's identifier.
+/// NSUserDefaults.standardUserDefaults, in the domain of the bundle identifier. Any thread.
 class StandardUserDefaults final : public UserDefaults {
  public:
-  /// Takes the process's arguments out of the defaults: none of them is read.
+  /// Removes the process arguments from the defaults (NSArgumentDomain), so that they have
+  /// no effect.
   StandardUserDefaults();
 
   std::optional<std::string> text(std::string_view key) const override;

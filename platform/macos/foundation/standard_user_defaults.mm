@@ -9,7 +9,7 @@ namespace orvel {
 StandardUserDefaults::StandardUserDefaults() {
   NSUserDefaults *defaults = NSUserDefaults.standardUserDefaults;
   [defaults removeVolatileDomainForName:NSArgumentDomain];
-  // What stands alone would be opened as a document.
+  // Otherwise AppKit opens an argument without a leading "-" as a document.
   [defaults registerDefaults:@{@"NSTreatUnknownArgumentsAsOpen" : @"NO"}];
 }
 

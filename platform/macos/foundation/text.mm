@@ -8,16 +8,18 @@ namespace orvel {
 
 namespace {
 
-/// Whether the full stop at the place is a user-perceived character by itself.
-bool standsAlone(NSString *text, NSUInteger place) {
-  return [text rangeOfComposedCharacterSequenceAtIndex:place].length == 1;
+/// Returns whether the character at an index is a user-perceived character by itself, without
+/// a combining mark.
+bool standsAlone(NSString *text, NSUInteger index) {
+  return [text rangeOfComposedCharacterSequenceAtIndex:index].length == 1;
 }
 
+/// Appends a piece unless it is empty.
 void addPiece(std::vector<std::string> &pieces, std::string piece) {
   if (!piece.empty()) pieces.push_back(std::move(piece));
 }
 
-/// Bytes that are no text have no characters either.
+/// Splits bytes that are not UTF-8 at every full stop.
 std::vector<std::string> splitBytes(std::string_view bytes) {
   std::vector<std::string> pieces;
   for (;;) {
@@ -46,8 +48,8 @@ std::vector<std::string> splitAtFullStops(std::string_view bytes) {
     addPiece(pieces, fromCocoa([text substringWithRange:NSMakeRange(begin, end - begin)]));
     begin = end + 1;
   };
-  for (NSUInteger place = 0; place < text.length; ++place) {
-    if ([text characterAtIndex:place] == '.' && standsAlone(text, place)) endPiece(place);
+  for (NSUInteger index = 0; index < text.length; ++index) {
+    if ([text characterAtIndex:index] == '.' && standsAlone(text, index)) endPiece(index);
   }
   endPiece(text.length);
   return pieces;

@@ -10,8 +10,9 @@ namespace orvel {
 
 namespace {
 
-/// A URL by RFC 3986, or nil. NSURLComponents is the strict one of the two, and
-/// from macOS 14 on both have to be told not to mend what they are given.
+/// Returns a URL, or nil when the text is not one by RFC 3986. NSURLComponents validates more
+/// strictly than NSURL. From macOS 14 on, both percent-encode invalid characters unless the
+/// caller turns that off.
 NSURL *strictUrl(NSString *text) {
   if (@available(macOS 14.0, *)) {
     if ([NSURLComponents componentsWithString:text encodingInvalidCharacters:NO] == nil) return nil;
@@ -25,7 +26,7 @@ NSURL *strictUrl(NSString *text) {
 
 std::optional<Url> Url::parse(std::string_view text) {
   NSString *written = utf8Text(text);
-  // Foundation takes the empty text for a reference to the same document.
+  // Foundation accepts the empty string as a relative reference.
   if (written.length == 0) return std::nullopt;
   auto url = fromCocoa(strictUrl(written));
   if (url) url->absoluteString = text;

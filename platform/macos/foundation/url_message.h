@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-/// A request of our own as Foundation's. Any thread.
+/// Returns the Foundation request for a request. Any thread.
 NSMutableURLRequest *_Nonnull toCocoa(const UrlRequest &request);
 
 }  // namespace orvel

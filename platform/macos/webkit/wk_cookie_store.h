@@ -6,12 +6,12 @@
 
 namespace orvel {
 
-/// The cookies of one web view's own data store.
+/// The cookies of a website data store. Main thread only.
 class WKCookieStore final : public CookieStore {
  public:
   explicit WKCookieStore(WKHTTPCookieStore *store) : store_(store) {}
 
-  /// A cookie that Foundation refuses (one without a domain) is not stored.
+  /// Does not store a cookie that NSHTTPCookie rejects, such as one without a domain.
   void set(const Cookie &cookie, std::function<void()> completion) override;
   void all(std::function<void(std::vector<Cookie>)> completion) override;
 

@@ -11,6 +11,7 @@ namespace {
 using SystemClock = std::chrono::system_clock;
 using Seconds = std::chrono::duration<NSTimeInterval>;
 
+/// Returns the cookie, or nil when NSHTTPCookie rejects its properties.
 NSHTTPCookie *toCocoa(const Cookie &cookie) {
   NSMutableDictionary<NSHTTPCookiePropertyKey, id> *properties = [@{
     NSHTTPCookieName : orvel::toCocoa(cookie.name),
@@ -18,7 +19,7 @@ NSHTTPCookie *toCocoa(const Cookie &cookie) {
     NSHTTPCookieDomain : orvel::toCocoa(cookie.domain),
     NSHTTPCookiePath : orvel::toCocoa(cookie.path),
   } mutableCopy];
-  // Any value at all would make the cookie secure.
+  // Absent for other cookies: Foundation takes any value, even "FALSE", for true.
   if (cookie.secure) properties[NSHTTPCookieSecure] = @"TRUE";
   if (cookie.expires) {
     const Seconds since1970 = cookie.expires->time_since_epoch();
@@ -45,10 +46,10 @@ Cookie fromCocoa(NSHTTPCookie *cookie) {
 }  // namespace
 
 void WKCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
-  NSHTTPCookie *made = toCocoa(cookie);
-  // Nothing to store; the store completes later all the same.
-  if (made == nil) return all([completion](const auto &) { completion(); });
-  [store_ setCookie:made
+  NSHTTPCookie *cocoaCookie = toCocoa(cookie);
+  // There is nothing to store. Reading the store keeps the completion asynchronous.
+  if (cocoaCookie == nil) return all([completion](const auto &) { completion(); });
+  [store_ setCookie:cocoaCookie
       completionHandler:^{
         completion();
       }];

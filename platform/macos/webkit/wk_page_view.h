@@ -6,10 +6,11 @@
 
 namespace orvel {
 
-/// A page shown by WebKit.
+/// A page in a WKWebView. Main thread only.
 class WKPageView final : public WebView {
  public:
-  /// The bridge becomes the delegate of the view and forwards its events to the delegate.
+  /// Makes the bridge the navigation and UI delegate of the view. The bridge forwards the
+  /// calls to `delegate`.
   WKPageView(const WebViewConfiguration &configuration, AppDelegateBridge *bridge,
              WebViewDelegate &delegate);
 
@@ -18,6 +19,7 @@ class WKPageView final : public WebView {
   void reload() override;
   CookieStore &cookieStore() override { return cookies_; }
 
+  /// Returns the view, for the window that shows it.
   WKWebView *view() const { return view_; }
 
  private:

@@ -13,7 +13,7 @@ WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
                               ? WKWebsiteDataStore.defaultDataStore
                               : WKWebsiteDataStore.nonPersistentDataStore;
   made.applicationNameForUserAgent = toCocoa(configuration.applicationNameForUserAgent);
-  // No header declares it; the key leads to a setter that takes a number.
+  // No public header declares this preference, so it is set by key-value coding.
   [made.preferences setValue:@(configuration.developerExtrasEnabled)
                       forKey:@"developerExtrasEnabled"];
   return made;
@@ -28,6 +28,7 @@ WKPageView::WKPageView(const WebViewConfiguration &configuration, AppDelegateBri
   bridge.page = &delegate;
   view_.navigationDelegate = bridge;
   view_.UIDelegate = bridge;
+  // No public header declares this property either.
   [view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"];
   if (@available(macOS 13.3, *)) view_.inspectable = configuration.inspectable;
 }
