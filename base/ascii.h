@@ -5,6 +5,30 @@
 
 namespace orvel {
 
+// ASCII character classes. Unlike those of the C library, they do not depend on the
+// locale and accept every char value. Any thread.
+
+constexpr bool isAsciiDigit(char character) { return character >= '0' && character <= '9'; }
+
+constexpr bool isAsciiLetter(char character) {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+constexpr bool isAsciiAlphanumeric(char character) {
+  return isAsciiDigit(character) || isAsciiLetter(character);
+}
+
+constexpr bool isHexDigit(char character) {
+  return isAsciiDigit(character) || (character >= 'a' && character <= 'f') ||
+         (character >= 'A' && character <= 'F');
+}
+
+/// Returns the value of a hexadecimal digit. The character must be one.
+constexpr int hexDigitValue(char digit) {
+  if (isAsciiDigit(digit)) return digit - '0';
+  return 10 + (digit >= 'a' ? digit - 'a' : digit - 'A');
+}
+
 /// Compares two texts, ignoring the case of ASCII letters. Any thread.
 constexpr bool equalIgnoringAsciiCase(std::string_view one, std::string_view other) {
   const auto lowerCase = [](char character) {

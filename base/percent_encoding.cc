@@ -1,24 +1,10 @@
 #include "base/percent_encoding.h"
 
+#include "base/ascii.h"
+
 namespace orvel {
 
 namespace {
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
-
-bool isLetter(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-bool isHexDigit(char character) {
-  return isDigit(character) || (character >= 'a' && character <= 'f') ||
-         (character >= 'A' && character <= 'F');
-}
-
-/// Whether the "%" at a position begins an escape.
-bool isEscape(std::string_view text, std::size_t at) {
-  return at + 2 < text.size() && isHexDigit(text[at + 1]) && isHexDigit(text[at + 2]);
-}
 
 /// Appends a part of a URL. Percent-encodes all characters except the given
 /// delimiters and those that are allowed in every part.
@@ -27,10 +13,8 @@ void append(std::string &result, std::string_view part, std::string_view delimit
   constexpr std::string_view digits = "0123456789ABCDEF";
   for (std::size_t at = 0; at < part.size(); ++at) {
     const char character = part[at];
-    if (isLetter(character) || isDigit(character) ||
-        marks.find(character) != std::string_view::npos ||
-        delimiters.find(character) != std::string_view::npos ||
-        (character == '%' && isEscape(part, at))) {
+    if (isAsciiAlphanumeric(character) || marks.find(character) != std::string_view::npos ||
+        delimiters.find(character) != std::string_view::npos || hasPercentEscapeAt(part, at)) {
       result += character;
     } else {
       const auto byte = static_cast<unsigned char>(character);
@@ -46,6 +30,11 @@ std::string_view takeFront(std::string_view &text, std::size_t end) {
 }
 
 }  // namespace
+
+bool hasPercentEscapeAt(std::string_view text, std::size_t position) {
+  return position + 2 < text.size() && text[position] == '%' && isHexDigit(text[position + 1]) &&
+         isHexDigit(text[position + 2]);
+}
 
 std::string percentEncoded(std::string_view reference) {
   std::string result;
@@ -64,6 +53,21 @@ std::string percentEncoded(std::string_view reference) {
     append(result, reference, "/?");
   }
   return result;
+}
+
+std::optional<std::string> percentDecoded(std::string_view text) {
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '%') {
+      decoded += text[at];
+      continue;
+    }
+    if (!hasPercentEscapeAt(text, at)) return std::nullopt;
+    decoded += static_cast<char>(16 * hexDigitValue(text[at + 1]) + hexDigitValue(text[at + 2]));
+    at += 2;
+  }
+  return decoded;
 }
 
 }  // namespace orvel

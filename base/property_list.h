@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -8,10 +9,13 @@ namespace orvel {
 
 using PlistTexts = std::map<std::string, std::string, std::less<>>;
 
+/// The size limit of a property list, in bytes.
+inline constexpr std::size_t maxPropertyListSize = 128'000;
+
 /// Returns the string entries of a property list file (XML; macOS also reads the
 /// binary format) whose top level is a dictionary. Entries of other types are left
-/// out. Returns nullopt when the file cannot be read, is not such a list or is
-/// oversized (Linux: 128,000 bytes). Any thread.
+/// out. Returns nullopt when the file cannot be read, is not such a list or exceeds
+/// maxPropertyListSize. Any thread.
 std::optional<PlistTexts> readPlistTexts(const std::string &path);
 
 }  // namespace orvel

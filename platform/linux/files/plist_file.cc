@@ -14,8 +14,6 @@ namespace orvel {
 
 namespace {
 
-constexpr std::size_t longestFile = 128'000;
-
 // Nesting depths of elements.
 constexpr int listDepth = 1;
 constexpr int dictionaryDepth = 2;
@@ -96,7 +94,8 @@ const GMarkupParser callbacks{
 
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
   // XML does not allow NUL, but GMarkup accepts it.
-  if (bytes.size() > longestFile || bytes.find('\0') != std::string::npos) return std::nullopt;
+  if (bytes.size() > maxPropertyListSize || bytes.find('\0') != std::string::npos)
+    return std::nullopt;
   PlistReader reader;
   const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(
       g_markup_parse_context_new(&callbacks, G_MARKUP_TREAT_CDATA_AS_TEXT, &reader, nullptr),
@@ -110,7 +109,7 @@ std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
 }
 
 std::optional<PlistTexts> readPlistTexts(const std::string &path) {
-  const FileBytes file = readFileBytes(path, longestFile);
+  const FileBytes file = readFileBytes(path, maxPropertyListSize);
   if (file.state != FileBytes::State::read) return std::nullopt;
   return parsePlistTexts(file.bytes);
 }

@@ -1,12 +1,13 @@
 #include "base/url.h"
 
 #include <arpa/inet.h>
-#include <glib.h>
 
 #include <algorithm>
 #include <charconv>
 #include <system_error>
 
+#include "base/ascii.h"
+#include "base/percent_encoding.h"
 #include "platform/linux/glib/utf8.h"
 
 namespace orvel {
@@ -15,9 +16,6 @@ namespace {
 
 constexpr std::string_view unreserved = "-._~";
 constexpr std::string_view subDelimiters = "!$&'()*+,;=";
-
-bool isDigit(char character) { return g_ascii_isdigit(character); }
-bool isHexDigit(char character) { return g_ascii_isxdigit(character); }
 
 bool isOneOf(char character, std::string_view characters) {
   return characters.find(character) != std::string_view::npos;
@@ -29,11 +27,9 @@ bool consistsOf(std::string_view text, std::string_view further) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char character = text[at];
     if (character == '%') {
-      if (at + 2 >= text.size() || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2])) {
-        return false;
-      }
+      if (!hasPercentEscapeAt(text, at)) return false;
       at += 2;
-    } else if (!g_ascii_isalnum(character) && !isOneOf(character, unreserved) &&
+    } else if (!isAsciiAlphanumeric(character) && !isOneOf(character, unreserved) &&
                !isOneOf(character, subDelimiters) && !isOneOf(character, further)) {
       return false;
     }
@@ -41,28 +37,17 @@ bool consistsOf(std::string_view text, std::string_view further) {
   return true;
 }
 
-/// The text that percent escapes stand for; the empty text when their bytes are
-/// not UTF-8 and so stand for none.
-std::string percentDecoded(std::string_view text) {
-  std::string decoded;
-  decoded.reserve(text.size());
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == '%') {
-      const int value =
-          16 * g_ascii_xdigit_value(text[at + 1]) + g_ascii_xdigit_value(text[at + 2]);
-      decoded += static_cast<char>(value);
-      at += 2;
-    } else {
-      decoded += text[at];
-    }
-  }
-  return isUtf8(decoded) ? decoded : std::string();
+/// Returns the decoded text of a valid component, or the empty text when its bytes are
+/// not UTF-8.
+std::string decodedComponent(std::string_view text) {
+  const auto decoded = percentDecoded(text);
+  return decoded && isUtf8(*decoded) ? *decoded : std::string();
 }
 
 bool isScheme(std::string_view text) {
-  return !text.empty() && g_ascii_isalpha(text.front()) &&
+  return !text.empty() && isAsciiLetter(text.front()) &&
          std::all_of(text.begin(), text.end(), [](char character) {
-           return g_ascii_isalnum(character) || isOneOf(character, "+-.");
+           return isAsciiAlphanumeric(character) || isOneOf(character, "+-.");
          });
 }
 
@@ -106,10 +91,10 @@ bool readAuthority(std::string_view authority, Url &url) {
   }
 
   if (!rest.empty() &&
-      (rest.front() != ':' || !std::all_of(rest.begin() + 1, rest.end(), isDigit))) {
+      (rest.front() != ':' || !std::all_of(rest.begin() + 1, rest.end(), isAsciiDigit))) {
     return false;
   }
-  url.host = percentDecoded(name);
+  url.host = decodedComponent(name);
   int port = 0;
   const char *end = rest.data() + rest.size();
   if (!rest.empty() && std::from_chars(rest.data() + 1, end, port).ec == std::errc()) {
@@ -156,7 +141,7 @@ std::optional<Url> Url::parse(std::string_view text) {
   if (!consistsOf(text, ":@/")) return std::nullopt;
   // What follows a scheme without a "/" ("mailto:") is opaque and has no path.
   if (!url.scheme.empty() && !hasAuthority && !text.starts_with('/')) return url;
-  url.path = percentDecoded(text);
+  url.path = decodedComponent(text);
   while (url.path.size() > 1 && url.path.ends_with('/')) url.path.pop_back();
   return url;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/file_name.h"
+#include "base/percent_encoding.h"
 #include "platform/linux/glib/utf8.h"
 #include "platform/linux/http/media_type.h"
 
@@ -69,8 +70,9 @@ Name nameByAddress(const std::string &address) {
     return {host != nullptr ? host : "", true};
   }
   const std::string component = path.substr(path.rfind('/') + 1);
-  const Characters decoded(g_uri_unescape_string(component.c_str(), nullptr), g_free);
-  return {decoded && isUtf8(decoded.get()) ? decoded.get() : component};
+  const auto decoded = percentDecoded(component);
+  const bool isText = decoded && isUtf8(*decoded) && decoded->find('\0') == std::string::npos;
+  return {isText ? *decoded : component};
 }
 
 bool hasExtension(std::string_view name) {

@@ -7,17 +7,11 @@
 
 namespace orvel {
 
-namespace {
-
-constexpr NSUInteger maxFileSize = 128'000;  // bytes
-
-}  // namespace
-
 std::optional<PlistTexts> readPlistTexts(const std::string &path) {
   NSData *bytes = [NSData dataWithContentsOfURL:fileUrl(path)
                                         options:NSDataReadingMappedIfSafe
                                           error:nil];
-  if (bytes == nil || bytes.length > maxFileSize) return std::nullopt;
+  if (bytes == nil || bytes.length > maxPropertyListSize) return std::nullopt;
   id top = [NSPropertyListSerialization propertyListWithData:bytes
                                                      options:NSPropertyListImmutable
                                                       format:nil
