@@ -14,11 +14,11 @@ namespace orvel {
 enum class NavigationConsequence;
 struct UpdateManifest;
 
-/// The one object of the application: what it holds and what it can do. Made
-/// once, kept by a shared pointer until the process ends. Main thread only,
-/// but for the members that say otherwise.
+/// The application's state and operations. There is one instance, owned by a
+/// shared pointer until the process ends. Main thread only, except for the members
+/// that say otherwise.
 ///
-/// Each operation is defined in the file of its subsystem.
+/// Each member function is defined in the file of its subsystem.
 class AppDelegate final : public ApplicationDelegate,
                           public WebViewDelegate,
                           public std::enable_shared_from_this<AppDelegate> {
@@ -26,20 +26,21 @@ class AppDelegate final : public ApplicationDelegate,
   /// Reads the app key from the bundle.
   AppDelegate(const Settings &settings, const Platform &platform);
 
-  /// The web view and the window that shows it, made at launch and kept; the
-  /// view goes last, for the window needs it.
+  /// The web view and the window that shows it, created at launch. The view is
+  /// declared first, so that it outlives the window.
   std::unique_ptr<WebView> web;
   std::unique_ptr<Window> window;
-  /// The local OS server that was launched last; it may have exited since.
+  /// The local OS server that was launched last. It may have exited.
   std::shared_ptr<ChildProcess> server;
-  /// The application stops the server on purpose: its exit is no failure.
+  /// Whether the application stops the server on purpose. Its exit is then not
+  /// reported as a failure.
   bool quitting = false;
-  /// Tells the server that a request comes from this application.
+  /// The key by which the server recognizes requests of this application.
   const std::string appSleutel;
 
   // app/main_window.cc
   void applicationDidFinishLaunching() override;
-  /// Shows a message in place of the page. The text is taken as HTML.
+  /// Shows a message, which is HTML, in place of the page.
   void showError(std::string_view message);
   void reloadPage() override;
   void webViewWebContentProcessDidTerminate() override;
@@ -52,32 +53,33 @@ class AppDelegate final : public ApplicationDelegate,
   bool applicationShouldTerminateAfterLastWindowClosed() override;
 
   // server/node_discovery.cc
-  /// The path of the node executable; a likely one when none was found. May
-  /// block on a shell that reads the user's settings.
+  /// Returns the path of the node executable, or the usual path when none was found.
+  /// May block on a shell that reads the user's configuration files.
   std::string nodePath();
 
   // server/stale_server.cc
-  /// Ends OS servers of this data root that still listen on the local port,
-  /// and waits until the port is free, 4 seconds at the most.
+  /// Stops the OS servers of this data root that still listen on the local port.
+  /// Then waits until the port is free, at most 4 seconds.
   void killStaleServer();
 
   // server/launch.cc
-  /// Launches the OS server of the data root. A failure shows on the error
-  /// page. Blocks for the clean-up and the look-up that go before.
+  /// Calls killStaleServer and nodePath, both of which block, and launches the OS
+  /// server of the data root. Shows the error page when the launch fails.
   void startServer();
 
   // server/readiness.cc
-  /// Brings the OS into the web view: starts the local server when it is
-  /// needed, and waits until the address answers.
+  /// Starts the local server when it is needed, waits until the server address
+  /// answers, and then loads it into the web view.
   void openOS();
-  /// Sends probe number `tries` and goes on from its answer.
+  /// Sends probe number `tries`, counted from 0. Depending on the response, loads the
+  /// OS, sends the next probe after a pause or shows the error page.
   void waitForServer(int tries);
 
   // web/server_address.cc
-  /// The address of the OS server, ending in "/"; read afresh each time. Any
-  /// thread.
+  /// Returns the address of the OS server, which ends in "/". Reads it from the user
+  /// defaults at each call. Any thread.
   std::string baseURL() const;
-  /// Whether the address is one of this machine. Any thread.
+  /// Returns whether the OS server runs on this machine. Any thread.
   bool lokaal() const;
   /// Returns a request that carries the app key. Redirects to another origin do not
   /// get the key (isSameOriginOrUpgrade). Any thread.
@@ -98,16 +100,16 @@ class AppDelegate final : public ApplicationDelegate,
                                  std::function<void(bool)> completion) override;
 
   // web/downloads.cc
-  /// Downloads a file of the server with the web view's cookies, puts it into
-  /// the user's Downloads folder and opens it. Returns at once; a failure shows
-  /// nowhere.
+  /// Downloads a file of the server with the web view's cookies, saves it in the
+  /// user's Downloads folder and opens it. Returns at once. A failure is not reported.
   void bewaarEnOpen(const Url &url);
 
   // update/update_check.cc
-  /// Looks for a newer release. A silent check (`stil`) reports nothing.
+  /// Checks for a newer release and installs it. A silent check (`stil`) shows no
+  /// alert of its own.
   void zoekUpdate(bool stil);
   void zoekUpdateMenu() override;
-  /// Shows a notice with one button.
+  /// Shows an alert with one button.
   void melding(const std::string &text);
 
   // update/installation.cc
@@ -117,12 +119,13 @@ class AppDelegate final : public ApplicationDelegate,
   void installeer(const Url &archive, const std::string &versie);
 
  private:
-  /// What every page load of the OS uses: no key, which the cookie carries.
+  /// Returns the request that loads the OS. It has no key header, because the cookie
+  /// carries the key.
   UrlRequest pageRequest() const;
   void serverDidExit(const std::shared_ptr<ChildProcess> &task);
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
   void showOS();
-  void useAddress(const std::string &typed);
+  void useAddress(const std::string &input);
   void perform(NavigationConsequence consequence, const Url &url);
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
   void showUpdateNotice(const std::string &versie);

@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// Ends the process: going on would show the user something wrong. Writes the
-/// reason to standard error.
+/// Writes the reason to standard error and aborts the process. For a broken invariant,
+/// after which the application would show the user something wrong.
 [[noreturn]] void fatalError(std::string_view reason);
 
 }  // namespace orvel

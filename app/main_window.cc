@@ -12,27 +12,29 @@ using namespace std::chrono_literals;
 void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
-  WebViewConfiguration configuration;
-  configuration.persistentDataStore = true;
-  configuration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
-  configuration.developerExtrasEnabled = true;
-  configuration.drawsBackground = false;
-  configuration.inspectable = true;
+  WebViewConfiguration webConfiguration;
+  webConfiguration.persistentDataStore = true;
+  webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
+  webConfiguration.developerExtrasEnabled = true;
+  webConfiguration.drawsBackground = false;
+  webConfiguration.inspectable = true;
 
-  WindowConfiguration style;
-  style.contentRect = platform_.windows.mainScreenVisibleFrame().value_or(Rect{0, 0, 1440, 900});
-  style.fullSizeContentView = true;
-  style.title = "Orvel OS";
-  style.titlebarTransparent = true;
-  style.titleVisible = false;
-  // The tone of the pages (#07090c), so that nothing flashes before they paint.
-  style.backgroundColor = Color{0.027, 0.035, 0.047, 1.0};
-  style.minimumWidth = 1000;
-  style.minimumHeight = 660;
-  style.frameAutosaveName = "ORVELOSMain";
-  WebWindow made = platform_.windows.create(style, configuration, *this);
-  web = std::move(made.web);
-  window = std::move(made.window);
+  WindowConfiguration windowConfiguration;
+  windowConfiguration.contentRect =
+      platform_.windows.mainScreenVisibleFrame().value_or(Rect{0, 0, 1440, 900});
+  windowConfiguration.fullSizeContentView = true;
+  windowConfiguration.title = "Orvel OS";
+  windowConfiguration.titlebarTransparent = true;
+  windowConfiguration.titleVisible = false;
+  // The background color of the pages (#07090c), so that the window does not flash
+  // before the first paint.
+  windowConfiguration.backgroundColor = Color{0.027, 0.035, 0.047, 1.0};
+  windowConfiguration.minimumWidth = 1000;
+  windowConfiguration.minimumHeight = 660;
+  windowConfiguration.frameAutosaveName = "ORVELOSMain";
+  WebWindow created = platform_.windows.create(windowConfiguration, webConfiguration, *this);
+  web = std::move(created.web);
+  window = std::move(created.window);
 
   window->makeKeyAndOrderFront();
   platform_.application.activate();
@@ -66,7 +68,7 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
-// The web view makes this call, so `web` is not null.
+// The web view calls this, so `web` is not null.
 void AppDelegate::webViewWebContentProcessDidTerminate() { web->reload(); }
 
 }  // namespace orvel

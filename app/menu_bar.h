@@ -6,8 +6,8 @@
 
 namespace orvel {
 
-/// The application's menus, left to right. There is deliberately no "Close":
-/// closing the only window quits.
+/// Returns the application's menus, from left to right. There is no "Close" item,
+/// because closing the only window quits.
 std::vector<Menu> menuBarDescription();
 
 }  // namespace orvel

@@ -5,11 +5,11 @@
 
 namespace orvel {
 
-/// The empty page in the window's own dark tone, shown until the OS is there.
+/// The page that is shown until the OS is ready: empty, in the window's background
+/// color.
 extern const std::string_view blankPage;
 
-/// The page that shows one message. The message is put in as it stands, so
-/// markup in it counts.
+/// Returns a page that shows a message. The message is HTML and is not escaped.
 std::string errorPage(std::string_view message);
 
 }  // namespace orvel

@@ -8,12 +8,12 @@ namespace orvel {
 
 namespace {
 
-/// The emptied log, or null when it cannot be written.
-std::shared_ptr<FileHandle> emptiedLog(const std::string &folder) {
+/// Creates or truncates the log file. Returns null when it cannot be written.
+std::shared_ptr<FileHandle> openEmptyLog(const std::string &folder) {
   std::error_code ignored;
   std::filesystem::create_directories(folder, ignored);
   const std::string path = folder + "/server.log";
-  // Opening a pipe would wait for its reader.
+  // open(2) blocks on a FIFO until it has a reader.
   if (std::filesystem::is_fifo(path, ignored)) return nullptr;
   std::ofstream(path, std::ios::trunc).close();
   return FileHandle::forWriting(path);
@@ -32,7 +32,7 @@ void AppDelegate::startServer() {
       {"PORT", std::to_string(settings_.LOCAL_PORT)},
       {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"},
   };
-  if (auto log = emptiedLog(settings_.ROOT + "/v3/.local")) {
+  if (auto log = openEmptyLog(settings_.ROOT + "/v3/.local")) {
     request.standardOutput = {StandardStream::Kind::handle, log};
     request.standardError = {StandardStream::Kind::handle, log};
   }

@@ -14,10 +14,10 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto probeTimeout = 3s;
-constexpr auto localPause = 250ms;
-constexpr auto onlinePause = 2000ms;
-constexpr int lastLocalRetry = 59;
-constexpr int lastOnlineRetry = 7;
+constexpr auto localProbeInterval = 250ms;
+constexpr auto onlineProbeInterval = 2000ms;
+constexpr int maxLocalRetries = 60;
+constexpr int maxOnlineRetries = 8;
 constexpr auto cookieLifetime = 157'680'000s;
 
 }  // namespace
@@ -37,7 +37,7 @@ std::optional<Cookie> keyCookie(std::string_view address, bool local, const std:
 }
 
 void AppDelegate::openOS() {
-  // Nobody would stop a server that were started now.
+  // A server started while quitting would be orphaned.
   if (quitting) return;
   if (!lokaal()) {
     waitForServer(0);
@@ -54,7 +54,7 @@ void AppDelegate::openOS() {
 }
 
 void AppDelegate::waitForServer(int tries) {
-  // A server that died or never started has already been reported.
+  // The exit or the failed launch of the server has already been reported.
   if (lokaal() && (!server || !server->isRunning())) return;
 
   const auto url = Url::parse(baseURL() + "api/wie");
@@ -74,13 +74,13 @@ void AppDelegate::handleProbe(const std::optional<HttpResponse> &response, int t
     showOS();
     return;
   }
-  if (tries > (lokaal() ? lastLocalRetry : lastOnlineRetry)) {
+  if (tries >= (lokaal() ? maxLocalRetries : maxOnlineRetries)) {
     showError(lokaal() ? "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log."
                        : "Geen verbinding met " + baseURL() +
                              ". Check je internet en probeer opnieuw met ⌘R.");
     return;
   }
-  platform_.mainQueue.after(lokaal() ? localPause : onlinePause,
+  platform_.mainQueue.after(lokaal() ? localProbeInterval : onlineProbeInterval,
                             [self = shared_from_this(), tries] { self->waitForServer(tries + 1); });
 }
 
@@ -91,7 +91,7 @@ void AppDelegate::showOS() {
     web->load(pageRequest());
     return;
   }
-  // The page's first request must carry the key already.
+  // The first request of the page must already carry the key.
   web->cookieStore().set(*cookie,
                          [self = shared_from_this()] { self->web->load(self->pageRequest()); });
 }

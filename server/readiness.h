@@ -9,9 +9,9 @@
 
 namespace orvel {
 
-/// The cookie that tells the server that a page belongs to this application,
-/// for the host of a server address. Nothing when there is no host or no key:
-/// such a cookie could never be sent.
+/// Returns the cookie that carries the app key, for the host of a server address.
+/// Returns nullopt when the address has no host or the key is empty, because such a
+/// cookie would never be sent.
 std::optional<Cookie> keyCookie(std::string_view address, bool local, const std::string &key,
                                 std::chrono::system_clock::time_point now);
 

@@ -17,7 +17,8 @@ std::string sh(ProcessLauncher &launcher, std::string_view commandLine) {
     request.standardError = {StandardStream::Kind::null, nullptr};
     process = launcher.launch(request).process;
   }
-  // Our own writing end is gone with the request: reading ends with the shell.
+  // The request held this process's writing end of the pipe. With that end closed,
+  // reading ends when the shell has exited.
   if (!process) return "";
   process->waitUntilExit();
   return trimmedText(pipe->reading->readToEnd()).value_or("");

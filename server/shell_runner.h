@@ -7,14 +7,14 @@
 
 namespace orvel {
 
-/// Runs a command line in zsh syntax and gives what it printed, without white
-/// space and line breaks at both ends. The empty text stands for every
-/// failure: no shell, output that is not UTF-8. The exit status and standard
-/// error are not looked at. Blocks until the command has ended; jobs that it
-/// leaves in the background with their output redirected are not waited for.
-/// Any thread.
+/// Runs a command line in zsh and returns its standard output without leading and
+/// trailing white space. Returns the empty text on every failure, which includes output
+/// that is not UTF-8. Ignores the exit status and standard error. Blocks until the
+/// command has ended, but not for background jobs whose output is redirected. Any
+/// thread.
 ///
-/// For commands that print little: one that fills the pipe blocks for ever.
+/// The output must fit into a pipe's buffer, because it is read after the command has
+/// ended: a command that fills the pipe deadlocks.
 std::string sh(ProcessLauncher &launcher, std::string_view commandLine);
 
 }  // namespace orvel

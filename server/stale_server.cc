@@ -10,8 +10,8 @@ namespace orvel {
 
 namespace {
 
-constexpr int releasePasses = 40;
-constexpr std::chrono::milliseconds releasePause{100};
+constexpr int maxPortChecks = 40;
+constexpr std::chrono::milliseconds portCheckInterval{100};
 
 std::vector<std::string> linesOf(const std::string &output) {
   std::vector<std::string> lines;
@@ -34,7 +34,7 @@ void AppDelegate::killStaleServer() {
   bool killed = false;
   for (const std::string &pid : linesOf(sh(processes, listing))) {
     const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
-    // Only a server of this data root is ours to stop.
+    // Other programs, and servers of another data root, keep running.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
     if (commandLine.find(settings_.ROOT) == std::string::npos) continue;
     sh(processes, "kill " + pid);
@@ -42,9 +42,9 @@ void AppDelegate::killStaleServer() {
   }
   if (!killed) return;
 
-  for (int pass = 0; pass < releasePasses; ++pass) {
+  for (int check = 0; check < maxPortChecks; ++check) {
     if (sh(processes, listing).empty()) return;
-    platform_.clock.sleep(releasePause);
+    platform_.clock.sleep(portCheckInterval);
   }
 }
 

@@ -15,23 +15,23 @@ namespace orvel {
 
 namespace {
 
-constexpr const char *identityKey = "CFBundleIdentifier";
+constexpr const char *bundleIdentifierKey = "CFBundleIdentifier";
 
-std::optional<std::string> identityOf(const PlistTexts &information) {
-  const auto found = information.find(identityKey);
+std::optional<std::string> bundleIdentifier(const PlistTexts &information) {
+  const auto found = information.find(bundleIdentifierKey);
   if (found == information.end()) return std::nullopt;
   return found->second;
 }
 
-/// Runs a command of the platform and ignores its outcome. Blocks.
+/// Runs a command and ignores its result. Blocks.
 void runCommand(const Platform &platform, const ShellCommand &command,
                 const std::vector<std::string> &paths) {
   if (command.isEmpty()) return;
-  // A command that cannot be quoted counts as one that failed.
+  // A path that cannot be quoted is ignored like a failed command.
   if (const auto line = commandLine(command, paths)) sh(platform.processes, *line);
 }
 
-/// Unpacks a release archive into a folder and ignores the outcome. Blocks.
+/// Unpacks a release archive into a folder and ignores the result. Blocks.
 void unpack(const Platform &platform, const std::string &archive, const std::string &folder) {
   if (platform.unpacker == nullptr) {
     runCommand(platform, platform.names.unpack, {archive, folder});
@@ -42,14 +42,14 @@ void unpack(const Platform &platform, const std::string &archive, const std::str
   if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
 }
 
-/// Unpacks a release, checks it and puts it in the place of the running application.
+/// Unpacks a release, verifies it and replaces the running application by it.
 /// Returns whether the application was replaced. Blocks; any thread but the main thread.
 bool replaceBundle(const Platform &platform, const std::string &archive,
                    const std::string &versie) {
   const std::string temporary = platform.locations.temporary();
   const auto folder = workingFolder(temporary, versie);
   if (!folder) return false;
-  // What another instance unpacks there would be taken from under it.
+  // Otherwise this would remove a folder that another instance is unpacking into.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
   std::error_code ignored;
@@ -62,7 +62,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive,
   const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
   if (!information) return false;
   // Only a release of the same application may replace it.
-  if (identityOf(*information) != platform.bundle.infoText(identityKey)) return false;
+  if (bundleIdentifier(*information) != platform.bundle.infoText(bundleIdentifierKey)) return false;
 
   runCommand(platform, platform.names.clearQuarantine, {unpacked});
   return platform.locations.replaceItem(platform.bundle.path(), unpacked);

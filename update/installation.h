@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// Where a release is unpacked: a folder of its own for each version. Nothing
-/// for a version by whose text the folder would lie elsewhere.
+/// Returns the folder into which a release is unpacked, one for each version, or nullopt
+/// when the version text would lead out of the temporary folder. Any thread.
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
 
 }  // namespace orvel

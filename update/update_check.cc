@@ -36,20 +36,20 @@ void AppDelegate::zoekUpdate(bool stil) {
   request.timeout = manifestTimeout;
   platform_.http.dataTask(
       request, [self = shared_from_this(), stil, url = *manifest](const DataReply &reply) {
-        const bool answered = reply.response && reply.response->statusCode == 200 && reply.body;
-        self->handleManifest(answered ? readManifest(*reply.body) : std::nullopt, url, stil);
+        const bool succeeded = reply.response && reply.response->statusCode == 200 && reply.body;
+        self->handleManifest(succeeded ? readManifest(*reply.body) : std::nullopt, url, stil);
       });
 }
 
 void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url,
                                  bool stil) {
-  const auto tell = [&](const std::string &text) {
+  const auto report = [&](const std::string &text) {
     if (stil) return;
     platform_.mainQueue.post([self = shared_from_this(), text] { self->melding(text); });
   };
-  if (!manifest) return tell("Kon niet controleren op updates.");
+  if (!manifest) return report("Kon niet controleren op updates.");
   if (!nieuwer(manifest->versie, settings_.VERSIE)) {
-    return tell("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
+    return report("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
   }
   const auto archive = Url::resolve(manifest->zip, url);
   if (!archive) fatalError("the address of the release is no URL: " + manifest->zip);

@@ -6,15 +6,15 @@
 
 namespace orvel {
 
-/// What a server tells of the newest release.
+/// A server's description of the newest release.
 struct UpdateManifest {
   std::string versie;
-  /// Where the archive is, absolute or relative to the manifest.
+  /// The URL of the archive, absolute or relative to the manifest.
   std::string zip;
 };
 
-/// Reads a manifest: a JSON object whose members "versie" and "zip" are texts.
-/// Nothing for anything else. Any thread.
+/// Reads a manifest, a JSON object whose members "versie" and "zip" are strings. Returns
+/// nullopt for anything else. Any thread.
 std::optional<UpdateManifest> readManifest(std::string_view json);
 
 }  // namespace orvel

@@ -13,7 +13,7 @@ namespace orvel {
 namespace {
 
 std::int64_t numberOf(std::string_view piece) {
-  // The library reads a "-" itself, but no "+".
+  // std::from_chars accepts a leading "-" but not a "+".
   if (piece.starts_with('+')) {
     piece.remove_prefix(1);
     if (piece.starts_with('-')) return 0;

@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// Whether a version is later than another. Versions are numbers between full
-/// stops, compared one by one; what is no number of 64 bits counts as 0, and so
-/// does a number that is missing. Any thread.
+/// Returns whether a version (`kandidaat`) is later than another (`dan`). Splits both at
+/// their full stops and compares the numbers one by one. A missing number and text that
+/// is not a signed 64-bit number count as 0. Any thread.
 bool nieuwer(std::string_view kandidaat, std::string_view dan);
 
 }  // namespace orvel

@@ -7,10 +7,10 @@
 namespace orvel {
 
 std::string_view trimSpacesAndTabs(std::string_view text) {
-  constexpr std::string_view blanks = " \t";
-  const auto begin = text.find_first_not_of(blanks);
+  constexpr std::string_view spaces = " \t";
+  const auto begin = text.find_first_not_of(spaces);
   if (begin == std::string_view::npos) return "";
-  return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+  return text.substr(begin, text.find_last_not_of(spaces) + 1 - begin);
 }
 
 bool isServerAddress(std::string_view text) {
@@ -30,12 +30,12 @@ void AppDelegate::kiesAdres() {
   });
 }
 
-void AppDelegate::useAddress(const std::string &typed) {
-  const std::string_view address = trimSpacesAndTabs(typed);
+void AppDelegate::useAddress(const std::string &input) {
+  const std::string_view address = trimSpacesAndTabs(input);
   if (!isServerAddress(address)) {
-    Alert refusal;
-    refusal.messageText = "Dat is geen geldig adres.";
-    platform_.panels.runModal(refusal, [](const AlertAnswer &) {});
+    Alert error;
+    error.messageText = "Dat is geen geldig adres.";
+    platform_.panels.runModal(error, [](const AlertAnswer &) {});
     return;
   }
   platform_.defaults.setText("osURL", address);

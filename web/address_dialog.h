@@ -4,11 +4,11 @@
 
 namespace orvel {
 
-/// A text without the blanks and tabs at both ends. Line breaks stay.
+/// Returns the text without leading and trailing spaces and tabs. Keeps line breaks.
 std::string_view trimSpacesAndTabs(std::string_view text);
 
-/// Whether a text may be stored as the address of the OS server: a URL with
-/// the scheme http or https, in these letters.
+/// Returns whether a text is a valid address for the OS server: a URL with the scheme
+/// "http" or "https" in lower case.
 bool isServerAddress(std::string_view text);
 
 }  // namespace orvel

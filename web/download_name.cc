@@ -8,24 +8,25 @@ namespace orvel {
 
 namespace {
 
-// What the common file systems allow (NAME_MAX).
-constexpr std::size_t longestName = 255;
+// In bytes: NAME_MAX of the common file systems.
+constexpr std::size_t maxNameSize = 255;
 
-/// The longest part of a UTF-8 text that ends with a whole character.
-std::string_view shortened(std::string_view text, std::size_t most) {
-  if (text.size() <= most) return text;
+/// Truncates a UTF-8 text to at most `maxSize` bytes without splitting a character.
+std::string_view truncated(std::string_view text, std::size_t maxSize) {
+  if (text.size() <= maxSize) return text;
   const auto isContinuation = [](char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
   };
-  while (most > 0 && isContinuation(text[most])) --most;
-  return text.substr(0, most);
+  while (maxSize > 0 && isContinuation(text[maxSize])) --maxSize;
+  return text.substr(0, maxSize);
 }
 
+/// Joins the parts of a file name. Truncates the stem when the name would be too long.
 std::string joined(std::string_view stem, std::string_view middle, std::string_view extension) {
   const std::size_t fixed = middle.size() + extension.size();
-  // An extension that long is none that anybody would miss.
-  if (fixed >= longestName) return joined(stem, middle, "");
-  std::string name(shortened(stem, longestName - fixed));
+  // Drop an extension that leaves no room for the stem.
+  if (fixed >= maxNameSize) return joined(stem, middle, "");
+  std::string name(truncated(stem, maxNameSize - fixed));
   name += middle;
   name += extension;
   return name;
@@ -35,14 +36,14 @@ bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('\0') == std::string_view::npos;
 }
 
-/// An encoded "/" belongs to a component, so that it is cut off before it is
-/// decoded.
+/// Returns the decoded last path component, or the empty text when there is none. Splits
+/// before it decodes, because an encoded "/" is part of a component.
 std::string lastComponent(const Url &url) {
   if (url.path.empty() || url.path == "/") return "";
   std::string_view address = url.absoluteString;
   address = address.substr(0, address.find_first_of("?#"));
   while (address.ends_with('/')) address.remove_suffix(1);
-  // A relative address may have no other component before it.
+  // A relative URL may consist of this component alone.
   const std::string component(address.substr(address.rfind('/') + 1));
   const auto decoded = Url::parse("/" + component);
   return decoded && !decoded->path.empty() ? decoded->path.substr(1) : "";
@@ -55,9 +56,9 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
     std::replace(name.begin(), name.end(), '/', '-');
     if (!isFileName(name)) continue;
     const auto [stem, extension] = splitFileName(name);
-    std::string fitting = joined(stem, "", extension);
-    // Shortening a stem without one complete character leaves it empty.
-    if (isFileName(fitting)) return fitting;
+    std::string limited = joined(stem, "", extension);
+    // Truncation empties a stem that contains no complete character.
+    if (isFileName(limited)) return limited;
   }
   return "unknown";
 }

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int firstNumber = 2;
 
-std::string_view withoutStopsAround(std::string_view domain) {
+std::string_view trimFullStops(std::string_view domain) {
   const auto begin = domain.find_first_not_of('.');
   if (begin == std::string_view::npos) return "";
   return domain.substr(begin, domain.find_last_not_of('.') + 1 - begin);
@@ -27,7 +27,7 @@ bool isControl(char character) {
 
 bool hasControl(std::string_view text) { return std::any_of(text.begin(), text.end(), isControl); }
 
-/// A symbolic link counts whether or not it leads anywhere.
+/// Returns whether something exists at the path, which includes a dangling symbolic link.
 bool isTaken(const std::string &path) {
   std::error_code ignored;
   return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
@@ -44,11 +44,11 @@ void saveDownload(const Platform &platform, const std::string &temporaryFile,
   MoveResult result;
   do {
     while (isTaken(path)) path = folder + numberedName(name, number++);
-    // Another download may have taken the name since.
+    // Another download may have taken the name since the check.
     result = moveFile(temporaryFile, path);
   } while (result == MoveResult::destinationExists);
 
-  // A move that failed is not told apart: there is nothing to open then.
+  // After a failed move there is no file at the path, so openFile has no effect.
   platform.mainQueue.post([&workspace = platform.workspace, path] { workspace.openFile(path); });
 }
 
@@ -58,7 +58,7 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
   std::string header;
   if (host.empty()) return header;
   for (const Cookie &cookie : cookies) {
-    if (!host.ends_with(withoutStopsAround(cookie.domain))) continue;
+    if (!host.ends_with(trimFullStops(cookie.domain))) continue;
     if (hasControl(cookie.name) || hasControl(cookie.value)) continue;
     if (!header.empty()) header += "; ";
     header += cookie.name + "=" + cookie.value;

@@ -13,8 +13,7 @@ constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mail
 constexpr std::string_view exportPath = "/api/export";
 constexpr std::string_view filePrefix = "/api/bestand/";
 
-// An address ends in "/", so that one with a host is the beginning of no other
-// host's.
+// The address ends in "/", so that a prefix match cannot match another host.
 bool isOnServer(const Url &url, std::string_view baseURL) {
   return url.absoluteString.starts_with(baseURL);
 }

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// What takes the place of a navigation.
+/// The action that replaces a cancelled navigation.
 enum class NavigationConsequence {
   none,
   /// The user's default application opens the URL.
@@ -23,13 +23,14 @@ struct NavigationDecision {
   bool operator==(const NavigationDecision &) const = default;
 };
 
-/// Decides a navigation. The web view shows the server whose address `baseURL`
-/// is, which ends in "/", and nothing else; of that server it does not show
-/// what is there to be kept, unless inside an embedded frame.
+/// Decides on a navigation. The web view shows only pages of the server at `baseURL`,
+/// which ends in "/", and "about:" pages. Other URLs open outside the application, and
+/// exports and files of the server are downloaded; a file in an embedded frame is shown
+/// there. Any thread.
 NavigationDecision decideNavigation(const NavigationAction &action, std::string_view baseURL);
 
-/// Decides what becomes of a URL that was to have a window of its own: there is
-/// but one window.
+/// Decides on a URL that a page opens in a new window: the application has only one
+/// window, so the URL is downloaded or opened outside. Any thread.
 NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL);
 
 }  // namespace orvel

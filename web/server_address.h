@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// Whether a server address is one of this machine: plain http to 127.0.0.1 or
-/// localhost with a port, in exactly these letters.
+/// Returns whether a server address is on this machine: whether it begins with
+/// "http://127.0.0.1:" or "http://localhost:". Case-sensitive. Any thread.
 bool isLocalAddress(std::string_view address);
 
 }  // namespace orvel
