@@ -29,7 +29,7 @@ constexpr int hexDigitValue(char digit) {
   return 10 + (digit >= 'a' ? digit - 'a' : digit - 'A');
 }
 
-/// Compares two texts, ignoring the case of ASCII letters. Any thread.
+/// Returns whether two texts are equal except for the case of ASCII letters.
 constexpr bool equalIgnoringAsciiCase(std::string_view one, std::string_view other) {
   const auto lowerCase = [](char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')

@@ -7,8 +7,8 @@
 
 namespace orvel {
 
-/// An open file descriptor that is closed with its last owner. No child
-/// process inherits it unless it is handed over as a standard stream.
+/// An open file descriptor, closed on destruction. Child processes inherit it only as a
+/// standard stream.
 class FileHandle {
  public:
   /// Takes ownership of a descriptor.
@@ -19,14 +19,15 @@ class FileHandle {
 
   int descriptor() const { return descriptor_; }
 
-  /// Opens an existing file for writing at its start. Null when it cannot be
-  /// opened. Any thread.
+  /// Opens an existing file for writing from its beginning. Returns null when it cannot
+  /// be opened. Any thread.
   static std::shared_ptr<FileHandle> forWriting(const std::string &path);
 
-  /// Reads to the end of the stream, waiting for it. What was read before an
-  /// error is returned.
+  /// Reads until end of file, which may block. On an error, returns the bytes read so
+  /// far.
   std::string readToEnd();
-  /// Writes all of a text. False when that fails.
+  /// Writes a text completely. Returns false on failure, after which a part of it may
+  /// have been written.
   bool write(std::string_view text);
 
  private:
@@ -38,7 +39,8 @@ struct Pipe {
   std::shared_ptr<FileHandle> reading;
   std::shared_ptr<FileHandle> writing;
 
-  /// Nothing when the process is out of descriptors. Any thread.
+  /// Creates a pipe. Returns nullopt when the process has no free descriptors. Any
+  /// thread.
   static std::optional<Pipe> create();
 };
 

@@ -11,8 +11,8 @@ enum class MoveResult {
   failed,
 };
 
-/// Moves a file to a path at which nothing lies. It appears there whole or not
-/// at all, and never in place of another. Any thread; may block on the disk.
+/// Moves a file to a path that does not exist. The file appears there complete or not at
+/// all, and never replaces another file. Any thread; may block on the disk.
 MoveResult moveFile(const std::string &from, const std::string &to);
 
 }  // namespace orvel

@@ -7,8 +7,9 @@ namespace orvel {
 
 namespace {
 
-/// Foundation's list: the blank, and the marks, embeddings, overrides and
-/// isolates of the Unicode bidirectional algorithm. The escapes cannot reorder this text.
+/// Foundation's list of characters that no extension contains: the space, and the marks,
+/// embeddings, overrides and isolates of the Unicode bidirectional algorithm (UAX 9).
+/// Written as escapes, so that they cannot reorder this source text.
 // NOLINTBEGIN(misc-misleading-bidirectional)
 constexpr std::array<std::string_view, 13> outsideExtensions{
     " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",

@@ -7,16 +7,16 @@
 
 namespace orvel {
 
-/// Keeps a folder for one holder at a time, in this process or in any other,
-/// until it goes (flock). Any thread; waits for another holder no longer than
-/// it is told to.
+/// An exclusive lock on a folder (flock), held until destruction. Excludes other locks
+/// in this process and in other processes. Any thread.
 class FolderLock {
  public:
+  /// Locks the folder. Blocks until the lock is free or the timeout has passed.
   explicit FolderLock(const std::string &folder,
-                      std::chrono::milliseconds patience = std::chrono::milliseconds(0));
+                      std::chrono::milliseconds timeout = std::chrono::milliseconds(0));
 
-  /// Whether somebody else holds the folder still. A folder that cannot be
-  /// opened nobody holds.
+  /// Returns whether the timeout passed while another holder kept the lock. A folder that
+  /// cannot be opened counts as unlocked.
   bool isHeldElsewhere() const { return isHeldElsewhere_; }
 
  private:

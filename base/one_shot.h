@@ -8,20 +8,20 @@
 
 namespace orvel {
 
-/// Wraps a handler that must be called exactly once: WebKit raises an exception
-/// when one is dropped or called again. The first call reaches the handler,
-/// further ones do not, and when the last copy goes without a call the handler
-/// gets the fallback. The types of the answer are named by the caller. One thread
-/// only.
-template <typename... Answer>
-std::function<void(Answer...)> oneShot(std::type_identity_t<std::function<void(Answer...)>> handler,
-                                       std::type_identity_t<Answer>... fallback) {
+/// Wraps a completion handler so that it is called exactly once: WebKit raises an
+/// exception when a handler is called twice or never. The first call is passed on and
+/// later calls are ignored. When the last copy is destroyed without a call, the handler
+/// gets the fallback. The caller names the argument types. Not thread-safe.
+template <typename... Arguments>
+std::function<void(Arguments...)> oneShot(
+    std::type_identity_t<std::function<void(Arguments...)>> handler,
+    std::type_identity_t<Arguments>... fallback) {
   struct State {
-    std::function<void(Answer...)> handler;
-    std::tuple<Answer...> fallback;
+    std::function<void(Arguments...)> handler;
+    std::tuple<Arguments...> fallback;
 
-    State(std::function<void(Answer...)> call, Answer... unanswered)
-        : handler(std::move(call)), fallback(std::move(unanswered)...) {}
+    State(std::function<void(Arguments...)> call, Arguments... defaults)
+        : handler(std::move(call)), fallback(std::move(defaults)...) {}
     ~State() {
       if (handler) std::apply(handler, fallback);
     }
@@ -29,9 +29,9 @@ std::function<void(Answer...)> oneShot(std::type_identity_t<std::function<void(A
     State &operator=(const State &) = delete;
   };
   auto state = std::make_shared<State>(std::move(handler), std::move(fallback)...);
-  return [state](Answer... answer) {
-    // Taken out first: the handler may come back here.
-    if (const auto call = std::exchange(state->handler, nullptr)) call(std::move(answer)...);
+  return [state](Arguments... arguments) {
+    // Cleared before the call, because the handler may call this function again.
+    if (const auto call = std::exchange(state->handler, nullptr)) call(std::move(arguments)...);
   };
 }
 

@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// A command line for the shell. The paths are inserted between the two parts, in
-/// single quotes and separated by spaces.
+/// A shell command. The paths are inserted between the two parts, in single quotes and
+/// separated by spaces.
 struct ShellCommand {
   std::string_view before;
   std::string_view after;

@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// Whether a folder lies at the path, and not a link to one, which could lead to
-/// anything. Any thread.
+/// Returns whether the path is a folder and not a symbolic link, which could point to any
+/// folder. Any thread.
 inline bool isRealFolder(const std::filesystem::path &path) {
   std::error_code ignored;
   return std::filesystem::is_directory(std::filesystem::symlink_status(path, ignored));

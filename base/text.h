@@ -7,16 +7,15 @@
 
 namespace orvel {
 
-/// Takes bytes as UTF-8 and gives the text without white space and line breaks
-/// at both ends, as the platform's Unicode library knows them: blanks, tabs,
-/// line feeds, carriage returns and the other space and line separators.
-/// Nothing when the bytes are not UTF-8. Any thread.
+/// Returns UTF-8 text without leading and trailing white space and line breaks, as
+/// the platform's Unicode library defines them: spaces, tabs, line feeds, carriage
+/// returns and the other Unicode separators. Returns nullopt when the bytes are not
+/// UTF-8. Any thread.
 std::optional<std::string> trimmedText(std::string_view bytes);
 
-/// Splits UTF-8 at its full stops, as the platform's Unicode library sees
-/// characters: a full stop that is part of a larger user-perceived character
-/// (one with a combining mark) does not split. Empty pieces are left out. Any
-/// thread.
+/// Splits UTF-8 text at its full stops and leaves out empty pieces. A full stop that is
+/// part of a longer grapheme cluster (UAX 29), such as one with a combining mark, does
+/// not split. The platform's Unicode library finds the clusters. Any thread.
 std::vector<std::string> splitAtFullStops(std::string_view text);
 
 }  // namespace orvel

@@ -6,23 +6,23 @@
 
 namespace orvel {
 
-/// A URL and the parts of it that the application looks at. A plain value.
+/// A URL and the parts of it that the application uses. A plain value.
 ///
-/// The parts mean what Foundation's URL gives: the scheme as written, the host
-/// without brackets, the path percent-decoded and without a trailing "/" (the
-/// root stays "/"). A part that is absent is the empty text.
+/// The parts are those of Foundation's URL: the scheme as written, the host without
+/// brackets, the path percent-decoded and without a trailing "/" (the root is "/"). An
+/// absent part is the empty text.
 struct Url {
   /// The whole URL as written.
   std::string absoluteString;
   std::string scheme;
   std::string host;
-  /// Absent when the URL has no port, or when the number does not fit an int.
+  /// Absent when the URL has no port or the number does not fit into an int.
   std::optional<int> port{};
   std::string path;
 
-  /// Parses a URL or a relative reference by RFC 3986, strictly: no character
-  /// is percent-encoded on the caller's behalf. Gives nothing for a text that
-  /// is no URL, the empty text included. Any thread.
+  /// Parses a URL or a relative reference (RFC 3986). Strict: does not percent-encode
+  /// invalid characters. Returns nullopt for a text that is not a URL, including the
+  /// empty text. Any thread.
   static std::optional<Url> parse(std::string_view text);
 
   /// Resolves a reference against a URL (RFC 3986, 5.2) and returns the absolute

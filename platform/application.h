@@ -4,40 +4,41 @@ namespace orvel {
 
 enum class TerminateReply { now, later };
 
-/// What the application object tells. Main thread.
+/// The receiver of the application object's events. Main thread.
 class ApplicationDelegate {
  public:
   virtual ~ApplicationDelegate() = default;
 
-  /// The event loop runs; windows may be made.
+  /// Called once when the event loop has started and windows can be created.
   virtual void applicationDidFinishLaunching() = 0;
-  /// The application is asked to end: at once, or after a reply.
+  /// Decides on a request to quit. After `later`, the application continues until
+  /// replyToShouldTerminate.
   virtual TerminateReply applicationShouldTerminate() = 0;
-  /// Whether closing the last window asks the application to end.
+  /// Returns whether closing the last window is a request to quit.
   virtual bool applicationShouldTerminateAfterLastWindowClosed() = 0;
 
-  /// The three menu commands of our own.
+  // The menu commands of the application itself.
   virtual void zoekUpdateMenu() = 0;
   virtual void kiesAdres() = 0;
   virtual void reloadPage() = 0;
 };
 
-/// The application as the desktop knows it. Main thread only.
+/// The application object of the desktop. Main thread only.
 class Application {
  public:
   virtual ~Application() = default;
 
   /// The delegate must outlive the event loop.
   virtual void setDelegate(ApplicationDelegate &delegate) = 0;
-  /// An ordinary application, with an icon in the dock and a menu bar.
+  /// Makes this a regular application, with an icon in the dock and a menu bar.
   virtual void setRegularActivationPolicy() = 0;
   /// Runs the event loop until the application has terminated.
   virtual void run() = 0;
-  /// Brings the application before all others.
+  /// Brings the application to the front.
   virtual void activate() = 0;
-  /// Asks the application to end, as the user's own command does.
+  /// Requests to quit, like the user's Quit command.
   virtual void terminate() = 0;
-  /// Lets a deferred termination proceed.
+  /// Proceeds with a termination that was deferred by `later`.
   virtual void replyToShouldTerminate() = 0;
 };
 

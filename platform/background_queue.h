@@ -4,13 +4,13 @@
 
 namespace orvel {
 
-/// Work away from the main thread.
+/// A concurrent queue for work outside the main thread.
 class BackgroundQueue {
  public:
   virtual ~BackgroundQueue() = default;
 
-  /// Runs the work on a thread that is never the main thread, beside other
-  /// such work; it may block. Any thread.
+  /// Runs the work on a thread that is never the main thread, concurrently with other
+  /// work. The work may block. Any thread.
   virtual void post(std::function<void()> work) = 0;
 };
 

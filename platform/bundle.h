@@ -11,10 +11,10 @@ class Bundle {
  public:
   virtual ~Bundle() = default;
 
-  /// The bundle's folder, with symbolic links resolved. Any thread.
+  /// Returns the bundle's folder, with symbolic links resolved. Any thread.
   virtual std::string path() const = 0;
-  /// The entry's text. Nothing when the entry is missing, when it is not a
-  /// text, or when the information cannot be read. Any thread.
+  /// Returns the value of a string entry. Returns nullopt when the entry is missing or
+  /// not a string, or when Info.plist cannot be read. Any thread.
   virtual std::optional<std::string> infoText(std::string_view key) const = 0;
 };
 

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// Wall time and the pause of a thread.
+/// The wall clock, and sleeping. Any thread.
 class Clock {
  public:
   virtual ~Clock() = default;

@@ -41,20 +41,19 @@ struct Download {
 using DataCompletion = std::function<void(const DataReply &)>;
 using DownloadCompletion = std::function<void(const Download &)>;
 
-/// The session that sends the application's own requests, those that do not
-/// come from the page.
+/// The session for the application's own requests. The page's requests use the web view's
+/// session.
 class HttpSession {
  public:
   virtual ~HttpSession() = default;
 
-  /// Starts a request and returns at once. The completion is called exactly
-  /// once, on a thread of the session and never on the main thread. Redirects
-  /// are followed. `forwardsHeaders` decides whether a redirect gets the header
-  /// fields; once withheld, they are not sent again. A failure leaves a part of the
-  /// reply absent. Any thread.
+  /// Starts a request and returns at once. Calls the completion exactly once, on a
+  /// thread of the session and never on the main thread. Follows redirects.
+  /// `forwardsHeaders` decides whether a redirect gets the header fields; once withheld,
+  /// they are not sent again. A failure leaves a part of the reply absent. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
-  /// Like a data task, but writes the body to a file, without a size limit and for
-  /// any status. A body that cannot be written is a failure.
+  /// Like dataTask, but writes the body to a file, without a size limit and for any
+  /// status. A body that cannot be written is a failure. Any thread.
   virtual void downloadTask(const UrlRequest &request, DownloadCompletion completion) = 0;
 };
 

@@ -4,29 +4,29 @@
 
 namespace orvel {
 
-/// The user's folders, as paths without a trailing "/", and what lies there.
+/// The user's folders, and operations on the file system that differ between platforms.
+/// Paths have no trailing "/".
 class Locations {
  public:
   virtual ~Locations() = default;
 
-  /// The current user's home folder. Any thread.
+  /// Returns the current user's home folder. Any thread.
   virtual std::string home() const = 0;
-  /// The user's Downloads folder, which need not exist. Any thread.
+  /// Returns the user's Downloads folder, which may not exist. Any thread.
   virtual std::string downloads() const = 0;
-  /// A folder of the user's own for files that nobody keeps; it exists. Any
-  /// thread.
+  /// Returns an existing folder for the user's temporary files. Any thread.
   virtual std::string temporary() const = 0;
-  /// Puts a folder in the place of another and removes that one. Whenever the
-  /// process ends, either the old folder or the new one stands at the path,
-  /// whole. Between two file systems only where the platform can. False when
-  /// nothing was replaced; the original then is as it was. Any thread; blocks on
-  /// the disk.
+  /// Replaces a folder by another and deletes the original. Even when the
+  /// process is killed, the path has either the complete old folder or the complete new
+  /// one. Works between two file systems only where the platform supports it. Returns
+  /// false when nothing was replaced; the original is then unchanged. Any thread; blocks
+  /// on the disk.
   virtual bool replaceItem(const std::string &original, const std::string &replacement) const = 0;
   /// Returns whether the user may replace the folder at the path: false on a
   /// read-only file system and where the folder or its parent is not writable.
   /// Symbolic links are followed. Any thread; may block on the disk.
   virtual bool canReplaceItem(const std::string &original) const = 0;
-  /// Whether a file that may be executed lies at the path. Any thread.
+  /// Returns whether the path is a file that this user may execute. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;
 };
 

@@ -5,9 +5,9 @@
 
 namespace orvel {
 
-/// What a menu item asks for. The three commands of our own go to the
-/// application's delegate, all others to whatever has the focus, the window or
-/// the application itself.
+/// The command of a menu item. zoekUpdateMenu, kiesAdres and reloadPage go to the
+/// ApplicationDelegate. The platform sends the others to the focused view, the window or
+/// the application.
 enum class MenuAction {
   none,
   orderFrontStandardAboutPanel,
@@ -30,10 +30,10 @@ enum class MenuAction {
 struct MenuItem {
   std::string title;
   MenuAction action = MenuAction::none;
-  /// A letter; an upper-case one means Shift as well. Empty for none. The
-  /// Command key goes without saying.
+  /// A letter that is pressed with the Command key; an upper-case letter adds Shift.
+  /// Empty when the item has no key equivalent.
   std::string keyEquivalent{};
-  /// The Control key belongs to the key equivalent too.
+  /// Whether the key equivalent also includes the Control key.
   bool withControl = false;
   bool isSeparator = false;
 
@@ -50,7 +50,7 @@ struct Menu {
   /// Empty for the application menu, which the system names.
   std::string title;
   std::vector<MenuItem> items;
-  /// The system appends its list of open windows.
+  /// Whether the system appends its list of open windows.
   bool isWindowsMenu = false;
 
   bool operator==(const Menu &) const = default;
@@ -61,7 +61,7 @@ class MenuBar {
  public:
   virtual ~MenuBar() = default;
 
-  /// Shows these menus, left to right, for the rest of the run.
+  /// Shows the menus, from left to right. Called once.
   virtual void install(const std::vector<Menu> &menus) = 0;
 };
 

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// A single-line, editable field inside an alert; sizes in points.
+/// A single-line text field in an alert. Sizes are in points.
 struct AlertTextField {
   double width = 0;
   double height = 0;
@@ -16,28 +16,29 @@ struct AlertTextField {
   bool operator==(const AlertTextField &) const = default;
 };
 
-/// A question or a message to the user. A plain value.
+/// An alert for the user. A plain value.
 struct Alert {
   std::string messageText;
   std::string informativeText;
-  /// The first is the default one, answered by Return. Escape takes the last of
-  /// several, or closes the alert. None gives the platform's own single button.
+  /// The titles. Return presses the first button, the default. With several buttons,
+  /// Escape presses the last one; otherwise it closes the alert. Empty for the platform's
+  /// single standard button.
   std::vector<std::string> buttons;
   std::optional<AlertTextField> textField;
 
   bool operator==(const Alert &) const = default;
 };
 
-/// How an alert ended.
+/// The user's answer to an alert.
 struct AlertAnswer {
-  /// The chosen button's place in Alert::buttons (0 for the platform's own
-  /// button); nothing when the alert was closed in any other way.
+  /// The index of the pressed button in Alert::buttons, or 0 for the platform's standard
+  /// button. Absent when the alert was closed without a button.
   std::optional<int> button;
-  /// What the text field held.
+  /// The final contents of the text field.
   std::string text;
 };
 
-/// Native alerts, modal for the whole application. Main thread only.
+/// Native application-modal alerts. Main thread only.
 class Panels {
  public:
   virtual ~Panels() = default;

@@ -11,26 +11,26 @@
 
 namespace orvel {
 
-/// A child process of ours. Alive as long as anybody holds it; dropping it
-/// does not end the process. All operations may be called from any thread.
+/// A child process of this application. Destroying the object does not end the process.
+/// Any thread.
 class ChildProcess {
  public:
   virtual ~ChildProcess() = default;
 
   virtual bool isRunning() const = 0;
-  /// The exit code, or the signal number when a signal ended the process.
-  /// Zero while it runs.
+  /// Returns the exit code, or the signal number when a signal ended the process. Zero
+  /// while the process runs.
   virtual int terminationStatus() const = 0;
-  /// Asks the process to end (SIGTERM). Without effect once it has ended.
+  /// Sends SIGTERM. Without effect after the process has ended.
   virtual void terminate() = 0;
-  /// Ends the process without asking (SIGKILL). Without effect once it has
-  /// ended: the signal never reaches a process that was given the same number.
+  /// Sends SIGKILL. Without effect after the process has ended: no signal ever reaches
+  /// another process that reuses the process ID.
   virtual void kill() = 0;
   /// Blocks until the process has ended.
   virtual void waitUntilExit() = 0;
 };
 
-/// Where a standard stream of a child goes.
+/// The source or destination of a child's standard stream.
 struct StandardStream {
   enum class Kind { inherited, null, handle };
   Kind kind = Kind::inherited;
@@ -38,15 +38,15 @@ struct StandardStream {
   std::shared_ptr<FileHandle> handle;
 };
 
-/// What to launch. A plain value.
+/// The description of a child process to launch. A plain value.
 struct LaunchRequest {
   std::string executable;
-  /// Without the name of the executable itself.
+  /// Without the name of the executable (argv[0]).
   std::vector<std::string> arguments;
-  /// Inherited when absent or empty.
+  /// Absent or empty for the working directory of this process.
   std::optional<std::string> workingDirectory;
-  /// Variables that replace or join those of the application's environment;
-  /// all others pass unchanged.
+  /// Variables that are set in addition to the application's environment or replace
+  /// variables in it.
   std::map<std::string, std::string> environmentChanges;
   StandardStream standardOutput;
   StandardStream standardError;
@@ -55,24 +55,24 @@ struct LaunchRequest {
   /// supports this (PR_SET_PDEATHSIG); macOS does not, and ignores the flag. The
   /// processes that the child starts get no signal.
   bool endsWithParent = false;
-  /// Told once that the process has ended, on a thread that is never the main
-  /// thread; isRunning() is false by then. May be empty.
+  /// Called once after the process has ended, when isRunning() is already false. Runs on
+  /// a thread that is never the main thread. May be empty.
   std::function<void(const std::shared_ptr<ChildProcess> &)> terminationHandler;
 };
 
-/// A launched process, or the system's description of why there is none.
+/// A launched process, or null and the system's description of the error.
 struct LaunchResult {
   std::shared_ptr<ChildProcess> process;
   std::string error;
 };
 
-/// Starts child processes. They inherit no descriptor but the three standard
-/// ones, and start with an empty signal mask and default dispositions.
+/// Starts child processes. They inherit only the three standard descriptors and start
+/// with an empty signal mask and default signal dispositions.
 class ProcessLauncher {
  public:
   virtual ~ProcessLauncher() = default;
 
-  /// Launches and returns without waiting. Any thread.
+  /// Launches a process and returns without waiting for its end. Any thread.
   virtual LaunchResult launch(const LaunchRequest &request) = 0;
 };
 

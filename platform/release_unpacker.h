@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// The unpacking of a release on systems that have no safe command for it.
+/// Unpacks releases on systems that have no safe command for it.
 class ReleaseUnpacker {
  public:
   virtual ~ReleaseUnpacker() = default;

@@ -6,16 +6,15 @@
 
 namespace orvel {
 
-/// The user's settings that outlive the process.
+/// The user's persistent settings.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
 
-  /// The stored text, or nothing when there is none. Any thread.
+  /// Returns the stored text, or nullopt when there is none. Any thread.
   virtual std::optional<std::string> text(std::string_view key) const = 0;
-  /// Stores a text. A process killed at any moment leaves either the old or
-  /// the new text. When it cannot be written the new text still holds for this
-  /// run. Any thread.
+  /// Stores a text atomically: a kill at any moment leaves either the old text or the
+  /// new one. A text that cannot be written is kept until the process ends. Any thread.
   virtual void setText(std::string_view key, std::string_view value) = 0;
 };
 

@@ -11,10 +11,11 @@ class Workspace {
  public:
   virtual ~Workspace() = default;
 
-  /// Has a URL opened by the default application for its scheme, and returns
-  /// at once. Without effect when there is none or it cannot be started.
+  /// Opens a URL in the default application for its scheme and returns at once. Without
+  /// effect when there is no such application or it cannot be started.
   virtual void open(const Url &url) = 0;
-  /// The same for a file, by its type. Without effect when it does not exist.
+  /// Opens a file in the default application for its type, like `open`. Without effect
+  /// when the file does not exist.
   virtual void openFile(const std::string &path) = 0;
 };
 
