@@ -47,8 +47,8 @@ std::optional<Pipe> Pipe::create() {
 #if defined(__linux__)
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
 #else
-  // Another thread may spawn before the flags are set; our own launcher passes
-  // nothing on that it was not told to.
+  // macOS has no pipe2. Another thread may spawn before the flags are set, but spawn.cc
+  // closes all descriptors except the standard streams.
   if (::pipe(ends.data()) != 0) return std::nullopt;
   for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
 #endif

@@ -10,23 +10,24 @@ namespace orvel {
 
 namespace {
 
-constexpr std::chrono::milliseconds pause{20};
+constexpr std::chrono::milliseconds retryInterval{20};
 
-bool remainsLocked(int folder, std::chrono::milliseconds patience) {
-  const auto end = std::chrono::steady_clock::now() + patience;
+/// Locks the folder. Returns whether another holder still has the lock after the timeout.
+bool remainsLocked(int folder, std::chrono::milliseconds timeout) {
+  const auto end = std::chrono::steady_clock::now() + timeout;
   while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
     if (errno != EWOULDBLOCK) return false;
     if (std::chrono::steady_clock::now() >= end) return true;
-    std::this_thread::sleep_for(pause);
+    std::this_thread::sleep_for(retryInterval);
   }
   return false;
 }
 
 }  // namespace
 
-FolderLock::FolderLock(const std::string &folder, std::chrono::milliseconds patience)
+FolderLock::FolderLock(const std::string &folder, std::chrono::milliseconds timeout)
     : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-      isHeldElsewhere_(remainsLocked(folder_.descriptor(), patience)) {}
+      isHeldElsewhere_(remainsLocked(folder_.descriptor(), timeout)) {}
 
 }  // namespace orvel

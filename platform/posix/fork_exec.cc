@@ -20,7 +20,7 @@ namespace {
 /// without data tells the parent that the program runs.
 constexpr int errorDescriptor = STDERR_FILENO + 1;
 
-/// Blocks every signal of this thread during its lifetime, so that none of our signal
+/// Blocks all signals of this thread during its lifetime, so that none of our signal
 /// handlers runs in the child.
 class BlockedSignals {
  public:
@@ -83,7 +83,7 @@ bool placeStreams(const SpawnPlan &plan) {
   ::_exit(EXIT_FAILURE);
 }
 
-/// The error number that the child reports, or zero once its program runs.
+/// Returns the errno value that the child reports, or zero when its program runs.
 int reportedError(int reading) {
   int error = 0;
   ssize_t count = 0;

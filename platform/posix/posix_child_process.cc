@@ -11,8 +11,7 @@ namespace orvel {
 
 namespace {
 
-/// Neither an exit code nor a signal: somebody else in the process has taken
-/// the status of our child.
+/// Reported when other code in this process has already reaped the child.
 constexpr int unknownStatus = -1;
 
 int terminationStatusOf(int waitStatus) {
@@ -42,14 +41,14 @@ void PosixChildProcess::waitUntilExit() {
 
 void PosixChildProcess::awaitExit() {
   for (;;) {
-    // Only looks: the number stays taken until it is reaped under the lock, so
-    // that a signal can never reach a stranger.
+    // With WNOWAIT the child stays a zombie, so that its process ID is not reused before
+    // reap() takes the lock. Otherwise send() could signal another process.
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOWAIT) != 0 &&
            errno == EINTR) {
     }
     if (reap()) return;
-    // Woken for something else than an end: not worth a busy loop.
+    // Another thread or a tracer changed the child's state. Avoids a busy loop.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
 }

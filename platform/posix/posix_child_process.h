@@ -9,7 +9,7 @@
 
 namespace orvel {
 
-/// A spawned child. One thread, and only one, must run awaitExit().
+/// A spawned child process. Exactly one thread must call awaitExit().
 class PosixChildProcess final : public ChildProcess {
  public:
   explicit PosixChildProcess(pid_t process) : process_(process) {}
@@ -20,12 +20,12 @@ class PosixChildProcess final : public ChildProcess {
   void kill() override;
   void waitUntilExit() override;
 
-  /// Blocks until the process has ended, and reaps it.
+  /// Waits until the process has ended and reaps it.
   void awaitExit();
 
  private:
   void send(int signal);
-  /// Whether the process has ended and is reaped.
+  /// Reaps the process if it has ended. Returns whether it has.
   bool reap();
 
   const pid_t process_;

@@ -20,6 +20,8 @@ namespace orvel {
 
 namespace {
 
+/// Stops ignoring SIGCHLD: the kernel discards the exit status of children while SIGCHLD
+/// is ignored or SA_NOCLDWAIT is set (POSIX, sigaction).
 void keepExitStatuses() {
   struct sigaction action{};
   ::sigaction(SIGCHLD, nullptr, &action);
@@ -29,8 +31,9 @@ void keepExitStatuses() {
   ::sigaction(SIGCHLD, &action, nullptr);
 }
 
-/// The system does not tell which step of a launch failed.
-const std::string &pathAtFault(const LaunchRequest &request, int error) {
+/// Guesses the path that caused a launch error, because the system does not report which
+/// step of the launch failed.
+const std::string &failedPath(const LaunchRequest &request, int error) {
   const auto &directory = request.workingDirectory;
   if (directory.value_or("").empty()) return request.executable;
   const bool isUnusable = ::access((*directory + "/.").c_str(), X_OK) != 0 && errno == error;
@@ -48,7 +51,7 @@ std::map<std::string, std::string> processEnvironment() {
   for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
     const std::string text = *entry;
     const auto equals = text.find('=');
-    // Of two with one name the first counts, as for getenv.
+    // The first of two variables with the same name counts, as for getenv.
     if (equals != std::string::npos) {
       variables.emplace(text.substr(0, equals), text.substr(equals + 1));
     }
@@ -75,7 +78,7 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
       pid_t number = 0;
       const int error = spawn(request, environment, number);
       if (error != 0) {
-        return promise.set_value(failure(pathAtFault(request, error), error));
+        return promise.set_value(failure(failedPath(request, error), error));
       }
       const auto process = std::make_shared<PosixChildProcess>(number);
       // `request` is a dangling reference after this call.

@@ -7,21 +7,21 @@
 
 namespace orvel {
 
-/// The environment of this process as it stands now. Call it before other
-/// threads change the environment.
+/// Returns the current environment of this process. Not thread-safe against changes of
+/// the environment.
 std::map<std::string, std::string> processEnvironment();
 
-/// Starts each child process on a thread of its own, which then waits for that
-/// child and for no other.
+/// Starts each child process on a new thread, which then waits for that child only.
 class PosixProcessLauncher final : public ProcessLauncher {
  public:
-  /// Children get this environment, with the changes of each request: the
-  /// application may change its own for drawing. Takes back an inherited
-  /// decision to ignore SIGCHLD, under which the system keeps no exit status.
+  /// Children get this environment with the changes of each request. It is separate from
+  /// the application's own environment, which may have settings for rendering. Stops
+  /// ignoring SIGCHLD if this process inherited that, because the system would otherwise
+  /// discard exit statuses.
   explicit PosixProcessLauncher(std::map<std::string, std::string> environment);
 
-  /// The error is the path that is at fault, ": " and the system's description
-  /// in the language of the process.
+  /// The error text is the path that caused the error, ": " and the system's description
+  /// in the locale of the process.
   LaunchResult launch(const LaunchRequest &request) override;
 
  private:

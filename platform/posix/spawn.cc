@@ -35,7 +35,7 @@ class FileActions {
   FileActions &operator=(const FileActions &) = delete;
 
   const posix_spawn_file_actions_t *get() const { return &actions_; }
-  /// The first error of all steps.
+  /// Returns the first error of the construction, or zero.
   int error() const { return error_; }
 
  private:
@@ -52,6 +52,7 @@ class FileActions {
     }
   }
 
+  /// Keeps the first error.
   void note(int error) {
     if (error_ == 0) error_ = error;
   }
@@ -60,7 +61,7 @@ class FileActions {
   int error_ = 0;
 };
 
-/// An empty signal mask and default dispositions, whatever ours are.
+/// The attributes for an empty signal mask and default signal dispositions.
 class Attributes {
  public:
   Attributes() {

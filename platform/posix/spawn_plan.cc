@@ -10,7 +10,7 @@ namespace orvel {
 
 namespace {
 
-/// Whether a descriptor is a standard stream that a child may inherit. When the
+/// Returns whether a child may inherit a standard stream's descriptor. When the
 /// application was started with the stream closed, the number may belong to a private
 /// file, which has the close-on-exec flag.
 bool isInheritable(int descriptor) {
@@ -25,7 +25,7 @@ std::vector<char *> pointersTo(std::vector<std::string> &texts) {
   return pointers;
 }
 
-bool holdsNul(const std::string &text) { return text.find('\0') != std::string::npos; }
+bool containsNul(const std::string &text) { return text.find('\0') != std::string::npos; }
 
 }  // namespace
 
@@ -35,8 +35,9 @@ SpawnPlan::SpawnPlan(const LaunchRequest &request,
   words_.insert(words_.end(), request.arguments.begin(), request.arguments.end());
   for (const auto &[name, value] : environment) variables_.push_back(name + "=" + value);
   // exec and chdir would truncate a string at a NUL.
-  if (std::any_of(words_.begin(), words_.end(), holdsNul) ||
-      std::any_of(variables_.begin(), variables_.end(), holdsNul) || holdsNul(workingDirectory_)) {
+  if (std::any_of(words_.begin(), words_.end(), containsNul) ||
+      std::any_of(variables_.begin(), variables_.end(), containsNul) ||
+      containsNul(workingDirectory_)) {
     error_ = EINVAL;
     return;
   }

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// The system's own clock.
+/// The system's clock.
 class SystemClock final : public Clock {
  public:
   std::chrono::system_clock::time_point now() const override;
