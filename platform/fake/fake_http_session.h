@@ -13,18 +13,17 @@
 
 namespace orvel {
 
-/// The answer of a scripted server. By default there is no response: the connection
-/// is refused, or fails before a head has arrived.
+/// The response of a scripted server. By default the connection is refused.
 struct FakeResponse {
-  /// The status of a response. Absent while a body is present: the response is not
-  /// HTTP.
+  /// Absent with a body: the response is not HTTP.
   std::optional<int> statusCode{};
-  /// The whole body. Absent while a status is present: the body fails.
+  /// Absent with a status: the transfer of the body fails.
   std::optional<std::string> body{};
   std::chrono::milliseconds delay{0};
   std::optional<std::string> suggestedFilename{};
 };
 
+/// An HTTP session with a script of responses for each URL.
 class FakeHttpSession final : public HttpSession {
  public:
   explicit FakeHttpSession(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -33,15 +32,16 @@ class FakeHttpSession final : public HttpSession {
   /// Writes the body to a real file in the system's temporary folder.
   void downloadTask(const UrlRequest &request, DownloadCompletion completion) override;
 
-  /// What the next requests of a URL are answered, in turn; the last one given
-  /// holds for all that follow. Without any, connections are refused.
+  /// Sets the responses to the next requests for a URL, in order. The last response
+  /// repeats. A URL without responses refuses connections.
   void respond(const std::string &url, std::vector<FakeResponse> responses);
 
-  /// Every request with the time at which it was sent, oldest first.
+  /// A request and the virtual time at which it was sent.
   struct Sent {
     UrlRequest request;
     FakeScheduler::Duration at;
   };
+  /// All requests, oldest first.
   std::vector<Sent> sent;
 
  private:
@@ -51,7 +51,7 @@ class FakeHttpSession final : public HttpSession {
   std::map<std::string, std::deque<FakeResponse>> responses_;
 };
 
-/// A request as one line of the record.
+/// Returns a request as one line of the record.
 std::string describe(const UrlRequest &request);
 
 }  // namespace orvel

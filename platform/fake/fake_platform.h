@@ -11,8 +11,7 @@
 
 namespace orvel {
 
-/// A whole scripted desktop with virtual time and one ordered record of
-/// everything asked of it.
+/// A scripted desktop with virtual time and an ordered record of all calls.
 class FakePlatform {
  public:
   FakePlatform() = default;

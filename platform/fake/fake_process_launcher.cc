@@ -73,7 +73,7 @@ LaunchResult FakeProcessLauncher::launch(const LaunchRequest &request) {
 
   LaunchRequest kept = request;
   if (isShell) {
-    // Only the process itself may keep the shell's output open.
+    // The fake must not keep the pipe open: the reader waits for its end.
     if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
     kept.standardOutput = {};
     script.output.clear();

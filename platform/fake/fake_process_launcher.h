@@ -15,21 +15,21 @@
 
 namespace orvel {
 
-/// What a scripted child process does.
+/// The behavior of a scripted child process.
 struct FakeProcessScript {
-  /// Instead of a process: the launch fails with this description.
+  /// When present, the launch fails with this description.
   std::optional<std::string> launchError{};
-  /// Written to its standard output at once.
+  /// Written to standard output at the start.
   std::string output{};
-  /// When it ends by itself; never when absent.
+  /// The run time. Absent for a process that does not end by itself.
   std::optional<std::chrono::milliseconds> exitsAfter{};
-  /// Its exit code, or the number of the signal that it dies of by itself.
+  /// The exit code, or the number of a signal, of a process that ends by itself.
   int status = 0;
-  /// How long it lives on after a request to end; absent means that it is deaf.
+  /// The delay between SIGTERM and the exit. Absent for a process that ignores SIGTERM.
   std::optional<std::chrono::milliseconds> exitsAfterSigterm = std::chrono::milliseconds(0);
 };
 
-/// A scripted child process. A test may end it at any time.
+/// A scripted child process.
 class FakeChildProcess final : public ChildProcess,
                                public std::enable_shared_from_this<FakeChildProcess> {
  public:
@@ -42,12 +42,12 @@ class FakeChildProcess final : public ChildProcess,
   void kill() override;
   void waitUntilExit() override;
 
-  /// Ends it with a status, and tells the termination handler.
+  /// Ends the process with a status and schedules the termination handler.
   void exit(int status);
-  /// Sets its script in motion.
+  /// Starts the script.
   void start();
 
-  /// For a test that looks on at the moment of terminate().
+  /// Called inside terminate().
   std::function<void()> onTerminate;
   const std::string name;
   const LaunchRequest request;
@@ -61,25 +61,24 @@ class FakeChildProcess final : public ChildProcess,
   int status_ = 0;
 };
 
-/// Launches scripted processes. Commands of the shell (zsh -c) are scripted by
-/// their command line, all other programs by their path.
+/// Launches scripted processes. A script is found by the command line of a shell command
+/// (zsh -c) and by the path of any other program.
 class FakeProcessLauncher final : public ProcessLauncher {
  public:
   explicit FakeProcessLauncher(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   LaunchResult launch(const LaunchRequest &request) override;
 
-  /// What the next launches of a program do, in turn; the last one given
-  /// holds for all that follow. Without any, a shell command prints nothing
-  /// and ends, and a program runs until it is asked to end.
+  /// Sets the scripts of the next launches of a program, in order. The last script
+  /// repeats. Without a script, a shell command prints nothing and exits at once, and a
+  /// program runs until SIGTERM.
   void script(const std::string &program, std::vector<FakeProcessScript> scripts);
-  /// What a shell command prints, in turn.
+  /// Sets the outputs of the next runs of a shell command, in order.
   void scriptShell(const std::string &commandLine, const std::vector<std::string> &outputs);
 
-  /// For a test that does to the disk what a program would do. Called before
-  /// the program starts.
+  /// Called before each program starts. Lets a test change the disk as the program would.
   std::function<void(const LaunchRequest &)> onLaunch;
-  /// Every process launched from a path (not by the shell), oldest first.
+  /// All processes other than shell commands, oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;
 
  private:

@@ -8,7 +8,7 @@ namespace orvel {
 
 void FakeScheduler::requireMainThread(std::string_view operation) const {
   if (!onMainThread()) {
-    throw std::logic_error(std::string(operation) + " away from the main thread");
+    throw std::logic_error(std::string(operation) + " outside the main thread");
   }
 }
 
@@ -57,7 +57,7 @@ void FakeScheduler::block(std::optional<Duration> limit, const std::function<boo
   const bool mainMayRun = !onMainThread();
   while (!condition()) {
     if (runNext(target, mainMayRun)) continue;
-    if (!limit) throw std::logic_error("blocked for ever");
+    if (!limit) throw std::logic_error("deadlock: no task can end the wait");
     now_ = std::max(now_, target);
     return;
   }

@@ -15,9 +15,9 @@
 
 namespace orvel {
 
-/// Virtual time and the work that waits for it: the main queue, the other
-/// threads and the world outside, all run one after another on the test's own
-/// thread, in the order of their due times and, at one time, of their posting.
+/// Virtual time and a task queue. The tasks of the main thread, of background threads and
+/// of the simulated outside world all run on the test's thread, in the order of their due
+/// times and then of their posting.
 class FakeScheduler {
  public:
   using Duration = std::chrono::milliseconds;
@@ -25,28 +25,29 @@ class FakeScheduler {
 
   explicit FakeScheduler(Record &record) : record_(record) {}
 
-  /// Time since the start.
+  /// Returns the virtual time since the start.
   Duration now() const { return now_; }
-  /// Which thread the running code stands for.
+  /// Returns whether the running task simulates the main thread.
   bool onMainThread() const { return thread_ == Thread::main; }
-  /// Throws std::logic_error when the running code stands for another thread.
+  /// Throws std::logic_error when the running task simulates another thread.
   void requireMainThread(std::string_view operation) const;
 
   void schedule(Thread thread, Duration delay, std::function<void()> work);
 
-  /// Runs what becomes due in the duration, and ends that much later.
+  /// Advances the time and runs the tasks that become due.
   void advance(Duration duration);
-  /// Runs what is due now, and what that brings about now.
+  /// Runs the tasks that are due now, including those that they post.
   void runUntilIdle();
-  /// Runs tasks, moving time as needed, until the condition holds. False when
-  /// the limit passes or nothing is left.
+  /// Runs tasks and advances the time until the condition is true. Returns false when the
+  /// time limit has passed or no task is left.
   bool runUntil(const std::function<bool()> &condition, Duration limit);
-  /// How long until the next task is due; nothing when none waits.
+  /// Returns the time until the next task is due, or nullopt when there is no task.
   std::optional<Duration> nextDue() const;
 
-  /// Blocks the running thread: time passes and the other threads go on, the
-  /// main queue only when it is not the one that is blocked. Without a limit
-  /// throws std::logic_error when nothing can ever make the condition true.
+  /// Simulates that the running thread blocks until the condition is true or the time
+  /// limit has passed. Meanwhile runs the tasks of other threads; when the main thread is
+  /// blocked, its tasks wait. Without a limit, throws std::logic_error when no task is
+  /// left that could make the condition true.
   void block(std::optional<Duration> limit, const std::function<bool()> &condition);
 
   Record &record() { return record_; }
@@ -58,7 +59,7 @@ class FakeScheduler {
     std::function<void()> work;
   };
 
-  /// Runs the first task due by the time that may run now.
+  /// Runs the first task that is due by `latest`. Returns false when there is none.
   bool runNext(Duration latest, bool mainMayRun);
 
   Record &record_;
@@ -92,7 +93,7 @@ class FakeBackgroundQueue final : public BackgroundQueue {
   FakeScheduler &scheduler_;
 };
 
-/// A clock that starts at a fixed moment and moves with the scheduler.
+/// A clock that starts at a fixed time and follows the scheduler's virtual time.
 class FakeClock final : public Clock {
  public:
   explicit FakeClock(FakeScheduler &scheduler) : scheduler_(scheduler) {}

@@ -36,12 +36,12 @@ bool FakeLocations::replaceItem(const std::string &original, const std::string &
       fs::equivalent(original, replacement, error)) {
     return false;
   }
-  const std::string aside = original + ".oud";
+  const std::string aside = original + ".old";
   fs::rename(original, aside, error);
   if (error) return false;
   fs::rename(replacement, original, error);
   if (error) {
-    // It may lie on another file system.
+    // rename(2) fails with EXDEV between two file systems.
     fs::copy(replacement, original, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
     fs::remove_all(replacement);
   }

@@ -11,17 +11,18 @@
 
 namespace orvel {
 
-/// Bundle information in memory. An entry that is no text is left out.
+/// A bundle whose string entries are in memory.
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
   std::optional<std::string> infoText(std::string_view key) const override;
 
   std::map<std::string, std::string, std::less<>> texts{{"CFBundleShortVersionString", "1.0"},
-                                                        {"ORVELOSKey", "sleutel"}};
+                                                        {"ORVELOSKey", "app-key"}};
   std::string folder = "/Applications/Orvel OS.app";
 };
 
+/// User defaults in memory.
 class FakeUserDefaults final : public UserDefaults {
  public:
   explicit FakeUserDefaults(Record &record) : record_(record) {}
@@ -35,6 +36,7 @@ class FakeUserDefaults final : public UserDefaults {
   Record &record_;
 };
 
+/// Locations that a test sets, with real folders for replaceItem.
 class FakeLocations final : public Locations {
  public:
   explicit FakeLocations(Record &record) : record_(record) {}
@@ -42,20 +44,20 @@ class FakeLocations final : public Locations {
   std::string home() const override { return homeFolder; }
   std::string downloads() const override { return downloadsFolder; }
   std::string temporary() const override { return temporaryFolder; }
-  /// Moves the folder, when there is an original and the test allows it.
+  /// Replaces the real folder when `replaceSucceeds`. Not atomic.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }
 
-  std::string homeFolder = "/Users/iemand";
-  std::string temporaryFolder = "/Users/iemand/tijdelijk";
+  std::string homeFolder = "/Users/someone";
+  std::string temporaryFolder = "/Users/someone/temporary";
   bool replaceSucceeds = true;
-  /// Simulates a folder that is not writable: access(2) grants root every
-  /// permission, so a test that runs as root cannot create one.
+  /// False simulates a bundle folder that is not writable. A test that runs as root cannot
+  /// create one, because access(2) grants root every permission.
   bool isWritable = true;
-  std::string downloadsFolder = "/Users/iemand/Downloads";
+  std::string downloadsFolder = "/Users/someone/Downloads";
   std::set<std::string> executables{"/usr/local/bin/node"};
 
  private:

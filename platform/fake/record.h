@@ -6,16 +6,16 @@
 
 namespace orvel {
 
-/// Everything that was asked of the fake platform, in order, one line each.
+/// The calls to the fake platform, in order, one line for each call.
 class Record {
  public:
   void add(std::string entry) { entries_.push_back(std::move(entry)); }
   const std::vector<std::string> &entries() const { return entries_; }
-  /// The entries that begin with one of the prefixes.
+  /// Returns the entries that start with one of the prefixes.
   std::vector<std::string> entriesStartingWith(const std::vector<std::string_view> &prefixes) const;
-  /// How many entries begin with the prefix.
+  /// Returns the number of entries that start with the prefix.
   std::size_t count(std::string_view prefix) const;
-  /// Gives the entries and forgets them.
+  /// Returns the entries and clears the record.
   std::vector<std::string> take();
 
  private:

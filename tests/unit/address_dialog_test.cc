@@ -69,7 +69,7 @@ TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {
   EXPECT_THAT(
       fake.record.take(),
       ElementsAre("alert Adres van het OS", "default osURL = https://example.test/os",
-                  "GET https://example.test/os/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]"));
+                  "GET https://example.test/os/api/wie timeout 3000 ms [X-ORVEL-App: app-key]"));
 }
 
 TEST_F(AddressDialog, takesAwayBlanksAndTabsAround) {
@@ -125,7 +125,7 @@ TEST_F(AddressDialog, goingOnlineStopsTheServerOnPurpose) {
       fake.record.take(),
       ElementsAre("alert Adres van het OS", "default osURL = https://example.test",
                   "terminate " + running->name,
-                  "GET https://example.test/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]"));
+                  "GET https://example.test/api/wie timeout 3000 ms [X-ORVEL-App: app-key]"));
   fake.scheduler.advance(2500ms);
   EXPECT_FALSE(running->isRunning());
   EXPECT_EQ(shownError(), "");

@@ -116,7 +116,7 @@ TEST_F(Downloads, takeTheirStepsInOrder) {
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
-                                                  " timeout 60000 ms [X-ORVEL-App: sleutel] "
+                                                  " timeout 60000 ms [X-ORVEL-App: app-key] "
                                                   "[Cookie: orvelapp=1; sessie=1]",
                                               "open file " + folder() + "/rapport.pdf"));
   EXPECT_EQ(text("rapport.pdf"), "inhoud");
@@ -128,7 +128,7 @@ TEST_F(Downloads, sendTheCookieFieldWithoutAnyCookie) {
   fake.scheduler.runUntilIdle();
   ASSERT_EQ(fake.http.sent.size(), 1U);
   EXPECT_EQ(fake.http.sent[0].request.header("Cookie"), "");
-  EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "sleutel");
+  EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "app-key");
   EXPECT_EQ(fake.http.sent[0].request.cachePolicy, CachePolicy::useProtocol);
 }
 

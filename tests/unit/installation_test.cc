@@ -140,7 +140,7 @@ TEST_F(Installation, takesItsStepsInOrder) {
   const std::string unpacked = working() + "/Orvel OS.app";
   EXPECT_THAT(
       fake.record.take(),
-      ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: sleutel]",
+      ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: app-key]",
                   "sh " + unpackCommand,
                   "sh /usr/bin/xattr -dr com.apple.quarantine '" + unpacked + "'",
                   "replace " + app + " by " + unpacked, "alert Orvel OS is bijgewerkt naar 1.3"));
@@ -188,7 +188,7 @@ TEST_F(Installation, TakesTheSameStepsWhereThePlatformUnpacks) {
   install();
   const std::string app = fake.bundle.folder;
   EXPECT_THAT(fake.record.take(),
-              ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: sleutel]",
+              ElementsAre("download " + archiveAddress + " timeout 60000 ms [X-ORVEL-App: app-key]",
                           "unpack a file into " + working(),
                           "replace " + app + " by " + working() + "/Orvel OS.app",
                           "alert Orvel OS is bijgewerkt naar 1.3"));

@@ -11,9 +11,9 @@ TEST_F(MainWindow, launchTakesItsStepsInOrder) {
   goOnline();
   launch();
   EXPECT_THAT(fake.record.take(),
-              ElementsAre("menu bar", "web view ORVELOS/sleutel", "window Orvel OS", "window shown",
+              ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
                           "application activate", blank,
-                          "GET https://os.test/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]",
+                          "GET https://os.test/api/wie timeout 3000 ms [X-ORVEL-App: app-key]",
                           "after 4000 ms", "every 21600000 ms"));
 }
 
@@ -28,7 +28,7 @@ TEST_F(MainWindow, webViewIsConfiguredAsTheApplicationNeedsIt) {
   launch();
   const WebViewConfiguration &configuration = web().configuration;
   EXPECT_TRUE(configuration.persistentDataStore);
-  EXPECT_EQ(configuration.applicationNameForUserAgent, "ORVELOS/sleutel");
+  EXPECT_EQ(configuration.applicationNameForUserAgent, "ORVELOS/app-key");
   EXPECT_TRUE(configuration.developerExtrasEnabled);
   EXPECT_FALSE(configuration.drawsBackground);
   EXPECT_TRUE(configuration.inspectable);

@@ -28,12 +28,12 @@ TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
   // The cookie is not stored yet, and so nothing is loaded.
   const std::string probe =
-      "GET http://127.0.0.1:4767/api/wie timeout 3000 ms [X-ORVEL-App: sleutel]";
+      "GET http://127.0.0.1:4767/api/wie timeout 3000 ms [X-ORVEL-App: app-key]";
   EXPECT_THAT(
       fake.record.take(),
       ElementsAre("sh " + listing, "launch /usr/local/bin/node " + root() + "/v3/server.mjs", probe,
                   "after 250 ms", probe, "after 250 ms", probe,
-                  "cookie orvelapp=sleutel for 127.0.0.1/"));
+                  "cookie orvelapp=app-key for 127.0.0.1/"));
   fake.scheduler.advance(1min);
   EXPECT_THAT(fake.record.take(),
               ElementsAre("cookie stored", "load http://127.0.0.1:4767/ timeout 60000 ms"));
@@ -182,7 +182,7 @@ TEST_F(Readiness, onlineCookieIsSecure) {
   ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
   const Cookie &cookie = fake.windows.cookies.cookies[0];
   EXPECT_EQ(cookie.name, "orvelapp");
-  EXPECT_EQ(cookie.value, "sleutel");
+  EXPECT_EQ(cookie.value, "app-key");
   EXPECT_EQ(cookie.domain, "os.test");
   EXPECT_EQ(cookie.path, "/");
   EXPECT_TRUE(cookie.secure);

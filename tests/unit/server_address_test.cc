@@ -62,7 +62,7 @@ TEST_F(ServerAddress, keyedRequestCarriesTheKeyAndNothingElse) {
   EXPECT_EQ(request.url.absoluteString, "https://os.test/x?y=z");
   EXPECT_EQ(request.timeout, 60s);
   EXPECT_EQ(request.cachePolicy, CachePolicy::useProtocol);
-  EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "sleutel"}));
+  EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "app-key"}));
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
 }
 

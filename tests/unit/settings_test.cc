@@ -18,8 +18,8 @@ class SettingsTest : public testing::Test {
 
 TEST_F(SettingsTest, rootIsInTheHomeFolderByDefault) {
   const Settings settings = read();
-  EXPECT_EQ(settings.HOME, "/Users/iemand");
-  EXPECT_EQ(settings.ROOT, "/Users/iemand/orvel-os");
+  EXPECT_EQ(settings.HOME, "/Users/someone");
+  EXPECT_EQ(settings.ROOT, "/Users/someone/orvel-os");
 }
 
 TEST_F(SettingsTest, rootFromTheEnvironmentIsTakenAsItStands) {
@@ -51,8 +51,8 @@ TEST_F(SettingsTest, withoutAVersionTextInTheBundleTheVersionIsZero) {
 }
 
 TEST_F(SettingsTest, appKeyIsTakenAsItStands) {
-  fake.bundle.texts["ORVELOSKey"] = "  een sleutel ";
-  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "  een sleutel ");
+  fake.bundle.texts["ORVELOSKey"] = "  an app-key ";
+  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "  an app-key ");
 }
 
 TEST_F(SettingsTest, withoutAKeyTextInTheBundleTheAppKeyIsEmpty) {

@@ -107,7 +107,7 @@ class UpdateCheck : public CoreTest {
 TEST_F(UpdateCheck, asksTheServerWithTheKeyAndWithoutACache) {
   check(silent);
   EXPECT_THAT(fake.record.take(), ElementsAre("GET " + manifestAddress +
-                                              " timeout 10000 ms no cache [X-ORVEL-App: sleutel]"));
+                                              " timeout 10000 ms no cache [X-ORVEL-App: app-key]"));
 }
 
 TEST_F(UpdateCheck, asksForTheManifestOfItsOwnSystem) {
@@ -216,7 +216,7 @@ TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
       fake.record.take();
       check(stil);
       EXPECT_THAT(fake.record.entriesStartingWith({"download"}),
-                  ElementsAre("download " + address + " timeout 60000 ms [X-ORVEL-App: sleutel]"));
+                  ElementsAre("download " + address + " timeout 60000 ms [X-ORVEL-App: app-key]"));
       EXPECT_THAT(notices(), IsEmpty());
     }
   }
