@@ -6,7 +6,7 @@ import { join } from 'node:path';
 
 import { waitFor } from './wait.mjs';
 
-const schemes = ['http', 'https', 'mailto', 'tel'];
+const schemes = ['http', 'https', 'mailto', 'tel', 'sms'];
 const types = [
   'application/octet-stream', 'application/pdf', 'application/zip', 'text/csv', 'text/html',
   'text/plain',
