@@ -1,55 +1,54 @@
-// Folders, files and disks that are not as the application needs them.
+// Folders, files, disks and clocks in a state that the application does not expect.
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import {
-  existsSync, mkdirSync, readFileSync, renameSync, statSync, writeFileSync,
+  existsSync, mkdirSync, readFileSync, readdirSync, renameSync, statSync, writeFileSync,
 } from 'node:fs';
 import { join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
-import { pageColour } from '../support/desktop/page.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
-import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import {
+  fingerprint, makeRelease, plistValue, releaseRoutes,
+} from '../support/desktop/release.mjs';
+import { checkForUpdates, upToDateNotice, updatedNotice } from '../support/desktop/updates.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong } from './harness/scenarios.mjs';
-import { full, noMounts, readOnly } from './harness/mount_namespace.mjs';
-import { assertClean, endedWell, underWatch } from './harness/invariants.mjs';
+import { fullDisks, mounting, noMounts, readOnly } from './harness/mount_namespace.mjs';
+import { isLong, scenarioTests } from './harness/scenario.mjs';
 
-const { test } = desktopTests();
+const test = scenarioTests();
 
-/// Starts the application, has the page loaded once more and quits.
-async function startShowQuit(user, screen, t, options = {}, clean = {}) {
-  const run = await user.startAndShowPage(options);
-  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
-  await underWatch(screen, run, t, {}, async () => {
-    const before = user.root.reported('painted').length;
-    await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(before + 1);
-  });
-  await user.quit(run);
-  await endedWell(user, run);
-  await assertClean(user, clean);
-  return run;
+/// Starts the application and reloads the page.
+async function startAndReload(scenario, options) {
+  await scenario.startAndShowPage(options);
+  await scenario.monitored(() => scenario.reload());
 }
 
-const inherited = (run) => assert.match(run.output, /woord op de foutuitvoer/);
+const assertPageRequestHasKey = ({ root }) =>
+  assert.match(root.requests('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
 
-test('starting: the log folder is a file', {}, async (user, screen, t) => {
-  const folder = join(user.root.path, 'v3/.local');
-  writeFileSync(folder, 'geen map');
-  inherited(await startShowQuit(user, screen, t));
-  assert.equal(readFileSync(folder, 'utf8'), 'geen map');
+const assertServerOutputInherited = ({ run }) =>
+  assert.match(run.output, /woord op de foutuitvoer/);
+
+test('starting: the log folder is a file', {}, async (scenario) => {
+  const folder = join(scenario.root.path, 'v3/.local');
+  writeFileSync(folder, 'no folder');
+  await startAndReload(scenario);
+  assertServerOutputInherited(scenario);
+  assert.equal(readFileSync(folder, 'utf8'), 'no folder');
 });
 
-test('starting: the data root can only be read', { skip: noMounts }, async (user, screen, t) => {
-  inherited(await startShowQuit(user, screen, t,
-    { wrapper: readOnly(user.root.path, user.root.recordPath) }));
-  assert.ok(!existsSync(join(user.root.path, 'v3/.local')));
+test('starting: the data root is read-only', { skip: noMounts }, async (scenario) => {
+  const { root } = scenario;
+  await startAndReload(scenario, { wrapper: readOnly(root.path, root.recordPath) });
+  assertServerOutputInherited(scenario);
+  assert.ok(!existsSync(join(root.path, 'v3/.local')));
 });
 
-test('starting: a path of blanks, quotes and other letters', {}, async (user, screen, t) => {
+test('starting: a path with blanks, quotes and non-ASCII characters', {}, async (scenario) => {
+  const { user } = scenario;
   user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
   // A stale server is recognised by this path.
   const stale = spawn(process.execPath, [user.root.script], {
@@ -58,7 +57,7 @@ test('starting: a path of blanks, quotes and other letters', {}, async (user, sc
   });
   try {
     await waitFor('the stale server', () => user.root.events('listening').length === 1);
-    await startShowQuit(user, screen, t, { environment: { ORVEL_OS_ROOT: user.root.path } });
+    await startAndReload(scenario, { environment: { ORVEL_OS_ROOT: user.root.path } });
     assert.ok(!isRunning(stale.pid));
   } finally {
     kill(stale.pid);
@@ -66,150 +65,176 @@ test('starting: a path of blanks, quotes and other letters', {}, async (user, sc
   assert.match(readFileSync(user.root.log, 'utf8'), /woord op de gewone uitvoer/);
 });
 
-test('showing: the data root is taken away and comes back', {}, async (user, screen, t) => {
-  const { root } = user;
-  const run = await user.startAndShowPage();
-  const away = join(user.folder, 'weg');
-  await underWatch(screen, run, t, {}, async (watch) => {
-    renameSync(root.path, away);
-    root.recordPath = join(away, 'v3/record.jsonl');
-    await screen.pressKeys('ctrl+r');
-    await root.awaitPainted(2);
-    kill((await root.awaitStarted()).pid);
-    await screen.awaitPageText((text) => text.includes('(code 9)'));
+test('showing: the data root is removed and comes back', {}, async (scenario) => {
+  const { user, root, screen } = scenario;
+  const elsewhere = join(user.folder, 'elsewhere');
+  const move = (from, to) => {
+    renameSync(from, to);
+    root.recordPath = join(to, 'v3/record.jsonl');
+  };
+  await scenario.startAndShowPage();
+  await scenario.monitored(async () => {
+    move(root.path, elsewhere);
+    await scenario.reload();
+    await scenario.crashServer();
     await screen.pressKeys('ctrl+r');
     await screen.awaitPageText((text) => text.includes('Deze Mac heeft het OS niet.'));
-    renameSync(away, root.path);
-    root.recordPath = join(root.path, 'v3/record.jsonl');
-    await watch.allowing(async () => {
-      await screen.pressKeys('ctrl+r');
-      await root.awaitStarted(2);
-    });
+    move(elsewhere, root.path);
+    await scenario.restartServer();
     await root.awaitPainted(3);
   });
-  await user.quit(run);
-  await assertClean(user);
 });
 
-const garbage = Buffer.from(Array.from({ length: 5000 }, (_, at) => (at * 7919) % 251));
+const garbage = Buffer.from(Array.from({ length: 5000 }, (_, index) => (index * 7919) % 251));
 
-test('starting: the defaults file is damaged', {}, async (user, screen, t) => {
-  const folder = join(user.environment.XDG_CONFIG_HOME, 'nl.orvel.os');
-  mkdirSync(folder);
+/// Damages the files with page storage, the cookie database among them.
+function damagePageStorage({ user }) {
+  const files = user.dataFiles();
+  assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
+  for (const path of files) writeFileSync(path, garbage);
+}
+
+/// Damages the defaults file. Returns a function that checks its replacement.
+function damageDefaults(scenario) {
+  const folder = join(scenario.user.environment.XDG_CONFIG_HOME, 'nl.orvel.os');
+  mkdirSync(folder, { recursive: true });
   writeFileSync(join(folder, 'defaults.ini'), garbage);
-  await startShowQuit(user, screen, t, {}, { damaged: ['defaults.ini.damaged'] });
-  assert.ok(garbage.equals(readFileSync(join(folder, 'defaults.ini.damaged'))), 'it is kept');
-  assert.match(readFileSync(join(folder, 'defaults.ini'), 'utf8'), /^\[Defaults\]/);
-});
-
-test('starting: the cookie database and all else that is kept is damaged', {},
-  async (user, screen, t) => {
-    await user.startAndShowPage();
-    await user.quit();
-    const files = user.dataFiles();
-    assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
-    for (const path of files) writeFileSync(path, garbage);
-    await startShowQuit(user, screen, t);
-    const { headers } = user.root.requests('/').at(-1);
-    assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`));
-  });
-
-test('starting: the information is damaged', {}, async (user, screen, t) => {
-  writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
-  await startShowQuit(user, screen, t);
-  assert.equal(user.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
-});
-
-test('showing and quitting: all that is kept is damaged meanwhile', {},
-  async (user, screen, t) => {
-    const folder = join(user.environment.XDG_CONFIG_HOME, 'nl.orvel.os');
-    const run = await user.startAndShowPage();
-    const files = user.dataFiles();
-    assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
-    mkdirSync(folder, { recursive: true });
-    for (const path of [...files, join(folder, 'defaults.ini')]) writeFileSync(path, garbage);
-    await underWatch(screen, run, t, {}, async () => {
-      await screen.pressKeys('ctrl+r');
-      // Without its cookie, perhaps: WebKit's network process may not survive it.
-      await user.root.awaitPainted(2);
-    });
-    await user.quit(run);
-    await endedWell(user, run);
-    assert.ok(garbage.equals(readFileSync(join(folder, 'defaults.ini.damaged'))), 'it is kept');
+  scenario.configurationFiles.push('defaults.ini.damaged');
+  return () => {
+    assert.deepEqual(readFileSync(join(folder, 'defaults.ini.damaged')), garbage);
     assert.match(readFileSync(join(folder, 'defaults.ini'), 'utf8'), /^\[Defaults\]/);
-    await startShowQuit(user, screen, t, {}, { damaged: ['defaults.ini.damaged'] });
-    assert.match(user.root.requests('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
-  });
+  };
+}
 
-const kept = ({ environment }) => ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
-  .map((name) => environment[name]);
-
-test('starting: every disk is full', { skip: noMounts }, async (user, screen, t) => {
-  await startShowQuit(user, screen, t, { wrapper: full(...kept(user)) });
+test('starting: defaults, cookie database and page storage are damaged', {}, async (scenario) => {
+  await scenario.startAndShowPage();
+  await scenario.quit();
+  damagePageStorage(scenario);
+  const assertReplaced = damageDefaults(scenario);
+  await startAndReload(scenario);
+  await scenario.quit();
+  assertReplaced();
+  assertPageRequestHasKey(scenario);
 });
 
-test('showing: the server floods its log', { timeout: 240_000 }, async (user, screen, t) => {
-  const { root } = user;
+test('starting: Info.plist is damaged', {}, async (scenario) => {
+  writeFileSync(join(scenario.user.bundle, 'Contents/Info.plist'), garbage);
+  await startAndReload(scenario);
+  assert.equal(scenario.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
+});
+
+test('showing: defaults, cookie database and page storage are damaged', {}, async (scenario) => {
+  await scenario.startAndShowPage();
+  damagePageStorage(scenario);
+  const assertReplaced = damageDefaults(scenario);
+  // The request may lack its cookie: WebKit's network process may crash.
+  await scenario.monitored(() => scenario.reload());
+  await scenario.quit();
+  assertReplaced();
+  await startAndReload(scenario);
+  assertPageRequestHasKey(scenario);
+});
+
+test('starting: all disks are full', { skip: noMounts }, async (scenario) => {
+  const folders = ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
+    .map((name) => scenario.user.environment[name]);
+  await startAndReload(scenario, { wrapper: fullDisks(...folders) });
+});
+
+const room = 128 << 20;
+const archive = '/download/orvel-os.zip';
+
+/// Makes a small archive of a bundle that needs more than `room`.
+const makeLargeRelease = (user) => makeRelease(user, {
+  alter: (_, bundle) =>
+    writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * room)),
+});
+
+/// Returns the size on disk of the only file with this name below a folder.
+function storedBytes(name, folder) {
+  const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
+  return statSync(join(folder, path)).blocks * 512;
+}
+
+test('updating: no space to unpack a release, then a smaller release',
+  { skip: noMounts, timeout: 120_000 }, async (scenario) => {
+    const { user, screen } = scenario;
+    const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
+    mkdirSync(temporary, { recursive: true });
+    const wrapper = mounting(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
+    await scenario.online(async (server, routes) => {
+      const oldBundle = fingerprint(user.bundle);
+      await scenario.monitored(async () => {
+        Object.assign(routes, releaseRoutes('1.1', makeLargeRelease(user)));
+        await screen.chooseApplicationItem(1);
+        await waitFor('the request', () => server.requestsTo(archive).length === 1);
+        Object.assign(routes, releaseRoutes('1.0'));
+        await checkForUpdates(screen, upToDateNotice());
+        assert.equal(fingerprint(user.bundle), oldBundle);
+        const stored = storedBytes('large', `/proc/${scenario.run.pid}/root${temporary}`);
+        assert.ok(stored > 0 && stored < room, 'the file is partial');
+        Object.assign(routes, releaseRoutes('1.1', makeRelease(user)));
+        await screen.chooseApplicationItem(1);
+        await screen.awaitPanel(updatedNotice);
+      });
+      assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+      await scenario.terminate();
+    }, { wrapper });
+  });
+
+test('showing: the server floods its log', { timeout: 240_000 }, async (scenario) => {
+  const { root, screen } = scenario;
   const size = isLong ? 1 << 30 : 1 << 26;
-  root.setBehaviour({ live: true });
-  const run = await user.startAndShowPage();
-  await underWatch(screen, run, t, {}, async (watch) => {
-    root.setBehaviour({ live: true, routes: { '/': { page: '', logBytes: size } } });
+  scenario.setRoutes();
+  await scenario.startAndShowPage();
+  await scenario.monitored(async () => {
+    scenario.setRoutes({ '/': { page: '', logBytes: size } });
     await screen.pressKeys('ctrl+r');
-    await waitFor('the page again', () => root.reported('painted').length === 2, { timeout: 180_000 });
+    await waitFor('the page again', () => scenario.paints() === 2, { timeout: 180_000 });
     assert.ok(statSync(root.log).size >= size);
-    root.setBehaviour({ live: true });
-    kill((await root.awaitStarted()).pid);
-    await screen.awaitPageText((text) => text.includes('(code 9)'));
-    await watch.allowing(async () => {
-      await screen.pressKeys('ctrl+r');
-      await root.awaitStarted(2);
-    });
+    scenario.setRoutes();
+    await scenario.crashServer();
+    await scenario.restartServer();
     await root.awaitPainted(3);
     assert.ok(statSync(root.log).size < 1000, 'each start empties the log');
   });
-  await user.quit(run);
-  await assertClean(user);
 });
 
-const shifter = ['x86_64', 'aarch64']
+const libfaketime = ['x86_64', 'aarch64']
   .map((machine) => `/usr/lib/${machine}-linux-gnu/faketime/libfaketime.so.1`).find(existsSync);
 
-test('polling and showing: the clock jumps by a year, both ways',
-  { skip: !shifter && 'libfaketime is not installed' }, async (user, screen, t) => {
-    const clock = join(user.folder, 'klok');
-    const set = (text) => {
-      writeFileSync(`${clock}.new`, text);
+test('polling and showing: the clock jumps by a year in both directions',
+  { skip: !libfaketime && 'libfaketime is not installed' }, async (scenario) => {
+    const { user, root } = scenario;
+    const clock = join(user.folder, 'clock');
+    const setClock = (offset) => {
+      writeFileSync(`${clock}.new`, offset);
       renameSync(`${clock}.new`, clock);
     };
-    set('+0d');
-    user.root.setBehaviour({ live: true, routes: { '/api/wie': { status: 503 } } });
-    const probes = () => user.root.requests('/api/wie').length;
-    const run = user.start({ environment: {
-      LD_PRELOAD: shifter, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
+    const jumps = ['+366d', '-366d', '+0d'];
+    const probes = () => root.requests('/api/wie').length;
+    setClock('+0d');
+    scenario.setRoutes({ '/api/wie': { status: 503 } });
+    scenario.start({ environment: {
+      LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
     await waitFor('probes', () => probes() >= 2);
-    await underWatch(screen, run, t, {}, async () => {
-      for (const jump of ['+366d', '-366d', '+0d']) {
-        set(jump);
+    await scenario.monitored(async () => {
+      for (const jump of jumps) {
+        setClock(jump);
         const before = probes();
-        const begin = process.hrtime.bigint();
+        const begin = performance.now();
         await waitFor(`probes after ${jump}`, () => probes() >= before + 3);
-        const took = Number(process.hrtime.bigint() - begin) / 1e6;
-        assert.ok(took > 400, `three probes took ${took} ms`);
+        const elapsed = performance.now() - begin;
+        assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
       }
-      user.root.setBehaviour({ live: true });
-      await user.root.awaitPainted(1);
-      for (const jump of ['+366d', '-366d', '+0d']) {
-        set(jump);
-        const before = user.root.reported('painted').length;
-        await screen.pressKeys('ctrl+r');
-        await user.root.awaitPainted(before + 1);
-        const { headers } = user.root.requests('/').at(-1);
-        assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`), jump);
+      scenario.setRoutes();
+      await root.awaitPainted(1);
+      for (const jump of jumps) {
+        setClock(jump);
+        await scenario.reload();
+        assertPageRequestHasKey(scenario);
       }
     });
-    await user.quit(run);
-    await assertClean(user);
   });

@@ -1,5 +1,4 @@
-// The jobs of the application. Each is brought to its middle, where a fault can
-// strike, and then to its ordinary end.
+// The jobs of the application during which faults are injected.
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
@@ -7,129 +6,120 @@ import { join } from 'node:path';
 
 import { Desktop } from '../../support/desktop/default_apps.mjs';
 import { OnlineServer } from '../../support/desktop/online_server.mjs';
-import { pageColour } from '../../support/desktop/page.mjs';
-import { plistValue, fingerprint, makeRelease, releaseRoutes } from '../../support/desktop/release.mjs';
+import {
+  fingerprint, makeRelease, plistValue, releaseRoutes,
+} from '../../support/desktop/release.mjs';
 import { updatedNotice } from '../../support/desktop/updates.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
-import { endedWell } from './invariants.mjs';
+import { assertExit } from './scenario.mjs';
 
-const file = { headers: { 'content-type': 'text/csv' }, body: 'een;twee\n'.repeat(100_000) };
-const page = '<input id="field" autocomplete="off"><a id="los" href="/api/bestand/los">los</a>';
+const file = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
+const filePath = '/api/bestand/file';
+const archivePath = '/download/orvel-os.zip';
 
-const refusing = { live: true, routes: { '/api/wie': { status: 503 } } };
-
-async function shows(scene) {
-  await waitFor('the page on the screen', () => scene.screen.screenshot().shows(pageColour));
-}
-
-/// What each job needs: `begin` brings a scene (user, screen, how to start) to
-/// the job's middle and keeps the run in it; `enter` is the part of that which lasts
-/// too short a time to begin to watch the application after it; `finish` sees it through.
+/// `begin` starts the application and brings the job to its middle; `enter` does the part
+/// of it that is too short to start pinging afterwards. `finish` completes the job.
+/// `assertNothingDone` checks that an aborted job has left nothing.
 export const jobs = {
   starting: {
-    async begin(scene) {
-      scene.run = scene.user.start(scene.options);
-      await scene.user.root.awaitStarted();
-      await scene.screen.awaitWindow();
+    async begin(scenario) {
+      scenario.start();
+      await scenario.root.awaitStarted();
+      await scenario.screen.awaitWindow();
     },
-    async finish(scene) {
-      await scene.user.root.awaitPainted(1);
-      await shows(scene);
+    async finish(scenario) {
+      await scenario.root.awaitPainted(1);
+      await scenario.pageOnScreen();
     },
   },
 
   polling: {
-    async begin(scene) {
-      scene.user.root.setBehaviour(refusing);
-      scene.run = scene.user.start(scene.options);
-      await waitFor('probes', () => scene.user.root.requests('/api/wie').length >= 2);
-      await scene.screen.awaitWindow();
+    async begin(scenario) {
+      scenario.setRoutes({ '/api/wie': { status: 503 } });
+      scenario.start();
+      await waitFor('probes', () => scenario.root.requests('/api/wie').length >= 2);
+      await scenario.screen.awaitWindow();
     },
-    async finish(scene) {
-      scene.user.root.setBehaviour({ live: true });
-      await scene.user.root.awaitPainted(1);
-      await shows(scene);
+    async finish(scenario) {
+      scenario.setRoutes();
+      await scenario.root.awaitPainted(1);
+      await scenario.pageOnScreen();
     },
   },
 
   showing: {
-    async begin(scene) {
-      scene.run = await scene.user.startAndShowPage(scene.options);
+    async begin(scenario) {
+      await scenario.startAndShowPage();
     },
-    async finish(scene) {
-      // Where the page was loaded again by itself, it was painted once more.
-      const before = scene.user.root.requests('/').length;
-      await scene.screen.pressKeys('ctrl+r');
-      await waitFor('the page again', () => scene.user.root.requests('/').length > before);
-      await scene.user.root.awaitPainted(scene.user.root.requests('/').length);
-      await shows(scene);
+    async finish(scenario) {
+      // A page that WebKit has reloaded after a crash has been painted once more.
+      const requests = () => scenario.root.requests('/').length;
+      const before = requests();
+      await scenario.screen.pressKeys('ctrl+r');
+      await waitFor('the reload', () => requests() > before);
+      await scenario.root.awaitPainted(requests());
+      await scenario.pageOnScreen();
     },
   },
 
   downloading: {
-    async begin(scene) {
-      const { user, screen } = scene;
-      scene.gate = join(user.folder, 'verder');
-      scene.desktop = new Desktop(user);
-      const layout = await user.startWithPage(page, {
-        routes: { '/api/bestand/los': { ...file, gate: scene.gate } },
-      }, scene.options);
-      scene.run = user.runs.at(-1);
-      await screen.clickElement(layout, 'los');
-      await waitFor('the request', () => user.root.requests('/api/bestand/los').length === 1);
+    async begin(scenario) {
+      const { user, screen, root } = scenario;
+      scenario.gate = join(user.folder, 'gate');
+      scenario.desktop = new Desktop(user);
+      const layout = await scenario.startWithPage(`<a id="file" href="${filePath}">file</a>`, {
+        routes: { [filePath]: { ...file, gate: scenario.gate } },
+      });
+      await screen.clickElement(layout, 'file');
+      await waitFor('the request', () => root.requests(filePath).length === 1);
     },
-    async finish(scene) {
-      writeFileSync(scene.gate, '');
-      const text = await scene.desktop.awaitFile('los.csv');
-      assert.ok(text === file.body, 'the whole file');
+    async finish({ gate, desktop }) {
+      writeFileSync(gate, '');
+      const text = await desktop.awaitFile('file.csv');
+      assert.ok(text === file.body, 'the file is complete');
     },
-    /// The job was broken off.
-    async nothingCame(scene) {
-      await waitFor('an empty folder', () => scene.desktop.files().length === 0);
-      assert.deepEqual(scene.desktop.opened(), []);
+    async assertNothingDone({ desktop }) {
+      await waitFor('an empty folder', () => desktop.files().length === 0);
+      assert.deepEqual(desktop.opened(), []);
     },
   },
 
   updating: {
-    online: true,
-    async begin(scene) {
-      const { user, screen } = scene;
-      scene.gate = join(user.folder, 'verder');
+    async begin(scenario) {
+      const { user } = scenario;
+      scenario.gate = join(user.folder, 'gate');
       const routes = {};
-      scene.server = await OnlineServer.open({ routes });
-      const { address } = scene.server;
+      scenario.server = await OnlineServer.open({ routes });
+      const { address } = scenario.server;
       user.setPlistValues({ ORVELOSURL: address, CFBundleShortVersionString: '1.0' });
-      scene.old = fingerprint(user.bundle);
-      Object.assign(routes, releaseRoutes('1.1', { body: makeRelease(user), gate: scene.gate }));
-      scene.run = user.start(scene.options);
-      await scene.server.awaitPainted();
-      await screen.chooseApplicationItem(1);
-      await waitFor('the request', () => scene.server.requestsTo('/download/orvel-os.zip').length > 0);
+      scenario.oldBundle = fingerprint(user.bundle);
+      Object.assign(routes, releaseRoutes('1.1', { body: makeRelease(user), gate: scenario.gate }));
+      scenario.start();
+      // The automatic check finds the release.
+      await waitFor('the request', () => scenario.server.requestsTo(archivePath).length > 0);
     },
-    async finish(scene) {
-      writeFileSync(scene.gate, '');
-      await scene.screen.awaitPanel(updatedNotice);
-      assert.equal(plistValue(scene.user.bundle, 'CFBundleShortVersionString'), '1.1');
+    async finish({ user, screen, gate }) {
+      writeFileSync(gate, '');
+      await screen.awaitPanel(updatedNotice);
+      assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
     },
-    async nothingCame(scene) {
-      assert.equal(fingerprint(scene.user.bundle), scene.old);
+    async assertNothingDone({ user, oldBundle }) {
+      assert.equal(fingerprint(user.bundle), oldBundle);
     },
   },
 
   quitting: {
-    async begin(scene) {
-      const { user } = scene;
-      user.root.setBehaviour({ stopDelay: 800 });
-      scene.run = await user.startAndShowPage(scene.options);
-      scene.pages = user.root.reported('painted').length;
+    async begin(scenario) {
+      scenario.root.setBehaviour({ stopDelay: 800 });
+      await scenario.startAndShowPage();
     },
-    async enter({ user, screen }) {
+    async enter({ screen, root }) {
       await screen.pressKeys('ctrl+q');
-      await waitFor('the stop', () => user.root.events('signal').length > 0);
+      await waitFor('the signal', () => root.events('signal').length > 0);
     },
-    async finish(scene) {
-      await endedWell(scene.user, scene.run);
-      await scene.user.root.awaitServerExit();
+    async finish({ user, run, root }) {
+      await assertExit(user, run);
+      await root.awaitServerExit();
     },
   },
 };
