@@ -8,11 +8,11 @@ import { cpus, getPriority, loadavg, tmpdir, totalmem } from 'node:os';
 import { dirname } from 'node:path';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
-import { contenders } from './contenders.mjs';
+import { contenders } from './viewers.mjs';
 import { ViewerScreen } from './viewer_screen.mjs';
-import { watchLoop } from './loops.mjs';
-import * as trials from './transfer_trials.mjs';
-import { quietMinute, visitCold, visitReady } from './visit.mjs';
+import { watchLoop } from './main_loop.mjs';
+import * as trials from './transfers.mjs';
+import { quietMinute, visitCold, visitReady } from './startup.mjs';
 
 const [application, programs, results, mode] = process.argv.slice(2);
 const rounds = mode === 'quick'

@@ -8,8 +8,8 @@ import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { median, medianRatio, upToProbe } from './numbers.mjs';
-import { drawing } from './picture.mjs';
+import { median, medianRatio, upToProbe } from './statistics.mjs';
+import { drawing } from './chart.mjs';
 
 const BEGIN = '<!-- measured -->';
 const END = '<!-- end of what is measured -->';

@@ -9,8 +9,8 @@
 import { appendFileSync, createReadStream, statSync } from 'node:fs';
 import { createServer } from 'node:http';
 
-import * as heavy from './heavy_page.mjs';
-import { LARGE, SMALL, largePage, smallPage } from './transfers.mjs';
+import * as heavy from './pages.mjs';
+import { LARGE, SMALL, largePage, smallPage } from './transfer_pages.mjs';
 
 const { PORT, ORVEL_BENCH_HOST, ORVEL_BENCH_RECORD, ORVEL_BENCH_ARCHIVE } = process.env;
 const page = { heavy: heavy.page, large: largePage, small: smallPage }[

@@ -3,7 +3,7 @@
 import { join } from 'node:path';
 
 import { Framebuffer } from '../../tests/support/image.mjs';
-import { BAND, MARK } from './heavy_page.mjs';
+import { BAND, MARK } from './pages.mjs';
 
 export class ViewerScreen extends Framebuffer {
   constructor(folder) {

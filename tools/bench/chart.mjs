@@ -1,6 +1,6 @@
 // The picture of the numbers: three groups of bars, drawn as SVG.
 
-import { median } from './numbers.mjs';
+import { median } from './statistics.mjs';
 
 const groups = [
   ['finished page on the screen, ms', 'painted'],

@@ -3,8 +3,8 @@
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Home } from './contenders.mjs';
-import { showAlone, startServer } from './visit.mjs';
+import { Home } from './viewers.mjs';
+import { showAlone, startServer } from './startup.mjs';
 
 /// The stretches that loop_watch.cc writes down.
 export function readStretches(text) {
@@ -31,7 +31,7 @@ export async function watchLoop(bench, contender, { cold = false } = {}) {
   // By way of env, which alone is to start the program so.
   const watched = {
     ...contender,
-    command: (...about) => ['env', `LD_PRELOAD=${join(bench.programs, 'libloop_watch.so')}`,
+    command: (...about) => ['env', `LD_PRELOAD=${join(bench.programs, 'libmain_loop_stalls.so')}`,
       `ORVEL_LOOP_WATCH=${file}`, ...contender.command(...about)],
   };
   let server;

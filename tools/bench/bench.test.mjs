@@ -9,12 +9,12 @@ import { test } from 'node:test';
 
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { ViewerScreen } from './viewer_screen.mjs';
-import { BAND, ELEMENTS, MARK, SCRIPT_SIZE, script } from './heavy_page.mjs';
-import { readStretches, summary } from './loops.mjs';
-import { median, medianRatio, upToProbe } from './numbers.mjs';
-import { drawing } from './picture.mjs';
+import { BAND, ELEMENTS, MARK, SCRIPT_SIZE, script } from './pages.mjs';
+import { readStretches, summary } from './main_loop.mjs';
+import { median, medianRatio, upToProbe } from './statistics.mjs';
+import { drawing } from './chart.mjs';
 import { replaceMeasured, text, verdicts } from './report.mjs';
-import { Tree } from './tree.mjs';
+import { Tree } from './process_tree.mjs';
 
 const programs = process.env.ORVEL_BENCH_PROGRAMS;
 

@@ -6,9 +6,9 @@ import { setTimeout as pause } from 'node:timers/promises';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
-import { Home } from './contenders.mjs';
+import { Home } from './viewers.mjs';
 import { ViewerScreen } from './viewer_screen.mjs';
-import { Tree } from './tree.mjs';
+import { Tree } from './process_tree.mjs';
 
 export const LOCAL_PORT = 4767;
 const patience = { timeout: 60_000, every: 1 };
