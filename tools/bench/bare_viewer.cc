@@ -5,11 +5,10 @@
 
 #include "platform/linux/renderer_choice.h"
 
-// One window, one page, nothing else: the least that a viewer on GTK and
-// WebKitGTK can be.
+// Shows one page in one window with GTK and WebKitGTK, and does nothing else.
 //
-//   bare_viewer URL          as the libraries come
-//   bare_viewer tuned URL    with the settings that suit this machine best
+//   bare_viewer URL          with default settings
+//   bare_viewer tuned URL    with the renderer settings of the application
 int main(int argc, char **argv) {
   const bool tuned = argc == 3 && std::strcmp(argv[1], "tuned") == 0;
   if (argc != 2 && !tuned) return EXIT_FAILURE;

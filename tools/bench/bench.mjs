@@ -1,116 +1,113 @@
-// Measures the application beside other viewers, in rounds in which each has its
-// turn, and leaves the numbers in a file:
+// Measures the application and other viewers, and writes the results to a JSON file. In each
+// round every viewer is measured once.
 //
 //   node bench.mjs APPLICATION PROGRAMS RESULTS [quick]
 
-import { mkdirSync, readFileSync, statfsSync, writeFileSync } from 'node:fs';
+import { mkdirSync, readFileSync, rmSync, statfsSync, writeFileSync } from 'node:fs';
 import { cpus, getPriority, loadavg, tmpdir, totalmem } from 'node:os';
 import { dirname } from 'node:path';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
-import { contenders } from './viewers.mjs';
-import { ViewerScreen } from './viewer_screen.mjs';
-import { watchLoop } from './main_loop.mjs';
-import * as trials from './transfers.mjs';
-import { quietMinute, visitCold, visitReady } from './startup.mjs';
+import {
+  measureColdStart, measureMainLoop, measureQuietMinute, measureReadyStart,
+} from './startup.mjs';
+import * as transfers from './transfers.mjs';
+import { listViewers } from './viewers.mjs';
 
-const [application, programs, results, mode] = process.argv.slice(2);
+const [application, programs, resultsFile, mode] = process.argv.slice(2);
 const rounds = mode === 'quick'
   ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
   : { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 };
 
-/// In memory where there is room: a disk would be measured instead.
+/// Returns a folder in memory if it has enough space, so that the disk is not measured.
 function scratchFolder() {
   const needed = 12 * 1024 ** 3;
   try {
     const { bavail, bsize } = statfsSync('/dev/shm');
     if (bavail * bsize > needed) return '/dev/shm';
   } catch {
-    // Not every system has it.
+    // This system has no /dev/shm.
   }
   return tmpdir();
 }
 
 const size = { width: 1280, height: 800 };
 const screen = await Screen.open(size);
-const bench = {
-  application, programs, screen, size, port: 4801, pixels: new ViewerScreen(screen.folder),
-  scratch: scratchFolder(), environment: {},
-};
-const all = contenders({ application, programs, chromium: process.env.ORVEL_BENCH_CHROMIUM });
-const [ours, , tuned] = all;
-const found = {
+const bench = { application, programs, screen, size, scratch: scratchFolder() };
+const viewers = listViewers({ application, programs, chromium: process.env.ORVEL_BENCH_CHROMIUM });
+const [ours, , tuned] = viewers;
+const results = {
   date: new Date().toISOString().slice(0, 10),
   machine: { processor: cpus()[0].model, cores: cpus().length, memory: totalmem(),
     kernel: readFileSync('/proc/version', 'utf8').split(' ')[2], scratch: bench.scratch },
   asRoot: process.getuid() === 0,
   niceness: getPriority(),
-  rounds, load: [], names: all.map(({ name }) => name),
+  rounds, load: [], names: viewers.map(({ name }) => name),
   ready: {}, cold: {}, minute: {}, loops: {}, transfers: {}, failures: [],
 };
 
-function keep(table, name, value) {
-  (found[table][name] ??= []).push(value);
-  writeFileSync(results, JSON.stringify(found, null, 1));
+function store(table, name, value) {
+  (results[table][name] ??= []).push(value);
+  writeFileSync(resultsFile, JSON.stringify(results, null, 1));
 }
 
-/// One measurement; one that fails is told, and leaves a gap in its round.
+/// Makes one measurement. A failure is recorded, and is null in its round.
 async function measure(table, name, body) {
-  found.load.push(Math.round(loadavg()[0] * 10) / 10);
+  results.load.push(Math.round(loadavg()[0] * 10) / 10);
   let value = null;
   try {
     value = await body();
   } catch (error) {
-    found.failures.push(`${table}, ${name}: ${error.message}`);
+    results.failures.push(`${table}, ${name}: ${error.message}`);
   }
   console.log(`bench: ${table}, ${name}: ${JSON.stringify(value)}`);
-  keep(table, name, value);
+  store(table, name, value);
 }
 
-/// Whoever is first finds memory that the machine has to get from elsewhere.
-const inTurn = (round, ...both) => (round % 2 === 0 ? both : both.reverse());
+/// Alternates the order, because the first transfer pays for memory that a virtual machine
+/// gets from its host.
+async function measureTransfers(round, pair, ...options) {
+  for (const [name, transfer] of round % 2 === 0 ? pair : pair.reverse()) {
+    await measure('transfers', name, () => transfer(bench, ...options));
+  }
+}
 
-/// Everybody begins a round once.
-const turns = (round) => all.map((_, at) => all[(at + round) % all.length]);
-
-mkdirSync(dirname(results), { recursive: true });
+mkdirSync(dirname(resultsFile), { recursive: true });
 try {
   for (let round = 0; round < rounds.starts; round += 1) {
-    for (const each of turns(round)) {
-      await measure('ready', each.name, () => visitReady(bench, each));
-      await measure('cold', each.name, () => visitCold(bench, each));
+    // Another viewer is the first one in each round.
+    for (let at = 0; at < viewers.length; at += 1) {
+      const viewer = viewers[(at + round) % viewers.length];
+      await measure('ready', viewer.name, () => measureReadyStart(bench, viewer));
+      await measure('cold', viewer.name, () => measureColdStart(bench, viewer));
     }
   }
   for (let round = 0; round < rounds.loops; round += 1) {
-    await measure('loops', 'ready', () => watchLoop(bench, ours));
-    await measure('loops', 'cold', () => watchLoop(bench, ours, { cold: true }));
-    await measure('loops', 'bare', () => watchLoop(bench, tuned));
+    await measure('loops', 'ready', () => measureMainLoop(bench, ours));
+    await measure('loops', 'cold', () => measureMainLoop(bench, ours, { cold: true }));
+    await measure('loops', 'bare', () => measureMainLoop(bench, tuned));
   }
+  const { largeByApplication, largeByCurl, smallByApplication, smallByCurl } = transfers;
   for (let round = 0; round < rounds.transfers; round += 1) {
-    for (const [name, trial] of [
-      ...inTurn(round, ['large', trials.largeByApplication], ['large, curl', trials.largeByCurl]),
-      ...inTurn(round, ['small', trials.smallByApplication], ['small, curl', trials.smallByCurl]),
-      ['small, curl anew', () => trials.smallByCurl(bench, { reuse: false })],
-    ]) {
-      await measure('transfers', name, () => trial(bench));
-    }
+    await measureTransfers(round, [['large', largeByApplication], ['large, curl', largeByCurl]]);
+    await measureTransfers(round, [['small', smallByApplication], ['small, curl', smallByCurl]]);
+    await measureTransfers(round, [['small, curl, new connections', smallByCurl]], { reuse: false });
   }
   if (rounds.updates > 0) {
-    const archive = await trials.makeArchive(bench, 200 << 20);
+    const { updateByApplication, updateByTools } = transfers;
+    const archive = await transfers.createArchive(bench, 200 << 20);
     try {
       for (let round = 0; round < rounds.updates; round += 1) {
-        for (const [name, trial] of inTurn(round, ['update', trials.updateByApplication],
-          ['update, tools', trials.updateByTools])) {
-          await measure('transfers', name, () => trial(bench, archive.path));
-        }
+        await measureTransfers(round,
+          [['update', updateByApplication], ['update, tools', updateByTools]], archive.path);
       }
     } finally {
-      trials.removeFolder(archive.folder);
+      rmSync(archive.folder, { recursive: true, force: true });
     }
   }
   for (let round = 0; round < rounds.minutes; round += 1) {
-    const times = await quietMinute(bench, all);
-    all.forEach(({ name }, at) => keep('minute', name, times[at]));
+    const times = await measureQuietMinute(bench, viewers);
+    viewers.forEach(({ name }, at) => store('minute', name, times[at]));
     console.log(`bench: quiet minute: ${times.map(Math.round).join(', ')}`);
   }
 } finally {

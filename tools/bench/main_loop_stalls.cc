@@ -9,20 +9,19 @@
 #include <cstdlib>
 #include <ctime>
 
-// Loaded into a GLib program before all else, it tells how long the main loop
-// was kept from turning, one line for each time, in milliseconds:
+// Records the stalls of the main loop of a GLib program. Loaded by LD_PRELOAD, it writes one
+// line for each stall to the file ORVEL_MAIN_LOOP_STALLS, in milliseconds:
 //
-//   AT LENGTH WAITED WORKED
+//   WAITED WORKED
 //
-// AT counts from the start of the program; WAITED is the part of LENGTH in which
-// the main thread waited for another thread, as it does for a child process, and
-// WORKED its processor time. The file is named by ORVEL_LOOP_WATCH.
+// WAITED is how long the main thread waited for another thread, as it does for a child
+// process, and WORKED is its processor time.
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double worthTelling = 5;
+constexpr double minStall = 5;
 
 double processorTime() {
   timespec time{};
@@ -34,54 +33,51 @@ double milliseconds(Clock::duration duration) {
   return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-struct Watch {
-  const Clock::time_point start = Clock::now();
-  Clock::time_point busySince = start;
+struct Stalls {
+  Clock::time_point busySince = Clock::now();
   double waited = 0;
-  double workedBefore = 0;
+  double processorTimeBefore = 0;
   std::FILE *file = nullptr;
   int (*condWait)(pthread_cond_t *, pthread_mutex_t *) = nullptr;
 };
 
-Watch &watch() {
-  static Watch only;
-  return only;
+Stalls &stalls() {
+  static Stalls instance;
+  return instance;
 }
 
 bool isMainThread() { return ::getpid() == ::gettid(); }
 
-gint turn(GPollFD *descriptors, guint count, gint timeout) {
+gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
   if (!isMainThread()) return ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
-  Watch &own = watch();
-  const auto length = milliseconds(Clock::now() - own.busySince);
-  if (length >= worthTelling && own.file != nullptr) {
-    std::fprintf(own.file, "%.1f %.1f %.1f %.1f\n", milliseconds(own.busySince - own.start), length,
-                 own.waited, processorTime() - own.workedBefore);
+  Stalls &own = stalls();
+  if (milliseconds(Clock::now() - own.busySince) >= minStall && own.file != nullptr) {
+    std::fprintf(own.file, "%.1f %.1f\n", own.waited, processorTime() - own.processorTimeBefore);
     std::fflush(own.file);
   }
   const int result = ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
   own.busySince = Clock::now();
   own.waited = 0;
-  own.workedBefore = processorTime();
+  own.processorTimeBefore = processorTime();
   return result;
 }
 
-[[gnu::constructor]] void begin() {
-  Watch &own = watch();
-  if (const char *path = std::getenv("ORVEL_LOOP_WATCH")) own.file = std::fopen(path, "we");
-  // The processes that the program starts are not watched.
+[[gnu::constructor]] void start() {
+  Stalls &own = stalls();
+  if (const char *path = std::getenv("ORVEL_MAIN_LOOP_STALLS")) own.file = std::fopen(path, "we");
+  // Do not record child processes.
   ::unsetenv("LD_PRELOAD");
-  ::unsetenv("ORVEL_LOOP_WATCH");
-  g_main_context_set_poll_func(nullptr, turn);
+  ::unsetenv("ORVEL_MAIN_LOOP_STALLS");
+  g_main_context_set_poll_func(nullptr, pollAndRecord);
 }
 
 }  // namespace
 
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
-  Watch &own = watch();
+  Stalls &own = stalls();
   if (own.condWait == nullptr) {
-    // The C library has an older function of this name for older programs.
+    // glibc also has an older version of this function with another ABI.
     void *found = dlvsym(RTLD_NEXT, "pthread_cond_wait", "GLIBC_2.3.2");
     own.condWait = reinterpret_cast<decltype(own.condWait)>(found);
   }

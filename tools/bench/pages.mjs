@@ -1,78 +1,117 @@
-// A page of the weight that web applications have: 300 kB of script that is run,
-// a style sheet, 2,000 elements. Always the same text.
+// The pages of the benchmark. The heavy page has the size of a typical web application: 300 kB
+// of script that runs, a style sheet and 2,000 elements. The other two start downloads.
 
 export const SCRIPT_SIZE = 300_000;
 export const ELEMENTS = 2000;
 
-/// What the finished page shows at its lower edge, and what it shows under its
-/// head once its content is there.
+export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
+export const SMALL_FILE_SIZE = 10 * 1024;
+export const SMALL_FILES = 10_000;
+/// How many small files the page requests before it has received one.
+const CONCURRENT_FILES = 8;
+
+/// The colour of the marks at the lower edge, which appear when the page is loaded, and of the
+/// band at the top.
 export const MARK = [19, 199, 161];
 export const BAND = [120, 64, 200];
 
 const css = (colour) => `rgb(${colour.join(',')})`;
 
-export const style = `
+export const heavyStyle = `
 html, body { margin: 0; background: #07090c; color: #c3ccd5; font: 14px sans-serif; }
 #band { height: 260px; background: ${css(BAND)}; }
-#kaarten { display: flex; flex-wrap: wrap; gap: 8px; padding: 8px; }
-.kaart { width: 180px; padding: 8px; border: 1px solid #28303a; border-radius: 8px;
-         background: linear-gradient(#121821, #0b1017); box-shadow: 0 1px 4px rgba(0,0,0,.5); }
-.kaart b { display: block; color: #eef2f5; }
-.kaart span { opacity: .8; }
-.kaart button { border-radius: 6px; border: 0; background: #8fc7ff; }
-.merk { display: none; position: fixed; bottom: 0; width: 80px; height: 80px;
+#cards { display: flex; flex-wrap: wrap; gap: 8px; padding: 8px; }
+.card { width: 180px; padding: 8px; border: 1px solid #28303a; border-radius: 8px;
+        background: linear-gradient(#121821, #0b1017); box-shadow: 0 1px 4px rgba(0,0,0,.5); }
+.card b { display: block; color: #eef2f5; }
+.card span { opacity: .8; }
+.card button { border-radius: 6px; border: 0; background: #8fc7ff; }
+.mark { display: none; position: fixed; bottom: 0; width: 80px; height: 80px;
         background: ${css(MARK)}; }
-.klaar .merk { display: block; }
+.loaded .mark { display: block; }
 ${Array.from({ length: 200 }, (_, at) => `.k${at} { order: ${at}; padding-left: ${at % 9}px; }`).join('\n')}
 `;
 
-/// Small functions of many shapes, all of which are called.
+/// Returns many small functions that differ from each other.
 function modules() {
   let text = 'const modules = [];\n';
   for (let at = 0; text.length < SCRIPT_SIZE - 1800; at += 1) {
-    text += `modules.push(function module${at}(kaart, tekst) {
-  const teller = { waarde: ${at}, stap: ${(at * 7) % 13}, naam: 'module ${at}' };
-  const reeks = Array.from({ length: ${3 + (at % 5)} }, (_, i) => i * teller.stap + ${at % 17});
-  const som = reeks.filter((x) => x % 2 === ${at % 2}).map((x) => x + 1).reduce((a, b) => a + b, 0);
-  if (som > ${at % 29}) teller.waarde += som; else teller.naam += '-' + tekst.length;
-  kaart.set('k' + ${at}, teller.naam + ':' + teller.waarde);
-  return teller.waarde % ${2 + (at % 7)} === 0 ? reeks.join('/') : tekst.slice(0, ${at % 11});
+    text += `modules.push(function module${at}(store, input) {
+  const result = { number: ${at}, step: ${(at * 7) % 13}, name: 'module ${at}' };
+  const terms = Array.from({ length: ${3 + (at % 5)} }, (_, i) => i * result.step + ${at % 17});
+  const sum = terms.filter((x) => x % 2 === ${at % 2}).map((x) => x + 1).reduce((a, b) => a + b, 0);
+  if (sum > ${at % 29}) result.number += sum; else result.name += '-' + input.length;
+  store.set('k' + ${at}, result.name + ':' + result.number);
+  return result.number % ${2 + (at % 7)} === 0 ? terms.join('/') : input.slice(0, ${at % 11});
 });
 `;
   }
   return text;
 }
 
-// Five elements a card.
+// Calls the functions and creates five elements a card.
 const build = `
-const gegevens = new Map();
-const kaarten = document.getElementById('kaarten');
+const store = new Map();
+const cards = document.getElementById('cards');
 for (let i = 0; i < ${ELEMENTS / 5}; i += 1) {
-  let tekst = 'kaart ' + i;
-  for (let j = i % 3; j < modules.length; j += 3) tekst = String(modules[j](gegevens, tekst)) + i;
-  const kaart = document.createElement('div');
-  kaart.className = 'kaart k' + (i % 200);
-  for (const [naam, inhoud] of [['b', 'Kaart ' + i], ['span', tekst.slice(0, 40)],
-    ['p', 'gegevens ' + gegevens.size], ['button', 'open']]) {
-    const deel = document.createElement(naam);
-    deel.textContent = inhoud;
-    kaart.append(deel);
+  let text = 'card ' + i;
+  for (let j = i % 3; j < modules.length; j += 3) text = String(modules[j](store, text)) + i;
+  const card = document.createElement('div');
+  card.className = 'card k' + (i % 200);
+  for (const [name, content] of [['b', 'Card ' + i], ['span', text.slice(0, 40)],
+    ['p', 'results ' + store.size], ['button', 'open']]) {
+    const element = document.createElement(name);
+    element.textContent = content;
+    card.append(element);
   }
-  kaarten.append(kaart);
+  cards.append(card);
 }
 addEventListener('load', () => {
-  fetch('/bench/geladen?om=' + (performance.timeOrigin + performance.now()), { method: 'POST' });
-  document.body.className = 'klaar';
+  fetch('/bench/loaded?time=' + (performance.timeOrigin + performance.now()), { method: 'POST' });
+  document.body.className = 'loaded';
 });
 `;
 
-export const script = (() => {
+/// Padded with a comment to its size.
+export const heavyScript = (() => {
   const text = modules();
   return `${text}/*${' '.repeat(Math.max(0, SCRIPT_SIZE - text.length - build.length - 4))}*/${build}`;
 })();
 
-export const page = `<!doctype html><html lang="nl"><meta charset="utf-8"><title>Orvel OS</title>
-<link rel="stylesheet" href="/stijl.css"><body><div id="band"></div><div id="kaarten"></div>
-<div class="merk" style="left:0"></div><div class="merk" style="left:50%"></div>
-<div class="merk" style="right:0"></div><script src="/os.js"></script></body></html>
-`;
+const page = (body) =>
+  `<!doctype html><html lang="nl"><meta charset="utf-8"><title>Orvel OS</title>${body}</html>\n`;
+
+export const heavyPage = page(`
+<link rel="stylesheet" href="/style.css"><body><div id="band"></div><div id="cards"></div>
+<div class="mark" style="left:0"></div><div class="mark" style="left:50%"></div>
+<div class="mark" style="right:0"></div><script src="/os.js"></script></body>`);
+
+export const largeFilePage =
+  page(`<body><script>location.href = '/api/bestand/large.bin';</script>`);
+
+/// Requests the next file for each one that the server reports as sent.
+export const smallFilesPage = page(`<body><script>
+  let next = 0;
+  const link = document.body.appendChild(document.createElement('a'));
+  const requestFile = () => {
+    if (next === ${SMALL_FILES}) return;
+    link.href = '/api/export?' + next++;
+    link.click();
+  };
+  const sent = new EventSource('/bench/sent');
+  sent.onmessage = requestFile;
+  sent.onopen = () => { for (let i = 0; i < ${CONCURRENT_FILES}; i += 1) requestFile(); };
+</script>`);
+
+/// Returns whether no window covers the screen.
+export function isEmptyScreen(framebuffer) {
+  return framebuffer.shows([0, 0, 0], framebuffer.width >> 1, framebuffer.height >> 1);
+}
+
+/// Returns whether the loaded heavy page is painted from edge to edge. Reads single pixels, so
+/// that polling costs hardly any processor time.
+export function showsHeavyPage(framebuffer) {
+  const { width, height } = framebuffer;
+  return [30, (width >> 1) + 20, width - 60].every((x) => framebuffer.shows(MARK, x, height - 40)) &&
+    [30, width >> 1, width - 60].every((x) => framebuffer.shows(BAND, x, 140));
+}

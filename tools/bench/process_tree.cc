@@ -1,6 +1,5 @@
-#include <dirent.h>
+#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
@@ -8,32 +7,30 @@
 #include <unistd.h>
 
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <sstream>
 #include <string>
-#include <vector>
 
-// Runs a program and weighs it with all that descends from it, wherever in the
-// tree its processes are or were:
+// Runs a program and measures it with all its descendants, including orphaned ones:
 //
 //   process_tree PROGRAM [ARGUMENT...]
 //
-// Each line of its input is answered by one line of JSON about that moment. It
-// ends with the last of the processes; when its input ends it kills them.
+// Prints one line of JSON at the start, one for each line of input, and one at the end. It
+// exits after the last process. When its input ends, it kills all processes.
 
 namespace {
 
 struct Process {
   pid_t parent = 0;
   std::string name;
-  /// Of the children that it has waited for, in clock ticks.
+  /// The processor time of the children that it has waited for, in clock ticks.
   long childTicks = 0;
 };
 
@@ -53,10 +50,10 @@ double now() {
 
 std::map<pid_t, Process> allProcesses() {
   std::map<pid_t, Process> processes;
-  DIR *folder = ::opendir("/proc");
-  while (const dirent *entry = folder != nullptr ? ::readdir(folder) : nullptr) {
-    if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0) continue;
-    std::ifstream file(std::string("/proc/") + entry->d_name + "/stat");
+  for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+    const pid_t pid = std::atoi(entry.path().filename().c_str());
+    if (pid == 0) continue;
+    std::ifstream file(entry.path() / "stat");
     std::string text;
     std::getline(file, text);
     const auto open = text.find('(');
@@ -64,30 +61,30 @@ std::map<pid_t, Process> allProcesses() {
     if (close == std::string::npos) continue;
     Process process;
     process.name = text.substr(open + 1, close - open - 1);
-    // The fields as proc(5) numbers them.
-    std::istringstream fields(text.substr(close + 2));
-    std::string field;
-    for (int number = 3; fields >> field && number <= 17; ++number) {
-      if (number == 4) process.parent = std::stoi(field);
-      if (number == 16 || number == 17) process.childTicks += std::stol(field);
-    }
-    processes.emplace(std::stoi(entry->d_name), process);
+    long user = 0;
+    long system = 0;
+    // Fields 3, 4 and up to 17 of proc(5): state, ppid ... cutime, cstime.
+    std::sscanf(text.c_str() + close + 1,
+                " %*c %d %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %ld %ld", &process.parent,
+                &user, &system);
+    process.childTicks = user + system;
+    processes.emplace(pid, process);
   }
-  if (folder != nullptr) ::closedir(folder);
   return processes;
 }
 
 std::map<pid_t, Process> descendants() {
   const auto all = allProcesses();
-  std::map<pid_t, Process> mine;
+  std::map<pid_t, Process> result;
   for (const auto &[pid, process] : all) {
-    for (auto above = all.find(pid); above != all.end(); above = all.find(above->second.parent)) {
-      if (above->second.parent != ::getpid()) continue;
-      mine.emplace(pid, process);
+    for (auto ancestor = all.find(pid); ancestor != all.end();
+         ancestor = all.find(ancestor->second.parent)) {
+      if (ancestor->second.parent != ::getpid()) continue;
+      result.emplace(pid, process);
       break;
     }
   }
-  return mine;
+  return result;
 }
 
 double processorTime(pid_t pid) {
@@ -97,46 +94,32 @@ double processorTime(pid_t pid) {
   return milliseconds(time);
 }
 
-/// In kB.
-struct Memory {
-  /// What is shared is divided among those who share it, strangers too.
+void printMeasurement() {
+  rusage exited{};
+  ::getrusage(RUSAGE_CHILDREN, &exited);
+  double processor = milliseconds(exited.ru_utime) + milliseconds(exited.ru_stime);
+  // In kB.
   long proportional = 0;
-  /// Written by this process, and nobody else's.
-  long own = 0;
-};
-
-Memory memoryOf(pid_t pid) {
-  std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
-  Memory memory;
-  std::string word;
-  while (file >> word) {
-    if (word == "Pss:") file >> memory.proportional;
-    if (word == "Private_Dirty:") file >> memory.own;
-  }
-  return memory;
-}
-
-void tellMoment() {
-  rusage ended{};
-  ::getrusage(RUSAGE_CHILDREN, &ended);
-  double processor = milliseconds(ended.ru_utime) + milliseconds(ended.ru_stime);
-  Memory memory;
+  long privateDirty = 0;
   std::string names;
   for (const auto &[pid, process] : descendants()) {
     processor += processorTime(pid);
     processor +=
         1e3 * static_cast<double>(process.childTicks) / static_cast<double>(::sysconf(_SC_CLK_TCK));
-    const Memory its = memoryOf(pid);
-    memory.proportional += its.proportional;
-    memory.own += its.own;
+    std::ifstream file("/proc/" + std::to_string(pid) + "/smaps_rollup");
+    long value = 0;
+    for (std::string word; file >> word;) {
+      if (word == "Pss:" && file >> value) proportional += value;
+      if (word == "Private_Dirty:" && file >> value) privateDirty += value;
+    }
     names += (names.empty() ? "\"" : ",\"") + process.name + '"';
   }
   std::cout << "{\"time\":" << now() << ",\"processor\":" << processor
-            << ",\"memory\":" << memory.proportional << ",\"own\":" << memory.own
-            << ",\"processes\":[" << names << "]}" << std::endl;
+            << ",\"memory\":" << proportional << ",\"own\":" << privateDirty << ",\"processes\":["
+            << names << "]}" << std::endl;
 }
 
-/// Whether some are left.
+/// Reaps exited children; returns false when no child is left.
 bool reap() {
   for (;;) {
     const pid_t pid = ::waitpid(-1, nullptr, WNOHANG);
@@ -145,56 +128,51 @@ bool reap() {
   }
 }
 
+void startProgram(char **command, const sigset_t &blocked) {
+  if (::fork() != 0) return;
+  ::sigprocmask(SIG_UNBLOCK, &blocked, nullptr);
+  const int null = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  ::dup2(null, STDIN_FILENO);
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  ::execvp(command[0], command);
+  ::_exit(EXIT_FAILURE);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
   if (argc < 2) return EXIT_FAILURE;
   std::cout << std::fixed;
-  // Whoever loses its parent becomes a child of ours.
+  // Orphaned descendants become children of this process.
   ::prctl(PR_SET_CHILD_SUBREAPER, 1UL, 0UL, 0UL, 0UL);
-  sigset_t child;
-  sigemptyset(&child);
-  sigaddset(&child, SIGCHLD);
-  ::sigprocmask(SIG_BLOCK, &child, nullptr);
-  const int ends = ::signalfd(-1, &child, SFD_CLOEXEC);
+  sigset_t childSignal;
+  sigemptyset(&childSignal);
+  sigaddset(&childSignal, SIGCHLD);
+  ::sigprocmask(SIG_BLOCK, &childSignal, nullptr);
+  const int exits = ::signalfd(-1, &childSignal, SFD_CLOEXEC);
 
-  posix_spawnattr_t attributes;
-  ::posix_spawnattr_init(&attributes);
-  sigset_t none;
-  sigemptyset(&none);
-  ::posix_spawnattr_setsigmask(&attributes, &none);
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-  posix_spawn_file_actions_t streams;
-  ::posix_spawn_file_actions_init(&streams);
-  ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", 0, 0);
-  ::posix_spawn_file_actions_adddup2(&streams, STDERR_FILENO, STDOUT_FILENO);
-  const double start = now();
-  pid_t program = 0;
-  if (::posix_spawnp(&program, argv[1], &streams, &attributes, argv + 1, environ) != 0) {
-    return EXIT_FAILURE;
-  }
-  std::cout << "{\"time\":" << start << ",\"pid\":" << program << "}" << std::endl;
+  std::cout << "{\"time\":" << now() << "}" << std::endl;
+  startProgram(argv + 1, childSignal);
 
-  std::array<pollfd, 2> watched{{{ends, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
+  std::array<pollfd, 2> watched{{{exits, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
   for (;;) {
     ::poll(watched.data(), watched.size(), -1);
     if (watched[0].revents != 0) {
       signalfd_siginfo ignored;
-      if (::read(ends, &ignored, sizeof ignored) < 0 || !reap()) break;
+      if (::read(exits, &ignored, sizeof ignored) < 0 || !reap()) break;
     }
     if (watched[1].revents == 0) continue;
     std::array<char, 256> text;
     if (::read(STDIN_FILENO, text.data(), text.size()) > 0) {
-      tellMoment();
-    } else {
-      watched[1].fd = -1;
-      // A process that is just being born is met in the next pass.
-      while (reap()) {
-        for (const auto &[pid, process] : descendants()) ::kill(pid, SIGKILL);
-        ::usleep(5000);
-      }
-      break;
+      printMeasurement();
+      continue;
     }
+    // Repeats, because a process may fork while the others are killed.
+    while (reap()) {
+      for (const auto &[pid, process] : descendants()) ::kill(pid, SIGKILL);
+      ::usleep(5000);
+    }
+    break;
   }
   std::cout << "{\"time\":" << now() << ",\"ended\":true}" << std::endl;
 }

@@ -1,59 +1,50 @@
-// A program under process_tree.cc, which weighs it with all its processes.
+// Runs a program under process_tree.cc, which measures it and all its descendants.
 
 import { spawn } from 'node:child_process';
+import { once } from 'node:events';
 import { openSync } from 'node:fs';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 
-export class Tree {
-  /// Starts a program; what it prints goes to `log`.
+export class ProcessTree {
+  /// Starts a program in the folder of a home, with its environment; its output goes to the
+  /// log of the home.
   static async start(programs, command, { environment, folder, log }) {
-    const tree = new Tree();
-    const output = openSync(log, 'a');
+    const tree = new ProcessTree();
     tree.child = spawn(join(programs, 'process_tree'), command, {
       cwd: folder,
       env: environment,
-      stdio: ['pipe', 'pipe', output],
+      stdio: ['pipe', 'pipe', openSync(log, 'a')],
     });
-    tree.lines = [];
-    tree.waiting = [];
-    createInterface({ input: tree.child.stdout }).on('line', (line) => {
-      const waiting = tree.waiting.shift();
-      if (waiting) waiting(JSON.parse(line));
-      else tree.lines.push(JSON.parse(line));
-    });
-    tree.child.once('close', () => {
-      for (const waiting of tree.waiting) waiting({ ended: true, time: NaN });
-    });
-    const { time, pid } = await tree.nextLine();
-    tree.start = time;
-    tree.pid = pid;
+    tree.lines = createInterface({ input: tree.child.stdout })[Symbol.asyncIterator]();
+    tree.start = (await tree.nextLine()).time;
     return tree;
   }
 
-  nextLine() {
-    if (this.lines.length > 0) return Promise.resolve(this.lines.shift());
-    return new Promise((resolve) => this.waiting.push(resolve));
+  async nextLine() {
+    const { value, done } = await this.lines.next();
+    return done ? { ended: true, time: NaN } : JSON.parse(value);
   }
 
-  /// Processor time in ms since the start, memory in kB and the processes.
-  look() {
-    this.child.stdin.write('look\n');
+  /// Returns the processor time since the start in ms, the memory in kB and the names of the
+  /// processes.
+  measure() {
+    this.child.stdin.write('measure\n');
     return this.nextLine();
   }
 
-  /// Waits for the end of the last process and gives its time.
+  /// Waits for the exit of the last process and returns its time.
   async ended() {
     for (;;) {
-      const line = await this.nextLine();
-      if (line.ended) return line.time;
+      const { ended, time } = await this.nextLine();
+      if (ended) return time;
     }
   }
 
-  /// Ends whatever is left.
+  /// Kills all processes that are still running.
   async kill() {
     if (this.child.exitCode !== null) return;
-    const closed = new Promise((resolve) => this.child.once('close', resolve));
+    const closed = once(this.child, 'close');
     this.child.stdin.end();
     await closed;
   }

@@ -2,7 +2,7 @@
 #include <QUrl>
 #include <QWebEngineView>
 
-// One window, one page, on the engine that Qt brings.
+// Shows one page in one window with Qt WebEngine.
 int main(int argc, char **argv) {
   QApplication application(argc, argv);
   if (argc < 2) return 1;

@@ -1,167 +1,165 @@
-// Turns the numbers of bench.mjs into the table of a document and a picture:
+// Writes the results of bench.mjs as tables into a document, between two markers, and as a
+// chart.
 //
-//   node report.mjs RESULTS DOCUMENT PICTURE
-//
-// In the document everything between the two marks is replaced.
+//   node report.mjs RESULTS DOCUMENT CHART
 
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { median, medianRatio, upToProbe } from './statistics.mjs';
-import { drawing } from './chart.mjs';
+import { drawChart } from './chart.mjs';
+import { median, medianRatio, series } from './statistics.mjs';
 
 const BEGIN = '<!-- measured -->';
 const END = '<!-- end of what is measured -->';
 
+/// The rows of the table of viewers: label, table and field of the results.
 const rows = [
   ['start, ready server: window on screen, ms', 'ready', 'window'],
   ['first request, ms', 'ready', 'request'],
-  ['page asked for, ms', 'ready', 'page'],
+  ['page request, ms', 'ready', 'page'],
   ['load event, ms', 'ready', 'load'],
   ['**finished page on the screen, ms**', 'ready', 'painted'],
   ['start, cold server: finished page, ms', 'cold', 'painted'],
   ['processes', 'ready', 'processes'],
   ['**memory (Pss), MiB**', 'ready', 'memory'],
-  ['memory written by its processes alone, MiB', 'ready', 'own'],
+  ['private dirty memory, MiB', 'ready', 'own'],
   ['**processor time to 5 s after that, ms**', 'ready', 'processor'],
   ['quitting, ms', 'ready', 'quitting'],
+  ['**processor time of a quiet minute, ms**', 'minute'],
 ];
 
-const whole = (value) => (Number.isFinite(value) ? String(Math.round(value)) : '–');
-const ratio = (value) => (Number.isFinite(value) ? value.toFixed(2) : '–');
+const format = (value, digits = 0) => (Number.isFinite(value) ? value.toFixed(digits) : '–');
+const line = (...cells) => `| ${cells.join(' | ')} |`;
 
-export function series(found, table, name, field) {
-  return (found[table][name] ?? []).map((visit) => (visit === null ? NaN : visit[field] ?? NaN));
-}
-
-/// A plain number instead of a visit.
-const plain = (found, table, name) => (found[table][name] ?? []).map((value) => value ?? NaN);
-
-function viewersTable(found) {
-  const [ours, , tuned] = found.names;
-  const lines = [
-    `| median of ${found.rounds.starts} rounds | ${found.names.join(' | ')} | ratio |`,
-    `|---|${found.names.map(() => '---:|').join('')}---:|`,
+function viewersTable(results) {
+  const { names } = results;
+  const [ours, , tuned] = names;
+  return [
+    line(`median of ${results.rounds.starts} rounds`, ...names, 'ratio'),
+    `|---|${'---:|'.repeat(names.length + 1)}`,
+    ...rows.filter(([, table]) => Object.keys(results[table]).length > 0)
+      .map(([label, table, field]) => {
+        const values = names.map((name) => series(results, table, name, field));
+        const [first, second] = [ours, tuned].map((name) => values[names.indexOf(name)]);
+        return line(label, ...values.map((all) => format(median(all))),
+          format(medianRatio(first, second), 2));
+      }),
   ];
-  for (const [label, table, field] of rows) {
-    const values = found.names.map((name) => whole(median(series(found, table, name, field))));
-    const beside = medianRatio(series(found, table, ours, field), series(found, table, tuned, field));
-    lines.push(`| ${label} | ${values.join(' | ')} | ${ratio(beside)} |`);
-  }
-  if (Object.keys(found.minute).length > 0) {
-    const values = found.names.map((name) => median(plain(found, 'minute', name)));
-    lines.push(`| **processor time of a quiet minute, ms** | ${values.map(whole).join(' | ')} | ` +
-      `${ratio(values[0] / values[2])} |`);
-  }
-  return lines;
 }
 
-/// The targets, each with what was found and whether that meets it.
-export function verdicts(found) {
-  const [ours, bare, tuned, ...others] = found.names;
-  const result = [];
-  const say = (target, value, met) =>
-    result.push({ target, value, met: /NaN|–/.test(value) ? 'not measured' : met ? 'met' : 'missed' });
-  const beside = (other, field, table = 'ready') =>
-    medianRatio(series(found, table, ours, field), series(found, table, other, field));
-  const middle = (name, field, table = 'ready') => median(series(found, table, name, field));
-  const better = (field) => (middle(bare, field) < middle(tuned, field) ? bare : tuned);
+/// Returns the targets, each with the measured value and whether it is met.
+export function checkTargets(results) {
+  const [ours, bare, tuned, ...others] = results.names;
+  const targets = [];
+  const add = (target, number, value, isMet) => targets.push({
+    target,
+    value,
+    result: Number.isFinite(number) ? (isMet ? 'met' : 'missed') : 'not measured',
+  });
+  const addRatio = (target, ratio, isMet) =>
+    add(target, ratio, `${format(ratio, 2)} times`, isMet(ratio));
+  const ratioTo = (other, field) =>
+    medianRatio(series(results, 'ready', ours, field), series(results, 'ready', other, field));
+  const medianOf = (name, field, table = 'ready') => median(series(results, table, name, field));
+  const betterBare = (field) => (medianOf(bare, field) < medianOf(tuned, field) ? bare : tuned);
 
-  const painted = beside(better('painted'), 'painted');
-  say('painted no later than the better bare viewer', `${ratio(painted)} times`, painted <= 1);
+  addRatio('painted no later than the better bare viewer', ratioTo(betterBare('painted'), 'painted'),
+    (ratio) => ratio <= 1);
   for (const other of others) {
-    const share = beside(other, 'painted');
-    say(`painted ahead of ${other}`, `${ratio(share)} times`, share < 1);
+    addRatio(`painted ahead of ${other}`, ratioTo(other, 'painted'), (ratio) => ratio < 1);
   }
-  const memory = beside(better('memory'), 'memory');
-  say('memory at most 1.03 times the better bare viewer', `${ratio(memory)} times`, memory <= 1.03);
+  addRatio('memory at most 1.03 times the better bare viewer', ratioTo(betterBare('memory'), 'memory'),
+    (ratio) => ratio <= 1.03);
   const chromium = others.find((name) => name.startsWith('Chromium'));
   if (chromium) {
-    const share = beside(chromium, 'processor');
-    say('processor time to 5 s after paint no more than Chromium', `${ratio(share)} times`, share <= 1);
+    addRatio('processor time to 5 s after paint no more than Chromium',
+      ratioTo(chromium, 'processor'), (ratio) => ratio <= 1);
   }
-  const minutes = plain(found, 'minute', ours).map((time, round) =>
-    time - Math.min(found.minute[bare][round], found.minute[tuned][round]));
-  const more = median(minutes);
-  say('a quiet minute at most 10 ms above the bare viewer', `${more.toFixed(1)} ms`, more <= 10);
+  const [minutes, bareMinutes, tunedMinutes] =
+    [ours, bare, tuned].map((name) => series(results, 'minute', name));
+  const more = median(minutes.map((time, round) =>
+    time - Math.min(bareMinutes[round], tunedMinutes[round])));
+  add('a quiet minute at most 10 ms above the bare viewer', more, `${more.toFixed(1)} ms`, more <= 10);
 
-  const node = median(found.names.flatMap((name) => series(found, 'cold', name, 'node')));
-  const cold = middle(ours, 'painted', 'cold');
-  const room = middle(ours, 'painted') + upToProbe(node);
-  say(`a cold start no more than the ready one and Node's ${whole(node)} ms, up to the next probe`,
-    `${whole(cold)} ms of ${whole(room)} ms`, cold <= room);
+  const node = median(results.names.flatMap((name) => series(results, 'cold', name, 'node')));
+  const cold = medianOf(ours, 'painted', 'cold');
+  // The application probes every 250 ms.
+  const limit = medianOf(ours, 'painted') + Math.ceil(node / 250) * 250;
+  add(`a cold start no more than the ready one and Node's ${format(node)} ms, up to the next probe`,
+    limit - cold, `${format(cold)} ms of ${format(limit)} ms`, cold <= limit);
 
-  const least = (label, a, b, limit) => {
-    const share = medianRatio(plain(found, 'transfers', b), plain(found, 'transfers', a));
-    say(label, `${ratio(share)} times`, share >= limit);
-  };
-  least('4 GiB in one file at 0.9 times the speed of curl', 'large', 'large, curl', 0.9);
-  least('10,000 files of 10 KiB at 0.9 times the speed of curl', 'small', 'small, curl', 0.9);
-  const update = medianRatio(plain(found, 'transfers', 'update'),
-    plain(found, 'transfers', 'update, tools'));
-  say('an update of 200 MiB in 1.1 times download and unzip', `${ratio(update)} times`, update <= 1.1);
-  return result;
+  const transferRatio = (one, other) =>
+    medianRatio(series(results, 'transfers', one), series(results, 'transfers', other));
+  addRatio('4 GiB in one file at 0.9 times the speed of curl', transferRatio('large, curl', 'large'),
+    (ratio) => ratio >= 0.9);
+  addRatio('10,000 files of 10 KiB at 0.9 times the speed of curl',
+    transferRatio('small, curl', 'small'), (ratio) => ratio >= 0.9);
+  addRatio('an update of 200 MiB in 1.1 times download and unzip',
+    transferRatio('update', 'update, tools'), (ratio) => ratio <= 1.1);
+  return targets;
 }
 
-function transfersTable(found) {
-  const of = (name) => median(plain(found, 'transfers', name)) / 1000;
-  const seconds = (name) => (Number.isFinite(of(name)) ? of(name).toFixed(1) : '–');
+function transfersTable(results) {
+  const seconds = (name) => format(median(series(results, 'transfers', name)) / 1000, 1);
+  const { transfers, updates } = results.rounds;
   return [
-    `| median of ${found.rounds.transfers} rounds, of the update ${found.rounds.updates}; seconds | Orvel OS | command line |`,
+    line(`median of ${transfers} rounds, of the update ${updates}; seconds`, 'Orvel OS', 'command line'),
     '|---|---:|---:|',
-    `| 4 GiB in one file | ${seconds('large')} | ${seconds('large, curl')} |`,
-    `| 10,000 files of 10 KiB | ${seconds('small')} | ${seconds('small, curl')}; ` +
-      `${seconds('small, curl anew')} with a connection each |`,
-    `| update by an archive of 200 MiB | ${seconds('update')} | ${seconds('update, tools')} |`,
+    line('4 GiB in one file', seconds('large'), seconds('large, curl')),
+    line('10,000 files of 10 KiB', seconds('small'), `${seconds('small, curl')}; ` +
+      `${seconds('small, curl, new connections')} with a connection each`),
+    line('update by an archive of 200 MiB', seconds('update'), seconds('update, tools')),
   ];
 }
 
-function loopsTable(found) {
-  const of = (name, field) => whole(median(series(found, 'loops', name, field)));
+function mainLoopTable(results) {
   return [
-    `| the main loop while starting, median of ${found.rounds.loops} rounds, ms | ` +
-      'Orvel OS, ready server | Orvel OS, cold server | bare viewer, tuned |',
+    line(`the main loop while starting, median of ${results.rounds.loops} rounds, ms`,
+      'Orvel OS, ready server', 'Orvel OS, cold server', 'bare viewer, tuned'),
     '|---|---:|---:|---:|',
-    ...[['processor time of the launch', 'launch'], ['longest work after it', 'later'],
-      ['waited for child processes', 'waited']].map(
-      ([label, field]) => `| ${label} | ${['ready', 'cold', 'bare'].map((name) => of(name, field)).join(' | ')} |`),
+    ...[['processor time of the launch', 'launch'], ['longest stall after it', 'later'],
+      ['waited for child processes', 'waited']].map(([label, field]) => line(label,
+      ...['ready', 'cold', 'bare'].map((name) => format(median(series(results, 'loops', name, field)))))),
   ];
 }
 
-export function text(found, picture) {
-  const { machine } = found;
-  const load = [...found.load].sort((a, b) => a - b);
-  const gib = (machine.memory / 1024 ** 3).toFixed(0);
+export function writeTables(results, chart) {
+  const { machine, failures } = results;
+  const load = [...results.load].sort((a, b) => a - b);
   return [
-    `Measured on ${found.date}: ${machine.cores} cores of ${machine.processor}, ${gib} GiB, Linux ` +
-      `${machine.kernel}, no graphics card. The load average was ${load[0]} to ${load.at(-1)}, ` +
-      `${median(load)} in the middle` +
-      (found.niceness ? `; everything measured had a niceness of ${found.niceness}.` : '.') + (found.asRoot ? ' As root, so that Chromium and Qt ' +
-      'WebEngine ran without their sandbox; the others had theirs.' : ''),
-    '', `![How the viewers compare](${picture})`, '', ...viewersTable(found), '',
+    `Measured on ${results.date}: ${machine.cores} cores of ${machine.processor}, ` +
+      `${format(machine.memory / 1024 ** 3)} GiB, Linux ${machine.kernel}, no graphics card. The ` +
+      `load average was ${load[0]} to ${load.at(-1)}, ${median(load)} in the middle` +
+      (results.niceness ? `; everything measured had a niceness of ${results.niceness}.` : '.') +
+      (results.asRoot ? ' As root, so that Chromium and Qt WebEngine ran without their sandbox; ' +
+        'the others had theirs.' : ''),
+    '', `![How the viewers compare](${chart})`, '', ...viewersTable(results), '',
     'The ratio is that of Orvel OS to the tuned bare viewer, round by round.', '',
-    ...transfersTable(found), '', ...loopsTable(found), '',
+    ...transfersTable(results), '', ...mainLoopTable(results), '',
     '| target | found | |', '|---|---|---|',
-    ...verdicts(found).map(({ target, value, met }) => `| ${target} | ${value} | ${met} |`), '',
-    ...(found.failures.length > 0
-      ? [`Measurements that failed: ${found.failures.length} (${found.failures.join('; ')}).`, ''] : []),
+    ...checkTargets(results).map(({ target, value, result }) => line(target, value, result)), '',
+    ...(failures.length > 0
+      ? [`Failed measurements: ${failures.length} (${failures.join('; ')}).`, ''] : []),
   ].join('\n');
 }
 
-/// Puts a text between the marks of a document.
-export function replaceMeasured(document, measured) {
+/// Replaces the text between the markers of a document, or appends it with its markers.
+export function replaceTables(document, tables) {
   const begin = document.indexOf(BEGIN);
   const end = document.indexOf(END);
-  if (begin < 0 || end < begin) return `${document}${BEGIN}\n${measured}${END}\n`;
-  return `${document.slice(0, begin)}${BEGIN}\n${measured}${document.slice(end)}`;
+  if (begin < 0 || end < begin) return `${document}${BEGIN}\n${tables}${END}\n`;
+  return `${document.slice(0, begin)}${BEGIN}\n${tables}${document.slice(end)}`;
 }
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
-  const [results, document, picture] = process.argv.slice(2);
-  const found = JSON.parse(readFileSync(results, 'utf8'));
+  const [resultsFile, document, chart] = process.argv.slice(2);
+  const results = JSON.parse(readFileSync(resultsFile, 'utf8'));
   const old = existsSync(document) ? readFileSync(document, 'utf8') : '';
-  writeFileSync(document, replaceMeasured(old, text(found, relative(dirname(document), picture))));
-  writeFileSync(picture, drawing(found));
-  for (const { target, value, met } of verdicts(found)) console.log(`bench: ${met}: ${target}: ${value}`);
+  const tables = writeTables(results, relative(dirname(document), chart));
+  writeFileSync(document, replaceTables(old, tables));
+  writeFileSync(chart, drawChart(results));
+  for (const { target, value, result } of checkTargets(results)) {
+    console.log(`bench: ${result}: ${target}: ${value}`);
+  }
 }

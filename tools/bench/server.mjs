@@ -1,64 +1,63 @@
-// The OS server of the measurements. It writes down when it listens, what it is
-// asked for and what the page tells it, one line of JSON each.
+// The OS server of the benchmark. Records when it listens, its requests and the report of the
+// heavy page, one line of JSON each. The environment variables are
 //
-//   PORT, ORVEL_BENCH_HOST    where it listens
-//   ORVEL_BENCH_RECORD        the file of its record
+//   PORT, ORVEL_BENCH_HOST    the address to listen on
+//   ORVEL_BENCH_RECORD        the file of the record
 //   ORVEL_BENCH_PAGE          the page at "/": heavy, large or small
-//   ORVEL_BENCH_ARCHIVE       the archive of the release that it offers, if any
+//   ORVEL_BENCH_ARCHIVE       the archive of the offered release, if any
 
 import { appendFileSync, createReadStream, statSync } from 'node:fs';
 import { createServer } from 'node:http';
 
-import * as heavy from './pages.mjs';
-import { LARGE, SMALL, largePage, smallPage } from './transfer_pages.mjs';
+import * as pages from './pages.mjs';
 
 const { PORT, ORVEL_BENCH_HOST, ORVEL_BENCH_RECORD, ORVEL_BENCH_ARCHIVE } = process.env;
-const page = { heavy: heavy.page, large: largePage, small: smallPage }[
-  process.env.ORVEL_BENCH_PAGE ?? 'heavy'];
+const page = {
+  heavy: pages.heavyPage, large: pages.largeFilePage, small: pages.smallFilesPage,
+}[process.env.ORVEL_BENCH_PAGE ?? 'heavy'];
 const block = Buffer.alloc(1 << 20, 'orvel');
 const listeners = new Set();
 
-const record = (event, more = {}) => {
+function record(event, details = {}) {
   const time = performance.timeOrigin + performance.now();
-  appendFileSync(ORVEL_BENCH_RECORD, `${JSON.stringify({ time, event, ...more })}\n`);
-};
+  appendFileSync(ORVEL_BENCH_RECORD, `${JSON.stringify({ time, event, ...details })}\n`);
+}
 
 function send(response, type, body) {
   response.writeHead(200, { 'Content-Type': type, 'Content-Length': Buffer.byteLength(body) });
   response.end(body);
 }
 
-/// The large file, as fast as the other side takes it.
-function sendLarge(response, size) {
-  response.writeHead(200, { 'Content-Type': 'application/octet-stream', 'Content-Length': size });
-  let left = size;
-  const more = () => {
+/// Sends the large file as fast as the client reads it.
+function sendLargeFile(response) {
+  let left = pages.LARGE_FILE_SIZE;
+  response.writeHead(200, { 'Content-Type': 'application/octet-stream', 'Content-Length': left });
+  const write = () => {
     while (left > 0) {
-      const piece = left < block.length ? block.subarray(0, left) : block;
-      left -= piece.length;
-      if (!response.write(piece)) return;
+      const chunk = block.subarray(0, Math.min(left, block.length));
+      left -= chunk.length;
+      if (!response.write(chunk)) return;
     }
     response.end();
   };
-  response.on('drain', more);
-  more();
+  response.on('drain', write);
+  write();
 }
 
-function sendSmall(response, number) {
-  if (number === '0') record('small');
+function sendSmallFile(response, number) {
+  if (number === '0') record('first small file');
   response.on('finish', () => {
     for (const listener of listeners) listener.write('data: 1\n\n');
   });
   response.writeHead(200, {
-    'Content-Type': 'application/octet-stream', 'Content-Length': SMALL,
+    'Content-Type': 'application/octet-stream', 'Content-Length': pages.SMALL_FILE_SIZE,
     'Content-Disposition': `attachment; filename="${number}.bin"`,
   });
-  response.end(block.subarray(0, SMALL));
+  response.end(block.subarray(0, pages.SMALL_FILE_SIZE));
 }
 
-/// Streams a line for each small file that has been sent, so that the page can
-/// ask for the next.
-function tellOfFiles(response) {
+/// Streams an event for each small file that has been sent.
+function streamSentFiles(response) {
   response.writeHead(200, { 'Content-Type': 'text/event-stream' });
   response.flushHeaders();
   listeners.add(response);
@@ -69,16 +68,16 @@ const server = createServer((request, response) => {
   const { pathname, search, searchParams } = new URL(request.url, 'http://os');
   if (pathname !== '/api/export') record('request', { url: pathname });
   if (pathname === '/') return send(response, 'text/html; charset=utf-8', page);
-  if (pathname === '/os.js') return send(response, 'text/javascript', heavy.script);
-  if (pathname === '/stijl.css') return send(response, 'text/css', heavy.style);
+  if (pathname === '/os.js') return send(response, 'text/javascript', pages.heavyScript);
+  if (pathname === '/style.css') return send(response, 'text/css', pages.heavyStyle);
   if (pathname === '/api/wie') return send(response, 'application/json', '{}');
-  if (pathname === '/bench/geladen') {
-    record('load', { at: Number(searchParams.get('om')) });
+  if (pathname === '/bench/loaded') {
+    record('load', { at: Number(searchParams.get('time')) });
     return send(response, 'text/plain', '');
   }
-  if (pathname === '/bench/verzonden') return tellOfFiles(response);
-  if (pathname.startsWith('/api/bestand/groot')) return sendLarge(response, LARGE);
-  if (pathname === '/api/export') return sendSmall(response, search.slice(1));
+  if (pathname === '/bench/sent') return streamSentFiles(response);
+  if (pathname === '/api/bestand/large.bin') return sendLargeFile(response);
+  if (pathname === '/api/export') return sendSmallFile(response, search.slice(1));
   if (pathname === '/download/linux.json' && ORVEL_BENCH_ARCHIVE) {
     return send(response, 'application/json', JSON.stringify({ versie: '99', zip: 'os.zip' }));
   }

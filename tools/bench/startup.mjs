@@ -1,165 +1,193 @@
-// One start of one contender, watched from the birth of its process to the end
-// of its last one. All times are in milliseconds.
+// Measures viewers from the start of their first process to the exit of the last one. All
+// times are in milliseconds.
 
 import { existsSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
-import { Home } from './viewers.mjs';
-import { ViewerScreen } from './viewer_screen.mjs';
-import { Tree } from './process_tree.mjs';
+import { isEmptyScreen, showsHeavyPage } from './pages.mjs';
+import { ProcessTree } from './process_tree.mjs';
+import { UserHome } from './viewers.mjs';
 
-export const LOCAL_PORT = 4767;
-const patience = { timeout: 60_000, every: 1 };
-const wallClock = () => performance.timeOrigin + performance.now();
+/// An address that the application treats as an online server, and its local server.
+export const onlineServer = { host: '127.0.0.2', port: 4801 };
+const localServer = { host: '127.0.0.1', port: 4767 };
 
-export function readRecord(path) {
-  if (!existsSync(path)) return [];
-  return readFileSync(path, 'utf8').split('\n').slice(0, -1).map((line) => JSON.parse(line));
+export const wallClock = () => performance.timeOrigin + performance.now();
+
+/// Returns the first line in the record of the server with this event, or undefined.
+export function findInRecord(home, matches) {
+  if (!existsSync(home.record)) return undefined;
+  return readFileSync(home.record, 'utf8').split('\n').slice(0, -1).map(JSON.parse).find(matches);
 }
 
-/// Starts the bench's server and waits until it listens; `took` is how long
-/// that was.
-export async function startServer(programs, home, { host, port, environment = {} }) {
-  const settings = { PORT: String(port), ORVEL_BENCH_HOST: host, ...environment };
-  const tree = await Tree.start(programs, [process.execPath, `${home.folder}/root/v3/server.mjs`], {
-    environment: { ...home.environment, ...settings }, folder: home.folder, log: home.log,
-  });
-  const listening = () => readRecord(home.record).find(({ event }) => event === 'listening');
-  const { time } = await waitFor('a server that listens', listening, { timeout: 20_000, every: 2 });
-  return { tree, took: time - tree.start };
-}
+const findListening = (home) => findInRecord(home, ({ event }) => event === 'listening');
 
-/// Starts a contender and waits until its finished page is on the screen.
-async function show(bench, contender, home, address, since) {
-  const environment = { ...home.environment, ...contender.environment, ...bench.environment };
-  const tree = await Tree.start(bench.programs, contender.command(home, address), {
-    environment, folder: home.folder, log: home.log,
-  });
-  const start = since ?? tree.start;
-  let shown = NaN;
-  await waitFor(`the page in ${contender.name}`, () => {
-    if (Number.isNaN(shown) && !bench.pixels.isBare()) shown = wallClock();
-    return bench.pixels.showsPage();
-  }, patience);
-  const painted = wallClock();
-  const record = readRecord(home.record).filter(({ time }) => time >= start);
-  const request = (wanted) => record.find(({ event, url }) => event === 'request' && wanted(url));
-  return {
-    tree,
-    painted,
-    times: {
-      window: shown - start,
-      request: request(() => true)?.time - start,
-      page: request((url) => url === '/')?.time - start,
-      load: readRecord(home.record).find(({ event }) => event === 'load')?.at - start,
-      painted: painted - start,
+/// Starts the server of the benchmark and waits until it listens, which takes `startupTime`.
+async function startServer(bench, home, { host, port, environment }) {
+  const command = [process.execPath, join(home.folder, 'root/v3/server.mjs')];
+  const tree = await ProcessTree.start(bench.programs, command, {
+    ...home,
+    environment: {
+      ...home.environment, PORT: String(port), ORVEL_BENCH_HOST: host, ...environment,
     },
+  });
+  const { time } = await waitFor('a listening server', () => findListening(home), { every: 2 });
+  tree.startupTime = time - tree.start;
+  return tree;
+}
+
+/// Calls `body({ home, server, address })` with a new home folder, and with a server that
+/// listens unless `server` is null. Then kills the server and deletes the folder.
+export async function withHome(bench, body, { server: options = onlineServer, base } = {}) {
+  const home = new UserHome(bench.screen, base);
+  let server = null;
+  try {
+    await waitFor('an empty screen', () => isEmptyScreen(bench.screen.framebuffer));
+    if (options) server = await startServer(bench, home, options);
+    const address = options && `http://${options.host}:${options.port}/`;
+    return await body({ home, server, address });
+  } finally {
+    await server?.kill();
+    home.remove();
+  }
+}
+
+function startViewer(bench, viewer, home, address) {
+  const environment = { ...home.environment, ...viewer.environment };
+  return ProcessTree.start(bench.programs, viewer.command(home, address), { ...home, environment });
+}
+
+/// Waits until the finished page is on the screen, and returns the times since `start`.
+async function awaitPage({ framebuffer }, viewer, home, start) {
+  let window = NaN;
+  await waitFor(`the page in ${viewer.name}`, () => {
+    if (Number.isNaN(window) && !isEmptyScreen(framebuffer)) window = wallClock() - start;
+    return showsHeavyPage(framebuffer);
+  }, { timeout: 60_000, every: 1 });
+  const painted = wallClock() - start;
+  const request = (matches) => findInRecord(home,
+    ({ event, time, url }) => event === 'request' && time >= start && matches(url))?.time - start;
+  return {
+    window,
+    request: request(() => true),
+    page: request((url) => url === '/'),
+    load: findInRecord(home, ({ event }) => event === 'load')?.at - start,
+    painted,
   };
 }
 
-/// Closes the window by the window manager's key and waits for the last process.
+/// Starts a viewer, waits for its page and calls `body(tree, times)`. Then kills the viewer.
+/// The times count from `start`, by default the start of the viewer.
+async function withViewer(bench, viewer, { home, address, start }, body) {
+  const tree = await startViewer(bench, viewer, home, address);
+  try {
+    return await body(tree, await awaitPage(bench.screen, viewer, home, start ?? tree.start));
+  } finally {
+    await tree.kill();
+  }
+}
+
+/// Closes the window with Alt+F4 and returns the time until the last process has exited.
 async function quit(bench, tree) {
-  const end = tree.ended();
-  for (let tries = 0; tries < 4; tries += 1) {
-    const asked = wallClock();
+  const ended = tree.ended();
+  for (let attempt = 0; attempt < 4; attempt += 1) {
+    const pressed = wallClock();
     await bench.screen.pressKeys('alt+F4');
-    // A window that has not got the keyboard yet does not see the key.
-    const ended = await Promise.race([end, pause(5000, null, { ref: false })]);
-    if (ended) return ended - asked;
+    // The key has no effect if the window does not have the focus yet.
+    const time = await Promise.race([ended, pause(5000, null, { ref: false })]);
+    if (time) return time - pressed;
   }
-  throw new Error('a viewer did not end');
+  throw new Error('a viewer did not exit');
 }
 
-async function untilBare(bench) {
-  await waitFor('a bare screen', () => bench.pixels.isBare(), { timeout: 10_000 });
-}
-
-/// With a server that is ready.
-export async function visitReady(bench, contender) {
-  const home = new Home(bench.screen);
-  const server = await startServer(bench.programs, home, { host: '127.0.0.2', port: bench.port });
-  let tree;
-  try {
-    await untilBare(bench);
-    const seen = await show(bench, contender, home, `http://127.0.0.2:${bench.port}/`);
-    tree = seen.tree;
-    await pause(seen.painted + 5000 - wallClock());
-    const settled = await tree.look();
-    const quitting = await quit(bench, tree);
+/// Measures a start with a server that is already running.
+export function measureReadyStart(bench, viewer) {
+  return withHome(bench, (context) => withViewer(bench, viewer, context, async (tree, times) => {
+    await pause(tree.start + times.painted + 5000 - wallClock());
+    const { processor, memory, own, processes } = await tree.measure();
     return {
-      ...seen.times, processor: settled.processor, memory: settled.memory / 1024,
-      own: settled.own / 1024,
-      processes: settled.processes.length,
-      quitting,
+      ...times, processor, memory: memory / 1024, own: own / 1024, processes: processes.length,
+      quitting: await quit(bench, tree),
     };
-  } finally {
-    await tree?.kill();
-    await server.tree.kill();
-    home.remove();
-  }
+  }));
 }
 
-/// With a server that has to be started first: by the application itself, for
-/// the others by the bench, which waits until it listens.
-export async function visitCold(bench, contender) {
-  const home = new Home(bench.screen);
-  let tree;
-  let server;
-  try {
-    await untilBare(bench);
-    const address = `http://127.0.0.1:${LOCAL_PORT}/`;
-    if (!contender.startsServer) {
-      server = await startServer(bench.programs, home, { host: '127.0.0.1', port: LOCAL_PORT });
-    }
-    const seen = await show(bench, contender, home, server ? address : null, server?.tree.start);
-    tree = seen.tree;
-    const listening = readRecord(home.record).find(({ event }) => event === 'listening');
-    const quitting = await quit(bench, tree);
-    return { ...seen.times, listening: listening.time - (server?.tree.start ?? tree.start),
-      node: server?.took ?? NaN, quitting };
-  } finally {
-    await tree?.kill();
-    await server?.tree.kill();
-    home.remove();
-  }
+/// Measures a start without a running server. The application starts the server itself; for
+/// the other viewers the benchmark starts it first, and the times include that.
+export function measureColdStart(bench, viewer) {
+  return withHome(bench, (context) => {
+    const { home, server } = context;
+    const start = server?.start;
+    return withViewer(bench, viewer, { ...context, start }, async (tree, times) => ({
+      ...times,
+      listening: findListening(home).time - (start ?? tree.start),
+      node: server?.startupTime ?? NaN,
+      quitting: await quit(bench, tree),
+    }));
+  }, { server: viewer.startsServer ? null : localServer });
 }
 
-/// Starts a contender, waits for its page and ends it.
-export async function showAlone(bench, contender, home, address) {
-  await untilBare(bench);
-  const { tree } = await show(bench, contender, home, address);
-  await tree.kill();
+/// Parses the file that main_loop_stalls.cc writes.
+export function parseStalls(text) {
+  return text.split('\n').filter(Boolean).map((line) => {
+    const [waited, worked] = line.split(' ').map(Number);
+    return { waited, worked };
+  });
 }
 
-/// The processor time of each contender in the same quiet minute, each with its
-/// page on a screen of its own since ten seconds.
-export async function quietMinute(bench, all) {
-  const shown = [];
-  const home = new Home(bench.screen);
-  const server = await startServer(bench.programs, home, { host: '127.0.0.2', port: bench.port });
-  try {
-    for (const contender of all) {
-      const screen = await Screen.open(bench.size);
-      const own = { ...bench, screen, pixels: new ViewerScreen(screen.folder) };
-      const its = { screen, home: new Home(screen) };
-      shown.push(its);
-      const seen = await show(own, contender, its.home, `http://127.0.0.2:${bench.port}/`);
-      its.tree = seen.tree;
+/// Returns the processor time of the first stall, which is the launch of the application, of
+/// the longest later one, and the total time that the main thread waited.
+export function summarizeStalls([launch, ...later]) {
+  return {
+    launch: launch.worked,
+    later: Math.max(0, ...later.map(({ worked }) => worked)),
+    waited: [launch, ...later].reduce((sum, { waited }) => sum + waited, 0),
+  };
+}
+
+/// Measures how long the main loop is blocked until the page is shown.
+export function measureMainLoop(bench, viewer, { cold = false } = {}) {
+  return withHome(bench, async (context) => {
+    const file = join(context.home.folder, 'stalls');
+    // Through env, so that process_tree is not measured.
+    const watched = {
+      ...viewer,
+      command: (...options) => ['env',
+        `LD_PRELOAD=${join(bench.programs, 'libmain_loop_stalls.so')}`,
+        `ORVEL_MAIN_LOOP_STALLS=${file}`, ...viewer.command(...options)],
+    };
+    await withViewer(bench, watched, context, () => {});
+    return summarizeStalls(parseStalls(readFileSync(file, 'utf8')));
+  }, { server: cold ? null : onlineServer });
+}
+
+/// Measures the processor time of each viewer in the same minute without input, which begins
+/// 10 seconds after the last page is shown. Each viewer has its own screen.
+export function measureQuietMinute(bench, viewers) {
+  return withHome(bench, async ({ address }) => {
+    const runs = [];
+    try {
+      for (const viewer of viewers) {
+        const screen = await Screen.open(bench.size);
+        const run = { screen, home: new UserHome(screen) };
+        runs.push(run);
+        run.tree = await startViewer(bench, viewer, run.home, address);
+        await awaitPage(screen, viewer, run.home, run.tree.start);
+      }
+      await pause(10_000);
+      const measure = () => Promise.all(runs.map(({ tree }) => tree.measure()));
+      const before = await measure();
+      await pause(60_000);
+      return (await measure()).map(({ processor }, at) => processor - before[at].processor);
+    } finally {
+      for (const { screen, home, tree } of runs) {
+        await tree?.kill();
+        await screen.close();
+        home.remove();
+      }
     }
-    await pause(10_000);
-    const looks = () => Promise.all(shown.map(({ tree }) => tree.look()));
-    const before = await looks();
-    await pause(60_000);
-    return (await looks()).map(({ processor }, at) => processor - before[at].processor);
-  } finally {
-    for (const { screen, home: own, tree } of shown) {
-      await tree?.kill();
-      await screen.close();
-      own.remove();
-    }
-    await server.tree.kill();
-    home.remove();
-  }
+  });
 }

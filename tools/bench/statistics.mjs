@@ -1,4 +1,5 @@
-// The little arithmetic that the tables need.
+// Statistics of the results. A measurement that failed is null in the results, NaN in a
+// series, and does not count.
 
 export function median(values) {
   const sorted = values.filter((value) => Number.isFinite(value)).sort((a, b) => a - b);
@@ -7,11 +8,13 @@ export function median(values) {
   return sorted.length % 2 === 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
-/// The median of `a / b` over rounds in which both were measured: what the
-/// machine did meanwhile touched both alike.
+/// Returns the median of `a / b` within a round, which cancels out other load on the machine.
 export function medianRatio(a, b) {
   return median(a.map((value, round) => value / b[round]));
 }
 
-/// Rounds up to the next step of the application's probes, in milliseconds.
-export const upToProbe = (time) => Math.ceil(time / 250) * 250;
+/// Returns the values of all rounds, or this field of them.
+export function series(results, table, name, field) {
+  return (results[table][name] ?? []).map((value) =>
+    (field === undefined ? value : value?.[field]) ?? NaN);
+}

@@ -1,121 +1,99 @@
-// Downloads and an update by the application, each beside what the command line
-// does with the same server. Times are in milliseconds, from the moment at which
-// the server is asked for the first byte.
+// Measures downloads and an update by the application, and the same with command line tools.
+// Times are in milliseconds and count from the first request.
 
 import { execFile } from 'node:child_process';
-import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import { randomFillSync } from 'node:crypto';
+import {
+  existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, statSync, writeFileSync,
+} from 'node:fs';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
-import { Home, copyOfBundle } from './viewers.mjs';
-import { Tree } from './process_tree.mjs';
-import { FILES, LARGE, SMALL } from './transfer_pages.mjs';
-import { readRecord, startServer } from './startup.mjs';
+import { LARGE_FILE_SIZE, SMALL_FILES, SMALL_FILE_SIZE } from './pages.mjs';
+import { ProcessTree } from './process_tree.mjs';
+import { findInRecord, onlineServer, wallClock, withHome } from './startup.mjs';
+import { copyBundle } from './viewers.mjs';
 
 const run = promisify(execFile);
-const wallClock = () => performance.timeOrigin + performance.now();
-const patience = { timeout: 300_000, every: 5 };
 
-/// A file of this size has its name, which it gets when it is whole.
-const isWhole = (path, size) => existsSync(path) && statSync(path).size === size;
+/// Calls `body({ home, address })` with a server that has this page and release archive. The
+/// home is in the scratch folder.
+const withPage = (bench, page, body, archive = '') => withHome(bench, body, {
+  base: bench.scratch,
+  server: {
+    ...onlineServer,
+    environment: { ORVEL_BENCH_PAGE: page, ORVEL_BENCH_ARCHIVE: archive },
+  },
+});
 
-class Trial {
-  static async begin(bench, page, environment = {}) {
-    const trial = new Trial();
-    trial.bench = bench;
-    trial.home = new Home(bench.screen, { base: bench.scratch });
-    trial.server = await startServer(bench.programs, trial.home, {
-      host: '127.0.0.2', port: bench.port, environment: { ORVEL_BENCH_PAGE: page, ...environment },
-    });
-    trial.address = `http://127.0.0.2:${bench.port}/`;
-    return trial;
-  }
-
-  /// When the server was asked for this.
-  asked(wanted) {
-    return readRecord(this.home.record).find(wanted)?.time;
-  }
-
-  async startApplication(executable = this.bench.application) {
-    this.home.choose(this.address);
-    this.tree = await Tree.start(this.bench.programs, [executable], {
-      environment: this.home.environment, folder: this.home.folder, log: this.home.log,
-    });
-  }
-
-  /// Runs a command line tool and gives how long it took since the request.
-  async tool(wanted, ...commands) {
-    for (const [name, args] of commands) await run(name, args, { cwd: this.home.downloads });
-    return wallClock() - this.asked(wanted);
-  }
-
-  async end() {
-    await this.tree?.kill();
-    await this.server.tree.kill();
-    this.home.remove();
-  }
-}
-
-async function withTrial(bench, page, environment, body) {
-  const trial = await Trial.begin(bench, page, environment);
+/// Runs the application until `isDone` returns true, and returns the time since the request.
+async function runApplication(bench, { home, address }, matches, isDone, {
+  executable = bench.application, every = 5,
+} = {}) {
+  home.setServerAddress(address);
+  const tree = await ProcessTree.start(bench.programs, [executable], home);
   try {
-    return await body(trial);
+    await waitFor('the end of the transfer', isDone, { timeout: 300_000, every });
+    return wallClock() - findInRecord(home, matches).time;
   } finally {
-    await trial.end();
+    await tree.kill();
   }
 }
 
-const isLarge = ({ url }) => url === '/api/bestand/groot.bin';
+/// Runs commands in the Downloads folder, and returns the time since the request.
+async function runTools({ home }, matches, ...commands) {
+  for (const [name, ...args] of commands) await run(name, args, { cwd: home.downloads });
+  return wallClock() - findInRecord(home, matches).time;
+}
 
-export const largeByApplication = (bench) => withTrial(bench, 'large', {}, async (trial) => {
-  await trial.startApplication();
-  await waitFor('the large file',
-    () => isWhole(join(trial.home.downloads, 'groot.bin'), LARGE), patience);
-  return wallClock() - trial.asked(isLarge);
+/// The application gives a download its final name when it is complete.
+const hasSize = (path, size) => existsSync(path) && statSync(path).size === size;
+
+const isLargeFile = ({ url }) => url === '/api/bestand/large.bin';
+
+export const largeByApplication = (bench) => withPage(bench, 'large', (context) => {
+  const path = join(context.home.downloads, 'large.bin');
+  return runApplication(bench, context, isLargeFile, () => hasSize(path, LARGE_FILE_SIZE));
 });
 
-export const largeByCurl = (bench) => withTrial(bench, 'large', {}, (trial) =>
-  trial.tool(isLarge, ['curl', ['-sfO', `${trial.address}api/bestand/groot.bin`]]));
+export const largeByCurl = (bench) => withPage(bench, 'large', (context) =>
+  runTools(context, isLargeFile, ['curl', '-sfO', `${context.address}api/bestand/large.bin`]));
 
-const isFirstSmall = ({ event }) => event === 'small';
+const isFirstSmallFile = ({ event }) => event === 'first small file';
 
-export const smallByApplication = (bench) => withTrial(bench, 'small', {}, async (trial) => {
-  await trial.startApplication();
-  const count = () => readdirSync(trial.home.downloads).length;
-  await waitFor('all small files', () => count() === FILES, { ...patience, every: 20 });
-  const took = wallClock() - trial.asked(isFirstSmall);
-  for (const name of readdirSync(trial.home.downloads)) {
-    if (!isWhole(join(trial.home.downloads, name), SMALL)) throw new Error(`${name} is not whole`);
+export const smallByApplication = (bench) => withPage(bench, 'small', async (context) => {
+  const folder = context.home.downloads;
+  const time = await runApplication(bench, context, isFirstSmallFile,
+    () => readdirSync(folder).length === SMALL_FILES, { every: 20 });
+  for (const name of readdirSync(folder)) {
+    if (!hasSize(join(folder, name), SMALL_FILE_SIZE)) throw new Error(`${name} is incomplete`);
   }
-  return took;
+  return time;
 });
 
-/// With one connection for all, or with one for each file as the application
-/// has them.
-export const smallByCurl = (bench, { reuse = true } = {}) =>
-  withTrial(bench, 'small', {}, (trial) => {
-    const list = join(trial.home.folder, 'list');
-    const lines = Array.from({ length: FILES }, (_, at) =>
-      `url = "${trial.address}api/export?${at}"\noutput = "${at}.bin"\n`);
-    writeFileSync(list, lines.join(''));
-    const header = reuse ? [] : ['-H', 'Connection: close'];
-    return trial.tool(isFirstSmall, ['curl', ['-sf', ...header, '-K', list]]);
-  });
+/// With one connection for all files, or one for each file as the application has it.
+export const smallByCurl = (bench, { reuse = true } = {}) => withPage(bench, 'small', (context) => {
+  const list = join(context.home.folder, 'list');
+  const lines = Array.from({ length: SMALL_FILES }, (_, at) =>
+    `url = "${context.address}api/export?${at}"\noutput = "${at}.bin"\n`);
+  writeFileSync(list, lines.join(''));
+  const header = reuse ? [] : ['-H', 'Connection: close'];
+  return runTools(context, isFirstSmallFile, ['curl', '-sf', ...header, '-K', list]);
+});
 
-/// An archive of a release of this size in bytes; it holds what hardly becomes
-/// smaller, as programs and pictures do.
-export async function makeArchive(bench, size) {
+/// Creates the archive of a release with this many bytes of random content, which does not
+/// compress, like programs and images.
+export async function createArchive(bench, size) {
   const folder = mkdtempSync(join(bench.scratch, 'orvel bench archive '));
-  const { bundle } = copyOfBundle(bench.application, folder);
+  const { bundle } = copyBundle(bench.application, folder);
   const information = join(bundle, 'Contents/Info.plist');
   writeFileSync(information, readFileSync(information, 'utf8')
     .replace(/(<key>CFBundleShortVersionString<\/key>\s*<string>)[^<]*/, '$199'));
-  const extra = join(bundle, 'Contents/Resources/inhoud');
-  mkdirSync(extra);
+  const content = join(bundle, 'Contents/Resources/content');
+  mkdirSync(content);
   for (let left = size, at = 0; left > 0; left -= 1 << 20, at += 1) {
-    writeFileSync(join(extra, String(at)), randomFillSync(Buffer.alloc(Math.min(left, 1 << 20))));
+    writeFileSync(join(content, String(at)), randomFillSync(Buffer.alloc(Math.min(left, 1 << 20))));
   }
   await run('zip', ['-qr', 'os.zip', 'Orvel OS.app'], { cwd: folder });
   return { folder, path: join(folder, 'os.zip') };
@@ -123,20 +101,14 @@ export async function makeArchive(bench, size) {
 
 const isArchive = ({ url }) => url === '/download/os.zip';
 
-export const updateByApplication = (bench, archive) =>
-  withTrial(bench, 'heavy', { ORVEL_BENCH_ARCHIVE: archive }, async (trial) => {
-    const { bundle, executable } = copyOfBundle(bench.application, trial.home.folder);
-    await trial.startApplication(executable);
-    const isNew = () => /<string>99<\/string>/
-      .test(readFileSync(join(bundle, 'Contents/Info.plist'), 'utf8'));
-    await waitFor('the new bundle', isNew, patience);
-    return wallClock() - trial.asked(isArchive);
-  });
+export const updateByApplication = (bench, archive) => withPage(bench, 'heavy', (context) => {
+  const { bundle, executable } = copyBundle(bench.application, context.home.folder);
+  const information = join(bundle, 'Contents/Info.plist');
+  return runApplication(bench, context, isArchive,
+    () => readFileSync(information, 'utf8').includes('<string>99</string>'), { executable });
+}, archive);
 
-export const updateByTools = (bench, archive) =>
-  withTrial(bench, 'heavy', { ORVEL_BENCH_ARCHIVE: archive }, (trial) =>
-    trial.tool(isArchive,
-      ['curl', ['-sfo', 'os.zip', `${trial.address}download/os.zip`]],
-      ['unzip', ['-q', 'os.zip', '-d', 'uitgepakt']]));
-
-export const removeFolder = (folder) => rmSync(folder, { recursive: true, force: true });
+export const updateByTools = (bench, archive) => withPage(bench, 'heavy', (context) =>
+  runTools(context, isArchive,
+    ['curl', '-sfo', 'os.zip', `${context.address}download/os.zip`],
+    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), archive);
