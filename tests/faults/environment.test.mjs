@@ -8,6 +8,7 @@ import {
 import { join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
+import { fullDisks, mounting, noMounts, readOnly } from '../support/desktop/mount_namespace.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import {
   fingerprint, makeRelease, plistValue, releaseRoutes,
@@ -15,7 +16,6 @@ import {
 import { checkForUpdates, upToDateNotice, updatedNotice } from '../support/desktop/updates.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { fullDisks, mounting, noMounts, readOnly } from './harness/mount_namespace.mjs';
 import { isLong, scenarioTests } from './harness/scenario.mjs';
 
 const test = scenarioTests();
