@@ -1,10 +1,10 @@
 // Files that do not arrive: no word about it, and nothing left behind.
 
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
 import { mkdirSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
+import { mounting, noMounts } from '../support/desktop/mount_namespace.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
@@ -83,21 +83,14 @@ for (const [name, spoil] of Object.entries(places)) {
   });
 }
 
-// A file system of the application's own, in a name space that ends with it.
-const unshare = process.getuid() === 0 ? ['unshare', '-m'] : ['unshare', '-r', '-m'];
-const [program, ...rest] = [...unshare, 'mount', '-t', 'tmpfs', 'none', '/mnt'];
-const possible = spawnSync(program, rest);
-const skip = possible.status === 0 ? false : 'this machine lets nobody mount a file system';
-
 const disks = {
   'the disk is full': 'size=64k',
   'the Downloads folder cannot be written': 'ro',
 };
 for (const [name, options] of Object.entries(disks)) {
-  test(`nothing is left when ${name}`, { skip }, async (user, screen) => {
+  test(`nothing is left when ${name}`, { skip: noMounts }, async (user, screen) => {
     const desktop = new Desktop(user);
-    const mount = 'mount -t tmpfs -o "$1" none "$2" && shift 2 && exec "$@"';
-    const wrapper = [...unshare, 'sh', '-c', mount, 'sh', options, desktop.downloads];
+    const wrapper = mounting('mount -t tmpfs -o "$1" none "$2"', options, desktop.downloads);
     user.root.setBehaviour({
       routes: {
         '/': { page: link('large') + link('beacon', beacon) },

@@ -10,8 +10,8 @@ export const noMounts = spawnSync(program, rest).status === 0
   ? false : 'this machine does not permit mounts';
 
 /// Returns a wrapper for the application that first runs this script with these arguments.
-export const mounting = (script, ...paths) =>
-  [...unshare, 'sh', '-ec', `${script}\nshift ${paths.length}\nexec "$@"`, 'sh', ...paths];
+export const mounting = (script, ...values) =>
+  [...unshare, 'sh', '-ec', `${script}\nshift ${values.length}\nexec "$@"`, 'sh', ...values];
 
 /// Returns a wrapper that mounts a file system without a free byte at each of the paths.
 export const fullDisks = (...paths) => mounting(
