@@ -1,16 +1,16 @@
-# Options of all our own code; what we include from elsewhere is not judged.
+# Compile options of our own code, not of libraries.
 add_library(orvel_options INTERFACE)
 target_compile_options(orvel_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wformat=2 -Wundef -Wimplicit-fallthrough
   -fvisibility=hidden)
 
-# In a merged source the unnamed namespaces of sources look like those of headers.
+# A unity build includes sources, so GCC takes their unnamed namespaces for those of headers.
 if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(orvel_options INTERFACE -Wno-subobject-linkage)
 endif()
 
-# A release is the same wherever the sources lie.
+# Makes a release independent of the path of its sources.
 add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
 
 set(ORVELOS_SANITIZE "" CACHE STRING "sanitizers to build with, for -fsanitize=")
@@ -19,8 +19,8 @@ if(ORVELOS_SANITIZE)
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ORVELOS_SANITIZE})
   if(ORVELOS_SANITIZE MATCHES undefined)
-    # Looks at memory through a pipe, which there is none of in the tests of a
-    # process that is out of descriptors.
+    # -fsanitize=vptr checks whether memory is readable by means of a pipe, which fails in the
+    # tests that run out of file descriptors.
     add_compile_options(-fno-sanitize=vptr)
   endif()
 endif()

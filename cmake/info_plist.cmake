@@ -1,18 +1,19 @@
-# What a bundle's information says of this build: plist_version, and
-# plist_presets with an entry for each preset that was given.
+# Sets the variables of Info.plist.in: plist_version, and plist_presets with the XML of each
+# preset that is not empty.
 
-# A preset that is empty is absent: an empty address would be one all the same.
+function(escape_for_plist text result)
+  string(REPLACE "&" "&amp;" text "${text}")
+  string(REPLACE "<" "&lt;" text "${text}")
+  set(${result} "${text}" PARENT_SCOPE)
+endfunction()
+
+# Omits an empty preset: the application would open an empty address.
 function(add_preset key value)
   if(NOT value STREQUAL "")
     escape_for_plist("${value}" value)
     string(APPEND plist_presets "\t<key>${key}</key>\n\t<string>${value}</string>\n")
     set(plist_presets "${plist_presets}" PARENT_SCOPE)
   endif()
-endfunction()
-function(escape_for_plist text result)
-  string(REPLACE "&" "&amp;" text "${text}")
-  string(REPLACE "<" "&lt;" text "${text}")
-  set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 
 escape_for_plist("${ORVELOS_VERSION}" plist_version)

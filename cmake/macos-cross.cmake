@@ -1,5 +1,5 @@
-# Builds the macOS edition on another system, with clang 19 and lld, against a
-# copy of the platform's headers and libraries:
+# Toolchain file that cross-compiles the macOS edition with Clang 19 and lld against a copy of
+# the macOS SDK:
 #
 #   cmake -S . -B FOLDER -DCMAKE_TOOLCHAIN_FILE=cmake/macos-cross.cmake \
 #     -DORVELOS_MACOS_SYSROOT=SYSROOT
@@ -7,7 +7,7 @@ set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR arm64)
 
 set(ORVELOS_MACOS_SYSROOT "" CACHE PATH "a copy of the macOS SDK")
-# Checks of the compiler are projects of their own.
+# Compiler checks are separate projects and do not inherit this variable.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVELOS_MACOS_SYSROOT)
 set(CMAKE_OSX_SYSROOT "${ORVELOS_MACOS_SYSROOT}" CACHE PATH "" FORCE)
 set(CMAKE_OSX_ARCHITECTURES arm64 CACHE STRING "" FORCE)
@@ -23,9 +23,8 @@ find_program(CMAKE_AR llvm-ar-19 REQUIRED)
 find_program(CMAKE_RANLIB llvm-ranlib-19 REQUIRED)
 find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19 REQUIRED)
 
-# What answers @available is part of the compiler's own library for macOS, which
-# no other system has: the name is left open, so what is linked here is proof
-# that it links and no program to hand out.
+# @available calls a function of Clang's runtime library for macOS, which is not available
+# here. The symbol stays undefined, so the result shows that the code links but does not run.
 set(CMAKE_EXE_LINKER_FLAGS_INIT
     "-fuse-ld=lld -Wl,-U,___isPlatformVersionAtLeast -Wl,-fatal_warnings")
 

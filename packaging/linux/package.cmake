@@ -1,5 +1,5 @@
-# What CPack makes the Debian package of. scripts/package-linux.sh has laid out the
-# files in CPACK_INSTALLED_DIRECTORIES and gives that, the version and the maintainer.
+# CPack settings of the Debian package. scripts/package-linux.sh passes the folder of the
+# installed files, the version, the maintainer and the homepage.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME orvel-os)
 set(CPACK_PACKAGE_FILE_NAME orvel-os)
@@ -15,12 +15,12 @@ set(CPACK_PACKAGE_DESCRIPTION
 the server on this computer and stops it again, or opens the address of a
 server elsewhere.")
 
-# The libraries, as dpkg-shlibdeps finds them. That they need bubblewrap, for the
-# page's sandbox, and glib-networking, for https, is said by their own packages.
+# Adds the libraries that dpkg-shlibdeps finds. Their packages depend on bubblewrap, for the
+# sandbox, and glib-networking, for https.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What the application runs to find node and to stop a server that was left behind.
+# The application runs these to find node and to stop an orphaned server.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "zsh, lsof, procps")
-# Not everybody has Node.js from Debian, or a server on this computer. Without a
-# session bus there can be two instances; the user's folders have names by xdg-user-dirs.
+# Only recommended: Node.js may come from elsewhere or not be needed; without a session bus
+# there can be two instances; xdg-user-dirs names the Downloads folder.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "nodejs (>= 18), default-dbus-session-bus | dbus-session-bus, xdg-user-dirs")

@@ -1,1 +1,1 @@
-#error "a header of a desktop reaches the core"
+#error "the core must not include headers of a desktop library"
