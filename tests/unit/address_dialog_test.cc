@@ -5,19 +5,11 @@
 namespace orvel {
 namespace {
 
-TEST(BlanksAround, areTakenAwayAndNothingElse) {
-  const std::vector<std::pair<std::string, std::string>> rows{
-      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"}, {"\n a \n", "\n a \n"},
-      {" ", ""},  {"\t \t", ""},        {"", ""},
-  };
-  for (const auto &[text, inside] : rows) EXPECT_EQ(trimSpacesAndTabs(text), inside);
-}
-
 class AddressDialog : public CoreTest {
  protected:
-  AddressDialog() { makeWebView(); }
+  AddressDialog() { createWebView(); }
 
-  /// Opens the dialog and answers it.
+  /// Opens the dialog and presses a button.
   void choose(const std::string &text, std::optional<int> button = 0) {
     delegate().kiesAdres();
     fake.panels.answer({button, text});
@@ -26,7 +18,15 @@ class AddressDialog : public CoreTest {
   std::optional<std::string> stored() const { return fake.defaults.text("osURL"); }
 };
 
-TEST_F(AddressDialog, asksWithTheAddressThatHolds) {
+TEST_F(AddressDialog, TrimsSpacesAndTabsOnly) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"}, {"\n a \n", "\n a \n"},
+      {" ", ""},  {"\t \t", ""},        {"", ""},
+  };
+  for (const auto &[text, trimmed] : rows) EXPECT_EQ(trimSpacesAndTabs(text), trimmed);
+}
+
+TEST_F(AddressDialog, ShowsCurrentAddress) {
   delegate().kiesAdres();
   ASSERT_EQ(fake.panels.shown.size(), 1U);
   const Alert &dialog = fake.panels.shown[0];
@@ -38,30 +38,30 @@ TEST_F(AddressDialog, asksWithTheAddressThatHolds) {
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS"));
 }
 
-TEST_F(AddressDialog, showsAChosenAddressWithItsSlash) {
+TEST_F(AddressDialog, ShowsStoredAddressWithTrailingSlash) {
   goOnline("https://example.test/os");
   delegate().kiesAdres();
   EXPECT_EQ(fake.panels.shown[0].textField->text, "https://example.test/os/");
 }
 
-TEST_F(AddressDialog, changesNothingUnlessBewaarIsChosen) {
+TEST_F(AddressDialog, CancelOrCloseStoresNothing) {
   choose("https://example.test", 1);
   choose("https://example.test", std::nullopt);
   EXPECT_EQ(stored(), std::nullopt);
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "alert Adres van het OS"));
 }
 
-TEST_F(AddressDialog, keepsTheDelegateWhileItIsOpen) {
+TEST_F(AddressDialog, OpenDialogRetainsDelegate) {
   delegate().kiesAdres();
   const auto kept = delegate().weak_from_this();
-  forgetDelegate();
+  releaseDelegate();
   EXPECT_FALSE(kept.expired());
   fake.panels.answer({1, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_TRUE(kept.expired());
 }
 
-TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {
+TEST_F(AddressDialog, SaveStoresAddressAndOpensOs) {
   fake.http.respond("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
   choose("https://example.test/os");
   EXPECT_EQ(stored(), "https://example.test/os");
@@ -72,15 +72,15 @@ TEST_F(AddressDialog, storesTheTextAsTypedAndOpensTheOs) {
                   "GET https://example.test/os/api/wie timeout 3000 ms [X-ORVEL-App: app-key]"));
 }
 
-TEST_F(AddressDialog, takesAwayBlanksAndTabsAround) {
+TEST_F(AddressDialog, StoresTrimmedAddress) {
   choose(" \t https://example.test/os\t ");
   EXPECT_EQ(stored(), "https://example.test/os");
 }
 
-TEST_F(AddressDialog, refusesWhatIsNoAddress) {
+TEST_F(AddressDialog, InvalidAddressShowsErrorAndStoresNothing) {
   for (const std::string text :
        {"", "   ", "\t", "example.test", "ftp://example.test", "HTTP://example.test",
-        "Https://example.test", "mailto:iemand@example.test", "file:///etc", "https",
+        "Https://example.test", "mailto:someone@example.test", "file:///etc", "https",
         "https://exa mple.test", "https://example.test\n", "\nhttps://example.test",
         "//example.test", "http://[::1", "http://example.test/%zz"}) {
     fake.panels.shown.clear();
@@ -91,27 +91,27 @@ TEST_F(AddressDialog, refusesWhatIsNoAddress) {
     EXPECT_EQ(fake.panels.shown[1], expected) << text;
     fake.panels.answer({0, ""});
     fake.scheduler.runUntilIdle();
-    EXPECT_EQ(fake.panels.shown.size(), 2U) << "asked again after " << text;
+    EXPECT_EQ(fake.panels.shown.size(), 2U) << "a second dialog after " << text;
   }
   EXPECT_EQ(stored(), std::nullopt);
   EXPECT_EQ(fake.record.count("GET"), 0U);
   EXPECT_THAT(fake.processes.launched, IsEmpty());
 }
 
-TEST_F(AddressDialog, refusalKeepsTheEarlierAddress) {
+TEST_F(AddressDialog, InvalidAddressKeepsStoredAddress) {
   goOnline("https://example.test");
-  choose("geen adres");
+  choose("no address");
   EXPECT_EQ(stored(), "https://example.test");
 }
 
-TEST_F(AddressDialog, examinesNoMoreThanTheScheme) {
+TEST_F(AddressDialog, AddressWithHttpSchemeIsValid) {
   for (const std::string text : {"http:", "https:", "http://", "http:os", "https://example.test:99",
                                  "http://127.0.0.1:4767/", "https://example.test/?a#b"}) {
     EXPECT_TRUE(isServerAddress(text)) << text;
   }
 }
 
-TEST_F(AddressDialog, goingOnlineStopsTheServerOnPurpose) {
+TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = 2000ms}});
   fake.http.respond("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
   delegate().startServer();
@@ -131,17 +131,17 @@ TEST_F(AddressDialog, goingOnlineStopsTheServerOnPurpose) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(AddressDialog, goingOnlineIsOnPurposeAtTheMomentOfTheRequest) {
-  // The exit is reported while terminate() is still running.
+TEST_F(AddressDialog, QuittingFlagIsSetWhileLocalServerIsStopped) {
+  // The exit may be reported while terminate() is still running.
   delegate().startServer();
-  bool onPurpose = false;
-  fake.processes.launched.back()->onTerminate = [&] { onPurpose = delegate().quitting; };
+  bool wasQuitting = false;
+  lastServer().onTerminate = [&] { wasQuitting = delegate().quitting; };
   choose("https://example.test");
-  EXPECT_TRUE(onPurpose);
+  EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(delegate().quitting);
 }
 
-TEST_F(AddressDialog, goingOnlineLeavesAServerThatExitedByItself) {
+TEST_F(AddressDialog, OnlineAddressDoesNotSignalExitedServer) {
   delegate().startServer();
   lastServer().exit(1);
   fake.scheduler.runUntilIdle();
@@ -151,7 +151,7 @@ TEST_F(AddressDialog, goingOnlineLeavesAServerThatExitedByItself) {
   EXPECT_EQ(fake.record.count("terminate"), 0U);
 }
 
-TEST_F(AddressDialog, anotherLocalAddressKeepsTheServer) {
+TEST_F(AddressDialog, OtherLocalAddressKeepsServerRunning) {
   delegate().startServer();
   choose("http://localhost:4767");
   EXPECT_EQ(fake.processes.launched.size(), 1U);
@@ -159,7 +159,7 @@ TEST_F(AddressDialog, anotherLocalAddressKeepsTheServer) {
   EXPECT_EQ(fake.record.count("GET http://localhost:4767/api/wie"), 1U);
 }
 
-TEST_F(AddressDialog, goingBackStartsTheServerAgain) {
+TEST_F(AddressDialog, LocalAddressAfterOnlineAddressRestartsServer) {
   delegate().startServer();
   choose("https://example.test");
   choose("http://127.0.0.1:4767/");
@@ -167,8 +167,7 @@ TEST_F(AddressDialog, goingBackStartsTheServerAgain) {
   EXPECT_TRUE(delegate().server->isRunning());
 }
 
-TEST_F(AddressDialog, OnlineAndBackWhileQuittingStartsNoSecondServer) {
-  // A server started while quitting would be orphaned.
+TEST_F(AddressDialog, AddressChangesWhileQuittingStartNoServer) {
   fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = std::nullopt}});
   delegate().startServer();
   fake.record.take();
@@ -195,7 +194,7 @@ TEST_F(AddressDialog, OnlineAndBackWhileQuittingStartsNoSecondServer) {
   EXPECT_EQ(fake.processes.launched.size(), 1U);
 }
 
-TEST_F(AddressDialog, addressThatDoesNotAnswerIsStoredAllTheSame) {
+TEST_F(AddressDialog, UnreachableAddressIsStored) {
   choose("https://example.test");
   fake.scheduler.advance(60s);
   EXPECT_EQ(stored(), "https://example.test");

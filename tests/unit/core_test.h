@@ -49,7 +49,7 @@ class CoreTest : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  /// The delegate, made at the first call from what the fake holds by then.
+  /// Returns the delegate, which the first call creates from the current state of the fake.
   AppDelegate &delegate() {
     if (!delegate_) {
       Settings settings = readSettings(fake.locations, fake.bundle);
@@ -60,10 +60,11 @@ class CoreTest : public testing::Test {
     }
     return *delegate_;
   }
-  void forgetDelegate() { delegate_.reset(); }
+  /// Releases the test's reference to the delegate.
+  void releaseDelegate() { delegate_.reset(); }
 
-  /// Gives the delegate its web view without the rest of a launch.
-  void makeWebView() {
+  /// Creates the web view without the other steps of a launch.
+  void createWebView() {
     delegate().web = fake.windows.create({}, {}, delegate()).web;
     fake.record.take();
   }
@@ -71,9 +72,11 @@ class CoreTest : public testing::Test {
 
   FakeWebView &web() { return *fake.windows.web; }
   FakeChildProcess &lastServer() { return *fake.processes.launched.back(); }
+  /// Stores a server address in the user defaults.
   void goOnline(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;
   }
+  /// Returns the message of the error page, or the empty text when another page is shown.
   std::string shownError() {
     const std::string &html = web().shownHtml;
     const std::string empty = errorPage("");

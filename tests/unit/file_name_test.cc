@@ -8,7 +8,7 @@
 namespace orvel {
 namespace {
 
-TEST(SplitFileName, BeginsTheExtensionAtTheLastFullStop) {
+TEST(FileName, ExtensionBeginsAtLastFullStop) {
   struct Row {
     std::string name;
     std::string stem;
@@ -27,26 +27,26 @@ TEST(SplitFileName, BeginsTheExtensionAtTheLastFullStop) {
   }
 }
 
-TEST(SplitFileName, FindsNoExtensionBehindAFullStopAtEitherEnd) {
+TEST(FileName, FullStopAtEitherEndBeginsNoExtension) {
   for (const std::string name : {"", ".", "..", "...", "report", ".profile", "name."}) {
     EXPECT_EQ(splitFileName(name).stem, name);
     EXPECT_EQ(splitFileName(name).extension, "");
   }
 }
 
-TEST(SplitFileName, FindsNoExtensionThatHoldsABlankOrABidirectionalMark) {
+TEST(FileName, SpaceOrBidirectionalControlPreventsExtension) {
   // NOLINTBEGIN(misc-misleading-bidirectional)
-  for (const std::string mark : {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C",
-                                 "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"}) {
+  for (const std::string control : {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C",
+                                    "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"}) {
     // NOLINTEND(misc-misleading-bidirectional)
-    for (const std::string &name :
-         {"Quote v1.2" + mark + "client", "a." + mark + "b", "a.b" + mark, "a." + mark}) {
+    for (const std::string &name : {"Quote v1.2" + control + "client", "a." + control + "b",
+                                    "a.b" + control, "a." + control}) {
       EXPECT_EQ(splitFileName(name).stem, name);
       EXPECT_EQ(splitFileName(name).extension, "");
     }
-    EXPECT_EQ(splitFileName("a" + mark + ".b").extension, ".b");
+    EXPECT_EQ(splitFileName("a" + control + ".b").extension, ".b");
   }
-  // Code points next to the marks, and other white space.
+  // Code points next to those of the list, and other white space.
   for (const std::string other : {"\u200D", "\u2010", "\u2029", "\u202F", "\u2065", "\u206A",
                                   "\u061B", "\u00A0", "\t", "_"}) {
     EXPECT_EQ(splitFileName("a.b" + other).extension, ".b" + other);

@@ -7,7 +7,76 @@
 namespace orvel {
 namespace {
 
-TEST(WorkingFolder, isNamedForTheVersion) {
+const std::string archiveAddress = "https://os.test/download/orvel-os-1.3.zip";
+
+std::string infoPlist(const std::string &entries) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
+         "</dict></plist>\n";
+}
+const std::string ourIdentifier = "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
+
+class Installation : public CoreTest {
+ protected:
+  Installation() {
+    goOnline();
+    fake.bundle.folder = root() + "/My Applications/Orvel OS.app";
+    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
+    fake.locations.temporaryFolder = root() + "/temporary";
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    fake.http.respond(archiveAddress, {{.statusCode = 200, .body = "an archive"}});
+    createWebView();
+  }
+
+  std::string working(const std::string &versie = "1.3") const {
+    return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
+  }
+  /// Sets the bundle that the archive contains, by its Info.plist. No bundle for nullopt.
+  void setContents(const std::optional<std::string> &info, const std::string &versie = "1.3",
+                   const std::string &name = "Orvel OS.app") {
+    content_ = info;
+    name_ = name;
+    versie_ = versie;
+  }
+  void install(const std::string &versie = "1.3") {
+    // The temporary path of the archive is known only from the command.
+    fake.processes.onLaunch = [this](const LaunchRequest &request) {
+      const std::string &command = request.arguments.back();
+      if (!command.starts_with("/usr/bin/ditto")) return;
+      unpackCommand = command;
+      archiveText = readFile(command.substr(22, command.find('\'', 22) - 22));
+      workingFolderWasEmpty = std::filesystem::is_empty(working(versie_));
+      if (!linkTarget.empty()) {
+        std::filesystem::create_directory_symlink(linkTarget, working() + "/Orvel OS.app");
+      }
+      if (!content_) return;
+      const std::string bundle = working(versie_) + "/" + name_;
+      writeFile(bundle + "/Contents/version", "new");
+      if (!content_->empty()) writeFile(bundle + "/Contents/Info.plist", *content_);
+    };
+    delegate().installeer(*Url::parse(archiveAddress), versie);
+    fake.scheduler.runUntilIdle();
+  }
+  std::string installed() const { return readFile(fake.bundle.folder + "/Contents/version"); }
+  void expectNotInstalled() {
+    EXPECT_EQ(installed(), "old");
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
+    EXPECT_EQ(fake.record.count("application terminate"), 0U);
+    EXPECT_FALSE(fake.application.terminated);
+  }
+
+  /// When not empty, the archive contains a symbolic link to this folder.
+  std::string linkTarget;
+  std::string unpackCommand;
+  std::string archiveText;
+  bool workingFolderWasEmpty = false;
+
+ private:
+  std::optional<std::string> content_;
+  std::string name_;
+  std::string versie_ = "1.3";
+};
+
+TEST_F(Installation, WorkingFolderNameEndsWithVersion) {
   EXPECT_EQ(workingFolder("/tmp", "1.3"), "/tmp/orvel-os-update-1.3");
   EXPECT_EQ(workingFolder("/tmp", ""), "/tmp/orvel-os-update-");
   EXPECT_EQ(workingFolder("/tmp", "a/b"), "/tmp/orvel-os-update-a/b");
@@ -15,7 +84,7 @@ TEST(WorkingFolder, isNamedForTheVersion) {
   EXPECT_EQ(workingFolder("/tmp", "$(rm -rf ~) `x`\n"), "/tmp/orvel-os-update-$(rm -rf ~) `x`\n");
 }
 
-TEST(WorkingFolder, neverLiesElsewhere) {
+TEST_F(Installation, VersionThatLeavesTemporaryFolderHasNoWorkingFolder) {
   EXPECT_EQ(workingFolder("/tmp", "/.."), std::nullopt);
   EXPECT_EQ(workingFolder("/tmp", "/../../home"), std::nullopt);
   EXPECT_EQ(workingFolder("/tmp", "1.3/../x"), std::nullopt);
@@ -25,116 +94,8 @@ TEST(WorkingFolder, neverLiesElsewhere) {
             std::nullopt);
 }
 
-TEST(CommandLine, QuotesPathsAsTheyAre) {
-  EXPECT_EQ(singleQuoted("x  y"), "'x  y'");
-  EXPECT_EQ(singleQuoted(""), "''");
-  EXPECT_EQ(singleQuoted("$(x) `y` \\ \"z\" {a} {\n"), "'$(x) `y` \\ \"z\" {a} {\n'");
-}
-
-TEST(CommandLine, RefusesASingleQuoteInAnyPath) {
-  for (const std::string path : {"'", "a'b", "'; rm -rf ~; '"}) {
-    EXPECT_EQ(singleQuoted(path), std::nullopt);
-    EXPECT_EQ(commandLine({"a ", ""}, {path}), std::nullopt);
-    EXPECT_EQ(commandLine({"a ", ""}, {"b", path}), std::nullopt);
-  }
-}
-
-TEST(CommandLine, PutsPathsBetweenItsParts) {
-  EXPECT_EQ(commandLine({"a ", " z"}, {"x y", "{z"}), "a 'x y' '{z' z");
-  EXPECT_EQ(commandLine({"a {x ", "} b"}, {"c"}), "a {x 'c'} b");
-  EXPECT_EQ(commandLine({"a", "b"}, {}), "ab");
-}
-
-TEST(CommandLine, OfMacosIsSpelledToTheLetter) {
-  EXPECT_EQ(commandLine(macosNames.unpack, {"/t/a.zip", "/t/w"}),
-            "/usr/bin/ditto -x -k '/t/a.zip' '/t/w'");
-  EXPECT_EQ(commandLine(macosNames.clearQuarantine, {"/t/w/Orvel OS.app"}),
-            "/usr/bin/xattr -dr com.apple.quarantine '/t/w/Orvel OS.app'");
-  EXPECT_EQ(commandLine(macosNames.relaunch, {"/Applications/Orvel OS.app"}),
-            "(sleep 1; /usr/bin/open -n '/Applications/Orvel OS.app') >/dev/null 2>&1 &");
-  EXPECT_EQ(macosNames.manifest, "download/mac.json");
-}
-
-TEST(CommandLine, OfLinuxIsSpelledToTheLetter) {
-  EXPECT_TRUE(linuxNames.unpack.isEmpty());
-  EXPECT_TRUE(linuxNames.clearQuarantine.isEmpty());
-  EXPECT_EQ(commandLine(linuxNames.relaunch, {"/opt/Orvel OS.app"}),
-            "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
-            "'/opt/Orvel OS.app'/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &");
-  EXPECT_EQ(linuxNames.manifest, "download/linux.json");
-}
-
-const std::string archiveAddress = "https://os.test/download/orvel-os-1.3.zip";
-
-std::string information(const std::string &entries) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
-         "</dict></plist>\n";
-}
-const std::string ourIdentity = "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
-
-class Installation : public CoreTest {
- protected:
-  Installation() {
-    goOnline();
-    fake.bundle.folder = root() + "/Toepassingen/Orvel OS.app";
-    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
-    fake.locations.temporaryFolder = root() + "/tijdelijk";
-    writeFile(fake.bundle.folder + "/Contents/versie", "oud");
-    fake.http.respond(archiveAddress, {{.statusCode = 200, .body = "een archief"}});
-    makeWebView();
-  }
-
-  std::string working(const std::string &versie = "1.3") const {
-    return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
-  }
-  /// The archive unpacks to a bundle with this information, or to nothing.
-  void unpacksTo(const std::optional<std::string> &info, const std::string &versie = "1.3",
-                 const std::string &name = "Orvel OS.app") {
-    content_ = info;
-    name_ = name;
-    versie_ = versie;
-  }
-  void install(const std::string &versie = "1.3") {
-    // The path of the archive is known only when the command is there.
-    fake.processes.onLaunch = [this](const LaunchRequest &request) {
-      const std::string &command = request.arguments.back();
-      if (!command.starts_with("/usr/bin/ditto")) return;
-      unpackCommand = command;
-      archiveText = readFile(command.substr(22, command.find('\'', 22) - 22));
-      workingWasEmpty = std::filesystem::is_empty(working(versie_));
-      if (!unpacksToLink.empty()) {
-        std::filesystem::create_directory_symlink(unpacksToLink, working() + "/Orvel OS.app");
-      }
-      if (!content_) return;
-      const std::string bundle = working(versie_) + "/" + name_;
-      writeFile(bundle + "/Contents/versie", "nieuw");
-      if (!content_->empty()) writeFile(bundle + "/Contents/Info.plist", *content_);
-    };
-    delegate().installeer(*Url::parse(archiveAddress), versie);
-    fake.scheduler.runUntilIdle();
-  }
-  std::string installed() const { return readFile(fake.bundle.folder + "/Contents/versie"); }
-  void expectNothingHappened() {
-    EXPECT_EQ(installed(), "oud");
-    EXPECT_THAT(fake.panels.shown, IsEmpty());
-    EXPECT_EQ(fake.record.count("application terminate"), 0U);
-    EXPECT_FALSE(fake.application.terminated);
-  }
-
-  /// Instead of a bundle: a link to this folder.
-  std::string unpacksToLink;
-  std::string unpackCommand;
-  std::string archiveText;
-  bool workingWasEmpty = false;
-
- private:
-  std::optional<std::string> content_;
-  std::string name_;
-  std::string versie_ = "1.3";
-};
-
-TEST_F(Installation, takesItsStepsInOrder) {
-  unpacksTo(information(ourIdentity));
+TEST_F(Installation, UnpacksReplacesNotifiesAndRelaunches) {
+  setContents(infoPlist(ourIdentifier));
   install();
   const std::string app = fake.bundle.folder;
   const std::string unpacked = working() + "/Orvel OS.app";
@@ -145,8 +106,8 @@ TEST_F(Installation, takesItsStepsInOrder) {
                   "sh /usr/bin/xattr -dr com.apple.quarantine '" + unpacked + "'",
                   "replace " + app + " by " + unpacked, "alert Orvel OS is bijgewerkt naar 1.3"));
   EXPECT_TRUE(unpackCommand.ends_with("' '" + working() + "'")) << unpackCommand;
-  EXPECT_EQ(archiveText, "een archief");
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(archiveText, "an archive");
+  EXPECT_EQ(installed(), "new");
 
   Alert notice;
   notice.messageText = "Orvel OS is bijgewerkt naar 1.3";
@@ -161,7 +122,7 @@ TEST_F(Installation, takesItsStepsInOrder) {
                           "application terminate", "application terminated"));
 }
 
-/// Records its calls and creates a bundle with the application's identity.
+/// Records its calls and creates a bundle with the application's identifier.
 class RecordingUnpacker final : public ReleaseUnpacker {
  public:
   explicit RecordingUnpacker(Record &record) : record_(record) {}
@@ -171,20 +132,20 @@ class RecordingUnpacker final : public ReleaseUnpacker {
                 " into " + folder);
     const std::filesystem::path contents = folder + "/Orvel OS.app/Contents";
     std::filesystem::create_directories(contents);
-    std::ofstream(contents / "Info.plist") << information(ourIdentity);
-    std::ofstream(contents / "versie") << "nieuw";
+    std::ofstream(contents / "Info.plist") << infoPlist(ourIdentifier);
+    std::ofstream(contents / "version") << "new";
   }
 
  private:
   Record &record_;
 };
 
-TEST_F(Installation, TakesTheSameStepsWhereThePlatformUnpacks) {
+TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
   const RecordingUnpacker unpacker(fake.record);
   fake.unpacker = &unpacker;
   fake.names = linuxNames;
-  forgetDelegate();
-  makeWebView();
+  releaseDelegate();
+  createWebView();
   install();
   const std::string app = fake.bundle.folder;
   EXPECT_THAT(fake.record.take(),
@@ -192,34 +153,34 @@ TEST_F(Installation, TakesTheSameStepsWhereThePlatformUnpacks) {
                           "unpack a file into " + working(),
                           "replace " + app + " by " + working() + "/Orvel OS.app",
                           "alert Orvel OS is bijgewerkt naar 1.3"));
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(installed(), "new");
   fake.panels.answer({0, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxNames.relaunch, {app}),
                                               "application terminate", "application terminated"));
 }
 
-TEST_F(Installation, OfAVersionWithASingleQuoteIsNotUnpackedByThePlatformEither) {
+TEST_F(Installation, VersionWithSingleQuoteDoesNotReachPlatformUnpacker) {
   const RecordingUnpacker unpacker(fake.record);
   fake.unpacker = &unpacker;
-  forgetDelegate();
-  makeWebView();
+  releaseDelegate();
+  createWebView();
   install("1'3");
   EXPECT_EQ(fake.record.count("unpack"), 0U);
-  expectNothingHappened();
+  expectNotInstalled();
 }
 
-TEST_F(Installation, goesOnHoweverTheNoticeIsClosed) {
-  unpacksTo(information(ourIdentity));
+TEST_F(Installation, ClosedNoticeRelaunches) {
+  setContents(infoPlist(ourIdentifier));
   install();
   fake.panels.answer({std::nullopt, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Installation, startsOneNewInstanceHoweverManyNoticesAreAnswered) {
+TEST_F(Installation, TwoAnsweredNoticesRelaunchOnce) {
   for (int time = 0; time < 2; ++time) {
-    unpacksTo(information(ourIdentity));
+    setContents(infoPlist(ourIdentifier));
     install();
   }
   ASSERT_EQ(fake.panels.shown.size(), 2U);
@@ -232,26 +193,26 @@ TEST_F(Installation, startsOneNewInstanceHoweverManyNoticesAreAnswered) {
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Installation, leavesAFolderAloneThatAnotherInstanceWorksIn) {
-  unpacksTo(information(ourIdentity));
+TEST_F(Installation, LockedTemporaryFolderEndsInstallation) {
+  setContents(infoPlist(ourIdentifier));
   std::filesystem::create_directories(working());
-  writeFile(working() + "/van een ander", "half");
+  writeFile(working() + "/of another instance", "partial");
   {
     const FolderLock other(fake.locations.temporaryFolder);
     ASSERT_FALSE(other.isHeldElsewhere());
     install();
   }
-  EXPECT_EQ(installed(), "oud");
-  EXPECT_TRUE(std::filesystem::exists(working() + "/van een ander"));
+  EXPECT_EQ(installed(), "old");
+  EXPECT_TRUE(std::filesystem::exists(working() + "/of another instance"));
   EXPECT_THAT(fake.panels.shown, IsEmpty());
-  unpacksTo(information(ourIdentity));
+  setContents(infoPlist(ourIdentifier));
   install();
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(installed(), "new");
 }
 
-TEST_F(Installation, stopsTheServerByTheOrdinaryRoad) {
+TEST_F(Installation, RelaunchStopsServer) {
   delegate().startServer();
-  unpacksTo(information(ourIdentity));
+  setContents(infoPlist(ourIdentifier));
   install();
   fake.panels.answer({0, ""});
   fake.scheduler.advance(1s);
@@ -259,94 +220,94 @@ TEST_F(Installation, stopsTheServerByTheOrdinaryRoad) {
   EXPECT_FALSE(lastServer().isRunning());
 }
 
-TEST_F(Installation, needsAnAnswerWithStatus200) {
-  unpacksTo(information(ourIdentity));
+TEST_F(Installation, FailedDownloadChangesNothing) {
+  setContents(infoPlist(ourIdentifier));
   for (const int status : {201, 304, 404, 500}) {
-    fake.http.respond(archiveAddress, {{.statusCode = status, .body = "fout"}});
+    fake.http.respond(archiveAddress, {{.statusCode = status, .body = "error"}});
     install();
   }
-  // No answer, a head without its body, a body without an HTTP response.
-  for (const FakeResponse &answer :
-       {FakeResponse{}, FakeResponse{.statusCode = 200}, FakeResponse{.body = "een archief"}}) {
-    fake.http.respond(archiveAddress, {answer});
+  // No response, a head without a body, and a body without an HTTP response.
+  for (const FakeResponse &response :
+       {FakeResponse{}, FakeResponse{.statusCode = 200}, FakeResponse{.body = "an archive"}}) {
+    fake.http.respond(archiveAddress, {response});
     install();
   }
   EXPECT_EQ(unpackCommand, "");
   EXPECT_FALSE(std::filesystem::exists(working()));
-  expectNothingHappened();
+  expectNotInstalled();
 }
 
-TEST_F(Installation, clearsWhatAnEarlierAttemptLeft) {
-  writeFile(working() + "/Orvel OS.app/Contents/Info.plist", information(ourIdentity));
-  unpacksTo(std::nullopt);
+TEST_F(Installation, StaleWorkingFolderIsCleared) {
+  writeFile(working() + "/Orvel OS.app/Contents/Info.plist", infoPlist(ourIdentifier));
+  setContents(std::nullopt);
   install();
-  EXPECT_TRUE(workingWasEmpty);
-  expectNothingHappened();
+  EXPECT_TRUE(workingFolderWasEmpty);
+  expectNotInstalled();
 }
 
-TEST_F(Installation, needsABundleOfTheRightNameAtTheTop) {
-  unpacksTo(information(ourIdentity), "1.3", "Orvel OS 1.3.app");
+TEST_F(Installation, BundleWithOtherNameIsRejected) {
+  setContents(infoPlist(ourIdentifier), "1.3", "Orvel OS 1.3.app");
   install();
-  expectNothingHappened();
+  expectNotInstalled();
   EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS 1.3.app"));
   EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
 }
 
-TEST_F(Installation, needsABundleThatIsARealFolder) {
-  writeFile(root() + "/elders/Contents/Info.plist", information(ourIdentity));
-  unpacksToLink = root() + "/elders";
+TEST_F(Installation, SymlinkedBundleIsRejected) {
+  writeFile(root() + "/other/Contents/Info.plist", infoPlist(ourIdentifier));
+  linkTarget = root() + "/other";
   install();
   EXPECT_TRUE(std::filesystem::is_symlink(working() + "/Orvel OS.app"));
   EXPECT_EQ(fake.record.count("replace"), 0U);
-  expectNothingHappened();
+  expectNotInstalled();
 }
 
-TEST_F(Installation, needsInformationThatCanBeRead) {
-  for (const std::string info : {"", "geen lijst", "<plist><array/></plist>"}) {
-    unpacksTo(info);
+TEST_F(Installation, UnreadableInfoPlistIsRejected) {
+  for (const std::string info : {"", "no list", "<plist><array/></plist>"}) {
+    setContents(info);
     install();
-    expectNothingHappened();
+    expectNotInstalled();
     EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS.app"));
   }
 }
 
-TEST_F(Installation, needsTheSameIdentity) {
-  for (const std::string identity : {"<key>CFBundleIdentifier</key><string>nl.elders.os</string>",
-                                     "<key>CFBundleIdentifier</key><string>nl.Orvel.os</string>",
-                                     "<key>CFBundleIdentifier</key><integer>1</integer>", ""}) {
-    unpacksTo(information(identity));
+TEST_F(Installation, OtherBundleIdentifierIsRejected) {
+  for (const std::string identifier : {"<key>CFBundleIdentifier</key><string>nl.other.os</string>",
+                                       "<key>CFBundleIdentifier</key><string>nl.Orvel.os</string>",
+                                       "<key>CFBundleIdentifier</key><integer>1</integer>", ""}) {
+    setContents(infoPlist(identifier));
     install();
-    expectNothingHappened();
+    expectNotInstalled();
   }
   EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
   EXPECT_EQ(fake.record.count("replace"), 0U);
 }
 
-TEST_F(Installation, withoutAnIdentityNeedsOneWithout) {
+TEST_F(Installation, MissingBundleIdentifierMatchesMissingBundleIdentifier) {
   fake.bundle.texts.erase("CFBundleIdentifier");
-  unpacksTo(information(ourIdentity));
+  setContents(infoPlist(ourIdentifier));
   install();
-  expectNothingHappened();
-  unpacksTo(information("<key>CFBundleIdentifier</key><integer>1</integer>"));
+  expectNotInstalled();
+  setContents(infoPlist("<key>CFBundleIdentifier</key><integer>1</integer>"));
   install();
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(installed(), "new");
 }
 
-TEST_F(Installation, endsInSilenceWhenNothingCanBeReplaced) {
+TEST_F(Installation, FailedReplacementShowsNoNotice) {
   fake.locations.replaceSucceeds = false;
-  unpacksTo(information(ourIdentity));
+  setContents(infoPlist(ourIdentifier));
   install();
-  expectNothingHappened();
+  expectNotInstalled();
   EXPECT_EQ(fake.record.count("replace"), 1U);
 }
 
-TEST_F(Installation, DownloadsNothingWhereTheBundleCannotBeReplaced) {
+TEST_F(Installation, IrreplaceableBundleDownloadsNothing) {
   fake.locations.isWritable = false;
-  unpacksTo(information(ourIdentity));
+  setContents(infoPlist(ourIdentifier));
   install();
   EXPECT_THAT(fake.http.sent, IsEmpty());
   EXPECT_THAT(fake.record.take(), IsEmpty());
-  expectNothingHappened();
+  expectNotInstalled();
 
   fake.locations.isWritable = true;
   std::filesystem::remove_all(fake.bundle.folder);
@@ -354,46 +315,46 @@ TEST_F(Installation, DownloadsNothingWhereTheBundleCannotBeReplaced) {
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
-TEST_F(Installation, ofAVersionWithASlashUsesANestedFolder) {
-  unpacksTo(information(ourIdentity), "1/3");
+TEST_F(Installation, VersionWithSlashUnpacksIntoNestedFolder) {
+  setContents(infoPlist(ourIdentifier), "1/3");
   install("1/3");
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(installed(), "new");
   EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
 }
 
-TEST_F(Installation, ofAVersionWithASingleQuoteRunsNoCommand) {
-  unpacksTo(information(ourIdentity), "1'3");
+TEST_F(Installation, VersionWithSingleQuoteRunsNoCommand) {
+  setContents(infoPlist(ourIdentifier), "1'3");
   install("1'; touch x; '3");
   EXPECT_EQ(fake.record.count("sh "), 0U);
-  expectNothingHappened();
+  expectNotInstalled();
 }
 
-TEST_F(Installation, ofAVersionThatLeadsElsewhereTouchesNothing) {
-  writeFile(fake.locations.temporaryFolder + "/van een ander", "blijft");
+TEST_F(Installation, VersionWithTraversalRemovesNothing) {
+  writeFile(fake.locations.temporaryFolder + "/of another instance", "kept");
   for (const std::string versie : {"/..", "/../..", "1.3/../../x"}) install(versie);
   EXPECT_EQ(fake.record.count("sh "), 0U);
-  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/van een ander"), "blijft");
-  expectNothingHappened();
+  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/of another instance"), "kept");
+  expectNotInstalled();
 }
 
-TEST_F(Installation, inABundleWithASingleQuoteIsReplacedButDoesNotComeBack) {
-  fake.bundle.folder = root() + "/Iemand's/Orvel OS.app";
-  writeFile(fake.bundle.folder + "/Contents/versie", "oud");
-  unpacksTo(information(ourIdentity));
+TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
+  fake.bundle.folder = root() + "/Someone's/Orvel OS.app";
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  setContents(infoPlist(ourIdentifier));
   install();
-  EXPECT_EQ(installed(), "nieuw");
+  EXPECT_EQ(installed(), "new");
   fake.record.take();
   fake.panels.answer({0, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
 }
 
-TEST_F(Installation, removesNothingWhenTheFolderCannotBeMade) {
-  writeFile(fake.locations.temporaryFolder, "een bestand");
+TEST_F(Installation, FileInPlaceOfTemporaryFolderChangesNothing) {
+  writeFile(fake.locations.temporaryFolder, "a file");
   fake.processes.onLaunch = nullptr;
   delegate().installeer(*Url::parse(archiveAddress), "1.3");
   fake.scheduler.runUntilIdle();
-  expectNothingHappened();
+  expectNotInstalled();
 }
 
 }  // namespace

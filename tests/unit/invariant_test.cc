@@ -7,8 +7,9 @@
 namespace orvel {
 namespace {
 
-TEST(FatalError, writesItsReasonOnALineOfItsOwnAndAborts) {
-  EXPECT_EXIT(fatalError("de reden"), testing::KilledBySignal(SIGABRT), "^Orvel OS: de reden\n$");
+TEST(Invariant, FatalErrorWritesReasonAndAborts) {
+  EXPECT_EXIT(fatalError("the reason"), testing::KilledBySignal(SIGABRT),
+              "^Orvel OS: the reason\n$");
 }
 
 }  // namespace

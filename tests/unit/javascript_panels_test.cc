@@ -3,23 +3,23 @@
 namespace orvel {
 namespace {
 
-class JavaScriptPanels : public CoreTest {
+class JavascriptPanels : public CoreTest {
  protected:
-  JavaScriptPanels() { makeWebView(); }
+  JavascriptPanels() { createWebView(); }
 
   void confirm() {
-    delegate().runJavaScriptConfirmPanel("Doorgaan?",
-                                         [this](bool agreed) { answers.push_back(agreed); });
+    delegate().runJavaScriptConfirmPanel("Continue?",
+                                         [this](bool confirmed) { answers.push_back(confirmed); });
   }
 
   std::vector<bool> answers;
 };
 
-TEST_F(JavaScriptPanels, alertHasTheMessageAndThePlatformsOwnButton) {
+TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
   int completions = 0;
-  delegate().runJavaScriptAlertPanel("Klaar & <b>goed</b>", [&] { ++completions; });
+  delegate().runJavaScriptAlertPanel("Done & <b>good</b>", [&] { ++completions; });
   Alert expected;
-  expected.messageText = "Klaar & <b>goed</b>";
+  expected.messageText = "Done & <b>good</b>";
   EXPECT_THAT(fake.panels.shown, ElementsAre(expected));
   fake.scheduler.advance(1h);
   EXPECT_EQ(completions, 0);
@@ -28,24 +28,24 @@ TEST_F(JavaScriptPanels, alertHasTheMessageAndThePlatformsOwnButton) {
   EXPECT_EQ(completions, 1);
 }
 
-TEST_F(JavaScriptPanels, alertThatIsClosedGoesOnToo) {
+TEST_F(JavascriptPanels, ClosedAlertCallsCompletion) {
   int completions = 0;
-  delegate().runJavaScriptAlertPanel("Klaar", [&] { ++completions; });
+  delegate().runJavaScriptAlertPanel("Done", [&] { ++completions; });
   fake.panels.answer({std::nullopt, ""});
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(completions, 1);
 }
 
-TEST_F(JavaScriptPanels, confirmHasTheTwoButtons) {
+TEST_F(JavascriptPanels, ConfirmHasTwoButtons) {
   confirm();
   Alert expected;
-  expected.messageText = "Doorgaan?";
+  expected.messageText = "Continue?";
   expected.buttons = {"OK", "Annuleren"};
   EXPECT_THAT(fake.panels.shown, ElementsAre(expected));
   EXPECT_THAT(answers, IsEmpty());
 }
 
-TEST_F(JavaScriptPanels, confirmIsTrueForTheFirstButtonOnly) {
+TEST_F(JavascriptPanels, ConfirmIsTrueForFirstButtonOnly) {
   for (const std::optional<int> button :
        {std::optional(0), std::optional(1), std::optional<int>()}) {
     confirm();
@@ -55,7 +55,7 @@ TEST_F(JavaScriptPanels, confirmIsTrueForTheFirstButtonOnly) {
   EXPECT_THAT(answers, ElementsAre(true, false, false));
 }
 
-TEST_F(JavaScriptPanels, serverMayExitBehindAnOpenPanel) {
+TEST_F(JavascriptPanels, ServerExitIsReportedWhilePanelIsOpen) {
   delegate().startServer();
   confirm();
   lastServer().exit(3);
@@ -66,7 +66,7 @@ TEST_F(JavaScriptPanels, serverMayExitBehindAnOpenPanel) {
   EXPECT_THAT(answers, IsEmpty());
 }
 
-TEST_F(JavaScriptPanels, applicationMayQuitBehindAnOpenPanel) {
+TEST_F(JavascriptPanels, ApplicationQuitsWhilePanelIsOpen) {
   delegate().startServer();
   confirm();
   fake.application.requestTermination();

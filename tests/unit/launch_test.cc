@@ -8,23 +8,23 @@
 namespace orvel {
 namespace {
 
-class ServerLaunch : public CoreTest {
+class Launch : public CoreTest {
  protected:
   void start() {
-    if (!delegate().web) makeWebView();
+    if (!delegate().web) createWebView();
     delegate().startServer();
   }
 };
 
-TEST_F(ServerLaunch, clearsThePortThenFindsNodeThenLaunches) {
+TEST_F(Launch, StopsStaleServerThenFindsNodeThenLaunches) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"/elders/node\n"});
+  fake.processes.scriptShell(shellNodeLookup, {"/other/node\n"});
   start();
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + listing, "sh " + shellNodeLookup,
-                                              "launch /elders/node " + root() + "/v3/server.mjs"));
+                                              "launch /other/node " + root() + "/v3/server.mjs"));
 }
 
-TEST_F(ServerLaunch, runsInTheRootWithPortAndSearchPathReplaced) {
+TEST_F(Launch, ServerGetsScriptRootPortAndPath) {
   start();
   const LaunchRequest &request = lastServer().request;
   EXPECT_EQ(request.executable, "/usr/local/bin/node");
@@ -36,7 +36,7 @@ TEST_F(ServerLaunch, runsInTheRootWithPortAndSearchPathReplaced) {
                 {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"}}));
 }
 
-TEST_F(ServerLaunch, ServerAloneEndsWithTheApplication) {
+TEST_F(Launch, OnlyServerEndsWithParent) {
   fake.locations.executables = {};
   fake.processes.scriptShell(shellNodeLookup, {"/opt/node\n"});
   std::vector<std::pair<std::string, bool>> launches;
@@ -48,29 +48,29 @@ TEST_F(ServerLaunch, ServerAloneEndsWithTheApplication) {
                                     std::pair("/opt/node", true)));
 }
 
-TEST_F(ServerLaunch, bothOutputsShareOneHandleOnTheEmptiedLog) {
-  writeFile(logPath(), "van gisteren");
+TEST_F(Launch, OutputsShareOneHandleOnTruncatedLog) {
+  writeFile(logPath(), "of yesterday");
   start();
   const LaunchRequest &request = lastServer().request;
   ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
   ASSERT_EQ(request.standardError.kind, StandardStream::Kind::handle);
   EXPECT_EQ(request.standardOutput.handle, request.standardError.handle);
   EXPECT_EQ(readFile(logPath()), "");
-  request.standardOutput.handle->write("vandaag");
-  EXPECT_EQ(readFile(logPath()), "vandaag");
+  request.standardOutput.handle->write("of today");
+  EXPECT_EQ(readFile(logPath()), "of today");
 }
 
-TEST_F(ServerLaunch, makesTheLogFolderWithTheFolderAboveIt) {
+TEST_F(Launch, MissingLogFolderIsCreated) {
   std::filesystem::remove_all(root() + "/v3");
   start();
   const LaunchRequest &request = lastServer().request;
   ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
-  request.standardOutput.handle->write("vandaag");
-  EXPECT_EQ(readFile(logPath()), "vandaag");
+  request.standardOutput.handle->write("of today");
+  EXPECT_EQ(readFile(logPath()), "of today");
 }
 
-TEST_F(ServerLaunch, withoutALogFolderTheOutputsAreInherited) {
-  writeFile(root() + "/v3/.local", "een bestand");
+TEST_F(Launch, UnwritableLogInheritsOutputs) {
+  writeFile(root() + "/v3/.local", "a file");
   start();
   const LaunchRequest &request = lastServer().request;
   EXPECT_EQ(request.standardOutput.kind, StandardStream::Kind::inherited);
@@ -79,7 +79,7 @@ TEST_F(ServerLaunch, withoutALogFolderTheOutputsAreInherited) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(ServerLaunch, failureIsShownAndTheOldServerStaysKnown) {
+TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
   start();
   const auto first = delegate().server;
   lastServer().exit(0);
@@ -91,13 +91,13 @@ TEST_F(ServerLaunch, failureIsShownAndTheOldServerStaysKnown) {
   EXPECT_EQ(delegate().server, first);
 }
 
-TEST_F(ServerLaunch, firstFailureLeavesNoServer) {
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+TEST_F(Launch, FirstFailedLaunchLeavesNoServer) {
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   start();
   EXPECT_EQ(delegate().server, nullptr);
 }
 
-TEST_F(ServerLaunch, exitIsReportedWithItsCode) {
+TEST_F(Launch, ExitIsReportedWithExitCode) {
   start();
   lastServer().exit(1);
   EXPECT_EQ(shownError(), "");
@@ -109,39 +109,39 @@ TEST_F(ServerLaunch, exitIsReportedWithItsCode) {
   EXPECT_FALSE(delegate().server->isRunning());
 }
 
-TEST_F(ServerLaunch, exitBySignalIsReportedWithItsNumber) {
+TEST_F(Launch, ExitBySignalIsReportedWithSignalNumber) {
   start();
   lastServer().exit(SIGKILL);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 9).");
 }
 
-TEST_F(ServerLaunch, immediateExitIsReportedToo) {
+TEST_F(Launch, ImmediateExitIsReported) {
   fake.processes.script("/usr/local/bin/node", {{.exitsAfter = 0ms, .status = 3}});
   start();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 3).");
 }
 
-TEST_F(ServerLaunch, waitsForNoReaderOfAPipeInPlaceOfTheLog) {
+TEST_F(Launch, FifoInPlaceOfLogDoesNotBlock) {
   std::filesystem::create_directories(root() + "/v3/.local");
   ASSERT_EQ(::mkfifo(logPath().c_str(), 0600), 0);
   start();
   EXPECT_EQ(lastServer().request.standardOutput.kind, StandardStream::Kind::inherited);
 }
 
-TEST_F(ServerLaunch, emptiesTheLogAfterTheStaleServerIsGone) {
-  writeFile(logPath(), "oud");
+TEST_F(Launch, LogIsTruncatedAfterStaleServerIsStopped) {
+  writeFile(logPath(), "old");
   std::string seen;
   fake.processes.onLaunch = [&](const LaunchRequest &request) {
     if (request.arguments.back() == listing) seen = readFile(logPath());
   };
   start();
-  EXPECT_EQ(seen, "oud");
+  EXPECT_EQ(seen, "old");
   EXPECT_EQ(readFile(logPath()), "");
 }
 
-TEST_F(ServerLaunch, exitDuringQuittingIsNotReported) {
+TEST_F(Launch, ExitWhileQuittingIsNotReported) {
   start();
   delegate().quitting = true;
   lastServer().exit(0);
@@ -149,7 +149,7 @@ TEST_F(ServerLaunch, exitDuringQuittingIsNotReported) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(ServerLaunch, lateReportOfAReplacedServerIsDropped) {
+TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
   start();
   lastServer().exit(1);
   start();
@@ -159,7 +159,7 @@ TEST_F(ServerLaunch, lateReportOfAReplacedServerIsDropped) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(ServerLaunch, reportWithoutAServerIsDropped) {
+TEST_F(Launch, ExitWithoutCurrentServerIsIgnored) {
   start();
   const auto task = fake.processes.launched[0];
   delegate().server = nullptr;
@@ -168,24 +168,24 @@ TEST_F(ServerLaunch, reportWithoutAServerIsDropped) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(ServerLaunch, reportOnItsWayDoesNotKeepTheDelegate) {
+TEST_F(Launch, PostedExitDoesNotRetainDelegate) {
   start();
   const auto known = delegate().weak_from_this();
   lastServer().exit(1);
-  // One step: the exit is known, the report waits for the main thread.
+  // After one task, the exit is known and its report is posted to the main thread.
   int steps = 0;
   fake.scheduler.runUntil([&] { return steps++ == 1; }, 0ms);
-  forgetDelegate();
+  releaseDelegate();
   EXPECT_TRUE(known.expired());
   fake.record.take();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(ServerLaunch, reportAfterTheDelegateIsGoneDoesNothing) {
+TEST_F(Launch, ExitAfterDelegateIsDestroyedIsIgnored) {
   start();
   const auto task = fake.processes.launched[0];
-  forgetDelegate();
+  releaseDelegate();
   fake.record.take();
   task->exit(1);
   fake.scheduler.runUntilIdle();

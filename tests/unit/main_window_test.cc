@@ -7,7 +7,7 @@ class MainWindow : public CoreTest {};
 
 const std::string blank = "load html <body style='background:#07090c;margin:0'></body>";
 
-TEST_F(MainWindow, launchTakesItsStepsInOrder) {
+TEST_F(MainWindow, LaunchStepsRunInOrder) {
   goOnline();
   launch();
   EXPECT_THAT(fake.record.take(),
@@ -17,14 +17,14 @@ TEST_F(MainWindow, launchTakesItsStepsInOrder) {
                           "after 4000 ms", "every 21600000 ms"));
 }
 
-TEST_F(MainWindow, launchDoesNotWaitForTheServer) {
+TEST_F(MainWindow, LaunchDoesNotBlockOnServer) {
   fake.http.respond(localProbe, {{.statusCode = 200, .delay = 2900ms}});
   launch();
   EXPECT_EQ(fake.scheduler.now(), 0ms);
   EXPECT_EQ(web().shownHtml, blankPage);
 }
 
-TEST_F(MainWindow, webViewIsConfiguredAsTheApplicationNeedsIt) {
+TEST_F(MainWindow, WebViewConfigurationIsComplete) {
   launch();
   const WebViewConfiguration &configuration = web().configuration;
   EXPECT_TRUE(configuration.persistentDataStore);
@@ -35,75 +35,75 @@ TEST_F(MainWindow, webViewIsConfiguredAsTheApplicationNeedsIt) {
   EXPECT_EQ(&web().delegate, &delegate());
 }
 
-TEST_F(MainWindow, userAgentNameWithoutAKeyEndsInTheSlash) {
+TEST_F(MainWindow, UserAgentWithoutKeyEndsWithSlash) {
   fake.bundle.texts.erase("ORVELOSKey");
   launch();
   EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/");
 }
 
-TEST_F(MainWindow, windowFillsTheVisibleFrameOfTheMainScreen) {
+TEST_F(MainWindow, WindowFillsVisibleFrameOfMainScreen) {
   fake.windows.visibleFrame = Rect{10, 20, 1500, 900};
   launch();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{10, 20, 1500, 900}));
 }
 
-TEST_F(MainWindow, windowHasAFixedFrameWithoutAScreen) {
+TEST_F(MainWindow, WindowWithoutScreenHasDefaultFrame) {
   fake.windows.visibleFrame.reset();
   launch();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{0, 0, 1440, 900}));
 }
 
-TEST_F(MainWindow, windowLooksLikeThePage) {
+TEST_F(MainWindow, WindowConfigurationIsComplete) {
   launch();
-  const WindowConfiguration &style = fake.windows.configuration;
-  EXPECT_TRUE(style.fullSizeContentView);
-  EXPECT_EQ(style.title, "Orvel OS");
-  EXPECT_FALSE(style.titleVisible);
-  EXPECT_TRUE(style.titlebarTransparent);
-  EXPECT_EQ(style.backgroundColor, (Color{0.027, 0.035, 0.047, 1.0}));
-  EXPECT_EQ(style.minimumWidth, 1000);
-  EXPECT_EQ(style.minimumHeight, 660);
-  EXPECT_EQ(style.frameAutosaveName, "ORVELOSMain");
+  const WindowConfiguration &configuration = fake.windows.configuration;
+  EXPECT_TRUE(configuration.fullSizeContentView);
+  EXPECT_EQ(configuration.title, "Orvel OS");
+  EXPECT_FALSE(configuration.titleVisible);
+  EXPECT_TRUE(configuration.titlebarTransparent);
+  EXPECT_EQ(configuration.backgroundColor, (Color{0.027, 0.035, 0.047, 1.0}));
+  EXPECT_EQ(configuration.minimumWidth, 1000);
+  EXPECT_EQ(configuration.minimumHeight, 660);
+  EXPECT_EQ(configuration.frameAutosaveName, "ORVELOSMain");
 }
 
-TEST_F(MainWindow, errorPageWrapsTheMessageAsItStands) {
-  makeWebView();
-  delegate().showError("Zie <b>~/x</b> & druk op ⌘R.");
+TEST_F(MainWindow, ErrorPageContainsUnescapedMessage) {
+  createWebView();
+  delegate().showError("See <b>~/x</b> & press ⌘R.");
   EXPECT_EQ(web().shownHtml,
             "<body style='background:#07090c;color:#c3ccd5;font:15px -apple-system,Helvetica;"
             "padding:48px;line-height:1.5'><div style='max-width:560px'><b style='color:#eef2f5;"
-            "font-size:17px'>Orvel OS</b><p>Zie <b>~/x</b> & druk op ⌘R.</p></div></body>");
+            "font-size:17px'>Orvel OS</b><p>See <b>~/x</b> & press ⌘R.</p></div></body>");
 }
 
-TEST_F(MainWindow, errorPageBeforeTheWebViewStopsTheProcess) {
+TEST_F(MainWindow, ErrorPageBeforeWebViewAborts) {
   EXPECT_DEATH(delegate().showError("x"), "OS: an error page before the web view exists");
 }
 
-TEST_F(MainWindow, reloadOfAnOnlineAddressLoadsItWithoutTheKey) {
+TEST_F(MainWindow, ReloadOfOnlineAddressSendsNoKeyHeader) {
   goOnline("https://os.test/app");
-  makeWebView();
+  createWebView();
   delegate().reloadPage();
   EXPECT_THAT(fake.record.take(), ElementsAre("load https://os.test/app/ timeout 60000 ms"));
 }
 
-TEST_F(MainWindow, reloadOfARunningLocalServerLoadsItsAddress) {
-  makeWebView();
+TEST_F(MainWindow, ReloadOfRunningLocalServerLoadsAddress) {
+  createWebView();
   delegate().startServer();
   fake.record.take();
   delegate().reloadPage();
   EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
 }
 
-TEST_F(MainWindow, reloadStartsALocalServerThatNeverStarted) {
-  makeWebView();
+TEST_F(MainWindow, ReloadStartsMissingLocalServer) {
+  createWebView();
   delegate().reloadPage();
   EXPECT_EQ(fake.processes.launched.size(), 1U);
   EXPECT_EQ(fake.record.count("load http"), 0U);
   EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
 }
 
-TEST_F(MainWindow, reloadStartsALocalServerThatExitedAgain) {
-  makeWebView();
+TEST_F(MainWindow, ReloadRestartsExitedLocalServer) {
+  createWebView();
   delegate().startServer();
   lastServer().exit(1);
   fake.scheduler.runUntilIdle();
@@ -112,52 +112,44 @@ TEST_F(MainWindow, reloadStartsALocalServerThatExitedAgain) {
   EXPECT_TRUE(delegate().server->isRunning());
 }
 
-TEST_F(MainWindow, reloadShowsWhyThereIsNothingToStart) {
+TEST_F(MainWindow, ReloadWithoutServerScriptShowsError) {
   std::filesystem::remove(root() + "/v3/server.mjs");
-  makeWebView();
+  createWebView();
   delegate().reloadPage();
   EXPECT_EQ(shownError(),
             "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
 }
 
-TEST_F(MainWindow, reloadOfAnAddressThatIsNoUrlStopsTheProcess) {
+TEST_F(MainWindow, ReloadOfInvalidAddressAborts) {
   goOnline("https://os test");
-  makeWebView();
+  createWebView();
   EXPECT_DEATH(delegate().reloadPage(), "OS: the server address is no URL: https://os test/");
 }
 
-TEST_F(MainWindow, reloadBeforeTheWebViewStopsTheProcess) {
+TEST_F(MainWindow, ReloadBeforeWebViewAborts) {
   goOnline();
   EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists");
 }
 
-TEST_F(MainWindow, pageWithoutAWebViewStopsTheProcess) {
-  goOnline();
-  EXPECT_DEATH(delegate().reloadPage(), "before the web view exists");
-  fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
-  delegate().openOS();
-  EXPECT_DEATH(fake.scheduler.runUntilIdle(), "before the web view exists");
-}
-
-TEST_F(MainWindow, crashedWebProcessBringsThePageBackAndNothingElse) {
+TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
   launch();
   fake.record.take();
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 
-TEST_F(MainWindow, updateChecksRunWhateverTheServerDoes) {
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   launch();
   EXPECT_EQ(fake.record.count("after 4000 ms"), 1U);
   EXPECT_EQ(fake.record.count("every 21600000 ms"), 1U);
   EXPECT_EQ(fake.scheduler.nextDue(), 4000ms);
 }
 
-TEST_F(MainWindow, updateChecksKeepTheDelegate) {
+TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
   launch();
   const auto kept = delegate().weak_from_this();
-  forgetDelegate();
+  releaseDelegate();
   fake.scheduler.advance(24h);
   EXPECT_FALSE(kept.expired());
 }

@@ -14,7 +14,7 @@ MenuItem item(const char *title, MenuAction action, const char *key = "", bool c
   return result;
 }
 
-class MenuBarTest : public CoreTest {
+class MenuBarDescription : public CoreTest {
  protected:
   std::vector<Menu> menus() {
     delegate().buildMenu();
@@ -22,13 +22,13 @@ class MenuBarTest : public CoreTest {
   }
 };
 
-TEST_F(MenuBarTest, hasFourMenusOfWhichTheSystemNamesTheFirst) {
+TEST_F(MenuBarDescription, HasFourMenusAndApplicationMenuHasNoTitle) {
   std::vector<std::string> titles;
   for (const Menu &menu : menus()) titles.push_back(menu.title);
   EXPECT_THAT(titles, ElementsAre("", "Wijzig", "Weergave", "Venster"));
 }
 
-TEST_F(MenuBarTest, applicationMenu) {
+TEST_F(MenuBarDescription, ApplicationMenu) {
   EXPECT_THAT(menus()[0].items,
               ElementsAre(item("Over Orvel OS", MenuAction::orderFrontStandardAboutPanel),
                           item("Zoek naar update\u2026", MenuAction::zoekUpdateMenu),
@@ -37,7 +37,7 @@ TEST_F(MenuBarTest, applicationMenu) {
                           item("Stop Orvel OS", MenuAction::terminate, "q")));
 }
 
-TEST_F(MenuBarTest, editMenu) {
+TEST_F(MenuBarDescription, EditMenu) {
   EXPECT_THAT(
       menus()[1].items,
       ElementsAre(item("Herstel", MenuAction::undo, "z"), item("Opnieuw", MenuAction::redo, "Z"),
@@ -46,19 +46,19 @@ TEST_F(MenuBarTest, editMenu) {
                   item("Selecteer alles", MenuAction::selectAll, "a")));
 }
 
-TEST_F(MenuBarTest, viewMenu) {
+TEST_F(MenuBarDescription, ViewMenu) {
   EXPECT_THAT(menus()[2].items,
               ElementsAre(item("Herlaad", MenuAction::reloadPage, "r"),
                           item("Schermvullend", MenuAction::toggleFullScreen, "f", true)));
 }
 
-TEST_F(MenuBarTest, windowMenuIsTheOnlyWindowsMenu) {
+TEST_F(MenuBarDescription, WindowMenuIsOnlyWindowsMenu) {
   const auto all = menus();
   EXPECT_THAT(all[3].items, ElementsAre(item("Minimaliseer", MenuAction::performMiniaturize, "m")));
   for (const Menu &menu : all) EXPECT_EQ(menu.isWindowsMenu, menu.title == "Venster");
 }
 
-TEST_F(MenuBarTest, nothingClosesTheWindowOrHidesOtherApplications) {
+TEST_F(MenuBarDescription, NoItemClosesWindowOrHidesOtherApplications) {
   for (const Menu &menu : menus()) {
     for (const MenuItem &entry : menu.items) {
       EXPECT_NE(entry.keyEquivalent, "w") << entry.title;

@@ -5,37 +5,37 @@ namespace {
 
 class NodeDiscovery : public CoreTest {};
 
-TEST_F(NodeDiscovery, prefersTheFirstInstallLocationAndAsksNoShell) {
+TEST_F(NodeDiscovery, FirstInstallLocationNeedsNoShell) {
   fake.locations.executables = {"/usr/local/bin/node", "/opt/homebrew/bin/node"};
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(NodeDiscovery, takesTheSecondInstallLocationAndAsksNoShell) {
+TEST_F(NodeDiscovery, SecondInstallLocationNeedsNoShell) {
   fake.locations.executables = {"/opt/homebrew/bin/node"};
   EXPECT_EQ(delegate().nodePath(), "/opt/homebrew/bin/node");
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(NodeDiscovery, asksTheShellWithTheUsersSettings) {
+TEST_F(NodeDiscovery, ShellLookupReadsUserConfiguration) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"/home/iemand/.nvm/bin/node\n"});
-  EXPECT_EQ(delegate().nodePath(), "/home/iemand/.nvm/bin/node");
+  fake.processes.scriptShell(shellNodeLookup, {"/home/someone/.nvm/bin/node\n"});
+  EXPECT_EQ(delegate().nodePath(), "/home/someone/.nvm/bin/node");
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + shellNodeLookup));
 }
 
-TEST_F(NodeDiscovery, doesNotCheckWhatTheShellSays) {
+TEST_F(NodeDiscovery, ShellOutputIsNotVerified) {
   fake.locations.executables = {};
   fake.processes.scriptShell(shellNodeLookup, {"node: aliased to nodejs\n"});
   EXPECT_EQ(delegate().nodePath(), "node: aliased to nodejs");
 }
 
-TEST_F(NodeDiscovery, withoutAnyNodeGivesTheFirstInstallLocation) {
+TEST_F(NodeDiscovery, MissingNodeFallsBackToFirstInstallLocation) {
   fake.locations.executables = {};
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
 }
 
-TEST_F(NodeDiscovery, withoutAShellGivesTheFirstInstallLocation) {
+TEST_F(NodeDiscovery, MissingShellFallsBackToFirstInstallLocation) {
   fake.locations.executables = {};
   fake.processes.script(shellNodeLookup, {{.launchError = "no zsh"}});
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");

@@ -1,5 +1,3 @@
-// A handler that has to be called exactly once is, whatever becomes of it.
-
 #include "base/one_shot.h"
 
 #include <gmock/gmock.h>
@@ -12,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class OneShotTest : public testing::Test {
+class OneShot : public testing::Test {
  protected:
   std::function<void(std::string)> make() {
     return oneShot<std::string>([this](const std::string &answer) { answers_.push_back(answer); },
@@ -22,14 +20,14 @@ class OneShotTest : public testing::Test {
   std::vector<std::string> answers_;
 };
 
-TEST_F(OneShotTest, PassesTheAnswerOn) {
+TEST_F(OneShot, CallReachesHandler) {
   const auto answer = make();
   EXPECT_THAT(answers_, ElementsAre());
   answer("yes");
   EXPECT_THAT(answers_, ElementsAre("yes"));
 }
 
-TEST_F(OneShotTest, PassesOnTheFirstAnswerOnly) {
+TEST_F(OneShot, LaterCallsAreIgnored) {
   const auto answer = make();
   const auto copy = answer;
   answer("yes");
@@ -38,14 +36,14 @@ TEST_F(OneShotTest, PassesOnTheFirstAnswerOnly) {
   EXPECT_THAT(answers_, ElementsAre("yes"));
 }
 
-TEST_F(OneShotTest, AnswersWithTheFallbackWhenItIsDropped) {
+TEST_F(OneShot, DestructionWithoutCallPassesFallback) {
   {
     const auto answer = make();
   }
   EXPECT_THAT(answers_, ElementsAre("none"));
 }
 
-TEST_F(OneShotTest, IsDroppedWithItsLastCopy) {
+TEST_F(OneShot, FallbackWaitsForLastCopy) {
   auto answer = make();
   auto copy = answer;
   answer = nullptr;
@@ -54,7 +52,7 @@ TEST_F(OneShotTest, IsDroppedWithItsLastCopy) {
   EXPECT_THAT(answers_, ElementsAre("none"));
 }
 
-TEST_F(OneShotTest, HasNothingMoreToSayOnceItHasAnswered) {
+TEST_F(OneShot, DestructionAfterCallPassesNothing) {
   {
     const auto answer = make();
     answer("yes");
@@ -62,7 +60,7 @@ TEST_F(OneShotTest, HasNothingMoreToSayOnceItHasAnswered) {
   EXPECT_THAT(answers_, ElementsAre("yes"));
 }
 
-TEST_F(OneShotTest, MayBeCalledByItsOwnHandler) {
+TEST_F(OneShot, ReentrantCallIsIgnored) {
   int calls = 0;
   std::function<void()> answer;
   answer = oneShot<>([&] {

@@ -11,7 +11,7 @@
 namespace orvel {
 namespace {
 
-TEST(UrlEscapes, LeaveAloneWhatIsValid) {
+TEST(PercentEncoding, ValidUrlIsUnchanged) {
   for (const std::string address :
        {"http://127.0.0.1:4767/", "http://127.0.0.1:4767", "https://u:p@[::1]:8/a/b%20c?d=e&f#g/?h",
         "http://[fe80::1%25eth0]/", "about:blank", "mailto:a@b.test?subject=x%20y", "tel:+31(6)-1",
@@ -20,7 +20,7 @@ TEST(UrlEscapes, LeaveAloneWhatIsValid) {
   }
 }
 
-TEST(UrlEscapes, TakeThePlaceOfCharactersThatAreNotAllowed) {
+TEST(PercentEncoding, InvalidCharactersAreEncoded) {
   const std::vector<std::pair<std::string, std::string>> table{
       {"http://h/a[b]|c\\d", "http://h/a%5Bb%5D%7Cc%5Cd"},
       {"http://h/{}^`\"<>", "http://h/%7B%7D%5E%60%22%3C%3E"},
@@ -49,11 +49,31 @@ TEST(UrlEscapes, TakeThePlaceOfCharactersThatAreNotAllowed) {
   }
 }
 
-TEST(UrlEscapes, LeaveToTheParserWhatIsWrongInItself) {
+TEST(PercentEncoding, OtherErrorsAreLeftToParser) {
   for (const std::string reference :
        {"http://[/", "http://h:x/", "http://h]/", "http://a@b@c/", "1a:b", "a_b:c"}) {
     EXPECT_EQ(percentEncoded(reference), reference);
     EXPECT_EQ(Url::parse(reference), std::nullopt) << reference;
+  }
+}
+
+TEST(PercentEncoding, EscapesAreDecodedToBytes) {
+  const std::vector<std::pair<std::string, std::string>> table{
+      {"", ""},
+      {"a b", "a b"},
+      {"%41%4a%4A", "AJJ"},
+      {"%2F%25", "/%"},
+      {"caf%C3%A9", "café"},
+      {"%fF", "\xff"},
+      {"%2541", "%41"},
+      {"%00", std::string(1, '\0')},
+  };
+  for (const auto &[text, decoded] : table) EXPECT_EQ(percentDecoded(text), decoded) << text;
+}
+
+TEST(PercentEncoding, IncompleteEscapeIsNotDecoded) {
+  for (const std::string text : {"%", "a%4", "%zz", "%4g", "%g4", "%%41", "%41%"}) {
+    EXPECT_EQ(percentDecoded(text), std::nullopt) << text;
   }
 }
 

@@ -9,13 +9,13 @@ class Quitting : public CoreTest {
  protected:
   void startServer(const FakeProcessScript &script = {}) {
     fake.processes.script("/usr/local/bin/node", {script});
-    makeWebView();
+    createWebView();
     delegate().startServer();
     fake.record.take();
   }
 };
 
-TEST_F(Quitting, withoutAServerIsAtOnce) {
+TEST_F(Quitting, QuitWithoutServerIsImmediate) {
   delegate();
   fake.application.requestTermination();
   EXPECT_TRUE(fake.application.terminated);
@@ -23,7 +23,7 @@ TEST_F(Quitting, withoutAServerIsAtOnce) {
   EXPECT_EQ(fake.scheduler.now(), 0ms);
 }
 
-TEST_F(Quitting, withAnExitedServerIsAtOnce) {
+TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
   startServer();
   lastServer().exit(0);
   fake.scheduler.runUntilIdle();
@@ -33,7 +33,7 @@ TEST_F(Quitting, withAnExitedServerIsAtOnce) {
   EXPECT_TRUE(delegate().quitting);
 }
 
-TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
+TEST_F(Quitting, QuitWaitsForServerToExit) {
   startServer({.exitsAfterSigterm = 250ms});
   fake.application.requestTermination();
   EXPECT_FALSE(fake.application.terminated);
@@ -43,7 +43,7 @@ TEST_F(Quitting, stopsAnObedientServerAndWaitsNoLongerThanItTakes) {
                                               "sleep 100 ms", "application terminated"));
 }
 
-TEST_F(Quitting, startsNoServerThatNobodyWouldStop) {
+TEST_F(Quitting, NoServerStartsWhileQuitting) {
   startServer();
   fake.application.requestTermination();
   fake.scheduler.advance(50ms);
@@ -55,7 +55,7 @@ TEST_F(Quitting, startsNoServerThatNobodyWouldStop) {
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Quitting, isAtOnceWhileTheReportOfAnExitIsOnItsWay) {
+TEST_F(Quitting, QuitWithPendingExitReportIsImmediate) {
   startServer();
   const std::string before = web().shownHtml;
   lastServer().exit(1);
@@ -65,16 +65,16 @@ TEST_F(Quitting, isAtOnceWhileTheReportOfAnExitIsOnItsWay) {
   EXPECT_EQ(web().shownHtml, before);
 }
 
-TEST_F(Quitting, doesNotWaitForAProbe) {
+TEST_F(Quitting, QuitDoesNotWaitForProbe) {
   fake.http.respond(localProbe, {{.statusCode = 200, .delay = 2900ms}});
-  makeWebView();
+  createWebView();
   delegate().openOS();
   fake.application.requestTermination();
   fake.scheduler.advance(100ms);
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Quitting, neverShowsTheExitPage) {
+TEST_F(Quitting, QuitShowsNoExitError) {
   startServer();
   const std::string before = web().shownHtml;
   fake.application.requestTermination();
@@ -83,20 +83,20 @@ TEST_F(Quitting, neverShowsTheExitPage) {
   EXPECT_EQ(web().shownHtml, before);
 }
 
-TEST_F(Quitting, asksTheServerToEndOnPurposeAndBeforeItWaits) {
+TEST_F(Quitting, QuittingFlagIsSetBeforeSigterm) {
   startServer();
-  bool onPurpose = false;
-  bool waiting = true;
+  bool wasQuitting = false;
+  bool hasPendingTask = true;
   lastServer().onTerminate = [&] {
-    onPurpose = delegate().quitting;
-    waiting = fake.scheduler.nextDue().has_value();
+    wasQuitting = delegate().quitting;
+    hasPendingTask = fake.scheduler.nextDue().has_value();
   };
   fake.application.requestTermination();
-  EXPECT_TRUE(onPurpose);
-  EXPECT_FALSE(waiting);
+  EXPECT_TRUE(wasQuitting);
+  EXPECT_FALSE(hasPendingTask);
 }
 
-TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
+TEST_F(Quitting, ServerIgnoringSigtermIsKilledAfterThirtyWaits) {
   startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   fake.scheduler.advance(2999ms);
@@ -112,14 +112,14 @@ TEST_F(Quitting, killsADeafServerAfterThirtyWaits) {
   EXPECT_EQ(fake.record.take(), expected);
 }
 
-TEST_F(Quitting, endsNoSoonerThanADeafServer) {
+TEST_F(Quitting, QuitCompletesAfterServerIsKilled) {
   startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   ASSERT_TRUE(fake.scheduler.runUntil([&] { return fake.application.terminated; }, 10s));
   EXPECT_FALSE(delegate().server->isRunning());
 }
 
-TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
+TEST_F(Quitting, ServerThatExitsDuringLastWaitIsNotKilled) {
   startServer({.exitsAfterSigterm = 2950ms});
   fake.application.requestTermination();
   fake.scheduler.advance(3s);
@@ -127,7 +127,7 @@ TEST_F(Quitting, doesNotKillAServerThatEndsDuringTheLastWait) {
   EXPECT_EQ(fake.record.count("kill"), 0U);
 }
 
-TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
+TEST_F(Quitting, MainThreadRunsWhileQuitWaits) {
   startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   std::optional<FakeScheduler::Duration> ranAt;
@@ -137,7 +137,7 @@ TEST_F(Quitting, leavesTheMainThreadFreeWhileItWaits) {
   EXPECT_FALSE(fake.application.terminated);
 }
 
-TEST_F(Quitting, waitsForTheServerThatItAskedToStop) {
+TEST_F(Quitting, QuitWaitsForServerThatGotSigterm) {
   startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   delegate().server = nullptr;
@@ -146,7 +146,7 @@ TEST_F(Quitting, waitsForTheServerThatItAskedToStop) {
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Quitting, byClosingTheWindowStopsTheServerInTheSameWay) {
+TEST_F(Quitting, ClosingWindowStopsServer) {
   startServer({.exitsAfterSigterm = 50ms});
   fake.application.closeLastWindow();
   fake.scheduler.advance(100ms);
@@ -154,8 +154,8 @@ TEST_F(Quitting, byClosingTheWindowStopsTheServerInTheSameWay) {
                                               "sleep 100 ms", "application terminated"));
 }
 
-TEST_F(Quitting, AlertAnsweredAfterTheTerminationHasNoConsequence) {
-  makeWebView();
+TEST_F(Quitting, AlertAnsweredAfterTerminationHasNoEffect) {
+  createWebView();
   delegate().kiesAdres();
   fake.application.requestTermination();
   fake.panels.answer({0, "https://example.test"});
@@ -164,7 +164,7 @@ TEST_F(Quitting, AlertAnsweredAfterTheTerminationHasNoConsequence) {
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "application terminated"));
 }
 
-TEST_F(Quitting, duringTheLaunchIsOrderly) {
+TEST_F(Quitting, QuitDuringLaunchStopsServer) {
   launch();
   fake.application.requestTermination();
   fake.scheduler.advance(5s);

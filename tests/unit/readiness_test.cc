@@ -5,12 +5,13 @@
 namespace orvel {
 namespace {
 
-const std::string notAnswering = "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.";
+const std::string localServerError =
+    "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.";
 
 class Readiness : public CoreTest {
  protected:
   void open() {
-    if (!delegate().web) makeWebView();
+    if (!delegate().web) createWebView();
     delegate().openOS();
   }
   std::vector<FakeScheduler::Duration> probeTimes() {
@@ -20,13 +21,13 @@ class Readiness : public CoreTest {
   }
 };
 
-TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
+TEST_F(Readiness, ThirdLocalProbeStoresCookieThenLoads) {
   fake.http.respond(localProbe, {{}, {}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   open();
   fake.scheduler.advance(569ms);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
-  // The cookie is not stored yet, and so nothing is loaded.
+  // Nothing is loaded before the cookie is stored.
   const std::string probe =
       "GET http://127.0.0.1:4767/api/wie timeout 3000 ms [X-ORVEL-App: app-key]";
   EXPECT_THAT(
@@ -40,7 +41,7 @@ TEST_F(Readiness, localStartWithAnAnswerAtTheThirdProbe) {
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
-TEST_F(Readiness, localServerThatRefusesIsGivenUpAfterSixtyOneProbes) {
+TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
   open();
   fake.scheduler.advance(15s - 1ms);
   EXPECT_EQ(fake.http.sent.size(), 60U);
@@ -48,20 +49,20 @@ TEST_F(Readiness, localServerThatRefusesIsGivenUpAfterSixtyOneProbes) {
   fake.scheduler.advance(1ms);
   EXPECT_EQ(fake.http.sent.size(), 61U);
   EXPECT_EQ(fake.http.sent.back().at, 15s);
-  EXPECT_EQ(shownError(), notAnswering);
+  EXPECT_EQ(shownError(), localServerError);
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
-TEST_F(Readiness, lastLocalProbeMayStillBeAnswered) {
-  std::vector<FakeResponse> answers(60);
-  answers.push_back({.statusCode = 200});
-  fake.http.respond(localProbe, answers);
+TEST_F(Readiness, LastLocalProbeMaySucceed) {
+  std::vector<FakeResponse> responses(60);
+  responses.push_back({.statusCode = 200});
+  fake.http.respond(localProbe, responses);
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
 }
 
-TEST_F(Readiness, onlineServerThatIsSilentIsGivenUpAfterNineProbes) {
+TEST_F(Readiness, UnresponsiveOnlineServerShowsErrorAfterNineProbes) {
   goOnline("https://os.test");
   fake.http.respond("https://os.test/api/wie", {{.delay = 3s}});
   open();
@@ -75,14 +76,14 @@ TEST_F(Readiness, onlineServerThatIsSilentIsGivenUpAfterNineProbes) {
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
-TEST_F(Readiness, onlineProbesThatAreRefusedLieTwoSecondsApart) {
+TEST_F(Readiness, RefusedOnlineProbesAreTwoSecondsApart) {
   goOnline();
   open();
   fake.scheduler.advance(1min);
   EXPECT_THAT(probeTimes(), ElementsAre(0s, 2s, 4s, 6s, 8s, 10s, 12s, 14s, 16s));
 }
 
-TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
+TEST_F(Readiness, OnlineStatusOtherThan200IsRetried) {
   for (const int status : {100, 199, 201, 204, 301, 304, 401, 404, 500}) {
     goOnline();
     fake.http.sent.clear();
@@ -95,15 +96,15 @@ TEST_F(Readiness, otherStatusesCountAsNoAnswer) {
   }
 }
 
-TEST_F(Readiness, otherStatusesOfALocalServerCountAsNoAnswer) {
+TEST_F(Readiness, LocalStatusOtherThan200IsRetried) {
   fake.http.respond(localProbe, {{.statusCode = 401}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 61U);
-  EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
+  EXPECT_EQ(shownError(), localServerError);
 }
 
-TEST_F(Readiness, headWithStatus200IsReadyWhateverItsBody) {
+TEST_F(Readiness, Status200IsReadyForAnyBody) {
   for (const auto &body : {std::optional<std::string>(), std::optional<std::string>("body")}) {
     goOnline();
     fake.http.sent.clear();
@@ -115,7 +116,7 @@ TEST_F(Readiness, headWithStatus200IsReadyWhateverItsBody) {
   }
 }
 
-TEST_F(Readiness, bodyWithoutAResponseIsNotReady) {
+TEST_F(Readiness, BodyWithoutResponseIsNotReady) {
   goOnline();
   fake.http.respond("https://os.test/api/wie", {{.body = "body"}});
   open();
@@ -124,18 +125,18 @@ TEST_F(Readiness, bodyWithoutAResponseIsNotReady) {
   EXPECT_EQ(web().shownUrl, "");
 }
 
-TEST_F(Readiness, lastOnlineProbeMayStillBeAnswered) {
+TEST_F(Readiness, LastOnlineProbeMaySucceed) {
   goOnline();
-  std::vector<FakeResponse> answers(8);
-  answers.push_back({.statusCode = 200});
-  fake.http.respond("https://os.test/api/wie", answers);
+  std::vector<FakeResponse> responses(8);
+  responses.push_back({.statusCode = 200});
+  fake.http.respond("https://os.test/api/wie", responses);
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 9U);
   EXPECT_EQ(web().shownUrl, "https://os.test/");
 }
 
-TEST_F(Readiness, endsInSilenceWhenTheAddressBecomesLocalWithoutAServer) {
+TEST_F(Readiness, ChangeToLocalAddressWithoutServerEndsProbes) {
   goOnline();
   open();
   fake.scheduler.advance(1s);
@@ -145,18 +146,18 @@ TEST_F(Readiness, endsInSilenceWhenTheAddressBecomesLocalWithoutAServer) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(Readiness, loadsTheAddressThatHoldsOnceTheCookieIsStored) {
+TEST_F(Readiness, AddressIsReadAgainAfterCookieIsStored) {
   goOnline();
   fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
   fake.windows.cookies.delay = 1000ms;
   open();
   fake.scheduler.advance(500ms);
-  goOnline("https://elders.test");
+  goOnline("https://other.test");
   fake.scheduler.advance(500ms);
-  EXPECT_EQ(web().shownUrl, "https://elders.test/");
+  EXPECT_EQ(web().shownUrl, "https://other.test/");
 }
 
-TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
+TEST_F(Readiness, Status200AfterAnotherStatusIsReady) {
   fake.http.respond(localProbe, {{.statusCode = 401}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(1s);
@@ -164,7 +165,7 @@ TEST_F(Readiness, answerAfterAnotherStatusIsReady) {
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
 }
 
-TEST_F(Readiness, withoutAKeyThePageIsLoadedStraightAway) {
+TEST_F(Readiness, MissingKeyLoadsWithoutCookie) {
   fake.bundle.texts.erase("ORVELOSKey");
   fake.http.respond(localProbe, {{.statusCode = 200}});
   open();
@@ -174,7 +175,7 @@ TEST_F(Readiness, withoutAKeyThePageIsLoadedStraightAway) {
   EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "");
 }
 
-TEST_F(Readiness, onlineCookieIsSecure) {
+TEST_F(Readiness, OnlineCookieIsSecure) {
   goOnline("https://os.test:8443/app");
   fake.http.respond("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
   open();
@@ -190,7 +191,7 @@ TEST_F(Readiness, onlineCookieIsSecure) {
   EXPECT_EQ(web().shownUrl, "https://os.test:8443/app/");
 }
 
-TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
+TEST_F(Readiness, EachSuccessStoresCookie) {
   fake.http.respond(localProbe, {{.statusCode = 200}});
   open();
   fake.scheduler.runUntilIdle();
@@ -200,7 +201,7 @@ TEST_F(Readiness, cookieIsSetAgainAtEverySuccess) {
   EXPECT_EQ(fake.windows.cookies.cookies.size(), 1U);
 }
 
-TEST_F(Readiness, localhostIsLocal) {
+TEST_F(Readiness, LocalhostIsLocal) {
   goOnline("http://localhost:3000/");
   fake.http.respond("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
   open();
@@ -211,7 +212,7 @@ TEST_F(Readiness, localhostIsLocal) {
   EXPECT_EQ(fake.processes.launched.size(), 1U);
 }
 
-TEST_F(Readiness, runningServerIsNeverStartedAgain) {
+TEST_F(Readiness, RunningServerIsNotRestarted) {
   open();
   fake.record.take();
   open();
@@ -219,7 +220,7 @@ TEST_F(Readiness, runningServerIsNeverStartedAgain) {
   EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
 }
 
-TEST_F(Readiness, withoutAServerScriptNothingIsStartedOrProbed) {
+TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
   std::filesystem::remove(root() + "/v3/server.mjs");
   open();
   EXPECT_EQ(shownError(),
@@ -228,34 +229,34 @@ TEST_F(Readiness, withoutAServerScriptNothingIsStartedOrProbed) {
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
-TEST_F(Readiness, folderInPlaceOfTheServerScriptWillDo) {
+TEST_F(Readiness, FolderInPlaceOfServerScriptIsLaunched) {
   std::filesystem::remove(root() + "/v3/server.mjs");
   std::filesystem::create_directory(root() + "/v3/server.mjs");
   open();
   EXPECT_EQ(fake.processes.launched.size(), 1U);
 }
 
-TEST_F(Readiness, failedLaunchIsTheLastThingShown) {
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+TEST_F(Readiness, FailedLaunchSendsNoProbe) {
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
   EXPECT_EQ(fake.http.sent.size(), 0U);
 }
 
-TEST_F(Readiness, failedRestartIsTheLastThingShown) {
+TEST_F(Readiness, FailedRestartSendsNoProbe) {
   open();
   lastServer().exit(1);
   fake.scheduler.runUntilIdle();
   fake.http.sent.clear();
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "stuk"}});
+  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   open();
   fake.scheduler.advance(1min);
   EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
   EXPECT_EQ(fake.http.sent.size(), 0U);
 }
 
-TEST_F(Readiness, serverThatDiesWhileItIsProbedEndsTheChainWithItsReport) {
+TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
   fake.processes.script("/usr/local/bin/node", {{.exitsAfter = 600ms, .status = 7}});
   open();
   fake.scheduler.advance(1min);
@@ -263,7 +264,7 @@ TEST_F(Readiness, serverThatDiesWhileItIsProbedEndsTheChainWithItsReport) {
   EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 7).");
 }
 
-TEST_F(Readiness, twoChainsRunSideBySide) {
+TEST_F(Readiness, TwoOpenCallsProbeIndependently) {
   fake.http.respond(localProbe, {{}, {}, {.statusCode = 200}});
   open();
   fake.scheduler.advance(100ms);
@@ -273,36 +274,36 @@ TEST_F(Readiness, twoChainsRunSideBySide) {
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 2U);
 }
 
-TEST_F(Readiness, addressIsReadAfreshAtEveryStep) {
-  goOnline("https://eerst.test/");
+TEST_F(Readiness, AddressIsReadAgainForEachProbe) {
+  goOnline("https://first.test/");
   open();
   fake.scheduler.runUntilIdle();
-  goOnline("https://dan.test/");
-  fake.http.respond("https://dan.test/api/wie", {{.statusCode = 200}});
+  goOnline("https://second.test/");
+  fake.http.respond("https://second.test/api/wie", {{.statusCode = 200}});
   fake.scheduler.advance(2s);
-  EXPECT_EQ(web().shownUrl, "https://dan.test/");
+  EXPECT_EQ(web().shownUrl, "https://second.test/");
 }
 
-TEST_F(Readiness, addressThatIsNoUrlStopsTheProcess) {
+TEST_F(Readiness, InvalidAddressAborts) {
   goOnline("https://os test/");
-  makeWebView();
+  createWebView();
   EXPECT_DEATH(delegate().openOS(), "OS: the server address is no URL: https://os test/");
 }
 
-TEST_F(Readiness, answerBeforeTheWebViewExistsStopsTheProcess) {
+TEST_F(Readiness, SuccessBeforeWebViewAborts) {
   goOnline();
   fake.http.respond("https://os.test/api/wie", {{.statusCode = 200}});
   delegate().openOS();
   EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists");
 }
 
-TEST_F(Readiness, chainKeepsTheDelegateUntilItEnds) {
+TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
   goOnline();
   fake.http.respond("https://os.test/api/wie", {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
   fake.windows.cookies.delay = 1s;
   open();
   const auto kept = delegate().weak_from_this();
-  forgetDelegate();
+  releaseDelegate();
   EXPECT_FALSE(kept.expired()) << "during the probe";
   fake.scheduler.advance(2s);
   EXPECT_FALSE(kept.expired()) << "before the next probe";
@@ -314,9 +315,9 @@ TEST_F(Readiness, chainKeepsTheDelegateUntilItEnds) {
   EXPECT_TRUE(kept.expired());
 }
 
-TEST(KeyCookie, isAbsentWithoutAHostOrAKey) {
-  EXPECT_EQ(keyCookie("geen adres", false, "k", {}), std::nullopt);
-  EXPECT_EQ(keyCookie("mailto:iemand", false, "k", {}), std::nullopt);
+TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
+  EXPECT_EQ(keyCookie("no address", false, "k", {}), std::nullopt);
+  EXPECT_EQ(keyCookie("mailto:someone", false, "k", {}), std::nullopt);
   EXPECT_EQ(keyCookie("https://os.test/", false, "", {}), std::nullopt);
   EXPECT_TRUE(keyCookie("https://os.test/", false, "k", {}).has_value());
 }

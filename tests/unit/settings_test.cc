@@ -6,7 +6,7 @@
 namespace orvel {
 namespace {
 
-class SettingsTest : public testing::Test {
+class AppSettings : public testing::Test {
  protected:
   void SetUp() override { unsetenv("ORVEL_OS_ROOT"); }
   void TearDown() override { unsetenv("ORVEL_OS_ROOT"); }
@@ -16,51 +16,51 @@ class SettingsTest : public testing::Test {
   FakePlatform fake;
 };
 
-TEST_F(SettingsTest, rootIsInTheHomeFolderByDefault) {
+TEST_F(AppSettings, DefaultRootIsInHomeFolder) {
   const Settings settings = read();
   EXPECT_EQ(settings.HOME, "/Users/someone");
   EXPECT_EQ(settings.ROOT, "/Users/someone/orvel-os");
 }
 
-TEST_F(SettingsTest, rootFromTheEnvironmentIsTakenAsItStands) {
+TEST_F(AppSettings, RootFromEnvironmentIsUnchanged) {
   for (const char *root : {"/tmp/x", "/tmp/x/", "relative/root", "~/os", " "}) {
     setenv("ORVEL_OS_ROOT", root, 1);
     EXPECT_EQ(read().ROOT, root);
   }
 }
 
-TEST_F(SettingsTest, emptyRootInTheEnvironmentIsAnEmptyRoot) {
+TEST_F(AppSettings, EmptyRootInEnvironmentIsEmpty) {
   setenv("ORVEL_OS_ROOT", "", 1);
   EXPECT_EQ(read().ROOT, "");
 }
 
-TEST_F(SettingsTest, localAddressHoldsThePortAndEndsInASlash) {
+TEST_F(AppSettings, LocalUrlHasPortAndTrailingSlash) {
   const Settings settings = read();
   EXPECT_EQ(settings.LOCAL_PORT, 4767);
   EXPECT_EQ(settings.LOCAL_URL, "http://127.0.0.1:4767/");
 }
 
-TEST_F(SettingsTest, versionComesFromTheBundle) {
+TEST_F(AppSettings, VersionIsReadFromBundle) {
   fake.bundle.texts["CFBundleShortVersionString"] = "2.10";
   EXPECT_EQ(read().VERSIE, "2.10");
 }
 
-TEST_F(SettingsTest, withoutAVersionTextInTheBundleTheVersionIsZero) {
+TEST_F(AppSettings, MissingVersionIsZero) {
   fake.bundle.texts.erase("CFBundleShortVersionString");
   EXPECT_EQ(read().VERSIE, "0");
 }
 
-TEST_F(SettingsTest, appKeyIsTakenAsItStands) {
+TEST_F(AppSettings, AppKeyIsUnchanged) {
   fake.bundle.texts["ORVELOSKey"] = "  an app-key ";
   EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "  an app-key ");
 }
 
-TEST_F(SettingsTest, withoutAKeyTextInTheBundleTheAppKeyIsEmpty) {
+TEST_F(AppSettings, MissingAppKeyIsEmpty) {
   fake.bundle.texts.erase("ORVELOSKey");
   EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "");
 }
 
-TEST_F(SettingsTest, newDelegateHoldsNothing) {
+TEST_F(AppSettings, NewDelegateHasNoWindowOrServer) {
   const AppDelegate delegate(read(), fake.ports());
   EXPECT_EQ(delegate.window, nullptr);
   EXPECT_EQ(delegate.web, nullptr);
@@ -68,8 +68,8 @@ TEST_F(SettingsTest, newDelegateHoldsNothing) {
   EXPECT_FALSE(delegate.quitting);
 }
 
-TEST_F(SettingsTest, entryInstallsTheDelegateBeforeTheEventLoop) {
-  setenv("ORVEL_OS_ROOT", "/nergens", 1);
+TEST_F(AppSettings, DelegateIsSetBeforeEventLoop) {
+  setenv("ORVEL_OS_ROOT", "/nowhere", 1);
   runApplication(fake.ports());
   const auto entries = fake.record.entries();
   ASSERT_GE(entries.size(), 4U);

@@ -15,35 +15,27 @@ class StaleServer : public CoreTest {
   }
 };
 
-TEST_F(StaleServer, freePortTakesOneListingAndNoWait) {
+TEST_F(StaleServer, FreePortNeedsNoWait) {
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing));
   EXPECT_EQ(fake.scheduler.now(), 0ms);
 }
 
-TEST_F(StaleServer, otherProgramOnThePortIsLeftAlone) {
-  fake.processes.scriptShell(listing, {"41\n"});
-  processIs("41", "python3 -m http.server 4767\n");
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
+TEST_F(StaleServer, OtherProcessOnPortIsNotKilled) {
+  const std::vector<std::string> commandLines{
+      "python3 -m http.server 4767\n",
+      "node /other/v3/server.mjs\n",
+      "node " + root() + "/v3/SERVER.mjs\n",
+      // A process that has exited since the listing.
+      "",
+  };
+  for (const std::string &commandLine : commandLines) {
+    fake.processes.scriptShell(listing, {"41\n"});
+    processIs("41", commandLine);
+    EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41")) << commandLine;
+  }
 }
 
-TEST_F(StaleServer, serverOfAnotherRootIsLeftAlone) {
-  fake.processes.scriptShell(listing, {"41\n"});
-  processIs("41", "node /elders/v3/server.mjs\n");
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
-}
-
-TEST_F(StaleServer, otherProgramOfThisRootIsLeftAlone) {
-  fake.processes.scriptShell(listing, {"41\n"});
-  processIs("41", "node " + root() + "/v3/SERVER.mjs\n");
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
-}
-
-TEST_F(StaleServer, processThatIsGoneMeanwhileIsLeftAlone) {
-  fake.processes.scriptShell(listing, {"41\n"});
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41"));
-}
-
-TEST_F(StaleServer, serverOfThisRootIsStoppedAndThePortAwaited) {
+TEST_F(StaleServer, ServerOfThisRootIsKilledAndPortAwaited) {
   fake.processes.scriptShell(listing, {"41\n", "41\n", "41\n", ""});
   processIs("41", ours());
   EXPECT_THAT(cleanUp(),
@@ -51,7 +43,7 @@ TEST_F(StaleServer, serverOfThisRootIsStoppedAndThePortAwaited) {
                           "sleep 100 ms", "sh " + listing, "sleep 100 ms", "sh " + listing));
 }
 
-TEST_F(StaleServer, portIsAwaitedFortyTimesAndNoMore) {
+TEST_F(StaleServer, BusyPortIsCheckedFortyTimes) {
   fake.processes.scriptShell(listing, {"41\n"});
   processIs("41", ours());
   delegate().killStaleServer();
@@ -60,23 +52,17 @@ TEST_F(StaleServer, portIsAwaitedFortyTimesAndNoMore) {
   EXPECT_EQ(fake.scheduler.now(), 4s);
 }
 
-TEST_F(StaleServer, ofTwoListenersOnlyOursIsStopped) {
-  fake.processes.scriptShell(listing, {"41\n42\n", ""});
-  processIs("41", "nginx\n");
-  processIs("42", ours());
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
-                                     "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
+TEST_F(StaleServer, OnlyServerOfThisRootIsKilled) {
+  for (const std::string other : {"nginx\n", "node /other/v3/server.mjs\n"}) {
+    fake.processes.scriptShell(listing, {"41\n42\n", ""});
+    processIs("41", other);
+    processIs("42", ours());
+    EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
+                                       "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
+  }
 }
 
-TEST_F(StaleServer, ofTwoServersOnlyThatOfThisRootIsStopped) {
-  fake.processes.scriptShell(listing, {"41\n42\n", ""});
-  processIs("41", "node /elders/v3/server.mjs\n");
-  processIs("42", ours());
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41",
-                                     "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
-}
-
-TEST_F(StaleServer, everyServerOfThisRootIsStopped) {
+TEST_F(StaleServer, AllServersOfThisRootAreKilled) {
   fake.processes.scriptShell(listing, {"41\n42\n", ""});
   processIs("41", ours());
   processIs("42", ours());
@@ -84,20 +70,20 @@ TEST_F(StaleServer, everyServerOfThisRootIsStopped) {
                                      "sh ps -o command= -p 42", "sh kill 42", "sh " + listing));
 }
 
-TEST_F(StaleServer, scriptAndRootMayStandApart) {
+TEST_F(StaleServer, ScriptAndRootMayBeSeparateArguments) {
   fake.processes.scriptShell(listing, {"41\n", ""});
   processIs("41", "node v3/server.mjs --root " + root() + "\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh kill 41",
                                      "sh " + listing));
 }
 
-TEST_F(StaleServer, emptyLinesOfTheListingAreSkipped) {
+TEST_F(StaleServer, EmptyLinesOfListingAreSkipped) {
   fake.processes.scriptShell(listing, {"41\n\n\n42\n"});
   EXPECT_THAT(cleanUp(),
               ElementsAre("sh " + listing, "sh ps -o command= -p 41", "sh ps -o command= -p 42"));
 }
 
-TEST_F(StaleServer, withoutTheListingToolThePortCountsAsFree) {
+TEST_F(StaleServer, FailedListingCountsAsFreePort) {
   fake.processes.script(listing, {{.launchError = "no zsh"}});
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listing));
 }

@@ -6,11 +6,37 @@ namespace orvel {
 namespace {
 
 constexpr bool silent = true;
-constexpr bool spoken = false;
+constexpr bool manual = false;
 
 const std::string manifestAddress = "https://os.test/download/mac.json";
 
-TEST(ReadManifest, takesTheTwoTexts) {
+class UpdateCheck : public CoreTest {
+ protected:
+  UpdateCheck() {
+    goOnline();
+    createWebView();
+  }
+
+  void check(bool stil) {
+    delegate().zoekUpdate(stil);
+    fake.scheduler.runUntilIdle();
+  }
+  void respond(const std::string &body, int status = 200) {
+    fake.http.respond(manifestAddress, {{.statusCode = status, .body = body}});
+  }
+  std::vector<std::string> notices() const {
+    std::vector<std::string> texts;
+    for (const Alert &alert : fake.panels.shown) {
+      Alert notice;
+      notice.messageText = alert.messageText;
+      EXPECT_EQ(alert, notice) << "a notice has only a message";
+      texts.push_back(alert.messageText);
+    }
+    return texts;
+  }
+};
+
+TEST_F(UpdateCheck, ManifestHasVersionAndArchive) {
   const std::vector<std::tuple<std::string, std::string, std::string>> rows{
       {R"({"versie":"1.3","zip":"a.zip"})", "1.3", "a.zip"},
       {R"( { "zip" : "a.zip" , "versie" : "1.3", "extra": [1, {"versie": 2}] } )", "1.3", "a.zip"},
@@ -33,7 +59,7 @@ TEST(ReadManifest, takesTheTwoTexts) {
   }
 }
 
-TEST(ReadManifest, refusesAllElse) {
+TEST_F(UpdateCheck, MalformedManifestIsRejected) {
   const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
   const std::vector<std::string> rows{
       "",
@@ -63,93 +89,67 @@ TEST(ReadManifest, refusesAllElse) {
       "{\"versie\":\"1.3\",\"zip\":\"a\nb\"}",
       "{\"versie\":\"1.3\",\"zip\":\"\xff\"}",
       std::string("{\"versie\":\"1.3\",\"zip\":\"a\0\"}", 27),
-      R"(<!doctype html><p>Niet gevonden</p>)",
-      R"({"versie":"1.3","zip":"a","diep":)" + deep,
+      R"(<!doctype html><p>Not found</p>)",
+      R"({"versie":"1.3","zip":"a","deep":)" + deep,
   };
   for (const std::string &json : rows) EXPECT_FALSE(readManifest(json)) << json.substr(0, 80);
 }
 
-TEST(ReadManifest, survivesDeepAndLongOnes) {
+TEST_F(UpdateCheck, DeepAndLongManifestsAreHandled) {
   const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
-  // Whether that deep a text is read is the parser's choice; it must answer.
-  const auto manifest = readManifest(R"({"versie":"1.3","zip":"a","diep":)" + deep + "}");
+  // The parser may reject this depth but must not overflow the stack.
+  const auto manifest = readManifest(R"({"versie":"1.3","zip":"a","deep":)" + deep + "}");
   EXPECT_EQ(manifest.value_or(UpdateManifest{"1.3", ""}).versie, "1.3");
-  const std::string longest(8'000'000, 'x');
-  ASSERT_TRUE(readManifest(R"({"versie":"1.3","zip":")" + longest + "\"}"));
+  const std::string longText(8'000'000, 'x');
+  ASSERT_TRUE(readManifest(R"({"versie":"1.3","zip":")" + longText + "\"}"));
 }
 
-class UpdateCheck : public CoreTest {
- protected:
-  UpdateCheck() {
-    goOnline();
-    makeWebView();
-  }
-
-  void check(bool stil) {
-    delegate().zoekUpdate(stil);
-    fake.scheduler.runUntilIdle();
-  }
-  void answer(const std::string &body, int status = 200) {
-    fake.http.respond(manifestAddress, {{.statusCode = status, .body = body}});
-  }
-  std::vector<std::string> notices() const {
-    std::vector<std::string> texts;
-    for (const Alert &alert : fake.panels.shown) {
-      Alert notice;
-      notice.messageText = alert.messageText;
-      EXPECT_EQ(alert, notice) << "a notice has a message and nothing else";
-      texts.push_back(alert.messageText);
-    }
-    return texts;
-  }
-};
-
-TEST_F(UpdateCheck, asksTheServerWithTheKeyAndWithoutACache) {
+TEST_F(UpdateCheck, RequestHasKeyAndBypassesCache) {
   check(silent);
   EXPECT_THAT(fake.record.take(), ElementsAre("GET " + manifestAddress +
                                               " timeout 10000 ms no cache [X-ORVEL-App: app-key]"));
 }
 
-TEST_F(UpdateCheck, asksForTheManifestOfItsOwnSystem) {
+TEST_F(UpdateCheck, ManifestPathIsThatOfPlatform) {
   fake.names = linuxNames;
   check(silent);
   EXPECT_EQ(fake.http.sent[0].request.url.absoluteString, "https://os.test/download/linux.json");
 }
 
-TEST_F(UpdateCheck, onThisMachineOnlyTellsHowItIsDone) {
+TEST_F(UpdateCheck, LocalAddressShowsBuildInstructions) {
   for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000"}) {
     goOnline(address);
     fake.panels.shown.clear();
     delegate().zoekUpdate(silent);
     EXPECT_THAT(notices(), IsEmpty());
-    delegate().zoekUpdate(spoken);
+    delegate().zoekUpdate(manual);
     EXPECT_THAT(notices(),
                 ElementsAre("Op deze Mac werk je de app bij met: ./scripts/build-app.sh"));
   }
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
-TEST_F(UpdateCheck, ofAnAddressThatIsNoUrlEndsInSilence) {
+TEST_F(UpdateCheck, InvalidAddressEndsWithoutNotice) {
   goOnline("https://os test");
-  check(spoken);
+  check(manual);
   EXPECT_THAT(notices(), IsEmpty());
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
-TEST_F(UpdateCheck, namesTheRunningVersionWhenThereIsNoLaterOne) {
-  for (const std::string versie : {"1.0", "0.9", "1", "onzin"}) {
+TEST_F(UpdateCheck, NoNewerVersionReportsCurrentVersion) {
+  for (const std::string versie : {"1.0", "0.9", "1", "nonsense"}) {
     fake.panels.shown.clear();
-    answer(R"({"versie":")" + versie + R"(","zip":"a.zip"})");
+    respond(R"({"versie":")" + versie + R"(","zip":"a.zip"})");
     check(silent);
     EXPECT_THAT(notices(), IsEmpty());
-    check(spoken);
+    check(manual);
     EXPECT_THAT(notices(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
   }
 }
 
-TEST_F(UpdateCheck, tellsOfAFailureOnlyTheUserWhoAsked) {
+TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
   const std::string valid = R"({"versie":"1.0","zip":"a.zip"})";
-  const std::vector<std::pair<int, std::string>> answers{
+  const std::vector<std::pair<int, std::string>> responses{
       {204, valid},
       {304, valid},
       {404, valid},
@@ -160,59 +160,52 @@ TEST_F(UpdateCheck, tellsOfAFailureOnlyTheUserWhoAsked) {
       {200, R"({"versie":"1.0"})"},
       {200, R"({"versie":1.3,"zip":"a"})"},
   };
-  for (const auto &[status, body] : answers) {
+  for (const auto &[status, body] : responses) {
     fake.panels.shown.clear();
-    answer(body, status);
+    respond(body, status);
     check(silent);
     EXPECT_THAT(notices(), IsEmpty());
-    check(spoken);
+    check(manual);
     EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates.")) << status << body;
   }
 }
 
-TEST_F(UpdateCheck, needsTheWholeBodyOfAManifest) {
-  fake.http.respond(manifestAddress, {{.statusCode = 200}});
-  check(spoken);
-  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+TEST_F(UpdateCheck, MissingResponseOrBodyIsFailure) {
+  const std::vector<FakeResponse> failures{
+      {.statusCode = 200}, {.body = R"({"versie":"1.3","zip":"a.zip"})"}, {}};
+  for (const FakeResponse &failure : failures) {
+    fake.panels.shown.clear();
+    fake.http.respond(manifestAddress, {failure});
+    check(silent);
+    EXPECT_THAT(notices(), IsEmpty());
+    check(manual);
+    EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+  }
   EXPECT_EQ(fake.record.count("download"), 0U);
 }
 
-TEST_F(UpdateCheck, needsTheResponseOfAManifest) {
-  fake.http.respond(manifestAddress, {{.body = R"({"versie":"1.3","zip":"a.zip"})"}});
-  check(spoken);
-  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
-  EXPECT_EQ(fake.record.count("download"), 0U);
-}
-
-TEST_F(UpdateCheck, tellsOfAFailedConnection) {
-  check(silent);
+TEST_F(UpdateCheck, NoticeAppearsOnMainThread) {
+  respond(R"({"versie":"1.0","zip":"a.zip"})");
+  delegate().zoekUpdate(manual);
   EXPECT_THAT(notices(), IsEmpty());
-  check(spoken);
-  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
-}
-
-TEST_F(UpdateCheck, noticesAppearOnTheMainThreadAfterTheAnswer) {
-  answer(R"({"versie":"1.0","zip":"a.zip"})");
-  delegate().zoekUpdate(spoken);
-  EXPECT_THAT(notices(), IsEmpty());
-  // The fake refuses an alert on any other thread.
+  // The fake throws when an alert is shown on another thread.
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(notices().size(), 1U);
 }
 
-TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
+TEST_F(UpdateCheck, NewerVersionDownloadsWithoutQuestion) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"orvel-os-1.3.zip", "https://os.test/download/orvel-os-1.3.zip"},
       {"/files/x.zip", "https://os.test/files/x.zip"},
       {"../x.zip", "https://os.test/x.zip"},
-      {"https://elders.test/x.zip?y", "https://elders.test/x.zip?y"},
-      {"//elders.test/x.zip", "https://elders.test/x.zip"},
+      {"https://other.test/x.zip?y", "https://other.test/x.zip?y"},
+      {"//other.test/x.zip", "https://other.test/x.zip"},
       {"?x", "https://os.test/download/mac.json?x"},
       {"release é|1.zip", "https://os.test/download/release%20%C3%A9%7C1.zip"},
   };
-  for (const bool stil : {silent, spoken}) {
+  for (const bool stil : {silent, manual}) {
     for (const auto &[zip, address] : rows) {
-      answer(R"({"versie":"1.3","zip":")" + zip + "\"}");
+      respond(R"({"versie":"1.3","zip":")" + zip + "\"}");
       fake.record.take();
       check(stil);
       EXPECT_THAT(fake.record.entriesStartingWith({"download"}),
@@ -222,29 +215,29 @@ TEST_F(UpdateCheck, startsTheInstallationWithoutAQuestion) {
   }
 }
 
-TEST_F(UpdateCheck, takesAnyVersionForLaterThanNone) {
+TEST_F(UpdateCheck, AnyVersionIsNewerThanMissingVersion) {
   fake.bundle.texts.erase("CFBundleShortVersionString");
-  forgetDelegate();
-  makeWebView();
-  answer(R"({"versie":"0.0.1","zip":"a.zip"})");
+  releaseDelegate();
+  createWebView();
+  respond(R"({"versie":"0.0.1","zip":"a.zip"})");
   check(silent);
   EXPECT_EQ(fake.record.count("download https://os.test/download/a.zip"), 1U);
 }
 
-TEST_F(UpdateCheck, stopsTheProcessOverAnAddressThatIsNoUrl) {
+TEST_F(UpdateCheck, InvalidArchiveUrlAborts) {
   for (const std::string zip : {"", "http://[x/a b.zip"}) {
-    answer(R"({"versie":"1.3","zip":")" + zip + "\"}");
+    respond(R"({"versie":"1.3","zip":")" + zip + "\"}");
     EXPECT_DEATH(check(silent), "the address of the release is no URL: ");
   }
 }
 
-TEST_F(UpdateCheck, ofTheMenuSpeaks) {
+TEST_F(UpdateCheck, MenuCommandReportsFailure) {
   delegate().zoekUpdateMenu();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
 }
 
-TEST_F(UpdateCheck, runsSilentlyFourSecondsAfterLaunchAndEverySixHours) {
+TEST_F(UpdateCheck, SilentChecksRunFourSecondsAfterLaunchAndEverySixHours) {
   launch();
   fake.scheduler.advance(3999ms);
   EXPECT_EQ(fake.record.count("GET " + manifestAddress), 0U);
@@ -259,12 +252,12 @@ TEST_F(UpdateCheck, runsSilentlyFourSecondsAfterLaunchAndEverySixHours) {
   EXPECT_THAT(notices(), IsEmpty());
 }
 
-TEST_F(UpdateCheck, runsBesideAnother) {
+TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
   fake.http.respond(
       manifestAddress,
       {{.statusCode = 200, .body = R"({"versie":"1.0","zip":"a"})", .delay = 2000ms}});
   delegate().zoekUpdate(silent);
-  delegate().zoekUpdate(spoken);
+  delegate().zoekUpdate(manual);
   fake.scheduler.advance(2s);
   EXPECT_EQ(fake.http.sent.size(), 2U);
   EXPECT_THAT(notices(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
