@@ -1,4 +1,4 @@
-// How a real system's child processes end, and who reaps them.
+// The exit status and the reaping of child processes.
 
 #include <gtest/gtest.h>
 #include <spawn.h>
@@ -19,14 +19,14 @@ namespace {
 
 using namespace posix_test;
 
-class PosixChildExit : public testing::TestWithParam<bool> {
+class ChildExit : public testing::TestWithParam<bool> {
  protected:
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
     const auto result = launcher_.launch(request);
     EXPECT_EQ(result.error, "");
     return result.process;
   }
-  /// Starts a shell command and gives what it printed first, one line.
+  /// Starts a shell command and reads the first line of its output.
   std::shared_ptr<ChildProcess> launchAndRead(const std::string &commandLine, std::string &line) {
     auto pipe = Pipe::create();
     auto request = program("/bin/sh", {"-c", commandLine});
@@ -40,17 +40,17 @@ class PosixChildExit : public testing::TestWithParam<bool> {
   LauncherUnderTest launcher_{GetParam()};
 };
 
-/// A child that this test starts without the launcher.
-pid_t startStranger(const std::string &commandLine) {
+/// Starts a child process without the launcher. Returns its process ID, or -1.
+pid_t startUnrelated(const std::string &commandLine) {
   std::array<std::string, 3> words{"/bin/sh", "-c", commandLine};
   std::array<char *, 4> pointers{words[0].data(), words[1].data(), words[2].data(), nullptr};
-  std::array<char *, 1> nothing{nullptr};
-  pid_t stranger = -1;
-  ::posix_spawn(&stranger, "/bin/sh", nullptr, nullptr, pointers.data(), nothing.data());
-  return stranger;
+  std::array<char *, 1> environment{nullptr};
+  pid_t unrelated = -1;
+  ::posix_spawn(&unrelated, "/bin/sh", nullptr, nullptr, pointers.data(), environment.data());
+  return unrelated;
 }
 
-TEST_P(PosixChildExit, TellsCodesFromSignals) {
+TEST_P(ChildExit, StatusIsExitCodeOrSignalNumber) {
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_EQ(runShell(launcher_, "exit 255").status, 255);
   EXPECT_EQ(runShell(launcher_, "exit 137").status, 137);
@@ -58,12 +58,12 @@ TEST_P(PosixChildExit, TellsCodesFromSignals) {
   EXPECT_EQ(runShell(launcher_, "ulimit -c 0; kill -ABRT $$").status, SIGABRT);
 }
 
-TEST_P(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
+TEST_P(ChildExit, ThousandLaunchesLeaveNoDescriptorOrZombie) {
   launch(program("/usr/bin/true"))->waitUntilExit();
   const int before = openDescriptors();
-  std::atomic<int> told = 0;
+  std::atomic<int> handlerCalls = 0;
   auto request = program("/usr/bin/true");
-  request.terminationHandler = [&told](const auto &) { ++told; };
+  request.terminationHandler = [&handlerCalls](const auto &) { ++handlerCalls; };
   for (int i = 0; i < 1000; ++i) {
     auto pipe = Pipe::create();
     ASSERT_TRUE(pipe);
@@ -74,12 +74,12 @@ TEST_P(PosixChildExit, AThousandLaunchesLeaveNoDescriptorAndNoZombie) {
     ASSERT_EQ(process->terminationStatus(), 0);
   }
   request.standardOutput = {};
-  EXPECT_TRUE(eventually([&] { return told == 1000; }));
+  EXPECT_TRUE(eventually([&] { return handlerCalls == 1000; }));
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_P(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
+TEST_P(ChildExit, HundredFailedLaunchesLeaveNoDescriptorOrZombie) {
   const int before = openDescriptors();
   for (int i = 0; i < 100; ++i) {
     EXPECT_FALSE(launcher_.launch(program("/nonexistent/orvel/program")).process);
@@ -88,7 +88,7 @@ TEST_P(PosixChildExit, AHundredFailuresLeaveNoDescriptorAndNoZombie) {
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_P(PosixChildExit, ADeafChildDiesOnlyOfKill) {
+TEST_P(ChildExit, ChildIgnoringSigtermEndsOnSigkill) {
   std::string line;
   const auto child = launchAndRead("trap '' TERM; echo ready; exec sleep 600", line);
   ASSERT_EQ(line, "ready");
@@ -100,7 +100,7 @@ TEST_P(PosixChildExit, ADeafChildDiesOnlyOfKill) {
   EXPECT_EQ(child->terminationStatus(), SIGKILL);
 }
 
-TEST_P(PosixChildExit, AStoppedChildHasNotEnded) {
+TEST_P(ChildExit, StoppedChildIsRunning) {
   std::string line;
   const auto child = launchAndRead("echo $$; kill -STOP $$; exit 4", line);
   const pid_t number = std::stoi(line);
@@ -112,46 +112,46 @@ TEST_P(PosixChildExit, AStoppedChildHasNotEnded) {
   EXPECT_EQ(child->terminationStatus(), 4);
 }
 
-TEST_P(PosixChildExit, ReapsNoChildOfOthers) {
-  const pid_t stranger = startStranger("exit 5");
-  ASSERT_GT(stranger, 0);
+TEST_P(ChildExit, UnrelatedChildIsNotReaped) {
+  const pid_t unrelated = startUnrelated("exit 5");
+  ASSERT_GT(unrelated, 0);
   siginfo_t info{};
-  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(stranger), &info, WEXITED | WNOWAIT), 0);
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(unrelated), &info, WEXITED | WNOWAIT), 0);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(runShell(launcher_, "exit 6").status, 6);
   int status = 0;
-  ASSERT_EQ(::waitpid(stranger, &status, 0), stranger);
+  ASSERT_EQ(::waitpid(unrelated, &status, 0), unrelated);
   EXPECT_EQ(WEXITSTATUS(status), 5);
 }
 
 #if defined(__linux__)
-TEST_P(PosixChildExit, SignalsNeverReachAStrangerWithTheSameNumber) {
+TEST_P(ChildExit, ReusedProcessIdGetsNoSignal) {
   std::string line;
   const auto child = launchAndRead("echo $$", line);
   child->waitUntilExit();
   const pid_t number = std::stoi(line);
 
-  pid_t stranger = -1;
+  pid_t unrelated = -1;
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    // Only the system's administrator may choose the next number.
+    // Choosing the next process ID needs CAP_SYS_ADMIN.
     if (!(std::ofstream("/proc/sys/kernel/ns_last_pid") << number - 1 << std::flush)) break;
-    stranger = startStranger("exec /bin/sleep 600");
-    if (stranger == number) break;
-    ::kill(stranger, SIGKILL);
-    ::waitpid(stranger, nullptr, 0);
+    unrelated = startUnrelated("exec /bin/sleep 600");
+    if (unrelated == number) break;
+    ::kill(unrelated, SIGKILL);
+    ::waitpid(unrelated, nullptr, 0);
   }
-  if (stranger != number) GTEST_SKIP() << "no stranger could be given the number";
+  if (unrelated != number) GTEST_SKIP() << "the process ID could not be reused";
   child->terminate();
   child->kill();
-  // Had one arrived, the stranger would not have died of this one.
-  ::kill(stranger, SIGUSR1);
+  // SIGTERM and SIGKILL would have ended the process before this signal.
+  ::kill(unrelated, SIGUSR1);
   int status = 0;
-  ASSERT_EQ(::waitpid(stranger, &status, 0), stranger);
+  ASSERT_EQ(::waitpid(unrelated, &status, 0), unrelated);
   EXPECT_EQ(WTERMSIG(status), SIGUSR1);
   EXPECT_EQ(child->terminationStatus(), 0);
 }
 #endif
 
-TEST_P(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChildren) {
+TEST_P(ChildExit, InheritedIgnoredSigchldKeepsStatus) {
   struct sigaction ignore{};
   ignore.sa_handler = SIG_IGN;
   struct sigaction before{};
@@ -161,39 +161,39 @@ TEST_P(PosixChildExit, KeepsTheStatusWhereTheApplicationWasStartedIgnoringItsChi
   ::sigaction(SIGCHLD, &before, nullptr);
 }
 
-TEST_P(PosixChildExit, EndsEvenWhenSomebodyElseTakesTheStatus) {
+TEST_P(ChildExit, ChildReapedElsewhereEnds) {
   std::string line;
   const auto child = launchAndRead("echo $$; exec sleep 600", line);
   const pid_t number = std::stoi(line);
   ::kill(number, SIGKILL);
-  // Either of the two may be first.
+  // Races with the launcher's waitpid.
   ::waitpid(number, nullptr, 0);
   child->waitUntilExit();
   EXPECT_FALSE(child->isRunning());
   EXPECT_TRUE(child->terminationStatus() == SIGKILL || child->terminationStatus() == -1);
 }
 
-TEST_P(PosixChildExit, ASlowHandlerHoldsNothingUp) {
+TEST_P(ChildExit, BlockedTerminationHandlerDelaysNothing) {
   std::promise<void> release;
   std::atomic<bool> inHandler = false;
-  std::atomic<bool> left = false;
+  std::atomic<bool> handlerReturned = false;
   auto request = program("/usr/bin/true");
   request.terminationHandler = [&, released = release.get_future().share()](const auto &) {
     inHandler = true;
     released.wait();
-    left = true;
+    handlerReturned = true;
   };
   const auto child = launch(request);
   EXPECT_TRUE(eventually([&] { return inHandler.load(); }));
   child->waitUntilExit();
   EXPECT_FALSE(hasZombie());
   EXPECT_EQ(runShell(launcher_, "exit 2").status, 2);
-  EXPECT_FALSE(left);
+  EXPECT_FALSE(handlerReturned);
   release.set_value();
-  EXPECT_TRUE(eventually([&] { return left.load(); }));
+  EXPECT_TRUE(eventually([&] { return handlerReturned.load(); }));
 }
 
-TEST_P(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
+TEST_P(ChildExit, ProcessAndHandlerAreReleasedAfterExit) {
   const auto token = std::make_shared<int>(0);
   auto request = program("/usr/bin/true");
   request.terminationHandler = [token](const auto &) {};
@@ -203,18 +203,18 @@ TEST_P(PosixChildExit, LetsGoOfProcessAndHandlerOnceTold) {
   EXPECT_FALSE(hasZombie());
 }
 
-TEST_P(PosixChildExit, IsReapedThoughNobodyHoldsIt) {
+TEST_P(ChildExit, UnreferencedChildIsReaped) {
   for (int i = 0; i < 50; ++i) launch(program("/usr/bin/true"));
   siginfo_t info{};
   EXPECT_TRUE(
       eventually([&] { return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1; }));
 }
 
-TEST_P(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
+TEST_P(ChildExit, ConcurrentKillAndWaitAreSafe) {
   for (int i = 0; i < 50; ++i) {
-    std::atomic<int> told = 0;
+    std::atomic<int> handlerCalls = 0;
     auto request = program("/usr/bin/true");
-    request.terminationHandler = [&told](const auto &) { ++told; };
+    request.terminationHandler = [&handlerCalls](const auto &) { ++handlerCalls; };
     const auto child = launch(request);
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
@@ -226,11 +226,11 @@ TEST_P(PosixChildExit, MaySendSignalsFromEveryThreadWhileItEnds) {
     }
     for (std::thread &thread : threads) thread.join();
     EXPECT_TRUE(child->terminationStatus() == 0 || child->terminationStatus() == SIGKILL);
-    EXPECT_TRUE(eventually([&] { return told == 1; }));
+    EXPECT_TRUE(eventually([&] { return handlerCalls == 1; }));
   }
 }
 
-TEST_P(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
+TEST_P(ChildExit, ConcurrentLaunchesAreIndependent) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 8; ++thread) {
     threads.emplace_back([this, thread] {
@@ -246,7 +246,7 @@ TEST_P(PosixChildExit, LaunchesFromManyThreadsAtOnce) {
   EXPECT_FALSE(hasZombie());
 }
 
-INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildExit, testing::Bool(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), endsWithParentName);
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// What a child process of a real system starts with.
+// The state in which a child process starts, and errors of the launch.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,56 +17,57 @@ namespace {
 
 using namespace posix_test;
 
-class PosixChildStart : public testing::TestWithParam<bool> {
+class ChildStart : public testing::TestWithParam<bool> {
  protected:
   LauncherUnderTest launcher_{GetParam()};
 };
 
-TEST_P(PosixChildStart, HasTheGivenEnvironmentWithTheChangesOnTop) {
-  LauncherUnderTest launcher(GetParam(),
-                             {{"HOME", "/home/of=session"}, {"PORT", "1"}, {"EMPTY", ""}});
+TEST_P(ChildStart, EnvironmentIsThatOfLauncherWithChanges) {
+  LauncherUnderTest launcher(GetParam(), {{"HOME", "/home/a=b"}, {"PORT", "1"}, {"EMPTY", ""}});
   auto request = program("/usr/bin/env");
   request.environmentChanges = {{"PORT", "4767"}, {"PATH", "/a:/b"}};
   std::istringstream lines(run(launcher, request).output);
   std::vector<std::string> variables;
   for (std::string line; std::getline(lines, line);) variables.push_back(line);
   std::sort(variables.begin(), variables.end());
-  const std::vector<std::string> expected{"EMPTY=", "HOME=/home/of=session", "PATH=/a:/b",
-                                          "PORT=4767"};
+  const std::vector<std::string> expected{"EMPTY=", "HOME=/home/a=b", "PATH=/a:/b", "PORT=4767"};
   EXPECT_EQ(variables, expected);
 }
 
-TEST_P(PosixChildStart, DoesNotSeeWhatTheApplicationChangesInItsOwnEnvironment) {
-  ::setenv("ORVEL_CONTRACT", "of the session = first", 1);
+TEST_P(ChildStart, LaterChangesOfEnvironmentAreNotInherited) {
+  ::setenv("ORVEL_TEST", "initial = value", 1);
   LauncherUnderTest launcher(GetParam());
-  ::setenv("ORVEL_CONTRACT", "for drawing", 1);
-  const auto outcome = runShell(launcher, "printf %s \"$ORVEL_CONTRACT\"");
-  ::unsetenv("ORVEL_CONTRACT");
-  EXPECT_EQ(outcome.output, "of the session = first");
+  ::setenv("ORVEL_TEST", "changed", 1);
+  const auto outcome = runShell(launcher, "printf %s \"$ORVEL_TEST\"");
+  ::unsetenv("ORVEL_TEST");
+  EXPECT_EQ(outcome.output, "initial = value");
 }
 
-TEST_P(PosixChildStart, HasExactlyTheArgumentsGiven) {
+TEST_P(ChildStart, ArgumentsAreUnchanged) {
   const auto outcome = run(
       launcher_, program("/bin/sh", {"-c", "printf '[%s]' \"$@\"", "zero", "", "a b", "'\"$x"}));
   EXPECT_EQ(outcome.output, "[][a b]['\"$x]");
 }
 
-TEST_P(PosixChildStart, RunsInTheWorkingDirectory) {
+TEST_P(ChildStart, WorkingDirectoryIsSet) {
   const TemporaryFolder folder;
   auto request = program("/bin/sh", {"-c", "pwd -P"});
   request.workingDirectory = folder.path();
   EXPECT_EQ(run(launcher_, request).output, folder.path().string() + "\n");
 }
 
-TEST_P(PosixChildStart, InheritsTheWorkingDirectoryWhenNoneIsGiven) {
-  EXPECT_EQ(runShell(launcher_, "pwd -P").output,
-            std::filesystem::canonical(std::filesystem::current_path()).string() + "\n");
+TEST_P(ChildStart, AbsentOrEmptyWorkingDirectoryIsInherited) {
+  auto request = program("/bin/sh", {"-c", "pwd -P"});
+  const std::string expected = std::filesystem::canonical(".").string() + "\n";
+  EXPECT_EQ(run(launcher_, request).output, expected);
+  request.workingDirectory = "";
+  EXPECT_EQ(run(launcher_, request).output, expected);
 }
 
-/// Ignores and blocks the signals in this process for as long as it lives.
-class Deafness {
+/// Ignores and blocks signals in this process during its lifetime.
+class IgnoredSignals {
  public:
-  explicit Deafness(const std::vector<int> &signals) {
+  explicit IgnoredSignals(const std::vector<int> &signals) {
     sigset_t set;
     sigemptyset(&set);
     for (const int signal : signals) {
@@ -79,22 +80,22 @@ class Deafness {
     }
     ::pthread_sigmask(SIG_BLOCK, &set, &maskBefore_);
   }
-  ~Deafness() {
+  ~IgnoredSignals() {
     for (const auto &[signal, action] : before_) ::sigaction(signal, &action, nullptr);
     ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
   }
-  Deafness(const Deafness &) = delete;
-  Deafness &operator=(const Deafness &) = delete;
+  IgnoredSignals(const IgnoredSignals &) = delete;
+  IgnoredSignals &operator=(const IgnoredSignals &) = delete;
 
  private:
   std::vector<std::pair<int, struct sigaction>> before_;
   sigset_t maskBefore_;
 };
 
-TEST_P(PosixChildStart, DiesOfSignalsThatTheApplicationIgnoresAndBlocks) {
+TEST_P(ChildStart, SignalsIgnoredAndBlockedByParentEndChild) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
-  const Deafness deafness(signals);
+  const IgnoredSignals ignored(signals);
   for (const int signal : signals) {
     const auto outcome =
         runShell(launcher_, "ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 99");
@@ -103,23 +104,24 @@ TEST_P(PosixChildStart, DiesOfSignalsThatTheApplicationIgnoresAndBlocks) {
 }
 
 #if defined(__linux__)
-TEST_P(PosixChildStart, HasNoSignalBlockedOrIgnored) {
-  const Deafness deafness({SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
+TEST_P(ChildStart, NoSignalIsBlockedOrIgnored) {
+  const IgnoredSignals ignored({SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
   const auto output =
       run(launcher_, program("/bin/grep", {"-E", "^Sig(Blk|Ign)", "/proc/self/status"})).output;
-  // The C library keeps two signals for itself, 32 and 33, and ignores them in
-  // what it spawns.
+  // glibc reserves the signals 32 and 33, and posix_spawn sets them to SIG_IGN.
   EXPECT_THAT(output, testing::AnyOf("SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n",
                                      "SigBlk:\t0000000000000000\nSigIgn:\t0000000180000000\n"));
 }
 #endif
 
-class PosixLaunchFailure : public PosixChildStart {
+class LaunchFailure : public PosixChildStart {
  protected:
-  /// Launches and gives the error text. There must be no process, and no
-  /// handler told.
+  /// Launches a process and returns the error text. Fails the test when a process starts
+  /// or the termination handler is called.
   std::string errorOf(LaunchRequest request) {
-    request.terminationHandler = [](const auto &) { ADD_FAILURE() << "told of no process"; };
+    request.terminationHandler = [](const auto &) {
+      ADD_FAILURE() << "termination handler called without a process";
+    };
     const auto result = launcher_.launch(request);
     EXPECT_FALSE(result.process);
     EXPECT_FALSE(hasZombie());
@@ -128,30 +130,30 @@ class PosixLaunchFailure : public PosixChildStart {
   const TemporaryFolder folder_;
 };
 
-TEST_P(PosixLaunchFailure, NamesAProgramThatIsMissing) {
+TEST_P(LaunchFailure, MissingProgramIsReported) {
   const std::string missing = folder_.path() / "node";
   EXPECT_EQ(errorOf(program(missing)), missing + ": " + description(ENOENT));
 }
 
-TEST_P(PosixLaunchFailure, NamesAProgramThatIsNotExecutable) {
+TEST_P(LaunchFailure, NonExecutableProgramIsReported) {
   const std::string plain = folder_.file("node", "#!/bin/sh\n");
   EXPECT_EQ(errorOf(program(plain)), plain + ": " + description(EACCES));
   EXPECT_EQ(errorOf(program(folder_.path())), folder_.path().string() + ": " + description(EACCES));
 }
 
-TEST_P(PosixLaunchFailure, NamesAProgramThatTheSystemCannotRun) {
+TEST_P(LaunchFailure, UnrunnableProgramIsReported) {
   const std::string text = folder_.file("text", "echo never\n", true);
   EXPECT_EQ(errorOf(program(text)), text + ": " + description(ENOEXEC));
   const std::string script = folder_.file("script", "#!/nonexistent/orvel/interpreter\n", true);
   EXPECT_EQ(errorOf(program(script)), script + ": " + description(ENOENT));
 }
 
-TEST_P(PosixLaunchFailure, LooksForNoProgramInPath) {
+TEST_P(LaunchFailure, ProgramIsNotSearchedInPath) {
   EXPECT_EQ(errorOf(program("sh", {"-c", "exit 0"})), "sh: " + description(ENOENT));
   EXPECT_EQ(errorOf(program("")), ": " + description(ENOENT));
 }
 
-TEST_P(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
+TEST_P(LaunchFailure, UnusableWorkingDirectoryIsReported) {
   const std::string gone = folder_.path() / "gone";
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.workingDirectory = gone;
@@ -162,22 +164,14 @@ TEST_P(PosixLaunchFailure, NamesAWorkingDirectoryThatIsGone) {
   EXPECT_EQ(errorOf(request), *request.workingDirectory + ": " + description(ENOTDIR));
 }
 
-TEST_P(PosixLaunchFailure, IsNoneForAnEmptyWorkingDirectory) {
-  auto request = program("/bin/sh", {"-c", "pwd -P"});
-  request.workingDirectory = "";
-  LauncherUnderTest launcher(GetParam());
-  EXPECT_EQ(posix_test::run(launcher, request).output,
-            std::filesystem::canonical(".").string() + "\n");
-}
-
-TEST_P(PosixLaunchFailure, NamesTheProgramWhenTheWorkingDirectoryIsGood) {
+TEST_P(LaunchFailure, MissingProgramIsReportedWithUsableWorkingDirectory) {
   const std::string missing = folder_.path() / "node";
   auto request = program(missing);
   request.workingDirectory = folder_.path();
   EXPECT_EQ(errorOf(request), missing + ": " + description(ENOENT));
 }
 
-TEST_P(PosixLaunchFailure, RunsNoCommandThatWouldBeCutOff) {
+TEST_P(LaunchFailure, NulInArgumentOrEnvironmentIsInvalid) {
   const std::string text("exit 0\0 || exit 1", 17);
   EXPECT_EQ(errorOf(program("/bin/sh", {"-c", text})), "/bin/sh: " + description(EINVAL));
   auto request = program("/bin/sh", {"-c", "exit 0"});
@@ -185,13 +179,13 @@ TEST_P(PosixLaunchFailure, RunsNoCommandThatWouldBeCutOff) {
   EXPECT_EQ(errorOf(request), "/bin/sh: " + description(EINVAL));
 }
 
-TEST_P(PosixLaunchFailure, NamesTheProgramWhenItsArgumentsAreTooLong) {
+TEST_P(LaunchFailure, OversizedArgumentsAreReported) {
   EXPECT_EQ(errorOf(program("/bin/sh", {"-c", std::string(8u << 20, ' ')})),
             "/bin/sh: " + description(E2BIG));
 }
 
-INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildStart, testing::Bool(), nameOfWay);
-INSTANTIATE_TEST_SUITE_P(BothWays, PosixLaunchFailure, testing::Bool(), nameOfWay);
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildStart, testing::Bool(), endsWithParentName);
+INSTANTIATE_TEST_SUITE_P(Launcher, LaunchFailure, testing::Bool(), endsWithParentName);
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// The descriptors that a child process of a real system has, and has not.
+// The descriptors of child processes.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <future>
 
 #include "tests/support/posix_test_support.h"
 
@@ -15,32 +14,32 @@ namespace {
 
 using namespace posix_test;
 
-/// Puts a standard descriptor of this process aside, and back in the end.
-class SetAside {
+/// Closes a standard descriptor of this process and restores it on destruction.
+class ClosedDescriptor {
  public:
-  explicit SetAside(int number)
+  explicit ClosedDescriptor(int number)
       : number_(number), copy_(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
     ::close(number_);
   }
-  ~SetAside() {
+  ~ClosedDescriptor() {
     ::dup2(copy_, number_);
     ::close(copy_);
   }
-  SetAside(const SetAside &) = delete;
-  SetAside &operator=(const SetAside &) = delete;
+  ClosedDescriptor(const ClosedDescriptor &) = delete;
+  ClosedDescriptor &operator=(const ClosedDescriptor &) = delete;
 
  private:
   int number_;
   int copy_;
 };
 
-class PosixChildStreams : public testing::TestWithParam<bool> {
+class ChildStreams : public testing::TestWithParam<bool> {
  protected:
-  StandardStream to(std::shared_ptr<FileHandle> handle) {
+  StandardStream streamTo(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
   }
-  /// Runs the request to its end and gives the status.
-  int finish(const LaunchRequest &request) {
+  /// Runs a process to its end and returns the termination status.
+  int runToEnd(const LaunchRequest &request) {
     const auto child = launcher_.launch(request);
     EXPECT_EQ(child.error, "");
     if (!child.process) return -1;
@@ -52,48 +51,48 @@ class PosixChildStreams : public testing::TestWithParam<bool> {
   const TemporaryFolder folder_;
 };
 
-TEST_P(PosixChildStreams, BothOutputsShareOneHandleAndItsPosition) {
+TEST_P(ChildStreams, OutputsOfOneHandleShareFilePosition) {
   const std::string log = folder_.file("server.log", "");
   auto request = program("/bin/sh", {"-c", "echo one; echo two >&2; echo three"});
   const auto handle = FileHandle::forWriting(log);
   ASSERT_TRUE(handle);
-  request.standardOutput = to(handle);
-  request.standardError = to(handle);
-  EXPECT_EQ(finish(request), 0);
+  request.standardOutput = streamTo(handle);
+  request.standardError = streamTo(handle);
+  EXPECT_EQ(runToEnd(request), 0);
   EXPECT_TRUE(handle->write("four\n"));
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
 
-TEST_P(PosixChildStreams, OutputThrownAwayLeavesTheOtherAlone) {
+TEST_P(ChildStreams, NullErrorStreamKeepsOutput) {
   auto request = program("/bin/sh", {"-c", "echo gone >&2; echo kept"});
   request.standardError.kind = StandardStream::Kind::null;
   EXPECT_EQ(run(launcher_, request).output, "kept\n");
 }
 
-TEST_P(PosixChildStreams, InheritsTheApplicationsOwnOutput) {
+TEST_P(ChildStreams, OutputIsInheritedByDefault) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   std::fflush(stdout);
   {
-    const SetAside output(STDOUT_FILENO);
+    const ClosedDescriptor output(STDOUT_FILENO);
     ::dup2(pipe->writing->descriptor(), STDOUT_FILENO);
-    finish(program("/bin/sh", {"-c", "echo inherited"}));
+    runToEnd(program("/bin/sh", {"-c", "echo inherited"}));
   }
   pipe->writing.reset();
   EXPECT_EQ(pipe->reading->readToEnd(), "inherited\n");
 }
 
-TEST_P(PosixChildStreams, HasNoDescriptorButTheStandardThree) {
+TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
   std::vector<int> open;
   for (int i = 0; i < 10; ++i) open.push_back(::dup(STDERR_FILENO));
   open.push_back(::fcntl(STDERR_FILENO, F_DUPFD, 200));
   ASSERT_GE(open.back(), 200);
-  // The fourth is the folder that is being listed.
+  // The fourth descriptor is that of the folder that ls reads.
   EXPECT_EQ(run(launcher_, program("/bin/ls", {"/dev/fd"})).output, "0\n1\n2\n3\n");
   for (const int descriptor : open) ::close(descriptor);
 }
 
-TEST_P(PosixChildStreams, ALongLivedSiblingDoesNotHoldAPipeOpen) {
+TEST_P(ChildStreams, SiblingDoesNotInheritPipe) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   const auto sibling = launcher_.launch(program("/bin/sleep", {"600"}));
@@ -105,15 +104,15 @@ TEST_P(PosixChildStreams, ALongLivedSiblingDoesNotHoldAPipeOpen) {
   sibling.process->waitUntilExit();
 }
 
-TEST_P(PosixChildStreams, AClosedStandardInputIsTheNullDevice) {
-  const SetAside input(STDIN_FILENO);
+TEST_P(ChildStreams, ClosedStandardInputBecomesNullDevice) {
+  const ClosedDescriptor input(STDIN_FILENO);
   const auto outcome = run(launcher_, program("/bin/cat"));
   EXPECT_EQ(outcome.output, "");
   EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_P(PosixChildStreams, APrivateFileUnderAStandardNumberIsNotInherited) {
-  const SetAside input(STDIN_FILENO);
+TEST_P(ChildStreams, CloseOnExecFileWithStandardNumberIsNotInherited) {
+  const ClosedDescriptor input(STDIN_FILENO);
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);
   ASSERT_EQ(secret->reading->descriptor(), STDIN_FILENO);
@@ -125,21 +124,21 @@ TEST_P(PosixChildStreams, APrivateFileUnderAStandardNumberIsNotInherited) {
   EXPECT_EQ(secret->reading->readToEnd(), "secret");
 }
 
-TEST_P(PosixChildStreams, HandlesMayThemselvesHaveTheNumbersOfStandardStreams) {
+TEST_P(ChildStreams, HandlesWithSwappedStandardNumbersAreRedirected) {
   auto first = Pipe::create();
   auto second = Pipe::create();
   ASSERT_TRUE(first && second);
   std::fflush(stdout);
   {
-    const SetAside output(STDOUT_FILENO);
-    const SetAside errors(STDERR_FILENO);
-    // Each stands where the other is to go.
+    const ClosedDescriptor output(STDOUT_FILENO);
+    const ClosedDescriptor errors(STDERR_FILENO);
+    // Each handle has the number of the other stream.
     auto request = program("/bin/sh", {"-c", "echo out; echo err >&2"});
     ::dup2(first->writing->descriptor(), STDERR_FILENO);
     ::dup2(second->writing->descriptor(), STDOUT_FILENO);
-    request.standardOutput = to(std::make_shared<FileHandle>(STDERR_FILENO));
-    request.standardError = to(std::make_shared<FileHandle>(STDOUT_FILENO));
-    finish(request);
+    request.standardOutput = streamTo(std::make_shared<FileHandle>(STDERR_FILENO));
+    request.standardError = streamTo(std::make_shared<FileHandle>(STDOUT_FILENO));
+    runToEnd(request);
   }
   first->writing.reset();
   second->writing.reset();
@@ -147,56 +146,13 @@ TEST_P(PosixChildStreams, HandlesMayThemselvesHaveTheNumbersOfStandardStreams) {
   EXPECT_EQ(second->reading->readToEnd(), "err\n");
 }
 
-TEST_P(PosixChildStreams, AHandleThatIsMissingFailsTheLaunch) {
+TEST_P(ChildStreams, NullHandleFailsLaunch) {
   auto request = program("/bin/sh", {"-c", "exit 0"});
-  request.standardOutput = to(nullptr);
+  request.standardOutput = streamTo(nullptr);
   EXPECT_EQ(launcher_.launch(request).error, "/bin/sh: " + description(EBADF));
 }
 
-INSTANTIATE_TEST_SUITE_P(BothWays, PosixChildStreams, testing::Bool(), nameOfWay);
-
-TEST(PosixFileHandle, OpensOnlyFilesThatExistAndLeavesTheirContents) {
-  const TemporaryFolder folder;
-  EXPECT_FALSE(FileHandle::forWriting(folder.path() / "missing"));
-  EXPECT_FALSE(std::filesystem::exists(folder.path() / "missing"));
-  EXPECT_FALSE(FileHandle::forWriting(folder.path()));
-  const std::string path = folder.file("file", "abcdef");
-  ASSERT_TRUE(FileHandle::forWriting(path)->write("XY"));
-  EXPECT_EQ(contentsOf(path), "XYcdef");
-}
-
-TEST(PosixFileHandle, ClosesOnExecAndWithItsLastOwner) {
-  const TemporaryFolder folder;
-  const int before = openDescriptors();
-  {
-    const auto file = FileHandle::forWriting(folder.file("file", ""));
-    const auto pipe = Pipe::create();
-    ASSERT_TRUE(file && pipe);
-    for (const auto &handle : {file, pipe->reading, pipe->writing}) {
-      EXPECT_EQ(::fcntl(handle->descriptor(), F_GETFD), FD_CLOEXEC);
-    }
-    EXPECT_EQ(openDescriptors(), before + 3);
-  }
-  EXPECT_EQ(openDescriptors(), before);
-}
-
-TEST(PosixFileHandle, CarriesMoreThanAPipeHolds) {
-  auto pipe = Pipe::create();
-  ASSERT_TRUE(pipe);
-  std::string bytes(1u << 20, '\0');
-  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7);
-  auto reader = std::async(std::launch::async, [&] { return pipe->reading->readToEnd(); });
-  EXPECT_TRUE(pipe->writing->write(bytes));
-  pipe->writing.reset();
-  EXPECT_TRUE(reader.get() == bytes);
-}
-
-TEST(PosixFileHandle, SaysWhenItCannotWrite) {
-  auto pipe = Pipe::create();
-  ASSERT_TRUE(pipe);
-  EXPECT_FALSE(pipe->reading->write("the wrong end"));
-  EXPECT_EQ(pipe->writing->readToEnd(), "");
-}
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildStreams, testing::Bool(), endsWithParentName);
 
 }  // namespace
 }  // namespace orvel

@@ -1,5 +1,4 @@
-// What happens to child processes when the application dies without stopping them. Only
-// Linux has a parent-death signal.
+// Child processes of an application that is killed. Only Linux has a parent-death signal.
 
 #if defined(__linux__)
 
@@ -21,6 +20,7 @@ namespace {
 
 using namespace posix_test;
 
+/// Calls waitpid again after EINTR.
 pid_t waitFor(pid_t process, int &status) {
   pid_t found = 0;
   while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
@@ -28,12 +28,12 @@ pid_t waitFor(pid_t process, int &status) {
   return found;
 }
 
-/// A stand-in for the application: a child of the test that runs a task and then waits
+/// An application process for the test: a child of the test that runs a task and then waits
 /// to be killed. The test is the subreaper of its orphaned children.
-class PosixParentEnd : public testing::Test {
+class ParentEnd : public testing::Test {
  public:
-  PosixParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
-  ~PosixParentEnd() override {
+  ParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+  ~ParentEnd() override {
     for (const pid_t process : {application, child}) {
       if (process > 0) ::kill(process, SIGKILL);
     }
@@ -94,7 +94,7 @@ class PosixParentEnd : public testing::Test {
   pid_t child = 0;
 };
 
-TEST_F(PosixParentEnd, ChildThatEndsWithItsParentGetsSigterm) {
+TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigterm) {
   auto request = program("/bin/sh", {"-c", "echo $$; exec sleep 600"});
   request.endsWithParent = true;
   ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
@@ -104,7 +104,7 @@ TEST_F(PosixParentEnd, ChildThatEndsWithItsParentGetsSigterm) {
   EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
-TEST_F(PosixParentEnd, OtherChildrenOutliveTheirParent) {
+TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesParent) {
   ASSERT_NO_FATAL_FAILURE(
       startApplicationWithChild(program("/bin/sh", {"-c", "echo $$; exec sleep 600"})));
   ASSERT_NO_FATAL_FAILURE(killApplication());
@@ -113,7 +113,7 @@ TEST_F(PosixParentEnd, OtherChildrenOutliveTheirParent) {
   EXPECT_EQ(WTERMSIG(endOfChild()), SIGUSR1);
 }
 
-TEST_F(PosixParentEnd, ChildOutlivesTheThreadThatLaunchedIt) {
+TEST_F(ParentEnd, ChildOutlivesCallingThread) {
   PosixProcessLauncher launcher(processEnvironment());
   auto request = program("/bin/sleep", {"600"});
   request.endsWithParent = true;
@@ -139,7 +139,7 @@ bool isThreadOf(pid_t process, pid_t thread) {
 
 /// Runs a stopped application until it has forked a child that has not run yet. Returns
 /// the child's process ID, or zero when ptrace is not permitted.
-pid_t childBeforeItsFirstStep(pid_t application) {
+pid_t childBeforeFirstInstruction(pid_t application) {
   int status = 0;
   if (waitFor(application, status) != application || !WIFSTOPPED(status)) return 0;
   const long options = PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK;
@@ -157,18 +157,18 @@ pid_t childBeforeItsFirstStep(pid_t application) {
   }
 }
 
-TEST_F(PosixParentEnd, ChildOfAnApplicationThatIsAlreadyDeadDoesNotRun) {
+TEST_F(ParentEnd, ChildOfParentKilledAfterForkDoesNotRun) {
   const TemporaryFolder folder;
-  const auto trace = folder.path() / "ran";
-  auto request = program("/usr/bin/touch", {trace});
+  const auto marker = folder.path() / "ran";
+  auto request = program("/usr/bin/touch", {marker});
   request.endsWithParent = true;
   ASSERT_NO_FATAL_FAILURE(startApplication([&] {
     if (::ptrace(PTRACE_TRACEME, 0, nullptr, 0) != 0) ::_exit(1);
     ::raise(SIGSTOP);
     PosixProcessLauncher(processEnvironment()).launch(request);
   }));
-  child = childBeforeItsFirstStep(application);
-  if (child == 0) GTEST_SKIP() << "this system does not let us follow our own child";
+  child = childBeforeFirstInstruction(application);
+  if (child == 0) GTEST_SKIP() << "ptrace is not permitted";
   ::kill(application, SIGKILL);
   // The tracer must also wait for the application's threads before it can be reaped.
   int status = 0;
@@ -177,7 +177,7 @@ TEST_F(PosixParentEnd, ChildOfAnApplicationThatIsAlreadyDeadDoesNotRun) {
   application = 0;
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
   EXPECT_TRUE(WIFEXITED(endOfChild()));
-  EXPECT_FALSE(std::filesystem::exists(trace));
+  EXPECT_FALSE(std::filesystem::exists(marker));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What launching does when the system runs short.
+// Launches without free descriptors, threads or processes.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace {
 
 using namespace posix_test;
 
-/// A limit of this process, lowered for as long as this lives.
+/// A lowered resource limit of this process. Destruction restores the limit.
 class LoweredLimit {
  public:
   using Resource = decltype(RLIMIT_NOFILE);
@@ -34,7 +34,7 @@ class LoweredLimit {
   rlimit before_{};
 };
 
-TEST(PosixShortage, OfDescriptors) {
+TEST(Shortage, DescriptorExhaustionFailsOnlyWhatNeedsDescriptors) {
   PosixProcessLauncher launcher(processEnvironment());
   const TemporaryFolder folder;
   const std::string path = folder.file("file", "");
@@ -56,7 +56,7 @@ TEST(PosixShortage, OfDescriptors) {
   child.process->waitUntilExit();
   EXPECT_EQ(child.process->terminationStatus(), 3);
 
-  // A handle with the number of a standard stream needs one more.
+  // A handle with the number of a standard stream needs one more descriptor.
   const int output = ::dup2(STDOUT_FILENO, all.back()->descriptor());
   {
     const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);
@@ -70,9 +70,9 @@ TEST(PosixShortage, OfDescriptors) {
 }
 
 #if defined(__linux__)
-TEST(PosixShortage, OfThreadsAndProcesses) {
+TEST(Shortage, ThreadAndProcessExhaustionFailsLaunch) {
   PosixProcessLauncher launcher(processEnvironment());
-  // Root is exempt from the limit, so that somebody else has to try.
+  // RLIMIT_NPROC does not apply to root.
   const bool isRoot = ::geteuid() == 0;
   if (isRoot) {
     ASSERT_EQ(::setresuid(65534, 65534, 0), 0);
@@ -81,9 +81,9 @@ TEST(PosixShortage, OfThreadsAndProcesses) {
   int failures = 0;
   {
     LoweredLimit limit(RLIMIT_NPROC);
-    // From none at all to enough: first the thread cannot be had, then the
-    // process, then both.
-    for (rlim_t most = 0; !child.process && most < 5000 && limit.set(most); ++most) {
+    // With a rising limit, first no thread can be created, then a thread but no process,
+    // and finally both.
+    for (rlim_t tasks = 0; !child.process && tasks < 5000 && limit.set(tasks); ++tasks) {
       auto request = program("/bin/sh", {"-c", "exit 3"});
       child = launcher.launch(request);
       if (child.process) break;

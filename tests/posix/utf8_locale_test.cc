@@ -1,5 +1,3 @@
-// The locale of a session that sets no locale.
-
 #include "platform/posix/utf8_locale.h"
 
 #include <gtest/gtest.h>
@@ -24,15 +22,15 @@ constexpr const char *utf8Locale = "C.UTF-8";
 #endif
 
 /// Sets the three locale variables for a test and restores the previous values.
-class PosixUtf8Locale : public testing::Test {
+class Utf8Locale : public testing::Test {
  public:
-  PosixUtf8Locale() {
+  Utf8Locale() {
     for (const char *name : names) {
       const char *value = std::getenv(name);
       before_[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
     }
   }
-  ~PosixUtf8Locale() override {
+  ~Utf8Locale() override {
     for (const auto &[name, value] : before_) {
       ::unsetenv(name.c_str());
       if (value) ::setenv(name.c_str(), value->c_str(), 1);
@@ -42,8 +40,8 @@ class PosixUtf8Locale : public testing::Test {
  protected:
   using Variables = std::map<std::string, std::string>;
 
-  /// What an environment of these three becomes.
-  Variables ensured(const Variables &variables) {
+  /// Sets the locale variables, calls ensureUtf8Locale and returns the new values.
+  Variables afterEnsure(const Variables &variables) {
     for (const char *name : names) ::unsetenv(name);
     for (const auto &[name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
     ensureUtf8Locale();
@@ -59,24 +57,24 @@ class PosixUtf8Locale : public testing::Test {
   std::map<std::string, std::optional<std::string>> before_;
 };
 
-TEST_F(PosixUtf8Locale, IsSetWhereNoLocaleIsNamed) {
-  EXPECT_EQ(ensured({}), (Variables{{"LC_CTYPE", utf8Locale}}));
+TEST_F(Utf8Locale, UnsetLocaleBecomesUtf8) {
+  EXPECT_EQ(afterEnsure({}), (Variables{{"LC_CTYPE", utf8Locale}}));
 }
 
-TEST_F(PosixUtf8Locale, EmptyVariablesNameNoLocale) {
-  EXPECT_EQ(ensured({{"LC_ALL", ""}, {"LC_CTYPE", ""}, {"LANG", ""}}),
+TEST_F(Utf8Locale, EmptyVariablesCountAsUnset) {
+  EXPECT_EQ(afterEnsure({{"LC_ALL", ""}, {"LC_CTYPE", ""}, {"LANG", ""}}),
             (Variables{{"LC_ALL", ""}, {"LC_CTYPE", utf8Locale}, {"LANG", ""}}));
 }
 
-TEST_F(PosixUtf8Locale, NamedLocaleStays) {
+TEST_F(Utf8Locale, SetLocaleIsKept) {
   for (const Variables &named : {Variables{{"LC_ALL", "C"}}, Variables{{"LC_CTYPE", "POSIX"}},
                                  Variables{{"LANG", "nl_NL.ISO-8859-1"}}}) {
-    EXPECT_EQ(ensured(named), named);
+    EXPECT_EQ(afterEnsure(named), named);
   }
 }
 
-TEST_F(PosixUtf8Locale, PsPrintsPathsThatAreNotAscii) {
-  ensured({});
+TEST_F(Utf8Locale, PsPrintsNonAsciiPaths) {
+  afterEnsure({});
   PosixProcessLauncher launcher(processEnvironment());
   const std::string path = "/data é €/v3/server.mjs";
   // The shell is in the process list because it waits for ps.

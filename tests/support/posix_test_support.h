@@ -15,24 +15,24 @@
 
 namespace orvel::posix_test {
 
-/// Whether the tests are built with one, which makes system calls and keeps
-/// memory of its own.
+/// Whether the tests are built with a sanitizer, which makes additional system calls and
+/// allocations.
 inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
 
-/// Waits for a condition that another thread or process brings about. False
-/// when it does not come within the limit.
+/// Waits until a condition is true. Returns false when the time limit has passed.
 bool eventually(const std::function<bool()> &condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 
-/// Runs a program to its end and gives everything that it and its children
-/// wrote to standard output.
+/// The standard output of a program and its children, the error of the launch and the
+/// termination status.
 struct Outcome {
   std::string output;
   std::string error;
   int status = 0;
 };
+/// Runs a program to its end.
 Outcome run(ProcessLauncher &launcher, LaunchRequest request);
-/// The same for a command of the plain shell.
+/// Runs a command of /bin/sh to its end.
 Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
@@ -53,13 +53,13 @@ class LauncherUnderTest final : public ProcessLauncher {
 };
 
 /// Returns the test name suffix for the parameter.
-inline std::string nameOfWay(const testing::TestParamInfo<bool> &endsWithParent) {
-  return endsWithParent.param ? "WithParent" : "OnItsOwn";
+inline std::string endsWithParentName(const testing::TestParamInfo<bool> &endsWithParent) {
+  return endsWithParent.param ? "EndsWithParent" : "Independent";
 }
 
-/// How many descriptors this process has open.
+/// Returns the number of open descriptors of this process.
 int openDescriptors();
-/// Whether a child of this process has ended and waits to be reaped.
+/// Returns whether this process has a zombie child.
 bool hasZombie();
 std::string description(int errorNumber);
 std::string contentsOf(const std::filesystem::path &path);
