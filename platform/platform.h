@@ -19,8 +19,8 @@
 
 namespace orvel {
 
-/// Everything that the core asks of an operating system, handed over once by
-/// the composition root. What is referred to outlives the core.
+/// The interfaces of the operating system, which the composition root passes to the core.
+/// The referenced objects must outlive the core.
 struct Platform {
   Application &application;
   WindowSystem &windows;
@@ -36,7 +36,7 @@ struct Platform {
   UserDefaults &defaults;
   Locations &locations;
   const PlatformNames &names;
-  /// Null where the command in `names` unpacks a release.
+  /// Null where PlatformNames::unpack unpacks a release.
   const ReleaseUnpacker *unpacker = nullptr;
 };
 

@@ -19,7 +19,7 @@ struct Cookie {
   std::string path;
   /// Sent over https only.
   bool secure = false;
-  /// A cookie without one lives as long as the session of the web view.
+  /// Absent for a session cookie.
   std::optional<std::chrono::system_clock::time_point> expires;
 
   bool operator==(const Cookie &) const = default;
@@ -30,75 +30,77 @@ class CookieStore {
  public:
   virtual ~CookieStore() = default;
 
-  /// Stores a cookie in place of one of the same name, domain and path. The
-  /// completion is called exactly once, on the main thread, whether or not it
-  /// could be stored; a request that the web view sends after that carries it.
+  /// Stores a cookie. Replaces a cookie with the same name, domain and path. Calls the
+  /// completion exactly once, on the main thread, even when the cookie could not be
+  /// stored. Requests that the web view sends after the completion carry the cookie.
   virtual void set(const Cookie &cookie, std::function<void()> completion) = 0;
-  /// Gives every cookie, in the store's order, exactly once, on the main
-  /// thread.
+  /// Calls the completion with all cookies, in the order of the store, exactly once, on
+  /// the main thread.
   virtual void all(std::function<void(std::vector<Cookie>)> completion) = 0;
 };
 
+/// The configuration of a web view. A plain value.
 struct WebViewConfiguration {
-  /// Appended to the user agent of the web engine, after a blank.
+  /// Appended to the user agent of the web engine, after a space.
   std::string applicationNameForUserAgent;
-  /// Cookies and storage outlive the process.
+  /// Whether cookies and storage persist after the process has ended.
   bool persistentDataStore = true;
-  /// The inspector is offered in the page's context menu.
+  /// Whether the page's context menu has an item for the inspector.
   bool developerExtrasEnabled = false;
-  /// False lets the window's background show wherever a page paints none.
+  /// False makes the web view transparent where a page paints no background.
   bool drawsBackground = true;
   /// Whether the platform's developer tools may attach.
   bool inspectable = false;
 };
 
-/// Where a navigation would show its page.
+/// The place where a navigation would show its page.
 enum class NavigationTarget { mainFrame, subFrame, newWindow };
 
 enum class NavigationPolicy { allow, cancel };
 
-/// What the page or the user wants to go to. A plain value.
+/// A navigation that the page or the user requests. A plain value.
 struct NavigationAction {
-  /// Nothing when the request has none.
+  /// Absent when the request has no URL.
   std::optional<Url> url;
   NavigationTarget target = NavigationTarget::mainFrame;
 };
 
-/// What a web view tells and asks. Main thread.
+/// The receiver of a web view's events and questions. Main thread.
 class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
 
-  /// Asked once before each navigation; what takes the place of a cancelled
-  /// one has been started when this returns.
+  /// Decides on a navigation. Called once before each navigation. When this returns, the
+  /// action that replaces a cancelled navigation has been started.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
-  /// What decidePolicy would answer, without any consequence: for an engine
-  /// that does not know the target when it asks.
+  /// Returns the same as decidePolicy without side effects, for a web engine that does not
+  /// know the target when it asks.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
-  /// A request for a window of its own, by the page or the user. It gets none.
+  /// Handles a request of the page or the user for a new window. No window is created.
   virtual void createWebView(const std::optional<Url> &url) = 0;
-  /// Shows an alert of the page. The page waits for the completion, which is called
-  /// once, or never when the application ends first.
+  /// Shows a JavaScript alert. The page waits for the completion, which is called once, or
+  /// never when the application ends first.
   virtual void runJavaScriptAlertPanel(const std::string &message,
                                        std::function<void()> completion) = 0;
-  /// As runJavaScriptAlertPanel; the completion gets true when the user agreed.
+  /// Shows a JavaScript confirm dialog, like runJavaScriptAlertPanel. The completion gets
+  /// true when the user pressed the first button.
   virtual void runJavaScriptConfirmPanel(const std::string &message,
                                          std::function<void(bool)> completion) = 0;
-  /// The process that shows the page has ended by itself.
+  /// Called when the web content process has crashed or was killed.
   virtual void webViewWebContentProcessDidTerminate() = 0;
 };
 
-/// The view that shows the pages. Main thread only.
+/// A web view. Main thread only.
 class WebView {
  public:
   virtual ~WebView() = default;
 
   virtual void load(const UrlRequest &request) = 0;
-  /// Shows a page given as text, with no base URL.
+  /// Shows an HTML page without a base URL.
   virtual void loadHtml(std::string_view html) = 0;
-  /// Loads again what is shown.
+  /// Reloads the current page.
   virtual void reload() = 0;
-  /// Lives as long as the view.
+  /// Returns the cookies of this view. The reference is valid until the view is destroyed.
   virtual CookieStore &cookieStore() = 0;
 };
 

@@ -8,7 +8,7 @@
 
 namespace orvel {
 
-/// A rectangle in the screen's points.
+/// A rectangle on the screen, in points.
 struct Rect {
   double x = 0;
   double y = 0;
@@ -18,7 +18,7 @@ struct Rect {
   bool operator==(const Rect &) const = default;
 };
 
-/// Components from 0 to 1.
+/// A color. The components are between 0 and 1.
 struct Color {
   double red = 0;
   double green = 0;
@@ -28,21 +28,21 @@ struct Color {
   bool operator==(const Color &) const = default;
 };
 
-/// How a window looks. Every window has a title bar and can be closed, miniaturized
-/// and resized.
+/// The configuration of a window. Every window has a title bar and can be closed,
+/// miniaturized and resized. A plain value.
 struct WindowConfiguration {
   Rect contentRect;
-  /// The content runs under the title bar.
+  /// Whether the content extends under the title bar.
   bool fullSizeContentView = false;
-  /// For the window list; drawn only when titleVisible.
+  /// Shown in the window list, and in the title bar when titleVisible.
   std::string title;
   bool titleVisible = true;
   bool titlebarTransparent = false;
   Color backgroundColor;
   double minimumWidth = 0;
   double minimumHeight = 0;
-  /// The name under which the frame is kept between runs; a kept frame takes
-  /// precedence over the content rectangle.
+  /// The name under which the frame is saved between runs. A saved frame takes precedence
+  /// over contentRect.
   std::string frameAutosaveName;
 };
 
@@ -51,7 +51,7 @@ class Window {
  public:
   virtual ~Window() = default;
 
-  /// Shows the window before all others and gives it the keyboard.
+  /// Shows the window in front of all others and gives it the keyboard focus.
   virtual void makeKeyAndOrderFront() = 0;
 };
 
@@ -62,15 +62,15 @@ struct WebWindow {
   std::unique_ptr<Window> window;
 };
 
-/// The screen, and the maker of windows. Main thread only.
+/// The main screen and a factory for windows. Main thread only.
 class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
 
-  /// Returns the part of the main screen that docks and bars leave free, or nullopt when
+  /// Returns the part of the main screen that no dock or menu bar covers, or nullopt when
   /// there is no screen.
   virtual std::optional<Rect> mainScreenVisibleFrame() const = 0;
-  /// Makes a web view and a window that it fills. The window is not yet shown. The
+  /// Creates a web view and a window that it fills. The window is not yet shown. The
   /// delegate must outlive the view.
   virtual WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &web,
                            WebViewDelegate &delegate) = 0;

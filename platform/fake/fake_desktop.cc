@@ -21,7 +21,7 @@ void FakeApplication::run() {
   scheduler_.record().add("application run");
   if (delegate_ == nullptr) throw std::logic_error("an application without a delegate");
   delegate_->applicationDidFinishLaunching();
-  if (whileRunning) whileRunning();
+  if (onRun) onRun();
 }
 
 void FakeApplication::activate() {
@@ -30,7 +30,7 @@ void FakeApplication::activate() {
 }
 
 void FakeApplication::terminate() {
-  scheduler_.requireMainThread("ending the application");
+  scheduler_.requireMainThread("terminating the application");
   scheduler_.record().add("application terminate");
   requestTermination();
 }
@@ -51,7 +51,7 @@ void FakeApplication::closeLastWindow() {
 
 void FakeApplication::replyToShouldTerminate() {
   scheduler_.requireMainThread("replying to the termination request");
-  if (!waitingForReply) throw std::logic_error("a reply that nobody waits for");
+  if (!waitingForReply) throw std::logic_error("a reply without a deferred termination");
   waitingForReply = false;
   finish();
 }
@@ -68,7 +68,7 @@ void FakeWindow::makeKeyAndOrderFront() {
 
 WebWindow FakeWindowSystem::create(const WindowConfiguration &window,
                                    const WebViewConfiguration &webView, WebViewDelegate &delegate) {
-  scheduler_.requireMainThread("making a window");
+  scheduler_.requireMainThread("creating a window");
   scheduler_.record().add("web view " + webView.applicationNameForUserAgent);
   auto view = std::make_unique<FakeWebView>(scheduler_, webView, delegate, cookies);
   web = view.get();
@@ -88,15 +88,15 @@ void FakePanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> c
   scheduler_.record().add("alert " + alert.messageText);
   shown.push_back(alert);
   open_.push_back(std::move(completion));
-  settle();
+  deliverAnswers();
 }
 
 void FakePanels::answer(const AlertAnswer &answer) {
   answers_.push_back(answer);
-  settle();
+  deliverAnswers();
 }
 
-void FakePanels::settle() {
+void FakePanels::deliverAnswers() {
   while (!open_.empty() && !answers_.empty()) {
     scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
                         [this, completion = std::move(open_.front()), answer = answers_.front()] {

@@ -16,28 +16,29 @@
 
 namespace orvel {
 
-/// An application object that a test drives as the desktop would.
+/// An application object that a test controls in place of the desktop.
 class FakeApplication final : public Application {
  public:
   explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void setDelegate(ApplicationDelegate &delegate) override;
   void setRegularActivationPolicy() override;
-  /// Launches, then lets `whileRunning` play the user, if there is one.
+  /// Launches the application and calls `onRun`.
   void run() override;
   void activate() override;
   void terminate() override;
   void replyToShouldTerminate() override;
 
-  /// The user asks to quit, by the menu or otherwise. Ignored while an earlier
-  /// request still waits for its reply.
+  /// Simulates the user's Quit command. Ignored while an earlier request waits for its
+  /// reply.
   void requestTermination();
-  /// The user closes the last window.
+  /// Simulates that the user closes the last window.
   void closeLastWindow();
 
-  std::function<void()> whileRunning;
+  /// Simulates the user during run().
+  std::function<void()> onRun;
   bool terminated = false;
-  /// A deferred termination waits for its reply.
+  /// Whether a deferred termination waits for its reply.
   bool waitingForReply = false;
 
  private:
@@ -47,6 +48,7 @@ class FakeApplication final : public Application {
   ApplicationDelegate *delegate_ = nullptr;
 };
 
+/// A window that only records its calls.
 class FakeWindow final : public Window {
  public:
   explicit FakeWindow(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -57,6 +59,7 @@ class FakeWindow final : public Window {
   FakeScheduler &scheduler_;
 };
 
+/// A screen, and windows that only record their calls.
 class FakeWindowSystem final : public WindowSystem {
  public:
   explicit FakeWindowSystem(FakeScheduler &scheduler) : cookies(scheduler), scheduler_(scheduler) {}
@@ -68,15 +71,16 @@ class FakeWindowSystem final : public WindowSystem {
   std::optional<Rect> visibleFrame = Rect{0, 25, 1920, 1000};
   /// The cookies of every web view.
   FakeCookieStore cookies;
-  /// The configuration of the window that was made last.
+  /// The configuration of the last window.
   WindowConfiguration configuration;
-  /// The web view that was made last. Owned by the caller of `create`.
+  /// The last web view. Owned by the caller of `create`.
   FakeWebView *web = nullptr;
 
  private:
   FakeScheduler &scheduler_;
 };
 
+/// A menu bar that keeps the installed menus.
 class FakeMenuBar final : public MenuBar {
  public:
   explicit FakeMenuBar(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -89,8 +93,8 @@ class FakeMenuBar final : public MenuBar {
   FakeScheduler &scheduler_;
 };
 
-/// Alerts that a script answers. An alert without an answer stays open until the
-/// test answers it. No completion is called after the application has terminated.
+/// Alerts that stay open until the test answers them. No completion is called after the
+/// application has terminated.
 class FakePanels final : public Panels {
  public:
   FakePanels(FakeScheduler &scheduler, const FakeApplication &application)
@@ -98,14 +102,15 @@ class FakePanels final : public Panels {
 
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
-  /// Answers the alert that has been open longest, or else the next one.
+  /// Answers the oldest open alert, or the next alert when none is open.
   void answer(const AlertAnswer &answer);
 
-  /// Every alert so far, oldest first.
+  /// All alerts, oldest first.
   std::vector<Alert> shown;
 
  private:
-  void settle();
+  /// Schedules the completions of the alerts for which there is an answer.
+  void deliverAnswers();
 
   FakeScheduler &scheduler_;
   const FakeApplication &application_;
@@ -113,7 +118,7 @@ class FakePanels final : public Panels {
   std::deque<AlertAnswer> answers_;
 };
 
-/// Default applications that do nothing but stand in the record.
+/// A workspace that only records the URLs and files that it opens.
 class FakeWorkspace final : public Workspace {
  public:
   explicit FakeWorkspace(FakeScheduler &scheduler) : scheduler_(scheduler) {}

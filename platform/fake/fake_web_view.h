@@ -9,7 +9,7 @@
 
 namespace orvel {
 
-/// A cookie store in memory that answers through the main queue.
+/// A cookie store in memory. Posts its completions to the main queue.
 class FakeCookieStore final : public CookieStore {
  public:
   explicit FakeCookieStore(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -18,14 +18,14 @@ class FakeCookieStore final : public CookieStore {
   void all(std::function<void(std::vector<Cookie>)> completion) override;
 
   std::vector<Cookie> cookies;
-  /// How long storing takes.
+  /// The time until a completion is called.
   std::chrono::milliseconds delay{0};
 
  private:
   FakeScheduler &scheduler_;
 };
 
-/// A web view that shows nothing and remembers what it was given.
+/// A web view that keeps what it was asked to load.
 class FakeWebView final : public WebView {
  public:
   FakeWebView(FakeScheduler &scheduler, WebViewConfiguration configuration,
@@ -37,9 +37,9 @@ class FakeWebView final : public WebView {
   CookieStore &cookieStore() override { return cookies_; }
 
   const WebViewConfiguration configuration;
-  /// For a test that plays the web engine.
+  /// For a test that simulates the web engine.
   WebViewDelegate &delegate;
-  /// What is shown: a page given as text, or the address that was loaded.
+  /// The current page: HTML or a URL. The other one is empty.
   std::string shownHtml;
   std::string shownUrl;
 

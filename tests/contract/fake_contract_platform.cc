@@ -21,7 +21,7 @@ class FakeContractPlatform final : public ContractPlatform {
     fake_.processes.script(child_programs::runsUntilAsked, {{.exitsAfter = std::nullopt}});
     fake_.processes.script(child_programs::missingProgram,
                            {{.launchError = child_programs::missingProgramError()}});
-    fake_.application.whileRunning = [this] {
+    fake_.application.onRun = [this] {
       fake_.scheduler.runUntil([this] { return fake_.application.terminated; },
                                std::chrono::seconds(20));
     };
