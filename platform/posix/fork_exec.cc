@@ -37,8 +37,8 @@ class BlockedSignals {
   sigset_t before_;
 };
 
-// Until exec the child makes only async-signal-safe calls: other threads may have held
-// locks at the fork, which nobody releases in the child.
+// Until exec the child makes only async-signal-safe calls: locks that other threads held
+// at the fork are never released in the child.
 
 void restoreSignals() {
   struct sigaction defaultAction{};

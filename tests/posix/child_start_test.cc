@@ -114,7 +114,7 @@ TEST_P(ChildStart, NoSignalIsBlockedOrIgnored) {
 }
 #endif
 
-class LaunchFailure : public PosixChildStart {
+class LaunchFailure : public ChildStart {
  protected:
   /// Launches a process and returns the error text. Fails the test when a process starts
   /// or the termination handler is called.
