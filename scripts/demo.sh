@@ -7,6 +7,7 @@
 # record has all steps.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/demo_functions.sh
 
 work=''
 application=''
@@ -38,23 +39,9 @@ finish() {
   exit "$status"
 }
 
-# wait_until SECONDS COMMAND...: repeats the command until it succeeds; fails on timeout.
-wait_until() {
-  local end=$((SECONDS + $1))
-  shift
-  until "$@"; do
-    [ "$SECONDS" -lt "$end" ] || return 1
-    sleep 0.05
-  done
-}
-
-gone() { ! kill -0 "$1" 2>/dev/null; }
 has_text() { [ -s "$1" ]; }
 nothing_left() { [ -z "$(left_running)" ]; }
-report() { node scripts/demo_report.mjs "$work/record.jsonl" "$@"; }
-painted() { report --until-painted >/dev/null 2>&1; }
 window_manager_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
-port_taken() { (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; }
 
 # Takes a screenshot; succeeds when the area below the header bar has more than 50 colours.
 page_in_screenshot() {

@@ -19,24 +19,11 @@ fail() {
 app=${1-}
 case $app in '' | /*) ;; *) app=$PWD/$app ;; esac
 cd "$(dirname "$0")/.."
+. scripts/demo_functions.sh
 app=${app:-$PWD/build/Orvel OS.app}
 executable="$app/Contents/MacOS/Orvel OS"
 
-# wait_until SECONDS COMMAND...: repeats the command until it succeeds; fails on timeout.
-wait_until() {
-  local end=$((SECONDS + $1))
-  shift
-  until "$@"; do
-    [ "$SECONDS" -lt "$end" ] || return 1
-    sleep 0.1
-  done
-}
-
-gone() { ! kill -0 "$1" 2>/dev/null; }
-report() { node scripts/demo_report.mjs "$work/record.jsonl" "$@"; }
-painted() { report --until-painted >/dev/null 2>&1; }
 painted_or_gone() { painted || gone "$application"; }
-port_taken() { (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; }
 port_free() { ! port_taken; }
 # Prints the process id of the server, or nothing before it listens.
 server() { sed -nE 's/^\{"event":"listening".*"pid":([0-9]+).*/\1/p' "$work/record.jsonl" 2>/dev/null | tail -1; }

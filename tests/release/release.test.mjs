@@ -53,7 +53,7 @@ test('a release is a reproducible archive and its manifest', () => {
   assert.equal(new Set(files.map(({ time }) => time)).size, 1);
 
   execFileSync('unzip', ['-q', archive, '-d', join(folder, 'unpacked')]);
-  const app = join(folder, 'uitgepakt/Orvel OS.app/Contents');
+  const app = join(folder, 'unpacked/Orvel OS.app/Contents');
   const information = readFileSync(join(app, 'Info.plist'), 'utf8');
   assert.match(information, /<key>CFBundleShortVersionString<\/key>\s*<string>1\.20\.3</);
   assert.match(information, /<key>ORVELOSURL<\/key>\s*<string>https:\/\/os\.example\.org\/</);

@@ -51,53 +51,47 @@ function viewersTable(results) {
 /// Returns the targets, each with the measured value and whether it is met.
 export function checkTargets(results) {
   const [ours, bare, tuned, ...others] = results.names;
-  const targets = [];
-  const add = (target, number, value, isMet) => targets.push({
-    target,
-    value,
-    result: Number.isFinite(number) ? (isMet ? 'met' : 'missed') : 'not measured',
-  });
-  const addRatio = (target, ratio, isMet) =>
-    add(target, ratio, `${format(ratio, 2)} times`, isMet(ratio));
-  const ratioTo = (other, field) =>
-    medianRatio(series(results, 'ready', ours, field), series(results, 'ready', other, field));
   const medianOf = (name, field, table = 'ready') => median(series(results, table, name, field));
   const betterBare = (field) => (medianOf(bare, field) < medianOf(tuned, field) ? bare : tuned);
+  const ratioTo = (other, field) =>
+    medianRatio(series(results, 'ready', ours, field), series(results, 'ready', other, field));
+  const transferRatio = (one, other) =>
+    medianRatio(series(results, 'transfers', one), series(results, 'transfers', other));
+  const target = (name, number, isMet, value = `${format(number, 2)} times`) => ({
+    target: name,
+    value,
+    result: Number.isFinite(number) ? (isMet(number) ? 'met' : 'missed') : 'not measured',
+  });
 
-  addRatio('painted no later than the better bare viewer', ratioTo(betterBare('painted'), 'painted'),
-    (ratio) => ratio <= 1);
-  for (const other of others) {
-    addRatio(`painted ahead of ${other}`, ratioTo(other, 'painted'), (ratio) => ratio < 1);
-  }
-  addRatio('memory at most 1.03 times the better bare viewer', ratioTo(betterBare('memory'), 'memory'),
-    (ratio) => ratio <= 1.03);
-  const chromium = others.find((name) => name.startsWith('Chromium'));
-  if (chromium) {
-    addRatio('processor time to 5 s after paint no more than Chromium',
-      ratioTo(chromium, 'processor'), (ratio) => ratio <= 1);
-  }
   const [minutes, bareMinutes, tunedMinutes] =
     [ours, bare, tuned].map((name) => series(results, 'minute', name));
   const more = median(minutes.map((time, round) =>
     time - Math.min(bareMinutes[round], tunedMinutes[round])));
-  add('a quiet minute at most 10 ms above the bare viewer', more, `${more.toFixed(1)} ms`, more <= 10);
-
   const node = median(results.names.flatMap((name) => series(results, 'cold', name, 'node')));
   const cold = medianOf(ours, 'painted', 'cold');
   // The application probes every 250 ms.
   const limit = medianOf(ours, 'painted') + Math.ceil(node / 250) * 250;
-  add(`a cold start no more than the ready one and Node's ${format(node)} ms, up to the next probe`,
-    limit - cold, `${format(cold)} ms of ${format(limit)} ms`, cold <= limit);
-
-  const transferRatio = (one, other) =>
-    medianRatio(series(results, 'transfers', one), series(results, 'transfers', other));
-  addRatio('4 GiB in one file at 0.9 times the speed of curl', transferRatio('large, curl', 'large'),
-    (ratio) => ratio >= 0.9);
-  addRatio('10,000 files of 10 KiB at 0.9 times the speed of curl',
-    transferRatio('small, curl', 'small'), (ratio) => ratio >= 0.9);
-  addRatio('an update of 200 MiB in 1.1 times download and unzip',
-    transferRatio('update', 'update, tools'), (ratio) => ratio <= 1.1);
-  return targets;
+  return [
+    target('painted no later than the better bare viewer',
+      ratioTo(betterBare('painted'), 'painted'), (ratio) => ratio <= 1),
+    ...others.map((other) =>
+      target(`painted ahead of ${other}`, ratioTo(other, 'painted'), (ratio) => ratio < 1)),
+    target('memory at most 1.03 times the better bare viewer',
+      ratioTo(betterBare('memory'), 'memory'), (ratio) => ratio <= 1.03),
+    ...others.filter((name) => name.startsWith('Chromium')).map((chromium) =>
+      target('processor time to 5 s after paint no more than Chromium',
+        ratioTo(chromium, 'processor'), (ratio) => ratio <= 1)),
+    target('a quiet minute at most 10 ms above the bare viewer',
+      more, () => more <= 10, `${more.toFixed(1)} ms`),
+    target(`a cold start no more than the ready one and Node's ${format(node)} ms, up to the next probe`,
+      limit - cold, (room) => room >= 0, `${format(cold)} ms of ${format(limit)} ms`),
+    target('4 GiB in one file at 0.9 times the speed of curl',
+      transferRatio('large, curl', 'large'), (ratio) => ratio >= 0.9),
+    target('10,000 files of 10 KiB at 0.9 times the speed of curl',
+      transferRatio('small, curl', 'small'), (ratio) => ratio >= 0.9),
+    target('an update of 200 MiB in 1.1 times download and unzip',
+      transferRatio('update', 'update, tools'), (ratio) => ratio <= 1.1),
+  ];
 }
 
 function transfersTable(results) {
