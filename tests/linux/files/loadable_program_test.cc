@@ -105,7 +105,7 @@ TEST_F(LoadableProgram, NeedsThisMachine) {
     header.e_machine = header.e_machine == EM_68K ? EM_SPARC : EM_68K;
   })));
   EXPECT_FALSE(isLoadable(withHeaders([](auto &header, auto &) {
-    header.e_ident[EI_CLASS] = header.e_ident[EI_CLASS] == ELFCLASS64 ? ELFCLASS32 : ELFCLASS64;
+    header.e_ident[EI_CLASS] = __ELF_NATIVE_CLASS == 64 ? ELFCLASS32 : ELFCLASS64;
   })));
 }
 
