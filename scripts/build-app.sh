@@ -52,8 +52,8 @@ need() { command -v "$1" >/dev/null || fail "$1 is not installed; $2"; }
 notary=()
 notarises() { [ "${#notary[@]}" -gt 0 ]; }
 if [ "$system" = Darwin ]; then
-  # macOS has stubs in /usr/bin for the tools that are not installed yet, so `command -v`
-  # does not find out.
+  # macOS has stubs in /usr/bin for Xcode's tools, which `command -v` finds even when the tools
+  # are not installed.
   need xcode-select "it is a part of macOS"
   xcode-select -p >/dev/null 2>&1 ||
     fail "Xcode's command line tools are not installed; xcode-select --install installs them"

@@ -2,7 +2,7 @@
 # Checks the format of the C++ code, and runs static analysis on the C++, JavaScript and
 # shell code.
 #
-#   ./scripts/lint.sh         reports what is wrong
+#   ./scripts/lint.sh         reports the findings
 #   ./scripts/lint.sh --fix   first formats the C++ code and applies the fixes of ESLint
 #
 # Fails when a linter is missing or has another version than the pinned one.
@@ -46,8 +46,8 @@ fi
 mapfile -t shell < <(git ls-files '*.sh' .ci/run)
 shellcheck "${shell[@]}"
 
-# Parsing the system headers takes most of the time, so this reads the merged sources of
-# the preset.
+# Parsing the system headers takes most of the time, so this checks the unity sources of the
+# preset, each of which includes several sources.
 cmake --preset clang >/dev/null
 commands=build/clang/compile_commands.json
 node -p 'JSON.parse(fs.readFileSync(process.argv[1])).map(({ file }) => file).join("\n")' \

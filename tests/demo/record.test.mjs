@@ -90,7 +90,7 @@ test('the record file holds every request with all headers', async () => {
   assert.ok(Math.abs(Date.now() - Date.parse(line.time)) < 60_000);
 });
 
-test('a request is recorded on arrival; its status is null until the response, 0 without one', async () => {
+test('a request is recorded on arrival; its status is null, then 0 without a response', async () => {
   const url = '/api/bestand/stil';
   const socket = net.connect(server.port, '127.0.0.1');
   socket.write(`GET ${url} HTTP/1.1\r\nHost: x\r\n\r\n`);

@@ -38,7 +38,7 @@ test('SIGTERM during a response ends the server with status 0', async () => {
   }
 });
 
-test('the page /server ends the server by status or signal, or makes it ignore SIGTERM', async () => {
+test('the page /server ends the server or makes it ignore SIGTERM', async () => {
   const headers = { 'X-Orvel-Demo': 'ja' };
   const exiting = await start();
   const killed = await start();

@@ -72,8 +72,8 @@ test('without iconutil the script writes the container from the current SVG', { 
   let different = 0;
   for (let y = 0; y < 256; y += 1) {
     for (let x = 0; x < 256; x += 1) {
-      const other = then.pixel(x, y);
-      if (now.pixel(x, y).some((value, index) => Math.abs(value - other[index]) > 24)) different += 1;
+      const old = then.pixel(x, y);
+      if (now.pixel(x, y).some((value, index) => Math.abs(value - old[index]) > 24)) different += 1;
     }
   }
   assert.ok(different < 100, `${different} pixels differ: the SVG has changed, run make-icns.sh`);

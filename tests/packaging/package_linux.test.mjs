@@ -178,13 +178,15 @@ test('wrong arguments and failing tools are reported and leave no file', () => {
   assertFails(/'.*\/file' is not a folder/, ['file']);
   assertFails(/is not a number of seconds/, ['none'], { SOURCE_DATE_EPOCH: 'yesterday' });
   for (const maintainer of ['me', '<me@here.nl>', 'me <me>', 'me <me@here.nl>\nx']) {
-    assertFails(/is not a maintainer; use a name and an address/, ['none'], { ORVELOS_MAINTAINER: maintainer });
+    assertFails(/is not a maintainer; /, ['none'], { ORVELOS_MAINTAINER: maintainer });
   }
-  for (const homepage of ['orvel.nl', 'file:///', 'https://', 'https://a.nl/|&', 'http://a.nl/?b']) {
-    assertFails(/is not a homepage; use an http or https address/, ['none'], { ORVELOS_HOMEPAGE: homepage });
+  const homepages = ['orvel.nl', 'file:///', 'https://', 'https://a.nl/|&', 'http://a.nl/?b'];
+  for (const homepage of homepages) {
+    assertFails(/is not a homepage; /, ['none'], { ORVELOS_HOMEPAGE: homepage });
   }
   assert.ok(!existsSync(path('none')));
-  assertFails(/build-app: '1\.2-beta' is not a version/, ['empty'], { ORVELOS_VERSION: '1.2-beta' });
+  assertFails(/build-app: '1\.2-beta' is not a version/, ['empty'],
+    { ORVELOS_VERSION: '1.2-beta' });
   mkdirSync(path('bin'));
   const environment = { PATH: `${path('bin')}:${process.env.PATH}` };
   writeFileSync(path('bin/cpack'), '#!/bin/sh\necho no space\nexit 1\n', { mode: 0o755 });
@@ -207,7 +209,7 @@ function filesBelow(place) {
     .map((file) => [file, readFileSync(join(place, file), 'latin1')]));
 }
 
-test('the package is installed, started from its desktop entry, quit and removed', { timeout: 120_000 }, async (t) => {
+test('the package is installed, started, quit and removed', { timeout: 120_000 }, async (t) => {
   if (process.getuid() !== 0) return t.skip('only root can install a package');
   // Runs in reverse order, also after a failure.
   const cleanup = [];

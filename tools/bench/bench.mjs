@@ -66,9 +66,9 @@ async function measure(table, name, body) {
 
 /// Alternates the order, because the first transfer pays for memory that a virtual machine
 /// gets from its host.
-async function measureTransfers(round, pair, ...options) {
+async function measureTransfers(round, pair, archive) {
   for (const [name, transfer] of round % 2 === 0 ? pair : pair.reverse()) {
-    await measure('transfers', name, () => transfer(bench, ...options));
+    await measure('transfers', name, () => transfer(bench, archive));
   }
 }
 
@@ -91,7 +91,8 @@ try {
   for (let round = 0; round < rounds.transfers; round += 1) {
     await measureTransfers(round, [['large', largeByApplication], ['large, curl', largeByCurl]]);
     await measureTransfers(round, [['small', smallByApplication], ['small, curl', smallByCurl]]);
-    await measureTransfers(round, [['small, curl, new connections', smallByCurl]], { reuse: false });
+    await measure('transfers', 'small, curl, new connections',
+      () => smallByCurl(bench, { reuse: false }));
   }
   if (rounds.updates > 0) {
     const { updateByApplication, updateByTools } = transfers;
