@@ -116,7 +116,8 @@ void printMeasurement() {
   }
   std::cout << "{\"time\":" << now() << ",\"processor\":" << processor
             << ",\"memory\":" << proportional << ",\"own\":" << privateDirty << ",\"processes\":["
-            << names << "]}" << std::endl;
+            << names << "]}" << '\n'
+            << std::flush;
 }
 
 /// Reaps exited children; returns false when no child is left.
@@ -151,7 +152,7 @@ int main(int argc, char **argv) {
   ::sigprocmask(SIG_BLOCK, &childSignal, nullptr);
   const int exits = ::signalfd(-1, &childSignal, SFD_CLOEXEC);
 
-  std::cout << "{\"time\":" << now() << "}" << std::endl;
+  std::cout << "{\"time\":" << now() << "}" << '\n' << std::flush;
   startProgram(argv + 1, childSignal);
 
   std::array<pollfd, 2> watched{{{exits, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
@@ -174,5 +175,5 @@ int main(int argc, char **argv) {
     }
     break;
   }
-  std::cout << "{\"time\":" << now() << ",\"ended\":true}" << std::endl;
+  std::cout << "{\"time\":" << now() << ",\"ended\":true}" << '\n' << std::flush;
 }
