@@ -1,116 +1,113 @@
-// Alerts with a screen reader and with the keyboard.
+// Dialogs with a screen reader and with the keyboard.
 
 import assert from 'node:assert/strict';
+import { setTimeout as pause } from 'node:timers/promises';
 
 import { withAccessibility } from '../support/desktop/accessibility.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { button } from '../support/desktop/page.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-const button = (id, script) => `<button id="${id}" onclick="${script}">${id}</button>`;
-// Each look starts a program, which takes long on a busy machine.
-const patient = { timeout: 180_000 };
-
 const addressTitle = 'Adres van het OS';
 
-/// Waits until the dialog holds what `find` looks for.
-const awaitNode = (what, read, find) => waitFor(what, async () => (await read()).find(find));
-/// Waits until the element of this name has the focus.
-const awaitFocus = (label, read) =>
-  awaitNode(`the focus on ${label}`, read, ({ name, focused }) => name === label && focused);
-
-/// Returns the screen position of an accessible of a panel.
-async function onScreen(screen, panel, { place }) {
-  const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', panel);
-  const [x, y] = ['X', 'Y'].map((name) =>
-    Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
-  return { ...place, x: x + place.x, y: y + place.y };
+/// Declares a test whose body also gets a function that reads the accessibles of the open dialog,
+/// and a function that shows a page.
+function accessibilityTest(name, body) {
+  // Each read starts a program, which takes long on a busy machine.
+  test(name, { timeout: 180_000 }, (user, screen) =>
+    withAccessibility(screen, (environment, read) =>
+      body(user, screen, read, (page) => user.startWithPage(page, {}, { environment }))));
 }
 
-test('the address dialog is a dialog with a description, and its field has a name', patient,
-  (user, screen) => withAccessibility(screen, async (environment, read) => {
-    await user.startAndShowPage({ environment });
+/// Waits for an accessible that satisfies a predicate.
+const awaitAccessible = (what, read, matches) =>
+  waitFor(what, async () => (await read()).find(matches));
+const awaitFocus = (label, read) =>
+  awaitAccessible(`the focus on ${label}`, read, ({ name, focused }) => name === label && focused);
+
+accessibilityTest('the address dialog has a name and a description, and its field has a name',
+  async (user, screen, read, showPage) => {
+    await showPage('');
     await screen.openAddressDialog();
     await saveScreenshot('accessible-address-dialog');
-    const dialog = await awaitNode('the dialog', read, () => true);
+    const dialog = await awaitAccessible('the dialog', read, () => true);
     assert.equal(dialog.name, addressTitle);
     assert.match(dialog.description, /Online: .*\nOp deze Mac: http:\/\/127\.0\.0\.1:4767\//);
-    const field = await awaitNode('the field', read, ({ role }) => /^(entry|text)$/.test(role));
+    const field = await awaitAccessible('the field', read, ({ role }) =>
+      /^(entry|text)$/.test(role));
     assert.equal(field.name, addressTitle);
     const names = (await read()).filter(({ role }) => /button/.test(role)).map(({ name }) => name);
     assert.ok(names.includes('Bewaar') && names.includes('Annuleren'), String(names));
     await user.quit();
-  }));
+  });
 
-test('the button that has the focus by keyboard has a bright ring', patient,
-  (user, screen) => withAccessibility(screen, async (environment, read) => {
-    const page = button('vraag', "confirm('Doorgaan?')");
-    const layout = await user.startWithPage(page, {}, { environment });
-    await screen.clickElement(layout, 'vraag');
-    const panel = await screen.awaitPanel('Doorgaan?');
-    const dialog = await awaitNode('the dialog', read, () => true);
-    assert.equal(dialog.name, 'Doorgaan?');
+accessibilityTest('a button with the keyboard focus has a bright ring that stays',
+  async (user, screen, read, showPage) => {
+    const layout = await showPage(button('ask', "confirm('Continue?')"));
+    await screen.clickElement(layout, 'ask');
+    const panel = await screen.awaitPanel('Continue?');
+    const dialog = await awaitAccessible('the dialog', read, () => true);
+    assert.equal(dialog.name, 'Continue?');
     assert.equal(dialog.description, '');
     for (const label of ['Annuleren', 'OK']) {
       await screen.pressKeys('Tab');
-      const place = await onScreen(screen, panel, await awaitFocus(label, read));
-      // Above the button's middle; its place may leave out what surrounds the label.
-      const x = Math.round(place.x + place.width / 2);
-      const ring = () => Array.from({ length: 16 }, (_, above) =>
-        screen.screenshot().pixel(x, Math.round(place.y) - 1 - above))
-        .filter((colour) => colour.every((part) => part > 200)).length;
-      await waitFor(`a ring around ${label}`, () => ring() >= 2);
+      const { extents } = await awaitFocus(label, read);
+      const { x: left, y: top } = await screen.geometry(panel);
+      // Above the middle of the button. Its extents may leave out the padding of the label.
+      const x = Math.round(left + extents.x + extents.width / 2);
+      const bottom = Math.round(top + extents.y) - 1;
+      const hasRing = () => Array.from({ length: 16 }, (_, above) =>
+        screen.screenshot().pixel(x, bottom - above))
+        .filter((colour) => colour.every((channel) => channel > 200)).length >= 2;
+      await waitFor(`a ring around ${label}`, hasRing);
       await saveScreenshot(`focus-${label}`);
-      // The ring must stay; GTK's own disappears after three seconds.
-      await new Promise((resolve) => setTimeout(resolve, 4000));
-      assert.ok(ring() >= 2, `no ring around ${label} any more`);
+      // GTK hides its own focus ring after three seconds.
+      await pause(4000);
+      assert.ok(hasRing(), `no ring around ${label} any more`);
     }
-    await screen.pressKeys('Return');
-    await screen.awaitPanelClosed('Doorgaan?');
+    await screen.closePanel('Continue?');
     await user.quit();
-  }));
+  });
 
-const long = Array.from({ length: 80 }, (_, line) => `Regel ${line}`).join('\\n');
-
-test('Page Down and Page Up scroll a long message, which the Tab key reaches', patient,
-  (user, screen) => withAccessibility(screen, async (environment, read) => {
-    const layout = await user.startWithPage(button('lang', `alert('${long}')`), {}, { environment });
-    await screen.clickElement(layout, 'lang');
-    await waitFor('the panel', async () => (await screen.windowCount()) === 2);
-    await awaitNode('the message', read, ({ role, name }) =>
-      role === 'label' && name.startsWith('Regel 0'));
+accessibilityTest('the Tab key reaches a long message, and Page Down and Page Up scroll it',
+  async (user, screen, read, showPage) => {
+    const text = Array.from({ length: 80 }, (_, line) => `Line ${line}`).join('\\n');
+    const layout = await showPage(button('long', `alert('${text}')`));
+    await screen.clickElement(layout, 'long');
+    await screen.awaitWindowCount(2);
+    const isMessage = ({ role, name }) => role === 'label' && name.startsWith('Line 0');
+    await awaitAccessible('the message', read, isMessage);
     await saveScreenshot('long-message');
-    const y = async () => (await read()).find(({ role, name }) =>
-      role === 'label' && name.startsWith('Regel 0')).place.y;
-    const top = await y();
+    const messageTop = async () => (await read()).find(isMessage).extents.y;
+    const top = await messageTop();
     await screen.pressKeys('Next');
-    await waitFor('a scrolled message', async () => (await y()) < top);
+    await waitFor('a scrolled message', async () => (await messageTop()) < top);
     await screen.pressKeys('Prior');
-    await waitFor('the top of the message', async () => (await y()) === top);
+    await waitFor('the top of the message', async () => (await messageTop()) === top);
     // From the only button to the message, and back.
-    const hasFocus = async () =>
+    const isButtonFocused = async () =>
       (await read()).some(({ name, focused }) => name === 'OK' && focused);
     await screen.pressKeys('Tab');
-    await waitFor('the focus off the button', async () => !(await hasFocus()));
+    await waitFor('the focus off the button', async () => !(await isButtonFocused()));
     await saveScreenshot('long-message-focus');
     await screen.pressKeys('Tab');
-    await waitFor('the focus on the button', hasFocus);
+    await waitFor('the focus on the button', isButtonFocused);
     await screen.pressKeys('Return');
     await screen.awaitWindowCount(1);
     await user.quit();
-  }));
+  });
 
-test('the Tab key passes a message that does not scroll', patient,
-  (user, screen) => withAccessibility(screen, async (environment, read) => {
-    const layout = await user.startWithPage(button('kort', "confirm('Kort')"), {}, { environment });
-    await screen.clickElement(layout, 'kort');
-    await screen.awaitPanel('Kort');
+accessibilityTest('the Tab key skips a message that does not scroll',
+  async (user, screen, read, showPage) => {
+    const layout = await showPage(button('short', "confirm('Short')"));
+    await screen.clickElement(layout, 'short');
+    await screen.awaitPanel('Short');
     for (const label of ['Annuleren', 'OK', 'Annuleren']) {
       await screen.pressKeys('Tab');
       await awaitFocus(label, read);
     }
-    await screen.pressKeys('Escape');
-    await screen.awaitPanelClosed('Kort');
+    await screen.closePanel('Short', 'Escape');
     await user.quit();
-  }));
+  });

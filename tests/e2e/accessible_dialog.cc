@@ -1,6 +1,5 @@
-// Prints what a screen reader finds of the dialogs of the applications on the
-// accessibility bus: a JSON array with an object for each accessible, parents
-// first. Places are in pixels from the corner of the dialog.
+// Prints the accessibles of all dialogs on the accessibility bus: a JSON array with an object for
+// each, parents first. Extents are in pixels, relative to the window.
 
 #include <atspi/atspi.h>
 
@@ -20,27 +19,28 @@ Pointer<Object> adopt(Object *object) {
           }};
 }
 
-/// Returns a text as a JSON string. The bus delivers valid UTF-8.
+/// Returns a text as a JSON string. Texts from D-Bus are valid UTF-8.
 std::string quoted(const char *text) {
-  std::string all = "\"";
+  std::string result = "\"";
   for (const char *at = text != nullptr ? text : ""; *at != '\0'; ++at) {
     const auto byte = static_cast<unsigned char>(*at);
     if (byte < 0x20) {
       char escape[8];
       std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-      all += escape;
+      result += escape;
     } else {
-      if (*at == '"' || *at == '\\') all += '\\';
-      all += *at;
+      if (*at == '"' || *at == '\\') result += '\\';
+      result += *at;
     }
   }
-  return all + "\"";
+  return result + "\"";
 }
 
-std::string taken(char *text) {
-  std::string all = quoted(text);
+/// Does the same and frees the text.
+std::string quotedAndFreed(char *text) {
+  std::string result = quoted(text);
   g_free(text);
-  return all;
+  return result;
 }
 
 bool has(AtspiAccessible *accessible, AtspiStateType state) {
@@ -48,24 +48,24 @@ bool has(AtspiAccessible *accessible, AtspiStateType state) {
   return states && atspi_state_set_contains(states.get(), state) != FALSE;
 }
 
-std::string place(AtspiAccessible *accessible) {
+std::string extents(AtspiAccessible *accessible) {
   const auto component = adopt(atspi_accessible_get_component_iface(accessible));
   if (!component) return "null";
   AtspiRect *rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr);
   if (rect == nullptr) return "null";
-  std::string all = "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
-                    ",\"width\":" + std::to_string(rect->width) +
-                    ",\"height\":" + std::to_string(rect->height) + "}";
+  std::string result = "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
+                       ",\"width\":" + std::to_string(rect->width) +
+                       ",\"height\":" + std::to_string(rect->height) + "}";
   g_free(rect);
-  return all;
+  return result;
 }
 
 void print(AtspiAccessible *accessible, const char *&separator) {
-  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"place":%s})", separator,
-              taken(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-              taken(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-              taken(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", place(accessible).c_str());
+  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"extents":%s})", separator,
+              quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+              quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+              quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", extents(accessible).c_str());
   separator = ",\n";
 }
 
@@ -84,7 +84,7 @@ void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
   forEachChild(accessible, [&](AtspiAccessible *child) { printWithChildren(child, separator); });
 }
 
-/// An alert dialog has the role of an alert from GTK 4.10 on.
+/// Since GTK 4.10 an alert dialog has the role "alert".
 bool isDialog(AtspiAccessible *accessible) {
   const AtspiRole role = atspi_accessible_get_role(accessible, nullptr);
   return role == ATSPI_ROLE_DIALOG || role == ATSPI_ROLE_ALERT;

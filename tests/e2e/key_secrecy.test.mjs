@@ -1,21 +1,21 @@
-// The application's key is told to its server, and to nobody else.
+// The application sends its key to its server and exposes it nowhere else.
 
 import assert from 'node:assert/strict';
-import { chmodSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { spawnSync } from 'node:child_process';
+import { chmodSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join, relative } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
-import { OnlineServer } from '../support/desktop/online_server.mjs';
-import { kill } from '../support/desktop/processes.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { link } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// What anybody on this machine may read of a process, and what its owner may.
-function readable(pid) {
+/// Returns what other processes can read of a process.
+function readableText(pid) {
   return ['cmdline', 'environ', 'comm'].map((name) => {
     try {
       return readFileSync(`/proc/${pid}/${name}`, 'latin1');
@@ -25,14 +25,14 @@ function readable(pid) {
   }).join('\0');
 }
 
-/// Looks at every process of the user, again and again until told to stop, and
-/// gives the names of all and of those that hold the key.
+/// Starts to watch the user's processes. Returns a function that stops and returns the names of
+/// all processes and of those with the key in a readable text.
 function watchProcesses(user) {
-  const seen = { all: new Set(), telling: new Set() };
+  const seen = { all: new Set(), withKey: new Set() };
   const timer = setInterval(() => {
     for (const { pid, name } of user.processes()) {
       seen.all.add(name);
-      if (readable(pid).includes(KEY)) seen.telling.add(name);
+      if (readableText(pid).includes(KEY)) seen.withKey.add(name);
     }
   }, 20);
   return () => {
@@ -41,25 +41,25 @@ function watchProcesses(user) {
   };
 }
 
-/// Tools that are gone too soon to be looked at: each leaves its own and its
-/// shell's command line and environment behind, then does its work.
-function tellingTools(user) {
-  const folder = join(user.folder, 'tools');
-  const told = join(user.folder, 'told by tools');
+/// Creates wrappers of programs that end too soon to be watched. Each first writes its own and
+/// its shell's command line and environment to the file `log`.
+function createLoggingPrograms(user) {
+  const folder = join(user.folder, 'programs');
+  const log = join(user.folder, 'programs.log');
   mkdirSync(folder);
   for (const name of ['lsof', 'ps', 'node']) {
     const { stdout } = spawnSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' });
     const path = join(folder, name);
     writeFileSync(path, `#!/bin/sh
-for process in $$ $PPID; do cat /proc/$process/cmdline /proc/$process/environ; done >>'${told}'
+for process in $$ $PPID; do cat /proc/$process/cmdline /proc/$process/environ; done >>'${log}'
 exec '${stdout.trim()}' "$@"
 `);
     chmodSync(path, 0o755);
   }
-  return { PATH: `${folder}:${process.env.PATH}`, told };
+  return { PATH: `${folder}:${process.env.PATH}`, log };
 }
 
-/// The files below a folder whose bytes hold the key.
+/// Returns the files below a folder that contain the key.
 function filesWithKey(folder) {
   return readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
     const path = join(folder, entry.name);
@@ -68,95 +68,92 @@ function filesWithKey(folder) {
   });
 }
 
-test('the key stands in no list of processes, no log and no message', { timeout: 120_000 },
-  async (user, screen) => {
+test('no command line, environment, log, message or other file contains the key',
+  { timeout: 120_000 }, async (user, screen) => {
     const desktop = new Desktop(user);
-    const { PATH, told } = tellingTools(user);
+    const { PATH, log } = createLoggingPrograms(user);
     const stopWatching = watchProcesses(user);
-    const page = await user.startWithPage('<a id="uit" href="/api/export">uit</a>', {
-      routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'een\n' } },
+    const layout = await user.startWithPage(link('export', '/api/export'), {
+      routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
     }, { environment: { PATH } });
-    await screen.clickElement(page, 'uit');
-    assert.equal(await desktop.awaitFile('export.csv'), 'een\n');
+    await screen.clickElement(layout, 'export');
+    assert.equal(await desktop.awaitFile('export.csv'), 'one\n');
     const { pid, env, argv } = await user.root.awaitStarted();
-    assert.doesNotMatch(JSON.stringify({ env, argv }), new RegExp(KEY));
+    assert.ok(!JSON.stringify({ env, argv }).includes(KEY));
 
-    // The messages of a server that has gone, and of one that never comes.
+    // The error pages of a server that has stopped, and of one that does not respond.
     kill(pid);
-    const gone = await screen.awaitPageText((text) => text.includes('gestopt'));
+    const stopped = await screen.awaitPageText((text) => text.includes('gestopt'));
     user.root.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
-    const silent = await screen.awaitPageText((text) => text.includes('reageert niet'),
+    const unresponsive = await screen.awaitPageText((text) => text.includes('reageert niet'),
       { timeout: 60_000 });
-    for (const text of [gone, silent]) assert.doesNotMatch(text, new RegExp(KEY));
-    const { output } = user.runs[0];
+    for (const text of [stopped, unresponsive]) assert.ok(!text.includes(KEY), text);
     await user.quit();
 
-    const { all, telling } = stopWatching();
+    const { all, withKey } = stopWatching();
     for (const name of ['orvel-os', 'WebKitWebProces', 'WebKitNetworkPr', 'node']) {
       assert.ok([...all].some((each) => each.startsWith(name)), `${name} among ${[...all]}`);
     }
-    assert.deepEqual([...telling], []);
-    const tools = readFileSync(told, 'latin1');
-    for (const word of ['-sTCP:LISTEN', 'ORVEL_OS_ROOT=']) assert.ok(tools.includes(word), word);
-    assert.ok(!tools.includes(KEY), 'a tool was told the key');
+    assert.deepEqual([...withKey], []);
+    const programLog = readFileSync(log, 'latin1');
+    for (const text of ['-sTCP:LISTEN', 'ORVEL_OS_ROOT=']) assert.ok(programLog.includes(text));
+    assert.ok(!programLog.includes(KEY), 'a program got the key');
 
+    const [{ output }] = user.runs;
     assert.ok(!output.includes(KEY), output);
     assert.ok(!readFileSync(user.root.log, 'latin1').includes(KEY));
-    // The bundle brings it, the web view keeps it as its cookie, and the test's
-    // own server writes down all that it hears.
-    const expected = /^(map met spaties\/.*\/Info\.plist|de gegevens\/v3\/record\.jsonl|data\/.*cookies[^/]*)$/;
+    // Its source, the record of the fixture server, and the cookie of the web view.
+    const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
+      /^data\/.*cookies[^/]*$/];
     const files = filesWithKey(user.folder).map((path) => relative(user.folder, path));
-    assert.ok(files.some((path) => path.endsWith('record.jsonl')), 'the search finds what is there');
-    assert.deepEqual(files.filter((path) => !expected.test(path)), []);
+    assert.ok(files.some((path) => path.endsWith('record.jsonl')), 'the search finds the key');
+    assert.deepEqual(
+      files.filter((path) => !expected.some((pattern) => pattern.test(path))), []);
   });
 
-test('another host learns neither key nor cookie, whatever leads to it', {},
-  async (user, screen) => {
-    const desktop = new Desktop(user);
-    const other = await OnlineServer.open({
-      routes: { '/bestand': { headers: { 'content-type': 'text/csv' }, body: 'elders\n' } },
-    });
-    try {
-      const to = (path) => ({ status: 302, headers: { location: `${other.address}${path}` } });
-      const page = await user.startWithPage(`
-        <a id="bestand" href="/api/bestand/1">bestand</a>
-        <img src="${other.address}plaatje"><img src="/omweg">
-        <link rel="stylesheet" href="${other.address}stijl.css">
-        <script src="${other.address}script.js"></script>
-        <script>
-          const options = { mode: 'no-cors', credentials: 'include' };
-          fetch('${other.address}gehaald', options).catch(() => {});
-          fetch('/omweg-voor-script', options).catch(() => {});
-          navigator.sendBeacon('${other.address}baken', 'x');
-        </script>`, {
-        routes: {
-          '/omweg': to('omgeleid'),
-          '/omweg-voor-script': to('script-omgeleid'),
-          '/api/bestand/1': to('bestand'),
-        },
-      });
-      await screen.clickElement(page, 'bestand');
-      assert.equal(await desktop.awaitFile('bestand.csv'), 'elders\n');
-      const paths = ['plaatje', 'omgeleid', 'stijl.css', 'script.js', 'gehaald',
-        'script-omgeleid', 'baken', 'bestand'];
-      for (const path of paths) {
-        await waitFor(`a request for ${path}`, () => other.requestsTo(`/${path}`).length > 0);
-      }
-      for (const { url, headers, body } of other.requests) {
-        // A page has one user agent for all hosts; the application itself has none.
-        const { 'user-agent': agent, ...rest } = headers;
-        if (url === '/bestand') assert.ok(!agent?.includes(KEY), agent);
-        assert.doesNotMatch(JSON.stringify({ url, rest, body }), new RegExp(`${KEY}|orvelapp`), url);
-        assert.equal(rest['x-orvel-app'], undefined, url);
-        assert.equal(rest.cookie, undefined, url);
-      }
-      // Its own server is told both all the while.
-      const [asked] = user.root.requests('/api/bestand/1');
-      assert.equal(asked.headers['x-orvel-app'], KEY);
-      assert.match(asked.headers.cookie, new RegExp(`orvelapp=${KEY}`));
-      await user.quit();
-    } finally {
-      other.close();
-    }
+test('another host gets neither key nor cookie by any kind of request', async (user, screen) => {
+  const desktop = new Desktop(user);
+  const other = await user.openOnlineServer({
+    routes: { '/file': { headers: { 'content-type': 'text/csv' }, body: 'elsewhere\n' } },
   });
+  const { address } = other;
+  const redirect = (path) => ({ status: 302, headers: { location: `${address}${path}` } });
+  const layout = await user.startWithPage(`
+    ${link('file', '/api/bestand/1')}
+    <img src="${address}image"><img src="/redirected-image">
+    <link rel="stylesheet" href="${address}style.css">
+    <script src="${address}script.js"></script>
+    <script>
+      const options = { mode: 'no-cors', credentials: 'include' };
+      fetch('${address}fetch', options).catch(() => {});
+      fetch('/redirected-fetch', options).catch(() => {});
+      navigator.sendBeacon('${address}beacon', 'x');
+    </script>`, {
+    routes: {
+      '/redirected-image': redirect('image-redirect'),
+      '/redirected-fetch': redirect('fetch-redirect'),
+      '/api/bestand/1': redirect('file'),
+    },
+  });
+  await screen.clickElement(layout, 'file');
+  assert.equal(await desktop.awaitFile('file.csv'), 'elsewhere\n');
+  const paths = ['image', 'image-redirect', 'style.css', 'script.js', 'fetch', 'fetch-redirect',
+    'beacon', 'file'];
+  for (const path of paths) {
+    await waitFor(`a request for ${path}`, () => other.requestsTo(`/${path}`).length > 0);
+  }
+  for (const { url, headers, body } of other.requests) {
+    // The web view has one user agent, with the key, for all hosts.
+    const { 'user-agent': agent, ...rest } = headers;
+    if (url === '/file') assert.ok(!agent?.includes(KEY), agent);
+    assert.doesNotMatch(JSON.stringify({ url, rest, body }), new RegExp(`${KEY}|orvelapp`), url);
+    assert.equal(rest['x-orvel-app'], undefined, url);
+    assert.equal(rest.cookie, undefined, url);
+  }
+  // The own server gets both.
+  const [{ headers }] = user.root.requests('/api/bestand/1');
+  assert.equal(headers['x-orvel-app'], KEY);
+  assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  await user.quit();
+});

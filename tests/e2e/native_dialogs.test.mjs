@@ -1,66 +1,63 @@
-// The application can quit while a dialog or window of WebKit or GTK is open.
+// Dialogs and windows of WebKit and GTK.
 
 import assert from 'node:assert/strict';
 
-import { pageColour } from '../support/desktop/page.mjs';
-import { kill } from '../support/desktop/processes.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { button, link, pageColour } from '../support/desktop/page.mjs';
+import { quitActions } from '../support/desktop/quit_actions.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
 const challenge = {
-  status: 401, headers: { 'www-authenticate': 'Basic realm="Archief"' }, body: 'geen toegang',
+  status: 401, headers: { 'www-authenticate': 'Basic realm="Archive"' }, body: 'access denied',
 };
-const routes = { '/geheim': challenge };
-const secretLink = '<a id="open" href="/geheim">geheim</a>';
+const routes = { '/secret': challenge };
+const secretLink = link('open', '/secret');
 
 /// The middle of the page.
 const middle = [600, 420];
 /// A corner of the page that nothing covers.
 const corner = [1150, 120];
 
+const isGrey = ([red, green, blue]) => red === green && green === blue;
+
 /// Waits until WebKit has drawn its authentication dialog over the page.
-async function authenticationOpen(screen) {
-  await waitFor('the page in the shade', () => screen.screenshot().pixel(...corner)[2] < pageColour[2]);
-  // The dialog is grey and covers these points, its texts and fields perhaps some of them.
+async function awaitAuthentication(screen) {
+  await waitFor('a dimmed page', () => screen.screenshot().pixel(...corner)[2] < pageColour[2]);
+  // The dialog is grey and covers these points. Its texts and fields may cover some of them.
   const points = [520, 560, 600, 640, 680].flatMap((x) => [310, 345, 380, 415].map((y) => [x, y]));
   await waitFor('the dialog', () => {
     const screenshot = screen.screenshot();
-    const isGrey = ([red, green, blue]) => red === green && green === blue;
-    return points.filter((point) => isGrey(screenshot.pixel(...point))).length > points.length / 2;
+    const grey = points.filter((point) => isGrey(screenshot.pixel(...point)));
+    return grey.length > points.length / 2;
   });
 }
 
-/// Opens the inspector by the last item of the page's context menu, and waits
-/// until its tool bar is drawn.
+/// Opens the inspector by the last item of the page's context menu, and waits until its tool bar
+/// is drawn.
 async function openInspector(screen) {
   await screen.click(...middle, { button: 3 });
   await screen.awaitMenu();
   await screen.pressKeys('Up', 'Return');
   await screen.awaitMenu(false);
-  await waitFor('the inspector below the page', () => {
-    const [red, green, blue] = screen.screenshot().pixel(600, 790);
-    return red === green && green === blue;
-  });
+  await waitFor('the inspector', () => isGrey(screen.screenshot().pixel(600, 790)));
 }
 
 const dialogs = {
   'the print dialog': {
-    page: '<button id="open" onclick="print()">afdrukken</button>',
+    page: button('open', 'print()'),
     open: (screen) => screen.awaitSecondWindow(),
   },
   'the file chooser': {
-    page: `<button id="open" onclick="bestand.click()">bestand</button>
-      <input id="bestand" type="file">`,
+    page: `${button('open', 'chooser.click()')}<input id="chooser" type="file">`,
     open: (screen) => screen.awaitSecondWindow(),
   },
   'the colour chooser': {
-    page: `<button id="open" onclick="kleur.click()">kleur</button>
-      <input id="kleur" type="color">`,
+    page: `${button('open', 'chooser.click()')}<input id="chooser" type="color">`,
     open: (screen) => screen.awaitSecondWindow(),
   },
-  'the authentication dialog': { page: secretLink, open: authenticationOpen },
+  'the authentication dialog': { page: secretLink, open: awaitAuthentication },
   'the attached inspector': { page: '', open: openInspector },
   'the detached inspector': {
     page: '',
@@ -76,85 +73,81 @@ const dialogs = {
   },
 };
 
-const ways = {
-  'the quit key': (run, screen) => screen.pressKeys('ctrl+q'),
-  SIGTERM: (run) => kill(run.pid, 'SIGTERM'),
-  'closing the window': (run, screen) => screen.closeMainWindow(),
+const actions = {
+  'the quit key': quitActions['the quit key'],
+  SIGTERM: quitActions.SIGTERM,
+  'closing the main window': (run, screen) => screen.closeMainWindow(),
 };
 
 for (const [dialog, { page, open }] of Object.entries(dialogs)) {
-  for (const [way, quit] of Object.entries(ways)) {
-    test(`${way} quits while ${dialog} is open`, {}, async (user, screen) => {
+  for (const [action, quit] of Object.entries(actions)) {
+    test(`${action} quits while ${dialog} is open`, async (user, screen) => {
       const layout = await user.startWithPage(page, { routes });
-      await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
+      await screen.awaitPage(...corner);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
       await saveScreenshot(dialog);
       await quit(user.runs[0], screen);
-      const { code, signal } = await user.awaitExit(user.runs[0]);
-      assert.deepEqual({ code, signal }, { code: 0, signal: null });
+      await user.awaitCleanExit();
       await user.root.awaitServerExit();
-      assert.equal(user.root.events('stopped').length, 1, 'the server was stopped in order');
+      assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
     });
   }
 }
 
-test('Escape cancels the authentication, and the page shows the answer', {},
-  async (user, screen) => {
-    const layout = await user.startWithPage(secretLink, { routes });
-    await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
-    await screen.clickElement(layout, 'open');
-    await authenticationOpen(screen);
-    await screen.pressKeys('Escape');
-    await screen.awaitPageText((text) => text === challenge.body);
-    assert.equal(user.root.requests('/geheim').length, 1);
-    await user.quit();
-  });
+test('Escape cancels the authentication and shows the response', async (user, screen) => {
+  const layout = await user.startWithPage(secretLink, { routes });
+  await screen.awaitPage(...corner);
+  await screen.clickElement(layout, 'open');
+  await awaitAuthentication(screen);
+  await screen.pressKeys('Escape');
+  await screen.awaitPageText((text) => text === challenge.body);
+  assert.equal(user.root.requests('/secret').length, 1);
+  await user.quit();
+});
 
-test('a name and a password go to the server; Escape then belongs to the page again', {},
+test('name and password are sent, and Escape goes to the page afterwards',
   async (user, screen) => {
     const layout = await user.startWithPage(`<input id="field">
-      <button id="open" onclick="fetch('/geheim').then(
-        (answer) => report('antwoord', { status: answer.status }))">geheim</button><script>
-      addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
+      ${button('open', "fetch('/secret').then(({ status }) => report('response', { status }))")}
+      <script>
+        addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
       </script>`, { routes });
-    await waitFor('the page', () => screen.screenshot().shows(pageColour, ...corner));
+    await screen.awaitPage(...corner);
     await screen.pressKeys('Escape');
-    await waitFor('Escape on the page', () => user.root.reported('escape').length === 1);
+    await user.root.awaitReport('escape');
     await screen.clickElement(layout, 'open');
-    await authenticationOpen(screen);
-    await screen.type('aap');
+    await awaitAuthentication(screen);
+    await screen.type('name');
     await screen.pressKeys('Tab');
-    await screen.type('noot');
+    await screen.type('word');
     await screen.pressKeys('Return');
-    const asked = await waitFor('a second request', () => user.root.requests('/geheim')[1]);
-    assert.equal(asked.headers.authorization,
-      `Basic ${Buffer.from('aap:noot').toString('base64')}`);
-    // The server rejects this password too. Escape then ends the requests.
-    await waitFor('the answer for the page', async () => {
+    const request = await waitFor('a second request', () => user.root.requests('/secret')[1]);
+    const credentials = Buffer.from('name:word').toString('base64');
+    assert.equal(request.headers.authorization, `Basic ${credentials}`);
+    // The server rejects this password too. Escape then cancels the request.
+    await waitFor('the response', async () => {
       await screen.pressKeys('Escape');
-      return user.root.reported('antwoord').length === 1;
+      return user.root.reported('response').length === 1;
     }, { every: 300 });
-    assert.deepEqual(user.root.reported('antwoord'), [{ status: 401 }]);
-    assert.equal(user.root.requests('/geheim').length, 2);
+    assert.deepEqual(user.root.reported('response'), [{ status: 401 }]);
+    assert.equal(user.root.requests('/secret').length, 2);
     const before = user.root.reported('escape').length;
     await screen.clickElement(layout, 'field');
     await screen.pressKeys('Escape');
-    await waitFor('Escape on the page', () => user.root.reported('escape').length > before);
+    await user.root.awaitReport('escape', before + 1);
     await user.quit();
   });
 
-test('a file chooser that is cancelled tells the page, and works again', {},
-  async (user, screen) => {
-    const layout = await user.startWithPage(`
-      <button id="open" onclick="bestand.click()">bestand</button>
-      <input id="bestand" type="file" oncancel="report('geannuleerd')">`);
-    for (let times = 1; times <= 2; times += 1) {
-      await screen.clickElement(layout, 'open');
-      await screen.awaitSecondWindow();
-      await screen.pressKeys('Escape');
-      await waitFor('cancel on the page', () => user.root.reported('geannuleerd').length === times);
-      await screen.awaitWindowCount(1);
-    }
-    await user.quit();
-  });
+test('a cancelled file chooser sends the cancel event and opens again', async (user, screen) => {
+  const layout = await user.startWithPage(`${button('open', 'chooser.click()')}
+    <input id="chooser" type="file" oncancel="report('cancelled')">`);
+  for (let round = 1; round <= 2; round += 1) {
+    await screen.clickElement(layout, 'open');
+    await screen.awaitSecondWindow();
+    await screen.pressKeys('Escape');
+    await user.root.awaitReport('cancelled', round);
+    await screen.awaitWindowCount(1);
+  }
+  await user.quit();
+});

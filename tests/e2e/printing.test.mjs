@@ -1,51 +1,47 @@
-// Printing that a page asks for.
+// Printing with window.print().
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { PrintServer } from '../support/desktop/print_server.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { button } from '../support/desktop/page.mjs';
+import { PrintServer } from '../support/desktop/print_server.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-const printButton = '<button id="open" onclick="print(); report(\'na\')">afdrukken</button>';
-const pages = `<style>
+const texts = ['page one', 'page two', 'page three'];
+const page = `${button('open', "print(); report('returned')")}<style>
     @media print { html, body { height: auto; overflow: visible; } button { display: none; } }
     p { break-after: page; margin: 0; }
-  </style><p>eerste blad</p><p>tweede blad</p><div>derde blad</div>`;
+  </style><p>${texts[0]}</p><p>${texts[1]}</p><div>${texts[2]}</div>`;
 
 /// Returns the text of each page of a PDF file.
-function textsOf(path) {
+function pageTexts(path) {
   const text = execFileSync('pdftotext', ['-layout', path, '-'], { encoding: 'utf8' });
-  return text.split('\f').slice(0, -1).map((page) => page.trim().replace(/\s+/g, ' '));
+  return text.split('\f').slice(0, -1).map((each) => each.trim().replace(/\s+/g, ' '));
 }
 
-/// The position of a printer in the list of the dialog.
-async function placeOfPrinter(row, screen, dialog) {
-  const shape = await screen.tool('xdotool', 'getwindowgeometry', '--shell', dialog);
-  const [left, top] = ['X', 'Y'].map((name) =>
-    Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
-  return [left + 80, top + 82 + 32 * row];
+/// Returns the position of a printer in the list of the dialog.
+async function printerPosition(row, screen, dialog) {
+  const { x, y } = await screen.geometry(dialog);
+  return [x + 80, y + 82 + 32 * row];
 }
 
-/// Whether the dialog's button is enabled, by the brightness of its label.
+/// Returns whether the dialog's button is enabled, by the brightness of its label.
 function canPrint(screen, [x, y]) {
-  const picture = screen.screenshot();
-  for (let across = -20; across <= 20; across += 1) {
-    if (picture.pixel(x + 507 + across, y + 350)[0] > 180) return true;
-  }
-  return false;
+  const screenshot = screen.screenshot();
+  const offsets = Array.from({ length: 41 }, (_, index) => index - 20);
+  return offsets.some((offset) => screenshot.pixel(x + 507 + offset, y + 350)[0] > 180);
 }
 
-/// Chooses a printer by its row and prints, after the printer is listed and its details
-/// have arrived.
-async function printOn(row, screen, dialog) {
-  const place = await placeOfPrinter(row, screen, dialog);
+/// Prints on the printer in this row, once it is listed and its details have arrived.
+async function printOn(row, screen) {
+  const position = await printerPosition(row, screen, await screen.awaitSecondWindow());
   await waitFor('the end of the print dialog', async () => {
-    await screen.click(...place);
+    await screen.click(...position);
     await screen.pressKeys('alt+p');
     return (await screen.windowCount()) === 1;
   }, { every: 300 });
@@ -53,28 +49,28 @@ async function printOn(row, screen, dialog) {
 
 /// Prints with GTK's "print to file" and returns the text of each page.
 async function printToFile(user, screen) {
-  await printOn(0, screen, await screen.awaitSecondWindow());
+  await printOn(0, screen);
   const path = join(user.folder, 'output.pdf');
-  await waitFor('the whole file', () =>
+  await waitFor('the complete file', () =>
     existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
-  return textsOf(path);
+  return pageTexts(path);
 }
 
-test('a page is printed to a PDF file', {}, async (user, screen) => {
-  const layout = await user.startWithPage(`${printButton}${pages}`);
+test('a page is printed to a PDF file', async (user, screen) => {
+  const layout = await user.startWithPage(page);
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
-  await saveScreenshot('print dialog');
-  await waitFor('the page to go on', () => user.root.reported('na').length === 1);
-  assert.deepEqual(await printToFile(user, screen), ['eerste blad', 'tweede blad', 'derde blad']);
+  await saveScreenshot('print-dialog');
+  await user.root.awaitReport('returned');
+  assert.deepEqual(await printToFile(user, screen), texts);
   await user.quit();
 });
 
-test('the page is told when it is printed, and not of a dialog that is cancelled', {},
+test('the page gets beforeprint and afterprint, and neither for a cancelled dialog',
   async (user, screen) => {
-    const layout = await user.startWithPage(`${printButton}${pages}<script>
-      onbeforeprint = () => report('afdruk', { event: 'before' });
-      onafterprint = () => report('afdruk', { event: 'after' });
+    const layout = await user.startWithPage(`${page}<script>
+      onbeforeprint = () => report('print', 'before');
+      onafterprint = () => report('print', 'after');
     </script>`);
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();
@@ -82,85 +78,68 @@ test('the page is told when it is printed, and not of a dialog that is cancelled
     await screen.awaitWindowCount(1);
     await screen.clickElement(layout, 'open');
     await printToFile(user, screen);
-    await waitFor('the end of printing', () => user.root.reported('afdruk').length >= 2);
-    assert.deepEqual(user.root.reported('afdruk'), [{ event: 'before' }, { event: 'after' }]);
+    await user.root.awaitReport('print', 2);
+    assert.deepEqual(user.root.reported('print'), ['before', 'after']);
     await user.quit();
   });
 
-test('a page is printed on a printer', {}, async (user, screen) => {
-  const printers = await PrintServer.open('Archief');
-  try {
-    const layout = await user.startWithPage(`${printButton}${pages}`, {}, {
-      environment: { CUPS_SERVER: printers.address },
-    });
-    await screen.clickElement(layout, 'open');
-    await printOn(1, screen, await screen.awaitSecondWindow());
-    await waitFor('a document', () => printers.documents().length > 0);
-    await user.quit();
-    await user.assertNothingLeft();
-    assert.equal(printers.documents().length, 1);
-    assert.deepEqual(textsOf(printers.documents()[0]),
-      ['eerste blad', 'tweede blad', 'derde blad']);
-  } finally {
-    await saveScreenshot('printer');
-    await printers.close();
-  }
-});
-
-test('a printer that hangs does not hold up quitting', {}, async (user, screen) => {
-  const printers = await PrintServer.open('Archief');
-  try {
-    const layout = await user.startWithPage(`${printButton}${pages}`, {}, {
-      environment: { CUPS_SERVER: printers.address },
-    });
-    await screen.clickElement(layout, 'open');
-    const place = await placeOfPrinter(1, screen, await screen.awaitSecondWindow());
-    await waitFor('a button that prints', async () => {
-      await screen.click(...place);
-      return canPrint(screen, place);
-    }, { every: 300 });
-    printers.hang();
-    await waitFor('the end of the print dialog', async () => {
-      await screen.pressKeys('alt+p');
-      return (await screen.windowCount()) === 1;
-    }, { every: 300 });
-    const { code, signal } = await user.quit();
-    assert.deepEqual({ code, signal }, { code: 0, signal: null });
-    await user.assertNothingLeft();
-  } finally {
-    await printers.close();
-  }
-});
-
-test('a page that asks again while the dialog is open gets no second one', {},
-  async (user, screen) => {
-    const layout = await user.startWithPage(`<button id="open" onclick="begin()">afdrukken</button>
-      <script>
-        function begin() {
-          let times = 0;
-          setInterval(() => {
-            print();
-            times += 1;
-            report('keer', { times });
-          }, 50);
-        }
-      </script>`);
-    const maxWindows = screen.watchWindowCount();
-    await screen.clickElement(layout, 'open');
-    await screen.awaitSecondWindow();
-    await waitFor('ten requests', () => user.root.reported('keer').length >= 10);
-    assert.equal(await maxWindows(), 2);
-    await user.quit();
+/// Opens a page's print dialog with a print server that is closed at the end of the test.
+async function openDialogWithPrinter(user, screen) {
+  const printers = await PrintServer.open('Archive');
+  user.cleanups.push(() => printers.close());
+  const layout = await user.startWithPage(page, {}, {
+    environment: { CUPS_SERVER: printers.address },
   });
+  await screen.clickElement(layout, 'open');
+  return printers;
+}
 
-test('the print dialog goes with the page that asked for it', {}, async (user, screen) => {
-  const layout = await user.startWithPage(
-    `<button id="open" onclick="print(); setInterval(look, 50)">afdrukken</button><script>
-      const look = () => fetch('/doorgaan').then(({ ok }) => ok && (location = '/elders'));
-    </script>`, { live: true, routes: { '/elders': { page: 'elders' } } });
+test('a page is printed on a printer', async (user, screen) => {
+  const printers = await openDialogWithPrinter(user, screen);
+  await printOn(1, screen);
+  await waitFor('a document', () => printers.documents().length > 0);
+  await user.quit();
+  await user.assertNothingLeft();
+  assert.equal(printers.documents().length, 1);
+  assert.deepEqual(pageTexts(printers.documents()[0]), texts);
+});
+
+test('a printer that hangs does not delay quitting', async (user, screen) => {
+  const printers = await openDialogWithPrinter(user, screen);
+  const position = await printerPosition(1, screen, await screen.awaitSecondWindow());
+  await waitFor('an enabled button', async () => {
+    await screen.click(...position);
+    return canPrint(screen, position);
+  }, { every: 300 });
+  printers.hang();
+  await waitFor('the end of the print dialog', async () => {
+    await screen.pressKeys('alt+p');
+    return (await screen.windowCount()) === 1;
+  }, { every: 300 });
+  await user.quit();
+  await user.assertNothingLeft();
+});
+
+test('a page that prints in a loop gets one dialog', async (user, screen) => {
+  const script = `let count = 0; setInterval(() => { print(); report('count', count += 1); }, 50)`;
+  const layout = await user.startWithPage(button('open', script));
+  const maxWindows = screen.watchWindowCount();
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
-  user.root.setBehaviour({ routes: { '/doorgaan': {}, '/elders': { page: 'elders' } } });
+  await user.root.awaitReport('count', 10);
+  assert.equal(await maxWindows(), 2);
+  await user.quit();
+});
+
+test('the print dialog closes when its page is left', async (user, screen) => {
+  const routes = { '/other': { page: 'other page' } };
+  const layout = await user.startWithPage(`${button('open', 'print(); setInterval(check, 50)')}
+    <script>
+      const check = () => fetch('/leave').then(({ ok }) => ok && (location = '/other'));
+    </script>`, { live: true, routes });
+  await screen.clickElement(layout, 'open');
+  await screen.awaitSecondWindow();
+  user.root.setBehaviour({ routes: { ...routes, '/leave': {} } });
   await user.root.awaitPainted(2);
   await screen.awaitWindowCount(1);
   await user.quit();

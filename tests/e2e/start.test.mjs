@@ -1,125 +1,154 @@
-// From nothing to the shown page, as the server and the screen saw it.
+// From the start of the application to the shown page.
 
 import assert from 'node:assert/strict';
-import { cpSync, existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import {
+  cpSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync,
+} from 'node:fs';
 import { dirname, join } from 'node:path';
 import { setImmediate as nextTurn } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 
-import { pageColour } from '../support/desktop/page.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-test('a first start goes over server, probes and cookie to the page', {}, async (user, screen) => {
-  mkdirSync(dirname(user.root.log));
-  writeFileSync(user.root.log, 'woord van een vorige keer\n'.repeat(1000));
+test('a first start runs the server, probes it, sets the cookie and shows the page',
+  async (user, screen) => {
+    mkdirSync(dirname(user.root.log));
+    writeFileSync(user.root.log, 'line of an earlier run\n'.repeat(1000));
 
-  // Arguments, of whatever kind, change nothing.
-  const run = user.start({
-    args: ['--help', '--version', '--gapplication-service', 'bestand.txt'],
-    environment: { PORT: '1', EIGEN_WOORD: 'blijft staan' },
+    // Arguments are ignored.
+    const run = user.start({
+      args: ['--help', '--version', '--gapplication-service', 'file.txt'],
+      environment: { PORT: '1', USER_VARIABLE: 'kept' },
+    });
+    const layout = await user.root.awaitPainted();
+    await screen.awaitPage();
+    await saveScreenshot('page');
+    const window = await screen.awaitWindow();
+    await waitFor('the icon of the window', async () =>
+      /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
+
+    const { argv, cwd, env } = await user.root.awaitStarted();
+    assert.deepEqual(argv.slice(1), [user.root.script]);
+    assert.equal(cwd, user.root.path);
+    assert.equal(env.PORT, '4767');
+    assert.equal(env.PATH, '/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin');
+    assert.equal(env.HOME, user.home);
+    assert.equal(env.USER_VARIABLE, 'kept');
+
+    const requests = user.root.events('request');
+    const probes = requests.filter(({ url }) => url === '/api/wie');
+    assert.equal(probes.length, 1, 'the first response ends the probing');
+    assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');
+    assert.equal(probes[0].headers['x-orvel-app'], KEY);
+    assert.equal(probes[0].headers.cookie, undefined);
+
+    const pages = requests.filter(({ url }) => url !== '/api/wie');
+    assert.ok(pages.some(({ url }) => url === '/'));
+    for (const { url, headers } of pages) {
+      assert.equal(headers['x-orvel-app'], undefined, url);
+      assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${KEY}(;|$)`), url);
+      assert.ok(headers['user-agent'].endsWith(` ORVELOS/${KEY}`), headers['user-agent']);
+    }
+    assert.ok(layout.agent.endsWith(` ORVELOS/${KEY}`), layout.agent);
+
+    assert.deepEqual(user.filesWrittenOutside(), []);
+    const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
+    assert.deepEqual(log, ['', 'line on standard error', 'line on standard output']);
+    await user.quit(run);
   });
-  const layout = await user.root.awaitPainted();
-  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
-  await saveScreenshot('page');
-  const window = await screen.awaitWindow();
-  await waitFor('the icon of the window', async () =>
-    /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
 
-  const { argv, cwd, env } = await user.root.awaitStarted();
-  assert.deepEqual(argv.slice(1), [user.root.script]);
-  assert.equal(cwd, user.root.path);
-  assert.equal(env.PORT, '4767');
-  assert.equal(env.PATH, '/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin');
-  assert.equal(env.HOME, user.home);
-  assert.equal(env.EIGEN_WOORD, 'blijft staan');
-
-  const requests = user.root.events('request');
-  const probes = requests.filter(({ url }) => url === '/api/wie');
-  const pages = requests.filter(({ url }) => url !== '/api/wie');
-  assert.equal(probes.length, 1, 'the first answered probe ends the polling');
-  assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');
-  for (const { headers } of probes) {
-    assert.equal(headers['x-orvel-app'], KEY);
-    assert.equal(headers.cookie, undefined);
-  }
-  assert.ok(pages.some(({ url }) => url === '/'));
-  for (const { url, headers } of pages) {
-    assert.equal(headers['x-orvel-app'], undefined, url);
-    assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${KEY}(;|$)`), url);
-    assert.ok(headers['user-agent'].endsWith(` ORVELOS/${KEY}`), headers['user-agent']);
-  }
-  assert.ok(layout.agent.endsWith(` ORVELOS/${KEY}`), layout.agent);
-
-  assert.deepEqual(user.filesWrittenOutside(), []);
-  const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
-  assert.deepEqual(log, ['', 'woord op de foutuitvoer', 'woord op de gewone uitvoer']);
-
-  const { code, signal } = await user.quit(run);
-  assert.deepEqual({ code, signal }, { code: 0, signal: null });
-});
-
-test('the demo server shows its page', {}, async (user, screen) => {
+test('the page of the demo server is shown', async (user, screen) => {
   const demo = join(user.folder, 'demo');
   const recordPath = join(user.folder, 'demo.jsonl');
   cpSync(fileURLToPath(new URL('../../demo', import.meta.url)), demo, { recursive: true });
   rmSync(join(demo, 'v3/.local'), { recursive: true, force: true });
   user.start({ environment: { ORVEL_OS_ROOT: demo, ORVEL_DEMO_RECORD: recordPath } });
 
-  const record = () =>
-    existsSync(recordPath)
-      ? readFileSync(recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse)
-      : [];
-  const asked = (path) => record().filter(({ url }) => url?.split('?')[0] === path);
-  await waitFor('the page painted', () => asked('/api/getoond').length > 0);
-  await waitFor('the page on the screen', () => screen.screenshot().shareBrighterThan(140, 60) > 0.001);
+  const record = () => {
+    if (!existsSync(recordPath)) return [];
+    return readFileSync(recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse);
+  };
+  const requestsTo = (path) => record().filter(({ url }) => url?.split('?')[0] === path);
+  await waitFor('the painted page', () => requestsTo('/api/getoond').length > 0);
+  await waitFor('the page on the screen', () =>
+    screen.screenshot().shareBrighterThan(140, 60) > 0.001);
   await saveScreenshot('demo');
-  assert.equal(asked('/api/wie')[0].headers['x-orvel-app'], KEY);
-  assert.match(asked('/')[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], KEY);
+  assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
   await user.quit();
   assert.equal(record().at(-1).event, 'stopped');
 });
 
-test('the screen stays dark from the first frame to the page', {}, async (user, screen) => {
-  // Labels and buttons of the header bar are light; a flash is a whole area.
-  const labels = 0.02;
+test('the screen stays dark from the first frame to the page', async (user, screen) => {
+  // The labels and buttons of the header bar are bright.
+  const maxBrightShare = 0.02;
   user.start();
-  let pictures = 0;
-  let painted = false;
+  let count = 0;
   await waitFor('the page on the screen', async () => {
-    const picture = screen.screenshot();
-    pictures += 1;
-    const light = picture.shareBrighterThan(140);
-    if (light > labels) await saveScreenshot('white-frame');
-    assert.ok(light <= labels, `picture ${pictures}: ${(light * 100).toFixed(1)} % is light`);
-    // The page itself is told from everything before it, which is darker still.
-    painted = picture.shows(pageColour);
+    const screenshot = screen.screenshot();
+    count += 1;
+    const share = screenshot.shareBrighterThan(140);
+    if (share > maxBrightShare) await saveScreenshot('bright-frame');
+    assert.ok(share <= maxBrightShare,
+      `screenshot ${count}: ${(share * 100).toFixed(1)} % is bright`);
     await nextTurn();
-    return painted;
+    return screenshot.shows(pageColour);
   }, { every: 1 });
-  assert.ok(pictures > 20, `only ${pictures} pictures were taken`);
+  assert.ok(count > 20, `only ${count} screenshots were taken`);
   await user.quit();
 });
 
-test('an empty key leaves the header empty and sets no cookie',
-  { plist: { ORVELOSKey: '' } }, async (user) => {
+test('an empty key leaves the header empty and sets no cookie', { plist: { ORVELOSKey: '' } },
+  async (user) => {
     await user.startAndShowPage();
-    const [layout] = user.root.reported('painted');
+    const [{ agent }] = user.root.reported('painted');
     assert.equal(user.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
     assert.doesNotMatch(user.root.requests('/')[0].headers.cookie ?? '', /orvelapp/);
-    assert.ok(layout.agent.endsWith(' ORVELOS/'), layout.agent);
+    assert.ok(agent.endsWith(' ORVELOS/'), agent);
     await user.quit();
   });
 
-test('without a display it says so and starts nothing', {}, async (user) => {
+test('without a display the application fails with a message', async (user) => {
   const run = user.start({ environment: { DISPLAY: undefined } });
   const { code, signal } = await user.awaitExit(run);
   assert.equal(signal, null);
   assert.notEqual(code, 0);
   assert.match(run.output, /display/i);
   assert.deepEqual(user.root.record(), []);
+});
+
+test('cookies, local storage and the window frame survive a restart', async (user, screen) => {
+  await user.startAndShowPage();
+  const [first] = user.root.reported('painted');
+  assert.equal(first.loads, 1);
+  assert.equal(first.width, screen.screenshot().width, 'a first window is maximised');
+
+  // A double click on the header bar restores the window, which then gets another size.
+  const window = await screen.awaitWindow();
+  await screen.click(700, 20, { repeat: 2 });
+  await waitFor('a window that is not maximised', async () =>
+    !/MAXIMIZED/.test(await screen.property(window, '_NET_WM_STATE')));
+  await screen.tool('xdotool', 'windowsize', window, '1100', '700');
+  const resized = await waitFor('the resized page', () =>
+    user.root.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
+  await user.quit();
+
+  await user.startAndShowPage();
+  const second = user.root.reported('painted').at(-1);
+  assert.equal(second.loads, 2, 'local storage');
+  assert.deepEqual([second.width, second.height], [resized.width, resized.height]);
+  const { headers } = user.root.requests('/').at(-1);
+  assert.match(headers.cookie, /persistent=yes/);
+  assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  await user.quit();
+
+  assert.ok(existsSync(user.defaultsFile));
+  assert.ok(existsSync(join(user.environment.XDG_DATA_HOME, 'nl.orvel.os')));
+  assert.deepEqual(readdirSync(user.home), [], 'nothing outside the XDG folders');
 });

@@ -1,27 +1,29 @@
-// Stored files: a download where the page itself would go there, a part of the
-// page inside a frame.
+// Stored files (/api/bestand/): a download where the page itself would navigate to one, a part
+// of the page inside a frame.
 
 import assert from 'node:assert/strict';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
-import { OnlineServer } from '../support/desktop/online_server.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { button, link } from '../support/desktop/page.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const csv = (body) => ({ headers: { 'content-type': 'text/csv' }, body });
+const stored = (name) => `/api/bestand/${name}`;
+/// Returns a CSV file with a text that awaitFiles() checks.
+const csv = (name) => ({ headers: { 'content-type': 'text/csv' }, body: `content of ${name}.csv` });
+const csvRoutes = (names) => Object.fromEntries(names.map((name) => [stored(name), csv(name)]));
 
-/// All requests for a path, of whatever method, spelling and query.
+/// Returns all requests for a path, with any method, percent-encoding and query.
 function requestsFor(user, path) {
   return user.root.events('request').filter(({ url }) =>
     decodeURIComponent(url.split('?')[0]) === path);
 }
 
-/// Fails unless the one request for a file came from the application itself:
-/// with its key, and without what a web page's request carries.
-function assertOnlyKeyed(requests) {
+/// Fails unless there is one request, sent by the application itself with its key.
+function assertSentByApplication(requests) {
   assert.equal(requests.length, 1, JSON.stringify(requests));
   const [{ method, headers }] = requests;
   assert.equal(method, 'GET');
@@ -29,170 +31,156 @@ function assertOnlyKeyed(requests) {
   assert.equal(headers['upgrade-insecure-requests'], undefined);
 }
 
-/// Fails unless all requests for a file came from the page.
-function assertFromPage(requests) {
+/// Fails unless there is one request, sent by the web engine.
+function assertSentByPage(requests) {
   assert.equal(requests.length, 1, JSON.stringify(requests));
   assert.equal(requests[0].headers['x-orvel-app'], undefined);
 }
 
-/// The end of a test in which these files were downloaded and nothing else
-/// happened.
-async function endsWithFiles(user, screen, desktop, maxWindows, names) {
-  for (const name of names) assert.equal(await desktop.awaitFile(name), `inhoud van ${name}`);
-  assert.deepEqual(desktop.files(), [...names].sort());
+async function awaitFiles(desktop, names) {
+  for (const name of names) {
+    assert.equal(await desktop.awaitFile(`${name}.csv`), `content of ${name}.csv`);
+  }
+}
+
+/// Quits, and fails unless exactly these files were downloaded and opened, the page was not
+/// loaded again, and there was one window.
+async function quitWithFiles(user, desktop, maxWindows, names) {
+  await awaitFiles(desktop, names);
+  const files = names.map((name) => `${name}.csv`).sort();
+  assert.deepEqual(desktop.files(), files);
   assert.equal(user.root.reported('painted').length, 1, 'the page stays');
   assert.equal(user.root.requests('/').length, 1);
   await user.quit();
-  const paths = names.map((name) => `${desktop.downloads}/${name}`);
-  assert.deepEqual(await desktop.openedAfterExit(), paths.sort());
-  assert.equal(await maxWindows(), 1, 'a second window was seen');
+  assert.deepEqual(await desktop.openedAfterExit(), files.map((file) => desktop.path(file)));
+  assert.equal(await maxWindows(), 1, 'no second window was opened');
 }
 
-test('a stored file is downloaded on every way that leads the page itself to it', {},
+test('every kind of navigation of the page to a stored file downloads it', async (user, screen) => {
+  const desktop = new Desktop(user);
+  const navigations = {
+    link: link('link', stored('link')),
+    fragment: link('fragment', `${stored('fragment')}#part`),
+    blank: link('blank', stored('blank'), 'target="_blank"'),
+    open: button('open', `window.open('${stored('open')}')`),
+    script: button('script', `location = '${stored('script')}'`),
+    form: `<form action="${stored('form')}"><button id="form">form</button></form>`,
+    post: `<form method="post" action="${stored('post')}"><button id="post">post</button></form>`,
+    redirect: link('redirect', '/redirect'),
+    encoded: link('encoded', '/api/%62estand/encoded'),
+  };
+  const names = Object.keys(navigations);
+  const layout = await user.startWithPage(Object.values(navigations).join(''), {
+    routes: {
+      ...csvRoutes(names),
+      '/api/%62estand/encoded': csv('encoded'),
+      '/redirect': { status: 302, headers: { location: stored('redirect') } },
+    },
+  });
+  const maxWindows = screen.watchWindowCount();
+  for (const name of names) {
+    await screen.clickElement(layout, name);
+    await desktop.awaitFile(`${name}.csv`);
+  }
+  for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
+  await quitWithFiles(user, desktop, maxWindows, names);
+});
+
+test('a page that navigates to several files at once downloads all', async (user, screen) => {
+  const desktop = new Desktop(user);
+  const names = ['one', 'two', 'three'];
+  const layout = await user.startWithPage(names.map((name) => link(name, stored(name))).join('') +
+    button('all', "document.querySelectorAll('a').forEach((each) => each.click())"),
+  { routes: csvRoutes(names) });
+  const maxWindows = screen.watchWindowCount();
+  await screen.clickElement(layout, 'all');
+  await awaitFiles(desktop, names);
+  for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
+  await quitWithFiles(user, desktop, maxWindows, names);
+});
+
+test('every kind of navigation of a frame to a stored file shows it in the frame',
   async (user, screen) => {
     const desktop = new Desktop(user);
-    const ways = {
-      link: '<a id="link" href="/api/bestand/link">link</a>',
-      part: '<a id="part" href="/api/bestand/part#stuk">deel</a>',
-      blank: '<a id="blank" target="_blank" href="/api/bestand/blank">venster</a>',
-      open: '<button id="open" onclick="window.open(\'/api/bestand/open\')">open</button>',
-      script: '<button id="script" onclick="location = \'/api/bestand/script\'">script</button>',
-      form: '<form action="/api/bestand/form"><button id="form">formulier</button></form>',
-      post: '<form method="post" action="/api/bestand/post"><button id="post">post</button></form>',
-      redirect: '<a id="redirect" href="/doorsturen">doorgestuurd</a>',
-      encoded: '<a id="encoded" href="/api/%62estand/encoded">gecodeerd</a>',
-    };
-    const files = Object.fromEntries(Object.keys(ways).map((id) =>
-      [`/api/bestand/${id}`, csv(`inhoud van ${id}.csv`)]));
-    const layout = await user.startWithPage(Object.values(ways).join(''), {
+    const shown = (name) => ({ page: `<script>report('frame', '${name}')</script>` });
+    const clicked = ['inside', 'target', 'form', 'script'];
+    const names = ['initial', 'redirected', ...clicked];
+    const layout = await user.startWithPage(`
+      <iframe src="${stored('initial')}"></iframe>
+      <iframe style="top: 240px" src="/redirect"></iframe>
+      <iframe style="top: 460px" src="/frame" name="frame"></iframe>
+      ${link('target', stored('target'), 'target="frame"')}
+      <form target="frame" action="${stored('form')}"><button id="form">form</button></form>
+      ${button('script', `frames.frame.location = '${stored('script')}'`)}`, {
       routes: {
-        ...files,
-        '/api/%62estand/encoded': files['/api/bestand/encoded'],
-        '/doorsturen': { status: 302, headers: { location: '/api/bestand/redirect' } },
+        '/redirect': { status: 302, headers: { location: stored('redirected') } },
+        '/frame': { page: link('inside', stored('inside')) },
+        ...Object.fromEntries(names.map((name) => [stored(name), shown(name)])),
       },
     });
     const maxWindows = screen.watchWindowCount();
-    for (const id of Object.keys(ways)) {
+    const assertShown = async (expected) => {
+      await user.root.awaitReport('frame', expected.length);
+      assert.deepEqual(user.root.reported('frame').sort(), [...expected].sort());
+    };
+    await assertShown(names.slice(0, 2));
+    for (const [index, id] of clicked.entries()) {
+      await screen.clickElement(layout, id);
+      await assertShown(names.slice(0, index + 3));
+    }
+    for (const name of names) assertSentByPage(requestsFor(user, stored(name)));
+    await quitWithFiles(user, desktop, maxWindows, []);
+  });
+
+test('a link in a frame that targets the top page or a new window, or an export, is downloaded',
+  async (user, screen) => {
+    const desktop = new Desktop(user);
+    const urls = {
+      top: stored('top'),
+      blank: stored('blank'),
+      export: '/api/export?for=frame',
+    };
+    const layout = await user.startWithPage('<iframe src="/frame"></iframe>', {
+      routes: {
+        '/frame': {
+          page: link('top', urls.top, 'target="_top"') +
+            link('blank', urls.blank, 'target="_blank"') + link('export', urls.export),
+        },
+        ...csvRoutes(['top', 'blank']),
+        '/api/export': csv('export'),
+      },
+    });
+    const maxWindows = screen.watchWindowCount();
+    for (const id of Object.keys(urls)) {
       await screen.clickElement(layout, id);
       await desktop.awaitFile(`${id}.csv`);
     }
-    for (const path of Object.keys(files)) {
-      assertOnlyKeyed(requestsFor(user, path));
-    }
-    await endsWithFiles(user, screen, desktop, maxWindows, Object.keys(ways).map((id) => `${id}.csv`));
+    for (const url of Object.values(urls)) assertSentByApplication(user.root.requests(url));
+    await quitWithFiles(user, desktop, maxWindows, Object.keys(urls));
   });
 
-test('every file of a page that fetches them all at once is downloaded', {},
-  async (user, screen) => {
-    const desktop = new Desktop(user);
-    const names = ['een', 'twee', 'drie'];
-    const layout = await user.startWithPage(`
-      ${names.map((name) => `<a class="file" href="/api/bestand/${name}">${name}</a>`).join('')}
-      <button id="all" onclick="document.querySelectorAll('.file').forEach(
-        (link) => link.click())">alle</button>`, {
-      routes: Object.fromEntries(names.map((name) =>
-        [`/api/bestand/${name}`, csv(`inhoud van ${name}.csv`)])),
-    });
-    const maxWindows = screen.watchWindowCount();
-    await screen.clickElement(layout, 'all');
-    for (const name of names) {
-      await desktop.awaitFile(`${name}.csv`);
-      assertOnlyKeyed(requestsFor(user, `/api/bestand/${name}`));
-    }
-    await endsWithFiles(user, screen, desktop, maxWindows, names.map((name) => `${name}.csv`));
-  });
-
-test('a stored file in a frame is a part of the page, on every way into the frame', {},
-  async (user, screen) => {
-    const desktop = new Desktop(user);
-    const inFrame = (id) => ({ page: `<script>report('kader', '${id}')</script>` });
-    const layout = await user.startWithPage(`
-      <iframe src="/api/bestand/eerst"></iframe>
-      <iframe style="top: 240px" src="/doorsturen"></iframe>
-      <iframe style="top: 460px" src="/kader" name="kader"></iframe>
-      <a id="target" target="kader" href="/api/bestand/doel">in het kader</a>
-      <form target="kader" action="/api/bestand/formulier"><button id="form">form</button></form>
-      <button id="script" onclick="frames.kader.location = '/api/bestand/script'">script</button>
-      <button id="back" onclick="frames.kader.location = '/kader'">terug</button>`, {
-      routes: {
-        '/doorsturen': { status: 302, headers: { location: '/api/bestand/doorgestuurd' } },
-        '/kader': {
-          page: '<a id="inside" href="/api/bestand/binnen">binnen</a><script>report("k")</script>',
-        },
-        ...Object.fromEntries(['eerst', 'doorgestuurd', 'binnen', 'doel', 'formulier', 'script']
-          .map((id) => [`/api/bestand/${id}`, inFrame(id)])),
-      },
-    });
-    const maxWindows = screen.watchWindowCount();
-    const seen = ['eerst', 'doorgestuurd'];
-    const framesShow = async () => {
-      await waitFor(`${seen.at(-1)} in a frame`, () =>
-        user.root.reported('kader').length >= seen.length);
-      assert.deepEqual(user.root.reported('kader').sort(), [...seen].sort());
-    };
-    await framesShow();
-    const clicks = { inside: 'binnen', target: 'doel', form: 'formulier', script: 'script' };
-    for (const [id, name] of Object.entries(clicks)) {
-      await screen.clickElement(layout, id);
-      seen.push(name);
-      await framesShow();
-    }
-    for (const id of seen) {
-      const path = `/api/bestand/${id}`;
-      assertFromPage(requestsFor(user, path));
-    }
-    await endsWithFiles(user, screen, desktop, maxWindows, []);
-  });
-
-test('a link in a frame that aims at the whole page, or an export in it, is downloaded', {},
-  async (user, screen) => {
-    const desktop = new Desktop(user);
-    const layout = await user.startWithPage('<iframe src="/kader"></iframe>', {
-      routes: {
-        '/kader': { page: `<a id="top" target="_top" href="/api/bestand/boven">boven</a>
-          <a id="blank" target="_blank" href="/api/bestand/leeg">leeg</a>
-          <a id="export" href="/api/export?wat=kader">export</a>` },
-        '/api/bestand/boven': csv('inhoud van boven.csv'),
-        '/api/bestand/leeg': csv('inhoud van leeg.csv'),
-        '/api/export': csv('inhoud van export.csv'),
-      },
-    });
-    const maxWindows = screen.watchWindowCount();
-    for (const [id, name] of [['top', 'boven'], ['blank', 'leeg'], ['export', 'export']]) {
-      await screen.clickElement(layout, id);
-      await desktop.awaitFile(`${name}.csv`);
-    }
-    for (const url of ['/api/bestand/boven', '/api/bestand/leeg', '/api/export?wat=kader']) {
-      assertOnlyKeyed(user.root.requests(url));
-    }
-    await endsWithFiles(user, screen, desktop, maxWindows, ['boven.csv', 'leeg.csv', 'export.csv']);
-  });
-
-test('the rule for stored files moves along with the address', {}, async (user, screen) => {
+test('after a change of the address the rule holds for the new server', async (user, screen) => {
   const desktop = new Desktop(user);
-  const routes = {
-    '/': { page: '<a id="file" href="/api/bestand/1">bestand</a>' +
-      '<iframe src="/api/bestand/kader"></iframe>' },
-    '/api/bestand/1': csv('inhoud van 1.csv'),
-    '/api/bestand/kader': { page: '<script>report("kader")</script>' },
-  };
-  const online = await OnlineServer.open({ routes });
-  try {
-    await user.startAndShowPage();
-    await screen.answerAddressDialog(online.address);
-    const layout = await online.awaitPainted();
-    await waitFor('the file in the frame', () => online.reported('kader').length === 1);
-    assertFromPage(online.requestsTo('/api/bestand/kader'));
-    await screen.clickElement(layout, 'file');
-    assert.equal(await desktop.awaitFile('1.csv'), 'inhoud van 1.csv');
-    assertOnlyKeyed(online.requestsTo('/api/bestand/1'));
-    // The cookie for https only goes along with the application's own request.
-    assert.match(online.requestsTo('/api/bestand/1')[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
-    assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
-    assert.equal(online.reported('painted').length, 1, 'the page stays');
-    await user.quit();
-    assert.deepEqual(await desktop.openedAfterExit(), [`${desktop.downloads}/1.csv`]);
-  } finally {
-    online.close();
-  }
+  const online = await user.openOnlineServer({
+    routes: {
+      '/': { page: `${link('file', stored('1'))}<iframe src="${stored('frame')}"></iframe>` },
+      [stored('1')]: csv('1'),
+      [stored('frame')]: { page: '<script>report("frame")</script>' },
+    },
+  });
+  await user.startAndShowPage();
+  await screen.answerAddressDialog(online.address);
+  const layout = await online.awaitPainted();
+  await waitFor('the file in the frame', () => online.reported('frame').length === 1);
+  assertSentByPage(online.requestsTo(stored('frame')));
+  await screen.clickElement(layout, 'file');
+  await awaitFiles(desktop, ['1']);
+  const requests = online.requestsTo(stored('1'));
+  assertSentByApplication(requests);
+  // The application sends the https-only cookie itself; the web engine does not send it over http.
+  assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
+  assert.equal(online.reported('painted').length, 1, 'the page stays');
+  await user.quit();
+  assert.deepEqual(await desktop.openedAfterExit(), [desktop.path('1.csv')]);
 });

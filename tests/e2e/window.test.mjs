@@ -1,60 +1,70 @@
-// Keys, menus and the window, as a user with a keyboard meets them.
+// The window: editing keys, window states, and the menu bar in normal and full-screen mode.
 
 import assert from 'node:assert/strict';
 
-import { pageColour } from '../support/desktop/page.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { pageColour } from '../support/desktop/page.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-test("the editing keys work in the page's fields, each once", {}, async (user, screen) => {
+test('each editing key acts once on the focused field', async (user, screen) => {
   await user.startAndShowPage();
-  const fieldHolds = (text) =>
-    waitFor(`"${text}" in the field`, () => user.root.reported('field').at(-1)?.value === text);
+  const fieldHas = (text) => user.root.awaitFieldText(text);
+  const clipboardHas = (text) =>
+    waitFor(`"${text}" on the clipboard`, async () => (await screen.clipboard()) === text);
 
   for (const command of ['ctrl', 'super']) {
     await screen.pressKeys('ctrl+a', 'BackSpace');
-    await screen.type('aap');
-    await fieldHolds('aap');
-    await screen.setClipboard('iets anders');
+    await screen.type('abc');
+    await fieldHas('abc');
+    await screen.setClipboard('something else');
     await screen.pressKeys(`${command}+a`, `${command}+c`);
-    await waitFor('the copied text', async () => (await screen.clipboard()) === 'aap');
-    // A command does not wait for keys that the page has yet to see.
+    await clipboardHas('abc');
+    // The window handles commands before the page has handled earlier keys.
     const ends = user.root.reported('endKey').length;
     await screen.pressKeys('End');
-    await waitFor('the caret at the end', () => user.root.reported('endKey').length > ends);
-    // The letter after it shows that the paste is over, and how often it was.
+    await user.root.awaitReport('endKey', ends + 1);
+    // The letter after the paste shows how often it was done.
     await screen.pressKeys(`${command}+v`, 'x');
-    await fieldHolds('aapaapx');
+    await fieldHas('abcabcx');
     await screen.pressKeys(`${command}+a`, `${command}+x`);
-    await fieldHolds('');
-    await waitFor('the cut text', async () => (await screen.clipboard()) === 'aapaapx');
+    await fieldHas('');
+    await clipboardHas('abcabcx');
     await screen.pressKeys(`${command}+z`);
-    await fieldHolds('aapaapx');
+    await fieldHas('abcabcx');
     await screen.pressKeys(`${command}+shift+z`);
-    await fieldHolds('');
+    await fieldHas('');
   }
   await user.quit();
 });
 
-test('full screen takes the whole screen and gives it back', {}, async (user, screen) => {
+/// Waits for a page height that satisfies a predicate.
+async function awaitPageHeight(user, what, isExpected) {
+  await waitFor(what, () => isExpected(user.root.reported('size').at(-1)?.height));
+}
+
+async function isFullScreen(screen) {
+  const state = await screen.property(await screen.awaitWindow(), '_NET_WM_STATE');
+  return /FULLSCREEN/.test(state);
+}
+
+test('F11 and Control-Super-F switch full screen on and off', async (user, screen) => {
   await user.startAndShowPage();
-  const window = await screen.awaitWindow();
-  const { height } = screen.screenshot();
-  const told = () => user.root.reported('size').at(-1)?.height ?? 0;
+  const { height: screenHeight } = screen.screenshot();
   for (const keys of ['F11', 'ctrl+super+f']) {
     await screen.pressKeys(keys);
-    await waitFor('a page as high as the screen', () => told() === height);
-    assert.match(await screen.property(window, '_NET_WM_STATE'), /FULLSCREEN/);
+    await awaitPageHeight(user, 'a page as high as the screen', (height) =>
+      height === screenHeight);
+    assert.ok(await isFullScreen(screen));
     await screen.pressKeys(keys);
-    await waitFor('a page below the header bar', () => told() > 0 && told() < height);
-    assert.doesNotMatch(await screen.property(window, '_NET_WM_STATE'), /FULLSCREEN/);
+    await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
+    assert.ok(!(await isFullScreen(screen)));
   }
   await user.quit();
 });
 
-test('minimising and hiding take the window away; it comes back', {}, async (user, screen) => {
+test('a minimised or hidden window comes back when it is activated', async (user, screen) => {
   await user.startAndShowPage();
   const window = await screen.awaitWindow();
   const state = async () => screen.property(window, 'WM_STATE');
@@ -63,36 +73,111 @@ test('minimising and hiding take the window away; it comes back', {}, async (use
     await waitFor('a minimised window', async () => /Iconic/.test(await state()));
     await screen.tool('xdotool', 'windowactivate', '--sync', window);
     await waitFor('a shown window', async () => /Normal/.test(await state()));
-    await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
+    await screen.awaitPage();
   }
   await user.quit();
 });
 
-test('the menu opens, and About with it', { plist: { CFBundleShortVersionString: '7.6.5' } },
-  async (user, screen) => {
+test('F10 opens the menu, whose first item is the About dialog',
+  { plist: { CFBundleShortVersionString: '7.6.5' } }, async (user, screen) => {
     await user.startAndShowPage();
-    const below = [100, 130];
-    await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour, ...below));
-    await screen.pressKeys('F10');
-    await waitFor('an open menu', () => !screen.screenshot().shows(pageColour, ...below));
-    await saveScreenshot('menu');
-    assert.equal(await screen.windowCount(), 1);
-    // Its first item is chosen already.
-    await screen.pressKeys('Return');
-    await waitFor('the About dialog', async () => (await screen.windowCount()) === 2);
-    await waitFor('its picture', () => !screen.screenshot().shows(pageColour));
+    const menuPosition = [100, 130];
+    const openAbout = async () => {
+      await screen.pressKeys('F10');
+      await waitFor('an open menu', () => !screen.screenshot().shows(pageColour, ...menuPosition));
+      assert.equal(await screen.windowCount(), 1);
+      await saveScreenshot('menu');
+      // The first item is selected.
+      await screen.pressKeys('Return');
+      await screen.awaitWindowCount(2);
+    };
+    await screen.awaitPage(...menuPosition);
+    await openAbout();
+    await waitFor('the drawn dialog', () => !screen.screenshot().shows(pageColour));
     await saveScreenshot('about');
     await screen.pressKeys('Escape');
-    await waitFor('the end of the dialog', async () => (await screen.windowCount()) === 1);
+    await screen.awaitWindowCount(1);
 
-    // The keys work over the page as before.
+    // The page has the focus again.
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted(2);
 
-    // And over the dialog: it does not stand in the way of quitting.
-    await screen.pressKeys('F10');
-    await waitFor('an open menu', () => !screen.screenshot().shows(pageColour, ...below));
-    await screen.pressKeys('Return');
-    await waitFor('the About dialog', async () => (await screen.windowCount()) === 2);
+    // The dialog does not block quitting.
+    await openAbout();
     await user.quit();
   });
+
+async function enterFullScreen(user, screen) {
+  await user.startAndShowPage();
+  await screen.awaitWindow();
+  await screen.movePointer(600, 500);
+  await screen.pressKeys('F11');
+  await waitFor('full screen', () => isFullScreen(screen));
+  await screen.awaitPage(700, 4);
+}
+
+const isBarShown = (screen) => !screen.screenshot().shows(pageColour, 700, 20);
+const awaitBar = (screen) => waitFor('the menu bar', () => isBarShown(screen));
+const awaitNoBar = (screen) => waitFor('the end of the menu bar', () => !isBarShown(screen));
+
+test('in full screen the pointer at the top edge shows the menu bar', async (user, screen) => {
+  await enterFullScreen(user, screen);
+  const pageHeight = () => user.root.reported('size').at(-1).height;
+  const screenHeight = screen.screenshot().height;
+  assert.equal(pageHeight(), screenHeight);
+  await screen.movePointer(700, 0);
+  await awaitBar(screen);
+  // The bar covers the page, which is not resized.
+  assert.equal(pageHeight(), screenHeight);
+  await saveScreenshot('full-screen-bar');
+  await screen.click(40, 18);
+  await screen.awaitMenu();
+  await saveScreenshot('full-screen-menu');
+  // The bar stays while a menu is open, even with the pointer elsewhere.
+  await screen.movePointer(700, 600);
+  assert.ok(isBarShown(screen));
+  await screen.pressKeys('Escape');
+  await screen.awaitMenu(false);
+  await awaitNoBar(screen);
+
+  // The page has the focus again.
+  await screen.type('abc');
+  await user.root.awaitFieldText('abc');
+  await screen.pressKeys('F11');
+  await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
+  assert.ok(!(await isFullScreen(screen)));
+  await awaitBar(screen);
+  await user.quit();
+});
+
+test('in full screen F10 opens the menu, whose commands work', async (user, screen) => {
+  await enterFullScreen(user, screen);
+  const openMenu = async () => {
+    await screen.pressKeys('F10');
+    await screen.awaitMenu();
+    await awaitBar(screen);
+  };
+  for (let round = 1; round <= 2; round += 1) {
+    await openMenu();
+    await saveScreenshot('full-screen-f10');
+    await screen.pressKeys('Escape');
+    await screen.awaitMenu(false);
+    await awaitNoBar(screen);
+  }
+  await screen.type('abc');
+  await user.root.awaitFieldText('abc');
+  await openMenu();
+  // The second item of "Weergave" is "Schermvullend". A menu takes keys once an item is
+  // highlighted.
+  const awaitHighlight = (x, y) =>
+    waitFor(`a highlighted item at ${x}, ${y}`, () => screen.screenshot().pixel(x, y)[2] > 60);
+  await awaitHighlight(15, 61);
+  for (const [key, x, y] of [['Right', 205, 61], ['Right', 305, 61], ['Down', 305, 91]]) {
+    await screen.pressKeys(key);
+    await awaitHighlight(x, y);
+  }
+  await screen.pressKeys('Return');
+  const screenHeight = screen.screenshot().height;
+  await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
+  await user.quit();
+});

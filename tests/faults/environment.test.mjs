@@ -30,7 +30,7 @@ const assertPageRequestHasKey = ({ root }) =>
   assert.match(root.requests('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
 
 const assertServerOutputInherited = ({ run }) =>
-  assert.match(run.output, /woord op de foutuitvoer/);
+  assert.match(run.output, /line on standard error/);
 
 test('starting: the log folder is a file', {}, async (scenario) => {
   const folder = join(scenario.root.path, 'v3/.local');
@@ -62,7 +62,7 @@ test('starting: a path with blanks, quotes and non-ASCII characters', {}, async 
   } finally {
     kill(stale.pid);
   }
-  assert.match(readFileSync(user.root.log, 'utf8'), /woord op de gewone uitvoer/);
+  assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
 });
 
 test('showing: the data root is removed and comes back', {}, async (scenario) => {

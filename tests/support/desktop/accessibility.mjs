@@ -1,5 +1,5 @@
-// The application as a screen reader sees it, over a private accessibility bus on a
-// private session bus.
+// The application as a screen reader sees it, over a private accessibility bus on a private
+// session bus.
 
 import { execFile, spawn } from 'node:child_process';
 import { existsSync } from 'node:fs';
@@ -19,14 +19,14 @@ if (!reader || !existsSync(reader)) {
 const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-spi-bus-launcher']
   .find((path) => existsSync(path));
 
-/// Runs the accessibility bus for as long as the body takes. The body gets the
-/// environment in which the application joins it, and a function that returns the
-/// accessibles of the open dialog, itself first: role, name, description, place in
-/// the window, and whether it has the focus. Without a dialog there are none.
+/// Runs an accessibility bus during the body. The body gets the environment that connects the
+/// application to it, and a function that returns the accessibles of the open dialog, the
+/// dialog first: role, name, description, position in the window, and focus. Without a dialog
+/// the list is empty.
 export async function withAccessibility(screen, body) {
   if (!launcher) throw new Error('at-spi2-core is not installed');
   await withSessionBus(async (bus) => {
-    // WebKit finds a bus only on a path without spaces.
+    // WebKit cannot parse a bus address with a space in it.
     const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
     const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
     const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });

@@ -1,4 +1,4 @@
-// A data root made on the fly, and the record that its server keeps.
+// A temporary data root with the fixture server, and the record that this server writes.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,
@@ -6,14 +6,16 @@ import {
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
+import { PageReports } from './page_reports.mjs';
 import { isRunning } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const harness = dirname(fileURLToPath(import.meta.url));
 
-export class DataRoot {
-  /// Makes the folder with its server; a `behaviour` of null leaves it empty.
+export class DataRoot extends PageReports {
+  /// Creates the folder with its server. With a `behaviour` of null there is no server.
   constructor(path, behaviour = {}) {
+    super();
     this.path = path;
     this.script = join(path, 'v3/server.mjs');
     this.log = join(path, 'v3/.local/server.log');
@@ -24,28 +26,28 @@ export class DataRoot {
 
   install(behaviour = {}) {
     copyFileSync(join(harness, 'fixture_server.mjs'), this.script);
-    for (const part of ['responses.mjs', 'page.mjs']) {
-      copyFileSync(join(harness, part), join(this.path, 'v3', part));
+    for (const module of ['responses.mjs', 'page.mjs']) {
+      copyFileSync(join(harness, module), join(this.path, 'v3', module));
     }
     this.setBehaviour(behaviour);
   }
 
-  /// How the server behaves from its next start on; one that is `live` takes
-  /// each answer from what was last said here.
+  /// Sets the behaviour of the server from its next start on. A `live` server takes the routes
+  /// of each response from the latest behaviour.
   setBehaviour(behaviour) {
     const path = join(this.path, 'v3/behaviour.json');
     writeFileSync(`${path}.new`, JSON.stringify(behaviour));
     renameSync(`${path}.new`, path);
   }
 
-  /// Everything recorded so far, in order.
+  /// Returns all recorded events, in order.
   record() {
     if (!existsSync(this.recordPath)) return [];
-    // The last piece may still be in the writing.
+    // The server may be writing the last line.
     return readFileSync(this.recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse);
   }
 
-  /// Begins the record anew, while no server runs.
+  /// Deletes the record. No server may be running.
   clearRecord() {
     rmSync(this.recordPath, { force: true });
   }
@@ -58,19 +60,11 @@ export class DataRoot {
     return this.events('request').filter((line) => line.url === url && line.method === method);
   }
 
-  /// What the page has told under a name.
   reported(name) {
     return this.requests(`/api/${name}`, 'POST').map((line) => JSON.parse(line.body));
   }
 
-  /// Waits until the page has been painted `times` times in all, and gives what
-  /// it told the last time.
-  async awaitPainted(times = 1) {
-    await waitFor(`page painted ${times} times`, () => this.reported('painted').length >= times);
-    return this.reported('painted').at(-1);
-  }
-
-  /// Waits for the server's `count`th start and gives its line.
+  /// Waits for the `count`th start of the server and returns its event.
   async awaitStarted(count = 1) {
     return waitFor(`server start ${count}`, () => this.events('started')[count - 1]);
   }
@@ -78,5 +72,11 @@ export class DataRoot {
   async awaitServerExit(count = 1) {
     const { pid } = await this.awaitStarted(count);
     await waitFor(`end of server ${pid}`, () => !isRunning(pid));
+  }
+
+  /// Waits until the response to a request has ended or its connection has closed.
+  async awaitResponseClosed(url, options) {
+    return waitFor(`end of the response to ${url}`, () =>
+      this.events('responseClosed').find((line) => line.url === url), options);
   }
 }

@@ -1,9 +1,10 @@
-// The desktop around the application: a Downloads folder, and default
-// applications that write down what they were given instead of showing it.
+// The desktop around the application: a Downloads folder, and default applications that record
+// their argument instead of showing it.
 
 import { existsSync, mkdirSync, readFileSync, readdirSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
+import { link } from './page.mjs';
 import { waitFor } from './wait.mjs';
 
 const schemes = ['http', 'https', 'mailto', 'tel', 'sms'];
@@ -12,21 +13,25 @@ const types = [
   'text/plain',
 ];
 
+/// An address that tests open last. Links are handled in order, so all earlier clicks have been
+/// handled once it is opened.
+export const beacon = 'https://beacon.test/';
+export const beaconLink = link('beacon', beacon);
+
 const program = (record) => `#!${process.execPath}
 const { appendFileSync, statSync } = require('node:fs');
-const [given] = process.argv.slice(2);
-const size = given.startsWith('/') ? statSync(given).size : null;
-const line = { given, size, count: process.argv.length - 2, environment: process.env };
+const [argument] = process.argv.slice(2);
+const size = argument.startsWith('/') ? statSync(argument).size : null;
+const line = { argument, size, count: process.argv.length - 2, environment: process.env };
 appendFileSync(${JSON.stringify(record)}, JSON.stringify(line) + '\\n');
 `;
 
-/// What starting a program adds to an environment: GIO tells which entry it
-/// was, a shell where it is.
-const ofTheStart = /^(GIO_LAUNCHED_DESKTOP_FILE(_PID)?|DESKTOP_STARTUP_ID|PWD|OLDPWD|SHLVL|_)$/;
+/// Variables that GIO and the shell add when they start a program.
+const addedAtStart = /^(GIO_LAUNCHED_DESKTOP_FILE(_PID)?|DESKTOP_STARTUP_ID|PWD|OLDPWD|SHLVL|_)$/;
 
 export class Desktop {
-  /// Sets the desktop up for a user who has not started the application yet.
-  /// `downloads` is another place for the folder than the home folder's own.
+  /// Sets the desktop up before the user's first start of the application. `downloads` replaces
+  /// the Downloads folder in the home folder.
   constructor(user, { downloads } = {}) {
     const { XDG_CONFIG_HOME, XDG_DATA_HOME } = user.environment;
     this.user = user;
@@ -39,68 +44,78 @@ export class Desktop {
 
     const opener = join(user.folder, 'opener');
     writeFileSync(opener, program(this.record), { mode: 0o755 });
-    const applications = join(XDG_DATA_HOME, 'applications');
-    mkdirSync(applications);
-    const entry = (name, field) =>
-      writeFileSync(join(applications, `${name}.desktop`),
-        `[Desktop Entry]\nType=Application\nName=${name}\nExec="${opener}" ${field}\n`);
-    entry('adressen', '%u');
-    entry('bestanden', '%f');
+    mkdirSync(join(XDG_DATA_HOME, 'applications'));
+    this.writeEntry('addresses', `Exec="${opener}" %u`);
+    this.writeEntry('files', `Exec="${opener}" %f`);
     const defaults = [
-      ...schemes.map((scheme) => `x-scheme-handler/${scheme}=adressen.desktop`),
-      ...types.map((type) => `${type}=bestanden.desktop`),
+      ...schemes.map((scheme) => `x-scheme-handler/${scheme}=addresses.desktop`),
+      ...types.map((type) => `${type}=files.desktop`),
     ];
     writeFileSync(join(XDG_CONFIG_HOME, 'mimeapps.list'),
       `[Default Applications]\n${defaults.join('\n')}\n`);
   }
 
-  /// Has a scheme opened by an application that is called by a name on the bus.
-  activateByDBus(scheme, name) {
-    const { XDG_CONFIG_HOME, XDG_DATA_HOME } = this.user.environment;
-    writeFileSync(join(XDG_DATA_HOME, 'applications', `${name}.desktop`),
-      `[Desktop Entry]\nType=Application\nName=${name}\nDBusActivatable=true\nExec=false\n`);
-    const choices = join(XDG_CONFIG_HOME, 'mimeapps.list');
-    writeFileSync(choices, readFileSync(choices, 'utf8')
-      .replace(`handler/${scheme}=adressen.desktop`, `handler/${scheme}=${name}.desktop`));
+  writeEntry(name, lines) {
+    writeFileSync(join(this.user.environment.XDG_DATA_HOME, 'applications', `${name}.desktop`),
+      `[Desktop Entry]\nType=Application\nName=${name}\n${lines}\n`);
   }
 
-  /// What the default applications were given so far, with their surroundings.
+  /// Makes an application with D-Bus activation the default for a scheme.
+  activateByDBus(scheme, name) {
+    this.writeEntry(name, 'DBusActivatable=true\nExec=false');
+    const defaults = join(this.user.environment.XDG_CONFIG_HOME, 'mimeapps.list');
+    writeFileSync(defaults, readFileSync(defaults, 'utf8')
+      .replace(`handler/${scheme}=addresses.desktop`, `handler/${scheme}=${name}.desktop`));
+  }
+
+  /// Returns the starts of default applications: argument, size of a file, number of arguments
+  /// and environment.
   launches() {
     if (!existsSync(this.record)) return [];
     return readFileSync(this.record, 'utf8').split('\n').slice(0, -1).map((text) => {
       const line = JSON.parse(text);
-      const own = Object.entries(line.environment).filter(([name]) => !ofTheStart.test(name));
-      return { ...line, environment: Object.fromEntries(own) };
+      const environment = Object.entries(line.environment)
+        .filter(([name]) => !addedAtStart.test(name));
+      return { ...line, environment: Object.fromEntries(environment) };
     });
   }
 
-  /// The URLs and paths that were opened so far.
+  /// Returns the URLs and paths that have been opened.
   opened() {
-    return this.launches().map(({ given }) => given);
+    return this.launches().map(({ argument }) => argument);
   }
 
-  async awaitOpened(given) {
-    return waitFor(`the opening of ${given}`, () =>
-      this.launches().find((start) => start.given === given));
+  async awaitOpened(argument) {
+    return waitFor(`the opening of ${argument}`, () =>
+      this.launches().find((launch) => launch.argument === argument));
   }
 
-  /// Everything that was opened, once the application has ended and nothing can
-  /// be opened any more.
+  /// Clicks the beacon link and waits until it is opened.
+  async openBeacon(screen, layout) {
+    await screen.clickElement(layout, 'beacon');
+    await this.awaitOpened(beacon);
+  }
+
+  /// Waits until the application and its children have ended, and returns all that was opened.
   async openedAfterExit() {
     await this.user.assertNothingLeft();
     return this.opened().sort();
   }
 
-  /// Waits until a file of Downloads was opened, and gives its text as it was
-  /// then found.
+  /// Waits until a file in Downloads was opened, and returns its text. Fails if the file was
+  /// opened before it was complete.
   async awaitFile(name) {
-    const path = join(this.downloads, name);
+    const path = this.path(name);
     const { size } = await this.awaitOpened(path);
-    if (size !== statSync(path).size) throw new Error(`${name} was opened before it was whole`);
+    if (size !== statSync(path).size) throw new Error(`${name} was opened before it was complete`);
     return readFileSync(path, 'utf8');
   }
 
-  /// The names in the Downloads folder.
+  path(name) {
+    return join(this.downloads, name);
+  }
+
+  /// Returns the names in the Downloads folder.
   files() {
     return readdirSync(this.downloads).sort();
   }

@@ -1,5 +1,5 @@
-// The frame around every test: a screen for the file, a user for each test, and
-// a look afterwards whether all is gone.
+// The frame of every test of the application: a screen for the file, a new user for each test,
+// and a check afterwards that nothing is left running.
 
 import { mkdirSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
@@ -8,25 +8,23 @@ import { after, before, test as nodeTest } from 'node:test';
 import { PORT, listeners } from './processes.mjs';
 import { Screen } from './screen.mjs';
 import { User } from './user.mjs';
-import { stopWaiting, waitFor } from './wait.mjs';
+import { failWaits, waitFor } from './wait.mjs';
 
-const pictures = process.env.ORVEL_E2E_SCREENSHOTS;
+const screenshots = process.env.ORVEL_E2E_SCREENSHOTS;
 
-/// Gives the functions with which one test file declares its tests and keeps
-/// pictures of what it sees. `local` false: the file leaves the port alone, and
-/// may run beside others.
+/// Returns the functions with which a file declares its tests and saves screenshots. With
+/// `usesPort` false the file leaves the application's port alone.
 export function desktopTests({ usesPort = true, ...screenOptions } = {}) {
   let screen;
-  let present;
+  let user;
 
-  // Whoever breaks off a test must not have to clean up. Nothing here waits, for
-  // the test runner ends the process too; and it hands every signal on, so that
-  // the same one comes twice.
+  // The test runner passes every signal on and then ends this process, so the handler
+  // does not wait, and may run twice.
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
-      present?.killAll();
+      user?.killAll();
       screen?.end();
-      present?.removeFolder();
+      user?.removeFolder();
       if (screen) rmSync(screen.folder, { recursive: true, force: true });
       process.exit(1);
     });
@@ -40,20 +38,20 @@ export function desktopTests({ usesPort = true, ...screenOptions } = {}) {
   });
   after(() => screen?.close());
 
-  /// Keeps the present picture for people, when they asked for pictures.
+  /// Saves a screenshot if ORVEL_E2E_SCREENSHOTS names a folder.
   async function saveScreenshot(name) {
-    if (!pictures) return;
-    mkdirSync(pictures, { recursive: true });
-    await screen.saveScreenshot(join(pictures, `${name.replace(/[^\w-]+/g, '-')}.png`));
+    if (!screenshots) return;
+    mkdirSync(screenshots, { recursive: true });
+    await screen.saveScreenshot(join(screenshots, `${name.replace(/[^\w-]+/g, '-')}.png`));
   }
 
-  /// Declares a test. Its body gets the user and the screen, and must leave the
-  /// application ended.
-  function test(name, options, body) {
-    const { timeout = 60_000, skip = false, ...userOptions } = options;
+  /// Declares a test. Its body gets the user, the screen and the context of node:test, and must
+  /// end the application. Options: `timeout`, `skip` and those of User.
+  function test(name, ...optionsAndBody) {
+    const body = optionsAndBody.pop();
+    const [{ timeout = 120_000, skip = false, ...userOptions } = {}] = optionsAndBody;
     nodeTest(name, { timeout, skip }, async (t) => {
-      const user = new User(screen, userOptions);
-      present = user;
+      user = new User(screen, userOptions);
       try {
         await body(user, screen, t);
         await user.assertNothingLeft();
@@ -61,10 +59,10 @@ export function desktopTests({ usesPort = true, ...screenOptions } = {}) {
       } catch (error) {
         await saveScreenshot(`failed ${name}`);
         const output = user.runs.map((run) => run.output).join('');
-        if (output) t.diagnostic(`the application said: ${output}`);
+        if (output) t.diagnostic(`output of the application: ${output}`);
         throw error;
       } finally {
-        stopWaiting(null);
+        failWaits(null);
         await user.remove();
       }
     });

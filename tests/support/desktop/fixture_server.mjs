@@ -1,31 +1,40 @@
-// The OS server of the tests. It lies as v3/server.mjs in a data root; the file
-// behaviour.json beside it tells how it behaves, and everything that happens to
-// it becomes a line of JSON in record.jsonl.
+// The OS server of the tests, installed as v3/server.mjs in a data root. The file
+// behaviour.json beside it sets its behaviour:
+//   routes            responses for paths (responses.mjs)
+//   live              whether behaviour.json is read again for each response
+//   failedProbes      number of probes that get status 401 first
+//   noReply           no request gets a response
+//   closesConnection  each request's connection is closed without a response
+//   ignoresSignals    SIGTERM, SIGINT and SIGHUP are ignored
+//   stopDelay         time in ms from such a signal to the exit
+//   exitCode          the server exits at once with this code
+//   neverListens      the server runs without a socket
+// It writes each event as a line of JSON to record.jsonl.
 
 import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { answer } from './responses.mjs';
+import { respond } from './responses.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const path = join(here, 'behaviour.json');
-const read = () => (existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {});
-const behaviour = read();
+const readBehaviour = () => (existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {});
+const behaviour = readBehaviour();
 
-// Open from the start: it goes along when a test takes the folder away.
+// Stays open, so that recording works after a test has moved the folder.
 const recordFile = openSync(join(here, 'record.jsonl'), 'a');
 
-// Written synchronously: whoever sees an answer finds the line already there.
+// Synchronous, so that the line is in the file before the client gets its response.
 function record(event, details = {}) {
   const line = { event, pid: process.pid, time: Date.now(), ...details };
   appendFileSync(recordFile, `${JSON.stringify(line)}\n`);
 }
 
 record('started', { argv: process.argv, cwd: process.cwd(), env: { ...process.env } });
-process.stdout.write('woord op de gewone uitvoer\n');
-process.stderr.write('woord op de foutuitvoer\n');
+process.stdout.write('line on standard output\n');
+process.stderr.write('line on standard error\n');
 
 for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
   process.on(signal, () => {
@@ -43,23 +52,23 @@ let failedProbes = behaviour.failedProbes ?? 0;
 function serve(request, response, body) {
   const { method, url, headers } = request;
   record('request', { method, url, headers, body });
-  response.on('close', () => record('responseClosed', { url, whole: response.writableFinished }));
+  response.on('close', () => record('responseClosed', { url }));
   response.on('chunkSent', () => record('chunkSent', { url }));
   if (behaviour.noReply) return;
   if (behaviour.closesConnection) {
     request.socket.destroy();
   } else if (url === '/api/wie' && failedProbes > 0) {
     failedProbes -= 1;
-    response.writeHead(behaviour.refusal ?? 401).end();
+    response.writeHead(401).end();
   } else {
-    answer(request, response, behaviour.live ? read().routes : behaviour.routes);
+    respond(request, response, behaviour.live ? readBehaviour().routes : behaviour.routes);
   }
 }
 
 function listen() {
   const server = createServer((request, response) => {
     let body = '';
-    request.on('data', (piece) => (body += piece));
+    request.on('data', (chunk) => (body += chunk));
     request.on('end', () => serve(request, response, body));
   });
   server.listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));

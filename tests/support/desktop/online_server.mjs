@@ -1,27 +1,26 @@
-// A server that the application does not start: it answers under another
-// address of this machine, which counts as online.
+// A server that the application does not start. Its address 127.0.0.2 counts as online.
 
 import { createServer } from 'node:http';
 
-import { answer } from './responses.mjs';
-import { waitFor } from './wait.mjs';
+import { PageReports } from './page_reports.mjs';
+import { respond } from './responses.mjs';
 
-export class OnlineServer {
-  /// Listens, unless told otherwise, on a free port of its own; `ready` false
-  /// refuses every probe; `routes` are answers of the test's own.
+export class OnlineServer extends PageReports {
+  /// Listens, on a free port unless one is given. With `ready` false every request but that
+  /// for the page gets status 503. The test may change `routes` later.
   static async open({ ready = true, host = '127.0.0.2', port = 0, routes = {} } = {}) {
     const online = new OnlineServer();
     online.requests = [];
     online.server = createServer((request, response) => {
       let body = '';
-      request.on('data', (piece) => (body += piece));
+      request.on('data', (chunk) => (body += chunk));
       request.on('end', () => {
         const { method, url, headers } = request;
         online.requests.push({ method, url, headers, body, time: Date.now() });
         if (!ready && url !== '/') {
           response.writeHead(503).end();
         } else {
-          answer(request, response, routes);
+          respond(request, response, routes);
         }
       });
     });
@@ -34,14 +33,8 @@ export class OnlineServer {
     return this.requests.filter((request) => request.url === url);
   }
 
-  /// What the page has told under a name.
   reported(name) {
     return this.requestsTo(`/api/${name}`).map(({ body }) => JSON.parse(body));
-  }
-
-  async awaitPainted(times = 1) {
-    await waitFor(`page painted ${times} times`, () => this.reported('painted').length >= times);
-    return this.reported('painted').at(-1);
   }
 
   close() {

@@ -61,7 +61,7 @@ PageLog ${at('page_log')}
     return server;
   }
 
-  /// Makes the server hang: it accepts connections and answers nothing.
+  /// Suspends the server: the kernel accepts connections, and no request gets a response.
   hang() {
     kill(this.process.pid, 'SIGSTOP');
   }

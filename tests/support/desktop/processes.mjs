@@ -1,10 +1,10 @@
-// What runs on this machine, read from /proc.
+// The processes of this machine, read from /proc.
 
 import { constants, readdirSync, readFileSync, readlinkSync } from 'node:fs';
 
 const { O_RDWR, O_WRONLY } = constants;
 
-/// The port that the application has for its server.
+/// The port of the application's server.
 export const PORT = 4767;
 
 function read(path) {
@@ -40,7 +40,7 @@ function describe(pid) {
   const [state, parent, , session] = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
   return {
     pid,
-    // Empty for a process that has gone meanwhile.
+    // Empty if the process has ended meanwhile.
     state,
     parent: Number(parent),
     session: Number(session),
@@ -49,9 +49,9 @@ function describe(pid) {
   };
 }
 
-/// The processes whose environment holds `marker` or that belong to one of the
-/// `sessions`; other users' environments cannot be read. Zombies do not count:
-/// they wait for a parent, which at the end is the system's first process.
+/// Returns the processes whose environment holds `marker` or that belong to one of the
+/// `sessions`. The environments of other users' processes cannot be read. Zombies are left
+/// out: orphaned ones wait for PID 1.
 export function markedProcesses(marker, sessions = new Set()) {
   const wanted = `\0${marker}\0`;
   return pids()
@@ -64,31 +64,31 @@ export function markedProcesses(marker, sessions = new Set()) {
     );
 }
 
-/// The paths of the ordinary files that a process holds open for writing.
+/// Returns the paths of the regular files that a process has open for writing.
 export function filesOpenForWriting(pid) {
   const folder = `/proc/${pid}/fd`;
   return entries(folder).flatMap((fd) => {
     const path = target(`${folder}/${fd}`);
     const flags = /^flags:\s*(\d+)/m.exec(read(`/proc/${pid}/fdinfo/${fd}`))?.[1] ?? '0';
-    const writable = (parseInt(flags, 8) & (O_WRONLY | O_RDWR)) !== 0;
-    const ordinary = /^\/(?!dev\/|proc\/|memfd:)/.test(path) && !path.endsWith(' (deleted)');
-    return writable && ordinary ? [path] : [];
+    const isWritable = (parseInt(flags, 8) & (O_WRONLY | O_RDWR)) !== 0;
+    const isRegular = /^\/(?!dev\/|proc\/|memfd:)/.test(path) && !path.endsWith(' (deleted)');
+    return isWritable && isRegular ? [path] : [];
   });
 }
 
-/// How much less than its share of the processor a process gets (nice).
+/// Returns the nice value of a process.
 export function niceValue(pid) {
   const stat = read(`/proc/${pid}/stat`);
   return stat.slice(stat.lastIndexOf(')') + 2).split(' ')[16];
 }
 
-/// Whether a process of this number is there.
+/// Returns whether a process exists and is no zombie.
 export function isRunning(pid) {
   const { state } = describe(pid);
   return Boolean(state) && state !== 'Z';
 }
 
-/// Ends one process at once; nothing happens when it has gone already.
+/// Sends a signal to a process, if it still exists.
 export function kill(pid, signal = 'SIGKILL') {
   try {
     process.kill(pid, signal);
@@ -97,8 +97,7 @@ export function kill(pid, signal = 'SIGKILL') {
   }
 }
 
-/// The processes that listen on a TCP port of this machine, as text for people;
-/// empty when none does.
+/// Returns the processes that listen on a TCP port, as text for messages; '' if there are none.
 export function listeners(port = PORT) {
   const suffix = `:${port.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']

@@ -1,5 +1,4 @@
-// Releases of the application, made from the user's own copy, and how a server
-// offers them.
+// Releases of the application, made from the user's copy, and the routes that offer them.
 
 import { execFileSync } from 'node:child_process';
 import { createHash } from 'node:crypto';
@@ -9,19 +8,19 @@ import {
 } from 'node:fs';
 import { join } from 'node:path';
 
-/// The entry of a bundle's information as it stands on the disk.
+/// Returns a value of the bundle's Info.plist.
 export function plistValue(bundle, key) {
   const text = readFileSync(join(bundle, 'Contents/Info.plist'), 'utf8');
   return new RegExp(`<key>${key}</key>\\s*<string>([^<]*)</string>`).exec(text)?.[1];
 }
 
-function setEntry(bundle, key, value) {
+function setPlistValue(bundle, key, value) {
   const path = join(bundle, 'Contents/Info.plist');
   const entry = new RegExp(`(<key>${key}</key>\\s*<string>)[^<]*`);
   writeFileSync(path, readFileSync(path, 'utf8').replace(entry, `$1${value}`));
 }
 
-/// Everything in a folder, with what it holds and may do, as one text.
+/// Returns names, modes and contents of everything in a folder as one text.
 export function fingerprint(folder) {
   const lines = readdirSync(folder, { recursive: true }).sort().map((name) => {
     const path = join(folder, name);
@@ -34,28 +33,28 @@ export function fingerprint(folder) {
   return lines.join('\n');
 }
 
-/// An archive of the user's application with another version. `alter` may do
-/// to the folder with the bundle in it what it likes first.
+/// Returns an archive of the user's application with another version. `alter` may change the
+/// folder that is archived.
 export function makeRelease(user, { version = '1.1', identity, alter = () => {} } = {}) {
-  const folder = mkdtempSync(join(user.folder, 'uitgave '));
+  const folder = mkdtempSync(join(user.folder, 'release '));
   const bundle = join(folder, 'Orvel OS.app');
   cpSync(user.bundle, bundle, { recursive: true });
-  setEntry(bundle, 'CFBundleShortVersionString', version);
-  if (identity) setEntry(bundle, 'CFBundleIdentifier', identity);
-  mkdirSync(join(bundle, 'Contents/Resources/nieuw'));
-  writeFileSync(join(bundle, 'Contents/Resources/nieuw/bestand'), `van ${version}\n`);
-  symlinkSync('bestand', join(bundle, 'Contents/Resources/nieuw/wijzer'));
+  setPlistValue(bundle, 'CFBundleShortVersionString', version);
+  if (identity) setPlistValue(bundle, 'CFBundleIdentifier', identity);
+  mkdirSync(join(bundle, 'Contents/Resources/new'));
+  writeFileSync(join(bundle, 'Contents/Resources/new/file'), `of ${version}\n`);
+  symlinkSync('file', join(bundle, 'Contents/Resources/new/link'));
   alter(folder, bundle);
-  execFileSync('zip', ['-qry', 'archief.zip', ...readdirSync(folder)], { cwd: folder });
-  const archive = readFileSync(join(folder, 'archief.zip'));
+  execFileSync('zip', ['-qry', 'archive.zip', ...readdirSync(folder)], { cwd: folder });
+  const archive = readFileSync(join(folder, 'archive.zip'));
   rmSync(folder, { recursive: true });
   return archive;
 }
 
-/// What a server answers that has this release.
-export function releaseRoutes(versie, archive = Buffer.from('')) {
+/// Returns the routes of a server with this release. `archive` is a body or a whole route.
+export function releaseRoutes(version, archive = Buffer.from('')) {
   return {
-    '/download/linux.json': { body: JSON.stringify({ versie, zip: 'orvel-os.zip' }) },
+    '/download/linux.json': { body: JSON.stringify({ versie: version, zip: 'orvel-os.zip' }) },
     '/download/orvel-os.zip': archive instanceof Buffer ? { body: archive } : archive,
   };
 }

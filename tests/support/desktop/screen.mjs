@@ -1,5 +1,5 @@
-// A virtual screen of the test's own, with or without a window manager, and the
-// hands and eyes to use it.
+// A virtual X11 screen, with or without a window manager, and the functions to use it: keyboard,
+// mouse, windows, clipboard and pixels.
 
 import { execFile, spawn } from 'node:child_process';
 import { mkdtempSync, rmSync } from 'node:fs';
@@ -8,21 +8,21 @@ import { join } from 'node:path';
 import { promisify } from 'node:util';
 
 import { Framebuffer } from '../image.mjs';
+import { pageColour } from './page.mjs';
 import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-/// The name of a key for xdotool, with a function key as its key code (Linux's
-/// input code plus 8). Given a name, xdotool looks for the modifiers that lead to
-/// it in the key's type, and finds Alt for the function keys of xkb-data 2.48.
+/// Replaces the name of a function key by its key code (Linux input code plus 8). With the
+/// names of xkb-data 2.48, xdotool would press Alt as well.
 function withKeyCode(name) {
   return name.replace(/(?<=^|\+)F(\d+)$/, (_, number) =>
     String(Number(number) <= 10 ? 66 + Number(number) : 84 + Number(number)));
 }
 
 export class Screen {
-  /// Starts the screen; `windowManager` false leaves it without one.
+  /// Starts Xvfb and, unless `windowManager` is false, openbox.
   static async open({ windowManager = true, width = 1200, height = 800 } = {}) {
     const screen = new Screen();
     screen.folder = mkdtempSync(join(tmpdir(), 'orvel e2e screen '));
@@ -52,26 +52,26 @@ export class Screen {
   }
 
   async close() {
-    const mine = this.end();
-    await waitFor('the end of the screen', () => mine.every(({ pid }) => !isRunning(pid)));
+    const children = this.end();
+    await waitFor('the end of the screen', () => children.every(({ pid }) => !isRunning(pid)));
     this.framebuffer.close();
     rmSync(this.folder, { recursive: true, force: true });
   }
 
-  /// Tells the screen to go, without waiting; gives its processes.
+  /// Terminates the screen's processes without waiting for them, and returns them.
   end() {
-    const mine = [this.manager, this.server].filter(Boolean);
-    for (const child of mine) kill(child.pid, 'SIGTERM');
-    return mine;
+    const children = [this.manager, this.server].filter(Boolean);
+    for (const child of children) kill(child.pid, 'SIGTERM');
+    return children;
   }
 
-  /// Runs a tool on this screen and gives what it printed; nothing when it
-  /// fails, as xdotool does for a window that is not there yet.
+  /// Runs a tool on this screen and returns its trimmed output, or '' when the tool fails, as
+  /// xdotool does for a missing window.
   async tool(name, ...args) {
     return (await this.output(name, ...args)).trim();
   }
 
-  /// The same with the blanks around it.
+  /// Does the same as tool(), without trimming.
   async output(name, ...args) {
     try {
       return (await run(name, args, { env: this.environment, timeout: 10_000 })).stdout;
@@ -81,8 +81,7 @@ export class Screen {
     }
   }
 
-  /// Presses keys by their X11 names, with modifiers before a plus sign:
-  /// `keys('ctrl+a', 'F10')`.
+  /// Presses keys by their X11 names, with modifiers: `pressKeys('ctrl+a', 'F10')`.
   async pressKeys(...names) {
     await this.tool('xdotool', 'key', '--clearmodifiers', ...names.map(withKeyCode));
   }
@@ -92,15 +91,20 @@ export class Screen {
   }
 
   async click(x, y, { repeat = 1, button = 1 } = {}) {
-    const place = [String(Math.round(x)), String(Math.round(y))];
+    const position = [String(Math.round(x)), String(Math.round(y))];
     const clicks = ['--repeat', String(repeat), '--delay', '60', String(button)];
-    await this.tool('xdotool', 'mousemove', ...place, 'click', ...clicks);
+    await this.tool('xdotool', 'mousemove', ...position, 'click', ...clicks);
   }
 
-  /// Where on the screen an element is, of a page that has `told` its size and
-  /// places; the page ends where the screen does.
+  /// Moves the pointer to a position.
+  async movePointer(x, y) {
+    await this.tool('xdotool', 'mousemove', String(Math.round(x)), String(Math.round(y)));
+  }
+
+  /// Returns the screen position of an element by the page's reported layout. The page's bottom
+  /// edge is that of the screen.
   positionOf(layout, id) {
-    const [x, y] = layout.places[id];
+    const [x, y] = layout.positions[id];
     return [x, y + this.screenshot().height - layout.height];
   }
 
@@ -109,24 +113,31 @@ export class Screen {
   }
 
   async hoverElement(layout, id) {
-    const place = this.positionOf(layout, id).map((at) => String(Math.round(at)));
-    await this.tool('xdotool', 'mousemove', ...place);
+    await this.movePointer(...this.positionOf(layout, id));
   }
 
-  /// The numbers of the visible windows with this title.
+  /// Returns the IDs of the visible windows with this title.
   async windows(title = 'Orvel OS') {
     const name = `^${title.replace(/[.?*+()|[\]{}\\^$]/g, '\\$&')}$`;
     const found = await this.tool('xdotool', 'search', '--onlyvisible', '--name', name);
     return found.split('\n').filter(Boolean);
   }
 
-  /// The application's window, once it is there.
+  /// Waits for the application's window and returns its ID.
   async awaitWindow() {
     return waitFor('the window', async () => (await this.windows())[0]);
   }
 
-  /// Asks the application to close its main window, as a task bar does, regardless of the
-  /// focus.
+  /// Returns the position and size of a window.
+  async geometry(window) {
+    const shape = await this.tool('xdotool', 'getwindowgeometry', '--shell', window);
+    const [x, y, width, height] = ['X', 'Y', 'WIDTH', 'HEIGHT'].map((name) =>
+      Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
+    return { x, y, width, height };
+  }
+
+  /// Asks the application to close its main window, as a task bar does, whichever window has
+  /// the focus.
   async closeMainWindow() {
     await this.tool('wmctrl', '-i', '-c', await this.awaitWindow());
   }
@@ -141,34 +152,39 @@ export class Screen {
     });
   }
 
-  /// How many windows the window manager has under its care.
+  /// Returns the number of windows that the window manager manages.
   async windowCount() {
     const list = await this.tool('xprop', '-root', '_NET_CLIENT_LIST');
     return (list.match(/0x/g) ?? []).length;
   }
 
-  /// Watches the windows under the manager's care from now on; gives a function
-  /// that tells how many there were at most.
+  /// Waits until the window manager manages `count` windows.
+  async awaitWindowCount(count) {
+    await waitFor(`${count} windows`, async () => (await this.windowCount()) === count);
+  }
+
+  /// Starts to watch the number of managed windows. Returns a function that stops and returns
+  /// the maximum.
   watchWindowCount() {
-    let most = 0;
+    let max = 0;
     let text = '';
     const spy = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
       env: this.environment,
       stdio: ['ignore', 'pipe', 'ignore'],
     });
-    spy.stdout.on('data', (piece) => {
-      text += piece;
-      for (const line of text.split('\n')) most = Math.max(most, line.match(/0x/g)?.length ?? 0);
+    spy.stdout.on('data', (chunk) => {
+      text += chunk;
+      for (const line of text.split('\n')) max = Math.max(max, line.match(/0x/g)?.length ?? 0);
       text = text.slice(text.lastIndexOf('\n') + 1);
     });
     return async () => {
-      await waitFor('a look at the windows', () => most > 0);
+      await waitFor('a list of windows', () => max > 0);
       kill(spy.pid, 'SIGTERM');
-      return most;
+      return max;
     };
   }
 
-  /// Waits until a panel with this title is there and has the keyboard.
+  /// Waits until a panel with this title has the focus, and returns its window ID.
   async awaitPanel(title) {
     return waitFor(`the panel "${title}"`, async () => {
       const [window] = await this.windows(title);
@@ -177,7 +193,7 @@ export class Screen {
     });
   }
 
-  /// Waits until a panel is gone and another window has the keyboard.
+  /// Waits until a panel is closed and another window has the focus.
   async awaitPanelClosed(title) {
     await waitFor(`the end of the panel "${title}"`, async () => {
       if ((await this.windows(title)).length > 0) return false;
@@ -185,15 +201,22 @@ export class Screen {
     });
   }
 
-  /// Waits until a menu is open, or none is. Those of the application have the
-  /// name that GTK knows it by.
+  /// Presses a key that closes a panel, and waits until only the main window is left.
+  async closePanel(title, key = 'Return') {
+    await this.pressKeys(key);
+    await this.awaitPanelClosed(title);
+    await this.awaitWindowCount(1);
+  }
+
+  /// Waits until a menu is open, or none is. The window of a GTK menu is named for the
+  /// application's ID.
   async awaitMenu(isOpen = true, options = {}) {
     await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
       ((await this.windows('nl.orvel.os')).length > 0) === isOpen, options);
   }
 
-  /// Opens the application's menu by its key, which gets lost when it comes just
-  /// as another window has given the keyboard back.
+  /// Opens the application's menu with F10. The key has no effect while the focus moves from
+  /// one window to another, so it may be pressed more than once.
   async openMenu() {
     await waitFor('the menu', async () => {
       await this.pressKeys('F10');
@@ -201,22 +224,21 @@ export class Screen {
     });
   }
 
-  /// Chooses one of the first three items of the application's menu, by keys
-  /// alone.
+  /// Chooses one of the first three items of the application's menu with the keyboard.
   async chooseApplicationItem(number) {
     await this.awaitWindow();
-    // A pointer over the menu would choose too.
-    await this.tool('xdotool', 'mousemove', '900', '700');
+    // The pointer must not hover over the menu.
+    await this.movePointer(900, 700);
     await this.openMenu();
-    // The keyboard is there a moment after the menu: its first item is lit up.
-    const lines = [61, 91, 121];
-    const item = (lit) => waitFor(`item ${lit} of the menu`, () => {
-      const light = lines.map((y) => this.screenshot().pixel(185, y)[2]);
-      return light.every((value, index) => index === lit || light[lit] - value > 15);
+    // The menu takes keys once its first item is highlighted.
+    const rows = [61, 91, 121];
+    const awaitHighlight = (item) => waitFor(`item ${item} of the menu`, () => {
+      const light = rows.map((y) => this.screenshot().pixel(185, y)[2]);
+      return light.every((value, index) => index === item || light[item] - value > 15);
     });
-    await item(0);
+    await awaitHighlight(0);
     for (let step = 0; step < number; step += 1) await this.pressKeys('Down');
-    await item(number);
+    await awaitHighlight(number);
     await this.pressKeys('Return');
     await this.awaitMenu(false);
   }
@@ -226,11 +248,10 @@ export class Screen {
     return this.awaitPanel('Adres van het OS');
   }
 
-  /// Opens the address dialog, gives it this text by keys alone, and presses
-  /// `answer`.
+  /// Opens the address dialog, replaces its text and presses the key `answer`.
   async answerAddressDialog(text, answer = 'Return') {
     await this.openAddressDialog();
-    // Its whole text is selected; a tab cannot be typed.
+    // The text is selected. xdotool cannot type a tab, so the new text is pasted.
     await this.pressKeys('BackSpace');
     if (text !== '') {
       await this.setClipboard(text);
@@ -238,12 +259,6 @@ export class Screen {
     }
     await this.pressKeys(answer);
     await this.awaitPanelClosed('Adres van het OS');
-  }
-
-  /// Waits until so many windows are under the manager's care, which takes
-  /// note of an end a moment after it.
-  async awaitWindowCount(count) {
-    await waitFor(`${count} windows`, async () => (await this.windowCount()) === count);
   }
 
   async property(window, name) {
@@ -254,7 +269,11 @@ export class Screen {
     return this.framebuffer.screenshot();
   }
 
-  /// Keeps the picture as a file for people to look at.
+  /// Waits until the page's background is visible at a position.
+  async awaitPage(...position) {
+    await waitFor('the page on the screen', () => this.screenshot().shows(pageColour, ...position));
+  }
+
   async saveScreenshot(path) {
     await this.tool('convert', `xwd:${join(this.folder, 'Xvfb_screen0')}`, path);
   }
@@ -263,7 +282,7 @@ export class Screen {
     return this.output('xclip', '-out', '-selection', 'clipboard');
   }
 
-  /// Puts a text on the clipboard, so that a later one can be told from it.
+  /// Puts a text on the clipboard and waits until it is there.
   async setClipboard(text) {
     const child = spawn('xclip', ['-in', '-selection', 'clipboard'], {
       env: this.environment,
@@ -273,19 +292,19 @@ export class Screen {
     await waitFor('the clipboard', async () => (await this.clipboard()) === text);
   }
 
-  /// The text of the page that is shown, as selecting and copying all gives it,
-  /// once it is `awaited`.
-  async awaitPageText(awaited, options = {}) {
+  /// Waits until the text of the shown page, copied by the keyboard, satisfies a predicate, and
+  /// returns it.
+  async awaitPageText(isExpected, options = {}) {
     await this.awaitWindow();
-    await this.setClipboard('nog niets gekopieerd');
+    await this.setClipboard('nothing copied yet');
     let text;
-    await waitFor('a certain text on the page', async () => {
+    await waitFor('the expected text of the page', async () => {
       await this.pressKeys('ctrl+a', 'ctrl+c');
-      // How many line feeds stand between two blocks is the web engine's affair.
+      // The number of line feeds between two blocks differs between versions of WebKit.
       text = (await this.clipboard()).trim().replace(/\n+/g, '\n');
-      return awaited(text);
+      return isExpected(text);
     }, { every: 100, ...options }).catch((error) => {
-      throw new Error(`${error.message}; the page says: ${JSON.stringify(text)}`);
+      throw new Error(`${error.message}; the page has: ${JSON.stringify(text)}`);
     });
     return text;
   }

@@ -1,4 +1,4 @@
-// A session bus of the test's own.
+// A private D-Bus session bus.
 
 import { spawn } from 'node:child_process';
 import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
@@ -8,10 +8,10 @@ import { join } from 'node:path';
 import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
-/// Runs a session bus without any service for as long as the body takes, which
-/// gets its address, as a variable, and its process.
+/// Runs a session bus without services during the body, which gets the environment variable
+/// with its address, and its process.
 export async function withSessionBus(body) {
-  // Without a blank in the name, which WebKit does not understand in an address.
+  // WebKit cannot parse a bus address with a space in it.
   const folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-bus-'));
   const configuration = join(folder, 'bus.conf');
   writeFileSync(configuration, `<!DOCTYPE busconfig PUBLIC

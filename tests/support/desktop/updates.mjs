@@ -1,75 +1,68 @@
-// An application that finds releases, and what its user sees of that.
+// The application with a server that offers releases.
 
 import assert from 'node:assert/strict';
 
-import { OnlineServer } from './online_server.mjs';
-import { pageColour } from './page.mjs';
 import { niceValue } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 export const updatedNotice = 'Orvel OS is bijgewerkt naar 1.1';
 export const upToDateNotice = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
 
-/// Runs the application, as version 1.0, on a server of its own. `begin` gives
-/// what that answers at first, once the application knows its address; `body`
-/// may change it. The options are those of the start.
-export async function withUpdateServer(user, screen, begin, body, options) {
+/// Starts the application as version 1.0 with an online server and calls body(server, routes,
+/// run). `begin` returns the server's first routes; the body may change them.
+export async function withUpdateServer(user, screen, begin, body, startOptions) {
   const routes = {};
-  const server = await OnlineServer.open({ routes });
-  try {
-    user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
-    Object.assign(routes, begin());
-    const run = await startAndShowPage(user, screen, server, options);
-    await body(server, routes, run);
-  } finally {
-    server.close();
-  }
+  const server = await user.openOnlineServer({ routes });
+  user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
+  Object.assign(routes, begin());
+  await body(server, routes, await startAndShowPage(user, screen, server, startOptions));
 }
 
-/// Starts the application once more and waits for its page.
+/// Starts the application and waits for the page of the update server.
 export async function startAndShowPage(user, screen, server, options) {
   const before = server.reported('painted').length;
   const run = user.start(options);
   await server.awaitPainted(before + 1);
-  await waitFor('the page on the screen', () => screen.screenshot().shows(pageColour));
+  await screen.awaitPage();
   return run;
 }
 
-/// The running applications. What one of them forks bears its name until it has
-/// become something else.
+/// Waits for the update check that the application makes four seconds after its start.
+export async function awaitSilentCheck(server, count = 1) {
+  await waitFor('the silent check', () => server.requestsTo('/download/linux.json').length >= count);
+}
+
+/// Returns the running applications. A forked child that has not called exec yet has the
+/// application's name too, so children of applications are left out.
 export function instances(user) {
   const all = user.processesNamed('orvel-os');
   return all.filter(({ parent }) => all.every(({ pid }) => pid !== parent));
 }
 
-/// Asks for an update by the menu and closes the notice that answers.
+/// Checks for updates from the menu and closes the expected notice.
 export async function checkForUpdates(screen, notice) {
   await screen.chooseApplicationItem(1);
   await screen.awaitPanel(notice);
-  await screen.pressKeys('Return');
-  await screen.awaitPanelClosed(notice);
-  await screen.awaitWindowCount(1);
+  await screen.closePanel(notice);
 }
 
-/// Closes the notice that is open, and sees the old process go and one new one
-/// show the page. Gives when the old one had gone.
+/// Closes the update notice, and waits until the old process has ended and a single new one
+/// shows the page.
 export async function acceptRestart(user, screen, server, run) {
   const before = server.reported('painted').length;
-  const niceness = niceValue(run.pid);
+  const nice = niceValue(run.pid);
   await screen.pressKeys('Return');
-  const { code, signal, time } = await user.awaitExit(run);
-  assert.deepEqual({ code, signal }, { code: 0, signal: null });
+  await user.awaitCleanExit(run);
   await server.awaitPainted(before + 1);
   const [next, ...others] = instances(user);
   assert.deepEqual(others, []);
   assert.notEqual(next.pid, run.pid);
-  assert.equal(niceValue(next.pid), niceness);
-  assert.equal(next.session, next.pid, 'no terminal takes it along');
+  assert.equal(niceValue(next.pid), nice);
+  assert.equal(next.session, next.pid, 'the new process leads its own session');
   await screen.awaitWindow();
-  return { next, time };
 }
 
-/// Quits whatever instance has the keyboard.
+/// Quits the instance that has the focus.
 export async function quitRestarted(user, screen) {
   await screen.pressKeys('ctrl+q');
   await waitFor('the end of the last instance', () => instances(user).length === 0);

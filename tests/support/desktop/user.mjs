@@ -1,6 +1,7 @@
-// One user of the test's own: home, desktop folders, data root and a copy of the
-// built application, all in one temporary folder.
+// A user in one temporary folder: home, XDG folders, data root, and a copy of the built
+// application.
 
+import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import {
   cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync,
@@ -9,12 +10,13 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
 import { DataRoot } from './data_root.mjs';
+import { OnlineServer } from './online_server.mjs';
 import { filesOpenForWriting, kill, markedProcesses } from './processes.mjs';
 import { sandboxEnvironment } from './sandbox.mjs';
-import { stopWaiting, waitFor } from './wait.mjs';
+import { failWaits, waitFor } from './wait.mjs';
 
-/// The key that the tests' copy of the application carries.
-export const KEY = 'sleutel-van-de-proef';
+/// The application key in Info.plist.
+export const KEY = 'key-of-the-tests';
 
 const executable = process.env.ORVEL_APP;
 if (!executable || !existsSync(executable)) {
@@ -22,9 +24,9 @@ if (!executable || !existsSync(executable)) {
 }
 const builtBundle = dirname(dirname(dirname(executable)));
 
-function writeInformation(path, entries) {
+function writePlistValues(path, values) {
   let text = readFileSync(path, 'utf8');
-  for (const [key, value] of Object.entries(entries)) {
+  for (const [key, value] of Object.entries(values)) {
     const old = new RegExp(`\\s*<key>${key}</key>\\s*<string>[^<]*</string>`);
     const entry = `<key>${key}</key><string>${value}</string>`;
     text = text.replace(old, '').replace(/<\/dict>\s*<\/plist>/, `${entry}</dict></plist>`);
@@ -33,22 +35,23 @@ function writeInformation(path, entries) {
 }
 
 export class User {
-  /// `behaviour` is the server's, or null for a data root without one;
-  /// `information` goes into the bundle; `environment` into each start.
+  /// `behaviour` is that of the fixture server, or null for a data root without a server. `plist`
+  /// holds values for Info.plist, `environment` variables for each start.
   constructor(screen, { behaviour, plist = {}, environment = {} } = {}) {
     this.screen = screen;
     this.folder = mkdtempSync(join(tmpdir(), 'orvel e2e '));
     this.marker = `ORVEL_E2E=${this.folder}`;
     this.sessions = new Set();
     this.runs = [];
+    this.cleanups = [];
     for (const name of ['home', 'config', 'data', 'cache', 'state', 'temporary']) {
       mkdirSync(join(this.folder, name));
     }
     mkdirSync(join(this.folder, 'runtime'), { mode: 0o700 });
     this.home = join(this.folder, 'home');
-    this.root = new DataRoot(join(this.folder, 'de gegevens'), behaviour);
+    this.root = new DataRoot(join(this.folder, 'data root'), behaviour);
 
-    this.bundle = join(this.folder, 'map met spaties', 'Orvel OS.app');
+    this.bundle = join(this.folder, 'folder with spaces', 'Orvel OS.app');
     cpSync(builtBundle, this.bundle, { recursive: true });
     this.setPlistValues({ ORVELOSKey: KEY, ...plist });
     this.executable = join(this.bundle, executable.slice(builtBundle.length));
@@ -63,7 +66,7 @@ export class User {
       XDG_STATE_HOME: join(this.folder, 'state'),
       XDG_RUNTIME_DIR: join(this.folder, 'runtime'),
       TMPDIR: join(this.folder, 'temporary'),
-      // No bus, and none to be started either.
+      // An address without a bus. Without the variable GLib would start a bus.
       DBUS_SESSION_BUS_ADDRESS: 'disabled:',
       ORVEL_OS_ROOT: this.root.path,
       ORVEL_E2E: this.folder,
@@ -75,12 +78,22 @@ export class User {
     };
   }
 
-  /// Sets texts in the bundle's information.
-  setPlistValues(entries) {
-    writeInformation(join(this.bundle, 'Contents/Info.plist'), entries);
+  setPlistValues(values) {
+    writePlistValues(join(this.bundle, 'Contents/Info.plist'), values);
   }
 
-  /// The files that the application keeps for this user.
+  /// The file with the user's settings.
+  get defaultsFile() {
+    return join(this.environment.XDG_CONFIG_HOME, 'nl.orvel.os/defaults.ini');
+  }
+
+  /// Stores an address as the user's choice.
+  storeAddress(address) {
+    mkdirSync(dirname(this.defaultsFile), { recursive: true });
+    writeFileSync(this.defaultsFile, `[Defaults]\nosURL=${address}\n`);
+  }
+
+  /// Returns the files in the user's XDG data folder.
   dataFiles(folder = this.environment.XDG_DATA_HOME) {
     return readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
       const path = join(folder, entry.name);
@@ -89,8 +102,15 @@ export class User {
     });
   }
 
-  /// Starts the application, by way of another program when there is a
-  /// `wrapper` to put before it. A variable given as undefined is left out.
+  /// Opens an OnlineServer that is closed at the end of the test.
+  async openOnlineServer(options) {
+    const server = await OnlineServer.open(options);
+    this.cleanups.push(() => server.close());
+    return server;
+  }
+
+  /// Starts the application, with `wrapper` as the command line in front of it. A variable with
+  /// the value undefined is removed from the environment.
   start({ environment = {}, args = [], wrapper = [] } = {}) {
     const [program, ...all] = [...wrapper, this.executable, ...args];
     const child = spawn(program, all, {
@@ -105,9 +125,7 @@ export class User {
     child.once('exit', (code, signal) => {
       run.exit = { code, signal, time: Date.now() };
       if (!signal || run.killExpected || this.removing) return;
-      // Tests end it by signals that it answers, or remove the user; all others
-      // are crashes.
-      stopWaiting(new Error(`the application was ended by ${signal}`));
+      failWaits(new Error(`the application was ended by ${signal}`));
     });
     child.once('error', (error) => (run.exit = { error }));
     if (child.pid) this.sessions.add(child.pid);
@@ -123,70 +141,75 @@ export class User {
     return run;
   }
 
-  /// Starts the application with a page of the test's own, made of a piece of
-  /// HTML, and gives what the page told when it was painted.
+  /// Starts the application with a page around a piece of HTML; returns the page's layout.
   async startWithPage(page, { routes = {}, ...behaviour } = {}, options = {}) {
     this.root.setBehaviour({ ...behaviour, routes: { '/': { page }, ...routes } });
     await this.startAndShowPage(options);
     return this.root.reported('painted').at(-1);
   }
 
-  /// Kills the application alone, as a user does who has lost patience.
-  async forceQuit(run = this.runs.at(-1)) {
+  /// Kills the application, but not its children.
+  async forceQuit(run = this.runs.at(-1), signal = 'SIGKILL') {
     run.killExpected = true;
-    kill(run.pid);
+    kill(run.pid, signal);
     await this.awaitExit(run);
   }
 
-  /// Waits until a run has ended by itself and gives how.
+  /// Waits for the end of a run and returns its exit code, signal and time.
   async awaitExit(run, options) {
     await waitFor('end of the application', () => run.exit, options);
     return run.exit;
   }
 
-  /// Quits with the menu's key and waits for the end.
+  /// Waits for the end of a run with exit code 0 and returns its time.
+  async awaitCleanExit(run = this.runs.at(-1)) {
+    const { code, signal, time } = await this.awaitExit(run);
+    assert.deepEqual({ code, signal }, { code: 0, signal: null }, run.output);
+    return time;
+  }
+
+  /// Quits with the menu's key and waits for a clean exit.
   async quit(run = this.runs.at(-1)) {
     await this.screen.pressKeys('ctrl+q');
-    return this.awaitExit(run);
+    return this.awaitCleanExit(run);
   }
 
   processes() {
     return markedProcesses(this.marker, this.sessions);
   }
 
+  /// Returns the processes with this name, of which the kernel keeps 15 bytes.
   processesNamed(name) {
     return this.processes().filter((process) => process.name.startsWith(name.slice(0, 15)));
   }
 
-  /// The files outside this user's folder that the application and what it has
-  /// started hold open for writing.
+  /// Returns the files outside the user's folder that the user's processes have open for writing.
   filesWrittenOutside() {
     return this.processes()
       .flatMap(({ pid }) => filesOpenForWriting(pid))
       .filter((path) => !path.startsWith(`${this.folder}/`));
   }
 
-  /// Fails unless the application and all that it started have gone, and left
-  /// nothing in the temporary folder.
+  /// Waits for the end of the application and all its descendants, and fails if the temporary
+  /// folder is not empty.
   async assertNothingLeft() {
-    await waitFor(
-      'a machine without processes of the application',
-      () => this.processes().length === 0,
-    ).catch((error) => {
-      const left = this.processes().map(({ pid, command }) => `${pid} ${command}`);
-      throw new Error(`${error.message}; left: ${left.join('; ')}`);
-    });
+    await waitFor('the end of all processes', () => this.processes().length === 0)
+      .catch((error) => {
+        const left = this.processes().map(({ pid, command }) => `${pid} ${command}`);
+        throw new Error(`${error.message}; left: ${left.join('; ')}`);
+      });
     const left = readdirSync(this.environment.TMPDIR);
     if (left.length > 0) throw new Error(`left in the temporary folder: ${left.join(', ')}`);
   }
 
-  /// Ends whatever still runs and removes the folder.
+  /// Kills all processes, runs the cleanups and removes the folder.
   async remove() {
     await waitFor('end of all processes', () => this.killAll() === 0);
+    for (const cleanUp of this.cleanups) await cleanUp();
     this.removeFolder();
   }
 
-  /// Kills whatever runs and gives how many that were.
+  /// Kills all processes and returns how many there were.
   killAll() {
     this.removing = true;
     const left = this.processes();

@@ -1,23 +1,23 @@
 import { setTimeout as pause } from 'node:timers/promises';
 
-// A machine that does several things at once, or a sanitizer, is slow.
-const patience = Number(process.env.ORVEL_E2E_TIMEOUT_MS ?? 20_000);
+// Longer than anything takes on a busy machine or under a sanitizer.
+const defaultTimeout = Number(process.env.ORVEL_E2E_TIMEOUT_MS ?? 40_000);
 
-let crash = null;
+let failure = null;
 
-/// Makes every wait fail at once with this error, until it is called with null.
-export function stopWaiting(error) {
-  crash = error;
+/// Makes every wait fail with this error, until it is called with null.
+export function failWaits(error) {
+  failure = error;
 }
 
-/// Looks at a condition until it gives something true, and returns that. Fails
-/// after `timeout` milliseconds, naming `what` was missing.
-export async function waitFor(what, condition, { timeout = patience, every = 20 } = {}) {
+/// Evaluates a condition every `every` ms until its value is truthy, and returns that value.
+/// Throws after `timeout` ms with `what` in the message.
+export async function waitFor(what, condition, { timeout = defaultTimeout, every = 20 } = {}) {
   const end = Date.now() + timeout;
   for (;;) {
-    if (crash) throw crash;
-    const seen = await condition();
-    if (seen) return seen;
+    if (failure) throw failure;
+    const value = await condition();
+    if (value) return value;
     if (Date.now() > end) throw new Error(`not seen within ${timeout} ms: ${what}`);
     await pause(every);
   }

@@ -1,0 +1,143 @@
+// The context menu of a link, and drops on the window, follow the rules for links.
+
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { existsSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { Desktop, beacon } from '../support/desktop/default_apps.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { link, pageColour } from '../support/desktop/page.mjs';
+import { isRunning, kill } from '../support/desktop/processes.mjs';
+import { KEY } from '../support/desktop/user.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
+
+const { test, saveScreenshot } = desktopTests();
+
+const hoverLink = (id, href) => link(id, href, `onmouseenter="report('hover', '${id}')"`);
+const text = (body) => ({ headers: { 'content-type': 'text/plain' }, body });
+
+/// Clicks a link once the page gets pointer events. A menu that has just closed may still grab
+/// the pointer.
+async function clickAfterMenu(user, screen, layout, id, options) {
+  await screen.awaitMenu(false);
+  await screen.hoverElement(layout, id);
+  await waitFor(`the pointer over ${id}`, () => user.root.reported('hover').at(-1) === id);
+  await screen.clickElement(layout, id, options);
+}
+
+const openItem = 0;
+const downloadItem = 1;
+
+/// Chooses an item of each link's context menu and then clicks the beacon. `choices` has for each
+/// link its address, the item, and the name of the file if one is downloaded.
+async function chooseItems(user, screen, choices) {
+  const desktop = new Desktop(user);
+  const layout = await user.startWithPage(
+    choices.map(([href], index) => hoverLink(`link${index}`, href)).join('') +
+    hoverLink('beacon', beacon),
+    { routes: { '/page': text('page'), '/api/bestand/stored': text('stored') } });
+  const maxWindows = screen.watchWindowCount();
+  const opened = [beacon];
+  for (const [index, [href, item, name]] of choices.entries()) {
+    await clickAfterMenu(user, screen, layout, `link${index}`, { button: 3 });
+    await screen.awaitMenu();
+    await saveScreenshot('context-menu');
+    // The menu opens with its first item selected.
+    await screen.pressKeys(...Array(item).fill('Down'), 'Return');
+    opened.push(name ? desktop.path(name) : href);
+    await desktop.awaitOpened(opened.at(-1));
+  }
+  await clickAfterMenu(user, screen, layout, 'beacon');
+  await desktop.awaitOpened(beacon);
+  assert.equal(user.root.reported('painted').length, 1, 'the page stays');
+  for (const [href] of choices.filter(([, , name]) => name)) {
+    const keys = user.root.requests(href).map(({ headers }) => headers['x-orvel-app']);
+    assert.deepEqual(keys, [KEY], href);
+  }
+  await user.quit();
+  assert.deepEqual(await desktop.openedAfterExit(), opened.sort());
+  assert.equal(await maxWindows(), 1, 'no second window was opened');
+}
+
+test('"Open Link" of the context menu does what a click does', (user, screen) =>
+  chooseItems(user, screen, [
+    ['https://elsewhere.test/open', openItem],
+    ['/api/bestand/stored', openItem, 'stored.txt'],
+  ]));
+
+test('"Download Linked File" of the context menu downloads with the key or opens outside',
+  (user, screen) => chooseItems(user, screen, [
+    ['https://elsewhere.test/file', downloadItem],
+    ['/page', downloadItem, 'page.txt'],
+    ['/api/bestand/stored', downloadItem, 'stored.txt'],
+  ]));
+
+const dragSource = process.env.ORVEL_DRAG_SOURCE;
+const skip = dragSource && existsSync(dragSource)
+  ? false : 'ORVEL_DRAG_SOURCE does not name a program';
+
+/// Drags a file or URL to a position of the window, where `isSeen` tells whether the page has
+/// seen it, and drops it there.
+async function drop(user, screen, content, [x, y], isSeen) {
+  const child = spawn(dragSource, [content], { env: user.environment, stdio: 'ignore' });
+  try {
+    const window = await waitFor('the source', async () =>
+      (await screen.windows('Drag source'))[0]);
+    const [fromX, fromY] = [80, 580];
+    await screen.tool('xdotool', 'windowmove', '--sync', window, '20', '500');
+    await waitFor('the source on the screen', () =>
+      !screen.screenshot().shows(pageColour, fromX, fromY));
+    const move = (share) =>
+      screen.movePointer(fromX + (x - fromX) * share, fromY + (y - fromY) * share);
+    await move(0);
+    await screen.tool('xdotool', 'mousedown', '1');
+    // GTK starts a drag after some distance, and the target responds to each step.
+    for (let step = 1; step <= 20; step += 1) await move(step / 20);
+    await waitFor('the drag over its target', async () => {
+      await move(0.99);
+      await move(1);
+      return isSeen();
+    });
+    await screen.tool('xdotool', 'mouseup', '1');
+    await waitFor('the end of the drag', () => !isRunning(child.pid));
+  } finally {
+    kill(child.pid);
+    await screen.awaitWindowCount(1);
+  }
+}
+
+test('a drop reaches an element that accepts it, and never replaces the page', { skip },
+  async (user, screen) => {
+    const desktop = new Desktop(user);
+    const layout = await user.startWithPage(`${link('beacon', beacon)}
+      <button id="target" style="height: 100px">drop here</button>
+      <button id="other" style="height: 100px; margin-top: 100px">not here</button>
+      <script>
+        addEventListener('dragover', ({ target }) => report('dragover', target.id));
+        target.addEventListener('dragover', (event) => event.preventDefault());
+        target.addEventListener('drop', (event) => {
+          event.preventDefault();
+          report('drop', [...event.dataTransfer.types]);
+        });
+      </script>`);
+    const file = join(user.folder, 'dropped.html');
+    writeFileSync(file, '<h1>dropped</h1>');
+    const dropOn = (id, content) => {
+      // After several events, the response to the first has reached the source.
+      const count = () => user.root.reported('dragover').filter((over) => over === id).length;
+      const before = count();
+      return drop(user, screen, content, screen.positionOf(layout, id), () => count() > before + 2);
+    };
+
+    await dropOn('target', file);
+    assert.ok((await user.root.awaitReport('drop')).includes('text/uri-list'));
+    await dropOn('other', file);
+    await dropOn('other', 'https://elsewhere.test/dropped');
+
+    await desktop.openBeacon(screen, layout);
+    await user.quit();
+    assert.deepEqual(await desktop.openedAfterExit(), [beacon, 'https://elsewhere.test/dropped']);
+    assert.equal(user.root.reported('painted').length, 1, 'the page stays');
+    assert.equal(user.root.reported('drop').length, 1);
+  });

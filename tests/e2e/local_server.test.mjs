@@ -1,0 +1,190 @@
+// The local server: its start with the port in use, its failures, and how the user restarts it.
+
+import assert from 'node:assert/strict';
+import { spawn, spawnSync } from 'node:child_process';
+import { existsSync, mkdirSync, symlinkSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { DataRoot } from '../support/desktop/data_root.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { PORT, isRunning, kill, listeners } from '../support/desktop/processes.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
+
+const { test, saveScreenshot } = desktopTests();
+
+const stoppedMessage = (code) =>
+  `De OS-server is gestopt (code ${code}). Zie ~/orvel-os/v3/.local/server.log. ` +
+  'Herstarten met ⌘R.';
+
+/// Waits for an error page that ends with a message and compares its whole text.
+async function assertErrorPage(screen, message) {
+  const text = await screen.awaitPageText((page) => page.endsWith(message));
+  assert.equal(text, `Orvel OS\n${message}`);
+}
+
+test('without a server script the error page names the address dialog', { behaviour: null },
+  async (user, screen) => {
+    user.start();
+    await screen.awaitWindow();
+    await assertErrorPage(screen,
+      'Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.');
+    await saveScreenshot('error-no-os');
+
+    // Once there is a script, Control-R starts it.
+    user.root.install();
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted();
+    await user.quit();
+  });
+
+test('exit code 1 of the server is reported, and Control-R starts it again',
+  { behaviour: { exitCode: 1 } }, async (user, screen) => {
+    user.start();
+    await user.root.awaitServerExit();
+    await assertErrorPage(screen, stoppedMessage(1));
+    await saveScreenshot('error-exit');
+    assert.deepEqual(user.root.events('request'), []);
+
+    user.root.setBehaviour({});
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted();
+    assert.equal(user.root.events('started').length, 2);
+    await user.quit();
+  });
+
+test('a killed server is reported with its signal; Control-R starts it again, then reloads',
+  async (user, screen) => {
+    await user.startAndShowPage();
+    kill((await user.root.awaitStarted()).pid);
+    await assertErrorPage(screen, stoppedMessage(9));
+
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted(2);
+    assert.equal(user.root.events('started').length, 2);
+    const probes = user.root.requests('/api/wie').length;
+
+    await screen.pressKeys('ctrl+r');
+    await user.root.awaitPainted(3);
+    assert.equal(user.root.events('started').length, 2, 'a running server is not started again');
+    assert.equal(user.root.requests('/api/wie').length, probes, 'a reload does not probe');
+    await user.quit();
+  });
+
+test('a server that responds with 401 is probed every 250 ms until it responds with 200',
+  { behaviour: { failedProbes: 3 } }, async (user) => {
+    await user.startAndShowPage();
+    const times = user.root.requests('/api/wie').map(({ time }) => time);
+    assert.equal(times.length, 4);
+    for (let probe = 1; probe < times.length; probe += 1) {
+      assert.ok(times[probe] - times[probe - 1] >= 240, `probe ${probe} came too early`);
+    }
+    assert.ok(user.root.requests('/')[0].time >= times.at(-1));
+    await user.quit();
+  });
+
+/// Returns a folder with the programs that the application runs by their names, except node.
+function programsWithoutNode(user) {
+  const folder = join(user.folder, 'programs');
+  mkdirSync(folder);
+  for (const name of ['lsof', 'ps', 'zsh']) {
+    const { stdout } = spawnSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' });
+    symlinkSync(stdout.trim(), join(folder, name));
+  }
+  return folder;
+}
+
+const installedNode = ['/usr/local/bin/node', '/opt/homebrew/bin/node'].find(existsSync);
+const skip = installedNode ? `the application would find ${installedNode}` : false;
+
+test('without node the launch error is shown and nothing is probed', { skip },
+  async (user, screen) => {
+    user.start({ environment: { PATH: programsWithoutNode(user) } });
+    const text = await screen.awaitPageText((page) => page.includes('Kon node'));
+    assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
+    await saveScreenshot('error-no-node');
+    assert.deepEqual(user.root.record(), []);
+    assert.equal(listeners(), '');
+    await user.quit();
+  });
+
+test("node is found on the search path of the user's login shell", { skip }, async (user) => {
+  const folder = join(user.home, 'user’s programs');
+  mkdirSync(folder);
+  symlinkSync(process.execPath, join(folder, 'node'));
+  writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
+  await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
+  const { argv } = await user.root.awaitStarted();
+  assert.equal(argv[1], user.root.script);
+  await waitFor('the log', () => existsSync(user.root.log));
+  await user.quit();
+});
+
+/// Runs node, which listens on the application's port, during the body.
+async function withPortInUse(args, body) {
+  const holder = spawn(process.execPath, args, {
+    env: { PATH: process.env.PATH, PORT: String(PORT) },
+    stdio: 'ignore',
+  });
+  try {
+    await waitFor('a listening process', () => listeners());
+    await body(holder);
+  } finally {
+    kill(holder.pid);
+    await waitFor('the end of the process', () => !isRunning(holder.pid));
+  }
+}
+
+test('a stale server of the same data root is stopped before the new one starts',
+  { behaviour: { stopDelay: 800 } }, async (user) => {
+    await withPortInUse([user.root.script], async (stale) => {
+      user.root.setBehaviour({});
+      await user.startAndShowPage();
+      assert.ok(!isRunning(stale.pid));
+      const [first, second] = user.root.events('started');
+      assert.equal(first.pid, stale.pid);
+      assert.notEqual(second.pid, stale.pid);
+      assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
+      const responders = new Set(user.root.events('request').map(({ pid }) => pid));
+      assert.deepEqual([...responders], [second.pid]);
+      await user.quit();
+    });
+  });
+
+test('a stale server on a non-ASCII path is stopped in a session without a locale',
+  async (user) => {
+    user.root = new DataRoot(join(user.folder, 'données €'));
+    await withPortInUse([user.root.script], async (stale) => {
+      await user.startAndShowPage({ environment: {
+        ORVEL_OS_ROOT: user.root.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
+      } });
+      assert.ok(!isRunning(stale.pid));
+      assert.equal(user.root.events('started').length, 2);
+      await user.quit();
+    });
+  });
+
+const foreignProgram =
+  "require('http').createServer((q, a) => a.writeHead(404).end()).listen(4767, '127.0.0.1')";
+const holders = {
+  'another program': () => ({ args: ['-e', foreignProgram] }),
+  'the server of another data root': (user) => {
+    const root = new DataRoot(join(user.folder, 'other data root'), { failedProbes: 1000 });
+    return { root, args: [root.script] };
+  },
+};
+for (const [name, createHolder] of Object.entries(holders)) {
+  test(`${name} keeps the port, and the exit of the new server is reported`,
+    async (user, screen) => {
+      const { root, args } = createHolder(user);
+      await withPortInUse(args, async (holder) => {
+        user.start();
+        await user.root.awaitServerExit();
+        await assertErrorPage(screen, stoppedMessage(1));
+        assert.ok(isRunning(holder.pid));
+        await saveScreenshot('port');
+        await user.quit();
+        assert.ok(isRunning(holder.pid));
+        assert.deepEqual(root?.events('signal') ?? [], []);
+      });
+    });
+}
