@@ -6,7 +6,7 @@
 #   ./scripts/test.sh quick   the default build and its tests
 set -euo pipefail
 cd "$(dirname "$0")/.."
-if [ "${1:-}" = quick ]; then scripts/setup.sh; else scripts/setup.sh lint; fi
+scripts/setup.sh
 
 # WebKit's sandbox needs the permission to create namespaces, which some containers do
 # not give.
@@ -30,6 +30,7 @@ build_and_test default
 if [ "${1:-}" = quick ]; then exit 0; fi
 
 step "formatting and static analysis"
+scripts/setup.sh lint
 scripts/lint.sh
 
 for preset in asan tsan clang; do build_and_test "$preset"; done
