@@ -17,7 +17,7 @@ const localServer = { host: '127.0.0.1', port: 4767 };
 
 export const wallClock = () => performance.timeOrigin + performance.now();
 
-/// Returns the first line in the record of the server with this event, or undefined.
+/// Returns the first matching line in the record of the server, or undefined.
 export function findInRecord(home, matches) {
   if (!existsSync(home.record)) return undefined;
   return readFileSync(home.record, 'utf8').split('\n').slice(0, -1).map(JSON.parse).find(matches);
