@@ -74,6 +74,7 @@ class Attributes {
     sigdelset(&all, SIGKILL);
     sigdelset(&all, SIGSTOP);
     ::posix_spawnattr_setsigdefault(&attributes_, &all);
+    // NOLINTNEXTLINE(misc-const-correctness): not const on macOS.
     int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
 #if defined(__APPLE__)
     flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
