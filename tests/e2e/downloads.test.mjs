@@ -52,7 +52,7 @@ test('an export is requested with its query, the key and the cookies of its host
       request.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
     assert.equal(requests[0].headers['x-orvel-app'], KEY);
-    // All cookies of the host are sent, whatever their path.
+    // All cookies of the host are sent, regardless of their path.
     assert.deepEqual(requests[0].headers.cookie.split('; ').sort(),
       ['closed=three', 'deeper=two', `orvelapp=${KEY}`, 'own=one', 'persistent=yes']);
     await user.quit();

@@ -55,7 +55,8 @@ PageLog ${at('page_log')}
 `);
     server.process = spawn('/usr/sbin/cupsd',
       ['-f', '-c', at('cupsd.conf'), '-s', at('cups-files.conf')], { stdio: 'ignore' });
-    const addQueue = ['-h', server.address, '-p', queue, '-v', 'file:///dev/null', '-m', 'raw', '-E'];
+    const printer = ['-v', 'file:///dev/null', '-m', 'raw', '-E'];
+    const addQueue = ['-h', server.address, '-p', queue, ...printer];
     await waitFor('a print queue', () =>
       run('/usr/sbin/lpadmin', addQueue).then(() => true, () => false));
     return server;

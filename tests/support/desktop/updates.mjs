@@ -29,7 +29,8 @@ export async function startAndShowPage(user, screen, server, options) {
 
 /// Waits for the update check that the application makes four seconds after its start.
 export async function awaitSilentCheck(server, count = 1) {
-  await waitFor('the silent check', () => server.requestsTo('/download/linux.json').length >= count);
+  await waitFor('the silent check', () =>
+    server.requestsTo('/download/linux.json').length >= count);
 }
 
 /// Returns the running applications. A forked child that has not called exec yet has the
