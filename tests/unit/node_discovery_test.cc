@@ -5,15 +5,11 @@ namespace {
 
 class NodeDiscovery : public CoreTest {};
 
-TEST_F(NodeDiscovery, FirstInstallLocationNeedsNoShell) {
-  fake.locations.executables = {"/usr/local/bin/node", "/opt/homebrew/bin/node"};
-  EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
-  EXPECT_THAT(fake.record.take(), IsEmpty());
-}
-
-TEST_F(NodeDiscovery, SecondInstallLocationNeedsNoShell) {
+TEST_F(NodeDiscovery, FirstInstalledLocationNeedsNoShell) {
   fake.locations.executables = {"/opt/homebrew/bin/node"};
   EXPECT_EQ(delegate().nodePath(), "/opt/homebrew/bin/node");
+  fake.locations.executables.insert("/usr/local/bin/node");
+  EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
