@@ -237,7 +237,7 @@ TEST_F(Readiness, FailedLaunchSendsNoProbe) {
   fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   open();
   fake.scheduler.advance(1min);
-  EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
+  EXPECT_EQ(shownError(), "Kon node niet starten: broken");
   EXPECT_EQ(fake.http.sent.size(), 0U);
 }
 
@@ -249,7 +249,7 @@ TEST_F(Readiness, FailedRestartSendsNoProbe) {
   fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
   open();
   fake.scheduler.advance(1min);
-  EXPECT_EQ(shownError(), "Kon node niet starten: stuk");
+  EXPECT_EQ(shownError(), "Kon node niet starten: broken");
   EXPECT_EQ(fake.http.sent.size(), 0U);
 }
 
