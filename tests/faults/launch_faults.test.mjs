@@ -79,10 +79,11 @@ test('200 quick presses of Control-R', {}, async (scenario) => {
     await screen.pressKeys('ctrl+r');
     await waitFor('one more request', () => root.requests('/').length > requests);
     // Letters typed into the previous page are lost with it.
+    const isTyped = () => root.reported('field').at(-1)?.value.endsWith('usable');
     await waitFor('the letters in the field', async () => {
       await screen.type('usable');
-      return root.reported('field').at(-1)?.value.endsWith('usable');
-    }, { every: 500 });
+      return waitFor('the report', isTyped, { timeout: 2000 }).then(() => true, () => false);
+    });
   }, { label: 'with a server' });
   assert.equal(root.events('started').length, 1);
 
