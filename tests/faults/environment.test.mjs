@@ -5,7 +5,7 @@ import { spawn } from 'node:child_process';
 import {
   existsSync, mkdirSync, readFileSync, readdirSync, renameSync, statSync, writeFileSync,
 } from 'node:fs';
-import { join } from 'node:path';
+import { dirname, join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
 import { fullDisks, mounting, noMounts, readOnly } from '../support/desktop/mount_namespace.mjs';
@@ -32,7 +32,7 @@ const assertPageRequestHasKey = ({ root }) =>
 const assertServerOutputInherited = ({ run }) =>
   assert.match(run.output, /line on standard error/);
 
-test('starting: the log folder is a file', {}, async (scenario) => {
+test('starting: the log folder is a file', async (scenario) => {
   const folder = join(scenario.root.path, 'v3/.local');
   writeFileSync(folder, 'no folder');
   await startAndReload(scenario);
@@ -47,7 +47,7 @@ test('starting: the data root is read-only', { skip: noMounts }, async (scenario
   assert.ok(!existsSync(join(root.path, 'v3/.local')));
 });
 
-test('starting: a path with blanks, quotes and non-ASCII characters', {}, async (scenario) => {
+test('starting: a path with blanks, quotes and non-ASCII characters', async (scenario) => {
   const { user } = scenario;
   user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
   // A stale server is recognised by this path.
@@ -65,7 +65,7 @@ test('starting: a path with blanks, quotes and non-ASCII characters', {}, async 
   assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
 });
 
-test('showing: the data root is removed and comes back', {}, async (scenario) => {
+test('showing: the data root is removed and comes back', async (scenario) => {
   const { user, root, screen } = scenario;
   const elsewhere = join(user.folder, 'elsewhere');
   const move = (from, to) => {
@@ -96,17 +96,17 @@ function damagePageStorage({ user }) {
 
 /// Damages the defaults file. Returns a function that checks its replacement.
 function damageDefaults(scenario) {
-  const folder = join(scenario.user.environment.XDG_CONFIG_HOME, 'nl.orvel.os');
-  mkdirSync(folder, { recursive: true });
-  writeFileSync(join(folder, 'defaults.ini'), garbage);
+  const { defaultsFile } = scenario.user;
+  mkdirSync(dirname(defaultsFile), { recursive: true });
+  writeFileSync(defaultsFile, garbage);
   scenario.configurationFiles.push('defaults.ini.damaged');
   return () => {
-    assert.deepEqual(readFileSync(join(folder, 'defaults.ini.damaged')), garbage);
-    assert.match(readFileSync(join(folder, 'defaults.ini'), 'utf8'), /^\[Defaults\]/);
+    assert.deepEqual(readFileSync(`${defaultsFile}.damaged`), garbage);
+    assert.match(readFileSync(defaultsFile, 'utf8'), /^\[Defaults\]/);
   };
 }
 
-test('starting: defaults, cookie database and page storage are damaged', {}, async (scenario) => {
+test('starting: defaults, cookie database and page storage are damaged', async (scenario) => {
   await scenario.startAndShowPage();
   await scenario.quit();
   damagePageStorage(scenario);
@@ -117,13 +117,13 @@ test('starting: defaults, cookie database and page storage are damaged', {}, asy
   assertPageRequestHasKey(scenario);
 });
 
-test('starting: Info.plist is damaged', {}, async (scenario) => {
+test('starting: Info.plist is damaged', async (scenario) => {
   writeFileSync(join(scenario.user.bundle, 'Contents/Info.plist'), garbage);
   await startAndReload(scenario);
   assert.equal(scenario.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
-test('showing: defaults, cookie database and page storage are damaged', {}, async (scenario) => {
+test('showing: defaults, cookie database and page storage are damaged', async (scenario) => {
   await scenario.startAndShowPage();
   damagePageStorage(scenario);
   const assertReplaced = damageDefaults(scenario);
@@ -157,7 +157,7 @@ function storedBytes(name, folder) {
 }
 
 test('updating: no space to unpack a release, then a smaller release',
-  { skip: noMounts, timeout: 120_000 }, async (scenario) => {
+  { skip: noMounts }, async (scenario) => {
     const { user, screen } = scenario;
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });

@@ -58,7 +58,7 @@ async function forEachResponse(scenario, request, body) {
   }
 }
 
-test('faulty responses to probes', { timeout: 120_000 }, async (scenario) => {
+test('faulty responses to probes', async (scenario) => {
   const { root } = scenario;
   const probes = () => root.requests('/api/wie').length;
   await scenario.startAndShowPage();
@@ -100,10 +100,10 @@ async function reloadAfterFault(scenario) {
       .catch(() => scenario.screen.pressKeys('ctrl+r'));
   }
   await scenario.root.awaitPainted(before + 1);
-  await scenario.pageOnScreen();
+  await scenario.screen.awaitPage();
 }
 
-test('faulty responses to the page', { timeout: 120_000 }, async (scenario) => {
+test('faulty responses to the page', async (scenario) => {
   const { screen, root } = scenario;
   const page = '<p>text</p>'.repeat(5000);
   const request = async (route) => {
@@ -129,7 +129,7 @@ test('faulty responses to the page', { timeout: 120_000 }, async (scenario) => {
   await scenario.terminate();
 });
 
-test('faulty responses to files', { timeout: 120_000 }, async (scenario) => {
+test('faulty responses to files', async (scenario) => {
   const { user, screen, root } = scenario;
   const desktop = new Desktop(user);
   const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(2000) };
@@ -139,8 +139,8 @@ test('faulty responses to files', { timeout: 120_000 }, async (scenario) => {
   let requests = 0;
   const saved = [];
   await forEachResponse(scenario, 'file', async (route, outcome, title) => {
-    const answered = root.events('responseClosed').filter(({ url }) => url === path).length;
-    const dripped = root.events('chunkSent').length;
+    const closed = root.events('responseClosed').filter(({ url }) => url === path).length;
+    const sent = root.events('chunkSent').length;
     scenario.setRoutes({ [path]: { ...csv, ...route } });
     await screen.clickElement(layout, 'file');
     requests += 1;
@@ -150,16 +150,16 @@ test('faulty responses to files', { timeout: 120_000 }, async (scenario) => {
       saved.push('file.csv');
     } else if (outcome === 'nothing') {
       await waitFor('the end of the response', () =>
-        root.events('responseClosed').filter(({ url }) => url === path).length > answered);
+        root.events('responseClosed').filter(({ url }) => url === path).length > closed);
     } else if (title !== 'no response') {
-      await waitFor('two bytes', () => root.events('chunkSent').length >= dripped + 2);
+      await waitFor('two bytes', () => root.events('chunkSent').length >= sent + 2);
     }
     assert.deepEqual(desktop.files(), saved);
   });
   // The application quits while two responses are pending.
   await scenario.terminate();
   assert.deepEqual(desktop.files(), saved);
-  assert.deepEqual(await desktop.openedAfterExit(), [join(desktop.downloads, 'file.csv')]);
+  assert.deepEqual(await desktop.openedAfterExit(), [desktop.path('file.csv')]);
 });
 
 test('faulty responses to the manifest', { timeout: 180_000 }, async (scenario) => {
@@ -181,9 +181,7 @@ test('faulty responses to the manifest', { timeout: 180_000 }, async (scenario) 
       assert.deepEqual(await screen.windows(upToDateNotice()), []);
       writeFileSync(scenario.gate, '');
       await screen.awaitPanel(upToDateNotice());
-      await screen.pressKeys('Return');
-      await screen.awaitPanelClosed(upToDateNotice());
-      await screen.awaitWindowCount(1);
+      await screen.closePanel(upToDateNotice());
     });
   });
 });

@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop } from '../support/desktop/default_apps.mjs';
+import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { isLong, scenarioTests } from './harness/scenario.mjs';
@@ -25,13 +25,13 @@ function useCheapOpener({ user }) {
   return () => existsSync(list) ? readFileSync(list, 'utf8').split('\n').slice(0, -1) : [];
 }
 
-test('navigations to other schemes by script, link and frame', {}, async (scenario) => {
+test('navigations to other schemes by script, link and frame', async (scenario) => {
   const { user, screen, root } = scenario;
   const desktop = new Desktop(user);
   const urls = ['file:///etc/passwd', 'javascript:report(`ran`)//', 'data:text/html,gone',
     'ftp://elsewhere.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-unknown:y'];
   const layout = await scenario.startWithPage(`
-    <a id="beacon" href="https://beacon.test/">beacon</a>
+    ${beaconLink}
     <script>
       const byScript = (url) => {
         if (!url.startsWith('javascript:')) location = url;
@@ -56,24 +56,23 @@ test('navigations to other schemes by script, link and frame', {}, async (scenar
       };
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
-  await scenario.monitored(() => waitFor('all steps', () => root.reported('done').length === 1));
+  await scenario.monitored(() => root.awaitReport('done'));
   assert.equal(scenario.paints(), 1, 'the page stays');
-  await screen.clickElement(layout, 'beacon');
-  await desktop.awaitOpened('https://beacon.test/');
-  assert.deepEqual(desktop.opened(), ['https://beacon.test/']);
+  await desktop.openBeacon(screen, layout);
+  assert.deepEqual(desktop.opened(), [beacon]);
 });
 
-test('a script reads the key from the user agent and the cookies', {}, async (scenario) => {
+test('a script reads the key from the user agent and the cookies', async (scenario) => {
   await scenario.startWithPage(`<script>
     report('script', { agent: navigator.userAgent, cookies: document.cookie.split('; ') });
   </script>`);
-  const { agent, cookies } = await waitFor('the report', () => scenario.root.reported('script')[0]);
+  const { agent, cookies } = await scenario.root.awaitReport('script');
   assert.ok(agent.endsWith(` ORVELOS/${KEY}`), agent);
   assert.ok(cookies.includes(`orvelapp=${KEY}`), String(cookies));
 });
 
 for (const call of ['alert', 'confirm']) {
-  test(`${call} in an endless loop`, {}, async (scenario) => {
+  test(`${call} in an endless loop`, async (scenario) => {
     const { screen } = scenario;
     await scenario.startWithPage(`<script>
       addEventListener('load', () => setTimeout(() => {
@@ -135,6 +134,6 @@ test(`${count} links to the export`, { timeout: 1_200_000 }, async (scenario) =>
     link.click();`, { routes: { '/api/export': csv } });
   assert.equal(desktop.files().length, count);
   for (const name of desktop.files()) {
-    assert.equal(readFileSync(join(desktop.downloads, name), 'utf8'), csv.body);
+    assert.equal(readFileSync(desktop.path(name), 'utf8'), csv.body);
   }
 });

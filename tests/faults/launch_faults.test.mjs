@@ -68,7 +68,7 @@ test(`${rounds} starts and quits`, { timeout: rounds * 15_000 }, async (scenario
   scenario.t.diagnostic(`${rounds} rounds took ${Date.now() - begin} ms`);
 });
 
-test('200 quick presses of Control-R', {}, async (scenario) => {
+test('200 quick presses of Control-R', async (scenario) => {
   const { root, screen } = scenario;
   const pressOften = () =>
     screen.tool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
@@ -93,7 +93,7 @@ test('200 quick presses of Control-R', {}, async (scenario) => {
     await pressOften();
     await root.awaitStarted(2);
     await root.awaitPainted(before + 1);
-    await scenario.pageOnScreen();
+    await screen.awaitPage();
   }, { label: 'without a server' });
   assert.equal(root.events('started').length, 2, 'one server for all presses');
 });

@@ -9,7 +9,7 @@ import { isRunning, kill } from '../support/desktop/processes.mjs';
 import { withSessionBus } from '../support/desktop/session_bus.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { jobs } from './harness/jobs.mjs';
-import { assertExit, isLong, scenarioTests } from './harness/scenario.mjs';
+import { isLong, scenarioTests } from './harness/scenario.mjs';
 
 const test = scenarioTests();
 
@@ -26,7 +26,7 @@ const outcomes = {
 
   /// The application exits in the ordinary way, and the job leaves nothing partial.
   async exits(scenario, job) {
-    await assertExit(scenario.user, scenario.run);
+    await scenario.user.awaitCleanExit(scenario.run);
     await job.assertNothingDone?.(scenario);
   },
 
@@ -105,7 +105,7 @@ const faults = {
   'a second instance starts': {
     short: ['polling', 'quitting'],
     onBus: true,
-    inject: ({ user, startOptions }) => assertExit(user, user.start(startOptions)),
+    inject: ({ user, startOptions }) => user.awaitCleanExit(user.start(startOptions)),
     outcomes: always(continues),
   },
   SIGTERM: {
@@ -131,24 +131,20 @@ const faults = {
 };
 
 async function runJob(scenario, job, { inject }, outcome) {
-  try {
-    await job.begin(scenario);
-    await scenario.monitored(async () => {
-      await job.enter?.(scenario);
-      await inject(scenario);
-      await outcome(scenario, job);
-    });
-    if (!scenario.run.exit) await scenario.terminate();
-  } finally {
-    scenario.server?.close();
-  }
+  await job.begin(scenario);
+  await scenario.monitored(async () => {
+    await job.enter?.(scenario);
+    await inject(scenario);
+    await outcome(scenario, job);
+  });
+  if (!scenario.run.exit) await scenario.terminate();
 }
 
 for (const [title, fault] of Object.entries(faults)) {
   for (const [name, job] of Object.entries(jobs)) {
     const outcome = fault.outcomes[name];
     if (!outcome || !(isLong || fault.short.includes(name))) continue;
-    test(`${name}: ${title}`, {}, async (scenario) => {
+    test(`${name}: ${title}`, async (scenario) => {
       if (!fault.onBus) return runJob(scenario, job, fault, outcome);
       return withSessionBus(async (environment, bus) => {
         Object.assign(scenario, { bus, startOptions: { environment } });

@@ -5,13 +5,11 @@ import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { Desktop } from '../../support/desktop/default_apps.mjs';
-import { OnlineServer } from '../../support/desktop/online_server.mjs';
 import {
   fingerprint, makeRelease, plistValue, releaseRoutes,
 } from '../../support/desktop/release.mjs';
 import { updatedNotice } from '../../support/desktop/updates.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
-import { assertExit } from './scenario.mjs';
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
 const filePath = '/api/bestand/file';
@@ -29,7 +27,7 @@ export const jobs = {
     },
     async finish(scenario) {
       await scenario.root.awaitPainted(1);
-      await scenario.pageOnScreen();
+      await scenario.screen.awaitPage();
     },
   },
 
@@ -43,7 +41,7 @@ export const jobs = {
     async finish(scenario) {
       scenario.setRoutes();
       await scenario.root.awaitPainted(1);
-      await scenario.pageOnScreen();
+      await scenario.screen.awaitPage();
     },
   },
 
@@ -58,7 +56,7 @@ export const jobs = {
       await scenario.screen.pressKeys('ctrl+r');
       await waitFor('the reload', () => requests() > before);
       await scenario.root.awaitPainted(requests());
-      await scenario.pageOnScreen();
+      await scenario.screen.awaitPage();
     },
   },
 
@@ -89,13 +87,13 @@ export const jobs = {
       const { user } = scenario;
       scenario.gate = join(user.folder, 'gate');
       const routes = {};
-      scenario.server = await OnlineServer.open({ routes });
+      scenario.server = await user.openOnlineServer({ routes });
       const { address } = scenario.server;
       user.setPlistValues({ ORVELOSURL: address, CFBundleShortVersionString: '1.0' });
       scenario.oldBundle = fingerprint(user.bundle);
       Object.assign(routes, releaseRoutes('1.1', { body: makeRelease(user), gate: scenario.gate }));
       scenario.start();
-      // The automatic check finds the release.
+      // The silent check finds the release.
       await waitFor('the request', () => scenario.server.requestsTo(archivePath).length > 0);
     },
     async finish({ user, screen, gate }) {
@@ -118,7 +116,7 @@ export const jobs = {
       await waitFor('the signal', () => root.events('signal').length > 0);
     },
     async finish({ user, run, root }) {
-      await assertExit(user, run);
+      await user.awaitCleanExit(run);
       await root.awaitServerExit();
     },
   },

@@ -7,10 +7,9 @@ import { readFileSync, readdirSync } from 'node:fs';
 import { dirname } from 'node:path';
 
 import { desktopTests } from '../../support/desktop/desktop_test.mjs';
-import { pageColour } from '../../support/desktop/page.mjs';
 import { kill } from '../../support/desktop/processes.mjs';
 import { releaseRoutes } from '../../support/desktop/release.mjs';
-import { withUpdateServer } from '../../support/desktop/updates.mjs';
+import { awaitSilentCheck, withUpdateServer } from '../../support/desktop/updates.mjs';
 import { waitFor } from '../../support/desktop/wait.mjs';
 import { pingMainThread } from './main_thread.mjs';
 
@@ -19,7 +18,7 @@ export const isLong = process.env.ORVEL_TEST_LONG === '1';
 
 /// A pause of the main thread that counts as a hang, in milliseconds: long enough that a
 /// busy machine fails no test.
-const hangLimit = 5000;
+const hangLimit = 10_000;
 
 /// Returns the proportional set size of a process in MiB (proc(5), smaps_rollup).
 function memoryOf(pid) {
@@ -30,12 +29,6 @@ function memoryOf(pid) {
 function hasZombies(pid) {
   const options = ['--ppid', String(pid), '-o', 'stat='];
   return /^Z/m.test(spawnSync('ps', options, { encoding: 'utf8' }).stdout);
-}
-
-/// Waits until a run ends, which must exit with code 0.
-export async function assertExit(user, run) {
-  const { code, signal } = await user.awaitExit(run);
-  assert.deepEqual({ code, signal }, { code: 0, signal: null }, run.output);
 }
 
 const namesBelow = (folder) => readdirSync(folder, { recursive: true }).map(String);
@@ -75,7 +68,7 @@ class Scenario {
     const before = this.paints();
     this.start(options);
     await this.root.awaitPainted(before + 1);
-    await this.pageOnScreen();
+    await this.screen.awaitPage();
   }
 
   /// Starts the application with this HTML in its page. Returns the page's layout.
@@ -86,12 +79,11 @@ class Scenario {
   }
 
   /// Runs the body with version 1.0 of the application and an online server, after the
-  /// automatic check for updates. `begin` returns the routes for that check.
+  /// silent check for updates. `begin` returns the routes for that check.
   async online(body, { begin = () => releaseRoutes('1.0'), ...options } = {}) {
     await withUpdateServer(this.user, this.screen, begin, async (server, routes, run) => {
       this.run = run;
-      await waitFor('the automatic check',
-        () => server.requestsTo('/download/linux.json').length === 1);
+      await awaitSilentCheck(server);
       await body(server, routes);
     }, options);
   }
@@ -104,10 +96,6 @@ class Scenario {
   /// Returns how often the local server's page has been painted.
   paints() {
     return this.root.reported('painted').length;
-  }
-
-  async pageOnScreen() {
-    await waitFor('the page on the screen', () => this.screen.screenshot().shows(pageColour));
   }
 
   /// Reloads the local server's page and waits until it is painted.
@@ -158,14 +146,13 @@ class Scenario {
 
   /// Ends the application by its key.
   async quit() {
-    await this.screen.pressKeys('ctrl+q');
-    await assertExit(this.user, this.run);
+    await this.user.quit(this.run);
   }
 
   /// Ends the application by a signal: a panel may have the keyboard.
   async terminate() {
     kill(this.run.pid, 'SIGTERM');
-    await assertExit(this.user, this.run);
+    await this.user.awaitCleanExit(this.run);
   }
 
   /// Checks what the ended application has left: no process, no temporary or partial file,
@@ -195,10 +182,13 @@ class Scenario {
 /// the application running, it quits by its key. Then nothing may be left.
 export function scenarioTests() {
   const { test } = desktopTests();
-  return (name, options, body) => test(name, options, async (user, screen, t) => {
-    const scenario = new Scenario(user, screen, t);
-    await body(scenario);
-    if (!scenario.run.exit) await scenario.quit();
-    await scenario.assertClean();
-  });
+  return (name, ...optionsAndBody) => {
+    const body = optionsAndBody.pop();
+    test(name, ...optionsAndBody, async (user, screen, t) => {
+      const scenario = new Scenario(user, screen, t);
+      await body(scenario);
+      if (!scenario.run.exit) await scenario.quit();
+      await scenario.assertClean();
+    });
+  };
 }
