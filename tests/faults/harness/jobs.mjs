@@ -108,7 +108,8 @@ export const jobs = {
 
   quitting: {
     async begin(scenario) {
-      scenario.root.setBehaviour({ stopDelay: 800 });
+      // Long enough to inject a fault; after 3 seconds the application kills the server.
+      scenario.root.setBehaviour({ stopDelay: 2500 });
       await scenario.startAndShowPage();
     },
     async enter({ screen, root }) {
