@@ -271,7 +271,7 @@ async function offerRelease(user, screen, server, routes, version, body) {
 }
 
 test('an invalid release changes nothing, and a valid one is installed afterwards',
-  { timeout: 480_000 }, (user, screen, t) =>
+  { timeout: 900_000 }, (user, screen, t) =>
     withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, run) => {
       const before = fingerprint(join(user.bundle, '..'));
       await awaitSilentCheck(server);
