@@ -10,7 +10,7 @@
 #include <set>
 #include <thread>
 
-#include "tests/linux/http/deaf_port.h"
+#include "tests/linux/http/unresponsive_port.h"
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/http/soup_http_session.h"
-#include "tests/linux/http/deaf_port.h"
+#include "tests/linux/http/unresponsive_port.h"
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 
