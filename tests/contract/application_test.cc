@@ -1,8 +1,4 @@
-// What every platform promises of the application object.
-
-#include <gtest/gtest.h>
-
-#include <memory>
+// The contract of the application object.
 
 #include "tests/contract/contract_platform.h"
 
@@ -11,15 +7,15 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A delegate that notes what it is told.
-class NotingDelegate final : public ApplicationDelegate {
+/// A delegate that records its calls.
+class RecordingDelegate final : public ApplicationDelegate {
  public:
   void applicationDidFinishLaunching() override {
     ++launches;
     if (atLaunch) atLaunch();
   }
   TerminateReply applicationShouldTerminate() override {
-    ++requests;
+    ++terminationRequests;
     return reply;
   }
   bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
@@ -30,10 +26,10 @@ class NotingDelegate final : public ApplicationDelegate {
   std::function<void()> atLaunch;
   TerminateReply reply = TerminateReply::now;
   int launches = 0;
-  int requests = 0;
+  int terminationRequests = 0;
 };
 
-class ApplicationContract : public testing::TestWithParam<PlatformUnderContract> {
+class ApplicationContract : public ContractTest {
  protected:
   void runAndCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
@@ -41,38 +37,49 @@ class ApplicationContract : public testing::TestWithParam<PlatformUnderContract>
     platform->runApplication(checks);
   }
   Application &application() { return platform->ports().application; }
-  MainQueue &queue() { return platform->ports().mainQueue; }
+  void requestTerminationAfter(int delay) {
+    queue().after(milliseconds(delay), [this] { platform->requestTermination(); });
+  }
+  void showAlertAfter(int delay) {
+    queue().after(milliseconds(delay), [this] {
+      Alert question;
+      question.messageText = "Continue?";
+      question.buttons = {"OK", "Cancel"};
+      ++alertsShown;
+      platform->ports().panels.runModal(question, [this](const AlertAnswer &) { ++answers; });
+    });
+  }
 
-  std::unique_ptr<ContractPlatform> platform = GetParam().make();
-  NotingDelegate delegate;
+  RecordingDelegate delegate;
+  int alertsShown = 0;
+  int answers = 0;
 };
 
-TEST_P(ApplicationContract, LaunchesOnceAndEndsWhenAskedTo) {
+TEST_P(ApplicationContract, LaunchesOnceAndQuitsOnTerminationRequest) {
   bool launchedOnMain = false;
   bool queueRan = false;
   delegate.atLaunch = [&] {
     launchedOnMain = platform->onMainThread();
     application().activate();
     queue().post([&] { queueRan = true; });
-    queue().after(milliseconds(20), [&] { platform->requestTermination(); });
+    requestTerminationAfter(20);
   };
   runAndCheck([&] {
     EXPECT_EQ(delegate.launches, 1);
-    EXPECT_EQ(delegate.requests, 1);
+    EXPECT_EQ(delegate.terminationRequests, 1);
     EXPECT_TRUE(launchedOnMain);
     EXPECT_TRUE(queueRan);
   });
 }
 
-TEST_P(ApplicationContract, ADeferredTerminationWaitsForItsReply) {
+TEST_P(ApplicationContract, DeferredTerminationRunsMainLoopUntilReply) {
   delegate.reply = TerminateReply::later;
   bool replied = false;
   int ticks = 0;
   delegate.atLaunch = [&] {
-    queue().post([&] { platform->requestTermination(); });
-    // The loop goes on meanwhile.
+    requestTerminationAfter(0);
     queue().every(milliseconds(10), [&] {
-      if (delegate.requests == 0 || ++ticks != 5) return;
+      if (delegate.terminationRequests == 0 || ++ticks != 5) return;
       replied = true;
       application().replyToShouldTerminate();
     });
@@ -80,70 +87,50 @@ TEST_P(ApplicationContract, ADeferredTerminationWaitsForItsReply) {
   runAndCheck([&] {
     EXPECT_TRUE(replied);
     EXPECT_EQ(ticks, 5);
-    EXPECT_EQ(delegate.requests, 1);
+    EXPECT_EQ(delegate.terminationRequests, 1);
   });
 }
 
-TEST_P(ApplicationContract, FurtherRequestsAreIgnoredWhileOneWaits) {
+TEST_P(ApplicationContract, TerminationRequestsDuringDeferredTerminationAreIgnored) {
   delegate.reply = TerminateReply::later;
   delegate.atLaunch = [&] {
-    for (const int moment : {5, 40, 80}) {
-      queue().after(milliseconds(moment), [&] { platform->requestTermination(); });
-    }
+    for (const int delay : {5, 40, 80}) requestTerminationAfter(delay);
     queue().after(milliseconds(150), [&] { application().replyToShouldTerminate(); });
   };
-  runAndCheck([&] { EXPECT_EQ(delegate.requests, 1); });
+  runAndCheck([&] { EXPECT_EQ(delegate.terminationRequests, 1); });
 }
 
-TEST_P(ApplicationContract, AlertsOpenedMeanwhileDoNotHoldIt) {
+TEST_P(ApplicationContract, OpenAlertsDoNotBlockDeferredTermination) {
   delegate.reply = TerminateReply::later;
-  Alert question;
-  question.messageText = "Doorgaan?";
-  question.buttons = {"OK", "Annuleren"};
-  int shown = 0;
-  const auto show = [&] {
-    ++shown;
-    platform->ports().panels.runModal(question, [](const AlertAnswer &) {});
-  };
   delegate.atLaunch = [&] {
-    queue().post([&] { platform->requestTermination(); });
-    queue().after(milliseconds(30), show);
-    queue().after(milliseconds(60), show);
+    requestTerminationAfter(0);
+    showAlertAfter(30);
+    showAlertAfter(60);
     queue().after(milliseconds(200), [&] { application().replyToShouldTerminate(); });
   };
   runAndCheck([&] {
-    EXPECT_EQ(shown, 2);
-    EXPECT_EQ(delegate.requests, 1);
+    EXPECT_EQ(alertsShown, 2);
+    EXPECT_EQ(delegate.terminationRequests, 1);
   });
 }
 
-TEST_P(ApplicationContract, AlertsAnsweredAfterTheReplyHaveNoConsequence) {
+TEST_P(ApplicationContract, AlertAnsweredAfterTerminationReplyIsIgnored) {
   delegate.reply = TerminateReply::later;
-  Alert question;
-  question.messageText = "Continue?";
-  question.buttons = {"OK", "Cancel"};
-  int shown = 0;
-  int answers = 0;
   delegate.atLaunch = [&] {
-    queue().post([&] { platform->requestTermination(); });
-    queue().after(milliseconds(30), [&] {
-      ++shown;
-      platform->ports().panels.runModal(question, [&](const AlertAnswer &) { ++answers; });
-    });
+    requestTerminationAfter(0);
+    showAlertAfter(30);
     queue().after(milliseconds(60), [&] {
       application().replyToShouldTerminate();
       platform->answerAlert({0, ""});
     });
   };
   runAndCheck([&] {
-    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(alertsShown, 1);
     EXPECT_EQ(answers, 0);
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, ApplicationContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(ApplicationContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,33 +1,24 @@
-// What every platform promises of the bundle and of the user's folders.
-
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <optional>
+// The contract of the bundle and of the user's folders.
 
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {
 namespace {
 
-class BundleContract : public testing::TestWithParam<PlatformUnderContract> {
- protected:
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
-};
+using BundleContract = ContractTest;
 
-TEST_P(BundleContract, GivesNothingForAMissingEntry) {
-  EXPECT_EQ(platform_->ports().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
-  EXPECT_EQ(platform_->ports().bundle.infoText(""), std::nullopt);
+TEST_P(BundleContract, MissingEntryIsAbsent) {
+  EXPECT_EQ(platform->ports().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
+  EXPECT_EQ(platform->ports().bundle.infoText(""), std::nullopt);
 }
 
-TEST_P(BundleContract, TheHomeFolderHasNoTrailingSlash) {
-  const std::string home = platform_->ports().locations.home();
+TEST_P(BundleContract, HomeFolderHasNoTrailingSlash) {
+  const std::string home = platform->ports().locations.home();
   ASSERT_FALSE(home.empty());
   EXPECT_TRUE(home == "/" || !home.ends_with('/')) << home;
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, BundleContract, testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(BundleContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,11 +1,7 @@
-// What every platform promises of child processes, a scripted one included.
-
-#include <gtest/gtest.h>
+// The contract of child processes.
 
 #include <atomic>
-#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/child_programs.h"
@@ -13,26 +9,9 @@
 namespace orvel {
 namespace {
 
-class ChildProcessContract : public testing::TestWithParam<PlatformUnderContract> {
- protected:
-  LaunchResult launch(const LaunchRequest &request) {
-    return platform_->ports().processes.launch(request);
-  }
+using namespace child_programs;
 
-  /// Runs one more child until its own handler has been told: whatever was
-  /// still on its way for an earlier one has arrived by then.
-  bool runAnotherToItsEnd() {
-    auto told = std::make_shared<std::atomic<bool>>(false);
-    auto request = child_programs::shell(child_programs::exitsWithThree);
-    request.terminationHandler = [told](const auto &) { *told = true; };
-    launch(request);
-    return platform_->runUntil([told] { return told->load(); });
-  }
-
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
-};
-
-/// What a termination handler saw.
+/// What a termination handler observed.
 struct Report {
   std::shared_ptr<ChildProcess> process;
   bool wasRunning = true;
@@ -40,121 +19,117 @@ struct Report {
   bool onMainThread = true;
 };
 
-class Reports {
- public:
-  std::function<void(const std::shared_ptr<ChildProcess> &)> handler(ContractPlatform &platform) {
-    return [this, &platform](const std::shared_ptr<ChildProcess> &process) {
+class ChildProcessContract : public ContractTest {
+ protected:
+  /// Launches a program whose termination is recorded.
+  LaunchResult launch(LaunchRequest request) {
+    request.terminationHandler = [this](const std::shared_ptr<ChildProcess> &process) {
       const std::lock_guard lock(mutex_);
-      all_.push_back(
-          {process, process->isRunning(), process->terminationStatus(), platform.onMainThread()});
+      reports_.push_back(
+          {process, process->isRunning(), process->terminationStatus(), platform->onMainThread()});
     };
+    return platform->ports().processes.launch(request);
   }
-  std::vector<Report> all() {
+  std::shared_ptr<ChildProcess> start(const std::string &commandLine) {
+    const LaunchResult result = launch(shell(commandLine));
+    EXPECT_EQ(result.error, "");
+    return result.process;
+  }
+
+  std::vector<Report> reports() {
     const std::lock_guard lock(mutex_);
-    return all_;
+    return reports_;
+  }
+  bool waitForReport() {
+    return runUntil([this] { return !reports().empty(); });
+  }
+
+  /// Runs one more child until its termination handler is called, so that an outstanding
+  /// call for an earlier child has arrived.
+  bool runAnotherChild() {
+    const auto ended = std::make_shared<std::atomic<bool>>(false);
+    auto request = shell(exitsWithThree);
+    request.terminationHandler = [ended](const auto &) { *ended = true; };
+    platform->ports().processes.launch(request);
+    return runUntil([ended] { return ended->load(); });
+  }
+
+  static void expectEnded(ChildProcess &child, int status) {
+    child.waitUntilExit();
+    EXPECT_FALSE(child.isRunning());
+    EXPECT_EQ(child.terminationStatus(), status);
   }
 
  private:
   std::mutex mutex_;
-  std::vector<Report> all_;
+  std::vector<Report> reports_;
 };
 
-TEST_P(ChildProcessContract, GivesTheExitCode) {
-  const auto child = launch(child_programs::shell(child_programs::exitsWithThree));
-  ASSERT_TRUE(child.process);
-  EXPECT_EQ(child.error, "");
-  child.process->waitUntilExit();
-  EXPECT_FALSE(child.process->isRunning());
-  EXPECT_EQ(child.process->terminationStatus(), 3);
+TEST_P(ChildProcessContract, TerminationStatusIsExitCode) {
+  expectEnded(*start(exitsWithThree), 3);
+  ASSERT_TRUE(waitForReport());
 }
 
-TEST_P(ChildProcessContract, GivesTheNumberOfTheSignal) {
-  const auto child = launch(child_programs::shell(child_programs::killsItself));
-  ASSERT_TRUE(child.process);
-  child.process->waitUntilExit();
-  EXPECT_FALSE(child.process->isRunning());
-  EXPECT_EQ(child.process->terminationStatus(), 9);
+TEST_P(ChildProcessContract, TerminationStatusIsSignalNumber) {
+  expectEnded(*start(killsItself), 9);
+  ASSERT_TRUE(waitForReport());
 }
 
-TEST_P(ChildProcessContract, RunsWithStatusZeroUntilItIsAskedToEnd) {
-  const auto child = launch(child_programs::shell(child_programs::runsUntilAsked));
-  ASSERT_TRUE(child.process);
-  EXPECT_TRUE(runAnotherToItsEnd());
-  EXPECT_TRUE(child.process->isRunning());
-  EXPECT_EQ(child.process->terminationStatus(), 0);
+TEST_P(ChildProcessContract, RunningChildHasStatusZeroUntilTerminated) {
+  const auto child = start(runsUntilTerminated);
+  EXPECT_TRUE(runAnotherChild());
+  EXPECT_TRUE(child->isRunning());
+  EXPECT_EQ(child->terminationStatus(), 0);
+  EXPECT_TRUE(reports().empty());
 
-  child.process->terminate();
-  child.process->waitUntilExit();
-  EXPECT_FALSE(child.process->isRunning());
-  EXPECT_EQ(child.process->terminationStatus(), 15);
+  child->terminate();
+  expectEnded(*child, 15);
+  ASSERT_TRUE(waitForReport());
+  EXPECT_EQ(reports()[0].status, 15);
 }
 
-TEST_P(ChildProcessContract, EndsWithoutBeingAsked) {
-  const auto child = launch(child_programs::shell(child_programs::runsUntilAsked));
-  ASSERT_TRUE(child.process);
-  child.process->kill();
-  child.process->waitUntilExit();
-  EXPECT_EQ(child.process->terminationStatus(), 9);
+TEST_P(ChildProcessContract, KilledChildHasStatusNine) {
+  const auto child = start(runsUntilTerminated);
+  child->kill();
+  expectEnded(*child, 9);
+  ASSERT_TRUE(waitForReport());
 }
 
-TEST_P(ChildProcessContract, TellsItsEndOnceAwayFromTheMainThread) {
-  Reports reports;
-  auto request = child_programs::shell(child_programs::exitsWithThree);
-  request.terminationHandler = reports.handler(*platform_);
-  const auto child = launch(request);
-  ASSERT_TRUE(platform_->runUntil([&] { return !reports.all().empty(); }));
-  child.process->waitUntilExit();
-  child.process->terminate();
-  child.process->kill();
-  ASSERT_TRUE(runAnotherToItsEnd());
+TEST_P(ChildProcessContract, TerminationHandlerIsCalledOnceOffMainThread) {
+  const auto child = start(exitsWithThree);
+  ASSERT_TRUE(waitForReport());
+  child->waitUntilExit();
+  child->terminate();
+  child->kill();
+  ASSERT_TRUE(runAnotherChild());
 
-  const auto all = reports.all();
+  const auto all = reports();
   ASSERT_EQ(all.size(), 1u);
-  EXPECT_EQ(all[0].process, child.process);
+  EXPECT_EQ(all[0].process, child);
   EXPECT_FALSE(all[0].wasRunning);
   EXPECT_EQ(all[0].status, 3);
   EXPECT_FALSE(all[0].onMainThread);
-  EXPECT_EQ(child.process->terminationStatus(), 3);
+  EXPECT_EQ(child->terminationStatus(), 3);
 }
 
-TEST_P(ChildProcessContract, TellsTheEndOfAChildThatWasAskedToEnd) {
-  Reports reports;
-  auto request = child_programs::shell(child_programs::runsUntilAsked);
-  request.terminationHandler = reports.handler(*platform_);
-  const auto child = launch(request);
-  ASSERT_TRUE(child.process);
-  ASSERT_TRUE(runAnotherToItsEnd());
-  EXPECT_TRUE(reports.all().empty());
-  child.process->terminate();
-  ASSERT_TRUE(platform_->runUntil([&] { return !reports.all().empty(); }));
-  EXPECT_EQ(reports.all()[0].status, 15);
+TEST_P(ChildProcessContract, TerminationHandlerIsCalledWithoutOwnerOfChild) {
+  start(exitsWithThree);
+  ASSERT_TRUE(waitForReport());
+  ASSERT_TRUE(reports()[0].process);
+  EXPECT_EQ(reports()[0].status, 3);
 }
 
-TEST_P(ChildProcessContract, TellsTheEndOfAChildThatNobodyHolds) {
-  Reports reports;
-  auto request = child_programs::shell(child_programs::exitsWithThree);
-  request.terminationHandler = reports.handler(*platform_);
-  launch(request);
-  ASSERT_TRUE(platform_->runUntil([&] { return !reports.all().empty(); }));
-  ASSERT_TRUE(reports.all()[0].process);
-  EXPECT_EQ(reports.all()[0].status, 3);
-}
-
-TEST_P(ChildProcessContract, DescribesWhyThereIsNoProcess) {
-  Reports reports;
+TEST_P(ChildProcessContract, FailedLaunchReturnsErrorAndCallsNoHandler) {
   LaunchRequest request;
-  request.executable = child_programs::missingProgram;
-  request.terminationHandler = reports.handler(*platform_);
+  request.executable = missingProgram;
   const auto child = launch(request);
   EXPECT_FALSE(child.process);
-  EXPECT_EQ(child.error, child_programs::missingProgramError());
-  ASSERT_TRUE(runAnotherToItsEnd());
-  EXPECT_TRUE(reports.all().empty());
+  EXPECT_EQ(child.error, missingProgramError());
+  ASSERT_TRUE(runAnotherChild());
+  EXPECT_TRUE(reports().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, ChildProcessContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(ChildProcessContract);
 
 }  // namespace
 }  // namespace orvel

@@ -3,20 +3,17 @@
 namespace orvel {
 
 std::vector<PlatformUnderContract> platformsUnderContract() {
-  return {
-      {"Fake", makeFakeContractPlatform},
-#if defined(__linux__)
-      {"Linux", makeLinuxContractPlatform},
-#elif defined(__APPLE__)
-      {"MacOS", makeMacosContractPlatform},
-#endif
-  };
+  auto platforms = desktopsUnderContract();
+  platforms.push_back({"Fake", makeFakeContractPlatform});
+  return platforms;
 }
 
 std::vector<PlatformUnderContract> desktopsUnderContract() {
-  auto platforms = platformsUnderContract();
-  platforms.erase(platforms.begin());
-  return platforms;
+#if defined(__APPLE__)
+  return {{"MacOS", makeMacosContractPlatform}};
+#else
+  return {{"Linux", makeLinuxContractPlatform}};
+#endif
 }
 
 }  // namespace orvel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -13,44 +15,43 @@ namespace orvel {
 
 enum class AlertKey { enter, escape };
 
-/// A platform under contract, and what a test needs to drive it.
+/// A platform under contract, with the controls that the tests need. Main thread.
 class ContractPlatform {
  public:
   virtual ~ContractPlatform() = default;
 
   virtual Platform ports() = 0;
-  /// Runs the main loop until the condition holds. False when it does not
-  /// within the limit (virtual time on the fake, real time elsewhere).
+  /// Runs the main loop until the condition holds. Returns false after the limit (virtual
+  /// time on the fake platform).
   virtual bool runUntil(const std::function<bool()> &condition,
                         std::chrono::milliseconds limit = std::chrono::seconds(20)) = 0;
-  /// Whether the calling thread is this platform's main thread.
+  /// Returns true on this platform's main thread. Any thread.
   virtual bool onMainThread() const = 0;
 
-  /// Runs the application to its end and the checks after that. Where the
-  /// application takes the process along, this happens in a process of its own,
-  /// which begins the test anew; nothing is left to do after this call.
+  /// Runs the application until it ends, then the checks. Must be the last statement of a
+  /// test: on macOS the application ends its process, so both run in a child process that
+  /// executes the test from the start.
   virtual void runApplication(const std::function<void()> &checks) {
     ports().application.run();
     checks();
   }
 
-  /// Plays the user: types the text into the field of the alert that is in
-  /// front, if it has one, and takes the button, or closes the alert without.
+  /// Types the text into the text field of the open alert, if it has one, and presses the
+  /// button, or closes the alert when there is no button.
   virtual void answerAlert(const AlertAnswer &answer) = 0;
-  /// Presses a key in the alert that is in front and was just shown.
   virtual void pressInAlert(AlertKey key) = 0;
-  /// What default applications were given so far, oldest first: files as their
-  /// paths, all else as URLs. There is one for http, mailto and text files.
+  /// Returns what the default applications have received, in order: files as paths,
+  /// everything else as URLs. Applications exist for http, mailto and text files.
   virtual std::vector<std::string> opened() = 0;
   /// Scripts the response to the next request of a URL, on a platform without a real
   /// server; has no effect on the others. An absent body stands for a body that fails.
   virtual void answerNext(const std::string & /*url*/, int /*status*/,
                           const std::optional<std::string> & /*body*/) {}
-  /// Plays the session: asks the running application to end.
+  /// Asks the running application to quit, as the session does.
   virtual void requestTermination() = 0;
 };
 
-/// A platform that this build can run, by name.
+/// A platform of this build, with its name.
 struct PlatformUnderContract {
   std::string name;
   std::function<std::unique_ptr<ContractPlatform>()> make;
@@ -63,9 +64,26 @@ std::unique_ptr<ContractPlatform> makeLinuxContractPlatform();
 std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 #endif
 
-/// Every platform that this build can run; for testing::ValuesIn.
+/// Returns every platform of this build.
 std::vector<PlatformUnderContract> platformsUnderContract();
-/// Those of them that reach real servers.
+/// Returns the platforms that open real connections.
 std::vector<PlatformUnderContract> desktopsUnderContract();
 
+/// The base of the contract suites. Each test has a new platform.
+class ContractTest : public testing::TestWithParam<PlatformUnderContract> {
+ protected:
+  MainQueue &queue() const { return platform->ports().mainQueue; }
+  bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
+
+  const std::unique_ptr<ContractPlatform> platform = GetParam().make();
+};
+
+inline std::string platformName(const testing::TestParamInfo<PlatformUnderContract> &platform) {
+  return platform.param.name;
+}
+
 }  // namespace orvel
+
+#define INSTANTIATE_ON_EVERY_PLATFORM(suite)                                                  \
+  INSTANTIATE_TEST_SUITE_P(EveryPlatform, suite, testing::ValuesIn(platformsUnderContract()), \
+                           platformName)

@@ -1,10 +1,6 @@
-// What every platform promises of the cookies of a web view.
-
-#include <gtest/gtest.h>
+// The contract of the cookie store of a web view.
 
 #include <algorithm>
-#include <memory>
-#include <optional>
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/permissive_delegate.h"
@@ -15,7 +11,7 @@ namespace {
 using std::chrono::seconds;
 using std::chrono::system_clock;
 
-class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract> {
+class CookieStoreContract : public ContractTest {
  protected:
   Cookie cookie(const std::string &value) const {
     Cookie cookie;
@@ -32,9 +28,9 @@ class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract>
       EXPECT_TRUE(platform->onMainThread());
       ++completions;
     });
-    EXPECT_EQ(completions, 0) << "the completion came inside the call";
-    ASSERT_TRUE(platform->runUntil([&] { return completions > 0; }));
-    // A second one would have come by the time that the store has answered.
+    EXPECT_EQ(completions, 0) << "the completion ran inside the call";
+    ASSERT_TRUE(runUntil([&] { return completions > 0; }));
+    // A second call of the completion would arrive before the reply to this request.
     all();
     EXPECT_EQ(completions, 1);
   }
@@ -46,11 +42,10 @@ class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract>
       EXPECT_FALSE(found);
       found = std::move(cookies);
     });
-    EXPECT_TRUE(platform->runUntil([&] { return found.has_value(); }));
+    EXPECT_TRUE(runUntil([&] { return found.has_value(); }));
     return found.value_or(std::vector<Cookie>());
   }
 
-  std::unique_ptr<ContractPlatform> platform = GetParam().make();
   PermissiveDelegate delegate;
   const WebWindow made = [this] {
     WebViewConfiguration configuration;
@@ -61,9 +56,9 @@ class CookieStoreContract : public testing::TestWithParam<PlatformUnderContract>
   WebView *const view = made.web.get();
 };
 
-TEST_P(CookieStoreContract, BeginsEmpty) { EXPECT_TRUE(all().empty()); }
+TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(all().empty()); }
 
-TEST_P(CookieStoreContract, GivesBackWhatWasSet) {
+TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   Cookie wanted = cookie("a key/with = signs");
   wanted.secure = true;
   wanted.expires = std::chrono::floor<seconds>(platform->ports().clock.now()) + seconds(157680000);
@@ -78,7 +73,7 @@ TEST_P(CookieStoreContract, GivesBackWhatWasSet) {
   EXPECT_EQ(cookies[0].expires, wanted.expires);
 }
 
-TEST_P(CookieStoreContract, ACookieWithoutEndOrProtectionStaysSo) {
+TEST_P(CookieStoreContract, SessionCookieStaysInsecureAndWithoutExpiry) {
   set(cookie("session"));
   const auto cookies = all();
   ASSERT_EQ(cookies.size(), 1U);
@@ -86,31 +81,29 @@ TEST_P(CookieStoreContract, ACookieWithoutEndOrProtectionStaysSo) {
   EXPECT_EQ(cookies[0].expires, std::nullopt);
 }
 
-TEST_P(CookieStoreContract, ReplacesTheSameAndKeepsTheOthers) {
+TEST_P(CookieStoreContract, CookieReplacesOnlySameNameDomainAndPath) {
   set(cookie("first"));
-  Cookie elsewhere = cookie("elsewhere");
-  elsewhere.domain = "localhost";
-  set(elsewhere);
-  Cookie deeper = cookie("deeper");
-  deeper.path = "/api";
-  set(deeper);
+  Cookie otherDomain = cookie("other domain");
+  otherDomain.domain = "localhost";
+  set(otherDomain);
+  Cookie otherPath = cookie("other path");
+  otherPath.path = "/api";
+  set(otherPath);
   set(cookie("second"));
 
   std::vector<std::string> values;
   for (const Cookie &one : all()) values.push_back(one.value);
   std::sort(values.begin(), values.end());
-  EXPECT_EQ(values, (std::vector<std::string>{"deeper", "elsewhere", "second"}));
+  EXPECT_EQ(values, (std::vector<std::string>{"other domain", "other path", "second"}));
 }
 
-TEST_P(CookieStoreContract, AnEmptyDomainStillCompletes) {
-  Cookie nowhere = cookie("nowhere");
-  nowhere.domain = "";
-  set(nowhere);
+TEST_P(CookieStoreContract, CookieWithEmptyDomainCallsCompletion) {
+  Cookie withoutDomain = cookie("value");
+  withoutDomain.domain = "";
+  set(withoutDomain);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, CookieStoreContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(CookieStoreContract);
 
 }  // namespace
 }  // namespace orvel

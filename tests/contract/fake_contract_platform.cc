@@ -17,8 +17,8 @@ class FakeContractPlatform final : public ContractPlatform {
                            {{.exitsAfter = milliseconds(1), .status = 3}});
     fake_.processes.script(child_programs::killsItself,
                            {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
-    // Left to the default, a command of the shell ends by itself.
-    fake_.processes.script(child_programs::runsUntilAsked, {{.exitsAfter = std::nullopt}});
+    // The fake ends an unscripted command at once.
+    fake_.processes.script(child_programs::runsUntilTerminated, {{.exitsAfter = std::nullopt}});
     fake_.processes.script(child_programs::missingProgram,
                            {{.launchError = child_programs::missingProgramError()}});
     fake_.application.onRun = [this] {

@@ -1,11 +1,7 @@
-// What servers receive of a request's fields: those of the application, and those
-// to which they send it on.
-
-#include <gtest/gtest.h>
+// The contract of header fields: what the server of a request receives, and what the
+// server behind a redirect receives.
 
 #include <future>
-#include <memory>
-#include <string>
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/http_replies.h"
@@ -14,177 +10,161 @@
 namespace orvel {
 namespace {
 
-bool toTheSamePort(const Url &from, const Url &to) {
+constexpr const char *key = "a;\"key\"";
+constexpr const char *cookies = "a=b; c=d";
+constexpr const char *redirectStatuses[] = {"301 Moved", "302 Found", "303 See Other",
+                                            "307 Temporary", "308 Permanent"};
+
+bool hasSameHostAndPort(const Url &from, const Url &to) {
   return from.host == to.host && from.port == to.port;
 }
 
-class HttpFieldsContract : public testing::TestWithParam<PlatformUnderContract> {
+/// Redirects every request, except those for /new, which get a response. The target may be
+/// set after the server exists.
+class RedirectingServer {
+ public:
+  std::string url() const { return server_.url("/old"); }
+  std::string newUrl() const { return server_.url("/new"); }
+  int port() const { return server_.port(); }
+  std::vector<std::string> heads() const { return server_.heads(); }
+  void redirectTo(const std::string &location, const std::string &status = "302 Found") {
+    redirect_.set_value(orvel::redirectTo(location, status));
+  }
+
+ private:
+  std::promise<std::string> redirect_;
+  LoopbackServer server_{[redirect = redirect_.get_future().share()](LoopbackConnection &client,
+                                                                     const std::string &head) {
+    client.send(head.starts_with("GET /new ") ? okResponse("new") : redirect.get());
+  }};
+};
+
+class HttpFieldsContract : public ContractTest {
  protected:
-  HttpReplies::Reply ask(const std::string &address, const std::string &key = "een;\"sleutel\"",
-                         const std::string &cookies = "a=b; c=d",
-                         bool (*forwardsHeaders)(const Url &, const Url &) = toTheSamePort) {
+  HttpReplies::Reply send(const std::string &address,
+                          bool (*forwardsHeaders)(const Url &, const Url &) = hasSameHostAndPort) {
     auto request = requestOf(address);
     request.setHeader("X-ORVEL-App", key);
     request.setHeader("Cookie", cookies);
     request.forwardsHeaders = forwardsHeaders;
-    return fetch(platform_->ports().http, request);
+    return fetch(platform->ports().http, request);
   }
   static void expectFields(const std::string &head) {
-    EXPECT_EQ(fieldIn(head, "X-ORVEL-App"), " een;\"sleutel\"");
-    EXPECT_EQ(fieldIn(head, "Cookie"), " a=b; c=d");
+    EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + key);
+    EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + cookies);
   }
   static void expectNoFields(const std::string &head) {
-    EXPECT_EQ(fieldIn(head, "X-ORVEL-App"), "(absent)");
-    EXPECT_EQ(fieldIn(head, "Cookie"), "(absent)");
+    EXPECT_EQ(headerField(head, "X-ORVEL-App"), "(absent)");
+    EXPECT_EQ(headerField(head, "Cookie"), "(absent)");
   }
-
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
-TEST_P(HttpFieldsContract, AreSentAsTheyStand) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send(answer("200 OK", "dag"));
-  });
-  const auto reply = ask(server.url("/a?b=c%20d"));
+TEST_P(HttpFieldsContract, FieldsAndTargetAreSentUnchanged) {
+  const LoopbackServer server(respondWith(okResponse("hello")));
+  const auto reply = send(server.url("/a?b=c%20d"));
   EXPECT_EQ(reply.status, 200);
-  EXPECT_EQ(reply.body, "dag");
+  EXPECT_EQ(reply.body, "hello");
   ASSERT_EQ(server.heads().size(), 1U);
   EXPECT_TRUE(server.heads()[0].starts_with("GET /a?b=c%20d HTTP/1.1\r\n")) << server.heads()[0];
   expectFields(server.heads()[0]);
 }
 
-TEST_P(HttpFieldsContract, AreSentWhenTheyAreEmptyToo) {
-  LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
-  EXPECT_EQ(ask(server.url(), "", "").status, 200);
+TEST_P(HttpFieldsContract, EmptyFieldsAreSent) {
+  const LoopbackServer server(respondWith(okResponse()));
+  auto request = requestOf(server.url());
+  for (const char *name : {"X-ORVEL-App", "Cookie"}) request.setHeader(name, "");
+  EXPECT_EQ(fetch(platform->ports().http, request).status, 200);
   ASSERT_EQ(server.heads().size(), 1U);
   for (const char *name : {"X-ORVEL-App", "Cookie"}) {
-    const std::string value = fieldIn(server.heads()[0], name);
+    const std::string value = headerField(server.heads()[0], name);
     EXPECT_TRUE(value.empty() || value == " ") << name << ":" << value;
   }
 }
 
-TEST_P(HttpFieldsContract, HoldNoCookieOfAnotherAnswer) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send(answer("200 OK", "", "Set-Cookie: van=server; Path=/\r\n"));
+TEST_P(HttpFieldsContract, CookiesOfResponsesAreNotSent) {
+  const std::string cookie = "Set-Cookie: from=server; Path=/\r\n";
+  const LoopbackServer server([cookie](LoopbackConnection &client, const std::string &head) {
+    client.send(head.starts_with("GET /new ")
+                    ? okResponse("", cookie)
+                    : response("302 Found", "", "Location: /new\r\n" + cookie));
   });
-  ask(server.url());
-  ask(server.url());
-  ASSERT_EQ(server.heads().size(), 2U);
-  expectFields(server.heads()[1]);
-}
-
-TEST_P(HttpFieldsContract, HoldNoCookieOfAnotherAnswerBehindARedirection) {
-  const std::string cookie = "Set-Cookie: van=server; Path=/\r\n";
-  LoopbackServer server([cookie](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /nieuw ")
-                    ? answer("200 OK", "", cookie)
-                    : answer("302 Found", "", "Location: /nieuw\r\n" + cookie));
-  });
-  ask(server.url("/oud"));
-  ask(server.url("/oud"));
-  ASSERT_EQ(server.heads().size(), 4U);
+  for (const char *path : {"/new", "/new", "/old", "/old"}) send(server.url(path));
+  ASSERT_EQ(server.heads().size(), 6U);
   for (const std::string &head : server.heads()) expectFields(head);
 }
 
-TEST_P(HttpFieldsContract, GoAlongToTheSameOrigin) {
-  for (const char *status :
-       {"301 Moved", "302 Found", "303 See Other", "307 Temporary", "308 Permanent"}) {
-    LoopbackServer server([status](LoopbackConnection &client, const std::string &head) {
-      client.send(head.starts_with("GET /nieuw ") ? answer("200 OK", "daar")
-                                                  : redirection("/nieuw", status));
-    });
-    const auto reply = ask(server.url("/oud"));
+TEST_P(HttpFieldsContract, RedirectToSameOriginReceivesFields) {
+  for (const std::string status : redirectStatuses) {
+    RedirectingServer server;
+    server.redirectTo("/new", status);
+    const auto reply = send(server.url());
     EXPECT_EQ(reply.status, 200) << status;
-    EXPECT_EQ(reply.body, "daar") << status;
+    EXPECT_EQ(reply.body, "new") << status;
     ASSERT_EQ(server.heads().size(), 2U) << status;
     expectFields(server.heads()[1]);
   }
 }
 
-TEST_P(HttpFieldsContract, GoAlongToAPathThatIsNotEscaped) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /oud ") ? redirection("/a[1]|{b}^c.csv")
-                                              : answer("200 OK", "daar"));
+TEST_P(HttpFieldsContract, RedirectToUnescapedPathReceivesFields) {
+  const LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+    client.send(head.starts_with("GET /old ") ? redirectTo("/a[1]|{b}^c.csv") : okResponse("new"));
   });
-  EXPECT_EQ(ask(server.url("/oud")).body, "daar");
+  EXPECT_EQ(send(server.url("/old")).body, "new");
   ASSERT_EQ(server.heads().size(), 2U);
   expectFields(server.heads()[1]);
 }
 
-TEST_P(HttpFieldsContract, StayBehindOnTheWayToAnotherOrigin) {
-  for (const char *status :
-       {"301 Moved", "302 Found", "303 See Other", "307 Temporary", "308 Permanent"}) {
-    LoopbackServer other([](LoopbackConnection &client, const std::string &) {
-      client.send(answer("200 OK", "elders"));
-    });
-    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-      client.send(redirection(other.url("/nieuw"), status));
-    });
-    EXPECT_EQ(ask(server.url()).body, "elders") << status;
+TEST_P(HttpFieldsContract, RedirectToAnotherOriginReceivesNoFields) {
+  for (const std::string status : redirectStatuses) {
+    const LoopbackServer other(respondWith(okResponse("other")));
+    RedirectingServer server;
+    server.redirectTo(other.url("/b"), status);
+    EXPECT_EQ(send(server.url()).body, "other") << status;
     ASSERT_EQ(server.heads().size(), 1U) << status;
     expectFields(server.heads()[0]);
     ASSERT_EQ(other.heads().size(), 1U) << status;
     expectNoFields(other.heads()[0]);
-    EXPECT_EQ(fieldIn(other.heads()[0], "Host"), " 127.0.0.1:" + std::to_string(other.port()));
+    EXPECT_EQ(headerField(other.heads()[0], "Host"), " 127.0.0.1:" + std::to_string(other.port()));
   }
 }
 
-TEST_P(HttpFieldsContract, StayBehindOnTheWayToAnotherNameOfTheHost) {
-  std::promise<std::string> elsewhere;
-  const auto target = elsewhere.get_future().share();
-  LoopbackServer server([target](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /nieuw ") ? answer("200 OK", "") : redirection(target.get()));
-  });
-  elsewhere.set_value("http://localhost:" + std::to_string(server.port()) + "/nieuw");
-  EXPECT_EQ(ask(server.url("/oud")).status, 200);
+TEST_P(HttpFieldsContract, RedirectToAnotherNameOfHostReceivesNoFields) {
+  RedirectingServer server;
+  server.redirectTo("http://localhost:" + std::to_string(server.port()) + "/new");
+  EXPECT_EQ(send(server.url()).status, 200);
   ASSERT_EQ(server.heads().size(), 2U);
   expectNoFields(server.heads()[1]);
 }
 
-TEST_P(HttpFieldsContract, FollowARedirectOnlyWhereTheRequestSaysSo) {
-  LoopbackServer other(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
-  LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-    client.send(redirection(other.url("/b?c=d")));
-  });
-  const std::string key = "een;\"sleutel\"";
-  const std::string cookies = "a=b; c=d";
-  EXPECT_EQ(ask(server.url("/a"), key, cookies,
-                [](const Url &from, const Url &to) {
-                  return from.path == "/a" && to.path == "/b" && from.port && to.port &&
-                         *from.port != *to.port;
-                })
-                .status,
-            200);
-  EXPECT_EQ(
-      ask(server.url("/a"), key, cookies, [](const Url &, const Url &) { return false; }).status,
-      200);
-  EXPECT_EQ(ask(server.url("/a"), key, cookies, nullptr).status, 200);
+TEST_P(HttpFieldsContract, ForwardsHeadersDecidesWhetherRedirectReceivesFields) {
+  const LoopbackServer other(respondWith(okResponse()));
+  RedirectingServer server;
+  server.redirectTo(other.url("/b?c=d"));
+  const auto accept = [](const Url &from, const Url &to) {
+    return from.path == "/old" && to.path == "/b" && from.port && to.port && *from.port != *to.port;
+  };
+  const auto reject = [](const Url &, const Url &) { return false; };
+  EXPECT_EQ(send(server.url(), accept).status, 200);
+  EXPECT_EQ(send(server.url(), reject).status, 200);
+  EXPECT_EQ(send(server.url(), nullptr).status, 200);
   ASSERT_EQ(other.heads().size(), 3U);
   expectFields(other.heads()[0]);
   expectNoFields(other.heads()[1]);
   expectNoFields(other.heads()[2]);
 }
 
-TEST_P(HttpFieldsContract, AreNotGivenBackOnTheWayHome) {
-  std::promise<std::string> elsewhere;
-  const auto target = elsewhere.get_future().share();
-  LoopbackServer home([target](LoopbackConnection &client, const std::string &head) {
-    client.send(head.starts_with("GET /terug ") ? answer("200 OK", "") : redirection(target.get()));
-  });
-  LoopbackServer other([&](LoopbackConnection &client, const std::string &) {
-    client.send(redirection(home.url("/terug")));
-  });
-  elsewhere.set_value(other.url());
-  EXPECT_EQ(ask(home.url()).status, 200);
-  ASSERT_EQ(home.heads().size(), 2U);
-  expectNoFields(home.heads()[1]);
+TEST_P(HttpFieldsContract, RedirectBackToFirstOriginReceivesNoFields) {
+  RedirectingServer first;
+  RedirectingServer other;
+  first.redirectTo(other.url());
+  other.redirectTo(first.newUrl());
+  EXPECT_EQ(send(first.url()).status, 200);
+  ASSERT_EQ(first.heads().size(), 2U);
+  expectNoFields(first.heads()[1]);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryDesktop, HttpFieldsContract,
-                         testing::ValuesIn(desktopsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+                         testing::ValuesIn(desktopsUnderContract()), platformName);
 
 }  // namespace
 }  // namespace orvel

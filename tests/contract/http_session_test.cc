@@ -1,17 +1,15 @@
-// What every platform promises of its HTTP session, and what a request is.
-
-#include <gtest/gtest.h>
+// The contract of data tasks, and the values of a request.
 
 #include <atomic>
-#include <memory>
 
 #include "tests/contract/contract_platform.h"
+#include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 
 namespace orvel {
 namespace {
 
-TEST(UrlRequest, ReplacesAFieldOfTheSameName) {
+TEST(UrlRequest, SetHeaderReplacesFieldsOfSameName) {
   UrlRequest request;
   request.setHeader("Cookie", "a=b");
   request.setHeader("X-ORVEL-App", "one");
@@ -24,7 +22,7 @@ TEST(UrlRequest, ReplacesAFieldOfTheSameName) {
                                  {"Cookie", "a=b"}, {"X-ORVEL-App", ""}}));
 }
 
-TEST(UrlRequest, GivesAFieldByItsNameWithoutCase) {
+TEST(UrlRequest, HeaderNameIsCaseInsensitive) {
   UrlRequest request;
   EXPECT_EQ(request.header("X-ORVEL-App"), std::nullopt);
   request.setHeader("X-ORVEL-App", "");
@@ -33,82 +31,66 @@ TEST(UrlRequest, GivesAFieldByItsNameWithoutCase) {
   EXPECT_EQ(request.header("X-ORVEL-Appl"), std::nullopt);
 }
 
-TEST(UrlRequest, WaitsAMinuteByDefault) {
+TEST(UrlRequest, DefaultTimeoutIsOneMinute) {
   EXPECT_EQ(UrlRequest().timeout, std::chrono::seconds(60));
   EXPECT_EQ(UrlRequest().cachePolicy, CachePolicy::useProtocol);
 }
 
-class HttpSessionContract : public testing::TestWithParam<PlatformUnderContract> {
+class HttpSessionContract : public ContractTest {
  protected:
   /// Sends a request whose response has status 200 and a body that fails.
-  DataReply fetchHead(const std::string &address,
-                      std::chrono::milliseconds timeout = std::chrono::seconds(60)) {
-    UrlRequest request;
-    request.url = *Url::parse(address);
+  void expectHeadOnly(const LoopbackServer &server, std::chrono::milliseconds timeout) {
+    UrlRequest request = requestOf(server.url("/api/wie"));
     request.timeout = timeout;
-    platform_->answerNext(address, 200, std::nullopt);
-    DataReply told;
+    platform->answerNext(request.url.absoluteString, 200, std::nullopt);
+    DataReply received;
     int completions = 0;
-    platform_->ports().http.dataTask(request, [&](const DataReply &reply) {
-      told = reply;
-      platform_->ports().mainQueue.post([&] { ++completions; });
+    platform->ports().http.dataTask(request, [&](const DataReply &reply) {
+      received = reply;
+      queue().post([&] { ++completions; });
     });
-    EXPECT_TRUE(platform_->runUntil([&] { return completions > 0; }));
+    EXPECT_TRUE(runUntil([&] { return completions > 0; }));
     EXPECT_EQ(completions, 1);
-    return told;
+    ASSERT_TRUE(received.response);
+    EXPECT_EQ(received.response->statusCode, 200);
+    EXPECT_EQ(received.body, std::nullopt);
   }
-
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
-TEST_P(HttpSessionContract, TellsARefusedConnectionOnceAndOffTheMainThread) {
-  UrlRequest request;
-  request.url = *Url::parse("http://127.0.0.1:" + std::to_string(unusedPort()) + "/api/wie");
+TEST_P(HttpSessionContract, RefusedConnectionCallsCompletionOnceOffMainThread) {
+  const UrlRequest request = requestOf(refusedUrl("/api/wie"));
   constexpr int requests = 20;
   int completions = 0;
-  std::atomic<int> answers = 0;
+  std::atomic<int> responses = 0;
   std::atomic<int> onMain = 0;
   const auto completion = [&](const DataReply &reply) {
-    if (reply.response || reply.body) ++answers;
-    if (platform_->onMainThread()) ++onMain;
-    platform_->ports().mainQueue.post([&] { ++completions; });
+    if (reply.response || reply.body) ++responses;
+    if (platform->onMainThread()) ++onMain;
+    queue().post([&] { ++completions; });
   };
   for (int number = 0; number < requests; ++number) {
-    platform_->ports().http.dataTask(request, completion);
+    platform->ports().http.dataTask(request, completion);
   }
-  ASSERT_TRUE(platform_->runUntil([&] { return completions == requests; }));
-  // One more, so that a second completion of an earlier one would have come.
-  platform_->ports().http.dataTask(request, completion);
-  ASSERT_TRUE(platform_->runUntil([&] { return completions > requests; }));
+  ASSERT_TRUE(runUntil([&] { return completions == requests; }));
+  // A second call of an earlier completion would arrive before this one.
+  platform->ports().http.dataTask(request, completion);
+  ASSERT_TRUE(runUntil([&] { return completions > requests; }));
   EXPECT_EQ(completions, requests + 1);
-  EXPECT_EQ(answers, 0);
+  EXPECT_EQ(responses, 0);
   EXPECT_EQ(onMain, 0);
 }
 
-TEST_P(HttpSessionContract, DeliversTheHeadOfATruncatedBody) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
-  });
-  const DataReply reply = fetchHead(server.url("/api/wie"));
-  ASSERT_TRUE(reply.response);
-  EXPECT_EQ(reply.response->statusCode, 200);
-  EXPECT_EQ(reply.body, std::nullopt);
+TEST_P(HttpSessionContract, TruncatedBodyLeavesHeadOnly) {
+  const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
+  expectHeadOnly(server, std::chrono::seconds(60));
 }
 
-TEST_P(HttpSessionContract, DeliversTheHeadOfABodyThatTimesOut) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
-    client.waitForClient();
-  });
-  const DataReply reply = fetchHead(server.url("/api/wie"), std::chrono::seconds(1));
-  ASSERT_TRUE(reply.response);
-  EXPECT_EQ(reply.response->statusCode, 200);
-  EXPECT_EQ(reply.body, std::nullopt);
+TEST_P(HttpSessionContract, BodyThatTimesOutLeavesHeadOnly) {
+  const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
+  expectHeadOnly(server, std::chrono::seconds(1));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, HttpSessionContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(HttpSessionContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,9 +1,6 @@
-// What every platform promises of putting one folder in the place of another.
-
-#include <gtest/gtest.h>
+// The contract of replacing one folder by another.
 
 #include <fstream>
-#include <memory>
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/folder_tree.h"
@@ -12,14 +9,12 @@ namespace orvel {
 namespace {
 
 namespace fs = std::filesystem;
-using posix_test::makeTree;
-using posix_test::Tree;
-using posix_test::treeOf;
+using namespace posix_test;
 
-class ItemReplacementContract : public testing::TestWithParam<PlatformUnderContract> {
+class ItemReplacementContract : public ContractTest {
  protected:
   bool replace(const fs::path &original, const fs::path &replacement) {
-    return platform_->ports().locations.replaceItem(original.string(), replacement.string());
+    return platform->ports().locations.replaceItem(original, replacement);
   }
   void expectReplaced(const fs::path &original, const fs::path &replacement) {
     makeTree(original, "old");
@@ -29,12 +24,9 @@ class ItemReplacementContract : public testing::TestWithParam<PlatformUnderContr
     EXPECT_EQ(treeOf(original), expected);
     EXPECT_FALSE(fs::exists(fs::symlink_status(replacement)));
     EXPECT_EQ(treeOf(original.parent_path() / "neighbour"), neighbour);
-    EXPECT_EQ(entriesIn(original.parent_path()), 2);
+    EXPECT_EQ(entryCount(original.parent_path()), 2);
   }
-  static std::ptrdiff_t entriesIn(const fs::path &folder) {
-    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-  }
-  /// Nothing in either place may have changed.
+  /// Expects that the replacement fails and changes nothing.
   void expectRefused(const fs::path &original, const fs::path &replacement) {
     const Tree before = treeOf(folder_.path());
     EXPECT_FALSE(replace(original, replacement)) << original << " by " << replacement;
@@ -44,14 +36,13 @@ class ItemReplacementContract : public testing::TestWithParam<PlatformUnderContr
   const TemporaryFolder folder_;
   const fs::path original_ = folder_.path() / "Applications" / "Orvel OS.app";
   const fs::path replacement_ = folder_.path() / "unpacked" / "Orvel OS.app";
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
 };
 
-TEST_P(ItemReplacementContract, PutsAWholeFolderInThePlace) {
+TEST_P(ItemReplacementContract, FolderIsReplacedByFolder) {
   expectReplaced(original_, replacement_);
 }
 
-TEST_P(ItemReplacementContract, WorksAgainAndAgain) {
+TEST_P(ItemReplacementContract, FolderIsReplacedRepeatedly) {
   expectReplaced(original_, replacement_);
   for (const std::string owner : {"first", "second"}) {
     const Tree expected = makeTree(replacement_, owner);
@@ -60,27 +51,27 @@ TEST_P(ItemReplacementContract, WorksAgainAndAgain) {
   }
 }
 
-TEST_P(ItemReplacementContract, ReachesAcrossFileSystems) {
-  const auto elsewhere = posix_test::folderOnAnotherFileSystem();
-  if (!elsewhere) GTEST_SKIP() << "there is no second file system to write to";
+TEST_P(ItemReplacementContract, FolderIsReplacedAcrossFileSystems) {
+  const auto elsewhere = folderOnAnotherFileSystem();
+  if (!elsewhere) GTEST_SKIP() << "no second writable file system";
   expectReplaced(original_, elsewhere->path() / "unpacked" / "Orvel OS.app");
   fs::remove_all(elsewhere->path() / "unpacked");
   expectReplaced(elsewhere->path() / "Applications" / "Orvel OS.app", replacement_);
 }
 
-TEST_P(ItemReplacementContract, TakesNamesAsTheyAre) {
+TEST_P(ItemReplacementContract, SpecialCharactersInNamesAreKept) {
   for (const std::string name : {"blanks  and 'quotes'", "\"double\" `back`", "line\nbreak",
                                  "$(reboot)", "-rf", "caf\xC3\xA9", "\xFF not UTF-8", "a%20b"}) {
     const fs::path folder = folder_.path() / "names" / name;
     std::error_code error;
-    // Not every file system has names that are no text.
+    // APFS rejects names that are not UTF-8 with EILSEQ.
     if (!fs::create_directories(folder, error) && error == std::errc::illegal_byte_sequence)
       continue;
     expectReplaced(folder / name, folder_.path() / "unpacked" / name / "x");
   }
 }
 
-TEST_P(ItemReplacementContract, NeedsBothFolders) {
+TEST_P(ItemReplacementContract, MissingFolderIsRefused) {
   const fs::path missing = folder_.path() / "missing";
   const Tree tree = makeTree(original_, "old");
   expectRefused(original_, missing);
@@ -90,7 +81,7 @@ TEST_P(ItemReplacementContract, NeedsBothFolders) {
   EXPECT_EQ(treeOf(original_), tree);
 }
 
-TEST_P(ItemReplacementContract, TakesNeitherFilesNorLinks) {
+TEST_P(ItemReplacementContract, FileOrLinkIsRefused) {
   makeTree(original_, "old");
   makeTree(replacement_, "new");
   const fs::path file = folder_.file("file", "x");
@@ -105,13 +96,13 @@ TEST_P(ItemReplacementContract, TakesNeitherFilesNorLinks) {
   expectRefused(toOriginal, link);
 }
 
-TEST_P(ItemReplacementContract, NeverReplacesAFolderByItself) {
+TEST_P(ItemReplacementContract, ReplacingFolderByItselfIsRefused) {
   makeTree(original_, "old");
   expectRefused(original_, original_);
   expectRefused(original_, original_ / "." / "Contents" / "..");
 }
 
-TEST_P(ItemReplacementContract, LeavesOpenFilesOfTheOldFolderReadable) {
+TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
   makeTree(original_, "old");
   makeTree(replacement_, "new");
   std::ifstream information(original_ / "Contents" / "Info.plist");
@@ -122,24 +113,22 @@ TEST_P(ItemReplacementContract, LeavesOpenFilesOfTheOldFolderReadable) {
   };
   EXPECT_EQ(read(information), "information of old");
   EXPECT_EQ(read(large), std::string(20'000, 'o'));
-  EXPECT_EQ(posix_test::contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
+  EXPECT_EQ(contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
 }
 
-TEST_P(ItemReplacementContract, SaysBeforehandWhatCanBeReplaced) {
-  const Locations &locations = platform_->ports().locations;
+TEST_P(ItemReplacementContract, OnlyExistingFolderCanBeReplaced) {
+  const Locations &locations = platform->ports().locations;
   makeTree(original_, "old");
   fs::create_symlink(original_, folder_.path() / "link");
   fs::create_symlink("missing", folder_.path() / "dangling");
-  EXPECT_TRUE(locations.canReplaceItem(original_.string()));
-  EXPECT_TRUE(locations.canReplaceItem((folder_.path() / "link").string()));
-  EXPECT_FALSE(locations.canReplaceItem((folder_.path() / "dangling").string()));
-  EXPECT_FALSE(locations.canReplaceItem((folder_.path() / "missing").string()));
+  EXPECT_TRUE(locations.canReplaceItem(original_));
+  EXPECT_TRUE(locations.canReplaceItem(folder_.path() / "link"));
+  EXPECT_FALSE(locations.canReplaceItem(folder_.path() / "dangling"));
+  EXPECT_FALSE(locations.canReplaceItem(folder_.path() / "missing"));
   EXPECT_FALSE(locations.canReplaceItem(folder_.file("file", "x")));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, ItemReplacementContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(ItemReplacementContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,11 +1,7 @@
-// What every platform promises of work on the main thread and beside it.
-
-#include <gtest/gtest.h>
+// The contract of the main queue and the background queue.
 
 #include <atomic>
-#include <memory>
-#include <mutex>
-#include <vector>
+#include <numeric>
 
 #include "tests/contract/contract_platform.h"
 
@@ -14,53 +10,48 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class MainQueueContract : public testing::TestWithParam<PlatformUnderContract> {
+class MainQueueContract : public ContractTest {
  protected:
-  MainQueue &queue() { return platform_->ports().mainQueue; }
-  std::chrono::system_clock::time_point now() { return platform_->ports().clock.now(); }
-
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
+  std::chrono::system_clock::time_point now() { return platform->ports().clock.now(); }
 };
 
-TEST_P(MainQueueContract, RunsWorkInTheOrderOfPosting) {
+TEST_P(MainQueueContract, PostedWorkRunsInOrderAfterTheCall) {
+  std::vector<int> expected(1000);
+  std::iota(expected.begin(), expected.end(), 0);
   std::vector<int> order;
-  for (int number = 0; number < 1000; ++number) {
-    queue().post([&order, number] { order.push_back(number); });
-  }
+  for (const int number : expected) queue().post([&order, number] { order.push_back(number); });
   EXPECT_TRUE(order.empty()) << "work ran inside the call";
-  ASSERT_TRUE(platform_->runUntil([&] { return order.size() == 1000; }));
-  for (int number = 0; number < 1000; ++number) {
-    ASSERT_EQ(order[static_cast<std::size_t>(number)], number);
-  }
+  ASSERT_TRUE(runUntil([&] { return order.size() == expected.size(); }));
+  EXPECT_EQ(order, expected);
 }
 
-TEST_P(MainQueueContract, RunsWorkThatWorkPostedAfterwards) {
+TEST_P(MainQueueContract, WorkPostedByWorkRunsAfterIt) {
   std::vector<std::string> order;
   queue().post([&] {
     queue().post([&] { order.emplace_back("second"); });
     order.emplace_back("first");
   });
-  ASSERT_TRUE(platform_->runUntil([&] { return order.size() == 2; }));
+  ASSERT_TRUE(runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<std::string>{"first", "second"}));
 }
 
-TEST_P(MainQueueContract, RunsWorkOfOtherThreadsOnTheMainThread) {
+TEST_P(MainQueueContract, WorkPostedByAnotherThreadRunsOnMainThread) {
   std::atomic<bool> postedFromMain = true;
   bool ranOnMain = false;
   bool done = false;
-  platform_->ports().backgroundQueue.post([&] {
-    postedFromMain = platform_->onMainThread();
+  platform->ports().backgroundQueue.post([&] {
+    postedFromMain = platform->onMainThread();
     queue().post([&] {
-      ranOnMain = platform_->onMainThread();
+      ranOnMain = platform->onMainThread();
       done = true;
     });
   });
-  ASSERT_TRUE(platform_->runUntil([&] { return done; }));
+  ASSERT_TRUE(runUntil([&] { return done; }));
   EXPECT_FALSE(postedFromMain);
   EXPECT_TRUE(ranOnMain);
 }
 
-TEST_P(MainQueueContract, RunsDelayedWorkOnceAndNoEarlier) {
+TEST_P(MainQueueContract, DelayedWorkRunsOnceAfterItsDelay) {
   const auto start = now();
   int runs = 0;
   auto ran = start;
@@ -68,71 +59,69 @@ TEST_P(MainQueueContract, RunsDelayedWorkOnceAndNoEarlier) {
   queue().after(milliseconds(120), [&] {
     ++runs;
     ran = now();
-    onMain = platform_->onMainThread();
+    onMain = platform->onMainThread();
   });
   bool later = false;
   queue().after(milliseconds(300), [&] { later = true; });
   EXPECT_EQ(runs, 0);
-  ASSERT_TRUE(platform_->runUntil([&] { return later; }));
+  ASSERT_TRUE(runUntil([&] { return later; }));
   EXPECT_EQ(runs, 1);
   EXPECT_TRUE(onMain);
-  // The clocks tick apart by less than this.
+  // The timer and the clock may differ by up to a millisecond.
   EXPECT_GE(ran - start, milliseconds(119));
 }
 
-TEST_P(MainQueueContract, RunsDelayedWorkInTheOrderOfItsTimes) {
+TEST_P(MainQueueContract, DelayedWorkRunsInOrderOfDelay) {
   std::vector<int> order;
-  queue().after(milliseconds(90), [&] { order.push_back(90); });
-  queue().after(milliseconds(30), [&] { order.push_back(30); });
-  queue().after(milliseconds(60), [&] { order.push_back(60); });
+  for (const int delay : {90, 30, 60}) {
+    queue().after(milliseconds(delay), [&order, delay] { order.push_back(delay); });
+  }
   queue().post([&] { order.push_back(0); });
-  ASSERT_TRUE(platform_->runUntil([&] { return order.size() == 4; }));
+  ASSERT_TRUE(runUntil([&] { return order.size() == 4; }));
   EXPECT_EQ(order, (std::vector<int>{0, 30, 60, 90}));
 }
 
-TEST_P(MainQueueContract, NeverRunsWorkWithoutDelayInsideTheCall) {
+TEST_P(MainQueueContract, WorkWithZeroDelayRunsAfterTheCall) {
   bool ran = false;
   queue().after(milliseconds(0), [&] { ran = true; });
   EXPECT_FALSE(ran);
-  EXPECT_TRUE(platform_->runUntil([&] { return ran; }));
+  EXPECT_TRUE(runUntil([&] { return ran; }));
 }
 
-TEST_P(MainQueueContract, RepeatsWorkAtItsInterval) {
+TEST_P(MainQueueContract, RepeatedWorkRunsNoSoonerThanItsInterval) {
   const auto start = now();
   std::vector<std::chrono::system_clock::time_point> times;
   queue().every(milliseconds(50), [&] { times.push_back(now()); });
   EXPECT_TRUE(times.empty());
-  ASSERT_TRUE(platform_->runUntil([&] { return times.size() >= 4; }));
+  ASSERT_TRUE(runUntil([&] { return times.size() >= 4; }));
   for (std::size_t run = 0; run < 4; ++run) {
     EXPECT_GE(times[run] - start, milliseconds(50) * (run + 1) - milliseconds(1));
   }
 }
 
-TEST_P(MainQueueContract, LetsOtherWorkInBetweenRepetitions) {
+TEST_P(MainQueueContract, PostedWorkRunsBetweenRepetitions) {
   int repetitions = 0;
   bool posted = false;
   queue().every(milliseconds(10), [&] { ++repetitions; });
-  ASSERT_TRUE(platform_->runUntil([&] { return repetitions >= 2; }));
+  ASSERT_TRUE(runUntil([&] { return repetitions >= 2; }));
   queue().post([&] { posted = true; });
-  EXPECT_TRUE(platform_->runUntil([&] { return posted; }));
+  EXPECT_TRUE(runUntil([&] { return posted; }));
 }
 
-TEST_P(MainQueueContract, BackgroundWorkRunsEachOnceAndNeverOnTheMainThread) {
+TEST_P(MainQueueContract, BackgroundWorkRunsOnceOffMainThread) {
   int runs = 0;
   std::atomic<bool> onMain = false;
   for (int number = 0; number < 50; ++number) {
-    platform_->ports().backgroundQueue.post([&] {
-      if (platform_->onMainThread()) onMain = true;
+    platform->ports().backgroundQueue.post([&] {
+      if (platform->onMainThread()) onMain = true;
       queue().post([&] { ++runs; });
     });
   }
-  ASSERT_TRUE(platform_->runUntil([&] { return runs == 50; }));
+  ASSERT_TRUE(runUntil([&] { return runs == 50; }));
   EXPECT_FALSE(onMain);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, MainQueueContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(MainQueueContract);
 
 }  // namespace
 }  // namespace orvel

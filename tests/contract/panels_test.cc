@@ -1,37 +1,27 @@
-// What every platform promises of alerts.
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-#include <optional>
-#include <vector>
+// The contract of alerts.
 
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {
 namespace {
 
-class PanelsContract : public testing::TestWithParam<PlatformUnderContract> {
+class PanelsContract : public ContractTest {
  protected:
-  MainQueue &queue() { return platform->ports().mainQueue; }
-
-  void show(const Alert &alert) {
-    platform->ports().panels.runModal(alert, [this](const AlertAnswer &answer) {
-      EXPECT_TRUE(platform->onMainThread());
-      answers.push_back(answer);
-    });
-  }
-
-  /// Shows an alert, then has the user act. Both as work in the queue, for the
-  /// alert may hold up what shows it until it is answered.
+  /// Shows an alert, then lets the user act, and returns whether the alert was answered
+  /// once. Both run as work of the main queue, because showing an alert may block until
+  /// it is answered.
   bool isAnswered(const Alert &alert, const std::function<void()> &act) {
-    queue().post([this, alert] { show(alert); });
+    queue().post([this, alert] {
+      platform->ports().panels.runModal(alert, [this](const AlertAnswer &answer) {
+        EXPECT_TRUE(platform->onMainThread());
+        answers.push_back(answer);
+      });
+    });
     queue().post([this, act] {
       EXPECT_TRUE(answers.empty());
       act();
     });
-    return platform->runUntil([this] { return answers.size() == 1; });
+    return runUntil([this] { return answers.size() == 1; });
   }
   bool isAnswered(const Alert &alert, const AlertAnswer &answer) {
     return isAnswered(alert, [this, answer] { platform->answerAlert(answer); });
@@ -42,66 +32,65 @@ class PanelsContract : public testing::TestWithParam<PlatformUnderContract> {
 
   static Alert question() {
     Alert alert;
-    alert.messageText = "Adres";
-    alert.informativeText = "Kies er een.";
-    alert.buttons = {"Bewaar", "Annuleren"};
+    alert.messageText = "Address";
+    alert.informativeText = "Choose one.";
+    alert.buttons = {"Save", "Cancel"};
     alert.textField = AlertTextField{340, 24, "http://127.0.0.1:4767/"};
     return alert;
   }
 
-  std::unique_ptr<ContractPlatform> platform = GetParam().make();
   std::vector<AlertAnswer> answers;
 };
 
-TEST_P(PanelsContract, TellsTheButtonAndTheTextOnce) {
+TEST_P(PanelsContract, FirstButtonReportsIndexZeroAndTypedText) {
   ASSERT_TRUE(isAnswered(question(), AlertAnswer{0, "https://example.test"}));
   EXPECT_EQ(answers[0].button, 0);
   EXPECT_EQ(answers[0].text, "https://example.test");
 }
 
-TEST_P(PanelsContract, CountsTheButtonsFromTheFirst) {
+TEST_P(PanelsContract, SecondButtonReportsIndexOne) {
   ASSERT_TRUE(isAnswered(question(), AlertAnswer{1, ""}));
   EXPECT_EQ(answers[0].button, 1);
 }
 
-TEST_P(PanelsContract, AnAlertThatIsClosedHasNoButton) {
+TEST_P(PanelsContract, ClosedAlertReportsNoButton) {
   ASSERT_TRUE(isAnswered(question(), AlertAnswer{std::nullopt, ""}));
   EXPECT_EQ(answers[0].button, std::nullopt);
 }
 
-TEST_P(PanelsContract, ReturnTakesTheFirstButtonAndTheTextAsItStands) {
+TEST_P(PanelsContract, ReturnPressesFirstButtonWithUnchangedText) {
   ASSERT_TRUE(isAnswered(question(), AlertKey::enter));
   EXPECT_EQ(answers[0].button, 0);
   EXPECT_EQ(answers[0].text, "http://127.0.0.1:4767/");
 }
 
-TEST_P(PanelsContract, ReturnTakesTheFirstButtonWithoutAField) {
+TEST_P(PanelsContract, ReturnPressesFirstButtonWithoutTextField) {
   Alert confirm;
-  confirm.messageText = "Doorgaan?";
-  confirm.buttons = {"OK", "Annuleren"};
+  confirm.messageText = "Continue?";
+  confirm.buttons = {"OK", "Cancel"};
   ASSERT_TRUE(isAnswered(confirm, AlertKey::enter));
   EXPECT_EQ(answers[0].button, 0);
 }
 
-TEST_P(PanelsContract, EscapeClosesAnAlertOrTakesTheButtonThatRefuses) {
+TEST_P(PanelsContract, EscapeClosesAlertOrPressesCancel) {
   ASSERT_TRUE(isAnswered(question(), AlertKey::escape));
   EXPECT_TRUE(!answers[0].button || answers[0].button == 1);
 }
 
-TEST_P(PanelsContract, AMessageMayBeOfAnyLength) {
+TEST_P(PanelsContract, VeryLongMessageIsShown) {
   Alert notice;
-  for (int line = 0; line < 2000; ++line) notice.messageText += "Nog een regel é.\n";
+  for (int line = 0; line < 2000; ++line) notice.messageText += "Another line é.\n";
   EXPECT_TRUE(isAnswered(notice, AlertAnswer{0, ""}));
 }
 
-TEST_P(PanelsContract, ThePlatformsOwnButtonIsTheFirst) {
+TEST_P(PanelsContract, AlertWithoutButtonsHasDefaultButton) {
   Alert notice;
-  notice.messageText = "Dat is geen geldig adres.";
+  notice.messageText = "This is not a valid address.";
   ASSERT_TRUE(isAnswered(notice, AlertAnswer{0, ""}));
   EXPECT_EQ(answers[0].button, 0);
 }
 
-TEST_P(PanelsContract, WorkGoesOnWhileAnAlertIsOpen) {
+TEST_P(PanelsContract, MainQueueRunsWhileAlertIsOpen) {
   int posted = 0;
   EXPECT_TRUE(isAnswered(question(), [&] {
     queue().post([&] { ++posted; });
@@ -113,7 +102,7 @@ TEST_P(PanelsContract, WorkGoesOnWhileAnAlertIsOpen) {
   }));
 }
 
-TEST_P(PanelsContract, ACompletionMayShowTheNextAlert) {
+TEST_P(PanelsContract, CompletionMayShowAnotherAlert) {
   const auto answer = [&] { platform->answerAlert({0, ""}); };
   std::vector<int> order;
   queue().post([&] {
@@ -125,12 +114,11 @@ TEST_P(PanelsContract, ACompletionMayShowTheNextAlert) {
     });
   });
   queue().post(answer);
-  ASSERT_TRUE(platform->runUntil([&] { return order.size() == 2; }));
+  ASSERT_TRUE(runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, PanelsContract, testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(PanelsContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// The shell runner on a real shell.
+// The shell runner with a real zsh.
 
 #include "server/shell_runner.h"
 
@@ -21,14 +21,14 @@ class ShellRunner : public testing::Test {
   PosixProcessLauncher launcher_{processEnvironment()};
 };
 
-TEST_F(ShellRunner, TrimsBlanksAtBothEnds) { EXPECT_EQ(sh("printf '  a b  '"), "a b"); }
+TEST_F(ShellRunner, OuterBlanksAreTrimmed) { EXPECT_EQ(sh("printf '  a b  '"), "a b"); }
 
-TEST_F(ShellRunner, KeepsInnerLineBreaks) {
+TEST_F(ShellRunner, InnerLineBreaksAreKept) {
   EXPECT_EQ(sh("printf '1\\n2\\n'"), "1\n2");
   EXPECT_EQ(sh("printf '\\n\\r\\n 1\\r\\n\\n\\t2 \\n\\n'"), "1\r\n\n\t2");
 }
 
-TEST_F(ShellRunner, TrimsEveryWhiteSpaceAndLineBreakOfUnicode) {
+TEST_F(ShellRunner, UnicodeWhiteSpaceIsTrimmed) {
   const std::vector<std::string> spaces{"\t",     "\n",     "\v",     "\f",     "\r",     " ",
                                         "\u0085", "\u00A0", "\u1680", "\u2000", "\u2009", "\u200A",
                                         "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"};
@@ -38,18 +38,18 @@ TEST_F(ShellRunner, TrimsEveryWhiteSpaceAndLineBreakOfUnicode) {
   }
 }
 
-TEST_F(ShellRunner, KeepsWhatOnlyLooksEmpty) {
+TEST_F(ShellRunner, NulAndInvisibleCharactersAreKept) {
   EXPECT_EQ(sh("printf '\\0a\\0'"), std::string("\0a\0", 3));
   EXPECT_EQ(sh("printf %s '\u2060\u00E9\u00AD'"), "\u2060\u00E9\u00AD");
 }
 
-TEST_F(ShellRunner, GivesWhatACommandPrintedBeforeItFailed) {
+TEST_F(ShellRunner, OutputBeforeFailureIsReturned) {
   EXPECT_EQ(sh("echo partly; exit 3"), "partly");
   EXPECT_EQ(sh("echo partly; kill -9 $$"), "partly");
   EXPECT_EQ(sh("echo before; /nonexistent/orvel/program; echo after"), "before\nafter");
 }
 
-TEST_F(ShellRunner, GivesTheEmptyTextWhenNothingWasPrinted) {
+TEST_F(ShellRunner, CommandWithoutOutputReturnsEmptyText) {
   EXPECT_EQ(sh("exit 3"), "");
   EXPECT_EQ(sh(""), "");
   EXPECT_EQ(sh("/nonexistent/orvel/program"), "");
@@ -57,76 +57,75 @@ TEST_F(ShellRunner, GivesTheEmptyTextWhenNothingWasPrinted) {
   EXPECT_EQ(sh("if then"), "");
 }
 
-TEST_F(ShellRunner, LeavesOutStandardError) {
+TEST_F(ShellRunner, StandardErrorIsDiscarded) {
   EXPECT_EQ(sh("ls /nonexistent/orvel"), "");
   EXPECT_EQ(sh("echo complaint >&2"), "");
   EXPECT_EQ(sh("echo complaint >&2; echo answer"), "answer");
 }
 
-TEST_F(ShellRunner, GivesTheEmptyTextForBytesThatAreNotUtf8) {
+TEST_F(ShellRunner, InvalidUtf8ReturnsEmptyText) {
   EXPECT_EQ(sh("printf 'good \\xff'"), "");
-  EXPECT_EQ(sh("printf 'cut short \\xe2\\x80'"), "");
-  EXPECT_EQ(sh("printf 'too long \\xc0\\xaf'"), "");
-  EXPECT_EQ(sh("printf 'half a pair \\xed\\xa0\\x80'"), "");
+  EXPECT_EQ(sh("printf 'truncated \\xe2\\x80'"), "");
+  EXPECT_EQ(sh("printf 'overlong \\xc0\\xaf'"), "");
+  EXPECT_EQ(sh("printf 'surrogate \\xed\\xa0\\x80'"), "");
   EXPECT_EQ(sh("printf 'good \\xe2\\x8c\\x98'"), "good \u2318");
 }
 
-TEST_F(ShellRunner, UsesZshNeitherAsLoginShellNorInteractively) {
+TEST_F(ShellRunner, ShellIsNonInteractiveZshWithoutLogin) {
   EXPECT_EQ(sh("[[ -o login || -o interactive ]] && echo yes || echo no"), "no");
   EXPECT_EQ(sh("echo ${ZSH_VERSION:+zsh}"), "zsh");
 }
 
-TEST_F(ShellRunner, InheritsWorkingDirectoryAndEnvironment) {
+TEST_F(ShellRunner, WorkingDirectoryAndEnvironmentAreInherited) {
   EXPECT_EQ(sh("pwd -P"), std::filesystem::canonical(std::filesystem::current_path()));
-  const std::map<std::string, std::string> environment{{"ORVEL_CONTRACT", "of the session"}};
+  const std::map<std::string, std::string> environment{{"ORVEL_CONTRACT", "inherited"}};
   PosixProcessLauncher launcher(environment);
-  EXPECT_EQ(orvel::sh(launcher, "printf %s $ORVEL_CONTRACT"), "of the session");
+  EXPECT_EQ(orvel::sh(launcher, "printf %s $ORVEL_CONTRACT"), "inherited");
 }
 
-TEST_F(ShellRunner, ABackgroundJobWithRedirectedOutputDoesNotHoldItUp) {
+TEST_F(ShellRunner, BackgroundJobWithRedirectedOutputIsNotAwaited) {
   const std::string job = sh("sleep 600 >/dev/null 2>&1 & echo $!");
   ASSERT_FALSE(job.empty());
-  // It still runs: the runner did not wait for it.
   EXPECT_EQ(::kill(std::stoi(job), SIGTERM), 0);
 }
 
-/// Hands requests on to the real launcher, changed, and remembers them.
-class AlteredLauncher final : public ProcessLauncher {
+/// Records the last request and forwards it to the real launcher.
+class RecordingLauncher final : public ProcessLauncher {
  public:
-  explicit AlteredLauncher(ProcessLauncher &real) : real_(real) {}
+  explicit RecordingLauncher(ProcessLauncher &real) : real_(real) {}
   LaunchResult launch(const LaunchRequest &request) override {
-    LaunchRequest altered = request;
-    if (!executable.empty()) altered.executable = executable;
+    LaunchRequest forwarded = request;
+    if (!replacement.empty()) forwarded.executable = replacement;
     arguments = request.arguments;
-    path = request.executable;
-    isPlain = !request.workingDirectory && request.environmentChanges.empty();
-    return real_.launch(altered);
+    executable = request.executable;
+    hasDefaults = !request.workingDirectory && request.environmentChanges.empty();
+    return real_.launch(forwarded);
   }
-  /// Instead of the program asked for.
+  /// Is launched instead of the requested program, unless empty.
+  std::string replacement;
   std::string executable;
-  std::string path;
   std::vector<std::string> arguments;
-  bool isPlain = false;
+  bool hasDefaults = false;
 
  private:
   ProcessLauncher &real_;
 };
 
-TEST_F(ShellRunner, GivesTheEmptyTextWhenThereIsNoShell) {
-  AlteredLauncher launcher(launcher_);
-  launcher.executable = "/nonexistent/orvel/zsh";
+TEST_F(ShellRunner, MissingShellReturnsEmptyText) {
+  RecordingLauncher launcher(launcher_);
+  launcher.replacement = "/nonexistent/orvel/zsh";
   EXPECT_EQ(orvel::sh(launcher, "echo never"), "");
 }
 
-TEST_F(ShellRunner, AsksForTheShellWithTwoArguments) {
-  AlteredLauncher launcher(launcher_);
+TEST_F(ShellRunner, CommandLineIsSecondArgumentOfZsh) {
+  RecordingLauncher launcher(launcher_);
   EXPECT_EQ(orvel::sh(launcher, "echo 'a  b'"), "a  b");
-  EXPECT_EQ(launcher.path, "/bin/zsh");
+  EXPECT_EQ(launcher.executable, "/bin/zsh");
   EXPECT_EQ(launcher.arguments, (std::vector<std::string>{"-c", "echo 'a  b'"}));
-  EXPECT_TRUE(launcher.isPlain);
+  EXPECT_TRUE(launcher.hasDefaults);
 }
 
-TEST_F(ShellRunner, RunsOnSeveralThreadsAtOnceAndLeavesNothingOpen) {
+TEST_F(ShellRunner, ConcurrentRunsLeaveNoDescriptorOrZombie) {
   sh("exit 0");
   const int before = openDescriptors();
   std::vector<std::thread> threads;

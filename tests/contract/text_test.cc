@@ -1,4 +1,4 @@
-// Where a text is split and trimmed, on whichever platform this is built for.
+// The contract of splitting and trimming text, which each platform implements at link time.
 
 #include "base/text.h"
 
@@ -14,7 +14,7 @@ using namespace std::string_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(SplitAtFullStops, LeavesOutEmptyPieces) {
+TEST(Text, SplitDropsEmptyPieces) {
   EXPECT_THAT(splitAtFullStops(""), IsEmpty());
   EXPECT_THAT(splitAtFullStops("..."), IsEmpty());
   EXPECT_THAT(splitAtFullStops("1"), ElementsAre("1"));
@@ -25,7 +25,7 @@ TEST(SplitAtFullStops, LeavesOutEmptyPieces) {
   EXPECT_THAT(splitAtFullStops("\u00E9\0.2.\u0301"s), ElementsAre("\u00E9\0"s, "2.\u0301"));
 }
 
-TEST(SplitAtFullStops, TakesOnlyTheFullStopItself) {
+TEST(Text, SplitIgnoresSimilarCharacters) {
   for (const std::string other : {"\u3002", "\uFF0E", "\u2024", "\u00B7", ",", "\u2026"}) {
     EXPECT_THAT(splitAtFullStops("1" + other + "2"), ElementsAre("1" + other + "2"));
   }
@@ -33,41 +33,41 @@ TEST(SplitAtFullStops, TakesOnlyTheFullStopItself) {
               ElementsAre("\u00E9", "\u20AC", "\U0001F600"));
 }
 
-TEST(SplitAtFullStops, DoesNotSplitALargerCharacter) {
-  // With a combining mark, a variation selector, a joiner, an enclosing mark.
+TEST(Text, FullStopWithinGraphemeClusterIsNotSplit) {
+  // The full stop is followed by a combining mark, variation selector, joiner or enclosing mark.
   for (const std::string mark : {"\u0301", "\u0308", "\uFE0F", "\u200D", "\u20E3", "\u0903"}) {
     EXPECT_THAT(splitAtFullStops("1." + mark + "2"), ElementsAre("1." + mark + "2"));
     EXPECT_THAT(splitAtFullStops("." + mark), ElementsAre("." + mark));
     EXPECT_THAT(splitAtFullStops("0.1." + mark + mark + "2.3"),
                 ElementsAre("0", "1." + mark + mark + "2", "3"));
   }
-  // After a character that draws the next one in.
+  // The full stop follows a character with the property Grapheme_Cluster_Break=Prepend.
   for (const std::string prepended : {"\u0600", "\u06DD", "\U000110BD"}) {
     EXPECT_THAT(splitAtFullStops("1" + prepended + ".2"), ElementsAre("1" + prepended + ".2"));
   }
   EXPECT_THAT(splitAtFullStops("1\u0600.\u0301.2"), ElementsAre("1\u0600.\u0301", "2"));
 }
 
-TEST(SplitAtFullStops, SplitsBetweenLargerCharacters) {
+TEST(Text, FullStopBetweenGraphemeClustersIsSplit) {
   EXPECT_THAT(splitAtFullStops("e\u0301.2"), ElementsAre("e\u0301", "2"));
-  // A family, joined to one character, and a flag of two.
+  // An emoji sequence with joiners, and a flag made of two regional indicators.
   EXPECT_THAT(
       splitAtFullStops("\U0001F468\u200D\U0001F469\u200D\U0001F467.\U0001F1F3\U0001F1F1.3"),
       ElementsAre("\U0001F468\u200D\U0001F469\u200D\U0001F467", "\U0001F1F3\U0001F1F1", "3"));
   EXPECT_THAT(splitAtFullStops("\u0E01.\r\n.\u00E9"), ElementsAre("\u0E01", "\r\n", "\u00E9"));
   EXPECT_THAT(splitAtFullStops("\r.\n\u00E9"), ElementsAre("\r", "\n\u00E9"));
-  // A mark after a line break begins a character of its own.
+  // A combining mark after a line break begins a new grapheme cluster.
   EXPECT_THAT(splitAtFullStops("1.\n\u0301"), ElementsAre("1", "\n\u0301"));
 }
 
-TEST(SplitAtFullStops, StandsWhatIsNotUtf8) {
+TEST(Text, InvalidUtf8IsSplitAtFullStops) {
   EXPECT_THAT(splitAtFullStops("\xff.2"), ElementsAre("\xff", "2"));
   EXPECT_THAT(splitAtFullStops("1.\xcc.2"), ElementsAre("1", "\xcc", "2"));
   EXPECT_THAT(splitAtFullStops("\xe2\x82.\xf0\x9f"), ElementsAre("\xe2\x82", "\xf0\x9f"));
   EXPECT_THAT(splitAtFullStops("\xed\xa0\x80.\x80"), ElementsAre("\xed\xa0\x80", "\x80"));
 }
 
-TEST(SplitAtFullStops, TakesTimeInProportion) {
+TEST(Text, SplitTimeGrowsLinearly) {
   const auto timeFor = [](std::size_t size) {
     std::string text = "\u00E9";
     while (text.size() < size) text += "1.2.\u0301\u0600.33333333.";
@@ -75,16 +75,16 @@ TEST(SplitAtFullStops, TakesTimeInProportion) {
     EXPECT_GT(splitAtFullStops(text).size(), size / 20);
     return std::chrono::steady_clock::now() - start;
   };
-  // A machine that is busy elsewhere spoils one measurement, hardly three.
-  bool inProportion = false;
-  for (int attempt = 0; attempt < 3 && !inProportion; ++attempt) {
+  // Three attempts, because other load on the machine can distort a measurement.
+  bool isLinear = false;
+  for (int attempt = 0; attempt < 3 && !isLinear; ++attempt) {
     const auto shorter = timeFor(1'000'000);
-    inProportion = timeFor(10'000'000) < 40 * shorter;
+    isLinear = timeFor(10'000'000) < 40 * shorter;
   }
-  EXPECT_TRUE(inProportion);
+  EXPECT_TRUE(isLinear);
 }
 
-TEST(TrimmedText, TakesWhiteSpaceOffBothEnds) {
+TEST(Text, TrimRemovesUnicodeWhiteSpaceAtBothEnds) {
   EXPECT_EQ(trimmedText(" \t\r\n\v\f\u00A0\u2003\u2028\u2029\u3000\u0085 a  b \n\n"), "a  b");
   EXPECT_EQ(trimmedText(""), "");
   EXPECT_EQ(trimmedText(" \n "), "");

@@ -1,43 +1,34 @@
-// What every platform promises of the user's settings.
-
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <optional>
+// The contract of the user defaults.
 
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {
 namespace {
 
-class UserDefaultsContract : public testing::TestWithParam<PlatformUnderContract> {
+class UserDefaultsContract : public ContractTest {
  protected:
-  UserDefaults &defaults() { return platform_->ports().defaults; }
-
-  std::unique_ptr<ContractPlatform> platform_ = GetParam().make();
+  UserDefaults &defaults() { return platform->ports().defaults; }
 };
 
-TEST_P(UserDefaultsContract, GivesNothingForWhatWasNeverStored) {
+TEST_P(UserDefaultsContract, KeyWithoutValueIsAbsent) {
   EXPECT_EQ(defaults().text("contractNeverStored"), std::nullopt);
 }
 
-TEST_P(UserDefaultsContract, GivesBackWhatWasStored) {
+TEST_P(UserDefaultsContract, StoredValueIsReturned) {
   defaults().setText("contractText", "http://localhost:3000");
   EXPECT_EQ(defaults().text("contractText"), "http://localhost:3000");
   defaults().setText("contractText", "");
   EXPECT_EQ(defaults().text("contractText"), "");
 }
 
-TEST_P(UserDefaultsContract, KeepsOtherKeysApart) {
+TEST_P(UserDefaultsContract, KeysAreIndependent) {
   defaults().setText("contractOne", "1");
   defaults().setText("contractTwo", "2");
   EXPECT_EQ(defaults().text("contractOne"), "1");
   EXPECT_EQ(defaults().text("contractTwo"), "2");
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, UserDefaultsContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(UserDefaultsContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,13 +1,9 @@
-// What every platform promises of default applications.
+// The contract of opening URLs and files with their default applications.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
 
 #include "tests/contract/contract_platform.h"
-#include "tests/support/posix_test_support.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
@@ -15,50 +11,47 @@ namespace {
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
-class WorkspaceContract : public testing::TestWithParam<PlatformUnderContract> {
+class WorkspaceContract : public ContractTest {
  protected:
   Workspace &workspace() { return platform->ports().workspace; }
   void open(const std::string &url) { workspace().open(*Url::parse(url)); }
-  bool openedAre(std::size_t number) {
-    return platform->runUntil([&] { return platform->opened().size() >= number; });
+  bool waitForOpened(std::size_t count) {
+    return runUntil([&] { return platform->opened().size() >= count; });
   }
 
-  std::unique_ptr<ContractPlatform> platform = GetParam().make();
-  TemporaryFolder folder;
+  const TemporaryFolder folder;
 };
 
-TEST_P(WorkspaceContract, OpensAUrlToTheLastCharacter) {
+TEST_P(WorkspaceContract, UrlIsPassedUnchanged) {
   open("http://example.test/a%20b?c='d'&e=$HOME;f#g");
-  ASSERT_TRUE(openedAre(1));
+  ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre("http://example.test/a%20b?c='d'&e=$HOME;f#g"));
 }
 
-TEST_P(WorkspaceContract, OpensByTheScheme) {
-  open("mailto:iemand@example.test?subject=Dag");
+TEST_P(WorkspaceContract, SchemeSelectsApplication) {
+  open("mailto:somebody@example.test?subject=Hello");
   open("http://example.test/");
-  ASSERT_TRUE(openedAre(2));
-  // Two applications that start at once keep no order.
-  EXPECT_THAT(platform->opened(), UnorderedElementsAre("mailto:iemand@example.test?subject=Dag",
+  ASSERT_TRUE(waitForOpened(2));
+  // The two applications start in parallel.
+  EXPECT_THAT(platform->opened(), UnorderedElementsAre("mailto:somebody@example.test?subject=Hello",
                                                        "http://example.test/"));
 }
 
-TEST_P(WorkspaceContract, OpensAFileByItsType) {
-  const std::string path = folder.file("een 'lijst' #2 100% é.txt", "inhoud\n");
+TEST_P(WorkspaceContract, FileTypeSelectsApplication) {
+  const std::string path = folder.file("a 'list' #2 100% é.txt", "contents\n");
   workspace().openFile(path);
-  ASSERT_TRUE(openedAre(1));
+  ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre(path));
 }
 
-TEST_P(WorkspaceContract, LeavesWhatNothingOpens) {
-  workspace().openFile((folder.path() / "weg.txt").string());
+TEST_P(WorkspaceContract, MissingFileIsIgnored) {
+  workspace().openFile(folder.path() / "missing.txt");
   open("http://example.test/");
-  ASSERT_TRUE(openedAre(1));
+  ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre("http://example.test/"));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryPlatform, WorkspaceContract,
-                         testing::ValuesIn(platformsUnderContract()),
-                         [](const auto &platform) { return platform.param.name; });
+INSTANTIATE_ON_EVERY_PLATFORM(WorkspaceContract);
 
 }  // namespace
 }  // namespace orvel

@@ -1,5 +1,5 @@
-// A body is whole or there is none, and whatever it says, the key and the
-// cookies stay with the host that was asked.
+// Properties: a body is complete or absent, and the key and the cookies are sent only to
+// the host of the request.
 
 #include <gio/gio.h>
 
@@ -18,11 +18,11 @@ namespace {
 
 using namespace orvel;
 
-constexpr const char *asked = "http://os.test/api/bestand/1";
-constexpr char answersEnd = '\x1e';
+constexpr const char *requested = "http://os.test/api/bestand/1";
+constexpr char responseSeparator = '\x1e';
 
 SoupHttpSession &session() {
-  // Never destroyed: the process ends from within.
+  // Never destroyed, because libFuzzer ends the process with exit().
   static auto *const session = [] {
     g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
     return new SoupHttpSession({g_get_tmp_dir()});
@@ -32,11 +32,11 @@ SoupHttpSession &session() {
 
 DataReply outcomeOf(const std::string &cookie, bool asFile) {
   UrlRequest request;
-  request.url = *Url::parse(asked);
+  request.url = *Url::parse(requested);
   request.forwardsHeaders = isSameOriginOrUpgrade;
-  request.setHeader("X-ORVEL-App", "sleutel");
+  request.setHeader("X-ORVEL-App", "key");
   request.setHeader("Cookie", cookie);
-  // Shared, for a second call, which there must not be, would come later.
+  // Shared: a second call of the completion, which would be an error, could come later.
   const auto promise = std::make_shared<std::promise<DataReply>>();
   auto ended = promise->get_future();
   if (asFile) {
@@ -49,9 +49,9 @@ DataReply outcomeOf(const std::string &cookie, bool asFile) {
     session().dataTask(request, [promise](const DataReply &reply) { promise->set_value(reply); });
   }
   fuzz::require(ended.wait_for(std::chrono::seconds(8)) == std::future_status::ready,
-                "a request ends when its server does");
+                "a request ends when the connection is closed");
   DataReply outcome = ended.get();
-  fuzz::require(outcome.response || !outcome.body, "no body comes without its head");
+  fuzz::require(outcome.response || !outcome.body, "a body has a head");
   return outcome;
 }
 
@@ -69,10 +69,10 @@ std::string compressed(const std::string &body) {
 }
 
 std::string chunked(const std::string &body) {
-  constexpr std::size_t longest = 23;
+  constexpr std::size_t chunkSize = 23;
   std::string result;
-  for (std::size_t at = 0; at < body.size(); at += longest) {
-    const std::string chunk = body.substr(at, longest);
+  for (std::size_t at = 0; at < body.size(); at += chunkSize) {
+    const std::string chunk = body.substr(at, chunkSize);
     std::array<char, 16> length;
     g_snprintf(length.data(), length.size(), "%zx\r\n", chunk.size());
     result += length.data() + chunk + "\r\n";
@@ -80,32 +80,32 @@ std::string chunked(const std::string &body) {
   return result + "0\r\n\r\n";
 }
 
-/// A body in an honest answer, sent whole and then without its last bytes.
-void requireWhole(const std::string &coding, const std::string &body) {
+/// Sends a body in a valid response, and then once more truncated.
+void requireCompleteBody(const std::string &coding, const std::string &body) {
   const bool isCompressed = coding.find('g') != std::string::npos;
   const bool isChunked = coding.find('c') != std::string::npos;
   const bool asFile = coding.find('f') != std::string::npos;
   std::string sent = isCompressed ? compressed(body) : body;
-  // Where a compressed body ends, all has come.
-  const std::size_t whole = sent.size();
+  const std::size_t length = sent.size();
   std::string head = "HTTP/1.1 200 OK\r\n";
   if (isCompressed) head += "Content-Encoding: gzip\r\n";
   head += isChunked ? "Transfer-Encoding: chunked\r\n"
-                    : "Content-Length: " + std::to_string(whole) + "\r\n";
+                    : "Content-Length: " + std::to_string(length) + "\r\n";
   head += "\r\n";
   if (isChunked) sent = chunked(sent);
 
   auto &server = fuzz::ScriptedServer::instance();
-  server.answerWith({head + sent});
+  server.respondWith({head + sent});
   const DataReply outcome = outcomeOf("", asFile);
-  fuzz::require(outcome.response && outcome.response->statusCode == 200, "a whole answer arrives");
-  fuzz::require(outcome.body == body, "a body arrives as it was");
+  fuzz::require(outcome.response && outcome.response->statusCode == 200,
+                "a complete response is received");
+  fuzz::require(outcome.body == body, "a body is received unchanged");
 
   const std::size_t end = isChunked ? std::string_view("\r\n0\r\n\r\n").size() : 0;
   if (sent.size() <= end) return;
   const std::size_t cut = end + 1 + coding.size() * 7 % (sent.size() - end);
-  server.answerWith({head + sent.substr(0, sent.size() - cut)});
-  fuzz::require(!outcomeOf("", asFile).body, "half a body is none");
+  server.respondWith({head + sent.substr(0, sent.size() - cut)});
+  fuzz::require(!outcomeOf("", asFile).body, "a truncated body is absent");
 }
 
 std::vector<std::string_view> valuesOf(std::string_view head, std::string_view name) {
@@ -126,41 +126,45 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
 void requireSecrets(const std::string &cookie) {
   const auto heads = fuzz::ScriptedServer::instance().heads();
   const bool isOneLine = cookie.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
-  fuzz::require(isOneLine || heads.empty(), "what would end a line is not sent");
+  fuzz::require(isOneLine || heads.empty(), "a cookie with a line break or NUL is not sent");
   bool hasLeft = false;
   for (const std::string &head : heads) {
     if (!head.starts_with("GET ")) continue;
     const auto hosts = valuesOf(head, "Host");
-    fuzz::require(hosts.size() == 1, "a request names one host");
+    fuzz::require(hosts.size() == 1, "a request has one Host field");
     const auto keys = valuesOf(head, "X-ORVEL-App");
     const auto cookies = valuesOf(head, "Cookie");
     hasLeft = hasLeft || g_ascii_strcasecmp(std::string(hosts[0]).c_str(), "os.test") != 0;
     if (!hasLeft) {
-      fuzz::require(keys.size() == 1 && keys[0] == "sleutel", "its host gets the key");
-      fuzz::require(cookies.size() == 1 && cookies[0] == cookie, "its host gets the cookies");
+      fuzz::require(keys.size() == 1 && keys[0] == "key", "the requested host receives the key");
+      fuzz::require(cookies.size() == 1 && cookies[0] == cookie,
+                    "the requested host receives the cookies");
     } else {
-      // Not even when the way leads back.
-      fuzz::require(keys.empty() && cookies.empty(), "no other host gets a secret");
+      // Also when a redirect leads back to the requested host.
+      fuzz::require(keys.empty() && cookies.empty(), "no other host receives key or cookies");
     }
   }
 }
 
 }  // namespace
 
-/// The first line is the cookies, or "=" and how an honest answer is coded. What
-/// follows are the answers, or the body.
+/// The first line holds the cookies, and the rest the responses of the server; or the first
+/// line holds "=" and the encoding of a valid response, and the rest its body.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const auto [first, rest] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
   if (first.starts_with('=')) {
-    requireWhole(std::string(first.substr(1)), std::string(rest));
+    requireCompleteBody(std::string(first.substr(1)), std::string(rest));
     return 0;
   }
-  std::vector<std::string> answers;
-  for (const auto answer : fuzz::piecesOf(rest, answersEnd)) answers.emplace_back(answer);
-  fuzz::ScriptedServer::instance().answerWith(std::move(answers));
+  std::vector<std::string> responses;
+  for (const auto response : fuzz::piecesOf(rest, responseSeparator)) {
+    responses.emplace_back(response);
+  }
+  fuzz::ScriptedServer::instance().respondWith(std::move(responses));
   const std::string cookie(first);
   const DataReply outcome = outcomeOf(cookie, size % 2 == 0);
-  fuzz::require(!outcome.response || outcome.response->statusCode >= 100, "an answer has a status");
+  fuzz::require(!outcome.response || outcome.response->statusCode >= 100,
+                "a response has a status");
   requireSecrets(cookie);
   return 0;
 }

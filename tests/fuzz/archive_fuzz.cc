@@ -1,58 +1,35 @@
-// No archive may write outside its folder.
+// Property: no archive writes outside its target folder.
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "platform/linux/files/archive_extraction.h"
 #include "tests/fuzz/property.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
 
 using namespace orvel;
 namespace fs = std::filesystem;
 
-/// A folder that is removed when the process ends.
-class Scratch {
- public:
-  Scratch() {
-    std::string pattern = (fs::temp_directory_path() / "orvel-fuzz-XXXXXX").string();
-    fuzz::require(::mkdtemp(pattern.data()) != nullptr, "there is a temporary folder");
-    path_ = pattern;
-  }
-  ~Scratch() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-  }
-  Scratch(const Scratch &) = delete;
-  Scratch &operator=(const Scratch &) = delete;
-
-  const fs::path &path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
 void requireInside(const fs::path &folder) {
   for (const auto &entry : fs::recursive_directory_iterator(folder)) {
     const auto status = entry.symlink_status();
     fuzz::require(fs::is_directory(status) || fs::is_regular_file(status) || fs::is_symlink(status),
-                  "only folders, files and links are unpacked");
+                  "only folders, files and links are extracted");
     if (!fs::is_symlink(status)) continue;
     const fs::path target = fs::read_symlink(entry.path());
     const fs::path place = (entry.path().parent_path() / target).lexically_normal();
     fuzz::require(target.is_relative() && place.string().starts_with(folder.string()),
-                  "a link stays in the folder");
+                  "a link stays inside the folder");
   }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  static const Scratch scratch;
+  static const TemporaryFolder scratch;
   const fs::path archive = scratch.path() / "archive";
   const fs::path folder = scratch.path() / "folder";
   std::ofstream(archive, std::ios::binary) << fuzz::bytesOf(data, size);
@@ -62,6 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   fs::remove_all(folder);
   fuzz::require(
       std::distance(fs::directory_iterator(scratch.path()), fs::directory_iterator()) == 1,
-      "nothing lies beside the folder");
+      "nothing is written beside the folder");
   return 0;
 }

@@ -1,4 +1,4 @@
-// A download carries the cookies of its host, and nothing that ends their line.
+// Property: a download sends the cookies of its host, without line breaks.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>
@@ -19,13 +19,13 @@ using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
 
 std::string text(const char *value) { return value != nullptr ? value : ""; }
 
-/// The cookies that the answers of a host would set.
+/// Returns the cookies that the Set-Cookie fields of a host would set.
 std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
                               const std::string &host) {
   const SoupUri origin(
       g_uri_build(G_URI_FLAGS_NONE, "http", nullptr, host.c_str(), -1, "/", nullptr, nullptr),
       g_uri_unref);
-  // libsoup forgets the first of two attributes with one name.
+  // libsoup leaks the first of two attributes with the same name.
   const __lsan::ScopedDisabler disabler;
   std::vector<Cookie> cookies;
   for (const std::string_view field : fields) {
@@ -43,7 +43,7 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
   return cookies;
 }
 
-/// Whether the host is the domain or, as text, ends with it.
+/// Returns whether the host equals the domain or, as text, ends with it.
 bool belongs(const Cookie &cookie, const std::string &host) {
   std::string domain = cookie.domain;
   while (domain.starts_with('.')) domain.erase(0, 1);
@@ -64,29 +64,29 @@ void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) 
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   const std::string header = cookieHeader(cookies, host);
-  fuzz::require(header == expected, "the cookies of the host go along");
+  fuzz::require(header == expected, "the cookies of the host are sent");
   fuzz::require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
-                "nothing ends the line");
-  fuzz::require(cookieHeader(cookies, "").empty(), "without a host there are none");
-  const std::string other = "host-die-niets-zette.test";
+                "the field has no line break or NUL");
+  fuzz::require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
+  const std::string other = "host-without-cookies.test";
   fuzz::require(std::any_of(cookies.begin(), cookies.end(),
                             [&](const Cookie &cookie) { return belongs(cookie, other); }) ||
                     cookieHeader(cookies, other).empty(),
-                "another host gets none");
+                "another host receives none");
 }
 
-/// The key goes to the host of the server's address.
+/// The key cookie belongs to the host of the server address.
 void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
-  const auto cookie = keyCookie(address, false, "sleutel", now);
+  const auto cookie = keyCookie(address, false, "key", now);
   const auto url = Url::parse(address);
-  fuzz::require(cookie.has_value() == (url && !url->host.empty()), "every host has its cookie");
-  fuzz::require(!keyCookie(address, false, "", now), "no key is no cookie");
+  fuzz::require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
+  fuzz::require(!keyCookie(address, false, "", now), "without a key there is no cookie");
   if (!cookie) return;
-  fuzz::require(cookie->domain == url->host && cookie->secure, "the cookie is of the host");
-  fuzz::require(cookieHeader({*cookie}, url->host) == "orvelapp=sleutel" ||
+  fuzz::require(cookie->domain == url->host && cookie->secure, "the cookie belongs to the host");
+  fuzz::require(cookieHeader({*cookie}, url->host) == "orvelapp=key" ||
                     url->host.starts_with('.') || url->host.ends_with('.'),
-                "its downloads carry it");
+                "downloads send the key cookie");
 }
 
 }  // namespace

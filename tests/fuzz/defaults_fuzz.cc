@@ -1,4 +1,4 @@
-// What is kept between runs comes back as it was, and damage is seen.
+// Properties: stored values are read back unchanged, and corruption is detected.
 
 #include <glib.h>
 
@@ -18,10 +18,10 @@ using KeyFile = std::unique_ptr<GKeyFile, void (*)(GKeyFile *)>;
 
 KeyFile newKeyFile() { return {g_key_file_new(), g_key_file_unref}; }
 
-/// A text as it stands in a file, and the text that is read from there.
-void requireKept(const std::string &text) {
+/// Writes a text to a key file and reads it again.
+void requireRoundTrip(const std::string &text) {
   const std::string value = keyFileValue(text);
-  fuzz::require(textOfKeyFileValue(value) == text, "a text is kept");
+  fuzz::require(textOfKeyFileValue(value) == text, "an encoded text is decoded");
   const KeyFile file = newKeyFile();
   g_key_file_set_value(file.get(), "Defaults", "osURL", value.c_str());
   gsize size = 0;
@@ -29,28 +29,28 @@ void requireKept(const std::string &text) {
       g_key_file_to_data(file.get(), &size, nullptr), g_free);
   const KeyFile again = newKeyFile();
   fuzz::require(g_key_file_load_from_data(again.get(), bytes.get(), size, G_KEY_FILE_NONE, nullptr),
-                "a file that was written is a key file");
+                "a written file is a key file");
   const std::unique_ptr<char, void (*)(void *)> read(
       g_key_file_get_value(again.get(), "Defaults", "osURL", nullptr), g_free);
-  fuzz::require(read && textOfKeyFileValue(read.get()) == text, "a text comes back from a file");
+  fuzz::require(read && textOfKeyFileValue(read.get()) == text, "a text is read back from a file");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const std::string text(fuzz::bytesOf(data, size));
-  requireKept(text);
-  if (const auto read = textOfKeyFileValue(text)) requireKept(*read);
+  requireRoundTrip(text);
+  if (const auto read = textOfKeyFileValue(text)) requireRoundTrip(*read);
 
   if (const auto frame = parseFrame(text)) {
     fuzz::require(frame->width > 0 && frame->height > 0, "a frame has a size");
-    fuzz::require(parseFrame(frameText(*frame)) == frame, "a frame is kept");
+    fuzz::require(parseFrame(frameText(*frame)) == frame, "a frame is read back");
   }
 
-  // The output of a command, of which a path is made.
+  // The output of a command, which becomes a path.
   if (const auto trimmed = trimmedText(text)) {
-    fuzz::require(trimmedText(*trimmed) == trimmed, "nothing is left to trim");
-    fuzz::require(text.find(*trimmed) != std::string::npos, "trimming takes from the ends only");
+    fuzz::require(trimmedText(*trimmed) == trimmed, "trimming is idempotent");
+    fuzz::require(text.find(*trimmed) != std::string::npos, "trimming removes only from the ends");
     fuzz::require(trimmedText(" \n" + text + "\t\r\n") == trimmed, "white space is trimmed");
   }
   return 0;

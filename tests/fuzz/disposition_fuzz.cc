@@ -1,4 +1,4 @@
-// A server can suggest a name, but no place.
+// Property: a server can suggest a file name, but not a folder.
 
 #include <gio/gio.h>
 
@@ -10,25 +10,20 @@
 #include "base/text.h"
 #include "platform/linux/http/suggested_filename.h"
 #include "tests/fuzz/property.h"
+#include "tests/support/temporary_folder.h"
 #include "web/download_name.h"
 
 namespace {
 
 using namespace orvel;
 
-constexpr std::size_t longestName = 255;
+constexpr std::size_t maxNameSize = 255;
 
-/// Makes a database of media types the only one, with a description beside it
-/// that no type may name.
-bool makeTypes() {
-  const std::unique_ptr<char, void (*)(void *)> made(g_dir_make_tmp("orvel-fuzz-XXXXXX", nullptr),
-                                                     g_free);
-  fuzz::require(made != nullptr, "there is a temporary folder");
-  static const std::filesystem::path root = made.get();
-  std::atexit([] {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-  });
+/// Replaces the MIME database by one with a description outside its folder, which no media
+/// type may reach.
+bool replaceMimeDatabase() {
+  static const TemporaryFolder temporary;
+  const std::filesystem::path &root = temporary.path();
   const auto describe = [](const std::string &path, const char *extension) {
     std::filesystem::create_directories((root / path).parent_path());
     std::ofstream(root / path) << "<mime-type><glob pattern='*." << extension << "'/></mime-type>";
@@ -45,10 +40,11 @@ bool makeTypes() {
 }
 
 void requireName(std::string_view name) {
-  fuzz::require(!name.empty() && name != "." && name != "..", "a file has a name");
+  fuzz::require(!name.empty() && name != "." && name != "..",
+                "a name is neither empty nor a folder");
   fuzz::require(name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos,
-                "a name is one component");
-  fuzz::require(name.size() <= longestName, "a name fits");
+                "a name is one path component");
+  fuzz::require(name.size() <= maxNameSize, "a name has at most 255 bytes");
 }
 
 std::string escaped(const std::string &name) {
@@ -57,7 +53,7 @@ std::string escaped(const std::string &name) {
   return text.get();
 }
 
-/// The name as its two spellings (RFC 6266, 4.1), and what is read of them.
+/// Reads the name from the parameters filename and filename* (RFC 6266, 4.1).
 void requireRead(const std::string &name, const Url &address) {
   const auto read = [&](const std::string &parameter) {
     return suggestedFilename({.contentDisposition = "attachment; " + parameter}, address);
@@ -65,8 +61,8 @@ void requireRead(const std::string &name, const Url &address) {
   fuzz::require(read("filename*=UTF-8''" + escaped(name)) == name, "an extended name is read");
   if (name.find_first_of("\"\\%") == std::string::npos) {
     fuzz::require(read("filename=\"" + name + "\"") == name, "a quoted name is read");
-    fuzz::require(read("filename=\"ander\"; filename*=UTF-8''" + escaped(name)) == name,
-                  "an extended name goes first");
+    fuzz::require(read("filename=\"other\"; filename*=UTF-8''" + escaped(name)) == name,
+                  "an extended name has priority");
   }
 }
 
@@ -74,21 +70,21 @@ void requireRead(const std::string &name, const Url &address) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const auto [disposition, mediaType, address] = fuzz::linesOf<3>(fuzz::bytesOf(data, size));
-  // A field never holds one.
+  // A header field never holds NUL.
   if (fuzz::bytesOf(data, size).find('\0') != std::string_view::npos) return 0;
   Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
   const FileHead head{.contentDisposition = std::string(disposition),
                       .mediaType = std::string(mediaType)};
-  static const bool hasTypes = makeTypes();
-  fuzz::require(hasTypes, "the types are known");
+  static const bool isReplaced = replaceMimeDatabase();
+  fuzz::require(isReplaced, "the MIME database is replaced");
   const auto suggested = suggestedFilename(head, url);
   if (suggested) {
-    fuzz::require(!suggested->empty(), "no name is no suggestion");
+    fuzz::require(!suggested->empty(), "a suggestion is not empty");
     fuzz::require(trimmedText(*suggested).has_value(), "a name is UTF-8");
     fuzz::require(!suggested->ends_with(".escaped") ||
                       fuzz::bytesOf(data, size).find("escaped") != std::string_view::npos ||
                       suggested == suggestedFilename({head.contentDisposition}, url),
-                  "a media type leads nowhere else");
+                  "a media type names no file outside the database");
   }
 
   const std::string name = downloadName(suggested, url);
@@ -96,10 +92,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const int number : {2, 2'147'483'647}) {
     const std::string next = numberedName(name, number);
     requireName(next);
-    fuzz::require(next.find(" " + std::to_string(number)) != std::string::npos, "a number is seen");
+    fuzz::require(next.find(" " + std::to_string(number)) != std::string::npos,
+                  "the number is part of the name");
   }
-  fuzz::require(numberedName(name, 2) != numberedName(name, 3), "each number makes another name");
-  fuzz::require(downloadName(name, url) == name, "a name that can be borne is kept");
+  fuzz::require(numberedName(name, 2) != numberedName(name, 3),
+                "names with different numbers differ");
+  fuzz::require(downloadName(name, url) == name, "a valid name is unchanged");
   if (trimmedText(name)) requireRead(name, url);
   return 0;
 }

@@ -1,4 +1,4 @@
-// A manifest is read whole or not at all, and what it says leads nowhere else.
+// Properties: a manifest is read completely or rejected, and cannot leave its folder.
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,7 @@ namespace {
 
 using namespace orvel;
 
-std::string inQuotes(std::string_view text) {
+std::string quoted(std::string_view text) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::string json = "\"";
   for (const char character : text) {
@@ -33,27 +33,27 @@ std::string inQuotes(std::string_view text) {
   return json + "\"";
 }
 
-std::string written(const JsonTexts &texts) {
+std::string serialized(const JsonTexts &texts) {
   std::string json;
   for (const auto &[name, text] : texts) {
-    json += (json.empty() ? "{" : ",") + inQuotes(name) + ":" + inQuotes(text);
+    json += (json.empty() ? "{" : ",") + quoted(name) + ":" + quoted(text);
   }
   return json.empty() ? "{}" : json + "}";
 }
 
-void requireHarmless(const UpdateManifest &manifest) {
-  const auto folder = workingFolder("/tijdelijk", manifest.versie);
+void requireContained(const UpdateManifest &manifest) {
+  const auto folder = workingFolder("/temporary", manifest.versie);
   if (folder) {
     const auto normal = std::filesystem::path(*folder).lexically_normal().string();
-    fuzz::require(normal.starts_with("/tijdelijk/orvel-os-update-"),
-                  "a release is unpacked in a folder of its own");
-    const auto command = commandLine(macosNames.unpack, {"/archief", *folder});
+    fuzz::require(normal.starts_with("/temporary/orvel-os-update-"),
+                  "the working folder is below the temporary folder");
+    const auto command = commandLine(macosNames.unpack, {"/archive", *folder});
     fuzz::require(!command || std::count(command->begin(), command->end(), '\'') == 4,
-                  "a version stays between its quotes");
+                  "a version stays within its quotes");
   }
   const auto archive =
       Url::resolve(manifest.zip, *Url::parse("https://os.test/download/linux.json"));
-  fuzz::require(!archive || !archive->scheme.empty(), "an archive has a whole address");
+  fuzz::require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
 }  // namespace
@@ -68,18 +68,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const auto &[name, text] : *texts) {
     fuzz::require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
-  fuzz::require(parseJsonTexts(written(*texts)) == texts, "texts that are written are read");
+  fuzz::require(parseJsonTexts(serialized(*texts)) == texts, "serialized texts are parsed");
   // A byte order mark is only accepted as the first character.
   const bool hasMark = json.starts_with("\xEF\xBB\xBF");
   fuzz::require(parseJsonTexts((hasMark ? "" : " ") + json + "\r\n\t") == texts,
-                "white space around does not count");
-  fuzz::require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "half of it is none");
-  fuzz::require(!parseJsonTexts(json + "{}"), "nothing may follow");
-  fuzz::require(!parseJsonTexts("[" + json + "]"), "an array is none");
+                "surrounding white space is ignored");
+  fuzz::require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "a truncated text is rejected");
+  fuzz::require(!parseJsonTexts(json + "{}"), "trailing text is rejected");
+  fuzz::require(!parseJsonTexts("[" + json + "]"), "an array is rejected");
   const auto both = readManifest(R"({"versie":"1","zip":"a",)" + json.substr(json.find('{') + 1));
   if (!manifest) return 0;
   fuzz::require(both && both->versie == manifest->versie && both->zip == manifest->zip,
-                "the last of two counts");
-  requireHarmless(*manifest);
+                "the last of duplicate keys wins");
+  requireContained(*manifest);
   return 0;
 }

@@ -1,5 +1,5 @@
-// What a property list says can be written and read again, and none from an
-// archive ends the process.
+// Properties: a parsed property list can be serialized and parsed again, and malformed ones
+// do not crash.
 
 #include <glib.h>
 
@@ -29,7 +29,7 @@ std::string element(const std::string &name, const std::string &text) {
   return "<" + name + ">" + content + "</" + name + ">";
 }
 
-std::string written(const PlistTexts &texts) {
+std::string serialized(const PlistTexts &texts) {
   std::string list = "<plist><dict>";
   for (const auto &[key, text] : texts) list += element("key", key) + element("string", text);
   return list + "</dict></plist>";
@@ -40,13 +40,14 @@ std::string written(const PlistTexts &texts) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const std::string bytes(fuzz::bytesOf(data, size));
   const auto texts = parsePlistTexts(bytes);
-  fuzz::require(parsePlistTexts(bytes) == texts, "the same bytes are the same list");
+  fuzz::require(parsePlistTexts(bytes) == texts, "parsing is deterministic");
   if (!texts) return 0;
   for (const auto &[key, text] : *texts) {
     fuzz::require(trimmedText(key) && trimmedText(text), "texts are UTF-8");
     fuzz::require((key + text).find('\0') == std::string::npos, "texts hold no NUL");
   }
-  fuzz::require(parsePlistTexts(written(*texts)) == texts, "a list is read as written");
-  fuzz::require(!parsePlistTexts(bytes.substr(0, bytes.rfind("</"))), "half of it is none");
+  fuzz::require(parsePlistTexts(serialized(*texts)) == texts, "a serialized list is parsed");
+  fuzz::require(!parsePlistTexts(bytes.substr(0, bytes.rfind("</"))),
+                "a truncated list is rejected");
   return 0;
 }

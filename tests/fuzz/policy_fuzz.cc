@@ -1,4 +1,4 @@
-// The view never leaves its server, whatever a page asks for.
+// Property: the main view shows only pages of its server.
 
 #include <glib.h>
 
@@ -22,34 +22,34 @@ using enum NavigationPolicy;
 using enum NavigationConsequence;
 using enum NavigationTarget;
 
-/// The server's address as the application keeps it.
+/// Returns the server address as the application stores it.
 std::string serverAddress(std::string_view typed) {
   const std::string_view address = trimSpacesAndTabs(typed);
   if (!isServerAddress(address)) return "http://127.0.0.1:4767/";
   return std::string(address) + (address.ends_with('/') ? "" : "/");
 }
 
-void requireLawful(const NavigationDecision &decision, const Url &url, const std::string &base) {
+void requireSafe(const NavigationDecision &decision, const Url &url, const std::string &base) {
   const auto server = Url::parse(base);
-  const bool isServers = server && url.absoluteString.starts_with(base);
-  const bool isSamePlace = isServers && url.scheme == server->scheme && url.host == server->host &&
-                           isSameOriginOrUpgrade(*server, url);
+  const bool isOfServer = server && url.absoluteString.starts_with(base);
+  const bool isSameOrigin = isOfServer && url.scheme == server->scheme &&
+                            url.host == server->host && isSameOriginOrUpgrade(*server, url);
   fuzz::require(decision.policy == cancel || decision.consequence == none,
-                "what is shown is not opened elsewhere too");
+                "an allowed navigation has no other consequence");
   if (decision.policy == allow) {
-    fuzz::require(url.scheme == "about" || isSamePlace, "only the server's own pages are shown");
+    fuzz::require(url.scheme == "about" || isSameOrigin, "only pages of the server are shown");
     for (const std::string_view scheme : {"javascript", "file", "data", "blob"}) {
-      fuzz::require(url.scheme != scheme, "no such page is shown");
+      fuzz::require(url.scheme != scheme, "no page of such a scheme is shown");
     }
   }
   if (decision.consequence == open) {
     constexpr std::array<std::string_view, 4> schemes{"http", "https", "mailto", "tel"};
     fuzz::require(std::find(schemes.begin(), schemes.end(), url.scheme) != schemes.end(),
-                  "only such addresses are handed to others");
-    fuzz::require(!isServers, "the server's pages are not handed to others");
+                  "only such addresses are opened by other applications");
+    fuzz::require(!isOfServer, "pages of the server are not opened by other applications");
   }
   if (decision.consequence == download) {
-    fuzz::require(url.scheme == "about" || isSamePlace, "the key goes to the server alone");
+    fuzz::require(url.scheme == "about" || isSameOrigin, "the key is sent only to the server");
     fuzz::require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
                   "only files are downloaded");
   }
@@ -60,18 +60,18 @@ void requireFrames(const Url &url, const std::string &base) {
     return decideNavigation({.url = url, .target = target}, base);
   };
   for (const NavigationTarget target : {mainFrame, subFrame, newWindow}) {
-    requireLawful(in(target), url, base);
+    requireSafe(in(target), url, base);
   }
-  fuzz::require(in(mainFrame) == in(newWindow), "a window of its own makes no difference");
+  fuzz::require(in(mainFrame) == in(newWindow), "a new window is decided like the main frame");
   if (in(mainFrame) != in(subFrame)) {
     fuzz::require(in(mainFrame) == NavigationDecision{cancel, download} &&
                       in(subFrame) == NavigationDecision{allow, none},
-                  "only a file may be shown within a frame");
+                  "only files differ between main frame and sub-frame");
   }
   const NavigationConsequence window = decideNewWindow(url, base);
-  fuzz::require(window != none, "a window becomes something");
+  fuzz::require(window != none, "a requested window has a consequence");
   fuzz::require((window == download) == url.absoluteString.starts_with(base),
-                "of the server, and of it alone, a window is a download");
+                "a requested window of the server, and no other, is a download");
 }
 
 bool matches(const std::string &pattern, const std::string &text) {
@@ -80,12 +80,12 @@ bool matches(const std::string &pattern, const std::string &text) {
       [](GRegex *each) {
         if (each != nullptr) g_regex_unref(each);
       });
-  fuzz::require(regex != nullptr, "an address becomes a pattern");
+  fuzz::require(regex != nullptr, "an address is converted to a valid pattern");
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
-/// The rules name that address and no other. WebKit writes addresses in
-/// visible ASCII.
+/// The filter matches this address and no other. WebKit serializes addresses in visible
+/// ASCII.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });
@@ -99,28 +99,28 @@ void requireFilter(const std::string &address) {
     const auto begin = at + std::string_view("\"trigger\":").size();
     const auto end = rules.find("\"}}", begin);
     const auto trigger = parseJsonTexts(rules.substr(begin, end + 2 - begin));
-    // The address itself may hold what looks like a trigger.
+    // The address itself may contain text that looks like a trigger.
     if (!trigger || !trigger->contains("url-filter")) continue;
     const std::string &pattern = trigger->find("url-filter")->second;
     isFiltered = isFiltered || matches(pattern, address);
-    isFilteredWithQuery = isFilteredWithQuery || matches(pattern, address + "?een=twee");
+    isFilteredWithQuery = isFilteredWithQuery || matches(pattern, address + "?one=two");
     fuzz::require(!matches(pattern, address + "x") && !matches(pattern, "x" + address),
-                  "no other address is kept out");
+                  "no other address is blocked");
   }
-  fuzz::require(isFiltered && isFilteredWithQuery, "the address is kept out");
+  fuzz::require(isFiltered && isFilteredWithQuery, "the address is blocked");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const auto [typed, written] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
+  const auto [typed, requested] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
   const std::string base = serverAddress(typed);
-  const std::string address(written);
+  const std::string address(requested);
   const auto server = Url::parse(base);
   const auto url = urlFromWebKit(address.c_str());
   fuzz::require(decideNavigation({.url = {}}, base) == NavigationDecision{},
-                "nothing goes nowhere");
-  // Without a host an address is the beginning of many.
+                "a navigation without a URL has no decision");
+  // Without a host the address is a prefix of addresses of other servers.
   if (url && server && !server->host.empty()) requireFrames(*url, base);
   requireFilter(address);
   return 0;

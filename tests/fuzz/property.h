@@ -11,11 +11,10 @@
 
 namespace orvel::fuzz {
 
-/// Ends the process, so that the fuzzer keeps the input, where a property does
-/// not hold.
+/// Aborts when a property does not hold, so that the fuzzer reports the input.
 inline void require(bool holds, const char *property) {
   if (holds) return;
-  std::cerr << "does not hold: " << property << std::endl;
+  std::cerr << "violated property: " << property << std::endl;
   std::abort();
 }
 
@@ -23,7 +22,7 @@ inline std::string_view bytesOf(const std::uint8_t *data, std::size_t size) {
   return {reinterpret_cast<const char *>(data), size};
 }
 
-/// The pieces of the input between separators; at least one.
+/// Splits the input at the separators into one or more pieces.
 inline std::vector<std::string_view> piecesOf(std::string_view input, char separator = '\n') {
   std::vector<std::string_view> pieces;
   for (;;) {
@@ -34,8 +33,8 @@ inline std::vector<std::string_view> piecesOf(std::string_view input, char separ
   }
 }
 
-/// So many lines of the input, the last of them with all that follows; missing
-/// ones are empty.
+/// Splits the input into this number of lines. The last one holds the rest; missing ones
+/// are empty.
 template <std::size_t count>
 std::array<std::string_view, count> linesOf(std::string_view input) {
   std::array<std::string_view, count> lines;

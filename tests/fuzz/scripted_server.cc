@@ -22,13 +22,13 @@ Function *original(const char *name) {
 
 }  // namespace
 
-// Looking for leaks means to stop all threads, and that fails while some end.
+// LeakSanitizer stops all threads, which fails while a thread is ending.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" __attribute__((visibility("default"))) const char *__asan_default_options() {
   return "detect_leaks=0";
 }
 
-// In place of the C library's.
+// Replaces the function of the C library.
 extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
                                                               const sockaddr *address,
                                                               socklen_t size) {
@@ -57,7 +57,7 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *na
                                                                   addrinfo **found) {
   static auto *const look = original<decltype(getaddrinfo)>("getaddrinfo");
   if (hints != nullptr && hints->ai_family == AF_INET6) return EAI_NONAME;
-  // A machine may have no other network than itself.
+  // AI_ADDRCONFIG would fail on a machine without a network.
   addrinfo wanted = hints != nullptr ? *hints : addrinfo{};
   wanted.ai_flags &= ~AI_ADDRCONFIG;
   return look(name != nullptr ? "127.0.0.1" : nullptr, service, &wanted, found);
@@ -67,7 +67,7 @@ namespace orvel::fuzz {
 
 namespace {
 
-/// The request up to and with the empty line; less of what is no HTTP.
+/// Reads up to and including the empty line, or less when the bytes are not HTTP.
 std::string readHead(int descriptor) {
   std::string head;
   char byte = 0;
@@ -89,7 +89,7 @@ void send(int descriptor, std::string_view bytes) {
 }  // namespace
 
 ScriptedServer &ScriptedServer::instance() {
-  // Never destroyed, for its thread.
+  // Never destroyed, because its thread runs until the process ends.
   static auto *const server = new ScriptedServer;
   return *server;
 }
@@ -102,14 +102,14 @@ ScriptedServer::ScriptedServer() : listener_(::socket(AF_INET, SOCK_STREAM | SOC
   auto *general = reinterpret_cast<sockaddr *>(&address);
   require(::bind(listener_, general, size) == 0 && ::listen(listener_, 64) == 0 &&
               ::getsockname(listener_, general, &size) == 0,
-          "there is a port for the server");
+          "the server has a port");
   port_ = ntohs(address.sin_port);
   std::thread([this] { serve(); }).detach();
 }
 
-void ScriptedServer::answerWith(std::vector<std::string> answers) {
+void ScriptedServer::respondWith(std::vector<std::string> responses) {
   const std::lock_guard lock(mutex_);
-  answers_ = std::move(answers);
+  responses_ = std::move(responses);
   next_ = 0;
   heads_.clear();
 }
@@ -124,13 +124,13 @@ void ScriptedServer::serve() {
     const int descriptor = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0) continue;
     std::string head = readHead(descriptor);
-    std::string answer;
+    std::string response;
     {
       const std::lock_guard lock(mutex_);
-      if (next_ < answers_.size()) answer = answers_[next_++];
+      if (next_ < responses_.size()) response = responses_[next_++];
       heads_.push_back(std::move(head));
     }
-    send(descriptor, answer);
+    send(descriptor, response);
     ::close(descriptor);
   }
 }

@@ -6,18 +6,18 @@
 
 namespace orvel::fuzz {
 
-/// The server that stands at every address: in a program that has it, each
-/// connection to wherever leads here, and every host's name is known. So what
-/// is meant for another host can be seen, and nothing leaves the machine.
+/// A server that receives every connection of its process: it replaces connect() and
+/// getaddrinfo(), so that every host name resolves and every address leads here. Requests
+/// to other hosts can be inspected, and nothing leaves the machine.
 class ScriptedServer {
  public:
-  /// The one of the process; it lasts as long as that.
+  /// Returns the instance of the process, which is never destroyed.
   static ScriptedServer &instance();
 
-  /// From now on each connection gets the next of the answers, which then ends;
-  /// when none is left, the end alone.
-  void answerWith(std::vector<std::string> answers);
-  /// The heads of the requests since then.
+  /// Scripts the next connections: each receives one of these responses and is closed. When
+  /// none is left, connections are closed without a response.
+  void respondWith(std::vector<std::string> responses);
+  /// Returns the heads of the requests since then.
   std::vector<std::string> heads() const;
   int port() const { return port_; }
 
@@ -28,7 +28,7 @@ class ScriptedServer {
   int listener_ = -1;
   int port_ = 0;
   mutable std::mutex mutex_;
-  std::vector<std::string> answers_;
+  std::vector<std::string> responses_;
   std::size_t next_ = 0;
   std::vector<std::string> heads_;
 };

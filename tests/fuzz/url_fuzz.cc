@@ -1,5 +1,4 @@
-// An address is one whoever reads it: resolved, written by WebKit, or sent by
-// libsoup.
+// Property: the URL parser, WebKit's serialization and libsoup agree on an address.
 
 #include <libsoup/soup.h>
 
@@ -7,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "base/percent_encoding.h"
 #include "base/url.h"
+#include "base/percent_encoding.h"
 #include "tests/fuzz/property.h"
 #include "web/same_origin.h"
 
@@ -18,7 +17,7 @@ using namespace orvel;
 
 using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
 
-/// The address as it would be connected to; null for none.
+/// Returns the address as libsoup parses it, or null.
 SoupUri soupUri(const Url &url) {
   return {
       g_uri_parse(url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
@@ -36,22 +35,23 @@ int portOf(GUri *uri) {
 bool isWeb(const Url &url) { return url.scheme == "http" || url.scheme == "https"; }
 
 void requireParts(const Url &url) {
-  fuzz::require(Url::parse(url.absoluteString) == url, "the parts are those of the text");
-  fuzz::require(url.path.size() < 2 || !url.path.ends_with('/'), "a path ends without a slash");
+  fuzz::require(Url::parse(url.absoluteString) == url, "the parts match the text");
+  fuzz::require(url.path.size() < 2 || !url.path.ends_with('/'), "a path has no trailing slash");
   const SoupUri sent = soupUri(url);
   if (!isWeb(url) || url.absoluteString.find('\0') != std::string::npos || !sent) return;
   const char *host = g_uri_get_host(sent.get());
   if (host == nullptr || url.host.empty()) return;
-  fuzz::require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "it is sent to its host");
+  fuzz::require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "a request is sent to the host");
   const int usualPort = g_ascii_strcasecmp(url.scheme.c_str(), "https") == 0 ? 443 : 80;
-  fuzz::require(portOf(sent.get()) == url.port.value_or(usualPort), "it is sent to its port");
+  fuzz::require(portOf(sent.get()) == url.port.value_or(usualPort),
+                "a request is sent to the port");
 }
 
 void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
   const auto resolved = Url::resolve(reference, base);
-  fuzz::require(resolved.has_value(), "every reference can be resolved");
-  fuzz::require(percentEncoded(reference) == reference, "what is valid stays as it is");
-  fuzz::require(!resolved->scheme.empty(), "what is resolved is absolute");
+  fuzz::require(resolved.has_value(), "a valid reference can be resolved");
+  fuzz::require(percentEncoded(reference) == reference, "a valid text is not encoded");
+  fuzz::require(!resolved->scheme.empty(), "a resolved URL is absolute");
   requireParts(*resolved);
   if (parsed.scheme.empty()) {
     fuzz::require(resolved->scheme == base.scheme, "a relative reference keeps the scheme");
@@ -63,10 +63,11 @@ void requireResolved(std::string_view reference, const Url &parsed, const Url &b
   }
 }
 
-/// The key goes along only to what libsoup takes for the same place.
-void requireSamePlace(const Url &from, const Url &to) {
+/// Header fields are forwarded only to an origin that libsoup treats as the same.
+void requireSameOrigin(const Url &from, const Url &to) {
   if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
-  fuzz::require(from.scheme == to.scheme || to.scheme == "https", "no secret becomes open");
+  fuzz::require(from.scheme == to.scheme || to.scheme == "https",
+                "fields never go from https to http");
   const SoupUri one = soupUri(from);
   const SoupUri other = soupUri(to);
   if (!one || !other) return;
@@ -80,18 +81,18 @@ void requireSamePlace(const Url &from, const Url &to) {
 
 void requireEscapes(const std::string &address) {
   const std::string escaped = percentEncoded(address);
-  fuzz::require(percentEncoded(escaped) == escaped, "what is escaped stays as it is");
+  fuzz::require(percentEncoded(escaped) == escaped, "encoding is idempotent");
   const auto parsed = Url::parse(address);
   if (parsed) {
-    fuzz::require(escaped == address, "what is valid stays as it is");
+    fuzz::require(escaped == address, "a valid text is not encoded");
   }
   const auto slashes = address.find("://");
   if (slashes == std::string::npos) return;
   const auto server = Url::parse(address.substr(0, address.find_first_of("/?#", slashes + 3)));
   if (!server || server->scheme.size() != slashes) return;
   const auto url = Url::parse(escaped);
-  fuzz::require(url.has_value(), "whatever follows a host can be escaped");
-  fuzz::require(url->host == server->host, "escapes keep the host");
+  fuzz::require(url.has_value(), "any text after a host can be encoded");
+  fuzz::require(url->host == server->host, "encoding keeps the host");
 }
 
 }  // namespace
@@ -105,11 +106,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   if (!base || base->scheme.empty()) return 0;
   const std::string escaped = percentEncoded(reference);
   fuzz::require(Url::resolve(reference, *base) == Url::resolve(escaped, *base),
-                "a reference is resolved as if it had been escaped");
+                "a reference is resolved like its encoded form");
   fuzz::require(Url::parse(escaped).has_value() == Url::resolve(reference, *base).has_value(),
-                "whatever can be escaped can be resolved");
+                "a reference that can be encoded can be resolved");
   if (!parsed) return 0;
   requireResolved(reference, *parsed, *base);
-  requireSamePlace(*base, *parsed);
+  requireSameOrigin(*base, *parsed);
   return 0;
 }

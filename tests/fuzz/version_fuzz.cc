@@ -1,4 +1,4 @@
-// Versions are ordered, whatever their texts are.
+// Property: versions have a strict weak order.
 
 #include <algorithm>
 #include <string>
@@ -10,8 +10,8 @@ namespace {
 
 using namespace orvel;
 
-/// A piece as a number written with as many digits as any of 64 bits has, so
-/// that such texts of one sign compare as the numbers do.
+/// The number of a version component with 19 digits, as many as any 64-bit number has, so
+/// that the digits of numbers of one sign compare like the numbers.
 struct Number {
   bool isNegative = false;
   std::string digits = std::string(19, '0');
@@ -27,7 +27,7 @@ Number numberOf(std::string_view piece) {
   number.digits += digits;
   if (number.digits > (number.isNegative ? "9223372036854775808" : "9223372036854775807"))
     return {};
-  // There is but one nothing.
+  // Negative zero equals zero.
   if (digits.empty()) number.isNegative = false;
   return number;
 }
@@ -38,7 +38,7 @@ int compared(const Number &one, const Number &other) {
   return one.isNegative ? -digits : digits;
 }
 
-/// The comparison once more, digit by digit, for texts of ASCII.
+/// A second implementation of the comparison, for ASCII texts.
 bool isLater(std::string_view one, std::string_view other) {
   auto pieces = fuzz::piecesOf(one, '.');
   auto others = fuzz::piecesOf(other, '.');
@@ -62,14 +62,16 @@ void requireOrder(std::string_view one, std::string_view other, std::string_view
   const bool earlier = nieuwer(other, one);
   fuzz::require(!later || !earlier, "two versions are not each later than the other");
   if (later && nieuwer(other, third)) {
-    fuzz::require(nieuwer(one, third), "later than what is later is later");
+    fuzz::require(nieuwer(one, third), "the order is transitive");
   }
   if (!later && !earlier) {
-    fuzz::require(nieuwer(one, third) == nieuwer(other, third), "equals are equally late");
-    fuzz::require(nieuwer(third, one) == nieuwer(third, other), "equals are equally early");
+    fuzz::require(nieuwer(one, third) == nieuwer(other, third),
+                  "equal versions compare alike to later ones");
+    fuzz::require(nieuwer(third, one) == nieuwer(third, other),
+                  "equal versions compare alike to earlier ones");
   }
   if (isAscii(one) && isAscii(other)) {
-    fuzz::require(later == isLater(one, other), "numbers decide");
+    fuzz::require(later == isLater(one, other), "the order is that of the numbers");
   }
 }
 

@@ -11,79 +11,69 @@
 
 #include "platform/linux/linux_platform.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/linux/open_alert.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 
 namespace {
 
-/// The folders of a user of our own, for the life of the process: GLib asks for
-/// them once.
-class PrivateFolders {
+/// A home for the tests: XDG folders, default applications and a bundle. It exists until
+/// the process ends, because GLib reads the XDG variables once.
+class TestHome {
  public:
-  PrivateFolders() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvel-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    folder_ = pattern;
+  TestHome() {
     for (const char *kind : {"CONFIG", "DATA", "CACHE"}) {
-      ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (folder_ / kind).c_str(), 1);
+      std::filesystem::create_directories(path() / kind);
+      ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (path() / kind).c_str(), 1);
     }
-    // Every application here is alone, whatever runs in this session.
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder_ / "no-bus").string()).c_str(), 1);
-    std::filesystem::create_directories(folder_ / "Contract.app" / "Contents");
+    // Without a bus, no other instance in this session is found.
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (path() / "no-bus").string()).c_str(), 1);
+    std::filesystem::create_directories(bundle() / "Contents");
+    std::filesystem::create_directories(path() / "Downloads");
+    folder_.file("CONFIG/user-dirs.dirs",
+                 "XDG_DOWNLOAD_DIR=\"" + (path() / "Downloads").string() + "\"\n");
     registerDefaultApplication();
-    std::filesystem::create_directories(folder_ / "Downloads");
-    std::ofstream(folder_ / "CONFIG" / "user-dirs.dirs")
-        << "XDG_DOWNLOAD_DIR=\"" << (folder_ / "Downloads").string() << "\"\n";
   }
-  ~PrivateFolders() {
-    std::error_code error;
-    std::filesystem::remove_all(folder_, error);
-  }
-  PrivateFolders(const PrivateFolders &) = delete;
-  PrivateFolders &operator=(const PrivateFolders &) = delete;
 
-  std::string bundle() const { return (folder_ / "Contract.app").string(); }
-  /// A line for each thing that the default application was given.
-  std::filesystem::path openedPath() const { return folder_ / "opened"; }
+  std::filesystem::path bundle() const { return path() / "Contract.app"; }
+  /// The file to which the default application appends each of its arguments.
+  std::filesystem::path openedPath() const { return path() / "opened"; }
 
  private:
+  const std::filesystem::path &path() const { return folder_.path(); }
+
   void registerDefaultApplication() const {
-    const auto program = folder_ / "default-application";
-    std::ofstream(program) << "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" << openedPath().string()
-                           << "'\n";
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    std::filesystem::create_directories(folder_ / "DATA" / "applications");
-    std::ofstream(folder_ / "DATA" / "applications" / "contract.desktop")
-        << "[Desktop Entry]\nType=Application\nName=Contract\nExec=" << program.string() << " %u\n";
-    std::filesystem::create_directories(folder_ / "CONFIG");
-    std::ofstream associations(folder_ / "CONFIG" / "mimeapps.list");
-    associations << "[Default Applications]\n";
-    for (const char *type : {"x-scheme-handler/http", "x-scheme-handler/mailto", "text/plain"}) {
-      associations << type << "=contract.desktop\n";
-    }
+    const std::string program =
+        folder_.file("default-application",
+                     "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + openedPath().string() + "'\n", true);
+    std::filesystem::create_directories(path() / "DATA" / "applications");
+    folder_.file("DATA/applications/contract.desktop",
+                 "[Desktop Entry]\nType=Application\nName=Contract\nExec=" + program + " %u\n");
+    folder_.file("CONFIG/mimeapps.list",
+                 "[Default Applications]\n"
+                 "x-scheme-handler/http=contract.desktop\n"
+                 "x-scheme-handler/mailto=contract.desktop\n"
+                 "text/plain=contract.desktop\n");
   }
 
-  std::filesystem::path folder_;
+  const TemporaryFolder folder_;
 };
 
-const PrivateFolders &privateFolders() {
-  static const PrivateFolders folders;
-  return folders;
+const TestHome &testHome() {
+  static const TestHome home;
+  return home;
 }
 
-::GtkWindow *frontAlert() {
-  ::GtkWindow *front = nullptr;
-  GListModel *windows = gtk_window_get_toplevels();
-  for (guint place = 0; place < g_list_model_get_n_items(windows); ++place) {
-    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows, place)));
-    if (gtk_window_get_modal(window.get())) front = window.get();
-  }
-  if (front == nullptr) throw std::logic_error("there is no alert");
-  return front;
+/// Returns the open alert, which must exist.
+::GtkWindow *alertToAnswer() {
+  ::GtkWindow *alert = openAlert();
+  if (alert == nullptr) throw std::logic_error("no alert is open");
+  return alert;
 }
 
-/// The first widget of a type below another, or null; `skip` of them are passed
-/// over.
+/// Returns the first widget of a type in the tree of another after skipping `skip` such
+/// widgets, or null. `skip` is decremented for each.
 GtkWidget *find(GtkWidget *widget, GType type, int &skip) {
   if (g_type_is_a(G_OBJECT_TYPE(widget), type) && skip-- == 0) return widget;
   for (GtkWidget *child = gtk_widget_get_first_child(widget); child != nullptr;
@@ -93,7 +83,7 @@ GtkWidget *find(GtkWidget *widget, GType type, int &skip) {
   return nullptr;
 }
 
-/// Whether one of the window's own shortcuts is for the key, which it then does.
+/// Activates the shortcut of the window for a key. Returns false when there is none.
 bool activateShortcut(::GtkWindow *window, guint key) {
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
   for (guint place = 0; place < g_list_model_get_n_items(controllers.get()); ++place) {
@@ -125,9 +115,9 @@ int count(GtkWidget *widget, GType type) {
 
 class LinuxContractPlatform final : public ContractPlatform {
  public:
-  LinuxContractPlatform() : platform_(privateFolders().bundle()) {
-    std::filesystem::remove(privateFolders().openedPath());
-    if (!gtk_init_check()) throw std::runtime_error("these tests need a display");
+  LinuxContractPlatform() : platform_(testHome().bundle()) {
+    std::filesystem::remove(testHome().openedPath());
+    if (!gtk_init_check()) throw std::runtime_error("no display");
     platform_.gtkStarted();
   }
 
@@ -142,7 +132,7 @@ class LinuxContractPlatform final : public ContractPlatform {
           return gboolean{G_SOURCE_CONTINUE};
         },
         &expired);
-    // The condition may come true on another thread, which does not wake this one.
+    // Another thread may make the condition true without waking the main loop.
     const guint tick =
         g_timeout_add(5, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr);
     bool holds = condition();
@@ -158,7 +148,7 @@ class LinuxContractPlatform final : public ContractPlatform {
   bool onMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
   void answerAlert(const AlertAnswer &answer) override {
-    ::GtkWindow *alert = frontAlert();
+    ::GtkWindow *alert = alertToAnswer();
     GtkWidget *content = GTK_WIDGET(alert);
     int first = 0;
     GtkWidget *field = find(content, GTK_TYPE_ENTRY, first);
@@ -167,17 +157,18 @@ class LinuxContractPlatform final : public ContractPlatform {
       gtk_window_close(alert);
       return;
     }
-    // On the screen the first button is the last one.
+    // GTK shows the buttons in reverse order.
     int place = count(content, GTK_TYPE_BUTTON) - 1 - *answer.button;
     g_signal_emit_by_name(find(content, GTK_TYPE_BUTTON, place), "clicked");
   }
 
   void pressInAlert(AlertKey key) override {
-    ::GtkWindow *alert = frontAlert();
+    ::GtkWindow *alert = alertToAnswer();
     if (key == AlertKey::escape) {
-      if (!activateShortcut(alert, GDK_KEY_Escape)) throw std::logic_error("Escape does nothing");
+      if (!activateShortcut(alert, GDK_KEY_Escape))
+        throw std::logic_error("no shortcut for Escape");
     } else {
-      // What has the focus passes Return on to the default button, or is it.
+      // Return activates the focused widget: the text field or the default button.
       GtkWidget *focus = gtk_window_get_focus(alert);
       if (GTK_IS_TEXT(focus)) {
         g_signal_emit_by_name(focus, "activate");
@@ -189,7 +180,7 @@ class LinuxContractPlatform final : public ContractPlatform {
 
   std::vector<std::string> opened() override {
     std::vector<std::string> all;
-    std::ifstream file(privateFolders().openedPath());
+    std::ifstream file(testHome().openedPath());
     for (std::string line; std::getline(file, line);) {
       const std::unique_ptr<char, void (*)(void *)> path(
           g_filename_from_uri(line.c_str(), nullptr, nullptr), g_free);

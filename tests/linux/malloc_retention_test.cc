@@ -1,17 +1,17 @@
+#include "platform/linux/malloc_retention.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstddef>
 #include <fstream>
 #include <vector>
 
-#include "platform/linux/malloc_retention.h"
 #include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
 
-/// How much memory this process has in fact, in bytes.
+/// Returns the resident memory of this process in bytes.
 std::size_t residentMemory() {
   std::ifstream file("/proc/self/statm");
   std::size_t total = 0;
@@ -20,19 +20,17 @@ std::size_t residentMemory() {
   return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-using posix_test::hasSanitizer;
-
-TEST(LinuxMemory, WhatIsFreedGoesBackToTheSystem) {
-  if (hasSanitizer) GTEST_SKIP() << "its allocator is another one";
+TEST(MallocRetention, FreedMemoryIsReturnedToSystem) {
+  if (posix_test::hasSanitizer) GTEST_SKIP() << "a sanitizer has its own allocator";
   giveFreedMemoryBack();
-  constexpr std::size_t picture = std::size_t{16} * 1024 * 1024;
+  constexpr std::size_t blockSize = std::size_t{16} * 1024 * 1024;
   const std::size_t before = residentMemory();
-  // From the second one on the library would keep them.
+  // From the second round on, malloc would raise its mmap threshold and keep the block.
   for (int round = 0; round < 3; ++round) {
-    const std::vector<char> pixels(picture, 'x');
-    EXPECT_GT(residentMemory(), before + picture / 2);
+    const std::vector<char> block(blockSize, 'x');
+    EXPECT_GT(residentMemory(), before + blockSize / 2);
   }
-  EXPECT_LT(residentMemory(), before + picture / 2);
+  EXPECT_LT(residentMemory(), before + blockSize / 2);
 }
 
 }  // namespace

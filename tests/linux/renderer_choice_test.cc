@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
+
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
-
-using std::filesystem::path;
 
 constexpr const char *gtkRenderer = "GSK_RENDERER";
 constexpr const char *gdkDebug = "GDK_DEBUG";
@@ -16,93 +15,81 @@ constexpr const char *gdkDisable = "GDK_DISABLE";
 constexpr const char *sharedBuffersOff = "WEBKIT_DISABLE_DMABUF_RENDERER";
 constexpr const char *renderDevice = "WEBKIT_WEB_RENDER_DEVICE_FILE";
 
-class Drawings : public testing::Test {
+class RendererChoices : public testing::Test {
  protected:
   void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvel-XXXXXX").string();
-    folder = ::mkdtemp(pattern.data());
     for (const char *name : {gtkRenderer, gdkDebug, gdkDisable, sharedBuffersOff, renderDevice}) {
       ::unsetenv(name);
     }
   }
-  void TearDown() override { std::filesystem::remove_all(folder); }
 
-  path makeFile(const char *name) {
-    std::ofstream(folder / name) << "x";
-    return folder / name;
-  }
   static std::string variable(const char *name) {
     const char *value = std::getenv(name);
     return value != nullptr ? value : "(unset)";
   }
 
-  path folder;
+  const TemporaryFolder devices;
+  const std::filesystem::path missing = devices.path() / "missing";
 };
 
-TEST_F(Drawings, aRenderNodeIsAGraphicsCard) {
-  EXPECT_FALSE(chooseDrawing(folder, folder / "none").withGraphicsCard);
-  makeFile("card0");
-  EXPECT_FALSE(chooseDrawing(folder, folder / "none").withGraphicsCard);
-  makeFile("renderD128");
-  EXPECT_TRUE(chooseDrawing(folder, folder / "none").withGraphicsCard);
+TEST_F(RendererChoices, RenderNodeIsGraphicsCard) {
+  EXPECT_FALSE(chooseDrawing(devices.path(), missing).withGraphicsCard);
+  devices.file("card0", "");
+  EXPECT_FALSE(chooseDrawing(devices.path(), missing).withGraphicsCard);
+  devices.file("renderD128", "");
+  EXPECT_TRUE(chooseDrawing(devices.path(), missing).withGraphicsCard);
 }
 
-TEST_F(Drawings, aMachineWithoutTheFolderHasNoCard) {
-  EXPECT_EQ(chooseDrawing(folder / "none", folder / "none"), Drawing());
+TEST_F(RendererChoices, MissingDeviceFolderIsNoGraphicsCard) {
+  EXPECT_EQ(chooseDrawing(missing, missing), Drawing());
 }
 
-TEST_F(Drawings, nvidiasDriverTellsItself) {
-  EXPECT_TRUE(chooseDrawing(folder, makeFile("version")).withNvidiaDriver);
+TEST_F(RendererChoices, VersionFileIsNvidiaDriver) {
+  EXPECT_TRUE(chooseDrawing(devices.path(), devices.file("version", "")).withNvidiaDriver);
 }
 
-TEST_F(Drawings, theProcessorDrawsWithCairo) {
+TEST_F(RendererChoices, WithoutGraphicsCardCairoDrawsWithoutDevice) {
   prepareDrawing({.withGraphicsCard = false}, 8);
   EXPECT_EQ(variable(gtkRenderer), "cairo");
-}
-
-TEST_F(Drawings, withoutACardWebKitLooksForNoDevice) {
-  prepareDrawing({.withGraphicsCard = false}, 8);
   EXPECT_EQ(variable(sharedBuffersOff), "1");
   EXPECT_EQ(variable(renderDevice), "/dev/null");
 }
 
-TEST_F(Drawings, withoutACardGtkDoesNotLookForGl) {
+TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDebugUpToGtk415) {
   prepareDrawing({.withGraphicsCard = false}, 15);
   EXPECT_EQ(variable(gdkDebug), "gl-disable");
   EXPECT_EQ(variable(gdkDisable), "(unset)");
 }
 
-TEST_F(Drawings, aLaterGtkHasASwitchOfItsOwnForGl) {
+TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDisableFromGtk416) {
   prepareDrawing({.withGraphicsCard = false}, 16);
   EXPECT_EQ(variable(gdkDebug), "(unset)");
   EXPECT_EQ(variable(gdkDisable), "gl");
 }
 
-TEST_F(Drawings, aCardDrawsAsGtkWouldHaveIt) {
+TEST_F(RendererChoices, GraphicsCardLeavesDefaults) {
   prepareDrawing({.withGraphicsCard = true}, 8);
-  EXPECT_EQ(variable(gtkRenderer), "(unset)");
-  EXPECT_EQ(variable(gdkDebug), "(unset)");
-  EXPECT_EQ(variable(sharedBuffersOff), "(unset)");
-  EXPECT_EQ(variable(renderDevice), "(unset)");
+  for (const char *name : {gtkRenderer, gdkDebug, sharedBuffersOff, renderDevice}) {
+    EXPECT_EQ(variable(name), "(unset)") << name;
+  }
 }
 
-TEST_F(Drawings, nvidiasDriverSharesNoBuffers) {
+TEST_F(RendererChoices, NvidiaDriverDisablesSharedBuffers) {
   prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "1");
   EXPECT_EQ(variable(renderDevice), "(unset)");
 }
 
-TEST_F(Drawings, whatTheUserHasSetStays) {
-  ::setenv(gtkRenderer, "ngl", 1);
-  ::setenv(gdkDebug, "events", 1);
-  ::setenv(sharedBuffersOff, "0", 1);
-  ::setenv(renderDevice, "/dev/dri/renderD129", 1);
+TEST_F(RendererChoices, VariablesSetByUserAreKept) {
+  const std::vector<std::pair<const char *, const char *>> settings{
+      {gtkRenderer, "ngl"},
+      {gdkDebug, "events"},
+      {sharedBuffersOff, "0"},
+      {renderDevice, "/dev/dri/renderD129"}};
+  for (const auto &[name, value] : settings) ::setenv(name, value, 1);
   prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true}, 8);
-  EXPECT_EQ(variable(gtkRenderer), "ngl");
-  EXPECT_EQ(variable(gdkDebug), "events");
-  EXPECT_EQ(variable(sharedBuffersOff), "0");
-  EXPECT_EQ(variable(renderDevice), "/dev/dri/renderD129");
+  for (const auto &[name, value] : settings) EXPECT_EQ(variable(name), value);
 }
 
 }  // namespace

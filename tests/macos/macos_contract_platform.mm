@@ -17,20 +17,20 @@ namespace {
 
 std::vector<std::string> openedSoFar;
 
-/// In the place of what the shared workspace does. The default applications are
-/// those of whoever runs the tests, and not to be started by them.
-void recordInstead(id /*workspace*/, SEL /*command*/, NSURL *url,
+/// Replaces -[NSWorkspace openURL:configuration:completionHandler:], so that the tests do not
+/// start the default applications of the user.
+void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
                    NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
   EXPECT_FALSE(configuration.promptsUserIfNeeded);
   if (url.fileURL && ![NSFileManager.defaultManager fileExistsAtPath:url.path]) return;
-  // The letters of a file URL come decomposed.
+  // NSURL decomposes the path of a file URL.
   NSString *text =
       url.fileURL ? url.path.precomposedStringWithCanonicalMapping : url.absoluteString;
   openedSoFar.push_back(fromCocoa(text));
 }
 
-/// Lets a loop see that work outside any event has ended it.
-void postNothing() {
+/// Posts an empty event: a modal loop notices that it was stopped only after an event.
+void postEmptyEvent() {
   [NSApp postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
                                       location:NSZeroPoint
                                  modifierFlags:0
@@ -43,7 +43,7 @@ void postNothing() {
            atStart:NO];
 }
 
-/// A press and its release.
+/// Posts the press and the release of a key.
 void postKey(NSWindow *window, NSString *characters, unsigned short code) {
   for (const NSEventType type : {NSEventTypeKeyDown, NSEventTypeKeyUp}) {
     [NSApp postEvent:[NSEvent keyEventWithType:type
@@ -60,9 +60,9 @@ void postKey(NSWindow *window, NSString *characters, unsigned short code) {
   }
 }
 
-NSWindow *frontAlert() {
+NSWindow *openAlert() {
   NSWindow *alert = NSApp.modalWindow;
-  if (alert == nil) throw std::logic_error("there is no alert");
+  if (alert == nil) throw std::logic_error("no alert is open");
   return alert;
 }
 
@@ -79,7 +79,7 @@ NSTextField *editableFieldBelow(NSView *view) {
 
 const std::function<void()> *checksAtExit = nullptr;
 
-/// Ends the process with what its checks found.
+/// Runs the checks and ends the process with their result.
 [[noreturn]] void checkAndEnd() {
   (*checksAtExit)();
   std::fflush(nullptr);
@@ -92,8 +92,8 @@ class MacosContractPlatform final : public ContractPlatform {
     openedSoFar.clear();
     method_setImplementation(class_getInstanceMethod(NSWorkspace.class, @selector
                                                      (openURL:configuration:completionHandler:)),
-                             reinterpret_cast<IMP>(recordInstead));
-    // What an earlier test stored.
+                             reinterpret_cast<IMP>(recordOpening));
+    // Removes the values of earlier tests.
     [NSUserDefaults.standardUserDefaults
         removePersistentDomainForName:NSBundle.mainBundle.bundleIdentifier];
   }
@@ -103,7 +103,7 @@ class MacosContractPlatform final : public ContractPlatform {
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     using Seconds = std::chrono::duration<NSTimeInterval>;
     NSDate *end = [NSDate dateWithTimeIntervalSinceNow:Seconds(limit).count()];
-    // An alert that nobody answers has a loop of its own.
+    // An unanswered alert runs a modal loop, which the timer aborts.
     NSTimer *alarm = [NSTimer timerWithTimeInterval:Seconds(limit).count()
                                              target:NSApp
                                            selector:@selector(abortModal)
@@ -113,7 +113,7 @@ class MacosContractPlatform final : public ContractPlatform {
     bool holds = condition();
     while (!holds && end.timeIntervalSinceNow > 0) {
       @autoreleasepool {
-        // The condition may come true on another thread, which does not wake this one.
+        // Another thread may make the condition true without waking the run loop.
         NSDate *soon = [NSDate dateWithTimeIntervalSinceNow:0.005];
         NSEvent *event = [NSApp nextEventMatchingMask:NSEventMaskAny
                                             untilDate:soon
@@ -129,7 +129,8 @@ class MacosContractPlatform final : public ContractPlatform {
 
   bool onMainThread() const override { return NSThread.isMainThread; }
 
-  // The application object ends with exit(), below which the test still stands.
+  // -[NSApplication terminate:] calls exit(), so the application runs in a death test and an
+  // exit handler runs the checks.
   void runApplication(const std::function<void()> &checks) override {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto run = [&] {
@@ -142,26 +143,26 @@ class MacosContractPlatform final : public ContractPlatform {
   }
 
   void answerAlert(const AlertAnswer &answer) override {
-    NSWindow *alert = frontAlert();
+    NSWindow *alert = openAlert();
     editableFieldBelow(alert.contentView).stringValue = toCocoa(answer.text);
     if (!answer.button) {
       [NSApp stopModal];
-      postNothing();
+      postEmptyEvent();
     } else if (NSButton *button =
                    [alert.contentView viewWithTag:NSAlertFirstButtonReturn + *answer.button]) {
       [button performClick:nil];
-      postNothing();
+      postEmptyEvent();
     } else {
-      // The alert's own button.
+      // An alert without buttons has a default one.
       pressInAlert(AlertKey::enter);
     }
   }
 
   void pressInAlert(AlertKey key) override {
     if (key == AlertKey::enter) {
-      postKey(frontAlert(), @"\r", 36);
+      postKey(openAlert(), @"\r", 36);
     } else {
-      postKey(frontAlert(), @"\033", 53);
+      postKey(openAlert(), @"\033", 53);
     }
   }
 

@@ -6,21 +6,20 @@
 
 namespace orvel::child_programs {
 
-// Shell commands that every platform under contract can run. A scripted
-// platform plays them: the first two end at once with the status 3 and the
-// signal 9, the third runs until it is asked to end and then obeys.
+// Shell commands that every platform under contract can run. The fake platform scripts
+// the same behaviour.
 inline constexpr const char *exitsWithThree = "exit 3";
 inline constexpr const char *killsItself = "kill -9 $$";
-inline constexpr const char *runsUntilAsked = "exec sleep 600";
+inline constexpr const char *runsUntilTerminated = "exec sleep 600";
 
-/// A program that is not there. A scripted platform fails its launch with
-/// missingProgramError().
+/// The path of a program that does not exist. Its launch fails with
+/// `missingProgramError()`.
 inline constexpr const char *missingProgram = "/nonexistent/orvel/program";
 inline std::string missingProgramError() {
   return std::string(missingProgram) + ": No such file or directory";
 }
 
-/// The request for a command of the shell, with its output thrown away.
+/// Returns the request for a shell command whose output goes to /dev/null.
 inline LaunchRequest shell(const std::string &commandLine) {
   LaunchRequest request;
   request.executable = "/bin/zsh";

@@ -73,6 +73,10 @@ Tree makeSmallTree(const fs::path &folder, const std::string &owner) {
   return treeOf(folder);
 }
 
+std::ptrdiff_t entryCount(const fs::path &folder) {
+  return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
 std::unique_ptr<TemporaryFolder> folderOnAnotherFileSystem() {
   const auto deviceOf = [](const fs::path &path) {
     struct stat status{};

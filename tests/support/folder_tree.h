@@ -9,21 +9,24 @@
 
 namespace orvel::posix_test {
 
-/// What lies below a folder, by relative path: kind, mode bits, and contents or
-/// target. The folder itself is the entry of the empty path.
+/// The contents of a folder by relative path: kind, mode bits, and text or link target.
+/// The empty path is the folder itself.
 using Tree = std::map<std::string, std::string>;
 
-/// Empty when there is no such folder.
+/// Returns an empty tree when the folder does not exist.
 Tree treeOf(const std::filesystem::path &folder);
 
-/// Makes a folder like that of an application, with something of every kind,
-/// of which every file says whose it is, and gives what it holds.
+/// Creates a folder laid out like an application bundle, with files, folders and links of
+/// every kind, and returns its tree. The owner's name is part of every file.
 Tree makeTree(const std::filesystem::path &folder, const std::string &owner);
-/// The same with little in it, for what has to be done over and over.
+/// Like `makeTree`, with few entries, for tests that repeat it often.
 Tree makeSmallTree(const std::filesystem::path &folder, const std::string &owner);
 
-/// A folder on another file system than the temporary one; null where there is
-/// none that may be written to.
+/// Returns the number of entries directly in a folder.
+std::ptrdiff_t entryCount(const std::filesystem::path &folder);
+
+/// Returns a folder on another file system than the temporary folder, or null when no
+/// writable one exists.
 std::unique_ptr<TemporaryFolder> folderOnAnotherFileSystem();
 
 }  // namespace orvel::posix_test

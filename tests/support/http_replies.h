@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -13,7 +13,7 @@
 
 namespace orvel {
 
-/// What the completions of a test's requests were told, in their order.
+/// Collects the replies of data tasks in the order of their completion.
 class HttpReplies {
  public:
   struct Reply {
@@ -26,16 +26,16 @@ class HttpReplies {
   };
 
   DataCompletion completion(std::string name = {}) {
-    return [this, name = std::move(name)](const DataReply &told) {
+    return [this, name = std::move(name)](const DataReply &received) {
       const std::lock_guard lock(mutex_);
-      Reply reply{name, std::nullopt, told.body, std::this_thread::get_id()};
-      if (told.response) reply.status = told.response->statusCode;
+      Reply reply{name, std::nullopt, received.body, std::this_thread::get_id()};
+      if (received.response) reply.status = received.response->statusCode;
       all_.push_back(std::move(reply));
       arrived_.notify_all();
     };
   }
 
-  /// Waits until that many have come; gives what has come by the limit.
+  /// Waits for that many replies, and returns those received within the limit.
   std::vector<Reply> wait(std::size_t count,
                           std::chrono::seconds limit = std::chrono::seconds(60)) {
     std::unique_lock lock(mutex_);
@@ -49,7 +49,7 @@ class HttpReplies {
   std::vector<Reply> all_;
 };
 
-/// A request with a time-out that no test reaches unless it wants to.
+/// Returns a GET request. An address that is not a URL is kept as its text.
 inline UrlRequest requestOf(const std::string &address) {
   UrlRequest request;
   request.url.absoluteString = address;
@@ -57,12 +57,15 @@ inline UrlRequest requestOf(const std::string &address) {
   return request;
 }
 
-/// Sends one request and waits for what becomes of it.
+/// Sends one request and waits for its reply.
 inline HttpReplies::Reply fetch(HttpSession &session, const UrlRequest &request) {
   HttpReplies replies;
   session.dataTask(request, replies.completion());
-  // The session refers to the replies: there is no going on without one.
+  // Practically without a limit: the completion refers to `replies`.
   return replies.wait(1, std::chrono::seconds(600)).at(0);
+}
+inline HttpReplies::Reply fetch(HttpSession &session, const std::string &address) {
+  return fetch(session, requestOf(address));
 }
 
 }  // namespace orvel

@@ -29,7 +29,7 @@ int newSocket() {
   return descriptor;
 }
 
-/// A socket that is bound to a free port at 127.0.0.1.
+/// Returns a socket that is bound to an unused port of 127.0.0.1, and the port.
 std::pair<int, int> boundSocket() {
   const int descriptor = newSocket();
   sockaddr_in address = loopback(0);
@@ -62,7 +62,7 @@ bool LoopbackConnection::send(std::string_view bytes) {
   return true;
 }
 
-bool LoopbackConnection::dribble(std::string_view bytes, std::chrono::milliseconds pause) {
+bool LoopbackConnection::sendSlowly(std::string_view bytes, std::chrono::milliseconds pause) {
   return std::all_of(bytes.begin(), bytes.end(), [&](const char &byte) {
     const bool sent = send({&byte, 1});
     std::this_thread::sleep_for(pause);
@@ -70,14 +70,14 @@ bool LoopbackConnection::dribble(std::string_view bytes, std::chrono::millisecon
   });
 }
 
-void LoopbackConnection::finish() { ::shutdown(descriptor_, SHUT_WR); }
+void LoopbackConnection::shutDownSending() { ::shutdown(descriptor_, SHUT_WR); }
 
 void LoopbackConnection::reset() {
-  const linger atOnce{.l_onoff = 1, .l_linger = 0};
-  ::setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  const linger immediately{.l_onoff = 1, .l_linger = 0};
+  ::setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
 }
 
-void LoopbackConnection::waitForClient() {
+void LoopbackConnection::waitForClose() {
   std::array<char, 4096> ignored;
   while (::recv(descriptor_, ignored.data(), ignored.size(), 0) > 0) {
   }
@@ -95,13 +95,13 @@ LoopbackServer::~LoopbackServer() {
     closing_ = true;
     for (const int descriptor : open_) ::shutdown(descriptor, SHUT_RDWR);
   }
-  // Not every system ends an accept call that waits when its socket is shut down.
-  const int visitor = newSocket();
+  // Shutting a listening socket down does not end a blocking accept() on macOS: connect.
+  const int client = newSocket();
   const sockaddr_in address = loopback(port_);
   static_cast<void>(
-      ::connect(visitor, reinterpret_cast<const sockaddr *>(&address), sizeof address));
+      ::connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address));
   acceptor_.join();
-  ::close(visitor);
+  ::close(client);
   ::close(listener_);
   for (std::thread &handler : handlers_) handler.join();
 }
@@ -140,18 +140,31 @@ void LoopbackServer::serve(int descriptor) {
     }
     handler_(*connection, head);
   }
-  // Forgotten before it closes: its number may be given out again.
+  // Before it is closed: the kernel may reuse the number at once.
   const std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
 }
 
-int unusedPort() {
-  const auto [descriptor, port] = boundSocket();
-  ::close(descriptor);
-  return port;
+LoopbackServer::Handler respondWith(std::string bytes) {
+  return [bytes = std::move(bytes)](LoopbackConnection &client, const std::string & /*head*/) {
+    client.send(bytes);
+  };
 }
 
-std::string fieldIn(const std::string &head, std::string_view name) {
+LoopbackServer::Handler stallAfter(std::string bytes) {
+  return [bytes = std::move(bytes)](LoopbackConnection &client, const std::string & /*head*/) {
+    client.send(bytes);
+    client.waitForClose();
+  };
+}
+
+std::string refusedUrl(std::string_view path) {
+  const auto [descriptor, port] = boundSocket();
+  ::close(descriptor);
+  return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
+}
+
+std::string headerField(const std::string &head, std::string_view name) {
   const std::string start = "\r\n" + std::string(name) + ":";
   const auto at = head.find(start);
   if (at == std::string::npos) return "(absent)";
@@ -159,13 +172,17 @@ std::string fieldIn(const std::string &head, std::string_view name) {
   return head.substr(value, head.find("\r\n", value) - value);
 }
 
-std::string answer(std::string_view status, std::string_view body, std::string_view furtherFields) {
+std::string response(std::string_view status, std::string_view body, std::string_view fields) {
   return "HTTP/1.1 " + std::string(status) + "\r\nContent-Length: " + std::to_string(body.size()) +
-         "\r\n" + std::string(furtherFields) + "\r\n" + std::string(body);
+         "\r\n" + std::string(fields) + "\r\n" + std::string(body);
 }
 
-std::string redirection(std::string_view location, std::string_view status) {
-  return answer(status, "moved", "Location: " + std::string(location) + "\r\n");
+std::string okResponse(std::string_view body, std::string_view fields) {
+  return response("200 OK", body, fields);
+}
+
+std::string redirectTo(std::string_view location, std::string_view status) {
+  return response(status, "moved", "Location: " + std::string(location) + "\r\n");
 }
 
 }  // namespace orvel

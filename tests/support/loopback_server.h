@@ -11,50 +11,48 @@
 
 namespace orvel {
 
-/// One connection of a client to a LoopbackServer. Bytes as they are: what a
-/// test sends is the answer, what it reads is the request.
+/// The server's side of a connection, as a raw byte stream.
 class LoopbackConnection {
  public:
-  /// Takes the descriptor over.
+  /// Takes ownership of the descriptor.
   explicit LoopbackConnection(int descriptor) : descriptor_(descriptor) {}
   ~LoopbackConnection();
   LoopbackConnection(const LoopbackConnection &) = delete;
   LoopbackConnection &operator=(const LoopbackConnection &) = delete;
 
-  /// The request up to and with the empty line; less when the client leaves.
+  /// Reads up to and including the empty line, or less when the client disconnects.
   std::string readHead();
-  /// False when the client has left.
+  /// Returns false when the client has disconnected.
   bool send(std::string_view bytes);
-  /// The same, one byte at a time, with a pause after each.
-  bool dribble(std::string_view bytes, std::chrono::milliseconds pause);
-  /// Sends no more; the client sees the end of the stream.
-  void finish();
-  /// Drops the connection, so that the client sees an error (RST).
+  /// Like `send`, but one byte at a time with a pause after each.
+  bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
+  /// Closes the sending direction; the client reads the end of the stream.
+  void shutDownSending();
+  /// Makes the connection end with a reset (RST) instead of an orderly close.
   void reset();
-  /// Waits until the client has closed its side.
-  void waitForClient();
+  /// Waits until the client has closed the connection.
+  void waitForClose();
 
  private:
   int descriptor_;
 };
 
-/// A server on a port of its own at 127.0.0.1. Each connection is answered on a
-/// thread of its own.
+/// An HTTP server on an unused port of 127.0.0.1. Each connection has a thread.
 class LoopbackServer {
  public:
-  /// Given the head of the request, which it has not to read any more.
+  /// Is called with the head of the request, which has been read.
   using Handler = std::function<void(LoopbackConnection &, const std::string &head)>;
 
   explicit LoopbackServer(Handler handler);
-  /// Waits for the handlers; connections that are open are shut down first.
+  /// Shuts open connections down and waits for the handlers.
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer &) = delete;
   LoopbackServer &operator=(const LoopbackServer &) = delete;
 
   int port() const { return port_; }
-  /// "http://127.0.0.1:" with the port and the path.
+  /// Returns "http://127.0.0.1:" followed by the port and the path.
   std::string url(std::string_view path = "/") const;
-  /// The heads of the requests, in the order in which they came.
+  /// Returns the heads of the requests in the order of their arrival.
   std::vector<std::string> heads() const;
 
  private:
@@ -72,18 +70,22 @@ class LoopbackServer {
   std::thread acceptor_;
 };
 
-/// A port at 127.0.0.1 on which nobody listens.
-int unusedPort();
+/// Returns a handler that sends the same bytes to every request.
+LoopbackServer::Handler respondWith(std::string bytes);
+/// Returns a handler that sends the bytes and then nothing, with the connection open.
+LoopbackServer::Handler stallAfter(std::string bytes);
 
-/// The value of a field in a head, as its bytes stand after the colon and up to
-/// the line break; "(absent)" when there is none.
-std::string fieldIn(const std::string &head, std::string_view name);
+/// Returns a URL with a port of 127.0.0.1 that refuses connections.
+std::string refusedUrl(std::string_view path = "/");
 
-/// A whole answer with a status line such as "200 OK" and the body's length.
-std::string answer(std::string_view status, std::string_view body,
-                   std::string_view furtherFields = "");
+/// Returns the value of a field in a head: the bytes between the colon and the line
+/// break, or "(absent)".
+std::string headerField(const std::string &head, std::string_view name);
 
-/// An answer that sends the client elsewhere.
-std::string redirection(std::string_view location, std::string_view status = "302 Found");
+/// Returns a response with a status such as "200 OK" and a Content-Length. Each of the
+/// fields ends with CRLF.
+std::string response(std::string_view status, std::string_view body, std::string_view fields = "");
+std::string okResponse(std::string_view body = "", std::string_view fields = "");
+std::string redirectTo(std::string_view location, std::string_view status = "302 Found");
 
 }  // namespace orvel

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// Lets a web view do what it likes, and answers every panel with yes.
+/// Allows every navigation and confirms every panel.
 class PermissiveDelegate final : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {

@@ -58,7 +58,7 @@ int openDescriptors() {
   DIR *folder = ::opendir("/dev/fd");
   while (::readdir(folder) != nullptr) ++count;
   ::closedir(folder);
-  // Without ".", ".." and the folder's own.
+  // Without ".", ".." and the descriptor of the folder.
   return count - 3;
 }
 

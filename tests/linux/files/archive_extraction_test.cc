@@ -1,4 +1,4 @@
-// Which entries of a ZIP archive are extracted, and which are rejected.
+// Which ZIP archives are extracted, and which are rejected.
 
 #include "platform/linux/files/archive_extraction.h"
 
@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-// A text that deflate can compress.
+// Compressible by deflate.
 const std::string longText = [] {
   std::string text;
   for (int number = 0; number < 2000; ++number) text += "line " + std::to_string(number) + "\n";
@@ -39,31 +39,32 @@ class ArchiveExtraction : public testing::Test {
  protected:
   ArchiveExtraction() {
     fs::create_directories(target_);
-    writeFile(folder_.path() / "outside", "untouched");
+    folder_.file("outside", "untouched");
   }
 
-  static void writeFile(const fs::path &path, const std::string &text) {
-    std::ofstream(path, std::ios::binary) << text;
-  }
+  void writeArchive(const std::string &bytes) const { folder_.file("archive.zip", bytes); }
   std::string zip(const std::vector<ZipEntry> &entries, const std::string &options = "",
                   const std::string &password = "") const {
     return writeZip(archive_, entries, options, password);
   }
-  bool extract() const { return extractArchive(archive_.string(), target_.string()); }
+  bool extract() const { return extractArchive(archive_, target_); }
   bool extract(const std::vector<ZipEntry> &entries) const {
     zip(entries);
     return extract();
   }
-  /// Whether the archive is rejected and nothing is written outside the folder.
-  void expectRefused(const std::vector<ZipEntry> &entries) {
+  void emptyTarget() const {
     fs::remove_all(target_);
     fs::create_directory(target_);
+  }
+  /// Expects that the archive is rejected and nothing is written outside the target.
+  void expectRejected(const std::vector<ZipEntry> &entries) {
+    emptyTarget();
     EXPECT_FALSE(extract(entries)) << entries.back().name << " " << entries.back().contents;
     expectNothingOutside();
   }
   void expectNothingOutside() const {
     EXPECT_EQ(contentsOf(folder_.path() / "outside"), "untouched");
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 3);
+    EXPECT_EQ(entryCount(folder_.path()), 3);
   }
 
   const TemporaryFolder folder_;
@@ -71,7 +72,7 @@ class ArchiveExtraction : public testing::Test {
   const fs::path archive_ = folder_.path() / "archive.zip";
 };
 
-TEST_F(ArchiveExtraction, UnpacksFilesFoldersAndLinks) {
+TEST_F(ArchiveExtraction, FilesFoldersAndLinksAreExtracted) {
   const std::vector<ZipEntry> entries{
       zipFolder("a/", 0750),
       zipFile("a/program", longText, 0755),
@@ -86,8 +87,7 @@ TEST_F(ArchiveExtraction, UnpacksFilesFoldersAndLinks) {
       zipFile("q'u\"o`t$e\nline", "quotes"),
   };
   for (const std::string options : {"", "zip:compression=store", "zip:zip64"}) {
-    fs::remove_all(target_);
-    fs::create_directory(target_);
+    emptyTarget();
     zip(entries, options);
     ASSERT_TRUE(extract()) << options;
     EXPECT_EQ(contentsOf(target_ / "a/program"), longText);
@@ -106,7 +106,7 @@ TEST_F(ArchiveExtraction, UnpacksFilesFoldersAndLinks) {
   }
 }
 
-TEST_F(ArchiveExtraction, KeepsPermissionsWhateverTheMaskButNeitherSetuidNorOwner) {
+TEST_F(ArchiveExtraction, PermissionsAreKeptWithoutSetuidAndOwner) {
   const mode_t mask = ::umask(077);
   const bool extracted = extract({zipFolder("a/", 01777), zipFile("a/file", "x", 06777),
                                   zipFolder("locked/", 0555), zipFile("locked/file", "x", 0444)});
@@ -122,7 +122,7 @@ TEST_F(ArchiveExtraction, KeepsPermissionsWhateverTheMaskButNeitherSetuidNorOwne
   EXPECT_EQ(status.st_mtime, 1'700'000'000);
 }
 
-TEST_F(ArchiveExtraction, KeepsNamesInUtf8WithoutALocale) {
+TEST_F(ArchiveExtraction, Utf8NamesAreKeptInCLocale) {
   const std::string utf8 = "caf\xC3\xA9 \xE2\x82\xAC";
   const std::string before = std::setlocale(LC_ALL, nullptr);
   std::setlocale(LC_ALL, "C");
@@ -132,7 +132,7 @@ TEST_F(ArchiveExtraction, KeepsNamesInUtf8WithoutALocale) {
   EXPECT_EQ(fs::read_symlink(target_ / "link"), utf8);
 }
 
-TEST_F(ArchiveExtraction, UnpacksWhatZipMakes) {
+TEST_F(ArchiveExtraction, ArchiveOfInfoZipIsExtracted) {
   makeTree(folder_.path() / "source", "zip");
   PosixProcessLauncher launcher(processEnvironment());
   const Outcome made = runShell(launcher, "cd '" + folder_.path().string() +
@@ -145,74 +145,74 @@ TEST_F(ArchiveExtraction, UnpacksWhatZipMakes) {
   EXPECT_EQ(treeOf(target_ / "source"), treeOf(folder_.path() / "source"));
 }
 
-TEST_F(ArchiveExtraction, RefusesNamesThatLeadOut) {
+TEST_F(ArchiveExtraction, NameOutsideTargetIsRejected) {
   for (const std::string name :
        {"../outside", "a/../../outside", "a/..", "..", "a/../b", "/outside", "//outside"}) {
-    expectRefused({zipFile("first", "x"), zipFile(name, "changed")});
+    expectRejected({zipFile("first", "x"), zipFile(name, "changed")});
   }
-  expectRefused({zipFile((folder_.path() / "outside").string(), "changed")});
+  expectRejected({zipFile((folder_.path() / "outside").string(), "changed")});
 }
 
-TEST_F(ArchiveExtraction, RefusesAFileOrLinkInPlaceOfTheFolder) {
+TEST_F(ArchiveExtraction, FileOrLinkInPlaceOfTargetIsRejected) {
   for (const std::string name : {".", "./."}) {
-    expectRefused({zipFile(name, "x")});
-    expectRefused({zipLink(name, "elsewhere")});
+    expectRejected({zipFile(name, "x")});
+    expectRejected({zipLink(name, "elsewhere")});
     EXPECT_TRUE(fs::is_directory(fs::symlink_status(target_))) << name;
   }
 }
 
-TEST_F(ArchiveExtraction, RefusesLinksThatLeadOut) {
+TEST_F(ArchiveExtraction, LinkOutsideTargetIsRejected) {
   for (const std::string target :
        {"/", "/etc/passwd", "..", "../outside", "a/../../outside", "a/.."}) {
-    expectRefused({zipLink("link", target)});
-    expectRefused({zipFolder("a/"), zipLink("a/link", target)});
+    expectRejected({zipLink("link", target)});
+    expectRejected({zipFolder("a/"), zipLink("a/link", target)});
   }
 }
 
-TEST_F(ArchiveExtraction, RefusesEntriesBehindALink) {
-  expectRefused({zipFolder("real/"), zipLink("link", "real"), zipFile("link/file", "x")});
+TEST_F(ArchiveExtraction, EntryBehindLinkIsRejected) {
+  expectRejected({zipFolder("real/"), zipLink("link", "real"), zipFile("link/file", "x")});
   EXPECT_TRUE(fs::is_empty(target_ / "real"));
 }
 
-TEST_F(ArchiveExtraction, ReplacesALinkInsteadOfWritingThroughIt) {
-  expectRefused(
+TEST_F(ArchiveExtraction, LinkIsReplacedNotFollowed) {
+  expectRejected(
       {zipFile("file", "first"), zipLink("link", "../outside"), zipFile("link", "changed")});
   EXPECT_TRUE(extract({zipFile("file", "first"), zipLink("link", "file"), zipFile("link", "x")}));
   EXPECT_EQ(contentsOf(target_ / "file"), "first");
   EXPECT_EQ(contentsOf(target_ / "link"), "x");
 }
 
-TEST_F(ArchiveExtraction, RefusesWhatIsNeitherFileNorFolderNorLink) {
-  for (const int type : {0x20, 0x60, 0xC0}) {  // Devices, socket.
+TEST_F(ArchiveExtraction, SpecialFileIsRejected) {
+  for (const int type : {0x20, 0x60, 0xC0}) {  // Character device, block device, socket.
     zip({zipFile("special", "")});
     std::string bytes = contentsOf(archive_);
     const auto entry = bytes.rfind("PK\1\2");
     ASSERT_NE(entry, std::string::npos);
-    char &high = bytes.at(entry + 41);  // Of the mode, in the external attributes.
+    char &high = bytes.at(entry + 41);  // The high byte of the mode, in the external attributes.
     ASSERT_EQ(static_cast<unsigned char>(high) & 0xF0U, 0x80U);
     high = static_cast<char>(type | 1);
-    writeFile(archive_, bytes);
+    writeArchive(bytes);
     EXPECT_FALSE(extract());
     EXPECT_FALSE(fs::exists(fs::symlink_status(target_ / "special")));
   }
 }
 
-TEST_F(ArchiveExtraction, RefusesAnEncryptedArchive) {
+TEST_F(ArchiveExtraction, EncryptedArchiveIsRejected) {
   zip({zipFile("file", longText)}, "", "secret");
   EXPECT_FALSE(extract());
   expectNothingOutside();
 }
 
-TEST_F(ArchiveExtraction, RefusesATruncatedArchive) {
+TEST_F(ArchiveExtraction, TruncatedArchiveIsRejected) {
   zip({zipFolder("a/"), zipFile("a/file", longText), zipLink("a/link", "file")});
   const std::string whole = contentsOf(archive_);
   for (std::size_t size = 0; size < whole.size(); size += 7) {
-    writeFile(archive_, whole.substr(0, size));
+    writeArchive(whole.substr(0, size));
     ASSERT_FALSE(extract()) << size << " of " << whole.size();
   }
 }
 
-TEST_F(ArchiveExtraction, RefusesACorruptFile) {
+TEST_F(ArchiveExtraction, CorruptFileIsRejected) {
   for (const std::string options : {"", "zip:compression=store"}) {
     zip({zipFile("file", longText)}, options);
     const std::string whole = contentsOf(archive_);
@@ -220,35 +220,35 @@ TEST_F(ArchiveExtraction, RefusesACorruptFile) {
     for (std::size_t at = 100; at + 100 < directory; at += directory / 50) {
       std::string bytes = whole;
       bytes[at] = static_cast<char>(bytes[at] ^ 0x20);
-      writeFile(archive_, bytes);
+      writeArchive(bytes);
       ASSERT_FALSE(extract()) << options << " byte " << at;
     }
   }
 }
 
-TEST_F(ArchiveExtraction, RefusesAnEntryThatDiffersFromTheDirectory) {
+TEST_F(ArchiveExtraction, WrongChecksumInDirectoryIsRejected) {
   zip({zipFile("file", longText)}, "zip:compression=store");
   std::string bytes = contentsOf(archive_);
   const auto entry = bytes.rfind("PK\1\2");
-  bytes.at(entry + 16) = static_cast<char>(bytes.at(entry + 16) ^ 1);  // Of the checksum.
-  writeFile(archive_, bytes);
+  bytes.at(entry + 16) = static_cast<char>(bytes.at(entry + 16) ^ 1);
+  writeArchive(bytes);
   EXPECT_FALSE(extract());
 }
 
-TEST_F(ArchiveExtraction, RefusesWhatIsNoZipArchive) {
+TEST_F(ArchiveExtraction, FileOtherThanZipArchiveIsRejected) {
   for (const std::string &text : {std::string(), std::string("<!doctype html><p>Sorry"),
                                   std::string(100'000, '\0'), "PK\3\4" + longText}) {
-    writeFile(archive_, text);
+    writeArchive(text);
     EXPECT_FALSE(extract());
   }
-  EXPECT_FALSE(extractArchive((folder_.path() / "missing").string(), target_.string()));
-  EXPECT_FALSE(extractArchive(folder_.path().string(), target_.string()));
+  EXPECT_FALSE(extractArchive(folder_.path() / "missing", target_));
+  EXPECT_FALSE(extractArchive(folder_.path(), target_));
   zip({zipFile("file", "x")});
-  EXPECT_FALSE(extractArchive(archive_.string(), (folder_.path() / "missing").string()));
+  EXPECT_FALSE(extractArchive(archive_, folder_.path() / "missing"));
   EXPECT_TRUE(fs::is_empty(target_));
 }
 
-TEST_F(ArchiveExtraction, FailsOnAFullDisk) {
+TEST_F(ArchiveExtraction, FullDiskFailsExtraction) {
   zip({zipFile("file", longText)});
   EXPECT_EQ(inChild([this] {
               // Simulates a full disk without mounting a file system.
@@ -260,10 +260,10 @@ TEST_F(ArchiveExtraction, FailsOnAFullDisk) {
   EXPECT_TRUE(extract());
 }
 
-TEST_F(ArchiveExtraction, UnpacksBehindALinkOfTheUsersOwn) {
+TEST_F(ArchiveExtraction, TargetMayBeSymbolicLink) {
   fs::create_directory_symlink(target_, folder_.path() / "link");
   zip({zipFolder("a/"), zipFile("a/file", "x")});
-  EXPECT_TRUE(extractArchive(archive_.string(), (folder_.path() / "link").string()));
+  EXPECT_TRUE(extractArchive(archive_, folder_.path() / "link"));
   EXPECT_EQ(contentsOf(target_ / "a/file"), "x");
 }
 

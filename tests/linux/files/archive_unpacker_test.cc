@@ -1,4 +1,4 @@
-// The unpacking of release archives.
+// Unpacking of release archives.
 
 #include "platform/linux/files/archive_unpacker.h"
 
@@ -31,15 +31,17 @@ class ArchiveUnpacking : public testing::Test {
  protected:
   ArchiveUnpacking() { fs::create_directories(working_); }
 
+  void emptyWorkingFolder() const {
+    fs::remove_all(working_);
+    fs::create_directories(working_);
+  }
   void unpack(const std::vector<ZipEntry> &entries) const {
     writeZip(archive_, entries);
     unpack();
   }
-  void unpack() const { unpacker_.unpack(archive_.string(), working_.string()); }
-  /// Empties the folder.
-  void expectRefused(const std::vector<ZipEntry> &entries) const {
-    fs::remove_all(working_);
-    fs::create_directories(working_);
+  void unpack() const { unpacker_.unpack(archive_, working_); }
+  void expectRejected(const std::vector<ZipEntry> &entries) const {
+    emptyWorkingFolder();
     unpack(entries);
     EXPECT_FALSE(fs::exists(fs::symlink_status(bundle_)));
   }
@@ -52,7 +54,7 @@ class ArchiveUnpacking : public testing::Test {
   const ArchiveUnpacker unpacker_{launcher_};
 };
 
-TEST_F(ArchiveUnpacking, LeavesTheWholeBundleWithoutRunningIt) {
+TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
   unpack(release());
   const Tree tree = treeOf(bundle_);
   EXPECT_EQ(tree.size(), 6U);
@@ -62,51 +64,49 @@ TEST_F(ArchiveUnpacking, LeavesTheWholeBundleWithoutRunningIt) {
   EXPECT_EQ(contentsOf(working_ / programName), releaseProgram());
 }
 
-TEST_F(ArchiveUnpacking, LeavesNoBundleWithoutAProgramThatStartsHere) {
-  expectRefused({zipFile("Orvel OS.app/Contents/Info.plist", "x")});
-  expectRefused({zipFolder(programName + "/")});
-  expectRefused(release("#!/bin/sh\n"));
-  expectRefused(release(releaseProgram(), 0644));
-  expectRefused(release(releaseProgramWith("libc.so.6", "libq.so.6")));
-  expectRefused({zipFile("Orvel OS 1.3.app/Contents/Linux/orvel-os", releaseProgram(), 0755)});
-  expectRefused({zipFile("folder/" + programName, releaseProgram(), 0755)});
+TEST_F(ArchiveUnpacking, BundleWithoutLoadableProgramIsRejected) {
+  expectRejected({zipFile("Orvel OS.app/Contents/Info.plist", "x")});
+  expectRejected({zipFolder(programName + "/")});
+  expectRejected(release("#!/bin/sh\n"));
+  expectRejected(release(releaseProgram(), 0644));
+  expectRejected(release(releaseProgramWith("libc.so.6", "libq.so.6")));
+  expectRejected({zipFile("Orvel OS 1.3.app/Contents/Linux/orvel-os", releaseProgram(), 0755)});
+  expectRejected({zipFile("folder/" + programName, releaseProgram(), 0755)});
 }
 
-TEST_F(ArchiveUnpacking, LeavesNoBundleOfWhatCannotBeUnpackedToItsEnd) {
+TEST_F(ArchiveUnpacking, PartiallyUnpackableArchiveLeavesNoBundle) {
   auto entries = release();
   entries.push_back(zipLink("zzz", "/etc"));
-  expectRefused(entries);
+  expectRejected(entries);
   writeZip(archive_, release());
   const std::string whole = contentsOf(archive_);
-  fs::remove_all(working_);
-  fs::create_directories(working_);
+  emptyWorkingFolder();
   std::ofstream(archive_, std::ios::binary) << whole.substr(0, whole.size() - 1);
   unpack();
   EXPECT_FALSE(fs::exists(bundle_));
 }
 
-TEST_F(ArchiveUnpacking, LeavesNothingOutsideAMissingFolder) {
+TEST_F(ArchiveUnpacking, MissingWorkingFolderIsNotCreated) {
   writeZip(archive_, release());
   fs::remove_all(working_);
   unpack();
   EXPECT_FALSE(fs::exists(working_));
 }
 
-TEST_F(ArchiveUnpacking, LeavesTheBundleWholeOrNotAtAllWhereverItIsKilled) {
+TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
   unpack(release());
   const Tree whole = treeOf(bundle_);
   int kills = 0;
-  bool sawNothing = false;
+  bool sawNone = false;
   for (int number = 1;; ++number) {
-    fs::remove_all(working_);
-    fs::create_directories(working_);
+    emptyWorkingFolder();
     const ChildEnd end = killAtSystemCall(number, [this] {
       unpack();
       return true;
     });
-    if (end == ChildEnd::notFollowed) GTEST_SKIP() << "no child can be followed here";
+    if (end == ChildEnd::notTraceable) GTEST_SKIP() << "ptrace is not allowed";
     const Tree left = treeOf(bundle_);
-    if (left.empty()) sawNothing = true;
+    if (left.empty()) sawNone = true;
     ASSERT_TRUE(left.empty() || left == whole) << "killed at system call " << number;
     if (end != ChildEnd::killed) {
       EXPECT_EQ(end, ChildEnd::succeeded);
@@ -116,7 +116,7 @@ TEST_F(ArchiveUnpacking, LeavesTheBundleWholeOrNotAtAllWhereverItIsKilled) {
     ++kills;
   }
   EXPECT_GT(kills, 20);
-  EXPECT_TRUE(sawNothing);
+  EXPECT_TRUE(sawNone);
 }
 
 }  // namespace

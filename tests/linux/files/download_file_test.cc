@@ -3,13 +3,10 @@
 #include "platform/linux/files/download_file.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "base/file_move.h"
 #include "tests/linux/files/forked_child.h"
@@ -19,114 +16,92 @@ namespace orvel {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace posix_test;
 
+/// A file without a name (O_TMPFILE) or a hidden one.
 class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
  protected:
-  DownloadFile make() const { return DownloadFile({folder.path().string()}, GetParam()); }
-  bool folderIsEmpty() const { return fs::is_empty(folder.path()); }
-  std::string target() const { return (folder.path() / "naar").string(); }
+  DownloadFile makeFile() const { return DownloadFile({folder_.path()}, GetParam()); }
 
-  TemporaryFolder folder;
+  const TemporaryFolder folder_;
+  const std::string target_ = folder_.path() / "target";
 };
 
-std::string textOf(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-TEST_P(DownloadFiles, CanBeReadByItsPathAndMoved) {
-  DownloadFile file = make();
+TEST_P(DownloadFiles, FileIsReadByPathAndMoved) {
+  DownloadFile file = makeFile();
   ASSERT_TRUE(file.isOpen());
-  EXPECT_TRUE(file.write("een "));
-  EXPECT_TRUE(file.write("twee"));
-  EXPECT_EQ(textOf(file.path()), "een twee");
-  EXPECT_EQ(moveFile(file.path(), target()), MoveResult::moved);
-  EXPECT_EQ(textOf(target()), "een twee");
-}
-
-TEST_P(DownloadFiles, CanBeReadByAnotherProgram) {
-  DownloadFile file = make();
-  EXPECT_TRUE(file.write("inhoud"));
+  EXPECT_TRUE(file.write("one "));
+  EXPECT_TRUE(file.write("two"));
+  EXPECT_EQ(contentsOf(file.path()), "one two");
   PosixProcessLauncher launcher(processEnvironment());
-  EXPECT_EQ(posix_test::runShell(launcher, "cat '" + file.path() + "'").output, "inhoud");
-}
-
-TEST_P(DownloadFiles, MovesOverNothing) {
-  DownloadFile file = make();
-  EXPECT_TRUE(file.write("nieuw"));
-  const std::string taken = folder.file("bezet", "oud");
+  EXPECT_EQ(runShell(launcher, "cat '" + file.path() + "'").output, "one two")
+      << "not readable by another program";
+  const std::string taken = folder_.file("taken", "old");
   EXPECT_EQ(moveFile(file.path(), taken), MoveResult::destinationExists);
-  EXPECT_EQ(textOf(taken), "oud");
-  EXPECT_EQ(moveFile(file.path(), target()), MoveResult::moved);
+  EXPECT_EQ(contentsOf(taken), "old");
+  EXPECT_EQ(moveFile(file.path(), target_), MoveResult::moved);
+  EXPECT_EQ(contentsOf(target_), "one two");
 }
 
-TEST_P(DownloadFiles, MovesOnFileSystemsThatKnowLess) {
-  if (!posix_test::inChild(posix_test::loseLinks).value_or(false)) {
-    GTEST_SKIP() << "system calls cannot be filtered";
+TEST_P(DownloadFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
+  if (!inChild(disableHardLinks).value_or(false)) {
+    GTEST_SKIP() << "seccomp filters are not allowed";
   }
   for (const bool hasLinks : {true, false}) {
-    const auto done = posix_test::inChild([&] {
-      if (!posix_test::loseRenamingWithoutReplacing()) return false;
-      DownloadFile file = make();
-      const std::string taken = folder.file("bezet", "oud");
-      // Without a name of its own it only ever gets one by a link.
-      if (!hasLinks && GetParam() == DownloadFile::Kind::hidden && !posix_test::loseLinks()) {
+    const auto done = inChild([&] {
+      if (!disableRenameNoReplace()) return false;
+      DownloadFile file = makeFile();
+      const std::string taken = folder_.file("taken", "old");
+      // A file without a name can only get one by a hard link.
+      if (!hasLinks && GetParam() == DownloadFile::Kind::hidden && !disableHardLinks()) {
         return false;
       }
-      return file.write("nieuw") && moveFile(file.path(), taken) == MoveResult::destinationExists &&
-             textOf(taken) == "oud" && moveFile(file.path(), target()) == MoveResult::moved &&
-             textOf(target()) == "nieuw";
+      return file.write("new") && moveFile(file.path(), taken) == MoveResult::destinationExists &&
+             contentsOf(taken) == "old" && moveFile(file.path(), target_) == MoveResult::moved &&
+             contentsOf(target_) == "new";
     });
-    EXPECT_EQ(done, true) << (hasLinks ? "with links" : "without links");
-    fs::remove(target());
+    EXPECT_EQ(done, true) << (hasLinks ? "with hard links" : "without hard links");
+    fs::remove(target_);
   }
 }
 
-TEST_P(DownloadFiles, LeavesNothingBehind) {
-  {
-    DownloadFile file = make();
-    EXPECT_TRUE(file.write("inhoud"));
-  }
-  EXPECT_TRUE(folderIsEmpty());
+TEST_P(DownloadFiles, FileIsRemovedOnDestruction) {
+  EXPECT_TRUE(makeFile().write("contents"));
+  EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
 
-TEST_P(DownloadFiles, LeavesNothingBehindAtARegularExit) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    auto *file = new DownloadFile({folder.path().string()}, GetParam());
-    file->write("inhoud");
+TEST_P(DownloadFiles, FileIsRemovedOnExit) {
+  inChild([this] {
+    auto *file = new DownloadFile(makeFile());
+    file->write("contents");
     std::exit(0);
-  }
-  int status = -1;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(folderIsEmpty());
+    return true;
+  });
+  EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfBothKinds, DownloadFiles,
+INSTANTIATE_TEST_SUITE_P(EveryKind, DownloadFiles,
                          testing::Values(DownloadFile::Kind::unnamed, DownloadFile::Kind::hidden),
                          [](const auto &kind) {
                            return kind.param == DownloadFile::Kind::unnamed ? "Unnamed" : "Hidden";
                          });
 
-TEST(DownloadFile, WithoutANameLeavesNothingEvenWhenKilled) {
+TEST(DownloadFile, KilledProcessLeavesNoUnnamedFile) {
   const TemporaryFolder folder;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    DownloadFile file({folder.path().string()});
-    file.write("inhoud");
-    ::raise(SIGKILL);
-  }
-  int status = -1;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFSIGNALED(status));
+  const auto ended = inChild([&] {
+    DownloadFile file({folder.path()});
+    file.write("contents");
+    return ::raise(SIGKILL) == 0;
+  });
+  EXPECT_EQ(ended, std::nullopt) << "was not killed";
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(DownloadFile, IsNoneWhereNothingCanBeMade) {
+TEST(DownloadFile, FolderThatIsNotWritableLeavesFileClosed) {
   const TemporaryFolder folder;
   EXPECT_FALSE(DownloadFile({}).isOpen());
-  EXPECT_FALSE(DownloadFile({(folder.path() / "weg").string()}).isOpen());
-  EXPECT_FALSE(DownloadFile({folder.file("bestand", "x")}).isOpen());
+  EXPECT_FALSE(DownloadFile({folder.path() / "missing"}).isOpen());
+  EXPECT_FALSE(DownloadFile({folder.file("file", "x")}).isOpen());
 }
 
 }  // namespace

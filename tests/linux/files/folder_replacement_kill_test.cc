@@ -1,5 +1,4 @@
-// What stands at the path when the process is killed while it replaces a
-// folder: at every one of its system calls in turn.
+// Folder replacement by a process that is killed at each of its system calls in turn.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +7,6 @@
 #include "platform/linux/files/folder_replacement.h"
 #include "tests/linux/files/forked_child.h"
 #include "tests/support/folder_tree.h"
-#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
@@ -16,48 +14,45 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-struct Circumstances {
+struct Scenario {
   std::string name;
   bool crossesFileSystems;
   bool canExchange;
 };
 
-class KilledReplacement : public testing::TestWithParam<Circumstances> {
+class FolderReplacementKill : public testing::TestWithParam<Scenario> {
  protected:
   void SetUp() override {
     if (GetParam().crossesFileSystems && !elsewhere_) {
-      GTEST_SKIP() << "there is no second file system to write to";
+      GTEST_SKIP() << "no second writable file system";
     }
-    if (!GetParam().canExchange && !inChild(loseExchange).value_or(false)) {
-      GTEST_SKIP() << "system calls cannot be filtered here";
+    if (!GetParam().canExchange && !inChild(disableRenameExchange).value_or(false)) {
+      GTEST_SKIP() << "seccomp filters are not allowed";
     }
-    if (killAtSystemCall(1, [] { return true; }) == ChildEnd::notFollowed) {
-      GTEST_SKIP() << "child processes cannot be followed here";
+    if (killAtSystemCall(1, [] { return true; }) == ChildEnd::notTraceable) {
+      GTEST_SKIP() << "ptrace is not allowed";
     }
     fs::create_directories(applications_);
   }
 
   bool replace() const {
-    if (!GetParam().canExchange && !loseExchange()) return false;
-    return replaceFolder(original_.string(), replacement_.string());
-  }
-  std::ptrdiff_t entriesBesideOriginal() const {
-    return std::distance(fs::directory_iterator(applications_), fs::directory_iterator()) - 1;
+    if (!GetParam().canExchange && !disableRenameExchange()) return false;
+    return replaceFolder(original_, replacement_);
   }
 
   const TemporaryFolder folder_;
   const std::unique_ptr<TemporaryFolder> elsewhere_ = folderOnAnotherFileSystem();
   const fs::path applications_ = folder_.path() / "Applications";
   const fs::path original_ = applications_ / "Orvel OS.app";
-  const fs::path aside_ = applications_ / ".Orvel OS.app.oud";
+  const fs::path renamed_ = applications_ / ".Orvel OS.app.oud";
   const fs::path replacement_ =
       (GetParam().crossesFileSystems ? elsewhere_->path() : folder_.path()) / "unpacked";
 };
 
-TEST_P(KilledReplacement, IsWhollyOldOrWhollyNew) {
+TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
   int keptOld = 0;
   int gotNew = 0;
-  int nothing = 0;
+  int gotNone = 0;
   ChildEnd end = ChildEnd::killed;
   for (int number = 1; end == ChildEnd::killed; ++number) {
     fs::remove_all(original_);
@@ -68,10 +63,10 @@ TEST_P(KilledReplacement, IsWhollyOldOrWhollyNew) {
 
     const Tree left = treeOf(original_);
     if (left.empty()) {
-      // The one moment between two renames.
-      ++nothing;
-      ASSERT_EQ(treeOf(aside_), old) << "killed at " << number;
-      fs::rename(aside_, original_);
+      // Between the two renames.
+      ++gotNone;
+      ASSERT_EQ(treeOf(renamed_), old) << "killed at " << number;
+      fs::rename(renamed_, original_);
     } else {
       ++(left == old ? keptOld : gotNew);
       ASSERT_TRUE(left == old || left == replacing) << "killed at " << number;
@@ -81,26 +76,26 @@ TEST_P(KilledReplacement, IsWhollyOldOrWhollyNew) {
     const Tree next = makeSmallTree(replacement_, "next");
     ASSERT_EQ(inChild([this] { return replace(); }), true) << "after a kill at " << number;
     ASSERT_EQ(treeOf(original_), next) << "after a kill at " << number;
-    ASSERT_EQ(entriesBesideOriginal(), 0) << "after a kill at " << number;
+    ASSERT_EQ(entryCount(applications_), 1) << "after a kill at " << number;
     ASSERT_FALSE(fs::exists(replacement_)) << "after a kill at " << number;
   }
   EXPECT_EQ(end, ChildEnd::succeeded);
   EXPECT_GT(keptOld, 5);
   EXPECT_GT(gotNew, 5);
   if (GetParam().canExchange) {
-    EXPECT_EQ(nothing, 0);
+    EXPECT_EQ(gotNone, 0);
   } else if (!hasSanitizer) {
-    EXPECT_GT(nothing, 0) << "no kill fell between the two renames";
+    EXPECT_GT(gotNone, 0) << "no kill between the two renames";
   }
-  RecordProperty("kills", keptOld + gotNew + nothing);
+  RecordProperty("kills", keptOld + gotNew + gotNone);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySystemCall, KilledReplacement,
-                         testing::Values(Circumstances{"OnOneFileSystem", false, true},
-                                         Circumstances{"AcrossFileSystems", true, true},
-                                         Circumstances{"WithoutExchange", false, false},
-                                         Circumstances{"AcrossWithoutExchange", true, false}),
-                         [](const auto &circumstances) { return circumstances.param.name; });
+INSTANTIATE_TEST_SUITE_P(EverySystemCall, FolderReplacementKill,
+                         testing::Values(Scenario{"OnOneFileSystem", false, true},
+                                         Scenario{"AcrossFileSystems", true, true},
+                                         Scenario{"WithoutExchange", false, false},
+                                         Scenario{"AcrossWithoutExchange", true, false}),
+                         [](const auto &scenario) { return scenario.param.name; });
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// How the Linux desktop replaces a folder where something is in the way.
+// Folder replacement under adverse conditions.
 
 #include "platform/linux/files/folder_replacement.h"
 
@@ -25,9 +25,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-/// Gives this process mounts that nobody else sees, if need be as the superuser
-/// of a world of its own. For a child.
-bool becomeOwnerOfMounts() {
+/// Enters a new mount namespace, and without privileges a new user namespace as well. For
+/// a child.
+bool enterMountNamespace() {
   const std::string user = std::to_string(::geteuid());
   const std::string group = std::to_string(::getegid());
   if (::unshare(CLONE_NEWNS) != 0) {
@@ -43,17 +43,17 @@ class FolderReplacement : public testing::Test {
  protected:
   FolderReplacement() { fs::create_directories(applications_); }
 
-  bool replace(const fs::path &replacement) const {
-    return replaceFolder(original_.string(), replacement.string());
-  }
+  bool replace(const fs::path &replacement) const { return replaceFolder(original_, replacement); }
   bool replace() const { return replace(replacement_); }
-  std::ptrdiff_t entriesBesideOriginal() const {
-    return std::distance(fs::directory_iterator(applications_), fs::directory_iterator()) - 1;
-  }
-  /// Of the given tree and nothing beside it.
+  bool nothingIsLeftBeside() const { return entryCount(applications_) == 1; }
+  /// Expects this tree at the original path and nothing beside it.
   void expectAtPath(const Tree &tree) const {
     EXPECT_EQ(treeOf(original_), tree);
-    EXPECT_EQ(entriesBesideOriginal(), 0);
+    EXPECT_TRUE(nothingIsLeftBeside());
+  }
+  /// Lets a test that runs as root change the owner before `becomeOrdinaryUser`.
+  void giveToOrdinaryUser(const fs::path &path) const {
+    if (::geteuid() == 0) ::lchown(path.c_str(), 65534, 65534);
   }
 
   const TemporaryFolder folder_;
@@ -63,18 +63,18 @@ class FolderReplacement : public testing::Test {
   const fs::path replacement_ = folder_.path() / "unpacked";
 };
 
-/// With the replacement on another file system.
-class FolderCopy : public FolderReplacement {
+/// The replacement is on another file system, so it is copied.
+class FolderReplacementCopy : public FolderReplacement {
  protected:
   void SetUp() override {
-    if (!elsewhere_) GTEST_SKIP() << "there is no second file system to write to";
+    if (!elsewhere_) GTEST_SKIP() << "no second writable file system";
     distant_ = elsewhere_->path() / "unpacked";
   }
 
   fs::path distant_;
 };
 
-TEST_F(FolderReplacement, RemovesWhatAnEarlierOneLeft) {
+TEST_F(FolderReplacement, RemainsOfEarlierReplacementAreRemoved) {
   makeTree(original_, "old");
   makeTree(applications_ / ".Orvel OS.app.nieuw", "stale");
   makeTree(applications_ / ".Orvel OS.app.oud", "older");
@@ -83,14 +83,14 @@ TEST_F(FolderReplacement, RemovesWhatAnEarlierOneLeft) {
   expectAtPath(expected);
 }
 
-TEST_F(FolderCopy, MixesNothingWithWhatAnEarlierOneLeft) {
+TEST_F(FolderReplacementCopy, RemainsOfEarlierCopyAreNotMixedIn) {
   makeTree(original_, "old");
   makeTree(applications_ / ".Orvel OS.app.nieuw", "stale");
   const Tree first = makeTree(distant_, "new");
   EXPECT_TRUE(replace(distant_));
   expectAtPath(first);
 
-  // A link in its place leads nowhere that we would touch.
+  // A symbolic link at the path of the copy is not followed.
   const Tree bystander = makeTree(folder_.path() / "bystander", "bystander");
   fs::create_symlink(folder_.path() / "bystander", applications_ / ".Orvel OS.app.nieuw");
   const Tree second = makeTree(distant_, "newer");
@@ -99,7 +99,7 @@ TEST_F(FolderCopy, MixesNothingWithWhatAnEarlierOneLeft) {
   EXPECT_EQ(treeOf(folder_.path() / "bystander"), bystander);
 }
 
-TEST_F(FolderCopy, KeepsTheModesWhateverTheMask) {
+TEST_F(FolderReplacementCopy, ModesAreKeptDespiteUmask) {
   makeTree(original_, "old");
   makeTree(distant_, "new");
   fs::permissions(distant_ / "Contents", fs::perms(0775));
@@ -113,7 +113,7 @@ TEST_F(FolderCopy, KeepsTheModesWhateverTheMask) {
   expectAtPath(expected);
 }
 
-TEST_F(FolderCopy, StopsAtWhatCannotBeCopied) {
+TEST_F(FolderReplacementCopy, SpecialFileFailsCopy) {
   const Tree old = makeTree(original_, "old");
   makeTree(distant_, "new");
   ASSERT_EQ(::mkfifo((distant_ / "Contents" / "pipe").c_str(), 0600), 0);
@@ -121,11 +121,11 @@ TEST_F(FolderCopy, StopsAtWhatCannotBeCopied) {
   expectAtPath(old);
 }
 
-TEST_F(FolderCopy, LeavesTheOriginalWhenTheDiskIsFull) {
+TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   const Tree expected = makeTree(distant_, "new");
   EXPECT_EQ(inChild([this] {
-              // As near to a full disk as one comes without a disk of one's own.
+              // Simulates a full disk without mounting a file system.
               ::signal(SIGXFSZ, SIG_IGN);
               const rlimit limit{10'000, 10'000};
               return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && !replace(distant_);
@@ -136,30 +136,25 @@ TEST_F(FolderCopy, LeavesTheOriginalWhenTheDiskIsFull) {
   expectAtPath(expected);
 }
 
-TEST_F(FolderReplacement, LeavesTheOriginalWhereNothingMayBeWritten) {
+TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   const Tree replacing = makeTree(replacement_, "new");
   if (elsewhere_) makeTree(elsewhere_->path() / "unpacked", "new");
   fs::permissions(applications_, fs::perms(0555));
-  if (::geteuid() == 0) {
-    // All but the parent folder is the other user's own.
-    for (const auto &place : {folder_.path(), elsewhere_ ? elsewhere_->path() : folder_.path()}) {
-      ::lchown(place.c_str(), 65534, 65534);
-      for (const auto &entry : fs::recursive_directory_iterator(place)) {
-        ::lchown(entry.path().c_str(), 65534, 65534);
-      }
-    }
+  for (const auto &place : {folder_.path(), elsewhere_ ? elsewhere_->path() : folder_.path()}) {
+    giveToOrdinaryUser(place);
+    for (const auto &entry : fs::recursive_directory_iterator(place)) giveToOrdinaryUser(entry);
   }
   const auto refused = [&](const Task &task) {
     return inChild([&] {
-      if (!becomeOrdinaryUser()) ::_exit(2);
+      if (!becomeOrdinaryUser()) giveUp();
       return !task();
     });
   };
   const auto outcome = refused([this] { return replace(); });
-  if (!outcome) GTEST_SKIP() << "this superuser cannot become an ordinary user";
+  if (!outcome) GTEST_SKIP() << "root cannot become an ordinary user";
   EXPECT_EQ(outcome, true);
-  EXPECT_EQ(refused([this] { return loseExchange() && replace(); }), true);
+  EXPECT_EQ(refused([this] { return disableRenameExchange() && replace(); }), true);
   if (elsewhere_) {
     EXPECT_EQ(refused([this] { return replace(elsewhere_->path() / "unpacked"); }), true);
   }
@@ -168,31 +163,31 @@ TEST_F(FolderReplacement, LeavesTheOriginalWhereNothingMayBeWritten) {
   fs::permissions(applications_, fs::perms(0755));
 }
 
-TEST_F(FolderReplacement, LeavesTheOriginalWhenTheNewOneDoesNotReachTheDisk) {
-  if (!inChild(loseSync).value_or(false)) GTEST_SKIP() << "system calls cannot be filtered";
+TEST_F(FolderReplacement, FailedSyncKeepsOriginal) {
+  if (!inChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not allowed";
   const Tree old = makeTree(original_, "old");
   const Tree replacing = makeTree(replacement_, "new");
-  EXPECT_EQ(inChild([this] { return loseSync() && !replace(); }), true);
+  EXPECT_EQ(inChild([this] { return disableSync() && !replace(); }), true);
   expectAtPath(old);
   EXPECT_EQ(treeOf(replacement_), replacing);
 }
 
-TEST_F(FolderReplacement, LeavesTheOriginalThatIsAMountPoint) {
+TEST_F(FolderReplacement, MountPointIsNotReplaced) {
   makeTree(original_, "below the mount");
   const Tree replacing = makeTree(replacement_, "new");
   const auto outcome = inChild([&] {
-    if (!becomeOwnerOfMounts() || ::mount("none", original_.c_str(), "tmpfs", 0, nullptr) != 0) {
-      ::_exit(2);
+    if (!enterMountNamespace() || ::mount("none", original_.c_str(), "tmpfs", 0, nullptr) != 0) {
+      giveUp();
     }
     const Tree old = makeTree(original_, "mounted");
-    return !replace() && treeOf(original_) == old && entriesBesideOriginal() == 0;
+    return !replace() && treeOf(original_) == old && nothingIsLeftBeside();
   });
-  if (!outcome) GTEST_SKIP() << "nothing can be mounted here";
+  if (!outcome) GTEST_SKIP() << "mounting is not allowed";
   EXPECT_EQ(outcome, true);
   EXPECT_EQ(treeOf(replacement_), replacing);
 }
 
-TEST_F(FolderReplacement, IsImpossibleWhereTheUserMayNotWrite) {
+TEST_F(FolderReplacement, ReadOnlyParentOrBundleCannotBeReplaced) {
   makeTree(original_, "old");
   fs::permissions(folder_.path(), fs::perms(0755));
   // A symbolic link in a writable folder to a bundle that is not writable.
@@ -202,15 +197,13 @@ TEST_F(FolderReplacement, IsImpossibleWhereTheUserMayNotWrite) {
     fs::permissions(applications_, parent);
     fs::permissions(original_, bundle);
     return inChild([&] {
-      if (!becomeOrdinaryUser()) ::_exit(2);
-      return canReplaceFolder(path.string());
+      if (!becomeOrdinaryUser()) giveUp();
+      return canReplaceFolder(path);
     });
   };
-  if (::geteuid() == 0) {
-    for (const fs::path &path : {applications_, original_}) ::lchown(path.c_str(), 65534, 65534);
-  }
+  for (const fs::path &path : {applications_, original_}) giveToOrdinaryUser(path);
   const auto both = canReplace(original_, fs::perms(0755), fs::perms(0755));
-  if (!both) GTEST_SKIP() << "this superuser cannot become an ordinary user";
+  if (!both) GTEST_SKIP() << "root cannot become an ordinary user";
   EXPECT_EQ(both, true);
   EXPECT_EQ(canReplace(link, fs::perms(0755), fs::perms(0755)), true);
   for (const fs::path &path : {original_, link}) {
@@ -221,31 +214,31 @@ TEST_F(FolderReplacement, IsImpossibleWhereTheUserMayNotWrite) {
   fs::permissions(original_, fs::perms(0755));
 }
 
-TEST_F(FolderReplacement, IsImpossibleOnAReadOnlyFileSystemForTheSuperuserToo) {
+TEST_F(FolderReplacement, ReadOnlyFileSystemCannotBeReplacedByRoot) {
   makeTree(original_, "old");
   const auto outcome = inChild([&] {
-    if (!becomeOwnerOfMounts() ||
+    if (!enterMountNamespace() ||
         ::mount(applications_.c_str(), applications_.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-      ::_exit(2);
+      giveUp();
     }
-    const bool before = canReplaceFolder(original_.string());
+    const bool before = canReplaceFolder(original_);
     if (::mount(nullptr, applications_.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY,
                 nullptr) != 0) {
-      ::_exit(2);
+      giveUp();
     }
-    return before && !canReplaceFolder(original_.string());
+    return before && !canReplaceFolder(original_);
   });
-  if (!outcome) GTEST_SKIP() << "nothing can be mounted here";
+  if (!outcome) GTEST_SKIP() << "mounting is not allowed";
   EXPECT_EQ(outcome, true);
 }
 
-TEST_F(FolderReplacement, LetsARunningProgramOfTheOldFolderRun) {
+TEST_F(FolderReplacement, RunningProgramOfReplacedFolderContinues) {
   makeTree(original_, "old");
   const Tree expected = makeTree(replacement_, "new");
   const fs::path program = original_ / "Contents" / "Linux" / "running";
   fs::copy_file("/bin/sleep", program);
   PosixProcessLauncher launcher(processEnvironment());
-  const LaunchResult child = launcher.launch(posix_test::program(program.string(), {"60"}));
+  const LaunchResult child = launcher.launch(posix_test::program(program, {"60"}));
   ASSERT_TRUE(child.process) << child.error;
   EXPECT_TRUE(replace());
   expectAtPath(expected);
@@ -255,17 +248,19 @@ TEST_F(FolderReplacement, LetsARunningProgramOfTheOldFolderRun) {
   EXPECT_EQ(child.process->terminationStatus(), SIGTERM);
 }
 
-TEST_F(FolderReplacement, UndoesTheFirstRenameWhenTheSecondFails) {
+TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   makeTree(original_, "old");
   makeTree(original_ / "inner", "new");
   const Tree old = treeOf(original_);
-  // The first rename takes the inner folder away with the outer one.
+  // The first rename moves the inner folder along with the outer one.
   EXPECT_FALSE(replace(original_ / "inner"));
   expectAtPath(old);
 }
 
-TEST_F(FolderReplacement, WorksWithoutExchange) {
-  if (!inChild(loseExchange).value_or(false)) GTEST_SKIP() << "system calls cannot be filtered";
+TEST_F(FolderReplacement, FolderIsReplacedWithoutRenameExchange) {
+  if (!inChild(disableRenameExchange).value_or(false)) {
+    GTEST_SKIP() << "seccomp filters are not allowed";
+  }
   std::vector<fs::path> replacements{replacement_};
   if (elsewhere_) replacements.push_back(elsewhere_->path() / "unpacked");
   for (const fs::path &replacement : replacements) {
@@ -273,13 +268,13 @@ TEST_F(FolderReplacement, WorksWithoutExchange) {
     makeTree(original_, "old");
     makeTree(applications_ / ".Orvel OS.app.oud", "older");
     const Tree expected = makeTree(replacement, "new");
-    EXPECT_EQ(inChild([&] { return loseExchange() && replace(replacement); }), true);
+    EXPECT_EQ(inChild([&] { return disableRenameExchange() && replace(replacement); }), true);
     expectAtPath(expected);
     EXPECT_FALSE(fs::exists(replacement));
   }
 }
 
-TEST_F(FolderReplacement, WaitsForAnotherThatIsUnderWay) {
+TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
   std::vector<fs::path> places{folder_.path(), elsewhere_ ? elsewhere_->path() : folder_.path()};
   for (int round = 0; round < 10; ++round) {
     fs::remove_all(original_);
@@ -298,7 +293,7 @@ TEST_F(FolderReplacement, WaitsForAnotherThatIsUnderWay) {
     EXPECT_EQ(replaced, std::vector<char>(trees.size(), 1));
     const Tree left = treeOf(original_);
     ASSERT_NE(std::find(trees.begin(), trees.end(), left), trees.end());
-    ASSERT_EQ(entriesBesideOriginal(), 0);
+    ASSERT_TRUE(nothingIsLeftBeside());
   }
 }
 

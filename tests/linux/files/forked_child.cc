@@ -24,8 +24,8 @@ namespace {
 
 constexpr int success = 0;
 constexpr int failure = 1;
-constexpr int notFollowed = 2;
-// What a stop at a system call is told by (PTRACE_O_TRACESYSGOOD).
+constexpr int gaveUp = 2;
+// The stop signal at a system call with PTRACE_O_TRACESYSGOOD.
 constexpr int systemCallStop = SIGTRAP | 0x80;
 
 int waitFor(pid_t child) {
@@ -35,7 +35,7 @@ int waitFor(pid_t child) {
   return status;
 }
 
-/// The library's own type for requests differs from one to the next.
+/// The type of the first parameter differs between C libraries.
 template <typename Request>
 bool request(Request what, pid_t child, long data = 0) {
   return ::ptrace(what, child, nullptr, data) == 0;
@@ -48,7 +48,7 @@ bool filterSystemCalls(std::array<sock_filter, size> program) {
          ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
-bool loseSystemCall(unsigned number, unsigned error) {
+bool disableSystemCall(unsigned number, unsigned error) {
   return filterSystemCalls(std::array<sock_filter, 4>{{
       {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
       {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, number},
@@ -57,8 +57,8 @@ bool loseSystemCall(unsigned number, unsigned error) {
   }});
 }
 
-bool loseRenameFlag(unsigned flag) {
-  // A 64-bit argument is looked at by its lower half, which comes first.
+bool disableRenameFlag(unsigned flag) {
+  // BPF loads 32 bits: the lower half of the argument, which comes first (little endian).
   constexpr auto flags = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
   return filterSystemCalls(std::array<sock_filter, 6>{{
       {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
@@ -70,8 +70,7 @@ bool loseRenameFlag(unsigned flag) {
   }});
 }
 
-/// Does the task and ends this process, whatever happens: it must not go on
-/// with the tests.
+/// Runs the task and exits in every case, so that the child does not run further tests.
 [[noreturn]] void runAndEnd(const Task &task) {
   bool succeeded = false;
   try {
@@ -93,11 +92,13 @@ std::optional<bool> inChild(const Task &task) {
   return WEXITSTATUS(status) == success;
 }
 
+void giveUp() { ::_exit(gaveUp); }
+
 ChildEnd killAtSystemCall(int number, const Task &task) {
   const pid_t child = ::fork();
-  if (child < 0) return ChildEnd::notFollowed;
+  if (child < 0) return ChildEnd::notTraceable;
   if (child == 0) {
-    if (!request(PTRACE_TRACEME, 0)) ::_exit(notFollowed);
+    if (!request(PTRACE_TRACEME, 0)) giveUp();
     ::raise(SIGSTOP);
     runAndEnd(task);
   }
@@ -106,7 +107,7 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
       !request(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
     ::kill(child, SIGKILL);
     waitFor(child);
-    return ChildEnd::notFollowed;
+    return ChildEnd::notTraceable;
   }
 
   int entered = 0;
@@ -125,23 +126,23 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
     if (inside && ++entered == number) ::kill(child, SIGKILL);
   }
   if (WIFSIGNALED(status)) return WTERMSIG(status) == SIGKILL ? ChildEnd::killed : ChildEnd::failed;
-  if (WEXITSTATUS(status) == notFollowed) return ChildEnd::notFollowed;
+  if (WEXITSTATUS(status) == gaveUp) return ChildEnd::notTraceable;
   return WEXITSTATUS(status) == success ? ChildEnd::succeeded : ChildEnd::failed;
 }
 
-bool loseExchange() { return loseRenameFlag(RENAME_EXCHANGE); }
+bool disableRenameExchange() { return disableRenameFlag(RENAME_EXCHANGE); }
 
-bool loseRenamingWithoutReplacing() { return loseRenameFlag(RENAME_NOREPLACE); }
+bool disableRenameNoReplace() { return disableRenameFlag(RENAME_NOREPLACE); }
 
-bool loseLinks() {
+bool disableHardLinks() {
 #ifdef SYS_link
-  return loseSystemCall(SYS_link, EPERM);
+  return disableSystemCall(SYS_link, EPERM);
 #else
-  return loseSystemCall(SYS_linkat, EPERM);
+  return disableSystemCall(SYS_linkat, EPERM);
 #endif
 }
 
-bool loseSync() { return loseSystemCall(SYS_syncfs, EIO); }
+bool disableSync() { return disableSystemCall(SYS_syncfs, EIO); }
 
 bool becomeOrdinaryUser() {
   if (::geteuid() != 0) return true;

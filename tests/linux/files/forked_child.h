@@ -7,42 +7,40 @@ namespace orvel::posix_test {
 
 using Task = std::function<bool()>;
 
-/// Runs a task in a child process of its own, whose rights and limits it may
-/// change. What it gave, or nothing when the child did not end by itself. For a
-/// process without other threads.
+/// Runs a task in a forked child, which may change its own privileges and limits. Returns
+/// the result, or nullopt when the child cannot run the task: it did not exit, or called
+/// `giveUp`. Only for a process without other threads.
 std::optional<bool> inChild(const Task &task);
+
+/// Ends a child of `inChild` whose preconditions cannot be met.
+[[noreturn]] void giveUp();
 
 /// How a child ended that was to be killed at a system call.
 enum class ChildEnd {
   killed,
-  /// It made fewer system calls.
+  /// The task made fewer system calls.
   succeeded,
   failed,
-  /// This system does not let us follow our own child.
-  notFollowed,
+  /// This system does not allow ptrace.
+  notTraceable,
 };
 
-/// Runs a task in a child process and kills it (SIGKILL) as it enters its
-/// system call of the given number, counted from 1, before the call does
-/// anything.
+/// Runs a task in a forked child and kills it (SIGKILL) on entry to its n-th system call,
+/// counted from 1, before the call has an effect.
 ChildEnd killAtSystemCall(int number, const Task &task);
 
-/// Makes this process, for the rest of its life, see file systems that cannot
-/// exchange two names at once. False when the kernel does not allow that. For a
-/// child.
-bool loseExchange();
+// The following functions change the calling process for the rest of its life, so they are
+// only for a child. They return false when the kernel does not allow the change.
 
-/// Likewise, file systems that cannot keep a renaming from replacing a file.
-bool loseRenamingWithoutReplacing();
-
-/// Likewise, file systems that know no hard links.
-bool loseLinks();
-
-/// Likewise, a disk that what was written does not reach.
-bool loseSync();
-
-/// Gives up what a superuser may do, for the rest of this process's life. False
-/// when that cannot be done. For a child.
+/// Makes renameat2 fail with EINVAL for RENAME_EXCHANGE.
+bool disableRenameExchange();
+/// Makes renameat2 fail with EINVAL for RENAME_NOREPLACE.
+bool disableRenameNoReplace();
+/// Makes hard links fail with EPERM.
+bool disableHardLinks();
+/// Makes syncfs fail with EIO.
+bool disableSync();
+/// Becomes the user nobody when the process runs as root.
 bool becomeOrdinaryUser();
 
 }  // namespace orvel::posix_test

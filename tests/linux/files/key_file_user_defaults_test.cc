@@ -1,4 +1,4 @@
-// What the file of the user's settings has to stand.
+// The file of the user defaults: format, corruption, concurrency and kills.
 
 #include "platform/linux/files/key_file_user_defaults.h"
 
@@ -27,29 +27,29 @@ class KeyFileDefaults : public testing::Test {
     std::filesystem::create_directories(path_.parent_path());
     std::ofstream(path_) << contents;
   }
-  KeyFileUserDefaults open() { return KeyFileUserDefaults(path_.string()); }
-  std::string pathOf(const std::string &suffix) { return path_.string() + suffix; }
+  KeyFileUserDefaults open() { return KeyFileUserDefaults(path_); }
+  std::string pathWith(const std::string &suffix) { return path_.string() + suffix; }
 
   const TemporaryFolder folder_;
   const std::filesystem::path path_ = folder_.path() / "config" / "nl.orvel.os" / "defaults.ini";
 };
 
-TEST_F(KeyFileDefaults, MakesNothingUntilSomethingIsStored) {
+TEST_F(KeyFileDefaults, ReadingCreatesNoFile) {
   EXPECT_EQ(open().text("osURL"), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(path_.parent_path()));
 }
 
-TEST_F(KeyFileDefaults, SurvivesARestart) {
+TEST_F(KeyFileDefaults, StoredValueSurvivesRestart) {
   open().setText("osURL", "https://os.test/");
   EXPECT_EQ(open().text("osURL"), "https://os.test/");
   EXPECT_EQ(contentsOf(path_), "[Defaults]\nosURL=https://os.test/\n");
   struct stat status;
   ASSERT_EQ(::stat(path_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  EXPECT_FALSE(std::filesystem::exists(pathOf(".new")));
+  EXPECT_FALSE(std::filesystem::exists(pathWith(".new")));
 }
 
-TEST_F(KeyFileDefaults, RoundTripsAnyBytes) {
+TEST_F(KeyFileDefaults, ValueOfAnyBytesIsReturnedUnchanged) {
   std::string everyByte;
   for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
   const std::vector<std::string> texts{"",
@@ -73,7 +73,7 @@ TEST_F(KeyFileDefaults, RoundTripsAnyBytes) {
   }
 }
 
-TEST_F(KeyFileDefaults, TakesAnyKey) {
+TEST_F(KeyFileDefaults, AnyKeyIsAccepted) {
   const std::vector<std::string> keys{"osURL", "NSWindow Frame ORVELOSMain",
                                       " a ",   "a=b",
                                       "a%3Db", "[a]",
@@ -86,15 +86,15 @@ TEST_F(KeyFileDefaults, TakesAnyKey) {
   }
 }
 
-TEST_F(KeyFileDefaults, LeavesTheRestOfTheFileAlone) {
-  // GLib 2.74 puts a blank line after the comment when there is none, and 2.84 does not.
+TEST_F(KeyFileDefaults, OtherEntriesAndCommentsAreKept) {
+  // The blank line matters: GLib 2.74 inserts one after a comment, and 2.84 does not.
   write("# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=old\n");
   open().setText("osURL", "new");
   EXPECT_EQ(contentsOf(path_),
             "# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=new\n");
 }
 
-TEST_F(KeyFileDefaults, SeesWhatAnotherInstanceStores) {
+TEST_F(KeyFileDefaults, ValueStoredByAnotherInstanceIsSeen) {
   auto one = open();
   auto other = open();
   one.setText("one", "1");
@@ -105,7 +105,7 @@ TEST_F(KeyFileDefaults, SeesWhatAnotherInstanceStores) {
   EXPECT_EQ(other.text("other"), "2");
 }
 
-TEST_F(KeyFileDefaults, LosesNothingWhenManyWriteAtOnce) {
+TEST_F(KeyFileDefaults, ConcurrentWritersLoseNoValue) {
   auto shared = open();
   std::vector<std::thread> threads;
   for (int writer = 0; writer < 4; ++writer) {
@@ -126,30 +126,30 @@ TEST_F(KeyFileDefaults, LosesNothingWhenManyWriteAtOnce) {
   }
 }
 
-TEST_F(KeyFileDefaults, KeepsADamagedFileAside) {
-  const std::string damaged("[Defaults]\nosURL=x\n\0\0\0\0\0", 24);
-  write(damaged);
+TEST_F(KeyFileDefaults, CorruptFileIsKeptUnderAnotherName) {
+  const std::string corrupt("[Defaults]\nosURL=x\n\0\0\0\0\0", 24);
+  write(corrupt);
   auto defaults = open();
   EXPECT_EQ(defaults.text("osURL"), std::nullopt);
-  EXPECT_EQ(contentsOf(path_), damaged);
+  EXPECT_EQ(contentsOf(path_), corrupt);
   defaults.setText("osURL", "new");
   EXPECT_EQ(open().text("osURL"), "new");
-  EXPECT_EQ(contentsOf(pathOf(".damaged")), damaged);
+  EXPECT_EQ(contentsOf(pathWith(".damaged")), corrupt);
 
-  write("damaged again");
+  write("corrupt again");
   open().setText("osURL", "newer");
-  EXPECT_EQ(contentsOf(pathOf(".damaged")), damaged);
-  EXPECT_EQ(contentsOf(pathOf(".damaged.2")), "damaged again");
+  EXPECT_EQ(contentsOf(pathWith(".damaged")), corrupt);
+  EXPECT_EQ(contentsOf(pathWith(".damaged.2")), "corrupt again");
 }
 
-TEST_F(KeyFileDefaults, CountsAnEntryItCannotReadAsAbsent) {
+TEST_F(KeyFileDefaults, InvalidEntryIsAbsent) {
   write("[Defaults]\nosURL=\\q\nother=a\\\nfine=x\n");
   EXPECT_EQ(open().text("osURL"), std::nullopt);
   EXPECT_EQ(open().text("other"), std::nullopt);
   EXPECT_EQ(open().text("fine"), "x");
 }
 
-TEST_F(KeyFileDefaults, IsNotHeldUpByWhatIsNoFile) {
+TEST_F(KeyFileDefaults, PipeInPlaceOfFileDoesNotBlock) {
   std::filesystem::create_directories(path_.parent_path());
   ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
   auto defaults = open();
@@ -158,8 +158,8 @@ TEST_F(KeyFileDefaults, IsNotHeldUpByWhatIsNoFile) {
   EXPECT_EQ(open().text("osURL"), "new");
 }
 
-TEST_F(KeyFileDefaults, HoldsForThisRunWhatItCannotWrite) {
-  // A file where the folder should be: root may write anywhere else.
+TEST_F(KeyFileDefaults, UnwritableValueIsKeptForThisRun) {
+  // A file in place of the folder, which fails for root as well.
   std::filesystem::create_directories(path_.parent_path().parent_path());
   std::ofstream(path_.parent_path()) << "in the way";
   auto defaults = open();
@@ -173,19 +173,19 @@ TEST_F(KeyFileDefaults, HoldsForThisRunWhatItCannotWrite) {
   EXPECT_EQ(open().text("other"), "saved");
 }
 
-TEST_F(KeyFileDefaults, SurvivesAKillInTheMiddleOfAWrite) {
+TEST_F(KeyFileDefaults, KilledWriterLeavesOldOrNewValue) {
   const std::string old(60'000, 'a');
   const std::string fresh(60'000, 'b');
   open().setText("kept", "kept");
   open().setText("osURL", old);
-  int seenFresh = 0;
+  int keptNew = 0;
   for (int round = 0; round < 60; ++round) {
     auto written = Pipe::create();
     ASSERT_TRUE(written);
     const pid_t writer = ::fork();
     ASSERT_GE(writer, 0);
     if (writer == 0) {
-      // Without a reader the next write ends this process.
+      // If the parent dies, the next write ends this process with SIGPIPE.
       written->reading.reset();
       auto defaults = open();
       for (;;) {
@@ -196,7 +196,7 @@ TEST_F(KeyFileDefaults, SurvivesAKillInTheMiddleOfAWrite) {
     }
     char byte = 0;
     ASSERT_EQ(::read(written->reading->descriptor(), &byte, 1), 1);
-    // Each round stops the writer elsewhere in its work.
+    // Each round kills the writer at another moment.
     std::this_thread::sleep_for(std::chrono::microseconds(137 * round));
     ::kill(writer, SIGKILL);
     int status = 0;
@@ -206,10 +206,10 @@ TEST_F(KeyFileDefaults, SurvivesAKillInTheMiddleOfAWrite) {
     const auto found = open().text("osURL");
     ASSERT_TRUE(found == old || found == fresh) << "round " << round;
     ASSERT_EQ(open().text("kept"), "kept");
-    if (found == fresh) ++seenFresh;
-    ASSERT_FALSE(std::filesystem::exists(pathOf(".damaged")));
+    if (found == fresh) ++keptNew;
+    ASSERT_FALSE(std::filesystem::exists(pathWith(".damaged")));
   }
-  EXPECT_GT(seenFresh, 0) << "no writer was stopped after a write";
+  EXPECT_GT(keptNew, 0) << "no writer was killed after a write";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Tests which programs count as loadable on this machine, and that none is executed.
+// Which programs count as loadable on this machine. None is executed by the check.
 
 #include "platform/linux/files/loadable_program.h"
 
@@ -55,15 +55,15 @@ class LoadableProgram : public testing::Test {
   PosixProcessLauncher launcher_{processEnvironment()};
 };
 
-TEST_F(LoadableProgram, IsOneThatWasBuiltHere) {
+TEST_F(LoadableProgram, ProgramBuiltHereIsLoadable) {
   EXPECT_TRUE(isLoadable(releaseProgram()));
-  // Control for the other tests: the program can be executed, and that is detected.
+  // Control: an execution of the program would be detected.
   const std::string path = folder_.file("program", releaseProgram(), true);
   EXPECT_EQ(run(launcher_, program(path)).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "executed"));
 }
 
-TEST_F(LoadableProgram, MayLieUnderAnyPath) {
+TEST_F(LoadableProgram, PathMayHoldAnyCharacter) {
   for (const std::string name : {"blanks  and 'quotes'", "-rf", "x => not found",
                                  "a' not found (required by b", "line\nbreak"}) {
     const auto folder = folder_.path() / name;
@@ -74,23 +74,23 @@ TEST_F(LoadableProgram, MayLieUnderAnyPath) {
   }
 }
 
-TEST_F(LoadableProgram, NeedsItsLibraries) {
+TEST_F(LoadableProgram, MissingLibraryIsRejected) {
   EXPECT_FALSE(isLoadable(releaseProgramWith("libc.so.6", "libq.so.6")));
 }
 
-TEST_F(LoadableProgram, NeedsTheVersionsOfItsLibraries) {
+TEST_F(LoadableProgram, MissingLibraryVersionIsRejected) {
   EXPECT_FALSE(isLoadable(releaseProgramWith("GLIBC_2.", "GLIBC_9.")));
 }
 
-TEST_F(LoadableProgram, NeedsItsSymbols) {
+TEST_F(LoadableProgram, MissingSymbolIsRejected) {
   EXPECT_FALSE(isLoadable(releaseProgramWith("getpgid", "getpgix")));
 }
 
-TEST_F(LoadableProgram, NeedsTheLoaderOfThisProcess) {
+TEST_F(LoadableProgram, AnotherDynamicLoaderIsRejected) {
   std::string bytes = releaseProgram();
   withHeaders([&](auto &, auto &segment) {
     if (segment.p_type != PT_INTERP) return;
-    // A program that succeeds whatever it is asked.
+    // A program that succeeds with any arguments.
     std::string loader = "/bin/true";
     loader.resize(segment.p_filesz);
     bytes.replace(segment.p_offset, loader.size(), loader);
@@ -100,7 +100,7 @@ TEST_F(LoadableProgram, NeedsTheLoaderOfThisProcess) {
   EXPECT_FALSE(isLoadable(releaseProgramWith("/ld-", "/lx-")));
 }
 
-TEST_F(LoadableProgram, NeedsThisMachine) {
+TEST_F(LoadableProgram, AnotherMachineOrWordSizeIsRejected) {
   EXPECT_FALSE(isLoadable(withHeaders([](auto &header, auto &) {
     header.e_machine = header.e_machine == EM_68K ? EM_SPARC : EM_68K;
   })));
@@ -109,7 +109,7 @@ TEST_F(LoadableProgram, NeedsThisMachine) {
   })));
 }
 
-TEST_F(LoadableProgram, IsNeverAStaticOneNorALibrary) {
+TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
   EXPECT_FALSE(isLoadable(withHeaders([](auto &, auto &segment) {
     if (segment.p_type == PT_INTERP) segment.p_type = PT_NULL;
   })));
@@ -118,12 +118,12 @@ TEST_F(LoadableProgram, IsNeverAStaticOneNorALibrary) {
   })));
 }
 
-TEST_F(LoadableProgram, NamesNoAuditLibrary) {
+TEST_F(LoadableProgram, AuditLibraryIsRejected) {
   for (const auto tag : {DT_AUDIT, DT_DEPAUDIT}) {
     std::string bytes = releaseProgram();
     ElfW(Dyn) entry;
     std::size_t place = dynamicSection(bytes);
-    // Takes the place of the last entry before DT_NULL that the loader can do without.
+    // Replaces the entry DT_DEBUG, which the loader does not need.
     for (std::memcpy(&entry, &bytes[place], sizeof(entry)); entry.d_tag != DT_DEBUG;
          std::memcpy(&entry, &bytes[place], sizeof(entry))) {
       ASSERT_NE(entry.d_tag, DT_NULL);
@@ -135,21 +135,21 @@ TEST_F(LoadableProgram, NamesNoAuditLibrary) {
   }
 }
 
-TEST_F(LoadableProgram, NeedsThePermissionToBeExecuted) {
+TEST_F(LoadableProgram, MissingExecutePermissionIsRejected) {
   EXPECT_FALSE(isLoadable(releaseProgram(), false));
 }
 
-TEST_F(LoadableProgram, IsNoScriptNorHalfAProgram) {
-  const std::string mark = (folder_.path() / "executed").string();
+TEST_F(LoadableProgram, ScriptOrTruncatedProgramIsRejected) {
+  const std::string mark = folder_.path() / "executed";
   EXPECT_FALSE(isLoadable("#!/bin/sh\ntouch '" + mark + "'\n"));
   EXPECT_FALSE(isLoadable(""));
   EXPECT_FALSE(isLoadable("\177ELF"));
   const std::string whole = releaseProgram();
   for (const std::size_t size : {60U, 200U, 1000U}) EXPECT_FALSE(isLoadable(whole.substr(0, size)));
-  // A cut behind the last loaded segment would only remove debug information.
+  // Truncation after the last loaded segment would only remove debug information.
   EXPECT_FALSE(isLoadable(whole.substr(0, dynamicSection(whole) / 4096 * 4096)));
-  EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path().string()));
-  EXPECT_FALSE(isLoadableProgram(launcher_, (folder_.path() / "missing").string()));
+  EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path()));
+  EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path() / "missing"));
 }
 
 }  // namespace

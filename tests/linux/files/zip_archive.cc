@@ -12,8 +12,8 @@ namespace orvel::posix_test {
 
 namespace {
 
-constexpr time_t someTime = 1'700'000'000;
-constexpr la_int64_t someUser = 12'345;
+constexpr time_t modificationTime = 1'700'000'000;
+constexpr la_int64_t owner = 12'345;
 
 void require(bool holds, archive *writer) {
   if (!holds) throw std::runtime_error(archive_error_string(writer));
@@ -24,9 +24,9 @@ void write(archive *writer, const ZipEntry &source) {
                                                                             archive_entry_free);
   archive_entry_set_pathname(entry.get(), source.name.c_str());
   archive_entry_set_mode(entry.get(), source.mode);
-  archive_entry_set_mtime(entry.get(), someTime, 0);
-  archive_entry_set_uid(entry.get(), someUser);
-  archive_entry_set_gid(entry.get(), someUser);
+  archive_entry_set_mtime(entry.get(), modificationTime, 0);
+  archive_entry_set_uid(entry.get(), owner);
+  archive_entry_set_gid(entry.get(), owner);
   if (S_ISLNK(source.mode)) {
     archive_entry_set_symlink(entry.get(), source.contents.c_str());
   } else {

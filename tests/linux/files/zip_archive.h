@@ -11,7 +11,7 @@ struct ZipEntry {
   std::string name;
   /// Includes the file type bits of <sys/stat.h>.
   unsigned mode = 0100644;
-  /// The target in the case of a symbolic link.
+  /// The target of a symbolic link.
   std::string contents;
 };
 

@@ -1,4 +1,4 @@
-// What only a real main loop and real threads have.
+// What the queues promise beyond the contract, on a real main loop and real threads.
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ void iterateUntil(const Condition &condition) {
   while (!condition()) g_main_context_iteration(nullptr, TRUE);
 }
 
-TEST(GlibMainQueue, RunsWorkInALoopThatWorkOpens) {
+TEST(GlibMainQueue, NestedLoopRunsRemainingWork) {
   GlibMainQueue queue;
   std::vector<int> order;
   bool delayed = false;
@@ -35,7 +35,6 @@ TEST(GlibMainQueue, RunsWorkInALoopThatWorkOpens) {
     order.push_back(1);
     queue.post([&] { order.push_back(3); });
     queue.after(milliseconds(20), [&] { delayed = true; });
-    // As a modal panel does.
     iterateUntil([&] { return delayed && order.size() == 3 && repeated > 2; });
     order.push_back(4);
   });
@@ -44,7 +43,7 @@ TEST(GlibMainQueue, RunsWorkInALoopThatWorkOpens) {
   EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
 }
 
-TEST(GlibMainQueue, KeepsTheOrderOfEachThread) {
+TEST(GlibMainQueue, WorkOfEachThreadKeepsItsOrder) {
   GlibMainQueue queue;
   constexpr int perThread = 2000;
   std::vector<std::vector<int>> order(4);
@@ -64,7 +63,7 @@ TEST(GlibMainQueue, KeepsTheOrderOfEachThread) {
   for (const auto &own : order) EXPECT_TRUE(std::is_sorted(own.begin(), own.end()));
 }
 
-TEST(GlibMainQueue, WakesALoopThatSleeps) {
+TEST(GlibMainQueue, PostWakesSleepingLoop) {
   GlibMainQueue queue;
   std::atomic<bool> ran = false;
   std::thread other([&] { queue.post([&] { ran = true; }); });
@@ -72,7 +71,7 @@ TEST(GlibMainQueue, WakesALoopThatSleeps) {
   other.join();
 }
 
-TEST(GlibMainQueue, LeavesOutRepetitionsThatWereMissed) {
+TEST(GlibMainQueue, MissedRepetitionsAreSkipped) {
   GlibMainQueue queue;
   int runs = 0;
   queue.every(milliseconds(20), [&] { ++runs; });
@@ -83,29 +82,29 @@ TEST(GlibMainQueue, LeavesOutRepetitionsThatWereMissed) {
   EXPECT_EQ(runs, 1);
 }
 
-TEST(GlibMainQueue, DropsWorkWithTheQueue) {
-  auto held = std::make_shared<int>(1);
+TEST(GlibMainQueue, DestructionDropsPendingWork) {
+  const auto captured = std::make_shared<int>(1);
   {
     GlibMainQueue queue;
-    queue.post([held] { ADD_FAILURE() << "ran after the queue was gone"; });
-    queue.after(milliseconds(0), [held] { ADD_FAILURE() << "ran after the queue was gone"; });
-    EXPECT_EQ(held.use_count(), 3);
+    queue.post([captured] { ADD_FAILURE() << "ran after destruction"; });
+    queue.after(milliseconds(0), [captured] { ADD_FAILURE() << "ran after destruction"; });
+    EXPECT_EQ(captured.use_count(), 3);
   }
-  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(captured.use_count(), 1);
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
 }
 
-TEST(GlibMainQueue, LetsGoOfWorkThatHasRun) {
+TEST(GlibMainQueue, FinishedWorkIsReleased) {
   GlibMainQueue queue;
-  auto held = std::make_shared<int>(1);
+  const auto captured = std::make_shared<int>(1);
   bool ran = false;
-  queue.post([held, &ran] { ran = true; });
+  queue.post([captured, &ran] { ran = true; });
   iterateUntil([&] { return ran; });
-  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(captured.use_count(), 1);
 }
 
-TEST(ThreadBackgroundQueue, RunsWorkBesideOtherWork) {
+TEST(ThreadBackgroundQueue, WorkRunsInParallel) {
   ThreadBackgroundQueue queue;
   std::promise<void> first;
   std::promise<void> second;
@@ -146,7 +145,7 @@ class NoNewThreads {
   rlimit before_{};
 };
 
-TEST(ThreadBackgroundQueue, NeverRunsWorkOnTheCallerThoughNoThreadIsLeft) {
+TEST(ThreadBackgroundQueue, WorkNeverRunsOnCallerWhenNoThreadCanStart) {
   std::array<std::promise<std::thread::id>, 3> threads;
   ThreadBackgroundQueue queue;
   {
@@ -163,20 +162,20 @@ TEST(ThreadBackgroundQueue, NeverRunsWorkOnTheCallerThoughNoThreadIsLeft) {
   }
 }
 
-TEST(ThreadBackgroundQueue, WaitsForItsWorkWhenItGoes) {
+TEST(ThreadBackgroundQueue, DestructionWaitsForWork) {
   std::atomic<int> ended = 0;
-  auto held = std::make_shared<int>(1);
+  const auto captured = std::make_shared<int>(1);
   {
     ThreadBackgroundQueue queue;
     for (int number = 0; number < 20; ++number) {
-      queue.post([&ended, held] {
+      queue.post([&ended, captured] {
         std::this_thread::sleep_for(milliseconds(20));
         ++ended;
       });
     }
   }
   EXPECT_EQ(ended, 20);
-  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(captured.use_count(), 1);
 }
 
 }  // namespace

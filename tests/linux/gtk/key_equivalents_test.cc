@@ -9,7 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(KeyEquivalents, commandIsControlAndSuperAsWell) {
+TEST(KeyEquivalents, CommandKeyIsControlAndSuper) {
   std::vector<std::pair<std::string, std::vector<std::string>>> all;
   for (const Menu &menu : menuBarDescription()) {
     for (const MenuItem &item : menu.items) {
@@ -30,7 +30,7 @@ TEST(KeyEquivalents, commandIsControlAndSuperAsWell) {
                                std::pair("Minimaliseer", Keys{"<Control>m", "<Super>m"})));
 }
 
-TEST(KeyEquivalents, onlyTheEditMenuLetsThePageGoFirst) {
+TEST(KeyEquivalents, OnlyEditMenuHasEditingCommands) {
   for (const Menu &menu : menuBarDescription()) {
     for (const MenuItem &item : menu.items) {
       if (item.isSeparator) continue;

@@ -1,4 +1,4 @@
-// The window and the alerts of the Linux desktop, as GTK has them.
+// The main window and the alerts in GTK.
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
@@ -7,24 +7,24 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 
-#include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/gtk/gtk_window.h"
 #include "platform/linux/gtk/window_frame.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/linux/open_alert.h"
 #include "tests/support/permissive_delegate.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
 
-class LinuxDesktop : public testing::TestWithParam<const char *> {
+class MainWindow : public testing::Test {
  protected:
-  ::GtkWindow *makeWindow(const std::string &keptFrame, int minimumWidth = 400,
+  ::GtkWindow *makeWindow(const std::string &storedFrame, int minimumWidth = 400,
                           int minimumHeight = 300) {
-    platform->ports().defaults.setText("ContractFrame", keptFrame);
+    platform->ports().defaults.setText("ContractFrame", storedFrame);
     WindowConfiguration configuration;
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
@@ -38,6 +38,9 @@ class LinuxDesktop : public testing::TestWithParam<const char *> {
   }
 
   Rect screen() { return platform->ports().windows.mainScreenVisibleFrame().value(); }
+  WindowFrame screenSize() {
+    return {static_cast<int>(screen().width), static_cast<int>(screen().height)};
+  }
 
   static WindowFrame frameOf(::GtkWindow *handle) {
     WindowFrame frame;
@@ -55,28 +58,17 @@ class LinuxDesktop : public testing::TestWithParam<const char *> {
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
   }
 
-  /// The alert that is open, or null.
-  static ::GtkWindow *alert() {
-    ::GtkWindow *found = nullptr;
-    GListModel *windows = gtk_window_get_toplevels();
-    for (guint place = 0; place < g_list_model_get_n_items(windows); ++place) {
-      const auto one = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows, place)));
-      if (gtk_window_get_modal(one.get())) found = one.get();
-    }
-    return found;
-  }
-
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
   PermissiveDelegate delegate;
   std::unique_ptr<WebView> view;
   std::unique_ptr<Window> window;
 };
 
-TEST_P(LinuxDesktop, AKeptFrameComesBack) {
+TEST_F(MainWindow, StoredFrameIsRestored) {
   EXPECT_EQ(frameOf(makeWindow("450 350")), (WindowFrame{450, 350}));
 }
 
-TEST_P(LinuxDesktop, IsDarkFromTheBeginningAndStaysSo) {
+TEST_F(MainWindow, ThemeIsAlwaysDark) {
   GtkSettings *settings = gtk_settings_get_default();
   constexpr const char *dark = "gtk-application-prefer-dark-theme";
   GParamSpec *property = g_object_class_find_property(G_OBJECT_GET_CLASS(settings), dark);
@@ -89,19 +81,17 @@ TEST_P(LinuxDesktop, IsDarkFromTheBeginningAndStaysSo) {
   EXPECT_TRUE(isDark);
 }
 
-TEST_P(LinuxDesktop, WithoutAKeptFrameTheWindowTakesItsRectangle) {
-  const WindowFrame whole{static_cast<int>(screen().width), static_cast<int>(screen().height)};
-  EXPECT_EQ(frameOf(makeWindow("no frame at all")), whole);
+TEST_F(MainWindow, WithoutStoredFrameContentRectangleIsUsed) {
+  EXPECT_EQ(frameOf(makeWindow("no frame at all")), screenSize());
 }
 
-TEST_P(LinuxDesktop, AKeptFrameIsMadeToFit) {
-  const WindowFrame whole{static_cast<int>(screen().width), static_cast<int>(screen().height)};
-  EXPECT_EQ(frameOf(makeWindow("99999 99999")), whole);
+TEST_F(MainWindow, StoredFrameIsLimitedToScreenAndMinimum) {
+  EXPECT_EQ(frameOf(makeWindow("99999 99999")), screenSize());
   window.reset();
   EXPECT_EQ(frameOf(makeWindow("1 1")), (WindowFrame{400, 300}));
 }
 
-TEST_P(LinuxDesktop, AChangedFrameIsKept) {
+TEST_F(MainWindow, ChangedFrameIsStored) {
   ::GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
   gtk_window_set_default_size(handle, 500, 400);
@@ -109,13 +99,12 @@ TEST_P(LinuxDesktop, AChangedFrameIsKept) {
       [&] { return platform->ports().defaults.text("ContractFrame") == "500 400"; }));
 }
 
-TEST_P(LinuxDesktop, MinimumSizeFollowsTheSizeOfTheMonitor) {
+TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   ::GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
-  const Rect whole = screen();
-  const std::string mode = std::to_string(static_cast<int>(whole.width)) + "x" +
-                           std::to_string(static_cast<int>(whole.height));
+  const WindowFrame size = screenSize();
+  const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
   // A virtual screen ignores the timings of a mode.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
@@ -124,27 +113,23 @@ TEST_P(LinuxDesktop, MinimumSizeFollowsTheSizeOfTheMonitor) {
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{400, 300}; }));
 }
 
-TEST_P(LinuxDesktop, MinimumSizeFollowsTheScaleOfTheMonitor) {
-  const Rect whole = screen();
-  const WindowFrame minimum{static_cast<int>(whole.width) - 100,
-                            static_cast<int>(whole.height) - 100};
+TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
+  const WindowFrame size = screenSize();
+  const WindowFrame minimum{size.width - 100, size.height - 100};
   ::GtkWindow *handle = makeWindow("", minimum.width, minimum.height);
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), minimum);
 
   // An XSettings daemon announces the scale, as on a desktop.
-  std::string file = testing::TempDir() + "orvel-xsettings-XXXXXX";
-  const int descriptor = ::mkstemp(file.data());
-  ASSERT_GE(descriptor, 0);
-  ::close(descriptor);
-  std::ofstream(file) << "Gdk/WindowScalingFactor 2\n";
+  const TemporaryFolder folder;
+  const std::string file = folder.file("xsettings", "Gdk/WindowScalingFactor 2\n");
   const pid_t daemon = ::fork();
   ASSERT_GE(daemon, 0);
   if (daemon == 0) {
     ::execlp("xsettingsd", "xsettingsd", "-c", file.c_str(), nullptr);
     ::_exit(127);
   }
-  const WindowFrame half{static_cast<int>(whole.width) / 2, static_cast<int>(whole.height) / 2};
+  const WindowFrame half{size.width / 2, size.height / 2};
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
   // The daemon reads its file again on SIGHUP.
   std::ofstream(file) << "Gdk/WindowScalingFactor 1\n";
@@ -152,18 +137,17 @@ TEST_P(LinuxDesktop, MinimumSizeFollowsTheScaleOfTheMonitor) {
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
   ::kill(daemon, SIGTERM);
   ::waitpid(daemon, nullptr, 0);
-  std::filesystem::remove(file);
 }
 
-TEST_P(LinuxDesktop, ATextFieldBeginsSelectedAndReturnTakesTheFirstButton) {
+TEST_F(MainWindow, AlertTextIsSelectedAndReturnPressesFirstButton) {
   Alert question;
-  question.messageText = "Adres";
-  question.buttons = {"Bewaar", "Annuleren"};
+  question.messageText = "Address";
+  question.buttons = {"Save", "Cancel"};
   question.textField = AlertTextField{340, 24, "http://127.0.0.1:4767/"};
   std::optional<AlertAnswer> answer;
   platform->ports().panels.runModal(question, [&](const AlertAnswer &given) { answer = given; });
 
-  GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(alert()));
+  GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(openAlert()));
   ASSERT_TRUE(GTK_IS_ENTRY(field));
   int begin = 0;
   int end = 0;
@@ -172,16 +156,13 @@ TEST_P(LinuxDesktop, ATextFieldBeginsSelectedAndReturnTakesTheFirstButton) {
   EXPECT_EQ(end, static_cast<int>(question.textField->text.size()));
   EXPECT_TRUE(platform->runUntil([&] { return gtk_widget_get_allocated_width(field) == 340; }));
 
-  // As the Return key in the field does.
-  g_signal_emit_by_name(gtk_window_get_focus(alert()), "activate");
+  // The Return key emits this signal.
+  g_signal_emit_by_name(gtk_window_get_focus(openAlert()), "activate");
   ASSERT_TRUE(platform->runUntil([&] { return answer.has_value(); }));
   EXPECT_EQ(answer->button, 0);
   EXPECT_EQ(answer->text, question.textField->text);
-  EXPECT_EQ(alert(), nullptr);
+  EXPECT_EQ(openAlert(), nullptr);
 }
-
-INSTANTIATE_TEST_SUITE_P(Gtk, LinuxDesktop, testing::Values("Linux"),
-                         [](const auto &platform) { return platform.param; });
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// The extension that files of a media type usually have.
+// The usual file name extension of a media type.
 
 #include "platform/linux/http/media_type.h"
 
@@ -7,15 +7,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <utility>
-#include <vector>
 
-#include "tests/support/posix_test_support.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
 
-/// Makes GIO use other MIME folders during its lifetime, the user's folder first.
+/// Makes GIO use other MIME folders during the lifetime of the object.
 class MediaTypeFolders {
  public:
   explicit MediaTypeFolders(const std::vector<std::string> &folders) {
@@ -31,7 +29,7 @@ class MediaTypeFolders {
 
 class MediaType : public testing::Test {
  protected:
-  /// Describes a type in one of two folders, as the tools of the database do.
+  /// Writes the description of a type in the format of the shared MIME database.
   void describe(const std::string &folder, const std::string &type, const std::string &globs) {
     const auto path = folder_.path() / folder / (type + ".xml");
     std::filesystem::create_directories(path.parent_path());
@@ -39,15 +37,14 @@ class MediaType : public testing::Test {
                         << "\">" << globs << "</mime-type>\n";
   }
   std::optional<std::string> extensionOf(const std::string &type) const {
-    const MediaTypeFolders folders(
-        {(folder_.path() / "user").string(), (folder_.path() / "system").string()});
+    const MediaTypeFolders folders({folder_.path() / "user", folder_.path() / "system"});
     return usualExtension(type);
   }
 
   TemporaryFolder folder_;
 };
 
-TEST_F(MediaType, HasTheFirstExtensionOfTheHighestWeight) {
+TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
   describe("system", "a/b",
            "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
            "<glob pattern=\"*.two\" weight=\"50\"/>");
@@ -58,7 +55,7 @@ TEST_F(MediaType, HasTheFirstExtensionOfTheHighestWeight) {
   EXPECT_EQ(extensionOf("a/b"), "own");
 }
 
-TEST_F(MediaType, TakesOnlyPatternsThatAreAnExtension) {
+TEST_F(MediaType, PatternsOtherThanExtensionsAreIgnored) {
   describe("system", "a/b",
            "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"
            "<glob pattern=\"*.[0-9]\"/><glob pattern=\"*.x*\"/><glob pattern=\"*./../x\"/>"
@@ -68,7 +65,7 @@ TEST_F(MediaType, TakesOnlyPatternsThatAreAnExtension) {
   EXPECT_EQ(extensionOf("a/c"), std::nullopt);
 }
 
-TEST_F(MediaType, IsKnownByItsOtherNames) {
+TEST_F(MediaType, AliasHasExtensionOfItsType) {
   describe("system", "a/b", "<glob pattern=\"*.one\"/>");
   std::ofstream(folder_.path() / "system" / "aliases") << "x/other a/b\nx/away ../a/b\n";
   EXPECT_EQ(extensionOf("x/other"), "one");
@@ -76,14 +73,14 @@ TEST_F(MediaType, IsKnownByItsOtherNames) {
   EXPECT_EQ(extensionOf("x/away"), std::nullopt);
 }
 
-TEST_F(MediaType, IsReadWithoutCaseAndParameters) {
+TEST_F(MediaType, CaseAndParametersAreIgnored) {
   describe("system", "a/b", "<glob pattern=\"*.one\"/>");
   for (const char *type : {"a/b", "A/B", " a/b ", "a/b;charset=utf-8", "a/b ; x=\"y/z\""}) {
     EXPECT_EQ(extensionOf(type), "one") << type;
   }
 }
 
-TEST_F(MediaType, NeverLeadsOutOfTheDatabase) {
+TEST_F(MediaType, TypeCannotNameFileOutsideDatabase) {
   describe("", "b", "<glob pattern=\"*.one\"/>");
   describe("system", "a/b", "<glob pattern=\"*.one\"/>");
   for (const char *type : {"", "/", "a", "a/", "/b", "../b", "./b", "a/../b", "a//b", "a/b/", ".",
@@ -92,11 +89,11 @@ TEST_F(MediaType, NeverLeadsOutOfTheDatabase) {
   }
 }
 
-TEST_F(MediaType, HasNoExtensionWithoutADatabase) {
+TEST_F(MediaType, MissingDatabaseLeavesExtensionAbsent) {
   EXPECT_EQ(extensionOf("text/plain"), std::nullopt);
 }
 
-TEST_F(MediaType, HasTheExtensionThatUsersExpectInTheSystemsDatabase) {
+TEST_F(MediaType, SystemDatabaseHasUsualExtensions) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
       {"text/plain", "txt"},
       {"text/html", "html"},

@@ -1,66 +1,57 @@
-// Downloads of the HTTP session on real sockets: what reaches the disk, and that
-// nothing else does.
+// Downloads of the HTTP session on real sockets: the file, and that nothing else is left.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <condition_variable>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <mutex>
+#include <future>
 
 #include "base/file_move.h"
 #include "platform/linux/http/soup_http_session.h"
+#include "tests/support/folder_tree.h"
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
-#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace posix_test;
 using std::chrono::milliseconds;
 
-struct Outcome {
+struct Result {
   bool hasFile = false;
-  std::optional<HttpResponse> response;
   std::optional<std::string> name;
   MoveResult moved = MoveResult::failed;
 };
 
-/// Downloads, moves what comes to the path, and waits for all of that.
-Outcome download(SoupHttpSession &session, const UrlRequest &request, const std::string &to) {
-  std::mutex mutex;
-  std::condition_variable arrived;
-  std::optional<Outcome> outcome;
-  session.downloadTask(request, [&](const Download &told) {
-    Outcome seen{told.file.has_value(), told.response, told.suggestedFilename};
-    if (told.file) seen.moved = moveFile(*told.file, to);
-    const std::lock_guard lock(mutex);
-    outcome = seen;
-    arrived.notify_all();
+/// Downloads a file, moves it to the path, and waits for both.
+Result download(SoupHttpSession &session, const UrlRequest &request, const std::string &path) {
+  const auto promise = std::make_shared<std::promise<Result>>();
+  session.downloadTask(request, [promise, path](const Download &download) {
+    Result result{.hasFile = download.file.has_value(), .name = download.suggestedFilename};
+    if (download.file) result.moved = moveFile(*download.file, path);
+    promise->set_value(result);
   });
-  std::unique_lock lock(mutex);
-  arrived.wait(lock, [&] { return outcome.has_value(); });
-  return *outcome;
+  return promise->get_future().get();
 }
 
-/// For its life no file of this process grows beyond a size.
-class LargestFile {
+/// Limits the size of the files that this process writes, during the lifetime of the
+/// object. Simulates a full disk without mounting a file system.
+class FileSizeLimit {
  public:
-  explicit LargestFile(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+  explicit FileSizeLimit(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
     ::getrlimit(RLIMIT_FSIZE, &before_);
     const rlimit limit{size, before_.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &limit);
   }
-  ~LargestFile() {
+  ~FileSizeLimit() {
     ::setrlimit(RLIMIT_FSIZE, &before_);
     std::signal(SIGXFSZ, handler_);
   }
-  LargestFile(const LargestFile &) = delete;
-  LargestFile &operator=(const LargestFile &) = delete;
+  FileSizeLimit(const FileSizeLimit &) = delete;
+  FileSizeLimit &operator=(const FileSizeLimit &) = delete;
 
  private:
   rlimit before_{};
@@ -69,172 +60,125 @@ class LargestFile {
 
 class SoupHttpDownload : public testing::Test {
  protected:
-  Outcome fetch(const UrlRequest &request) { return download(session_, request, target_); }
-  Outcome fetch(const LoopbackServer &server) { return fetch(requestOf(server.url("/a/lijst"))); }
+  Result fetch(const UrlRequest &request) { return download(session_, request, target_); }
+  Result fetch(const LoopbackServer &server) { return fetch(requestOf(server.url())); }
+  bool folderIsEmpty() const { return fs::is_empty(folder_.path()); }
 
-  std::size_t filesInFolder() const {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()));
-  }
-  static std::string textOf(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  TemporaryFolder folder_;
-  const std::string target_ = (folder_.path() / "naar").string();
-  SoupHttpSession session_{{folder_.path().string()}};
+  const TemporaryFolder folder_;
+  const std::string target_ = folder_.path() / "target";
+  SoupHttpSession session_{{folder_.path()}};
 };
 
-TEST_F(SoupHttpDownload, WritesBodiesOfEverySize) {
+TEST_F(SoupHttpDownload, BodyOfEverySizeIsWritten) {
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 5'000'000U}) {
     std::string body(size, '\0');
     for (std::size_t at = 0; at < size; ++at) body[at] = static_cast<char>(at * 31 / 7);
-    const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-      client.send(answer("200 OK", body));
-    });
+    const LoopbackServer server(respondWith(okResponse(body)));
     EXPECT_EQ(fetch(server).moved, MoveResult::moved) << size;
-    EXPECT_EQ(textOf(target_), body) << size;
-    EXPECT_EQ(filesInFolder(), 1U) << size;
+    EXPECT_EQ(contentsOf(target_), body) << size;
+    EXPECT_EQ(entryCount(folder_.path()), 1) << size;
     fs::remove(target_);
   }
 }
 
-TEST_F(SoupHttpDownload, GivesFilesTheModeOfTheUsersOwn) {
-  const LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "x")); });
+TEST_F(SoupHttpDownload, FileModeFollowsUmask) {
+  const LoopbackServer server(respondWith(okResponse("x")));
   fetch(server);
   const mode_t mask = ::umask(0);
   ::umask(mask);
   EXPECT_EQ(fs::status(target_).permissions(), static_cast<fs::perms>(0666U & ~mask));
 }
 
-TEST_F(SoupHttpDownload, LeavesNothingOfABodyThatIsCut) {
+TEST_F(SoupHttpDownload, TruncatedBodyLeavesNoFile) {
   const std::string block(100'000, 'x');
-  const std::vector<std::string> answers{
-      "HTTP/1.1 200 OK\r\nContent-Length: 200000\r\n\r\n" + block,
-      "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n186A0\r\n" + block + "\r\n",
-      "HTTP/1.1 200 OK\r\nContent-Le",
-      "",
-  };
-  for (const std::string &bytes : answers) {
+  for (const std::string &bytes :
+       {"HTTP/1.1 200 OK\r\nContent-Length: 200000\r\n\r\n" + block,
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n186A0\r\n" + block + "\r\n",
+        std::string("HTTP/1.1 200 OK\r\nContent-Le"), std::string()}) {
     const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
-      client.finish();
+      client.shutDownSending();
     });
-    const Outcome outcome = fetch(server);
-    EXPECT_FALSE(outcome.hasFile);
-    EXPECT_EQ(filesInFolder(), 0U);
+    EXPECT_FALSE(fetch(server).hasFile);
+    EXPECT_TRUE(folderIsEmpty());
   }
 }
 
-TEST_F(SoupHttpDownload, EndsWhenTheServerFallsSilent) {
-  const LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab");
-    client.waitForClient();
-  });
+TEST_F(SoupHttpDownload, StalledBodyTimesOutAndLeavesNoFile) {
+  const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
   UrlRequest request = requestOf(server.url());
   request.timeout = milliseconds(300);
   EXPECT_FALSE(fetch(request).hasFile);
-  EXPECT_EQ(filesInFolder(), 0U);
+  EXPECT_TRUE(folderIsEmpty());
 }
 
-TEST_F(SoupHttpDownload, HasNoLimitInTime) {
+TEST_F(SoupHttpDownload, SlowBodyMayTakeLongerThanTimeout) {
   const LoopbackServer server([](LoopbackConnection &client, const std::string &) {
     client.send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\n");
-    client.dribble("druppels", milliseconds(100));
+    client.sendSlowly("droplets", milliseconds(100));
   });
   UrlRequest request = requestOf(server.url());
   request.timeout = milliseconds(500);
   EXPECT_EQ(fetch(request).moved, MoveResult::moved);
-  EXPECT_EQ(textOf(target_), "druppels");
+  EXPECT_EQ(contentsOf(target_), "droplets");
 }
 
-TEST_F(SoupHttpDownload, SendsAnEmptyCookieField) {
+TEST_F(SoupHttpDownload, RedirectedDownloadIsNamedByFinalUrl) {
+  const LoopbackServer other(respondWith(okResponse("x")));
+  const LoopbackServer server(respondWith(redirectTo(other.url("/elsewhere/file.txt"))));
+  EXPECT_EQ(fetch(server).name, "file.txt");
+}
+
+TEST_F(SoupHttpDownload, ContentDispositionNamesDownload) {
   const LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "x")); });
-  UrlRequest request = requestOf(server.url());
-  request.setHeader("X-ORVEL-App", "");
-  request.setHeader("Cookie", "");
-  fetch(request);
-  EXPECT_NE(server.heads()[0].find("\r\nCookie:"), std::string::npos) << server.heads()[0];
-  EXPECT_EQ(fieldIn(server.heads()[0], "Cookie").find_first_not_of(' '), std::string::npos);
-}
-
-TEST_F(SoupHttpDownload, KeepsCookiesFromOtherServers) {
-  const LoopbackServer other(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "x")); });
-  const LoopbackServer first([&](LoopbackConnection &client, const std::string &) {
-    client.send(answer("302 Found", "", "Location: " + other.url("/elders/los.txt") + "\r\n"));
-  });
-  UrlRequest request = requestOf(first.url());
-  request.setHeader("Cookie", "orvelapp=geheim");
-  const Outcome outcome = fetch(request);
-  EXPECT_EQ(fieldIn(first.heads()[0], "Cookie"), " orvelapp=geheim");
-  EXPECT_EQ(fieldIn(other.heads()[0], "Cookie"), "(absent)");
-  // The name is that of the address in the end.
-  EXPECT_EQ(outcome.name, "los.txt");
-}
-
-TEST_F(SoupHttpDownload, ReadsTheNameFromTheHead) {
-  const LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send(answer("200 OK", "x",
-                       "Content-Disposition: attachment; filename=\"a/b.csv\"\r\n"
-                       "Content-Type: text/csv\r\n"));
-  });
+      respondWith(okResponse("x",
+                             "Content-Disposition: attachment; filename=\"a/b.csv\"\r\n"
+                             "Content-Type: text/csv\r\n")));
   EXPECT_EQ(fetch(server).name, "a/b.csv");
 }
 
-TEST_F(SoupHttpDownload, FailsWithoutARequestWhereNoFileCanBeMade) {
-  const LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "x")); });
-  const std::string file = folder_.file("bestand", "x");
+TEST_F(SoupHttpDownload, WithoutWritableFolderNoRequestIsSent) {
+  const LoopbackServer server(respondWith(okResponse("x")));
+  const std::string file = folder_.file("file", "x");
   for (const std::vector<std::string> &folders :
-       {std::vector<std::string>{}, {(folder_.path() / "weg").string()}, {file}}) {
+       {std::vector<std::string>{}, {folder_.path() / "missing"}, {file}}) {
     SoupHttpSession session(folders);
     EXPECT_FALSE(download(session, requestOf(server.url()), target_).hasFile);
   }
   EXPECT_TRUE(server.heads().empty());
 }
 
-TEST_F(SoupHttpDownload, TakesTheFirstFolderThatServes) {
-  const LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "x")); });
-  SoupHttpSession session({(folder_.path() / "weg").string(), folder_.path().string()});
+TEST_F(SoupHttpDownload, FirstWritableFolderIsUsed) {
+  const LoopbackServer server(respondWith(okResponse("x")));
+  SoupHttpSession session({folder_.path() / "missing", folder_.path()});
   EXPECT_EQ(download(session, requestOf(server.url()), target_).moved, MoveResult::moved);
 }
 
-TEST_F(SoupHttpDownload, FailsOnAFullDisk) {
-  // A limit on the size of files acts like a disk that is full.
-  const LargestFile limit(100'000);
-  const std::string body(300'000, 'x');
-  const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-    client.send(answer("200 OK", body));
-  });
+TEST_F(SoupHttpDownload, FullDiskLeavesNoFile) {
+  const FileSizeLimit limit(100'000);
+  const LoopbackServer server(respondWith(okResponse(std::string(300'000, 'x'))));
   EXPECT_FALSE(fetch(server).hasFile);
-  EXPECT_EQ(filesInFolder(), 0U);
+  EXPECT_TRUE(folderIsEmpty());
 }
 
-TEST_F(SoupHttpDownload, EndOfTheSessionEndsThemWithoutATrace) {
+TEST_F(SoupHttpDownload, DestroyedSessionLeavesNoFile) {
   std::atomic<int> failed = 0;
-  const LoopbackServer server([](LoopbackConnection &client, const std::string &) {
-    client.send("HTTP/1.1 200 OK\r\nContent-Length: 500000\r\n\r\n" + std::string(100'000, 'x'));
-    client.waitForClient();
-  });
+  const LoopbackServer server(
+      stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 500000\r\n\r\n" + std::string(100'000, 'x')));
   {
-    SoupHttpSession session({folder_.path().string()});
+    SoupHttpSession session({folder_.path()});
     for (int number = 0; number < 5; ++number) {
       session.downloadTask(requestOf(server.url()),
                            [&](const Download &download) { failed += download.file ? 0 : 1; });
     }
-    ASSERT_TRUE(posix_test::eventually([&] { return server.heads().size() == 5; }));
+    ASSERT_TRUE(eventually([&] { return server.heads().size() == 5; }));
   }
   EXPECT_EQ(failed, 5);
-  EXPECT_EQ(filesInFolder(), 0U);
+  EXPECT_TRUE(folderIsEmpty());
 }
 
-TEST_F(SoupHttpDownload, HoldsNoBodyInMemory) {
-  if (posix_test::hasSanitizer) GTEST_SKIP() << "a sanitizer keeps what was freed";
+TEST_F(SoupHttpDownload, BodyIsNotHeldInMemory) {
+  if (hasSanitizer) GTEST_SKIP() << "a sanitizer retains freed memory";
   constexpr std::size_t megabyte = 1'048'576;
   const LoopbackServer server([](LoopbackConnection &client, const std::string &) {
     client.send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(300 * megabyte) +

@@ -1,4 +1,4 @@
-// What becomes of answers, good and bad, that come over a real socket.
+// Valid and invalid responses that arrive over a real socket.
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -14,92 +14,74 @@
 namespace orvel {
 namespace {
 
-class SoupHttpAnswer : public testing::Test {
+const std::string gzipField = "Content-Encoding: gzip\r\n";
+
+class SoupHttpResponse : public testing::Test {
  protected:
-  /// What becomes of a request that is answered with these bytes, after which
-  /// the connection closes.
-  HttpReplies::Reply replyTo(const std::string &bytes) {
-    LoopbackServer server(
-        [&](LoopbackConnection &client, const std::string &) { client.send(bytes); });
-    return fetch(session_, requestOf(server.url()));
+  /// Expects this reply when the server sends the bytes and closes the connection.
+  void expectReply(const std::string &bytes, std::optional<int> status,
+                   const std::optional<std::string> &body) {
+    const LoopbackServer server(respondWith(bytes));
+    const auto reply = fetch(session_, server.url());
+    EXPECT_EQ(reply.status, status) << bytes;
+    EXPECT_EQ(reply.body, body) << bytes;
   }
-  void expectNothing(const std::string &bytes) {
-    const auto reply = replyTo(bytes);
-    EXPECT_EQ(reply.status, std::nullopt) << bytes;
-    EXPECT_EQ(reply.body, std::nullopt) << bytes;
-  }
-  void expectHeadAlone(const std::string &bytes) {
-    const auto reply = replyTo(bytes);
-    EXPECT_EQ(reply.status, 200) << bytes;
-    EXPECT_EQ(reply.body, std::nullopt) << bytes;
-  }
+  void expectFailure(const std::string &bytes) { expectReply(bytes, std::nullopt, std::nullopt); }
+  void expectHeadOnly(const std::string &bytes) { expectReply(bytes, 200, std::nullopt); }
 
   SoupHttpSession session_;
 };
 
-TEST_F(SoupHttpAnswer, GivesEveryStatusAndBody) {
-  for (const char *status : {"200 OK", "201 Created", "401 Unauthorized", "403 Forbidden",
-                             "404 Not Found", "500 Broken", "503 Busy", "299 Odd"}) {
-    const auto reply = replyTo(answer(status, "the body"));
-    EXPECT_EQ(reply.status, std::stoi(status));
-    EXPECT_EQ(reply.body, "the body");
+TEST_F(SoupHttpResponse, EveryStatusIsReportedWithItsBody) {
+  for (const std::string status : {"200 OK", "201 Created", "401 Unauthorized", "403 Forbidden",
+                                   "404 Not Found", "500 Broken", "503 Busy", "299 Odd"}) {
+    expectReply(response(status, "the body"), std::stoi(status), "the body");
   }
-  for (const char *status : {"204 No Content", "304 Not Modified"}) {
-    const auto reply = replyTo("HTTP/1.1 " + std::string(status) + "\r\n\r\n");
-    EXPECT_EQ(reply.status, std::stoi(status));
-    EXPECT_EQ(reply.body, "");
+  for (const std::string status : {"204 No Content", "304 Not Modified"}) {
+    expectReply("HTTP/1.1 " + status + "\r\n\r\n", std::stoi(status), "");
   }
-  EXPECT_EQ(replyTo("HTTP/1.1 304 Not Modified\r\nContent-Length: 9\r\n\r\n").status, 304);
+  expectReply("HTTP/1.1 304 Not Modified\r\nContent-Length: 9\r\n\r\n", 304, "");
 }
 
-TEST_F(SoupHttpAnswer, AsksNobodyForAPassword) {
-  const auto reply =
-      replyTo(answer("401 Unauthorized", "no", "WWW-Authenticate: Basic realm=\"os\"\r\n"));
-  EXPECT_EQ(reply.status, 401);
-  EXPECT_EQ(reply.body, "no");
+TEST_F(SoupHttpResponse, AuthenticationChallengeIsAnOrdinaryResponse) {
+  expectReply(response("401 Unauthorized", "no", "WWW-Authenticate: Basic realm=\"os\"\r\n"), 401,
+              "no");
 }
 
-TEST_F(SoupHttpAnswer, GivesTheWholeBodyInEveryFraming) {
+TEST_F(SoupHttpResponse, BodyIsCompleteInEveryFraming) {
   const std::string bytes("a\0\r\n\xff", 5);
-  EXPECT_EQ(replyTo(answer("200 OK", bytes)).body, bytes);
-  EXPECT_EQ(replyTo("HTTP/1.0 200 OK\r\n\r\n" + bytes).body, bytes);
-  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + bytes).body, bytes);
-  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
-                    "3\r\nabc\r\n5;x=y\r\n" +
-                    bytes + "\r\n0\r\n\r\n")
-                .body,
-            "abc" + bytes);
-  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n").body, "");
-  EXPECT_EQ(replyTo("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + answer("200 OK", "x")).body,
-            "x");
-  std::string large;
-  large.resize(20'000'000, 'x');
-  EXPECT_EQ(replyTo(answer("200 OK", large)).body, large);
+  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  expectReply(okResponse(bytes), 200, bytes);
+  expectReply("HTTP/1.0 200 OK\r\n\r\n" + bytes, 200, bytes);
+  expectReply("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + bytes, 200, bytes);
+  expectReply(chunked + "3\r\nabc\r\n5;x=y\r\n" + bytes + "\r\n0\r\n\r\n", 200, "abc" + bytes);
+  expectReply(chunked + "0\r\n\r\n", 200, "");
+  expectReply("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + okResponse("x"), 200, "x");
 }
 
-TEST_F(SoupHttpAnswer, UndoesACompressionThatNobodyAskedFor) {
-  // "inhoud", by gzip.
+TEST_F(SoupHttpResponse, UnrequestedGzipBodyIsDecoded) {
+  // "inhoud", compressed with gzip.
   const std::string packed(
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\x03\xcb\xcc\xcb"
       "\xc8\x2f\x4d\x01\x00\x1e\x4d\xb5\x1d\x06\x00\x00\x00",
       26);
-  EXPECT_EQ(replyTo(answer("200 OK", packed, "Content-Encoding: gzip\r\n")).body, "inhoud");
-  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed).body, "inhoud");
-  EXPECT_EQ(replyTo(answer("200 OK", packed, "Content-Encoding: identity\r\n")).body, packed);
+  expectReply(okResponse(packed, gzipField), 200, "inhoud");
+  expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "inhoud");
+  expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
-    expectHeadAlone(answer("200 OK", packed.substr(0, size), "Content-Encoding: gzip\r\n"));
+    expectHeadOnly(okResponse(packed.substr(0, size), gzipField));
   }
-  std::string wrongSum = packed;
-  wrongSum[packed.size() - 8] ^= 1;
-  expectHeadAlone(answer("200 OK", wrongSum, "Content-Encoding: gzip\r\n"));
+  std::string wrongChecksum = packed;
+  wrongChecksum[packed.size() - 8] ^= 1;
+  expectHeadOnly(okResponse(wrongChecksum, gzipField));
 }
 
-TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheEncodingIsUnknown) {
-  expectHeadAlone(answer("200 OK", "inhoud", "Content-Encoding: br\r\n"));
+TEST_F(SoupHttpResponse, UnknownEncodingLeavesHeadOnly) {
+  expectHeadOnly(okResponse("body", "Content-Encoding: br\r\n"));
 }
 
-TEST_F(SoupHttpAnswer, TakesABodyOfManyBlocks) {
-  std::string body(8'000'000, '\0');
+TEST_F(SoupHttpResponse, LargeBodyIsComplete) {
+  std::string body(20'000'000, '\0');
   std::minstd_rand number;
   std::generate(body.begin(), body.end(), [&] { return static_cast<char>(number()); });
   const auto compressor = adopt(g_zlib_compressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP, 1));
@@ -112,83 +94,81 @@ TEST_F(SoupHttpAnswer, TakesABodyOfManyBlocks) {
       G_CONVERTER_FINISHED);
   packed.resize(written);
 
-  // Not by EXPECT_EQ, which would print them.
-  EXPECT_TRUE(replyTo(answer("200 OK", body)).body == body);
-  EXPECT_TRUE(replyTo(answer("200 OK", packed, "Content-Encoding: gzip\r\n")).body == body);
-  expectHeadAlone(answer("200 OK", packed.substr(0, written / 2), "Content-Encoding: gzip\r\n"));
+  const auto replyTo = [this](const std::string &bytes) {
+    const LoopbackServer server(respondWith(bytes));
+    return fetch(session_, server.url()).body;
+  };
+  // Not EXPECT_EQ, which would print the bodies.
+  EXPECT_TRUE(replyTo(okResponse(body)) == body);
+  EXPECT_TRUE(replyTo(okResponse(packed, gzipField)) == body);
+  EXPECT_TRUE(replyTo(okResponse(packed.substr(0, written / 2), gzipField)) == std::nullopt);
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheConnectionIsRefused) {
-  const auto reply =
-      fetch(session_, requestOf("http://127.0.0.1:" + std::to_string(unusedPort()) + "/"));
-  EXPECT_EQ(reply.status, std::nullopt);
-}
-
-TEST_F(SoupHttpAnswer, HasNoResponseWhenTheHeadIsTruncated) {
-  expectNothing("");
-  expectNothing("HTT");
-  expectNothing("HTTP/1.1 200 O");
-  expectNothing("HTTP/1.1 200 OK\r");
-  expectNothing("HTTP/1.1 200 OK\r\nContent-Le");
-  expectNothing("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r");
-}
-
-TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTruncated) {
-  // libsoup accepts a head without the empty line at its end.
-  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
-  expectHeadAlone("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
-  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
-  expectHeadAlone("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
-  expectHeadAlone("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");
-  expectHeadAlone("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
-  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-  for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
-                           "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
-    expectHeadAlone(chunked + body);
+TEST_F(SoupHttpResponse, TruncatedHeadFails) {
+  for (const char *bytes :
+       {"", "HTT", "HTTP/1.1 200 O", "HTTP/1.1 200 OK\r", "HTTP/1.1 200 OK\r\nContent-Le",
+        "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r"}) {
+    expectFailure(bytes);
   }
 }
 
-TEST_F(SoupHttpAnswer, HasNoBodyWhenTheConnectionIsReset) {
+TEST_F(SoupHttpResponse, TruncatedBodyLeavesHeadOnly) {
+  // libsoup accepts a head without the empty line at its end.
+  expectHeadOnly("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n");
+  expectHeadOnly("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n");
+  expectHeadOnly("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
+  expectHeadOnly("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  expectHeadOnly("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\n\r\nabcd");
+  expectHeadOnly("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
+                           "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
+    expectHeadOnly(chunked + body);
+  }
+}
+
+TEST_F(SoupHttpResponse, ResetConnectionHasNoBody) {
   for (const char *bytes :
        {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", "HTTP/1.1 200 OK\r\n\r\nab"}) {
-    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
+    const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
       client.reset();
     });
     // The reset may discard a head that is still in the socket buffer.
-    EXPECT_EQ(fetch(session_, requestOf(server.url())).body, std::nullopt) << bytes;
+    EXPECT_EQ(fetch(session_, server.url()).body, std::nullopt) << bytes;
   }
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenItIsNotHttp) {
-  expectNothing("220 ready\r\n");
-  expectNothing("<html>hello</html>\r\n\r\n");
-  expectNothing("HTTP/1.1 abc OK\r\n\r\n");
-  expectNothing(std::string("\x16\x03\x01\x00\x00\x00", 6));
+TEST_F(SoupHttpResponse, ResponseOtherThanHttpFails) {
+  expectFailure("220 ready\r\n");
+  expectFailure("<html>hello</html>\r\n\r\n");
+  expectFailure("HTTP/1.1 abc OK\r\n\r\n");
+  expectFailure(std::string("\x16\x03\x01\x00\x00\x00", 6));
 }
 
-TEST_F(SoupHttpAnswer, HasTheHeadAloneWhenTheBodyIsTooLarge) {
-  std::size_t sent = 0;
-  LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-    const std::string block(1'000'000, 'x');
-    client.send("HTTP/1.0 200 OK\r\n\r\n");
+/// Returns a handler that sends the start and then the block until the client closes the
+/// connection, or up to a gigabyte.
+LoopbackServer::Handler sendForever(const std::string &start, const std::string &block) {
+  return [=](LoopbackConnection &client, const std::string &) {
+    std::size_t sent = 0;
+    client.send(start);
     while (sent < 1'000'000'000 && client.send(block)) sent += block.size();
-  });
-  const auto reply = fetch(session_, requestOf(server.url()));
+  };
+}
+
+TEST_F(SoupHttpResponse, OversizedBodyLeavesHeadOnly) {
+  const LoopbackServer server(sendForever("HTTP/1.0 200 OK\r\n\r\n", std::string(1'000'000, 'x')));
+  const auto reply = fetch(session_, server.url());
   EXPECT_EQ(reply.status, 200);
   EXPECT_EQ(reply.body, std::nullopt);
 }
 
-TEST_F(SoupHttpAnswer, FailsWhenTheHeadHasNoEnd) {
+TEST_F(SoupHttpResponse, EndlessHeadFails) {
   for (const std::string line : {"X-Field: x\r\n", "x"}) {
     std::string block;
     while (block.size() < 100'000) block += line;
-    std::size_t sent = 0;
-    LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
-      client.send("HTTP/1.1 200 OK\r\n");
-      while (sent < 200'000'000 && client.send(block)) sent += block.size();
-    });
-    EXPECT_EQ(fetch(session_, requestOf(server.url())).status, std::nullopt);
+    const LoopbackServer server(sendForever("HTTP/1.1 200 OK\r\n", block));
+    EXPECT_EQ(fetch(session_, server.url()).status, std::nullopt);
   }
 }
 

@@ -1,4 +1,4 @@
-// The HTTP session on real sockets: many requests at once, and its own end.
+// Concurrent requests of the HTTP session on real sockets, and the session's destruction.
 
 #include "platform/linux/http/soup_http_session.h"
 
@@ -19,9 +19,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-TEST(SoupHttpSession, AnswersAHundredRequestsAtOnce) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
-    client.send(answer("200 OK", head.substr(0, head.find(" HTTP"))));
+TEST(SoupHttpSession, HundredConcurrentRequestsCompleteOnOneThread) {
+  const LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+    client.send(okResponse(head.substr(0, head.find(" HTTP"))));
   });
   HttpReplies replies;
   SoupHttpSession session;
@@ -44,10 +44,10 @@ TEST(SoupHttpSession, AnswersAHundredRequestsAtOnce) {
   EXPECT_NE(*threads.begin(), std::this_thread::get_id());
 }
 
-TEST(SoupHttpSession, WaitsForNoOtherRequest) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
-    if (head.starts_with("GET /silent ")) client.waitForClient();
-    client.send(answer("200 OK", ""));
+TEST(SoupHttpSession, StalledRequestsDoNotBlockOthers) {
+  const LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+    if (head.starts_with("GET /silent ")) client.waitForClose();
+    client.send(okResponse());
   });
   HttpReplies silent;
   {
@@ -55,28 +55,28 @@ TEST(SoupHttpSession, WaitsForNoOtherRequest) {
     for (int number = 0; number < 100; ++number) {
       session.dataTask(requestOf(server.url("/silent")), silent.completion());
     }
-    EXPECT_EQ(fetch(session, requestOf(server.url())).status, 200);
+    EXPECT_EQ(fetch(session, server.url()).status, 200);
   }
   EXPECT_EQ(silent.wait(100).size(), 100U);
 }
 
-// Deterministic: the completion returns only after the other request has been sent,
-// answered and read to its end.
-TEST(SoupHttpSession, ReadsAnswersWhileACompletionBlocks) {
-  std::promise<void> answerWasRead;
-  LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {
-    client.send(answer("200 OK", "x"));
+// The completion returns only after the other response has been sent and read, so the
+// order does not depend on the machine.
+TEST(SoupHttpSession, ResponsesAreReadWhileCompletionBlocks) {
+  std::promise<void> responseWasRead;
+  const LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {
+    client.send(okResponse("x"));
     if (!head.starts_with("GET /meanwhile ")) return;
-    client.waitForClient();
-    answerWasRead.set_value();
+    client.waitForClose();
+    responseWasRead.set_value();
   });
   HttpReplies replies;
   bool wasReadMeanwhile = false;
   SoupHttpSession session;
   session.dataTask(requestOf(server.url()), [&](const DataReply &) {
     session.dataTask(requestOf(server.url("/meanwhile")), replies.completion());
-    wasReadMeanwhile =
-        answerWasRead.get_future().wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+    wasReadMeanwhile = responseWasRead.get_future().wait_for(std::chrono::seconds(30)) ==
+                       std::future_status::ready;
   });
   const auto all = replies.wait(1);
   ASSERT_EQ(all.size(), 1U);
@@ -84,9 +84,8 @@ TEST(SoupHttpSession, ReadsAnswersWhileACompletionBlocks) {
   EXPECT_EQ(all[0].status, 200);
 }
 
-TEST(SoupHttpSession, TakesRequestsFromEveryThread) {
-  LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
+TEST(SoupHttpSession, RequestsMayStartOnAnyThread) {
+  const LoopbackServer server(respondWith(okResponse()));
   HttpReplies replies;
   SoupHttpSession session;
   std::vector<std::thread> threads;
@@ -103,38 +102,38 @@ TEST(SoupHttpSession, TakesRequestsFromEveryThread) {
             40);
 }
 
-TEST(SoupHttpSession, TellsEveryRequestItsEndWhenItGoes) {
-  LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
+TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
+  const LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
     if (head.starts_with("GET /begun ")) client.send("HTTP/1.1 200 OK\r\n\r\nabc");
-    client.waitForClient();
+    client.waitForClose();
   });
-  DeafPort deaf;
-  deaf.fill();
+  UnresponsivePort unresponsive;
+  unresponsive.fillBacklog();
+  const std::vector<std::string> addresses{server.url("/silent"), server.url("/begun"),
+                                           unresponsive.url(), "http://name.invalid/", "ftp://x"};
   for (int round = 0; round < 20; ++round) {
     HttpReplies replies;
-    auto held = std::make_shared<int>(1);
+    const auto captured = std::make_shared<int>(1);
     {
       SoupHttpSession session;
       for (int number = 0; number < 5; ++number) {
-        for (const auto &address : {server.url("/silent"), server.url("/begun"), deaf.url(),
-                                    std::string("http://name.invalid/"), std::string("ftp://x")}) {
-          session.dataTask(requestOf(address), [held, end = replies.completion()](
+        for (const auto &address : addresses) {
+          session.dataTask(requestOf(address), [captured, end = replies.completion()](
                                                    const DataReply &reply) { end(reply); });
         }
       }
-      // Each round stops the requests elsewhere on their way.
+      // Each round cancels the requests at another stage.
       std::this_thread::sleep_for(milliseconds(round));
     }
     const auto all = replies.wait(0);
     ASSERT_EQ(all.size(), 25U);
     for (const auto &reply : all) EXPECT_EQ(reply.body, std::nullopt);
-    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_EQ(captured.use_count(), 1);
   }
 }
 
-TEST(SoupHttpSession, TellsTheEndOfARequestThatACompletionMakesWhenItGoes) {
-  LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.waitForClient(); });
+TEST(SoupHttpSession, DestructionCompletesRequestStartedByCompletion) {
+  const LoopbackServer server(stallAfter(""));
   HttpReplies replies;
   {
     SoupHttpSession session;
@@ -145,9 +144,8 @@ TEST(SoupHttpSession, TellsTheEndOfARequestThatACompletionMakesWhenItGoes) {
   EXPECT_EQ(replies.wait(0).size(), 1U);
 }
 
-TEST(SoupHttpSession, WaitsForACompletionThatBlocksWhenItGoes) {
-  LoopbackServer server(
-      [](LoopbackConnection &client, const std::string &) { client.send(answer("200 OK", "")); });
+TEST(SoupHttpSession, DestructionWaitsForBlockingCompletion) {
+  const LoopbackServer server(respondWith(okResponse()));
   HttpReplies replies;
   std::promise<void> blocking;
   std::promise<void> released;
@@ -159,13 +157,13 @@ TEST(SoupHttpSession, WaitsForACompletionThatBlocksWhenItGoes) {
   });
   blocking.get_future().wait();
   session->dataTask(requestOf(server.url()), replies.completion("waiting behind it"));
-  std::thread end([&] { session.reset(); });
+  std::thread destruction([&] { session.reset(); });
   released.set_value();
-  end.join();
+  destruction.join();
   EXPECT_EQ(replies.wait(0).size(), 2U);
 }
 
-TEST(SoupHttpSession, ComesAndGoesWithoutARequest) {
+TEST(SoupHttpSession, UnusedSessionIsDestroyed) {
   for (int round = 0; round < 20; ++round) SoupHttpSession session;
 }
 

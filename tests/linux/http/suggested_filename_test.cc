@@ -1,4 +1,4 @@
-// The name that an answer suggests for its file.
+// The file name that a response suggests.
 
 #include "platform/linux/http/suggested_filename.h"
 
@@ -15,32 +15,32 @@ std::optional<std::string> named(const std::string &disposition) {
   return suggestedFilename({.contentDisposition = disposition}, address);
 }
 
-TEST(SuggestedFilename, IsThatOfTheContentDisposition) {
+TEST(SuggestedFilename, ContentDispositionNamesFile) {
   const std::vector<std::pair<std::string, std::string>> rows{
-      {"attachment; filename=rapport.pdf", "rapport.pdf"},
-      {"attachment; filename=\"rapport.pdf\"", "rapport.pdf"},
-      {"inline; filename=\"rapport.pdf\"", "rapport.pdf"},
-      {"ATTACHMENT;FILENAME=rapport.pdf", "rapport.pdf"},
-      {"attachment ; filename = \"rapport.pdf\" ; size=3", "rapport.pdf"},
+      {"attachment; filename=report.pdf", "report.pdf"},
+      {"attachment; filename=\"report.pdf\"", "report.pdf"},
+      {"inline; filename=\"report.pdf\"", "report.pdf"},
+      {"ATTACHMENT;FILENAME=report.pdf", "report.pdf"},
+      {"attachment ; filename = \"report.pdf\" ; size=3", "report.pdf"},
       {"attachment; filename=\"a/b.csv\"", "a/b.csv"},
       {"attachment; filename=\"../../x.csv\"", "../../x.csv"},
       {R"(attachment; filename="a\"b\\c.csv")", "a\"b\\c.csv"},
       {"attachment; filename=\"a; filename=b.csv\"", "a; filename=b.csv"},
-      {"attachment; filename=jaar verslag.pdf", "jaar verslag.pdf"},
-      {"attachment; filename=\"überzicht €.xlsx\"", "überzicht €.xlsx"},
+      {"attachment; filename=annual report.pdf", "annual report.pdf"},
+      {"attachment; filename=\"übersicht €.xlsx\"", "übersicht €.xlsx"},
       {"attachment; filename=\"caf\xe9.txt\"", "café.txt"},
       {"attachment; filename*=UTF-8''%e2%82%ac%20rates.csv", "€ rates.csv"},
       {"attachment; filename*=utf-8'nl'a%2Fb.csv", "a/b.csv"},
       {"attachment; filename*=ISO-8859-1''caf%e9.txt", "café.txt"},
       {"attachment; filename=\"e.csv\"; filename*=UTF-8''%e2%82%ac.csv", "€.csv"},
       {"attachment; filename*=UTF-8''%e2%82%ac.csv; filename=\"e.csv\"", "€.csv"},
-      // What is no good is as if it were not there.
-      {"attachment; filename*=UTF-8''%zz.csv; filename=goed.csv", "goed.csv"},
-      {"attachment; filename*=UTF-8''a%00b.csv; filename=goed.csv", "goed.csv"},
-      {"attachment; filename*=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
-      {"attachment; filename*\f=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
-      {"attachment; filename*\r=UTF-8''caf%C3.csv; filename=goed.csv", "goed.csv"},
-      {"attachment; filename*=KLINGON''x.csv; filename=goed.csv", "goed.csv"},
+      // Invalid parameters are ignored.
+      {"attachment; filename*=UTF-8''%zz.csv; filename=good.csv", "good.csv"},
+      {"attachment; filename*=UTF-8''a%00b.csv; filename=good.csv", "good.csv"},
+      {"attachment; filename*=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
+      {"attachment; filename*\f=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
+      {"attachment; filename*\r=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
+      {"attachment; filename*=KLINGON''x.csv; filename=good.csv", "good.csv"},
       {"attachment; filename=", "12"},
       {"attachment; filename=\"\"", "12"},
       {"attachment; filename", "12"},
@@ -48,19 +48,19 @@ TEST(SuggestedFilename, IsThatOfTheContentDisposition) {
       {"", "12"},
       {";;;", "12"},
       {"attachment; filename=\"open", "open"},
-      {"attachment; filename=een.csv; filename=twee.csv", "een.csv"},
-      {"attachment; naam=x.csv", "12"},
+      {"attachment; filename=one.csv; filename=two.csv", "one.csv"},
+      {"attachment; name=x.csv", "12"},
       {"attachment; filename=\"..\"", ".."},
   };
   for (const auto &[disposition, name] : rows) EXPECT_EQ(named(disposition), name) << disposition;
 }
 
-TEST(SuggestedFilename, IsElseTheLastComponentOfThePath) {
+TEST(SuggestedFilename, LastPathComponentOrHostIsFallback) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
-      {"http://os.test/map/lijst.csv", "lijst.csv"},
-      {"http://os.test/map/lijst.csv?x=/y.txt#/z", "lijst.csv"},
-      {"http://os.test/map/", "map"},
-      {"http://os.test/een%20lijst%20%C3%A9.csv", "een lijst é.csv"},
+      {"http://os.test/folder/list.csv", "list.csv"},
+      {"http://os.test/folder/list.csv?x=/y.txt#/z", "list.csv"},
+      {"http://os.test/folder/", "folder"},
+      {"http://os.test/a%20list%20%C3%A9.csv", "a list é.csv"},
       {"http://os.test/", "os.test"},
       {"http://os.test", "os.test"},
       {"http://127.0.0.1:4767/?x=/y", "127.0.0.1"},
@@ -71,26 +71,26 @@ TEST(SuggestedFilename, IsElseTheLastComponentOfThePath) {
   }
 }
 
-TEST(SuggestedFilename, GetsTheExtensionOfItsMediaTypeWhenItHasNone) {
+TEST(SuggestedFilename, NameWithoutExtensionGetsThatOfMediaType) {
   const std::vector<std::tuple<std::string, std::string, std::string>> rows{
-      {"rapport", "application/pdf", "rapport.pdf"},
-      {"rapport", "text/plain; charset=utf-8", "rapport.txt"},
-      {"rapport", "Text/HTML", "rapport.html"},
-      {"rapport", "text/csv", "rapport.csv"},
-      {"rapport", "image/jpeg", "rapport.jpg"},
-      {"rapport", "application/json", "rapport.json"},
-      {"rapport.", "application/pdf", "rapport..pdf"},
-      {".profiel", "text/plain", ".profiel.txt"},
-      {"rapport.dat", "application/pdf", "rapport.dat"},
+      {"report", "application/pdf", "report.pdf"},
+      {"report", "text/plain; charset=utf-8", "report.txt"},
+      {"report", "Text/HTML", "report.html"},
+      {"report", "text/csv", "report.csv"},
+      {"report", "image/jpeg", "report.jpg"},
+      {"report", "application/json", "report.json"},
+      {"report.", "application/pdf", "report..pdf"},
+      {".profile", "text/plain", ".profile.txt"},
+      {"report.dat", "application/pdf", "report.dat"},
       {"Report v1.2 draft", "application/pdf", "Report v1.2 draft.pdf"},
       {"Report v1.2\u200e", "application/pdf", "Report v1.2\u200e.pdf"},
       {"Report v1.2\u00a0draft", "application/pdf", "Report v1.2\u00a0draft"},
-      {"rapport", "application/octet-stream", "rapport"},
-      {"rapport", "application/x-bestaat-niet", "rapport"},
-      {"rapport", "", "rapport"},
-      {"rapport", "pdf", "rapport"},
-      {"rapport", "../../etc/passwd", "rapport"},
-      {"rapport", "text/../plain", "rapport"},
+      {"report", "application/octet-stream", "report"},
+      {"report", "application/x-missing", "report"},
+      {"report", "", "report"},
+      {"report", "pdf", "report"},
+      {"report", "../../etc/passwd", "report"},
+      {"report", "text/../plain", "report"},
   };
   for (const auto &[name, type, whole] : rows) {
     EXPECT_EQ(suggestedFilename({.contentDisposition = "attachment; filename=\"" + name + "\"",

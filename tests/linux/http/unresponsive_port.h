@@ -10,11 +10,10 @@
 
 namespace orvel {
 
-/// A port on which connections are neither accepted nor refused.
-class DeafPort {
+/// A port of 127.0.0.1 whose listener never accepts a connection.
+class UnresponsivePort {
  public:
-  DeafPort() {
-    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  UnresponsivePort() : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     address_.sin_family = AF_INET;
     address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address_;
@@ -22,18 +21,18 @@ class DeafPort {
     if (::bind(listener_, general, size) != 0 || ::listen(listener_, 0) != 0) return;
     ::getsockname(listener_, general, &size);
   }
-  ~DeafPort() {
+  ~UnresponsivePort() {
     for (const int client : clients_) ::close(client);
     ::close(listener_);
   }
-  DeafPort(const DeafPort &) = delete;
-  DeafPort &operator=(const DeafPort &) = delete;
+  UnresponsivePort(const UnresponsivePort &) = delete;
+  UnresponsivePort &operator=(const UnresponsivePort &) = delete;
 
-  /// Fills the queue of connections, so that the next one has to wait.
-  void fill() {
+  /// Fills the backlog, so that the next client cannot even connect.
+  void fillBacklog() {
     for (int number = 0; number < 8; ++number) {
       const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-      // Left in progress: all that counts is its place in the queue.
+      // EINPROGRESS is expected.
       std::ignore = ::connect(client, reinterpret_cast<sockaddr *>(&address_), sizeof address_);
       clients_.push_back(client);
     }
@@ -43,7 +42,7 @@ class DeafPort {
   }
 
  private:
-  int listener_ = -1;
+  const int listener_;
   sockaddr_in address_{};
   std::vector<int> clients_;
 };

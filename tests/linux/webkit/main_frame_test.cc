@@ -1,18 +1,16 @@
-// What is not for the main frame never gets there, and its server never hears
-// of it from the page, whatever way the page takes.
-
-#include <fstream>
+// Navigations of the main frame that the policy cancels. The server must not receive a
+// request, however the page starts the navigation.
 
 #include "tests/linux/webkit/page.h"
 
 namespace orvel {
 namespace {
 
-class LinuxMainFrame : public LinuxPage {
+class MainFrame : public PageTest {
  protected:
-  /// Waits for the decision, then looks at what has come of it.
-  void expectOnly(const std::string &address) {
-    EXPECT_TRUE(until([&] { return !delegate.cancelled.empty(); }));
+  /// Waits for the decision and expects that it had no other effect.
+  void expectCancelled(const std::string &address) {
+    EXPECT_TRUE(untilCancelled());
     EXPECT_TRUE(settle());
     EXPECT_EQ(delegate.cancelled, Strings{"mainFrame " + address});
     EXPECT_EQ(requests("GET /file/"), Strings());
@@ -20,170 +18,152 @@ class LinuxMainFrame : public LinuxPage {
     EXPECT_EQ(delegate.windows, Strings());
     delegate.cancelled.clear();
   }
+  void showPageWithFrame() { show("<iframe src=/frame></iframe>"); }
 };
 
-TEST_P(LinuxMainFrame, ALink) {
-  show("<a id=link href=/file/1>x</a><iframe src=/frame></iframe>");
-  evaluate("link.click()");
-  expectOnly("/file/1");
+struct Navigation {
+  std::string name;
+  std::string html;
+  std::string script;
+  std::string address;
+};
+
+class MainFrameNavigation : public MainFrame, public testing::WithParamInterface<Navigation> {};
+
+TEST_P(MainFrameNavigation, IsCancelledWithoutRequest) {
+  setPage("/frame", "<a id=link target=_top href=/file/1>x</a>");
+  show(GetParam().html + "<iframe src=/frame></iframe>");
+  evaluate(GetParam().script);
+  expectCancelled(GetParam().address);
 }
 
-TEST_P(LinuxMainFrame, AScript) {
-  show("<iframe src=/frame></iframe>");
-  evaluate("location = '/file/1?vraag#deel'");
-  expectOnly("/file/1?vraag#deel");
-}
+INSTANTIATE_TEST_SUITE_P(
+    EverySource, MainFrameNavigation,
+    testing::Values(
+        Navigation{"Link", "<a id=link href=/file/1>x</a>", "link.click()", "/file/1"},
+        Navigation{"LinkInFrameWithTargetTop", "",
+                   "frames[0].document.getElementById('link').click()", "/file/1"},
+        Navigation{"Script", "", "location = '/file/1?query#part'", "/file/1?query#part"},
+        Navigation{"FormWithGet", "<form action=/file/1><input name=a value=b></form>",
+                   "document.forms[0].submit()", "/file/1?a=b"},
+        Navigation{"FormWithPost", "<form action=/file/1 method=post></form>",
+                   "document.forms[0].submit()", "/file/1"},
+        Navigation{"FormWithTwoRedirects",
+                   "<form action=/redirect/307/redirect/307/file/1 method=post></form>",
+                   "document.forms[0].submit()", "/file/1"},
+        Navigation{"PageWithBeforeUnload",
+                   "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
+                   "location = '/file/1'", "/file/1"},
+        Navigation{"LongQuery", "", "location = '/file/1?' + 'q'.repeat(100000)",
+                   "/file/1?" + std::string(100'000, 'q')},
+        Navigation{"LongPath", "", "location = '/file/' + 'p'.repeat(10000)",
+                   "/file/" + std::string(10'000, 'p')},
+        Navigation{"CharactersWithMeaningInFilterPattern", "",
+                   R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
+                   "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
+    [](const auto &navigation) { return navigation.param.name; });
 
-TEST_P(LinuxMainFrame, APageThatNobodyHasTouched) {
-  setPage("/start", "<script>setTimeout(() => location = '/file/1')</script>");
-  load("/start");
-  expectOnly("/file/1");
-}
-
-TEST_P(LinuxMainFrame, AMetaRefresh) {
-  setPage("/start", "<meta http-equiv=refresh content='0;url=/file/1'>");
-  load("/start");
-  expectOnly("/file/1");
-}
-
-TEST_P(LinuxMainFrame, Forms) {
-  for (const std::string method : {"get", "post"}) {
-    show("<form action=/file/1 method=" + method + "><input name=a value=b></form>");
-    evaluate("document.forms[0].submit()");
-    expectOnly(method == "get" ? "/file/1?a=b" : "/file/1");
+TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
+  for (const std::string html : {"<script>setTimeout(() => location = '/file/1')</script>",
+                                 "<meta http-equiv=refresh content='0;url=/file/1'>"}) {
+    setPage("/start", html);
+    load("/start");
+    expectCancelled("/file/1");
   }
 }
 
-TEST_P(LinuxMainFrame, Redirects) {
+TEST_F(MainFrame, RedirectIsDecidedAgainAndCancelled) {
   for (const std::string status : {"301", "302", "303", "307", "308"}) {
-    show("<iframe src=/frame></iframe>");
+    showPageWithFrame();
     delegate.decisions.clear();
     evaluate("location = '/redirect/" + status + "/file/1'");
-    expectOnly("/file/1");
+    expectCancelled("/file/1");
     EXPECT_EQ(delegate.decisions.front(), "mainFrame /redirect/" + status + "/file/1");
     EXPECT_EQ(delegate.decisions.size(), 2U);
   }
 }
 
-TEST_P(LinuxMainFrame, ARedirectOfARedirectOfAForm) {
-  show("<form action=/redirect/307/redirect/307/file/1 method=post></form>");
-  evaluate("document.forms[0].submit()");
-  expectOnly("/file/1");
-}
-
-TEST_P(LinuxMainFrame, ALinkInAFrameThatNamesTheTop) {
-  setPage("/frame", "<a id=link target=_top href=/file/1>x</a>");
-  show("<iframe src=/frame></iframe>");
-  evaluate("frames[0].document.getElementById('link').click()");
-  expectOnly("/file/1");
-}
-
-TEST_P(LinuxMainFrame, AReloadOfAnAddressThatThePageGaveItself) {
-  show("pagina");
+TEST_F(MainFrame, ReloadAfterPushStateIsCancelled) {
+  show("page");
   evaluate("history.pushState(0, '', '/file/1')");
   evaluate("location.reload()");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
 }
 
-TEST_P(LinuxMainFrame, TheHistory) {
-  show("eerst");
+TEST_F(MainFrame, HistoryNavigationIsCancelled) {
+  show("first");
   evaluate("history.pushState(0, '', '/file/1')");
   show("later");
   evaluate("history.back()");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
 }
 
-TEST_P(LinuxMainFrame, TheApplicationItself) {
-  show("pagina");
+TEST_F(MainFrame, LoadByApplicationIsCancelled) {
+  show("page");
   load("/file/1");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
 }
 
-TEST_P(LinuxMainFrame, LongAddresses) {
-  show("<iframe src=/frame></iframe>");
-  const std::string query = "/file/1?" + std::string(100'000, 'q');
-  evaluate("location = '" + query + "'");
-  expectOnly(query);
-  const std::string path = "/file/" + std::string(10'000, 'p');
-  evaluate("location = '" + path + "'");
-  expectOnly(path);
-}
-
-TEST_P(LinuxMainFrame, CharactersThatMeanSomethingInAPattern) {
-  show("<iframe src=/frame></iframe>");
-  evaluate(R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')");
-  expectOnly("/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-");
-}
-
-TEST_P(LinuxMainFrame, APageThatAsksBeforeItIsLeft) {
-  show("<script>onbeforeunload = event => { event.returnValue = 'blijf'; }</script>");
+TEST_F(MainFrame, CancelledNavigationFiresNoUnloadEvents) {
+  show("<script>onbeforeunload = onpagehide = () => { document.title += 'unloaded'; }</script>");
   evaluate("location = '/file/1'");
-  expectOnly("/file/1");
-}
-
-TEST_P(LinuxMainFrame, APageDoesNotHearThatAFileIsFetched) {
-  show("<script>onbeforeunload = onpagehide = () => { document.title += 'weg'; }</script>");
-  evaluate("location = '/file/1'");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
   EXPECT_EQ(evaluate("document.title"), "");
-  // It hears when it is left indeed.
-  evaluate("onbeforeunload = () => { navigator.sendBeacon('/weg'); }");
+  // Control: an allowed navigation fires beforeunload.
+  evaluate("onbeforeunload = () => { navigator.sendBeacon('/unloaded'); }");
   show("later");
-  EXPECT_EQ(requests("POST /weg").size(), 1U);
+  EXPECT_EQ(requests("POST /unloaded").size(), 1U);
 }
 
-TEST_P(LinuxMainFrame, SeveralLinksThatAScriptClicksAtOnce) {
+TEST_F(MainFrame, SeveralLinksClickedAtOnceAreAllCancelled) {
   show(
-      "<a href=/file/1>1</a><a href=/file/2>2</a><a href=/file/3?vraag>3</a>"
+      "<a href=/file/1>1</a><a href=/file/2>2</a><a href=/file/3?query>3</a>"
       "<iframe src=/frame></iframe>");
   evaluate("document.querySelectorAll('a').forEach(link => link.click())");
   EXPECT_TRUE(until([&] { return delegate.cancelled.size() == 3; }));
   EXPECT_TRUE(settle());
   EXPECT_EQ(delegate.cancelled,
-            (Strings{"mainFrame /file/1", "mainFrame /file/2", "mainFrame /file/3?vraag"}));
+            (Strings{"mainFrame /file/1", "mainFrame /file/2", "mainFrame /file/3?query"}));
   EXPECT_EQ(requests("GET /file/"), Strings());
 }
 
-TEST_P(LinuxMainFrame, OneFileAfterTheOther) {
-  show("<iframe src=/frame></iframe>");
+TEST_F(MainFrame, RepeatedNavigationsAreCancelled) {
+  showPageWithFrame();
   for (const std::string address : {"/file/1", "/file/2", "/file/1"}) {
     evaluate("location = '" + address + "'");
-    expectOnly(address);
+    expectCancelled(address);
   }
 }
 
-TEST_P(LinuxMainFrame, ThePageGoesOnWithWhatItDoes) {
+TEST_F(MainFrame, PendingFetchSurvivesCancelledNavigation) {
   show(
       "<script>fetch('/gate/a').then(() => document.title += 'a', () => document.title += 'x');"
       "</script>");
   ASSERT_TRUE(until([&] { return !requests("GET /gate/a").empty(); }));
   evaluate("location = '/file/1'");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
   openGate();
-  EXPECT_TRUE(untilPage("document.title", "a"));
+  EXPECT_TRUE(untilScript("document.title", "a"));
 }
 
-TEST_P(LinuxMainFrame, WhatIsCancelledEverywhereIsAskedOnce) {
-  show("pagina");
+TEST_F(MainFrame, AddressCancelledInEveryFrameIsDecidedOnce) {
+  show("page");
   delegate.decisions.clear();
   evaluate("location = '/export?a=b'");
-  expectOnly("/export?a=b");
+  expectCancelled("/export?a=b");
   EXPECT_EQ(requests("GET /export"), Strings());
   EXPECT_EQ(delegate.decisions.size(), 1U);
 }
 
-TEST_P(LinuxMainFrame, WithoutAFilterEveryFrameCountsAsTheMainOne) {
-  std::ofstream(folder / "file") << "no folder";
-  makeView(folder / "file");
-  show("<iframe src=/frame></iframe>");
+TEST_F(MainFrame, WithoutContentFilterSubFrameCountsAsMainFrame) {
+  // A file in place of the folder prevents the filter from being stored.
+  makeView(folder.file("file", "no folder"));
+  showPageWithFrame();
   evaluate("location = '/file/1'");
-  expectOnly("/file/1");
+  expectCancelled("/file/1");
   evaluate("frames[0].location = '/file/2'");
-  expectOnly("/file/2");
+  expectCancelled("/file/2");
 }
-
-INSTANTIATE_TEST_SUITE_P(WebKitGtk, LinuxMainFrame, testing::Values("Linux"),
-                         [](const auto &platform) { return platform.param; });
 
 }  // namespace
 }  // namespace orvel

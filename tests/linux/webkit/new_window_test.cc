@@ -1,5 +1,5 @@
-// A page gets no window of its own and no download of WebKit's: what it wants
-// one for is told to the delegate, once.
+// Navigations that would open a window or start a WebKit download. The page gets neither;
+// the delegate is asked once.
 
 #include <algorithm>
 #include <functional>
@@ -10,96 +10,106 @@
 namespace orvel {
 namespace {
 
-class LinuxNewWindow : public LinuxPage {
+class NewWindow : public PageTest {
  protected:
   void showAndRun(const std::string &html, const std::string &script) {
     show(html);
     delegate.decisions.clear();
     evaluate(script);
   }
-  void expectWindow(const std::string &address) {
-    EXPECT_TRUE(until([&] { return !delegate.windows.empty(); }));
+  /// Waits for a cancelled decision and expects no window.
+  void expectCancelled(const std::string &decision) {
+    EXPECT_TRUE(untilCancelled());
     EXPECT_TRUE(settle());
-    EXPECT_EQ(delegate.windows, Strings{address});
-    delegate.windows.clear();
+    EXPECT_EQ(delegate.cancelled, Strings{decision});
+    EXPECT_EQ(delegate.windows, Strings());
+    delegate.cancelled.clear();
   }
 };
 
-TEST_P(LinuxNewWindow, ALinkWithABlankTarget) {
-  showAndRun("<a id=link target=_blank href=/page?a=b#c>x</a>", "link.click()");
-  expectWindow("/page?a=b#c");
-  EXPECT_EQ(delegate.decisions, Strings{"newWindow /page?a=b#c"});
-  EXPECT_EQ(requests("GET /page?"), Strings());
-}
+struct Navigation {
+  std::string name;
+  std::string html;
+  std::string script;
+};
 
-TEST_P(LinuxNewWindow, ALinkWithAnUnknownTarget) {
-  showAndRun("<a id=link target=nergens href=/next>x</a>", "link.click()");
-  expectWindow("/next");
-  EXPECT_EQ(delegate.decisions, Strings{"newWindow /next"});
-}
+class NewWindowNavigation : public NewWindow, public testing::WithParamInterface<Navigation> {};
 
-TEST_P(LinuxNewWindow, ALinkInAFrame) {
-  setPage("/frame", "<a id=link target=_blank href=/next>x</a>");
-  showAndRun("<iframe src=/frame></iframe>", "frames[0].document.getElementById('link').click()");
-  expectWindow("/next");
-  EXPECT_EQ(delegate.decisions, Strings{"newWindow /next"});
-}
-
-TEST_P(LinuxNewWindow, AFormWithABlankTarget) {
-  showAndRun("<form target=_blank method=post action=/next></form>", "document.forms[0].submit()");
-  expectWindow("/next");
+TEST_P(NewWindowNavigation, IsReportedWithoutRequest) {
+  setPage("/frame", "<a id=link target=_blank href=/next?a=b#c>x</a>");
+  showAndRun(GetParam().html, GetParam().script);
+  expectWindow("/next?a=b#c");
+  EXPECT_EQ(delegate.decisions, Strings{"newWindow /next?a=b#c"});
+  EXPECT_EQ(requests("GET /next"), Strings());
   EXPECT_EQ(requests("POST /next"), Strings());
 }
 
-TEST_P(LinuxNewWindow, WhatIsCancelledGetsNone) {
+INSTANTIATE_TEST_SUITE_P(
+    EverySource, NewWindowNavigation,
+    testing::Values(Navigation{"LinkWithTargetBlank",
+                               "<a id=link target=_blank href=/next?a=b#c>x</a>", "link.click()"},
+                    Navigation{"LinkWithUnknownTarget",
+                               "<a id=link target=missing href=/next?a=b#c>x</a>", "link.click()"},
+                    Navigation{"LinkInFrame", "<iframe src=/frame></iframe>",
+                               "frames[0].document.getElementById('link').click()"},
+                    Navigation{"FormWithTargetBlank",
+                               "<form target=_blank method=post action=/next?a=b#c></form>",
+                               "document.forms[0].submit()"}),
+    [](const auto &navigation) { return navigation.param.name; });
+
+TEST_F(NewWindow, CancelledLinkOpensNoWindow) {
   for (const std::string address : {"/file/1", "/export", "http://example.test/"}) {
     showAndRun("<a id=link target=_blank href=" + address + ">x</a>", "link.click()");
-    EXPECT_TRUE(until([&] { return !delegate.cancelled.empty(); }));
-    EXPECT_TRUE(settle());
-    EXPECT_EQ(delegate.cancelled, Strings{"newWindow " + address});
-    EXPECT_EQ(delegate.windows, Strings());
+    expectCancelled("newWindow " + address);
     EXPECT_EQ(requests("GET " + address), Strings());
-    delegate.cancelled.clear();
   }
 }
 
-TEST_P(LinuxNewWindow, AScriptThatOpensOne) {
+TEST_F(NewWindow, ScriptOpenedWindowIsReported) {
   show("<iframe src=/frame></iframe>");
   for (const std::string address : {"/next", "/file/1", "/export", "http://example.test/"}) {
     EXPECT_EQ(evaluate("'' + window.open('" + address + "')"), "null");
     expectWindow(address);
     EXPECT_EQ(requests("GET " + address), Strings());
   }
-  evaluate("window.open('/next', 'naam', 'width=200')");
+  evaluate("window.open('/next', 'name', 'width=200')");
   expectWindow("/next");
 }
 
-TEST_P(LinuxNewWindow, ScriptWithoutAClickIsAskedAboutToo) {
+TEST_F(NewWindow, ScriptOpenedWindowWithoutUserGestureIsReported) {
   show("<script>setTimeout(() => open('/next'), 0)</script>");
   expectWindow("/next");
   EXPECT_EQ(requests("GET /next"), Strings());
 }
 
+TEST_F(NewWindow, ScriptOpenedWindowWithoutAddressIsReported) {
+  show("page");
+  evaluate("window.open()");
+  expectWindow("(none)");
+  evaluate("window.open('about:blank')");
+  expectWindow("about:blank");
+}
+
 /// A GSource that calls back once in each main loop iteration.
-class TurnWatch {
+class IterationWatch {
  public:
-  explicit TurnWatch(std::function<void()> callback)
+  explicit IterationWatch(std::function<void()> callback)
       : callback_(std::move(callback)),
         source_(reinterpret_cast<Source *>(g_source_new(&functions, sizeof(Source)))) {
     source_->watch = this;
     g_source_attach(&source_->base, nullptr);
   }
-  ~TurnWatch() {
+  ~IterationWatch() {
     g_source_destroy(&source_->base);
     g_source_unref(&source_->base);
   }
-  TurnWatch(const TurnWatch &) = delete;
-  TurnWatch &operator=(const TurnWatch &) = delete;
+  IterationWatch(const IterationWatch &) = delete;
+  IterationWatch &operator=(const IterationWatch &) = delete;
 
  private:
   struct Source {
     GSource base;
-    TurnWatch *watch;
+    IterationWatch *watch;
   };
 
   /// GLib calls the prepare function of every source in each iteration.
@@ -113,72 +123,54 @@ class TurnWatch {
   Source *const source_;
 };
 
-TEST_P(LinuxNewWindow, ThousandsAreAskedAboutOneInEachTurnOfTheMainLoop) {
-  constexpr std::size_t many = 2000;
+TEST_F(NewWindow, ThousandsOfWindowsAreReportedOnePerIteration) {
+  constexpr std::size_t count = 2000;
   std::size_t before = 0;
-  std::size_t most = 0;
-  const TurnWatch watch([&] {
-    most = std::max(most, delegate.windows.size() - before);
+  std::size_t maxPerIteration = 0;
+  const IterationWatch watch([&] {
+    maxPerIteration = std::max(maxPerIteration, delegate.windows.size() - before);
     before = delegate.windows.size();
   });
   show(
       "<script>onload = () => setTimeout(() => {"
       "for (let number = 0; number < " +
-      std::to_string(many) + "; ++number) open('/' + number); }, 0)</script>");
-  EXPECT_TRUE(until([&] { return delegate.windows.size() >= many; }));
+      std::to_string(count) + "; ++number) open('/' + number); }, 0)</script>");
+  EXPECT_TRUE(until([&] { return delegate.windows.size() >= count; }));
   EXPECT_TRUE(settle());
-  ASSERT_EQ(delegate.windows.size(), many);
-  EXPECT_EQ(delegate.windows.back(), "/" + std::to_string(many - 1));
-  EXPECT_EQ(most, 1U);
+  ASSERT_EQ(delegate.windows.size(), count);
+  EXPECT_EQ(delegate.windows.back(), "/" + std::to_string(count - 1));
+  EXPECT_EQ(maxPerIteration, 1U);
 }
 
-TEST_P(LinuxNewWindow, AScriptThatNamesNoAddress) {
-  show("pagina");
-  evaluate("window.open()");
-  expectWindow("(none)");
-  evaluate("window.open('about:blank')");
-  expectWindow("about:blank");
-}
-
-TEST_P(LinuxNewWindow, AScriptThatOpensAFrame) {
-  showAndRun("<iframe name=doel src=/frame></iframe>", "window.open('/file/1', 'doel')");
-  EXPECT_TRUE(untilPage("frames[0].document.body.innerText", "inhoud van /file/1"));
+TEST_F(NewWindow, ScriptWithNameOfFrameNavigatesThatFrame) {
+  showAndRun("<iframe name=target src=/frame></iframe>", "window.open('/file/1', 'target')");
+  EXPECT_TRUE(untilScript("frames[0].document.body.innerText", "content of /file/1"));
   evaluate("window.open('/file/2', '_self')");
-  EXPECT_TRUE(until([&] { return !delegate.cancelled.empty(); }));
-  EXPECT_EQ(delegate.cancelled, Strings{"mainFrame /file/2"});
-  EXPECT_EQ(delegate.windows, Strings());
+  expectCancelled("mainFrame /file/2");
 }
 
-TEST_P(LinuxNewWindow, ALinkThatDownloads) {
+TEST_F(NewWindow, DownloadLinkIsReportedAsWindow) {
   showAndRun("<a id=link download href=/next>x</a>", "link.click()");
   expectWindow("/next");
   EXPECT_EQ(delegate.decisions, Strings{"mainFrame /next"});
 }
 
-TEST_P(LinuxNewWindow, ALinkThatDownloadsWhatIsCancelled) {
+TEST_F(NewWindow, CancelledDownloadLinkIsNotReported) {
   showAndRun("<a id=link download href=/export>x</a>", "link.click()");
-  EXPECT_TRUE(until([&] { return !delegate.cancelled.empty(); }));
-  EXPECT_TRUE(settle());
-  EXPECT_EQ(delegate.cancelled, Strings{"mainFrame /export"});
-  EXPECT_EQ(delegate.windows, Strings());
+  expectCancelled("mainFrame /export");
 }
 
-TEST_P(LinuxNewWindow, ALinkThatDownloadsAFile) {
-  showAndRun("<a id=link download href=/file/1>x</a>", "link.click()");
-  for (int time = 1; time < 4; ++time) {
-    const auto count = static_cast<std::size_t>(time);
-    EXPECT_TRUE(until([&] { return delegate.cancelled.size() == count; }));
-    EXPECT_TRUE(settle());
-    EXPECT_EQ(delegate.cancelled, Strings(count, "mainFrame /file/1"));
-    // WebKit starts asking the server before it can be kept from it. It is cut
-    // off, before or after its question has left.
-    EXPECT_LE(requests("GET /file/1").size(), count);
-    EXPECT_EQ(delegate.windows, Strings());
+TEST_F(NewWindow, DownloadLinkOfFileIsCancelledEachTime) {
+  show("<a id=link download href=/file/1>x</a>");
+  for (std::size_t clicks = 1; clicks < 4; ++clicks) {
     evaluate("link.click()");
+    expectCancelled("mainFrame /file/1");
+    // WebKit starts the request before the download can be cancelled, so it may be sent.
+    EXPECT_LE(requests("GET /file/1").size(), clicks);
   }
 }
 
-TEST_P(LinuxNewWindow, SeveralLinksThatDownloadFilesAtOnce) {
+TEST_F(NewWindow, SeveralDownloadLinksClickedAtOnceAreAllDecided) {
   showAndRun(
       "<a download href=/file/1>1</a><a download href=/file/2>2</a><a download href=/next>3</a>",
       "document.querySelectorAll('a').forEach(link => link.click())");
@@ -189,16 +181,13 @@ TEST_P(LinuxNewWindow, SeveralLinksThatDownloadFilesAtOnce) {
   EXPECT_EQ(delegate.windows, Strings{"/next"});
 }
 
-TEST_P(LinuxNewWindow, AnAnswerThatCannotBeShownIsLeftAlone) {
-  show("pagina");
+TEST_F(NewWindow, ResponseThatCannotBeShownIsNotReported) {
+  show("page");
   setPage("/odd.bin", std::string(2048, '\1'));
   evaluate("location = '/odd.bin'");
   EXPECT_TRUE(until([&] { return !requests("GET /odd.bin").empty(); }));
   EXPECT_EQ(delegate.windows, Strings());
 }
-
-INSTANTIATE_TEST_SUITE_P(WebKitGtk, LinuxNewWindow, testing::Values("Linux"),
-                         [](const auto &platform) { return platform.param; });
 
 }  // namespace
 }  // namespace orvel

@@ -1,8 +1,5 @@
 #include "tests/linux/webkit/page.h"
 
-#include <cstdlib>
-#include <stdexcept>
-
 namespace orvel {
 
 namespace {
@@ -19,14 +16,8 @@ std::string targetName(NavigationTarget target) {
   return "";
 }
 
-/// "GET /path" of a request.
+/// Returns the method and the target of a request, such as "GET /path".
 std::string lineOf(const std::string &head) { return head.substr(0, head.find(" HTTP/")); }
-
-std::filesystem::path makeFolder() {
-  std::string pattern = testing::TempDir() + "orvel-page-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  return pattern;
-}
 
 struct Evaluation {
   bool done = false;
@@ -48,15 +39,48 @@ void evaluated(GObject *source, GAsyncResult *result, gpointer data) {
 
 }  // namespace
 
+void WebViewTest::loadUrl(const std::string &url) {
+  UrlRequest request;
+  request.url = Url::parse(url).value();
+  view->load(request);
+}
+
+std::optional<std::string> WebViewTest::evaluate(const std::string &script) {
+  const auto evaluation = std::make_shared<Evaluation>();
+  webkit_web_view_evaluate_javascript(webKit(), script.c_str(), -1, nullptr, nullptr, nullptr,
+                                      evaluated, new std::shared_ptr(evaluation));
+  EXPECT_TRUE(until([&] { return evaluation->done; })) << script;
+  return evaluation->value;
+}
+
+bool WebViewTest::untilScript(const std::string &script, const std::string &text) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  std::optional<std::string> last;
+  while (std::chrono::steady_clock::now() < end) {
+    last = evaluate(script);
+    if (last == text) return true;
+  }
+  ADD_FAILURE() << script << " returned " << last.value_or("nothing");
+  return false;
+}
+
+bool WebViewTest::untilText(const std::string &text) {
+  return untilScript("document.body ? document.body.innerText.trim() : ''", text);
+}
+
+WebKitWebView *WebViewTest::webKit() const {
+  return WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
+}
+
 NavigationPolicy PageDelegate::policyFor(const NavigationAction &action) const {
-  lastAsked = name(action);
+  lastQuestion = name(action);
   if (!action.url) return NavigationPolicy::cancel;
-  const bool isHere =
+  const bool isOwnServer =
       action.url->scheme == "about" || action.url->absoluteString.starts_with(server);
   const bool isFile = action.url->path.starts_with("/file/");
-  const bool isKept =
+  const bool isExcluded =
       action.url->path == "/export" || (isFile && action.target != NavigationTarget::subFrame);
-  return isHere && !isKept ? NavigationPolicy::allow : NavigationPolicy::cancel;
+  return isOwnServer && !isExcluded ? NavigationPolicy::allow : NavigationPolicy::cancel;
 }
 
 NavigationPolicy PageDelegate::decidePolicy(const NavigationAction &action) {
@@ -86,71 +110,54 @@ std::string PageDelegate::name(const NavigationAction &action) const {
 
 std::string PageDelegate::name(const std::optional<Url> &url) const {
   if (!url) return "(none)";
-  const bool isHere = url->absoluteString.starts_with(server);
-  return isHere ? url->absoluteString.substr(server.size() - 1) : url->absoluteString;
+  const bool isOwnServer = url->absoluteString.starts_with(server);
+  return isOwnServer ? url->absoluteString.substr(server.size() - 1) : url->absoluteString;
 }
 
-LinuxPage::LinuxPage()
-    : folder(makeFolder()), server([this](LoopbackConnection &connection, const std::string &head) {
-        answerRequest(connection, head);
+PageTest::PageTest()
+    : server([this](LoopbackConnection &connection, const std::string &head) {
+        respond(connection, head);
       }) {
   delegate.server = server.url();
-  makeView(folder);
+  makeView(folder.path());
 }
 
-LinuxPage::~LinuxPage() {
+PageTest::~PageTest() {
   openGate();
+  // Before the delegate is destroyed.
   view.reset();
-  std::error_code error;
-  std::filesystem::remove_all(folder, error);
 }
 
-void LinuxPage::makeView(const std::filesystem::path &cache) {
+void PageTest::makeView(const std::filesystem::path &dataFolder) {
   WebViewConfiguration configuration;
   configuration.persistentDataStore = false;
-  const WebKitSurroundings surroundings{.dataFolder = cache, .cacheFolder = cache};
+  const WebKitSurroundings surroundings{.dataFolder = dataFolder, .cacheFolder = dataFolder};
   view = std::make_unique<WebKitPageView>(configuration, surroundings, delegate);
 }
 
-void LinuxPage::load(const std::string &path) {
-  UrlRequest request;
-  request.url = Url::parse(server.url(path)).value();
-  view->load(request);
-}
+void PageTest::load(const std::string &path) { loadUrl(server.url(path)); }
 
-void LinuxPage::show(const std::string &html) {
+void PageTest::show(const std::string &html) {
   const std::string path = "/page" + std::to_string(++marks_);
   setPage(path, html);
   load(path);
-  ASSERT_TRUE(untilPage("location.pathname + document.readyState", path + "complete"));
+  ASSERT_TRUE(untilScript("location.pathname + document.readyState", path + "complete"));
 }
 
-std::optional<std::string> LinuxPage::evaluate(const std::string &script) {
-  const auto evaluation = std::make_shared<Evaluation>();
-  webkit_web_view_evaluate_javascript(webKit(), script.c_str(), -1, nullptr, nullptr, nullptr,
-                                      evaluated, new std::shared_ptr(evaluation));
-  EXPECT_TRUE(until([&] { return evaluation->done; })) << script;
-  return evaluation->value;
-}
-
-bool LinuxPage::untilPage(const std::string &script, const std::string &text) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  std::optional<std::string> last;
-  while (std::chrono::steady_clock::now() < end) {
-    last = evaluate(script);
-    if (last == text) return true;
-  }
-  ADD_FAILURE() << script << " gives " << last.value_or("nothing");
-  return false;
-}
-
-bool LinuxPage::settle() {
+bool PageTest::settle() {
   const std::string mark = "/mark" + std::to_string(++marks_);
   evaluate("fetch('" + mark + "'); 0");
   return until([&] { return !requests("GET " + mark).empty(); });
 }
 
-LinuxPage::Strings LinuxPage::requests(const std::string &start) const {
+void PageTest::expectWindow(const std::string &address) {
+  EXPECT_TRUE(until([&] { return !delegate.windows.empty(); }));
+  EXPECT_TRUE(settle());
+  EXPECT_EQ(delegate.windows, Strings{address});
+  delegate.windows.clear();
+}
+
+PageTest::Strings PageTest::requests(const std::string &start) const {
   Strings found;
   for (const std::string &head : server.heads()) {
     if (lineOf(head).starts_with(start)) found.push_back(lineOf(head));
@@ -158,22 +165,18 @@ LinuxPage::Strings LinuxPage::requests(const std::string &start) const {
   return found;
 }
 
-void LinuxPage::setPage(const std::string &path, const std::string &html) {
+void PageTest::setPage(const std::string &path, const std::string &html) {
   const std::lock_guard lock(mutex_);
   pages_[path] = html;
 }
 
-void LinuxPage::openGate() {
+void PageTest::openGate() {
   const std::lock_guard lock(mutex_);
   gateIsOpen_ = true;
   gateOpens_.notify_all();
 }
 
-WebKitWebView *LinuxPage::webKit() const {
-  return WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
-}
-
-void LinuxPage::answerRequest(LoopbackConnection &connection, const std::string &head) {
+void PageTest::respond(LoopbackConnection &connection, const std::string &head) {
   std::string path = lineOf(head);
   path = path.substr(path.find(' ') + 1);
   std::unique_lock lock(mutex_);
@@ -183,13 +186,13 @@ void LinuxPage::answerRequest(LoopbackConnection &connection, const std::string 
   }
   const std::string start = "/redirect/";
   if (path.starts_with(start)) {
-    connection.send(answer(path.substr(start.size(), 3) + " Moved", "",
-                           "Location: " + path.substr(start.size() + 3) + "\r\n"));
+    connection.send(
+        redirectTo(path.substr(start.size() + 3), path.substr(start.size(), 3) + " Moved"));
     return;
   }
   const auto page = pages_.find(path.substr(0, path.find('?')));
-  connection.send(answer("200 OK", page != pages_.end() ? page->second : "inhoud van " + path,
-                         "Content-Type: text/html\r\nCache-Control: no-store\r\n"));
+  connection.send(okResponse(page != pages_.end() ? page->second : "content of " + path,
+                             "Content-Type: text/html\r\nCache-Control: no-store\r\n"));
 }
 
 }  // namespace orvel

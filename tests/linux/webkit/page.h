@@ -17,11 +17,30 @@
 #include "platform/linux/webkit/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/support/loopback_server.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 
-/// Writes down what a page asks for. Its policy: what lies below "/file/" is
-/// shown in sub-frames alone, "/export" and other servers nowhere.
+/// A web view whose page runs the scripts of a test. A derived class creates the view.
+class WebViewTest : public testing::Test {
+ protected:
+  bool until(const std::function<bool()> &condition) { return platform->runUntil(condition); }
+  void loadUrl(const std::string &url);
+  /// Returns the result of a script in the page as text, or nullopt when the script fails.
+  /// The page treats the script as a user gesture.
+  std::optional<std::string> evaluate(const std::string &script);
+  /// Waits until a script in the page returns a text.
+  bool untilScript(const std::string &script, const std::string &text);
+  /// Waits until the page shows a text and nothing else.
+  bool untilText(const std::string &text);
+  WebKitWebView *webKit() const;
+
+  std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
+  std::unique_ptr<WebView> view;
+};
+
+/// Records the calls of the view. Its policy: URLs below "/file/" are allowed only in
+/// sub-frames, and "/export" and other servers nowhere.
 class PageDelegate final : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override;
@@ -31,66 +50,60 @@ class PageDelegate final : public WebViewDelegate {
                                std::function<void()> completion) override;
   void runJavaScriptConfirmPanel(const std::string &message,
                                  std::function<void(bool)> completion) override;
-  void webViewWebContentProcessDidTerminate() override { ++terminations; }
+  void webViewWebContentProcessDidTerminate() override {}
 
+  /// The address of the test's server, whose URLs are recorded as paths.
   std::string server;
-  /// Such as "mainFrame /page"; what is not on the server as a whole.
+  /// Such as "mainFrame /page".
   std::vector<std::string> decisions;
-  /// The cancelled ones among them.
+  /// Those of the decisions that cancelled the navigation.
   std::vector<std::string> cancelled;
-  /// Likewise; "(none)" without a URL.
+  /// The requested windows, such as "/page"; "(none)" without a URL.
   std::vector<std::string> windows;
   std::vector<std::string> panels;
   std::vector<std::function<void()>> alerts;
   std::vector<std::function<void(bool)>> confirms;
-  int terminations = 0;
-  /// What policyFor was asked last.
-  mutable std::string lastAsked;
+  /// The last question to `policyFor`.
+  mutable std::string lastQuestion;
 
  private:
   std::string name(const NavigationAction &action) const;
   std::string name(const std::optional<Url> &url) const;
 };
 
-/// A view of pages that come from a server of the test's own. Any path gives
-/// "inhoud van" and the path, but for the pages that the test gives;
-/// "/redirect/302/x" leads to "/x", and what begins with "/gate/" waits until
-/// the gate is open.
-class LinuxPage : public testing::TestWithParam<const char *> {
- public:
-  LinuxPage();
-  ~LinuxPage() override;
-
+/// A view of pages of the test's own server. The body of a path is "content of " and the
+/// path, unless the test sets a page. "/redirect/302/x" redirects to "/x", and the response
+/// for a path below "/gate/" waits until the gate is opened.
+class PageTest : public WebViewTest {
  protected:
   using Strings = std::vector<std::string>;
 
-  /// Makes the view anew, with another folder for what it keeps.
-  void makeView(const std::filesystem::path &cache);
+  PageTest();
+  ~PageTest() override;
+
+  /// Replaces the view by a new one with this data and cache folder.
+  void makeView(const std::filesystem::path &dataFolder);
   void load(const std::string &path);
-  /// Loads a page with these contents and waits until all of it is there.
+  /// Loads a page with this source and waits until it is complete.
   void show(const std::string &html);
-  /// What a script in the page gives as text, or nothing when it fails. The
-  /// page takes it for a user's doing.
-  std::optional<std::string> evaluate(const std::string &script);
-  bool until(const std::function<bool()> &condition) { return platform->runUntil(condition); }
-  /// Waits until a script in the page gives a text.
-  bool untilPage(const std::string &script, const std::string &text);
-  /// Waits until the page has made a request of its own after all it did before.
+  /// Waits until the server has received a request that the page sends now. Requests are
+  /// sent in order, so those that the page sent before have arrived.
   bool settle();
-  /// The paths, with methods, of the requests that begin like that.
+  bool untilCancelled() {
+    return until([this] { return !delegate.cancelled.empty(); });
+  }
+  /// Waits for a requested window, and expects no other.
+  void expectWindow(const std::string &address);
+  /// Returns the methods and targets of the requests that start with this text.
   Strings requests(const std::string &start) const;
   void setPage(const std::string &path, const std::string &html);
   void openGate();
-  WebKitWebView *webKit() const;
 
-  /// For what the view keeps.
-  const std::filesystem::path folder;
-  std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
+  const TemporaryFolder folder;
   PageDelegate delegate;
-  std::unique_ptr<WebView> view;
 
  private:
-  void answerRequest(LoopbackConnection &connection, const std::string &head);
+  void respond(LoopbackConnection &connection, const std::string &head);
 
   mutable std::mutex mutex_;
   std::map<std::string, std::string> pages_;
@@ -99,7 +112,7 @@ class LinuxPage : public testing::TestWithParam<const char *> {
   int marks_ = 0;
 
  protected:
-  LoopbackServer server;
+  const LoopbackServer server;
 };
 
 }  // namespace orvel

@@ -1,106 +1,108 @@
-// What scripts of a page ask the user.
+// JavaScript dialogs: alert, confirm, prompt and beforeunload.
 
 #include "tests/linux/webkit/page.h"
 
 namespace orvel {
 namespace {
 
-class LinuxScriptDialog : public LinuxPage {
+class ScriptDialog : public PageTest {
  protected:
-  /// Runs a script that does not come back before a panel has been answered.
+  /// Runs a script that blocks until its dialog is answered.
   void start(const std::string &script) {
     evaluate("setTimeout(() => { document.title = '(open)'; " + script + " }); 0");
   }
-  bool titleIs(const std::string &title) { return untilPage("document.title", title); }
+  bool untilTitle(const std::string &title) { return untilScript("document.title", title); }
+  bool untilAlert() {
+    return until([this] { return delegate.alerts.size() == 1; });
+  }
+  bool untilConfirm() {
+    return until([this] { return delegate.confirms.size() == 1; });
+  }
 };
 
-TEST_P(LinuxScriptDialog, AnAlertKeepsThePageUntilItIsAnswered) {
-  show("pagina");
-  start("alert('Hé <b>\\n⌘'); document.title = 'klaar'; fetch('/later')");
-  ASSERT_TRUE(until([&] { return delegate.alerts.size() == 1; }));
+TEST_F(ScriptDialog, AlertBlocksPageUntilAnswered) {
+  show("page");
+  start("alert('Hé <b>\\n⌘'); document.title = 'done'; fetch('/later')");
+  ASSERT_TRUE(untilAlert());
   EXPECT_EQ(delegate.panels, Strings{"alert Hé <b>\n⌘"});
   EXPECT_EQ(requests("GET /later"), Strings());
   delegate.alerts.front()();
-  EXPECT_TRUE(titleIs("klaar"));
+  EXPECT_TRUE(untilTitle("done"));
   EXPECT_TRUE(until([&] { return requests("GET /later").size() == 1; }));
   EXPECT_EQ(delegate.panels.size(), 1U);
 }
 
-TEST_P(LinuxScriptDialog, AConfirmTellsThePageTheAnswer) {
-  show("pagina");
+TEST_F(ScriptDialog, ConfirmReturnsAnswer) {
+  show("page");
   for (const bool agreed : {true, false, true}) {
-    start("document.title = '' + confirm('Weet u het zeker?');");
-    ASSERT_TRUE(until([&] { return delegate.confirms.size() == 1; }));
+    start("document.title = '' + confirm('Are you sure?');");
+    ASSERT_TRUE(untilConfirm());
     delegate.confirms.front()(agreed);
-    EXPECT_TRUE(titleIs(agreed ? "true" : "false"));
+    EXPECT_TRUE(untilTitle(agreed ? "true" : "false"));
     delegate.confirms.clear();
   }
-  EXPECT_EQ(delegate.panels, Strings(3, "confirm Weet u het zeker?"));
+  EXPECT_EQ(delegate.panels, Strings(3, "confirm Are you sure?"));
 }
 
-TEST_P(LinuxScriptDialog, AnAlertInAFrame) {
+TEST_F(ScriptDialog, AlertOfFrameIsShown) {
   show("<iframe srcdoc='x'></iframe>");
-  start("frames[0].alert('binnen'); document.title = 'klaar';");
-  ASSERT_TRUE(until([&] { return delegate.alerts.size() == 1; }));
+  start("frames[0].alert('inside'); document.title = 'done';");
+  ASSERT_TRUE(untilAlert());
   delegate.alerts.front()();
-  EXPECT_TRUE(titleIs("klaar"));
+  EXPECT_TRUE(untilTitle("done"));
 }
 
-TEST_P(LinuxScriptDialog, APromptAnswersNothingAtOnce) {
-  show("pagina");
-  start("document.title = '' + prompt('Naam?', 'standaard');");
-  EXPECT_TRUE(titleIs("null"));
+TEST_F(ScriptDialog, PromptReturnsNullWithoutPanel) {
+  show("page");
+  start("document.title = '' + prompt('Name?', 'default');");
+  EXPECT_TRUE(untilTitle("null"));
   EXPECT_EQ(delegate.panels, Strings());
 }
 
-TEST_P(LinuxScriptDialog, APageIsLeftWithoutAQuestion) {
-  show("<script>onbeforeunload = event => { event.returnValue = 'blijf'; }</script>");
+TEST_F(ScriptDialog, BeforeUnloadShowsNoPanel) {
+  show("<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>");
   evaluate("0");
-  show("volgende");
+  show("next");
   EXPECT_EQ(delegate.panels, Strings());
 }
 
-TEST_P(LinuxScriptDialog, TheViewGoesWhileOneIsOpen) {
+TEST_F(ScriptDialog, AnswerAfterViewIsDestroyedIsIgnored) {
   for (const std::string kind : {"alert", "confirm"}) {
-    show("pagina");
+    show("page");
     start(kind + "('x');");
     ASSERT_TRUE(until([&] { return !delegate.panels.empty(); }));
-    makeView(folder);
+    makeView(folder.path());
     for (const auto &completion : delegate.alerts) completion();
     for (const auto &completion : delegate.confirms) completion(true);
     delegate.panels.clear();
     delegate.alerts.clear();
     delegate.confirms.clear();
   }
-  show("volgende");
+  show("next");
 }
 
-TEST_P(LinuxScriptDialog, TheProcessOfThePageEndsWhileOneIsOpen) {
-  show("pagina");
+TEST_F(ScriptDialog, AnswerAfterWebProcessIsTerminatedIsIgnored) {
+  show("page");
   start("alert('x');");
-  ASSERT_TRUE(until([&] { return delegate.alerts.size() == 1; }));
+  ASSERT_TRUE(untilAlert());
   webkit_web_view_terminate_web_process(webKit());
-  ASSERT_TRUE(until([&] { return true; }));
   delegate.alerts.front()();
   delegate.alerts.clear();
-  show("volgende");
-  start("confirm('y'); document.title = 'klaar';");
-  ASSERT_TRUE(until([&] { return delegate.confirms.size() == 1; }));
+  show("next");
+  start("confirm('y'); document.title = 'done';");
+  ASSERT_TRUE(untilConfirm());
   delegate.confirms.front()(true);
-  EXPECT_TRUE(titleIs("klaar"));
+  EXPECT_TRUE(untilTitle("done"));
 }
 
-TEST_P(LinuxScriptDialog, ALoadWhileOneIsOpen) {
-  show("pagina");
+TEST_F(ScriptDialog, LoadDuringAlertRunsAfterAnswer) {
+  show("page");
   start("alert('x');");
-  ASSERT_TRUE(until([&] { return delegate.alerts.size() == 1; }));
+  ASSERT_TRUE(untilAlert());
   load("/next");
   delegate.alerts.front()();
-  EXPECT_TRUE(untilPage("document.body ? document.body.innerText : ''", "inhoud van /next"));
+  EXPECT_TRUE(untilText("content of /next"));
 }
-
-INSTANTIATE_TEST_SUITE_P(WebKitGtk, LinuxScriptDialog, testing::Values("Linux"),
-                         [](const auto &platform) { return platform.param; });
 
 }  // namespace
 }  // namespace orvel

@@ -7,7 +7,7 @@
 namespace orvel {
 namespace {
 
-TEST(WebKitUrl, IsEncodedWhereTheUrlStandardLeavesCharactersAlone) {
+TEST(WebKitUrl, CharactersOfUrlStandardArePercentEncoded) {
   for (const char *text :
        {"http://h/a[b]|c\\d", "http://h/{}^`\"<>", "http://h?[|]", "http://h/#a#b#",
         "http://h/100%", "http://[::1]:1/[", "mailto:a b@c?subject=[x]", "data:text/html,<p>é"}) {
@@ -17,14 +17,14 @@ TEST(WebKitUrl, IsEncodedWhereTheUrlStandardLeavesCharactersAlone) {
   }
 }
 
-TEST(WebKitUrl, WhatIsNoUrlIsNone) {
+TEST(WebKitUrl, MalformedUrlIsRejected) {
   for (const char *text : {"", "http://[/", "http://h:x/", "1a:b"}) {
     EXPECT_EQ(urlFromWebKit(text), std::nullopt) << text;
   }
   EXPECT_EQ(urlFromWebKit(nullptr), std::nullopt);
 }
 
-TEST(WebKitUrl, ThePartsAreThoseOfTheEscapedText) {
+TEST(WebKitUrl, PartsAreThoseOfEncodedText) {
   const auto url = urlFromWebKit("http://h/a[b]?c");
   ASSERT_TRUE(url.has_value());
   EXPECT_EQ(url->path, "/a[b]");
