@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "base/url.h"
 #include "base/percent_encoding.h"
+#include "base/url.h"
 #include "tests/fuzz/property.h"
 #include "web/same_origin.h"
 
