@@ -10,8 +10,8 @@
 namespace orvel {
 namespace {
 
-constexpr const char *key = "a;\"key\"";
-constexpr const char *cookies = "a=b; c=d";
+constexpr const char *sentKey = "a;\"key\"";
+constexpr const char *sentCookies = "a=b; c=d";
 constexpr const char *redirectStatuses[] = {"301 Moved", "302 Found", "303 See Other",
                                             "307 Temporary", "308 Permanent"};
 
@@ -44,14 +44,14 @@ class HttpFieldsContract : public ContractTest {
   HttpReplies::Reply send(const std::string &address,
                           bool (*forwardsHeaders)(const Url &, const Url &) = hasSameHostAndPort) {
     auto request = requestOf(address);
-    request.setHeader("X-ORVEL-App", key);
-    request.setHeader("Cookie", cookies);
+    request.setHeader("X-ORVEL-App", sentKey);
+    request.setHeader("Cookie", sentCookies);
     request.forwardsHeaders = forwardsHeaders;
     return fetch(platform->ports().http, request);
   }
   static void expectFields(const std::string &head) {
-    EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + key);
-    EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + cookies);
+    EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + sentKey);
+    EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + sentCookies);
   }
   static void expectNoFields(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), "(absent)");

@@ -53,72 +53,71 @@ TEST(Json, EscapesAreDecoded) {
   EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (JsonTexts{{"a\0b"s, "x"}}));
 }
 
-void expectRejected(const std::vector<std::string> &texts) {
+void expectNoJson(const std::vector<std::string> &texts) {
   for (const std::string &text : texts) EXPECT_EQ(parseJsonTexts(text), std::nullopt) << text;
 }
 
 TEST(Json, OtherTopLevelThanObjectIsRejected) {
-  expectRejected(
-      {"", " ", "null", "true", "1", "\"x\"", "[]", "[{}]", "<html></html>", "undefined"});
+  expectNoJson({"", " ", "null", "true", "1", "\"x\"", "[]", "[{}]", "<html></html>", "undefined"});
 }
 
 TEST(Json, MalformedStructureIsRejected) {
-  expectRejected({"{",
-                  "}",
-                  "{}}",
-                  "{}{}",
-                  "{} x",
-                  "{},",
-                  "[{}",
-                  "{]",
-                  R"({"a"})",
-                  R"({"a":})",
-                  R"({"a" "b"})",
-                  R"({"a":"b",})",
-                  R"({,"a":"b"})",
-                  R"({"a":"b" "c":"d"})",
-                  R"({"a":"b",,})",
-                  R"({"a":[1,]})",
-                  R"({"a":[,1]})",
-                  R"({"a":[1 2]})",
-                  R"({"a":[})",
-                  R"({"a"::1})",
-                  R"({'a':'b'})",
-                  R"({a:"b"})",
-                  R"({1:"b"})",
-                  R"({"a":"b";})",
-                  "{}//",
-                  "/**/{}",
-                  "\v{}",
-                  "\xC2\xA0{}",
-                  "{}\0"s,
-                  "\0{}"s});
+  expectNoJson({"{",
+                "}",
+                "{}}",
+                "{}{}",
+                "{} x",
+                "{},",
+                "[{}",
+                "{]",
+                R"({"a"})",
+                R"({"a":})",
+                R"({"a" "b"})",
+                R"({"a":"b",})",
+                R"({,"a":"b"})",
+                R"({"a":"b" "c":"d"})",
+                R"({"a":"b",,})",
+                R"({"a":[1,]})",
+                R"({"a":[,1]})",
+                R"({"a":[1 2]})",
+                R"({"a":[})",
+                R"({"a"::1})",
+                R"({'a':'b'})",
+                R"({a:"b"})",
+                R"({1:"b"})",
+                R"({"a":"b";})",
+                "{}//",
+                "/**/{}",
+                "\v{}",
+                "\xC2\xA0{}",
+                "{}\0"s,
+                "\0{}"s});
 }
 
 TEST(Json, MisplacedOrForeignByteOrderMarkIsRejected) {
-  expectRejected({"\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}", " \xEF\xBB\xBF{}", "{}\xEF\xBB\xBF",
-                  "{\xEF\xBB\xBF}", "\xEF\xBB{}", "\xEF{}", "\xFE\xFF{}", "\xFF\xFE{}"});
+  expectNoJson({"\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}", " \xEF\xBB\xBF{}", "{}\xEF\xBB\xBF",
+                "{\xEF\xBB\xBF}", "\xEF\xBB{}", "\xEF{}", "\xFE\xFF{}", "\xFF\xFE{}"});
 }
 
 TEST(Json, MalformedValueIsRejected) {
-  expectRejected({R"({"a":01})", R"({"a":+1})", R"({"a":.5})", R"({"a":1.})", R"({"a":1e})",
-                  R"({"a":1e+})", R"({"a":-})", R"({"a":0x1})", R"({"a":1_0})", R"({"a":NaN})",
-                  R"({"a":Infinity})", R"({"a":True})", R"({"a":nul})", R"({"a":truex})",
-                  R"({"a":undefined})", R"({"a":b})"});
+  expectNoJson({R"({"a":01})", R"({"a":+1})", R"({"a":.5})", R"({"a":1.})", R"({"a":1e})",
+                R"({"a":1e+})", R"({"a":-})", R"({"a":0x1})", R"({"a":1_0})", R"({"a":NaN})",
+                R"({"a":Infinity})", R"({"a":True})", R"({"a":nul})", R"({"a":truex})",
+                R"({"a":undefined})", R"({"a":b})"});
 }
 
 TEST(Json, MalformedStringIsRejected) {
-  expectRejected({"{\"a\":\"\n\"}", "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}", "{\"a\":\"\0\"}"s,
-                  R"({"a":"\x41"})", R"({"a":"\'"})", R"({"a":"\u12"})", R"({"a":"\u12g4"})",
-                  R"({"a":"\U0041"})", R"({"a":"\"})", R"({"a":"b)", R"({"a":"\ud800"})",
-                  R"({"a":"\udc00"})", R"({"a":"\ud800x"})", R"({"a":"\ud800\n"})",
-                  R"({"a":"\ud800\ud800"})", R"({"a":"\ud800\u0041"})", R"({"a":"\ude00\ud83d"})"});
+  expectNoJson({"{\"a\":\"\n\"}", "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}", "{\"a\":\"\0\"}"s,
+                R"({"a":"\x41"})", R"({"a":"\'"})", R"({"a":"\u12"})", R"({"a":"\u12g4"})",
+                R"({"a":"\U0041"})", R"({"a":"\"})", R"({"a":"b)", R"({"a":"\ud800"})",
+                R"({"a":"\udc00"})", R"({"a":"\ud800x"})", R"({"a":"\ud800\n"})",
+                R"({"a":"\ud800\ud800"})", R"({"a":"\ud800\u0041"})", R"({"a":"\ude00\ud83d"})"});
 }
 
 TEST(Json, InvalidUtf8IsRejected) {
-  expectRejected({"{\"a\":\"\xff\"}", "{\"a\":\"\xc3\"}", "{\"a\":\"\xed\xa0\x80\"}",
-                  "{\"a\":\"\xc0\x80\"}", "{\"\xe9\":\"x\"}", "{\"a\":\"\xf5\x80\x80\x80\"}",
-                  "\xff\xfe{\0}\0"s, "{\0}\0"s, "\0{\0}"s});
+  expectNoJson({"{\"a\":\"\xff\"}", "{\"a\":\"\xc3\"}", "{\"a\":\"\xed\xa0\x80\"}",
+                "{\"a\":\"\xc0\x80\"}", "{\"\xe9\":\"x\"}", "{\"a\":\"\xf5\x80\x80\x80\"}",
+                "\xff\xfe{\0}\0"s, "{\0}\0"s, "\0{\0}"s});
 }
 
 TEST(Json, TruncatedTextIsRejectedAndCorruptTextDoesNotCrash) {

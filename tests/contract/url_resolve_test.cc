@@ -28,50 +28,56 @@ void expectResolved(const std::string &base, const std::vector<Example> &rows) {
 
 // Except for the empty reference, which is rejected.
 TEST(UrlResolve, NormalExamplesOfRfc3986) {
-  expectResolved("http://a/b/c/d;p?q", {{"g:h", "g:h"},
-                                        {"g", "http://a/b/c/g"},
-                                        {"./g", "http://a/b/c/g"},
-                                        {"g/", "http://a/b/c/g/"},
-                                        {"/g", "http://a/g"},
-                                        {"//g", "http://g"},
-                                        {"?y", "http://a/b/c/d;p?y"},
-                                        {"g?y", "http://a/b/c/g?y"},
-                                        {"#s", "http://a/b/c/d;p?q#s"},
-                                        {"g#s", "http://a/b/c/g#s"},
-                                        {"g?y#s", "http://a/b/c/g?y#s"},
-                                        {";x", "http://a/b/c/;x"},
-                                        {"g;x", "http://a/b/c/g;x"},
-                                        {"g;x?y#s", "http://a/b/c/g;x?y#s"},
-                                        {".", "http://a/b/c/"},
-                                        {"./", "http://a/b/c/"},
-                                        {"..", "http://a/b/"},
-                                        {"../", "http://a/b/"},
-                                        {"../g", "http://a/b/g"},
-                                        {"../..", "http://a/"},
-                                        {"../../", "http://a/"},
-                                        {"../../g", "http://a/g"}});
+  const std::vector<Example> rows{
+      {"g:h", "g:h"},
+      {"g", "http://a/b/c/g"},
+      {"./g", "http://a/b/c/g"},
+      {"g/", "http://a/b/c/g/"},
+      {"/g", "http://a/g"},
+      {"//g", "http://g"},
+      {"?y", "http://a/b/c/d;p?y"},
+      {"g?y", "http://a/b/c/g?y"},
+      {"#s", "http://a/b/c/d;p?q#s"},
+      {"g#s", "http://a/b/c/g#s"},
+      {"g?y#s", "http://a/b/c/g?y#s"},
+      {";x", "http://a/b/c/;x"},
+      {"g;x", "http://a/b/c/g;x"},
+      {"g;x?y#s", "http://a/b/c/g;x?y#s"},
+      {".", "http://a/b/c/"},
+      {"./", "http://a/b/c/"},
+      {"..", "http://a/b/"},
+      {"../", "http://a/b/"},
+      {"../g", "http://a/b/g"},
+      {"../..", "http://a/"},
+      {"../../", "http://a/"},
+      {"../../g", "http://a/g"},
+  };
+  expectResolved("http://a/b/c/d;p?q", rows);
 }
 
 TEST(UrlResolve, AbnormalExamplesOfRfc3986) {
-  expectResolved("http://a/b/c/d;p?q", {{"../../../g", "http://a/g"},
-                                        {"../../../../g", "http://a/g"},
-                                        {"/./g", "http://a/g"},
-                                        {"/../g", "http://a/g"},
-                                        {"g.", "http://a/b/c/g."},
-                                        {".g", "http://a/b/c/.g"},
-                                        {"g..", "http://a/b/c/g.."},
-                                        {"..g", "http://a/b/c/..g"},
-                                        {"./../g", "http://a/b/g"},
-                                        {"./g/.", "http://a/b/c/g/"},
-                                        {"g/./h", "http://a/b/c/g/h"},
-                                        {"g/../h", "http://a/b/c/h"},
-                                        {"g;x=1/./y", "http://a/b/c/g;x=1/y"},
-                                        {"g;x=1/../y", "http://a/b/c/y"},
-                                        {"g?y/./x", "http://a/b/c/g?y/./x"},
-                                        {"g?y/../x", "http://a/b/c/g?y/../x"},
-                                        {"g#s/./x", "http://a/b/c/g#s/./x"},
-                                        {"g#s/../x", "http://a/b/c/g#s/../x"},
-                                        {"http:g", "http:g"}});
+  const std::vector<Example> rows{
+      {"../../../g", "http://a/g"},
+      {"../../../../g", "http://a/g"},
+      {"/./g", "http://a/g"},
+      {"/../g", "http://a/g"},
+      {"g.", "http://a/b/c/g."},
+      {".g", "http://a/b/c/.g"},
+      {"g..", "http://a/b/c/g.."},
+      {"..g", "http://a/b/c/..g"},
+      {"./../g", "http://a/b/g"},
+      {"./g/.", "http://a/b/c/g/"},
+      {"g/./h", "http://a/b/c/g/h"},
+      {"g/../h", "http://a/b/c/h"},
+      {"g;x=1/./y", "http://a/b/c/g;x=1/y"},
+      {"g;x=1/../y", "http://a/b/c/y"},
+      {"g?y/./x", "http://a/b/c/g?y/./x"},
+      {"g?y/../x", "http://a/b/c/g?y/../x"},
+      {"g#s/./x", "http://a/b/c/g#s/./x"},
+      {"g#s/../x", "http://a/b/c/g#s/../x"},
+      {"http:g", "http:g"},
+  };
+  expectResolved("http://a/b/c/d;p?q", rows);
 }
 
 TEST(UrlResolve, ArchiveAddressIsResolvedAgainstManifest) {
@@ -101,37 +107,39 @@ TEST(UrlResolve, ArchiveAddressIsResolvedAgainstManifest) {
 TEST(UrlResolve, IllegalCharactersArePercentEncoded) {
   const std::string manifest = "https://os.test/download/linux.json";
   const std::string folder = "https://os.test/download/";
-  expectResolved(manifest, {
-                               {" ", folder + "%20"},
-                               {"a b.zip", folder + "a%20b.zip"},
-                               {"caf\u00E9.zip", folder + "caf%C3%A9.zip"},
-                               {"\U0001F600.zip", folder + "%F0%9F%98%80.zip"},
-                               {"a|b.zip", folder + "a%7Cb.zip"},
-                               {"a.zip\n", folder + "a.zip%0A"},
-                               {"\t\x7F", folder + "%09%7F"},
-                               {std::string("a\0b", 3), folder + "a%00b"},
-                               {"\xff.zip", folder + "%FF.zip"},
-                               {"\"<>\\^`{}", folder + "%22%3C%3E%5C%5E%60%7B%7D"},
-                               {"/a b/../c d.zip?e f#g h", "https://os.test/c%20d.zip?e%20f#g%20h"},
-                               {"https://other.test/a b.zip", "https://other.test/a%20b.zip"},
-                               {"//other.test/a b.zip", "https://other.test/a%20b.zip"},
-                               {"?a b", manifest + "?a%20b"},
-                               // Encoded only where RFC 3986 does not allow them.
-                               {"a[1].zip?[2]#[3]#4", folder + "a%5B1%5D.zip?%5B2%5D#%5B3%5D%234"},
-                               {"./!$&'()*+,;=:@~-._/?", folder + "!$&'()*+,;=:@~-._/?"},
-                               {"http://[::1]/[", "http://[::1]/%5B"},
-                               // A "%" is encoded unless it begins an escape.
-                               {"%", folder + "%25"},
-                               {"100%.zip", folder + "100%25.zip"},
-                               {"%zz%4", folder + "%25zz%254"},
-                               {"a%20b c%C3%A9.zip", folder + "a%20b%20c%C3%A9.zip"},
-                               {"%2520 %2f", folder + "%2520%20%2f"},
-                               // The authority is encoded as well.
-                               {"https://a b/x.zip", "https://a%20b/x.zip"},
-                               {"https://caf\u00E9.test/x.zip", "https://caf%C3%A9.test/x.zip"},
-                               {"https://us er:p|w@h:8/x.zip", "https://us%20er:p%7Cw@h:8/x.zip"},
-                               {"//a%b/x", "https://a%25b/x"},
-                           });
+  const std::vector<Example> rows{
+      {" ", folder + "%20"},
+      {"a b.zip", folder + "a%20b.zip"},
+      {"caf\u00E9.zip", folder + "caf%C3%A9.zip"},
+      {"\U0001F600.zip", folder + "%F0%9F%98%80.zip"},
+      {"a|b.zip", folder + "a%7Cb.zip"},
+      {"a.zip\n", folder + "a.zip%0A"},
+      {"\t\x7F", folder + "%09%7F"},
+      {std::string("a\0b", 3), folder + "a%00b"},
+      {"\xff.zip", folder + "%FF.zip"},
+      {"\"<>\\^`{}", folder + "%22%3C%3E%5C%5E%60%7B%7D"},
+      {"/a b/../c d.zip?e f#g h", "https://os.test/c%20d.zip?e%20f#g%20h"},
+      {"https://other.test/a b.zip", "https://other.test/a%20b.zip"},
+      {"//other.test/a b.zip", "https://other.test/a%20b.zip"},
+      {"?a b", manifest + "?a%20b"},
+      // Encoded only where RFC 3986 does not allow them.
+      {"a[1].zip?[2]#[3]#4", folder + "a%5B1%5D.zip?%5B2%5D#%5B3%5D%234"},
+      {"./!$&'()*+,;=:@~-._/?", folder + "!$&'()*+,;=:@~-._/?"},
+      {"http://[::1]/[", "http://[::1]/%5B"},
+      // A "%" is encoded unless it begins an escape.
+      {"%", folder + "%25"},
+      {"100%.zip", folder + "100%25.zip"},
+      {"%zz%4", folder + "%25zz%254"},
+      {"a%20b c%C3%A9.zip", folder + "a%20b%20c%C3%A9.zip"},
+      {"%2520 %2f", folder + "%2520%20%2f"},
+      // The authority is encoded as well.
+      {"https://a b/x.zip", "https://a%20b/x.zip"},
+      {"https://caf\u00E9.test/x.zip", "https://caf%C3%A9.test/x.zip"},
+      {"https://us er:p|w@h:8/x.zip", "https://us%20er:p%7Cw@h:8/x.zip"},
+      {"//a%b/x", "https://a%25b/x"},
+
+  };
+  expectResolved(manifest, rows);
 }
 
 TEST(UrlResolve, MalformedReferenceIsRejectedEvenWhenEncoded) {

@@ -24,7 +24,7 @@ constexpr std::size_t maxNameSize = 255;
 bool replaceMimeDatabase() {
   static const TemporaryFolder temporary;
   const std::filesystem::path &root = temporary.path();
-  const auto describe = [](const std::string &path, const char *extension) {
+  const auto describe = [&](const std::string &path, const char *extension) {
     std::filesystem::create_directories((root / path).parent_path());
     std::ofstream(root / path) << "<mime-type><glob pattern='*." << extension << "'/></mime-type>";
   };

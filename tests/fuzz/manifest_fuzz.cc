@@ -18,7 +18,7 @@ namespace {
 
 using namespace orvel;
 
-std::string quoted(std::string_view text) {
+std::string jsonString(std::string_view text) {
   constexpr std::string_view digits = "0123456789abcdef";
   std::string json = "\"";
   for (const char character : text) {
@@ -36,7 +36,7 @@ std::string quoted(std::string_view text) {
 std::string serialized(const JsonTexts &texts) {
   std::string json;
   for (const auto &[name, text] : texts) {
-    json += (json.empty() ? "{" : ",") + quoted(name) + ":" + quoted(text);
+    json += (json.empty() ? "{" : ",") + jsonString(name) + ":" + jsonString(text);
   }
   return json.empty() ? "{}" : json + "}";
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "platform/linux/linux_platform.h"
 #include "tests/contract/contract_platform.h"
@@ -72,15 +73,16 @@ const TestHome &testHome() {
   return alert;
 }
 
-/// Returns the first widget of a type in the tree of another after skipping `skip` such
-/// widgets, or null. `skip` is decremented for each.
-GtkWidget *find(GtkWidget *widget, GType type, int &skip) {
-  if (g_type_is_a(G_OBJECT_TYPE(widget), type) && skip-- == 0) return widget;
-  for (GtkWidget *child = gtk_widget_get_first_child(widget); child != nullptr;
+/// Returns the widgets of a type in the tree of another, in order.
+std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
+  if (g_type_is_a(G_OBJECT_TYPE(root), type)) return {root};
+  std::vector<GtkWidget *> found;
+  for (GtkWidget *child = gtk_widget_get_first_child(root); child != nullptr;
        child = gtk_widget_get_next_sibling(child)) {
-    if (GtkWidget *found = find(child, type, skip)) return found;
+    const auto below = widgetsIn(child, type);
+    found.insert(found.end(), below.begin(), below.end());
   }
-  return nullptr;
+  return found;
 }
 
 /// Activates the shortcut of the window for a key. Returns false when there is none.
@@ -105,12 +107,6 @@ bool activateShortcut(::GtkWindow *window, guint key) {
     }
   }
   return false;
-}
-
-int count(GtkWidget *widget, GType type) {
-  int number = 0;
-  for (int skip = 0; find(widget, type, skip) != nullptr; skip = number) ++number;
-  return number;
 }
 
 class LinuxContractPlatform final : public ContractPlatform {
@@ -149,17 +145,17 @@ class LinuxContractPlatform final : public ContractPlatform {
 
   void answerAlert(const AlertAnswer &answer) override {
     ::GtkWindow *alert = alertToAnswer();
-    GtkWidget *content = GTK_WIDGET(alert);
-    int first = 0;
-    GtkWidget *field = find(content, GTK_TYPE_ENTRY, first);
-    if (field != nullptr) gtk_editable_set_text(GTK_EDITABLE(field), answer.text.c_str());
+    for (GtkWidget *field : widgetsIn(GTK_WIDGET(alert), GTK_TYPE_ENTRY)) {
+      gtk_editable_set_text(GTK_EDITABLE(field), answer.text.c_str());
+    }
     if (!answer.button) {
       gtk_window_close(alert);
       return;
     }
     // GTK shows the buttons in reverse order.
-    int place = count(content, GTK_TYPE_BUTTON) - 1 - *answer.button;
-    g_signal_emit_by_name(find(content, GTK_TYPE_BUTTON, place), "clicked");
+    const auto buttons = widgetsIn(GTK_WIDGET(alert), GTK_TYPE_BUTTON);
+    g_signal_emit_by_name(buttons.at(buttons.size() - 1 - static_cast<std::size_t>(*answer.button)),
+                          "clicked");
   }
 
   void pressInAlert(AlertKey key) override {

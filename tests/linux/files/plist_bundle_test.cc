@@ -15,13 +15,13 @@
 namespace orvel {
 namespace {
 
-constexpr const char *head =
+constexpr const char *plistHead =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
     "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">";
 
 std::string dictionary(const std::string &entries) {
-  return head + ("<dict>" + entries) + "</dict></plist>\n";
+  return plistHead + ("<dict>" + entries) + "</dict></plist>\n";
 }
 
 const std::string mixedEntries =
@@ -103,7 +103,7 @@ TEST(PlistFile, TextAndEntitiesAreDecoded) {
         << spelling;
   }
   EXPECT_EQ(parsePlistTexts(dictionary("<key/><string/>")), (PlistTexts{{"", ""}}));
-  EXPECT_EQ(parsePlistTexts(head + std::string("<dict/></plist>")), PlistTexts());
+  EXPECT_EQ(parsePlistTexts(plistHead + std::string("<dict/></plist>")), PlistTexts());
 }
 
 TEST(PlistFile, LastOfDuplicateKeysWins) {
@@ -117,7 +117,7 @@ TEST(PlistFile, LastOfDuplicateKeysWins) {
 TEST(PlistFile, OtherTopLevelThanDictionaryIsRejected) {
   for (const char *top : {"", "<array><string>x</string></array>", "<string>x</string>", "<true/>",
                           "<dict></dict><dict></dict>", "x<dict></dict>"}) {
-    EXPECT_EQ(parsePlistTexts(head + std::string(top) + "</plist>"), std::nullopt) << top;
+    EXPECT_EQ(parsePlistTexts(plistHead + std::string(top) + "</plist>"), std::nullopt) << top;
   }
   EXPECT_EQ(parsePlistTexts("<dict></dict>"), std::nullopt);
   EXPECT_EQ(parsePlistTexts(dictionary("")), PlistTexts());
@@ -181,7 +181,7 @@ TEST(PlistFile, DeepNestingIsParsed) {
       opened += "<array>";
       closed += "</array>";
     }
-    EXPECT_EQ(parsePlistTexts(head + opened + opened), std::nullopt);
+    EXPECT_EQ(parsePlistTexts(plistHead + opened + opened), std::nullopt);
     EXPECT_EQ(parsePlistTexts(
                   dictionary("<key>a</key>" + opened + closed + "<key>b</key><string>x</string>")),
               (PlistTexts{{"b", "x"}}));

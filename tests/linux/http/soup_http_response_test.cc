@@ -60,13 +60,13 @@ TEST_F(SoupHttpResponse, BodyIsCompleteInEveryFraming) {
 }
 
 TEST_F(SoupHttpResponse, UnrequestedGzipBodyIsDecoded) {
-  // "inhoud", compressed with gzip.
+  // "contents", compressed with gzip.
   const std::string packed(
-      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\x03\xcb\xcc\xcb"
-      "\xc8\x2f\x4d\x01\x00\x1e\x4d\xb5\x1d\x06\x00\x00\x00",
-      26);
-  expectReply(okResponse(packed, gzipField), 200, "inhoud");
-  expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "inhoud");
+      "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\xce\xcf\x2b"
+      "\x49\xcd\x2b\x29\x06\x00\x77\x11\xfa\xb4\x08\x00\x00\x00",
+      28);
+  expectReply(okResponse(packed, gzipField), 200, "contents");
+  expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "contents");
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
     expectHeadOnly(okResponse(packed.substr(0, size), gzipField));

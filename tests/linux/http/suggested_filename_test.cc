@@ -9,10 +9,10 @@
 namespace orvel {
 namespace {
 
-const Url address = *Url::parse("http://os.test/api/bestand/12");
+const Url requestUrl = *Url::parse("http://os.test/api/bestand/12");
 
 std::optional<std::string> named(const std::string &disposition) {
-  return suggestedFilename({.contentDisposition = disposition}, address);
+  return suggestedFilename({.contentDisposition = disposition}, requestUrl);
 }
 
 TEST(SuggestedFilename, ContentDispositionNamesFile) {
@@ -95,11 +95,11 @@ TEST(SuggestedFilename, NameWithoutExtensionGetsThatOfMediaType) {
   for (const auto &[name, type, whole] : rows) {
     EXPECT_EQ(suggestedFilename({.contentDisposition = "attachment; filename=\"" + name + "\"",
                                  .mediaType = type},
-                                address),
+                                requestUrl),
               whole)
         << name << " as " << type;
   }
-  EXPECT_EQ(suggestedFilename({.mediaType = "application/pdf"}, address), "12.pdf");
+  EXPECT_EQ(suggestedFilename({.mediaType = "application/pdf"}, requestUrl), "12.pdf");
   EXPECT_EQ(suggestedFilename({.mediaType = "application/pdf"}, *Url::parse("http://os.test/")),
             "os.test.pdf");
 }

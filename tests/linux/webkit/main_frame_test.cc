@@ -21,14 +21,15 @@ class MainFrame : public PageTest {
   void showPageWithFrame() { show("<iframe src=/frame></iframe>"); }
 };
 
-struct Navigation {
+struct MainFrameSource {
   std::string name;
   std::string html;
   std::string script;
   std::string address;
 };
 
-class MainFrameNavigation : public MainFrame, public testing::WithParamInterface<Navigation> {};
+class MainFrameNavigation : public MainFrame,
+                            public testing::WithParamInterface<MainFrameSource> {};
 
 TEST_P(MainFrameNavigation, IsCancelledWithoutRequest) {
   setPage("/frame", "<a id=link target=_top href=/file/1>x</a>");
@@ -40,28 +41,29 @@ TEST_P(MainFrameNavigation, IsCancelledWithoutRequest) {
 INSTANTIATE_TEST_SUITE_P(
     EverySource, MainFrameNavigation,
     testing::Values(
-        Navigation{"Link", "<a id=link href=/file/1>x</a>", "link.click()", "/file/1"},
-        Navigation{"LinkInFrameWithTargetTop", "",
-                   "frames[0].document.getElementById('link').click()", "/file/1"},
-        Navigation{"Script", "", "location = '/file/1?query#part'", "/file/1?query#part"},
-        Navigation{"FormWithGet", "<form action=/file/1><input name=a value=b></form>",
-                   "document.forms[0].submit()", "/file/1?a=b"},
-        Navigation{"FormWithPost", "<form action=/file/1 method=post></form>",
-                   "document.forms[0].submit()", "/file/1"},
-        Navigation{"FormWithTwoRedirects",
-                   "<form action=/redirect/307/redirect/307/file/1 method=post></form>",
-                   "document.forms[0].submit()", "/file/1"},
-        Navigation{"PageWithBeforeUnload",
-                   "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
-                   "location = '/file/1'", "/file/1"},
-        Navigation{"LongQuery", "", "location = '/file/1?' + 'q'.repeat(100000)",
-                   "/file/1?" + std::string(100'000, 'q')},
-        Navigation{"LongPath", "", "location = '/file/' + 'p'.repeat(10000)",
-                   "/file/" + std::string(10'000, 'p')},
-        Navigation{"CharactersWithMeaningInFilterPattern", "",
-                   R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
-                   "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
-    [](const auto &navigation) { return navigation.param.name; });
+        MainFrameSource{"Link", "<a id=link href=/file/1>x</a>", "link.click()", "/file/1"},
+        MainFrameSource{"LinkInFrameWithTargetTop", "",
+                        "frames[0].document.getElementById('link').click()", "/file/1"},
+        MainFrameSource{"Script", "", "location = '/file/1?query#part'", "/file/1?query#part"},
+        MainFrameSource{"FormWithGet", "<form action=/file/1><input name=a value=b></form>",
+                        "document.forms[0].submit()", "/file/1?a=b"},
+        MainFrameSource{"FormWithPost", "<form action=/file/1 method=post></form>",
+                        "document.forms[0].submit()", "/file/1"},
+        MainFrameSource{"FormWithTwoRedirects",
+                        "<form action=/redirect/307/redirect/307/file/1 method=post></form>",
+                        "document.forms[0].submit()", "/file/1"},
+        MainFrameSource{
+            "PageWithBeforeUnload",
+            "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
+            "location = '/file/1'", "/file/1"},
+        MainFrameSource{"LongQuery", "", "location = '/file/1?' + 'q'.repeat(100000)",
+                        "/file/1?" + std::string(100'000, 'q')},
+        MainFrameSource{"LongPath", "", "location = '/file/' + 'p'.repeat(10000)",
+                        "/file/" + std::string(10'000, 'p')},
+        MainFrameSource{"CharactersWithMeaningInFilterPattern", "",
+                        R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
+                        "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
+    [](const auto &source) { return source.param.name; });
 
 TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
   for (const std::string html : {"<script>setTimeout(() => location = '/file/1')</script>",

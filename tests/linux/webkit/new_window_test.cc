@@ -27,13 +27,14 @@ class NewWindow : public PageTest {
   }
 };
 
-struct Navigation {
+struct NewWindowSource {
   std::string name;
   std::string html;
   std::string script;
 };
 
-class NewWindowNavigation : public NewWindow, public testing::WithParamInterface<Navigation> {};
+class NewWindowNavigation : public NewWindow,
+                            public testing::WithParamInterface<NewWindowSource> {};
 
 TEST_P(NewWindowNavigation, IsReportedWithoutRequest) {
   setPage("/frame", "<a id=link target=_blank href=/next?a=b#c>x</a>");
@@ -46,16 +47,18 @@ TEST_P(NewWindowNavigation, IsReportedWithoutRequest) {
 
 INSTANTIATE_TEST_SUITE_P(
     EverySource, NewWindowNavigation,
-    testing::Values(Navigation{"LinkWithTargetBlank",
-                               "<a id=link target=_blank href=/next?a=b#c>x</a>", "link.click()"},
-                    Navigation{"LinkWithUnknownTarget",
-                               "<a id=link target=missing href=/next?a=b#c>x</a>", "link.click()"},
-                    Navigation{"LinkInFrame", "<iframe src=/frame></iframe>",
-                               "frames[0].document.getElementById('link').click()"},
-                    Navigation{"FormWithTargetBlank",
-                               "<form target=_blank method=post action=/next?a=b#c></form>",
-                               "document.forms[0].submit()"}),
-    [](const auto &navigation) { return navigation.param.name; });
+    testing::Values(NewWindowSource{"LinkWithTargetBlank",
+                                    "<a id=link target=_blank href=/next?a=b#c>x</a>",
+                                    "link.click()"},
+                    NewWindowSource{"LinkWithUnknownTarget",
+                                    "<a id=link target=missing href=/next?a=b#c>x</a>",
+                                    "link.click()"},
+                    NewWindowSource{"LinkInFrame", "<iframe src=/frame></iframe>",
+                                    "frames[0].document.getElementById('link').click()"},
+                    NewWindowSource{"FormWithTargetBlank",
+                                    "<form target=_blank method=post action=/next?a=b#c></form>",
+                                    "document.forms[0].submit()"}),
+    [](const auto &source) { return source.param.name; });
 
 TEST_F(NewWindow, CancelledLinkOpensNoWindow) {
   for (const std::string address : {"/file/1", "/export", "http://example.test/"}) {

@@ -31,14 +31,14 @@ class SubFrame : public PageTest {
   }
 };
 
-struct Navigation {
+struct SubFrameSource {
   std::string name;
   std::string html;
   std::string framePage;
   std::string script;
 };
 
-class SubFrameNavigation : public SubFrame, public testing::WithParamInterface<Navigation> {};
+class SubFrameNavigation : public SubFrame, public testing::WithParamInterface<SubFrameSource> {};
 
 TEST_P(SubFrameNavigation, IsShownWithOneRequest) {
   setPage("/frame", GetParam().framePage);
@@ -50,20 +50,22 @@ TEST_P(SubFrameNavigation, IsShownWithOneRequest) {
 INSTANTIATE_TEST_SUITE_P(
     EverySource, SubFrameNavigation,
     testing::Values(
-        Navigation{"FrameAttribute", "<iframe src=/file/1></iframe>", "", "0"},
-        Navigation{"Script", "<iframe src=/frame></iframe>", "", "frames[0].location = '/file/1'"},
-        Navigation{"Redirect", "<iframe src=/frame></iframe>", "",
-                   "frames[0].location = '/redirect/302/file/1'"},
-        Navigation{"LinkInFrame", "<iframe src=/frame></iframe>", "<a id=link href=/file/1>x</a>",
-                   "frames[0].document.getElementById('link').click()"},
-        Navigation{"LinkWithNameOfFrame",
-                   "<iframe name=target src=/frame></iframe>"
-                   "<a id=link target=target href=/file/1>x</a>",
-                   "", "link.click()"},
-        Navigation{"FrameWithBeforeUnload", "<iframe src=/frame></iframe>",
-                   "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
-                   "frames[0].location = '/file/1'"}),
-    [](const auto &navigation) { return navigation.param.name; });
+        SubFrameSource{"FrameAttribute", "<iframe src=/file/1></iframe>", "", "0"},
+        SubFrameSource{"Script", "<iframe src=/frame></iframe>", "",
+                       "frames[0].location = '/file/1'"},
+        SubFrameSource{"Redirect", "<iframe src=/frame></iframe>", "",
+                       "frames[0].location = '/redirect/302/file/1'"},
+        SubFrameSource{"LinkInFrame", "<iframe src=/frame></iframe>",
+                       "<a id=link href=/file/1>x</a>",
+                       "frames[0].document.getElementById('link').click()"},
+        SubFrameSource{"LinkWithNameOfFrame",
+                       "<iframe name=target src=/frame></iframe>"
+                       "<a id=link target=target href=/file/1>x</a>",
+                       "", "link.click()"},
+        SubFrameSource{"FrameWithBeforeUnload", "<iframe src=/frame></iframe>",
+                       "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
+                       "frames[0].location = '/file/1'"}),
+    [](const auto &source) { return source.param.name; });
 
 TEST_F(SubFrame, FormWithNameOfFrameIsShown) {
   show(
