@@ -37,8 +37,8 @@ Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
-/// A fixture that starts every child either with endsWithParent or without it. Linux has
-/// two implementations (fork and posix_spawn), which must behave alike otherwise.
+/// A launcher that sets `endsWithParent` of every request to the parameter of the test. On
+/// Linux the two values have different implementations (fork and posix_spawn).
 class LauncherUnderTest final : public ProcessLauncher {
  public:
   explicit LauncherUnderTest(bool endsWithParent,
@@ -62,6 +62,7 @@ int openDescriptors();
 /// Returns whether this process has a zombie child.
 bool hasZombie();
 std::string description(int errorNumber);
+/// Returns the bytes of a file; empty when it cannot be read.
 std::string contentsOf(const std::filesystem::path &path);
 
 }  // namespace orvel::posix_test
