@@ -2,7 +2,7 @@
 
 namespace orvel {
 
-FullScreenBar::FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *menuBar,
+FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar,
                              GtkWidget *content)
     : window_(window),
       header_(retain(header)),
@@ -131,7 +131,7 @@ bool FullScreenBar::openMenu() {
   return true;
 }
 
-GtkWidget *contentOf(::GtkWindow *window) {
+GtkWidget *contentOf(GtkWindow *window) {
   GtkWidget *child = gtk_window_get_child(window);
   return child != nullptr && GTK_IS_OVERLAY(child) ? gtk_overlay_get_child(GTK_OVERLAY(child))
                                                    : child;

@@ -12,7 +12,7 @@ namespace orvel {
 class FullScreenBar {
  public:
   /// Puts the header and the content into the window. `menuBar` is in the header.
-  FullScreenBar(::GtkWindow *window, GtkWidget *header, GtkWidget *menuBar, GtkWidget *content);
+  FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar, GtkWidget *content);
   ~FullScreenBar();
   FullScreenBar(const FullScreenBar &) = delete;
   FullScreenBar &operator=(const FullScreenBar &) = delete;
@@ -26,7 +26,7 @@ class FullScreenBar {
   bool hasFocus() const;
   bool openMenu();
 
-  ::GtkWindow *const window_;
+  GtkWindow *const window_;
   const GObjectPointer<GtkWidget> header_;
   GtkWidget *const menuBar_;
   GtkRevealer *const revealer_;
@@ -37,6 +37,6 @@ class FullScreenBar {
 };
 
 /// Returns the widget that a window shows below its header, or null.
-GtkWidget *contentOf(::GtkWindow *window);
+GtkWidget *contentOf(GtkWindow *window);
 
 }  // namespace orvel

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array endingSignals{SIGTERM, SIGINT, SIGHUP};
 
-GApplication *base(const GObjectPointer<::GtkApplication> &application) {
+GApplication *base(const GObjectPointer<GtkApplication> &application) {
   return G_APPLICATION(application.get());
 }
 
@@ -101,7 +101,7 @@ void GtkApplicationHost::finish() {
   g_application_quit(base(application_));
 }
 
-void GtkApplicationHost::addWindow(::GtkWindow *window) {
+void GtkApplicationHost::addWindow(GtkWindow *window) {
   mainWindow_ = window;
   g_object_add_weak_pointer(G_OBJECT(window), reinterpret_cast<gpointer *>(&mainWindow_));
   if (g_application_get_is_registered(base(application_))) {

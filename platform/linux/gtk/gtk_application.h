@@ -36,9 +36,9 @@ class GtkApplicationHost final : public Application {
   void lastWindowClosed();
 
   /// Makes a window one of this application.
-  void addWindow(::GtkWindow *window);
+  void addWindow(GtkWindow *window);
   /// The window that dialogs stand before, or null before there is one.
-  ::GtkWindow *mainWindow() const { return mainWindow_; }
+  GtkWindow *mainWindow() const { return mainWindow_; }
   /// Whether the application ends and nothing can defer that any more.
   bool terminationProceeds() const { return terminationProceeds_; }
   /// Work that must be done before the process ends.
@@ -51,11 +51,11 @@ class GtkApplicationHost final : public Application {
   void activated();
   void finish();
 
-  const GObjectPointer<::GtkApplication> application_;
+  const GObjectPointer<GtkApplication> application_;
   const std::function<void()> startup_;
   std::function<void()> beforeEnd_;
   ApplicationDelegate *delegate_ = nullptr;
-  ::GtkWindow *mainWindow_ = nullptr;
+  GtkWindow *mainWindow_ = nullptr;
   bool launched_ = false;
   bool terminating_ = false;
   bool terminationProceeds_ = false;

@@ -8,7 +8,7 @@ namespace {
 
 bool isModalWindowOpen(GListModel *windows) {
   for (guint at = 0; at < g_list_model_get_n_items(windows); ++at) {
-    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows, at)));
+    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows, at)));
     if (gtk_window_get_modal(window.get()) && gtk_widget_get_visible(GTK_WIDGET(window.get()))) {
       return true;
     }
@@ -53,7 +53,7 @@ GtkDialogQuitting::~GtkDialogQuitting() {
 
 void GtkDialogQuitting::windowsAdded(guint position, guint count) {
   for (guint at = position; at < position + count; ++at) {
-    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows_, at)));
+    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows_, at)));
     menuBar_.addQuitKeys(window.get());
   }
 }
@@ -61,7 +61,7 @@ void GtkDialogQuitting::windowsAdded(guint position, guint count) {
 // GTK ignores GDK_DELETE for a window while another window is modal for it.
 void GtkDialogQuitting::eventArrived(GdkSurface *surface, GdkEvent *event) {
   if (gdk_event_get_event_type(event) != GDK_DELETE) return;
-  ::GtkWindow *main = application_.mainWindow();
+  GtkWindow *main = application_.mainWindow();
   if (main == nullptr || gtk_native_get_surface(GTK_NATIVE(main)) != surface) return;
   if (isModalWindowOpen(windows_)) application_.lastWindowClosed();
 }

@@ -43,7 +43,7 @@ GObjectPointer<GMenu> makeMenu(const std::vector<MenuItem> &items) {
 /// What one window's action needs.
 struct ActionTarget {
   GtkMenuBar::Perform perform;
-  ::GtkWindow *window;
+  GtkWindow *window;
 };
 
 void activated(GSimpleAction *, GVariant *action, gpointer data) {
@@ -96,7 +96,7 @@ GtkWidget *GtkMenuBar::makeWidget() const {
   return bar;
 }
 
-void GtkMenuBar::addEditingKeys(::GtkWindow *window) {
+void GtkMenuBar::addEditingKeys(GtkWindow *window) {
   addActions(window);
   addKeys(window, GTK_PHASE_BUBBLE, [](const MenuItem &item, std::string_view key) {
     return isEditingCommand(item.action) && !key.starts_with("<Super>");
@@ -106,20 +106,20 @@ void GtkMenuBar::addEditingKeys(::GtkWindow *window) {
   });
 }
 
-void GtkMenuBar::addApplicationKeys(::GtkWindow *window) {
+void GtkMenuBar::addApplicationKeys(GtkWindow *window) {
   addActions(window);
   addKeys(window, GTK_PHASE_CAPTURE,
           [](const MenuItem &item, std::string_view) { return !isEditingCommand(item.action); });
 }
 
-void GtkMenuBar::addQuitKeys(::GtkWindow *window) {
+void GtkMenuBar::addQuitKeys(GtkWindow *window) {
   addActions(window);
   addKeys(window, GTK_PHASE_CAPTURE, [](const MenuItem &item, std::string_view) {
     return item.action == MenuAction::terminate;
   });
 }
 
-void GtkMenuBar::addActions(::GtkWindow *window) {
+void GtkMenuBar::addActions(GtkWindow *window) {
   const auto group = adopt(g_simple_action_group_new());
   const auto action = adopt(g_simple_action_new(actionName, G_VARIANT_TYPE_INT32));
   g_signal_connect_data(
@@ -130,7 +130,7 @@ void GtkMenuBar::addActions(::GtkWindow *window) {
   gtk_widget_insert_action_group(GTK_WIDGET(window), groupName, G_ACTION_GROUP(group.get()));
 }
 
-void GtkMenuBar::addKeys(::GtkWindow *window, GtkPropagationPhase phase,
+void GtkMenuBar::addKeys(GtkWindow *window, GtkPropagationPhase phase,
                          const std::function<bool(const MenuItem &, std::string_view)> &belongs) {
   GtkEventController *controller = gtk_shortcut_controller_new();
   gtk_event_controller_set_propagation_phase(controller, phase);

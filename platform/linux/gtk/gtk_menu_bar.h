@@ -17,7 +17,7 @@ namespace orvel {
 class GtkMenuBar final : public MenuBar {
  public:
   /// Carries out the command of an item for the window that it came from.
-  using Perform = std::function<void(MenuAction, ::GtkWindow *)>;
+  using Perform = std::function<void(MenuAction, GtkWindow *)>;
 
   /// The application menu, which has no title, shows the application's name.
   GtkMenuBar(std::string applicationName, Perform perform);
@@ -29,16 +29,16 @@ class GtkMenuBar final : public MenuBar {
   /// Gives a window the keys of the editing commands. With Control the widget
   /// that has the focus gets them first, the window what is left; with Super
   /// the window takes them, for a page would see but the letter.
-  void addEditingKeys(::GtkWindow *window);
+  void addEditingKeys(GtkWindow *window);
   /// Gives a window the keys of all other commands, before any widget: they
   /// work over a page that has stopped answering.
-  void addApplicationKeys(::GtkWindow *window);
+  void addApplicationKeys(GtkWindow *window);
   /// Gives a window the keys that end the application, before any widget.
-  void addQuitKeys(::GtkWindow *window);
+  void addQuitKeys(GtkWindow *window);
 
  private:
-  void addActions(::GtkWindow *window);
-  void addKeys(::GtkWindow *window, GtkPropagationPhase phase,
+  void addActions(GtkWindow *window);
+  void addKeys(GtkWindow *window, GtkPropagationPhase phase,
                const std::function<bool(const MenuItem &, std::string_view key)> &belongs);
 
   const std::string applicationName_;

@@ -55,7 +55,7 @@ class OpenAlert {
     describe(alert);
   }
 
-  ::GtkWindow *window() const { return window_; }
+  GtkWindow *window() const { return window_; }
 
   /// The field begins with all of its text selected, ready to be replaced.
   void focus() {
@@ -69,7 +69,7 @@ class OpenAlert {
 
  private:
   /// "accessible-role" can be set only at construction.
-  static ::GtkWindow *makeWindow() {
+  static GtkWindow *makeWindow() {
     return GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
                                    GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
   }
@@ -219,7 +219,7 @@ class OpenAlert {
   }
 
   std::function<void(AlertAnswer)> completion_;
-  ::GtkWindow *const window_;
+  GtkWindow *const window_;
   GtkWidget *message_ = nullptr;
   GtkWidget *field_ = nullptr;
 };

@@ -29,7 +29,7 @@ Rect visibleFrame(GdkMonitor *monitor) {
               static_cast<double>(area.width), static_cast<double>(area.height)};
 }
 
-MonitorWatch::MonitorWatch(::GtkWindow *window, std::function<void()> changed)
+MonitorWatch::MonitorWatch(GtkWindow *window, std::function<void()> changed)
     : window_(window),
       changed_(std::move(changed)),
       display_(gtk_widget_get_display(GTK_WIDGET(window))),

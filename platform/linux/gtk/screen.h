@@ -23,7 +23,7 @@ class MonitorWatch {
  public:
   /// Calls `changed` after the window moves to another monitor, and after a monitor is
   /// added, is removed or changes its size, scale or visible frame.
-  MonitorWatch(::GtkWindow *window, std::function<void()> changed);
+  MonitorWatch(GtkWindow *window, std::function<void()> changed);
   ~MonitorWatch();
   MonitorWatch(const MonitorWatch &) = delete;
   MonitorWatch &operator=(const MonitorWatch &) = delete;
@@ -38,7 +38,7 @@ class MonitorWatch {
   void watchMonitors();
   void forgetMonitors();
 
-  ::GtkWindow *const window_;
+  GtkWindow *const window_;
   const std::function<void()> changed_;
   GdkDisplay *const display_;
   GListModel *const all_;
