@@ -14,6 +14,7 @@
 #include "base/file_handle.h"
 #include "platform/linux/files/file_bytes.h"
 #include "platform/linux/files/key_file_text.h"
+#include "platform/linux/glib/glib_text.h"
 
 namespace orvel {
 
@@ -25,11 +26,7 @@ constexpr std::size_t longestFile = 16'000'000;
 struct KeyFileRelease {
   void operator()(GKeyFile *file) const { g_key_file_unref(file); }
 };
-struct MemoryRelease {
-  void operator()(char *memory) const { g_free(memory); }
-};
 using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
-using GlibText = std::unique_ptr<char, MemoryRelease>;
 
 /// A key as a key file can name it: "=" and brackets are not allowed there.
 std::string keyName(std::string_view key) {

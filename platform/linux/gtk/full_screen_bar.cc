@@ -19,12 +19,11 @@ FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *me
   // Runs before the page, which consumes all pointer events.
   gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
   for (const char *signal : {"enter", "motion"}) {
-    g_signal_connect_swapped(
-        motion_, signal,
-        G_CALLBACK(+[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); }), this);
+    connections_.emplace_back(
+        motion_, signal, this, +[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); });
   }
-  g_signal_connect_swapped(
-      motion_, "leave", G_CALLBACK(+[](FullScreenBar *bar) { bar->setPointerOver(false); }), this);
+  connections_.emplace_back(
+      motion_, "leave", this, +[](FullScreenBar *bar) { bar->setPointerOver(false); });
   gtk_widget_add_controller(GTK_WIDGET(window_), motion_);
   GtkEventController *keys = gtk_shortcut_controller_new();
   gtk_shortcut_controller_add_shortcut(
@@ -36,15 +35,10 @@ FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *me
                            },
                            this, nullptr)));
   gtk_widget_add_controller(GTK_WIDGET(window_), keys);
-  g_signal_connect_swapped(window_, "notify::fullscreened",
-                           G_CALLBACK(+[](FullScreenBar *bar) { bar->fullScreenChanged(); }), this);
-  g_signal_connect_swapped(window_, "notify::focus-widget",
-                           G_CALLBACK(+[](FullScreenBar *bar) { bar->focusChanged(); }), this);
-}
-
-FullScreenBar::~FullScreenBar() {
-  g_signal_handlers_disconnect_by_data(motion_, this);
-  g_signal_handlers_disconnect_by_data(window_, this);
+  connections_.emplace_back(
+      window_, "notify::fullscreened", this, +[](FullScreenBar *bar) { bar->fullScreenChanged(); });
+  connections_.emplace_back(
+      window_, "notify::focus-widget", this, +[](FullScreenBar *bar) { bar->focusChanged(); });
 }
 
 void FullScreenBar::fullScreenChanged() {

@@ -2,7 +2,10 @@
 
 #include <gtk/gtk.h>
 
+#include <vector>
+
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 
 namespace orvel {
 
@@ -13,7 +16,6 @@ class FullScreenBar {
  public:
   /// Puts the header and the content into the window. `menuBar` is in the header.
   FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar, GtkWidget *content);
-  ~FullScreenBar();
   FullScreenBar(const FullScreenBar &) = delete;
   FullScreenBar &operator=(const FullScreenBar &) = delete;
 
@@ -34,6 +36,7 @@ class FullScreenBar {
   bool isPointerOver_ = false;
   /// Whether F10 was pressed and its menu has not opened yet.
   bool isOpening_ = false;
+  std::vector<SignalConnection> connections_;
 };
 
 /// Returns the widget that a window shows below its header, or null.

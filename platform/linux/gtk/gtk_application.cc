@@ -31,16 +31,13 @@ GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::funct
   g_application_set_resource_base_path(base(application_), nullptr);
   // Both displays tell the desktop by this name which desktop entry is ours.
   g_set_prgname(identifier.c_str());
-  g_signal_connect_swapped(application_.get(), "startup",
-                           G_CALLBACK(+[](GtkApplicationHost *host) { host->startup_(); }), this);
-  g_signal_connect_swapped(application_.get(), "activate",
-                           G_CALLBACK(+[](GtkApplicationHost *host) { host->activated(); }), this);
+  connections_.emplace_back(
+      application_.get(), "startup", this, +[](GtkApplicationHost *host) { host->startup_(); });
+  connections_.emplace_back(
+      application_.get(), "activate", this, +[](GtkApplicationHost *host) { host->activated(); });
 }
 
-GtkApplicationHost::~GtkApplicationHost() {
-  g_signal_handlers_disconnect_by_data(application_.get(), this);
-  g_clear_weak_pointer(&mainWindow_);
-}
+GtkApplicationHost::~GtkApplicationHost() { g_clear_weak_pointer(&mainWindow_); }
 
 void GtkApplicationHost::run() {
   std::array<guint, 3> sources{};

@@ -5,9 +5,11 @@
 #include <array>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "platform/application.h"
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 
 namespace orvel {
 
@@ -59,6 +61,7 @@ class GtkApplicationHost final : public Application {
   bool launched_ = false;
   bool terminating_ = false;
   bool terminationProceeds_ = false;
+  std::vector<SignalConnection> connections_;
 };
 
 }  // namespace orvel

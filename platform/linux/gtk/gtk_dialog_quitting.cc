@@ -39,17 +39,14 @@ GtkDialogQuitting::GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar
                 static_cast<GdkEvent *>(g_value_peek_pointer(&arguments[1])));
             return TRUE;
           },
-          this, nullptr)) {
-  g_signal_connect_swapped(windows_, "items-changed",
-                           G_CALLBACK(+[](GtkDialogQuitting *self, guint position, guint,
-                                          guint added) { self->windowsAdded(position, added); }),
-                           this);
-}
+          this, nullptr)),
+      itemsChanged_(
+          windows_, "items-changed", this,
+          +[](GtkDialogQuitting *self, guint position, guint, guint added) {
+            self->windowsAdded(position, added);
+          }) {}
 
-GtkDialogQuitting::~GtkDialogQuitting() {
-  g_signal_handlers_disconnect_by_data(windows_, this);
-  g_signal_remove_emission_hook(eventSignal_, eventHook_);
-}
+GtkDialogQuitting::~GtkDialogQuitting() { g_signal_remove_emission_hook(eventSignal_, eventHook_); }
 
 void GtkDialogQuitting::windowsAdded(guint position, guint count) {
   for (guint at = position; at < position + count; ++at) {

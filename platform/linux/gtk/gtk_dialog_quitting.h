@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/gtk/gtk_application.h"
 #include "platform/linux/gtk/gtk_menu_bar.h"
 
@@ -27,6 +28,7 @@ class GtkDialogQuitting {
   GListModel *const windows_;
   const guint eventSignal_;
   const gulong eventHook_;
+  const SignalConnection itemsChanged_;
 };
 
 }  // namespace orvel

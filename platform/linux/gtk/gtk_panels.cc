@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/linux/glib/glib_text.h"
+
 namespace orvel {
 
 namespace {
@@ -12,40 +14,45 @@ constexpr int margin = 24;
 constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int charactersPerLine = 60;
-constexpr int mostTextHeight = 420;
-// In characters. A list of windows shows no more of a title; and a longer text,
-// which nobody would read, would take seconds to lay out.
-constexpr glong longestTitle = 80;
-constexpr glong longestText = 10'000;
+constexpr int maxTextHeight = 420;
+// In characters. Window lists show no more of a title. GTK needs seconds to lay out a text
+// that is much longer than the limit.
+constexpr glong maxTitleLength = 80;
+constexpr glong maxTextLength = 10'000;
 
-/// A text, or its beginning and an end that shows that there is more.
-std::string shortened(const std::string &text, glong most, const char *end) {
-  if (g_utf8_strlen(text.c_str(), -1) <= most) return text;
-  const std::unique_ptr<char, void (*)(void *)> beginning(g_utf8_substring(text.c_str(), 0, most),
-                                                          g_free);
-  return std::string(beginning.get()) + end;
+/// Returns a text of at most `maxLength` characters, or its beginning and the ellipsis.
+std::string truncated(const std::string &text, glong maxLength, const char *ellipsis) {
+  if (g_utf8_strlen(text.c_str(), -1) <= maxLength) return text;
+  const GlibText beginning(g_utf8_substring(text.c_str(), 0, maxLength));
+  return std::string(beginning.get()) + ellipsis;
 }
 
-/// Returns the text of an alert, shortened to what it can show.
-std::string shown(const std::string &text) { return shortened(text, longestText, "…"); }
+/// Returns the text of an alert, truncated to what it can show.
+std::string shown(const std::string &text) { return truncated(text, maxTextLength, "…"); }
 
-/// One alert on the screen. It deletes itself when it is answered or closed.
-class OpenAlert {
+}  // namespace
+
+/// The window of an alert, which closes with this object.
+class GtkPanels::AlertWindow {
  public:
-  OpenAlert(const Alert &alert, std::function<void(AlertAnswer)> completion)
-      : completion_(std::move(completion)), window_(makeWindow()) {
+  /// Called at most once, when a button is activated or the window is closed. May destroy
+  /// the alert.
+  using Answered = std::function<void(const AlertWindow &, const AlertAnswer &)>;
+
+  AlertWindow(const Alert &alert, Answered answered)
+      : answered_(std::move(answered)), window_(makeWindow()) {
     gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
     gtk_widget_add_css_class(GTK_WIDGET(window_), "alert");
     gtk_window_set_resizable(window_, FALSE);
-    gtk_window_set_title(window_, shortened(alert.messageText, longestTitle, "").c_str());
-    // An alert has no title bar; it can be moved by any part of itself.
+    gtk_window_set_title(window_, truncated(alert.messageText, maxTitleLength, "").c_str());
+    // Instead of a title bar, a GtkWindowHandle makes the whole alert draggable.
     GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
     gtk_widget_set_visible(noTitle, FALSE);
     gtk_window_set_titlebar(window_, noTitle);
     GtkWidget *handle = gtk_window_handle_new();
     gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle), makeContent(alert));
     gtk_window_set_child(window_, handle);
-    g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](OpenAlert *self) {
+    g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](AlertWindow *self) {
                                self->answer(std::nullopt);
                                return gboolean{TRUE};
                              }),
@@ -54,10 +61,13 @@ class OpenAlert {
     showFocusFromFirstKey();
     describe(alert);
   }
+  ~AlertWindow() { gtk_window_destroy(window_); }
+  AlertWindow(const AlertWindow &) = delete;
+  AlertWindow &operator=(const AlertWindow &) = delete;
 
   GtkWindow *window() const { return window_; }
 
-  /// The field begins with all of its text selected, ready to be replaced.
+  /// Focuses the text field and selects its text, or focuses the default button.
   void focus() {
     if (field_ != nullptr) {
       gtk_widget_grab_focus(field_);
@@ -68,7 +78,7 @@ class OpenAlert {
   }
 
  private:
-  /// "accessible-role" can be set only at construction.
+  /// Creates the window. "accessible-role" can be set only at construction.
   static GtkWindow *makeWindow() {
     return GTK_WINDOW(g_object_new(GTK_TYPE_WINDOW, "accessible-role",
                                    GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
@@ -94,7 +104,7 @@ class OpenAlert {
     return content;
   }
 
-  /// A message that is longer than the screen scrolls: the buttons stay.
+  /// Makes the text, which scrolls when it is long, so that the buttons stay on the screen.
   GtkWidget *makeText(const Alert &alert) {
     GtkWidget *text = gtk_box_new(GTK_ORIENTATION_VERTICAL, spacing);
     message_ = makeLabel(alert.messageText, "message");
@@ -107,7 +117,7 @@ class OpenAlert {
     gtk_scrolled_window_set_policy(scroller, GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_propagate_natural_width(scroller, TRUE);
     gtk_scrolled_window_set_propagate_natural_height(scroller, TRUE);
-    gtk_scrolled_window_set_max_content_height(scroller, mostTextHeight);
+    gtk_scrolled_window_set_max_content_height(scroller, maxTextHeight);
     gtk_scrolled_window_set_child(scroller, text);
     scrollByPageKeys(widget);
     // The Tab key stops at the text only when it needs scrolling.
@@ -145,28 +155,28 @@ class OpenAlert {
     return field_;
   }
 
-  /// The first button stands at the end of the row, where GTK users look for
-  /// the one that goes on.
+  /// Makes the row of buttons. The first button is the default and stands at the end of the
+  /// row, as usual in GTK.
   GtkWidget *makeButtons(const Alert &alert) {
     const std::vector<std::string> titles =
         alert.buttons.empty() ? std::vector<std::string>{"OK"} : alert.buttons;
     GtkWidget *row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, spacing);
     gtk_widget_set_halign(row, GTK_ALIGN_END);
     gtk_widget_set_margin_top(row, spacing);
-    for (int number = 0; const std::string &title : titles) {
+    for (int index = 0; const std::string &title : titles) {
       GtkWidget *button = gtk_button_new_with_label(title.c_str());
-      if (number == 0) {
+      if (index == 0) {
         gtk_widget_add_css_class(button, "suggested-action");
         gtk_window_set_default_widget(window_, button);
       }
-      g_object_set_data(G_OBJECT(button), "number", GINT_TO_POINTER(number));
+      g_object_set_data(G_OBJECT(button), "index", GINT_TO_POINTER(index));
       g_signal_connect(
-          button, "clicked", G_CALLBACK(+[](GtkButton *clicked, OpenAlert *self) {
-            self->answer(GPOINTER_TO_INT(g_object_get_data(G_OBJECT(clicked), "number")));
+          button, "clicked", G_CALLBACK(+[](GtkButton *clicked, AlertWindow *self) {
+            self->answer(GPOINTER_TO_INT(g_object_get_data(G_OBJECT(clicked), "index")));
           }),
           this);
       gtk_box_prepend(GTK_BOX(row), button);
-      ++number;
+      ++index;
     }
     return row;
   }
@@ -212,34 +222,40 @@ class OpenAlert {
     AlertAnswer answer;
     answer.button = button;
     if (field_ != nullptr) answer.text = gtk_editable_get_text(GTK_EDITABLE(field_));
-    const auto completion = std::move(completion_);
-    gtk_window_destroy(window_);
-    delete this;
-    completion(answer);
+    // Moved to the stack, because the call may destroy this object.
+    const auto answered = std::move(answered_);
+    answered(*this, answer);
   }
 
-  std::function<void(AlertAnswer)> completion_;
+  Answered answered_;
   GtkWindow *const window_;
   GtkWidget *message_ = nullptr;
   GtkWidget *field_ = nullptr;
 };
 
-}  // namespace
+GtkPanels::GtkPanels(GtkApplicationHost &application, GtkMenuBar &menuBar)
+    : application_(application), menuBar_(menuBar) {}
+
+GtkPanels::~GtkPanels() = default;
 
 void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) {
-  auto *open = new OpenAlert(
-      alert,
-      [&application = application_, completion = std::move(completion)](const AlertAnswer &answer) {
+  alerts_.push_back(std::make_unique<AlertWindow>(
+      alert, [this, completion = std::move(completion)](const AlertWindow &answered,
+                                                        const AlertAnswer &answer) {
+        close(answered);
         // The main loop may still dispatch queued events after g_application_quit.
-        if (!application.terminationProceeds()) completion(answer);
-      });
-  gtk_window_set_transient_for(open->window(), application_.mainWindow());
-  gtk_window_set_modal(open->window(), TRUE);
-  menuBar_.addEditingKeys(open->window());
-  // A page that opens one alert after another must not hold the user.
-  menuBar_.addQuitKeys(open->window());
-  gtk_window_present(open->window());
-  open->focus();
+        if (!application_.terminationProceeds()) completion(answer);
+      }));
+  AlertWindow &opened = *alerts_.back();
+  gtk_window_set_transient_for(opened.window(), application_.mainWindow());
+  gtk_window_set_modal(opened.window(), TRUE);
+  menuBar_.addEditingKeys(opened.window());
+  gtk_window_present(opened.window());
+  opened.focus();
+}
+
+void GtkPanels::close(const AlertWindow &alert) {
+  std::erase_if(alerts_, [&](const auto &each) { return each.get() == &alert; });
 }
 
 }  // namespace orvel

@@ -11,18 +11,27 @@
 
 namespace orvel {
 
-/// Alerts as dialogs that stand before the main window. No loop of their own
-/// runs: the completion comes after runModal has returned.
+/// Alerts as windows that are modal for the main window. Runs no nested main loop:
+/// `runModal` returns at once, and the completion is called from the main loop. Main thread
+/// only.
 class GtkPanels final : public Panels {
  public:
-  GtkPanels(GtkApplicationHost &application, GtkMenuBar &menuBar)
-      : application_(application), menuBar_(menuBar) {}
+  GtkPanels(GtkApplicationHost &application, GtkMenuBar &menuBar);
+  /// Closes the open alerts without calling their completions.
+  ~GtkPanels() override;
+  GtkPanels(const GtkPanels &) = delete;
+  GtkPanels &operator=(const GtkPanels &) = delete;
 
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
  private:
+  class AlertWindow;
+
+  void close(const AlertWindow &alert);
+
   GtkApplicationHost &application_;
   GtkMenuBar &menuBar_;
+  std::vector<std::unique_ptr<AlertWindow>> alerts_;
 };
 
 }  // namespace orvel

@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/glib/gobject_pointer.h"
 
 namespace orvel {
@@ -44,8 +45,7 @@ GtkWorkspace::~GtkWorkspace() {
 void GtkWorkspace::open(const Url &url) { launchDefaultApplication(url.absoluteString); }
 
 void GtkWorkspace::openFile(const std::string &path) {
-  const std::unique_ptr<char, void (*)(void *)> uri(
-      g_filename_to_uri(path.c_str(), nullptr, nullptr), g_free);
+  const GlibText uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
   if (uri) launchDefaultApplication(uri.get());
 }
 

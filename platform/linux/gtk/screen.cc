@@ -34,25 +34,18 @@ MonitorWatch::MonitorWatch(GtkWindow *window, std::function<void()> changed)
       changed_(std::move(changed)),
       display_(gtk_widget_get_display(GTK_WIDGET(window))),
       all_(gdk_display_get_monitors(display_)) {
-  g_signal_connect_swapped(all_, "items-changed", G_CALLBACK(+[](MonitorWatch *watch) {
-                             watch->watchMonitors();
-                             watch->changed_();
-                           }),
-                           this);
+  connections_.emplace_back(
+      all_, "items-changed", this, +[](MonitorWatch *watch) {
+        watch->watchMonitors();
+        watch->changed_();
+      });
   watchMonitors();
   watchWorkArea();
-  g_signal_connect_swapped(window_, "realize",
-                           G_CALLBACK(+[](MonitorWatch *watch) { watch->watchSurface(); }), this);
+  connections_.emplace_back(
+      window_, "realize", this, +[](MonitorWatch *watch) { watch->watchSurface(); });
 }
 
-MonitorWatch::~MonitorWatch() {
-  g_clear_handle_id(&pending_, g_source_remove);
-  g_signal_handlers_disconnect_by_data(display_, this);
-  forgetMonitors();
-  if (surface_) g_signal_handlers_disconnect_by_data(surface_.get(), this);
-  g_signal_handlers_disconnect_by_data(window_, this);
-  g_signal_handlers_disconnect_by_data(all_, this);
-}
+MonitorWatch::~MonitorWatch() { g_clear_handle_id(&pending_, g_source_remove); }
 
 GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   GdkMonitor *shown =
@@ -64,8 +57,8 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;
-  g_signal_connect_swapped(
-      display_, "xevent", G_CALLBACK(+[](MonitorWatch *watch, const XEvent *event) -> gboolean {
+  connections_.emplace_back(
+      display_, "xevent", this, +[](MonitorWatch *watch, const XEvent *event) -> gboolean {
         GdkDisplay *display = watch->display_;
         const bool isRoot = event->xany.window == gdk_x11_display_get_xrootwindow(display);
         const bool isWorkArea = event->type == PropertyNotify &&
@@ -82,35 +75,28 @@ void MonitorWatch::watchWorkArea() {
             },
             watch);
         return FALSE;
-      }),
-      this);
+      });
 #endif
 }
 
 void MonitorWatch::watchSurface() {
-  const auto changed = G_CALLBACK(+[](MonitorWatch *watch) { watch->changed_(); });
+  surfaceConnections_.clear();
   surface_ = retain(gtk_native_get_surface(GTK_NATIVE(window_)));
   for (const char *signal : {"enter-monitor", "leave-monitor"}) {
-    g_signal_connect_swapped(surface_.get(), signal, changed, this);
+    surfaceConnections_.emplace_back(
+        surface_.get(), signal, this, +[](MonitorWatch *watch) { watch->changed_(); });
   }
 }
 
 void MonitorWatch::watchMonitors() {
-  const auto changed = G_CALLBACK(+[](MonitorWatch *watch) { watch->changed_(); });
-  forgetMonitors();
-  for (guint place = 0; place < g_list_model_get_n_items(all_); ++place) {
-    watched_.push_back(adopt(static_cast<GdkMonitor *>(g_list_model_get_item(all_, place))));
+  monitorConnections_.clear();
+  for (guint index = 0; index < g_list_model_get_n_items(all_); ++index) {
+    const auto monitor = adopt(static_cast<GdkMonitor *>(g_list_model_get_item(all_, index)));
     for (const char *signal : {"notify::geometry", "notify::scale-factor"}) {
-      g_signal_connect_swapped(watched_.back().get(), signal, changed, this);
+      monitorConnections_.emplace_back(
+          monitor.get(), signal, this, +[](MonitorWatch *watch) { watch->changed_(); });
     }
   }
-}
-
-void MonitorWatch::forgetMonitors() {
-  for (const auto &monitor : watched_) {
-    g_signal_handlers_disconnect_by_data(monitor.get(), this);
-  }
-  watched_.clear();
 }
 
 }  // namespace orvel

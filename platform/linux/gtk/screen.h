@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/window.h"
 
 namespace orvel {
@@ -36,16 +37,17 @@ class MonitorWatch {
   void watchWorkArea();
   void watchSurface();
   void watchMonitors();
-  void forgetMonitors();
 
   GtkWindow *const window_;
   const std::function<void()> changed_;
   GdkDisplay *const display_;
   GListModel *const all_;
-  std::vector<GObjectPointer<GdkMonitor>> watched_;
   GObjectPointer<GdkSurface> surface_;
   /// The idle source that reports a changed work area, or zero.
   guint pending_ = 0;
+  std::vector<SignalConnection> connections_;
+  std::vector<SignalConnection> surfaceConnections_;
+  std::vector<SignalConnection> monitorConnections_;
 };
 
 }  // namespace orvel

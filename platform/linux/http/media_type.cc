@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/linux/files/file_bytes.h"
+#include "platform/linux/glib/glib_text.h"
 
 namespace orvel {
 
@@ -80,8 +81,7 @@ void readDescription(const std::string &xml, Extensions &extensions) {
 
 /// Returns the media type of an alias, or the given type when it is not an alias.
 std::string unaliased(const std::string &type) {
-  const std::unique_ptr<char, void (*)(void *)> known(g_content_type_from_mime_type(type.c_str()),
-                                                      g_free);
+  const GlibText known(g_content_type_from_mime_type(type.c_str()));
   return known ? essence(known.get()) : type;
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/percent_encoding.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/http/suggested_filename.h"
 
 namespace orvel {
@@ -56,8 +57,7 @@ bool canPoll(GInputStream *stream) {
 }
 
 std::string addressOf(SoupMessage *message) {
-  const std::unique_ptr<char, void (*)(void *)> address(
-      g_uri_to_string(soup_message_get_uri(message)), g_free);
+  const GlibText address(g_uri_to_string(soup_message_get_uri(message)));
   return address.get();
 }
 
@@ -70,10 +70,6 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
       cancellable_(adopt(g_cancellable_new())),
       timeout_(newAlarm(), release),
       arrival_(nullptr, release) {}
-
-SoupTask::~SoupTask() {
-  if (message_) g_signal_handlers_disconnect_by_data(message_.get(), this);
-}
 
 void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
@@ -94,14 +90,13 @@ void SoupTask::start(SoupSession *session, Ended ended) {
   }
 
   dataArrived();
-  g_signal_connect(message_.get(), "network-event",
-                   G_CALLBACK(+[](SoupMessage *, GSocketClientEvent event, GIOStream *connection,
-                                  SoupTask *self) {
-                     if (event == G_SOCKET_CLIENT_CONNECTED) self->connected(connection);
-                   }),
-                   this);
-  g_signal_connect(message_.get(), "restarted",
-                   G_CALLBACK(+[](SoupMessage *, SoupTask *self) { self->redirected(); }), this);
+  networkEvent_ = SignalConnection(
+      message_.get(), "network-event", this,
+      +[](SoupTask *self, GSocketClientEvent event, GIOStream *connection) {
+        if (event == G_SOCKET_CLIENT_CONNECTED) self->connected(connection);
+      });
+  restarted_ = SignalConnection(
+      message_.get(), "restarted", this, +[](SoupTask *self) { self->redirected(); });
   soup_session_send_async(
       session, message_.get(), G_PRIORITY_DEFAULT, cancellable_.get(),
       [](GObject *source, GAsyncResult *result, gpointer self) {

@@ -8,6 +8,7 @@
 
 #include "platform/http_session.h"
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/http/body_sink.h"
 
 namespace orvel {
@@ -20,7 +21,6 @@ class SoupTask {
 
   /// The sink must live until `Ended` is called.
   SoupTask(const UrlRequest &request, BodySink &sink);
-  ~SoupTask();
   SoupTask(const SoupTask &) = delete;
   SoupTask &operator=(const SoupTask &) = delete;
 
@@ -80,6 +80,8 @@ class SoupTask {
   Source timeout_;
   /// Tells bytes of the answer's head, of which libsoup tells only the end.
   Source arrival_;
+  SignalConnection networkEvent_;
+  SignalConnection restarted_;
 };
 
 }  // namespace orvel

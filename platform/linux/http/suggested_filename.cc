@@ -7,6 +7,7 @@
 
 #include "base/file_name.h"
 #include "base/percent_encoding.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/glib/utf8.h"
 #include "platform/linux/http/media_type.h"
 
@@ -14,15 +15,12 @@ namespace orvel {
 
 namespace {
 
-using Characters = std::unique_ptr<char, void (*)(void *)>;
-
 /// Bytes that are not UTF-8 are taken for Latin-1, which all bytes can be.
 std::string toUtf8(const std::string &bytes) {
   if (isUtf8(bytes)) return bytes;
   gsize size = 0;
-  const Characters text(g_convert(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
-                                  "ISO-8859-1", nullptr, &size, nullptr),
-                        g_free);
+  const GlibText text(g_convert(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8",
+                                "ISO-8859-1", nullptr, &size, nullptr));
   return text ? std::string(text.get(), size) : std::string();
 }
 

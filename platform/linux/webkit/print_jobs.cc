@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "platform/linux/files/download_file.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 
 namespace orvel {
 
@@ -87,22 +89,19 @@ class PrintJobs::Drawing {
  public:
   Drawing(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
       : job_(std::move(job)), file_(std::move(file)) {}
-  ~Drawing() {
-    if (operation_) g_signal_handlers_disconnect_by_data(operation_.get(), this);
-  }
   Drawing(const Drawing &) = delete;
   Drawing &operator=(const Drawing &) = delete;
 
   void start(PrintJobs &jobs, GObjectPointer<WebKitPrintOperation> operation) {
     jobs_ = &jobs;
     operation_ = std::move(operation);
-    g_signal_connect_swapped(operation_.get(), "failed",
-                             G_CALLBACK(+[](Drawing *self) { self->failed_ = true; }), this);
-    g_signal_connect_swapped(operation_.get(), "finished", G_CALLBACK(+[](Drawing *self) {
-                               if (!self->failed_) send(self->job_.get(), self->file_->path());
-                               self->jobs_->drawn(self);
-                             }),
-                             this);
+    failedConnection_ = SignalConnection(
+        operation_.get(), "failed", this, +[](Drawing *self) { self->failed_ = true; });
+    finishedConnection_ = SignalConnection(
+        operation_.get(), "finished", this, +[](Drawing *self) {
+          if (!self->failed_) send(self->job_.get(), self->file_->path());
+          self->jobs_->drawn(self);
+        });
     webkit_print_operation_print(operation_.get());
   }
 
@@ -112,6 +111,8 @@ class PrintJobs::Drawing {
   PrintJobs *jobs_ = nullptr;
   GObjectPointer<WebKitPrintOperation> operation_;
   bool failed_ = false;
+  SignalConnection failedConnection_;
+  SignalConnection finishedConnection_;
 };
 
 PrintJobs::PrintJobs(WebKitWebView *view) : view_(view) {}
@@ -136,10 +137,9 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
   // Created first, because drawingSettings reads from the job what the printer does not do
   // itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
-  char *uri = g_filename_to_uri(file->path().c_str(), nullptr, nullptr);
-  const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri);
+  const GlibText uri(g_filename_to_uri(file->path().c_str(), nullptr, nullptr));
+  const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri.get());
   drawings_.push_back(std::make_unique<Drawing>(std::move(job), std::move(file)));
-  g_free(uri);
   drawings_.back()->start(*this, makeOperation(view_, drawing.get(), pageSetup));
 }
 

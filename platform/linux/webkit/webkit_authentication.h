@@ -2,7 +2,10 @@
 
 #include <webkit/webkit.h>
 
+#include <vector>
+
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 
 namespace orvel {
 
@@ -16,14 +19,16 @@ class WebKitAuthentication {
   WebKitAuthentication &operator=(const WebKitAuthentication &) = delete;
 
  private:
-  void asked(WebKitAuthenticationRequest *request);
-  void forget();
+  void dialogOpened(WebKitAuthenticationRequest *request);
+  void dialogClosed();
   bool cancel();
 
   const GObjectPointer<WebKitWebView> view_;
   GtkEventController *const keys_;
   /// The request that WebKit's dialog shows, or null when none is open.
   GObjectPointer<WebKitAuthenticationRequest> request_;
+  std::vector<SignalConnection> connections_;
+  std::vector<SignalConnection> requestConnections_;
 };
 
 }  // namespace orvel

@@ -2,15 +2,16 @@
 
 #include <libsoup/soup.h>
 
+#include <memory>
 #include <utility>
+
+#include "platform/linux/glib/async_callback.h"
 
 namespace orvel {
 
 namespace {
 
 using Seconds = std::chrono::seconds;
-using Stored = std::function<void()>;
-using Listed = std::function<void(std::vector<Cookie>)>;
 
 struct CookieRelease {
   void operator()(SoupCookie *cookie) const { soup_cookie_free(cookie); }
@@ -45,35 +46,36 @@ Cookie fromSoup(SoupCookie *cookie) {
   return result;
 }
 
-void cookieStored(GObject *manager, GAsyncResult *result, gpointer data) {
-  const std::unique_ptr<Stored> completion(static_cast<Stored *>(data));
-  webkit_cookie_manager_add_cookie_finish(WEBKIT_COOKIE_MANAGER(manager), result, nullptr);
-  (*completion)();
-}
-
-void cookiesListed(GObject *manager, GAsyncResult *result, gpointer data) {
-  const std::unique_ptr<Listed> completion(static_cast<Listed *>(data));
-  GList *list =
-      webkit_cookie_manager_get_all_cookies_finish(WEBKIT_COOKIE_MANAGER(manager), result, nullptr);
+std::vector<Cookie> finishGetAllCookies(WebKitCookieManager *manager, GAsyncResult *result) {
+  GList *list = webkit_cookie_manager_get_all_cookies_finish(manager, result, nullptr);
   std::vector<Cookie> cookies;
   for (const GList *link = list; link != nullptr; link = link->next) {
     const CookiePointer cookie(static_cast<SoupCookie *>(link->data));
     cookies.push_back(fromSoup(cookie.get()));
   }
   g_list_free(list);
-  (*completion)(std::move(cookies));
+  return cookies;
 }
 
 }  // namespace
 
 void WebKitCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
-  webkit_cookie_manager_add_cookie(manager_.get(), toSoup(cookie).get(), nullptr, cookieStored,
-                                   std::make_unique<Stored>(std::move(completion)).release());
+  webkit_cookie_manager_add_cookie(manager_.get(), toSoup(cookie).get(), nullptr, callAsyncFunction,
+                                   asyncFunctionData([completion = std::move(completion)](
+                                                         GObject *manager, GAsyncResult *result) {
+                                     webkit_cookie_manager_add_cookie_finish(
+                                         WEBKIT_COOKIE_MANAGER(manager), result, nullptr);
+                                     completion();
+                                   }));
 }
 
 void WebKitCookieStore::all(std::function<void(std::vector<Cookie>)> completion) {
-  webkit_cookie_manager_get_all_cookies(manager_.get(), nullptr, cookiesListed,
-                                        std::make_unique<Listed>(std::move(completion)).release());
+  webkit_cookie_manager_get_all_cookies(
+      manager_.get(), nullptr, callAsyncFunction,
+      asyncFunctionData(
+          [completion = std::move(completion)](GObject *manager, GAsyncResult *result) {
+            completion(finishGetAllCookies(WEBKIT_COOKIE_MANAGER(manager), result));
+          }));
 }
 
 }  // namespace orvel

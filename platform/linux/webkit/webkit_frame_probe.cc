@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/webkit/main_frame_filter.h"
 
 namespace orvel {
@@ -18,12 +19,7 @@ struct FilterRelease {
 };
 
 /// A text that no page has of itself.
-std::string makeQuestion() {
-  char *identifier = g_uuid_string_random();
-  std::string question = identifier;
-  g_free(identifier);
-  return question;
-}
+std::string makeQuestion() { return GlibText(g_uuid_string_random()).get(); }
 
 // A world of its own keeps the page from seeing the script, which comes before
 // the page's own and so keeps the question from them, too: for all that they
@@ -48,8 +44,9 @@ bool isBlocked(const GError *error) { return g_error_matches(error, WEBKIT_POLIC
 
 // Whatever it is, it goes to the page's process after all that it was told
 // before, and its end comes back after all that the process then said.
-void roundTrip(WebKitWebView *view, const char *script, GAsyncReadyCallback back, gpointer data) {
-  webkit_web_view_evaluate_javascript(view, script, -1, world, nullptr, nullptr, back, data);
+void roundTrip(WebKitWebView *view, const char *script, AsyncFunction back) {
+  webkit_web_view_evaluate_javascript(view, script, -1, world, nullptr, nullptr, callAsyncFunction,
+                                      asyncFunctionData(std::move(back)));
 }
 
 std::string_view withoutFragment(std::string_view address) {
@@ -91,21 +88,16 @@ struct WebKitFrameProbe::Attempt {
 WebKitFrameProbe::WebKitFrameProbe(WebKitWebView *view, const std::string &folder)
     : view_(retain(view)),
       store_(adopt(webkit_user_content_filter_store_new(folder.c_str()))),
-      question_(makeQuestion()) {
+      question_(makeQuestion()),
+      resourceLoadStarted_(
+          view, "resource-load-started", this,
+          +[](WebKitFrameProbe *probe, WebKitWebResource *resource) {
+            probe->resourceStarted(resource);
+          }) {
   addQuestion(webkit_web_view_get_user_content_manager(view), question_);
-  g_signal_connect_swapped(
-      view, "resource-load-started",
-      G_CALLBACK(+[](WebKitFrameProbe *probe, WebKitWebResource *resource, WebKitURIRequest *) {
-        probe->resourceStarted(resource);
-      }),
-      this);
 }
 
-WebKitFrameProbe::~WebKitFrameProbe() {
-  endAttempt();
-  g_signal_handlers_disconnect_by_data(view_.get(), this);
-  if (mainResource_) g_signal_handlers_disconnect_by_data(mainResource_.get(), this);
-}
+WebKitFrameProbe::~WebKitFrameProbe() { endAttempt(); }
 
 void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found found) {
   WebKitNavigationAction *action =
@@ -120,8 +112,8 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found fou
 
   const std::string rules = mainFrameFilter(attempt_->address);
   GBytes *bytes = g_bytes_new(rules.data(), rules.size());
-  webkit_user_content_filter_store_save(store_.get(), filterName, bytes, nullptr,
-                                        later<&WebKitFrameProbe::filterSaved>, forLater());
+  webkit_user_content_filter_store_save(store_.get(), filterName, bytes, nullptr, callAsyncFunction,
+                                        asyncFunctionData(step(&WebKitFrameProbe::filterSaved)));
   g_bytes_unref(bytes);
 }
 
@@ -142,32 +134,30 @@ void WebKitFrameProbe::loadFailed(const char *address, const GError *error) {
   found(NavigationTarget::mainFrame);
 }
 
-/// Calls a step if the attempt has lasted until then.
-template <auto step>
-void WebKitFrameProbe::later(GObject *source, GAsyncResult *result, gpointer data) {
-  const std::unique_ptr<std::shared_ptr<Attempt>> attempt(
-      static_cast<std::shared_ptr<Attempt> *>(data));
-  if (WebKitFrameProbe *probe = (*attempt)->probe) (probe->*step)(source, result);
+AsyncFunction WebKitFrameProbe::step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const {
+  return [attempt = attempt_, method](GObject *, GAsyncResult *result) {
+    if (attempt->probe != nullptr) (attempt->probe->*method)(result);
+  };
 }
 
-void WebKitFrameProbe::filterSaved(GObject *store, GAsyncResult *result) {
-  WebKitUserContentFilter *filter = webkit_user_content_filter_store_save_finish(
-      WEBKIT_USER_CONTENT_FILTER_STORE(store), result, nullptr);
+void WebKitFrameProbe::filterSaved(GAsyncResult *result) {
+  WebKitUserContentFilter *filter =
+      webkit_user_content_filter_store_save_finish(store_.get(), result, nullptr);
   if (filter == nullptr) return found(NavigationTarget::mainFrame);
   attempt_->filter.reset(filter);
   webkit_user_content_manager_add_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                          filter);
   // A navigation that was answered before may still have its question to ask.
-  roundTrip(view_.get(), ask, later<&WebKitFrameProbe::pageCaughtUp>, forLater());
+  roundTrip(view_.get(), ask, step(&WebKitFrameProbe::pageCaughtUp));
 }
 
-void WebKitFrameProbe::pageCaughtUp(GObject * /*view*/, GAsyncResult * /*result*/) {
+void WebKitFrameProbe::pageCaughtUp(GAsyncResult * /*result*/) {
   attempt_->isLetGo = true;
   webkit_policy_decision_use(attempt_->decision.get());
-  roundTrip(view_.get(), askNoMore, later<&WebKitFrameProbe::pageDecided>, forLater());
+  roundTrip(view_.get(), askNoMore, step(&WebKitFrameProbe::pageDecided));
 }
 
-void WebKitFrameProbe::pageDecided(GObject * /*view*/, GAsyncResult * /*result*/) {
+void WebKitFrameProbe::pageDecided(GAsyncResult * /*result*/) {
   // The filter has the last word on a redirect.
   if (attempt_->isRedirect || attempt_->isLoadedInSubFrame) {
     return found(NavigationTarget::subFrame);
@@ -183,15 +173,12 @@ void WebKitFrameProbe::resourceStarted(WebKitWebResource *resource) {
     }
     return;
   }
-  if (mainResource_) g_signal_handlers_disconnect_by_data(mainResource_.get(), this);
-  mainResource_ = retain(resource);
-  g_signal_connect_swapped(
-      resource, "failed", G_CALLBACK(+[](WebKitFrameProbe *probe, GError *error) {
+  mainResourceFailed_ = SignalConnection(
+      resource, "failed", this, +[](WebKitFrameProbe *probe, GError *error) {
         if (probe->attempt_ && probe->attempt_->isRedirect && isBlocked(error)) {
           probe->found(NavigationTarget::mainFrame);
         }
-      }),
-      this);
+      });
 }
 
 void WebKitFrameProbe::found(NavigationTarget target) {

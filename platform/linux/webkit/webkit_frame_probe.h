@@ -7,7 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/glib/async_callback.h"
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/web_view.h"
 
 namespace orvel {
@@ -49,13 +51,12 @@ class WebKitFrameProbe {
  private:
   struct Attempt;
 
-  template <auto step>
-  static void later(GObject *source, GAsyncResult *result, gpointer data);
-  gpointer forLater() const { return new std::shared_ptr<Attempt>(attempt_); }
-
-  void filterSaved(GObject *store, GAsyncResult *result);
-  void pageCaughtUp(GObject *view, GAsyncResult *result);
-  void pageDecided(GObject *view, GAsyncResult *result);
+  /// Returns a function that calls the method unless the current attempt has ended by
+  /// then.
+  AsyncFunction step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const;
+  void filterSaved(GAsyncResult *result);
+  void pageCaughtUp(GAsyncResult *result);
+  void pageDecided(GAsyncResult *result);
   void resourceStarted(WebKitWebResource *resource);
   void found(NavigationTarget target);
   std::shared_ptr<Attempt> endAttempt();
@@ -63,8 +64,9 @@ class WebKitFrameProbe {
   const GObjectPointer<WebKitWebView> view_;
   const GObjectPointer<WebKitUserContentFilterStore> store_;
   const std::string question_;
-  GObjectPointer<WebKitWebResource> mainResource_;
   std::shared_ptr<Attempt> attempt_;
+  const SignalConnection resourceLoadStarted_;
+  SignalConnection mainResourceFailed_;
 };
 
 }  // namespace orvel

@@ -33,55 +33,46 @@ void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
 
 WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder,
                                    WebViewDelegate &delegate)
-    : view_(retain(view)),
-      delegate_(delegate),
+    : delegate_(delegate),
       probe_(view, cacheFolder + "/content-filters"),
       dialogs_(view, delegate, [this](std::string_view text) { return probe_.mayLeave(text); }) {
-  g_signal_connect_swapped(
-      view, "decide-policy",
-      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitPolicyDecision *decision,
-                     WebKitPolicyDecisionType type) {
-        return gboolean{navigation->decide(decision, type)};
-      }),
-      this);
-  g_signal_connect_swapped(
-      view, "create",
-      G_CALLBACK(+[](WebKitNavigation *navigation, WebKitNavigationAction *action) -> GtkWidget * {
-        navigation->delegate_.createWebView(urlFromWebKit(addressOf(action)));
+  connections_.emplace_back(
+      view, "decide-policy", this,
+      +[](WebKitNavigation *self, WebKitPolicyDecision *decision, WebKitPolicyDecisionType type) {
+        return gboolean{self->decide(decision, type)};
+      });
+  connections_.emplace_back(
+      view, "create", this,
+      +[](WebKitNavigation *self, WebKitNavigationAction *action) -> GtkWidget * {
+        self->delegate_.createWebView(urlFromWebKit(addressOf(action)));
         return nullptr;
-      }),
-      this);
-  // A load that fails leaves the page as it was, without a page of WebKit's.
-  g_signal_connect_swapped(view, "load-failed",
-                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitLoadEvent,
-                                          const char *address, const GError *error) {
-                             navigation->probe_.loadFailed(address, error);
-                             return gboolean{TRUE};
-                           }),
-                           this);
-  g_signal_connect_swapped(
-      view, "web-process-terminated",
-      G_CALLBACK(+[](WebKitNavigation *navigation) { navigation->processTerminated(); }), this);
-  g_signal_connect_swapped(view, "context-menu",
-                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitContextMenu *menu,
-                                          WebKitHitTestResult *target) {
-                             WebViewDelegate &asked = navigation->delegate_;
-                             rebuildContextMenu(menu, target, [&asked](const char *address) {
-                               asked.createWebView(urlFromWebKit(address));
-                             });
-                             return gboolean{FALSE};
-                           }),
-                           this);
-  g_signal_connect_swapped(webkit_web_view_get_network_session(view), "download-started",
-                           G_CALLBACK(+[](WebKitNavigation *navigation, WebKitDownload *download) {
-                             navigation->downloadStarted(download);
-                           }),
-                           this);
+      });
+  connections_.emplace_back(
+      view, "load-failed", this,
+      +[](WebKitNavigation *self, WebKitLoadEvent, const char *address, const GError *error) {
+        self->probe_.loadFailed(address, error);
+        // Suppresses WebKit's error page, so the view keeps its page.
+        return gboolean{TRUE};
+      });
+  connections_.emplace_back(
+      view, "web-process-terminated", this,
+      +[](WebKitNavigation *self) { self->processTerminated(); });
+  connections_.emplace_back(
+      view, "context-menu", this,
+      +[](WebKitNavigation *self, WebKitContextMenu *menu, WebKitHitTestResult *target) {
+        WebViewDelegate &delegate = self->delegate_;
+        rebuildContextMenu(menu, target, [&delegate](const char *address) {
+          delegate.createWebView(urlFromWebKit(address));
+        });
+        return gboolean{FALSE};
+      });
+  connections_.emplace_back(
+      webkit_web_view_get_network_session(view), "download-started", this,
+      +[](WebKitNavigation *self, WebKitDownload *download) { self->downloadStarted(download); });
 }
 
 WebKitNavigation::~WebKitNavigation() {
-  g_signal_handlers_disconnect_by_data(webkit_web_view_get_network_session(view_.get()), this);
-  g_signal_handlers_disconnect_by_data(view_.get(), this);
+  connections_.clear();
   processTerminated();
 }
 

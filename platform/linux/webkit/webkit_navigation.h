@@ -5,8 +5,10 @@
 #include <deque>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/webkit/webkit_frame_probe.h"
 #include "platform/linux/webkit/webkit_script_dialogs.h"
 #include "platform/web_view.h"
@@ -33,7 +35,6 @@ class WebKitNavigation {
   void downloadStarted(WebKitDownload *download);
   void processTerminated();
 
-  const GObjectPointer<WebKitWebView> view_;
   WebViewDelegate &delegate_;
   WebKitFrameProbe probe_;
   WebKitScriptDialogs dialogs_;
@@ -42,6 +43,7 @@ class WebKitNavigation {
   /// What was kept out of the main frame, and may have been links that download:
   /// WebKit then still begins to.
   std::set<std::string> keptOut_;
+  std::vector<SignalConnection> connections_;
 };
 
 }  // namespace orvel

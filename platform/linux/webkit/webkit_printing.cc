@@ -15,25 +15,21 @@ constexpr int drawnByWebKit = GTK_PRINT_CAPABILITY_PAGE_SET | GTK_PRINT_CAPABILI
 }  // namespace
 
 WebKitPrinting::WebKitPrinting(WebKitWebView *view) : view_(retain(view)), jobs_(view) {
-  g_signal_connect_swapped(view, "print", G_CALLBACK(+[](WebKitPrinting *self) {
-                             self->openDialog();
-                             return gboolean{TRUE};
-                           }),
-                           this);
+  connections_.emplace_back(
+      view, "print", this, +[](WebKitPrinting *self) {
+        self->openDialog();
+        return gboolean{TRUE};
+      });
   // The dialog closes when the page changes: it must not print a different page.
-  g_signal_connect_swapped(view, "load-changed",
-                           G_CALLBACK(+[](WebKitPrinting *self, WebKitLoadEvent event) {
-                             if (event == WEBKIT_LOAD_COMMITTED) self->closeDialog();
-                           }),
-                           this);
-  g_signal_connect_swapped(view, "web-process-terminated",
-                           G_CALLBACK(+[](WebKitPrinting *self) { self->closeDialog(); }), this);
+  connections_.emplace_back(
+      view, "load-changed", this, +[](WebKitPrinting *self, WebKitLoadEvent event) {
+        if (event == WEBKIT_LOAD_COMMITTED) self->closeDialog();
+      });
+  connections_.emplace_back(
+      view, "web-process-terminated", this, +[](WebKitPrinting *self) { self->closeDialog(); });
 }
 
-WebKitPrinting::~WebKitPrinting() {
-  g_signal_handlers_disconnect_by_data(view_.get(), this);
-  closeDialog();
-}
+WebKitPrinting::~WebKitPrinting() { closeDialog(); }
 
 void WebKitPrinting::openDialog() {
   // A page may call window.print() while the dialog is open.

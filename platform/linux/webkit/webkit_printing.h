@@ -3,7 +3,10 @@
 #include <gtk/gtkunixprint.h>
 #include <webkit/webkit.h>
 
+#include <vector>
+
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/webkit/print_jobs.h"
 
 namespace orvel {
@@ -27,6 +30,7 @@ class WebKitPrinting {
   PrintJobs jobs_;
   /// The open dialog, or null.
   GtkPrintUnixDialog *dialog_ = nullptr;
+  std::vector<SignalConnection> connections_;
 };
 
 }  // namespace orvel

@@ -19,19 +19,14 @@ std::shared_ptr<WebKitScriptDialog> keepOpen(WebKitScriptDialog *dialog) {
 
 WebKitScriptDialogs::WebKitScriptDialogs(WebKitWebView *view, WebViewDelegate &delegate,
                                          MayLeave mayLeave)
-    : view_(retain(view)), delegate_(delegate), mayLeave_(std::move(mayLeave)) {
-  g_signal_connect_swapped(
-      view, "script-dialog",
-      G_CALLBACK(+[](WebKitScriptDialogs *dialogs, WebKitScriptDialog *dialog) {
-        dialogs->run(dialog);
-        return gboolean{TRUE};
-      }),
-      this);
-}
-
-WebKitScriptDialogs::~WebKitScriptDialogs() {
-  g_signal_handlers_disconnect_by_data(view_.get(), this);
-}
+    : delegate_(delegate),
+      mayLeave_(std::move(mayLeave)),
+      scriptDialog_(
+          view, "script-dialog", this,
+          +[](WebKitScriptDialogs *dialogs, WebKitScriptDialog *dialog) {
+            dialogs->run(dialog);
+            return gboolean{TRUE};
+          }) {}
 
 void WebKitScriptDialogs::run(WebKitScriptDialog *dialog) {
   const char *message = webkit_script_dialog_get_message(dialog);

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string_view>
 
-#include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/web_view.h"
 
 namespace orvel {
@@ -17,16 +17,15 @@ class WebKitScriptDialogs {
   using MayLeave = std::function<bool(std::string_view text)>;
 
   WebKitScriptDialogs(WebKitWebView *view, WebViewDelegate &delegate, MayLeave mayLeave);
-  ~WebKitScriptDialogs();
   WebKitScriptDialogs(const WebKitScriptDialogs &) = delete;
   WebKitScriptDialogs &operator=(const WebKitScriptDialogs &) = delete;
 
  private:
   void run(WebKitScriptDialog *dialog);
 
-  const GObjectPointer<WebKitWebView> view_;
   WebViewDelegate &delegate_;
   const MayLeave mayLeave_;
+  const SignalConnection scriptDialog_;
 };
 
 }  // namespace orvel
