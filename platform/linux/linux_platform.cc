@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char *fallbackIdentifier = "nl.orvel.os";
 constexpr const char *fallbackName = "Orvel OS";
-constexpr guint untilTheIcon = 1000;  // Milliseconds.
+constexpr guint iconDelay = 1000;  // Milliseconds.
 
 std::string inFolder(const char *folder, const std::string &name) {
   return std::string(folder) + "/" + name;
@@ -29,11 +29,11 @@ std::string mainBundlePath() {
 
 LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
     : environment_(processEnvironment()),
-      drawing_([] {
-        const Drawing drawing = chooseDrawing();
-        prepareDrawing(drawing, gtk_get_minor_version());
+      renderer_([] {
+        const RendererChoice renderer = chooseRenderer();
+        applyRendererChoice(renderer, gtk_get_minor_version());
         beginDark();
-        return drawing;
+        return renderer;
       }()),
       resources_(bundlePath + "/Contents/Resources"),
       bundle_(bundlePath),
@@ -55,9 +55,9 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       menuBar_(name_, [this](MenuAction action,
                              ::GtkWindow *window) { commands_.perform(action, window); }),
       windows_(application_, menuBar_, defaults_,
-               WebKitSurroundings{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
+               WebViewEnvironment{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
                                   .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
-                                  .accelerated = drawing_.withGraphicsCard}),
+                                  .accelerated = renderer_.hasGraphicsCard}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
   commands_.prepareAbout = [this](::GtkWindow *window) { menuBar_.addApplicationKeys(window); };
@@ -68,13 +68,13 @@ void LinuxPlatform::gtkStarted() {
   dialogQuitting_.emplace(application_, menuBar_);
   GtkSettings *settings = gtk_settings_get_default();
   // A bar that fades costs seconds of processor time where the processor draws.
-  if (!drawing_.withGraphicsCard) {
+  if (!renderer_.hasGraphicsCard) {
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
   }
   // Another folder of icons makes GTK go through the whole theme anew, which would
   // keep the window and its page waiting.
   g_timeout_add_full(
-      G_PRIORITY_LOW, untilTheIcon,
+      G_PRIORITY_LOW, iconDelay,
       [](gpointer resources) -> gboolean {
         gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
                                        static_cast<const std::string *>(resources)->c_str());

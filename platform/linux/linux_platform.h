@@ -47,7 +47,7 @@ class LinuxPlatform {
  private:
   // The order counts: children get the environment as the user gave it.
   const std::map<std::string, std::string> environment_;
-  const Drawing drawing_;
+  const RendererChoice renderer_;
   const std::string resources_;
   PlistBundle bundle_;
   const std::string identifier_;

@@ -18,7 +18,7 @@ std::optional<Rect> LinuxWindowSystem::mainScreenVisibleFrame() const {
 WebWindow LinuxWindowSystem::create(const WindowConfiguration &window,
                                     const WebViewConfiguration &web, WebViewDelegate &delegate) {
   // The view comes first, because its process takes longer to start than the window.
-  auto view = std::make_unique<WebKitPageView>(web, surroundings_, delegate);
+  auto view = std::make_unique<WebKitPageView>(web, environment_, delegate);
   view->setColorBehind(window.backgroundColor);
   installStyle(window.backgroundColor);
   auto made =

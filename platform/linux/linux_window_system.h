@@ -15,11 +15,11 @@ namespace orvel {
 class LinuxWindowSystem final : public WindowSystem {
  public:
   LinuxWindowSystem(GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults,
-                    WebKitSurroundings surroundings)
+                    WebViewEnvironment environment)
       : application_(application),
         menuBar_(menuBar),
         defaults_(defaults),
-        surroundings_(std::move(surroundings)) {}
+        environment_(std::move(environment)) {}
 
   std::optional<Rect> mainScreenVisibleFrame() const override;
   WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &web,
@@ -29,7 +29,7 @@ class LinuxWindowSystem final : public WindowSystem {
   GtkApplicationHost &application_;
   GtkMenuBar &menuBar_;
   UserDefaults &defaults_;
-  const WebKitSurroundings surroundings_;
+  const WebViewEnvironment environment_;
 };
 
 }  // namespace orvel

@@ -11,7 +11,7 @@ int main() {
   // server.
   std::signal(SIGPIPE, SIG_IGN);
   orvel::ensureUtf8Locale();
-  orvel::giveFreedMemoryBack();
+  orvel::limitMallocRetention();
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
   orvel::runApplication(platform.ports());
   // Not by returning: other threads may still post to what would be destroyed.

@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-void giveFreedMemoryBack() {
+void limitMallocRetention() {
 #if defined(__GLIBC__)
   // In bytes. A limit that has been set is no longer moved (mallopt(3)).
   constexpr int atOnce = 1024 * 1024;

@@ -20,16 +20,16 @@ bool hasUsableRenderNode(const std::filesystem::path &folder) {
 
 }  // namespace
 
-Drawing chooseDrawing(const std::filesystem::path &renderNodes,
-                      const std::filesystem::path &nvidiaDriver) {
+RendererChoice chooseRenderer(const std::filesystem::path &renderNodes,
+                              const std::filesystem::path &nvidiaDriver) {
   std::error_code error;
-  return {.withGraphicsCard = hasUsableRenderNode(renderNodes),
-          .withNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
+  return {.hasGraphicsCard = hasUsableRenderNode(renderNodes),
+          .hasNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
 }
 
-void prepareDrawing(const Drawing &drawing, unsigned gtkMinor) {
+void applyRendererChoice(const RendererChoice &choice, unsigned gtkMinor) {
   constexpr int keepTheUsersOwn = 0;
-  if (!drawing.withGraphicsCard) {
+  if (!choice.hasGraphicsCard) {
     ::setenv("GSK_RENDERER", "cairo", keepTheUsersOwn);
     // GTK looks for GL even when nothing is going to be drawn by it, and so loads
     // a whole compiler of shaders. The switch has moved; the other version would
@@ -42,7 +42,7 @@ void prepareDrawing(const Drawing &drawing, unsigned gtkMinor) {
     // share buffers. It takes one that it is told without asking what it is.
     ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepTheUsersOwn);
   }
-  if (!drawing.withGraphicsCard || drawing.withNvidiaDriver) {
+  if (!choice.hasGraphicsCard || choice.hasNvidiaDriver) {
     ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
   }
 }

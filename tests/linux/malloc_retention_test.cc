@@ -22,7 +22,7 @@ std::size_t residentMemory() {
 
 TEST(MallocRetention, FreedMemoryIsReturnedToSystem) {
   if (posix_test::hasSanitizer) GTEST_SKIP() << "a sanitizer has its own allocator";
-  giveFreedMemoryBack();
+  limitMallocRetention();
   constexpr std::size_t blockSize = std::size_t{16} * 1024 * 1024;
   const std::size_t before = residentMemory();
   // From the second round on, malloc would raise its mmap threshold and keep the block.

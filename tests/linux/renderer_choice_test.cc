@@ -33,49 +33,49 @@ class RendererChoices : public testing::Test {
 };
 
 TEST_F(RendererChoices, RenderNodeIsGraphicsCard) {
-  EXPECT_FALSE(chooseDrawing(devices.path(), missing).withGraphicsCard);
+  EXPECT_FALSE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
   devices.file("card0", "");
-  EXPECT_FALSE(chooseDrawing(devices.path(), missing).withGraphicsCard);
+  EXPECT_FALSE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
   devices.file("renderD128", "");
-  EXPECT_TRUE(chooseDrawing(devices.path(), missing).withGraphicsCard);
+  EXPECT_TRUE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
 }
 
 TEST_F(RendererChoices, MissingDeviceFolderIsNoGraphicsCard) {
-  EXPECT_EQ(chooseDrawing(missing, missing), Drawing());
+  EXPECT_EQ(chooseRenderer(missing, missing), RendererChoice());
 }
 
 TEST_F(RendererChoices, VersionFileIsNvidiaDriver) {
-  EXPECT_TRUE(chooseDrawing(devices.path(), devices.file("version", "")).withNvidiaDriver);
+  EXPECT_TRUE(chooseRenderer(devices.path(), devices.file("version", "")).hasNvidiaDriver);
 }
 
 TEST_F(RendererChoices, WithoutGraphicsCardCairoDrawsWithoutDevice) {
-  prepareDrawing({.withGraphicsCard = false}, 8);
+  applyRendererChoice({.hasGraphicsCard = false}, 8);
   EXPECT_EQ(variable(gtkRenderer), "cairo");
   EXPECT_EQ(variable(sharedBuffersOff), "1");
   EXPECT_EQ(variable(renderDevice), "/dev/null");
 }
 
 TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDebugUpToGtk415) {
-  prepareDrawing({.withGraphicsCard = false}, 15);
+  applyRendererChoice({.hasGraphicsCard = false}, 15);
   EXPECT_EQ(variable(gdkDebug), "gl-disable");
   EXPECT_EQ(variable(gdkDisable), "(unset)");
 }
 
 TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDisableFromGtk416) {
-  prepareDrawing({.withGraphicsCard = false}, 16);
+  applyRendererChoice({.hasGraphicsCard = false}, 16);
   EXPECT_EQ(variable(gdkDebug), "(unset)");
   EXPECT_EQ(variable(gdkDisable), "gl");
 }
 
 TEST_F(RendererChoices, GraphicsCardLeavesDefaults) {
-  prepareDrawing({.withGraphicsCard = true}, 8);
+  applyRendererChoice({.hasGraphicsCard = true}, 8);
   for (const char *name : {gtkRenderer, gdkDebug, sharedBuffersOff, renderDevice}) {
     EXPECT_EQ(variable(name), "(unset)") << name;
   }
 }
 
 TEST_F(RendererChoices, NvidiaDriverDisablesSharedBuffers) {
-  prepareDrawing({.withGraphicsCard = true, .withNvidiaDriver = true}, 8);
+  applyRendererChoice({.hasGraphicsCard = true, .hasNvidiaDriver = true}, 8);
   EXPECT_EQ(variable(gtkRenderer), "(unset)");
   EXPECT_EQ(variable(sharedBuffersOff), "1");
   EXPECT_EQ(variable(renderDevice), "(unset)");
@@ -88,7 +88,7 @@ TEST_F(RendererChoices, VariablesSetByUserAreKept) {
       {sharedBuffersOff, "0"},
       {renderDevice, "/dev/dri/renderD129"}};
   for (const auto &[name, value] : settings) ::setenv(name, value, 1);
-  prepareDrawing({.withGraphicsCard = false, .withNvidiaDriver = true}, 8);
+  applyRendererChoice({.hasGraphicsCard = false, .hasNvidiaDriver = true}, 8);
   for (const auto &[name, value] : settings) EXPECT_EQ(variable(name), value);
 }
 

@@ -36,8 +36,8 @@ GObjectPointer<GtkPrinter> findFilePrinter() {
 
 /// Returns the settings with which WebKit draws a job's pages into a file. They contain
 /// only what the job leaves to the application; the printer backend does the rest.
-GObjectPointer<GtkPrintSettings> drawingSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
-                                                 const std::string &uri) {
+GObjectPointer<GtkPrintSettings> renderSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
+                                                const std::string &uri) {
   auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
   gtk_print_settings_set_print_pages(settings.get(), gtk_print_job_get_pages(job));
   int count = 0;
@@ -85,22 +85,22 @@ void send(GtkPrintJob *job, const std::string &path) {
 
 /// A job whose pages WebKit draws into a temporary file, which is removed with this
 /// object or when the process exits.
-class PrintJobs::Drawing {
+class PrintJobs::RenderJob {
  public:
-  Drawing(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
+  RenderJob(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
       : job_(std::move(job)), file_(std::move(file)) {}
-  Drawing(const Drawing &) = delete;
-  Drawing &operator=(const Drawing &) = delete;
+  RenderJob(const RenderJob &) = delete;
+  RenderJob &operator=(const RenderJob &) = delete;
 
   void start(PrintJobs &jobs, GObjectPointer<WebKitPrintOperation> operation) {
     jobs_ = &jobs;
     operation_ = std::move(operation);
     failedConnection_ = SignalConnection(
-        operation_.get(), "failed", this, +[](Drawing *self) { self->failed_ = true; });
+        operation_.get(), "failed", this, +[](RenderJob *self) { self->failed_ = true; });
     finishedConnection_ = SignalConnection(
-        operation_.get(), "finished", this, +[](Drawing *self) {
+        operation_.get(), "finished", this, +[](RenderJob *self) {
           if (!self->failed_) send(self->job_.get(), self->file_->path());
-          self->jobs_->drawn(self);
+          self->jobs_->finished(self);
         });
     webkit_print_operation_print(operation_.get());
   }
@@ -119,8 +119,8 @@ PrintJobs::PrintJobs(WebKitWebView *view) : view_(view) {}
 
 PrintJobs::~PrintJobs() = default;
 
-void PrintJobs::drawn(const Drawing *drawing) {
-  std::erase_if(drawings_, [drawing](const auto &one) { return one.get() == drawing; });
+void PrintJobs::finished(const RenderJob *job) {
+  std::erase_if(renderJobs_, [job](const auto &each) { return each.get() == job; });
 }
 
 void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSetup *pageSetup) {
@@ -134,13 +134,13 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
                                              DownloadFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
-  // Created first, because drawingSettings reads from the job what the printer does not do
+  // Created first, because renderSettings reads from the job what the printer does not do
   // itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   const GlibText uri(g_filename_to_uri(file->path().c_str(), nullptr, nullptr));
-  const auto drawing = drawingSettings(job.get(), filePrinter.get(), uri.get());
-  drawings_.push_back(std::make_unique<Drawing>(std::move(job), std::move(file)));
-  drawings_.back()->start(*this, makeOperation(view_, drawing.get(), pageSetup));
+  const auto jobSettings = renderSettings(job.get(), filePrinter.get(), uri.get());
+  renderJobs_.push_back(std::make_unique<RenderJob>(std::move(job), std::move(file)));
+  renderJobs_.back()->start(*this, makeOperation(view_, jobSettings.get(), pageSetup));
 }
 
 }  // namespace orvel

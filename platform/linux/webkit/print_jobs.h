@@ -17,7 +17,7 @@ namespace orvel {
 class PrintJobs {
  public:
   explicit PrintJobs(WebKitWebView *view);
-  /// Drops the jobs whose pages are still being drawn.
+  /// Drops the jobs whose pages are still being rendered.
   ~PrintJobs();
   PrintJobs(const PrintJobs &) = delete;
   PrintJobs &operator=(const PrintJobs &) = delete;
@@ -25,12 +25,12 @@ class PrintJobs {
   void start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSetup *pageSetup);
 
  private:
-  class Drawing;
+  class RenderJob;
 
-  void drawn(const Drawing *drawing);
+  void finished(const RenderJob *job);
 
   WebKitWebView *const view_;
-  std::vector<std::unique_ptr<Drawing>> drawings_;
+  std::vector<std::unique_ptr<RenderJob>> renderJobs_;
 };
 
 }  // namespace orvel

@@ -9,11 +9,11 @@ namespace orvel {
 namespace {
 
 GObjectPointer<WebKitNetworkSession> makeSession(bool persistent,
-                                                 const WebKitSurroundings &surroundings) {
+                                                 const WebViewEnvironment &environment) {
   if (!persistent) return adopt(webkit_network_session_new_ephemeral());
-  auto session = adopt(webkit_network_session_new(surroundings.dataFolder.c_str(),
-                                                  surroundings.cacheFolder.c_str()));
-  const std::string file = surroundings.dataFolder + "/cookies.sqlite";
+  auto session = adopt(
+      webkit_network_session_new(environment.dataFolder.c_str(), environment.cacheFolder.c_str()));
+  const std::string file = environment.dataFolder + "/cookies.sqlite";
   webkit_cookie_manager_set_persistent_storage(
       webkit_network_session_get_cookie_manager(session.get()), file.c_str(),
       WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
@@ -77,11 +77,11 @@ const char *editingCommand(MenuAction action) {
 }  // namespace
 
 WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
-                               const WebKitSurroundings &surroundings, WebViewDelegate &delegate)
+                               const WebViewEnvironment &environment, WebViewDelegate &delegate)
     : drawsBackground_(configuration.drawsBackground),
       delegate_(delegate),
-      session_(makeSession(configuration.persistentDataStore, surroundings)),
-      view_(makeView(session_.get(), makeSettings(configuration, surroundings.accelerated).get())),
+      session_(makeSession(configuration.persistentDataStore, environment)),
+      view_(makeView(session_.get(), makeSettings(configuration, environment.accelerated).get())),
       // Connected before the navigation, which lets no other handler know.
       loadFailed_(g_signal_connect_swapped(
           view_.get(), "load-failed",
@@ -91,7 +91,7 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
           }),
           this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
-      navigation_(view_.get(), surroundings.cacheFolder, delegate),
+      navigation_(view_.get(), environment.cacheFolder, delegate),
       printing_(view_.get()),
       authentication_(view_.get()) {
   disableCaretToggle(view_.get());

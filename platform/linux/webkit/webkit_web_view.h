@@ -17,7 +17,7 @@
 namespace orvel {
 
 /// Where a web view keeps what outlives the process, and how it draws.
-struct WebKitSurroundings {
+struct WebViewEnvironment {
   /// Folders that need not exist.
   std::string dataFolder;
   std::string cacheFolder;
@@ -27,7 +27,7 @@ struct WebKitSurroundings {
 /// A page shown by WebKitGTK, whose processes run in its sandbox.
 class WebKitPageView final : public WebView {
  public:
-  WebKitPageView(const WebViewConfiguration &configuration, const WebKitSurroundings &surroundings,
+  WebKitPageView(const WebViewConfiguration &configuration, const WebViewEnvironment &environment,
                  WebViewDelegate &delegate);
   ~WebKitPageView() override;
   WebKitPageView(const WebKitPageView &) = delete;

@@ -131,8 +131,8 @@ PageTest::~PageTest() {
 void PageTest::makeView(const std::filesystem::path &dataFolder) {
   WebViewConfiguration configuration;
   configuration.persistentDataStore = false;
-  const WebKitSurroundings surroundings{.dataFolder = dataFolder, .cacheFolder = dataFolder};
-  view = std::make_unique<WebKitPageView>(configuration, surroundings, delegate);
+  const WebViewEnvironment environment{.dataFolder = dataFolder, .cacheFolder = dataFolder};
+  view = std::make_unique<WebKitPageView>(configuration, environment, delegate);
 }
 
 void PageTest::load(const std::string &path) { loadUrl(server.url(path)); }
