@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,38 +22,42 @@ namespace orvel {
 namespace {
 
 constexpr const char *group = "Defaults";
-constexpr std::size_t longestFile = 16'000'000;
+constexpr std::size_t maxFileSize = 16'000'000;
 
 struct KeyFileRelease {
   void operator()(GKeyFile *file) const { g_key_file_unref(file); }
 };
 using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
 
-/// A key as a key file can name it: "=" and brackets are not allowed there.
+/// Encodes a key as the name of a key file entry, which cannot contain "=" or brackets.
 std::string keyName(std::string_view key) {
   if (key.empty()) return "%";
   const GlibText escaped(g_uri_escape_bytes(reinterpret_cast<const guint8 *>(key.data()),
                                             key.size(), " /:@+,;!$&'()*"));
   std::string name = escaped.get();
-  // A name can neither begin nor end with a blank.
+  // GKeyFile removes spaces at the start and end of a name.
   if (name.back() == ' ') name.replace(name.size() - 1, 1, "%20");
   if (name.front() == ' ') name.replace(0, 1, "%20");
   return name;
 }
 
+/// The contents of the file.
 struct Loaded {
   KeyFile file{g_key_file_new()};
-  /// Something lies there that is no key file.
+  /// Whether the path has something that is not a key file.
   bool damaged = false;
+  /// Whether the path could not be read.
+  bool unreadable = false;
 };
 
 Loaded load(const std::string &path) {
   Loaded loaded;
-  const FileBytes read = readFileBytes(path, longestFile);
+  const FileBytes read = readFileBytes(path, maxFileSize);
   if (read.state == FileBytes::State::missing) return loaded;
   const auto flags =
       static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-  // GLib skips the NULs that a crash of the machine may leave.
+  loaded.unreadable = read.state == FileBytes::State::unreadable;
+  // A power failure may leave NULs in the file, which GKeyFile would skip.
   if (read.state != FileBytes::State::read || read.bytes.find('\0') != std::string::npos ||
       !g_key_file_load_from_data(loaded.file.get(), read.bytes.data(), read.bytes.size(), flags,
                                  nullptr)) {
@@ -71,12 +76,36 @@ bool moveAside(const std::string &path) {
   return std::rename(path.c_str(), aside.c_str()) == 0;
 }
 
+/// Writes a file and flushes it to the disk.
 bool writeDurably(const std::string &path, std::string_view content) {
   FileHandle file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0600));
   return file.descriptor() >= 0 && file.write(content) && ::fsync(file.descriptor()) == 0;
 }
 
+/// Returns the entries of the group "Defaults" by their encoded names. Leaves out entries
+/// whose value is malformed.
+std::map<std::string, std::string, std::less<>> entriesOf(GKeyFile *file) {
+  std::map<std::string, std::string, std::less<>> entries;
+  const std::unique_ptr<char *, void (*)(char **)> names(
+      g_key_file_get_keys(file, group, nullptr, nullptr), g_strfreev);
+  for (char **name = names.get(); name != nullptr && *name != nullptr; ++name) {
+    const GlibText value(g_key_file_get_value(file, group, *name, nullptr));
+    if (auto text = textOfKeyFileValue(value.get())) entries.insert_or_assign(*name, *text);
+  }
+  return entries;
+}
+
 }  // namespace
+
+KeyFileUserDefaults::FileVersion KeyFileUserDefaults::FileVersion::of(const std::string &path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return {};
+  return {.device = status.st_dev,
+          .inode = status.st_ino,
+          .size = status.st_size,
+          .modifiedSeconds = status.st_mtim.tv_sec,
+          .modifiedNanoseconds = status.st_mtim.tv_nsec};
+}
 
 KeyFileUserDefaults::KeyFileUserDefaults(std::string path) : path_(std::move(path)) {}
 
@@ -84,11 +113,21 @@ std::optional<std::string> KeyFileUserDefaults::text(std::string_view key) const
   const std::lock_guard lock(mutex_);
   const auto found = unsaved_.find(key);
   if (found != unsaved_.end()) return found->second;
+  const Texts &entries = currentEntries();
+  const auto entry = entries.find(keyName(key));
+  if (entry == entries.end()) return std::nullopt;
+  return entry->second;
+}
+
+const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
+  // Determined before the file is read: a change in between is found by the next call.
+  const FileVersion version = FileVersion::of(path_);
+  if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
-  const GlibText value(
-      g_key_file_get_value(loaded.file.get(), group, keyName(key).c_str(), nullptr));
-  if (!value) return std::nullopt;
-  return textOfKeyFileValue(value.get());
+  entries_ = entriesOf(loaded.file.get());
+  // A file may become readable without a change of its version.
+  cachedVersion_ = loaded.unreadable ? std::nullopt : std::optional(version);
+  return entries_;
 }
 
 void KeyFileUserDefaults::setText(std::string_view key, std::string_view value) {
@@ -99,10 +138,11 @@ void KeyFileUserDefaults::setText(std::string_view key, std::string_view value) 
   g_mkdir_with_parents(folderPath.c_str(), 0700);
   const FileHandle folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.descriptor() < 0) return;
-  // Held until the descriptor closes, also when the process is killed.
+  // The kernel releases the lock when the descriptor closes, even if the process is killed.
   while (::flock(folder.descriptor(), LOCK_EX) != 0 && errno == EINTR) {
   }
 
+  // Not from the cache: another process may have changed the file until the lock was taken.
   const Loaded loaded = load(path_);
   for (const auto &[name, text] : unsaved_) {
     g_key_file_set_value(loaded.file.get(), group, keyName(name).c_str(),

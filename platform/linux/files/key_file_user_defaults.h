@@ -1,21 +1,25 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <ctime>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "platform/user_defaults.h"
 
 namespace orvel {
 
-/// User defaults in the group "Defaults" of a key file (the Desktop Entry
-/// format). Every call reads the file afresh and every change is merged into it
-/// under a lock, so that several processes may share it. A file that is no key
-/// file counts as empty; the first change moves it aside, to the same name with
-/// ".damaged" added.
+/// User defaults in the group "Defaults" of a key file (Desktop Entry format). Several
+/// processes may share the file: a read sees the changes of other processes, and a change is
+/// merged into the file under a lock. The file is read again only when its stat(2) result
+/// has changed. A file that is not a key file counts as empty; the first change moves it to
+/// the same name with the suffix ".damaged". Any thread; blocks on the disk.
 class KeyFileUserDefaults final : public UserDefaults {
  public:
-  /// The folder is made with the first change.
+  /// The first change creates the file's folder.
   explicit KeyFileUserDefaults(std::string path);
 
   std::optional<std::string> text(std::string_view key) const override;
@@ -24,9 +28,28 @@ class KeyFileUserDefaults final : public UserDefaults {
  private:
   using Texts = std::map<std::string, std::string, std::less<>>;
 
+  /// Identifies the contents of a file. All zero for a missing file.
+  struct FileVersion {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    std::time_t modifiedSeconds = 0;
+    long modifiedNanoseconds = 0;
+
+    static FileVersion of(const std::string &path);
+    bool operator==(const FileVersion &) const = default;
+  };
+
+  /// Returns the entries of the file by their encoded names, from the cache if the file has
+  /// not changed. Requires the mutex.
+  const Texts &currentEntries() const;
+
   const std::string path_;
   mutable std::mutex mutex_;
-  /// What could not be written; joins the next change.
+  /// The entries of the file when it had the cached version.
+  mutable Texts entries_;
+  mutable std::optional<FileVersion> cachedVersion_;
+  /// Values that could not be written, by key. The next change writes them too.
   Texts unsaved_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/linux/files/key_file_user_defaults.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -103,6 +104,61 @@ TEST_F(KeyFileDefaults, ValueStoredByAnotherInstanceIsSeen) {
   one.setText("one", "3");
   EXPECT_EQ(other.text("one"), "3");
   EXPECT_EQ(other.text("other"), "2");
+}
+
+TEST_F(KeyFileDefaults, UnchangedFileIsReadOnce) {
+  write("[Defaults]\nosURL=first\n");
+  auto defaults = open();
+  EXPECT_EQ(defaults.text("osURL"), "first");
+
+  // Other contents behind the same stat(2) result reveal whether the file is read again.
+  struct stat status;
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  write("[Defaults]\nosURL=other\n");
+  const timespec times[] = {status.st_atim, status.st_mtim};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path_.c_str(), times, 0), 0);
+  EXPECT_EQ(defaults.text("osURL"), "first");
+  EXPECT_EQ(open().text("osURL"), "other");
+}
+
+TEST_F(KeyFileDefaults, FileThatAppearsAndDisappearsIsSeen) {
+  auto defaults = open();
+  EXPECT_EQ(defaults.text("osURL"), std::nullopt);
+  write("[Defaults]\nosURL=new\n");
+  EXPECT_EQ(defaults.text("osURL"), "new");
+  std::filesystem::remove(path_);
+  EXPECT_EQ(defaults.text("osURL"), std::nullopt);
+}
+
+TEST_F(KeyFileDefaults, EditInPlaceIsSeen) {
+  write("[Defaults]\nosURL=first\n");
+  auto defaults = open();
+  EXPECT_EQ(defaults.text("osURL"), "first");
+  write("[Defaults]\nosURL=other\n");
+  // Both writes may have the same time, because file systems use a coarse clock.
+  struct stat status;
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  const timespec later{status.st_mtim.tv_sec + 1, status.st_mtim.tv_nsec};
+  const timespec times[] = {status.st_atim, later};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path_.c_str(), times, 0), 0);
+  EXPECT_EQ(defaults.text("osURL"), "other");
+}
+
+TEST_F(KeyFileDefaults, ChangeByAnotherProcessIsSeen) {
+  auto defaults = open();
+  defaults.setText("osURL", "first");
+  EXPECT_EQ(defaults.text("osURL"), "first");
+  const pid_t writer = ::fork();
+  ASSERT_GE(writer, 0);
+  if (writer == 0) {
+    // The same size, so that the size does not reveal the change.
+    open().setText("osURL", "other");
+    ::_exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+  ASSERT_EQ(status, 0);
+  EXPECT_EQ(defaults.text("osURL"), "other");
 }
 
 TEST_F(KeyFileDefaults, ConcurrentWritersLoseNoValue) {
