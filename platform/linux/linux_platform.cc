@@ -22,7 +22,7 @@ std::string inFolder(const char *folder, const std::string &name) {
 
 std::string mainBundlePath() {
   std::error_code error;
-  // The executable lies in Contents/Linux.
+  // The executable is in Contents/Linux of the bundle.
   const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
   return executable.parent_path().parent_path().parent_path().string();
 }
@@ -32,7 +32,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       renderer_([] {
         const RendererChoice renderer = chooseRenderer();
         applyRendererChoice(renderer, gtk_get_minor_version());
-        beginDark();
+        makeDarkThemeDefault();
         return renderer;
       }()),
       resources_(bundlePath + "/Contents/Resources"),
@@ -42,8 +42,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       processes_(environment_),
       unpacker_(processes_),
       locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
-      // A download need not be carried to another file system in the end. The
-      // archive of a release has to be had without that folder too.
+      // A file in the Downloads folder need not be copied from another file system when
+      // the download ends. The temporary folder serves when there is no Downloads folder.
       http_({locations_.downloads(), locations_.temporary()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
@@ -52,27 +52,27 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
           AboutInformation{.name = name_,
                            .version = bundle_.infoText("CFBundleShortVersionString").value_or("0"),
                            .icon = resources_ + "/" + fallbackIdentifier + ".svg"}),
-      menuBar_(name_, [this](MenuAction action,
-                             ::GtkWindow *window) { commands_.perform(action, window); }),
+      menuBar_(name_,
+               [this](MenuAction action, GtkWindow *window) { commands_.perform(action, window); }),
       windows_(application_, menuBar_, defaults_,
                WebViewEnvironment{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
                                   .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
                                   .accelerated = renderer_.hasGraphicsCard}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
-  commands_.prepareAbout = [this](::GtkWindow *window) { menuBar_.addApplicationKeys(window); };
+  commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
   commands_.editPage = WebKitPageView::edit;
 }
 
 void LinuxPlatform::gtkStarted() {
   dialogQuitting_.emplace(application_, menuBar_);
   GtkSettings *settings = gtk_settings_get_default();
-  // A bar that fades costs seconds of processor time where the processor draws.
+  // An overlay scrollbar that fades out costs seconds of processor time without a GPU.
   if (!renderer_.hasGraphicsCard) {
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
   }
-  // Another folder of icons makes GTK go through the whole theme anew, which would
-  // keep the window and its page waiting.
+  // Deferred, because adding a search path makes GTK read the icon theme again, which
+  // would delay the window and its page.
   g_timeout_add_full(
       G_PRIORITY_LOW, iconDelay,
       [](gpointer resources) -> gboolean {

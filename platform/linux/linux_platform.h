@@ -26,26 +26,30 @@
 namespace orvel {
 
 /// Returns the path of the bundle that contains the running executable, with symbolic
-/// links resolved.
+/// links resolved (proc(5), /proc/self/exe). Any thread.
 std::string mainBundlePath();
 
-/// The Linux desktop: every port, made for one bundle. Made before GTK starts
-/// and while there is one thread.
+/// All ports of the Linux edition. Main thread only.
 class LinuxPlatform {
  public:
+  /// Makes the ports for one application bundle. Sets environment variables, so call it
+  /// before GTK starts and while the process has one thread.
   explicit LinuxPlatform(const std::string &bundlePath);
   LinuxPlatform(const LinuxPlatform &) = delete;
   LinuxPlatform &operator=(const LinuxPlatform &) = delete;
 
+  /// Returns references to the ports; they are valid as long as this object.
   Platform ports();
 
+  /// Returns the application port with its Linux-specific functions.
   GtkApplicationHost &applicationHost() { return application_; }
 
-  /// What must be set once GTK has started; Application::run does it itself.
+  /// Sets up what needs a started GTK. Application::run calls it.
   void gtkStarted();
 
  private:
-  // The order counts: children get the environment as the user gave it.
+  // Declared first: child processes get the environment from before the renderer choice
+  // changes it.
   const std::map<std::string, std::string> environment_;
   const RendererChoice renderer_;
   const std::string resources_;

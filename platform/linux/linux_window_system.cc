@@ -21,9 +21,9 @@ WebWindow LinuxWindowSystem::create(const WindowConfiguration &window,
   auto view = std::make_unique<WebKitPageView>(web, environment_, delegate);
   view->setColorBehind(window.backgroundColor);
   installStyle(window.backgroundColor);
-  auto made =
+  auto gtkWindow =
       std::make_unique<GtkMainWindow>(window, view->widget(), application_, menuBar_, defaults_);
-  return {std::move(view), std::move(made)};
+  return {std::move(view), std::move(gtkWindow)};
 }
 
 }  // namespace orvel

@@ -11,7 +11,7 @@
 
 namespace orvel {
 
-/// GTK windows that show WebKitGTK views. Main thread only.
+/// A factory of GTK windows that show WebKitGTK views. Main thread only.
 class LinuxWindowSystem final : public WindowSystem {
  public:
   LinuxWindowSystem(GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults,

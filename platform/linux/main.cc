@@ -14,6 +14,6 @@ int main() {
   orvel::limitMallocRetention();
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
   orvel::runApplication(platform.ports());
-  // Not by returning: other threads may still post to what would be destroyed.
+  // Exits without destroying `platform`, because other threads may still post to its queues.
   std::exit(0);
 }

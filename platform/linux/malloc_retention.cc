@@ -6,10 +6,10 @@ namespace orvel {
 
 void limitMallocRetention() {
 #if defined(__GLIBC__)
-  // In bytes. A limit that has been set is no longer moved (mallopt(3)).
-  constexpr int atOnce = 1024 * 1024;
-  ::mallopt(M_MMAP_THRESHOLD, atOnce);
-  ::mallopt(M_TRIM_THRESHOLD, atOnce);
+  // Setting a threshold switches off its dynamic adjustment (mallopt(3)).
+  constexpr int thresholdBytes = 1024 * 1024;
+  ::mallopt(M_MMAP_THRESHOLD, thresholdBytes);
+  ::mallopt(M_TRIM_THRESHOLD, thresholdBytes);
 #endif
 }
 

@@ -2,9 +2,10 @@
 
 namespace orvel {
 
-/// Has the C library return memory to the system when it is freed. By itself it
-/// learns from each picture of the window's size to keep as much, and so keeps
-/// all that starting has used. While there is one thread.
+/// Makes malloc return freed memory to the system. glibc raises its own thresholds to the
+/// size of the largest freed block, such as the buffer of a window, and then keeps most of
+/// the memory that the start has used. Call it while the process has one thread. Does
+/// nothing with another C library.
 void limitMallocRetention();
 
 }  // namespace orvel

@@ -9,6 +9,7 @@ namespace orvel {
 
 namespace {
 
+/// Whether a folder of device files has a render node that this user may open.
 bool hasUsableRenderNode(const std::filesystem::path &folder) {
   std::error_code error;
   for (const auto &entry : std::filesystem::directory_iterator(folder, error)) {
@@ -28,22 +29,22 @@ RendererChoice chooseRenderer(const std::filesystem::path &renderNodes,
 }
 
 void applyRendererChoice(const RendererChoice &choice, unsigned gtkMinor) {
-  constexpr int keepTheUsersOwn = 0;
+  constexpr int keepExisting = 0;
   if (!choice.hasGraphicsCard) {
-    ::setenv("GSK_RENDERER", "cairo", keepTheUsersOwn);
-    // GTK looks for GL even when nothing is going to be drawn by it, and so loads
-    // a whole compiler of shaders. The switch has moved; the other version would
-    // complain of a word that it does not know.
-    constexpr unsigned firstWithSwitchOfItsOwn = 16;
-    const bool hasSwitch = gtkMinor >= firstWithSwitchOfItsOwn;
-    ::setenv(hasSwitch ? "GDK_DISABLE" : "GDK_DEBUG", hasSwitch ? "gl" : "gl-disable",
-             keepTheUsersOwn);
-    // WebKit would look for it once more, to find the device by which processes
-    // share buffers. It takes one that it is told without asking what it is.
-    ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepTheUsersOwn);
+    ::setenv("GSK_RENDERER", "cairo", keepExisting);
+    // GTK initialises GL even for the cairo renderer, and so loads Mesa's shader compiler.
+    // GTK 4.16 moved the switch from GDK_DEBUG to GDK_DISABLE; each version warns about the
+    // value of the other one.
+    constexpr unsigned firstMinorWithGdkDisable = 16;
+    const bool hasGdkDisable = gtkMinor >= firstMinorWithGdkDisable;
+    ::setenv(hasGdkDisable ? "GDK_DISABLE" : "GDK_DEBUG", hasGdkDisable ? "gl" : "gl-disable",
+             keepExisting);
+    // WebKit initialises GL too, to find the device for shared buffers. It uses the file
+    // that this variable names without opening GL.
+    ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepExisting);
   }
   if (!choice.hasGraphicsCard || choice.hasNvidiaDriver) {
-    ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepTheUsersOwn);
+    ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepExisting);
   }
 }
 

@@ -4,27 +4,28 @@
 
 namespace orvel {
 
-/// How windows and pages are drawn on this machine.
+/// The properties of this machine that decide how GTK and WebKit render.
 struct RendererChoice {
-  /// A graphics card can be reached. Without one, GL in software costs the
-  /// first picture seconds and every page a hundred megabytes.
+  /// Whether this process may use a GPU. Without one, GL runs in software, which delays
+  /// the first frame by seconds and costs about 100 MB a page.
   bool hasGraphicsCard = false;
-  /// The card runs on Nvidia's own driver, which shows blank pages when it has
-  /// to share buffers between processes.
+  /// Whether Nvidia's proprietary driver is loaded. With it, WebKit shows blank pages when
+  /// it shares DMA-BUF buffers between processes.
   bool hasNvidiaDriver = false;
 
   bool operator==(const RendererChoice &) const = default;
 };
 
-/// Looks at what the machine has. The paths are the kernel's; tests give
-/// others.
+/// Inspects this machine. The GPU counts when a render node (renderD*) in the first folder
+/// is readable and writable; the driver counts when the file exists. Tests pass other
+/// paths. Any thread.
 RendererChoice chooseRenderer(
     const std::filesystem::path &renderNodes = "/dev/dri",
     const std::filesystem::path &nvidiaDriver = "/proc/driver/nvidia/version");
 
-/// Sets the environment variables by which GTK and WebKit choose, as far as the
-/// user has not set them. Before GTK starts and while there is one thread.
-/// `gtkMinor` is the second number of GTK's version.
+/// Sets the environment variables that select the renderers of GTK and WebKit. Keeps the
+/// variables that the user has set. Call it before GTK starts and while the process has one
+/// thread. `gtkMinor` is the minor version of GTK 4.
 void applyRendererChoice(const RendererChoice &choice, unsigned gtkMinor);
 
 }  // namespace orvel

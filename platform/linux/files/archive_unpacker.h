@@ -5,8 +5,9 @@
 
 namespace orvel {
 
-/// Unpacks a release with libarchive. A single rename puts the bundle in place, after
-/// the whole archive is unpacked and its program is known to be loadable here.
+/// An unpacker of release archives with libarchive. A single rename puts the bundle in place,
+/// after the complete archive is unpacked and its program has proved loadable on this system.
+/// Any thread; blocks on the disk and on child processes.
 class ArchiveUnpacker final : public ReleaseUnpacker {
  public:
   explicit ArchiveUnpacker(ProcessLauncher &processes) : processes_(processes) {}

@@ -15,12 +15,12 @@ namespace {
 
 constexpr int permissions = 0666;
 
-/// The hidden files of this process. Those that are left at its exit are
-/// removed, and no more are made: other threads may still be running then.
+/// The hidden files of this process. At exit, the remaining ones are removed and no new ones
+/// are created, because other threads may still be running.
 class HiddenFiles {
  public:
   static HiddenFiles &all() {
-    // Never destroyed, for those threads.
+    // Never destroyed, because other threads may still use it during exit.
     static HiddenFiles *const files = [] {
       std::atexit([] { all().removeForExit(); });
       return new HiddenFiles;
@@ -28,7 +28,7 @@ class HiddenFiles {
     return *files;
   }
 
-  int make(std::string &pattern) {
+  int create(std::string &pattern) {
     const std::lock_guard lock(mutex_);
     if (exiting_) return -1;
     const int descriptor = g_mkstemp_full(pattern.data(), O_WRONLY | O_CLOEXEC, permissions);
@@ -57,14 +57,14 @@ class HiddenFiles {
 }  // namespace
 
 DownloadFile::DownloadFile(const std::vector<std::string> &folders, Kind kind)
-    : made_(make(folders, kind)), file_(made_.descriptor) {}
+    : created_(create(folders, kind)), file_(created_.descriptor) {}
 
 DownloadFile::~DownloadFile() {
-  // When the file was moved, nothing lies at this path.
-  if (made_.isHidden) HiddenFiles::all().remove(made_.path);
+  // A file that was moved is no longer at this path.
+  if (created_.isHidden) HiddenFiles::all().remove(created_.path);
 }
 
-DownloadFile::Made DownloadFile::make(const std::vector<std::string> &folders, Kind kind) {
+DownloadFile::Created DownloadFile::create(const std::vector<std::string> &folders, Kind kind) {
   for (const std::string &folder : folders) {
     if (kind == Kind::unnamed) {
       const int file = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
@@ -73,7 +73,7 @@ DownloadFile::Made DownloadFile::make(const std::vector<std::string> &folders, K
       }
     }
     std::string path = folder + "/.orvel-XXXXXX";
-    const int file = HiddenFiles::all().make(path);
+    const int file = HiddenFiles::all().create(path);
     if (file >= 0) return {file, std::move(path), true};
   }
   return {};

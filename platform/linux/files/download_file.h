@@ -8,42 +8,42 @@
 
 namespace orvel {
 
-/// A file that a download is written to, with the permissions of any new file
-/// of the user's. It is gone with this object unless `moveFile` has taken it.
-/// Any thread, one at a time.
+/// A file for a download in progress. Its permissions are those of any new file of the user
+/// (umask). It is removed with this object unless `moveFile` has moved it. Any thread, one at
+/// a time.
 class DownloadFile {
  public:
   enum class Kind {
-    /// Without a name in any folder, so that nothing can be left behind
-    /// (open(2), O_TMPFILE). Hidden where the file system has none such.
+    /// A file without a name (open(2), O_TMPFILE), which cannot be left behind. A hidden file
+    /// where the file system does not support that.
     unnamed,
-    /// A hidden file, which is removed when the process exits, but not when the
-    /// process is killed.
+    /// A hidden file. It is removed when the process exits, but not when the process is
+    /// killed.
     hidden,
   };
 
-  /// Makes the file in the first of the folders in which that is possible.
+  /// Creates the file in the first of the folders where that is possible.
   explicit DownloadFile(const std::vector<std::string> &folders, Kind kind = Kind::unnamed);
   ~DownloadFile();
   DownloadFile(const DownloadFile &) = delete;
   DownloadFile &operator=(const DownloadFile &) = delete;
 
-  /// Whether there is a file.
-  bool isOpen() const { return made_.descriptor >= 0; }
-  /// A path that leads to the file, also for other processes.
-  const std::string &path() const { return made_.path; }
-  /// Adds to the end. False when that fails. May block on the disk.
+  /// Returns whether the file was created.
+  bool isOpen() const { return created_.descriptor >= 0; }
+  /// Returns a path of the file that other processes can open too.
+  const std::string &path() const { return created_.path; }
+  /// Appends bytes. Returns false when that fails. Blocks on the disk.
   bool write(std::string_view bytes) { return file_.write(bytes); }
 
  private:
-  struct Made {
+  struct Created {
     int descriptor = -1;
     std::string path{};
     bool isHidden = false;
   };
-  static Made make(const std::vector<std::string> &folders, Kind kind);
+  static Created create(const std::vector<std::string> &folders, Kind kind);
 
-  const Made made_;
+  const Created created_;
   FileHandle file_;
 };
 

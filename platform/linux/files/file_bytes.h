@@ -5,16 +5,17 @@
 
 namespace orvel {
 
-/// What lies at a path.
+/// The result of reading a file.
 struct FileBytes {
   enum class State { read, missing, unreadable };
   State state = State::unreadable;
+  /// Empty unless the state is `read`.
   std::string bytes;
 };
 
-/// Reads a whole file, following links. Unreadable is also what is no regular
-/// file or longer than the limit (in bytes), so that neither a pipe nor a
-/// runaway file can hold the reader up. Any thread.
+/// Reads a whole file and follows symbolic links. A file that is not regular (such as a pipe)
+/// or longer than the limit (in bytes) is `unreadable`, so that the read always ends. Any
+/// thread; blocks on the disk.
 FileBytes readFileBytes(const std::string &path, std::size_t limit);
 
 }  // namespace orvel

@@ -12,30 +12,30 @@ namespace orvel {
 
 namespace {
 
-/// Whether a call failed because the file system does not have it.
-bool isUnknown(int error) {
+/// Whether a call failed because the file system does not support it.
+bool isUnsupported(int error) {
   return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
 }
 
-int giveName(const std::string &from, const std::string &to) {
+int moveWithoutReplacing(const std::string &from, const std::string &to) {
   struct stat status;
   if (::stat(from.c_str(), &status) != 0) return -1;
-  // A file that has no name yet is reached through the link of its descriptor.
+  // An unnamed file (O_TMPFILE) is linked through its /proc/PID/fd link (open(2)).
   if (status.st_nlink == 0) {
     return ::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW);
   }
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  // Network file systems know no such renaming.
-  if (!isUnknown(errno)) return -1;
+  // Network file systems do not support RENAME_NOREPLACE.
+  if (!isUnsupported(errno)) return -1;
   if (::link(from.c_str(), to.c_str()) == 0) {
     ::unlink(from.c_str());
     return 0;
   }
-  // Some know no second name either. Between the look and the renaming another
-  // program could still take the name, but no two downloads of ours do.
-  if (!isUnknown(errno)) return -1;
-  static std::mutex oneAtATime;
-  const std::lock_guard lock(oneAtATime);
+  // Some file systems do not support hard links either. The mutex prevents a race between two
+  // downloads of this process, but not with another program.
+  if (!isUnsupported(errno)) return -1;
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
   if (::lstat(to.c_str(), &status) == 0) {
     errno = EEXIST;
     return -1;
@@ -46,7 +46,7 @@ int giveName(const std::string &from, const std::string &to) {
 }  // namespace
 
 MoveResult moveFile(const std::string &from, const std::string &to) {
-  if (giveName(from, to) == 0) return MoveResult::moved;
+  if (moveWithoutReplacing(from, to) == 0) return MoveResult::moved;
   return errno == EEXIST ? MoveResult::destinationExists : MoveResult::failed;
 }
 

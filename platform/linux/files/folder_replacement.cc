@@ -20,15 +20,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// With another replacement in the same folder.
-constexpr std::chrono::seconds patience{20};
+/// Limits the wait for another replacement in the same parent folder.
+constexpr std::chrono::seconds lockTimeout{20};
 
 void discard(const fs::path &path) {
   std::error_code ignored;
   fs::remove_all(path, ignored);
 }
 
-/// A system that knows no exchange says so before it looks for the two.
+/// Whether two paths are on the same device. Without RENAME_EXCHANGE the kernel returns EINVAL
+/// before EXDEV, so the devices are compared first.
 bool onOneDevice(const fs::path &one, const fs::path &other) {
   struct stat first{};
   struct stat second{};
@@ -36,14 +37,14 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
          first.st_dev == second.st_dev;
 }
 
-/// After a power failure too a name must stand for all that it stands for now.
-/// False for what did not reach the disk.
+/// Flushes the file system of a folder, so that the exchange survives a power failure with
+/// complete contents. Returns false after a disk error.
 bool writeToDisk(const fs::path &folder) {
   const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return ::syncfs(handle.descriptor()) == 0;
 }
 
-/// 0, or the error number.
+/// Exchanges two folders. Returns 0 or an errno.
 int exchangeFolders(const fs::path &original, const fs::path &replacement) {
   if (!writeToDisk(replacement)) return EIO;
   const int result =
@@ -53,13 +54,13 @@ int exchangeFolders(const fs::path &original, const fs::path &replacement) {
 
 bool cannotExchange(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
 
-/// A hidden neighbour, on the same file system.
+/// Returns the path of a hidden sibling, which is on the same file system.
 fs::path beside(const fs::path &path, const std::string &extension) {
   return path.parent_path() / ("." + path.filename().string() + extension);
 }
 
-/// Copies a folder to where nothing stands yet, with its modes whatever the
-/// mask of this process is. False when a part of it cannot be copied.
+/// Copies a folder to a path that does not exist, with its permissions regardless of the
+/// umask. Returns false when a part of it cannot be copied.
 bool copyFolder(const fs::path &from, const fs::path &to) {
   std::error_code error;
   if (!fs::create_directory(to, error)) return false;
@@ -74,7 +75,7 @@ bool copyFolder(const fs::path &from, const fs::path &to) {
     }
   }
   if (error) return false;
-  // Last, as the folder may be one that nothing can be put into.
+  // Set last, because the folder may be read-only.
   fs::permissions(to, fs::status(from, error).permissions(), error);
   return !error;
 }
@@ -104,10 +105,10 @@ bool replaceOnOneFileSystem(const fs::path &original, const fs::path &replacemen
 }  // namespace
 
 bool replaceFolder(const std::string &original, const std::string &replacement) {
-  const FolderLock turn((fs::path(original).parent_path() / ".").string(), patience);
-  if (turn.isHeldElsewhere()) return false;
+  const FolderLock lock((fs::path(original).parent_path() / ".").string(), lockTimeout);
+  if (lock.isHeldElsewhere()) return false;
   if (!isRealFolder(original) || !isRealFolder(replacement)) return false;
-  // Exchanged with itself, it would be removed as the old one.
+  // A folder that is exchanged with itself would then be removed as the old one.
   std::error_code failure;
   if (fs::equivalent(original, replacement, failure) || failure) return false;
   const fs::path copy = beside(original, ".nieuw");

@@ -4,17 +4,18 @@
 
 namespace orvel {
 
-/// Puts a folder in the place of another by exchanging the two at once, so that
-/// a whole folder stands at the path at every moment, and removes the old one.
-/// A replacement from another file system is copied beside the original first.
-/// A file system that cannot exchange gets two renames instead, of which the
-/// first is undone when the second fails; between the two alone nothing stands
-/// at the path, and the old folder beside it.
+/// Replaces a folder with another one and removes the old one. The two are exchanged
+/// atomically (renameat2(2), RENAME_EXCHANGE), so a complete folder is at the path at every
+/// moment. A replacement from another file system is first copied next to the original. On
+/// a file system without RENAME_EXCHANGE two renames are used, and the first one is undone
+/// when the second one fails. Only between these two renames is nothing at the path; the old
+/// folder is then next to it.
 ///
-/// False, with the original as it was, when one of the two is no real folder,
-/// both are the same or the disk refuses. What an end of the process leaves
-/// beside the original is removed by the next replacement. Replacements in one
-/// folder wait for each other. Any thread; blocks on the disk.
+/// Returns false, with the original unchanged, when one of the two is not a real folder,
+/// when both are the same folder, when another replacement in the parent folder takes too
+/// long, or after a disk error. The next replacement removes what a killed process has left
+/// next to the original. Any thread; blocks on the disk and on other replacements in the
+/// parent folder.
 bool replaceFolder(const std::string &original, const std::string &replacement);
 
 }  // namespace orvel

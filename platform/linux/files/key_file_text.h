@@ -6,11 +6,12 @@
 
 namespace orvel {
 
-/// Writes any bytes as the raw value of a key file's entry: the file's own
-/// escapes, and "\xHH" for NUL, control characters and what is not UTF-8.
+/// Encodes any bytes as the raw value of a key file entry: with the escapes of the Desktop
+/// Entry format, and "\xHH" for NUL, control characters and bytes that are not UTF-8. Any
+/// thread.
 std::string keyFileValue(std::string_view text);
 
-/// The inverse; nothing for a value with an unknown escape.
+/// Decodes the result of `keyFileValue`. Returns nullopt for a malformed escape. Any thread.
 std::optional<std::string> textOfKeyFileValue(std::string_view value);
 
 }  // namespace orvel

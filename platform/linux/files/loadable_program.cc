@@ -25,6 +25,7 @@ struct ProgramKind {
   bool operator==(const ProgramKind &) const = default;
 };
 
+/// Reads `size` bytes at an offset. Returns false when the file is too short.
 template <typename Value>
 bool readAt(std::istream &file, ElfW(Off) offset, Value *value, std::size_t size = sizeof(Value)) {
   file.seekg(static_cast<std::streamoff>(offset));
@@ -45,9 +46,10 @@ bool hasAuditLibrary(std::istream &file, const ElfW(Phdr) & dynamic) {
   return true;
 }
 
-/// Returns nullopt for what is no program, or one without a dynamic loader.
+/// Reads the properties of a program. Returns nullopt when the file is not an ELF program,
+/// has no dynamic loader or has audit libraries.
 std::optional<ProgramKind> kindOf(const std::string &program) {
-  constexpr std::size_t longestPath = 4096;
+  constexpr std::size_t maxPathSize = 4096;
   std::ifstream file(program, std::ios::binary);
   ElfW(Ehdr) header;
   if (!readAt(file, 0, &header) ||
@@ -61,7 +63,7 @@ std::optional<ProgramKind> kindOf(const std::string &program) {
     if (!readAt(file, header.e_phoff + number * sizeof(segment), &segment)) return std::nullopt;
     if (segment.p_type == PT_DYNAMIC && hasAuditLibrary(file, segment)) return std::nullopt;
     if (segment.p_type != PT_INTERP) continue;
-    if (segment.p_filesz > longestPath) return std::nullopt;
+    if (segment.p_filesz > maxPathSize) return std::nullopt;
     loader.assign(segment.p_filesz, '\0');
     if (!readAt(file, segment.p_offset, loader.data(), loader.size())) return std::nullopt;
     loader.resize(std::strlen(loader.c_str()));  // The segment ends in a NUL.

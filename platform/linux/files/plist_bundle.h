@@ -5,11 +5,12 @@
 
 namespace orvel {
 
-/// An application bundle in a folder, with its information in
-/// Contents/Info.plist. Read once, when made: an update that takes the folder's
-/// place does not change what this process is.
+/// An application bundle in a folder, with its properties in Contents/Info.plist. The file is
+/// read once, in the constructor, because an update may replace the folder while this
+/// version still runs. Any thread.
 class PlistBundle final : public Bundle {
  public:
+  /// A bundle without a readable Info.plist has no properties.
   explicit PlistBundle(const std::string &bundlePath);
 
   std::string path() const override { return path_; }

@@ -23,7 +23,7 @@ constexpr int entryDepth = 3;
 /// XML property list. Skips elements that are nested in an entry.
 class PlistReader {
  public:
-  /// Returns whether the element may stand here.
+  /// Handles a start tag. Returns false when the element is not allowed here.
   bool start(std::string_view element) {
     ++depth_;
     if (depth_ == listDepth) return element == "plist";
@@ -39,7 +39,7 @@ class PlistReader {
            (isContainer_ || std::find(scalars.begin(), scalars.end(), element) != scalars.end());
   }
 
-  /// Returns whether the element may end here.
+  /// Handles an end tag. Returns false when a dictionary ends after a key.
   bool end(std::string_view element) {
     const int depth = depth_--;
     if (depth == dictionaryDepth) return !key_;
@@ -55,7 +55,7 @@ class PlistReader {
     return true;
   }
 
-  /// Returns whether the text may stand here.
+  /// Handles character data. Returns false when it is not allowed here.
   bool add(std::string_view text) {
     if (depth_ == entryDepth) text_ += text;
     return depth_ >= entryDepth || text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -74,8 +74,9 @@ class PlistReader {
   PlistTexts texts_;
 };
 
-void failUnless(bool isSound, GError **error) {
-  if (isSound) return;
+/// Sets the error that makes GMarkup stop, unless the input is valid so far.
+void failUnless(bool isValid, GError **error) {
+  if (isValid) return;
   g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
 }
 

@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// The folders of the user whose session it is.
+/// The folders of the current user. Any thread.
 class UserLocations final : public Locations {
  public:
   /// The folder for temporary files need not exist.
@@ -15,9 +15,10 @@ class UserLocations final : public Locations {
       : temporaryFolder_(std::move(temporaryFolder)) {}
 
   std::string home() const override;
-  /// The folder of the XDG user directories, else "Downloads" in the home.
+  /// Returns the XDG download folder, else "Downloads" in the home folder.
   std::string downloads() const override;
-  /// Not the one of the whole machine, in which others could lie in wait.
+  /// Returns a folder of this user only. In a shared folder such as /tmp other users could
+  /// prepare files with predictable names.
   std::string temporary() const override;
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;

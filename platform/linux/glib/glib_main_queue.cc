@@ -52,16 +52,16 @@ void GlibMainQueue::every(std::chrono::milliseconds interval, std::function<void
 
 void GlibMainQueue::add(std::int64_t delay, Task task) {
   const std::lock_guard lock(mutex_);
-  // The time is taken under the lock: whoever posts later is due later.
+  // Reads the clock under the lock, so that due times follow the order of posting.
   insert(g_get_monotonic_time() + delay, std::move(task));
-  wakeForFirst();
+  updateReadyTime();
 }
 
 void GlibMainQueue::insert(std::int64_t due, Task task) {
-  tasks_.emplace(Key(due, ++added_), std::move(task));
+  tasks_.emplace(Key(due, ++lastSequence_), std::move(task));
 }
 
-void GlibMainQueue::wakeForFirst() {
+void GlibMainQueue::updateReadyTime() {
   g_source_set_ready_time(source_, tasks_.empty() ? -1 : tasks_.begin()->first.first);
 }
 
@@ -78,14 +78,14 @@ void GlibMainQueue::runNext() {
         work = std::move(task.work);
       } else {
         work = task.work;
-        // Times that were missed are left out, and the beat is kept.
-        const auto beats = (now - due) / task.interval + 1;
-        const auto next = due + beats * task.interval;
+        // Skips missed due times and keeps the phase.
+        const auto intervals = (now - due) / task.interval + 1;
+        const auto next = due + intervals * task.interval;
         insert(next, std::move(task));
       }
     }
-    // Set before the work runs: it may open a loop of its own.
-    wakeForFirst();
+    // Set before the work runs, because the work may run a nested main loop.
+    updateReadyTime();
   }
   if (work) work();
 }

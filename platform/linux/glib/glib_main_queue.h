@@ -11,15 +11,15 @@
 
 namespace orvel {
 
-/// Work for the thread that runs a GLib main context, in the order of its due
-/// time and, at one time, of its posting. Nested loops run it as well, also
-/// those that the work itself opens. Made, used and destroyed while the context
-/// exists; what has not run by its destruction never does.
+/// A queue of work for the thread that runs a GLib main context. Work runs in the order of
+/// its due time; work with the same due time runs in the order of posting. Nested main
+/// loops run it too, including a loop that the work itself runs. Any thread may post. The
+/// context must outlive the queue. Work that is pending at the destruction never runs.
 class GlibMainQueue final : public MainQueue {
  public:
-  /// Null stands for the default main context.
+  /// Null means the default main context.
   explicit GlibMainQueue(GMainContext *context = nullptr);
-  /// On the thread of the context.
+  /// Must run on the thread of the context.
   ~GlibMainQueue() override;
   GlibMainQueue(const GlibMainQueue &) = delete;
   GlibMainQueue &operator=(const GlibMainQueue &) = delete;
@@ -29,7 +29,7 @@ class GlibMainQueue final : public MainQueue {
   void every(std::chrono::milliseconds interval, std::function<void()> work) override;
 
  private:
-  /// Due time on the monotonic clock in microseconds, place in the order.
+  /// Due time on the monotonic clock in microseconds, and sequence number.
   using Key = std::pair<std::int64_t, std::uint64_t>;
   struct Task {
     std::function<void()> work;
@@ -40,13 +40,13 @@ class GlibMainQueue final : public MainQueue {
 
   void add(std::int64_t delay, Task task);
   void insert(std::int64_t due, Task task);
-  void wakeForFirst();
-  /// Runs the first task that is due.
+  void updateReadyTime();
+  /// Runs the first task if it is due.
   void runNext();
 
   std::mutex mutex_;
   std::map<Key, Task> tasks_;
-  std::uint64_t added_ = 0;
+  std::uint64_t lastSequence_ = 0;
   GSource *const source_;
 };
 

@@ -10,17 +10,17 @@ struct GObjectRelease {
   void operator()(void *object) const { g_object_unref(object); }
 };
 
-/// Owns one reference to an object of GLib's.
+/// An owning pointer to one reference of a GObject, or null.
 template <typename Object>
 using GObjectPointer = std::unique_ptr<Object, GObjectRelease>;
 
-/// Takes over a reference that the caller was given.
+/// Takes ownership of a reference that the caller owns.
 template <typename Object>
 GObjectPointer<Object> adopt(Object *object) {
   return GObjectPointer<Object>(object);
 }
 
-/// Takes a reference of its own, a floating one if there is one.
+/// Adds a reference and owns it. Takes over a floating reference instead.
 template <typename Object>
 GObjectPointer<Object> retain(Object *object) {
   g_object_ref_sink(object);

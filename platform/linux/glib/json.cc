@@ -9,8 +9,8 @@ namespace orvel {
 
 namespace {
 
-// Foundation's limit.
-constexpr int deepestNesting = 512;
+// The limit of Foundation's JSONSerialization.
+constexpr int maxNestingDepth = 512;
 
 /// A SAX handler that keeps only the strings of the top-level object. No document is
 /// built, so memory use is bounded by the input. A handler that returns false ends the
@@ -52,7 +52,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
   }
   bool open() {
     drop();
-    return ++depth_ <= deepestNesting;
+    return ++depth_ <= maxNestingDepth;
   }
   bool close() {
     --depth_;

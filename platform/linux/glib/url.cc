@@ -21,16 +21,16 @@ bool isOneOf(char character, std::string_view characters) {
   return characters.find(character) != std::string_view::npos;
 }
 
-/// Whether a text consists of unreserved characters, sub-delimiters, whole
-/// percent escapes and the given further characters (RFC 3986, 2 and 3).
-bool consistsOf(std::string_view text, std::string_view further) {
+/// Whether a text consists of unreserved characters, sub-delimiters, complete percent escapes
+/// and the given additional characters (RFC 3986, sections 2 and 3).
+bool consistsOf(std::string_view text, std::string_view additional) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char character = text[at];
     if (character == '%') {
       if (!hasPercentEscapeAt(text, at)) return false;
       at += 2;
     } else if (!isAsciiAlphanumeric(character) && !isOneOf(character, unreserved) &&
-               !isOneOf(character, subDelimiters) && !isOneOf(character, further)) {
+               !isOneOf(character, subDelimiters) && !isOneOf(character, additional)) {
       return false;
     }
   }
@@ -51,7 +51,8 @@ bool isScheme(std::string_view text) {
          });
 }
 
-/// An address between brackets (RFC 3986, 3.2.2), with a zone (RFC 6874).
+/// Whether a text is an IP literal without its brackets (RFC 3986, section 3.2.2). It may have
+/// a zone (RFC 6874).
 bool isAddressLiteral(std::string_view text) {
   if (text.empty() || !consistsOf(text, ":")) return false;
   if (text.front() == 'v' || text.front() == 'V') {
@@ -121,7 +122,7 @@ std::optional<Url> Url::parse(std::string_view text) {
     text = text.substr(0, query);
   }
 
-  // A colon in the first segment is the scheme's, or the text is no URL.
+  // A colon in the first segment ends the scheme (RFC 3986, section 4.2).
   const auto colon = text.substr(0, text.find('/')).find(':');
   if (colon != std::string_view::npos) {
     url.scheme = text.substr(0, colon);
@@ -139,7 +140,7 @@ std::optional<Url> Url::parse(std::string_view text) {
   }
 
   if (!consistsOf(text, ":@/")) return std::nullopt;
-  // What follows a scheme without a "/" ("mailto:") is opaque and has no path.
+  // A URL such as "mailto:a@b" is opaque: it has no path.
   if (!url.scheme.empty() && !hasAuthority && !text.starts_with('/')) return url;
   url.path = decodedComponent(text);
   while (url.path.size() > 1 && url.path.ends_with('/')) url.path.pop_back();

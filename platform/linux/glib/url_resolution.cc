@@ -7,8 +7,8 @@ namespace orvel {
 
 namespace {
 
-/// The components of a URL as written, each with the delimiters that show it to
-/// be there: put together they are the URL (RFC 3986, 5.3).
+/// The components of a URL, not decoded and with their delimiters. Concatenated they are the
+/// URL (RFC 3986, section 5.3).
 struct Components {
   std::string_view scheme;
   std::string_view authority;
@@ -17,6 +17,7 @@ struct Components {
   std::string_view fragment;
 };
 
+/// Removes the end of a text from a position on, and returns it.
 std::string_view takeFrom(std::string_view &text, std::size_t position) {
   const std::string_view taken = text.substr(std::min(position, text.size()));
   text.remove_suffix(taken.size());
@@ -40,7 +41,7 @@ Components componentsOf(std::string_view url) {
   return components;
 }
 
-/// The path without its "." and ".." segments (RFC 3986, 5.2.4).
+/// Returns a path without its "." and ".." segments (RFC 3986, section 5.2.4).
 std::string withoutDots(std::string_view path) {
   std::string result;
   while (!path.empty()) {
@@ -65,7 +66,7 @@ std::string withoutDots(std::string_view path) {
   return result;
 }
 
-/// A relative path in the folder of the base's (RFC 3986, 5.2.3).
+/// Merges a relative path with the path of the base (RFC 3986, section 5.2.3).
 std::string merged(const Components &base, std::string_view path) {
   if (base.path.empty() && !base.authority.empty()) return "/" + std::string(path);
   const auto folder = base.path.substr(0, base.path.rfind('/') + 1);

@@ -45,8 +45,8 @@ void FullScreenBar::fullScreenChanged() {
   isPointerOver_ = false;
   isOpening_ = false;
   if (gtk_window_is_fullscreen(window_)) {
-    // GTK hides the title bar in full screen. An empty box, because null would bring back
-    // the default decorations.
+    // The header moves to the revealer. The new title bar is an empty box, because null would
+    // restore the default decorations.
     gtk_window_set_titlebar(window_, gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
     gtk_revealer_set_child(revealer_, header_.get());
   } else {
@@ -69,7 +69,7 @@ void FullScreenBar::setPointerOver(bool isOver) {
 }
 
 void FullScreenBar::focusChanged() {
-  // An open menu takes the events of the pointer, wherever it goes.
+  // While a menu is open, its popover grabs the pointer, so its position is unknown here.
   GdkSurface *surface = gtk_native_get_surface(GTK_NATIVE(window_));
   if (surface != nullptr && gtk_window_is_fullscreen(window_) && !hasFocus()) {
     GdkSeat *seat = gdk_display_get_default_seat(gdk_surface_get_display(surface));
@@ -99,7 +99,7 @@ bool FullScreenBar::openMenu() {
   if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
   isOpening_ = true;
   update();
-  // A menu that opens before the slide has ended appears outside the screen.
+  // Waits for the end of the slide: a menu that opens earlier appears outside the screen.
   gtk_widget_add_tick_callback(
       menuBar_,
       +[](GtkWidget *menuBar, GdkFrameClock *, gpointer revealer) -> gboolean {
@@ -110,7 +110,7 @@ bool FullScreenBar::openMenu() {
             gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
             bounds.origin.y > -bounds.size.height / 2;
         if (!isInPlace) return G_SOURCE_CONTINUE;
-        // A menu that opens in the middle of a frame may never be painted.
+        // Deferred: a menu that opens inside a frame clock callback may never be painted.
         g_idle_add_full(
             G_PRIORITY_DEFAULT_IDLE,
             +[](gpointer bar) -> gboolean {

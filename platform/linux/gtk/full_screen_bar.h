@@ -9,12 +9,13 @@
 
 namespace orvel {
 
-/// Keeps a window's header bar within reach in full screen, where GTK hides title
-/// bars: the header slides over the content while the pointer is at the top edge
-/// of the screen, or after F10, until its menu is closed. Main thread only.
+/// A header bar that stays reachable in full screen, where GTK hides title bars: it slides
+/// over the content while the pointer is at the top edge of the screen, while it has the
+/// focus, and after F10. Main thread only.
 class FullScreenBar {
  public:
-  /// Puts the header and the content into the window. `menuBar` is in the header.
+  /// Adds the header and the content to the window. `menuBar` is a descendant of the
+  /// header. Must be destroyed before the window.
   FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar, GtkWidget *content);
   FullScreenBar(const FullScreenBar &) = delete;
   FullScreenBar &operator=(const FullScreenBar &) = delete;
@@ -39,7 +40,8 @@ class FullScreenBar {
   std::vector<SignalConnection> connections_;
 };
 
-/// Returns the widget that a window shows below its header, or null.
+/// Returns the content of a window, with or without a FullScreenBar, or null when it has
+/// none. Main thread only.
 GtkWidget *contentOf(GtkWindow *window);
 
 }  // namespace orvel

@@ -10,7 +10,7 @@ namespace orvel {
 
 namespace {
 
-constexpr std::array endingSignals{SIGTERM, SIGINT, SIGHUP};
+constexpr std::array terminationSignals{SIGTERM, SIGINT, SIGHUP};
 
 GApplication *base(const GObjectPointer<GtkApplication> &application) {
   return G_APPLICATION(application.get());
@@ -26,10 +26,10 @@ gboolean signalArrived(gpointer host) {
 GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::function<void()> startup)
     : application_(adopt(gtk_application_new(identifier.c_str(), G_APPLICATION_DEFAULT_FLAGS))),
       startup_(std::move(startup)) {
-  // There are no resources of ours. To look for icons among them GTK would drop the
-  // icon theme that a thread of its own has been reading, and read it anew.
+  // The application has no GResources. With a base path GTK would look for icons there, and
+  // for that discard the icon theme that its thread has already read.
   g_application_set_resource_base_path(base(application_), nullptr);
-  // Both displays tell the desktop by this name which desktop entry is ours.
+  // X11 (WM_CLASS) and Wayland (app_id) use this name to find the desktop entry.
   g_set_prgname(identifier.c_str());
   connections_.emplace_back(
       application_.get(), "startup", this, +[](GtkApplicationHost *host) { host->startup_(); });
@@ -41,23 +41,25 @@ GtkApplicationHost::~GtkApplicationHost() { g_clear_weak_pointer(&mainWindow_); 
 
 void GtkApplicationHost::run() {
   std::array<guint, 3> sources{};
-  std::transform(endingSignals.begin(), endingSignals.end(), sources.begin(), [this](int signal) {
-    // A terminal sends them to the server too, whose exit is then no news.
-    return g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr);
-  });
-  connectToSession();
-  // No argument of the process is read.
+  std::transform(
+      terminationSignals.begin(), terminationSignals.end(), sources.begin(), [this](int signal) {
+        // High priority: a terminal sends SIGINT and SIGHUP to the server too, whose exit must
+        // arrive after the termination has begun.
+        return g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr);
+      });
+  connectToSessionBus();
+  // Command-line arguments are ignored.
   g_application_run(base(application_), 0, nullptr);
   for (const guint source : sources) g_source_remove(source);
 }
 
-void GtkApplicationHost::connectToSession() {
+void GtkApplicationHost::connectToSessionBus() {
   if (!g_application_register(base(application_), nullptr, nullptr)) {
-    // A bus that refuses the name must not keep the user from working.
+    // The bus refuses the name. Run without it.
     g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
     g_application_register(base(application_), nullptr, nullptr);
   }
-  // Nor does one that goes away; GIO's own rule is to end the process with it.
+  // By default GIO ends the process when the bus closes the connection.
   if (GDBusConnection *bus = g_application_get_dbus_connection(base(application_))) {
     g_dbus_connection_set_exit_on_close(bus, FALSE);
   }
@@ -69,7 +71,7 @@ void GtkApplicationHost::activated() {
     return;
   }
   launched_ = true;
-  // The loop goes on without a window, until the termination proceeds.
+  // GApplication ends its main loop when the last window closes; the hold prevents that.
   g_application_hold(base(application_));
   delegate_->applicationDidFinishLaunching();
 }
@@ -94,7 +96,7 @@ void GtkApplicationHost::replyToShouldTerminate() {
 
 void GtkApplicationHost::finish() {
   terminationProceeds_ = true;
-  if (beforeEnd_) std::exchange(beforeEnd_, nullptr)();
+  if (terminationHandler_) std::exchange(terminationHandler_, nullptr)();
   g_application_quit(base(application_));
 }
 

@@ -13,13 +13,13 @@
 
 namespace orvel {
 
-/// The application as the session bus knows it. A second start of the same
-/// identifier only raises the window of the first; without a bus each start is
-/// the first.
+/// A GtkApplication with one instance for each session bus: a second process with the same
+/// identifier only raises the window of the first one, and exits. Without a session bus
+/// each process runs on its own. Main thread only.
 class GtkApplicationHost final : public Application {
  public:
-  /// `startup` runs once GTK is there and before the launch, in the first
-  /// instance only.
+  /// `startup` runs in the first instance only, after GTK has started and before
+  /// applicationDidFinishLaunching.
   GtkApplicationHost(const std::string &identifier, std::function<void()> startup);
   ~GtkApplicationHost() override;
   GtkApplicationHost(const GtkApplicationHost &) = delete;
@@ -27,35 +27,40 @@ class GtkApplicationHost final : public Application {
 
   void setDelegate(ApplicationDelegate &delegate) override { delegate_ = &delegate; }
   void setRegularActivationPolicy() override {}
-  /// SIGTERM, SIGINT and SIGHUP ask to end, like the menu does.
+  /// Runs the main loop until the application terminates. SIGTERM, SIGINT and SIGHUP call
+  /// `terminate`.
   void run() override;
   void activate() override;
   void replyToShouldTerminate() override;
 
-  /// The one way in which everything asks to end: the menu, the window, a
-  /// signal. Further requests are ignored while one waits for its reply.
+  /// Asks the delegate to terminate the application: the menu, a closed window and a signal
+  /// all come here. Ignored while an earlier request waits for its reply.
   void terminate() override;
+  /// Call it when the last window has closed. Calls `terminate` if the delegate requires that.
   void lastWindowClosed();
 
-  /// Makes a window one of this application.
+  /// Makes a window the main window of this application.
   void addWindow(GtkWindow *window);
-  /// The window that dialogs stand before, or null before there is one.
+  /// Returns the parent window for dialogs, or null when there is none.
   GtkWindow *mainWindow() const { return mainWindow_; }
-  /// Whether the application ends and nothing can defer that any more.
+  /// Returns whether the termination can no longer be deferred.
   bool terminationProceeds() const { return terminationProceeds_; }
-  /// Work that must be done before the process ends.
-  void beforeEnd(std::function<void()> work) { beforeEnd_ = std::move(work); }
+  /// Sets the function that runs once, just before the main loop ends. Null removes it.
+  void setTerminationHandler(std::function<void()> handler) {
+    terminationHandler_ = std::move(handler);
+  }
 
+  /// Returns the delegate, or null before it is set.
   ApplicationDelegate *delegate() const { return delegate_; }
 
  private:
-  void connectToSession();
+  void connectToSessionBus();
   void activated();
   void finish();
 
   const GObjectPointer<GtkApplication> application_;
   const std::function<void()> startup_;
-  std::function<void()> beforeEnd_;
+  std::function<void()> terminationHandler_;
   ApplicationDelegate *delegate_ = nullptr;
   GtkWindow *mainWindow_ = nullptr;
   bool launched_ = false;

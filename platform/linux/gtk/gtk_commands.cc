@@ -25,7 +25,7 @@ const char *textAction(MenuAction action) {
   }
 }
 
-void toggleFullScreen(::GtkWindow *window) {
+void toggleFullScreen(GtkWindow *window) {
   if (gtk_window_is_fullscreen(window)) {
     gtk_window_unfullscreen(window);
   } else {
@@ -35,7 +35,7 @@ void toggleFullScreen(::GtkWindow *window) {
 
 }  // namespace
 
-void GtkCommands::perform(MenuAction action, ::GtkWindow *window) {
+void GtkCommands::perform(MenuAction action, GtkWindow *window) {
   ApplicationDelegate *delegate = application_.delegate();
   switch (action) {
     case MenuAction::none:
@@ -65,7 +65,7 @@ void GtkCommands::perform(MenuAction action, ::GtkWindow *window) {
   }
 }
 
-void GtkCommands::edit(MenuAction action, ::GtkWindow *window) {
+void GtkCommands::edit(MenuAction action, GtkWindow *window) {
   GtkWidget *focus = gtk_window_get_focus(window);
   if (focus != nullptr && (GTK_IS_TEXT(focus) || GTK_IS_TEXT_VIEW(focus))) {
     gtk_widget_activate_action(focus, textAction(action), nullptr);
@@ -75,7 +75,7 @@ void GtkCommands::edit(MenuAction action, ::GtkWindow *window) {
   }
 }
 
-void GtkCommands::showAbout(::GtkWindow *parent) {
+void GtkCommands::showAbout(GtkWindow *parent) {
   if (GTK_IS_ABOUT_DIALOG(parent)) return;
   GtkWidget *dialog = gtk_about_dialog_new();
   GtkAboutDialog *about = GTK_ABOUT_DIALOG(dialog);
@@ -84,7 +84,7 @@ void GtkCommands::showAbout(::GtkWindow *parent) {
   if (const auto icon = adopt(gdk_texture_new_from_filename(about_.icon.c_str(), nullptr))) {
     gtk_about_dialog_set_logo(about, GDK_PAINTABLE(icon.get()));
   }
-  ::GtkWindow *window = GTK_WINDOW(dialog);
+  GtkWindow *window = GTK_WINDOW(dialog);
   gtk_widget_add_css_class(dialog, "orvel");
   gtk_window_set_transient_for(window, parent);
   gtk_window_set_modal(window, TRUE);

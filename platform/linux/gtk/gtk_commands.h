@@ -10,32 +10,32 @@
 
 namespace orvel {
 
-/// What the About dialog tells.
+/// The contents of the About dialog.
 struct AboutInformation {
   std::string name;
   std::string version;
-  /// The path of an image.
+  /// The path of an image file.
   std::string icon;
 };
 
-/// Carries out the commands of the menus. Main thread only.
+/// The commands of the menu bar. Main thread only.
 class GtkCommands {
  public:
   GtkCommands(GtkApplicationHost &application, AboutInformation about)
       : application_(application), about_(std::move(about)) {}
 
-  /// For the window in which the command was given.
-  void perform(MenuAction action, ::GtkWindow *window);
+  /// Carries out a command that the user gave in a window.
+  void perform(MenuAction action, GtkWindow *window);
 
   /// Called with each About dialog before it shows.
-  std::function<void(::GtkWindow *)> prepareAbout;
+  std::function<void(GtkWindow *)> prepareAbout;
   /// Carries out an editing command outside of text fields. Gets the focused widget and the
   /// content of the window; either may be null.
   std::function<void(MenuAction, GtkWidget *focus, GtkWidget *content)> editPage;
 
  private:
-  void edit(MenuAction action, ::GtkWindow *window);
-  void showAbout(::GtkWindow *parent);
+  void edit(MenuAction action, GtkWindow *window);
+  void showAbout(GtkWindow *parent);
 
   GtkApplicationHost &application_;
   const AboutInformation about_;

@@ -7,8 +7,8 @@ namespace orvel {
 namespace {
 
 bool isModalWindowOpen(GListModel *windows) {
-  for (guint at = 0; at < g_list_model_get_n_items(windows); ++at) {
-    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows, at)));
+  for (guint index = 0; index < g_list_model_get_n_items(windows); ++index) {
+    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows, index)));
     if (gtk_window_get_modal(window.get()) && gtk_widget_get_visible(GTK_WIDGET(window.get()))) {
       return true;
     }
@@ -17,7 +17,7 @@ bool isModalWindowOpen(GListModel *windows) {
 }
 
 guint surfaceEventSignal() {
-  // The signals of a class exist only after its first use.
+  // A class registers its signals at its first use.
   g_type_class_unref(g_type_class_ref(GDK_TYPE_SURFACE));
   return g_signal_lookup("event", GDK_TYPE_SURFACE);
 }
@@ -49,8 +49,8 @@ GtkDialogQuitting::GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar
 GtkDialogQuitting::~GtkDialogQuitting() { g_signal_remove_emission_hook(eventSignal_, eventHook_); }
 
 void GtkDialogQuitting::windowsAdded(guint position, guint count) {
-  for (guint at = position; at < position + count; ++at) {
-    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows_, at)));
+  for (guint index = position; index < position + count; ++index) {
+    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows_, index)));
     menuBar_.addQuitKeys(window.get());
   }
 }

@@ -8,9 +8,9 @@
 
 namespace orvel {
 
-/// Lets the user quit while GTK or WebKit has a window of its own open, such as the
-/// print dialog, a chooser or the inspector. Adds the keys that quit to each window, and
-/// lets the window manager close the main window while a dialog is modal for it. Main
+/// Ways to quit while another window is open, such as an alert, the print dialog, a file
+/// chooser or the inspector. Adds the keys that quit to each new window, and accepts the
+/// window manager's request to close the main window while a dialog is modal for it. Main
 /// thread only; at most one instance at a time.
 class GtkDialogQuitting {
  public:

@@ -24,7 +24,7 @@ GObjectPointer<GMenuItem> makeItem(const MenuItem &item) {
   return entry;
 }
 
-/// A menu whose separators have become the borders of sections.
+/// Makes a menu. Each separator becomes the border of two sections.
 GObjectPointer<GMenu> makeMenu(const std::vector<MenuItem> &items) {
   auto menu = adopt(g_menu_new());
   auto section = adopt(g_menu_new());
@@ -40,7 +40,7 @@ GObjectPointer<GMenu> makeMenu(const std::vector<MenuItem> &items) {
   return menu;
 }
 
-/// What one window's action needs.
+/// The data of a window's action.
 struct ActionTarget {
   GtkMenuBar::Perform perform;
   GtkWindow *window;
@@ -51,8 +51,8 @@ void activated(GSimpleAction *, GVariant *action, gpointer data) {
   target->perform(static_cast<MenuAction>(g_variant_get_int32(action)), target->window);
 }
 
-/// Gives the keyboard back to the window's content once no menu of the bar is
-/// open: the bar would keep it to itself.
+/// Moves the focus from the menu bar to the window's content, unless a menu is open. GTK
+/// leaves the focus on the menu bar after a menu has closed.
 gboolean focusContent(gpointer bar) {
   auto *window = GTK_WINDOW(gtk_widget_get_ancestor(GTK_WIDGET(bar), GTK_TYPE_WINDOW));
   if (window == nullptr) return G_SOURCE_REMOVE;
@@ -63,7 +63,7 @@ gboolean focusContent(gpointer bar) {
   return G_SOURCE_REMOVE;
 }
 
-/// The focus moves on after the menu has said that it is closed.
+/// Deferred, because GTK moves the focus after the "closed" signal.
 void menuClosed(GtkWidget *bar) {
   g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, focusContent, g_object_ref(bar), g_object_unref);
 }
@@ -124,20 +124,21 @@ void GtkMenuBar::addActions(GtkWindow *window) {
   const auto action = adopt(g_simple_action_new(actionName, G_VARIANT_TYPE_INT32));
   g_signal_connect_data(
       action.get(), "activate", G_CALLBACK(activated), new ActionTarget{perform_, window},
-      +[](gpointer target, GClosure *) { delete static_cast<ActionTarget *>(target); },
+      +[](gpointer data, GClosure *) { delete static_cast<ActionTarget *>(data); },
       G_CONNECT_DEFAULT);
   g_action_map_add_action(G_ACTION_MAP(group.get()), G_ACTION(action.get()));
   gtk_widget_insert_action_group(GTK_WIDGET(window), groupName, G_ACTION_GROUP(group.get()));
 }
 
-void GtkMenuBar::addKeys(GtkWindow *window, GtkPropagationPhase phase,
-                         const std::function<bool(const MenuItem &, std::string_view)> &belongs) {
+void GtkMenuBar::addKeys(
+    GtkWindow *window, GtkPropagationPhase phase,
+    const std::function<bool(const MenuItem &, std::string_view)> &isIncluded) {
   GtkEventController *controller = gtk_shortcut_controller_new();
   gtk_event_controller_set_propagation_phase(controller, phase);
   for (const Menu &menu : menus_) {
     for (const MenuItem &item : menu.items) {
       for (const std::string &key : accelerators(item)) {
-        if (!belongs(item, key)) continue;
+        if (!isIncluded(item, key)) continue;
         GtkShortcut *shortcut = gtk_shortcut_new(gtk_shortcut_trigger_parse_string(key.c_str()),
                                                  gtk_named_action_new(detailedName));
         gtk_shortcut_set_arguments(shortcut, parameter(item.action));

@@ -12,34 +12,34 @@
 
 namespace orvel {
 
-/// The menus as a bar that a window puts into its header, and their keys.
-/// Main thread only.
+/// The menus as a widget for a window's header, and their keyboard shortcuts. Main thread
+/// only.
 class GtkMenuBar final : public MenuBar {
  public:
-  /// Carries out the command of an item for the window that it came from.
+  /// Carries out the command of a menu item in the window where the user chose it.
   using Perform = std::function<void(MenuAction, GtkWindow *)>;
 
-  /// The application menu, which has no title, shows the application's name.
+  /// A menu without a title, which is the application menu, gets the application's name.
   GtkMenuBar(std::string applicationName, Perform perform);
 
   void install(const std::vector<Menu> &menus) override;
 
-  /// A new widget that shows the menus.
+  /// Returns a new widget that shows the menus, with a floating reference.
   GtkWidget *makeWidget() const;
-  /// Gives a window the keys of the editing commands. With Control the widget
-  /// that has the focus gets them first, the window what is left; with Super
-  /// the window takes them, for a page would see but the letter.
+  /// Adds the shortcuts of the editing commands to a window. Those with Control run in the
+  /// bubble phase, so the focused widget handles the key first. Those with Super run in the
+  /// capture phase, because a page would insert the letter.
   void addEditingKeys(GtkWindow *window);
-  /// Gives a window the keys of all other commands, before any widget: they
-  /// work over a page that has stopped answering.
+  /// Adds the shortcuts of all other commands to a window. They run in the capture phase, so
+  /// they work while the page is unresponsive.
   void addApplicationKeys(GtkWindow *window);
-  /// Gives a window the keys that end the application, before any widget.
+  /// Adds the shortcuts that quit the application to a window, in the capture phase.
   void addQuitKeys(GtkWindow *window);
 
  private:
   void addActions(GtkWindow *window);
   void addKeys(GtkWindow *window, GtkPropagationPhase phase,
-               const std::function<bool(const MenuItem &, std::string_view key)> &belongs);
+               const std::function<bool(const MenuItem &, std::string_view key)> &isIncluded);
 
   const std::string applicationName_;
   const Perform perform_;

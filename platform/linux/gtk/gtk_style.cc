@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char *preferDark = "gtk-application-prefer-dark-theme";
 
+/// Returns a colour in CSS notation, without its alpha.
 std::string cssColor(const Color &color) {
   const auto byte = [](double part) { return std::to_string(std::lround(part * 255)); };
   return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
@@ -77,8 +78,9 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 }
 )css";
 
-/// Setting it where it is set already would load the theme again.
-void stayDark(GtkSettings *settings) {
+/// Selects the dark variant of the theme. Does not set a property that is set already: GTK
+/// would load the theme again.
+void keepDark(GtkSettings *settings) {
   gboolean isDark = FALSE;
   g_object_get(settings, preferDark, &isDark, nullptr);
   if (isDark == FALSE) g_object_set(settings, preferDark, TRUE, nullptr);
@@ -86,9 +88,9 @@ void stayDark(GtkSettings *settings) {
 
 }  // namespace
 
-void beginDark() {
-  // The settings take the theme as they are made, so that the default alone is in
-  // time. The class stays, as it does in any GTK program.
+void makeDarkThemeDefault() {
+  // GtkSettings loads the theme in its constructor, so only the default value of the
+  // property can take effect in time. The class reference is kept for the whole process.
   auto *settings = static_cast<GObjectClass *>(g_type_class_ref(GTK_TYPE_SETTINGS));
   GParamSpec *dark = g_object_class_find_property(settings, preferDark);
   G_PARAM_SPEC_BOOLEAN(dark)->default_value = TRUE;
@@ -102,11 +104,11 @@ void installStyle(const Color &tone) {
   gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(provider.get()),
                                              GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
   GtkSettings *settings = gtk_settings_get_default();
-  stayDark(settings);
-  // A theme that the user changes to may have an opinion of its own.
-  g_signal_connect(settings, "notify::gtk-application-prefer-dark-theme", G_CALLBACK(stayDark),
+  keepDark(settings);
+  // A new desktop theme may reset the property.
+  g_signal_connect(settings, "notify::gtk-application-prefer-dark-theme", G_CALLBACK(keepDark),
                    nullptr);
-  // The About dialog gives its focus to a label, which would come up selected.
+  // The About dialog focuses a label, whose text would be selected.
   g_object_set(settings, "gtk-label-select-on-focus", FALSE, nullptr);
 }
 

@@ -4,12 +4,14 @@
 
 namespace orvel {
 
-/// Makes GTK begin with the dark variant of its theme: it would otherwise load the
-/// light one first and then both. Before GTK starts and while there is one thread.
-void beginDark();
+/// Makes GTK load the dark variant of its theme from the start. Otherwise GTK would load the
+/// light variant first and the dark one later. Call it before GTK starts and while the process
+/// has one thread.
+void makeDarkThemeDefault();
 
-/// Draws everything of the application dark, in shades of one tone, whatever
-/// the theme of the desktop. Widgets join by the style class "orvel".
+/// Installs the style sheet of the application for the default display: widgets with the
+/// class "orvel" get dark colours, derived from one tone, in every desktop theme. Keeps the
+/// dark variant of the theme when the user changes the theme. Main thread; once.
 void installStyle(const Color &tone);
 
 }  // namespace orvel

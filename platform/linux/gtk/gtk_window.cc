@@ -9,7 +9,8 @@ namespace orvel {
 
 namespace {
 
-constexpr guint settledMilliseconds = 400;
+/// Delays saving until the user has stopped resizing the window.
+constexpr guint saveDelayMilliseconds = 400;
 
 GtkWidget *makeHeader(const WindowConfiguration &configuration, GtkWidget *menuBar) {
   GtkWidget *header = gtk_header_bar_new();
@@ -36,7 +37,8 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
       minimumHeight_(configuration.minimumHeight) {
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
-  // Before the menus are in the window: each key would be told to each of their items.
+  // Before the window has the menus: GTK would announce each new shortcut to every menu
+  // item.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
@@ -44,52 +46,53 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
   monitors_.emplace(window_, [this] { fitMinimumSize(); });
   restoreFrame(configuration);
   application_.addWindow(window_);
-  application_.beforeEnd([this] { keepFrame(); });
+  application_.setTerminationHandler([this] { saveFrame(); });
 
-  const auto changed = G_CALLBACK(+[](GtkMainWindow *window) { window->frameChanged(); });
-  g_signal_connect_swapped(window_, "notify::default-width", changed, this);
-  g_signal_connect_swapped(window_, "notify::default-height", changed, this);
-  g_signal_connect_swapped(window_, "notify::maximized", changed, this);
-  g_signal_connect_swapped(window_, "close-request", G_CALLBACK(+[](GtkMainWindow *window) {
-                             window->closed();
-                             return gboolean{TRUE};
-                           }),
-                           this);
+  for (const char *signal :
+       {"notify::default-width", "notify::default-height", "notify::maximized"}) {
+    connections_.emplace_back(
+        window_, signal, this, +[](GtkMainWindow *window) { window->frameChanged(); });
+  }
+  connections_.emplace_back(
+      window_, "close-request", this, +[](GtkMainWindow *window) {
+        window->closed();
+        return gboolean{TRUE};
+      });
 }
 
 GtkMainWindow::~GtkMainWindow() {
-  application_.beforeEnd(nullptr);
-  g_clear_handle_id(&keeping_, g_source_remove);
-  g_signal_handlers_disconnect_by_data(window_, this);
+  application_.setTerminationHandler(nullptr);
+  g_clear_handle_id(&saveTimer_, g_source_remove);
+  connections_.clear();
   monitors_.reset();
   fullScreenBar_.reset();
   gtk_window_destroy(window_);
 }
 
-std::optional<Rect> GtkMainWindow::room() const {
+std::optional<Rect> GtkMainWindow::visibleArea() const {
   const auto monitor = monitors_->monitor();
   return monitor ? std::optional(visibleFrame(monitor.get())) : std::nullopt;
 }
 
 void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
   fitMinimumSize();
-  const Rect room = this->room().value_or(configuration.contentRect);
-  const auto kept = parseFrame(defaults_.text(autosaveName_).value_or(""));
-  const WindowFrame frame = kept.value_or(WindowFrame{
+  const Rect area = visibleArea().value_or(configuration.contentRect);
+  const auto saved = parseFrame(defaults_.text(autosaveName_).value_or(""));
+  const WindowFrame frame = saved.value_or(WindowFrame{
       pixels(configuration.contentRect.width), pixels(configuration.contentRect.height), true});
-  const auto fitted = [](int size, double minimum, double most) {
-    return std::clamp(size, pixels(std::min(minimum, most)), pixels(most));
+  const auto fitted = [](int size, double minimum, double maximum) {
+    return std::clamp(size, pixels(std::min(minimum, maximum)), pixels(maximum));
   };
-  gtk_window_set_default_size(window_, fitted(frame.width, minimumWidth_, room.width),
-                              fitted(frame.height, minimumHeight_, room.height));
+  gtk_window_set_default_size(window_, fitted(frame.width, minimumWidth_, area.width),
+                              fitted(frame.height, minimumHeight_, area.height));
   if (frame.maximised) gtk_window_maximize(window_);
 }
 
 // The window must fit a screen that is smaller than the minimum size.
 void GtkMainWindow::fitMinimumSize() {
-  const auto room = this->room();
-  const double width = room ? std::min(minimumWidth_, room->width) : minimumWidth_;
-  const double height = room ? std::min(minimumHeight_, room->height) : minimumHeight_;
+  const auto area = visibleArea();
+  const double width = area ? std::min(minimumWidth_, area->width) : minimumWidth_;
+  const double height = area ? std::min(minimumHeight_, area->height) : minimumHeight_;
   gtk_widget_set_size_request(GTK_WIDGET(window_), pixels(width), pixels(height));
 }
 
@@ -99,19 +102,19 @@ void GtkMainWindow::makeKeyAndOrderFront() {
 }
 
 void GtkMainWindow::frameChanged() {
-  g_clear_handle_id(&keeping_, g_source_remove);
-  keeping_ = g_timeout_add_once(
-      settledMilliseconds,
+  g_clear_handle_id(&saveTimer_, g_source_remove);
+  saveTimer_ = g_timeout_add_once(
+      saveDelayMilliseconds,
       +[](gpointer window) {
         auto *self = static_cast<GtkMainWindow *>(window);
-        self->keeping_ = 0;
-        self->keepFrame();
+        self->saveTimer_ = 0;
+        self->saveFrame();
       },
       this);
 }
 
-void GtkMainWindow::keepFrame() {
-  // A hidden window has forgotten that it filled the screen.
+void GtkMainWindow::saveFrame() {
+  // GTK resets the maximised state when it hides a window.
   if (autosaveName_.empty() || !gtk_widget_get_visible(GTK_WIDGET(window_))) return;
   WindowFrame frame;
   gtk_window_get_default_size(window_, &frame.width, &frame.height);
@@ -121,7 +124,7 @@ void GtkMainWindow::keepFrame() {
 }
 
 void GtkMainWindow::closed() {
-  keepFrame();
+  saveFrame();
   gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
   application_.lastWindowClosed();
 }

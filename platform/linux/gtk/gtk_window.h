@@ -3,7 +3,10 @@
 #include <gtk/gtk.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/gtk/full_screen_bar.h"
 #include "platform/linux/gtk/gtk_application.h"
 #include "platform/linux/gtk/gtk_menu_bar.h"
@@ -13,10 +16,12 @@
 
 namespace orvel {
 
-/// A window whose header bar holds the menus. Its size, and whether it fills
-/// the screen, are kept in the user's settings.
+/// A window whose header bar holds the menus. Saves its size, and whether it is maximised,
+/// in the user defaults: soon after a change, when it closes and when the application
+/// terminates. Main thread only.
 class GtkMainWindow final : public Window {
  public:
+  /// Creates a hidden window that shows `content` below the header bar.
   GtkMainWindow(const WindowConfiguration &configuration, GtkWidget *content,
                 GtkApplicationHost &application, GtkMenuBar &menuBar, UserDefaults &defaults);
   ~GtkMainWindow() override;
@@ -25,28 +30,29 @@ class GtkMainWindow final : public Window {
 
   void makeKeyAndOrderFront() override;
 
-  ::GtkWindow *handle() const { return window_; }
+  GtkWindow *handle() const { return window_; }
 
  private:
-  /// Returns the visible frame of the monitor that the window is on.
-  std::optional<Rect> room() const;
+  /// Returns the visible frame of the window's monitor, or nullopt when there is none.
+  std::optional<Rect> visibleArea() const;
   void restoreFrame(const WindowConfiguration &configuration);
   void fitMinimumSize();
   void frameChanged();
-  void keepFrame();
+  void saveFrame();
   void closed();
 
   GtkApplicationHost &application_;
   UserDefaults &defaults_;
   const std::string autosaveName_;
-  ::GtkWindow *const window_;
+  GtkWindow *const window_;
   const double minimumWidth_;
   const double minimumHeight_;
   // Destroyed before the window.
   std::optional<FullScreenBar> fullScreenBar_;
   std::optional<MonitorWatch> monitors_;
-  /// The source that keeps a frame once it has stopped changing, or zero.
-  guint keeping_ = 0;
+  /// The source that saves the frame after a delay, or zero.
+  guint saveTimer_ = 0;
+  std::vector<SignalConnection> connections_;
 };
 
 }  // namespace orvel

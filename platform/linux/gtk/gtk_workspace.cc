@@ -12,26 +12,28 @@ namespace orvel {
 
 namespace {
 
-/// Before each that is opened, in milliseconds.
-constexpr guint pause = 10;
+constexpr guint launchIntervalMilliseconds = 10;
 
-using Strings = std::unique_ptr<char *, void (*)(char **)>;
+using GlibTexts = std::unique_ptr<char *, void (*)(char **)>;
 
-/// Ours was for our own start: another application would claim it in vain.
-bool isOfOneStart(const std::string &variable) {
+/// Whether a variable holds a startup token. This process has used its token already, and a
+/// token is valid once.
+bool isStartupToken(const std::string &variable) {
   return variable == "DESKTOP_STARTUP_ID" || variable == "XDG_ACTIVATION_TOKEN";
 }
 
+/// Returns a launch context whose applications get the given environment instead of that of
+/// this process.
 GObjectPointer<GdkAppLaunchContext> contextWith(
     const std::map<std::string, std::string> &environment) {
   auto context = adopt(gdk_display_get_app_launch_context(gdk_display_get_default()));
   GAppLaunchContext *base = G_APP_LAUNCH_CONTEXT(context.get());
-  const Strings ours(g_listenv(), g_strfreev);
-  for (char **variable = ours.get(); *variable != nullptr; ++variable) {
+  const GlibTexts names(g_listenv(), g_strfreev);
+  for (char **variable = names.get(); *variable != nullptr; ++variable) {
     g_app_launch_context_unsetenv(base, *variable);
   }
   for (const auto &[name, value] : environment) {
-    if (!isOfOneStart(name)) g_app_launch_context_setenv(base, name.c_str(), value.c_str());
+    if (!isStartupToken(name)) g_app_launch_context_setenv(base, name.c_str(), value.c_str());
   }
   return context;
 }
@@ -39,7 +41,7 @@ GObjectPointer<GdkAppLaunchContext> contextWith(
 }  // namespace
 
 GtkWorkspace::~GtkWorkspace() {
-  if (launching_ != 0) g_source_remove(launching_);
+  if (launchTimer_ != 0) g_source_remove(launchTimer_);
 }
 
 void GtkWorkspace::open(const Url &url) { launchDefaultApplication(url.absoluteString); }
@@ -49,14 +51,11 @@ void GtkWorkspace::openFile(const std::string &path) {
   if (uri) launchDefaultApplication(uri.get());
 }
 
-// A page can ask for thousands at once, and each takes the main thread the time of
-// a fork: one after the other, with whatever else is due in between. None waits for
-// the one before it, which may be slow to answer.
 void GtkWorkspace::launchDefaultApplication(std::string uri) {
-  waiting_.push_back(std::move(uri));
-  if (launching_ != 0) return;
-  launching_ = g_timeout_add(
-      pause,
+  queuedUris_.push_back(std::move(uri));
+  if (launchTimer_ != 0) return;
+  launchTimer_ = g_timeout_add(
+      launchIntervalMilliseconds,
       [](gpointer workspace) { return static_cast<GtkWorkspace *>(workspace)->launchNext(); },
       this);
 }
@@ -64,14 +63,14 @@ void GtkWorkspace::launchDefaultApplication(std::string uri) {
 gboolean GtkWorkspace::launchNext() {
   const auto context = contextWith(environment_);
   g_app_info_launch_default_for_uri_async(
-      waiting_.front().c_str(), G_APP_LAUNCH_CONTEXT(context.get()), nullptr,
+      queuedUris_.front().c_str(), G_APP_LAUNCH_CONTEXT(context.get()), nullptr,
       [](GObject *, GAsyncResult *result, gpointer) {
         g_app_info_launch_default_for_uri_finish(result, nullptr);
       },
       nullptr);
-  waiting_.pop_front();
-  if (!waiting_.empty()) return G_SOURCE_CONTINUE;
-  launching_ = 0;
+  queuedUris_.pop_front();
+  if (!queuedUris_.empty()) return G_SOURCE_CONTINUE;
+  launchTimer_ = 0;
   return G_SOURCE_REMOVE;
 }
 

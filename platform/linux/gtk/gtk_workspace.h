@@ -11,12 +11,12 @@
 
 namespace orvel {
 
-/// Default applications by GIO, which look up the user's own choice. They get
-/// the environment in which the user started this application, and what the
-/// desktop needs to give their window the focus.
+/// Opens URLs and files with the user's default applications (GIO). The applications get the
+/// environment with which this application was started, and a startup notification token,
+/// with which the desktop gives their window the focus. Main thread only.
 class GtkWorkspace final : public Workspace {
  public:
-  /// The variables of the session, by name.
+  /// `environment` has the variables for the applications, by name.
   explicit GtkWorkspace(std::map<std::string, std::string> environment)
       : environment_(std::move(environment)) {}
   ~GtkWorkspace() override;
@@ -27,13 +27,16 @@ class GtkWorkspace final : public Workspace {
   void openFile(const std::string &path) override;
 
  private:
+  /// Queues a launch. Each launch blocks the main thread for a fork, and a page can request
+  /// thousands at once, so they start one by one with an interval. No launch waits for the
+  /// one before it to finish.
   void launchDefaultApplication(std::string uri);
   gboolean launchNext();
 
   const std::map<std::string, std::string> environment_;
-  std::deque<std::string> waiting_;
-  /// The source that opens them; 0 when there is none.
-  guint launching_ = 0;
+  std::deque<std::string> queuedUris_;
+  /// The source that launches the queued URIs, or zero when the queue is empty.
+  guint launchTimer_ = 0;
 };
 
 }  // namespace orvel

@@ -7,13 +7,13 @@
 
 namespace orvel {
 
-/// The keys of a menu item as GTK accelerators, the one that the menu shows
-/// first. The Command key is Control, and Super as well, for a hand that is
-/// used to a Mac. Empty for an item without a key equivalent.
+/// Returns the keys of a menu item as GTK accelerators; the menu shows the first one. The
+/// Command key becomes Control, and Super as an alternative. Empty for an item without a
+/// key equivalent. Any thread.
 std::vector<std::string> accelerators(const MenuItem &item);
 
-/// Whether the command goes to whatever has the focus. The page then gets the
-/// key first, for web applications have their own undo and clipboard.
+/// Returns whether a command applies to the focused widget. The page gets the key of such a
+/// command first, because web applications have their own undo and clipboard. Any thread.
 bool isEditingCommand(MenuAction action);
 
 }  // namespace orvel

@@ -33,9 +33,9 @@ MonitorWatch::MonitorWatch(GtkWindow *window, std::function<void()> changed)
     : window_(window),
       changed_(std::move(changed)),
       display_(gtk_widget_get_display(GTK_WIDGET(window))),
-      all_(gdk_display_get_monitors(display_)) {
+      monitors_(gdk_display_get_monitors(display_)) {
   connections_.emplace_back(
-      all_, "items-changed", this, +[](MonitorWatch *watch) {
+      monitors_, "items-changed", this, +[](MonitorWatch *watch) {
         watch->watchMonitors();
         watch->changed_();
       });
@@ -45,15 +45,15 @@ MonitorWatch::MonitorWatch(GtkWindow *window, std::function<void()> changed)
       window_, "realize", this, +[](MonitorWatch *watch) { watch->watchSurface(); });
 }
 
-MonitorWatch::~MonitorWatch() { g_clear_handle_id(&pending_, g_source_remove); }
+MonitorWatch::~MonitorWatch() { g_clear_handle_id(&workAreaSource_, g_source_remove); }
 
 GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
-  GdkMonitor *shown =
+  GdkMonitor *current =
       surface_ ? gdk_display_get_monitor_at_surface(display_, surface_.get()) : nullptr;
-  return shown != nullptr ? retain(shown) : mainMonitor(display_);
+  return current != nullptr ? retain(current) : mainMonitor(display_);
 }
 
-// GDK has no signal for the work area. The window manager changes it after the monitors.
+// GDK has no signal for the work area, and the window manager updates it after the monitors.
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;
@@ -65,12 +65,12 @@ void MonitorWatch::watchWorkArea() {
                                 event->xproperty.atom ==
                                     gdk_x11_get_xatom_by_name_for_display(display, "_NET_WORKAREA");
         if (!isRoot || !(isWorkArea || event->type == ConfigureNotify)) return FALSE;
-        if (watch->pending_ != 0) return FALSE;
+        if (watch->workAreaSource_ != 0) return FALSE;
         // Deferred, because GDK handles the event after this handler.
-        watch->pending_ = g_idle_add_once(
+        watch->workAreaSource_ = g_idle_add_once(
             +[](gpointer data) {
               auto *self = static_cast<MonitorWatch *>(data);
-              self->pending_ = 0;
+              self->workAreaSource_ = 0;
               self->changed_();
             },
             watch);
@@ -90,8 +90,8 @@ void MonitorWatch::watchSurface() {
 
 void MonitorWatch::watchMonitors() {
   monitorConnections_.clear();
-  for (guint index = 0; index < g_list_model_get_n_items(all_); ++index) {
-    const auto monitor = adopt(static_cast<GdkMonitor *>(g_list_model_get_item(all_, index)));
+  for (guint index = 0; index < g_list_model_get_n_items(monitors_); ++index) {
+    const auto monitor = adopt(static_cast<GdkMonitor *>(g_list_model_get_item(monitors_, index)));
     for (const char *signal : {"notify::geometry", "notify::scale-factor"}) {
       monitorConnections_.emplace_back(
           monitor.get(), signal, this, +[](MonitorWatch *watch) { watch->changed_(); });

@@ -11,12 +11,12 @@
 
 namespace orvel {
 
-/// Returns the primary monitor on X11, else the first monitor. Null when the display has
-/// none.
+/// Returns the primary monitor on X11, else the first monitor, or null when the display has
+/// none. Main thread only.
 GObjectPointer<GdkMonitor> mainMonitor(GdkDisplay *display);
 
 /// Returns the part of a monitor that windows may use, in points. On X11 this is the work
-/// area (without docks and panels); on Wayland it is the whole monitor.
+/// area (without docks and panels); on Wayland it is the whole monitor. Main thread only.
 Rect visibleFrame(GdkMonitor *monitor);
 
 /// An observer of the monitors of a window. Main thread only.
@@ -41,10 +41,10 @@ class MonitorWatch {
   GtkWindow *const window_;
   const std::function<void()> changed_;
   GdkDisplay *const display_;
-  GListModel *const all_;
+  GListModel *const monitors_;
   GObjectPointer<GdkSurface> surface_;
   /// The idle source that reports a changed work area, or zero.
-  guint pending_ = 0;
+  guint workAreaSource_ = 0;
   std::vector<SignalConnection> connections_;
   std::vector<SignalConnection> surfaceConnections_;
   std::vector<SignalConnection> monitorConnections_;

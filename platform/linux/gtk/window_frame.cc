@@ -6,9 +6,10 @@ namespace orvel {
 
 namespace {
 
-constexpr std::string_view maximisedMark = " maximised";
+constexpr std::string_view maximisedSuffix = " maximised";
 
-/// Reads a positive number from the front of the text, and removes it there.
+/// Removes a positive number from the start of the text and returns it. Returns nullopt when
+/// the text does not start with one.
 std::optional<int> takeNumber(std::string_view &text) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -21,7 +22,7 @@ std::optional<int> takeNumber(std::string_view &text) {
 
 std::string frameText(const WindowFrame &frame) {
   std::string text = std::to_string(frame.width) + " " + std::to_string(frame.height);
-  if (frame.maximised) text += maximisedMark;
+  if (frame.maximised) text += maximisedSuffix;
   return text;
 }
 
@@ -31,7 +32,7 @@ std::optional<WindowFrame> parseFrame(std::string_view text) {
   text.remove_prefix(1);
   const auto height = takeNumber(text);
   if (!height) return std::nullopt;
-  if (!text.empty() && text != maximisedMark) return std::nullopt;
+  if (!text.empty() && text != maximisedSuffix) return std::nullopt;
   return WindowFrame{*width, *height, !text.empty()};
 }
 

@@ -6,8 +6,8 @@
 
 namespace orvel {
 
-/// What is kept of a window between runs; sizes in points. A Wayland window
-/// does not know where it stands, so the place is the window manager's.
+/// The state of a window that is saved between runs; sizes in points. It has no position: a
+/// Wayland window does not know its own.
 struct WindowFrame {
   int width = 0;
   int height = 0;
@@ -16,10 +16,11 @@ struct WindowFrame {
   bool operator==(const WindowFrame &) const = default;
 };
 
-/// The text under which a frame is kept: "1200 800" or "1200 800 maximised".
+/// Returns a frame as a text for the user defaults: "1200 800" or "1200 800 maximised". Any
+/// thread.
 std::string frameText(const WindowFrame &frame);
 
-/// Reads such a text back. Nothing for any other text.
+/// Parses the result of `frameText`. Returns nullopt for any other text. Any thread.
 std::optional<WindowFrame> parseFrame(std::string_view text);
 
 }  // namespace orvel

@@ -8,7 +8,8 @@
 
 namespace orvel {
 
-/// Receives the body of a response, block by block.
+/// A destination for the body of a response, which arrives block by block. One thread at a
+/// time.
 class BodySink {
  public:
   virtual ~BodySink() = default;
@@ -19,7 +20,7 @@ class BodySink {
   virtual bool append(std::string_view block) = 0;
 };
 
-/// Keeps a body in memory, up to a limit in bytes.
+/// A body in memory, up to a limit in bytes.
 class TextSink final : public BodySink {
  public:
   explicit TextSink(std::size_t limit) : limit_(limit) {}
@@ -30,6 +31,7 @@ class TextSink final : public BodySink {
     text_ += block;
     return true;
   }
+  /// Moves the body out.
   std::string take() { return std::exchange(text_, {}); }
 
  private:
@@ -37,13 +39,15 @@ class TextSink final : public BodySink {
   std::string text_;
 };
 
-/// Keeps a body in a file.
+/// A body in a temporary file, which is removed with this object unless it has been moved.
 class FileSink final : public BodySink {
  public:
+  /// Creates the file in the first folder where that is possible.
   explicit FileSink(const std::vector<std::string> &folders) : file_(folders) {}
 
   bool isReady() const override { return file_.isOpen(); }
   bool append(std::string_view block) override { return file_.write(block); }
+  /// Returns the path of the file.
   std::string path() const { return file_.path(); }
 
  private:

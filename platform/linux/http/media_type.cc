@@ -16,18 +16,19 @@ namespace orvel {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t maxFileSize = std::size_t{4} * 1024 * 1024;
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 4> moreUsual{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> preferredExtensions{{
     {"audio/ogg", "ogg"},
     {"text/calendar", "ics"},
     {"text/vcard", "vcf"},
     {"application/vnd.ms-powerpoint", "ppt"},
 }};
 
+/// The extensions with the highest weight so far.
 struct Extensions {
   int weight = 0;
-  /// Those of that weight, in the order of the database.
+  /// In the order of the database.
   std::vector<std::string> all;
 
   void add(std::string_view pattern, int patternWeight) {
@@ -40,8 +41,8 @@ struct Extensions {
   }
 };
 
-/// Type and subtype in small letters; empty when it is no media type, so that
-/// what a server sent never leads a path elsewhere.
+/// Returns the type and subtype in lower case, or the empty text when they are malformed. The
+/// result becomes part of a path, so it must not leave the folder of the database.
 std::string essence(std::string_view mediaType) {
   std::string text(mediaType.substr(0, mediaType.find(';')));
   text.erase(0, text.find_first_not_of(" \t"));
@@ -58,8 +59,8 @@ std::string essence(std::string_view mediaType) {
   return isType ? text : std::string();
 }
 
-/// Takes the glob patterns out of the database's description of one type
-/// (Shared MIME-info Database, 2.2).
+/// Adds the glob patterns of a type's XML file to the extensions (Shared MIME-info Database,
+/// section 2.2).
 void readDescription(const std::string &xml, Extensions &extensions) {
   const auto element = [](GMarkupParseContext *, const char *name, const char **names,
                           const char **values, gpointer found, GError **) {
@@ -96,15 +97,15 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
     folders.emplace_back(*folder);
   }
-  // The user's own comes first there; here the more general ones do.
+  // GIO lists the user's folder first. The system's extensions come before the user's here.
   std::reverse(folders.begin(), folders.end());
   Extensions extensions;
   for (const std::string &folder : folders) {
-    readDescription(readFileBytes(folder + "/" + type + ".xml", largestFile).bytes, extensions);
+    readDescription(readFileBytes(folder + "/" + type + ".xml", maxFileSize).bytes, extensions);
   }
   const auto &all = extensions.all;
-  for (const auto &[usualType, extension] : moreUsual) {
-    if (type != usualType) continue;
+  for (const auto &[preferredType, extension] : preferredExtensions) {
+    if (type != preferredType) continue;
     if (std::find(all.begin(), all.end(), extension) != all.end()) return std::string(extension);
   }
   return all.empty() ? std::nullopt : std::optional(all.front());

@@ -14,21 +14,20 @@ namespace orvel {
 
 namespace {
 
-// Nothing waits for another request's connection to be done.
-constexpr int mostConnections = 1024;
-constexpr std::size_t largestText = std::size_t{64} * 1024 * 1024;
+// High limit, so that requests never queue for a connection.
+constexpr int maxConnections = 1024;
+constexpr std::size_t maxTextSize = std::size_t{64} * 1024 * 1024;
 
 GObjectPointer<SoupSession> newSession() {
-  return adopt(soup_session_new_with_options("max-conns", mostConnections, "max-conns-per-host",
-                                             mostConnections, "timeout", 0U, nullptr));
+  return adopt(soup_session_new_with_options("max-conns", maxConnections, "max-conns-per-host",
+                                             maxConnections, "timeout", 0U, nullptr));
 }
 
-/// Two threads that each use a type of GObject's for the first time can wait for
-/// each other for ever: one holds the lock under which classes are made and needs
-/// a type that the other is about to register, under that lock. So what a session
-/// needs, and the main thread too when it looks for its bus, is there before the
-/// session has a thread.
-void makeTypes() {
+/// Registers the GObject types that both a session and the main thread use. Two threads that
+/// use a GObject type for the first time can deadlock: one holds the class initialisation
+/// lock and waits for a type that the other one is registering, which needs that lock. So
+/// this runs before the session has a thread.
+void registerTypes() {
   for (const GType type :
        {G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS, G_TYPE_NETWORK_ADDRESS,
         G_TYPE_PROXY_ADDRESS, G_TYPE_SOCKET, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION,
@@ -43,16 +42,19 @@ void makeTypes() {
   newSession();
 }
 
+/// Whether a host is a loopback address, which is never reached through a proxy.
 bool isThisMachine(const std::string &host) {
   return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
 
 }  // namespace
 
+/// The libsoup sessions, with and without the system's proxy. They belong to the session's
+/// thread.
 struct SoupSessions {
   SoupSessions() {
     for (SoupSession *session : {direct.get(), proxied.get()}) {
-      // Of a compressed body it would take a part for the whole.
+      // libsoup accepts a truncated compressed body, so SoupTask decodes it.
       soup_session_remove_feature_by_type(session, SOUP_TYPE_CONTENT_DECODER);
     }
     g_object_set(direct.get(), "proxy-resolver", nullptr, nullptr);
@@ -66,7 +68,7 @@ SoupHttpSession::SoupHttpSession(std::vector<std::string> downloadFolders)
     : downloadFolders_(std::move(downloadFolders)),
       context_(g_main_context_new()),
       queue_(context_.get()) {
-  makeTypes();
+  registerTypes();
   thread_ = std::thread([this] { run(); });
 }
 
@@ -80,7 +82,7 @@ SoupHttpSession::~SoupHttpSession() {
 
 void SoupHttpSession::dataTask(const UrlRequest &request, DataCompletion completion) {
   queue_.post([this, request, completion = std::move(completion)]() mutable {
-    const auto sink = std::make_shared<TextSink>(largestText);
+    const auto sink = std::make_shared<TextSink>(maxTextSize);
     start(request, *sink,
           [this, sink, completion = std::move(completion)](const SoupTask &task) mutable {
             DataReply reply{
@@ -120,7 +122,7 @@ void SoupHttpSession::run() {
       g_main_context_iteration(context_.get(), TRUE);
     }
   }
-  // Connections close by work of this context.
+  // libsoup closes connections from sources of this context.
   while (g_main_context_iteration(context_.get(), FALSE)) {
   }
   g_main_context_pop_thread_default(context_.get());
@@ -137,7 +139,7 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
     const auto found = std::find_if(tasks_.begin(), tasks_.end(),
                                     [&](const auto &each) { return each.get() == &started; });
     // Keeps the task alive until this callback, which the task calls, has returned.
-    const auto kept = tasks_.extract(found);
+    const auto owner = tasks_.extract(found);
     ended(started);
   });
   if (stopping_) started.cancel();

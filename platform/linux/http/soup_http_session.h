@@ -20,21 +20,21 @@ class BodySink;
 class SoupTask;
 struct SoupSessions;
 
-/// HTTP requests by libsoup, on a thread of their own. A second thread calls the
-/// completions one at a time: an installation unpacks a release in a completion, and on
-/// the first thread that would let other requests time out. Keeps no cookies and no
-/// cache. Every request has its own connection and asks for an uncompressed body. In
-/// addition to the port's contract:
+/// An HTTP session of libsoup with two threads: one for the requests, one that calls the
+/// completions one at a time. A completion may take long, for example to unpack a release,
+/// and would let other requests time out on the first thread. Has no cookies and no cache.
+/// Every request has its own connection and asks for an uncompressed body. In addition to
+/// the port's contract:
 /// - A field that is set for the first server is not set again when a redirect
 ///   through another origin leads back to it. At most 20 redirects are followed.
 /// - The body of a data task may have at most 64 MiB.
 /// - A request that HTTP cannot express is not sent: a scheme other than http and
 ///   https, a field name that is not a token, or a field value that contains CR, LF or
 ///   NUL (RFC 9110, 5.5).
-/// - This machine's own addresses are never reached through a proxy.
+/// - Loopback addresses are never reached through a proxy.
 class SoupHttpSession final : public HttpSession {
  public:
-  /// Downloads are written in the first of the folders in which that is possible.
+  /// Downloads are written to the first of the folders where that is possible.
   explicit SoupHttpSession(std::vector<std::string> downloadFolders = {});
   /// Cancels the running requests, calls the outstanding completions and waits for them.
   /// Must not run on one of the session's own threads.
@@ -61,7 +61,7 @@ class SoupHttpSession final : public HttpSession {
   GlibMainQueue queue_;
   SerialQueue completions_;
 
-  // What follows belongs to the session's thread.
+  // The members below belong to the session's thread.
   bool stopping_ = false;
   /// Requests whose completion has not returned yet.
   int unfinished_ = 0;

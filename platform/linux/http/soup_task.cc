@@ -15,15 +15,16 @@ namespace orvel {
 namespace {
 
 constexpr gsize blockSize = 262'144;
-// The other requests of the session wait that long.
-constexpr int mostBlocksInARow = 16;
+// Bounds synchronous reads, so that other requests are not starved.
+constexpr int maxReadsPerTurn = 16;
 
 void release(GSource *source) {
   g_source_destroy(source);
   g_source_unref(source);
 }
 
-/// A field name (RFC 9110, 5.6.2) and a value that cannot end its line.
+/// Whether a field has a valid name (RFC 9110, section 5.6.2) and a value without CR, LF and
+/// NUL (section 5.5).
 bool isSendable(const std::pair<std::string, std::string> &field) {
   const auto &[name, value] = field;
   return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
@@ -32,8 +33,8 @@ bool isSendable(const std::pair<std::string, std::string> &field) {
   }) && value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
-/// Calls a function of the source's data when its ready time has come.
-GSource *newAlarm() {
+/// Makes a source that calls its callback at its ready time (g_source_set_ready_time).
+GSource *makeTimeoutSource() {
   static GSourceFuncs functions{nullptr,
                                 nullptr,
                                 [](GSource *, GSourceFunc callback, gpointer data) {
@@ -68,28 +69,28 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
       sink_(sink),
       message_(makeMessage()),
       cancellable_(adopt(g_cancellable_new())),
-      timeout_(newAlarm(), release),
-      arrival_(nullptr, release) {}
+      timeoutSource_(makeTimeoutSource(), release),
+      arrivalSource_(nullptr, release) {}
 
 void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
   // Lower priority than the sockets: if this thread was blocked for longer than the
   // timeout, for example by a slow disk, bytes that have arrived restart the timeout.
-  g_source_set_priority(timeout_.get(), G_PRIORITY_DEFAULT + 1);
+  g_source_set_priority(timeoutSource_.get(), G_PRIORITY_DEFAULT + 1);
   g_source_set_callback(
-      timeout_.get(),
+      timeoutSource_.get(),
       [](gpointer self) -> gboolean {
         static_cast<SoupTask *>(self)->timedOut();
         return G_SOURCE_CONTINUE;
       },
       this, nullptr);
-  g_source_attach(timeout_.get(), g_main_context_get_thread_default());
+  g_source_attach(timeoutSource_.get(), g_main_context_get_thread_default());
   if (!message_) {
-    g_source_set_ready_time(timeout_.get(), 0);
+    g_source_set_ready_time(timeoutSource_.get(), 0);
     return;
   }
 
-  dataArrived();
+  restartTimeout();
   networkEvent_ = SignalConnection(
       message_.get(), "network-event", this,
       +[](SoupTask *self, GSocketClientEvent event, GIOStream *connection) {
@@ -131,7 +132,7 @@ GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
 }
 
 void SoupTask::timedOut() {
-  g_source_set_ready_time(timeout_.get(), -1);
+  g_source_set_ready_time(timeoutSource_.get(), -1);
   if (message_) {
     cancel();
   } else {
@@ -140,18 +141,18 @@ void SoupTask::timedOut() {
 }
 
 void SoupTask::connected(GIOStream *connection) {
-  arrival_.reset();
+  arrivalSource_.reset();
   if (!G_IS_SOCKET_CONNECTION(connection)) return;
   socket_ = retain(g_socket_connection_get_socket(G_SOCKET_CONNECTION(connection)));
-  arrival_.reset(g_socket_create_source(socket_.get(), G_IO_IN, nullptr));
+  arrivalSource_.reset(g_socket_create_source(socket_.get(), G_IO_IN, nullptr));
   const GSocketSourceFunc arrived = [](GSocket *, GIOCondition condition,
                                        gpointer self) -> gboolean {
     if (condition != G_IO_IN) return G_SOURCE_REMOVE;
-    static_cast<SoupTask *>(self)->dataArrived();
+    static_cast<SoupTask *>(self)->restartTimeout();
     return G_SOURCE_CONTINUE;
   };
-  g_source_set_callback(arrival_.get(), G_SOURCE_FUNC(arrived), this, nullptr);
-  g_source_attach(arrival_.get(), g_main_context_get_thread_default());
+  g_source_set_callback(arrivalSource_.get(), G_SOURCE_FUNC(arrived), this, nullptr);
+  g_source_attach(arrivalSource_.get(), g_main_context_get_thread_default());
 }
 
 void SoupTask::redirected() {
@@ -166,9 +167,10 @@ void SoupTask::redirected() {
   }
 }
 
-void SoupTask::dataArrived() {
+void SoupTask::restartTimeout() {
   g_source_set_ready_time(
-      timeout_.get(), g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
+      timeoutSource_.get(),
+      g_get_monotonic_time() + std::chrono::microseconds(request_.timeout).count());
 }
 
 void SoupTask::headArrived(SoupSession *session, GAsyncResult *result) {
@@ -206,9 +208,9 @@ void SoupTask::readMore() {
 
 void SoupTask::bodyArrived(GAsyncResult *result) {
   if (!take(g_input_stream_read_finish(stream_.get(), result, nullptr))) return;
-  // What has arrived meanwhile is taken at once: to go to sleep between two blocks of
-  // a large file costs more than the block.
-  for (int block = 0; block < mostBlocksInARow && canPoll(stream_.get()); ++block) {
+  // Reads what has already arrived without returning to the main loop, because polling
+  // between the blocks of a large file costs more than the reads.
+  for (int read = 0; read < maxReadsPerTurn && canPoll(stream_.get()); ++read) {
     GError *failure = nullptr;
     const gssize size = g_pollable_input_stream_read_nonblocking(
         G_POLLABLE_INPUT_STREAM(stream_.get()), block_.get(), blockSize, cancellable_.get(),
@@ -218,7 +220,7 @@ void SoupTask::bodyArrived(GAsyncResult *result) {
     if (hasToWait) break;
     if (!take(size)) return;
   }
-  dataArrived();
+  restartTimeout();
   readMore();
 }
 
@@ -252,22 +254,22 @@ std::optional<std::string> SoupTask::suggestedFilename() const {
 }
 
 bool SoupTask::bodyIsWhole() {
-  // Its own end (RFC 1952, 2.3.1) has been seen and its sum has been right.
+  // The decompressor has checked the gzip trailer (RFC 1952, section 2.3.1).
   if (isDecoded_) return true;
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
   const guint status = soup_message_get_status(message_.get());
   const bool hasBody = status != SOUP_STATUS_NO_CONTENT && status != SOUP_STATUS_NOT_MODIFIED;
   switch (soup_message_headers_get_encoding(fields)) {
     case SOUP_ENCODING_CONTENT_LENGTH:
-      // libsoup lets a body be shorter when the connection closes after it.
+      // libsoup accepts a body that the end of the connection truncates.
       return !hasBody || received_ == soup_message_headers_get_content_length(fields);
     case SOUP_ENCODING_CHUNKED: {
       if (!hasBody || !socket_ || soup_message_get_http_version(message_.get()) > SOUP_HTTP_1_1) {
         return true;
       }
-      // libsoup takes a connection that ends between two chunks for the end of
-      // the body. Asked again without a connection, it repeats that end only
-      // when it has read the last chunk.
+      // libsoup accepts a connection that ends between two chunks as the end of the body.
+      // Another read, with the socket closed, succeeds only if libsoup has read the last
+      // chunk.
       g_socket_close(socket_.get(), nullptr);
       std::array<char, 64> ignored;
       return g_input_stream_read(stream_.get(), ignored.data(), ignored.size(), nullptr, nullptr) ==
@@ -280,8 +282,8 @@ bool SoupTask::bodyIsWhole() {
 
 void SoupTask::finish(bool hasWholeBody) {
   hasWholeBody_ = hasWholeBody;
-  timeout_.reset();
-  arrival_.reset();
+  timeoutSource_.reset();
+  arrivalSource_.reset();
   stream_.reset();
   // Moved out, because the call may destroy the task.
   const Ended ended = std::move(ended_);

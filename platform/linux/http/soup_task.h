@@ -13,10 +13,11 @@
 
 namespace orvel {
 
-/// One libsoup request. Lives on the session's thread, from its start until `Ended` has
-/// been called.
+/// One libsoup request. Used on the session's thread only; must live from its start until
+/// `Ended` is called.
 class SoupTask {
  public:
+  /// Receives the task with its outcome.
   using Ended = std::function<void(const SoupTask &)>;
 
   /// The sink must live until `Ended` is called.
@@ -27,15 +28,15 @@ class SoupTask {
   /// Sends the request. Calls `ended` exactly once, never inside this call; `ended` may
   /// destroy the task.
   void start(SoupSession *session, Ended ended);
-  /// Makes the request fail soon.
+  /// Makes the request fail. `Ended` is called later.
   void cancel();
 
-  // The outcome, once the request has ended.
-  /// Absent when no head of a final response arrived.
+  // The outcome, valid after the request has ended.
+  /// Returns the response, or nullopt when no complete head of a final response arrived.
   std::optional<HttpResponse> response() const;
-  /// Whether the sink has the whole body.
+  /// Returns whether the sink has the complete body.
   bool hasWholeBody() const { return hasWholeBody_; }
-  /// The file name for the body, or nullopt when there is no response.
+  /// Returns the file name for the body, or nullopt when there is no response.
   std::optional<std::string> suggestedFilename() const;
 
  private:
@@ -44,20 +45,21 @@ class SoupTask {
   };
   using Source = std::unique_ptr<GSource, void (*)(GSource *)>;
 
-  /// Null for a request that HTTP has no spelling for, or whose answer could not
-  /// be kept.
+  /// Returns null when HTTP cannot express the request or the sink is not ready.
   GObjectPointer<SoupMessage> makeMessage() const;
   void timedOut();
   void connected(GIOStream *connection);
   void redirected();
-  void dataArrived();
+  void restartTimeout();
   void headArrived(SoupSession *session, GAsyncResult *result);
-  /// Undoes a compression that nobody asked for; false for one that is not known.
+  /// Decodes a body that the server compressed although the request asked for "identity".
+  /// Returns false for an unknown coding.
   bool decode();
   void readMore();
   void bodyArrived(GAsyncResult *result);
-  /// Passes on what a read has brought, in bytes: 0 at the end, less when it has
-  /// failed. False when that was the last of it and the task has gone.
+  /// Handles the result of a read: the number of bytes, 0 at the end of the body, negative
+  /// after an error. Returns false when the request has ended; the task may then be
+  /// destroyed.
   bool take(gssize size);
   bool bodyIsWhole();
   void finish(bool hasWholeBody);
@@ -67,19 +69,19 @@ class SoupTask {
   Ended ended_;
   const GObjectPointer<SoupMessage> message_;
   const GObjectPointer<GCancellable> cancellable_;
-  /// The connection that was made last.
+  /// The socket of the latest connection.
   GObjectPointer<GSocket> socket_;
   GObjectPointer<GInputStream> stream_;
-  /// What is read of the body goes through this.
+  /// The buffer for reads of the body.
   std::unique_ptr<char[]> block_;
   bool hasHead_ = false;
   bool hasWholeBody_ = false;
   bool isDecoded_ = false;
   goffset received_ = 0;
-  /// Due when the server has sent nothing for the request's timeout.
-  Source timeout_;
-  /// Tells bytes of the answer's head, of which libsoup tells only the end.
-  Source arrival_;
+  /// Fires when no data has arrived for the request's timeout.
+  Source timeoutSource_;
+  /// Fires when bytes of the head arrive. libsoup signals only the end of the head.
+  Source arrivalSource_;
   SignalConnection networkEvent_;
   SignalConnection restarted_;
 };

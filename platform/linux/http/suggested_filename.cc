@@ -15,7 +15,7 @@ namespace orvel {
 
 namespace {
 
-/// Bytes that are not UTF-8 are taken for Latin-1, which all bytes can be.
+/// Converts a text to UTF-8. A text that is not UTF-8 counts as ISO 8859-1.
 std::string toUtf8(const std::string &bytes) {
   if (isUtf8(bytes)) return bytes;
   gsize size = 0;
@@ -31,8 +31,8 @@ std::string filenameParameter(const std::string &disposition) {
   return name != nullptr ? static_cast<const char *>(name) : "";
 }
 
-/// Makes every "filename*" a parameter that is not known. Between its name and
-/// its "=" libsoup passes over white space of any kind.
+/// Renames every "filename*" to an unknown parameter. Like libsoup, allows any white space
+/// between the name and its "=".
 std::string withoutExtendedParameters(std::string disposition) {
   for (auto at = disposition.find('*'); at != std::string::npos;
        at = disposition.find('*', at + 1)) {
@@ -42,21 +42,22 @@ std::string withoutExtendedParameters(std::string disposition) {
   return disposition;
 }
 
-std::string nameByDisposition(const std::string &field) {
+std::string nameFromDisposition(const std::string &field) {
   const std::string disposition = toUtf8(field);
   std::string name = filenameParameter(disposition);
-  // libsoup does not look at what the escapes of "filename*" give.
+  // libsoup does not validate the decoded bytes of "filename*".
   if (!isUtf8(name)) name = filenameParameter(withoutExtendedParameters(disposition));
   return name;
 }
 
-/// A name, and whether a full stop in it begins an extension.
+/// A file name and its origin.
 struct Name {
   std::string name;
+  /// Whether it is a host, whose full stops do not begin an extension.
   bool isHost = false;
 };
 
-Name nameByAddress(const std::string &address) {
+Name nameFromAddress(const std::string &address) {
   const std::unique_ptr<GUri, void (*)(GUri *)> uri(
       g_uri_parse(address.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
       g_uri_unref);
@@ -81,8 +82,8 @@ bool hasExtension(std::string_view name) {
 
 std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address) {
   Name found;
-  if (head.contentDisposition) found.name = nameByDisposition(*head.contentDisposition);
-  if (found.name.empty()) found = nameByAddress(address.absoluteString);
+  if (head.contentDisposition) found.name = nameFromDisposition(*head.contentDisposition);
+  if (found.name.empty()) found = nameFromAddress(address.absoluteString);
   auto &[name, isHost] = found;
   if (name.empty()) return std::nullopt;
   const bool isFolderName = name == "." || name == "..";

@@ -7,18 +7,20 @@
 
 namespace orvel {
 
-/// The fields of an answer that tell of its body as a file, as their bytes stand.
+/// The header fields of a response that determine the file name, as raw bytes.
 struct FileHead {
   std::optional<std::string> contentDisposition{};
   std::optional<std::string> mediaType{};
 };
 
-/// The name that a body would have as a file, in UTF-8 and without NUL: that of
-/// the disposition, whatever its kind (RFC 6266; "filename*" goes before
-/// "filename", and does not count when it cannot be decoded, RFC 8187), else
-/// the last path component of the address, percent-decoded where that gives
-/// text, else its host. A name without an extension, which no host has, gets the
-/// usual one of the media type. Any thread.
+/// Returns the file name for the body of a response, in UTF-8 and without NUL. It is the
+/// first of these that is not empty:
+/// - The name in Content-Disposition of any type (RFC 6266). "filename*" has precedence over
+///   "filename", unless it cannot be decoded (RFC 8187).
+/// - The last path component of the address, percent-decoded if the result is UTF-8.
+/// - The host of the address.
+/// A name without an extension gets the usual one for the media type; a host always does.
+/// Returns nullopt when there is no name. Any thread.
 std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address);
 
 }  // namespace orvel

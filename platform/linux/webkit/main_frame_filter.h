@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// The rules, as JSON, that keep what lies at an address out of the main frame,
-/// whatever its query and fragment.
+/// Returns the JSON rules of a content filter that blocks an address in the main frame, with
+/// any query and fragment. Any thread.
 std::string mainFrameFilter(std::string_view address);
 
 }  // namespace orvel

@@ -21,7 +21,7 @@ namespace {
 /// Returns GTK's "print to file" printer, or null. It is the only virtual printer, and
 /// GTK lists it without waiting for CUPS.
 GObjectPointer<GtkPrinter> findFilePrinter() {
-  // The enumeration stays connected when no such printer is listed at once.
+  // Shared, because GTK may continue the enumeration after this function has returned.
   using Found = std::shared_ptr<GObjectPointer<GtkPrinter>>;
   const auto found = std::make_shared<GObjectPointer<GtkPrinter>>();
   gtk_enumerate_printers(
@@ -34,8 +34,8 @@ GObjectPointer<GtkPrinter> findFilePrinter() {
   return std::move(*found);
 }
 
-/// Returns the settings with which WebKit draws a job's pages into a file. They contain
-/// only what the job leaves to the application; the printer backend does the rest.
+/// Returns the settings with which WebKit renders a job's pages to a file. They contain only
+/// what the job leaves to the application; the printer backend does the rest.
 GObjectPointer<GtkPrintSettings> renderSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
                                                 const std::string &uri) {
   auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
@@ -83,7 +83,7 @@ void send(GtkPrintJob *job, const std::string &path) {
 
 }  // namespace
 
-/// A job whose pages WebKit draws into a temporary file, which is removed with this
+/// A print job whose pages WebKit renders to a temporary file. The file is removed with this
 /// object or when the process exits.
 class PrintJobs::RenderJob {
  public:
@@ -134,8 +134,8 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
                                              DownloadFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
-  // Created first, because renderSettings reads from the job what the printer does not do
-  // itself.
+  // Created before the settings, because the job knows which options the printer does not
+  // handle itself.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   const GlibText uri(g_filename_to_uri(file->path().c_str(), nullptr, nullptr));
   const auto jobSettings = renderSettings(job.get(), filePrinter.get(), uri.get());

@@ -31,14 +31,14 @@ void appendToUserAgent(WebKitSettings *settings, std::string_view name) {
     webkit_settings_set_user_agent(settings, (front + std::string(name)).c_str());
     return;
   }
-  // WebKitGTK refuses a product with an empty version, or one with a "/" in it,
-  // and has no other way to set the text. The view reads the settings' own copy
-  // when it is made, so a text of the same length holds the place until then.
+  // webkit_settings_set_user_agent rejects a product whose version is empty or contains "/".
+  // So it sets a placeholder of the same length, which is then overwritten in the settings'
+  // own copy. A new view reads that copy.
   const std::string placeholder(name.size(), 'x');
   webkit_settings_set_user_agent(settings, (front + placeholder).c_str());
-  auto *kept = const_cast<char *>(webkit_settings_get_user_agent(settings));
-  if (kept != front + placeholder) return;
-  std::copy(name.begin(), name.end(), kept + front.size());
+  auto *stored = const_cast<char *>(webkit_settings_get_user_agent(settings));
+  if (stored != front + placeholder) return;
+  std::copy(name.begin(), name.end(), stored + front.size());
 }
 
 }  // namespace orvel

@@ -6,9 +6,8 @@
 
 namespace orvel {
 
-/// Makes the user agent the engine's own, a blank and the name, whatever the
-/// name holds; without a name it stays the engine's own. The settings must not
-/// belong to a web view yet.
+/// Appends a space and a name to WebKit's user agent. The name may be any text; an empty one
+/// changes nothing. Call it before the settings belong to a web view. Main thread only.
 void appendToUserAgent(WebKitSettings *settings, std::string_view name);
 
 }  // namespace orvel

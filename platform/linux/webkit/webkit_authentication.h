@@ -9,10 +9,11 @@
 
 namespace orvel {
 
-/// Makes Escape cancel WebKit's dialog for HTTP authentication. The dialog is drawn over
-/// the page and has a cancel button but no key for it. Main thread only.
+/// The Escape key for WebKit's HTTP authentication dialog. WebKit draws the dialog over the
+/// page, with a cancel button but without a key for it. Main thread only.
 class WebKitAuthentication {
  public:
+  /// Adds the key to a view.
   explicit WebKitAuthentication(WebKitWebView *view);
   ~WebKitAuthentication();
   WebKitAuthentication(const WebKitAuthentication &) = delete;

@@ -14,6 +14,7 @@ namespace {
 
 using StartDownload = std::function<void(const char *address)>;
 
+/// A stock action and the Dutch label of its menu item.
 struct Label {
   WebKitContextMenuAction action;
   const char *text;
@@ -115,7 +116,7 @@ WebKitContextMenuItem *makeDownloadItem(WebKitContextMenuAction stock, const cha
   g_signal_connect_data(
       action.get(), "activate", G_CALLBACK(downloadActivated),
       new DownloadRequest(std::move(request)),
-      +[](gpointer made, GClosure *) { delete static_cast<DownloadRequest *>(made); },
+      +[](gpointer owned, GClosure *) { delete static_cast<DownloadRequest *>(owned); },
       G_CONNECT_DEFAULT);
   return makeItem(action, label);
 }

@@ -7,12 +7,12 @@
 
 namespace orvel {
 
-/// The cookies of a WebKit network session.
+/// The cookies of a WebKit network session. Main thread only.
 class WebKitCookieStore final : public CookieStore {
  public:
   explicit WebKitCookieStore(WebKitCookieManager *manager) : manager_(retain(manager)) {}
 
-  /// A domain that does not begin with a dot names that host alone.
+  /// A domain without a leading dot means that host only, without its subdomains.
   void set(const Cookie &cookie, std::function<void()> completion) override;
   void all(std::function<void(std::vector<Cookie>)> completion) override;
 

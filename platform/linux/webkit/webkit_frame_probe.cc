@@ -18,20 +18,21 @@ struct FilterRelease {
   }
 };
 
-/// A text that no page has of itself.
-std::string makeQuestion() { return GlibText(g_uuid_string_random()).get(); }
+/// Returns a random text, which no page can use as its own confirmation text.
+std::string makeConfirmationText() { return GlibText(g_uuid_string_random()).get(); }
 
-// A world of its own keeps the page from seeing the script, which comes before
-// the page's own and so keeps the question from them, too: for all that they
-// know nobody is leaving.
-constexpr const char *ask = "asks = true";
-constexpr const char *askNoMore = "asks = false";
+// Scripts for the probe's own script world, which the page cannot see.
+constexpr const char *enableConfirmation = "confirms = true";
+constexpr const char *disableConfirmation = "confirms = false";
 
-void addQuestion(WebKitUserContentManager *content, const std::string &question) {
+/// Adds a beforeunload handler to the main frame that, while enabled, requests a
+/// confirmation dialog with the given text. It runs before the page's own handlers and
+/// stops the event, so the page does not notice the probe.
+void addConfirmationHandler(WebKitUserContentManager *content, const std::string &text) {
   const std::string source =
-      "var asks = false; addEventListener('beforeunload', event => { if (!asks) return;"
+      "var confirms = false; addEventListener('beforeunload', event => { if (!confirms) return;"
       " event.stopImmediatePropagation(); event.preventDefault(); event.returnValue = '" +
-      question + "'; }, true);";
+      text + "'; }, true);";
   WebKitUserScript *script = webkit_user_script_new_for_world(
       source.c_str(), WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
       WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, world, nullptr, nullptr);
@@ -39,26 +40,30 @@ void addQuestion(WebKitUserContentManager *content, const std::string &question)
   webkit_user_script_unref(script);
 }
 
-// The number is WebKit's own for a load that a filter blocked; it has no name.
+/// Whether a content filter blocked a load. The API has no name for this error code.
 bool isBlocked(const GError *error) { return g_error_matches(error, WEBKIT_POLICY_ERROR, 104); }
 
-// Whatever it is, it goes to the page's process after all that it was told
-// before, and its end comes back after all that the process then said.
-void roundTrip(WebKitWebView *view, const char *script, AsyncFunction back) {
+/// Runs a script as a barrier: IPC with the web process is ordered, so the process has handled
+/// all earlier messages when the script runs, and this process has handled all earlier
+/// replies when `completion` is called.
+void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completion) {
   webkit_web_view_evaluate_javascript(view, script, -1, world, nullptr, nullptr, callAsyncFunction,
-                                      asyncFunctionData(std::move(back)));
+                                      asyncFunctionData(std::move(completion)));
 }
 
 std::string_view withoutFragment(std::string_view address) {
   return address.substr(0, address.find('#'));
 }
 
-/// Where a navigation that led nowhere was meant to go. Another one in its frame
-/// has overtaken it, or the frame is gone, or it is a link that downloads. A page
-/// that has several links clicked at once wants all their files; a frame that is
-/// given one address after the other shows only the last. One to a place within
-/// its document leads nowhere by itself, and only a frame has such a document.
-NavigationTarget targetOfOvertaken(WebKitNavigationAction *action) {
+/// Returns the assumed target of a navigation that started no load: a later navigation in
+/// its frame replaced it, its frame was removed, it is a link with the download attribute,
+/// or it leads to a fragment of the same document.
+///
+/// A clicked link counts as a main-frame navigation, because a page that clicks several
+/// download links at once expects every file. Any other navigation counts as a sub-frame
+/// navigation, because a frame shows only the last of several addresses. So does a link to
+/// a fragment: only a sub-frame can show a document that is not allowed in the main frame.
+NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
   const std::string_view address =
       webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   const bool isLink =
@@ -69,37 +74,36 @@ NavigationTarget targetOfOvertaken(WebKitNavigationAction *action) {
 
 }  // namespace
 
-/// A navigation that is being found out about. It outlives its end for as long
-/// as something is to be called back.
+/// The state of one probe. Callbacks that are still pending keep it alive after its end.
 struct WebKitFrameProbe::Attempt {
-  /// Null from the end on.
+  /// Null after the end.
   WebKitFrameProbe *probe = nullptr;
   GObjectPointer<WebKitPolicyDecision> decision;
   WebKitNavigationAction *action = nullptr;
   std::string address;
   bool isRedirect = false;
   bool isLoadedInSubFrame = false;
-  Found found;
+  Report report;
   std::unique_ptr<WebKitUserContentFilter, FilterRelease> filter;
-  /// The decision has been answered.
-  bool isLetGo = false;
+  /// Whether the policy decision has been answered.
+  bool isAllowed = false;
 };
 
 WebKitFrameProbe::WebKitFrameProbe(WebKitWebView *view, const std::string &folder)
     : view_(retain(view)),
       store_(adopt(webkit_user_content_filter_store_new(folder.c_str()))),
-      question_(makeQuestion()),
+      confirmationText_(makeConfirmationText()),
       resourceLoadStarted_(
           view, "resource-load-started", this,
           +[](WebKitFrameProbe *probe, WebKitWebResource *resource) {
             probe->resourceStarted(resource);
           }) {
-  addQuestion(webkit_web_view_get_user_content_manager(view), question_);
+  addConfirmationHandler(webkit_web_view_get_user_content_manager(view), confirmationText_);
 }
 
 WebKitFrameProbe::~WebKitFrameProbe() { endAttempt(); }
 
-void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found found) {
+void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Report report) {
   WebKitNavigationAction *action =
       webkit_navigation_policy_decision_get_navigation_action(decision);
   attempt_ = std::make_shared<Attempt>();
@@ -108,7 +112,7 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found fou
   attempt_->action = action;
   attempt_->address = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   attempt_->isRedirect = webkit_navigation_action_is_redirect(action) != FALSE;
-  attempt_->found = std::move(found);
+  attempt_->report = std::move(report);
 
   const std::string rules = mainFrameFilter(attempt_->address);
   GBytes *bytes = g_bytes_new(rules.data(), rules.size());
@@ -117,21 +121,21 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Found fou
   g_bytes_unref(bytes);
 }
 
-bool WebKitFrameProbe::isAbout(std::string_view address) const {
+bool WebKitFrameProbe::isProbing(std::string_view address) const {
   return attempt_ && attempt_->address == address;
 }
 
 bool WebKitFrameProbe::mayLeave(std::string_view text) {
-  if (!attempt_ || !attempt_->isLetGo || text != question_) return true;
-  found(NavigationTarget::mainFrame);
+  if (!attempt_ || !attempt_->isAllowed || text != confirmationText_) return true;
+  report(NavigationTarget::mainFrame);
   return false;
 }
 
 void WebKitFrameProbe::loadFailed(const char *address, const GError *error) {
-  // After a redirect the address is the first one's, and the failure may wait
-  // for loads in sub-frames: the resource tells that sooner.
+  // A redirect does not match: "load-failed" has the original address then. It also comes
+  // late, after the loads of sub-frames. mainResourceFailed_ handles redirects.
   if (!attempt_ || attempt_->address != address || !isBlocked(error)) return;
-  found(NavigationTarget::mainFrame);
+  report(NavigationTarget::mainFrame);
 }
 
 AsyncFunction WebKitFrameProbe::step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const {
@@ -143,26 +147,27 @@ AsyncFunction WebKitFrameProbe::step(void (WebKitFrameProbe::*method)(GAsyncResu
 void WebKitFrameProbe::filterSaved(GAsyncResult *result) {
   WebKitUserContentFilter *filter =
       webkit_user_content_filter_store_save_finish(store_.get(), result, nullptr);
-  if (filter == nullptr) return found(NavigationTarget::mainFrame);
+  if (filter == nullptr) return report(NavigationTarget::mainFrame);
   attempt_->filter.reset(filter);
   webkit_user_content_manager_add_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                          filter);
-  // A navigation that was answered before may still have its question to ask.
-  roundTrip(view_.get(), ask, step(&WebKitFrameProbe::pageCaughtUp));
+  // A barrier, so that the beforeunload event of an earlier navigation is not taken for one
+  // of this navigation.
+  runBarrier(view_.get(), enableConfirmation, step(&WebKitFrameProbe::confirmationEnabled));
 }
 
-void WebKitFrameProbe::pageCaughtUp(GAsyncResult * /*result*/) {
-  attempt_->isLetGo = true;
+void WebKitFrameProbe::confirmationEnabled(GAsyncResult * /*result*/) {
+  attempt_->isAllowed = true;
   webkit_policy_decision_use(attempt_->decision.get());
-  roundTrip(view_.get(), askNoMore, step(&WebKitFrameProbe::pageDecided));
+  runBarrier(view_.get(), disableConfirmation, step(&WebKitFrameProbe::navigationHandled));
 }
 
-void WebKitFrameProbe::pageDecided(GAsyncResult * /*result*/) {
-  // The filter has the last word on a redirect.
+void WebKitFrameProbe::navigationHandled(GAsyncResult * /*result*/) {
+  // A redirect fires no beforeunload event, and the filter has not blocked it.
   if (attempt_->isRedirect || attempt_->isLoadedInSubFrame) {
-    return found(NavigationTarget::subFrame);
+    return report(NavigationTarget::subFrame);
   }
-  found(targetOfOvertaken(attempt_->action));
+  report(targetWithoutLoad(attempt_->action));
 }
 
 void WebKitFrameProbe::resourceStarted(WebKitWebResource *resource) {
@@ -176,22 +181,23 @@ void WebKitFrameProbe::resourceStarted(WebKitWebResource *resource) {
   mainResourceFailed_ = SignalConnection(
       resource, "failed", this, +[](WebKitFrameProbe *probe, GError *error) {
         if (probe->attempt_ && probe->attempt_->isRedirect && isBlocked(error)) {
-          probe->found(NavigationTarget::mainFrame);
+          probe->report(NavigationTarget::mainFrame);
         }
       });
 }
 
-void WebKitFrameProbe::found(NavigationTarget target) {
+void WebKitFrameProbe::report(NavigationTarget target) {
   const auto attempt = endAttempt();
-  attempt->found(target);
+  attempt->report(target);
 }
 
 std::shared_ptr<WebKitFrameProbe::Attempt> WebKitFrameProbe::endAttempt() {
   if (!attempt_) return nullptr;
   attempt_->probe = nullptr;
-  // Unless it has been let go; a decision that is merely dropped would be.
+  // No effect after webkit_policy_decision_use. A decision that is released without an
+  // answer counts as "use".
   webkit_policy_decision_ignore(attempt_->decision.get());
-  // Another time the same address may be allowed.
+  // A later navigation to the same address may be allowed in the main frame.
   if (attempt_->filter) {
     webkit_user_content_manager_remove_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                               attempt_->filter.get());

@@ -14,38 +14,47 @@
 
 namespace orvel {
 
-/// Finds out whether a navigation that WebKit asks about aims at the main frame,
-/// which it does not tell (2.50).
+/// A probe that determines whether a navigation targets the main frame or a sub-frame.
+/// WebKitGTK 2.50 does not expose that.
 ///
-/// The navigation is let go, in such a way that it can get nowhere in the main
-/// frame. Before a document is left it may ask whether that is meant: the main
-/// frame's, which alone asks in our words, is told no, and stays as it is. Where
-/// there is no such question, as in a redirect, a content filter for the main
-/// frame stops the load before its request is sent; that costs the page the
-/// other loads that it has under way, as any load in the main frame would. What
-/// neither stops and then loads was for a sub-frame, and goes on there. Main
-/// thread only.
+/// The probe allows the navigation, but makes sure that it cannot replace the document of
+/// the main frame:
+/// - A beforeunload handler in the main frame requests a confirmation dialog with a secret
+///   text. When WebKit emits that request, the navigation targets the main frame; the
+///   answer is to stay.
+/// - A redirect fires no beforeunload event. A content filter for the resource type
+///   "top-document" blocks it in the main frame before the request is sent. Like any
+///   main-frame load, this cancels the page's other running loads.
+///
+/// A load that neither of them stops targets a sub-frame, and continues there. Main thread
+/// only.
 class WebKitFrameProbe {
  public:
-  using Found = std::function<void(NavigationTarget)>;
+  /// Receives the target of the navigation.
+  using Report = std::function<void(NavigationTarget)>;
 
-  /// Filters are kept in the folder, which need not exist.
+  /// Content filters are stored in the folder, which need not exist.
   WebKitFrameProbe(WebKitWebView *view, const std::string &folder);
   ~WebKitFrameProbe();
   WebKitFrameProbe(const WebKitFrameProbe &) = delete;
   WebKitFrameProbe &operator=(const WebKitFrameProbe &) = delete;
 
-  /// Whether one is being found out about. No other navigation may be answered
-  /// until then: its question would be taken for this one's.
+  /// Returns whether a probe is running. Until it ends, no other frame navigation may be
+  /// answered: its beforeunload event would be taken for one of the probed navigation.
   bool isBusy() const { return attempt_ != nullptr; }
-  bool isAbout(std::string_view address) const;
-  /// Answers the decision. Where no filter can be kept, as on a full disk, every
-  /// navigation counts as the main frame's. Nothing is called back when the
-  /// page's process ends meanwhile.
-  void start(WebKitNavigationPolicyDecision *decision, Found found);
-  /// A document's question before it is left; false when it is to stay.
+  /// Returns whether a probe for this address is running.
+  bool isProbing(std::string_view address) const;
+  /// Starts a probe, which answers the decision. Calls `report` once, or never when the web
+  /// process terminates first. When the filter cannot be saved, for example on a full disk,
+  /// ignores the navigation and reports the main frame. Must not be called while a probe is
+  /// running.
+  void start(WebKitNavigationPolicyDecision *decision, Report report);
+  /// Answers a beforeunload confirmation with this text: true to leave the document, false
+  /// to stay.
   bool mayLeave(std::string_view text);
+  /// Handles a "load-failed" signal of the view.
   void loadFailed(const char *address, const GError *error);
+  /// Cancels a running probe. Call it when the web process has terminated.
   void processTerminated() { endAttempt(); }
 
  private:
@@ -55,15 +64,15 @@ class WebKitFrameProbe {
   /// then.
   AsyncFunction step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const;
   void filterSaved(GAsyncResult *result);
-  void pageCaughtUp(GAsyncResult *result);
-  void pageDecided(GAsyncResult *result);
+  void confirmationEnabled(GAsyncResult *result);
+  void navigationHandled(GAsyncResult *result);
   void resourceStarted(WebKitWebResource *resource);
-  void found(NavigationTarget target);
+  void report(NavigationTarget target);
   std::shared_ptr<Attempt> endAttempt();
 
   const GObjectPointer<WebKitWebView> view_;
   const GObjectPointer<WebKitUserContentFilterStore> store_;
-  const std::string question_;
+  const std::string confirmationText_;
   std::shared_ptr<Attempt> attempt_;
   const SignalConnection resourceLoadStarted_;
   SignalConnection mainResourceFailed_;

@@ -21,6 +21,7 @@ std::optional<Url> urlOf(WebKitNavigationPolicyDecision *decision) {
   return urlFromWebKit(addressOf(decision));
 }
 
+/// Answers a policy decision.
 void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
   if (policy == NavigationPolicy::allow) {
     webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
@@ -60,9 +61,9 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
   connections_.emplace_back(
       view, "context-menu", this,
       +[](WebKitNavigation *self, WebKitContextMenu *menu, WebKitHitTestResult *target) {
-        WebViewDelegate &delegate = self->delegate_;
-        rebuildContextMenu(menu, target, [&delegate](const char *address) {
-          delegate.createWebView(urlFromWebKit(address));
+        WebViewDelegate &receiver = self->delegate_;
+        rebuildContextMenu(menu, target, [&receiver](const char *address) {
+          receiver.createWebView(urlFromWebKit(address));
         });
         return gboolean{FALSE};
       });
@@ -80,15 +81,16 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
   if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return false;
   auto *navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
   if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
-    // What is allowed asks again, for the window.
+    // When the window is allowed, WebKit emits "create", and the delegate decides again.
     answer(navigation, delegate_.decidePolicy(
                            {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
-  } else if (isCancelledAnywhere(navigation)) {
-    // It gets nowhere and asks nothing, so it need not wait for its turn.
+  } else if (isCancelledInEveryFrame(navigation)) {
+    // It needs no probe and fires no beforeunload event, so it does not wait for a running
+    // probe.
     decideInFrame(navigation);
   } else {
-    waiting_.push_back(retain(navigation));
-    decideWaiting();
+    pending_.push_back(retain(navigation));
+    decidePending();
   }
   return true;
 }
@@ -96,29 +98,29 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
 void WebKitNavigation::downloadStarted(WebKitDownload *download) {
   const std::string address = webkit_uri_request_get_uri(webkit_download_get_request(download));
   webkit_download_cancel(download);
-  // The delegate has been asked about it, or is going to be.
-  if (probe_.isAbout(address) || keptOut_.erase(address) > 0) return;
+  // The delegate has decided about this address, or decides after the probe.
+  if (probe_.isProbing(address) || cancelledAddresses_.erase(address) > 0) return;
   delegate_.createWebView(urlFromWebKit(address.c_str()));
 }
 
-bool WebKitNavigation::isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const {
+bool WebKitNavigation::isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const {
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   if (delegate_.policyFor(action) == NavigationPolicy::allow) return false;
   action.target = NavigationTarget::subFrame;
   return delegate_.policyFor(action) == NavigationPolicy::cancel;
 }
 
-void WebKitNavigation::decideWaiting() {
-  while (!waiting_.empty() && !probe_.isBusy()) {
-    const Decision decision = std::move(waiting_.front());
-    waiting_.pop_front();
+void WebKitNavigation::decidePending() {
+  while (!pending_.empty() && !probe_.isBusy()) {
+    const Decision decision = std::move(pending_.front());
+    pending_.pop_front();
     decideInFrame(decision.get());
   }
 }
 
 void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
   const std::string address = addressOf(decision);
-  keptOut_.erase(address);
+  cancelledAddresses_.erase(address);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;
@@ -128,15 +130,16 @@ void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
   }
   probe_.start(decision, [this, action, address](NavigationTarget target) mutable {
     action.target = target;
-    if (delegate_.decidePolicy(action) == NavigationPolicy::cancel) keptOut_.insert(address);
-    decideWaiting();
+    if (delegate_.decidePolicy(action) == NavigationPolicy::cancel)
+      cancelledAddresses_.insert(address);
+    decidePending();
   });
 }
 
 void WebKitNavigation::processTerminated() {
   probe_.processTerminated();
-  for (const Decision &decision : waiting_) answer(decision.get(), NavigationPolicy::cancel);
-  waiting_.clear();
+  for (const Decision &decision : pending_) answer(decision.get(), NavigationPolicy::cancel);
+  pending_.clear();
 }
 
 }  // namespace orvel

@@ -15,11 +15,13 @@
 
 namespace orvel {
 
-/// Asks a delegate about all that a page or its user wants to go to, and keeps
-/// WebKit from anything that the delegate does not know of: windows of its own
-/// and downloads. Main thread only.
+/// The navigation policy of a web view: the delegate decides about every navigation, new
+/// window and download. WebKit itself never opens a window or saves a download. Main thread
+/// only.
 class WebKitNavigation {
  public:
+  /// Content filters are stored in a sub-folder of the cache folder, which need not exist.
+  /// The delegate must outlive this object.
   WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder, WebViewDelegate &delegate);
   ~WebKitNavigation();
   WebKitNavigation(const WebKitNavigation &) = delete;
@@ -29,8 +31,8 @@ class WebKitNavigation {
   using Decision = GObjectPointer<WebKitNavigationPolicyDecision>;
 
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
-  bool isCancelledAnywhere(WebKitNavigationPolicyDecision *decision) const;
-  void decideWaiting();
+  bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
+  void decidePending();
   void decideInFrame(WebKitNavigationPolicyDecision *decision);
   void downloadStarted(WebKitDownload *download);
   void processTerminated();
@@ -38,11 +40,11 @@ class WebKitNavigation {
   WebViewDelegate &delegate_;
   WebKitFrameProbe probe_;
   WebKitScriptDialogs dialogs_;
-  /// Navigations in a frame, in the order in which they were asked about.
-  std::deque<Decision> waiting_;
-  /// What was kept out of the main frame, and may have been links that download:
-  /// WebKit then still begins to.
-  std::set<std::string> keptOut_;
+  /// Frame navigations that wait for the running probe, in the order of their signals.
+  std::deque<Decision> pending_;
+  /// Addresses that the delegate cancelled after a probe. When the navigation was a link with
+  /// the download attribute, WebKit still starts a download.
+  std::set<std::string> cancelledAddresses_;
   std::vector<SignalConnection> connections_;
 };
 

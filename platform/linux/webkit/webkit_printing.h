@@ -11,11 +11,12 @@
 
 namespace orvel {
 
-/// Opens a print dialog when a page asks for it, and prints the view. WebKit's own print
-/// dialog runs a nested main loop, in which the application cannot quit. This dialog does
-/// not, and scripts of the page continue while it is open. Main thread only.
+/// The print dialog of a web view, which opens when the page calls window.print(). WebKit's
+/// own dialog runs a nested main loop, in which the application cannot quit. This one does
+/// not, and the page's scripts continue while it is open. Main thread only.
 class WebKitPrinting {
  public:
+  /// Handles the print requests of a view.
   explicit WebKitPrinting(WebKitWebView *view);
   ~WebKitPrinting();
   WebKitPrinting(const WebKitPrinting &) = delete;

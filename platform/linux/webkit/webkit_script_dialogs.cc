@@ -7,7 +7,7 @@ namespace orvel {
 
 namespace {
 
-/// Keeps a dialog open, and the page waiting, for as long as it is held.
+/// Returns a reference that keeps a dialog open, and its page suspended, until it is released.
 std::shared_ptr<WebKitScriptDialog> keepOpen(WebKitScriptDialog *dialog) {
   return {webkit_script_dialog_ref(dialog), [](WebKitScriptDialog *held) {
             webkit_script_dialog_close(held);
@@ -44,7 +44,7 @@ void WebKitScriptDialogs::run(WebKitScriptDialog *dialog) {
     case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
       return webkit_script_dialog_confirm_set_confirmed(dialog, mayLeave_(text));
     case WEBKIT_SCRIPT_DIALOG_PROMPT:
-      // Without a text it answers null.
+      // Without webkit_script_dialog_prompt_set_text, prompt() returns null.
       return;
   }
 }

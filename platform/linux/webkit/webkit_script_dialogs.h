@@ -10,12 +10,14 @@
 
 namespace orvel {
 
-/// The dialogs that scripts of a page ask for. Main thread only.
+/// The JavaScript dialogs of a web view. The delegate runs alert() and confirm(); prompt()
+/// returns null. Main thread only.
 class WebKitScriptDialogs {
  public:
-  /// Told the text of each question whether the page may be left, answers it.
+  /// Answers a beforeunload confirmation with this text: true to leave the page.
   using MayLeave = std::function<bool(std::string_view text)>;
 
+  /// The delegate must outlive this object.
   WebKitScriptDialogs(WebKitWebView *view, WebViewDelegate &delegate, MayLeave mayLeave);
   WebKitScriptDialogs(const WebKitScriptDialogs &) = delete;
   WebKitScriptDialogs &operator=(const WebKitScriptDialogs &) = delete;

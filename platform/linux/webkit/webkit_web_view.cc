@@ -55,6 +55,7 @@ void disableCaretToggle(WebKitWebView *view) {
   }
 }
 
+/// Returns WebKit's editing command for a menu action, or null for any other action.
 const char *editingCommand(MenuAction action) {
   switch (action) {
     case MenuAction::undo:
@@ -82,39 +83,39 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
       delegate_(delegate),
       session_(makeSession(configuration.persistentDataStore, environment)),
       view_(makeView(session_.get(), makeSettings(configuration, environment.accelerated).get())),
-      // Connected before the navigation, which lets no other handler know.
-      loadFailed_(g_signal_connect_swapped(
-          view_.get(), "load-failed",
-          G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
+      // Connected before navigation_, whose handler stops the emission.
+      loadFailed_(
+          view_.get(), "load-failed", this,
+          +[](WebKitPageView *page, WebKitLoadEvent, const char *, GError *error) {
             page->loadFailed(error);
             return gboolean{FALSE};
           }),
-          this)),
       cookies_(webkit_network_session_get_cookie_manager(session_.get())),
       navigation_(view_.get(), environment.cacheFolder, delegate),
       printing_(view_.get()),
       authentication_(view_.get()) {
   disableCaretToggle(view_.get());
-  g_signal_connect_swapped(
-      view_.get(), "web-process-terminated",
-      G_CALLBACK(+[](WebKitPageView *page, WebKitWebProcessTerminationReason reason) {
+  connections_.emplace_back(
+      view_.get(), "web-process-terminated", this,
+      +[](WebKitPageView *page, WebKitWebProcessTerminationReason reason) {
         page->processTerminated(reason);
-      }),
-      this);
-  g_signal_connect_swapped(
-      view_.get(), "load-changed",
-      G_CALLBACK(+[](WebKitPageView *page, WebKitLoadEvent event) { page->loadChanged(event); }),
-      this);
-  // Like every load that fails it leaves the page as it was.
+      });
+  connections_.emplace_back(
+      view_.get(), "load-changed", this,
+      +[](WebKitPageView *page, WebKitLoadEvent event) { page->loadChanged(event); });
+  // Suppresses WebKit's error page, so the view keeps its page.
   g_signal_connect(view_.get(), "load-failed-with-tls-errors",
                    G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
-  // The page's process takes longer to start than the window to be made, so it
-  // starts first: nothing but a load or a script begins it.
+  // Starts the web process now, because it takes longer to start than the window. Only a
+  // load or a script starts it.
   webkit_web_view_evaluate_javascript(view_.get(), "", -1, nullptr, nullptr, nullptr, nullptr,
                                       nullptr);
 }
 
-WebKitPageView::~WebKitPageView() { g_signal_handlers_disconnect_by_data(view_.get(), this); }
+WebKitPageView::~WebKitPageView() {
+  // Disconnected before navigation_ is destroyed, which answers pending decisions.
+  loadFailed_ = SignalConnection();
+}
 
 void WebKitPageView::load(const UrlRequest &request) {
   endUnresponsiveProcess();
@@ -128,7 +129,7 @@ void WebKitPageView::load(const UrlRequest &request) {
     }
   }
   webkit_web_view_load_request(view_.get(), message.get());
-  awaited_ = request;
+  pendingRequest_ = request;
 }
 
 void WebKitPageView::loadHtml(std::string_view html) {
@@ -136,14 +137,14 @@ void WebKitPageView::loadHtml(std::string_view html) {
   webkit_web_view_load_html(view_.get(), std::string(html).c_str(), nullptr);
   html_ = html;
   isHtmlShown_ = false;
-  awaited_.reset();
+  pendingRequest_.reset();
 }
 
 void WebKitPageView::reload() {
-  // The process that ended may have taken a load along with it.
-  if (awaited_) {
-    load(UrlRequest(*awaited_));
-    // WebKit would show an empty page in place of one that has no address.
+  // A load may have been lost with a web process that terminated.
+  if (pendingRequest_) {
+    load(UrlRequest(*pendingRequest_));
+    // webkit_web_view_reload would show an empty page instead of HTML without an address.
   } else if (!html_.empty()) {
     loadHtml(std::string(html_));
   } else {
@@ -169,19 +170,18 @@ void WebKitPageView::loadChanged(WebKitLoadEvent event) {
   isHtmlShown_ = g_strcmp0(address, "about:blank") == 0;
   if (isHtmlShown_) return;
   html_.clear();
-  awaited_.reset();
+  pendingRequest_.reset();
 }
 
 void WebKitPageView::loadFailed(const GError *error) {
   if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) return;
-  if (!awaited_) return;
-  awaited_.reset();
-  // The load had cut off a page that was on its way, such as that of an error.
+  if (!pendingRequest_) return;
+  pendingRequest_.reset();
+  // The failed load had cancelled the load of the HTML, such as an error page.
   if (!html_.empty() && !isHtmlShown_) loadHtml(std::string(html_));
 }
 
-// A page that has stopped answering would swallow every load: the way out of it
-// is the user's reload key.
+// An unresponsive web process would not handle the load, so the user could not reload.
 void WebKitPageView::endUnresponsiveProcess() {
   if (!webkit_web_view_get_is_web_process_responsive(view_.get())) {
     webkit_web_view_terminate_web_process(view_.get());

@@ -4,8 +4,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/webkit/webkit_authentication.h"
 #include "platform/linux/webkit/webkit_cookie_store.h"
 #include "platform/linux/webkit/webkit_navigation.h"
@@ -16,15 +18,17 @@
 
 namespace orvel {
 
-/// Where a web view keeps what outlives the process, and how it draws.
+/// The folders and the renderer of a web view.
 struct WebViewEnvironment {
-  /// Folders that need not exist.
+  /// The folder for cookies and website data; it need not exist.
   std::string dataFolder;
+  /// The folder for caches and content filters; it need not exist.
   std::string cacheFolder;
+  /// Whether WebKit may render with the GPU.
   bool accelerated = false;
 };
 
-/// A page shown by WebKitGTK, whose processes run in its sandbox.
+/// A web view of WebKitGTK, whose web processes run in WebKit's sandbox. Main thread only.
 class WebKitPageView final : public WebView {
  public:
   WebKitPageView(const WebViewConfiguration &configuration, const WebViewEnvironment &environment,
@@ -33,15 +37,16 @@ class WebKitPageView final : public WebView {
   WebKitPageView(const WebKitPageView &) = delete;
   WebKitPageView &operator=(const WebKitPageView &) = delete;
 
-  /// WebKitGTK knows no time-out: the request's has no effect here.
+  /// Ignores the request's timeout, because WebKitGTK has none.
   void load(const UrlRequest &request) override;
   void loadHtml(std::string_view html) override;
   void reload() override;
   CookieStore &cookieStore() override { return cookies_; }
 
+  /// Returns the widget that shows the page.
   GtkWidget *widget() const { return GTK_WIDGET(view_.get()); }
-  /// What shows wherever a page paints nothing, and before it paints at all;
-  /// without effect for a view that draws a background of its own.
+  /// Sets the colour where the page paints nothing, and until the page paints. No effect when
+  /// the configuration makes the view draw its own background.
   void setColorBehind(const Color &color);
 
   /// Carries out an editing command of the menu bar in the focused web view, such as the
@@ -58,16 +63,17 @@ class WebKitPageView final : public WebView {
   WebViewDelegate &delegate_;
   const GObjectPointer<WebKitNetworkSession> session_;
   const GObjectPointer<WebKitWebView> view_;
-  const gulong loadFailed_;
+  SignalConnection loadFailed_;
   WebKitCookieStore cookies_;
   WebKitNavigation navigation_;
   WebKitPrinting printing_;
   WebKitAuthentication authentication_;
-  /// The page that was given as text, while that is what is shown or on its way.
+  /// The HTML of the last `loadHtml`, while it is shown or loading; else empty.
   std::string html_;
   bool isHtmlShown_ = false;
-  /// What was to be loaded last, until it is there.
-  std::optional<UrlRequest> awaited_;
+  /// The last request, until its load is committed or fails.
+  std::optional<UrlRequest> pendingRequest_;
+  std::vector<SignalConnection> connections_;
 };
 
 }  // namespace orvel
