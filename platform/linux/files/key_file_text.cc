@@ -40,12 +40,12 @@ std::string keyFileValue(std::string_view text) {
   std::string value;
   for (std::size_t at = 0; at < text.size();) {
     const char *end = nullptr;
-    const bool whole = g_utf8_validate_len(text.data() + at, text.size() - at, &end);
+    const bool isValid = g_utf8_validate_len(text.data() + at, text.size() - at, &end);
     const auto valid = static_cast<std::size_t>(end - text.data());
     for (; at < valid; ++at) {
       appendCharacter(value, text[at], at == 0 || at + 1 == text.size());
     }
-    if (!whole) appendHex(value, static_cast<unsigned char>(text[at++]));
+    if (!isValid) appendHex(value, static_cast<unsigned char>(text[at++]));
   }
   return value;
 }

@@ -27,18 +27,18 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
   }
 
   // Pango stops at a NUL. All control characters have the same break rules.
-  std::string written(text);
-  std::replace(written.begin(), written.end(), '\0', '\x01');
-  const auto size = static_cast<int>(written.size());
+  std::string sanitized(text);
+  std::replace(sanitized.begin(), sanitized.end(), '\0', '\x01');
+  const auto size = static_cast<int>(sanitized.size());
   std::vector<PangoLogAttr> attributes(
-      static_cast<std::size_t>(g_utf8_strlen(written.data(), size)) + 1);
-  pango_default_break(written.data(), size, nullptr, attributes.data(),
+      static_cast<std::size_t>(g_utf8_strlen(sanitized.data(), size)) + 1);
+  pango_default_break(sanitized.data(), size, nullptr, attributes.data(),
                       static_cast<int>(attributes.size()));
   auto attribute = attributes.begin();
-  for (const char *at = written.data(); attribute + 1 != attributes.end();
+  for (const char *at = sanitized.data(); attribute + 1 != attributes.end();
        at = g_utf8_find_next_char(at, nullptr), ++attribute) {
     if (*at == '.' && attribute->is_cursor_position && attribute[1].is_cursor_position) {
-      stops.push_back(static_cast<std::size_t>(at - written.data()));
+      stops.push_back(static_cast<std::size_t>(at - sanitized.data()));
     }
   }
   return stops;

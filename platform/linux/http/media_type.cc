@@ -89,9 +89,9 @@ std::string unaliased(const std::string &type) {
 }  // namespace
 
 std::optional<std::string> usualExtension(std::string_view mediaType) {
-  const std::string written = essence(mediaType);
-  if (written.empty()) return std::nullopt;
-  const std::string type = unaliased(written);
+  const std::string requested = essence(mediaType);
+  if (requested.empty()) return std::nullopt;
+  const std::string type = unaliased(requested);
 
   std::vector<std::string> folders;
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
