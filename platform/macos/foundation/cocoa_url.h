@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/url.h"
+#include "base/url_request.h"
 
 namespace orvel {
 
@@ -17,6 +18,9 @@ NSURL *toCocoa(const Url &url);
 
 /// Returns a URL with the parts that Foundation parses, or nullopt for nil. Any thread.
 std::optional<Url> fromCocoa(NSURL *_Nullable url);
+
+/// Returns the Foundation request for a request. Any thread.
+NSMutableURLRequest *toCocoa(const UrlRequest &request);
 
 /// Returns the file URL of a path. Any thread.
 NSURL *fileUrl(const std::string &path);

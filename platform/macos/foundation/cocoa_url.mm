@@ -1,5 +1,6 @@
 #import "platform/macos/foundation/cocoa_url.h"
 
+#include <chrono>
 #include <limits>
 
 #import "platform/macos/foundation/cocoa_text.h"
@@ -12,6 +13,11 @@ NSURL *toCocoa(const Url &url) {
 }
 
 namespace {
+
+NSURLRequestCachePolicy toCocoa(CachePolicy policy) {
+  return policy == CachePolicy::reloadIgnoringLocalData ? NSURLRequestReloadIgnoringLocalCacheData
+                                                        : NSURLRequestUseProtocolCachePolicy;
+}
 
 /// Returns the port, or nullopt when the URL has none or it does not fit an int.
 std::optional<int> portOf(NSURL *url) {
@@ -29,6 +35,17 @@ std::optional<Url> fromCocoa(NSURL *url) {
              .host = fromCocoa(url.host),
              .port = portOf(url),
              .path = fromCocoa(url.path)};
+}
+
+NSMutableURLRequest *toCocoa(const UrlRequest &request) {
+  const std::chrono::duration<NSTimeInterval> timeout = request.timeout;
+  NSMutableURLRequest *message = [NSMutableURLRequest requestWithURL:toCocoa(request.url)
+                                                         cachePolicy:toCocoa(request.cachePolicy)
+                                                     timeoutInterval:timeout.count()];
+  for (const auto &[name, value] : request.headers) {
+    [message setValue:toCocoa(value) forHTTPHeaderField:toCocoa(name)];
+  }
+  return message;
 }
 
 NSURL *fileUrl(const std::string &path) { return [NSURL fileURLWithPath:toCocoa(path)]; }

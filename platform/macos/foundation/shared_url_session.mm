@@ -3,8 +3,8 @@
 #import <Foundation/Foundation.h>
 
 #import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/cocoa_url.h"
 #import "platform/macos/foundation/redirect_guard.h"
-#import "platform/macos/foundation/url_message.h"
 
 namespace orvel {
 

@@ -1,7 +1,7 @@
 #import "platform/macos/webkit/wk_page_view.h"
 
 #import "platform/macos/foundation/cocoa_text.h"
-#import "platform/macos/foundation/url_message.h"
+#import "platform/macos/foundation/cocoa_url.h"
 
 namespace orvel {
 
