@@ -63,5 +63,5 @@ fi
 # ESLint. Debian has version 6, which cannot parse the syntax that the code uses.
 if [ "${1-}" = lint ] && [ package-lock.json -nt node_modules/.package-lock.json ]; then
   echo 'setup: installing ESLint'
-  npm ci --silent --no-audit --no-fund
+  npm ci --no-audit --no-fund --loglevel=error
 fi
