@@ -11,7 +11,7 @@ namespace {
 /// embeddings, overrides and isolates of the Unicode bidirectional algorithm (UAX 9).
 /// Written as escapes, so that they cannot reorder this source text.
 // NOLINTBEGIN(misc-misleading-bidirectional)
-constexpr std::array<std::string_view, 13> outsideExtensions{
+constexpr std::array<std::string_view, 13> forbiddenInExtension{
     " ",      "\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
     "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
 // NOLINTEND(misc-misleading-bidirectional)
@@ -19,14 +19,14 @@ constexpr std::array<std::string_view, 13> outsideExtensions{
 }  // namespace
 
 FileName splitFileName(std::string_view name) {
-  const auto stop = name.rfind('.');
-  if (stop == std::string_view::npos || stop == 0 || stop + 1 == name.size()) return {name, ""};
-  const std::string_view extension = name.substr(stop);
-  const bool isText = std::any_of(
-      outsideExtensions.begin(), outsideExtensions.end(),
+  const auto dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return {name, ""};
+  const std::string_view extension = name.substr(dot);
+  const bool isForbidden = std::any_of(
+      forbiddenInExtension.begin(), forbiddenInExtension.end(),
       [&](std::string_view mark) { return extension.find(mark) != std::string_view::npos; });
-  if (isText) return {name, ""};
-  return {name.substr(0, stop), extension};
+  if (isForbidden) return {name, ""};
+  return {name.substr(0, dot), extension};
 }
 
 }  // namespace orvel

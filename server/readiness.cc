@@ -62,7 +62,7 @@ void AppDelegate::waitForServer(int tries) {
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
   platform_.http.dataTask(probe, [self = shared_from_this(), tries](const DataReply &reply) {
-    // Only the status counts: a server that sends a response head is ready, even if
+    // Only the status counts: a server that responds with status 200 is ready, even if
     // the body fails.
     self->platform_.mainQueue.post(
         [self, response = reply.response, tries] { self->handleProbe(response, tries); });

@@ -28,11 +28,11 @@ std::vector<std::string> linesOf(const std::string &output) {
 
 void AppDelegate::killStaleServer() {
   auto &processes = platform_.processes;
-  const std::string listing =
+  const std::string listenersCommand =
       "lsof -ti tcp:" + std::to_string(settings_.LOCAL_PORT) + " -sTCP:LISTEN";
 
   bool killed = false;
-  for (const std::string &pid : linesOf(sh(processes, listing))) {
+  for (const std::string &pid : linesOf(sh(processes, listenersCommand))) {
     const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
     // Other programs, and servers of another data root, keep running.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
@@ -43,7 +43,7 @@ void AppDelegate::killStaleServer() {
   if (!killed) return;
 
   for (int check = 0; check < maxPortChecks; ++check) {
-    if (sh(processes, listing).empty()) return;
+    if (sh(processes, listenersCommand).empty()) return;
     platform_.clock.sleep(portCheckInterval);
   }
 }

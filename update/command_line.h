@@ -13,8 +13,8 @@ namespace orvel {
 /// it would end the quoting, and the shell would execute the rest.
 std::optional<std::string> singleQuoted(std::string_view path);
 
-/// Returns the command with the paths inserted, or nullopt when a path cannot be
-/// quoted.
+/// Returns the command line: the first part of the command, the paths in single quotes
+/// separated by spaces, and the second part. Returns nullopt when a path cannot be quoted.
 std::optional<std::string> commandLine(const ShellCommand &command,
                                        const std::vector<std::string> &paths);
 

@@ -5,8 +5,9 @@
 
 namespace orvel {
 
-/// Returns the folder into which a release is unpacked, one for each version, or nullopt
-/// when the version text would lead out of the temporary folder. Any thread.
+/// Returns the folder for unpacking a release of this version. Returns nullopt when the
+/// version contains NUL or ".." as a path component, which would leave the temporary folder.
+/// Any thread.
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
 
 }  // namespace orvel

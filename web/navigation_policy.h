@@ -24,9 +24,9 @@ struct NavigationDecision {
 };
 
 /// Decides on a navigation. The web view shows only pages of the server at `baseURL`,
-/// which ends in "/", and "about:" pages. Other URLs open outside the application, and
-/// exports and files of the server are downloaded; a file in an embedded frame is shown
-/// there. Any thread.
+/// which ends in "/", and "about:" pages. Exports and files of the server are downloaded;
+/// a file in an embedded frame is shown there. Other http, https, mailto and tel URLs open
+/// outside the application, and all others are cancelled. Any thread.
 NavigationDecision decideNavigation(const NavigationAction &action, std::string_view baseURL);
 
 /// Decides on a URL that a page opens in a new window: the application has only one

@@ -17,7 +17,7 @@ std::string temporaryFileWith(const std::string &text) {
   std::string path = (std::filesystem::temp_directory_path() / "orvel-download-XXXXXX").string();
   FileHandle file(::mkstemp(path.data()));
   if (file.descriptor() < 0 || !file.write(text)) {
-    throw std::runtime_error("no temporary file: " + path);
+    throw std::runtime_error("cannot write a temporary file: " + path);
   }
   return path;
 }

@@ -15,9 +15,9 @@
 
 namespace orvel {
 
-/// Virtual time and a task queue. The tasks of the main thread, of background threads and
-/// of the simulated outside world all run on the test's thread, in the order of their due
-/// times and then of their posting.
+/// Virtual time and a task queue. Runs the tasks of the main thread and of background threads,
+/// and simulated events such as responses and process exits, all on the test's thread, by due
+/// time and then in posting order.
 class FakeScheduler {
  public:
   using Duration = std::chrono::milliseconds;
@@ -38,8 +38,8 @@ class FakeScheduler {
   void advance(Duration duration);
   /// Runs the tasks that are due now, including those that they post.
   void runUntilIdle();
-  /// Runs tasks and advances the time until the condition is true. Returns false when the
-  /// time limit has passed or no task is left.
+  /// Runs tasks and advances the time until the condition is true. Returns false when no
+  /// task is due within the time limit.
   bool runUntil(const std::function<bool()> &condition, Duration limit);
   /// Returns the time until the next task is due, or nullopt when there is no task.
   std::optional<Duration> nextDue() const;

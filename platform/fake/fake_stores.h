@@ -36,7 +36,7 @@ class FakeUserDefaults final : public UserDefaults {
   Record &record_;
 };
 
-/// Locations that a test sets, with real folders for replaceItem.
+/// Paths that a test sets. Only replaceItem and canReplaceItem access the disk.
 class FakeLocations final : public Locations {
  public:
   explicit FakeLocations(Record &record) : record_(record) {}

@@ -48,7 +48,8 @@ void PosixChildProcess::awaitExit() {
            errno == EINTR) {
     }
     if (reap()) return;
-    // Another thread or a tracer changed the child's state. Avoids a busy loop.
+    // waitid returned, but the child cannot be reaped yet, for example because a tracer has
+    // it. Avoids a busy loop.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
 }

@@ -7,7 +7,7 @@ namespace {
 
 using BundleContract = ContractTest;
 
-TEST_P(BundleContract, MissingEntryIsAbsent) {
+TEST_P(BundleContract, MissingEntryHasNoText) {
   EXPECT_EQ(platform->ports().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
   EXPECT_EQ(platform->ports().bundle.infoText(""), std::nullopt);
 }

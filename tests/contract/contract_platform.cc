@@ -2,13 +2,13 @@
 
 namespace orvel {
 
-std::vector<PlatformUnderContract> platformsUnderContract() {
-  auto platforms = desktopsUnderContract();
+std::vector<PlatformUnderTest> platformsUnderTest() {
+  auto platforms = realPlatformsUnderTest();
   platforms.push_back({"Fake", makeFakeContractPlatform});
   return platforms;
 }
 
-std::vector<PlatformUnderContract> desktopsUnderContract() {
+std::vector<PlatformUnderTest> realPlatformsUnderTest() {
 #if defined(__APPLE__)
   return {{"MacOS", makeMacosContractPlatform}};
 #else

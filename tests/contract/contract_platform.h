@@ -52,7 +52,7 @@ class ContractPlatform {
 };
 
 /// A platform of this build, with its name.
-struct PlatformUnderContract {
+struct PlatformUnderTest {
   std::string name;
   std::function<std::unique_ptr<ContractPlatform>()> make;
 };
@@ -65,12 +65,12 @@ std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 #endif
 
 /// Returns every platform of this build.
-std::vector<PlatformUnderContract> platformsUnderContract();
+std::vector<PlatformUnderTest> platformsUnderTest();
 /// Returns the platforms that open real connections.
-std::vector<PlatformUnderContract> desktopsUnderContract();
+std::vector<PlatformUnderTest> realPlatformsUnderTest();
 
 /// The base of the contract suites. Each test has a new platform.
-class ContractTest : public testing::TestWithParam<PlatformUnderContract> {
+class ContractTest : public testing::TestWithParam<PlatformUnderTest> {
  protected:
   MainQueue &queue() const { return platform->ports().mainQueue; }
   bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
@@ -78,12 +78,12 @@ class ContractTest : public testing::TestWithParam<PlatformUnderContract> {
   const std::unique_ptr<ContractPlatform> platform = GetParam().make();
 };
 
-inline std::string platformName(const testing::TestParamInfo<PlatformUnderContract> &platform) {
+inline std::string platformName(const testing::TestParamInfo<PlatformUnderTest> &platform) {
   return platform.param.name;
 }
 
 }  // namespace orvel
 
-#define INSTANTIATE_ON_EVERY_PLATFORM(suite)                                                  \
-  INSTANTIATE_TEST_SUITE_P(EveryPlatform, suite, testing::ValuesIn(platformsUnderContract()), \
+#define INSTANTIATE_ON_EVERY_PLATFORM(suite)                                              \
+  INSTANTIATE_TEST_SUITE_P(EveryPlatform, suite, testing::ValuesIn(platformsUnderTest()), \
                            platformName)

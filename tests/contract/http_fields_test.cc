@@ -164,7 +164,7 @@ TEST_P(HttpFieldsContract, RedirectBackToFirstOriginReceivesNoFields) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryDesktop, HttpFieldsContract,
-                         testing::ValuesIn(desktopsUnderContract()), platformName);
+                         testing::ValuesIn(realPlatformsUnderTest()), platformName);
 
 }  // namespace
 }  // namespace orvel

@@ -1,4 +1,4 @@
-// Several starts of the application.
+// Multiple instances of the application.
 
 import assert from 'node:assert/strict';
 
@@ -9,7 +9,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-test('a second start raises the first window and ends', (user, screen) =>
+test('a second instance raises the first window and exits', (user, screen) =>
   withSessionBus(async (environment) => {
     const first = await user.startAndShowPage({ environment });
     const window = await screen.awaitWindow();
@@ -25,7 +25,7 @@ test('a second start raises the first window and ends', (user, screen) =>
     assert.equal(user.root.events('started').length, 1);
     assert.equal(first.exit, null);
 
-    // The quit releases the bus name.
+    // Quitting releases the bus name, so that a new instance can own it.
     await user.quit(first);
     await user.startAndShowPage({ environment });
     await user.quit();
@@ -43,7 +43,7 @@ test('the application survives the end of the session bus', (user, screen) =>
     await user.quit(run);
   }));
 
-test('without a session bus each start opens a window', async (user, screen) => {
+test('without a session bus each instance opens a window', async (user, screen) => {
   const first = await user.startAndShowPage();
   const second = await user.startAndShowPage();
   await screen.awaitWindowCount(2);

@@ -66,7 +66,7 @@ test('a page is printed to a PDF file', async (user, screen) => {
   await user.quit();
 });
 
-test('the page gets beforeprint and afterprint, and neither for a cancelled dialog',
+test('printing fires beforeprint and afterprint, and cancelling the dialog fires neither',
   async (user, screen) => {
     const layout = await user.startWithPage(`${page}<script>
       onbeforeprint = () => report('print', 'before');
@@ -85,33 +85,33 @@ test('the page gets beforeprint and afterprint, and neither for a cancelled dial
 
 /// Opens a page's print dialog with a print server that is closed at the end of the test.
 async function openDialogWithPrinter(user, screen) {
-  const printers = await PrintServer.open('Archive');
-  user.cleanups.push(() => printers.close());
+  const printServer = await PrintServer.open('Archive');
+  user.cleanups.push(() => printServer.close());
   const layout = await user.startWithPage(page, {}, {
-    environment: { CUPS_SERVER: printers.address },
+    environment: { CUPS_SERVER: printServer.address },
   });
   await screen.clickElement(layout, 'open');
-  return printers;
+  return printServer;
 }
 
 test('a page is printed on a printer', async (user, screen) => {
-  const printers = await openDialogWithPrinter(user, screen);
+  const printServer = await openDialogWithPrinter(user, screen);
   await printOn(1, screen);
-  await waitFor('a document', () => printers.documents().length > 0);
+  await waitFor('a document', () => printServer.documents().length > 0);
   await user.quit();
   await user.assertNothingLeft();
-  assert.equal(printers.documents().length, 1);
-  assert.deepEqual(pageTexts(printers.documents()[0]), texts);
+  assert.equal(printServer.documents().length, 1);
+  assert.deepEqual(pageTexts(printServer.documents()[0]), texts);
 });
 
 test('a printer that hangs does not delay quitting', async (user, screen) => {
-  const printers = await openDialogWithPrinter(user, screen);
+  const printServer = await openDialogWithPrinter(user, screen);
   const position = await printerPosition(1, screen, await screen.awaitSecondWindow());
   await waitFor('an enabled button', async () => {
     await screen.click(...position);
     return canPrint(screen, position);
   }, { every: 300 });
-  printers.hang();
+  printServer.hang();
   await waitFor('the end of the print dialog', async () => {
     await screen.pressKeys('alt+p');
     return (await screen.windowCount()) === 1;
@@ -131,7 +131,7 @@ test('a page that prints in a loop gets one dialog', async (user, screen) => {
   await user.quit();
 });
 
-test('the print dialog closes when its page is left', async (user, screen) => {
+test('the print dialog closes when the page navigates away', async (user, screen) => {
   const routes = { '/other': { page: 'other page' } };
   const layout = await user.startWithPage(`${button('open', 'print(); setInterval(check, 50)')}
     <script>

@@ -246,7 +246,7 @@ TEST_P(ChildExit, ConcurrentLaunchesAreIndependent) {
   EXPECT_FALSE(hasZombie());
 }
 
-INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), endsWithParentName);
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), launcherName);
 
 }  // namespace
 }  // namespace orvel

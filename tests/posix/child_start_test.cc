@@ -22,7 +22,7 @@ class ChildStart : public testing::TestWithParam<bool> {
   LauncherUnderTest launcher_{GetParam()};
 };
 
-TEST_P(ChildStart, EnvironmentIsThatOfLauncherWithChanges) {
+TEST_P(ChildStart, ChangesAreAppliedToLauncherEnvironment) {
   LauncherUnderTest launcher(GetParam(), {{"HOME", "/home/a=b"}, {"PORT", "1"}, {"EMPTY", ""}});
   auto request = program("/usr/bin/env");
   request.environmentChanges = {{"PORT", "4767"}, {"PATH", "/a:/b"}};
@@ -56,7 +56,7 @@ TEST_P(ChildStart, WorkingDirectoryIsSet) {
   EXPECT_EQ(run(launcher_, request).output, folder.path().string() + "\n");
 }
 
-TEST_P(ChildStart, AbsentOrEmptyWorkingDirectoryIsInherited) {
+TEST_P(ChildStart, UnsetOrEmptyWorkingDirectoryIsThatOfParent) {
   auto request = program("/bin/sh", {"-c", "pwd -P"});
   const std::string expected = std::filesystem::canonical(".").string() + "\n";
   EXPECT_EQ(run(launcher_, request).output, expected);
@@ -92,7 +92,7 @@ class IgnoredSignals {
   sigset_t maskBefore_;
 };
 
-TEST_P(ChildStart, SignalsIgnoredAndBlockedByParentEndChild) {
+TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
   const IgnoredSignals ignored(signals);
@@ -148,7 +148,7 @@ TEST_P(LaunchFailure, UnrunnableProgramIsReported) {
   EXPECT_EQ(errorOf(program(script)), script + ": " + description(ENOENT));
 }
 
-TEST_P(LaunchFailure, ProgramIsNotSearchedInPath) {
+TEST_P(LaunchFailure, ProgramIsNotLookedUpInPATH) {
   EXPECT_EQ(errorOf(program("sh", {"-c", "exit 0"})), "sh: " + description(ENOENT));
   EXPECT_EQ(errorOf(program("")), ": " + description(ENOENT));
 }
@@ -184,8 +184,8 @@ TEST_P(LaunchFailure, OversizedArgumentsAreReported) {
             "/bin/sh: " + description(E2BIG));
 }
 
-INSTANTIATE_TEST_SUITE_P(Launcher, ChildStart, testing::Bool(), endsWithParentName);
-INSTANTIATE_TEST_SUITE_P(Launcher, LaunchFailure, testing::Bool(), endsWithParentName);
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildStart, testing::Bool(), launcherName);
+INSTANTIATE_TEST_SUITE_P(Launcher, LaunchFailure, testing::Bool(), launcherName);
 
 }  // namespace
 }  // namespace orvel

@@ -152,7 +152,7 @@ TEST_P(ChildStreams, NullHandleFailsLaunch) {
   EXPECT_EQ(launcher_.launch(request).error, "/bin/sh: " + description(EBADF));
 }
 
-INSTANTIATE_TEST_SUITE_P(Launcher, ChildStreams, testing::Bool(), endsWithParentName);
+INSTANTIATE_TEST_SUITE_P(Launcher, ChildStreams, testing::Bool(), launcherName);
 
 }  // namespace
 }  // namespace orvel

@@ -53,7 +53,7 @@ class LauncherUnderTest final : public ProcessLauncher {
 };
 
 /// Returns the test name suffix for the parameter.
-inline std::string endsWithParentName(const testing::TestParamInfo<bool> &endsWithParent) {
+inline std::string launcherName(const testing::TestParamInfo<bool> &endsWithParent) {
   return endsWithParent.param ? "EndsWithParent" : "Independent";
 }
 

@@ -103,8 +103,12 @@ KeyFileUserDefaults::FileVersion KeyFileUserDefaults::FileVersion::of(const std:
   return {.device = status.st_dev,
           .inode = status.st_ino,
           .size = status.st_size,
-          .modifiedSeconds = status.st_mtim.tv_sec,
-          .modifiedNanoseconds = status.st_mtim.tv_nsec};
+          .changeSeconds = status.st_ctim.tv_sec,
+          .changeNanoseconds = status.st_ctim.tv_nsec};
+}
+
+bool KeyFileUserDefaults::FileVersion::isSettled() const {
+  return std::time(nullptr) - changeSeconds > 1;
 }
 
 KeyFileUserDefaults::KeyFileUserDefaults(std::string path) : path_(std::move(path)) {}
@@ -125,8 +129,10 @@ const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
   if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
   entries_ = entriesOf(loaded.file.get());
-  // A file may become readable without a change of its version.
-  cachedVersion_ = loaded.unreadable ? std::nullopt : std::optional(version);
+  const bool appearedMeanwhile = version == FileVersion() && !entries_.empty();
+  cachedVersion_.reset();
+  // Whether a file can be read depends on more than its version, such as a free descriptor.
+  if (!loaded.unreadable && !appearedMeanwhile && version.isSettled()) cachedVersion_ = version;
   return entries_;
 }
 

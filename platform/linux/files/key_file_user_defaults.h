@@ -33,10 +33,14 @@ class KeyFileUserDefaults final : public UserDefaults {
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
-    std::time_t modifiedSeconds = 0;
-    long modifiedNanoseconds = 0;
+    /// The time of the last change of the contents or the permissions.
+    std::time_t changeSeconds = 0;
+    long changeNanoseconds = 0;
 
     static FileVersion of(const std::string &path);
+    /// Returns whether every later change gets another version. File systems round times,
+    /// so two changes within a moment may have the same one.
+    bool isSettled() const;
     bool operator==(const FileVersion &) const = default;
   };
 

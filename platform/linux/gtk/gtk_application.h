@@ -34,7 +34,7 @@ class GtkApplicationHost final : public Application {
   void replyToShouldTerminate() override;
 
   /// Asks the delegate to terminate the application: the menu, a closed window and a signal
-  /// all come here. Ignored while an earlier request waits for its reply.
+  /// all come here. Every request but the first is ignored.
   void terminate() override;
   /// Call it when the last window has closed. Calls `terminate` if the delegate requires that.
   void lastWindowClosed();

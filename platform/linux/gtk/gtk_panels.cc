@@ -255,7 +255,11 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
 }
 
 void GtkPanels::close(const AlertWindow &alert) {
-  std::erase_if(alerts_, [&](const auto &each) { return each.get() == &alert; });
+  const auto found = std::find_if(alerts_.begin(), alerts_.end(),
+                                  [&](const auto &each) { return each.get() == &alert; });
+  // Destroyed last: gtk_window_destroy runs signal handlers.
+  const std::unique_ptr<AlertWindow> closed = std::move(*found);
+  alerts_.erase(found);
 }
 
 }  // namespace orvel

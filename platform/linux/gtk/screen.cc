@@ -64,8 +64,8 @@ void MonitorWatch::watchWorkArea() {
         const bool isWorkArea = event->type == PropertyNotify &&
                                 event->xproperty.atom ==
                                     gdk_x11_get_xatom_by_name_for_display(display, "_NET_WORKAREA");
-        if (!isRoot || !(isWorkArea || event->type == ConfigureNotify)) return FALSE;
-        if (watch->workAreaSource_ != 0) return FALSE;
+        const bool isChange = isWorkArea || event->type == ConfigureNotify;
+        if (!isRoot || !isChange || watch->workAreaSource_ != 0) return FALSE;
         // Deferred, because GDK handles the event after this handler.
         watch->workAreaSource_ = g_idle_add_once(
             +[](gpointer data) {

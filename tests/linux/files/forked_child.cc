@@ -76,7 +76,8 @@ bool disableRenameFlag(unsigned flag) {
   try {
     succeeded = task();
   } catch (const std::exception &error) {
-    std::cerr << error.what() << std::endl;
+    // std::cerr is unbuffered.
+    std::cerr << error.what() << '\n';
   }
   ::_exit(succeeded ? success : failure);
 }

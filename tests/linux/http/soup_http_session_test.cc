@@ -164,7 +164,7 @@ TEST(SoupHttpSession, DestructionWaitsForBlockingCompletion) {
 }
 
 TEST(SoupHttpSession, UnusedSessionIsDestroyed) {
-  for (int round = 0; round < 20; ++round) SoupHttpSession session;
+  for (int round = 0; round < 20; ++round) const SoupHttpSession session;
 }
 
 }  // namespace
