@@ -53,7 +53,7 @@ TEST_P(HttpDownloadContract, FileIsRemovedAfterCompletion) {
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);
   // The completion may not have returned yet.
-  EXPECT_TRUE(runUntil([&] { return !std::filesystem::exists(*download.file); }));
+  EXPECT_TRUE(runUntil([&file = *download.file] { return !std::filesystem::exists(file); }));
 }
 
 TEST_P(HttpDownloadContract, MovedFileIsKept) {
