@@ -11,7 +11,7 @@ class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
 
-  /// Returns the stored text, or nullopt when there is none. Any thread.
+  /// Returns the stored text, or nullopt. Any thread.
   virtual std::optional<std::string> text(std::string_view key) const = 0;
   /// Stores a text atomically: a kill at any moment leaves either the old text or the
   /// new one. A text that cannot be written is kept until the process ends. Any thread.

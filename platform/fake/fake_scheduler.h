@@ -59,7 +59,7 @@ class FakeScheduler {
     std::function<void()> work;
   };
 
-  /// Runs the first task that is due by `latest`. Returns false when there is none.
+  /// Runs the first task that is due by `latest`. Returns whether there was one.
   bool runNext(Duration latest, bool mainMayRun);
 
   Record &record_;

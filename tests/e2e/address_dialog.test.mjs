@@ -14,7 +14,7 @@ const title = 'Adres van het OS';
 const refusal = 'Dat is geen geldig adres.';
 const localAddress = 'http://127.0.0.1:4767/';
 
-/// Returns the stored address, or undefined if there is none.
+/// Returns the stored address, or undefined.
 function storedAddress(user) {
   if (!existsSync(user.defaultsFile)) return undefined;
   return /^osURL=(.*)$/m.exec(readFileSync(user.defaultsFile, 'utf8'))?.[1];
@@ -153,9 +153,7 @@ test('a preset online address is shown, and its cookie is for https only', async
 
   assert.deepEqual(user.root.record(), [], 'no local server is started');
   assert.ok(!existsSync(user.root.log));
-  const begin = Date.now();
-  const took = await user.quit() - begin;
-  assert.ok(took < 2000, `quitting took ${took} ms`);
+  await user.quit();
 });
 
 test('a stored address wins over the preset', { plist: { ORVELOSURL: 'http://127.0.0.3:9/' } },

@@ -122,10 +122,8 @@ for (const action of ['the quit key', 'SIGTERM']) {
           if (round < 4) await screen.pressKeys('Return');
         }
       }
-      const begin = Date.now();
       await quitActions[action](run, screen);
-      const took = await user.awaitCleanExit(run) - begin;
-      assert.ok(took < 3000, `the application ended after ${took} ms`);
+      await user.awaitCleanExit(run);
       assert.equal(user.root.events('stopped').length, 1);
     });
   }

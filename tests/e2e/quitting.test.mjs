@@ -56,19 +56,17 @@ for (const action of ['the quit key', 'the close key', 'SIGTERM']) {
       // A second request to quit has no effect.
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;
-      assert.ok(took > 2800 && took < 6000, `the application ended after ${took} ms`);
+      assert.ok(took > 2800, `the application ended after ${took} ms`);
       await waitFor('the end of the server', () => !isRunning(pid));
       assert.deepEqual(signals(user), ['SIGTERM']);
     });
 
-  test(`${action} ends the application at once without a server`, { behaviour: null },
+  test(`${action} ends the application without a server`, { behaviour: null },
     async (user, screen) => {
       const run = user.start();
       await screen.awaitPageText((page) => page.includes('Deze Mac'));
-      const begin = Date.now();
       await quit(run, screen);
-      const took = await user.awaitCleanExit(run) - begin;
-      assert.ok(took < 2000, `the application ended after ${took} ms`);
+      await user.awaitCleanExit(run);
     });
 }
 

@@ -14,11 +14,11 @@ async function assertErrorPage(screen, words, expected, timeout = 40_000) {
   assert.equal(await screen.awaitPageText((page) => page.includes(words), { timeout }), expected);
 }
 
-/// Fails unless the probes were sent with this interval in ms.
+/// Fails if the probes were sent with a shorter interval than this one, in ms.
 function assertInterval(probes, interval) {
   const took = probes.at(-1).time - probes[0].time;
   const least = (probes.length - 1) * interval - 50;
-  assert.ok(took >= least && took < 25_000, `${probes.length} probes took ${took} ms`);
+  assert.ok(took >= least, `${probes.length} probes took ${took} ms`);
 }
 
 test('a local server is probed 61 times, every 250 ms', { behaviour: { neverListens: true } },
@@ -56,7 +56,7 @@ test('a server that never listens is reported after 15 seconds and keeps running
     await assertErrorPage(screen, 'reageert', noReply);
     const took = Date.now() - time;
     await saveScreenshot('error-no-answer');
-    assert.ok(took >= 14_500 && took < 25_000, `reported after ${took} ms`);
+    assert.ok(took >= 14_500, `reported after ${took} ms`);
     assert.deepEqual(user.root.events('started').map((line) => line.pid), [pid]);
     assert.deepEqual(user.root.events('signal'), []);
     await user.quit();

@@ -85,7 +85,7 @@ std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
   return found;
 }
 
-/// Activates the shortcut of the window for a key. Returns false when there is none.
+/// Activates the shortcut of the window for a key. Returns whether the window has one.
 bool activateShortcut(::GtkWindow *window, guint key) {
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
   for (guint place = 0; place < g_list_model_get_n_items(controllers.get()); ++place) {

@@ -88,7 +88,7 @@ export class Framebuffer {
   }
 }
 
-/// Returns the Paeth predictor (PNG specification, section 9.4).
+/// Returns the Paeth predictor (W3C PNG, section 9.4).
 function paeth(left, above, corner) {
   const [a, b, c] = [above - corner, left - corner, left + above - 2 * corner].map(Math.abs);
   if (a <= b && a <= c) return left;

@@ -41,7 +41,7 @@ class GtkApplicationHost final : public Application {
 
   /// Makes a window the main window of this application.
   void addWindow(GtkWindow *window);
-  /// Returns the parent window for dialogs, or null when there is none.
+  /// Returns the parent window for dialogs, or null.
   GtkWindow *mainWindow() const { return mainWindow_; }
   /// Returns whether the termination can no longer be deferred.
   bool terminationProceeds() const { return terminationProceeds_; }

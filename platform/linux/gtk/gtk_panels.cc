@@ -1,5 +1,6 @@
 #include "platform/linux/gtk/gtk_panels.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>

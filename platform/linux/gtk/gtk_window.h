@@ -33,7 +33,7 @@ class GtkMainWindow final : public Window {
   GtkWindow *handle() const { return window_; }
 
  private:
-  /// Returns the visible frame of the window's monitor, or nullopt when there is none.
+  /// Returns the visible frame of the window's monitor, or nullopt without a monitor.
   std::optional<Rect> visibleArea() const;
   void restoreFrame(const WindowConfiguration &configuration);
   void fitMinimumSize();

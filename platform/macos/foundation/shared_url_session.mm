@@ -18,7 +18,7 @@ NSURLRequest *messageOf(const UrlRequest &request) {
   return message;
 }
 
-/// Returns the head of a response, or nullopt when there is none or it is not HTTP.
+/// Returns the head of a response, or nullopt for nil and for other protocols.
 std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   if (![response isKindOfClass:NSHTTPURLResponse.class]) return std::nullopt;
   auto *http = static_cast<NSHTTPURLResponse *>(response);
