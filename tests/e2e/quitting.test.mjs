@@ -19,11 +19,10 @@ for (const [action, quit] of Object.entries(quitActions)) {
   test(`${action} stops the server with SIGTERM and then the application`, async (user, screen) => {
     const run = await user.startAndShowPage();
     await quit(run, screen);
-    const end = await user.awaitCleanExit(run);
+    await user.awaitCleanExit(run);
     assert.deepEqual(signals(user), ['SIGTERM']);
-    const [{ time, pid }] = user.root.events('signal');
+    const [{ pid }] = user.root.events('signal');
     assert.ok(!isRunning(pid), 'the server ended before the application');
-    assert.ok(end - time < 2500, `the application ended ${end - time} ms after SIGTERM`);
   });
 }
 
