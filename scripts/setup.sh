@@ -34,7 +34,7 @@ packages=(
   x11-xserver-utils xsettingsd
 )
 
-[ "${1-}" != lint ] || packages+=(clang-format-19 clang-tidy-19 shellcheck)
+[ "${1-}" != lint ] || packages+=(clang-format-19 clang-tidy-19 libclang-rt-19-dev shellcheck)
 
 missing=()
 for package in "${packages[@]}"; do

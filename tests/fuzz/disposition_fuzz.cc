@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   const auto [disposition, mediaType, address] = fuzz::linesOf<3>(fuzz::bytesOf(data, size));
   // A header field never holds NUL.
   if (fuzz::bytesOf(data, size).find('\0') != std::string_view::npos) return 0;
-  Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
+  const Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
   const FileHead head{.contentDisposition = std::string(disposition),
                       .mediaType = std::string(mediaType)};
   static const bool isReplaced = replaceMimeDatabase();

@@ -90,7 +90,7 @@ void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });
   if (!isVisible || address.find_first_of("?#") != std::string::npos) return;
-  std::string rules = mainFrameFilter(address);
+  const std::string rules = mainFrameFilter(address);
   fuzz::require(parseJsonTexts("{\"rules\":" + rules + "}").has_value(), "rules are JSON");
   bool isFiltered = false;
   bool isFilteredWithQuery = false;

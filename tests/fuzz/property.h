@@ -14,7 +14,7 @@ namespace orvel::fuzz {
 /// Aborts when a property does not hold, so that the fuzzer reports the input.
 inline void require(bool holds, const char *property) {
   if (holds) return;
-  std::cerr << "violated property: " << property << std::endl;
+  std::cerr << "violated property: " << property << '\n';
   std::abort();
 }
 
