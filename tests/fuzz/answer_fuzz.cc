@@ -7,6 +7,7 @@
 #include <future>
 #include <string>
 
+#include "base/ascii.h"
 #include "platform/linux/files/file_bytes.h"
 #include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/http/soup_http_session.h"
@@ -113,7 +114,7 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
   for (std::string_view line : fuzz::piecesOf(head)) {
     if (line.ends_with('\r')) line.remove_suffix(1);
     if (line.size() <= name.size() || line[name.size()] != ':' ||
-        g_ascii_strncasecmp(line.data(), name.data(), name.size()) != 0) {
+        !equalIgnoringAsciiCase(line.substr(0, name.size()), name)) {
       continue;
     }
     line.remove_prefix(name.size() + 1);
