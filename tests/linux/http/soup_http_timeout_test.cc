@@ -33,7 +33,7 @@ TEST(SoupHttpTimeout, RequestWithoutResponseTimesOut) {
   const LoopbackServer server(stallAfter(""));
   const auto took = timeToFail(server.url(), milliseconds(350));
   EXPECT_GE(took, milliseconds(350));
-  // Far below the default timeout, and long enough for a busy machine.
+  // Far below the default timeout of 60 seconds, and long enough for a busy machine.
   EXPECT_LT(took, milliseconds(20'000));
 }
 
@@ -52,6 +52,7 @@ TEST(SoupHttpTimeout, ConnectingCountsTowardsTimeout) {
   port.fillBacklog();
   const auto took = timeToFail(port.url(), milliseconds(300));
   EXPECT_GE(took, milliseconds(300));
+  // As above: only a request that ignores its own timeout takes this long.
   EXPECT_LT(took, milliseconds(20'000));
 }
 
