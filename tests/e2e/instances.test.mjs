@@ -36,9 +36,15 @@ test('the application survives the end of the session bus', (user, screen) =>
     const run = await user.startAndShowPage({ environment });
     kill(bus.pid);
     await waitFor('the end of the bus', () => !isRunning(bus.pid));
+    // GDBus ends WebKit's network process with the bus. The web process fails a load that it
+    // requests before it has noticed.
+    await waitFor('the end of the network process',
+      () => user.processesNamed('WebKitNetworkProcess').length === 0);
     const before = user.root.requests('/').length;
-    await screen.pressKeys('ctrl+r');
-    await waitFor('a reload', () => user.root.requests('/').length > before);
+    await waitFor('a reload', async () => {
+      await screen.pressKeys('ctrl+r');
+      return user.root.requests('/').length > before;
+    }, { every: 1000 });
     assert.equal(run.exit, null);
     await user.quit(run);
   }));
