@@ -1,11 +1,33 @@
 #!/usr/bin/env bash
-# Builds the application and all tests, and runs them.
+# Builds the application and runs the tests. Prints each step with the time since the start.
 #
-#   ./scripts/test.sh         everything: the default build and its tests, the linters, then
-#                             the C++ tests with each sanitizer and with Clang
-#   ./scripts/test.sh quick   the default build and its tests
+#   ./scripts/test.sh       the tests that tell whether the application works: C++ tests,
+#                           essential end-to-end tests, the demo server
+#   ./scripts/test.sh all   every test, the linters, both sanitizers, Clang with the fuzz
+#                           targets, and a sample of mutants
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+case "${1-}" in
+  '' | all) ;;
+  *)
+    echo "test: usage: scripts/test.sh [all]" >&2
+    exit 2
+    ;;
+esac
+
+step() { printf '\n== %d:%02d %s\n' $((SECONDS / 60)) $((SECONDS % 60)) "$*"; }
+
+# build_and_test PRESET [TEST_PRESET]
+build_and_test() {
+  step "build: $1"
+  cmake --preset "$1" >/dev/null
+  cmake --build --preset "$1"
+  step "tests: ${2:-$1}"
+  ctest --preset "${2:-$1}" -j "$(nproc)"
+}
+
+step "packages"
 scripts/setup.sh
 
 # WebKit's sandbox needs the permission to create namespaces, which some containers do
@@ -15,23 +37,15 @@ if ! bwrap --ro-bind / / true 2>/dev/null; then
   export WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS=1
 fi
 
-step() { printf '\n== %s\n' "$*"; }
-
-build_and_test() {
-  local preset=$1
-  step "build: $preset"
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" -- --quiet
-  step "tests: $preset"
-  ctest --preset "$preset" -j "$(nproc)"
-}
+if [ "${1-}" != all ]; then
+  build_and_test default essential
+  step "passed"
+  exit
+fi
 
 build_and_test default
-if [ "${1:-}" = quick ]; then exit 0; fi
-
-step "formatting and static analysis"
+step "linters"
 scripts/setup.sh lint
 scripts/lint.sh
-
 for preset in asan tsan clang; do build_and_test "$preset"; done
-step "all tests passed"
+step "all passed"
