@@ -2,7 +2,7 @@
 
 namespace orvel {
 
-Platform FakePlatform::ports() {
+Platform FakePlatform::interfaces() {
   return {.application = application,
           .windows = windows,
           .menuBar = menuBar,

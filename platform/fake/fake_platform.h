@@ -18,7 +18,7 @@ class FakePlatform {
   FakePlatform(const FakePlatform &) = delete;
   FakePlatform &operator=(const FakePlatform &) = delete;
 
-  Platform ports();
+  Platform interfaces();
 
   Record record;
   FakeScheduler scheduler{record};

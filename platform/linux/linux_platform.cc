@@ -85,7 +85,7 @@ void LinuxPlatform::gtkStarted() {
       [](gpointer resources) { delete static_cast<std::string *>(resources); });
 }
 
-Platform LinuxPlatform::ports() {
+Platform LinuxPlatform::interfaces() {
   return {.application = application_,
           .windows = windows_,
           .menuBar = menuBar_,

@@ -29,17 +29,17 @@ namespace orvel {
 /// links resolved (proc(5), /proc/self/exe). Any thread.
 std::string mainBundlePath();
 
-/// All ports of the Linux edition. Main thread only.
+/// All interfaces of the Linux edition. Main thread only.
 class LinuxPlatform {
  public:
-  /// Makes the ports for one application bundle. Sets environment variables, so call it
+  /// Makes the interfaces for one application bundle. Sets environment variables, so call it
   /// before GTK starts and while the process has one thread.
   explicit LinuxPlatform(const std::string &bundlePath);
   LinuxPlatform(const LinuxPlatform &) = delete;
   LinuxPlatform &operator=(const LinuxPlatform &) = delete;
 
-  /// Returns references to the ports; they are valid as long as this object.
-  Platform ports();
+  /// Returns references to the interfaces; they are valid as long as this object.
+  Platform interfaces();
 
   /// Returns the application port with its Linux-specific functions.
   GtkApplicationHost &applicationHost() { return application_; }

@@ -13,7 +13,7 @@ int main() {
   orvel::ensureUtf8Locale();
   orvel::limitMallocRetention();
   orvel::LinuxPlatform platform(orvel::mainBundlePath());
-  orvel::runApplication(platform.ports());
+  orvel::runApplication(platform.interfaces());
   // Exits without destroying `platform`, because other threads may still post to its queues.
   std::exit(0);
 }

@@ -26,8 +26,8 @@ class MacosPlatform {
   MacosPlatform(const MacosPlatform &) = delete;
   MacosPlatform &operator=(const MacosPlatform &) = delete;
 
-  /// Returns references to the ports, which this object owns. Main thread.
-  Platform ports();
+  /// Returns references to the interfaces, which this object owns. Main thread.
+  Platform interfaces();
 
  private:
   AppDelegateBridge *const bridge_;

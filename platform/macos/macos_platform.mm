@@ -9,7 +9,7 @@ MacosPlatform::MacosPlatform()
       windows_(bridge_),
       panels_(bridge_) {}
 
-Platform MacosPlatform::ports() {
+Platform MacosPlatform::interfaces() {
   return {.application = application_,
           .windows = windows_,
           .menuBar = menuBar_,

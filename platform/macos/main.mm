@@ -12,7 +12,7 @@ int main() {
   orvel::ensureUtf8Locale();
   @autoreleasepool {
     orvel::MacosPlatform platform;
-    orvel::runApplication(platform.ports());
+    orvel::runApplication(platform.interfaces());
     // Exit here: a return would destroy the platform while other threads may still post to it.
     std::exit(0);
   }

@@ -36,7 +36,7 @@ class ApplicationContract : public ContractTest {
     application().setRegularActivationPolicy();
     platform->runApplication(checks);
   }
-  Application &application() { return platform->ports().application; }
+  Application &application() { return platform->interfaces().application; }
   void requestTerminationAfter(int delay) {
     queue().after(milliseconds(delay), [this] { platform->requestTermination(); });
   }
@@ -46,7 +46,7 @@ class ApplicationContract : public ContractTest {
       question.messageText = "Continue?";
       question.buttons = {"OK", "Cancel"};
       ++alertsShown;
-      platform->ports().panels.runModal(question, [this](const AlertAnswer &) { ++answers; });
+      platform->interfaces().panels.runModal(question, [this](const AlertAnswer &) { ++answers; });
     });
   }
 

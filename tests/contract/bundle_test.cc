@@ -8,12 +8,12 @@ namespace {
 using BundleContract = ContractTest;
 
 TEST_P(BundleContract, MissingEntryHasNoText) {
-  EXPECT_EQ(platform->ports().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
-  EXPECT_EQ(platform->ports().bundle.infoText(""), std::nullopt);
+  EXPECT_EQ(platform->interfaces().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
+  EXPECT_EQ(platform->interfaces().bundle.infoText(""), std::nullopt);
 }
 
 TEST_P(BundleContract, HomeFolderHasNoTrailingSlash) {
-  const std::string home = platform->ports().locations.home();
+  const std::string home = platform->interfaces().locations.home();
   ASSERT_FALSE(home.empty());
   EXPECT_TRUE(home == "/" || !home.ends_with('/')) << home;
 }

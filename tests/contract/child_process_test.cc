@@ -28,7 +28,7 @@ class ChildProcessContract : public ContractTest {
       reports_.push_back(
           {process, process->isRunning(), process->terminationStatus(), platform->onMainThread()});
     };
-    return platform->ports().processes.launch(request);
+    return platform->interfaces().processes.launch(request);
   }
   std::shared_ptr<ChildProcess> start(const std::string &commandLine) {
     const LaunchResult result = launch(shell(commandLine));
@@ -50,7 +50,7 @@ class ChildProcessContract : public ContractTest {
     const auto ended = std::make_shared<std::atomic<bool>>(false);
     auto request = shell(exitsWithThree);
     request.terminationHandler = [ended](const auto &) { *ended = true; };
-    platform->ports().processes.launch(request);
+    platform->interfaces().processes.launch(request);
     return runUntil([ended] { return ended->load(); });
   }
 

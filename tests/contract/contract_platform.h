@@ -20,7 +20,7 @@ class ContractPlatform {
  public:
   virtual ~ContractPlatform() = default;
 
-  virtual Platform ports() = 0;
+  virtual Platform interfaces() = 0;
   /// Runs the main loop until the condition holds. Returns false after the limit (virtual
   /// time on the fake platform).
   virtual bool runUntil(const std::function<bool()> &condition,
@@ -32,7 +32,7 @@ class ContractPlatform {
   /// test: on macOS the application ends its process, so both run in a child process that
   /// executes the test from the start.
   virtual void runApplication(const std::function<void()> &checks) {
-    ports().application.run();
+    interfaces().application.run();
     checks();
   }
 
@@ -72,7 +72,7 @@ std::vector<PlatformUnderTest> realPlatformsUnderTest();
 /// The base of the contract suites. Each test has a new platform.
 class ContractTest : public testing::TestWithParam<PlatformUnderTest> {
  protected:
-  MainQueue &queue() const { return platform->ports().mainQueue; }
+  MainQueue &queue() const { return platform->interfaces().mainQueue; }
   bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
 
   const std::unique_ptr<ContractPlatform> platform = GetParam().make();

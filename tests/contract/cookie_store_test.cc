@@ -51,7 +51,7 @@ class CookieStoreContract : public ContractTest {
     WebViewConfiguration configuration;
     configuration.applicationNameForUserAgent = "ORVELOS/";
     configuration.persistentDataStore = false;
-    return platform->ports().windows.create({}, configuration, delegate);
+    return platform->interfaces().windows.create({}, configuration, delegate);
   }();
   WebView *const view = made.web.get();
 };
@@ -61,7 +61,8 @@ TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(all().empty()); }
 TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   Cookie wanted = cookie("a key/with = signs");
   wanted.secure = true;
-  wanted.expires = std::chrono::floor<seconds>(platform->ports().clock.now()) + seconds(157680000);
+  wanted.expires =
+      std::chrono::floor<seconds>(platform->interfaces().clock.now()) + seconds(157680000);
   set(wanted);
   const auto cookies = all();
   ASSERT_EQ(cookies.size(), 1U);

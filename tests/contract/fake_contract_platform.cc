@@ -27,7 +27,7 @@ class FakeContractPlatform final : public ContractPlatform {
     };
   }
 
-  Platform ports() override { return fake_.ports(); }
+  Platform interfaces() override { return fake_.interfaces(); }
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     return fake_.scheduler.runUntil(condition, limit);
   }

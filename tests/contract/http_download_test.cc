@@ -24,7 +24,7 @@ class HttpDownloadContract : public ContractTest {
   Observation fetch(const std::string &url, const std::string &moveTo = "") {
     Observation observation;
     int completions = 0;
-    platform->ports().http.downloadTask(requestOf(url), [&](const Download &download) {
+    platform->interfaces().http.downloadTask(requestOf(url), [&](const Download &download) {
       observation.onMain = platform->onMainThread();
       observation.download = download;
       if (download.file) observation.text = contentsOf(*download.file);

@@ -47,7 +47,7 @@ class HttpFieldsContract : public ContractTest {
     request.setHeader("X-ORVEL-App", sentKey);
     request.setHeader("Cookie", sentCookies);
     request.forwardsHeaders = forwardsHeaders;
-    return fetch(platform->ports().http, request);
+    return fetch(platform->interfaces().http, request);
   }
   static void expectFields(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + sentKey);
@@ -73,7 +73,7 @@ TEST_P(HttpFieldsContract, EmptyFieldsAreSent) {
   const LoopbackServer server(respondWith(okResponse()));
   auto request = requestOf(server.url());
   for (const char *name : {"X-ORVEL-App", "Cookie"}) request.setHeader(name, "");
-  EXPECT_EQ(fetch(platform->ports().http, request).status, 200);
+  EXPECT_EQ(fetch(platform->interfaces().http, request).status, 200);
   ASSERT_EQ(server.heads().size(), 1U);
   for (const char *name : {"X-ORVEL-App", "Cookie"}) {
     const std::string value = headerField(server.heads()[0], name);

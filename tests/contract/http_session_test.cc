@@ -45,7 +45,7 @@ class HttpSessionContract : public ContractTest {
     platform->answerNext(request.url.absoluteString, 200, std::nullopt);
     DataReply received;
     int completions = 0;
-    platform->ports().http.dataTask(request, [&](const DataReply &reply) {
+    platform->interfaces().http.dataTask(request, [&](const DataReply &reply) {
       received = reply;
       queue().post([&] { ++completions; });
     });
@@ -69,11 +69,11 @@ TEST_P(HttpSessionContract, RefusedConnectionCallsCompletionOnceOffMainThread) {
     queue().post([&] { ++completions; });
   };
   for (int number = 0; number < requests; ++number) {
-    platform->ports().http.dataTask(request, completion);
+    platform->interfaces().http.dataTask(request, completion);
   }
   ASSERT_TRUE(runUntil([&] { return completions == requests; }));
   // A second call of an earlier completion would arrive before this one.
-  platform->ports().http.dataTask(request, completion);
+  platform->interfaces().http.dataTask(request, completion);
   ASSERT_TRUE(runUntil([&] { return completions > requests; }));
   EXPECT_EQ(completions, requests + 1);
   EXPECT_EQ(responses, 0);

@@ -14,7 +14,7 @@ using namespace posix_test;
 class ItemReplacementContract : public ContractTest {
  protected:
   bool replace(const fs::path &original, const fs::path &replacement) {
-    return platform->ports().locations.replaceItem(original, replacement);
+    return platform->interfaces().locations.replaceItem(original, replacement);
   }
   void expectReplaced(const fs::path &original, const fs::path &replacement) {
     makeTree(original, "old");
@@ -117,7 +117,7 @@ TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
 }
 
 TEST_P(ItemReplacementContract, OnlyExistingFolderCanBeReplaced) {
-  const Locations &locations = platform->ports().locations;
+  const Locations &locations = platform->interfaces().locations;
   makeTree(original_, "old");
   fs::create_symlink(original_, folder_.path() / "link");
   fs::create_symlink("missing", folder_.path() / "dangling");

@@ -12,7 +12,7 @@ using std::chrono::milliseconds;
 
 class MainQueueContract : public ContractTest {
  protected:
-  std::chrono::system_clock::time_point now() { return platform->ports().clock.now(); }
+  std::chrono::system_clock::time_point now() { return platform->interfaces().clock.now(); }
 };
 
 TEST_P(MainQueueContract, PostedWorkRunsInOrderAfterTheCall) {
@@ -39,7 +39,7 @@ TEST_P(MainQueueContract, WorkPostedByAnotherThreadRunsOnMainThread) {
   std::atomic<bool> postedFromMain = true;
   bool ranOnMain = false;
   bool done = false;
-  platform->ports().backgroundQueue.post([&] {
+  platform->interfaces().backgroundQueue.post([&] {
     postedFromMain = platform->onMainThread();
     queue().post([&] {
       ranOnMain = platform->onMainThread();
@@ -112,7 +112,7 @@ TEST_P(MainQueueContract, BackgroundWorkRunsOnceOffMainThread) {
   int runs = 0;
   std::atomic<bool> onMain = false;
   for (int number = 0; number < 50; ++number) {
-    platform->ports().backgroundQueue.post([&] {
+    platform->interfaces().backgroundQueue.post([&] {
       if (platform->onMainThread()) onMain = true;
       queue().post([&] { ++runs; });
     });

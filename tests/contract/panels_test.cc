@@ -12,7 +12,7 @@ class PanelsContract : public ContractTest {
   /// it is answered.
   bool isAnswered(const Alert &alert, const std::function<void()> &act) {
     queue().post([this, alert] {
-      platform->ports().panels.runModal(alert, [this](const AlertAnswer &answer) {
+      platform->interfaces().panels.runModal(alert, [this](const AlertAnswer &answer) {
         EXPECT_TRUE(platform->onMainThread());
         answers.push_back(answer);
       });
@@ -106,11 +106,11 @@ TEST_P(PanelsContract, CompletionMayShowAnotherAlert) {
   const auto answer = [&] { platform->answerAlert({0, ""}); };
   std::vector<int> order;
   queue().post([&] {
-    platform->ports().panels.runModal(question(), [&](const AlertAnswer &) {
+    platform->interfaces().panels.runModal(question(), [&](const AlertAnswer &) {
       order.push_back(1);
       queue().post(answer);
-      platform->ports().panels.runModal(question(),
-                                        [&](const AlertAnswer &) { order.push_back(2); });
+      platform->interfaces().panels.runModal(question(),
+                                             [&](const AlertAnswer &) { order.push_back(2); });
     });
   });
   queue().post(answer);

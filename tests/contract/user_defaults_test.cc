@@ -7,7 +7,7 @@ namespace {
 
 class UserDefaultsContract : public ContractTest {
  protected:
-  UserDefaults &defaults() { return platform->ports().defaults; }
+  UserDefaults &defaults() { return platform->interfaces().defaults; }
 };
 
 TEST_P(UserDefaultsContract, KeyWithoutValueIsAbsent) {

@@ -13,7 +13,7 @@ using testing::UnorderedElementsAre;
 
 class WorkspaceContract : public ContractTest {
  protected:
-  Workspace &workspace() { return platform->ports().workspace; }
+  Workspace &workspace() { return platform->interfaces().workspace; }
   void open(const std::string &url) { workspace().open(*Url::parse(url)); }
   bool waitForOpened(std::size_t count) {
     return runUntil([&] { return platform->opened().size() >= count; });

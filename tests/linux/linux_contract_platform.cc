@@ -117,7 +117,7 @@ class LinuxContractPlatform final : public ContractPlatform {
     platform_.gtkStarted();
   }
 
-  Platform ports() override { return platform_.ports(); }
+  Platform interfaces() override { return platform_.interfaces(); }
 
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     bool expired = false;

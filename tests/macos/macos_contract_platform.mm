@@ -98,7 +98,7 @@ class MacosContractPlatform final : public ContractPlatform {
         removePersistentDomainForName:NSBundle.mainBundle.bundleIdentifier];
   }
 
-  Platform ports() override { return platform_.ports(); }
+  Platform interfaces() override { return platform_.interfaces(); }
 
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     using Seconds = std::chrono::duration<NSTimeInterval>;
@@ -136,7 +136,7 @@ class MacosContractPlatform final : public ContractPlatform {
     const auto run = [&] {
       checksAtExit = &checks;
       std::atexit(checkAndEnd);
-      ports().application.run();
+      interfaces().application.run();
       checkAndEnd();
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");

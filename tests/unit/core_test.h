@@ -54,7 +54,7 @@ class CoreTest : public testing::Test {
     if (!delegate_) {
       Settings settings = readSettings(fake.locations, fake.bundle);
       settings.ROOT = root();
-      delegate_ = std::make_shared<AppDelegate>(settings, fake.ports());
+      delegate_ = std::make_shared<AppDelegate>(settings, fake.interfaces());
       fake.application.setDelegate(*delegate_);
       fake.record.take();
     }

@@ -47,16 +47,16 @@ TEST_F(AppSettings, MissingVersionIsZero) {
 
 TEST_F(AppSettings, AppKeyIsUnchanged) {
   fake.bundle.texts["ORVELOSKey"] = "  an app-key ";
-  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "  an app-key ");
+  EXPECT_EQ(AppDelegate(read(), fake.interfaces()).appSleutel, "  an app-key ");
 }
 
 TEST_F(AppSettings, MissingAppKeyIsEmpty) {
   fake.bundle.texts.erase("ORVELOSKey");
-  EXPECT_EQ(AppDelegate(read(), fake.ports()).appSleutel, "");
+  EXPECT_EQ(AppDelegate(read(), fake.interfaces()).appSleutel, "");
 }
 
 TEST_F(AppSettings, NewDelegateHasNoWindowOrServer) {
-  const AppDelegate delegate(read(), fake.ports());
+  const AppDelegate delegate(read(), fake.interfaces());
   EXPECT_EQ(delegate.window, nullptr);
   EXPECT_EQ(delegate.web, nullptr);
   EXPECT_EQ(delegate.server, nullptr);
@@ -65,7 +65,7 @@ TEST_F(AppSettings, NewDelegateHasNoWindowOrServer) {
 
 TEST_F(AppSettings, DelegateIsSetBeforeEventLoop) {
   setenv("ORVEL_OS_ROOT", "/nowhere", 1);
-  runApplication(fake.ports());
+  runApplication(fake.interfaces());
   const auto entries = fake.record.entries();
   ASSERT_GE(entries.size(), 4U);
   EXPECT_THAT(

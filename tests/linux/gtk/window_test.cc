@@ -24,20 +24,20 @@ class MainWindow : public testing::Test {
  protected:
   ::GtkWindow *makeWindow(const std::string &storedFrame, int minimumWidth = 400,
                           int minimumHeight = 300) {
-    platform->ports().defaults.setText("ContractFrame", storedFrame);
+    platform->interfaces().defaults.setText("ContractFrame", storedFrame);
     WindowConfiguration configuration;
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
     configuration.minimumWidth = minimumWidth;
     configuration.minimumHeight = minimumHeight;
     configuration.frameAutosaveName = "ContractFrame";
-    auto made = platform->ports().windows.create(configuration, {}, delegate);
+    auto made = platform->interfaces().windows.create(configuration, {}, delegate);
     view = std::move(made.web);
     window = std::move(made.window);
     return dynamic_cast<GtkMainWindow &>(*window).handle();
   }
 
-  Rect screen() { return platform->ports().windows.mainScreenVisibleFrame().value(); }
+  Rect screen() { return platform->interfaces().windows.mainScreenVisibleFrame().value(); }
   WindowFrame screenSize() {
     return {static_cast<int>(screen().width), static_cast<int>(screen().height)};
   }
@@ -96,7 +96,7 @@ TEST_F(MainWindow, ChangedFrameIsStored) {
   window->makeKeyAndOrderFront();
   gtk_window_set_default_size(handle, 500, 400);
   EXPECT_TRUE(platform->runUntil(
-      [&] { return platform->ports().defaults.text("ContractFrame") == "500 400"; }));
+      [&] { return platform->interfaces().defaults.text("ContractFrame") == "500 400"; }));
 }
 
 TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
@@ -145,7 +145,8 @@ TEST_F(MainWindow, AlertTextIsSelectedAndReturnPressesFirstButton) {
   question.buttons = {"Save", "Cancel"};
   question.textField = AlertTextField{340, 24, "http://127.0.0.1:4767/"};
   std::optional<AlertAnswer> answer;
-  platform->ports().panels.runModal(question, [&](const AlertAnswer &given) { answer = given; });
+  platform->interfaces().panels.runModal(question,
+                                         [&](const AlertAnswer &given) { answer = given; });
 
   GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(openAlert()));
   ASSERT_TRUE(GTK_IS_ENTRY(field));

@@ -27,7 +27,7 @@ class WebViewLoading : public WebViewTest {
     configuration.applicationNameForUserAgent = name;
     configuration.persistentDataStore = persistent;
     configuration.drawsBackground = false;
-    view = std::move(platform->ports().windows.create({}, configuration, delegate).web);
+    view = std::move(platform->interfaces().windows.create({}, configuration, delegate).web);
   }
   void showHtml(const std::string &text) {
     view->loadHtml("<body>" + text + "</body>");
@@ -74,7 +74,7 @@ TEST_F(WebViewLoading, FirstRequestCarriesCookieThatWasSetBefore) {
 
 TEST_F(WebViewLoading, PersistentCookieSurvivesRestart) {
   Cookie cookie = cookieOf("value", "example.test");
-  cookie.expires = platform->ports().clock.now() + std::chrono::hours(1);
+  cookie.expires = platform->interfaces().clock.now() + std::chrono::hours(1);
   bool stored = false;
   makeView("ORVELOS/", true);
   view->cookieStore().set(cookie, [&] { stored = true; });
