@@ -3,20 +3,38 @@
 #import "platform/macos/foundation/cocoa_text.h"
 #import "platform/macos/foundation/cocoa_url.h"
 
+/// Declares the setters behind two keys that no public header of WebKit declares.
+@protocol PrivateSetters
+- (void)_setDeveloperExtrasEnabled:(BOOL)enabled;
+- (void)_setDrawsBackground:(BOOL)draws;
+@end
+
 namespace orvel {
 
 namespace {
 
+// -[NSObject setValue:forKey:] raises NSUnknownKeyException for a key without a setter, which
+// would end the application at launch. A version of WebKit without one of these setters loses
+// the setting instead.
+
+void setDeveloperExtrasEnabled(WKPreferences *preferences, bool enabled) {
+  if (![preferences respondsToSelector:@selector(_setDeveloperExtrasEnabled:)]) return;
+  [preferences setValue:@(enabled) forKey:@"developerExtrasEnabled"];
+}
+
+void setDrawsBackground(WKWebView *view, bool draws) {
+  if (![view respondsToSelector:@selector(_setDrawsBackground:)]) return;
+  [view setValue:@(draws) forKey:@"drawsBackground"];
+}
+
 WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
-  WKWebViewConfiguration *made = [[WKWebViewConfiguration alloc] init];
-  made.websiteDataStore = configuration.persistentDataStore
-                              ? WKWebsiteDataStore.defaultDataStore
-                              : WKWebsiteDataStore.nonPersistentDataStore;
-  made.applicationNameForUserAgent = toCocoa(configuration.applicationNameForUserAgent);
-  // No public header declares this preference, so it is set by key-value coding.
-  [made.preferences setValue:@(configuration.developerExtrasEnabled)
-                      forKey:@"developerExtrasEnabled"];
-  return made;
+  WKWebViewConfiguration *result = [[WKWebViewConfiguration alloc] init];
+  result.websiteDataStore = configuration.persistentDataStore
+                                ? WKWebsiteDataStore.defaultDataStore
+                                : WKWebsiteDataStore.nonPersistentDataStore;
+  result.applicationNameForUserAgent = toCocoa(configuration.applicationNameForUserAgent);
+  setDeveloperExtrasEnabled(result.preferences, configuration.developerExtrasEnabled);
+  return result;
 }
 
 }  // namespace
@@ -28,8 +46,7 @@ WKPageView::WKPageView(const WebViewConfiguration &configuration, AppDelegateBri
   bridge.page = &delegate;
   view_.navigationDelegate = bridge;
   view_.UIDelegate = bridge;
-  // No public header declares this property either.
-  [view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"];
+  setDrawsBackground(view_, configuration.drawsBackground);
   if (@available(macOS 13.3, *)) view_.inspectable = configuration.inspectable;
 }
 
