@@ -74,6 +74,12 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   return self.application->applicationShouldTerminateAfterLastWindowClosed();
 }
 
+/// Answers YES to the question that AppKit logs about when it has no answer (macOS 14). The
+/// window is not restorable, so no state is read.
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication *)__unused sender {
+  return YES;
+}
+
 - (void)zoekUpdateMenu {
   self.application->zoekUpdateMenu();
 }
