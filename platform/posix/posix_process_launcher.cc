@@ -40,11 +40,9 @@ const std::string &failedPath(const LaunchRequest &request, int error) {
   return isUnusable ? *directory : request.executable;
 }
 
-LaunchResult failure(const std::string &path, int error) {
-  return {nullptr, path + ": " + std::generic_category().message(error)};
-}
-
 }  // namespace
+
+std::string systemErrorDescription(int error) { return std::generic_category().message(error); }
 
 std::map<std::string, std::string> processEnvironment() {
   std::map<std::string, std::string> variables;
@@ -59,12 +57,16 @@ std::map<std::string, std::string> processEnvironment() {
   return variables;
 }
 
-PosixProcessLauncher::PosixProcessLauncher(std::map<std::string, std::string> environment)
-    : environment_(std::move(environment)) {
+PosixProcessLauncher::PosixProcessLauncher(std::map<std::string, std::string> environment,
+                                           std::string (*describeError)(int))
+    : environment_(std::move(environment)), describeError_(describeError) {
   keepExitStatuses();
 }
 
 LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
+  const auto failure = [describe = describeError_](const std::string &path, int error) {
+    return LaunchResult{nullptr, path + ": " + describe(error)};
+  };
   auto environment = environment_;
   for (const auto &[name, value] : request.environmentChanges) environment[name] = value;
   std::promise<LaunchResult> promise;
@@ -73,7 +75,7 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
     // The thread that forks also waits: PR_SET_PDEATHSIG fires when the forking thread
     // ends. When no thread can be created, no child is started, as nothing would reap
     // it.
-    std::thread([&request, environment = std::move(environment),
+    std::thread([&request, failure, environment = std::move(environment),
                  handler = request.terminationHandler, promise = std::move(promise)]() mutable {
       pid_t number = 0;
       const int error = spawn(request, environment, number);

@@ -11,21 +11,26 @@ namespace orvel {
 /// the environment.
 std::map<std::string, std::string> processEnvironment();
 
+/// Returns the description of an errno value by the C++ library (std::generic_category).
+std::string systemErrorDescription(int error);
+
 /// Starts each child process on a new thread, which then waits for that child only.
 class PosixProcessLauncher final : public ProcessLauncher {
  public:
   /// Children get this environment with the changes of each request. It is separate from
   /// the application's own environment, which may have settings for rendering. Stops
   /// ignoring SIGCHLD if this process inherited that, because the system would otherwise
-  /// discard exit statuses.
-  explicit PosixProcessLauncher(std::map<std::string, std::string> environment);
+  /// discard exit statuses. `describeError` describes an errno value to the user; it is
+  /// called on any thread.
+  explicit PosixProcessLauncher(std::map<std::string, std::string> environment,
+                                std::string (*describeError)(int) = systemErrorDescription);
 
-  /// The error text is the path that caused the error, ": " and the system's description
-  /// in the locale of the process.
+  /// The error text is the path that caused the error, ": " and the description.
   LaunchResult launch(const LaunchRequest &request) override;
 
  private:
   const std::map<std::string, std::string> environment_;
+  std::string (*const describeError_)(int);
 };
 
 }  // namespace orvel

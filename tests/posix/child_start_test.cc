@@ -179,6 +179,14 @@ TEST_P(LaunchFailure, NulInArgumentOrEnvironmentIsInvalid) {
   EXPECT_EQ(errorOf(request), "/bin/sh: " + description(EINVAL));
 }
 
+TEST_P(LaunchFailure, PlatformDescribesError) {
+  PosixProcessLauncher launcher(processEnvironment(),
+                                [](int error) { return "error " + std::to_string(error); });
+  auto request = program("/nonexistent/node");
+  request.endsWithParent = GetParam();
+  EXPECT_EQ(launcher.launch(request).error, "/nonexistent/node: error " + std::to_string(ENOENT));
+}
+
 TEST_P(LaunchFailure, OversizedArgumentsAreReported) {
   EXPECT_EQ(errorOf(program("/bin/sh", {"-c", std::string(8u << 20, ' ')})),
             "/bin/sh: " + description(E2BIG));
