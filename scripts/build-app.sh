@@ -57,7 +57,7 @@ if [ "$system" = Darwin ]; then
   need xcode-select "it is a part of macOS"
   xcode-select -p >/dev/null 2>&1 ||
     fail "Xcode's command line tools are not installed; xcode-select --install installs them"
-  need codesign "it is a part of macOS"
+  for tool in codesign xattr; do need "$tool" "it is a part of macOS"; done
   for tool in cmake ninja; do need "$tool" "Xcode does not include it"; done
 
   if [ -n "${ORVELOS_NOTARY_PROFILE:-}" ]; then
@@ -73,7 +73,7 @@ if [ "$system" = Darwin ]; then
   if notarises; then
     [ -n "${ORVELOS_SIGN_IDENTITY:-}" ] ||
       fail "ORVELOS_SIGN_IDENTITY is not set; Apple does not notarise an ad hoc signature"
-    for tool in xcrun ditto; do need "$tool" "it is a part of macOS"; done
+    for tool in xcrun ditto spctl; do need "$tool" "it is a part of macOS"; done
   fi
 else
   for tool in cmake ninja strip; do need "$tool" "scripts/setup.sh installs it"; done
@@ -125,6 +125,9 @@ sign() {
   if [ -n "${ORVELOS_SIGN_IDENTITY:-}" ]; then
     identity=(--timestamp --sign "$ORVELOS_SIGN_IDENTITY")
   fi
+  # codesign rejects resource forks, Finder information and similar attributes, which files
+  # from an archive or a cloud folder may have (Apple, Technical Q&A QA1940).
+  xattr -cr "$bundle" || fail "xattr could not clear the extended attributes"
   # The hardened runtime needs no entitlements for JIT or child processes: scripts are
   # compiled in WebKit's processes, and child processes have their own signatures.
   codesign --force --options runtime --entitlements packaging/macos/orvel-os.entitlements \
@@ -143,6 +146,8 @@ notarise() {
     fail "Apple rejected the application; 'xcrun notarytool log' has the reason: $output"
   xcrun stapler staple "$bundle" >/dev/null || fail "stapler could not attach the notarisation ticket"
   xcrun stapler validate "$bundle" >/dev/null || fail "the notarisation ticket is not valid"
+  # Gatekeeper's own decision on a downloaded copy.
+  spctl --assess --type execute "$bundle" || fail "Gatekeeper rejects the application"
 }
 
 if [ "$system" = Darwin ]; then

@@ -36,6 +36,7 @@ const buildCalls = [
   ['cmake', '--build', '--preset', 'release', '--target', 'orvel-os', '--', '--quiet'],
 ];
 const signCalls = [
+  ['xattr', '-cr', 'WORK/Orvel OS.app'],
   ['codesign', '--force', '--options', 'runtime', '--entitlements',
     'packaging/macos/orvel-os.entitlements', '--timestamp', '--sign',
     'Developer ID Application: Me (1)', 'WORK/Orvel OS.app'],
@@ -46,6 +47,7 @@ const notaryCalls = (...credentials) => [
   ['xcrun', 'notarytool', 'submit', 'WORK/notary.zip', ...credentials, '--wait'],
   ['xcrun', 'stapler', 'staple', 'WORK/Orvel OS.app'],
   ['xcrun', 'stapler', 'validate', 'WORK/Orvel OS.app'],
+  ['spctl', '--assess', '--type', 'execute', 'WORK/Orvel OS.app'],
 ];
 const certificate = { ORVELOS_SIGN_IDENTITY: 'Developer ID Application: Me (1)' };
 const notary = { ...certificate, ORVELOS_NOTARY_PROFILE: 'my profile' };
@@ -85,7 +87,7 @@ test('an App Store Connect key notarises as well; a partial or missing key is an
     ORVELOS_NOTARY_ISSUER: '00-11',
   };
   assert.equal(run(key).status, 0);
-  assert.deepEqual(calls().slice(-4),
+  assert.deepEqual(calls().slice(-5),
     notaryCalls('--key', 'key.p8', '--key-id', 'AB12', '--issuer', '00-11'));
 
   for (const name of Object.keys(key).slice(1)) {
@@ -112,12 +114,14 @@ test('presets come from the environment, the folder from the command line', () =
 const failures = [
   ['cmake --preset *', 'CMake failed to configure the build'],
   ['cmake --build *', 'the build failed'],
+  ['xattr *', 'xattr could not clear the extended attributes'],
   ['codesign --force *', 'codesign could not sign the application'],
   ['codesign --verify *', 'the signature is not valid'],
   ['ditto *', 'ditto could not pack the application for notarisation'],
   ['xcrun notarytool *', 'notarytool could not submit the application: '],
   ['xcrun stapler staple *', 'stapler could not attach the notarisation ticket'],
   ['xcrun stapler validate *', 'the notarisation ticket is not valid'],
+  ['spctl *', 'Gatekeeper rejects the application'],
 ];
 for (const [call, message] of failures) {
   test(`the old application stays when this fails: ${call}`, () => {
@@ -166,6 +170,8 @@ test('missing tools and wrong arguments are reported before the build starts', (
     ['cmake', {}, 'cmake is not installed; Xcode does not include it'],
     ['ninja', {}, 'ninja is not installed; Xcode does not include it'],
     ['codesign', {}, 'codesign is not installed; it is a part of macOS'],
+    ['xattr', {}, 'xattr is not installed; it is a part of macOS'],
+    ['spctl', notary, 'spctl is not installed; it is a part of macOS'],
     ['xcrun', notary, 'xcrun is not installed; it is a part of macOS'],
     ['ditto', notary, 'ditto is not installed; it is a part of macOS'],
   ];

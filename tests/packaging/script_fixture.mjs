@@ -97,8 +97,7 @@ function withoutBuildSettings(environment) {
 export function macFixture() {
   const fixture = new ScriptFixture('packaging');
   fixture.addTool('uname', 'echo Darwin');
-  fixture.addTool('xcode-select');
-  fixture.addTool('ninja');
+  for (const tool of ['xcode-select', 'ninja', 'xattr', 'spctl']) fixture.addTool(tool);
   fixture.addTool('cmake', `
 if [ "$1" = --build ]; then
   contents="build/release-build/Orvel OS.app/Contents"
