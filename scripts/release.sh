@@ -7,6 +7,10 @@
 # Uses the environment variables of scripts/build-app.sh. On Linux the build is
 # reproducible: the same sources, version, presets and tools give the same bytes.
 # SOURCE_DATE_EPOCH sets the time of the files; the default is the time of the last commit.
+#
+# On macOS a release needs ORVELOS_SIGN_IDENTITY. ORVELOS_ADHOC=1 allows a release with an ad
+# hoc signature: Gatekeeper blocks a downloaded copy, and applications that are signed by a
+# team do not install it as an update.
 set -euo pipefail
 
 fail() {
@@ -33,6 +37,8 @@ case $(uname -s) in
 esac
 if [ "$manifest" = linux.json ]; then
   command -v zip >/dev/null || fail "zip is not installed; scripts/setup.sh installs it"
+elif [ -z "${ORVELOS_SIGN_IDENTITY:-}" ] && [ "${ORVELOS_ADHOC:-}" != 1 ]; then
+  fail "ORVELOS_SIGN_IDENTITY is not set; ORVELOS_ADHOC=1 makes a release with an ad hoc signature"
 fi
 cd "$checkout"
 timestamp=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}

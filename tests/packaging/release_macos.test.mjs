@@ -11,7 +11,7 @@ let fixture;
 beforeEach(() => { fixture = macFixture(); });
 afterEach(() => fixture.remove());
 
-const run = (environment = {}) => fixture.run('release.sh', ['1.20.3', 'out'],
+const run = (environment) => fixture.run('release.sh', ['1.20.3', 'out'],
   { SOURCE_DATE_EPOCH: '1700000000', ...environment });
 const out = (...parts) => fixture.path('out', ...parts);
 
@@ -44,6 +44,20 @@ test('the archive holds the stapled application and is verified after unpacking'
   assert.deepEqual(readdirSync(fixture.path('build/Orvel OS.app')), []);
 });
 
+test('a release needs a certificate, or ORVELOS_ADHOC=1 for an ad hoc signature', () => {
+  for (const ORVELOS_ADHOC of ['', '0']) {
+    const { status, stderr } = run({ ORVELOS_ADHOC });
+    assert.equal(status, 1);
+    assert.match(stderr, /^release: ORVELOS_SIGN_IDENTITY is not set; ORVELOS_ADHOC=1 /);
+    assert.ok(!existsSync(out()));
+    assert.ok(!fixture.calls().some(([name]) => name === 'cmake'));
+  }
+  const { status, stderr } = run({ ORVELOS_ADHOC: '1' });
+  assert.equal(status, 0, stderr);
+  const sign = fixture.calls().find(([name, word]) => name === 'codesign' && word === '--force');
+  assert.deepEqual(sign.slice(-3, -1), ['--sign', '-']);
+});
+
 for (const [call, message] of [
   ['codesign --force *', 'build-app: codesign could not sign the application'],
   ['ditto -c *', 'fake tool: ditto -c'],
@@ -53,7 +67,7 @@ for (const [call, message] of [
   test(`the old release stays when this fails: ${call}`, () => {
     mkdirSync(out());
     writeFileSync(out('mac.json'), 'old');
-    const { status, stdout, stderr } = run({ FAILS: call });
+    const { status, stdout, stderr } = run({ ORVELOS_SIGN_IDENTITY: 'Me', FAILS: call });
     assert.notEqual(status, 0);
     assert.equal(stdout, '');
     assert.ok(stderr.includes(message), stderr);
