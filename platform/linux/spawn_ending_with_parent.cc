@@ -1,6 +1,4 @@
-#include "platform/posix/fork_exec.h"
-
-#if defined(__linux__)
+// Forks, because posix_spawn has no attribute for the parent-death signal.
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -11,6 +9,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
+
+#include "platform/posix/spawn.h"
 
 namespace orvel {
 
@@ -67,7 +67,7 @@ bool placeStreams(const SpawnPlan &plan) {
 
 [[noreturn]] void runChild(const SpawnPlan &plan, pid_t parent, int errors) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-  // A parent that died before that call sends no signal.
+  // The kernel sends no signal for a parent that died before that call.
   if (::getppid() != parent) ::_exit(EXIT_FAILURE);
   restoreSignals();
   const char *folder = plan.workingDirectory().c_str();
@@ -99,7 +99,7 @@ void reap(pid_t child) {
 
 }  // namespace
 
-int forkExecWithParent(const SpawnPlan &plan, pid_t &child) {
+int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child) {
   auto pipe = Pipe::create();
   if (!pipe) return errno;
   // Above errorDescriptor, so that no dup2 in the child overwrites it.
@@ -129,5 +129,3 @@ int forkExecWithParent(const SpawnPlan &plan, pid_t &child) {
 }
 
 }  // namespace orvel
-
-#endif

@@ -6,9 +6,6 @@
 
 #include <csignal>
 
-#include "platform/posix/fork_exec.h"
-#include "platform/posix/spawn_plan.h"
-
 namespace orvel {
 
 namespace {
@@ -91,25 +88,21 @@ class Attributes {
   posix_spawnattr_t attributes_;
 };
 
-int posixSpawn(const SpawnPlan &plan, pid_t &child) {
-  const FileActions actions(plan);
-  if (actions.error() != 0) return actions.error();
-  const Attributes attributes;
-  return ::posix_spawn(&child, plan.executable(), actions.get(), attributes.get(), plan.arguments(),
-                       plan.environment());
-}
-
 }  // namespace
 
 int spawn(const LaunchRequest &request, const std::map<std::string, std::string> &environment,
           pid_t &child) {
   const SpawnPlan plan(request, environment);
   if (plan.error() != 0) return plan.error();
-#if defined(__linux__)
-  // posix_spawn has no attribute for the parent-death signal.
-  if (request.endsWithParent) return forkExecWithParent(plan, child);
-#endif
-  return posixSpawn(plan, child);
+  return request.endsWithParent ? spawnEndingWithParent(plan, child) : posixSpawn(plan, child);
+}
+
+int posixSpawn(const SpawnPlan &plan, pid_t &child) {
+  const FileActions actions(plan);
+  if (actions.error() != 0) return actions.error();
+  const Attributes attributes;
+  return ::posix_spawn(&child, plan.executable(), actions.get(), attributes.get(), plan.arguments(),
+                       plan.environment());
 }
 
 }  // namespace orvel

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "platform/posix/spawn_plan.h"
 #include "platform/process_launcher.h"
 
 namespace orvel {
@@ -14,5 +15,14 @@ namespace orvel {
 /// Any thread; with endsWithParent, the thread must live as long as the child.
 int spawn(const LaunchRequest &request, const std::map<std::string, std::string> &environment,
           pid_t &child);
+
+/// Starts a child with posix_spawn. Sets its process ID and returns zero, or returns an
+/// errno value. Any thread.
+int posixSpawn(const SpawnPlan &plan, pid_t &child);
+
+/// Like `posixSpawn`, but asks the system to send the child SIGTERM when the calling
+/// thread ends, which includes every way in which this process may end. The calling
+/// thread must live as long as the child. Each edition has its own definition.
+int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child);
 
 }  // namespace orvel
