@@ -4,7 +4,7 @@
 #include "platform/fake/fake_http_session.h"
 #include "platform/fake/fake_process_launcher.h"
 #include "platform/fake/fake_scheduler.h"
-#include "platform/fake/fake_stores.h"
+#include "platform/fake/fake_storage.h"
 #include "platform/fake/fake_web_view.h"
 #include "platform/fake/record.h"
 #include "platform/platform.h"

@@ -1,4 +1,4 @@
-#include "platform/fake/fake_stores.h"
+#include "platform/fake/fake_storage.h"
 
 #include <filesystem>
 #include <system_error>
