@@ -62,7 +62,7 @@ void AppDelegate::reloadPage() {
 
 UrlRequest AppDelegate::pageRequest() const {
   const auto url = Url::parse(baseURL());
-  if (!url) fatalError("the server address is no URL: " + baseURL());
+  if (!url) fatalError("invalid server URL: " + baseURL());
   UrlRequest request;
   request.url = *url;
   return request;

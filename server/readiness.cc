@@ -58,7 +58,7 @@ void AppDelegate::waitForServer(int tries) {
   if (lokaal() && (!server || !server->isRunning())) return;
 
   const auto url = Url::parse(baseURL() + "api/wie");
-  if (!url) fatalError("the server address is no URL: " + baseURL());
+  if (!url) fatalError("invalid server URL: " + baseURL());
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
   platform_.http.dataTask(probe, [self = shared_from_this(), tries](const DataReply &reply) {

@@ -52,7 +52,7 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
     return report("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
   }
   const auto archive = Url::resolve(manifest->zip, url);
-  if (!archive) fatalError("the address of the release is no URL: " + manifest->zip);
+  if (!archive) fatalError("invalid archive URL: " + manifest->zip);
   installeer(*archive, manifest->versie);
 }
 

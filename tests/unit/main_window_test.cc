@@ -123,7 +123,7 @@ TEST_F(MainWindow, ReloadWithoutServerScriptShowsError) {
 TEST_F(MainWindow, ReloadOfInvalidAddressAborts) {
   goOnline("https://os test");
   createWebView();
-  EXPECT_DEATH(delegate().reloadPage(), "OS: the server address is no URL: https://os test/");
+  EXPECT_DEATH(delegate().reloadPage(), "OS: invalid server URL: https://os test/");
 }
 
 TEST_F(MainWindow, ReloadBeforeWebViewAborts) {

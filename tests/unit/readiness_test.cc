@@ -284,7 +284,7 @@ TEST_F(Readiness, AddressIsReadAgainForEachProbe) {
 TEST_F(Readiness, InvalidAddressAborts) {
   goOnline("https://os test/");
   createWebView();
-  EXPECT_DEATH(delegate().openOS(), "OS: the server address is no URL: https://os test/");
+  EXPECT_DEATH(delegate().openOS(), "OS: invalid server URL: https://os test/");
 }
 
 TEST_F(Readiness, SuccessBeforeWebViewAborts) {
