@@ -10,6 +10,9 @@ if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(orvel_options INTERFACE -Wno-subobject-linkage)
 endif()
 
+# Checks the preconditions of the C++ library, such as the bounds of an index.
+add_compile_definitions("$<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>")
+
 # Makes a release independent of the path of its sources.
 add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
 
