@@ -32,6 +32,8 @@ packages=(
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
   strace libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
   x11-xserver-utils xsettingsd
+  # Mutation testing.
+  python3-clang lld
 )
 
 [ "${1-}" != lint ] || packages+=(clang-format-19 clang-tidy-19 libclang-rt-19-dev shellcheck)

@@ -1,0 +1,84 @@
+// Tests of the mutation testing tool, on a small program.
+
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
+import { after, before, describe, it } from 'node:test';
+
+const sample = path.join(import.meta.dirname, 'sample');
+const tool = path.join(import.meta.dirname, '../../tools/mutate/mutate.py');
+const build = mkdtempSync(path.join(tmpdir(), 'mutate-'));
+
+function run(command, ...words) {
+  return spawnSync(command, words, { encoding: 'utf8' });
+}
+
+/** Runs the tool. Returns its exit status, its report and the mutants of the JSON report. */
+function mutate(...words) {
+  const result = run('/usr/bin/python3', tool, '--root', sample, '--build', build,
+    '--target', 'sample_tests', '--folders', 'code',
+    '--equivalents', path.join(sample, 'equivalents.toml'), ...words);
+  assert.notEqual(result.stdout, '', result.stderr);
+  const mutants = JSON.parse(readFileSync(path.join(build, 'mutants.json'), 'utf8'));
+  return { status: result.status, report: result.stdout, mutants };
+}
+
+/** Returns the code of the mutants that had an outcome, without their function's heading. */
+function bodies(mutants, outcome) {
+  return mutants.filter((mutant) => mutant.outcome === outcome)
+    .map(({ mutated }) => mutated.replace(/^.*?\{ | \}$/g, '')).sort();
+}
+
+describe('mutate', () => {
+  before(() => {
+    for (const words of [['-S', sample, '-B', build, '-G', 'Ninja'], ['--build', build]]) {
+      const result = run('cmake', ...words);
+      assert.equal(result.status, 0, result.stdout + result.stderr);
+    }
+  });
+  after(() => rmSync(build, { recursive: true }));
+
+  it('passes when each survivor is listed as equivalent', () => {
+    const { status, mutants } = mutate('code/greater.cc');
+    assert.deepEqual(bodies(mutants, 'equivalent'), ['return one >= other ? one : other;']);
+    assert.deepEqual(bodies(mutants, 'killed'), [
+      'return !(one > other) ? one : other;',
+      'return one <= other ? one : other;',
+      'return {};',
+    ]);
+    assert.equal(mutants.length, 4);
+    assert.equal(status, 0);
+  });
+
+  it('fails and names each survivor that is not listed', () => {
+    const { status, report, mutants } = mutate('code/adult.cc');
+    assert.deepEqual(bodies(mutants, 'survived'), [
+      'return age > 18;',
+      'return age >= 17;',
+      'return age >= 19;',
+    ]);
+    assert.deepEqual(bodies(mutants, 'killed'), [
+      'return !(age >= 18);',
+      'return "" + name;',
+      'return "Hello ~" + name;',
+      'return age < 18;',
+      'return {};',
+      'return {};',
+    ]);
+    assert.deepEqual(bodies(mutants, 'not compiled'), ['return "Hello " - name;']);
+    assert.match(report, /^code\/adult\.cc:3 operator in isAdult$/m);
+    assert.equal(status, 1);
+  });
+
+  it('reports an entry of the list that matches no mutant', () => {
+    assert.match(mutate('--sample', '1').report, /matches this entry.*greater\n {4}- return former;/);
+  });
+
+  it('runs the same sample for the same seed', () => {
+    const seed = (number) => mutate('--sample', '3', '--seed', number).mutants;
+    assert.deepEqual(seed('5'), seed('5'));
+    assert.equal(seed('5').length, 3);
+  });
+});

@@ -1,0 +1,3 @@
+#include "code/sample.h"
+
+int greater(int one, int other) { return one > other ? one : other; }
