@@ -1,6 +1,9 @@
-// The pages of the demo server.
+// The pages and files of the demo server.
 
 import assert from 'node:assert/strict';
+import { mkdirSync, mkdtempSync, rmSync, symlinkSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 
 import { start } from './support.mjs';
@@ -8,12 +11,6 @@ import { start } from './support.mjs';
 let server;
 before(async () => { server = await start(); });
 after(() => server.stop());
-
-function assertDarkPage({ headers, text }, path) {
-  assert.equal(headers['content-type'], 'text/html; charset=utf-8', path);
-  assert.match(text.slice(0, 80), /^<!doctype html><html lang="nl" style="background:#07090c/, path);
-  assert.match(text, /<script src="\/os\.js" defer>/, path);
-}
 
 /// Returns the addresses of this server that a page links to or embeds.
 function addresses(text) {
@@ -33,12 +30,11 @@ test('all linked pages exist and are dark from their first bytes', async () => {
     const path = pending.pop();
     if (visited.has(path) || slow.test(path)) continue;
     visited.add(path);
-    const response = await server.get(path);
-    const expected = errors.get(path) ?? (path.startsWith('/omleiding/') ? 302 : 200);
-    assert.equal(response.status, expected, path);
-    if (/html/.test(response.headers['content-type']) && !path.startsWith('/api/bestand/')) {
-      assertDarkPage(response, path);
-      pending.push(...addresses(response.text));
+    const { status, headers, text } = await server.get(path);
+    assert.equal(status, errors.get(path) ?? (path.startsWith('/omleiding/') ? 302 : 200), path);
+    if (/html/.test(headers['content-type']) && !path.startsWith('/api/bestand/')) {
+      assert.match(text, /^<!doctype html><html lang="nl" style="background:#07090c/, path);
+      pending.push(...addresses(text));
     }
   }
   for (const path of ['/links', '/vensters', '/dialogen', '/bestanden', '/kaders', '/kader',
@@ -48,41 +44,84 @@ test('all linked pages exist and are dark from their first bytes', async () => {
   }
 });
 
-test('the pages have a link or button of each kind', async () => {
-  const links = (await server.get('/links')).text;
-  for (const scheme of ['https:', 'http:', 'mailto:', 'tel:', 'data:', 'file:', 'ftp:', 'javascript:']) {
-    assert.ok(links.includes(`href="${scheme}`), scheme);
+test('the pages have a link, button or frame of each kind', async () => {
+  const schemes = ['https', 'http', 'mailto', 'tel', 'data', 'file', 'ftp', 'javascript'];
+  const expected = {
+    '/links': [...schemes.map((scheme) => `href="${scheme}:`),
+      `href="http://localhost:${server.port}/vreemd"`],
+    '/vensters': ['href="/lang" target="_blank"', 'href="https://example.org/" target="_blank"',
+      'data-do="open"'],
+    '/dialogen': ['data-do="alert"', 'data-do="confirm"'],
+    '/kaders': ['src="/kader"'],
+    '/kaders?toon=bestand': ['src="/api/bestand/1"'],
+    '/kaders?toon=vreemd': [`src="http://localhost:${server.port}/vreemd"`],
+  };
+  for (const [path, parts] of Object.entries(expected)) {
+    const { text } = await server.get(path);
+    for (const part of parts) assert.ok(text.includes(part), `${path}: ${part}`);
   }
-  const windows = (await server.get('/vensters')).text;
-  assert.match(windows, /href="\/lang" target="_blank"/);
-  assert.match(windows, /href="https:\/\/example\.org\/" target="_blank"/);
-  assert.match(windows, /data-do="open"/);
-  const dialogs = (await server.get('/dialogen')).text;
-  assert.match(dialogs, /data-do="alert"/);
-  assert.match(dialogs, /data-do="confirm"/);
+  // The other name of the server depends on the requested one.
+  const { text } = await server.get('/links', { Host: 'localhost:4767' });
+  assert.ok(text.includes('href="http://127.0.0.1:4767/vreemd"'));
 });
 
-test('the link to the other host name of this server depends on the requested one', async () => {
-  const otherHost = async (Host) =>
-    /href="(http:[^"]*vreemd)"/.exec((await server.get('/links', { Host })).text)[1];
-  assert.equal(await otherHost('127.0.0.1:4767'), 'http://localhost:4767/vreemd');
-  assert.equal(await otherHost('localhost:4767'), 'http://127.0.0.1:4767/vreemd');
+test('the export and the stored files have these media types and Content-Disposition headers',
+  async () => {
+    const text = 'text/plain; charset=utf-8';
+    const csv = 'text/csv; charset=utf-8';
+    const expected = {
+      'export': [csv, 'attachment; filename="orvel-export.csv"'],
+      'export?formaat=json': ['application/json; charset=utf-8',
+        'attachment; filename="orvel-export.json"'],
+      'bestand/1': ['application/pdf', 'inline; filename="rapport.pdf"'],
+      'bestand/2': [text, undefined],
+      'bestand/3': [csv, 'attachment; filename="data.csv"'],
+      'bestand/4': ['image/svg+xml', 'inline; filename=beeldmerk.svg'],
+      'bestand/5': [text, 'attachment; filename="cafe overzicht.txt"; ' +
+        "filename*=UTF-8''caf%C3%A9%20%E2%82%AC%20overzicht.txt"],
+      'bestand/6': [csv, 'attachment; filename="a/b.csv"'],
+      'bestand/7': [text, "attachment; filename*=UTF-8''map%2Fjaar%2Fverslag.txt"],
+      'bestand/8': ['text/html; charset=utf-8', 'inline; filename="pagina.html"'],
+      'bestand/9': ['application/octet-stream', 'attachment; filename="LEESMIJ"'],
+      'bestand/10': [text, 'attachment; filename=".."'],
+      'bestand/11': [text, `attachment; filename="${'n'.repeat(251)}.txt"`],
+      'bestand/12': [csv, 'attachment; filename="jaar.2026.definitief.csv"'],
+    };
+    for (const [path, [type, disposition]] of Object.entries(expected)) {
+      const { status, headers, text: content } = await server.get(`/api/${path}`);
+      assert.deepEqual([status, headers['content-type'], headers['content-disposition']],
+        [200, type, disposition], path);
+      assert.ok(content.length > 0, path);
+    }
+  });
+
+test('the private file needs the session cookie, which counts the visits', async () => {
+  const first = await server.get('/');
+  assert.match(first.text, /id="bezoek">1</);
+  const Cookie = first.headers['set-cookie'][0].split(';')[0];
+  const { status, text } = await server.get('/api/bestand/besloten', { Cookie });
+  assert.deepEqual([status, text], [200, 'Alleen voor deze sessie.\n']);
+  assert.match((await server.get('/', { Cookie })).text, /id="bezoek">2</);
 });
 
-test('the frame shows the chosen page', async () => {
-  const frame = async (query) =>
-    /<iframe[^>]* src="([^"]*)"/.exec((await server.get(`/kaders${query}`)).text)[1];
-  assert.equal(await frame(''), '/kader');
-  assert.equal(await frame('?toon=bestand'), '/api/bestand/1');
-  assert.equal(await frame('?toon=vreemd'), `http://localhost:${server.port}/vreemd`);
+test('the large file has the requested size and the truncated one ends early', async () => {
+  assert.equal((await server.get('/api/bestand/groot?mib=3')).text.length, 3 * 1024 * 1024);
+  await assert.rejects(server.get('/api/bestand/afgebroken'), { code: 'ECONNRESET' });
 });
 
-test('the form shows the submitted fields with HTML escaped', async () => {
-  const type = { 'Content-Type': 'application/x-www-form-urlencoded' };
-  const { status, text } =
-    await server.get('/formulier', type, 'POST', 'naam=%3Cb%3EJ%C3%B6rn&bericht=a%0Ab&geheim=abc');
-  assert.equal(status, 200);
-  assert.match(text, /naam: &lt;b&gt;Jörn\nbericht: a\nb\ngeheim: •••</);
-  assert.ok(!text.includes('<b>Jörn'));
-  assert.match((await server.get('/formulier?tekst=text')).text, /tekst: text/);
+test('only manifests and archives are served from the folder of releases', async (t) => {
+  const folder = mkdtempSync(join(tmpdir(), 'orvel-releases-'));
+  t.after(() => rmSync(folder, { recursive: true }));
+  const files = { 'linux.json': '{"versie": "1.1"}', 'Orvel OS 1.1.zip': 'PK', 'secret.txt': 'no' };
+  for (const [name, text] of Object.entries(files)) writeFileSync(join(folder, name), text);
+  mkdirSync(join(folder, 'folder.zip'));
+  symlinkSync('/nowhere', join(folder, 'dangling.zip'));
+  const own = await start({ ORVEL_DEMO_RELEASES: folder });
+  t.after(own.stop);
+  assert.equal((await own.get('/download/linux.json')).text, files['linux.json']);
+  const { headers, text } = await own.get('/download/Orvel%20OS%201.1.zip');
+  assert.deepEqual([headers['content-type'], text], ['application/zip', 'PK']);
+  for (const name of ['mac.json', 'secret.txt', 'folder.zip', 'dangling.zip', '..%2Fsecret.zip']) {
+    assert.equal((await own.get(`/download/${name}`)).status, 404, name);
+  }
 });

@@ -6,50 +6,36 @@ import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import http from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { text as textOf } from 'node:stream/consumers';
 import { fileURLToPath } from 'node:url';
 
 const program = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
 
-/// Starts a server and waits until it listens. `record` returns its record, `stop` kills it and
-/// deletes its files.
+/// Starts a server and waits until it listens. `record` returns the lines of its record, `stop`
+/// kills it and deletes its files.
 export async function start(environment = {}) {
   const folder = mkdtempSync(join(tmpdir(), 'orvel-demo-'));
   const path = join(folder, 'record.jsonl');
   const env = { ...process.env, PORT: '0', ORVEL_DEMO_RECORD: path, ...environment };
   const child = spawn(process.execPath, [program], { env, stdio: ['ignore', 'pipe', 'inherit'] });
   const exited = once(child, 'close');
+  async function stop() {
+    child.kill('SIGKILL');
+    await exited;
+    rmSync(folder, { recursive: true });
+  }
   await Promise.race([once(child.stdout, 'data'), exited]);
   if (child.exitCode !== null) throw new Error(`the server exited with ${child.exitCode}`);
   const record = () =>
     readFileSync(path, 'utf8').trim().split('\n').map((line) => JSON.parse(line));
   const { port } = record().find(({ event }) => event === 'listening');
-  return {
-    child,
-    exited,
-    port,
-    record,
-    get: (target, headers = {}, method = 'GET', body) =>
-      sendRequest(port, target, { headers, method, body }),
-    async stop() {
-      child.kill('SIGKILL');
-      await exited;
-      rmSync(folder, { recursive: true });
-    },
-  };
-}
 
-/// Sends a request on its own connection; returns status, headers and body as text.
-function sendRequest(port, target, { headers, method, body }) {
-  return new Promise((resolve, reject) => {
+  /// Sends a request on its own connection; returns status, headers and body as text.
+  async function get(target, headers = {}, method = 'GET', body = undefined) {
     const options = { host: '127.0.0.1', port, path: target, method, headers, agent: false };
-    const request = http.request(options, (response) => {
-      let text = '';
-      response.setEncoding('utf8');
-      response.on('data', (data) => { text += data; });
-      response.on('end', () => resolve({ status: response.statusCode, headers: response.headers, text }));
-      response.on('error', reject);
-    });
-    request.on('error', reject);
-    request.end(body);
-  });
+    const request = http.request(options).end(body);
+    const [response] = await once(request, 'response');
+    return { status: response.statusCode, headers: response.headers, text: await textOf(response) };
+  }
+  return { child, exited, port, record, get, stop };
 }
