@@ -11,6 +11,7 @@ namespace orvel {
 namespace {
 
 using namespace std::string_literals;
+using namespace std::string_view_literals;
 
 TEST(Json, OnlyTopLevelStringsAreReturned) {
   const std::vector<std::pair<std::string, JsonTexts>> rows{
@@ -53,71 +54,46 @@ TEST(Json, EscapesAreDecoded) {
   EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (JsonTexts{{"a\0b"s, "x"}}));
 }
 
-void expectNoJson(const std::vector<std::string> &texts) {
+void expectRejected(const std::vector<std::string> &texts) {
   for (const std::string &text : texts) EXPECT_EQ(parseJsonTexts(text), std::nullopt) << text;
 }
 
 TEST(Json, OtherTopLevelThanObjectIsRejected) {
-  expectNoJson({"", " ", "null", "true", "1", "\"x\"", "[]", "[{}]", "<html></html>", "undefined"});
+  expectRejected({"", " ", "null", "true", "1", "\"x\"", "[]", "[{}]", "undefined"});
 }
 
-TEST(Json, MalformedStructureIsRejected) {
-  expectNoJson({"{",
-                "}",
-                "{}}",
-                "{}{}",
-                "{} x",
-                "{},",
-                "[{}",
-                "{]",
-                R"({"a"})",
-                R"({"a":})",
-                R"({"a" "b"})",
-                R"({"a":"b",})",
-                R"({,"a":"b"})",
-                R"({"a":"b" "c":"d"})",
-                R"({"a":"b",,})",
-                R"({"a":[1,]})",
-                R"({"a":[,1]})",
-                R"({"a":[1 2]})",
-                R"({"a":[})",
-                R"({"a"::1})",
-                R"({'a':'b'})",
-                R"({a:"b"})",
-                R"({1:"b"})",
-                R"({"a":"b";})",
-                "{}//",
-                "/**/{}",
-                "\v{}",
-                "\xC2\xA0{}",
-                "{}\0"s,
-                "\0{}"s});
+/// A text of JSONTestSuite. Its name begins with its kind: "y_" is JSON, "n_" is not, and "i_"
+/// depends on the parser.
+struct SuiteText {
+  std::string_view name;
+  std::string_view text;
+};
+
+constexpr SuiteText suiteTexts[] = {
+#include "tests/support/data/json_test_suite.inc"
+};
+
+TEST(Json, AgreesWithJsonTestSuite) {
+  for (const auto &[name, text] : suiteTexts) {
+    // JSON leaves the range of numbers to the parser. The other texts of this kind hold invalid
+    // UTF-8 or unpaired surrogates, except for the one with 500 levels.
+    if (name.starts_with("i_number_")) continue;
+    const bool isAccepted = name.starts_with("y_") || name == "i_structure_500_nested_arrays";
+    // Only an object is accepted at the top level.
+    const std::string object = R"({"before":"x","value":)" + std::string(text) + "}";
+    EXPECT_EQ(parseJsonTexts(object).has_value(), isAccepted) << name << ": " << text;
+  }
+}
+
+TEST(Json, ForeignSyntaxIsRejected) {
+  expectRejected({R"({"a":"b";})", R"({"a":1_0})", R"({"a":"\U0041"})", "{}//", "/**/{}", "\v{}",
+                  "\xC2\xA0{}", "{}\0"s, "\0{}"s, "{\"a\":\"\0\"}"s, "\xff\xfe{\0}\0"s, "{\0}\0"s,
+                  "\0{\0}"s});
 }
 
 TEST(Json, MisplacedOrForeignByteOrderMarkIsRejected) {
-  expectNoJson({"\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}", " \xEF\xBB\xBF{}", "{}\xEF\xBB\xBF",
-                "{\xEF\xBB\xBF}", "\xEF\xBB{}", "\xEF{}", "\xFE\xFF{}", "\xFF\xFE{}"});
-}
-
-TEST(Json, MalformedValueIsRejected) {
-  expectNoJson({R"({"a":01})", R"({"a":+1})", R"({"a":.5})", R"({"a":1.})", R"({"a":1e})",
-                R"({"a":1e+})", R"({"a":-})", R"({"a":0x1})", R"({"a":1_0})", R"({"a":NaN})",
-                R"({"a":Infinity})", R"({"a":True})", R"({"a":nul})", R"({"a":truex})",
-                R"({"a":undefined})", R"({"a":b})"});
-}
-
-TEST(Json, MalformedStringIsRejected) {
-  expectNoJson({"{\"a\":\"\n\"}", "{\"a\":\"\t\"}", "{\"a\":\"\x1f\"}", "{\"a\":\"\0\"}"s,
-                R"({"a":"\x41"})", R"({"a":"\'"})", R"({"a":"\u12"})", R"({"a":"\u12g4"})",
-                R"({"a":"\U0041"})", R"({"a":"\"})", R"({"a":"b)", R"({"a":"\ud800"})",
-                R"({"a":"\udc00"})", R"({"a":"\ud800x"})", R"({"a":"\ud800\n"})",
-                R"({"a":"\ud800\ud800"})", R"({"a":"\ud800\u0041"})", R"({"a":"\ude00\ud83d"})"});
-}
-
-TEST(Json, InvalidUtf8IsRejected) {
-  expectNoJson({"{\"a\":\"\xff\"}", "{\"a\":\"\xc3\"}", "{\"a\":\"\xed\xa0\x80\"}",
-                "{\"a\":\"\xc0\x80\"}", "{\"\xe9\":\"x\"}", "{\"a\":\"\xf5\x80\x80\x80\"}",
-                "\xff\xfe{\0}\0"s, "{\0}\0"s, "\0{\0}"s});
+  expectRejected({"\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}", " \xEF\xBB\xBF{}", "{}\xEF\xBB\xBF",
+                  "{\xEF\xBB\xBF}", "\xEF\xBB{}", "\xEF{}", "\xFE\xFF{}", "\xFF\xFE{}"});
 }
 
 TEST(Json, TruncatedTextIsRejectedAndCorruptTextDoesNotCrash) {

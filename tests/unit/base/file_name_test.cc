@@ -27,6 +27,24 @@ TEST(FileName, ExtensionBeginsAtLastFullStop) {
   }
 }
 
+/// The last path component of a URL and the extension that Foundation's NSURL gives for it.
+struct PathExtension {
+  std::string name;
+  std::string extension;
+};
+
+const PathExtension pathExtensions[] = {
+#include "tests/support/data/nsurl_path_extensions.inc"
+};
+
+TEST(FileName, ExtensionAgreesWithNsurl) {
+  for (const auto &[name, extension] : pathExtensions) {
+    const FileName split = splitFileName(name);
+    EXPECT_EQ(split.extension, extension.empty() ? "" : "." + extension) << name;
+    EXPECT_EQ(std::string(split.stem) + std::string(split.extension), name);
+  }
+}
+
 TEST(FileName, FullStopAtEitherEndBeginsNoExtension) {
   for (const std::string name : {"", ".", "..", "...", "report", ".profile", "name."}) {
     EXPECT_EQ(splitFileName(name).stem, name);
