@@ -120,6 +120,12 @@ class GtkPanels::AlertWindow {
     gtk_scrolled_window_set_propagate_natural_height(scroller, TRUE);
     gtk_scrolled_window_set_max_content_height(scroller, maxTextHeight);
     gtk_scrolled_window_set_child(scroller, text);
+    // GTK 4.8 leaves a handler of a destroyed scrolled window connected to the settings. It
+    // crashes when "gtk-overlay-scrolling" changes.
+    g_signal_connect(widget, "destroy", G_CALLBACK(+[](GtkWidget *destroyed) {
+                       g_signal_handlers_disconnect_by_data(gtk_settings_get_default(), destroyed);
+                     }),
+                     nullptr);
     scrollByPageKeys(widget);
     // The Tab key stops at the text only when it needs scrolling.
     gtk_widget_set_can_focus(widget, FALSE);
