@@ -42,7 +42,7 @@ elif [ -z "${ORVELOS_SIGN_IDENTITY:-}" ] && [ "${ORVELOS_ADHOC:-}" != 1 ]; then
 fi
 cd "$checkout"
 timestamp=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
-# Without both 1980-01-01, the earliest date that a zip archive can store.
+# The default without git is 1980-01-01, the earliest date that a zip archive can store.
 timestamp=${timestamp:-315532800}
 [[ $timestamp =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number of seconds: '$timestamp'"
 
