@@ -64,6 +64,10 @@ bool replaceBundle(const Platform &platform, const std::string &archive,
   // Only a release of the same application may replace it.
   if (bundleIdentifier(*information) != platform.bundle.infoText(bundleIdentifierKey)) return false;
 
+  // Otherwise a server could replace a signed application by one of any origin.
+  const auto team = platform.bundle.teamIdentifier();
+  if (team && !platform.bundle.isSignedByTeam(unpacked, *team)) return false;
+
   runCommand(platform, platform.names.clearQuarantine, {unpacked});
   return platform.locations.replaceItem(platform.bundle.path(), unpacked);
 }

@@ -25,6 +25,11 @@ std::optional<std::string> FakeBundle::infoText(std::string_view key) const {
   return find(texts, key);
 }
 
+bool FakeBundle::isSignedByTeam(const std::string &bundlePath, const std::string &signer) const {
+  const auto found = signers.find(bundlePath);
+  return found != signers.end() && found->second == signer;
+}
+
 std::optional<std::string> FakeUserDefaults::text(std::string_view key) const {
   return find(texts, key);
 }

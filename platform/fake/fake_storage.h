@@ -11,15 +11,21 @@
 
 namespace orvel {
 
-/// A bundle whose string entries are in memory.
+/// A bundle whose string entries and code signatures are in memory.
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
   std::optional<std::string> infoText(std::string_view key) const override;
+  std::optional<std::string> teamIdentifier() const override { return team; }
+  bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override;
 
   std::map<std::string, std::string, std::less<>> texts{{"CFBundleShortVersionString", "1.0"},
                                                         {"ORVELOSKey", "app-key"}};
   std::string folder = "/Applications/Orvel OS.app";
+  /// The Team ID of the running program.
+  std::optional<std::string> team;
+  /// The Team ID in the valid signature of each bundle, by its path.
+  std::map<std::string, std::string> signers;
 };
 
 /// User defaults in memory.

@@ -293,6 +293,30 @@ TEST_F(Installation, MissingBundleIdentifierMatchesMissingBundleIdentifier) {
   EXPECT_EQ(installed(), "new");
 }
 
+TEST_F(Installation, ProgramSignedByTeamInstallsOnlyReleaseOfSameTeam) {
+  fake.bundle.team = "TEAM123456";
+  const std::string unpacked = working() + "/Orvel OS.app";
+  setContents(infoPlist(ourIdentifier));
+  // No signer stands for an unsigned, ad hoc signed or modified release.
+  install();
+  expectNotInstalled();
+  fake.bundle.signers[unpacked] = "OTHER98765";
+  install();
+  expectNotInstalled();
+  EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
+  EXPECT_EQ(fake.record.count("replace"), 0U);
+  fake.bundle.signers[unpacked] = "TEAM123456";
+  install();
+  EXPECT_EQ(installed(), "new");
+}
+
+TEST_F(Installation, ProgramWithoutTeamInstallsReleaseOfAnyTeam) {
+  fake.bundle.signers[working() + "/Orvel OS.app"] = "OTHER98765";
+  setContents(infoPlist(ourIdentifier));
+  install();
+  EXPECT_EQ(installed(), "new");
+}
+
 TEST_F(Installation, FailedReplacementShowsNoNotice) {
   fake.locations.replaceSucceeds = false;
   setContents(infoPlist(ourIdentifier));

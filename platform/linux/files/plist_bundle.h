@@ -15,6 +15,9 @@ class PlistBundle final : public Bundle {
 
   std::string path() const override { return path_; }
   std::optional<std::string> infoText(std::string_view key) const override;
+  /// Linux has no code signatures.
+  std::optional<std::string> teamIdentifier() const override { return std::nullopt; }
+  bool isSignedByTeam(const std::string &, const std::string &) const override { return false; }
 
  private:
   const std::string path_;

@@ -8,8 +8,17 @@ namespace orvel {
 /// so an update that replaces the bundle does not change these values. Any thread.
 class MainBundle final : public Bundle {
  public:
+  /// Reads the Team ID of the running program, because Security reads the signature from the
+  /// disk (SecCode.h), where an update may replace it later.
+  MainBundle();
+
   std::string path() const override;
   std::optional<std::string> infoText(std::string_view key) const override;
+  std::optional<std::string> teamIdentifier() const override { return teamIdentifier_; }
+  bool isSignedByTeam(const std::string &bundlePath, const std::string &team) const override;
+
+ private:
+  const std::optional<std::string> teamIdentifier_;
 };
 
 }  // namespace orvel

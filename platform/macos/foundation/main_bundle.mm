@@ -3,8 +3,11 @@
 #import <Foundation/Foundation.h>
 
 #import "platform/macos/foundation/cocoa_text.h"
+#include "platform/macos/foundation/code_signature.h"
 
 namespace orvel {
+
+MainBundle::MainBundle() : teamIdentifier_(teamIdentifierOfThisProcess()) {}
 
 std::string MainBundle::path() const {
   return fromCocoa(NSBundle.mainBundle.bundleURL.URLByResolvingSymlinksInPath.path);
@@ -12,6 +15,10 @@ std::string MainBundle::path() const {
 
 std::optional<std::string> MainBundle::infoText(std::string_view key) const {
   return textOf(NSBundle.mainBundle.infoDictionary[toCocoa(key)]);
+}
+
+bool MainBundle::isSignedByTeam(const std::string &bundlePath, const std::string &team) const {
+  return hasValidSignatureOfTeam(bundlePath, team);
 }
 
 }  // namespace orvel
