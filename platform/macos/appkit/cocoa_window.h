@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-/// A window that one view fills. Main thread only.
+/// A window that one view fills and that gives this view the keyboard focus. Main thread only.
 class CocoaWindow final : public Window {
  public:
   /// Makes the window without showing it. A frame saved under the autosave name takes

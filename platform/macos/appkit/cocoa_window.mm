@@ -1,5 +1,6 @@
 #import "platform/macos/appkit/cocoa_window.h"
 
+#import "platform/macos/appkit/page_window.h"
 #import "platform/macos/foundation/cocoa_text.h"
 
 namespace orvel {
@@ -22,10 +23,10 @@ NSColor *toCocoa(const Color &color) {
 }  // namespace
 
 CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *content)
-    : window_([[NSWindow alloc] initWithContentRect:toCocoa(configuration.contentRect)
-                                          styleMask:styleMaskOf(configuration)
-                                            backing:NSBackingStoreBuffered
-                                              defer:NO]) {
+    : window_([[PageWindow alloc] initWithContentRect:toCocoa(configuration.contentRect)
+                                            styleMask:styleMaskOf(configuration)
+                                              backing:NSBackingStoreBuffered
+                                                defer:NO]) {
   // ARC releases the window. Without this, closing it would release it once more.
   window_.releasedWhenClosed = NO;
   window_.tabbingMode = NSWindowTabbingModeDisallowed;
@@ -36,10 +37,15 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *conte
   window_.backgroundColor = toCocoa(configuration.backgroundColor);
   window_.minSize = NSMakeSize(configuration.minimumWidth, configuration.minimumHeight);
   window_.contentView = content;
+  [window_ makeFirstResponder:content];
   // Last, because this restores the frame that an earlier run saved.
   [window_ setFrameAutosaveName:toCocoa(configuration.frameAutosaveName)];
 }
 
-void CocoaWindow::makeKeyAndOrderFront() { [window_ makeKeyAndOrderFront:nil]; }
+void CocoaWindow::makeKeyAndOrderFront() {
+  [window_ makeKeyAndOrderFront:nil];
+  // Showing a window for the first time may move the focus (recalculation of the key views).
+  [window_ makeFirstResponder:window_.contentView];
+}
 
 }  // namespace orvel

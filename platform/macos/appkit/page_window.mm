@@ -1,0 +1,98 @@
+#import "platform/macos/appkit/page_window.h"
+
+#include "base/title_bar.h"
+#import "platform/macos/foundation/cocoa_text.h"
+
+@implementation PageWindow {
+  orvel::TitleBarMouse _mouse;
+  NSEvent *_press;
+}
+
+- (void)becomeKeyWindow {
+  [super becomeKeyWindow];
+  // The window itself ignores keys. initialFirstResponder alone does not prevent that
+  // (github.com/tauri-apps/tao/issues/208).
+  if (self.firstResponder == self) [self makeFirstResponder:self.contentView];
+}
+
+/// Follows the left button. A modal loop of an alert does not send these events.
+- (void)sendEvent:(NSEvent *)event {
+  const NSPoint position = event.locationInWindow;
+  switch (event.type) {
+    case NSEventTypeLeftMouseDown:
+      _press = event;
+      _mouse.press([self isTitleBarAt:position], position.x, position.y);
+      [super sendEvent:event];
+      return;
+    case NSEventTypeLeftMouseDragged:
+      [self use:event as:_mouse.drag(position.x, position.y)];
+      return;
+    case NSEventTypeLeftMouseUp:
+      [self use:event as:_mouse.release(static_cast<int>(event.clickCount))];
+      return;
+    default:
+      [super sendEvent:event];
+  }
+}
+
+- (void)use:(NSEvent *)event as:(orvel::MouseEventUse)use {
+  switch (use) {
+    case orvel::MouseEventUse::page:
+      [super sendEvent:event];
+      return;
+    case orvel::MouseEventUse::pageAndDoubleClick:
+      [super sendEvent:event];
+      [self doubleClickTitleBar];
+      return;
+    case orvel::MouseEventUse::startWindowDrag:
+      [self releaseOutsideContent];
+      [self performWindowDragWithEvent:_press];
+      return;
+    case orvel::MouseEventUse::none:
+      return;
+  }
+}
+
+/// Returns whether a position in the window is on the part of the content view that is under
+/// the title bar. In full screen the title bar is a window of its own.
+- (BOOL)isTitleBarAt:(NSPoint)position {
+  if ((self.styleMask & NSWindowStyleMaskFullScreen) != 0) return NO;
+  if (position.y < NSMaxY(self.contentLayoutRect)) return NO;
+  // The buttons of the title bar are not in the content view. The superview has the window's
+  // coordinate system.
+  NSView *view = [self.contentView.superview hitTest:position];
+  return [view isDescendantOf:self.contentView];
+}
+
+/// Ends the press for the page with a release outside of it, which is not a click. The page
+/// may not get the release that ends the drag (NSWindow.h, performWindowDragWithEvent:), and
+/// WebKit does not update :hover and :active while the button is pressed.
+- (void)releaseOutsideContent {
+  NSEvent *release = [NSEvent mouseEventWithType:NSEventTypeLeftMouseUp
+                                        location:NSMakePoint(-1, -1)
+                                   modifierFlags:_press.modifierFlags
+                                       timestamp:NSProcessInfo.processInfo.systemUptime
+                                    windowNumber:self.windowNumber
+                                         context:nil
+                                     eventNumber:_press.eventNumber
+                                      clickCount:_press.clickCount
+                                        pressure:0];
+  if (release != nil) [super sendEvent:release];
+}
+
+- (void)doubleClickTitleBar {
+  NSString *preference =
+      [NSUserDefaults.standardUserDefaults stringForKey:@"AppleActionOnDoubleClick"];
+  switch (orvel::titleBarDoubleClick(orvel::fromCocoa(preference))) {
+    case orvel::TitleBarDoubleClick::none:
+      return;
+    case orvel::TitleBarDoubleClick::miniaturize:
+      [self performMiniaturize:nil];
+      return;
+    case orvel::TitleBarDoubleClick::zoom:
+      [self performZoom:nil];
+      return;
+  }
+}
+
+@end

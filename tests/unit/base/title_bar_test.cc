@@ -1,0 +1,78 @@
+#include "base/title_bar.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvel {
+namespace {
+
+TEST(TitleBar, PreferenceSelectsActionOfDoubleClick) {
+  const std::vector<std::pair<std::string, TitleBarDoubleClick>> rows{
+      {"None", TitleBarDoubleClick::none},     {"Minimize", TitleBarDoubleClick::miniaturize},
+      {"Maximize", TitleBarDoubleClick::zoom}, {"Fill", TitleBarDoubleClick::zoom},
+      {"", TitleBarDoubleClick::zoom},         {"minimize", TitleBarDoubleClick::zoom},
+  };
+  for (const auto &[preference, action] : rows) {
+    EXPECT_EQ(titleBarDoubleClick(preference), action) << preference;
+  }
+}
+
+TEST(TitleBar, ClickOnTitleBarGoesToPage) {
+  TitleBarMouse mouse;
+  mouse.press(true, 100, 700);
+  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+}
+
+TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
+  TitleBarMouse mouse;
+  mouse.press(true, 100, 700);
+  EXPECT_EQ(mouse.drag(104, 700), MouseEventUse::startWindowDrag);
+  EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::none);
+  EXPECT_EQ(mouse.release(1), MouseEventUse::none);
+  EXPECT_EQ(mouse.drag(200, 700), MouseEventUse::page) << "without a press";
+}
+
+TEST(TitleBar, UnsteadyClickOnTitleBarGoesToPage) {
+  TitleBarMouse mouse;
+  mouse.press(true, 100, 700);
+  EXPECT_EQ(mouse.drag(102, 702), MouseEventUse::page);
+  EXPECT_EQ(mouse.drag(100, 697), MouseEventUse::page) << "exactly 3 points";
+  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+}
+
+TEST(TitleBar, DragFromPageToTitleBarStaysInPage) {
+  TitleBarMouse mouse;
+  mouse.press(false, 100, 100);
+  EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::page);
+  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+}
+
+TEST(TitleBar, OnlySecondClickOnTitleBarIsDoubleClick) {
+  TitleBarMouse mouse;
+  for (int clickCount = 1; clickCount <= 4; ++clickCount) {
+    mouse.press(true, 100, 700);
+    EXPECT_EQ(mouse.release(clickCount),
+              clickCount == 2 ? MouseEventUse::pageAndDoubleClick : MouseEventUse::page)
+        << clickCount;
+  }
+  mouse.press(false, 100, 100);
+  EXPECT_EQ(mouse.release(2), MouseEventUse::page) << "below the title bar";
+  mouse.press(true, 100, 700);
+  mouse.drag(150, 700);
+  EXPECT_EQ(mouse.release(2), MouseEventUse::none) << "after a drag";
+}
+
+TEST(TitleBar, PressAfterUnfinishedDragStartsAnew) {
+  TitleBarMouse mouse;
+  mouse.press(true, 100, 700);
+  mouse.drag(150, 700);
+  // The window server may keep the release that ends the drag.
+  mouse.press(true, 150, 700);
+  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+}
+
+}  // namespace
+}  // namespace orvel
