@@ -12,6 +12,28 @@
 - (void)redo:(id)sender;
 @end
 
+/// A menu item whose title cannot change once it is fixed.
+@interface FixedTitleMenuItem : NSMenuItem
+- (void)fixTitle;
+@end
+
+@implementation FixedTitleMenuItem {
+  BOOL _titleIsFixed;
+}
+
+- (void)fixTitle {
+  _titleIsFixed = YES;
+}
+
+// AppKit sets the titles of some items when it validates them: undo: and redo: get the name of
+// the action (NSUndoManager.undoMenuItemTitle), toggleFullScreen: gets "Enter Full Screen" or
+// "Exit Full Screen".
+- (void)setTitle:(NSString *)title {
+  if (!_titleIsFixed) super.title = title;
+}
+
+@end
+
 namespace orvel {
 
 namespace {
@@ -54,9 +76,11 @@ SEL selectorOf(MenuAction action) {
 
 NSMenuItem *makeItem(const MenuItem &item) {
   if (item.isSeparator) return [NSMenuItem separatorItem];
-  NSMenuItem *menuItem = [[NSMenuItem alloc] initWithTitle:toCocoa(item.title)
-                                                    action:selectorOf(item.action)
-                                             keyEquivalent:toCocoa(item.keyEquivalent)];
+  FixedTitleMenuItem *menuItem =
+      [[FixedTitleMenuItem alloc] initWithTitle:toCocoa(item.title)
+                                         action:selectorOf(item.action)
+                                  keyEquivalent:toCocoa(item.keyEquivalent)];
+  [menuItem fixTitle];
   // Without this mask AppKit takes the Command key alone.
   if (item.withControl) {
     menuItem.keyEquivalentModifierMask = NSEventModifierFlagCommand | NSEventModifierFlagControl;
@@ -73,6 +97,9 @@ NSMenu *makeMenu(const Menu &menu) {
 }  // namespace
 
 void CocoaMenuBar::install(const std::vector<Menu> &menus) {
+  // Before the menu bar exists, because AppKit adds items for tabs to the menus Weergave and
+  // Venster when it sees them.
+  NSWindow.allowsAutomaticWindowTabbing = NO;
   NSApplication *application = NSApplication.sharedApplication;
   NSMenu *bar = [[NSMenu alloc] init];
   for (const Menu &menu : menus) {
