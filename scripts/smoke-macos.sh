@@ -1,7 +1,13 @@
 #!/usr/bin/env bash
-# Starts the built macOS application on the demo server, waits until the page reports that
-# it is painted, and quits the application as the Dock does. Fails unless the application
-# exits with status 0 and leaves no process.
+# Starts the built macOS application on the demo server twice: as the Finder does, and as a
+# child process, which shows its exit status. Waits until the page reports that it is painted
+# and quits the application as the Dock does. Fails unless the application exits with status 0
+# and leaves no process.
+#
+# After the start as by the Finder, also checks that the window is in front, that typing
+# reaches the page without a click, and that the window moves when its title bar is dragged.
+# The last two post events, which needs the permission of System Settings, Privacy & Security,
+# Accessibility. Without it they are reported as not checked.
 #
 #   ./scripts/smoke-macos.sh [APP]
 #
@@ -28,10 +34,77 @@ port_free() { ! port_taken; }
 # Prints the process id of the server, or nothing before it listens.
 server() { sed -nE 's/^\{"event":"listening".*"pid":([0-9]+).*/\1/p' "$work/record.jsonl" 2>/dev/null | tail -1; }
 
+# Runs a command of operate_macos.js.
+operate() { osascript -l JavaScript scripts/operate_macos.js "$@"; }
+application_found() {
+  application=$(operate pid "$app")
+  [ -n "$application" ]
+}
+in_front() { [ "$(operate isInFront "$application")" = true ]; }
+other_page_painted() { grep -q '"url":"/api/getoond?pagina=%2F[a-z]' "$work/record.jsonl"; }
+window_moved() { [ "$(operate position "$application")" != "$1" ]; }
+
 # Fails with the output of the application.
 fail_after_start() {
   cat "$work/output" >&2
   fail "$*"
+}
+
+passed() { echo "smoke: passed: $*"; }
+
+# The Finder starts an application with the environment of launchd: a short PATH and no locale.
+# `open` passes its own environment on, so it gets that one.
+start_like_finder() {
+  : >"$work/output"
+  env -i HOME="$HOME" TMPDIR="${TMPDIR:-/tmp}" PATH=/usr/bin:/bin:/usr/sbin:/sbin \
+    "$(command -v open)" -n --stdout "$work/output" --stderr "$work/output" \
+    --env "ORVEL_OS_ROOT=$PWD/demo" --env "ORVEL_DEMO_RECORD=$work/record.jsonl" "$app" ||
+    fail "open could not start the application"
+  wait_until 20 application_found || fail_after_start "the application did not start"
+}
+
+start_as_child() {
+  ORVEL_OS_ROOT="$PWD/demo" ORVEL_DEMO_RECORD="$work/record.jsonl" "$executable" \
+    >"$work/output" 2>&1 &
+  application=$!
+}
+
+await_page() {
+  wait_until 60 painted_or_gone ||
+    fail_after_start "the page was not painted within 60 seconds; $(report --until-painted 2>&1 | tail -1)"
+  painted || fail_after_start "the application exited before the page was painted"
+}
+
+check_window() {
+  local before
+  wait_until 5 in_front || fail_after_start "the window is not in front"
+  passed "the window is in front"
+  if [ "$(operate mayPostEvents)" != true ]; then
+    echo "smoke: not checked: typing and dragging; this process may not post events"
+    return
+  fi
+  operate openSecondLink >/dev/null
+  wait_until 5 other_page_painted || fail_after_start "typing did not reach the page"
+  passed "typing reaches the page without a click"
+  before=$(operate position "$application")
+  operate dragTitleBar "$application" >/dev/null
+  wait_until 5 window_moved "$before" || fail_after_start "dragging the title bar did not move the window"
+  passed "dragging the title bar moves the window"
+}
+
+# Sends the quit Apple event to the application and waits until it has exited.
+quit() {
+  local sent
+  sent=$(operate quit "$application") || fail "osascript failed to quit the application"
+  [ "$sent" = true ] || fail "the system did not send the quit event"
+  wait_until 10 gone "$application" || fail_after_start "the application did not quit within 10 seconds"
+}
+
+check_nothing_left() {
+  echo "smoke: steps in the record of the server"
+  report || fail "a step is missing"
+  wait_until 10 gone "$(server)" || fail "the server is still running: process $(server)"
+  wait_until 10 port_free || fail "port 4767 is still in use"
 }
 
 work=''
@@ -52,7 +125,7 @@ finish() {
 }
 
 [ -x "$executable" ] || fail "the application '$app' does not exist; scripts/build-app.sh builds it"
-for tool in node osascript; do
+for tool in node open osascript; do
   command -v "$tool" >/dev/null || fail "$tool is not installed"
 done
 grep -q '<key>ORVELOSKey</key>' "$app/Contents/Info.plist" ||
@@ -69,25 +142,22 @@ trap 'exit 143' TERM
 trap 'exit 129' HUP
 work=$(mktemp -d)
 
-ORVEL_OS_ROOT="$PWD/demo" ORVEL_DEMO_RECORD="$work/record.jsonl" "$executable" >"$work/output" 2>&1 &
-application=$!
-wait_until 60 painted_or_gone ||
-  fail_after_start "the page was not painted within 60 seconds; $(report --until-painted 2>&1 | tail -1)"
-painted || fail_after_start "the application exited before the page was painted"
+echo "smoke: starting the application as the Finder does"
+start_like_finder
+await_page
+check_window
+quit
+application=''
+check_nothing_left
 
-# Sends the quit Apple event to this process.
-sent=$(osascript -l JavaScript -e "ObjC.import('AppKit');
-  $.NSRunningApplication.runningApplicationWithProcessIdentifier($application).terminate") ||
-  fail "osascript failed to quit the application"
-[ "$sent" = true ] || fail "the system did not send the quit event"
-wait_until 10 gone "$application" || fail_after_start "the application did not quit within 10 seconds"
+echo "smoke: starting the application as a child process"
+rm "$work/record.jsonl"
+start_as_child
+await_page
+quit
 status=0
 wait "$application" || status=$?
 application=''
 [ "$status" -eq 0 ] || fail_after_start "the application exited with status $status"
-
-echo "smoke: steps in the record of the server"
-report || fail "a step is missing"
-wait_until 10 gone "$(server)" || fail "the server is still running: process $(server)"
-wait_until 10 port_free || fail "port 4767 is still in use"
+check_nothing_left
 echo "smoke: all steps are in the record, no process is left"

@@ -43,7 +43,7 @@ export class ScriptFixture {
     const text = `#!/usr/bin/env bash
 set -eu
 call="\${0##*/} $*"
-printf '%s\\0' "\${0##*/}" "$@" $'\\n' >>"$RECORD"
+printf '%s\\0' "\${0##*/}" "$@" $'\\n' >>"${this.path('record')}"
 if [ -n "\${FAILS:-}" ] && [[ $call == $FAILS ]]; then
   echo "fake tool: $call" >&2
   exit 7
@@ -77,7 +77,6 @@ ${body}
         ...withoutBuildSettings(process.env),
         PATH: `${this.path('bin')}:${this.path('system')}`,
         TMPDIR: this.path('tmp'),
-        RECORD: this.path('record'),
         ...environment,
       },
     });

@@ -1,0 +1,101 @@
+// Finds, observes and operates an application on macOS, for smoke-macos.sh. Written for
+// JavaScript for Automation, which has no modules:
+//
+//   osascript -l JavaScript scripts/operate_macos.js COMMAND ARGUMENT...
+//
+// Prints the result of the command. Reading windows needs no permission; posting events needs
+// the one of System Settings, Privacy & Security, Accessibility.
+
+/* global $, ObjC, delay */
+/* exported run */
+
+ObjC.import('AppKit');
+ObjC.import('CoreGraphics');
+// Not in the metadata by which the bridge finds functions.
+ObjC.bindFunction('CGPreflightPostEventAccess', ['bool', []]);
+
+const TAB = 48;
+const RETURN = 36;
+
+const resolved = (url) => url.URLByResolvingSymlinksInPath.path.js;
+
+/// Returns the normal windows of all applications, front to back. Layer 0 excludes menus, the
+/// Dock and the menu bar.
+function windows() {
+  const options = $.kCGWindowListOptionOnScreenOnly | $.kCGWindowListExcludeDesktopElements;
+  const list = $.CGWindowListCopyWindowInfo(options, $.kCGNullWindowID);
+  return ObjC.deepUnwrap(ObjC.castRefToObject(list)).filter((window) => window.kCGWindowLayer === 0);
+}
+
+function boundsOf(pid) {
+  const window = windows().find(({ kCGWindowOwnerPID }) => kCGWindowOwnerPID === pid);
+  if (!window) throw new Error(`process ${pid} has no window on the screen`);
+  return window.kCGWindowBounds;
+}
+
+function post(event) {
+  $.CGEventPost($.kCGHIDEventTap, event);
+  delay(0.05);
+}
+
+function pressKey(code, flags) {
+  for (const isDown of [true, false]) {
+    const event = $.CGEventCreateKeyboardEvent($(), code, isDown);
+    $.CGEventSetFlags(event, flags);
+    post(event);
+  }
+}
+
+function moveMouse(type, x, y) {
+  post($.CGEventCreateMouseEvent($(), type, $.CGPointMake(x, y), $.kCGMouseButtonLeft));
+}
+
+const commands = {
+  /// Prints the process ID of the application that runs from a bundle, or nothing.
+  pid(bundle) {
+    const path = resolved($.NSURL.fileURLWithPath(bundle));
+    const running = $.NSRunningApplication.runningApplicationsWithBundleIdentifier('nl.orvel.os');
+    const found = running.js.find((application) => resolved(application.bundleURL) === path);
+    return found ? String(found.processIdentifier) : '';
+  },
+  /// Sends the quit Apple event and prints whether it was sent.
+  quit(pid) {
+    return $.NSRunningApplication.runningApplicationWithProcessIdentifier(Number(pid)).terminate;
+  },
+  /// Prints whether the application is active and has the frontmost window.
+  isInFront(pid) {
+    const active = $.NSWorkspace.sharedWorkspace.frontmostApplication.processIdentifier;
+    return active === Number(pid) && windows()[0]?.kCGWindowOwnerPID === active;
+  },
+  /// Prints whether this process may post events.
+  mayPostEvents() {
+    return Boolean($.CGPreflightPostEventAccess());
+  },
+  /// Opens the second link of the page by keys. Option-Tab moves to a link also where the
+  /// user's settings exclude links from Tab.
+  openSecondLink() {
+    for (let link = 1; link <= 2; link += 1) pressKey(TAB, $.kCGEventFlagMaskAlternate);
+    pressKey(RETURN, 0);
+  },
+  /// Prints the position of the window of a process.
+  position(pid) {
+    const { X, Y } = boundsOf(Number(pid));
+    return `${X} ${Y}`;
+  },
+  /// Drags the window of a process by the middle of its title bar.
+  dragTitleBar(pid) {
+    const { X, Y, Width } = boundsOf(Number(pid));
+    const x = X + Width / 2;
+    const y = Y + 10;
+    moveMouse($.kCGEventMouseMoved, x, y);
+    moveMouse($.kCGEventLeftMouseDown, x, y);
+    for (let step = 1; step <= 10; step += 1) {
+      moveMouse($.kCGEventLeftMouseDragged, x - 6 * step, y + 6 * step);
+    }
+    moveMouse($.kCGEventLeftMouseUp, x - 60, y + 60);
+  },
+};
+
+function run([command, ...args]) {
+  return commands[command](...args);
+}
