@@ -25,6 +25,15 @@ std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
 }
 
+/// Moves the file of a finished download to a temporary path that the session does not know,
+/// and returns that path. Returns nil for nil and when the file cannot be moved.
+NSURL *keepFile(NSURL *file) {
+  if (file == nil) return nil;
+  NSURL *kept = [NSFileManager.defaultManager.temporaryDirectory
+      URLByAppendingPathComponent:NSUUID.UUID.UUIDString];
+  return [NSFileManager.defaultManager moveItemAtURL:file toURL:kept error:nil] ? kept : nil;
+}
+
 /// Starts a task, with a delegate for its redirects.
 void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
   task.delegate = [[RedirectGuard alloc] initWithRequest:message
@@ -33,6 +42,10 @@ void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &requ
 }
 
 }  // namespace
+
+SharedUrlSession::SharedUrlSession()
+    : downloadCompletions_(
+          dispatch_queue_create("nl.orvel.os.download-completions", DISPATCH_QUEUE_SERIAL)) {}
 
 void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion completion) {
   NSURLRequest *message = messageOf(request);
@@ -51,13 +64,19 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
 
 void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
   NSURLRequest *message = messageOf(request);
+  dispatch_queue_t queue = downloadCompletions_;
   start([NSURLSession.sharedSession
             downloadTaskWithRequest:message
                   completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
-                    // The session removes the file when this block returns.
-                    completion({.file = textOf(file.path),
-                                .response = fromCocoa(response),
-                                .suggestedFilename = textOf(response.suggestedFilename)});
+                    // The session removes `file` when this block returns.
+                    NSURL *kept = keepFile(file);
+                    dispatch_async(queue, ^{
+                      completion({.file = textOf(kept.path),
+                                  .response = fromCocoa(response),
+                                  .suggestedFilename = textOf(response.suggestedFilename)});
+                      if (kept != nil)
+                        [NSFileManager.defaultManager removeItemAtURL:kept error:nil];
+                    });
                   }],
         message, request);
 }
