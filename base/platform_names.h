@@ -23,6 +23,10 @@ struct PlatformNames {
   /// Removes the quarantine attribute of a downloaded bundle. Empty on systems without
   /// that attribute.
   ShellCommand clearQuarantine;
+  /// The part of a bundle's path that shows that macOS runs the bundle from a read-only copy
+  /// at a random path (App Translocation), because the user has not moved it since a browser
+  /// downloaded it. Empty on systems without such copies.
+  std::string_view translocationFolder;
   /// Starts a bundle in the background after this process has ended. Returns at once.
   ShellCommand relaunch;
 };
@@ -31,6 +35,7 @@ inline constexpr PlatformNames macosNames{
     .manifest = "download/mac.json",
     .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
     .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
+    .translocationFolder = "/AppTranslocation/",
     .relaunch = {.before = "(sleep 1; /usr/bin/open -n ", .after = ") >/dev/null 2>&1 &"},
 };
 
@@ -41,6 +46,7 @@ inline constexpr PlatformNames linuxNames{
     .manifest = "download/linux.json",
     .unpack = {},
     .clearQuarantine = {},
+    .translocationFolder = "",
     .relaunch = {.before = "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
                            "exec setsid ",
                  .after = "/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &"},

@@ -83,9 +83,16 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
   return temporary + "/" + name;
 }
 
+bool isTranslocated(std::string_view bundlePath, const PlatformNames &names) {
+  return !names.translocationFolder.empty() &&
+         bundlePath.find(names.translocationFolder) != std::string_view::npos;
+}
+
 void AppDelegate::installeer(const Url &archive, const std::string &versie) {
   // Otherwise every update check would download a release that cannot be installed.
-  if (!platform_.locations.canReplaceItem(platform_.bundle.path())) return;
+  const std::string bundle = platform_.bundle.path();
+  if (isTranslocated(bundle, platform_.names)) return;
+  if (!platform_.locations.canReplaceItem(bundle)) return;
   platform_.http.downloadTask(
       metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
         if (!download.file || !download.response || download.response->statusCode != 200) return;

@@ -339,6 +339,27 @@ TEST_F(Installation, IrreplaceableBundleDownloadsNothing) {
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
+TEST_F(Installation, TranslocationIsRecognizedByPath) {
+  const std::string translocated =
+      "/private/var/folders/x1/T/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
+  EXPECT_TRUE(isTranslocated(translocated, macosNames));
+  EXPECT_FALSE(isTranslocated(translocated, linuxNames));
+  for (const std::string path :
+       {"/Applications/Orvel OS.app", "/Users/me/AppTranslocation", "", "AppTranslocation/x.app"}) {
+    EXPECT_FALSE(isTranslocated(path, macosNames)) << path;
+  }
+}
+
+TEST_F(Installation, TranslocatedBundleDownloadsNothing) {
+  fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  setContents(infoPlist(ourIdentifier));
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  expectNotInstalled();
+}
+
 TEST_F(Installation, VersionWithSlashUnpacksIntoNestedFolder) {
   setContents(infoPlist(ourIdentifier), "1/3");
   install("1/3");
