@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "base/url.h"
+
 namespace orvel {
 
 /// The user's folders, and operations on the file system that differ between platforms.
@@ -27,6 +29,10 @@ class Locations {
   /// read-only file system and where the folder or its parent is not writable.
   /// Symbolic links are followed. Any thread; may block on the disk.
   virtual bool canReplaceItem(const std::string &original) const = 0;
+  /// Marks a file as downloaded from a URL, so that the system asks the user before it
+  /// starts a program from the file. Has no effect where files have no such mark or when it
+  /// cannot be written. Any thread.
+  virtual void quarantine(const std::string &file, const Url &source) const = 0;
   /// Returns whether the path is a file that this user may execute. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;
 };

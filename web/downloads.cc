@@ -37,6 +37,8 @@ bool isTaken(const std::string &path) {
 /// Any thread.
 void saveDownload(const Platform &platform, const std::string &temporaryFile,
                   const std::optional<std::string> &suggested, const Url &url) {
+  // Before the move, so that no program can open the file at its final path without the mark.
+  platform.locations.quarantine(temporaryFile, url);
   const std::string folder = platform.locations.downloads() + "/";
   const std::string name = downloadName(suggested, url);
   std::string path = folder + name;

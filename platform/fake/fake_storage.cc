@@ -58,6 +58,11 @@ bool FakeLocations::canReplaceItem(const std::string &original) const {
   return isWritable && canReplaceFolder(original);
 }
 
+void FakeLocations::quarantine(const std::string &file, const Url &source) const {
+  const std::string kind = fs::exists(file) ? "file" : "missing file";
+  record_.add("quarantine " + kind + " from " + source.absoluteString);
+}
+
 void FakeUserDefaults::setText(std::string_view key, std::string_view value) {
   record_.add("default " + std::string(key) + " = " + std::string(value));
   texts.insert_or_assign(std::string(key), std::string(value));

@@ -42,7 +42,7 @@ class FakeUserDefaults final : public UserDefaults {
   Record &record_;
 };
 
-/// Paths that a test sets. Only replaceItem and canReplaceItem access the disk.
+/// Paths that a test sets. Only replaceItem, canReplaceItem and quarantine access the disk.
 class FakeLocations final : public Locations {
  public:
   explicit FakeLocations(Record &record) : record_(record) {}
@@ -53,6 +53,8 @@ class FakeLocations final : public Locations {
   /// Replaces the real folder when `replaceSucceeds`. Not atomic.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;
+  /// Records the URL, and whether the file exists.
+  void quarantine(const std::string &file, const Url &source) const override;
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }

@@ -108,7 +108,7 @@ TEST_F(Downloads, CookieHeaderOmitsCookiesWithControlCharacters) {
   }
 }
 
-TEST_F(Downloads, DownloadSendsCookiesThenSavesThenOpens) {
+TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   fake.windows.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "other.test"),
                                   cookie("session", "127.0.0.1")};
   fake.http.respond(address, {file("report.pdf")});
@@ -118,6 +118,8 @@ TEST_F(Downloads, DownloadSendsCookiesThenSavesThenOpens) {
   EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
                                                   " timeout 60000 ms [X-ORVEL-App: app-key] "
                                                   "[Cookie: orvelapp=1; session=1]",
+                                              // The file still has its temporary path.
+                                              "quarantine file from " + address,
                                               "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(text("report.pdf"), "contents");
   EXPECT_THAT(saved(), ElementsAre("report.pdf"));

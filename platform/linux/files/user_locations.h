@@ -22,6 +22,8 @@ class UserLocations final : public Locations {
   std::string temporary() const override;
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;
+  /// Linux has no quarantine attribute.
+  void quarantine(const std::string &, const Url &) const override {}
   bool isExecutableFile(const std::string &path) const override;
 
  private:

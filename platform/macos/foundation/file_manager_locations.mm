@@ -1,5 +1,6 @@
 #import "platform/macos/foundation/file_manager_locations.h"
 
+#import <CoreServices/CoreServices.h>
 #import <Foundation/Foundation.h>
 
 #include <filesystem>
@@ -42,16 +43,28 @@ std::string FileManagerLocations::temporary() const {
 bool FileManagerLocations::replaceItem(const std::string &original,
                                        const std::string &replacement) const {
   if (!areTwoFolders(original, replacement)) return false;
-  return [NSFileManager.defaultManager replaceItemAtURL:fileUrl(original)
-                                          withItemAtURL:fileUrl(replacement)
-                                         backupItemName:nil
-                                                options:0
-                                       resultingItemURL:nil
-                                                  error:nil];
+  const BOOL replaced = [NSFileManager.defaultManager replaceItemAtURL:fileUrl(original)
+                                                         withItemAtURL:fileUrl(replacement)
+                                                        backupItemName:nil
+                                                               options:0
+                                                      resultingItemURL:nil
+                                                                 error:nil];
+  if (!replaced) return false;
+  [fileUrl(original) setResourceValue:NSDate.date forKey:NSURLContentModificationDateKey error:nil];
+  return true;
 }
 
 bool FileManagerLocations::canReplaceItem(const std::string &original) const {
   return canReplaceFolder(original);
+}
+
+void FileManagerLocations::quarantine(const std::string &file, const Url &source) const {
+  NSDictionary<NSString *, id> *properties = @{
+    (__bridge NSString *)kLSQuarantineTypeKey : (__bridge NSString *)kLSQuarantineTypeWebDownload,
+    (__bridge NSString *)kLSQuarantineAgentNameKey : NSProcessInfo.processInfo.processName,
+    (__bridge NSString *)kLSQuarantineDataURLKey : toCocoa(source),
+  };
+  [fileUrl(file) setResourceValue:properties forKey:NSURLQuarantinePropertiesKey error:nil];
 }
 
 bool FileManagerLocations::isExecutableFile(const std::string &path) const {
