@@ -14,6 +14,7 @@ orvel::NavigationTarget targetOf(WKNavigationAction *action) {
                                       : orvel::NavigationTarget::subFrame;
 }
 
+/// The time in seconds in which a stopped modal loop returns to the loop around it.
 constexpr NSTimeInterval closeAlertsInterval = 0.05;
 
 WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
@@ -74,8 +75,8 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   return self.application->applicationShouldTerminateAfterLastWindowClosed();
 }
 
-/// Answers YES to the question that AppKit logs about when it has no answer (macOS 14). The
-/// window is not restorable, so no state is read.
+// Without this method AppKit logs a warning at each start (macOS 14). The window is not
+// restorable, so no state is ever decoded.
 - (BOOL)applicationSupportsSecureRestorableState:(NSApplication *)__unused sender {
   return YES;
 }

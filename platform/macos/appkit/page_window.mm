@@ -15,7 +15,8 @@
   if (self.firstResponder == self) [self makeFirstResponder:self.contentView];
 }
 
-/// Follows the left button. A modal loop of an alert does not send these events.
+/// Follows the left mouse button. While an alert is open, its modal loop dispatches no mouse
+/// events to this window.
 - (void)sendEvent:(NSEvent *)event {
   const NSPoint position = event.locationInWindow;
   switch (event.type) {

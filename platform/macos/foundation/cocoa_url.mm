@@ -39,13 +39,13 @@ std::optional<Url> fromCocoa(NSURL *url) {
 
 NSMutableURLRequest *toCocoa(const UrlRequest &request) {
   const std::chrono::duration<NSTimeInterval> timeout = request.timeout;
-  NSMutableURLRequest *message = [NSMutableURLRequest requestWithURL:toCocoa(request.url)
-                                                         cachePolicy:toCocoa(request.cachePolicy)
-                                                     timeoutInterval:timeout.count()];
+  NSMutableURLRequest *result = [NSMutableURLRequest requestWithURL:toCocoa(request.url)
+                                                        cachePolicy:toCocoa(request.cachePolicy)
+                                                    timeoutInterval:timeout.count()];
   for (const auto &[name, value] : request.headers) {
-    [message setValue:toCocoa(value) forHTTPHeaderField:toCocoa(name)];
+    [result setValue:toCocoa(value) forHTTPHeaderField:toCocoa(name)];
   }
-  return message;
+  return result;
 }
 
 NSURL *fileUrl(const std::string &path) { return [NSURL fileURLWithPath:toCocoa(path)]; }

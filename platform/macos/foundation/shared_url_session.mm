@@ -10,12 +10,12 @@ namespace orvel {
 
 namespace {
 
-/// Returns the Foundation request for a request.
-NSURLRequest *messageOf(const UrlRequest &request) {
-  NSMutableURLRequest *message = toCocoa(request);
+/// Returns the Foundation request without the session's cookies.
+NSURLRequest *withoutSessionCookies(const UrlRequest &request) {
+  NSMutableURLRequest *cocoaRequest = toCocoa(request);
   // Otherwise the session replaces a Cookie field with cookies of its own storage.
-  message.HTTPShouldHandleCookies = NO;
-  return message;
+  cocoaRequest.HTTPShouldHandleCookies = NO;
+  return cocoaRequest;
 }
 
 /// Returns the head of a response, or nullopt for nil and for other protocols.
@@ -35,8 +35,8 @@ NSURL *keepFile(NSURL *file) {
 }
 
 /// Starts a task, with a delegate for its redirects.
-void start(NSURLSessionTask *task, NSURLRequest *message, const UrlRequest &request) {
-  task.delegate = [[RedirectGuard alloc] initWithRequest:message
+void start(NSURLSessionTask *task, NSURLRequest *cocoaRequest, const UrlRequest &request) {
+  task.delegate = [[RedirectGuard alloc] initWithRequest:cocoaRequest
                                          forwardsHeaders:request.forwardsHeaders];
   [task resume];
 }
@@ -48,9 +48,9 @@ SharedUrlSession::SharedUrlSession()
           dispatch_queue_create("nl.orvel.os.download-completions", DISPATCH_QUEUE_SERIAL)) {}
 
 void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion completion) {
-  NSURLRequest *message = messageOf(request);
+  NSURLRequest *cocoaRequest = withoutSessionCookies(request);
   start([NSURLSession.sharedSession
-            dataTaskWithRequest:message
+            dataTaskWithRequest:cocoaRequest
               completionHandler:^(NSData *body, NSURLResponse *response, NSError *error) {
                 DataReply reply{.response = fromCocoa(response)};
                 // With an error, `body` may hold the part that has arrived.
@@ -59,14 +59,14 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
                 }
                 completion(reply);
               }],
-        message, request);
+        cocoaRequest, request);
 }
 
 void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
-  NSURLRequest *message = messageOf(request);
+  NSURLRequest *cocoaRequest = withoutSessionCookies(request);
   dispatch_queue_t queue = downloadCompletions_;
   start([NSURLSession.sharedSession
-            downloadTaskWithRequest:message
+            downloadTaskWithRequest:cocoaRequest
                   completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {
                     // The session removes `file` when this block returns.
                     NSURL *kept = keepFile(file);
@@ -78,7 +78,7 @@ void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletio
                         [NSFileManager.defaultManager removeItemAtURL:kept error:nil];
                     });
                   }],
-        message, request);
+        cocoaRequest, request);
 }
 
 }  // namespace orvel
