@@ -211,6 +211,17 @@ test('on Linux the executable is stripped and nothing is signed', () => {
   assert.equal(run().stderr, 'build-app: strip is not installed; scripts/setup.sh installs it\n');
 });
 
+test('Info.plist explains each permission and restricts neither http nor files of the server', () => {
+  const source = readFileSync(fixture.path('packaging/macos/Info.plist.in'), 'utf8');
+  for (const permission of ['NSLocalNetworkUsageDescription', 'NSDownloadsFolderUsageDescription']) {
+    assert.match(source, new RegExp(`<key>${permission}</key>\\s*<string>Orvel OS .+\\.</string>`));
+  }
+  // These keys switch NSAllowsArbitraryLoads off.
+  assert.doesNotMatch(source, /<key>NSAllows(LocalNetworking|ArbitraryLoadsInWebContent)</);
+  // This key would also mark the files that the OS server writes as downloaded.
+  assert.doesNotMatch(source, /<key>LSFileQuarantineEnabled</);
+});
+
 test('the entitlements are in the form that codesign reads', () => {
   // codesign accepts no comments, byte order mark or carriage returns.
   const bytes = readFileSync(fixture.path('packaging/macos/orvel-os.entitlements'));
