@@ -17,11 +17,12 @@ case "${1-}" in '' | lint) ;; *) fail 'usage: scripts/setup.sh [lint]' ;; esac
 
 packages=(
   # Build tools.
-  g++ clang cmake ninja-build ccache pkg-config git zip librsvg2-bin
+  g++ clang cmake ninja-build ccache pkg-config git zip librsvg2-bin openssl
   # libFuzzer.
   libclang-rt-dev
   # Libraries of the application.
   libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev libarchive-dev
+  libgnutls28-dev
   # Needed to run it: the shell and the tools that it calls, the sandbox of the web view,
   # rendering, https, icons and fonts.
   zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri

@@ -9,6 +9,8 @@ const stable = new RegExp(`^(${[
   'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
   'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
   'libgdk_pixbuf-2\\.0', 'libgraphene-1\\.0',
+  // Signatures.
+  'libgnutls',
   // Archives.
   'libarchive',
   // C and C++.

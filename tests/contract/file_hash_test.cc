@@ -1,0 +1,40 @@
+#include "base/file_hash.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/support/temporary_folder.h"
+
+namespace orvel {
+namespace {
+
+std::optional<std::string> hashOf(const std::string &content) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path() / "file";
+  std::ofstream(path, std::ios::binary) << content;
+  return sha256OfFile(path);
+}
+
+// The first two are examples of FIPS 180-4. The others cross the size of a read buffer.
+TEST(FileHash, KnownHashes) {
+  EXPECT_EQ(hashOf("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(hashOf(std::string(1'000'000, 'a')),
+            "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+  EXPECT_EQ(hashOf(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+TEST(FileHash, MissingFileHasNoHash) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(sha256OfFile(folder.path() / "missing"), std::nullopt);
+}
+
+TEST(FileHash, FolderHasNoHash) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(sha256OfFile(folder.path()), std::nullopt);
+}
+
+}  // namespace
+}  // namespace orvel

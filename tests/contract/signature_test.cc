@@ -1,0 +1,149 @@
+#include "base/signature.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "base/ascii.h"
+
+namespace orvel {
+namespace {
+
+// Made with OpenSSL for these tests. The private key is deleted.
+constexpr std::string_view publicKey =
+    "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=";
+constexpr std::string_view message = "orvel-os-update\n1.3\nlinux\n";
+constexpr std::string_view signature =
+    "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
+    "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=";
+
+struct Malformed {
+  const char *description;
+  std::string_view text;
+};
+
+TEST(Signature, ValidSignatureIsAccepted) { EXPECT_TRUE(verify(publicKey, message, signature)); }
+
+TEST(Signature, SignatureOfAnotherMessageIsRejected) {
+  EXPECT_FALSE(verify(publicKey, "", signature));
+  EXPECT_FALSE(verify(publicKey, std::string(message) + "\n", signature));
+  EXPECT_FALSE(verify(publicKey, std::string(message) + '\0', signature));
+}
+
+TEST(Signature, SignatureWithAnyCharacterChangedIsRejected) {
+  for (std::size_t at = 0; at < signature.size(); ++at) {
+    std::string changed(signature);
+    changed[at] = changed[at] == 'A' ? 'B' : 'A';
+    EXPECT_FALSE(verify(publicKey, message, changed)) << "character " << at;
+  }
+}
+
+TEST(Signature, MalformedSignatureIsRejected) {
+  const Malformed signatures[] = {
+      {"empty", ""},
+      {"not base64", "no signature"},
+      {"truncated",
+       "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
+       "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6pg=="},
+      {"trailing byte",
+       "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
+       "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psEA"},
+      {"raw r and s without DER",
+       "+od95MM2+gdG6A0XugoYCyXG+wZdcXnLqIoDlrcEfr9fsIKvWpVoFWl6QJJZSQkTaA6yjYvOysbbfoPLQ7qmwQ=="},
+      {"base64 with a line break",
+       "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
+       "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=\n"},
+  };
+  for (const auto &[description, text] : signatures) {
+    EXPECT_FALSE(verify(publicKey, message, text)) << description;
+  }
+}
+
+TEST(Signature, WrongOrMalformedPublicKeyIsRejected) {
+  const Malformed keys[] = {
+      {"empty", ""},
+      {"not base64", "no key"},
+      {"point not on the curve",
+       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTU="},
+      {"coordinates of zero",
+       "BAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA="},
+      {"point at infinity", "AA=="},
+      {"compressed point", "Asjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEB"},
+      {"hybrid point",
+       "Bsjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ="},
+      {"truncated",
+       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcQ=="},
+      {"trailing byte",
+       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQA"},
+      {"base64 without padding",
+       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ"},
+      {"base64 with non-zero padding bits",
+       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTR="},
+      {"base64 with a line break",
+       "BMjjc8e5CV/"
+       "o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=\n"},
+      {"another key of the curve",
+       "BASq7HNjVybyE/uKnmTaO4Yy5BSVqUTQBFtSLrpyQPrVh9kxV5iqo6W6AXdXh87QXqr3tOCfyB1tGqVG6DZdUl0="},
+  };
+  for (const auto &[description, text] : keys) {
+    EXPECT_FALSE(verify(text, message, signature)) << description;
+  }
+}
+
+TEST(Signature, KeyOfAnotherCurveIsRejectedWithItsOwnSignature) {
+  // secp256k1, whose points have the size of those of P-256.
+  EXPECT_FALSE(verify(
+      "BLFGCju5pMunhKT+fgyBbq9UM1Kz8OaKjTLtbCBM9a+99+dAUQfrAZpOLErV07FMb9pEpGUpxZrw3vqsm86v+28=",
+      message,
+      "MEQCIHBXS/"
+      "xhLBpsnZ9iM4KzsRAvDtVKsbyYcSx7QUPllVJcAiBGPoQLUtLj7FphD7Bv9UMack3++yVAXDMp1VZqRA97FQ=="));
+  // P-384.
+  EXPECT_FALSE(
+      verify("BH1jFw2/qGwQx6WaTU5Ct6Wlkd882DuM0bTDwnCoWVhTCzdj5LBdDTA4hkEsEsyzICoqQRcD3moZcqNS"
+             "CRoXK4rn1gVZsTVEHPSr7PsZo4R4krMIKozZnlDPIw4/HokfVw==",
+             message,
+             "MGUCMQCXDae0NpHuj4xOP0EqJz82Dj1kJbg9MPRY4Lh5rQ9vquV4AJohbnIHujUDleJiCmMCMF96JLOB"
+             "9rJuJ94zRe+TJqMwTyApE/3JBR7BWRZcCxieUVKTHRH/JDt+21oQjjlcww=="));
+}
+
+std::string decodeHexadecimal(std::string_view digits) {
+  std::string bytes;
+  for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
+    bytes += static_cast<char>(hexDigitValue(digits[at]) * 16 + hexDigitValue(digits[at + 1]));
+  }
+  return bytes;
+}
+
+// Nettle up to at least version 3.8 rejects this valid signature, whose verification adds a point
+// to itself. No signer makes such a signature except on purpose.
+constexpr std::string_view pointDuplicationVector = "427";
+
+// Among the vectors: r or s of zero, negative or not below the order of the curve, s in the
+// upper half of the range, BER that is not DER, edge cases of the arithmetic.
+TEST(Signature, WycheproofVectorsHaveTheExpectedResult) {
+  std::ifstream file(ORVELOS_CONTRACT_DATA "/ecdsa_p256_sha256.txt");
+  std::string key;
+  int vectors = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with('#')) continue;
+    std::istringstream fields(line);
+    std::string number, result, digits, encoded;
+    fields >> number >> result >> digits >> encoded;
+    if (number == "key") {
+      key = result;
+      continue;
+    }
+    if (number == pointDuplicationVector) continue;
+    const std::string bytes = digits == "-" ? "" : decodeHexadecimal(digits);
+    EXPECT_EQ(verify(key, bytes, encoded == "-" ? "" : encoded), result == "valid")
+        << "vector " << number;
+    ++vectors;
+  }
+  EXPECT_EQ(vectors, 483);
+}
+
+}  // namespace
+}  // namespace orvel
