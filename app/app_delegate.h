@@ -12,6 +12,7 @@
 namespace orvel {
 
 enum class NavigationConsequence;
+struct ReleaseSignature;
 struct UpdateManifest;
 
 /// The application's state and operations. There is one instance, owned by a
@@ -115,8 +116,9 @@ class AppDelegate final : public ApplicationDelegate,
   // update/installation.cc
   /// Downloads a release, replaces the running application by it and restarts the
   /// application. Returns at once. A failure changes nothing and is not reported.
-  /// Downloads nothing when the running application cannot be replaced. Any thread.
-  void installeer(const Url &archive, const std::string &versie);
+  /// Downloads nothing when the running application cannot be replaced. A build with a
+  /// public key installs only a release with a valid signature. Any thread.
+  void installeer(const Url &archive, const std::string &versie, const ReleaseSignature &signature);
 
  private:
   /// Returns the request that loads the OS. It has no key header, because the cookie

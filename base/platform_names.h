@@ -15,6 +15,8 @@ struct ShellCommand {
 
 /// The paths and shell commands that differ between the systems.
 struct PlatformNames {
+  /// The name of the edition in the message that a release's signature covers.
+  std::string_view edition;
   /// The path of the update manifest below the server's address.
   std::string_view manifest;
   /// Unpacks an archive (first path) into a folder (second path). Empty where
@@ -32,6 +34,7 @@ struct PlatformNames {
 };
 
 inline constexpr PlatformNames macosNames{
+    .edition = "mac",
     .manifest = "download/mac.json",
     .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
     .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
@@ -43,6 +46,7 @@ inline constexpr PlatformNames macosNames{
 // because that link does not resolve for a zombie. Without "unsetopt bgnice", zsh
 // lowers the priority of background jobs.
 inline constexpr PlatformNames linuxNames{
+    .edition = "linux",
     .manifest = "download/linux.json",
     .unpack = {},
     .clearQuarantine = {},

@@ -10,6 +10,7 @@
 #include "base/real_folder.h"
 #include "server/shell_runner.h"
 #include "update/command_line.h"
+#include "update/release_signature.h"
 
 namespace orvel {
 
@@ -42,12 +43,23 @@ void unpack(const Platform &platform, const std::string &archive, const std::str
   if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
 }
 
+/// A release that a server offers.
+struct Release {
+  std::string versie;
+  ReleaseSignature signature;
+};
+
 /// Unpacks a release, verifies it and replaces the running application by it.
 /// Returns whether the application was replaced. Blocks; any thread but the main thread.
-bool replaceBundle(const Platform &platform, const std::string &archive,
-                   const std::string &versie) {
+bool replaceBundle(const Platform &platform, const std::string &archive, const Release &release,
+                   std::string_view runningVersion) {
+  const auto publicKey = platform.bundle.infoText(updateKeyEntry);
+  if (publicKey &&
+      !isSigned(archive, release.versie, platform.names.edition, release.signature, *publicKey)) {
+    return false;
+  }
   const std::string temporary = platform.locations.temporary();
-  const auto folder = workingFolder(temporary, versie);
+  const auto folder = workingFolder(temporary, release.versie);
   if (!folder) return false;
   // Otherwise this would remove a folder that another instance is unpacking into.
   const FolderLock lock(temporary);
@@ -63,7 +75,10 @@ bool replaceBundle(const Platform &platform, const std::string &archive,
   if (!information) return false;
   // Only a release of the same application may replace it.
   if (bundleIdentifier(*information) != platform.bundle.infoText(bundleIdentifierKey)) return false;
-
+  if (publicKey && !matchesSignature(*information, release.versie, runningVersion,
+                                     release.signature, *publicKey)) {
+    return false;
+  }
   // Otherwise a server could replace a signed application by one of any origin.
   const auto team = platform.bundle.teamIdentifier();
   if (team && !platform.bundle.isSignedByTeam(unpacked, *team)) return false;
@@ -88,15 +103,19 @@ bool isTranslocated(std::string_view bundlePath, const PlatformNames &names) {
          bundlePath.find(names.translocationFolder) != std::string_view::npos;
 }
 
-void AppDelegate::installeer(const Url &archive, const std::string &versie) {
+void AppDelegate::installeer(const Url &archive, const std::string &versie,
+                             const ReleaseSignature &signature) {
   // Otherwise every update check would download a release that cannot be installed.
   const std::string bundle = platform_.bundle.path();
   if (isTranslocated(bundle, platform_.names)) return;
   if (!platform_.locations.canReplaceItem(bundle)) return;
   platform_.http.downloadTask(
-      metSleutel(archive), [self = shared_from_this(), versie](const Download &download) {
+      metSleutel(archive),
+      [self = shared_from_this(), release = Release{versie, signature}](const Download &download) {
         if (!download.file || !download.response || download.response->statusCode != 200) return;
-        if (replaceBundle(self->platform_, *download.file, versie)) self->showUpdateNotice(versie);
+        if (replaceBundle(self->platform_, *download.file, release, self->settings_.VERSIE)) {
+          self->showUpdateNotice(release.versie);
+        }
       });
 }
 

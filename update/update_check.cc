@@ -21,7 +21,13 @@ std::optional<UpdateManifest> readManifest(std::string_view json) {
   const auto versie = texts->find("versie");
   const auto zip = texts->find("zip");
   if (versie == texts->end() || zip == texts->end()) return std::nullopt;
-  return UpdateManifest{versie->second, zip->second};
+  const auto optionalText = [&](std::string_view name) -> std::optional<std::string> {
+    const auto found = texts->find(name);
+    if (found == texts->end()) return std::nullopt;
+    return found->second;
+  };
+  return UpdateManifest{
+      versie->second, zip->second, {optionalText("handtekening"), optionalText("sleutel")}};
 }
 
 void AppDelegate::zoekUpdate(bool stil) {
@@ -47,13 +53,17 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
     if (stil) return;
     platform_.mainQueue.post([self = shared_from_this(), text] { self->melding(text); });
   };
-  if (!manifest) return report("Kon niet controleren op updates.");
+  // A build with a public key installs only signed releases.
+  const bool mustBeSigned = platform_.bundle.infoText(updateKeyEntry).has_value();
+  if (!manifest || (mustBeSigned && !manifest->signature.handtekening)) {
+    return report("Kon niet controleren op updates.");
+  }
   if (!nieuwer(manifest->versie, settings_.VERSIE)) {
     return report("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
   }
   const auto archive = Url::resolve(manifest->zip, url);
   if (!archive) fatalError("invalid archive URL: " + manifest->zip);
-  installeer(*archive, manifest->versie);
+  installeer(*archive, manifest->versie, manifest->signature);
 }
 
 void AppDelegate::zoekUpdateMenu() { zoekUpdate(false); }

@@ -1,0 +1,46 @@
+#include "update/release_signature.h"
+
+#include "base/file_hash.h"
+#include "base/signature.h"
+#include "update/version.h"
+
+namespace orvel {
+
+namespace {
+
+bool hasText(const PlistTexts &information, std::string_view key, std::string_view expected) {
+  const auto found = information.find(key);
+  return found != information.end() && found->second == expected;
+}
+
+}  // namespace
+
+std::string signedMessage(std::string_view versie, std::string_view edition,
+                          std::string_view sha256, const std::optional<std::string> &sleutel) {
+  std::string message = "orvel-os-update\n";
+  for (const std::string_view line : {versie, edition, sha256}) {
+    message.append(line).append("\n");
+  }
+  if (sleutel) message.append(*sleutel).append("\n");
+  return message;
+}
+
+bool isSigned(const std::string &archive, std::string_view versie, std::string_view edition,
+              const ReleaseSignature &signature, std::string_view publicKey) {
+  if (!signature.handtekening) return false;
+  const auto hash = sha256OfFile(archive);
+  if (!hash) return false;
+  const std::string message = signedMessage(versie, edition, *hash, signature.sleutel);
+  return verify(publicKey, message, *signature.handtekening);
+}
+
+bool matchesSignature(const PlistTexts &information, std::string_view versie,
+                      std::string_view runningVersion, const ReleaseSignature &signature,
+                      std::string_view publicKey) {
+  return hasText(information, "CFBundleShortVersionString", versie) &&
+         nieuwer(versie, runningVersion) &&
+         (hasText(information, updateKeyEntry, publicKey) ||
+          (signature.sleutel && hasText(information, updateKeyEntry, *signature.sleutel)));
+}
+
+}  // namespace orvel

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/property_list.h"
+
+namespace orvel {
+
+/// The entry of Info.plist with the public key that verifies updates, in the form that
+/// `verify` takes. A build without the entry installs releases without a signature.
+inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
+
+/// The members of a manifest that authenticate its release.
+struct ReleaseSignature {
+  /// The signature, in the form that `verify` takes.
+  std::optional<std::string> handtekening;
+  /// The public key in the release, when it differs from the key that verifies the release:
+  /// the maker has changed keys. The signature covers it.
+  std::optional<std::string> sleutel;
+};
+
+/// Returns the message that the maker of a release signs. `sha256` is the archive's hash in
+/// lower-case hexadecimal digits, `sleutel` the new public key if the release has one. Any
+/// thread.
+std::string signedMessage(std::string_view versie, std::string_view edition,
+                          std::string_view sha256, const std::optional<std::string> &sleutel);
+
+/// Returns whether the signature of an archive is valid under the public key. Any thread;
+/// reads the archive, which blocks on the disk.
+bool isSigned(const std::string &archive, std::string_view versie, std::string_view edition,
+              const ReleaseSignature &signature, std::string_view publicKey);
+
+/// Returns whether the Info.plist of an unpacked release is that of the signed version, later
+/// than the running version, and has the public key that the signature allows. Otherwise a
+/// release whose Info.plist has an older version would be installed at every update check. Any
+/// thread.
+bool matchesSignature(const PlistTexts &information, std::string_view versie,
+                      std::string_view runningVersion, const ReleaseSignature &signature,
+                      std::string_view publicKey);
+
+}  // namespace orvel
