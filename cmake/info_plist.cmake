@@ -16,7 +16,18 @@ function(add_preset key value)
   endif()
 endfunction()
 
+if(NOT ORVELOS_UPDATE_KEY STREQUAL "")
+  execute_process(
+    COMMAND bash -c ". ./scripts/update_key.sh && public_key_pem \"$0\"" "${ORVELOS_UPDATE_KEY}"
+    WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" RESULT_VARIABLE status OUTPUT_QUIET)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "ORVELOS_UPDATE_KEY is not a public key as scripts/make-update-key.sh "
+                        "prints it, or openssl is not installed: '${ORVELOS_UPDATE_KEY}'")
+  endif()
+endif()
+
 escape_for_plist("${ORVELOS_VERSION}" plist_version)
 set(plist_presets "")
 add_preset(ORVELOSKey "${ORVELOS_KEY}")
 add_preset(ORVELOSURL "${ORVELOS_URL}")
+add_preset(ORVELOSUpdateKey "${ORVELOS_UPDATE_KEY}")

@@ -8,6 +8,9 @@
 #
 #   ORVELOS_VERSION, ORVELOS_KEY, ORVELOS_URL
 #       version, key and preset server address of the build
+#   ORVELOS_UPDATE_KEY
+#       public key that verifies updates, as scripts/make-update-key.sh prints it; without it
+#       the build installs releases without a signature
 #
 # On macOS:
 #
@@ -80,8 +83,9 @@ else
 fi
 
 # Unset first, because the CMake cache keeps the values of an earlier build.
-presets=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL
-  -DORVELOS_KEY="${ORVELOS_KEY:-}" -DORVELOS_URL="${ORVELOS_URL:-}")
+presets=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL -UORVELOS_UPDATE_KEY
+  -DORVELOS_KEY="${ORVELOS_KEY:-}" -DORVELOS_URL="${ORVELOS_URL:-}"
+  -DORVELOS_UPDATE_KEY="${ORVELOS_UPDATE_KEY:-}")
 if [ -n "${ORVELOS_VERSION:-}" ]; then
   # An update puts the version into file names and shell commands.
   [[ $ORVELOS_VERSION =~ ^[0-9]+(\.[0-9]+)*$ ]] ||

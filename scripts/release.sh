@@ -4,7 +4,15 @@
 #   ./scripts/release.sh VERSION [FOLDER]
 #
 # Writes orvel-os-VERSION.zip and its manifest to the folder, by default build/release.
-# Uses the environment variables of scripts/build-app.sh. On Linux the build is
+# Uses the environment variables of scripts/build-app.sh, and these to sign the release:
+#
+#   ORVELOS_SIGNING_KEY
+#       path of the private key that belongs to ORVELOS_UPDATE_KEY; needed when the latter is set
+#   ORVELOS_OLD_SIGNING_KEY
+#       path of the previous private key, for the release that changes the key: it signs the
+#       manifest, which names ORVELOS_UPDATE_KEY as the new key
+#
+# On Linux the build is
 # reproducible: the same sources, version, presets and tools give the same bytes.
 # SOURCE_DATE_EPOCH sets the time of the files; the default is the time of the last commit.
 #
@@ -40,11 +48,31 @@ if [ "$manifest" = linux.json ]; then
 elif [ -z "${ORVELOS_SIGN_IDENTITY:-}" ] && [ "${ORVELOS_ADHOC:-}" != 1 ]; then
   fail "ORVELOS_SIGN_IDENTITY is not set; ORVELOS_ADHOC=1 makes a release with an ad hoc signature"
 fi
+signing_key=${ORVELOS_SIGNING_KEY:-}
+old_signing_key=${ORVELOS_OLD_SIGNING_KEY:-}
+case $signing_key in '' | /*) ;; *) signing_key=$PWD/$signing_key ;; esac
+case $old_signing_key in '' | /*) ;; *) old_signing_key=$PWD/$old_signing_key ;; esac
 cd "$checkout"
 timestamp=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
 # The default without git is 1980-01-01, the earliest date that a zip archive can store.
 timestamp=${timestamp:-315532800}
 [[ $timestamp =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number of seconds: '$timestamp'"
+
+# The key pairs are checked before the long build.
+public_key=${ORVELOS_UPDATE_KEY:-}
+if [ -n "$public_key$signing_key$old_signing_key" ]; then
+  command -v openssl >/dev/null || fail "openssl is not installed"
+  # shellcheck source=scripts/update_key.sh
+  . scripts/update_key.sh
+  [ -n "$public_key" ] || fail "ORVELOS_UPDATE_KEY is not set, but a signing key is"
+  [ -n "$signing_key" ] ||
+    fail "ORVELOS_SIGNING_KEY is not set; the application would refuse an unsigned update"
+  for key in "$signing_key" ${old_signing_key:+"$old_signing_key"}; do
+    [ -r "$key" ] || fail "the key file '$key' cannot be read"
+  done
+  [ "$(public_key_of "$signing_key")" = "$public_key" ] ||
+    fail "ORVELOS_SIGNING_KEY and ORVELOS_UPDATE_KEY are not a pair"
+fi
 
 work=''
 stage=''
@@ -73,7 +101,25 @@ else
   codesign --verify --strict "$work/unpacked/Orvel OS.app" ||
     fail "the signature in the archive is not valid"
 fi
-printf '{"versie": "%s", "zip": "%s"}\n' "$version" "$archive" >"$work/$manifest"
+
+members=$(printf '"versie": "%s", "zip": "%s"' "$version" "$archive")
+if [ -n "$signing_key" ]; then
+  hash=$(openssl dgst -sha256 -r "$work/$archive")
+  message=$(printf 'orvel-os-update\n%s\n%s\n%s' "$version" "${manifest%.json}" "${hash%% *}")
+  if [ -n "$old_signing_key" ]; then
+    message+=$'\n'$public_key
+    members+=", \"sleutel\": \"$public_key\""
+    signing_key=$old_signing_key
+  fi
+  openssl dgst -sha256 -sign "$signing_key" -out "$work/signature" <<<"$message" ||
+    fail "openssl could not sign the release"
+  public_key_pem "$(public_key_of "$signing_key")" >"$work/public.pem" ||
+    fail "'$signing_key' is not a key that scripts/make-update-key.sh made"
+  openssl dgst -sha256 -verify "$work/public.pem" -signature "$work/signature" <<<"$message" \
+    >/dev/null || fail "the signature of the release is not valid"
+  members+=", \"handtekening\": \"$(openssl base64 -A -in "$work/signature")\""
+fi
+printf '{%s}\n' "$members" >"$work/$manifest"
 # The manifest comes last, so that it never names a missing archive.
 mv -f "$work/$archive" "$folder/$archive"
 mv -f "$work/$manifest" "$folder/$manifest"
