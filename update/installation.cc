@@ -10,7 +10,7 @@
 #include "base/real_folder.h"
 #include "server/shell_runner.h"
 #include "update/command_line.h"
-#include "update/release_signature.h"
+#include "update/signed_release.h"
 
 namespace orvel {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "update/release_signature.h"
+#include "update/signed_release.h"
 
 namespace orvel {
 
@@ -13,7 +13,7 @@ struct UpdateManifest {
   std::string versie;
   /// The URL of the archive, absolute or relative to the manifest.
   std::string zip;
-  ReleaseSignature signature;
+  ReleaseSignature signature = {};
 };
 
 /// Reads a manifest, a JSON object whose members "versie" and "zip" are strings. The members

@@ -3,6 +3,7 @@
 #include "base/folder_lock.h"
 #include "tests/unit/core_test.h"
 #include "update/command_line.h"
+#include "update/signed_release.h"
 
 namespace orvel {
 namespace {
@@ -53,7 +54,7 @@ class Installation : public CoreTest {
       writeFile(bundle + "/Contents/version", "new");
       if (!content_->empty()) writeFile(bundle + "/Contents/Info.plist", *content_);
     };
-    delegate().installeer(*Url::parse(archiveAddress), versie);
+    delegate().installeer(*Url::parse(archiveAddress), versie, {});
     fake.scheduler.runUntilIdle();
   }
   std::string installed() const { return readFile(fake.bundle.folder + "/Contents/version"); }
@@ -397,7 +398,7 @@ TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
 TEST_F(Installation, FileInPlaceOfTemporaryFolderChangesNothing) {
   writeFile(fake.locations.temporaryFolder, "a file");
   fake.processes.onLaunch = nullptr;
-  delegate().installeer(*Url::parse(archiveAddress), "1.3");
+  delegate().installeer(*Url::parse(archiveAddress), "1.3", {});
   fake.scheduler.runUntilIdle();
   expectNotInstalled();
 }

@@ -1,4 +1,4 @@
-#include "update/release_signature.h"
+#include "update/signed_release.h"
 
 #include "base/file_hash.h"
 #include "base/signature.h"

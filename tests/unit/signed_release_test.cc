@@ -1,0 +1,263 @@
+#include "update/signed_release.h"
+
+#include <map>
+
+#include "tests/unit/core_test.h"
+#include "update/update_check.h"
+
+namespace orvel {
+namespace {
+
+// Made with OpenSSL for these tests. The private keys are deleted. Each signature is of an
+// archive that contains "an archive".
+const std::string ourKey =
+    "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
+const std::string nextKey =
+    "BDKKzDiVIqcONOGiVHo14ioLx7aQAsPco8VtRWgNxVM3qkaoLc9YlSbIAJLHJk1ZbFzFoHXMpekRt36MsieV5F8=";
+const std::string validSignature =
+    "MEQCIAWcV9TtlIUKGMbcOSYHXifUidI4zaZe4C6YYW0LJ2+TAiB0HfMOjiMj+VLa0oRNFfcj/"
+    "q+il3yH9ixi+5sdw5ibUQ==";
+const std::string signatureOfNextKey =
+    "MEUCIGXDj1ux/ZLEg6s7S6sWMfsOA75ezIa0OeXGbDBplVTyAiEA5ofDeqRLJNiNvyJd8aRsJAAmnVhzeeTbLogBH3sA"
+    "KEw=";
+const std::string signatureOfVersion14 =
+    "MEUCIQCeyaraBMLinMNog161HCym96LLFhGaTvH4Q23MIjOVOQIgUG5fNmZXzhE7Yy7bjLlsV2GRW/"
+    "8eqx9I8s1d3kU418Q=";
+const std::string signatureOfLinuxEdition =
+    "MEUCIF98h2AQwtjGtCyKytHmB3saGclGm70N93Lf5PUSaM8LAiEAt9UfUDWVzn/"
+    "KsTcKrERVdYX5eEjEjZr1KJvB3koAelw=";
+/// Covers nextKey as "sleutel".
+const std::string signatureOfKeyChange =
+    "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
+    "yPj7iFRipZ9XvEPI=";
+
+/// Records its calls and writes a bundle with these entries of Info.plist.
+class BundleWriter final : public ReleaseUnpacker {
+ public:
+  explicit BundleWriter(Record &record) : record_(record) {}
+
+  void unpack(const std::string &, const std::string &folder) const override {
+    record_.add("unpack");
+    const std::filesystem::path contents = folder + "/Orvel OS.app/Contents";
+    std::filesystem::create_directories(contents);
+    std::ofstream(contents / "version") << "new";
+    std::ofstream info(contents / "Info.plist");
+    info << "<plist version=\"1.0\"><dict>";
+    for (const auto &[key, text] : entries) {
+      info << "<key>" << key << "</key><string>" << text << "</string>";
+    }
+    info << "</dict></plist>";
+  }
+
+  PlistTexts entries{{"CFBundleIdentifier", "nl.orvel.os"},
+                     {"CFBundleShortVersionString", "1.3"},
+                     {"ORVELOSUpdateKey", ourKey}};
+
+ private:
+  Record &record_;
+};
+
+/// Version 1.2 with a public key, and a server that offers version 1.3.
+class SignedRelease : public CoreTest {
+ protected:
+  SignedRelease() {
+    goOnline();
+    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
+    fake.bundle.texts["CFBundleShortVersionString"] = "1.2";
+    fake.bundle.texts["ORVELOSUpdateKey"] = ourKey;
+    fake.locations.temporaryFolder = root() + "/temporary";
+    fake.unpacker = &release;
+    writeFile(installedVersionPath(), "old");
+    fake.http.respond("https://os.test/download/a.zip",
+                      {{.statusCode = 200, .body = "an archive"}});
+  }
+
+  std::string installedVersionPath() const { return fake.bundle.folder + "/Contents/version"; }
+
+  /// Serves a manifest with these members after "zip", and checks for updates.
+  void check(const std::string &members, const std::string &versie = "1.3") {
+    fake.http.respond("https://os.test/download/mac.json",
+                      {{.statusCode = 200,
+                        .body = R"({"versie":")" + versie + R"(","zip":"a.zip")" + members + "}"}});
+    createWebView();
+    delegate().zoekUpdate(false);
+    fake.scheduler.runUntilIdle();
+  }
+  static std::string signedWith(const std::string &signature, const std::string &sleutel = "") {
+    const std::string members = R"(,"handtekening":")" + signature + '"';
+    return sleutel.empty() ? members : members + R"(,"sleutel":")" + sleutel + '"';
+  }
+
+  bool isInstalled() { return readFile(installedVersionPath()) == "new"; }
+  void expectInstalled() {
+    EXPECT_TRUE(isInstalled());
+    EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1.3"), 1U);
+  }
+  /// Expects that nothing was unpacked, changed or shown.
+  void expectArchiveRejected() {
+    EXPECT_EQ(fake.http.sent.size(), 2U);
+    EXPECT_FALSE(isInstalled());
+    EXPECT_EQ(fake.record.count("unpack"), 0U);
+    EXPECT_FALSE(std::filesystem::exists(fake.locations.temporaryFolder));
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
+  }
+  void expectBundleRejected() {
+    EXPECT_EQ(fake.record.count("unpack"), 1U);
+    EXPECT_EQ(fake.record.count("replace"), 0U);
+    EXPECT_FALSE(isInstalled());
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
+  }
+
+  BundleWriter release{fake.record};
+};
+
+TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
+  EXPECT_EQ(signedMessage("1.3", "mac", "0a", std::nullopt), "orvel-os-update\n1.3\nmac\n0a\n");
+  EXPECT_EQ(signedMessage("1.3", "linux", "0a", "BKey="),
+            "orvel-os-update\n1.3\nlinux\n0a\nBKey=\n");
+}
+
+TEST_F(SignedRelease, ValidReleaseIsInstalled) {
+  check(signedWith(validSignature));
+  expectInstalled();
+}
+
+TEST_F(SignedRelease, SignatureIsVerifiedBeforeArchiveIsUnpacked) {
+  for (const auto &[description, members] : std::map<std::string, std::string>{
+           {"signed with another key", signedWith(signatureOfNextKey)},
+           {"signed for another version", signedWith(signatureOfVersion14)},
+           {"signed for the other edition", signedWith(signatureOfLinuxEdition)},
+           {"another key added", signedWith(validSignature, nextKey)},
+           {"another key removed", signedWith(signatureOfKeyChange)},
+           {"another key replaced", signedWith(signatureOfKeyChange, ourKey)},
+           {"empty", signedWith("")},
+           {"not base64", signedWith("signature")}}) {
+    SCOPED_TRACE(description);
+    fake.http.sent.clear();
+    check(members);
+    expectArchiveRejected();
+  }
+}
+
+TEST_F(SignedRelease, ChangedArchiveIsRejected) {
+  fake.http.respond("https://os.test/download/a.zip", {{.statusCode = 200, .body = "An archive"}});
+  check(signedWith(validSignature));
+  expectArchiveRejected();
+}
+
+TEST_F(SignedRelease, ReleaseSignedForAnotherVersionIsRejectedUnderThatVersion) {
+  // The manifest gives the archive of version 1.3 the later version 1.4.
+  check(signedWith(validSignature), "1.4");
+  expectArchiveRejected();
+}
+
+TEST_F(SignedRelease, MalformedPublicKeyInstallsNothing) {
+  for (const std::string key : {"", "no key"}) {
+    fake.bundle.texts["ORVELOSUpdateKey"] = key;
+    fake.http.sent.clear();
+    check(signedWith(validSignature));
+    expectArchiveRejected();
+  }
+}
+
+TEST_F(SignedRelease, ManifestWithoutSignatureCannotBeRead) {
+  for (const std::string members : {"", R"(,"handtekening":1)", R"(,"handtekening":null)"}) {
+    fake.panels.shown.clear();
+    check(members);
+    EXPECT_EQ(fake.record.count("download"), 0U);
+    ASSERT_EQ(fake.panels.shown.size(), 1U) << members;
+    EXPECT_EQ(fake.panels.shown[0].messageText, "Kon niet controleren op updates.");
+  }
+  delegate().zoekUpdate(true);
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.panels.shown.size(), 1U);
+}
+
+TEST_F(SignedRelease, ManifestWithoutSignatureCannotBeReadAlsoForTheRunningVersion) {
+  check("", "1.2");
+  ASSERT_EQ(fake.panels.shown.size(), 1U);
+  EXPECT_EQ(fake.panels.shown[0].messageText, "Kon niet controleren op updates.");
+}
+
+TEST_F(SignedRelease, EarlierSignedReleaseIsNotDownloaded) {
+  fake.bundle.texts["CFBundleShortVersionString"] = "1.10";
+  check(signedWith(validSignature));
+  EXPECT_EQ(fake.record.count("download"), 0U);
+  ASSERT_EQ(fake.panels.shown.size(), 1U);
+  EXPECT_EQ(fake.panels.shown[0].messageText, "Orvel OS 1.10 is de nieuwste versie.");
+}
+
+TEST_F(SignedRelease, BundleOfAnotherVersionIsRejected) {
+  for (const std::string version : {"1.2", "1.4", "1.3.0", ""}) {
+    SCOPED_TRACE(version);
+    fake.record.take();
+    release.entries["CFBundleShortVersionString"] = version;
+    check(signedWith(validSignature));
+    expectBundleRejected();
+  }
+  fake.record.take();
+  release.entries.erase("CFBundleShortVersionString");
+  check(signedWith(validSignature));
+  expectBundleRejected();
+}
+
+TEST_F(SignedRelease, BundleMustBeLaterThanTheRunningVersion) {
+  const PlistTexts entries = release.entries;
+  EXPECT_TRUE(matchesSignature(entries, "1.3", "1.2", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(entries, "1.3", "1.3", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(entries, "1.3", "1.10", {}, ourKey));
+}
+
+TEST_F(SignedRelease, BundleWithAnotherIdentifierIsRejected) {
+  release.entries["CFBundleIdentifier"] = "nl.other.os";
+  check(signedWith(validSignature));
+  expectBundleRejected();
+}
+
+TEST_F(SignedRelease, BundleWithAnotherKeyIsRejected) {
+  release.entries["ORVELOSUpdateKey"] = nextKey;
+  check(signedWith(validSignature));
+  expectBundleRejected();
+
+  fake.record.take();
+  release.entries.erase("ORVELOSUpdateKey");
+  check(signedWith(validSignature));
+  expectBundleRejected();
+}
+
+TEST_F(SignedRelease, KeyChangesToTheSignedKey) {
+  release.entries["ORVELOSUpdateKey"] = nextKey;
+  check(signedWith(signatureOfKeyChange, nextKey));
+  expectInstalled();
+}
+
+TEST_F(SignedRelease, SignedKeyChangeMayKeepTheKey) {
+  check(signedWith(signatureOfKeyChange, nextKey));
+  expectInstalled();
+}
+
+TEST_F(SignedRelease, OldKeyIsRejectedAfterTheChange) {
+  fake.bundle.texts["ORVELOSUpdateKey"] = nextKey;
+  check(signedWith(validSignature));
+  expectArchiveRejected();
+  fake.http.sent.clear();
+  check(signedWith(signatureOfKeyChange, nextKey));
+  expectArchiveRejected();
+}
+
+TEST_F(SignedRelease, BuildWithoutKeyInstallsAnySignature) {
+  fake.bundle.texts.erase("ORVELOSUpdateKey");
+  release.entries.erase("ORVELOSUpdateKey");
+  release.entries["CFBundleShortVersionString"] = "1.1";
+  for (const std::string &members :
+       {std::string(), signedWith(signatureOfNextKey), std::string(R"(,"handtekening":1)")}) {
+    SCOPED_TRACE(members);
+    fake.record.take();
+    writeFile(installedVersionPath(), "old");
+    check(members);
+    expectInstalled();
+  }
+}
+
+}  // namespace
+}  // namespace orvel
