@@ -10,7 +10,9 @@ import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { fingerprint, makeRelease, releaseRoutes } from '../support/desktop/release.mjs';
+import {
+  fingerprint, makeRelease, makeUpdateKey, releaseRoutes, signatureOf,
+} from '../support/desktop/release.mjs';
 import {
   acceptRestart, awaitSilentCheck, quitRestarted, startAndShowPage, updatedNotice,
   withUpdateServer,
@@ -93,10 +95,16 @@ function callNumbers(name, calls) {
     .flatMap(({ index }, before) => (index <= first || index >= last ? [before + 1] : []));
 }
 
+// A signed release: its installation has every step of an unsigned one.
 test('SIGKILL at each system call that changes a file leaves a whole bundle that starts',
   { timeout: 800_000, skip: !canTrace() && 'this machine does not permit tracing' },
-  (user, screen, t) =>
-    withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, first) => {
+  (user, screen, t) => {
+    const key = makeUpdateKey();
+    const begin = () => {
+      user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
+      return releaseRoutes('1.0');
+    };
+    return withUpdateServer(user, screen, begin, async (server, routes, first) => {
       const copy = join(user.folder, 'copy');
       cpSync(user.bundle, copy, { recursive: true });
       const restore = () => {
@@ -104,7 +112,8 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
         cpSync(copy, user.bundle, { recursive: true });
       };
       const oldBundle = fingerprint(user.bundle);
-      Object.assign(routes, releaseRoutes('1.1', makeRelease(user)));
+      const archive = makeRelease(user);
+      Object.assign(routes, releaseRoutes('1.1', archive, signatureOf(archive, key, '1.1')));
 
       const undisturbed = await install(user, screen, first);
       assert.ok(undisturbed.isComplete);
@@ -152,7 +161,8 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
       assert.deepEqual(readdirSync(join(user.bundle, '..')), ['Orvel OS.app']);
       await acceptRestart(user, screen, server, last);
       await quitRestarted(user, screen);
-    }));
+    });
+  });
 
 /// Returns a release that takes seconds to unpack.
 const largeRelease = (user) => makeRelease(user, {

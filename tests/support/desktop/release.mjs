@@ -1,7 +1,7 @@
 // Releases of the application, made from the user's copy, and the routes that offer them.
 
 import { execFileSync } from 'node:child_process';
-import { createHash } from 'node:crypto';
+import { createHash, generateKeyPairSync, sign } from 'node:crypto';
 import {
   cpSync, lstatSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync,
   symlinkSync, writeFileSync,
@@ -34,13 +34,14 @@ export function fingerprint(folder) {
 }
 
 /// Returns an archive of the user's application with another version. `alter` may change the
-/// folder that is archived.
-export function makeRelease(user, { version = '1.1', identity, alter = () => {} } = {}) {
+/// folder that is archived. `key` replaces the public key for updates.
+export function makeRelease(user, { version = '1.1', identity, key, alter = () => {} } = {}) {
   const folder = mkdtempSync(join(user.folder, 'release '));
   const bundle = join(folder, 'Orvel OS.app');
   cpSync(user.bundle, bundle, { recursive: true });
   setPlistValue(bundle, 'CFBundleShortVersionString', version);
   if (identity) setPlistValue(bundle, 'CFBundleIdentifier', identity);
+  if (key) setPlistValue(bundle, 'ORVELOSUpdateKey', key);
   mkdirSync(join(bundle, 'Contents/Resources/new'));
   writeFileSync(join(bundle, 'Contents/Resources/new/file'), `of ${version}\n`);
   symlinkSync('file', join(bundle, 'Contents/Resources/new/link'));
@@ -51,10 +52,31 @@ export function makeRelease(user, { version = '1.1', identity, alter = () => {} 
   return archive;
 }
 
-/// Returns the routes of a server with this release. `archive` is a body or a whole route.
-export function releaseRoutes(version, archive = Buffer.from('')) {
+/// Makes a key pair for updates. The public key has the form of ORVELOSUpdateKey.
+export function makeUpdateKey() {
+  const { privateKey, publicKey } = generateKeyPairSync('ec', { namedCurve: 'P-256' });
+  const { x, y } = publicKey.export({ format: 'jwk' });
+  const coordinates = [x, y].map((text) => Buffer.from(text, 'base64url'));
   return {
-    '/download/linux.json': { body: JSON.stringify({ versie: version, zip: 'orvel-os.zip' }) },
+    privateKey,
+    publicKey: Buffer.concat([Buffer.from([4]), ...coordinates]).toString('base64'),
+  };
+}
+
+/// Returns the manifest members that sign an archive.
+export function signatureOf(archive, { privateKey }, version, { edition = 'linux', sleutel } = {}) {
+  const hash = createHash('sha256').update(archive).digest('hex');
+  const lines = ['orvel-os-update', version, edition, hash, ...(sleutel ? [sleutel] : []), ''];
+  const signature = sign('sha256', Buffer.from(lines.join('\n')), privateKey);
+  return { handtekening: signature.toString('base64'), ...(sleutel && { sleutel }) };
+}
+
+/// Returns the routes of a server with this release. `archive` is a body or a whole route;
+/// `members` are additional members of the manifest.
+export function releaseRoutes(version, archive = Buffer.from(''), members = {}) {
+  const manifest = { versie: version, zip: 'orvel-os.zip', ...members };
+  return {
+    '/download/linux.json': { body: JSON.stringify(manifest) },
     '/download/orvel-os.zip': archive instanceof Buffer ? { body: archive } : archive,
   };
 }
