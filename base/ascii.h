@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace orvel {
@@ -27,6 +28,18 @@ constexpr bool isHexDigit(char character) {
 constexpr int hexDigitValue(char digit) {
   if (isAsciiDigit(digit)) return digit - '0';
   return 10 + (digit >= 'a' ? digit - 'a' : digit - 'A');
+}
+
+/// Returns the bytes as lower-case hexadecimal digits, two for each byte.
+inline std::string hexadecimal(std::string_view bytes) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string text;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += digits[value >> 4U];
+    text += digits[value & 0xFU];
+  }
+  return text;
 }
 
 /// Returns whether two texts are equal except for the case of ASCII letters.

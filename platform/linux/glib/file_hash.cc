@@ -1,34 +1,35 @@
 #include "base/file_hash.h"
 
-#include <glib.h>
+#include <gnutls/crypto.h>
 
 #include <array>
 #include <cstddef>
 #include <fstream>
-#include <memory>
+
+#include "base/ascii.h"
 
 namespace orvel {
 
 namespace {
 
 constexpr std::size_t blockSize = 65'536;
-
-struct ChecksumDeleter {
-  void operator()(GChecksum *checksum) const { g_checksum_free(checksum); }
-};
+constexpr std::size_t hashSize = 32;
 
 }  // namespace
 
 std::optional<std::string> sha256OfFile(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
-  const std::unique_ptr<GChecksum, ChecksumDeleter> checksum(g_checksum_new(G_CHECKSUM_SHA256));
+  // Several times as fast as GChecksum, because it uses the processor's SHA instructions.
+  gnutls_hash_hd_t context = nullptr;
+  if (gnutls_hash_init(&context, GNUTLS_DIG_SHA256) != GNUTLS_E_SUCCESS) return std::nullopt;
   std::array<char, blockSize> block;
   while (file.read(block.data(), block.size()) || file.gcount() > 0) {
-    g_checksum_update(checksum.get(), reinterpret_cast<const guchar *>(block.data()),
-                      file.gcount());
+    gnutls_hash(context, block.data(), static_cast<std::size_t>(file.gcount()));
   }
+  std::array<unsigned char, hashSize> hash;
+  gnutls_hash_deinit(context, hash.data());
   if (!file.eof() || file.bad()) return std::nullopt;
-  return g_checksum_get_string(checksum.get());
+  return hexadecimal({reinterpret_cast<const char *>(hash.data()), hash.size()});
 }
 
 }  // namespace orvel

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <fstream>
 
+#include "base/ascii.h"
+
 namespace orvel {
 
 namespace {
@@ -26,12 +28,7 @@ std::optional<std::string> sha256OfFile(const std::string &path) {
 
   std::array<unsigned char, CC_SHA256_DIGEST_LENGTH> hash;
   CC_SHA256_Final(hash.data(), &context);
-  std::string hexadecimal;
-  for (const unsigned char byte : hash) {
-    hexadecimal += "0123456789abcdef"[byte >> 4];
-    hexadecimal += "0123456789abcdef"[byte & 15];
-  }
-  return hexadecimal;
+  return hexadecimal({reinterpret_cast<const char *>(hash.data()), hash.size()});
 }
 
 }  // namespace orvel
