@@ -13,6 +13,14 @@ export default [
     languageOptions: { sourceType: 'script', globals: globals.browser },
   },
   {
+    files: ['scripts/operate_macos.js'],
+    languageOptions: {
+      ecmaVersion: 2022,
+      sourceType: 'script',
+      globals: { $: 'readonly', ObjC: 'readonly', delay: 'readonly' },
+    },
+  },
+  {
     linterOptions: { reportUnusedDisableDirectives: 'error' },
     rules: {
       eqeqeq: 'error',

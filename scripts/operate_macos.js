@@ -6,7 +6,6 @@
 // Prints the result of the command. Reading windows needs no permission; posting events needs
 // the one of System Settings, Privacy & Security, Accessibility.
 
-/* global $, ObjC, delay */
 /* exported run */
 
 ObjC.import('AppKit');

@@ -1,6 +1,7 @@
 // The contract of the bundle and of the user's folders.
 
 #include "tests/contract/contract_platform.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
@@ -10,6 +11,23 @@ using BundleContract = ContractTest;
 TEST_P(BundleContract, MissingEntryHasNoText) {
   EXPECT_EQ(platform->interfaces().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
   EXPECT_EQ(platform->interfaces().bundle.infoText(""), std::nullopt);
+}
+
+TEST_P(BundleContract, FolderWithoutSignatureIsSignedByNoTeam) {
+  const TemporaryFolder folder;
+  const Bundle &bundle = platform->interfaces().bundle;
+  EXPECT_FALSE(bundle.isSignedByTeam(folder.path(), "TEAM123456"));
+  EXPECT_FALSE(bundle.isSignedByTeam(folder.path() / "missing", "TEAM123456"));
+}
+
+TEST_P(BundleContract, QuarantineKeepsContentsAndCreatesNoFile) {
+  const TemporaryFolder folder;
+  const Locations &locations = platform->interfaces().locations;
+  const std::string file = folder.file("list.csv", "contents");
+  locations.quarantine(file, *Url::parse("https://os.test/list.csv"));
+  EXPECT_EQ(posix_test::contentsOf(file), "contents");
+  locations.quarantine(folder.path() / "missing", *Url::parse("https://os.test/list.csv"));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / "missing"));
 }
 
 TEST_P(BundleContract, HomeFolderHasNoTrailingSlash) {
