@@ -1,17 +1,21 @@
-// Properties: a manifest is read completely or rejected, and cannot leave its folder.
+// Properties: a manifest is read completely or rejected, cannot leave its folder, and has no
+// signature for another release than the signed one.
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <string>
 
+#include "base/ascii.h"
 #include "base/json.h"
 #include "base/platform_names.h"
+#include "base/signature.h"
 #include "base/text.h"
 #include "base/url.h"
 #include "tests/fuzz/property.h"
 #include "update/command_line.h"
 #include "update/installation.h"
+#include "update/signed_release.h"
 #include "update/update_check.h"
 
 namespace {
@@ -19,13 +23,11 @@ namespace {
 using namespace orvel;
 
 std::string jsonString(std::string_view text) {
-  constexpr std::string_view digits = "0123456789abcdef";
   std::string json = "\"";
   for (const char character : text) {
     const auto byte = static_cast<unsigned char>(character);
     if (byte < ' ' || character == '"' || character == '\\') {
-      json += "\\u00";
-      json += {digits[byte >> 4U], digits[byte & 15U]};
+      json += "\\u00" + hexadecimal({&character, 1});
     } else {
       json += character;
     }
@@ -56,6 +58,24 @@ void requireContained(const UpdateManifest &manifest) {
   fuzz::require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
+// The corpus has a manifest of version 1.3 with a signature for this key and hash. The private key
+// is deleted.
+constexpr std::string_view publicKey =
+    "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
+constexpr std::string_view hash =
+    "9e691d5adacf0e102f203100842ffaba4e2a7dfe3dbd536827d3c0db8c7e88f1";
+
+void requireAuthentic(const UpdateManifest &manifest) {
+  const auto &[handtekening, sleutel] = manifest.signature;
+  if (!handtekening) return;
+  const std::string message = signedMessage(manifest.versie, "mac", hash, sleutel);
+  const bool isValid = verify(publicKey, message, *handtekening);
+  fuzz::require(!isValid || (manifest.versie == "1.3" && !sleutel),
+                "only the signed release has a valid signature");
+  // Any text may be a public key.
+  if (sleutel) verify(*sleutel, message, *handtekening);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -81,5 +101,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   fuzz::require(both && both->versie == manifest->versie && both->zip == manifest->zip,
                 "the last of duplicate keys wins");
   requireContained(*manifest);
+  requireAuthentic(*manifest);
   return 0;
 }
