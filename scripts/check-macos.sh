@@ -34,7 +34,7 @@ done
 
 # The compiler accepts a misspelt delegate method as a new method of the class. So every
 # selector that a delegate implements must be declared in an SDK header, except our own.
-delegates=(platform/macos/appkit/app_delegate_bridge.mm platform/macos/foundation/redirect_guard.mm)
+delegates=(platform/macos/appkit/app_delegate_bridge.mm platform/macos/http/redirect_guard.mm)
 mapfile -t selectors < <(
   awk '/^- \(/ { method = "" } { method = method " " $0 } /^[- ].*\{$/ && method ~ /^ - \(/ {
          print method; method = "" }' "${delegates[@]}" |

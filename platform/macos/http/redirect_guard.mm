@@ -1,4 +1,4 @@
-#import "platform/macos/foundation/redirect_guard.h"
+#import "platform/macos/http/redirect_guard.h"
 
 #import "platform/macos/foundation/cocoa_url.h"
 

@@ -1,10 +1,10 @@
-#import "platform/macos/foundation/shared_url_session.h"
+#import "platform/macos/http/shared_url_session.h"
 
 #import <Foundation/Foundation.h>
 
 #import "platform/macos/foundation/cocoa_text.h"
 #import "platform/macos/foundation/cocoa_url.h"
-#import "platform/macos/foundation/redirect_guard.h"
+#import "platform/macos/http/redirect_guard.h"
 
 namespace orvel {
 
