@@ -24,15 +24,16 @@ function calls() {
     call.map((word) => word.replace(/^.*\/\.build-app-\w+\//, 'WORK/')));
 }
 
-function configure(...options) {
+function configure({ key = '', url = '', updateKey = '' }, ...options) {
   return ['cmake', '--preset', 'release', '-UORVELOS_VERSION', '-UORVELOS_KEY', '-UORVELOS_URL',
-    ...options, '-DCMAKE_OSX_ARCHITECTURES=arm64'];
+    '-UORVELOS_UPDATE_KEY', `-DORVELOS_KEY=${key}`, `-DORVELOS_URL=${url}`,
+    `-DORVELOS_UPDATE_KEY=${updateKey}`, ...options, '-DCMAKE_OSX_ARCHITECTURES=arm64'];
 }
 
 const buildCalls = [
   ['uname', '-s'],
   ['xcode-select', '-p'],
-  configure('-DORVELOS_KEY=', '-DORVELOS_URL='),
+  configure({}),
   ['cmake', '--build', '--preset', 'release', '--target', 'orvel-os', '--', '--quiet'],
 ];
 const signCalls = [
@@ -103,10 +104,12 @@ test('an App Store Connect key notarises as well; a partial or missing key is an
 test('presets come from the environment, the folder from the command line', () => {
   const { status, stderr } = run({
     ORVELOS_VERSION: '1.20.3', ORVELOS_KEY: "a key's", ORVELOS_URL: 'https://os.example.org/?a=b&c',
+    ORVELOS_UPDATE_KEY: 'public',
   }, ['a folder']);
   assert.equal(status, 0, stderr);
-  assert.deepEqual(calls()[2], configure("-DORVELOS_KEY=a key's",
-    '-DORVELOS_URL=https://os.example.org/?a=b&c', '-DORVELOS_VERSION=1.20.3'));
+  assert.deepEqual(calls()[2], configure(
+    { key: "a key's", url: 'https://os.example.org/?a=b&c', updateKey: 'public' },
+    '-DORVELOS_VERSION=1.20.3'));
   assert.ok(existsSync(fixture.path('a folder/Orvel OS.app/Contents/_CodeSignature')));
   assert.ok(!existsSync(app()));
 });
