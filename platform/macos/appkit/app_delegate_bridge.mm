@@ -55,16 +55,16 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   if (application.modalWindow == nil) return;
   [application stopModalWithCode:NSModalResponseAbort];
   // A modal loop notices stopModalWithCode: only after it has handled an event.
-  [application postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
-                                            location:NSZeroPoint
-                                       modifierFlags:0
-                                           timestamp:0
-                                        windowNumber:0
-                                             context:nil
-                                             subtype:0
-                                               data1:0
-                                               data2:0]
-                 atStart:NO];
+  NSEvent *event = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
+                                      location:NSZeroPoint
+                                 modifierFlags:0
+                                     timestamp:0
+                                  windowNumber:0
+                                       context:nil
+                                       subtype:0
+                                         data1:0
+                                         data2:0];
+  [application postEvent:event atStart:NO];
   [self performSelector:@selector(closeAlerts)
              withObject:nil
              afterDelay:closeAlertsInterval

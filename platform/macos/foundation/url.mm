@@ -38,7 +38,7 @@ std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
   // also encodes the "%" of the escapes in the same component.
   const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
-  NSURL *relative = [NSURL URLWithString:utf8Text(escaped) relativeToURL:toCocoa(base)];
+  NSURL *relative = [NSURL URLWithString:toCocoa(escaped) relativeToURL:toCocoa(base)];
   return parse(fromCocoa(relative.absoluteString));
 }
 

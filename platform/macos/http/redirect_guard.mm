@@ -1,5 +1,6 @@
 #import "platform/macos/http/redirect_guard.h"
 
+#include "base/one_shot.h"
 #import "platform/macos/foundation/cocoa_url.h"
 
 @implementation RedirectGuard {
@@ -23,6 +24,9 @@
     willPerformHTTPRedirection:(NSHTTPURLResponse *)__unused response
                     newRequest:(NSURLRequest *)request
              completionHandler:(void (^)(NSURLRequest *))handler {
+  // Without an answer the redirect is refused, and its response ends the task.
+  const auto follow =
+      orvel::oneShot<NSURLRequest *>([handler](NSURLRequest *next) { handler(next); }, nil);
   const auto from = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
   // Stays set, so that a later redirect back to the first host gets no fields either.
@@ -35,7 +39,7 @@
     [next setValue:_withholdsHeaders ? nil : [_request valueForHTTPHeaderField:field]
         forHTTPHeaderField:field];
   }
-  handler(next);
+  follow(next);
 }
 
 @end
