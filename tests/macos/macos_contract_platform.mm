@@ -15,6 +15,8 @@ namespace orvel {
 
 namespace {
 
+NSApplication *application() { return NSApplication.sharedApplication; }
+
 std::vector<std::string> openedSoFar;
 
 /// Replaces -[NSWorkspace openURL:configuration:completionHandler:], so that the tests do not
@@ -22,16 +24,17 @@ std::vector<std::string> openedSoFar;
 void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
                    NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
   EXPECT_FALSE(configuration.promptsUserIfNeeded);
-  if (url.fileURL && ![NSFileManager.defaultManager fileExistsAtPath:url.path]) return;
-  // NSURL decomposes the path of a file URL.
-  NSString *text =
-      url.fileURL ? url.path.precomposedStringWithCanonicalMapping : url.absoluteString;
-  openedSoFar.push_back(fromCocoa(text));
+  if (!url.fileURL) {
+    openedSoFar.push_back(fromCocoa(url.absoluteString));
+  } else if ([url checkResourceIsReachableAndReturnError:nil]) {
+    // NSURL decomposes the path of a file URL.
+    openedSoFar.push_back(fromCocoa(url.path.precomposedStringWithCanonicalMapping));
+  }
 }
 
 /// Posts an empty event: a modal loop notices that it was stopped only after an event.
 void postEmptyEvent() {
-  [NSApp postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
+  NSEvent *event = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
                                       location:NSZeroPoint
                                  modifierFlags:0
                                      timestamp:0
@@ -39,33 +42,34 @@ void postEmptyEvent() {
                                        context:nil
                                        subtype:0
                                          data1:0
-                                         data2:0]
-           atStart:NO];
+                                         data2:0];
+  [application() postEvent:event atStart:NO];
 }
 
 /// Posts the press and the release of a key.
 void postKey(NSWindow *window, NSString *characters, unsigned short code) {
   for (const NSEventType type : {NSEventTypeKeyDown, NSEventTypeKeyUp}) {
-    [NSApp postEvent:[NSEvent keyEventWithType:type
-                                            location:NSZeroPoint
-                                       modifierFlags:0
-                                           timestamp:NSProcessInfo.processInfo.systemUptime
-                                        windowNumber:window.windowNumber
-                                             context:nil
-                                          characters:characters
-                         charactersIgnoringModifiers:characters
-                                           isARepeat:NO
-                                             keyCode:code]
-             atStart:NO];
+    NSEvent *event = [NSEvent keyEventWithType:type
+                                      location:NSZeroPoint
+                                 modifierFlags:0
+                                     timestamp:NSProcessInfo.processInfo.systemUptime
+                                  windowNumber:window.windowNumber
+                                       context:nil
+                                    characters:characters
+                   charactersIgnoringModifiers:characters
+                                     isARepeat:NO
+                                       keyCode:code];
+    [application() postEvent:event atStart:NO];
   }
 }
 
 NSWindow *openAlert() {
-  NSWindow *alert = NSApp.modalWindow;
+  NSWindow *alert = application().modalWindow;
   if (alert == nil) throw std::logic_error("no alert is open");
   return alert;
 }
 
+/// Returns the first editable text field below a view, or nil.
 NSTextField *editableFieldBelow(NSView *view) {
   for (NSView *child in view.subviews) {
     if ([child isKindOfClass:NSTextField.class]) {
@@ -79,8 +83,8 @@ NSTextField *editableFieldBelow(NSView *view) {
 
 const std::function<void()> *checksAtExit = nullptr;
 
-/// Runs the checks and ends the process with their result.
-[[noreturn]] void checkAndEnd() {
+/// Runs the checks and ends the process: with status 1 when an expectation failed.
+[[noreturn]] void runChecksAndExit() {
   (*checksAtExit)();
   std::fflush(nullptr);
   ::_exit(testing::Test::HasFailure() ? 1 : 0);
@@ -90,12 +94,14 @@ class MacosContractPlatform final : public ContractPlatform {
  public:
   MacosContractPlatform() {
     openedSoFar.clear();
-    method_setImplementation(class_getInstanceMethod(NSWorkspace.class, @selector
-                                                     (openURL:configuration:completionHandler:)),
-                             reinterpret_cast<IMP>(recordOpening));
+    Method open = class_getInstanceMethod(NSWorkspace.class, @selector(openURL:
+                                                                 configuration:completionHandler:));
+    if (open == nullptr) throw std::logic_error("NSWorkspace cannot open URLs");
+    method_setImplementation(open, reinterpret_cast<IMP>(recordOpening));
     // Removes the values of earlier tests.
-    [NSUserDefaults.standardUserDefaults
-        removePersistentDomainForName:NSBundle.mainBundle.bundleIdentifier];
+    NSString *domain = NSBundle.mainBundle.bundleIdentifier;
+    if (domain == nil) throw std::logic_error("the test program has no bundle identifier");
+    [NSUserDefaults.standardUserDefaults removePersistentDomainForName:domain];
   }
 
   Platform interfaces() override { return platform_.interfaces(); }
@@ -105,7 +111,7 @@ class MacosContractPlatform final : public ContractPlatform {
     NSDate *end = [NSDate dateWithTimeIntervalSinceNow:Seconds(limit).count()];
     // An unanswered alert runs a modal loop, which the timer aborts.
     NSTimer *alarm = [NSTimer timerWithTimeInterval:Seconds(limit).count()
-                                             target:NSApp
+                                             target:application()
                                            selector:@selector(abortModal)
                                            userInfo:nil
                                             repeats:NO];
@@ -115,11 +121,11 @@ class MacosContractPlatform final : public ContractPlatform {
       @autoreleasepool {
         // Another thread may make the condition true without waking the run loop.
         NSDate *soon = [NSDate dateWithTimeIntervalSinceNow:0.005];
-        NSEvent *event = [NSApp nextEventMatchingMask:NSEventMaskAny
-                                            untilDate:soon
-                                               inMode:NSDefaultRunLoopMode
-                                              dequeue:YES];
-        if (event != nil) [NSApp sendEvent:event];
+        NSEvent *event = [application() nextEventMatchingMask:NSEventMaskAny
+                                                    untilDate:soon
+                                                       inMode:NSDefaultRunLoopMode
+                                                      dequeue:YES];
+        if (event != nil) [application() sendEvent:event];
       }
       holds = condition();
     }
@@ -135,9 +141,9 @@ class MacosContractPlatform final : public ContractPlatform {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto run = [&] {
       checksAtExit = &checks;
-      std::atexit(checkAndEnd);
+      std::atexit(runChecksAndExit);
       interfaces().application.run();
-      checkAndEnd();
+      runChecksAndExit();
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
   }
@@ -146,7 +152,7 @@ class MacosContractPlatform final : public ContractPlatform {
     NSWindow *alert = openAlert();
     editableFieldBelow(alert.contentView).stringValue = toCocoa(answer.text);
     if (!answer.button) {
-      [NSApp stopModal];
+      [application() stopModal];
       postEmptyEvent();
     } else if (NSButton *button =
                    [alert.contentView viewWithTag:NSAlertFirstButtonReturn + *answer.button]) {
@@ -168,7 +174,7 @@ class MacosContractPlatform final : public ContractPlatform {
 
   std::vector<std::string> opened() override { return openedSoFar; }
 
-  void requestTermination() override { [NSApp terminate:nil]; }
+  void requestTermination() override { [application() terminate:nil]; }
 
  private:
   MacosPlatform platform_;
