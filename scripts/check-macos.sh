@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# Cross-compiles and links the macOS edition with -Werror, and checks the bundle. Needs no
-# Mac and runs nothing of what it builds.
+# Checks the macOS edition without a Mac: cross-compiles and links the application and its
+# tests, and checks the sources, the property lists and the executable. Runs nothing of what
+# it builds.
 #
 #   ./scripts/check-macos.sh SYSROOT [FOLDER]
 #
-# SYSROOT is a copy of the macOS SDK: usr/ and System/Library/Frameworks/ with
-# headers and .tbd files. FOLDER is the build folder, by default build/macos-check.
+# SYSROOT is a copy of the macOS SDK: usr/ and System/Library/Frameworks/ with headers and .tbd
+# files. FOLDER is the build folder, by default build/macos-check. Environment variables:
+#
+#   GTEST_FOLDER  the installation folder of a GoogleTest that is built for macOS; without it
+#                 the script builds one from /usr/src/googletest (Debian's package googletest)
+#   JOBS          number of compilers that run at the same time, by default one per processor
 set -euo pipefail
 
 skip() {
@@ -22,42 +27,38 @@ case $# in 1 | 2) ;; 0) skip "SYSROOT is not given" ;; *) fail "usage: scripts/c
 sysroot=$(cd "$1" && pwd)
 folder=${2-}
 case $folder in '' | /*) ;; *) folder=$PWD/$folder ;; esac
+googletest=${GTEST_FOLDER:+$(cd "$GTEST_FOLDER" && pwd)}
 cd "$(dirname "$0")/.."
 folder=${folder:-$PWD/build/macos-check}
 for framework in AppKit WebKit Foundation; do
   [ -e "$sysroot/System/Library/Frameworks/$framework.framework/Headers/$framework.h" ] ||
     skip "the headers of $framework are not in '$sysroot'"
 done
-for tool in clang-19 clang++-19 ld64.lld-19 llvm-ar-19 llvm-ranlib-19 llvm-install-name-tool-19 llvm-otool-19 cmake ninja; do
+for tool in clang-19 clang++-19 clang-query-19 ld64.lld-19 llvm-ar-19 llvm-ranlib-19 \
+  llvm-install-name-tool-19 llvm-otool-19 cmake ninja node python3; do
   command -v "$tool" >/dev/null || skip "$tool is not installed"
 done
+[ -n "$googletest" ] || [ -d /usr/src/googletest ] || skip "there is no GoogleTest for the tests"
 
-# The compiler accepts a misspelt delegate method as a new method of the class. So every
-# selector that a delegate implements must be declared in an SDK header, except our own.
-delegates=(platform/macos/appkit/app_delegate_bridge.mm platform/macos/http/redirect_guard.mm)
-mapfile -t selectors < <(
-  awk '/^- \(/ { method = "" } { method = method " " $0 } /^[- ].*\{$/ && method ~ /^ - \(/ {
-         print method; method = "" }' "${delegates[@]}" |
-    sed -E ':a; s/\([^()]*\)//g; ta; s/__unused//g; s/^ - *//; s/ *\{$//' |
-    awk '!/:/ { print $1; next } { gsub(/: *[A-Za-z]+ */, ":"); print }' |
-    grep -vxE 'zoekUpdateMenu|kiesAdres|reloadPage|proceedWithTermination|closeAlerts|initWithRequest:forwardsHeaders:'
-)
-[ ${#selectors[@]} -gt 0 ] || fail "found no delegate methods"
-mkdir -p "$folder"
-{
-  printf '#import <AppKit/AppKit.h>\n#import <WebKit/WebKit.h>\nextern SEL all[];\nSEL all[] = {\n'
-  printf '    @selector(%s),\n' "${selectors[@]}"
-  printf '};\n'
-} >"$folder/selectors.mm"
-clang++-19 --target=arm64-apple-macos13 -isysroot "$sysroot" -fsyntax-only -fobjc-arc -std=c++20 \
-  -Werror -Wundeclared-selector "$folder/selectors.mm"
-echo "check-macos: ${#selectors[@]} delegate methods are declared in SDK headers"
+cross=(-G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
+  -DORVELOS_MACOS_SYSROOT="$sysroot")
+jobs=(-- -j "${JOBS:-$(nproc)}" --quiet)
 
-cmake -S . -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-  -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake" -DORVELOS_MACOS_SYSROOT="$sysroot" >/dev/null
-cmake --build "$folder" -- -j "${JOBS:-$(nproc)}" --quiet
+if [ -z "$googletest" ]; then
+  googletest=$folder/googletest
+  cmake -S /usr/src/googletest -B "$folder/googletest-build" "${cross[@]}" \
+    -DCMAKE_INSTALL_PREFIX="$googletest" >/dev/null
+  cmake --build "$folder/googletest-build" --target install "${jobs[@]}" >/dev/null
+fi
+cmake -S . -B "$folder" "${cross[@]}" -DORVELOS_TESTS=ON \
+  -DGTest_DIR="$googletest/lib/cmake/GTest" >/dev/null
+cmake --build "$folder" "${jobs[@]}"
+node tools/macos_check/check_sources.mjs "$folder"
 
 bundle="$folder/Orvel OS.app"
+python3 tools/macos_check/check_property_lists.py "$bundle/Contents/Info.plist"
+[ -s "$bundle/Contents/Resources/orvel-os.icns" ] || fail "the icon is not in the bundle"
+
 commands=$(llvm-otool-19 -l "$bundle/Contents/MacOS/Orvel OS")
 header=$(llvm-otool-19 -h "$bundle/Contents/MacOS/Orvel OS")
 grep -q '0xfeedfacf *16777228 ' <<<"$header" || fail "the executable is not for arm64"
@@ -66,9 +67,4 @@ for framework in AppKit Foundation WebKit; do
   grep -q "/System/Library/Frameworks/$framework.framework/" <<<"$commands" ||
     fail "the executable is not linked with $framework"
 done
-for text in nl.orvel.os '<string>Orvel OS</string>' '<string>13.0</string>' NSAllowsArbitraryLoads; do
-  grep -qF "$text" "$bundle/Contents/Info.plist" || fail "'$text' is not in Info.plist"
-done
-icon=$(awk '/<key>CFBundleIconFile</ { getline; gsub(/.*<string>|<.*/, ""); print }' "$bundle/Contents/Info.plist")
-[ -s "$bundle/Contents/Resources/$icon.icns" ] || fail "the icon '$icon' is not in the bundle"
 echo "check-macos: compiled and linked, not run: $bundle"

@@ -1,0 +1,61 @@
+"""Compares each key and value of the macOS edition's property lists with the expected ones.
+
+    python3 check_property_lists.py INFO_PLIST
+
+INFO_PLIST is that of a bundle without presets. Reads the other lists from the checkout.
+"""
+
+import plistlib
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+
+APPLICATION = {
+    "CFBundleDevelopmentRegion": "nl",
+    "CFBundleDisplayName": "Orvel OS",
+    "CFBundleExecutable": "Orvel OS",
+    "CFBundleIconFile": "orvel-os",
+    "CFBundleIdentifier": "nl.orvel.os",
+    "CFBundleInfoDictionaryVersion": "6.0",
+    "CFBundleName": "Orvel OS",
+    "CFBundlePackageType": "APPL",
+    "CFBundleShortVersionString": "1.0",
+    "CFBundleVersion": "1.0",
+    "LSMinimumSystemVersion": "13.0",
+    "NSAppTransportSecurity": {"NSAllowsArbitraryLoads": True},
+    "NSHighResolutionCapable": True,
+    "NSPrincipalClass": "NSApplication",
+}
+TESTS = {
+    "CFBundleIdentifier": "nl.orvel.os.contract",
+    "CFBundleName": "contract_tests",
+    "NSAppTransportSecurity": {"NSAllowsArbitraryLoads": True},
+}
+# The hardened runtime without exceptions.
+ENTITLEMENTS = {}
+
+
+def differences(path, expected):
+    try:
+        found = plistlib.loads(Path(path).read_bytes())
+    except (OSError, ValueError, plistlib.InvalidFileException) as error:
+        return [f"{path}: {error}"]
+    if not isinstance(found, dict):
+        return [f"{path}: is not a dictionary"]
+    return [
+        f"{path}: {key} is {found.get(key)!r}, expected {expected.get(key)!r}"
+        for key in sorted(found.keys() | expected.keys())
+        if found.get(key) != expected.get(key)
+        or type(found.get(key)) is not type(expected.get(key))
+    ]
+
+
+complaints = [
+    *differences(sys.argv[1], APPLICATION),
+    *differences(ROOT / "packaging/macos/orvel-os.entitlements", ENTITLEMENTS),
+    *differences(ROOT / "tests/macos/Info.plist", TESTS),
+]
+for complaint in complaints:
+    print(f"check_property_lists: {complaint}", file=sys.stderr)
+sys.exit(1 if complaints else 0)

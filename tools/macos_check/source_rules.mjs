@@ -1,0 +1,166 @@
+// What the sources of platform/macos and tests/macos must and must not contain. Each rule is a
+// clang AST matcher, so the spelling and layout of the source do not matter.
+
+// The methods of each Objective-C class, by the protocol that declares them. The compiler
+// accepts a misspelt or forgotten optional method, and the framework then never calls it.
+const methods = {
+  'platform/macos/appkit/app_delegate_bridge.mm': {
+    NSApplicationDelegate: [
+      'applicationDidFinishLaunching:',
+      'applicationShouldTerminate:',
+      'applicationShouldTerminateAfterLastWindowClosed:',
+    ],
+    WKNavigationDelegate: [
+      'webView:decidePolicyForNavigationAction:decisionHandler:',
+      'webViewWebContentProcessDidTerminate:',
+    ],
+    WKUIDelegate: [
+      'webView:createWebViewWithConfiguration:forNavigationAction:windowFeatures:',
+      'webView:runJavaScriptAlertPanelWithMessage:initiatedByFrame:completionHandler:',
+      'webView:runJavaScriptConfirmPanelWithMessage:initiatedByFrame:completionHandler:',
+    ],
+    own: ['proceedWithTermination', 'closeAlerts', 'zoekUpdateMenu', 'kiesAdres', 'reloadPage'],
+  },
+  'platform/macos/http/redirect_guard.mm': {
+    NSURLSessionTaskDelegate: [
+      'URLSession:task:willPerformHTTPRedirection:newRequest:completionHandler:',
+    ],
+    own: ['initWithRequest:forwardsHeaders:'],
+  },
+};
+
+// The class, category or protocol that declares each action of the main menu. An action is
+// named like its MenuAction. No SDK header declares undo: and redo:, so the source does.
+const menuActions = {
+  'NSStandardAboutPanel': ['orderFrontStandardAboutPanel:'],
+  'NSApplication': ['hide:', 'terminate:'],
+  'NSWindow': ['toggleFullScreen:', 'performMiniaturize:'],
+  'NSText': ['cut:', 'copy:', 'paste:', 'selectAll:'],
+  'UndoingResponder': ['undo:', 'redo:'],
+  'AppDelegateBridge': ['zoekUpdateMenu', 'kiesAdres', 'reloadPage'],
+};
+
+// The selectors of each file that another declaration must have, by that declaration.
+export const declarations = {
+  ...methods,
+  'platform/macos/appkit/cocoa_menu_bar.mm': menuActions,
+};
+
+const ours = 'isExpansionInFileMatching("/(platform|tests)/macos/")';
+const nil = 'ignoringParenImpCasts(anyOf(cxxNullPtrLiteralExpr(), gnuNullExpr()))';
+const call = (name) => `callExpr(${ours}, callee(functionDecl(matchesName("${name}"))))`;
+// Core Foundation's naming rule: the caller owns the result of these functions.
+const creation = 'ignoringParenImpCasts(callExpr(callee(functionDecl(' +
+  'matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)")))))';
+const owner = 'hasType(hasUnqualifiedDesugaredType(recordType(hasDeclaration(classTemplateSpecialization' +
+  'Decl(hasName("::std::unique_ptr"), hasTemplateArgument(1, refersToType(asString("CFReleaser"))))))))';
+const handler = 'parmVarDecl(hasType(qualType(hasCanonicalType(blockPointerType()))), ' +
+  'hasDeclContext(objcMethodDecl(isDefinition())))';
+const oneShotCall = 'callExpr(callee(functionDecl(hasName("::orvel::oneShot"))))';
+
+// A rule has a matcher and, by file, the values that it must find there; in every other file it
+// must find nothing. `value` takes the value out of the dump of a match, or returns undefined
+// for a match that does not count.
+export const rules = [
+  {
+    name: 'a method of an Objective-C class',
+    matcher: `objcMethodDecl(${ours}, isDefinition())`,
+    value: (dump) => /^ObjCMethodDecl .* [-+] (\S+) '/.exec(dump)[1],
+    expected: Object.fromEntries(
+      Object.entries(methods).map(([file, protocols]) => [file, Object.values(protocols).flat()])),
+  },
+  {
+    name: 'an object that becomes a delegate',
+    matcher: `objcMessageExpr(${ours}, hasAnySelector("setDelegate:", "setNavigationDelegate:", ` +
+      `"setUIDelegate:"), unless(hasArgument(0, ${nil})))`,
+    value: (dump) => /selector=(\S+)/.exec(dump)[1],
+    expected: {
+      'platform/macos/appkit/cocoa_application.mm': ['setDelegate:'],
+      'platform/macos/http/shared_url_session.mm': ['setDelegate:'],
+      'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setUIDelegate:'],
+    },
+  },
+  {
+    name: 'a menu action (enumerator and selector)',
+    matcher: `caseStmt(${ours}, hasAncestor(functionDecl(hasName("selectorOf"))))`,
+    value(dump) {
+      const selector = /ObjCSelectorExpr .* (\S+)$/m.exec(dump)?.[1];
+      return selector && `${/EnumConstant \S+ '(\w+)'/.exec(dump)[1]} ${selector}`;
+    },
+    expected: {
+      'platform/macos/appkit/cocoa_menu_bar.mm':
+        Object.values(menuActions).flat().map((selector) => `${selector.replace(':', '')} ${selector}`),
+    },
+  },
+  {
+    name: 'a key of key-value coding',
+    matcher: `objcMessageExpr(${ours}, hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ` +
+      '"valueForKey:", "valueForKeyPath:"))',
+    value: (dump) => / "(.*)"$/m.exec(dump)?.[1] ?? 'not a literal',
+    expected: {
+      'platform/macos/webkit/wk_page_view.mm': ['developerExtrasEnabled', 'drawsBackground'],
+    },
+  },
+  {
+    name: 'NSApp, whose messages are not checked for availability (use NSApplication.sharedApplication)',
+    matcher: `declRefExpr(${ours}, to(varDecl(hasName("::NSApp"))))`,
+  },
+  {
+    name: 'a bare Core Foundation retain or release (use CFPointer)',
+    matcher: call('^::(CFRelease|CFRetain|CFAutorelease|CFBridgingRetain|CFMakeCollectable)$'),
+    expected: {},
+    exceptIn: 'platform/macos/foundation/cf_pointer.h',
+  },
+  {
+    name: 'a created Core Foundation object without an owner (use CFPointer or CFBridgingRelease)',
+    matcher: `callExpr(${ours}, callee(functionDecl(matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)"))), ` +
+      'unless(hasParent(cxxConstructExpr())), unless(hasParent(cxxMemberCallExpr(callee(cxxMethodDecl(hasName("reset")))))), ' +
+      'unless(hasParent(implicitCastExpr(hasParent(callExpr(callee(functionDecl(hasName("CFBridgingRelease")))))))))',
+  },
+  {
+    name: 'a Core Foundation object that is released but was not created here',
+    matcher: `expr(${ours}, anyOf(` +
+      `callExpr(callee(functionDecl(hasName("::CFBridgingRelease"))), unless(hasArgument(0, ${creation}))), ` +
+      `cxxConstructExpr(${owner}, hasArgument(0, expr(hasType(pointerType()), unless(${creation}))))))`,
+  },
+  {
+    name: 'a cast that transfers ownership',
+    matcher: `explicitCastExpr(${ours}, hasDescendant(castExpr(anyOf(hasCastKind("CK_ARCConsumeObject"), ` +
+      'hasCastKind("CK_ARCProduceObject")))))',
+  },
+  {
+    name: 'a reference that does not own its object',
+    // A weak or assigned property has such an instance variable.
+    matcher: `valueDecl(${ours})`,
+    value: (dump) => /__(?:weak|unsafe_unretained|autoreleasing)\b/.exec(dump.split('\n')[0])?.[0],
+  },
+  {
+    name: 'a handler that is called without oneShot',
+    matcher: `declRefExpr(${ours}, to(${handler}), unless(hasAncestor(${oneShotCall})))`,
+  },
+  {
+    name: 'a handler that is never called',
+    matcher: `objcMethodDecl(${ours}, isDefinition(), hasAnyParameter(parmVarDecl(` +
+      'hasType(qualType(hasCanonicalType(blockPointerType())))).bind("handler")), ' +
+      'unless(hasDescendant(declRefExpr(to(equalsBoundNode("handler")), hasAncestor(' + oneShotCall + ')))))',
+  },
+  {
+    name: 'a change of the thread or run loop',
+    matcher: `expr(${ours}, anyOf(` +
+      'callExpr(callee(functionDecl(matchesName("^::(dispatch_[a-z_]+|pthread_create|CFRunLoopGet[A-Za-z]+)$")))), ' +
+      'objcMessageExpr(matchesSelector("(InBackground|OnMainThread|onThread:|detachNewThread|performBlock|addOperation|mainQueue|currentRunLoop|mainRunLoop)")), ' +
+      'cxxConstructExpr(hasDeclaration(cxxMethodDecl(ofClass(hasAnyName("::std::thread", "::std::jthread")))))))',
+    value: (dump) => /Function \S+ '(\w+)'|selector=(\S+)/.exec(dump)?.slice(1).find(Boolean) ?? 'std::thread',
+    expected: {
+      'platform/macos/foundation/dispatch_background_queue.mm': ['dispatch_async', 'dispatch_get_global_queue'],
+      'platform/macos/foundation/run_loop_main_queue.mm':
+        ['CFRunLoopGetMain', 'CFRunLoopGetMain', 'CFRunLoopGetMain'],
+      'tests/macos/macos_contract_platform.mm': ['mainRunLoop'],
+    },
+  },
+  {
+    name: 'a declaration of AppKit or WebKit in platform/macos/foundation, which runs on any thread',
+    onlyIn: 'platform/macos/foundation/',
+    matcher: 'objcInterfaceDecl(hasAnyName("NSResponder", "WKWebView"))',
+  },
+];
