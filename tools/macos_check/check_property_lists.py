@@ -7,6 +7,7 @@ INFO_PLIST is that of a bundle without presets. Reads the other lists from the c
 
 import plistlib
 import sys
+from datetime import datetime
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -31,6 +32,13 @@ TESTS = {
     "CFBundleIdentifier": "nl.orvel.os.contract",
     "CFBundleName": "contract_tests",
     "NSAppTransportSecurity": {"NSAllowsArbitraryLoads": True},
+    "ORVELOSTestText": "text",
+    "ORVELOSTestNumber": 1,
+    "ORVELOSTestBoolean": True,
+    "ORVELOSTestDate": datetime(2026, 1, 1),
+    "ORVELOSTestData": b"text",
+    "ORVELOSTestArray": ["text"],
+    "ORVELOSTestDictionary": {"text": "text"},
 }
 # The hardened runtime without exceptions.
 ENTITLEMENTS = {}

@@ -9,6 +9,7 @@ const methods = {
       'applicationDidFinishLaunching:',
       'applicationShouldTerminate:',
       'applicationShouldTerminateAfterLastWindowClosed:',
+      'applicationSupportsSecureRestorableState:',
     ],
     WKNavigationDelegate: [
       'webView:decidePolicyForNavigationAction:decisionHandler:',
@@ -99,6 +100,15 @@ export const rules = [
     value: (dump) => / "(.*)"$/m.exec(dump)?.[1] ?? 'not a literal',
     expected: {
       'platform/macos/webkit/wk_page_view.mm': ['developerExtrasEnabled', 'drawsBackground'],
+      'tests/macos/launch_test.mm': ['developerExtrasEnabled', 'drawsBackground'],
+    },
+  },
+  {
+    name: 'a selector in a question to an object (respondsToSelector:)',
+    matcher: `objcMessageExpr(${ours}, hasSelector("respondsToSelector:"))`,
+    value: (dump) => /ObjCSelectorExpr .* (\S+)$/m.exec(dump)?.[1] ?? 'not a literal',
+    expected: {
+      'platform/macos/webkit/wk_page_view.mm': ['_setDeveloperExtrasEnabled:', '_setDrawsBackground:'],
     },
   },
   {

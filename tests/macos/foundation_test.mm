@@ -1,0 +1,53 @@
+// What the Foundation adapters promise beyond their interfaces.
+
+#import <Foundation/Foundation.h>
+#include <gtest/gtest.h>
+
+#import "platform/macos/foundation/cocoa_text.h"
+#import "platform/macos/foundation/cocoa_url.h"
+#include "platform/macos/foundation/file_manager_locations.h"
+#include "platform/macos/foundation/main_bundle.h"
+
+namespace orvel {
+namespace {
+
+UrlRequest anyRequest() {
+  UrlRequest request;
+  request.url = Url::parse("http://127.0.0.1/").value();
+  return request;
+}
+
+TEST(CocoaRequest, HasTimeoutInSeconds) {
+  UrlRequest request = anyRequest();
+  EXPECT_EQ(toCocoa(request).timeoutInterval, 60);
+  request.timeout = std::chrono::milliseconds(1500);
+  EXPECT_EQ(toCocoa(request).timeoutInterval, 1.5);
+}
+
+TEST(CocoaRequest, HasCachePolicy) {
+  UrlRequest request = anyRequest();
+  EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestUseProtocolCachePolicy);
+  request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
+  EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestReloadIgnoringLocalCacheData);
+}
+
+TEST(FileManagerLocations, AreThoseOfTheUser) {
+  const FileManagerLocations locations;
+  EXPECT_EQ(locations.home(), fromCocoa(NSHomeDirectory()));
+  EXPECT_EQ(locations.downloads(), fromCocoa(NSHomeDirectory()) + "/Downloads");
+  EXPECT_EQ(locations.temporary(), fromCocoa(NSTemporaryDirectory().stringByStandardizingPath));
+}
+
+// The entries are in Info.plist beside this file.
+TEST(MainBundle, OnlyStringEntriesHaveText) {
+  const MainBundle bundle;
+  EXPECT_EQ(bundle.infoText("ORVELOSTestText"), "text");
+  for (const char *key : {"ORVELOSTestNumber", "ORVELOSTestBoolean", "ORVELOSTestDate",
+                          "ORVELOSTestData", "ORVELOSTestArray", "ORVELOSTestDictionary"}) {
+    ASSERT_TRUE(NSBundle.mainBundle.infoDictionary[toCocoa(key)] != nil) << key;
+    EXPECT_EQ(bundle.infoText(key), std::nullopt) << key;
+  }
+}
+
+}  // namespace
+}  // namespace orvel
