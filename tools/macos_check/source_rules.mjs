@@ -71,14 +71,39 @@ export const rules = [
       Object.entries(methods).map(([file, protocols]) => [file, Object.values(protocols).flat()])),
   },
   {
+    name: 'a method of the bridge and the member function of the core that it calls',
+    onlyIn: 'platform/macos/appkit/app_delegate_bridge.mm',
+    matcher: `objcMethodDecl(${ours}, isDefinition())`,
+    value(dump) {
+      const called = /MemberExpr .* '<bound member function type>' ->(\w+) /.exec(dump)?.[1];
+      return called && `${/ [-+] (\S+) '/.exec(dump)[1]} ${called}`;
+    },
+    expected: {
+      'platform/macos/appkit/app_delegate_bridge.mm': [
+        'applicationDidFinishLaunching: applicationDidFinishLaunching',
+        'applicationShouldTerminate: applicationShouldTerminate',
+        'applicationShouldTerminateAfterLastWindowClosed: applicationShouldTerminateAfterLastWindowClosed',
+        'webView:decidePolicyForNavigationAction:decisionHandler: decidePolicy',
+        'webViewWebContentProcessDidTerminate: webViewWebContentProcessDidTerminate',
+        'webView:createWebViewWithConfiguration:forNavigationAction:windowFeatures: createWebView',
+        'webView:runJavaScriptAlertPanelWithMessage:initiatedByFrame:completionHandler: runJavaScriptAlertPanel',
+        'webView:runJavaScriptConfirmPanelWithMessage:initiatedByFrame:completionHandler: runJavaScriptConfirmPanel',
+        'zoekUpdateMenu zoekUpdateMenu',
+        'kiesAdres kiesAdres',
+        'reloadPage reloadPage',
+      ],
+    },
+  },
+  {
     name: 'an object that becomes a delegate',
     matcher: `objcMessageExpr(${ours}, hasAnySelector("setDelegate:", "setNavigationDelegate:", ` +
-      `"setUIDelegate:"), unless(hasArgument(0, ${nil})))`,
+      `"setUIDelegate:", "setPage:", "setApplication:"), unless(hasArgument(0, ${nil})))`,
     value: (dump) => /selector=(\S+)/.exec(dump)[1],
     expected: {
-      'platform/macos/appkit/cocoa_application.mm': ['setDelegate:'],
+      'platform/macos/appkit/cocoa_application.mm': ['setApplication:', 'setDelegate:'],
       'platform/macos/http/shared_url_session.mm': ['setDelegate:'],
-      'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setUIDelegate:'],
+      'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setPage:', 'setUIDelegate:'],
+      'tests/macos/app_delegate_bridge_test.mm': ['setPage:'],
     },
   },
   {
@@ -132,6 +157,17 @@ export const rules = [
     matcher: `expr(${ours}, anyOf(` +
       `callExpr(callee(functionDecl(hasName("::CFBridgingRelease"))), unless(hasArgument(0, ${creation}))), ` +
       `cxxConstructExpr(${owner}, hasArgument(0, expr(hasType(pointerType()), unless(${creation}))))))`,
+  },
+  {
+    name: 'a Core Foundation object that its owner gives up',
+    matcher: `cxxMemberCallExpr(${ours}, callee(cxxMethodDecl(hasName("release"), ` +
+      'ofClass(hasName("::std::unique_ptr")))))',
+  },
+  {
+    name: 'whether closing a window releases it (under ARC it must not)',
+    matcher: `objcMessageExpr(${ours}, hasSelector("setReleasedWhenClosed:"))`,
+    value: (dump) => /__objc_(yes|no)/.exec(dump)?.[1] ?? 'not a literal',
+    expected: { 'platform/macos/appkit/cocoa_window.mm': ['no'] },
   },
   {
     name: 'a cast that transfers ownership',

@@ -1,0 +1,82 @@
+// Measures the check of the macOS edition: plants each fault of planted_faults.mjs into a copy
+// of the checkout and runs the part of the check that concerns the changed file.
+//
+//   node plant_faults.mjs SYSROOT [CLASS...]
+//
+// Prints a Markdown table with the first complaint about each fault. Fails when the check
+// rejects the unchanged copy.
+import { execFileSync, spawnSync } from 'node:child_process';
+import { cpSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { basename, join, resolve } from 'node:path';
+
+import { faults } from './planted_faults.mjs';
+
+const [sysroot, ...classes] = process.argv.slice(2);
+const checkout = resolve(import.meta.dirname, '../..');
+const copy = mkdtempSync(join(tmpdir(), 'planted-faults-'));
+const build = join(copy, 'build');
+
+const run = (command, args) => spawnSync(command, args, { cwd: copy, encoding: 'utf8' });
+const configure = () => run('cmake', ['-S', '.', '-B', 'build', '-G', 'Ninja',
+  '-DCMAKE_TOOLCHAIN_FILE=cmake/macos-cross.cmake', `-DORVELOS_MACOS_SYSROOT=${sysroot}`]);
+
+// Returns the sources that a change of a file concerns: itself, or those that include it.
+function concernedSources(file) {
+  if (file.endsWith('.mm')) return [file];
+  return execFileSync('git', ['grep', '-l', `"${file}"`, '--', 'platform/macos/*.mm'],
+    { cwd: checkout, encoding: 'utf8' }).trim().split('\n');
+}
+
+// Runs the part of the check that concerns a file.
+function check(file) {
+  if (file.startsWith('scripts/')) {
+    return run('node', ['--test', `tests/packaging/${file.includes('release') ? 'release_macos' : 'build_app'}.test.mjs`]);
+  }
+  if (/\.(in|entitlements|plist)$/.test(file)) {
+    const configured = configure();
+    return configured.status !== 0 ? configured
+      : run('python3', ['tools/macos_check/check_property_lists.py', 'build/Orvel OS.app/Contents/Info.plist']);
+  }
+  return run('node', ['tools/macos_check/check_sources.mjs', 'build', ...concernedSources(file)]);
+}
+
+// Returns the most telling line of a check's output.
+function complaint({ stdout, stderr }) {
+  const lines = (stderr + stdout).split('\n');
+  const line = lines.find((text) => text.includes('error:')) ??
+    lines.find((text) => text.startsWith('check_')) ?? lines.find((text) => text.startsWith('not ok')) ?? lines[0];
+  return line.replace(/^check_\w+: /, '').replace(/^.*?error: /, '').replaceAll('|', '\\|').slice(0, 150);
+}
+
+try {
+  for (const file of execFileSync('git', ['ls-files'], { cwd: checkout, encoding: 'utf8' }).trim().split('\n')) {
+    cpSync(join(checkout, file), join(copy, file));
+  }
+  const configured = configure();
+  if (configured.status !== 0) throw new Error(configured.stderr);
+
+  const chosen = faults.filter((fault) => classes.length === 0 || classes.includes(fault.class));
+  for (const file of new Set(chosen.map((fault) => fault.file))) {
+    const result = check(file);
+    if (result.status !== 0) throw new Error(`${file}, unchanged: ${complaint(result)}`);
+  }
+  let rejected = 0;
+  console.log('| class | file | fault | rejected |\n|---|---|---|---|');
+  for (const { class: faultClass, file, fault, edits } of chosen) {
+    const original = readFileSync(join(copy, file), 'utf8');
+    let changed = original;
+    for (const [find, replacement] of edits) {
+      if (changed.split(find).length !== 2) throw new Error(`${file} does not contain this text once: ${find}`);
+      changed = changed.replace(find, () => replacement);
+    }
+    writeFileSync(join(copy, file), changed);
+    const result = check(file);
+    writeFileSync(join(copy, file), original);
+    if (result.status !== 0) rejected += 1;
+    console.log(`| ${faultClass} | ${basename(file)} | ${fault} | ${result.status === 0 ? '**no**' : complaint(result)} |`);
+  }
+  console.log(`\n${rejected} of ${chosen.length} faults were rejected.`);
+} finally {
+  rmSync(copy, { recursive: true });
+}
