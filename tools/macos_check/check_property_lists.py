@@ -25,7 +25,13 @@ APPLICATION = {
     "CFBundleVersion": "1.0",
     "LSMinimumSystemVersion": "13.0",
     "NSAppTransportSecurity": {"NSAllowsArbitraryLoads": True},
+    "NSDownloadsFolderUsageDescription": (
+        "Orvel OS bewaart de bestanden die je downloadt in je map Downloads."
+    ),
     "NSHighResolutionCapable": True,
+    "NSLocalNetworkUsageDescription": (
+        "Orvel OS maakt verbinding met de server die je als serveradres hebt gekozen."
+    ),
     "NSPrincipalClass": "NSApplication",
 }
 TESTS = {

@@ -20,6 +20,9 @@ export async function query(buildFolder, source, matchers) {
     // clang-query also succeeds when the source does not compile.
     if (stderr.includes('error:')) throw new Error(stderr);
     return split(stdout);
+  } catch (error) {
+    const messages = error.stdout?.match(/^\d+:\d+: .*$/gm);
+    throw messages ? new Error(messages.join('\n')) : error;
   } finally {
     rmSync(commands);
   }

@@ -61,8 +61,8 @@
   if (position.y < NSMaxY(self.contentLayoutRect)) return NO;
   // The buttons of the title bar are not in the content view. The superview has the window's
   // coordinate system.
-  NSView *view = [self.contentView.superview hitTest:position];
-  return [view isDescendantOf:self.contentView];
+  NSView *content = self.contentView;
+  return [[content.superview hitTest:position] isDescendantOf:content];
 }
 
 /// Ends the press for the page with a release outside of it, which is not a click. The page

@@ -13,20 +13,17 @@ namespace {
 
 /// Returns the code of this process on the disk, or null on failure.
 CFPointer<SecStaticCodeRef> codeOfThisProcess() {
-  SecCodeRef running = nullptr;
-  if (SecCodeCopySelf(kSecCSDefaultFlags, &running) != errSecSuccess) return nullptr;
-  const CFPointer<SecCodeRef> owner(running);
-  SecStaticCodeRef code = nullptr;
-  if (SecCodeCopyStaticCode(running, kSecCSDefaultFlags, &code) != errSecSuccess) return nullptr;
-  return CFPointer<SecStaticCodeRef>(code);
+  const auto running = createdBy<CFPointer<SecCodeRef>>(SecCodeCopySelf, kSecCSDefaultFlags);
+  if (!running) return nullptr;
+  return createdBy<CFPointer<SecStaticCodeRef>>(SecCodeCopyStaticCode, running.get(),
+                                                kSecCSDefaultFlags);
 }
 
 /// Returns the code of a bundle, or null on failure.
 CFPointer<SecStaticCodeRef> codeOfBundle(const std::string &path) {
-  auto *url = (__bridge CFURLRef)fileUrl(path);
-  SecStaticCodeRef code = nullptr;
-  if (SecStaticCodeCreateWithPath(url, kSecCSDefaultFlags, &code) != errSecSuccess) return nullptr;
-  return CFPointer<SecStaticCodeRef>(code);
+  NSURL *url = fileUrl(path);
+  return createdBy<CFPointer<SecStaticCodeRef>>(SecStaticCodeCreateWithPath, (__bridge CFURLRef)url,
+                                                kSecCSDefaultFlags);
 }
 
 /// Returns the requirement that Apple issued the certificate to the team, or null on failure.
@@ -36,11 +33,8 @@ CFPointer<SecRequirementRef> requirementOfTeam(const std::string &team) {
   NSString *text =
       [NSString stringWithFormat:@"anchor apple generic and certificate leaf[subject.OU] = \"%@\"",
                                  toCocoa(team)];
-  SecRequirementRef requirement = nullptr;
-  const OSStatus status =
-      SecRequirementCreateWithString((__bridge CFStringRef)text, kSecCSDefaultFlags, &requirement);
-  if (status != errSecSuccess) return nullptr;
-  return CFPointer<SecRequirementRef>(requirement);
+  return createdBy<CFPointer<SecRequirementRef>>(SecRequirementCreateWithString,
+                                                 (__bridge CFStringRef)text, kSecCSDefaultFlags);
 }
 
 }  // namespace
@@ -48,13 +42,10 @@ CFPointer<SecRequirementRef> requirementOfTeam(const std::string &team) {
 std::optional<std::string> teamIdentifierOfThisProcess() {
   const auto code = codeOfThisProcess();
   if (!code) return std::nullopt;
-  CFDictionaryRef copied = nullptr;
-  if (SecCodeCopySigningInformation(code.get(), kSecCSSigningInformation, &copied) !=
-      errSecSuccess) {
-    return std::nullopt;
-  }
-  NSDictionary<NSString *, id> *information = CFBridgingRelease(copied);
-  return textOf(information[(__bridge NSString *)kSecCodeInfoTeamIdentifier]);
+  const auto information = createdBy<CFPointer<CFDictionaryRef>>(
+      SecCodeCopySigningInformation, code.get(), kSecCSSigningInformation);
+  auto *entries = (__bridge NSDictionary<NSString *, id> *)information.get();
+  return textOf(entries[(__bridge NSString *)kSecCodeInfoTeamIdentifier]);
 }
 
 bool hasValidSignatureOfTeam(const std::string &bundlePath, const std::string &team) {
