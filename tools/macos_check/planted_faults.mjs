@@ -5,6 +5,7 @@ const bridgeHeader = 'platform/macos/appkit/app_delegate_bridge.h';
 const application = 'platform/macos/appkit/cocoa_application.mm';
 const menu = 'platform/macos/appkit/cocoa_menu_bar.mm';
 const window = 'platform/macos/appkit/cocoa_window.mm';
+const pageWindow = 'platform/macos/appkit/page_window.mm';
 const view = 'platform/macos/webkit/wk_page_view.mm';
 const cookies = 'platform/macos/webkit/wk_cookie_store.mm';
 const redirect = 'platform/macos/http/redirect_guard.mm';
@@ -12,6 +13,7 @@ const session = 'platform/macos/http/shared_url_session.mm';
 const mainQueue = 'platform/macos/foundation/run_loop_main_queue.mm';
 const background = 'platform/macos/foundation/dispatch_background_queue.mm';
 const text = 'platform/macos/foundation/cocoa_text.mm';
+const signature = 'platform/macos/foundation/code_signature.mm';
 const url = 'platform/macos/foundation/url.mm';
 const infoPlist = 'packaging/macos/Info.plist.in';
 const entitlements = 'packaging/macos/orvel-os.entitlements';
@@ -69,6 +71,7 @@ export const faults = [
     [bridge, 'a misspelt method in another layout', '- (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {', '-(void)\n    applicationDidFinishLaunchin:\n    (NSNotification *)__unused notification\n{'],
     [bridge, 'a method of the class', '- (void)webViewWebContentProcessDidTerminate', '+ (void)webViewWebContentProcessDidTerminate'],
     [bridge, 'two methods with swapped names', ')applicationShouldTerminateAfterLastWindowClosed:', ')swapped:', ')applicationSupportsSecureRestorableState:', ')applicationShouldTerminateAfterLastWindowClosed:', ')swapped:', ')applicationSupportsSecureRestorableState:'],
+    [pageWindow, 'a misspelt method of the window', '- (void)becomeKeyWindow {', '- (void)becameKeyWindow {'],
     [redirect, 'a misspelt method of the session task', 'willPerformHTTPRedirection:', 'willPerformHTTPRedirect:'],
     [view, 'no navigation delegate', '  view_.navigationDelegate = bridge;\n', ''],
     [view, 'nil as UI delegate', 'view_.UIDelegate = bridge;', 'view_.UIDelegate = nil;'],
@@ -108,6 +111,8 @@ export const faults = [
     [mainQueue, 'a second release', 'timer.get(), kCFRunLoopCommonModes);', 'timer.get(), kCFRunLoopCommonModes);\n  CFRelease(timer.get());'],
     [mainQueue, 'an owner that gives up its object', 'timer.get(), kCF', 'const_cast<CFPointer<CFRunLoopTimerRef> &>(timer).release(), kCF'],
     [mainQueue, 'an owner for an object that it did not create', '  using Seconds = std::chrono::duration<CFTimeInterval>;', '  const CFPointer<CFRunLoopRef> loop(CFRunLoopGetMain());\n  using Seconds = std::chrono::duration<CFTimeInterval>;'],
+    [signature, 'a bridged pointer to a released URL', '  NSURL *url = fileUrl(path);', '  auto *url = (__bridge CFURLRef)fileUrl(path);', '(__bridge CFURLRef)url', 'url'],
+    [signature, 'a Security object without an owner', 'const auto running = createdBy<CFPointer<SecCodeRef>>(SecCodeCopySelf, kSecCSDefaultFlags);\n  if (!running)', 'SecCodeRef running = nullptr;\n  if (SecCodeCopySelf(kSecCSDefaultFlags, &running) != errSecSuccess)', 'running.get()', 'running'],
     [text, 'a bridge that owns nothing', 'return CFBridgingRelease(', 'return (__bridge NSString *)('],
     [text, 'the release of a constant', 'std::string fromCocoa(NSString *text) {', 'std::string fromCocoa(NSString *text) {\n  NSString *mode = CFBridgingRelease(kCFRunLoopCommonModes);\n  if (text == mode) return {};'],
     [text, 'a retain that nothing balances', 'std::string fromCocoa(NSString *text) {', 'std::string fromCocoa(NSString *text) {\n  if (CFBridgingRetain(text) == nullptr) return {};'],
@@ -139,6 +144,7 @@ export const faults = [
     [infoPlist, 'no oldest version of macOS', '\t<key>LSMinimumSystemVersion</key>\n\t<string>@CMAKE_OSX_DEPLOYMENT_TARGET@</string>\n', ''],
     [infoPlist, 'another identifier', '<string>nl.orvel.os</string>', '<string>nl.orvel.OS</string>'],
     [infoPlist, 'another executable', '<key>CFBundleExecutable</key>\n\t<string>Orvel OS</string>', '<key>CFBundleExecutable</key>\n\t<string>orvel-os</string>'],
+    [infoPlist, 'no reason for the local network', '<key>NSLocalNetworkUsageDescription</key>', '<key>NSLocalNetworkUsage</key>'],
     [infoPlist, 'a malformed list', '@plist_presets@</dict>', '@plist_presets@'],
     ['tests/macos/Info.plist', 'the user defaults of the application in the tests', 'nl.orvel.os.contract', 'nl.orvel.os'],
   ]),

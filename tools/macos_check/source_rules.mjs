@@ -1,8 +1,9 @@
 // What the sources of platform/macos and tests/macos must and must not contain. Each rule is a
 // clang AST matcher, so the spelling and layout of the source do not matter.
 
-// The methods of each Objective-C class, by the protocol or superclass that declares them. The compiler
-// accepts a misspelt or forgotten optional method, and the framework then never calls it.
+// The methods of each Objective-C class, by the protocol, superclass or category that
+// declares them. The compiler accepts a misspelt or forgotten optional method, and the framework
+// then never calls it.
 const methods = {
   'platform/macos/appkit/app_delegate_bridge.mm': {
     NSApplicationDelegate: [
@@ -33,7 +34,8 @@ const methods = {
     own: ['fixTitle'],
   },
   'platform/macos/appkit/page_window.mm': {
-    NSWindow: ['becomeKeyWindow', 'sendEvent:'],
+    NSWindow: ['becomeKeyWindow'],
+    NSEvent: ['sendEvent:'],
     own: ['use:as:', 'isTitleBarAt:', 'releaseOutsideContent', 'doubleClickTitleBar'],
   },
 };
