@@ -7,11 +7,12 @@
 // platform/macos and tests/macos in that build.
 import { availableParallelism } from 'node:os';
 import { relative, resolve } from 'node:path';
+import { fileURLToPath } from 'node:url';
 
 import { compiledSources, query } from './clang_query.mjs';
 import { declarations, rules } from './source_rules.mjs';
 
-const root = resolve(import.meta.dirname, '../..');
+const root = fileURLToPath(new URL('../..', import.meta.url));
 const [buildFolder, ...named] = process.argv.slice(2);
 
 // Returns what is only in one of two lists, with "+" for an unexpected and "-" for a missing

@@ -8,14 +8,14 @@
 import { execFileSync, spawnSync } from 'node:child_process';
 import { cpSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { basename, join, resolve } from 'node:path';
+import { basename, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
 
 import { faults } from './planted_faults.mjs';
 
 const [sysroot, ...classes] = process.argv.slice(2);
-const checkout = resolve(import.meta.dirname, '../..');
+const checkout = fileURLToPath(new URL('../..', import.meta.url));
 const copy = mkdtempSync(join(tmpdir(), 'planted-faults-'));
-const build = join(copy, 'build');
 
 const run = (command, args) => spawnSync(command, args, { cwd: copy, encoding: 'utf8' });
 const configure = () => run('cmake', ['-S', '.', '-B', 'build', '-G', 'Ninja',
