@@ -33,7 +33,7 @@ const lineOf = (dump) => `line ${/(?:line|\.\w+):(\d+):/.exec(dump)?.[1]}`;
 // Returns the complaints about one source.
 async function check(source) {
   const file = relative(root, source);
-  const applied = rules.filter(({ onlyIn = '' }) => file.startsWith(onlyIn));
+  const applied = rules.filter(({ onlyIn }) => !onlyIn || onlyIn.test(file));
   const declared = Object.entries(declarations[file] ?? {}).filter(([name]) => name !== 'own')
     .flatMap(([context, selectors]) => selectors.map((selector) => [context, selector]));
   const matchers = declared.map(([context, selector]) =>

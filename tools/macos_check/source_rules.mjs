@@ -84,7 +84,7 @@ export const rules = [
   },
   {
     name: 'a method of the bridge and the member function of the core that it calls',
-    onlyIn: 'platform/macos/appkit/app_delegate_bridge.mm',
+    onlyIn: /app_delegate_bridge\.mm$/,
     matcher: `objcMethodDecl(${ours}, isDefinition())`,
     value(dump) {
       const called = /MemberExpr .* '<bound member function type>' ->(\w+) /.exec(dump)?.[1];
@@ -215,15 +215,15 @@ export const rules = [
     value: (dump) => /Function \S+ '(\w+)'|selector=(\S+)/.exec(dump)?.slice(1).find(Boolean) ?? 'std::thread',
     expected: {
       'platform/macos/foundation/dispatch_background_queue.mm': ['dispatch_async', 'dispatch_get_global_queue'],
-      'platform/macos/foundation/shared_url_session.mm': ['dispatch_async', 'dispatch_queue_create'],
+      'platform/macos/http/shared_url_session.mm': ['dispatch_async', 'dispatch_queue_create'],
       'platform/macos/foundation/run_loop_main_queue.mm':
         ['CFRunLoopGetMain', 'CFRunLoopGetMain', 'CFRunLoopGetMain'],
       'tests/macos/macos_contract_platform.mm': ['mainRunLoop'],
     },
   },
   {
-    name: 'a declaration of AppKit or WebKit in platform/macos/foundation, which runs on any thread',
-    onlyIn: 'platform/macos/foundation/',
+    name: 'a declaration of AppKit or WebKit in a folder whose code runs on any thread',
+    onlyIn: /^platform\/macos\/(foundation|http)\//,
     matcher: 'objcInterfaceDecl(hasAnyName("NSResponder", "WKWebView"))',
   },
 ];
