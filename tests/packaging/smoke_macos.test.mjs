@@ -17,7 +17,8 @@ beforeEach(() => {
   fixture.addTool('defaults', 'exit 1');
   fixture.addTool('osascript', `exec node "${pathOf('fake_osascript.mjs')}" "$@"`);
   // Starts the executable of the bundle, which is the last argument, with the variables of the
-  // options --env, and appends its own environment to the record of the fixture.
+  // options --env. Writes its own environment, and for fake_osascript.mjs the process ID and the
+  // bundle, to files of the fixture.
   fixture.addTool('open', `
 variables=()
 while [ $# -gt 1 ]; do

@@ -27,7 +27,7 @@
 
 // AppKit sets the titles of some items when it validates them: undo: and redo: get the name of
 // the action (NSUndoManager.undoMenuItemTitle), toggleFullScreen: gets "Enter Full Screen" or
-// "Exit Full Screen".
+// "Exit Full Screen" (github.com/tauri-apps/tauri/issues/7828).
 - (void)setTitle:(NSString *)title {
   if (!_titleIsFixed) super.title = title;
 }

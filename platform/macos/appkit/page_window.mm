@@ -26,17 +26,17 @@
       [super sendEvent:event];
       return;
     case NSEventTypeLeftMouseDragged:
-      [self use:event as:_mouse.drag(position.x, position.y)];
+      [self handleMouseEvent:event use:_mouse.drag(position.x, position.y)];
       return;
     case NSEventTypeLeftMouseUp:
-      [self use:event as:_mouse.release(static_cast<int>(event.clickCount))];
+      [self handleMouseEvent:event use:_mouse.release(static_cast<int>(event.clickCount))];
       return;
     default:
       [super sendEvent:event];
   }
 }
 
-- (void)use:(NSEvent *)event as:(orvel::MouseEventUse)use {
+- (void)handleMouseEvent:(NSEvent *)event use:(orvel::MouseEventUse)use {
   switch (use) {
     case orvel::MouseEventUse::page:
       [super sendEvent:event];
