@@ -21,12 +21,20 @@ class FakeApplication final : public Application {
  public:
   explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void setDelegate(ApplicationDelegate &delegate) override;
-  void setRegularActivationPolicy() override;
+  void setDelegate(ApplicationDelegate &delegate) override {
+    scheduler_.recordOnMainThread("application delegate");
+    delegate_ = &delegate;
+  }
+  void setRegularActivationPolicy() override {
+    scheduler_.recordOnMainThread("application regular");
+  }
   /// Launches the application and calls `onRun`.
   void run() override;
-  void activate() override;
-  void terminate() override;
+  void activate() override { scheduler_.recordOnMainThread("application activate"); }
+  void terminate() override {
+    scheduler_.recordOnMainThread("application terminate");
+    requestTermination();
+  }
   void replyToShouldTerminate() override;
 
   /// Simulates the user's Quit command. Ignored while an earlier request waits for its
@@ -46,17 +54,6 @@ class FakeApplication final : public Application {
 
   FakeScheduler &scheduler_;
   ApplicationDelegate *delegate_ = nullptr;
-};
-
-/// A window that only records its calls.
-class FakeWindow final : public Window {
- public:
-  explicit FakeWindow(FakeScheduler &scheduler) : scheduler_(scheduler) {}
-
-  void makeKeyAndOrderFront() override;
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// A screen, and windows that only record their calls.
@@ -85,7 +82,10 @@ class FakeMenuBar final : public MenuBar {
  public:
   explicit FakeMenuBar(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void install(const std::vector<Menu> &newMenus) override;
+  void install(const std::vector<Menu> &newMenus) override {
+    scheduler_.recordOnMainThread("menu bar");
+    menus = newMenus;
+  }
 
   std::vector<Menu> menus;
 
@@ -103,9 +103,12 @@ class FakePanels final : public Panels {
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
   /// Answers the oldest open alert, or the next alert when none is open.
-  void answer(const AlertAnswer &answer);
+  void answer(const AlertAnswer &answer) {
+    answers_.push_back(answer);
+    deliverAnswers();
+  }
 
-  /// All alerts, oldest first.
+  /// All alerts, including the answered ones, oldest first.
   std::vector<Alert> shown;
 
  private:
@@ -123,8 +126,12 @@ class FakeWorkspace final : public Workspace {
  public:
   explicit FakeWorkspace(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void open(const Url &url) override;
-  void openFile(const std::string &path) override;
+  void open(const Url &url) override {
+    scheduler_.recordOnMainThread("open " + url.absoluteString);
+  }
+  void openFile(const std::string &path) override {
+    scheduler_.recordOnMainThread("open file " + path);
+  }
 
  private:
   FakeScheduler &scheduler_;

@@ -30,13 +30,10 @@ std::optional<HttpResponse> responseOf(const FakeResponse &response) {
 }  // namespace
 
 std::string describe(const UrlRequest &request) {
-  std::string text =
-      request.url.absoluteString + " timeout " + std::to_string(request.timeout.count()) + " ms";
+  std::string text = request.url.absoluteString;
+  text += " timeout " + std::to_string(request.timeout.count()) + " ms";
   if (request.cachePolicy == CachePolicy::reloadIgnoringLocalData) text += " no cache";
-  for (const auto &[name, value] : request.headers) {
-    text += " [" + name + ": ";
-    text += value + "]";
-  }
+  for (const auto &[name, value] : request.headers) text += " [" + name + ": " + value + "]";
   return text;
 }
 
@@ -44,10 +41,10 @@ FakeResponse FakeHttpSession::send(std::string_view verb, const UrlRequest &requ
   scheduler_.record().add(std::string(verb) + " " + describe(request));
   sent.push_back({request, scheduler_.now()});
 
-  const auto found = responses_.find(request.url.absoluteString);
-  if (found == responses_.end() || found->second.empty()) return {};
-  FakeResponse response = found->second.front();
-  if (found->second.size() > 1) found->second.pop_front();
+  auto &responses = responses_[request.url.absoluteString];
+  if (responses.empty()) return {};
+  FakeResponse response = responses.front();
+  if (responses.size() > 1) responses.pop_front();
   return response;
 }
 
@@ -71,7 +68,7 @@ void FakeHttpSession::downloadTask(const UrlRequest &request, DownloadCompletion
                       });
 }
 
-void FakeHttpSession::respond(const std::string &url, std::vector<FakeResponse> responses) {
+void FakeHttpSession::setResponses(const std::string &url, std::vector<FakeResponse> responses) {
   responses_[url] = {responses.begin(), responses.end()};
 }
 

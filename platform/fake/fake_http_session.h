@@ -34,7 +34,7 @@ class FakeHttpSession final : public HttpSession {
 
   /// Sets the responses to the next requests for a URL, in order. The last response
   /// repeats. A URL without responses refuses connections.
-  void respond(const std::string &url, std::vector<FakeResponse> responses);
+  void setResponses(const std::string &url, std::vector<FakeResponse> responses);
 
   /// A request and the virtual time at which it was sent.
   struct Sent {

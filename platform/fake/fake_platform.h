@@ -18,7 +18,23 @@ class FakePlatform {
   FakePlatform(const FakePlatform &) = delete;
   FakePlatform &operator=(const FakePlatform &) = delete;
 
-  Platform interfaces();
+  Platform interfaces() {
+    return {.application = application,
+            .windows = windows,
+            .menuBar = menuBar,
+            .panels = panels,
+            .workspace = workspace,
+            .mainQueue = mainQueue,
+            .backgroundQueue = backgroundQueue,
+            .clock = clock,
+            .processes = processes,
+            .http = http,
+            .bundle = bundle,
+            .defaults = defaults,
+            .locations = locations,
+            .names = names,
+            .unpacker = unpacker};
+  }
 
   Record record;
   FakeScheduler scheduler{record};

@@ -13,7 +13,7 @@ bool isShellCommand(const LaunchRequest &request) {
          request.arguments[0] == "-c";
 }
 
-std::string description(const LaunchRequest &request) {
+std::string describe(const LaunchRequest &request) {
   if (isShellCommand(request)) return "sh " + request.arguments[1];
   std::string text = "launch " + request.executable;
   for (const std::string &argument : request.arguments) text += " " + argument;
@@ -30,8 +30,6 @@ FakeChildProcess::FakeChildProcess(FakeScheduler &scheduler, std::string process
       script_(std::move(script)) {}
 
 void FakeChildProcess::start() {
-  const auto &output = request.standardOutput;
-  if (output.handle && !script_.output.empty()) output.handle->write(script_.output);
   if (script_.exitsAfter) exitAfter(*script_.exitsAfter, script_.status);
 }
 
@@ -66,52 +64,43 @@ void FakeChildProcess::exit(int status) {
 
 LaunchResult FakeProcessLauncher::launch(const LaunchRequest &request) {
   const bool isShell = isShellCommand(request);
-  scheduler_.record().add(description(request));
-  FakeProcessScript script = next(isShell ? request.arguments[1] : request.executable, isShell);
+  const std::string &program = isShell ? request.arguments[1] : request.executable;
+  scheduler_.record().add(describe(request));
+  const FakeProcessScript script = next(program, isShell);
   if (script.launchError) return {nullptr, *script.launchError};
   if (onLaunch) onLaunch(request);
 
   LaunchRequest kept = request;
-  if (isShell) {
-    // The fake must not keep the pipe open: the reader waits for its end.
-    if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
-    kept.standardOutput = {};
-    script.output.clear();
-  }
-  const std::string name =
-      isShell ? request.arguments[1] : "process " + std::to_string(launched.size() + 1);
+  if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
+  // The reader of a shell command's output waits until the pipe is closed.
+  if (isShell) kept.standardOutput = {};
+  const std::string name = isShell ? program : "process " + std::to_string(launched.size() + 1);
   auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, kept);
   if (!isShell) launched.push_back(process);
   process->start();
   return {process, ""};
 }
 
-void FakeProcessLauncher::script(const std::string &program,
-                                 std::vector<FakeProcessScript> scripts) {
+void FakeProcessLauncher::setScripts(const std::string &program,
+                                     std::vector<FakeProcessScript> scripts) {
   scripts_[program] = {scripts.begin(), scripts.end()};
 }
 
-void FakeProcessLauncher::scriptShell(const std::string &commandLine,
-                                      const std::vector<std::string> &outputs) {
-  auto &scripts = scripts_[commandLine];
-  scripts.clear();
+void FakeProcessLauncher::setShellOutputs(const std::string &commandLine,
+                                          const std::vector<std::string> &outputs) {
+  std::vector<FakeProcessScript> scripts;
   for (const std::string &output : outputs) {
-    FakeProcessScript script;
-    script.output = output;
-    script.exitsAfter = std::chrono::milliseconds(0);
-    scripts.push_back(script);
+    scripts.push_back({.output = output, .exitsAfter = std::chrono::milliseconds(0)});
   }
+  setScripts(commandLine, scripts);
 }
 
 FakeProcessScript FakeProcessLauncher::next(const std::string &program, bool isShell) {
-  const auto found = scripts_.find(program);
-  if (found == scripts_.end() || found->second.empty()) {
-    FakeProcessScript script;
-    if (isShell) script.exitsAfter = std::chrono::milliseconds(0);
-    return script;
-  }
-  FakeProcessScript script = found->second.front();
-  if (found->second.size() > 1) found->second.pop_front();
+  auto &scripts = scripts_[program];
+  if (scripts.empty() && isShell) return {.exitsAfter = std::chrono::milliseconds(0)};
+  if (scripts.empty()) return {};
+  FakeProcessScript script = scripts.front();
+  if (scripts.size() > 1) scripts.pop_front();
   return script;
 }
 

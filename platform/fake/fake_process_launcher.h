@@ -15,7 +15,7 @@
 
 namespace orvel {
 
-/// The behavior of a scripted child process.
+/// The behavior of a fake child process.
 struct FakeProcessScript {
   /// When present, the launch fails with this description.
   std::optional<std::string> launchError{};
@@ -29,7 +29,7 @@ struct FakeProcessScript {
   std::optional<std::chrono::milliseconds> exitsAfterSigterm = std::chrono::milliseconds(0);
 };
 
-/// A scripted child process.
+/// A child process that follows a script.
 class FakeChildProcess final : public ChildProcess,
                                public std::enable_shared_from_this<FakeChildProcess> {
  public:
@@ -44,7 +44,7 @@ class FakeChildProcess final : public ChildProcess,
 
   /// Ends the process with a status and schedules the termination handler.
   void exit(int status);
-  /// Starts the script.
+  /// Schedules the exit, if the script has one.
   void start();
 
   /// Called inside terminate().
@@ -72,9 +72,10 @@ class FakeProcessLauncher final : public ProcessLauncher {
   /// Sets the scripts of the next launches of a program, in order. The last script
   /// repeats. Without a script, a shell command prints nothing and exits at once, and a
   /// program runs until SIGTERM.
-  void script(const std::string &program, std::vector<FakeProcessScript> scripts);
-  /// Sets the outputs of the next runs of a shell command, in order.
-  void scriptShell(const std::string &commandLine, const std::vector<std::string> &outputs);
+  void setScripts(const std::string &program, std::vector<FakeProcessScript> scripts);
+  /// Sets the outputs of the next runs of a shell command, in order. The last output
+  /// repeats.
+  void setShellOutputs(const std::string &commandLine, const std::vector<std::string> &outputs);
 
   /// Called before each program starts. Lets a test change the disk as the program would.
   std::function<void(const LaunchRequest &)> onLaunch;

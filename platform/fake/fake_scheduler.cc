@@ -6,10 +6,9 @@
 
 namespace orvel {
 
-void FakeScheduler::requireMainThread(std::string_view operation) const {
-  if (!onMainThread()) {
-    throw std::logic_error(std::string(operation) + " outside the main thread");
-  }
+void FakeScheduler::recordOnMainThread(const std::string &call) {
+  if (!onMainThread()) throw std::logic_error("outside the main thread: " + call);
+  record_.add(call);
 }
 
 void FakeScheduler::schedule(Thread thread, Duration delay, std::function<void()> work) {
@@ -36,8 +35,6 @@ void FakeScheduler::advance(Duration duration) {
   }
   now_ = std::max(now_, target);
 }
-
-void FakeScheduler::runUntilIdle() { advance(Duration(0)); }
 
 bool FakeScheduler::runUntil(const std::function<bool()> &condition, Duration limit) {
   const Duration target = now_ + limit;
@@ -83,13 +80,6 @@ void FakeMainQueue::repeat(std::chrono::milliseconds interval, const std::functi
     work();
   });
 }
-
-void FakeBackgroundQueue::post(std::function<void()> work) {
-  scheduler_.schedule(FakeScheduler::Thread::background, FakeScheduler::Duration(0),
-                      std::move(work));
-}
-
-std::chrono::system_clock::time_point FakeClock::now() const { return start + scheduler_.now(); }
 
 void FakeClock::sleep(std::chrono::milliseconds duration) {
   scheduler_.record().add("sleep " + std::to_string(duration.count()) + " ms");

@@ -5,7 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <utility>
 
 #include "platform/background_queue.h"
@@ -29,15 +29,16 @@ class FakeScheduler {
   Duration now() const { return now_; }
   /// Returns whether the running task simulates the main thread.
   bool onMainThread() const { return thread_ == Thread::main; }
-  /// Throws std::logic_error when the running task simulates another thread.
-  void requireMainThread(std::string_view operation) const;
+  /// Adds a call to the record. Throws std::logic_error when the running task simulates a
+  /// background thread.
+  void recordOnMainThread(const std::string &call);
 
   void schedule(Thread thread, Duration delay, std::function<void()> work);
 
   /// Advances the time and runs the tasks that become due.
   void advance(Duration duration);
   /// Runs the tasks that are due now, including those that they post.
-  void runUntilIdle();
+  void runUntilIdle() { advance(Duration(0)); }
   /// Runs tasks and advances the time until the condition is true. Returns false when no
   /// task is due within the time limit.
   bool runUntil(const std::function<bool()> &condition, Duration limit);
@@ -87,7 +88,10 @@ class FakeBackgroundQueue final : public BackgroundQueue {
  public:
   explicit FakeBackgroundQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void post(std::function<void()> work) override;
+  void post(std::function<void()> work) override {
+    scheduler_.schedule(FakeScheduler::Thread::background, FakeScheduler::Duration(0),
+                        std::move(work));
+  }
 
  private:
   FakeScheduler &scheduler_;
@@ -98,7 +102,7 @@ class FakeClock final : public Clock {
  public:
   explicit FakeClock(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  std::chrono::system_clock::time_point now() const override;
+  std::chrono::system_clock::time_point now() const override { return start + scheduler_.now(); }
   void sleep(std::chrono::milliseconds duration) override;
 
   std::chrono::system_clock::time_point start{std::chrono::sys_days{std::chrono::year_month_day{

@@ -8,30 +8,16 @@
 
 namespace orvel {
 
-namespace {
-
 namespace fs = std::filesystem;
 
-std::optional<std::string> find(const std::map<std::string, std::string, std::less<>> &texts,
-                                std::string_view key) {
+std::optional<std::string> find(const StoredTexts &texts, std::string_view key) {
   const auto found = texts.find(key);
   if (found == texts.end()) return std::nullopt;
   return found->second;
 }
 
-}  // namespace
-
-std::optional<std::string> FakeBundle::infoText(std::string_view key) const {
-  return find(texts, key);
-}
-
 bool FakeBundle::isSignedByTeam(const std::string &bundlePath, const std::string &signer) const {
-  const auto found = signers.find(bundlePath);
-  return found != signers.end() && found->second == signer;
-}
-
-std::optional<std::string> FakeUserDefaults::text(std::string_view key) const {
-  return find(texts, key);
+  return find(signers, bundlePath) == signer;
 }
 
 bool FakeLocations::replaceItem(const std::string &original, const std::string &replacement) const {
@@ -41,16 +27,10 @@ bool FakeLocations::replaceItem(const std::string &original, const std::string &
       fs::equivalent(original, replacement, error)) {
     return false;
   }
-  const std::string aside = original + ".old";
-  fs::rename(original, aside, error);
-  if (error) return false;
-  fs::rename(replacement, original, error);
-  if (error) {
-    // rename(2) fails with EXDEV between two file systems.
-    fs::copy(replacement, original, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    fs::remove_all(replacement);
-  }
-  fs::remove_all(aside);
+  fs::remove_all(original);
+  // Unlike rename(2), a copy works between two file systems.
+  fs::copy(replacement, original, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  fs::remove_all(replacement);
   return true;
 }
 

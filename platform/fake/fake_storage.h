@@ -11,21 +11,27 @@
 
 namespace orvel {
 
+using StoredTexts = std::map<std::string, std::string, std::less<>>;
+
+/// Returns the text with this key, or nullopt when there is none.
+std::optional<std::string> find(const StoredTexts &texts, std::string_view key);
+
 /// A bundle whose string entries and code signatures are in memory.
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
-  std::optional<std::string> infoText(std::string_view key) const override;
+  std::optional<std::string> infoText(std::string_view key) const override {
+    return find(texts, key);
+  }
   std::optional<std::string> teamIdentifier() const override { return team; }
   bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override;
 
-  std::map<std::string, std::string, std::less<>> texts{{"CFBundleShortVersionString", "1.0"},
-                                                        {"ORVELOSKey", "app-key"}};
+  StoredTexts texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
   std::string folder = "/Applications/Orvel OS.app";
   /// The Team ID of the running program.
   std::optional<std::string> team;
   /// The Team ID in the valid signature of each bundle, by its path.
-  std::map<std::string, std::string> signers;
+  StoredTexts signers;
 };
 
 /// User defaults in memory.
@@ -33,10 +39,10 @@ class FakeUserDefaults final : public UserDefaults {
  public:
   explicit FakeUserDefaults(Record &record) : record_(record) {}
 
-  std::optional<std::string> text(std::string_view key) const override;
+  std::optional<std::string> text(std::string_view key) const override { return find(texts, key); }
   void setText(std::string_view key, std::string_view value) override;
 
-  std::map<std::string, std::string, std::less<>> texts;
+  StoredTexts texts;
 
  private:
   Record &record_;
@@ -60,13 +66,13 @@ class FakeLocations final : public Locations {
   }
 
   std::string homeFolder = "/Users/someone";
+  std::string downloadsFolder = "/Users/someone/Downloads";
   std::string temporaryFolder = "/Users/someone/temporary";
+  std::set<std::string> executables{"/usr/local/bin/node"};
   bool replaceSucceeds = true;
   /// False simulates a bundle folder that is not writable. A test that runs as root cannot
   /// create one, because access(2) grants root every permission.
   bool isWritable = true;
-  std::string downloadsFolder = "/Users/someone/Downloads";
-  std::set<std::string> executables{"/usr/local/bin/node"};
 
  private:
   Record &record_;

@@ -21,8 +21,7 @@ bool sameCookie(const Cookie &one, const Cookie &other) {
 }  // namespace
 
 void FakeCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
-  scheduler_.requireMainThread("setting a cookie");
-  scheduler_.record().add("cookie " + describe(cookie));
+  scheduler_.recordOnMainThread("cookie " + describe(cookie));
   scheduler_.schedule(
       FakeScheduler::Thread::main, delay, [this, cookie, completion = std::move(completion)] {
         std::erase_if(cookies, [&](const Cookie &other) { return sameCookie(cookie, other); });
@@ -33,8 +32,7 @@ void FakeCookieStore::set(const Cookie &cookie, std::function<void()> completion
 }
 
 void FakeCookieStore::all(std::function<void(std::vector<Cookie>)> completion) {
-  scheduler_.requireMainThread("reading the cookies");
-  scheduler_.record().add("all cookies");
+  scheduler_.recordOnMainThread("all cookies");
   scheduler_.schedule(FakeScheduler::Thread::main, delay,
                       [this, completion = std::move(completion)] { completion(cookies); });
 }
@@ -47,22 +45,15 @@ FakeWebView::FakeWebView(FakeScheduler &scheduler, WebViewConfiguration webConfi
       cookies_(cookies) {}
 
 void FakeWebView::load(const UrlRequest &request) {
-  scheduler_.requireMainThread("loading a page");
-  scheduler_.record().add("load " + orvel::describe(request));
+  scheduler_.recordOnMainThread("load " + orvel::describe(request));
   shownUrl = request.url.absoluteString;
   shownHtml.clear();
 }
 
 void FakeWebView::loadHtml(std::string_view html) {
-  scheduler_.requireMainThread("loading a page");
-  scheduler_.record().add("load html " + std::string(html));
+  scheduler_.recordOnMainThread("load html " + std::string(html));
   shownHtml = html;
   shownUrl.clear();
-}
-
-void FakeWebView::reload() {
-  scheduler_.requireMainThread("reloading a page");
-  scheduler_.record().add("reload");
 }
 
 }  // namespace orvel

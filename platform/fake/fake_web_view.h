@@ -25,7 +25,7 @@ class FakeCookieStore final : public CookieStore {
   FakeScheduler &scheduler_;
 };
 
-/// A web view that keeps what it was asked to load.
+/// A web view that only keeps the current page.
 class FakeWebView final : public WebView {
  public:
   FakeWebView(FakeScheduler &scheduler, WebViewConfiguration configuration,
@@ -33,13 +33,13 @@ class FakeWebView final : public WebView {
 
   void load(const UrlRequest &request) override;
   void loadHtml(std::string_view html) override;
-  void reload() override;
+  void reload() override { scheduler_.recordOnMainThread("reload"); }
   CookieStore &cookieStore() override { return cookies_; }
 
   const WebViewConfiguration configuration;
-  /// For a test that simulates the web engine.
+  /// A test calls it to simulate the web engine.
   WebViewDelegate &delegate;
-  /// The current page: HTML or a URL. The other one is empty.
+  /// The current page, as HTML or as a URL. The other one is empty.
   std::string shownHtml;
   std::string shownUrl;
 

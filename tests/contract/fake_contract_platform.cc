@@ -13,14 +13,14 @@ class FakeContractPlatform final : public ContractPlatform {
  public:
   FakeContractPlatform() {
     using std::chrono::milliseconds;
-    fake_.processes.script(child_programs::exitsWithThree,
-                           {{.exitsAfter = milliseconds(1), .status = 3}});
-    fake_.processes.script(child_programs::killsItself,
-                           {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
+    fake_.processes.setScripts(child_programs::exitsWithThree,
+                               {{.exitsAfter = milliseconds(1), .status = 3}});
+    fake_.processes.setScripts(child_programs::killsItself,
+                               {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
     // The fake ends an unscripted command at once.
-    fake_.processes.script(child_programs::runsUntilTerminated, {{.exitsAfter = std::nullopt}});
-    fake_.processes.script(child_programs::missingProgram,
-                           {{.launchError = child_programs::missingProgramError()}});
+    fake_.processes.setScripts(child_programs::runsUntilTerminated, {{.exitsAfter = std::nullopt}});
+    fake_.processes.setScripts(child_programs::missingProgram,
+                               {{.launchError = child_programs::missingProgramError()}});
     fake_.application.onRun = [this] {
       fake_.scheduler.runUntil([this] { return fake_.application.terminated; },
                                std::chrono::seconds(20));
@@ -40,7 +40,7 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   std::vector<std::string> opened() override {
     std::vector<std::string> all;
-    for (std::string entry : fake_.record.entriesStartingWith({"open "})) {
+    for (std::string entry : fake_.record.callsStartingWith("open ")) {
       entry.erase(0, entry.starts_with("open file ") ? 10 : 5);
       const bool isMissingFile = entry.starts_with('/') && !std::filesystem::exists(entry);
       if (!isMissingFile) all.push_back(entry);
@@ -49,7 +49,7 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   void answerNext(const std::string &url, int status,
                   const std::optional<std::string> &body) override {
-    fake_.http.respond(url, {{.statusCode = status, .body = body}});
+    fake_.http.setResponses(url, {{.statusCode = status, .body = body}});
   }
   void requestTermination() override { fake_.application.requestTermination(); }
 

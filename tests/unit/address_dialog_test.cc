@@ -12,8 +12,7 @@ class AddressDialog : public CoreTest {
   /// Opens the dialog and presses a button.
   void choose(const std::string &text, std::optional<int> button = 0) {
     delegate().kiesAdres();
-    fake.panels.answer({button, text});
-    fake.scheduler.runUntilIdle();
+    answerAlert(button, text);
   }
   std::optional<std::string> stored() const { return fake.defaults.text("osURL"); }
 };
@@ -39,7 +38,7 @@ TEST_F(AddressDialog, ShowsCurrentAddress) {
 }
 
 TEST_F(AddressDialog, ShowsStoredAddressWithTrailingSlash) {
-  goOnline("https://example.test/os");
+  storeAddress("https://example.test/os");
   delegate().kiesAdres();
   EXPECT_EQ(fake.panels.shown[0].textField->text, "https://example.test/os/");
 }
@@ -56,13 +55,12 @@ TEST_F(AddressDialog, OpenDialogRetainsDelegate) {
   const auto kept = delegate().weak_from_this();
   releaseDelegate();
   EXPECT_FALSE(kept.expired());
-  fake.panels.answer({1, ""});
-  fake.scheduler.runUntilIdle();
+  answerAlert(1);
   EXPECT_TRUE(kept.expired());
 }
 
 TEST_F(AddressDialog, SaveStoresAddressAndOpensOs) {
-  fake.http.respond("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
+  fake.http.setResponses("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
   choose("https://example.test/os");
   EXPECT_EQ(stored(), "https://example.test/os");
   EXPECT_EQ(delegate().baseURL(), "https://example.test/os/");
@@ -89,8 +87,7 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndStoresNothing) {
     Alert expected;
     expected.messageText = "Dat is geen geldig adres.";
     EXPECT_EQ(fake.panels.shown[1], expected) << text;
-    fake.panels.answer({0, ""});
-    fake.scheduler.runUntilIdle();
+    answerAlert(0);
     EXPECT_EQ(fake.panels.shown.size(), 2U) << "a second dialog after " << text;
   }
   EXPECT_EQ(stored(), std::nullopt);
@@ -99,7 +96,7 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndStoresNothing) {
 }
 
 TEST_F(AddressDialog, InvalidAddressKeepsStoredAddress) {
-  goOnline("https://example.test");
+  storeAddress("https://example.test");
   choose("no address");
   EXPECT_EQ(stored(), "https://example.test");
 }
@@ -112,8 +109,8 @@ TEST_F(AddressDialog, AddressWithHttpSchemeIsValid) {
 }
 
 TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
-  fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = 2000ms}});
-  fake.http.respond("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
+  setNodeScript({.exitsAfterSigterm = 2000ms});
+  fake.http.setResponses("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
   delegate().startServer();
   const auto running = fake.processes.launched.back();
   fake.record.take();
@@ -143,8 +140,7 @@ TEST_F(AddressDialog, QuittingFlagIsSetWhileLocalServerIsStopped) {
 
 TEST_F(AddressDialog, OnlineAddressDoesNotSignalExitedServer) {
   delegate().startServer();
-  lastServer().exit(1);
-  fake.scheduler.runUntilIdle();
+  exitServer(1);
   const auto exited = delegate().server;
   choose("https://example.test");
   EXPECT_EQ(delegate().server, exited);
@@ -168,7 +164,7 @@ TEST_F(AddressDialog, LocalAddressAfterOnlineAddressRestartsServer) {
 }
 
 TEST_F(AddressDialog, AddressChangesWhileQuittingStartNoServer) {
-  fake.processes.script("/usr/local/bin/node", {{.exitsAfterSigterm = std::nullopt}});
+  setNodeScript({.exitsAfterSigterm = std::nullopt});
   delegate().startServer();
   fake.record.take();
   fake.application.requestTermination();

@@ -21,10 +21,11 @@ namespace orvel {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
-inline const std::string listing = "lsof -ti tcp:4767 -sTCP:LISTEN";
+inline const std::string listenersCommand = "lsof -ti tcp:4767 -sTCP:LISTEN";
 inline const std::string localProbe = "http://127.0.0.1:4767/api/wie";
-inline const std::string shellNodeLookup =
+inline const std::string nodeLookupCommand =
     "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; command -v node";
 
 /// The core on the fake platform, with a data root that contains a server script, and with
@@ -68,13 +69,33 @@ class CoreTest : public testing::Test {
     delegate().web = fake.windows.create({}, {}, delegate()).web;
     fake.record.take();
   }
+  /// Creates a new delegate with a web view from the current state of the fake.
+  void recreateDelegate() {
+    releaseDelegate();
+    createWebView();
+  }
   void launch() { delegate().applicationDidFinishLaunching(); }
 
   FakeWebView &web() { return *fake.windows.web; }
   FakeChildProcess &lastServer() { return *fake.processes.launched.back(); }
+  /// Ends the last server with a status and runs all due tasks.
+  void exitServer(int status) {
+    lastServer().exit(status);
+    fake.scheduler.runUntilIdle();
+  }
+  /// Sets the behavior of every node process that is launched from now on.
+  void setNodeScript(const FakeProcessScript &script) {
+    fake.processes.setScripts("/usr/local/bin/node", {script});
+  }
   /// Stores a server address in the user defaults.
-  void goOnline(const std::string &address = "https://os.test/") {
+  void storeAddress(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;
+  }
+  /// Answers the oldest open alert by a button, or closes it for nullopt, and runs all due
+  /// tasks.
+  void answerAlert(std::optional<int> button, const std::string &text = "") {
+    fake.panels.answer({button, text});
+    fake.scheduler.runUntilIdle();
   }
   /// Returns the message of the error page, or the empty text when another page is shown.
   std::string shownError() {

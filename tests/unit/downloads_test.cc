@@ -37,7 +37,7 @@ class Downloads : public CoreTest {
   void download(const std::string &url = address) { delegate().bewaarEnOpen(*Url::parse(url)); }
   /// Downloads a response of the server and runs all tasks.
   void download(const FakeResponse &response) {
-    fake.http.respond(address, {response});
+    fake.http.setResponses(address, {response});
     download();
     fake.scheduler.runUntilIdle();
   }
@@ -111,7 +111,7 @@ TEST_F(Downloads, CookieHeaderOmitsCookiesWithControlCharacters) {
 TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   fake.windows.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "other.test"),
                                   cookie("session", "127.0.0.1")};
-  fake.http.respond(address, {file("report.pdf")});
+  fake.http.setResponses(address, {file("report.pdf")});
   download();
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
   fake.scheduler.runUntilIdle();
@@ -194,8 +194,8 @@ TEST_F(Downloads, FoldersAndDanglingSymlinksCountAsExisting) {
 }
 
 TEST_F(Downloads, ConcurrentDownloadsOfOneNameKeepAllFiles) {
-  fake.http.respond(address,
-                    {file("data.csv", "one"), file("data.csv", "two"), file("data.csv", "three")});
+  fake.http.setResponses(
+      address, {file("data.csv", "one"), file("data.csv", "two"), file("data.csv", "three")});
   for (int time = 0; time < 3; ++time) download();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(text("data.csv"), "one");
@@ -204,7 +204,7 @@ TEST_F(Downloads, ConcurrentDownloadsOfOneNameKeepAllFiles) {
 }
 
 TEST_F(Downloads, NameIsChosenWhenDownloadCompletes) {
-  fake.http.respond(
+  fake.http.setResponses(
       address,
       {{.statusCode = 200, .body = "slow", .delay = 5000ms, .suggestedFilename = "data.csv"},
        file("data.csv", "fast")});
@@ -242,7 +242,7 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   fake.windows.cookies.delay = 1s;
   FakeResponse response = file("data.csv");
   response.delay = 1s;
-  fake.http.respond(address, {response});
+  fake.http.setResponses(address, {response});
   download();
   const auto kept = delegate().weak_from_this();
   releaseDelegate();

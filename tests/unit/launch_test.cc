@@ -10,17 +10,16 @@ namespace {
 
 class Launch : public CoreTest {
  protected:
-  void start() {
-    if (!delegate().web) createWebView();
-    delegate().startServer();
-  }
+  Launch() { createWebView(); }
+
+  void start() { delegate().startServer(); }
 };
 
 TEST_F(Launch, StopsStaleServerThenFindsNodeThenLaunches) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"/other/node\n"});
+  fake.processes.setShellOutputs(nodeLookupCommand, {"/other/node\n"});
   start();
-  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + listing, "sh " + shellNodeLookup,
+  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + listenersCommand, "sh " + nodeLookupCommand,
                                               "launch /other/node " + root() + "/v3/server.mjs"));
 }
 
@@ -38,7 +37,7 @@ TEST_F(Launch, ServerGetsScriptRootPortAndPath) {
 
 TEST_F(Launch, OnlyServerEndsWithParent) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"/opt/node\n"});
+  fake.processes.setShellOutputs(nodeLookupCommand, {"/opt/node\n"});
   std::vector<std::pair<std::string, bool>> launches;
   fake.processes.onLaunch = [&](const LaunchRequest &request) {
     launches.emplace_back(request.executable, request.endsWithParent);
@@ -80,47 +79,40 @@ TEST_F(Launch, UnwritableLogInheritsOutputs) {
 }
 
 TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
-  start();
-  const auto first = delegate().server;
-  lastServer().exit(0);
-  fake.scheduler.runUntilIdle();
-  fake.processes.script("/usr/local/bin/node",
-                        {{.launchError = "/usr/local/bin/node: No such file or directory"}});
+  setNodeScript({.launchError = "/usr/local/bin/node: No such file or directory"});
   start();
   EXPECT_EQ(shownError(), "Kon node niet starten: /usr/local/bin/node: No such file or directory");
+  EXPECT_EQ(delegate().server, nullptr);
+
+  setNodeScript({});
+  start();
+  const auto first = delegate().server;
+  exitServer(1);
+  setNodeScript({.launchError = "broken"});
+  start();
+  EXPECT_EQ(shownError(), "Kon node niet starten: broken");
   EXPECT_EQ(delegate().server, first);
 }
 
-TEST_F(Launch, FirstFailedLaunchLeavesNoServer) {
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
-  start();
-  EXPECT_EQ(delegate().server, nullptr);
-}
-
-TEST_F(Launch, ExitIsReportedWithExitCode) {
-  start();
-  lastServer().exit(1);
-  EXPECT_EQ(shownError(), "");
-  fake.scheduler.runUntilIdle();
-  EXPECT_EQ(shownError(),
-            "De OS-server is gestopt (code 1). Zie ~/orvel-os/v3/.local/server.log. "
-            "Herstarten met ⌘R.");
-  ASSERT_NE(delegate().server, nullptr);
-  EXPECT_FALSE(delegate().server->isRunning());
-}
-
-TEST_F(Launch, ExitBySignalIsReportedWithSignalNumber) {
-  start();
-  lastServer().exit(SIGKILL);
-  fake.scheduler.runUntilIdle();
-  EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 9).");
+TEST_F(Launch, ExitIsReportedWithExitCodeOrSignalNumber) {
+  for (const int status : {1, 3, SIGKILL}) {
+    start();
+    lastServer().exit(status);
+    EXPECT_EQ(shownError(), "");
+    fake.scheduler.runUntilIdle();
+    EXPECT_EQ(shownError(), "De OS-server is gestopt (code " + std::to_string(status) +
+                                "). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R.");
+    ASSERT_NE(delegate().server, nullptr);
+    EXPECT_FALSE(delegate().server->isRunning());
+    web().loadHtml("");
+  }
 }
 
 TEST_F(Launch, ImmediateExitIsReported) {
-  fake.processes.script("/usr/local/bin/node", {{.exitsAfter = 0ms, .status = 3}});
+  setNodeScript({.exitsAfter = 0ms, .status = 3});
   start();
   fake.scheduler.runUntilIdle();
-  EXPECT_EQ(shownError().substr(0, 33), "De OS-server is gestopt (code 3).");
+  EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 3)."));
 }
 
 TEST_F(Launch, FifoInPlaceOfLogDoesNotBlock) {
@@ -134,7 +126,7 @@ TEST_F(Launch, LogIsTruncatedAfterStaleServerIsStopped) {
   writeFile(logPath(), "old");
   std::string seen;
   fake.processes.onLaunch = [&](const LaunchRequest &request) {
-    if (request.arguments.back() == listing) seen = readFile(logPath());
+    if (request.arguments.back() == listenersCommand) seen = readFile(logPath());
   };
   start();
   EXPECT_EQ(seen, "old");
@@ -144,8 +136,7 @@ TEST_F(Launch, LogIsTruncatedAfterStaleServerIsStopped) {
 TEST_F(Launch, ExitWhileQuittingIsNotReported) {
   start();
   delegate().quitting = true;
-  lastServer().exit(0);
-  fake.scheduler.runUntilIdle();
+  exitServer(0);
   EXPECT_EQ(shownError(), "");
 }
 

@@ -8,7 +8,7 @@ class MainWindow : public CoreTest {};
 const std::string blank = "load html <body style='background:#07090c;margin:0'></body>";
 
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
-  goOnline();
+  storeAddress();
   launch();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
@@ -18,7 +18,7 @@ TEST_F(MainWindow, LaunchStepsRunInOrder) {
 }
 
 TEST_F(MainWindow, LaunchDoesNotBlockOnServer) {
-  fake.http.respond(localProbe, {{.statusCode = 200, .delay = 2900ms}});
+  fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 2900ms}});
   launch();
   EXPECT_EQ(fake.scheduler.now(), 0ms);
   EXPECT_EQ(web().shownHtml, blankPage);
@@ -45,9 +45,7 @@ TEST_F(MainWindow, WindowFillsVisibleFrameOfMainScreen) {
   fake.windows.visibleFrame = Rect{10, 20, 1500, 900};
   launch();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{10, 20, 1500, 900}));
-}
-
-TEST_F(MainWindow, WindowWithoutScreenHasDefaultFrame) {
+  // Without a screen.
   fake.windows.visibleFrame.reset();
   launch();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{0, 0, 1440, 900}));
@@ -80,7 +78,7 @@ TEST_F(MainWindow, ErrorPageBeforeWebViewAborts) {
 }
 
 TEST_F(MainWindow, ReloadOfOnlineAddressSendsNoKeyHeader) {
-  goOnline("https://os.test/app");
+  storeAddress("https://os.test/app");
   createWebView();
   delegate().reloadPage();
   EXPECT_THAT(fake.record.take(), ElementsAre("load https://os.test/app/ timeout 60000 ms"));
@@ -94,40 +92,25 @@ TEST_F(MainWindow, ReloadOfRunningLocalServerLoadsAddress) {
   EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
 }
 
-TEST_F(MainWindow, ReloadStartsMissingLocalServer) {
+TEST_F(MainWindow, ReloadStartsMissingOrExitedLocalServer) {
   createWebView();
-  delegate().reloadPage();
-  EXPECT_EQ(fake.processes.launched.size(), 1U);
-  EXPECT_EQ(fake.record.count("load http"), 0U);
-  EXPECT_EQ(fake.record.count("GET " + localProbe), 1U);
-}
-
-TEST_F(MainWindow, ReloadRestartsExitedLocalServer) {
-  createWebView();
-  delegate().startServer();
-  lastServer().exit(1);
-  fake.scheduler.runUntilIdle();
-  delegate().reloadPage();
-  EXPECT_EQ(fake.processes.launched.size(), 2U);
-  EXPECT_TRUE(delegate().server->isRunning());
-}
-
-TEST_F(MainWindow, ReloadWithoutServerScriptShowsError) {
-  std::filesystem::remove(root() + "/v3/server.mjs");
-  createWebView();
-  delegate().reloadPage();
-  EXPECT_EQ(shownError(),
-            "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
+  for (const std::size_t launches : {1U, 2U}) {
+    delegate().reloadPage();
+    EXPECT_EQ(fake.processes.launched.size(), launches);
+    EXPECT_EQ(fake.record.count("GET " + localProbe), launches);
+    EXPECT_EQ(fake.record.count("load http"), 0U);
+    exitServer(1);
+  }
 }
 
 TEST_F(MainWindow, ReloadOfInvalidAddressAborts) {
-  goOnline("https://os test");
+  storeAddress("https://os test");
   createWebView();
   EXPECT_DEATH(delegate().reloadPage(), "OS: invalid server URL: https://os test/");
 }
 
 TEST_F(MainWindow, ReloadBeforeWebViewAborts) {
-  goOnline();
+  storeAddress();
   EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists");
 }
 
@@ -139,7 +122,7 @@ TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
 }
 
 TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
-  fake.processes.script("/usr/local/bin/node", {{.launchError = "broken"}});
+  setNodeScript({.launchError = "broken"});
   launch();
   EXPECT_EQ(fake.record.count("after 4000 ms"), 1U);
   EXPECT_EQ(fake.record.count("every 21600000 ms"), 1U);

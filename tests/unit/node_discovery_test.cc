@@ -15,14 +15,14 @@ TEST_F(NodeDiscovery, FirstInstalledLocationNeedsNoShell) {
 
 TEST_F(NodeDiscovery, ShellLookupReadsUserConfiguration) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"/home/someone/.nvm/bin/node\n"});
+  fake.processes.setShellOutputs(nodeLookupCommand, {"/home/someone/.nvm/bin/node\n"});
   EXPECT_EQ(delegate().nodePath(), "/home/someone/.nvm/bin/node");
-  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + shellNodeLookup));
+  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + nodeLookupCommand));
 }
 
 TEST_F(NodeDiscovery, ShellOutputIsNotVerified) {
   fake.locations.executables = {};
-  fake.processes.scriptShell(shellNodeLookup, {"node: aliased to nodejs\n"});
+  fake.processes.setShellOutputs(nodeLookupCommand, {"node: aliased to nodejs\n"});
   EXPECT_EQ(delegate().nodePath(), "node: aliased to nodejs");
 }
 
@@ -33,7 +33,7 @@ TEST_F(NodeDiscovery, MissingNodeFallsBackToFirstInstallLocation) {
 
 TEST_F(NodeDiscovery, MissingShellFallsBackToFirstInstallLocation) {
   fake.locations.executables = {};
-  fake.processes.script(shellNodeLookup, {{.launchError = "no zsh"}});
+  fake.processes.setScripts(nodeLookupCommand, {{.launchError = "no zsh"}});
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
 }
 

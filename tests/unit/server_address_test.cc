@@ -24,7 +24,7 @@ TEST_F(ServerAddress, MissingTrailingSlashIsAppended) {
       {"", "/"},
   };
   for (const auto &[stored, address] : rows) {
-    goOnline(stored);
+    storeAddress(stored);
     EXPECT_EQ(delegate().baseURL(), address);
   }
 }
@@ -32,13 +32,13 @@ TEST_F(ServerAddress, MissingTrailingSlashIsAppended) {
 TEST_F(ServerAddress, StoredAddressOverridesPresetAndPresetOverridesLocal) {
   fake.bundle.texts["ORVELOSURL"] = "https://preset.test";
   EXPECT_EQ(delegate().baseURL(), "https://preset.test/");
-  goOnline("https://choice.test");
+  storeAddress("https://choice.test");
   EXPECT_EQ(delegate().baseURL(), "https://choice.test/");
 }
 
 TEST_F(ServerAddress, ChangedDefaultAppliesAtNextRead) {
   EXPECT_TRUE(delegate().lokaal());
-  goOnline();
+  storeAddress();
   EXPECT_EQ(delegate().baseURL(), "https://os.test/");
   EXPECT_FALSE(delegate().lokaal());
 }

@@ -61,24 +61,25 @@ class BundleWriter final : public ReleaseUnpacker {
 class SignedRelease : public CoreTest {
  protected:
   SignedRelease() {
-    goOnline();
+    storeAddress();
     fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
     fake.bundle.texts["CFBundleShortVersionString"] = "1.2";
     fake.bundle.texts["ORVELOSUpdateKey"] = ourKey;
     fake.locations.temporaryFolder = root() + "/temporary";
     fake.unpacker = &release;
     writeFile(installedVersionPath(), "old");
-    fake.http.respond("https://os.test/download/a.zip",
-                      {{.statusCode = 200, .body = "an archive"}});
+    fake.http.setResponses("https://os.test/download/a.zip",
+                           {{.statusCode = 200, .body = "an archive"}});
   }
 
   std::string installedVersionPath() const { return fake.bundle.folder + "/Contents/version"; }
 
   /// Serves a manifest with these members after "zip", and checks for updates.
   void check(const std::string &members, const std::string &versie = "1.3") {
-    fake.http.respond("https://os.test/download/mac.json",
-                      {{.statusCode = 200,
-                        .body = R"({"versie":")" + versie + R"(","zip":"a.zip")" + members + "}"}});
+    fake.http.setResponses(
+        "https://os.test/download/mac.json",
+        {{.statusCode = 200,
+          .body = R"({"versie":")" + versie + R"(","zip":"a.zip")" + members + "}"}});
     createWebView();
     delegate().zoekUpdate(false);
     fake.scheduler.runUntilIdle();
@@ -140,7 +141,8 @@ TEST_F(SignedRelease, SignatureIsVerifiedBeforeArchiveIsUnpacked) {
 }
 
 TEST_F(SignedRelease, ChangedArchiveIsRejected) {
-  fake.http.respond("https://os.test/download/a.zip", {{.statusCode = 200, .body = "An archive"}});
+  fake.http.setResponses("https://os.test/download/a.zip",
+                         {{.statusCode = 200, .body = "An archive"}});
   check(signedWith(validSignature));
   expectArchiveRejected();
 }

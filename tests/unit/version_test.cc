@@ -64,24 +64,12 @@ TEST(Version, NumberOutOfRangeCountsAsZero) {
 }
 
 TEST(Version, FullStopInLargerGraphemeDoesNotSplit) {
-  expectComparisons({// A full stop with a combining acute accent is one grapheme cluster, so that
-                     // the piece is not a number.
-                     {"1.\u0301"
-                      "2",
-                      "1", false},
-                     {"2.\u0301"
-                      "0",
-                      "1", false},
-                     {"0",
-                      "1.\u0301"
-                      "2",
-                      false},
-                     // So is a full stop after a prepended character (Arabic number sign).
-                     {"2\u0600.0", "1", false},
-                     {"1.2\u0301.5", "1.0.4", true},
-                     // Invalid UTF-8 splits at every full stop.
-                     {"\xff.2", "0.1", true},
-                     {"2.\xff", "1", true}});
+  // A full stop with a combining acute accent is one grapheme cluster, so that the piece is
+  // not a number. So is a full stop after a prepended character (Arabic number sign).
+  expectComparisons(
+      {{"2.\u03010", "1", false}, {"2\u0600.0", "1", false}, {"1.2\u0301.5", "1.0.4", true}});
+  // Invalid UTF-8 splits at every full stop.
+  expectComparisons({{"\xff.2", "0.1", true}, {"2.\xff", "1", true}});
 }
 
 TEST(Version, LongVersionsAreCompared) {
