@@ -154,17 +154,11 @@ TEST_F(Installation, VersionWithSingleQuoteDoesNotReachPlatformUnpacker) {
   expectNotInstalled();
 }
 
-TEST_F(Installation, ClosedNoticeRelaunches) {
-  install();
-  answerAlert(std::nullopt);
-  EXPECT_TRUE(fake.application.terminated);
-}
-
-TEST_F(Installation, TwoAnsweredNoticesRelaunchOnce) {
+TEST_F(Installation, ClosedAndAnsweredNoticesRelaunchOnce) {
   install();
   install();
   ASSERT_EQ(fake.panels.shown.size(), 2U);
-  fake.panels.answer({0, ""});
+  fake.panels.answer({std::nullopt, ""});
   answerAlert(0);
   EXPECT_EQ(fake.record.count("sh (sleep 1; /usr/bin/open -n"), 1U);
   EXPECT_TRUE(fake.application.terminated);

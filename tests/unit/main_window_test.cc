@@ -33,9 +33,8 @@ TEST_F(MainWindow, WebViewConfigurationIsComplete) {
   EXPECT_FALSE(configuration.drawsBackground);
   EXPECT_TRUE(configuration.inspectable);
   EXPECT_EQ(&web().delegate, &delegate());
-}
-
-TEST_F(MainWindow, UserAgentWithoutKeyEndsWithSlash) {
+  // Without a key.
+  releaseDelegate();
   fake.bundle.texts.erase("ORVELOSKey");
   launch();
   EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/");

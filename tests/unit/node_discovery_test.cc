@@ -26,13 +26,9 @@ TEST_F(NodeDiscovery, ShellOutputIsNotVerified) {
   EXPECT_EQ(delegate().nodePath(), "node: aliased to nodejs");
 }
 
-TEST_F(NodeDiscovery, MissingNodeFallsBackToFirstInstallLocation) {
+TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToFirstInstalledLocation) {
   fake.locations.executables = {};
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
-}
-
-TEST_F(NodeDiscovery, MissingShellFallsBackToFirstInstallLocation) {
-  fake.locations.executables = {};
   fake.processes.setScripts(nodeLookupCommand, {{.launchError = "no zsh"}});
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
 }

@@ -30,16 +30,11 @@ TEST_F(ServerAddress, MissingTrailingSlashIsAppended) {
 }
 
 TEST_F(ServerAddress, StoredAddressOverridesPresetAndPresetOverridesLocal) {
+  EXPECT_TRUE(delegate().lokaal());
   fake.bundle.texts["ORVELOSURL"] = "https://preset.test";
   EXPECT_EQ(delegate().baseURL(), "https://preset.test/");
   storeAddress("https://choice.test");
   EXPECT_EQ(delegate().baseURL(), "https://choice.test/");
-}
-
-TEST_F(ServerAddress, ChangedDefaultAppliesAtNextRead) {
-  EXPECT_TRUE(delegate().lokaal());
-  storeAddress();
-  EXPECT_EQ(delegate().baseURL(), "https://os.test/");
   EXPECT_FALSE(delegate().lokaal());
 }
 
@@ -64,12 +59,6 @@ TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
   EXPECT_EQ(request.cachePolicy, CachePolicy::useProtocol);
   EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "app-key"}));
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
-}
-
-TEST_F(ServerAddress, KeyedRequestWithoutKeyHasEmptyHeader) {
-  fake.bundle.texts.erase("ORVELOSKey");
-  const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));
-  EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", ""}));
 }
 
 }  // namespace

@@ -127,15 +127,6 @@ TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
   EXPECT_EQ(fake.record.count("download"), 0U);
 }
 
-TEST_F(UpdateCheck, NoticeAppearsOnMainThread) {
-  publishRelease("1.0");
-  delegate().zoekUpdate(manual);
-  EXPECT_THAT(notices(), IsEmpty());
-  // The fake throws when an alert is shown on another thread.
-  fake.scheduler.runUntilIdle();
-  EXPECT_EQ(notices().size(), 1U);
-}
-
 TEST_F(UpdateCheck, NewerVersionDownloadsWithoutQuestion) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"orvel-os-1.3.zip", "https://os.test/download/orvel-os-1.3.zip"},
