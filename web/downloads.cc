@@ -6,7 +6,6 @@
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
-#include "base/file_move.h"
 #include "web/download_name.h"
 
 namespace orvel {
@@ -39,17 +38,8 @@ void saveDownload(const Platform &platform, const std::string &temporaryFile,
                   const std::optional<std::string> &suggested, const Url &url) {
   // Before the move, so that no program can open the file at its final path without the mark.
   platform.locations.quarantine(temporaryFile, url);
-  const std::string folder = platform.locations.downloads() + "/";
-  const std::string name = downloadName(suggested, url);
-  std::string path = folder + name;
-  int number = firstNumber;
-  MoveResult result;
-  do {
-    while (isTaken(path)) path = folder + numberedName(name, number++);
-    // Another download may have taken the name since the check.
-    result = moveFile(temporaryFile, path);
-  } while (result == MoveResult::destinationExists);
-
+  const std::string path = moveToFreeName(temporaryFile, platform.locations.downloads(),
+                                          downloadName(suggested, url), moveFile);
   // After a failed move there is no file at the path, so openFile has no effect.
   platform.mainQueue.post([&workspace = platform.workspace, path] { workspace.openFile(path); });
 }
@@ -66,6 +56,19 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
     header += cookie.name + "=" + cookie.value;
   }
   return header;
+}
+
+std::string moveToFreeName(const std::string &file, const std::string &folder,
+                           const std::string &name, const MoveFunction &move) {
+  std::string path = folder + "/" + name;
+  int number = firstNumber;
+  MoveResult result;
+  do {
+    while (isTaken(path)) path = folder + "/" + numberedName(name, number++);
+    // Another program may have taken the name since the check.
+    result = move(file, path);
+  } while (result == MoveResult::destinationExists);
+  return path;
 }
 
 void AppDelegate::bewaarEnOpen(const Url &url) {

@@ -232,5 +232,17 @@ TEST_F(Downloads, DownloadBeforeWebViewAborts) {
   EXPECT_DEATH(download(), "OS: a download before the web view exists");
 }
 
+TEST_F(Downloads, NameTakenBetweenCheckAndMoveIsNotReplaced) {
+  writeFile(root() + "/temporary file", "contents");
+  const auto moveAfterOtherProgram = [](const std::string &from, const std::string &to) {
+    if (to.ends_with("/data.csv")) writeFile(to, "of another program");
+    return moveFile(from, to);
+  };
+  EXPECT_EQ(moveToFreeName(root() + "/temporary file", folder(), "data.csv", moveAfterOtherProgram),
+            folder() + "/data 2.csv");
+  EXPECT_EQ(text("data.csv"), "of another program");
+  EXPECT_EQ(text("data 2.csv"), "contents");
+}
+
 }  // namespace
 }  // namespace orvel
