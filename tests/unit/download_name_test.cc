@@ -50,7 +50,11 @@ TEST(DownloadName, UnusableSuggestionFallsBackToUrl) {
   EXPECT_EQ(downloadName({}, url("http://h.test/%2F%2F")), "h.test");
   EXPECT_EQ(downloadName({}, url("http://h.test/%2E%2E")), "h.test");
   EXPECT_EQ(downloadName({}, url("http://h.test/folder/..")), "h.test");
+  EXPECT_EQ(downloadName({}, url("http://h.test/a.csv#/b.csv")), "a.csv");
+  EXPECT_EQ(downloadName({}, url("http://h.test/a.csv#b?c")), "a.csv");
   EXPECT_EQ(downloadName({}, url("http://h.test/")), "h.test");
+  EXPECT_EQ(downloadName({}, url("http://h.test:8080/")), "h.test");
+  EXPECT_EQ(downloadName({}, url("http://h.test:8080")), "h.test");
   EXPECT_EQ(downloadName({}, url("http://h.test")), "h.test");
   EXPECT_EQ(downloadName({}, url("about:blank")), "unknown");
   EXPECT_EQ(downloadName({}, url("a%20b.csv?x")), "a b.csv");

@@ -1,5 +1,7 @@
 #include "update/installation.h"
 
+#include <cstdlib>
+
 #include "base/folder_lock.h"
 #include "tests/unit/core_test.h"
 #include "update/command_line.h"
@@ -359,6 +361,96 @@ TEST_F(Installation, FileInPlaceOfTemporaryFolderChangesNothing) {
   unpackArchive = [](const std::string &, const std::string &) {};
   install();
   expectNotInstalled();
+}
+
+TEST_F(Installation, UnreadableInfoPlistDoesNotMatchMissingIdentifier) {
+  fake.bundle.texts.erase("CFBundleIdentifier");
+  for (const std::string info : {"", "no list"}) {
+    unpackArchive = [info](const std::string &, const std::string &folder) {
+      writeRelease(folder + "/Orvel OS.app", info);
+    };
+    install();
+    expectNotInstalled();
+  }
+}
+
+TEST_F(Installation, ArchivePathWithSingleQuoteIsNotUnpacked) {
+  const std::string temporary = root() + "/someone's";
+  std::filesystem::create_directory(temporary);
+  const char *previous = std::getenv("TMPDIR");
+  const std::optional<std::string> saved =
+      previous != nullptr ? std::optional<std::string>(previous) : std::nullopt;
+  setenv("TMPDIR", temporary.c_str(), 1);
+  install();
+  EXPECT_EQ(fake.record.count("sh "), 0U);
+  expectNotInstalled();
+
+  FunctionUnpacker unpacker;
+  unpacker.function = unpackArchive;
+  fake.unpacker = &unpacker;
+  recreateDelegate();
+  install();
+  EXPECT_TRUE(std::filesystem::is_empty(working()));
+  expectNotInstalled();
+  saved ? setenv("TMPDIR", saved->c_str(), 1) : unsetenv("TMPDIR");
+}
+
+TEST_F(Installation, WorkingFolderStaysAfterSuccessAndFailure) {
+  install();
+  EXPECT_EQ(installed(), "new");
+  EXPECT_TRUE(std::filesystem::is_directory(working()));
+
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  fake.locations.replaceSucceeds = false;
+  install("replacement fails");
+  EXPECT_TRUE(std::filesystem::exists(working("replacement fails") + "/Orvel OS.app"));
+
+  unpackArchive = [](const std::string &, const std::string &folder) {
+    writeRelease(folder + "/Orvel OS.app", infoPlist(""));
+  };
+  install("other identifier");
+  EXPECT_TRUE(std::filesystem::exists(working("other identifier") + "/Orvel OS.app"));
+
+  unpackArchive = [](const std::string &, const std::string &) {};
+  install("no bundle");
+  EXPECT_TRUE(std::filesystem::is_directory(working("no bundle")));
+  EXPECT_EQ(installed(), "old");
+}
+
+TEST_F(Installation, FileInPlaceOfWorkingFolderIsRemoved) {
+  writeFile(working(), "a file");
+  install();
+  EXPECT_EQ(installed(), "new");
+}
+
+TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
+  fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive", .delay = 2s},
+                                      {.statusCode = 200, .body = "an archive", .delay = 1s}});
+  install("1.3");
+  install("1.3");
+  EXPECT_THAT(fake.panels.shown, IsEmpty());
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(fake.panels.shown.size(), 1U);
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(fake.panels.shown.size(), 2U);
+}
+
+TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
+  fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive", .delay = 1s}});
+  install();
+  const auto kept = delegate().weak_from_this();
+  releaseDelegate();
+  EXPECT_FALSE(kept.expired()) << "during the download";
+  // The notice is posted while the main thread is blocked.
+  fake.clock.sleep(1s);
+  EXPECT_EQ(fake.record.count("replace"), 1U);
+  EXPECT_FALSE(kept.expired()) << "before the notice";
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.panels.shown.size(), 1U);
+  EXPECT_FALSE(kept.expired()) << "while the notice is open";
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
 }
 
 TEST_F(Launch, ExitIsReportedWithExitCodeOrSignalNumber) {
-  for (const int status : {1, 3, SIGKILL}) {
+  for (const int status : {0, 1, 3, SIGKILL, -1}) {
     start();
     lastServer().exit(status);
     EXPECT_EQ(shownError(), "");
@@ -122,15 +122,16 @@ TEST_F(Launch, FifoInPlaceOfLogDoesNotBlock) {
   EXPECT_EQ(lastServer().request.standardOutput.kind, StandardStream::Kind::inherited);
 }
 
-TEST_F(Launch, LogIsTruncatedAfterStaleServerIsStopped) {
+TEST_F(Launch, LogIsTruncatedAfterStaleServerIsStoppedAndNodeIsFound) {
   writeFile(logPath(), "old");
-  std::string seen;
-  fake.processes.onLaunch = [&](const LaunchRequest &request) {
-    if (request.arguments.back() == listenersCommand) seen = readFile(logPath());
-  };
+  fake.locations.executables = {};
+  std::vector<std::string> logs;
+  fake.processes.onLaunch = [&](const LaunchRequest &) { logs.push_back(readFile(logPath())); };
   start();
-  EXPECT_EQ(seen, "old");
-  EXPECT_EQ(readFile(logPath()), "");
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("sh " + listenersCommand, "sh " + nodeLookupCommand,
+                          "launch /usr/local/bin/node " + root() + "/v3/server.mjs"));
+  EXPECT_THAT(logs, ElementsAre("old", "old", ""));
 }
 
 TEST_F(Launch, ExitWhileQuittingIsNotReported) {

@@ -136,5 +136,13 @@ TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
   EXPECT_FALSE(kept.expired());
 }
 
+TEST_F(MainWindow, ReloadStartsLocalServerForLocalhost) {
+  storeAddress("http://localhost:3000/");
+  createWebView();
+  delegate().reloadPage();
+  EXPECT_EQ(fake.processes.launched.size(), 1U);
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+}
+
 }  // namespace
 }  // namespace orvel

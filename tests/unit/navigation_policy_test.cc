@@ -142,6 +142,7 @@ TEST_F(NavigationDecisions, NewWindowDownloadsFromServerAndOpensOtherUrls) {
       {"http://127.0.0.1:4767/index.html", download},
       {"http://127.0.0.1:4767/api/bestand/12", download},
       {"http://127.0.0.1:4767", open},
+      {"http://127.0.0.1:4768/", open},
       {"https://example.test/", open},
       {"about:blank", open},
       {"data:text/plain,hello", open},
@@ -196,6 +197,11 @@ TEST_F(NavigationDecisions, NewWindowOpensOutsideOrDownloads) {
               ElementsAre("open https://example.test/", "open sms:+31612345678"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
+  storeAddress();
+  web().delegate.createWebView(Url::parse("https://os.test/index.html"));
+  web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("all cookies", "open http://127.0.0.1:4767/index.html"));
 }
 
 }  // namespace

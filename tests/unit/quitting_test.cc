@@ -156,5 +156,13 @@ TEST_F(Quitting, QuitDuringLaunchStopsServer) {
   EXPECT_EQ(shownError(), "");
 }
 
+TEST_F(Quitting, OnlineAddressIsNotProbedWhileQuitting) {
+  startServer();
+  fake.application.requestTermination();
+  storeAddress();
+  delegate().openOS();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+}
+
 }  // namespace
 }  // namespace orvel

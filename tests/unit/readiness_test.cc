@@ -278,5 +278,39 @@ TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
   EXPECT_TRUE(keyCookie("https://os.test/", false, "k", {}).has_value());
 }
 
+TEST_F(Readiness, LocalBoundsAndErrorApplyToLocalhost) {
+  storeAddress("http://localhost:3000/");
+  open();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 61U);
+  EXPECT_EQ(fake.http.sent.back().at, 15s);
+  EXPECT_EQ(shownError(), localServerError);
+}
+
+TEST_F(Readiness, AddressOfResponseDeterminesRetry) {
+  const int lastOnlineProbe = 8;
+  delegate().startServer();
+  fake.http.setResponses("https://os.test/api/wie", {{.delay = 1s}});
+  storeAddress();
+  delegate().waitForServer(lastOnlineProbe);
+  storeAddress("http://127.0.0.1:4767/");
+  fake.record.take();
+  fake.scheduler.advance(1s);
+  EXPECT_THAT(fake.record.take(), ElementsAre("after 250 ms"));
+
+  delegate().waitForServer(lastOnlineProbe);
+  storeAddress();
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(shownError(), StartsWith("Geen verbinding met https://os.test/."));
+}
+
+TEST_F(Readiness, DanglingSymlinkIsNoServerScript) {
+  std::filesystem::remove(root() + "/v3/server.mjs");
+  std::filesystem::create_symlink("/nonexistent", root() + "/v3/server.mjs");
+  open();
+  EXPECT_THAT(shownError(), StartsWith("Deze Mac heeft het OS niet."));
+  EXPECT_THAT(fake.processes.launched, IsEmpty());
+}
+
 }  // namespace
 }  // namespace orvel

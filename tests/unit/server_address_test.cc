@@ -39,8 +39,9 @@ TEST_F(ServerAddress, StoredAddressOverridesPresetAndPresetOverridesLocal) {
 }
 
 TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
-  for (const char *address : {"http://127.0.0.1:4767/", "http://127.0.0.1:80/", "http://127.0.0.1:",
-                              "http://localhost:3000/", "http://localhost:/"}) {
+  for (const char *address :
+       {"http://127.0.0.1:4767/", "http://127.0.0.1:3000/", "http://127.0.0.1:80/",
+        "http://127.0.0.1:", "http://localhost:3000/", "http://localhost:/"}) {
     EXPECT_TRUE(isLocalAddress(address)) << address;
   }
   for (const char *address :
@@ -59,6 +60,20 @@ TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
   EXPECT_EQ(request.cachePolicy, CachePolicy::useProtocol);
   EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "app-key"}));
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
+}
+
+TEST_F(ServerAddress, EmptyPresetIsUsed) {
+  fake.bundle.texts["ORVELOSURL"] = "";
+  EXPECT_EQ(delegate().baseURL(), "/");
+}
+
+TEST_F(ServerAddress, KeyIsReadOnce) {
+  delegate();
+  fake.bundle.texts["ORVELOSKey"] = "other key";
+  const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));
+  EXPECT_EQ(request.header("X-ORVEL-App"), "app-key");
+  launch();
+  EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/app-key");
 }
 
 }  // namespace

@@ -80,5 +80,12 @@ TEST_F(StaleServer, EmptyLinesOfListingAreSkipped) {
                                      "sh ps -o command= -p 42"));
 }
 
+TEST_F(StaleServer, ListingIsNotParsedAsNumbers) {
+  fake.processes.setShellOutputs(listenersCommand, {"lsof: no port\n", ""});
+  processIs("lsof: no port", ours());
+  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p lsof: no port",
+                                     "sh kill lsof: no port", "sh " + listenersCommand));
+}
+
 }  // namespace
 }  // namespace orvel

@@ -194,5 +194,27 @@ TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
   EXPECT_THAT(notices(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
 }
 
+TEST_F(UpdateCheck, InstallationStartsOnThreadOfCompletion) {
+  publishRelease("1.3");
+  delegate().zoekUpdate(silent);
+  // Blocks the main thread, so that only background tasks run.
+  fake.clock.sleep(1s);
+  EXPECT_EQ(fake.record.count("download https://os.test/download/a.zip"), 1U);
+}
+
+TEST_F(UpdateCheck, CheckRetainsDelegateUntilNotice) {
+  fake.http.setResponses(manifestUrl, {{.delay = 1s}});
+  delegate().zoekUpdate(manual);
+  const auto kept = delegate().weak_from_this();
+  releaseDelegate();
+  EXPECT_FALSE(kept.expired()) << "during the request";
+  // The notice is posted while the main thread is blocked.
+  fake.clock.sleep(1s);
+  EXPECT_FALSE(kept.expired()) << "before the notice";
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+  EXPECT_TRUE(kept.expired());
+}
+
 }  // namespace
 }  // namespace orvel

@@ -81,5 +81,14 @@ TEST(Version, LongVersionsAreCompared) {
   EXPECT_TRUE(nieuwer(digits + "2", "1"));
 }
 
+TEST(Version, OnlyOneSignIsPartOfNumber) {
+  expectComparisons({{"0", "+-2", false},
+                     {"0", "-+2", false},
+                     {"++2", "0", false},
+                     {"0", "--2", false},
+                     {"+2", "1", true},
+                     {"0", "-2", true}});
+}
+
 }  // namespace
 }  // namespace orvel
