@@ -96,10 +96,10 @@ def main():
         print('mutate: bubblewrap does not work here; mutants run without a sandbox',
               file=sys.stderr)
     files = sources_of(root, options.folders)
-    language = [word for word in next(build.compilations[file] for file in files
-                                      if file in build.compilations)[1:]
-                if word.startswith(('-I', '-D', '-std='))]
-    found = mutants.find_mutants(root, files, language)
+    compiled = [file for file in files if file in build.compilations]
+    options_of_parser = [word for word in build.compilations[compiled[0]]
+                         if word.startswith(('-I', '-D', '-std='))]
+    found = mutants.find_mutants(root, files, options_of_parser)
     equivalents = read_equivalents(options.equivalents)
     stale = sorted(set(equivalents) - {mutant.key() for mutant in found})
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
@@ -112,6 +112,7 @@ def main():
         random.Random(options.seed).shuffle(chosen)
         chosen = chosen[:options.sample]
 
+    build.precompile_system_headers(compiled)
     outcomes = run_all(build, files, chosen, options)
     rows = []
     for mutant, outcome in sorted(outcomes.items(), key=lambda item: dataclasses.astuple(item[0])):
