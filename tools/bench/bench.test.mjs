@@ -10,7 +10,7 @@ import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { Framebuffer } from '../../tests/support/image.mjs';
 import { drawChart } from './chart.mjs';
 import {
-  BAND, ELEMENTS, MARK, SCRIPT_SIZE, heavyScript, isEmptyScreen, showsHeavyPage,
+  BAND, MARK, SCRIPT_SIZE, heavyScript, isEmptyScreen, showsHeavyPage,
 } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
 import { checkTargets, replaceTables, writeTables } from './report.mjs';
@@ -31,9 +31,8 @@ test('medians ignore failed measurements, ratios are taken within a round', () =
   assert.equal(medianRatio([2, 30, NaN], [1, 10, 5]), 2.5);
 });
 
-test('the heavy page has its size', () => {
+test('the heavy page has 300 kB of script', () => {
   assert.ok(Math.abs(heavyScript.length - SCRIPT_SIZE) < 1000, `${heavyScript.length}`);
-  assert.equal(ELEMENTS, 2000);
 });
 
 test('the heavy page is detected by its pixels from edge to edge', () => {

@@ -50,21 +50,22 @@ bool isMainThread() { return ::getpid() == ::gettid(); }
 
 gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
   if (!isMainThread()) return ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
-  Stalls &own = stalls();
-  if (milliseconds(Clock::now() - own.busySince) >= minStall && own.file != nullptr) {
-    std::fprintf(own.file, "%.1f %.1f\n", own.waited, processorTime() - own.processorTimeBefore);
-    std::fflush(own.file);
+  Stalls &state = stalls();
+  if (milliseconds(Clock::now() - state.busySince) >= minStall && state.file != nullptr) {
+    std::fprintf(state.file, "%.1f %.1f\n", state.waited,
+                 processorTime() - state.processorTimeBefore);
+    std::fflush(state.file);
   }
   const int result = ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
-  own.busySince = Clock::now();
-  own.waited = 0;
-  own.processorTimeBefore = processorTime();
+  state.busySince = Clock::now();
+  state.waited = 0;
+  state.processorTimeBefore = processorTime();
   return result;
 }
 
 [[gnu::constructor]] void start() {
-  Stalls &own = stalls();
-  if (const char *path = std::getenv("ORVEL_MAIN_LOOP_STALLS")) own.file = std::fopen(path, "we");
+  Stalls &state = stalls();
+  if (const char *path = std::getenv("ORVEL_MAIN_LOOP_STALLS")) state.file = std::fopen(path, "we");
   // Do not record child processes.
   ::unsetenv("LD_PRELOAD");
   ::unsetenv("ORVEL_MAIN_LOOP_STALLS");
@@ -75,15 +76,15 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
 
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
-  Stalls &own = stalls();
-  if (own.condWait == nullptr) {
+  Stalls &state = stalls();
+  if (state.condWait == nullptr) {
     // glibc also has an older version of this function with another ABI.
     void *found = dlvsym(RTLD_NEXT, "pthread_cond_wait", "GLIBC_2.3.2");
-    own.condWait = reinterpret_cast<decltype(own.condWait)>(found);
+    state.condWait = reinterpret_cast<decltype(state.condWait)>(found);
   }
-  if (!isMainThread()) return own.condWait(condition, mutex);
+  if (!isMainThread()) return state.condWait(condition, mutex);
   const auto since = Clock::now();
-  const int result = own.condWait(condition, mutex);
-  own.waited += milliseconds(Clock::now() - since);
+  const int result = state.condWait(condition, mutex);
+  state.waited += milliseconds(Clock::now() - since);
   return result;
 }

@@ -2,7 +2,7 @@
 // of script that runs, a style sheet and 2,000 elements. The other two start downloads.
 
 export const SCRIPT_SIZE = 300_000;
-export const ELEMENTS = 2000;
+const ELEMENTS = 2000;
 
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;

@@ -115,8 +115,8 @@ void printMeasurement() {
     names += (names.empty() ? "\"" : ",\"") + process.name + '"';
   }
   std::cout << "{\"time\":" << now() << ",\"processor\":" << processor
-            << ",\"memory\":" << proportional << ",\"own\":" << privateDirty << ",\"processes\":["
-            << names << "]}" << '\n'
+            << ",\"memory\":" << proportional << ",\"privateDirty\":" << privateDirty
+            << ",\"processes\":[" << names << "]}" << '\n'
             << std::flush;
 }
 

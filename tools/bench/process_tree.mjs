@@ -26,8 +26,8 @@ export class ProcessTree {
     return done ? { ended: true, time: NaN } : JSON.parse(value);
   }
 
-  /// Returns the processor time since the start in ms, the memory in kB and the names of the
-  /// processes.
+  /// Returns the processor time since the start in ms, the memory (Pss) and the private dirty
+  /// memory in kB, and the names of the processes.
   measure() {
     this.child.stdin.write('measure\n');
     return this.nextLine();

@@ -23,7 +23,7 @@ const rows = [
   ['start, cold server: finished page, ms', 'cold', 'painted'],
   ['processes', 'ready', 'processes'],
   ['**memory (Pss), MiB**', 'ready', 'memory'],
-  ['private dirty memory, MiB', 'ready', 'own'],
+  ['private dirty memory, MiB', 'ready', 'privateDirty'],
   ['**processor time to 5 s after that, ms**', 'ready', 'processor'],
   ['quitting, ms', 'ready', 'quitting'],
   ['**processor time of a quiet minute, ms**', 'minute'],

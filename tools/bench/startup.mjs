@@ -107,9 +107,13 @@ async function quit(bench, tree) {
 export function measureReadyStart(bench, viewer) {
   return withHome(bench, (context) => withViewer(bench, viewer, context, async (tree, times) => {
     await pause(tree.start + times.painted + 5000 - wallClock());
-    const { processor, memory, own, processes } = await tree.measure();
+    const { processor, memory, privateDirty, processes } = await tree.measure();
     return {
-      ...times, processor, memory: memory / 1024, own: own / 1024, processes: processes.length,
+      ...times,
+      processor,
+      memory: memory / 1024,
+      privateDirty: privateDirty / 1024,
+      processes: processes.length,
       quitting: await quit(bench, tree),
     };
   }));
