@@ -5,40 +5,40 @@
 #include <string>
 
 #include "platform/linux/files/archive_extraction.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/support/temporary_folder.h"
 
-namespace {
+namespace orvel::fuzz {
 
-using namespace orvel;
+namespace {
 namespace fs = std::filesystem;
 
 void requireInside(const fs::path &folder) {
   for (const auto &entry : fs::recursive_directory_iterator(folder)) {
     const auto status = entry.symlink_status();
-    fuzz::require(fs::is_directory(status) || fs::is_regular_file(status) || fs::is_symlink(status),
-                  "only folders, files and links are extracted");
+    require(fs::is_directory(status) || fs::is_regular_file(status) || fs::is_symlink(status),
+            "only folders, files and links are extracted");
     if (!fs::is_symlink(status)) continue;
     const fs::path target = fs::read_symlink(entry.path());
     const fs::path place = (entry.path().parent_path() / target).lexically_normal();
-    fuzz::require(target.is_relative() && place.string().starts_with(folder.string()),
-                  "a link stays inside the folder");
+    require(target.is_relative() && place.string().starts_with(folder.string()),
+            "a link stays inside the folder");
   }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+void testInput(std::string_view input) {
   static const TemporaryFolder scratch;
   const fs::path archive = scratch.path() / "archive";
   const fs::path folder = scratch.path() / "folder";
-  std::ofstream(archive, std::ios::binary) << fuzz::bytesOf(data, size);
+  std::ofstream(archive, std::ios::binary) << input;
   fs::create_directory(folder);
   extractArchive(archive.string(), folder.string());
   requireInside(folder);
   fs::remove_all(folder);
-  fuzz::require(
-      std::distance(fs::directory_iterator(scratch.path()), fs::directory_iterator()) == 1,
-      "nothing is written beside the folder");
-  return 0;
+  require(std::distance(fs::directory_iterator(scratch.path()), fs::directory_iterator()) == 1,
+          "nothing is written beside the folder");
 }
+
+}  // namespace orvel::fuzz

@@ -8,12 +8,12 @@
 #include <string>
 
 #include "server/readiness.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "web/downloads.h"
 
-namespace {
+namespace orvel::fuzz {
 
-using namespace orvel;
+namespace {
 
 using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
 
@@ -30,9 +30,7 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
   std::vector<Cookie> cookies;
   for (const std::string_view field : fields) {
     const std::unique_ptr<SoupCookie, void (*)(SoupCookie *)> set(
-        soup_cookie_parse(std::string(field).c_str(), origin.get()), [](SoupCookie *cookie) {
-          if (cookie != nullptr) soup_cookie_free(cookie);
-        });
+        soup_cookie_parse(std::string(field).c_str(), origin.get()), soup_cookie_free);
     if (!set) continue;
     Cookie cookie;
     cookie.name = text(soup_cookie_get_name(set.get()));
@@ -64,15 +62,15 @@ void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) 
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   const std::string header = cookieHeader(cookies, host);
-  fuzz::require(header == expected, "the cookies of the host are sent");
-  fuzz::require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
-                "the field has no line break or NUL");
-  fuzz::require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
+  require(header == expected, "the cookies of the host are sent");
+  require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
+          "the field has no line break or NUL");
+  require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
   const std::string other = "host-without-cookies.test";
-  fuzz::require(std::any_of(cookies.begin(), cookies.end(),
-                            [&](const Cookie &cookie) { return belongs(cookie, other); }) ||
-                    cookieHeader(cookies, other).empty(),
-                "another host receives none");
+  require(std::any_of(cookies.begin(), cookies.end(),
+                      [&](const Cookie &cookie) { return belongs(cookie, other); }) ||
+              cookieHeader(cookies, other).empty(),
+          "another host receives none");
 }
 
 /// The key cookie belongs to the host of the server address.
@@ -80,25 +78,26 @@ void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
   const auto cookie = keyCookie(address, false, "key", now);
   const auto url = Url::parse(address);
-  fuzz::require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
-  fuzz::require(!keyCookie(address, false, "", now), "without a key there is no cookie");
+  require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
+  require(!keyCookie(address, false, "", now), "without a key there is no cookie");
   if (!cookie) return;
-  fuzz::require(cookie->domain == url->host && cookie->secure, "the cookie belongs to the host");
-  fuzz::require(cookieHeader({*cookie}, url->host) == "orvelapp=key" ||
-                    url->host.starts_with('.') || url->host.ends_with('.'),
-                "downloads send the key cookie");
+  require(cookie->domain == url->host && cookie->secure, "the cookie belongs to the host");
+  require(cookieHeader({*cookie}, url->host) == "orvelapp=key" || url->host.starts_with('.') ||
+              url->host.ends_with('.'),
+          "downloads send the key cookie");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  auto fields = fuzz::piecesOf(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  auto fields = piecesOf(input);
   const std::string address(fields.front());
   fields.erase(fields.begin());
   requireKeyCookie(address);
   const auto url = Url::parse(address);
   const std::string host = url && !url->host.empty() ? url->host : "os.test";
-  if (host.find('\0') != std::string::npos || !g_utf8_validate(host.c_str(), -1, nullptr)) return 0;
+  if (host.find('\0') != std::string::npos || !g_utf8_validate(host.c_str(), -1, nullptr)) return;
   requireChoice(cookiesOf(fields, host), host);
-  return 0;
 }
+
+}  // namespace orvel::fuzz

@@ -7,12 +7,13 @@
 
 #include "base/text.h"
 #include "platform/linux/files/key_file_text.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/gtk/window_frame.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
+
+namespace orvel::fuzz {
 
 namespace {
-
-using namespace orvel;
 
 using KeyFile = std::unique_ptr<GKeyFile, void (*)(GKeyFile *)>;
 
@@ -21,37 +22,36 @@ KeyFile newKeyFile() { return {g_key_file_new(), g_key_file_unref}; }
 /// Writes a text to a key file and reads it again.
 void requireRoundTrip(const std::string &text) {
   const std::string value = keyFileValue(text);
-  fuzz::require(textOfKeyFileValue(value) == text, "an encoded text is decoded");
+  require(textOfKeyFileValue(value) == text, "an encoded text is decoded");
   const KeyFile file = newKeyFile();
   g_key_file_set_value(file.get(), "Defaults", "osURL", value.c_str());
   gsize size = 0;
-  const std::unique_ptr<char, void (*)(void *)> bytes(
-      g_key_file_to_data(file.get(), &size, nullptr), g_free);
+  const GlibText bytes(g_key_file_to_data(file.get(), &size, nullptr));
   const KeyFile again = newKeyFile();
-  fuzz::require(g_key_file_load_from_data(again.get(), bytes.get(), size, G_KEY_FILE_NONE, nullptr),
-                "a written file is a key file");
-  const std::unique_ptr<char, void (*)(void *)> read(
-      g_key_file_get_value(again.get(), "Defaults", "osURL", nullptr), g_free);
-  fuzz::require(read && textOfKeyFileValue(read.get()) == text, "a text is read back from a file");
+  require(g_key_file_load_from_data(again.get(), bytes.get(), size, G_KEY_FILE_NONE, nullptr),
+          "a written file is a key file");
+  const GlibText read(g_key_file_get_value(again.get(), "Defaults", "osURL", nullptr));
+  require(read && textOfKeyFileValue(read.get()) == text, "a text is read back from a file");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const std::string text(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const std::string text(input);
   requireRoundTrip(text);
   if (const auto read = textOfKeyFileValue(text)) requireRoundTrip(*read);
 
   if (const auto frame = parseFrame(text)) {
-    fuzz::require(frame->width > 0 && frame->height > 0, "a frame has a size");
-    fuzz::require(parseFrame(frameText(*frame)) == frame, "a frame is read back");
+    require(frame->width > 0 && frame->height > 0, "a frame has a size");
+    require(parseFrame(frameText(*frame)) == frame, "a frame is read back");
   }
 
   // The output of a command, which becomes a path.
   if (const auto trimmed = trimmedText(text)) {
-    fuzz::require(trimmedText(*trimmed) == trimmed, "trimming is idempotent");
-    fuzz::require(text.find(*trimmed) != std::string::npos, "trimming removes only from the ends");
-    fuzz::require(trimmedText(" \n" + text + "\t\r\n") == trimmed, "white space is trimmed");
+    require(trimmedText(*trimmed) == trimmed, "trimming is idempotent");
+    require(text.find(*trimmed) != std::string::npos, "trimming removes only from the ends");
+    require(trimmedText(" \n" + text + "\t\r\n") == trimmed, "white space is trimmed");
   }
-  return 0;
 }
+
+}  // namespace orvel::fuzz

@@ -8,14 +8,15 @@
 #include <string>
 
 #include "base/text.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/http/suggested_filename.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "tests/support/temporary_folder.h"
 #include "web/download_name.h"
 
-namespace {
+namespace orvel::fuzz {
 
-using namespace orvel;
+namespace {
 
 constexpr std::size_t maxNameSize = 255;
 
@@ -40,17 +41,14 @@ bool replaceMimeDatabase() {
 }
 
 void requireName(std::string_view name) {
-  fuzz::require(!name.empty() && name != "." && name != "..",
-                "a name is neither empty nor a folder");
-  fuzz::require(name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos,
-                "a name is one path component");
-  fuzz::require(name.size() <= maxNameSize, "a name has at most 255 bytes");
+  require(!name.empty() && name != "." && name != "..", "a name is neither empty nor a folder");
+  require(name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos,
+          "a name is one path component");
+  require(name.size() <= maxNameSize, "a name has at most 255 bytes");
 }
 
 std::string escaped(const std::string &name) {
-  const std::unique_ptr<char, void (*)(void *)> text(
-      g_uri_escape_string(name.c_str(), nullptr, FALSE), g_free);
-  return text.get();
+  return GlibText(g_uri_escape_string(name.c_str(), nullptr, FALSE)).get();
 }
 
 /// Reads the name from the parameters filename and filename* (RFC 6266, 4.1).
@@ -58,33 +56,32 @@ void requireRead(const std::string &name, const Url &address) {
   const auto read = [&](const std::string &parameter) {
     return suggestedFilename({.contentDisposition = "attachment; " + parameter}, address);
   };
-  fuzz::require(read("filename*=UTF-8''" + escaped(name)) == name, "an extended name is read");
+  require(read("filename*=UTF-8''" + escaped(name)) == name, "an extended name is read");
   if (name.find_first_of("\"\\%") == std::string::npos) {
-    fuzz::require(read("filename=\"" + name + "\"") == name, "a quoted name is read");
-    fuzz::require(read("filename=\"other\"; filename*=UTF-8''" + escaped(name)) == name,
-                  "an extended name has priority");
+    require(read("filename=\"" + name + "\"") == name, "a quoted name is read");
+    require(read("filename=\"other\"; filename*=UTF-8''" + escaped(name)) == name,
+            "an extended name has priority");
   }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const auto [disposition, mediaType, address] = fuzz::linesOf<3>(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const auto [disposition, mediaType, address] = linesOf<3>(input);
   // A header field never holds NUL.
-  if (fuzz::bytesOf(data, size).find('\0') != std::string_view::npos) return 0;
+  if (input.find('\0') != std::string_view::npos) return;
   const Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
   const FileHead head{.contentDisposition = std::string(disposition),
                       .mediaType = std::string(mediaType)};
   static const bool isReplaced = replaceMimeDatabase();
-  fuzz::require(isReplaced, "the MIME database is replaced");
+  require(isReplaced, "the MIME database is replaced");
   const auto suggested = suggestedFilename(head, url);
   if (suggested) {
-    fuzz::require(!suggested->empty(), "a suggestion is not empty");
-    fuzz::require(trimmedText(*suggested).has_value(), "a name is UTF-8");
-    fuzz::require(!suggested->ends_with(".escaped") ||
-                      fuzz::bytesOf(data, size).find("escaped") != std::string_view::npos ||
-                      suggested == suggestedFilename({head.contentDisposition}, url),
-                  "a media type names no file outside the database");
+    require(!suggested->empty(), "a suggestion is not empty");
+    require(trimmedText(*suggested).has_value(), "a name is UTF-8");
+    require(!suggested->ends_with(".escaped") || input.find("escaped") != std::string_view::npos ||
+                suggested == suggestedFilename({head.contentDisposition}, url),
+            "a media type names no file outside the database");
   }
 
   const std::string name = downloadName(suggested, url);
@@ -92,12 +89,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const int number : {2, 2'147'483'647}) {
     const std::string next = numberedName(name, number);
     requireName(next);
-    fuzz::require(next.find(" " + std::to_string(number)) != std::string::npos,
-                  "the number is part of the name");
+    require(next.find(" " + std::to_string(number)) != std::string::npos,
+            "the number is part of the name");
   }
-  fuzz::require(numberedName(name, 2) != numberedName(name, 3),
-                "names with different numbers differ");
-  fuzz::require(downloadName(name, url) == name, "a valid name is unchanged");
+  require(numberedName(name, 2) != numberedName(name, 3), "names with different numbers differ");
+  require(downloadName(name, url) == name, "a valid name is unchanged");
   if (trimmedText(name)) requireRead(name, url);
-  return 0;
 }
+
+}  // namespace orvel::fuzz

@@ -2,60 +2,38 @@
 // signature for another release than the signed one.
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 
-#include "base/ascii.h"
 #include "base/json.h"
 #include "base/platform_names.h"
 #include "base/signature.h"
 #include "base/text.h"
 #include "base/url.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "update/command_line.h"
 #include "update/installation.h"
 #include "update/signed_release.h"
 #include "update/update_check.h"
 
+namespace orvel::fuzz {
+
 namespace {
-
-using namespace orvel;
-
-std::string jsonString(std::string_view text) {
-  std::string json = "\"";
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte < ' ' || character == '"' || character == '\\') {
-      json += "\\u00" + hexadecimal({&character, 1});
-    } else {
-      json += character;
-    }
-  }
-  return json + "\"";
-}
-
-std::string serialized(const JsonTexts &texts) {
-  std::string json;
-  for (const auto &[name, text] : texts) {
-    json += (json.empty() ? "{" : ",") + jsonString(name) + ":" + jsonString(text);
-  }
-  return json.empty() ? "{}" : json + "}";
-}
 
 void requireContained(const UpdateManifest &manifest) {
   const auto folder = workingFolder("/temporary", manifest.versie);
   if (folder) {
     const auto normal = std::filesystem::path(*folder).lexically_normal().string();
-    fuzz::require(normal.starts_with("/temporary/orvel-os-update-"),
-                  "the working folder is below the temporary folder");
+    require(normal.starts_with("/temporary/orvel-os-update-"),
+            "the working folder is below the temporary folder");
     const auto command = commandLine(macosNames.unpack, {"/archive", *folder});
-    fuzz::require(!command || std::count(command->begin(), command->end(), '\'') == 4,
-                  "a version stays within its quotes");
+    require(!command || std::count(command->begin(), command->end(), '\'') == 4,
+            "a version stays within its quotes");
   }
   const auto archive =
       Url::resolve(manifest.zip, *Url::parse("https://os.test/download/linux.json"));
-  fuzz::require(!archive || !archive->scheme.empty(), "an archive address is absolute");
+  require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
 // The corpus has a manifest of version 1.3 with a signature for this key and hash. The private key
@@ -70,37 +48,38 @@ void requireAuthentic(const UpdateManifest &manifest) {
   if (!handtekening) return;
   const std::string message = signedMessage(manifest.versie, "mac", hash, sleutel);
   const bool isValid = verify(publicKey, message, *handtekening);
-  fuzz::require(!isValid || (manifest.versie == "1.3" && !sleutel),
-                "only the signed release has a valid signature");
+  require(!isValid || (manifest.versie == "1.3" && !sleutel),
+          "only the signed release has a valid signature");
   // Any text may be a public key.
   if (sleutel) verify(*sleutel, message, *handtekening);
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const std::string json(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const std::string json(input);
   const auto manifest = readManifest(json);
   const auto texts = parseJsonTexts(json);
-  fuzz::require(texts || !manifest, "a manifest is JSON");
-  if (!texts) return 0;
+  require(texts || !manifest, "a manifest is JSON");
+  if (!texts) return;
 
   for (const auto &[name, text] : *texts) {
-    fuzz::require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
+    require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
-  fuzz::require(parseJsonTexts(serialized(*texts)) == texts, "serialized texts are parsed");
+  require(parseJsonTexts(nlohmann::json(*texts).dump()) == texts, "serialized texts are parsed");
   // A byte order mark is only accepted as the first character.
   const bool hasMark = json.starts_with("\xEF\xBB\xBF");
-  fuzz::require(parseJsonTexts((hasMark ? "" : " ") + json + "\r\n\t") == texts,
-                "surrounding white space is ignored");
-  fuzz::require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "a truncated text is rejected");
-  fuzz::require(!parseJsonTexts(json + "{}"), "trailing text is rejected");
-  fuzz::require(!parseJsonTexts("[" + json + "]"), "an array is rejected");
+  require(parseJsonTexts((hasMark ? "" : " ") + json + "\r\n\t") == texts,
+          "surrounding white space is ignored");
+  require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "a truncated text is rejected");
+  require(!parseJsonTexts(json + "{}"), "trailing text is rejected");
+  require(!parseJsonTexts("[" + json + "]"), "an array is rejected");
   const auto both = readManifest(R"({"versie":"1","zip":"a",)" + json.substr(json.find('{') + 1));
-  if (!manifest) return 0;
-  fuzz::require(both && both->versie == manifest->versie && both->zip == manifest->zip,
-                "the last of duplicate keys wins");
+  if (!manifest) return;
+  require(both && both->versie == manifest->versie && both->zip == manifest->zip,
+          "the last of duplicate keys wins");
   requireContained(*manifest);
   requireAuthentic(*manifest);
-  return 0;
 }
+
+}  // namespace orvel::fuzz

@@ -1,31 +1,22 @@
 // Properties: a parsed property list can be serialized and parsed again, and malformed ones
 // do not crash.
 
-#include <glib.h>
-
-#include <memory>
+#include <regex>
 #include <string>
 
 #include "base/text.h"
 #include "platform/linux/files/plist_file.h"
-#include "tests/fuzz/property.h"
+#include "platform/linux/glib/glib_text.h"
+#include "tests/fuzz/fuzz_target.h"
+
+namespace orvel::fuzz {
 
 namespace {
 
-using namespace orvel;
-
 std::string element(const std::string &name, const std::string &text) {
-  const std::unique_ptr<char, void (*)(void *)> escaped(
-      g_markup_escape_text(text.data(), static_cast<gssize>(text.size())), g_free);
-  std::string content;
+  const GlibText escaped(g_markup_escape_text(text.data(), static_cast<gssize>(text.size())));
   // An XML parser normalises line ends to a line feed, except for character references.
-  for (const char *at = escaped.get(); *at != '\0'; ++at) {
-    if (*at == '\r') {
-      content += "&#13;";
-    } else {
-      content += *at;
-    }
-  }
+  const std::string content = std::regex_replace(escaped.get(), std::regex("\r"), "&#13;");
   return "<" + name + ">" + content + "</" + name + ">";
 }
 
@@ -37,17 +28,17 @@ std::string serialized(const PlistTexts &texts) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const std::string bytes(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const std::string bytes(input);
   const auto texts = parsePlistTexts(bytes);
-  fuzz::require(parsePlistTexts(bytes) == texts, "parsing is deterministic");
-  if (!texts) return 0;
+  require(parsePlistTexts(bytes) == texts, "parsing is deterministic");
+  if (!texts) return;
   for (const auto &[key, text] : *texts) {
-    fuzz::require(trimmedText(key) && trimmedText(text), "texts are UTF-8");
-    fuzz::require((key + text).find('\0') == std::string::npos, "texts hold no NUL");
+    require(trimmedText(key) && trimmedText(text), "texts are UTF-8");
+    require((key + text).find('\0') == std::string::npos, "texts hold no NUL");
   }
-  fuzz::require(parsePlistTexts(serialized(*texts)) == texts, "a serialized list is parsed");
-  fuzz::require(!parsePlistTexts(bytes.substr(0, bytes.rfind("</"))),
-                "a truncated list is rejected");
-  return 0;
+  require(parsePlistTexts(serialized(*texts)) == texts, "a serialized list is parsed");
+  require(!parsePlistTexts(bytes.substr(0, bytes.rfind("</"))), "a truncated list is rejected");
 }
+
+}  // namespace orvel::fuzz

@@ -5,19 +5,19 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 
-#include "base/json.h"
 #include "platform/linux/webkit/main_frame_filter.h"
 #include "platform/linux/webkit/webkit_url.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "web/address_dialog.h"
 #include "web/navigation_policy.h"
 #include "web/same_origin.h"
 
-namespace {
+namespace orvel::fuzz {
 
-using namespace orvel;
+namespace {
 using enum NavigationPolicy;
 using enum NavigationConsequence;
 using enum NavigationTarget;
@@ -34,24 +34,24 @@ void requireSafe(const NavigationDecision &decision, const Url &url, const std::
   const bool isOfServer = server && url.absoluteString.starts_with(base);
   const bool isSameOrigin = isOfServer && url.scheme == server->scheme &&
                             url.host == server->host && isSameOriginOrUpgrade(*server, url);
-  fuzz::require(decision.policy == cancel || decision.consequence == none,
-                "an allowed navigation has no other consequence");
+  require(decision.policy == cancel || decision.consequence == none,
+          "an allowed navigation has no other consequence");
   if (decision.policy == allow) {
-    fuzz::require(url.scheme == "about" || isSameOrigin, "only pages of the server are shown");
+    require(url.scheme == "about" || isSameOrigin, "only pages of the server are shown");
     for (const std::string_view scheme : {"javascript", "file", "data", "blob"}) {
-      fuzz::require(url.scheme != scheme, "no page of such a scheme is shown");
+      require(url.scheme != scheme, "no page of such a scheme is shown");
     }
   }
   if (decision.consequence == open) {
     constexpr std::array<std::string_view, 4> schemes{"http", "https", "mailto", "tel"};
-    fuzz::require(std::find(schemes.begin(), schemes.end(), url.scheme) != schemes.end(),
-                  "only such addresses are opened by other applications");
-    fuzz::require(!isOfServer, "pages of the server are not opened by other applications");
+    require(std::find(schemes.begin(), schemes.end(), url.scheme) != schemes.end(),
+            "only such addresses are opened by other applications");
+    require(!isOfServer, "pages of the server are not opened by other applications");
   }
   if (decision.consequence == download) {
-    fuzz::require(url.scheme == "about" || isSameOrigin, "the key is sent only to the server");
-    fuzz::require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
-                  "only files are downloaded");
+    require(url.scheme == "about" || isSameOrigin, "the key is sent only to the server");
+    require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
+            "only files are downloaded");
   }
 }
 
@@ -62,25 +62,23 @@ void requireFrames(const Url &url, const std::string &base) {
   for (const NavigationTarget target : {mainFrame, subFrame, newWindow}) {
     requireSafe(in(target), url, base);
   }
-  fuzz::require(in(mainFrame) == in(newWindow), "a new window is decided like the main frame");
+  require(in(mainFrame) == in(newWindow), "a new window is decided like the main frame");
   if (in(mainFrame) != in(subFrame)) {
-    fuzz::require(in(mainFrame) == NavigationDecision{cancel, download} &&
-                      in(subFrame) == NavigationDecision{allow, none},
-                  "only files differ between main frame and sub-frame");
+    require(in(mainFrame) == NavigationDecision{cancel, download} &&
+                in(subFrame) == NavigationDecision{allow, none},
+            "only files differ between main frame and sub-frame");
   }
   const NavigationConsequence window = decideNewWindow(url, base);
-  fuzz::require(window != none, "a requested window has a consequence");
-  fuzz::require((window == download) == url.absoluteString.starts_with(base),
-                "a requested window of the server, and no other, is a download");
+  require(window != none, "a requested window has a consequence");
+  require((window == download) == url.absoluteString.starts_with(base),
+          "a requested window of the server, and no other, is a download");
 }
 
 bool matches(const std::string &pattern, const std::string &text) {
   const std::unique_ptr<GRegex, void (*)(GRegex *)> regex(
       g_regex_new(pattern.c_str(), GRegexCompileFlags{}, GRegexMatchFlags{}, nullptr),
-      [](GRegex *each) {
-        if (each != nullptr) g_regex_unref(each);
-      });
-  fuzz::require(regex != nullptr, "an address is converted to a valid pattern");
+      g_regex_unref);
+  require(regex != nullptr, "an address is converted to a valid pattern");
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
@@ -90,38 +88,33 @@ void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });
   if (!isVisible || address.find_first_of("?#") != std::string::npos) return;
-  const std::string rules = mainFrameFilter(address);
-  fuzz::require(parseJsonTexts("{\"rules\":" + rules + "}").has_value(), "rules are JSON");
+  const auto rules = nlohmann::json::parse(mainFrameFilter(address), nullptr, false);
+  require(rules.is_array(), "rules are a JSON array");
   bool isFiltered = false;
   bool isFilteredWithQuery = false;
-  for (auto at = rules.find("\"trigger\":"); at != std::string::npos;
-       at = rules.find("\"trigger\":", at + 1)) {
-    const auto begin = at + std::string_view("\"trigger\":").size();
-    const auto end = rules.find("\"}}", begin);
-    const auto trigger = parseJsonTexts(rules.substr(begin, end + 2 - begin));
-    // The address itself may contain text that looks like a trigger.
-    if (!trigger || !trigger->contains("url-filter")) continue;
-    const std::string &pattern = trigger->find("url-filter")->second;
+  for (const auto &rule : rules) {
+    const std::string pattern = rule["trigger"]["url-filter"];
     isFiltered = isFiltered || matches(pattern, address);
     isFilteredWithQuery = isFilteredWithQuery || matches(pattern, address + "?one=two");
-    fuzz::require(!matches(pattern, address + "x") && !matches(pattern, "x" + address),
-                  "no other address is blocked");
+    require(!matches(pattern, address + "x") && !matches(pattern, "x" + address),
+            "no other address is blocked");
   }
-  fuzz::require(isFiltered && isFilteredWithQuery, "the address is blocked");
+  require(isFiltered && isFilteredWithQuery, "the address is blocked");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const auto [typed, requested] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const auto [typed, requested] = linesOf<2>(input);
   const std::string base = serverAddress(typed);
   const std::string address(requested);
   const auto server = Url::parse(base);
   const auto url = urlFromWebKit(address.c_str());
-  fuzz::require(decideNavigation({.url = {}}, base) == NavigationDecision{},
-                "a navigation without a URL has no decision");
+  require(decideNavigation({.url = {}}, base) == NavigationDecision{},
+          "a navigation without a URL has no decision");
   // Without a host the address is a prefix of addresses of other servers.
   if (url && server && !server->host.empty()) requireFrames(*url, base);
   requireFilter(address);
-  return 0;
 }
+
+}  // namespace orvel::fuzz

@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 
 namespace {
 
@@ -32,35 +32,35 @@ extern "C" __attribute__((visibility("default"))) const char *__asan_default_opt
 extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
                                                               const sockaddr *address,
                                                               socklen_t size) {
-  static auto *const connectTo = original<decltype(connect)>("connect");
+  static auto *const originalConnect = original<decltype(connect)>("connect");
   const auto port = htons(static_cast<in_port_t>(orvel::fuzz::ScriptedServer::instance().port()));
   if (address->sa_family == AF_INET) {
     sockaddr_in here{};
     here.sin_family = AF_INET;
     here.sin_port = port;
     here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return connectTo(descriptor, reinterpret_cast<const sockaddr *>(&here), sizeof here);
+    return originalConnect(descriptor, reinterpret_cast<const sockaddr *>(&here), sizeof here);
   }
   if (address->sa_family == AF_INET6) {
     sockaddr_in6 here{};
     here.sin6_family = AF_INET6;
     here.sin6_port = port;
     ::inet_pton(AF_INET6, "::ffff:127.0.0.1", &here.sin6_addr);
-    return connectTo(descriptor, reinterpret_cast<const sockaddr *>(&here), sizeof here);
+    return originalConnect(descriptor, reinterpret_cast<const sockaddr *>(&here), sizeof here);
   }
-  return connectTo(descriptor, address, size);
+  return originalConnect(descriptor, address, size);
 }
 
 extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *name,
                                                                   const char *service,
                                                                   const addrinfo *hints,
                                                                   addrinfo **found) {
-  static auto *const look = original<decltype(getaddrinfo)>("getaddrinfo");
+  static auto *const resolve = original<decltype(getaddrinfo)>("getaddrinfo");
   if (hints != nullptr && hints->ai_family == AF_INET6) return EAI_NONAME;
   // AI_ADDRCONFIG would fail on a machine without a network.
   addrinfo wanted = hints != nullptr ? *hints : addrinfo{};
   wanted.ai_flags &= ~AI_ADDRCONFIG;
-  return look(name != nullptr ? "127.0.0.1" : nullptr, service, &wanted, found);
+  return resolve(name != nullptr ? "127.0.0.1" : nullptr, service, &wanted, found);
 }
 
 namespace orvel::fuzz {

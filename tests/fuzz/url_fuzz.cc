@@ -8,22 +8,19 @@
 
 #include "base/percent_encoding.h"
 #include "base/url.h"
-#include "tests/fuzz/property.h"
+#include "tests/fuzz/fuzz_target.h"
 #include "web/same_origin.h"
 
-namespace {
+namespace orvel::fuzz {
 
-using namespace orvel;
+namespace {
 
 using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
 
 /// Returns the address as libsoup parses it, or null.
 SoupUri soupUri(const Url &url) {
-  return {
-      g_uri_parse(url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr),
-      [](GUri *uri) {
-        if (uri != nullptr) g_uri_unref(uri);
-      }};
+  constexpr auto flags = static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS);
+  return {g_uri_parse(url.absoluteString.c_str(), flags, nullptr), g_uri_unref};
 }
 
 int portOf(GUri *uri) {
@@ -35,82 +32,81 @@ int portOf(GUri *uri) {
 bool isWeb(const Url &url) { return url.scheme == "http" || url.scheme == "https"; }
 
 void requireParts(const Url &url) {
-  fuzz::require(Url::parse(url.absoluteString) == url, "the parts match the text");
-  fuzz::require(url.path.size() < 2 || !url.path.ends_with('/'), "a path has no trailing slash");
+  require(Url::parse(url.absoluteString) == url, "the parts match the text");
+  require(url.path.size() < 2 || !url.path.ends_with('/'), "a path has no trailing slash");
   const SoupUri sent = soupUri(url);
   if (!isWeb(url) || url.absoluteString.find('\0') != std::string::npos || !sent) return;
   const char *host = g_uri_get_host(sent.get());
   if (host == nullptr || url.host.empty()) return;
-  fuzz::require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "a request is sent to the host");
+  require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "a request is sent to the host");
   const int usualPort = g_ascii_strcasecmp(url.scheme.c_str(), "https") == 0 ? 443 : 80;
-  fuzz::require(portOf(sent.get()) == url.port.value_or(usualPort),
-                "a request is sent to the port");
+  require(portOf(sent.get()) == url.port.value_or(usualPort), "a request is sent to the port");
 }
 
 void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
   const auto resolved = Url::resolve(reference, base);
-  fuzz::require(resolved.has_value(), "a valid reference can be resolved");
-  fuzz::require(percentEncoded(reference) == reference, "a valid text is not encoded");
-  fuzz::require(!resolved->scheme.empty(), "a resolved URL is absolute");
+  require(resolved.has_value(), "a valid reference can be resolved");
+  require(percentEncoded(reference) == reference, "a valid text is not encoded");
+  require(!resolved->scheme.empty(), "a resolved URL is absolute");
   requireParts(*resolved);
   if (parsed.scheme.empty()) {
-    fuzz::require(resolved->scheme == base.scheme, "a relative reference keeps the scheme");
+    require(resolved->scheme == base.scheme, "a relative reference keeps the scheme");
     if (!reference.starts_with("//")) {
-      fuzz::require(resolved->host == base.host, "a path keeps the host");
+      require(resolved->host == base.host, "a path keeps the host");
     }
   } else {
-    fuzz::require(resolved->host == parsed.host, "an absolute reference keeps its own host");
+    require(resolved->host == parsed.host, "an absolute reference keeps its own host");
   }
 }
 
 /// Header fields are forwarded only to an origin that libsoup treats as the same.
 void requireSameOrigin(const Url &from, const Url &to) {
   if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
-  fuzz::require(from.scheme == to.scheme || to.scheme == "https",
-                "fields never go from https to http");
+  require(from.scheme == to.scheme || to.scheme == "https", "fields never go from https to http");
   const SoupUri one = soupUri(from);
   const SoupUri other = soupUri(to);
   if (!one || !other) return;
   const char *host = g_uri_get_host(one.get());
   const char *otherHost = g_uri_get_host(other.get());
   if (host == nullptr || otherHost == nullptr) return;
-  fuzz::require(g_ascii_strcasecmp(host, otherHost) == 0, "fields stay with their host");
-  fuzz::require(from.scheme != to.scheme || portOf(one.get()) == portOf(other.get()),
-                "fields stay with their port");
+  require(g_ascii_strcasecmp(host, otherHost) == 0, "fields stay with their host");
+  require(from.scheme != to.scheme || portOf(one.get()) == portOf(other.get()),
+          "fields stay with their port");
 }
 
 void requireEscapes(const std::string &address) {
   const std::string escaped = percentEncoded(address);
-  fuzz::require(percentEncoded(escaped) == escaped, "encoding is idempotent");
+  require(percentEncoded(escaped) == escaped, "encoding is idempotent");
   const auto parsed = Url::parse(address);
   if (parsed) {
-    fuzz::require(escaped == address, "a valid text is not encoded");
+    require(escaped == address, "a valid text is not encoded");
   }
   const auto slashes = address.find("://");
   if (slashes == std::string::npos) return;
   const auto server = Url::parse(address.substr(0, address.find_first_of("/?#", slashes + 3)));
   if (!server || server->scheme.size() != slashes) return;
   const auto url = Url::parse(escaped);
-  fuzz::require(url.has_value(), "any text after a host can be encoded");
-  fuzz::require(url->host == server->host, "encoding keeps the host");
+  require(url.has_value(), "any text after a host can be encoded");
+  require(url->host == server->host, "encoding keeps the host");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const auto [address, reference] = fuzz::linesOf<2>(fuzz::bytesOf(data, size));
+void testInput(std::string_view input) {
+  const auto [address, reference] = linesOf<2>(input);
   requireEscapes(std::string(address));
   const auto base = Url::parse(address);
   const auto parsed = Url::parse(reference);
   if (base) requireParts(*base);
-  if (!base || base->scheme.empty()) return 0;
+  if (!base || base->scheme.empty()) return;
   const std::string escaped = percentEncoded(reference);
-  fuzz::require(Url::resolve(reference, *base) == Url::resolve(escaped, *base),
-                "a reference is resolved like its encoded form");
-  fuzz::require(Url::parse(escaped).has_value() == Url::resolve(reference, *base).has_value(),
-                "a reference that can be encoded can be resolved");
-  if (!parsed) return 0;
+  require(Url::resolve(reference, *base) == Url::resolve(escaped, *base),
+          "a reference is resolved like its encoded form");
+  require(Url::parse(escaped).has_value() == Url::resolve(reference, *base).has_value(),
+          "a reference that can be encoded can be resolved");
+  if (!parsed) return;
   requireResolved(reference, *parsed, *base);
   requireSameOrigin(*base, *parsed);
-  return 0;
 }
+
+}  // namespace orvel::fuzz

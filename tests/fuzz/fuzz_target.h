@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -11,15 +9,14 @@
 
 namespace orvel::fuzz {
 
+/// Checks the properties of a fuzz target for one input. Each target defines it.
+void testInput(std::string_view input);
+
 /// Aborts when a property does not hold, so that the fuzzer reports the input.
 inline void require(bool holds, const char *property) {
   if (holds) return;
   std::cerr << "violated property: " << property << '\n';
   std::abort();
-}
-
-inline std::string_view bytesOf(const std::uint8_t *data, std::size_t size) {
-  return {reinterpret_cast<const char *>(data), size};
 }
 
 /// Splits the input at the separators into one or more pieces.

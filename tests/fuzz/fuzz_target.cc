@@ -1,0 +1,9 @@
+#include "tests/fuzz/fuzz_target.h"
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  orvel::fuzz::testInput({reinterpret_cast<const char *>(data), size});
+  return 0;
+}
