@@ -10,8 +10,8 @@ import { fileURLToPath } from 'node:url';
 import { drawChart } from './chart.mjs';
 import { median, medianRatio, series } from './statistics.mjs';
 
-const BEGIN = '<!-- measured -->';
-const END = '<!-- end of what is measured -->';
+const BEGIN = '<!-- results -->';
+const END = '<!-- end of results -->';
 
 /// The rows of the table of viewers: label, table and field of the results.
 const rows = [
