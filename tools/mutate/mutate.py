@@ -49,10 +49,11 @@ def read_equivalents(path):
 
 def run_all(build, files, chosen, options):
     """Runs mutants and returns the outcome of each that was run."""
+    # Only a guard against mutants that never end.
     timeout = max(60, 20 * build.baseline())
-    deadline = time.monotonic() + options.seconds if options.seconds else float('inf')
     recompiled = {file: build.includers(file) & set(files) if file.endswith('.h') else {file}
                   for file in {mutant.file for mutant in chosen}}
+    deadline = time.monotonic() + options.seconds if options.seconds else float('inf')
     outcomes = {}
 
     def run(mutant):
@@ -103,6 +104,8 @@ def main():
     equivalents = read_equivalents(options.equivalents)
     stale = sorted(set(equivalents) - {mutant.key() for mutant in found})
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
+    if not chosen:
+        sys.exit('mutate: these files have no mutants; name sources as in update/version.cc')
     if options.list:
         for mutant in chosen:
             print(f'{mutant.file}:{mutant.line} {mutant.operator} in {mutant.function}\n'

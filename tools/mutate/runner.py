@@ -34,7 +34,7 @@ class Build:
         # CMake writes ": && LINKER ... && :".
         self.link = shlex.split(link.removeprefix(': && ').removesuffix(' && :'))
         self.program = folder / self.link[self.link.index('-o') + 1]
-        self.prefix = []
+        self.include_option = []
         self.has_sandbox = self.run([*sandbox('/usr'), 'true'])
         # The object of a mutant comes first on the command line and replaces the original, which
         # the linker may still take from its library for the template functions in it.
@@ -57,11 +57,12 @@ class Build:
     def precompile_system_headers(self, files):
         """Precompiles the headers of the system, which halves the time of a compilation."""
         header = self.folder / 'system_headers.h'
-        lines = [line for file in files for line in (self.root / file).read_text().splitlines()]
-        header.write_text('\n'.join(sorted({line for line in lines if line.startswith('#include <')})))
+        lines = {line for file in files for line in (self.root / file).read_text().splitlines()}
+        includes = sorted(line for line in lines if line.startswith('#include <'))
+        header.write_text('\n'.join(includes))
         compiler, *options = self.compilations[files[0]]
         self.run([compiler, *options, *OPTIONS, '-x', 'c++-header', header, '-o', f'{header}.gch'])
-        self.prefix = ['-include', header]
+        self.include_option = ['-include', header]
 
     def outcome(self, mutant, sources, suites, timeout):
         """Returns what happens to a mutant: 'not compiled', 'killed', 'timed out' or 'survived'.
@@ -82,7 +83,7 @@ class Build:
                 file = mutated if source == mutant.file else self.root / source
                 objects.append(folder / f'{len(objects)}.o')
                 compiler, *options = self.compilations[source]
-                if not self.run([compiler, f'-I{folder}', *options, *OPTIONS, *self.prefix,
+                if not self.run([compiler, f'-I{folder}', *options, *OPTIONS, *self.include_option,
                                  '-o', objects[-1], '-c', file]):
                     return 'not compiled'
             program = folder / 'tests'
