@@ -1,4 +1,4 @@
-// The descriptors of child processes.
+// The standard streams of child processes, and that they inherit no other descriptor.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -14,23 +14,26 @@ namespace {
 
 using namespace posix_test;
 
-/// Closes a standard descriptor of this process and restores it on destruction.
-class ClosedDescriptor {
+/// Replaces or closes a standard descriptor of this process during its lifetime.
+class ReplacedDescriptor {
  public:
-  explicit ClosedDescriptor(int number)
+  /// Closes the standard descriptor when the replacement is -1.
+  explicit ReplacedDescriptor(int number, int replacement = -1)
       : number_(number), copy_(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+    std::fflush(nullptr);
     ::close(number_);
+    if (replacement >= 0) ::dup2(replacement, number_);
   }
-  ~ClosedDescriptor() {
+  ~ReplacedDescriptor() {
     ::dup2(copy_, number_);
     ::close(copy_);
   }
-  ClosedDescriptor(const ClosedDescriptor &) = delete;
-  ClosedDescriptor &operator=(const ClosedDescriptor &) = delete;
+  ReplacedDescriptor(const ReplacedDescriptor &) = delete;
+  ReplacedDescriptor &operator=(const ReplacedDescriptor &) = delete;
 
  private:
-  int number_;
-  int copy_;
+  const int number_;
+  const int copy_;
 };
 
 class ChildStreams : public testing::TestWithParam<bool> {
@@ -38,13 +41,12 @@ class ChildStreams : public testing::TestWithParam<bool> {
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
   }
-  /// Runs a process to its end and returns the termination status.
-  int runToEnd(const LaunchRequest &request) {
+  /// Runs a process to its end with the streams of the request.
+  void runToEnd(const LaunchRequest &request) {
     const auto child = launcher_.launch(request);
-    EXPECT_EQ(child.error, "");
-    if (!child.process) return -1;
+    ASSERT_TRUE(child.process) << child.error;
     child.process->waitUntilExit();
-    return child.process->terminationStatus();
+    EXPECT_EQ(child.process->terminationStatus(), 0);
   }
 
   LauncherUnderTest launcher_{GetParam()};
@@ -58,7 +60,7 @@ TEST_P(ChildStreams, OutputsOfOneHandleShareFilePosition) {
   ASSERT_TRUE(handle);
   request.standardOutput = streamTo(handle);
   request.standardError = streamTo(handle);
-  EXPECT_EQ(runToEnd(request), 0);
+  runToEnd(request);
   EXPECT_TRUE(handle->write("four\n"));
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
@@ -69,13 +71,20 @@ TEST_P(ChildStreams, NullErrorStreamKeepsOutput) {
   EXPECT_EQ(run(launcher_, request).output, "kept\n");
 }
 
+TEST_P(ChildStreams, InputIsInherited) {
+  auto pipe = Pipe::create();
+  ASSERT_TRUE(pipe);
+  ASSERT_TRUE(pipe->writing->write("inherited"));
+  pipe->writing.reset();
+  const ReplacedDescriptor input(STDIN_FILENO, pipe->reading->descriptor());
+  EXPECT_EQ(run(launcher_, program("/bin/cat")).output, "inherited");
+}
+
 TEST_P(ChildStreams, OutputIsInheritedByDefault) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
-  std::fflush(stdout);
   {
-    const ClosedDescriptor output(STDOUT_FILENO);
-    ::dup2(pipe->writing->descriptor(), STDOUT_FILENO);
+    const ReplacedDescriptor output(STDOUT_FILENO, pipe->writing->descriptor());
     runToEnd(program("/bin/sh", {"-c", "echo inherited"}));
   }
   pipe->writing.reset();
@@ -92,27 +101,15 @@ TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
   for (const int descriptor : open) ::close(descriptor);
 }
 
-TEST_P(ChildStreams, SiblingDoesNotInheritPipe) {
-  auto pipe = Pipe::create();
-  ASSERT_TRUE(pipe);
-  const auto sibling = launcher_.launch(program("/bin/sleep", {"600"}));
-  ASSERT_TRUE(sibling.process);
-  pipe->writing.reset();
-  EXPECT_EQ(pipe->reading->readToEnd(), "");
-  EXPECT_TRUE(sibling.process->isRunning());
-  sibling.process->kill();
-  sibling.process->waitUntilExit();
-}
-
 TEST_P(ChildStreams, ClosedStandardInputBecomesNullDevice) {
-  const ClosedDescriptor input(STDIN_FILENO);
+  const ReplacedDescriptor input(STDIN_FILENO);
   const auto outcome = run(launcher_, program("/bin/cat"));
   EXPECT_EQ(outcome.output, "");
   EXPECT_EQ(outcome.status, 0);
 }
 
 TEST_P(ChildStreams, CloseOnExecFileWithStandardNumberIsNotInherited) {
-  const ClosedDescriptor input(STDIN_FILENO);
+  const ReplacedDescriptor input(STDIN_FILENO);
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);
   ASSERT_EQ(secret->reading->descriptor(), STDIN_FILENO);
@@ -128,14 +125,11 @@ TEST_P(ChildStreams, HandlesWithSwappedStandardNumbersAreRedirected) {
   auto first = Pipe::create();
   auto second = Pipe::create();
   ASSERT_TRUE(first && second);
-  std::fflush(stdout);
   {
-    const ClosedDescriptor output(STDOUT_FILENO);
-    const ClosedDescriptor errors(STDERR_FILENO);
-    // Each handle has the number of the other stream.
+    const ReplacedDescriptor output(STDOUT_FILENO, second->writing->descriptor());
+    const ReplacedDescriptor errors(STDERR_FILENO, first->writing->descriptor());
     auto request = program("/bin/sh", {"-c", "echo out; echo err >&2"});
-    ::dup2(first->writing->descriptor(), STDERR_FILENO);
-    ::dup2(second->writing->descriptor(), STDOUT_FILENO);
+    // Each handle has the number of the other stream.
     request.standardOutput = streamTo(std::make_shared<FileHandle>(STDERR_FILENO));
     request.standardError = streamTo(std::make_shared<FileHandle>(STDOUT_FILENO));
     runToEnd(request);

@@ -20,7 +20,7 @@ namespace {
 
 using namespace posix_test;
 
-/// Calls waitpid again after EINTR.
+/// Calls waitpid, again after EINTR.
 pid_t waitFor(pid_t process, int &status) {
   pid_t found = 0;
   while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
@@ -28,8 +28,8 @@ pid_t waitFor(pid_t process, int &status) {
   return found;
 }
 
-/// An application process for the test: a child of the test that runs a task and then waits
-/// to be killed. The test is the subreaper of its orphaned children.
+/// Tests with an application process: a child of the test that runs a task and then waits to
+/// be killed. The test is the subreaper of that process's orphaned children.
 class ParentEnd : public testing::Test {
  public:
   ParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
@@ -60,22 +60,20 @@ class ParentEnd : public testing::Test {
     request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
     startApplication([&] {
       PosixProcessLauncher launcher(processEnvironment());
-      // Launched from a thread that ends at once: its end must not trigger the signal.
+      // On a thread that ends at once: its end must not trigger the parent-death signal.
       std::thread([&] { launcher.launch(request); }).join();
       request.standardOutput = {};
       pipe.reset();
     });
     request.standardOutput = {};
     pipe->writing.reset();
-    std::string line;
-    char letter = 0;
-    while (::read(pipe->reading->descriptor(), &letter, 1) == 1 && letter != '\n') line += letter;
+    const std::string line = readLine(*pipe->reading);
     ASSERT_NE(line, "");
     child = std::stoi(line);
   }
 
-  /// Returns how the child ended. It must end within the time limit.
-  int endOfChild() {
+  /// Waits for the end of the child. Returns its wait status.
+  int waitForChild() {
     int status = 0;
     const bool hasEnded = eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
     EXPECT_TRUE(hasEnded);
@@ -99,7 +97,7 @@ TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigterm) {
   request.endsWithParent = true;
   ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
   ASSERT_NO_FATAL_FAILURE(killApplication());
-  const int status = endOfChild();
+  const int status = waitForChild();
   EXPECT_TRUE(WIFSIGNALED(status));
   EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
@@ -110,7 +108,7 @@ TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesParent) {
   ASSERT_NO_FATAL_FAILURE(killApplication());
   // A parent-death signal would have been delivered before this one.
   ::kill(child, SIGUSR1);
-  EXPECT_EQ(WTERMSIG(endOfChild()), SIGUSR1);
+  EXPECT_EQ(WTERMSIG(waitForChild()), SIGUSR1);
 }
 
 TEST_F(ParentEnd, ChildOutlivesCallingThread) {
@@ -176,7 +174,7 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkDoesNotRun) {
   }
   application = 0;
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
-  EXPECT_TRUE(WIFEXITED(endOfChild()));
+  EXPECT_TRUE(WIFEXITED(waitForChild()));
   EXPECT_FALSE(std::filesystem::exists(marker));
 }
 

@@ -1,8 +1,6 @@
 // Launches without free descriptors, threads or processes.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,36 +12,13 @@ namespace {
 
 using namespace posix_test;
 
-/// A lowered resource limit of this process. Destruction restores the limit.
-class LoweredLimit {
- public:
-  using Resource = decltype(RLIMIT_NOFILE);
-  explicit LoweredLimit(Resource resource) : resource_(resource) {
-    ::getrlimit(resource_, &before_);
-  }
-  ~LoweredLimit() { ::setrlimit(resource_, &before_); }
-  LoweredLimit(const LoweredLimit &) = delete;
-  LoweredLimit &operator=(const LoweredLimit &) = delete;
-  bool set(rlim_t value) {
-    const rlimit limit{value, before_.rlim_max};
-    return ::setrlimit(resource_, &limit) == 0;
-  }
-
- private:
-  const Resource resource_;
-  rlimit before_{};
-};
-
 TEST(Shortage, DescriptorExhaustionFailsOnlyWhatNeedsDescriptors) {
   PosixProcessLauncher launcher(processEnvironment());
   const TemporaryFolder folder;
   const std::string path = folder.file("file", "");
-  LoweredLimit limit(RLIMIT_NOFILE);
-  ASSERT_TRUE(limit.set(64));
-  std::vector<std::unique_ptr<FileHandle>> all;
-  for (int descriptor = 0; (descriptor = ::open("/dev/null", O_WRONLY | O_CLOEXEC)) >= 0;) {
-    all.push_back(std::make_unique<FileHandle>(descriptor));
-  }
+  const ResourceLimit limit(RLIMIT_NOFILE, 64);
+  std::vector<std::shared_ptr<FileHandle>> all;
+  while (auto handle = FileHandle::forWriting("/dev/null")) all.push_back(std::move(handle));
   ASSERT_FALSE(all.empty());
 
   EXPECT_FALSE(Pipe::create());
@@ -77,19 +52,17 @@ TEST(Shortage, ThreadAndProcessExhaustionFailsLaunch) {
   if (isRoot) {
     ASSERT_EQ(::setresuid(65534, 65534, 0), 0);
   }
+  const auto request = program("/bin/sh", {"-c", "exit 3"});
   LaunchResult child;
   int failures = 0;
-  {
-    LoweredLimit limit(RLIMIT_NPROC);
-    // With a rising limit, first no thread can be created, then a thread but no process,
-    // and finally both.
-    for (rlim_t tasks = 0; !child.process && tasks < 5000 && limit.set(tasks); ++tasks) {
-      auto request = program("/bin/sh", {"-c", "exit 3"});
-      child = launcher.launch(request);
-      if (child.process) break;
-      ++failures;
-      EXPECT_EQ(child.error, "/bin/sh: " + description(EAGAIN));
-    }
+  // With a rising limit, first no thread can be created, then a thread but no process, and
+  // finally both.
+  for (rlim_t tasks = 0; !child.process && tasks < 5000; ++tasks) {
+    const ResourceLimit limit(RLIMIT_NPROC, tasks);
+    child = launcher.launch(request);
+    if (child.process) break;
+    ++failures;
+    EXPECT_EQ(child.error, "/bin/sh: " + description(EAGAIN));
   }
   if (isRoot) {
     ASSERT_EQ(::setresuid(0, 0, 0), 0);

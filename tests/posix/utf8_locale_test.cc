@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdlib>
 #include <map>
-#include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/posix_test_support.h"
 
@@ -21,60 +20,50 @@ constexpr const char *utf8Locale = "en_US.UTF-8";
 constexpr const char *utf8Locale = "C.UTF-8";
 #endif
 
-/// Sets the three locale variables for a test and restores the previous values.
+using Variables = std::map<std::string, std::string>;
+
+/// Returns those of the variables that determine the locale.
+Variables localeVariables() {
+  auto variables = processEnvironment();
+  std::erase_if(variables, [](const auto &variable) {
+    return variable.first != "LC_ALL" && variable.first != "LC_CTYPE" && variable.first != "LANG";
+  });
+  return variables;
+}
+
+void setLocaleVariables(const Variables &variables) {
+  for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) ::unsetenv(name);
+  for (const auto &[name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+/// Restores the locale variables after each test.
 class Utf8Locale : public testing::Test {
  public:
-  Utf8Locale() {
-    for (const char *name : names) {
-      const char *value = std::getenv(name);
-      before_[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-    }
-  }
-  ~Utf8Locale() override {
-    for (const auto &[name, value] : before_) {
-      ::unsetenv(name.c_str());
-      if (value) ::setenv(name.c_str(), value->c_str(), 1);
-    }
-  }
-
- protected:
-  using Variables = std::map<std::string, std::string>;
-
-  /// Sets the locale variables, calls ensureUtf8Locale and returns the new values.
-  Variables afterEnsure(const Variables &variables) {
-    for (const char *name : names) ::unsetenv(name);
-    for (const auto &[name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
-    ensureUtf8Locale();
-    Variables after;
-    for (const auto &[name, value] : processEnvironment()) {
-      if (before_.contains(name)) after[name] = value;
-    }
-    return after;
-  }
+  ~Utf8Locale() override { setLocaleVariables(before_); }
 
  private:
-  static constexpr std::array<const char *, 3> names{"LC_ALL", "LC_CTYPE", "LANG"};
-  std::map<std::string, std::optional<std::string>> before_;
+  const Variables before_ = localeVariables();
 };
 
-TEST_F(Utf8Locale, UnsetLocaleBecomesUtf8) {
-  EXPECT_EQ(afterEnsure({}), (Variables{{"LC_CTYPE", utf8Locale}}));
-}
-
-TEST_F(Utf8Locale, EmptyVariablesCountAsUnset) {
-  EXPECT_EQ(afterEnsure({{"LC_ALL", ""}, {"LC_CTYPE", ""}, {"LANG", ""}}),
-            (Variables{{"LC_ALL", ""}, {"LC_CTYPE", utf8Locale}, {"LANG", ""}}));
-}
-
-TEST_F(Utf8Locale, SetLocaleIsKept) {
-  for (const Variables &named : {Variables{{"LC_ALL", "C"}}, Variables{{"LC_CTYPE", "POSIX"}},
-                                 Variables{{"LANG", "nl_NL.ISO-8859-1"}}}) {
-    EXPECT_EQ(afterEnsure(named), named);
+TEST_F(Utf8Locale, OnlyUnsetOrEmptyLocaleBecomesUtf8) {
+  const std::vector<std::pair<Variables, Variables>> rows{
+      {{}, {{"LC_CTYPE", utf8Locale}}},
+      {{{"LC_ALL", ""}, {"LC_CTYPE", ""}, {"LANG", ""}},
+       {{"LC_ALL", ""}, {"LC_CTYPE", utf8Locale}, {"LANG", ""}}},
+      {{{"LC_ALL", "C"}}, {{"LC_ALL", "C"}}},
+      {{{"LC_CTYPE", "POSIX"}}, {{"LC_CTYPE", "POSIX"}}},
+      {{{"LANG", "nl_NL.ISO-8859-1"}}, {{"LANG", "nl_NL.ISO-8859-1"}}},
+  };
+  for (const auto &[variables, expected] : rows) {
+    setLocaleVariables(variables);
+    ensureUtf8Locale();
+    EXPECT_EQ(localeVariables(), expected);
   }
 }
 
 TEST_F(Utf8Locale, PsPrintsNonAsciiPaths) {
-  afterEnsure({});
+  setLocaleVariables({});
+  ensureUtf8Locale();
   PosixProcessLauncher launcher(processEnvironment());
   const std::string path = "/data é €/v3/server.mjs";
   // The shell is in the process list because it waits for ps.

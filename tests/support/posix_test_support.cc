@@ -69,6 +69,13 @@ bool hasZombie() {
 
 std::string description(int errorNumber) { return std::strerror(errorNumber); }
 
+std::string readLine(const FileHandle &handle) {
+  std::string line;
+  char character = 0;
+  while (::read(handle.descriptor(), &character, 1) == 1 && character != '\n') line += character;
+  return line;
+}
+
 std::string contentsOf(const std::filesystem::path &path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

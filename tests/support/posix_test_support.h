@@ -1,8 +1,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -35,6 +37,7 @@ Outcome run(ProcessLauncher &launcher, LaunchRequest request);
 /// Runs a command of /bin/sh to its end.
 Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
+/// Returns the request for a program.
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
 /// A launcher that sets `endsWithParent` of every request to the parameter of the test. On
@@ -57,11 +60,47 @@ inline std::string launcherName(const testing::TestParamInfo<bool> &endsWithPare
   return endsWithParent.param ? "EndsWithParent" : "Independent";
 }
 
+/// Lowers a soft resource limit of this process (setrlimit) during the lifetime of the object.
+class ResourceLimit {
+ public:
+  using Resource = decltype(RLIMIT_NOFILE);
+  ResourceLimit(Resource resource, rlim_t value) : resource_(resource) {
+    ::getrlimit(resource_, &before_);
+    const rlimit limit{value, before_.rlim_max};
+    ::setrlimit(resource_, &limit);
+  }
+  ~ResourceLimit() { ::setrlimit(resource_, &before_); }
+  ResourceLimit(const ResourceLimit &) = delete;
+  ResourceLimit &operator=(const ResourceLimit &) = delete;
+
+ private:
+  const Resource resource_;
+  rlimit before_{};
+};
+
+/// Makes writes fail beyond a file size during the lifetime of the object. Simulates a full
+/// disk without mounting a file system.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t maxFileSize) : limit_(RLIMIT_FSIZE, maxFileSize) {}
+  ~FullDisk() { std::signal(SIGXFSZ, handler_); }
+  FullDisk(const FullDisk &) = delete;
+  FullDisk &operator=(const FullDisk &) = delete;
+
+ private:
+  // The default action of the signal ends the process.
+  void (*const handler_)(int) = std::signal(SIGXFSZ, SIG_IGN);
+  const ResourceLimit limit_;
+};
+
 /// Returns the number of open descriptors of this process.
 int openDescriptors();
 /// Returns whether this process has a zombie child.
 bool hasZombie();
+/// Returns the system's description of an errno value.
 std::string description(int errorNumber);
+/// Reads up to the end of a line or of the file. Returns the text without the line feed.
+std::string readLine(const FileHandle &handle);
 /// Returns the bytes of a file; empty when it cannot be read.
 std::string contentsOf(const std::filesystem::path &path);
 
