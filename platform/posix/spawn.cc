@@ -20,11 +20,12 @@ class FileActions {
       addStream(plan.streams()[static_cast<std::size_t>(number)], number);
     }
     if (!plan.workingDirectory().empty()) {
-      note(::posix_spawn_file_actions_addchdir_np(&actions_, plan.workingDirectory().c_str()));
+      keepFirstError(
+          ::posix_spawn_file_actions_addchdir_np(&actions_, plan.workingDirectory().c_str()));
     }
     // On macOS, POSIX_SPAWN_CLOEXEC_DEFAULT does this.
 #if !defined(__APPLE__)
-    note(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
+    keepFirstError(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 #endif
   }
   ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
@@ -39,18 +40,17 @@ class FileActions {
   void addStream(int source, int number) {
     if (source == SpawnPlan::nullDevice) {
       const int mode = number == STDIN_FILENO ? O_RDONLY : O_WRONLY;
-      note(::posix_spawn_file_actions_addopen(&actions_, number, "/dev/null", mode, 0));
+      keepFirstError(::posix_spawn_file_actions_addopen(&actions_, number, "/dev/null", mode, 0));
     } else if (source != number) {
-      note(::posix_spawn_file_actions_adddup2(&actions_, source, number));
+      keepFirstError(::posix_spawn_file_actions_adddup2(&actions_, source, number));
     } else {
 #if defined(__APPLE__)
-      note(::posix_spawn_file_actions_addinherit_np(&actions_, number));
+      keepFirstError(::posix_spawn_file_actions_addinherit_np(&actions_, number));
 #endif
     }
   }
 
-  /// Keeps the first error.
-  void note(int error) {
+  void keepFirstError(int error) {
     if (error_ == 0) error_ = error;
   }
 

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t blockSize = std::size_t{64} * 1024;
 constexpr mode_t permissionBits = 0777;
 // Without these permissions the user could not replace or remove a folder.
-constexpr mode_t ownerOfFolder = 0700;
+constexpr mode_t ownerPermissions = 0700;
 
 using Reader = std::unique_ptr<archive, decltype(&archive_read_free)>;
 using Writer = std::unique_ptr<archive, decltype(&archive_write_free)>;
@@ -44,13 +44,13 @@ class Utf8Names {
   locale_t previous_{};
 };
 
-/// Whether a path below a folder stays below it.
+/// Returns whether a relative path, appended to a folder, leads to a place in that folder.
 bool staysBelow(const fs::path &path) {
   return !path.empty() && path.is_relative() &&
          std::find(path.begin(), path.end(), "..") == path.end();
 }
 
-/// Whether an entry may be extracted. ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS cannot
+/// Returns whether an entry may be extracted. ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS cannot
 /// check names, because entries are written to absolute paths. libarchive never checks
 /// the targets of links.
 bool isAllowed(archive_entry *entry) {
@@ -82,7 +82,7 @@ bool copyContents(archive *from, archive *to) {
 
 bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::path &folder) {
   if (!isAllowed(entry)) return false;
-  const mode_t needed = archive_entry_filetype(entry) == AE_IFDIR ? ownerOfFolder : 0;
+  const mode_t needed = archive_entry_filetype(entry) == AE_IFDIR ? ownerPermissions : 0;
   archive_entry_set_perm(entry, (archive_entry_perm(entry) & permissionBits) | needed);
   archive_entry_set_pathname(entry, (folder / archive_entry_pathname(entry)).c_str());
   return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to) &&

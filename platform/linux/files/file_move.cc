@@ -12,11 +12,12 @@ namespace orvel {
 
 namespace {
 
-/// Whether a call failed because the file system does not support it.
+/// Returns whether an errno value stands for an operation that a file system lacks.
 bool isUnsupported(int error) {
   return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
 }
 
+/// Returns zero, or -1 and sets errno.
 int moveWithoutReplacing(const std::string &from, const std::string &to) {
   struct stat status;
   if (::stat(from.c_str(), &status) != 0) return -1;

@@ -23,13 +23,14 @@ namespace fs = std::filesystem;
 /// Limits the wait for another replacement in the same parent folder.
 constexpr std::chrono::seconds lockTimeout{20};
 
+/// Removes a file or folder. Ignores errors.
 void discard(const fs::path &path) {
   std::error_code ignored;
   fs::remove_all(path, ignored);
 }
 
-/// Whether two paths are on the same device. Without RENAME_EXCHANGE the kernel returns EINVAL
-/// before EXDEV, so the devices are compared first.
+/// Returns whether two paths are on the same device. Without RENAME_EXCHANGE the kernel returns
+/// EINVAL before EXDEV, so the devices are compared first.
 bool onOneDevice(const fs::path &one, const fs::path &other) {
   struct stat first{};
   struct stat second{};
@@ -37,14 +38,14 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
          first.st_dev == second.st_dev;
 }
 
-/// Flushes the file system of a folder, so that the exchange survives a power failure with
-/// complete contents. Returns false after a disk error.
+/// Flushes the file system of a folder, so that the folder is complete after a power failure.
+/// Returns false after a disk error.
 bool writeToDisk(const fs::path &folder) {
   const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return ::syncfs(handle.descriptor()) == 0;
 }
 
-/// Exchanges two folders. Returns 0 or an errno.
+/// Exchanges two folders. Returns zero, or an errno value.
 int exchangeFolders(const fs::path &original, const fs::path &replacement) {
   if (!writeToDisk(replacement)) return EIO;
   const int result =
@@ -52,10 +53,13 @@ int exchangeFolders(const fs::path &original, const fs::path &replacement) {
   return result == 0 ? 0 : errno;
 }
 
-bool cannotExchange(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
+/// Returns whether the kernel or the file system lacks RENAME_EXCHANGE (renameat2(2)).
+bool isExchangeUnsupported(int error) {
+  return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
 
-/// Returns the path of a hidden sibling, which is on the same file system.
-fs::path beside(const fs::path &path, const std::string &extension) {
+/// Returns the path of a hidden entry next to a path, which is on the same file system.
+fs::path hiddenSibling(const fs::path &path, const std::string &extension) {
   return path.parent_path() / ("." + path.filename().string() + extension);
 }
 
@@ -80,8 +84,9 @@ bool copyFolder(const fs::path &from, const fs::path &to) {
   return !error;
 }
 
+/// Undoes the first rename when the second one fails.
 bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) {
-  const fs::path aside = beside(original, ".oud");
+  const fs::path aside = hiddenSibling(original, ".oud");
   std::error_code error;
   fs::rename(original, aside, error);
   if (error) return false;
@@ -94,12 +99,14 @@ bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) 
   return true;
 }
 
-bool replaceOnOneFileSystem(const fs::path &original, const fs::path &replacement, int error) {
-  if (error == 0) {
+/// Removes the old folder after a successful exchange. Otherwise replaces the folder by two
+/// renames if the exchange is not supported. `exchangeError` is zero or an errno value.
+bool finishReplacement(const fs::path &original, const fs::path &replacement, int exchangeError) {
+  if (exchangeError == 0) {
     discard(replacement);
     return true;
   }
-  return cannotExchange(error) && replaceByTwoRenames(original, replacement);
+  return isExchangeUnsupported(exchangeError) && replaceByTwoRenames(original, replacement);
 }
 
 }  // namespace
@@ -111,15 +118,15 @@ bool replaceFolder(const std::string &original, const std::string &replacement) 
   // A folder that is exchanged with itself would then be removed as the old one.
   std::error_code failure;
   if (fs::equivalent(original, replacement, failure) || failure) return false;
-  const fs::path copy = beside(original, ".nieuw");
+  const fs::path copy = hiddenSibling(original, ".nieuw");
   discard(copy);
-  discard(beside(original, ".oud"));
+  discard(hiddenSibling(original, ".oud"));
 
   const int error =
       onOneDevice(original, replacement) ? exchangeFolders(original, replacement) : EXDEV;
-  if (error != EXDEV) return replaceOnOneFileSystem(original, replacement, error);
+  if (error != EXDEV) return finishReplacement(original, replacement, error);
   const bool replaced = copyFolder(replacement, copy) &&
-                        replaceOnOneFileSystem(original, copy, exchangeFolders(original, copy));
+                        finishReplacement(original, copy, exchangeFolders(original, copy));
   discard(replaced ? fs::path(replacement) : copy);
   return replaced;
 }

@@ -2,15 +2,19 @@
 
 #include <glib.h>
 
+#include "base/ascii.h"
+
 namespace orvel {
 
 namespace {
 
 constexpr std::string_view hexDigits = "0123456789abcdef";
 
+/// A backslash and a letter that stand for a character (Desktop Entry Specification,
+/// section 4).
 struct Escape {
   char letter;
-  char meaning;
+  char character;
 };
 constexpr Escape escapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
 
@@ -20,9 +24,10 @@ void appendHex(std::string &value, unsigned char byte) {
   value += hexDigits[byte & 0xFU];
 }
 
-void appendCharacter(std::string &value, char character, bool atEdge) {
-  for (const auto &[letter, meaning] : escapes) {
-    if (character != meaning || (character == ' ' && !atEdge)) continue;
+/// A space is escaped only at an edge of the value, where GKeyFile would remove it.
+void appendCharacter(std::string &value, char character, bool isAtEdge) {
+  for (const auto &[letter, escaped] : escapes) {
+    if (character != escaped || (character == ' ' && !isAtEdge)) continue;
     value += '\\';
     value += letter;
     return;
@@ -59,12 +64,10 @@ std::optional<std::string> textOfKeyFileValue(std::string_view value) {
     }
     if (++at == value.size()) return std::nullopt;
     if (value[at] == 'x') {
-      if (at + 2 >= value.size() || !g_ascii_isxdigit(value[at + 1]) ||
-          !g_ascii_isxdigit(value[at + 2])) {
+      if (at + 2 >= value.size() || !isHexDigit(value[at + 1]) || !isHexDigit(value[at + 2])) {
         return std::nullopt;
       }
-      text += static_cast<char>(16 * g_ascii_xdigit_value(value[at + 1]) +
-                                g_ascii_xdigit_value(value[at + 2]));
+      text += static_cast<char>(16 * hexDigitValue(value[at + 1]) + hexDigitValue(value[at + 2]));
       at += 2;
       continue;
     }
@@ -73,7 +76,7 @@ std::optional<std::string> textOfKeyFileValue(std::string_view value) {
       if (escape.letter == value[at]) found = &escape;
     }
     if (found == nullptr) return std::nullopt;
-    text += found->meaning;
+    text += found->character;
   }
   return text;
 }

@@ -41,10 +41,10 @@ std::string keyName(std::string_view key) {
   return name;
 }
 
-/// The contents of the file.
+/// The result of reading the file.
 struct Loaded {
   KeyFile file{g_key_file_new()};
-  /// Whether the path has something that is not a key file.
+  /// Whether something other than a key file exists at the path.
   bool damaged = false;
   /// Whether the path could not be read.
   bool unreadable = false;
@@ -67,7 +67,7 @@ Loaded load(const std::string &path) {
   return loaded;
 }
 
-/// Moves a file aside without losing one that was moved there earlier.
+/// Renames a damaged file without replacing an earlier one.
 bool moveAside(const std::string &path) {
   std::string aside = path + ".damaged";
   for (int number = 2; ::access(aside.c_str(), F_OK) == 0; ++number) {

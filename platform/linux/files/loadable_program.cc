@@ -33,7 +33,7 @@ bool readAt(std::istream &file, ElfW(Off) offset, Value *value, std::size_t size
       file.read(reinterpret_cast<char *>(value), static_cast<std::streamsize>(size)));
 }
 
-/// Whether the dynamic section names audit libraries. The loader runs their
+/// Returns whether the dynamic section names audit libraries or is malformed. The loader runs their
 /// constructors even in trace mode.
 bool hasAuditLibrary(std::istream &file, const ElfW(Phdr) & dynamic) {
   for (ElfW(Off) offset = 0; offset + sizeof(ElfW(Dyn)) <= dynamic.p_filesz;
@@ -89,10 +89,10 @@ std::optional<std::string> outputOf(ProcessLauncher &processes, LaunchRequest re
   return output;
 }
 
-/// Looks for glibc's messages about a missing library, a missing symbol version, and an
-/// undefined symbol of the program itself. Undefined symbols of system libraries are
-/// ignored: they may never be called.
-bool namesSomethingMissing(const std::string &output, const std::string &program) {
+/// Returns whether the output of the dynamic loader has one of glibc's messages about a missing
+/// library, a missing symbol version or an undefined symbol of the program itself. Undefined
+/// symbols of system libraries are ignored: they may never be called.
+bool reportsMissingDependency(const std::string &output, const std::string &program) {
   std::istringstream lines(output);
   for (std::string line; std::getline(lines, line);) {
     if (line.ends_with(" => not found") ||
@@ -124,7 +124,7 @@ bool isLoadableProgram(ProcessLauncher &processes, const std::string &program) {
   request.environmentChanges["LD_WARN"] = "1";
   request.environmentChanges["LD_BIND_NOW"] = "1";
   const auto trace = outputOf(processes, request);
-  return trace && !namesSomethingMissing(*trace, program);
+  return trace && !reportsMissingDependency(*trace, program);
 }
 
 }  // namespace orvel

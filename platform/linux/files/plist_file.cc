@@ -15,7 +15,7 @@ namespace orvel {
 namespace {
 
 // Nesting depths of elements.
-constexpr int listDepth = 1;
+constexpr int plistDepth = 1;
 constexpr int dictionaryDepth = 2;
 constexpr int entryDepth = 3;
 
@@ -26,7 +26,7 @@ class PlistReader {
   /// Handles a start tag. Returns false when the element is not allowed here.
   bool start(std::string_view element) {
     ++depth_;
-    if (depth_ == listDepth) return element == "plist";
+    if (depth_ == plistDepth) return element == "plist";
     if (depth_ == dictionaryDepth) return element == "dict" && !std::exchange(hasDictionary_, true);
     if (depth_ > entryDepth) return isContainer_;
     constexpr std::array<std::string_view, 7> scalars{"string", "data", "date", "integer",
@@ -81,15 +81,21 @@ void failUnless(bool isValid, GError **error) {
 }
 
 const GMarkupParser callbacks{
-    [](GMarkupParseContext *, const char *element, const char **, const char **, gpointer reader,
-       GError **error) { failUnless(static_cast<PlistReader *>(reader)->start(element), error); },
-    [](GMarkupParseContext *, const char *element, gpointer reader, GError **error) {
-      failUnless(static_cast<PlistReader *>(reader)->end(element), error);
-    },
-    [](GMarkupParseContext *, const char *text, gsize size, gpointer reader, GError **error) {
-      failUnless(static_cast<PlistReader *>(reader)->add({text, size}), error);
-    },
-    nullptr, nullptr};
+    .start_element =
+        [](GMarkupParseContext *, const char *element, const char **, const char **,
+           gpointer reader, GError **error) {
+          failUnless(static_cast<PlistReader *>(reader)->start(element), error);
+        },
+    .end_element =
+        [](GMarkupParseContext *, const char *element, gpointer reader, GError **error) {
+          failUnless(static_cast<PlistReader *>(reader)->end(element), error);
+        },
+    .text =
+        [](GMarkupParseContext *, const char *text, gsize size, gpointer reader, GError **error) {
+          failUnless(static_cast<PlistReader *>(reader)->add({text, size}), error);
+        },
+    .passthrough = nullptr,
+    .error = nullptr};
 
 }  // namespace
 

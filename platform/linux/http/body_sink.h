@@ -14,7 +14,7 @@ class BodySink {
  public:
   virtual ~BodySink() = default;
 
-  /// Whether the sink can store a body. False when its file could not be created.
+  /// Returns whether the sink can store a body: false when its file could not be created.
   virtual bool isReady() const = 0;
   /// Stores a block. Returns false when it cannot; the body has then failed.
   virtual bool append(std::string_view block) = 0;

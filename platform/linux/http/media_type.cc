@@ -16,8 +16,10 @@ namespace orvel {
 
 namespace {
 
+// The limit of a type's XML file, in bytes.
 constexpr std::size_t maxFileSize = std::size_t{4} * 1024 * 1024;
 
+// For these types the first extension in the database is not the usual one.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 4> preferredExtensions{{
     {"audio/ogg", "ogg"},
     {"text/calendar", "ics"},
@@ -66,7 +68,7 @@ void readDescription(const std::string &xml, Extensions &extensions) {
                           const char **values, gpointer found, GError **) {
     if (std::string_view(name) != "glob") return;
     std::string_view pattern;
-    int weight = 50;
+    int weight = 50;  // The default of the database format.
     for (; *names != nullptr; ++names, ++values) {
       if (std::string_view(*names) == "pattern") pattern = *values;
       if (std::string_view(*names) == "weight") weight = std::atoi(*values);

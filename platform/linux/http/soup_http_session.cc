@@ -16,6 +16,7 @@ namespace {
 
 // High limit, so that requests never queue for a connection.
 constexpr int maxConnections = 1024;
+// The limit of a body in memory.
 constexpr std::size_t maxTextSize = std::size_t{64} * 1024 * 1024;
 
 GObjectPointer<SoupSession> newSession() {
@@ -42,8 +43,8 @@ void registerTypes() {
   newSession();
 }
 
-/// Whether a host is a loopback address, which is never reached through a proxy.
-bool isThisMachine(const std::string &host) {
+/// Returns whether a host is this machine, which is never reached through a proxy.
+bool isLoopback(const std::string &host) {
   return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
 
@@ -131,7 +132,7 @@ void SoupHttpSession::run() {
 void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
                             std::function<void(const SoupTask &)> ended) {
   ++unfinished_;
-  const auto &session = isThisMachine(request.url.host) ? sessions_->direct : sessions_->proxied;
+  const auto &session = isLoopback(request.url.host) ? sessions_->direct : sessions_->proxied;
   auto task = std::make_unique<SoupTask>(request, sink);
   SoupTask &started = *task;
   tasks_.insert(std::move(task));

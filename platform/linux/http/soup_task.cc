@@ -23,8 +23,8 @@ void release(GSource *source) {
   g_source_unref(source);
 }
 
-/// Whether a field has a valid name (RFC 9110, section 5.6.2) and a value without CR, LF and
-/// NUL (section 5.5).
+/// Returns whether a field has a valid name (RFC 9110, section 5.6.2) and a value without CR, LF
+/// and NUL (section 5.5).
 bool isSendable(const std::pair<std::string, std::string> &field) {
   const auto &[name, value] = field;
   return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
@@ -33,7 +33,7 @@ bool isSendable(const std::pair<std::string, std::string> &field) {
   }) && value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
-/// Makes a source that calls its callback at its ready time (g_source_set_ready_time).
+/// Returns a new source that calls its callback at its ready time (g_source_set_ready_time).
 GSource *makeTimeoutSource() {
   static GSourceFuncs functions{nullptr,
                                 nullptr,
@@ -45,6 +45,7 @@ GSource *makeTimeoutSource() {
   return g_source_new(&functions, sizeof(GSource));
 }
 
+/// Returns whether a URI has the scheme http or https and a host.
 bool isHttp(GUri *uri) {
   if (uri == nullptr) return false;
   const std::string_view scheme = g_uri_get_scheme(uri);
@@ -207,7 +208,7 @@ void SoupTask::readMore() {
 }
 
 void SoupTask::bodyArrived(GAsyncResult *result) {
-  if (!take(g_input_stream_read_finish(stream_.get(), result, nullptr))) return;
+  if (!handleRead(g_input_stream_read_finish(stream_.get(), result, nullptr))) return;
   // Reads what has already arrived without returning to the main loop, because polling
   // between the blocks of a large file costs more than the reads.
   for (int read = 0; read < maxReadsPerTurn && canPoll(stream_.get()); ++read) {
@@ -218,13 +219,13 @@ void SoupTask::bodyArrived(GAsyncResult *result) {
     const bool hasToWait = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK);
     g_clear_error(&failure);
     if (hasToWait) break;
-    if (!take(size)) return;
+    if (!handleRead(size)) return;
   }
   restartTimeout();
   readMore();
 }
 
-bool SoupTask::take(gssize size) {
+bool SoupTask::handleRead(gssize size) {
   if (size > 0 && sink_.append({block_.get(), static_cast<std::size_t>(size)})) {
     received_ += size;
     return true;

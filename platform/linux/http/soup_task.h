@@ -60,7 +60,8 @@ class SoupTask {
   /// Handles the result of a read: the number of bytes, 0 at the end of the body, negative
   /// after an error. Returns false when the request has ended; the task may then be
   /// destroyed.
-  bool take(gssize size);
+  bool handleRead(gssize size);
+  /// Returns whether the body that libsoup has read to its end is complete.
   bool bodyIsWhole();
   void finish(bool hasWholeBody);
 

@@ -24,6 +24,7 @@ std::string toUtf8(const std::string &bytes) {
   return text ? std::string(text.get(), size) : std::string();
 }
 
+/// Returns the parameter "filename", or the decoded "filename*", which has precedence.
 std::string filenameParameter(const std::string &disposition) {
   const std::unique_ptr<GHashTable, void (*)(GHashTable *)> parameters(
       soup_header_parse_semi_param_list(disposition.c_str()), soup_header_free_param_list);
@@ -31,8 +32,8 @@ std::string filenameParameter(const std::string &disposition) {
   return name != nullptr ? static_cast<const char *>(name) : "";
 }
 
-/// Renames every "filename*" to an unknown parameter. Like libsoup, allows any white space
-/// between the name and its "=".
+/// Returns the field with every "filename*" renamed to an unknown parameter. Like libsoup, allows
+/// any white space between the name and its "=".
 std::string withoutExtendedParameters(std::string disposition) {
   for (auto at = disposition.find('*'); at != std::string::npos;
        at = disposition.find('*', at + 1)) {
