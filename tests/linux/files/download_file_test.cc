@@ -1,9 +1,7 @@
-// The file that a download is written to.
-
 #include "platform/linux/files/download_file.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -18,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-/// A file without a name (O_TMPFILE) or a hidden one.
+/// Tests of both kinds of files: without a name (O_TMPFILE) and hidden.
 class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
  protected:
   DownloadFile makeFile() const { return DownloadFile({folder_.path()}, GetParam()); }
@@ -27,7 +25,7 @@ class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
   const std::string target_ = folder_.path() / "target";
 };
 
-TEST_P(DownloadFiles, FileIsReadByPathAndMoved) {
+TEST_P(DownloadFiles, FileIsReadableByPathAndMovable) {
   DownloadFile file = makeFile();
   ASSERT_TRUE(file.isOpen());
   EXPECT_TRUE(file.write("one "));
@@ -43,9 +41,16 @@ TEST_P(DownloadFiles, FileIsReadByPathAndMoved) {
   EXPECT_EQ(contentsOf(target_), "one two");
 }
 
+TEST_P(DownloadFiles, FileModeFollowsUmask) {
+  const mode_t mask = ::umask(027);
+  EXPECT_EQ(moveFile(makeFile().path(), target_), MoveResult::moved);
+  ::umask(mask);
+  EXPECT_EQ(fs::status(target_).permissions(), fs::perms(0640));
+}
+
 TEST_P(DownloadFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
   if (!inChild(disableHardLinks).value_or(false)) {
-    GTEST_SKIP() << "seccomp filters are not allowed";
+    GTEST_SKIP() << "seccomp filters are not permitted";
   }
   for (const bool hasLinks : {true, false}) {
     const auto done = inChild([&] {
@@ -88,20 +93,23 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, DownloadFiles,
 
 TEST(DownloadFile, KilledProcessLeavesNoUnnamedFile) {
   const TemporaryFolder folder;
-  const auto ended = inChild([&] {
+  const auto result = inChild([&] {
     DownloadFile file({folder.path()});
     file.write("contents");
     return ::raise(SIGKILL) == 0;
   });
-  EXPECT_EQ(ended, std::nullopt) << "was not killed";
+  EXPECT_EQ(result, std::nullopt) << "the child was not killed";
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(DownloadFile, FolderThatIsNotWritableLeavesFileClosed) {
+TEST(DownloadFile, FileIsCreatedInFirstUsableFolder) {
   const TemporaryFolder folder;
-  EXPECT_FALSE(DownloadFile({}).isOpen());
-  EXPECT_FALSE(DownloadFile({folder.path() / "missing"}).isOpen());
-  EXPECT_FALSE(DownloadFile({folder.file("file", "x")}).isOpen());
+  const std::string missing = folder.path() / "missing";
+  const std::string file = folder.file("file", "x");
+  for (const std::vector<std::string> &unusable : {std::vector<std::string>{}, {missing}, {file}}) {
+    EXPECT_FALSE(DownloadFile(unusable).isOpen());
+  }
+  EXPECT_TRUE(DownloadFile({missing, file, folder.path()}).isOpen());
 }
 
 }  // namespace

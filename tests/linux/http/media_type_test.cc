@@ -1,10 +1,9 @@
-// The usual file name extension of a media type.
-
 #include "platform/linux/http/media_type.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -13,31 +12,24 @@
 namespace orvel {
 namespace {
 
-/// Makes GIO use other MIME folders during the lifetime of the object.
-class MediaTypeFolders {
- public:
-  explicit MediaTypeFolders(const std::vector<std::string> &folders) {
-    std::vector<const char *> paths;
-    for (const std::string &folder : folders) paths.push_back(folder.c_str());
-    paths.push_back(nullptr);
-    g_content_type_set_mime_dirs(paths.data());
-  }
-  ~MediaTypeFolders() { g_content_type_set_mime_dirs(nullptr); }
-  MediaTypeFolders(const MediaTypeFolders &) = delete;
-  MediaTypeFolders &operator=(const MediaTypeFolders &) = delete;
-};
-
 class MediaType : public testing::Test {
+ public:
+  ~MediaType() override { g_content_type_set_mime_dirs(nullptr); }
+
  protected:
-  /// Writes the description of a type in the format of the shared MIME database.
+  /// Adds a type to a folder of the database (Shared MIME-info Database, section 2.2).
   void describe(const std::string &folder, const std::string &type, const std::string &globs) {
     const auto path = folder_.path() / folder / (type + ".xml");
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path) << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<mime-type type=\"" << type
                         << "\">" << globs << "</mime-type>\n";
   }
+  /// Returns the extension of a type in the database of this test.
   std::optional<std::string> extensionOf(const std::string &type) const {
-    const MediaTypeFolders folders({folder_.path() / "user", folder_.path() / "system"});
+    const std::string user = folder_.path() / "user";
+    const std::string system = folder_.path() / "system";
+    const std::array<const char *, 3> folders{user.c_str(), system.c_str(), nullptr};
+    g_content_type_set_mime_dirs(folders.data());
     return usualExtension(type);
   }
 
@@ -49,6 +41,7 @@ TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
            "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
            "<glob pattern=\"*.two\" weight=\"50\"/>");
   EXPECT_EQ(extensionOf("a/b"), "one");
+  // The default weight is 50.
   describe("user", "a/b", R"(<glob pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "one");
   describe("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
