@@ -148,13 +148,10 @@ TEST_P(ChildExit, ReusedProcessIdGetsNoSignal) {
 #endif
 
 TEST_P(ChildExit, InheritedIgnoredSigchldKeepsStatus) {
-  struct sigaction ignore{};
-  ignore.sa_handler = SIG_IGN;
-  struct sigaction before{};
-  ::sigaction(SIGCHLD, &ignore, &before);
+  auto *const handlerBefore = std::signal(SIGCHLD, SIG_IGN);
   LauncherUnderTest launcher(GetParam());
   EXPECT_EQ(runShell(launcher, "exit 3").status, 3);
-  ::sigaction(SIGCHLD, &before, nullptr);
+  std::signal(SIGCHLD, handlerBefore);
 }
 
 TEST_P(ChildExit, ChildReapedElsewhereEnds) {

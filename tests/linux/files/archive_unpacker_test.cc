@@ -1,10 +1,6 @@
-// Unpacking of release archives.
-
 #include "platform/linux/files/archive_unpacker.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 #include "platform/posix/posix_process_launcher.h"
 #include "tests/linux/files/forked_child.h"
@@ -20,6 +16,7 @@ using namespace posix_test;
 
 const std::string programName = "Orvel OS.app/Contents/Linux/orvel-os";
 
+/// Returns the entries of a release.
 std::vector<ZipEntry> release(const std::string &program = releaseProgram(),
                               unsigned permissions = 0755) {
   return {zipFolder("Orvel OS.app/"), zipFile("Orvel OS.app/Contents/Info.plist", "information"),
@@ -29,19 +26,20 @@ std::vector<ZipEntry> release(const std::string &program = releaseProgram(),
 
 class ArchiveUnpacking : public testing::Test {
  protected:
-  ArchiveUnpacking() { fs::create_directories(working_); }
-
   void emptyWorkingFolder() const {
     fs::remove_all(working_);
     fs::create_directories(working_);
+  }
+  /// Unpacks the archive into an empty working folder.
+  void unpack() const {
+    emptyWorkingFolder();
+    unpacker_.unpack(archive_, working_);
   }
   void unpack(const std::vector<ZipEntry> &entries) const {
     writeZip(archive_, entries);
     unpack();
   }
-  void unpack() const { unpacker_.unpack(archive_, working_); }
   void expectRejected(const std::vector<ZipEntry> &entries) const {
-    emptyWorkingFolder();
     unpack(entries);
     EXPECT_FALSE(fs::exists(fs::symlink_status(bundle_)));
   }
@@ -79,43 +77,38 @@ TEST_F(ArchiveUnpacking, PartiallyUnpackableArchiveLeavesNoBundle) {
   entries.push_back(zipLink("zzz", "/etc"));
   expectRejected(entries);
   writeZip(archive_, release());
-  const std::string whole = contentsOf(archive_);
-  emptyWorkingFolder();
-  std::ofstream(archive_, std::ios::binary) << whole.substr(0, whole.size() - 1);
+  fs::resize_file(archive_, fs::file_size(archive_) - 1);
   unpack();
   EXPECT_FALSE(fs::exists(bundle_));
 }
 
 TEST_F(ArchiveUnpacking, MissingWorkingFolderIsNotCreated) {
   writeZip(archive_, release());
-  fs::remove_all(working_);
-  unpack();
+  unpacker_.unpack(archive_, working_);
   EXPECT_FALSE(fs::exists(working_));
 }
 
 TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
   unpack(release());
   const Tree whole = treeOf(bundle_);
-  int kills = 0;
   bool sawNone = false;
-  for (int number = 1;; ++number) {
+  int number = 1;
+  for (;; ++number) {
     emptyWorkingFolder();
     const ChildEnd end = killAtSystemCall(number, [this] {
-      unpack();
+      unpacker_.unpack(archive_, working_);
       return true;
     });
-    if (end == ChildEnd::notTraceable) GTEST_SKIP() << "ptrace is not allowed";
+    if (end == ChildEnd::notTraceable) GTEST_SKIP() << "ptrace is not permitted";
     const Tree left = treeOf(bundle_);
-    if (left.empty()) sawNone = true;
+    sawNone = sawNone || left.empty();
     ASSERT_TRUE(left.empty() || left == whole) << "killed at system call " << number;
-    if (end != ChildEnd::killed) {
-      EXPECT_EQ(end, ChildEnd::succeeded);
-      EXPECT_EQ(left, whole);
-      break;
-    }
-    ++kills;
+    if (end == ChildEnd::killed) continue;
+    EXPECT_EQ(end, ChildEnd::succeeded);
+    EXPECT_EQ(left, whole);
+    break;
   }
-  EXPECT_GT(kills, 20);
+  EXPECT_GT(number, 20);
   EXPECT_TRUE(sawNone);
 }
 

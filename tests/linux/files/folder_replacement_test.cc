@@ -1,19 +1,17 @@
-// Folder replacement under adverse conditions.
+// Folder replacement after failures, without permissions and by several threads.
 
 #include "platform/linux/files/folder_replacement.h"
 
-#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <fstream>
+#include <future>
 #include <memory>
-#include <thread>
 
 #include "platform/posix/replaceable_folder.h"
 #include "tests/linux/files/forked_child.h"
@@ -42,6 +40,13 @@ bool enterMountNamespace() {
 class FolderReplacement : public testing::Test {
  protected:
   FolderReplacement() { fs::create_directories(applications_); }
+  ~FolderReplacement() override {
+    // Permits the removal of the temporary folder.
+    std::error_code ignored;
+    for (const fs::path &path : {applications_, original_}) {
+      fs::permissions(path, fs::perms::owner_all, ignored);
+    }
+  }
 
   bool replace(const fs::path &replacement) const { return replaceFolder(original_, replacement); }
   bool replace() const { return replace(replacement_); }
@@ -51,9 +56,13 @@ class FolderReplacement : public testing::Test {
     EXPECT_EQ(treeOf(original_), tree);
     EXPECT_TRUE(nothingIsLeftBeside());
   }
-  /// Lets a test that runs as root change the owner before `becomeOrdinaryUser`.
-  void giveToOrdinaryUser(const fs::path &path) const {
-    if (::geteuid() == 0) ::lchown(path.c_str(), 65534, 65534);
+  /// Changes the owner of a folder and its contents for `becomeOrdinaryUser`.
+  void giveToOrdinaryUser(const fs::path &folder) const {
+    if (::geteuid() != 0) return;
+    ::chown(folder.c_str(), ordinaryUser, ordinaryUser);
+    for (const auto &entry : fs::recursive_directory_iterator(folder)) {
+      ::lchown(entry.path().c_str(), ordinaryUser, ordinaryUser);
+    }
   }
 
   const TemporaryFolder folder_;
@@ -61,41 +70,38 @@ class FolderReplacement : public testing::Test {
   const fs::path applications_ = folder_.path() / "Applications";
   const fs::path original_ = applications_ / "Orvel OS.app";
   const fs::path replacement_ = folder_.path() / "unpacked";
+  /// A replacement on another file system, which is copied. Empty without such a system.
+  const fs::path distant_ = elsewhere_ ? elsewhere_->path() / "unpacked" : fs::path();
+  const std::vector<fs::path> replacements_ =
+      elsewhere_ ? std::vector{replacement_, distant_} : std::vector{replacement_};
 };
 
-/// The replacement is on another file system, so it is copied.
 class FolderReplacementCopy : public FolderReplacement {
  protected:
   void SetUp() override {
     if (!elsewhere_) GTEST_SKIP() << "no second writable file system";
-    distant_ = elsewhere_->path() / "unpacked";
   }
-
-  fs::path distant_;
 };
 
 TEST_F(FolderReplacement, RemainsOfEarlierReplacementAreRemoved) {
-  makeTree(original_, "old");
-  makeTree(applications_ / ".Orvel OS.app.nieuw", "stale");
-  makeTree(applications_ / ".Orvel OS.app.oud", "older");
-  const Tree expected = makeTree(replacement_, "new");
-  EXPECT_TRUE(replace());
-  expectAtPath(expected);
+  for (const fs::path &replacement : replacements_) {
+    fs::remove_all(original_);
+    makeTree(original_, "old");
+    makeTree(applications_ / ".Orvel OS.app.nieuw", "stale");
+    makeTree(applications_ / ".Orvel OS.app.oud", "older");
+    const Tree expected = makeTree(replacement, "new");
+    EXPECT_TRUE(replace(replacement));
+    expectAtPath(expected);
+  }
 }
 
-TEST_F(FolderReplacementCopy, RemainsOfEarlierCopyAreNotMixedIn) {
+TEST_F(FolderReplacementCopy, SymbolicLinkAtPathOfCopyIsNotFollowed) {
   makeTree(original_, "old");
-  makeTree(applications_ / ".Orvel OS.app.nieuw", "stale");
-  const Tree first = makeTree(distant_, "new");
-  EXPECT_TRUE(replace(distant_));
-  expectAtPath(first);
-
-  // A symbolic link at the path of the copy is not followed.
   const Tree bystander = makeTree(folder_.path() / "bystander", "bystander");
   fs::create_symlink(folder_.path() / "bystander", applications_ / ".Orvel OS.app.nieuw");
-  const Tree second = makeTree(distant_, "newer");
+  const Tree expected = makeTree(distant_, "new");
   EXPECT_TRUE(replace(distant_));
-  expectAtPath(second);
+  expectAtPath(expected);
   EXPECT_EQ(treeOf(folder_.path() / "bystander"), bystander);
 }
 
@@ -124,13 +130,10 @@ TEST_F(FolderReplacementCopy, SpecialFileFailsCopy) {
 TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   const Tree expected = makeTree(distant_, "new");
-  EXPECT_EQ(inChild([this] {
-              // Simulates a full disk without mounting a file system.
-              ::signal(SIGXFSZ, SIG_IGN);
-              const rlimit limit{10'000, 10'000};
-              return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && !replace(distant_);
-            }),
-            true);
+  {
+    const FullDisk fullDisk(10'000);
+    EXPECT_FALSE(replace(distant_));
+  }
   expectAtPath(old);
   EXPECT_TRUE(replace(distant_));
   expectAtPath(expected);
@@ -138,43 +141,38 @@ TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
 
 TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
-  const Tree replacing = makeTree(replacement_, "new");
-  if (elsewhere_) makeTree(elsewhere_->path() / "unpacked", "new");
+  Tree unpacked;
+  for (const fs::path &replacement : replacements_) unpacked = makeTree(replacement, "new");
   fs::permissions(applications_, fs::perms(0555));
-  for (const auto &place : {folder_.path(), elsewhere_ ? elsewhere_->path() : folder_.path()}) {
-    giveToOrdinaryUser(place);
-    for (const auto &entry : fs::recursive_directory_iterator(place)) giveToOrdinaryUser(entry);
-  }
-  const auto refused = [&](const Task &task) {
+  const auto isRefused = [&](const fs::path &replacement, const Task &preparation) {
     return inChild([&] {
-      if (!becomeOrdinaryUser()) giveUp();
-      return !task();
+      if (!becomeOrdinaryUser() || !preparation()) giveUp();
+      return !replace(replacement);
     });
   };
-  const auto outcome = refused([this] { return replace(); });
-  if (!outcome) GTEST_SKIP() << "root cannot become an ordinary user";
-  EXPECT_EQ(outcome, true);
-  EXPECT_EQ(refused([this] { return disableRenameExchange() && replace(); }), true);
-  if (elsewhere_) {
-    EXPECT_EQ(refused([this] { return replace(elsewhere_->path() / "unpacked"); }), true);
+  for (const fs::path &replacement : replacements_) {
+    giveToOrdinaryUser(replacement.parent_path());
+    const auto isRefusedWithExchange = isRefused(replacement, [] { return true; });
+    if (!isRefusedWithExchange) GTEST_SKIP() << "root cannot become an ordinary user";
+    EXPECT_EQ(isRefusedWithExchange, true);
+    EXPECT_NE(isRefused(replacement, disableRenameExchange), false);
+    expectAtPath(old);
+    EXPECT_EQ(treeOf(replacement), unpacked);
   }
-  expectAtPath(old);
-  EXPECT_EQ(treeOf(replacement_), replacing);
-  fs::permissions(applications_, fs::perms(0755));
 }
 
 TEST_F(FolderReplacement, FailedSyncKeepsOriginal) {
-  if (!inChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not allowed";
+  if (!inChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not permitted";
   const Tree old = makeTree(original_, "old");
-  const Tree replacing = makeTree(replacement_, "new");
+  const Tree unpacked = makeTree(replacement_, "new");
   EXPECT_EQ(inChild([this] { return disableSync() && !replace(); }), true);
   expectAtPath(old);
-  EXPECT_EQ(treeOf(replacement_), replacing);
+  EXPECT_EQ(treeOf(replacement_), unpacked);
 }
 
 TEST_F(FolderReplacement, MountPointIsNotReplaced) {
   makeTree(original_, "below the mount");
-  const Tree replacing = makeTree(replacement_, "new");
+  const Tree unpacked = makeTree(replacement_, "new");
   const auto outcome = inChild([&] {
     if (!enterMountNamespace() || ::mount("none", original_.c_str(), "tmpfs", 0, nullptr) != 0) {
       giveUp();
@@ -182,120 +180,159 @@ TEST_F(FolderReplacement, MountPointIsNotReplaced) {
     const Tree old = makeTree(original_, "mounted");
     return !replace() && treeOf(original_) == old && nothingIsLeftBeside();
   });
-  if (!outcome) GTEST_SKIP() << "mounting is not allowed";
+  if (!outcome) GTEST_SKIP() << "mounting is not permitted";
   EXPECT_EQ(outcome, true);
-  EXPECT_EQ(treeOf(replacement_), replacing);
+  EXPECT_EQ(treeOf(replacement_), unpacked);
 }
 
-TEST_F(FolderReplacement, ReadOnlyParentOrBundleCannotBeReplaced) {
+TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
   makeTree(original_, "old");
-  fs::permissions(folder_.path(), fs::perms(0755));
-  // A symbolic link in a writable folder to a bundle that is not writable.
-  const fs::path link = folder_.path() / "link";
+  const fs::path link = folder_.path() / "link in a writable folder";
   fs::create_symlink(original_, link);
-  const auto canReplace = [&](const fs::path &path, fs::perms parent, fs::perms bundle) {
-    fs::permissions(applications_, parent);
-    fs::permissions(original_, bundle);
-    return inChild([&] {
-      if (!becomeOrdinaryUser()) giveUp();
-      return canReplaceFolder(path);
-    });
+  giveToOrdinaryUser(folder_.path());
+  struct Row {
+    unsigned modeOfParent;
+    unsigned mode;
+    bool canBeReplaced;
   };
-  for (const fs::path &path : {applications_, original_}) giveToOrdinaryUser(path);
-  const auto both = canReplace(original_, fs::perms(0755), fs::perms(0755));
-  if (!both) GTEST_SKIP() << "root cannot become an ordinary user";
-  EXPECT_EQ(both, true);
-  EXPECT_EQ(canReplace(link, fs::perms(0755), fs::perms(0755)), true);
-  for (const fs::path &path : {original_, link}) {
-    EXPECT_EQ(canReplace(path, fs::perms(0555), fs::perms(0755)), false);
-    EXPECT_EQ(canReplace(path, fs::perms(0755), fs::perms(0555)), false);
+  for (const Row &row : {Row{0755, 0755, true}, Row{0555, 0755, false}, Row{0755, 0555, false}}) {
+    fs::permissions(applications_, fs::perms(row.modeOfParent));
+    fs::permissions(original_, fs::perms(row.mode));
+    for (const fs::path &path : {original_, link}) {
+      const auto outcome = inChild([&] {
+        if (!becomeOrdinaryUser()) giveUp();
+        return canReplaceFolder(path);
+      });
+      if (!outcome) GTEST_SKIP() << "root cannot become an ordinary user";
+      EXPECT_EQ(outcome, row.canBeReplaced)
+          << path << std::oct << " " << row.mode << " in " << row.modeOfParent;
+    }
   }
-  fs::permissions(applications_, fs::perms(0755));
-  fs::permissions(original_, fs::perms(0755));
 }
 
-TEST_F(FolderReplacement, ReadOnlyFileSystemCannotBeReplacedByRoot) {
+TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
   makeTree(original_, "old");
+  const auto mountHere = [this](unsigned long flags) {
+    const char *path = applications_.c_str();
+    return ::mount(path, path, nullptr, flags, nullptr) == 0;
+  };
   const auto outcome = inChild([&] {
-    if (!enterMountNamespace() ||
-        ::mount(applications_.c_str(), applications_.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-      giveUp();
-    }
+    if (!enterMountNamespace() || !mountHere(MS_BIND)) giveUp();
     const bool before = canReplaceFolder(original_);
-    if (::mount(nullptr, applications_.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY,
-                nullptr) != 0) {
-      giveUp();
-    }
+    if (!mountHere(MS_BIND | MS_REMOUNT | MS_RDONLY)) giveUp();
     return before && !canReplaceFolder(original_);
   });
-  if (!outcome) GTEST_SKIP() << "mounting is not allowed";
+  if (!outcome) GTEST_SKIP() << "mounting is not permitted";
   EXPECT_EQ(outcome, true);
-}
-
-TEST_F(FolderReplacement, RunningProgramOfReplacedFolderContinues) {
-  makeTree(original_, "old");
-  const Tree expected = makeTree(replacement_, "new");
-  const fs::path program = original_ / "Contents" / "Linux" / "running";
-  fs::copy_file("/bin/sleep", program);
-  PosixProcessLauncher launcher(processEnvironment());
-  const LaunchResult child = launcher.launch(posix_test::program(program, {"60"}));
-  ASSERT_TRUE(child.process) << child.error;
-  EXPECT_TRUE(replace());
-  expectAtPath(expected);
-  EXPECT_TRUE(child.process->isRunning());
-  child.process->terminate();
-  child.process->waitUntilExit();
-  EXPECT_EQ(child.process->terminationStatus(), SIGTERM);
 }
 
 TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   makeTree(original_, "old");
   makeTree(original_ / "inner", "new");
   const Tree old = treeOf(original_);
-  // The first rename moves the inner folder along with the outer one.
+  // The first rename also moves the inner folder, so the second one does not find it.
   EXPECT_FALSE(replace(original_ / "inner"));
   expectAtPath(old);
 }
 
-TEST_F(FolderReplacement, FolderIsReplacedWithoutRenameExchange) {
-  if (!inChild(disableRenameExchange).value_or(false)) {
-    GTEST_SKIP() << "seccomp filters are not allowed";
-  }
-  std::vector<fs::path> replacements{replacement_};
-  if (elsewhere_) replacements.push_back(elsewhere_->path() / "unpacked");
-  for (const fs::path &replacement : replacements) {
-    fs::remove_all(original_);
-    makeTree(original_, "old");
-    makeTree(applications_ / ".Orvel OS.app.oud", "older");
-    const Tree expected = makeTree(replacement, "new");
-    EXPECT_EQ(inChild([&] { return disableRenameExchange() && replace(replacement); }), true);
-    expectAtPath(expected);
-    EXPECT_FALSE(fs::exists(replacement));
-  }
-}
-
 TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
-  std::vector<fs::path> places{folder_.path(), elsewhere_ ? elsewhere_->path() : folder_.path()};
   for (int round = 0; round < 10; ++round) {
     fs::remove_all(original_);
     makeTree(original_, "old");
-    std::vector<Tree> trees(4);
-    std::vector<char> replaced(trees.size());
-    std::vector<std::thread> threads;
-    for (std::size_t number = 0; number < trees.size(); ++number) {
-      const std::string name = "release " + std::to_string(number);
-      const fs::path replacement = places[number % 2] / name;
-      trees[number] = makeTree(replacement, name);
-      threads.emplace_back(
-          [&, number, replacement] { replaced[number] = replace(replacement) ? 1 : 0; });
+    std::vector<Tree> trees;
+    std::vector<std::future<bool>> results;
+    for (std::size_t number = 0; number < 4; ++number) {
+      const std::string owner = "release " + std::to_string(number);
+      const fs::path &sibling = replacements_[number % replacements_.size()];
+      const fs::path replacement = sibling.parent_path() / owner;
+      trees.push_back(makeTree(replacement, owner));
+      results.push_back(
+          std::async(std::launch::async, [this, replacement] { return replace(replacement); }));
     }
-    for (std::thread &thread : threads) thread.join();
-    EXPECT_EQ(replaced, std::vector<char>(trees.size(), 1));
-    const Tree left = treeOf(original_);
-    ASSERT_NE(std::find(trees.begin(), trees.end(), left), trees.end());
+    for (auto &result : results) EXPECT_TRUE(result.get());
+    EXPECT_THAT(trees, testing::Contains(treeOf(original_)));
     ASSERT_TRUE(nothingIsLeftBeside());
   }
 }
+
+/// A file system or kernel for the replacement.
+struct Scenario {
+  std::string name;
+  bool crossesFileSystems;
+  bool canExchange;
+};
+
+/// Replacement by a process that is killed at each of its system calls in turn.
+class FolderReplacementKill : public FolderReplacement,
+                              public testing::WithParamInterface<Scenario> {
+ protected:
+  void SetUp() override {
+    if (GetParam().crossesFileSystems && !elsewhere_) {
+      GTEST_SKIP() << "no second writable file system";
+    }
+    if (!GetParam().canExchange && !inChild(disableRenameExchange).value_or(false)) {
+      GTEST_SKIP() << "seccomp filters are not permitted";
+    }
+    if (killAtSystemCall(1, [] { return true; }) == ChildEnd::notTraceable) {
+      GTEST_SKIP() << "ptrace is not permitted";
+    }
+  }
+
+  bool replaceInScenario() const {
+    return (GetParam().canExchange || disableRenameExchange()) && replace(source_);
+  }
+
+  const fs::path &source_ = GetParam().crossesFileSystems ? distant_ : replacement_;
+};
+
+TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
+  int keptOld = 0;
+  int gotNew = 0;
+  int gotNone = 0;
+  ChildEnd end = ChildEnd::killed;
+  for (int number = 1; end == ChildEnd::killed; ++number) {
+    fs::remove_all(original_);
+    fs::remove_all(source_);
+    const Tree old = makeSmallTree(original_, "old");
+    const Tree replacing = makeSmallTree(source_, "new");
+    end = killAtSystemCall(number, [this] { return replaceInScenario(); });
+
+    const Tree left = treeOf(original_);
+    if (left.empty()) {
+      // Between the two renames.
+      ++gotNone;
+      ASSERT_EQ(treeOf(applications_ / ".Orvel OS.app.oud"), old) << "killed at " << number;
+      fs::rename(applications_ / ".Orvel OS.app.oud", original_);
+    } else {
+      ++(left == old ? keptOld : gotNew);
+      ASSERT_TRUE(left == old || left == replacing) << "killed at " << number;
+    }
+
+    fs::remove_all(source_);
+    const Tree next = makeSmallTree(source_, "next");
+    ASSERT_EQ(inChild([this] { return replaceInScenario(); }), true)
+        << "after a kill at " << number;
+    ASSERT_EQ(treeOf(original_), next) << "after a kill at " << number;
+    ASSERT_EQ(entryCount(applications_), 1) << "after a kill at " << number;
+    ASSERT_FALSE(fs::exists(source_)) << "after a kill at " << number;
+  }
+  EXPECT_EQ(end, ChildEnd::succeeded);
+  EXPECT_GT(keptOld, 5);
+  EXPECT_GT(gotNew, 5);
+  if (GetParam().canExchange) {
+    EXPECT_EQ(gotNone, 0);
+  } else if (!hasSanitizer) {
+    EXPECT_GT(gotNone, 0) << "no kill between the two renames";
+  }
+  RecordProperty("kills", keptOld + gotNew + gotNone);
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySystemCall, FolderReplacementKill,
+                         testing::Values(Scenario{"OnOneFileSystem", false, true},
+                                         Scenario{"AcrossFileSystems", true, true},
+                                         Scenario{"WithoutExchange", false, false},
+                                         Scenario{"AcrossWithoutExchange", true, false}),
+                         [](const auto &scenario) { return scenario.param.name; });
 
 }  // namespace
 }  // namespace orvel

@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <optional>
 
 namespace orvel::posix_test {
 
@@ -25,7 +26,7 @@ namespace {
 constexpr int success = 0;
 constexpr int failure = 1;
 constexpr int gaveUp = 2;
-// The stop signal at a system call with PTRACE_O_TRACESYSGOOD.
+// The stop signal at the entry to and exit from a system call (PTRACE_O_TRACESYSGOOD).
 constexpr int systemCallStop = SIGTRAP | 0x80;
 
 int waitFor(pid_t child) {
@@ -35,43 +36,34 @@ int waitFor(pid_t child) {
   return status;
 }
 
-/// The type of the first parameter differs between C libraries.
+/// Calls ptrace. A template, because the type of a request differs between C libraries.
 template <typename Request>
-bool request(Request what, pid_t child, long data = 0) {
-  return ::ptrace(what, child, nullptr, data) == 0;
+bool trace(Request request, pid_t child, long data = 0) {
+  return ::ptrace(request, child, nullptr, data) == 0;
 }
 
-template <std::size_t size>
-bool filterSystemCalls(std::array<sock_filter, size> program) {
-  const sock_fprog filter{size, program.data()};
+/// Makes a system call fail with an errno value. If a flag is given, only calls with exactly
+/// this flag as their fifth argument (the flags of renameat2) fail.
+bool disableSystemCall(unsigned number, unsigned error, std::optional<unsigned> flag = {}) {
+  // BPF loads 32 bits: the lower half of the argument, which comes first (little endian).
+  constexpr auto fifthArgument = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
+  // Without a flag, the comparison ">= 0" matches every argument.
+  const std::uint16_t comparison = flag ? BPF_JEQ : BPF_JGE;
+  std::array<sock_filter, 6> program{{
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 3, number},
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, fifthArgument},
+      {static_cast<std::uint16_t>(BPF_JMP | comparison | BPF_K), 0, 1, flag.value_or(0)},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | error},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+  }};
+  const sock_fprog filter{program.size(), program.data()};
   return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
          ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
-bool disableSystemCall(unsigned number, unsigned error) {
-  return filterSystemCalls(std::array<sock_filter, 4>{{
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, number},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | error},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-  }});
-}
-
-bool disableRenameFlag(unsigned flag) {
-  // BPF loads 32 bits: the lower half of the argument, which comes first (little endian).
-  constexpr auto flags = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
-  return filterSystemCalls(std::array<sock_filter, 6>{{
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 3, SYS_renameat2},
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, flags},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, flag},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EINVAL},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-  }});
-}
-
-/// Runs the task and exits in every case, so that the child does not run further tests.
-[[noreturn]] void runAndEnd(const Task &task) {
+/// Runs the task and always exits, so that the child does not run further tests.
+[[noreturn]] void runAndExit(const Task &task) {
   bool succeeded = false;
   try {
     succeeded = task();
@@ -87,7 +79,7 @@ bool disableRenameFlag(unsigned flag) {
 std::optional<bool> inChild(const Task &task) {
   const pid_t child = ::fork();
   if (child < 0) return std::nullopt;
-  if (child == 0) runAndEnd(task);
+  if (child == 0) runAndExit(task);
   const int status = waitFor(child);
   if (!WIFEXITED(status) || WEXITSTATUS(status) > failure) return std::nullopt;
   return WEXITSTATUS(status) == success;
@@ -99,23 +91,23 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
   const pid_t child = ::fork();
   if (child < 0) return ChildEnd::notTraceable;
   if (child == 0) {
-    if (!request(PTRACE_TRACEME, 0)) giveUp();
+    if (!trace(PTRACE_TRACEME, 0)) giveUp();
     ::raise(SIGSTOP);
-    runAndEnd(task);
+    runAndExit(task);
   }
   int status = waitFor(child);
   if (WIFSTOPPED(status) &&
-      !request(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
+      !trace(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
     ::kill(child, SIGKILL);
     waitFor(child);
     return ChildEnd::notTraceable;
   }
 
   int entered = 0;
-  bool inside = false;
+  bool isInSystemCall = false;
   long signal = 0;
   while (WIFSTOPPED(status)) {
-    request(PTRACE_SYSCALL, child, signal);
+    trace(PTRACE_SYSCALL, child, signal);
     status = waitFor(child);
     signal = 0;
     if (!WIFSTOPPED(status)) break;
@@ -123,17 +115,17 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
       signal = WSTOPSIG(status);
       continue;
     }
-    inside = !inside;
-    if (inside && ++entered == number) ::kill(child, SIGKILL);
+    isInSystemCall = !isInSystemCall;
+    if (isInSystemCall && ++entered == number) ::kill(child, SIGKILL);
   }
   if (WIFSIGNALED(status)) return WTERMSIG(status) == SIGKILL ? ChildEnd::killed : ChildEnd::failed;
   if (WEXITSTATUS(status) == gaveUp) return ChildEnd::notTraceable;
   return WEXITSTATUS(status) == success ? ChildEnd::succeeded : ChildEnd::failed;
 }
 
-bool disableRenameExchange() { return disableRenameFlag(RENAME_EXCHANGE); }
+bool disableRenameExchange() { return disableSystemCall(SYS_renameat2, EINVAL, RENAME_EXCHANGE); }
 
-bool disableRenameNoReplace() { return disableRenameFlag(RENAME_NOREPLACE); }
+bool disableRenameNoReplace() { return disableSystemCall(SYS_renameat2, EINVAL, RENAME_NOREPLACE); }
 
 bool disableHardLinks() {
 #ifdef SYS_link
@@ -147,9 +139,9 @@ bool disableSync() { return disableSystemCall(SYS_syncfs, EIO); }
 
 bool becomeOrdinaryUser() {
   if (::geteuid() != 0) return true;
-  constexpr uid_t nobody = 65534;
-  return ::setgroups(0, nullptr) == 0 && ::setresgid(nobody, nobody, nobody) == 0 &&
-         ::setresuid(nobody, nobody, nobody) == 0;
+  return ::setgroups(0, nullptr) == 0 &&
+         ::setresgid(ordinaryUser, ordinaryUser, ordinaryUser) == 0 &&
+         ::setresuid(ordinaryUser, ordinaryUser, ordinaryUser) == 0;
 }
 
 }  // namespace orvel::posix_test

@@ -1,4 +1,4 @@
-// Which programs count as loadable on this machine. None is executed by the check.
+// Which programs count as loadable on this machine. The check must not execute them.
 
 #include "platform/linux/files/loadable_program.h"
 
@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 #include <link.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
+#include <vector>
 
 #include "platform/posix/posix_process_launcher.h"
 #include "tests/linux/files/release_program.h"
@@ -16,8 +19,34 @@ namespace {
 
 using namespace posix_test;
 
+/// The headers of the release program, as copies that a test can change.
+struct ElfProgram {
+  ElfProgram() {
+    std::memcpy(&header, bytes.data(), sizeof(header));
+    segments.resize(header.e_phnum);
+    std::memcpy(segments.data(), &bytes[header.e_phoff], segments.size() * sizeof(segments[0]));
+  }
+  ElfW(Phdr) & segmentOfType(ElfW(Word) type) {
+    return *std::find_if(segments.begin(), segments.end(),
+                         [type](const auto &segment) { return segment.p_type == type; });
+  }
+  /// Returns the bytes of the program with the changed headers.
+  std::string changed() const {
+    std::string result = bytes;
+    std::memcpy(result.data(), &header, sizeof(header));
+    std::memcpy(&result[header.e_phoff], segments.data(), segments.size() * sizeof(segments[0]));
+    return result;
+  }
+
+  std::string bytes = releaseProgram();
+  ElfW(Ehdr) header;
+  std::vector<ElfW(Phdr)> segments;
+};
+
 class LoadableProgram : public testing::Test {
  protected:
+  /// Returns the result for a program with these bytes. Fails the test if the check has
+  /// executed it.
   bool isLoadable(const std::string &bytes, bool isExecutable = true) {
     const std::string program = folder_.file("program", bytes, isExecutable);
     const bool loadable = isLoadableProgram(launcher_, program);
@@ -25,32 +54,6 @@ class LoadableProgram : public testing::Test {
     std::filesystem::remove(program);
     return loadable;
   }
-  template <typename Change>
-  static std::string withHeaders(Change change) {
-    std::string bytes = releaseProgram();
-    ElfW(Ehdr) header;
-    std::memcpy(&header, bytes.data(), sizeof(header));
-    for (unsigned number = 0; number < header.e_phnum; ++number) {
-      char *place = bytes.data() + header.e_phoff + number * sizeof(ElfW(Phdr));
-      ElfW(Phdr) segment;
-      std::memcpy(&segment, place, sizeof(segment));
-      change(header, segment);
-      std::memcpy(place, &segment, sizeof(segment));
-    }
-    std::memcpy(bytes.data(), &header, sizeof(header));
-    return bytes;
-  }
-
-  /// The file offset of the dynamic section.
-  static std::size_t dynamicSection(const std::string &bytes) {
-    std::size_t offset = 0;
-    withHeaders([&](auto &, auto &segment) {
-      if (segment.p_type == PT_DYNAMIC) offset = segment.p_offset;
-    });
-    EXPECT_LT(offset, bytes.size());
-    return offset;
-  }
-
   const TemporaryFolder folder_;
   PosixProcessLauncher launcher_{processEnvironment()};
 };
@@ -74,64 +77,53 @@ TEST_F(LoadableProgram, PathMayHoldAnyCharacter) {
   }
 }
 
-TEST_F(LoadableProgram, MissingLibraryIsRejected) {
-  EXPECT_FALSE(isLoadable(releaseProgramWith("libc.so.6", "libq.so.6")));
-}
-
-TEST_F(LoadableProgram, MissingLibraryVersionIsRejected) {
-  EXPECT_FALSE(isLoadable(releaseProgramWith("GLIBC_2.", "GLIBC_9.")));
-}
-
-TEST_F(LoadableProgram, MissingSymbolIsRejected) {
-  EXPECT_FALSE(isLoadable(releaseProgramWith("getpgid", "getpgix")));
+TEST_F(LoadableProgram, MissingDependencyIsRejected) {
+  EXPECT_FALSE(isLoadable(releaseProgramWith("libc.so.6", "libq.so.6"))) << "missing library";
+  EXPECT_FALSE(isLoadable(releaseProgramWith("GLIBC_2.", "GLIBC_9."))) << "missing version";
+  EXPECT_FALSE(isLoadable(releaseProgramWith("getpgid", "getpgix"))) << "missing symbol";
+  EXPECT_FALSE(isLoadable(releaseProgramWith("/ld-", "/lx-"))) << "missing loader";
 }
 
 TEST_F(LoadableProgram, AnotherDynamicLoaderIsRejected) {
-  std::string bytes = releaseProgram();
-  withHeaders([&](auto &, auto &segment) {
-    if (segment.p_type != PT_INTERP) return;
-    // A program that succeeds with any arguments.
-    std::string loader = "/bin/true";
-    loader.resize(segment.p_filesz);
-    bytes.replace(segment.p_offset, loader.size(), loader);
-  });
-  ASSERT_NE(bytes, releaseProgram());
-  EXPECT_FALSE(isLoadable(bytes));
-  EXPECT_FALSE(isLoadable(releaseProgramWith("/ld-", "/lx-")));
+  ElfProgram program;
+  const auto &segment = program.segmentOfType(PT_INTERP);
+  // A program that succeeds with any arguments.
+  std::string loader = "/bin/true";
+  loader.resize(segment.p_filesz);
+  program.bytes.replace(segment.p_offset, loader.size(), loader);
+  EXPECT_FALSE(isLoadable(program.bytes));
 }
 
 TEST_F(LoadableProgram, AnotherMachineOrWordSizeIsRejected) {
-  EXPECT_FALSE(isLoadable(withHeaders([](auto &header, auto &) {
-    header.e_machine = header.e_machine == EM_68K ? EM_SPARC : EM_68K;
-  })));
-  EXPECT_FALSE(isLoadable(withHeaders([](auto &header, auto &) {
-    header.e_ident[EI_CLASS] = __ELF_NATIVE_CLASS == 64 ? ELFCLASS32 : ELFCLASS64;
-  })));
+  ElfProgram anotherMachine;
+  anotherMachine.header.e_machine = EM_NONE;
+  EXPECT_FALSE(isLoadable(anotherMachine.changed()));
+  ElfProgram anotherWordSize;
+  anotherWordSize.header.e_ident[EI_CLASS] = __ELF_NATIVE_CLASS == 64 ? ELFCLASS32 : ELFCLASS64;
+  EXPECT_FALSE(isLoadable(anotherWordSize.changed()));
 }
 
 TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
-  EXPECT_FALSE(isLoadable(withHeaders([](auto &, auto &segment) {
-    if (segment.p_type == PT_INTERP) segment.p_type = PT_NULL;
-  })));
-  EXPECT_FALSE(isLoadable(withHeaders([](auto &, auto &segment) {
-    if (segment.p_type == PT_DYNAMIC) segment.p_type = PT_NULL;
-  })));
+  for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
+    ElfProgram program;
+    program.segmentOfType(missingType).p_type = PT_NULL;
+    EXPECT_FALSE(isLoadable(program.changed())) << missingType;
+  }
 }
 
 TEST_F(LoadableProgram, AuditLibraryIsRejected) {
+  ElfProgram program;
+  const auto &section = program.segmentOfType(PT_DYNAMIC);
+  std::vector<ElfW(Dyn)> entries(section.p_filesz / sizeof(ElfW(Dyn)));
+  std::memcpy(entries.data(), &program.bytes[section.p_offset], section.p_filesz);
+  // The loader does not need the entry DT_DEBUG.
+  const auto replaced = std::find_if(entries.begin(), entries.end(),
+                                     [](const auto &entry) { return entry.d_tag == DT_DEBUG; });
+  ASSERT_NE(replaced, entries.end());
   for (const auto tag : {DT_AUDIT, DT_DEPAUDIT}) {
-    std::string bytes = releaseProgram();
-    ElfW(Dyn) entry;
-    std::size_t place = dynamicSection(bytes);
-    // Replaces the entry DT_DEBUG, which the loader does not need.
-    for (std::memcpy(&entry, &bytes[place], sizeof(entry)); entry.d_tag != DT_DEBUG;
-         std::memcpy(&entry, &bytes[place], sizeof(entry))) {
-      ASSERT_NE(entry.d_tag, DT_NULL);
-      place += sizeof(entry);
-    }
-    entry.d_tag = tag;
-    std::memcpy(&bytes[place], &entry, sizeof(entry));
-    EXPECT_FALSE(isLoadable(bytes));
+    replaced->d_tag = tag;
+    std::memcpy(&program.bytes[section.p_offset], entries.data(), section.p_filesz);
+    EXPECT_FALSE(isLoadable(program.bytes)) << tag;
   }
 }
 
@@ -147,7 +139,8 @@ TEST_F(LoadableProgram, ScriptOrTruncatedProgramIsRejected) {
   const std::string whole = releaseProgram();
   for (const std::size_t size : {60U, 200U, 1000U}) EXPECT_FALSE(isLoadable(whole.substr(0, size)));
   // Truncation after the last loaded segment would only remove debug information.
-  EXPECT_FALSE(isLoadable(whole.substr(0, dynamicSection(whole) / 4096 * 4096)));
+  EXPECT_FALSE(
+      isLoadable(whole.substr(0, ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096)));
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path()));
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path() / "missing"));
 }

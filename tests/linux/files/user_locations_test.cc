@@ -1,9 +1,10 @@
-// The user's folders in a Linux session.
-
 #include "platform/linux/files/user_locations.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+#include "tests/linux/files/forked_child.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
@@ -16,6 +17,20 @@ TEST(UserLocations, OnlyFileWithExecutePermissionIsExecutable) {
   EXPECT_FALSE(locations.isExecutableFile(folder.file("text", "x")));
   EXPECT_FALSE(locations.isExecutableFile(folder.path()));
   EXPECT_FALSE(locations.isExecutableFile(folder.path() / "missing"));
+}
+
+TEST(UserLocations, HomeHasNoTrailingSlash) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"/home/me", "/home/me"}, {"/home/me/", "/home/me"}, {"/home/me//", "/home/me"}, {"/", "/"}};
+  for (const auto &[variable, home] : rows) {
+    // In a child, because GLib reads HOME only once.
+    EXPECT_EQ(posix_test::inChild([&variable = variable, &home = home] {
+                return ::setenv("HOME", variable.c_str(), 1) == 0 &&
+                       UserLocations("/nowhere").home() == home;
+              }),
+              true)
+        << variable;
+  }
 }
 
 TEST(UserLocations, DownloadFolderIsAbsoluteWithoutTrailingSlash) {

@@ -15,11 +15,12 @@ namespace {
 constexpr time_t modificationTime = 1'700'000'000;
 constexpr la_int64_t owner = 12'345;
 
-void require(bool holds, archive *writer) {
-  if (!holds) throw std::runtime_error(archive_error_string(writer));
+/// Throws libarchive's message about the latest failure unless the call succeeded.
+void require(bool succeeded, archive *writer) {
+  if (!succeeded) throw std::runtime_error(archive_error_string(writer));
 }
 
-void write(archive *writer, const ZipEntry &source) {
+void writeEntry(archive *writer, const ZipEntry &source) {
   const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                             archive_entry_free);
   archive_entry_set_pathname(entry.get(), source.name.c_str());
@@ -52,8 +53,9 @@ ZipEntry zipLink(const std::string &name, const std::string &target) {
   return {name, S_IFLNK | 0777U, target};
 }
 
-std::string writeZip(const std::filesystem::path &path, const std::vector<ZipEntry> &entries,
-                     const std::string &options, const std::string &password) {
+void writeZip(const std::filesystem::path &path, const std::vector<ZipEntry> &entries,
+              const std::string &options) {
+  // libarchive converts names from the encoding of the locale.
   const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
   const locale_t previous = ::uselocale(utf8);
   {
@@ -63,17 +65,14 @@ std::string writeZip(const std::filesystem::path &path, const std::vector<ZipEnt
     require(archive_write_set_format_zip(zip) == ARCHIVE_OK, zip);
     require(archive_write_set_bytes_per_block(zip, 0) == ARCHIVE_OK, zip);
     require(archive_write_set_options(zip, options.c_str()) == ARCHIVE_OK, zip);
-    if (!password.empty()) {
-      require(archive_write_set_options(zip, "zip:encryption=traditional") == ARCHIVE_OK, zip);
-      require(archive_write_set_passphrase(zip, password.c_str()) == ARCHIVE_OK, zip);
-    }
+    // Used only with the option "zip:encryption".
+    require(archive_write_set_passphrase(zip, "secret") == ARCHIVE_OK, zip);
     require(archive_write_open_filename(zip, path.c_str()) == ARCHIVE_OK, zip);
-    for (const ZipEntry &entry : entries) write(zip, entry);
+    for (const ZipEntry &entry : entries) writeEntry(zip, entry);
     require(archive_write_close(zip) == ARCHIVE_OK, zip);
   }
   ::uselocale(previous);
   ::freelocale(utf8);
-  return path.string();
 }
 
 }  // namespace orvel::posix_test
