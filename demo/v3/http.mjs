@@ -1,6 +1,7 @@
 // Reads requests and sends responses.
 
 import { STATUS_CODES } from 'node:http';
+import { isIP } from 'node:net';
 
 import { errorPage } from './layout.mjs';
 
@@ -15,6 +16,15 @@ export class HttpError extends Error {
     this.status = status;
     this.headers = headers;
   }
+}
+
+/// Throws a 421 unless the Host field is an IP address or localhost. Any other name may be
+/// another site's, which its DNS server has pointed at this machine so that the site's scripts
+/// have this server's origin (DNS rebinding).
+export function requireOwnHost({ headers: { host = '' } }) {
+  const [, name] = /^(\[[^\]]*\]|[^:]*)(:\d*)?$/.exec(host) ?? [];
+  const address = name?.replace(/^\[|\]$/g, '');
+  if (!isIP(address ?? '') && address?.toLowerCase() !== 'localhost') throw new HttpError(421);
 }
 
 /// Returns the decoded path and the query of a request. Throws a 400 for a malformed target.

@@ -2,7 +2,7 @@
 
 import { createServer } from 'node:http';
 
-import { reject, sendError } from './http.mjs';
+import { reject, requireOwnHost, sendError } from './http.mjs';
 import { openRecord } from './record.mjs';
 import { createRouter } from './routes.mjs';
 
@@ -35,6 +35,7 @@ const server = createServer(
       entry.status = response.headersSent ? response.statusCode : 0;
     });
     try {
+      requireOwnHost(request);
       await route(request, response);
     } catch (error) {
       // Log unexpected errors, but not a connection that the client has closed.

@@ -125,3 +125,14 @@ test('only manifests and archives are served from the folder of releases', async
     assert.equal((await own.get(`/download/${name}`)).status, 404, name);
   }
 });
+
+test('a request with the name of another site is refused', async () => {
+  const accepted = ['127.0.0.1', `127.0.0.1:${server.port}`, 'localhost:4767', 'LOCALHOST',
+    '[::1]:4767', '192.168.1.20'];
+  const refused = ['example.org', `example.org:${server.port}`, '127.0.0.1.example.org',
+    'localhost.example.org', '[::1', 'localhost:x'];
+  for (const host of [...accepted, ...refused]) {
+    const { status } = await server.get('/api/wie', { host });
+    assert.equal(status, refused.includes(host) ? 421 : 200, host);
+  }
+});

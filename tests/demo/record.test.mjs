@@ -72,7 +72,7 @@ test('api/verslag returns the last 200 requests with keys, cookies and status', 
 test('a request is recorded on arrival; its status is null, then 0 without a response', async () => {
   const url = '/api/bestand/stil';
   const socket = net.connect(server.port, '127.0.0.1');
-  socket.write(`GET ${url} HTTP/1.1\r\nHost: x\r\n\r\n`);
+  socket.write(`GET ${url} HTTP/1.1\r\nHost: localhost\r\n\r\n`);
   while (!server.record().some((line) => line.url === url)) await server.get('/api/wie');
   assert.equal((await lastRequest(url)).status, null);
   socket.destroy();
@@ -95,7 +95,7 @@ test('the record begins with the process and ends with the signal that stopped i
   assert.deepEqual(env, { PORT: '0', PATH: '/usr/bin:/bin', HOME: '/nowhere' });
   // Also during a response.
   const socket = net.connect(own.port, '127.0.0.1').on('error', () => {});
-  socket.write('GET /api/bestand/traag HTTP/1.1\r\nHost: x\r\n\r\n');
+  socket.write('GET /api/bestand/traag HTTP/1.1\r\nHost: localhost\r\n\r\n');
   await once(socket, 'data');
   own.child.kill('SIGTERM');
   assert.deepEqual(await own.exited, [0, null]);
