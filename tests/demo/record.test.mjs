@@ -39,8 +39,8 @@ test('a request is recognised by header, cookie and user agent', async () => {
 test('the home page shows how the page request and the probes were recognised', async (t) => {
   const own = await start();
   t.after(own.stop);
-  const before = (await own.get('/')).text;
-  assert.match(before, /<strong>Gewone browser<\/strong>.*<strong>Nog niet gezien<\/strong>/s);
+  const first = (await own.get('/')).text;
+  assert.match(first, /<strong>Gewone browser<\/strong>.*<strong>Nog niet gezien<\/strong>/s);
   for (let count = 0; count < 2; count += 1) await own.get('/api/wie', { 'X-ORVEL-App': 'k' });
   const { text } = await own.get('/', { Cookie: 'orvelapp=k' });
   assert.match(text, /<strong>App via cookie<\/strong>.*<strong>App via header<\/strong>/s);

@@ -6,9 +6,10 @@ import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
 import { after, before, describe, it } from 'node:test';
+import { fileURLToPath } from 'node:url';
 
-const sample = path.join(import.meta.dirname, 'sample');
-const tool = path.join(import.meta.dirname, '../../tools/mutate/mutate.py');
+const sample = fileURLToPath(new URL('sample', import.meta.url));
+const tool = fileURLToPath(new URL('../../tools/mutate/mutate.py', import.meta.url));
 const build = mkdtempSync(path.join(tmpdir(), 'mutate-'));
 
 function run(command, ...words) {
