@@ -76,9 +76,9 @@ class RecordingDelegate final : public WebViewDelegate {
   std::function<void(bool)> confirmCompletion;
 };
 
-class AppDelegateBridgePage : public testing::Test {
+class AppDelegateBridgeCalls : public testing::Test {
  protected:
-  AppDelegateBridgePage() { bridge_.page = &delegate_; }
+  AppDelegateBridgeCalls() { bridge_.page = &delegate_; }
 
   void decide(WKNavigationAction *action) {
     [bridge_ webView:view_
@@ -113,7 +113,7 @@ class AppDelegateBridgePage : public testing::Test {
   int alertsClosed_ = 0;
 };
 
-TEST_F(AppDelegateBridgePage, NavigationTellsUrlAndTarget) {
+TEST_F(AppDelegateBridgeCalls, NavigationActionHasUrlAndTarget) {
   decide(actionFor("http://127.0.0.1/main", frame(true)));
   decide(actionFor("http://127.0.0.1/sub", frame(false)));
   decide(actionFor("http://127.0.0.1/new", nil));
@@ -126,7 +126,7 @@ TEST_F(AppDelegateBridgePage, NavigationTellsUrlAndTarget) {
                                  std::pair("/new", NavigationTarget::newWindow)));
 }
 
-TEST_F(AppDelegateBridgePage, NavigationGetsPolicyOnce) {
+TEST_F(AppDelegateBridgeCalls, NavigationHandlerGetsPolicyOnce) {
   decide(actionFor("http://127.0.0.1/", frame(true)));
   EXPECT_THAT(policies_, ElementsAre(WKNavigationActionPolicyAllow));
   delegate_.policy = NavigationPolicy::cancel;
@@ -135,13 +135,13 @@ TEST_F(AppDelegateBridgePage, NavigationGetsPolicyOnce) {
               ElementsAre(WKNavigationActionPolicyAllow, WKNavigationActionPolicyCancel));
 }
 
-TEST_F(AppDelegateBridgePage, NavigationIsCancelledWhenPolicyThrows) {
+TEST_F(AppDelegateBridgeCalls, NavigationIsCancelledWhenPolicyThrows) {
   delegate_.throws = true;
   EXPECT_THROW(decide(actionFor("http://127.0.0.1/", frame(true))), std::runtime_error);
   EXPECT_THAT(policies_, ElementsAre(WKNavigationActionPolicyCancel));
 }
 
-TEST_F(AppDelegateBridgePage, NewWindowIsReportedAndNotOpened) {
+TEST_F(AppDelegateBridgeCalls, NewWindowIsForwardedAndNotOpened) {
   WKWebView *opened = [bridge_ webView:view_
         createWebViewWithConfiguration:[[WKWebViewConfiguration alloc] init]
                    forNavigationAction:actionFor("http://127.0.0.1/new", nil)
@@ -150,7 +150,7 @@ TEST_F(AppDelegateBridgePage, NewWindowIsReportedAndNotOpened) {
   EXPECT_THAT(delegate_.events, ElementsAre("new window http://127.0.0.1/new"));
 }
 
-TEST_F(AppDelegateBridgePage, AlertPanelClosesOnce) {
+TEST_F(AppDelegateBridgeCalls, AlertHandlerIsCalledOnce) {
   alert();
   EXPECT_THAT(delegate_.events, ElementsAre("alert Done"));
   EXPECT_EQ(alertsClosed_, 0);
@@ -159,7 +159,7 @@ TEST_F(AppDelegateBridgePage, AlertPanelClosesOnce) {
   EXPECT_EQ(alertsClosed_, 1);
 }
 
-TEST_F(AppDelegateBridgePage, ConfirmPanelPassesAnswerOnce) {
+TEST_F(AppDelegateBridgeCalls, ConfirmHandlerGetsAnswerOnce) {
   for (const bool answer : {true, false}) {
     confirm();
     delegate_.confirmCompletion(answer);
@@ -169,7 +169,7 @@ TEST_F(AppDelegateBridgePage, ConfirmPanelPassesAnswerOnce) {
   EXPECT_THAT(answers_, ElementsAre(true, false));
 }
 
-TEST_F(AppDelegateBridgePage, DroppedPanelCompletionStillCallsHandler) {
+TEST_F(AppDelegateBridgeCalls, DroppedPanelCompletionStillCallsHandler) {
   confirm();
   alert();
   delegate_.confirmCompletion = nullptr;
@@ -178,7 +178,7 @@ TEST_F(AppDelegateBridgePage, DroppedPanelCompletionStillCallsHandler) {
   EXPECT_EQ(alertsClosed_, 1);
 }
 
-TEST_F(AppDelegateBridgePage, CrashOfContentProcessIsReported) {
+TEST_F(AppDelegateBridgeCalls, CrashOfContentProcessIsForwarded) {
   [bridge_ webViewWebContentProcessDidTerminate:view_];
   EXPECT_THAT(delegate_.events, ElementsAre("process crash"));
 }

@@ -31,7 +31,7 @@ TEST(CocoaRequest, HasCachePolicy) {
   EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestReloadIgnoringLocalCacheData);
 }
 
-TEST(FileManagerLocations, AreThoseOfTheUser) {
+TEST(FileManagerLocations, FoldersAreThoseOfTheUser) {
   const FileManagerLocations locations;
   EXPECT_EQ(locations.home(), fromCocoa(NSHomeDirectory()));
   EXPECT_EQ(locations.downloads(), fromCocoa(NSHomeDirectory()) + "/Downloads");

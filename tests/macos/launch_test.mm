@@ -111,7 +111,7 @@ TEST_F(Launch, MainMenuHasTitlesActionsAndKeys) {
   EXPECT_TRUE(application_.windowsMenu == bar[3].submenu);
 }
 
-TEST_F(Launch, MenuItemsGoAlongTheResponderChain) {
+TEST_F(Launch, MenuItemsHaveNoTarget) {
   for (NSMenuItem *menu in application_.mainMenu.itemArray) {
     for (NSMenuItem *item in menu.submenu.itemArray) {
       if (item.action == nullptr || item.target == window_) continue;
@@ -120,7 +120,7 @@ TEST_F(Launch, MenuItemsGoAlongTheResponderChain) {
   }
 }
 
-TEST_F(Launch, WindowShowsOnlyThePage) {
+TEST_F(Launch, PageFillsWindowUnderTransparentTitleBar) {
   ASSERT_TRUE(window_ != nil);
   EXPECT_EQ(window_.styleMask, NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
                                    NSWindowStyleMaskMiniaturizable | NSWindowStyleMaskResizable |
@@ -133,13 +133,13 @@ TEST_F(Launch, WindowShowsOnlyThePage) {
   EXPECT_TRUE(NSEqualSizes(window_.minSize, NSMakeSize(1000, 660)));
 }
 
-TEST_F(Launch, WindowKeepsItsFrameAndItsOwner) {
+TEST_F(Launch, WindowSavesFrameAndIsNotReleasedByClosing) {
   EXPECT_EQ(fromCocoa(window_.frameAutosaveName), "ORVELOSMain");
   EXPECT_FALSE(window_.restorable);
   EXPECT_FALSE(window_.releasedWhenClosed);
 }
 
-TEST_F(Launch, WebViewHasConfiguration) {
+TEST_F(Launch, WebViewGetsConfigurationOfTheCore) {
   EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/");
   EXPECT_TRUE(view_.configuration.websiteDataStore.persistent);
   EXPECT_TRUE([[view_.configuration.preferences valueForKey:@"developerExtrasEnabled"] boolValue]);
@@ -147,16 +147,16 @@ TEST_F(Launch, WebViewHasConfiguration) {
   if (@available(macOS 13.3, *)) EXPECT_TRUE(view_.inspectable);
 }
 
-TEST_F(Launch, OneBridgeIsEveryDelegate) {
+TEST_F(Launch, BridgeIsDelegateOfApplicationAndWebView) {
   id bridge = application_.delegate;
   ASSERT_TRUE([bridge isKindOfClass:AppDelegateBridge.class]);
   EXPECT_TRUE(view_.navigationDelegate == bridge);
   EXPECT_TRUE(view_.UIDelegate == bridge);
 }
 
-TEST_F(Launch, KeysReachThePageWithoutClick) { EXPECT_TRUE(window_.firstResponder == view_); }
+TEST_F(Launch, WebViewIsFirstResponder) { EXPECT_TRUE(window_.firstResponder == view_); }
 
-TEST_F(Launch, ApplicationIsInTheDock) {
+TEST_F(Launch, ActivationPolicyIsRegular) {
   EXPECT_EQ(application_.activationPolicy, NSApplicationActivationPolicyRegular);
 }
 

@@ -108,29 +108,29 @@ class MacosContractPlatform final : public ContractPlatform {
 
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     using Seconds = std::chrono::duration<NSTimeInterval>;
-    NSDate *end = [NSDate dateWithTimeIntervalSinceNow:Seconds(limit).count()];
+    NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:Seconds(limit).count()];
     // An unanswered alert runs a modal loop, which the timer aborts.
-    NSTimer *alarm = [NSTimer timerWithTimeInterval:Seconds(limit).count()
-                                             target:application()
-                                           selector:@selector(abortModal)
-                                           userInfo:nil
-                                            repeats:NO];
-    [NSRunLoop.mainRunLoop addTimer:alarm forMode:NSModalPanelRunLoopMode];
-    bool holds = condition();
-    while (!holds && end.timeIntervalSinceNow > 0) {
+    NSTimer *abortTimer = [NSTimer timerWithTimeInterval:Seconds(limit).count()
+                                                  target:application()
+                                                selector:@selector(abortModal)
+                                                userInfo:nil
+                                                 repeats:NO];
+    [NSRunLoop.mainRunLoop addTimer:abortTimer forMode:NSModalPanelRunLoopMode];
+    bool isTrue = condition();
+    while (!isTrue && deadline.timeIntervalSinceNow > 0) {
       @autoreleasepool {
         // Another thread may make the condition true without waking the run loop.
-        NSDate *soon = [NSDate dateWithTimeIntervalSinceNow:0.005];
+        NSDate *nextCheck = [NSDate dateWithTimeIntervalSinceNow:0.005];
         NSEvent *event = [application() nextEventMatchingMask:NSEventMaskAny
-                                                    untilDate:soon
+                                                    untilDate:nextCheck
                                                        inMode:NSDefaultRunLoopMode
                                                       dequeue:YES];
         if (event != nil) [application() sendEvent:event];
       }
-      holds = condition();
+      isTrue = condition();
     }
-    [alarm invalidate];
-    return holds;
+    [abortTimer invalidate];
+    return isTrue;
   }
 
   bool onMainThread() const override { return NSThread.isMainThread; }

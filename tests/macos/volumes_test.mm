@@ -51,7 +51,7 @@ class TwoVolumes : public testing::Test {
   const Volume there_;
 };
 
-TEST_F(TwoVolumes, FileMovesWhole) {
+TEST_F(TwoVolumes, FileMovesToOtherVolume) {
   const std::string from = here_.file("download", "content");
   const std::string to = there_.path() / "moved";
   EXPECT_EQ(moveFile(from, to), MoveResult::moved);
@@ -59,7 +59,7 @@ TEST_F(TwoVolumes, FileMovesWhole) {
   EXPECT_EQ(contentOf(to), "content");
 }
 
-TEST_F(TwoVolumes, MoveNeverReplacesFile) {
+TEST_F(TwoVolumes, MoveDoesNotReplaceFile) {
   const std::string from = here_.file("download", "new");
   const std::string to = there_.path() / "existing";
   std::ofstream(to) << "old";
@@ -69,7 +69,7 @@ TEST_F(TwoVolumes, MoveNeverReplacesFile) {
 }
 
 // NSFileManager may refuse this. Either way one complete folder stays at the path.
-TEST_F(TwoVolumes, ReplacementIsCompleteOrDidNotHappen) {
+TEST_F(TwoVolumes, FolderIsReplacedCompletelyOrNotAtAll) {
   const fs::path original = here_.path() / "Orvel OS.app";
   const fs::path replacement = there_.path() / "Orvel OS.app";
   for (const auto &[folder, content] :

@@ -28,17 +28,28 @@ function concernedSources(file) {
     { cwd: checkout, encoding: 'utf8' }).trim().split('\n');
 }
 
-// Runs the part of the check that concerns a file.
-function check(file) {
-  if (file.startsWith('scripts/')) {
-    return run('node', ['--test', `tests/packaging/${file.includes('release') ? 'release_macos' : 'build_app'}.test.mjs`]);
+// Runs the parts of the check that concern the files. Returns the result of the first part
+// that failed, or of the last one.
+function check(files) {
+  const parts = [];
+  for (const file of files) {
+    if (file.startsWith('scripts/')) {
+      parts.push(() => run('node', ['--test', 'tests/packaging/build_app.test.mjs']));
+    } else if (/\.(in|entitlements|plist)$/.test(file)) {
+      parts.push(configure, () => run('python3',
+        ['tools/macos_check/check_property_lists.py', 'build/Orvel OS.app/Contents/Info.plist']));
+    }
   }
-  if (/\.(in|entitlements|plist)$/.test(file)) {
-    const configured = configure();
-    return configured.status !== 0 ? configured
-      : run('python3', ['tools/macos_check/check_property_lists.py', 'build/Orvel OS.app/Contents/Info.plist']);
+  const sources = new Set(files.filter((file) => /\.(mm|h)$/.test(file)).flatMap(concernedSources));
+  if (sources.size > 0) {
+    parts.push(() => run('node', ['tools/macos_check/check_sources.mjs', 'build', ...sources]));
   }
-  return run('node', ['tools/macos_check/check_sources.mjs', 'build', ...concernedSources(file)]);
+  let result;
+  for (const part of parts) {
+    result = part();
+    if (result.status !== 0) break;
+  }
+  return result;
 }
 
 // Returns the most telling line of a check's output.
@@ -57,10 +68,8 @@ try {
   if (configured.status !== 0) throw new Error(configured.stderr);
 
   const chosen = faults.filter((fault) => classes.length === 0 || classes.includes(fault.class));
-  for (const file of new Set(chosen.map((fault) => fault.file))) {
-    const result = check(file);
-    if (result.status !== 0) throw new Error(`${file}, unchanged: ${complaint(result)}`);
-  }
+  const unchanged = check([...new Set(chosen.map((fault) => fault.file))]);
+  if (unchanged.status !== 0) throw new Error(`the unchanged copy: ${complaint(unchanged)}`);
   let rejected = 0;
   console.log('| class | file | fault | rejected |\n|---|---|---|---|');
   for (const { class: faultClass, file, fault, edits } of chosen) {
@@ -71,7 +80,7 @@ try {
       changed = changed.replace(find, () => replacement);
     }
     writeFileSync(join(copy, file), changed);
-    const result = check(file);
+    const result = check([file]);
     writeFileSync(join(copy, file), original);
     if (result.status !== 0) rejected += 1;
     console.log(`| ${faultClass} | ${basename(file)} | ${fault} | ${result.status === 0 ? '**no**' : complaint(result)} |`);
