@@ -9,6 +9,7 @@ import plistlib
 import sys
 from datetime import datetime
 from pathlib import Path
+from xml.parsers.expat import ExpatError
 
 ROOT = Path(__file__).resolve().parents[2]
 
@@ -53,7 +54,7 @@ ENTITLEMENTS = {}
 def differences(path, expected):
     try:
         found = plistlib.loads(Path(path).read_bytes())
-    except (OSError, ValueError, plistlib.InvalidFileException) as error:
+    except (OSError, ValueError, ExpatError) as error:
         return [f"{path}: {error}"]
     if not isinstance(found, dict):
         return [f"{path}: is not a dictionary"]

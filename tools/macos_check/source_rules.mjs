@@ -59,7 +59,6 @@ export const declarations = {
 };
 
 const ours = 'isExpansionInFileMatching("/(platform|tests)/macos/")';
-const nil = 'ignoringParenImpCasts(anyOf(cxxNullPtrLiteralExpr(), gnuNullExpr()))';
 const call = (name) => `callExpr(${ours}, callee(functionDecl(matchesName("${name}"))))`;
 // Core Foundation's naming rule: the caller owns the result of these functions.
 const creation = 'ignoringParenImpCasts(callExpr(callee(functionDecl(' +
@@ -109,8 +108,8 @@ export const rules = [
   {
     name: 'an object that becomes a delegate',
     matcher: `objcMessageExpr(${ours}, hasAnySelector("setDelegate:", "setNavigationDelegate:", ` +
-      `"setUIDelegate:", "setPage:", "setApplication:"), unless(hasArgument(0, ${nil})))`,
-    value: (dump) => /selector=(\S+)/.exec(dump)[1],
+      '"setUIDelegate:", "setPage:", "setApplication:"))',
+    value: (dump) => /selector=(\S+)/.exec(dump)[1] + (/(CXXNullPtrLiteral|GNUNull)Expr/.test(dump) ? ' nil' : ''),
     expected: {
       'platform/macos/appkit/cocoa_application.mm': ['setApplication:', 'setDelegate:'],
       'platform/macos/http/shared_url_session.mm': ['setDelegate:'],
@@ -147,6 +146,12 @@ export const rules = [
     expected: {
       'platform/macos/webkit/wk_page_view.mm': ['_setDeveloperExtrasEnabled:', '_setDrawsBackground:'],
     },
+  },
+  {
+    name: 'an object for a BOOL, which C++ converts',
+    matcher: `implicitCastExpr(${ours}, hasCastKind("CK_PointerToBoolean"), hasSourceExpression(expr(` +
+      'hasType(qualType(hasCanonicalType(objcObjectPointerType()))))), unless(hasParent(stmt(anyOf(ifStmt(), ' +
+      'unaryOperator(), conditionalOperator(), binaryOperator(hasAnyOperatorName("&&", "||")))))))',
   },
   {
     name: 'NSApp, whose messages are not checked for availability (use NSApplication.sharedApplication)',
