@@ -36,7 +36,7 @@ const methods = {
   'platform/macos/appkit/page_window.mm': {
     NSWindow: ['becomeKeyWindow'],
     NSEvent: ['sendEvent:'],
-    own: ['use:as:', 'isTitleBarAt:', 'releaseOutsideContent', 'doubleClickTitleBar'],
+    own: ['handleMouseEvent:use:', 'isTitleBarAt:', 'releaseOutsideContent', 'doubleClickTitleBar'],
   },
 };
 
