@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/http_session.h"
+#include "tests/support/time_limit.h"
 
 namespace orvel {
 
@@ -35,11 +36,12 @@ class HttpReplies {
     };
   }
 
-  /// Waits for that many replies, and returns those received within the limit.
+  /// Waits for that many replies. Returns those received within the limit, which is
+  /// multiplied by ORVEL_TEST_TIMEOUT_FACTOR.
   std::vector<Reply> wait(std::size_t count,
                           std::chrono::seconds limit = std::chrono::seconds(60)) {
     std::unique_lock lock(mutex_);
-    arrived_.wait_for(lock, limit, [&] { return all_.size() >= count; });
+    arrived_.wait_for(lock, timeLimit(limit), [&] { return all_.size() >= count; });
     return all_;
   }
 

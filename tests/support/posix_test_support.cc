@@ -11,10 +11,12 @@
 #include <thread>
 #include <utility>
 
+#include "tests/support/time_limit.h"
+
 namespace orvel::posix_test {
 
 bool eventually(const std::function<bool()> &condition, std::chrono::milliseconds limit) {
-  const auto end = std::chrono::steady_clock::now() + limit;
+  const auto end = std::chrono::steady_clock::now() + timeLimit(limit);
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -21,7 +21,8 @@ namespace orvel::posix_test {
 /// allocations.
 inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
 
-/// Waits until a condition is true. Returns false when the time limit has passed.
+/// Waits until a condition is true. Returns false when the limit, multiplied by
+/// ORVEL_TEST_TIMEOUT_FACTOR, has passed.
 bool eventually(const std::function<bool()> &condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 
