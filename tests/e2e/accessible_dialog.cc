@@ -1,5 +1,5 @@
-// Prints the accessibles of all dialogs on the accessibility bus: a JSON array with an object for
-// each, parents first. Extents are in pixels, relative to the window.
+// Prints the widgets of all windows on the accessibility bus: a JSON array with an object
+// for each, parents first. Extents are in pixels, relative to the window.
 
 #include <atspi/atspi.h>
 
@@ -61,11 +61,13 @@ std::string extents(AtspiAccessible *accessible) {
 }
 
 void print(AtspiAccessible *accessible, const char *&separator) {
-  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"extents":%s})", separator,
-              quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-              quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-              quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false", extents(accessible).c_str());
+  std::printf(
+      R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
+      separator, quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+      quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+      quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+      has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
+      has(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", extents(accessible).c_str());
   separator = ",\n";
 }
 
@@ -84,12 +86,6 @@ void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
   forEachChild(accessible, [&](AtspiAccessible *child) { printWithChildren(child, separator); });
 }
 
-/// Since GTK 4.10 an alert dialog has the role "alert".
-bool isDialog(AtspiAccessible *accessible) {
-  const AtspiRole role = atspi_accessible_get_role(accessible, nullptr);
-  return role == ATSPI_ROLE_DIALOG || role == ATSPI_ROLE_ALERT;
-}
-
 }  // namespace
 
 int main() {
@@ -99,9 +95,8 @@ int main() {
   const char *separator = "";
   std::printf("[");
   forEachChild(desktop.get(), [&](AtspiAccessible *application) {
-    forEachChild(application, [&](AtspiAccessible *window) {
-      if (isDialog(window)) printWithChildren(window, separator);
-    });
+    forEachChild(application,
+                 [&](AtspiAccessible *window) { printWithChildren(window, separator); });
   });
   std::printf("]\n");
   return 0;

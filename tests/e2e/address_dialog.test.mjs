@@ -8,7 +8,7 @@ import { isRunning } from '../support/desktop/processes.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
 const title = 'Adres van het OS';
 const refusal = 'Dat is geen geldig adres.';
@@ -50,8 +50,7 @@ test('an invalid address is refused, and the dialog does not open again', async 
     await screen.closePanel(refusal);
   }
   assert.equal(storedAddress(user), undefined);
-  assert.equal(user.root.requests('/').length, 1, 'the page is not loaded again');
-  await user.quit();
+  assert.equal(user.root.requestsTo('/').length, 1, 'the page is not loaded again');
 });
 
 test('"Annuleren", Escape and closing the dialog change nothing', async (user, screen) => {
@@ -69,8 +68,8 @@ test('"Annuleren", Escape and closing the dialog change nothing', async (user, s
   await user.quit();
   assert.equal(storedAddress(user), undefined);
   assert.deepEqual(online.requests, []);
-  assert.equal(user.root.requests('/').length, 1);
-  assert.equal(user.root.requests('/api/wie').length, 1);
+  assert.equal(user.root.requestsTo('/').length, 1);
+  assert.equal(user.root.requestsTo('/api/wie').length, 1);
 });
 
 test('an online address stops the local server and is stored; the local address starts it again',
@@ -92,7 +91,7 @@ test('an online address stops the local server and is stored; the local address 
     // The end of the server does not replace the page.
     await screen.type('still the same page');
     await online.awaitFieldText('still the same page');
-    assert.equal(online.reported('painted').length, 1);
+    assert.equal(online.paintCount(), 1);
 
     await user.quit();
     user.start();
@@ -103,7 +102,6 @@ test('an online address stops the local server and is stored; the local address 
     await user.root.awaitPainted(2);
     assert.equal(storedAddress(user), localAddress);
     assert.equal(user.root.events('started').length, 2);
-    await user.quit();
   });
 
 test('another spelling of the local address keeps the server and loads the page again',
@@ -114,8 +112,7 @@ test('another spelling of the local address keeps the server and loads the page 
     assert.equal(storedAddress(user), 'http://localhost:4767');
     assert.equal(user.root.events('started').length, 1);
     assert.deepEqual(user.root.events('signal'), []);
-    assert.equal(user.root.requests('/').at(-1).headers.host, 'localhost:4767');
-    await user.quit();
+    assert.equal(user.root.requestsTo('/').at(-1).headers.host, 'localhost:4767');
   });
 
 test('an address without a server is stored, and the dialog leads back', async (user, screen) => {
@@ -127,7 +124,6 @@ test('an address without a server is stored, and the dialog leads back', async (
   await assertSelectedAddress(screen, address);
   await screen.answerAddressDialog(localAddress);
   await user.root.awaitPainted(2);
-  await user.quit();
 });
 
 test('a preset online address is shown, and its cookie is for https only', async (user, screen) => {
@@ -153,7 +149,6 @@ test('a preset online address is shown, and its cookie is for https only', async
 
   assert.deepEqual(user.root.record(), [], 'no local server is started');
   assert.ok(!existsSync(user.root.log));
-  await user.quit();
 });
 
 test('a stored address wins over the preset', { plist: { ORVELOSURL: 'http://127.0.0.3:9/' } },
@@ -163,5 +158,4 @@ test('a stored address wins over the preset', { plist: { ORVELOSURL: 'http://127
     user.start();
     await screen.awaitPage();
     assert.deepEqual(user.root.record(), []);
-    await user.quit();
   });

@@ -1,16 +1,12 @@
 // Downloads: their requests, names and files, and downloads that fail.
 
 import assert from 'node:assert/strict';
-import {
-  mkdirSync, readFileSync, readdirSync, rmSync, statSync, writeFileSync,
-} from 'node:fs';
+import { mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { mounting, noMounts } from '../support/desktop/mount_namespace.mjs';
 import { link } from '../support/desktop/page.mjs';
-import { quitActions } from '../support/desktop/quit_actions.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -55,7 +51,6 @@ test('an export is requested with its query, the key and the cookies of its host
     // All cookies of the host are sent, regardless of their path.
     assert.deepEqual(requests[0].headers.cookie.split('; ').sort(),
       ['closed=three', 'deeper=two', `orvelapp=${KEY}`, 'own=one', 'persistent=yes']);
-    await user.quit();
   });
 
 test('files of one name that end at the same time are all kept and opened',
@@ -69,7 +64,7 @@ test('files of one name that end at the same time are all kept and opened',
     });
     for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('three requests', () =>
-      paths.every((path) => user.root.requests(path).length === 1));
+      paths.every((path) => user.root.requestsTo(path).length === 1));
     assert.deepEqual(desktop.files(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
     writeFileSync(gate, '');
@@ -78,8 +73,7 @@ test('files of one name that end at the same time are all kept and opened',
     for (const name of names) texts.push(await desktop.awaitFile(name));
     assert.deepEqual(texts.sort(), paths.map((path) => `begin of ${path} and end`));
     assert.deepEqual(desktop.files(), names);
-    await user.quit();
-    assert.deepEqual(await desktop.openedAfterExit(), names.map((name) => desktop.path(name)));
+    await desktop.quitWithOpened(...names.map((name) => desktop.path(name)));
   });
 
 const suggestedNames = {
@@ -109,7 +103,6 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
   await waitFor('all files', () => desktop.opened().length === cases.length);
   assert.deepEqual(desktop.files(), cases.map(({ name }) => name).sort());
   await user.quit();
-  await user.assertNothingLeft();
   assert.deepEqual(readdirSync(user.home), ['Downloads']);
 });
 
@@ -127,46 +120,6 @@ test('existing files are kept, and the XDG download folder is used', async (user
   }
   await user.quit();
   assert.deepEqual(readdirSync(user.home), ['My files']);
-});
-
-/// Returns the private resident memory of a process in MiB (proc(5), RssAnon).
-function privateMemory(pid) {
-  const status = readFileSync(`/proc/${pid}/status`, 'latin1');
-  return Number(/^RssAnon:\s*(\d+) kB$/m.exec(status)[1]) / 1024;
-}
-
-test('a file of 1 GiB is not held in memory', { timeout: 120_000 }, async (user, screen, t) => {
-  const size = 2 ** 30;
-  const desktop = new Desktop(user);
-  const layout = await user.startWithPage(storedLink('small') + storedLink('large'), {
-    routes: {
-      [stored('small')]: file(attachment('small.csv')),
-      [stored('large')]: file(attachment('large.bin'), { zeroBytes: size }),
-    },
-  });
-  const { pid } = user.runs[0];
-  // The first download allocates what all downloads share.
-  await screen.clickElement(layout, 'small');
-  await desktop.awaitFile('small.csv');
-  const before = privateMemory(pid);
-  let max = before;
-  let samples = 0;
-  const path = desktop.path('large.bin');
-  const begin = Date.now();
-  await screen.clickElement(layout, 'large');
-  const launch = await waitFor('the file', () => {
-    max = Math.max(max, privateMemory(pid));
-    samples += 1;
-    return desktop.launches().find(({ argument }) => argument === path);
-  }, { timeout: 90_000, every: 5 });
-  const growth = max - before;
-  t.diagnostic(`${Date.now() - begin} ms, growth ${growth.toFixed(1)} MiB, ${samples} samples`);
-  assert.equal(launch.size, size);
-  assert.equal(statSync(path).size, size);
-  assert.ok(growth <= 16, `the memory grew by ${growth} MiB`);
-  assert.ok(samples >= 20, `only ${samples} samples`);
-  rmSync(path);
-  await user.quit();
 });
 
 /// A file of several kilobytes, so that half of it is sent before it is truncated.
@@ -191,18 +144,14 @@ test('responses other than 200 and truncated responses leave nothing', async (us
   const layout = await user.startWithPage(names.map(storedLink).join(''), {
     routes: Object.fromEntries(names.map((name) => [stored(name), routes[name]])),
   });
-  const maxWindows = screen.watchWindowCount();
   for (const name of names) {
     await screen.clickElement(layout, name);
     await user.root.awaitResponseClosed(stored(name));
   }
   await desktop.awaitFile('data.csv');
-  assert.equal(user.root.reported('painted').length, 1, 'the page stays');
-  assert.equal(user.root.requests(stored('nowhere')).length, 1, 'redirects are followed');
-  await user.quit();
-  assert.deepEqual(await desktop.openedAfterExit(), [desktop.path('data.csv')]);
+  assert.equal(user.root.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
+  await desktop.quitWithOpened(desktop.path('data.csv'));
   assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
-  assert.equal(await maxWindows(), 1, 'no panel was shown');
 });
 
 const obstacles = {
@@ -219,38 +168,16 @@ for (const [situation, { prepare, left }] of Object.entries(obstacles)) {
     const layout = await user.startWithPage(storedLink('early') + beaconLink + storedLink('late'), {
       routes: { [stored('early')]: data(), [stored('late')]: data({ body: 'later' }) },
     });
-    const maxWindows = screen.watchWindowCount();
     await screen.clickElement(layout, 'early');
-    await desktop.openBeacon(screen, layout);
+    await desktop.openBeacon(layout);
     assert.deepEqual(contents(user.home), left);
     rmSync(desktop.downloads, { force: true });
     mkdirSync(desktop.downloads);
     await screen.clickElement(layout, 'late');
     assert.equal(await desktop.awaitFile('data.csv'), 'later');
-    await user.quit();
-    assert.deepEqual(await desktop.openedAfterExit(), [desktop.path('data.csv'), beacon]);
+    await desktop.quitWithOpened(desktop.path('data.csv'), beacon);
     assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
-    assert.equal(await maxWindows(), 1, 'no panel was shown');
   });
-}
-
-for (const [situation, mountOption] of [['full', 'size=64k'], ['read-only', 'ro']]) {
-  test(`a ${situation} file system at the Downloads folder leaves nothing`, { skip: noMounts },
-    async (user, screen) => {
-      const desktop = new Desktop(user);
-      const wrapper = mounting(`mount -t tmpfs -o ${mountOption} none "$1"`, desktop.downloads);
-      const layout = await user.startWithPage(storedLink('large') + beaconLink, {
-        routes: { [stored('large')]: data({ zeroBytes: 1 << 20 }) },
-      }, { wrapper });
-      await screen.clickElement(layout, 'large');
-      if (mountOption !== 'ro') await user.root.awaitResponseClosed(stored('large'));
-      await desktop.openBeacon(screen, layout);
-      const [{ pid }] = user.runs;
-      assert.deepEqual(readdirSync(`/proc/${pid}/root${desktop.downloads}`), []);
-      await user.quit();
-      assert.deepEqual(await desktop.openedAfterExit(), [beacon]);
-      assert.deepEqual(contents(user.home), ['Downloads']);
-    });
 }
 
 /// Starts a download that never ends, and waits until its data are being written.
@@ -266,38 +193,17 @@ async function startEndlessDownload(user, screen) {
   return desktop;
 }
 
-for (const action of ['the quit key', 'SIGTERM']) {
-  test(`${action} during a download quits and leaves nothing`,
+const ends = {
+  'the quit key': (user) => user.quit(),
+  SIGTERM: (user) => user.terminate(),
+  SIGKILL: (user) => user.forceQuit(),
+};
+for (const [action, end] of Object.entries(ends)) {
+  test(`${action} during a download ends the application and leaves nothing`,
     async (user, screen) => {
       const desktop = await startEndlessDownload(user, screen);
-      await quitActions[action](user.runs[0], screen);
-      await user.awaitCleanExit();
-      assert.deepEqual(await desktop.openedAfterExit(), []);
+      await end(user);
+      await desktop.assertOpened();
       assert.deepEqual(contents(user.home), ['Downloads']);
     });
 }
-
-test('SIGKILL during a download leaves nothing', async (user, screen) => {
-  const desktop = await startEndlessDownload(user, screen);
-  await user.forceQuit();
-  assert.deepEqual(await desktop.openedAfterExit(), []);
-  assert.deepEqual(contents(user.home), ['Downloads']);
-});
-
-const isLong = process.env.ORVEL_TEST_LONG === '1';
-test('a download without a response for 60 seconds leaves nothing',
-  { skip: isLong ? false : 'takes a minute; set ORVEL_TEST_LONG=1', timeout: 120_000 },
-  async (user, screen) => {
-    const desktop = new Desktop(user);
-    const layout = await user.startWithPage(storedLink('silent') + beaconLink, {
-      routes: { [stored('silent')]: { noReply: true } },
-    });
-    await screen.clickElement(layout, 'silent');
-    const begin = await waitFor('the request', () => user.root.requests(stored('silent'))[0]);
-    const end = await user.root.awaitResponseClosed(stored('silent'), { timeout: 80_000 });
-    assert.ok(end.time - begin.time > 59_000);
-    await desktop.openBeacon(screen, layout);
-    await user.quit();
-    assert.deepEqual(await desktop.openedAfterExit(), [beacon]);
-    assert.deepEqual(contents(user.home), ['Downloads']);
-  });

@@ -3,8 +3,7 @@
 import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { withSessionBus } from '../support/desktop/session_bus.mjs';
+import { withSessionBus } from '../support/desktop/bus.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -31,31 +30,10 @@ test('a second instance raises the first window and exits', (user, screen) =>
     await user.quit();
   }));
 
-test('the application survives the end of the session bus', (user, screen) =>
-  withSessionBus(async (environment, bus) => {
-    const run = await user.startAndShowPage({ environment });
-    kill(bus.pid);
-    await waitFor('the end of the bus', () => !isRunning(bus.pid));
-    // GDBus ends WebKit's network process with the bus. The web process fails a load that it
-    // requests before it has noticed.
-    await waitFor('the end of the network process',
-      () => user.processesNamed('WebKitNetworkProcess').length === 0);
-    const before = user.root.requests('/').length;
-    await waitFor('a reload', async () => {
-      await screen.pressKeys('ctrl+r');
-      return user.root.requests('/').length > before;
-    }, { every: 1000 });
-    assert.equal(run.exit, null);
-    await user.quit(run);
-  }));
-
 test('without a session bus each instance opens a window', async (user, screen) => {
   const first = await user.startAndShowPage();
   const second = await user.startAndShowPage();
   await screen.awaitWindowCount(2);
   assert.equal(first.exit, null);
-  for (const run of [second, first]) {
-    kill(run.pid, 'SIGTERM');
-    await user.awaitCleanExit(run);
-  }
+  for (const run of [second, first]) await user.terminate(run);
 });

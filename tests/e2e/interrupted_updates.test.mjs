@@ -10,16 +10,13 @@ import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
+import { fingerprint, makeRelease, makeUpdateKey, signatureOf } from '../support/desktop/release.mjs';
 import {
-  fingerprint, makeRelease, makeUpdateKey, releaseRoutes, signatureOf,
-} from '../support/desktop/release.mjs';
-import {
-  acceptRestart, awaitSilentCheck, quitRestarted, startAndShowPage, updatedNotice,
-  withUpdateServer,
+  acceptRestart, checkFromMenu, offer, quitRestarted, startWithUpdateServer, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test } = desktopTests({ usesPort: false });
+const { test } = desktopTests({ usesPort: false, accessibility: true });
 
 /// Returns whether this user may trace a running process.
 function canTrace() {
@@ -68,10 +65,11 @@ async function trace(user, { pid }, name, number) {
 
 /// Lets a running application install the offered release. Returns whether it showed the notice,
 /// and its system calls.
-async function install(user, screen, run, name, number) {
+async function install(user, screen, name, number) {
+  const { run } = user;
   run.killExpected = true;
   const { tracer, calls } = await trace(user, run, name, number);
-  await screen.chooseApplicationItem(1);
+  await checkFromMenu(screen);
   await waitFor('the end or the notice', async () =>
     run.exit || (await screen.windows(updatedNotice)).length > 0);
   const isComplete = !run.exit;
@@ -80,7 +78,8 @@ async function install(user, screen, run, name, number) {
   return { isComplete, calls: calls() };
 }
 
-const workingFolder = (user) =>
+/// Returns the folder in which the application unpacks version 1.1.
+const updateFolder = (user) =>
   join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
 
 /// Returns the numbers, from 1, of the system calls of a name at which to kill. The calls that
@@ -97,71 +96,66 @@ function callNumbers(name, calls) {
 
 // A signed release: its installation has every step of an unsigned one.
 test('SIGKILL at each system call that changes a file leaves a whole bundle that starts',
-  { timeout: 800_000, skip: !canTrace() && 'this machine does not permit tracing' },
-  (user, screen, t) => {
+  { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
-    const begin = () => {
-      user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
-      return releaseRoutes('1.0');
+    user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
+    const server = await startWithUpdateServer(user);
+    const copy = join(user.folder, 'copy');
+    cpSync(user.bundle, copy, { recursive: true });
+    const restore = () => {
+      rmSync(user.bundle, { recursive: true });
+      cpSync(copy, user.bundle, { recursive: true });
     };
-    return withUpdateServer(user, screen, begin, async (server, routes, first) => {
-      const copy = join(user.folder, 'copy');
-      cpSync(user.bundle, copy, { recursive: true });
-      const restore = () => {
-        rmSync(user.bundle, { recursive: true });
-        cpSync(copy, user.bundle, { recursive: true });
-      };
-      const oldBundle = fingerprint(user.bundle);
-      const archive = makeRelease(user);
-      Object.assign(routes, releaseRoutes('1.1', archive, signatureOf(archive, key, '1.1')));
+    const oldBundle = fingerprint(user.bundle);
+    const release = makeRelease(user);
+    offer(server, '1.1', release, signatureOf(release, key, '1.1'));
 
-      const undisturbed = await install(user, screen, first);
-      assert.ok(undisturbed.isComplete);
-      const newBundle = fingerprint(user.bundle);
-      assert.notEqual(newBundle, oldBundle);
-      await user.forceQuit(first);
-      restore();
+    const undisturbed = await install(user, screen);
+    assert.ok(undisturbed.isComplete);
+    const newBundle = fingerprint(user.bundle);
+    assert.notEqual(newBundle, oldBundle);
+    await user.forceQuit();
+    restore();
 
-      const left = { old: 0, new: 0 };
-      const names = new Set(undisturbed.calls.map(({ name }) => name));
-      for (const name of names) {
-        let kills = 0;
-        for (const number of callNumbers(name, undisturbed.calls)) {
-          // The application would remove an earlier run's folder, with additional calls.
-          rmSync(workingFolder(user), { recursive: true, force: true });
-          const run = await startAndShowPage(user, screen, server);
-          const { isComplete } = await install(user, screen, run, name, number);
-          const bundle = fingerprint(user.bundle);
-          if (isComplete) {
-            // This run made fewer calls of this name.
-            await user.forceQuit(run);
-            restore();
-            break;
-          }
-          kills += 1;
-          assert.ok(bundle === oldBundle || bundle === newBundle,
-            `a mixed bundle after ${name} ${number}`);
-          left[bundle === oldBundle ? 'old' : 'new'] += 1;
-          if (bundle === newBundle) {
-            // The next round starts the old bundle.
-            await user.quit(await startAndShowPage(user, screen, server));
-            restore();
-          }
+    const bundles = { old: 0, new: 0 };
+    const names = new Set(undisturbed.calls.map(({ name }) => name));
+    for (const name of names) {
+      let kills = 0;
+      for (const number of callNumbers(name, undisturbed.calls)) {
+        // The application would remove an earlier run's folder, with additional calls.
+        rmSync(updateFolder(user), { recursive: true, force: true });
+        await user.startAndShowPage({ server });
+        const { isComplete } = await install(user, screen, name, number);
+        const bundle = fingerprint(user.bundle);
+        if (isComplete) {
+          // This run made fewer calls of this name.
+          await user.forceQuit();
+          restore();
+          break;
         }
-        t.diagnostic(`killed at ${kills} calls of ${name}`);
+        kills += 1;
+        assert.ok(bundle === oldBundle || bundle === newBundle,
+          `a mixed bundle after ${name} ${number}`);
+        bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
+        if (bundle === newBundle) {
+          // The next round starts the old bundle.
+          await user.startAndShowPage({ server });
+          await user.quit();
+          restore();
+        }
       }
-      t.diagnostic(`bundles after the kills: ${JSON.stringify(left)}`);
-      for (const name of ['openat', 'renameat2', 'unlinkat']) {
-        assert.ok(names.has(name), `no kill at ${name}`);
-      }
-      assert.ok(left.old > 0 && left.new > 0);
+      t.diagnostic(`killed at ${kills} calls of ${name}`);
+    }
+    t.diagnostic(`bundles after the kills: ${JSON.stringify(bundles)}`);
+    for (const name of ['openat', 'renameat2', 'unlinkat']) {
+      assert.ok(names.has(name), `no kill at ${name}`);
+    }
+    assert.ok(bundles.old > 0 && bundles.new > 0);
 
-      const last = await startAndShowPage(user, screen, server);
-      assert.ok((await install(user, screen, last)).isComplete);
-      assert.deepEqual(readdirSync(join(user.bundle, '..')), ['Orvel OS.app']);
-      await acceptRestart(user, screen, server, last);
-      await quitRestarted(user, screen);
-    });
+    await user.startAndShowPage({ server });
+    assert.ok((await install(user, screen)).isComplete);
+    await acceptRestart(user, server);
+    await quitRestarted(user);
   });
 
 /// Returns a release that takes seconds to unpack.
@@ -171,26 +165,25 @@ const largeRelease = (user) => makeRelease(user, {
 
 /// Checks for updates from the menu and waits until part of the large file is unpacked.
 async function beginUnpacking(user, screen) {
-  const large = join(workingFolder(user), 'part/Orvel OS.app/Contents/large');
+  const large = join(updateFolder(user), 'part/Orvel OS.app/Contents/large');
   rmSync(large, { force: true });
-  await screen.chooseApplicationItem(1);
+  await checkFromMenu(screen);
   await waitFor('the unpacking', () => statSync(large, { throwIfNoEntry: false })?.size > 0);
 }
 
 test('SIGKILL and SIGTERM while the archive is unpacked leave the old bundle',
-  { timeout: 180_000 }, (user, screen) =>
-    withUpdateServer(user, screen, () => releaseRoutes('1.0'), async (server, routes, first) => {
-      const oldBundle = fingerprint(user.bundle);
-      await awaitSilentCheck(server);
-      const release = largeRelease(user);
-      let run = first;
-      for (const signal of ['SIGKILL', 'SIGTERM']) {
-        Object.assign(routes, releaseRoutes('1.1', release));
-        await beginUnpacking(user, screen);
-        await user.forceQuit(run, signal);
-        assert.equal(fingerprint(user.bundle), oldBundle);
-        Object.assign(routes, releaseRoutes('1.0'));
-        run = await startAndShowPage(user, screen, server);
-      }
-      await user.quit(run);
-    }));
+  async (user, screen) => {
+    const server = await startWithUpdateServer(user);
+    const oldBundle = fingerprint(user.bundle);
+    const release = largeRelease(user);
+    for (const signal of ['SIGKILL', 'SIGTERM']) {
+      offer(server, '1.1', release);
+      await beginUnpacking(user, screen);
+      await user.forceQuit(user.run, signal);
+      assert.equal(fingerprint(user.bundle), oldBundle);
+      offer(server, '1.0');
+      await user.startAndShowPage({ server });
+    }
+    await user.quit();
+    rmSync(updateFolder(user), { recursive: true });
+  });

@@ -6,21 +6,10 @@ import assert from 'node:assert/strict';
 import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button, link } from '../support/desktop/page.mjs';
-import { withSessionBus } from '../support/desktop/session_bus.mjs';
+import { withSessionBus } from '../support/desktop/bus.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
-
-/// Opens the beacon and quits; fails unless exactly `urls` were opened, the page was not loaded
-/// again, and there was one window.
-async function quitWithOpened(user, screen, desktop, layout, maxWindows, urls) {
-  await desktop.openBeacon(screen, layout);
-  assert.equal(user.root.reported('painted').length, 1, 'the page stays');
-  assert.equal(user.root.requests('/').length, 1);
-  await user.quit();
-  assert.deepEqual(await desktop.openedAfterExit(), [beacon, ...urls].sort());
-  assert.equal(await maxWindows(), 1, 'no second window was opened');
-}
 
 test('links to other sites, mail and telephone open unchanged, and the page stays',
   async (user, screen) => {
@@ -34,14 +23,14 @@ test('links to other sites, mail and telephone open unchanged, and the page stay
     };
     const layout = await user.startWithPage(beaconLink +
       Object.entries(links).map(([id, url]) => link(id, url)).join(''));
-    const maxWindows = screen.watchWindowCount();
     const opened = { ...links, noSlash: `${links.noSlash}/` };
     for (const [id, url] of Object.entries(opened)) {
       await screen.clickElement(layout, id);
       await desktop.awaitOpened(url);
     }
     await saveScreenshot('links');
-    await quitWithOpened(user, screen, desktop, layout, maxWindows, Object.values(opened));
+    await desktop.openBeacon(layout);
+    await desktop.quitWithOpened(beacon, ...Object.values(opened));
   });
 
 test('a default application that does not respond does not delay others', async (user, screen) => {
@@ -83,14 +72,14 @@ test('a default application gets the environment of the session', async (user, s
   }
 });
 
-test('an embedded page of another site opens outside and is not loaded', async (user, screen) => {
+test('an embedded page of another site opens outside and is not loaded', async (user) => {
   const desktop = new Desktop(user);
   const foreign = await user.openOnlineServer();
   const embedded = `${foreign.address}embedded`;
-  const maxWindows = screen.watchWindowCount();
   const layout = await user.startWithPage(`${beaconLink}<iframe src="${embedded}"></iframe>`);
   await desktop.awaitOpened(embedded);
-  await quitWithOpened(user, screen, desktop, layout, maxWindows, [embedded]);
+  await desktop.openBeacon(layout);
+  await desktop.quitWithOpened(beacon, embedded);
   assert.deepEqual(foreign.requests, []);
 });
 
@@ -110,13 +99,13 @@ test('addresses of all other schemes are blocked', async (user, screen) => {
     ${button('setBlob', 'location = blob.href')}
     <iframe src="data:text/html,<script>fetch('http://127.0.0.1:4767/api/frame')</script>"></iframe>
     <script>blob.href = URL.createObjectURL(new Blob(['away'], { type: 'text/html' }))</script>`);
-  const maxWindows = screen.watchWindowCount();
   for (const id of [...Object.keys(links), 'setData', 'setBlob']) {
     await screen.clickElement(layout, id);
   }
-  await quitWithOpened(user, screen, desktop, layout, maxWindows, []);
+  await desktop.openBeacon(layout);
+  await desktop.quitWithOpened(beacon);
   assert.equal(user.root.reported('script').length, 1, 'the clicks reached the page');
-  assert.deepEqual(user.root.requests('/api/frame'), [], 'the embedded page is blocked too');
+  assert.deepEqual(user.root.requestsTo('/api/frame'), [], 'the embedded page is blocked too');
 });
 
 test('a new window of the same server becomes a download, one of another site opens outside',
@@ -137,17 +126,16 @@ test('a new window of the same server becomes a download, one of another site op
         '/opened': { headers: { 'content-type': 'text/plain' }, body: 'opened' },
       },
     });
-    const maxWindows = screen.watchWindowCount();
     for (const id of ['own', 'other', 'named', 'mail', 'openOwn', 'openOther', 'openEmpty']) {
       await screen.clickElement(layout, id);
     }
     assert.match(await desktop.awaitFile('page.html'), /an ordinary page/);
     assert.equal(await desktop.awaitFile('opened.txt'), 'opened');
-    await quitWithOpened(user, screen, desktop, layout, maxWindows, [
-      elsewhere('blank'), elsewhere('opened'), elsewhere('named'), 'mailto:someone@elsewhere.test',
-      desktop.path('opened.txt'), desktop.path('page.html'),
-    ]);
-    for (const url of ['/page', '/opened']) assert.equal(user.root.requests(url).length, 1);
+    await desktop.openBeacon(layout);
+    await desktop.quitWithOpened(beacon, elsewhere('blank'), elsewhere('opened'),
+      elsewhere('named'), 'mailto:someone@elsewhere.test', desktop.path('opened.txt'),
+      desktop.path('page.html'));
+    for (const url of ['/page', '/opened']) assert.equal(user.root.requestsTo(url).length, 1);
     assert.deepEqual(user.root.reported('window'), Array(3).fill({ isNull: true }));
     assert.deepEqual(desktop.files(), ['opened.txt', 'page.html']);
   });
@@ -170,7 +158,6 @@ test('a form to another site, links in frames and the middle button follow the s
         '/api/bestand/middle': { headers: { 'content-type': 'text/plain' }, body: 'middle' },
       },
     });
-    const maxWindows = screen.watchWindowCount();
     const urls = [];
     for (const [id, options] of [['form'], ['inside'], ['top'], ['middle', { button: 2 }]]) {
       urls.push(address + id);
@@ -179,8 +166,8 @@ test('a form to another site, links in frames and the middle button follow the s
     }
     await screen.clickElement(layout, 'middleFile', { button: 2 });
     assert.equal(await desktop.awaitFile('middle.txt'), 'middle');
-    await quitWithOpened(user, screen, desktop, layout, maxWindows,
-      [...urls, desktop.path('middle.txt')]);
-    assert.equal(user.root.requests('/frame').length, 1, 'the frame stays');
+    await desktop.openBeacon(layout);
+    await desktop.quitWithOpened(beacon, ...urls, desktop.path('middle.txt'));
+    assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame stays');
     assert.deepEqual(foreign.requests, [], 'the data of the form are sent nowhere');
   });

@@ -3,11 +3,11 @@
 import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { button, link, pageColour } from '../support/desktop/page.mjs';
+import { button, link } from '../support/desktop/page.mjs';
 import { quitActions } from '../support/desktop/quit_actions.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
+import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
 const challenge = {
   status: 401, headers: { 'www-authenticate': 'Basic realm="Archive"' }, body: 'access denied',
@@ -15,36 +15,32 @@ const challenge = {
 const routes = { '/secret': challenge };
 const secretLink = link('open', '/secret');
 
-/// The middle of the page.
-const middle = [600, 420];
-/// A corner of the page that nothing covers.
-const corner = [1150, 120];
+const awaitAuthentication = ({ accessibility }) =>
+  accessibility.awaitWidget({ name: 'Username', focused: true });
 
-const isGrey = ([red, green, blue]) => red === green && green === blue;
+/// A point of the page that neither a dialog nor the attached inspector covers.
+const freePoint = [600, 420];
 
-/// Waits until WebKit has drawn its authentication dialog over the page.
-async function awaitAuthentication(screen) {
-  await waitFor('a dimmed page', () => screen.screenshot().pixel(...corner)[2] < pageColour[2]);
-  // The dialog is grey and covers these points. Its texts and fields may cover some of them.
-  const points = [520, 560, 600, 640, 680].flatMap((x) => [310, 345, 380, 415].map((y) => [x, y]));
-  await waitFor('the dialog', () => {
-    const screenshot = screen.screenshot();
-    const grey = points.filter((point) => isGrey(screenshot.pixel(...point)));
-    return grey.length > points.length / 2;
-  });
-}
-
-/// Opens the inspector by the last item of the page's context menu, and waits until its tool bar
-/// is drawn.
+/// Opens the inspector by the last item of the page's context menu, waits until its tool bar is
+/// drawn, and returns its position in the window.
 async function openInspector(screen) {
-  await screen.click(...middle, { button: 3 });
+  await screen.click(...freePoint, { button: 3 });
   await screen.awaitMenu();
   await screen.pressKeys('Up', 'Return');
   await screen.awaitMenu(false);
-  await waitFor('the inspector', () => isGrey(screen.screenshot().pixel(600, 790)));
+  const { extents } = await screen.accessibility.awaitWidget({ name: 'WebKitWebViewBase' });
+  await waitFor('the inspector', () => {
+    const [red, green, blue] = screen.screenshot().pixel(600, 790);
+    return red === green && green === blue;
+  });
+  return extents;
 }
 
 const dialogs = {
+  'a panel of the page': {
+    page: button('open', "confirm('Continue?')"),
+    open: (screen) => screen.awaitPanel('Continue?'),
+  },
   'the print dialog': {
     page: button('open', 'print()'),
     open: (screen) => screen.awaitSecondWindow(),
@@ -62,12 +58,11 @@ const dialogs = {
   'the detached inspector': {
     page: '',
     open: async (screen) => {
-      await openInspector(screen);
-      // The detach button accepts clicks only after the inspector has loaded.
-      await waitFor('a window for the inspector', async () => {
-        await screen.click(87, 513);
-        return (await screen.windowCount()) === 2;
-      }, { every: 300 });
+      const { x, y } = await openInspector(screen);
+      // The inspector is a page without accessible widgets. Its detach button accepts clicks
+      // only after it has loaded.
+      await repeatUntil('a window for the inspector', () => screen.click(x + 87, y + 13),
+        async () => (await screen.windowCount()) === 2);
       await screen.awaitSecondWindow();
     },
   },
@@ -83,7 +78,7 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
   for (const [action, quit] of Object.entries(actions)) {
     test(`${action} quits while ${dialog} is open`, async (user, screen) => {
       const layout = await user.startWithPage(page, { routes });
-      await screen.awaitPage(...corner);
+      await screen.awaitPage(...freePoint);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
       await saveScreenshot(dialog);
@@ -97,13 +92,12 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
 
 test('Escape cancels the authentication and shows the response', async (user, screen) => {
   const layout = await user.startWithPage(secretLink, { routes });
-  await screen.awaitPage(...corner);
+  await screen.awaitPage(...freePoint);
   await screen.clickElement(layout, 'open');
   await awaitAuthentication(screen);
   await screen.pressKeys('Escape');
   await screen.awaitPageText((text) => text === challenge.body);
-  assert.equal(user.root.requests('/secret').length, 1);
-  await user.quit();
+  assert.equal(user.root.requestsTo('/secret').length, 1);
 });
 
 test('name and password are sent, and Escape goes to the page afterwards',
@@ -113,7 +107,7 @@ test('name and password are sent, and Escape goes to the page afterwards',
       <script>
         addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
       </script>`, { routes });
-    await screen.awaitPage(...corner);
+    await screen.awaitPage(...freePoint);
     await screen.pressKeys('Escape');
     await user.root.awaitReport('escape');
     await screen.clickElement(layout, 'open');
@@ -122,21 +116,18 @@ test('name and password are sent, and Escape goes to the page afterwards',
     await screen.pressKeys('Tab');
     await screen.type('word');
     await screen.pressKeys('Return');
-    const request = await waitFor('a second request', () => user.root.requests('/secret')[1]);
+    const request = await waitFor('a second request', () => user.root.requestsTo('/secret')[1]);
     const credentials = Buffer.from('name:word').toString('base64');
     assert.equal(request.headers.authorization, `Basic ${credentials}`);
     // The server rejects this password too. Escape then cancels the request.
-    await waitFor('the response', async () => {
-      await screen.pressKeys('Escape');
-      return user.root.reported('response').length === 1;
-    }, { every: 300 });
+    await repeatUntil('the response', () => screen.pressKeys('Escape'),
+      () => user.root.reported('response').length === 1);
     assert.deepEqual(user.root.reported('response'), [{ status: 401 }]);
-    assert.equal(user.root.requests('/secret').length, 2);
+    assert.equal(user.root.requestsTo('/secret').length, 2);
     const before = user.root.reported('escape').length;
     await screen.clickElement(layout, 'field');
     await screen.pressKeys('Escape');
     await user.root.awaitReport('escape', before + 1);
-    await user.quit();
   });
 
 test('a cancelled file chooser sends the cancel event and opens again', async (user, screen) => {
@@ -149,5 +140,4 @@ test('a cancelled file chooser sends the cancel event and opens again', async (u
     await user.root.awaitReport('cancelled', round);
     await screen.awaitWindowCount(1);
   }
-  await user.quit();
 });

@@ -8,9 +8,9 @@ import { join } from 'node:path';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { PrintServer } from '../support/desktop/print_server.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
+import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
 const texts = ['page one', 'page two', 'page three'];
 const page = `${button('open', "print(); report('returned')")}<style>
@@ -24,49 +24,30 @@ function pageTexts(path) {
   return text.split('\f').slice(0, -1).map((each) => each.trim().replace(/\s+/g, ' '));
 }
 
-/// Returns the position of a printer in the list of the dialog.
-async function printerPosition(row, screen, dialog) {
-  const { x, y } = await screen.geometry(dialog);
-  return [x + 80, y + 82 + 32 * row];
+const printToFile = 'Print to File';
+/// GTK enables the button once the details of the selected printer have arrived. In GTK 4.8 its
+/// name is that of the label with and without the mnemonic: "_Print Print".
+const printButton = { role: /button/, name: /Print$/, enabled: true };
+
+/// Selects a printer in the list of the dialog, which ignores clicks at first, and waits for the
+/// printer's details.
+async function selectPrinter(screen, name) {
+  const { accessibility } = screen;
+  const dialog = await screen.awaitSecondWindow();
+  await repeatUntil(`the details of the printer "${name}"`,
+    () => accessibility.click(dialog, { role: 'label', name }),
+    () => accessibility.findWidget(printButton));
+  return dialog;
 }
 
-/// Returns whether the dialog's button is enabled, by the brightness of its label.
-function canPrint(screen, [x, y]) {
-  const screenshot = screen.screenshot();
-  const offsets = Array.from({ length: 41 }, (_, index) => index - 20);
-  return offsets.some((offset) => screenshot.pixel(x + 507 + offset, y + 350)[0] > 180);
+/// Selects a printer and confirms the dialog.
+async function printOn(screen, name) {
+  const dialog = await selectPrinter(screen, name);
+  await screen.accessibility.click(dialog, printButton);
+  await screen.awaitWindowCount(1);
 }
 
-/// Prints on the printer in this row, once it is listed and its details have arrived.
-async function printOn(row, screen) {
-  const position = await printerPosition(row, screen, await screen.awaitSecondWindow());
-  await waitFor('the end of the print dialog', async () => {
-    await screen.click(...position);
-    await screen.pressKeys('alt+p');
-    return (await screen.windowCount()) === 1;
-  }, { every: 300 });
-}
-
-/// Prints with GTK's "print to file" and returns the text of each page.
-async function printToFile(user, screen) {
-  await printOn(0, screen);
-  const path = join(user.folder, 'output.pdf');
-  await waitFor('the complete file', () =>
-    existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
-  return pageTexts(path);
-}
-
-test('a page is printed to a PDF file', async (user, screen) => {
-  const layout = await user.startWithPage(page);
-  await screen.clickElement(layout, 'open');
-  await screen.awaitSecondWindow();
-  await saveScreenshot('print-dialog');
-  await user.root.awaitReport('returned');
-  assert.deepEqual(await printToFile(user, screen), texts);
-  await user.quit();
-});
-
-test('printing fires beforeprint and afterprint, and cancelling the dialog fires neither',
+test('a page is printed to a PDF file and gets its events; a cancelled dialog fires none',
   async (user, screen) => {
     const layout = await user.startWithPage(`${page}<script>
       onbeforeprint = () => report('print', 'before');
@@ -74,13 +55,18 @@ test('printing fires beforeprint and afterprint, and cancelling the dialog fires
     </script>`);
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();
+    await saveScreenshot('print-dialog');
+    await user.root.awaitReport('returned');
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
     await screen.clickElement(layout, 'open');
-    await printToFile(user, screen);
+    await printOn(screen, printToFile);
+    const path = join(user.folder, 'output.pdf');
+    await waitFor('the complete file', () =>
+      existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
+    assert.deepEqual(pageTexts(path), texts);
     await user.root.awaitReport('print', 2);
     assert.deepEqual(user.root.reported('print'), ['before', 'after']);
-    await user.quit();
   });
 
 /// Opens a page's print dialog with a print server that is closed at the end of the test.
@@ -96,39 +82,29 @@ async function openDialogWithPrinter(user, screen) {
 
 test('a page is printed on a printer', async (user, screen) => {
   const printServer = await openDialogWithPrinter(user, screen);
-  await printOn(1, screen);
+  await printOn(screen, 'Archive');
   await waitFor('a document', () => printServer.documents().length > 0);
   await user.quit();
-  await user.assertNothingLeft();
+  await user.awaitProcessesEnded();
   assert.equal(printServer.documents().length, 1);
   assert.deepEqual(pageTexts(printServer.documents()[0]), texts);
 });
 
 test('a printer that hangs does not delay quitting', async (user, screen) => {
   const printServer = await openDialogWithPrinter(user, screen);
-  const position = await printerPosition(1, screen, await screen.awaitSecondWindow());
-  await waitFor('an enabled button', async () => {
-    await screen.click(...position);
-    return canPrint(screen, position);
-  }, { every: 300 });
+  const dialog = await selectPrinter(screen, 'Archive');
   printServer.hang();
-  await waitFor('the end of the print dialog', async () => {
-    await screen.pressKeys('alt+p');
-    return (await screen.windowCount()) === 1;
-  }, { every: 300 });
-  await user.quit();
-  await user.assertNothingLeft();
+  await screen.accessibility.click(dialog, printButton);
+  await screen.awaitWindowCount(1);
 });
 
 test('a page that prints in a loop gets one dialog', async (user, screen) => {
   const script = `let count = 0; setInterval(() => { print(); report('count', count += 1); }, 50)`;
   const layout = await user.startWithPage(button('open', script));
-  const maxWindows = screen.watchWindowCount();
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
   await user.root.awaitReport('count', 10);
-  assert.equal(await maxWindows(), 2);
-  await user.quit();
+  assert.equal(screen.maxWindowCount, 2);
 });
 
 test('the print dialog closes when the page navigates away', async (user, screen) => {
@@ -136,11 +112,10 @@ test('the print dialog closes when the page navigates away', async (user, screen
   const layout = await user.startWithPage(`${button('open', 'print(); setInterval(check, 50)')}
     <script>
       const check = () => fetch('/leave').then(({ ok }) => ok && (location = '/other'));
-    </script>`, { live: true, routes });
+    </script>`, { routes });
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
-  user.root.setBehaviour({ routes: { ...routes, '/leave': {} } });
+  user.root.setRoutes({ ...routes, '/leave': {} });
   await user.root.awaitPainted(2);
   await screen.awaitWindowCount(1);
-  await user.quit();
 });

@@ -9,7 +9,7 @@ import { button, link } from '../support/desktop/page.mjs';
 import { KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test } = desktopTests();
+const { test } = desktopTests({ accessibility: true });
 
 const stored = (name) => `/api/bestand/${name}`;
 /// Returns a CSV file with a text that awaitFiles() checks.
@@ -43,17 +43,12 @@ async function awaitFiles(desktop, names) {
   }
 }
 
-/// Quits, and fails unless exactly these files were downloaded and opened, the page was not
-/// loaded again, and there was one window.
-async function quitWithFiles(user, desktop, maxWindows, names) {
+/// Quits, and fails unless exactly these files were downloaded and opened.
+async function quitWithFiles(desktop, names) {
   await awaitFiles(desktop, names);
   const files = names.map((name) => `${name}.csv`).sort();
   assert.deepEqual(desktop.files(), files);
-  assert.equal(user.root.reported('painted').length, 1, 'the page stays');
-  assert.equal(user.root.requests('/').length, 1);
-  await user.quit();
-  assert.deepEqual(await desktop.openedAfterExit(), files.map((file) => desktop.path(file)));
-  assert.equal(await maxWindows(), 1, 'no second window was opened');
+  await desktop.quitWithOpened(...files.map((file) => desktop.path(file)));
 }
 
 test('every kind of navigation of the page to a stored file downloads it', async (user, screen) => {
@@ -77,13 +72,12 @@ test('every kind of navigation of the page to a stored file downloads it', async
       '/redirect': { status: 302, headers: { location: stored('redirect') } },
     },
   });
-  const maxWindows = screen.watchWindowCount();
   for (const name of names) {
     await screen.clickElement(layout, name);
     await desktop.awaitFile(`${name}.csv`);
   }
   for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
-  await quitWithFiles(user, desktop, maxWindows, names);
+  await quitWithFiles(desktop, names);
 });
 
 test('a page that navigates to several files at once downloads all', async (user, screen) => {
@@ -92,11 +86,10 @@ test('a page that navigates to several files at once downloads all', async (user
   const layout = await user.startWithPage(names.map((name) => link(name, stored(name))).join('') +
     button('all', "document.querySelectorAll('a').forEach((each) => each.click())"),
   { routes: csvRoutes(names) });
-  const maxWindows = screen.watchWindowCount();
   await screen.clickElement(layout, 'all');
   await awaitFiles(desktop, names);
   for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
-  await quitWithFiles(user, desktop, maxWindows, names);
+  await quitWithFiles(desktop, names);
 });
 
 test('every kind of navigation of a frame to a stored file shows it in the frame',
@@ -118,7 +111,6 @@ test('every kind of navigation of a frame to a stored file shows it in the frame
         ...Object.fromEntries(names.map((name) => [stored(name), shown(name)])),
       },
     });
-    const maxWindows = screen.watchWindowCount();
     const assertShown = async (expected) => {
       await user.root.awaitReport('frame', expected.length);
       assert.deepEqual(user.root.reported('frame').sort(), [...expected].sort());
@@ -129,7 +121,7 @@ test('every kind of navigation of a frame to a stored file shows it in the frame
       await assertShown(names.slice(0, index + 3));
     }
     for (const name of names) assertSentByPage(requestsFor(user, stored(name)));
-    await quitWithFiles(user, desktop, maxWindows, []);
+    await quitWithFiles(desktop, []);
   });
 
 test('a link in a frame that targets the top page or a new window, or an export, is downloaded',
@@ -150,13 +142,12 @@ test('a link in a frame that targets the top page or a new window, or an export,
         '/api/export': csv('export'),
       },
     });
-    const maxWindows = screen.watchWindowCount();
     for (const id of Object.keys(urls)) {
       await screen.clickElement(layout, id);
       await desktop.awaitFile(`${id}.csv`);
     }
-    for (const url of Object.values(urls)) assertSentByApplication(user.root.requests(url));
-    await quitWithFiles(user, desktop, maxWindows, Object.keys(urls));
+    for (const url of Object.values(urls)) assertSentByApplication(user.root.requestsTo(url));
+    await quitWithFiles(desktop, Object.keys(urls));
   });
 
 test('after a change of the address the rule holds for the new server', async (user, screen) => {
@@ -180,7 +171,8 @@ test('after a change of the address the rule holds for the new server', async (u
   // The application sends the https-only cookie itself; the web engine does not send it over http.
   assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
   assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
-  assert.equal(online.reported('painted').length, 1, 'the page stays');
+  assert.equal(online.paintCount(), 1, 'the page stays');
   await user.quit();
-  assert.deepEqual(await desktop.openedAfterExit(), [desktop.path('1.csv')]);
+  await user.awaitProcessesEnded();
+  assert.deepEqual(desktop.opened(), [desktop.path('1.csv')]);
 });

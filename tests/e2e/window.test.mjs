@@ -6,7 +6,7 @@ import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { pageColour } from '../support/desktop/page.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
 test('each editing key acts once on the focused field', async (user, screen) => {
   await user.startAndShowPage();
@@ -36,7 +36,6 @@ test('each editing key acts once on the focused field', async (user, screen) => 
     await screen.pressKeys(`${command}+shift+z`);
     await fieldHas('');
   }
-  await user.quit();
 });
 
 /// Waits for a page height that satisfies a predicate.
@@ -61,7 +60,6 @@ test('F11 and Control-Super-F switch full screen on and off', async (user, scree
     await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
     assert.ok(!(await isFullScreen(screen)));
   }
-  await user.quit();
 });
 
 test('a minimised or hidden window comes back when it is activated', async (user, screen) => {
@@ -75,7 +73,6 @@ test('a minimised or hidden window comes back when it is activated', async (user
     await waitFor('a shown window', async () => /Normal/.test(await state()));
     await screen.awaitPage();
   }
-  await user.quit();
 });
 
 test('F10 opens the menu, whose first item is the About dialog',
@@ -104,7 +101,6 @@ test('F10 opens the menu, whose first item is the About dialog',
 
     // The dialog does not block quitting.
     await openAbout();
-    await user.quit();
   });
 
 async function enterFullScreen(user, screen) {
@@ -115,6 +111,9 @@ async function enterFullScreen(user, screen) {
   await waitFor('full screen', () => isFullScreen(screen));
   await screen.awaitPage(700, 4);
 }
+
+/// The first item of the menu bar.
+const barItem = { role: 'menu item', name: 'Orvel OS' };
 
 const isBarShown = (screen) => !screen.screenshot().shows(pageColour, 700, 20);
 const awaitBar = (screen) => waitFor('the menu bar', () => isBarShown(screen));
@@ -130,7 +129,7 @@ test('in full screen the pointer at the top edge shows the menu bar', async (use
   // The bar covers the page, which is not resized.
   assert.equal(pageHeight(), screenHeight);
   await saveScreenshot('full-screen-bar');
-  await screen.click(40, 18);
+  await screen.accessibility.click(await screen.awaitWindow(), barItem);
   await screen.awaitMenu();
   await saveScreenshot('full-screen-menu');
   // The bar stays while a menu is open, even with the pointer elsewhere.
@@ -147,7 +146,6 @@ test('in full screen the pointer at the top edge shows the menu bar', async (use
   await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
   assert.ok(!(await isFullScreen(screen)));
   await awaitBar(screen);
-  await user.quit();
 });
 
 test('in full screen F10 opens the menu, whose commands work', async (user, screen) => {
@@ -167,17 +165,10 @@ test('in full screen F10 opens the menu, whose commands work', async (user, scre
   await screen.type('abc');
   await user.root.awaitFieldText('abc');
   await openMenu();
-  // The second item of "Weergave" is "Schermvullend". A menu takes keys once an item is
-  // highlighted.
-  const awaitHighlight = (x, y) =>
-    waitFor(`a highlighted item at ${x}, ${y}`, () => screen.screenshot().pixel(x, y)[2] > 60);
-  await awaitHighlight(15, 61);
-  for (const [key, x, y] of [['Right', 205, 61], ['Right', 305, 61], ['Down', 305, 91]]) {
-    await screen.pressKeys(key);
-    await awaitHighlight(x, y);
-  }
+  // The first item of the menu "Weergave".
+  await screen.moveToMenuItem('Herlaad', 'Right');
+  await screen.moveToMenuItem('Schermvullend');
   await screen.pressKeys('Return');
   const screenHeight = screen.screenshot().height;
   await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
-  await user.quit();
 });

@@ -8,47 +8,47 @@ import {
 import { dirname, join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
+import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
 import { fullDisks, mounting, noMounts, readOnly } from '../support/desktop/mount_namespace.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
+import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
 import {
-  fingerprint, makeRelease, plistValue, releaseRoutes,
-} from '../support/desktop/release.mjs';
-import { checkForUpdates, upToDateNotice, updatedNotice } from '../support/desktop/updates.mjs';
+  archive, checkForUpdates, checkFromMenu, offer, startWithUpdateServer, upToDateNotice,
+  updatedNotice,
+} from '../support/desktop/updates.mjs';
 import { KEY } from '../support/desktop/user.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong, scenarioTests } from './harness/scenario.mjs';
+import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
-const test = scenarioTests();
+const { test } = desktopTests({ accessibility: true });
 
 /// Starts the application and reloads the page.
-async function startAndReload(scenario, options) {
-  await scenario.startAndShowPage(options);
-  await scenario.monitored(() => scenario.reload());
+async function startAndReload(user, options) {
+  await user.startAndShowPage(options);
+  await user.reload();
 }
 
 const assertPageRequestHasKey = ({ root }) =>
-  assert.match(root.requests('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
 
 const assertServerOutputInherited = ({ run }) =>
   assert.match(run.output, /line on standard error/);
 
-test('starting: the log folder is a file', async (scenario) => {
-  const folder = join(scenario.root.path, 'v3/.local');
+test('starting: the log folder is a file', async (user) => {
+  const folder = join(user.root.path, 'v3/.local');
   writeFileSync(folder, 'no folder');
-  await startAndReload(scenario);
-  assertServerOutputInherited(scenario);
+  await startAndReload(user);
+  assertServerOutputInherited(user);
   assert.equal(readFileSync(folder, 'utf8'), 'no folder');
 });
 
-test('starting: the data root is read-only', { skip: noMounts }, async (scenario) => {
-  const { root } = scenario;
-  await startAndReload(scenario, { wrapper: readOnly(root.path, root.recordPath) });
-  assertServerOutputInherited(scenario);
+test('starting: the data root is read-only', { skip: noMounts }, async (user) => {
+  const { root } = user;
+  await startAndReload(user, { wrapper: readOnly(root.path, root.recordPath) });
+  assertServerOutputInherited(user);
   assert.ok(!existsSync(join(root.path, 'v3/.local')));
 });
 
-test('starting: a path with blanks, quotes and non-ASCII characters', async (scenario) => {
-  const { user } = scenario;
+test('starting: a path with blanks, quotes and non-ASCII characters', async (user) => {
   user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
   // A stale server is recognised by this path.
   const stale = spawn(process.execPath, [user.root.script], {
@@ -57,7 +57,7 @@ test('starting: a path with blanks, quotes and non-ASCII characters', async (sce
   });
   try {
     await waitFor('the stale server', () => user.root.events('listening').length === 1);
-    await startAndReload(scenario, { environment: { ORVEL_OS_ROOT: user.root.path } });
+    await startAndReload(user, { environment: { ORVEL_OS_ROOT: user.root.path } });
     assert.ok(!isRunning(stale.pid));
   } finally {
     kill(stale.pid);
@@ -65,84 +65,85 @@ test('starting: a path with blanks, quotes and non-ASCII characters', async (sce
   assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
 });
 
-test('showing: the data root is removed and comes back', async (scenario) => {
-  const { user, root, screen } = scenario;
+test('showing: the data root is removed and comes back', async (user, screen) => {
+  const { root } = user;
   const elsewhere = join(user.folder, 'elsewhere');
   const move = (from, to) => {
     renameSync(from, to);
     root.recordPath = join(to, 'v3/record.jsonl');
   };
-  await scenario.startAndShowPage();
-  await scenario.monitored(async () => {
-    move(root.path, elsewhere);
-    await scenario.reload();
-    await scenario.crashServer();
-    await screen.pressKeys('ctrl+r');
-    await screen.awaitPageText((text) => text.includes('Deze Mac heeft het OS niet.'));
-    move(elsewhere, root.path);
-    await scenario.restartServer();
-    await root.awaitPainted(3);
-  });
+  await user.startAndShowPage();
+  move(root.path, elsewhere);
+  await user.reload();
+  await user.crashServer();
+  await screen.pressKeys('ctrl+r');
+  await screen.awaitPageText((text) => text.includes('Deze Mac heeft het OS niet.'));
+  move(elsewhere, root.path);
+  await user.restartServer();
+  await root.awaitPainted(3);
 });
+
+/// The options of a test that damages the defaults file: it is kept under another name.
+const keepsDamagedDefaults = { configurationFiles: ['defaults.ini', 'defaults.ini.damaged'] };
 
 const garbage = Buffer.from(Array.from({ length: 5000 }, (_, index) => (index * 7919) % 251));
 
 /// Damages the files with page storage, the cookie database among them.
-function damagePageStorage({ user }) {
+function damagePageStorage(user) {
   const files = user.dataFiles();
   assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
   for (const path of files) writeFileSync(path, garbage);
 }
 
 /// Damages the defaults file. Returns a function that checks its replacement.
-function damageDefaults(scenario) {
-  const { defaultsFile } = scenario.user;
+function damageDefaults(user) {
+  const { defaultsFile } = user;
   mkdirSync(dirname(defaultsFile), { recursive: true });
   writeFileSync(defaultsFile, garbage);
-  scenario.configurationFiles.push('defaults.ini.damaged');
   return () => {
     assert.deepEqual(readFileSync(`${defaultsFile}.damaged`), garbage);
     assert.match(readFileSync(defaultsFile, 'utf8'), /^\[Defaults\]/);
   };
 }
 
-test('starting: defaults, cookie database and page storage are damaged', async (scenario) => {
-  await scenario.startAndShowPage();
-  await scenario.quit();
-  damagePageStorage(scenario);
-  const assertReplaced = damageDefaults(scenario);
-  await startAndReload(scenario);
-  await scenario.quit();
-  assertReplaced();
-  assertPageRequestHasKey(scenario);
+test('starting: defaults, cookie database and page storage are damaged', keepsDamagedDefaults,
+  async (user) => {
+    await user.startAndShowPage();
+    await user.quit();
+    damagePageStorage(user);
+    const assertReplaced = damageDefaults(user);
+    await startAndReload(user);
+    await user.quit();
+    assertReplaced();
+    assertPageRequestHasKey(user);
+  });
+
+test('starting: Info.plist is damaged', async (user) => {
+  writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
+  await startAndReload(user);
+  assert.equal(user.root.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
-test('starting: Info.plist is damaged', async (scenario) => {
-  writeFileSync(join(scenario.user.bundle, 'Contents/Info.plist'), garbage);
-  await startAndReload(scenario);
-  assert.equal(scenario.root.requests('/api/wie')[0].headers['x-orvel-app'], '');
-});
+test('showing: defaults, cookie database and page storage are damaged', keepsDamagedDefaults,
+  async (user) => {
+    await user.startAndShowPage();
+    damagePageStorage(user);
+    const assertReplaced = damageDefaults(user);
+    // The request may lack its cookie: WebKit's network process may crash.
+    await user.reload();
+    await user.quit();
+    assertReplaced();
+    await startAndReload(user);
+    assertPageRequestHasKey(user);
+  });
 
-test('showing: defaults, cookie database and page storage are damaged', async (scenario) => {
-  await scenario.startAndShowPage();
-  damagePageStorage(scenario);
-  const assertReplaced = damageDefaults(scenario);
-  // The request may lack its cookie: WebKit's network process may crash.
-  await scenario.monitored(() => scenario.reload());
-  await scenario.quit();
-  assertReplaced();
-  await startAndReload(scenario);
-  assertPageRequestHasKey(scenario);
-});
-
-test('starting: all disks are full', { skip: noMounts }, async (scenario) => {
+test('starting: all disks are full', { skip: noMounts }, async (user) => {
   const folders = ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
-    .map((name) => scenario.user.environment[name]);
-  await startAndReload(scenario, { wrapper: fullDisks(...folders) });
+    .map((name) => user.environment[name]);
+  await startAndReload(user, { wrapper: fullDisks(...folders) });
 });
 
 const room = 128 << 20;
-const archive = '/download/orvel-os.zip';
 
 /// Makes a small archive of a bundle that needs more than `room`.
 const makeLargeRelease = (user) => makeRelease(user, {
@@ -157,84 +158,76 @@ function storedBytes(name, folder) {
 }
 
 test('updating: no space to unpack a release, then a smaller release',
-  { skip: noMounts }, async (scenario) => {
-    const { user, screen } = scenario;
+  { skip: noMounts }, async (user, screen) => {
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
     const wrapper = mounting(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
-    await scenario.online(async (server, routes) => {
-      const oldBundle = fingerprint(user.bundle);
-      await scenario.monitored(async () => {
-        Object.assign(routes, releaseRoutes('1.1', makeLargeRelease(user)));
-        await screen.chooseApplicationItem(1);
-        await waitFor('the request', () => server.requestsTo(archive).length === 1);
-        Object.assign(routes, releaseRoutes('1.0'));
-        await checkForUpdates(screen, upToDateNotice());
-        assert.equal(fingerprint(user.bundle), oldBundle);
-        const stored = storedBytes('large', `/proc/${scenario.run.pid}/root${temporary}`);
-        assert.ok(stored > 0 && stored < room, 'the file is partial');
-        Object.assign(routes, releaseRoutes('1.1', makeRelease(user)));
-        await screen.chooseApplicationItem(1);
-        await screen.awaitPanel(updatedNotice);
-      });
-      assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
-      await scenario.terminate();
-    }, { wrapper });
+    const server = await startWithUpdateServer(user, { wrapper });
+    const oldBundle = fingerprint(user.bundle);
+    offer(server, '1.1', makeLargeRelease(user));
+    await checkFromMenu(screen);
+    await waitFor('the request', () => server.requestsTo(archive).length === 1);
+    offer(server, '1.0');
+    await checkForUpdates(screen, upToDateNotice());
+    assert.equal(fingerprint(user.bundle), oldBundle);
+    const stored = storedBytes('large', `/proc/${user.run.pid}/root${temporary}`);
+    assert.ok(stored > 0 && stored < room, 'the file is partial');
+    offer(server, '1.1', makeRelease(user));
+    await checkFromMenu(screen);
+    await screen.awaitPanel(updatedNotice);
+    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+    await user.terminate();
   });
 
-test('showing: the server floods its log', { timeout: 240_000 }, async (scenario) => {
-  const { root, screen } = scenario;
+test('showing: the server floods its log', async (user, screen) => {
+  const { root } = user;
   const size = isLong ? 1 << 30 : 1 << 26;
-  scenario.setRoutes();
-  await scenario.startAndShowPage();
-  await scenario.monitored(async () => {
-    scenario.setRoutes({ '/': { page: '', logBytes: size } });
-    await screen.pressKeys('ctrl+r');
-    await waitFor('the page again', () => scenario.paints() === 2, { timeout: 180_000 });
-    assert.ok(statSync(root.log).size >= size);
-    scenario.setRoutes();
-    await scenario.crashServer();
-    await scenario.restartServer();
-    await root.awaitPainted(3);
-    assert.ok(statSync(root.log).size < 1000, 'each start empties the log');
-  });
+  await user.startAndShowPage();
+  root.setRoutes({ '/': { page: '', logBytes: size } });
+  await screen.pressKeys('ctrl+r');
+  await waitFor('the page again', () => root.paintCount() === 2, { timeout: floodTimeout });
+  assert.ok(statSync(root.log).size >= size);
+  root.setRoutes();
+  await user.crashServer();
+  await user.restartServer();
+  await root.awaitPainted(3);
+  assert.ok(statSync(root.log).size < 1000, 'each start empties the log');
 });
 
 const libfaketime = ['x86_64', 'aarch64']
   .map((machine) => `/usr/lib/${machine}-linux-gnu/faketime/libfaketime.so.1`).find(existsSync);
 
 test('polling and showing: the clock jumps by a year in both directions',
-  { skip: !libfaketime && 'libfaketime is not installed' }, async (scenario) => {
-    const { user, root } = scenario;
+  { skip: !libfaketime && 'libfaketime is not installed' }, async (user) => {
+    const { root } = user;
     const clock = join(user.folder, 'clock');
     const setClock = (offset) => {
       writeFileSync(`${clock}.new`, offset);
       renameSync(`${clock}.new`, clock);
     };
     const jumps = ['+366d', '-366d', '+0d'];
-    const probes = () => root.requests('/api/wie').length;
+    const probes = () => root.requestsTo('/api/wie').length;
     setClock('+0d');
-    scenario.setRoutes({ '/api/wie': { status: 503 } });
-    scenario.start({ environment: {
+    root.setRoutes({ '/api/wie': { status: 503 } });
+    user.start({ environment: {
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
     await waitFor('probes', () => probes() >= 2);
-    await scenario.monitored(async () => {
-      for (const jump of jumps) {
-        setClock(jump);
-        const before = probes();
-        const begin = performance.now();
-        await waitFor(`probes after ${jump}`, () => probes() >= before + 3);
-        const elapsed = performance.now() - begin;
-        assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
-      }
-      scenario.setRoutes();
-      await root.awaitPainted(1);
-      for (const jump of jumps) {
-        setClock(jump);
-        await scenario.reload();
-        assertPageRequestHasKey(scenario);
-      }
-    });
+    for (const jump of jumps) {
+      setClock(jump);
+      const before = probes();
+      const begin = performance.now();
+      await waitFor(`probes after ${jump}`, () => probes() >= before + 3);
+      const elapsed = performance.now() - begin;
+      // The interval is 250 ms.
+      assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
+    }
+    root.setRoutes();
+    await root.awaitPainted(1);
+    for (const jump of jumps) {
+      setClock(jump);
+      await user.reload();
+      assertPageRequestHasKey(user);
+    }
   });

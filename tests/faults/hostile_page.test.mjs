@@ -1,36 +1,23 @@
 // A page that tries to leave the application, to block it or to overload it.
 
 import assert from 'node:assert/strict';
-import { existsSync, readFileSync, writeFileSync } from 'node:fs';
+import { existsSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
+import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
+import { button } from '../support/desktop/page.mjs';
+import { kill } from '../support/desktop/processes.mjs';
 import { KEY } from '../support/desktop/user.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
-import { isLong, scenarioTests } from './harness/scenario.mjs';
+import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
-const test = scenarioTests();
+const { test } = desktopTests();
 
-const count = isLong ? 10_000 : 100;
-// Each program that is started forks the application.
-const whileStartingPrograms = { maxGrowth: 40 };
-const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n' };
-
-/// Replaces the desktop's default application by a shell script, because thousands of Node
-/// processes would load the machine. Returns a function that lists what was opened.
-function useCheapOpener({ user }) {
-  const list = join(user.folder, 'opened');
-  writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`,
-    { mode: 0o755 });
-  return () => existsSync(list) ? readFileSync(list, 'utf8').split('\n').slice(0, -1) : [];
-}
-
-test('navigations to other schemes by script, link and frame', async (scenario) => {
-  const { user, screen, root } = scenario;
+test('navigations to other schemes by script, link and frame', async (user) => {
   const desktop = new Desktop(user);
   const urls = ['file:///etc/passwd', 'javascript:report(`ran`)//', 'data:text/html,gone',
     'ftp://elsewhere.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-unknown:y'];
-  const layout = await scenario.startWithPage(`
+  const layout = await user.startWithPage(`
     ${beaconLink}
     <script>
       const byScript = (url) => {
@@ -56,84 +43,141 @@ test('navigations to other schemes by script, link and frame', async (scenario) 
       };
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
-  await scenario.monitored(() => root.awaitReport('done'));
-  assert.equal(scenario.paints(), 1, 'the page stays');
-  await desktop.openBeacon(screen, layout);
-  assert.deepEqual(desktop.opened(), [beacon]);
+  await user.root.awaitReport('done');
+  await desktop.openBeacon(layout);
+  await desktop.quitWithOpened(beacon);
 });
 
-test('a script reads the key from the user agent and the cookies', async (scenario) => {
-  await scenario.startWithPage(`<script>
+test('a script reads the key from the user agent and the cookies', async (user) => {
+  await user.startWithPage(`<script>
     report('script', { agent: navigator.userAgent, cookies: document.cookie.split('; ') });
   </script>`);
-  const { agent, cookies } = await scenario.root.awaitReport('script');
+  const { agent, cookies } = await user.root.awaitReport('script');
   assert.ok(agent.endsWith(` ORVELOS/${KEY}`), agent);
   assert.ok(cookies.includes(`orvelapp=${KEY}`), String(cookies));
 });
 
-for (const call of ['alert', 'confirm']) {
-  test(`${call} in an endless loop`, async (scenario) => {
-    const { screen } = scenario;
-    await scenario.startWithPage(`<script>
-      addEventListener('load', () => setTimeout(() => {
-        for (let number = 0; ; number += 1) ${call}('panel ' + number);
-      }, 300));
-    </script>`);
-    await scenario.monitored(async () => {
-      for (let number = 0; number < 5; number += 1) {
-        await screen.awaitPanel(`panel ${number}`);
-        await screen.pressKeys('Return');
-        await screen.awaitPanelClosed(`panel ${number}`);
-      }
-      await screen.awaitPanel('panel 5');
-    });
-    await scenario.terminate();
+/// Returns a script that runs an action for each `number`.
+const repeat = (count, action) =>
+  `for (let number = 0; number < ${count}; number += 1) { ${action} }`;
+
+/// Starts the application with a page that runs a script and then reports "done": after a click,
+/// or without one after the page has been painted.
+async function runScript(user, screen, script, { click = true, routes } = {}) {
+  const layout = await user.startWithPage(`<script>
+      const run = () => { ${script}; report('done'); };
+      if (${!click}) addEventListener('load', () => setTimeout(run, 300));
+    </script>${button('run', 'run()')}`, { routes });
+  if (click) await screen.clickElement(layout, 'run');
+}
+
+const quits = {
+  alert: (user, screen) => screen.pressKeys('ctrl+q'),
+  confirm: ({ run }) => kill(run.pid, 'SIGTERM'),
+};
+
+for (const [call, quit] of Object.entries(quits)) {
+  test(`${call} in an endless loop shows one panel at a time`, async (user, screen) => {
+    await runScript(user, screen, repeat(Infinity, `${call}('panel ' + number)`));
+    for (let number = 0; number < 5; number += 1) {
+      await screen.awaitPanel(`panel ${number}`);
+      await screen.awaitWindowCount(2);
+      await screen.pressKeys('Return');
+      await screen.awaitPanelClosed(`panel ${number}`);
+    }
+    await screen.awaitPanel('panel 5');
+    await quit(user, screen);
+    await user.awaitCleanExit();
+    assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
   });
 }
 
-/// Starts the application with a page that runs an action for each `number`, with or without
-/// a click, and waits until as many files or URLs have been opened.
-async function openMany(scenario, action, { click = true, routes = {} } = {}) {
-  const { screen } = scenario;
-  const opened = useCheapOpener(scenario);
-  const layout = await scenario.startWithPage(`<button id="button">run</button><script>
-    const run = () => {
-      for (let number = 0; number < ${count}; number += 1) { ${action} }
-    };
-    if (${click}) button.onclick = run;
-    else addEventListener('load', () => setTimeout(run, 300));
-  </script>`, { routes });
-  const maxWindows = screen.watchWindowCount();
-  await scenario.monitored(async () => {
-    if (click) await screen.clickElement(layout, 'button');
-    await waitFor(`${count} opened`, () => opened().length >= count,
-      { timeout: count * 100 + 20_000 });
-  }, whileStartingPrograms);
-  assert.equal(await maxWindows(), 1, 'no window was opened');
-  assert.equal(scenario.paints(), 1, 'the page stays');
-  await scenario.terminate();
+const count = isLong ? 10_000 : 100;
+const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n' };
+const clickExportLink = `const link = document.createElement('a');
+  link.href = '/api/export?' + number;
+  document.body.append(link);
+  link.click();`;
+
+/// Runs an action `count` times and waits until as many files or URLs have been opened.
+async function openMany(user, screen, action, options) {
+  // A shell script as the default application, because thousands of Node processes would load
+  // the machine.
+  const list = join(user.folder, 'opened');
+  writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`);
+  const opened = () =>
+    existsSync(list) ? readFileSync(list, 'utf8').split('\n').slice(0, -1) : [];
+  await runScript(user, screen, repeat(count, action), options);
+  await waitFor(`${count} opened`, () => opened().length >= count, { timeout: floodTimeout });
+  user.root.assertPageLoadedOnce();
+  await user.terminate();
+  assert.equal(screen.maxWindowCount, 1, 'no window was opened');
   assert.equal(new Set(opened()).size, count);
 }
 
 for (const click of [true, false]) {
   test(`${count} windows for web and other URLs ${click ? 'after' : 'without'} a click`,
-    { timeout: 1_200_000 }, async (scenario) => {
-      new Desktop(scenario.user);
+    async (user, screen) => {
+      new Desktop(user);
       // A navigation or link to an sms: URL would be ignored.
-      await openMany(scenario,
-        "open((number % 2 === 0 ? 'https://elsewhere.test/' : 'sms:') + number);", { click });
+      await openMany(user, screen,
+        "open((number % 2 === 0 ? 'https://elsewhere.test/' : 'sms:') + number)", { click });
     });
 }
 
-test(`${count} links to the export`, { timeout: 1_200_000 }, async (scenario) => {
-  const desktop = new Desktop(scenario.user);
-  await openMany(scenario, `
-    const link = document.createElement('a');
-    link.href = '/api/export?' + number;
-    document.body.append(link);
-    link.click();`, { routes: { '/api/export': csv } });
+test(`${count} links to the export are saved as ${count} files`, async (user, screen) => {
+  const desktop = new Desktop(user);
+  await openMany(user, screen, clickExportLink, { routes: { '/api/export': csv } });
   assert.equal(desktop.files().length, count);
   for (const name of desktop.files()) {
     assert.equal(readFileSync(desktop.path(name), 'utf8'), csv.body);
   }
 });
+
+/// Returns the URLs of the requests for the export.
+const exportRequests = (user) => user.root.events('request').map(({ url }) => url)
+  .filter((url) => url.startsWith('/api/export'));
+
+const floodCount = 10_000;
+const missing = { '/api/export': { status: 404 } };
+
+test(`${floodCount} links to the export are requested once each`, async (user, screen) => {
+  await runScript(user, screen, repeat(floodCount, clickExportLink), { routes: missing });
+  await waitFor('all requests', () => exportRequests(user).length >= floodCount,
+    { timeout: floodTimeout, every: 500 });
+  assert.equal(new Set(exportRequests(user)).size, floodCount);
+  await user.quit();
+  assert.equal(exportRequests(user).length, floodCount);
+});
+
+for (const click of [true, false]) {
+  test(`the application quits after ${floodCount} windows for the export ` +
+    `${click ? 'after' : 'without'} a click`, async (user, screen) => {
+    await runScript(user, screen, repeat(floodCount, "open('/api/export?' + number)"),
+      { click, routes: missing });
+    // Without a click the script still runs when the application quits.
+    if (click) {
+      await waitFor('the end of the script', () => user.root.reported('done').length > 0,
+        { timeout: floodTimeout });
+    }
+    await waitFor('a request', () => exportRequests(user).length > 0);
+    await user.quit();
+    assert.equal(screen.maxWindowCount, 1, 'no window was opened');
+    assert.deepEqual(readdirSync(user.home), []);
+  });
+}
+
+test('an alert with 7,000,000 characters is shown', async (user, screen) => {
+  await runScript(user, screen, "alert('Longer '.repeat(1_000_000))");
+  await screen.awaitPanel('Longer '.repeat(12).slice(0, 80));
+  await screen.pressKeys('Return');
+  await user.root.awaitReport('done');
+});
+
+test('a title of 50,000,000 characters and a long fragment do not change the window',
+  async (user, screen) => {
+    await runScript(user, screen, `document.title = 'title'.repeat(10_000_000);
+      history.pushState(0, '', '#' + 'x'.repeat(1_000_000))`);
+    await user.root.awaitReport('done');
+    assert.equal((await screen.windows('Orvel OS')).length, 1);
+  });

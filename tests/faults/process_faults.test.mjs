@@ -1,17 +1,19 @@
-// Faults of processes, injected in the middle of each job of the application.
+// Faults of processes, injected in the middle of each job of the application, and deaths of
+// WebKit's processes at other moments.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { readFileSync, readdirSync } from 'node:fs';
+import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 import { setTimeout as pause } from 'node:timers/promises';
 
-import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { withSessionBus } from '../support/desktop/session_bus.mjs';
+import { withSessionBus } from '../support/desktop/bus.mjs';
+import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
+import { kill } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
-import { jobs } from './harness/jobs.mjs';
-import { isLong, scenarioTests } from './harness/scenario.mjs';
+import { jobs } from './jobs.mjs';
 
-const test = scenarioTests();
+const { test } = desktopTests();
 
 /// The outcome of the same fault in each job.
 const always = (outcome) =>
@@ -19,31 +21,32 @@ const always = (outcome) =>
 
 const outcomes = {
   /// The job completes.
-  continues: (scenario, job) => job.finish(scenario),
+  continues: (context, job) => job.finish(context),
 
-  /// The main thread answers and the application quits; the page may stall.
-  answers: () => {},
+  /// The application quits; the page may stall.
+  quits: () => {},
 
   /// The application exits in the ordinary way, and the job leaves nothing partial.
-  async exits(scenario, job) {
-    await scenario.user.awaitCleanExit(scenario.run);
-    await job.assertNothingDone?.(scenario);
+  async exits(context, job) {
+    await context.user.awaitCleanExit(context.run);
+    await job.assertNothingDone?.(context);
   },
 
   /// The error page gives the number of SIGKILL, and Control-R opens the OS again.
-  async reports(scenario, job) {
+  async reports(context, job) {
+    const { user, screen } = context;
     const message = 'De OS-server is gestopt (code 9). Zie ~/orvel-os/v3/.local/server.log. ' +
       'Herstarten met ⌘R.';
-    const text = await scenario.screen.awaitPageText((page) => page.endsWith(message));
+    const text = await screen.awaitPageText((page) => page.endsWith(message));
     assert.equal(text, `Orvel OS\n${message}`);
-    await job.assertNothingDone?.(scenario);
-    scenario.root.setBehaviour({});
-    const before = scenario.paints();
-    await scenario.restartServer();
-    await scenario.root.awaitPainted(before + 1);
+    await job.assertNothingDone?.(context);
+    user.root.setBehaviour({});
+    const before = user.root.paintCount();
+    await user.restartServer();
+    await user.root.awaitPainted(before + 1);
   },
 };
-const { continues, answers, exits, reports } = outcomes;
+const { continues, quits, exits, reports } = outcomes;
 
 /// Returns whether a WebKit process has a thread that listens to the application. WebKit
 /// ends the application when a process dies before that.
@@ -56,14 +59,9 @@ function listens({ pid }) {
   }
 }
 
-async function killAndWait(pid) {
-  kill(pid);
-  await waitFor(`the end of process ${pid}`, () => !isRunning(pid));
-}
-
-async function killWebKitProcess({ user }, name) {
+async function killWebKitProcess(user, name) {
   const { pid } = await waitFor(name, () => user.processesNamed(name).find(listens));
-  await killAndWait(pid);
+  await user.killProcess(pid);
 }
 
 const serverOf = async ({ root }) => (await root.awaitStarted()).pid;
@@ -72,14 +70,14 @@ const serverOf = async ({ root }) => (await root.awaitStarted()).pid;
 const faults = {
   'the server crashes': {
     short: ['starting', 'downloading'],
-    inject: async (scenario) => kill(await serverOf(scenario)),
+    inject: async ({ user }) => kill(await serverOf(user)),
     // The job updating has no local server.
     outcomes: { ...always(reports), updating: undefined, quitting: continues },
   },
   'the server is stopped for a second': {
     short: ['quitting'],
-    async inject(scenario) {
-      const pid = await serverOf(scenario);
+    async inject({ user }) {
+      const pid = await serverOf(user);
       kill(pid, 'SIGSTOP');
       await pause(1000);
       kill(pid, 'SIGCONT');
@@ -87,19 +85,19 @@ const faults = {
     outcomes: { ...always(continues), updating: undefined },
   },
   'the web process is killed': {
-    short: ['starting', 'downloading', 'updating'],
-    inject: (scenario) => killWebKitProcess(scenario, 'WebKitWebProcess'),
+    short: ['starting', 'showing', 'downloading', 'updating'],
+    inject: ({ user }) => killWebKitProcess(user, 'WebKitWebProcess'),
     outcomes: always(continues),
   },
   'the network process is killed': {
     short: ['showing', 'updating'],
-    inject: (scenario) => killWebKitProcess(scenario, 'WebKitNetworkProcess'),
+    inject: ({ user }) => killWebKitProcess(user, 'WebKitNetworkProcess'),
     outcomes: always(continues),
   },
   'the session bus ends': {
     short: ['showing', 'updating'],
     onBus: true,
-    inject: (scenario) => killAndWait(scenario.bus.pid),
+    inject: ({ user, bus }) => user.killProcess(bus.pid),
     outcomes: always(continues),
   },
   'a second instance starts': {
@@ -126,30 +124,59 @@ const faults = {
     // Without descriptors GLib and WebKit abort an application that is starting or drawing
     // its first page ("Failed to create shared memory" in WebKitGTK 2.54), and WebKit stalls
     // a page that cannot load an image.
-    outcomes: { ...always(continues), starting: undefined, polling: undefined, showing: answers },
+    outcomes: { ...always(continues), starting: undefined, polling: undefined, showing: quits },
   },
 };
 
-async function runJob(scenario, job, { inject }, outcome) {
-  await job.begin(scenario);
-  await scenario.monitored(async () => {
-    await job.enter?.(scenario);
-    await inject(scenario);
-    await outcome(scenario, job);
-  });
-  if (!scenario.run.exit) await scenario.terminate();
+async function runJob(context, job, { inject }, outcome) {
+  const { user } = context;
+  await job.begin(context);
+  context.run = user.run;
+  await inject(context);
+  await outcome(context, job);
+  if (!context.run.exit) await user.terminate(context.run);
 }
 
 for (const [title, fault] of Object.entries(faults)) {
   for (const [name, job] of Object.entries(jobs)) {
     const outcome = fault.outcomes[name];
     if (!outcome || !(isLong || fault.short.includes(name))) continue;
-    test(`${name}: ${title}`, async (scenario) => {
-      if (!fault.onBus) return runJob(scenario, job, fault, outcome);
-      return withSessionBus(async (environment, bus) => {
-        Object.assign(scenario, { bus, startOptions: { environment } });
-        await runJob(scenario, job, fault, outcome);
-      });
+    test(`${name}: ${title}`, async (user, screen) => {
+      if (!fault.onBus) return runJob({ user, screen }, job, fault, outcome);
+      return withSessionBus((environment, bus) =>
+        runJob({ user, screen, bus, startOptions: { environment } }, job, fault, outcome));
     });
   }
+}
+
+test('the error page is shown again when the web process is killed', { behaviour: null },
+  async (user, screen) => {
+    user.start();
+    const isErrorPage = (page) => page.startsWith('Orvel OS\nDeze Mac');
+    const text = await screen.awaitPageText(isErrorPage);
+    await killWebKitProcess(user, 'WebKitWebProcess');
+    assert.equal(await screen.awaitPageText(isErrorPage), text);
+  });
+
+/// The responses to the reload during which the network process is killed.
+const interruptedResponses = {
+  'has no response yet': () => ({ noReply: true }),
+  'was reset': () => ({ reset: true }),
+  'is half received': (gate) => ({ body: 'text '.repeat(100_000), gate }),
+};
+
+for (const [situation, response] of Object.entries(interruptedResponses)) {
+  test(`Control-R recovers when the network process is killed during a load that ${situation}`,
+    async (user, screen) => {
+      await jobs.showing.begin({ user, screen });
+      const gate = join(user.folder, 'gate');
+      user.root.setRoutes({ '/': response(gate) });
+      await screen.pressKeys('ctrl+r');
+      await waitFor('the reload', () => user.root.requestsTo('/').length >= 2);
+      await user.killProcess(user.processesNamed('WebKitNetworkProcess')[0].pid);
+      writeFileSync(gate, '');
+      user.root.setRoutes();
+      await jobs.showing.finish({ user, screen });
+      assert.equal(user.root.events('started').length, 1, 'the server was not restarted');
+    });
 }

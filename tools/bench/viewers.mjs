@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { sandboxEnvironment } from '../../tests/support/desktop/sandbox.mjs';
+import { createUserEnvironment } from '../../tests/support/desktop/environment.mjs';
 
 const serverScript = fileURLToPath(new URL('server.mjs', import.meta.url));
 const isRoot = process.getuid() === 0;
@@ -14,30 +14,15 @@ const isRoot = process.getuid() === 0;
 export class UserHome {
   constructor(screen, base = tmpdir()) {
     this.folder = mkdtempSync(join(base, 'orvel bench '));
-    const path = (name) => join(this.folder, name);
-    for (const name of
-      ['home/Downloads', 'config', 'data', 'cache', 'runtime', 'temporary', 'root/v3']) {
-      mkdirSync(path(name), { recursive: true, mode: 0o700 });
-    }
-    this.downloads = path('home/Downloads');
-    this.record = path('record.jsonl');
-    this.log = path('log');
-    writeFileSync(path('root/v3/server.mjs'), `import '${serverScript}';\n`);
-    this.environment = {
-      PATH: process.env.PATH,
-      LANG: 'C.UTF-8',
-      DISPLAY: screen.display,
-      HOME: path('home'),
-      XDG_CONFIG_HOME: path('config'),
-      XDG_DATA_HOME: path('data'),
-      XDG_CACHE_HOME: path('cache'),
-      XDG_RUNTIME_DIR: path('runtime'),
-      TMPDIR: path('temporary'),
-      DBUS_SESSION_BUS_ADDRESS: 'disabled:',
-      ORVEL_OS_ROOT: path('root'),
-      ORVEL_BENCH_RECORD: this.record,
-      ...sandboxEnvironment(),
-    };
+    const environment = createUserEnvironment(this.folder, screen.display);
+    this.downloads = join(environment.HOME, 'Downloads');
+    mkdirSync(this.downloads);
+    this.record = join(this.folder, 'record.jsonl');
+    this.log = join(this.folder, 'log');
+    const root = join(this.folder, 'root');
+    mkdirSync(join(root, 'v3'), { recursive: true });
+    writeFileSync(join(root, 'v3/server.mjs'), `import '${serverScript}';\n`);
+    this.environment = { ...environment, ORVEL_OS_ROOT: root, ORVEL_BENCH_RECORD: this.record };
   }
 
   /// Makes the application open this address instead of starting its own server.

@@ -1,12 +1,11 @@
-// The application as a screen reader sees it, over a private accessibility bus on a private
-// session bus.
+// The application as a screen reader sees it, by a private accessibility bus (AT-SPI).
 
-import { execFile, spawn } from 'node:child_process';
+import { execFile } from 'node:child_process';
 import { existsSync } from 'node:fs';
-import { promisify } from 'node:util';
+import { inspect, promisify } from 'node:util';
 
-import { isRunning, kill } from './processes.mjs';
-import { withSessionBus } from './session_bus.mjs';
+import { openBus } from './bus.mjs';
+import { kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -16,27 +15,55 @@ if (!reader || !existsSync(reader)) {
   throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
 }
 
-const launcher = ['/usr/libexec/at-spi-bus-launcher', '/usr/lib/at-spi2-core/at-spi-bus-launcher']
-  .find((path) => existsSync(path));
+const services = '/usr/share/dbus-1/accessibility-services';
+if (!existsSync(services)) throw new Error('at-spi2-core is not installed');
 
-/// Runs an accessibility bus during the body. The body gets the environment that connects the
-/// application to it, and a function that returns the accessibles of the open dialog, the
-/// dialog first: role, name, description, position in the window, and focus. Without a dialog
-/// the list is empty.
-export async function withAccessibility(screen, body) {
-  if (!launcher) throw new Error('at-spi2-core is not installed');
-  await withSessionBus(async (bus) => {
-    // WebKit cannot parse a bus address with a space in it.
-    const [, folder] = /unix:path=(.*)\/bus/.exec(bus.DBUS_SESSION_BUS_ADDRESS);
-    const environment = { ...screen.environment, ...bus, XDG_RUNTIME_DIR: folder };
-    const child = spawn(launcher, ['--launch-immediately'], { env: environment, stdio: 'ignore' });
-    const read = async () => JSON.parse((await run(reader, { env: environment })).stdout);
-    try {
-      await waitFor('the accessibility bus', () => read().catch(() => null));
-      await body(bus, read);
-    } finally {
-      kill(child.pid, 'SIGTERM');
-      await waitFor('the end of the accessibility bus', () => !isRunning(child.pid));
-    }
-  });
+export class Accessibility {
+  /// Starts an accessibility bus for the programs on a screen. It is their session bus too: GTK
+  /// names its widgets after the application's object on the session bus.
+  static async open(screen) {
+    const accessibility = new Accessibility();
+    accessibility.screen = screen;
+    accessibility.bus = await openBus({ services, environment: screen.environment });
+    const { address } = accessibility.bus;
+    accessibility.environment = { DBUS_SESSION_BUS_ADDRESS: address, AT_SPI_BUS_ADDRESS: address };
+    return accessibility;
+  }
+
+  close() {
+    return this.bus.close();
+  }
+
+  /// Kills the bus without waiting for its end.
+  end() {
+    kill(this.bus.process.pid);
+  }
+
+  /// Returns the widgets of all windows, parents first: `role`, `name`, `description`,
+  /// `focused`, `enabled`, and `extents`, which are relative to the window. The names that GTK
+  /// and WebKit give are English in the locale of the tests.
+  async widgets() {
+    const environment = { ...this.screen.environment, ...this.environment };
+    return JSON.parse((await run(reader, { env: environment })).stdout);
+  }
+
+  /// Returns the first widget whose properties equal these values or match these regular
+  /// expressions, or undefined.
+  async findWidget(expected) {
+    return (await this.widgets()).find((widget) =>
+      Object.entries(expected).every(([name, value]) =>
+        value instanceof RegExp ? value.test(widget[name]) : widget[name] === value));
+  }
+
+  /// Waits for a widget with such properties.
+  awaitWidget(expected) {
+    return waitFor(`a widget with ${inspect(expected)}`, () => this.findWidget(expected));
+  }
+
+  /// Clicks the middle of a widget that is in this X11 window.
+  async click(window, expected) {
+    const { extents } = await this.awaitWidget(expected);
+    const { x, y } = await this.screen.geometry(window);
+    await this.screen.click(x + extents.x + extents.width / 2, y + extents.y + extents.height / 2);
+  }
 }

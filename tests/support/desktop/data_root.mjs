@@ -32,12 +32,16 @@ export class DataRoot extends PageReports {
     this.setBehaviour(behaviour);
   }
 
-  /// Sets the behaviour of the server from its next start on. A `live` server takes the routes
-  /// of each response from the latest behaviour.
+  /// Sets the behaviour of the server: its routes at once, the rest from its next start on.
   setBehaviour(behaviour) {
+    this.behaviour = behaviour;
     const path = join(this.path, 'v3/behaviour.json');
     writeFileSync(`${path}.new`, JSON.stringify(behaviour));
     renameSync(`${path}.new`, path);
+  }
+
+  setRoutes(routes = {}) {
+    this.setBehaviour({ ...this.behaviour, routes });
   }
 
   /// Returns all recorded events, in order.
@@ -56,12 +60,8 @@ export class DataRoot extends PageReports {
     return this.record().filter((line) => line.event === event);
   }
 
-  requests(url, method = 'GET') {
+  requestsTo(url, method = 'GET') {
     return this.events('request').filter((line) => line.url === url && line.method === method);
-  }
-
-  reported(name) {
-    return this.requests(`/api/${name}`, 'POST').map((line) => JSON.parse(line.body));
   }
 
   /// Waits for the `count`th start of the server and returns its event.
@@ -74,9 +74,9 @@ export class DataRoot extends PageReports {
     await waitFor(`end of server ${pid}`, () => !isRunning(pid));
   }
 
-  /// Waits until the response to a request has ended or its connection has closed.
-  async awaitResponseClosed(url, options) {
-    return waitFor(`end of the response to ${url}`, () =>
-      this.events('responseClosed').find((line) => line.url === url), options);
+  /// Waits until `count` responses to requests for a URL have ended or lost their connection.
+  async awaitResponseClosed(url, count = 1) {
+    await waitFor(`the end of ${count} responses to ${url}`, () =>
+      this.events('responseClosed').filter((line) => line.url === url).length >= count);
   }
 }

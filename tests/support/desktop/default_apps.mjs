@@ -1,6 +1,7 @@
 // The desktop around the application: a Downloads folder, and default applications that record
 // their argument instead of showing it.
 
+import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync, readdirSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
@@ -91,15 +92,24 @@ export class Desktop {
   }
 
   /// Clicks the beacon link and waits until it is opened.
-  async openBeacon(screen, layout) {
-    await screen.clickElement(layout, 'beacon');
+  async openBeacon(layout) {
+    await this.user.screen.clickElement(layout, 'beacon');
     await this.awaitOpened(beacon);
   }
 
-  /// Waits until the application and its children have ended, and returns all that was opened.
-  async openedAfterExit() {
-    await this.user.assertNothingLeft();
-    return this.opened().sort();
+  /// Quits, waits for all processes, and fails unless exactly these URLs and files have been
+  /// opened, the page has not been replaced, and there was one window at most.
+  async quitWithOpened(...urls) {
+    this.user.root.assertPageLoadedOnce();
+    await this.user.quit();
+    await this.assertOpened(...urls);
+  }
+
+  /// Does the same after the application has ended in another way.
+  async assertOpened(...urls) {
+    await this.user.awaitProcessesEnded();
+    assert.deepEqual(this.opened().sort(), urls.sort());
+    assert.equal(this.user.screen.maxWindowCount, 1, 'no second window was opened');
   }
 
   /// Waits until a file in Downloads was opened, and returns its text. Fails if the file was

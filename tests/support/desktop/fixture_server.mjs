@@ -1,7 +1,6 @@
 // The OS server of the tests, installed as v3/server.mjs in a data root. The file
 // behaviour.json beside it sets its behaviour:
-//   routes            responses for paths (responses.mjs)
-//   live              whether behaviour.json is read again for each response
+//   routes            responses for paths (responses.mjs), read again for each response
 //   failedProbes      number of probes that get status 401 first
 //   noReply           no request gets a response
 //   closesConnection  each request's connection is closed without a response
@@ -61,7 +60,7 @@ function serve(request, response, body) {
     failedProbes -= 1;
     response.writeHead(401).end();
   } else {
-    respond(request, response, behaviour.live ? readBehaviour().routes : behaviour.routes);
+    respond(request, response, readBehaviour().routes);
   }
 }
 

@@ -7,10 +7,11 @@ import { respond } from './responses.mjs';
 
 export class OnlineServer extends PageReports {
   /// Listens, on a free port unless one is given. With `ready` false every request but that
-  /// for the page gets status 503. The test may change `routes` later.
+  /// for the page gets status 503. `routes` may be changed later.
   static async open({ ready = true, host = '127.0.0.2', port = 0, routes = {} } = {}) {
     const online = new OnlineServer();
     online.requests = [];
+    online.routes = routes;
     online.server = createServer((request, response) => {
       let body = '';
       request.on('data', (chunk) => (body += chunk));
@@ -20,7 +21,7 @@ export class OnlineServer extends PageReports {
         if (!ready && url !== '/') {
           response.writeHead(503).end();
         } else {
-          respond(request, response, routes);
+          respond(request, response, online.routes);
         }
       });
     });
@@ -29,12 +30,8 @@ export class OnlineServer extends PageReports {
     return online;
   }
 
-  requestsTo(url) {
-    return this.requests.filter((request) => request.url === url);
-  }
-
-  reported(name) {
-    return this.requestsTo(`/api/${name}`).map(({ body }) => JSON.parse(body));
+  requestsTo(url, method = 'GET') {
+    return this.requests.filter((request) => request.url === url && request.method === method);
   }
 
   close() {

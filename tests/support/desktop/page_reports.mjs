@@ -1,19 +1,37 @@
 // Access to what pages report to a test server.
 
+import assert from 'node:assert/strict';
+
 import { waitFor } from './wait.mjs';
 
-/// The reports of the pages of a server. The subclass has reported(name), which returns the
-/// data of all reports of that name.
+/// The reports of the pages of a server. The subclass has requestsTo(url, method), which
+/// returns the requests for a URL, in order.
 export class PageReports {
+  /// Returns the data of all reports of a name.
+  reported(name) {
+    return this.requestsTo(`/api/${name}`, 'POST').map(({ body }) => JSON.parse(body));
+  }
+
   /// Waits for the `count`th report of a name and returns the last one.
   async awaitReport(name, count = 1) {
     await waitFor(`${count} reports "${name}"`, () => this.reported(name).length >= count);
     return this.reported(name).at(-1);
   }
 
+  /// Returns how many times a page has been painted.
+  paintCount() {
+    return this.reported('painted').length;
+  }
+
   /// Waits until pages have been painted `count` times in all; returns the last layout.
   awaitPainted(count = 1) {
     return this.awaitReport('painted', count);
+  }
+
+  /// Fails unless the page has been requested and painted once: nothing replaced it.
+  assertPageLoadedOnce() {
+    assert.equal(this.paintCount(), 1, 'the page stays');
+    assert.equal(this.requestsTo('/').length, 1, 'the page is not requested again');
   }
 
   async awaitFieldText(text) {

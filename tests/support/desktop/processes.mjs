@@ -35,15 +35,18 @@ function pids() {
   return entries('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
 }
 
-function describe(pid) {
+/// Returns what /proc says about a process. The `state` is empty if it does not exist.
+export function describe(pid) {
   const stat = read(`/proc/${pid}/stat`);
-  const [state, parent, , session] = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
+  // proc_pid_stat(5). The name in parentheses may contain blanks.
+  const fields = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
+  const [state, parent, , session] = fields;
   return {
     pid,
-    // Empty if the process has ended meanwhile.
     state,
     parent: Number(parent),
     session: Number(session),
+    niceness: Number(fields[16]),
     name: read(`/proc/${pid}/comm`).trim(),
     command: read(`/proc/${pid}/cmdline`).split('\0').join(' ').trim(),
   };
@@ -76,10 +79,14 @@ export function filesOpenForWriting(pid) {
   });
 }
 
-/// Returns the nice value of a process.
-export function niceValue(pid) {
-  const stat = read(`/proc/${pid}/stat`);
-  return stat.slice(stat.lastIndexOf(')') + 2).split(' ')[16];
+/// Returns whether a process has a child that has ended and that it has not waited for.
+export function hasZombie(parent) {
+  return pids().map(describe).some((child) => child.parent === parent && child.state === 'Z');
+}
+
+/// Returns the largest resident memory of a process so far, in MiB; 0 when it has ended.
+export function peakMemory(pid) {
+  return Number(/^VmHWM:\s*(\d+) kB$/m.exec(read(`/proc/${pid}/status`))?.[1] ?? 0) / 1024;
 }
 
 /// Returns whether a process exists and is no zombie.

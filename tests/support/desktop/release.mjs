@@ -14,10 +14,13 @@ export function plistValue(bundle, key) {
   return new RegExp(`<key>${key}</key>\\s*<string>([^<]*)</string>`).exec(text)?.[1];
 }
 
-function setPlistValue(bundle, key, value) {
+/// Sets or adds a value in the bundle's Info.plist.
+export function setPlistValue(bundle, key, value) {
   const path = join(bundle, 'Contents/Info.plist');
-  const entry = new RegExp(`(<key>${key}</key>\\s*<string>)[^<]*`);
-  writeFileSync(path, readFileSync(path, 'utf8').replace(entry, `$1${value}`));
+  const old = new RegExp(`\\s*<key>${key}</key>\\s*<string>[^<]*</string>`);
+  const entry = `<key>${key}</key><string>${value}</string>`;
+  writeFileSync(path, readFileSync(path, 'utf8').replace(old, '')
+    .replace(/<\/dict>\s*<\/plist>/, `${entry}</dict></plist>`));
 }
 
 /// Returns names, modes and contents of everything in a folder as one text.

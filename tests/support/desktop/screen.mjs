@@ -10,9 +10,12 @@ import { promisify } from 'node:util';
 import { Framebuffer } from '../image.mjs';
 import { pageColour } from './page.mjs';
 import { isRunning, kill } from './processes.mjs';
-import { waitFor } from './wait.mjs';
+import { programTimeout, repeatUntil, waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
+
+/// The title of the dialog for the server's address.
+export const addressTitle = 'Adres van het OS';
 
 /// Replaces the name of a function key by its key code (Linux input code plus 8). With the
 /// names of xkb-data 2.48, xdotool would press Alt as well.
@@ -60,7 +63,7 @@ export class Screen {
 
   /// Terminates the screen's processes without waiting for them, and returns them.
   end() {
-    const children = [this.manager, this.server].filter(Boolean);
+    const children = [this.windowWatch, this.manager, this.server].filter(Boolean);
     for (const child of children) kill(child.pid, 'SIGTERM');
     return children;
   }
@@ -74,7 +77,7 @@ export class Screen {
   /// Does the same as tool(), without trimming.
   async output(name, ...args) {
     try {
-      return (await run(name, args, { env: this.environment, timeout: 10_000 })).stdout;
+      return (await run(name, args, { env: this.environment, timeout: programTimeout })).stdout;
     } catch (error) {
       if (error.code === 'ENOENT') throw new Error(`${name} is not installed`);
       return '';
@@ -90,10 +93,9 @@ export class Screen {
     await this.tool('xdotool', 'type', '--delay', '15', text);
   }
 
-  async click(x, y, { repeat = 1, button = 1 } = {}) {
-    const position = [String(Math.round(x)), String(Math.round(y))];
-    const clicks = ['--repeat', String(repeat), '--delay', '60', String(button)];
-    await this.tool('xdotool', 'mousemove', ...position, 'click', ...clicks);
+  async click(x, y, { button = 1 } = {}) {
+    await this.movePointer(x, y);
+    await this.tool('xdotool', 'click', String(button));
   }
 
   /// Moves the pointer to a position.
@@ -128,11 +130,12 @@ export class Screen {
     return waitFor('the window', async () => (await this.windows())[0]);
   }
 
-  /// Returns the position and size of a window.
+  /// Returns the position and size of a window, without the frame of the window manager.
   async geometry(window) {
-    const shape = await this.tool('xdotool', 'getwindowgeometry', '--shell', window);
-    const [x, y, width, height] = ['X', 'Y', 'WIDTH', 'HEIGHT'].map((name) =>
-      Number(new RegExp(`^${name}=(-?\\d+)$`, 'm').exec(shape)[1]));
+    const text = await this.tool('xwininfo', '-id', window);
+    const [x, y, width, height] =
+      ['Absolute upper-left X', 'Absolute upper-left Y', 'Width', 'Height'].map((name) =>
+        Number(new RegExp(`${name}: +(-?\\d+)$`, 'm').exec(text)[1]));
     return { x, y, width, height };
   }
 
@@ -163,25 +166,22 @@ export class Screen {
     await waitFor(`${count} windows`, async () => (await this.windowCount()) === count);
   }
 
-  /// Starts to watch the number of managed windows. Returns a function that stops and returns
-  /// the maximum.
+  /// Keeps `maxWindowCount` up to date: the largest number of managed windows since a test has
+  /// set it to 0.
   watchWindowCount() {
-    let max = 0;
+    this.maxWindowCount = 0;
     let text = '';
-    const spy = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
+    this.windowWatch = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
       env: this.environment,
       stdio: ['ignore', 'pipe', 'ignore'],
     });
-    spy.stdout.on('data', (chunk) => {
-      text += chunk;
-      for (const line of text.split('\n')) max = Math.max(max, line.match(/0x/g)?.length ?? 0);
-      text = text.slice(text.lastIndexOf('\n') + 1);
+    this.windowWatch.stdout.on('data', (chunk) => {
+      const lines = (text + chunk).split('\n');
+      text = lines.pop();
+      for (const line of lines) {
+        this.maxWindowCount = Math.max(this.maxWindowCount, line.match(/0x/g)?.length ?? 0);
+      }
     });
-    return async () => {
-      await waitFor('a list of windows', () => max > 0);
-      kill(spy.pid, 'SIGTERM');
-      return max;
-    };
   }
 
   /// Waits until a panel with this title has the focus, and returns its window ID.
@@ -210,42 +210,50 @@ export class Screen {
 
   /// Waits until a menu is open, or none is. The window of a GTK menu is named for the
   /// application's ID.
-  async awaitMenu(isOpen = true, options = {}) {
+  async awaitMenu(isOpen = true) {
     await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
-      ((await this.windows('nl.orvel.os')).length > 0) === isOpen, options);
+      (await this.isMenuOpen()) === isOpen);
   }
 
-  /// Opens the application's menu with F10. The key has no effect while the focus moves from
-  /// one window to another, so it may be pressed more than once.
+  async isMenuOpen() {
+    return (await this.windows('nl.orvel.os')).length > 0;
+  }
+
+  /// Opens the application's menu by F10. The key has no effect while the focus moves from one
+  /// window to another, so it may be pressed more than once.
   async openMenu() {
-    await waitFor('the menu', async () => {
-      await this.pressKeys('F10');
-      return this.awaitMenu(true, { timeout: 2000 }).then(() => true, () => false);
-    });
+    // A pointer over the menu would move the focus.
+    await this.movePointer(900, 700);
+    // The key also closes the menu, so it must have been open for long before the next press.
+    await repeatUntil('the menu', () => this.pressKeys('F10'), () => this.isMenuOpen(),
+      { interval: 10_000 });
   }
 
-  /// Chooses one of the first three items of the application's menu with the keyboard.
-  async chooseApplicationItem(number) {
-    await this.awaitWindow();
-    // The pointer must not hover over the menu.
-    await this.movePointer(900, 700);
-    await this.openMenu();
-    // The menu takes keys once its first item is highlighted.
-    const rows = [61, 91, 121];
-    const awaitHighlight = (item) => waitFor(`item ${item} of the menu`, () => {
-      const light = rows.map((y) => this.screenshot().pixel(185, y)[2]);
-      return light.every((value, index) => index === item || light[item] - value > 15);
+  /// Presses an arrow key in an open menu until the item with this name has the focus.
+  async moveToMenuItem(name, key = 'Down') {
+    const awaitOther = (before) => waitFor(`a menu item after "${before}"`, async () => {
+      const widgets = await this.accessibility.widgets();
+      return widgets.find((widget) =>
+        widget.focused && widget.role === 'menu item' && widget.name !== before)?.name;
     });
-    await awaitHighlight(0);
-    for (let step = 0; step < number; step += 1) await this.pressKeys('Down');
-    await awaitHighlight(number);
+    // A menu ignores keys before its first item has the focus.
+    for (let item = await awaitOther('none'); item !== name; item = await awaitOther(item)) {
+      await this.pressKeys(key);
+    }
+  }
+
+  /// Chooses an item of the application's menu by the keyboard.
+  async chooseApplicationItem(name) {
+    await this.awaitWindow();
+    await this.openMenu();
+    await this.moveToMenuItem(name);
     await this.pressKeys('Return');
     await this.awaitMenu(false);
   }
 
   async openAddressDialog() {
-    await this.chooseApplicationItem(2);
-    return this.awaitPanel('Adres van het OS');
+    await this.chooseApplicationItem('Serveradres…');
+    return this.awaitPanel(addressTitle);
   }
 
   /// Opens the address dialog, replaces its text and presses the key `answer`.
@@ -258,7 +266,7 @@ export class Screen {
       await this.pressKeys('ctrl+v');
     }
     await this.pressKeys(answer);
-    await this.awaitPanelClosed('Adres van het OS');
+    await this.awaitPanelClosed(addressTitle);
   }
 
   async property(window, name) {
@@ -294,7 +302,7 @@ export class Screen {
 
   /// Waits until the text of the shown page, copied by the keyboard, satisfies a predicate, and
   /// returns it.
-  async awaitPageText(isExpected, options = {}) {
+  async awaitPageText(isExpected) {
     await this.awaitWindow();
     await this.setClipboard('nothing copied yet');
     let text;
@@ -303,7 +311,7 @@ export class Screen {
       // The number of line feeds between two blocks differs between versions of WebKit.
       text = (await this.clipboard()).trim().replace(/\n+/g, '\n');
       return isExpected(text);
-    }, { every: 100, ...options }).catch((error) => {
+    }, { every: 100 }).catch((error) => {
       throw new Error(`${error.message}; the page has: ${JSON.stringify(text)}`);
     });
     return text;

@@ -4,35 +4,33 @@
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import {
-  cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync,
+  cpSync, existsSync, mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync,
 } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
 import { DataRoot } from './data_root.mjs';
+import { createUserEnvironment } from './environment.mjs';
 import { OnlineServer } from './online_server.mjs';
-import { filesOpenForWriting, kill, markedProcesses } from './processes.mjs';
-import { sandboxEnvironment } from './sandbox.mjs';
-import { failWaits, waitFor } from './wait.mjs';
+import {
+  filesOpenForWriting, hasZombie, isRunning, kill, markedProcesses, peakMemory,
+} from './processes.mjs';
+import { setPlistValue } from './release.mjs';
+import { failWaits, repeatUntil, waitFor } from './wait.mjs';
 
 /// The application key in Info.plist.
 export const KEY = 'key-of-the-tests';
+
+/// The limit, in MiB, for the resident memory of the application's main process. It uses less
+/// than 300 MiB, and would exceed the limit if it kept an endless response or a file of 1 GiB
+/// in memory.
+const maxMemory = 900;
 
 const executable = process.env.ORVEL_APP;
 if (!executable || !existsSync(executable)) {
   throw new Error(`ORVEL_APP must name the built application, and is ${executable ?? 'not set'}`);
 }
 const builtBundle = dirname(dirname(dirname(executable)));
-
-function writePlistValues(path, values) {
-  let text = readFileSync(path, 'utf8');
-  for (const [key, value] of Object.entries(values)) {
-    const old = new RegExp(`\\s*<key>${key}</key>\\s*<string>[^<]*</string>`);
-    const entry = `<key>${key}</key><string>${value}</string>`;
-    text = text.replace(old, '').replace(/<\/dict>\s*<\/plist>/, `${entry}</dict></plist>`);
-  }
-  writeFileSync(path, text);
-}
 
 export class User {
   /// `behaviour` is that of the fixture server, or null for a data root without a server. `plist`
@@ -44,42 +42,27 @@ export class User {
     this.sessions = new Set();
     this.runs = [];
     this.cleanups = [];
-    for (const name of ['home', 'config', 'data', 'cache', 'state', 'temporary']) {
-      mkdirSync(join(this.folder, name));
-    }
-    mkdirSync(join(this.folder, 'runtime'), { mode: 0o700 });
-    this.home = join(this.folder, 'home');
+    this.environment = createUserEnvironment(this.folder, screen.display);
+    this.home = this.environment.HOME;
     this.root = new DataRoot(join(this.folder, 'data root'), behaviour);
-
-    this.bundle = join(this.folder, 'folder with spaces', 'Orvel OS.app');
-    cpSync(builtBundle, this.bundle, { recursive: true });
-    this.setPlistValues({ ORVELOSKey: KEY, ...plist });
-    this.executable = join(this.bundle, executable.slice(builtBundle.length));
-    this.environment = {
-      PATH: process.env.PATH,
-      LANG: 'C.UTF-8',
-      DISPLAY: screen.display,
-      HOME: this.home,
-      XDG_CONFIG_HOME: join(this.folder, 'config'),
-      XDG_DATA_HOME: join(this.folder, 'data'),
-      XDG_CACHE_HOME: join(this.folder, 'cache'),
-      XDG_STATE_HOME: join(this.folder, 'state'),
-      XDG_RUNTIME_DIR: join(this.folder, 'runtime'),
-      TMPDIR: join(this.folder, 'temporary'),
-      // An address without a bus. Without the variable GLib would start a bus.
-      DBUS_SESSION_BUS_ADDRESS: 'disabled:',
+    Object.assign(this.environment, {
       ORVEL_OS_ROOT: this.root.path,
       ORVEL_E2E: this.folder,
       ...Object.fromEntries(
         Object.entries(process.env).filter(([name]) => /^(A|L|T|UB)SAN_OPTIONS$/.test(name)),
       ),
-      ...sandboxEnvironment(),
+      ...screen.accessibility?.environment,
       ...environment,
-    };
+    });
+
+    this.bundle = join(this.folder, 'folder with spaces', 'Orvel OS.app');
+    cpSync(builtBundle, this.bundle, { recursive: true });
+    this.setPlistValues({ ORVELOSKey: KEY, ...plist });
+    this.executable = join(this.bundle, executable.slice(builtBundle.length));
   }
 
   setPlistValues(values) {
-    writePlistValues(join(this.bundle, 'Contents/Info.plist'), values);
+    for (const [key, value] of Object.entries(values)) setPlistValue(this.bundle, key, value);
   }
 
   /// The file with the user's settings.
@@ -109,6 +92,11 @@ export class User {
     return server;
   }
 
+  /// The latest start of the application.
+  get run() {
+    return this.runs.at(-1);
+  }
+
   /// Starts the application, with `wrapper` as the command line in front of it. A variable with
   /// the value undefined is removed from the environment.
   start({ environment = {}, args = [], wrapper = [] } = {}) {
@@ -133,11 +121,12 @@ export class User {
     return run;
   }
 
-  /// Starts the application and waits until it has painted the page.
-  async startAndShowPage(options) {
-    const before = this.root.reported('painted').length;
+  /// Starts the application and waits until it has painted the page of `server`, by default the
+  /// local one.
+  async startAndShowPage({ server = this.root, ...options } = {}) {
+    const before = server.paintCount();
     const run = this.start(options);
-    await this.root.awaitPainted(before + 1);
+    await server.awaitPainted(before + 1);
     return run;
   }
 
@@ -148,30 +137,75 @@ export class User {
     return this.root.reported('painted').at(-1);
   }
 
+  /// Reloads the page by its key and waits until it is painted. WebKit drops a reload that begins
+  /// before it has noticed the crash of its network process, so the key may be pressed again.
+  async reload(server = this.root) {
+    const before = server.paintCount();
+    await repeatUntil('the reloaded page', () => this.screen.pressKeys('ctrl+r'),
+      () => server.paintCount() > before, { interval: 5000 });
+  }
+
+  /// Types into the field of the page until the page reports the text. Letters typed before the
+  /// page has the focus, or into a page that is about to be replaced, are lost.
+  async typeIntoField(text) {
+    await repeatUntil(`"${text}" in the field`, () => this.screen.type(text),
+      () => this.root.reported('field').at(-1)?.value.endsWith(text));
+  }
+
+  /// Kills the local server and waits for the error page.
+  async crashServer() {
+    kill(this.root.events('started').at(-1).pid);
+    await this.screen.awaitPageText((text) => text.includes('(code 9)'));
+  }
+
+  /// Restarts the local server by the reload key.
+  async restartServer() {
+    const count = this.root.events('started').length;
+    await this.screen.pressKeys('ctrl+r');
+    await this.root.awaitStarted(count + 1);
+  }
+
   /// Kills the application, but not its children.
-  async forceQuit(run = this.runs.at(-1), signal = 'SIGKILL') {
+  async forceQuit(run = this.run, signal = 'SIGKILL') {
     run.killExpected = true;
     kill(run.pid, signal);
     await this.awaitExit(run);
   }
 
   /// Waits for the end of a run and returns its exit code, signal and time.
-  async awaitExit(run, options) {
-    await waitFor('end of the application', () => run.exit, options);
+  async awaitExit(run) {
+    await waitFor('the end of the application', () => run.exit);
     return run.exit;
   }
 
   /// Waits for the end of a run with exit code 0 and returns its time.
-  async awaitCleanExit(run = this.runs.at(-1)) {
+  async awaitCleanExit(run = this.run) {
     const { code, signal, time } = await this.awaitExit(run);
     assert.deepEqual({ code, signal }, { code: 0, signal: null }, run.output);
     return time;
   }
 
-  /// Quits with the menu's key and waits for a clean exit.
-  async quit(run = this.runs.at(-1)) {
+  /// Quits by the menu's key and waits for a clean exit.
+  async quit(run = this.run) {
+    await this.assertHealthy(run);
     await this.screen.pressKeys('ctrl+q');
     return this.awaitCleanExit(run);
+  }
+
+  /// Quits by SIGTERM, because a panel or another instance may have the keyboard, and waits for a
+  /// clean exit.
+  async terminate(run = this.run) {
+    await this.assertHealthy(run);
+    kill(run.pid, 'SIGTERM');
+    return this.awaitCleanExit(run);
+  }
+
+  /// Waits until the application has reaped its children that have ended, and fails if it has
+  /// used too much memory.
+  async assertHealthy({ pid }) {
+    await waitFor('the end of all zombies', () => !hasZombie(pid));
+    const memory = peakMemory(pid);
+    assert.ok(memory < maxMemory, `the application used ${memory} MiB`);
   }
 
   processes() {
@@ -183,6 +217,12 @@ export class User {
     return this.processes().filter((process) => process.name.startsWith(name.slice(0, 15)));
   }
 
+  /// Kills a process and waits for its end.
+  async killProcess(pid) {
+    kill(pid);
+    await waitFor(`the end of process ${pid}`, () => !isRunning(pid));
+  }
+
   /// Returns the files outside the user's folder that the user's processes have open for writing.
   filesWrittenOutside() {
     return this.processes()
@@ -190,21 +230,18 @@ export class User {
       .filter((path) => !path.startsWith(`${this.folder}/`));
   }
 
-  /// Waits for the end of the application and all its descendants, and fails if the temporary
-  /// folder is not empty.
-  async assertNothingLeft() {
+  /// Waits for the end of the application and all its descendants.
+  async awaitProcessesEnded() {
     await waitFor('the end of all processes', () => this.processes().length === 0)
       .catch((error) => {
-        const left = this.processes().map(({ pid, command }) => `${pid} ${command}`);
-        throw new Error(`${error.message}; left: ${left.join('; ')}`);
+        const running = this.processes().map(({ pid, command }) => `${pid} ${command}`);
+        throw new Error(`${error.message}; still running: ${running.join('; ')}`);
       });
-    const left = readdirSync(this.environment.TMPDIR);
-    if (left.length > 0) throw new Error(`left in the temporary folder: ${left.join(', ')}`);
   }
 
   /// Kills all processes, runs the cleanups and removes the folder.
   async remove() {
-    await waitFor('end of all processes', () => this.killAll() === 0);
+    await waitFor('the end of all processes', () => this.killAll() === 0);
     for (const cleanUp of this.cleanups) await cleanUp();
     this.removeFolder();
   }
@@ -212,9 +249,9 @@ export class User {
   /// Kills all processes and returns how many there were.
   killAll() {
     this.removing = true;
-    const left = this.processes();
-    for (const { pid } of left) kill(pid);
-    return left.length;
+    const processes = this.processes();
+    for (const { pid } of processes) kill(pid);
+    return processes.length;
   }
 
   removeFolder() {

@@ -1,7 +1,17 @@
+// Waits for conditions. Every time limit is a guard against a hang: far longer than the
+// condition takes on a busy machine or under a sanitizer. ORVEL_TEST_TIMEOUT_FACTOR
+// multiplies all of them.
+
 import { setTimeout as pause } from 'node:timers/promises';
 
-// Longer than anything takes on a busy machine or under a sanitizer.
-const defaultTimeout = Number(process.env.ORVEL_E2E_TIMEOUT_MS ?? 40_000);
+const factor = Number(process.env.ORVEL_TEST_TIMEOUT_FACTOR ?? 1);
+const defaultTimeout = 60_000;
+
+/// The guard, in ms, of programs that a test runs.
+export const programTimeout = defaultTimeout * factor;
+
+/// The guard, in ms, of waits for thousands of requests, windows or programs.
+export const floodTimeout = 1_000_000;
 
 let failure = null;
 
@@ -11,14 +21,28 @@ export function failWaits(error) {
 }
 
 /// Evaluates a condition every `every` ms until its value is truthy, and returns that value.
-/// Throws after `timeout` ms with `what` in the message.
+/// Throws after `timeout` ms, multiplied by the factor, with `what` in the message.
 export async function waitFor(what, condition, { timeout = defaultTimeout, every = 20 } = {}) {
-  const end = Date.now() + timeout;
+  const limit = timeout * factor;
+  const end = Date.now() + limit;
   for (;;) {
     if (failure) throw failure;
     const value = await condition();
     if (value) return value;
-    if (Date.now() > end) throw new Error(`not seen within ${timeout} ms: ${what}`);
+    if (Date.now() > end) throw new Error(`not seen within ${limit} ms: ${what}`);
     await pause(every);
   }
+}
+
+/// Performs an action until a condition holds, at most once in `interval` ms, and returns the
+/// value of the condition. For keys and clicks that may come too early to have an effect.
+export async function repeatUntil(what, action, condition, { interval = 5000 } = {}) {
+  let next = 0;
+  return waitFor(what, async () => {
+    if (Date.now() >= next) {
+      await action();
+      next = Date.now() + interval;
+    }
+    return condition();
+  });
 }

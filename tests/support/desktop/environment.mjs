@@ -1,0 +1,45 @@
+// The folders and the environment of a user.
+
+import { spawnSync } from 'node:child_process';
+import { mkdirSync } from 'node:fs';
+import { join } from 'node:path';
+
+let sandbox;
+
+/// Returns the variables that WebKit needs on this machine. WebKit runs its web process in a
+/// bubblewrap sandbox; on machines that forbid one, mostly containers, the tests disable it.
+function sandboxEnvironment() {
+  if (sandbox === undefined) {
+    const { status, stderr, error } = spawnSync('bwrap', ['--ro-bind', '/', '/', 'true']);
+    sandbox = status === 0 ? {} : { WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS: '1' };
+    if (status !== 0) {
+      const reason = error?.message ?? String(stderr).trim();
+      console.log(`no sandbox for the web process, because bubblewrap failed: ${reason}`);
+    }
+  }
+  return sandbox;
+}
+
+/// Creates the folders of a new user and returns the environment that leads to them.
+export function createUserEnvironment(folder, display) {
+  const create = (name) => {
+    const path = join(folder, name);
+    mkdirSync(path, { mode: 0o700 });
+    return path;
+  };
+  return {
+    PATH: process.env.PATH,
+    LANG: 'C.UTF-8',
+    DISPLAY: display,
+    HOME: create('home'),
+    XDG_CONFIG_HOME: create('config'),
+    XDG_DATA_HOME: create('data'),
+    XDG_CACHE_HOME: create('cache'),
+    XDG_STATE_HOME: create('state'),
+    XDG_RUNTIME_DIR: create('runtime'),
+    TMPDIR: create('temporary'),
+    // An address without a bus. Without the variable GLib would start a bus.
+    DBUS_SESSION_BUS_ADDRESS: 'disabled:',
+    ...sandboxEnvironment(),
+  };
+}
