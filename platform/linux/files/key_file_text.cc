@@ -8,8 +8,6 @@ namespace orvel {
 
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789abcdef";
-
 /// A backslash and a letter that stand for a character (Desktop Entry Specification,
 /// section 4).
 struct Escape {
@@ -18,11 +16,7 @@ struct Escape {
 };
 constexpr Escape escapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
 
-void appendHex(std::string &value, unsigned char byte) {
-  value += "\\x";
-  value += hexDigits[byte >> 4U];
-  value += hexDigits[byte & 0xFU];
-}
+std::string hexEscape(char byte) { return "\\x" + hexadecimal({&byte, 1}); }
 
 /// A space is escaped only at an edge of the value, where GKeyFile would remove it.
 void appendCharacter(std::string &value, char character, bool isAtEdge) {
@@ -33,7 +27,7 @@ void appendCharacter(std::string &value, char character, bool isAtEdge) {
     return;
   }
   if (g_ascii_iscntrl(character)) {
-    appendHex(value, static_cast<unsigned char>(character));
+    value += hexEscape(character);
   } else {
     value += character;
   }
@@ -50,7 +44,7 @@ std::string keyFileValue(std::string_view text) {
     for (; at < valid; ++at) {
       appendCharacter(value, text[at], at == 0 || at + 1 == text.size());
     }
-    if (!isValid) appendHex(value, static_cast<unsigned char>(text[at++]));
+    if (!isValid) value += hexEscape(text[at++]);
   }
   return value;
 }
