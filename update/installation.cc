@@ -17,6 +17,7 @@ namespace orvel {
 namespace {
 
 constexpr const char *bundleIdentifierKey = "CFBundleIdentifier";
+constexpr const char *folderPrefix = "orvel-os-update-";
 
 std::optional<std::string> bundleIdentifier(const PlistTexts &information) {
   const auto found = information.find(bundleIdentifierKey);
@@ -43,6 +44,28 @@ void unpack(const Platform &platform, const std::string &archive, const std::str
   if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
 }
 
+/// Removes what earlier installations left and creates an empty folder to unpack into. Returns
+/// false unless it and its parents below the temporary folder are real folders: a symbolic link
+/// could lead to any folder of the user's.
+bool createWorkingFolder(const std::filesystem::path &temporary,
+                         const std::filesystem::path &folder) {
+  std::error_code error;
+  std::vector<std::filesystem::path> old;
+  for (auto entry = std::filesystem::directory_iterator(temporary, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (entry->path().filename().string().starts_with(folderPrefix)) old.push_back(entry->path());
+  }
+  for (const auto &path : old) std::filesystem::remove_all(path, error);
+  std::filesystem::create_directories(folder, error);
+
+  auto parent = temporary;
+  for (const auto &name : folder.lexically_relative(temporary)) {
+    parent /= name;
+    if (!isRealFolder(parent)) return false;
+  }
+  return true;
+}
+
 /// A release that a server offers.
 struct Release {
   std::string versie;
@@ -64,9 +87,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   // Otherwise this would remove a folder that another instance is unpacking into.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
-  std::error_code ignored;
-  std::filesystem::remove_all(*folder, ignored);
-  std::filesystem::create_directories(*folder, ignored);
+  if (!createWorkingFolder(temporary, *folder)) return false;
   unpack(platform, archive, *folder);
 
   const std::string unpacked = *folder + "/Orvel OS.app";
@@ -90,7 +111,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
 }  // namespace
 
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie) {
-  const std::string name = "orvel-os-update-" + versie;
+  const std::string name = folderPrefix + versie;
   if (name.find('\0') != std::string::npos) return std::nullopt;
   for (const auto &component : std::filesystem::path(name)) {
     if (component == "..") return std::nullopt;

@@ -453,5 +453,32 @@ TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
   EXPECT_FALSE(kept.expired()) << "while the notice is open";
 }
 
+TEST_F(Installation, FoldersOfEarlierVersionsAreRemoved) {
+  writeFile(working("1.1") + "/Orvel OS.app/Contents/large", "refused");
+  writeFile(working("a/b") + "/file", "nested");
+  writeFile(fake.locations.temporaryFolder + "/other", "kept");
+  install();
+  EXPECT_EQ(installed(), "new");
+  EXPECT_FALSE(std::filesystem::exists(working("1.1")));
+  EXPECT_FALSE(std::filesystem::exists(working("a")));
+  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
+}
+
+TEST_F(Installation, SymbolicLinkInWorkingFolderIsNotFollowed) {
+  // An archive of version "1" that was refused has left a link to a folder of the user's.
+  writeFile(root() + "/documents/3/letter", "kept");
+  for (const std::string link : {"1", "1/documents", "1/documents/3"}) {
+    SCOPED_TRACE(link);
+    std::filesystem::remove_all(fake.locations.temporaryFolder);
+    std::filesystem::create_directories(std::filesystem::path(working(link)).parent_path());
+    std::filesystem::create_directory_symlink(root() + "/documents", working(link));
+    install("1/documents/3");
+    EXPECT_EQ(installed(), "new");
+    EXPECT_EQ(readFile(root() + "/documents/3/letter"), "kept");
+    EXPECT_FALSE(std::filesystem::exists(root() + "/documents/3/Orvel OS.app"));
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+  }
+}
+
 }  // namespace
 }  // namespace orvel

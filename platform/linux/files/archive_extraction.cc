@@ -67,31 +67,41 @@ bool isAllowed(archive_entry *entry) {
   return type == AE_IFREG || type == AE_IFDIR;
 }
 
-bool copyContents(archive *from, archive *to) {
+/// Subtracts from what is left of a limit. Returns false when it is exceeded.
+bool take(std::uint64_t &left, std::uint64_t amount) {
+  if (amount > left) return false;
+  left -= amount;
+  return true;
+}
+
+/// Copies an entry's contents. Counts the bytes themselves: an archive may lie about its sizes.
+bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
   while (true) {
     const void *block = nullptr;
     std::size_t size = 0;
     la_int64_t offset = 0;
     const int result = archive_read_data_block(from, &block, &size, &offset);
     if (result == ARCHIVE_EOF) return true;
-    if (result != ARCHIVE_OK || archive_write_data_block(to, block, size, offset) != ARCHIVE_OK) {
+    if (result != ARCHIVE_OK || !take(left.size, size) ||
+        archive_write_data_block(to, block, size, offset) != ARCHIVE_OK) {
       return false;
     }
   }
 }
 
-bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::path &folder) {
-  if (!isAllowed(entry)) return false;
+bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::path &folder,
+                  ArchiveLimits &left) {
+  if (!isAllowed(entry) || !take(left.entries, 1)) return false;
   const mode_t needed = archive_entry_filetype(entry) == AE_IFDIR ? ownerPermissions : 0;
   archive_entry_set_perm(entry, (archive_entry_perm(entry) & permissionBits) | needed);
   archive_entry_set_pathname(entry, (folder / archive_entry_pathname(entry)).c_str());
-  return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to) &&
+  return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to, left) &&
          archive_write_finish_entry(to) == ARCHIVE_OK;
 }
 
 }  // namespace
 
-bool extractArchive(const std::string &archive, const std::string &folder) {
+bool extractArchive(const std::string &archive, const std::string &folder, ArchiveLimits limits) {
   // ARCHIVE_EXTRACT_SECURE_SYMLINKS also rejects symbolic links in the path of the folder.
   std::error_code error;
   const fs::path target = fs::canonical(folder, error);
@@ -117,7 +127,8 @@ bool extractArchive(const std::string &archive, const std::string &folder) {
     // The close writes the modes and times of folders.
     if (result == ARCHIVE_EOF) return archive_write_close(to.get()) == ARCHIVE_OK;
     // ARCHIVE_WARN also fails: the central directory and the local header differ.
-    if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target)) return false;
+    if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target, limits))
+      return false;
   }
 }
 

@@ -250,5 +250,16 @@ TEST_F(ArchiveExtraction, TargetMayBeSymbolicLink) {
   EXPECT_EQ(contentsOf(target_ / "a/file"), "x");
 }
 
+TEST_F(ArchiveExtraction, ArchiveOverALimitIsRejected) {
+  zip({zipFile("a", std::string(1000, 'x')), zipFile("b", std::string(1000, 'y'))});
+  EXPECT_TRUE(extractArchive(archive_, target_, {.size = 2000, .entries = 2}));
+  for (const ArchiveLimits limits : {ArchiveLimits{.size = 1999}, ArchiveLimits{.entries = 1}}) {
+    emptyTarget();
+    EXPECT_FALSE(extractArchive(archive_, target_, limits));
+    EXPECT_FALSE(fs::exists(target_ / "b") &&
+                 contentsOf(target_ / "b").find('y') != std::string::npos);
+  }
+}
+
 }  // namespace
 }  // namespace orvel
