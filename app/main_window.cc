@@ -9,6 +9,13 @@ namespace orvel {
 
 using namespace std::chrono_literals;
 
+namespace {
+
+constexpr auto firstUpdateCheckDelay = 4s;
+constexpr auto updateCheckInterval = 6h;
+
+}  // namespace
+
 void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
@@ -42,8 +49,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   openOS();
 
   const auto self = shared_from_this();
-  platform_.mainQueue.after(4s, [self] { self->zoekUpdate(true); });
-  platform_.mainQueue.every(6h, [self] { self->zoekUpdate(true); });
+  platform_.mainQueue.after(firstUpdateCheckDelay, [self] { self->zoekUpdate(true); });
+  platform_.mainQueue.every(updateCheckInterval, [self] { self->zoekUpdate(true); });
 }
 
 void AppDelegate::showError(std::string_view message) {

@@ -6,8 +6,8 @@ namespace orvel {
 
 namespace {
 
-constexpr int maxWaits = 30;
-constexpr std::chrono::milliseconds waitDuration{100};
+constexpr int maxExitWaits = 30;
+constexpr std::chrono::milliseconds exitWaitDuration{100};
 
 }  // namespace
 
@@ -18,8 +18,8 @@ TerminateReply AppDelegate::applicationShouldTerminate() {
 
   server->terminate();
   platform_.backgroundQueue.post([task = server, platform = platform_] {
-    for (int wait = 0; wait < maxWaits; ++wait) {
-      if (task->isRunning()) platform.clock.sleep(waitDuration);
+    for (int wait = 0; wait < maxExitWaits; ++wait) {
+      if (task->isRunning()) platform.clock.sleep(exitWaitDuration);
     }
     if (task->isRunning()) task->kill();
     platform.mainQueue.post([platform] { platform.application.replyToShouldTerminate(); });

@@ -12,6 +12,7 @@ namespace orvel {
 
 namespace {
 
+// "data.csv" is the first file of its name, "data 2.csv" the second one.
 constexpr int firstNumber = 2;
 
 std::string_view trimFullStops(std::string_view domain) {

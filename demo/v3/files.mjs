@@ -27,7 +27,7 @@ function pdf(text) {
 
 const CSV = 'maand;omzet\njanuari;1200\nfebruari;1350\nmaart;1490\n';
 const NOTES = 'Notities\n\n- melk\n- brood\n- de hond uitlaten\n';
-const PAGE = `<!doctype html><html lang="nl" style="background:#07090c;color:#c3ccd5;font:15px system-ui,sans-serif">
+const STORED_PAGE = `<!doctype html><html lang="nl" style="background:#07090c;color:#c3ccd5;font:15px system-ui,sans-serif">
 <meta charset="utf-8"><title>Opgeslagen pagina</title><h1 style="color:#eef2f5;font-size:18px">Opgeslagen pagina</h1>
 <p><a style="color:#7cc4f0" href="/api/bestand/3">Een bestand</a>, <a style="color:#7cc4f0" href="/lang">een pagina</a>
 en <a style="color:#7cc4f0" href="https://example.org/">een andere site</a>.</p></html>\n`;
@@ -46,7 +46,7 @@ export const FILES = new Map(Object.entries({
   6: ['a/b.csv', 'text/csv; charset=utf-8', attachment('filename="a/b.csv"'), CSV],
   7: ['map/jaar/verslag.txt', 'text/plain; charset=utf-8',
     attachment("filename*=UTF-8''map%2Fjaar%2Fverslag.txt"), NOTES],
-  8: ['pagina.html', 'text/html; charset=utf-8', 'inline; filename="pagina.html"', PAGE],
+  8: ['pagina.html', 'text/html; charset=utf-8', 'inline; filename="pagina.html"', STORED_PAGE],
   9: ['LEESMIJ, zonder extensie', 'application/octet-stream', attachment('filename="LEESMIJ"'), NOTES],
   10: ['..', 'text/plain; charset=utf-8', attachment('filename=".."'), NOTES],
   11: ['een naam van 255 tekens', 'text/plain; charset=utf-8',

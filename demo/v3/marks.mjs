@@ -25,13 +25,13 @@ export function marksOf(headers) {
 export const MARK_NAMES = { header: 'header', cookie: 'cookie', userAgent: 'user agent' };
 
 /// Returns the names of the marks that are set.
-export function viaOf(marks) {
+export function markNamesOf(marks) {
   return Object.keys(MARK_NAMES).filter((name) => marks[name] !== null).map((name) => MARK_NAMES[name]);
 }
 
 /// Returns the label of a request, such as "App via cookie en user agent" or "Gewone browser".
 export function labelOf(marks) {
-  const via = viaOf(marks);
+  const via = markNamesOf(marks);
   if (via.length === 0) return 'Gewone browser';
   const last = via.pop();
   return `App via ${via.length ? `${via.join(', ')} en ` : ''}${last}`;

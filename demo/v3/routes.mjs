@@ -9,14 +9,14 @@ import { pipeline } from 'node:stream/promises';
 import { exportFor, FILES, filled, slow } from './files.mjs';
 import { HttpError, readBody, send, sendJson, sendPage, targetOf } from './http.mjs';
 import { logo } from './layout.mjs';
-import { labelOf, marksOf, viaOf } from './marks.mjs';
+import { labelOf, marksOf, markNamesOf } from './marks.mjs';
 import { PAGES } from './pages.mjs';
 import { sessionOf } from './sessions.mjs';
 
-const own = (name) => readFileSync(new URL(name, import.meta.url));
+const readAsset = (name) => readFileSync(new URL(name, import.meta.url));
 const ASSETS = new Map(Object.entries({
-  '/os.css': ['text/css; charset=utf-8', own('os.css')],
-  '/os.js': ['text/javascript; charset=utf-8', own('os.js')],
+  '/os.css': ['text/css; charset=utf-8', readAsset('os.css')],
+  '/os.js': ['text/javascript; charset=utf-8', readAsset('os.js')],
   '/beeldmerk.svg': ['image/svg+xml', logo],
 }));
 
@@ -35,8 +35,8 @@ async function stream(request, response, type, source, headers = {}) {
   else await pipeline(source, response);
 }
 
-/// Files with a handler of their own, by id.
-const SPECIAL = {
+/// The handlers of the files that are generated for each request, by id.
+const GENERATED_FILES = {
   besloten(request, response) {
     if (!sessionOf(request.headers)) throw new HttpError(401);
     send(response, 200, 'text/plain; charset=utf-8', 'Alleen voor deze sessie.\n', {
@@ -70,7 +70,7 @@ const SPECIAL = {
 };
 
 function sendFile(request, response, id, query) {
-  if (Object.hasOwn(SPECIAL, id)) return SPECIAL[id](request, response, query);
+  if (Object.hasOwn(GENERATED_FILES, id)) return GENERATED_FILES[id](request, response, query);
   const file = FILES.get(id);
   if (!file) throw new HttpError(404);
   const [, type, disposition, content] = file;
@@ -121,7 +121,7 @@ export function createRouter({ record, state }) {
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
       const marks = marksOf(request.headers);
-      const via = viaOf(marks);
+      const via = markNamesOf(marks);
       sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });
     },
     '/api/verslag': (request, response) => {
@@ -146,10 +146,10 @@ export function createRouter({ record, state }) {
   }
 
   function find(path) {
-    const below = (prefix) => (path.startsWith(prefix) ? path.slice(prefix.length) : null);
-    const file = below('/api/bestand/');
+    const pathBelow = (prefix) => (path.startsWith(prefix) ? path.slice(prefix.length) : null);
+    const file = pathBelow('/api/bestand/');
     if (file !== null) return { get: (request, response, { query }) => sendFile(request, response, file, query) };
-    const release = below('/download/');
+    const release = pathBelow('/download/');
     if (release !== null) return { get: (request, response) => sendRelease(request, response, releases, release) };
     return { get: gets.get(path), post: posts.get(path) };
   }
@@ -159,8 +159,8 @@ export function createRouter({ record, state }) {
     const { get, post } = find(path);
     if (!get && !post) throw new HttpError(404);
     const body = await readBody(request);
-    const reading = request.method === 'GET' || request.method === 'HEAD';
-    const handler = reading ? get : request.method === 'POST' ? post : undefined;
+    const isRead = request.method === 'GET' || request.method === 'HEAD';
+    const handler = isRead ? get : request.method === 'POST' ? post : undefined;
     if (!handler) {
       throw new HttpError(405, { Allow: [get && 'GET, HEAD', post && 'POST'].filter(Boolean).join(', ') });
     }

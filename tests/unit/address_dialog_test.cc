@@ -9,12 +9,12 @@ class AddressDialog : public CoreTest {
  protected:
   AddressDialog() { createWebView(); }
 
-  /// Opens the dialog and presses a button.
-  void choose(const std::string &text, std::optional<int> button = 0) {
+  /// Opens the dialog, enters a text and presses a button.
+  void enterAddress(const std::string &text, std::optional<int> button = 0) {
     delegate().kiesAdres();
     answerAlert(button, text);
   }
-  std::optional<std::string> stored() const { return fake.defaults.text("osURL"); }
+  std::optional<std::string> storedAddress() const { return fake.defaults.text("osURL"); }
 };
 
 TEST_F(AddressDialog, TrimsSpacesAndTabsOnly) {
@@ -38,24 +38,24 @@ TEST_F(AddressDialog, ShowsCurrentAddressWithTrailingSlash) {
 }
 
 TEST_F(AddressDialog, CancelOrCloseStoresNothing) {
-  choose("https://example.test", 1);
-  choose("https://example.test", std::nullopt);
-  EXPECT_EQ(stored(), std::nullopt);
+  enterAddress("https://example.test", 1);
+  enterAddress("https://example.test", std::nullopt);
+  EXPECT_EQ(storedAddress(), std::nullopt);
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "alert Adres van het OS"));
 }
 
 TEST_F(AddressDialog, OpenDialogRetainsDelegate) {
   delegate().kiesAdres();
-  const auto kept = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
-  EXPECT_FALSE(kept.expired());
+  EXPECT_FALSE(weakDelegate.expired());
   answerAlert(1);
-  EXPECT_TRUE(kept.expired());
+  EXPECT_TRUE(weakDelegate.expired());
 }
 
 TEST_F(AddressDialog, SaveStoresTrimmedAddressAndOpensOs) {
   fake.http.setResponses("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
-  choose(" \t https://example.test/os\t ");
+  enterAddress(" \t https://example.test/os\t ");
   EXPECT_EQ(delegate().baseURL(), "https://example.test/os/");
   EXPECT_THAT(
       fake.record.take(),
@@ -71,7 +71,7 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
         "https://exa mple.test", "https://example.test\n", "\nhttps://example.test",
         "//example.test", "http://[::1", "http://example.test/%zz"}) {
     fake.panels.shown.clear();
-    choose(text);
+    enterAddress(text);
     ASSERT_EQ(fake.panels.shown.size(), 2U) << text;
     Alert expected;
     expected.messageText = "Dat is geen geldig adres.";
@@ -79,7 +79,7 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
     answerAlert(0);
     EXPECT_EQ(fake.panels.shown.size(), 2U) << "a second dialog after " << text;
   }
-  EXPECT_EQ(stored(), "https://example.test");
+  EXPECT_EQ(storedAddress(), "https://example.test");
   EXPECT_EQ(fake.record.count("GET"), 0U);
   EXPECT_THAT(fake.processes.launched, IsEmpty());
 }
@@ -97,7 +97,7 @@ TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   delegate().startServer();
   const auto running = fake.processes.launched.back();
   fake.record.take();
-  choose("https://example.test");
+  enterAddress("https://example.test");
 
   EXPECT_EQ(delegate().server, nullptr);
   EXPECT_FALSE(delegate().quitting);
@@ -116,7 +116,7 @@ TEST_F(AddressDialog, QuittingFlagIsSetWhileLocalServerIsStopped) {
   delegate().startServer();
   bool wasQuitting = false;
   lastServer().onTerminate = [&] { wasQuitting = delegate().quitting; };
-  choose("https://example.test");
+  enterAddress("https://example.test");
   EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(delegate().quitting);
 }
@@ -125,20 +125,20 @@ TEST_F(AddressDialog, OnlineAddressDoesNotSignalExitedServer) {
   delegate().startServer();
   exitServer(1);
   const auto exited = delegate().server;
-  choose("https://example.test");
+  enterAddress("https://example.test");
   EXPECT_EQ(delegate().server, exited);
   EXPECT_EQ(fake.record.count("terminate"), 0U);
 }
 
 TEST_F(AddressDialog, LocalAddressKeepsRunningServerAndStartsStoppedOne) {
   delegate().startServer();
-  choose("http://localhost:4767");
+  enterAddress("http://localhost:4767");
   EXPECT_EQ(fake.processes.launched.size(), 1U);
   EXPECT_TRUE(delegate().server->isRunning());
   EXPECT_EQ(fake.record.count("GET http://localhost:4767/api/wie"), 1U);
 
-  choose("https://example.test");
-  choose("http://127.0.0.1:4767/");
+  enterAddress("https://example.test");
+  enterAddress("http://127.0.0.1:4767/");
   EXPECT_EQ(fake.processes.launched.size(), 2U);
   EXPECT_TRUE(delegate().server->isRunning());
 }
@@ -171,9 +171,9 @@ TEST_F(AddressDialog, AddressChangesWhileQuittingStartNoServer) {
 }
 
 TEST_F(AddressDialog, UnreachableAddressIsStored) {
-  choose("https://example.test");
+  enterAddress("https://example.test");
   fake.scheduler.advance(60s);
-  EXPECT_EQ(stored(), "https://example.test");
+  EXPECT_EQ(storedAddress(), "https://example.test");
   EXPECT_EQ(shownError(),
             "Geen verbinding met https://example.test/. Check je internet en probeer opnieuw met "
             "⌘R.");

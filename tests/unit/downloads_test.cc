@@ -20,14 +20,14 @@ class Downloads : public CoreTest {
   }
 
   std::string folder() const { return root() + "/Downloads"; }
-  std::vector<std::string> saved() const {
+  std::vector<std::string> savedNames() const {
     std::vector<std::string> names;
     for (const auto &entry : std::filesystem::directory_iterator(folder())) {
       names.push_back(entry.path().filename());
     }
     return names;
   }
-  std::string text(const std::string &name) const { return readFile(folder() + "/" + name); }
+  std::string savedText(const std::string &name) const { return readFile(folder() + "/" + name); }
 
   void download(const std::string &url = address) { delegate().bewaarEnOpen(*Url::parse(url)); }
   /// Downloads a response of the server and runs all tasks.
@@ -116,8 +116,8 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
                                               // The file still has its temporary path.
                                               "quarantine file from " + address,
                                               "open file " + folder() + "/report.pdf"));
-  EXPECT_EQ(text("report.pdf"), "contents");
-  EXPECT_THAT(saved(), ElementsAre("report.pdf"));
+  EXPECT_EQ(savedText("report.pdf"), "contents");
+  EXPECT_THAT(savedNames(), ElementsAre("report.pdf"));
 }
 
 TEST_F(Downloads, EmptyStoreOrUrlWithoutHostSendsEmptyCookieHeader) {
@@ -142,7 +142,7 @@ TEST_F(Downloads, FailedDownloadSavesAndReportsNothing) {
   for (const int status : {0, 199, 201, 204, 206, 301, 304, 401, 404, 500}) {
     download({.statusCode = status, .body = "error", .suggestedFilename = "a.csv"});
   }
-  EXPECT_THAT(saved(), IsEmpty());
+  EXPECT_THAT(savedNames(), IsEmpty());
   for (const std::string call : {"open", "alert", "load"}) EXPECT_EQ(fake.record.count(call), 0U);
 }
 
@@ -151,10 +151,10 @@ TEST_F(Downloads, FirstFreeNumberIsUsed) {
   writeFile(folder() + "/data 2.csv", "second");
   writeFile(folder() + "/data 4.csv", "fourth");
   download(file("data.csv"));
-  EXPECT_EQ(text("data.csv"), "first");
-  EXPECT_EQ(text("data 2.csv"), "second");
-  EXPECT_EQ(text("data 3.csv"), "contents");
-  EXPECT_EQ(text("data 4.csv"), "fourth");
+  EXPECT_EQ(savedText("data.csv"), "first");
+  EXPECT_EQ(savedText("data 2.csv"), "second");
+  EXPECT_EQ(savedText("data 3.csv"), "contents");
+  EXPECT_EQ(savedText("data 4.csv"), "fourth");
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data 3.csv"), 1U);
 }
 
@@ -164,15 +164,15 @@ TEST_F(Downloads, NumbersHaveNoLimit) {
     writeFile(folder() + "/data " + std::to_string(number) + ".csv", "");
   }
   download(file("data.csv"));
-  EXPECT_EQ(text("data 111.csv"), "contents");
+  EXPECT_EQ(savedText("data 111.csv"), "contents");
 }
 
 TEST_F(Downloads, FoldersAndDanglingSymlinksCountAsExisting) {
   std::filesystem::create_directory(folder() + "/report");
   std::filesystem::create_symlink("/nowhere", folder() + "/report 2");
   download(file("report"));
-  EXPECT_EQ(text("report 3"), "contents");
-  EXPECT_THAT(saved(), UnorderedElementsAre("report", "report 2", "report 3"));
+  EXPECT_EQ(savedText("report 3"), "contents");
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("report", "report 2", "report 3"));
 }
 
 TEST_F(Downloads, ConcurrentDownloadsGetNamesInOrderOfCompletion) {
@@ -183,14 +183,14 @@ TEST_F(Downloads, ConcurrentDownloadsGetNamesInOrderOfCompletion) {
   download();
   download();
   fake.scheduler.advance(6s);
-  EXPECT_EQ(text("data.csv"), "fast");
-  EXPECT_EQ(text("data 2.csv"), "slow");
+  EXPECT_EQ(savedText("data.csv"), "fast");
+  EXPECT_EQ(savedText("data 2.csv"), "slow");
 }
 
 TEST_F(Downloads, TraversalInNameStaysInDownloadsFolder) {
   download(file("../../outside.csv"));
   download(file(".."));
-  EXPECT_THAT(saved(), UnorderedElementsAre("..-..-outside.csv", "12"));
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("..-..-outside.csv", "12"));
 }
 
 TEST_F(Downloads, MissingDownloadsFolderShowsNoAlert) {
@@ -208,13 +208,13 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   response.delay = 1s;
   fake.http.setResponses(address, {response});
   download();
-  const auto kept = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
-  EXPECT_FALSE(kept.expired()) << "while the cookies are read";
+  EXPECT_FALSE(weakDelegate.expired()) << "while the cookies are read";
   fake.scheduler.advance(1500ms);
-  EXPECT_FALSE(kept.expired()) << "during the download";
-  ASSERT_TRUE(fake.scheduler.runUntil([&] { return !saved().empty(); }, 1min));
-  EXPECT_TRUE(kept.expired()) << "after the download";
+  EXPECT_FALSE(weakDelegate.expired()) << "during the download";
+  ASSERT_TRUE(fake.scheduler.runUntil([&] { return !savedNames().empty(); }, 1min));
+  EXPECT_TRUE(weakDelegate.expired()) << "after the download";
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
 }
@@ -240,8 +240,8 @@ TEST_F(Downloads, NameTakenBetweenCheckAndMoveIsNotReplaced) {
   };
   EXPECT_EQ(moveToFreeName(root() + "/temporary file", folder(), "data.csv", moveAfterOtherProgram),
             folder() + "/data 2.csv");
-  EXPECT_EQ(text("data.csv"), "of another program");
-  EXPECT_EQ(text("data 2.csv"), "contents");
+  EXPECT_EQ(savedText("data.csv"), "of another program");
+  EXPECT_EQ(savedText("data 2.csv"), "contents");
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ class Installation : public CoreTest {
     createWebView();
   }
 
-  std::string working(const std::string &versie = "1.3") const {
+  std::string workingFolderFor(const std::string &versie = "1.3") const {
     return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
   }
   /// Writes the bundle of a new release. Without an Info.plist when its text is empty.
@@ -43,7 +43,8 @@ class Installation : public CoreTest {
   }
   void install(const std::string &versie = "1.3") {
     // The temporary path of the archive is known only from the command.
-    fake.processes.onLaunch = [this, folder = working(versie)](const LaunchRequest &request) {
+    fake.processes.onLaunch = [this,
+                               folder = workingFolderFor(versie)](const LaunchRequest &request) {
       const std::string &command = request.arguments.back();
       const std::string unpackCommand = "/usr/bin/ditto -x -k '";
       if (!command.starts_with(unpackCommand)) return;
@@ -53,9 +54,11 @@ class Installation : public CoreTest {
     delegate().installeer(*Url::parse(archiveUrl), versie, {});
     fake.scheduler.runUntilIdle();
   }
-  std::string installed() const { return readFile(fake.bundle.folder + "/Contents/version"); }
+  std::string installedVersion() const {
+    return readFile(fake.bundle.folder + "/Contents/version");
+  }
   void expectNotInstalled() {
-    EXPECT_EQ(installed(), "old");
+    EXPECT_EQ(installedVersion(), "old");
     EXPECT_THAT(fake.panels.shown, IsEmpty());
     EXPECT_EQ(fake.record.count("application terminate"), 0U);
     EXPECT_FALSE(fake.application.terminated);
@@ -92,15 +95,16 @@ TEST_F(Installation, UnpacksReplacesNotifiesAndRelaunches) {
   };
   install();
   const std::string app = fake.bundle.folder;
-  const std::string unpacked = working() + "/Orvel OS.app";
+  const std::string unpacked = workingFolderFor() + "/Orvel OS.app";
   EXPECT_THAT(
       fake.record.take(),
       ElementsAre("download " + archiveUrl + " timeout 60000 ms [X-ORVEL-App: app-key]",
-                  AllOf(StartsWith("sh /usr/bin/ditto -x -k '"), EndsWith("' '" + working() + "'")),
+                  AllOf(StartsWith("sh /usr/bin/ditto -x -k '"),
+                        EndsWith("' '" + workingFolderFor() + "'")),
                   "sh /usr/bin/xattr -dr com.apple.quarantine '" + unpacked + "'",
                   "replace " + app + " by " + unpacked, "alert Orvel OS is bijgewerkt naar 1.3"));
   EXPECT_EQ(archiveText, "an archive");
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 
   Alert notice;
   notice.messageText = "Orvel OS is bijgewerkt naar 1.3";
@@ -137,10 +141,10 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
   const std::string app = fake.bundle.folder;
   EXPECT_THAT(fake.record.take(),
               ElementsAre("download " + archiveUrl + " timeout 60000 ms [X-ORVEL-App: app-key]",
-                          "unpack an archive into " + working(),
-                          "replace " + app + " by " + working() + "/Orvel OS.app",
+                          "unpack an archive into " + workingFolderFor(),
+                          "replace " + app + " by " + workingFolderFor() + "/Orvel OS.app",
                           "alert Orvel OS is bijgewerkt naar 1.3"));
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
   answerAlert(0);
   EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxNames.relaunch, {app}),
                                               "application terminate", "application terminated"));
@@ -152,7 +156,7 @@ TEST_F(Installation, VersionWithSingleQuoteDoesNotReachPlatformUnpacker) {
   fake.unpacker = &unpacker;
   recreateDelegate();
   install("1'3");
-  EXPECT_TRUE(std::filesystem::is_empty(working("1'3")));
+  EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor("1'3")));
   expectNotInstalled();
 }
 
@@ -167,16 +171,16 @@ TEST_F(Installation, ClosedAndAnsweredNoticesRelaunchOnce) {
 }
 
 TEST_F(Installation, LockedTemporaryFolderEndsInstallation) {
-  writeFile(working() + "/of another instance", "partial");
+  writeFile(workingFolderFor() + "/of another instance", "partial");
   {
     const FolderLock other(fake.locations.temporaryFolder);
     ASSERT_FALSE(other.isHeldElsewhere());
     install();
   }
   expectNotInstalled();
-  EXPECT_TRUE(std::filesystem::exists(working() + "/of another instance"));
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/of another instance"));
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(Installation, RelaunchStopsServer) {
@@ -199,12 +203,12 @@ TEST_F(Installation, FailedDownloadChangesNothing) {
     install();
   }
   EXPECT_EQ(fake.record.count("sh "), 0U);
-  EXPECT_FALSE(std::filesystem::exists(working()));
+  EXPECT_FALSE(std::filesystem::exists(workingFolderFor()));
   expectNotInstalled();
 }
 
 TEST_F(Installation, StaleWorkingFolderIsCleared) {
-  writeRelease(working() + "/Orvel OS.app");
+  writeRelease(workingFolderFor() + "/Orvel OS.app");
   bool wasEmpty = false;
   unpackArchive = [&](const std::string &, const std::string &folder) {
     wasEmpty = std::filesystem::is_empty(folder);
@@ -220,7 +224,7 @@ TEST_F(Installation, BundleWithOtherNameIsRejected) {
   };
   install();
   expectNotInstalled();
-  EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS 1.3.app"));
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS 1.3.app"));
   EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
 }
 
@@ -230,7 +234,7 @@ TEST_F(Installation, SymlinkedBundleIsRejected) {
     std::filesystem::create_directory_symlink(root() + "/other", folder + "/Orvel OS.app");
   };
   install();
-  EXPECT_TRUE(std::filesystem::is_symlink(working() + "/Orvel OS.app"));
+  EXPECT_TRUE(std::filesystem::is_symlink(workingFolderFor() + "/Orvel OS.app"));
   EXPECT_EQ(fake.record.count("replace"), 0U);
   expectNotInstalled();
 }
@@ -247,7 +251,7 @@ TEST_F(Installation, UnreadableInfoPlistOrOtherIdentifierIsRejected) {
     };
     install();
     expectNotInstalled();
-    EXPECT_TRUE(std::filesystem::exists(working() + "/Orvel OS.app")) << info;
+    EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS.app")) << info;
   }
   EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
   EXPECT_EQ(fake.record.count("replace"), 0U);
@@ -261,12 +265,12 @@ TEST_F(Installation, MissingBundleIdentifierMatchesMissingBundleIdentifier) {
     writeRelease(folder + "/Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
   };
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(Installation, ProgramSignedByTeamInstallsOnlyReleaseOfSameTeam) {
   fake.bundle.team = "TEAM123456";
-  const std::string unpacked = working() + "/Orvel OS.app";
+  const std::string unpacked = workingFolderFor() + "/Orvel OS.app";
   // No signer stands for an unsigned, ad hoc signed or modified release.
   install();
   expectNotInstalled();
@@ -277,13 +281,13 @@ TEST_F(Installation, ProgramSignedByTeamInstallsOnlyReleaseOfSameTeam) {
   EXPECT_EQ(fake.record.count("replace"), 0U);
   fake.bundle.signers[unpacked] = "TEAM123456";
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(Installation, ProgramWithoutTeamInstallsReleaseOfAnyTeam) {
-  fake.bundle.signers[working() + "/Orvel OS.app"] = "OTHER98765";
+  fake.bundle.signers[workingFolderFor() + "/Orvel OS.app"] = "OTHER98765";
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(Installation, FailedReplacementShowsNoNotice) {
@@ -327,7 +331,7 @@ TEST_F(Installation, TranslocatedBundleDownloadsNothing) {
 
 TEST_F(Installation, VersionWithSlashUnpacksIntoNestedFolder) {
   install("1/3");
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
 }
 
@@ -350,7 +354,7 @@ TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
   fake.bundle.folder = root() + "/Someone's/Orvel OS.app";
   writeFile(fake.bundle.folder + "/Contents/version", "old");
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
   fake.record.take();
   answerAlert(0);
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
@@ -390,37 +394,37 @@ TEST_F(Installation, ArchivePathWithSingleQuoteIsNotUnpacked) {
   fake.unpacker = &unpacker;
   recreateDelegate();
   install();
-  EXPECT_TRUE(std::filesystem::is_empty(working()));
+  EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor()));
   expectNotInstalled();
   saved ? setenv("TMPDIR", saved->c_str(), 1) : unsetenv("TMPDIR");
 }
 
 TEST_F(Installation, WorkingFolderStaysAfterSuccessAndFailure) {
   install();
-  EXPECT_EQ(installed(), "new");
-  EXPECT_TRUE(std::filesystem::is_directory(working()));
+  EXPECT_EQ(installedVersion(), "new");
+  EXPECT_TRUE(std::filesystem::is_directory(workingFolderFor()));
 
   writeFile(fake.bundle.folder + "/Contents/version", "old");
   fake.locations.replaceSucceeds = false;
   install("replacement fails");
-  EXPECT_TRUE(std::filesystem::exists(working("replacement fails") + "/Orvel OS.app"));
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
 
   unpackArchive = [](const std::string &, const std::string &folder) {
     writeRelease(folder + "/Orvel OS.app", infoPlist(""));
   };
   install("other identifier");
-  EXPECT_TRUE(std::filesystem::exists(working("other identifier") + "/Orvel OS.app"));
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("other identifier") + "/Orvel OS.app"));
 
   unpackArchive = [](const std::string &, const std::string &) {};
   install("no bundle");
-  EXPECT_TRUE(std::filesystem::is_directory(working("no bundle")));
-  EXPECT_EQ(installed(), "old");
+  EXPECT_TRUE(std::filesystem::is_directory(workingFolderFor("no bundle")));
+  EXPECT_EQ(installedVersion(), "old");
 }
 
 TEST_F(Installation, FileInPlaceOfWorkingFolderIsRemoved) {
-  writeFile(working(), "a file");
+  writeFile(workingFolderFor(), "a file");
   install();
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
@@ -430,27 +434,27 @@ TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
   install("1.3");
   EXPECT_THAT(fake.panels.shown, IsEmpty());
   fake.scheduler.advance(1s);
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.panels.shown.size(), 1U);
   writeFile(fake.bundle.folder + "/Contents/version", "old");
   fake.scheduler.advance(1s);
-  EXPECT_EQ(installed(), "new");
+  EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.panels.shown.size(), 2U);
 }
 
 TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
   fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive", .delay = 1s}});
   install();
-  const auto kept = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
-  EXPECT_FALSE(kept.expired()) << "during the download";
+  EXPECT_FALSE(weakDelegate.expired()) << "during the download";
   // The notice is posted while the main thread is blocked.
   fake.clock.sleep(1s);
   EXPECT_EQ(fake.record.count("replace"), 1U);
-  EXPECT_FALSE(kept.expired()) << "before the notice";
+  EXPECT_FALSE(weakDelegate.expired()) << "before the notice";
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.panels.shown.size(), 1U);
-  EXPECT_FALSE(kept.expired()) << "while the notice is open";
+  EXPECT_FALSE(weakDelegate.expired()) << "while the notice is open";
 }
 
 TEST_F(Installation, FoldersOfEarlierVersionsAreRemoved) {

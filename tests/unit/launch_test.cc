@@ -162,13 +162,13 @@ TEST_F(Launch, ExitWithoutCurrentServerIsIgnored) {
 
 TEST_F(Launch, PostedExitDoesNotRetainDelegate) {
   start();
-  const auto known = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   lastServer().exit(1);
   // After one task, the exit is known and its report is posted to the main thread.
   int steps = 0;
   fake.scheduler.runUntil([&] { return steps++ == 1; }, 0ms);
   releaseDelegate();
-  EXPECT_TRUE(known.expired());
+  EXPECT_TRUE(weakDelegate.expired());
   fake.record.take();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), IsEmpty());

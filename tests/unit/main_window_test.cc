@@ -5,14 +5,14 @@ namespace {
 
 class MainWindow : public CoreTest {};
 
-const std::string blank = "load html <body style='background:#07090c;margin:0'></body>";
+const std::string blankPageLoad = "load html <body style='background:#07090c;margin:0'></body>";
 
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
   storeAddress();
   launch();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
-                          "application activate", blank,
+                          "application activate", blankPageLoad,
                           "GET https://os.test/api/wie timeout 3000 ms [X-ORVEL-App: app-key]",
                           "after 4000 ms", "every 21600000 ms"));
 }
@@ -130,10 +130,10 @@ TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
 
 TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
   launch();
-  const auto kept = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
   fake.scheduler.advance(24h);
-  EXPECT_FALSE(kept.expired());
+  EXPECT_FALSE(weakDelegate.expired());
 }
 
 TEST_F(MainWindow, ReloadStartsLocalServerForLocalhost) {

@@ -12,7 +12,7 @@ class Readiness : public CoreTest {
  protected:
   Readiness() { createWebView(); }
 
-  void open() { delegate().openOS(); }
+  void openOS() { delegate().openOS(); }
   std::vector<FakeScheduler::Duration> probeTimes() {
     std::vector<FakeScheduler::Duration> times;
     for (const auto &sent : fake.http.sent) times.push_back(sent.at);
@@ -23,7 +23,7 @@ class Readiness : public CoreTest {
 TEST_F(Readiness, ThirdLocalProbeStoresCookieThenLoads) {
   fake.http.setResponses(localProbe, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
-  open();
+  openOS();
   fake.scheduler.advance(569ms);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
   // Nothing is loaded before the cookie is stored.
@@ -41,7 +41,7 @@ TEST_F(Readiness, ThirdLocalProbeStoresCookieThenLoads) {
 }
 
 TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
-  open();
+  openOS();
   fake.scheduler.advance(15s - 1ms);
   EXPECT_EQ(fake.http.sent.size(), 60U);
   EXPECT_EQ(shownError(), "");
@@ -61,7 +61,7 @@ TEST_F(Readiness, LastProbeMaySucceed) {
     responses.push_back({.statusCode = 200});
     fake.http.setResponses(address + "api/wie", responses);
     fake.http.sent.clear();
-    open();
+    openOS();
     fake.scheduler.advance(1min);
     EXPECT_EQ(fake.http.sent.size(), probes) << address;
     EXPECT_EQ(web().shownUrl, address);
@@ -71,7 +71,7 @@ TEST_F(Readiness, LastProbeMaySucceed) {
 TEST_F(Readiness, UnresponsiveOnlineServerShowsErrorAfterNineProbes) {
   storeAddress("https://os.test");
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 3s}});
-  open();
+  openOS();
   fake.scheduler.advance(42999ms);
   EXPECT_EQ(shownError(), "");
   fake.scheduler.advance(1ms);
@@ -92,7 +92,7 @@ TEST_F(Readiness, OnlineResponseOtherThanStatus200IsRetried) {
   for (const FakeResponse &response : responses) {
     fake.http.sent.clear();
     fake.http.setResponses("https://os.test/api/wie", {response});
-    open();
+    openOS();
     fake.scheduler.advance(1min);
     const int status = response.statusCode.value_or(0);
     EXPECT_EQ(fake.http.sent.size(), 9U) << status;
@@ -106,7 +106,7 @@ TEST_F(Readiness, Status200IsReadyForAnyBody) {
     storeAddress();
     fake.http.sent.clear();
     fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
-    open();
+    openOS();
     fake.scheduler.advance(1min);
     EXPECT_EQ(fake.http.sent.size(), 1U);
     EXPECT_EQ(web().shownUrl, "https://os.test/");
@@ -115,7 +115,7 @@ TEST_F(Readiness, Status200IsReadyForAnyBody) {
 
 TEST_F(Readiness, ChangeToLocalAddressWithoutServerEndsProbes) {
   storeAddress();
-  open();
+  openOS();
   fake.scheduler.advance(1s);
   storeAddress("http://127.0.0.1:4767/");
   fake.scheduler.advance(1min);
@@ -127,7 +127,7 @@ TEST_F(Readiness, MissingKeyLoadsWithoutCookie) {
   fake.bundle.texts.erase("ORVELOSKey");
   recreateDelegate();
   fake.http.setResponses(localProbe, {{.statusCode = 200}});
-  open();
+  openOS();
   fake.record.take();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
@@ -137,7 +137,7 @@ TEST_F(Readiness, MissingKeyLoadsWithoutCookie) {
 TEST_F(Readiness, OnlineCookieIsSecure) {
   storeAddress("https://os.test:8443/app");
   fake.http.setResponses("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
-  open();
+  openOS();
   fake.scheduler.runUntilIdle();
   ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
   EXPECT_EQ(fake.windows.cookies.cookies[0], (Cookie{.name = "orvelapp",
@@ -151,9 +151,9 @@ TEST_F(Readiness, OnlineCookieIsSecure) {
 
 TEST_F(Readiness, EachSuccessStoresCookie) {
   fake.http.setResponses(localProbe, {{.statusCode = 200}});
-  open();
+  openOS();
   fake.scheduler.runUntilIdle();
-  open();
+  openOS();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.record.count("cookie orvelapp"), 2U);
   EXPECT_EQ(fake.windows.cookies.cookies.size(), 1U);
@@ -162,7 +162,7 @@ TEST_F(Readiness, EachSuccessStoresCookie) {
 TEST_F(Readiness, LocalhostGetsServerAndCookieThatIsNotSecure) {
   storeAddress("http://localhost:3000/");
   fake.http.setResponses("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
-  open();
+  openOS();
   fake.scheduler.advance(250ms);
   ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
   EXPECT_EQ(fake.windows.cookies.cookies[0].domain, "localhost");
@@ -171,16 +171,16 @@ TEST_F(Readiness, LocalhostGetsServerAndCookieThatIsNotSecure) {
 }
 
 TEST_F(Readiness, RunningServerIsNotRestarted) {
-  open();
+  openOS();
   fake.record.take();
-  open();
+  openOS();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("GET " + localProbe + " timeout 3000 ms [X-ORVEL-App: app-key]"));
 }
 
 TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
   std::filesystem::remove(root() + "/v3/server.mjs");
-  open();
+  openOS();
   EXPECT_EQ(shownError(),
             "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
   EXPECT_EQ(fake.record.calls().size(), 1U);
@@ -190,14 +190,14 @@ TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
 TEST_F(Readiness, FolderInPlaceOfServerScriptIsLaunched) {
   std::filesystem::remove(root() + "/v3/server.mjs");
   std::filesystem::create_directory(root() + "/v3/server.mjs");
-  open();
+  openOS();
   EXPECT_EQ(fake.processes.launched.size(), 1U);
 }
 
 TEST_F(Readiness, FailedLaunchOrRestartSendsNoProbe) {
   for (const std::string error : {"first launch", "restart"}) {
     setNodeScript({.launchError = error});
-    open();
+    openOS();
     fake.scheduler.advance(1min);
     EXPECT_EQ(shownError(), "Kon node niet starten: " + error);
     EXPECT_THAT(fake.http.sent, IsEmpty()) << error;
@@ -209,7 +209,7 @@ TEST_F(Readiness, FailedLaunchOrRestartSendsNoProbe) {
 
 TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
   setNodeScript({.exitsAfter = 600ms, .status = 7});
-  open();
+  openOS();
   fake.scheduler.advance(1min);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
   EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 7)."));
@@ -217,9 +217,9 @@ TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
 
 TEST_F(Readiness, TwoOpenCallsProbeIndependently) {
   fake.http.setResponses(localProbe, {{}, {}, {.statusCode = 200}});
-  open();
+  openOS();
   fake.scheduler.advance(100ms);
-  open();
+  openOS();
   fake.scheduler.advance(1s);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 100ms, 250ms, 350ms));
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 2U);
@@ -227,7 +227,7 @@ TEST_F(Readiness, TwoOpenCallsProbeIndependently) {
 
 TEST_F(Readiness, AddressIsReadAgainForEachProbeAndForPage) {
   storeAddress("https://first.test/");
-  open();
+  openOS();
   fake.scheduler.runUntilIdle();
   storeAddress("https://second.test/");
   fake.http.setResponses("https://second.test/api/wie", {{.statusCode = 200}});
@@ -241,14 +241,14 @@ TEST_F(Readiness, AddressIsReadAgainForEachProbeAndForPage) {
 
 TEST_F(Readiness, InvalidAddressAborts) {
   storeAddress("https://os test/");
-  EXPECT_DEATH(delegate().openOS(), "OS: invalid server URL: https://os test/");
+  EXPECT_DEATH(openOS(), "OS: invalid server URL: https://os test/");
 }
 
 TEST_F(Readiness, SuccessBeforeWebViewAborts) {
   delegate().web.reset();
   storeAddress();
   fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200}});
-  open();
+  openOS();
   EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists");
 }
 
@@ -257,18 +257,18 @@ TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
   fake.http.setResponses("https://os.test/api/wie",
                          {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
   fake.windows.cookies.delay = 1s;
-  open();
-  const auto kept = delegate().weak_from_this();
+  openOS();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
-  EXPECT_FALSE(kept.expired()) << "during the probe";
+  EXPECT_FALSE(weakDelegate.expired()) << "during the probe";
   fake.scheduler.advance(2s);
-  EXPECT_FALSE(kept.expired()) << "before the next probe";
+  EXPECT_FALSE(weakDelegate.expired()) << "before the next probe";
   fake.scheduler.advance(2500ms);
   EXPECT_EQ(fake.record.count("cookie orvelapp"), 1U);
-  EXPECT_FALSE(kept.expired()) << "while the cookie is stored";
+  EXPECT_FALSE(weakDelegate.expired()) << "while the cookie is stored";
   fake.scheduler.runUntil([] { return false; }, 1min);
   EXPECT_EQ(fake.record.count("load https://os.test/"), 1U);
-  EXPECT_TRUE(kept.expired());
+  EXPECT_TRUE(weakDelegate.expired());
 }
 
 TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
@@ -280,7 +280,7 @@ TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
 
 TEST_F(Readiness, LocalBoundsAndErrorApplyToLocalhost) {
   storeAddress("http://localhost:3000/");
-  open();
+  openOS();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.http.sent.size(), 61U);
   EXPECT_EQ(fake.http.sent.back().at, 15s);
@@ -307,7 +307,7 @@ TEST_F(Readiness, AddressOfResponseDeterminesRetry) {
 TEST_F(Readiness, DanglingSymlinkIsNoServerScript) {
   std::filesystem::remove(root() + "/v3/server.mjs");
   std::filesystem::create_symlink("/nonexistent", root() + "/v3/server.mjs");
-  open();
+  openOS();
   EXPECT_THAT(shownError(), StartsWith("Deze Mac heeft het OS niet."));
   EXPECT_THAT(fake.processes.launched, IsEmpty());
 }

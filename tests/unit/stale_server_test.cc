@@ -5,8 +5,10 @@ namespace {
 
 class StaleServer : public CoreTest {
  protected:
-  std::string ours() const { return "/usr/local/bin/node " + root() + "/v3/server.mjs\n"; }
-  void processIs(const std::string &pid, const std::string &commandLine) {
+  std::string commandLineOfThisRoot() const {
+    return "/usr/local/bin/node " + root() + "/v3/server.mjs\n";
+  }
+  void setCommandLine(const std::string &pid, const std::string &commandLine) {
     fake.processes.setShellOutputs("ps -o command= -p " + pid, {commandLine});
   }
   std::vector<std::string> cleanUp() {
@@ -32,7 +34,7 @@ TEST_F(StaleServer, OtherProcessOnPortIsNotKilled) {
   };
   for (const std::string &commandLine : commandLines) {
     fake.processes.setShellOutputs(listenersCommand, {"41\n"});
-    processIs("41", commandLine);
+    setCommandLine("41", commandLine);
     EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41"))
         << commandLine;
   }
@@ -40,7 +42,7 @@ TEST_F(StaleServer, OtherProcessOnPortIsNotKilled) {
 
 TEST_F(StaleServer, ServerOfThisRootIsKilledAndPortAwaited) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n", "41\n", "41\n", ""});
-  processIs("41", ours());
+  setCommandLine("41", commandLineOfThisRoot());
   EXPECT_THAT(cleanUp(),
               ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41", "sh kill 41",
                           "sh " + listenersCommand, "sleep 100 ms", "sh " + listenersCommand,
@@ -49,7 +51,7 @@ TEST_F(StaleServer, ServerOfThisRootIsKilledAndPortAwaited) {
 
 TEST_F(StaleServer, BusyPortIsCheckedFortyTimes) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n"});
-  processIs("41", ours());
+  setCommandLine("41", commandLineOfThisRoot());
   delegate().killStaleServer();
   EXPECT_EQ(fake.record.count("sh " + listenersCommand), 41U);
   EXPECT_EQ(fake.record.count("sleep 100 ms"), 40U);
@@ -58,9 +60,9 @@ TEST_F(StaleServer, BusyPortIsCheckedFortyTimes) {
 
 TEST_F(StaleServer, AllServersOfThisRootAreKilledAndNoOther) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n42\n43\n", ""});
-  processIs("41", ours());
-  processIs("42", "node /other/v3/server.mjs\n");
-  processIs("43", ours());
+  setCommandLine("41", commandLineOfThisRoot());
+  setCommandLine("42", "node /other/v3/server.mjs\n");
+  setCommandLine("43", commandLineOfThisRoot());
   EXPECT_THAT(cleanUp(),
               ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41", "sh kill 41",
                           "sh ps -o command= -p 42", "sh ps -o command= -p 43", "sh kill 43",
@@ -69,7 +71,7 @@ TEST_F(StaleServer, AllServersOfThisRootAreKilledAndNoOther) {
 
 TEST_F(StaleServer, ScriptAndRootMayBeSeparateArguments) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n", ""});
-  processIs("41", "node v3/server.mjs --root " + root() + "\n");
+  setCommandLine("41", "node v3/server.mjs --root " + root() + "\n");
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41",
                                      "sh kill 41", "sh " + listenersCommand));
 }
@@ -82,7 +84,7 @@ TEST_F(StaleServer, EmptyLinesOfListingAreSkipped) {
 
 TEST_F(StaleServer, ListingIsNotParsedAsNumbers) {
   fake.processes.setShellOutputs(listenersCommand, {"lsof: no port\n", ""});
-  processIs("lsof: no port", ours());
+  setCommandLine("lsof: no port", commandLineOfThisRoot());
   EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p lsof: no port",
                                      "sh kill lsof: no port", "sh " + listenersCommand));
 }

@@ -205,15 +205,15 @@ TEST_F(UpdateCheck, InstallationStartsOnThreadOfCompletion) {
 TEST_F(UpdateCheck, CheckRetainsDelegateUntilNotice) {
   fake.http.setResponses(manifestUrl, {{.delay = 1s}});
   delegate().zoekUpdate(manual);
-  const auto kept = delegate().weak_from_this();
+  const auto weakDelegate = delegate().weak_from_this();
   releaseDelegate();
-  EXPECT_FALSE(kept.expired()) << "during the request";
+  EXPECT_FALSE(weakDelegate.expired()) << "during the request";
   // The notice is posted while the main thread is blocked.
   fake.clock.sleep(1s);
-  EXPECT_FALSE(kept.expired()) << "before the notice";
+  EXPECT_FALSE(weakDelegate.expired()) << "before the notice";
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
-  EXPECT_TRUE(kept.expired());
+  EXPECT_TRUE(weakDelegate.expired());
 }
 
 }  // namespace
