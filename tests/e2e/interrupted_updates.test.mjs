@@ -12,7 +12,8 @@ import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease, makeUpdateKey, signatureOf } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, checkFromMenu, offer, quitRestarted, startWithUpdateServer, updatedNotice,
+  acceptRestart, archive, checkFromMenu, offer, openUpdateServer, quitRestarted,
+  startWithUpdateServer, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -63,13 +64,18 @@ async function trace(user, { pid }, name, number) {
   };
 }
 
-/// Lets a running application install the offered release. Returns whether it showed the notice,
-/// and its system calls.
-async function install(user, screen, name, number) {
-  const { run } = user;
+/// Starts the application, whose silent check finds the offered release, and traces it from the
+/// middle of the download on; the archive is complete once the file `gate` exists. Returns
+/// whether the application showed the notice, and its system calls.
+async function install(user, screen, server, gate, name, number) {
+  rmSync(gate, { force: true });
+  const downloads = () => server.requestsTo(archive).length;
+  const before = downloads();
+  const run = await user.startAndShowPage({ server });
   run.killExpected = true;
+  await waitFor('the request for the archive', () => downloads() > before);
   const { tracer, calls } = await trace(user, run, name, number);
-  await checkFromMenu(screen);
+  writeFileSync(gate, '');
   await waitFor('the end or the notice', async () =>
     run.exit || (await screen.windows(updatedNotice)).length > 0);
   const isComplete = !run.exit;
@@ -99,7 +105,7 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
   { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
     user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
-    const server = await startWithUpdateServer(user);
+    const server = await openUpdateServer(user);
     const copy = join(user.folder, 'copy');
     cpSync(user.bundle, copy, { recursive: true });
     const restore = () => {
@@ -108,9 +114,10 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
     };
     const oldBundle = fingerprint(user.bundle);
     const release = makeRelease(user);
-    offer(server, '1.1', release, signatureOf(release, key, '1.1'));
+    const gate = join(user.folder, 'gate');
+    offer(server, '1.1', { body: release, gate }, signatureOf(release, key, '1.1'));
 
-    const undisturbed = await install(user, screen);
+    const undisturbed = await install(user, screen, server, gate);
     assert.ok(undisturbed.isComplete);
     const newBundle = fingerprint(user.bundle);
     assert.notEqual(newBundle, oldBundle);
@@ -124,8 +131,7 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
       for (const number of callNumbers(name, undisturbed.calls)) {
         // The application would remove an earlier run's folder, with additional calls.
         rmSync(updateFolder(user), { recursive: true, force: true });
-        await user.startAndShowPage({ server });
-        const { isComplete } = await install(user, screen, name, number);
+        const { isComplete } = await install(user, screen, server, gate, name, number);
         const bundle = fingerprint(user.bundle);
         if (isComplete) {
           // This run made fewer calls of this name.
@@ -152,8 +158,7 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
     }
     assert.ok(bundles.old > 0 && bundles.new > 0);
 
-    await user.startAndShowPage({ server });
-    assert.ok((await install(user, screen)).isComplete);
+    assert.ok((await install(user, screen, server, gate)).isComplete);
     await acceptRestart(user, server);
     await quitRestarted(user);
   });
