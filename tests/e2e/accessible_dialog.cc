@@ -48,26 +48,29 @@ bool has(AtspiAccessible *accessible, AtspiStateType state) {
   return states && atspi_state_set_contains(states.get(), state) != FALSE;
 }
 
-std::string extents(AtspiAccessible *accessible) {
+/// Returns the position and size of a widget, or null when it has none.
+std::unique_ptr<AtspiRect, void (*)(void *)> extentsOf(AtspiAccessible *accessible) {
   const auto component = adopt(atspi_accessible_get_component_iface(accessible));
-  if (!component) return "null";
-  AtspiRect *rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr);
-  if (rect == nullptr) return "null";
-  std::string result = "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
-                       ",\"width\":" + std::to_string(rect->width) +
-                       ",\"height\":" + std::to_string(rect->height) + "}";
-  g_free(rect);
-  return result;
+  return {component ? atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr)
+                    : nullptr,
+          g_free};
 }
 
-void print(AtspiAccessible *accessible, const char *&separator) {
-  std::printf(
-      R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
-      separator, quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-      quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-      quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-      has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
-      has(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", extents(accessible).c_str());
+std::string quoted(const AtspiRect *rect) {
+  if (rect == nullptr) return "null";
+  return "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
+         ",\"width\":" + std::to_string(rect->width) +
+         ",\"height\":" + std::to_string(rect->height) + "}";
+}
+
+void print(AtspiAccessible *accessible, const AtspiRect *extents, const char *&separator) {
+  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
+              separator,
+              quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+              quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+              quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
+              has(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", quoted(extents).c_str());
   separator = ",\n";
 }
 
@@ -81,8 +84,12 @@ void forEachChild(AtspiAccessible *accessible, const Function &function) {
   }
 }
 
+/// Prints a widget and its children, but not those that have no size: pages of a stack that are
+/// not shown.
 void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
-  print(accessible, separator);
+  const auto extents = extentsOf(accessible);
+  if (extents && extents->width == 0 && extents->height == 0) return;
+  print(accessible, extents.get(), separator);
   forEachChild(accessible, [&](AtspiAccessible *child) { printWithChildren(child, separator); });
 }
 
