@@ -458,13 +458,13 @@ TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
 }
 
 TEST_F(Installation, FoldersOfEarlierVersionsAreRemoved) {
-  writeFile(working("1.1") + "/Orvel OS.app/Contents/large", "refused");
-  writeFile(working("a/b") + "/file", "nested");
+  writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "refused");
+  writeFile(workingFolderFor("a/b") + "/file", "nested");
   writeFile(fake.locations.temporaryFolder + "/other", "kept");
   install();
-  EXPECT_EQ(installed(), "new");
-  EXPECT_FALSE(std::filesystem::exists(working("1.1")));
-  EXPECT_FALSE(std::filesystem::exists(working("a")));
+  EXPECT_EQ(installedVersion(), "new");
+  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("1.1")));
+  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("a")));
   EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
 }
 
@@ -474,10 +474,11 @@ TEST_F(Installation, SymbolicLinkInWorkingFolderIsNotFollowed) {
   for (const std::string link : {"1", "1/documents", "1/documents/3"}) {
     SCOPED_TRACE(link);
     std::filesystem::remove_all(fake.locations.temporaryFolder);
-    std::filesystem::create_directories(std::filesystem::path(working(link)).parent_path());
-    std::filesystem::create_directory_symlink(root() + "/documents", working(link));
+    std::filesystem::create_directories(
+        std::filesystem::path(workingFolderFor(link)).parent_path());
+    std::filesystem::create_directory_symlink(root() + "/documents", workingFolderFor(link));
     install("1/documents/3");
-    EXPECT_EQ(installed(), "new");
+    EXPECT_EQ(installedVersion(), "new");
     EXPECT_EQ(readFile(root() + "/documents/3/letter"), "kept");
     EXPECT_FALSE(std::filesystem::exists(root() + "/documents/3/Orvel OS.app"));
     writeFile(fake.bundle.folder + "/Contents/version", "old");
