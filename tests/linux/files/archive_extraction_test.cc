@@ -75,6 +75,7 @@ TEST_F(ArchiveExtraction, FilesFoldersAndLinksAreExtracted) {
       zipFolder("a/empty folder/"),
       zipFile("q'u\"o`t$e\nline", "quotes"),
       zipFile("folder/without entry", "x"),
+      zipFile("__MACOSX/._a", "resources"),
   };
   const Tree expected{{"", "folder 755"},
                       {"a", "folder 750"},
@@ -87,7 +88,9 @@ TEST_F(ArchiveExtraction, FilesFoldersAndLinksAreExtracted) {
                       {"a/empty folder", "folder 755"},
                       {"q'u\"o`t$e\nline", "file 644 quotes"},
                       {"folder", "folder 755"},
-                      {"folder/without entry", "file 644 x"}};
+                      {"folder/without entry", "file 644 x"},
+                      {"__MACOSX", "folder 755"},
+                      {"__MACOSX/._a", "file 644 resources"}};
   for (const std::string options : {"", "zip:compression=store", "zip:zip64"}) {
     emptyTarget();
     zip(entries, options);

@@ -158,7 +158,7 @@ TEST(PlistFile, DeepNestingIsParsed) {
       opened += "<array>";
       closed += "</array>";
     }
-    EXPECT_EQ(parsePlistTexts(plistHead + opened), std::nullopt);
+    EXPECT_EQ(parsePlistTexts(plistHead + opened + opened), std::nullopt);
     EXPECT_EQ(parsePlistTexts(
                   dictionary("<key>a</key>" + opened + closed + "<key>b</key><string>x</string>")),
               (PlistTexts{{"b", "x"}}));
