@@ -7,7 +7,8 @@ namespace orvel {
 
 namespace {
 
-/// Returns the action of GtkText and GtkTextView for an editing command.
+/// Returns the action of GtkText and GtkTextView for an editing command, or null for any other
+/// command.
 const char *textAction(MenuAction action) {
   switch (action) {
     case MenuAction::undo:
@@ -20,8 +21,10 @@ const char *textAction(MenuAction action) {
       return "clipboard.copy";
     case MenuAction::paste:
       return "clipboard.paste";
-    default:
+    case MenuAction::selectAll:
       return "selection.select-all";
+    default:
+      return nullptr;
   }
 }
 
@@ -34,6 +37,8 @@ void toggleFullScreen(GtkWindow *window) {
 }
 
 }  // namespace
+
+bool isEditingCommand(MenuAction action) { return textAction(action) != nullptr; }
 
 void GtkCommands::perform(MenuAction action, GtkWindow *window) {
   ApplicationDelegate *delegate = application_.delegate();
@@ -76,7 +81,6 @@ void GtkCommands::edit(MenuAction action, GtkWindow *window) {
 }
 
 void GtkCommands::showAbout(GtkWindow *parent) {
-  if (GTK_IS_ABOUT_DIALOG(parent)) return;
   GtkWidget *dialog = gtk_about_dialog_new();
   GtkAboutDialog *about = GTK_ABOUT_DIALOG(dialog);
   gtk_about_dialog_set_program_name(about, about_.name.c_str());

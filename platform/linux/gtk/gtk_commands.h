@@ -18,6 +18,10 @@ struct AboutInformation {
   std::string icon;
 };
 
+/// Returns whether a command applies to the focused widget. The page gets the key of such a
+/// command first, because web applications have their own undo and clipboard. Any thread.
+bool isEditingCommand(MenuAction action);
+
 /// The commands of the menu bar. Main thread only.
 class GtkCommands {
  public:
@@ -27,7 +31,7 @@ class GtkCommands {
   /// Carries out a command that the user gave in a window.
   void perform(MenuAction action, GtkWindow *window);
 
-  /// Called with each About dialog before it shows.
+  /// Called with each About dialog before it is shown.
   std::function<void(GtkWindow *)> prepareAbout;
   /// Carries out an editing command outside of text fields. Gets the focused widget and the
   /// content of the window; either may be null.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/linux/gtk/full_screen_bar.h"
+#include "platform/linux/gtk/gtk_commands.h"
 #include "platform/linux/gtk/key_equivalents.h"
 
 namespace orvel {
@@ -24,7 +25,8 @@ GObjectPointer<GMenuItem> makeItem(const MenuItem &item) {
   return entry;
 }
 
-/// Makes a menu. Each separator becomes the border of two sections.
+/// Makes a menu. Each separator of the items starts a new section, because a GMenu has no
+/// separators.
 GObjectPointer<GMenu> makeMenu(const std::vector<MenuItem> &items) {
   auto menu = adopt(g_menu_new());
   auto section = adopt(g_menu_new());
@@ -40,7 +42,7 @@ GObjectPointer<GMenu> makeMenu(const std::vector<MenuItem> &items) {
   return menu;
 }
 
-/// The data of a window's action.
+/// The user data of a window's action.
 struct ActionTarget {
   GtkMenuBar::Perform perform;
   GtkWindow *window;

@@ -27,18 +27,4 @@ std::vector<std::string> accelerators(const MenuItem &item) {
   return keys;
 }
 
-bool isEditingCommand(MenuAction action) {
-  switch (action) {
-    case MenuAction::undo:
-    case MenuAction::redo:
-    case MenuAction::cut:
-    case MenuAction::copy:
-    case MenuAction::paste:
-    case MenuAction::selectAll:
-      return true;
-    default:
-      return false;
-  }
-}
-
 }  // namespace orvel

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "app/menu_bar.h"
+#include "platform/linux/gtk/gtk_commands.h"
 
 namespace orvel {
 namespace {
