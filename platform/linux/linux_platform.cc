@@ -12,7 +12,9 @@ namespace {
 
 constexpr const char *fallbackIdentifier = "nl.orvel.os";
 constexpr const char *fallbackName = "Orvel OS";
-constexpr guint iconDelay = 1000;  // Milliseconds.
+/// The name of the application's icon, whose file is in the resources of the bundle.
+constexpr const char *iconName = "nl.orvel.os";
+constexpr guint iconDelayMilliseconds = 1000;
 
 std::string inFolder(const char *folder, const std::string &name) {
   return std::string(folder) + "/" + name;
@@ -42,8 +44,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       processes_(environment_),
       unpacker_(processes_),
       locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
-      // A file in the Downloads folder need not be copied from another file system when
-      // the download ends. The temporary folder serves when there is no Downloads folder.
+      // A file in the Downloads folder gets its name without a copy between file systems. The
+      // temporary folder is used when the Downloads folder does not exist.
       http_({locations_.downloads(), locations_.temporary()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
@@ -51,7 +53,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
           application_,
           AboutInformation{.name = name_,
                            .version = bundle_.infoText("CFBundleShortVersionString").value_or("0"),
-                           .icon = resources_ + "/" + fallbackIdentifier + ".svg"}),
+                           .icon = resources_ + "/" + iconName + ".svg"}),
       menuBar_(name_,
                [this](MenuAction action, GtkWindow *window) { commands_.perform(action, window); }),
       windows_(application_, menuBar_, defaults_,
@@ -74,11 +76,11 @@ void LinuxPlatform::gtkStarted() {
   // Deferred, because adding a search path makes GTK read the icon theme again, which
   // would delay the window and its page.
   g_timeout_add_full(
-      G_PRIORITY_LOW, iconDelay,
+      G_PRIORITY_LOW, iconDelayMilliseconds,
       [](gpointer resources) -> gboolean {
         gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
                                        static_cast<const std::string *>(resources)->c_str());
-        gtk_window_set_default_icon_name(fallbackIdentifier);
+        gtk_window_set_default_icon_name(iconName);
         return G_SOURCE_REMOVE;
       },
       new std::string(resources_),

@@ -2,13 +2,44 @@
 
 namespace orvel {
 
+namespace {
+
+/// The height of the strip at the top edge of the screen that reveals a hidden bar, in points.
+constexpr double topEdgeHeight = 1;
+
+/// Opens the first menu of a menu bar.
+gboolean activateFirstMenu(gpointer menuBar) {
+  GtkWidget *item = gtk_widget_get_first_child(GTK_WIDGET(menuBar));
+  if (gtk_widget_get_mapped(item)) gtk_widget_activate(item);
+  return G_SOURCE_REMOVE;
+}
+
+/// Opens the first menu after the revealer has revealed the menu bar. Called for each frame.
+gboolean openMenuAfterReveal(GtkWidget *menuBar, GdkFrameClock *, gpointer data) {
+  auto *revealer = static_cast<GtkRevealer *>(data);
+  if (!gtk_revealer_get_reveal_child(revealer)) return G_SOURCE_REMOVE;
+  // A menu that opens before the bar has slid into its place appears outside the screen.
+  graphene_rect_t bounds;
+  const bool isInPlace =
+      gtk_revealer_get_child_revealed(revealer) &&
+      gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
+      bounds.origin.y > -bounds.size.height / 2;
+  if (!isInPlace) return G_SOURCE_CONTINUE;
+  // Deferred: a menu that opens inside a frame clock callback may never be painted.
+  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, activateFirstMenu, g_object_ref(menuBar),
+                  g_object_unref);
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace
+
 FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar,
                              GtkWidget *content)
     : window_(window),
       header_(retain(header)),
       menuBar_(menuBar),
       revealer_(GTK_REVEALER(gtk_revealer_new())),
-      motion_(gtk_event_controller_motion_new()) {
+      motionController_(gtk_event_controller_motion_new()) {
   gtk_window_set_titlebar(window_, header);
   gtk_widget_set_valign(GTK_WIDGET(revealer_), GTK_ALIGN_START);
   GtkWidget *overlay = gtk_overlay_new();
@@ -17,14 +48,15 @@ FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *me
   gtk_window_set_child(window_, overlay);
 
   // Runs before the page, which consumes all pointer events.
-  gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
+  gtk_event_controller_set_propagation_phase(motionController_, GTK_PHASE_CAPTURE);
   for (const char *signal : {"enter", "motion"}) {
     connections_.emplace_back(
-        motion_, signal, this, +[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); });
+        motionController_, signal, this,
+        +[](FullScreenBar *bar, double, double y) { bar->pointerMoved(y); });
   }
   connections_.emplace_back(
-      motion_, "leave", this, +[](FullScreenBar *bar) { bar->setPointerOver(false); });
-  gtk_widget_add_controller(GTK_WIDGET(window_), motion_);
+      motionController_, "leave", this, +[](FullScreenBar *bar) { bar->setPointerOver(false); });
+  gtk_widget_add_controller(GTK_WIDGET(window_), motionController_);
   GtkEventController *keys = gtk_shortcut_controller_new();
   gtk_shortcut_controller_add_shortcut(
       GTK_SHORTCUT_CONTROLLER(keys),
@@ -43,7 +75,7 @@ FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *me
 
 void FullScreenBar::fullScreenChanged() {
   isPointerOver_ = false;
-  isOpening_ = false;
+  isMenuOpening_ = false;
   if (gtk_window_is_fullscreen(window_)) {
     // The header moves to the revealer. The new title bar is an empty box, because null would
     // restore the default decorations.
@@ -53,19 +85,19 @@ void FullScreenBar::fullScreenChanged() {
     gtk_revealer_set_child(revealer_, nullptr);
     gtk_window_set_titlebar(window_, header_.get());
   }
-  update();
+  updateRevealed();
 }
 
 void FullScreenBar::pointerMoved(double y) {
   const bool isRevealed = gtk_revealer_get_reveal_child(revealer_);
-  const double height = isRevealed ? gtk_widget_get_height(header_.get()) : 1;
+  const double height = isRevealed ? gtk_widget_get_height(header_.get()) : topEdgeHeight;
   setPointerOver(y < height);
 }
 
 void FullScreenBar::setPointerOver(bool isOver) {
   if (isOver == isPointerOver_) return;
   isPointerOver_ = isOver;
-  update();
+  updateRevealed();
 }
 
 void FullScreenBar::focusChanged() {
@@ -81,13 +113,13 @@ void FullScreenBar::focusChanged() {
       setPointerOver(false);
     }
   }
-  update();
+  updateRevealed();
 }
 
-void FullScreenBar::update() {
-  if (hasFocus()) isOpening_ = false;
-  gtk_revealer_set_reveal_child(
-      revealer_, gtk_window_is_fullscreen(window_) && (isPointerOver_ || isOpening_ || hasFocus()));
+void FullScreenBar::updateRevealed() {
+  if (hasFocus()) isMenuOpening_ = false;
+  gtk_revealer_set_reveal_child(revealer_, gtk_window_is_fullscreen(window_) &&
+                                               (isPointerOver_ || isMenuOpening_ || hasFocus()));
 }
 
 bool FullScreenBar::hasFocus() const {
@@ -97,31 +129,9 @@ bool FullScreenBar::hasFocus() const {
 
 bool FullScreenBar::openMenu() {
   if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
-  isOpening_ = true;
-  update();
-  // Waits for the end of the slide: a menu that opens earlier appears outside the screen.
-  gtk_widget_add_tick_callback(
-      menuBar_,
-      +[](GtkWidget *menuBar, GdkFrameClock *, gpointer revealer) -> gboolean {
-        if (!gtk_revealer_get_reveal_child(GTK_REVEALER(revealer))) return G_SOURCE_REMOVE;
-        graphene_rect_t bounds;
-        const bool isInPlace =
-            gtk_revealer_get_child_revealed(GTK_REVEALER(revealer)) &&
-            gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
-            bounds.origin.y > -bounds.size.height / 2;
-        if (!isInPlace) return G_SOURCE_CONTINUE;
-        // Deferred: a menu that opens inside a frame clock callback may never be painted.
-        g_idle_add_full(
-            G_PRIORITY_DEFAULT_IDLE,
-            +[](gpointer bar) -> gboolean {
-              GtkWidget *item = gtk_widget_get_first_child(GTK_WIDGET(bar));
-              if (gtk_widget_get_mapped(item)) gtk_widget_activate(item);
-              return G_SOURCE_REMOVE;
-            },
-            g_object_ref(menuBar), g_object_unref);
-        return G_SOURCE_REMOVE;
-      },
-      revealer_, nullptr);
+  isMenuOpening_ = true;
+  updateRevealed();
+  gtk_widget_add_tick_callback(menuBar_, openMenuAfterReveal, revealer_, nullptr);
   return true;
 }
 

@@ -25,18 +25,20 @@ class FullScreenBar {
   void pointerMoved(double y);
   void setPointerOver(bool isOver);
   void focusChanged();
-  void update();
+  void updateRevealed();
   bool hasFocus() const;
+  /// Reveals the bar and then opens its first menu. Returns false when GTK handles F10: outside
+  /// full screen, and while the bar has the focus.
   bool openMenu();
 
   GtkWindow *const window_;
   const GObjectPointer<GtkWidget> header_;
   GtkWidget *const menuBar_;
   GtkRevealer *const revealer_;
-  GtkEventController *const motion_;
+  GtkEventController *const motionController_;
   bool isPointerOver_ = false;
-  /// Whether F10 was pressed and its menu has not opened yet.
-  bool isOpening_ = false;
+  /// Whether F10 was pressed and the menu is not open yet.
+  bool isMenuOpening_ = false;
   std::vector<SignalConnection> connections_;
 };
 

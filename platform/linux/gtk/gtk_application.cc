@@ -2,15 +2,12 @@
 
 #include <glib-unix.h>
 
-#include <algorithm>
 #include <csignal>
 #include <utility>
 
 namespace orvel {
 
 namespace {
-
-constexpr std::array terminationSignals{SIGTERM, SIGINT, SIGHUP};
 
 GApplication *base(const GObjectPointer<GtkApplication> &application) {
   return G_APPLICATION(application.get());
@@ -26,8 +23,8 @@ gboolean signalArrived(gpointer host) {
 GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::function<void()> startup)
     : application_(adopt(gtk_application_new(identifier.c_str(), G_APPLICATION_DEFAULT_FLAGS))),
       startup_(std::move(startup)) {
-  // The application has no GResources. With a base path GTK would look for icons there, and
-  // for that discard the icon theme that its thread has already read.
+  // The application has no GResources. With a base path, GTK would search there for icons, and
+  // would first discard the icon theme that one of its threads has already read.
   g_application_set_resource_base_path(base(application_), nullptr);
   // X11 (WM_CLASS) and Wayland (app_id) use this name to find the desktop entry.
   g_set_prgname(identifier.c_str());
@@ -40,13 +37,13 @@ GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::funct
 GtkApplicationHost::~GtkApplicationHost() { g_clear_weak_pointer(&mainWindow_); }
 
 void GtkApplicationHost::run() {
-  std::array<guint, 3> sources{};
-  std::transform(
-      terminationSignals.begin(), terminationSignals.end(), sources.begin(), [this](int signal) {
-        // High priority: a terminal sends SIGINT and SIGHUP to the server too, whose exit must
-        // arrive after the termination has begun.
-        return g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr);
-      });
+  std::vector<guint> sources;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    // High priority: a terminal sends SIGINT and SIGHUP to the server too, whose exit must be
+    // handled after the termination has begun.
+    sources.push_back(
+        g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr));
+  }
   connectToSessionBus();
   // Command-line arguments are ignored.
   g_application_run(base(application_), 0, nullptr);
@@ -55,7 +52,7 @@ void GtkApplicationHost::run() {
 
 void GtkApplicationHost::connectToSessionBus() {
   if (!g_application_register(base(application_), nullptr, nullptr)) {
-    // The bus refuses the name. Run without it.
+    // The bus refuses the name, so this process runs like one without a bus.
     g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
     g_application_register(base(application_), nullptr, nullptr);
   }
@@ -95,14 +92,13 @@ void GtkApplicationHost::replyToShouldTerminate() {
 }
 
 void GtkApplicationHost::finish() {
-  terminationProceeds_ = true;
+  isMainLoopEnding_ = true;
   if (terminationHandler_) std::exchange(terminationHandler_, nullptr)();
   g_application_quit(base(application_));
 }
 
-void GtkApplicationHost::addWindow(GtkWindow *window) {
-  mainWindow_ = window;
-  g_object_add_weak_pointer(G_OBJECT(window), reinterpret_cast<gpointer *>(&mainWindow_));
+void GtkApplicationHost::setMainWindow(GtkWindow *window) {
+  g_set_weak_pointer(&mainWindow_, window);
   if (g_application_get_is_registered(base(application_))) {
     gtk_application_add_window(application_.get(), window);
   }

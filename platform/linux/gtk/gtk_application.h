@@ -2,7 +2,6 @@
 
 #include <gtk/gtk.h>
 
-#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -33,18 +32,17 @@ class GtkApplicationHost final : public Application {
   void activate() override;
   void replyToShouldTerminate() override;
 
-  /// Asks the delegate to terminate the application: the menu, a closed window and a signal
-  /// all come here. Every request but the first is ignored.
+  /// Asks the delegate whether the application may terminate. Only the first call has an effect.
   void terminate() override;
   /// Call it when the last window has closed. Calls `terminate` if the delegate requires that.
   void lastWindowClosed();
 
-  /// Makes a window the main window of this application.
-  void addWindow(GtkWindow *window);
-  /// Returns the parent window for dialogs, or null.
+  /// Makes a window the main window: `activate` raises it, and dialogs belong to it.
+  void setMainWindow(GtkWindow *window);
+  /// Returns the main window, or null before it is created and after it is destroyed.
   GtkWindow *mainWindow() const { return mainWindow_; }
-  /// Returns whether the termination can no longer be deferred.
-  bool terminationProceeds() const { return terminationProceeds_; }
+  /// Returns whether the main loop has been asked to end.
+  bool isMainLoopEnding() const { return isMainLoopEnding_; }
   /// Sets the function that runs once, just before the main loop ends. Null removes it.
   void setTerminationHandler(std::function<void()> handler) {
     terminationHandler_ = std::move(handler);
@@ -65,7 +63,7 @@ class GtkApplicationHost final : public Application {
   GtkWindow *mainWindow_ = nullptr;
   bool launched_ = false;
   bool terminating_ = false;
-  bool terminationProceeds_ = false;
+  bool isMainLoopEnding_ = false;
   std::vector<SignalConnection> connections_;
 };
 

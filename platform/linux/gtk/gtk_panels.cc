@@ -16,8 +16,8 @@ constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int charactersPerLine = 60;
 constexpr int maxTextHeight = 420;
-// In characters. Window lists show no more of a title. GTK needs seconds to lay out a text
-// that is much longer than the limit.
+// Maximum lengths in characters. Window lists show no more of a title. GTK needs seconds to
+// lay out a text that is much longer.
 constexpr glong maxTitleLength = 80;
 constexpr glong maxTextLength = 10'000;
 
@@ -28,8 +28,8 @@ std::string truncated(const std::string &text, glong maxLength, const char *elli
   return std::string(beginning.get()) + ellipsis;
 }
 
-/// Returns the text of an alert, truncated to what it can show.
-std::string shown(const std::string &text) { return truncated(text, maxTextLength, "…"); }
+/// Returns a text of an alert with the maximum length.
+std::string limitedText(const std::string &text) { return truncated(text, maxTextLength, "…"); }
 
 }  // namespace
 
@@ -47,9 +47,9 @@ class GtkPanels::AlertWindow {
     gtk_window_set_resizable(window_, FALSE);
     gtk_window_set_title(window_, truncated(alert.messageText, maxTitleLength, "").c_str());
     // Instead of a title bar, a GtkWindowHandle makes the whole alert draggable.
-    GtkWidget *noTitle = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    gtk_widget_set_visible(noTitle, FALSE);
-    gtk_window_set_titlebar(window_, noTitle);
+    GtkWidget *hiddenTitleBar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+    gtk_widget_set_visible(hiddenTitleBar, FALSE);
+    gtk_window_set_titlebar(window_, hiddenTitleBar);
     GtkWidget *handle = gtk_window_handle_new();
     gtk_window_handle_set_child(GTK_WINDOW_HANDLE(handle), makeContent(alert));
     gtk_window_set_child(window_, handle);
@@ -88,9 +88,10 @@ class GtkPanels::AlertWindow {
   /// Sets the accessible name and description. Relations do not work: GTK 4.8 ignores
   /// DESCRIBED_BY, and prefers the title, which may be truncated, to LABELLED_BY.
   void describe(const Alert &alert) {
-    gtk_accessible_update_property(
-        GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL, shown(alert.messageText).c_str(),
-        GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, shown(alert.informativeText).c_str(), -1);
+    gtk_accessible_update_property(GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                   limitedText(alert.messageText).c_str(),
+                                   GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                   limitedText(alert.informativeText).c_str(), -1);
   }
 
   GtkWidget *makeContent(const Alert &alert) {
@@ -140,7 +141,7 @@ class GtkPanels::AlertWindow {
   }
 
   static GtkWidget *makeLabel(const std::string &text, const char *styleClass) {
-    GtkWidget *label = gtk_label_new(shown(text).c_str());
+    GtkWidget *label = gtk_label_new(limitedText(text).c_str());
     gtk_widget_add_css_class(label, styleClass);
     gtk_label_set_wrap(GTK_LABEL(label), TRUE);
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
@@ -251,7 +252,7 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
                                                         const AlertAnswer &answer) {
         close(answered);
         // The main loop may still dispatch queued events after g_application_quit.
-        if (!application_.terminationProceeds()) completion(answer);
+        if (!application_.isMainLoopEnding()) completion(answer);
       }));
   AlertWindow &opened = *alerts_.back();
   gtk_window_set_transient_for(opened.window(), application_.mainWindow());

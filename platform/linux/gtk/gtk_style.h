@@ -11,8 +11,7 @@ void makeDarkThemeDefault();
 
 /// Installs the style sheet of the application for the default display: widgets with the
 /// class "orvel" get dark colours, derived from one tone, in every desktop theme. Keeps the
-/// dark variant of the theme when the user changes the theme. Each call
-/// installs it again. Main thread.
+/// dark variant of the theme when the user changes the theme. Main thread only.
 void installStyle(const Color &tone);
 
 }  // namespace orvel

@@ -37,15 +37,14 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
       minimumHeight_(configuration.minimumHeight) {
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
-  // Before the window has the menus: GTK would announce each new shortcut to every menu
-  // item.
+  // Before the window has the menus: GTK would notify every menu item of each new shortcut.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
   fullScreenBar_.emplace(window_, makeHeader(configuration, menus), menus, content);
   monitors_.emplace(window_, [this] { fitMinimumSize(); });
   restoreFrame(configuration);
-  application_.addWindow(window_);
+  application_.setMainWindow(window_);
   application_.setTerminationHandler([this] { saveFrame(); });
 
   for (const char *signal :

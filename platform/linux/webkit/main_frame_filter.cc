@@ -6,6 +6,7 @@ namespace orvel {
 
 std::string mainFrameFilter(std::string_view address) {
   address = address.substr(0, address.find_first_of("?#"));
+  // Escaped for the regular expression and then for JSON.
   std::string pattern = "^";
   for (const char character : address) {
     if (g_ascii_ispunct(character)) pattern += R"(\\)";
@@ -13,6 +14,7 @@ std::string mainFrameFilter(std::string_view address) {
     pattern += character;
   }
   std::string filter;
+  // Two rules, because patterns of content filters have no alternatives ("|").
   for (const char *end : {"$", "[?#]"}) {
     filter += filter.empty() ? "[" : ",";
     filter += R"({"action":{"type":"block"},"trigger":{"resource-type":["top-document"],)"

@@ -18,9 +18,12 @@ struct CookieRelease {
 };
 using CookiePointer = std::unique_ptr<SoupCookie, CookieRelease>;
 
+// libsoup's value for a cookie that ends with the session.
+constexpr int sessionMaxAge = -1;
+
 CookiePointer toSoup(const Cookie &cookie) {
   CookiePointer result(soup_cookie_new(cookie.name.c_str(), cookie.value.c_str(),
-                                       cookie.domain.c_str(), cookie.path.c_str(), -1));
+                                       cookie.domain.c_str(), cookie.path.c_str(), sessionMaxAge));
   soup_cookie_set_secure(result.get(), cookie.secure);
   if (cookie.expires) {
     const auto seconds = std::chrono::floor<Seconds>(cookie.expires->time_since_epoch());
@@ -31,14 +34,14 @@ CookiePointer toSoup(const Cookie &cookie) {
   return result;
 }
 
-std::string text(const char *value) { return value != nullptr ? value : ""; }
+std::string textOrEmpty(const char *value) { return value != nullptr ? value : ""; }
 
 Cookie fromSoup(SoupCookie *cookie) {
   Cookie result;
-  result.name = text(soup_cookie_get_name(cookie));
-  result.value = text(soup_cookie_get_value(cookie));
-  result.domain = text(soup_cookie_get_domain(cookie));
-  result.path = text(soup_cookie_get_path(cookie));
+  result.name = textOrEmpty(soup_cookie_get_name(cookie));
+  result.value = textOrEmpty(soup_cookie_get_value(cookie));
+  result.domain = textOrEmpty(soup_cookie_get_domain(cookie));
+  result.path = textOrEmpty(soup_cookie_get_path(cookie));
   result.secure = soup_cookie_get_secure(cookie) != FALSE;
   if (GDateTime *expires = soup_cookie_get_expires(cookie)) {
     result.expires = std::chrono::system_clock::time_point(Seconds(g_date_time_to_unix(expires)));

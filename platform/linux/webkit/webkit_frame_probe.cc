@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-constexpr const char *world = "nl.orvel.os";
+constexpr const char *scriptWorld = "nl.orvel.os";
 constexpr const char *filterName = "main-frame";
 
 struct FilterRelease {
@@ -35,20 +35,24 @@ void addConfirmationHandler(WebKitUserContentManager *content, const std::string
       text + "'; }, true);";
   WebKitUserScript *script = webkit_user_script_new_for_world(
       source.c_str(), WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
-      WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, world, nullptr, nullptr);
+      WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, scriptWorld, nullptr, nullptr);
   webkit_user_content_manager_add_script(content, script);
   webkit_user_script_unref(script);
 }
 
-/// Whether a content filter blocked a load. The API has no name for this error code.
-bool isBlocked(const GError *error) { return g_error_matches(error, WEBKIT_POLICY_ERROR, 104); }
+/// Whether a content filter blocked a load.
+bool isBlocked(const GError *error) {
+  // The API has no name for this error code.
+  constexpr int blockedByContentFilter = 104;
+  return g_error_matches(error, WEBKIT_POLICY_ERROR, blockedByContentFilter);
+}
 
 /// Runs a script as a barrier: IPC with the web process is ordered, so the process has handled
 /// all earlier messages when the script runs, and this process has handled all earlier
 /// replies when `completion` is called.
 void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completion) {
-  webkit_web_view_evaluate_javascript(view, script, -1, world, nullptr, nullptr, callAsyncFunction,
-                                      asyncFunctionData(std::move(completion)));
+  webkit_web_view_evaluate_javascript(view, script, -1, scriptWorld, nullptr, nullptr,
+                                      callAsyncFunction, asyncFunctionData(std::move(completion)));
 }
 
 std::string_view withoutFragment(std::string_view address) {

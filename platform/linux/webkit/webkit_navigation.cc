@@ -87,10 +87,10 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
   } else if (isCancelledInEveryFrame(navigation)) {
     // It needs no probe and fires no beforeunload event, so it does not wait for a running
     // probe.
-    decideInFrame(navigation);
+    decideFrameNavigation(navigation);
   } else {
-    pending_.push_back(retain(navigation));
-    decidePending();
+    pendingNavigations_.push_back(retain(navigation));
+    decidePendingNavigations();
   }
   return true;
 }
@@ -110,15 +110,15 @@ bool WebKitNavigation::isCancelledInEveryFrame(WebKitNavigationPolicyDecision *d
   return delegate_.policyFor(action) == NavigationPolicy::cancel;
 }
 
-void WebKitNavigation::decidePending() {
-  while (!pending_.empty() && !probe_.isBusy()) {
-    const Decision decision = std::move(pending_.front());
-    pending_.pop_front();
-    decideInFrame(decision.get());
+void WebKitNavigation::decidePendingNavigations() {
+  while (!pendingNavigations_.empty() && !probe_.isBusy()) {
+    const Decision decision = std::move(pendingNavigations_.front());
+    pendingNavigations_.pop_front();
+    decideFrameNavigation(decision.get());
   }
 }
 
-void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
+void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *decision) {
   const std::string address = addressOf(decision);
   cancelledAddresses_.erase(address);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
@@ -132,14 +132,15 @@ void WebKitNavigation::decideInFrame(WebKitNavigationPolicyDecision *decision) {
     action.target = target;
     if (delegate_.decidePolicy(action) == NavigationPolicy::cancel)
       cancelledAddresses_.insert(address);
-    decidePending();
+    decidePendingNavigations();
   });
 }
 
 void WebKitNavigation::processTerminated() {
   probe_.processTerminated();
-  for (const Decision &decision : pending_) answer(decision.get(), NavigationPolicy::cancel);
-  pending_.clear();
+  for (const Decision &decision : pendingNavigations_)
+    answer(decision.get(), NavigationPolicy::cancel);
+  pendingNavigations_.clear();
 }
 
 }  // namespace orvel

@@ -32,8 +32,8 @@ class WebKitNavigation {
 
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
   bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
-  void decidePending();
-  void decideInFrame(WebKitNavigationPolicyDecision *decision);
+  void decidePendingNavigations();
+  void decideFrameNavigation(WebKitNavigationPolicyDecision *decision);
   void downloadStarted(WebKitDownload *download);
   void processTerminated();
 
@@ -41,7 +41,7 @@ class WebKitNavigation {
   WebKitFrameProbe probe_;
   WebKitScriptDialogs dialogs_;
   /// Frame navigations that wait for the running probe, in the order of their signals.
-  std::deque<Decision> pending_;
+  std::deque<Decision> pendingNavigations_;
   /// Addresses that the delegate cancelled after a probe. When the navigation was a link with
   /// the download attribute, WebKit still starts a download.
   std::set<std::string> cancelledAddresses_;

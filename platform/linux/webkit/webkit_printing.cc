@@ -8,10 +8,10 @@ namespace {
 
 // The options that WebKit handles when it renders the pages. The dialog offers them for every
 // printer.
-constexpr int handledByWebKit = GTK_PRINT_CAPABILITY_PAGE_SET | GTK_PRINT_CAPABILITY_COPIES |
-                                GTK_PRINT_CAPABILITY_COLLATE | GTK_PRINT_CAPABILITY_REVERSE |
-                                GTK_PRINT_CAPABILITY_SCALE | GTK_PRINT_CAPABILITY_NUMBER_UP |
-                                GTK_PRINT_CAPABILITY_NUMBER_UP_LAYOUT;
+constexpr int webKitCapabilities = GTK_PRINT_CAPABILITY_PAGE_SET | GTK_PRINT_CAPABILITY_COPIES |
+                                   GTK_PRINT_CAPABILITY_COLLATE | GTK_PRINT_CAPABILITY_REVERSE |
+                                   GTK_PRINT_CAPABILITY_SCALE | GTK_PRINT_CAPABILITY_NUMBER_UP |
+                                   GTK_PRINT_CAPABILITY_NUMBER_UP_LAYOUT;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ void WebKitPrinting::openDialog() {
   GtkRoot *root = gtk_widget_get_root(GTK_WIDGET(view_.get()));
   if (!GTK_IS_WINDOW(root)) return;
   dialog_ = GTK_PRINT_UNIX_DIALOG(gtk_print_unix_dialog_new(nullptr, GTK_WINDOW(root)));
-  gtk_print_unix_dialog_set_manual_capabilities(dialog_, GtkPrintCapabilities(handledByWebKit));
+  gtk_print_unix_dialog_set_manual_capabilities(dialog_, GtkPrintCapabilities(webKitCapabilities));
   gtk_print_unix_dialog_set_embed_page_setup(dialog_, TRUE);
   gtk_window_set_modal(GTK_WINDOW(dialog_), TRUE);
   g_signal_connect_swapped(dialog_, "response", G_CALLBACK(+[](WebKitPrinting *self, int response) {
