@@ -13,19 +13,18 @@
 namespace orvel {
 namespace {
 
-using Counter = int;
-
-void count(Counter *counter) { ++*counter; }
+/// A signal handler that counts its calls.
+void count(int *calls) { ++*calls; }
 
 class SignalConnections : public testing::Test {
  protected:
   void emit() { g_action_group_action_added(G_ACTION_GROUP(emitter_.get()), "action"); }
 
-  Counter calls_ = 0;
+  int calls_ = 0;
   GObjectPointer<GSimpleActionGroup> emitter_ = adopt(g_simple_action_group_new());
 };
 
-TEST_F(SignalConnections, HandlerIsCalledUntilTheConnectionIsDestroyed) {
+TEST_F(SignalConnections, HandlerIsCalledUntilConnectionIsDestroyed) {
   {
     const SignalConnection connection(emitter_.get(), "action-added", &calls_, count);
     emit();
@@ -35,8 +34,8 @@ TEST_F(SignalConnections, HandlerIsCalledUntilTheConnectionIsDestroyed) {
   EXPECT_EQ(calls_, 1);
 }
 
-TEST_F(SignalConnections, AssignmentDisconnectsTheOldHandler) {
-  Counter newCalls = 0;
+TEST_F(SignalConnections, AssignmentDisconnectsOldHandler) {
+  int newCalls = 0;
   SignalConnection connection(emitter_.get(), "action-added", &calls_, count);
   connection = SignalConnection(emitter_.get(), "action-added", &newCalls, count);
   emit();
@@ -63,10 +62,10 @@ TEST_F(SignalConnections, EmitterMayBeDestroyedFirst) {
   EXPECT_EQ(calls_, 0);
 }
 
-TEST_F(SignalConnections, HandlerMayDestroyItsOwnConnection) {
+TEST_F(SignalConnections, HandlerMayDestroyItsConnection) {
   struct Receiver {
     SignalConnection connection;
-    Counter calls = 0;
+    int calls = 0;
   } receiver;
   receiver.connection = SignalConnection(
       emitter_.get(), "action-added", &receiver, +[](Receiver *self) {
@@ -78,9 +77,7 @@ TEST_F(SignalConnections, HandlerMayDestroyItsOwnConnection) {
   EXPECT_EQ(receiver.calls, 1);
 }
 
-TEST(AsyncCallback, CallsTheFunctionOnceAndReleasesIt) {
-  const auto context = g_main_context_new();
-  g_main_context_push_thread_default(context);
+TEST(AsyncCallback, FunctionIsCalledOnceAndReleased) {
   int calls = 0;
   auto captured = std::make_shared<int>(0);
   const std::weak_ptr<int> released = captured;
@@ -93,10 +90,8 @@ TEST(AsyncCallback, CallsTheFunctionOnceAndReleasesIt) {
                            }));
   g_task_return_boolean(task, TRUE);
   g_object_unref(task);
-  while (g_main_context_iteration(context, FALSE)) {
+  while (g_main_context_iteration(nullptr, FALSE)) {
   }
-  g_main_context_pop_thread_default(context);
-  g_main_context_unref(context);
   EXPECT_EQ(calls, 1);
   EXPECT_TRUE(released.expired());
 }

@@ -1,0 +1,93 @@
+#include "platform/linux/glib/glib_main_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace orvel {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Runs the main loop until the condition holds. Blocks while no work is due.
+template <typename Condition>
+void iterateUntil(const Condition &condition) {
+  while (!condition()) g_main_context_iteration(nullptr, TRUE);
+}
+
+TEST(GlibMainQueue, NestedLoopRunsRemainingWork) {
+  GlibMainQueue queue;
+  std::vector<int> order;
+  bool delayed = false;
+  int repeated = 0;
+  queue.every(milliseconds(5), [&] { ++repeated; });
+  queue.post([&] {
+    order.push_back(1);
+    queue.post([&] { order.push_back(3); });
+    queue.after(milliseconds(20), [&] { delayed = true; });
+    iterateUntil([&] { return delayed && order.size() == 3 && repeated > 2; });
+    order.push_back(4);
+  });
+  queue.post([&] { order.push_back(2); });
+  iterateUntil([&] { return order.size() == 4; });
+  EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
+}
+
+TEST(GlibMainQueue, WorkOfOtherThreadsWakesLoopAndKeepsItsOrder) {
+  GlibMainQueue queue;
+  constexpr int perThread = 2000;
+  std::vector<std::vector<int>> order(4);
+  std::vector<std::thread> threads;
+  for (auto &own : order) {
+    threads.emplace_back([&queue, &own] {
+      for (int number = 0; number < perThread; ++number) {
+        queue.post([&own, number] { own.push_back(number); });
+      }
+    });
+  }
+  iterateUntil([&] {
+    return std::all_of(order.begin(), order.end(),
+                       [](const auto &own) { return own.size() == perThread; });
+  });
+  for (std::thread &thread : threads) thread.join();
+  for (const auto &own : order) EXPECT_TRUE(std::is_sorted(own.begin(), own.end()));
+}
+
+TEST(GlibMainQueue, MissedRepetitionsAreSkipped) {
+  GlibMainQueue queue;
+  int runs = 0;
+  queue.every(milliseconds(20), [&] { ++runs; });
+  std::this_thread::sleep_for(milliseconds(210));
+  bool last = false;
+  queue.post([&] { last = true; });
+  iterateUntil([&] { return last; });
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(GlibMainQueue, DestructionDropsPendingWork) {
+  const auto captured = std::make_shared<int>(1);
+  {
+    GlibMainQueue queue;
+    queue.post([captured] { ADD_FAILURE() << "ran after destruction"; });
+    queue.after(milliseconds(0), [captured] { ADD_FAILURE() << "ran after destruction"; });
+    EXPECT_EQ(captured.use_count(), 3);
+  }
+  EXPECT_EQ(captured.use_count(), 1);
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+}
+
+TEST(GlibMainQueue, FinishedWorkIsReleased) {
+  GlibMainQueue queue;
+  const auto captured = std::make_shared<int>(1);
+  bool ran = false;
+  queue.post([captured, &ran] { ran = true; });
+  iterateUntil([&] { return ran; });
+  EXPECT_EQ(captured.use_count(), 1);
+}
+
+}  // namespace
+}  // namespace orvel
