@@ -3,36 +3,37 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
+#include <string>
 
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
 
-constexpr const char *gtkRenderer = "GSK_RENDERER";
-constexpr const char *gdkDebug = "GDK_DEBUG";
-constexpr const char *gdkDisable = "GDK_DISABLE";
-constexpr const char *sharedBuffersOff = "WEBKIT_DISABLE_DMABUF_RENDERER";
-constexpr const char *renderDevice = "WEBKIT_WEB_RENDER_DEVICE_FILE";
+using Environment = std::map<std::string, std::string>;
 
-class RendererChoices : public testing::Test {
- protected:
-  void SetUp() override {
-    for (const char *name : {gtkRenderer, gdkDebug, gdkDisable, sharedBuffersOff, renderDevice}) {
-      ::unsetenv(name);
-    }
+constexpr const char *variables[] = {"GSK_RENDERER", "GDK_DEBUG", "GDK_DISABLE",
+                                     "WEBKIT_DISABLE_DMABUF_RENDERER",
+                                     "WEBKIT_WEB_RENDER_DEVICE_FILE"};
+
+/// Applies a choice in an environment, and returns which of the variables then have a value.
+Environment environmentAfter(const RendererChoice &choice, unsigned gtkMinor,
+                             const Environment &before = {}) {
+  for (const char *name : variables) ::unsetenv(name);
+  for (const auto &[name, value] : before) ::setenv(name.c_str(), value.c_str(), 1);
+  applyRendererChoice(choice, gtkMinor);
+  Environment after;
+  for (const char *name : variables) {
+    if (const char *value = std::getenv(name)) after.emplace(name, value);
   }
+  return after;
+}
 
-  static std::string variable(const char *name) {
-    const char *value = std::getenv(name);
-    return value != nullptr ? value : "(unset)";
-  }
-
+TEST(ChooseRenderer, RenderNodeIsGraphicsCard) {
   const TemporaryFolder devices;
-  const std::filesystem::path missing = devices.path() / "missing";
-};
-
-TEST_F(RendererChoices, RenderNodeIsGraphicsCard) {
+  const auto missing = devices.path() / "missing";
+  EXPECT_EQ(chooseRenderer(missing, missing), RendererChoice());
   EXPECT_FALSE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
   devices.file("card0", "");
   EXPECT_FALSE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
@@ -40,56 +41,41 @@ TEST_F(RendererChoices, RenderNodeIsGraphicsCard) {
   EXPECT_TRUE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
 }
 
-TEST_F(RendererChoices, MissingDeviceFolderIsNoGraphicsCard) {
-  EXPECT_EQ(chooseRenderer(missing, missing), RendererChoice());
-}
-
-TEST_F(RendererChoices, VersionFileIsNvidiaDriver) {
+TEST(ChooseRenderer, VersionFileIsNvidiaDriver) {
+  const TemporaryFolder devices;
   EXPECT_TRUE(chooseRenderer(devices.path(), devices.file("version", "")).hasNvidiaDriver);
 }
 
-TEST_F(RendererChoices, WithoutGraphicsCardCairoDrawsWithoutDevice) {
-  applyRendererChoice({.hasGraphicsCard = false}, 8);
-  EXPECT_EQ(variable(gtkRenderer), "cairo");
-  EXPECT_EQ(variable(sharedBuffersOff), "1");
-  EXPECT_EQ(variable(renderDevice), "/dev/null");
+TEST(ApplyRendererChoice, WithoutGraphicsCardNothingUsesGl) {
+  Environment expected{{"GSK_RENDERER", "cairo"},
+                       {"WEBKIT_DISABLE_DMABUF_RENDERER", "1"},
+                       {"WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null"},
+                       {"GDK_DEBUG", "gl-disable"}};
+  EXPECT_EQ(environmentAfter({.hasGraphicsCard = false}, 15), expected);
+  expected.erase("GDK_DEBUG");
+  expected.emplace("GDK_DISABLE", "gl");
+  EXPECT_EQ(environmentAfter({.hasGraphicsCard = false}, 16), expected);
 }
 
-TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDebugUpToGtk415) {
-  applyRendererChoice({.hasGraphicsCard = false}, 15);
-  EXPECT_EQ(variable(gdkDebug), "gl-disable");
-  EXPECT_EQ(variable(gdkDisable), "(unset)");
+TEST(ApplyRendererChoice, GraphicsCardLeavesDefaults) {
+  EXPECT_EQ(environmentAfter({.hasGraphicsCard = true}, 16), Environment());
 }
 
-TEST_F(RendererChoices, WithoutGraphicsCardGlIsDisabledByGdkDisableFromGtk416) {
-  applyRendererChoice({.hasGraphicsCard = false}, 16);
-  EXPECT_EQ(variable(gdkDebug), "(unset)");
-  EXPECT_EQ(variable(gdkDisable), "gl");
+TEST(ApplyRendererChoice, NvidiaDriverDisablesSharedBuffersOnly) {
+  EXPECT_EQ(environmentAfter({.hasGraphicsCard = true, .hasNvidiaDriver = true}, 16),
+            (Environment{{"WEBKIT_DISABLE_DMABUF_RENDERER", "1"}}));
 }
 
-TEST_F(RendererChoices, GraphicsCardLeavesDefaults) {
-  applyRendererChoice({.hasGraphicsCard = true}, 8);
-  for (const char *name : {gtkRenderer, gdkDebug, sharedBuffersOff, renderDevice}) {
-    EXPECT_EQ(variable(name), "(unset)") << name;
+TEST(ApplyRendererChoice, VariablesSetByUserAreKept) {
+  const Environment set{{"GSK_RENDERER", "ngl"},
+                        {"GDK_DEBUG", "events"},
+                        {"GDK_DISABLE", "vulkan"},
+                        {"WEBKIT_DISABLE_DMABUF_RENDERER", "0"},
+                        {"WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/dri/renderD129"}};
+  for (const unsigned gtkMinor : {15U, 16U}) {
+    EXPECT_EQ(environmentAfter({.hasGraphicsCard = false, .hasNvidiaDriver = true}, gtkMinor, set),
+              set);
   }
-}
-
-TEST_F(RendererChoices, NvidiaDriverDisablesSharedBuffers) {
-  applyRendererChoice({.hasGraphicsCard = true, .hasNvidiaDriver = true}, 8);
-  EXPECT_EQ(variable(gtkRenderer), "(unset)");
-  EXPECT_EQ(variable(sharedBuffersOff), "1");
-  EXPECT_EQ(variable(renderDevice), "(unset)");
-}
-
-TEST_F(RendererChoices, VariablesSetByUserAreKept) {
-  const std::vector<std::pair<const char *, const char *>> settings{
-      {gtkRenderer, "ngl"},
-      {gdkDebug, "events"},
-      {sharedBuffersOff, "0"},
-      {renderDevice, "/dev/dri/renderD129"}};
-  for (const auto &[name, value] : settings) ::setenv(name, value, 1);
-  applyRendererChoice({.hasGraphicsCard = false, .hasNvidiaDriver = true}, 8);
-  for (const auto &[name, value] : settings) EXPECT_EQ(variable(name), value);
 }
 
 }  // namespace
