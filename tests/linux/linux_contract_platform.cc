@@ -1,4 +1,3 @@
-#include <glib.h>
 #include <gtk/gtk.h>
 
 #include <csignal>
@@ -10,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/linux/glib/glib_text.h"
+#include "platform/linux/glib/list_model.h"
 #include "platform/linux/linux_platform.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/linux/open_alert.h"
@@ -67,13 +68,14 @@ const TestHome &testHome() {
 }
 
 /// Returns the open alert, which must exist.
-::GtkWindow *alertToAnswer() {
-  ::GtkWindow *alert = openAlert();
+GtkWindow *alertToAnswer() {
+  GtkWindow *alert = openAlert();
   if (alert == nullptr) throw std::logic_error("no alert is open");
   return alert;
 }
 
-/// Returns the widgets of a type in the tree of another, in order.
+/// Returns the widgets of a type in a widget and its descendants, in order. Does not search
+/// inside a widget of this type.
 std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
   if (g_type_is_a(G_OBJECT_TYPE(root), type)) return {root};
   std::vector<GtkWidget *> found;
@@ -85,28 +87,22 @@ std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
   return found;
 }
 
-/// Activates the shortcut of the window for a key. Returns whether the window has one.
-bool activateShortcut(::GtkWindow *window, guint key) {
+/// Activates a window's shortcut for a key.
+void activateShortcut(GtkWindow *window, guint key) {
+  const auto pressed = adopt(gtk_keyval_trigger_new(key, GdkModifierType{}));
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
-  for (guint place = 0; place < g_list_model_get_n_items(controllers.get()); ++place) {
-    const auto controller =
-        adopt(static_cast<GObject *>(g_list_model_get_item(controllers.get(), place)));
+  for (const auto &controller : itemsOf<GtkEventController>(controllers.get())) {
     if (!GTK_IS_SHORTCUT_CONTROLLER(controller.get())) continue;
-    auto *shortcuts = G_LIST_MODEL(controller.get());
-    for (guint number = 0; number < g_list_model_get_n_items(shortcuts); ++number) {
-      const auto shortcut =
-          adopt(static_cast<GtkShortcut *>(g_list_model_get_item(shortcuts, number)));
-      GtkShortcutTrigger *trigger = gtk_shortcut_get_trigger(shortcut.get());
-      if (!GTK_IS_KEYVAL_TRIGGER(trigger) ||
-          gtk_keyval_trigger_get_keyval(GTK_KEYVAL_TRIGGER(trigger)) != key) {
+    for (const auto &shortcut : itemsOf<GtkShortcut>(G_LIST_MODEL(controller.get()))) {
+      if (!gtk_shortcut_trigger_equal(gtk_shortcut_get_trigger(shortcut.get()), pressed.get())) {
         continue;
       }
-      return gtk_shortcut_action_activate(gtk_shortcut_get_action(shortcut.get()),
-                                          GtkShortcutActionFlags{}, GTK_WIDGET(window),
-                                          nullptr) != FALSE;
+      gtk_shortcut_action_activate(gtk_shortcut_get_action(shortcut.get()),
+                                   GtkShortcutActionFlags{}, GTK_WIDGET(window), nullptr);
+      return;
     }
   }
-  return false;
+  throw std::logic_error("the window has no shortcut for the key");
 }
 
 class LinuxContractPlatform final : public ContractPlatform {
@@ -120,31 +116,23 @@ class LinuxContractPlatform final : public ContractPlatform {
   Platform interfaces() override { return platform_.interfaces(); }
 
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
-    bool expired = false;
-    const guint timer = g_timeout_add(
-        static_cast<guint>(limit.count()),
-        +[](gpointer flag) {
-          *static_cast<bool *>(flag) = true;
-          return gboolean{G_SOURCE_CONTINUE};
-        },
-        &expired);
+    const auto end = std::chrono::steady_clock::now() + limit;
     // Another thread may make the condition true without waking the main loop.
-    const guint tick =
+    const guint wakeUps =
         g_timeout_add(5, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr);
     bool holds = condition();
-    while (!holds && !expired) {
+    while (!holds && std::chrono::steady_clock::now() < end) {
       g_main_context_iteration(nullptr, TRUE);
       holds = condition();
     }
-    g_source_remove(tick);
-    g_source_remove(timer);
+    g_source_remove(wakeUps);
     return holds;
   }
 
   bool onMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
   void answerAlert(const AlertAnswer &answer) override {
-    ::GtkWindow *alert = alertToAnswer();
+    GtkWindow *alert = alertToAnswer();
     for (GtkWidget *field : widgetsIn(GTK_WIDGET(alert), GTK_TYPE_ENTRY)) {
       gtk_editable_set_text(GTK_EDITABLE(field), answer.text.c_str());
     }
@@ -159,18 +147,13 @@ class LinuxContractPlatform final : public ContractPlatform {
   }
 
   void pressInAlert(AlertKey key) override {
-    ::GtkWindow *alert = alertToAnswer();
+    GtkWindow *alert = alertToAnswer();
     if (key == AlertKey::escape) {
-      if (!activateShortcut(alert, GDK_KEY_Escape))
-        throw std::logic_error("no shortcut for Escape");
+      activateShortcut(alert, GDK_KEY_Escape);
     } else {
-      // Return activates the focused widget: the text field or the default button.
-      GtkWidget *focus = gtk_window_get_focus(alert);
-      if (GTK_IS_TEXT(focus)) {
-        g_signal_emit_by_name(focus, "activate");
-      } else {
-        gtk_widget_activate(focus);
-      }
+      // Return activates the focused widget, which is the text field or the default button.
+      // gtk_widget_activate has no effect on a GtkText.
+      g_signal_emit_by_name(gtk_window_get_focus(alert), "activate");
     }
   }
 
@@ -178,8 +161,7 @@ class LinuxContractPlatform final : public ContractPlatform {
     std::vector<std::string> all;
     std::ifstream file(testHome().openedPath());
     for (std::string line; std::getline(file, line);) {
-      const std::unique_ptr<char, void (*)(void *)> path(
-          g_filename_from_uri(line.c_str(), nullptr, nullptr), g_free);
+      const GlibText path(g_filename_from_uri(line.c_str(), nullptr, nullptr));
       all.emplace_back(path ? path.get() : line);
     }
     return all;

@@ -2,19 +2,16 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/list_model.h"
 
 namespace orvel {
 
 /// Returns the open modal window, or null.
-inline ::GtkWindow *openAlert() {
-  ::GtkWindow *alert = nullptr;
-  GListModel *windows = gtk_window_get_toplevels();
-  for (guint place = 0; place < g_list_model_get_n_items(windows); ++place) {
-    const auto window = adopt(static_cast<::GtkWindow *>(g_list_model_get_item(windows, place)));
-    if (gtk_window_get_modal(window.get())) alert = window.get();
+inline GtkWindow *openAlert() {
+  for (const auto &window : itemsOf<GtkWindow>(gtk_window_get_toplevels())) {
+    if (gtk_window_get_modal(window.get())) return window.get();
   }
-  return alert;
+  return nullptr;
 }
 
 }  // namespace orvel

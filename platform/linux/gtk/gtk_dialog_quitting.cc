@@ -1,19 +1,19 @@
 #include "platform/linux/gtk/gtk_dialog_quitting.h"
 
+#include <algorithm>
+
 #include "platform/linux/glib/gobject_pointer.h"
+#include "platform/linux/glib/list_model.h"
 
 namespace orvel {
 
 namespace {
 
-bool isModalWindowOpen(GListModel *windows) {
-  for (guint index = 0; index < g_list_model_get_n_items(windows); ++index) {
-    const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows, index)));
-    if (gtk_window_get_modal(window.get()) && gtk_widget_get_visible(GTK_WIDGET(window.get()))) {
-      return true;
-    }
-  }
-  return false;
+bool isModalWindowOpen(GListModel *list) {
+  const auto windows = itemsOf<GtkWindow>(list);
+  return std::any_of(windows.begin(), windows.end(), [](const auto &window) {
+    return gtk_window_get_modal(window.get()) && gtk_widget_get_visible(GTK_WIDGET(window.get()));
+  });
 }
 
 guint surfaceEventSignal() {
