@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include "platform/linux/glib/list_model.h"
+
 namespace orvel {
 
 GObjectPointer<GdkMonitor> mainMonitor(GdkDisplay *display) {
@@ -53,19 +55,15 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   return current != nullptr ? retain(current) : mainMonitor(display_);
 }
 
-// GDK has no signal for the work area, and the window manager updates it after the monitors.
+// GDK has no signal for the work area. The window manager updates it after the monitors have
+// changed, so this handler reports each new size of the root window once more.
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;
   connections_.emplace_back(
       display_, "xevent", this, +[](MonitorWatch *watch, const XEvent *event) -> gboolean {
-        GdkDisplay *display = watch->display_;
-        const bool isRoot = event->xany.window == gdk_x11_display_get_xrootwindow(display);
-        const bool isWorkArea = event->type == PropertyNotify &&
-                                event->xproperty.atom ==
-                                    gdk_x11_get_xatom_by_name_for_display(display, "_NET_WORKAREA");
-        const bool isChange = isWorkArea || event->type == ConfigureNotify;
-        if (!isRoot || !isChange || watch->workAreaSource_ != 0) return FALSE;
+        const bool isRoot = event->xany.window == gdk_x11_display_get_xrootwindow(watch->display_);
+        if (!isRoot || event->type != ConfigureNotify || watch->workAreaSource_ != 0) return FALSE;
         // Deferred, because GDK handles the event after this handler.
         watch->workAreaSource_ = g_idle_add_once(
             +[](gpointer data) {
@@ -90,8 +88,7 @@ void MonitorWatch::watchSurface() {
 
 void MonitorWatch::watchMonitors() {
   monitorConnections_.clear();
-  for (guint index = 0; index < g_list_model_get_n_items(monitors_); ++index) {
-    const auto monitor = adopt(static_cast<GdkMonitor *>(g_list_model_get_item(monitors_, index)));
+  for (const auto &monitor : itemsOf<GdkMonitor>(monitors_)) {
     for (const char *signal : {"notify::geometry", "notify::scale-factor"}) {
       monitorConnections_.emplace_back(
           monitor.get(), signal, this, +[](MonitorWatch *watch) { watch->changed_(); });

@@ -23,7 +23,8 @@ Rect visibleFrame(GdkMonitor *monitor);
 class MonitorWatch {
  public:
   /// Calls `changed` after the window moves to another monitor, and after a monitor is
-  /// added, is removed or changes its size, scale or visible frame.
+  /// added, is removed or changes its size or scale. A panel that appears later is not
+  /// reported: GDK does not receive the root window's PropertyNotify for _NET_WORKAREA.
   MonitorWatch(GtkWindow *window, std::function<void()> changed);
   ~MonitorWatch();
   MonitorWatch(const MonitorWatch &) = delete;
@@ -43,7 +44,7 @@ class MonitorWatch {
   GdkDisplay *const display_;
   GListModel *const monitors_;
   GObjectPointer<GdkSurface> surface_;
-  /// The idle source that reports a changed work area, or zero.
+  /// The idle source that reports a new size of the root window, or zero.
   guint workAreaSource_ = 0;
   std::vector<SignalConnection> connections_;
   std::vector<SignalConnection> surfaceConnections_;
