@@ -1,9 +1,13 @@
-#include "platform/linux/gtk/key_equivalents.h"
+// The menus of the application as GTK menus and shortcuts.
+
+#include "app/menu_bar.h"
 
 #include <gmock/gmock.h>
 
-#include "app/menu_bar.h"
 #include "platform/linux/gtk/gtk_commands.h"
+#include "platform/linux/gtk/gtk_menu_bar.h"
+#include "platform/linux/gtk/key_equivalents.h"
+#include "tests/linux/menu_model.h"
 
 namespace orvel {
 namespace {
@@ -11,33 +15,71 @@ namespace {
 using testing::ElementsAre;
 
 TEST(KeyEquivalents, CommandKeyIsControlAndSuper) {
-  std::vector<std::pair<std::string, std::vector<std::string>>> all;
-  for (const Menu &menu : menuBarDescription()) {
-    for (const MenuItem &item : menu.items) {
-      if (!accelerators(item).empty()) all.emplace_back(item.title, accelerators(item));
-    }
-  }
-  using Keys = std::vector<std::string>;
-  EXPECT_THAT(all, ElementsAre(std::pair("Verberg Orvel OS", Keys{"<Control>h", "<Super>h"}),
-                               std::pair("Stop Orvel OS", Keys{"<Control>q", "<Super>q"}),
-                               std::pair("Herstel", Keys{"<Control>z", "<Super>z"}),
-                               std::pair("Opnieuw", Keys{"<Control><Shift>z", "<Super><Shift>z"}),
-                               std::pair("Knip", Keys{"<Control>x", "<Super>x"}),
-                               std::pair("Kopieer", Keys{"<Control>c", "<Super>c"}),
-                               std::pair("Plak", Keys{"<Control>v", "<Super>v"}),
-                               std::pair("Selecteer alles", Keys{"<Control>a", "<Super>a"}),
-                               std::pair("Herlaad", Keys{"<Control>r", "<Super>r"}),
-                               std::pair("Schermvullend", Keys{"F11", "<Control><Super>f"}),
-                               std::pair("Minimaliseer", Keys{"<Control>m", "<Super>m"})));
+  EXPECT_THAT(accelerators({}), ElementsAre());
+  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "z"}),
+              ElementsAre("<Control>z", "<Super>z"));
+  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "Z"}),
+              ElementsAre("<Control><Shift>z", "<Super><Shift>z"));
+  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "f", .withControl = true}),
+              ElementsAre("<Control><Super>f"));
 }
 
-TEST(KeyEquivalents, OnlyEditMenuHasEditingCommands) {
+TEST(KeyEquivalents, FullScreenAlsoHasF11) {
+  EXPECT_THAT(accelerators({.title = "item",
+                            .action = MenuAction::toggleFullScreen,
+                            .keyEquivalent = "f",
+                            .withControl = true}),
+              ElementsAre("F11", "<Control><Super>f"));
+}
+
+TEST(GtkCommands, OnlyEditMenuHasEditingCommands) {
   for (const Menu &menu : menuBarDescription()) {
     for (const MenuItem &item : menu.items) {
       if (item.isSeparator) continue;
       EXPECT_EQ(isEditingCommand(item.action), menu.title == "Wijzig") << item.title;
     }
   }
+}
+
+TEST(GtkMenuBar, MenuHasEveryItemWithSeparatorAndKeyAndCommand) {
+  ASSERT_TRUE(gtk_init_check());
+  GtkWidget *window = gtk_window_new();
+  std::vector<MenuAction> commands;
+  GtkMenuBar menuBar("Orvel OS", [&](MenuAction action, GtkWindow *target) {
+    EXPECT_EQ(GTK_WIDGET(target), window);
+    commands.push_back(action);
+  });
+  menuBar.install(menuBarDescription());
+  menuBar.addApplicationKeys(GTK_WINDOW(window));
+  const auto bar = retain(menuBar.makeWidget());
+
+  std::vector<std::string> items;
+  forEachMenuItem(gtk_popover_menu_bar_get_menu_model(GTK_POPOVER_MENU_BAR(bar.get())),
+                  [&](GMenuModel *menu, int place) {
+                    items.push_back(menuAttribute(menu, place, G_MENU_ATTRIBUTE_LABEL));
+                    const std::string key = menuAttribute(menu, place, "accel");
+                    if (!key.empty()) items.back() += " " + key;
+                    const std::string action = menuAttribute(menu, place, G_MENU_ATTRIBUTE_ACTION);
+                    if (action.empty()) return;
+                    GVariant *command = g_menu_model_get_item_attribute_value(
+                        menu, place, G_MENU_ATTRIBUTE_TARGET, nullptr);
+                    gtk_widget_activate_action_variant(window, action.c_str(), command);
+                    g_variant_unref(command);
+                  });
+  gtk_window_destroy(GTK_WINDOW(window));
+
+  // The empty text is the beginning of a section, which GTK separates from the one before.
+  EXPECT_THAT(items,
+              ElementsAre("Orvel OS", "", "Over Orvel OS", "Zoek naar update…", "Serveradres…", "",
+                          "Verberg Orvel OS <Control>h", "", "Stop Orvel OS <Control>q", "Wijzig",
+                          "", "Herstel <Control>z", "Opnieuw <Control><Shift>z", "",
+                          "Knip <Control>x", "Kopieer <Control>c", "Plak <Control>v",
+                          "Selecteer alles <Control>a", "Weergave", "", "Herlaad <Control>r",
+                          "Schermvullend F11", "Venster", "", "Minimaliseer <Control>m"));
+  using enum MenuAction;
+  EXPECT_THAT(commands, ElementsAre(orderFrontStandardAboutPanel, zoekUpdateMenu, kiesAdres, hide,
+                                    terminate, undo, redo, cut, copy, paste, selectAll, reloadPage,
+                                    toggleFullScreen, performMiniaturize));
 }
 
 }  // namespace

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "platform/linux/gtk/gtk_window.h"
 #include "platform/linux/gtk/window_frame.h"
@@ -20,14 +20,37 @@
 namespace orvel {
 namespace {
 
+/// A program that runs during a test and ends with this object.
+class RunningProgram {
+ public:
+  explicit RunningProgram(const std::vector<const char *> &commandLine) {
+    std::vector<const char *> arguments = commandLine;
+    arguments.push_back(nullptr);
+    process_ = adopt(g_subprocess_newv(arguments.data(), G_SUBPROCESS_FLAGS_NONE, nullptr));
+    if (!process_) throw std::runtime_error(std::string("cannot run ") + commandLine.front());
+  }
+  ~RunningProgram() {
+    g_subprocess_force_exit(process_.get());
+    g_subprocess_wait(process_.get(), nullptr, nullptr);
+  }
+  RunningProgram(const RunningProgram &) = delete;
+  RunningProgram &operator=(const RunningProgram &) = delete;
+
+  void sendSignal(int signal) { g_subprocess_send_signal(process_.get(), signal); }
+
+ private:
+  GObjectPointer<GSubprocess> process_;
+};
+
 class MainWindow : public testing::Test {
  protected:
-  ::GtkWindow *makeWindow(const std::string &storedFrame, int minimumWidth = 400,
-                          int minimumHeight = 300) {
+  GtkWindow *makeWindow(const std::string &storedFrame, int minimumWidth = 400,
+                        int minimumHeight = 300, bool isTitleVisible = false) {
     platform->interfaces().defaults.setText("ContractFrame", storedFrame);
     WindowConfiguration configuration;
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
+    configuration.titleVisible = isTitleVisible;
     configuration.minimumWidth = minimumWidth;
     configuration.minimumHeight = minimumHeight;
     configuration.frameAutosaveName = "ContractFrame";
@@ -42,13 +65,13 @@ class MainWindow : public testing::Test {
     return {static_cast<int>(screen().width), static_cast<int>(screen().height)};
   }
 
-  static WindowFrame frameOf(::GtkWindow *handle) {
+  static WindowFrame frameOf(GtkWindow *handle) {
     WindowFrame frame;
     gtk_window_get_default_size(handle, &frame.width, &frame.height);
     return frame;
   }
 
-  static WindowFrame minimumOf(::GtkWindow *handle) {
+  static WindowFrame minimumOf(GtkWindow *handle) {
     WindowFrame frame;
     gtk_widget_get_size_request(GTK_WIDGET(handle), &frame.width, &frame.height);
     return frame;
@@ -92,7 +115,7 @@ TEST_F(MainWindow, StoredFrameIsLimitedToScreenAndMinimum) {
 }
 
 TEST_F(MainWindow, ChangedFrameIsStored) {
-  ::GtkWindow *handle = makeWindow("450 350");
+  GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
   gtk_window_set_default_size(handle, 500, 400);
   EXPECT_TRUE(platform->runUntil(
@@ -100,7 +123,7 @@ TEST_F(MainWindow, ChangedFrameIsStored) {
 }
 
 TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
-  ::GtkWindow *handle = makeWindow("450 350");
+  GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
@@ -116,30 +139,56 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
 TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   const WindowFrame size = screenSize();
   const WindowFrame minimum{size.width - 100, size.height - 100};
-  ::GtkWindow *handle = makeWindow("", minimum.width, minimum.height);
+  GtkWindow *handle = makeWindow("", minimum.width, minimum.height);
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), minimum);
 
-  // An XSettings daemon announces the scale, as on a desktop.
+  // An XSettings daemon announces the scale, as on a desktop. It reads its file again on SIGHUP.
   const TemporaryFolder folder;
   const std::string file = folder.file("xsettings", "Gdk/WindowScalingFactor 2\n");
-  const pid_t daemon = ::fork();
-  ASSERT_GE(daemon, 0);
-  if (daemon == 0) {
-    ::execlp("xsettingsd", "xsettingsd", "-c", file.c_str(), nullptr);
-    ::_exit(127);
-  }
+  RunningProgram daemon({"xsettingsd", "-c", file.c_str()});
   const WindowFrame half{size.width / 2, size.height / 2};
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
-  // The daemon reads its file again on SIGHUP.
-  std::ofstream(file) << "Gdk/WindowScalingFactor 1\n";
-  ::kill(daemon, SIGHUP);
+  folder.file("xsettings", "Gdk/WindowScalingFactor 1\n");
+  daemon.sendSignal(SIGHUP);
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
-  ::kill(daemon, SIGTERM);
-  ::waitpid(daemon, nullptr, 0);
 }
 
-TEST_F(MainWindow, AlertTextIsSelectedAndReturnPressesFirstButton) {
+/// A window manager that keeps 30 points free at the top of the screen, like for a panel. It
+/// starts before GTK opens the display, because GDK looks for one at most every 15 seconds.
+class Panel {
+ protected:
+  const TemporaryFolder folder;
+  const std::string file = folder.file("rc.xml",
+                                       "<openbox_config xmlns='http://openbox.org/3.4/rc'>"
+                                       "<margins><top>30</top></margins></openbox_config>");
+  const RunningProgram windowManager{{"openbox", "--config-file", file.c_str()}};
+  const bool isRunning =
+      std::system("until xprop -root _NET_WORKAREA | grep -q 30; do sleep 0.05; done") == 0;
+};
+
+class MainWindowBelowPanel : public Panel, public MainWindow {};
+
+TEST_F(MainWindowBelowPanel, MinimumSizeIsLimitedToWorkArea) {
+  ASSERT_TRUE(isRunning);
+  GdkRectangle whole;
+  gdk_monitor_get_geometry(mainMonitor(gdk_display_get_default()).get(), &whole);
+  const WindowFrame belowPanel{whole.width, whole.height - 30};
+  EXPECT_EQ(screen().y, 30);
+  EXPECT_EQ(screenSize(), belowPanel);
+  EXPECT_EQ(minimumOf(makeWindow("", whole.width, whole.height)), belowPanel);
+}
+
+TEST_F(MainWindow, TitleIsShownOnlyWhenConfigured) {
+  for (const bool isTitleVisible : {false, true}) {
+    auto *header =
+        GTK_HEADER_BAR(gtk_window_get_titlebar(makeWindow("", 400, 300, isTitleVisible)));
+    // Without a title widget a header bar shows the title of the window.
+    EXPECT_EQ(gtk_header_bar_get_title_widget(header) == nullptr, isTitleVisible);
+  }
+}
+
+TEST_F(MainWindow, TextFieldOfAlertIsSelectedAndReturnClosesAlert) {
   Alert question;
   question.messageText = "Address";
   question.buttons = {"Save", "Cancel"};
@@ -157,12 +206,8 @@ TEST_F(MainWindow, AlertTextIsSelectedAndReturnPressesFirstButton) {
   EXPECT_EQ(end, static_cast<int>(question.textField->text.size()));
   EXPECT_TRUE(platform->runUntil([&] { return gtk_widget_get_allocated_width(field) == 340; }));
 
-  // The Return key emits this signal.
-  g_signal_emit_by_name(gtk_window_get_focus(openAlert()), "activate");
-  ASSERT_TRUE(platform->runUntil([&] { return answer.has_value(); }));
-  EXPECT_EQ(answer->button, 0);
-  EXPECT_EQ(answer->text, question.textField->text);
-  EXPECT_EQ(openAlert(), nullptr);
+  platform->pressInAlert(AlertKey::enter);
+  EXPECT_TRUE(platform->runUntil([] { return openAlert() == nullptr; }));
 }
 
 }  // namespace

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <functional>
+#include <string>
+
+#include "platform/linux/glib/glib_text.h"
+#include "platform/linux/glib/gobject_pointer.h"
+
+namespace orvel {
+
+/// Returns a text attribute of a menu item, or the empty text when it has none.
+inline std::string menuAttribute(GMenuModel *menu, int place, const char *name) {
+  char *value = nullptr;
+  g_menu_model_get_item_attribute(menu, place, name, "s", &value);
+  const GlibText text(value);
+  return text ? text.get() : "";
+}
+
+/// Calls a function for each item of a menu, in order. Sections and submenus are items without
+/// an action; the items in them follow.
+inline void forEachMenuItem(GMenuModel *menu,
+                            const std::function<void(GMenuModel *menu, int place)> &visit) {
+  for (int place = 0; place < g_menu_model_get_n_items(menu); ++place) {
+    visit(menu, place);
+    for (const char *link : {G_MENU_LINK_SECTION, G_MENU_LINK_SUBMENU}) {
+      const auto inner = adopt(g_menu_model_get_item_link(menu, place, link));
+      if (inner) forEachMenuItem(inner.get(), visit);
+    }
+  }
+}
+
+}  // namespace orvel
