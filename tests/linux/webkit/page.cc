@@ -1,40 +1,22 @@
 #include "tests/linux/webkit/page.h"
 
+#include "platform/linux/glib/async_callback.h"
+#include "platform/linux/glib/glib_text.h"
+
 namespace orvel {
 
 namespace {
 
-std::string targetName(NavigationTarget target) {
-  switch (target) {
-    case NavigationTarget::mainFrame:
-      return "mainFrame ";
-    case NavigationTarget::subFrame:
-      return "subFrame ";
-    case NavigationTarget::newWindow:
-      return "newWindow ";
-  }
-  return "";
-}
+// In the order of NavigationTarget.
+constexpr const char *targetNames[] = {"mainFrame ", "subFrame ", "newWindow "};
 
 /// Returns the method and the target of a request, such as "GET /path".
 std::string lineOf(const std::string &head) { return head.substr(0, head.find(" HTTP/")); }
 
-struct Evaluation {
-  bool done = false;
-  std::optional<std::string> value;
-};
-
-void evaluated(GObject *source, GAsyncResult *result, gpointer data) {
-  const std::unique_ptr<std::shared_ptr<Evaluation>> evaluation(
-      static_cast<std::shared_ptr<Evaluation> *>(data));
-  (*evaluation)->done = true;
-  JSCValue *value =
-      webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr);
-  if (value == nullptr) return;
-  char *text = jsc_value_to_string(value);
-  (*evaluation)->value = text;
-  g_free(text);
-  g_object_unref(value);
+/// Returns the target of a request.
+std::string targetOf(const std::string &head) {
+  const std::string line = lineOf(head);
+  return line.substr(line.find(' ') + 1);
 }
 
 }  // namespace
@@ -46,14 +28,25 @@ void WebViewTest::loadUrl(const std::string &url) {
 }
 
 std::optional<std::string> WebViewTest::evaluate(const std::string &script) {
+  struct Evaluation {
+    bool isDone = false;
+    std::optional<std::string> result;
+  };
+  // Shared, because the callback may run after this function has given up.
   const auto evaluation = std::make_shared<Evaluation>();
-  webkit_web_view_evaluate_javascript(webKit(), script.c_str(), -1, nullptr, nullptr, nullptr,
-                                      evaluated, new std::shared_ptr(evaluation));
-  EXPECT_TRUE(until([&] { return evaluation->done; })) << script;
-  return evaluation->value;
+  const auto finish = [evaluation](GObject *source, GAsyncResult *result) {
+    evaluation->isDone = true;
+    const auto value =
+        adopt(webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr));
+    if (value) evaluation->result = GlibText(jsc_value_to_string(value.get())).get();
+  };
+  webkit_web_view_evaluate_javascript(webKitView(), script.c_str(), -1, nullptr, nullptr, nullptr,
+                                      callAsyncFunction, asyncFunctionData(finish));
+  EXPECT_TRUE(runUntil([&] { return evaluation->isDone; })) << script;
+  return evaluation->result;
 }
 
-bool WebViewTest::untilScript(const std::string &script, const std::string &text) {
+bool WebViewTest::waitForResult(const std::string &script, const std::string &text) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   std::optional<std::string> last;
   while (std::chrono::steady_clock::now() < end) {
@@ -64,16 +57,16 @@ bool WebViewTest::untilScript(const std::string &script, const std::string &text
   return false;
 }
 
-bool WebViewTest::untilText(const std::string &text) {
-  return untilScript("document.body ? document.body.innerText.trim() : ''", text);
+bool WebViewTest::waitForText(const std::string &text) {
+  return waitForResult("document.body ? document.body.innerText.trim() : ''", text);
 }
 
-WebKitWebView *WebViewTest::webKit() const {
+WebKitWebView *WebViewTest::webKitView() const {
   return WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
 }
 
 NavigationPolicy PageDelegate::policyFor(const NavigationAction &action) const {
-  lastQuestion = name(action);
+  lastPolicyQuery = name(action);
   if (!action.url) return NavigationPolicy::cancel;
   const bool isOwnServer =
       action.url->scheme == "about" || action.url->absoluteString.starts_with(server);
@@ -90,22 +83,24 @@ NavigationPolicy PageDelegate::decidePolicy(const NavigationAction &action) {
   return policy;
 }
 
-void PageDelegate::createWebView(const std::optional<Url> &url) { windows.push_back(name(url)); }
+void PageDelegate::createWebView(const std::optional<Url> &url) {
+  requestedWindows.push_back(name(url));
+}
 
 void PageDelegate::runJavaScriptAlertPanel(const std::string &message,
                                            std::function<void()> completion) {
   panels.push_back("alert " + message);
-  alerts.push_back(std::move(completion));
+  alertCompletions.push_back(std::move(completion));
 }
 
 void PageDelegate::runJavaScriptConfirmPanel(const std::string &message,
                                              std::function<void(bool)> completion) {
   panels.push_back("confirm " + message);
-  confirms.push_back(std::move(completion));
+  confirmCompletions.push_back(std::move(completion));
 }
 
 std::string PageDelegate::name(const NavigationAction &action) const {
-  return targetName(action.target) + name(action.url);
+  return targetNames[static_cast<int>(action.target)] + name(action.url);
 }
 
 std::string PageDelegate::name(const std::optional<Url> &url) const {
@@ -123,7 +118,7 @@ PageTest::PageTest()
 }
 
 PageTest::~PageTest() {
-  openGate();
+  releaseHeldResponses();
   // Before the delegate is destroyed.
   view.reset();
 }
@@ -135,34 +130,11 @@ void PageTest::makeView(const std::filesystem::path &dataFolder) {
   view = std::make_unique<WebKitPageView>(configuration, environment, delegate);
 }
 
-void PageTest::load(const std::string &path) { loadUrl(server.url(path)); }
-
-void PageTest::show(const std::string &html) {
-  const std::string path = "/page" + std::to_string(++marks_);
+void PageTest::showPage(const std::string &html) {
+  const std::string path = "/page" + std::to_string(++pageCount_);
   setPage(path, html);
   load(path);
-  ASSERT_TRUE(untilScript("location.pathname + document.readyState", path + "complete"));
-}
-
-bool PageTest::settle() {
-  const std::string mark = "/mark" + std::to_string(++marks_);
-  evaluate("fetch('" + mark + "'); 0");
-  return until([&] { return !requests("GET " + mark).empty(); });
-}
-
-void PageTest::expectWindow(const std::string &address) {
-  EXPECT_TRUE(until([&] { return !delegate.windows.empty(); }));
-  EXPECT_TRUE(settle());
-  EXPECT_EQ(delegate.windows, Strings{address});
-  delegate.windows.clear();
-}
-
-PageTest::Strings PageTest::requests(const std::string &start) const {
-  Strings found;
-  for (const std::string &head : server.heads()) {
-    if (lineOf(head).starts_with(start)) found.push_back(lineOf(head));
-  }
-  return found;
+  ASSERT_TRUE(waitForResult("location.pathname + document.readyState", path + "complete"));
 }
 
 void PageTest::setPage(const std::string &path, const std::string &html) {
@@ -170,24 +142,53 @@ void PageTest::setPage(const std::string &path, const std::string &html) {
   pages_[path] = html;
 }
 
-void PageTest::openGate() {
+void PageTest::releaseHeldResponses() {
   const std::lock_guard lock(mutex_);
-  gateIsOpen_ = true;
-  gateOpens_.notify_all();
+  isReleased_ = true;
+  released_.notify_all();
+}
+
+bool PageTest::waitForSentRequests() {
+  const std::string barrier = "/barrier" + std::to_string(++pageCount_);
+  evaluate("fetch('" + barrier + "'); 0");
+  return runUntil([&] { return !requestsTo(barrier).empty(); });
+}
+
+PageTest::Strings PageTest::requestsTo(const std::string &path) const {
+  Strings found;
+  for (const std::string &head : server.heads()) {
+    if (targetOf(head).starts_with(path)) found.push_back(lineOf(head));
+  }
+  return found;
+}
+
+void PageTest::expectCancelled(const Strings &decisions) {
+  EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
+  EXPECT_TRUE(waitForSentRequests());
+  EXPECT_EQ(delegate.cancelled, decisions);
+  EXPECT_EQ(delegate.requestedWindows, Strings());
+  delegate.cancelled.clear();
+}
+
+void PageTest::expectWindowRequest(const std::string &address) {
+  EXPECT_TRUE(runUntil([&] { return !delegate.requestedWindows.empty(); }));
+  EXPECT_TRUE(waitForSentRequests());
+  EXPECT_EQ(delegate.requestedWindows, Strings{address});
+  delegate.requestedWindows.clear();
 }
 
 void PageTest::respond(LoopbackConnection &connection, const std::string &head) {
-  std::string path = lineOf(head);
-  path = path.substr(path.find(' ') + 1);
+  std::string path = targetOf(head);
   std::unique_lock lock(mutex_);
-  if (path.starts_with("/gate/")) {
-    gateOpens_.wait(lock, [this] { return gateIsOpen_; });
-    path = path.substr(5);
+  if (path.starts_with("/held/")) {
+    released_.wait(lock, [this] { return isReleased_; });
+    path = path.substr(std::string_view("/held").size());
   }
-  const std::string start = "/redirect/";
-  if (path.starts_with(start)) {
-    connection.send(
-        redirectTo(path.substr(start.size() + 3), path.substr(start.size(), 3) + " Moved"));
+  const std::string_view redirect = "/redirect/";
+  constexpr std::size_t statusLength = 3;
+  if (path.starts_with(redirect)) {
+    const std::string status = path.substr(redirect.size(), statusLength);
+    connection.send(redirectTo(path.substr(redirect.size() + statusLength), status + " Moved"));
     return;
   }
   const auto page = pages_.find(path.substr(0, path.find('?')));

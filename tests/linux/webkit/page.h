@@ -11,7 +11,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/linux/webkit/webkit_web_view.h"
@@ -24,22 +23,22 @@ namespace orvel {
 /// A web view whose page runs the scripts of a test. A derived class creates the view.
 class WebViewTest : public testing::Test {
  protected:
-  bool until(const std::function<bool()> &condition) { return platform->runUntil(condition); }
+  bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
   void loadUrl(const std::string &url);
   /// Returns the result of a script in the page as text, or nullopt when the script fails.
-  /// The page treats the script as a user gesture.
+  /// WebKit treats the script as a user gesture.
   std::optional<std::string> evaluate(const std::string &script);
-  /// Waits until a script in the page returns a text.
-  bool untilScript(const std::string &script, const std::string &text);
+  /// Runs a script in the page again and again until it returns a text.
+  bool waitForResult(const std::string &script, const std::string &text);
   /// Waits until the page shows a text and nothing else.
-  bool untilText(const std::string &text);
-  WebKitWebView *webKit() const;
+  bool waitForText(const std::string &text);
+  WebKitWebView *webKitView() const;
 
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
   std::unique_ptr<WebView> view;
 };
 
-/// Records the calls of the view. Its policy: URLs below "/file/" are allowed only in
+/// A delegate that records its calls. Its policy: URLs below "/file/" are allowed only in
 /// sub-frames, and "/export" and other servers nowhere.
 class PageDelegate final : public WebViewDelegate {
  public:
@@ -54,26 +53,27 @@ class PageDelegate final : public WebViewDelegate {
 
   /// The address of the test's server, whose URLs are recorded as paths.
   std::string server;
-  /// Such as "mainFrame /page".
+  /// The targets and URLs, such as "mainFrame /page".
   std::vector<std::string> decisions;
-  /// Those of the decisions that cancelled the navigation.
+  /// The decisions that cancelled a navigation.
   std::vector<std::string> cancelled;
-  /// The requested windows, such as "/page"; "(none)" without a URL.
-  std::vector<std::string> windows;
+  /// The URLs of the requested windows, such as "/page", or "(none)" without a URL.
+  std::vector<std::string> requestedWindows;
+  /// The kinds and messages of the panels, such as "alert Hello".
   std::vector<std::string> panels;
-  std::vector<std::function<void()>> alerts;
-  std::vector<std::function<void(bool)>> confirms;
-  /// The last question to `policyFor`.
-  mutable std::string lastQuestion;
+  std::vector<std::function<void()>> alertCompletions;
+  std::vector<std::function<void(bool)>> confirmCompletions;
+  /// The target and URL of the last call of `policyFor`.
+  mutable std::string lastPolicyQuery;
 
  private:
   std::string name(const NavigationAction &action) const;
   std::string name(const std::optional<Url> &url) const;
 };
 
-/// A view of pages of the test's own server. The body of a path is "content of " and the
-/// path, unless the test sets a page. "/redirect/302/x" redirects to "/x", and the response
-/// for a path below "/gate/" waits until the gate is opened.
+/// A web view that shows pages of a server of the test. The body of a path is "content of "
+/// and the path, unless the test sets a page. "/redirect/302/x" redirects to "/x" with this
+/// status, and the response for a path below "/held/" waits for `releaseHeldResponses`.
 class PageTest : public WebViewTest {
  protected:
   using Strings = std::vector<std::string>;
@@ -83,21 +83,22 @@ class PageTest : public WebViewTest {
 
   /// Replaces the view by a new one with this data and cache folder.
   void makeView(const std::filesystem::path &dataFolder);
-  void load(const std::string &path);
+  void load(const std::string &path) { loadUrl(server.url(path)); }
   /// Loads a page with this source and waits until it is complete.
-  void show(const std::string &html);
-  /// Waits until the server has received a request that the page sends now. Requests are
-  /// sent in order, so those that the page sent before have arrived.
-  bool settle();
-  bool untilCancelled() {
-    return until([this] { return !delegate.cancelled.empty(); });
-  }
-  /// Waits for a requested window, and expects no other.
-  void expectWindow(const std::string &address);
-  /// Returns the methods and targets of the requests that start with this text.
-  Strings requests(const std::string &start) const;
+  void showPage(const std::string &html);
   void setPage(const std::string &path, const std::string &html);
-  void openGate();
+  void releaseHeldResponses();
+  /// Waits until the server has received all requests that the page has sent. The page sends
+  /// one more request as a barrier, because its requests arrive in order.
+  bool waitForSentRequests();
+  /// Returns the methods and targets of the requests to this path and all that it begins,
+  /// such as "GET /page/1".
+  Strings requestsTo(const std::string &path) const;
+
+  /// Waits for cancelled decisions. Expects no others and no requested window.
+  void expectCancelled(const Strings &decisions);
+  /// Waits for a requested window. Expects no others.
+  void expectWindowRequest(const std::string &address);
 
   const TemporaryFolder folder;
   PageDelegate delegate;
@@ -107,12 +108,26 @@ class PageTest : public WebViewTest {
 
   mutable std::mutex mutex_;
   std::map<std::string, std::string> pages_;
-  std::condition_variable gateOpens_;
-  bool gateIsOpen_ = false;
-  int marks_ = 0;
+  std::condition_variable released_;
+  bool isReleased_ = false;
+  int pageCount_ = 0;
 
  protected:
   const LoopbackServer server;
 };
+
+/// A page and a script on it that starts a navigation.
+struct NavigationCase {
+  std::string name;
+  std::string script;
+  std::string html{};
+  /// The source of the page at "/frame".
+  std::string framePage{};
+  std::string address = "/file/1";
+};
+
+inline std::string caseName(const testing::TestParamInfo<NavigationCase> &info) {
+  return info.param.name;
+}
 
 }  // namespace orvel

@@ -1,5 +1,7 @@
 // JavaScript dialogs: alert, confirm, prompt and beforeunload.
 
+#include <utility>
+
 #include "tests/linux/webkit/page.h"
 
 namespace orvel {
@@ -7,101 +9,95 @@ namespace {
 
 class ScriptDialog : public PageTest {
  protected:
-  /// Runs a script that blocks until its dialog is answered.
+  /// Starts a script, after clearing the title, and returns at once. A dialog blocks the script
+  /// until it is answered.
   void start(const std::string &script) {
-    evaluate("setTimeout(() => { document.title = '(open)'; " + script + " }); 0");
+    evaluate("setTimeout(() => { document.title = ''; " + script + " }); 0");
   }
-  bool untilTitle(const std::string &title) { return untilScript("document.title", title); }
-  bool untilAlert() {
-    return until([this] { return delegate.alerts.size() == 1; });
+  /// Starts a script and waits for its panel.
+  void startAndWaitForPanel(const std::string &script) {
+    start(script);
+    ASSERT_TRUE(runUntil([this] { return !delegate.panels.empty(); }));
   }
-  bool untilConfirm() {
-    return until([this] { return delegate.confirms.size() == 1; });
+  bool waitForTitle(const std::string &title) { return waitForResult("document.title", title); }
+  /// Answers all panels since the last call, and returns them.
+  Strings answerPanels(bool isConfirmed = true) {
+    for (const auto &completion : delegate.alertCompletions) completion();
+    for (const auto &completion : delegate.confirmCompletions) completion(isConfirmed);
+    delegate.alertCompletions.clear();
+    delegate.confirmCompletions.clear();
+    return std::exchange(delegate.panels, {});
   }
 };
 
 TEST_F(ScriptDialog, AlertBlocksPageUntilAnswered) {
-  show("page");
-  start("alert('Hé <b>\\n⌘'); document.title = 'done'; fetch('/later')");
-  ASSERT_TRUE(untilAlert());
-  EXPECT_EQ(delegate.panels, Strings{"alert Hé <b>\n⌘"});
-  EXPECT_EQ(requests("GET /later"), Strings());
-  delegate.alerts.front()();
-  EXPECT_TRUE(untilTitle("done"));
-  EXPECT_TRUE(until([&] { return requests("GET /later").size() == 1; }));
-  EXPECT_EQ(delegate.panels.size(), 1U);
+  showPage("page");
+  startAndWaitForPanel("alert('Hé <b>\\n⌘'); document.title = 'done'; fetch('/later')");
+  EXPECT_EQ(requestsTo("/later"), Strings());
+  EXPECT_EQ(answerPanels(), Strings{"alert Hé <b>\n⌘"});
+  EXPECT_TRUE(waitForTitle("done"));
+  EXPECT_TRUE(runUntil([&] { return requestsTo("/later").size() == 1; }));
+  EXPECT_EQ(delegate.panels, Strings());
 }
 
 TEST_F(ScriptDialog, ConfirmReturnsAnswer) {
-  show("page");
-  for (const bool agreed : {true, false, true}) {
-    start("document.title = '' + confirm('Are you sure?');");
-    ASSERT_TRUE(untilConfirm());
-    delegate.confirms.front()(agreed);
-    EXPECT_TRUE(untilTitle(agreed ? "true" : "false"));
-    delegate.confirms.clear();
+  showPage("page");
+  for (const bool isConfirmed : {true, false, true}) {
+    startAndWaitForPanel("document.title = '' + confirm('Are you sure?');");
+    EXPECT_EQ(answerPanels(isConfirmed), Strings{"confirm Are you sure?"});
+    EXPECT_TRUE(waitForTitle(isConfirmed ? "true" : "false"));
   }
-  EXPECT_EQ(delegate.panels, Strings(3, "confirm Are you sure?"));
 }
 
 TEST_F(ScriptDialog, AlertOfFrameIsShown) {
-  show("<iframe srcdoc='x'></iframe>");
-  start("frames[0].alert('inside'); document.title = 'done';");
-  ASSERT_TRUE(untilAlert());
-  delegate.alerts.front()();
-  EXPECT_TRUE(untilTitle("done"));
+  showPage("<iframe srcdoc='x'></iframe>");
+  startAndWaitForPanel("frames[0].alert('inside'); document.title = 'done';");
+  EXPECT_EQ(answerPanels(), Strings{"alert inside"});
+  EXPECT_TRUE(waitForTitle("done"));
 }
 
 TEST_F(ScriptDialog, PromptReturnsNullWithoutPanel) {
-  show("page");
+  showPage("page");
   start("document.title = '' + prompt('Name?', 'default');");
-  EXPECT_TRUE(untilTitle("null"));
+  EXPECT_TRUE(waitForTitle("null"));
   EXPECT_EQ(delegate.panels, Strings());
 }
 
 TEST_F(ScriptDialog, BeforeUnloadShowsNoPanel) {
-  show("<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>");
+  showPage("<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>");
+  // The script counts as a user gesture, without which WebKit asks nothing.
   evaluate("0");
-  show("next");
+  showPage("next");
   EXPECT_EQ(delegate.panels, Strings());
 }
 
 TEST_F(ScriptDialog, AnswerAfterViewIsDestroyedIsIgnored) {
-  for (const std::string kind : {"alert", "confirm"}) {
-    show("page");
-    start(kind + "('x');");
-    ASSERT_TRUE(until([&] { return !delegate.panels.empty(); }));
+  for (const std::string function : {"alert", "confirm"}) {
+    showPage("page");
+    startAndWaitForPanel(function + "('x');");
     makeView(folder.path());
-    for (const auto &completion : delegate.alerts) completion();
-    for (const auto &completion : delegate.confirms) completion(true);
-    delegate.panels.clear();
-    delegate.alerts.clear();
-    delegate.confirms.clear();
+    answerPanels();
   }
-  show("next");
+  showPage("next");
 }
 
 TEST_F(ScriptDialog, AnswerAfterWebProcessIsTerminatedIsIgnored) {
-  show("page");
-  start("alert('x');");
-  ASSERT_TRUE(untilAlert());
-  webkit_web_view_terminate_web_process(webKit());
-  delegate.alerts.front()();
-  delegate.alerts.clear();
-  show("next");
-  start("confirm('y'); document.title = 'done';");
-  ASSERT_TRUE(untilConfirm());
-  delegate.confirms.front()(true);
-  EXPECT_TRUE(untilTitle("done"));
+  showPage("page");
+  startAndWaitForPanel("alert('x');");
+  webkit_web_view_terminate_web_process(webKitView());
+  answerPanels();
+  showPage("next");
+  startAndWaitForPanel("confirm('y'); document.title = 'done';");
+  answerPanels();
+  EXPECT_TRUE(waitForTitle("done"));
 }
 
 TEST_F(ScriptDialog, LoadDuringAlertRunsAfterAnswer) {
-  show("page");
-  start("alert('x');");
-  ASSERT_TRUE(untilAlert());
+  showPage("page");
+  startAndWaitForPanel("alert('x');");
   load("/next");
-  delegate.alerts.front()();
-  EXPECT_TRUE(untilText("content of /next"));
+  answerPanels();
+  EXPECT_TRUE(waitForText("content of /next"));
 }
 
 }  // namespace

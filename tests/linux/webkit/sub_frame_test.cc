@@ -8,100 +8,92 @@ namespace {
 
 class SubFrame : public PageTest {
  protected:
-  void showPageWithFrame() { show("<iframe src=/frame></iframe>"); }
-  bool untilFrameText(const std::string &text) {
-    return untilScript(
+  void showPageWithFrame() { showPage("<iframe src=/frame></iframe>"); }
+  bool waitForFrameText(const std::string &text) {
+    return waitForResult(
         "frames[0] && frames[0].document.body ? frames[0].document.body.innerText.trim() : ''",
         text);
   }
-  /// Waits until the first frame shows a file, and expects one request and no other effect.
-  void expectShown(const std::string &path) {
-    EXPECT_TRUE(untilFrameText("content of " + path));
-    EXPECT_TRUE(settle());
-    EXPECT_EQ(requests("GET " + path), Strings{"GET " + path});
-    EXPECT_EQ(delegate.decisions.back(), "subFrame " + path);
+  /// Waits until the first frame shows a file. Expects one request and no other effect.
+  void expectShown(const std::string &address, const std::string &method = "GET") {
+    const std::string path = address.substr(0, address.find('#'));
+    EXPECT_TRUE(waitForFrameText("content of " + path));
+    EXPECT_TRUE(waitForSentRequests());
+    EXPECT_EQ(requestsTo(path), Strings{method + " " + path});
+    EXPECT_EQ(delegate.decisions.back(), "subFrame " + address);
     EXPECT_EQ(delegate.cancelled, Strings());
-    EXPECT_EQ(delegate.windows, Strings());
+    EXPECT_EQ(delegate.requestedWindows, Strings());
   }
-  /// Waits until a frame is about to load a file, whose filter is being prepared.
-  void startLoadingFiles() {
+  /// Waits until the view has asked for the policy of a file in a frame, which is when the
+  /// probe of the navigation starts.
+  void startProbe() {
     setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
     load("/start");
-    ASSERT_TRUE(until([&] { return delegate.lastQuestion.starts_with("subFrame /file/"); }));
+    ASSERT_TRUE(runUntil([&] { return delegate.lastPolicyQuery.starts_with("subFrame /file/"); }));
+  }
+  /// Redirects the main frame and the first frame at once. Expects that only the first frame
+  /// shows its file.
+  void redirectBothFrames(const std::string &mainFile, const std::string &frameFile) {
+    const std::string redirect = "/held/redirect/302";
+    showPageWithFrame();
+    evaluate("location = '" + redirect + mainFile + "'");
+    ASSERT_TRUE(runUntil([&] { return requestsTo(redirect).size() == 1; }));
+    evaluate("frames[0].location = '" + redirect + frameFile + "'");
+    ASSERT_TRUE(runUntil([&] { return requestsTo(redirect).size() == 2; }));
+    releaseHeldResponses();
+    EXPECT_TRUE(waitForFrameText("content of " + frameFile));
+    expectCancelled({"mainFrame " + mainFile});
   }
 };
 
-struct SubFrameSource {
-  std::string name;
-  std::string html;
-  std::string framePage;
-  std::string script;
-};
-
-class SubFrameNavigation : public SubFrame, public testing::WithParamInterface<SubFrameSource> {};
+class SubFrameNavigation : public SubFrame, public testing::WithParamInterface<NavigationCase> {};
 
 TEST_P(SubFrameNavigation, IsShownWithOneRequest) {
   setPage("/frame", GetParam().framePage);
-  show(GetParam().html);
+  showPage(GetParam().html);
   evaluate(GetParam().script);
-  expectShown("/file/1");
+  expectShown(GetParam().address);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    EverySource, SubFrameNavigation,
+    EveryCause, SubFrameNavigation,
     testing::Values(
-        SubFrameSource{"FrameAttribute", "<iframe src=/file/1></iframe>", "", "0"},
-        SubFrameSource{"Script", "<iframe src=/frame></iframe>", "",
-                       "frames[0].location = '/file/1'"},
-        SubFrameSource{"Redirect", "<iframe src=/frame></iframe>", "",
-                       "frames[0].location = '/redirect/302/file/1'"},
-        SubFrameSource{"LinkInFrame", "<iframe src=/frame></iframe>",
-                       "<a id=link href=/file/1>x</a>",
-                       "frames[0].document.getElementById('link').click()"},
-        SubFrameSource{"LinkWithNameOfFrame",
+        NavigationCase{"FrameAttribute", "0", "<iframe src=/file/1></iframe>"},
+        NavigationCase{"Script", "frames[0].location = '/file/1'", "<iframe src=/frame></iframe>"},
+        NavigationCase{"ScriptWithFragment", "frames[0].location = '/file/1#part'",
+                       "<iframe src=/frame></iframe>", "", "/file/1#part"},
+        NavigationCase{"LastOfSeveralFrameAttributes",
+                       "for (let file = 5; file > 0; --file)"
+                       " document.querySelector('iframe').src = '/file/' + file",
+                       "<iframe src=/frame></iframe>"},
+        NavigationCase{"Redirect", "frames[0].location = '/redirect/302/file/1'",
+                       "<iframe src=/frame></iframe>"},
+        NavigationCase{"LinkInFrame", "frames[0].document.getElementById('link').click()",
+                       "<iframe src=/frame></iframe>", "<a id=link href=/file/1>x</a>"},
+        NavigationCase{"LinkWithNameOfFrame", "link.click()",
                        "<iframe name=target src=/frame></iframe>"
-                       "<a id=link target=target href=/file/1>x</a>",
-                       "", "link.click()"},
-        SubFrameSource{"FrameWithBeforeUnload", "<iframe src=/frame></iframe>",
-                       "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>",
-                       "frames[0].location = '/file/1'"}),
-    [](const auto &source) { return source.param.name; });
+                       "<a id=link target=target href=/file/1>x</a>"},
+        NavigationCase{
+            "FrameWithBeforeUnload", "frames[0].location = '/file/1'",
+            "<iframe src=/frame></iframe>",
+            "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>"}),
+    caseName);
 
 TEST_F(SubFrame, FormWithNameOfFrameIsShown) {
-  show(
+  showPage(
       "<iframe name=target src=/frame></iframe>"
       "<form method=post target=target action=/file/1></form>");
   evaluate("document.forms[0].submit()");
-  EXPECT_TRUE(untilFrameText("content of /file/1"));
-  EXPECT_EQ(requests("POST /file/"), Strings{"POST /file/1"});
-  EXPECT_EQ(delegate.cancelled, Strings());
+  expectShown("/file/1", "POST");
 }
 
 TEST_F(SubFrame, FragmentWithinFileSendsNoRequest) {
   setPage("/file/1", "<a id=link href=#part>x</a><p id=part>content of /file/1");
-  show("<iframe src=/file/1></iframe>");
+  showPage("<iframe src=/file/1></iframe>");
   evaluate("frames[0].document.getElementById('link').click()");
-  EXPECT_TRUE(untilScript("frames[0].location.hash", "#part"));
-  EXPECT_TRUE(settle());
-  EXPECT_EQ(requests("GET /file/1").size(), 1U);
-  EXPECT_EQ(delegate.cancelled, Strings());
-}
-
-TEST_F(SubFrame, FragmentOfAnotherFileIsShown) {
-  showPageWithFrame();
-  evaluate("frames[0].location = '/file/1#part'");
-  EXPECT_TRUE(untilFrameText("content of /file/1"));
-  EXPECT_EQ(delegate.decisions.back(), "subFrame /file/1#part");
-  EXPECT_EQ(delegate.cancelled, Strings());
-}
-
-TEST_F(SubFrame, LastOfSeveralAddressesIsShown) {
-  showPageWithFrame();
-  evaluate(
-      "for (let file = 1; file < 6; ++file) document.querySelector('iframe').src ="
-      " '/file/' + file");
-  EXPECT_TRUE(untilFrameText("content of /file/5"));
-  EXPECT_TRUE(settle());
+  EXPECT_TRUE(waitForResult("frames[0].location.hash", "#part"));
+  EXPECT_TRUE(waitForSentRequests());
+  EXPECT_EQ(requestsTo("/file/1").size(), 1U);
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
@@ -110,41 +102,41 @@ TEST_F(SubFrame, FrameRemovedDuringNavigationCancelsNothing) {
   evaluate(
       "document.querySelector('iframe').src = '/file/1'; setTimeout(() =>"
       " document.querySelector('iframe').remove())");
-  EXPECT_TRUE(until([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
-  EXPECT_TRUE(settle());
+  EXPECT_TRUE(runUntil([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
+  EXPECT_TRUE(waitForSentRequests());
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
-TEST_F(SubFrame, ReloadIsAllowed) {
-  show("<iframe src=/file/1></iframe>");
+TEST_F(SubFrame, ReloadOfFrameIsAllowed) {
+  showPage("<iframe src=/file/1></iframe>");
   expectShown("/file/1");
   evaluate("frames[0].location.reload()");
-  EXPECT_TRUE(until([&] { return requests("GET /file/1").size() == 2; }));
+  EXPECT_TRUE(runUntil([&] { return requestsTo("/file/1").size() == 2; }));
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
 TEST_F(SubFrame, NestedFrameIsShown) {
   setPage("/frame", "<iframe src=/file/1></iframe>");
   showPageWithFrame();
-  EXPECT_TRUE(untilScript("frames[0].frames[0].document.body.innerText", "content of /file/1"));
+  EXPECT_TRUE(waitForResult("frames[0].frames[0].document.body.innerText", "content of /file/1"));
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
 TEST_F(SubFrame, FrameInClosedShadowRootIsShown) {
-  show(
+  showPage(
       "<div id=host></div><script>host.attachShadow({mode: 'closed'}).innerHTML ="
       " '<iframe src=/file/1></iframe>'</script>");
-  EXPECT_TRUE(until([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
-  EXPECT_TRUE(until([&] { return requests("GET /file/1").size() == 1; }));
+  EXPECT_TRUE(runUntil([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
+  EXPECT_TRUE(runUntil([&] { return requestsTo("/file/1").size() == 1; }));
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
 TEST_F(SubFrame, SameFileInMainFrameAtOnceIsCancelledThereOnly) {
   showPageWithFrame();
   evaluate("location = '/file/1'; frames[0].location = '/file/1'");
-  EXPECT_TRUE(untilFrameText("content of /file/1"));
-  EXPECT_EQ(delegate.cancelled, Strings{"mainFrame /file/1"});
-  EXPECT_EQ(requests("GET /file/1").size(), 1U);
+  EXPECT_TRUE(waitForFrameText("content of /file/1"));
+  expectCancelled({"mainFrame /file/1"});
+  EXPECT_EQ(requestsTo("/file/1").size(), 1U);
 }
 
 TEST_F(SubFrame, ManyFramesAreShownWhileMainFrameIsCancelled) {
@@ -155,63 +147,53 @@ TEST_F(SubFrame, ManyFramesAreShownWhileMainFrameIsCancelled) {
     script += "frames[" + std::to_string(number) + "].location = '/file/g" +
               std::to_string(number) + "';";
   }
-  show(html);
+  showPage(html);
   evaluate(script);
   EXPECT_TRUE(
-      untilScript("Array.from(frames).every(frame => frame.document.body &&"
-                  " frame.document.body.innerText.startsWith('content of /file/g'))",
-                  "true"));
+      waitForResult("Array.from(frames).every(frame => frame.document.body &&"
+                    " frame.document.body.innerText.startsWith('content of /file/g'))",
+                    "true"));
   EXPECT_EQ(delegate.cancelled, Strings{"mainFrame /file/main"});
-  EXPECT_EQ(requests("GET /file/f").size(), 10U);
-  EXPECT_EQ(requests("GET /file/g").size(), 10U);
-  EXPECT_EQ(requests("GET /file/main"), Strings());
+  EXPECT_EQ(requestsTo("/file/f").size(), 10U);
+  EXPECT_EQ(requestsTo("/file/g").size(), 10U);
+  EXPECT_EQ(requestsTo("/file/main"), Strings());
 }
 
-TEST_F(SubFrame, ConcurrentRedirectsAreDecidedForEachFrame) {
-  for (const bool sameFile : {false, true}) {
-    delegate.cancelled.clear();
-    showPageWithFrame();
-    const std::string inMain = sameFile ? "/file/b1" : "/file/a";
-    const std::string inFrame = sameFile ? "/file/b1" : "/file/b0";
-    evaluate("location = '/gate/redirect/302" + inMain + "'");
-    ASSERT_TRUE(until([&] { return !requests("GET /gate/redirect/302" + inMain).empty(); }));
-    evaluate("frames[0].location = '/gate/redirect/302" + inFrame + "'");
-    ASSERT_TRUE(until([&] { return requests("GET /gate/").size() == (sameFile ? 4U : 2U); }));
-    openGate();
-    EXPECT_TRUE(untilFrameText("content of " + inFrame));
-    EXPECT_TRUE(untilCancelled());
-    EXPECT_EQ(delegate.cancelled, Strings{"mainFrame " + inMain});
-    EXPECT_EQ(requests("GET /file/b").size(), sameFile ? 2U : 1U);
-    EXPECT_EQ(requests("GET /file/a"), Strings());
-  }
+TEST_F(SubFrame, ConcurrentRedirectsToDifferentFilesAreDecidedForEachFrame) {
+  redirectBothFrames("/file/main", "/file/frame");
+  EXPECT_EQ(requestsTo("/file/"), Strings{"GET /file/frame"});
 }
 
-TEST_F(SubFrame, MainFrameNavigatesWhileFilterIsPrepared) {
+TEST_F(SubFrame, ConcurrentRedirectsToSameFileAreDecidedForEachFrame) {
+  redirectBothFrames("/file/1", "/file/1");
+  EXPECT_EQ(requestsTo("/file/"), Strings{"GET /file/1"});
+}
+
+TEST_F(SubFrame, MainFrameNavigationDuringProbeIsShown) {
   showPageWithFrame();
   setPage("/next", "next");
   evaluate("frames[0].location = '/file/1'; location = '/next'");
-  EXPECT_TRUE(untilText("next"));
+  EXPECT_TRUE(waitForText("next"));
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
 TEST_F(SubFrame, FrameOfAnotherServerIsCancelled) {
-  show("<iframe src=http://example.test/x></iframe>");
-  EXPECT_TRUE(until([&] { return delegate.cancelled.size() == 1; }));
-  EXPECT_TRUE(settle());
-  EXPECT_EQ(delegate.cancelled.size(), 1U);
+  showPage("<iframe src=http://example.test/x></iframe>");
+  // The policy is the same for every frame, so the view does not determine the target.
+  expectCancelled({"mainFrame http://example.test/x"});
 }
 
-TEST_F(SubFrame, TerminatedWebProcessDuringNavigationIsSurvived) {
-  startLoadingFiles();
-  webkit_web_view_terminate_web_process(webKit());
-  show("<iframe src=/file/2></iframe>");
+TEST_F(SubFrame, LoadAfterWebProcessTerminatedDuringProbeIsShown) {
+  startProbe();
+  webkit_web_view_terminate_web_process(webKitView());
+  showPage("<iframe src=/file/2></iframe>");
   expectShown("/file/2");
 }
 
-TEST_F(SubFrame, DestroyedViewDuringNavigationIsSurvived) {
-  startLoadingFiles();
+TEST_F(SubFrame, NewViewAfterViewDestroyedDuringProbeLoads) {
+  startProbe();
   makeView(folder.path());
-  show("<iframe src=/file/2></iframe>");
+  showPage("<iframe src=/file/2></iframe>");
   expectShown("/file/2");
 }
 
