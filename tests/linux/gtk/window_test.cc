@@ -164,7 +164,9 @@ class Panel {
                                        "<margins><top>30</top></margins></openbox_config>");
   const RunningProgram windowManager{{"openbox", "--config-file", file.c_str()}};
   const bool isRunning =
-      std::system("until xprop -root _NET_WORKAREA | grep -q 30; do sleep 0.05; done") == 0;
+      std::system(
+          "timeout 60 sh -c "
+          "'until xprop -root _NET_WORKAREA | grep -q 30; do sleep 0.05; done'") == 0;
 };
 
 class MainWindowBelowPanel : public Panel, public MainWindow {};
