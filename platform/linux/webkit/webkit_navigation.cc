@@ -138,8 +138,9 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
 
 void WebKitNavigation::processTerminated() {
   probe_.processTerminated();
-  for (const Decision &decision : pendingNavigations_)
+  for (const Decision &decision : pendingNavigations_) {
     answer(decision.get(), NavigationPolicy::cancel);
+  }
   pendingNavigations_.clear();
 }
 
