@@ -21,11 +21,13 @@ const run = (command, args) => spawnSync(command, args, { cwd: copy, encoding: '
 const configure = () => run('cmake', ['-S', '.', '-B', 'build', '-G', 'Ninja',
   '-DCMAKE_TOOLCHAIN_FILE=cmake/macos-cross.cmake', `-DORVELOS_MACOS_SYSROOT=${sysroot}`]);
 
-// Returns the sources that a change of a file concerns: itself, or those that include it.
+// Returns the sources that a change of a file concerns: itself, or those that include it,
+// also through other headers.
 function concernedSources(file) {
   if (file.endsWith('.mm')) return [file];
-  return execFileSync('git', ['grep', '-l', `"${file}"`, '--', 'platform/macos/*.mm'],
-    { cwd: checkout, encoding: 'utf8' }).trim().split('\n');
+  const including = spawnSync('git', ['grep', '-l', `"${file}"`, '--', 'platform/macos'],
+    { cwd: checkout, encoding: 'utf8' }).stdout.split('\n').filter(Boolean);
+  return including.flatMap(concernedSources);
 }
 
 // Runs the parts of the check that concern the files. Returns the result of the first part
