@@ -57,8 +57,8 @@ function check(files) {
 // Returns the most telling line of a check's output.
 function complaint({ stdout, stderr }) {
   const lines = (stderr + stdout).split('\n');
-  const line = lines.find((text) => text.includes('error:')) ??
-    lines.find((text) => text.startsWith('check_')) ?? lines.find((text) => text.startsWith('not ok')) ?? lines[0];
+  const line = lines.find((text) => text.startsWith('not ok')) ??
+    lines.find((text) => text.includes('error:')) ?? lines.find((text) => text.startsWith('check_')) ?? lines[0];
   return line.replace(/^check_\w+: /, '').replace(/^.*?error: /, '').replaceAll('|', '\\|').slice(0, 150);
 }
 
