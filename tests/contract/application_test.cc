@@ -1,4 +1,4 @@
-// The contract of the application object.
+// The contract of Application: launch, termination requests and the reply to them.
 
 #include "tests/contract/contract_platform.h"
 
@@ -7,12 +7,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A delegate that records its calls.
+/// A delegate that counts its calls and gives `reply` to every termination request.
 class RecordingDelegate final : public ApplicationDelegate {
  public:
   void applicationDidFinishLaunching() override {
     ++launches;
-    if (atLaunch) atLaunch();
+    if (onLaunch) onLaunch();
   }
   TerminateReply applicationShouldTerminate() override {
     ++terminationRequests;
@@ -23,7 +23,7 @@ class RecordingDelegate final : public ApplicationDelegate {
   void kiesAdres() override {}
   void reloadPage() override {}
 
-  std::function<void()> atLaunch;
+  std::function<void()> onLaunch;
   TerminateReply reply = TerminateReply::now;
   int launches = 0;
   int terminationRequests = 0;
@@ -31,84 +31,87 @@ class RecordingDelegate final : public ApplicationDelegate {
 
 class ApplicationContract : public ContractTest {
  protected:
-  void runAndCheck(const std::function<void()> &checks) {
+  /// Runs the application until it ends, then the checks. Must be the last statement of a test.
+  void runApplicationThenCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
     application().setRegularActivationPolicy();
     platform->runApplication(checks);
   }
   Application &application() { return platform->interfaces().application; }
-  void requestTerminationAfter(int delay) {
-    queue().after(milliseconds(delay), [this] { platform->requestTermination(); });
+  void requestTerminationAfter(milliseconds delay) {
+    queue().after(delay, [this] { platform->requestTermination(); });
   }
-  void showAlertAfter(int delay) {
-    queue().after(milliseconds(delay), [this] {
+  void showAlertAfter(milliseconds delay) {
+    queue().after(delay, [this] {
       Alert question;
       question.messageText = "Continue?";
       question.buttons = {"OK", "Cancel"};
       ++alertsShown;
-      platform->interfaces().panels.runModal(question, [this](const AlertAnswer &) { ++answers; });
+      platform->interfaces().panels.runModal(question,
+                                             [this](const AlertAnswer &) { ++alertsAnswered; });
     });
   }
 
   RecordingDelegate delegate;
   int alertsShown = 0;
-  int answers = 0;
+  int alertsAnswered = 0;
 };
 
 TEST_P(ApplicationContract, LaunchesOnceAndQuitsOnTerminationRequest) {
-  bool launchedOnMain = false;
-  bool queueRan = false;
-  delegate.atLaunch = [&] {
-    launchedOnMain = platform->onMainThread();
+  bool launchedOnMainThread = false;
+  bool postedWorkRan = false;
+  delegate.onLaunch = [&] {
+    launchedOnMainThread = platform->onMainThread();
     application().activate();
-    queue().post([&] { queueRan = true; });
-    requestTerminationAfter(20);
+    queue().post([&] { postedWorkRan = true; });
+    requestTerminationAfter(milliseconds(20));
   };
-  runAndCheck([&] {
+  runApplicationThenCheck([&] {
     EXPECT_EQ(delegate.launches, 1);
     EXPECT_EQ(delegate.terminationRequests, 1);
-    EXPECT_TRUE(launchedOnMain);
-    EXPECT_TRUE(queueRan);
+    EXPECT_TRUE(launchedOnMainThread);
+    EXPECT_TRUE(postedWorkRan);
   });
 }
 
 TEST_P(ApplicationContract, DeferredTerminationRunsMainLoopUntilReply) {
   delegate.reply = TerminateReply::later;
+  constexpr int ticksBeforeReply = 5;
   bool replied = false;
   int ticks = 0;
-  delegate.atLaunch = [&] {
-    requestTerminationAfter(0);
+  delegate.onLaunch = [&] {
+    requestTerminationAfter(milliseconds(0));
     queue().every(milliseconds(10), [&] {
-      if (delegate.terminationRequests == 0 || ++ticks != 5) return;
+      if (delegate.terminationRequests == 0 || ++ticks != ticksBeforeReply) return;
       replied = true;
       application().replyToShouldTerminate();
     });
   };
-  runAndCheck([&] {
+  runApplicationThenCheck([&] {
     EXPECT_TRUE(replied);
-    EXPECT_EQ(ticks, 5);
+    EXPECT_EQ(ticks, ticksBeforeReply);
     EXPECT_EQ(delegate.terminationRequests, 1);
   });
 }
 
 TEST_P(ApplicationContract, TerminationRequestsDuringDeferredTerminationAreIgnored) {
   delegate.reply = TerminateReply::later;
-  delegate.atLaunch = [&] {
-    for (const int delay : {5, 40, 80}) requestTerminationAfter(delay);
+  delegate.onLaunch = [&] {
+    for (const int delay : {5, 40, 80}) requestTerminationAfter(milliseconds(delay));
     queue().after(milliseconds(150), [&] { application().replyToShouldTerminate(); });
   };
-  runAndCheck([&] { EXPECT_EQ(delegate.terminationRequests, 1); });
+  runApplicationThenCheck([&] { EXPECT_EQ(delegate.terminationRequests, 1); });
 }
 
 TEST_P(ApplicationContract, OpenAlertsDoNotBlockDeferredTermination) {
   delegate.reply = TerminateReply::later;
-  delegate.atLaunch = [&] {
-    requestTerminationAfter(0);
-    showAlertAfter(30);
-    showAlertAfter(60);
+  delegate.onLaunch = [&] {
+    requestTerminationAfter(milliseconds(0));
+    showAlertAfter(milliseconds(30));
+    showAlertAfter(milliseconds(60));
     queue().after(milliseconds(200), [&] { application().replyToShouldTerminate(); });
   };
-  runAndCheck([&] {
+  runApplicationThenCheck([&] {
     EXPECT_EQ(alertsShown, 2);
     EXPECT_EQ(delegate.terminationRequests, 1);
   });
@@ -116,17 +119,17 @@ TEST_P(ApplicationContract, OpenAlertsDoNotBlockDeferredTermination) {
 
 TEST_P(ApplicationContract, AlertAnsweredAfterTerminationReplyIsIgnored) {
   delegate.reply = TerminateReply::later;
-  delegate.atLaunch = [&] {
-    requestTerminationAfter(0);
-    showAlertAfter(30);
+  delegate.onLaunch = [&] {
+    requestTerminationAfter(milliseconds(0));
+    showAlertAfter(milliseconds(30));
     queue().after(milliseconds(60), [&] {
       application().replyToShouldTerminate();
       platform->answerAlert({0, ""});
     });
   };
-  runAndCheck([&] {
+  runApplicationThenCheck([&] {
     EXPECT_EQ(alertsShown, 1);
-    EXPECT_EQ(answers, 0);
+    EXPECT_EQ(alertsAnswered, 0);
   });
 }
 

@@ -8,19 +8,19 @@ namespace {
 
 using BundleContract = ContractTest;
 
-TEST_P(BundleContract, MissingEntryHasNoText) {
+TEST_P(BundleContract, MissingInfoEntryIsAbsent) {
   EXPECT_EQ(platform->interfaces().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
   EXPECT_EQ(platform->interfaces().bundle.infoText(""), std::nullopt);
 }
 
-TEST_P(BundleContract, FolderWithoutSignatureIsSignedByNoTeam) {
+TEST_P(BundleContract, UnsignedOrMissingFolderIsNotSignedByTeam) {
   const TemporaryFolder folder;
   const Bundle &bundle = platform->interfaces().bundle;
   EXPECT_FALSE(bundle.isSignedByTeam(folder.path(), "TEAM123456"));
   EXPECT_FALSE(bundle.isSignedByTeam(folder.path() / "missing", "TEAM123456"));
 }
 
-TEST_P(BundleContract, QuarantineKeepsContentsAndCreatesNoFile) {
+TEST_P(BundleContract, QuarantineKeepsContentsAndIgnoresMissingFile) {
   const TemporaryFolder folder;
   const Locations &locations = platform->interfaces().locations;
   const std::string file = folder.file("list.csv", "contents");

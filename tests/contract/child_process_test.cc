@@ -1,6 +1,7 @@
 // The contract of child processes.
 
 #include <atomic>
+#include <csignal>
 #include <mutex>
 
 #include "tests/contract/contract_platform.h"
@@ -11,8 +12,8 @@ namespace {
 
 using namespace child_programs;
 
-/// What a termination handler observed.
-struct Report {
+/// A call of a termination handler, with the state of the child during the call.
+struct HandlerCall {
   std::shared_ptr<ChildProcess> process;
   bool wasRunning = true;
   int status = 0;
@@ -21,40 +22,41 @@ struct Report {
 
 class ChildProcessContract : public ContractTest {
  protected:
-  /// Launches a program whose termination is recorded.
+  /// Launches a program and records the call of its termination handler. A test must wait for
+  /// this call before it ends, because the handler refers to the test.
   LaunchResult launch(LaunchRequest request) {
     request.terminationHandler = [this](const std::shared_ptr<ChildProcess> &process) {
       const std::lock_guard lock(mutex_);
-      reports_.push_back(
+      handlerCalls_.push_back(
           {process, process->isRunning(), process->terminationStatus(), platform->onMainThread()});
     };
     return platform->interfaces().processes.launch(request);
   }
-  std::shared_ptr<ChildProcess> start(const std::string &commandLine) {
+  std::shared_ptr<ChildProcess> launchShell(const std::string &commandLine) {
     const LaunchResult result = launch(shell(commandLine));
     EXPECT_EQ(result.error, "");
     return result.process;
   }
 
-  std::vector<Report> reports() {
+  std::vector<HandlerCall> handlerCalls() {
     const std::lock_guard lock(mutex_);
-    return reports_;
+    return handlerCalls_;
   }
-  bool waitForReport() {
-    return runUntil([this] { return !reports().empty(); });
+  bool waitForHandlerCall() {
+    return runUntil([this] { return !handlerCalls().empty(); });
   }
 
-  /// Runs one more child until its termination handler is called, so that an outstanding
-  /// call for an earlier child has arrived.
-  bool runAnotherChild() {
+  /// Runs another child as a barrier: waits until its termination handler is called, so that
+  /// an outstanding call for an earlier child has arrived.
+  bool runBarrierChild() {
     const auto ended = std::make_shared<std::atomic<bool>>(false);
-    auto request = shell(exitsWithThree);
+    auto request = shell(exitsWithStatusThree);
     request.terminationHandler = [ended](const auto &) { *ended = true; };
     platform->interfaces().processes.launch(request);
     return runUntil([ended] { return ended->load(); });
   }
 
-  static void expectEnded(ChildProcess &child, int status) {
+  static void waitAndExpectStatus(ChildProcess &child, int status) {
     child.waitUntilExit();
     EXPECT_FALSE(child.isRunning());
     EXPECT_EQ(child.terminationStatus(), status);
@@ -62,71 +64,71 @@ class ChildProcessContract : public ContractTest {
 
  private:
   std::mutex mutex_;
-  std::vector<Report> reports_;
+  std::vector<HandlerCall> handlerCalls_;
 };
 
-TEST_P(ChildProcessContract, TerminationStatusIsExitCode) {
-  expectEnded(*start(exitsWithThree), 3);
-  ASSERT_TRUE(waitForReport());
+TEST_P(ChildProcessContract, StatusOfExitedChildIsExitCode) {
+  waitAndExpectStatus(*launchShell(exitsWithStatusThree), 3);
+  ASSERT_TRUE(waitForHandlerCall());
 }
 
-TEST_P(ChildProcessContract, TerminationStatusIsSignalNumber) {
-  expectEnded(*start(killsItself), 9);
-  ASSERT_TRUE(waitForReport());
+TEST_P(ChildProcessContract, StatusOfChildEndedBySignalIsSignalNumber) {
+  waitAndExpectStatus(*launchShell(killsItselfWithSigkill), SIGKILL);
+  ASSERT_TRUE(waitForHandlerCall());
 }
 
 TEST_P(ChildProcessContract, RunningChildHasStatusZeroUntilTerminated) {
-  const auto child = start(runsUntilTerminated);
-  EXPECT_TRUE(runAnotherChild());
+  const auto child = launchShell(runsUntilTerminated);
+  EXPECT_TRUE(runBarrierChild());
   EXPECT_TRUE(child->isRunning());
   EXPECT_EQ(child->terminationStatus(), 0);
-  EXPECT_TRUE(reports().empty());
+  EXPECT_TRUE(handlerCalls().empty());
 
   child->terminate();
-  expectEnded(*child, 15);
-  ASSERT_TRUE(waitForReport());
-  EXPECT_EQ(reports()[0].status, 15);
+  waitAndExpectStatus(*child, SIGTERM);
+  ASSERT_TRUE(waitForHandlerCall());
+  EXPECT_EQ(handlerCalls()[0].status, SIGTERM);
 }
 
-TEST_P(ChildProcessContract, KilledChildHasStatusNine) {
-  const auto child = start(runsUntilTerminated);
+TEST_P(ChildProcessContract, StatusOfKilledChildIsSigkill) {
+  const auto child = launchShell(runsUntilTerminated);
   child->kill();
-  expectEnded(*child, 9);
-  ASSERT_TRUE(waitForReport());
+  waitAndExpectStatus(*child, SIGKILL);
+  ASSERT_TRUE(waitForHandlerCall());
 }
 
 TEST_P(ChildProcessContract, TerminationHandlerIsCalledOnceOffMainThread) {
-  const auto child = start(exitsWithThree);
-  ASSERT_TRUE(waitForReport());
+  const auto child = launchShell(exitsWithStatusThree);
+  ASSERT_TRUE(waitForHandlerCall());
   child->waitUntilExit();
   child->terminate();
   child->kill();
-  ASSERT_TRUE(runAnotherChild());
+  ASSERT_TRUE(runBarrierChild());
 
-  const auto all = reports();
-  ASSERT_EQ(all.size(), 1u);
-  EXPECT_EQ(all[0].process, child);
-  EXPECT_FALSE(all[0].wasRunning);
-  EXPECT_EQ(all[0].status, 3);
-  EXPECT_FALSE(all[0].onMainThread);
+  const auto calls = handlerCalls();
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].process, child);
+  EXPECT_FALSE(calls[0].wasRunning);
+  EXPECT_EQ(calls[0].status, 3);
+  EXPECT_FALSE(calls[0].onMainThread);
   EXPECT_EQ(child->terminationStatus(), 3);
 }
 
-TEST_P(ChildProcessContract, TerminationHandlerIsCalledWithoutOwnerOfChild) {
-  start(exitsWithThree);
-  ASSERT_TRUE(waitForReport());
-  ASSERT_TRUE(reports()[0].process);
-  EXPECT_EQ(reports()[0].status, 3);
+TEST_P(ChildProcessContract, TerminationHandlerOfUnreferencedChildIsCalled) {
+  launchShell(exitsWithStatusThree);
+  ASSERT_TRUE(waitForHandlerCall());
+  ASSERT_TRUE(handlerCalls()[0].process);
+  EXPECT_EQ(handlerCalls()[0].status, 3);
 }
 
 TEST_P(ChildProcessContract, FailedLaunchReturnsErrorAndCallsNoHandler) {
   LaunchRequest request;
   request.executable = missingProgram;
-  const auto child = launch(request);
-  EXPECT_FALSE(child.process);
-  EXPECT_EQ(child.error, missingProgramError());
-  ASSERT_TRUE(runAnotherChild());
-  EXPECT_TRUE(reports().empty());
+  const auto result = launch(request);
+  EXPECT_FALSE(result.process);
+  EXPECT_EQ(result.error, missingProgramError());
+  ASSERT_TRUE(runBarrierChild());
+  EXPECT_TRUE(handlerCalls().empty());
 }
 
 INSTANTIATE_ON_EVERY_PLATFORM(ChildProcessContract);

@@ -15,14 +15,15 @@ namespace orvel {
 
 enum class AlertKey { enter, escape };
 
-/// A platform under contract, with the controls that the tests need. Main thread.
+/// A platform under test, with controls that act as the user and as the desktop session.
+/// Main thread, except where noted.
 class ContractPlatform {
  public:
   virtual ~ContractPlatform() = default;
 
   virtual Platform interfaces() = 0;
-  /// Runs the main loop until the condition holds. Returns false after the limit (virtual
-  /// time on the fake platform).
+  /// Runs the main loop until the condition holds. Returns false when it does not hold
+  /// within the limit (virtual time on the fake platform).
   virtual bool runUntil(const std::function<bool()> &condition,
                         std::chrono::milliseconds limit = std::chrono::seconds(20)) = 0;
   /// Returns true on this platform's main thread. Any thread.
@@ -41,17 +42,19 @@ class ContractPlatform {
   virtual void answerAlert(const AlertAnswer &answer) = 0;
   virtual void pressInAlert(AlertKey key) = 0;
   /// Returns what the default applications have received, in order: files as paths,
-  /// everything else as URLs. Applications exist for http, mailto and text files.
+  /// everything else as URLs. Default applications are registered for http, mailto and
+  /// text files.
   virtual std::vector<std::string> opened() = 0;
-  /// Scripts the response to the next request of a URL, on a platform without a real
-  /// server; has no effect on the others. An absent body stands for a body that fails.
-  virtual void answerNext(const std::string & /*url*/, int /*status*/,
-                          const std::optional<std::string> & /*body*/) {}
-  /// Asks the running application to quit, as the session does.
+  /// Sets the response to the next request for a URL on the fake platform. Has no effect on
+  /// a platform that opens real connections. Without a body, only the head arrives and the
+  /// body fails.
+  virtual void scriptNextResponse(const std::string & /*url*/, int /*status*/,
+                                  const std::optional<std::string> & /*body*/) {}
+  /// Asks the running application to quit, as the desktop session does at its end.
   virtual void requestTermination() = 0;
 };
 
-/// A platform of this build, with its name.
+/// The name of a platform of this build, and the function that creates the platform.
 struct PlatformUnderTest {
   std::string name;
   std::function<std::unique_ptr<ContractPlatform>()> make;
@@ -66,7 +69,7 @@ std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 
 /// Returns every platform of this build.
 std::vector<PlatformUnderTest> platformsUnderTest();
-/// Returns the platforms that open real connections.
+/// Returns the platforms that open real connections: all except the fake one.
 std::vector<PlatformUnderTest> realPlatformsUnderTest();
 
 /// The base of the contract suites. Each test has a new platform.
@@ -78,6 +81,7 @@ class ContractTest : public testing::TestWithParam<PlatformUnderTest> {
   const std::unique_ptr<ContractPlatform> platform = GetParam().make();
 };
 
+/// Returns the platform's name, with which the names of its tests end.
 inline std::string platformName(const testing::TestParamInfo<PlatformUnderTest> &platform) {
   return platform.param.name;
 }

@@ -22,7 +22,7 @@ class CookieStoreContract : public ContractTest {
     return cookie;
   }
 
-  void set(const Cookie &cookie) {
+  void setAndWait(const Cookie &cookie) {
     int completions = 0;
     view->cookieStore().set(cookie, [&] {
       EXPECT_TRUE(platform->onMainThread());
@@ -31,11 +31,11 @@ class CookieStoreContract : public ContractTest {
     EXPECT_EQ(completions, 0) << "the completion ran inside the call";
     ASSERT_TRUE(runUntil([&] { return completions > 0; }));
     // A second call of the completion would arrive before the reply to this request.
-    all();
+    allCookies();
     EXPECT_EQ(completions, 1);
   }
 
-  std::vector<Cookie> all() {
+  std::vector<Cookie> allCookies() {
     std::optional<std::vector<Cookie>> found;
     view->cookieStore().all([&](std::vector<Cookie> cookies) {
       EXPECT_TRUE(platform->onMainThread());
@@ -47,53 +47,53 @@ class CookieStoreContract : public ContractTest {
   }
 
   PermissiveDelegate delegate;
-  const WebWindow made = [this] {
+  const WebWindow window = [this] {
     WebViewConfiguration configuration;
     configuration.applicationNameForUserAgent = "ORVELOS/";
     configuration.persistentDataStore = false;
     return platform->interfaces().windows.create({}, configuration, delegate);
   }();
-  WebView *const view = made.web.get();
+  WebView *const view = window.web.get();
 };
 
-TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(all().empty()); }
+TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(allCookies().empty()); }
 
 TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
-  Cookie wanted = cookie("a key/with = signs");
-  wanted.secure = true;
-  wanted.expires =
-      std::chrono::floor<seconds>(platform->interfaces().clock.now()) + seconds(157680000);
-  set(wanted);
-  const auto cookies = all();
+  constexpr auto fiveYears = std::chrono::hours(5 * 365 * 24);
+  Cookie original = cookie("a key/with = signs");
+  original.secure = true;
+  original.expires = std::chrono::floor<seconds>(platform->interfaces().clock.now()) + fiveYears;
+  setAndWait(original);
+  const auto cookies = allCookies();
   ASSERT_EQ(cookies.size(), 1U);
-  EXPECT_EQ(cookies[0].name, wanted.name);
-  EXPECT_EQ(cookies[0].value, wanted.value);
-  EXPECT_EQ(cookies[0].domain, wanted.domain);
-  EXPECT_EQ(cookies[0].path, wanted.path);
+  EXPECT_EQ(cookies[0].name, original.name);
+  EXPECT_EQ(cookies[0].value, original.value);
+  EXPECT_EQ(cookies[0].domain, original.domain);
+  EXPECT_EQ(cookies[0].path, original.path);
   EXPECT_TRUE(cookies[0].secure);
-  EXPECT_EQ(cookies[0].expires, wanted.expires);
+  EXPECT_EQ(cookies[0].expires, original.expires);
 }
 
-TEST_P(CookieStoreContract, SessionCookieStaysInsecureAndWithoutExpiry) {
-  set(cookie("session"));
-  const auto cookies = all();
+TEST_P(CookieStoreContract, SessionCookieGetsNeitherSecureFlagNorExpiry) {
+  setAndWait(cookie("session"));
+  const auto cookies = allCookies();
   ASSERT_EQ(cookies.size(), 1U);
   EXPECT_FALSE(cookies[0].secure);
   EXPECT_EQ(cookies[0].expires, std::nullopt);
 }
 
-TEST_P(CookieStoreContract, CookieReplacesOnlySameNameDomainAndPath) {
-  set(cookie("first"));
+TEST_P(CookieStoreContract, CookieReplacesOnlyOneWithSameNameDomainAndPath) {
+  setAndWait(cookie("first"));
   Cookie otherDomain = cookie("other domain");
   otherDomain.domain = "localhost";
-  set(otherDomain);
+  setAndWait(otherDomain);
   Cookie otherPath = cookie("other path");
   otherPath.path = "/api";
-  set(otherPath);
-  set(cookie("second"));
+  setAndWait(otherPath);
+  setAndWait(cookie("second"));
 
   std::vector<std::string> values;
-  for (const Cookie &one : all()) values.push_back(one.value);
+  for (const Cookie &one : allCookies()) values.push_back(one.value);
   std::sort(values.begin(), values.end());
   EXPECT_EQ(values, (std::vector<std::string>{"other domain", "other path", "second"}));
 }
@@ -101,7 +101,7 @@ TEST_P(CookieStoreContract, CookieReplacesOnlySameNameDomainAndPath) {
 TEST_P(CookieStoreContract, CookieWithEmptyDomainCallsCompletion) {
   Cookie withoutDomain = cookie("value");
   withoutDomain.domain = "";
-  set(withoutDomain);
+  setAndWait(withoutDomain);
 }
 
 INSTANTIATE_ON_EVERY_PLATFORM(CookieStoreContract);

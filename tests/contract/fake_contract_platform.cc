@@ -1,5 +1,6 @@
 #include <csignal>
 #include <filesystem>
+#include <string_view>
 
 #include "platform/fake/fake_platform.h"
 #include "tests/contract/contract_platform.h"
@@ -13,11 +14,11 @@ class FakeContractPlatform final : public ContractPlatform {
  public:
   FakeContractPlatform() {
     using std::chrono::milliseconds;
-    fake_.processes.setScripts(child_programs::exitsWithThree,
+    fake_.processes.setScripts(child_programs::exitsWithStatusThree,
                                {{.exitsAfter = milliseconds(1), .status = 3}});
-    fake_.processes.setScripts(child_programs::killsItself,
+    fake_.processes.setScripts(child_programs::killsItselfWithSigkill,
                                {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
-    // The fake ends an unscripted command at once.
+    // Without this script, the fake ends the command at once.
     fake_.processes.setScripts(child_programs::runsUntilTerminated, {{.exitsAfter = std::nullopt}});
     fake_.processes.setScripts(child_programs::missingProgram,
                                {{.launchError = child_programs::missingProgramError()}});
@@ -39,16 +40,19 @@ class FakeContractPlatform final : public ContractPlatform {
         {key == AlertKey::enter ? std::optional(0) : std::nullopt, field ? field->text : ""});
   }
   std::vector<std::string> opened() override {
+    constexpr std::string_view openUrl = "open ";
+    constexpr std::string_view openFile = "open file ";
     std::vector<std::string> all;
-    for (std::string entry : fake_.record.callsStartingWith("open ")) {
-      entry.erase(0, entry.starts_with("open file ") ? 10 : 5);
+    for (std::string entry : fake_.record.callsStartingWith(openUrl)) {
+      entry.erase(0, (entry.starts_with(openFile) ? openFile : openUrl).size());
+      // The fake records the call, but no application can receive a missing file.
       const bool isMissingFile = entry.starts_with('/') && !std::filesystem::exists(entry);
       if (!isMissingFile) all.push_back(entry);
     }
     return all;
   }
-  void answerNext(const std::string &url, int status,
-                  const std::optional<std::string> &body) override {
+  void scriptNextResponse(const std::string &url, int status,
+                          const std::optional<std::string> &body) override {
     fake_.http.setResponses(url, {{.statusCode = status, .body = body}});
   }
   void requestTermination() override { fake_.application.requestTermination(); }

@@ -18,17 +18,17 @@ class FileMove : public testing::Test {
   const std::string source_ = folder_.file("source", "contents");
 };
 
-TEST_F(FileMove, FileIsMoved) {
+TEST_F(FileMove, FileIsMovedToFreePath) {
   const std::string target = folder_.path() / "target";
   EXPECT_EQ(moveFile(source_, target), MoveResult::moved);
   EXPECT_EQ(contentsOf(target), "contents");
   EXPECT_FALSE(fs::exists(source_));
 }
 
-TEST_F(FileMove, ExistingEntryIsNeverReplaced) {
+TEST_F(FileMove, ExistingDestinationIsNeverReplaced) {
   const std::string file = folder_.file("file", "old");
   const fs::path link = folder_.path() / "link";
-  fs::create_symlink("nowhere", link);
+  fs::create_symlink("missing target", link);
   const fs::path directory = folder_.path() / "folder";
   fs::create_directory(directory);
   for (const std::string target : {fs::path(file), link, directory, fs::path(source_)}) {
@@ -41,8 +41,9 @@ TEST_F(FileMove, ExistingEntryIsNeverReplaced) {
 
 TEST_F(FileMove, FailedMoveKeepsSource) {
   const fs::path &folder = folder_.path();
+  const std::string nameTooLong(256, 'x');  // NAME_MAX is 255.
   EXPECT_EQ(moveFile(source_, folder / "missing folder" / "target"), MoveResult::failed);
-  EXPECT_EQ(moveFile(source_, folder / std::string(256, 'x')), MoveResult::failed);
+  EXPECT_EQ(moveFile(source_, folder / nameTooLong), MoveResult::failed);
   EXPECT_EQ(moveFile(folder / "missing", folder / "target"), MoveResult::failed);
   EXPECT_EQ(contentsOf(source_), "contents");
 }

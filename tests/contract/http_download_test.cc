@@ -14,30 +14,34 @@ using posix_test::contentsOf;
 /// What a completion observed while it ran.
 struct Observation {
   Download download;
-  std::string text;
-  MoveResult moved = MoveResult::failed;
-  bool onMain = true;
+  std::string contents;
+  MoveResult moveResult = MoveResult::failed;
+  bool onMainThread = true;
 };
 
 class HttpDownloadContract : public ContractTest {
  protected:
+  /// Downloads a URL. The completion moves the file to `moveTo`, unless that is empty.
   Observation fetch(const std::string &url, const std::string &moveTo = "") {
     Observation observation;
     int completions = 0;
     platform->interfaces().http.downloadTask(requestOf(url), [&](const Download &download) {
-      observation.onMain = platform->onMainThread();
+      observation.onMainThread = platform->onMainThread();
       observation.download = download;
-      if (download.file) observation.text = contentsOf(*download.file);
-      if (download.file && !moveTo.empty()) observation.moved = moveFile(*download.file, moveTo);
+      if (download.file) observation.contents = contentsOf(*download.file);
+      if (download.file && !moveTo.empty()) {
+        observation.moveResult = moveFile(*download.file, moveTo);
+      }
       queue().post([&] { ++completions; });
     });
     EXPECT_TRUE(runUntil([&] { return completions > 0; }));
     EXPECT_EQ(completions, 1);
     return observation;
   }
+  /// Downloads `body_` from a server that responds with a status such as "200 OK".
   Observation fetchWithStatus(const std::string &status, const std::string &moveTo = "") {
     const LoopbackServer server(respondWith(response(status, body_)));
-    platform->answerNext(server.url("/list.csv"), std::stoi(status), body_);
+    platform->scriptNextResponse(server.url("/list.csv"), std::stoi(status), body_);
     return fetch(server.url("/list.csv"), moveTo);
   }
 
@@ -46,25 +50,25 @@ class HttpDownloadContract : public ContractTest {
 };
 
 TEST_P(HttpDownloadContract, FileIsRemovedAfterCompletion) {
-  const auto [download, text, moved, onMain] = fetchWithStatus("200 OK");
+  const auto [download, contents, moveResult, onMainThread] = fetchWithStatus("200 OK");
   ASSERT_TRUE(download.file);
-  EXPECT_EQ(text, body_);
-  EXPECT_FALSE(onMain);
+  EXPECT_EQ(contents, body_);
+  EXPECT_FALSE(onMainThread);
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);
   // The completion may not have returned yet.
   EXPECT_TRUE(runUntil([&file = *download.file] { return !std::filesystem::exists(file); }));
 }
 
-TEST_P(HttpDownloadContract, MovedFileIsKept) {
+TEST_P(HttpDownloadContract, FileMovedByCompletionIsKept) {
   const std::string path = folder_.path() / "a list.csv";
-  EXPECT_EQ(fetchWithStatus("200 OK", path).moved, MoveResult::moved);
+  EXPECT_EQ(fetchWithStatus("200 OK", path).moveResult, MoveResult::moved);
   EXPECT_EQ(contentsOf(path), body_);
 }
 
 TEST_P(HttpDownloadContract, MoveNeverReplacesExistingFile) {
   const std::string path = folder_.file("list.csv", "earlier");
-  EXPECT_EQ(fetchWithStatus("200 OK", path).moved, MoveResult::destinationExists);
+  EXPECT_EQ(fetchWithStatus("200 OK", path).moveResult, MoveResult::destinationExists);
   EXPECT_EQ(contentsOf(path), "earlier");
 }
 
@@ -72,19 +76,19 @@ TEST_P(HttpDownloadContract, BodyOfErrorStatusIsDelivered) {
   const Observation observation = fetchWithStatus("404 Not Found");
   ASSERT_TRUE(observation.download.response);
   EXPECT_EQ(observation.download.response->statusCode, 404);
-  EXPECT_EQ(observation.text, body_);
+  EXPECT_EQ(observation.contents, body_);
 }
 
-TEST_P(HttpDownloadContract, TruncatedBodyLeavesHeadOnly) {
+TEST_P(HttpDownloadContract, TruncatedBodyReturnsHeadWithoutFile) {
   const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  platform->answerNext(server.url(), 200, std::nullopt);
+  platform->scriptNextResponse(server.url(), 200, std::nullopt);
   const Download download = fetch(server.url()).download;
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);
   EXPECT_EQ(download.file, std::nullopt);
 }
 
-TEST_P(HttpDownloadContract, RefusedConnectionLeavesHeadAndFileAbsent) {
+TEST_P(HttpDownloadContract, RefusedConnectionReturnsNeitherHeadNorFile) {
   const Download download = fetch(refusedUrl("/list.csv")).download;
   EXPECT_EQ(download.file, std::nullopt);
   EXPECT_FALSE(download.response);

@@ -6,10 +6,10 @@
 
 namespace orvel::child_programs {
 
-// Shell commands that every platform under contract can run. The fake platform scripts
-// the same behaviour.
-inline constexpr const char *exitsWithThree = "exit 3";
-inline constexpr const char *killsItself = "kill -9 $$";
+// Shell commands of the contract suites. The real platforms run them; the fake platform has
+// scripts with the same behaviour.
+inline constexpr const char *exitsWithStatusThree = "exit 3";
+inline constexpr const char *killsItselfWithSigkill = "kill -9 $$";
 inline constexpr const char *runsUntilTerminated = "exec sleep 600";
 
 /// The path of a program that does not exist. Its launch fails with
