@@ -13,6 +13,26 @@ endif()
 # Checks the preconditions of the C++ library, such as the bounds of an index.
 add_compile_definitions("$<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>")
 
+# Hardening of optimised builds against memory errors. A sanitizer replaces most of it.
+if(NOT ORVELOS_SANITIZE)
+  set(is_optimised "$<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>>")
+  set(hardening -fstack-protector-strong)
+  if(APPLE)
+    # Xcode's default. The linker makes programs position-independent by itself.
+  else()
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    # Some compilers define _FORTIFY_SOURCE themselves.
+    list(APPEND hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -D_GLIBCXX_ASSERTIONS
+         -fstack-clash-protection)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64")
+      list(APPEND hardening -fcf-protection)
+    endif()
+    # All symbols are bound at the start, and their table is then read-only.
+    add_link_options("$<${is_optimised}:-pie;-Wl,-z,relro,-z,now>")
+  endif()
+  add_compile_options("$<${is_optimised}:${hardening}>")
+endif()
+
 # Makes a release independent of the path of its sources.
 add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>")
 
