@@ -1,7 +1,5 @@
 #include "update/installation.h"
 
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "app/app_delegate.h"
@@ -11,13 +9,13 @@
 #include "server/shell_runner.h"
 #include "update/command_line.h"
 #include "update/signed_release.h"
+#include "update/working_folder.h"
 
 namespace orvel {
 
 namespace {
 
 constexpr const char *bundleIdentifierKey = "CFBundleIdentifier";
-constexpr const char *folderPrefix = "orvel-os-update-";
 
 std::optional<std::string> bundleIdentifier(const PlistTexts &information) {
   const auto found = information.find(bundleIdentifierKey);
@@ -42,28 +40,6 @@ void unpack(const Platform &platform, const std::string &archive, const std::str
   // An unpacker needs no quoting, but a path that cannot be quoted ends the
   // installation on macOS, so it does here too.
   if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
-}
-
-/// Removes what earlier installations left and creates an empty folder to unpack into. Returns
-/// false unless it and its parents below the temporary folder are real folders: a symbolic link
-/// could lead to any folder of the user's.
-bool createWorkingFolder(const std::filesystem::path &temporary,
-                         const std::filesystem::path &folder) {
-  std::error_code error;
-  std::vector<std::filesystem::path> old;
-  for (auto entry = std::filesystem::directory_iterator(temporary, error);
-       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    if (entry->path().filename().string().starts_with(folderPrefix)) old.push_back(entry->path());
-  }
-  for (const auto &path : old) std::filesystem::remove_all(path, error);
-  std::filesystem::create_directories(folder, error);
-
-  auto parent = temporary;
-  for (const auto &name : folder.lexically_relative(temporary)) {
-    parent /= name;
-    if (!isRealFolder(parent)) return false;
-  }
-  return true;
 }
 
 /// A release that a server offers.
@@ -109,15 +85,6 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
 }
 
 }  // namespace
-
-std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie) {
-  const std::string name = folderPrefix + versie;
-  if (name.find('\0') != std::string::npos) return std::nullopt;
-  for (const auto &component : std::filesystem::path(name)) {
-    if (component == "..") return std::nullopt;
-  }
-  return temporary + "/" + name;
-}
 
 bool isTranslocated(std::string_view bundlePath, const PlatformNames &names) {
   return !names.translocationFolder.empty() &&

@@ -13,7 +13,7 @@ namespace orvel {
 
 using StoredTexts = std::map<std::string, std::string, std::less<>>;
 
-/// Returns the text with this key, or nullopt when there is none.
+/// Returns the text with this key, or nullopt when the key is missing.
 std::optional<std::string> find(const StoredTexts &texts, std::string_view key);
 
 /// A bundle whose string entries and code signatures are in memory.

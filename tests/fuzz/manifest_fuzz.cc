@@ -13,9 +13,9 @@
 #include "base/url.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "update/command_line.h"
-#include "update/installation.h"
 #include "update/signed_release.h"
 #include "update/update_check.h"
+#include "update/working_folder.h"
 
 namespace orvel::fuzz {
 

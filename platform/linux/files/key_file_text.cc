@@ -8,8 +8,8 @@ namespace orvel {
 
 namespace {
 
-/// A backslash and a letter that stand for a character (Desktop Entry Specification,
-/// section 4).
+/// A backslash and a letter that stand for a character, as in the Desktop Entry format
+/// (freedesktop.org, section 4).
 struct Escape {
   char letter;
   char character;

@@ -59,9 +59,9 @@ class FolderReplacement : public testing::Test {
   /// Changes the owner of a folder and its contents for `becomeOrdinaryUser`.
   void giveToOrdinaryUser(const fs::path &folder) const {
     if (::geteuid() != 0) return;
-    ::chown(folder.c_str(), ordinaryUser, ordinaryUser);
+    ASSERT_EQ(::chown(folder.c_str(), ordinaryUser, ordinaryUser), 0);
     for (const auto &entry : fs::recursive_directory_iterator(folder)) {
-      ::lchown(entry.path().c_str(), ordinaryUser, ordinaryUser);
+      ASSERT_EQ(::lchown(entry.path().c_str(), ordinaryUser, ordinaryUser), 0);
     }
   }
 

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "tests/unit/core_test.h"
+#include "update/signed_release.h"
+
+namespace orvel {
+
+inline const std::string archiveUrl = "https://os.test/download/orvel-os-1.3.zip";
+inline const std::string validIdentifier =
+    "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
+
+inline std::string infoPlist(const std::string &entries = validIdentifier) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
+         "</dict></plist>\n";
+}
+
+/// A running application and a server that offers an unsigned release.
+class InstallationTest : public CoreTest {
+ protected:
+  InstallationTest() {
+    storeAddress();
+    fake.bundle.folder = root() + "/My Applications/Orvel OS.app";
+    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
+    fake.locations.temporaryFolder = root() + "/temporary";
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive"}});
+    createWebView();
+  }
+
+  std::string workingFolderFor(const std::string &versie = "1.3") const {
+    return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
+  }
+  /// Writes the bundle of a new release. Without an Info.plist when its text is empty.
+  static void writeRelease(const std::string &bundle, const std::string &info = infoPlist()) {
+    writeFile(bundle + "/Contents/version", "new");
+    if (!info.empty()) writeFile(bundle + "/Contents/Info.plist", info);
+  }
+  void install(const std::string &versie = "1.3") {
+    // The temporary path of the archive is known only from the command.
+    fake.processes.onLaunch = [this,
+                               folder = workingFolderFor(versie)](const LaunchRequest &request) {
+      const std::string &command = request.arguments.back();
+      const std::string unpackCommand = "/usr/bin/ditto -x -k '";
+      if (!command.starts_with(unpackCommand)) return;
+      const auto begin = unpackCommand.size();
+      unpackArchive(command.substr(begin, command.find('\'', begin) - begin), folder);
+    };
+    delegate().installeer(*Url::parse(archiveUrl), versie, {});
+    fake.scheduler.runUntilIdle();
+  }
+  std::string installedVersion() const {
+    return readFile(fake.bundle.folder + "/Contents/version");
+  }
+  void expectNotInstalled() {
+    EXPECT_EQ(installedVersion(), "old");
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
+    EXPECT_EQ(fake.record.count("application terminate"), 0U);
+    EXPECT_FALSE(fake.application.terminated);
+  }
+
+  /// Simulates the unpacking of an archive into a folder. By default the archive contains a
+  /// valid release.
+  std::function<void(const std::string &archive, const std::string &folder)> unpackArchive =
+      [](const std::string &, const std::string &folder) {
+        writeRelease(folder + "/Orvel OS.app");
+      };
+};
+
+}  // namespace orvel

@@ -1,0 +1,129 @@
+#include "update/working_folder.h"
+
+#include "base/folder_lock.h"
+#include "tests/unit/installation_test.h"
+
+namespace orvel {
+namespace {
+
+using WorkingFolder = InstallationTest;
+
+TEST_F(WorkingFolder, NameEndsWithVersion) {
+  EXPECT_EQ(workingFolder("/tmp", "1.3"), "/tmp/orvel-os-update-1.3");
+  EXPECT_EQ(workingFolder("/tmp", ""), "/tmp/orvel-os-update-");
+  EXPECT_EQ(workingFolder("/tmp", "a/b"), "/tmp/orvel-os-update-a/b");
+  EXPECT_EQ(workingFolder("/tmp", ".."), "/tmp/orvel-os-update-..");
+  EXPECT_EQ(workingFolder("/tmp", "$(rm -rf ~) `x`\n"), "/tmp/orvel-os-update-$(rm -rf ~) `x`\n");
+}
+
+TEST_F(WorkingFolder, VersionThatLeavesTemporaryFolderIsRejected) {
+  for (const std::string &versie : {std::string("/.."), std::string("/../../home"),
+                                    std::string("1.3/../x"), std::string("a\0b", 3)}) {
+    EXPECT_EQ(workingFolder("/tmp", versie), std::nullopt) << versie;
+  }
+}
+
+TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
+  writeFile(workingFolderFor() + "/of another instance", "partial");
+  {
+    const FolderLock other(fake.locations.temporaryFolder);
+    ASSERT_FALSE(other.isHeldElsewhere());
+    install();
+  }
+  expectNotInstalled();
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/of another instance"));
+  install();
+  EXPECT_EQ(installedVersion(), "new");
+}
+
+TEST_F(WorkingFolder, StaleContentsAreRemoved) {
+  writeRelease(workingFolderFor() + "/Orvel OS.app");
+  bool wasEmpty = false;
+  unpackArchive = [&](const std::string &, const std::string &folder) {
+    wasEmpty = std::filesystem::is_empty(folder);
+  };
+  install();
+  EXPECT_TRUE(wasEmpty);
+  expectNotInstalled();
+}
+
+TEST_F(WorkingFolder, VersionWithSlashUnpacksIntoNestedFolder) {
+  install("1/3");
+  EXPECT_EQ(installedVersion(), "new");
+  EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
+}
+
+TEST_F(WorkingFolder, VersionWithTraversalRemovesNothing) {
+  const std::string other = fake.locations.temporaryFolder + "/of another instance";
+  writeFile(other, "kept");
+  for (const std::string versie : {"/..", "/../..", "1.3/../../x"}) install(versie);
+  EXPECT_EQ(fake.record.count("sh "), 0U);
+  EXPECT_EQ(readFile(other), "kept");
+  expectNotInstalled();
+}
+
+TEST_F(WorkingFolder, FileInPlaceOfTemporaryFolderChangesNothing) {
+  writeFile(fake.locations.temporaryFolder, "a file");
+  unpackArchive = [](const std::string &, const std::string &) {};
+  install();
+  expectNotInstalled();
+}
+
+TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
+  install();
+  EXPECT_EQ(installedVersion(), "new");
+  EXPECT_TRUE(std::filesystem::is_directory(workingFolderFor()));
+
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  fake.locations.replaceSucceeds = false;
+  install("replacement fails");
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
+
+  unpackArchive = [](const std::string &, const std::string &folder) {
+    writeRelease(folder + "/Orvel OS.app", infoPlist(""));
+  };
+  install("other identifier");
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("other identifier") + "/Orvel OS.app"));
+
+  unpackArchive = [](const std::string &, const std::string &) {};
+  install("no bundle");
+  EXPECT_TRUE(std::filesystem::is_directory(workingFolderFor("no bundle")));
+  EXPECT_EQ(installedVersion(), "old");
+}
+
+TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
+  writeFile(workingFolderFor(), "a file");
+  install();
+  EXPECT_EQ(installedVersion(), "new");
+}
+
+TEST_F(WorkingFolder, FoldersOfEarlierVersionsAreRemoved) {
+  writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "refused");
+  writeFile(workingFolderFor("a/b") + "/file", "nested");
+  writeFile(fake.locations.temporaryFolder + "/other", "kept");
+  install();
+  EXPECT_EQ(installedVersion(), "new");
+  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("1.1")));
+  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("a")));
+  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
+}
+
+TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
+  // An archive of version "1" that was refused has left a link to a folder of the user's.
+  writeFile(root() + "/documents/3/letter", "kept");
+  for (const std::string link : {"1", "1/documents", "1/documents/3"}) {
+    SCOPED_TRACE(link);
+    std::filesystem::remove_all(fake.locations.temporaryFolder);
+    std::filesystem::create_directories(
+        std::filesystem::path(workingFolderFor(link)).parent_path());
+    std::filesystem::create_directory_symlink(root() + "/documents", workingFolderFor(link));
+    install("1/documents/3");
+    EXPECT_EQ(installedVersion(), "new");
+    EXPECT_EQ(readFile(root() + "/documents/3/letter"), "kept");
+    EXPECT_FALSE(std::filesystem::exists(root() + "/documents/3/Orvel OS.app"));
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+  }
+}
+
+}  // namespace
+}  // namespace orvel

@@ -1,0 +1,44 @@
+#include "update/working_folder.h"
+
+#include <system_error>
+#include <vector>
+
+#include "base/real_folder.h"
+
+namespace orvel {
+
+namespace {
+
+constexpr const char *folderPrefix = "orvel-os-update-";
+
+}  // namespace
+
+std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie) {
+  const std::string name = folderPrefix + versie;
+  if (name.find('\0') != std::string::npos) return std::nullopt;
+  for (const auto &component : std::filesystem::path(name)) {
+    if (component == "..") return std::nullopt;
+  }
+  return temporary + "/" + name;
+}
+
+bool createWorkingFolder(const std::filesystem::path &temporary,
+                         const std::filesystem::path &folder) {
+  std::error_code error;
+  std::vector<std::filesystem::path> old;
+  for (auto entry = std::filesystem::directory_iterator(temporary, error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    if (entry->path().filename().string().starts_with(folderPrefix)) old.push_back(entry->path());
+  }
+  for (const auto &path : old) std::filesystem::remove_all(path, error);
+  std::filesystem::create_directories(folder, error);
+
+  auto parent = temporary;
+  for (const auto &name : folder.lexically_relative(temporary)) {
+    parent /= name;
+    if (!isRealFolder(parent)) return false;
+  }
+  return true;
+}
+
+}  // namespace orvel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace orvel {
+
+/// Returns the folder for unpacking a release of this version. Returns nullopt when the
+/// version contains NUL or ".." as a path component, which would leave the temporary folder.
+/// Any thread.
+std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
+
+/// Removes what earlier installations left and creates an empty folder to unpack into. Returns
+/// false unless it and its parents below the temporary folder are real folders: a symbolic link
+/// could lead to any folder of the user's. The caller
+/// holds the lock of the temporary folder. Any thread; blocks on the disk.
+bool createWorkingFolder(const std::filesystem::path &temporary,
+                         const std::filesystem::path &folder);
+
+}  // namespace orvel
