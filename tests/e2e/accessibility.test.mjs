@@ -5,7 +5,7 @@ import { setTimeout as pause } from 'node:timers/promises';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
-import { addressTitle } from '../support/desktop/screen.mjs';
+import { addressDialogTitle } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
@@ -20,13 +20,13 @@ test('the address dialog has a name and a description, and its field has a name'
     await user.startAndShowPage();
     await screen.openAddressDialog();
     await saveScreenshot('accessible-address-dialog');
-    const { description } = await awaitDialog(screen, addressTitle);
+    const { description } = await awaitDialog(screen, addressDialogTitle);
     assert.match(description, /Online: .*\nOp deze Mac: http:\/\/127\.0\.0\.1:4767\//);
-    await screen.accessibility.awaitWidget({ role: /^(entry|text)$/, name: addressTitle });
+    await screen.accessibility.awaitWidget({ role: /^(entry|text)$/, name: addressDialogTitle });
     for (const name of ['Bewaar', 'Annuleren']) {
       await screen.accessibility.awaitWidget({ role: /button/, name });
     }
-    await screen.closePanel(addressTitle, 'Escape');
+    await screen.closePanel(addressDialogTitle, 'Escape');
   });
 
 test('a button with the keyboard focus has a bright ring that stays', async (user, screen) => {

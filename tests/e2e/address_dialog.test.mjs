@@ -5,7 +5,7 @@ import { existsSync, readFileSync } from 'node:fs';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning } from '../support/desktop/processes.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
@@ -32,7 +32,7 @@ async function assertSelectedAddress(screen, address) {
 
 test('the dialog shows the current address, all selected', async (user, screen) => {
   await user.startAndShowPage();
-  await screen.awaitPage();
+  await screen.awaitPageOnScreen();
   await assertSelectedAddress(screen, localAddress);
   await user.quit();
   assert.equal(storedAddress(user), undefined);
@@ -81,10 +81,10 @@ test('an online address stops the local server and is stored; the local address 
     await online.awaitPainted();
     assert.equal(storedAddress(user), typed, 'as typed, without the surrounding blanks');
     const { pid } = await user.root.awaitStarted();
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
     assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
     assert.ok(isRunning(pid), 'the page is shown before the server has stopped');
-    assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], KEY);
+    assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
     await user.root.awaitServerExit();
     assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
@@ -130,17 +130,17 @@ test('a preset online address is shown, and its cookie is for https only', async
   const online = await user.openOnlineServer();
   user.setPlistValues({ ORVELOSURL: online.address });
   user.start();
-  await screen.awaitPage();
+  await screen.awaitPageOnScreen();
 
-  assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], KEY);
+  assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
   const [{ headers }] = online.requestsTo('/');
   assert.equal(headers['x-orvel-app'], undefined);
-  assert.ok(headers['user-agent'].endsWith(` ORVELOS/${KEY}`));
+  assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`));
   // The cookie is stored, but not sent over http. SQLite stores its text as it stands, in the
   // database or in its journal.
   assert.doesNotMatch(headers.cookie ?? '', /orvelapp/);
   await waitFor('the stored cookie', () =>
-    user.dataFiles().some((path) => readFileSync(path, 'latin1').includes(`orvelapp${KEY}`)));
+    user.dataFiles().some((path) => readFileSync(path, 'latin1').includes(`orvelapp${APP_KEY}`)));
 
   const before = online.requestsTo('/').length;
   await screen.pressKeys('ctrl+r');
@@ -156,6 +156,6 @@ test('a stored address wins over the preset', { plist: { ORVELOSURL: 'http://127
     const online = await user.openOnlineServer();
     user.storeAddress(online.address);
     user.start();
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
     assert.deepEqual(user.root.record(), []);
   });

@@ -5,11 +5,11 @@ import { spawn } from 'node:child_process';
 import { existsSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop, beacon } from '../support/desktop/default_apps.mjs';
+import { Desktop, barrierUrl } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link, pageColour } from '../support/desktop/page.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
@@ -20,7 +20,7 @@ const text = (body) => ({ headers: { 'content-type': 'text/plain' }, body });
 /// Clicks a link once the page gets pointer events. A menu that has just closed may still grab
 /// the pointer.
 async function clickAfterMenu(user, screen, layout, id, options) {
-  await screen.awaitMenu(false);
+  await screen.awaitMenuClosed();
   await screen.hoverElement(layout, id);
   await waitFor(`the pointer over ${id}`, () => user.root.reported('hover').at(-1) === id);
   await screen.clickElement(layout, id, options);
@@ -29,41 +29,42 @@ async function clickAfterMenu(user, screen, layout, id, options) {
 const openItem = 0;
 const downloadItem = 1;
 
-/// Chooses an item of each link's context menu and then clicks the beacon. `choices` has for each
-/// link its address, the item, and the name of the file if one is downloaded.
-async function chooseItems(user, screen, choices) {
+/// Chooses an item of each link's context menu, clicks the barrier link, quits, and fails unless
+/// each link has been opened or downloaded. `choices` has for each link its URL, the item, and
+/// the name of the file if one is downloaded.
+async function assertMenuChoices(user, screen, choices) {
   const desktop = new Desktop(user);
   const layout = await user.startWithPage(
     choices.map(([href], index) => hoverLink(`link${index}`, href)).join('') +
-    hoverLink('beacon', beacon),
+    hoverLink('barrier', barrierUrl),
     { routes: { '/page': text('page'), '/api/bestand/stored': text('stored') } });
-  const opened = [beacon];
+  const opened = [barrierUrl];
   for (const [index, [href, item, name]] of choices.entries()) {
     await clickAfterMenu(user, screen, layout, `link${index}`, { button: 3 });
-    await screen.awaitMenu();
+    await screen.awaitMenuOpen();
     await saveScreenshot('context-menu');
     // The menu opens with its first item selected.
     await screen.pressKeys(...Array(item).fill('Down'), 'Return');
-    opened.push(name ? desktop.path(name) : href);
+    opened.push(name ? desktop.downloadPath(name) : href);
     await desktop.awaitOpened(opened.at(-1));
   }
-  await clickAfterMenu(user, screen, layout, 'beacon');
-  await desktop.awaitOpened(beacon);
+  await clickAfterMenu(user, screen, layout, 'barrier');
+  await desktop.awaitOpened(barrierUrl);
   for (const [href] of choices.filter(([, , name]) => name)) {
     const keys = user.root.requestsTo(href).map(({ headers }) => headers['x-orvel-app']);
-    assert.deepEqual(keys, [KEY], href);
+    assert.deepEqual(keys, [APP_KEY], href);
   }
-  await desktop.quitWithOpened(...opened);
+  await desktop.quitAndAssertOpened(...opened);
 }
 
 test('"Open Link" of the context menu does what a click does', (user, screen) =>
-  chooseItems(user, screen, [
+  assertMenuChoices(user, screen, [
     ['https://elsewhere.test/open', openItem],
     ['/api/bestand/stored', openItem, 'stored.txt'],
   ]));
 
 test('"Download Linked File" of the context menu downloads with the key or opens outside',
-  (user, screen) => chooseItems(user, screen, [
+  (user, screen) => assertMenuChoices(user, screen, [
     ['https://elsewhere.test/file', downloadItem],
     ['/page', downloadItem, 'page.txt'],
     ['/api/bestand/stored', downloadItem, 'stored.txt'],
@@ -81,13 +82,13 @@ async function drop(user, screen, content, [x, y], isSeen) {
     const window = await waitFor('the source', async () =>
       (await screen.windows('Drag source'))[0]);
     const [fromX, fromY] = [80, 580];
-    await screen.tool('xdotool', 'windowmove', '--sync', window, '20', '500');
+    await screen.runTool('xdotool', 'windowmove', '--sync', window, '20', '500');
     await waitFor('the source on the screen', () =>
       !screen.screenshot().shows(pageColour, fromX, fromY));
     const move = (share) =>
       screen.movePointer(fromX + (x - fromX) * share, fromY + (y - fromY) * share);
     await move(0);
-    await screen.tool('xdotool', 'mousedown', '1');
+    await screen.runTool('xdotool', 'mousedown', '1');
     // GTK starts a drag after some distance, and the target responds to each step.
     for (let step = 1; step <= 20; step += 1) await move(step / 20);
     await waitFor('the drag over its target', async () => {
@@ -95,7 +96,7 @@ async function drop(user, screen, content, [x, y], isSeen) {
       await move(1);
       return isSeen();
     });
-    await screen.tool('xdotool', 'mouseup', '1');
+    await screen.runTool('xdotool', 'mouseup', '1');
     await waitFor('the end of the drag', () => !isRunning(child.pid));
   } finally {
     kill(child.pid);
@@ -106,7 +107,7 @@ async function drop(user, screen, content, [x, y], isSeen) {
 test('a drop reaches an element that accepts it, and never replaces the page', { skip },
   async (user, screen) => {
     const desktop = new Desktop(user);
-    const layout = await user.startWithPage(`${link('beacon', beacon)}
+    const layout = await user.startWithPage(`${link('barrier', barrierUrl)}
       <button id="target" style="height: 100px">drop here</button>
       <button id="other" style="height: 100px; margin-top: 100px">not here</button>
       <script>
@@ -131,10 +132,10 @@ test('a drop reaches an element that accepts it, and never replaces the page', {
     await dropOn('other', file);
     await dropOn('other', 'https://elsewhere.test/dropped');
 
-    await desktop.openBeacon(layout);
+    await desktop.clickBarrierLink(layout);
     user.root.assertPageLoadedOnce();
     assert.equal(user.root.reported('drop').length, 1);
     await user.quit();
     await user.awaitProcessesEnded();
-    assert.deepEqual(desktop.opened().sort(), [beacon, 'https://elsewhere.test/dropped']);
+    assert.deepEqual(desktop.opened().sort(), [barrierUrl, 'https://elsewhere.test/dropped']);
   });

@@ -4,10 +4,10 @@ import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
+import { Desktop, barrierLink, barrierUrl } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -43,14 +43,14 @@ test('an export is requested with its query, the key and the cookies of its host
       },
     });
     await screen.clickElement(layout, 'export');
-    assert.equal(await desktop.awaitFile('export.csv'), 'one;two\n');
+    assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one;two\n');
     const requests = user.root.events('request').filter((request) =>
       request.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
-    assert.equal(requests[0].headers['x-orvel-app'], KEY);
+    assert.equal(requests[0].headers['x-orvel-app'], APP_KEY);
     // All cookies of the host are sent, regardless of their path.
     assert.deepEqual(requests[0].headers.cookie.split('; ').sort(),
-      ['closed=three', 'deeper=two', `orvelapp=${KEY}`, 'own=one', 'persistent=yes']);
+      ['closed=three', 'deeper=two', `orvelapp=${APP_KEY}`, 'own=one', 'persistent=yes']);
   });
 
 test('files of one name that end at the same time are all kept and opened',
@@ -65,15 +65,15 @@ test('files of one name that end at the same time are all kept and opened',
     for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('three requests', () =>
       paths.every((path) => user.root.requestsTo(path).length === 1));
-    assert.deepEqual(desktop.files(), [], 'no incomplete file is visible');
+    assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
     writeFileSync(gate, '');
     const names = ['data 2.csv', 'data 3.csv', 'data.csv'];
     const texts = [];
-    for (const name of names) texts.push(await desktop.awaitFile(name));
+    for (const name of names) texts.push(await desktop.awaitOpenedFile(name));
     assert.deepEqual(texts.sort(), paths.map((path) => `begin of ${path} and end`));
-    assert.deepEqual(desktop.files(), names);
-    await desktop.quitWithOpened(...names.map((name) => desktop.path(name)));
+    assert.deepEqual(desktop.downloadedFiles(), names);
+    await desktop.quitAndAssertOpened(...names.map((name) => desktop.downloadPath(name)));
   });
 
 const suggestedNames = {
@@ -101,7 +101,7 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
     await user.root.awaitResponseClosed(path);
   }
   await waitFor('all files', () => desktop.opened().length === cases.length);
-  assert.deepEqual(desktop.files(), cases.map(({ name }) => name).sort());
+  assert.deepEqual(desktop.downloadedFiles(), cases.map(({ name }) => name).sort());
   await user.quit();
   assert.deepEqual(readdirSync(user.home), ['Downloads']);
 });
@@ -109,14 +109,14 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
 test('existing files are kept, and the XDG download folder is used', async (user, screen) => {
   const desktop = new Desktop(user, { downloads: join(user.home, 'My files') });
   const existing = ['data.csv', 'data 2.csv'];
-  for (const name of existing) writeFileSync(desktop.path(name), 'existing');
+  for (const name of existing) writeFileSync(desktop.downloadPath(name), 'existing');
   const layout = await user.startWithPage(link('export', '/api/export'), {
     routes: { '/api/export': file(attachment('data.csv')) },
   });
   await screen.clickElement(layout, 'export');
-  assert.equal(await desktop.awaitFile('data 3.csv'), 'one;two\n');
+  assert.equal(await desktop.awaitOpenedFile('data 3.csv'), 'one;two\n');
   for (const name of existing) {
-    assert.equal(readFileSync(desktop.path(name), 'utf8'), 'existing');
+    assert.equal(readFileSync(desktop.downloadPath(name), 'utf8'), 'existing');
   }
   await user.quit();
   assert.deepEqual(readdirSync(user.home), ['My files']);
@@ -148,9 +148,9 @@ test('responses other than 200 and truncated responses leave nothing', async (us
     await screen.clickElement(layout, name);
     await user.root.awaitResponseClosed(stored(name));
   }
-  await desktop.awaitFile('data.csv');
+  await desktop.awaitOpenedFile('data.csv');
   assert.equal(user.root.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
-  await desktop.quitWithOpened(desktop.path('data.csv'));
+  await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'));
   assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
 });
 
@@ -165,17 +165,18 @@ for (const [situation, { prepare, left }] of Object.entries(obstacles)) {
     const desktop = new Desktop(user);
     rmSync(desktop.downloads, { recursive: true });
     prepare(desktop.downloads);
-    const layout = await user.startWithPage(storedLink('early') + beaconLink + storedLink('late'), {
+    const page = storedLink('early') + barrierLink + storedLink('late');
+    const layout = await user.startWithPage(page, {
       routes: { [stored('early')]: data(), [stored('late')]: data({ body: 'later' }) },
     });
     await screen.clickElement(layout, 'early');
-    await desktop.openBeacon(layout);
+    await desktop.clickBarrierLink(layout);
     assert.deepEqual(contents(user.home), left);
     rmSync(desktop.downloads, { force: true });
     mkdirSync(desktop.downloads);
     await screen.clickElement(layout, 'late');
-    assert.equal(await desktop.awaitFile('data.csv'), 'later');
-    await desktop.quitWithOpened(desktop.path('data.csv'), beacon);
+    assert.equal(await desktop.awaitOpenedFile('data.csv'), 'later');
+    await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'), barrierUrl);
     assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
   });
 }
@@ -194,7 +195,7 @@ async function startEndlessDownload(user, screen) {
 }
 
 const ends = {
-  'the quit key': (user) => user.quit(),
+  'Control-Q': (user) => user.quit(),
   SIGTERM: (user) => user.terminate(),
   SIGKILL: (user) => user.forceQuit(),
 };
@@ -203,7 +204,7 @@ for (const [action, end] of Object.entries(ends)) {
     async (user, screen) => {
       const desktop = await startEndlessDownload(user, screen);
       await end(user);
-      await desktop.assertOpened();
+      await desktop.awaitEndAndAssertOpened();
       assert.deepEqual(contents(user.home), ['Downloads']);
     });
 }

@@ -10,10 +10,12 @@ import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { fingerprint, makeRelease, makeUpdateKey, signatureOf } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, archive, checkFromMenu, offer, openUpdateServer, quitRestarted,
-  startWithUpdateServer, updatedNotice,
+  fingerprint, makeRelease, makeUpdateKey, signatureMembers,
+} from '../support/desktop/release.mjs';
+import {
+  acceptRestart, archivePath, beginUpdateCheck, offerRelease, openUpdateServer,
+  quitRestartedApplication, startWithUpdateServer, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -69,7 +71,7 @@ async function trace(user, { pid }, name, number) {
 /// whether the application showed the notice, and its system calls.
 async function install(user, screen, server, gate, name, number) {
   rmSync(gate, { force: true });
-  const downloads = () => server.requestsTo(archive).length;
+  const downloads = () => server.requestsTo(archivePath).length;
   const before = downloads();
   const run = await user.startAndShowPage({ server });
   run.killExpected = true;
@@ -115,7 +117,7 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
     const oldBundle = fingerprint(user.bundle);
     const release = makeRelease(user);
     const gate = join(user.folder, 'gate');
-    offer(server, '1.1', { body: release, gate }, signatureOf(release, key, '1.1'));
+    offerRelease(server, '1.1', { body: release, gate }, signatureMembers(release, key, '1.1'));
 
     const undisturbed = await install(user, screen, server, gate);
     assert.ok(undisturbed.isComplete);
@@ -160,7 +162,7 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
 
     assert.ok((await install(user, screen, server, gate)).isComplete);
     await acceptRestart(user, server);
-    await quitRestarted(user);
+    await quitRestartedApplication(user);
   });
 
 /// Returns a release that takes seconds to unpack.
@@ -172,7 +174,7 @@ const largeRelease = (user) => makeRelease(user, {
 async function beginUnpacking(user, screen) {
   const large = join(updateFolder(user), 'part/Orvel OS.app/Contents/large');
   rmSync(large, { force: true });
-  await checkFromMenu(screen);
+  await beginUpdateCheck(screen);
   await waitFor('the unpacking', () => statSync(large, { throwIfNoEntry: false })?.size > 0);
 }
 
@@ -182,11 +184,11 @@ test('SIGKILL and SIGTERM while the archive is unpacked leave the old bundle',
     const oldBundle = fingerprint(user.bundle);
     const release = largeRelease(user);
     for (const signal of ['SIGKILL', 'SIGTERM']) {
-      offer(server, '1.1', release);
+      offerRelease(server, '1.1', release);
       await beginUnpacking(user, screen);
       await user.forceQuit(user.run, signal);
       assert.equal(fingerprint(user.bundle), oldBundle);
-      offer(server, '1.0');
+      offerRelease(server, '1.0');
       await user.startAndShowPage({ server });
     }
     await user.quit();

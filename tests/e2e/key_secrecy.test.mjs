@@ -9,7 +9,7 @@ import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -32,7 +32,7 @@ function watchProcesses(user) {
   const timer = setInterval(() => {
     for (const { pid, name } of user.processes()) {
       seen.all.add(name);
-      if (readableText(pid).includes(KEY)) seen.withKey.add(name);
+      if (readableText(pid).includes(APP_KEY)) seen.withKey.add(name);
     }
   }, 20);
   return () => {
@@ -64,7 +64,7 @@ function filesWithKey(folder) {
   return readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
     const path = join(folder, entry.name);
     if (entry.isDirectory()) return filesWithKey(path);
-    return entry.isFile() && readFileSync(path, 'latin1').includes(KEY) ? [path] : [];
+    return entry.isFile() && readFileSync(path, 'latin1').includes(APP_KEY) ? [path] : [];
   });
 }
 
@@ -77,9 +77,9 @@ test('no command line, environment, log, message or other file contains the key'
       routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
     }, { environment: { PATH } });
     await screen.clickElement(layout, 'export');
-    assert.equal(await desktop.awaitFile('export.csv'), 'one\n');
+    assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one\n');
     const { pid, env, argv } = await user.root.awaitStarted();
-    assert.ok(!JSON.stringify({ env, argv }).includes(KEY));
+    assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
     // The error pages of a server that has stopped, and of one that does not respond.
     kill(pid);
@@ -87,7 +87,7 @@ test('no command line, environment, log, message or other file contains the key'
     user.root.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
     const unresponsive = await screen.awaitPageText((text) => text.includes('reageert niet'));
-    for (const text of [stopped, unresponsive]) assert.ok(!text.includes(KEY), text);
+    for (const text of [stopped, unresponsive]) assert.ok(!text.includes(APP_KEY), text);
     await user.quit();
 
     const { all, withKey } = stopWatching();
@@ -97,11 +97,11 @@ test('no command line, environment, log, message or other file contains the key'
     assert.deepEqual([...withKey], []);
     const programLog = readFileSync(log, 'latin1');
     for (const text of ['-sTCP:LISTEN', 'ORVEL_OS_ROOT=']) assert.ok(programLog.includes(text));
-    assert.ok(!programLog.includes(KEY), 'a program got the key');
+    assert.ok(!programLog.includes(APP_KEY), 'a program got the key');
 
     const [{ output }] = user.runs;
-    assert.ok(!output.includes(KEY), output);
-    assert.ok(!readFileSync(user.root.log, 'latin1').includes(KEY));
+    assert.ok(!output.includes(APP_KEY), output);
+    assert.ok(!readFileSync(user.root.log, 'latin1').includes(APP_KEY));
     // Its source, the record of the fixture server, and the cookie of the web view.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
@@ -136,7 +136,7 @@ test('another host gets neither key nor cookie by any kind of request', async (u
     },
   });
   await screen.clickElement(layout, 'file');
-  assert.equal(await desktop.awaitFile('file.csv'), 'elsewhere\n');
+  assert.equal(await desktop.awaitOpenedFile('file.csv'), 'elsewhere\n');
   const paths = ['image', 'image-redirect', 'style.css', 'script.js', 'fetch', 'fetch-redirect',
     'beacon', 'file'];
   for (const path of paths) {
@@ -146,13 +146,14 @@ test('another host gets neither key nor cookie by any kind of request', async (u
   for (const { url, headers, body } of other.requests) {
     // The web view has one user agent, with the key, for all hosts.
     const { 'user-agent': agent, ...rest } = headers;
-    if (url === '/file') assert.ok(!agent?.includes(KEY), agent);
-    assert.doesNotMatch(JSON.stringify({ url, rest, body }), new RegExp(`${KEY}|orvelapp`), url);
+    if (url === '/file') assert.ok(!agent?.includes(APP_KEY), agent);
+    assert.doesNotMatch(JSON.stringify({ url, rest, body }),
+      new RegExp(`${APP_KEY}|orvelapp`), url);
     assert.equal(rest['x-orvel-app'], undefined, url);
     assert.equal(rest.cookie, undefined, url);
   }
   // The own server gets both.
   const [{ headers }] = user.root.requestsTo('/api/bestand/1');
-  assert.equal(headers['x-orvel-app'], KEY);
-  assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.equal(headers['x-orvel-app'], APP_KEY);
+  assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 });

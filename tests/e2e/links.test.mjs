@@ -3,7 +3,7 @@
 
 import assert from 'node:assert/strict';
 
-import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
+import { Desktop, barrierLink, barrierUrl } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button, link } from '../support/desktop/page.mjs';
 import { withSessionBus } from '../support/desktop/bus.mjs';
@@ -21,7 +21,7 @@ test('links to other sites, mail and telephone open unchanged, and the page stay
       tel: 'tel:+31-20-1234567',
       noSlash: 'http://127.0.0.1:4768',
     };
-    const layout = await user.startWithPage(beaconLink +
+    const layout = await user.startWithPage(barrierLink +
       Object.entries(links).map(([id, url]) => link(id, url)).join(''));
     const opened = { ...links, noSlash: `${links.noSlash}/` };
     for (const [id, url] of Object.entries(opened)) {
@@ -29,13 +29,13 @@ test('links to other sites, mail and telephone open unchanged, and the page stay
       await desktop.awaitOpened(url);
     }
     await saveScreenshot('links');
-    await desktop.openBeacon(layout);
-    await desktop.quitWithOpened(beacon, ...Object.values(opened));
+    await desktop.clickBarrierLink(layout);
+    await desktop.quitAndAssertOpened(barrierUrl, ...Object.values(opened));
   });
 
 test('a default application that does not respond does not delay others', async (user, screen) => {
   const desktop = new Desktop(user);
-  desktop.activateByDBus('tel', 'nl.orvel.unresponsive');
+  desktop.setDBusActivatedDefault('tel', 'nl.orvel.unresponsive');
   await withSessionBus(async (environment, bus) => {
     const layout = await user.startWithPage(
       link('tel', 'tel:112') + link('web', 'https://elsewhere.test/'), {}, { environment });
@@ -76,10 +76,10 @@ test('an embedded page of another site opens outside and is not loaded', async (
   const desktop = new Desktop(user);
   const foreign = await user.openOnlineServer();
   const embedded = `${foreign.address}embedded`;
-  const layout = await user.startWithPage(`${beaconLink}<iframe src="${embedded}"></iframe>`);
+  const layout = await user.startWithPage(`${barrierLink}<iframe src="${embedded}"></iframe>`);
   await desktop.awaitOpened(embedded);
-  await desktop.openBeacon(layout);
-  await desktop.quitWithOpened(beacon, embedded);
+  await desktop.clickBarrierLink(layout);
+  await desktop.quitAndAssertOpened(barrierUrl, embedded);
   assert.deepEqual(foreign.requests, []);
 });
 
@@ -93,7 +93,7 @@ test('addresses of all other schemes are blocked', async (user, screen) => {
     ftp: 'ftp://elsewhere.test/',
     custom: 'orvel:something',
   };
-  const layout = await user.startWithPage(`${beaconLink}
+  const layout = await user.startWithPage(`${barrierLink}
     ${Object.entries(links).map(([id, url]) => link(id, url)).join('')}
     ${button('setData', "location = 'data:text/html,away'")}
     ${button('setBlob', 'location = blob.href')}
@@ -102,8 +102,8 @@ test('addresses of all other schemes are blocked', async (user, screen) => {
   for (const id of [...Object.keys(links), 'setData', 'setBlob']) {
     await screen.clickElement(layout, id);
   }
-  await desktop.openBeacon(layout);
-  await desktop.quitWithOpened(beacon);
+  await desktop.clickBarrierLink(layout);
+  await desktop.quitAndAssertOpened(barrierUrl);
   assert.equal(user.root.reported('script').length, 1, 'the clicks reached the page');
   assert.deepEqual(user.root.requestsTo('/api/frame'), [], 'the embedded page is blocked too');
 });
@@ -115,7 +115,7 @@ test('a new window of the same server becomes a download, one of another site op
       button(id, `report('window', { isNull: window.open('${url}') === null })`);
     const elsewhere = (path) => `https://elsewhere.test/${path}`;
     const newWindow = 'target="_blank"';
-    const layout = await user.startWithPage(`${beaconLink}
+    const layout = await user.startWithPage(`${barrierLink}
       ${link('own', '/page', newWindow)}${link('other', elsewhere('blank'), newWindow)}
       ${link('named', elsewhere('named'), 'target="name"')}
       ${link('mail', 'mailto:someone@elsewhere.test', newWindow)}
@@ -129,15 +129,15 @@ test('a new window of the same server becomes a download, one of another site op
     for (const id of ['own', 'other', 'named', 'mail', 'openOwn', 'openOther', 'openEmpty']) {
       await screen.clickElement(layout, id);
     }
-    assert.match(await desktop.awaitFile('page.html'), /an ordinary page/);
-    assert.equal(await desktop.awaitFile('opened.txt'), 'opened');
-    await desktop.openBeacon(layout);
-    await desktop.quitWithOpened(beacon, elsewhere('blank'), elsewhere('opened'),
-      elsewhere('named'), 'mailto:someone@elsewhere.test', desktop.path('opened.txt'),
-      desktop.path('page.html'));
+    assert.match(await desktop.awaitOpenedFile('page.html'), /an ordinary page/);
+    assert.equal(await desktop.awaitOpenedFile('opened.txt'), 'opened');
+    await desktop.clickBarrierLink(layout);
+    await desktop.quitAndAssertOpened(barrierUrl, elsewhere('blank'), elsewhere('opened'),
+      elsewhere('named'), 'mailto:someone@elsewhere.test', desktop.downloadPath('opened.txt'),
+      desktop.downloadPath('page.html'));
     for (const url of ['/page', '/opened']) assert.equal(user.root.requestsTo(url).length, 1);
     assert.deepEqual(user.root.reported('window'), Array(3).fill({ isNull: true }));
-    assert.deepEqual(desktop.files(), ['opened.txt', 'page.html']);
+    assert.deepEqual(desktop.downloadedFiles(), ['opened.txt', 'page.html']);
   });
 
 test('a form to another site, links in frames and the middle button follow the same rules',
@@ -145,7 +145,7 @@ test('a form to another site, links in frames and the middle button follow the s
     const desktop = new Desktop(user);
     const foreign = await user.openOnlineServer();
     const { address } = foreign;
-    const layout = await user.startWithPage(`${beaconLink}
+    const layout = await user.startWithPage(`${barrierLink}
       <form method="post" action="${address}form">
         <input type="hidden" name="word" value="secret"><button id="form">send</button>
       </form>
@@ -165,9 +165,9 @@ test('a form to another site, links in frames and the middle button follow the s
       await desktop.awaitOpened(address + id);
     }
     await screen.clickElement(layout, 'middleFile', { button: 2 });
-    assert.equal(await desktop.awaitFile('middle.txt'), 'middle');
-    await desktop.openBeacon(layout);
-    await desktop.quitWithOpened(beacon, ...urls, desktop.path('middle.txt'));
+    assert.equal(await desktop.awaitOpenedFile('middle.txt'), 'middle');
+    await desktop.clickBarrierLink(layout);
+    await desktop.quitAndAssertOpened(barrierUrl, ...urls, desktop.downloadPath('middle.txt'));
     assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame stays');
     assert.deepEqual(foreign.requests, [], 'the data of the form are sent nowhere');
   });

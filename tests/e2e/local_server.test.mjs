@@ -7,7 +7,7 @@ import { join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { PORT, isRunning, kill, listeners } from '../support/desktop/processes.mjs';
+import { PORT, isRunning, kill, describeListeners } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
@@ -31,7 +31,7 @@ test('without a server script the error page names the address dialog', { behavi
     await saveScreenshot('error-no-os');
 
     // Once there is a script, Control-R starts it.
-    user.root.install();
+    user.root.installServer();
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted();
   });
@@ -88,7 +88,7 @@ test('without node the launch error is shown and nothing is probed', { skip },
     assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
     await saveScreenshot('error-no-node');
     assert.deepEqual(user.root.record(), []);
-    assert.equal(listeners(), '');
+    assert.equal(describeListeners(), '');
   });
 
 test("node is found on the search path of the user's login shell", { skip }, async (user) => {
@@ -109,7 +109,7 @@ async function withPortInUse(args, body) {
     stdio: 'ignore',
   });
   try {
-    await waitFor('a listening process', () => listeners());
+    await waitFor('a listening process', () => describeListeners());
     await body(holder);
   } finally {
     kill(holder.pid);

@@ -25,9 +25,9 @@ const freePoint = [600, 420];
 /// drawn, and returns its position in the window.
 async function openInspector(screen) {
   await screen.click(...freePoint, { button: 3 });
-  await screen.awaitMenu();
+  await screen.awaitMenuOpen();
   await screen.pressKeys('Up', 'Return');
-  await screen.awaitMenu(false);
+  await screen.awaitMenuClosed();
   const { extents } = await screen.accessibility.awaitWidget({ name: 'WebKitWebViewBase' });
   await waitFor('the inspector', () => {
     const [red, green, blue] = screen.screenshot().pixel(600, 790);
@@ -69,7 +69,7 @@ const dialogs = {
 };
 
 const actions = {
-  'the quit key': quitActions['the quit key'],
+  'Control-Q': quitActions['Control-Q'],
   SIGTERM: quitActions.SIGTERM,
   'closing the main window': (run, screen) => screen.closeMainWindow(),
 };
@@ -78,7 +78,7 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
   for (const [action, quit] of Object.entries(actions)) {
     test(`${action} quits while ${dialog} is open`, async (user, screen) => {
       const layout = await user.startWithPage(page, { routes });
-      await screen.awaitPage(...freePoint);
+      await screen.awaitPageOnScreen(...freePoint);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
       await saveScreenshot(dialog);
@@ -92,7 +92,7 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
 
 test('Escape cancels the authentication and shows the response', async (user, screen) => {
   const layout = await user.startWithPage(secretLink, { routes });
-  await screen.awaitPage(...freePoint);
+  await screen.awaitPageOnScreen(...freePoint);
   await screen.clickElement(layout, 'open');
   await awaitAuthentication(screen);
   await screen.pressKeys('Escape');
@@ -107,7 +107,7 @@ test('name and password are sent, and Escape goes to the page afterwards',
       <script>
         addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
       </script>`, { routes });
-    await screen.awaitPage(...freePoint);
+    await screen.awaitPageOnScreen(...freePoint);
     await screen.pressKeys('Escape');
     await user.root.awaitReport('escape');
     await screen.clickElement(layout, 'open');

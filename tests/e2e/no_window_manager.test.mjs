@@ -9,7 +9,7 @@ const { test, saveScreenshot } = desktopTests({ windowManager: false });
 
 test('the window fills the screen and takes keys', async (user, screen) => {
   await user.startAndShowPage();
-  await screen.awaitPage();
+  await screen.awaitPageOnScreen();
   await saveScreenshot('no-window-manager');
   const { width, height } = screen.screenshot();
   const [layout] = user.root.reported('painted');

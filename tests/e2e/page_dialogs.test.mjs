@@ -5,7 +5,7 @@ import assert from 'node:assert/strict';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { addressTitle } from '../support/desktop/screen.mjs';
+import { addressDialogTitle } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
@@ -80,9 +80,9 @@ test('probing goes on and the page opens while the address dialog is open',
     const before = user.root.requestsTo('/api/wie').length;
     assert.ok(before < 30, 'the server was ready before the dialog was open');
     await user.root.awaitPainted();
-    assert.equal(await screen.awaitPanel(addressTitle), panel);
+    assert.equal(await screen.awaitPanel(addressDialogTitle), panel);
     assert.equal(user.root.requestsTo('/api/wie').length, 31);
-    await screen.closePanel(addressTitle, 'Escape');
+    await screen.closePanel(addressDialogTitle, 'Escape');
   });
 
 test('prompt returns null and beforeunload asks nothing, without a dialog',

@@ -93,7 +93,7 @@ test('a page is printed on a printer', async (user, screen) => {
 test('a printer that hangs does not delay quitting', async (user, screen) => {
   const printServer = await openDialogWithPrinter(user, screen);
   const dialog = await selectPrinter(screen, 'Archive');
-  printServer.hang();
+  printServer.suspend();
   await screen.accessibility.click(dialog, printButton);
   await screen.awaitWindowCount(1);
 });

@@ -29,7 +29,7 @@ for (const [action, quit] of Object.entries(quitActions)) {
 test('no error page is shown while a slow server stops', { behaviour: { stopDelay: 700 } },
   async (user, screen) => {
     const run = await user.startAndShowPage();
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
     await screen.pressKeys('ctrl+q');
     let count = 0;
     await waitFor('end of the application', async () => {
@@ -44,7 +44,7 @@ test('no error page is shown while a slow server stops', { behaviour: { stopDela
     assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
   });
 
-for (const action of ['the quit key', 'the close key', 'SIGTERM']) {
+for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
   const quit = quitActions[action];
 
   test(`${action} kills a server that ignores SIGTERM after 3 seconds`,

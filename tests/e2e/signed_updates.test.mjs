@@ -1,4 +1,4 @@
-// A build with a public key installs only the releases of the owner of the private key.
+// A build with a public key installs only releases that are signed with the private key.
 
 import assert from 'node:assert/strict';
 import { rmSync } from 'node:fs';
@@ -6,70 +6,75 @@ import { dirname, join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import {
-  fingerprint, makeRelease, makeUpdateKey, plistValue, releaseRoutes, signatureOf,
+  fingerprint, makeRelease, makeUpdateKey, plistValue, releaseRoutes, signatureMembers,
 } from '../support/desktop/release.mjs';
 import {
-  awaitReleaseHandled, awaitSilentCheck, checkForUpdates, checkFromMenu, installFromMenu, offer,
-  openUpdateServer, quitRestarted, upToDateNotice,
+  awaitSilentCheck, beginUpdateCheck, checkAndCloseNotice, checkUntilReleaseHandled,
+  installAndRestart, offerRelease, openUpdateServer, quitRestartedApplication, upToDateNotice,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
-const ours = makeUpdateKey();
-const next = makeUpdateKey();
-const unreadable = 'Kon niet controleren op updates.';
-/// A build with a key reads only manifests with a signature.
-const unverified = { handtekening: 'not verified' };
+const installedKey = makeUpdateKey();
+const newKey = makeUpdateKey();
+const checkFailedNotice = 'Kon niet controleren op updates.';
+/// The members of a manifest that offers no later release. A build with a key rejects a manifest
+/// without a signature, but verifies the signature only before it installs a release.
+const anySignature = { handtekening: 'never verified' };
 
 /// Starts version 1.0 with a public key, and waits until its silent check has found no release.
 async function startWithKey(user) {
   const server = await openUpdateServer(user);
-  user.setPlistValues({ ORVELOSUpdateKey: ours.publicKey });
-  offer(server, '1.0', undefined, unverified);
+  user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
+  offerRelease(server, '1.0', undefined, anySignature);
   await user.startAndShowPage({ server });
   await awaitSilentCheck(server);
   return server;
 }
 
-/// Releases that change nothing, with the notice that the user sees, if any. `archive` is a
-/// release of version 1.1.
-const refused = {
-  'no signature': (archive) => [releaseRoutes('1.1', archive), unreadable],
-  'a signature that is no text': (archive) =>
-    [releaseRoutes('1.1', archive, { handtekening: 1 }), unreadable],
-  'another key': (archive) => [releaseRoutes('1.1', archive, signatureOf(archive, next, '1.1'))],
+/// Releases that are not installed. Each function gets the archive of version 1.1, and returns
+/// routes that offer the release and the notice that the user sees, if any.
+const refusedReleases = {
+  'a manifest without a signature': (archive) => [releaseRoutes('1.1', archive), checkFailedNotice],
+  'a signature that is a number': (archive) =>
+    [releaseRoutes('1.1', archive, { handtekening: 1 }), checkFailedNotice],
+  'a signature by another key': (archive) =>
+    [releaseRoutes('1.1', archive, signatureMembers(archive, newKey, '1.1'))],
   'a signature for another version': (archive) =>
-    [releaseRoutes('1.1', archive, signatureOf(archive, ours, '1.2'))],
-  'a signature for the other edition': (archive) =>
-    [releaseRoutes('1.1', archive, signatureOf(archive, ours, '1.1', { edition: 'mac' }))],
+    [releaseRoutes('1.1', archive, signatureMembers(archive, installedKey, '1.2'))],
+  'a signature for the other edition': (archive) => {
+    const members = signatureMembers(archive, installedKey, '1.1', { edition: 'mac' });
+    return [releaseRoutes('1.1', archive, members)];
+  },
   'an archive swapped after signing': (archive, user) =>
     [releaseRoutes('1.1', makeRelease(user, { version: '1.1.1' }),
-      signatureOf(archive, ours, '1.1'))],
+      signatureMembers(archive, installedKey, '1.1'))],
   'an archive with one byte changed after signing': (archive) => {
     const changed = Buffer.from(archive);
     changed[changed.length >> 1] ^= 1;
-    return [releaseRoutes('1.1', changed, signatureOf(archive, ours, '1.1'))];
+    return [releaseRoutes('1.1', changed, signatureMembers(archive, installedKey, '1.1'))];
   },
   'the manifest of an earlier release': (_, user) => {
     const earlier = makeRelease(user, { version: '0.9' });
-    return [releaseRoutes('0.9', earlier, signatureOf(earlier, ours, '0.9')), upToDateNotice()];
+    const members = signatureMembers(earlier, installedKey, '0.9');
+    return [releaseRoutes('0.9', earlier, members), upToDateNotice()];
   },
   'an earlier release with its signature under a later version': (_, user) => {
     const earlier = makeRelease(user, { version: '0.9' });
-    return [releaseRoutes('1.1', earlier, signatureOf(earlier, ours, '0.9'))];
+    return [releaseRoutes('1.1', earlier, signatureMembers(earlier, installedKey, '0.9'))];
   },
   'an earlier version in an archive that is signed as a later one': (_, user) => {
     const earlier = makeRelease(user, { version: '0.9' });
-    return [releaseRoutes('1.1', earlier, signatureOf(earlier, ours, '1.1'))];
+    return [releaseRoutes('1.1', earlier, signatureMembers(earlier, installedKey, '1.1'))];
   },
   'a key in the archive that the signature does not cover': (_, user) => {
-    const archive = makeRelease(user, { key: next.publicKey });
-    return [releaseRoutes('1.1', archive, signatureOf(archive, ours, '1.1'))];
+    const archive = makeRelease(user, { publicKey: newKey.publicKey });
+    return [releaseRoutes('1.1', archive, signatureMembers(archive, installedKey, '1.1'))];
   },
   'a key in the manifest that the signature does not cover': (_, user) => {
-    const archive = makeRelease(user, { key: next.publicKey });
+    const archive = makeRelease(user, { publicKey: newKey.publicKey });
     return [releaseRoutes('1.1', archive,
-      { ...signatureOf(archive, ours, '1.1'), sleutel: next.publicKey })];
+      { ...signatureMembers(archive, installedKey, '1.1'), sleutel: newKey.publicKey })];
   },
 };
 
@@ -79,48 +84,48 @@ test('releases without a valid signature change nothing, and a signed one is ins
     const folder = dirname(user.bundle);
     const before = fingerprint(folder);
     const archive = makeRelease(user);
-    const unpacked = join(user.environment.XDG_CACHE_HOME,
+    const updateFolder = join(user.environment.XDG_CACHE_HOME,
       'nl.orvel.os/temporary/orvel-os-update-1.1');
-    for (const [situation, release] of Object.entries(refused)) {
-      rmSync(unpacked, { recursive: true, force: true });
+    for (const [situation, release] of Object.entries(refusedReleases)) {
+      rmSync(updateFolder, { recursive: true, force: true });
       const [routes, notice] = release(archive, user);
       Object.assign(server.routes, routes);
       if (notice) {
-        await checkForUpdates(screen, notice);
+        await checkAndCloseNotice(screen, notice);
       } else {
-        await awaitReleaseHandled(screen, server, unverified);
+        await checkUntilReleaseHandled(screen, server, anySignature);
       }
       assert.equal(fingerprint(folder), before, situation);
       t.diagnostic(`nothing changed: ${situation}`);
     }
-    offer(server, '1.1', archive, signatureOf(archive, ours, '1.1'));
-    await installFromMenu(user, server);
-    await quitRestarted(user);
+    offerRelease(server, '1.1', archive, signatureMembers(archive, installedKey, '1.1'));
+    await installAndRestart(user, server);
+    await quitRestartedApplication(user);
     assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
   });
 
-test('a signed release can change the key, and the old key is refused afterwards',
+test('a signed release can change the key, after which a signature by the old key is rejected',
   async (user, screen) => {
     const server = await startWithKey(user);
-    const archive = makeRelease(user, { key: next.publicKey });
-    const later = makeRelease(user, { version: '1.2', key: next.publicKey });
-    offer(server, '1.1', archive,
-      signatureOf(archive, ours, '1.1', { sleutel: next.publicKey }));
-    await installFromMenu(user, server);
-    assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), next.publicKey);
+    const archive = makeRelease(user, { publicKey: newKey.publicKey });
+    const nextArchive = makeRelease(user, { version: '1.2', publicKey: newKey.publicKey });
+    offerRelease(server, '1.1', archive,
+      signatureMembers(archive, installedKey, '1.1', { sleutel: newKey.publicKey }));
+    await installAndRestart(user, server);
+    assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), newKey.publicKey);
 
     const before = fingerprint(user.bundle);
-    offer(server, '1.2', later, signatureOf(later, ours, '1.2'));
-    await awaitReleaseHandled(screen, server, unverified, '1.1');
+    offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, installedKey, '1.2'));
+    await checkUntilReleaseHandled(screen, server, anySignature, '1.1');
     assert.equal(fingerprint(user.bundle), before);
 
     const painted = server.paintCount();
-    offer(server, '1.2', later, signatureOf(later, next, '1.2'));
-    await checkFromMenu(screen);
+    offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, newKey, '1.2'));
+    await beginUpdateCheck(screen);
     await screen.awaitPanel('Orvel OS is bijgewerkt naar 1.2');
     assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.2');
     await screen.pressKeys('Return');
     await server.awaitPainted(painted + 1);
     await screen.awaitWindow();
-    await quitRestarted(user);
+    await quitRestartedApplication(user);
   });

@@ -10,7 +10,7 @@ import { fileURLToPath } from 'node:url';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { pageColour } from '../support/desktop/page.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
@@ -26,7 +26,7 @@ test('a first start runs the server, probes it, sets the cookie and shows the pa
       environment: { PORT: '1', USER_VARIABLE: 'kept' },
     });
     const layout = await user.root.awaitPainted();
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
     await saveScreenshot('page');
     const window = await screen.awaitWindow();
     await waitFor('the icon of the window', async () =>
@@ -44,17 +44,17 @@ test('a first start runs the server, probes it, sets the cookie and shows the pa
     const probes = requests.filter(({ url }) => url === '/api/wie');
     assert.equal(probes.length, 1, 'the first response ends the probing');
     assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');
-    assert.equal(probes[0].headers['x-orvel-app'], KEY);
+    assert.equal(probes[0].headers['x-orvel-app'], APP_KEY);
     assert.equal(probes[0].headers.cookie, undefined);
 
     const pages = requests.filter(({ url }) => url !== '/api/wie');
     assert.ok(pages.some(({ url }) => url === '/'));
     for (const { url, headers } of pages) {
       assert.equal(headers['x-orvel-app'], undefined, url);
-      assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${KEY}(;|$)`), url);
-      assert.ok(headers['user-agent'].endsWith(` ORVELOS/${KEY}`), headers['user-agent']);
+      assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${APP_KEY}(;|$)`), url);
+      assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`), headers['user-agent']);
     }
-    assert.ok(layout.agent.endsWith(` ORVELOS/${KEY}`), layout.agent);
+    assert.ok(layout.agent.endsWith(` ORVELOS/${APP_KEY}`), layout.agent);
 
     assert.deepEqual(user.filesWrittenOutside(), []);
     const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
@@ -77,8 +77,8 @@ test('the page of the demo server is shown', async (user, screen) => {
   await waitFor('the page on the screen', () =>
     screen.screenshot().shareBrighterThan(140, 60) > 0.001);
   await saveScreenshot('demo');
-  assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], KEY);
-  assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
+  assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
   await user.quit();
   assert.equal(record().at(-1).event, 'stopped');
@@ -127,10 +127,10 @@ test('cookies, local storage and the window frame survive a restart', async (use
   assert.equal(first.width, screen.screenshot().width, 'a first window is maximised');
 
   const window = await screen.awaitWindow();
-  await screen.tool('wmctrl', '-i', '-r', window, '-b', 'remove,maximized_vert,maximized_horz');
+  await screen.runTool('wmctrl', '-i', '-r', window, '-b', 'remove,maximized_vert,maximized_horz');
   await waitFor('a window that is not maximised', async () =>
     !/MAXIMIZED/.test(await screen.property(window, '_NET_WM_STATE')));
-  await screen.tool('xdotool', 'windowsize', window, '1100', '700');
+  await screen.runTool('xdotool', 'windowsize', window, '1100', '700');
   const resized = await waitFor('the resized page', () =>
     user.root.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
   await user.quit();
@@ -141,7 +141,7 @@ test('cookies, local storage and the window frame survive a restart', async (use
   assert.deepEqual([second.width, second.height], [resized.width, resized.height]);
   const { headers } = user.root.requestsTo('/').at(-1);
   assert.match(headers.cookie, /persistent=yes/);
-  assert.match(headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   await user.quit();
 
   assert.ok(existsSync(user.defaultsFile));

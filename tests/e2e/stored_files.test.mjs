@@ -6,7 +6,7 @@ import assert from 'node:assert/strict';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button, link } from '../support/desktop/page.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -27,7 +27,7 @@ function assertSentByApplication(requests) {
   assert.equal(requests.length, 1, JSON.stringify(requests));
   const [{ method, headers }] = requests;
   assert.equal(method, 'GET');
-  assert.equal(headers['x-orvel-app'], KEY);
+  assert.equal(headers['x-orvel-app'], APP_KEY);
   assert.equal(headers['upgrade-insecure-requests'], undefined);
 }
 
@@ -39,7 +39,7 @@ function assertSentByPage(requests) {
 
 async function awaitFiles(desktop, names) {
   for (const name of names) {
-    assert.equal(await desktop.awaitFile(`${name}.csv`), `content of ${name}.csv`);
+    assert.equal(await desktop.awaitOpenedFile(`${name}.csv`), `content of ${name}.csv`);
   }
 }
 
@@ -47,8 +47,8 @@ async function awaitFiles(desktop, names) {
 async function quitWithFiles(desktop, names) {
   await awaitFiles(desktop, names);
   const files = names.map((name) => `${name}.csv`).sort();
-  assert.deepEqual(desktop.files(), files);
-  await desktop.quitWithOpened(...files.map((file) => desktop.path(file)));
+  assert.deepEqual(desktop.downloadedFiles(), files);
+  await desktop.quitAndAssertOpened(...files.map((file) => desktop.downloadPath(file)));
 }
 
 test('every kind of navigation of the page to a stored file downloads it', async (user, screen) => {
@@ -74,7 +74,7 @@ test('every kind of navigation of the page to a stored file downloads it', async
   });
   for (const name of names) {
     await screen.clickElement(layout, name);
-    await desktop.awaitFile(`${name}.csv`);
+    await desktop.awaitOpenedFile(`${name}.csv`);
   }
   for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
   await quitWithFiles(desktop, names);
@@ -144,7 +144,7 @@ test('a link in a frame that targets the top page or a new window, or an export,
     });
     for (const id of Object.keys(urls)) {
       await screen.clickElement(layout, id);
-      await desktop.awaitFile(`${id}.csv`);
+      await desktop.awaitOpenedFile(`${id}.csv`);
     }
     for (const url of Object.values(urls)) assertSentByApplication(user.root.requestsTo(url));
     await quitWithFiles(desktop, Object.keys(urls));
@@ -169,10 +169,10 @@ test('after a change of the address the rule holds for the new server', async (u
   const requests = online.requestsTo(stored('1'));
   assertSentByApplication(requests);
   // The application sends the https-only cookie itself; the web engine does not send it over http.
-  assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
   assert.equal(online.paintCount(), 1, 'the page stays');
   await user.quit();
   await user.awaitProcessesEnded();
-  assert.deepEqual(desktop.opened(), [desktop.path('1.csv')]);
+  assert.deepEqual(desktop.opened(), [desktop.downloadPath('1.csv')]);
 });

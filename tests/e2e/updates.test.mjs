@@ -11,11 +11,11 @@ import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { pageColour } from '../support/desktop/page.mjs';
 import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, archive, awaitReleaseHandled, awaitSilentCheck, checkForUpdates, installFromMenu,
-  instances, manifest, offer, openUpdateServer, quitRestarted, startWithUpdateServer,
-  upToDateNotice, updatedNotice,
+  acceptRestart, applicationInstances, archivePath, awaitSilentCheck, checkAndCloseNotice,
+  checkUntilReleaseHandled, installAndRestart, manifestPath, offerRelease, openUpdateServer,
+  quitRestartedApplication, startWithUpdateServer, upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
@@ -25,26 +25,26 @@ const installedVersion = (user) => plistValue(user.bundle, 'CFBundleShortVersion
 test('the silent check four seconds after the start installs a later release',
   async (user, screen) => {
     const server = await openUpdateServer(user);
-    offer(server, '1.1', makeRelease(user));
+    offerRelease(server, '1.1', makeRelease(user));
     await user.startAndShowPage({ server });
     await screen.awaitPanel(updatedNotice);
     await saveScreenshot('update-done');
-    const manifests = server.requestsTo(manifest);
-    const archives = server.requestsTo(archive);
+    const manifests = server.requestsTo(manifestPath);
+    const archives = server.requestsTo(archivePath);
     assert.deepEqual([manifests.length, archives.length], [1, 1]);
     for (const { headers } of [...manifests, ...archives]) {
-      assert.equal(headers['x-orvel-app'], KEY);
+      assert.equal(headers['x-orvel-app'], APP_KEY);
     }
     assert.equal(manifests[0].headers['cache-control'], 'no-cache');
     assert.equal(installedVersion(user), '1.1');
     await acceptRestart(user, server);
-    await quitRestarted(user);
+    await quitRestartedApplication(user);
     assert.equal(installedVersion(user), '1.1');
   });
 
 /// Returns the pixels of the About dialog, once they no longer change.
 async function aboutPixels(screen) {
-  await screen.chooseApplicationItem('Over Orvel OS');
+  await screen.chooseApplicationMenuItem('Over Orvel OS');
   const region = await screen.geometry(await screen.awaitSecondWindow());
   let before;
   const pixels = await waitFor('a stable About dialog', () => {
@@ -72,32 +72,32 @@ test('the menu installs a later release, which shows its version and installs no
     assert.notEqual(expected, old);
 
     user.setPlistValues({ CFBundleShortVersionString: '1.0' });
-    const checks = server.requestsTo(manifest).length;
+    const checks = server.requestsTo(manifestPath).length;
     await user.startAndShowPage({ server });
     // The silent check must not find the release, even if it comes before the page.
     await awaitSilentCheck(server, checks + 1);
-    offer(server, '1.1', makeRelease(user));
-    await installFromMenu(user, server);
+    offerRelease(server, '1.1', makeRelease(user));
+    await installAndRestart(user, server);
     assert.equal(installedVersion(user), '1.1');
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
     assert.equal(await aboutPixels(screen), expected);
-    const downloads = server.requestsTo(archive).length;
-    await checkForUpdates(screen, upToDateNotice('1.1'));
-    assert.equal(server.requestsTo(archive).length, downloads);
-    await quitRestarted(user);
+    const downloads = server.requestsTo(archivePath).length;
+    await checkAndCloseNotice(screen, upToDateNotice('1.1'));
+    assert.equal(server.requestsTo(archivePath).length, downloads);
+    await quitRestartedApplication(user);
   });
 
 test('a server without a manifest is reported to the user who checks from the menu',
   async (user, screen) => {
     const server = await startWithUpdateServer(user);
     server.routes = {};
-    await checkForUpdates(screen, 'Kon niet controleren op updates.');
+    await checkAndCloseNotice(screen, 'Kon niet controleren op updates.');
   });
 
 test('with a local server the menu names the build command and requests nothing',
   async (user, screen) => {
     await user.startAndShowPage();
-    await checkForUpdates(screen, 'Op deze Mac werk je de app bij met: ./scripts/build-app.sh');
+    await checkAndCloseNotice(screen, 'Op deze Mac werk je de app bij met: ./scripts/build-app.sh');
     await user.quit();
     const requests = user.root.events('request').filter(({ url }) => url.startsWith('/download/'));
     assert.deepEqual(requests, []);
@@ -109,7 +109,7 @@ function watchInstances(user) {
   const seen = new Set();
   let max = 0;
   const look = () => {
-    const now = instances(user).map(({ pid }) => pid);
+    const now = applicationInstances(user).map(({ pid }) => pid);
     now.forEach((pid) => seen.add(pid));
     max = Math.max(max, now.length);
   };
@@ -126,9 +126,9 @@ test('the new process waits until the old one has killed a server that ignores S
   { behaviour: { ignoresSignals: true } }, async (user, screen) => {
     const gate = join(user.folder, 'gate');
     const server = await openUpdateServer(user);
-    offer(server, '1.1', { body: makeRelease(user), gate });
+    offerRelease(server, '1.1', { body: makeRelease(user), gate });
     const run = await user.startAndShowPage({ server });
-    await waitFor('the download', () => server.requestsTo(archive).length === 1);
+    await waitFor('the download', () => server.requestsTo(archivePath).length === 1);
     // The user changes to the local server during the download.
     await screen.answerAddressDialog('http://127.0.0.1:4767/');
     await user.root.awaitPainted();
@@ -149,7 +149,7 @@ test('the new process waits until the old one has killed a server that ignores S
     assert.equal(started.length, 2);
     assert.ok(started[1].time > end, 'the new process starts the second server');
     await screen.awaitWindow();
-    await quitRestarted(user);
+    await quitRestartedApplication(user);
     await user.root.awaitServerExit(2);
   });
 
@@ -180,7 +180,7 @@ const invalidReleases = {
     mkdirSync(join(folder, 'subfolder'));
     renameSync(bundle, join(folder, 'subfolder/Orvel OS.app'));
   }),
-  'another bundle identifier': (user) => makeRelease(user, { identity: 'nl.elsewhere.os' }),
+  'another bundle identifier': (user) => makeRelease(user, { identifier: 'nl.elsewhere.os' }),
   'a symbolic link to the installed bundle': (user) => makeRelease(user, {
     alter: (_, bundle) => {
       rmSync(bundle, { recursive: true });
@@ -202,13 +202,13 @@ test('an invalid release changes nothing, and a valid one is installed afterward
     const server = await startWithUpdateServer(user);
     const before = fingerprint(join(user.bundle, '..'));
     for (const [situation, release] of Object.entries(invalidReleases)) {
-      offer(server, '1.1', release(user));
-      await awaitReleaseHandled(screen, server);
+      offerRelease(server, '1.1', release(user));
+      await checkUntilReleaseHandled(screen, server);
       assert.equal(fingerprint(join(user.bundle, '..')), before, situation);
       t.diagnostic(`nothing changed: ${situation}`);
     }
     assert.equal(user.run.exit, null);
-    offer(server, '1.1', makeRelease(user));
-    await installFromMenu(user, server);
-    await quitRestarted(user);
+    offerRelease(server, '1.1', makeRelease(user));
+    await installAndRestart(user, server);
+    await quitRestartedApplication(user);
   });

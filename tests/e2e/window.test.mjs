@@ -69,9 +69,9 @@ test('a minimised or hidden window comes back when it is activated', async (user
   for (const keys of ['ctrl+m', 'ctrl+h']) {
     await screen.pressKeys(keys);
     await waitFor('a minimised window', async () => /Iconic/.test(await state()));
-    await screen.tool('xdotool', 'windowactivate', '--sync', window);
+    await screen.runTool('xdotool', 'windowactivate', '--sync', window);
     await waitFor('a shown window', async () => /Normal/.test(await state()));
-    await screen.awaitPage();
+    await screen.awaitPageOnScreen();
   }
 });
 
@@ -88,7 +88,7 @@ test('F10 opens the menu, whose first item is the About dialog',
       await screen.pressKeys('Return');
       await screen.awaitWindowCount(2);
     };
-    await screen.awaitPage(...menuPosition);
+    await screen.awaitPageOnScreen(...menuPosition);
     await openAbout();
     await waitFor('the drawn dialog', () => !screen.screenshot().shows(pageColour));
     await saveScreenshot('about');
@@ -109,7 +109,7 @@ async function enterFullScreen(user, screen) {
   await screen.movePointer(600, 500);
   await screen.pressKeys('F11');
   await waitFor('full screen', () => isFullScreen(screen));
-  await screen.awaitPage(700, 4);
+  await screen.awaitPageOnScreen(700, 4);
 }
 
 /// The first item of the menu bar.
@@ -130,13 +130,13 @@ test('in full screen the pointer at the top edge shows the menu bar', async (use
   assert.equal(pageHeight(), screenHeight);
   await saveScreenshot('full-screen-bar');
   await screen.accessibility.click(await screen.awaitWindow(), barItem);
-  await screen.awaitMenu();
+  await screen.awaitMenuOpen();
   await saveScreenshot('full-screen-menu');
   // The bar stays while a menu is open, even with the pointer elsewhere.
   await screen.movePointer(700, 600);
   assert.ok(isBarShown(screen));
   await screen.pressKeys('Escape');
-  await screen.awaitMenu(false);
+  await screen.awaitMenuClosed();
   await awaitNoBar(screen);
 
   // The page has the focus again.
@@ -152,14 +152,14 @@ test('in full screen F10 opens the menu, whose commands work', async (user, scre
   await enterFullScreen(user, screen);
   const openMenu = async () => {
     await screen.pressKeys('F10');
-    await screen.awaitMenu();
+    await screen.awaitMenuOpen();
     await awaitBar(screen);
   };
   for (let round = 1; round <= 2; round += 1) {
     await openMenu();
     await saveScreenshot('full-screen-f10');
     await screen.pressKeys('Escape');
-    await screen.awaitMenu(false);
+    await screen.awaitMenuClosed();
     await awaitNoBar(screen);
   }
   await screen.type('abc');

@@ -8,15 +8,17 @@ import {
 import { dirname, join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
-import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
-import { fullDisks, mounting, noMounts, readOnly } from '../support/desktop/mount_namespace.mjs';
+import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
+import {
+  fullDiskWrapper, mountWrapper, readOnlyWrapper, skipWithoutMounts,
+} from '../support/desktop/mount_namespace.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
 import {
-  archive, checkForUpdates, checkFromMenu, offer, startWithUpdateServer, upToDateNotice,
-  updatedNotice,
+  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, startWithUpdateServer,
+  upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -28,7 +30,7 @@ async function startAndReload(user, options) {
 }
 
 const assertPageRequestHasKey = ({ root }) =>
-  assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${KEY}`));
+  assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 
 const assertServerOutputInherited = ({ run }) =>
   assert.match(run.output, /line on standard error/);
@@ -41,9 +43,9 @@ test('starting: the log folder is a file', async (user) => {
   assert.equal(readFileSync(folder, 'utf8'), 'no folder');
 });
 
-test('starting: the data root is read-only', { skip: noMounts }, async (user) => {
+test('starting: the data root is read-only', { skip: skipWithoutMounts }, async (user) => {
   const { root } = user;
-  await startAndReload(user, { wrapper: readOnly(root.path, root.recordPath) });
+  await startAndReload(user, { wrapper: readOnlyWrapper(root.path, root.recordPath) });
   assertServerOutputInherited(user);
   assert.ok(!existsSync(join(root.path, 'v3/.local')));
 });
@@ -137,10 +139,10 @@ test('showing: defaults, cookie database and page storage are damaged', keepsDam
     assertPageRequestHasKey(user);
   });
 
-test('starting: all disks are full', { skip: noMounts }, async (user) => {
+test('starting: all disks are full', { skip: skipWithoutMounts }, async (user) => {
   const folders = ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
     .map((name) => user.environment[name]);
-  await startAndReload(user, { wrapper: fullDisks(...folders) });
+  await startAndReload(user, { wrapper: fullDiskWrapper(...folders) });
 });
 
 const room = 128 << 20;
@@ -158,22 +160,22 @@ function storedBytes(name, folder) {
 }
 
 test('updating: no space to unpack a release, then a smaller release',
-  { skip: noMounts }, async (user, screen) => {
+  { skip: skipWithoutMounts }, async (user, screen) => {
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
-    const wrapper = mounting(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
+    const wrapper = mountWrapper(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
     const server = await startWithUpdateServer(user, { wrapper });
     const oldBundle = fingerprint(user.bundle);
-    offer(server, '1.1', makeLargeRelease(user));
-    await checkFromMenu(screen);
-    await waitFor('the request', () => server.requestsTo(archive).length === 1);
-    offer(server, '1.0');
-    await checkForUpdates(screen, upToDateNotice());
+    offerRelease(server, '1.1', makeLargeRelease(user));
+    await beginUpdateCheck(screen);
+    await waitFor('the request', () => server.requestsTo(archivePath).length === 1);
+    offerRelease(server, '1.0');
+    await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
     const stored = storedBytes('large', `/proc/${user.run.pid}/root${temporary}`);
     assert.ok(stored > 0 && stored < room, 'the file is partial');
-    offer(server, '1.1', makeRelease(user));
-    await checkFromMenu(screen);
+    offerRelease(server, '1.1', makeRelease(user));
+    await beginUpdateCheck(screen);
     await screen.awaitPanel(updatedNotice);
     assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
     await user.terminate();
@@ -181,7 +183,7 @@ test('updating: no space to unpack a release, then a smaller release',
 
 test('showing: the server floods its log', async (user, screen) => {
   const { root } = user;
-  const size = isLong ? 1 << 30 : 1 << 26;
+  const size = isLongForm ? 1 << 30 : 1 << 26;
   await user.startAndShowPage();
   root.setRoutes({ '/': { page: '', logBytes: size } });
   await screen.pressKeys('ctrl+r');

@@ -8,7 +8,7 @@ import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
 import {
-  checkForUpdates, checkFromMenu, manifest, startWithUpdateServer, upToDateNotice,
+  beginUpdateCheck, checkAndCloseNotice, manifestPath, startWithUpdateServer, upToDateNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -136,7 +136,7 @@ test('faulty responses to files', async (user, screen, t) => {
     requests += 1;
     await waitFor('the request', () => root.requestsTo(path).length === requests);
     if (outcome === 'complete') {
-      assert.equal(await desktop.awaitFile('file.csv'), csv.body);
+      assert.equal(await desktop.awaitOpenedFile('file.csv'), csv.body);
       saved.push('file.csv');
     } else if (outcome === 'nothing') {
       closed += 1;
@@ -144,26 +144,27 @@ test('faulty responses to files', async (user, screen, t) => {
     } else if (route.trickle) {
       await waitFor('two bytes', () => root.events('chunkSent').length >= sent + 2);
     }
-    assert.deepEqual(desktop.files(), saved);
+    assert.deepEqual(desktop.downloadedFiles(), saved);
   });
   // The application quits while two responses are pending.
   await user.terminate();
-  assert.deepEqual(desktop.files(), saved);
-  await desktop.assertOpened(desktop.path('file.csv'));
+  assert.deepEqual(desktop.downloadedFiles(), saved);
+  await desktop.awaitEndAndAssertOpened(desktop.downloadPath('file.csv'));
 });
 
 test('faulty responses to the manifest', async (user, screen, t) => {
   const server = await startWithUpdateServer(user);
   await forEachResponse(user, t, 'manifest', async (route, outcome, gate) => {
-    server.routes[manifest] = { body: JSON.stringify({ versie: '1.0', zip: 'x.zip' }), ...route };
+    const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
+    server.routes[manifestPath] = { body, ...route };
     if (outcome !== 'waits') {
       const failed = 'Kon niet controleren op updates.';
-      await checkForUpdates(screen, outcome === 'failed' ? failed : upToDateNotice());
+      await checkAndCloseNotice(screen, outcome === 'failed' ? failed : upToDateNotice());
       return;
     }
-    const before = server.requestsTo(manifest).length;
-    await checkFromMenu(screen);
-    await waitFor('the request', () => server.requestsTo(manifest).length > before);
+    const before = server.requestsTo(manifestPath).length;
+    await beginUpdateCheck(screen);
+    await waitFor('the request', () => server.requestsTo(manifestPath).length > before);
     // The window stays usable, and the complete response counts.
     await user.reload(server);
     assert.deepEqual(await screen.windows(upToDateNotice()), []);

@@ -4,11 +4,11 @@ import assert from 'node:assert/strict';
 import { existsSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
-import { Desktop, beacon, beaconLink } from '../support/desktop/default_apps.mjs';
-import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
+import { Desktop, barrierLink, barrierUrl } from '../support/desktop/default_apps.mjs';
+import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { KEY } from '../support/desktop/user.mjs';
+import { APP_KEY } from '../support/desktop/user.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -18,7 +18,7 @@ test('navigations to other schemes by script, link and frame', async (user) => {
   const urls = ['file:///etc/passwd', 'javascript:report(`ran`)//', 'data:text/html,gone',
     'ftp://elsewhere.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-unknown:y'];
   const layout = await user.startWithPage(`
-    ${beaconLink}
+    ${barrierLink}
     <script>
       const byScript = (url) => {
         if (!url.startsWith('javascript:')) location = url;
@@ -44,8 +44,8 @@ test('navigations to other schemes by script, link and frame', async (user) => {
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
   await user.root.awaitReport('done');
-  await desktop.openBeacon(layout);
-  await desktop.quitWithOpened(beacon);
+  await desktop.clickBarrierLink(layout);
+  await desktop.quitAndAssertOpened(barrierUrl);
 });
 
 test('a script reads the key from the user agent and the cookies', async (user) => {
@@ -53,8 +53,8 @@ test('a script reads the key from the user agent and the cookies', async (user) 
     report('script', { agent: navigator.userAgent, cookies: document.cookie.split('; ') });
   </script>`);
   const { agent, cookies } = await user.root.awaitReport('script');
-  assert.ok(agent.endsWith(` ORVELOS/${KEY}`), agent);
-  assert.ok(cookies.includes(`orvelapp=${KEY}`), String(cookies));
+  assert.ok(agent.endsWith(` ORVELOS/${APP_KEY}`), agent);
+  assert.ok(cookies.includes(`orvelapp=${APP_KEY}`), String(cookies));
 });
 
 /// Returns a script that runs an action for each `number`.
@@ -92,7 +92,7 @@ for (const [call, quit] of Object.entries(quits)) {
   });
 }
 
-const count = isLong ? 10_000 : 100;
+const count = isLongForm ? 10_000 : 100;
 const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n' };
 const clickExportLink = `const link = document.createElement('a');
   link.href = '/api/export?' + number;
@@ -128,9 +128,9 @@ for (const click of [true, false]) {
 test(`${count} links to the export are saved as ${count} files`, async (user, screen) => {
   const desktop = new Desktop(user);
   await openMany(user, screen, clickExportLink, { routes: { '/api/export': csv } });
-  assert.equal(desktop.files().length, count);
-  for (const name of desktop.files()) {
-    assert.equal(readFileSync(desktop.path(name), 'utf8'), csv.body);
+  assert.equal(desktop.downloadedFiles().length, count);
+  for (const name of desktop.downloadedFiles()) {
+    assert.equal(readFileSync(desktop.downloadPath(name), 'utf8'), csv.body);
   }
 });
 

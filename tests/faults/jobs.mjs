@@ -7,7 +7,9 @@ import { join } from 'node:path';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { link } from '../support/desktop/page.mjs';
 import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
-import { archive, offer, openUpdateServer, updatedNotice } from '../support/desktop/updates.mjs';
+import {
+  archivePath, offerRelease, openUpdateServer, updatedNotice,
+} from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const file = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
@@ -15,7 +17,7 @@ const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
   await user.root.awaitPainted();
-  await screen.awaitPage();
+  await screen.awaitPageOnScreen();
 }
 
 /// `begin` starts the application with the options `context.startOptions` and brings the job to
@@ -47,11 +49,11 @@ export const jobs = {
   showing: {
     async begin({ user, screen, startOptions }) {
       await user.startAndShowPage(startOptions);
-      await screen.awaitPage();
+      await screen.awaitPageOnScreen();
     },
     async finish({ user, screen }) {
       await user.reload();
-      await screen.awaitPage();
+      await screen.awaitPageOnScreen();
       // The page has the focus. Letters typed into a previous page are lost with it.
       await user.typeIntoField('usable');
     },
@@ -70,10 +72,10 @@ export const jobs = {
     },
     async finish({ gate, desktop }) {
       writeFileSync(gate, '');
-      assert.ok(await desktop.awaitFile('file.csv') === file.body, 'the file is complete');
+      assert.ok(await desktop.awaitOpenedFile('file.csv') === file.body, 'the file is complete');
     },
     async assertNothingDone({ desktop }) {
-      await waitFor('an empty folder', () => desktop.files().length === 0);
+      await waitFor('an empty folder', () => desktop.downloadedFiles().length === 0);
       assert.deepEqual(desktop.opened(), []);
     },
   },
@@ -84,10 +86,10 @@ export const jobs = {
       context.gate = join(user.folder, 'gate');
       const server = await openUpdateServer(user);
       context.oldBundle = fingerprint(user.bundle);
-      offer(server, '1.1', { body: makeRelease(user), gate: context.gate });
+      offerRelease(server, '1.1', { body: makeRelease(user), gate: context.gate });
       user.start(startOptions);
       // The silent check finds the release.
-      await waitFor('the request', () => server.requestsTo(archive).length > 0);
+      await waitFor('the request', () => server.requestsTo(archivePath).length > 0);
     },
     async finish({ user, screen, gate }) {
       writeFileSync(gate, '');

@@ -2,7 +2,7 @@
 
 import assert from 'node:assert/strict';
 
-import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
+import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { assertNoLeftovers } from '../support/desktop/leftovers.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
@@ -33,7 +33,7 @@ test('SIGTERM at each step and at moments of the launch', async (user, screen, t
   // A short step may be over before it is observed.
   const atSteps = Object.entries(steps).map(([step, isReached]) =>
     [step, async () => (await isReached(user)) || isPageRequested(user)]);
-  const count = isLong ? 200 : 4;
+  const count = isLongForm ? 200 : 4;
   const atMoments = Array.from({ length: count }, (_, index) => (duration * index) / count)
     .map((moment) => [`${Math.round(moment)} ms`, (elapsed) => elapsed >= moment]);
   for (const [moment, isReached] of [...atSteps, ...atMoments]) {
@@ -51,7 +51,7 @@ test('SIGTERM at each step and at moments of the launch', async (user, screen, t
   }
 });
 
-const rounds = isLong ? 1000 : 20;
+const rounds = isLongForm ? 1000 : 20;
 
 test(`${rounds} starts and quits`, async (user) => {
   for (let round = 1; round <= rounds; round += 1) {
@@ -65,7 +65,7 @@ test(`${rounds} starts and quits`, async (user) => {
 test('200 quick presses of Control-R with and without a server', async (user, screen) => {
   const { root } = user;
   const pressOften = () =>
-    screen.tool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
+    screen.runTool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
   await user.startAndShowPage();
   await pressOften();
   const requests = root.requestsTo('/').length;
@@ -79,6 +79,6 @@ test('200 quick presses of Control-R with and without a server', async (user, sc
   await pressOften();
   await root.awaitStarted(2);
   await root.awaitPainted(before + 1);
-  await screen.awaitPage();
+  await screen.awaitPageOnScreen();
   assert.equal(root.events('started').length, 2, 'one server for all presses');
 });

@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { withSessionBus } from '../support/desktop/bus.mjs';
-import { desktopTests, isLong } from '../support/desktop/desktop_test.mjs';
+import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { jobs } from './jobs.mjs';
@@ -140,7 +140,7 @@ async function runJob(context, job, { inject }, outcome) {
 for (const [title, fault] of Object.entries(faults)) {
   for (const [name, job] of Object.entries(jobs)) {
     const outcome = fault.outcomes[name];
-    if (!outcome || !(isLong || fault.short.includes(name))) continue;
+    if (!outcome || !(isLongForm || fault.short.includes(name))) continue;
     test(`${name}: ${title}`, async (user, screen) => {
       if (!fault.onBus) return runJob({ user, screen }, job, fault, outcome);
       return withSessionBus((environment, bus) =>

@@ -17,7 +17,7 @@ export class Image {
     return this.channels.map((channel) => this.pixels[offset + channel]);
   }
 
-  /// Returns whether a pixel has this colour, within the rounding of rendering.
+  /// Returns whether a pixel, by default the middle one, has this colour.
   shows(colour, x = this.width >> 1, y = this.height >> 1) {
     return isNear(this.pixel(x, y), colour);
   }
@@ -47,8 +47,12 @@ export class Image {
   }
 }
 
+/// The difference by which rendering may round a channel.
+const roundingTolerance = 3;
+
 function isNear(colour, expected) {
-  return expected.every((value, index) => Math.abs(value - colour[index]) <= 3);
+  return expected.every((value, index) =>
+    Math.abs(value - colour[index]) <= roundingTolerance);
 }
 
 const blueGreenRed = [2, 1, 0];
@@ -58,8 +62,10 @@ export class Framebuffer {
   constructor(path) {
     this.file = openSync(path, 'r');
     const header = this.read(0, 100);
-    const [headerSize, colours] = [header.readUInt32BE(0), header.readUInt32BE(76)];
-    this.start = headerSize + colours * 12;
+    // The offsets of header_size, ncolors, pixmap_width, pixmap_height and bytes_per_line.
+    const [headerSize, colourCount] = [header.readUInt32BE(0), header.readUInt32BE(76)];
+    const colourSize = 12;
+    this.pixelStart = headerSize + colourCount * colourSize;
     this.width = header.readUInt32BE(16);
     this.height = header.readUInt32BE(20);
     this.stride = header.readUInt32BE(48);
@@ -71,15 +77,16 @@ export class Framebuffer {
     return bytes;
   }
 
-  /// Reads one pixel, which costs far less than a screenshot.
+  /// Returns whether a pixel has this colour. Reads that pixel alone, which costs far less than a
+  /// screenshot.
   shows(colour, x, y) {
-    const pixel = this.read(this.start + y * this.stride + x * 4, 4);
+    const pixel = this.read(this.pixelStart + y * this.stride + x * 4, 4);
     return isNear(blueGreenRed.map((channel) => pixel[channel]), colour);
   }
 
   screenshot() {
-    const { width, height, stride, start } = this;
-    const pixels = this.read(start, fstatSync(this.file).size - start);
+    const { width, height, stride, pixelStart } = this;
+    const pixels = this.read(pixelStart, fstatSync(this.file).size - pixelStart);
     return new Image({ width, height, stride, channels: blueGreenRed, pixels });
   }
 
@@ -100,16 +107,18 @@ export function decodePng(bytes) {
   assert.equal(bytes.subarray(0, 8).toString('latin1'), '\x89PNG\r\n\x1a\n');
   const data = [];
   let header;
-  let at = 8;
+  let offset = 8;
   for (let type = ''; type !== 'IEND';) {
-    const length = bytes.readUInt32BE(at);
-    type = bytes.toString('latin1', at + 4, at + 8);
-    const content = bytes.subarray(at + 8, at + 8 + length);
+    const length = bytes.readUInt32BE(offset);
+    type = bytes.toString('latin1', offset + 4, offset + 8);
+    const content = bytes.subarray(offset + 8, offset + 8 + length);
     if (type === 'IHDR') header = content;
     if (type === 'IDAT') data.push(content);
-    at += length + 12;
+    // A chunk has 12 more bytes: length, type and checksum.
+    offset += length + 12;
   }
-  assert.equal(at, bytes.length);
+  assert.equal(offset, bytes.length);
+  // Bit depth, colour type RGBA, compression, filter method, no interlacing.
   assert.deepEqual([...header.subarray(8)], [8, 6, 0, 0, 0]);
   const [width, height] = [header.readUInt32BE(0), header.readUInt32BE(4)];
 

@@ -1,4 +1,4 @@
-// The application as a screen reader sees it, by a private accessibility bus (AT-SPI).
+// The application as a screen reader sees it, through a private accessibility bus (AT-SPI).
 
 import { execFile } from 'node:child_process';
 import { existsSync } from 'node:fs';
@@ -10,21 +10,24 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-const reader = process.env.ORVEL_ACCESSIBLE_DIALOG;
-if (!reader || !existsSync(reader)) {
+/// The program that prints the widgets, accessible_dialog.cc.
+const widgetPrinter = process.env.ORVEL_ACCESSIBLE_DIALOG;
+if (!widgetPrinter || !existsSync(widgetPrinter)) {
   throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
 }
 
-const services = '/usr/share/dbus-1/accessibility-services';
-if (!existsSync(services)) throw new Error('at-spi2-core is not installed');
+const servicesFolder = '/usr/share/dbus-1/accessibility-services';
+if (!existsSync(servicesFolder)) throw new Error('at-spi2-core is not installed');
 
 export class Accessibility {
-  /// Starts an accessibility bus for the programs on a screen. It is their session bus too: GTK
-  /// names its widgets after the application's object on the session bus.
+  /// Starts an accessibility bus for the programs on a screen. It is their session bus too,
+  /// because GTK names its widgets after the application's object on the session bus.
   static async open(screen) {
     const accessibility = new Accessibility();
     accessibility.screen = screen;
-    accessibility.bus = await openBus({ services, environment: screen.environment });
+    accessibility.bus = await openBus({
+      services: servicesFolder, environment: screen.environment,
+    });
     const { address } = accessibility.bus;
     accessibility.environment = { DBUS_SESSION_BUS_ADDRESS: address, AT_SPI_BUS_ADDRESS: address };
     return accessibility;
@@ -35,7 +38,7 @@ export class Accessibility {
   }
 
   /// Kills the bus without waiting for its end.
-  end() {
+  kill() {
     kill(this.bus.process.pid);
   }
 
@@ -44,7 +47,7 @@ export class Accessibility {
   /// and WebKit give are English in the locale of the tests.
   async widgets() {
     const environment = { ...this.screen.environment, ...this.environment };
-    return JSON.parse((await run(reader, { env: environment })).stdout);
+    return JSON.parse((await run(widgetPrinter, { env: environment })).stdout);
   }
 
   /// Returns the first widget whose properties equal these values or match these regular

@@ -8,8 +8,8 @@ import { join } from 'node:path';
 import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
-/// Starts a bus. `services` is the folder of the services that the bus starts on demand. Returns
-/// the address, the process and a function that ends the bus.
+/// Starts a bus. `services` is the folder that describes the services that the bus starts on
+/// demand. Returns the address, the process, and a function that closes the bus.
 export async function openBus({ services, environment = process.env } = {}) {
   // WebKit cannot parse a bus address with a space in it.
   const folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-bus-'));
@@ -36,7 +36,7 @@ export async function openBus({ services, environment = process.env } = {}) {
   });
   let isReady = false;
   bus.stdout.once('data', () => (isReady = true));
-  await waitFor('a bus', () => isReady);
+  await waitFor('the address of the bus', () => isReady);
   return {
     address,
     process: bus,
@@ -48,8 +48,8 @@ export async function openBus({ services, environment = process.env } = {}) {
   };
 }
 
-/// Runs a session bus without services during the body, which gets the environment variable
-/// with its address, and its process.
+/// Runs a session bus without services during the body. The body gets the environment variable
+/// with the address of the bus, and the process of the bus.
 export async function withSessionBus(body) {
   const bus = await openBus();
   try {

@@ -1,4 +1,5 @@
-// A temporary data root with the fixture server, and the record that this server writes.
+// A temporary data root, which is the folder with the OS and its server script v3/server.mjs. The
+// script is the fixture server, which records its events in a file.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,
@@ -10,10 +11,10 @@ import { PageReports } from './page_reports.mjs';
 import { isRunning } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
-const harness = dirname(fileURLToPath(import.meta.url));
+const supportFolder = dirname(fileURLToPath(import.meta.url));
 
 export class DataRoot extends PageReports {
-  /// Creates the folder with its server. With a `behaviour` of null there is no server.
+  /// Creates the folder and installs the server, except with a `behaviour` of null.
   constructor(path, behaviour = {}) {
     super();
     this.path = path;
@@ -21,13 +22,13 @@ export class DataRoot extends PageReports {
     this.log = join(path, 'v3/.local/server.log');
     this.recordPath = join(path, 'v3/record.jsonl');
     mkdirSync(join(path, 'v3'), { recursive: true });
-    if (behaviour !== null) this.install(behaviour);
+    if (behaviour !== null) this.installServer(behaviour);
   }
 
-  install(behaviour = {}) {
-    copyFileSync(join(harness, 'fixture_server.mjs'), this.script);
+  installServer(behaviour = {}) {
+    copyFileSync(join(supportFolder, 'fixture_server.mjs'), this.script);
     for (const module of ['responses.mjs', 'page.mjs']) {
-      copyFileSync(join(harness, module), join(this.path, 'v3', module));
+      copyFileSync(join(supportFolder, module), join(this.path, 'v3', module));
     }
     this.setBehaviour(behaviour);
   }
@@ -56,8 +57,9 @@ export class DataRoot extends PageReports {
     rmSync(this.recordPath, { force: true });
   }
 
-  events(event) {
-    return this.record().filter((line) => line.event === event);
+  /// Returns the recorded events of a name, in order.
+  events(name) {
+    return this.record().filter(({ event }) => event === name);
   }
 
   requestsTo(url, method = 'GET') {
@@ -69,6 +71,7 @@ export class DataRoot extends PageReports {
     return waitFor(`server start ${count}`, () => this.events('started')[count - 1]);
   }
 
+  /// Waits until the `count`th started server has ended.
   async awaitServerExit(count = 1) {
     const { pid } = await this.awaitStarted(count);
     await waitFor(`end of server ${pid}`, () => !isRunning(pid));

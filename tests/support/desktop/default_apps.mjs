@@ -14,12 +14,13 @@ const types = [
   'text/plain',
 ];
 
-/// An address that tests open last. Links are handled in order, so all earlier clicks have been
-/// handled once it is opened.
-export const beacon = 'https://beacon.test/';
-export const beaconLink = link('beacon', beacon);
+/// The URL of the barrier link, which a test clicks last. Links are handled in order, so once its
+/// URL has been opened, all earlier clicks have been handled.
+export const barrierUrl = 'https://barrier.test/';
+export const barrierLink = link('barrier', barrierUrl);
 
-const program = (record) => `#!${process.execPath}
+/// Returns the source of a default application that appends its argument and environment to a file.
+const recordingProgram = (record) => `#!${process.execPath}
 const { appendFileSync, statSync } = require('node:fs');
 const [argument] = process.argv.slice(2);
 const size = argument.startsWith('/') ? statSync(argument).size : null;
@@ -28,7 +29,7 @@ appendFileSync(${JSON.stringify(record)}, JSON.stringify(line) + '\\n');
 `;
 
 /// Variables that GIO and the shell add when they start a program.
-const addedAtStart = /^(GIO_LAUNCHED_DESKTOP_FILE(_PID)?|DESKTOP_STARTUP_ID|PWD|OLDPWD|SHLVL|_)$/;
+const addedByLaunch = /^(GIO_LAUNCHED_DESKTOP_FILE(_PID)?|DESKTOP_STARTUP_ID|PWD|OLDPWD|SHLVL|_)$/;
 
 export class Desktop {
   /// Sets the desktop up before the user's first start of the application. `downloads` replaces
@@ -36,7 +37,7 @@ export class Desktop {
   constructor(user, { downloads } = {}) {
     const { XDG_CONFIG_HOME, XDG_DATA_HOME } = user.environment;
     this.user = user;
-    this.record = join(user.folder, 'opened.jsonl');
+    this.launchRecord = join(user.folder, 'opened.jsonl');
     this.downloads = downloads ?? join(user.home, 'Downloads');
     mkdirSync(this.downloads);
     if (downloads) {
@@ -44,39 +45,39 @@ export class Desktop {
     }
 
     const opener = join(user.folder, 'opener');
-    writeFileSync(opener, program(this.record), { mode: 0o755 });
+    writeFileSync(opener, recordingProgram(this.launchRecord), { mode: 0o755 });
     mkdirSync(join(XDG_DATA_HOME, 'applications'));
-    this.writeEntry('addresses', `Exec="${opener}" %u`);
-    this.writeEntry('files', `Exec="${opener}" %f`);
+    this.writeDesktopEntry('open-url', `Exec="${opener}" %u`);
+    this.writeDesktopEntry('open-file', `Exec="${opener}" %f`);
     const defaults = [
-      ...schemes.map((scheme) => `x-scheme-handler/${scheme}=addresses.desktop`),
-      ...types.map((type) => `${type}=files.desktop`),
+      ...schemes.map((scheme) => `x-scheme-handler/${scheme}=open-url.desktop`),
+      ...types.map((type) => `${type}=open-file.desktop`),
     ];
     writeFileSync(join(XDG_CONFIG_HOME, 'mimeapps.list'),
       `[Default Applications]\n${defaults.join('\n')}\n`);
   }
 
-  writeEntry(name, lines) {
+  writeDesktopEntry(name, lines) {
     writeFileSync(join(this.user.environment.XDG_DATA_HOME, 'applications', `${name}.desktop`),
       `[Desktop Entry]\nType=Application\nName=${name}\n${lines}\n`);
   }
 
   /// Makes an application with D-Bus activation the default for a scheme.
-  activateByDBus(scheme, name) {
-    this.writeEntry(name, 'DBusActivatable=true\nExec=false');
+  setDBusActivatedDefault(scheme, name) {
+    this.writeDesktopEntry(name, 'DBusActivatable=true\nExec=false');
     const defaults = join(this.user.environment.XDG_CONFIG_HOME, 'mimeapps.list');
     writeFileSync(defaults, readFileSync(defaults, 'utf8')
-      .replace(`handler/${scheme}=addresses.desktop`, `handler/${scheme}=${name}.desktop`));
+      .replace(`handler/${scheme}=open-url.desktop`, `handler/${scheme}=${name}.desktop`));
   }
 
-  /// Returns the starts of default applications: argument, size of a file, number of arguments
-  /// and environment.
+  /// Returns the starts of default applications: `argument`, `size` (of the file that the argument
+  /// names, or null), `count` (of the arguments) and `environment`.
   launches() {
-    if (!existsSync(this.record)) return [];
-    return readFileSync(this.record, 'utf8').split('\n').slice(0, -1).map((text) => {
+    if (!existsSync(this.launchRecord)) return [];
+    return readFileSync(this.launchRecord, 'utf8').split('\n').slice(0, -1).map((text) => {
       const line = JSON.parse(text);
       const environment = Object.entries(line.environment)
-        .filter(([name]) => !addedAtStart.test(name));
+        .filter(([name]) => !addedByLaunch.test(name));
       return { ...line, environment: Object.fromEntries(environment) };
     });
   }
@@ -86,27 +87,28 @@ export class Desktop {
     return this.launches().map(({ argument }) => argument);
   }
 
+  /// Waits until a URL or path has been opened, and returns that start of a default application.
   async awaitOpened(argument) {
-    return waitFor(`the opening of ${argument}`, () =>
+    return waitFor(`the default application of ${argument}`, () =>
       this.launches().find((launch) => launch.argument === argument));
   }
 
-  /// Clicks the beacon link and waits until it is opened.
-  async openBeacon(layout) {
-    await this.user.screen.clickElement(layout, 'beacon');
-    await this.awaitOpened(beacon);
+  /// Clicks the barrier link and waits until it is opened.
+  async clickBarrierLink(layout) {
+    await this.user.screen.clickElement(layout, 'barrier');
+    await this.awaitOpened(barrierUrl);
   }
 
   /// Quits, waits for all processes, and fails unless exactly these URLs and files have been
   /// opened, the page has not been replaced, and there was one window at most.
-  async quitWithOpened(...urls) {
+  async quitAndAssertOpened(...urls) {
     this.user.root.assertPageLoadedOnce();
     await this.user.quit();
-    await this.assertOpened(...urls);
+    await this.awaitEndAndAssertOpened(...urls);
   }
 
-  /// Does the same after the application has ended in another way.
-  async assertOpened(...urls) {
+  /// Does the same when the application is ending or has ended, but for the page.
+  async awaitEndAndAssertOpened(...urls) {
     await this.user.awaitProcessesEnded();
     assert.deepEqual(this.opened().sort(), urls.sort());
     assert.equal(this.user.screen.maxWindowCount, 1, 'no second window was opened');
@@ -114,19 +116,19 @@ export class Desktop {
 
   /// Waits until a file in Downloads was opened, and returns its text. Fails if the file was
   /// opened before it was complete.
-  async awaitFile(name) {
-    const path = this.path(name);
+  async awaitOpenedFile(name) {
+    const path = this.downloadPath(name);
     const { size } = await this.awaitOpened(path);
     if (size !== statSync(path).size) throw new Error(`${name} was opened before it was complete`);
     return readFileSync(path, 'utf8');
   }
 
-  path(name) {
+  downloadPath(name) {
     return join(this.downloads, name);
   }
 
   /// Returns the names in the Downloads folder.
-  files() {
+  downloadedFiles() {
     return readdirSync(this.downloads).sort();
   }
 }

@@ -1,5 +1,5 @@
-// The frame of every test of the application: a screen for the file, a new user for each test,
-// and a check afterwards of what the application has left behind.
+// The setup and teardown of every test of the application: a screen for the file, a new user for
+// each test, and a check afterwards that the application has left nothing behind.
 
 import { mkdirSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
@@ -7,15 +7,15 @@ import { after, before, test as nodeTest } from 'node:test';
 
 import { Accessibility } from './accessibility.mjs';
 import { assertNoLeftovers } from './leftovers.mjs';
-import { PORT, listeners } from './processes.mjs';
+import { PORT, describeListeners } from './processes.mjs';
 import { Screen } from './screen.mjs';
 import { User } from './user.mjs';
 import { failWaits, waitFor } from './wait.mjs';
 
-/// Whether the long form of the tests runs.
-export const isLong = process.env.ORVEL_TEST_LONG === '1';
+/// Whether the long form of the tests runs, which repeats more often and covers more combinations.
+export const isLongForm = process.env.ORVEL_TEST_LONG === '1';
 
-const screenshots = process.env.ORVEL_E2E_SCREENSHOTS;
+const screenshotFolder = process.env.ORVEL_E2E_SCREENSHOTS;
 
 /// Returns the functions with which a file declares its tests and saves screenshots. With
 /// `usesPort` false the file leaves the application's port alone. With `accessibility` the
@@ -31,7 +31,7 @@ export function desktopTests({
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
       user?.killAll();
-      screen?.accessibility?.end();
+      screen?.accessibility?.kill();
       screen?.end();
       user?.removeFolder();
       if (screen) rmSync(screen.folder, { recursive: true, force: true });
@@ -40,8 +40,9 @@ export function desktopTests({
   }
 
   before(async () => {
-    if (usesPort && listeners()) {
-      throw new Error(`port ${PORT} must be free for these tests; it is held by ${listeners()}`);
+    const holders = usesPort && describeListeners();
+    if (holders) {
+      throw new Error(`port ${PORT} must be free for these tests; it is held by ${holders}`);
     }
     screen = await Screen.open(screenOptions);
     screen.watchWindowCount();
@@ -54,14 +55,15 @@ export function desktopTests({
 
   /// Saves a screenshot if ORVEL_E2E_SCREENSHOTS names a folder.
   async function saveScreenshot(name) {
-    if (!screenshots) return;
-    mkdirSync(screenshots, { recursive: true });
-    await screen.saveScreenshot(join(screenshots, `${name.replace(/[^\w-]+/g, '-')}.png`));
+    if (!screenshotFolder) return;
+    mkdirSync(screenshotFolder, { recursive: true });
+    const file = `${name.replace(/[^\w-]+/g, '-')}.png`;
+    await screen.saveScreenshot(join(screenshotFolder, file));
   }
 
   /// Declares a test. Its body gets the user, the screen and the context of node:test. If the
-  /// application still runs after the body, it is quit by its key. Options: `skip`, those of
-  /// User, and `configurationFiles` of assertNoLeftovers.
+  /// application still runs after the body, Control-Q quits it. The options, before the body, are
+  /// `skip` of node:test, those of User, and `configurationFiles` of assertNoLeftovers.
   function test(name, ...optionsAndBody) {
     const body = optionsAndBody.pop();
     const [{ skip = false, configurationFiles, ...userOptions } = {}] = optionsAndBody;
@@ -72,7 +74,7 @@ export function desktopTests({
         await body(user, screen, t);
         if (user.run && !user.run.exit) await user.quit();
         await assertNoLeftovers(user, configurationFiles);
-        if (usesPort) await waitFor('a free port', () => !listeners());
+        if (usesPort) await waitFor('a free port', () => !describeListeners());
       } catch (error) {
         await saveScreenshot(`failed ${name}`);
         const output = user.runs.map((run) => run.output).join('');

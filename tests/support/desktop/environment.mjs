@@ -4,20 +4,20 @@ import { spawnSync } from 'node:child_process';
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
 
-let sandbox;
+let sandboxVariables;
 
 /// Returns the variables that WebKit needs on this machine. WebKit runs its web process in a
 /// bubblewrap sandbox; on machines that forbid one, mostly containers, the tests disable it.
 function sandboxEnvironment() {
-  if (sandbox === undefined) {
+  if (sandboxVariables === undefined) {
     const { status, stderr, error } = spawnSync('bwrap', ['--ro-bind', '/', '/', 'true']);
-    sandbox = status === 0 ? {} : { WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS: '1' };
+    sandboxVariables = status === 0 ? {} : { WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS: '1' };
     if (status !== 0) {
       const reason = error?.message ?? String(stderr).trim();
       console.log(`no sandbox for the web process, because bubblewrap failed: ${reason}`);
     }
   }
-  return sandbox;
+  return sandboxVariables;
 }
 
 /// Creates the folders of a new user and returns the environment that leads to them.

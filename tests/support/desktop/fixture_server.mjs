@@ -1,7 +1,7 @@
 // The OS server of the tests, installed as v3/server.mjs in a data root. The file
 // behaviour.json beside it sets its behaviour:
 //   routes            responses for paths (responses.mjs), read again for each response
-//   failedProbes      number of probes that get status 401 first
+//   failedProbes      number of probes (GET /api/wie) that get status 401 first
 //   noReply           no request gets a response
 //   closesConnection  each request's connection is closed without a response
 //   ignoresSignals    SIGTERM, SIGINT and SIGHUP are ignored
@@ -17,13 +17,14 @@ import { fileURLToPath } from 'node:url';
 
 import { respond } from './responses.mjs';
 
-const here = dirname(fileURLToPath(import.meta.url));
-const path = join(here, 'behaviour.json');
-const readBehaviour = () => (existsSync(path) ? JSON.parse(readFileSync(path, 'utf8')) : {});
+const serverFolder = dirname(fileURLToPath(import.meta.url));
+const behaviourPath = join(serverFolder, 'behaviour.json');
+const readBehaviour = () =>
+  (existsSync(behaviourPath) ? JSON.parse(readFileSync(behaviourPath, 'utf8')) : {});
 const behaviour = readBehaviour();
 
 // Stays open, so that recording works after a test has moved the folder.
-const recordFile = openSync(join(here, 'record.jsonl'), 'a');
+const recordFile = openSync(join(serverFolder, 'record.jsonl'), 'a');
 
 // Synchronous, so that the line is in the file before the client gets its response.
 function record(event, details = {}) {

@@ -1,22 +1,23 @@
-// What the ended application has left behind.
+// The check that the ended application has left nothing behind.
 
 import assert from 'node:assert/strict';
 import { readdirSync } from 'node:fs';
 import { dirname } from 'node:path';
 
-/// Returns the messages about failed assertions, without those of two known bugs. After
-/// a connection reset, WebKit's network process may use a feature of its libsoup session (3.6.5)
-/// that has been freed. GLib (2.74) reports a failed D-Bus activation without a startup ID.
+/// Returns the messages about failed assertions, without those of two known bugs:
+/// - After a connection reset, WebKit's network process may use a feature of its libsoup session
+///   (3.6.5) that has been freed. All messages of such a process are ignored.
+/// - GLib (2.74) reports a failed D-Bus activation without a startup ID.
 function failedAssertions(output) {
-  const faulty = [...output.matchAll(/(\(process:\d+\)).*'SOUP_IS_SESSION_FEATURE /g)];
-  const isKnown = (line) => faulty.some(([, name]) => line.includes(name)) ||
+  const withKnownBug = [...output.matchAll(/(\(process:\d+\)).*'SOUP_IS_SESSION_FEATURE /g)];
+  const isKnown = (line) => withKnownBug.some(([, prefix]) => line.includes(prefix)) ||
     line.includes("launch_failed: assertion 'startup_notify_id != NULL'");
   return output.split('\n').filter((line) =>
     /CRITICAL|Assertion|terminate called|Sanitizer/.test(line) && !isKnown(line));
 }
 
 /// Returns the paths below a folder that match a pattern.
-const matching = (folder, pattern) =>
+const pathsMatching = (folder, pattern) =>
   readdirSync(folder, { recursive: true }).map(String).filter((path) => pattern.test(path));
 
 /// Waits until all processes of a user have ended. Fails if the application has printed a message
@@ -29,11 +30,11 @@ export async function assertNoLeftovers(user, configurationFiles = ['defaults.in
     failedAssertions: failedAssertions(user.runs.map((run) => run.output).join('')),
     temporary: readdirSync(TMPDIR),
     // The update's folder stays; it is empty once the bundle has been moved out of it.
-    cache: matching(XDG_CACHE_HOME, /temporary\/|\.orvel-/)
+    cache: pathsMatching(XDG_CACHE_HOME, /temporary\/|\.orvel-/)
       .filter((path) => !/\/orvel-os-update-[^/]*(\/part)?$/.test(path)),
-    configuration: matching(XDG_CONFIG_HOME, /^nl\.orvel\.os\//)
+    configuration: pathsMatching(XDG_CONFIG_HOME, /^nl\.orvel\.os\//)
       .filter((path) => !configurationFiles.includes(path.slice('nl.orvel.os/'.length))),
-    home: matching(user.home, /\.orvel-|(^|\/)core/),
+    home: pathsMatching(user.home, /\.orvel-|(^|\/)core/),
     besideBundle: readdirSync(dirname(user.bundle)).filter((name) => name !== 'Orvel OS.app'),
     cores: readdirSync(user.folder).filter((name) => name.startsWith('core')),
   }, {

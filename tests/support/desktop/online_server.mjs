@@ -1,4 +1,5 @@
-// A server that the application does not start. Its address 127.0.0.2 counts as online.
+// A server that the application does not start. The application counts its address, 127.0.0.2, as
+// online, because it is not that of the local server.
 
 import { createServer } from 'node:http';
 

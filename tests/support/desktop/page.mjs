@@ -9,8 +9,8 @@ export const link = (id, href, attributes = '') =>
   `<a id="${id}" href="${href}" ${attributes}>${id}</a>`;
 export const button = (id, script) => `<button id="${id}" onclick="${script}">${id}</button>`;
 
-/// Returns a page around a piece of HTML. A top-level page reports "painted" with its size and
-/// the position of each element with an ID, including those in frames of the same origin.
+/// Returns a page around a piece of HTML. A top-level page reports "painted" with its layout: its
+/// size, and the middle of each element with an ID, including those in frames of the same origin.
 export function pageWith(content) {
   return `<!doctype html>
 <html lang="en"><meta charset="utf-8"><title>Test</title>
@@ -60,5 +60,5 @@ ${content}
 `;
 }
 
-/// The default page.
+/// The default page, whose content is a text field with the focus.
 export const fieldPage = pageWith('<input id="field" autocomplete="off">');

@@ -23,7 +23,7 @@ export class PageReports {
     return this.reported('painted').length;
   }
 
-  /// Waits until pages have been painted `count` times in all; returns the last layout.
+  /// Waits until pages have been painted `count` times in all, and returns the last layout.
   awaitPainted(count = 1) {
     return this.awaitReport('painted', count);
   }
@@ -34,6 +34,7 @@ export class PageReports {
     assert.equal(this.requestsTo('/').length, 1, 'the page is not requested again');
   }
 
+  /// Waits until the last text that a page has reported from its field is this one.
   async awaitFieldText(text) {
     await waitFor(`"${text}" in the field`, () => this.reported('field').at(-1)?.value === text);
   }

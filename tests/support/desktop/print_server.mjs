@@ -1,4 +1,4 @@
-// A private CUPS server with one queue, which keeps the documents that it receives.
+// A private CUPS server with one print queue. It keeps the documents that it receives.
 
 import { execFile, spawn } from 'node:child_process';
 import { mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
@@ -12,7 +12,7 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-async function freePort() {
+async function findFreePort() {
   const server = createServer();
   await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
   const { port } = server.address();
@@ -24,10 +24,10 @@ export class PrintServer {
   static async open(queue) {
     const server = new PrintServer();
     server.folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-cups-'));
-    const at = (name) => join(server.folder, name);
-    for (const name of ['etc', 'spool', 'tmp', 'cache', 'state']) mkdirSync(at(name));
-    server.address = `127.0.0.1:${await freePort()}`;
-    writeFileSync(at('cupsd.conf'), `Listen ${server.address}
+    const path = (name) => join(server.folder, name);
+    for (const name of ['etc', 'spool', 'tmp', 'cache', 'state']) mkdirSync(path(name));
+    server.address = `127.0.0.1:${await findFreePort()}`;
+    writeFileSync(path('cupsd.conf'), `Listen ${server.address}
 Browsing No
 PreserveJobFiles Yes
 DefaultAuthType None
@@ -43,18 +43,19 @@ DefaultAuthType None
   </Limit>
 </Policy>
 `);
-    writeFileSync(at('cups-files.conf'), `FileDevice Yes
-ServerRoot ${at('etc')}
-RequestRoot ${at('spool')}
-TempDir ${at('tmp')}
-CacheDir ${at('cache')}
-StateDir ${at('state')}
-AccessLog ${at('access_log')}
-ErrorLog ${at('error_log')}
-PageLog ${at('page_log')}
+    writeFileSync(path('cups-files.conf'), `FileDevice Yes
+ServerRoot ${path('etc')}
+RequestRoot ${path('spool')}
+TempDir ${path('tmp')}
+CacheDir ${path('cache')}
+StateDir ${path('state')}
+AccessLog ${path('access_log')}
+ErrorLog ${path('error_log')}
+PageLog ${path('page_log')}
 `);
     server.process = spawn('/usr/sbin/cupsd',
-      ['-f', '-c', at('cupsd.conf'), '-s', at('cups-files.conf')], { stdio: 'ignore' });
+      ['-f', '-c', path('cupsd.conf'), '-s', path('cups-files.conf')], { stdio: 'ignore' });
+    // Nothing is printed: PreserveJobFiles keeps each document in the spool.
     const printer = ['-v', 'file:///dev/null', '-m', 'raw', '-E'];
     const addQueue = ['-h', server.address, '-p', queue, ...printer];
     await waitFor('a print queue', () =>
@@ -63,11 +64,11 @@ PageLog ${at('page_log')}
   }
 
   /// Suspends the server: the kernel accepts connections, and no request gets a response.
-  hang() {
+  suspend() {
     kill(this.process.pid, 'SIGSTOP');
   }
 
-  /// Returns the received files, in order.
+  /// Returns the paths of the received documents, in order. CUPS names them d<job>-<document>.
   documents() {
     const folder = join(this.folder, 'spool');
     return readdirSync(folder).filter((name) => /^d\d+-\d+$/.test(name)).sort()

@@ -7,7 +7,7 @@ const { O_RDWR, O_WRONLY } = constants;
 /// The port of the application's server.
 export const PORT = 4767;
 
-function read(path) {
+function readOrEmpty(path) {
   try {
     return readFileSync(path, 'latin1');
   } catch {
@@ -15,7 +15,7 @@ function read(path) {
   }
 }
 
-function entries(folder) {
+function listOrEmpty(folder) {
   try {
     return readdirSync(folder);
   } catch {
@@ -23,7 +23,7 @@ function entries(folder) {
   }
 }
 
-function target(link) {
+function linkTargetOrEmpty(link) {
   try {
     return readlinkSync(link);
   } catch {
@@ -32,13 +32,13 @@ function target(link) {
 }
 
 function pids() {
-  return entries('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
+  return listOrEmpty('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
 }
 
-/// Returns what /proc says about a process. The `state` is empty if it does not exist.
-export function describe(pid) {
-  const stat = read(`/proc/${pid}/stat`);
-  // proc_pid_stat(5). The name in parentheses may contain blanks.
+/// Returns the properties of a process. The `state` is empty if it does not exist.
+export function readProcess(pid) {
+  const stat = readOrEmpty(`/proc/${pid}/stat`);
+  // The fields from the third on (proc_pid_stat(5)). The name in parentheses may contain blanks.
   const fields = stat.slice(stat.lastIndexOf(')') + 2).split(' ');
   const [state, parent, , session] = fields;
   return {
@@ -47,8 +47,8 @@ export function describe(pid) {
     parent: Number(parent),
     session: Number(session),
     niceness: Number(fields[16]),
-    name: read(`/proc/${pid}/comm`).trim(),
-    command: read(`/proc/${pid}/cmdline`).split('\0').join(' ').trim(),
+    name: readOrEmpty(`/proc/${pid}/comm`).trim(),
+    command: readOrEmpty(`/proc/${pid}/cmdline`).split('\0').join(' ').trim(),
   };
 }
 
@@ -58,40 +58,40 @@ export function describe(pid) {
 export function markedProcesses(marker, sessions = new Set()) {
   const wanted = `\0${marker}\0`;
   return pids()
-    .map(describe)
+    .map(readProcess)
     .filter(
       ({ pid, session, state }) =>
         state &&
         state !== 'Z' &&
-        (sessions.has(session) || `\0${read(`/proc/${pid}/environ`)}`.includes(wanted)),
+        (sessions.has(session) || `\0${readOrEmpty(`/proc/${pid}/environ`)}`.includes(wanted)),
     );
 }
 
 /// Returns the paths of the regular files that a process has open for writing.
 export function filesOpenForWriting(pid) {
   const folder = `/proc/${pid}/fd`;
-  return entries(folder).flatMap((fd) => {
-    const path = target(`${folder}/${fd}`);
-    const flags = /^flags:\s*(\d+)/m.exec(read(`/proc/${pid}/fdinfo/${fd}`))?.[1] ?? '0';
+  return listOrEmpty(folder).flatMap((fd) => {
+    const path = linkTargetOrEmpty(`${folder}/${fd}`);
+    const flags = /^flags:\s*(\d+)/m.exec(readOrEmpty(`/proc/${pid}/fdinfo/${fd}`))?.[1] ?? '0';
     const isWritable = (parseInt(flags, 8) & (O_WRONLY | O_RDWR)) !== 0;
-    const isRegular = /^\/(?!dev\/|proc\/|memfd:)/.test(path) && !path.endsWith(' (deleted)');
-    return isWritable && isRegular ? [path] : [];
+    const isRegularFile = /^\/(?!dev\/|proc\/|memfd:)/.test(path) && !path.endsWith(' (deleted)');
+    return isWritable && isRegularFile ? [path] : [];
   });
 }
 
 /// Returns whether a process has a child that has ended and that it has not waited for.
 export function hasZombie(parent) {
-  return pids().map(describe).some((child) => child.parent === parent && child.state === 'Z');
+  return pids().map(readProcess).some((child) => child.parent === parent && child.state === 'Z');
 }
 
 /// Returns the largest resident memory of a process so far, in MiB; 0 when it has ended.
 export function peakMemory(pid) {
-  return Number(/^VmHWM:\s*(\d+) kB$/m.exec(read(`/proc/${pid}/status`))?.[1] ?? 0) / 1024;
+  return Number(/^VmHWM:\s*(\d+) kB$/m.exec(readOrEmpty(`/proc/${pid}/status`))?.[1] ?? 0) / 1024;
 }
 
 /// Returns whether a process exists and is no zombie.
 export function isRunning(pid) {
-  const { state } = describe(pid);
+  const { state } = readProcess(pid);
   return Boolean(state) && state !== 'Z';
 }
 
@@ -104,18 +104,22 @@ export function kill(pid, signal = 'SIGKILL') {
   }
 }
 
-/// Returns the processes that listen on a TCP port, as text for messages; '' if there are none.
-export function listeners(port = PORT) {
+/// TCP_LISTEN in the kernel's tcp_states.h, as /proc/net/tcp has it.
+const listeningState = '0A';
+
+/// Returns a text that names the processes that listen on a TCP port, or '' if no process does.
+export function describeListeners(port = PORT) {
   const suffix = `:${port.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']
-    .flatMap((file) => read(file).split('\n').slice(1))
+    .flatMap((file) => readOrEmpty(file).split('\n').slice(1))
     .map((line) => line.trim().split(/\s+/))
-    .filter(([, local = '', , state]) => local.endsWith(suffix) && state === '0A')
+    .filter(([, local = '', , state]) => local.endsWith(suffix) && state === listeningState)
     .map((fields) => `socket:[${fields[9]}]`);
   if (sockets.length === 0) return '';
   const holders = pids().filter((pid) => {
     const folder = `/proc/${pid}/fd`;
-    return entries(folder).some((fd) => sockets.includes(target(`${folder}/${fd}`)));
+    return listOrEmpty(folder).some((fd) => sockets.includes(linkTargetOrEmpty(`${folder}/${fd}`)));
   });
-  return holders.map((pid) => `${pid} (${describe(pid).command})`).join(', ') || 'unknown process';
+  return holders.map((pid) => `${pid} (${readProcess(pid).command})`).join(', ') ||
+    'unknown process';
 }

@@ -2,14 +2,13 @@
 
 import { kill } from './processes.mjs';
 
-const pressQuitKey = (run, screen) => screen.pressKeys('ctrl+q');
-// The window manager's key: it asks the window to close, as its close button does.
-const pressCloseKey = (run, screen) => screen.pressKeys('alt+F4');
+const press = (keys) => (run, screen) => screen.pressKeys(keys);
 const send = (signal) => (run) => kill(run.pid, signal);
 
 export const quitActions = {
-  'the quit key': pressQuitKey,
-  'the close key': pressCloseKey,
+  'Control-Q': press('ctrl+q'),
+  // The window manager handles this key. It asks the window to close, as its close button does.
+  'Alt-F4': press('alt+F4'),
   SIGTERM: send('SIGTERM'),
   SIGINT: send('SIGINT'),
   SIGHUP: send('SIGHUP'),

@@ -23,7 +23,8 @@ export function setPlistValue(bundle, key, value) {
     .replace(/<\/dict>\s*<\/plist>/, `${entry}</dict></plist>`));
 }
 
-/// Returns names, modes and contents of everything in a folder as one text.
+/// Returns one text with the names, modes and content hashes of everything in a folder. Two
+/// folders with equal texts are equal.
 export function fingerprint(folder) {
   const lines = readdirSync(folder, { recursive: true }).sort().map((name) => {
     const path = join(folder, name);
@@ -36,15 +37,18 @@ export function fingerprint(folder) {
   return lines.join('\n');
 }
 
-/// Returns an archive of the user's application with another version. `alter` may change the
-/// folder that is archived. `key` replaces the public key for updates.
-export function makeRelease(user, { version = '1.1', identity, key, alter = () => {} } = {}) {
+/// Returns an archive of the user's application with another version and, if given, another
+/// bundle identifier and public key for updates. `alter` gets the folder to be archived and the
+/// bundle in it, and may change them.
+export function makeRelease(
+  user, { version = '1.1', identifier, publicKey, alter = () => {} } = {},
+) {
   const folder = mkdtempSync(join(user.folder, 'release '));
   const bundle = join(folder, 'Orvel OS.app');
   cpSync(user.bundle, bundle, { recursive: true });
   setPlistValue(bundle, 'CFBundleShortVersionString', version);
-  if (identity) setPlistValue(bundle, 'CFBundleIdentifier', identity);
-  if (key) setPlistValue(bundle, 'ORVELOSUpdateKey', key);
+  if (identifier) setPlistValue(bundle, 'CFBundleIdentifier', identifier);
+  if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
   mkdirSync(join(bundle, 'Contents/Resources/new'));
   writeFileSync(join(bundle, 'Contents/Resources/new/file'), `of ${version}\n`);
   symlinkSync('file', join(bundle, 'Contents/Resources/new/link'));
@@ -55,7 +59,8 @@ export function makeRelease(user, { version = '1.1', identity, key, alter = () =
   return archive;
 }
 
-/// Makes a key pair for updates. The public key has the form of ORVELOSUpdateKey.
+/// Makes a key pair for updates. The public key has the form of ORVELOSUpdateKey: an uncompressed
+/// point (SEC 1, section 2.3.3) in base64.
 export function makeUpdateKey() {
   const { privateKey, publicKey } = generateKeyPairSync('ec', { namedCurve: 'P-256' });
   const { x, y } = publicKey.export({ format: 'jwk' });
@@ -66,8 +71,11 @@ export function makeUpdateKey() {
   };
 }
 
-/// Returns the manifest members that sign an archive.
-export function signatureOf(archive, { privateKey }, version, { edition = 'linux', sleutel } = {}) {
+/// Returns the members of a manifest that sign an archive: `handtekening` (the signature) and, if
+/// given, `sleutel` (the public key of the next releases).
+export function signatureMembers(
+  archive, { privateKey }, version, { edition = 'linux', sleutel } = {},
+) {
   const hash = createHash('sha256').update(archive).digest('hex');
   const lines = ['orvel-os-update', version, edition, hash, ...(sleutel ? [sleutel] : []), ''];
   const signature = sign('sha256', Buffer.from(lines.join('\n')), privateKey);

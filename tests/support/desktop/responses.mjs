@@ -7,7 +7,7 @@
 //   truncated       the connection closes after half of the body
 //   truncatedChunk  the connection closes in the middle of a chunk
 //   reset           the connection is reset before the response
-//   headerFields    number of additional header fields
+//   headerFields    number of additional header fields, x-field-0 and so on
 //   trickle         path of a file; one byte a second is sent until its creation
 //   logBytes        number of bytes that go into the server's log first
 //   noReply         no response at all
@@ -16,18 +16,21 @@ import { existsSync, writeSync } from 'node:fs';
 
 import { fieldPage, pageWith } from './page.mjs';
 
-const html = { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' };
+/// The size in bytes of the chunks of an endless body.
+const endlessChunkSize = 256 << 10;
+
+const htmlHeaders = { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' };
 
 function sendZeros(response, size) {
   const chunk = Buffer.alloc(1 << 20);
-  let left = size;
+  let remaining = size;
   const send = () => {
-    while (left > 0 && !response.destroyed) {
-      const length = Math.min(left, chunk.length);
-      left -= length;
+    while (remaining > 0 && !response.destroyed) {
+      const length = Math.min(remaining, chunk.length);
+      remaining -= length;
       if (!response.write(chunk.subarray(0, length))) return;
     }
-    if (left === 0) response.end();
+    if (remaining === 0) response.end();
   };
   response.on('drain', send);
   send();
@@ -39,33 +42,40 @@ function repeatUntilClosed(response, interval, step) {
   response.on('close', () => clearInterval(timer));
 }
 
-/// Ends the response with `rest` once the file `gate` exists.
-function endAtGate(response, gate, rest) {
+/// Ends the response with the text that `rest` returns once the file `gate` exists.
+function endWhenGateExists(response, gate, rest) {
   repeatUntilClosed(response, 10, () => {
     if (existsSync(gate)) response.end(rest());
   });
 }
 
+/// Sends one byte a second, and the rest of the body once the file `gate` exists.
 function sendTrickle(response, body, gate) {
   let sent = 0;
   repeatUntilClosed(response, 1000, () => {
-    if (sent < body.length) response.write(body.subarray(sent, (sent += 1)));
+    if (sent < body.length) {
+      response.write(body.subarray(sent, sent + 1));
+      sent += 1;
+    }
     response.emit('chunkSent');
   });
-  endAtGate(response, gate, () => body.subarray(sent));
+  endWhenGateExists(response, gate, () => body.subarray(sent));
 }
 
-function writeLog(size) {
+/// Writes to standard output, which the application redirects to the server's log.
+function floodLog(size) {
   const line = Buffer.alloc(1 << 16, 'flood ');
-  for (let left = size; left > 0; left -= line.length) writeSync(1, line);
+  for (let remaining = size; remaining > 0; remaining -= line.length) {
+    writeSync(process.stdout.fd, line);
+  }
 }
 
-const extraFields = (count) =>
+const numberedFields = (count) =>
   Object.fromEntries(Array.from({ length: count }, (_, index) => [`x-field-${index}`, `${index}`]));
 
 function sendRoute(response, route) {
   if (route.noReply) return;
-  if (route.logBytes) writeLog(route.logBytes);
+  if (route.logBytes) floodLog(route.logBytes);
   if (route.reset) {
     response.socket.resetAndDestroy();
     return;
@@ -74,16 +84,16 @@ function sendRoute(response, route) {
   const half = body.subarray(0, body.length / 2);
   const length = { 'content-length': route.zeroBytes ?? body.length };
   response.writeHead(route.status ?? 200, {
-    ...(route.page === undefined ? {} : html),
+    ...(route.page === undefined ? {} : htmlHeaders),
     ...(route.endless || route.truncatedChunk ? {} : length),
-    ...extraFields(route.headerFields ?? 0),
+    ...numberedFields(route.headerFields ?? 0),
     ...route.headers,
   });
   if (route.zeroBytes !== undefined) {
     sendZeros(response, route.zeroBytes);
   } else if (route.endless) {
     repeatUntilClosed(response, 5, () =>
-      response.write(Buffer.alloc(1 << 18), () => response.emit('chunkSent')));
+      response.write(Buffer.alloc(endlessChunkSize), () => response.emit('chunkSent')));
   } else if (route.truncated) {
     response.write(half, () => response.destroy());
   } else if (route.truncatedChunk) {
@@ -93,7 +103,7 @@ function sendRoute(response, route) {
     sendTrickle(response, body, route.trickle);
   } else if (route.gate) {
     response.write(half);
-    endAtGate(response, route.gate, () => body.subarray(half.length));
+    endWhenGateExists(response, route.gate, () => body.subarray(half.length));
   } else {
     response.end(body);
   }
@@ -108,7 +118,7 @@ export function respond({ method, url }, response, routes = {}) {
   } else if (method === 'POST' || url === '/api/wie') {
     response.writeHead(200, { 'content-type': 'application/json' }).end('{}');
   } else if (url === '/') {
-    response.writeHead(200, html).end(fieldPage);
+    response.writeHead(200, htmlHeaders).end(fieldPage);
   } else {
     response.writeHead(404).end();
   }

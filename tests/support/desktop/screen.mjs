@@ -14,11 +14,12 @@ import { programTimeout, repeatUntil, waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-/// The title of the dialog for the server's address.
-export const addressTitle = 'Adres van het OS';
+/// The title of the address dialog, which asks for the address of the server.
+export const addressDialogTitle = 'Adres van het OS';
 
-/// Replaces the name of a function key by its key code (Linux input code plus 8). With the
-/// names of xkb-data 2.48, xdotool would press Alt as well.
+/// Replaces the name of a function key by its X11 key code, which is the Linux input code plus 8:
+/// 67 to 76 for F1 to F10, 95 and 96 for F11 and F12. With the names of xkb-data 2.48, xdotool
+/// would press Alt as well.
 function withKeyCode(name) {
   return name.replace(/(?<=^|\+)F(\d+)$/, (_, number) =>
     String(Number(number) <= 10 ? 66 + Number(number) : 84 + Number(number)));
@@ -42,9 +43,9 @@ export class Screen {
     screen.framebuffer = new Framebuffer(join(screen.folder, 'Xvfb_screen0'));
     screen.environment = { PATH: process.env.PATH, HOME: screen.folder, DISPLAY: `:${number}` };
     if (windowManager) {
-      screen.manager = spawn('openbox', [], { env: screen.environment, stdio: 'ignore' });
+      screen.windowManager = spawn('openbox', [], { env: screen.environment, stdio: 'ignore' });
       await waitFor('a window manager', async () =>
-        /window id/.test(await screen.tool('xprop', '-root', '_NET_SUPPORTING_WM_CHECK')),
+        /window id/.test(await screen.runTool('xprop', '-root', '_NET_SUPPORTING_WM_CHECK')),
       );
     }
     return screen;
@@ -61,21 +62,21 @@ export class Screen {
     rmSync(this.folder, { recursive: true, force: true });
   }
 
-  /// Terminates the screen's processes without waiting for them, and returns them.
+  /// Terminates Xvfb and the tools of the screen without waiting for them, and returns them.
   end() {
-    const children = [this.windowWatch, this.manager, this.server].filter(Boolean);
+    const children = [this.windowCountWatcher, this.windowManager, this.server].filter(Boolean);
     for (const child of children) kill(child.pid, 'SIGTERM');
     return children;
   }
 
-  /// Runs a tool on this screen and returns its trimmed output, or '' when the tool fails, as
-  /// xdotool does for a missing window.
-  async tool(name, ...args) {
-    return (await this.output(name, ...args)).trim();
+  /// Runs a program on this screen and returns its trimmed output, or '' when the program fails,
+  /// as xdotool does for a missing window.
+  async runTool(name, ...args) {
+    return (await this.runToolUntrimmed(name, ...args)).trim();
   }
 
-  /// Does the same as tool(), without trimming.
-  async output(name, ...args) {
+  /// Does the same as runTool(), without trimming.
+  async runToolUntrimmed(name, ...args) {
     try {
       return (await run(name, args, { env: this.environment, timeout: programTimeout })).stdout;
     } catch (error) {
@@ -86,25 +87,25 @@ export class Screen {
 
   /// Presses keys by their X11 names, with modifiers: `pressKeys('ctrl+a', 'F10')`.
   async pressKeys(...names) {
-    await this.tool('xdotool', 'key', '--clearmodifiers', ...names.map(withKeyCode));
+    await this.runTool('xdotool', 'key', '--clearmodifiers', ...names.map(withKeyCode));
   }
 
   async type(text) {
-    await this.tool('xdotool', 'type', '--delay', '15', text);
+    await this.runTool('xdotool', 'type', '--delay', '15', text);
   }
 
   async click(x, y, { button = 1 } = {}) {
     await this.movePointer(x, y);
-    await this.tool('xdotool', 'click', String(button));
+    await this.runTool('xdotool', 'click', String(button));
   }
 
   /// Moves the pointer to a position.
   async movePointer(x, y) {
-    await this.tool('xdotool', 'mousemove', String(Math.round(x)), String(Math.round(y)));
+    await this.runTool('xdotool', 'mousemove', String(Math.round(x)), String(Math.round(y)));
   }
 
-  /// Returns the screen position of an element by the page's reported layout. The page's bottom
-  /// edge is that of the screen.
+  /// Returns the screen position of the middle of an element, by its ID and the page's reported
+  /// layout. The page's bottom edge is that of the screen.
   positionOf(layout, id) {
     const [x, y] = layout.positions[id];
     return [x, y + this.screenshot().height - layout.height];
@@ -121,7 +122,7 @@ export class Screen {
   /// Returns the IDs of the visible windows with this title.
   async windows(title = 'Orvel OS') {
     const name = `^${title.replace(/[.?*+()|[\]{}\\^$]/g, '\\$&')}$`;
-    const found = await this.tool('xdotool', 'search', '--onlyvisible', '--name', name);
+    const found = await this.runTool('xdotool', 'search', '--onlyvisible', '--name', name);
     return found.split('\n').filter(Boolean);
   }
 
@@ -132,7 +133,7 @@ export class Screen {
 
   /// Returns the position and size of a window, without the frame of the window manager.
   async geometry(window) {
-    const text = await this.tool('xwininfo', '-id', window);
+    const text = await this.runTool('xwininfo', '-id', window);
     const [x, y, width, height] =
       ['Absolute upper-left X', 'Absolute upper-left Y', 'Width', 'Height'].map((name) =>
         Number(new RegExp(`${name}: +(-?\\d+)$`, 'm').exec(text)[1]));
@@ -142,7 +143,7 @@ export class Screen {
   /// Asks the application to close its main window, as a task bar does, whichever window has
   /// the focus.
   async closeMainWindow() {
-    await this.tool('wmctrl', '-i', '-c', await this.awaitWindow());
+    await this.runTool('wmctrl', '-i', '-c', await this.awaitWindow());
   }
 
   /// Waits until a window other than the main one has the focus, and returns its ID.
@@ -150,14 +151,14 @@ export class Screen {
     const main = await this.awaitWindow();
     return waitFor('a second window', async () => {
       if ((await this.windowCount()) !== 2) return null;
-      const active = await this.tool('xdotool', 'getactivewindow');
+      const active = await this.runTool('xdotool', 'getactivewindow');
       return active !== '' && active !== main ? active : null;
     });
   }
 
   /// Returns the number of windows that the window manager manages.
   async windowCount() {
-    const list = await this.tool('xprop', '-root', '_NET_CLIENT_LIST');
+    const list = await this.runTool('xprop', '-root', '_NET_CLIENT_LIST');
     return (list.match(/0x/g) ?? []).length;
   }
 
@@ -170,25 +171,26 @@ export class Screen {
   /// set it to 0.
   watchWindowCount() {
     this.maxWindowCount = 0;
-    let text = '';
-    this.windowWatch = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
+    let incompleteLine = '';
+    this.windowCountWatcher = spawn('xprop', ['-root', '-spy', '_NET_CLIENT_LIST'], {
       env: this.environment,
       stdio: ['ignore', 'pipe', 'ignore'],
     });
-    this.windowWatch.stdout.on('data', (chunk) => {
-      const lines = (text + chunk).split('\n');
-      text = lines.pop();
+    this.windowCountWatcher.stdout.on('data', (chunk) => {
+      const lines = (incompleteLine + chunk).split('\n');
+      incompleteLine = lines.pop();
       for (const line of lines) {
         this.maxWindowCount = Math.max(this.maxWindowCount, line.match(/0x/g)?.length ?? 0);
       }
     });
   }
 
-  /// Waits until a panel with this title has the focus, and returns its window ID.
+  /// Waits until a panel (a window with a message, a question or the address field) with this
+  /// title has the focus, and returns its window ID.
   async awaitPanel(title) {
     return waitFor(`the panel "${title}"`, async () => {
       const [window] = await this.windows(title);
-      const active = await this.tool('xdotool', 'getactivewindow');
+      const active = await this.runTool('xdotool', 'getactivewindow');
       return window !== undefined && window === active ? window : null;
     });
   }
@@ -197,7 +199,7 @@ export class Screen {
   async awaitPanelClosed(title) {
     await waitFor(`the end of the panel "${title}"`, async () => {
       if ((await this.windows(title)).length > 0) return false;
-      return (await this.tool('xdotool', 'getactivewindow', 'getwindowname')) !== '';
+      return (await this.runTool('xdotool', 'getactivewindow', 'getwindowname')) !== '';
     });
   }
 
@@ -208,21 +210,23 @@ export class Screen {
     await this.awaitWindowCount(1);
   }
 
-  /// Waits until a menu is open, or none is. The window of a GTK menu is named for the
-  /// application's ID.
-  async awaitMenu(isOpen = true) {
-    await waitFor(isOpen ? 'an open menu' : 'the end of the menu', async () =>
-      (await this.isMenuOpen()) === isOpen);
+  async awaitMenuOpen() {
+    await waitFor('an open menu', () => this.isMenuOpen());
   }
 
+  async awaitMenuClosed() {
+    await waitFor('the end of the menu', async () => !(await this.isMenuOpen()));
+  }
+
+  /// Returns whether a menu is open. GTK gives its window the application's ID as its title.
   async isMenuOpen() {
     return (await this.windows('nl.orvel.os')).length > 0;
   }
 
-  /// Opens the application's menu by F10. The key has no effect while the focus moves from one
-  /// window to another, so it may be pressed more than once.
+  /// Opens the first menu of the menu bar, "Orvel OS", by F10. The key has no effect while the
+  /// focus moves from one window to another, so it may be pressed more than once.
   async openMenu() {
-    // A pointer over the menu would move the focus.
+    // A pointer over the menu would move the focus. This position is far from it.
     await this.movePointer(900, 700);
     // The key also closes the menu, so it must have been open for long before the next press.
     await repeatUntil('the menu', () => this.pressKeys('F10'), () => this.isMenuOpen(),
@@ -231,33 +235,35 @@ export class Screen {
 
   /// Presses an arrow key in an open menu until the item with this name has the focus.
   async moveToMenuItem(name, key = 'Down') {
-    const awaitOther = (before) => waitFor(`a menu item after "${before}"`, async () => {
+    const awaitOtherItem = (before) => waitFor(`a menu item after "${before}"`, async () => {
       const widgets = await this.accessibility.widgets();
-      return widgets.find((widget) =>
-        widget.focused && widget.role === 'menu item' && widget.name !== before)?.name;
+      return widgets.find(({ focused, role, name: item }) =>
+        focused && role === 'menu item' && item !== before)?.name;
     });
     // A menu ignores keys before its first item has the focus.
-    for (let item = await awaitOther('none'); item !== name; item = await awaitOther(item)) {
+    let focusedItem = await awaitOtherItem('no item');
+    while (focusedItem !== name) {
       await this.pressKeys(key);
+      focusedItem = await awaitOtherItem(focusedItem);
     }
   }
 
-  /// Chooses an item of the application's menu by the keyboard.
-  async chooseApplicationItem(name) {
+  /// Chooses an item of the menu "Orvel OS" by the keyboard.
+  async chooseApplicationMenuItem(name) {
     await this.awaitWindow();
     await this.openMenu();
     await this.moveToMenuItem(name);
     await this.pressKeys('Return');
-    await this.awaitMenu(false);
+    await this.awaitMenuClosed();
   }
 
   async openAddressDialog() {
-    await this.chooseApplicationItem('Serveradres…');
-    return this.awaitPanel(addressTitle);
+    await this.chooseApplicationMenuItem('Serveradres…');
+    return this.awaitPanel(addressDialogTitle);
   }
 
-  /// Opens the address dialog, replaces its text and presses the key `answer`.
-  async answerAddressDialog(text, answer = 'Return') {
+  /// Opens the address dialog, replaces its text and closes it by a key.
+  async answerAddressDialog(text, closingKey = 'Return') {
     await this.openAddressDialog();
     // The text is selected. xdotool cannot type a tab, so the new text is pasted.
     await this.pressKeys('BackSpace');
@@ -265,29 +271,30 @@ export class Screen {
       await this.setClipboard(text);
       await this.pressKeys('ctrl+v');
     }
-    await this.pressKeys(answer);
-    await this.awaitPanelClosed(addressTitle);
+    await this.pressKeys(closingKey);
+    await this.awaitPanelClosed(addressDialogTitle);
   }
 
+  /// Returns the X11 property of a window as xprop prints it.
   async property(window, name) {
-    return this.tool('xprop', '-id', window, name);
+    return this.runTool('xprop', '-id', window, name);
   }
 
   screenshot() {
     return this.framebuffer.screenshot();
   }
 
-  /// Waits until the page's background is visible at a position.
-  async awaitPage(...position) {
+  /// Waits until the page's background is visible at a position, by default the middle.
+  async awaitPageOnScreen(...position) {
     await waitFor('the page on the screen', () => this.screenshot().shows(pageColour, ...position));
   }
 
   async saveScreenshot(path) {
-    await this.tool('convert', `xwd:${join(this.folder, 'Xvfb_screen0')}`, path);
+    await this.runTool('convert', `xwd:${join(this.folder, 'Xvfb_screen0')}`, path);
   }
 
   async clipboard() {
-    return this.output('xclip', '-out', '-selection', 'clipboard');
+    return this.runToolUntrimmed('xclip', '-out', '-selection', 'clipboard');
   }
 
   /// Puts a text on the clipboard and waits until it is there.

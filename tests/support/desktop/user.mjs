@@ -18,8 +18,8 @@ import {
 import { setPlistValue } from './release.mjs';
 import { failWaits, repeatUntil, waitFor } from './wait.mjs';
 
-/// The application key in Info.plist.
-export const KEY = 'key-of-the-tests';
+/// The application key in Info.plist, with which the application identifies itself to its server.
+export const APP_KEY = 'key-of-the-tests';
 
 /// The limit, in MiB, for the resident memory of the application's main process. It uses less
 /// than 300 MiB, and would exceed the limit if it kept an endless response or a file of 1 GiB
@@ -57,7 +57,7 @@ export class User {
 
     this.bundle = join(this.folder, 'folder with spaces', 'Orvel OS.app');
     cpSync(builtBundle, this.bundle, { recursive: true });
-    this.setPlistValues({ ORVELOSKey: KEY, ...plist });
+    this.setPlistValues({ ORVELOSKey: APP_KEY, ...plist });
     this.executable = join(this.bundle, executable.slice(builtBundle.length));
   }
 
@@ -92,16 +92,17 @@ export class User {
     return server;
   }
 
-  /// The latest start of the application.
+  /// The latest run of the application, as start() returns it.
   get run() {
     return this.runs.at(-1);
   }
 
-  /// Starts the application, with `wrapper` as the command line in front of it. A variable with
-  /// the value undefined is removed from the environment.
+  /// Starts the application, with `wrapper` as the command line in front of it, and returns the
+  /// run: its process, output and exit. A variable with the value undefined is removed from the
+  /// environment.
   start({ environment = {}, args = [], wrapper = [] } = {}) {
-    const [program, ...all] = [...wrapper, this.executable, ...args];
-    const child = spawn(program, all, {
+    const [program, ...allArgs] = [...wrapper, this.executable, ...args];
+    const child = spawn(program, allArgs, {
       cwd: this.folder,
       detached: true,
       env: { ...this.environment, ...environment },
@@ -112,7 +113,7 @@ export class User {
     child.stderr.on('data', (text) => (run.output += text));
     child.once('exit', (code, signal) => {
       run.exit = { code, signal, time: Date.now() };
-      if (!signal || run.killExpected || this.removing) return;
+      if (!signal || run.killExpected || this.isBeingRemoved) return;
       failWaits(new Error(`the application was ended by ${signal}`));
     });
     child.once('error', (error) => (run.exit = { error }));
@@ -130,14 +131,14 @@ export class User {
     return run;
   }
 
-  /// Starts the application with a page around a piece of HTML; returns the page's layout.
+  /// Starts the application with a page whose body is a piece of HTML, and returns the layout.
   async startWithPage(page, { routes = {}, ...behaviour } = {}, options = {}) {
     this.root.setBehaviour({ ...behaviour, routes: { '/': { page }, ...routes } });
     await this.startAndShowPage(options);
     return this.root.reported('painted').at(-1);
   }
 
-  /// Reloads the page by its key and waits until it is painted. WebKit drops a reload that begins
+  /// Reloads the page by Control-R and waits until it is painted. WebKit drops a reload that begins
   /// before it has noticed the crash of its network process, so the key may be pressed again.
   async reload(server = this.root) {
     const before = server.paintCount();
@@ -145,27 +146,27 @@ export class User {
       () => server.paintCount() > before, { interval: 5000 });
   }
 
-  /// Types into the field of the page until the page reports the text. Letters typed before the
-  /// page has the focus, or into a page that is about to be replaced, are lost.
+  /// Types into the field of the page until the page reports the text. Letters are lost if they are
+  /// typed before the page has the focus, or into a page that is about to be replaced.
   async typeIntoField(text) {
     await repeatUntil(`"${text}" in the field`, () => this.screen.type(text),
       () => this.root.reported('field').at(-1)?.value.endsWith(text));
   }
 
-  /// Kills the local server and waits for the error page.
+  /// Kills the local server and waits for the error page, which shows the number of SIGKILL, 9.
   async crashServer() {
     kill(this.root.events('started').at(-1).pid);
     await this.screen.awaitPageText((text) => text.includes('(code 9)'));
   }
 
-  /// Restarts the local server by the reload key.
+  /// Restarts the local server by Control-R and waits until it has started.
   async restartServer() {
     const count = this.root.events('started').length;
     await this.screen.pressKeys('ctrl+r');
     await this.root.awaitStarted(count + 1);
   }
 
-  /// Kills the application, but not its children.
+  /// Kills the application, but not its children, and waits for its end.
   async forceQuit(run = this.run, signal = 'SIGKILL') {
     run.killExpected = true;
     kill(run.pid, signal);
@@ -185,7 +186,7 @@ export class User {
     return time;
   }
 
-  /// Quits by the menu's key and waits for a clean exit.
+  /// Quits by Control-Q and waits for a clean exit.
   async quit(run = this.run) {
     await this.assertHealthy(run);
     await this.screen.pressKeys('ctrl+q');
@@ -208,11 +209,12 @@ export class User {
     assert.ok(memory < maxMemory, `the application used ${memory} MiB`);
   }
 
+  /// Returns the processes that the user has started, and their descendants.
   processes() {
     return markedProcesses(this.marker, this.sessions);
   }
 
-  /// Returns the processes with this name, of which the kernel keeps 15 bytes.
+  /// Returns the processes with this name, of which the kernel keeps the first 15 bytes.
   processesNamed(name) {
     return this.processes().filter((process) => process.name.startsWith(name.slice(0, 15)));
   }
@@ -248,7 +250,7 @@ export class User {
 
   /// Kills all processes and returns how many there were.
   killAll() {
-    this.removing = true;
+    this.isBeingRemoved = true;
     const processes = this.processes();
     for (const { pid } of processes) kill(pid);
     return processes.length;

@@ -4,29 +4,29 @@
 
 import { setTimeout as pause } from 'node:timers/promises';
 
-const factor = Number(process.env.ORVEL_TEST_TIMEOUT_FACTOR ?? 1);
+const timeoutFactor = Number(process.env.ORVEL_TEST_TIMEOUT_FACTOR ?? 1);
 const defaultTimeout = 60_000;
 
 /// The guard, in ms, of programs that a test runs.
-export const programTimeout = defaultTimeout * factor;
+export const programTimeout = defaultTimeout * timeoutFactor;
 
 /// The guard, in ms, of waits for thousands of requests, windows or programs.
 export const floodTimeout = 1_000_000;
 
-let failure = null;
+let fatalError = null;
 
 /// Makes every wait fail with this error, until it is called with null.
 export function failWaits(error) {
-  failure = error;
+  fatalError = error;
 }
 
 /// Evaluates a condition every `every` ms until its value is truthy, and returns that value.
-/// Throws after `timeout` ms, multiplied by the factor, with `what` in the message.
+/// Throws after `timeout` ms, multiplied by ORVEL_TEST_TIMEOUT_FACTOR, with `what` in the message.
 export async function waitFor(what, condition, { timeout = defaultTimeout, every = 20 } = {}) {
-  const limit = timeout * factor;
+  const limit = timeout * timeoutFactor;
   const end = Date.now() + limit;
   for (;;) {
-    if (failure) throw failure;
+    if (fatalError) throw fatalError;
     const value = await condition();
     if (value) return value;
     if (Date.now() > end) throw new Error(`not seen within ${limit} ms: ${what}`);
