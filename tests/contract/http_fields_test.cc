@@ -10,6 +10,7 @@
 namespace orvel {
 namespace {
 
+// Quotes and separators that an HTTP library could change.
 constexpr const char *sentKey = "a;\"key\"";
 constexpr const char *sentCookies = "a=b; c=d";
 constexpr const char *redirectStatuses[] = {"301 Moved", "302 Found", "303 See Other",
@@ -19,16 +20,17 @@ bool hasSameHostAndPort(const Url &from, const Url &to) {
   return from.host == to.host && from.port == to.port;
 }
 
-/// Redirects every request, except those for /new, which get a response. The target may be
-/// set after the server exists.
+/// Responds to requests for /new with the body "new" and redirects all others. The target can
+/// contain the port of this server or of a later one: until `setTarget`, which must be called
+/// once, requests wait for their redirect.
 class RedirectingServer {
  public:
   std::string url() const { return server_.url("/old"); }
   std::string newUrl() const { return server_.url("/new"); }
   int port() const { return server_.port(); }
   std::vector<std::string> heads() const { return server_.heads(); }
-  void redirectTo(const std::string &location, const std::string &status = "302 Found") {
-    redirect_.set_value(orvel::redirectTo(location, status));
+  void setTarget(const std::string &location, const std::string &status = "302 Found") {
+    redirect_.set_value(redirectTo(location, status));
   }
 
  private:
@@ -41,35 +43,38 @@ class RedirectingServer {
 
 class HttpFieldsContract : public ContractTest {
  protected:
-  HttpReplies::Reply send(const std::string &address,
-                          bool (*forwardsHeaders)(const Url &, const Url &) = hasSameHostAndPort) {
+  /// Sends a request with a key and cookies, and waits for the reply.
+  HttpReplies::Reply sendKeyAndCookies(const std::string &address,
+                                       bool (*forwardsHeaders)(const Url &,
+                                                               const Url &) = hasSameHostAndPort) {
     auto request = requestOf(address);
     request.setHeader("X-ORVEL-App", sentKey);
     request.setHeader("Cookie", sentCookies);
     request.forwardsHeaders = forwardsHeaders;
     return fetch(platform->interfaces().http, request);
   }
-  static void expectFields(const std::string &head) {
+  // The space is the one that follows the colon of a header field.
+  static void expectKeyAndCookies(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + sentKey);
     EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + sentCookies);
   }
-  static void expectNoFields(const std::string &head) {
+  static void expectNeitherKeyNorCookies(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), "(absent)");
     EXPECT_EQ(headerField(head, "Cookie"), "(absent)");
   }
 };
 
-TEST_P(HttpFieldsContract, FieldsAndTargetAreSentUnchanged) {
+TEST_P(HttpFieldsContract, KeyCookiesAndRequestTargetAreSentUnchanged) {
   const LoopbackServer server(respondWith(okResponse("hello")));
-  const auto reply = send(server.url("/a?b=c%20d"));
+  const auto reply = sendKeyAndCookies(server.url("/a?b=c%20d"));
   EXPECT_EQ(reply.status, 200);
   EXPECT_EQ(reply.body, "hello");
   ASSERT_EQ(server.heads().size(), 1U);
   EXPECT_TRUE(server.heads()[0].starts_with("GET /a?b=c%20d HTTP/1.1\r\n")) << server.heads()[0];
-  expectFields(server.heads()[0]);
+  expectKeyAndCookies(server.heads()[0]);
 }
 
-TEST_P(HttpFieldsContract, EmptyFieldsAreSent) {
+TEST_P(HttpFieldsContract, EmptyHeaderFieldsAreSent) {
   const LoopbackServer server(respondWith(okResponse()));
   auto request = requestOf(server.url());
   for (const char *name : {"X-ORVEL-App", "Cookie"}) request.setHeader(name, "");
@@ -81,86 +86,87 @@ TEST_P(HttpFieldsContract, EmptyFieldsAreSent) {
   }
 }
 
-TEST_P(HttpFieldsContract, CookiesOfResponsesAreNotSent) {
+TEST_P(HttpFieldsContract, CookiesSetByResponsesAreNotSent) {
   const std::string cookie = "Set-Cookie: from=server; Path=/\r\n";
   const LoopbackServer server([cookie](LoopbackConnection &client, const std::string &head) {
     client.send(head.starts_with("GET /new ")
                     ? okResponse("", cookie)
                     : response("302 Found", "", "Location: /new\r\n" + cookie));
   });
-  for (const char *path : {"/new", "/new", "/old", "/old"}) send(server.url(path));
+  for (const char *path : {"/new", "/new", "/old", "/old"}) sendKeyAndCookies(server.url(path));
+  // Each request for /old is followed by one for /new.
   ASSERT_EQ(server.heads().size(), 6U);
-  for (const std::string &head : server.heads()) expectFields(head);
+  for (const std::string &head : server.heads()) expectKeyAndCookies(head);
 }
 
-TEST_P(HttpFieldsContract, RedirectToSameOriginReceivesFields) {
+TEST_P(HttpFieldsContract, RedirectWithinOriginKeepsHeaderFields) {
   for (const std::string status : redirectStatuses) {
     RedirectingServer server;
-    server.redirectTo("/new", status);
-    const auto reply = send(server.url());
+    server.setTarget("/new", status);
+    const auto reply = sendKeyAndCookies(server.url());
     EXPECT_EQ(reply.status, 200) << status;
     EXPECT_EQ(reply.body, "new") << status;
     ASSERT_EQ(server.heads().size(), 2U) << status;
-    expectFields(server.heads()[1]);
+    expectKeyAndCookies(server.heads()[1]);
   }
 }
 
-TEST_P(HttpFieldsContract, RedirectToUnescapedPathReceivesFields) {
+TEST_P(HttpFieldsContract, RedirectToUnescapedPathWithinOriginKeepsHeaderFields) {
   const LoopbackServer server([](LoopbackConnection &client, const std::string &head) {
     client.send(head.starts_with("GET /old ") ? redirectTo("/a[1]|{b}^c.csv") : okResponse("new"));
   });
-  EXPECT_EQ(send(server.url("/old")).body, "new");
+  EXPECT_EQ(sendKeyAndCookies(server.url("/old")).body, "new");
   ASSERT_EQ(server.heads().size(), 2U);
-  expectFields(server.heads()[1]);
+  expectKeyAndCookies(server.heads()[1]);
 }
 
-TEST_P(HttpFieldsContract, RedirectToAnotherOriginReceivesNoFields) {
+TEST_P(HttpFieldsContract, RedirectToAnotherOriginDropsHeaderFields) {
   for (const std::string status : redirectStatuses) {
     const LoopbackServer other(respondWith(okResponse("other")));
     RedirectingServer server;
-    server.redirectTo(other.url("/b"), status);
-    EXPECT_EQ(send(server.url()).body, "other") << status;
+    server.setTarget(other.url("/b"), status);
+    EXPECT_EQ(sendKeyAndCookies(server.url()).body, "other") << status;
     ASSERT_EQ(server.heads().size(), 1U) << status;
-    expectFields(server.heads()[0]);
+    expectKeyAndCookies(server.heads()[0]);
     ASSERT_EQ(other.heads().size(), 1U) << status;
-    expectNoFields(other.heads()[0]);
+    expectNeitherKeyNorCookies(other.heads()[0]);
     EXPECT_EQ(headerField(other.heads()[0], "Host"), " 127.0.0.1:" + std::to_string(other.port()));
   }
 }
 
-TEST_P(HttpFieldsContract, RedirectToAnotherNameOfHostReceivesNoFields) {
+TEST_P(HttpFieldsContract, RedirectToAnotherNameOfSameHostDropsHeaderFields) {
   RedirectingServer server;
-  server.redirectTo("http://localhost:" + std::to_string(server.port()) + "/new");
-  EXPECT_EQ(send(server.url()).status, 200);
+  server.setTarget("http://localhost:" + std::to_string(server.port()) + "/new");
+  EXPECT_EQ(sendKeyAndCookies(server.url()).status, 200);
   ASSERT_EQ(server.heads().size(), 2U);
-  expectNoFields(server.heads()[1]);
+  expectNeitherKeyNorCookies(server.heads()[1]);
 }
 
-TEST_P(HttpFieldsContract, ForwardsHeadersDecidesWhetherRedirectReceivesFields) {
+TEST_P(HttpFieldsContract, ForwardsHeadersCallbackDecidesWhetherRedirectKeepsHeaderFields) {
   const LoopbackServer other(respondWith(okResponse()));
   RedirectingServer server;
-  server.redirectTo(other.url("/b?c=d"));
+  server.setTarget(other.url("/b?c=d"));
   const auto accept = [](const Url &from, const Url &to) {
     return from.path == "/old" && to.path == "/b" && from.port && to.port && *from.port != *to.port;
   };
   const auto reject = [](const Url &, const Url &) { return false; };
-  EXPECT_EQ(send(server.url(), accept).status, 200);
-  EXPECT_EQ(send(server.url(), reject).status, 200);
-  EXPECT_EQ(send(server.url(), nullptr).status, 200);
+  EXPECT_EQ(sendKeyAndCookies(server.url(), accept).status, 200);
+  EXPECT_EQ(sendKeyAndCookies(server.url(), reject).status, 200);
+  EXPECT_EQ(sendKeyAndCookies(server.url(), nullptr).status, 200);
   ASSERT_EQ(other.heads().size(), 3U);
-  expectFields(other.heads()[0]);
-  expectNoFields(other.heads()[1]);
-  expectNoFields(other.heads()[2]);
+  expectKeyAndCookies(other.heads()[0]);
+  expectNeitherKeyNorCookies(other.heads()[1]);
+  expectNeitherKeyNorCookies(other.heads()[2]);
 }
 
-TEST_P(HttpFieldsContract, RedirectBackToFirstOriginReceivesNoFields) {
+TEST_P(HttpFieldsContract, RedirectBackToFirstOriginDoesNotRestoreHeaderFields) {
   RedirectingServer first;
   RedirectingServer other;
-  first.redirectTo(other.url());
-  other.redirectTo(first.newUrl());
-  EXPECT_EQ(send(first.url()).status, 200);
+  first.setTarget(other.url());
+  other.setTarget(first.newUrl());
+  EXPECT_EQ(sendKeyAndCookies(first.url()).status, 200);
   ASSERT_EQ(first.heads().size(), 2U);
-  expectNoFields(first.heads()[1]);
+  expectNeitherKeyNorCookies(first.heads()[1]);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryDesktop, HttpFieldsContract,

@@ -31,18 +31,19 @@ TEST(UrlRequest, HeaderNameIsCaseInsensitive) {
   EXPECT_EQ(request.header("X-ORVEL-Appl"), std::nullopt);
 }
 
-TEST(UrlRequest, DefaultTimeoutIsOneMinute) {
+TEST(UrlRequest, DefaultsAreOneMinuteTimeoutAndProtocolCachePolicy) {
   EXPECT_EQ(UrlRequest().timeout, std::chrono::seconds(60));
   EXPECT_EQ(UrlRequest().cachePolicy, CachePolicy::useProtocol);
 }
 
 class HttpSessionContract : public ContractTest {
  protected:
-  /// Sends a request whose response has status 200 and a body that fails.
-  void expectHeadOnly(const LoopbackServer &server, std::chrono::milliseconds timeout) {
+  /// Sends a request to a server whose response has status 200 and a body that fails. Expects
+  /// one reply with a head and no body.
+  void expectHeadWithoutBody(const LoopbackServer &server, std::chrono::milliseconds timeout) {
     UrlRequest request = requestOf(server.url("/api/wie"));
     request.timeout = timeout;
-    platform->answerNext(request.url.absoluteString, 200, std::nullopt);
+    platform->scriptNextResponse(request.url.absoluteString, 200, std::nullopt);
     DataReply received;
     int completions = 0;
     platform->interfaces().http.dataTask(request, [&](const DataReply &reply) {
@@ -59,35 +60,35 @@ class HttpSessionContract : public ContractTest {
 
 TEST_P(HttpSessionContract, RefusedConnectionCallsCompletionOnceOffMainThread) {
   const UrlRequest request = requestOf(refusedUrl("/api/wie"));
-  constexpr int requests = 20;
+  constexpr int requestCount = 20;
   int completions = 0;
-  std::atomic<int> responses = 0;
-  std::atomic<int> onMain = 0;
+  std::atomic<int> nonEmptyReplies = 0;
+  std::atomic<int> callsOnMainThread = 0;
   const auto completion = [&](const DataReply &reply) {
-    if (reply.response || reply.body) ++responses;
-    if (platform->onMainThread()) ++onMain;
+    if (reply.response || reply.body) ++nonEmptyReplies;
+    if (platform->onMainThread()) ++callsOnMainThread;
     queue().post([&] { ++completions; });
   };
-  for (int number = 0; number < requests; ++number) {
+  for (int number = 0; number < requestCount; ++number) {
     platform->interfaces().http.dataTask(request, completion);
   }
-  ASSERT_TRUE(runUntil([&] { return completions == requests; }));
+  ASSERT_TRUE(runUntil([&] { return completions == requestCount; }));
   // A second call of an earlier completion would arrive before this one.
   platform->interfaces().http.dataTask(request, completion);
-  ASSERT_TRUE(runUntil([&] { return completions > requests; }));
-  EXPECT_EQ(completions, requests + 1);
-  EXPECT_EQ(responses, 0);
-  EXPECT_EQ(onMain, 0);
+  ASSERT_TRUE(runUntil([&] { return completions > requestCount; }));
+  EXPECT_EQ(completions, requestCount + 1);
+  EXPECT_EQ(nonEmptyReplies, 0);
+  EXPECT_EQ(callsOnMainThread, 0);
 }
 
-TEST_P(HttpSessionContract, TruncatedBodyLeavesHeadOnly) {
+TEST_P(HttpSessionContract, TruncatedBodyReturnsHeadOnly) {
   const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  expectHeadOnly(server, std::chrono::seconds(60));
+  expectHeadWithoutBody(server, std::chrono::seconds(60));
 }
 
-TEST_P(HttpSessionContract, BodyThatTimesOutLeavesHeadOnly) {
+TEST_P(HttpSessionContract, BodyTimeoutReturnsHeadOnly) {
   const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  expectHeadOnly(server, std::chrono::seconds(1));
+  expectHeadWithoutBody(server, std::chrono::seconds(1));
 }
 
 INSTANTIATE_ON_EVERY_PLATFORM(HttpSessionContract);

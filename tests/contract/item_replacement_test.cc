@@ -16,7 +16,9 @@ class ItemReplacementContract : public ContractTest {
   bool replace(const fs::path &original, const fs::path &replacement) {
     return platform->interfaces().locations.replaceItem(original, replacement);
   }
-  void expectReplaced(const fs::path &original, const fs::path &replacement) {
+  /// Creates both folders and a neighbour of the original, then replaces. Expects the new
+  /// contents at the original path and an unchanged neighbour.
+  void createFoldersAndExpectReplaced(const fs::path &original, const fs::path &replacement) {
     makeTree(original, "old");
     const Tree expected = makeTree(replacement, "new");
     const Tree neighbour = makeTree(original.parent_path() / "neighbour", "neighbour");
@@ -24,10 +26,11 @@ class ItemReplacementContract : public ContractTest {
     EXPECT_EQ(treeOf(original), expected);
     EXPECT_FALSE(fs::exists(fs::symlink_status(replacement)));
     EXPECT_EQ(treeOf(original.parent_path() / "neighbour"), neighbour);
+    // The new folder and the neighbour, without a temporary folder.
     EXPECT_EQ(entryCount(original.parent_path()), 2);
   }
   /// Expects that the replacement fails and changes nothing.
-  void expectRefused(const fs::path &original, const fs::path &replacement) {
+  void expectRefusedWithoutChange(const fs::path &original, const fs::path &replacement) {
     const Tree before = treeOf(folder_.path());
     EXPECT_FALSE(replace(original, replacement)) << original << " by " << replacement;
     EXPECT_EQ(treeOf(folder_.path()), before) << original << " by " << replacement;
@@ -39,27 +42,28 @@ class ItemReplacementContract : public ContractTest {
 };
 
 TEST_P(ItemReplacementContract, FolderIsReplacedByFolder) {
-  expectReplaced(original_, replacement_);
+  createFoldersAndExpectReplaced(original_, replacement_);
 }
 
 TEST_P(ItemReplacementContract, FolderIsReplacedRepeatedly) {
-  expectReplaced(original_, replacement_);
-  for (const std::string owner : {"first", "second"}) {
-    const Tree expected = makeTree(replacement_, owner);
+  createFoldersAndExpectReplaced(original_, replacement_);
+  for (const std::string label : {"first", "second"}) {
+    const Tree expected = makeTree(replacement_, label);
     EXPECT_TRUE(replace(original_, replacement_));
     EXPECT_EQ(treeOf(original_), expected);
   }
 }
 
 TEST_P(ItemReplacementContract, FolderIsReplacedAcrossFileSystems) {
-  const auto elsewhere = folderOnAnotherFileSystem();
-  if (!elsewhere) GTEST_SKIP() << "no second writable file system";
-  expectReplaced(original_, elsewhere->path() / "unpacked" / "Orvel OS.app");
-  fs::remove_all(elsewhere->path() / "unpacked");
-  expectReplaced(elsewhere->path() / "Applications" / "Orvel OS.app", replacement_);
+  const auto otherFileSystem = folderOnAnotherFileSystem();
+  if (!otherFileSystem) GTEST_SKIP() << "no second writable file system";
+  createFoldersAndExpectReplaced(original_, otherFileSystem->path() / "unpacked" / "Orvel OS.app");
+  fs::remove_all(otherFileSystem->path() / "unpacked");
+  createFoldersAndExpectReplaced(otherFileSystem->path() / "Applications" / "Orvel OS.app",
+                                 replacement_);
 }
 
-TEST_P(ItemReplacementContract, SpecialCharactersInNamesAreKept) {
+TEST_P(ItemReplacementContract, FolderWithSpecialCharactersInNameIsReplaced) {
   for (const std::string name : {"blanks  and 'quotes'", "\"double\" `back`", "line\nbreak",
                                  "$(reboot)", "-rf", "caf\xC3\xA9", "\xFF not UTF-8", "a%20b"}) {
     const fs::path folder = folder_.path() / "names" / name;
@@ -67,39 +71,39 @@ TEST_P(ItemReplacementContract, SpecialCharactersInNamesAreKept) {
     // APFS rejects names that are not UTF-8 with EILSEQ.
     if (!fs::create_directories(folder, error) && error == std::errc::illegal_byte_sequence)
       continue;
-    expectReplaced(folder / name, folder_.path() / "unpacked" / name / "x");
+    createFoldersAndExpectReplaced(folder / name, folder_.path() / "unpacked" / name / "x");
   }
 }
 
 TEST_P(ItemReplacementContract, MissingFolderIsRefused) {
   const fs::path missing = folder_.path() / "missing";
   const Tree tree = makeTree(original_, "old");
-  expectRefused(original_, missing);
-  expectRefused(missing, original_);
-  expectRefused(missing / "below", original_);
-  expectRefused(original_, missing / "below");
+  expectRefusedWithoutChange(original_, missing);
+  expectRefusedWithoutChange(missing, original_);
+  expectRefusedWithoutChange(missing / "below", original_);
+  expectRefusedWithoutChange(original_, missing / "below");
   EXPECT_EQ(treeOf(original_), tree);
 }
 
-TEST_P(ItemReplacementContract, FileOrLinkIsRefused) {
+TEST_P(ItemReplacementContract, FileOrSymbolicLinkIsRefused) {
   makeTree(original_, "old");
   makeTree(replacement_, "new");
   const fs::path file = folder_.file("file", "x");
-  const fs::path link = folder_.path() / "link";
-  const fs::path toOriginal = folder_.path() / "to the original";
-  fs::create_symlink(replacement_, link);
-  fs::create_symlink(original_, toOriginal);
-  expectRefused(original_, file);
-  expectRefused(original_, link);
-  expectRefused(file, replacement_);
-  expectRefused(toOriginal, replacement_);
-  expectRefused(toOriginal, link);
+  const fs::path linkToReplacement = folder_.path() / "link";
+  const fs::path linkToOriginal = folder_.path() / "to the original";
+  fs::create_symlink(replacement_, linkToReplacement);
+  fs::create_symlink(original_, linkToOriginal);
+  expectRefusedWithoutChange(original_, file);
+  expectRefusedWithoutChange(original_, linkToReplacement);
+  expectRefusedWithoutChange(file, replacement_);
+  expectRefusedWithoutChange(linkToOriginal, replacement_);
+  expectRefusedWithoutChange(linkToOriginal, linkToReplacement);
 }
 
 TEST_P(ItemReplacementContract, ReplacingFolderByItselfIsRefused) {
   makeTree(original_, "old");
-  expectRefused(original_, original_);
-  expectRefused(original_, original_ / "." / "Contents" / "..");
+  expectRefusedWithoutChange(original_, original_);
+  expectRefusedWithoutChange(original_, original_ / "." / "Contents" / "..");
 }
 
 TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
@@ -112,6 +116,7 @@ TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
   EXPECT_EQ(read(information), "information of old");
+  // `makeTree` fills this file with the first letter of the label.
   EXPECT_EQ(read(large), std::string(20'000, 'o'));
   EXPECT_EQ(contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
 }

@@ -48,8 +48,9 @@ TEST(Json, EscapesAreDecoded) {
       {"\xC3\xA9 \x7F \xE2\x80\xA8 \xF0\x9F\x98\x80",
        "\xC3\xA9 \x7F \xE2\x80\xA8 \xF0\x9F\x98\x80"},
   };
-  for (const auto &[spelling, text] : rows) {
-    EXPECT_EQ(parseJsonTexts("{\"a\":\"" + spelling + "\"}"), (JsonTexts{{"a", text}})) << spelling;
+  for (const auto &[escaped, decoded] : rows) {
+    EXPECT_EQ(parseJsonTexts("{\"a\":\"" + escaped + "\"}"), (JsonTexts{{"a", decoded}}))
+        << escaped;
   }
   EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (JsonTexts{{"a\0b"s, "x"}}));
 }
@@ -58,7 +59,7 @@ void expectRejected(const std::vector<std::string> &texts) {
   for (const std::string &text : texts) EXPECT_EQ(parseJsonTexts(text), std::nullopt) << text;
 }
 
-TEST(Json, OtherTopLevelThanObjectIsRejected) {
+TEST(Json, TopLevelOtherThanObjectIsRejected) {
   expectRejected({"", " ", "null", "true", "1", "\"x\"", "[]", "[{}]", "undefined"});
 }
 
@@ -75,23 +76,23 @@ constexpr SuiteText suiteTexts[] = {
 
 TEST(Json, AgreesWithJsonTestSuite) {
   for (const auto &[name, text] : suiteTexts) {
-    // JSON leaves the range of numbers to the parser. The other texts of this kind hold invalid
-    // UTF-8 or unpaired surrogates, except for the one with 500 levels.
+    // JSON leaves the range of numbers to the parser. Of the other "i_" texts, only the one
+    // with 500 levels is valid: the rest hold invalid UTF-8 or unpaired surrogates.
     if (name.starts_with("i_number_")) continue;
     const bool isAccepted = name.starts_with("y_") || name == "i_structure_500_nested_arrays";
-    // Only an object is accepted at the top level.
+    // The text becomes the value of a member, because the top level must be an object.
     const std::string object = R"({"before":"x","value":)" + std::string(text) + "}";
     EXPECT_EQ(parseJsonTexts(object).has_value(), isAccepted) << name << ": " << text;
   }
 }
 
-TEST(Json, ForeignSyntaxIsRejected) {
+TEST(Json, SyntaxExtensionsNulBytesAndUtf16AreRejected) {
   expectRejected({R"({"a":"b";})", R"({"a":1_0})", R"({"a":"\U0041"})", "{}//", "/**/{}", "\v{}",
                   "\xC2\xA0{}", "{}\0"s, "\0{}"s, "{\"a\":\"\0\"}"s, "\xff\xfe{\0}\0"s, "{\0}\0"s,
                   "\0{\0}"s});
 }
 
-TEST(Json, MisplacedOrForeignByteOrderMarkIsRejected) {
+TEST(Json, MisplacedIncompleteOrUtf16ByteOrderMarkIsRejected) {
   expectRejected({"\xEF\xBB\xBF", "\xEF\xBB\xBF\xEF\xBB\xBF{}", " \xEF\xBB\xBF{}", "{}\xEF\xBB\xBF",
                   "{\xEF\xBB\xBF}", "\xEF\xBB{}", "\xEF{}", "\xFE\xFF{}", "\xFF\xFE{}"});
 }
@@ -116,6 +117,7 @@ TEST(Json, ExcessiveNestingIsRejected) {
   const auto nested = [](std::size_t levels) {
     return R"({"a":"b","c":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
   };
+  // The limit depends on the platform.
   EXPECT_EQ(parseJsonTexts(nested(300)), (JsonTexts{{"a", "b"}}));
   EXPECT_EQ(parseJsonTexts(nested(1'000'000)), std::nullopt);
   std::string objects;

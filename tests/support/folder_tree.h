@@ -16,11 +16,12 @@ using Tree = std::map<std::string, std::string>;
 /// Returns an empty tree when the folder does not exist.
 Tree treeOf(const std::filesystem::path &folder);
 
-/// Creates a folder laid out like an application bundle, with files, folders and links of
-/// every kind, and returns its tree. The owner's name is part of every file.
-Tree makeTree(const std::filesystem::path &folder, const std::string &owner);
+/// Creates a folder laid out like an application bundle and returns its tree. It has empty,
+/// large, read-only and executable files, an empty folder, and valid and dangling links. The
+/// label makes the contents differ from those of other trees.
+Tree makeTree(const std::filesystem::path &folder, const std::string &label);
 /// Like `makeTree`, with few entries, for tests that repeat it often.
-Tree makeSmallTree(const std::filesystem::path &folder, const std::string &owner);
+Tree makeSmallTree(const std::filesystem::path &folder, const std::string &label);
 
 /// Returns the number of entries directly in a folder.
 std::ptrdiff_t entryCount(const std::filesystem::path &folder);
