@@ -5,8 +5,8 @@
 #
 #   ./scripts/check-macos.sh SYSROOT [FOLDER]
 #
-# SYSROOT is a copy of the macOS SDK: usr/ and System/Library/Frameworks/ with headers and .tbd
-# files. FOLDER is the build folder, by default build/macos-check. Environment variables:
+# Needs Debian's packages clang-19, clang-tools-19, lld-19, llvm-19 and googletest. SYSROOT is a
+# copy of the macOS SDK: usr/ and System/Library/Frameworks/ with headers and .tbd files. FOLDER is the build folder, by default build/macos-check. Environment variables:
 #
 #   GTEST_FOLDER  the installation folder of a GoogleTest that is built for macOS; without it
 #                 the script builds one from /usr/src/googletest (Debian's package googletest)
