@@ -1,4 +1,4 @@
-// Dialogs with a screen reader and with the keyboard.
+// The dialogs as a screen reader sees them, and their operation by the keyboard.
 
 import assert from 'node:assert/strict';
 import { setTimeout as pause } from 'node:timers/promises';
@@ -15,7 +15,7 @@ const awaitDialog = ({ accessibility }, name) =>
   accessibility.awaitWidget({ role: /^(dialog|alert)$/, name });
 const awaitFocus = ({ accessibility }, name) => accessibility.awaitWidget({ name, focused: true });
 
-test('the address dialog has a name and a description, and its field has a name',
+test('the address dialog, its field and its buttons have accessible names',
   async (user, screen) => {
     await user.startAndShowPage();
     await screen.openAddressDialog();
@@ -29,7 +29,7 @@ test('the address dialog has a name and a description, and its field has a name'
     await screen.closePanel(addressDialogTitle, 'Escape');
   });
 
-test('a button with the keyboard focus has a bright ring that stays', async (user, screen) => {
+test('a button keeps its bright focus ring as long as it has the focus', async (user, screen) => {
   const layout = await user.startWithPage(button('ask', "confirm('Continue?')"));
   await screen.clickElement(layout, 'ask');
   const panel = await screen.awaitPanel('Continue?');
@@ -38,17 +38,18 @@ test('a button with the keyboard focus has a bright ring that stays', async (use
     await screen.pressKeys('Tab');
     const { extents } = await awaitFocus(screen, label);
     const { x: left, y: top } = await screen.geometry(panel);
-    // Above the middle of the button. Its extents may leave out the padding of the label.
+    // Counts bright pixels in a column above the middle of the button. The ring is not at the
+    // extents, because these may leave out the padding of the label.
     const x = Math.round(left + extents.x + extents.width / 2);
-    const bottom = Math.round(top + extents.y) - 1;
-    const hasRing = () => Array.from({ length: 16 }, (_, above) =>
-      screen.screenshot().pixel(x, bottom - above))
+    const lowestRow = Math.round(top + extents.y) - 1;
+    const hasRing = () => Array.from({ length: 16 }, (_, row) =>
+      screen.screenshot().pixel(x, lowestRow - row))
       .filter((colour) => colour.every((channel) => channel > 200)).length >= 2;
     await waitFor(`a ring around ${label}`, hasRing);
     await saveScreenshot(`focus-${label}`);
     // GTK hides its own focus ring after three seconds.
     await pause(4000);
-    assert.ok(hasRing(), `no ring around ${label} any more`);
+    assert.ok(hasRing(), `the ring around ${label} has disappeared`);
   }
   await screen.closePanel('Continue?');
 });
@@ -64,9 +65,9 @@ test('the Tab key reaches a long message, and Page Down and Page Up scroll it',
     const top = await waitFor('the message', messageTop);
     await saveScreenshot('long-message');
     await screen.pressKeys('Next');
-    await waitFor('a scrolled message', async () => (await messageTop()) < top);
+    await waitFor('the message scrolled down', async () => (await messageTop()) < top);
     await screen.pressKeys('Prior');
-    await waitFor('the top of the message', async () => (await messageTop()) === top);
+    await waitFor('the message scrolled to its top', async () => (await messageTop()) === top);
     // From the only button to the message, and back.
     await screen.pressKeys('Tab');
     await screen.accessibility.awaitWidget({ name: 'OK', focused: false });

@@ -1,17 +1,17 @@
-// The server address: preset, chosen in the dialog by keyboard, and stored.
+// The address of the server: its preset in Info.plist, the dialog that changes it, and its storage.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning } from '../support/desktop/processes.mjs';
+import { addressDialogTitle } from '../support/desktop/screen.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
-const title = 'Adres van het OS';
-const refusal = 'Dat is geen geldig adres.';
+const invalidAddressNotice = 'Dat is geen geldig adres.';
 const localAddress = 'http://127.0.0.1:4767/';
 
 /// Returns the stored address, or undefined.
@@ -20,34 +20,35 @@ function storedAddress(user) {
   return /^osURL=(.*)$/m.exec(readFileSync(user.defaultsFile, 'utf8'))?.[1];
 }
 
-/// Opens the dialog, checks by copying that the whole address is selected, and cancels.
-async function assertSelectedAddress(screen, address) {
+/// Opens the dialog, fails unless it shows this address all selected, and cancels. The clipboard
+/// shows what is selected.
+async function assertDialogSelects(screen, address) {
   await screen.openAddressDialog();
   await saveScreenshot('address-dialog');
   await screen.setClipboard('nothing copied yet');
   await screen.pressKeys('ctrl+c');
   await waitFor('the copied address', async () => (await screen.clipboard()) === address);
-  await screen.closePanel(title, 'Escape');
+  await screen.closePanel(addressDialogTitle, 'Escape');
 }
 
-test('the dialog shows the current address, all selected', async (user, screen) => {
+test('the dialog shows and selects the current address', async (user, screen) => {
   await user.startAndShowPage();
   await screen.awaitPageOnScreen();
-  await assertSelectedAddress(screen, localAddress);
+  await assertDialogSelects(screen, localAddress);
   await user.quit();
   assert.equal(storedAddress(user), undefined);
 });
 
-test('an invalid address is refused, and the dialog does not open again', async (user, screen) => {
+test('an invalid address is rejected with a notice and not stored', async (user, screen) => {
   await user.startAndShowPage();
   const invalid = ['', ' \t ', 'example.test', 'ftp://example.test', 'HTTPS://example.test',
     '//example.test/', 'javascript:alert(1)', '127.0.0.1:4767'];
   for (const text of invalid) {
     await screen.answerAddressDialog(text);
-    await screen.awaitPanel(refusal);
-    if (text === '') await saveScreenshot('address-refused');
+    await screen.awaitPanel(invalidAddressNotice);
+    if (text === '') await saveScreenshot('address-rejected');
     await screen.awaitWindowCount(2);
-    await screen.closePanel(refusal);
+    await screen.closePanel(invalidAddressNotice);
   }
   assert.equal(storedAddress(user), undefined);
   assert.equal(user.root.requestsTo('/').length, 1, 'the page is not loaded again');
@@ -64,7 +65,7 @@ test('"Annuleren", Escape and closing the dialog change nothing', async (user, s
   await screen.type(online.address);
   // Tab moves from the field to "Annuleren".
   await screen.pressKeys('Tab');
-  await screen.closePanel(title);
+  await screen.closePanel(addressDialogTitle);
   await user.quit();
   assert.equal(storedAddress(user), undefined);
   assert.deepEqual(online.requests, []);
@@ -83,7 +84,7 @@ test('an online address stops the local server and is stored; the local address 
     const { pid } = await user.root.awaitStarted();
     await screen.awaitPageOnScreen();
     assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
-    assert.ok(isRunning(pid), 'the page is shown before the server has stopped');
+    assert.ok(isRunning(pid), 'the online page is shown before the local server has stopped');
     assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
     await user.root.awaitServerExit();
@@ -115,43 +116,46 @@ test('another spelling of the local address keeps the server and loads the page 
     assert.equal(user.root.requestsTo('/').at(-1).headers.host, 'localhost:4767');
   });
 
-test('an address without a server is stored, and the dialog leads back', async (user, screen) => {
-  const address = 'http://127.0.0.2:9/';
-  await user.startAndShowPage();
-  await screen.answerAddressDialog(address);
-  await user.root.awaitServerExit();
-  await waitFor('the stored address', () => storedAddress(user) === address);
-  await assertSelectedAddress(screen, address);
-  await screen.answerAddressDialog(localAddress);
-  await user.root.awaitPainted(2);
-});
+test('an unreachable address is stored, and the dialog can change it back',
+  async (user, screen) => {
+    // Nothing listens on the port of the discard protocol.
+    const address = 'http://127.0.0.2:9/';
+    await user.startAndShowPage();
+    await screen.answerAddressDialog(address);
+    await user.root.awaitServerExit();
+    await waitFor('the stored address', () => storedAddress(user) === address);
+    await assertDialogSelects(screen, address);
+    await screen.answerAddressDialog(localAddress);
+    await user.root.awaitPainted(2);
+  });
 
-test('a preset online address is shown, and its cookie is for https only', async (user, screen) => {
-  const online = await user.openOnlineServer();
-  user.setPlistValues({ ORVELOSURL: online.address });
-  user.start();
-  await screen.awaitPageOnScreen();
+test('a preset online address is opened, and its key cookie is not sent over http',
+  async (user, screen) => {
+    const online = await user.openOnlineServer();
+    user.setPlistValues({ ORVELOSURL: online.address });
+    user.start();
+    await screen.awaitPageOnScreen();
 
-  assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
-  const [{ headers }] = online.requestsTo('/');
-  assert.equal(headers['x-orvel-app'], undefined);
-  assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`));
-  // The cookie is stored, but not sent over http. SQLite stores its text as it stands, in the
-  // database or in its journal.
-  assert.doesNotMatch(headers.cookie ?? '', /orvelapp/);
-  await waitFor('the stored cookie', () =>
-    user.dataFiles().some((path) => readFileSync(path, 'latin1').includes(`orvelapp${APP_KEY}`)));
+    assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
+    const [{ headers }] = online.requestsTo('/');
+    assert.equal(headers['x-orvel-app'], undefined);
+    assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`));
+    // The cookie is stored, but not sent over http. SQLite stores its text as it stands, in the
+    // database or in its journal.
+    assert.doesNotMatch(headers.cookie ?? '', /orvelapp/);
+    await waitFor('the stored cookie', () =>
+      user.dataFiles().some((path) => readFileSync(path, 'latin1').includes(`orvelapp${APP_KEY}`)));
 
-  const before = online.requestsTo('/').length;
-  await screen.pressKeys('ctrl+r');
-  await waitFor('a reload', () => online.requestsTo('/').length > before);
-  assert.equal(online.requestsTo('/api/wie').length, 1, 'a reload does not probe');
+    const before = online.requestsTo('/').length;
+    await screen.pressKeys('ctrl+r');
+    await waitFor('a reload', () => online.requestsTo('/').length > before);
+    assert.equal(online.requestsTo('/api/wie').length, 1, 'a reload does not probe');
 
-  assert.deepEqual(user.root.record(), [], 'no local server is started');
-  assert.ok(!existsSync(user.root.log));
-});
+    assert.deepEqual(user.root.record(), [], 'no local server is started');
+    assert.ok(!existsSync(user.root.log));
+  });
 
-test('a stored address wins over the preset', { plist: { ORVELOSURL: 'http://127.0.0.3:9/' } },
+test('a stored address overrides the preset', { plist: { ORVELOSURL: 'http://127.0.0.3:9/' } },
   async (user, screen) => {
     const online = await user.openOnlineServer();
     user.storeAddress(online.address);

@@ -1,4 +1,4 @@
-// The context menu of a link, and drops on the window, follow the rules for links.
+// The items of a link's context menu, and drops on the window.
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
@@ -14,18 +14,20 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-const hoverLink = (id, href) => link(id, href, `onmouseenter="report('hover', '${id}')"`);
-const text = (body) => ({ headers: { 'content-type': 'text/plain' }, body });
+/// Returns a link that reports when the pointer is over it.
+const linkReportingHover = (id, href) => link(id, href, `onmouseenter="report('hover', '${id}')"`);
+const textRoute = (body) => ({ headers: { 'content-type': 'text/plain' }, body });
 
 /// Clicks a link once the page gets pointer events. A menu that has just closed may still grab
 /// the pointer.
-async function clickAfterMenu(user, screen, layout, id, options) {
+async function clickWhenMenuClosed(user, screen, layout, id, options) {
   await screen.awaitMenuClosed();
   await screen.hoverElement(layout, id);
   await waitFor(`the pointer over ${id}`, () => user.root.reported('hover').at(-1) === id);
   await screen.clickElement(layout, id, options);
 }
 
+/// The positions of "Open Link" and "Download Linked File" in the context menu.
 const openItem = 0;
 const downloadItem = 1;
 
@@ -35,12 +37,12 @@ const downloadItem = 1;
 async function assertMenuChoices(user, screen, choices) {
   const desktop = new Desktop(user);
   const layout = await user.startWithPage(
-    choices.map(([href], index) => hoverLink(`link${index}`, href)).join('') +
-    hoverLink('barrier', barrierUrl),
-    { routes: { '/page': text('page'), '/api/bestand/stored': text('stored') } });
+    choices.map(([href], index) => linkReportingHover(`link${index}`, href)).join('') +
+    linkReportingHover('barrier', barrierUrl),
+    { routes: { '/page': textRoute('page'), '/api/bestand/stored': textRoute('stored') } });
   const opened = [barrierUrl];
   for (const [index, [href, item, name]] of choices.entries()) {
-    await clickAfterMenu(user, screen, layout, `link${index}`, { button: 3 });
+    await clickWhenMenuClosed(user, screen, layout, `link${index}`, { button: 3 });
     await screen.awaitMenuOpen();
     await saveScreenshot('context-menu');
     // The menu opens with its first item selected.
@@ -48,7 +50,7 @@ async function assertMenuChoices(user, screen, choices) {
     opened.push(name ? desktop.downloadPath(name) : href);
     await desktop.awaitOpened(opened.at(-1));
   }
-  await clickAfterMenu(user, screen, layout, 'barrier');
+  await clickWhenMenuClosed(user, screen, layout, 'barrier');
   await desktop.awaitOpened(barrierUrl);
   for (const [href] of choices.filter(([, , name]) => name)) {
     const keys = user.root.requestsTo(href).map(({ headers }) => headers['x-orvel-app']);
@@ -57,13 +59,14 @@ async function assertMenuChoices(user, screen, choices) {
   await desktop.quitAndAssertOpened(...opened);
 }
 
-test('"Open Link" of the context menu does what a click does', (user, screen) =>
+test('"Open Link" opens other sites in their default application and downloads stored files',
+  (user, screen) =>
   assertMenuChoices(user, screen, [
     ['https://elsewhere.test/open', openItem],
     ['/api/bestand/stored', openItem, 'stored.txt'],
   ]));
 
-test('"Download Linked File" of the context menu downloads with the key or opens outside',
+test('"Download Linked File" downloads from the server with the key and opens other sites',
   (user, screen) => assertMenuChoices(user, screen, [
     ['https://elsewhere.test/file', downloadItem],
     ['/page', downloadItem, 'page.txt'],
@@ -74,27 +77,28 @@ const dragSource = process.env.ORVEL_DRAG_SOURCE;
 const skip = dragSource && existsSync(dragSource)
   ? false : 'ORVEL_DRAG_SOURCE does not name a program';
 
-/// Drags a file or URL to a position of the window, where `isSeen` tells whether the page has
-/// seen it, and drops it there.
-async function drop(user, screen, content, [x, y], isSeen) {
+/// Drags a file or URL to a position of the page, waits until `isDragSeen`, and drops it there.
+async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   const child = spawn(dragSource, [content], { env: user.environment, stdio: 'ignore' });
   try {
-    const window = await waitFor('the source', async () =>
+    const window = await waitFor('the window of the drag source', async () =>
       (await screen.windows('Drag source'))[0]);
+    // The source's window covers this position after its move.
     const [fromX, fromY] = [80, 580];
     await screen.runTool('xdotool', 'windowmove', '--sync', window, '20', '500');
-    await waitFor('the source on the screen', () =>
+    await waitFor('the drag source on the screen', () =>
       !screen.screenshot().shows(pageColour, fromX, fromY));
-    const move = (share) =>
+    /// Moves the pointer along the line from the source (0) to the target (1).
+    const moveTo = (share) =>
       screen.movePointer(fromX + (x - fromX) * share, fromY + (y - fromY) * share);
-    await move(0);
+    await moveTo(0);
     await screen.runTool('xdotool', 'mousedown', '1');
     // GTK starts a drag after some distance, and the target responds to each step.
-    for (let step = 1; step <= 20; step += 1) await move(step / 20);
+    for (let step = 1; step <= 20; step += 1) await moveTo(step / 20);
     await waitFor('the drag over its target', async () => {
-      await move(0.99);
-      await move(1);
-      return isSeen();
+      await moveTo(0.99);
+      await moveTo(1);
+      return isDragSeen();
     });
     await screen.runTool('xdotool', 'mouseup', '1');
     await waitFor('the end of the drag', () => !isRunning(child.pid));
@@ -121,10 +125,11 @@ test('a drop reaches an element that accepts it, and never replaces the page', {
     const file = join(user.folder, 'dropped.html');
     writeFileSync(file, '<h1>dropped</h1>');
     const dropOn = (id, content) => {
-      // After several events, the response to the first has reached the source.
       const count = () => user.root.reported('dragover').filter((over) => over === id).length;
       const before = count();
-      return drop(user, screen, content, screen.positionOf(layout, id), () => count() > before + 2);
+      // After several events, the response to the first has reached the source.
+      const isDragSeen = () => count() > before + 2;
+      return dragAndDrop(user, screen, content, screen.positionOf(layout, id), isDragSeen);
     };
 
     await dropOn('target', file);

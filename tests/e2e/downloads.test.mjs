@@ -13,11 +13,13 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests();
 
 const attachment = (name) => `attachment; filename="${name}"`;
-const file = (disposition, rest = {}) => ({
+/// Returns a route to a CSV file with this Content-Disposition.
+const csvRoute = (disposition, rest = {}) => ({
   headers: { 'content-type': 'text/csv', 'content-disposition': disposition },
   body: 'one;two\n',
   ...rest,
 });
+/// Returns the path of a stored file.
 const stored = (name) => `/api/bestand/${name}`;
 const storedLink = (name) => link(name, stored(name));
 
@@ -38,7 +40,7 @@ test('an export is requested with its query, the key and the cookies of its host
       document.cookie = 'deeper=two; path=/elsewhere';
     </script><img src="/image">`, {
       routes: {
-        '/api/export': file(attachment('export.csv')),
+        '/api/export': csvRoute(attachment('export.csv')),
         '/image': { headers: { 'set-cookie': 'closed=three; HttpOnly' } },
       },
     });
@@ -53,14 +55,14 @@ test('an export is requested with its query, the key and the cookies of its host
       ['closed=three', 'deeper=two', `orvelapp=${APP_KEY}`, 'own=one', 'persistent=yes']);
   });
 
-test('files of one name that end at the same time are all kept and opened',
+test('downloads of the same name that complete together are all kept and opened',
   async (user, screen) => {
     const gate = join(user.folder, 'gate');
     const desktop = new Desktop(user);
     const paths = [1, 2, 3].map(stored);
     const layout = await user.startWithPage(paths.map((path) => link(path, path)).join(''), {
       routes: Object.fromEntries(paths.map((path) =>
-        [path, file(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])),
+        [path, csvRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])),
     });
     for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('three requests', () =>
@@ -76,6 +78,8 @@ test('files of one name that end at the same time are all kept and opened',
     await desktop.quitAndAssertOpened(...names.map((name) => desktop.downloadPath(name)));
   });
 
+/// Content-Disposition, the name of the downloaded file and, if not made from the case's number,
+/// the path of the stored file.
 const suggestedNames = {
   'escaped quotes': ['attachment; filename="one \\"two\\" three.csv"', 'one "two" three.csv'],
   'both forms of the parameter': [
@@ -85,16 +89,16 @@ const suggestedNames = {
   'a folder': [attachment('a/b.csv'), 'a-b.csv'],
   'parent folders': [attachment('../../outside.csv'), '..-..-outside.csv'],
   'a long name': [attachment(`${'l'.repeat(300)}.csv`), `${'l'.repeat(251)}.csv`],
-  'no name': ['inline', 'no name.csv', stored('no%20name')],
-  'only dots': [attachment('..'), 'dots', stored('dots')],
+  'no file name': ['inline', 'no name.csv', stored('no%20name')],
+  'two dots': [attachment('..'), 'dots', stored('dots')],
 };
 
 test('a file gets the suggested name and stays in the Downloads folder', async (user, screen) => {
   const desktop = new Desktop(user);
   const cases = Object.values(suggestedNames).map(([disposition, name, path], index) =>
-    ({ id: `n${index}`, disposition, name, path: path ?? stored(`n${index}`) }));
+    ({ id: `case${index}`, disposition, name, path: path ?? stored(`case${index}`) }));
   const layout = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''), {
-    routes: Object.fromEntries(cases.map(({ path, disposition }) => [path, file(disposition)])),
+    routes: Object.fromEntries(cases.map(({ path, disposition }) => [path, csvRoute(disposition)])),
   });
   for (const { id, path } of cases) {
     await screen.clickElement(layout, id);
@@ -111,7 +115,7 @@ test('existing files are kept, and the XDG download folder is used', async (user
   const existing = ['data.csv', 'data 2.csv'];
   for (const name of existing) writeFileSync(desktop.downloadPath(name), 'existing');
   const layout = await user.startWithPage(link('export', '/api/export'), {
-    routes: { '/api/export': file(attachment('data.csv')) },
+    routes: { '/api/export': csvRoute(attachment('data.csv')) },
   });
   await screen.clickElement(layout, 'export');
   assert.equal(await desktop.awaitOpenedFile('data 3.csv'), 'one;two\n');
@@ -122,23 +126,25 @@ test('existing files are kept, and the XDG download folder is used', async (user
   assert.deepEqual(readdirSync(user.home), ['My files']);
 });
 
-/// A file of several kilobytes, so that half of it is sent before it is truncated.
-const data = (rest) => file(attachment('data.csv'), { body: 'one;two\n'.repeat(1000), ...rest });
+/// Returns a route to a file of several kilobytes, so that half of it is sent before it is
+/// truncated.
+const largeCsvRoute = (rest) =>
+  csvRoute(attachment('data.csv'), { body: 'one;two\n'.repeat(1000), ...rest });
 
 /// Returns the paths of everything below a folder.
-const contents = (folder) => readdirSync(folder, { recursive: true }).sort();
+const pathsBelow = (folder) => readdirSync(folder, { recursive: true }).sort();
 
-test('responses other than 200 and truncated responses leave nothing', async (user, screen) => {
+test('a response other than 200 and a truncated response leave no file', async (user, screen) => {
   const desktop = new Desktop(user);
   const routes = {
-    missing: data({ status: 404 }),
-    refused: data({ status: 401 }),
-    broken: data({ status: 500 }),
-    partial: data({ status: 206 }),
+    missing: largeCsvRoute({ status: 404 }),
+    refused: largeCsvRoute({ status: 401 }),
+    broken: largeCsvRoute({ status: 500 }),
+    partial: largeCsvRoute({ status: 206 }),
     empty: { status: 204 },
     redirected: { status: 302, headers: { location: stored('nowhere') } },
-    truncated: data({ truncated: true }),
-    complete: data(),
+    truncated: largeCsvRoute({ truncated: true }),
+    complete: largeCsvRoute(),
   };
   const names = Object.keys(routes);
   const layout = await user.startWithPage(names.map(storedLink).join(''), {
@@ -151,33 +157,36 @@ test('responses other than 200 and truncated responses leave nothing', async (us
   await desktop.awaitOpenedFile('data.csv');
   assert.equal(user.root.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
   await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'));
-  assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
+  assert.deepEqual(pathsBelow(user.home), ['Downloads', 'Downloads/data.csv']);
 });
 
-const obstacles = {
-  'a missing Downloads folder': { prepare: () => {}, left: [] },
+const unusableFolders = {
+  'a missing Downloads folder': { prepare: () => {}, remaining: [] },
   'a file in place of the Downloads folder': {
-    prepare: (path) => writeFileSync(path, 'no folder'), left: ['Downloads'],
+    prepare: (path) => writeFileSync(path, 'no folder'), remaining: ['Downloads'],
   },
 };
-for (const [situation, { prepare, left }] of Object.entries(obstacles)) {
-  test(`${situation} fails a download, and later ones succeed`, async (user, screen) => {
+for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders)) {
+  test(`a download fails with ${situation}, and later ones succeed`, async (user, screen) => {
     const desktop = new Desktop(user);
     rmSync(desktop.downloads, { recursive: true });
     prepare(desktop.downloads);
     const page = storedLink('early') + barrierLink + storedLink('late');
     const layout = await user.startWithPage(page, {
-      routes: { [stored('early')]: data(), [stored('late')]: data({ body: 'later' }) },
+      routes: {
+        [stored('early')]: largeCsvRoute(),
+        [stored('late')]: largeCsvRoute({ body: 'later' }),
+      },
     });
     await screen.clickElement(layout, 'early');
     await desktop.clickBarrierLink(layout);
-    assert.deepEqual(contents(user.home), left);
+    assert.deepEqual(pathsBelow(user.home), remaining);
     rmSync(desktop.downloads, { force: true });
     mkdirSync(desktop.downloads);
     await screen.clickElement(layout, 'late');
     assert.equal(await desktop.awaitOpenedFile('data.csv'), 'later');
     await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'), barrierUrl);
-    assert.deepEqual(contents(user.home), ['Downloads', 'Downloads/data.csv']);
+    assert.deepEqual(pathsBelow(user.home), ['Downloads', 'Downloads/data.csv']);
   });
 }
 
@@ -185,7 +194,7 @@ for (const [situation, { prepare, left }] of Object.entries(obstacles)) {
 async function startEndlessDownload(user, screen) {
   const desktop = new Desktop(user);
   const layout = await user.startWithPage(storedLink('endless'), {
-    routes: { [stored('endless')]: data({ endless: true }) },
+    routes: { [stored('endless')]: largeCsvRoute({ endless: true }) },
   });
   await screen.clickElement(layout, 'endless');
   // 64 chunks are 16 MiB, more than all buffers between the server and the file hold.
@@ -194,17 +203,17 @@ async function startEndlessDownload(user, screen) {
   return desktop;
 }
 
-const ends = {
+const endActions = {
   'Control-Q': (user) => user.quit(),
   SIGTERM: (user) => user.terminate(),
   SIGKILL: (user) => user.forceQuit(),
 };
-for (const [action, end] of Object.entries(ends)) {
-  test(`${action} during a download ends the application and leaves nothing`,
+for (const [action, end] of Object.entries(endActions)) {
+  test(`${action} during a download ends the application and leaves no file`,
     async (user, screen) => {
       const desktop = await startEndlessDownload(user, screen);
       await end(user);
       await desktop.awaitEndAndAssertOpened();
-      assert.deepEqual(contents(user.home), ['Downloads']);
+      assert.deepEqual(pathsBelow(user.home), ['Downloads']);
     });
 }

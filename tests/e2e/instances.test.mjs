@@ -18,7 +18,7 @@ test('a second instance raises the first window and exits', (user, screen) =>
 
     const second = user.start({ environment });
     await user.awaitCleanExit(second);
-    await waitFor('the first window', async () =>
+    await waitFor('the raised window', async () =>
       /Normal/.test(await screen.property(window, 'WM_STATE')));
     assert.equal(await screen.windowCount(), 1);
     assert.equal(user.root.events('started').length, 1);

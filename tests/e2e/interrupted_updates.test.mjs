@@ -1,5 +1,5 @@
-// The application is killed while it installs a release. The bundle must then be the whole old one
-// or the whole new one, and start.
+// The application is killed while it installs a release. Afterwards the bundle is completely the
+// old one or completely the new one, and starts.
 
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
@@ -21,7 +21,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ usesPort: false, accessibility: true });
 
-/// Returns whether this user may trace a running process.
+/// Returns whether this machine permits strace to attach to a running process.
 function canTrace() {
   const sleeper = spawn('sleep', ['10'], { stdio: 'ignore' });
   const attempt = spawnSync('strace', ['-p', String(sleeper.pid)],
@@ -30,28 +30,28 @@ function canTrace() {
   return / attached/.test(attempt.stderr ?? '');
 }
 
-/// Returns the threads that the application itself has created; one of them installs. Threads of
-/// libraries have other names.
+/// Returns the IDs of the threads that the application itself has created, one of which installs
+/// the release. Threads of libraries have other names.
 function applicationThreads(pid) {
   return readdirSync(`/proc/${pid}/task`).filter((thread) =>
     Number(thread) !== pid &&
     readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('orvel-os'));
 }
 
-// The system calls that change a folder, or open a file for writing. The state on the disk is
-// the same at all points between two of them.
-const systemCalls = ['mkdir', 'mkdirat', 'openat', 'rename', 'renameat', 'renameat2', 'rmdir',
-  'unlink', 'unlinkat', 'fchmodat', 'symlinkat', 'linkat'];
+/// The system calls that change a folder or may open a file for writing. The application is killed
+/// at these only, because between two of them the folders do not change.
+const changingSystemCalls = ['mkdir', 'mkdirat', 'openat', 'rename', 'renameat', 'renameat2',
+  'rmdir', 'unlink', 'unlinkat', 'fchmodat', 'symlinkat', 'linkat'];
 
 /// Traces the application's threads. If a name is given, strace kills the application at the
-/// `number`th system call of that name.
+/// `number`th system call of that name. Returns the tracer and a function that reads the calls.
 async function trace(user, { pid }, name, number) {
   const log = join(user.folder, 'strace.log');
   const threads = applicationThreads(pid);
   assert.ok(threads.length > 0);
   const fault = name ? ['-e', `inject=${name}:signal=KILL:when=${number}`] : [];
   // The question mark ignores calls that this architecture does not have.
-  const traced = systemCalls.map((each) => `?${each}`).join();
+  const traced = changingSystemCalls.map((each) => `?${each}`).join();
   const options = ['-o', log, '-e', `trace=${traced}`, ...fault];
   const tracer = spawn('strace', [...options, ...threads.flatMap((thread) => ['-p', thread])],
     { stdio: ['ignore', 'ignore', 'pipe'] });
@@ -66,10 +66,11 @@ async function trace(user, { pid }, name, number) {
   };
 }
 
-/// Starts the application, whose silent check finds the offered release, and traces it from the
-/// middle of the download on; the archive is complete once the file `gate` exists. Returns
-/// whether the application showed the notice, and its system calls.
-async function install(user, screen, server, gate, name, number) {
+/// Starts the application, whose silent check finds the offered release. Traces it from the middle
+/// of the download on, with the fault of trace(). The server sends the second half of the archive
+/// once the file `gate` exists. Returns whether the installation was complete, and the system
+/// calls.
+async function installTraced(user, screen, server, gate, name, number) {
   rmSync(gate, { force: true });
   const downloads = () => server.requestsTo(archivePath).length;
   const before = downloads();
@@ -78,7 +79,7 @@ async function install(user, screen, server, gate, name, number) {
   await waitFor('the request for the archive', () => downloads() > before);
   const { tracer, calls } = await trace(user, run, name, number);
   writeFileSync(gate, '');
-  await waitFor('the end or the notice', async () =>
+  await waitFor('the end of the application or the update notice', async () =>
     run.exit || (await screen.windows(updatedNotice)).length > 0);
   const isComplete = !run.exit;
   kill(tracer.pid, 'SIGTERM');
@@ -90,27 +91,27 @@ async function install(user, screen, server, gate, name, number) {
 const updateFolder = (user) =>
   join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
 
-/// Returns the numbers, from 1, of the system calls of a name at which to kill. The calls that
-/// unpack the archive do not touch the bundle, and the extraction has tests of its own, so of
-/// these only the first and the last are used.
+/// Returns the numbers, from 1, of the system calls of a name at which to kill. Of the calls that
+/// unpack the archive only the first and the last are included: they do not touch the bundle, and
+/// the extraction has tests of its own.
 function callNumbers(name, calls) {
   const isUnpacking = ({ args }) => args.includes('/orvel-os-update-1.1/part');
   const [first, last] = [calls.findIndex(isUnpacking), calls.findLastIndex(isUnpacking)];
   assert.ok(first >= 0 && last > first);
   return calls.map((call, index) => ({ ...call, index }))
     .filter((call) => call.name === name)
-    .flatMap(({ index }, before) => (index <= first || index >= last ? [before + 1] : []));
+    .flatMap(({ index }, earlier) => (index <= first || index >= last ? [earlier + 1] : []));
 }
 
 // A signed release: its installation has every step of an unsigned one.
-test('SIGKILL at each system call that changes a file leaves a whole bundle that starts',
+test('SIGKILL at any system call that changes a file leaves a complete bundle that starts',
   { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
     user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
     const server = await openUpdateServer(user);
     const copy = join(user.folder, 'copy');
     cpSync(user.bundle, copy, { recursive: true });
-    const restore = () => {
+    const restoreOldBundle = () => {
       rmSync(user.bundle, { recursive: true });
       cpSync(copy, user.bundle, { recursive: true });
     };
@@ -119,37 +120,37 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
     const gate = join(user.folder, 'gate');
     offerRelease(server, '1.1', { body: release, gate }, signatureMembers(release, key, '1.1'));
 
-    const undisturbed = await install(user, screen, server, gate);
-    assert.ok(undisturbed.isComplete);
+    const uninterrupted = await installTraced(user, screen, server, gate);
+    assert.ok(uninterrupted.isComplete);
     const newBundle = fingerprint(user.bundle);
     assert.notEqual(newBundle, oldBundle);
     await user.forceQuit();
-    restore();
+    restoreOldBundle();
 
     const bundles = { old: 0, new: 0 };
-    const names = new Set(undisturbed.calls.map(({ name }) => name));
+    const names = new Set(uninterrupted.calls.map(({ name }) => name));
     for (const name of names) {
       let kills = 0;
-      for (const number of callNumbers(name, undisturbed.calls)) {
+      for (const number of callNumbers(name, uninterrupted.calls)) {
         // The application would remove an earlier run's folder, with additional calls.
         rmSync(updateFolder(user), { recursive: true, force: true });
-        const { isComplete } = await install(user, screen, server, gate, name, number);
+        const { isComplete } = await installTraced(user, screen, server, gate, name, number);
         const bundle = fingerprint(user.bundle);
         if (isComplete) {
           // This run made fewer calls of this name.
           await user.forceQuit();
-          restore();
+          restoreOldBundle();
           break;
         }
         kills += 1;
         assert.ok(bundle === oldBundle || bundle === newBundle,
-          `a mixed bundle after ${name} ${number}`);
+          `the bundle mixes two versions after ${name} ${number}`);
         bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
         if (bundle === newBundle) {
           // The next round starts the old bundle.
           await user.startAndShowPage({ server });
           await user.quit();
-          restore();
+          restoreOldBundle();
         }
       }
       t.diagnostic(`killed at ${kills} calls of ${name}`);
@@ -160,12 +161,12 @@ test('SIGKILL at each system call that changes a file leaves a whole bundle that
     }
     assert.ok(bundles.old > 0 && bundles.new > 0);
 
-    assert.ok((await install(user, screen, server, gate)).isComplete);
+    assert.ok((await installTraced(user, screen, server, gate)).isComplete);
     await acceptRestart(user, server);
     await quitRestartedApplication(user);
   });
 
-/// Returns a release that takes seconds to unpack.
+/// Returns a release with a file of 1 GiB, which takes seconds to unpack.
 const largeRelease = (user) => makeRelease(user, {
   alter: (_, bundle) => writeFileSync(join(bundle, 'Contents/large'), Buffer.alloc(1 << 30)),
 });
@@ -175,10 +176,11 @@ async function beginUnpacking(user, screen) {
   const large = join(updateFolder(user), 'part/Orvel OS.app/Contents/large');
   rmSync(large, { force: true });
   await beginUpdateCheck(screen);
-  await waitFor('the unpacking', () => statSync(large, { throwIfNoEntry: false })?.size > 0);
+  await waitFor('the beginning of the large file', () =>
+    statSync(large, { throwIfNoEntry: false })?.size > 0);
 }
 
-test('SIGKILL and SIGTERM while the archive is unpacked leave the old bundle',
+test('SIGKILL and SIGTERM while the archive is being unpacked leave the old bundle',
   async (user, screen) => {
     const server = await startWithUpdateServer(user);
     const oldBundle = fingerprint(user.bundle);

@@ -14,7 +14,8 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Returns what other processes can read of a process.
+/// Returns the command line, the environment and the name of a process, which other processes of
+/// the user can read.
 function readableText(pid) {
   return ['cmdline', 'environ', 'comm'].map((name) => {
     try {
@@ -91,18 +92,20 @@ test('no command line, environment, log, message or other file contains the key'
     await user.quit();
 
     const { all, withKey } = stopWatching();
+    // The kernel truncates names to 15 bytes.
     for (const name of ['orvel-os', 'WebKitWebProces', 'WebKitNetworkPr', 'node']) {
       assert.ok([...all].some((each) => each.startsWith(name)), `${name} among ${[...all]}`);
     }
     assert.deepEqual([...withKey], []);
     const programLog = readFileSync(log, 'latin1');
+    // An argument of lsof, and a variable of the environment of all programs.
     for (const text of ['-sTCP:LISTEN', 'ORVEL_OS_ROOT=']) assert.ok(programLog.includes(text));
-    assert.ok(!programLog.includes(APP_KEY), 'a program got the key');
+    assert.ok(!programLog.includes(APP_KEY), 'no program gets the key');
 
     const [{ output }] = user.runs;
     assert.ok(!output.includes(APP_KEY), output);
     assert.ok(!readFileSync(user.root.log, 'latin1').includes(APP_KEY));
-    // Its source, the record of the fixture server, and the cookie of the web view.
+    // The bundle, the record of the fixture server, and the cookie database of the web view.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
     const files = filesWithKey(user.folder).map((path) => relative(user.folder, path));
@@ -111,7 +114,7 @@ test('no command line, environment, log, message or other file contains the key'
       files.filter((path) => !expected.some((pattern) => pattern.test(path))), []);
   });
 
-test('another host gets neither key nor cookie by any kind of request', async (user, screen) => {
+test('requests to another host have neither the key header nor a cookie', async (user, screen) => {
   const desktop = new Desktop(user);
   const other = await user.openOnlineServer({
     routes: { '/file': { headers: { 'content-type': 'text/csv' }, body: 'elsewhere\n' } },
@@ -152,7 +155,7 @@ test('another host gets neither key nor cookie by any kind of request', async (u
     assert.equal(rest['x-orvel-app'], undefined, url);
     assert.equal(rest.cookie, undefined, url);
   }
-  // The own server gets both.
+  // The application's server gets both.
   const [{ headers }] = user.root.requestsTo('/api/bestand/1');
   assert.equal(headers['x-orvel-app'], APP_KEY);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));

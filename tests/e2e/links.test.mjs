@@ -1,5 +1,5 @@
-// Links, forms, frames and new windows: other addresses open in their default application, and
-// the application never gets a second window.
+// Links, forms, frames and new windows: URLs of other sites open in their default application,
+// and the application never gets a second window.
 
 import assert from 'node:assert/strict';
 
@@ -11,7 +11,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-test('links to other sites, mail and telephone open unchanged, and the page stays',
+test('web, mail and telephone links open unchanged in their default application',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const links = {
@@ -33,7 +33,7 @@ test('links to other sites, mail and telephone open unchanged, and the page stay
     await desktop.quitAndAssertOpened(barrierUrl, ...Object.values(opened));
   });
 
-test('a default application that does not respond does not delay others', async (user, screen) => {
+test('an unresponsive default application does not delay others', async (user, screen) => {
   const desktop = new Desktop(user);
   desktop.setDBusActivatedDefault('tel', 'nl.orvel.unresponsive');
   await withSessionBus(async (environment, bus) => {
@@ -65,14 +65,15 @@ test('a default application gets the environment of the session', async (user, s
     const layout = await user.startWithPage(link('link', 'https://elsewhere.test/'), {},
       { environment });
     await screen.clickElement(layout, 'link');
-    const launch = await waitFor('an opened link', () => desktop.launches()[index]);
+    const launch = await waitFor('a start of the default application', () =>
+      desktop.launches()[index]);
     assert.equal(launch.count, 1);
     assert.deepEqual(launch.environment, { ...user.environment, ...environment });
     await user.quit();
   }
 });
 
-test('an embedded page of another site opens outside and is not loaded', async (user) => {
+test('a frame does not load another site, which opens outside the application', async (user) => {
   const desktop = new Desktop(user);
   const foreign = await user.openOnlineServer();
   const embedded = `${foreign.address}embedded`;
@@ -83,7 +84,7 @@ test('an embedded page of another site opens outside and is not loaded', async (
   assert.deepEqual(foreign.requests, []);
 });
 
-test('addresses of all other schemes are blocked', async (user, screen) => {
+test('navigations to all other schemes are blocked', async (user, screen) => {
   const desktop = new Desktop(user);
   const links = {
     data: 'data:text/html,away',
@@ -108,7 +109,7 @@ test('addresses of all other schemes are blocked', async (user, screen) => {
   assert.deepEqual(user.root.requestsTo('/api/frame'), [], 'the embedded page is blocked too');
 });
 
-test('a new window of the same server becomes a download, one of another site opens outside',
+test('a new window becomes a download, or a start of the default application for another site',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const opener = (id, url) =>
@@ -140,7 +141,7 @@ test('a new window of the same server becomes a download, one of another site op
     assert.deepEqual(desktop.downloadedFiles(), ['opened.txt', 'page.html']);
   });
 
-test('a form to another site, links in frames and the middle button follow the same rules',
+test('forms, links in frames and middle clicks to another site open the default application',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const foreign = await user.openOnlineServer();
@@ -169,5 +170,5 @@ test('a form to another site, links in frames and the middle button follow the s
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...urls, desktop.downloadPath('middle.txt'));
     assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame stays');
-    assert.deepEqual(foreign.requests, [], 'the data of the form are sent nowhere');
+    assert.deepEqual(foreign.requests, [], 'the data of the form are not sent');
   });
