@@ -15,7 +15,7 @@ const awaitDialog = ({ accessibility }, name) =>
   accessibility.awaitWidget({ role: /^(dialog|alert)$/, name });
 const awaitFocus = ({ accessibility }, name) => accessibility.awaitWidget({ name, focused: true });
 
-test('the address dialog, its field and its buttons have accessible names',
+test('the address dialog has an accessible name and description, its field and buttons a name',
   async (user, screen) => {
     await user.startAndShowPage();
     await screen.openAddressDialog();

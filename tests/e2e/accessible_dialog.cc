@@ -1,5 +1,5 @@
-// Prints the widgets of all windows on the accessibility bus: a JSON array with an object
-// for each, parents first. Extents are in pixels, relative to the window.
+// Prints the widgets of all windows on the accessibility bus: a JSON array with an object for each
+// widget, parents first. Extents are in pixels, relative to the window.
 
 #include <atspi/atspi.h>
 
@@ -10,10 +10,11 @@
 namespace {
 
 template <typename Object>
-using Pointer = std::unique_ptr<Object, void (*)(void *)>;
+using ObjectPointer = std::unique_ptr<Object, void (*)(void *)>;
 
+/// Takes ownership of a reference to an object, which may be null.
 template <typename Object>
-Pointer<Object> adopt(Object *object) {
+ObjectPointer<Object> adopt(Object *object) {
   return {object, [](void *owned) {
             if (owned != nullptr) g_object_unref(owned);
           }};
@@ -36,19 +37,19 @@ std::string quoted(const char *text) {
   return result + "\"";
 }
 
-/// Does the same and frees the text.
+/// Returns a text as a JSON string, and frees the text with g_free.
 std::string quotedAndFreed(char *text) {
   std::string result = quoted(text);
   g_free(text);
   return result;
 }
 
-bool has(AtspiAccessible *accessible, AtspiStateType state) {
+bool hasState(AtspiAccessible *accessible, AtspiStateType state) {
   const auto states = adopt(atspi_accessible_get_state_set(accessible));
   return states && atspi_state_set_contains(states.get(), state) != FALSE;
 }
 
-/// Returns the position and size of a widget, or null when it has none.
+/// Returns the position and size of a widget, or null when it has no position.
 std::unique_ptr<AtspiRect, void (*)(void *)> extentsOf(AtspiAccessible *accessible) {
   const auto component = adopt(atspi_accessible_get_component_iface(accessible));
   return {component ? atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr)
@@ -56,21 +57,23 @@ std::unique_ptr<AtspiRect, void (*)(void *)> extentsOf(AtspiAccessible *accessib
           g_free};
 }
 
-std::string quoted(const AtspiRect *rect) {
+/// Returns a rectangle as a JSON object, or "null".
+std::string json(const AtspiRect *rect) {
   if (rect == nullptr) return "null";
   return "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
          ",\"width\":" + std::to_string(rect->width) +
          ",\"height\":" + std::to_string(rect->height) + "}";
 }
 
+/// Prints a widget as a JSON object after the separator, which becomes a comma for the next one.
 void print(AtspiAccessible *accessible, const AtspiRect *extents, const char *&separator) {
-  std::printf(R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
-              separator,
-              quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-              quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-              quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-              has(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
-              has(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", quoted(extents).c_str());
+  std::printf(
+      R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
+      separator, quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
+      quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
+      quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
+      hasState(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
+      hasState(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", json(extents).c_str());
   separator = ",\n";
 }
 
@@ -78,14 +81,13 @@ void print(AtspiAccessible *accessible, const AtspiRect *extents, const char *&s
 template <typename Function>
 void forEachChild(AtspiAccessible *accessible, const Function &function) {
   const int count = atspi_accessible_get_child_count(accessible, nullptr);
-  for (int number = 0; number < count; ++number) {
-    const auto child = adopt(atspi_accessible_get_child_at_index(accessible, number, nullptr));
+  for (int index = 0; index < count; ++index) {
+    const auto child = adopt(atspi_accessible_get_child_at_index(accessible, index, nullptr));
     if (child) function(child.get());
   }
 }
 
-/// Prints a widget and its children, but not those that have no size: pages of a stack that are
-/// not shown.
+/// Prints a widget and its children, except those without a size: the hidden pages of a GtkStack.
 void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
   const auto extents = extentsOf(accessible);
   if (extents && extents->width == 0 && extents->height == 0) return;
@@ -96,6 +98,7 @@ void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
 }  // namespace
 
 int main() {
+  // 0 means initialised, 1 already initialised.
   if (atspi_init() > 1) return 1;
   const auto desktop = adopt(atspi_get_desktop(0));
   if (!desktop) return 1;

@@ -1,4 +1,5 @@
-// The local server: its start with the port in use, its failures, and how the user restarts it.
+// The local server: its start, also with the port in use, its failures, and its restart by the
+// user.
 
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
@@ -22,13 +23,13 @@ async function assertErrorPage(screen, message) {
   assert.equal(text, `Orvel OS\n${message}`);
 }
 
-test('without a server script the error page names the address dialog', { behaviour: null },
+test('without a server script the error page asks for an online address', { behaviour: null },
   async (user, screen) => {
     user.start();
     await screen.awaitWindow();
     await assertErrorPage(screen,
       'Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.');
-    await saveScreenshot('error-no-os');
+    await saveScreenshot('error-no-script');
 
     // Once there is a script, Control-R starts it.
     user.root.installServer();
@@ -36,7 +37,7 @@ test('without a server script the error page names the address dialog', { behavi
     await user.root.awaitPainted();
   });
 
-test('exit code 1 of the server is reported, and Control-R starts it again',
+test('the error page shows the exit code of the server, and Control-R starts it again',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
     await user.root.awaitServerExit();
@@ -50,7 +51,7 @@ test('exit code 1 of the server is reported, and Control-R starts it again',
     assert.equal(user.root.events('started').length, 2);
   });
 
-test('a killed server is reported with its signal; Control-R starts it again, then reloads',
+test('the error page shows the signal that killed the server; Control-R starts it, then reloads',
   async (user, screen) => {
     await user.startAndShowPage();
     kill((await user.root.awaitStarted()).pid);
@@ -79,9 +80,10 @@ function programsWithoutNode(user) {
 }
 
 const installedNode = ['/usr/local/bin/node', '/opt/homebrew/bin/node'].find(existsSync);
-const skip = installedNode ? `the application would find ${installedNode}` : false;
+const skipWithInstalledNode = installedNode ? `the application would find ${installedNode}` : false;
 
-test('without node the launch error is shown and nothing is probed', { skip },
+test('without node the error page shows the launch error, and no server is probed',
+  { skip: skipWithInstalledNode },
   async (user, screen) => {
     user.start({ environment: { PATH: programsWithoutNode(user) } });
     const text = await screen.awaitPageText((page) => page.includes('Kon node'));
@@ -91,7 +93,9 @@ test('without node the launch error is shown and nothing is probed', { skip },
     assert.equal(describeListeners(), '');
   });
 
-test("node is found on the search path of the user's login shell", { skip }, async (user) => {
+test("node is found on the search path of the user's login shell", {
+  skip: skipWithInstalledNode,
+}, async (user) => {
   const folder = join(user.home, 'user’s programs');
   mkdirSync(folder);
   symlinkSync(process.execPath, join(folder, 'node'));
@@ -102,22 +106,23 @@ test("node is found on the search path of the user's login shell", { skip }, asy
   await waitFor('the log', () => existsSync(user.root.log));
 });
 
-/// Runs node, which listens on the application's port, during the body.
+/// Runs node with these arguments, a program that listens on the application's port, during the
+/// body.
 async function withPortInUse(args, body) {
-  const holder = spawn(process.execPath, args, {
+  const portHolder = spawn(process.execPath, args, {
     env: { PATH: process.env.PATH, PORT: String(PORT) },
     stdio: 'ignore',
   });
   try {
     await waitFor('a listening process', () => describeListeners());
-    await body(holder);
+    await body(portHolder);
   } finally {
-    kill(holder.pid);
-    await waitFor('the end of the process', () => !isRunning(holder.pid));
+    kill(portHolder.pid);
+    await waitFor('the end of the process', () => !isRunning(portHolder.pid));
   }
 }
 
-test('a stale server of the same data root is stopped before the new one starts',
+test('a stale server of the same data root is terminated before the new one starts',
   { behaviour: { stopDelay: 800 } }, async (user) => {
     await withPortInUse([user.root.script], async (stale) => {
       user.root.setBehaviour({});
@@ -132,7 +137,7 @@ test('a stale server of the same data root is stopped before the new one starts'
     });
   });
 
-test('a stale server on a non-ASCII path is stopped in a session without a locale',
+test('without a locale a stale server on a non-ASCII path is terminated too',
   async (user) => {
     user.root = new DataRoot(join(user.folder, 'données €'));
     await withPortInUse([user.root.script], async (stale) => {
@@ -144,27 +149,30 @@ test('a stale server on a non-ASCII path is stopped in a session without a local
     });
   });
 
-const foreignProgram =
-  "require('http').createServer((q, a) => a.writeHead(404).end()).listen(4767, '127.0.0.1')";
-const holders = {
-  'another program': () => ({ args: ['-e', foreignProgram] }),
+const otherProgram = `require('http')
+  .createServer((request, response) => response.writeHead(404).end())
+  .listen(${PORT}, '127.0.0.1')`;
+/// Each function returns the arguments with which node listens on the port and, for a fixture
+/// server, its data root.
+const portHolders = {
+  'another program': () => ({ args: ['-e', otherProgram] }),
   'the server of another data root': (user) => {
     const root = new DataRoot(join(user.folder, 'other data root'), { failedProbes: 1000 });
     return { root, args: [root.script] };
   },
 };
-for (const [name, createHolder] of Object.entries(holders)) {
-  test(`${name} keeps the port, and the exit of the new server is reported`,
+for (const [name, createHolder] of Object.entries(portHolders)) {
+  test(`${name} keeps the port, and the error page shows the exit of the new server`,
     async (user, screen) => {
       const { root, args } = createHolder(user);
-      await withPortInUse(args, async (holder) => {
+      await withPortInUse(args, async (portHolder) => {
         user.start();
         await user.root.awaitServerExit();
         await assertErrorPage(screen, stoppedMessage(1));
-        assert.ok(isRunning(holder.pid));
-        await saveScreenshot('port');
+        assert.ok(isRunning(portHolder.pid));
+        await saveScreenshot('port-in-use');
         await user.quit();
-        assert.ok(isRunning(holder.pid));
+        assert.ok(isRunning(portHolder.pid));
         assert.deepEqual(root?.events('signal') ?? [], []);
       });
     });

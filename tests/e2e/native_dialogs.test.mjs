@@ -1,4 +1,4 @@
-// Dialogs and windows of WebKit and GTK.
+// Dialogs and windows that WebKit and GTK open, not the application.
 
 import assert from 'node:assert/strict';
 
@@ -9,28 +9,33 @@ import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
+/// The response that makes WebKit ask for a name and a password.
 const challenge = {
   status: 401, headers: { 'www-authenticate': 'Basic realm="Archive"' }, body: 'access denied',
 };
 const routes = { '/secret': challenge };
 const secretLink = link('open', '/secret');
 
-const awaitAuthentication = ({ accessibility }) =>
+const awaitAuthenticationDialog = ({ accessibility }) =>
   accessibility.awaitWidget({ name: 'Username', focused: true });
 
 /// A point of the page that neither a dialog nor the attached inspector covers.
-const freePoint = [600, 420];
+const uncoveredPoint = [600, 420];
+/// A point of the attached inspector, which is at the bottom of the window. Its tool bar is grey.
+const inspectorPoint = [600, 790];
+/// The middle of the button that detaches the inspector, relative to the inspector.
+const detachButton = [87, 13];
 
 /// Opens the inspector by the last item of the page's context menu, waits until its tool bar is
 /// drawn, and returns its position in the window.
 async function openInspector(screen) {
-  await screen.click(...freePoint, { button: 3 });
+  await screen.click(...uncoveredPoint, { button: 3 });
   await screen.awaitMenuOpen();
   await screen.pressKeys('Up', 'Return');
   await screen.awaitMenuClosed();
   const { extents } = await screen.accessibility.awaitWidget({ name: 'WebKitWebViewBase' });
   await waitFor('the inspector', () => {
-    const [red, green, blue] = screen.screenshot().pixel(600, 790);
+    const [red, green, blue] = screen.screenshot().pixel(...inspectorPoint);
     return red === green && green === blue;
   });
   return extents;
@@ -53,7 +58,7 @@ const dialogs = {
     page: `${button('open', 'chooser.click()')}<input id="chooser" type="color">`,
     open: (screen) => screen.awaitSecondWindow(),
   },
-  'the authentication dialog': { page: secretLink, open: awaitAuthentication },
+  'the authentication dialog': { page: secretLink, open: awaitAuthenticationDialog },
   'the attached inspector': { page: '', open: openInspector },
   'the detached inspector': {
     page: '',
@@ -61,24 +66,27 @@ const dialogs = {
       const { x, y } = await openInspector(screen);
       // The inspector is a page without accessible widgets. Its detach button accepts clicks
       // only after it has loaded.
-      await repeatUntil('a window for the inspector', () => screen.click(x + 87, y + 13),
+      const [buttonX, buttonY] = detachButton;
+      await repeatUntil('a window for the inspector',
+        () => screen.click(x + buttonX, y + buttonY),
         async () => (await screen.windowCount()) === 2);
       await screen.awaitSecondWindow();
     },
   },
 };
 
-const actions = {
+/// The actions that quit, each a function of the run and the screen.
+const quitActionsWithDialog = {
   'Control-Q': quitActions['Control-Q'],
   SIGTERM: quitActions.SIGTERM,
   'closing the main window': (run, screen) => screen.closeMainWindow(),
 };
 
 for (const [dialog, { page, open }] of Object.entries(dialogs)) {
-  for (const [action, quit] of Object.entries(actions)) {
+  for (const [action, quit] of Object.entries(quitActionsWithDialog)) {
     test(`${action} quits while ${dialog} is open`, async (user, screen) => {
       const layout = await user.startWithPage(page, { routes });
-      await screen.awaitPageOnScreen(...freePoint);
+      await screen.awaitPageOnScreen(...uncoveredPoint);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
       await saveScreenshot(dialog);
@@ -90,28 +98,28 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
   }
 }
 
-test('Escape cancels the authentication and shows the response', async (user, screen) => {
+test('Escape in the authentication dialog shows the body of the response', async (user, screen) => {
   const layout = await user.startWithPage(secretLink, { routes });
-  await screen.awaitPageOnScreen(...freePoint);
+  await screen.awaitPageOnScreen(...uncoveredPoint);
   await screen.clickElement(layout, 'open');
-  await awaitAuthentication(screen);
+  await awaitAuthenticationDialog(screen);
   await screen.pressKeys('Escape');
   await screen.awaitPageText((text) => text === challenge.body);
   assert.equal(user.root.requestsTo('/secret').length, 1);
 });
 
-test('name and password are sent, and Escape goes to the page afterwards',
+test('the authentication dialog sends name and password; once closed, the page gets Escape again',
   async (user, screen) => {
     const layout = await user.startWithPage(`<input id="field">
       ${button('open', "fetch('/secret').then(({ status }) => report('response', { status }))")}
       <script>
         addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
       </script>`, { routes });
-    await screen.awaitPageOnScreen(...freePoint);
+    await screen.awaitPageOnScreen(...uncoveredPoint);
     await screen.pressKeys('Escape');
     await user.root.awaitReport('escape');
     await screen.clickElement(layout, 'open');
-    await awaitAuthentication(screen);
+    await awaitAuthenticationDialog(screen);
     await screen.type('name');
     await screen.pressKeys('Tab');
     await screen.type('word');
@@ -130,7 +138,7 @@ test('name and password are sent, and Escape goes to the page afterwards',
     await user.root.awaitReport('escape', before + 1);
   });
 
-test('a cancelled file chooser sends the cancel event and opens again', async (user, screen) => {
+test('a cancelled file chooser fires the cancel event and opens again', async (user, screen) => {
   const layout = await user.startWithPage(`${button('open', 'chooser.click()')}
     <input id="chooser" type="file" oncancel="report('cancelled')">`);
   for (let round = 1; round <= 2; round += 1) {

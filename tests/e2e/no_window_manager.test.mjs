@@ -1,4 +1,5 @@
-// A screen without a window manager, as kiosks have. Every key press reaches the application.
+// The application on a screen without a window manager, as kiosks have. Every key press reaches
+// it, because no window manager grabs keys.
 
 import assert from 'node:assert/strict';
 
@@ -7,14 +8,16 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ windowManager: false });
 
-test('the window fills the screen and takes keys', async (user, screen) => {
+const maxHeaderBarHeight = 80;
+
+test('the window fills the screen and gets the keys', async (user, screen) => {
   await user.startAndShowPage();
   await screen.awaitPageOnScreen();
   await saveScreenshot('no-window-manager');
   const { width, height } = screen.screenshot();
   const [layout] = user.root.reported('painted');
   assert.equal(layout.width, width);
-  assert.ok(layout.height > height - 80);
+  assert.ok(layout.height > height - maxHeaderBarHeight);
 
   // Without a window manager the window under the pointer has the focus.
   await screen.movePointer(600, 400);
@@ -31,10 +34,12 @@ const keys = [
 ];
 const modifiers = ['', 'shift+', 'ctrl+', 'alt+', 'super+'];
 
-/// Longer than one blink of the caret. GTK 4.8 aborted at a blink after F7 (caret browsing).
+/// Longer than one blink of the caret. GTK 4.8 aborted at a blink after F7, which WebKit uses for
+/// caret browsing.
 const blinkMilliseconds = 3000;
 
-const page = (field) => `${field}<script>
+/// Returns a page that reports each key, and reports "blinked" some time after F7.
+const keyReportingPage = (field) => `${field}<script>
   addEventListener('keydown', ({ key }) => {
     report('key', { key });
     if (key === 'F7') setTimeout(() => report('blinked'), ${blinkMilliseconds});
@@ -48,7 +53,7 @@ for (const [where, field] of Object.entries({
 })) {
   test(`every key with every modifier ${where} leaves the application usable`,
     async (user, screen) => {
-      const layout = await user.startWithPage(page(field));
+      const layout = await user.startWithPage(keyReportingPage(field));
       const position = field ? screen.positionOf(layout, 'field') : [900, 700];
       await screen.click(...position);
       const count = (name) => user.root.reported('key').filter(({ key }) => key === name).length;

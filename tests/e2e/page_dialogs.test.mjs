@@ -1,4 +1,4 @@
-// Dialogs that a page opens with alert, confirm and prompt.
+// The dialogs of alert, confirm, prompt and beforeunload, and work while a dialog is open.
 
 import assert from 'node:assert/strict';
 
@@ -15,7 +15,8 @@ const confirmButton = button('ask', `report('answer', confirm('${question}'))`);
 const message = 'Saved.';
 const alertButton = button('alert', `alert('${message}'); report('closed')`);
 
-const answers = {
+/// The returned value of confirm, and the action that closes its dialog.
+const confirmAnswers = {
   'Return confirms': [true, (screen) => screen.pressKeys('Return')],
   'Escape cancels': [false, (screen) => screen.pressKeys('Escape')],
   'closing the window cancels': [false, (screen) => screen.pressKeys('alt+F4')],
@@ -25,7 +26,7 @@ const answers = {
     screen.accessibility.click(panel, { role: /button/, name: 'Annuleren' })],
 };
 
-for (const [name, [answer, act]] of Object.entries(answers)) {
+for (const [name, [answer, act]] of Object.entries(confirmAnswers)) {
   test(`confirm: ${name}`, async (user, screen) => {
     const layout = await user.startWithPage(confirmButton);
     await screen.clickElement(layout, 'ask');
@@ -41,7 +42,7 @@ for (const [name, [answer, act]] of Object.entries(answers)) {
   });
 }
 
-test('alert blocks the page and the keys of the window', async (user, screen) => {
+test('an open alert blocks the script and keys and clicks on the window', async (user, screen) => {
   const layout = await user.startWithPage(alertButton + button('other', "report('other')"));
   await screen.clickElement(layout, 'alert');
   await screen.awaitPanel(message);
@@ -59,7 +60,7 @@ test('alert blocks the page and the keys of the window', async (user, screen) =>
   user.root.assertPageLoadedOnce();
 });
 
-test('a server that stops while a dialog is open is reported afterwards', async (user, screen) => {
+test('a server that ends during a dialog is reported after the dialog', async (user, screen) => {
   const layout = await user.startWithPage(alertButton);
   await screen.clickElement(layout, 'alert');
   await screen.awaitPanel(message);
@@ -72,20 +73,23 @@ test('a server that stops while a dialog is open is reported afterwards', async 
   await user.root.awaitPainted(2);
 });
 
-test('probing goes on and the page opens while the address dialog is open',
-  { behaviour: { failedProbes: 30 } }, async (user, screen) => {
+/// Enough for the dialog to open before the server is ready: one probe takes 250 ms.
+const failedProbes = 30;
+
+test('probing continues and the page is shown while the address dialog is open',
+  { behaviour: { failedProbes } }, async (user, screen) => {
     user.start();
     await waitFor('a first probe', () => user.root.requestsTo('/api/wie').length > 0);
     const panel = await screen.openAddressDialog();
     const before = user.root.requestsTo('/api/wie').length;
-    assert.ok(before < 30, 'the server was ready before the dialog was open');
+    assert.ok(before < failedProbes, 'the dialog is open before the server is ready');
     await user.root.awaitPainted();
     assert.equal(await screen.awaitPanel(addressDialogTitle), panel);
-    assert.equal(user.root.requestsTo('/api/wie').length, 31);
+    assert.equal(user.root.requestsTo('/api/wie').length, failedProbes + 1);
     await screen.closePanel(addressDialogTitle, 'Escape');
   });
 
-test('prompt returns null and beforeunload asks nothing, without a dialog',
+test('prompt returns null and beforeunload does not stop a reload, both without a dialog',
   async (user, screen) => {
     const layout = await user.startWithPage(`
       ${button('prompt', "report('answer', prompt('Name?', 'x'))")}<script>
@@ -99,6 +103,6 @@ test('prompt returns null and beforeunload asks nothing, without a dialog',
     assert.equal(await user.root.awaitReport('answer'), null);
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted(2);
-    assert.ok(user.root.reported('unload').length >= 1, 'the page did object');
+    assert.ok(user.root.reported('unload').length >= 1, 'the page has objected to the reload');
     assert.equal(screen.maxWindowCount, 1);
   });

@@ -12,11 +12,12 @@ import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
-const texts = ['page one', 'page two', 'page three'];
-const page = `${button('open', "print(); report('returned')")}<style>
+const printedTexts = ['page one', 'page two', 'page three'];
+/// A page that prints itself on three sheets.
+const printingPage = `${button('open', "print(); report('returned')")}<style>
     @media print { html, body { height: auto; overflow: visible; } button { display: none; } }
     p { break-after: page; margin: 0; }
-  </style><p>${texts[0]}</p><p>${texts[1]}</p><div>${texts[2]}</div>`;
+  </style><p>${printedTexts[0]}</p><p>${printedTexts[1]}</p><div>${printedTexts[2]}</div>`;
 
 /// Returns the text of each page of a PDF file.
 function pageTexts(path) {
@@ -47,9 +48,9 @@ async function printOn(screen, name) {
   await screen.awaitWindowCount(1);
 }
 
-test('a page is printed to a PDF file and gets its events; a cancelled dialog fires none',
+test('a page is printed to a PDF file and gets the print events, but none for a cancelled dialog',
   async (user, screen) => {
-    const layout = await user.startWithPage(`${page}<script>
+    const layout = await user.startWithPage(`${printingPage}<script>
       onbeforeprint = () => report('print', 'before');
       onafterprint = () => report('print', 'after');
     </script>`);
@@ -64,7 +65,7 @@ test('a page is printed to a PDF file and gets its events; a cancelled dialog fi
     const path = join(user.folder, 'output.pdf');
     await waitFor('the complete file', () =>
       existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
-    assert.deepEqual(pageTexts(path), texts);
+    assert.deepEqual(pageTexts(path), printedTexts);
     await user.root.awaitReport('print', 2);
     assert.deepEqual(user.root.reported('print'), ['before', 'after']);
   });
@@ -73,24 +74,24 @@ test('a page is printed to a PDF file and gets its events; a cancelled dialog fi
 async function openDialogWithPrinter(user, screen) {
   const printServer = await PrintServer.open('Archive');
   user.cleanups.push(() => printServer.close());
-  const layout = await user.startWithPage(page, {}, {
+  const layout = await user.startWithPage(printingPage, {}, {
     environment: { CUPS_SERVER: printServer.address },
   });
   await screen.clickElement(layout, 'open');
   return printServer;
 }
 
-test('a page is printed on a printer', async (user, screen) => {
+test('a printer gets the pages', async (user, screen) => {
   const printServer = await openDialogWithPrinter(user, screen);
   await printOn(screen, 'Archive');
   await waitFor('a document', () => printServer.documents().length > 0);
   await user.quit();
   await user.awaitProcessesEnded();
   assert.equal(printServer.documents().length, 1);
-  assert.deepEqual(pageTexts(printServer.documents()[0]), texts);
+  assert.deepEqual(pageTexts(printServer.documents()[0]), printedTexts);
 });
 
-test('a printer that hangs does not delay quitting', async (user, screen) => {
+test('an unresponsive printer does not delay quitting', async (user, screen) => {
   const printServer = await openDialogWithPrinter(user, screen);
   const dialog = await selectPrinter(screen, 'Archive');
   printServer.suspend();
@@ -98,7 +99,7 @@ test('a printer that hangs does not delay quitting', async (user, screen) => {
   await screen.awaitWindowCount(1);
 });
 
-test('a page that prints in a loop gets one dialog', async (user, screen) => {
+test('a page that prints in a loop opens one dialog at a time', async (user, screen) => {
   const script = `let count = 0; setInterval(() => { print(); report('count', count += 1); }, 50)`;
   const layout = await user.startWithPage(button('open', script));
   await screen.clickElement(layout, 'open');

@@ -1,7 +1,7 @@
-// How the application and its server end.
+// The end of the application and its server: on request, by a crash, and without a display.
 
 import assert from 'node:assert/strict';
-import { setImmediate as nextTurn } from 'node:timers/promises';
+import { setImmediate as nextIteration } from 'node:timers/promises';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
@@ -11,16 +11,17 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
+/// The background of the application's error page.
 const errorPageColour = [7, 9, 12];
 
-const signals = (user) => user.root.events('signal').map(({ signal }) => signal);
+const receivedSignals = (user) => user.root.events('signal').map(({ signal }) => signal);
 
 for (const [action, quit] of Object.entries(quitActions)) {
   test(`${action} stops the server with SIGTERM and then the application`, async (user, screen) => {
     const run = await user.startAndShowPage();
     await quit(run, screen);
     await user.awaitCleanExit(run);
-    assert.deepEqual(signals(user), ['SIGTERM']);
+    assert.deepEqual(receivedSignals(user), ['SIGTERM']);
     const [{ pid }] = user.root.events('signal');
     assert.ok(!isRunning(pid), 'the server ended before the application');
   });
@@ -34,8 +35,9 @@ test('no error page is shown while a slow server stops', { behaviour: { stopDela
     let count = 0;
     await waitFor('end of the application', async () => {
       count += 1;
-      assert.ok(!screen.screenshot().shows(errorPageColour), `error page in screenshot ${count}`);
-      await nextTurn();
+      assert.ok(!screen.screenshot().shows(errorPageColour),
+        `screenshot ${count} shows the error page`);
+      await nextIteration();
       return run.exit;
     }, { every: 1 });
     // An error page would be visible until the server has stopped.
@@ -47,7 +49,7 @@ test('no error page is shown while a slow server stops', { behaviour: { stopDela
 for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
   const quit = quitActions[action];
 
-  test(`${action} kills a server that ignores SIGTERM after 3 seconds`,
+  test(`${action} kills a server that has ignored SIGTERM for 3 seconds`,
     { behaviour: { ignoresSignals: true } }, async (user, screen) => {
       const run = await user.startAndShowPage();
       await quit(run, screen);
@@ -55,12 +57,13 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
       // A second request to quit has no effect.
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;
+      // The server records the signal shortly after the application has begun to wait.
       assert.ok(took > 2800, `the application ended after ${took} ms`);
       await waitFor('the end of the server', () => !isRunning(pid));
-      assert.deepEqual(signals(user), ['SIGTERM']);
+      assert.deepEqual(receivedSignals(user), ['SIGTERM']);
     });
 
-  test(`${action} ends the application without a server`, { behaviour: null },
+  test(`${action} quits the application when it has no server`, { behaviour: null },
     async (user, screen) => {
       const run = user.start();
       await screen.awaitPageText((page) => page.includes('Deze Mac'));
@@ -69,16 +72,17 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
     });
 }
 
-/// Waits until the server has ended by SIGTERM, which the kernel sends (PR_SET_PDEATHSIG).
+/// Waits until the server has ended by SIGTERM, which the kernel sends when the application ends
+/// (PR_SET_PDEATHSIG).
 async function assertServerTerminated(user) {
   await user.root.awaitServerExit();
   // When a thread ends, the kernel reparents its child to another thread of the process, whose
   // end sends the signal again.
-  assert.deepEqual([...new Set(signals(user))], ['SIGTERM']);
+  assert.deepEqual([...new Set(receivedSignals(user))], ['SIGTERM']);
 }
 
-for (const [situation, signal] of [['SIGKILL', 'SIGKILL'], ['a crash', 'SIGABRT']]) {
-  test(`${situation} of the application ends its server`, async (user) => {
+for (const signal of ['SIGKILL', 'SIGABRT']) {
+  test(`the server ends when ${signal} has ended the application`, async (user) => {
     const run = await user.startAndShowPage();
     await user.forceQuit(run, signal);
     await assertServerTerminated(user);

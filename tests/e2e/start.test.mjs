@@ -1,11 +1,11 @@
-// From the start of the application to the shown page.
+// The start of the application until it shows the page, and what a restart keeps.
 
 import assert from 'node:assert/strict';
 import {
   cpSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync,
 } from 'node:fs';
 import { dirname, join } from 'node:path';
-import { setImmediate as nextTurn } from 'node:timers/promises';
+import { setImmediate as nextIteration } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
@@ -15,7 +15,12 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests();
 
-test('a first start runs the server, probes it, sets the cookie and shows the page',
+/// A pixel with a channel above this value is bright. The backgrounds of all pages and of the
+/// window are darker.
+const brightChannel = 140;
+const headerBarHeight = 60;
+
+test('the first start launches and probes the server, sets the cookie and shows the page',
   async (user, screen) => {
     mkdirSync(dirname(user.root.log));
     writeFileSync(user.root.log, 'line of an earlier run\n'.repeat(1000));
@@ -61,7 +66,7 @@ test('a first start runs the server, probes it, sets the cookie and shows the pa
     assert.deepEqual(log, ['', 'line on standard error', 'line on standard output']);
   });
 
-test('the page of the demo server is shown', async (user, screen) => {
+test('the application shows the page of the demo server', async (user, screen) => {
   const demo = join(user.folder, 'demo');
   const recordPath = join(user.folder, 'demo.jsonl');
   cpSync(fileURLToPath(new URL('../../demo', import.meta.url)), demo, { recursive: true });
@@ -75,7 +80,7 @@ test('the page of the demo server is shown', async (user, screen) => {
   const requestsTo = (path) => record().filter(({ url }) => url?.split('?')[0] === path);
   await waitFor('the painted page', () => requestsTo('/api/getoond').length > 0);
   await waitFor('the page on the screen', () =>
-    screen.screenshot().shareBrighterThan(140, 60) > 0.001);
+    screen.screenshot().shareBrighterThan(brightChannel, headerBarHeight) > 0.001);
   await saveScreenshot('demo');
   assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
   assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
@@ -92,17 +97,17 @@ test('the screen stays dark from the first frame to the page', async (user, scre
   await waitFor('the page on the screen', async () => {
     const screenshot = screen.screenshot();
     count += 1;
-    const share = screenshot.shareBrighterThan(140);
+    const share = screenshot.shareBrighterThan(brightChannel);
     if (share > maxBrightShare) await saveScreenshot('bright-frame');
     assert.ok(share <= maxBrightShare,
       `screenshot ${count}: ${(share * 100).toFixed(1)} % is bright`);
-    await nextTurn();
+    await nextIteration();
     return screenshot.shows(pageColour);
   }, { every: 1 });
   assert.ok(count > 1, 'no screenshot was taken before the page');
 });
 
-test('an empty key leaves the header empty and sets no cookie', { plist: { ORVELOSKey: '' } },
+test('an empty key gives an empty key header and no cookie', { plist: { ORVELOSKey: '' } },
   async (user) => {
     await user.startAndShowPage();
     const [{ agent }] = user.root.reported('painted');
@@ -111,7 +116,7 @@ test('an empty key leaves the header empty and sets no cookie', { plist: { ORVEL
     assert.ok(agent.endsWith(' ORVELOS/'), agent);
   });
 
-test('without a display the application fails with a message', async (user) => {
+test('without a display the application exits with an error message', async (user) => {
   const run = user.start({ environment: { DISPLAY: undefined } });
   const { code, signal } = await user.awaitExit(run);
   assert.equal(signal, null);
@@ -137,7 +142,7 @@ test('cookies, local storage and the window frame survive a restart', async (use
 
   await user.startAndShowPage();
   const second = user.root.reported('painted').at(-1);
-  assert.equal(second.loads, 2, 'local storage');
+  assert.equal(second.loads, 2, 'local storage is kept');
   assert.deepEqual([second.width, second.height], [resized.width, resized.height]);
   const { headers } = user.root.requestsTo('/').at(-1);
   assert.match(headers.cookie, /persistent=yes/);

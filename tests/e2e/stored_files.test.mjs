@@ -1,5 +1,5 @@
-// Stored files (/api/bestand/): a download where the page itself would navigate to one, a part
-// of the page inside a frame.
+// Stored files (/api/bestand/). A navigation of the page to one is a download. A frame shows the
+// file.
 
 import assert from 'node:assert/strict';
 
@@ -12,9 +12,12 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests({ accessibility: true });
 
 const stored = (name) => `/api/bestand/${name}`;
-/// Returns a CSV file with a text that awaitFiles() checks.
-const csv = (name) => ({ headers: { 'content-type': 'text/csv' }, body: `content of ${name}.csv` });
-const csvRoutes = (names) => Object.fromEntries(names.map((name) => [stored(name), csv(name)]));
+/// Returns a route to a CSV file with the text that assertFileTexts() expects.
+const csvRoute = (name) => ({
+  headers: { 'content-type': 'text/csv' }, body: `content of ${name}.csv`,
+});
+const csvRoutes = (names) =>
+  Object.fromEntries(names.map((name) => [stored(name), csvRoute(name)]));
 
 /// Returns all requests for a path, with any method, percent-encoding and query.
 function requestsFor(user, path) {
@@ -37,21 +40,22 @@ function assertSentByPage(requests) {
   assert.equal(requests[0].headers['x-orvel-app'], undefined);
 }
 
-async function awaitFiles(desktop, names) {
+/// Waits until these files have been opened, and fails unless they have the expected texts.
+async function assertFileTexts(desktop, names) {
   for (const name of names) {
     assert.equal(await desktop.awaitOpenedFile(`${name}.csv`), `content of ${name}.csv`);
   }
 }
 
 /// Quits, and fails unless exactly these files were downloaded and opened.
-async function quitWithFiles(desktop, names) {
-  await awaitFiles(desktop, names);
+async function quitAndAssertFiles(desktop, names) {
+  await assertFileTexts(desktop, names);
   const files = names.map((name) => `${name}.csv`).sort();
   assert.deepEqual(desktop.downloadedFiles(), files);
   await desktop.quitAndAssertOpened(...files.map((file) => desktop.downloadPath(file)));
 }
 
-test('every kind of navigation of the page to a stored file downloads it', async (user, screen) => {
+test('any navigation of the page to a stored file downloads it once', async (user, screen) => {
   const desktop = new Desktop(user);
   const navigations = {
     link: link('link', stored('link')),
@@ -62,13 +66,14 @@ test('every kind of navigation of the page to a stored file downloads it', async
     form: `<form action="${stored('form')}"><button id="form">form</button></form>`,
     post: `<form method="post" action="${stored('post')}"><button id="post">post</button></form>`,
     redirect: link('redirect', '/redirect'),
+    // %62 is "b".
     encoded: link('encoded', '/api/%62estand/encoded'),
   };
   const names = Object.keys(navigations);
   const layout = await user.startWithPage(Object.values(navigations).join(''), {
     routes: {
       ...csvRoutes(names),
-      '/api/%62estand/encoded': csv('encoded'),
+      '/api/%62estand/encoded': csvRoute('encoded'),
       '/redirect': { status: 302, headers: { location: stored('redirect') } },
     },
   });
@@ -77,25 +82,25 @@ test('every kind of navigation of the page to a stored file downloads it', async
     await desktop.awaitOpenedFile(`${name}.csv`);
   }
   for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
-  await quitWithFiles(desktop, names);
+  await quitAndAssertFiles(desktop, names);
 });
 
-test('a page that navigates to several files at once downloads all', async (user, screen) => {
+test('clicks on several files at once download all of them', async (user, screen) => {
   const desktop = new Desktop(user);
   const names = ['one', 'two', 'three'];
   const layout = await user.startWithPage(names.map((name) => link(name, stored(name))).join('') +
     button('all', "document.querySelectorAll('a').forEach((each) => each.click())"),
   { routes: csvRoutes(names) });
   await screen.clickElement(layout, 'all');
-  await awaitFiles(desktop, names);
+  await assertFileTexts(desktop, names);
   for (const name of names) assertSentByApplication(requestsFor(user, stored(name)));
-  await quitWithFiles(desktop, names);
+  await quitAndAssertFiles(desktop, names);
 });
 
-test('every kind of navigation of a frame to a stored file shows it in the frame',
+test('any navigation of a frame to a stored file shows it in the frame',
   async (user, screen) => {
     const desktop = new Desktop(user);
-    const shown = (name) => ({ page: `<script>report('frame', '${name}')</script>` });
+    const reportingRoute = (name) => ({ page: `<script>report('frame', '${name}')</script>` });
     const clicked = ['inside', 'target', 'form', 'script'];
     const names = ['initial', 'redirected', ...clicked];
     const layout = await user.startWithPage(`
@@ -108,7 +113,7 @@ test('every kind of navigation of a frame to a stored file shows it in the frame
       routes: {
         '/redirect': { status: 302, headers: { location: stored('redirected') } },
         '/frame': { page: link('inside', stored('inside')) },
-        ...Object.fromEntries(names.map((name) => [stored(name), shown(name)])),
+        ...Object.fromEntries(names.map((name) => [stored(name), reportingRoute(name)])),
       },
     });
     const assertShown = async (expected) => {
@@ -121,10 +126,10 @@ test('every kind of navigation of a frame to a stored file shows it in the frame
       await assertShown(names.slice(0, index + 3));
     }
     for (const name of names) assertSentByPage(requestsFor(user, stored(name)));
-    await quitWithFiles(desktop, []);
+    await quitAndAssertFiles(desktop, []);
   });
 
-test('a link in a frame that targets the top page or a new window, or an export, is downloaded',
+test('links in a frame to the top page, to a new window and to an export are downloaded',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const urls = {
@@ -139,7 +144,7 @@ test('a link in a frame that targets the top page or a new window, or an export,
             link('blank', urls.blank, 'target="_blank"') + link('export', urls.export),
         },
         ...csvRoutes(['top', 'blank']),
-        '/api/export': csv('export'),
+        '/api/export': csvRoute('export'),
       },
     });
     for (const id of Object.keys(urls)) {
@@ -147,15 +152,15 @@ test('a link in a frame that targets the top page or a new window, or an export,
       await desktop.awaitOpenedFile(`${id}.csv`);
     }
     for (const url of Object.values(urls)) assertSentByApplication(user.root.requestsTo(url));
-    await quitWithFiles(desktop, Object.keys(urls));
+    await quitAndAssertFiles(desktop, Object.keys(urls));
   });
 
-test('after a change of the address the rule holds for the new server', async (user, screen) => {
+test('stored files of a newly chosen server follow the same rules', async (user, screen) => {
   const desktop = new Desktop(user);
   const online = await user.openOnlineServer({
     routes: {
       '/': { page: `${link('file', stored('1'))}<iframe src="${stored('frame')}"></iframe>` },
-      [stored('1')]: csv('1'),
+      [stored('1')]: csvRoute('1'),
       [stored('frame')]: { page: '<script>report("frame")</script>' },
     },
   });
@@ -165,7 +170,7 @@ test('after a change of the address the rule holds for the new server', async (u
   await waitFor('the file in the frame', () => online.reported('frame').length === 1);
   assertSentByPage(online.requestsTo(stored('frame')));
   await screen.clickElement(layout, 'file');
-  await awaitFiles(desktop, ['1']);
+  await assertFileTexts(desktop, ['1']);
   const requests = online.requestsTo(stored('1'));
   assertSentByApplication(requests);
   // The application sends the https-only cookie itself; the web engine does not send it over http.

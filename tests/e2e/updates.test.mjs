@@ -1,4 +1,4 @@
-// Finding, installing and refusing releases.
+// The check for updates and the installation of valid and invalid releases.
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
@@ -60,7 +60,7 @@ async function aboutPixels(screen) {
   return pixels;
 }
 
-test('the menu installs a later release, which shows its version and installs nothing again',
+test('the menu installs a later release once, and its About dialog shows the new version',
   async (user, screen) => {
     const server = await startWithUpdateServer(user);
     const old = await aboutPixels(screen);
@@ -87,14 +87,14 @@ test('the menu installs a later release, which shows its version and installs no
     await quitRestartedApplication(user);
   });
 
-test('a server without a manifest is reported to the user who checks from the menu',
+test('a check from the menu reports a server without a manifest',
   async (user, screen) => {
     const server = await startWithUpdateServer(user);
     server.routes = {};
     await checkAndCloseNotice(screen, 'Kon niet controleren op updates.');
   });
 
-test('with a local server the menu names the build command and requests nothing',
+test('with a local server the check shows the build command and sends no request',
   async (user, screen) => {
     await user.startAndShowPage();
     await checkAndCloseNotice(screen, 'Op deze Mac werk je de app bij met: ./scripts/build-app.sh');
@@ -108,21 +108,21 @@ test('with a local server the menu names the build command and requests nothing'
 function watchInstances(user) {
   const seen = new Set();
   let max = 0;
-  const look = () => {
+  const recordInstances = () => {
     const now = applicationInstances(user).map(({ pid }) => pid);
     now.forEach((pid) => seen.add(pid));
     max = Math.max(max, now.length);
   };
-  look();
-  const timer = setInterval(look, 10);
+  recordInstances();
+  const timer = setInterval(recordInstances, 10);
   return () => {
-    look();
+    recordInstances();
     clearInterval(timer);
     return { seen: [...seen], max };
   };
 }
 
-test('the new process waits until the old one has killed a server that ignores SIGTERM',
+test('the new process starts after the old one has killed a server that ignores SIGTERM',
   { behaviour: { ignoresSignals: true } }, async (user, screen) => {
     const gate = join(user.folder, 'gate');
     const server = await openUpdateServer(user);
@@ -139,6 +139,7 @@ test('the new process waits until the old one has killed a server that ignores S
     const pressed = Date.now();
     await screen.pressKeys('Return');
     const end = await user.awaitCleanExit(run);
+    // The application kills the server after 3 seconds.
     assert.ok(end - pressed >= 2900, `the old process ended after ${end - pressed} ms`);
     await user.root.awaitPainted(2);
     const { seen, max } = stopWatching();
@@ -153,9 +154,10 @@ test('the new process waits until the old one has killed a server that ignores S
     await user.root.awaitServerExit(2);
   });
 
-const releaseWith = (alter) => (user) => makeRelease(user, { alter });
+/// Returns a function that makes a release from an altered bundle.
+const alteredRelease = (alter) => (user) => makeRelease(user, { alter });
 
-/// Returns a release with an archive entry outside of the folder.
+/// Returns a release whose archive has an entry "../../outside".
 function releaseWithEscapingEntry(user) {
   const folder = join(user.folder, 'a/b');
   mkdirSync(folder, { recursive: true });
@@ -166,8 +168,8 @@ function releaseWithEscapingEntry(user) {
   return readFileSync(path);
 }
 
-/// One release for each step of an installation that may refuse it. The tests of the steps have
-/// the other invalid releases.
+/// One release for each step of an installation that may reject it. The tests of the single steps
+/// have more invalid releases.
 const invalidReleases = {
   'an HTML error page': () => ({
     headers: { 'content-type': 'text/html' }, body: '<!doctype html><p>Out of order',
@@ -176,7 +178,7 @@ const invalidReleases = {
   'a truncated response': (user) => ({ body: makeRelease(user), truncated: true }),
   'a truncated archive': (user) => makeRelease(user).subarray(0, 20_000),
   'an entry with a path out of the archive': releaseWithEscapingEntry,
-  'a bundle in a subfolder': releaseWith((folder, bundle) => {
+  'a bundle in a subfolder': alteredRelease((folder, bundle) => {
     mkdirSync(join(folder, 'subfolder'));
     renameSync(bundle, join(folder, 'subfolder/Orvel OS.app'));
   }),
@@ -187,9 +189,9 @@ const invalidReleases = {
       symlinkSync(user.bundle, bundle);
     },
   }),
-  'a bundle for another system': releaseWith((_, bundle) =>
+  'a bundle for another system': alteredRelease((_, bundle) =>
     renameSync(join(bundle, 'Contents/Linux'), join(bundle, 'Contents/MacOS'))),
-  'a program for a newer GTK': releaseWith((_, bundle) => {
+  'a program for a newer GTK': alteredRelease((_, bundle) => {
     const path = join(bundle, 'Contents/Linux/orvel-os');
     const program = readFileSync(path, 'latin1');
     assert.ok(program.includes('libgtk-4.so.1'));

@@ -8,7 +8,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test, saveScreenshot } = desktopTests({ accessibility: true });
 
-test('each editing key acts once on the focused field', async (user, screen) => {
+test('each editing key changes the focused field once', async (user, screen) => {
   await user.startAndShowPage();
   const fieldHas = (text) => user.root.awaitFieldText(text);
   const clipboardHas = (text) =>
@@ -62,7 +62,7 @@ test('F11 and Control-Super-F switch full screen on and off', async (user, scree
   }
 });
 
-test('a minimised or hidden window comes back when it is activated', async (user, screen) => {
+test('a minimised or hidden window is shown when it is activated', async (user, screen) => {
   await user.startAndShowPage();
   const window = await screen.awaitWindow();
   const state = async () => screen.property(window, 'WM_STATE');
@@ -75,9 +75,10 @@ test('a minimised or hidden window comes back when it is activated', async (user
   }
 });
 
-test('F10 opens the menu, whose first item is the About dialog',
+test('F10 opens the menu, whose first item opens the About dialog',
   { plist: { CFBundleShortVersionString: '7.6.5' } }, async (user, screen) => {
     await user.startAndShowPage();
+    // The open menu covers this position of the page.
     const menuPosition = [100, 130];
     const openAbout = async () => {
       await screen.pressKeys('F10');
@@ -103,33 +104,40 @@ test('F10 opens the menu, whose first item is the About dialog',
     await openAbout();
   });
 
-async function enterFullScreen(user, screen) {
+/// A position that only a page in full screen covers.
+const topEdge = [700, 4];
+
+/// Starts the application, switches full screen on, and waits until the page fills the screen.
+async function startInFullScreen(user, screen) {
   await user.startAndShowPage();
   await screen.awaitWindow();
   await screen.movePointer(600, 500);
   await screen.pressKeys('F11');
   await waitFor('full screen', () => isFullScreen(screen));
-  await screen.awaitPageOnScreen(700, 4);
+  await screen.awaitPageOnScreen(...topEdge);
 }
 
-/// The first item of the menu bar.
-const barItem = { role: 'menu item', name: 'Orvel OS' };
+/// The first menu of the menu bar.
+const firstMenu = { role: 'menu item', name: 'Orvel OS' };
 
-const isBarShown = (screen) => !screen.screenshot().shows(pageColour, 700, 20);
-const awaitBar = (screen) => waitFor('the menu bar', () => isBarShown(screen));
-const awaitNoBar = (screen) => waitFor('the end of the menu bar', () => !isBarShown(screen));
+/// A position that the shown menu bar covers, right of its menus.
+const menuBarPosition = [700, 20];
+const isBarShown = (screen) => !screen.screenshot().shows(pageColour, ...menuBarPosition);
+const awaitBarShown = (screen) => waitFor('the menu bar', () => isBarShown(screen));
+const awaitBarHidden = (screen) =>
+  waitFor('the end of the menu bar', () => !isBarShown(screen));
 
 test('in full screen the pointer at the top edge shows the menu bar', async (user, screen) => {
-  await enterFullScreen(user, screen);
+  await startInFullScreen(user, screen);
   const pageHeight = () => user.root.reported('size').at(-1).height;
   const screenHeight = screen.screenshot().height;
   assert.equal(pageHeight(), screenHeight);
   await screen.movePointer(700, 0);
-  await awaitBar(screen);
+  await awaitBarShown(screen);
   // The bar covers the page, which is not resized.
   assert.equal(pageHeight(), screenHeight);
   await saveScreenshot('full-screen-bar');
-  await screen.accessibility.click(await screen.awaitWindow(), barItem);
+  await screen.accessibility.click(await screen.awaitWindow(), firstMenu);
   await screen.awaitMenuOpen();
   await saveScreenshot('full-screen-menu');
   // The bar stays while a menu is open, even with the pointer elsewhere.
@@ -137,7 +145,7 @@ test('in full screen the pointer at the top edge shows the menu bar', async (use
   assert.ok(isBarShown(screen));
   await screen.pressKeys('Escape');
   await screen.awaitMenuClosed();
-  await awaitNoBar(screen);
+  await awaitBarHidden(screen);
 
   // The page has the focus again.
   await screen.type('abc');
@@ -145,22 +153,22 @@ test('in full screen the pointer at the top edge shows the menu bar', async (use
   await screen.pressKeys('F11');
   await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
   assert.ok(!(await isFullScreen(screen)));
-  await awaitBar(screen);
+  await awaitBarShown(screen);
 });
 
-test('in full screen F10 opens the menu, whose commands work', async (user, screen) => {
-  await enterFullScreen(user, screen);
+test('in full screen F10 shows the menu bar, whose commands work', async (user, screen) => {
+  await startInFullScreen(user, screen);
   const openMenu = async () => {
     await screen.pressKeys('F10');
     await screen.awaitMenuOpen();
-    await awaitBar(screen);
+    await awaitBarShown(screen);
   };
   for (let round = 1; round <= 2; round += 1) {
     await openMenu();
     await saveScreenshot('full-screen-f10');
     await screen.pressKeys('Escape');
     await screen.awaitMenuClosed();
-    await awaitNoBar(screen);
+    await awaitBarHidden(screen);
   }
   await screen.type('abc');
   await user.root.awaitFieldText('abc');
