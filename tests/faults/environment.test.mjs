@@ -1,4 +1,4 @@
-// Folders, files, disks and clocks in a state that the application does not expect.
+// Unusable folders, damaged files, full disks and a clock that jumps.
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
@@ -35,7 +35,7 @@ const assertPageRequestHasKey = ({ root }) =>
 const assertServerOutputInherited = ({ run }) =>
   assert.match(run.output, /line on standard error/);
 
-test('starting: the log folder is a file', async (user) => {
+test("without a log folder the server writes to the application's output", async (user) => {
   const folder = join(user.root.path, 'v3/.local');
   writeFileSync(folder, 'no folder');
   await startAndReload(user);
@@ -43,14 +43,16 @@ test('starting: the log folder is a file', async (user) => {
   assert.equal(readFileSync(folder, 'utf8'), 'no folder');
 });
 
-test('starting: the data root is read-only', { skip: skipWithoutMounts }, async (user) => {
+test("with a read-only data root the server writes to the application's output", {
+  skip: skipWithoutMounts,
+}, async (user) => {
   const { root } = user;
   await startAndReload(user, { wrapper: readOnlyWrapper(root.path, root.recordPath) });
   assertServerOutputInherited(user);
   assert.ok(!existsSync(join(root.path, 'v3/.local')));
 });
 
-test('starting: a path with blanks, quotes and non-ASCII characters', async (user) => {
+test('a data root with blanks, quotes and non-ASCII characters in its path works', async (user) => {
   user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
   // A stale server is recognised by this path.
   const stale = spawn(process.execPath, [user.root.script], {
@@ -67,7 +69,7 @@ test('starting: a path with blanks, quotes and non-ASCII characters', async (use
   assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
 });
 
-test('showing: the data root is removed and comes back', async (user, screen) => {
+test('a removed data root is reported, and can come back', async (user, screen) => {
   const { root } = user;
   const elsewhere = join(user.folder, 'elsewhere');
   const move = (from, to) => {
@@ -88,16 +90,18 @@ test('showing: the data root is removed and comes back', async (user, screen) =>
 /// The options of a test that damages the defaults file: it is kept under another name.
 const keepsDamagedDefaults = { configurationFiles: ['defaults.ini', 'defaults.ini.damaged'] };
 
+/// Bytes that are no valid file of any kind.
 const garbage = Buffer.from(Array.from({ length: 5000 }, (_, index) => (index * 7919) % 251));
 
-/// Damages the files with page storage, the cookie database among them.
+/// Overwrites the files with page storage, the cookie database among them.
 function damagePageStorage(user) {
   const files = user.dataFiles();
   assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
   for (const path of files) writeFileSync(path, garbage);
 }
 
-/// Damages the defaults file. Returns a function that checks its replacement.
+/// Damages the defaults file. Returns a function that fails unless the application has kept the
+/// damaged file and written a valid one.
 function damageDefaults(user) {
   const { defaultsFile } = user;
   mkdirSync(dirname(defaultsFile), { recursive: true });
@@ -108,7 +112,8 @@ function damageDefaults(user) {
   };
 }
 
-test('starting: defaults, cookie database and page storage are damaged', keepsDamagedDefaults,
+test('defaults, cookies and page storage that are damaged before a start are replaced',
+  keepsDamagedDefaults,
   async (user) => {
     await user.startAndShowPage();
     await user.quit();
@@ -120,13 +125,14 @@ test('starting: defaults, cookie database and page storage are damaged', keepsDa
     assertPageRequestHasKey(user);
   });
 
-test('starting: Info.plist is damaged', async (user) => {
+test('with a damaged Info.plist the page is shown and the key is empty', async (user) => {
   writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
   await startAndReload(user);
   assert.equal(user.root.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
-test('showing: defaults, cookie database and page storage are damaged', keepsDamagedDefaults,
+test('defaults, cookies and page storage that are damaged during a run are replaced',
+  keepsDamagedDefaults,
   async (user) => {
     await user.startAndShowPage();
     damagePageStorage(user);
@@ -139,41 +145,44 @@ test('showing: defaults, cookie database and page storage are damaged', keepsDam
     assertPageRequestHasKey(user);
   });
 
-test('starting: all disks are full', { skip: skipWithoutMounts }, async (user) => {
+test('with full disks the page is shown', { skip: skipWithoutMounts }, async (user) => {
   const folders = ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
     .map((name) => user.environment[name]);
   await startAndReload(user, { wrapper: fullDiskWrapper(...folders) });
 });
 
-const room = 128 << 20;
+/// The size in bytes of the file system on which releases are unpacked.
+const diskSize = 128 << 20;
 
-/// Makes a small archive of a bundle that needs more than `room`.
-const makeLargeRelease = (user) => makeRelease(user, {
+/// Returns a small archive of a bundle that needs more space than the disk has.
+const makeTooLargeRelease = (user) => makeRelease(user, {
   alter: (_, bundle) =>
-    writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * room)),
+    writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * diskSize)),
 });
 
-/// Returns the size on disk of the only file with this name below a folder.
-function storedBytes(name, folder) {
+/// Returns the size on disk, in bytes, of the only file with this name below a folder.
+function sizeOnDisk(name, folder) {
   const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
-  return statSync(join(folder, path)).blocks * 512;
+  // The unit of st_blocks (stat(2)).
+  const blockSize = 512;
+  return statSync(join(folder, path)).blocks * blockSize;
 }
 
-test('updating: no space to unpack a release, then a smaller release',
+test('a release too large for the disk changes nothing, and a smaller one is installed',
   { skip: skipWithoutMounts }, async (user, screen) => {
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
-    const wrapper = mountWrapper(`mount -t tmpfs -o size=${room} none "$1"`, temporary);
+    const wrapper = mountWrapper(`mount -t tmpfs -o size=${diskSize} none "$1"`, temporary);
     const server = await startWithUpdateServer(user, { wrapper });
     const oldBundle = fingerprint(user.bundle);
-    offerRelease(server, '1.1', makeLargeRelease(user));
+    offerRelease(server, '1.1', makeTooLargeRelease(user));
     await beginUpdateCheck(screen);
     await waitFor('the request', () => server.requestsTo(archivePath).length === 1);
     offerRelease(server, '1.0');
     await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
-    const stored = storedBytes('large', `/proc/${user.run.pid}/root${temporary}`);
-    assert.ok(stored > 0 && stored < room, 'the file is partial');
+    const stored = sizeOnDisk('large', `/proc/${user.run.pid}/root${temporary}`);
+    assert.ok(stored > 0 && stored < diskSize, 'the file is partial');
     offerRelease(server, '1.1', makeRelease(user));
     await beginUpdateCheck(screen);
     await screen.awaitPanel(updatedNotice);
@@ -181,7 +190,7 @@ test('updating: no space to unpack a release, then a smaller release',
     await user.terminate();
   });
 
-test('showing: the server floods its log', async (user, screen) => {
+test('a flooded server log is emptied by the next start', async (user, screen) => {
   const { root } = user;
   const size = isLongForm ? 1 << 30 : 1 << 26;
   await user.startAndShowPage();
@@ -193,13 +202,13 @@ test('showing: the server floods its log', async (user, screen) => {
   await user.crashServer();
   await user.restartServer();
   await root.awaitPainted(3);
-  assert.ok(statSync(root.log).size < 1000, 'each start empties the log');
+  assert.ok(statSync(root.log).size < 1000, 'the next start has emptied the log');
 });
 
 const libfaketime = ['x86_64', 'aarch64']
   .map((machine) => `/usr/lib/${machine}-linux-gnu/faketime/libfaketime.so.1`).find(existsSync);
 
-test('polling and showing: the clock jumps by a year in both directions',
+test('clock jumps by a year leave the probe interval, the page and the cookie unchanged',
   { skip: !libfaketime && 'libfaketime is not installed' }, async (user) => {
     const { root } = user;
     const clock = join(user.folder, 'clock');
@@ -215,7 +224,7 @@ test('polling and showing: the clock jumps by a year in both directions',
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
-    await waitFor('probes', () => probes() >= 2);
+    await waitFor('two probes', () => probes() >= 2);
     for (const jump of jumps) {
       setClock(jump);
       const before = probes();

@@ -14,13 +14,14 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
-const rejected = { probe: 'retried', page: 'lost', file: 'nothing', manifest: 'failed' };
+/// The outcomes for each request. `waits` means that the response is pending.
+const rejected = { probe: 'retried', page: 'not shown', file: 'no file', manifest: 'failed' };
 const accepted = { probe: 'ready', page: 'shown', file: 'complete', manifest: 'accepted' };
-const pending = { probe: 'waits', page: 'lost', file: 'waits', manifest: 'waits' };
+const pending = { probe: 'waits', page: 'not shown', file: 'waits', manifest: 'waits' };
 
-/// Each faulty response with its outcome for each request; undefined where another test
-/// covers it. An archive is downloaded like a file.
-const responses = {
+/// Each response with its outcome for each request, or undefined where another test covers it.
+/// The archive of a release is downloaded like a file.
+const faultyResponses = {
   'connection reset': { route: { reset: true }, outcomes: rejected },
   // A probe needs only the response head.
   'truncated body': {
@@ -39,7 +40,7 @@ const responses = {
     outcomes: { ...pending, probe: 'retried', manifest: undefined },
   },
   'one byte a second': { route: { trickle: 'gate' }, outcomes: pending },
-  // The application reads at most 64 MiB of a text.
+  // The application reads at most 64 MiB of the body of a probe or manifest.
   'endless body': {
     route: { endless: true },
     outcomes: { ...pending, probe: 'ready', manifest: 'failed', file: undefined },
@@ -47,11 +48,11 @@ const responses = {
   '1,000 header fields': { route: { headerFields: 1000 }, outcomes: accepted },
 };
 
-/// Runs the body for each response that has an outcome for this request. A slow response
-/// completes once the file `gate` exists.
+/// Runs the body for each response that has an outcome for this request. The response of one byte
+/// a second completes once the file `gate` exists.
 async function forEachResponse(user, t, request, body) {
   const gate = join(user.folder, 'gate');
-  for (const [title, { route, outcomes }] of Object.entries(responses)) {
+  for (const [title, { route, outcomes }] of Object.entries(faultyResponses)) {
     const outcome = outcomes[request];
     if (!outcome) continue;
     rmSync(gate, { force: true });
@@ -60,7 +61,7 @@ async function forEachResponse(user, t, request, body) {
   }
 }
 
-test('faulty responses to probes', async (user, screen, t) => {
+test('faulty responses to a probe are retried, awaited or accepted', async (user, screen, t) => {
   const { root } = user;
   const probes = () => root.requestsTo('/api/wie').length;
   await user.startAndShowPage();
@@ -88,39 +89,39 @@ test('faulty responses to probes', async (user, screen, t) => {
   });
 });
 
-test('faulty responses to the page', async (user, screen, t) => {
+test('Control-R shows the page after each faulty response', async (user, screen, t) => {
   const { root } = user;
   const page = '<p>text</p>'.repeat(5000);
   const requests = () => root.requestsTo('/').length;
-  const request = async (route) => {
+  const requestPage = async (route) => {
     const before = requests();
     root.setRoutes({ '/': { page, ...route } });
     await screen.pressKeys('ctrl+r');
     await waitFor('the request', () => requests() > before);
   };
-  let lost = 0;
+  let notShown = 0;
   await user.startAndShowPage();
   await forEachResponse(user, t, 'page', async (route, outcome) => {
     const before = root.paintCount();
-    await request(route);
+    await requestPage(route);
     if (outcome === 'shown') {
       await root.awaitPainted(before + 1);
     } else {
-      lost += 1;
+      notShown += 1;
     }
     root.setRoutes();
     // A previous response may crash the network process (libsoup 3.6.5). The next load then
     // fails, and the one after it succeeds.
     await user.reload();
-    assert.ok(root.paintCount() <= requests() - lost, 'no faulty page was painted');
+    assert.ok(root.paintCount() <= requests() - notShown, 'no faulty page was painted');
     assert.equal(root.events('started').length, 1);
   });
   // The application quits during an endless response.
-  await request({ endless: true });
+  await requestPage({ endless: true });
   await user.terminate();
 });
 
-test('faulty responses to files', async (user, screen, t) => {
+test('faulty responses to a download leave no partial file', async (user, screen, t) => {
   const { root } = user;
   const desktop = new Desktop(user);
   const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(2000) };
@@ -138,7 +139,7 @@ test('faulty responses to files', async (user, screen, t) => {
     if (outcome === 'complete') {
       assert.equal(await desktop.awaitOpenedFile('file.csv'), csv.body);
       saved.push('file.csv');
-    } else if (outcome === 'nothing') {
+    } else if (outcome === 'no file') {
       closed += 1;
       await root.awaitResponseClosed(path, closed);
     } else if (route.trickle) {
@@ -152,20 +153,21 @@ test('faulty responses to files', async (user, screen, t) => {
   await desktop.awaitEndAndAssertOpened(desktop.downloadPath('file.csv'));
 });
 
-test('faulty responses to the manifest', async (user, screen, t) => {
+test('faulty manifests are reported, awaited or accepted', async (user, screen, t) => {
   const server = await startWithUpdateServer(user);
   await forEachResponse(user, t, 'manifest', async (route, outcome, gate) => {
     const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
     server.routes[manifestPath] = { body, ...route };
     if (outcome !== 'waits') {
-      const failed = 'Kon niet controleren op updates.';
-      await checkAndCloseNotice(screen, outcome === 'failed' ? failed : upToDateNotice());
+      const failureNotice = 'Kon niet controleren op updates.';
+      await checkAndCloseNotice(screen,
+        outcome === 'failed' ? failureNotice : upToDateNotice());
       return;
     }
     const before = server.requestsTo(manifestPath).length;
     await beginUpdateCheck(screen);
     await waitFor('the request', () => server.requestsTo(manifestPath).length > before);
-    // The window stays usable, and the complete response counts.
+    // The window stays usable, and the notice comes with the end of the response.
     await user.reload(server);
     assert.deepEqual(await screen.windows(upToDateNotice()), []);
     writeFileSync(gate, '');

@@ -1,4 +1,4 @@
-// A page that tries to leave the application, to block it or to overload it.
+// A page that navigates to other schemes, reads the key, blocks the application or overloads it.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
@@ -13,7 +13,7 @@ import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-test('navigations to other schemes by script, link and frame', async (user) => {
+test('navigations to blocked schemes by script, link and frame do nothing', async (user) => {
   const desktop = new Desktop(user);
   const urls = ['file:///etc/passwd', 'javascript:report(`ran`)//', 'data:text/html,gone',
     'ftp://elsewhere.test/x', 'webkit://gpu', 'resource:///org/gtk', 'x-unknown:y'];
@@ -48,7 +48,7 @@ test('navigations to other schemes by script, link and frame', async (user) => {
   await desktop.quitAndAssertOpened(barrierUrl);
 });
 
-test('a script reads the key from the user agent and the cookies', async (user) => {
+test('a script can read the key from the user agent and the cookies', async (user) => {
   await user.startWithPage(`<script>
     report('script', { agent: navigator.userAgent, cookies: document.cookie.split('; ') });
   </script>`);
@@ -71,13 +71,15 @@ async function runScript(user, screen, script, { click = true, routes } = {}) {
   if (click) await screen.clickElement(layout, 'run');
 }
 
-const quits = {
+/// The way to quit while the endless loop of a call shows its panels.
+const quitDuringCall = {
   alert: (user, screen) => screen.pressKeys('ctrl+q'),
   confirm: ({ run }) => kill(run.pid, 'SIGTERM'),
 };
 
-for (const [call, quit] of Object.entries(quits)) {
-  test(`${call} in an endless loop shows one panel at a time`, async (user, screen) => {
+for (const [call, quit] of Object.entries(quitDuringCall)) {
+  test(`${call} in an endless loop shows one panel at a time and does not block quitting`,
+    async (user, screen) => {
     await runScript(user, screen, repeat(Infinity, `${call}('panel ' + number)`));
     for (let number = 0; number < 5; number += 1) {
       await screen.awaitPanel(`panel ${number}`);
@@ -92,43 +94,46 @@ for (const [call, quit] of Object.entries(quits)) {
   });
 }
 
-const count = isLongForm ? 10_000 : 100;
+const openCount = isLongForm ? 10_000 : 100;
 const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n' };
 const clickExportLink = `const link = document.createElement('a');
   link.href = '/api/export?' + number;
   document.body.append(link);
   link.click();`;
 
-/// Runs an action `count` times and waits until as many files or URLs have been opened.
-async function openMany(user, screen, action, options) {
+/// Runs an action `openCount` times, waits until as many files or URLs have been opened, and
+/// quits. Fails unless they all differ.
+async function runAndAwaitOpened(user, screen, action, options) {
   // A shell script as the default application, because thousands of Node processes would load
   // the machine.
   const list = join(user.folder, 'opened');
   writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`);
   const opened = () =>
     existsSync(list) ? readFileSync(list, 'utf8').split('\n').slice(0, -1) : [];
-  await runScript(user, screen, repeat(count, action), options);
-  await waitFor(`${count} opened`, () => opened().length >= count, { timeout: floodTimeout });
+  await runScript(user, screen, repeat(openCount, action), options);
+  await waitFor(`${openCount} files or URLs opened`, () => opened().length >= openCount,
+    { timeout: floodTimeout });
   user.root.assertPageLoadedOnce();
   await user.terminate();
   assert.equal(screen.maxWindowCount, 1, 'no window was opened');
-  assert.equal(new Set(opened()).size, count);
+  assert.equal(new Set(opened()).size, openCount);
 }
 
 for (const click of [true, false]) {
-  test(`${count} windows for web and other URLs ${click ? 'after' : 'without'} a click`,
+  test(`${openCount} calls of window.open ${click ? 'after' : 'without'} a click ` +
+    'start the default application as often',
     async (user, screen) => {
       new Desktop(user);
       // A navigation or link to an sms: URL would be ignored.
-      await openMany(user, screen,
+      await runAndAwaitOpened(user, screen,
         "open((number % 2 === 0 ? 'https://elsewhere.test/' : 'sms:') + number)", { click });
     });
 }
 
-test(`${count} links to the export are saved as ${count} files`, async (user, screen) => {
+test(`clicks on ${openCount} links to the export save as many files`, async (user, screen) => {
   const desktop = new Desktop(user);
-  await openMany(user, screen, clickExportLink, { routes: { '/api/export': csv } });
-  assert.equal(desktop.downloadedFiles().length, count);
+  await runAndAwaitOpened(user, screen, clickExportLink, { routes: { '/api/export': csv } });
+  assert.equal(desktop.downloadedFiles().length, openCount);
   for (const name of desktop.downloadedFiles()) {
     assert.equal(readFileSync(desktop.downloadPath(name), 'utf8'), csv.body);
   }
@@ -139,10 +144,10 @@ const exportRequests = (user) => user.root.events('request').map(({ url }) => ur
   .filter((url) => url.startsWith('/api/export'));
 
 const floodCount = 10_000;
-const missing = { '/api/export': { status: 404 } };
+const missingExport = { '/api/export': { status: 404 } };
 
-test(`${floodCount} links to the export are requested once each`, async (user, screen) => {
-  await runScript(user, screen, repeat(floodCount, clickExportLink), { routes: missing });
+test(`clicks on ${floodCount} links to the export send one request each`, async (user, screen) => {
+  await runScript(user, screen, repeat(floodCount, clickExportLink), { routes: missingExport });
   await waitFor('all requests', () => exportRequests(user).length >= floodCount,
     { timeout: floodTimeout, every: 500 });
   assert.equal(new Set(exportRequests(user)).size, floodCount);
@@ -151,10 +156,10 @@ test(`${floodCount} links to the export are requested once each`, async (user, s
 });
 
 for (const click of [true, false]) {
-  test(`the application quits after ${floodCount} windows for the export ` +
-    `${click ? 'after' : 'without'} a click`, async (user, screen) => {
+  test(`${floodCount} calls of window.open ${click ? 'after' : 'without'} a click ` +
+    'for the export do not block quitting', async (user, screen) => {
     await runScript(user, screen, repeat(floodCount, "open('/api/export?' + number)"),
-      { click, routes: missing });
+      { click, routes: missingExport });
     // Without a click the script still runs when the application quits.
     if (click) {
       await waitFor('the end of the script', () => user.root.reported('done').length > 0,
@@ -167,8 +172,9 @@ for (const click of [true, false]) {
   });
 }
 
-test('an alert with 7,000,000 characters is shown', async (user, screen) => {
+test('an alert with 7,000,000 characters is shown and can be closed', async (user, screen) => {
   await runScript(user, screen, "alert('Longer '.repeat(1_000_000))");
+  // The title of a panel has the first 80 characters of its text.
   await screen.awaitPanel('Longer '.repeat(12).slice(0, 80));
   await screen.pressKeys('Return');
   await user.root.awaitReport('done');

@@ -1,4 +1,4 @@
-// The jobs of the application during which faults are injected.
+// The jobs of the application during which process_faults.test.mjs injects faults.
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
@@ -12,7 +12,7 @@ import {
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const file = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
+const csvRoute = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
 const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
@@ -20,9 +20,11 @@ async function awaitFirstPage({ user, screen }) {
   await screen.awaitPageOnScreen();
 }
 
-/// `begin` starts the application with the options `context.startOptions` and brings the job to
-/// its middle. `finish` completes the job. `assertNothingDone` checks that an aborted job has
-/// left nothing. All share the `context`.
+/// Each job has these functions, which share the `context`:
+///   begin               starts the application with `context.startOptions`, and brings the job
+///                       to its middle
+///   finish              completes the job
+///   assertRolledBack    fails if the aborted job has left a file or a changed bundle
 export const jobs = {
   starting: {
     async begin({ user, screen, startOptions }) {
@@ -37,7 +39,7 @@ export const jobs = {
     async begin({ user, screen, startOptions }) {
       user.root.setRoutes({ '/api/wie': { status: 503 } });
       user.start(startOptions);
-      await waitFor('probes', () => user.root.requestsTo('/api/wie').length >= 2);
+      await waitFor('two probes', () => user.root.requestsTo('/api/wie').length >= 2);
       await screen.awaitWindow();
     },
     async finish(context) {
@@ -54,7 +56,7 @@ export const jobs = {
     async finish({ user, screen }) {
       await user.reload();
       await screen.awaitPageOnScreen();
-      // The page has the focus. Letters typed into a previous page are lost with it.
+      // The reloaded page is usable. Letters typed into the previous page are lost with it.
       await user.typeIntoField('usable');
     },
   },
@@ -65,17 +67,18 @@ export const jobs = {
       context.gate = join(user.folder, 'gate');
       context.desktop = new Desktop(user);
       const layout = await user.startWithPage(link('file', filePath), {
-        routes: { [filePath]: { ...file, gate: context.gate } },
+        routes: { [filePath]: { ...csvRoute, gate: context.gate } },
       }, startOptions);
       await screen.clickElement(layout, 'file');
       await waitFor('the request', () => user.root.requestsTo(filePath).length === 1);
     },
     async finish({ gate, desktop }) {
       writeFileSync(gate, '');
-      assert.ok(await desktop.awaitOpenedFile('file.csv') === file.body, 'the file is complete');
+      const text = await desktop.awaitOpenedFile('file.csv');
+      assert.ok(text === csvRoute.body, 'the file is complete');
     },
-    async assertNothingDone({ desktop }) {
-      await waitFor('an empty folder', () => desktop.downloadedFiles().length === 0);
+    async assertRolledBack({ desktop }) {
+      await waitFor('an empty Downloads folder', () => desktop.downloadedFiles().length === 0);
       assert.deepEqual(desktop.opened(), []);
     },
   },
@@ -96,17 +99,17 @@ export const jobs = {
       await screen.awaitPanel(updatedNotice);
       assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
     },
-    assertNothingDone: ({ user, oldBundle }) =>
+    assertRolledBack: ({ user, oldBundle }) =>
       assert.equal(fingerprint(user.bundle), oldBundle),
   },
 
   quitting: {
     async begin({ user, screen, startOptions }) {
-      // Long enough to inject a fault; after 3 seconds the application kills the server.
+      // Long enough to inject a fault. After 3 seconds the application would kill the server.
       user.root.setBehaviour({ stopDelay: 2500 });
       await user.startAndShowPage(startOptions);
       await screen.pressKeys('ctrl+q');
-      await waitFor('the signal', () => user.root.events('signal').length > 0);
+      await waitFor('SIGTERM', () => user.root.events('signal').length > 0);
     },
     async finish({ user, run }) {
       await user.awaitCleanExit(run);

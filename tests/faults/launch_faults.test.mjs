@@ -1,4 +1,4 @@
-// Early quits, many quits and many reloads.
+// Quits during the launch, many starts and quits, and many reloads.
 
 import assert from 'node:assert/strict';
 
@@ -12,7 +12,7 @@ const { test } = desktopTests();
 const isPageRequested = ({ root }) => root.requestsTo('/').length > 0;
 
 /// The steps of a launch, each with a condition that holds once it has been reached.
-const steps = {
+const launchSteps = {
   'process': () => true,
   'program': (user) => user.processesNamed('orvel-os').length > 0,
   'network process': (user) => user.processesNamed('WebKitNetworkProcess').length > 0,
@@ -25,16 +25,17 @@ const steps = {
   'page request': isPageRequested,
 };
 
-test('SIGTERM at each step and at moments of the launch', async (user, screen, t) => {
+test('SIGTERM at any moment of the launch leaves nothing behind', async (user, screen, t) => {
   const begin = performance.now();
   await user.startAndShowPage();
   const duration = performance.now() - begin;
   await user.terminate();
   // A short step may be over before it is observed.
-  const atSteps = Object.entries(steps).map(([step, isReached]) =>
+  const atSteps = Object.entries(launchSteps).map(([step, isReached]) =>
     [step, async () => (await isReached(user)) || isPageRequested(user)]);
-  const count = isLongForm ? 200 : 4;
-  const atMoments = Array.from({ length: count }, (_, index) => (duration * index) / count)
+  const momentCount = isLongForm ? 200 : 4;
+  const interval = duration / momentCount;
+  const atMoments = Array.from({ length: momentCount }, (_, index) => interval * index)
     .map((moment) => [`${Math.round(moment)} ms`, (elapsed) => elapsed >= moment]);
   for (const [moment, isReached] of [...atSteps, ...atMoments]) {
     user.root.clearRecord();
@@ -53,7 +54,7 @@ test('SIGTERM at each step and at moments of the launch', async (user, screen, t
 
 const rounds = isLongForm ? 1000 : 20;
 
-test(`${rounds} starts and quits`, async (user) => {
+test(`${rounds} starts and quits leave nothing behind`, async (user) => {
   for (let round = 1; round <= rounds; round += 1) {
     await user.startAndShowPage();
     await user.terminate();
@@ -62,12 +63,12 @@ test(`${rounds} starts and quits`, async (user) => {
   }
 });
 
-test('200 quick presses of Control-R with and without a server', async (user, screen) => {
+test('200 quick presses of Control-R start at most one server', async (user, screen) => {
   const { root } = user;
-  const pressOften = () =>
+  const pressReload200Times = () =>
     screen.runTool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
   await user.startAndShowPage();
-  await pressOften();
+  await pressReload200Times();
   const requests = root.requestsTo('/').length;
   await screen.pressKeys('ctrl+r');
   await waitFor('one more request', () => root.requestsTo('/').length > requests);
@@ -76,7 +77,7 @@ test('200 quick presses of Control-R with and without a server', async (user, sc
 
   await user.crashServer();
   const before = root.paintCount();
-  await pressOften();
+  await pressReload200Times();
   await root.awaitStarted(2);
   await root.awaitPainted(before + 1);
   await screen.awaitPageOnScreen();

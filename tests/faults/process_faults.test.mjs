@@ -1,5 +1,5 @@
-// Faults of processes, injected in the middle of each job of the application, and deaths of
-// WebKit's processes at other moments.
+// Faults of processes, injected in the middle of each job of the application, and kills of WebKit's
+// processes at other moments.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -15,21 +15,22 @@ import { jobs } from './jobs.mjs';
 
 const { test } = desktopTests();
 
-/// The outcome of the same fault in each job.
-const always = (outcome) =>
+/// Returns the same outcome for each job.
+const sameForEachJob = (outcome) =>
   Object.fromEntries(Object.keys(jobs).map((name) => [name, outcome]));
 
+/// The outcomes of a fault. A test title has their names after "the application".
 const outcomes = {
   /// The job completes.
   continues: (context, job) => job.finish(context),
 
-  /// The application quits; the page may stall.
+  /// The application quits on SIGTERM, although the page may stall.
   quits: () => {},
 
   /// The application exits in the ordinary way, and the job leaves nothing partial.
   async exits(context, job) {
     await context.user.awaitCleanExit(context.run);
-    await job.assertNothingDone?.(context);
+    await job.assertRolledBack?.(context);
   },
 
   /// The error page gives the number of SIGKILL, and Control-R opens the OS again.
@@ -39,7 +40,7 @@ const outcomes = {
       'Herstarten met ⌘R.';
     const text = await screen.awaitPageText((page) => page.endsWith(message));
     assert.equal(text, `Orvel OS\n${message}`);
-    await job.assertNothingDone?.(context);
+    await job.assertRolledBack?.(context);
     user.root.setBehaviour({});
     const before = user.root.paintCount();
     await user.restartServer();
@@ -48,9 +49,9 @@ const outcomes = {
 };
 const { continues, quits, exits, reports } = outcomes;
 
-/// Returns whether a WebKit process has a thread that listens to the application. WebKit
+/// Returns whether a WebKit process has a thread that receives messages of the application. WebKit
 /// ends the application when a process dies before that.
-function listens({ pid }) {
+function receivesMessages({ pid }) {
   try {
     return readdirSync(`/proc/${pid}/task`).some((thread) =>
       readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('ReceiveQueue'));
@@ -60,62 +61,63 @@ function listens({ pid }) {
 }
 
 async function killWebKitProcess(user, name) {
-  const { pid } = await waitFor(name, () => user.processesNamed(name).find(listens));
+  const { pid } = await waitFor(name, () => user.processesNamed(name).find(receivesMessages));
   await user.killProcess(pid);
 }
 
-const serverOf = async ({ root }) => (await root.awaitStarted()).pid;
+const awaitServerPid = async ({ root }) => (await root.awaitStarted()).pid;
 
 /// Each fault with its outcome for each job; the short form runs some of the jobs.
 const faults = {
-  'the server crashes': {
+  'the server is killed': {
     short: ['starting', 'downloading'],
-    inject: async ({ user }) => kill(await serverOf(user)),
+    inject: async ({ user }) => kill(await awaitServerPid(user)),
     // The job updating has no local server.
-    outcomes: { ...always(reports), updating: undefined, quitting: continues },
+    outcomes: { ...sameForEachJob(reports), updating: undefined, quitting: continues },
   },
-  'the server is stopped for a second': {
+  'the server is suspended for a second': {
     short: ['quitting'],
     async inject({ user }) {
-      const pid = await serverOf(user);
+      const pid = await awaitServerPid(user);
       kill(pid, 'SIGSTOP');
       await pause(1000);
       kill(pid, 'SIGCONT');
     },
-    outcomes: { ...always(continues), updating: undefined },
+    outcomes: { ...sameForEachJob(continues), updating: undefined },
   },
   'the web process is killed': {
     short: ['starting', 'showing', 'downloading', 'updating'],
     inject: ({ user }) => killWebKitProcess(user, 'WebKitWebProcess'),
-    outcomes: always(continues),
+    outcomes: sameForEachJob(continues),
   },
   'the network process is killed': {
     short: ['showing', 'updating'],
     inject: ({ user }) => killWebKitProcess(user, 'WebKitNetworkProcess'),
-    outcomes: always(continues),
+    outcomes: sameForEachJob(continues),
   },
   'the session bus ends': {
     short: ['showing', 'updating'],
-    onBus: true,
+    needsBus: true,
     inject: ({ user, bus }) => user.killProcess(bus.pid),
-    outcomes: always(continues),
+    outcomes: sameForEachJob(continues),
   },
   'a second instance starts': {
     short: ['polling', 'quitting'],
-    onBus: true,
+    needsBus: true,
     inject: ({ user, startOptions }) => user.awaitCleanExit(user.start(startOptions)),
-    outcomes: always(continues),
+    outcomes: sameForEachJob(continues),
   },
   SIGTERM: {
     short: ['polling', 'updating'],
     inject: ({ run }) => kill(run.pid, 'SIGTERM'),
-    outcomes: always(exits),
+    outcomes: sameForEachJob(exits),
   },
   'no file descriptor is free for a second': {
     short: ['showing'],
     async inject({ run, screen }) {
       const setLimit = (limit) =>
         spawnSync('prlimit', [`--pid=${run.pid}`, `--nofile=${limit}:4096`]).status;
+      // Only the three standard descriptors.
       assert.equal(setLimit(3), 0);
       await screen.pressKeys('ctrl+r');
       await pause(1000);
@@ -124,7 +126,9 @@ const faults = {
     // Without descriptors GLib and WebKit abort an application that is starting or drawing
     // its first page ("Failed to create shared memory" in WebKitGTK 2.54), and WebKit stalls
     // a page that cannot load an image.
-    outcomes: { ...always(continues), starting: undefined, polling: undefined, showing: quits },
+    outcomes: {
+      ...sameForEachJob(continues), starting: undefined, polling: undefined, showing: quits,
+    },
   },
 };
 
@@ -141,8 +145,8 @@ for (const [title, fault] of Object.entries(faults)) {
   for (const [name, job] of Object.entries(jobs)) {
     const outcome = fault.outcomes[name];
     if (!outcome || !(isLongForm || fault.short.includes(name))) continue;
-    test(`${name}: ${title}`, async (user, screen) => {
-      if (!fault.onBus) return runJob({ user, screen }, job, fault, outcome);
+    test(`${title} during ${name}: the application ${outcome.name}`, async (user, screen) => {
+      if (!fault.needsBus) return runJob({ user, screen }, job, fault, outcome);
       return withSessionBus((environment, bus) =>
         runJob({ user, screen, bus, startOptions: { environment } }, job, fault, outcome));
     });
