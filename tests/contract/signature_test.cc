@@ -20,7 +20,7 @@ constexpr std::string_view signature =
     "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
     "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=";
 
-struct Malformed {
+struct InvalidInput {
   const char *description;
   std::string_view text;
 };
@@ -33,7 +33,7 @@ TEST(Signature, SignatureOfAnotherMessageIsRejected) {
   EXPECT_FALSE(verify(publicKey, std::string(message) + '\0', signature));
 }
 
-TEST(Signature, SignatureWithAnyCharacterChangedIsRejected) {
+TEST(Signature, SignatureWithOneChangedCharacterIsRejected) {
   for (std::size_t at = 0; at < signature.size(); ++at) {
     std::string changed(signature);
     changed[at] = changed[at] == 'A' ? 'B' : 'A';
@@ -42,7 +42,7 @@ TEST(Signature, SignatureWithAnyCharacterChangedIsRejected) {
 }
 
 TEST(Signature, MalformedSignatureIsRejected) {
-  const Malformed signatures[] = {
+  const InvalidInput signatures[] = {
       {"empty", ""},
       {"not base64", "no signature"},
       {"truncated",
@@ -63,7 +63,7 @@ TEST(Signature, MalformedSignatureIsRejected) {
 }
 
 TEST(Signature, WrongOrMalformedPublicKeyIsRejected) {
-  const Malformed keys[] = {
+  const InvalidInput keys[] = {
       {"empty", ""},
       {"not base64", "no key"},
       {"point not on the curve",
@@ -93,14 +93,14 @@ TEST(Signature, WrongOrMalformedPublicKeyIsRejected) {
   }
 }
 
-TEST(Signature, KeyOfAnotherCurveIsRejectedWithItsOwnSignature) {
-  // secp256k1, whose points have the size of those of P-256.
+TEST(Signature, KeyAndItsSignatureOnAnotherCurveAreRejected) {
+  // The curve secp256k1, whose points have the size of those of P-256.
   EXPECT_FALSE(verify(
       "BLFGCju5pMunhKT+fgyBbq9UM1Kz8OaKjTLtbCBM9a+99+dAUQfrAZpOLErV07FMb9pEpGUpxZrw3vqsm86v+28=",
       message,
       "MEQCIHBXS/"
       "xhLBpsnZ9iM4KzsRAvDtVKsbyYcSx7QUPllVJcAiBGPoQLUtLj7FphD7Bv9UMack3++yVAXDMp1VZqRA97FQ=="));
-  // P-384.
+  // The curve P-384.
   EXPECT_FALSE(
       verify("BH1jFw2/qGwQx6WaTU5Ct6Wlkd882DuM0bTDwnCoWVhTCzdj5LBdDTA4hkEsEsyzICoqQRcD3moZcqNS"
              "CRoXK4rn1gVZsTVEHPSr7PsZo4R4krMIKozZnlDPIw4/HokfVw==",
@@ -121,27 +121,31 @@ std::string decodeHexadecimal(std::string_view digits) {
 // to itself. No signer makes such a signature except on purpose.
 constexpr std::string_view pointDuplicationVector = "427";
 
-// Among the vectors: r or s of zero, negative or not below the order of the curve, s in the
-// upper half of the range, BER that is not DER, edge cases of the arithmetic.
-TEST(Signature, WycheproofVectorsHaveTheExpectedResult) {
+// The vectors of project Wycheproof include: r or s of zero, negative or not below the order of the
+// curve, s in the upper half of the range, BER that is not DER, edge cases of the arithmetic.
+TEST(Signature, WycheproofVectorsHaveExpectedResult) {
   std::ifstream file(ORVELOS_CONTRACT_DATA "/ecdsa_p256_sha256.txt");
-  std::string key;
+  std::string publicKeyOfVectors;
   int vectors = 0;
   for (std::string line; std::getline(file, line);) {
     if (line.starts_with('#')) continue;
     std::istringstream fields(line);
-    std::string number, result, digits, encoded;
-    fields >> number >> result >> digits >> encoded;
+    std::string number, expectedResult, messageDigits, encodedSignature;
+    fields >> number >> expectedResult >> messageDigits >> encodedSignature;
+    // The line "key <public key>" stands before the vectors of that key.
     if (number == "key") {
-      key = result;
+      publicKeyOfVectors = expectedResult;
       continue;
     }
     if (number == pointDuplicationVector) continue;
-    const std::string bytes = digits == "-" ? "" : decodeHexadecimal(digits);
-    EXPECT_EQ(verify(key, bytes, encoded == "-" ? "" : encoded), result == "valid")
+    const std::string messageBytes = messageDigits == "-" ? "" : decodeHexadecimal(messageDigits);
+    EXPECT_EQ(
+        verify(publicKeyOfVectors, messageBytes, encodedSignature == "-" ? "" : encodedSignature),
+        expectedResult == "valid")
         << "vector " << number;
     ++vectors;
   }
+  // All 484 vectors of the file except pointDuplicationVector.
   EXPECT_EQ(vectors, 483);
 }
 

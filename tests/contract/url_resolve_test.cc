@@ -1,5 +1,6 @@
-// The contract of resolving the archive address of an update manifest, a URL reference. Each
-// platform implements it at link time. The examples of RFC 3986, 5.4 are in url_test.cc.
+// The contract of Url::resolve, which each platform implements at link time. It resolves the
+// archive address of an update manifest, a URL reference. The examples of RFC 3986, 5.4 are
+// among the NSURL results of url_test.cc.
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 namespace orvel {
 namespace {
 
+/// Returns the text of the resolved URL. Expects that its parts are those of the text.
 std::optional<std::string> resolved(const std::string &reference, const std::string &base) {
   const auto url = Url::resolve(reference, *Url::parse(base));
   if (!url) return std::nullopt;
@@ -18,11 +20,12 @@ std::optional<std::string> resolved(const std::string &reference, const std::str
   return url->absoluteString;
 }
 
+/// A reference and the absolute URL that it resolves to.
 using Example = std::pair<std::string, std::string>;
 
 void expectResolved(const std::string &base, const std::vector<Example> &rows) {
-  for (const auto &[reference, result] : rows) {
-    EXPECT_EQ(resolved(reference, base), result) << reference;
+  for (const auto &[reference, absoluteUrl] : rows) {
+    EXPECT_EQ(resolved(reference, base), absoluteUrl) << reference;
   }
 }
 
@@ -87,7 +90,7 @@ TEST(UrlResolve, IllegalCharactersArePercentEncoded) {
   expectResolved(manifest, rows);
 }
 
-TEST(UrlResolve, MalformedReferenceIsRejectedEvenWhenEncoded) {
+TEST(UrlResolve, ReferenceStillMalformedAfterEncodingIsRejected) {
   for (const std::string reference :
        {"", "1:x", "a b:c", "http://[x/", "http://[x/a b", "http://[]/", "http://h:x/",
         "http://h: 80/", "http://h]/", "http://a@b@c/", "http://[::1]x/"}) {

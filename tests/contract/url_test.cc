@@ -29,7 +29,8 @@ const NsurlResult nsurlResults[] = {
 #include "tests/support/data/nsurl_results.inc"
 };
 
-/// The URLs that differ from NSURL's, by their text. Absent for a text that is not a URL.
+/// The expected URLs that differ from NSURL's results, by text. Absent when the text is
+/// rejected.
 const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     // NSURL keeps dot segments that lead above the root (RFC 2396); RFC 3986 removes them.
     {"../../../g", "http://a/g"},
@@ -41,7 +42,8 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow this character. The table accepts it as well as rejects it.
+    // RFC 3986 does not allow this character. The NSURL results accept it once
+    // and reject it once.
     {"http://test.com/unescaped|pipe", std::nullopt},
     // The path is "/" instead of "//": NSURL removes only one of several trailing slashes.
     {"file://///", "file://///"},
@@ -69,7 +71,7 @@ TEST(Url, AgreesWithNsurlExceptForAcceptedDifferences) {
   }
 }
 
-TEST(Url, PartsAreThoseOfRfc3986) {
+TEST(Url, UrlAndRelativeReferenceAreSplitIntoParts) {
   struct Row {
     std::string text;
     std::string scheme;
@@ -168,7 +170,7 @@ TEST(Url, MalformedSyntaxIsRejected) {
                   "http://a[::1]/", std::string("http://[::\0%]/", 14)});
 }
 
-TEST(Url, EqualityComparesText) {
+TEST(Url, UrlsWithDifferentTextAreNotEqual) {
   EXPECT_EQ(Url::parse("http://h/"), Url::parse("http://h/"));
   EXPECT_NE(Url::parse("http://h"), Url::parse("http://h/"));
 }

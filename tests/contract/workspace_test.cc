@@ -22,7 +22,7 @@ class WorkspaceContract : public ContractTest {
   const TemporaryFolder folder;
 };
 
-TEST_P(WorkspaceContract, UrlIsPassedUnchanged) {
+TEST_P(WorkspaceContract, UrlReachesApplicationUnchanged) {
   open("http://example.test/a%20b?c='d'&e=$HOME;f#g");
   ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre("http://example.test/a%20b?c='d'&e=$HOME;f#g"));
