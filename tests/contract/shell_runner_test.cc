@@ -21,14 +21,14 @@ class ShellRunner : public testing::Test {
   PosixProcessLauncher launcher_{processEnvironment()};
 };
 
-TEST_F(ShellRunner, OuterBlanksAreTrimmed) { EXPECT_EQ(sh("printf '  a b  '"), "a b"); }
+TEST_F(ShellRunner, OuterSpacesAreTrimmed) { EXPECT_EQ(sh("printf '  a b  '"), "a b"); }
 
 TEST_F(ShellRunner, InnerLineBreaksAreKept) {
   EXPECT_EQ(sh("printf '1\\n2\\n'"), "1\n2");
   EXPECT_EQ(sh("printf '\\n\\r\\n 1\\r\\n\\n\\t2 \\n\\n'"), "1\r\n\n\t2");
 }
 
-TEST_F(ShellRunner, UnicodeWhiteSpaceIsTrimmed) {
+TEST_F(ShellRunner, OuterUnicodeWhiteSpaceIsTrimmed) {
   const std::vector<std::string> spaces{"\t",     "\n",     "\v",     "\f",     "\r",     " ",
                                         "\u0085", "\u00A0", "\u1680", "\u2000", "\u2009", "\u200A",
                                         "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"};
@@ -38,7 +38,7 @@ TEST_F(ShellRunner, UnicodeWhiteSpaceIsTrimmed) {
   }
 }
 
-TEST_F(ShellRunner, NulAndInvisibleCharactersAreKept) {
+TEST_F(ShellRunner, NulAndOuterInvisibleCharactersAreKept) {
   EXPECT_EQ(sh("printf '\\0a\\0'"), std::string("\0a\0", 3));
   EXPECT_EQ(sh("printf %s '\u2060\u00E9\u00AD'"), "\u2060\u00E9\u00AD");
 }
@@ -71,7 +71,7 @@ TEST_F(ShellRunner, InvalidUtf8ReturnsEmptyText) {
   EXPECT_EQ(sh("printf 'good \\xe2\\x8c\\x98'"), "good \u2318");
 }
 
-TEST_F(ShellRunner, ShellIsNonInteractiveZshWithoutLogin) {
+TEST_F(ShellRunner, ShellIsNonInteractiveNonLoginZsh) {
   EXPECT_EQ(sh("[[ -o login || -o interactive ]] && echo yes || echo no"), "no");
   EXPECT_EQ(sh("echo ${ZSH_VERSION:+zsh}"), "zsh");
 }
@@ -95,17 +95,18 @@ class RecordingLauncher final : public ProcessLauncher {
   explicit RecordingLauncher(ProcessLauncher &real) : real_(real) {}
   LaunchResult launch(const LaunchRequest &request) override {
     LaunchRequest forwarded = request;
-    if (!replacement.empty()) forwarded.executable = replacement;
+    if (!replacementExecutable.empty()) forwarded.executable = replacementExecutable;
     arguments = request.arguments;
     executable = request.executable;
-    hasDefaults = !request.workingDirectory && request.environmentChanges.empty();
+    inheritsDirectoryAndEnvironment =
+        !request.workingDirectory && request.environmentChanges.empty();
     return real_.launch(forwarded);
   }
-  /// Is launched instead of the requested program, unless empty.
-  std::string replacement;
+  /// The program to launch instead of the requested one. Empty for the requested one.
+  std::string replacementExecutable;
   std::string executable;
   std::vector<std::string> arguments;
-  bool hasDefaults = false;
+  bool inheritsDirectoryAndEnvironment = false;
 
  private:
   ProcessLauncher &real_;
@@ -113,7 +114,7 @@ class RecordingLauncher final : public ProcessLauncher {
 
 TEST_F(ShellRunner, MissingShellReturnsEmptyText) {
   RecordingLauncher launcher(launcher_);
-  launcher.replacement = "/nonexistent/orvel/zsh";
+  launcher.replacementExecutable = "/nonexistent/orvel/zsh";
   EXPECT_EQ(orvel::sh(launcher, "echo never"), "");
 }
 
@@ -122,12 +123,12 @@ TEST_F(ShellRunner, CommandLineIsSecondArgumentOfZsh) {
   EXPECT_EQ(orvel::sh(launcher, "echo 'a  b'"), "a  b");
   EXPECT_EQ(launcher.executable, "/bin/zsh");
   EXPECT_EQ(launcher.arguments, (std::vector<std::string>{"-c", "echo 'a  b'"}));
-  EXPECT_TRUE(launcher.hasDefaults);
+  EXPECT_TRUE(launcher.inheritsDirectoryAndEnvironment);
 }
 
 TEST_F(ShellRunner, ConcurrentRunsLeaveNoDescriptorOrZombie) {
   sh("exit 0");
-  const int before = openDescriptors();
+  const int descriptorsBefore = openDescriptorCount();
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([this, thread] {
@@ -136,8 +137,8 @@ TEST_F(ShellRunner, ConcurrentRunsLeaveNoDescriptorOrZombie) {
     });
   }
   for (std::thread &thread : threads) thread.join();
-  EXPECT_EQ(openDescriptors(), before);
-  EXPECT_FALSE(hasZombie());
+  EXPECT_EQ(openDescriptorCount(), descriptorsBefore);
+  EXPECT_FALSE(hasZombieChild());
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ namespace orvel {
 
 namespace {
 
-/// A home for the tests: XDG folders, default applications and a bundle. It exists until
-/// the process ends, because GLib reads the XDG variables once.
+/// The user's folders for the tests: XDG folders, a default application and a bundle. Sets the
+/// XDG environment variables, which GLib reads once: one object lasts until the process ends.
 class TestHome {
  public:
   TestHome() {
@@ -29,7 +29,7 @@ class TestHome {
       std::filesystem::create_directories(path() / kind);
       ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (path() / kind).c_str(), 1);
     }
-    // Without a bus, no other instance in this session is found.
+    // A missing bus prevents contact with another instance of the application.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (path() / "no-bus").string()).c_str(), 1);
     std::filesystem::create_directories(bundle() / "Contents");
     std::filesystem::create_directories(path() / "Downloads");
@@ -40,15 +40,15 @@ class TestHome {
 
   std::filesystem::path bundle() const { return path() / "Contract.app"; }
   /// The file to which the default application appends each of its arguments.
-  std::filesystem::path openedPath() const { return path() / "opened"; }
+  std::filesystem::path openedListPath() const { return path() / "opened"; }
 
  private:
   const std::filesystem::path &path() const { return folder_.path(); }
 
   void registerDefaultApplication() const {
-    const std::string program =
-        folder_.file("default-application",
-                     "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + openedPath().string() + "'\n", true);
+    const std::string program = folder_.file(
+        "default-application",
+        "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + openedListPath().string() + "'\n", true);
     std::filesystem::create_directories(path() / "DATA" / "applications");
     folder_.file("DATA/applications/contract.desktop",
                  "[Desktop Entry]\nType=Application\nName=Contract\nExec=" + program + " %u\n");
@@ -67,8 +67,8 @@ const TestHome &testHome() {
   return home;
 }
 
-/// Returns the open alert, which must exist.
-GtkWindow *alertToAnswer() {
+/// Returns the open alert. Throws when no alert is open.
+GtkWindow *requireOpenAlert() {
   GtkWindow *alert = openAlert();
   if (alert == nullptr) throw std::logic_error("no alert is open");
   return alert;
@@ -87,14 +87,15 @@ std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
   return found;
 }
 
-/// Activates a window's shortcut for a key.
+/// Activates a window's shortcut for a key. Throws when it has none.
 void activateShortcut(GtkWindow *window, guint key) {
-  const auto pressed = adopt(gtk_keyval_trigger_new(key, GdkModifierType{}));
+  const auto wantedTrigger = adopt(gtk_keyval_trigger_new(key, GdkModifierType{}));
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
   for (const auto &controller : itemsOf<GtkEventController>(controllers.get())) {
     if (!GTK_IS_SHORTCUT_CONTROLLER(controller.get())) continue;
     for (const auto &shortcut : itemsOf<GtkShortcut>(G_LIST_MODEL(controller.get()))) {
-      if (!gtk_shortcut_trigger_equal(gtk_shortcut_get_trigger(shortcut.get()), pressed.get())) {
+      if (!gtk_shortcut_trigger_equal(gtk_shortcut_get_trigger(shortcut.get()),
+                                      wantedTrigger.get())) {
         continue;
       }
       gtk_shortcut_action_activate(gtk_shortcut_get_action(shortcut.get()),
@@ -108,7 +109,7 @@ void activateShortcut(GtkWindow *window, guint key) {
 class LinuxContractPlatform final : public ContractPlatform {
  public:
   LinuxContractPlatform() : platform_(testHome().bundle()) {
-    std::filesystem::remove(testHome().openedPath());
+    std::filesystem::remove(testHome().openedListPath());
     if (!gtk_init_check()) throw std::runtime_error("no display");
     platform_.gtkStarted();
   }
@@ -118,21 +119,21 @@ class LinuxContractPlatform final : public ContractPlatform {
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     const auto end = std::chrono::steady_clock::now() + limit;
     // Another thread may make the condition true without waking the main loop.
-    const guint wakeUps =
+    const guint wakeUpTimer =
         g_timeout_add(5, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr);
     bool holds = condition();
     while (!holds && std::chrono::steady_clock::now() < end) {
       g_main_context_iteration(nullptr, TRUE);
       holds = condition();
     }
-    g_source_remove(wakeUps);
+    g_source_remove(wakeUpTimer);
     return holds;
   }
 
   bool onMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
   void answerAlert(const AlertAnswer &answer) override {
-    GtkWindow *alert = alertToAnswer();
+    GtkWindow *alert = requireOpenAlert();
     for (GtkWidget *field : widgetsIn(GTK_WIDGET(alert), GTK_TYPE_ENTRY)) {
       gtk_editable_set_text(GTK_EDITABLE(field), answer.text.c_str());
     }
@@ -147,7 +148,7 @@ class LinuxContractPlatform final : public ContractPlatform {
   }
 
   void pressInAlert(AlertKey key) override {
-    GtkWindow *alert = alertToAnswer();
+    GtkWindow *alert = requireOpenAlert();
     if (key == AlertKey::escape) {
       activateShortcut(alert, GDK_KEY_Escape);
     } else {
@@ -159,7 +160,7 @@ class LinuxContractPlatform final : public ContractPlatform {
 
   std::vector<std::string> opened() override {
     std::vector<std::string> all;
-    std::ifstream file(testHome().openedPath());
+    std::ifstream file(testHome().openedListPath());
     for (std::string line; std::getline(file, line);) {
       const GlibText path(g_filename_from_uri(line.c_str(), nullptr, nullptr));
       all.emplace_back(path ? path.get() : line);

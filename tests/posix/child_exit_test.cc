@@ -24,8 +24,9 @@ class ChildExit : public testing::TestWithParam<bool> {
     EXPECT_EQ(result.error, "");
     return result.process;
   }
-  /// Starts a shell command and reads the first line of its output.
-  std::shared_ptr<ChildProcess> launchAndRead(const std::string &commandLine, std::string &line) {
+  /// Launches a shell command and waits for the first line of its output.
+  std::shared_ptr<ChildProcess> launchAndReadLine(const std::string &commandLine,
+                                                  std::string &line) {
     auto pipe = Pipe::create();
     auto request = program("/bin/sh", {"-c", commandLine});
     request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
@@ -38,7 +39,7 @@ class ChildExit : public testing::TestWithParam<bool> {
 };
 
 /// Starts a child process without the launcher. Returns its process ID, or -1.
-pid_t startUnrelated(const char *commandLine) {
+pid_t forkUnrelatedChild(const char *commandLine) {
   const pid_t child = ::fork();
   if (child == 0) {
     ::execl("/bin/sh", "sh", "-c", commandLine, nullptr);
@@ -56,7 +57,7 @@ TEST_P(ChildExit, StatusIsExitCodeOrSignalNumber) {
 }
 
 TEST_P(ChildExit, ThousandLaunchesLeaveNoDescriptorOrZombie) {
-  const int before = openDescriptors();
+  const int descriptorsBefore = openDescriptorCount();
   std::atomic<int> handlerCalls = 0;
   auto request = program("/usr/bin/true");
   request.terminationHandler = [&handlerCalls](const auto &) { ++handlerCalls; };
@@ -71,22 +72,22 @@ TEST_P(ChildExit, ThousandLaunchesLeaveNoDescriptorOrZombie) {
   }
   request.standardOutput = {};
   EXPECT_TRUE(eventually([&] { return handlerCalls == 1000; }));
-  EXPECT_EQ(openDescriptors(), before);
-  EXPECT_FALSE(hasZombie());
+  EXPECT_EQ(openDescriptorCount(), descriptorsBefore);
+  EXPECT_FALSE(hasZombieChild());
 }
 
 TEST_P(ChildExit, HundredFailedLaunchesLeaveNoDescriptorOrZombie) {
-  const int before = openDescriptors();
+  const int descriptorsBefore = openDescriptorCount();
   for (int i = 0; i < 100; ++i) {
     EXPECT_FALSE(launcher_.launch(program("/nonexistent/orvel/program")).process);
   }
-  EXPECT_EQ(openDescriptors(), before);
-  EXPECT_FALSE(hasZombie());
+  EXPECT_EQ(openDescriptorCount(), descriptorsBefore);
+  EXPECT_FALSE(hasZombieChild());
 }
 
 TEST_P(ChildExit, ChildIgnoringSigtermEndsOnSigkill) {
   std::string line;
-  const auto child = launchAndRead("trap '' TERM; echo ready; exec sleep 600", line);
+  const auto child = launchAndReadLine("trap '' TERM; echo ready; exec sleep 600", line);
   ASSERT_EQ(line, "ready");
   child->terminate();
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
@@ -96,20 +97,20 @@ TEST_P(ChildExit, ChildIgnoringSigtermEndsOnSigkill) {
   EXPECT_EQ(child->terminationStatus(), SIGKILL);
 }
 
-TEST_P(ChildExit, StoppedChildIsRunning) {
+TEST_P(ChildExit, StoppedChildCountsAsRunning) {
   std::string line;
-  const auto child = launchAndRead("echo $$; kill -STOP $$; exit 4", line);
-  const pid_t number = std::stoi(line);
+  const auto child = launchAndReadLine("echo $$; kill -STOP $$; exit 4", line);
+  const pid_t processId = std::stoi(line);
   siginfo_t info{};
-  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(number), &info, WSTOPPED | WNOWAIT), 0);
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(processId), &info, WSTOPPED | WNOWAIT), 0);
   EXPECT_TRUE(child->isRunning());
-  ::kill(number, SIGCONT);
+  ::kill(processId, SIGCONT);
   child->waitUntilExit();
   EXPECT_EQ(child->terminationStatus(), 4);
 }
 
-TEST_P(ChildExit, UnrelatedChildIsNotReaped) {
-  const pid_t unrelated = startUnrelated("exit 5");
+TEST_P(ChildExit, ChildForkedByOtherCodeIsNotReaped) {
+  const pid_t unrelated = forkUnrelatedChild("exit 5");
   ASSERT_GT(unrelated, 0);
   siginfo_t info{};
   ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(unrelated), &info, WEXITED | WNOWAIT), 0);
@@ -120,22 +121,22 @@ TEST_P(ChildExit, UnrelatedChildIsNotReaped) {
 }
 
 #if defined(__linux__)
-TEST_P(ChildExit, ReusedProcessIdGetsNoSignal) {
+TEST_P(ChildExit, ProcessWithReusedProcessIdGetsNoSignal) {
   std::string line;
-  const auto child = launchAndRead("echo $$", line);
+  const auto child = launchAndReadLine("echo $$", line);
   child->waitUntilExit();
-  const pid_t number = std::stoi(line);
+  const pid_t processId = std::stoi(line);
 
   pid_t unrelated = -1;
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    // Choosing the next process ID needs CAP_SYS_ADMIN.
-    if (!(std::ofstream("/proc/sys/kernel/ns_last_pid") << number - 1 << std::flush)) break;
-    unrelated = startUnrelated("exec /bin/sleep 600");
-    if (unrelated == number) break;
+    // The next fork gets the process ID after ns_last_pid. Writing needs CAP_SYS_ADMIN.
+    if (!(std::ofstream("/proc/sys/kernel/ns_last_pid") << processId - 1 << std::flush)) break;
+    unrelated = forkUnrelatedChild("exec /bin/sleep 600");
+    if (unrelated == processId) break;
     ::kill(unrelated, SIGKILL);
     ::waitpid(unrelated, nullptr, 0);
   }
-  if (unrelated != number) GTEST_SKIP() << "the process ID could not be reused";
+  if (unrelated != processId) GTEST_SKIP() << "the process ID could not be reused";
   child->terminate();
   child->kill();
   // SIGTERM and SIGKILL would have ended the process before this signal.
@@ -147,39 +148,40 @@ TEST_P(ChildExit, ReusedProcessIdGetsNoSignal) {
 }
 #endif
 
-TEST_P(ChildExit, InheritedIgnoredSigchldKeepsStatus) {
+TEST_P(ChildExit, ParentIgnoringSigchldGetsStatus) {
   auto *const handlerBefore = std::signal(SIGCHLD, SIG_IGN);
   LauncherUnderTest launcher(GetParam());
   EXPECT_EQ(runShell(launcher, "exit 3").status, 3);
   std::signal(SIGCHLD, handlerBefore);
 }
 
-TEST_P(ChildExit, ChildReapedElsewhereEnds) {
+TEST_P(ChildExit, ChildReapedByOtherCodeCountsAsEnded) {
   std::string line;
-  const auto child = launchAndRead("echo $$; exec sleep 600", line);
-  const pid_t number = std::stoi(line);
-  ::kill(number, SIGKILL);
+  const auto child = launchAndReadLine("echo $$; exec sleep 600", line);
+  const pid_t processId = std::stoi(line);
+  ::kill(processId, SIGKILL);
   // Races with the launcher's waitpid.
-  ::waitpid(number, nullptr, 0);
+  ::waitpid(processId, nullptr, 0);
   child->waitUntilExit();
   EXPECT_FALSE(child->isRunning());
+  // The status is -1 when the launcher has lost the race.
   EXPECT_TRUE(child->terminationStatus() == SIGKILL || child->terminationStatus() == -1);
 }
 
 TEST_P(ChildExit, BlockedTerminationHandlerDelaysNeitherExitNorLaunch) {
   std::promise<void> release;
-  std::atomic<bool> inHandler = false;
+  std::atomic<bool> handlerStarted = false;
   std::atomic<bool> handlerReturned = false;
   auto request = program("/usr/bin/true");
   request.terminationHandler = [&, released = release.get_future().share()](const auto &) {
-    inHandler = true;
+    handlerStarted = true;
     released.wait();
     handlerReturned = true;
   };
   const auto child = launch(request);
-  EXPECT_TRUE(eventually([&] { return inHandler.load(); }));
+  EXPECT_TRUE(eventually([&] { return handlerStarted.load(); }));
   child->waitUntilExit();
-  EXPECT_FALSE(hasZombie());
+  EXPECT_FALSE(hasZombieChild());
   EXPECT_EQ(runShell(launcher_, "exit 2").status, 2);
   EXPECT_FALSE(handlerReturned);
   release.set_value();
@@ -193,10 +195,10 @@ TEST_P(ChildExit, UnreferencedChildIsReapedAndReleased) {
   std::weak_ptr<ChildProcess> process = launch(request);
   request.terminationHandler = nullptr;
   EXPECT_TRUE(eventually([&] { return process.expired() && captured.use_count() == 1; }));
-  EXPECT_FALSE(hasZombie());
+  EXPECT_FALSE(hasZombieChild());
 }
 
-TEST_P(ChildExit, ConcurrentKillAndWaitAreSafe) {
+TEST_P(ChildExit, ConcurrentKillAndWaitCallHandlerOnce) {
   for (int i = 0; i < 50; ++i) {
     std::atomic<int> handlerCalls = 0;
     auto request = program("/usr/bin/true");
@@ -216,7 +218,7 @@ TEST_P(ChildExit, ConcurrentKillAndWaitAreSafe) {
   }
 }
 
-TEST_P(ChildExit, ConcurrentLaunchesAreIndependent) {
+TEST_P(ChildExit, ConcurrentLaunchesReturnOwnOutputAndStatus) {
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 8; ++thread) {
     threads.emplace_back([this, thread] {
@@ -229,7 +231,7 @@ TEST_P(ChildExit, ConcurrentLaunchesAreIndependent) {
     });
   }
   for (std::thread &thread : threads) thread.join();
-  EXPECT_FALSE(hasZombie());
+  EXPECT_FALSE(hasZombieChild());
 }
 
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), launcherName);

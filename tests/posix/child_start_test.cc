@@ -23,7 +23,7 @@ class ChildStart : public testing::TestWithParam<bool> {
   LauncherUnderTest launcher_{GetParam()};
 };
 
-TEST_P(ChildStart, RequestChangesEnvironmentOfLauncher) {
+TEST_P(ChildStart, RequestAddsToOrReplacesLauncherEnvironment) {
   LauncherUnderTest launcher(GetParam(), {{"HOME", "/home/a=b"}, {"PORT", "1"}, {"EMPTY", ""}});
   auto request = program("/usr/bin/env");
   request.environmentChanges = {{"PORT", "4767"}, {"PATH", "/a:/b"}};
@@ -34,7 +34,7 @@ TEST_P(ChildStart, RequestChangesEnvironmentOfLauncher) {
   EXPECT_EQ(variables, expected);
 }
 
-TEST_P(ChildStart, EnvironmentIsThatAtCreationOfLauncher) {
+TEST_P(ChildStart, LauncherKeepsEnvironmentOfItsCreation) {
   ::setenv("ORVEL_TEST", "initial = value", 1);
   LauncherUnderTest launcher(GetParam());
   ::setenv("ORVEL_TEST", "changed", 1);
@@ -43,17 +43,17 @@ TEST_P(ChildStart, EnvironmentIsThatAtCreationOfLauncher) {
   EXPECT_EQ(outcome.output, "initial = value");
 }
 
-TEST_P(ChildStart, ArgumentsAreUnchanged) {
+TEST_P(ChildStart, ArgumentsReachProgramUnchanged) {
   const auto outcome = run(
       launcher_, program("/bin/sh", {"-c", "printf '[%s]' \"$@\"", "zero", "", "a b", "'\"$x"}));
   EXPECT_EQ(outcome.output, "[][a b]['\"$x]");
 }
 
-TEST_P(ChildStart, WorkingDirectoryIsThatOfRequestOrParent) {
+TEST_P(ChildStart, WorkingDirectoryIsFromRequestOrParent) {
   const TemporaryFolder folder;
-  const std::string own = std::filesystem::canonical(".");
+  const std::string parentDirectory = std::filesystem::canonical(".");
   const std::vector<std::pair<std::optional<std::string>, std::string>> rows{
-      {std::nullopt, own}, {"", own}, {folder.path(), folder.path()}};
+      {std::nullopt, parentDirectory}, {"", parentDirectory}, {folder.path(), folder.path()}};
   for (const auto &[directory, expected] : rows) {
     auto request = program("/bin/sh", {"-c", "pwd -P"});
     request.workingDirectory = directory;
@@ -62,9 +62,9 @@ TEST_P(ChildStart, WorkingDirectoryIsThatOfRequestOrParent) {
 }
 
 /// Ignores and blocks signals in this process during its lifetime.
-class IgnoredSignals {
+class IgnoredAndBlockedSignals {
  public:
-  explicit IgnoredSignals(const std::vector<int> &signals) {
+  explicit IgnoredAndBlockedSignals(const std::vector<int> &signals) {
     sigset_t set;
     sigemptyset(&set);
     for (const int signal : signals) {
@@ -73,12 +73,12 @@ class IgnoredSignals {
     }
     ::pthread_sigmask(SIG_BLOCK, &set, &maskBefore_);
   }
-  ~IgnoredSignals() {
+  ~IgnoredAndBlockedSignals() {
     for (const auto &[signal, handler] : handlersBefore_) std::signal(signal, handler);
     ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
   }
-  IgnoredSignals(const IgnoredSignals &) = delete;
-  IgnoredSignals &operator=(const IgnoredSignals &) = delete;
+  IgnoredAndBlockedSignals(const IgnoredAndBlockedSignals &) = delete;
+  IgnoredAndBlockedSignals &operator=(const IgnoredAndBlockedSignals &) = delete;
 
  private:
   std::vector<std::pair<int, void (*)(int)>> handlersBefore_;
@@ -88,7 +88,7 @@ class IgnoredSignals {
 TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
-  const IgnoredSignals ignored(signals);
+  const IgnoredAndBlockedSignals ignored(signals);
   for (const int signal : signals) {
     const auto outcome =
         runShell(launcher_, "ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 99");
@@ -97,8 +97,9 @@ TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
 }
 
 #if defined(__linux__)
-TEST_P(ChildStart, NoSignalIsBlockedOrIgnored) {
-  const IgnoredSignals ignored({SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
+TEST_P(ChildStart, ChildNeitherBlocksNorIgnoresSignals) {
+  const IgnoredAndBlockedSignals ignored(
+      {SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
   const auto output =
       run(launcher_, program("/bin/grep", {"-E", "^Sig(Blk|Ign)", "/proc/self/status"})).output;
   // glibc reserves the signals 32 and 33, and posix_spawn sets them to SIG_IGN.
@@ -110,53 +111,55 @@ TEST_P(ChildStart, NoSignalIsBlockedOrIgnored) {
 class LaunchFailure : public ChildStart {
  protected:
   /// Expects that a launch fails with the path and the description of the errno value.
-  void expectError(LaunchRequest request, const std::string &path, int errorNumber) {
+  void expectLaunchError(LaunchRequest request, const std::string &path, int errorNumber) {
     request.terminationHandler = [](const auto &) {
       ADD_FAILURE() << "termination handler called without a process";
     };
     const auto result = launcher_.launch(request);
     EXPECT_FALSE(result.process);
     EXPECT_EQ(result.error, path + ": " + description(errorNumber));
-    EXPECT_FALSE(hasZombie());
+    EXPECT_FALSE(hasZombieChild());
   }
   const TemporaryFolder folder_;
 };
 
-TEST_P(LaunchFailure, UnusableProgramIsReported) {
+TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
   const std::string missing = folder_.path() / "missing";
   const std::string notExecutable = folder_.file("not executable", "#!/bin/sh\n");
-  const std::string noProgram = folder_.file("text", "echo never\n", true);
-  const std::string noInterpreter = folder_.file("script", "#!/nonexistent/interpreter\n", true);
+  const std::string withoutShebang = folder_.file("text", "echo never\n", true);
+  const std::string missingInterpreter =
+      folder_.file("script", "#!/nonexistent/interpreter\n", true);
   const std::vector<std::pair<std::string, int>> rows{
-      {missing, ENOENT},         {notExecutable, EACCES}, {folder_.path(), EACCES},
-      {noProgram, ENOEXEC},      {noInterpreter, ENOENT}, {"sh" /* in PATH */, ENOENT},
+      {missing, ENOENT},         {notExecutable, EACCES},      {folder_.path(), EACCES},
+      {withoutShebang, ENOEXEC}, {missingInterpreter, ENOENT}, {"sh" /* in PATH */, ENOENT},
       {"" /* no name */, ENOENT}};
-  for (const auto &[path, errorNumber] : rows) expectError(program(path), path, errorNumber);
+  for (const auto &[path, errorNumber] : rows) expectLaunchError(program(path), path, errorNumber);
 }
 
-TEST_P(LaunchFailure, UnusableWorkingDirectoryIsReported) {
+TEST_P(LaunchFailure, UnusableWorkingDirectoryFailsLaunchWithItsPath) {
   const std::string missing = folder_.path() / "missing";
   const std::string file = folder_.file("file", "");
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.workingDirectory = missing;
-  expectError(request, missing, ENOENT);
+  expectLaunchError(request, missing, ENOENT);
   request.workingDirectory = file;
-  expectError(request, file, ENOTDIR);
+  expectLaunchError(request, file, ENOTDIR);
   request.executable = folder_.path() / "missing as well";
   request.workingDirectory = missing;
-  expectError(request, missing, ENOENT);
+  expectLaunchError(request, missing, ENOENT);
   request.workingDirectory = folder_.path();
-  expectError(request, request.executable, ENOENT);
+  expectLaunchError(request, request.executable, ENOENT);
 }
 
-TEST_P(LaunchFailure, InvalidArgumentOrEnvironmentIsReported) {
-  const std::string nul("exit 0\0 || exit 1", 17);
-  expectError(program("/bin/sh", {"-c", nul}), "/bin/sh", EINVAL);
+TEST_P(LaunchFailure, InvalidArgumentOrEnvironmentFailsLaunch) {
+  const std::string textWithNul("exit 0\0 || exit 1", 17);
+  expectLaunchError(program("/bin/sh", {"-c", textWithNul}), "/bin/sh", EINVAL);
   auto request = program("/bin/sh", {"-c", "exit 0"});
-  request.environmentChanges["NAME"] = nul;
-  expectError(request, "/bin/sh", EINVAL);
+  request.environmentChanges["NAME"] = textWithNul;
+  expectLaunchError(request, "/bin/sh", EINVAL);
+  // 8 MiB exceed the kernel's limit for the arguments of a program.
   const std::string oversized(8u << 20, ' ');
-  expectError(program("/bin/sh", {"-c", oversized}), "/bin/sh", E2BIG);
+  expectLaunchError(program("/bin/sh", {"-c", oversized}), "/bin/sh", E2BIG);
 }
 
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildStart, testing::Bool(), launcherName);

@@ -41,7 +41,7 @@ class ChildStreams : public testing::TestWithParam<bool> {
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
   }
-  /// Runs a process to its end with the streams of the request.
+  /// Runs a process to its end and expects exit code 0. Keeps the streams of the request.
   void runToEnd(const LaunchRequest &request) {
     const auto child = launcher_.launch(request);
     ASSERT_TRUE(child.process) << child.error;
@@ -53,7 +53,7 @@ class ChildStreams : public testing::TestWithParam<bool> {
   const TemporaryFolder folder_;
 };
 
-TEST_P(ChildStreams, OutputsOfOneHandleShareFilePosition) {
+TEST_P(ChildStreams, OutputAndErrorOnOneHandleShareFilePosition) {
   const std::string log = folder_.file("server.log", "");
   auto request = program("/bin/sh", {"-c", "echo one; echo two >&2; echo three"});
   const auto handle = FileHandle::forWriting(log);
@@ -65,13 +65,13 @@ TEST_P(ChildStreams, OutputsOfOneHandleShareFilePosition) {
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
 
-TEST_P(ChildStreams, NullErrorStreamKeepsOutput) {
-  auto request = program("/bin/sh", {"-c", "echo gone >&2; echo kept"});
+TEST_P(ChildStreams, DiscardedStandardErrorKeepsStandardOutput) {
+  auto request = program("/bin/sh", {"-c", "echo discarded >&2; echo kept"});
   request.standardError.kind = StandardStream::Kind::null;
   EXPECT_EQ(run(launcher_, request).output, "kept\n");
 }
 
-TEST_P(ChildStreams, InputIsInherited) {
+TEST_P(ChildStreams, StandardInputIsInherited) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   ASSERT_TRUE(pipe->writing->write("inherited"));
@@ -80,7 +80,7 @@ TEST_P(ChildStreams, InputIsInherited) {
   EXPECT_EQ(run(launcher_, program("/bin/cat")).output, "inherited");
 }
 
-TEST_P(ChildStreams, OutputIsInheritedByDefault) {
+TEST_P(ChildStreams, StandardOutputIsInheritedByDefault) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   {
@@ -94,6 +94,7 @@ TEST_P(ChildStreams, OutputIsInheritedByDefault) {
 TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
   std::vector<int> open;
   for (int i = 0; i < 10; ++i) open.push_back(::dup(STDERR_FILENO));
+  // Far above the others, after a gap of unused numbers.
   open.push_back(::fcntl(STDERR_FILENO, F_DUPFD, 200));
   ASSERT_GE(open.back(), 200);
   // The fourth descriptor is that of the folder that ls reads.
@@ -108,7 +109,7 @@ TEST_P(ChildStreams, ClosedStandardInputBecomesNullDevice) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_P(ChildStreams, CloseOnExecFileWithStandardNumberIsNotInherited) {
+TEST_P(ChildStreams, CloseOnExecDescriptorWithStandardNumberIsNotInherited) {
   const ReplacedDescriptor input(STDIN_FILENO);
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);

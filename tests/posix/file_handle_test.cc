@@ -13,7 +13,7 @@ namespace {
 
 using namespace posix_test;
 
-TEST(FileHandle, OpensExistingFileWithoutTruncation) {
+TEST(FileHandle, ForWritingOpensOnlyExistingFileWithoutTruncation) {
   const TemporaryFolder folder;
   EXPECT_FALSE(FileHandle::forWriting(folder.path() / "missing"));
   EXPECT_FALSE(std::filesystem::exists(folder.path() / "missing"));
@@ -25,7 +25,7 @@ TEST(FileHandle, OpensExistingFileWithoutTruncation) {
 
 TEST(FileHandle, IsClosedOnExecAndOnDestruction) {
   const TemporaryFolder folder;
-  const int before = openDescriptors();
+  const int descriptorsBefore = openDescriptorCount();
   {
     const auto file = FileHandle::forWriting(folder.file("file", ""));
     const auto pipe = Pipe::create();
@@ -33,12 +33,12 @@ TEST(FileHandle, IsClosedOnExecAndOnDestruction) {
     for (const auto &handle : {file, pipe->reading, pipe->writing}) {
       EXPECT_EQ(::fcntl(handle->descriptor(), F_GETFD), FD_CLOEXEC);
     }
-    EXPECT_EQ(openDescriptors(), before + 3);
+    EXPECT_EQ(openDescriptorCount(), descriptorsBefore + 3);
   }
-  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(openDescriptorCount(), descriptorsBefore);
 }
 
-TEST(FileHandle, TransfersMoreThanPipeBuffer) {
+TEST(FileHandle, PipeTransfersMoreThanItsBuffer) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   std::string bytes(1u << 20, '\0');
@@ -49,7 +49,7 @@ TEST(FileHandle, TransfersMoreThanPipeBuffer) {
   EXPECT_TRUE(reader.get() == bytes);
 }
 
-TEST(FileHandle, FailedWriteReturnsFalse) {
+TEST(FileHandle, WriteToReadEndFailsAndReadFromWriteEndReturnsNothing) {
   auto pipe = Pipe::create();
   ASSERT_TRUE(pipe);
   EXPECT_FALSE(pipe->reading->write("the wrong end"));

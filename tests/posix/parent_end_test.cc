@@ -20,16 +20,16 @@ namespace {
 
 using namespace posix_test;
 
-/// Calls waitpid, again after EINTR.
-pid_t waitFor(pid_t process, int &status) {
+/// Calls waitpid until it is not interrupted by a signal (EINTR).
+pid_t waitpidUninterrupted(pid_t process, int &status) {
   pid_t found = 0;
   while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
   }
   return found;
 }
 
-/// Tests with an application process: a child of the test that runs a task and then waits to
-/// be killed. The test is the subreaper of that process's orphaned children.
+/// Tests with an application process, which is a child of the test and may have a child of its
+/// own. The test is the subreaper of that process's orphaned children.
 class ParentEnd : public testing::Test {
  public:
   ParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
@@ -43,6 +43,7 @@ class ParentEnd : public testing::Test {
   }
 
  protected:
+  /// Forks an application that runs a task and then waits to be killed.
   template <typename Task>
   void startApplication(const Task &task) {
     application = ::fork();
@@ -84,7 +85,7 @@ class ParentEnd : public testing::Test {
   void killApplication() {
     ::kill(application, SIGKILL);
     int status = 0;
-    ASSERT_EQ(waitFor(application, status), application);
+    ASSERT_EQ(waitpidUninterrupted(application, status), application);
     application = 0;
   }
 
@@ -92,7 +93,7 @@ class ParentEnd : public testing::Test {
   pid_t child = 0;
 };
 
-TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigterm) {
+TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigtermWhenParentIsKilled) {
   auto request = program("/bin/sh", {"-c", "echo $$; exec sleep 600"});
   request.endsWithParent = true;
   ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
@@ -102,7 +103,7 @@ TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigterm) {
   EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
-TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesParent) {
+TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesKilledParent) {
   ASSERT_NO_FATAL_FAILURE(
       startApplicationWithChild(program("/bin/sh", {"-c", "echo $$; exec sleep 600"})));
   ASSERT_NO_FATAL_FAILURE(killApplication());
@@ -111,7 +112,7 @@ TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesParent) {
   EXPECT_EQ(WTERMSIG(waitForChild()), SIGUSR1);
 }
 
-TEST_F(ParentEnd, ChildOutlivesCallingThread) {
+TEST_F(ParentEnd, ChildWithEndsWithParentOutlivesLaunchingThread) {
   PosixProcessLauncher launcher(processEnvironment());
   auto request = program("/bin/sleep", {"600"});
   request.endsWithParent = true;
@@ -135,16 +136,17 @@ bool isThreadOf(pid_t process, pid_t thread) {
                                  std::to_string(thread));
 }
 
-/// Runs a stopped application until it has forked a child that has not run yet. Returns
-/// the child's process ID, or zero when ptrace is not permitted.
-pid_t childBeforeFirstInstruction(pid_t application) {
+/// Continues a traced, stopped application until it has forked a child. ptrace stops the child
+/// before its first instruction. Returns the child's process ID, or zero when ptrace is not
+/// permitted.
+pid_t continueUntilChildIsForked(pid_t application) {
   int status = 0;
-  if (waitFor(application, status) != application || !WIFSTOPPED(status)) return 0;
+  if (waitpidUninterrupted(application, status) != application || !WIFSTOPPED(status)) return 0;
   const long options = PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK;
   if (::ptrace(PTRACE_SETOPTIONS, application, nullptr, options) != 0) return 0;
   ::ptrace(PTRACE_CONT, application, nullptr, 0);
   for (;;) {
-    const pid_t stopped = waitFor(-1, status);
+    const pid_t stopped = waitpidUninterrupted(-1, status);
     if (stopped <= 0) return 0;
     if (!WIFSTOPPED(status)) continue;
     // ptrace stops a new thread or child before its first instruction.
@@ -155,7 +157,7 @@ pid_t childBeforeFirstInstruction(pid_t application) {
   }
 }
 
-TEST_F(ParentEnd, ChildOfParentKilledAfterForkDoesNotRun) {
+TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
   const TemporaryFolder folder;
   const auto marker = folder.path() / "ran";
   auto request = program("/usr/bin/touch", {marker});
@@ -165,12 +167,12 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkDoesNotRun) {
     ::raise(SIGSTOP);
     PosixProcessLauncher(processEnvironment()).launch(request);
   }));
-  child = childBeforeFirstInstruction(application);
+  child = continueUntilChildIsForked(application);
   if (child == 0) GTEST_SKIP() << "ptrace is not permitted";
   ::kill(application, SIGKILL);
   // The tracer must also wait for the application's threads before it can be reaped.
   int status = 0;
-  while (waitFor(-1, status) != application || WIFSTOPPED(status)) {
+  while (waitpidUninterrupted(-1, status) != application || WIFSTOPPED(status)) {
   }
   application = 0;
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);

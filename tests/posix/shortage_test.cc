@@ -1,4 +1,4 @@
-// Launches without free descriptors, threads or processes.
+// Launches when the process has no free descriptors, threads or processes.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -12,14 +12,14 @@ namespace {
 
 using namespace posix_test;
 
-TEST(Shortage, DescriptorExhaustionFailsOnlyWhatNeedsDescriptors) {
+TEST(Shortage, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) {
   PosixProcessLauncher launcher(processEnvironment());
   const TemporaryFolder folder;
   const std::string path = folder.file("file", "");
   const ResourceLimit limit(RLIMIT_NOFILE, 64);
-  std::vector<std::shared_ptr<FileHandle>> all;
-  while (auto handle = FileHandle::forWriting("/dev/null")) all.push_back(std::move(handle));
-  ASSERT_FALSE(all.empty());
+  std::vector<std::shared_ptr<FileHandle>> handles;
+  while (auto handle = FileHandle::forWriting("/dev/null")) handles.push_back(std::move(handle));
+  ASSERT_FALSE(handles.empty());
 
   EXPECT_FALSE(Pipe::create());
   EXPECT_FALSE(FileHandle::forWriting(path));
@@ -32,7 +32,7 @@ TEST(Shortage, DescriptorExhaustionFailsOnlyWhatNeedsDescriptors) {
   EXPECT_EQ(child.process->terminationStatus(), 3);
 
   // A handle with the number of a standard stream needs one more descriptor.
-  const int output = ::dup2(STDOUT_FILENO, all.back()->descriptor());
+  const int savedOutput = ::dup2(STDOUT_FILENO, handles.back()->descriptor());
   {
     const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);
     request.standardOutput = {StandardStream::Kind::handle, handle};
@@ -41,7 +41,7 @@ TEST(Shortage, DescriptorExhaustionFailsOnlyWhatNeedsDescriptors) {
     EXPECT_FALSE(failed.process);
     EXPECT_EQ(failed.error, "/bin/sh: " + description(EMFILE));
   }
-  ::dup2(output, STDOUT_FILENO);
+  ::dup2(savedOutput, STDOUT_FILENO);
 }
 
 #if defined(__linux__)
@@ -49,14 +49,15 @@ TEST(Shortage, ThreadAndProcessExhaustionFailsLaunch) {
   PosixProcessLauncher launcher(processEnvironment());
   // RLIMIT_NPROC does not apply to root.
   const bool isRoot = ::geteuid() == 0;
+  constexpr uid_t nobody = 65534;
   if (isRoot) {
-    ASSERT_EQ(::setresuid(65534, 65534, 0), 0);
+    ASSERT_EQ(::setresuid(nobody, nobody, 0), 0);
   }
   const auto request = program("/bin/sh", {"-c", "exit 3"});
   LaunchResult child;
   int failures = 0;
   // With a rising limit, first no thread can be created, then a thread but no process, and
-  // finally both.
+  // finally both. 5000 bounds the loop.
   for (rlim_t tasks = 0; !child.process && tasks < 5000; ++tasks) {
     const ResourceLimit limit(RLIMIT_NPROC, tasks);
     child = launcher.launch(request);
@@ -71,7 +72,7 @@ TEST(Shortage, ThreadAndProcessExhaustionFailsLaunch) {
   ASSERT_TRUE(child.process);
   child.process->waitUntilExit();
   EXPECT_EQ(child.process->terminationStatus(), 3);
-  EXPECT_FALSE(hasZombie());
+  EXPECT_FALSE(hasZombieChild());
 }
 #endif
 

@@ -19,17 +19,17 @@ using std::chrono::milliseconds;
 
 TEST(ThreadBackgroundQueue, WorkRunsInParallel) {
   ThreadBackgroundQueue queue;
-  std::promise<void> first;
-  std::promise<void> second;
+  std::promise<void> firstStarted;
+  std::promise<void> secondStarted;
   std::promise<void> done;
   queue.post([&] {
-    first.set_value();
-    second.get_future().wait();
+    firstStarted.set_value();
+    secondStarted.get_future().wait();
     done.set_value();
   });
   queue.post([&] {
-    first.get_future().wait();
-    second.set_value();
+    firstStarted.get_future().wait();
+    secondStarted.set_value();
   });
   EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
@@ -58,7 +58,7 @@ class NoNewThreads {
   rlimit before_{};
 };
 
-TEST(ThreadBackgroundQueue, WorkNeverRunsOnCallerWhenNoThreadCanStart) {
+TEST(ThreadBackgroundQueue, WorkPostedWhenNoThreadCanStartRunsOnAnotherThread) {
   std::array<std::promise<std::thread::id>, 3> threads;
   ThreadBackgroundQueue queue;
   {
@@ -75,7 +75,7 @@ TEST(ThreadBackgroundQueue, WorkNeverRunsOnCallerWhenNoThreadCanStart) {
   }
 }
 
-TEST(ThreadBackgroundQueue, DestructionWaitsForWork) {
+TEST(ThreadBackgroundQueue, DestructionWaitsForPostedWork) {
   std::atomic<int> ended = 0;
   const auto captured = std::make_shared<int>(1);
   {

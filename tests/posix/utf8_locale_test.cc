@@ -22,7 +22,7 @@ constexpr const char *utf8Locale = "C.UTF-8";
 
 using Variables = std::map<std::string, std::string>;
 
-/// Returns those of the variables that determine the locale.
+/// Returns the environment variables that determine the character encoding.
 Variables localeVariables() {
   auto variables = processEnvironment();
   std::erase_if(variables, [](const auto &variable) {
@@ -61,7 +61,7 @@ TEST_F(Utf8Locale, OnlyUnsetOrEmptyLocaleBecomesUtf8) {
   }
 }
 
-TEST_F(Utf8Locale, PsPrintsNonAsciiPaths) {
+TEST_F(Utf8Locale, PsPrintsNonAsciiPathInUtf8Locale) {
   setLocaleVariables({});
   ensureUtf8Locale();
   PosixProcessLauncher launcher(processEnvironment());

@@ -26,6 +26,8 @@ class HttpReplies {
     std::thread::id thread;
   };
 
+  /// Returns a completion that adds its reply, with this name, to the collection. The
+  /// collection must outlive it.
   DataCompletion completion(std::string name = {}) {
     return [this, name = std::move(name)](const DataReply &received) {
       const std::lock_guard lock(mutex_);
@@ -63,7 +65,7 @@ inline UrlRequest requestOf(const std::string &address) {
 inline HttpReplies::Reply fetch(HttpSession &session, const UrlRequest &request) {
   HttpReplies replies;
   session.dataTask(request, replies.completion());
-  // Practically without a limit: the completion refers to `replies`.
+  // A long limit, because the completion refers to `replies`, which must outlive it.
   return replies.wait(1, std::chrono::seconds(600)).at(0);
 }
 inline HttpReplies::Reply fetch(HttpSession &session, const std::string &address) {

@@ -15,7 +15,7 @@ namespace orvel {
 
 namespace {
 
-sockaddr_in loopback(int port) {
+sockaddr_in loopbackAddress(int port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<in_port_t>(port));
@@ -32,11 +32,11 @@ int newSocket() {
 /// Returns a socket that is bound to an unused port of 127.0.0.1, and the port.
 std::pair<int, int> boundSocket() {
   const int descriptor = newSocket();
-  sockaddr_in address = loopback(0);
+  sockaddr_in address = loopbackAddress(0);
   socklen_t size = sizeof address;
-  auto *general = reinterpret_cast<sockaddr *>(&address);
-  if (descriptor < 0 || ::bind(descriptor, general, size) != 0 ||
-      ::getsockname(descriptor, general, &size) != 0) {
+  auto *genericAddress = reinterpret_cast<sockaddr *>(&address);
+  if (descriptor < 0 || ::bind(descriptor, genericAddress, size) != 0 ||
+      ::getsockname(descriptor, genericAddress, &size) != 0) {
     throw std::runtime_error("no loopback socket");
   }
   return {descriptor, ntohs(address.sin_port)};
@@ -95,10 +95,10 @@ LoopbackServer::~LoopbackServer() {
     closing_ = true;
     for (const int descriptor : open_) ::shutdown(descriptor, SHUT_RDWR);
   }
-  // Shutting a listening socket down does not end a blocking accept() on macOS: connect.
+  // On macOS, shutdown() of a listening socket does not end a blocking accept(), so a
+  // connection ends it.
   const int client = newSocket();
-  const sockaddr_in address = loopback(port_);
-  // Fails where shutdown has already ended accept().
+  const sockaddr_in address = loopbackAddress(port_);
   [[maybe_unused]] const int connected =
       ::connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address);
   acceptor_.join();
@@ -141,7 +141,7 @@ void LoopbackServer::serve(int descriptor) {
     }
     handler_(*connection, head);
   }
-  // Before it is closed: the kernel may reuse the number at once.
+  // Runs before the connection closes the descriptor: the kernel may reuse the number at once.
   const std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
 }

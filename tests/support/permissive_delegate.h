@@ -4,7 +4,7 @@
 
 namespace orvel {
 
-/// Allows every navigation and confirms every panel.
+/// A delegate that allows every navigation and confirms every JavaScript panel.
 class PermissiveDelegate final : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {

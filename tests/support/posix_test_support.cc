@@ -55,7 +55,7 @@ LaunchResult LauncherUnderTest::launch(const LaunchRequest &request) {
   return launcher_.launch(changed);
 }
 
-int openDescriptors() {
+int openDescriptorCount() {
   int count = 0;
   DIR *folder = ::opendir("/dev/fd");
   while (::readdir(folder) != nullptr) ++count;
@@ -64,7 +64,7 @@ int openDescriptors() {
   return count - 3;
 }
 
-bool hasZombie() {
+bool hasZombieChild() {
   siginfo_t info{};
   return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid != 0;
 }

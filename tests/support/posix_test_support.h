@@ -33,12 +33,12 @@ struct Outcome {
   std::string error;
   int status = 0;
 };
-/// Runs a program to its end.
+/// Runs a program to its end and reads its output.
 Outcome run(ProcessLauncher &launcher, LaunchRequest request);
-/// Runs a command of /bin/sh to its end.
+/// Runs a command of /bin/sh to its end and reads its output.
 Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 
-/// Returns the request for a program.
+/// Returns the request to launch a program.
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
 /// A launcher that sets `endsWithParent` of every request to the parameter of the test. On
@@ -56,7 +56,7 @@ class LauncherUnderTest final : public ProcessLauncher {
   const bool endsWithParent_;
 };
 
-/// Returns the test name suffix for the parameter.
+/// Returns the suffix of the test name for the value of `endsWithParent`.
 inline std::string launcherName(const testing::TestParamInfo<bool> &endsWithParent) {
   return endsWithParent.param ? "EndsWithParent" : "Independent";
 }
@@ -89,15 +89,15 @@ class FullDisk {
   FullDisk &operator=(const FullDisk &) = delete;
 
  private:
-  // The default action of the signal ends the process.
+  // A write beyond RLIMIT_FSIZE raises SIGXFSZ, whose default action ends the process.
   void (*const handler_)(int) = std::signal(SIGXFSZ, SIG_IGN);
   const ResourceLimit limit_;
 };
 
 /// Returns the number of open descriptors of this process.
-int openDescriptors();
+int openDescriptorCount();
 /// Returns whether this process has a zombie child.
-bool hasZombie();
+bool hasZombieChild();
 /// Returns the system's description of an errno value.
 std::string description(int errorNumber);
 /// Reads up to the end of a line or of the file. Returns the text without the line feed.
