@@ -24,7 +24,8 @@ class LoopbackConnection {
   std::string readHead();
   /// Returns false when the client has disconnected.
   bool send(std::string_view bytes);
-  /// Like `send`, but one byte at a time with a pause after each.
+  /// Sends one byte at a time with a pause after each. Returns false when the client has
+  /// disconnected.
   bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
   /// Closes the sending direction; the client reads the end of the stream.
   void shutDownSending();
@@ -40,7 +41,7 @@ class LoopbackConnection {
 /// An HTTP server on an unused port of 127.0.0.1. Each connection has a thread.
 class LoopbackServer {
  public:
-  /// Is called with the head of the request, which has been read.
+  /// Handles a request on the connection's thread. The server has already read its head.
   using Handler = std::function<void(LoopbackConnection &, const std::string &head)>;
 
   explicit LoopbackServer(Handler handler);
@@ -82,8 +83,8 @@ std::string refusedUrl(std::string_view path = "/");
 /// break, or "(absent)".
 std::string headerField(const std::string &head, std::string_view name);
 
-/// Returns a response with a status such as "200 OK" and a Content-Length. Each of the
-/// fields ends with CRLF.
+/// Returns a response with a status such as "200 OK", a Content-Length and additional header
+/// fields, each of which ends with CRLF.
 std::string response(std::string_view status, std::string_view body, std::string_view fields = "");
 std::string okResponse(std::string_view body = "", std::string_view fields = "");
 std::string redirectTo(std::string_view location, std::string_view status = "302 Found");
