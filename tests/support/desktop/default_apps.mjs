@@ -99,15 +99,15 @@ export class Desktop {
     await this.awaitOpened(barrierUrl);
   }
 
-  /// Quits, waits for all processes, and fails unless exactly these URLs and files have been
-  /// opened, the page has not been replaced, and there was one window at most.
+  /// Fails if the page has been replaced, quits, and does the same as awaitEndAndAssertOpened().
   async quitAndAssertOpened(...urls) {
     this.user.root.assertPageLoadedOnce();
     await this.user.quit();
     await this.awaitEndAndAssertOpened(...urls);
   }
 
-  /// Does the same when the application is ending or has ended, but for the page.
+  /// Waits for all processes, and fails unless exactly these URLs and files have been opened, and
+  /// there was one window at most.
   async awaitEndAndAssertOpened(...urls) {
     await this.user.awaitProcessesEnded();
     assert.deepEqual(this.opened().sort(), urls.sort());
