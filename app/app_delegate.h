@@ -33,8 +33,8 @@ class AppDelegate final : public ApplicationDelegate,
   std::unique_ptr<Window> window;
   /// The local OS server that was launched last. It may have exited.
   std::shared_ptr<ChildProcess> server;
-  /// Whether the application stops the server on purpose. Its exit is then not
-  /// reported as a failure.
+  /// Whether the application is quitting. An exit of the server is then not reported as
+  /// a failure.
   bool quitting = false;
   /// The key by which the server recognizes requests of this application.
   const std::string appSleutel;
@@ -54,13 +54,13 @@ class AppDelegate final : public ApplicationDelegate,
   bool applicationShouldTerminateAfterLastWindowClosed() override;
 
   // server/node_discovery.cc
-  /// Returns the path of the node executable, or the usual path when none was found.
+  /// Returns the path of the node executable, or /usr/local/bin/node when none was found.
   /// May block on a shell that reads the user's configuration files.
   std::string nodePath();
 
   // server/stale_server.cc
-  /// Stops the OS servers of this data root that still listen on the local port.
-  /// Then waits until the port is free, at most 4 seconds.
+  /// Stops the OS servers of this data root (`Settings::ROOT`) that still listen on the
+  /// local port. Then blocks until the port is free, at most 4 seconds.
   void killStaleServer();
 
   // server/launch.cc
@@ -69,11 +69,13 @@ class AppDelegate final : public ApplicationDelegate,
   void startServer();
 
   // server/readiness.cc
-  /// Starts the local server when it is needed, waits until the server address
-  /// answers, and then loads it into the web view.
+  /// Starts the local server when it is needed and begins to probe the server address.
+  /// The web view loads the address as soon as a probe succeeds. Blocks only while it
+  /// starts a server.
   void openOS();
-  /// Sends probe number `tries`, counted from 0. Depending on the response, loads the
-  /// OS, sends the next probe after a pause or shows the error page.
+  /// Sends a probe request and returns at once. `tries` is the number of probes that have
+  /// failed. Depending on the response, loads the page of the OS server, sends the next
+  /// probe after a pause or shows the error page.
   void waitForServer(int tries);
 
   // web/server_address.cc
@@ -82,16 +84,20 @@ class AppDelegate final : public ApplicationDelegate,
   std::string baseURL() const;
   /// Returns whether the OS server runs on this machine. Any thread.
   bool lokaal() const;
-  /// Returns a request that carries the app key. Redirects to another origin do not
-  /// get the key (isSameOriginOrUpgrade). Any thread.
+  /// Returns a request that carries the app key. A redirect gets the key only within the
+  /// same origin or to https on the same host (`isSameOriginOrUpgrade`). Any thread.
   UrlRequest metSleutel(const Url &url) const;
 
   // web/address_dialog.cc
   void kiesAdres() override;
 
   // web/navigation_policy.cc
+  /// Decides on a navigation, and opens or downloads a URL that the web view does not show.
   NavigationPolicy decidePolicy(const NavigationAction &action) override;
+  /// Returns the decision of decidePolicy, but neither opens nor downloads the URL.
   NavigationPolicy policyFor(const NavigationAction &action) const override;
+  /// Downloads the URL of a new window or opens it outside the application. Creates no
+  /// view: the name is that of the event in WebKit.
   void createWebView(const std::optional<Url> &url) override;
 
   // web/javascript_panels.cc
@@ -106,8 +112,8 @@ class AppDelegate final : public ApplicationDelegate,
   void bewaarEnOpen(const Url &url);
 
   // update/update_check.cc
-  /// Checks for a newer release and installs it. A silent check (`stil`) shows no
-  /// alert of its own.
+  /// Checks for a newer release and installs it. A silent check (`stil`) does not report
+  /// its result in an alert.
   void zoekUpdate(bool stil);
   void zoekUpdateMenu() override;
   /// Shows an alert with one button.
@@ -121,10 +127,10 @@ class AppDelegate final : public ApplicationDelegate,
   void installeer(const Url &archive, const std::string &versie, const ReleaseSignature &signature);
 
  private:
-  /// Returns the request that loads the OS. It has no key header, because the cookie
+  /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
-  void serverDidExit(const std::shared_ptr<ChildProcess> &task);
+  void serverDidExit(const std::shared_ptr<ChildProcess> &process);
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
   void showOS();
   void useAddress(const std::string &input);

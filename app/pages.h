@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// The page that is shown until the OS is ready: empty, in the window's background
-/// color.
+/// The page that is shown until the page of the OS server can be loaded: empty, in the
+/// window's background color.
 extern const std::string_view blankPage;
 
 /// Returns a page that shows a message. The message is HTML and is not escaped.

@@ -19,8 +19,8 @@ class FileHandle {
 
   int descriptor() const { return descriptor_; }
 
-  /// Opens an existing file for writing from its beginning. Returns null when it cannot
-  /// be opened. Any thread.
+  /// Opens an existing file for writing from its beginning. Does not truncate it. Returns
+  /// null when it cannot be opened. Any thread.
   static std::shared_ptr<FileHandle> forWriting(const std::string &path);
 
   /// Reads until end of file, which may block. On an error, returns the bytes read so

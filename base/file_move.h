@@ -11,8 +11,8 @@ enum class MoveResult {
   failed,
 };
 
-/// Moves a file to a path that does not exist. The file appears there complete or not at
-/// all, and never replaces another file. Any thread; may block on the disk.
+/// Moves a file unless something exists at the destination. The file appears there
+/// complete or not at all, and never replaces another file. Any thread; may block on the disk.
 MoveResult moveFile(const std::string &from, const std::string &to);
 
 }  // namespace orvel

@@ -20,8 +20,8 @@ void UrlRequest::setHeader(std::string_view name, std::string_view value) {
 }
 
 std::optional<std::string> UrlRequest::header(std::string_view name) const {
-  for (const auto &[field, value] : headers) {
-    if (equalIgnoringAsciiCase(field, name)) return value;
+  for (const auto &[fieldName, value] : headers) {
+    if (equalIgnoringAsciiCase(fieldName, name)) return value;
   }
   return std::nullopt;
 }

@@ -65,18 +65,18 @@ struct NavigationAction {
   NavigationTarget target = NavigationTarget::mainFrame;
 };
 
-/// The receiver of a web view's events and questions. Main thread.
+/// The receiver of a web view's events. It also decides on navigations. Main thread.
 class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
 
-  /// Decides on a navigation. Called once before each navigation. When this returns, the
-  /// action that replaces a cancelled navigation has been started.
+  /// Decides on a navigation. Called once before each navigation. If a download or another
+  /// application replaces a cancelled navigation, starts it before it returns.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
   /// Returns the same as decidePolicy without side effects, for a web engine that does not
-  /// know the target when it asks.
+  /// report the target when it requests the decision.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
-  /// Handles a request of the page or the user for a new window. No window is created.
+  /// Handles a request of the page or the user for a new window. Creates no window.
   virtual void createWebView(const std::optional<Url> &url) = 0;
   /// Shows a JavaScript alert. The page waits for the completion, which is called once, or
   /// never when the application ends first.

@@ -39,9 +39,9 @@ void AppDelegate::startServer() {
   // An application that crashes or loses its display cannot stop the server itself.
   request.endsWithParent = true;
   request.terminationHandler = [weak = weak_from_this(), &mainQueue = platform_.mainQueue](
-                                   const std::shared_ptr<ChildProcess> &task) {
-    mainQueue.post([weak, task] {
-      if (const auto self = weak.lock()) self->serverDidExit(task);
+                                   const std::shared_ptr<ChildProcess> &process) {
+    mainQueue.post([weak, process] {
+      if (const auto self = weak.lock()) self->serverDidExit(process);
     });
   };
 
@@ -53,11 +53,11 @@ void AppDelegate::startServer() {
   }
 }
 
-void AppDelegate::serverDidExit(const std::shared_ptr<ChildProcess> &task) {
+void AppDelegate::serverDidExit(const std::shared_ptr<ChildProcess> &process) {
   // Ignore the exit of a server that has been replaced.
-  if (server != task) return;
+  if (server != process) return;
   if (quitting) return;
-  showError("De OS-server is gestopt (code " + std::to_string(task->terminationStatus()) +
+  showError("De OS-server is gestopt (code " + std::to_string(process->terminationStatus()) +
             "). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R.");
 }
 

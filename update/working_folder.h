@@ -11,10 +11,10 @@ namespace orvel {
 /// Any thread.
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
 
-/// Removes what earlier installations left and creates an empty folder to unpack into. Returns
-/// false unless it and its parents below the temporary folder are real folders: a symbolic link
-/// could lead to any folder of the user's. The caller
-/// holds the lock of the temporary folder. Any thread; blocks on the disk.
+/// Removes what earlier installations left and creates an empty folder to unpack into.
+/// Returns false unless that folder and its parents below the temporary folder are real
+/// folders: a symbolic link could lead to any of the user's folders. The caller holds the lock
+/// of the temporary folder. Any thread; blocks on the disk.
 bool createWorkingFolder(const std::filesystem::path &temporary,
                          const std::filesystem::path &folder);
 

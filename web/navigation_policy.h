@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-/// The action that replaces a cancelled navigation.
+/// What the application does with a URL that it does not show in the web view.
 enum class NavigationConsequence {
   none,
   /// The user's default application opens the URL.
@@ -30,7 +30,8 @@ struct NavigationDecision {
 NavigationDecision decideNavigation(const NavigationAction &action, std::string_view baseURL);
 
 /// Decides on a URL that a page opens in a new window: the application has only one
-/// window, so the URL is downloaded or opened outside. Any thread.
+/// window, so a URL of the server is downloaded and any other URL is opened outside the
+/// application. Any thread.
 NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL);
 
 }  // namespace orvel

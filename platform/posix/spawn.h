@@ -20,9 +20,10 @@ int spawn(const LaunchRequest &request, const std::map<std::string, std::string>
 /// errno value. Any thread.
 int posixSpawn(const SpawnPlan &plan, pid_t &child);
 
-/// Like `posixSpawn`, but asks the system to send the child SIGTERM when the calling
-/// thread ends, which includes every way in which this process may end. The calling
-/// thread must live as long as the child. Each edition has its own definition.
+/// Like `posixSpawn`. On Linux, also asks the kernel to send the child SIGTERM when the
+/// calling thread ends (PR_SET_PDEATHSIG), which includes every way in which this process
+/// may end. The calling thread must therefore live as long as the child. macOS has no such
+/// call. Each edition has its own definition.
 int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child);
 
 }  // namespace orvel
