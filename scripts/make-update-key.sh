@@ -20,11 +20,9 @@ command -v openssl >/dev/null || fail "openssl is not installed"
 umask 077
 key=$(openssl ecparam -name prime256v1 -genkey -noout | openssl pkcs8 -topk8 -nocrypt) ||
   fail "openssl could not make a key"
-# Without "noclobber" this would overwrite a file, or create the target of a dangling link.
-(set -o noclobber && : >"$1") 2>/dev/null || fail "'$1' exists or cannot be created"
-if ! printf '%s\n' "$key" >"$1"; then
-  rm -f "$1"
-  fail "'$1' cannot be written"
-fi
+# "noclobber" accepts devices, and would otherwise not see a dangling link.
+if [ -e "$1" ] || [ -L "$1" ]; then fail "'$1' exists"; fi
+# One call creates and opens the file, so that no other user can replace it in between.
+(set -o noclobber && printf '%s\n' "$key" >"$1") 2>/dev/null || fail "'$1' cannot be written"
 public_key_of "$1"
 echo

@@ -72,6 +72,13 @@ if [ -n "$public_key$signing_key$old_signing_key" ]; then
   done
   [ "$(public_key_of "$signing_key")" = "$public_key" ] ||
     fail "ORVELOS_SIGNING_KEY and ORVELOS_UPDATE_KEY are not a pair"
+  if [ -n "$old_signing_key" ]; then
+    old_public_key=$(public_key_of "$old_signing_key" || true)
+    public_key_pem "$old_public_key" >/dev/null ||
+      fail "'$old_signing_key' is not a key that scripts/make-update-key.sh made"
+    [ "$old_public_key" != "$public_key" ] ||
+      fail "ORVELOS_OLD_SIGNING_KEY is the new key, which no installed application accepts"
+  fi
 fi
 
 work=''
@@ -113,8 +120,7 @@ if [ -n "$signing_key" ]; then
   fi
   openssl dgst -sha256 -sign "$signing_key" -out "$work/signature" <<<"$message" ||
     fail "openssl could not sign the release"
-  public_key_pem "$(public_key_of "$signing_key")" >"$work/public.pem" ||
-    fail "'$signing_key' is not a key that scripts/make-update-key.sh made"
+  public_key_pem "$(public_key_of "$signing_key")" >"$work/public.pem"
   openssl dgst -sha256 -verify "$work/public.pem" -signature "$work/signature" <<<"$message" \
     >/dev/null || fail "the signature of the release is not valid"
   members+=", \"handtekening\": \"$(openssl base64 -A -in "$work/signature")\""

@@ -3,8 +3,8 @@
 #
 #   ./scripts/test.sh       the tests that tell whether the application works: C++ tests,
 #                           essential end-to-end tests, the demo server
-#   ./scripts/test.sh all   every test, the linters, both sanitizers, Clang with the fuzz
-#                           targets, and a sample of mutants
+#   ./scripts/test.sh all   every test, the linters, both sanitizers, and Clang with the fuzz
+#                           targets
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -27,9 +27,12 @@ bool FakeLocations::replaceItem(const std::string &original, const std::string &
       fs::equivalent(original, replacement, error)) {
     return false;
   }
-  fs::remove_all(original);
   // Unlike rename(2), a copy works between two file systems.
-  fs::copy(replacement, original, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+  const std::string copy = original + ".new";
+  fs::copy(replacement, copy, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+  if (error) return false;
+  fs::remove_all(original);
+  fs::rename(copy, original);
   fs::remove_all(replacement);
   return true;
 }

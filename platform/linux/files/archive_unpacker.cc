@@ -15,7 +15,6 @@ void ArchiveUnpacker::unpack(const std::string &archive, const std::string &fold
   std::error_code error;
   if (!fs::create_directory(part, error) || !extractArchive(archive, part.string()) ||
       !isLoadableProgram(processes_, (part / bundle / "Contents/Linux/orvel-os").string())) {
-    fs::remove_all(part, error);
     return;
   }
   fs::rename(part / bundle, fs::path(folder) / bundle, error);
