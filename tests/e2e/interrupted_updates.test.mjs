@@ -94,7 +94,7 @@ const updateFolder = (user) =>
 /// Returns the numbers, from 1, of the system calls of a name at which to kill. Of the calls that
 /// unpack the archive only the first and the last are included: they do not touch the bundle, and
 /// the extraction has tests of its own.
-function callNumbers(name, calls) {
+function callNumbersToKillAt(name, calls) {
   const isUnpacking = ({ args }) => args.includes('/orvel-os-update-1.1/part');
   const [first, last] = [calls.findIndex(isUnpacking), calls.findLastIndex(isUnpacking)];
   assert.ok(first >= 0 && last > first);
@@ -103,7 +103,7 @@ function callNumbers(name, calls) {
     .flatMap(({ index }, earlier) => (index <= first || index >= last ? [earlier + 1] : []));
 }
 
-// A signed release: its installation has every step of an unsigned one.
+// The release is signed, because its installation has every step of an unsigned one and more.
 test('SIGKILL at any system call that changes a file leaves a complete bundle that starts',
   { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
@@ -131,7 +131,7 @@ test('SIGKILL at any system call that changes a file leaves a complete bundle th
     const names = new Set(uninterrupted.calls.map(({ name }) => name));
     for (const name of names) {
       let kills = 0;
-      for (const number of callNumbers(name, uninterrupted.calls)) {
+      for (const number of callNumbersToKillAt(name, uninterrupted.calls)) {
         // The application would remove an earlier run's folder, with additional calls.
         rmSync(updateFolder(user), { recursive: true, force: true });
         const { isComplete } = await installTraced(user, screen, server, gate, name, number);

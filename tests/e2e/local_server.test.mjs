@@ -99,6 +99,7 @@ test("node is found on the search path of the user's login shell", {
   const folder = join(user.home, 'user’s programs');
   mkdirSync(folder);
   symlinkSync(process.execPath, join(folder, 'node'));
+  // The application must ignore what the profile prints.
   writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
   await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
   const { argv } = await user.root.awaitStarted();
@@ -106,7 +107,7 @@ test("node is found on the search path of the user's login shell", {
   await waitFor('the log', () => existsSync(user.root.log));
 });
 
-/// Runs node with these arguments, a program that listens on the application's port, during the
+/// Runs node with these arguments, which make it listen on the application's port, during the
 /// body.
 async function withPortInUse(args, body) {
   const portHolder = spawn(process.execPath, args, {
@@ -128,12 +129,12 @@ test('a stale server of the same data root is terminated before the new one star
       user.root.setBehaviour({});
       await user.startAndShowPage();
       assert.ok(!isRunning(stale.pid));
-      const [first, second] = user.root.events('started');
-      assert.equal(first.pid, stale.pid);
-      assert.notEqual(second.pid, stale.pid);
+      const [staleStart, newStart] = user.root.events('started');
+      assert.equal(staleStart.pid, stale.pid);
+      assert.notEqual(newStart.pid, stale.pid);
       assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
       const responders = new Set(user.root.events('request').map(({ pid }) => pid));
-      assert.deepEqual([...responders], [second.pid]);
+      assert.deepEqual([...responders], [newStart.pid]);
     });
   });
 
@@ -149,9 +150,9 @@ test('without a locale a stale server on a non-ASCII path is terminated too',
     });
   });
 
-const otherProgram = `require('http')
-  .createServer((request, response) => response.writeHead(404).end())
-  .listen(${PORT}, '127.0.0.1')`;
+const responseToAll = '(request, response) => response.writeHead(404).end()';
+const otherProgram =
+  `require('http').createServer(${responseToAll}).listen(${PORT}, '127.0.0.1')`;
 /// Each function returns the arguments with which node listens on the port and, for a fixture
 /// server, its data root.
 const portHolders = {

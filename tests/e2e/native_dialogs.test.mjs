@@ -27,7 +27,7 @@ const inspectorPoint = [600, 790];
 const detachButton = [87, 13];
 
 /// Opens the inspector by the last item of the page's context menu, waits until its tool bar is
-/// drawn, and returns its position in the window.
+/// drawn, and returns the extents of the inspector in the window.
 async function openInspector(screen) {
   await screen.click(...uncoveredPoint, { button: 3 });
   await screen.awaitMenuOpen();
@@ -90,7 +90,7 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
       await saveScreenshot(dialog);
-      await quit(user.runs[0], screen);
+      await quit(user.run, screen);
       await user.awaitCleanExit();
       await user.root.awaitServerExit();
       assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');

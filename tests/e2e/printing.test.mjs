@@ -110,9 +110,9 @@ test('a page that prints in a loop opens one dialog at a time', async (user, scr
 
 test('the print dialog closes when the page navigates away', async (user, screen) => {
   const routes = { '/other': { page: 'other page' } };
-  const layout = await user.startWithPage(`${button('open', 'print(); setInterval(check, 50)')}
+  const layout = await user.startWithPage(`${button('open', 'print(); setInterval(tryToLeave, 50)')}
     <script>
-      const check = () => fetch('/leave').then(({ ok }) => ok && (location = '/other'));
+      const tryToLeave = () => fetch('/leave').then(({ ok }) => ok && (location = '/other'));
     </script>`, { routes });
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();

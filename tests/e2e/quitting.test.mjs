@@ -40,7 +40,7 @@ test('no error page is shown while a slow server stops', { behaviour: { stopDela
       await nextIteration();
       return run.exit;
     }, { every: 1 });
-    // An error page would be visible until the server has stopped.
+    // An error page would be visible until the server has stopped, so a screenshot would show it.
     assert.ok(count > 1, 'no screenshot was taken while the server stopped');
     await user.awaitCleanExit(run);
     assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');

@@ -25,7 +25,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
     mkdirSync(dirname(user.root.log));
     writeFileSync(user.root.log, 'line of an earlier run\n'.repeat(1000));
 
-    // Arguments are ignored.
+    // The application ignores its arguments, and replaces PORT for the server.
     user.start({
       args: ['--help', '--version', '--gapplication-service', 'file.txt'],
       environment: { PORT: '1', USER_VARIABLE: 'kept' },
@@ -73,20 +73,23 @@ test('the application shows the page of the demo server', async (user, screen) =
   rmSync(join(demo, 'v3/.local'), { recursive: true, force: true });
   user.start({ environment: { ORVEL_OS_ROOT: demo, ORVEL_DEMO_RECORD: recordPath } });
 
-  const record = () => {
+  const readRecord = () => {
     if (!existsSync(recordPath)) return [];
     return readFileSync(recordPath, 'utf8').split('\n').slice(0, -1).map(JSON.parse);
   };
-  const requestsTo = (path) => record().filter(({ url }) => url?.split('?')[0] === path);
+  const requestsTo = (path) => readRecord().filter(({ url }) => url?.split('?')[0] === path);
+  // The demo page sends this request once it is painted.
   await waitFor('the painted page', () => requestsTo('/api/getoond').length > 0);
+  // The text of the page is bright.
+  const minBrightShare = 0.001;
   await waitFor('the page on the screen', () =>
-    screen.screenshot().shareBrighterThan(brightChannel, headerBarHeight) > 0.001);
+    screen.screenshot().shareBrighterThan(brightChannel, headerBarHeight) > minBrightShare);
   await saveScreenshot('demo');
   assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
   assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
   await user.quit();
-  assert.equal(record().at(-1).event, 'stopped');
+  assert.equal(readRecord().at(-1).event, 'stopped');
 });
 
 test('the screen stays dark from the first frame to the page', async (user, screen) => {

@@ -11,6 +11,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
+/// Returns the path of a stored file.
 const stored = (name) => `/api/bestand/${name}`;
 /// Returns a route to a CSV file with the text that assertFileTexts() expects.
 const csvRoute = (name) => ({
@@ -25,7 +26,8 @@ function requestsFor(user, path) {
     decodeURIComponent(url.split('?')[0]) === path);
 }
 
-/// Fails unless there is one request, sent by the application itself with its key.
+/// Fails unless there is one request, sent by the application itself with its key. The web engine
+/// would send Upgrade-Insecure-Requests.
 function assertSentByApplication(requests) {
   assert.equal(requests.length, 1, JSON.stringify(requests));
   const [{ method, headers }] = requests;
@@ -34,7 +36,7 @@ function assertSentByApplication(requests) {
   assert.equal(headers['upgrade-insecure-requests'], undefined);
 }
 
-/// Fails unless there is one request, sent by the web engine.
+/// Fails unless there is one request, sent by the web engine without the key.
 function assertSentByPage(requests) {
   assert.equal(requests.length, 1, JSON.stringify(requests));
   assert.equal(requests[0].headers['x-orvel-app'], undefined);

@@ -38,7 +38,7 @@ test('each editing key changes the focused field once', async (user, screen) => 
   }
 });
 
-/// Waits for a page height that satisfies a predicate.
+/// Waits until the last reported height of the page satisfies a predicate.
 async function awaitPageHeight(user, what, isExpected) {
   await waitFor(what, () => isExpected(user.root.reported('size').at(-1)?.height));
 }
@@ -120,7 +120,7 @@ async function startInFullScreen(user, screen) {
 /// The first menu of the menu bar.
 const firstMenu = { role: 'menu item', name: 'Orvel OS' };
 
-/// A position that the shown menu bar covers, right of its menus.
+/// A position that the menu bar covers while it is shown, to the right of its menus.
 const menuBarPosition = [700, 20];
 const isBarShown = (screen) => !screen.screenshot().shows(pageColour, ...menuBarPosition);
 const awaitBarShown = (screen) => waitFor('the menu bar', () => isBarShown(screen));

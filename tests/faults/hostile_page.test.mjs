@@ -123,6 +123,7 @@ for (const click of [true, false]) {
   test(`${openCount} calls of window.open ${click ? 'after' : 'without'} a click ` +
     'start the default application as often',
     async (user, screen) => {
+      // Creates the default applications.
       new Desktop(user);
       // A navigation or link to an sms: URL would be ignored.
       await runAndAwaitOpened(user, screen,

@@ -16,7 +16,8 @@ function failedAssertions(output) {
     /CRITICAL|Assertion|terminate called|Sanitizer/.test(line) && !isKnown(line));
 }
 
-/// Returns the paths below a folder that match a pattern.
+/// Returns the paths below a folder that match a pattern. The names of incomplete files that the
+/// application writes begin with ".orvel-".
 const pathsMatching = (folder, pattern) =>
   readdirSync(folder, { recursive: true }).map(String).filter((path) => pattern.test(path));
 
@@ -29,7 +30,7 @@ export async function assertNoLeftovers(user, configurationFiles = ['defaults.in
   assert.deepEqual({
     failedAssertions: failedAssertions(user.runs.map((run) => run.output).join('')),
     temporary: readdirSync(TMPDIR),
-    // The update's folder stays; it is empty once the bundle has been moved out of it.
+    // The working folder of an update stays. The application has moved the bundle out of it.
     cache: pathsMatching(XDG_CACHE_HOME, /temporary\/|\.orvel-/)
       .filter((path) => !/\/orvel-os-update-[^/]*(\/part)?$/.test(path)),
     configuration: pathsMatching(XDG_CONFIG_HOME, /^nl\.orvel\.os\//)
