@@ -54,8 +54,8 @@ export const FILES = new Map(Object.entries({
   12: ['jaar.2026.definitief.csv', 'text/csv; charset=utf-8', attachment('filename="jaar.2026.definitief.csv"'), CSV],
 }));
 
-/// Returns the export as CSV, or as JSON with `formaat=json`. It says how the request was
-/// recognised.
+/// Returns the export as CSV, or as JSON with `formaat=json`. The export contains how the
+/// request was recognised.
 export function exportFor(request, query) {
   const herkend = labelOf(marksOf(request.headers));
   const sessie = sessionOf(request.headers) ? 'ja' : 'nee';
@@ -67,17 +67,17 @@ export function exportFor(request, query) {
   return { name: 'orvel-export.csv', type: 'text/csv; charset=utf-8', body };
 }
 
-/// Yields this many bytes.
-export async function* filled(bytes) {
+/// Yields this many bytes of repeated text.
+export async function* repeatedText(bytes) {
   const block = Buffer.alloc(64 * 1024, 'Orvel OS ');
   for (let left = bytes; left > 0; left -= block.length) {
     yield left < block.length ? block.subarray(0, left) : block;
   }
 }
 
-/// Yields one line every 500 ms.
-export async function* slow(lines) {
-  for (let line = 1; line <= lines; line += 1) {
+/// Yields this many lines, one every 500 ms.
+export async function* slowLines(count) {
+  for (let line = 1; line <= count; line += 1) {
     yield `regel ${String(line).padStart(2, '0')}\n`;
     await pause(500);
   }

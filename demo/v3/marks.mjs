@@ -1,4 +1,5 @@
-// The marks of a request of the desktop application: header, cookie and user agent.
+// The desktop application marks its requests with its key, in up to three places: a header
+// field, a cookie and the user agent. An ordinary browser sends none of these marks.
 
 /// Returns the cookies of a request by name; of duplicates the first.
 export function cookiesOf(headers) {
@@ -12,7 +13,7 @@ export function cookiesOf(headers) {
   return cookies;
 }
 
-/// Returns the key in each of the three marks (possibly empty), or null without the mark.
+/// Returns the key in each of the three marks: possibly empty, or null when the mark is absent.
 export function marksOf(headers) {
   const agent = /(?:^| )ORVELOS\/(\S*)$/.exec(headers['user-agent'] ?? '');
   return {

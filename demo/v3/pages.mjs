@@ -13,7 +13,8 @@ const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${a
 const button = (name, text, value = '') =>
   `<button type="button" data-do="${name}" data-value="${escapeHtml(value)}">${text}</button>`;
 
-/// Returns a page of this server under its other host name, which is another site.
+/// Returns the URL of a page of this server under its other host name. Localhost and 127.0.0.1
+/// are the same server but different origins.
 function otherHost(request) {
   const [, host = '127.0.0.1', port = ''] = /^([\w.-]+)(:\d+)?$/.exec(request.headers.host ?? '') ?? [];
   return `http://${host === 'localhost' ? '127.0.0.1' : 'localhost'}${port}/vreemd`;
@@ -146,18 +147,18 @@ const framed = (request) => page({
   ) + '<p class="result" id="antwoord">Nog niets gevraagd.</p>',
 });
 
-const form = (request, response, { sent }) => page({
+const form = (request, response, { formFields }) => page({
   title: 'Formulier',
   request,
   lead: 'Om te typen, te knippen, te plakken en ongedaan te maken.',
   body: `<div class="grid">${card('Tekst', `<form method="post" action="/formulier" class="fields">
-<label>Naam<input name="naam" autocomplete="off" value="${escapeHtml(sent?.get('naam') ?? '')}" autofocus></label>
+<label>Naam<input name="naam" autocomplete="off" value="${escapeHtml(formFields?.get('naam') ?? '')}" autofocus></label>
 <label>Wachtwoord<input name="geheim" type="password" autocomplete="off"></label>
-<label>Bericht<textarea name="bericht" rows="4">${escapeHtml(sent?.get('bericht') ?? '')}</textarea></label>
+<label>Bericht<textarea name="bericht" rows="4">${escapeHtml(formFields?.get('bericht') ?? '')}</textarea></label>
 <label>Keuze<select name="keuze"><option>Een</option><option>Twee</option></select></label>
 <p><button>Verstuur</button> <button type="reset">Wis</button></p></form>`)}
 ${card('Vrije tekst', '<div class="free" contenteditable spellcheck="false">Deze tekst is vrij te bewerken.</div>',
-    '<h2>Ontvangen</h2>', `<pre class="result" id="ontvangen">${sent ? escapeHtml([...sent].map(([name, value]) => `${name}: ${name === 'geheim' ? '•'.repeat([...value].length) : value}`).join('\n')) : 'Nog niets verstuurd.'}</pre>`)}</div>`,
+    '<h2>Ontvangen</h2>', `<pre class="result" id="ontvangen">${formFields ? escapeHtml([...formFields].map(([name, value]) => `${name}: ${name === 'geheim' ? '•'.repeat([...value].length) : value}`).join('\n')) : 'Nog niets verstuurd.'}</pre>`)}</div>`,
 });
 
 const PARAGRAPHS = [
@@ -176,14 +177,14 @@ const long = (request) => page({
 <p id="einde"><a href="#">Terug naar boven</a></p>`,
 });
 
-const release = (request, response, { releases }) => page({
+const release = (request, response, { releaseFolder }) => page({
   title: 'Uitgave',
   request,
   lead: 'Een nieuwe versie van de app staat hier klaar als de map met uitgaven is gekozen.',
   body: card('Wat hier klaarstaat', rows(
     [link('/download/linux.json'), 'manifest voor Linux'],
     [link('/download/mac.json'), 'manifest voor macOS'],
-  ), `<p class="result">${releases ? `Map: <code>${escapeHtml(releases)}</code>` : 'Geen map gekozen: zet <code>ORVEL_DEMO_RELEASES</code> op de map met manifest en archief.'}</p>
+  ), `<p class="result">${releaseFolder ? `Map: <code>${escapeHtml(releaseFolder)}</code>` : 'Geen map gekozen: zet <code>ORVEL_DEMO_RELEASES</code> op de map met manifest en archief.'}</p>
 <p><small>Een app op een lokaal adres vraagt hier nooit naar; kies een online adres om het te proberen.</small></p>`),
 });
 
@@ -218,7 +219,7 @@ ${card('Storing', rows(
 const plain = (title, text) => (request) => page({ title, request, lead: text, body: '<p><a class="button" href="/bestanden">Bestanden</a></p>' });
 
 /// The pages by path. Each function takes the request, the response and a context (record,
-/// state, query, releases, and the submitted fields of a form) and returns HTML.
+/// state, releaseFolder, query, and formFields: the submitted fields or null) and returns HTML.
 export const PAGES = new Map(Object.entries({
   '/': home,
   '/links': links,

@@ -6,15 +6,18 @@ import { cookiesOf, marksOf } from './marks.mjs';
 
 const MAX_REQUESTS = 200;
 
-/// Opens the record; `path` is the file, one JSON object a line, or undefined.
+/// Opens the record. `path` is the file to which one JSON object a line is appended; if it is
+/// undefined, the record is in memory only.
 export function openRecord(path) {
   const file = path ? openSync(path, 'a') : null;
   const requests = [];
+  // The application's readiness probes (GET /api/wie). `marks` and `time`, in milliseconds
+  // since the epoch, are those of the last probe.
   const probes = { count: 0, marks: null, time: null };
 
   // Synchronous, so that the file has the request before the client has the response, and
   // before the process can be killed.
-  function event(name, details) {
+  function addEvent(name, details) {
     if (file === null) return;
     const line = { event: name, time: new Date().toISOString(), ...details };
     try {
@@ -24,8 +27,9 @@ export function openRecord(path) {
     }
   }
 
-  function request({ method, url, headers, rawHeaders }) {
-    event('request', { method, url, headers, rawHeaders });
+  /// Records a request. Returns its entry, whose `status` the caller sets later.
+  function addRequest({ method, url, headers, rawHeaders }) {
+    addEvent('request', { method, url, headers, rawHeaders });
     const entry = {
       method,
       url,
@@ -44,5 +48,5 @@ export function openRecord(path) {
     return entry;
   }
 
-  return { event, request, requests, probes };
+  return { addEvent, addRequest, requests, probes };
 }

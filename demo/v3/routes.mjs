@@ -1,4 +1,4 @@
-// Maps addresses to handlers.
+// Maps the path and method of a request to its handler.
 
 import { createReadStream, readFileSync } from 'node:fs';
 import { stat } from 'node:fs/promises';
@@ -6,7 +6,7 @@ import { join } from 'node:path';
 import { Readable } from 'node:stream';
 import { pipeline } from 'node:stream/promises';
 
-import { exportFor, FILES, filled, slow } from './files.mjs';
+import { exportFor, FILES, repeatedText, slowLines } from './files.mjs';
 import { HttpError, readBody, send, sendJson, sendPage, targetOf } from './http.mjs';
 import { logo } from './layout.mjs';
 import { labelOf, marksOf, markNamesOf } from './marks.mjs';
@@ -46,13 +46,13 @@ const GENERATED_FILES = {
   groot(request, response, query) {
     const mib = Number(query.get('mib') ?? 64);
     if (!Number.isInteger(mib) || mib < 0 || mib > 4096) throw new HttpError(400);
-    return stream(request, response, 'application/octet-stream', Readable.from(filled(mib * MIB)), {
+    return stream(request, response, 'application/octet-stream', Readable.from(repeatedText(mib * MIB)), {
       'Content-Length': mib * MIB,
       'Content-Disposition': 'attachment; filename="groot.bin"',
     });
   },
   traag(request, response) {
-    return stream(request, response, 'text/plain; charset=utf-8', Readable.from(slow(20)), {
+    return stream(request, response, 'text/plain; charset=utf-8', Readable.from(slowLines(20)), {
       'Content-Disposition': 'attachment; filename="traag.txt"',
     });
   },
@@ -77,7 +77,7 @@ function sendFile(request, response, id, query) {
   return send(response, 200, type, content, disposition ? { 'Content-Disposition': disposition } : {});
 }
 
-/// Sends a manifest or an archive from the folder of releases. Other files are a 404.
+/// Sends a manifest or an archive from the release folder. Throws a 404 for any other name.
 async function sendRelease(request, response, folder, name) {
   if (!folder || !/^(linux\.json|mac\.json|\w[\w .+-]*\.zip)$/.test(name)) throw new HttpError(404);
   const path = join(folder, name);
@@ -94,11 +94,11 @@ function requireDemoHeader(request) {
 }
 
 export function createRouter({ record, state }) {
-  const releases = process.env.ORVEL_DEMO_RELEASES || null;
+  const releaseFolder = process.env.ORVEL_DEMO_RELEASES || null;
 
   const posts = new Map(Object.entries({
-    // Reports of a page: it is painted, or the answer to a panel. The data is in the query, so
-    // that it is in the record.
+    // Reports of a page: that it is painted, or the answer to a panel. The data is in the query,
+    // because the record contains the URL of a request but not its body.
     '/api/getoond': (request, response) => response.writeHead(204).end(),
     '/api/antwoord': (request, response) => response.writeHead(204).end(),
     '/api/stop': (request, response, { query }) => {
@@ -113,8 +113,8 @@ export function createRouter({ record, state }) {
       response.writeHead(204).end();
     },
     '/formulier': (request, response, { query, body }) => {
-      const sent = new URLSearchParams(body);
-      sendPage(response, PAGES.get('/formulier')(request, response, { query, sent }));
+      const formFields = new URLSearchParams(body);
+      sendPage(response, PAGES.get('/formulier')(request, response, { query, formFields }));
     },
   }));
 
@@ -140,8 +140,9 @@ export function createRouter({ record, state }) {
   }
   for (const [path, make] of PAGES) {
     gets.set(path, (request, response, { query }) => {
-      const sent = [...query].length ? query : null;
-      sendPage(response, make(request, response, { record, state, releases, query, sent }));
+      const formFields = [...query].length ? query : null;
+      const context = { record, state, releaseFolder, query, formFields };
+      sendPage(response, make(request, response, context));
     });
   }
 
@@ -150,7 +151,7 @@ export function createRouter({ record, state }) {
     const file = pathBelow('/api/bestand/');
     if (file !== null) return { get: (request, response, { query }) => sendFile(request, response, file, query) };
     const release = pathBelow('/download/');
-    if (release !== null) return { get: (request, response) => sendRelease(request, response, releases, release) };
+    if (release !== null) return { get: (request, response) => sendRelease(request, response, releaseFolder, release) };
     return { get: gets.get(path), post: posts.get(path) };
   }
 

@@ -23,14 +23,15 @@ try {
   fail(`het verslag kan niet worden geopend: ${error.message}`);
 }
 
-// `ignoresSigterm` is set by the page /server.
+// POST /api/stop?hoe=doof, which the page /server sends, sets `ignoresSigterm`. The server then
+// ignores SIGINT too.
 const state = { ignoresSigterm: false, started: Date.now() };
 const route = createRouter({ record, state });
 
 const server = createServer(
   { maxHeaderSize: 16 * 1024, headersTimeout: 10_000, requestTimeout: 20_000 },
   async (request, response) => {
-    const entry = record.request(request);
+    const entry = record.addRequest(request);
     response.on('close', () => {
       entry.status = response.headersSent ? response.statusCode : 0;
     });
@@ -48,7 +49,7 @@ const server = createServer(
 );
 
 server.on('clientError', (error, socket) => {
-  record.event('bad-request', { code: error.code ?? null });
+  record.addEvent('bad-request', { code: error.code ?? null });
   reject(socket, { HPE_HEADER_OVERFLOW: 431, ERR_HTTP_REQUEST_TIMEOUT: 408 }[error.code] ?? 400);
 });
 
@@ -58,7 +59,7 @@ server.on('error', (error) => {
 
 function stop(signal) {
   if (state.ignoresSigterm) return;
-  record.event('stopped', { signal });
+  record.addEvent('stopped', { signal });
   process.stdout.write(`Orvel OS is gestopt (${signal}).\n`);
   server.close(() => process.exit(0));
   server.closeAllConnections();
@@ -69,7 +70,7 @@ process.on('SIGINT', stop);
 server.listen({ port, host: ORVEL_DEMO_HOST }, () => {
   const { address, port: bound } = server.address();
   const { PATH = null, HOME = null } = process.env;
-  record.event('listening', {
+  record.addEvent('listening', {
     pid: process.pid,
     address,
     port: bound,
