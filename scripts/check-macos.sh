@@ -6,7 +6,8 @@
 #   ./scripts/check-macos.sh SYSROOT [FOLDER]
 #
 # Needs Debian's packages clang-19, clang-tools-19, lld-19, llvm-19 and googletest. SYSROOT is a
-# copy of the macOS SDK: usr/ and System/Library/Frameworks/ with headers and .tbd files. FOLDER is the build folder, by default build/macos-check. Environment variables:
+# copy of the macOS SDK: usr/ and System/Library/Frameworks/ with headers and .tbd files. FOLDER
+# is the build folder, by default build/macos-check. Environment variables:
 #
 #   GTEST_FOLDER  the installation folder of a GoogleTest that is built for macOS; without it
 #                 the script builds one from /usr/src/googletest (Debian's package googletest)
@@ -42,29 +43,31 @@ done
 
 cross=(-G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
   -DORVELOS_MACOS_SYSROOT="$sysroot")
-jobs=(-- -j "${JOBS:-$(nproc)}" --quiet)
+ninja_options=(-- -j "${JOBS:-$(nproc)}" --quiet)
 
 if [ -z "$googletest" ]; then
   googletest=$folder/googletest
   cmake -S /usr/src/googletest -B "$folder/googletest-build" "${cross[@]}" \
     -DCMAKE_INSTALL_PREFIX="$googletest" >/dev/null
-  cmake --build "$folder/googletest-build" --target install "${jobs[@]}" >/dev/null
+  cmake --build "$folder/googletest-build" --target install "${ninja_options[@]}" >/dev/null
 fi
 cmake -S . -B "$folder" "${cross[@]}" -DORVELOS_TESTS=ON \
   -DGTest_DIR="$googletest/lib/cmake/GTest" >/dev/null
-cmake --build "$folder" "${jobs[@]}"
+cmake --build "$folder" "${ninja_options[@]}"
 node tools/macos_check/check_sources.mjs "$folder"
 
 bundle="$folder/Orvel OS.app"
 python3 tools/macos_check/check_property_lists.py "$bundle/Contents/Info.plist"
 [ -s "$bundle/Contents/Resources/orvel-os.icns" ] || fail "the icon is not in the bundle"
 
-commands=$(llvm-otool-19 -l "$bundle/Contents/MacOS/Orvel OS")
-header=$(llvm-otool-19 -h "$bundle/Contents/MacOS/Orvel OS")
-grep -q '0xfeedfacf *16777228 ' <<<"$header" || fail "the executable is not for arm64"
-[ "$(grep -cE '^ *minos 13\.0$' <<<"$commands")" = 1 ] || fail "the executable is not for macOS 13.0"
+load_commands=$(llvm-otool-19 -l "$bundle/Contents/MacOS/Orvel OS")
+mach_header=$(llvm-otool-19 -h "$bundle/Contents/MacOS/Orvel OS")
+# MH_MAGIC_64 and CPU_TYPE_ARM64.
+grep -q '0xfeedfacf *16777228 ' <<<"$mach_header" ||
+  fail "the executable is not for arm64"
+[ "$(grep -cE '^ *minos 13\.0$' <<<"$load_commands")" = 1 ] || fail "the executable is not for macOS 13.0"
 for framework in AppKit Foundation WebKit; do
-  grep -q "/System/Library/Frameworks/$framework.framework/" <<<"$commands" ||
+  grep -q "/System/Library/Frameworks/$framework.framework/" <<<"$load_commands" ||
     fail "the executable is not linked with $framework"
 done
 echo "check-macos: compiled and linked, not run: $bundle"

@@ -18,7 +18,8 @@ fail() {
   exit 1
 }
 
-# Prints the ids of the processes that the application has started, also orphaned ones.
+# Prints the IDs of the application and all processes that it has started, also orphaned ones.
+# They inherit the variable ORVEL_DEMO.
 left_running() {
   grep -lzsFx "ORVEL_DEMO=$work" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3 || true
 }
@@ -49,7 +50,8 @@ page_in_screenshot() {
   [ "$(convert "$1" -gravity south -crop 100%x80%+0+0 +repage -format '%k' info:)" -gt 50 ]
 }
 
-# Prepares a copy of the built application with a key, and a home folder of its own.
+# Prepares a copy of the built application with a key, a home folder of its own and the
+# environment of the application.
 prepare() {
   local bundle="$work/Orvel OS.app"
   cp -a "build/Orvel OS.app" "$bundle"

@@ -12,8 +12,13 @@ wait_until() {
   done
 }
 
+# gone PID: succeeds when the process does not exist.
 gone() { ! kill -0 "$1" 2>/dev/null; }
+# Succeeds when a program listens on the port of the local server.
 port_taken() { (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; }
+# Prints the steps in the record; fails when one is missing. --until-painted leaves out the last
+# step, the stop of the server.
 # shellcheck disable=SC2154
 report() { node scripts/demo_report.mjs "$work/record.jsonl" "$@"; }
+# Succeeds when the record has all steps up to the report of the page that it is painted.
 painted() { report --until-painted >/dev/null 2>&1; }

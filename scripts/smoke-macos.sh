@@ -53,7 +53,7 @@ fail_after_start() {
 passed() { echo "smoke: passed: $*"; }
 
 # The Finder starts an application with the environment of launchd: a short PATH and no locale.
-# `open` passes its own environment on, so it gets that one.
+# `open` passes its own environment on, so this starts `open` with that environment.
 start_like_finder() {
   : >"$work/output"
   env -i HOME="$HOME" TMPDIR="${TMPDIR:-/tmp}" PATH=/usr/bin:/bin:/usr/sbin:/sbin \

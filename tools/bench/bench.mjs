@@ -19,7 +19,8 @@ const rounds = mode === 'quick'
   ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
   : { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 };
 
-/// Returns a folder in memory if it has enough space, so that the disk is not measured.
+/// Returns a folder in memory if it has enough free space, so that the speed of the disk does not
+/// count. Otherwise returns the temporary folder.
 function scratchFolder() {
   const needed = 12 * 1024 ** 3;
   try {
@@ -51,7 +52,7 @@ function store(table, name, value) {
   writeFileSync(resultsFile, JSON.stringify(results, null, 1));
 }
 
-/// Makes one measurement. A failure is recorded, and is null in its round.
+/// Measures once and stores the result of `body`, or null when it fails.
 async function measure(table, name, body) {
   results.load.push(Math.round(loadavg()[0] * 10) / 10);
   let value = null;
@@ -64,8 +65,8 @@ async function measure(table, name, body) {
   store(table, name, value);
 }
 
-/// Alternates the order, because the first transfer pays for memory that a virtual machine
-/// gets from its host.
+/// Measures two transfers, in alternating order: the first one also takes the time in which a
+/// virtual machine gets memory from its host.
 async function measureTransfers(round, pair, archive) {
   for (const [name, transfer] of round % 2 === 0 ? pair : pair.reverse()) {
     await measure('transfers', name, () => transfer(bench, archive));
@@ -75,9 +76,9 @@ async function measureTransfers(round, pair, archive) {
 mkdirSync(dirname(resultsFile), { recursive: true });
 try {
   for (let round = 0; round < rounds.starts; round += 1) {
-    // Another viewer is the first one in each round.
-    for (let at = 0; at < viewers.length; at += 1) {
-      const viewer = viewers[(at + round) % viewers.length];
+    // Each round begins with another viewer.
+    for (let index = 0; index < viewers.length; index += 1) {
+      const viewer = viewers[(index + round) % viewers.length];
       await measure('ready', viewer.name, () => measureReadyStart(bench, viewer));
       await measure('cold', viewer.name, () => measureColdStart(bench, viewer));
     }
@@ -108,7 +109,7 @@ try {
   }
   for (let round = 0; round < rounds.minutes; round += 1) {
     const times = await measureQuietMinute(bench, viewers);
-    viewers.forEach(({ name }, at) => store('minute', name, times[at]));
+    viewers.forEach(({ name }, index) => store('minute', name, times[index]));
     console.log(`bench: quiet minute: ${times.map(Math.round).join(', ')}`);
   }
 } finally {

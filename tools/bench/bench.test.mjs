@@ -80,7 +80,7 @@ test('a process tree includes orphaned processes', async () => {
 
 test('a process tree reports the exit of its last process', async () => {
   const tree = await startTree('sh', '-c', 'sleep 0.3 & exit 0');
-  assert.ok((await tree.ended()) - tree.start >= 300);
+  assert.ok((await tree.ended()) - tree.startTime >= 300);
 });
 
 test('stalls of the main loop are work or waiting', () => {

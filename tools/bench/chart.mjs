@@ -2,10 +2,11 @@
 
 import { median, series } from './statistics.mjs';
 
+/// The groups of bars: title, and field of the results.
 const groups = [
-  ['finished page on the screen, ms', 'painted'],
+  ['time until the finished page is on the screen, ms', 'painted'],
   ['memory, MiB', 'memory'],
-  ['processor time to 5 s later, ms', 'processor'],
+  ['processor time until 5 s after that page is on the screen, ms', 'processor'],
 ];
 
 const WIDTH = 760;
@@ -13,6 +14,8 @@ const NAME_WIDTH = 150;
 const BAR = 20;
 const GAP = 6;
 
+/// Returns the chart of the starts with a server that is already running (the table `ready`).
+/// Highlights the first viewer, which is this application.
 export function drawChart(results) {
   const elements = [];
   let y = 12;
@@ -23,13 +26,13 @@ export function drawChart(results) {
     const max = Math.max(...values.filter(Number.isFinite));
     addText(12, y + 16, title, ' class="title"');
     y += 26;
-    results.names.forEach((name, at) => {
-      const value = values[at];
+    results.names.forEach((name, index) => {
+      const value = values[index];
       const isMeasured = Number.isFinite(value);
       const width = isMeasured ? Math.max(1, ((WIDTH - NAME_WIDTH - 80) * value) / max) : 0;
       addText(NAME_WIDTH - 8, y + 15, name, ' text-anchor="end"');
       elements.push(`<rect x="${NAME_WIDTH}" y="${y}" width="${width.toFixed(1)}" height="${BAR}" ` +
-        `rx="3" class="${at === 0 ? 'ours' : 'other'}"/>`);
+        `rx="3" class="${index === 0 ? 'ours' : 'other'}"/>`);
       addText(NAME_WIDTH + width + 6, y + 15, isMeasured ? Math.round(value) : 'not measured');
       y += BAR + GAP;
     });

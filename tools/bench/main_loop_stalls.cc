@@ -21,6 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+/// The shortest time between two polls that counts as a stall, in milliseconds.
 constexpr double minStall = 5;
 
 double processorTime() {

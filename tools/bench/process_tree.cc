@@ -22,15 +22,16 @@
 //
 //   process_tree PROGRAM [ARGUMENT...]
 //
-// Prints one line of JSON at the start, one for each line of input, and one at the end. It
-// exits after the last process. When its input ends, it kills all processes.
+// Prints one line of JSON at the start, a measurement for each line on standard input, and one
+// line at the end. Exits after the last process has exited. Kills all processes when its
+// standard input ends. The standard output of the program goes to standard error.
 
 namespace {
 
 struct Process {
   pid_t parent = 0;
   std::string name;
-  /// The processor time of the children that it has waited for, in clock ticks.
+  /// The processor time of the children that the process has reaped, in clock ticks.
   long childTicks = 0;
 };
 

@@ -35,7 +35,7 @@ async function startServer(bench, home, { host, port, environment }) {
     },
   });
   const { time } = await waitFor('a listening server', () => findListening(home), { every: 2 });
-  tree.startupTime = time - tree.start;
+  tree.startupTime = time - tree.startTime;
   return tree;
 }
 
@@ -60,7 +60,9 @@ function startViewer(bench, viewer, home, address) {
   return ProcessTree.start(bench.programs, viewer.command(home, address), { ...home, environment });
 }
 
-/// Waits until the finished page is on the screen, and returns the times since `start`.
+/// Waits until the finished page is on the screen. Returns when the window appeared, when the
+/// server got the first request and the page request, when the page fired its load event and
+/// when it was painted, counted from `start`.
 async function awaitPage({ framebuffer }, viewer, home, start) {
   let window = NaN;
   await waitFor(`the page in ${viewer.name}`, () => {
@@ -84,7 +86,7 @@ async function awaitPage({ framebuffer }, viewer, home, start) {
 async function withViewer(bench, viewer, { home, address, start }, body) {
   const tree = await startViewer(bench, viewer, home, address);
   try {
-    return await body(tree, await awaitPage(bench.screen, viewer, home, start ?? tree.start));
+    return await body(tree, await awaitPage(bench.screen, viewer, home, start ?? tree.startTime));
   } finally {
     await tree.kill();
   }
@@ -106,7 +108,7 @@ async function quit(bench, tree) {
 /// Measures a start with a server that is already running.
 export function measureReadyStart(bench, viewer) {
   return withHome(bench, (context) => withViewer(bench, viewer, context, async (tree, times) => {
-    await pause(tree.start + times.painted + 5000 - wallClock());
+    await pause(tree.startTime + times.painted + 5000 - wallClock());
     const { processor, memory, privateDirty, processes } = await tree.measure();
     return {
       ...times,
@@ -124,10 +126,10 @@ export function measureReadyStart(bench, viewer) {
 export function measureColdStart(bench, viewer) {
   return withHome(bench, (context) => {
     const { home, server } = context;
-    const start = server?.start;
+    const start = server?.startTime;
     return withViewer(bench, viewer, { ...context, start }, async (tree, times) => ({
       ...times,
-      listening: findListening(home).time - (start ?? tree.start),
+      listening: findListening(home).time - (start ?? tree.startTime),
       node: server?.startupTime ?? NaN,
       quitting: await quit(bench, tree),
     }));
@@ -142,8 +144,9 @@ export function parseStalls(text) {
   });
 }
 
-/// Returns the processor time of the first stall, which is the launch of the application, of
-/// the longest later one, and the total time that the main thread waited.
+/// Returns the processor time of the first stall, which is the launch of the application, and of
+/// the longest later one, and the total time for which the main thread was blocked on a condition
+/// variable.
 export function summarizeStalls([launch, ...later]) {
   return {
     launch: launch.worked,
@@ -156,7 +159,7 @@ export function summarizeStalls([launch, ...later]) {
 export function measureMainLoop(bench, viewer, { cold = false } = {}) {
   return withHome(bench, async (context) => {
     const file = join(context.home.folder, 'stalls');
-    // Through env, so that process_tree is not measured.
+    // Set by env, not in the environment of process_tree, which would load the library too.
     const watched = {
       ...viewer,
       command: (...options) => ['env',
@@ -179,7 +182,7 @@ export function measureQuietMinute(bench, viewers) {
         const run = { screen, home: new UserHome(screen) };
         runs.push(run);
         run.tree = await startViewer(bench, viewer, run.home, address);
-        await awaitPage(screen, viewer, run.home, run.tree.start);
+        await awaitPage(screen, viewer, run.home, run.tree.startTime);
       }
       await pause(10_000);
       const measure = () => Promise.all(runs.map(({ tree }) => tree.measure()));

@@ -27,7 +27,8 @@ const withPage = (bench, page, body, archive = '') => withHome(bench, body, {
   },
 });
 
-/// Runs the application until `isDone` returns true, and returns the time since the request.
+/// Runs the application until `isDone` returns true. Returns the time since the request that
+/// `matches` finds in the record of the server.
 async function runApplication(bench, { home, address }, matches, isDone, {
   executable = bench.application, every = 5,
 } = {}) {
@@ -41,13 +42,15 @@ async function runApplication(bench, { home, address }, matches, isDone, {
   }
 }
 
-/// Runs commands in the Downloads folder, and returns the time since the request.
+/// Runs commands in the Downloads folder. Returns the time since the request that `matches` finds
+/// in the record of the server.
 async function runTools({ home }, matches, ...commands) {
   for (const [name, ...args] of commands) await run(name, args, { cwd: home.downloads });
   return wallClock() - findInRecord(home, matches).time;
 }
 
-/// The application gives a download its final name when it is complete.
+/// Returns whether the complete file is at the path. The application gives a download its final
+/// name only when it is complete.
 const hasSize = (path, size) => existsSync(path) && statSync(path).size === size;
 
 const isLargeFile = ({ url }) => url === '/api/bestand/large.bin';
@@ -72,7 +75,8 @@ export const smallByApplication = (bench) => withPage(bench, 'small', async (con
   return time;
 });
 
-/// With one connection for all files, or one for each file as the application has it.
+/// Downloads the small files over one connection, or over a new connection for each file as the
+/// application does.
 export const smallByCurl = (bench, { reuse = true } = {}) => withPage(bench, 'small', (context) => {
   const list = join(context.home.folder, 'list');
   const lines = Array.from({ length: SMALL_FILES }, (_, at) =>
