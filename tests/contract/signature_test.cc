@@ -13,10 +13,10 @@ namespace orvel {
 namespace {
 
 // Made with OpenSSL for these tests. The private key is deleted.
-constexpr std::string_view publicKey =
+constexpr std::string_view testPublicKey =
     "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=";
-constexpr std::string_view message = "orvel-os-update\n1.3\nlinux\n";
-constexpr std::string_view signature =
+constexpr std::string_view testMessage = "orvel-os-update\n1.3\nlinux\n";
+constexpr std::string_view testSignature =
     "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
     "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=";
 
@@ -25,19 +25,21 @@ struct InvalidInput {
   std::string_view text;
 };
 
-TEST(Signature, ValidSignatureIsAccepted) { EXPECT_TRUE(verify(publicKey, message, signature)); }
+TEST(Signature, ValidSignatureIsAccepted) {
+  EXPECT_TRUE(verify(testPublicKey, testMessage, testSignature));
+}
 
 TEST(Signature, SignatureOfAnotherMessageIsRejected) {
-  EXPECT_FALSE(verify(publicKey, "", signature));
-  EXPECT_FALSE(verify(publicKey, std::string(message) + "\n", signature));
-  EXPECT_FALSE(verify(publicKey, std::string(message) + '\0', signature));
+  EXPECT_FALSE(verify(testPublicKey, "", testSignature));
+  EXPECT_FALSE(verify(testPublicKey, std::string(testMessage) + "\n", testSignature));
+  EXPECT_FALSE(verify(testPublicKey, std::string(testMessage) + '\0', testSignature));
 }
 
 TEST(Signature, SignatureWithOneChangedCharacterIsRejected) {
-  for (std::size_t at = 0; at < signature.size(); ++at) {
-    std::string changed(signature);
+  for (std::size_t at = 0; at < testSignature.size(); ++at) {
+    std::string changed(testSignature);
     changed[at] = changed[at] == 'A' ? 'B' : 'A';
-    EXPECT_FALSE(verify(publicKey, message, changed)) << "character " << at;
+    EXPECT_FALSE(verify(testPublicKey, testMessage, changed)) << "character " << at;
   }
 }
 
@@ -58,7 +60,7 @@ TEST(Signature, MalformedSignatureIsRejected) {
        "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=\n"},
   };
   for (const auto &[description, text] : signatures) {
-    EXPECT_FALSE(verify(publicKey, message, text)) << description;
+    EXPECT_FALSE(verify(testPublicKey, testMessage, text)) << description;
   }
 }
 
@@ -89,7 +91,7 @@ TEST(Signature, WrongOrMalformedPublicKeyIsRejected) {
        "BASq7HNjVybyE/uKnmTaO4Yy5BSVqUTQBFtSLrpyQPrVh9kxV5iqo6W6AXdXh87QXqr3tOCfyB1tGqVG6DZdUl0="},
   };
   for (const auto &[description, text] : keys) {
-    EXPECT_FALSE(verify(text, message, signature)) << description;
+    EXPECT_FALSE(verify(text, testMessage, testSignature)) << description;
   }
 }
 
@@ -97,14 +99,14 @@ TEST(Signature, KeyAndItsSignatureOnAnotherCurveAreRejected) {
   // The curve secp256k1, whose points have the size of those of P-256.
   EXPECT_FALSE(verify(
       "BLFGCju5pMunhKT+fgyBbq9UM1Kz8OaKjTLtbCBM9a+99+dAUQfrAZpOLErV07FMb9pEpGUpxZrw3vqsm86v+28=",
-      message,
+      testMessage,
       "MEQCIHBXS/"
       "xhLBpsnZ9iM4KzsRAvDtVKsbyYcSx7QUPllVJcAiBGPoQLUtLj7FphD7Bv9UMack3++yVAXDMp1VZqRA97FQ=="));
   // The curve P-384.
   EXPECT_FALSE(
       verify("BH1jFw2/qGwQx6WaTU5Ct6Wlkd882DuM0bTDwnCoWVhTCzdj5LBdDTA4hkEsEsyzICoqQRcD3moZcqNS"
              "CRoXK4rn1gVZsTVEHPSr7PsZo4R4krMIKozZnlDPIw4/HokfVw==",
-             message,
+             testMessage,
              "MGUCMQCXDae0NpHuj4xOP0EqJz82Dj1kJbg9MPRY4Lh5rQ9vquV4AJohbnIHujUDleJiCmMCMF96JLOB"
              "9rJuJ94zRe+TJqMwTyApE/3JBR7BWRZcCxieUVKTHRH/JDt+21oQjjlcww=="));
 }
