@@ -33,8 +33,8 @@ class AppDelegate final : public ApplicationDelegate,
   std::unique_ptr<Window> window;
   /// The local OS server that was launched last. It may have exited.
   std::shared_ptr<ChildProcess> server;
-  /// Whether the application is quitting. An exit of the server is then not reported as
-  /// a failure.
+  /// Whether the application is quitting, or stops the server because the user has chosen
+  /// another address. An exit of the server is then not reported as a failure.
   bool quitting = false;
   /// The key by which the server recognizes requests of this application.
   const std::string appSleutel;
