@@ -12,9 +12,9 @@
 #       path of the previous private key, for the release that changes the key: it signs the
 #       manifest, which names ORVELOS_UPDATE_KEY as the new key
 #
-# On Linux the build is reproducible: the same sources, version, presets and tools give the
-# same bytes. SOURCE_DATE_EPOCH sets the modification time of the files in the archive; the
-# default is the time of the last commit.
+# On Linux the build is reproducible: the same sources, version, environment variables and
+# tools give the same bytes. SOURCE_DATE_EPOCH sets the modification time of the files in the
+# archive; the default is the time of the last commit.
 #
 # On macOS a release needs ORVELOS_SIGN_IDENTITY. ORVELOS_ADHOC=1 allows a release with an ad
 # hoc signature: Gatekeeper blocks a downloaded copy, and applications that are signed by a
