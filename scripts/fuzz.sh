@@ -25,12 +25,13 @@ echo '| target | executions | per second | edges | features | corpus | found |'
 echo '|---|--:|--:|--:|--:|--:|---|'
 status=0
 for target in "${targets[@]}"; do
-  found=$built/$target
-  log=$found.log
+  # The folder for the inputs that libFuzzer adds to the corpus.
+  new_inputs=$built/$target
+  log=$new_inputs.log
   outcome=nothing
   "$built/fuzz_$target" -max_total_time="$seconds" -timeout=10 -max_len=4096 \
-    -print_final_stats=1 -dict="tests/fuzz/$target.dict" -artifact_prefix="$found-" \
-    "$found" "tests/fuzz/corpus/$target" >"$log" 2>&1 || outcome="see $log"
+    -print_final_stats=1 -dict="tests/fuzz/$target.dict" -artifact_prefix="$new_inputs-" \
+    "$new_inputs" "tests/fuzz/corpus/$target" >"$log" 2>&1 || outcome="see $log"
   [ "$outcome" = nothing ] || status=1
   # libFuzzer prints the coverage in its progress lines, and the executions at the end.
   awk -v target="$target" -v outcome="$outcome" '

@@ -12,9 +12,9 @@
 #       the web page of the application, an http or https URL; by default
 #       https://orvel.nl/, the domain of the application's identifier
 #
-# The build is reproducible: the same sources, version, presets and tools give the same
-# bytes. SOURCE_DATE_EPOCH sets the time of the files; the default is the time of the
-# last commit.
+# The build is reproducible: the same sources, version, environment variables and tools give
+# the same bytes. SOURCE_DATE_EPOCH sets the modification time of the files in the package; the
+# default is the time of the last commit.
 set -euo pipefail
 
 fail() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs ./scripts/test.sh several times in a row on a busy machine: two processes compute
-# all the time. Fails if one of the runs fails. No test is retried.
+# Runs ./scripts/test.sh several times in a row on a busy machine: two endless loops keep
+# two processor cores busy. Fails if one of the runs fails. No test is retried.
 #
 #   ./scripts/soak-tests.sh [RUNS]   10 runs by default; the output is in build/soak
 set -euo pipefail

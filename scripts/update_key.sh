@@ -2,7 +2,7 @@
 # Functions for the keys that sign updates: ECDSA on the curve P-256. Sourced by other scripts.
 # Needs OpenSSL or LibreSSL.
 
-# DER of a SubjectPublicKeyInfo (RFC 5480) for P-256, up to the point.
+# The bytes before the point in the DER of a SubjectPublicKeyInfo (RFC 5480) for P-256, as base64.
 public_key_header=MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAA
 
 # public_key_of FILE: prints the public key of a private key, as base64 of the uncompressed
@@ -11,7 +11,7 @@ public_key_of() {
   openssl pkey -in "$1" -pubout -outform DER 2>/dev/null | tail -c 65 | openssl base64 -A
 }
 
-# public_key_pem KEY: prints such a public key as PEM. Fails when it is no point of the curve.
+# public_key_pem KEY: prints such a public key as PEM. Fails when it is not a point of the curve.
 public_key_pem() {
   [[ $1 =~ ^B[A-P][A-Za-z0-9+/]{85}=$ ]] || return 1
   {

@@ -16,8 +16,8 @@ inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
 struct ReleaseSignature {
   /// The signature, in the form that `verify` takes.
   std::optional<std::string> handtekening;
-  /// The public key in the release, when it differs from the key that verifies the release:
-  /// the maker has changed keys. The signature covers it.
+  /// The new public key, when the maker of the release has changed keys: the release contains
+  /// it, but the old key verifies the release. The signature covers the new key.
   std::optional<std::string> sleutel;
 };
 
@@ -32,10 +32,10 @@ std::string signedMessage(std::string_view versie, std::string_view edition,
 bool isSigned(const std::string &archive, std::string_view versie, std::string_view edition,
               const ReleaseSignature &signature, std::string_view publicKey);
 
-/// Returns whether the Info.plist of an unpacked release is that of the signed version, later
-/// than the running version, and has the public key that the signature allows. Otherwise a
-/// release whose Info.plist has an older version would be installed at every update check. Any
-/// thread.
+/// Returns whether the Info.plist of an unpacked release has the signed version (`versie`),
+/// whether that version is later than the running one, and whether the Info.plist has the same
+/// public key or the new one of the signature. Without the first check, a release whose
+/// Info.plist has an older version would be installed at every update check. Any thread.
 bool matchesSignature(const PlistTexts &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,
                       std::string_view publicKey);
