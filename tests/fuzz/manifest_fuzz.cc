@@ -36,19 +36,22 @@ void requireContained(const UpdateManifest &manifest) {
   require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
-// The corpus has a manifest of version 1.3 with a signature for this key and hash. The private key
-// is deleted.
+// The corpus has manifests of version 1.3 with a signature by this key for this hash, with and
+// without the new key. The private keys are deleted.
 constexpr std::string_view publicKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 constexpr std::string_view hash =
     "9e691d5adacf0e102f203100842ffaba4e2a7dfe3dbd536827d3c0db8c7e88f1";
+
+constexpr std::string_view newKey =
+    "BDKKzDiVIqcONOGiVHo14ioLx7aQAsPco8VtRWgNxVM3qkaoLc9YlSbIAJLHJk1ZbFzFoHXMpekRt36MsieV5F8=";
 
 void requireAuthentic(const UpdateManifest &manifest) {
   const auto &[handtekening, sleutel] = manifest.signature;
   if (!handtekening) return;
   const std::string message = signedMessage(manifest.versie, "mac", hash, sleutel);
   const bool isValid = verify(publicKey, message, *handtekening);
-  require(!isValid || (manifest.versie == "1.3" && !sleutel),
+  require(!isValid || (manifest.versie == "1.3" && sleutel.value_or(std::string(newKey)) == newKey),
           "only the signed release has a valid signature");
   // Any text may be a public key.
   if (sleutel) verify(*sleutel, message, *handtekening);
