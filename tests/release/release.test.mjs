@@ -78,9 +78,9 @@ test('a release is a reproducible archive and its manifest', () => {
 
 /// Makes a key pair with make-update-key.sh.
 function makeKey(name) {
-  const script = fileURLToPath(new URL('../../scripts/make-update-key.sh', import.meta.url));
+  const keyScript = fileURLToPath(new URL('../../scripts/make-update-key.sh', import.meta.url));
   const file = join(folder, name);
-  return { file, publicKey: execFileSync(script, [file], { encoding: 'utf8' }).trim() };
+  return { file, publicKey: execFileSync(keyScript, [file], { encoding: 'utf8' }).trim() };
 }
 
 /// Verifies the signature of a release with Node's own cryptography.
