@@ -10,7 +10,8 @@ import {
 } from '../support/desktop/release.mjs';
 import {
   awaitSilentCheck, beginUpdateCheck, checkAndCloseNotice, checkUntilReleaseHandled,
-  installAndRestart, offerRelease, openUpdateServer, quitRestartedApplication, upToDateNotice,
+  installAndRestart, manifestPath, offerRelease, openUpdateServer, quitRestartedApplication,
+  upToDateNotice,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -107,12 +108,16 @@ test('releases without a valid signature change nothing, and a signed one is ins
 test('a signed release can change the key, after which a signature by the old key is rejected',
   async (user, screen) => {
     const server = await startWithKey(user);
+    const checks = server.requestsTo(manifestPath).length;
     const archive = makeRelease(user, { publicKey: newKey.publicKey });
     const nextArchive = makeRelease(user, { version: '1.2', publicKey: newKey.publicKey });
     offerRelease(server, '1.1', archive,
       signatureMembers(archive, installedKey, '1.1', { sleutel: newKey.publicKey }));
     await installAndRestart(user, server);
     assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), newKey.publicKey);
+    // The check from the menu and the silent one of the new process, which must not find the
+    // next release.
+    await awaitSilentCheck(server, checks + 2);
 
     const before = fingerprint(user.bundle);
     offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, installedKey, '1.2'));
