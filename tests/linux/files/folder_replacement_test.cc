@@ -38,7 +38,7 @@ bool enterMountNamespace() {
 }
 
 class FolderReplacement : public testing::Test {
- protected:
+ public:
   FolderReplacement() { fs::create_directories(applications_); }
   ~FolderReplacement() override {
     // Permits the removal of the temporary folder.
@@ -48,6 +48,7 @@ class FolderReplacement : public testing::Test {
     }
   }
 
+ protected:
   bool replace(const fs::path &replacement) const { return replaceFolder(original_, replacement); }
   bool replace() const { return replace(replacement_); }
   bool nothingIsLeftBeside() const { return entryCount(applications_) == 1; }

@@ -75,11 +75,12 @@ class PageDelegate final : public WebViewDelegate {
 /// and the path, unless the test sets a page. "/redirect/302/x" redirects to "/x" with this
 /// status, and the response for a path below "/held/" waits for `releaseHeldResponses`.
 class PageTest : public WebViewTest {
- protected:
-  using Strings = std::vector<std::string>;
-
+ public:
   PageTest();
   ~PageTest() override;
+
+ protected:
+  using Strings = std::vector<std::string>;
 
   /// Replaces the view by a new one with this data and cache folder.
   void makeView(const std::filesystem::path &dataFolder);

@@ -10,7 +10,7 @@ namespace orvel {
 namespace {
 
 class Pointer : public PageTest {
- protected:
+ public:
   Pointer() {
     gtk_window_set_default_size(window.get(), 300, 200);
     gtk_window_set_child(window.get(), GTK_WIDGET(webKitView()));
@@ -25,6 +25,7 @@ class Pointer : public PageTest {
   }
   ~Pointer() override { gtk_window_destroy(window.get()); }
 
+ protected:
   /// Shows an element that fills the page, and moves the pointer onto it.
   void showFilling(const std::string &element) {
     showPage(

@@ -18,10 +18,11 @@ void respondWithReset(LoopbackConnection &connection, const std::string & /*head
 }
 
 class WebViewLoading : public WebViewTest {
- protected:
+ public:
   // Before the delegate is destroyed.
   ~WebViewLoading() override { view.reset(); }
 
+ protected:
   static WebViewConfiguration ephemeral(const std::string &applicationName = "ORVELOS/") {
     return {.applicationNameForUserAgent = applicationName, .persistentDataStore = false};
   }
