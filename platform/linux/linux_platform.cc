@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "platform/linux/gtk/gtk_style.h"
+#include "platform/linux/loopback_proxy.h"
 
 namespace orvel {
 
@@ -34,6 +35,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       renderer_([] {
         const RendererChoice renderer = chooseRenderer();
         applyRendererChoice(renderer, gtk_get_minor_version());
+        bypassProxyForLoopback();
         makeDarkThemeDefault();
         return renderer;
       }()),

@@ -48,8 +48,8 @@ class LinuxPlatform {
   void gtkStarted();
 
  private:
-  // Declared first: child processes get the environment from before the renderer choice
-  // changes it.
+  // Declared first: child processes get the environment from before the initialisation of
+  // renderer_ changes it.
   const std::map<std::string, std::string> environment_;
   const RendererChoice renderer_;
   const std::string resources_;

@@ -1,0 +1,30 @@
+#include "platform/linux/loopback_proxy.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace orvel {
+
+namespace {
+
+// libproxy 0.4 compares an IPv6 address with its brackets, other resolvers without them.
+constexpr const char *loopbackAddresses = "localhost,127.0.0.0/8,::1,[::1]";
+
+std::string withLoopback(const char *excluded) {
+  return (excluded != nullptr && *excluded != '\0' ? std::string(excluded) + "," : "") +
+         loopbackAddresses;
+}
+
+}  // namespace
+
+void bypassProxyForLoopback() {
+  const char *lowerCase = std::getenv("no_proxy");
+  const char *upperCase = std::getenv("NO_PROXY");
+  // A resolver reads one of the two variables, so each gets the user's value of either.
+  const std::string lowerCaseValue = withLoopback(lowerCase != nullptr ? lowerCase : upperCase);
+  const std::string upperCaseValue = withLoopback(upperCase != nullptr ? upperCase : lowerCase);
+  ::setenv("no_proxy", lowerCaseValue.c_str(), 1);
+  ::setenv("NO_PROXY", upperCaseValue.c_str(), 1);
+}
+
+}  // namespace orvel

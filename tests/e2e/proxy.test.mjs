@@ -1,0 +1,66 @@
+// A proxy in the environment: no request to this machine reaches it.
+
+import assert from 'node:assert/strict';
+import { createServer } from 'node:http';
+
+import { Desktop } from '../support/desktop/default_apps.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { link } from '../support/desktop/page.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
+
+const { test } = desktopTests();
+
+/// Starts a proxy that fails each request and records its target, and closes it at the end of the
+/// test. Returns the targets and the environment that names the proxy.
+async function openProxy(user) {
+  const targets = [];
+  const proxy = createServer((request, response) => {
+    targets.push(request.url);
+    response.writeHead(502).end();
+  });
+  proxy.on('connect', (request, socket) => {
+    targets.push(request.url);
+    socket.end('HTTP/1.1 502 Bad Gateway\r\n\r\n');
+  });
+  await new Promise((resolve) => proxy.listen(0, '127.0.0.1', resolve));
+  user.cleanups.push(() => {
+    proxy.close();
+    proxy.closeAllConnections();
+  });
+  const url = `http://127.0.0.1:${proxy.address().port}`;
+  return { targets, environment: { http_proxy: url, https_proxy: url, all_proxy: url } };
+}
+
+/// The addresses of this machine at which the test listens, as a page writes them in URLs.
+const ownHosts = { '127.0.0.2': '127.0.0.2', '::1': '[::1]' };
+
+test('requests to this machine bypass the proxy, and others use it', async (user, screen) => {
+  const desktop = new Desktop(user);
+  const { targets, environment } = await openProxy(user);
+  const servers = [];
+  for (const [host, hostInUrl] of Object.entries(ownHosts)) {
+    const server = await user.openOnlineServer({ host });
+    servers.push({ server, url: `http://${hostInUrl}:${server.server.address().port}/own` });
+  }
+  const urls = [...servers.map(({ url }) => url), 'http://localhost:4767/own',
+    'http://other.test/image', 'https://other.test/image'];
+  const page = link('export', '/api/export') + urls.map((url) => `<img src="${url}">`).join('');
+  const layout = await user.startWithPage(page, {
+    routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
+  }, { environment });
+  await screen.clickElement(layout, 'export');
+  assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one\n');
+  for (const { server, url } of servers) {
+    await waitFor(`a request for ${url}`, () => server.requestsTo('/own').length === 1);
+  }
+  await waitFor('a request by the name localhost', () => user.root.requestsTo('/own').length === 1);
+  const expected = ['http://other.test/image', 'other.test:443'];
+  await waitFor('the requests to another host', () => targets.length >= expected.length);
+  await user.quit();
+  assert.deepEqual(targets.sort(), expected);
+
+  const { env } = await user.root.awaitStarted();
+  const proxyVariables = Object.entries(env).filter(([name]) => /proxy/i.test(name));
+  assert.deepEqual(Object.fromEntries(proxyVariables), environment,
+    'the server gets the environment of the user');
+});
