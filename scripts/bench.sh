@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Runs the benchmark: the application, bare viewers, Chromium and Qt WebEngine.
 #
-#   ./scripts/bench.sh         all measurements, about 30 minutes; writes
-#                              docs/performance.md and docs/pictures/performance.svg
-#   ./scripts/bench.sh quick   one round of starts, 1 to 2 minutes; writes to build/bench
+#   ./scripts/bench.sh           all measurements, about 30 minutes; writes the tables in
+#                                docs/performance.md
+#   ./scripts/bench.sh quick     one round of starts, 1 to 2 minutes; writes to build/bench
+#   ./scripts/bench.sh updates   only the updates, 2 minutes; writes to build/bench
 #
 # Installs nothing. Fails when a tool is missing, and skips Chromium or Qt WebEngine when
 # they are missing. Other work on the machine distorts the results.
@@ -14,9 +15,10 @@ fail() {
   echo "bench: $*" >&2
   exit 1
 }
-case "${1:-}" in '' | quick) ;; *) fail "usage: scripts/bench.sh [quick]" ;; esac
+mode=${1:-all}
+case $mode in all | quick | updates) ;; *) fail "usage: scripts/bench.sh [quick | updates]" ;; esac
 
-for tool in cmake ninja node Xvfb openbox xdotool xprop curl zip unzip; do
+for tool in cmake ninja node python3 Xvfb openbox xdotool xprop curl zip unzip; do
   command -v "$tool" >/dev/null ||
     fail "$tool is not installed; scripts/setup.sh installs all but curl"
 done
@@ -40,11 +42,8 @@ cmake --build --preset default --target bench_programs -- --quiet
 export ORVEL_BENCH_CHROMIUM=$chromium
 results=$folder/results.json
 node tools/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
-  "$PWD/build/tools/bench" "$results" "${1:-}"
-if [ "${1:-}" = quick ]; then
-  node tools/bench/report.mjs "$results" "$folder/performance.md" "$folder/performance.svg"
-  echo "bench: $folder/performance.md"
-else
-  node tools/bench/report.mjs "$results" docs/performance.md docs/pictures/performance.svg
-  echo "bench: docs/performance.md"
-fi
+  "$PWD/build/tools/bench" "$results" "$mode"
+document=$folder/performance.md
+[ "$mode" != all ] || document=docs/performance.md
+node tools/bench/report.mjs "$results" "$document"
+echo "bench: $document"

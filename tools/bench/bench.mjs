@@ -1,23 +1,28 @@
 // Measures the application and other viewers, and writes the results to a JSON file. In each
 // round every viewer is measured once.
 //
-//   node bench.mjs APPLICATION PROGRAMS RESULTS [quick]
+//   node bench.mjs APPLICATION PROGRAMS RESULTS [MODE]
+//
+// MODE is "quick" for one round of starts, or "updates" for the updates alone.
 
 import { mkdirSync, readFileSync, rmSync, statfsSync, writeFileSync } from 'node:fs';
 import { cpus, getPriority, loadavg, tmpdir, totalmem } from 'node:os';
 import { dirname } from 'node:path';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
+import { UPDATE_SIZE } from './pages.mjs';
 import {
-  measureColdStart, measureMainLoop, measureQuietMinute, measureReadyStart,
+  measureColdStart, measureMainLoop, measureQuietMinute, measureReadyStart, screenSize,
 } from './startup.mjs';
-import * as transfers from './transfers.mjs';
+import { createRelease, downloads, updates } from './transfers.mjs';
 import { listViewers } from './viewers.mjs';
 
-const [application, programs, resultsFile, mode] = process.argv.slice(2);
-const rounds = mode === 'quick'
-  ? { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 }
-  : { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 };
+const [application, programs, resultsFile, mode = 'all'] = process.argv.slice(2);
+const rounds = {
+  all: { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 },
+  quick: { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 },
+  updates: { starts: 0, minutes: 0, loops: 0, transfers: 0, updates: 6 },
+}[mode];
 
 /// Returns a folder in memory if it has enough free space, so that the speed of the disk does not
 /// count. Otherwise returns the temporary folder.
@@ -32,9 +37,8 @@ function scratchFolder() {
   return tmpdir();
 }
 
-const size = { width: 1280, height: 800 };
-const screen = await Screen.open(size);
-const bench = { application, programs, screen, size, scratch: scratchFolder() };
+const screen = await Screen.open(screenSize);
+const bench = { application, programs, screen, scratch: scratchFolder() };
 const viewers = listViewers({ application, programs, chromium: process.env.ORVEL_BENCH_CHROMIUM });
 const [ours, , tuned] = viewers;
 const results = {
@@ -65,20 +69,21 @@ async function measure(table, name, body) {
   store(table, name, value);
 }
 
-/// Measures two transfers, in alternating order: the first one also takes the time in which a
-/// virtual machine gets memory from its host.
-async function measureTransfers(round, pair, archive) {
-  for (const [name, transfer] of round % 2 === 0 ? pair : pair.reverse()) {
-    await measure('transfers', name, () => transfer(bench, archive));
+/// Returns the list, beginning with another element in each round.
+const rotated = (list, round) => list.map((_, index) => list[(index + round) % list.length]);
+
+/// Measures transfers of the same content. The first one also takes the time in which a virtual
+/// machine gets memory from its host, so the order changes with the round.
+async function measureTransfers(round, transfers, release) {
+  for (const [name, transfer] of rotated(Object.entries(transfers), round)) {
+    await measure('transfers', name, () => transfer(bench, release));
   }
 }
 
 mkdirSync(dirname(resultsFile), { recursive: true });
 try {
   for (let round = 0; round < rounds.starts; round += 1) {
-    // Each round begins with another viewer.
-    for (let index = 0; index < viewers.length; index += 1) {
-      const viewer = viewers[(index + round) % viewers.length];
+    for (const viewer of rotated(viewers, round)) {
       await measure('ready', viewer.name, () => measureReadyStart(bench, viewer));
       await measure('cold', viewer.name, () => measureColdStart(bench, viewer));
     }
@@ -88,23 +93,17 @@ try {
     await measure('loops', 'cold', () => measureMainLoop(bench, ours, { cold: true }));
     await measure('loops', 'bare', () => measureMainLoop(bench, tuned));
   }
-  const { largeByApplication, largeByCurl, smallByApplication, smallByCurl } = transfers;
   for (let round = 0; round < rounds.transfers; round += 1) {
-    await measureTransfers(round, [['large', largeByApplication], ['large, curl', largeByCurl]]);
-    await measureTransfers(round, [['small', smallByApplication], ['small, curl', smallByCurl]]);
-    await measure('transfers', 'small, curl, new connections',
-      () => smallByCurl(bench, { reuse: false }));
+    for (const transfers of downloads) await measureTransfers(round, transfers);
   }
   if (rounds.updates > 0) {
-    const { updateByApplication, updateByTools } = transfers;
-    const archive = await transfers.createArchive(bench, 200 << 20);
+    const release = await createRelease(bench, UPDATE_SIZE);
     try {
       for (let round = 0; round < rounds.updates; round += 1) {
-        await measureTransfers(round,
-          [['update', updateByApplication], ['update, tools', updateByTools]], archive.path);
+        await measureTransfers(round, updates, release);
       }
     } finally {
-      rmSync(archive.folder, { recursive: true, force: true });
+      rmSync(release.folder, { recursive: true, force: true });
     }
   }
   for (let round = 0; round < rounds.minutes; round += 1) {

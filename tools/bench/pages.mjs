@@ -1,12 +1,13 @@
 // The pages of the benchmark. The heavy page has the size of a typical web application: 300 kB
 // of script that runs, a style sheet and 2,000 elements. The other two start downloads.
 
-export const SCRIPT_SIZE = 300_000;
+const SCRIPT_SIZE = 300_000;
 const ELEMENTS = 2000;
 
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;
 export const SMALL_FILES = 10_000;
+export const UPDATE_SIZE = 200 << 20;
 /// How many small files the page requests before it has received one.
 const CONCURRENT_FILES = 8;
 
@@ -72,11 +73,9 @@ addEventListener('load', () => {
 });
 `;
 
-/// Padded with a comment to its size.
-export const heavyScript = (() => {
-  const text = modules();
-  return `${text}/*${' '.repeat(Math.max(0, SCRIPT_SIZE - text.length - build.length - 4))}*/${build}`;
-})();
+const code = modules() + build;
+/// Padded with blanks to its size; repeat() throws if the code is longer.
+export const heavyScript = code + ' '.repeat(SCRIPT_SIZE - code.length);
 
 const page = (body) =>
   `<!doctype html><html lang="nl"><meta charset="utf-8"><title>Orvel OS</title>${body}</html>\n`;

@@ -1,27 +1,31 @@
-// Runs a program under process_tree.cc, which measures it and all its descendants.
+// Runs a program under process_tree.py, which measures it and all its descendants.
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { openSync } from 'node:fs';
-import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { fileURLToPath } from 'node:url';
+
+const script = fileURLToPath(new URL('process_tree.py', import.meta.url));
 
 export class ProcessTree {
-  /// Starts a command under the process_tree program in `programFolder`. `folder` is the working
-  /// directory. The command's standard output and standard error are appended to the file `log`.
-  static async start(programFolder, command, { environment, folder, log }) {
+  /// Starts a command. `folder` is its working directory; its standard output and standard error
+  /// are appended to the file `log`.
+  static async start(command, { environment, folder, log }) {
     const tree = new ProcessTree();
-    tree.child = spawn(join(programFolder, 'process_tree'), command, {
+    tree.child = spawn('python3', [script, ...command], {
       cwd: folder,
       env: environment,
       stdio: ['pipe', 'pipe', openSync(log, 'a')],
     });
     tree.lines = createInterface({ input: tree.child.stdout })[Symbol.asyncIterator]();
-    tree.startTime = (await tree.nextLine()).time;
+    const { time, pid } = await tree.nextLine();
+    tree.startTime = time;
+    tree.pid = pid;
     return tree;
   }
 
-  /// Returns the next line that process_tree prints, or the time NaN when it has exited.
+  /// Returns the next line that process_tree.py prints, or the time NaN when it has exited.
   /// Times are in milliseconds since the epoch.
   async nextLine() {
     const { value, done } = await this.lines.next();
@@ -36,7 +40,7 @@ export class ProcessTree {
   }
 
   /// Waits for the exit of the last process. Returns the time of the exit, or NaN when
-  /// process_tree itself ended without reporting it.
+  /// process_tree.py itself ended without reporting it.
   async ended() {
     for (;;) {
       const { ended, time } = await this.nextLine();
@@ -44,7 +48,7 @@ export class ProcessTree {
     }
   }
 
-  /// Kills all processes that are still running, by closing the standard input of process_tree.
+  /// Kills all processes that are still running, by closing the standard input of process_tree.py.
   async kill() {
     if (this.child.exitCode !== null) return;
     const closed = once(this.child, 'close');

@@ -1,14 +1,11 @@
-// Writes the results of bench.mjs as tables into a document, between two markers, and as a
-// chart.
+// Writes the results of bench.mjs as tables into a document, between two markers.
 //
-//   node report.mjs RESULTS DOCUMENT CHART
+//   node report.mjs RESULTS DOCUMENT
 
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
-import { dirname, relative } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { drawChart } from './chart.mjs';
-import { median, medianRatio, series } from './statistics.mjs';
+import { UPDATE_SIZE } from './pages.mjs';
 
 const BEGIN = '<!-- results -->';
 const END = '<!-- end of results -->';
@@ -29,6 +26,22 @@ const rows = [
   ['**processor time of a quiet minute, ms**', 'minute'],
 ];
 
+/// Returns the median of the finite values.
+export function median(values) {
+  const sorted = values.filter(Number.isFinite).sort((a, b) => a - b);
+  // Both are the middle one if the number of values is odd.
+  const [low, high] = [(sorted.length - 1) >> 1, sorted.length >> 1];
+  return (sorted[low] + sorted[high]) / 2;
+}
+
+/// Returns the median of `a / b` within a round, which cancels out other load on the machine.
+export const medianRatio = (a, b) => median(a.map((value, round) => value / b[round]));
+
+/// Returns the values of all rounds, or this field of them. A failed measurement, which is null in
+/// the results, is NaN.
+const series = (results, table, name, field) => (results[table][name] ?? [])
+  .map((value) => (field === undefined ? value : value?.[field]) ?? NaN);
+
 const format = (value, digits = 0) => (Number.isFinite(value) ? value.toFixed(digits) : '–');
 const line = (...cells) => `| ${cells.join(' | ')} |`;
 
@@ -48,6 +61,14 @@ function viewersTable(results) {
   ];
 }
 
+/// Returns for each round how much longer a build with a public key takes from the end of the
+/// download until it begins to unpack than a build without one.
+function verificationTimes(results) {
+  const [without, verified] = ['update', 'update, verified']
+    .map((name) => series(results, 'transfers', name, 'beforeUnpacking'));
+  return verified.map((time, round) => time - without[round]);
+}
+
 /// Returns the targets, each with the measured value and whether it is met.
 export function checkTargets(results) {
   const [ours, bare, tuned, ...others] = results.names;
@@ -55,8 +76,11 @@ export function checkTargets(results) {
   const betterBare = (field) => (medianOf(bare, field) < medianOf(tuned, field) ? bare : tuned);
   const ratioTo = (other, field) =>
     medianRatio(series(results, 'ready', ours, field), series(results, 'ready', other, field));
-  const transferRatio = (one, other) =>
-    medianRatio(series(results, 'transfers', one), series(results, 'transfers', other));
+  const transfers = (name, field = 'time') => series(results, 'transfers', name, field);
+  const transferRatio = (one, other) => medianRatio(transfers(one), transfers(other));
+  const verification = verificationTimes(results);
+  const verified = medianRatio(verification, transfers('update, verified', 'download'));
+  const megabits = (UPDATE_SIZE * 8) / 1e6;
   const target = (name, number, isMet, value = `${format(number, 2)} times`) => ({
     target: name,
     value,
@@ -91,11 +115,14 @@ export function checkTargets(results) {
       transferRatio('small, curl', 'small'), (ratio) => ratio >= 0.9),
     target('an update of 200 MiB in 1.1 times download and unzip',
       transferRatio('update', 'update, tools'), (ratio) => ratio <= 1.1),
+    target('verifying that update in 0.1 times the time of its download from this machine',
+      verified, (ratio) => ratio <= 0.1, `${format(verified, 2)} times; ` +
+        `0.1 times at ${format(megabits / (10 * median(verification) / 1000))} Mbit/s`),
   ];
 }
 
 function transfersTable(results) {
-  const seconds = (name) => format(median(series(results, 'transfers', name)) / 1000, 1);
+  const seconds = (name) => format(median(series(results, 'transfers', name, 'time')) / 1000, 1);
   const { transfers, updates } = results.rounds;
   return [
     line(`median of ${transfers} rounds, of the update ${updates}; seconds`, 'Orvel OS', 'command line'),
@@ -104,6 +131,20 @@ function transfersTable(results) {
     line('10,000 files of 10 KiB', seconds('small'), `${seconds('small, curl')}; ` +
       `${seconds('small, curl, new connections')} with a connection each`),
     line('update by an archive of 200 MiB', seconds('update'), seconds('update, tools')),
+  ];
+}
+
+function updatesTable(results) {
+  const row = (label, field) => line(label, ...['update', 'update, verified']
+    .map((name) => format(median(series(results, 'transfers', name, field)))));
+  return [
+    line(`update by an archive of 200 MiB, median of ${results.rounds.updates} rounds`,
+      'build without a public key', 'build with one'),
+    '|---|---:|---:|',
+    row('download, ms', 'download'),
+    row('from its end until unpacking begins, ms', 'beforeUnpacking'),
+    row('whole update, ms', 'time'),
+    row('peak memory of the main process, MiB', 'memory'),
   ];
 }
 
@@ -118,7 +159,7 @@ function mainLoopTable(results) {
   ];
 }
 
-export function writeTables(results, chart) {
+export function writeTables(results) {
   const { machine, failures } = results;
   const load = [...results.load].sort((a, b) => a - b);
   return [
@@ -128,9 +169,9 @@ export function writeTables(results, chart) {
       (results.niceness ? `; everything measured had a niceness of ${results.niceness}.` : '.') +
       (results.asRoot ? ' As root, so that Chromium and Qt WebEngine ran without their sandbox; ' +
         'the others had theirs.' : ''),
-    '', `![How the viewers compare](${chart})`, '', ...viewersTable(results), '',
+    '', ...viewersTable(results), '',
     'The ratio is that of Orvel OS to the tuned bare viewer, round by round.', '',
-    ...transfersTable(results), '', ...mainLoopTable(results), '',
+    ...transfersTable(results), '', ...updatesTable(results), '', ...mainLoopTable(results), '',
     '| target | found | |', '|---|---|---|',
     ...checkTargets(results).map(({ target, value, result }) => line(target, value, result)), '',
     ...(failures.length > 0
@@ -147,12 +188,10 @@ export function replaceTables(document, tables) {
 }
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
-  const [resultsFile, document, chart] = process.argv.slice(2);
+  const [resultsFile, document] = process.argv.slice(2);
   const results = JSON.parse(readFileSync(resultsFile, 'utf8'));
   const old = existsSync(document) ? readFileSync(document, 'utf8') : '';
-  const tables = writeTables(results, relative(dirname(document), chart));
-  writeFileSync(document, replaceTables(old, tables));
-  writeFileSync(chart, drawChart(results));
+  writeFileSync(document, replaceTables(old, writeTables(results)));
   for (const { target, value, result } of checkTargets(results)) {
     console.log(`bench: ${result}: ${target}: ${value}`);
   }

@@ -4,14 +4,17 @@
 //   PORT, ORVEL_BENCH_HOST    the address to listen on
 //   ORVEL_BENCH_RECORD        the file of the record
 //   ORVEL_BENCH_PAGE          the page at "/": heavy, large or small
-//   ORVEL_BENCH_ARCHIVE       the archive of the offered release, if any
+//   ORVEL_BENCH_MANIFEST      the manifest of the offered release, if any
+//   ORVEL_BENCH_ARCHIVE       the archive of that release
 
 import { appendFileSync, createReadStream, statSync } from 'node:fs';
 import { createServer } from 'node:http';
 
 import * as pages from './pages.mjs';
 
-const { PORT, ORVEL_BENCH_HOST, ORVEL_BENCH_RECORD, ORVEL_BENCH_ARCHIVE } = process.env;
+const {
+  PORT, ORVEL_BENCH_HOST, ORVEL_BENCH_RECORD, ORVEL_BENCH_MANIFEST, ORVEL_BENCH_ARCHIVE,
+} = process.env;
 const page = {
   heavy: pages.heavyPage, large: pages.largeFilePage, small: pages.smallFilesPage,
 }[process.env.ORVEL_BENCH_PAGE ?? 'heavy'];
@@ -78,10 +81,11 @@ const server = createServer((request, response) => {
   if (pathname === '/bench/sent') return streamSentFiles(response);
   if (pathname === '/api/bestand/large.bin') return sendLargeFile(response);
   if (pathname === '/api/export') return sendSmallFile(response, search.slice(1));
-  if (pathname === '/download/linux.json' && ORVEL_BENCH_ARCHIVE) {
-    return send(response, 'application/json', JSON.stringify({ versie: '99', zip: 'os.zip' }));
+  if (pathname === '/download/linux.json' && ORVEL_BENCH_MANIFEST) {
+    return send(response, 'application/json', ORVEL_BENCH_MANIFEST);
   }
   if (pathname === '/download/os.zip' && ORVEL_BENCH_ARCHIVE) {
+    response.on('finish', () => record('archive sent'));
     response.writeHead(200, { 'Content-Length': statSync(ORVEL_BENCH_ARCHIVE).size });
     return createReadStream(ORVEL_BENCH_ARCHIVE, { highWaterMark: 1 << 20 }).pipe(response);
   }

@@ -11,6 +11,8 @@ import { isEmptyScreen, showsHeavyPage } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
 import { UserHome } from './viewers.mjs';
 
+export const screenSize = { width: 1280, height: 800 };
+
 /// An address that the application treats as an online server, and its local server.
 export const onlineServer = { host: '127.0.0.2', port: 4801 };
 const localServer = { host: '127.0.0.1', port: 4767 };
@@ -26,9 +28,9 @@ export function findInRecord(home, matches) {
 const findListening = (home) => findInRecord(home, ({ event }) => event === 'listening');
 
 /// Starts the server of the benchmark and waits until it listens, which takes `startupTime`.
-async function startServer(bench, home, { host, port, environment }) {
+async function startServer(home, { host, port, environment }) {
   const command = [process.execPath, join(home.folder, 'root/v3/server.mjs')];
-  const tree = await ProcessTree.start(bench.programs, command, {
+  const tree = await ProcessTree.start(command, {
     ...home,
     environment: {
       ...home.environment, PORT: String(port), ORVEL_BENCH_HOST: host, ...environment,
@@ -46,7 +48,7 @@ export async function withHome(bench, body, { server: options = onlineServer, ba
   let server = null;
   try {
     await waitFor('an empty screen', () => isEmptyScreen(bench.screen.framebuffer));
-    if (options) server = await startServer(bench, home, options);
+    if (options) server = await startServer(home, options);
     const address = options && `http://${options.host}:${options.port}/`;
     return await body({ home, server, address });
   } finally {
@@ -55,9 +57,9 @@ export async function withHome(bench, body, { server: options = onlineServer, ba
   }
 }
 
-function startViewer(bench, viewer, home, address) {
+function startViewer(viewer, home, address) {
   const environment = { ...home.environment, ...viewer.environment };
-  return ProcessTree.start(bench.programs, viewer.command(home, address), { ...home, environment });
+  return ProcessTree.start(viewer.command(home, address), { ...home, environment });
 }
 
 /// Waits until the finished page is on the screen. Returns when the window appeared, when the
@@ -84,7 +86,7 @@ async function awaitPage({ framebuffer }, viewer, home, start) {
 /// Starts a viewer, waits for its page and calls `body(tree, times)`. Then kills the viewer.
 /// The times count from `start`, by default the start of the viewer.
 async function withViewer(bench, viewer, { home, address, start }, body) {
-  const tree = await startViewer(bench, viewer, home, address);
+  const tree = await startViewer(viewer, home, address);
   try {
     return await body(tree, await awaitPage(bench.screen, viewer, home, start ?? tree.startTime));
   } finally {
@@ -136,23 +138,14 @@ export function measureColdStart(bench, viewer) {
   }, { server: viewer.startsServer ? null : localServer });
 }
 
-/// Parses the file that main_loop_stalls.cc writes.
-export function parseStalls(text) {
-  return text.split('\n').filter(Boolean).map((line) => {
-    const [waited, worked] = line.split(' ').map(Number);
-    return { waited, worked };
-  });
-}
-
-/// Returns the processor time of the first stall, which is the launch of the application, and of
-/// the longest later one, and the total time for which the main thread was blocked on a condition
-/// variable.
-export function summarizeStalls([launch, ...later]) {
-  return {
-    launch: launch.worked,
-    later: Math.max(0, ...later.map(({ worked }) => worked)),
-    waited: [launch, ...later].reduce((sum, { waited }) => sum + waited, 0),
-  };
+/// Summarizes the file that main_loop_stalls.cc writes. Returns the processor time of the first
+/// stall, which is the launch of the application, and of the longest later one, and the total time
+/// for which the main thread was blocked on a condition variable.
+export function summarizeStalls(text) {
+  const stalls = text.trim().split('\n').map((line) => line.split(' ').map(Number));
+  const [launch, ...later] = stalls.map(([, worked]) => worked);
+  const waited = stalls.reduce((sum, [time]) => sum + time, 0);
+  return { launch, later: Math.max(0, ...later), waited };
 }
 
 /// Measures how long the main loop is blocked until the page is shown.
@@ -167,7 +160,7 @@ export function measureMainLoop(bench, viewer, { cold = false } = {}) {
         `ORVEL_MAIN_LOOP_STALLS=${file}`, ...viewer.command(...options)],
     };
     await withViewer(bench, watched, context, () => {});
-    return summarizeStalls(parseStalls(readFileSync(file, 'utf8')));
+    return summarizeStalls(readFileSync(file, 'utf8'));
   }, { server: cold ? null : onlineServer });
 }
 
@@ -178,10 +171,10 @@ export function measureQuietMinute(bench, viewers) {
     const runs = [];
     try {
       for (const viewer of viewers) {
-        const screen = await Screen.open(bench.size);
+        const screen = await Screen.open(screenSize);
         const run = { screen, home: new UserHome(screen) };
         runs.push(run);
-        run.tree = await startViewer(bench, viewer, run.home, address);
+        run.tree = await startViewer(viewer, run.home, address);
         await awaitPage(screen, viewer, run.home, run.tree.startTime);
       }
       await pause(10_000);

@@ -1,5 +1,5 @@
-// Measures downloads and an update by the application, and the same with command line tools.
-// Times are in milliseconds and count from the first request.
+// Measures downloads and updates by the application, and the same with command line tools. All
+// times are in milliseconds and count from the first request.
 
 import { execFile } from 'node:child_process';
 import { randomFillSync } from 'node:crypto';
@@ -9,6 +9,10 @@ import {
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 
+import { peakMemory } from '../../tests/support/desktop/processes.mjs';
+import {
+  makeUpdateKey, plistValue, setPlistValue, signatureMembers,
+} from '../../tests/support/desktop/release.mjs';
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { LARGE_FILE_SIZE, SMALL_FILES, SMALL_FILE_SIZE } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
@@ -17,102 +21,147 @@ import { copyBundle } from './viewers.mjs';
 
 const run = promisify(execFile);
 
-/// Calls `body({ home, address })` with a server that has this page and release archive. The
-/// home is in the scratch folder.
-const withPage = (bench, page, body, archive = '') => withHome(bench, body, {
+/// Calls `body({ home, address })` with a server that has this page and release. The home is in the
+/// scratch folder.
+const withPage = (bench, page, body, release) => withHome(bench, body, {
   base: bench.scratch,
   server: {
     ...onlineServer,
-    environment: { ORVEL_BENCH_PAGE: page, ORVEL_BENCH_ARCHIVE: archive },
+    environment: {
+      ORVEL_BENCH_PAGE: page,
+      ...release && {
+        ORVEL_BENCH_ARCHIVE: release.archive,
+        ORVEL_BENCH_MANIFEST: JSON.stringify(release.manifest),
+      },
+    },
   },
 });
 
-/// Runs the application until `isDone` returns true. Returns the time since the request that
-/// `matches` finds in the record of the server.
-async function runApplication(bench, { home, address }, matches, isDone, {
-  executable = bench.application, every = 5,
-} = {}) {
+const requestTo = (path) => ({ event, url }) => event === 'request' && url === path;
+
+/// Runs the application until `isDone` returns true. Returns the time since the event that
+/// `begins` finds in the record of the server, and the peak memory of the main process in MiB.
+async function runApplication({ home, address }, executable, begins, isDone, every = 5) {
   home.setServerAddress(address);
-  const tree = await ProcessTree.start(bench.programs, [executable], home);
+  const tree = await ProcessTree.start([executable], home);
   try {
     await waitFor('the end of the transfer', isDone, { timeout: 300_000, every });
-    return wallClock() - findInRecord(home, matches).time;
+    const time = wallClock() - findInRecord(home, begins).time;
+    return { time, memory: peakMemory(tree.pid) };
   } finally {
     await tree.kill();
   }
 }
 
-/// Runs commands in the Downloads folder. Returns the time since the request that `matches` finds
-/// in the record of the server.
-async function runTools({ home }, matches, ...commands) {
+/// Runs commands in the Downloads folder. Returns the time since the event that `begins` finds in
+/// the record of the server.
+async function runTools({ home }, begins, ...commands) {
   for (const [name, ...args] of commands) await run(name, args, { cwd: home.downloads });
-  return wallClock() - findInRecord(home, matches).time;
+  return { time: wallClock() - findInRecord(home, begins).time };
 }
 
 /// Returns whether the complete file is at the path. The application gives a download its final
 /// name only when it is complete.
 const hasSize = (path, size) => existsSync(path) && statSync(path).size === size;
 
-const isLargeFile = ({ url }) => url === '/api/bestand/large.bin';
+const isLargeFile = requestTo('/api/bestand/large.bin');
 
-export const largeByApplication = (bench) => withPage(bench, 'large', (context) => {
+const largeByApplication = (bench) => withPage(bench, 'large', (context) => {
   const path = join(context.home.downloads, 'large.bin');
-  return runApplication(bench, context, isLargeFile, () => hasSize(path, LARGE_FILE_SIZE));
+  return runApplication(context, bench.application, isLargeFile,
+    () => hasSize(path, LARGE_FILE_SIZE));
 });
 
-export const largeByCurl = (bench) => withPage(bench, 'large', (context) =>
+const largeByCurl = (bench) => withPage(bench, 'large', (context) =>
   runTools(context, isLargeFile, ['curl', '-sfO', `${context.address}api/bestand/large.bin`]));
 
 const isFirstSmallFile = ({ event }) => event === 'first small file';
 
-export const smallByApplication = (bench) => withPage(bench, 'small', async (context) => {
+const smallByApplication = (bench) => withPage(bench, 'small', async (context) => {
   const folder = context.home.downloads;
-  const time = await runApplication(bench, context, isFirstSmallFile,
-    () => readdirSync(folder).length === SMALL_FILES, { every: 20 });
+  const result = await runApplication(context, bench.application, isFirstSmallFile,
+    () => readdirSync(folder).length === SMALL_FILES, 20);
   for (const name of readdirSync(folder)) {
     if (!hasSize(join(folder, name), SMALL_FILE_SIZE)) throw new Error(`${name} is incomplete`);
   }
-  return time;
+  return result;
 });
 
-/// Downloads the small files over one connection, or over a new connection for each file as the
-/// application does.
-export const smallByCurl = (bench, { reuse = true } = {}) => withPage(bench, 'small', (context) => {
+const smallByCurl = (bench, ...options) => withPage(bench, 'small', (context) => {
   const list = join(context.home.folder, 'list');
   const lines = Array.from({ length: SMALL_FILES }, (_, at) =>
     `url = "${context.address}api/export?${at}"\noutput = "${at}.bin"\n`);
   writeFileSync(list, lines.join(''));
-  const header = reuse ? [] : ['-H', 'Connection: close'];
-  return runTools(context, isFirstSmallFile, ['curl', '-sf', ...header, '-K', list]);
+  return runTools(context, isFirstSmallFile, ['curl', '-sf', ...options, '-K', list]);
 });
 
-/// Creates the archive of a release with this many bytes of random content, which does not
-/// compress, like programs and images.
-export async function createArchive(bench, size) {
-  const folder = mkdtempSync(join(bench.scratch, 'orvel bench archive '));
+const releaseVersion = '99';
+
+/// Creates a signed release with this many bytes of random content, which does not compress, like
+/// programs and images. Returns its folder, archive, manifest and public key.
+export async function createRelease(bench, size) {
+  const folder = mkdtempSync(join(bench.scratch, 'orvel bench release '));
   const { bundle } = copyBundle(bench.application, folder);
-  const information = join(bundle, 'Contents/Info.plist');
-  writeFileSync(information, readFileSync(information, 'utf8')
-    .replace(/(<key>CFBundleShortVersionString<\/key>\s*<string>)[^<]*/, '$199'));
+  const key = makeUpdateKey();
+  setPlistValue(bundle, 'CFBundleShortVersionString', releaseVersion);
+  setPlistValue(bundle, 'ORVELOSUpdateKey', key.publicKey);
   const content = join(bundle, 'Contents/Resources/content');
   mkdirSync(content);
   for (let left = size, at = 0; left > 0; left -= 1 << 20, at += 1) {
     writeFileSync(join(content, String(at)), randomFillSync(Buffer.alloc(Math.min(left, 1 << 20))));
   }
   await run('zip', ['-qr', 'os.zip', 'Orvel OS.app'], { cwd: folder });
-  return { folder, path: join(folder, 'os.zip') };
+  const archive = join(folder, 'os.zip');
+  const members = signatureMembers(readFileSync(archive), key, releaseVersion);
+  return {
+    folder,
+    archive,
+    manifest: { versie: releaseVersion, zip: 'os.zip', ...members },
+    publicKey: key.publicKey,
+  };
 }
 
-const isArchive = ({ url }) => url === '/download/os.zip';
+const isArchive = requestTo('/download/os.zip');
+const isArchiveSent = ({ event }) => event === 'archive sent';
 
-export const updateByApplication = (bench, archive) => withPage(bench, 'heavy', (context) => {
-  const { bundle, executable } = copyBundle(bench.application, context.home.folder);
-  const information = join(bundle, 'Contents/Info.plist');
-  return runApplication(bench, context, isArchive,
-    () => readFileSync(information, 'utf8').includes('<string>99</string>'), { executable });
-}, archive);
+/// Returns also the time of the download, and the time from its end until unpacking begins, in
+/// which a build with a public key verifies the signature.
+const updateByApplication = (bench, release, publicKey) => withPage(bench, 'heavy', async (context) => {
+  const { home } = context;
+  const { bundle, executable } = copyBundle(bench.application, home.folder);
+  if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
+  const unpacked = join(home.environment.XDG_CACHE_HOME,
+    `nl.orvel.os/temporary/orvel-os-update-${releaseVersion}`);
+  let unpackingBegan = NaN;
+  const result = await runApplication(context, executable, isArchive, () => {
+    if (Number.isNaN(unpackingBegan) && existsSync(unpacked)) unpackingBegan = wallClock();
+    return plistValue(bundle, 'CFBundleShortVersionString') === releaseVersion;
+  }, 1);
+  const sent = findInRecord(home, isArchiveSent).time;
+  return {
+    ...result,
+    download: sent - findInRecord(home, isArchive).time,
+    beforeUnpacking: unpackingBegan - sent,
+  };
+}, release);
 
-export const updateByTools = (bench, archive) => withPage(bench, 'heavy', (context) =>
+const updateByTools = (bench, release) => withPage(bench, 'heavy', (context) =>
   runTools(context, isArchive,
     ['curl', '-sfo', 'os.zip', `${context.address}download/os.zip`],
-    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), archive);
+    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), release);
+
+/// The transfers by name, in groups that download the same.
+export const downloads = [
+  { 'large': largeByApplication, 'large, curl': largeByCurl },
+  {
+    'small': smallByApplication,
+    'small, curl': (bench) => smallByCurl(bench),
+    // As the application does.
+    'small, curl, new connections': (bench) => smallByCurl(bench, '-H', 'Connection: close'),
+  },
+];
+export const updates = {
+  'update': (bench, release) => updateByApplication(bench, release),
+  'update, verified': (bench, release) => updateByApplication(bench, release, release.publicKey),
+  'update, tools': updateByTools,
+};
