@@ -13,7 +13,7 @@ struct ShellCommand {
   bool isEmpty() const { return before.empty() && after.empty(); }
 };
 
-/// The paths and shell commands that differ between the systems.
+/// The paths, shell commands and rules for temporary files that differ between the systems.
 struct PlatformNames {
   /// The name of the edition in the message that a release's signature covers.
   std::string_view edition;
@@ -29,6 +29,9 @@ struct PlatformNames {
   /// at a random path (App Translocation), because the user has not moved it since a browser
   /// downloaded it. Empty on systems without such copies.
   std::string_view translocationFolder;
+  /// Whether an installation removes the working folders of other versions. Not on macOS, which
+  /// itself removes old files from the folder for temporary files.
+  bool removesOtherWorkingFolders;
   /// Starts a bundle in the background after this process has ended. Returns at once.
   ShellCommand relaunch;
 };
@@ -39,6 +42,7 @@ inline constexpr PlatformNames macosNames{
     .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
     .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
     .translocationFolder = "/AppTranslocation/",
+    .removesOtherWorkingFolders = false,
     .relaunch = {.before = "(sleep 1; /usr/bin/open -n ", .after = ") >/dev/null 2>&1 &"},
 };
 
@@ -51,6 +55,7 @@ inline constexpr PlatformNames linuxNames{
     .unpack = {},
     .clearQuarantine = {},
     .translocationFolder = "",
+    .removesOtherWorkingFolders = true,
     .relaunch = {.before = "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
                            "exec setsid ",
                  .after = "/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &"},

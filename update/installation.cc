@@ -63,6 +63,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   // Otherwise this would remove a folder that another instance is unpacking into.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
+  if (platform.names.removesOtherWorkingFolders) removeWorkingFolders(temporary);
   if (!createWorkingFolder(temporary, *folder)) return false;
   unpack(platform, archive, *folder);
 

@@ -25,20 +25,28 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 bool createWorkingFolder(const std::filesystem::path &temporary,
                          const std::filesystem::path &folder) {
   std::error_code error;
-  std::vector<std::filesystem::path> old;
+  auto parent = temporary;
+  for (const auto &name : folder.parent_path().lexically_relative(temporary)) {
+    parent /= name;
+    if (std::filesystem::exists(std::filesystem::symlink_status(parent, error)) &&
+        !isRealFolder(parent)) {
+      return false;
+    }
+  }
+  std::filesystem::remove_all(folder, error);
+  std::filesystem::create_directories(folder, error);
+  return isRealFolder(folder);
+}
+
+void removeWorkingFolders(const std::filesystem::path &temporary) {
+  std::error_code error;
+  std::vector<std::filesystem::path> folders;
   for (auto entry = std::filesystem::directory_iterator(temporary, error);
        !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    if (entry->path().filename().string().starts_with(folderPrefix)) old.push_back(entry->path());
+    const auto &path = entry->path();
+    if (path.filename().string().starts_with(folderPrefix)) folders.push_back(path);
   }
-  for (const auto &path : old) std::filesystem::remove_all(path, error);
-  std::filesystem::create_directories(folder, error);
-
-  auto parent = temporary;
-  for (const auto &name : folder.lexically_relative(temporary)) {
-    parent /= name;
-    if (!isRealFolder(parent)) return false;
-  }
-  return true;
+  for (const auto &path : folders) std::filesystem::remove_all(path, error);
 }
 
 }  // namespace orvel

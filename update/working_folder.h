@@ -11,11 +11,15 @@ namespace orvel {
 /// Any thread.
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
 
-/// Removes what earlier installations left and creates an empty folder to unpack into.
-/// Returns false unless that folder and its parents below the temporary folder are real
+/// Removes the folder that an earlier installation of the same version left, and creates an empty
+/// one. Returns false unless that folder and its parents below the temporary folder are real
 /// folders: a symbolic link could lead to any of the user's folders. The caller holds the lock
 /// of the temporary folder. Any thread; blocks on the disk.
 bool createWorkingFolder(const std::filesystem::path &temporary,
                          const std::filesystem::path &folder);
+
+/// Removes the working folders of all versions. The caller holds the lock of the temporary
+/// folder. Any thread; blocks on the disk.
+void removeWorkingFolders(const std::filesystem::path &temporary);
 
 }  // namespace orvel

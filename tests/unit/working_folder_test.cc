@@ -97,31 +97,45 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, FoldersOfEarlierVersionsAreRemoved) {
-  writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "refused");
-  writeFile(workingFolderFor("a/b") + "/file", "nested");
-  writeFile(fake.locations.temporaryFolder + "/other", "kept");
-  install();
-  EXPECT_EQ(installedVersion(), "new");
-  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("1.1")));
-  EXPECT_FALSE(std::filesystem::exists(workingFolderFor("a")));
-  EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
+TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereTheSystemDoesNotCleanUp) {
+  for (const bool removes : {false, true}) {
+    SCOPED_TRACE(removes);
+    fake.names.removesOtherWorkingFolders = removes;
+    writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "refused");
+    writeFile(workingFolderFor("a/b") + "/file", "nested");
+    writeFile(fake.locations.temporaryFolder + "/other", "kept");
+    install();
+    EXPECT_EQ(installedVersion(), "new");
+    EXPECT_EQ(std::filesystem::exists(workingFolderFor("1.1")), !removes);
+    EXPECT_EQ(std::filesystem::exists(workingFolderFor("a")), !removes);
+    EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
+  }
 }
 
+// An archive of version "1" that was refused has left a link to a folder of the user's.
 TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
-  // An archive of version "1" that was refused has left a link to a folder of the user's.
-  writeFile(root() + "/documents/3/letter", "kept");
-  for (const std::string link : {"1", "1/documents", "1/documents/3"}) {
-    SCOPED_TRACE(link);
+  struct Row {
+    std::string link;
+    bool removesOthers;
+    std::string installed;
+  };
+  for (const auto &[link, removesOthers, installed] :
+       {Row{"1", true, "new"}, Row{"1/documents", true, "new"}, Row{"1/documents/3", true, "new"},
+        Row{"1", false, "old"}, Row{"1/documents", false, "old"},
+        // The link itself is what the earlier installation of this version left.
+        Row{"1/documents/3", false, "new"}}) {
+    SCOPED_TRACE(link + (removesOthers ? " removed" : ""));
+    fake.names.removesOtherWorkingFolders = removesOthers;
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    writeFile(root() + "/documents/3/letter", "kept");
     std::filesystem::remove_all(fake.locations.temporaryFolder);
     std::filesystem::create_directories(
         std::filesystem::path(workingFolderFor(link)).parent_path());
     std::filesystem::create_directory_symlink(root() + "/documents", workingFolderFor(link));
     install("1/documents/3");
-    EXPECT_EQ(installedVersion(), "new");
+    EXPECT_EQ(installedVersion(), installed);
     EXPECT_EQ(readFile(root() + "/documents/3/letter"), "kept");
     EXPECT_FALSE(std::filesystem::exists(root() + "/documents/3/Orvel OS.app"));
-    writeFile(fake.bundle.folder + "/Contents/version", "old");
   }
 }
 
