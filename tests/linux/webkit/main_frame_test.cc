@@ -1,5 +1,6 @@
 // Navigations of the main frame that the policy cancels. The server must not receive a
-// request, in whatever way the page starts the navigation.
+// request, in whatever way the page starts the navigation. Some pages have a sub-frame, which
+// the view must not take for the target of the navigation.
 
 #include "tests/linux/webkit/page.h"
 
@@ -19,7 +20,7 @@ class MainFrameNavigation : public MainFrame, public testing::WithParamInterface
 
 TEST_P(MainFrameNavigation, IsCancelledWithoutRequest) {
   setPage("/frame", GetParam().framePage);
-  showPage(GetParam().html + "<iframe src=/frame></iframe>");
+  showPage(GetParam().html + pageWithFrame);
   evaluate(GetParam().script);
   expectCancelledWithoutRequest(GetParam().address);
 }
@@ -28,8 +29,7 @@ INSTANTIATE_TEST_SUITE_P(
     EveryCause, MainFrameNavigation,
     testing::Values(
         NavigationCase{"Link", "link.click()", "<a id=link href=/file/1>x</a>"},
-        NavigationCase{"LinkInFrameWithTargetTop",
-                       "frames[0].document.getElementById('link').click()", "",
+        NavigationCase{"LinkInFrameWithTargetTop", clickLinkInFrame, "",
                        "<a id=link target=_top href=/file/1>x</a>"},
         NavigationCase{"Script", "location = '/file/1?query#part'", "", "", "/file/1?query#part"},
         NavigationCase{"ReloadAfterPushState",
@@ -63,7 +63,7 @@ TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
 
 TEST_F(MainFrame, RedirectIsDecidedAgainAndCancelled) {
   for (const std::string status : {"301", "302", "303", "307", "308"}) {
-    showPage("<iframe src=/frame></iframe>");
+    showPage(pageWithFrame);
     delegate.decisions.clear();
     const std::string redirect = "/redirect/" + status + "/file/1";
     evaluate("location = '" + redirect + "'");
@@ -72,18 +72,14 @@ TEST_F(MainFrame, RedirectIsDecidedAgainAndCancelled) {
   }
 }
 
-TEST_F(MainFrame, HistoryNavigationIsCancelled) {
+TEST_F(MainFrame, HistoryNavigationAndLoadByApplicationAreCancelled) {
   showPage("first");
   evaluate("history.pushState(0, '', '/file/1')");
   showPage("later");
   evaluate("history.back()");
   expectCancelledWithoutRequest("/file/1");
-}
-
-TEST_F(MainFrame, LoadByApplicationIsCancelled) {
-  showPage("page");
-  load("/file/1");
-  expectCancelledWithoutRequest("/file/1");
+  load("/file/2");
+  expectCancelledWithoutRequest("/file/2");
 }
 
 TEST_F(MainFrame, CancelledNavigationFiresNoUnloadEvents) {
@@ -99,16 +95,14 @@ TEST_F(MainFrame, CancelledNavigationFiresNoUnloadEvents) {
 }
 
 TEST_F(MainFrame, SeveralLinksClickedAtOnceAreAllCancelled) {
-  showPage(
-      "<a href=/file/1>1</a><a href=/file/2>2</a><a href=/file/3?query>3</a>"
-      "<iframe src=/frame></iframe>");
+  showPage("<a href=/file/1>1</a><a href=/file/2>2</a><a href=/file/3?query>3</a>" + pageWithFrame);
   evaluate("document.querySelectorAll('a').forEach(link => link.click())");
   expectCancelled({"mainFrame /file/1", "mainFrame /file/2", "mainFrame /file/3?query"});
   EXPECT_EQ(requestsTo("/file/"), Strings());
 }
 
 TEST_F(MainFrame, RepeatedNavigationsAreCancelled) {
-  showPage("<iframe src=/frame></iframe>");
+  showPage(pageWithFrame);
   for (const std::string address : {"/file/1", "/file/2", "/file/1"}) {
     evaluate("location = '" + address + "'");
     expectCancelledWithoutRequest(address);
@@ -126,7 +120,7 @@ TEST_F(MainFrame, PendingFetchSurvivesCancelledNavigation) {
   EXPECT_TRUE(waitForResult("document.title", "a"));
 }
 
-TEST_F(MainFrame, AddressCancelledInEveryFrameIsDecidedOnce) {
+TEST_F(MainFrame, NavigationThatIsAllowedInNoFrameIsDecidedOnce) {
   showPage("page");
   delegate.decisions.clear();
   evaluate("location = '/export?a=b'");
@@ -137,7 +131,7 @@ TEST_F(MainFrame, AddressCancelledInEveryFrameIsDecidedOnce) {
 TEST_F(MainFrame, WithoutContentFilterSubFrameCountsAsMainFrame) {
   // A file in place of the folder prevents WebKit from storing the filter.
   makeView(folder.file("file", "no folder"));
-  showPage("<iframe src=/frame></iframe>");
+  showPage(pageWithFrame);
   evaluate("location = '/file/1'");
   expectCancelledWithoutRequest("/file/1");
   evaluate("frames[0].location = '/file/2'");

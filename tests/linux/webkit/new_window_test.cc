@@ -1,7 +1,8 @@
-// Navigations that would open a window or start a WebKit download. Neither happens: the
-// delegate gets each request once.
+// Navigations that would open a window or start a WebKit download. WebKit does neither: the
+// delegate gets each URL once.
 
 #include <algorithm>
+#include <utility>
 
 #include "tests/linux/webkit/page.h"
 
@@ -15,18 +16,14 @@ class NewWindow : public PageTest {
     delegate.decisions.clear();
     evaluate(script);
   }
-  void expectReportedWithoutRequest(const std::string &address) {
-    expectWindowRequest(address);
-    EXPECT_EQ(requestsTo(address), Strings());
-  }
 };
 
 class NewWindowNavigation : public NewWindow, public testing::WithParamInterface<NavigationCase> {};
 
-TEST_P(NewWindowNavigation, IsReportedWithoutRequest) {
+TEST_P(NewWindowNavigation, ReachesDelegateAndSendsNoRequest) {
   setPage("/frame", GetParam().framePage);
   showAndRun(GetParam().html, GetParam().script);
-  expectWindowRequest("/next?a=b#c");
+  expectNewWindow("/next?a=b#c");
   EXPECT_EQ(delegate.decisions, Strings{"newWindow /next?a=b#c"});
   EXPECT_EQ(requestsTo("/next"), Strings());
 }
@@ -37,9 +34,7 @@ INSTANTIATE_TEST_SUITE_P(
                                    "<a id=link target=_blank href=/next?a=b#c>x</a>"},
                     NavigationCase{"LinkWithUnknownTarget", "link.click()",
                                    "<a id=link target=missing href=/next?a=b#c>x</a>"},
-                    NavigationCase{"LinkInFrame",
-                                   "frames[0].document.getElementById('link').click()",
-                                   "<iframe src=/frame></iframe>",
+                    NavigationCase{"LinkInFrame", clickLinkInFrame, pageWithFrame,
                                    "<a id=link target=_blank href=/next?a=b#c>x</a>"},
                     NavigationCase{"FormWithTargetBlank", "document.forms[0].submit()",
                                    "<form target=_blank method=post action=/next?a=b#c></form>"}),
@@ -53,54 +48,58 @@ TEST_F(NewWindow, CancelledLinkOpensNoWindow) {
   }
 }
 
-TEST_F(NewWindow, ScriptOpenedWindowIsReported) {
-  showPage("<iframe src=/frame></iframe>");
-  for (const std::string address : {"/next", "/file/1", "/export", "http://example.test/"}) {
-    EXPECT_EQ(evaluate("'' + window.open('" + address + "')"), "null");
-    expectReportedWithoutRequest(address);
+TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
+  showPage("page");
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"'/next'", "/next"},
+      {"'/file/1'", "/file/1"},
+      {"'/export'", "/export"},
+      {"'http://example.test/'", "http://example.test/"},
+      {"'/next', 'name', 'width=200'", "/next"},
+      {"", "(none)"},
+      {"'about:blank'", "about:blank"},
+  };
+  for (const auto &[arguments, address] : rows) {
+    EXPECT_EQ(evaluate("'' + window.open(" + arguments + ")"), "null") << arguments;
+    expectNewWindow(address);
+    EXPECT_EQ(requestsTo(address), Strings());
   }
-  evaluate("window.open('/next', 'name', 'width=200')");
-  expectWindowRequest("/next");
-  evaluate("window.open()");
-  expectWindowRequest("(none)");
-  evaluate("window.open('about:blank')");
-  expectWindowRequest("about:blank");
 }
 
-TEST_F(NewWindow, ThousandsOfWindowsWithoutUserGestureAreReportedOnePerIteration) {
+TEST_F(NewWindow, WindowsOpenedWithoutUserGestureReachDelegateOnePerMainLoopIteration) {
   constexpr std::size_t count = 2000;
   setPage("/start", "<script>for (let number = 0; number < " + std::to_string(count) +
                         "; ++number) open('/window' + number);</script>");
   load("/start");
-  std::size_t reported = 0;
+  std::size_t windows = 0;
   std::size_t maxPerIteration = 0;
   // The condition is evaluated once in each iteration of the main loop.
   EXPECT_TRUE(runUntil([&] {
-    maxPerIteration = std::max(maxPerIteration, delegate.requestedWindows.size() - reported);
-    reported = delegate.requestedWindows.size();
-    return reported >= count;
+    maxPerIteration = std::max(maxPerIteration, delegate.newWindows.size() - windows);
+    windows = delegate.newWindows.size();
+    return windows >= count;
   }));
   EXPECT_EQ(maxPerIteration, 1U);
-  EXPECT_TRUE(waitForSentRequests());
-  ASSERT_EQ(delegate.requestedWindows.size(), count);
-  EXPECT_EQ(delegate.requestedWindows.back(), "/window" + std::to_string(count - 1));
+  EXPECT_TRUE(waitUntilRequestsArrived());
+  ASSERT_EQ(delegate.newWindows.size(), count);
+  EXPECT_EQ(delegate.newWindows.back(), "/window" + std::to_string(count - 1));
   EXPECT_EQ(requestsTo("/window"), Strings());
 }
 
-TEST_F(NewWindow, ScriptWithNameOfFrameNavigatesThatFrame) {
+TEST_F(NewWindow, WindowOpenWithNameOfFrameNavigatesThatFrame) {
   showAndRun("<iframe name=target src=/frame></iframe>", "window.open('/file/1', 'target')");
   EXPECT_TRUE(waitForResult("frames[0].document.body.innerText", "content of /file/1"));
   evaluate("window.open('/file/2', '_self')");
   expectCancelled({"mainFrame /file/2"});
 }
 
-TEST_F(NewWindow, AllowedDownloadLinkIsReportedAsWindow) {
+TEST_F(NewWindow, AllowedLinkWithDownloadAttributeReachesDelegateAsNewWindow) {
   showAndRun("<a id=link download href=/next>x</a>", "link.click()");
-  expectWindowRequest("/next");
+  expectNewWindow("/next");
   EXPECT_EQ(delegate.decisions, Strings{"mainFrame /next"});
 }
 
-TEST_F(NewWindow, CancelledDownloadLinkIsNotReportedAsWindow) {
+TEST_F(NewWindow, CancelledLinkWithDownloadAttributeIsNoNewWindow) {
   for (const std::string address : {"/export", "/file/1"}) {
     showPage("<a id=link download href=" + address + ">x</a>");
     for (std::size_t clicks = 1; clicks < 4; ++clicks) {
@@ -117,16 +116,16 @@ TEST_F(NewWindow, SeveralDownloadLinksClickedAtOnceAreAllDecided) {
       "<a download href=/file/1>1</a><a download href=/file/2>2</a><a download href=/next>3</a>",
       "document.querySelectorAll('a').forEach(link => link.click())");
   EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() == 2; }));
-  expectWindowRequest("/next");
+  expectNewWindow("/next");
   EXPECT_EQ(delegate.cancelled, (Strings{"mainFrame /file/1", "mainFrame /file/2"}));
 }
 
-TEST_F(NewWindow, ResponseThatCannotBeShownIsNotReported) {
+TEST_F(NewWindow, ResponseThatWebKitCannotShowIsNoNewWindow) {
   showPage("page");
   setPage("/odd.bin", std::string(2048, '\1'));
   evaluate("location = '/odd.bin'");
   EXPECT_TRUE(runUntil([&] { return !requestsTo("/odd.bin").empty(); }));
-  EXPECT_EQ(delegate.requestedWindows, Strings());
+  EXPECT_EQ(delegate.newWindows, Strings());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
@@ -11,12 +12,16 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/linux/glib/async_callback.h"
+#include "platform/linux/glib/glib_text.h"
 #include "platform/linux/webkit/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/support/loopback_server.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/time_limit.h"
 
 namespace orvel {
 
@@ -24,15 +29,54 @@ namespace orvel {
 class WebViewTest : public testing::Test {
  protected:
   bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
-  void loadUrl(const std::string &url);
+
+  void loadUrl(const std::string &url) {
+    UrlRequest request;
+    request.url = Url::parse(url).value();
+    view->load(request);
+  }
+
   /// Returns the result of a script in the page as text, or nullopt when the script fails.
   /// WebKit treats the script as a user gesture.
-  std::optional<std::string> evaluate(const std::string &script);
+  std::optional<std::string> evaluate(const std::string &script) {
+    struct Evaluation {
+      bool isDone = false;
+      std::optional<std::string> result;
+    };
+    // Shared, because the callback may run after this function has given up.
+    const auto evaluation = std::make_shared<Evaluation>();
+    const auto finish = [evaluation](GObject *source, GAsyncResult *result) {
+      evaluation->isDone = true;
+      const auto value = adopt(
+          webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr));
+      if (value) evaluation->result = GlibText(jsc_value_to_string(value.get())).get();
+    };
+    webkit_web_view_evaluate_javascript(webKitView(), script.c_str(), -1, nullptr, nullptr, nullptr,
+                                        callAsyncFunction, asyncFunctionData(finish));
+    EXPECT_TRUE(runUntil([&] { return evaluation->isDone; })) << script;
+    return evaluation->result;
+  }
+
   /// Runs a script in the page again and again until it returns a text.
-  bool waitForResult(const std::string &script, const std::string &text);
+  bool waitForResult(const std::string &script, const std::string &text) {
+    const auto end = std::chrono::steady_clock::now() + timeLimit(std::chrono::seconds(20));
+    std::optional<std::string> last;
+    while (std::chrono::steady_clock::now() < end) {
+      last = evaluate(script);
+      if (last == text) return true;
+    }
+    ADD_FAILURE() << script << " returned " << last.value_or("nothing");
+    return false;
+  }
+
   /// Waits until the page shows a text and nothing else.
-  bool waitForText(const std::string &text);
-  WebKitWebView *webKitView() const;
+  bool waitForText(const std::string &text) {
+    return waitForResult("document.body ? document.body.innerText.trim() : ''", text);
+  }
+
+  WebKitWebView *webKitView() const {
+    return WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
+  }
 
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
   std::unique_ptr<WebView> view;
@@ -42,13 +86,35 @@ class WebViewTest : public testing::Test {
 /// sub-frames, and "/export" and other servers nowhere.
 class PageDelegate final : public WebViewDelegate {
  public:
-  NavigationPolicy decidePolicy(const NavigationAction &action) override;
-  NavigationPolicy policyFor(const NavigationAction &action) const override;
-  void createWebView(const std::optional<Url> &url) override;
+  NavigationPolicy decidePolicy(const NavigationAction &action) override {
+    decisions.push_back(describe(action));
+    const NavigationPolicy policy = policyFor(action);
+    if (policy == NavigationPolicy::cancel) cancelled.push_back(decisions.back());
+    return policy;
+  }
+  NavigationPolicy policyFor(const NavigationAction &action) const override {
+    lastPolicyQuery = describe(action);
+    if (!action.url) return NavigationPolicy::cancel;
+    const bool isOwnServer =
+        action.url->scheme == "about" || action.url->absoluteString.starts_with(server);
+    const bool isFile = action.url->path.starts_with("/file/");
+    const bool isExcluded =
+        action.url->path == "/export" || (isFile && action.target != NavigationTarget::subFrame);
+    return isOwnServer && !isExcluded ? NavigationPolicy::allow : NavigationPolicy::cancel;
+  }
+  void createWebView(const std::optional<Url> &url) override {
+    newWindows.push_back(describe(url));
+  }
   void runJavaScriptAlertPanel(const std::string &message,
-                               std::function<void()> completion) override;
+                               std::function<void()> completion) override {
+    panels.push_back("alert " + message);
+    alertCompletions.push_back(std::move(completion));
+  }
   void runJavaScriptConfirmPanel(const std::string &message,
-                                 std::function<void(bool)> completion) override;
+                                 std::function<void(bool)> completion) override {
+    panels.push_back("confirm " + message);
+    confirmCompletions.push_back(std::move(completion));
+  }
   void webViewWebContentProcessDidTerminate() override {}
 
   /// The address of the test's server, whose URLs are recorded as paths.
@@ -57,8 +123,8 @@ class PageDelegate final : public WebViewDelegate {
   std::vector<std::string> decisions;
   /// The decisions that cancelled a navigation.
   std::vector<std::string> cancelled;
-  /// The URLs of the requested windows, such as "/page", or "(none)" without a URL.
-  std::vector<std::string> requestedWindows;
+  /// The URLs of the calls of `createWebView`, such as "/page", or "(none)" without a URL.
+  std::vector<std::string> newWindows;
   /// The kinds and messages of the panels, such as "alert Hello".
   std::vector<std::string> panels;
   std::vector<std::function<void()>> alertCompletions;
@@ -67,8 +133,16 @@ class PageDelegate final : public WebViewDelegate {
   mutable std::string lastPolicyQuery;
 
  private:
-  std::string name(const NavigationAction &action) const;
-  std::string name(const std::optional<Url> &url) const;
+  std::string describe(const NavigationAction &action) const {
+    // In the order of NavigationTarget.
+    constexpr const char *targets[] = {"mainFrame ", "subFrame ", "newWindow "};
+    return targets[static_cast<int>(action.target)] + describe(action.url);
+  }
+  std::string describe(const std::optional<Url> &url) const {
+    if (!url) return "(none)";
+    const bool isOwnServer = url->absoluteString.starts_with(server);
+    return isOwnServer ? url->absoluteString.substr(server.size() - 1) : url->absoluteString;
+  }
 };
 
 /// A web view that shows pages of a server of the test. The body of a path is "content of "
@@ -76,46 +150,127 @@ class PageDelegate final : public WebViewDelegate {
 /// status, and the response for a path below "/held/" waits for `releaseHeldResponses`.
 class PageTest : public WebViewTest {
  public:
-  PageTest();
-  ~PageTest() override;
+  PageTest() {
+    delegate.server = server.url();
+    makeView(folder.path());
+  }
+  ~PageTest() override {
+    releaseHeldResponses();
+    // Before the delegate is destroyed.
+    view.reset();
+  }
 
  protected:
   using Strings = std::vector<std::string>;
 
   /// Replaces the view by a new one with this data and cache folder.
-  void makeView(const std::filesystem::path &dataFolder);
+  void makeView(const std::filesystem::path &dataFolder) {
+    WebViewConfiguration configuration;
+    configuration.persistentDataStore = false;
+    const WebViewEnvironment environment{.dataFolder = dataFolder, .cacheFolder = dataFolder};
+    view = std::make_unique<WebKitPageView>(configuration, environment, delegate);
+  }
+
   void load(const std::string &path) { loadUrl(server.url(path)); }
+
   /// Loads a page with this source and waits until it is complete.
-  void showPage(const std::string &html);
-  void setPage(const std::string &path, const std::string &html);
-  void releaseHeldResponses();
+  void showPage(const std::string &html) {
+    const std::string path = "/page" + std::to_string(++uniqueNumber_);
+    setPage(path, html);
+    load(path);
+    ASSERT_TRUE(waitForResult("location.pathname + document.readyState", path + "complete"));
+  }
+
+  void setPage(const std::string &path, const std::string &html) {
+    const std::lock_guard lock(mutex_);
+    pages_[path] = html;
+  }
+
+  void releaseHeldResponses() {
+    const std::lock_guard lock(mutex_);
+    isReleased_ = true;
+    released_.notify_all();
+  }
+
   /// Waits until the server has received all requests that the page has sent. The page sends
   /// one more request as a barrier, because its requests arrive in order.
-  bool waitForSentRequests();
-  /// Returns the methods and targets of the requests to this path and all that it begins,
-  /// such as "GET /page/1".
-  Strings requestsTo(const std::string &path) const;
+  bool waitUntilRequestsArrived() {
+    const std::string barrier = "/barrier" + std::to_string(++uniqueNumber_);
+    evaluate("fetch('" + barrier + "'); 0");
+    return runUntil([&] { return !requestsTo(barrier).empty(); });
+  }
 
-  /// Waits for cancelled decisions. Expects no others and no requested window.
-  void expectCancelled(const Strings &decisions);
-  /// Waits for a requested window. Expects no others.
-  void expectWindowRequest(const std::string &address);
+  /// Returns the methods and targets of the requests whose target starts with the prefix, in
+  /// the order of their arrival, such as "GET /page/1".
+  Strings requestsTo(const std::string &prefix) const {
+    Strings found;
+    for (const std::string &head : server.heads()) {
+      if (targetOf(head).starts_with(prefix)) found.push_back(head.substr(0, head.find(" HTTP/")));
+    }
+    return found;
+  }
+
+  /// Waits for cancelled decisions. Expects no others and no new window.
+  void expectCancelled(const Strings &decisions) {
+    EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
+    EXPECT_TRUE(waitUntilRequestsArrived());
+    EXPECT_EQ(delegate.cancelled, decisions);
+    EXPECT_EQ(delegate.newWindows, Strings());
+    delegate.cancelled.clear();
+  }
+
+  /// Waits until the delegate gets the URL of a new window. Expects no other new window.
+  void expectNewWindow(const std::string &address) {
+    EXPECT_TRUE(runUntil([&] { return !delegate.newWindows.empty(); }));
+    EXPECT_TRUE(waitUntilRequestsArrived());
+    EXPECT_EQ(delegate.newWindows, Strings{address});
+    delegate.newWindows.clear();
+  }
 
   const TemporaryFolder folder;
   PageDelegate delegate;
 
  private:
-  void respond(LoopbackConnection &connection, const std::string &head);
+  /// Returns the path and query in the first line of a request.
+  static std::string targetOf(const std::string &head) {
+    const auto begin = head.find(' ') + 1;
+    return head.substr(begin, head.find(" HTTP/") - begin);
+  }
+
+  void respond(LoopbackConnection &connection, const std::string &head) {
+    std::string path = targetOf(head);
+    std::unique_lock lock(mutex_);
+    if (path.starts_with("/held/")) {
+      released_.wait(lock, [this] { return isReleased_; });
+      path = path.substr(std::string_view("/held").size());
+    }
+    const std::string_view redirect = "/redirect/";
+    constexpr std::size_t statusLength = 3;
+    if (path.starts_with(redirect)) {
+      const std::string status = path.substr(redirect.size(), statusLength);
+      connection.send(redirectTo(path.substr(redirect.size() + statusLength), status + " Moved"));
+      return;
+    }
+    const auto page = pages_.find(path.substr(0, path.find('?')));
+    connection.send(okResponse(page != pages_.end() ? page->second : "content of " + path,
+                               "Content-Type: text/html\r\nCache-Control: no-store\r\n"));
+  }
 
   mutable std::mutex mutex_;
   std::map<std::string, std::string> pages_;
   std::condition_variable released_;
   bool isReleased_ = false;
-  int pageCount_ = 0;
+  int uniqueNumber_ = 0;
 
  protected:
-  const LoopbackServer server;
+  const LoopbackServer server{[this](LoopbackConnection &connection, const std::string &head) {
+    respond(connection, head);
+  }};
 };
+
+/// A page with a sub-frame that shows "/frame".
+inline const std::string pageWithFrame = "<iframe src=/frame></iframe>";
+inline const std::string clickLinkInFrame = "frames[0].document.getElementById('link').click()";
 
 /// A page and a script on it that starts a navigation.
 struct NavigationCase {

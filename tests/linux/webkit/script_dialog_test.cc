@@ -9,8 +9,8 @@ namespace {
 
 class ScriptDialog : public PageTest {
  protected:
-  /// Starts a script, after clearing the title, and returns at once. A dialog blocks the script
-  /// until it is answered.
+  /// Starts a script, which runs after this function has returned and the title is cleared. A
+  /// dialog blocks the script until it is answered.
   void start(const std::string &script) {
     evaluate("setTimeout(() => { document.title = ''; " + script + " }); 0");
   }
@@ -65,7 +65,7 @@ TEST_F(ScriptDialog, PromptReturnsNullWithoutPanel) {
 
 TEST_F(ScriptDialog, BeforeUnloadShowsNoPanel) {
   showPage("<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>");
-  // The script counts as a user gesture, without which WebKit asks nothing.
+  // The script counts as a user gesture, without which WebKit requests no confirmation.
   evaluate("0");
   showPage("next");
   EXPECT_EQ(delegate.panels, Strings());
