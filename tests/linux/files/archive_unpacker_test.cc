@@ -17,11 +17,9 @@ using namespace posix_test;
 const std::string programName = "Orvel OS.app/Contents/Linux/orvel-os";
 
 /// Returns the entries of a release.
-std::vector<ZipEntry> release(const std::string &program = releaseProgram(),
-                              unsigned permissions = 0755) {
+std::vector<ZipEntry> release(const std::string &program = releaseProgram()) {
   return {zipFolder("Orvel OS.app/"), zipFile("Orvel OS.app/Contents/Info.plist", "information"),
-          zipFile(programName, program, permissions),
-          zipLink("Orvel OS.app/Contents/Current", "Linux")};
+          zipFile(programName, program, 0755), zipLink("Orvel OS.app/Contents/Current", "Linux")};
 }
 
 class ArchiveUnpacking : public testing::Test {
@@ -65,8 +63,6 @@ TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
 TEST_F(ArchiveUnpacking, BundleWithoutLoadableProgramIsRejected) {
   expectRejected({zipFile("Orvel OS.app/Contents/Info.plist", "x")});
   expectRejected({zipFolder(programName + "/")});
-  expectRejected(release("#!/bin/sh\n"));
-  expectRejected(release(releaseProgram(), 0644));
   expectRejected(release(releaseProgramWith("libc.so.6", "libq.so.6")));
   expectRejected({zipFile("Orvel OS 1.3.app/Contents/Linux/orvel-os", releaseProgram(), 0755)});
   expectRejected({zipFile("folder/" + programName, releaseProgram(), 0755)});
@@ -91,24 +87,22 @@ TEST_F(ArchiveUnpacking, MissingWorkingFolderIsNotCreated) {
 TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
   unpack(release());
   const Tree whole = treeOf(bundle_);
+  int kills = 0;
   bool sawNone = false;
-  int number = 1;
-  for (;; ++number) {
-    emptyWorkingFolder();
-    const ChildEnd end = killAtSystemCall(number, [this] {
-      unpacker_.unpack(archive_, working_);
-      return true;
-    });
-    if (end == ChildEnd::notTraceable) GTEST_SKIP() << "ptrace is not permitted";
-    const Tree left = treeOf(bundle_);
-    sawNone = sawNone || left.empty();
-    ASSERT_TRUE(left.empty() || left == whole) << "killed at system call " << number;
-    if (end == ChildEnd::killed) continue;
-    EXPECT_EQ(end, ChildEnd::succeeded);
-    EXPECT_EQ(left, whole);
-    break;
-  }
-  EXPECT_GT(number, 20);
+  const bool isTraceable = killAtEverySystemCall([this] { emptyWorkingFolder(); },
+                                                 [this] {
+                                                   unpacker_.unpack(archive_, working_);
+                                                   return true;
+                                                 },
+                                                 [&] {
+                                                   ++kills;
+                                                   const Tree left = treeOf(bundle_);
+                                                   sawNone = sawNone || left.empty();
+                                                   EXPECT_TRUE(left.empty() || left == whole);
+                                                 });
+  if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
+  EXPECT_EQ(treeOf(bundle_), whole);
+  EXPECT_GT(kills, 20);
   EXPECT_TRUE(sawNone);
 }
 

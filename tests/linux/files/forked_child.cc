@@ -1,6 +1,7 @@
 #include "tests/linux/files/forked_child.h"
 
 #include <grp.h>
+#include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -18,6 +19,7 @@
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <string>
 
 namespace orvel::posix_test {
 
@@ -74,22 +76,11 @@ bool disableSystemCall(unsigned number, unsigned error, std::optional<unsigned> 
   ::_exit(succeeded ? success : failure);
 }
 
-}  // namespace
-
-std::optional<bool> inChild(const Task &task) {
+/// Runs a task in a forked child and kills it on entry to its n-th system call, counted from 1.
+/// Returns its wait status, or nullopt when the system does not permit ptrace.
+std::optional<int> killAtSystemCall(int number, const Task &task) {
   const pid_t child = ::fork();
   if (child < 0) return std::nullopt;
-  if (child == 0) runAndExit(task);
-  const int status = waitFor(child);
-  if (!WIFEXITED(status) || WEXITSTATUS(status) > failure) return std::nullopt;
-  return WEXITSTATUS(status) == success;
-}
-
-void giveUp() { ::_exit(gaveUp); }
-
-ChildEnd killAtSystemCall(int number, const Task &task) {
-  const pid_t child = ::fork();
-  if (child < 0) return ChildEnd::notTraceable;
   if (child == 0) {
     if (!trace(PTRACE_TRACEME, 0)) giveUp();
     ::raise(SIGSTOP);
@@ -100,7 +91,7 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
       !trace(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
     ::kill(child, SIGKILL);
     waitFor(child);
-    return ChildEnd::notTraceable;
+    return std::nullopt;
   }
 
   int entered = 0;
@@ -118,9 +109,36 @@ ChildEnd killAtSystemCall(int number, const Task &task) {
     isInSystemCall = !isInSystemCall;
     if (isInSystemCall && ++entered == number) ::kill(child, SIGKILL);
   }
-  if (WIFSIGNALED(status)) return WTERMSIG(status) == SIGKILL ? ChildEnd::killed : ChildEnd::failed;
-  if (WEXITSTATUS(status) == gaveUp) return ChildEnd::notTraceable;
-  return WEXITSTATUS(status) == success ? ChildEnd::succeeded : ChildEnd::failed;
+  if (WIFEXITED(status) && WEXITSTATUS(status) == gaveUp) return std::nullopt;
+  return status;
+}
+
+}  // namespace
+
+std::optional<bool> inChild(const Task &task) {
+  const pid_t child = ::fork();
+  if (child < 0) return std::nullopt;
+  if (child == 0) runAndExit(task);
+  const int status = waitFor(child);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) > failure) return std::nullopt;
+  return WEXITSTATUS(status) == success;
+}
+
+void giveUp() { ::_exit(gaveUp); }
+
+bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
+                           const std::function<void()> &check) {
+  bool wasKilled = true;
+  for (int number = 1; wasKilled && !testing::Test::HasFailure(); ++number) {
+    SCOPED_TRACE("system call " + std::to_string(number));
+    prepare();
+    const auto status = killAtSystemCall(number, task);
+    if (!status) return false;
+    check();
+    wasKilled = WIFSIGNALED(*status) && WTERMSIG(*status) == SIGKILL;
+    EXPECT_TRUE(wasKilled || (WIFEXITED(*status) && WEXITSTATUS(*status) == success));
+  }
+  return true;
 }
 
 bool disableRenameExchange() { return disableSystemCall(SYS_renameat2, EINVAL, RENAME_EXCHANGE); }

@@ -15,19 +15,13 @@ std::optional<bool> inChild(const Task &task);
 /// Ends a child of `inChild` when the system does not permit what its task needs.
 [[noreturn]] void giveUp();
 
-/// How a child ended that was to be killed at a system call.
-enum class ChildEnd {
-  killed,
-  /// The task returned true before it made that many system calls.
-  succeeded,
-  failed,
-  /// This system does not permit ptrace.
-  notTraceable,
-};
-
-/// Runs a task in a forked child and kills it (SIGKILL) on entry to its n-th system call,
-/// counted from 1, before the call has an effect.
-ChildEnd killAtSystemCall(int number, const Task &task);
+/// Runs a task again and again in a forked child that is killed (SIGKILL) on entry to its
+/// first, second, ... system call, before the call has an effect. Ends when the task returns
+/// before that call, or after a failed expectation. Expects that the task then returns true.
+/// Runs `prepare` before and `check` after each child. Returns false when the system does not
+/// permit ptrace.
+bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
+                           const std::function<void()> &check);
 
 // The following functions change the calling process for the rest of its life, so they are
 // only for a child. They return false when the kernel does not permit the change.

@@ -210,21 +210,20 @@ TEST_F(KeyFileDefaults, KillAtAnySystemCallLeavesOldOrNewValue) {
   open().setText("other", "kept");
   int keptOld = 0;
   int gotNew = 0;
-  ChildEnd end = ChildEnd::killed;
-  for (int number = 1; end == ChildEnd::killed; ++number) {
-    open().setText("osURL", "old");
-    end = killAtSystemCall(number, [this] {
-      open().setText("osURL", "new");
-      return true;
-    });
-    if (end == ChildEnd::notTraceable) GTEST_SKIP() << "ptrace is not permitted";
-    const auto value = open().text("osURL");
-    ASSERT_TRUE(value == "old" || value == "new") << "killed at system call " << number;
-    ++(value == "old" ? keptOld : gotNew);
-    ASSERT_EQ(open().text("other"), "kept") << "killed at system call " << number;
-    ASSERT_FALSE(std::filesystem::exists(pathWith(".damaged")));
-  }
-  EXPECT_EQ(end, ChildEnd::succeeded);
+  const bool isTraceable =
+      killAtEverySystemCall([this] { open().setText("osURL", "old"); },
+                            [this] {
+                              open().setText("osURL", "new");
+                              return true;
+                            },
+                            [&] {
+                              const auto value = open().text("osURL");
+                              EXPECT_TRUE(value == "old" || value == "new");
+                              ++(value == "old" ? keptOld : gotNew);
+                              EXPECT_EQ(open().text("other"), "kept");
+                              EXPECT_FALSE(std::filesystem::exists(pathWith(".damaged")));
+                            });
+  if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
   EXPECT_GT(keptOld, 1);
   EXPECT_GT(gotNew, 1);
 }

@@ -19,27 +19,21 @@ TEST(UserLocations, OnlyFileWithExecutePermissionIsExecutable) {
   EXPECT_FALSE(locations.isExecutableFile(folder.path() / "missing"));
 }
 
-TEST(UserLocations, HomeHasNoTrailingSlash) {
+TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"/home/me", "/home/me"}, {"/home/me/", "/home/me"}, {"/home/me//", "/home/me"}, {"/", "/"}};
   for (const auto &[variable, home] : rows) {
     // In a child, because GLib reads HOME only once.
     EXPECT_EQ(posix_test::inChild([&variable = variable, &home = home] {
-                return ::setenv("HOME", variable.c_str(), 1) == 0 &&
-                       UserLocations("/nowhere").home() == home;
+                if (::setenv("HOME", variable.c_str(), 1) != 0) return false;
+                const UserLocations locations("/nowhere");
+                const std::string downloads = locations.downloads();
+                return locations.home() == home && downloads.starts_with('/') &&
+                       !downloads.ends_with('/');
               }),
               true)
         << variable;
   }
-}
-
-TEST(UserLocations, DownloadFolderIsAbsoluteWithoutTrailingSlash) {
-  // In a child as well, because GLib would keep this home folder for the test above.
-  EXPECT_EQ(posix_test::inChild([] {
-              const std::string folder = UserLocations("/nowhere").downloads();
-              return folder.starts_with('/') && !folder.ends_with('/');
-            }),
-            true);
 }
 
 TEST(UserLocations, TemporaryFolderIsCreatedForOwnerOnly) {

@@ -1,5 +1,5 @@
-// A stand-in for the program of a release. When it is executed, its constructor and its
-// main function each create a file next to it.
+// A stand-in for the program of a release. Its constructor, which runs before main, creates a
+// file next to it.
 
 #include <unistd.h>
 
@@ -8,16 +8,13 @@
 
 namespace {
 
-void leaveMark() {
-  const std::filesystem::path mark = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  std::ofstream(mark / "executed") << ::getpgid(0);
-}
-
-struct Constructor {
-  Constructor() { leaveMark(); }
-};
-const Constructor constructor;
+const struct Constructor {
+  Constructor() {
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+    std::ofstream(program.parent_path() / "executed") << ::getpgid(0);
+  }
+} constructor;
 
 }  // namespace
 
-int main() { leaveMark(); }
+int main() {}
