@@ -18,7 +18,7 @@ void iterateUntil(const Condition &condition) {
   while (!condition()) g_main_context_iteration(nullptr, TRUE);
 }
 
-TEST(GlibMainQueue, NestedLoopRunsRemainingWork) {
+TEST(GlibMainQueue, NestedMainLoopRunsPostedAndDelayedAndRepeatedWork) {
   GlibMainQueue queue;
   std::vector<int> order;
   bool delayed = false;
@@ -36,7 +36,7 @@ TEST(GlibMainQueue, NestedLoopRunsRemainingWork) {
   EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
 }
 
-TEST(GlibMainQueue, WorkOfOtherThreadsWakesLoopAndKeepsItsOrder) {
+TEST(GlibMainQueue, WorkPostedByOtherThreadsWakesMainLoopAndKeepsOrderOfEachThread) {
   GlibMainQueue queue;
   constexpr int perThread = 2000;
   std::vector<std::vector<int>> order(4);
@@ -67,10 +67,14 @@ TEST(GlibMainQueue, MissedRepetitionsAreSkipped) {
   EXPECT_EQ(runs, 1);
 }
 
-TEST(GlibMainQueue, DestructionDropsPendingWork) {
+TEST(GlibMainQueue, FinishedAndDroppedWorkIsReleased) {
   const auto captured = std::make_shared<int>(1);
   {
     GlibMainQueue queue;
+    bool ran = false;
+    queue.post([captured, &ran] { ran = true; });
+    iterateUntil([&] { return ran; });
+    EXPECT_EQ(captured.use_count(), 1);
     queue.post([captured] { ADD_FAILURE() << "ran after destruction"; });
     queue.after(milliseconds(0), [captured] { ADD_FAILURE() << "ran after destruction"; });
     EXPECT_EQ(captured.use_count(), 3);
@@ -78,15 +82,6 @@ TEST(GlibMainQueue, DestructionDropsPendingWork) {
   EXPECT_EQ(captured.use_count(), 1);
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
-}
-
-TEST(GlibMainQueue, FinishedWorkIsReleased) {
-  GlibMainQueue queue;
-  const auto captured = std::make_shared<int>(1);
-  bool ran = false;
-  queue.post([captured, &ran] { ran = true; });
-  iterateUntil([&] { return ran; });
-  EXPECT_EQ(captured.use_count(), 1);
 }
 
 }  // namespace

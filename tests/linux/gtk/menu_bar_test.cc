@@ -14,25 +14,21 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(KeyEquivalents, CommandKeyIsControlAndSuper) {
-  EXPECT_THAT(accelerators({}), ElementsAre());
-  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "z"}),
-              ElementsAre("<Control>z", "<Super>z"));
-  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "Z"}),
-              ElementsAre("<Control><Shift>z", "<Super><Shift>z"));
-  EXPECT_THAT(accelerators({.title = "item", .keyEquivalent = "f", .withControl = true}),
-              ElementsAre("<Control><Super>f"));
+TEST(KeyEquivalents, CommandKeyIsControlAndSuperAndF11TogglesFullScreen) {
+  MenuItem item{.title = "item"};
+  EXPECT_THAT(accelerators(item), ElementsAre());
+  item.keyEquivalent = "z";
+  EXPECT_THAT(accelerators(item), ElementsAre("<Control>z", "<Super>z"));
+  item.keyEquivalent = "Z";
+  EXPECT_THAT(accelerators(item), ElementsAre("<Control><Shift>z", "<Super><Shift>z"));
+  item.keyEquivalent = "f";
+  item.withControl = true;
+  EXPECT_THAT(accelerators(item), ElementsAre("<Control><Super>f"));
+  item.action = MenuAction::toggleFullScreen;
+  EXPECT_THAT(accelerators(item), ElementsAre("F11", "<Control><Super>f"));
 }
 
-TEST(KeyEquivalents, FullScreenAlsoHasF11) {
-  EXPECT_THAT(accelerators({.title = "item",
-                            .action = MenuAction::toggleFullScreen,
-                            .keyEquivalent = "f",
-                            .withControl = true}),
-              ElementsAre("F11", "<Control><Super>f"));
-}
-
-TEST(GtkCommands, OnlyEditMenuHasEditingCommands) {
+TEST(GtkCommands, ItemsOfEditMenuAreEditingCommands) {
   for (const Menu &menu : menuBarDescription()) {
     for (const MenuItem &item : menu.items) {
       if (item.isSeparator) continue;
@@ -41,7 +37,7 @@ TEST(GtkCommands, OnlyEditMenuHasEditingCommands) {
   }
 }
 
-TEST(GtkMenuBar, MenuHasEveryItemWithSeparatorAndKeyAndCommand) {
+TEST(GtkMenuBar, MenuHasLabelAndSectionAndKeyAndCommandOfEveryItem) {
   ASSERT_TRUE(gtk_init_check());
   GtkWidget *window = gtk_window_new();
   std::vector<MenuAction> commands;

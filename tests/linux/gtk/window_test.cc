@@ -87,8 +87,17 @@ class MainWindow : public testing::Test {
   std::unique_ptr<Window> window;
 };
 
-TEST_F(MainWindow, StoredFrameIsRestored) {
-  EXPECT_EQ(frameOf(makeWindow("450 350")), (WindowFrame{450, 350}));
+TEST_F(MainWindow, FirstFrameIsStoredFrameWithinLimitsOrContentRectangle) {
+  const std::vector<std::pair<std::string, WindowFrame>> rows{
+      {"450 350", {450, 350}},
+      {"no frame at all", screenSize()},
+      {"99999 99999", screenSize()},
+      {"1 1", {400, 300}},  // The minimum.
+  };
+  for (const auto &[stored, frame] : rows) {
+    EXPECT_EQ(frameOf(makeWindow(stored)), frame) << stored;
+    window.reset();
+  }
 }
 
 TEST_F(MainWindow, ThemeIsAlwaysDark) {
@@ -102,16 +111,6 @@ TEST_F(MainWindow, ThemeIsAlwaysDark) {
   gboolean isDark = FALSE;
   g_object_get(settings, dark, &isDark, nullptr);
   EXPECT_TRUE(isDark);
-}
-
-TEST_F(MainWindow, WithoutStoredFrameContentRectangleIsUsed) {
-  EXPECT_EQ(frameOf(makeWindow("no frame at all")), screenSize());
-}
-
-TEST_F(MainWindow, StoredFrameIsLimitedToScreenAndMinimum) {
-  EXPECT_EQ(frameOf(makeWindow("99999 99999")), screenSize());
-  window.reset();
-  EXPECT_EQ(frameOf(makeWindow("1 1")), (WindowFrame{400, 300}));
 }
 
 TEST_F(MainWindow, ChangedFrameIsStored) {

@@ -89,20 +89,12 @@ TEST_F(MediaType, MissingDatabaseLeavesExtensionAbsent) {
 TEST_F(MediaType, SystemDatabaseHasUsualExtensions) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
       {"text/plain", "txt"},
-      {"text/html", "html"},
-      {"text/csv", "csv"},
       {"text/calendar", "ics"},
       {"text/vcard", "vcf"},
-      {"text/xml", "xml"},
+      {"text/xml", "xml"},  // An alias of application/xml.
       {"image/jpeg", "jpg"},
-      {"image/png", "png"},
-      {"image/svg+xml", "svg"},
       {"audio/ogg", "ogg"},
-      {"video/mp4", "mp4"},
-      {"application/pdf", "pdf"},
-      {"application/zip", "zip"},
       {"application/x-zip-compressed", "zip"},
-      {"application/json", "json"},
       {"application/vnd.ms-excel", "xls"},
       {"application/octet-stream", std::nullopt},
   };

@@ -25,21 +25,19 @@ struct Result {
   MoveResult moved = MoveResult::failed;
 };
 
-/// Downloads a file and moves it to the path. Waits for the completion.
-Result download(SoupHttpSession &session, const UrlRequest &request, const std::string &path) {
-  const auto promise = std::make_shared<std::promise<Result>>();
-  session.downloadTask(request, [promise, path](const Download &download) {
-    Result result{.hasFile = download.file.has_value(), .name = download.suggestedFilename};
-    if (download.file) result.moved = moveFile(*download.file, path);
-    promise->set_value(result);
-  });
-  return promise->get_future().get();
-}
-
 class SoupHttpDownload : public testing::Test {
  protected:
-  Result fetch(const UrlRequest &request) { return download(session_, request, target_); }
-  Result fetch(const LoopbackServer &server) { return fetch(requestOf(server.url())); }
+  /// Downloads a file and moves it to `target_`. Waits for the completion.
+  Result fetch(SoupHttpSession &session, const UrlRequest &request) const {
+    const auto promise = std::make_shared<std::promise<Result>>();
+    session.downloadTask(request, [promise, this](const Download &download) {
+      Result result{.hasFile = download.file.has_value(), .name = download.suggestedFilename};
+      if (download.file) result.moved = moveFile(*download.file, target_);
+      promise->set_value(result);
+    });
+    return promise->get_future().get();
+  }
+  Result fetch(const LoopbackServer &server) { return fetch(session_, requestOf(server.url())); }
   bool folderIsEmpty() const { return fs::is_empty(folder_.path()); }
 
   const TemporaryFolder folder_;
@@ -78,7 +76,7 @@ TEST_F(SoupHttpDownload, StalledBodyTimesOutAndLeavesNoFile) {
   const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
   UrlRequest request = requestOf(server.url());
   request.timeout = milliseconds(300);
-  EXPECT_FALSE(fetch(request).hasFile);
+  EXPECT_FALSE(fetch(session_, request).hasFile);
   EXPECT_TRUE(folderIsEmpty());
 }
 
@@ -98,7 +96,7 @@ TEST_F(SoupHttpDownload, WithoutWritableFolderNoRequestIsSent) {
   for (const std::vector<std::string> &folders :
        {std::vector<std::string>{}, {folder_.path() / "missing"}, {file}}) {
     SoupHttpSession session(folders);
-    EXPECT_FALSE(download(session, requestOf(server.url()), target_).hasFile);
+    EXPECT_FALSE(fetch(session, requestOf(server.url())).hasFile);
   }
   EXPECT_TRUE(server.heads().empty());
 }

@@ -18,11 +18,14 @@ const std::string gzipField = "Content-Encoding: gzip\r\n";
 
 class SoupHttpResponse : public testing::Test {
  protected:
-  /// Expects this reply when the server sends the bytes and closes the connection.
+  /// Returns the reply when the server sends the bytes and closes the connection.
+  HttpReplies::Reply replyTo(const std::string &bytes) {
+    const LoopbackServer server(respondWith(bytes));
+    return fetch(session_, server.url());
+  }
   void expectReply(const std::string &bytes, std::optional<int> status,
                    const std::optional<std::string> &body) {
-    const LoopbackServer server(respondWith(bytes));
-    const auto reply = fetch(session_, server.url());
+    const auto reply = replyTo(bytes);
     EXPECT_EQ(reply.status, status) << bytes;
     EXPECT_EQ(reply.body, body) << bytes;
   }
@@ -90,14 +93,10 @@ TEST_F(SoupHttpResponse, LargeBodyIsComplete) {
       G_CONVERTER_FINISHED);
   packed.resize(written);
 
-  const auto replyTo = [this](const std::string &bytes) {
-    const LoopbackServer server(respondWith(bytes));
-    return fetch(session_, server.url()).body;
-  };
   // EXPECT_EQ would print the bodies.
-  EXPECT_TRUE(replyTo(okResponse(body)) == body);
-  EXPECT_TRUE(replyTo(okResponse(packed, gzipField)) == body);
-  EXPECT_TRUE(replyTo(okResponse(packed.substr(0, written / 2), gzipField)) == std::nullopt);
+  EXPECT_TRUE(replyTo(okResponse(body)).body == body);
+  EXPECT_TRUE(replyTo(okResponse(packed, gzipField)).body == body);
+  EXPECT_TRUE(replyTo(okResponse(packed.substr(0, written / 2), gzipField)).body == std::nullopt);
 }
 
 TEST_F(SoupHttpResponse, TruncatedOrMalformedHeadFails) {

@@ -21,36 +21,24 @@ UrlRequest requestWithTimeout(const std::string &address, milliseconds timeout) 
   return request;
 }
 
-/// Expects that a request without a response fails after its own timeout and that one with
-/// the default timeout is still pending then.
-void expectTimeout(const std::string &address) {
-  HttpReplies replies;
-  SoupHttpSession session;
-  session.dataTask(requestOf(address), replies.completion("default timeout"));
-  const auto request = requestWithTimeout(address, milliseconds(300));
-  const auto start = std::chrono::steady_clock::now();
-  session.dataTask(request, replies.completion("short timeout"));
-  const auto ended = replies.wait(1);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, request.timeout);
-  ASSERT_EQ(ended.size(), 1U);
-  EXPECT_EQ(ended[0].name, "short timeout");
-  EXPECT_EQ(ended[0].status, std::nullopt);
-  EXPECT_EQ(ended[0].body, std::nullopt);
-}
-
-TEST(SoupHttpTimeout, RequestWithoutResponseTimesOut) {
-  const LoopbackServer server(stallAfter(""));
-  expectTimeout(server.url());
-}
-
-TEST(SoupHttpTimeout, StalledHeadTimesOut) {
-  const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nConte"));
-  expectTimeout(server.url());
-}
-
-TEST(SoupHttpTimeout, ConnectingCountsTowardsTimeout) {
-  const UnresponsivePort port;
-  expectTimeout(port.url());
+TEST(SoupHttpTimeout, ConnectingAndMissingOrStalledHeadTimeOut) {
+  const UnresponsivePort unresponsive;
+  const LoopbackServer silent(stallAfter(""));
+  const LoopbackServer stalled(stallAfter("HTTP/1.1 200 OK\r\nConte"));
+  for (const std::string &address : {unresponsive.url(), silent.url(), stalled.url()}) {
+    HttpReplies replies;
+    SoupHttpSession session;
+    session.dataTask(requestOf(address), replies.completion("default timeout"));
+    const auto request = requestWithTimeout(address, milliseconds(300));
+    const auto start = std::chrono::steady_clock::now();
+    session.dataTask(request, replies.completion("short timeout"));
+    const auto ended = replies.wait(1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, request.timeout);
+    ASSERT_EQ(ended.size(), 1U) << address;
+    EXPECT_EQ(ended[0].name, "short timeout");
+    EXPECT_EQ(ended[0].status, std::nullopt) << address;
+    EXPECT_EQ(ended[0].body, std::nullopt) << address;
+  }
 }
 
 TEST(SoupHttpTimeout, EveryByteRestartsTimeout) {
