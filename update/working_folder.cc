@@ -35,7 +35,8 @@ bool createWorkingFolder(const std::filesystem::path &temporary,
   }
   std::filesystem::remove_all(folder, error);
   std::filesystem::create_directories(folder, error);
-  return isRealFolder(folder);
+  // Files that could not be removed would become part of the release.
+  return isRealFolder(folder) && std::filesystem::is_empty(folder, error);
 }
 
 void removeWorkingFolders(const std::filesystem::path &temporary) {

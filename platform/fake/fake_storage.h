@@ -20,13 +20,16 @@ std::optional<std::string> find(const StoredTexts &texts, std::string_view key);
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
+  bool hasInformation() const override { return isReadable; }
   std::optional<std::string> infoText(std::string_view key) const override {
-    return find(texts, key);
+    return isReadable ? find(texts, key) : std::nullopt;
   }
   std::optional<std::string> teamIdentifier() const override { return team; }
   bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override;
 
   StoredTexts texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
+  /// False simulates an unreadable Info.plist.
+  bool isReadable = true;
   std::string folder = "/Applications/Orvel OS.app";
   /// The Team ID of the running program.
   std::optional<std::string> team;

@@ -211,6 +211,17 @@ TEST_F(Installation, IrreplaceableBundleDownloadsNothing) {
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
+TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
+  fake.bundle.texts[std::string(updateKeyEntry)] = "a public key";
+  fake.bundle.isReadable = false;
+  unpackArchive = [](const std::string &, const std::string &folder) {
+    writeRelease(folder + "/Orvel OS.app", infoPlist(""));
+  };
+  install();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  expectNotInstalled();
+}
+
 TEST_F(Installation, TranslocationIsRecognizedByPath) {
   const std::string translocated =
       "/private/var/folders/x1/T/AppTranslocation/0A1B2C3D/d/Orvel OS.app";

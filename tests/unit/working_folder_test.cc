@@ -1,6 +1,7 @@
 #include "update/working_folder.h"
 
 #include "base/folder_lock.h"
+#include "tests/support/posix_test_support.h"
 #include "tests/unit/installation_test.h"
 
 namespace orvel {
@@ -45,6 +46,21 @@ TEST_F(WorkingFolder, StaleContentsAreRemoved) {
   install();
   EXPECT_TRUE(wasEmpty);
   expectNotInstalled();
+}
+
+TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
+  // remove_all() has a descriptor open for each level.
+  std::string deepFile = workingFolderFor();
+  for (int level = 0; level < 200; ++level) deepFile += "/folder";
+  writeFile(deepFile, "stale");
+  {
+    const posix_test::ResourceLimit limit(RLIMIT_NOFILE, 64);
+    install();
+  }
+  EXPECT_EQ(readFile(deepFile), "stale");
+  expectNotInstalled();
+  install();
+  EXPECT_EQ(installedVersion(), "new");
 }
 
 TEST_F(WorkingFolder, VersionWithSlashUnpacksIntoNestedFolder) {

@@ -37,6 +37,7 @@ APPLICATION = {
 }
 TESTS = {
     "CFBundleIdentifier": "nl.orvel.os.contract",
+    "CFBundleInfoDictionaryVersion": "6.0",
     "CFBundleName": "contract_tests",
     "NSAppTransportSecurity": {"NSAllowsArbitraryLoads": True},
     "ORVELOSTestText": "text",

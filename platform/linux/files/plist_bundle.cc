@@ -3,12 +3,12 @@
 namespace orvel {
 
 PlistBundle::PlistBundle(const std::string &bundlePath)
-    : path_(bundlePath),
-      texts_(readPlistTexts(bundlePath + "/Contents/Info.plist").value_or(PlistTexts())) {}
+    : path_(bundlePath), texts_(readPlistTexts(bundlePath + "/Contents/Info.plist")) {}
 
 std::optional<std::string> PlistBundle::infoText(std::string_view key) const {
-  const auto found = texts_.find(key);
-  if (found == texts_.end()) return std::nullopt;
+  if (!texts_) return std::nullopt;
+  const auto found = texts_->find(key);
+  if (found == texts_->end()) return std::nullopt;
   return found->second;
 }
 

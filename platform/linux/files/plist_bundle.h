@@ -10,10 +10,10 @@ namespace orvel {
 /// version still runs. Any thread.
 class PlistBundle final : public Bundle {
  public:
-  /// A bundle without a readable Info.plist has no properties.
   explicit PlistBundle(const std::string &bundlePath);
 
   std::string path() const override { return path_; }
+  bool hasInformation() const override { return texts_.has_value(); }
   std::optional<std::string> infoText(std::string_view key) const override;
   /// Linux has no code signatures.
   std::optional<std::string> teamIdentifier() const override { return std::nullopt; }
@@ -21,7 +21,8 @@ class PlistBundle final : public Bundle {
 
  private:
   const std::string path_;
-  const PlistTexts texts_;
+  /// The string entries of Info.plist, or nullopt when it could not be read.
+  const std::optional<PlistTexts> texts_;
 };
 
 }  // namespace orvel

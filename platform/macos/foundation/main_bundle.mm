@@ -13,6 +13,10 @@ std::string MainBundle::path() const {
   return fromCocoa(NSBundle.mainBundle.bundleURL.URLByResolvingSymlinksInPath.path);
 }
 
+bool MainBundle::hasInformation() const {
+  return infoText("CFBundleInfoDictionaryVersion").has_value();
+}
+
 std::optional<std::string> MainBundle::infoText(std::string_view key) const {
   return textOf(NSBundle.mainBundle.infoDictionary[toCocoa(key)]);
 }

@@ -39,10 +39,13 @@ TEST(PlistBundle, PropertiesAreThoseAtConstruction) {
     folder.file("Contents/Info.plist", dictionary("<key>CFBundleShortVersionString</key><string>" +
                                                   version + "</string>"));
   };
-  EXPECT_EQ(PlistBundle(folder.path()).infoText("CFBundleShortVersionString"), std::nullopt);
+  const PlistBundle withoutInfoPlist(folder.path());
   write("1");
+  EXPECT_FALSE(withoutInfoPlist.hasInformation());
+  EXPECT_EQ(withoutInfoPlist.infoText("CFBundleShortVersionString"), std::nullopt);
   const PlistBundle bundle(folder.path());
   write("2");
+  EXPECT_TRUE(bundle.hasInformation());
   EXPECT_EQ(bundle.infoText("CFBundleShortVersionString"), "1");
   EXPECT_EQ(bundle.infoText("Missing"), std::nullopt);
 }
