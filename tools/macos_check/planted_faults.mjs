@@ -131,10 +131,9 @@ export const faults = [
   ...ofClass('key-value coding', [
     [view, 'a misspelt key', '@"drawsBackground"', '@"drawBackground"'],
     [view, 'another key', '@"developerExtrasEnabled"', '@"developerExtras"'],
-    [view, 'a misspelt private setter', '(void)_setDrawsBackground:', '(void)_setDrawBackground:', '@selector(_setDrawsBackground:)', '@selector(_setDrawBackground:)'],
     [view, 'a further private key', '  bridge.page = &delegate;', '  bridge.page = &delegate;\n  [view_ setValue:@YES forKey:@"allowsInspection"];'],
-    [view, 'a key that is not a literal', 'forKey:@"drawsBackground"', 'forKey:NSStringFromSelector(@selector(isOpaque))'],
-    [view, 'no question for the setter', '  if (![view respondsToSelector:@selector(_setDrawsBackground:)]) return;\n', ''],
+    [view, 'a key that is not a literal', '@"drawsBackground"', 'NSStringFromSelector(@selector(isOpaque))'],
+    [view, 'no question for the setter', 'setPrivateSetting(view_, @"drawsBackground", configuration.drawsBackground)', '[view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"]'],
   ]),
   ...ofClass('property list', [
     [infoPlist, 'no arbitrary loads', '<key>NSAllowsArbitraryLoads</key>\n\t\t<true/>', '<key>NSAllowsArbitraryLoads</key>\n\t\t<false/>'],

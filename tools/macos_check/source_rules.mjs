@@ -131,20 +131,23 @@ export const rules = [
   },
   {
     name: 'a key of key-value coding',
-    matcher: `objcMessageExpr(${ours}, hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ` +
-      '"valueForKey:", "valueForKeyPath:"))',
+    matcher: `expr(${ours}, anyOf(${call('^::orvel::setPrivateSetting$')}, ` +
+      'objcMessageExpr(hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ' +
+      '"valueForKey:", "valueForKeyPath:"))))',
     value: (dump) => / "(.*)"$/m.exec(dump)?.[1] ?? 'not a literal',
     expected: {
+      'platform/macos/webkit/private_setting.mm': ['not a literal'],
       'platform/macos/webkit/wk_page_view.mm': ['developerExtrasEnabled', 'drawsBackground'],
       'tests/macos/launch_test.mm': ['developerExtrasEnabled', 'drawsBackground'],
+      'tests/macos/private_setting_test.mm': Array(4).fill('drawsBackground'),
     },
   },
   {
-    name: 'a selector in a question to an object (respondsToSelector:)',
+    name: 'a question whether an object has a method (respondsToSelector:)',
     matcher: `objcMessageExpr(${ours}, hasSelector("respondsToSelector:"))`,
-    value: (dump) => /ObjCSelectorExpr .* (\S+)$/m.exec(dump)?.[1] ?? 'not a literal',
+    value: () => 'respondsToSelector:',
     expected: {
-      'platform/macos/webkit/wk_page_view.mm': ['_setDeveloperExtrasEnabled:', '_setDrawsBackground:'],
+      'platform/macos/webkit/private_setting.mm': ['respondsToSelector:'],
     },
   },
   {

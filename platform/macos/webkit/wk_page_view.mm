@@ -2,30 +2,11 @@
 
 #import "platform/macos/foundation/cocoa_text.h"
 #import "platform/macos/foundation/cocoa_url.h"
-
-/// Declares the setters behind two keys that no public header of WebKit declares.
-@protocol PrivateSetters
-- (void)_setDeveloperExtrasEnabled:(BOOL)enabled;
-- (void)_setDrawsBackground:(BOOL)draws;
-@end
+#import "platform/macos/webkit/private_setting.h"
 
 namespace orvel {
 
 namespace {
-
-// -[NSObject setValue:forKey:] raises NSUnknownKeyException for a key without a setter, which
-// would end the application at launch. A version of WebKit without one of these setters loses
-// the setting instead.
-
-void setDeveloperExtrasEnabled(WKPreferences *preferences, bool enabled) {
-  if (![preferences respondsToSelector:@selector(_setDeveloperExtrasEnabled:)]) return;
-  [preferences setValue:@(enabled) forKey:@"developerExtrasEnabled"];
-}
-
-void setDrawsBackground(WKWebView *view, bool draws) {
-  if (![view respondsToSelector:@selector(_setDrawsBackground:)]) return;
-  [view setValue:@(draws) forKey:@"drawsBackground"];
-}
 
 WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
   WKWebViewConfiguration *result = [[WKWebViewConfiguration alloc] init];
@@ -33,7 +14,8 @@ WKWebViewConfiguration *toWebKit(const WebViewConfiguration &configuration) {
                                 ? WKWebsiteDataStore.defaultDataStore
                                 : WKWebsiteDataStore.nonPersistentDataStore;
   result.applicationNameForUserAgent = toCocoa(configuration.applicationNameForUserAgent);
-  setDeveloperExtrasEnabled(result.preferences, configuration.developerExtrasEnabled);
+  setPrivateSetting(result.preferences, @"developerExtrasEnabled",
+                    configuration.developerExtrasEnabled);
   return result;
 }
 
@@ -46,7 +28,7 @@ WKPageView::WKPageView(const WebViewConfiguration &configuration, AppDelegateBri
   bridge.page = &delegate;
   view_.navigationDelegate = bridge;
   view_.UIDelegate = bridge;
-  setDrawsBackground(view_, configuration.drawsBackground);
+  setPrivateSetting(view_, @"drawsBackground", configuration.drawsBackground);
   if (@available(macOS 13.3, *)) view_.inspectable = configuration.inspectable;
 }
 
