@@ -1,12 +1,14 @@
 // What the Foundation adapters promise beyond their interfaces.
 
 #import <Foundation/Foundation.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #import "platform/macos/foundation/cocoa_text.h"
 #import "platform/macos/foundation/cocoa_url.h"
 #include "platform/macos/foundation/file_manager_locations.h"
 #include "platform/macos/foundation/main_bundle.h"
+#include "tests/macos/macos_test_support.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
@@ -38,9 +40,20 @@ TEST(FileManagerLocations, FoldersAreThoseOfTheUser) {
   EXPECT_EQ(locations.temporary(), fromCocoa(NSTemporaryDirectory().stringByStandardizingPath));
 }
 
+TEST(FileManagerLocations, QuarantinedFileNamesTheApplication) {
+  const TemporaryFolder folder;
+  const std::string file = folder.file("letter.pdf", "contents");
+  EXPECT_EQ(quarantineOf(file), "");
+  FileManagerLocations().quarantine(file, Url::parse("https://os.test/letter.pdf").value());
+  // Flags, time, application and event, separated by semicolons.
+  EXPECT_THAT(quarantineOf(file),
+              testing::HasSubstr(";" + fromCocoa(NSProcessInfo.processInfo.processName) + ";"));
+}
+
 // The entries are in Info.plist beside this file.
 TEST(MainBundle, OnlyStringEntriesHaveText) {
   const MainBundle bundle;
+  EXPECT_TRUE(bundle.hasInformation());
   EXPECT_EQ(bundle.infoText("ORVELOSTestText"), "text");
   for (const char *key : {"ORVELOSTestNumber", "ORVELOSTestBoolean", "ORVELOSTestDate",
                           "ORVELOSTestData", "ORVELOSTestArray", "ORVELOSTestDictionary"}) {

@@ -5,20 +5,16 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 
 #include "base/file_move.h"
 #include "platform/macos/foundation/file_manager_locations.h"
+#include "tests/macos/macos_test_support.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
 
 namespace fs = std::filesystem;
-
-void runCommand(const std::string &command) {
-  if (std::system(command.c_str()) != 0) throw std::runtime_error(command + " failed");
-}
 
 std::string contentOf(const fs::path &file) {
   std::ifstream stream(file, std::ios::binary);
@@ -47,21 +43,23 @@ class Volume {
 
 class TwoVolumes : public testing::Test {
  protected:
-  const TemporaryFolder here_;
-  const Volume there_;
+  const TemporaryFolder folder_;
+  const Volume tfolder_;
 };
 
-TEST_F(TwoVolumes, FileMovesToOtherVolume) {
-  const std::string from = here_.file("download", "content");
-  const std::string to = there_.path() / "moved";
+TEST_F(TwoVolumes, FileMovesToOtherVolumeWithItsQuarantine) {
+  const std::string from = folder_.file("download", "content");
+  const std::string to = tfolder_.path() / "moved";
+  FileManagerLocations().quarantine(from, Url::parse("https://os.test/file").value());
   EXPECT_EQ(moveFile(from, to), MoveResult::moved);
   EXPECT_FALSE(fs::exists(from));
   EXPECT_EQ(contentOf(to), "content");
+  EXPECT_NE(quarantineOf(to), "");
 }
 
 TEST_F(TwoVolumes, MoveDoesNotReplaceFile) {
-  const std::string from = here_.file("download", "new");
-  const std::string to = there_.path() / "existing";
+  const std::string from = folder_.file("download", "new");
+  const std::string to = tfolder_.path() / "existing";
   std::ofstream(to) << "old";
   EXPECT_EQ(moveFile(from, to), MoveResult::destinationExists);
   EXPECT_EQ(contentOf(from), "new");
@@ -70,8 +68,8 @@ TEST_F(TwoVolumes, MoveDoesNotReplaceFile) {
 
 // NSFileManager may refuse this. Either way one complete folder stays at the path.
 TEST_F(TwoVolumes, FolderIsReplacedCompletelyOrNotAtAll) {
-  const fs::path original = here_.path() / "Orvel OS.app";
-  const fs::path replacement = there_.path() / "Orvel OS.app";
+  const fs::path original = folder_.path() / "Orvel OS.app";
+  const fs::path replacement = tfolder_.path() / "Orvel OS.app";
   for (const auto &[folder, content] :
        {std::pair(original, "old"), std::pair(replacement, "new")}) {
     fs::create_directory(folder);
