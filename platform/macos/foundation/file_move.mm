@@ -4,20 +4,13 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 
 #import "platform/macos/foundation/cocoa_url.h"
 
 namespace orvel {
 
 namespace {
-
-/// Renames a file within a volume. Returns 0 or the errno value: EEXIST when something
-/// exists at the destination (renamex_np with RENAME_EXCL).
-int renameExclusively(NSURL *from, NSURL *to) {
-  const int result =
-      ::renamex_np(from.fileSystemRepresentation, to.fileSystemRepresentation, RENAME_EXCL);
-  return result == 0 ? 0 : errno;
-}
 
 /// Moves a file with NSFileManager. Not atomic: it tests whether the destination exists and
 /// then moves.
@@ -30,12 +23,14 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
                                                   : MoveResult::failed;
 }
 
-/// Returns the result of a rename that ended with an errno value. Moves the file with
-/// NSFileManager when the volume has no exclusive rename.
-MoveResult resultOf(int error, NSURL *from, NSURL *to) {
-  switch (error) {
-    case 0:
-      return MoveResult::moved;
+/// Moves a file within a volume. Returns nullopt when the paths are on two volumes.
+std::optional<MoveResult> moveWithinVolume(NSURL *from, NSURL *to) {
+  if (::renamex_np(from.fileSystemRepresentation, to.fileSystemRepresentation, RENAME_EXCL) == 0) {
+    return MoveResult::moved;
+  }
+  switch (errno) {
+    case EXDEV:
+      return std::nullopt;
     case EEXIST:
       return MoveResult::destinationExists;
     // Some network volumes do not support RENAME_EXCL.
@@ -60,7 +55,7 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
   NSURL *copied = [folder URLByAppendingPathComponent:@"download"];
   MoveResult result = moveByFileManager(from, copied);
   if (result == MoveResult::moved) {
-    result = resultOf(renameExclusively(copied, to), copied, to);
+    result = moveWithinVolume(copied, to).value_or(MoveResult::failed);
     // Move the file back, so that the caller can try another name.
     if (result != MoveResult::moved) moveByFileManager(copied, from);
   }
@@ -73,9 +68,8 @@ MoveResult moveAcrossVolumes(NSURL *from, NSURL *to) {
 MoveResult moveFile(const std::string &from, const std::string &to) {
   NSURL *source = fileUrl(from);
   NSURL *destination = fileUrl(to);
-  const int error = renameExclusively(source, destination);
-  return error == EXDEV ? moveAcrossVolumes(source, destination)
-                        : resultOf(error, source, destination);
+  const auto result = moveWithinVolume(source, destination);
+  return result ? *result : moveAcrossVolumes(source, destination);
 }
 
 }  // namespace orvel
