@@ -41,7 +41,8 @@ for tool in clang-19 clang++-19 clang-query-19 ld64.lld-19 llvm-ar-19 llvm-ranli
 done
 [ -n "$googletest" ] || [ -d /usr/src/googletest ] || skip "there is no GoogleTest for the tests"
 
-cross=(-G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
+# Without optimisation, because nothing of this build runs.
+cross=(-G Ninja -DCMAKE_BUILD_TYPE= -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
   -DORVELOS_MACOS_SYSROOT="$sysroot")
 ninja_options=(-- -j "${JOBS:-$(nproc)}" --quiet)
 
@@ -60,11 +61,14 @@ bundle="$folder/Orvel OS.app"
 python3 tools/macos_check/check_property_lists.py "$bundle/Contents/Info.plist"
 [ -s "$bundle/Contents/Resources/orvel-os.icns" ] || fail "the icon is not in the bundle"
 
-load_commands=$(llvm-otool-19 -l "$bundle/Contents/MacOS/Orvel OS")
-mach_header=$(llvm-otool-19 -h "$bundle/Contents/MacOS/Orvel OS")
-# MH_MAGIC_64 and CPU_TYPE_ARM64.
-grep -q '0xfeedfacf *16777228 ' <<<"$mach_header" ||
-  fail "the executable is not for arm64"
+executable="$bundle/Contents/MacOS/Orvel OS"
+tests=("$folder"/tests/{unit/unit,contract/contract,posix/posix,macos/macos}_tests)
+for program in "$executable" "${tests[@]}"; do
+  # MH_MAGIC_64 and CPU_TYPE_ARM64.
+  grep -q '0xfeedfacf *16777228 ' <<<"$(llvm-otool-19 -h "$program")" ||
+    fail "'$program' is not a program for arm64"
+done
+load_commands=$(llvm-otool-19 -l "$executable")
 [ "$(grep -cE '^ *minos 13\.0$' <<<"$load_commands")" = 1 ] || fail "the executable is not for macOS 13.0"
 for framework in AppKit Foundation WebKit; do
   grep -q "/System/Library/Frameworks/$framework.framework/" <<<"$load_commands" ||
