@@ -10,7 +10,7 @@ import { button } from '../support/desktop/page.mjs';
 import { PrintServer } from '../support/desktop/print_server.mjs';
 import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests({ accessibility: true });
+const { test } = desktopTests({ accessibility: true });
 
 const printedTexts = ['page one', 'page two', 'page three'];
 /// A page that prints itself on three sheets.
@@ -19,19 +19,22 @@ const printingPage = `${button('open', "print(); report('returned')")}<style>
     p { break-after: page; margin: 0; }
   </style><p>${printedTexts[0]}</p><p>${printedTexts[1]}</p><div>${printedTexts[2]}</div>`;
 
-/// Returns the text of each page of a PDF file.
-function pageTexts(path) {
+/// Waits until a PDF file is complete and returns the text of each page.
+async function awaitPageTexts(path) {
+  await waitFor('the complete PDF file', () =>
+    existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
   const text = execFileSync('pdftotext', ['-layout', path, '-'], { encoding: 'utf8' });
-  return text.split('\f').slice(0, -1).map((each) => each.trim().replace(/\s+/g, ' '));
+  // pdftotext ends each page with a form feed.
+  return text.split('\f').slice(0, -1).map((page) => page.trim().replace(/\s+/g, ' '));
 }
 
-const printToFile = 'Print to File';
-/// GTK enables the button once the details of the selected printer have arrived. In GTK 4.8 its
-/// name is that of the label with and without the mnemonic: "_Print Print".
+/// The properties of the button that prints, which is enabled once GTK has the details of the
+/// selected printer. GTK 4.8 names the button "_Print Print": its label with and without the
+/// underscore that marks the access key.
 const printButton = { role: /button/, name: /Print$/, enabled: true };
 
-/// Selects a printer in the list of the dialog, which ignores clicks at first, and waits for the
-/// printer's details.
+/// Selects a printer in the list of the print dialog and waits for its details. Returns the
+/// dialog's window ID. The list ignores clicks at first.
 async function selectPrinter(screen, name) {
   const { accessibility } = screen;
   const dialog = await screen.awaitSecondWindow();
@@ -41,14 +44,13 @@ async function selectPrinter(screen, name) {
   return dialog;
 }
 
-/// Selects a printer and confirms the dialog.
-async function printOn(screen, name) {
-  const dialog = await selectPrinter(screen, name);
+/// Clicks the button that prints and waits until the print dialog is closed.
+async function confirmPrintDialog(screen, dialog) {
   await screen.accessibility.click(dialog, printButton);
   await screen.awaitWindowCount(1);
 }
 
-test('a page is printed to a PDF file and gets the print events, but none for a cancelled dialog',
+test('a page is printed to a PDF file, and a cancelled print dialog fires no print event',
   async (user, screen) => {
     const layout = await user.startWithPage(`${printingPage}<script>
       onbeforeprint = () => report('print', 'before');
@@ -56,48 +58,38 @@ test('a page is printed to a PDF file and gets the print events, but none for a 
     </script>`);
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();
-    await saveScreenshot('print-dialog');
+    // print() does not wait for the dialog.
     await user.root.awaitReport('returned');
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
     await screen.clickElement(layout, 'open');
-    await printOn(screen, printToFile);
-    const path = join(user.folder, 'output.pdf');
-    await waitFor('the complete file', () =>
-      existsSync(path) && readFileSync(path, 'latin1').trimEnd().endsWith('%%EOF'));
-    assert.deepEqual(pageTexts(path), printedTexts);
+    await confirmPrintDialog(screen, await selectPrinter(screen, 'Print to File'));
+    assert.deepEqual(await awaitPageTexts(join(user.folder, 'output.pdf')), printedTexts);
     await user.root.awaitReport('print', 2);
     assert.deepEqual(user.root.reported('print'), ['before', 'after']);
   });
 
-/// Opens a page's print dialog with a print server that is closed at the end of the test.
-async function openDialogWithPrinter(user, screen) {
-  const printServer = await PrintServer.open('Archive');
-  user.cleanups.push(() => printServer.close());
-  const layout = await user.startWithPage(printingPage, {}, {
-    environment: { CUPS_SERVER: printServer.address },
+test('a printer gets the pages, and does not delay quitting when it no longer responds',
+  async (user, screen) => {
+    const queue = 'Archive';
+    const printServer = await PrintServer.open(queue);
+    user.cleanups.push(() => printServer.close());
+    const layout = await user.startWithPage(printingPage, {}, {
+      environment: { CUPS_SERVER: printServer.address },
+    });
+    await screen.clickElement(layout, 'open');
+    await confirmPrintDialog(screen, await selectPrinter(screen, queue));
+    const document = await waitFor('a document', () => printServer.documents()[0]);
+    assert.deepEqual(await awaitPageTexts(document), printedTexts);
+
+    await screen.clickElement(layout, 'open');
+    const dialog = await selectPrinter(screen, queue);
+    printServer.suspend();
+    await confirmPrintDialog(screen, dialog);
+    await user.quit();
+    await user.awaitProcessesEnded();
+    assert.equal(printServer.documents().length, 1, 'the first click has printed once');
   });
-  await screen.clickElement(layout, 'open');
-  return printServer;
-}
-
-test('a printer gets the pages', async (user, screen) => {
-  const printServer = await openDialogWithPrinter(user, screen);
-  await printOn(screen, 'Archive');
-  await waitFor('a document', () => printServer.documents().length > 0);
-  await user.quit();
-  await user.awaitProcessesEnded();
-  assert.equal(printServer.documents().length, 1);
-  assert.deepEqual(pageTexts(printServer.documents()[0]), printedTexts);
-});
-
-test('an unresponsive printer does not delay quitting', async (user, screen) => {
-  const printServer = await openDialogWithPrinter(user, screen);
-  const dialog = await selectPrinter(screen, 'Archive');
-  printServer.suspend();
-  await screen.accessibility.click(dialog, printButton);
-  await screen.awaitWindowCount(1);
-});
 
 test('a page that prints in a loop opens one dialog at a time', async (user, screen) => {
   const script = `let count = 0; setInterval(() => { print(); report('count', count += 1); }, 50)`;
@@ -109,6 +101,7 @@ test('a page that prints in a loop opens one dialog at a time', async (user, scr
 });
 
 test('the print dialog closes when the page navigates away', async (user, screen) => {
+  // The page leaves once the server has a route for /leave, which is after the dialog has opened.
   const routes = { '/other': { page: 'other page' } };
   const layout = await user.startWithPage(`${button('open', 'print(); setInterval(tryToLeave, 50)')}
     <script>
