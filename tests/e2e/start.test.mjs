@@ -13,7 +13,7 @@ import { pageColour } from '../support/desktop/page.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test } = desktopTests();
 
 /// A pixel with a channel above this value is bright. The backgrounds of all pages and of the
 /// window are darker.
@@ -32,7 +32,6 @@ test('the first start launches and probes the server, sets the cookie and shows 
     });
     const layout = await user.root.awaitPainted();
     await screen.awaitPageOnScreen();
-    await saveScreenshot('page');
     const window = await screen.awaitWindow();
     await waitFor('the icon of the window', async () =>
       /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
@@ -60,6 +59,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
       assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`), headers['user-agent']);
     }
     assert.ok(layout.agent.endsWith(` ORVELOS/${APP_KEY}`), layout.agent);
+    assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
     assert.deepEqual(user.filesWrittenOutside(), []);
     const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
@@ -84,7 +84,6 @@ test('the application shows the page of the demo server', async (user, screen) =
   const minBrightShare = 0.001;
   await waitFor('the page on the screen', () =>
     screen.screenshot().shareBrighterThan(brightChannel, headerBarHeight) > minBrightShare);
-  await saveScreenshot('demo');
   assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
   assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
@@ -101,7 +100,6 @@ test('the screen stays dark from the first frame to the page', async (user, scre
     const screenshot = screen.screenshot();
     count += 1;
     const share = screenshot.shareBrighterThan(brightChannel);
-    if (share > maxBrightShare) await saveScreenshot('bright-frame');
     assert.ok(share <= maxBrightShare,
       `screenshot ${count}: ${(share * 100).toFixed(1)} % is bright`);
     await nextIteration();

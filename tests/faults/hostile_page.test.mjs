@@ -1,4 +1,4 @@
-// A page that navigates to other schemes, reads the key, blocks the application or overloads it.
+// A page that navigates to other schemes, blocks the application or overloads it.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
@@ -8,7 +8,6 @@ import { Desktop, barrierLink, barrierUrl } from '../support/desktop/default_app
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
-import { APP_KEY } from '../support/desktop/user.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -32,7 +31,7 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
         const src = url.replace('report', 'parent.report');
         document.body.append(Object.assign(document.createElement('iframe'), { src }));
       };
-      const urls = ${JSON.stringify(urls)};
+      const urls = [...${JSON.stringify(urls)}, URL.createObjectURL(new Blob(['gone']))];
       const steps = [byScript, byLink, byFrame]
         .flatMap((navigate) => urls.map((url) => () => navigate(url)));
       const next = () => {
@@ -46,15 +45,6 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
   await user.root.awaitReport('done');
   await desktop.clickBarrierLink(layout);
   await desktop.quitAndAssertOpened(barrierUrl);
-});
-
-test('a script can read the key from the user agent and the cookies', async (user) => {
-  await user.startWithPage(`<script>
-    report('script', { agent: navigator.userAgent, cookies: document.cookie.split('; ') });
-  </script>`);
-  const { agent, cookies } = await user.root.awaitReport('script');
-  assert.ok(agent.endsWith(` ORVELOS/${APP_KEY}`), agent);
-  assert.ok(cookies.includes(`orvelapp=${APP_KEY}`), String(cookies));
 });
 
 /// Returns a script that runs an action for each `number`.
@@ -71,7 +61,14 @@ async function runScript(user, screen, script, { click = true, routes } = {}) {
   if (click) await screen.clickElement(layout, 'run');
 }
 
-/// The way to quit while the endless loop of a call shows its panels.
+/// Returns a script that calls alert or confirm in an endless loop. A call that returns at once has
+/// shown no panel, because the application has ended. The loop then ends too: WebKit would end the
+/// web process only after ten seconds.
+const endlessPanels = (call) => repeat(Infinity, `const start = performance.now();
+  ${call}('panel ' + number);
+  if (performance.now() - start < 5) break`);
+
+/// The ways to quit while a call in an endless loop shows its panels.
 const quitDuringCall = {
   alert: (user, screen) => screen.pressKeys('ctrl+q'),
   confirm: ({ run }) => kill(run.pid, 'SIGTERM'),
@@ -80,18 +77,18 @@ const quitDuringCall = {
 for (const [call, quit] of Object.entries(quitDuringCall)) {
   test(`${call} in an endless loop shows one panel at a time and does not block quitting`,
     async (user, screen) => {
-    await runScript(user, screen, repeat(Infinity, `${call}('panel ' + number)`));
-    for (let number = 0; number < 5; number += 1) {
-      await screen.awaitPanel(`panel ${number}`);
-      await screen.awaitWindowCount(2);
-      await screen.pressKeys('Return');
-      await screen.awaitPanelClosed(`panel ${number}`);
-    }
-    await screen.awaitPanel('panel 5');
-    await quit(user, screen);
-    await user.awaitCleanExit();
-    assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
-  });
+      await runScript(user, screen, endlessPanels(call));
+      for (let number = 0; number < 2; number += 1) {
+        await screen.awaitPanel(`panel ${number}`);
+        await screen.awaitWindowCount(2);
+        await screen.pressKeys('Return');
+        await screen.awaitPanelClosed(`panel ${number}`);
+      }
+      await screen.awaitPanel('panel 2');
+      await quit(user, screen);
+      await user.awaitCleanExit();
+      assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
+    });
 }
 
 const openCount = isLongForm ? 10_000 : 100;
@@ -140,51 +137,33 @@ test(`clicks on ${openCount} links to the export save as many files`, async (use
   }
 });
 
-/// Returns the URLs of the requests for the export.
-const exportRequests = (user) => user.root.events('request').map(({ url }) => url)
-  .filter((url) => url.startsWith('/api/export'));
-
-const floodCount = 10_000;
-const missingExport = { '/api/export': { status: 404 } };
-
-test(`clicks on ${floodCount} links to the export send one request each`, async (user, screen) => {
-  await runScript(user, screen, repeat(floodCount, clickExportLink), { routes: missingExport });
-  await waitFor('all requests', () => exportRequests(user).length >= floodCount,
-    { timeout: floodTimeout, every: 500 });
-  assert.equal(new Set(exportRequests(user)).size, floodCount);
-  await user.quit();
-  assert.equal(exportRequests(user).length, floodCount);
-});
-
 for (const click of [true, false]) {
-  test(`${floodCount} calls of window.open ${click ? 'after' : 'without'} a click ` +
-    'for the export do not block quitting', async (user, screen) => {
-    await runScript(user, screen, repeat(floodCount, "open('/api/export?' + number)"),
-      { click, routes: missingExport });
-    // Without a click the script still runs when the application quits.
+  // Without a click the script still runs when the application quits.
+  const count = click && !isLongForm ? 1000 : 10_000;
+  test(`${count} calls of window.open ${click ? 'after' : 'without'} a click for the export ` +
+    'do not block quitting', async (user, screen) => {
+    await runScript(user, screen, repeat(count, "open('/api/export?' + number)"),
+      { click, routes: { '/api/export': { status: 404 } } });
     if (click) {
       await waitFor('the end of the script', () => user.root.reported('done').length > 0,
         { timeout: floodTimeout });
     }
-    await waitFor('a request', () => exportRequests(user).length > 0);
+    await waitFor('a request for the export', () => user.root.events('request')
+      .some(({ url }) => url.startsWith('/api/export')));
     await user.quit();
     assert.equal(screen.maxWindowCount, 1, 'no window was opened');
     assert.deepEqual(readdirSync(user.home), []);
   });
 }
 
-test('an alert with 7,000,000 characters is shown and can be closed', async (user, screen) => {
-  await runScript(user, screen, "alert('Longer '.repeat(1_000_000))");
+test('a title of 50,000,000 characters and a long fragment do not change the window, and an ' +
+  'alert with 7,000,000 characters is shown and can be closed', async (user, screen) => {
+  await runScript(user, screen, `document.title = 'title'.repeat(10_000_000);
+    history.pushState(0, '', '#' + 'x'.repeat(1_000_000));
+    alert('Longer '.repeat(1_000_000))`);
   // The title of a panel has the first 80 characters of its text.
   await screen.awaitPanel('Longer '.repeat(12).slice(0, 80));
+  assert.equal((await screen.windows('Orvel OS')).length, 1);
   await screen.pressKeys('Return');
   await user.root.awaitReport('done');
 });
-
-test('a title of 50,000,000 characters and a long fragment do not change the window',
-  async (user, screen) => {
-    await runScript(user, screen, `document.title = 'title'.repeat(10_000_000);
-      history.pushState(0, '', '#' + 'x'.repeat(1_000_000))`);
-    await user.root.awaitReport('done');
-    assert.equal((await screen.windows('Orvel OS')).length, 1);
-  });

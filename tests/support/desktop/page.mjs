@@ -11,6 +11,7 @@ export const button = (id, script) => `<button id="${id}" onclick="${script}">${
 
 /// Returns a page around a piece of HTML. A top-level page reports "painted" with its layout: its
 /// size, and the middle of each element with an ID, including those in frames of the same origin.
+/// The report also has the user agent and the cookies that scripts can read.
 export function pageWith(content) {
   return `<!doctype html>
 <html lang="en"><meta charset="utf-8"><title>Test</title>
@@ -52,7 +53,8 @@ ${content}
     field?.focus();
     // After two animation frames the first one is on the screen.
     requestAnimationFrame(() => requestAnimationFrame(() => report('painted', {
-      loads, agent: navigator.userAgent, positions: positions(document, 0, 0), ...size(),
+      loads, agent: navigator.userAgent, cookies: document.cookie.split('; '),
+      positions: positions(document, 0, 0), ...size(),
     })));
   });
 </script>
