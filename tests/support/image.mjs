@@ -22,15 +22,6 @@ export class Image {
     return isNear(this.pixel(x, y), colour);
   }
 
-  /// Returns the pixels of a rectangle as text, for comparisons.
-  region({ x, y, width, height }) {
-    const rows = Array.from({ length: height }, (_, row) => {
-      const offset = (y + row) * this.stride + x * 4;
-      return this.pixels.subarray(offset, offset + width * 4).toString('base64');
-    });
-    return rows.join('\n');
-  }
-
   /// Returns the share of pixels, from row `top` down, with a channel above `limit`.
   shareBrighterThan(limit, top = 0) {
     const { pixels, stride, width, height } = this;

@@ -15,14 +15,12 @@ import { failWaits, waitFor } from './wait.mjs';
 /// Whether the long form of the tests runs, which repeats more often and covers more combinations.
 export const isLongForm = process.env.ORVEL_TEST_LONG === '1';
 
+/// The folder for a screenshot of each failed test, if any.
 const screenshotFolder = process.env.ORVEL_E2E_SCREENSHOTS;
 
-/// Returns the functions with which a file declares its tests and saves screenshots. With
-/// `usesPort` false the file leaves the application's port alone. With `accessibility` the
+/// Returns `test`, the function with which a file declares its tests. With `accessibility` the
 /// application is connected to an accessibility bus, and tests find widgets by their names.
-export function desktopTests({
-  usesPort = true, accessibility = false, ...screenOptions
-} = {}) {
+export function desktopTests({ accessibility = false, ...screenOptions } = {}) {
   let screen;
   let user;
 
@@ -40,7 +38,7 @@ export function desktopTests({
   }
 
   before(async () => {
-    const holders = usesPort && describeListeners();
+    const holders = describeListeners();
     if (holders) {
       throw new Error(`port ${PORT} must be free for these tests; it is held by ${holders}`);
     }
@@ -52,14 +50,6 @@ export function desktopTests({
     await screen?.accessibility?.close();
     await screen?.close();
   });
-
-  /// Saves a screenshot if ORVEL_E2E_SCREENSHOTS names a folder.
-  async function saveScreenshot(name) {
-    if (!screenshotFolder) return;
-    mkdirSync(screenshotFolder, { recursive: true });
-    const file = `${name.replace(/[^\w-]+/g, '-')}.png`;
-    await screen.saveScreenshot(join(screenshotFolder, file));
-  }
 
   /// Declares a test. Its body gets the user, the screen and the context of node:test. If the
   /// application still runs after the body, Control-Q quits it. The options, before the body, are
@@ -74,9 +64,13 @@ export function desktopTests({
         await body(user, screen, t);
         if (user.run && !user.run.exit) await user.quit();
         await assertNoLeftovers(user, configurationFiles);
-        if (usesPort) await waitFor('a free port', () => !describeListeners());
+        await waitFor('a free port', () => !describeListeners());
       } catch (error) {
-        await saveScreenshot(`failed ${name}`);
+        if (screenshotFolder) {
+          mkdirSync(screenshotFolder, { recursive: true });
+          const file = `${name.replace(/[^\w-]+/g, '-')}.png`;
+          await screen.saveScreenshot(join(screenshotFolder, file));
+        }
         const output = user.runs.map((run) => run.output).join('');
         if (output) t.diagnostic(`output of the application: ${output}`);
         throw error;
@@ -87,5 +81,5 @@ export function desktopTests({
     });
   }
 
-  return { test, saveScreenshot };
+  return { test };
 }

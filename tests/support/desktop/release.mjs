@@ -1,4 +1,4 @@
-// Releases of the application, made from the user's copy, and the routes that offer them.
+// Releases of the application, made from the user's copy.
 
 import { execFileSync } from 'node:child_process';
 import { createHash, generateKeyPairSync, sign } from 'node:crypto';
@@ -6,7 +6,7 @@ import {
   cpSync, lstatSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync,
   symlinkSync, writeFileSync,
 } from 'node:fs';
-import { join } from 'node:path';
+import { basename, join } from 'node:path';
 
 /// Returns a value of the bundle's Info.plist.
 export function plistValue(bundle, key) {
@@ -37,23 +37,19 @@ export function fingerprint(folder) {
   return lines.join('\n');
 }
 
-/// Returns an archive of the user's application with another version and, if given, another
-/// bundle identifier and public key for updates. `alter` gets the folder to be archived and the
-/// bundle in it, and may change them.
-export function makeRelease(
-  user, { version = '1.1', identifier, publicKey, alter = () => {} } = {},
-) {
+/// Returns an archive of the user's application with another version and other values in its
+/// Info.plist. `alter` gets the path of the bundle before it is archived, and may change it.
+export function makeRelease(user, { version = '1.1', plist = {}, alter = () => {} } = {}) {
   const folder = mkdtempSync(join(user.folder, 'release '));
   const bundle = join(folder, 'Orvel OS.app');
   cpSync(user.bundle, bundle, { recursive: true });
-  setPlistValue(bundle, 'CFBundleShortVersionString', version);
-  if (identifier) setPlistValue(bundle, 'CFBundleIdentifier', identifier);
-  if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
+  const values = { CFBundleShortVersionString: version, ...plist };
+  for (const [key, value] of Object.entries(values)) setPlistValue(bundle, key, value);
   mkdirSync(join(bundle, 'Contents/Resources/new'));
   writeFileSync(join(bundle, 'Contents/Resources/new/file'), `of ${version}\n`);
   symlinkSync('file', join(bundle, 'Contents/Resources/new/link'));
-  alter(folder, bundle);
-  execFileSync('zip', ['-qry', 'archive.zip', ...readdirSync(folder)], { cwd: folder });
+  alter(bundle);
+  execFileSync('zip', ['-qry', 'archive.zip', basename(bundle)], { cwd: folder });
   const archive = readFileSync(join(folder, 'archive.zip'));
   rmSync(folder, { recursive: true });
   return archive;
@@ -73,21 +69,9 @@ export function makeUpdateKey() {
 
 /// Returns the members of a manifest that sign an archive: `handtekening` (the signature) and, if
 /// given, `sleutel` (the public key of the next releases).
-export function signatureMembers(
-  archive, { privateKey }, version, { edition = 'linux', sleutel } = {},
-) {
+export function signatureMembers(archive, { privateKey }, version, sleutel) {
   const hash = createHash('sha256').update(archive).digest('hex');
-  const lines = ['orvel-os-update', version, edition, hash, ...(sleutel ? [sleutel] : []), ''];
+  const lines = ['orvel-os-update', version, 'linux', hash, ...(sleutel ? [sleutel] : []), ''];
   const signature = sign('sha256', Buffer.from(lines.join('\n')), privateKey);
   return { handtekening: signature.toString('base64'), ...(sleutel && { sleutel }) };
-}
-
-/// Returns the routes of a server with this release. `archive` is a body or a whole route;
-/// `members` are additional members of the manifest.
-export function releaseRoutes(version, archive = Buffer.from(''), members = {}) {
-  const manifest = { versie: version, zip: 'orvel-os.zip', ...members };
-  return {
-    '/download/linux.json': { body: JSON.stringify(manifest) },
-    '/download/orvel-os.zip': archive instanceof Buffer ? { body: archive } : archive,
-  };
 }

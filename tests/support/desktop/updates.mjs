@@ -1,9 +1,9 @@
 // Updates of the application from a server that offers releases.
 
 import assert from 'node:assert/strict';
+import { basename } from 'node:path';
 
 import { readProcess } from './processes.mjs';
-import { releaseRoutes } from './release.mjs';
 import { waitFor } from './wait.mjs';
 
 export const manifestPath = '/download/linux.json';
@@ -15,7 +15,8 @@ const updateMenuItem = 'Zoek naar update…';
 /// Makes the user's application version 1.0 and its server an online one, which offers no later
 /// release yet. The test may change the server's `routes`.
 export async function openUpdateServer(user) {
-  const server = await user.openOnlineServer({ routes: releaseRoutes('1.0') });
+  const server = await user.openOnlineServer();
+  offerRelease(server, '1.0');
   user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
   return server;
 }
@@ -36,8 +37,12 @@ export async function awaitSilentCheck(server, count = 1) {
 
 /// Makes a server offer a release. `release` is the archive, or a route that responds with it;
 /// `members` are additional members of the manifest.
-export function offerRelease(server, version, release, members) {
-  Object.assign(server.routes, releaseRoutes(version, release, members));
+export function offerRelease(server, version, release = Buffer.from(''), members = {}) {
+  const manifest = { versie: version, zip: basename(archivePath), ...members };
+  Object.assign(server.routes, {
+    [manifestPath]: { body: JSON.stringify(manifest) },
+    [archivePath]: release instanceof Buffer ? { body: release } : release,
+  });
 }
 
 /// Returns the processes that are instances of the application. A forked child that has not called

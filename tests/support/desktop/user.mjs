@@ -3,9 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import {
-  cpSync, existsSync, mkdirSync, mkdtempSync, readdirSync, rmSync, writeFileSync,
-} from 'node:fs';
+import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
@@ -38,6 +36,7 @@ export class User {
   constructor(screen, { behaviour, plist = {}, environment = {} } = {}) {
     this.screen = screen;
     this.folder = mkdtempSync(join(tmpdir(), 'orvel e2e '));
+    // The user's processes have this environment variable, or belong to one of the sessions.
     this.marker = `ORVEL_E2E=${this.folder}`;
     this.sessions = new Set();
     this.runs = [];
@@ -68,12 +67,6 @@ export class User {
   /// The file with the user's settings.
   get defaultsFile() {
     return join(this.environment.XDG_CONFIG_HOME, 'nl.orvel.os/defaults.ini');
-  }
-
-  /// Stores an address as the user's choice.
-  storeAddress(address) {
-    mkdirSync(dirname(this.defaultsFile), { recursive: true });
-    writeFileSync(this.defaultsFile, `[Defaults]\nosURL=${address}\n`);
   }
 
   /// Returns the files in the user's XDG data folder.
