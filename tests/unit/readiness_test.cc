@@ -49,6 +49,7 @@ TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
   EXPECT_EQ(fake.http.sent.size(), 61U);
   EXPECT_EQ(fake.http.sent.back().at, 15s);
   EXPECT_EQ(shownError(), localServerError);
+  EXPECT_TRUE(lastServer().isRunning());
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 

@@ -7,9 +7,8 @@ import { PageReports } from './page_reports.mjs';
 import { respond } from './responses.mjs';
 
 export class OnlineServer extends PageReports {
-  /// Listens, on a free port unless one is given. With `ready` false every request but that
-  /// for the page gets status 503. `routes` may be changed later.
-  static async open({ ready = true, host = '127.0.0.2', port = 0, routes = {} } = {}) {
+  /// Listens on a free port. The test may change the `routes` later.
+  static async open({ host = '127.0.0.2', routes = {} } = {}) {
     const online = new OnlineServer();
     online.requests = [];
     online.routes = routes;
@@ -18,15 +17,11 @@ export class OnlineServer extends PageReports {
       request.on('data', (chunk) => (body += chunk));
       request.on('end', () => {
         const { method, url, headers } = request;
-        online.requests.push({ method, url, headers, body, time: Date.now() });
-        if (!ready && url !== '/') {
-          response.writeHead(503).end();
-        } else {
-          respond(request, response, online.routes);
-        }
+        online.requests.push({ method, url, headers, body });
+        respond(request, response, online.routes);
       });
     });
-    await new Promise((resolve) => online.server.listen(port, host, resolve));
+    await new Promise((resolve) => online.server.listen(0, host, resolve));
     online.address = `http://${host}:${online.server.address().port}/`;
     return online;
   }
