@@ -15,7 +15,7 @@ import {
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
 import {
-  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, startWithUpdateServer,
+  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, openUpdateServer,
   upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
@@ -32,42 +32,41 @@ async function startAndReload(user, options) {
 const assertPageRequestHasKey = ({ root }) =>
   assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 
-const assertServerOutputInherited = ({ run }) =>
-  assert.match(run.output, /line on standard error/);
-
-test("without a log folder the server writes to the application's output", async (user) => {
-  const folder = join(user.root.path, 'v3/.local');
-  writeFileSync(folder, 'no folder');
-  await startAndReload(user);
-  assertServerOutputInherited(user);
-  assert.equal(readFileSync(folder, 'utf8'), 'no folder');
-});
-
-test("with a read-only data root the server writes to the application's output", {
-  skip: skipWithoutMounts,
-}, async (user) => {
-  const { root } = user;
-  await startAndReload(user, { wrapper: readOnlyWrapper(root.path, root.recordPath) });
-  assertServerOutputInherited(user);
-  assert.ok(!existsSync(join(root.path, 'v3/.local')));
-});
-
-test('a data root with blanks, quotes and non-ASCII characters in its path works', async (user) => {
-  user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
-  // A stale server is recognised by this path.
-  const stale = spawn(process.execPath, [user.root.script], {
-    env: { PATH: process.env.PATH, PORT: String(PORT) },
-    stdio: 'ignore',
+for (const [situation, { skip = false, prepare }] of Object.entries({
+  'without a log folder': {
+    prepare: ({ root }) => writeFileSync(join(root.path, 'v3/.local'), 'no folder'),
+  },
+  'with a read-only data root': {
+    skip: skipWithoutMounts,
+    prepare: ({ root }) => ({ wrapper: readOnlyWrapper(root.path, root.recordPath) }),
+  },
+})) {
+  test(`${situation} the server writes to the application's output`, { skip }, async (user) => {
+    await startAndReload(user, prepare(user));
+    assert.match(user.run.output, /line on standard error/);
+    assert.ok(!existsSync(user.root.log));
   });
-  try {
-    await waitFor('the stale server', () => user.root.events('listening').length === 1);
-    await startAndReload(user, { environment: { ORVEL_OS_ROOT: user.root.path } });
-    assert.ok(!isRunning(stale.pid));
-  } finally {
-    kill(stale.pid);
-  }
-  assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
-});
+}
+
+test('blanks, quotes and non-ASCII characters in the path of the data root work without a locale',
+  async (user) => {
+    user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
+    // A stale server is recognised by this path.
+    const stale = spawn(process.execPath, [user.root.script], {
+      env: { PATH: process.env.PATH, PORT: String(PORT) },
+      stdio: 'ignore',
+    });
+    try {
+      await waitFor('the stale server', () => user.root.events('listening').length === 1);
+      await startAndReload(user, { environment: {
+        ORVEL_OS_ROOT: user.root.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
+      } });
+      assert.ok(!isRunning(stale.pid));
+    } finally {
+      kill(stale.pid);
+    }
+    assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
+  });
 
 test('a removed data root is reported, and can come back', async (user, screen) => {
   const { root } = user;
@@ -87,63 +86,38 @@ test('a removed data root is reported, and can come back', async (user, screen) 
   await root.awaitPainted(3);
 });
 
-/// The options of a test that damages the defaults file: it is kept under another name.
-const keepsDamagedDefaults = { configurationFiles: ['defaults.ini', 'defaults.ini.damaged'] };
-
 /// Bytes that are no valid file of any kind.
 const garbage = Buffer.from(Array.from({ length: 5000 }, (_, index) => (index * 7919) % 251));
 
-/// Overwrites the files with page storage, the cookie database among them.
-function damagePageStorage(user) {
-  const files = user.dataFiles();
-  assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
-  for (const path of files) writeFileSync(path, garbage);
-}
-
-/// Damages the defaults file. Returns a function that fails unless the application has kept the
-/// damaged file and written a valid one.
-function damageDefaults(user) {
-  const { defaultsFile } = user;
-  mkdirSync(dirname(defaultsFile), { recursive: true });
-  writeFileSync(defaultsFile, garbage);
-  return () => {
-    assert.deepEqual(readFileSync(`${defaultsFile}.damaged`), garbage);
-    assert.match(readFileSync(defaultsFile, 'utf8'), /^\[Defaults\]/);
-  };
-}
-
-test('defaults, cookies and page storage that are damaged before a start are replaced',
-  keepsDamagedDefaults,
-  async (user) => {
+for (const whileRunning of [false, true]) {
+  test('defaults, cookies and page storage that are damaged ' +
+    `${whileRunning ? 'during a run' : 'before a start'} are replaced`,
+  { configurationFiles: ['defaults.ini', 'defaults.ini.damaged'] }, async (user) => {
+    const { defaultsFile } = user;
     await user.startAndShowPage();
-    await user.quit();
-    damagePageStorage(user);
-    const assertReplaced = damageDefaults(user);
+    if (!whileRunning) await user.quit();
+    const files = user.dataFiles();
+    assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
+    mkdirSync(dirname(defaultsFile), { recursive: true });
+    for (const path of [...files, defaultsFile]) writeFileSync(path, garbage);
+    if (whileRunning) {
+      // The request may lack its cookie: WebKit's network process may crash.
+      await user.reload();
+      await user.quit();
+    }
     await startAndReload(user);
     await user.quit();
-    assertReplaced();
+    assert.deepEqual(readFileSync(`${defaultsFile}.damaged`), garbage);
+    assert.match(readFileSync(defaultsFile, 'utf8'), /^\[Defaults\]/);
     assertPageRequestHasKey(user);
   });
+}
 
 test('with a damaged Info.plist the page is shown and the key is empty', async (user) => {
   writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
   await startAndReload(user);
   assert.equal(user.root.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
 });
-
-test('defaults, cookies and page storage that are damaged during a run are replaced',
-  keepsDamagedDefaults,
-  async (user) => {
-    await user.startAndShowPage();
-    damagePageStorage(user);
-    const assertReplaced = damageDefaults(user);
-    // The request may lack its cookie: WebKit's network process may crash.
-    await user.reload();
-    await user.quit();
-    assertReplaced();
-    await startAndReload(user);
-    assertPageRequestHasKey(user);
-  });
 
 test('with full disks the page is shown', { skip: skipWithoutMounts }, async (user) => {
   const folders = ['XDG_CONFIG_HOME', 'XDG_DATA_HOME', 'XDG_CACHE_HOME', 'TMPDIR']
@@ -156,7 +130,7 @@ const diskSize = 128 << 20;
 
 /// Returns a small archive of a bundle that needs more space than the disk has.
 const makeTooLargeRelease = (user) => makeRelease(user, {
-  alter: (_, bundle) =>
+  alter: (bundle) =>
     writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * diskSize)),
 });
 
@@ -173,10 +147,11 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
     const wrapper = mountWrapper(`mount -t tmpfs -o size=${diskSize} none "$1"`, temporary);
-    const server = await startWithUpdateServer(user, { wrapper });
+    const server = await openUpdateServer(user);
     const oldBundle = fingerprint(user.bundle);
     offerRelease(server, '1.1', makeTooLargeRelease(user));
-    await beginUpdateCheck(screen);
+    await user.startAndShowPage({ server, wrapper });
+    // The silent check finds the release.
     await waitFor('the request', () => server.requestsTo(archivePath).length === 1);
     offerRelease(server, '1.0');
     await checkAndCloseNotice(screen, upToDateNotice());
