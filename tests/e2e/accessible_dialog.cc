@@ -44,11 +44,6 @@ std::string quotedAndFreed(char *text) {
   return result;
 }
 
-bool hasState(AtspiAccessible *accessible, AtspiStateType state) {
-  const auto states = adopt(atspi_accessible_get_state_set(accessible));
-  return states && atspi_state_set_contains(states.get(), state) != FALSE;
-}
-
 /// Returns the position and size of a widget, or null when it has no position.
 std::unique_ptr<AtspiRect, void (*)(void *)> extentsOf(AtspiAccessible *accessible) {
   const auto component = adopt(atspi_accessible_get_component_iface(accessible));
@@ -67,13 +62,16 @@ std::string json(const AtspiRect *rect) {
 
 /// Prints a widget as a JSON object after the separator, which becomes a comma for the next one.
 void print(AtspiAccessible *accessible, const AtspiRect *extents, const char *&separator) {
+  const auto states = adopt(atspi_accessible_get_state_set(accessible));
+  const auto hasState = [&](AtspiStateType state) {
+    return states && atspi_state_set_contains(states.get(), state) != FALSE ? "true" : "false";
+  };
   std::printf(
       R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
       separator, quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
       quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
       quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-      hasState(accessible, ATSPI_STATE_FOCUSED) ? "true" : "false",
-      hasState(accessible, ATSPI_STATE_SENSITIVE) ? "true" : "false", json(extents).c_str());
+      hasState(ATSPI_STATE_FOCUSED), hasState(ATSPI_STATE_SENSITIVE), json(extents).c_str());
   separator = ",\n";
 }
 

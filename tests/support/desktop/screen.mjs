@@ -1,6 +1,7 @@
 // A virtual X11 screen, with or without a window manager, and the functions to use it: keyboard,
 // mouse, windows, clipboard and pixels.
 
+import assert from 'node:assert/strict';
 import { execFile, spawn } from 'node:child_process';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -57,7 +58,8 @@ export class Screen {
 
   async close() {
     const children = this.end();
-    await waitFor('the end of the screen', () => children.every(({ pid }) => !isRunning(pid)));
+    await waitFor('the end of Xvfb and its tools', () =>
+      children.every(({ pid }) => !isRunning(pid)));
     this.framebuffer.close();
     rmSync(this.folder, { recursive: true, force: true });
   }
@@ -113,10 +115,6 @@ export class Screen {
 
   async clickElement(layout, id, options) {
     await this.click(...this.positionOf(layout, id), options);
-  }
-
-  async hoverElement(layout, id) {
-    await this.movePointer(...this.positionOf(layout, id));
   }
 
   /// Returns the IDs of the visible windows with this title.
@@ -197,7 +195,7 @@ export class Screen {
 
   /// Waits until a panel is closed and another window has the focus.
   async awaitPanelClosed(title) {
-    await waitFor(`the end of the panel "${title}"`, async () => {
+    await waitFor(`a closed panel "${title}"`, async () => {
       if ((await this.windows(title)).length > 0) return false;
       return (await this.runTool('xdotool', 'getactivewindow', 'getwindowname')) !== '';
     });
@@ -215,7 +213,7 @@ export class Screen {
   }
 
   async awaitMenuClosed() {
-    await waitFor('the end of the menu', async () => !(await this.isMenuOpen()));
+    await waitFor('a closed menu', async () => !(await this.isMenuOpen()));
   }
 
   /// Returns whether a menu is open. GTK gives its window the application's ID as its title.
@@ -233,27 +231,19 @@ export class Screen {
       { interval: 10_000 });
   }
 
-  /// Presses an arrow key in an open menu until the item with this name has the focus.
-  async moveToMenuItem(name, key = 'Down') {
-    const awaitOtherItem = (before) => waitFor(`a menu item after "${before}"`, async () => {
-      const widgets = await this.accessibility.widgets();
-      return widgets.find(({ focused, role, name: item }) =>
-        focused && role === 'menu item' && item !== before)?.name;
-    });
-    // A menu ignores keys before its first item has the focus.
-    let focusedItem = await awaitOtherItem('no item');
-    while (focusedItem !== name) {
-      await this.pressKeys(key);
-      focusedItem = await awaitOtherItem(focusedItem);
-    }
-  }
-
   /// Chooses an item of the menu "Orvel OS" by the keyboard.
   async chooseApplicationMenuItem(name) {
     await this.awaitWindow();
     await this.openMenu();
-    await this.moveToMenuItem(name);
-    await this.pressKeys('Return');
+    // A menu ignores keys before its first item has the focus.
+    const items = await waitFor('a menu with the focus', async () => {
+      const widgets = await this.accessibility.widgets();
+      const first = widgets.findIndex(({ focused, role }) => focused && role === 'menu item');
+      return first >= 0 && widgets.slice(first).filter(({ role }) => role === 'menu item');
+    });
+    const position = items.findIndex((item) => item.name === name);
+    assert.ok(position >= 0, `the menu has no item "${name}"`);
+    await this.pressKeys(...Array(position).fill('Down'), 'Return');
     await this.awaitMenuClosed();
   }
 
