@@ -9,7 +9,7 @@ import { button, link } from '../support/desktop/page.mjs';
 import { withSessionBus } from '../support/desktop/bus.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests();
+const { test } = desktopTests();
 
 test('web, mail and telephone links open unchanged in their default application',
   async (user, screen) => {
@@ -19,16 +19,16 @@ test('web, mail and telephone links open unchanged in their default application'
       https: 'https://elsewhere.test:8443/%7Ewho/',
       mailto: 'mailto:someone@elsewhere.test?subject=A%20question',
       tel: 'tel:+31-20-1234567',
-      noSlash: 'http://127.0.0.1:4768',
+      noPath: 'http://127.0.0.1:4768',
     };
     const layout = await user.startWithPage(barrierLink +
       Object.entries(links).map(([id, url]) => link(id, url)).join(''));
-    const opened = { ...links, noSlash: `${links.noSlash}/` };
+    // WebKit adds the path "/".
+    const opened = { ...links, noPath: `${links.noPath}/` };
     for (const [id, url] of Object.entries(opened)) {
       await screen.clickElement(layout, id);
       await desktop.awaitOpened(url);
     }
-    await saveScreenshot('links');
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...Object.values(opened));
   });
@@ -71,42 +71,6 @@ test('a default application gets the environment of the session', async (user, s
     assert.deepEqual(launch.environment, { ...user.environment, ...environment });
     await user.quit();
   }
-});
-
-test('a frame does not load another site, which opens outside the application', async (user) => {
-  const desktop = new Desktop(user);
-  const foreign = await user.openOnlineServer();
-  const embedded = `${foreign.address}embedded`;
-  const layout = await user.startWithPage(`${barrierLink}<iframe src="${embedded}"></iframe>`);
-  await desktop.awaitOpened(embedded);
-  await desktop.clickBarrierLink(layout);
-  await desktop.quitAndAssertOpened(barrierUrl, embedded);
-  assert.deepEqual(foreign.requests, []);
-});
-
-test('navigations to all other schemes are blocked', async (user, screen) => {
-  const desktop = new Desktop(user);
-  const links = {
-    data: 'data:text/html,away',
-    blob: '#',
-    script: "javascript:void report('script')",
-    file: 'file:///etc/passwd',
-    ftp: 'ftp://elsewhere.test/',
-    custom: 'orvel:something',
-  };
-  const layout = await user.startWithPage(`${barrierLink}
-    ${Object.entries(links).map(([id, url]) => link(id, url)).join('')}
-    ${button('setData', "location = 'data:text/html,away'")}
-    ${button('setBlob', 'location = blob.href')}
-    <iframe src="data:text/html,<script>fetch('http://127.0.0.1:4767/api/frame')</script>"></iframe>
-    <script>blob.href = URL.createObjectURL(new Blob(['away'], { type: 'text/html' }))</script>`);
-  for (const id of [...Object.keys(links), 'setData', 'setBlob']) {
-    await screen.clickElement(layout, id);
-  }
-  await desktop.clickBarrierLink(layout);
-  await desktop.quitAndAssertOpened(barrierUrl);
-  assert.equal(user.root.reported('script').length, 1, 'the clicks reached the page');
-  assert.deepEqual(user.root.requestsTo('/api/frame'), [], 'the embedded page is blocked too');
 });
 
 test('a new window becomes a download, or a start of the default application for another site',

@@ -7,7 +7,7 @@ import { button, link } from '../support/desktop/page.mjs';
 import { quitActions } from '../support/desktop/quit_actions.mjs';
 import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests({ accessibility: true });
+const { test } = desktopTests({ accessibility: true });
 
 /// The response that makes WebKit ask for a name and a password.
 const challenge = {
@@ -89,7 +89,6 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
       await screen.awaitPageOnScreen(...uncoveredPoint);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
-      await saveScreenshot(dialog);
       await quit(user.run, screen);
       await user.awaitCleanExit();
       await user.root.awaitServerExit();

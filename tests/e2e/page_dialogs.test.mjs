@@ -8,7 +8,7 @@ import { kill } from '../support/desktop/processes.mjs';
 import { addressDialogTitle } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const { test, saveScreenshot } = desktopTests({ accessibility: true });
+const { test } = desktopTests({ accessibility: true });
 
 const question = 'Delete this file?';
 const confirmButton = button('ask', `report('answer', confirm('${question}'))`);
@@ -31,7 +31,6 @@ for (const [name, [answer, act]] of Object.entries(confirmAnswers)) {
     const layout = await user.startWithPage(confirmButton);
     await screen.clickElement(layout, 'ask');
     const panel = await screen.awaitPanel(question);
-    await saveScreenshot('confirm');
     assert.equal(await screen.windowCount(), 2);
     assert.deepEqual(user.root.reported('answer'), [], 'the script waits');
     await act(screen, panel);
@@ -46,7 +45,6 @@ test('an open alert blocks the script and keys and clicks on the window', async 
   const layout = await user.startWithPage(alertButton + button('other', "report('other')"));
   await screen.clickElement(layout, 'alert');
   await screen.awaitPanel(message);
-  await saveScreenshot('alert');
   await screen.pressKeys('ctrl+r');
   await screen.clickElement(layout, 'other');
   assert.deepEqual(user.root.reported('closed'), []);
@@ -73,7 +71,7 @@ test('a server that ends during a dialog is reported after the dialog', async (u
   await user.root.awaitPainted(2);
 });
 
-/// Enough for the dialog to open before the server is ready: one probe takes 250 ms.
+/// Enough for the dialog to open before the server is ready, with a probe every 250 ms.
 const failedProbes = 30;
 
 test('probing continues and the page is shown while the address dialog is open',

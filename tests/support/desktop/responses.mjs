@@ -11,6 +11,7 @@
 //   trickle         path of a file; one byte a second is sent until its creation
 //   logBytes        number of bytes that go into the server's log first
 //   noReply         no response at all
+// A response whose body has no end or comes slowly emits "chunkSent" for each chunk.
 
 import { existsSync, writeSync } from 'node:fs';
 
