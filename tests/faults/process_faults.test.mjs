@@ -19,7 +19,7 @@ const { test } = desktopTests();
 const sameForEachJob = (outcome) =>
   Object.fromEntries(Object.keys(jobs).map((name) => [name, outcome]));
 
-/// The outcomes of a fault. A test title has their names after "the application".
+/// The outcomes of a fault. The titles of the tests have their names after "it".
 const outcomes = {
   /// The job completes.
   continues: (context, job) => job.finish(context),
@@ -34,7 +34,7 @@ const outcomes = {
   },
 
   /// The error page gives the number of SIGKILL, and Control-R opens the OS again.
-  async reports(context, job) {
+  async 'shows the error page'(context, job) {
     const { user, screen } = context;
     const message = 'De OS-server is gestopt (code 9). Zie ~/orvel-os/v3/.local/server.log. ' +
       'Herstarten met ⌘R.';
@@ -47,7 +47,7 @@ const outcomes = {
     await user.root.awaitPainted(before + 1);
   },
 };
-const { continues, quits, exits, reports } = outcomes;
+const { continues, quits, exits, 'shows the error page': showsErrorPage } = outcomes;
 
 /// Returns whether a WebKit process has a thread that receives messages of the application. WebKit
 /// ends the application when a process dies before that.
@@ -73,7 +73,7 @@ const faults = {
     short: ['starting', 'downloading'],
     inject: async ({ user }) => kill(await awaitServerPid(user)),
     // The job updating has no local server.
-    outcomes: { ...sameForEachJob(reports), updating: undefined, quitting: continues },
+    outcomes: { ...sameForEachJob(showsErrorPage), updating: undefined, quitting: continues },
   },
   'the server is suspended for a second': {
     short: ['quitting'],
@@ -145,7 +145,7 @@ for (const [title, fault] of Object.entries(faults)) {
   for (const [name, job] of Object.entries(jobs)) {
     const outcome = fault.outcomes[name];
     if (!outcome || !(isLongForm || fault.short.includes(name))) continue;
-    test(`${title} during ${name}: the application ${outcome.name}`, async (user, screen) => {
+    test(`${title} while the application is ${name}: it ${outcome.name}`, async (user, screen) => {
       if (!fault.needsBus) return runJob({ user, screen }, job, fault, outcome);
       return withSessionBus((environment, bus) =>
         runJob({ user, screen, bus, startOptions: { environment } }, job, fault, outcome));

@@ -1,13 +1,10 @@
 // The OS server of the tests, installed as v3/server.mjs in a data root. The file
 // behaviour.json beside it sets its behaviour:
 //   routes            responses for paths (responses.mjs), read again for each response
-//   failedProbes      number of probes (GET /api/wie) that get status 401 first
-//   noReply           no request gets a response
 //   closesConnection  each request's connection is closed without a response
 //   ignoresSignals    SIGTERM, SIGINT and SIGHUP are ignored
 //   stopDelay         time in ms from such a signal to the exit
 //   exitCode          the server exits at once with this code
-//   neverListens      the server runs without a socket
 // It writes each event as a line of JSON to record.jsonl.
 
 import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
@@ -47,19 +44,13 @@ for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
   });
 }
 
-let failedProbes = behaviour.failedProbes ?? 0;
-
 function serve(request, response, body) {
   const { method, url, headers } = request;
   record('request', { method, url, headers, body });
   response.on('close', () => record('responseClosed', { url }));
   response.on('chunkSent', () => record('chunkSent', { url }));
-  if (behaviour.noReply) return;
   if (behaviour.closesConnection) {
     request.socket.destroy();
-  } else if (url === '/api/wie' && failedProbes > 0) {
-    failedProbes -= 1;
-    response.writeHead(401).end();
   } else {
     respond(request, response, readBehaviour().routes);
   }
@@ -76,8 +67,6 @@ function listen() {
 
 if (behaviour.exitCode !== undefined) {
   process.exitCode = behaviour.exitCode;
-} else if (behaviour.neverListens) {
-  setInterval(() => {}, 1000);
 } else {
   listen();
 }

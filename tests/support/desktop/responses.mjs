@@ -1,7 +1,6 @@
 // Responses of the test servers. A test describes each as plain data, its route:
 //   status, headers, body   the parts of the response
 //   page            HTML for the body of a test page
-//   zeroBytes       length of a body of zero bytes
 //   gate            path of a file; the second half of the body waits for its creation
 //   endless         the body never ends
 //   truncated       the connection closes after half of the body
@@ -21,21 +20,6 @@ import { fieldPage, pageWith } from './page.mjs';
 const endlessChunkSize = 256 << 10;
 
 const htmlHeaders = { 'content-type': 'text/html; charset=utf-8', 'cache-control': 'no-store' };
-
-function sendZeros(response, size) {
-  const chunk = Buffer.alloc(1 << 20);
-  let remaining = size;
-  const send = () => {
-    while (remaining > 0 && !response.destroyed) {
-      const length = Math.min(remaining, chunk.length);
-      remaining -= length;
-      if (!response.write(chunk.subarray(0, length))) return;
-    }
-    if (remaining === 0) response.end();
-  };
-  response.on('drain', send);
-  send();
-}
 
 /// Calls `step` every `interval` ms until the response has closed.
 function repeatUntilClosed(response, interval, step) {
@@ -83,16 +67,13 @@ function sendRoute(response, route) {
   }
   const body = Buffer.from(route.page === undefined ? route.body ?? '' : pageWith(route.page));
   const half = body.subarray(0, body.length / 2);
-  const length = { 'content-length': route.zeroBytes ?? body.length };
   response.writeHead(route.status ?? 200, {
     ...(route.page === undefined ? {} : htmlHeaders),
-    ...(route.endless || route.truncatedChunk ? {} : length),
+    ...(route.endless || route.truncatedChunk ? {} : { 'content-length': body.length }),
     ...numberedFields(route.headerFields ?? 0),
     ...route.headers,
   });
-  if (route.zeroBytes !== undefined) {
-    sendZeros(response, route.zeroBytes);
-  } else if (route.endless) {
+  if (route.endless) {
     repeatUntilClosed(response, 5, () =>
       response.write(Buffer.alloc(endlessChunkSize), () => response.emit('chunkSent')));
   } else if (route.truncated) {

@@ -3,7 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync } from 'node:fs';
+import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync, statSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
@@ -32,14 +32,15 @@ const builtBundle = dirname(dirname(dirname(executable)));
 
 export class User {
   /// `behaviour` is that of the fixture server, or null for a data root without a server. `plist`
-  /// holds values for Info.plist, `environment` variables for each start.
-  constructor(screen, { behaviour, plist = {}, environment = {} } = {}) {
+  /// holds values for Info.plist.
+  constructor(screen, { behaviour, plist = {} } = {}) {
     this.screen = screen;
     this.folder = mkdtempSync(join(tmpdir(), 'orvel e2e '));
     // The user's processes have this environment variable, or belong to one of the sessions.
     this.marker = `ORVEL_E2E=${this.folder}`;
     this.sessions = new Set();
     this.runs = [];
+    // Functions that remove() calls.
     this.cleanups = [];
     this.environment = createUserEnvironment(this.folder, screen.display);
     this.home = this.environment.HOME;
@@ -51,7 +52,6 @@ export class User {
         Object.entries(process.env).filter(([name]) => /^(A|L|T|UB)SAN_OPTIONS$/.test(name)),
       ),
       ...screen.accessibility?.environment,
-      ...environment,
     });
 
     this.bundle = join(this.folder, 'folder with spaces', 'Orvel OS.app');
@@ -70,12 +70,10 @@ export class User {
   }
 
   /// Returns the files in the user's XDG data folder.
-  dataFiles(folder = this.environment.XDG_DATA_HOME) {
-    return readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
-      const path = join(folder, entry.name);
-      if (entry.isDirectory()) return this.dataFiles(path);
-      return entry.isFile() ? [path] : [];
-    });
+  dataFiles() {
+    const folder = this.environment.XDG_DATA_HOME;
+    return readdirSync(folder, { recursive: true }).map((name) => join(folder, name))
+      .filter((path) => statSync(path, { throwIfNoEntry: false })?.isFile());
   }
 
   /// Opens an OnlineServer that is closed at the end of the test.
@@ -159,7 +157,7 @@ export class User {
     await this.root.awaitStarted(count + 1);
   }
 
-  /// Kills the application, but not its children, and waits for its end.
+  /// Ends the application, but not its children, by a signal, and waits for its end.
   async forceQuit(run = this.run, signal = 'SIGKILL') {
     run.killExpected = true;
     kill(run.pid, signal);
