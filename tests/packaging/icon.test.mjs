@@ -30,6 +30,7 @@ function entries(bytes) {
   return found;
 }
 
+/// The width of the image of each type.
 const widths = {
   ic07: 128, ic08: 256, ic09: 512, ic10: 1024, ic11: 32, ic12: 64, ic13: 256, ic14: 512,
 };

@@ -58,7 +58,7 @@ ${body}
 
   addSystemTool(name) { symlinkSync(pathOf(name), this.path('system', name)); }
 
-  /// Returns the calls since the last time, each as [name, argument...].
+  /// Returns the calls of fake tools since its last use, each as [name, argument...].
   calls() {
     const record = this.path('record');
     if (!existsSync(record)) return [];
@@ -85,7 +85,8 @@ ${body}
   remove() { rmSync(this.folder, { recursive: true }); }
 }
 
-// The user may have set a signing certificate, for example.
+/// Returns the environment without the variables of the scripts, such as a signing certificate that
+/// the user has set.
 function withoutBuildSettings(environment) {
   return Object.fromEntries(
     Object.entries(environment).filter(([name]) => !/^(ORVELOS?_|SOURCE_DATE_EPOCH)/.test(name)));

@@ -1,24 +1,41 @@
-// smoke-macos.sh with a fake application and the real demo server: it detects each fault. The
-// workflow of a hosted Mac runs it on the real application.
+// smoke-macos.sh with a fake application and the real demo server: it detects each fault. On a
+// hosted Mac, the workflow runs it with the real application and with operate_macos.js, which a
+// fake osascript replaces here.
 
 import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
+import { waitFor } from '../support/desktop/wait.mjs';
 import { ScriptFixture } from './script_fixture.mjs';
 
-const pathOf = (name) => fileURLToPath(new URL(name, import.meta.url));
+const fakeApplication = fileURLToPath(new URL('fake_application.mjs', import.meta.url));
 
 let fixture;
 beforeEach(() => {
   fixture = new ScriptFixture('demo');
   fixture.addTool('uname', 'echo Darwin');
   fixture.addTool('defaults', 'exit 1');
-  fixture.addTool('osascript', `exec node "${pathOf('fake_osascript.mjs')}" "$@"`);
+  // Has the commands of operate_macos.js, which are in $4. The page requests another one when its
+  // second link is opened, and the file "moved" exists once the window has been dragged.
+  fixture.addTool('osascript', `
+cd "${fixture.folder}"
+case "$4 $FAULT" in
+  "quit osascript-fails") exit 1 ;;
+  "quit quit-event-not-sent" | "isInFront window-behind" | "mayPostEvents no-permission")
+    echo false ;;
+  "openSecondLink keys-ignored" | "dragTitleBar window-immovable") ;;
+  pid*) cat pid ;;
+  quit*) kill -TERM "$5"; echo true ;;
+  openSecondLink*)
+    node -e 'fetch("http://127.0.0.1:4767/api/getoond?pagina=%2Flinks", { method: "POST" })' ;;
+  dragTitleBar*) touch moved ;;
+  position*) if [ -e moved ]; then echo 40 110; else echo 100 50; fi ;;
+  *) echo true ;;
+esac`);
   // Starts the executable of the bundle, which is the last argument, with the variables of the
-  // options --env. Writes its own environment, and for fake_osascript.mjs the process ID and the
-  // bundle, to files of the fixture.
+  // options --env. Writes its own environment and the process ID to files of the fixture.
   fixture.addTool('open', `
 variables=()
 while [ $# -gt 1 ]; do
@@ -31,12 +48,14 @@ while [ $# -gt 1 ]; do
 done
 env >"${fixture.path('open-environment')}"
 env "\${variables[@]}" "$1/Contents/MacOS/Orvel OS" >"$output" 2>&1 &
-printf %s $! >"${fixture.path('pid')}"
-printf %s "$1" >"${fixture.path('bundle')}"`);
+echo $! >"${fixture.path('pid')}"`);
   mkdirSync(fixture.path('build/Orvel OS.app/Contents/MacOS'), { recursive: true });
   writeFileSync(fixture.path('build/Orvel OS.app/Contents/Info.plist'), '<key>ORVELOSKey</key>');
 });
-afterEach(() => {
+afterEach(async () => {
+  // A killed process takes a moment to exit.
+  await waitFor('the exit of the demo server', () =>
+    fetch('http://127.0.0.1:4767/api/wie').then(() => false, () => true));
   assert.deepEqual(readdirSync(fixture.path('tmp')), []);
   fixture.remove();
 });
@@ -45,17 +64,8 @@ function run(fault = '', args = []) {
   // The application does not get the environment of the script.
   writeFileSync(fixture.path('build/Orvel OS.app/Contents/MacOS/Orvel OS'),
     `#!/usr/bin/env bash
-FAULT=${fault} exec "${process.execPath}" "${pathOf('fake_application.mjs')}"\n`, { mode: 0o755 });
-  return fixture.run('smoke-macos.sh', args, { FAULT: fault, DESKTOP: fixture.path() });
-}
-
-/// Waits until the demo server has gone: a killed process takes a moment.
-async function portIsFree() {
-  const end = Date.now() + 5000;
-  while (await fetch('http://127.0.0.1:4767/api/wie').then(() => true, () => false)) {
-    assert.ok(Date.now() < end, 'the server is still running');
-    await new Promise((done) => { setTimeout(done, 20); });
-  }
+FAULT=${fault} exec "${process.execPath}" "${fakeApplication}"\n`, { mode: 0o755 });
+  return fixture.run('smoke-macos.sh', args, { FAULT: fault });
 }
 
 for (const [fault, message] of [
@@ -66,18 +76,18 @@ for (const [fault, message] of [
   ['window-behind', /smoke: the window is not in front\n$/],
   ['keys-ignored', /smoke: typing did not reach the page\n$/],
   ['window-immovable', /smoke: dragging the title bar did not move the window\n$/],
+  ['osascript-fails', /smoke: osascript failed to quit the application\n$/],
   ['quit-event-not-sent', /smoke: the system did not send the quit event\n$/],
   ['orphan', /missing: the stop of the server\nsmoke: a step is missing\n$/],
 ]) {
-  test(`the fault ${fault} is reported and no process is left`, async () => {
+  test(`the fault ${fault} is reported and no process is left`, () => {
     const { status, stderr } = run(fault);
     assert.equal(status, 1, stderr);
     assert.match(stderr, message);
-    await portIsFree();
   });
 }
 
-test('every check passes, and the application starts with the environment of the Finder', async () => {
+test('every check passes, and the application starts with the environment of the Finder', () => {
   const { status, stdout, stderr } = run();
   assert.equal(status, 0, stderr);
   assert.deepEqual(stdout.match(/^smoke: (passed|not checked): .*$/gm), [
@@ -89,28 +99,18 @@ test('every check passes, and the application starts with the environment of the
   const names = readFileSync(fixture.path('open-environment'), 'utf8').match(/^\w+(?==)/gm);
   // The shell sets the last three.
   assert.deepEqual(names.sort(), ['HOME', 'PATH', 'PWD', 'SHLVL', 'TMPDIR', '_']);
-  await portIsFree();
 });
 
-test('without the permission to post events, typing and dragging are reported as not checked', async () => {
+test('without the permission to post events, typing and dragging are reported as not checked', () => {
   const { status, stdout, stderr } = run('no-permission');
   assert.equal(status, 0, stderr);
   assert.match(stdout, /^smoke: not checked: typing and dragging; /m);
   assert.doesNotMatch(stdout, /passed: (typing|dragging)/);
-  await portIsFree();
 });
 
 test('a start that fails is reported', () => {
   fixture.addTool('open', 'exit 1');
   assert.match(run().stderr, /smoke: open could not start the application\n$/);
-});
-
-test('an osascript that fails is reported', async () => {
-  fixture.addTool('osascript', `
-case "$4" in quit) exit 1 ;; esac
-exec node "${pathOf('fake_osascript.mjs')}" "$@"`);
-  assert.match(run().stderr, /osascript failed to quit the application/);
-  await portIsFree();
 });
 
 test('a wrong setup is reported and nothing is started', () => {
