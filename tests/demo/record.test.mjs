@@ -37,12 +37,12 @@ test('a request is recognised by header, cookie and user agent', async () => {
 });
 
 test('the home page shows how the page request and the probes were recognised', async (t) => {
-  const own = await start();
-  t.after(own.stop);
-  const first = (await own.get('/')).text;
+  const ownServer = await start();
+  t.after(ownServer.stop);
+  const first = (await ownServer.get('/')).text;
   assert.match(first, /<strong>Gewone browser<\/strong>.*<strong>Nog niet gezien<\/strong>/s);
-  for (let count = 0; count < 2; count += 1) await own.get('/api/wie', { 'X-ORVEL-App': 'k' });
-  const { text } = await own.get('/', { Cookie: 'orvelapp=k' });
+  for (let count = 0; count < 2; count += 1) await ownServer.get('/api/wie', { 'X-ORVEL-App': 'k' });
+  const { text } = await ownServer.get('/', { Cookie: 'orvelapp=k' });
   assert.match(text, /<strong>App via cookie<\/strong>.*<strong>App via header<\/strong>/s);
   assert.match(text, /2 keer gevraagd/);
 });
@@ -88,27 +88,27 @@ test('a request that cannot be parsed is recorded', async () => {
 });
 
 test('the record begins with the process and ends with the signal that stopped it', async (t) => {
-  const own = await start({ HOME: '/nowhere', PATH: '/usr/bin:/bin' });
-  t.after(own.stop);
-  const { event, pid, address, env } = own.record()[0];
-  assert.deepEqual([event, pid, address], ['listening', own.child.pid, '127.0.0.1']);
+  const ownServer = await start({ HOME: '/nowhere', PATH: '/usr/bin:/bin' });
+  t.after(ownServer.stop);
+  const { event, pid, address, env } = ownServer.record()[0];
+  assert.deepEqual([event, pid, address], ['listening', ownServer.child.pid, '127.0.0.1']);
   assert.deepEqual(env, { PORT: '0', PATH: '/usr/bin:/bin', HOME: '/nowhere' });
   // Also during a response.
-  const socket = net.connect(own.port, '127.0.0.1').on('error', () => {});
+  const socket = net.connect(ownServer.port, '127.0.0.1').on('error', () => {});
   socket.write('GET /api/bestand/traag HTTP/1.1\r\nHost: localhost\r\n\r\n');
   await once(socket, 'data');
-  own.child.kill('SIGTERM');
-  assert.deepEqual(await own.exited, [0, null]);
-  const last = own.record().pop();
+  ownServer.child.kill('SIGTERM');
+  assert.deepEqual(await ownServer.exited, [0, null]);
+  const last = ownServer.record().pop();
   assert.deepEqual([last.event, last.signal], ['stopped', 'SIGTERM']);
 });
 
 test('the page /server ends the server or makes it ignore SIGTERM', async (t) => {
   const stop = async (how, headers, expected) => {
-    const own = await start();
-    t.after(own.stop);
-    assert.equal((await own.get(`/api/stop?hoe=${how}`, headers, 'POST')).status, expected);
-    return own;
+    const ownServer = await start();
+    t.after(ownServer.stop);
+    assert.equal((await ownServer.get(`/api/stop?hoe=${how}`, headers, 'POST')).status, expected);
+    return ownServer;
   };
   // The header keeps other sites from ending the server.
   const headers = { 'X-Orvel-Demo': 'ja' };

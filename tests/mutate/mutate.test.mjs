@@ -12,15 +12,15 @@ const sample = fileURLToPath(new URL('sample', import.meta.url));
 const tool = fileURLToPath(new URL('../../tools/mutate/mutate.py', import.meta.url));
 const build = mkdtempSync(path.join(tmpdir(), 'mutate-'));
 
-function run(command, ...words) {
-  return spawnSync(command, words, { encoding: 'utf8' });
+function run(command, ...args) {
+  return spawnSync(command, args, { encoding: 'utf8' });
 }
 
 /** Runs the tool. Returns its exit status, its report and the mutants of the JSON report. */
-function mutate(...words) {
+function mutate(...args) {
   const result = run('/usr/bin/python3', tool, '--root', sample, '--build', build,
     '--target', 'sample_tests', '--folders', 'code',
-    '--equivalents', path.join(sample, 'equivalents.toml'), ...words);
+    '--equivalents', path.join(sample, 'equivalents.toml'), ...args);
   assert.notEqual(result.stdout, '', result.stderr);
   const mutants = JSON.parse(readFileSync(path.join(build, 'mutants.json'), 'utf8'));
   return { status: result.status, report: result.stdout, mutants };
@@ -34,8 +34,8 @@ function bodies(mutants, outcome) {
 
 describe('mutate', () => {
   before(() => {
-    for (const words of [['-S', sample, '-B', build, '-G', 'Ninja'], ['--build', build]]) {
-      const result = run('cmake', ...words);
+    for (const args of [['-S', sample, '-B', build, '-G', 'Ninja'], ['--build', build]]) {
+      const result = run('cmake', ...args);
       assert.equal(result.status, 0, result.stdout + result.stderr);
     }
   });
