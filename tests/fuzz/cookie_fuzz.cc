@@ -1,4 +1,4 @@
-// Property: a download sends the cookies of its host, without line breaks.
+// Property: the Cookie header of a download has the cookies of its host, without line breaks.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>
@@ -17,7 +17,7 @@ namespace {
 
 using SoupUri = std::unique_ptr<GUri, void (*)(GUri *)>;
 
-std::string text(const char *value) { return value != nullptr ? value : ""; }
+std::string textOrEmpty(const char *value) { return value != nullptr ? value : ""; }
 
 /// Returns the cookies that the Set-Cookie fields of a host would set.
 std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
@@ -33,16 +33,16 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
         soup_cookie_parse(std::string(field).c_str(), origin.get()), soup_cookie_free);
     if (!set) continue;
     Cookie cookie;
-    cookie.name = text(soup_cookie_get_name(set.get()));
-    cookie.value = text(soup_cookie_get_value(set.get()));
-    cookie.domain = text(soup_cookie_get_domain(set.get()));
+    cookie.name = textOrEmpty(soup_cookie_get_name(set.get()));
+    cookie.value = textOrEmpty(soup_cookie_get_value(set.get()));
+    cookie.domain = textOrEmpty(soup_cookie_get_domain(set.get()));
     cookies.push_back(std::move(cookie));
   }
   return cookies;
 }
 
-/// Returns whether the host equals the domain or, as text, ends with it.
-bool belongs(const Cookie &cookie, const std::string &host) {
+/// Returns whether a host gets a cookie: it equals the cookie's domain or, as text, ends with it.
+bool isSentTo(const Cookie &cookie, const std::string &host) {
   std::string domain = cookie.domain;
   while (domain.starts_with('.')) domain.erase(0, 1);
   while (domain.ends_with('.')) domain.pop_back();
@@ -50,10 +50,10 @@ bool belongs(const Cookie &cookie, const std::string &host) {
   return std::equal(domain.rbegin(), domain.rend(), host.rbegin());
 }
 
-void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) {
+void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &host) {
   std::string expected;
   for (const Cookie &cookie : cookies) {
-    if (!belongs(cookie, host)) continue;
+    if (!isSentTo(cookie, host)) continue;
     const std::string pair = cookie.name + cookie.value;
     if (std::any_of(pair.begin(), pair.end(),
                     [](char each) { return g_ascii_iscntrl(each) && each != '\t'; })) {
@@ -62,18 +62,18 @@ void requireChoice(const std::vector<Cookie> &cookies, const std::string &host) 
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   const std::string header = cookieHeader(cookies, host);
-  require(header == expected, "the cookies of the host are sent");
+  require(header == expected, "the header has the cookies of the host, and no other");
   require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
           "the field has no line break or NUL");
   require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
   const std::string other = "host-without-cookies.test";
   require(std::any_of(cookies.begin(), cookies.end(),
-                      [&](const Cookie &cookie) { return belongs(cookie, other); }) ||
+                      [&](const Cookie &cookie) { return isSentTo(cookie, other); }) ||
               cookieHeader(cookies, other).empty(),
           "another host receives none");
 }
 
-/// The key cookie belongs to the host of the server address.
+/// Requires that the key cookie is for the host of the server address.
 void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
   const auto cookie = keyCookie(address, false, "key", now);
@@ -81,7 +81,7 @@ void requireKeyCookie(std::string_view address) {
   require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
   require(!keyCookie(address, false, "", now), "without a key there is no cookie");
   if (!cookie) return;
-  require(cookie->domain == url->host && cookie->secure, "the cookie belongs to the host");
+  require(cookie->domain == url->host && cookie->secure, "the cookie is for the host");
   require(cookieHeader({*cookie}, url->host) == "orvelapp=key" || url->host.starts_with('.') ||
               url->host.ends_with('.'),
           "downloads send the key cookie");
@@ -97,7 +97,7 @@ void testInput(std::string_view input) {
   const auto url = Url::parse(address);
   const std::string host = url && !url->host.empty() ? url->host : "os.test";
   if (host.find('\0') != std::string::npos || !g_utf8_validate(host.c_str(), -1, nullptr)) return;
-  requireChoice(cookiesOf(fields, host), host);
+  requireCookieHeader(cookiesOf(fields, host), host);
 }
 
 }  // namespace orvel::fuzz

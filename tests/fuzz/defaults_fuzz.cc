@@ -1,4 +1,5 @@
-// Properties: stored values are read back unchanged, and corruption is detected.
+// Properties: texts and window frames in the settings file are read back unchanged, and trimming
+// removes only white space at the ends of a text.
 
 #include <glib.h>
 
@@ -19,19 +20,19 @@ using KeyFile = std::unique_ptr<GKeyFile, void (*)(GKeyFile *)>;
 
 KeyFile newKeyFile() { return {g_key_file_new(), g_key_file_unref}; }
 
-/// Writes a text to a key file and reads it again.
+/// Requires that a text that is written to a key file is read back.
 void requireRoundTrip(const std::string &text) {
   const std::string value = keyFileValue(text);
-  require(textOfKeyFileValue(value) == text, "an encoded text is decoded");
+  require(textOfKeyFileValue(value) == text, "decoding reverses encoding");
   const KeyFile file = newKeyFile();
   g_key_file_set_value(file.get(), "Defaults", "osURL", value.c_str());
   gsize size = 0;
   const GlibText bytes(g_key_file_to_data(file.get(), &size, nullptr));
   const KeyFile again = newKeyFile();
   require(g_key_file_load_from_data(again.get(), bytes.get(), size, G_KEY_FILE_NONE, nullptr),
-          "a written file is a key file");
+          "GLib parses the written file");
   const GlibText read(g_key_file_get_value(again.get(), "Defaults", "osURL", nullptr));
-  require(read && textOfKeyFileValue(read.get()) == text, "a text is read back from a file");
+  require(read && textOfKeyFileValue(read.get()) == text, "a text is read back from a key file");
 }
 
 }  // namespace
@@ -46,7 +47,7 @@ void testInput(std::string_view input) {
     require(parseFrame(frameText(*frame)) == frame, "a frame is read back");
   }
 
-  // The output of a command, which becomes a path.
+  // The output of a shell command is trimmed before it is used as the path of Node.js.
   if (const auto trimmed = trimmedText(text)) {
     require(trimmedText(*trimmed) == trimmed, "trimming is idempotent");
     require(text.find(*trimmed) != std::string::npos, "trimming removes only from the ends");

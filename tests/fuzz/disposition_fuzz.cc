@@ -51,8 +51,8 @@ std::string escaped(const std::string &name) {
   return GlibText(g_uri_escape_string(name.c_str(), nullptr, FALSE)).get();
 }
 
-/// Reads the name from the parameters filename and filename* (RFC 6266, 4.1).
-void requireRead(const std::string &name, const Url &address) {
+/// Requires that the name is parsed from the parameters filename and filename* (RFC 6266, 4.1).
+void requireParsed(const std::string &name, const Url &address) {
   const auto read = [&](const std::string &parameter) {
     return suggestedFilename({.contentDisposition = "attachment; " + parameter}, address);
   };
@@ -94,7 +94,7 @@ void testInput(std::string_view input) {
   }
   require(numberedName(name, 2) != numberedName(name, 3), "names with different numbers differ");
   require(downloadName(name, url) == name, "a valid name is unchanged");
-  if (trimmedText(name)) requireRead(name, url);
+  if (trimmedText(name)) requireParsed(name, url);
 }
 
 }  // namespace orvel::fuzz

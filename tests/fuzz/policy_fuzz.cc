@@ -82,8 +82,8 @@ bool matches(const std::string &pattern, const std::string &text) {
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
-/// The filter matches this address and no other. WebKit serializes addresses in visible
-/// ASCII.
+/// Requires that the filter matches this address and no other. WebKit serializes addresses in
+/// visible ASCII.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });

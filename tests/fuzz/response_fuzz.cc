@@ -4,13 +4,15 @@
 
 #include <algorithm>
 #include <future>
+#include <mutex>
 #include <string>
 
 #include "base/ascii.h"
 #include "platform/linux/files/file_bytes.h"
 #include "platform/linux/http/soup_http_session.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/fuzz/scripted_server.h"
+#include "tests/fuzz/redirected_network.h"
+#include "tests/support/loopback_server.h"
 #include "web/same_origin.h"
 
 namespace orvel::fuzz {
@@ -24,6 +26,8 @@ SoupHttpSession &session() {
   // Never destroyed, because libFuzzer ends the process with exit().
   static auto *const session = [] {
     g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
+    // Without TLS a redirect to https fails at once. The server would wait for more of a handshake.
+    g_setenv("GIO_USE_TLS", "dummy", TRUE);
     return new SoupHttpSession({g_get_tmp_dir()});
   }();
   return *session;
@@ -69,13 +73,13 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
   return values;
 }
 
-void requireSecrets(const std::string &cookie) {
-  const auto heads = fuzz::ScriptedServer::instance().heads();
+/// Requires that only requests to the first host have the key and the cookies. `heads` are those
+/// of the requests, in order.
+void requireSecretsStayOnHost(const std::vector<std::string> &heads, const std::string &cookie) {
   const bool isOneLine = cookie.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
   require(isOneLine || heads.empty(), "a cookie with a line break or NUL is not sent");
   bool leftHost = false;
   for (const std::string &head : heads) {
-    if (!head.starts_with("GET ")) continue;
     const auto hosts = valuesOf(head, "Host");
     require(hosts.size() == 1, "a request has one Host field");
     const auto keys = valuesOf(head, "X-ORVEL-App");
@@ -94,18 +98,23 @@ void requireSecrets(const std::string &cookie) {
 
 }  // namespace
 
-/// The first line of the input holds the cookies, and the rest the responses of the server.
+/// The first line of the input holds the cookies, and the rest the responses of the server: one
+/// for each connection, which is then closed. When none is left, connections are closed without a
+/// response.
 void testInput(std::string_view input) {
   const auto [first, rest] = linesOf<2>(input);
-  std::vector<std::string> responses;
-  for (const auto response : piecesOf(rest, responseSeparator)) {
-    responses.emplace_back(response);
-  }
-  fuzz::ScriptedServer::instance().respondWith(std::move(responses));
   const std::string cookie(first);
+  const auto responses = piecesOf(rest, responseSeparator);
+  std::size_t next = 0;
+  std::mutex mutex;
+  const LoopbackServer server([&](LoopbackConnection &client, const std::string & /*head*/) {
+    const std::lock_guard lock(mutex);
+    if (next < responses.size()) client.send(responses[next++]);
+  });
+  redirectConnectionsTo(server.port());
   const DataReply reply = replyTo(cookie, input.size() % 2 == 0);
   require(!reply.response || reply.response->statusCode >= 100, "a response has a status");
-  requireSecrets(cookie);
+  requireSecretsStayOnHost(server.heads(), cookie);
 }
 
 }  // namespace orvel::fuzz

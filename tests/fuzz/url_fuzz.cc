@@ -59,7 +59,7 @@ void requireResolved(std::string_view reference, const Url &parsed, const Url &b
   }
 }
 
-/// Header fields are forwarded only to an origin that libsoup treats as the same.
+/// Requires that header fields are forwarded only to an origin that libsoup treats as the same.
 void requireSameOrigin(const Url &from, const Url &to) {
   if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
   require(from.scheme == to.scheme || to.scheme == "https", "fields never go from https to http");
@@ -74,7 +74,7 @@ void requireSameOrigin(const Url &from, const Url &to) {
           "fields stay with their port");
 }
 
-void requireEscapes(const std::string &address) {
+void requirePercentEncoding(const std::string &address) {
   const std::string escaped = percentEncoded(address);
   require(percentEncoded(escaped) == escaped, "encoding is idempotent");
   const auto parsed = Url::parse(address);
@@ -94,7 +94,7 @@ void requireEscapes(const std::string &address) {
 
 void testInput(std::string_view input) {
   const auto [address, reference] = linesOf<2>(input);
-  requireEscapes(std::string(address));
+  requirePercentEncoding(std::string(address));
   const auto base = Url::parse(address);
   const auto parsed = Url::parse(reference);
   if (base) requireParts(*base);

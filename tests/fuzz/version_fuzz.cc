@@ -13,7 +13,7 @@ namespace orvel::fuzz {
 
 namespace {
 
-/// A second implementation, by the C library.
+/// Returns the number of a piece of a version as the C library parses it, for comparison.
 std::int64_t numberOf(const std::string &piece) {
   // std::strtoll skips leading white space.
   if (piece.find_first_not_of("+-0123456789") != std::string::npos) return 0;
@@ -23,7 +23,7 @@ std::int64_t numberOf(const std::string &piece) {
   return errno == 0 && *end == '\0' ? number : 0;
 }
 
-/// A second implementation of the comparison, for ASCII texts.
+/// Compares two versions of ASCII characters in another way than nieuwer().
 bool isLater(std::string_view one, std::string_view other) {
   const auto numbersOf = [](std::string_view version) {
     std::vector<std::int64_t> numbers;
