@@ -9,7 +9,8 @@ import { measureReadyStart, screenSize } from './startup.mjs';
 import { listViewers } from './viewers.mjs';
 
 const [application, other, rounds = '15'] = process.argv.slice(2);
-const builds = [application, other].map((path) => listViewers({ application: path, programs: '' })[0]);
+const builds = [application, other].map((path) =>
+  listViewers({ application: path, programs: '' })[0]);
 const starts = [[], []];
 const screen = await Screen.open(screenSize);
 try {
