@@ -85,7 +85,8 @@ const server = createServer((request, response) => {
     return send(response, 'application/json', ORVEL_BENCH_MANIFEST);
   }
   if (pathname === '/download/os.zip' && ORVEL_BENCH_ARCHIVE) {
-    response.on('finish', () => record('archive sent'));
+    // Not "finish", which does not come if the client closes the connection first.
+    response.on('close', () => record('archive sent'));
     response.writeHead(200, { 'Content-Length': statSync(ORVEL_BENCH_ARCHIVE).size });
     return createReadStream(ORVEL_BENCH_ARCHIVE, { highWaterMark: 1 << 20 }).pipe(response);
   }
