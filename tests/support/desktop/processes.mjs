@@ -107,9 +107,9 @@ export function kill(pid, signal = 'SIGKILL') {
 /// TCP_LISTEN in the kernel's tcp_states.h, as /proc/net/tcp has it.
 const listeningState = '0A';
 
-/// Returns a text that names the processes that listen on a TCP port, or '' if no process does.
-export function describeListeners(port = PORT) {
-  const suffix = `:${port.toString(16).toUpperCase().padStart(4, '0')}`;
+/// Returns a text that names the processes that listen on PORT, or '' if no process does.
+export function describeListeners() {
+  const suffix = `:${PORT.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']
     .flatMap((file) => readOrEmpty(file).split('\n').slice(1))
     .map((line) => line.trim().split(/\s+/))

@@ -23,9 +23,9 @@ export async function openUpdateServer(user) {
 
 /// Starts the application with an update server, and waits until its silent check for updates,
 /// four seconds after the start, has found no release.
-export async function startWithUpdateServer(user, options) {
+export async function startWithUpdateServer(user) {
   const server = await openUpdateServer(user);
-  await user.startAndShowPage({ server, ...options });
+  await user.startAndShowPage({ server });
   await awaitSilentCheck(server);
   return server;
 }
@@ -47,7 +47,7 @@ export function offerRelease(server, version, release = Buffer.from(''), members
 
 /// Returns the processes that are instances of the application. A forked child that has not called
 /// exec yet has the application's name too, so children of instances are left out.
-export function applicationInstances(user) {
+function applicationInstances(user) {
   const candidates = user.processesNamed('orvel-os');
   return candidates.filter(({ parent }) => candidates.every(({ pid }) => pid !== parent));
 }
