@@ -69,15 +69,9 @@ test('the script writes the icon of the current SVG', { skip }, () => {
 
   // Another version of librsvg may round differently.
   const [now, then] = [made, readFileSync(committed)].map((bytes) =>
-    decodePng(new Map(entries(bytes)).get('ic08')));
-  let different = 0;
-  for (let y = 0; y < 256; y += 1) {
-    for (let x = 0; x < 256; x += 1) {
-      const old = then.pixel(x, y);
-      if (now.pixel(x, y).some((value, index) => Math.abs(value - old[index]) > 24)) different += 1;
-    }
-  }
-  assert.ok(different < 100, `${different} pixels differ: the SVG has changed, run make-icns.sh`);
+    decodePng(new Map(entries(bytes)).get('ic08')).pixels);
+  const different = now.filter((value, index) => Math.abs(value - then[index]) > 24).length;
+  assert.ok(different < 300, `${different} values differ: the SVG has changed, run make-icns.sh`);
 });
 
 test('a missing or failing tool and wrong arguments leave the icon unchanged', () => {

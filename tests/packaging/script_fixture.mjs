@@ -22,6 +22,15 @@ export function pathOf(program) {
   return stdout.trim();
 }
 
+/// Runs a script of the sources in this folder and under this umask, which only a shell can set for
+/// a child. Returns what spawnSync returns.
+export function runScript(script, folder, args, environment = {}, umask = '022') {
+  const line = ['-c', `umask ${umask}; exec "$0" "$@"`, join(sources, 'scripts', script), ...args];
+  return spawnSync('bash', line, {
+    cwd: folder, encoding: 'utf8', env: { ...process.env, ...environment },
+  });
+}
+
 export class ScriptFixture {
   /// Copies scripts/ and these folders of the sources.
   constructor(...folders) {

@@ -1,7 +1,7 @@
 // release.sh: its files, the reproducible build, and that a failure leaves no file.
 
 import assert from 'node:assert/strict';
-import { execFileSync, spawnSync } from 'node:child_process';
+import { execFileSync } from 'node:child_process';
 import { createHash, createPublicKey, generateKeyPairSync, verify } from 'node:crypto';
 import {
   existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync,
@@ -10,22 +10,14 @@ import {
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { fileURLToPath } from 'node:url';
 
-const script = fileURLToPath(new URL('../../scripts/release.sh', import.meta.url));
+import { runScript } from '../packaging/script_fixture.mjs';
 
 let folder;
 before(() => { folder = mkdtempSync(join(tmpdir(), 'orvel release ')); });
 after(() => rmSync(folder, { recursive: true }));
 
-/// Runs the script under this umask, which only a shell can set for a child, and returns what
-/// spawnSync returns.
-function run(args, environment = {}, umask = '022') {
-  const line = ['-c', `umask ${umask}; exec "$0" "$@"`, script, ...args];
-  return spawnSync('bash', line, {
-    cwd: folder, encoding: 'utf8', env: { ...process.env, ...environment },
-  });
-}
+const run = (...args) => runScript('release.sh', folder, ...args);
 
 /// Returns the entries of an archive as printed by zipinfo.
 function entries(archive) {
@@ -78,9 +70,10 @@ test('a release is a reproducible archive and its manifest', () => {
 
 /// Makes a key pair with make-update-key.sh.
 function makeKey(name) {
-  const keyScript = fileURLToPath(new URL('../../scripts/make-update-key.sh', import.meta.url));
   const file = join(folder, name);
-  return { file, publicKey: execFileSync(keyScript, [file], { encoding: 'utf8' }).trim() };
+  const { status, stdout, stderr } = runScript('make-update-key.sh', folder, [file]);
+  assert.equal(status, 0, stderr);
+  return { file, publicKey: stdout.trim() };
 }
 
 /// Verifies the signature of a release with Node's own cryptography.
@@ -169,10 +162,8 @@ test('wrong keys are reported and leave no file', () => {
   }
 
   for (const key of ['no key', offCurve, `${publicKey}\n`, publicKey.slice(0, -4)]) {
-    const buildScript = fileURLToPath(new URL('../../scripts/build-app.sh', import.meta.url));
-    const { status, stderr } = spawnSync(buildScript, [join(folder, 'built')], {
-      encoding: 'utf8', env: { ...process.env, ORVELOS_UPDATE_KEY: key },
-    });
+    const { status, stderr } =
+      runScript('build-app.sh', folder, ['built'], { ORVELOS_UPDATE_KEY: key });
     assert.equal(status, 1);
     assert.match(stderr, /ORVELOS_UPDATE_KEY is not a public key/);
     assert.ok(!existsSync(join(folder, 'built')));

@@ -1,5 +1,5 @@
-// The optimised executable has the protections against memory errors that the compiler and the
-// linker add.
+// The executable links only libraries with a stable soname, and has the protections against memory
+// errors that the compiler and the linker add to an optimised build.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readFileSync } from 'node:fs';
@@ -36,3 +36,25 @@ const protections = {
 for (const [protection, isPresent] of Object.entries(protections)) {
   test(protection, () => assert.ok(isPresent()));
 }
+
+// The sonames of these libraries do not change between distribution releases, so that an executable
+// built on one release starts on the next.
+const stable = new RegExp(`^(${[
+  // WebKitGTK, GTK and their dependencies.
+  'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
+  'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
+  'libgdk_pixbuf-2\\.0', 'libgraphene-1\\.0',
+  // Signatures.
+  'libgnutls',
+  // Archives.
+  'libarchive',
+  // C and C++.
+  'libstdc\\+\\+', 'libgcc_s', 'libc', 'libm', 'ld-linux[-\\w]*',
+].join('|')})\\.so\\.\\d+$`);
+
+test('the executable links only libraries with a stable soname', () => {
+  const dynamic = readelf('--dynamic');
+  const needed = dynamic.match(/(?<=\(NEEDED\).*\[)[^\]]+/g);
+  assert.ok(needed.includes('libwebkitgtk-6.0.so.4'), dynamic);
+  assert.deepEqual(needed.filter((library) => !stable.test(library)), []);
+});
