@@ -19,9 +19,10 @@ class FileHandle {
 
   int descriptor() const { return descriptor_; }
 
-  /// Opens an existing file for writing from its beginning. Does not truncate it. Returns
-  /// null when it cannot be opened. Any thread.
-  static std::shared_ptr<FileHandle> forWriting(const std::string &path);
+  /// Creates a file, or truncates an existing one, and sets its mode to 0600 whatever the
+  /// umask. Devices and FIFOs keep their mode; the call blocks until a FIFO has a reader.
+  /// Returns null when the file cannot be opened. Any thread.
+  static std::shared_ptr<FileHandle> createPrivate(const std::string &path);
 
   /// Reads until end of file, which may block. On an error, returns the bytes read so
   /// far.

@@ -1,22 +1,22 @@
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "app/app_delegate.h"
+#include "base/private_folder.h"
 
 namespace orvel {
 
 namespace {
 
-/// Creates or truncates the log file. Returns null when it cannot be written.
+/// Creates or truncates the log file. Returns null when it cannot be written. Other users
+/// cannot read it, because the server may log anything.
 std::shared_ptr<FileHandle> openEmptyLog(const std::string &folder) {
-  std::error_code ignored;
-  std::filesystem::create_directories(folder, ignored);
+  createPrivateFolder(folder);
   const std::string path = folder + "/server.log";
   // open(2) blocks on a FIFO until it has a reader.
+  std::error_code ignored;
   if (std::filesystem::is_fifo(path, ignored)) return nullptr;
-  std::ofstream(path, std::ios::trunc).close();
-  return FileHandle::forWriting(path);
+  return FileHandle::createPrivate(path);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <system_error>
 #include <vector>
 
+#include "base/private_folder.h"
 #include "base/real_folder.h"
 
 namespace orvel {
@@ -34,7 +35,7 @@ bool createWorkingFolder(const std::filesystem::path &temporary,
     }
   }
   std::filesystem::remove_all(folder, error);
-  std::filesystem::create_directories(folder, error);
+  createPrivateFolder(folder);
   // Files that could not be removed would become part of the release.
   return isRealFolder(folder) && std::filesystem::is_empty(folder, error);
 }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "base/private_folder.h"
 #include "platform/linux/gtk/gtk_style.h"
 #include "platform/linux/loopback_proxy.h"
 
@@ -66,6 +67,11 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       workspace_(environment_) {
   commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
   commands_.editPage = WebKitPageView::edit;
+  // The cookie database holds the application key, and WebKit creates it readable by everyone.
+  for (const char *parent :
+       {g_get_user_config_dir(), g_get_user_data_dir(), g_get_user_cache_dir()}) {
+    ensurePrivateFolder(inFolder(parent, identifier_));
+  }
 }
 
 void LinuxPlatform::gtkStarted() {

@@ -1,6 +1,7 @@
 #include "base/file_handle.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,9 +13,15 @@ FileHandle::~FileHandle() {
   if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-std::shared_ptr<FileHandle> FileHandle::forWriting(const std::string &path) {
-  const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-  return descriptor < 0 ? nullptr : std::make_shared<FileHandle>(descriptor);
+std::shared_ptr<FileHandle> FileHandle::createPrivate(const std::string &path) {
+  constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+  const int descriptor =
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, ownerOnly);
+  if (descriptor < 0) return nullptr;
+  // The file may have existed, and the umask may have removed permissions of the user.
+  struct stat status;
+  if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) ::fchmod(descriptor, ownerOnly);
+  return std::make_shared<FileHandle>(descriptor);
 }
 
 std::string FileHandle::readToEnd() {

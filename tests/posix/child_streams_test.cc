@@ -56,7 +56,7 @@ class ChildStreams : public testing::TestWithParam<bool> {
 TEST_P(ChildStreams, OutputAndErrorOnOneHandleShareFilePosition) {
   const std::string log = folder_.file("server.log", "");
   auto request = program("/bin/sh", {"-c", "echo one; echo two >&2; echo three"});
-  const auto handle = FileHandle::forWriting(log);
+  const auto handle = FileHandle::createPrivate(log);
   ASSERT_TRUE(handle);
   request.standardOutput = streamTo(handle);
   request.standardError = streamTo(handle);

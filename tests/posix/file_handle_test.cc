@@ -13,21 +13,39 @@ namespace {
 
 using namespace posix_test;
 
-TEST(FileHandle, ForWritingOpensOnlyExistingFileWithoutTruncation) {
+TEST(FileHandle, PrivateFileIsEmptyAndOnlyForOwner) {
+  for (const mode_t mask : {0U, 022U, 0777U}) {
+    const TemporaryFolder folder;
+    const std::string existing = folder.file("existing", "abcdef");
+    std::filesystem::permissions(existing, std::filesystem::perms(0666));
+    const ScopedUmask umask(mask);
+    for (const std::string &path : {existing, (folder.path() / "new").string()}) {
+      const auto file = FileHandle::createPrivate(path);
+      ASSERT_TRUE(file) << path;
+      EXPECT_EQ(modeOf(path), 0600U) << path << " with umask " << std::oct << mask;
+      ASSERT_TRUE(file->write("XY"));
+      EXPECT_EQ(contentsOf(path), "XY") << path;
+    }
+  }
+}
+
+TEST(FileHandle, DeviceKeepsItsMode) {
+  const unsigned before = modeOf("/dev/null");
+  EXPECT_TRUE(FileHandle::createPrivate("/dev/null"));
+  EXPECT_EQ(modeOf("/dev/null"), before);
+}
+
+TEST(FileHandle, FileThatCannotBeCreatedHasNoHandle) {
   const TemporaryFolder folder;
-  EXPECT_FALSE(FileHandle::forWriting(folder.path() / "missing"));
-  EXPECT_FALSE(std::filesystem::exists(folder.path() / "missing"));
-  EXPECT_FALSE(FileHandle::forWriting(folder.path()));
-  const std::string path = folder.file("file", "abcdef");
-  ASSERT_TRUE(FileHandle::forWriting(path)->write("XY"));
-  EXPECT_EQ(contentsOf(path), "XYcdef");
+  EXPECT_FALSE(FileHandle::createPrivate(folder.path()));
+  EXPECT_FALSE(FileHandle::createPrivate(folder.path() / "missing" / "file"));
 }
 
 TEST(FileHandle, IsClosedOnExecAndOnDestruction) {
   const TemporaryFolder folder;
   const int descriptorsBefore = openDescriptorCount();
   {
-    const auto file = FileHandle::forWriting(folder.file("file", ""));
+    const auto file = FileHandle::createPrivate(folder.file("file", ""));
     const auto pipe = Pipe::create();
     ASSERT_TRUE(file && pipe);
     for (const auto &handle : {file, pipe->reading, pipe->writing}) {

@@ -18,11 +18,11 @@ TEST(Shortage, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) {
   const std::string path = folder.file("file", "");
   const ResourceLimit limit(RLIMIT_NOFILE, 64);
   std::vector<std::shared_ptr<FileHandle>> handles;
-  while (auto handle = FileHandle::forWriting("/dev/null")) handles.push_back(std::move(handle));
+  while (auto handle = FileHandle::createPrivate("/dev/null")) handles.push_back(std::move(handle));
   ASSERT_FALSE(handles.empty());
 
   EXPECT_FALSE(Pipe::create());
-  EXPECT_FALSE(FileHandle::forWriting(path));
+  EXPECT_FALSE(FileHandle::createPrivate(path));
   auto request = program("/bin/sh", {"-c", "exit 3"});
   request.standardError.kind = StandardStream::Kind::null;
   const auto child = launcher.launch(request);

@@ -55,6 +55,10 @@ LaunchResult LauncherUnderTest::launch(const LaunchRequest &request) {
   return launcher_.launch(changed);
 }
 
+unsigned modeOf(const std::filesystem::path &path) {
+  return static_cast<unsigned>(std::filesystem::status(path).permissions());
+}
+
 int openDescriptorCount() {
   int count = 0;
   DIR *folder = ::opendir("/dev/fd");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <csignal>
@@ -94,6 +95,20 @@ class FullDisk {
   const ResourceLimit limit_;
 };
 
+/// Sets the umask during the lifetime of the object.
+class ScopedUmask {
+ public:
+  explicit ScopedUmask(mode_t mask) : before_(::umask(mask)) {}
+  ~ScopedUmask() { ::umask(before_); }
+  ScopedUmask(const ScopedUmask &) = delete;
+  ScopedUmask &operator=(const ScopedUmask &) = delete;
+
+ private:
+  const mode_t before_;
+};
+
+/// Returns the permission bits of a file or folder.
+unsigned modeOf(const std::filesystem::path &path);
 /// Returns the number of open descriptors of this process.
 int openDescriptorCount();
 /// Returns whether this process has a zombie child.

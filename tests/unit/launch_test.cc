@@ -3,6 +3,7 @@
 
 #include <csignal>
 
+#include "tests/support/posix_test_support.h"
 #include "tests/unit/core_test.h"
 
 namespace orvel {
@@ -66,6 +67,19 @@ TEST_F(Launch, MissingLogFolderIsCreated) {
   ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
   request.standardOutput.handle->write("of today");
   EXPECT_EQ(readFile(logPath()), "of today");
+}
+
+TEST_F(Launch, LogAndCreatedFolderAreOnlyForOwner) {
+  const posix_test::ScopedUmask umask(0);
+  start();
+  EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
+  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
+
+  std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
+  std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
+  start();
+  EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
+  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0775U) << "the folder of the server";
 }
 
 TEST_F(Launch, UnwritableLogInheritsOutputs) {

@@ -69,6 +69,17 @@ TEST_F(WorkingFolder, VersionWithSlashUnpacksIntoNestedFolder) {
   EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
 }
 
+TEST_F(WorkingFolder, IsOnlyForOwner) {
+  unpackArchive = [](const std::string &, const std::string &folder) {
+    EXPECT_EQ(posix_test::modeOf(folder), 0700U);
+    EXPECT_EQ(posix_test::modeOf(std::filesystem::path(folder).parent_path()), 0700U);
+    writeRelease(folder + "/Orvel OS.app");
+  };
+  const posix_test::ScopedUmask umask(0);
+  install("1/3");
+  EXPECT_EQ(installedVersion(), "new");
+}
+
 TEST_F(WorkingFolder, VersionWithTraversalRemovesNothing) {
   const std::string other = fake.locations.temporaryFolder + "/of another instance";
   writeFile(other, "kept");

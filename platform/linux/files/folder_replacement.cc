@@ -12,6 +12,7 @@
 
 #include "base/file_handle.h"
 #include "base/folder_lock.h"
+#include "base/private_folder.h"
 #include "base/real_folder.h"
 
 namespace orvel {
@@ -66,8 +67,9 @@ fs::path hiddenSibling(const fs::path &path, const std::string &extension) {
 /// Copies a folder to a path that does not exist, with its permissions regardless of the
 /// umask. Returns false when a part of it cannot be copied.
 bool copyFolder(const fs::path &from, const fs::path &to) {
+  // Other users must not change the copy, which becomes the application.
+  if (!createPrivateFolder(to)) return false;
   std::error_code error;
-  if (!fs::create_directory(to, error)) return false;
   for (fs::directory_iterator entry(from, error); !error && entry != fs::directory_iterator();
        entry.increment(error)) {
     const fs::path copy = to / entry->path().filename();

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "base/file_handle.h"
+#include "base/private_folder.h"
 #include "platform/linux/files/file_bytes.h"
 #include "platform/linux/files/key_file_text.h"
 #include "platform/linux/glib/glib_text.h"
@@ -78,8 +79,8 @@ bool moveAside(const std::string &path) {
 
 /// Writes a file and flushes it to the disk.
 bool writeDurably(const std::string &path, std::string_view content) {
-  FileHandle file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, 0600));
-  return file.descriptor() >= 0 && file.write(content) && ::fsync(file.descriptor()) == 0;
+  const auto file = FileHandle::createPrivate(path);
+  return file && file->write(content) && ::fsync(file->descriptor()) == 0;
 }
 
 /// Returns the entries of the group "Defaults" by their encoded names. Leaves out entries
@@ -140,8 +141,8 @@ void KeyFileUserDefaults::setText(std::string_view key, std::string_view value) 
   const std::lock_guard lock(mutex_);
   unsaved_.insert_or_assign(std::string(key), std::string(value));
 
-  const auto folderPath = std::filesystem::path(path_).parent_path().string();
-  g_mkdir_with_parents(folderPath.c_str(), 0700);
+  const auto folderPath = std::filesystem::path(path_).parent_path();
+  ensurePrivateFolder(folderPath);
   const FileHandle folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.descriptor() < 0) return;
   // The kernel releases the lock when the descriptor closes, even if the process is killed.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/private_folder.h"
 #include "platform/linux/files/folder_replacement.h"
 #include "platform/posix/replaceable_folder.h"
 
@@ -21,7 +22,7 @@ std::string UserLocations::downloads() const {
 }
 
 std::string UserLocations::temporary() const {
-  g_mkdir_with_parents(temporaryFolder_.c_str(), S_IRWXU);
+  ensurePrivateFolder(temporaryFolder_);
   return temporaryFolder_;
 }
 

@@ -275,6 +275,9 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
   int keptOld = 0;
   int gotNew = 0;
   int gotNone = 0;
+  int incompleteCopies = 0;
+  const ScopedUmask umask(0);
+  const fs::path copy = applications_ / ".Orvel OS.app.nieuw";
   Tree old;
   Tree replacing;
   const bool isTraceable = killAtEverySystemCall(
@@ -296,6 +299,10 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
           ++(left == old ? keptOld : gotNew);
           EXPECT_TRUE(left == old || left == replacing);
         }
+        if (left == old && fs::exists(copy) && treeOf(copy) != replacing) {
+          ++incompleteCopies;
+          EXPECT_EQ(modeOf(copy), 0700U);
+        }
         // The next replacement removes what the killed one has left.
         fs::remove_all(source_);
         const Tree next = makeSmallTree(source_, "next");
@@ -311,6 +318,7 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
   } else if (!hasSanitizer) {
     EXPECT_GT(gotNone, 0) << "no kill between the two renames";
   }
+  EXPECT_EQ(incompleteCopies > 5, GetParam().crossesFileSystems);
 }
 
 INSTANTIATE_TEST_SUITE_P(EverySystemCall, FolderReplacementKill,

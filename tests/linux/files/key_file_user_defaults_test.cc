@@ -51,10 +51,18 @@ TEST_F(KeyFileDefaults, StoredValueSurvivesRestart) {
   open().setText("osURL", "https://os.test/");
   EXPECT_EQ(open().text("osURL"), "https://os.test/");
   EXPECT_EQ(contentsOf(path_), "[Defaults]\nosURL=https://os.test/\n");
-  struct stat status;
-  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
   EXPECT_FALSE(std::filesystem::exists(pathWith(".new")));
+}
+
+TEST_F(KeyFileDefaults, FileAndFolderAreOnlyForOwner) {
+  const ScopedUmask umask(0);
+  write("");
+  // A write that was interrupted has left a temporary file.
+  std::ofstream(pathWith(".new")) << "partial";
+  ASSERT_EQ(modeOf(path_.parent_path()), 0777U);
+  open().setText("osURL", "https://os.test/");
+  EXPECT_EQ(modeOf(path_), 0600U);
+  EXPECT_EQ(modeOf(path_.parent_path()), 0700U);
 }
 
 TEST_F(KeyFileDefaults, ValueOfAnyBytesIsReturnedUnchanged) {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "tests/linux/files/forked_child.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
@@ -42,7 +42,8 @@ TEST(UserLocations, TemporaryFolderIsCreatedForOwnerOnly) {
   const UserLocations locations(temporary);
   for (int call = 0; call < 2; ++call) {
     EXPECT_EQ(locations.temporary(), temporary);
-    EXPECT_EQ(std::filesystem::status(temporary).permissions(), std::filesystem::perms::owner_all);
+    EXPECT_EQ(posix_test::modeOf(temporary), 0700U);
+    std::filesystem::permissions(temporary, std::filesystem::perms(0777));
   }
 }
 

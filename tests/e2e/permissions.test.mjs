@@ -1,0 +1,66 @@
+// The permissions of the application's folders and files, with the umask that removes none.
+
+import assert from 'node:assert/strict';
+import {
+  chmodSync, existsSync, mkdirSync, readdirSync, statSync, writeFileSync,
+} from 'node:fs';
+import { dirname, join } from 'node:path';
+
+import { Desktop } from '../support/desktop/default_apps.mjs';
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { link } from '../support/desktop/page.mjs';
+
+const { test } = desktopTests();
+
+const withUmaskZero = ['sh', '-c', 'umask 000 && exec "$@"', 'sh'];
+
+const modeOf = (path) => (statSync(path).mode & 0o777).toString(8);
+
+/// Returns the folders of the application in the user's XDG folders.
+const ownFolders = ({ XDG_CONFIG_HOME, XDG_DATA_HOME, XDG_CACHE_HOME }) =>
+  [XDG_CONFIG_HOME, XDG_DATA_HOME, XDG_CACHE_HOME].map((parent) => join(parent, 'nl.orvel.os'));
+
+const earlierVersions = {
+  'no earlier run': () => {},
+  'folders and files that everyone may change': (user) => {
+    for (const folder of ownFolders(user.environment)) {
+      mkdirSync(folder);
+      chmodSync(folder, 0o777);
+    }
+    mkdirSync(dirname(user.root.log));
+    for (const file of [user.defaultsFile, user.root.log]) {
+      writeFileSync(file, '');
+      chmodSync(file, 0o666);
+    }
+  },
+};
+
+for (const [situation, prepare] of Object.entries(earlierVersions)) {
+  test(`after ${situation} only the user may read the application's files`,
+    async (user, screen) => {
+      const desktop = new Desktop(user);
+      prepare(user);
+      const isLogFolderOwn = !existsSync(dirname(user.root.log));
+      const layout = await user.startWithPage(link('export', '/api/export'), {
+        routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
+      }, { wrapper: withUmaskZero });
+      await screen.clickElement(layout, 'export');
+      await desktop.awaitOpenedFile('export.csv');
+      await user.quit();
+
+      const [config, data, cache] = ownFolders(user.environment);
+      const modes = Object.fromEntries([config, data, cache, join(cache, 'temporary'),
+        join(config, 'defaults.ini'), user.root.log].map((path) => [path, modeOf(path)]));
+      assert.deepEqual(modes, {
+        [config]: '700',
+        [data]: '700',
+        [cache]: '700',
+        [join(cache, 'temporary')]: '700',
+        [join(config, 'defaults.ini')]: '600',
+        [user.root.log]: '600',
+      });
+      assert.ok(readdirSync(data).includes('cookies.sqlite'));
+      if (isLogFolderOwn) assert.equal(modeOf(dirname(user.root.log)), '700');
+      assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'the umask of the user');
+    });
+}
