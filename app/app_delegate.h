@@ -99,6 +99,8 @@ class AppDelegate final : public ApplicationDelegate,
   /// Downloads the URL of a new window or opens it outside the application. Creates no
   /// view: the name is that of the event in WebKit.
   void createWebView(const std::optional<Url> &url) override;
+  /// Handles a download of the web view like a new window. Ignores one without a user gesture.
+  void startDownload(const std::optional<Url> &url, bool hasUserGesture) override;
 
   // web/javascript_panels.cc
   void runJavaScriptAlertPanel(const std::string &message,

@@ -78,6 +78,10 @@ class WebViewDelegate {
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
   /// Handles a request of the page or the user for a new window. Creates no window.
   virtual void createWebView(const std::optional<Url> &url) = 0;
+  /// Handles a download that the web engine would save: of an allowed link with the download
+  /// attribute, or of an item of the context menu. `hasUserGesture` is false when a script
+  /// started it without a click or key press of the user.
+  virtual void startDownload(const std::optional<Url> &url, bool hasUserGesture) = 0;
   /// Shows a JavaScript alert. The page waits for the completion, which is called once, or
   /// never when the application ends first.
   virtual void runJavaScriptAlertPanel(const std::string &message,

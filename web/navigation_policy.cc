@@ -44,6 +44,11 @@ NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string
   return isOnServer(*url, baseURL) ? NavigationConsequence::download : NavigationConsequence::open;
 }
 
+NavigationConsequence decideDownload(const std::optional<Url> &url, bool hasUserGesture,
+                                     std::string_view baseURL) {
+  return hasUserGesture ? decideNewWindow(url, baseURL) : NavigationConsequence::none;
+}
+
 NavigationPolicy AppDelegate::decidePolicy(const NavigationAction &action) {
   const NavigationDecision decision = decideNavigation(action, baseURL());
   if (action.url) perform(decision.consequence, *action.url);
@@ -56,6 +61,10 @@ NavigationPolicy AppDelegate::policyFor(const NavigationAction &action) const {
 
 void AppDelegate::createWebView(const std::optional<Url> &url) {
   if (url) perform(decideNewWindow(url, baseURL()), *url);
+}
+
+void AppDelegate::startDownload(const std::optional<Url> &url, bool hasUserGesture) {
+  if (url) perform(decideDownload(url, hasUserGesture, baseURL()), *url);
 }
 
 void AppDelegate::perform(NavigationConsequence consequence, const Url &url) {

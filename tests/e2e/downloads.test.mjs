@@ -126,6 +126,38 @@ test('existing files are kept, and the XDG download folder is used', async (user
   assert.deepEqual(readdirSync(user.home), ['My files']);
 });
 
+test('a script without a click of the user neither saves nor opens a file', async (user, screen) => {
+  const desktop = new Desktop(user);
+  const scripts = `<script>
+    onload = () => setTimeout(() => {
+      document.getElementById('attribute').click();
+      frames[0].location = '/attachment';
+      report('clicked');
+    }, 100);
+  </script>`;
+  const layout = await user.startWithPage(`${link('attribute', '/scripted', 'download')}
+    ${link('clicked', '/clicked', 'download')}${barrierLink}<iframe></iframe>${scripts}`, {
+    routes: {
+      '/scripted': csvRoute('inline'),
+      '/clicked': csvRoute('inline'),
+      '/attachment': csvRoute(attachment('attachment.csv')),
+    },
+  });
+  await user.root.awaitReport('clicked');
+  await user.root.awaitResponseClosed('/attachment');
+  await desktop.clickBarrierLink(layout);
+  await screen.clickElement(layout, 'clicked');
+  assert.equal(await desktop.awaitOpenedFile('clicked.csv'), 'one;two\n');
+  const downloads = user.root.events('request').filter(({ url, headers }) =>
+    url !== '/api/wie' && headers['x-orvel-app']);
+  assert.deepEqual(downloads.map(({ url }) => url), ['/clicked']);
+  assert.deepEqual(desktop.downloadedFiles(), ['clicked.csv']);
+  await screen.clickElement(layout, 'attribute');
+  assert.equal(await desktop.awaitOpenedFile('scripted.csv'), 'one;two\n');
+  await desktop.quitAndAssertOpened(barrierUrl, desktop.downloadPath('clicked.csv'),
+    desktop.downloadPath('scripted.csv'));
+});
+
 /// Returns a route to a file of several kilobytes, so that half of it is sent before it is
 /// truncated.
 const largeCsvRoute = (rest) =>

@@ -72,6 +72,8 @@ void requireFrames(const Url &url, const std::string &base) {
   require(window != none, "a requested window has a consequence");
   require((window == download) == url.absoluteString.starts_with(base),
           "a requested window of the server, and no other, is a download");
+  require(decideDownload(url, true, base) == window, "a download of the user is like a window");
+  require(decideDownload(url, false, base) == none, "a download of a script is dropped");
 }
 
 bool matches(const std::string &pattern, const std::string &text) {

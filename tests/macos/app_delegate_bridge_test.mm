@@ -56,6 +56,9 @@ class RecordingDelegate final : public WebViewDelegate {
   void createWebView(const std::optional<Url> &url) override {
     events.push_back("new window " + url.value().absoluteString);
   }
+  void startDownload(const std::optional<Url> &url, bool /*hasUserGesture*/) override {
+    events.push_back("download " + url.value().absoluteString);
+  }
   void runJavaScriptAlertPanel(const std::string &message,
                                std::function<void()> completion) override {
     events.push_back("alert " + message);

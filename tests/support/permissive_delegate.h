@@ -14,6 +14,7 @@ class PermissiveDelegate final : public WebViewDelegate {
     return NavigationPolicy::allow;
   }
   void createWebView(const std::optional<Url> & /*url*/) override {}
+  void startDownload(const std::optional<Url> & /*url*/, bool /*hasUserGesture*/) override {}
   void runJavaScriptAlertPanel(const std::string & /*message*/,
                                std::function<void()> completion) override {
     completion();

@@ -157,6 +157,27 @@ TEST_F(NavigationDecisions, NewWindowDownloadsFromServerAndOpensOtherUrls) {
   EXPECT_EQ(decideNewWindow(std::nullopt, local), none);
 }
 
+TEST_F(NavigationDecisions, DownloadNeedsUserGesture) {
+  using enum NavigationConsequence;
+  const std::vector<std::pair<std::string, NavigationConsequence>> rows{
+      {"http://127.0.0.1:4767/index.html", download},
+      {"http://127.0.0.1:4767/api/bestand/12", download},
+      {"https://example.test/", open},
+      {"sms:+31612345678", open},
+  };
+  for (const auto &[url, consequence] : rows) {
+    EXPECT_EQ(decideDownload(Url::parse(url), true, local), consequence) << url;
+    EXPECT_EQ(decideDownload(Url::parse(url), false, local), none) << url;
+    web().delegate.startDownload(Url::parse(url), false);
+  }
+  EXPECT_EQ(decideDownload(std::nullopt, true, local), none);
+  web().delegate.startDownload(std::nullopt, true);
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  web().delegate.startDownload(Url::parse("http://127.0.0.1:4767/index.html"), true);
+  web().delegate.startDownload(Url::parse("https://example.test/"), true);
+  EXPECT_THAT(fake.record.take(), ElementsAre("all cookies", "open https://example.test/"));
+}
+
 TEST_F(NavigationDecisions, ConsequenceStartsBeforeDecisionReturns) {
   EXPECT_EQ(decide("https://example.test/a?b#c"), NavigationPolicy::cancel);
   EXPECT_THAT(fake.record.take(), ElementsAre("open https://example.test/a?b#c"));

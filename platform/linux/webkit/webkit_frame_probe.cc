@@ -125,10 +125,6 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Report re
   g_bytes_unref(bytes);
 }
 
-bool WebKitFrameProbe::isProbing(std::string_view address) const {
-  return attempt_ && attempt_->address == address;
-}
-
 bool WebKitFrameProbe::mayLeave(std::string_view text) {
   if (!attempt_ || !attempt_->isAllowed || text != confirmationText_) return true;
   report(NavigationTarget::mainFrame);

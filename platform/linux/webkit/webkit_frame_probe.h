@@ -42,8 +42,6 @@ class WebKitFrameProbe {
   /// Returns whether a probe is running. Until it ends, no other frame navigation may be
   /// answered: its beforeunload event would be taken for one of the probed navigation.
   bool isBusy() const { return attempt_ != nullptr; }
-  /// Returns whether a probe for this address is running.
-  bool isProbing(std::string_view address) const;
   /// Starts a probe, which answers the decision. Calls `report` once, or never when the web
   /// process terminates first. When the filter cannot be saved, for example on a full disk,
   /// ignores the navigation and reports the main frame. Must not be called while a probe is

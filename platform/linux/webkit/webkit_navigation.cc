@@ -63,7 +63,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
       +[](WebKitNavigation *self, WebKitContextMenu *menu, WebKitHitTestResult *target) {
         WebViewDelegate &receiver = self->delegate_;
         rebuildContextMenu(menu, target, [&receiver](const char *address) {
-          receiver.createWebView(urlFromWebKit(address));
+          receiver.startDownload(urlFromWebKit(address), true);
         });
         return gboolean{FALSE};
       });
@@ -98,9 +98,9 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
 void WebKitNavigation::downloadStarted(WebKitDownload *download) {
   const std::string address = webkit_uri_request_get_uri(webkit_download_get_request(download));
   webkit_download_cancel(download);
-  // The delegate has decided about this address, or decides after the probe.
-  if (probe_.isProbing(address) || cancelledAddresses_.erase(address) > 0) return;
-  delegate_.createWebView(urlFromWebKit(address.c_str()));
+  const auto gesture = userGestures_.find(address);
+  if (gesture == userGestures_.end()) return;
+  delegate_.startDownload(urlFromWebKit(address.c_str()), gesture->second);
 }
 
 bool WebKitNavigation::isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const {
@@ -118,20 +118,30 @@ void WebKitNavigation::decidePendingNavigations() {
   }
 }
 
+NavigationPolicy WebKitNavigation::decideByDelegate(const NavigationAction &action,
+                                                    const std::string &address,
+                                                    bool hasUserGesture) {
+  const NavigationPolicy policy = delegate_.decidePolicy(action);
+  if (policy == NavigationPolicy::allow) userGestures_[address] = hasUserGesture;
+  return policy;
+}
+
 void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *decision) {
   const std::string address = addressOf(decision);
-  cancelledAddresses_.erase(address);
+  const bool hasUserGesture =
+      webkit_navigation_action_is_user_gesture(
+          webkit_navigation_policy_decision_get_navigation_action(decision)) != FALSE;
+  userGestures_.erase(address);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;
   if (delegate_.policyFor(action) == inMainFrame) {
     action.target = NavigationTarget::mainFrame;
-    return answer(decision, delegate_.decidePolicy(action));
+    return answer(decision, decideByDelegate(action, address, hasUserGesture));
   }
-  probe_.start(decision, [this, action, address](NavigationTarget target) mutable {
+  probe_.start(decision, [this, action, address, hasUserGesture](NavigationTarget target) mutable {
     action.target = target;
-    if (delegate_.decidePolicy(action) == NavigationPolicy::cancel)
-      cancelledAddresses_.insert(address);
+    decideByDelegate(action, address, hasUserGesture);
     decidePendingNavigations();
   });
 }

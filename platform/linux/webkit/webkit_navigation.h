@@ -3,7 +3,7 @@
 #include <webkit/webkit.h>
 
 #include <deque>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -34,6 +34,8 @@ class WebKitNavigation {
   bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
   void decidePendingNavigations();
   void decideFrameNavigation(WebKitNavigationPolicyDecision *decision);
+  NavigationPolicy decideByDelegate(const NavigationAction &action, const std::string &address,
+                                    bool hasUserGesture);
   void downloadStarted(WebKitDownload *download);
   void processTerminated();
 
@@ -42,9 +44,10 @@ class WebKitNavigation {
   WebKitScriptDialogs dialogs_;
   /// Frame navigations that wait for the running probe, in the order of their signals.
   std::deque<Decision> pendingNavigations_;
-  /// Addresses that the delegate cancelled after a probe. When the navigation was a link with
-  /// the download attribute, WebKit still starts a download.
-  std::set<std::string> cancelledAddresses_;
+  /// The addresses of allowed navigations, and whether a user gesture caused the last one. Only
+  /// these may become downloads: WebKit also starts one for a link with the download attribute
+  /// that the delegate cancels after a probe.
+  std::map<std::string, bool> userGestures_;
   std::vector<SignalConnection> connections_;
 };
 

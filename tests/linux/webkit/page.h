@@ -105,6 +105,9 @@ class PageDelegate final : public WebViewDelegate {
   void createWebView(const std::optional<Url> &url) override {
     newWindows.push_back(describe(url));
   }
+  void startDownload(const std::optional<Url> &url, bool hasUserGesture) override {
+    downloads.push_back((hasUserGesture ? "user " : "script ") + describe(url));
+  }
   void runJavaScriptAlertPanel(const std::string &message,
                                std::function<void()> completion) override {
     panels.push_back("alert " + message);
@@ -125,6 +128,8 @@ class PageDelegate final : public WebViewDelegate {
   std::vector<std::string> cancelled;
   /// The URLs of the calls of `createWebView`, such as "/page", or "(none)" without a URL.
   std::vector<std::string> newWindows;
+  /// The causes and URLs of the calls of `startDownload`, such as "user /page" or "script /page".
+  std::vector<std::string> downloads;
   /// The kinds and messages of the panels, such as "alert Hello".
   std::vector<std::string> panels;
   std::vector<std::function<void()>> alertCompletions;
@@ -210,12 +215,13 @@ class PageTest : public WebViewTest {
     return found;
   }
 
-  /// Waits for cancelled decisions. Expects no others and no new window.
+  /// Waits for cancelled decisions. Expects no others, no new window and no download.
   void expectCancelled(const Strings &decisions) {
     EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
     EXPECT_EQ(delegate.cancelled, decisions);
     EXPECT_EQ(delegate.newWindows, Strings());
+    EXPECT_EQ(delegate.downloads, Strings());
     delegate.cancelled.clear();
   }
 
@@ -225,6 +231,16 @@ class PageTest : public WebViewTest {
     EXPECT_TRUE(waitUntilRequestsArrived());
     EXPECT_EQ(delegate.newWindows, Strings{address});
     delegate.newWindows.clear();
+  }
+
+  /// Waits until the delegate gets a download, such as "user /page". Expects no other download
+  /// and no new window.
+  void expectDownload(const std::string &download) {
+    EXPECT_TRUE(runUntil([&] { return !delegate.downloads.empty(); }));
+    EXPECT_TRUE(waitUntilRequestsArrived());
+    EXPECT_EQ(delegate.downloads, Strings{download});
+    EXPECT_EQ(delegate.newWindows, Strings());
+    delegate.downloads.clear();
   }
 
   const TemporaryFolder folder;

@@ -173,7 +173,7 @@ TEST_F(Pointer, DownloadItemReachesDelegateAndOpensNoWindow) {
         Row{"<a href=mailto:a@b.test>x</a>", "Download gekoppeld bestand", "mailto:a@b.test"},
         Row{"<img src=/picture>", "Download afbeelding", "/picture"}}) {
     choose(element, label);
-    expectNewWindow(address);
+    expectDownload("user " + address);
     EXPECT_EQ(delegate.decisions, Strings()) << element;
     EXPECT_EQ(g_list_model_get_n_items(gtk_window_get_toplevels()), 1U) << element;
   }
