@@ -60,26 +60,20 @@ TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(allCookies().empty())
 
 TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   constexpr auto fiveYears = std::chrono::hours(5 * 365 * 24);
-  Cookie original = cookie("a key/with = signs");
-  original.secure = true;
-  original.expires = std::chrono::floor<seconds>(platform->interfaces().clock.now()) + fiveYears;
-  setAndWait(original);
-  const auto cookies = allCookies();
-  ASSERT_EQ(cookies.size(), 1U);
-  EXPECT_EQ(cookies[0].name, original.name);
-  EXPECT_EQ(cookies[0].value, original.value);
-  EXPECT_EQ(cookies[0].domain, original.domain);
-  EXPECT_EQ(cookies[0].path, original.path);
-  EXPECT_TRUE(cookies[0].secure);
-  EXPECT_EQ(cookies[0].expires, original.expires);
-}
-
-TEST_P(CookieStoreContract, SessionCookieGetsNeitherSecureFlagNorExpiry) {
-  setAndWait(cookie("session"));
-  const auto cookies = allCookies();
-  ASSERT_EQ(cookies.size(), 1U);
-  EXPECT_FALSE(cookies[0].secure);
-  EXPECT_EQ(cookies[0].expires, std::nullopt);
+  Cookie persistent = cookie("a key/with = signs");
+  persistent.secure = true;
+  persistent.expires = std::chrono::floor<seconds>(platform->interfaces().clock.now()) + fiveYears;
+  for (const Cookie &original : {cookie("session"), persistent}) {
+    setAndWait(original);
+    const auto cookies = allCookies();
+    ASSERT_EQ(cookies.size(), 1U);
+    EXPECT_EQ(cookies[0].name, original.name);
+    EXPECT_EQ(cookies[0].value, original.value);
+    EXPECT_EQ(cookies[0].domain, original.domain);
+    EXPECT_EQ(cookies[0].path, original.path);
+    EXPECT_EQ(cookies[0].secure, original.secure) << original.value;
+    EXPECT_EQ(cookies[0].expires, original.expires) << original.value;
+  }
 }
 
 TEST_P(CookieStoreContract, CookieReplacesOnlyOneWithSameNameDomainAndPath) {

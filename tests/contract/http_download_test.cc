@@ -66,12 +66,6 @@ TEST_P(HttpDownloadContract, FileMovedByCompletionIsKept) {
   EXPECT_EQ(contentsOf(path), body_);
 }
 
-TEST_P(HttpDownloadContract, MoveNeverReplacesExistingFile) {
-  const std::string path = folder_.file("list.csv", "earlier");
-  EXPECT_EQ(fetchWithStatus("200 OK", path).moveResult, MoveResult::destinationExists);
-  EXPECT_EQ(contentsOf(path), "earlier");
-}
-
 TEST_P(HttpDownloadContract, BodyOfErrorStatusIsDelivered) {
   const Observation observation = fetchWithStatus("404 Not Found");
   ASSERT_TRUE(observation.download.response);

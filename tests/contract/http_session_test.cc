@@ -31,11 +31,6 @@ TEST(UrlRequest, HeaderNameIsCaseInsensitive) {
   EXPECT_EQ(request.header("X-ORVEL-Appl"), std::nullopt);
 }
 
-TEST(UrlRequest, DefaultsAreOneMinuteTimeoutAndProtocolCachePolicy) {
-  EXPECT_EQ(UrlRequest().timeout, std::chrono::seconds(60));
-  EXPECT_EQ(UrlRequest().cachePolicy, CachePolicy::useProtocol);
-}
-
 class HttpSessionContract : public ContractTest {
  protected:
   /// Sends a request to a server whose response has status 200 and a body that fails. Expects
