@@ -2,6 +2,13 @@
 
 namespace orvel {
 
+void PrintTo(const ShownAlert &alert, std::ostream *stream) {
+  *stream << "message " << testing::PrintToString(alert.message) << ", information "
+          << testing::PrintToString(alert.information) << ", buttons "
+          << testing::PrintToString(alert.buttons) << ", default "
+          << testing::PrintToString(alert.defaultButton);
+}
+
 std::vector<PlatformUnderTest> platformsUnderTest() {
   auto platforms = realPlatformsUnderTest();
   platforms.push_back({"Fake", makeFakeContractPlatform});
@@ -12,7 +19,7 @@ std::vector<PlatformUnderTest> realPlatformsUnderTest() {
 #if defined(__APPLE__)
   return {{"MacOS", makeMacosContractPlatform}};
 #else
-  return {{"Linux", makeLinuxContractPlatform}};
+  return {{"Linux", [] { return makeLinuxContractPlatform(true); }}};
 #endif
 }
 

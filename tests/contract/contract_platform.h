@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,19 @@
 namespace orvel {
 
 enum class AlertKey { enter, escape };
+
+/// The texts of an alert, as a screen reader gets them.
+struct ShownAlert {
+  std::string message;
+  std::string information;
+  /// The captions in the order of Alert::buttons.
+  std::vector<std::string> buttons;
+  std::string defaultButton;
+
+  bool operator==(const ShownAlert &) const = default;
+};
+/// Prints the texts for GoogleTest's failure messages.
+void PrintTo(const ShownAlert &alert, std::ostream *stream);
 
 /// A platform under test, with controls that act as the user and as the desktop session.
 /// Main thread, except where noted.
@@ -25,7 +39,7 @@ class ContractPlatform {
   /// Runs the main loop until the condition holds. Returns false when it does not hold
   /// within the limit (virtual time on the fake platform).
   virtual bool runUntil(const std::function<bool()> &condition,
-                        std::chrono::milliseconds limit = std::chrono::seconds(20)) = 0;
+                        std::chrono::milliseconds limit = std::chrono::minutes(1)) = 0;
   /// Returns true on this platform's main thread. Any thread.
   virtual bool onMainThread() const = 0;
 
@@ -37,10 +51,15 @@ class ContractPlatform {
     checks();
   }
 
-  /// Types the text into the text field of the open alert, if it has one, and presses the
-  /// button, or closes the alert when there is no button.
-  virtual void answerAlert(const AlertAnswer &answer) = 0;
+  // The next five functions act on the open alert, and throw when no alert is open.
+  virtual ShownAlert shownAlert() = 0;
+  /// Replaces the text of the text field.
+  virtual void typeInAlert(const std::string &text) = 0;
+  virtual void pressButton(const std::string &caption) = 0;
   virtual void pressInAlert(AlertKey key) = 0;
+  /// Closes the alert without a button.
+  virtual void closeAlert() = 0;
+
   /// Returns what the default applications have received, in order: files as paths,
   /// everything else as URLs. Default applications are registered for http, mailto and
   /// text files.
@@ -62,7 +81,8 @@ struct PlatformUnderTest {
 
 std::unique_ptr<ContractPlatform> makeFakeContractPlatform();
 #if defined(__linux__)
-std::unique_ptr<ContractPlatform> makeLinuxContractPlatform();
+/// `shownAlert` and `pressButton` need accessibility.
+std::unique_ptr<ContractPlatform> makeLinuxContractPlatform(bool isAccessible = false);
 #elif defined(__APPLE__)
 std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 #endif

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <string_view>
@@ -33,12 +34,22 @@ class FakeContractPlatform final : public ContractPlatform {
     return fake_.scheduler.runUntil(condition, limit);
   }
   bool onMainThread() const override { return fake_.scheduler.onMainThread(); }
-  void answerAlert(const AlertAnswer &answer) override { fake_.panels.answer(answer); }
-  void pressInAlert(AlertKey key) override {
-    const auto &field = fake_.panels.shown.back().textField;
-    fake_.panels.answer(
-        {key == AlertKey::enter ? std::optional(0) : std::nullopt, field ? field->text : ""});
+  ShownAlert shownAlert() override {
+    const Alert &alert = lastAlert();
+    ShownAlert shown{alert.messageText, alert.informativeText, alert.buttons, ""};
+    if (shown.buttons.empty()) shown.buttons.emplace_back("OK");
+    shown.defaultButton = shown.buttons.front();
+    return shown;
   }
+  void typeInAlert(const std::string &text) override { typedText_ = text; }
+  void pressButton(const std::string &caption) override {
+    const auto buttons = shownAlert().buttons;
+    answer(static_cast<int>(std::ranges::find(buttons, caption) - buttons.begin()));
+  }
+  void pressInAlert(AlertKey key) override {
+    answer(key == AlertKey::enter ? std::optional(0) : std::nullopt);
+  }
+  void closeAlert() override { answer(std::nullopt); }
   std::vector<std::string> opened() override {
     constexpr std::string_view openUrl = "open ";
     constexpr std::string_view openFile = "open file ";
@@ -58,7 +69,16 @@ class FakeContractPlatform final : public ContractPlatform {
   void requestTermination() override { fake_.application.requestTermination(); }
 
  private:
+  /// Returns the last alert. Throws when there was none.
+  const Alert &lastAlert() const { return fake_.panels.shown.at(fake_.panels.shown.size() - 1); }
+  void answer(std::optional<int> button) {
+    const auto &field = lastAlert().textField;
+    fake_.panels.answer({button, typedText_.value_or(field ? field->text : "")});
+    typedText_.reset();
+  }
+
   FakePlatform fake_;
+  std::optional<std::string> typedText_;
 };
 
 }  // namespace

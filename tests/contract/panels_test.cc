@@ -23,11 +23,15 @@ class PanelsContract : public ContractTest {
     });
     return runUntil([this] { return answers.size() == 1; });
   }
-  bool showAndAnswer(const Alert &alert, const AlertAnswer &answer) {
-    return showAndAct(alert, [this, answer] { platform->answerAlert(answer); });
-  }
-  bool showAndPress(const Alert &alert, AlertKey key) {
-    return showAndAct(alert, [this, key] { platform->pressInAlert(key); });
+  /// Shows an alert, reads its texts, and presses its default button.
+  ShownAlert showAndRead(const Alert &alert) {
+    ShownAlert shown;
+    EXPECT_TRUE(showAndAct(alert, [&] {
+      shown = platform->shownAlert();
+      platform->pressButton(shown.defaultButton);
+    }));
+    EXPECT_EQ(answers[0].button, 0);
+    return shown;
   }
 
   static Alert question() {
@@ -42,52 +46,69 @@ class PanelsContract : public ContractTest {
   std::vector<AlertAnswer> answers;
 };
 
-TEST_P(PanelsContract, FirstButtonReportsIndexZeroAndTypedText) {
-  ASSERT_TRUE(showAndAnswer(question(), AlertAnswer{0, "https://example.test"}));
-  EXPECT_EQ(answers[0].button, 0);
-  EXPECT_EQ(answers[0].text, "https://example.test");
+TEST_P(PanelsContract, TextsAndButtonsAreShown) {
+  const ShownAlert expected{"Address", "Choose one.", {"Save", "Cancel"}, "Save"};
+  EXPECT_EQ(showAndRead(question()), expected);
 }
 
-TEST_P(PanelsContract, SecondButtonReportsIndexOne) {
-  ASSERT_TRUE(showAndAnswer(question(), AlertAnswer{1, ""}));
-  EXPECT_EQ(answers[0].button, 1);
+TEST_P(PanelsContract, MarkupIsShownAsText) {
+  Alert alert;
+  alert.messageText = "<b>bold</b> & &amp; %s";
+  alert.informativeText = "<a href='http://example.test/'>link</a>\n_second line_";
+  alert.buttons = {"<i>Yes</i>", "_No", "Maybe & more"};
+  const ShownAlert expected{alert.messageText, alert.informativeText, alert.buttons, "<i>Yes</i>"};
+  EXPECT_EQ(showAndRead(alert), expected);
+}
+
+TEST_P(PanelsContract, AlertWithoutButtonsHasOneDefaultButton) {
+  Alert alert;
+  alert.messageText = "This is not a valid address.";
+  const ShownAlert shown = showAndRead(alert);
+  EXPECT_EQ(shown.message, alert.messageText);
+  EXPECT_EQ(shown.information, "");
+  EXPECT_EQ(shown.buttons, std::vector{shown.defaultButton});
+}
+
+TEST_P(PanelsContract, VeryLongMessageIsShown) {
+  const std::string line = "Another line é.\n";
+  Alert alert;
+  for (int number = 0; number < 2000; ++number) alert.messageText += line;
+  // A platform may truncate the text after the first hundred lines.
+  const std::string beginning = alert.messageText.substr(0, 100 * line.size());
+  EXPECT_TRUE(showAndRead(alert).message.starts_with(beginning));
+}
+
+TEST_P(PanelsContract, PressedButtonIsReportedByIndexWithTypedText) {
+  for (const int button : {0, 1}) {
+    answers.clear();
+    ASSERT_TRUE(showAndAct(question(), [&] {
+      platform->typeInAlert("https://example.test");
+      platform->pressButton(question().buttons[static_cast<std::size_t>(button)]);
+    }));
+    EXPECT_EQ(answers[0].button, button);
+    EXPECT_EQ(answers[0].text, "https://example.test");
+  }
 }
 
 TEST_P(PanelsContract, ClosedAlertReportsNoButton) {
-  ASSERT_TRUE(showAndAnswer(question(), AlertAnswer{std::nullopt, ""}));
+  ASSERT_TRUE(showAndAct(question(), [&] { platform->closeAlert(); }));
   EXPECT_EQ(answers[0].button, std::nullopt);
 }
 
 TEST_P(PanelsContract, ReturnPressesFirstButtonWithUnchangedText) {
-  ASSERT_TRUE(showAndPress(question(), AlertKey::enter));
-  EXPECT_EQ(answers[0].button, 0);
-  EXPECT_EQ(answers[0].text, "http://127.0.0.1:4767/");
+  Alert withoutField = question();
+  withoutField.textField.reset();
+  for (const Alert &alert : {question(), withoutField}) {
+    answers.clear();
+    ASSERT_TRUE(showAndAct(alert, [&] { platform->pressInAlert(AlertKey::enter); }));
+    EXPECT_EQ(answers[0].button, 0);
+    EXPECT_EQ(answers[0].text, alert.textField ? alert.textField->text : "");
+  }
 }
 
-TEST_P(PanelsContract, ReturnPressesFirstButtonWithoutTextField) {
-  Alert confirmation;
-  confirmation.messageText = "Continue?";
-  confirmation.buttons = {"OK", "Cancel"};
-  ASSERT_TRUE(showAndPress(confirmation, AlertKey::enter));
-  EXPECT_EQ(answers[0].button, 0);
-}
-
-TEST_P(PanelsContract, EscapeClosesAlertOrPressesCancel) {
-  ASSERT_TRUE(showAndPress(question(), AlertKey::escape));
+TEST_P(PanelsContract, EscapeClosesAlertOrPressesLastButton) {
+  ASSERT_TRUE(showAndAct(question(), [&] { platform->pressInAlert(AlertKey::escape); }));
   EXPECT_TRUE(!answers[0].button || answers[0].button == 1);
-}
-
-TEST_P(PanelsContract, AlertWithVeryLongMessageCanBeAnswered) {
-  Alert notice;
-  for (int line = 0; line < 2000; ++line) notice.messageText += "Another line é.\n";
-  EXPECT_TRUE(showAndAnswer(notice, AlertAnswer{0, ""}));
-}
-
-TEST_P(PanelsContract, AlertWithoutButtonsHasDefaultButton) {
-  Alert notice;
-  notice.messageText = "This is not a valid address.";
-  ASSERT_TRUE(showAndAnswer(notice, AlertAnswer{0, ""}));
-  EXPECT_EQ(answers[0].button, 0);
 }
 
 TEST_P(PanelsContract, MainQueueRunsWhileAlertIsOpen) {
@@ -97,23 +118,23 @@ TEST_P(PanelsContract, MainQueueRunsWhileAlertIsOpen) {
     queue().after(std::chrono::milliseconds(30), [&] {
       EXPECT_EQ(posted, 1);
       EXPECT_TRUE(answers.empty());
-      platform->answerAlert({0, ""});
+      platform->pressButton("Save");
     });
   }));
 }
 
 TEST_P(PanelsContract, CompletionCanShowAnotherAlert) {
-  const auto pressFirstButton = [&] { platform->answerAlert({0, ""}); };
   std::vector<int> order;
+  const auto pressReturn = [&] { platform->pressInAlert(AlertKey::enter); };
   queue().post([&] {
     platform->interfaces().panels.runModal(question(), [&](const AlertAnswer &) {
       order.push_back(1);
-      queue().post(pressFirstButton);
+      queue().post(pressReturn);
       platform->interfaces().panels.runModal(question(),
                                              [&](const AlertAnswer &) { order.push_back(2); });
     });
   });
-  queue().post(pressFirstButton);
+  queue().post(pressReturn);
   ASSERT_TRUE(runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }

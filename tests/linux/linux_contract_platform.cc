@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -13,6 +14,7 @@
 #include "platform/linux/glib/list_model.h"
 #include "platform/linux/linux_platform.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/linux/accessibility_bus.h"
 #include "tests/linux/open_alert.h"
 #include "tests/support/temporary_folder.h"
 
@@ -67,6 +69,20 @@ const TestHome &testHome() {
   return home;
 }
 
+/// Returns the accessibility bus, which exists until the process ends, because GTK keeps its
+/// address.
+const AccessibilityBus &accessibilityBus() {
+  static const AccessibilityBus bus;
+  return bus;
+}
+
+/// Sets the environment variables of GLib and GTK, which read them once. Returns the bundle.
+std::filesystem::path prepareEnvironment(bool isAccessible) {
+  const TestHome &home = testHome();
+  if (isAccessible) accessibilityBus();
+  return home.bundle();
+}
+
 /// Returns the open alert. Throws when no alert is open.
 GtkWindow *requireOpenAlert() {
   GtkWindow *alert = openAlert();
@@ -108,7 +124,7 @@ void activateShortcut(GtkWindow *window, guint key) {
 
 class LinuxContractPlatform final : public ContractPlatform {
  public:
-  LinuxContractPlatform() : platform_(testHome().bundle()) {
+  explicit LinuxContractPlatform(bool isAccessible) : platform_(prepareEnvironment(isAccessible)) {
     std::filesystem::remove(testHome().openedListPath());
     if (!gtk_init_check()) throw std::runtime_error("no display");
     platform_.gtkStarted();
@@ -132,19 +148,23 @@ class LinuxContractPlatform final : public ContractPlatform {
 
   bool onMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
-  void answerAlert(const AlertAnswer &answer) override {
-    GtkWindow *alert = requireOpenAlert();
-    for (GtkWidget *field : widgetsIn(GTK_WIDGET(alert), GTK_TYPE_ENTRY)) {
-      gtk_editable_set_text(GTK_EDITABLE(field), answer.text.c_str());
+  ShownAlert shownAlert() override {
+    ShownAlert shown;
+    whileMainLoopRuns([&] { shown = accessibilityBus().readAlert(); });
+    // AT-SPI has a state for the default button, but GTK 4 does not report it.
+    GtkWidget *button = gtk_window_get_default_widget(requireOpenAlert());
+    shown.defaultButton = gtk_button_get_label(GTK_BUTTON(button));
+    return shown;
+  }
+
+  void typeInAlert(const std::string &text) override {
+    for (GtkWidget *field : widgetsIn(GTK_WIDGET(requireOpenAlert()), GTK_TYPE_ENTRY)) {
+      gtk_editable_set_text(GTK_EDITABLE(field), text.c_str());
     }
-    if (!answer.button) {
-      gtk_window_close(alert);
-      return;
-    }
-    // GTK shows the buttons in reverse order.
-    const auto buttons = widgetsIn(GTK_WIDGET(alert), GTK_TYPE_BUTTON);
-    g_signal_emit_by_name(buttons.at(buttons.size() - 1 - static_cast<std::size_t>(*answer.button)),
-                          "clicked");
+  }
+
+  void pressButton(const std::string &caption) override {
+    whileMainLoopRuns([&] { accessibilityBus().pressButton(caption); });
   }
 
   void pressInAlert(AlertKey key) override {
@@ -157,6 +177,8 @@ class LinuxContractPlatform final : public ContractPlatform {
       g_signal_emit_by_name(gtk_window_get_focus(alert), "activate");
     }
   }
+
+  void closeAlert() override { gtk_window_close(requireOpenAlert()); }
 
   std::vector<std::string> opened() override {
     std::vector<std::string> all;
@@ -171,14 +193,26 @@ class LinuxContractPlatform final : public ContractPlatform {
   void requestTermination() override { ::raise(SIGTERM); }
 
  private:
+  /// Calls a function on another thread and waits for its end. Forwards its exception.
+  void whileMainLoopRuns(const std::function<void()> &function) {
+    auto end = std::async(std::launch::async, function);
+    const auto isReady = [&] {
+      return end.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    };
+    // Without a limit: the function refers to variables of the caller.
+    while (!runUntil(isReady, std::chrono::seconds(60))) {
+    }
+    end.get();
+  }
+
   const std::thread::id mainThread_ = std::this_thread::get_id();
   LinuxPlatform platform_;
 };
 
 }  // namespace
 
-std::unique_ptr<ContractPlatform> makeLinuxContractPlatform() {
-  return std::make_unique<LinuxContractPlatform>();
+std::unique_ptr<ContractPlatform> makeLinuxContractPlatform(bool isAccessible) {
+  return std::make_unique<LinuxContractPlatform>(isAccessible);
 }
 
 }  // namespace orvel

@@ -3,10 +3,13 @@
 #import <objc/runtime.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <stdexcept>
 
+#import "platform/macos/appkit/app_delegate_bridge.h"
 #import "platform/macos/foundation/cocoa_text.h"
 #include "platform/macos/macos_platform.h"
 #include "tests/contract/contract_platform.h"
@@ -32,20 +35,6 @@ void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
   }
 }
 
-/// Posts an empty event: a modal loop notices that it was stopped only after an event.
-void postEmptyEvent() {
-  NSEvent *event = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
-                                      location:NSZeroPoint
-                                 modifierFlags:0
-                                     timestamp:0
-                                  windowNumber:0
-                                       context:nil
-                                       subtype:0
-                                         data1:0
-                                         data2:0];
-  [application() postEvent:event atStart:NO];
-}
-
 /// Posts the press and the release of a key.
 void postKey(NSWindow *window, NSString *characters, unsigned short code) {
   for (const NSEventType type : {NSEventTypeKeyDown, NSEventTypeKeyUp}) {
@@ -69,16 +58,26 @@ NSWindow *openAlert() {
   return alert;
 }
 
-/// Returns the first editable text field below a view, or nil.
-NSTextField *editableFieldBelow(NSView *view) {
+/// Adds the text fields below a view.
+void collectTextFields(NSView *view, std::vector<NSTextField *> &fields) {
   for (NSView *child in view.subviews) {
-    if ([child isKindOfClass:NSTextField.class]) {
-      auto *field = static_cast<NSTextField *>(child);
-      if ([field isEditable]) return field;
-    }
-    if (NSTextField *found = editableFieldBelow(child)) return found;
+    if ([child isKindOfClass:NSTextField.class])
+      fields.push_back(static_cast<NSTextField *>(child));
+    collectTextFields(child, fields);
   }
-  return nil;
+}
+
+/// Returns the text fields of the open alert, which include its labels.
+std::vector<NSTextField *> textFieldsOfAlert() {
+  std::vector<NSTextField *> fields;
+  collectTextFields(openAlert().contentView, fields);
+  return fields;
+}
+
+/// Returns a button of the open alert by its index in Alert::buttons, or nil.
+NSButton *buttonWithIndex(std::size_t index) {
+  return [openAlert().contentView
+      viewWithTag:NSAlertFirstButtonReturn + static_cast<NSInteger>(index)];
 }
 
 const std::function<void()> *checksAtExit = nullptr;
@@ -148,20 +147,39 @@ class MacosContractPlatform final : public ContractPlatform {
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
   }
 
-  void answerAlert(const AlertAnswer &answer) override {
-    NSWindow *alert = openAlert();
-    editableFieldBelow(alert.contentView).stringValue = toCocoa(answer.text);
-    if (!answer.button) {
-      [application() stopModal];
-      postEmptyEvent();
-    } else if (NSButton *button =
-                   [alert.contentView viewWithTag:NSAlertFirstButtonReturn + *answer.button]) {
-      [button performClick:nil];
-      postEmptyEvent();
-    } else {
-      // An alert without buttons has a default one.
-      pressInAlert(AlertKey::enter);
+  ShownAlert shownAlert() override {
+    std::vector<NSTextField *> labels = textFieldsOfAlert();
+    std::erase_if(
+        labels, [](NSTextField *field) { return field.editable || field.stringValue.length == 0; });
+    // The message stands above the informative text.
+    std::ranges::sort(labels, std::greater(),
+                      [](NSTextField *label) { return NSMaxY(label.accessibilityFrame); });
+    labels.resize(2);
+    ShownAlert shown;
+    shown.message = fromCocoa(static_cast<NSString *>(labels[0].accessibilityValue));
+    shown.information = fromCocoa(static_cast<NSString *>(labels[1].accessibilityValue));
+    while (NSButton *button = buttonWithIndex(shown.buttons.size())) {
+      shown.buttons.push_back(fromCocoa(button.accessibilityTitle));
     }
+    const id<NSAccessibility> defaultButton = openAlert().accessibilityDefaultButton;
+    shown.defaultButton = fromCocoa(defaultButton.accessibilityTitle);
+    return shown;
+  }
+
+  void typeInAlert(const std::string &text) override {
+    for (NSTextField *field : textFieldsOfAlert()) {
+      if (field.editable) field.stringValue = toCocoa(text);
+    }
+  }
+
+  void pressButton(const std::string &caption) override {
+    for (std::size_t index = 0; NSButton *button = buttonWithIndex(index); ++index) {
+      if (fromCocoa(button.accessibilityTitle) != caption) continue;
+      [button accessibilityPerformPress];
+      wakeModalLoop();
+      return;
+    }
+    throw std::logic_error("the alert has no button " + caption);
   }
 
   void pressInAlert(AlertKey key) override {
@@ -170,6 +188,12 @@ class MacosContractPlatform final : public ContractPlatform {
     } else {
       postKey(openAlert(), @"\033", 53);
     }
+  }
+
+  void closeAlert() override {
+    openAlert();
+    [application() stopModal];
+    wakeModalLoop();
   }
 
   std::vector<std::string> opened() override { return openedSoFar; }

@@ -6,6 +6,14 @@
 #include "platform/application.h"
 #include "platform/web_view.h"
 
+namespace orvel {
+
+/// Posts an event without effect: a modal loop notices stopModalWithCode: only after it has
+/// handled an event. Main thread.
+void wakeModalLoop();
+
+}  // namespace orvel
+
 /// The delegate of the application object and of the web view. Forwards each call to the
 /// delegates of the core. AppKit and WebKit hold weak references to it, so the platform
 /// owns it. Main thread only.

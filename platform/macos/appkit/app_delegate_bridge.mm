@@ -24,6 +24,23 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
 
 }  // namespace
 
+namespace orvel {
+
+void wakeModalLoop() {
+  NSEvent *event = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
+                                      location:NSZeroPoint
+                                 modifierFlags:0
+                                     timestamp:0
+                                  windowNumber:0
+                                       context:nil
+                                       subtype:0
+                                         data1:0
+                                         data2:0];
+  [NSApplication.sharedApplication postEvent:event atStart:NO];
+}
+
+}  // namespace orvel
+
 @implementation AppDelegateBridge {
   BOOL _terminationIsDeferred;
 }
@@ -54,17 +71,7 @@ WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
   NSApplication *application = NSApplication.sharedApplication;
   if (application.modalWindow == nil) return;
   [application stopModalWithCode:NSModalResponseAbort];
-  // A modal loop notices stopModalWithCode: only after it has handled an event.
-  NSEvent *event = [NSEvent otherEventWithType:NSEventTypeApplicationDefined
-                                      location:NSZeroPoint
-                                 modifierFlags:0
-                                     timestamp:0
-                                  windowNumber:0
-                                       context:nil
-                                       subtype:0
-                                         data1:0
-                                         data2:0];
-  [application postEvent:event atStart:NO];
+  orvel::wakeModalLoop();
   [self performSelector:@selector(closeAlerts)
              withObject:nil
              afterDelay:closeAlertsInterval
