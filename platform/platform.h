@@ -12,6 +12,7 @@
 #include "platform/panels.h"
 #include "platform/process_launcher.h"
 #include "platform/release_unpacker.h"
+#include "platform/tcp_listeners.h"
 #include "platform/user_defaults.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
@@ -32,6 +33,7 @@ struct Platform {
   Clock &clock;
   ProcessLauncher &processes;
   HttpSession &http;
+  TcpListeners &listeners;
   Bundle &bundle;
   UserDefaults &defaults;
   Locations &locations;

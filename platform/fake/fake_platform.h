@@ -5,6 +5,7 @@
 #include "platform/fake/fake_process_launcher.h"
 #include "platform/fake/fake_scheduler.h"
 #include "platform/fake/fake_storage.h"
+#include "platform/fake/fake_tcp_listeners.h"
 #include "platform/fake/fake_web_view.h"
 #include "platform/fake/record.h"
 #include "platform/platform.h"
@@ -29,6 +30,7 @@ class FakePlatform {
             .clock = clock,
             .processes = processes,
             .http = http,
+            .listeners = listeners,
             .bundle = bundle,
             .defaults = defaults,
             .locations = locations,
@@ -43,6 +45,7 @@ class FakePlatform {
   FakeClock clock{scheduler};
   FakeProcessLauncher processes{scheduler};
   FakeHttpSession http{scheduler};
+  FakeTcpListeners listeners;
   FakeApplication application{scheduler};
   FakeWindowSystem windows{scheduler};
   FakeMenuBar menuBar{scheduler};

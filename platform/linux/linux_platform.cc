@@ -106,6 +106,7 @@ Platform LinuxPlatform::interfaces() {
           .clock = clock_,
           .processes = processes_,
           .http = http_,
+          .listeners = listeners_,
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,

@@ -15,6 +15,7 @@
 #include "platform/linux/gtk/gtk_menu_bar.h"
 #include "platform/linux/gtk/gtk_panels.h"
 #include "platform/linux/gtk/gtk_workspace.h"
+#include "platform/linux/http/proc_tcp_listeners.h"
 #include "platform/linux/http/soup_http_session.h"
 #include "platform/linux/linux_window_system.h"
 #include "platform/linux/renderer_choice.h"
@@ -64,6 +65,7 @@ class LinuxPlatform {
   const ArchiveUnpacker unpacker_;
   UserLocations locations_;
   SoupHttpSession http_;
+  ProcTcpListeners listeners_;
   KeyFileUserDefaults defaults_;
 
   GtkApplicationHost application_;

@@ -11,6 +11,7 @@
 #include "platform/macos/foundation/run_loop_main_queue.h"
 #include "platform/macos/foundation/standard_user_defaults.h"
 #include "platform/macos/http/shared_url_session.h"
+#include "platform/macos/http/sysctl_tcp_listeners.h"
 #include "platform/macos/macos_window_system.h"
 #include "platform/platform.h"
 #include "platform/posix/posix_process_launcher.h"
@@ -40,6 +41,7 @@ class MacosPlatform {
   DispatchBackgroundQueue backgroundQueue_;
   SystemClock clock_;
   SharedUrlSession http_;
+  SysctlTcpListeners listeners_;
   MainBundle bundle_;
   FileManagerLocations locations_;
   CocoaMenuBar menuBar_;

@@ -35,6 +35,7 @@ Platform MacosPlatform::interfaces() {
           .clock = clock_,
           .processes = processes_,
           .http = http_,
+          .listeners = listeners_,
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,

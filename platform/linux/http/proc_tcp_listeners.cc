@@ -1,0 +1,67 @@
+#include "platform/linux/http/proc_tcp_listeners.h"
+
+#include <arpa/inet.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace orvel {
+
+namespace {
+
+/// TCP_LISTEN in the kernel's include/net/tcp_states.h.
+constexpr const char *listeningState = "0A";
+
+/// Converts an address from hexadecimal digits. The kernel prints each 32 bits of it as a number
+/// in the byte order of the processor.
+std::string addressFrom(const std::string &digits) {
+  constexpr std::size_t digitsInWord = 8;
+  constexpr int hexadecimal = 16;
+  in6_addr bytes{};
+  for (std::size_t at = 0; at < digits.size() && at < 4 * digitsInWord; at += digitsInWord) {
+    const auto word = static_cast<std::uint32_t>(
+        std::stoul(digits.substr(at, digitsInWord), nullptr, hexadecimal));
+    std::memcpy(&bytes.s6_addr[at / 2], &word, sizeof word);
+  }
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  ::inet_ntop(digits.size() > digitsInWord ? AF_INET6 : AF_INET, &bytes, text.data(), text.size());
+  return text.data();
+}
+
+/// Returns the port as the kernel prints it after an address.
+std::string portSuffix(int port) {
+  std::ostringstream suffix;
+  suffix << ':' << std::hex << std::uppercase;
+  suffix.width(4);
+  suffix.fill('0');
+  suffix << port;
+  return suffix.str();
+}
+
+}  // namespace
+
+std::vector<TcpListener> ProcTcpListeners::onPort(int port) const {
+  std::vector<TcpListener> listeners;
+  const std::string suffix = portSuffix(port);
+  // The second file is missing on a system without IPv6.
+  for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+    std::ifstream table(path);
+    for (std::string line; std::getline(table, line);) {
+      std::istringstream fields(line);
+      std::string number, local, remote, state, queues, timer, retransmits;
+      uid_t user = 0;
+      // Fails for the line with the names of the fields.
+      fields >> number >> local >> remote >> state >> queues >> timer >> retransmits >> user;
+      if (!fields || state != listeningState || !local.ends_with(suffix)) continue;
+      listeners.push_back({.address = addressFrom(local.substr(0, local.size() - suffix.size())),
+                           .isOwn = user == ::getuid()});
+    }
+  }
+  return listeners;
+}
+
+}  // namespace orvel
