@@ -132,6 +132,11 @@ class AppDelegate final : public ApplicationDelegate,
   /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
+  /// Returns whether the local server runs and may receive the key, or the address is online.
+  bool canLoadPage() const;
+  /// Loads the page of the OS server. When it cannot be loaded, probes a running server again.
+  void loadPage();
+  bool isServerRunning() const { return server && server->isRunning(); }
   void serverDidExit(const std::shared_ptr<ChildProcess> &process);
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
   void showOS();
@@ -144,6 +149,8 @@ class AppDelegate final : public ApplicationDelegate,
   const Settings settings_;
   const Platform platform_;
   bool isRelaunching_ = false;
+  /// Whether the page of the OS server was loaded last, and not an error page.
+  bool isPageLoaded_ = false;
 };
 
 }  // namespace orvel

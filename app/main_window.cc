@@ -4,6 +4,7 @@
 #include "app/app_delegate.h"
 #include "app/invariant.h"
 #include "app/pages.h"
+#include "web/server_address.h"
 
 namespace orvel {
 
@@ -55,16 +56,17 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::showError(std::string_view message) {
   if (!web) fatalError("an error page before the web view exists");
+  isPageLoaded_ = false;
   web->loadHtml(errorPage(message));
 }
 
 void AppDelegate::reloadPage() {
-  if (lokaal() && (!server || !server->isRunning())) {
+  if (lokaal() && !isServerRunning()) {
     openOS();
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  web->load(pageRequest());
+  loadPage();
 }
 
 UrlRequest AppDelegate::pageRequest() const {
@@ -75,7 +77,27 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
+bool AppDelegate::canLoadPage() const {
+  if (!lokaal()) return true;
+  return isServerRunning() && mayReceiveKey(pageRequest().url, platform_.listeners);
+}
+
+void AppDelegate::loadPage() {
+  if (!canLoadPage()) {
+    waitForServer(0);
+    return;
+  }
+  isPageLoaded_ = true;
+  web->load(pageRequest());
+}
+
 // The web view calls this, so `web` is not null.
-void AppDelegate::webViewWebContentProcessDidTerminate() { web->reload(); }
+void AppDelegate::webViewWebContentProcessDidTerminate() {
+  if (isPageLoaded_ && !canLoadPage()) {
+    waitForServer(0);
+  } else {
+    web->reload();
+  }
+}
 
 }  // namespace orvel

@@ -6,6 +6,7 @@
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
+#include "web/server_address.h"
 
 namespace orvel {
 
@@ -49,16 +50,20 @@ void AppDelegate::openOS() {
         "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
     return;
   }
-  if (!server || !server->isRunning()) startServer();
+  if (!isServerRunning()) startServer();
   waitForServer(0);
 }
 
 void AppDelegate::waitForServer(int tries) {
   // The exit or the failed launch of the server has already been reported.
-  if (lokaal() && (!server || !server->isRunning())) return;
+  if (lokaal() && !isServerRunning()) return;
 
   const auto url = Url::parse(baseURL() + "api/wie");
   if (!url) fatalError("invalid server URL: " + baseURL());
+  if (!mayReceiveKey(*url, platform_.listeners)) {
+    handleProbe(std::nullopt, tries);
+    return;
+  }
   UrlRequest probe = metSleutel(*url);
   probe.timeout = probeTimeout;
   platform_.http.dataTask(probe, [self = shared_from_this(), tries](const DataReply &reply) {
@@ -88,12 +93,11 @@ void AppDelegate::showOS() {
   if (!web) fatalError("the OS is ready before the web view exists");
   const auto cookie = keyCookie(baseURL(), lokaal(), appSleutel, platform_.clock.now());
   if (!cookie) {
-    web->load(pageRequest());
+    loadPage();
     return;
   }
   // The first request of the page must already carry the key.
-  web->cookieStore().set(*cookie,
-                         [self = shared_from_this()] { self->web->load(self->pageRequest()); });
+  web->cookieStore().set(*cookie, [self = shared_from_this()] { self->loadPage(); });
 }
 
 }  // namespace orvel

@@ -10,6 +10,7 @@
 #include "update/command_line.h"
 #include "update/signed_release.h"
 #include "update/working_folder.h"
+#include "web/server_address.h"
 
 namespace orvel {
 
@@ -100,6 +101,7 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie,
   const std::string bundle = platform_.bundle.path();
   if (isTranslocated(bundle, platform_.names)) return;
   if (!platform_.locations.canReplaceItem(bundle)) return;
+  if (!mayReceiveKey(archive, platform_.listeners)) return;
   platform_.http.downloadTask(
       metSleutel(archive),
       [self = shared_from_this(), release = Release{versie, signature}](const Download &download) {

@@ -40,7 +40,7 @@ void AppDelegate::useAddress(const std::string &input) {
   }
   platform_.defaults.setText("osURL", address);
 
-  if (!lokaal() && server && server->isRunning()) {
+  if (!lokaal() && isServerRunning()) {
     // The dialog may be answered while the application quits, so restore the flag
     // instead of clearing it.
     const bool wasQuitting = std::exchange(quitting, true);

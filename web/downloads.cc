@@ -7,6 +7,7 @@
 #include "app/app_delegate.h"
 #include "app/invariant.h"
 #include "web/download_name.h"
+#include "web/server_address.h"
 
 namespace orvel {
 
@@ -75,6 +76,7 @@ std::string moveToFreeName(const std::string &file, const std::string &folder,
 void AppDelegate::bewaarEnOpen(const Url &url) {
   if (!web) fatalError("a download before the web view exists");
   web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
+    if (!mayReceiveKey(url, self->platform_.listeners)) return;
     UrlRequest request = self->metSleutel(url);
     request.setHeader("Cookie", cookieHeader(cookies, url.host));
     self->platform_.http.downloadTask(request, [self, url](const Download &download) {

@@ -1,12 +1,42 @@
 #include "web/server_address.h"
 
+#include <algorithm>
+#include <array>
+
 #include "app/app_delegate.h"
 #include "web/same_origin.h"
 
 namespace orvel {
 
+namespace {
+
+constexpr int defaultPort = 80;
+
+/// Returns whether a socket that listens on an address may get a connection to a host of a local
+/// address.
+bool mayAccept(std::string_view address, std::string_view host) {
+  if (address == "::1") return host == "localhost";
+  // A socket that listens on "::" also gets IPv4 connections, except with IPV6_V6ONLY.
+  constexpr std::array<std::string_view, 5> addresses{"127.0.0.1", "0.0.0.0",
+                                                      "::", "::ffff:127.0.0.1", "::ffff:0.0.0.0"};
+  return std::find(addresses.begin(), addresses.end(), address) != addresses.end();
+}
+
+}  // namespace
+
 bool isLocalAddress(std::string_view address) {
   return address.starts_with("http://127.0.0.1:") || address.starts_with("http://localhost:");
+}
+
+bool mayReceiveKey(const Url &url, const TcpListeners &listeners) {
+  if (!isLocalAddress(url.absoluteString)) return true;
+  bool hasListener = false;
+  for (const TcpListener &listener : listeners.onPort(url.port.value_or(defaultPort))) {
+    if (!mayAccept(listener.address, url.host)) continue;
+    if (!listener.isOwn) return false;
+    hasListener = true;
+  }
+  return hasListener;
 }
 
 std::string AppDelegate::baseURL() const {

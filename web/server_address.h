@@ -2,10 +2,19 @@
 
 #include <string_view>
 
+#include "base/url.h"
+#include "platform/tcp_listeners.h"
+
 namespace orvel {
 
 /// Returns whether a server address is on this machine: whether it begins with
 /// "http://127.0.0.1:" or "http://localhost:". Case-sensitive. Any thread.
 bool isLocalAddress(std::string_view address);
+
+/// Returns whether the app key may be sent to a URL. A local address may get it only when
+/// this user's programs, and no other user's, listen on the port: any user may listen there
+/// first. For "localhost" that applies to IPv4 and IPv6, because a client may choose either.
+/// Any thread.
+bool mayReceiveKey(const Url &url, const TcpListeners &listeners);
 
 }  // namespace orvel

@@ -227,6 +227,16 @@ TEST_F(Downloads, CookiesAreReadWhenStoreResponds) {
   EXPECT_EQ(fake.http.sent[0].request.header("Cookie"), "late=1");
 }
 
+TEST_F(Downloads, ProgramOfAnotherUserOnLocalPortGetsNoRequest) {
+  fake.windows.cookies.delay = 1s;
+  download();
+  fake.scheduler.advance(500ms);
+  occupyLocalPort();
+  fake.scheduler.advance(1s);
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_THAT(savedNames(), IsEmpty());
+}
+
 TEST_F(Downloads, DownloadBeforeWebViewAborts) {
   delegate().web.reset();
   EXPECT_DEATH(download(), "OS: a download before the web view exists");

@@ -242,6 +242,14 @@ TEST_F(Installation, TranslocatedBundleDownloadsNothing) {
   expectNotInstalled();
 }
 
+TEST_F(Installation, ArchiveOnLocalPortOfAnotherUserIsNotDownloaded) {
+  occupyLocalPort();
+  delegate().installeer(*Url::parse("http://127.0.0.1:4767/orvel-os-1.3.zip"), "1.3", {});
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  expectNotInstalled();
+}
+
 TEST_F(Installation, VersionWithSingleQuoteRunsNoCommand) {
   install("1'; touch x; '3");
   EXPECT_EQ(fake.record.count("sh "), 0U);

@@ -120,6 +120,61 @@ TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 
+/// The page of the local server, and another user's program that then takes its port.
+class OccupiedPort : public CoreTest {
+ protected:
+  OccupiedPort() {
+    createWebView();
+    fake.http.setResponses(localProbe, {{.statusCode = 200}});
+    delegate().openOS();
+    fake.scheduler.runUntilIdle();
+    EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
+    fake.record.take();
+    occupyLocalPort();
+  }
+  /// Expects that no request is sent, and the error page of a server that is not ready.
+  void expectOnlyErrorPage() {
+    fake.scheduler.advance(1min);
+    for (const char *request : {"load http", "reload", "GET"}) {
+      EXPECT_EQ(fake.record.count(request), 0U) << request;
+    }
+    EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
+  }
+};
+
+TEST_F(OccupiedPort, ReloadShowsErrorPage) {
+  delegate().reloadPage();
+  expectOnlyErrorPage();
+}
+
+TEST_F(OccupiedPort, ReloadShowsPageOnceOwnServerListensAgain) {
+  delegate().reloadPage();
+  fake.listeners.scripted.clear();
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
+}
+
+TEST_F(OccupiedPort, TerminatedWebProcessShowsErrorPage) {
+  web().delegate.webViewWebContentProcessDidTerminate();
+  expectOnlyErrorPage();
+}
+
+TEST_F(OccupiedPort, TerminatedWebProcessReloadsErrorPage) {
+  delegate().showError("message");
+  web().delegate.webViewWebContentProcessDidTerminate();
+  EXPECT_EQ(fake.record.take().back(), "reload");
+}
+
+TEST_F(OccupiedPort, TerminatedWebProcessDoesNotReplaceReportOfEndedServer) {
+  fake.listeners.scripted.clear();
+  lastServer().exit(1);
+  // The exit of the server has not been reported yet.
+  web().delegate.webViewWebContentProcessDidTerminate();
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  fake.scheduler.runUntilIdle();
+  EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 1)."));
+}
+
 TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
   setNodeScript({.launchError = "broken"});
   launch();

@@ -1,5 +1,8 @@
 #include "server/readiness.h"
 
+#include <functional>
+#include <tuple>
+
 #include "tests/unit/core_test.h"
 
 namespace orvel {
@@ -303,6 +306,77 @@ TEST_F(Readiness, AddressOfResponseDeterminesRetry) {
   storeAddress();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(shownError(), StartsWith("Geen verbinding met https://os.test/."));
+}
+
+TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortIsNotProbed) {
+  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  occupyLocalPort();
+  openOS();
+  fake.scheduler.advance(15s - 1ms);
+  EXPECT_EQ(shownError(), "");
+  fake.scheduler.advance(1ms);
+  EXPECT_EQ(shownError(), localServerError);
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+}
+
+TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
+  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  occupyLocalPort();
+  openOS();
+  fake.scheduler.advance(499ms);
+  fake.listeners.scripted.clear();
+  fake.scheduler.advance(1ms);
+  EXPECT_THAT(probeTimes(), ElementsAre(500ms));
+  EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
+}
+
+TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortDoesNotAffectOnlineAddress) {
+  storeAddress("https://os.test:4767/");
+  fake.http.setResponses("https://os.test:4767/api/wie", {{.statusCode = 200}});
+  occupyLocalPort();
+  openOS();
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(web().shownUrl, "https://os.test:4767/");
+}
+
+TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbe) {
+  const auto losePort = [&] { occupyLocalPort(); };
+  const auto endServer = [&] { lastServer().exit(7); };
+  const std::vector<std::tuple<std::string, std::function<void()>, std::string>> rows{
+      {"another user's program listens", losePort, localServerError},
+      {"the server has ended", endServer,
+       "De OS-server is gestopt (code 7). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R."},
+  };
+  for (const bool hasCookie : {true, false}) {
+    if (!hasCookie) fake.bundle.texts.erase("ORVELOSKey");
+    for (const auto &[loss, lose, error] : rows) {
+      fake.listeners.scripted.clear();
+      recreateDelegate();
+      fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 1s}});
+      openOS();
+      fake.scheduler.advance(500ms);
+      lose();
+      fake.scheduler.advance(1min);
+      EXPECT_EQ(fake.record.count("load http"), 0U) << loss << ", cookie " << hasCookie;
+      EXPECT_EQ(shownError(), error) << loss << ", cookie " << hasCookie;
+      EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt) << loss;
+    }
+  }
+}
+
+TEST_F(Readiness, PageIsNotLoadedWhenAnotherUserTakesPortWhileCookieIsStored) {
+  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  fake.windows.cookies.delay = 1s;
+  openOS();
+  fake.scheduler.advance(500ms);
+  EXPECT_EQ(fake.http.sent.size(), 1U);
+  occupyLocalPort();
+  fake.scheduler.advance(1min);
+  EXPECT_EQ(fake.http.sent.size(), 1U);
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  EXPECT_EQ(shownError(), localServerError);
 }
 
 TEST_F(Readiness, DanglingSymlinkIsNoServerScript) {

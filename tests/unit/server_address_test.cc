@@ -1,5 +1,7 @@
 #include "web/server_address.h"
 
+#include <set>
+
 #include "tests/unit/core_test.h"
 #include "web/same_origin.h"
 
@@ -50,6 +52,55 @@ TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
         "http://[::1]:4767/", " http://127.0.0.1:4767/", "http://127.0.0.10:4767/",
         "http://localhost.test:80/", ""}) {
     EXPECT_FALSE(isLocalAddress(address)) << address;
+  }
+}
+
+TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
+  const std::set<std::string> allHosts{"127.0.0.1", "localhost"};
+  const std::vector<std::pair<std::string, std::set<std::string>>> rows{
+      {"127.0.0.1", allHosts},
+      {"0.0.0.0", allHosts},
+      {"::", allHosts},
+      {"::ffff:127.0.0.1", allHosts},
+      {"::ffff:0.0.0.0", allHosts},
+      {"::1", {"localhost"}},
+      // No client that connects to these hosts reaches these addresses.
+      {"127.0.0.2", {}},
+      {"192.0.2.1", {}},
+      {"2001:db8::1", {}},
+  };
+  const TcpListener ownServer{.address = "127.0.0.1", .isOwn = true};
+  for (const auto &[address, hosts] : rows) {
+    const TcpListener own{.address = address, .isOwn = true};
+    const TcpListener foreign{.address = address, .isOwn = false};
+    for (const std::string &host : allHosts) {
+      const Url url = *Url::parse("http://" + host + ":3000/api/wie");
+      const bool accepts = hosts.contains(host);
+      const auto mayReceive = [&](const std::vector<TcpListener> &listeners) {
+        fake.listeners.scripted[3000] = listeners;
+        return mayReceiveKey(url, fake.listeners);
+      };
+      EXPECT_EQ(mayReceive({own}), accepts) << host << " and own " << address;
+      EXPECT_TRUE(mayReceive({own, ownServer})) << host << " and own " << address;
+      EXPECT_FALSE(mayReceive({foreign})) << host << " and foreign " << address;
+      EXPECT_EQ(mayReceive({foreign, ownServer}), !accepts) << host << " and foreign " << address;
+      EXPECT_EQ(mayReceive({ownServer, foreign}), !accepts) << host << " and foreign " << address;
+      EXPECT_FALSE(mayReceive({})) << host;
+    }
+  }
+}
+
+TEST_F(ServerAddress, LocalUrlWithoutPortNumberHasListenersOnPort80) {
+  const Url url = *Url::parse("http://127.0.0.1:/");
+  EXPECT_TRUE(mayReceiveKey(url, fake.listeners));
+  fake.listeners.scripted[80] = {};
+  EXPECT_FALSE(mayReceiveKey(url, fake.listeners));
+}
+
+TEST_F(ServerAddress, OnlineUrlMayReceiveKeyWhateverListensHere) {
+  occupyLocalPort();
+  for (const char *url : {"https://os.test:4767/", "https://127.0.0.1:4767/"}) {
+    EXPECT_TRUE(mayReceiveKey(*Url::parse(url), fake.listeners)) << url;
   }
 }
 
