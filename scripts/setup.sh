@@ -31,7 +31,7 @@ packages=(
   dpkg-dev file lintian appstream desktop-file-utils libglib2.0-bin iproute2
   # Tools of the tests, to drive the application and to inspect a release.
   unzip libgtest-dev libgmock-dev xvfb xauth xdotool xclip openbox imagemagick x11-utils dbus dbus-x11
-  libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
+  strace libfaketime wmctrl poppler-utils cups-daemon cups-client at-spi2-core libatspi2.0-dev
   x11-xserver-utils xsettingsd
   # Mutation testing.
   python3-clang lld

@@ -69,9 +69,11 @@ export function makeUpdateKey() {
 
 /// Returns the members of a manifest that sign an archive: `handtekening` (the signature) and, if
 /// given, `sleutel` (the public key of the next releases).
-export function signatureMembers(archive, { privateKey }, version, sleutel) {
+export function signatureMembers(
+  archive, { privateKey }, version, { edition = 'linux', sleutel } = {},
+) {
   const hash = createHash('sha256').update(archive).digest('hex');
-  const lines = ['orvel-os-update', version, 'linux', hash, ...(sleutel ? [sleutel] : []), ''];
+  const lines = ['orvel-os-update', version, edition, hash, ...(sleutel ? [sleutel] : []), ''];
   const signature = sign('sha256', Buffer.from(lines.join('\n')), privateKey);
   return { handtekening: signature.toString('base64'), ...(sleutel && { sleutel }) };
 }

@@ -1,0 +1,165 @@
+// The application is killed while it installs a release. Afterwards the bundle is completely the
+// old one or completely the new one, and starts.
+
+import assert from 'node:assert/strict';
+import { spawn, spawnSync } from 'node:child_process';
+import { cpSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { isRunning, kill } from '../support/desktop/processes.mjs';
+import {
+  fingerprint, makeRelease, makeUpdateKey, signatureMembers,
+} from '../support/desktop/release.mjs';
+import {
+  acceptRestart, archivePath, offerRelease, openUpdateServer, quitRestartedApplication,
+  updatedNotice,
+} from '../support/desktop/updates.mjs';
+import { waitFor } from '../support/desktop/wait.mjs';
+
+const { test } = desktopTests({ accessibility: true });
+
+/// Returns whether this machine permits strace to attach to a running process.
+function canTrace() {
+  const sleeper = spawn('sleep', ['10'], { stdio: 'ignore' });
+  const attempt = spawnSync('strace', ['-p', String(sleeper.pid)],
+    { timeout: 1000, killSignal: 'SIGINT', encoding: 'utf8' });
+  kill(sleeper.pid);
+  return / attached/.test(attempt.stderr ?? '');
+}
+
+/// Returns the IDs of the threads that the application itself has created, one of which installs
+/// the release. Threads of libraries have other names.
+function applicationThreads(pid) {
+  return readdirSync(`/proc/${pid}/task`).filter((thread) =>
+    Number(thread) !== pid &&
+    readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('orvel-os'));
+}
+
+/// The system calls that change a folder or may open a file for writing. The application is killed
+/// at these only, because between two of them the folders do not change.
+const changingSystemCalls = ['mkdir', 'mkdirat', 'openat', 'rename', 'renameat', 'renameat2',
+  'rmdir', 'unlink', 'unlinkat', 'fchmodat', 'symlinkat', 'linkat'];
+
+/// Traces the application's threads. If a name is given, strace kills the application at the
+/// `number`th system call of that name. Returns the tracer and a function that reads the calls.
+async function trace(user, { pid }, name, number) {
+  const log = join(user.folder, 'strace.log');
+  const threads = applicationThreads(pid);
+  assert.ok(threads.length > 0);
+  const fault = name ? ['-e', `inject=${name}:signal=KILL:when=${number}`] : [];
+  // The question mark ignores calls that this architecture does not have.
+  const traced = changingSystemCalls.map((each) => `?${each}`).join();
+  const options = ['-o', log, '-e', `trace=${traced}`, ...fault];
+  const tracer = spawn('strace', [...options, ...threads.flatMap((thread) => ['-p', thread])],
+    { stdio: ['ignore', 'ignore', 'pipe'] });
+  let output = '';
+  tracer.stderr.on('data', (text) => (output += text));
+  await waitFor('the attached tracer', () =>
+    output.split(' attached').length - 1 === threads.length);
+  return {
+    tracer,
+    calls: () => Array.from(readFileSync(log, 'utf8').matchAll(/^(?:\d+ +)?(\w+)\((.*)/gm),
+      ([, call, args]) => ({ name: call, args })),
+  };
+}
+
+/// Starts the application, whose silent check finds the offered release. Traces it from the middle
+/// of the download on, with the fault of trace(). The server sends the second half of the archive
+/// once the file `gate` exists. Returns whether the installation was complete, and the system
+/// calls.
+async function installTraced(user, screen, server, gate, name, number) {
+  rmSync(gate, { force: true });
+  const downloads = () => server.requestsTo(archivePath).length;
+  const before = downloads();
+  const run = await user.startAndShowPage({ server });
+  run.killExpected = true;
+  await waitFor('the request for the archive', () => downloads() > before);
+  const { tracer, calls } = await trace(user, run, name, number);
+  writeFileSync(gate, '');
+  await waitFor('the end of the application or the update notice', async () =>
+    run.exit || (await screen.windows(updatedNotice)).length > 0);
+  const isComplete = !run.exit;
+  kill(tracer.pid, 'SIGTERM');
+  await waitFor('the end of the tracer', () => !isRunning(tracer.pid));
+  return { isComplete, calls: calls() };
+}
+
+/// Returns the folder in which the application unpacks version 1.1.
+const updateFolder = (user) =>
+  join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
+
+/// Returns the numbers, from 1, of the system calls of a name at which to kill. Of the calls that
+/// unpack the archive only the first and the last are included: they do not touch the bundle, and
+/// the extraction has tests of its own.
+function callNumbersToKillAt(name, calls) {
+  const isUnpacking = ({ args }) => args.includes('/orvel-os-update-1.1/part');
+  const [first, last] = [calls.findIndex(isUnpacking), calls.findLastIndex(isUnpacking)];
+  assert.ok(first >= 0 && last > first);
+  return calls.map((call, index) => ({ ...call, index }))
+    .filter((call) => call.name === name)
+    .flatMap(({ index }, earlier) => (index <= first || index >= last ? [earlier + 1] : []));
+}
+
+// The release is signed, because its installation has every step of an unsigned one and more.
+test('SIGKILL at any system call that changes a file leaves a complete bundle that starts',
+  { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
+    const key = makeUpdateKey();
+    user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
+    const server = await openUpdateServer(user);
+    const copy = join(user.folder, 'copy');
+    cpSync(user.bundle, copy, { recursive: true });
+    const restoreOldBundle = () => {
+      rmSync(user.bundle, { recursive: true });
+      cpSync(copy, user.bundle, { recursive: true });
+    };
+    const oldBundle = fingerprint(user.bundle);
+    const release = makeRelease(user);
+    const gate = join(user.folder, 'gate');
+    offerRelease(server, '1.1', { body: release, gate }, signatureMembers(release, key, '1.1'));
+
+    const uninterrupted = await installTraced(user, screen, server, gate);
+    assert.ok(uninterrupted.isComplete);
+    const newBundle = fingerprint(user.bundle);
+    assert.notEqual(newBundle, oldBundle);
+    await user.forceQuit();
+    restoreOldBundle();
+
+    const bundles = { old: 0, new: 0 };
+    const names = new Set(uninterrupted.calls.map(({ name }) => name));
+    for (const name of names) {
+      let kills = 0;
+      for (const number of callNumbersToKillAt(name, uninterrupted.calls)) {
+        // The application would remove an earlier run's folder, with additional calls.
+        rmSync(updateFolder(user), { recursive: true, force: true });
+        const { isComplete } = await installTraced(user, screen, server, gate, name, number);
+        const bundle = fingerprint(user.bundle);
+        if (isComplete) {
+          // This run made fewer calls of this name.
+          await user.forceQuit();
+          restoreOldBundle();
+          break;
+        }
+        kills += 1;
+        assert.ok(bundle === oldBundle || bundle === newBundle,
+          `the bundle mixes two versions after ${name} ${number}`);
+        bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
+        if (bundle === newBundle) {
+          // The next round starts the old bundle.
+          await user.startAndShowPage({ server });
+          await user.quit();
+          restoreOldBundle();
+        }
+      }
+      t.diagnostic(`killed at ${kills} calls of ${name}`);
+    }
+    t.diagnostic(`bundles after the kills: ${JSON.stringify(bundles)}`);
+    for (const name of ['openat', 'renameat2', 'unlinkat']) {
+      assert.ok(names.has(name), `no kill at ${name}`);
+    }
+    assert.ok(bundles.old > 0 && bundles.new > 0);
+
+    assert.ok((await installTraced(user, screen, server, gate)).isComplete);
+    await acceptRestart(user, server);
+    await quitRestartedApplication(user);
+  });

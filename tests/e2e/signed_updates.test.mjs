@@ -1,0 +1,136 @@
+// A build with a public key installs only releases that are signed with the private key.
+
+import assert from 'node:assert/strict';
+import { rmSync } from 'node:fs';
+import { dirname, join } from 'node:path';
+
+import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import {
+  fingerprint, makeRelease, makeUpdateKey, plistValue, signatureMembers,
+} from '../support/desktop/release.mjs';
+import {
+  awaitSilentCheck, beginUpdateCheck, checkAndCloseNotice, checkUntilReleaseHandled,
+  installAndRestart, offerRelease, openUpdateServer, quitRestartedApplication, upToDateNotice,
+} from '../support/desktop/updates.mjs';
+
+const { test } = desktopTests({ accessibility: true });
+
+const installedKey = makeUpdateKey();
+const newKey = makeUpdateKey();
+const checkFailedNotice = 'Kon niet controleren op updates.';
+/// The members of a manifest that offers no later release. A build with a key rejects a manifest
+/// without a signature, but verifies the signature only before it installs a release.
+const anySignature = { handtekening: 'never verified' };
+
+/// Starts version 1.0 with a public key, and waits until its silent check has found no release.
+async function startWithKey(user) {
+  const server = await openUpdateServer(user);
+  user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
+  offerRelease(server, '1.0', undefined, anySignature);
+  await user.startAndShowPage({ server });
+  await awaitSilentCheck(server);
+  return server;
+}
+
+/// Returns the archive of version 0.9, and the members that its manifest had.
+function earlierRelease(user) {
+  const archive = makeRelease(user, { version: '0.9' });
+  return { archive, members: signatureMembers(archive, installedKey, '0.9') };
+}
+
+/// Releases that are not installed. Each function gets the archive of version 1.1, and returns
+/// what differs from its valid release: version, archive, and signature members of the manifest.
+/// With a `notice` the manifest itself is rejected, and the user sees that notice.
+const refusedReleases = {
+  'a manifest without a signature': () => ({ members: {}, notice: checkFailedNotice }),
+  'a signature that is a number': () =>
+    ({ members: { handtekening: 1 }, notice: checkFailedNotice }),
+  'a signature by another key': (archive) =>
+    ({ members: signatureMembers(archive, newKey, '1.1') }),
+  'a signature for another version': (archive) =>
+    ({ members: signatureMembers(archive, installedKey, '1.2') }),
+  'a signature for the other edition': (archive) =>
+    ({ members: signatureMembers(archive, installedKey, '1.1', { edition: 'mac' }) }),
+  'an archive swapped after signing': (_, user) =>
+    ({ archive: makeRelease(user, { version: '1.1.1' }) }),
+  'an archive with one byte changed after signing': (archive) => {
+    const changed = Buffer.from(archive);
+    changed[changed.length >> 1] ^= 1;
+    return { archive: changed };
+  },
+  'the manifest of an earlier release': (_, user) =>
+    ({ version: '0.9', ...earlierRelease(user), notice: upToDateNotice() }),
+  'an earlier release with its signature under a later version': (_, user) => earlierRelease(user),
+  'an earlier version in an archive that is signed as a later one': (_, user) => {
+    const { archive } = earlierRelease(user);
+    return { archive, members: signatureMembers(archive, installedKey, '1.1') };
+  },
+  'a key in the archive that the signature does not cover': (_, user) => {
+    const archive = makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } });
+    return { archive, members: signatureMembers(archive, installedKey, '1.1') };
+  },
+  'a key in the manifest that the signature does not cover': (_, user) => {
+    const archive = makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } });
+    const members = signatureMembers(archive, installedKey, '1.1');
+    return { archive, members: { ...members, sleutel: newKey.publicKey } };
+  },
+};
+
+test('releases without a valid signature change nothing, and a signed one is installed',
+  async (user, screen, t) => {
+    const server = await startWithKey(user);
+    const folder = dirname(user.bundle);
+    const before = fingerprint(folder);
+    const archive = makeRelease(user);
+    const valid = {
+      version: '1.1', archive, members: signatureMembers(archive, installedKey, '1.1'),
+    };
+    const updateFolder = join(user.environment.XDG_CACHE_HOME,
+      'nl.orvel.os/temporary/orvel-os-update-1.1');
+    for (const [situation, difference] of Object.entries(refusedReleases)) {
+      rmSync(updateFolder, { recursive: true, force: true });
+      const { notice, ...release } = { ...valid, ...difference(archive, user) };
+      offerRelease(server, release.version, release.archive, release.members);
+      if (notice) {
+        await checkAndCloseNotice(screen, notice);
+      } else {
+        await checkUntilReleaseHandled(screen, server, anySignature);
+      }
+      assert.equal(fingerprint(folder), before, situation);
+      t.diagnostic(`nothing changed: ${situation}`);
+    }
+    offerRelease(server, valid.version, valid.archive, valid.members);
+    await installAndRestart(user, server);
+    await quitRestartedApplication(user);
+    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+  });
+
+test('a signed release can change the key, after which a signature by the old key is rejected',
+  async (user, screen) => {
+    const server = await startWithKey(user);
+    const plist = { ORVELOSUpdateKey: newKey.publicKey };
+    const archive = makeRelease(user, { plist });
+    const nextArchive = makeRelease(user, { version: '1.2', plist });
+    offerRelease(server, '1.1', archive,
+      signatureMembers(archive, installedKey, '1.1', { sleutel: newKey.publicKey }));
+    await installAndRestart(user, server);
+    assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), newKey.publicKey);
+    // The silent check of the new process must not find the next release. Two checks were before:
+    // the silent one of the old process and the one from the menu.
+    await awaitSilentCheck(server, 3);
+
+    const before = fingerprint(user.bundle);
+    offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, installedKey, '1.2'));
+    await checkUntilReleaseHandled(screen, server, anySignature, '1.1');
+    assert.equal(fingerprint(user.bundle), before);
+
+    const painted = server.paintCount();
+    offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, newKey, '1.2'));
+    await beginUpdateCheck(screen);
+    await screen.awaitPanel('Orvel OS is bijgewerkt naar 1.2');
+    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.2');
+    await screen.pressKeys('Return');
+    await server.awaitPainted(painted + 1);
+    await screen.awaitWindow();
+    await quitRestartedApplication(user);
+  });
