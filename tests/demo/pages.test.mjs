@@ -6,10 +6,10 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 
-import { start } from './support.mjs';
+import { startServer } from './support.mjs';
 
 let server;
-before(async () => { server = await start(); });
+before(async () => { server = await startServer(); });
 after(() => server.stop());
 
 /// Returns the addresses of this server that a page links to or embeds.
@@ -86,7 +86,7 @@ test('only manifests and archives are served from the folder of releases', async
   for (const [name, text] of Object.entries(files)) writeFileSync(join(folder, name), text);
   mkdirSync(join(folder, 'folder.zip'));
   symlinkSync('/nowhere', join(folder, 'dangling.zip'));
-  const ownServer = await start({ ORVEL_DEMO_RELEASES: folder });
+  const ownServer = await startServer({ ORVEL_DEMO_RELEASES: folder });
   t.after(ownServer.stop);
   assert.equal((await ownServer.get('/download/linux.json')).text, files['linux.json']);
   const { headers, text } = await ownServer.get('/download/Orvel%20OS%201.1.zip');
@@ -96,7 +96,7 @@ test('only manifests and archives are served from the folder of releases', async
   }
 });
 
-test('a request with the name of another site is refused', async () => {
+test('a request with the host name of another site gets status 421', async () => {
   const accepted = ['127.0.0.1', `127.0.0.1:${server.port}`, 'localhost:4767', 'LOCALHOST',
     '[::1]:4767', '192.168.1.20'];
   const refused = ['example.org', `example.org:${server.port}`, '127.0.0.1.example.org',

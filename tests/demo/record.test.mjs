@@ -5,10 +5,10 @@ import { once } from 'node:events';
 import net from 'node:net';
 import { after, before, test } from 'node:test';
 
-import { start } from './support.mjs';
+import { startServer } from './support.mjs';
 
 let server;
-before(async () => { server = await start(); });
+before(async () => { server = await startServer(); });
 after(() => server.stop());
 
 async function lastRequest(url) {
@@ -37,7 +37,7 @@ test('a request is recognised by header, cookie and user agent', async () => {
 });
 
 test('the home page shows how the page request and the probes were recognised', async (t) => {
-  const ownServer = await start();
+  const ownServer = await startServer();
   t.after(ownServer.stop);
   const first = (await ownServer.get('/')).text;
   assert.match(first, /<strong>Gewone browser<\/strong>.*<strong>Nog niet gezien<\/strong>/s);
@@ -88,7 +88,7 @@ test('a request that cannot be parsed is recorded', async () => {
 });
 
 test('the record begins with the process and ends with the signal that stopped it', async (t) => {
-  const ownServer = await start({ HOME: '/nowhere', PATH: '/usr/bin:/bin' });
+  const ownServer = await startServer({ HOME: '/nowhere', PATH: '/usr/bin:/bin' });
   t.after(ownServer.stop);
   const { event, pid, address, env } = ownServer.record()[0];
   assert.deepEqual([event, pid, address], ['listening', ownServer.child.pid, '127.0.0.1']);
@@ -105,7 +105,7 @@ test('the record begins with the process and ends with the signal that stopped i
 
 test('the page /server ends the server or makes it ignore SIGTERM', async (t) => {
   const stop = async (how, headers, expected) => {
-    const ownServer = await start();
+    const ownServer = await startServer();
     t.after(ownServer.stop);
     assert.equal((await ownServer.get(`/api/stop?hoe=${how}`, headers, 'POST')).status, expected);
     return ownServer;

@@ -11,9 +11,9 @@ import { fileURLToPath } from 'node:url';
 
 const program = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
 
-/// Starts a server and waits until it listens. `record` returns the lines of its record, `stop`
-/// kills it and deletes its files.
-export async function start(environment = {}) {
+/// Starts a server with these additional variables and waits until it listens. Of the result,
+/// `record` returns the lines of the server's record, `stop` kills it and deletes its files.
+export async function startServer(environment = {}) {
   const folder = mkdtempSync(join(tmpdir(), 'orvel-demo-'));
   const path = join(folder, 'record.jsonl');
   const env = { ...process.env, PORT: '0', ORVEL_DEMO_RECORD: path, ...environment };

@@ -40,8 +40,8 @@ after(() => rmSync(folder, { recursive: true, force: true }));
 
 const path = (...parts) => join(folder, ...parts);
 const deb = () => path('a folder', packageName);
-const field = (text) =>
-  execFileSync('dpkg-deb', ['-f', deb(), text], { encoding: 'utf8' }).trim();
+const field = (name) =>
+  execFileSync('dpkg-deb', ['-f', deb(), name], { encoding: 'utf8' }).trim();
 
 /// Returns mode, owner and name of the files in the package; the name of a symbolic link
 /// includes its target.
@@ -280,11 +280,11 @@ test('the package is installed, started, quit and removed', async (t) => {
   assert.equal(report().status, 0, report().stderr);
 
   assert.ok(existsSync(join(home, '.config/nl.orvel.os/defaults.ini')));
-  const before = fingerprint(home);
+  const filesOfUser = fingerprint(home);
   const remove = container.run('dpkg', ['--remove', 'orvel-os']);
   assert.equal(remove.status, 0, remove.stderr);
   assert.equal(remove.stderr, '');
-  assert.equal(fingerprint(home), before);
+  assert.equal(fingerprint(home), filesOfUser);
   assert.equal(readFileSync(join(home, 'letter.txt'), 'utf8'), 'of the user');
   const left = container.changes();
   assert.deepEqual(left.filter((file) => /orvel/i.test(file)), []);

@@ -75,7 +75,7 @@ test('a process tree reports the exit of its last process', async () => {
   assert.ok((await tree.ended()) - tree.startTime >= 300);
 });
 
-test('stalls of the main loop are work or waiting', () => {
+test('stalls are summarised by the launch, the longest later work and the total waiting', () => {
   assert.deepEqual(summarizeStalls('40.0 45.5\n2.0 20.5\n'),
     { launch: 45.5, later: 20.5, waited: 42 });
 });

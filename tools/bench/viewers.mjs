@@ -40,7 +40,7 @@ export class UserHome {
 /// Returns the viewers. `command(home, address)` returns the command line of a viewer; the
 /// application starts its server itself when the address is null.
 export function listViewers({ application, programs, chromium }) {
-  const viewer = (...command) => (home, address) => [...command, address];
+  const withAddress = (...command) => (home, address) => [...command, address];
   const viewers = [
     {
       name: 'Orvel OS',
@@ -50,8 +50,8 @@ export function listViewers({ application, programs, chromium }) {
         return [application];
       },
     },
-    { name: 'bare viewer', command: viewer(join(programs, 'bare_viewer')) },
-    { name: 'bare viewer, tuned', command: viewer(join(programs, 'bare_viewer'), 'tuned') },
+    { name: 'bare viewer', command: withAddress(join(programs, 'bare_viewer')) },
+    { name: 'bare viewer, tuned', command: withAddress(join(programs, 'bare_viewer'), 'tuned') },
   ];
   if (chromium) {
     viewers.push({
@@ -68,7 +68,7 @@ export function listViewers({ application, programs, chromium }) {
     viewers.push({
       name: 'Qt WebEngine',
       environment: isRoot ? { QTWEBENGINE_DISABLE_SANDBOX: '1' } : {},
-      command: viewer(join(programs, 'qt_viewer')),
+      command: withAddress(join(programs, 'qt_viewer')),
     });
   }
   return viewers;
