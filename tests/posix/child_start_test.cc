@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -32,15 +31,6 @@ TEST_P(ChildStart, RequestAddsToOrReplacesLauncherEnvironment) {
   for (std::string line; std::getline(lines, line);) variables.insert(line);
   const std::set<std::string> expected{"EMPTY=", "HOME=/home/a=b", "PATH=/a:/b", "PORT=4767"};
   EXPECT_EQ(variables, expected);
-}
-
-TEST_P(ChildStart, LauncherKeepsEnvironmentOfItsCreation) {
-  ::setenv("ORVEL_TEST", "initial = value", 1);
-  LauncherUnderTest launcher(GetParam());
-  ::setenv("ORVEL_TEST", "changed", 1);
-  const auto outcome = runShell(launcher, "printf %s \"$ORVEL_TEST\"");
-  ::unsetenv("ORVEL_TEST");
-  EXPECT_EQ(outcome.output, "initial = value");
 }
 
 TEST_P(ChildStart, ArgumentsReachProgramUnchanged) {
@@ -89,9 +79,13 @@ TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
   const IgnoredAndBlockedSignals ignored(signals);
+  // While SIGCHLD is ignored, the kernel discards exit statuses (waitpid(2)). A new launcher stops
+  // ignoring it.
+  const IgnoredAndBlockedSignals ignoredSigchld({SIGCHLD});
+  LauncherUnderTest launcher(GetParam());
   for (const int signal : signals) {
     const auto outcome =
-        runShell(launcher_, "ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 99");
+        runShell(launcher, "ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 99");
     EXPECT_EQ(outcome.status, signal);
   }
 }
@@ -129,10 +123,14 @@ TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
   const std::string withoutShebang = folder_.file("text", "echo never\n", true);
   const std::string missingInterpreter =
       folder_.file("script", "#!/nonexistent/interpreter\n", true);
-  const std::vector<std::pair<std::string, int>> rows{
-      {missing, ENOENT},         {notExecutable, EACCES},      {folder_.path(), EACCES},
-      {withoutShebang, ENOEXEC}, {missingInterpreter, ENOENT}, {"sh" /* in PATH */, ENOENT},
-      {"" /* no name */, ENOENT}};
+  // The last two are not looked up in PATH.
+  const std::vector<std::pair<std::string, int>> rows{{missing, ENOENT},
+                                                      {notExecutable, EACCES},
+                                                      {folder_.path(), EACCES},
+                                                      {withoutShebang, ENOEXEC},
+                                                      {missingInterpreter, ENOENT},
+                                                      {"sh", ENOENT},
+                                                      {"", ENOENT}};
   for (const auto &[path, errorNumber] : rows) expectLaunchError(program(path), path, errorNumber);
 }
 
@@ -151,12 +149,15 @@ TEST_P(LaunchFailure, UnusableWorkingDirectoryFailsLaunchWithItsPath) {
   expectLaunchError(request, request.executable, ENOENT);
 }
 
-TEST_P(LaunchFailure, InvalidArgumentOrEnvironmentFailsLaunch) {
+TEST_P(LaunchFailure, InvalidRequestFailsLaunch) {
   const std::string textWithNul("exit 0\0 || exit 1", 17);
   expectLaunchError(program("/bin/sh", {"-c", textWithNul}), "/bin/sh", EINVAL);
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.environmentChanges["NAME"] = textWithNul;
   expectLaunchError(request, "/bin/sh", EINVAL);
+  request.environmentChanges.clear();
+  request.standardOutput = {StandardStream::Kind::handle, nullptr};
+  expectLaunchError(request, "/bin/sh", EBADF);
   // 8 MiB exceed the kernel's limit for the arguments of a program.
   const std::string oversized(8u << 20, ' ');
   expectLaunchError(program("/bin/sh", {"-c", oversized}), "/bin/sh", E2BIG);

@@ -93,23 +93,18 @@ class ParentEnd : public testing::Test {
   pid_t child = 0;
 };
 
-TEST_F(ParentEnd, ChildWithEndsWithParentGetsSigtermWhenParentIsKilled) {
+TEST_F(ParentEnd, OnlyChildWithEndsWithParentGetsSigtermWhenParentIsKilled) {
   auto request = program("/bin/sh", {"-c", "echo $$; exec sleep 600"});
-  request.endsWithParent = true;
-  ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
-  ASSERT_NO_FATAL_FAILURE(killApplication());
-  const int status = waitForChild();
-  EXPECT_TRUE(WIFSIGNALED(status));
-  EXPECT_EQ(WTERMSIG(status), SIGTERM);
-}
-
-TEST_F(ParentEnd, ChildWithoutEndsWithParentOutlivesKilledParent) {
-  ASSERT_NO_FATAL_FAILURE(
-      startApplicationWithChild(program("/bin/sh", {"-c", "echo $$; exec sleep 600"})));
-  ASSERT_NO_FATAL_FAILURE(killApplication());
-  // A parent-death signal would have been delivered before this one.
-  ::kill(child, SIGUSR1);
-  EXPECT_EQ(WTERMSIG(waitForChild()), SIGUSR1);
+  for (const bool endsWithParent : {true, false}) {
+    request.endsWithParent = endsWithParent;
+    ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
+    ASSERT_NO_FATAL_FAILURE(killApplication());
+    // A parent-death signal would have been delivered before this one.
+    if (!endsWithParent) ::kill(child, SIGUSR1);
+    const int status = waitForChild();
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), endsWithParent ? SIGTERM : SIGUSR1);
+  }
 }
 
 TEST_F(ParentEnd, ChildWithEndsWithParentOutlivesLaunchingThread) {
@@ -136,9 +131,9 @@ bool isThreadOf(pid_t process, pid_t thread) {
                                  std::to_string(thread));
 }
 
-/// Continues a traced, stopped application until it has forked a child. ptrace stops the child
-/// before its first instruction. Returns the child's process ID, or zero when ptrace is not
-/// permitted.
+/// Continues a traced, stopped application until it has forked a child. ptrace stops a new
+/// thread or child before its first instruction. Returns the child's process ID, or zero when
+/// ptrace is not permitted.
 pid_t continueUntilChildIsForked(pid_t application) {
   int status = 0;
   if (waitpidUninterrupted(application, status) != application || !WIFSTOPPED(status)) return 0;
@@ -149,7 +144,6 @@ pid_t continueUntilChildIsForked(pid_t application) {
     const pid_t stopped = waitpidUninterrupted(-1, status);
     if (stopped <= 0) return 0;
     if (!WIFSTOPPED(status)) continue;
-    // ptrace stops a new thread or child before its first instruction.
     if (!isThreadOf(application, stopped)) return stopped;
     const int event = status >> 16;
     const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;

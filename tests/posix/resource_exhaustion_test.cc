@@ -1,18 +1,24 @@
-// Launches when the process has no free descriptors, threads or processes.
+// Launches and background work when no descriptor, thread or process is free.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <future>
+#include <system_error>
+#include <thread>
 
+#include "platform/posix/thread_background_queue.h"
 #include "tests/support/posix_test_support.h"
+#include "tests/support/time_limit.h"
 
 namespace orvel {
 namespace {
 
 using namespace posix_test;
 
-TEST(Shortage, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) {
+TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) {
   PosixProcessLauncher launcher(processEnvironment());
   const TemporaryFolder folder;
   const std::string path = folder.file("file", "");
@@ -45,34 +51,61 @@ TEST(Shortage, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) {
 }
 
 #if defined(__linux__)
-TEST(Shortage, ThreadAndProcessExhaustionFailsLaunch) {
-  PosixProcessLauncher launcher(processEnvironment());
-  // RLIMIT_NPROC does not apply to root.
-  const bool isRoot = ::geteuid() == 0;
-  constexpr uid_t nobody = 65534;
-  if (isRoot) {
-    ASSERT_EQ(::setresuid(nobody, nobody, 0), 0);
+/// Limits the threads and processes of the user during the lifetime of the object
+/// (RLIMIT_NPROC). Root is exempt from the limit and therefore becomes another user meanwhile.
+class TaskLimit {
+ public:
+  explicit TaskLimit(rlim_t tasks) : limit_(RLIMIT_NPROC, tasks) {
+    if (isRoot_ && ::setresuid(nobody, nobody, 0) != 0) ADD_FAILURE() << "cannot leave root";
   }
+  ~TaskLimit() {
+    if (isRoot_ && ::setresuid(0, 0, 0) != 0) ADD_FAILURE() << "cannot become root again";
+  }
+  TaskLimit(const TaskLimit &) = delete;
+  TaskLimit &operator=(const TaskLimit &) = delete;
+
+ private:
+  static constexpr uid_t nobody = 65534;
+  const bool isRoot_ = ::geteuid() == 0;
+  const ResourceLimit limit_;
+};
+
+TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
+  PosixProcessLauncher launcher(processEnvironment());
   const auto request = program("/bin/sh", {"-c", "exit 3"});
   LaunchResult child;
   int failures = 0;
   // With a rising limit, first no thread can be created, then a thread but no process, and
   // finally both. 5000 bounds the loop.
   for (rlim_t tasks = 0; !child.process && tasks < 5000; ++tasks) {
-    const ResourceLimit limit(RLIMIT_NPROC, tasks);
+    const TaskLimit limit(tasks);
     child = launcher.launch(request);
     if (child.process) break;
     ++failures;
     EXPECT_EQ(child.error, "/bin/sh: " + description(EAGAIN));
-  }
-  if (isRoot) {
-    ASSERT_EQ(::setresuid(0, 0, 0), 0);
   }
   EXPECT_GE(failures, 2);
   ASSERT_TRUE(child.process);
   child.process->waitUntilExit();
   EXPECT_EQ(child.process->terminationStatus(), 3);
   EXPECT_FALSE(hasZombieChild());
+}
+
+TEST(ResourceExhaustion, ThreadExhaustionRunsBackgroundWorkOnReserveThread) {
+  std::array<std::promise<std::thread::id>, 3> threads;
+  ThreadBackgroundQueue queue;
+  {
+    const TaskLimit limit(0);
+    ASSERT_THROW(std::thread([] {}).detach(), std::system_error);
+    for (auto &thread : threads) {
+      queue.post([&thread] { thread.set_value(std::this_thread::get_id()); });
+    }
+  }
+  for (auto &thread : threads) {
+    auto ran = thread.get_future();
+    ASSERT_EQ(ran.wait_for(timeLimit(std::chrono::seconds(20))), std::future_status::ready);
+    EXPECT_NE(ran.get(), std::this_thread::get_id());
+  }
 }
 #endif
 
