@@ -4,6 +4,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/application.h"
@@ -29,41 +32,78 @@ class FakeApplication final : public Application {
     scheduler_.recordOnMainThread("application regular");
   }
   /// Launches the application and calls `onRun`.
-  void run() override;
+  void run() override {
+    scheduler_.recordOnMainThread("application run");
+    if (delegate_ == nullptr) throw std::logic_error("an application without a delegate");
+    delegate_->applicationDidFinishLaunching();
+    if (onRun) onRun();
+  }
   void activate() override { scheduler_.recordOnMainThread("application activate"); }
   void terminate() override {
     scheduler_.recordOnMainThread("application terminate");
     requestTermination();
   }
-  void replyToShouldTerminate() override;
+  void replyToShouldTerminate() override {
+    if (!isWaitingForReply_) throw std::logic_error("a reply without a deferred termination");
+    isWaitingForReply_ = false;
+    finish();
+  }
 
   /// Simulates the user's Quit command. Ignored while an earlier request waits for its
   /// reply.
-  void requestTermination();
+  void requestTermination() {
+    if (terminated || isWaitingForReply_) return;
+    isWaitingForReply_ = delegate_->applicationShouldTerminate() == TerminateReply::later;
+    if (!isWaitingForReply_) finish();
+  }
   /// Simulates that the user closes the last window.
-  void closeLastWindow();
+  void closeLastWindow() {
+    scheduler_.recordOnMainThread("last window closed");
+    if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) requestTermination();
+  }
 
   /// Simulates the user during run().
   std::function<void()> onRun;
   bool terminated = false;
-  /// Whether a deferred termination waits for its reply.
-  bool waitingForReply = false;
 
  private:
-  void finish();
+  void finish() {
+    scheduler_.recordOnMainThread("application terminated");
+    terminated = true;
+  }
 
   FakeScheduler &scheduler_;
   ApplicationDelegate *delegate_ = nullptr;
+  /// Whether a deferred termination waits for its reply.
+  bool isWaitingForReply_ = false;
 };
 
-/// A screen, and windows that only record their calls.
+/// A window that only records its calls.
+class FakeWindow final : public Window {
+ public:
+  explicit FakeWindow(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+
+  void makeKeyAndOrderFront() override { scheduler_.recordOnMainThread("window shown"); }
+
+ private:
+  FakeScheduler &scheduler_;
+};
+
+/// A screen, and a factory for windows.
 class FakeWindowSystem final : public WindowSystem {
  public:
   explicit FakeWindowSystem(FakeScheduler &scheduler) : cookies(scheduler), scheduler_(scheduler) {}
 
   std::optional<Rect> mainScreenVisibleFrame() const override { return visibleFrame; }
   WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &webView,
-                   WebViewDelegate &delegate) override;
+                   WebViewDelegate &delegate) override {
+    scheduler_.recordOnMainThread("web view " + webView.applicationNameForUserAgent);
+    auto view = std::make_unique<FakeWebView>(scheduler_, webView, delegate, cookies);
+    web = view.get();
+    scheduler_.recordOnMainThread("window " + window.title);
+    configuration = window;
+    return {std::move(view), std::make_unique<FakeWindow>(scheduler_)};
+  }
 
   std::optional<Rect> visibleFrame = Rect{0, 25, 1920, 1000};
   /// The cookies of every web view.
@@ -100,7 +140,12 @@ class FakePanels final : public Panels {
   FakePanels(FakeScheduler &scheduler, const FakeApplication &application)
       : scheduler_(scheduler), application_(application) {}
 
-  void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
+  void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override {
+    scheduler_.recordOnMainThread("alert " + alert.messageText);
+    shown.push_back(alert);
+    open_.push_back(std::move(completion));
+    deliverAnswers();
+  }
 
   /// Answers the oldest open alert, or the next alert when none is open.
   void answer(const AlertAnswer &answer) {
@@ -113,7 +158,16 @@ class FakePanels final : public Panels {
 
  private:
   /// Schedules the completions of the alerts for which there is an answer.
-  void deliverAnswers();
+  void deliverAnswers() {
+    while (!open_.empty() && !answers_.empty()) {
+      scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
+                          [this, completion = std::move(open_.front()), answer = answers_.front()] {
+                            if (!application_.terminated) completion(answer);
+                          });
+      open_.pop_front();
+      answers_.pop_front();
+    }
+  }
 
   FakeScheduler &scheduler_;
   const FakeApplication &application_;

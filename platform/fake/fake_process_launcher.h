@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <deque>
 #include <functional>
 #include <map>
@@ -15,7 +16,7 @@
 
 namespace orvel {
 
-/// The behavior of a fake child process.
+/// The behaviour of a fake child process.
 struct FakeProcessScript {
   /// When present, the launch fails with this description.
   std::optional<std::string> launchError{};
@@ -33,19 +34,41 @@ struct FakeProcessScript {
 class FakeChildProcess final : public ChildProcess,
                                public std::enable_shared_from_this<FakeChildProcess> {
  public:
-  FakeChildProcess(FakeScheduler &scheduler, std::string name, FakeProcessScript script,
-                   LaunchRequest request);
+  FakeChildProcess(FakeScheduler &scheduler, std::string processName, FakeProcessScript script,
+                   LaunchRequest launchRequest)
+      : name(std::move(processName)),
+        request(std::move(launchRequest)),
+        scheduler_(scheduler),
+        script_(std::move(script)) {}
 
   bool isRunning() const override { return running_; }
   int terminationStatus() const override { return running_ ? 0 : status_; }
-  void terminate() override;
-  void kill() override;
-  void waitUntilExit() override;
+  void terminate() override {
+    scheduler_.record().add("terminate " + name);
+    if (onTerminate) onTerminate();
+    if (script_.exitsAfterSigterm) exitAfter(*script_.exitsAfterSigterm, SIGTERM);
+  }
+  void kill() override {
+    scheduler_.record().add("kill " + name);
+    exitAfter(std::chrono::milliseconds(0), SIGKILL);
+  }
+  void waitUntilExit() override {
+    scheduler_.block(std::nullopt, [this] { return !running_; });
+  }
 
   /// Ends the process with a status and schedules the termination handler.
-  void exit(int status);
+  void exit(int status) {
+    if (!running_) return;
+    running_ = false;
+    status_ = status;
+    if (!request.terminationHandler) return;
+    scheduler_.schedule(FakeScheduler::Thread::background, std::chrono::milliseconds(0),
+                        [self = shared_from_this()] { self->request.terminationHandler(self); });
+  }
   /// Schedules the exit, if the script has one.
-  void start();
+  void start() {
+    if (script_.exitsAfter) exitAfter(*script_.exitsAfter, script_.status);
+  }
 
   /// Called inside terminate().
   std::function<void()> onTerminate;
@@ -53,7 +76,10 @@ class FakeChildProcess final : public ChildProcess,
   const LaunchRequest request;
 
  private:
-  void exitAfter(std::chrono::milliseconds delay, int status);
+  void exitAfter(std::chrono::milliseconds delay, int status) {
+    scheduler_.schedule(FakeScheduler::Thread::background, delay,
+                        [self = shared_from_this(), status] { self->exit(status); });
+  }
 
   FakeScheduler &scheduler_;
   const FakeProcessScript script_;
@@ -67,23 +93,60 @@ class FakeProcessLauncher final : public ProcessLauncher {
  public:
   explicit FakeProcessLauncher(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  LaunchResult launch(const LaunchRequest &request) override;
+  LaunchResult launch(const LaunchRequest &request) override {
+    const bool isShell = request.executable == "/bin/zsh" && request.arguments.size() == 2 &&
+                         request.arguments[0] == "-c";
+    const std::string &program = isShell ? request.arguments[1] : request.executable;
+    std::string call = (isShell ? "sh " : "launch ") + program;
+    if (!isShell) {
+      for (const std::string &argument : request.arguments) call += " " + argument;
+    }
+    scheduler_.record().add(call);
+    const FakeProcessScript script = next(program, isShell);
+    if (script.launchError) return {nullptr, *script.launchError};
+    if (onLaunch) onLaunch(request);
+
+    LaunchRequest kept = request;
+    if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
+    // The reader of a shell command's output waits until the pipe is closed.
+    if (isShell) kept.standardOutput = {};
+    const std::string name = isShell ? program : "process " + std::to_string(launched.size() + 1);
+    auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, kept);
+    if (!isShell) launched.push_back(process);
+    process->start();
+    return {process, ""};
+  }
 
   /// Sets the scripts of the next launches of a program, in order. The last script
   /// repeats. Without a script, a shell command prints nothing and exits at once, and a
   /// program runs until SIGTERM.
-  void setScripts(const std::string &program, std::vector<FakeProcessScript> scripts);
+  void setScripts(const std::string &program, std::deque<FakeProcessScript> scripts) {
+    scripts_[program] = std::move(scripts);
+  }
   /// Sets the outputs of the next runs of a shell command, in order. The last output
   /// repeats.
-  void setShellOutputs(const std::string &commandLine, const std::vector<std::string> &outputs);
+  void setShellOutputs(const std::string &commandLine, const std::vector<std::string> &outputs) {
+    auto &scripts = scripts_[commandLine];
+    scripts.clear();
+    for (const std::string &output : outputs) {
+      scripts.push_back({.output = output, .exitsAfter = std::chrono::milliseconds(0)});
+    }
+  }
 
-  /// Called before each program starts. Lets a test change the disk as the program would.
+  /// Called before each program starts. A test can write the files that the program would write.
   std::function<void(const LaunchRequest &)> onLaunch;
   /// All processes other than shell commands, oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;
 
  private:
-  FakeProcessScript next(const std::string &program, bool isShell);
+  FakeProcessScript next(const std::string &program, bool isShell) {
+    auto &scripts = scripts_[program];
+    if (scripts.empty() && isShell) return {.exitsAfter = std::chrono::milliseconds(0)};
+    if (scripts.empty()) return {};
+    FakeProcessScript script = scripts.front();
+    if (scripts.size() > 1) scripts.pop_front();
+    return script;
+  }
 
   FakeScheduler &scheduler_;
   std::map<std::string, std::deque<FakeProcessScript>> scripts_;

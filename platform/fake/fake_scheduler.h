@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -31,25 +33,53 @@ class FakeScheduler {
   bool onMainThread() const { return thread_ == Thread::main; }
   /// Adds a call to the record. Throws std::logic_error when the running task simulates a
   /// background thread.
-  void recordOnMainThread(const std::string &call);
+  void recordOnMainThread(const std::string &call) {
+    if (!onMainThread()) throw std::logic_error("outside the main thread: " + call);
+    record_.add(call);
+  }
 
-  void schedule(Thread thread, Duration delay, std::function<void()> work);
+  void schedule(Thread thread, Duration delay, std::function<void()> work) {
+    tasks_.emplace(Key{now_ + delay, posted_++}, Task{thread, std::move(work)});
+  }
 
   /// Advances the time and runs the tasks that become due.
-  void advance(Duration duration);
+  void advance(Duration duration) {
+    const Duration target = now_ + duration;
+    while (runNext(target, true)) {
+    }
+    now_ = std::max(now_, target);
+  }
   /// Runs the tasks that are due now, including those that they post.
   void runUntilIdle() { advance(Duration(0)); }
   /// Runs tasks and advances the time until the condition is true. Returns false when no
   /// task is due within the time limit.
-  bool runUntil(const std::function<bool()> &condition, Duration limit);
+  bool runUntil(const std::function<bool()> &condition, Duration limit) {
+    const Duration target = now_ + limit;
+    while (!condition()) {
+      if (!runNext(target, true)) return false;
+    }
+    return true;
+  }
   /// Returns the time until the next task is due, or nullopt when there is no task.
-  std::optional<Duration> nextDue() const;
+  std::optional<Duration> nextDue() const {
+    if (tasks_.empty()) return std::nullopt;
+    return std::max(Duration(0), tasks_.begin()->first.first - now_);
+  }
 
   /// Simulates that the running thread blocks until the condition is true or the time
   /// limit has passed. Meanwhile runs the tasks of other threads; when the main thread is
   /// blocked, its tasks wait. Without a limit, throws std::logic_error when no task is
   /// left that could make the condition true.
-  void block(std::optional<Duration> limit, const std::function<bool()> &condition);
+  void block(std::optional<Duration> limit, const std::function<bool()> &condition) {
+    const Duration target = limit ? now_ + *limit : Duration::max();
+    const bool mainMayRun = !onMainThread();
+    while (!condition()) {
+      if (runNext(target, mainMayRun)) continue;
+      if (!limit) throw std::logic_error("deadlock: no task can end the wait");
+      now_ = std::max(now_, target);
+      return;
+    }
+  }
 
   Record &record() { return record_; }
 
@@ -61,7 +91,19 @@ class FakeScheduler {
   };
 
   /// Runs the first task that is due by `latest`. Returns whether there was one.
-  bool runNext(Duration latest, bool mainMayRun);
+  bool runNext(Duration latest, bool mainMayRun) {
+    for (auto task = tasks_.begin(); task != tasks_.end() && task->first.first <= latest; ++task) {
+      if (task->second.thread == Thread::main && !mainMayRun) continue;
+      const Task taken = std::move(task->second);
+      now_ = std::max(now_, task->first.first);
+      tasks_.erase(task);
+      const Thread interrupted = std::exchange(thread_, taken.thread);
+      taken.work();
+      thread_ = interrupted;
+      return true;
+    }
+    return false;
+  }
 
   Record &record_;
   Duration now_{0};
@@ -74,12 +116,25 @@ class FakeMainQueue final : public MainQueue {
  public:
   explicit FakeMainQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void post(std::function<void()> work) override;
-  void after(std::chrono::milliseconds delay, std::function<void()> work) override;
-  void every(std::chrono::milliseconds interval, std::function<void()> work) override;
+  void post(std::function<void()> work) override {
+    scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0), std::move(work));
+  }
+  void after(std::chrono::milliseconds delay, std::function<void()> work) override {
+    scheduler_.record().add("after " + std::to_string(delay.count()) + " ms");
+    scheduler_.schedule(FakeScheduler::Thread::main, delay, std::move(work));
+  }
+  void every(std::chrono::milliseconds interval, std::function<void()> work) override {
+    scheduler_.record().add("every " + std::to_string(interval.count()) + " ms");
+    repeat(interval, work);
+  }
 
  private:
-  void repeat(std::chrono::milliseconds interval, const std::function<void()> &work);
+  void repeat(std::chrono::milliseconds interval, const std::function<void()> &work) {
+    scheduler_.schedule(FakeScheduler::Thread::main, interval, [this, interval, work] {
+      repeat(interval, work);
+      work();
+    });
+  }
 
   FakeScheduler &scheduler_;
 };
@@ -103,7 +158,10 @@ class FakeClock final : public Clock {
   explicit FakeClock(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   std::chrono::system_clock::time_point now() const override { return start + scheduler_.now(); }
-  void sleep(std::chrono::milliseconds duration) override;
+  void sleep(std::chrono::milliseconds duration) override {
+    scheduler_.record().add("sleep " + std::to_string(duration.count()) + " ms");
+    scheduler_.block(duration, [] { return false; });
+  }
 
   std::chrono::system_clock::time_point start{std::chrono::sys_days{std::chrono::year_month_day{
       std::chrono::year(2026), std::chrono::January, std::chrono::day(1)}}};

@@ -1,12 +1,18 @@
 #pragma once
 
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <system_error>
 
+#include "base/real_folder.h"
 #include "platform/bundle.h"
 #include "platform/fake/record.h"
 #include "platform/locations.h"
+#include "platform/posix/replaceable_folder.h"
 #include "platform/user_defaults.h"
 
 namespace orvel {
@@ -14,7 +20,11 @@ namespace orvel {
 using StoredTexts = std::map<std::string, std::string, std::less<>>;
 
 /// Returns the text with this key, or nullopt when the key is missing.
-std::optional<std::string> find(const StoredTexts &texts, std::string_view key);
+inline std::optional<std::string> find(const StoredTexts &texts, std::string_view key) {
+  const auto found = texts.find(key);
+  if (found == texts.end()) return std::nullopt;
+  return found->second;
+}
 
 /// A bundle whose string entries and code signatures are in memory.
 class FakeBundle final : public Bundle {
@@ -25,7 +35,9 @@ class FakeBundle final : public Bundle {
     return isReadable ? find(texts, key) : std::nullopt;
   }
   std::optional<std::string> teamIdentifier() const override { return team; }
-  bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override;
+  bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override {
+    return find(signers, bundlePath) == signer;
+  }
 
   StoredTexts texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
   /// False simulates an unreadable Info.plist.
@@ -43,7 +55,10 @@ class FakeUserDefaults final : public UserDefaults {
   explicit FakeUserDefaults(Record &record) : record_(record) {}
 
   std::optional<std::string> text(std::string_view key) const override { return find(texts, key); }
-  void setText(std::string_view key, std::string_view value) override;
+  void setText(std::string_view key, std::string_view value) override {
+    record_.add("default " + std::string(key) + " = " + std::string(value));
+    texts.insert_or_assign(std::string(key), std::string(value));
+  }
 
   StoredTexts texts;
 
@@ -60,10 +75,32 @@ class FakeLocations final : public Locations {
   std::string downloads() const override { return downloadsFolder; }
   std::string temporary() const override { return temporaryFolder; }
   /// Replaces the real folder when `replaceSucceeds`. Not atomic.
-  bool replaceItem(const std::string &original, const std::string &replacement) const override;
-  bool canReplaceItem(const std::string &original) const override;
+  bool replaceItem(const std::string &original, const std::string &replacement) const override {
+    namespace fs = std::filesystem;
+    record_.add("replace " + original + " by " + replacement);
+    std::error_code error;
+    if (!replaceSucceeds || !isRealFolder(original) || !isRealFolder(replacement) ||
+        fs::equivalent(original, replacement, error)) {
+      return false;
+    }
+    // Unlike rename(2), a copy works between two file systems.
+    const std::string copy = original + ".new";
+    fs::copy(replacement, copy, fs::copy_options::recursive | fs::copy_options::copy_symlinks,
+             error);
+    if (error) return false;
+    fs::remove_all(original);
+    fs::rename(copy, original);
+    fs::remove_all(replacement);
+    return true;
+  }
+  bool canReplaceItem(const std::string &original) const override {
+    return isWritable && canReplaceFolder(original);
+  }
   /// Records the URL, and whether the file exists.
-  void quarantine(const std::string &file, const Url &source) const override;
+  void quarantine(const std::string &file, const Url &source) const override {
+    const std::string kind = std::filesystem::exists(file) ? "file" : "missing file";
+    record_.add("quarantine " + kind + " from " + source.absoluteString);
+  }
   bool isExecutableFile(const std::string &path) const override {
     return executables.contains(path);
   }

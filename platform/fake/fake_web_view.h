@@ -1,9 +1,13 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "platform/fake/fake_http_session.h"
 #include "platform/fake/fake_scheduler.h"
 #include "platform/web_view.h"
 
@@ -14,8 +18,25 @@ class FakeCookieStore final : public CookieStore {
  public:
   explicit FakeCookieStore(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void set(const Cookie &cookie, std::function<void()> completion) override;
-  void all(std::function<void(std::vector<Cookie>)> completion) override;
+  void set(const Cookie &cookie, std::function<void()> completion) override {
+    scheduler_.recordOnMainThread("cookie " + cookie.name + "=" + cookie.value + " for " +
+                                  cookie.domain + cookie.path + (cookie.secure ? " secure" : ""));
+    scheduler_.schedule(FakeScheduler::Thread::main, delay,
+                        [this, cookie, completion = std::move(completion)] {
+                          std::erase_if(cookies, [&](const Cookie &other) {
+                            return other.name == cookie.name && other.domain == cookie.domain &&
+                                   other.path == cookie.path;
+                          });
+                          cookies.push_back(cookie);
+                          scheduler_.record().add("cookie stored");
+                          completion();
+                        });
+  }
+  void all(std::function<void(std::vector<Cookie>)> completion) override {
+    scheduler_.recordOnMainThread("all cookies");
+    scheduler_.schedule(FakeScheduler::Thread::main, delay,
+                        [this, completion = std::move(completion)] { completion(cookies); });
+  }
 
   std::vector<Cookie> cookies;
   /// The time until a completion is called.
@@ -28,11 +49,23 @@ class FakeCookieStore final : public CookieStore {
 /// A web view that only keeps the current page.
 class FakeWebView final : public WebView {
  public:
-  FakeWebView(FakeScheduler &scheduler, WebViewConfiguration configuration,
-              WebViewDelegate &delegate, FakeCookieStore &cookies);
+  FakeWebView(FakeScheduler &scheduler, WebViewConfiguration webConfiguration,
+              WebViewDelegate &webDelegate, FakeCookieStore &cookies)
+      : configuration(std::move(webConfiguration)),
+        delegate(webDelegate),
+        scheduler_(scheduler),
+        cookies_(cookies) {}
 
-  void load(const UrlRequest &request) override;
-  void loadHtml(std::string_view html) override;
+  void load(const UrlRequest &request) override {
+    scheduler_.recordOnMainThread("load " + describe(request));
+    shownUrl = request.url.absoluteString;
+    shownHtml.clear();
+  }
+  void loadHtml(std::string_view html) override {
+    scheduler_.recordOnMainThread("load html " + std::string(html));
+    shownHtml = html;
+    shownUrl.clear();
+  }
   void reload() override { scheduler_.recordOnMainThread("reload"); }
   CookieStore &cookieStore() override { return cookies_; }
 
