@@ -1,22 +1,9 @@
-#include "web/address_dialog.h"
-
 #include <utility>
 
 #include "app/app_delegate.h"
+#include "web/server_address.h"
 
 namespace orvel {
-
-std::string_view trimSpacesAndTabs(std::string_view text) {
-  constexpr std::string_view spaces = " \t";
-  const auto begin = text.find_first_not_of(spaces);
-  if (begin == std::string_view::npos) return "";
-  return text.substr(begin, text.find_last_not_of(spaces) + 1 - begin);
-}
-
-bool isServerAddress(std::string_view text) {
-  const auto url = Url::parse(text);
-  return url && (url->scheme == "http" || url->scheme == "https");
-}
 
 void AppDelegate::kiesAdres() {
   Alert dialog;

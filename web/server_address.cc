@@ -39,6 +39,18 @@ bool mayReceiveKey(const Url &url, const TcpListeners &listeners) {
   return hasListener;
 }
 
+std::string_view trimSpacesAndTabs(std::string_view text) {
+  constexpr std::string_view spaces = " \t";
+  const auto begin = text.find_first_not_of(spaces);
+  if (begin == std::string_view::npos) return "";
+  return text.substr(begin, text.find_last_not_of(spaces) + 1 - begin);
+}
+
+bool isServerAddress(std::string_view text) {
+  const auto url = Url::parse(text);
+  return url && (url->scheme == "http" || url->scheme == "https");
+}
+
 std::string AppDelegate::baseURL() const {
   auto address = platform_.defaults.text("osURL");
   if (!address) address = platform_.bundle.infoText("ORVELOSURL");

@@ -11,9 +11,9 @@
 #include "platform/linux/webkit/main_frame_filter.h"
 #include "platform/linux/webkit/webkit_url.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "web/address_dialog.h"
 #include "web/navigation_policy.h"
 #include "web/same_origin.h"
+#include "web/server_address.h"
 
 namespace orvel::fuzz {
 

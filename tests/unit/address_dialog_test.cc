@@ -1,4 +1,4 @@
-#include "web/address_dialog.h"
+#include "web/server_address.h"
 
 #include "tests/unit/core_test.h"
 
