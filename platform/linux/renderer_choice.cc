@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-/// Whether a folder of device files has a render node that this user may open.
+/// Returns whether a folder of device files has a render node that this user may open.
 bool hasUsableRenderNode(const std::filesystem::path &folder) {
   std::error_code error;
   for (const auto &entry : std::filesystem::directory_iterator(folder, error)) {

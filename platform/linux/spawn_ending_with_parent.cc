@@ -20,8 +20,8 @@ namespace {
 /// without data tells the parent that the program runs.
 constexpr int errorDescriptor = STDERR_FILENO + 1;
 
-/// Blocks all signals of this thread during its lifetime, so that none of our signal
-/// handlers runs in the child.
+/// Blocks all signals of this thread during its lifetime, so that no signal handler of the
+/// application runs in the child.
 class BlockedSignals {
  public:
   BlockedSignals() {

@@ -5,8 +5,8 @@
 
 namespace orvel {
 
-/// An unpacker of release archives with libarchive. A single rename puts the bundle in place,
-/// after the complete archive is unpacked and its program has proved loadable on this system.
+/// An unpacker of release archives with libarchive. A single rename puts the bundle in place
+/// after the complete archive is unpacked and the dynamic loader accepts its program.
 /// Any thread; blocks on the disk and on child processes.
 class ArchiveUnpacker final : public ReleaseUnpacker {
  public:

@@ -44,7 +44,7 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
   return stops;
 }
 
-/// Whether a character is in Foundation's whitespaceAndNewlineCharacterSet.
+/// Returns whether a character is in Foundation's whitespaceAndNewlineCharacterSet.
 /// g_unichar_isspace lacks U+000B and U+0085.
 bool isBlank(gunichar character) {
   constexpr gunichar nextLine = 0x85;

@@ -16,7 +16,7 @@ constexpr guint launchIntervalMilliseconds = 10;
 
 using GlibTexts = std::unique_ptr<char *, void (*)(char **)>;
 
-/// Whether a variable holds a startup token. This process has used its token already, and a
+/// Returns whether a variable holds a startup token. This process has used its token already, and a
 /// token is valid once.
 bool isStartupToken(const std::string &variable) {
   return variable == "DESKTOP_STARTUP_ID" || variable == "XDG_ACTIVATION_TOKEN";

@@ -19,7 +19,8 @@ struct FileHead {
 ///   "filename", unless it cannot be decoded (RFC 8187).
 /// - The last path component of the address, percent-decoded if the result is UTF-8.
 /// - The host of the address.
-/// A name without an extension gets the usual one for the media type; a host always does.
+/// A name without an extension gets the usual extension of the media type. A host gets one as
+/// well, although it contains full stops.
 /// Returns nullopt when there is no name. Any thread.
 std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address);
 

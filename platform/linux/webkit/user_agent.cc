@@ -7,7 +7,7 @@ namespace orvel {
 
 namespace {
 
-/// Whether the text is a token of RFC 9110, section 5.6.2.
+/// Returns whether the text is a token of RFC 9110, section 5.6.2.
 bool isToken(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) {
     return g_ascii_isalnum(character) ||
@@ -15,7 +15,7 @@ bool isToken(std::string_view text) {
   });
 }
 
-/// Whether the text is a product of RFC 9110, section 10.1.5, with a version.
+/// Returns whether the text is a product of RFC 9110, section 10.1.5, with a version.
 bool isProduct(std::string_view text) {
   const auto slash = text.find('/');
   return slash != std::string_view::npos && isToken(text.substr(0, slash)) &&

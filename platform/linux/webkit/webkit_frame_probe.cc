@@ -40,7 +40,7 @@ void addConfirmationHandler(WebKitUserContentManager *content, const std::string
   webkit_user_script_unref(script);
 }
 
-/// Whether a content filter blocked a load.
+/// Returns whether a content filter blocked a load.
 bool isBlocked(const GError *error) {
   // The API has no name for this error code.
   constexpr int blockedByContentFilter = 104;
