@@ -10,7 +10,7 @@
 namespace orvel {
 namespace {
 
-TEST(MallocRetention, LargeBlockIsAlwaysMappedByItself) {
+TEST(MallocRetention, FreedLargeBlockIsUnmapped) {
   if (posix_test::hasSanitizer) GTEST_SKIP() << "a sanitizer has its own allocator";
   limitMallocRetention();
   constexpr std::size_t blockSize = std::size_t{16} * 1024 * 1024;

@@ -30,7 +30,7 @@ Environment environmentAfter(const RendererChoice &choice, unsigned gtkMinor,
   return after;
 }
 
-TEST(ChooseRenderer, RenderNodeIsGraphicsCard) {
+TEST(ChooseRenderer, RenderNodeIsGraphicsCardAndVersionFileIsNvidiaDriver) {
   const TemporaryFolder devices;
   const auto missing = devices.path() / "missing";
   EXPECT_EQ(chooseRenderer(missing, missing), RendererChoice());
@@ -39,11 +39,7 @@ TEST(ChooseRenderer, RenderNodeIsGraphicsCard) {
   EXPECT_FALSE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
   devices.file("renderD128", "");
   EXPECT_TRUE(chooseRenderer(devices.path(), missing).hasGraphicsCard);
-}
-
-TEST(ChooseRenderer, VersionFileIsNvidiaDriver) {
-  const TemporaryFolder devices;
-  EXPECT_TRUE(chooseRenderer(devices.path(), devices.file("version", "")).hasNvidiaDriver);
+  EXPECT_TRUE(chooseRenderer(missing, devices.file("version", "")).hasNvidiaDriver);
 }
 
 TEST(ApplyRendererChoice, WithoutGraphicsCardNothingUsesGl) {
@@ -57,11 +53,8 @@ TEST(ApplyRendererChoice, WithoutGraphicsCardNothingUsesGl) {
   EXPECT_EQ(environmentAfter({.hasGraphicsCard = false}, 16), expected);
 }
 
-TEST(ApplyRendererChoice, GraphicsCardLeavesDefaults) {
+TEST(ApplyRendererChoice, WithGraphicsCardOnlyNvidiaDriverDisablesSharedBuffers) {
   EXPECT_EQ(environmentAfter({.hasGraphicsCard = true}, 16), Environment());
-}
-
-TEST(ApplyRendererChoice, NvidiaDriverDisablesSharedBuffersOnly) {
   EXPECT_EQ(environmentAfter({.hasGraphicsCard = true, .hasNvidiaDriver = true}, 16),
             (Environment{{"WEBKIT_DISABLE_DMABUF_RENDERER", "1"}}));
 }

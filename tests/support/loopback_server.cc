@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace orvel {
@@ -163,6 +164,19 @@ std::string refusedUrl(std::string_view path) {
   const auto [descriptor, port] = boundSocket();
   ::close(descriptor);
   return "http://127.0.0.1:" + std::to_string(port) + std::string(path);
+}
+
+std::string unresponsiveUrl() {
+  const auto [listener, port] = boundSocket();
+  ::listen(listener, 0);
+  const sockaddr_in address = loopbackAddress(port);
+  for (int clients = 0; clients < 8; ++clients) {
+    const int client = newSocket();
+    ::fcntl(client, F_SETFL, O_NONBLOCK);
+    // Fails with EINPROGRESS, because the socket does not block.
+    std::ignore = ::connect(client, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+  }
+  return "http://127.0.0.1:" + std::to_string(port) + "/";
 }
 
 std::string headerField(const std::string &head, std::string_view name) {

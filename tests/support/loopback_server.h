@@ -78,6 +78,9 @@ LoopbackServer::Handler stallAfter(std::string bytes);
 
 /// Returns a URL with a port of 127.0.0.1 that refuses connections.
 std::string refusedUrl(std::string_view path = "/");
+/// Returns a URL with a port of 127.0.0.1 that neither accepts nor refuses connections, because
+/// the backlog of its listener is full. Its sockets stay open until the process ends.
+std::string unresponsiveUrl();
 
 /// Returns the value of a field in a head: the bytes between the colon and the line
 /// break, or "(absent)".

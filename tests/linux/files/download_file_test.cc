@@ -70,12 +70,9 @@ TEST_P(DownloadFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
   }
 }
 
-TEST_P(DownloadFiles, FileIsRemovedOnDestruction) {
+TEST_P(DownloadFiles, FileIsRemovedOnDestructionAndOnExit) {
   EXPECT_TRUE(makeFile().write("contents"));
   EXPECT_TRUE(fs::is_empty(folder_.path()));
-}
-
-TEST_P(DownloadFiles, FileIsRemovedOnExit) {
   inChild([this] {
     auto *file = new DownloadFile(makeFile());
     file->write("contents");

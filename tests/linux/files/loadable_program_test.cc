@@ -58,7 +58,7 @@ class LoadableProgram : public testing::Test {
   PosixProcessLauncher launcher_{processEnvironment()};
 };
 
-TEST_F(LoadableProgram, ProgramBuiltHereIsLoadable) {
+TEST_F(LoadableProgram, ProgramBuiltForThisMachineIsLoadable) {
   EXPECT_TRUE(isLoadable(releaseProgram()));
   // Control: an execution of the program would be detected.
   const std::string path = folder_.file("program", releaseProgram(), true);
@@ -66,7 +66,7 @@ TEST_F(LoadableProgram, ProgramBuiltHereIsLoadable) {
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "executed"));
 }
 
-TEST_F(LoadableProgram, PathMayHoldAnyCharacter) {
+TEST_F(LoadableProgram, ProgramWithSpecialCharactersInPathIsLoadable) {
   for (const std::string name : {"blanks  and 'quotes'", "-rf", "x => not found",
                                  "a' not found (required by b", "line\nbreak"}) {
     const auto folder = folder_.path() / name;

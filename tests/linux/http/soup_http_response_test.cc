@@ -110,7 +110,7 @@ TEST_F(SoupHttpResponse, TruncatedOrMalformedHeadFails) {
   expectReply(std::string("\x16\x03\x01\x00\x00\x00", 6), std::nullopt, std::nullopt);
 }
 
-TEST_F(SoupHttpResponse, TruncatedBodyLeavesHeadOnly) {
+TEST_F(SoupHttpResponse, TruncatedBodyReturnsHeadOnly) {
   const std::string chunked = "Transfer-Encoding: chunked\r\n";
   // libsoup accepts a head without the empty line at its end.
   for (const std::string &rest :
@@ -148,7 +148,7 @@ LoopbackServer::Handler sendForever(const std::string &start, const std::string 
   };
 }
 
-TEST_F(SoupHttpResponse, OversizedBodyLeavesHeadOnly) {
+TEST_F(SoupHttpResponse, OversizedBodyReturnsHeadOnly) {
   const LoopbackServer server(sendForever("HTTP/1.0 200 OK\r\n\r\n", std::string(1'000'000, 'x')));
   const auto reply = fetch(session_, server.url());
   EXPECT_EQ(reply.status, 200);

@@ -10,7 +10,6 @@
 #include <set>
 #include <thread>
 
-#include "tests/linux/http/unresponsive_port.h"
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 
@@ -71,9 +70,8 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
     if (head.starts_with("GET /begun ")) client.send("HTTP/1.1 200 OK\r\n\r\nabc");
     client.waitForClose();
   });
-  const UnresponsivePort unresponsive;
   const std::vector<std::string> addresses{server.url("/silent"), server.url("/begun"),
-                                           unresponsive.url(), "http://name.invalid/", "ftp://x"};
+                                           unresponsiveUrl(), "http://name.invalid/", "ftp://x"};
   for (int round = 0; round < 20; ++round) {
     HttpReplies replies;
     const auto captured = std::make_shared<int>(1);

@@ -6,7 +6,6 @@
 #include <future>
 
 #include "platform/linux/http/soup_http_session.h"
-#include "tests/linux/http/unresponsive_port.h"
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 
@@ -22,10 +21,9 @@ UrlRequest requestWithTimeout(const std::string &address, milliseconds timeout) 
 }
 
 TEST(SoupHttpTimeout, ConnectingAndMissingOrStalledHeadTimeOut) {
-  const UnresponsivePort unresponsive;
   const LoopbackServer silent(stallAfter(""));
   const LoopbackServer stalled(stallAfter("HTTP/1.1 200 OK\r\nConte"));
-  for (const std::string &address : {unresponsive.url(), silent.url(), stalled.url()}) {
+  for (const std::string &address : {unresponsiveUrl(), silent.url(), stalled.url()}) {
     HttpReplies replies;
     SoupHttpSession session;
     session.dataTask(requestOf(address), replies.completion("default timeout"));

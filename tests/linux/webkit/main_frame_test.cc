@@ -61,7 +61,7 @@ TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
   }
 }
 
-TEST_F(MainFrame, RedirectIsDecidedAgainAndCancelled) {
+TEST_F(MainFrame, RedirectTargetIsDecidedSeparatelyAndCancelled) {
   for (const std::string status : {"301", "302", "303", "307", "308"}) {
     showPage(pageWithFrame);
     delegate.decisions.clear();

@@ -111,12 +111,12 @@ class PageDelegate final : public WebViewDelegate {
   void runJavaScriptAlertPanel(const std::string &message,
                                std::function<void()> completion) override {
     panels.push_back("alert " + message);
-    alertCompletions.push_back(std::move(completion));
+    panelCompletions.emplace_back([completion = std::move(completion)](bool) { completion(); });
   }
   void runJavaScriptConfirmPanel(const std::string &message,
                                  std::function<void(bool)> completion) override {
     panels.push_back("confirm " + message);
-    confirmCompletions.push_back(std::move(completion));
+    panelCompletions.push_back(std::move(completion));
   }
   void webViewWebContentProcessDidTerminate() override {}
 
@@ -132,8 +132,7 @@ class PageDelegate final : public WebViewDelegate {
   std::vector<std::string> downloads;
   /// The kinds and messages of the panels, such as "alert Hello".
   std::vector<std::string> panels;
-  std::vector<std::function<void()>> alertCompletions;
-  std::vector<std::function<void(bool)>> confirmCompletions;
+  std::vector<std::function<void(bool isConfirmed)>> panelCompletions;
   /// The target and URL of the last call of `policyFor`.
   mutable std::string lastPolicyQuery;
 

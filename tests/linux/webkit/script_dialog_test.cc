@@ -22,10 +22,8 @@ class ScriptDialog : public PageTest {
   bool waitForTitle(const std::string &title) { return waitForResult("document.title", title); }
   /// Answers all panels since the last call, and returns them.
   Strings answerPanels(bool isConfirmed = true) {
-    for (const auto &completion : delegate.alertCompletions) completion();
-    for (const auto &completion : delegate.confirmCompletions) completion(isConfirmed);
-    delegate.alertCompletions.clear();
-    delegate.confirmCompletions.clear();
+    for (const auto &completion : delegate.panelCompletions) completion(isConfirmed);
+    delegate.panelCompletions.clear();
     return std::exchange(delegate.panels, {});
   }
 };

@@ -85,7 +85,7 @@ TEST_F(SubFrame, FormWithNameOfFrameIsShown) {
   expectShown("/file/1", "POST");
 }
 
-TEST_F(SubFrame, FragmentWithinFileSendsNoRequest) {
+TEST_F(SubFrame, NavigationToFragmentOfShownFileSendsNoRequest) {
   setPage("/file/1", "<a id=link href=#part>x</a><p id=part>content of /file/1");
   showPage("<iframe src=/file/1></iframe>");
   evaluate(clickLinkInFrame);

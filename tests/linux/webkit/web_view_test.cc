@@ -8,9 +8,8 @@
 namespace orvel {
 namespace {
 
-void respondWithPage(LoopbackConnection &connection, const std::string & /*head*/) {
-  connection.send(okResponse("<body>page", "Content-Type: text/html\r\n"));
-}
+const LoopbackServer::Handler respondWithPage =
+    respondWith(okResponse("<body>page", "Content-Type: text/html\r\n"));
 
 /// Ends every connection with a reset.
 void respondWithReset(LoopbackConnection &connection, const std::string & /*head*/) {
