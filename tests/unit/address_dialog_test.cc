@@ -1,6 +1,5 @@
-#include "web/server_address.h"
-
 #include "tests/unit/core_test.h"
+#include "web/server_address.h"
 
 namespace orvel {
 namespace {

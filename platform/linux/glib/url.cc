@@ -21,8 +21,8 @@ bool isOneOf(char character, std::string_view characters) {
   return characters.find(character) != std::string_view::npos;
 }
 
-/// Returns whether a text consists of unreserved characters, sub-delimiters, complete percent escapes
-/// and the given additional characters (RFC 3986, sections 2 and 3).
+/// Returns whether a text consists of unreserved characters, sub-delimiters, complete percent
+/// escapes and the given additional characters (RFC 3986, sections 2 and 3).
 bool consistsOf(std::string_view text, std::string_view additional) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char character = text[at];
@@ -51,8 +51,8 @@ bool isScheme(std::string_view text) {
          });
 }
 
-/// Returns whether a text is an IP literal without its brackets (RFC 3986, section 3.2.2). It may have
-/// a zone (RFC 6874).
+/// Returns whether a text is an IP literal without its brackets (RFC 3986, section 3.2.2). It may
+/// have a zone (RFC 6874).
 bool isAddressLiteral(std::string_view text) {
   if (text.empty() || !consistsOf(text, ":")) return false;
   if (text.front() == 'v' || text.front() == 'V') {
