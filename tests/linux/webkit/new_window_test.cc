@@ -67,7 +67,7 @@ TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
 }
 
 TEST_F(NewWindow, WindowsOpenedWithoutUserGestureReachDelegateOnePerMainLoopIteration) {
-  constexpr std::size_t count = 2000;
+  constexpr std::size_t count = 500;
   setPage("/start", "<script>for (let number = 0; number < " + std::to_string(count) +
                         "; ++number) open('/window' + number);</script>");
   load("/start");
