@@ -69,6 +69,10 @@ class ContractPlatform {
   /// body fails.
   virtual void scriptNextResponse(const std::string & /*url*/, int /*status*/,
                                   const std::optional<std::string> & /*body*/) {}
+  /// Returns whether an alert is open. Not on the fake platform.
+  virtual bool isAlertOpen() { return false; }
+  /// Kills the process that runs the page of the only web view. Not on the fake platform.
+  virtual void killPageProcess() {}
   /// Asks the running application to quit, as the desktop session does at its end.
   virtual void requestTermination() = 0;
 };

@@ -1,10 +1,12 @@
 #include <gtk/gtk.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -88,6 +90,31 @@ GtkWindow *requireOpenAlert() {
   GtkWindow *alert = openAlert();
   if (alert == nullptr) throw std::logic_error("no alert is open");
   return alert;
+}
+
+/// Kills the web processes: one runs the page, and WebKit may keep others for later pages. They are
+/// not children of this process, because the sandbox is between them.
+void killWebProcesses() {
+  struct Process {
+    std::string name;
+    pid_t parent = 0;
+  };
+  std::map<pid_t, Process> processes;
+  for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+    // proc_pid_stat(5). A name with a space cannot be read and is not wanted.
+    std::ifstream stat(entry.path() / "stat");
+    pid_t id = 0;
+    Process process;
+    char state = 0;
+    if (stat >> id >> process.name >> state >> process.parent) processes[id] = process;
+  }
+  for (const auto &[id, process] : processes) {
+    // The kernel truncates the name to 15 characters.
+    if (process.name != "(WebKitWebProces)") continue;
+    pid_t ancestor = id;
+    while (ancestor != 0 && ancestor != ::getpid()) ancestor = processes[ancestor].parent;
+    if (ancestor != 0) ::kill(id, SIGKILL);
+  }
 }
 
 /// Returns the widgets of a type in a widget and its descendants, in order. Does not search
@@ -189,6 +216,10 @@ class LinuxContractPlatform final : public ContractPlatform {
     }
     return all;
   }
+
+  bool isAlertOpen() override { return openAlert() != nullptr; }
+
+  void killPageProcess() override { killWebProcesses(); }
 
   void requestTermination() override { ::raise(SIGTERM); }
 

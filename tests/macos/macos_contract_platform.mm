@@ -1,9 +1,11 @@
 #import <AppKit/AppKit.h>
+#import <WebKit/WebKit.h>
 #include <gtest/gtest.h>
 #import <objc/runtime.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -61,8 +63,9 @@ NSWindow *openAlert() {
 /// Adds the text fields below a view.
 void collectTextFields(NSView *view, std::vector<NSTextField *> &fields) {
   for (NSView *child in view.subviews) {
-    if ([child isKindOfClass:NSTextField.class])
+    if ([child isKindOfClass:NSTextField.class]) {
       fields.push_back(static_cast<NSTextField *>(child));
+    }
     collectTextFields(child, fields);
   }
 }
@@ -74,10 +77,23 @@ std::vector<NSTextField *> textFieldsOfAlert() {
   return fields;
 }
 
-/// Returns a button of the open alert by its index in Alert::buttons, or nil.
-NSButton *buttonWithIndex(std::size_t index) {
-  return [openAlert().contentView
-      viewWithTag:NSAlertFirstButtonReturn + static_cast<NSInteger>(index)];
+/// Returns the buttons of the open alert in the order of Alert::buttons. NSAlert numbers them.
+std::vector<NSButton *> buttonsOfAlert() {
+  std::vector<NSButton *> buttons;
+  for (NSInteger tag = NSAlertFirstButtonReturn;; ++tag) {
+    NSButton *button = [openAlert().contentView viewWithTag:tag];
+    if (button == nil) return buttons;
+    buttons.push_back(button);
+  }
+}
+
+/// Returns the first web view in or below a view, or nil.
+WKWebView *webViewIn(NSView *view) {
+  if ([view isKindOfClass:WKWebView.class]) return static_cast<WKWebView *>(view);
+  for (NSView *child in view.subviews) {
+    if (WKWebView *found = webViewIn(child)) return found;
+  }
+  return nil;
 }
 
 const std::function<void()> *checksAtExit = nullptr;
@@ -158,7 +174,7 @@ class MacosContractPlatform final : public ContractPlatform {
     ShownAlert shown;
     shown.message = fromCocoa(static_cast<NSString *>(labels[0].accessibilityValue));
     shown.information = fromCocoa(static_cast<NSString *>(labels[1].accessibilityValue));
-    while (NSButton *button = buttonWithIndex(shown.buttons.size())) {
+    for (NSButton *button : buttonsOfAlert()) {
       shown.buttons.push_back(fromCocoa(button.accessibilityTitle));
     }
     const id<NSAccessibility> defaultButton = openAlert().accessibilityDefaultButton;
@@ -173,7 +189,7 @@ class MacosContractPlatform final : public ContractPlatform {
   }
 
   void pressButton(const std::string &caption) override {
-    for (std::size_t index = 0; NSButton *button = buttonWithIndex(index); ++index) {
+    for (NSButton *button : buttonsOfAlert()) {
       if (fromCocoa(button.accessibilityTitle) != caption) continue;
       [button accessibilityPerformPress];
       wakeModalLoop();
@@ -197,6 +213,16 @@ class MacosContractPlatform final : public ContractPlatform {
   }
 
   std::vector<std::string> opened() override { return openedSoFar; }
+
+  bool isAlertOpen() override { return application().modalWindow != nil; }
+
+  void killPageProcess() override {
+    for (NSWindow *window in application().windows) {
+      WKWebView *view = webViewIn(window.contentView);
+      // A private property: WebKit has no public one for the process.
+      if (view != nil) ::kill([[view valueForKey:@"_webProcessIdentifier"] intValue], SIGKILL);
+    }
+  }
 
   void requestTermination() override { [application() terminate:nil]; }
 

@@ -5,7 +5,7 @@
 namespace orvel {
 
 /// A delegate that allows every navigation and confirms every JavaScript panel.
-class PermissiveDelegate final : public WebViewDelegate {
+class PermissiveDelegate : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {
     return policyFor(action);

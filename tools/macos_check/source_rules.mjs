@@ -114,7 +114,6 @@ export const rules = [
       'platform/macos/appkit/cocoa_application.mm': ['setApplication:', 'setDelegate:'],
       'platform/macos/http/shared_url_session.mm': ['setDelegate:'],
       'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setPage:', 'setUIDelegate:'],
-      'tests/macos/app_delegate_bridge_test.mm': ['setPage:'],
     },
   },
   {
@@ -139,6 +138,7 @@ export const rules = [
       'platform/macos/webkit/private_setting.mm': ['not a literal'],
       'platform/macos/webkit/wk_page_view.mm': ['developerExtrasEnabled', 'drawsBackground'],
       'tests/macos/launch_test.mm': ['developerExtrasEnabled', 'drawsBackground'],
+      'tests/macos/macos_contract_platform.mm': ['_webProcessIdentifier'],
       'tests/macos/private_setting_test.mm': Array(4).fill('drawsBackground'),
     },
   },
