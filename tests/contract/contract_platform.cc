@@ -2,11 +2,11 @@
 
 namespace orvel {
 
-void PrintTo(const ShownAlert &alert, std::ostream *stream) {
-  *stream << "message " << testing::PrintToString(alert.message) << ", information "
-          << testing::PrintToString(alert.information) << ", buttons "
-          << testing::PrintToString(alert.buttons) << ", default "
-          << testing::PrintToString(alert.defaultButton);
+std::ostream &operator<<(std::ostream &stream, const ShownAlert &alert) {
+  return stream << "message " << testing::PrintToString(alert.message) << ", information "
+                << testing::PrintToString(alert.information) << ", buttons "
+                << testing::PrintToString(alert.buttons) << ", default "
+                << testing::PrintToString(alert.defaultButton);
 }
 
 std::vector<PlatformUnderTest> platformsUnderTest() {

@@ -26,8 +26,8 @@ struct ShownAlert {
 
   bool operator==(const ShownAlert &) const = default;
 };
-/// Prints the texts for GoogleTest's failure messages.
-void PrintTo(const ShownAlert &alert, std::ostream *stream);
+/// Writes the texts, for failure messages.
+std::ostream &operator<<(std::ostream &stream, const ShownAlert &alert);
 
 /// A platform under test, with controls that act as the user and as the desktop session.
 /// Main thread, except where noted.
