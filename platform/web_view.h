@@ -78,9 +78,9 @@ class WebViewDelegate {
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
   /// Handles a request of the page or the user for a new window. Creates no window.
   virtual void createWebView(const std::optional<Url> &url) = 0;
-  /// Handles a download that the web engine would save: of an allowed link with the download
-  /// attribute, or of an item of the context menu. `hasUserGesture` is false when a script
-  /// started it without a click or key press of the user.
+  /// Handles a download that the web engine would save: an allowed link with the download
+  /// attribute, a response with the disposition "attachment", or an item of the context menu.
+  /// `hasUserGesture` is false when a script started it without a click or key press of the user.
   virtual void startDownload(const std::optional<Url> &url, bool hasUserGesture) = 0;
   /// Shows a JavaScript alert. The page waits for the completion, which is called once, or
   /// never when the application ends first.

@@ -136,8 +136,10 @@ test('a script without a click of the user neither saves nor opens a file', asyn
     }, 100);
   </script>`;
   const layout = await user.startWithPage(`${link('attribute', '/scripted', 'download')}
-    ${link('clicked', '/clicked', 'download')}${barrierLink}<iframe></iframe>${scripts}`, {
+    ${link('clicked', '/clicked', 'download')}${barrierLink}${link('response', '/redirect')}
+    <iframe></iframe>${scripts}`, {
     routes: {
+      '/redirect': { status: 302, headers: { location: '/attachment' } },
       '/scripted': csvRoute('inline'),
       '/clicked': csvRoute('inline'),
       '/attachment': csvRoute(attachment('attachment.csv')),
@@ -154,8 +156,10 @@ test('a script without a click of the user neither saves nor opens a file', asyn
   assert.deepEqual(desktop.downloadedFiles(), ['clicked.csv']);
   await screen.clickElement(layout, 'attribute');
   assert.equal(await desktop.awaitOpenedFile('scripted.csv'), 'one;two\n');
+  await screen.clickElement(layout, 'response');
+  assert.equal(await desktop.awaitOpenedFile('attachment.csv'), 'one;two\n');
   await desktop.quitAndAssertOpened(barrierUrl, desktop.downloadPath('clicked.csv'),
-    desktop.downloadPath('scripted.csv'));
+    desktop.downloadPath('scripted.csv'), desktop.downloadPath('attachment.csv'));
 });
 
 /// Returns a route to a file of several kilobytes, so that half of it is sent before it is
