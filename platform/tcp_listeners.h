@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,9 @@ class TcpListeners {
  public:
   virtual ~TcpListeners() = default;
 
-  /// Returns the sockets of all users that listen on a port, or none when the system does
+  /// Returns the sockets of all users that listen on a port, or nullopt when the system does
   /// not report them. Any thread.
-  virtual std::vector<TcpListener> onPort(int port) const = 0;
+  virtual std::optional<std::vector<TcpListener>> onPort(int port) const = 0;
 };
 
 }  // namespace orvel

@@ -30,8 +30,10 @@ bool isLocalAddress(std::string_view address) {
 
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners) {
   if (!isLocalAddress(url.absoluteString)) return true;
+  const auto onPort = listeners.onPort(url.port.value_or(defaultPort));
+  if (!onPort) return true;
   bool hasListener = false;
-  for (const TcpListener &listener : listeners.onPort(url.port.value_or(defaultPort))) {
+  for (const TcpListener &listener : *onPort) {
     if (!mayAccept(listener.address, url.host)) continue;
     if (!listener.isOwn) return false;
     hasListener = true;

@@ -14,7 +14,7 @@ bool isLocalAddress(std::string_view address);
 /// Returns whether the app key may be sent to a URL. A local address may get it only when
 /// this user's programs, and no other user's, listen on the port: any user may listen there
 /// first. For "localhost" that applies to IPv4 and IPv6, because a client may choose either.
-/// Any thread.
+/// Where the system does not report its listeners every local address may get it. Any thread.
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners);
 
 /// Returns the text without leading and trailing spaces and tabs. Keeps line breaks.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "platform/tcp_listeners.h"
@@ -11,13 +12,14 @@ namespace orvel {
 /// listeners of the port.
 class FakeTcpListeners final : public TcpListeners {
  public:
-  std::vector<TcpListener> onPort(int port) const override {
+  std::optional<std::vector<TcpListener>> onPort(int port) const override {
     const auto found = scripted.find(port);
-    if (found == scripted.end()) return {{.address = "127.0.0.1", .isOwn = true}};
+    if (found == scripted.end())
+      return std::vector<TcpListener>{{.address = "127.0.0.1", .isOwn = true}};
     return found->second;
   }
 
-  std::map<int, std::vector<TcpListener>> scripted;
+  std::map<int, std::optional<std::vector<TcpListener>>> scripted;
 };
 
 }  // namespace orvel

@@ -62,7 +62,7 @@ class BoundSocket {
 class TcpListenersContract : public ContractTest {
  protected:
   std::vector<TcpListener> onPort(int port) const {
-    return platform->interfaces().listeners.onPort(port);
+    return platform->interfaces().listeners.onPort(port).value();
   }
   /// Expects that a socket that listens on an address is reported with one of the texts.
   void expectReported(const std::string &address, const std::set<std::string> &texts) const {

@@ -88,7 +88,9 @@ class CoreTest : public testing::Test {
     fake.processes.setScripts("/usr/local/bin/node", {script});
   }
   /// Makes a program of another user listen on the port of the local server.
-  void occupyLocalPort() { fake.listeners.scripted[4767] = {{.address = "127.0.0.1"}}; }
+  void occupyLocalPort() {
+    fake.listeners.scripted[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
+  }
   /// Stores a server address in the user defaults.
   void storeAddress(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;

@@ -93,8 +93,13 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
 TEST_F(ServerAddress, LocalUrlWithoutPortNumberHasListenersOnPort80) {
   const Url url = *Url::parse("http://127.0.0.1:/");
   EXPECT_TRUE(mayReceiveKey(url, fake.listeners));
-  fake.listeners.scripted[80] = {};
+  fake.listeners.scripted[80] = std::vector<TcpListener>();
   EXPECT_FALSE(mayReceiveKey(url, fake.listeners));
+}
+
+TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhereSystemDoesNotReportListeners) {
+  fake.listeners.scripted[4767] = std::nullopt;
+  EXPECT_TRUE(mayReceiveKey(*Url::parse("http://127.0.0.1:4767/"), fake.listeners));
 }
 
 TEST_F(ServerAddress, OnlineUrlMayReceiveKeyWhateverListensHere) {

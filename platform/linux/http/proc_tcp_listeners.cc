@@ -44,12 +44,14 @@ std::string portSuffix(int port) {
 
 }  // namespace
 
-std::vector<TcpListener> ProcTcpListeners::onPort(int port) const {
+std::optional<std::vector<TcpListener>> ProcTcpListeners::onPort(int port) const {
   std::vector<TcpListener> listeners;
   const std::string suffix = portSuffix(port);
+  bool isReported = false;
   // The second file is missing on a system without IPv6.
   for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
     std::ifstream table(path);
+    isReported = isReported || table.is_open();
     for (std::string line; std::getline(table, line);) {
       std::istringstream fields(line);
       std::string number, local, remote, state, queues, timer, retransmits;
@@ -61,6 +63,7 @@ std::vector<TcpListener> ProcTcpListeners::onPort(int port) const {
                            .isOwn = user == ::getuid()});
     }
   }
+  if (!isReported) return std::nullopt;
   return listeners;
 }
 

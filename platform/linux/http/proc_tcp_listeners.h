@@ -7,7 +7,7 @@ namespace orvel {
 /// The listening sockets in /proc/net/tcp and /proc/net/tcp6 (proc_pid_net(5)). Any thread.
 class ProcTcpListeners final : public TcpListeners {
  public:
-  std::vector<TcpListener> onPort(int port) const override;
+  std::optional<std::vector<TcpListener>> onPort(int port) const override;
 };
 
 }  // namespace orvel

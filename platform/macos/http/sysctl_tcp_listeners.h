@@ -8,7 +8,7 @@ namespace orvel {
 /// net.inet.tcp.pcblist64. Unlike libproc, it includes the sockets of other users. Any thread.
 class SysctlTcpListeners final : public TcpListeners {
  public:
-  std::vector<TcpListener> onPort(int port) const override;
+  std::optional<std::vector<TcpListener>> onPort(int port) const override;
 };
 
 }  // namespace orvel

@@ -45,15 +45,17 @@ std::string localAddress(const xinpcb64 &socket) {
 
 }  // namespace
 
-std::vector<TcpListener> SysctlTcpListeners::onPort(int port) const {
+std::optional<std::vector<TcpListener>> SysctlTcpListeners::onPort(int port) const {
   std::vector<TcpListener> listeners;
   const std::string list = readSocketList();
+  if (list.empty()) return std::nullopt;
   // The list begins and ends with an xinpgen. Each entry begins with its size.
   std::size_t size = sizeof(xinpgen);
   for (std::size_t at = size; at + sizeof(xtcpcb64) <= list.size(); at += size) {
     xtcpcb64 entry{};
     std::memcpy(&entry, list.data() + at, sizeof entry);
-    if (entry.xt_len < sizeof entry) break;
+    // A layout of another version of macOS.
+    if (entry.xt_len < sizeof entry) return std::nullopt;
     size = entry.xt_len;
     const xinpcb64 &socket = entry.xt_inpcb;
     if (entry.t_state != TCPS_LISTEN || ntohs(socket.inp_lport) != port) continue;
