@@ -122,7 +122,11 @@ NavigationPolicy WebKitNavigation::decideByDelegate(const NavigationAction &acti
                                                     const std::string &address,
                                                     bool hasUserGesture) {
   const NavigationPolicy policy = delegate_.decidePolicy(action);
-  if (policy == NavigationPolicy::allow) userGestures_[address] = hasUserGesture;
+  if (policy != NavigationPolicy::allow) return policy;
+  // A download starts right after its navigation, so only the last addresses matter.
+  constexpr std::size_t maxAddresses = 1000;
+  if (userGestures_.size() >= maxAddresses) userGestures_.clear();
+  userGestures_[address] = hasUserGesture;
   return policy;
 }
 
