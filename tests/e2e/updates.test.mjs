@@ -7,7 +7,7 @@ import { join } from 'node:path';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, archivePath, awaitSilentCheck, checkAndCloseNotice,
+  acceptRestart, archivePath, checkAndCloseNotice,
   checkUntilReleaseHandled, installAndRestart, manifestPath, offerRelease, openUpdateServer,
   quitRestartedApplication, startWithUpdateServer, upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
