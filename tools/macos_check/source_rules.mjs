@@ -33,6 +33,11 @@ const methods = {
     NSMenuItem: ['setTitle:'],
     own: ['fixTitle'],
   },
+  'tests/macos/page_window_test.mm': {
+    NSResponder: ['mouseDown:', 'mouseDragged:', 'mouseUp:', 'acceptsFirstResponder'],
+    NSView: ['acceptsFirstMouse:'],
+    NSWindow: ['performWindowDragWithEvent:', 'performZoom:', 'performMiniaturize:'],
+  },
   'platform/macos/appkit/page_window.mm': {
     NSWindow: ['becomeKeyWindow'],
     NSEvent: ['sendEvent:'],
@@ -133,13 +138,20 @@ export const rules = [
     matcher: `expr(${ours}, anyOf(${call('^::orvel::setPrivateSetting$')}, ` +
       'objcMessageExpr(hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ' +
       '"valueForKey:", "valueForKeyPath:"))))',
-    value: (dump) => / "(.*)"$/m.exec(dump)?.[1] ?? 'not a literal',
+    value(dump) {
+      const access = /^ObjCMessageExpr .* selector=(\S+)/.exec(dump)?.[1] ?? 'setPrivateSetting';
+      return `${access} ${/ "(.*)"$/m.exec(dump)?.[1] ?? 'not a literal'}`;
+    },
     expected: {
-      'platform/macos/webkit/private_setting.mm': ['not a literal'],
-      'platform/macos/webkit/wk_page_view.mm': ['developerExtrasEnabled', 'drawsBackground'],
-      'tests/macos/launch_test.mm': ['developerExtrasEnabled', 'drawsBackground'],
-      'tests/macos/macos_contract_platform.mm': ['_webProcessIdentifier'],
-      'tests/macos/private_setting_test.mm': Array(4).fill('drawsBackground'),
+      'platform/macos/webkit/private_setting.mm': ['setValue:forKey: not a literal'],
+      'platform/macos/webkit/wk_page_view.mm':
+        ['setPrivateSetting developerExtrasEnabled', 'setPrivateSetting drawsBackground'],
+      'tests/macos/launch_test.mm': ['valueForKey: developerExtrasEnabled', 'valueForKey: drawsBackground'],
+      'tests/macos/macos_contract_platform.mm': ['valueForKey: _webProcessIdentifier'],
+      'tests/macos/private_setting_test.mm': [
+        ...Array(3).fill('setPrivateSetting drawsBackground'),
+        'setValue:forKey: drawsBackground',
+      ],
     },
   },
   {
@@ -185,7 +197,10 @@ export const rules = [
     name: 'whether closing a window releases it (under ARC it must not)',
     matcher: `objcMessageExpr(${ours}, hasSelector("setReleasedWhenClosed:"))`,
     value: (dump) => /__objc_(yes|no)/.exec(dump)?.[1] ?? 'not a literal',
-    expected: { 'platform/macos/appkit/cocoa_window.mm': ['no'] },
+    expected: {
+      'platform/macos/appkit/cocoa_window.mm': ['no'],
+      'tests/macos/page_window_test.mm': ['no'],
+    },
   },
   {
     name: 'a cast that transfers ownership',
