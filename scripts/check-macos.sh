@@ -44,7 +44,7 @@ done
 # Without optimisation, because nothing of this build runs.
 cross=(-G Ninja -DCMAKE_BUILD_TYPE= -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
   -DORVELOS_MACOS_SYSROOT="$sysroot")
-ninja_options=(-- -j "${JOBS:-$(nproc)}" --quiet)
+ninja_options=(-- -j "${JOBS:-$(nproc)}" -k 0 --quiet)
 
 if [ -z "$googletest" ]; then
   googletest=$folder/googletest
