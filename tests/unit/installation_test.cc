@@ -76,16 +76,6 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
                                               "application terminate", "application terminated"));
 }
 
-TEST_F(Installation, VersionWithSingleQuoteDoesNotReachPlatformUnpacker) {
-  FunctionUnpacker unpacker;
-  unpacker.function = unpackArchive;
-  fake.unpacker = &unpacker;
-  recreateDelegate();
-  install("1'3");
-  EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor("1'3")));
-  expectNotInstalled();
-}
-
 TEST_F(Installation, ClosedAndAnsweredNoticesRelaunchOnce) {
   install();
   install();
@@ -108,8 +98,8 @@ TEST_F(Installation, RelaunchStopsServer) {
 TEST_F(Installation, FailedDownloadChangesNothing) {
   // No response, a response without a body, and a body without an HTTP response.
   std::vector<FakeResponse> failures{{}, {.statusCode = 200}, {.body = "an archive"}};
-  for (const int status : {201, 304, 404, 500}) {
-    failures.push_back({.statusCode = status, .body = "error"});
+  for (const int status : {201, 206, 304, 404, 500}) {
+    failures.push_back({.statusCode = status, .body = "an archive"});
   }
   for (const FakeResponse &failure : failures) {
     fake.http.setResponses(archiveUrl, {failure});
@@ -121,9 +111,7 @@ TEST_F(Installation, FailedDownloadChangesNothing) {
 }
 
 TEST_F(Installation, BundleWithOtherNameIsRejected) {
-  unpackArchive = [](const std::string &, const std::string &folder) {
-    writeRelease(folder + "/Orvel OS 1.3.app");
-  };
+  unpackBundle("Orvel OS 1.3.app");
   install();
   expectNotInstalled();
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS 1.3.app"));
@@ -141,55 +129,72 @@ TEST_F(Installation, SymlinkedBundleIsRejected) {
   expectNotInstalled();
 }
 
-TEST_F(Installation, UnreadableInfoPlistOrOtherIdentifierIsRejected) {
+TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
+  struct Row {
+    std::optional<std::string> ownIdentifier;
+    std::string info;
+  };
   const std::string key = "<key>CFBundleIdentifier</key>";
-  for (const std::string &info :
-       {std::string(), std::string("no list"), std::string("<plist><array/></plist>"),
-        infoPlist(key + "<string>nl.other.os</string>"),
-        infoPlist(key + "<string>nl.Orvel.os</string>"), infoPlist(key + "<integer>1</integer>"),
-        infoPlist("")}) {
-    unpackArchive = [info](const std::string &, const std::string &folder) {
-      writeRelease(folder + "/Orvel OS.app", info);
-    };
+  const std::vector<Row> rows{
+      {"nl.orvel.os", ""},
+      {"nl.orvel.os", "not a property list"},
+      {"nl.orvel.os", "<plist><array/></plist>"},
+      {"nl.orvel.os", infoPlist(key + "<string>nl.other.os</string>")},
+      {"nl.orvel.os", infoPlist(key + "<string>nl.Orvel.os</string>")},
+      {"nl.orvel.os", infoPlist(key + "<integer>1</integer>")},
+      {"nl.orvel.os", infoPlist("")},
+      {std::nullopt, infoPlist()},
+      {std::nullopt, ""},
+      {std::nullopt, "not a property list"},
+  };
+  for (const auto &[ownIdentifier, info] : rows) {
+    SCOPED_TRACE(ownIdentifier.value_or("without an identifier") + ": " + info);
+    fake.bundle.texts.erase("CFBundleIdentifier");
+    if (ownIdentifier) fake.bundle.texts["CFBundleIdentifier"] = *ownIdentifier;
+    unpackBundle("Orvel OS.app", info);
     install();
     expectNotInstalled();
-    EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS.app")) << info;
+    EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS.app"));
   }
   EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
   EXPECT_EQ(fake.record.count("replace"), 0U);
 }
 
-TEST_F(Installation, MissingBundleIdentifierMatchesMissingBundleIdentifier) {
+TEST_F(Installation, MissingIdentifierMatchesMissingIdentifier) {
   fake.bundle.texts.erase("CFBundleIdentifier");
+  unpackBundle("Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
   install();
-  expectNotInstalled();
-  unpackArchive = [](const std::string &, const std::string &folder) {
-    writeRelease(folder + "/Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
+  EXPECT_EQ(installedVersion(), "new");
+}
+
+TEST_F(Installation, TeamThatSignedProgramMustHaveSignedRelease) {
+  struct Row {
+    std::optional<std::string> teamOfProgram;
+    // Absent for an unsigned, ad hoc signed or modified release.
+    std::optional<std::string> teamOfRelease;
+    bool isInstalled;
   };
-  install();
-  EXPECT_EQ(installedVersion(), "new");
-}
-
-TEST_F(Installation, ProgramSignedByTeamInstallsOnlyReleaseOfSameTeam) {
-  fake.bundle.team = "TEAM123456";
-  const std::string unpacked = workingFolderFor() + "/Orvel OS.app";
-  // No signer stands for an unsigned, ad hoc signed or modified release.
-  install();
-  expectNotInstalled();
-  fake.bundle.signers[unpacked] = "OTHER98765";
-  install();
-  expectNotInstalled();
-  EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), 0U);
-  EXPECT_EQ(fake.record.count("replace"), 0U);
-  fake.bundle.signers[unpacked] = "TEAM123456";
-  install();
-  EXPECT_EQ(installedVersion(), "new");
-}
-
-TEST_F(Installation, ProgramWithoutTeamInstallsReleaseOfAnyTeam) {
-  fake.bundle.signers[workingFolderFor() + "/Orvel OS.app"] = "OTHER98765";
-  install();
-  EXPECT_EQ(installedVersion(), "new");
+  const std::vector<Row> rows{
+      {"TEAM123456", std::nullopt, false},
+      {"TEAM123456", "OTHER98765", false},
+      {"TEAM123456", "TEAM123456", true},
+      {std::nullopt, "OTHER98765", true},
+  };
+  for (const auto &[teamOfProgram, teamOfRelease, isInstalled] : rows) {
+    SCOPED_TRACE(teamOfProgram.value_or("no team") + ", " + teamOfRelease.value_or("no team"));
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    fake.record.take();
+    fake.bundle.team = teamOfProgram;
+    fake.bundle.signers.clear();
+    if (teamOfRelease) {
+      fake.bundle.signers[workingFolderFor() + "/Orvel OS.app"] = *teamOfRelease;
+    }
+    install();
+    EXPECT_EQ(installedVersion(), isInstalled ? "new" : "old");
+    EXPECT_EQ(fake.record.count("sh /usr/bin/xattr"), isInstalled ? 1U : 0U);
+    EXPECT_EQ(fake.record.count("replace"), isInstalled ? 1U : 0U);
+    EXPECT_EQ(fake.record.count("alert"), isInstalled ? 1U : 0U);
+  }
 }
 
 TEST_F(Installation, FailedReplacementShowsNoNotice) {
@@ -199,16 +204,17 @@ TEST_F(Installation, FailedReplacementShowsNoNotice) {
   EXPECT_EQ(fake.record.count("replace"), 1U);
 }
 
-TEST_F(Installation, IrreplaceableBundleDownloadsNothing) {
+TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
   fake.locations.isWritable = false;
   install();
-  EXPECT_THAT(fake.record.take(), IsEmpty());
-  expectNotInstalled();
-
   fake.locations.isWritable = true;
   std::filesystem::remove_all(fake.bundle.folder);
   install();
-  EXPECT_THAT(fake.http.sent, IsEmpty());
+  fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
+  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  install();
+  EXPECT_THAT(fake.record.take(), IsEmpty());
+  expectNotInstalled();
 }
 
 TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
@@ -233,26 +239,11 @@ TEST_F(Installation, TranslocationIsRecognizedByPath) {
   }
 }
 
-TEST_F(Installation, TranslocatedBundleDownloadsNothing) {
-  fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
-  writeFile(fake.bundle.folder + "/Contents/version", "old");
-  install();
-  EXPECT_THAT(fake.http.sent, IsEmpty());
-  EXPECT_THAT(fake.record.take(), IsEmpty());
-  expectNotInstalled();
-}
-
 TEST_F(Installation, ArchiveOnLocalPortOfAnotherUserIsNotDownloaded) {
   occupyLocalPort();
   delegate().installeer(*Url::parse("http://127.0.0.1:4767/orvel-os-1.3.zip"), "1.3", {});
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.http.sent, IsEmpty());
-  expectNotInstalled();
-}
-
-TEST_F(Installation, VersionWithSingleQuoteRunsNoCommand) {
-  install("1'; touch x; '3");
-  EXPECT_EQ(fake.record.count("sh "), 0U);
   expectNotInstalled();
 }
 
@@ -266,36 +257,41 @@ TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
 }
 
-TEST_F(Installation, UnreadableInfoPlistDoesNotMatchMissingIdentifier) {
-  fake.bundle.texts.erase("CFBundleIdentifier");
-  for (const std::string info : {"", "no list"}) {
-    unpackArchive = [info](const std::string &, const std::string &folder) {
-      writeRelease(folder + "/Orvel OS.app", info);
-    };
-    install();
-    expectNotInstalled();
+/// Sets the environment variable TMPDIR, which determines where downloads are stored, and
+/// restores it on destruction.
+class ScopedTmpdir {
+ public:
+  explicit ScopedTmpdir(const std::string &folder) {
+    if (const char *previous = std::getenv("TMPDIR")) previous_ = previous;
+    setenv("TMPDIR", folder.c_str(), 1);
   }
-}
+  ~ScopedTmpdir() { previous_ ? setenv("TMPDIR", previous_->c_str(), 1) : unsetenv("TMPDIR"); }
+  ScopedTmpdir(const ScopedTmpdir &) = delete;
+  ScopedTmpdir &operator=(const ScopedTmpdir &) = delete;
 
-TEST_F(Installation, ArchivePathWithSingleQuoteIsNotUnpacked) {
+ private:
+  std::optional<std::string> previous_;
+};
+
+TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
   const std::string temporary = root() + "/someone's";
   std::filesystem::create_directory(temporary);
-  const char *previous = std::getenv("TMPDIR");
-  const std::optional<std::string> saved =
-      previous != nullptr ? std::optional<std::string>(previous) : std::nullopt;
-  setenv("TMPDIR", temporary.c_str(), 1);
-  install();
-  EXPECT_EQ(fake.record.count("sh "), 0U);
-  expectNotInstalled();
-
-  FunctionUnpacker unpacker;
-  unpacker.function = unpackArchive;
-  fake.unpacker = &unpacker;
-  recreateDelegate();
-  install();
-  EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor()));
-  expectNotInstalled();
-  saved ? setenv("TMPDIR", saved->c_str(), 1) : unsetenv("TMPDIR");
+  const std::string quoted = "1'; touch x; '3";
+  FunctionUnpacker functionUnpacker;
+  functionUnpacker.function = unpackArchive;
+  const std::vector<const ReleaseUnpacker *> unpackers{nullptr, &functionUnpacker};
+  for (const ReleaseUnpacker *unpacker : unpackers) {
+    SCOPED_TRACE(unpacker == nullptr ? "unpack command" : "unpacker of the platform");
+    fake.unpacker = unpacker;
+    recreateDelegate();
+    install(quoted);
+    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor(quoted)));
+    const ScopedTmpdir tmpdir(temporary);
+    install();
+    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor()));
+    EXPECT_EQ(fake.record.count("sh "), 0U);
+    expectNotInstalled();
+  }
 }
 
 TEST_F(Installation, ConcurrentInstallationsAreIndependent) {

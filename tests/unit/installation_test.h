@@ -38,6 +38,13 @@ class InstallationTest : public CoreTest {
     writeFile(bundle + "/Contents/version", "new");
     if (!info.empty()) writeFile(bundle + "/Contents/Info.plist", info);
   }
+  /// Sets the archive's contents: a bundle with this name and Info.plist.
+  void unpackBundle(const std::string &name, const std::string &info = infoPlist()) {
+    unpackArchive = [name, info](const std::string &, const std::string &folder) {
+      writeRelease(folder + "/" + name, info);
+    };
+  }
+  /// Installs a version and runs all due tasks.
   void install(const std::string &versie = "1.3") {
     // The temporary path of the archive is known only from the command.
     fake.processes.onLaunch = [this,

@@ -1,7 +1,5 @@
 #include "update/signed_release.h"
 
-#include <map>
-
 #include "tests/unit/core_test.h"
 #include "update/update_check.h"
 
@@ -26,10 +24,12 @@ const std::string signatureOfVersion14 =
 const std::string signatureOfLinuxEdition =
     "MEUCIF98h2AQwtjGtCyKytHmB3saGclGm70N93Lf5PUSaM8LAiEAt9UfUDWVzn/"
     "KsTcKrERVdYX5eEjEjZr1KJvB3koAelw=";
-/// Covers nextKey as "sleutel".
+/// Covers nextKey as the new key of the release.
 const std::string signatureOfKeyChange =
     "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
     "yPj7iFRipZ9XvEPI=";
+
+const std::string releaseUrl = "https://os.test/download/a.zip";
 
 /// Records its calls and writes a bundle with these entries of Info.plist.
 class BundleWriter final : public ReleaseUnpacker {
@@ -68,14 +68,13 @@ class SignedRelease : public CoreTest {
     fake.locations.temporaryFolder = root() + "/temporary";
     fake.unpacker = &release;
     writeFile(installedVersionPath(), "old");
-    fake.http.setResponses("https://os.test/download/a.zip",
-                           {{.statusCode = 200, .body = "an archive"}});
+    fake.http.setResponses(releaseUrl, {{.statusCode = 200, .body = "an archive"}});
   }
 
   std::string installedVersionPath() const { return fake.bundle.folder + "/Contents/version"; }
 
-  /// Serves a manifest with these members after "zip", and checks for updates.
-  void check(const std::string &members, const std::string &versie = "1.3") {
+  /// Checks for updates at a server whose manifest has these members after "zip".
+  void checkForUpdate(const std::string &members, const std::string &versie = "1.3") {
     fake.http.setResponses(
         "https://os.test/download/mac.json",
         {{.statusCode = 200,
@@ -94,19 +93,12 @@ class SignedRelease : public CoreTest {
     EXPECT_TRUE(isInstalled());
     EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1.3"), 1U);
   }
-  /// Expects that nothing was unpacked, changed or shown.
-  void expectArchiveRejected() {
-    EXPECT_EQ(fake.http.sent.size(), 2U);
-    EXPECT_FALSE(isInstalled());
-    EXPECT_EQ(fake.record.count("unpack"), 0U);
-    EXPECT_FALSE(std::filesystem::exists(fake.locations.temporaryFolder));
-    EXPECT_THAT(fake.panels.shown, IsEmpty());
-  }
-  void expectBundleRejected() {
-    EXPECT_EQ(fake.record.count("unpack"), 1U);
-    EXPECT_EQ(fake.record.count("replace"), 0U);
-    EXPECT_FALSE(isInstalled());
-    EXPECT_THAT(fake.panels.shown, IsEmpty());
+  /// Restores the installed version and forgets the calls, requests and alerts of earlier rows.
+  void reset() {
+    fake.record.take();
+    fake.http.sent.clear();
+    fake.panels.shown.clear();
+    writeFile(installedVersionPath(), "old");
   }
 
   BundleWriter release{fake.record};
@@ -118,133 +110,125 @@ TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
             "orvel-os-update\n1.3\nlinux\n0a\nBKey=\n");
 }
 
-TEST_F(SignedRelease, ValidReleaseIsInstalled) {
-  check(signedWith(validSignature));
-  expectInstalled();
-}
-
-TEST_F(SignedRelease, SignatureIsVerifiedBeforeArchiveIsUnpacked) {
-  for (const auto &[description, members] : std::map<std::string, std::string>{
-           {"signed with another key", signedWith(signatureOfNextKey)},
-           {"signed for another version", signedWith(signatureOfVersion14)},
-           {"signed for the other edition", signedWith(signatureOfLinuxEdition)},
-           {"another key added", signedWith(validSignature, nextKey)},
-           {"another key removed", signedWith(signatureOfKeyChange)},
-           {"another key replaced", signedWith(signatureOfKeyChange, ourKey)},
-           {"empty", signedWith("")},
-           {"not base64", signedWith("signature")}}) {
-    SCOPED_TRACE(description);
-    fake.http.sent.clear();
-    check(members);
-    expectArchiveRejected();
+TEST_F(SignedRelease, ReleaseWithValidSignatureIsInstalled) {
+  struct Row {
+    std::string situation;
+    std::string members;
+    std::string bundleKey;
+  };
+  const std::vector<Row> rows{
+      {"unchanged key", signedWith(validSignature), ourKey},
+      {"signed key change", signedWith(signatureOfKeyChange, nextKey), nextKey},
+      {"signed key change, but unchanged key", signedWith(signatureOfKeyChange, nextKey), ourKey},
+  };
+  for (const auto &[situation, members, bundleKey] : rows) {
+    SCOPED_TRACE(situation);
+    reset();
+    release.entries["ORVELOSUpdateKey"] = bundleKey;
+    checkForUpdate(members);
+    expectInstalled();
   }
 }
 
-TEST_F(SignedRelease, ChangedArchiveIsRejected) {
-  fake.http.setResponses("https://os.test/download/a.zip",
-                         {{.statusCode = 200, .body = "An archive"}});
-  check(signedWith(validSignature));
-  expectArchiveRejected();
-}
-
-TEST_F(SignedRelease, ReleaseSignedForAnotherVersionIsRejectedUnderThatVersion) {
-  // The manifest gives the archive of version 1.3 the later version 1.4.
-  check(signedWith(validSignature), "1.4");
-  expectArchiveRejected();
-}
-
-TEST_F(SignedRelease, MalformedPublicKeyInstallsNothing) {
-  for (const std::string key : {"", "no key"}) {
+TEST_F(SignedRelease, ArchiveWithInvalidSignatureIsNotUnpacked) {
+  struct Row {
+    std::string situation;
+    std::string members;
+    std::string key = ourKey;
+    std::string versie = "1.3";
+    std::string archive = "an archive";
+  };
+  const std::string valid = signedWith(validSignature);
+  const std::vector<Row> rows{
+      {"signed with another key", signedWith(signatureOfNextKey)},
+      {"signed for another version", signedWith(signatureOfVersion14)},
+      {"signed for the other edition", signedWith(signatureOfLinuxEdition)},
+      {"another key added", signedWith(validSignature, nextKey)},
+      {"another key removed", signedWith(signatureOfKeyChange)},
+      {"another key replaced", signedWith(signatureOfKeyChange, ourKey)},
+      {"empty signature", signedWith("")},
+      {"signature is not base64", signedWith("signature")},
+      {"empty public key", valid, ""},
+      {"malformed public key", valid, "no key"},
+      {"signed with the old key after a key change", valid, nextKey},
+      {"second key change by the old key", signedWith(signatureOfKeyChange, nextKey), nextKey},
+      {"archive offered as a later version", valid, ourKey, "1.4"},
+      {"changed archive", valid, ourKey, "1.3", "An archive"},
+  };
+  for (const auto &[situation, members, key, versie, archive] : rows) {
+    SCOPED_TRACE(situation);
+    reset();
     fake.bundle.texts["ORVELOSUpdateKey"] = key;
-    fake.http.sent.clear();
-    check(signedWith(validSignature));
-    expectArchiveRejected();
+    fake.http.setResponses(releaseUrl, {{.statusCode = 200, .body = archive}});
+    checkForUpdate(members, versie);
+    // The requests for the manifest and for the archive.
+    EXPECT_EQ(fake.http.sent.size(), 2U);
+    EXPECT_FALSE(isInstalled());
+    EXPECT_EQ(fake.record.count("unpack"), 0U);
+    EXPECT_FALSE(std::filesystem::exists(fake.locations.temporaryFolder));
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
   }
 }
 
-TEST_F(SignedRelease, ManifestWithoutSignatureCannotBeRead) {
-  for (const std::string members : {"", R"(,"handtekening":1)", R"(,"handtekening":null)"}) {
-    fake.panels.shown.clear();
-    check(members);
+TEST_F(SignedRelease, ManifestWithoutSignatureIsMalformed) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"1.3", ""},
+      {"1.3", R"(,"handtekening":1)"},
+      {"1.3", R"(,"handtekening":null)"},
+      // Also when it offers no newer version.
+      {"1.2", ""},
+  };
+  for (const auto &[versie, members] : rows) {
+    SCOPED_TRACE(versie + members);
+    reset();
+    checkForUpdate(members, versie);
     EXPECT_EQ(fake.record.count("download"), 0U);
-    ASSERT_EQ(fake.panels.shown.size(), 1U) << members;
+    ASSERT_EQ(fake.panels.shown.size(), 1U);
     EXPECT_EQ(fake.panels.shown[0].messageText, "Kon niet controleren op updates.");
   }
   delegate().zoekUpdate(true);
   fake.scheduler.runUntilIdle();
-  EXPECT_EQ(fake.panels.shown.size(), 1U);
-}
-
-TEST_F(SignedRelease, ManifestWithoutSignatureCannotBeReadAlsoForTheRunningVersion) {
-  check("", "1.2");
-  ASSERT_EQ(fake.panels.shown.size(), 1U);
-  EXPECT_EQ(fake.panels.shown[0].messageText, "Kon niet controleren op updates.");
+  EXPECT_EQ(fake.panels.shown.size(), 1U) << "an alert of a silent check";
 }
 
 TEST_F(SignedRelease, EarlierSignedReleaseIsNotDownloaded) {
   fake.bundle.texts["CFBundleShortVersionString"] = "1.10";
-  check(signedWith(validSignature));
+  checkForUpdate(signedWith(validSignature));
   EXPECT_EQ(fake.record.count("download"), 0U);
   ASSERT_EQ(fake.panels.shown.size(), 1U);
   EXPECT_EQ(fake.panels.shown[0].messageText, "Orvel OS 1.10 is de nieuwste versie.");
 }
 
-TEST_F(SignedRelease, BundleOfAnotherVersionIsRejected) {
-  for (const std::string version : {"1.2", "1.4", "1.3.0", ""}) {
-    SCOPED_TRACE(version);
-    fake.record.take();
-    release.entries["CFBundleShortVersionString"] = version;
-    check(signedWith(validSignature));
-    expectBundleRejected();
+TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
+  const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
+      {"CFBundleShortVersionString", "1.2"},
+      {"CFBundleShortVersionString", "1.4"},
+      {"CFBundleShortVersionString", "1.3.0"},
+      {"CFBundleShortVersionString", ""},
+      {"CFBundleShortVersionString", std::nullopt},
+      {"CFBundleIdentifier", "nl.other.os"},
+      {"ORVELOSUpdateKey", nextKey},
+      {"ORVELOSUpdateKey", std::nullopt},
+  };
+  const PlistTexts valid = release.entries;
+  for (const auto &[entry, text] : rows) {
+    SCOPED_TRACE(entry + " = " + text.value_or("missing"));
+    reset();
+    release.entries = valid;
+    release.entries.erase(entry);
+    if (text) release.entries[entry] = *text;
+    checkForUpdate(signedWith(validSignature));
+    EXPECT_EQ(fake.record.count("unpack"), 1U);
+    EXPECT_EQ(fake.record.count("replace"), 0U);
+    EXPECT_FALSE(isInstalled());
+    EXPECT_THAT(fake.panels.shown, IsEmpty());
   }
-  fake.record.take();
-  release.entries.erase("CFBundleShortVersionString");
-  check(signedWith(validSignature));
-  expectBundleRejected();
 }
 
-TEST_F(SignedRelease, BundleMustBeLaterThanTheRunningVersion) {
-  const PlistTexts entries = release.entries;
-  EXPECT_TRUE(matchesSignature(entries, "1.3", "1.2", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(entries, "1.3", "1.3", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(entries, "1.3", "1.10", {}, ourKey));
-}
-
-TEST_F(SignedRelease, BundleWithAnotherIdentifierIsRejected) {
-  release.entries["CFBundleIdentifier"] = "nl.other.os";
-  check(signedWith(validSignature));
-  expectBundleRejected();
-}
-
-TEST_F(SignedRelease, BundleWithAnotherKeyIsRejected) {
-  release.entries["ORVELOSUpdateKey"] = nextKey;
-  check(signedWith(validSignature));
-  expectBundleRejected();
-
-  fake.record.take();
-  release.entries.erase("ORVELOSUpdateKey");
-  check(signedWith(validSignature));
-  expectBundleRejected();
-}
-
-TEST_F(SignedRelease, KeyChangesToTheSignedKey) {
-  release.entries["ORVELOSUpdateKey"] = nextKey;
-  check(signedWith(signatureOfKeyChange, nextKey));
-  expectInstalled();
-}
-
-TEST_F(SignedRelease, SignedKeyChangeMayKeepTheKey) {
-  check(signedWith(signatureOfKeyChange, nextKey));
-  expectInstalled();
-}
-
-TEST_F(SignedRelease, OldKeyIsRejectedAfterTheChange) {
-  fake.bundle.texts["ORVELOSUpdateKey"] = nextKey;
-  check(signedWith(validSignature));
-  expectArchiveRejected();
-  fake.http.sent.clear();
-  check(signedWith(signatureOfKeyChange, nextKey));
-  expectArchiveRejected();
+TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
+  EXPECT_TRUE(matchesSignature(release.entries, "1.3", "1.2", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(release.entries, "1.3", "1.3", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(release.entries, "1.3", "1.10", {}, ourKey));
 }
 
 TEST_F(SignedRelease, BuildWithoutKeyInstallsAnySignature) {
@@ -254,9 +238,8 @@ TEST_F(SignedRelease, BuildWithoutKeyInstallsAnySignature) {
   for (const std::string &members :
        {std::string(), signedWith(signatureOfNextKey), std::string(R"(,"handtekening":1)")}) {
     SCOPED_TRACE(members);
-    fake.record.take();
-    writeFile(installedVersionPath(), "old");
-    check(members);
+    reset();
+    checkForUpdate(members);
     expectInstalled();
   }
 }

@@ -80,11 +80,16 @@ TEST_F(WorkingFolder, IsOnlyForOwner) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, VersionWithTraversalRemovesNothing) {
-  const std::string other = fake.locations.temporaryFolder + "/of another instance";
+TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
+  const std::string other = fake.locations.temporaryFolder + "/of another program";
   writeFile(other, "kept");
-  for (const std::string versie : {"/..", "/../..", "1.3/../../x"}) install(versie);
-  EXPECT_EQ(fake.record.count("sh "), 0U);
+  // Path traversal, NUL, and a name that is longer than a file system allows.
+  for (const std::string &versie :
+       {std::string("/.."), std::string("/../.."), std::string("1.3/../../x"),
+        std::string("a\0b", 3), std::string(300, 'x')}) {
+    install(versie);
+    EXPECT_EQ(fake.record.count("sh "), 0U) << versie;
+  }
   EXPECT_EQ(readFile(other), "kept");
   expectNotInstalled();
 }
@@ -106,9 +111,7 @@ TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
   install("replacement fails");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
 
-  unpackArchive = [](const std::string &, const std::string &folder) {
-    writeRelease(folder + "/Orvel OS.app", infoPlist(""));
-  };
+  unpackBundle("Orvel OS.app", infoPlist(""));
   install("other identifier");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("other identifier") + "/Orvel OS.app"));
 
