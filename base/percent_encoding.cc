@@ -38,7 +38,6 @@ bool hasPercentEscapeAt(std::string_view text, std::size_t position) {
 
 std::string percentEncoded(std::string_view reference) {
   std::string result;
-  result.reserve(reference.size());
   const auto first = reference.find_first_of(":/?#");
   if (first != std::string_view::npos && reference[first] == ':') {
     result += takeFront(reference, first + 1);
@@ -57,7 +56,6 @@ std::string percentEncoded(std::string_view reference) {
 
 std::optional<std::string> percentDecoded(std::string_view text) {
   std::string decoded;
-  decoded.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (text[at] != '%') {
       decoded += text[at];
