@@ -17,11 +17,11 @@ TerminateReply AppDelegate::applicationShouldTerminate() {
   if (!server->isRunning()) return TerminateReply::now;
 
   server->terminate();
-  platform_.backgroundQueue.post([task = server, platform = platform_] {
+  platform_.backgroundQueue.post([process = server, platform = platform_] {
     for (int wait = 0; wait < maxExitWaits; ++wait) {
-      if (task->isRunning()) platform.clock.sleep(exitWaitDuration);
+      if (process->isRunning()) platform.clock.sleep(exitWaitDuration);
     }
-    if (task->isRunning()) task->kill();
+    if (process->isRunning()) process->kill();
     platform.mainQueue.post([platform] { platform.application.replyToShouldTerminate(); });
   });
   return TerminateReply::later;

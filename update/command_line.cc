@@ -10,12 +10,12 @@ std::optional<std::string> singleQuoted(std::string_view path) {
 std::optional<std::string> commandLine(const ShellCommand &command,
                                        const std::vector<std::string> &paths) {
   std::string line(command.before);
-  std::string_view blank;
+  std::string_view separator;
   for (const std::string &path : paths) {
     const auto quoted = singleQuoted(path);
     if (!quoted) return std::nullopt;
-    line.append(blank).append(*quoted);
-    blank = " ";
+    line.append(separator).append(*quoted);
+    separator = " ";
   }
   return line.append(command.after);
 }

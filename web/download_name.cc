@@ -23,10 +23,10 @@ std::string_view truncated(std::string_view text, std::size_t maxSize) {
 
 /// Joins the parts of a file name. Truncates the stem when the name would be too long.
 std::string joined(std::string_view stem, std::string_view middle, std::string_view extension) {
-  const std::size_t fixed = middle.size() + extension.size();
+  const std::size_t fixedSize = middle.size() + extension.size();
   // Drop an extension that leaves no room for the stem.
-  if (fixed >= maxNameSize) return joined(stem, middle, "");
-  std::string name(truncated(stem, maxNameSize - fixed));
+  if (fixedSize >= maxNameSize) return joined(stem, middle, "");
+  std::string name(truncated(stem, maxNameSize - fixedSize));
   name += middle;
   name += extension;
   return name;
@@ -56,9 +56,9 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
     std::replace(name.begin(), name.end(), '/', '-');
     if (!isFileName(name)) continue;
     const auto [stem, extension] = splitFileName(name);
-    std::string limited = joined(stem, "", extension);
+    std::string shortened = joined(stem, "", extension);
     // Truncation empties a stem that contains no complete character.
-    if (isFileName(limited)) return limited;
+    if (isFileName(shortened)) return shortened;
   }
   return "unknown";
 }
