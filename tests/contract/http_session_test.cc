@@ -1,4 +1,4 @@
-// The contract of data tasks, and the values of a request.
+// The contract of data tasks.
 
 #include <atomic>
 
@@ -8,28 +8,6 @@
 
 namespace orvel {
 namespace {
-
-TEST(UrlRequest, SetHeaderReplacesFieldsOfSameName) {
-  UrlRequest request;
-  request.setHeader("Cookie", "a=b");
-  request.setHeader("X-ORVEL-App", "one");
-  request.setHeader("x-orvel-app", "two");
-  EXPECT_EQ(request.headers, (std::vector<std::pair<std::string, std::string>>{
-                                 {"Cookie", "a=b"}, {"x-orvel-app", "two"}}));
-  request.headers.emplace_back("X-Orvel-App", "three");
-  request.setHeader("X-ORVEL-App", "");
-  EXPECT_EQ(request.headers, (std::vector<std::pair<std::string, std::string>>{
-                                 {"Cookie", "a=b"}, {"X-ORVEL-App", ""}}));
-}
-
-TEST(UrlRequest, HeaderNameIsCaseInsensitive) {
-  UrlRequest request;
-  EXPECT_EQ(request.header("X-ORVEL-App"), std::nullopt);
-  request.setHeader("X-ORVEL-App", "");
-  EXPECT_EQ(request.header("x-orvel-APP"), "");
-  EXPECT_EQ(request.header("X-ORVEL-Ap"), std::nullopt);
-  EXPECT_EQ(request.header("X-ORVEL-Appl"), std::nullopt);
-}
 
 class HttpSessionContract : public ContractTest {
  protected:
