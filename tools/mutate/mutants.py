@@ -19,13 +19,17 @@ REPLACEMENTS = {
 }
 OPERATOR = re.compile(rb'\s*(<<|>>|&&|\|\||[=!<>+-]=|[-<>+*/%&|])')
 NUMBER = re.compile(rb"[0-9][0-9']*(\.[0-9]+)?")
-ASSIGNMENT = re.compile(rb'[\w.>-]+ = ')
+ASSIGNMENT = re.compile(rb'[\w.>-]+ =\s')
+# Such as "Menu edit;", whose default constructor has no effect.
+DEFAULT_CONSTRUCTED = re.compile(rb'[\w:<>]+ \w+;?')
 END_OF_STATEMENT = re.compile(rb'\s*;')
 FUNCTIONS = {CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.CONSTRUCTOR,
              CursorKind.DESTRUCTOR, CursorKind.FUNCTION_TEMPLATE, CursorKind.CONVERSION_FUNCTION}
 WITH_BODY = {CursorKind.IF_STMT, CursorKind.WHILE_STMT, CursorKind.FOR_STMT,
              CursorKind.CXX_FOR_RANGE_STMT}
 JUMPS = {CursorKind.RETURN_STMT, CursorKind.BREAK_STMT, CursorKind.CONTINUE_STMT}
+# Functions whose result does not depend on the order of their two arguments.
+SYMMETRICAL = {'equalIgnoringAsciiCase', 'hypot', 'max', 'min'}
 # "return {};" returns these too.
 EMPTY_VALUES = {b'{}', b'std::nullopt', b'""', b'false', b'0', b'nullptr'}
 
@@ -45,8 +49,10 @@ class Mutant:
     original: str
     mutated: str
 
-    def key(self):
-        return (self.file, self.function, self.original, self.mutated)
+    def keys(self):
+        """Returns the keys of the entries that can accept this mutant: see read_equivalents."""
+        place = (self.file, self.function, self.original)
+        return (*place, self.mutated, None), (*place, None, self.operator)
 
 
 def find_mutants(root, files, arguments):
@@ -193,6 +199,8 @@ class Finder:
 
     def swap_arguments(self, cursor, function):
         if cursor.kind == CursorKind.CALL_EXPR and not cursor.spelling.startswith('operator'):
+            if cursor.spelling in SYMMETRICAL:
+                return
             arguments = list(cursor.get_arguments())
         elif cursor.kind == CursorKind.INIT_LIST_EXPR:
             arguments = list(cursor.get_children())
@@ -250,8 +258,11 @@ class Finder:
         self.add('removed statement', function, start, end, b';')
 
     def swap_statements(self, one, other, function):
-        # Before a jump, a swap is a removal. Nothing observes the order of two assignments.
+        # Before a jump, a swap is a removal. Nothing observes the order of two assignments, or
+        # when a variable without an initializer is declared.
         if one.kind == CursorKind.DECL_STMT or other.kind in JUMPS:
+            return
+        if other.kind == CursorKind.DECL_STMT and DEFAULT_CONSTRUCTED.fullmatch(self.text(other)):
             return
         if ASSIGNMENT.match(self.text(one)) and ASSIGNMENT.match(self.text(other)):
             return

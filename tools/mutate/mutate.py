@@ -41,10 +41,11 @@ def sources_of(root, folders):
 
 
 def read_equivalents(path):
-    """Returns the reason for each accepted mutant, by the mutant's key."""
+    """Returns the reason of each entry, by its texts. An entry names one mutated text, or an
+    operator of which it accepts all mutants of the original text."""
     entries = tomllib.loads(path.read_text()).get('equivalent', []) if path.exists() else []
-    return {(entry['file'], entry['function'], entry['original'], entry['mutated']):
-            entry['reason'] for entry in entries}
+    return {(entry['file'], entry['function'], entry['original'], entry.get('mutated'),
+             entry.get('operator')): entry['reason'] for entry in entries}
 
 
 def run_all(build, files, chosen, options):
@@ -85,7 +86,7 @@ def markdown(rows, stale):
                       f"    - {row['original']}", f"    + {row['mutated']}"]
     for entry in stale:
         lines += ['', f'No mutant matches this entry of the equivalent mutants: {entry[0]} '
-                  f'{entry[1]}', f'    - {entry[2]}', f'    + {entry[3]}']
+                  f'{entry[1]}', f'    - {entry[2]}', f'    + {entry[3] or entry[4]}']
     return '\n'.join(lines) + '\n'
 
 
@@ -102,7 +103,7 @@ def main():
                          if word.startswith(('-I', '-D', '-std='))]
     found = mutants.find_mutants(root, files, options_of_parser)
     equivalents = read_equivalents(options.equivalents)
-    stale = sorted(set(equivalents) - {mutant.key() for mutant in found})
+    stale = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()}, key=str)
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
     if not chosen:
         sys.exit('mutate: these files have no mutants; name sources as in update/version.cc')
@@ -121,7 +122,7 @@ def main():
     for mutant, outcome in sorted(outcomes.items(), key=lambda item: dataclasses.astuple(item[0])):
         row = {name: getattr(mutant, name)
                for name in ('file', 'line', 'function', 'operator', 'original', 'mutated')}
-        reason = equivalents.get(mutant.key())
+        reason = next((equivalents[key] for key in mutant.keys() if key in equivalents), None)
         if outcome == 'survived' and reason:
             outcome, row['reason'] = 'equivalent', reason
         rows.append({**row, 'outcome': outcome})
