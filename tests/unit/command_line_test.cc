@@ -44,6 +44,8 @@ TEST(CommandLine, LinuxCommands) {
             "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; exec setsid "
             "'/opt/Orvel OS.app'/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &");
   EXPECT_EQ(linuxNames.manifest, "download/linux.json");
+  EXPECT_EQ(linuxNames.edition, "linux");
+  EXPECT_EQ(linuxNames.translocationFolder, "");
 }
 
 }  // namespace

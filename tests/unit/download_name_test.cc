@@ -90,6 +90,7 @@ TEST(DownloadName, NumberedNameIsTruncatedToMaxSize) {
   EXPECT_EQ(numberedName(maxStem + ".csv", 10), std::string(248, 'x') + " 10.csv");
   EXPECT_EQ(numberedName(std::string(255, 'x'), 2), std::string(253, 'x') + " 2");
   EXPECT_EQ(numberedName(repeated(125, "é") + ".csv", 2), repeated(124, "é") + " 2.csv");
+  EXPECT_EQ(numberedName("a." + std::string(300, 'x'), 2), "a 2");
   // The stem has no complete character.
   EXPECT_EQ(numberedName(std::string(300, '\x80'), 2), " 2");
 }

@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include "tests/unit/core_test.h"
 
 namespace orvel {
@@ -72,45 +74,42 @@ TEST_F(MainWindow, ErrorPageContainsUnescapedMessage) {
             "font-size:17px'>Orvel OS</b><p>See <b>~/x</b> & press ⌘R.</p></div></body>");
 }
 
-TEST_F(MainWindow, ErrorPageBeforeWebViewAborts) {
-  EXPECT_DEATH(delegate().showError("x"), "OS: an error page before the web view exists");
-}
-
-TEST_F(MainWindow, ReloadOfOnlineAddressSendsNoKeyHeader) {
-  storeAddress("https://os.test/app");
-  createWebView();
-  delegate().reloadPage();
-  EXPECT_THAT(fake.record.take(), ElementsAre("load https://os.test/app/ timeout 60000 ms"));
-}
-
-TEST_F(MainWindow, ReloadOfRunningLocalServerLoadsAddress) {
+TEST_F(MainWindow, ReloadOfOnlineAddressOrRunningServerLoadsAddressWithoutKeyHeader) {
   createWebView();
   delegate().startServer();
   fake.record.take();
   delegate().reloadPage();
-  EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
+  storeAddress("https://os.test/app");
+  delegate().reloadPage();
+  EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms",
+                                              "load https://os.test/app/ timeout 60000 ms"));
 }
 
 TEST_F(MainWindow, ReloadStartsMissingOrExitedLocalServer) {
   createWebView();
-  for (const std::size_t launches : {1U, 2U}) {
-    delegate().reloadPage();
-    EXPECT_EQ(fake.processes.launched.size(), launches);
-    EXPECT_EQ(fake.record.count("GET " + localProbe), launches);
-    EXPECT_EQ(fake.record.count("load http"), 0U);
-    exitServer(1);
+  for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000/"}) {
+    storeAddress(address);
+    for (const std::string server : {"missing", "exited"}) {
+      SCOPED_TRACE(address + " with " + server + " server");
+      fake.record.take();
+      delegate().reloadPage();
+      EXPECT_EQ(fake.record.count("launch /usr/local/bin/node"), 1U);
+      EXPECT_EQ(fake.record.count("GET " + address + "api/wie"), 1U);
+      EXPECT_EQ(fake.record.count("load http"), 0U);
+      exitServer(1);
+    }
+    delegate().server = nullptr;
   }
 }
 
-TEST_F(MainWindow, ReloadOfInvalidAddressAborts) {
+TEST_F(MainWindow, MissingWebViewOrInvalidAddressAborts) {
+  EXPECT_EXIT(delegate().showError("x"), testing::KilledBySignal(SIGABRT),
+              "^Orvel OS: an error page before the web view exists\n$");
+  storeAddress();
+  EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists\n");
   storeAddress("https://os test");
   createWebView();
-  EXPECT_DEATH(delegate().reloadPage(), "OS: invalid server URL: https://os test/");
-}
-
-TEST_F(MainWindow, ReloadBeforeWebViewAborts) {
-  storeAddress();
-  EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists");
+  EXPECT_DEATH(delegate().reloadPage(), "OS: invalid server URL: https://os test/\n");
 }
 
 TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
@@ -189,14 +188,6 @@ TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
   releaseDelegate();
   fake.scheduler.advance(24h);
   EXPECT_FALSE(weakDelegate.expired());
-}
-
-TEST_F(MainWindow, ReloadStartsLocalServerForLocalhost) {
-  storeAddress("http://localhost:3000/");
-  createWebView();
-  delegate().reloadPage();
-  EXPECT_EQ(fake.processes.launched.size(), 1U);
-  EXPECT_EQ(fake.record.count("load http"), 0U);
 }
 
 }  // namespace

@@ -13,17 +13,13 @@ TEST_F(NodeDiscovery, FirstInstalledLocationNeedsNoShell) {
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(NodeDiscovery, ShellLookupReadsUserConfiguration) {
+TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndIsNotVerified) {
   fake.locations.executables = {};
-  fake.processes.setShellOutputs(nodeLookupCommand, {"/home/someone/.nvm/bin/node\n"});
-  EXPECT_EQ(delegate().nodePath(), "/home/someone/.nvm/bin/node");
-  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + nodeLookupCommand));
-}
-
-TEST_F(NodeDiscovery, ShellOutputIsNotVerified) {
-  fake.locations.executables = {};
-  fake.processes.setShellOutputs(nodeLookupCommand, {"node: aliased to nodejs\n"});
-  EXPECT_EQ(delegate().nodePath(), "node: aliased to nodejs");
+  for (const std::string found : {"/home/someone/.nvm/bin/node", "node: aliased to nodejs"}) {
+    fake.processes.setShellOutputs(nodeLookupCommand, {found + "\n"});
+    EXPECT_EQ(delegate().nodePath(), found);
+    EXPECT_THAT(fake.record.take(), ElementsAre("sh " + nodeLookupCommand));
+  }
 }
 
 TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToFirstInstalledLocation) {
@@ -31,6 +27,8 @@ TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToFirstInstalledLocation) {
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
   fake.processes.setScripts(nodeLookupCommand, {{.launchError = "no zsh"}});
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
+  fake.processes.setShellOutputs(nodeLookupCommand, {"\xff"});
+  EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node") << "the output is not UTF-8";
 }
 
 }  // namespace

@@ -23,46 +23,67 @@ TEST_F(Quitting, QuitWithoutRunningServerIsImmediate) {
   EXPECT_EQ(fake.scheduler.now(), 0ms);
 }
 
-TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
-  startServer();
-  exitServer(0);
-  fake.record.take();
-  fake.application.requestTermination();
-  EXPECT_THAT(fake.record.take(), ElementsAre("application terminated"));
+TEST_F(Quitting, QuitWaitsForServerToExitAndKillsItAfterThirtyWaits) {
+  struct Row {
+    std::optional<FakeScheduler::Duration> exitsAfterSigterm;
+    std::size_t waits;
+    int status;
+  };
+  const std::vector<Row> rows{
+      {250ms, 3, SIGTERM}, {2950ms, 30, SIGTERM}, {std::nullopt, 30, SIGKILL}};
+  for (const auto &[exitsAfterSigterm, waits, status] : rows) {
+    SCOPED_TRACE(testing::Message() << waits << " waits, status " << status);
+    releaseDelegate();
+    fake.application.terminated = false;
+    startServer({.exitsAfterSigterm = exitsAfterSigterm});
+    fake.application.requestTermination();
+    fake.scheduler.advance(waits * 100ms - 1ms);
+    EXPECT_FALSE(fake.application.terminated);
+    fake.scheduler.runUntil([this] { return fake.application.terminated; }, 1ms);
+    EXPECT_TRUE(fake.application.terminated);
+    EXPECT_FALSE(delegate().server->isRunning()) << "an orphaned process";
+    EXPECT_EQ(delegate().server->terminationStatus(), status);
+
+    // No error page reports the exit.
+    fake.scheduler.advance(10s);
+    std::vector<std::string> expected{"terminate " + lastServer().name};
+    expected.insert(expected.end(), waits, "sleep 100 ms");
+    if (status == SIGKILL) expected.push_back("kill " + lastServer().name);
+    expected.emplace_back("application terminated");
+    EXPECT_EQ(fake.record.take(), expected);
+  }
 }
 
-TEST_F(Quitting, QuitWaitsForServerToExit) {
-  startServer({.exitsAfterSigterm = 250ms});
-  fake.application.requestTermination();
-  EXPECT_FALSE(fake.application.terminated);
-  fake.scheduler.advance(300ms);
-  EXPECT_TRUE(fake.application.terminated);
-  // No error page reports the exit.
-  fake.scheduler.advance(10s);
-  EXPECT_THAT(fake.record.take(), ElementsAre("terminate process 1", "sleep 100 ms", "sleep 100 ms",
-                                              "sleep 100 ms", "application terminated"));
-}
-
-TEST_F(Quitting, NoServerStartsWhileQuitting) {
+TEST_F(Quitting, NoServerStartsAndNoAddressIsProbedWhileQuitting) {
   startServer();
   fake.application.requestTermination();
   fake.scheduler.advance(50ms);
   EXPECT_FALSE(lastServer().isRunning());
   delegate().reloadPage();
   delegate().openOS();
+  storeAddress();
+  delegate().openOS();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.processes.launched.size(), 1U);
+  EXPECT_THAT(fake.http.sent, IsEmpty());
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Quitting, QuitWithPendingExitReportIsImmediate) {
-  startServer();
-  const std::string before = web().shownHtml;
-  lastServer().exit(1);
-  fake.application.requestTermination();
-  EXPECT_TRUE(fake.application.terminated);
-  fake.scheduler.runUntilIdle();
-  EXPECT_EQ(web().shownHtml, before);
+TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
+  for (const bool isExitReported : {true, false}) {
+    SCOPED_TRACE(isExitReported);
+    releaseDelegate();
+    fake.application.terminated = false;
+    startServer();
+    lastServer().exit(1);
+    if (isExitReported) fake.scheduler.runUntilIdle();
+    const std::string shownBefore = web().shownHtml;
+    fake.record.take();
+    fake.application.requestTermination();
+    fake.scheduler.runUntilIdle();
+    EXPECT_THAT(fake.record.take(), ElementsAre("application terminated"));
+    EXPECT_EQ(web().shownHtml, shownBefore);
+  }
 }
 
 TEST_F(Quitting, QuitDoesNotWaitForProbe) {
@@ -85,30 +106,6 @@ TEST_F(Quitting, QuittingFlagIsSetBeforeSigterm) {
   fake.application.requestTermination();
   EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(hasPendingTask);
-}
-
-TEST_F(Quitting, ServerIgnoringSigtermIsKilledAfterThirtyWaits) {
-  startServer({.exitsAfterSigterm = std::nullopt});
-  fake.application.requestTermination();
-  fake.scheduler.advance(2999ms);
-  EXPECT_TRUE(delegate().server->isRunning());
-  EXPECT_FALSE(fake.application.terminated);
-  fake.scheduler.advance(1ms);
-  EXPECT_TRUE(fake.application.terminated);
-  EXPECT_EQ(delegate().server->terminationStatus(), SIGKILL);
-
-  std::vector<std::string> expected{"terminate process 1"};
-  expected.insert(expected.end(), 30, "sleep 100 ms");
-  expected.insert(expected.end(), {"kill process 1", "application terminated"});
-  EXPECT_EQ(fake.record.take(), expected);
-}
-
-TEST_F(Quitting, ServerThatExitsDuringLastWaitIsNotKilled) {
-  startServer({.exitsAfterSigterm = 2950ms});
-  fake.application.requestTermination();
-  fake.scheduler.advance(3s);
-  EXPECT_TRUE(fake.application.terminated);
-  EXPECT_EQ(fake.record.count("kill"), 0U);
 }
 
 TEST_F(Quitting, MainThreadRunsWhileQuitWaits) {
@@ -154,14 +151,6 @@ TEST_F(Quitting, QuitDuringLaunchStopsServer) {
   EXPECT_TRUE(fake.application.terminated);
   EXPECT_FALSE(delegate().server->isRunning());
   EXPECT_EQ(shownError(), "");
-}
-
-TEST_F(Quitting, OnlineAddressIsNotProbedWhileQuitting) {
-  startServer();
-  fake.application.requestTermination();
-  storeAddress();
-  delegate().openOS();
-  EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
 }  // namespace

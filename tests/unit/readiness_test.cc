@@ -44,16 +44,23 @@ TEST_F(Readiness, ThirdLocalProbeStoresCookieThenLoads) {
 }
 
 TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
-  openOS();
-  fake.scheduler.advance(15s - 1ms);
-  EXPECT_EQ(fake.http.sent.size(), 60U);
-  EXPECT_EQ(shownError(), "");
-  fake.scheduler.advance(1ms);
-  EXPECT_EQ(fake.http.sent.size(), 61U);
-  EXPECT_EQ(fake.http.sent.back().at, 15s);
-  EXPECT_EQ(shownError(), localServerError);
-  EXPECT_TRUE(lastServer().isRunning());
-  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+  for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000/"}) {
+    SCOPED_TRACE(address);
+    storeAddress(address);
+    web().loadHtml("");
+    fake.http.sent.clear();
+    const auto start = fake.scheduler.now();
+    openOS();
+    fake.scheduler.advance(15s - 1ms);
+    EXPECT_EQ(fake.http.sent.size(), 60U);
+    EXPECT_EQ(shownError(), "");
+    fake.scheduler.advance(1ms);
+    EXPECT_EQ(fake.http.sent.size(), 61U);
+    EXPECT_EQ(fake.http.sent.back().at - start, 15s);
+    EXPECT_EQ(shownError(), localServerError);
+    EXPECT_TRUE(lastServer().isRunning());
+    EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+  }
 }
 
 TEST_F(Readiness, LastProbeMaySucceed) {
@@ -138,19 +145,27 @@ TEST_F(Readiness, MissingKeyLoadsWithoutCookie) {
   EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "");
 }
 
-TEST_F(Readiness, OnlineCookieIsSecure) {
-  storeAddress("https://os.test:8443/app");
-  fake.http.setResponses("https://os.test:8443/app/api/wie", {{.statusCode = 200}});
-  openOS();
-  fake.scheduler.runUntilIdle();
-  ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
-  EXPECT_EQ(fake.windows.cookies.cookies[0], (Cookie{.name = "orvelapp",
-                                                     .value = "app-key",
-                                                     .domain = "os.test",
-                                                     .path = "/",
-                                                     .secure = true,
-                                                     .expires = fake.clock.start + 157'680'000s}));
-  EXPECT_EQ(web().shownUrl, "https://os.test:8443/app/");
+TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
+  const std::vector<std::tuple<std::string, std::string, bool>> rows{
+      {"https://os.test:8443/app/", "os.test", true},
+      {"http://localhost:3000/", "localhost", false},
+  };
+  for (const auto &[address, host, isSecure] : rows) {
+    storeAddress(address);
+    fake.windows.cookies.cookies.clear();
+    fake.http.setResponses(address + "api/wie", {{.statusCode = 200}});
+    openOS();
+    fake.scheduler.runUntilIdle();
+    EXPECT_THAT(fake.windows.cookies.cookies,
+                ElementsAre(Cookie{.name = "orvelapp",
+                                   .value = "app-key",
+                                   .domain = host,
+                                   .path = "/",
+                                   .secure = isSecure,
+                                   .expires = fake.clock.start + 157'680'000s}));
+    EXPECT_EQ(web().shownUrl, address);
+    EXPECT_EQ(fake.processes.launched.size(), isSecure ? 0U : 1U) << address;
+  }
 }
 
 TEST_F(Readiness, EachSuccessStoresCookie) {
@@ -163,32 +178,22 @@ TEST_F(Readiness, EachSuccessStoresCookie) {
   EXPECT_EQ(fake.windows.cookies.cookies.size(), 1U);
 }
 
-TEST_F(Readiness, LocalhostGetsServerAndCookieThatIsNotSecure) {
-  storeAddress("http://localhost:3000/");
-  fake.http.setResponses("http://localhost:3000/api/wie", {{}, {.statusCode = 200}});
-  openOS();
-  fake.scheduler.advance(250ms);
-  ASSERT_EQ(fake.windows.cookies.cookies.size(), 1U);
-  EXPECT_EQ(fake.windows.cookies.cookies[0].domain, "localhost");
-  EXPECT_FALSE(fake.windows.cookies.cookies[0].secure);
-  EXPECT_EQ(fake.processes.launched.size(), 1U);
-}
-
-TEST_F(Readiness, RunningServerIsNotRestarted) {
-  openOS();
-  fake.record.take();
-  openOS();
-  EXPECT_THAT(fake.record.take(),
-              ElementsAre("GET " + localProbe + " timeout 3000 ms [X-ORVEL-App: app-key]"));
-}
-
 TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
-  std::filesystem::remove(root() + "/v3/server.mjs");
-  openOS();
-  EXPECT_EQ(shownError(),
-            "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
-  EXPECT_EQ(fake.record.calls().size(), 1U);
-  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+  const std::string script = root() + "/v3/server.mjs";
+  std::filesystem::remove(script);
+  for (const std::string situation : {"no file", "dangling symbolic link"}) {
+    SCOPED_TRACE(situation);
+    fake.record.take();
+    openOS();
+    EXPECT_EQ(
+        shownError(),
+        "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
+    EXPECT_EQ(fake.record.calls().size(), 1U) << "only the error page";
+    EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
+    if (!std::filesystem::is_symlink(script)) {
+      std::filesystem::create_symlink("/nonexistent", script);
+    }
+  }
 }
 
 TEST_F(Readiness, FolderInPlaceOfServerScriptIsLaunched) {
@@ -219,12 +224,13 @@ TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
   EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 7)."));
 }
 
-TEST_F(Readiness, TwoOpenCallsProbeIndependently) {
+TEST_F(Readiness, TwoOpenCallsProbeOneServerIndependently) {
   fake.http.setResponses(localProbe, {{}, {}, {.statusCode = 200}});
   openOS();
   fake.scheduler.advance(100ms);
   openOS();
   fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.processes.launched.size(), 1U) << "a running server is not restarted";
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 100ms, 250ms, 350ms));
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 2U);
 }
@@ -245,7 +251,7 @@ TEST_F(Readiness, AddressIsReadAgainForEachProbeAndForPage) {
 
 TEST_F(Readiness, InvalidAddressAborts) {
   storeAddress("https://os test/");
-  EXPECT_DEATH(openOS(), "OS: invalid server URL: https://os test/");
+  EXPECT_DEATH(openOS(), "OS: invalid server URL: https://os test/\n");
 }
 
 TEST_F(Readiness, SuccessBeforeWebViewAborts) {
@@ -253,7 +259,7 @@ TEST_F(Readiness, SuccessBeforeWebViewAborts) {
   storeAddress();
   fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200}});
   openOS();
-  EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists");
+  EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists\n");
 }
 
 TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
@@ -282,16 +288,7 @@ TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
   EXPECT_TRUE(keyCookie("https://os.test/", false, "k", {}).has_value());
 }
 
-TEST_F(Readiness, LocalBoundsAndErrorApplyToLocalhost) {
-  storeAddress("http://localhost:3000/");
-  openOS();
-  fake.scheduler.advance(1min);
-  EXPECT_EQ(fake.http.sent.size(), 61U);
-  EXPECT_EQ(fake.http.sent.back().at, 15s);
-  EXPECT_EQ(shownError(), localServerError);
-}
-
-TEST_F(Readiness, AddressOfResponseDeterminesRetry) {
+TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
   const int lastOnlineProbe = 8;
   delegate().startServer();
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 1s}});
@@ -377,14 +374,6 @@ TEST_F(Readiness, PageIsNotLoadedWhenAnotherUserTakesPortWhileCookieIsStored) {
   EXPECT_EQ(fake.http.sent.size(), 1U);
   EXPECT_EQ(fake.record.count("load http"), 0U);
   EXPECT_EQ(shownError(), localServerError);
-}
-
-TEST_F(Readiness, DanglingSymlinkIsNoServerScript) {
-  std::filesystem::remove(root() + "/v3/server.mjs");
-  std::filesystem::create_symlink("/nonexistent", root() + "/v3/server.mjs");
-  openOS();
-  EXPECT_THAT(shownError(), StartsWith("Deze Mac heeft het OS niet."));
-  EXPECT_THAT(fake.processes.launched, IsEmpty());
 }
 
 }  // namespace

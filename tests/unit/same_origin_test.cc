@@ -23,6 +23,7 @@ TEST(SameOrigin, SameOriginAndHttpsUpgradeMatch) {
       {"http://os.test/", "https://os.test/", true},
       {"http://os.test:80/", "https://os.test:443/x", true},
       {"http://Os.Test/", "https://oS.tesT/", true},
+      {"http://AZ.test/", "http://az.test/", true},
       {"http://os.test?x:81", "http://os.test#x:82", true},
 
       {"http://os.test/", "http://os.test.other.test/", false},

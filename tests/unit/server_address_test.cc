@@ -35,6 +35,8 @@ TEST_F(ServerAddress, StoredAddressOverridesPresetAndPresetOverridesLocal) {
   EXPECT_TRUE(delegate().lokaal());
   fake.bundle.texts["ORVELOSURL"] = "https://preset.test";
   EXPECT_EQ(delegate().baseURL(), "https://preset.test/");
+  fake.bundle.texts["ORVELOSURL"] = "";
+  EXPECT_EQ(delegate().baseURL(), "/");
   storeAddress("https://choice.test");
   EXPECT_EQ(delegate().baseURL(), "https://choice.test/");
   EXPECT_FALSE(delegate().lokaal());
@@ -116,11 +118,6 @@ TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
   EXPECT_EQ(request.cachePolicy, CachePolicy::useProtocol);
   EXPECT_THAT(request.headers, ElementsAre(std::pair{"X-ORVEL-App", "app-key"}));
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
-}
-
-TEST_F(ServerAddress, EmptyPresetIsUsed) {
-  fake.bundle.texts["ORVELOSURL"] = "";
-  EXPECT_EQ(delegate().baseURL(), "/");
 }
 
 TEST_F(ServerAddress, KeyIsReadOnce) {

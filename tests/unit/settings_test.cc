@@ -24,6 +24,8 @@ TEST_F(AppSettings, DefaultsComeFromHomeFolderAndBundle) {
   EXPECT_EQ(settings.LOCAL_PORT, 4767);
   EXPECT_EQ(settings.LOCAL_URL, "http://127.0.0.1:4767/");
   EXPECT_EQ(settings.VERSIE, "2.10");
+  fake.bundle.texts.erase("CFBundleShortVersionString");
+  EXPECT_EQ(read().VERSIE, "0") << "without a version";
 }
 
 TEST_F(AppSettings, RootFromEnvironmentIsUnchanged) {
@@ -31,11 +33,6 @@ TEST_F(AppSettings, RootFromEnvironmentIsUnchanged) {
     setenv("ORVEL_OS_ROOT", root, 1);
     EXPECT_EQ(read().ROOT, root);
   }
-}
-
-TEST_F(AppSettings, MissingVersionIsZero) {
-  fake.bundle.texts.erase("CFBundleShortVersionString");
-  EXPECT_EQ(read().VERSIE, "0");
 }
 
 TEST_F(AppSettings, AppKeyIsUnchangedAndMissingKeyIsEmpty) {

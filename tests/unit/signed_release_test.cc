@@ -110,6 +110,14 @@ TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
             "orvel-os-update\n1.3\nlinux\n0a\nBKey=\n");
 }
 
+TEST_F(SignedRelease, MissingSignatureOrArchiveIsNotSigned) {
+  const std::string archive = root() + "/archive";
+  writeFile(archive, "an archive");
+  EXPECT_TRUE(isSigned(archive, "1.3", "mac", {validSignature, {}}, ourKey));
+  EXPECT_FALSE(isSigned(archive, "1.3", "mac", {}, ourKey));
+  EXPECT_FALSE(isSigned(root() + "/missing", "1.3", "mac", {validSignature, {}}, ourKey));
+}
+
 TEST_F(SignedRelease, ReleaseWithValidSignatureIsInstalled) {
   struct Row {
     std::string situation;

@@ -11,39 +11,24 @@ class StaleServer : public CoreTest {
   void setCommandLine(const std::string &pid, const std::string &commandLine) {
     fake.processes.setShellOutputs("ps -o command= -p " + pid, {commandLine});
   }
-  std::vector<std::string> cleanUp() {
+  /// Stops the stale servers and returns the calls to the platform.
+  std::vector<std::string> callsOfCleanUp() {
     delegate().killStaleServer();
     return fake.record.take();
   }
 };
 
 TEST_F(StaleServer, FreePortOrFailedListingNeedsNoWait) {
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand));
+  EXPECT_THAT(callsOfCleanUp(), ElementsAre("sh " + listenersCommand));
   fake.processes.setScripts(listenersCommand, {{.launchError = "no zsh"}});
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand));
+  EXPECT_THAT(callsOfCleanUp(), ElementsAre("sh " + listenersCommand));
   EXPECT_EQ(fake.scheduler.now(), 0ms);
-}
-
-TEST_F(StaleServer, OtherProcessOnPortIsNotKilled) {
-  const std::vector<std::string> commandLines{
-      "python3 -m http.server 4767\n",
-      "node /other/v3/server.mjs\n",
-      "node " + root() + "/v3/SERVER.mjs\n",
-      // A process that has exited since it was listed.
-      "",
-  };
-  for (const std::string &commandLine : commandLines) {
-    fake.processes.setShellOutputs(listenersCommand, {"41\n"});
-    setCommandLine("41", commandLine);
-    EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41"))
-        << commandLine;
-  }
 }
 
 TEST_F(StaleServer, ServerOfThisRootIsKilledAndPortAwaited) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n", "41\n", "41\n", ""});
   setCommandLine("41", commandLineOfThisRoot());
-  EXPECT_THAT(cleanUp(),
+  EXPECT_THAT(callsOfCleanUp(),
               ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41", "sh kill 41",
                           "sh " + listenersCommand, "sleep 100 ms", "sh " + listenersCommand,
                           "sleep 100 ms", "sh " + listenersCommand));
@@ -58,35 +43,43 @@ TEST_F(StaleServer, BusyPortIsCheckedFortyTimes) {
   EXPECT_EQ(fake.scheduler.now(), 4s);
 }
 
-TEST_F(StaleServer, AllServersOfThisRootAreKilledAndNoOther) {
-  fake.processes.setShellOutputs(listenersCommand, {"41\n42\n43\n", ""});
-  setCommandLine("41", commandLineOfThisRoot());
-  setCommandLine("42", "node /other/v3/server.mjs\n");
-  setCommandLine("43", commandLineOfThisRoot());
-  EXPECT_THAT(cleanUp(),
-              ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41", "sh kill 41",
-                          "sh ps -o command= -p 42", "sh ps -o command= -p 43", "sh kill 43",
-                          "sh " + listenersCommand));
-}
-
-TEST_F(StaleServer, ScriptAndRootMayBeSeparateArguments) {
-  fake.processes.setShellOutputs(listenersCommand, {"41\n", ""});
-  setCommandLine("41", "node v3/server.mjs --root " + root() + "\n");
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41",
-                                     "sh kill 41", "sh " + listenersCommand));
-}
-
-TEST_F(StaleServer, EmptyLinesOfListingAreSkipped) {
-  fake.processes.setShellOutputs(listenersCommand, {"41\n\n\n42\n"});
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41",
-                                     "sh ps -o command= -p 42"));
-}
-
-TEST_F(StaleServer, ListingIsNotParsedAsNumbers) {
-  fake.processes.setShellOutputs(listenersCommand, {"lsof: no port\n", ""});
-  setCommandLine("lsof: no port", commandLineOfThisRoot());
-  EXPECT_THAT(cleanUp(), ElementsAre("sh " + listenersCommand, "sh ps -o command= -p lsof: no port",
-                                     "sh kill lsof: no port", "sh " + listenersCommand));
+TEST_F(StaleServer, OnlyServersOfThisRootAreKilled) {
+  struct Process {
+    std::string pid;
+    std::string commandLine;
+    bool isKilled;
+  };
+  struct Row {
+    std::string listing;
+    std::vector<Process> processes;
+  };
+  const std::string otherRoot = "node /other/v3/server.mjs\n";
+  const std::string ownRoot = commandLineOfThisRoot();
+  const std::vector<Row> rows{
+      {"41\n", {{"41", "python3 -m http.server 4767\n", false}}},
+      {"41\n", {{"41", otherRoot, false}}},
+      {"41\n", {{"41", "node " + root() + "/v3/SERVER.mjs\n", false}}},
+      // A process that has exited since it was listed.
+      {"41\n", {{"41", "", false}}},
+      {"41\n", {{"41", "node v3/server.mjs --root " + root() + "\n", true}}},
+      {"41\n42\n43\n", {{"41", ownRoot, true}, {"42", otherRoot, false}, {"43", ownRoot, true}}},
+      {"41\n\n\n42\n", {{"41", "", false}, {"42", ownRoot, true}}},
+      // The listing is not parsed as numbers.
+      {"lsof: no port\n", {{"lsof: no port", ownRoot, true}}},
+  };
+  for (const auto &[listing, processes] : rows) {
+    fake.processes.setShellOutputs(listenersCommand, {listing, ""});
+    std::vector<std::string> expected{"sh " + listenersCommand};
+    bool isAnyKilled = false;
+    for (const auto &[pid, commandLine, isKilled] : processes) {
+      setCommandLine(pid, commandLine);
+      expected.push_back("sh ps -o command= -p " + pid);
+      if (isKilled) expected.push_back("sh kill " + pid);
+      isAnyKilled = isAnyKilled || isKilled;
+    }
+    if (isAnyKilled) expected.push_back("sh " + listenersCommand);
+    EXPECT_EQ(callsOfCleanUp(), expected) << listing << processes[0].commandLine;
+  }
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ TEST_F(WorkingFolder, VersionThatLeavesTemporaryFolderIsRejected) {
 
 TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   writeFile(workingFolderFor() + "/of another instance", "partial");
+  fake.names.removesOtherWorkingFolders = true;
   {
     const FolderLock other(fake.locations.temporaryFolder);
     ASSERT_FALSE(other.isHeldElsewhere());
@@ -127,11 +128,12 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereTheSystemDoesNotCleanUp) {
+TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
   for (const bool removes : {false, true}) {
     SCOPED_TRACE(removes);
     fake.names.removesOtherWorkingFolders = removes;
-    writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "refused");
+    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
     writeFile(workingFolderFor("a/b") + "/file", "nested");
     writeFile(fake.locations.temporaryFolder + "/other", "kept");
     install();
@@ -142,7 +144,7 @@ TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereTheSystemDoesNotClean
   }
 }
 
-// An archive of version "1" that was refused has left a link to a folder of the user's.
+// A rejected archive of version "1" has left a link to a folder of the user.
 TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   struct Row {
     std::string link;

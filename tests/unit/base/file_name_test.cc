@@ -8,7 +8,7 @@
 namespace orvel {
 namespace {
 
-TEST(FileName, ExtensionBeginsAtLastFullStop) {
+TEST(FileName, ExtensionBeginsAtLastFullStopBetweenOtherCharacters) {
   struct Row {
     std::string name;
     std::string stem;
@@ -20,10 +20,17 @@ TEST(FileName, ExtensionBeginsAtLastFullStop) {
       {"my report v1.2.pdf", "my report v1.2", ".pdf"},
       {".profile.txt", ".profile", ".txt"},
       {"caf\u00E9.\u00E9t\u00E9", "caf\u00E9", ".\u00E9t\u00E9"},
+      {"", "", ""},
+      {".", ".", ""},
+      {"..", "..", ""},
+      {"...", "...", ""},
+      {"report", "report", ""},
+      {".profile", ".profile", ""},
+      {"name.", "name.", ""},
   };
   for (const auto &[name, stem, extension] : rows) {
-    EXPECT_EQ(splitFileName(name).stem, stem);
-    EXPECT_EQ(splitFileName(name).extension, extension);
+    EXPECT_EQ(splitFileName(name).stem, stem) << name;
+    EXPECT_EQ(splitFileName(name).extension, extension) << name;
   }
 }
 
@@ -42,13 +49,6 @@ TEST(FileName, ExtensionAgreesWithNsurl) {
     const FileName split = splitFileName(name);
     EXPECT_EQ(split.extension, extension.empty() ? "" : "." + extension) << name;
     EXPECT_EQ(std::string(split.stem) + std::string(split.extension), name);
-  }
-}
-
-TEST(FileName, FullStopAtEitherEndBeginsNoExtension) {
-  for (const std::string name : {"", ".", "..", "...", "report", ".profile", "name."}) {
-    EXPECT_EQ(splitFileName(name).stem, name);
-    EXPECT_EQ(splitFileName(name).extension, "");
   }
 }
 

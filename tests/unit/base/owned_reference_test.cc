@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 namespace orvel {
 namespace {
 
@@ -23,36 +21,6 @@ int createFrom(ObjectRef existing, int status, ObjectRef *result) {
     *result = existing;
   }
   return status;
-}
-
-TEST(OwnedReference, DestructionReleasesOnce) {
-  Object object;
-  {
-    const Owner owner(&object);
-    EXPECT_EQ(owner.get(), &object);
-    EXPECT_EQ(object.references, 1);
-  }
-  EXPECT_EQ(object.references, 0);
-}
-
-TEST(OwnedReference, MoveKeepsReference) {
-  Object object;
-  Owner first(&object);
-  {
-    const Owner second = std::move(first);
-    EXPECT_EQ(first, nullptr);
-    EXPECT_EQ(object.references, 1);
-  }
-  EXPECT_EQ(object.references, 0);
-}
-
-TEST(OwnedReference, ResetReleasesOldReference) {
-  Object old;
-  Object next;
-  Owner owner(&old);
-  owner.reset(&next);
-  EXPECT_EQ(old.references, 0);
-  EXPECT_EQ(next.references, 1);
 }
 
 TEST(OwnedReference, CreatedReferenceIsReleased) {

@@ -48,6 +48,7 @@ TEST(TitleBar, DragFromPageToTitleBarStaysInPage) {
   mouse.press(false, 100, 100);
   EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::page);
   EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+  EXPECT_EQ(TitleBarMouse().drag(100, 700), MouseEventUse::page) << "without a press";
 }
 
 TEST(TitleBar, OnlySecondClickOnTitleBarIsDoubleClick) {
