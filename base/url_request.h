@@ -23,7 +23,7 @@ struct UrlRequest {
   std::vector<std::pair<std::string, std::string>> headers;
   /// Returns whether a redirect gets the header fields, given the URL of the request
   /// and that of the redirect. Null: no redirect gets them. Called on a thread of the
-  /// session.
+  /// HttpSession that sends the request.
   bool (*forwardsHeaders)(const Url &from, const Url &to) = nullptr;
 
   /// Sets a header field in place of all fields with that name. Names are

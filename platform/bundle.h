@@ -14,7 +14,7 @@ class Bundle {
   /// Returns the bundle's folder, with symbolic links resolved. Any thread.
   virtual std::string path() const = 0;
   /// Returns whether Info.plist could be read when the application started. Any thread.
-  virtual bool hasInformation() const = 0;
+  virtual bool hasInfoDictionary() const = 0;
   /// Returns the value of a string entry. Returns nullopt when the entry is missing or
   /// not a string, and without information. Any thread.
   virtual std::optional<std::string> infoText(std::string_view key) const = 0;

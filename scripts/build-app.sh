@@ -10,7 +10,7 @@
 #       version, key and default server address of the build
 #   ORVELOS_UPDATE_KEY
 #       public key that verifies updates, as scripts/make-update-key.sh prints it; without it
-#       the build installs releases without a signature
+#       the built application installs updates without verifying a signature
 #
 # On macOS:
 #
@@ -83,16 +83,16 @@ else
 fi
 
 # Unset first, because the CMake cache keeps the values of an earlier build.
-presets=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL -UORVELOS_UPDATE_KEY
+cache_options=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL -UORVELOS_UPDATE_KEY
   -DORVELOS_KEY="${ORVELOS_KEY:-}" -DORVELOS_URL="${ORVELOS_URL:-}"
   -DORVELOS_UPDATE_KEY="${ORVELOS_UPDATE_KEY:-}")
 if [ -n "${ORVELOS_VERSION:-}" ]; then
   # An update puts the version into file names and shell commands.
   [[ $ORVELOS_VERSION =~ ^[0-9]+(\.[0-9]+)*$ ]] ||
     fail "'$ORVELOS_VERSION' is not a version; use numbers separated by full stops, such as 1.10"
-  presets+=(-DORVELOS_VERSION="$ORVELOS_VERSION")
+  cache_options+=(-DORVELOS_VERSION="$ORVELOS_VERSION")
 fi
-[ "$system" = Linux ] || presets+=(-DCMAKE_OSX_ARCHITECTURES=arm64)
+[ "$system" = Linux ] || cache_options+=(-DCMAKE_OSX_ARCHITECTURES=arm64)
 
 work=''
 target="$folder/Orvel OS.app"
@@ -114,7 +114,7 @@ trap 'exit 129' HUP
 built="build/release-build/Orvel OS.app"
 # Otherwise files of an earlier build would stay in the bundle.
 rm -rf "$built"
-cmake --preset release "${presets[@]}" >/dev/null || fail "CMake failed to configure the build$hint"
+cmake --preset release "${cache_options[@]}" >/dev/null || fail "CMake failed to configure the build$hint"
 cmake --build --preset release --target orvel-os -- --quiet || fail "the build failed"
 [ -x "$built/$executable" ] || fail "the build did not create '$executable'"
 
@@ -150,7 +150,7 @@ notarise() {
     fail "Apple rejected the application; 'xcrun notarytool log' has the reason: $output"
   xcrun stapler staple "$bundle" >/dev/null || fail "stapler could not attach the notarisation ticket"
   xcrun stapler validate "$bundle" >/dev/null || fail "the notarisation ticket is not valid"
-  # Gatekeeper's own decision on a downloaded copy.
+  # Asks Gatekeeper for the decision that it would make on a downloaded copy.
   spctl --assess --type execute "$bundle" || fail "Gatekeeper rejects the application"
 }
 
@@ -160,8 +160,8 @@ if [ "$system" = Darwin ]; then
 else
   strip "$bundle/$executable" || fail "strip failed on the executable"
 fi
-# Makes the executable older than its sources, so that the default build, which writes to
-# the same place, builds its own again.
+# A developer's build (the preset "default") may write to the same folder. The old date makes it
+# link its executable again instead of taking this one for up to date.
 touch -t 200001010000 "$bundle/$executable"
 
 [ ! -e "$target" ] || mv "$target" "$work/old.app"

@@ -50,8 +50,8 @@ page_in_screenshot() {
   [ "$(convert "$1" -gravity south -crop 100%x80%+0+0 +repage -format '%k' info:)" -gt 50 ]
 }
 
-# Prepares a copy of the built application with a key, a home folder of its own and the
-# environment of the application.
+# Copies the built application, adds the key of the demo server to the copy, makes a home folder,
+# and sets `environment` to the environment variables of the application.
 prepare() {
   local bundle="$work/Orvel OS.app"
   cp -a "build/Orvel OS.app" "$bundle"
@@ -79,8 +79,8 @@ prepare() {
   fi
 }
 
-# Starts it in a session of its own, so that Control-C in the terminal only signals this
-# script.
+# Starts the application in a session of its own, so that Control-C in the terminal signals only
+# this script.
 start_application() {
   setsid env "${environment[@]}" "$work/Orvel OS.app/Contents/Linux/orvel-os" \
     >"$work/output" 2>&1 &
@@ -119,7 +119,7 @@ show_on_display() {
 show_on_virtual_screen() {
   echo "demo: there is no display; using Xvfb"
   start_virtual_screen
-  # This screen has no session bus to connect to.
+  # On the virtual screen the application must not use the session bus of the user.
   environment+=("DBUS_SESSION_BUS_ADDRESS=disabled:" "XDG_RUNTIME_DIR=$work/runtime")
   mkdir -m 700 "$work/runtime"
   start_application

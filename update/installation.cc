@@ -96,7 +96,7 @@ bool isTranslocated(std::string_view bundlePath, const PlatformNames &names) {
 void AppDelegate::installeer(const Url &archive, const std::string &versie,
                              const ReleaseSignature &signature) {
   // Without Info.plist it is unknown whether this build accepts unsigned releases.
-  if (!platform_.bundle.hasInformation()) return;
+  if (!platform_.bundle.hasInfoDictionary()) return;
   // Otherwise every update check would download a release that cannot be installed.
   const std::string bundle = platform_.bundle.path();
   if (isTranslocated(bundle, platform_.names)) return;

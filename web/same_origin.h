@@ -4,9 +4,9 @@
 
 namespace orvel {
 
-/// Returns whether `to` has the origin of `from` (scheme, host and port) or upgrades
-/// it from http to https on the same host, both at their default ports. Only such a
-/// redirect gets the app key and the page's cookies. Any thread.
+/// Returns whether a redirect from `from` to `to` keeps the origin (scheme, host and port), or
+/// goes from http to https on the same host, both at their default ports. Only such redirects get
+/// the app key and the page's cookies. Any thread.
 bool isSameOriginOrUpgrade(const Url &from, const Url &to);
 
 }  // namespace orvel

@@ -133,7 +133,8 @@ class FakeProcessLauncher final : public ProcessLauncher {
     }
   }
 
-  /// Called before each program starts. A test can write the files that the program would write.
+  /// Called at each successful launch, also of a shell command. A test can write the files that
+  /// the process would write.
   std::function<void(const LaunchRequest &)> onLaunch;
   /// All processes other than shell commands, oldest first.
   std::vector<std::shared_ptr<FakeChildProcess>> launched;

@@ -30,7 +30,7 @@ inline std::optional<std::string> find(const StoredTexts &texts, std::string_vie
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
-  bool hasInformation() const override { return isReadable; }
+  bool hasInfoDictionary() const override { return isReadable; }
   std::optional<std::string> infoText(std::string_view key) const override {
     return isReadable ? find(texts, key) : std::nullopt;
   }

@@ -6,7 +6,7 @@
 
 #include "base/private_folder.h"
 #include "platform/linux/gtk/gtk_style.h"
-#include "platform/linux/loopback_proxy.h"
+#include "platform/linux/loopback_proxy_bypass.h"
 
 namespace orvel {
 

@@ -17,8 +17,8 @@ std::string systemErrorDescription(int error);
 /// Starts each child process on a new thread, which then waits for that child only.
 class PosixProcessLauncher final : public ProcessLauncher {
  public:
-  /// Children get this environment with the changes of each request. It is separate from
-  /// the application's own environment, which may have settings for rendering. Stops
+  /// Each child gets this environment, changed as its request says. The application's own
+  /// environment may also have variables for WebKit, which children must not inherit. Stops
   /// ignoring SIGCHLD if this process inherited that, because the system would otherwise
   /// discard exit statuses. `describeError` describes an errno value to the user; it is
   /// called on any thread.

@@ -1,4 +1,4 @@
-// The contract of moving a file, which each platform implements at link time.
+// The contract of moveFile(). Each platform has an implementation, which the linker selects.
 
 #include "base/file_move.h"
 

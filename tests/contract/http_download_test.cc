@@ -73,7 +73,7 @@ TEST_P(HttpDownloadContract, BodyOfErrorStatusIsDelivered) {
   EXPECT_EQ(observation.contents, body_);
 }
 
-TEST_P(HttpDownloadContract, TruncatedBodyReturnsHeadWithoutFile) {
+TEST_P(HttpDownloadContract, TruncatedBodyGivesResponseWithoutFile) {
   const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
   platform->scriptNextResponse(server.url(), 200, std::nullopt);
   const Download download = fetch(server.url()).download;
@@ -82,7 +82,7 @@ TEST_P(HttpDownloadContract, TruncatedBodyReturnsHeadWithoutFile) {
   EXPECT_EQ(download.file, std::nullopt);
 }
 
-TEST_P(HttpDownloadContract, RefusedConnectionReturnsNeitherHeadNorFile) {
+TEST_P(HttpDownloadContract, RefusedConnectionGivesNeitherResponseNorFile) {
   const Download download = fetch(refusedUrl("/list.csv")).download;
   EXPECT_EQ(download.file, std::nullopt);
   EXPECT_FALSE(download.response);

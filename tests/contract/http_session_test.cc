@@ -13,7 +13,7 @@ class HttpSessionContract : public ContractTest {
  protected:
   /// Sends a request to a server whose response has status 200 and a body that fails. Expects
   /// one reply with a head and no body.
-  void expectHeadWithoutBody(const LoopbackServer &server, std::chrono::milliseconds timeout) {
+  void expectResponseWithoutBody(const LoopbackServer &server, std::chrono::milliseconds timeout) {
     UrlRequest request = requestOf(server.url("/api/wie"));
     request.timeout = timeout;
     platform->scriptNextResponse(request.url.absoluteString, 200, std::nullopt);
@@ -54,14 +54,14 @@ TEST_P(HttpSessionContract, RefusedConnectionCallsCompletionOnceOffMainThread) {
   EXPECT_EQ(callsOnMainThread, 0);
 }
 
-TEST_P(HttpSessionContract, TruncatedBodyReturnsHeadOnly) {
+TEST_P(HttpSessionContract, TruncatedBodyGivesResponseWithoutBody) {
   const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  expectHeadWithoutBody(server, std::chrono::seconds(60));
+  expectResponseWithoutBody(server, std::chrono::seconds(60));
 }
 
-TEST_P(HttpSessionContract, BodyTimeoutReturnsHeadOnly) {
+TEST_P(HttpSessionContract, BodyTimeoutGivesResponseWithoutBody) {
   const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  expectHeadWithoutBody(server, std::chrono::seconds(1));
+  expectResponseWithoutBody(server, std::chrono::seconds(1));
 }
 
 INSTANTIATE_ON_EVERY_PLATFORM(HttpSessionContract);

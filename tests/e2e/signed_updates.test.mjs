@@ -38,9 +38,10 @@ function earlierRelease(user) {
   return { archive, members: signatureMembers(archive, installedKey, '0.9') };
 }
 
-/// Releases that are not installed. Each function gets the archive of version 1.1, and returns
-/// what differs from its valid release: version, archive, and signature members of the manifest.
-/// With a `notice` the manifest itself is rejected, and the user sees that notice.
+/// Releases that are not installed. Each function gets the valid archive of version 1.1 and the
+/// user, and returns what the server offers instead of the valid release: version, archive, or
+/// signature members of the manifest. A `notice` is what the user sees when the application
+/// requests no archive because of the manifest.
 const refusedReleases = {
   'a manifest without a signature': () => ({ members: {}, notice: checkFailedNotice }),
   'a signature that is a number': () =>
@@ -60,8 +61,8 @@ const refusedReleases = {
   },
   'the manifest of an earlier release': (_, user) =>
     ({ version: '0.9', ...earlierRelease(user), notice: upToDateNotice() }),
-  'an earlier release with its signature under a later version': (_, user) => earlierRelease(user),
-  'an earlier version in an archive that is signed as a later one': (_, user) => {
+  'archive and signature of version 0.9, offered as 1.1': (_, user) => earlierRelease(user),
+  'an archive of version 0.9, signed and offered as 1.1': (_, user) => {
     const { archive } = earlierRelease(user);
     return { archive, members: signatureMembers(archive, installedKey, '1.1') };
   },
@@ -94,6 +95,7 @@ test('releases without a valid signature change nothing, and a signed one is ins
       if (notice) {
         await checkAndCloseNotice(screen, notice);
       } else {
+        // Ends with a manifest that offers no later release and has any signature.
         await checkUntilReleaseHandled(screen, server, anySignature);
       }
       assert.equal(fingerprint(folder), before, situation);
@@ -115,8 +117,8 @@ test('a signed release can change the key, after which a signature by the old ke
       signatureMembers(archive, installedKey, '1.1', { sleutel: newKey.publicKey }));
     await installAndRestart(user, server);
     assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), newKey.publicKey);
-    // The silent check of the new process must not find the next release. Two checks were before:
-    // the silent one of the old process and the one from the menu.
+    // The silent check of the new process must not find the next release. It is the third check,
+    // after the silent one of the old process and the one from the menu.
     await awaitSilentCheck(server, 3);
 
     const before = fingerprint(user.bundle);

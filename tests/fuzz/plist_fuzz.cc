@@ -1,5 +1,5 @@
-// Properties: a parsed property list can be serialized and parsed again, and malformed ones
-// do not crash.
+// Properties: a parsed property list can be serialized and parsed again, and a malformed
+// one does not crash the parser.
 
 #include <regex>
 #include <string>
@@ -34,6 +34,7 @@ void testInput(std::string_view input) {
   require(parsePlistTexts(bytes) == texts, "parsing is deterministic");
   if (!texts) return;
   for (const auto &[key, text] : *texts) {
+    // trimmedText() returns nullopt for invalid UTF-8.
     require(trimmedText(key) && trimmedText(text), "texts are UTF-8");
     require((key + text).find('\0') == std::string::npos, "texts hold no NUL");
   }

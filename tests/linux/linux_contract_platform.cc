@@ -87,7 +87,7 @@ std::filesystem::path prepareEnvironment(bool isAccessible) {
 
 /// Returns the open alert. Throws when no alert is open.
 GtkWindow *requireOpenAlert() {
-  GtkWindow *alert = openAlert();
+  GtkWindow *alert = openModalWindow();
   if (alert == nullptr) throw std::logic_error("no alert is open");
   return alert;
 }
@@ -217,7 +217,7 @@ class LinuxContractPlatform final : public ContractPlatform {
     return all;
   }
 
-  bool isAlertOpen() override { return openAlert() != nullptr; }
+  bool isAlertOpen() override { return openModalWindow() != nullptr; }
 
   void killPageProcess() override { killWebProcesses(); }
 

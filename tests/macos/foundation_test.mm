@@ -53,7 +53,7 @@ TEST(FileManagerLocations, QuarantinedFileNamesTheApplication) {
 // The entries are in Info.plist beside this file.
 TEST(MainBundle, OnlyStringEntriesHaveText) {
   const MainBundle bundle;
-  EXPECT_TRUE(bundle.hasInformation());
+  EXPECT_TRUE(bundle.hasInfoDictionary());
   EXPECT_EQ(bundle.infoText("ORVELOSTestText"), "text");
   for (const char *key : {"ORVELOSTestNumber", "ORVELOSTestBoolean", "ORVELOSTestDate",
                           "ORVELOSTestData", "ORVELOSTestArray", "ORVELOSTestDictionary"}) {

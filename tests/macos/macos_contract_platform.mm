@@ -54,7 +54,7 @@ void postKey(NSWindow *window, NSString *characters, unsigned short code) {
   }
 }
 
-NSWindow *openAlert() {
+NSWindow *openModalWindow() {
   NSWindow *alert = application().modalWindow;
   if (alert == nil) throw std::logic_error("no alert is open");
   return alert;
@@ -73,7 +73,7 @@ void collectTextFields(NSView *view, std::vector<NSTextField *> &fields) {
 /// Returns the text fields of the open alert, which include its labels.
 std::vector<NSTextField *> textFieldsOfAlert() {
   std::vector<NSTextField *> fields;
-  collectTextFields(openAlert().contentView, fields);
+  collectTextFields(openModalWindow().contentView, fields);
   return fields;
 }
 
@@ -81,7 +81,7 @@ std::vector<NSTextField *> textFieldsOfAlert() {
 std::vector<NSButton *> buttonsOfAlert() {
   std::vector<NSButton *> buttons;
   for (NSInteger tag = NSAlertFirstButtonReturn;; ++tag) {
-    NSButton *button = [openAlert().contentView viewWithTag:tag];
+    NSButton *button = [openModalWindow().contentView viewWithTag:tag];
     if (button == nil) return buttons;
     buttons.push_back(button);
   }
@@ -177,7 +177,7 @@ class MacosContractPlatform final : public ContractPlatform {
     for (NSButton *button : buttonsOfAlert()) {
       shown.buttons.push_back(fromCocoa(button.accessibilityTitle));
     }
-    const id<NSAccessibility> defaultButton = openAlert().accessibilityDefaultButton;
+    const id<NSAccessibility> defaultButton = openModalWindow().accessibilityDefaultButton;
     shown.defaultButton = fromCocoa(defaultButton.accessibilityTitle);
     return shown;
   }
@@ -200,14 +200,14 @@ class MacosContractPlatform final : public ContractPlatform {
 
   void pressInAlert(AlertKey key) override {
     if (key == AlertKey::enter) {
-      postKey(openAlert(), @"\r", 36);
+      postKey(openModalWindow(), @"\r", 36);
     } else {
-      postKey(openAlert(), @"\033", 53);
+      postKey(openModalWindow(), @"\033", 53);
     }
   }
 
   void closeAlert() override {
-    openAlert();
+    openModalWindow();
     [application() stopModal];
     wakeModalLoop();
   }

@@ -36,7 +36,7 @@ using Calls = std::vector<std::string>;
 }
 @end
 
-/// A window that records what it would do with itself.
+/// A window that records drags, zooms and minimises instead of performing them.
 @interface RecordingPageWindow : PageWindow
 @property(nonatomic) Calls *calls;
 @end
@@ -111,6 +111,7 @@ class PageWindowEvents : public testing::Test {
                     defer:NO];
 };
 
+// The window ends the page's press with a release outside the page, which is not a click.
 TEST_F(PageWindowEvents, DragOnTitleBarMovesWindowAndEndsPressOfPage) {
   drag(onTitleBar);
   EXPECT_THAT(calls_, ElementsAre("page press", "page release outside", "window drag"));

@@ -37,7 +37,8 @@ TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) 
   child.process->waitUntilExit();
   EXPECT_EQ(child.process->terminationStatus(), 3);
 
-  // A handle with the number of a standard stream needs one more descriptor.
+  // The launcher must duplicate a handle that is itself descriptor 1. The end of the block closes
+  // that descriptor, so it is saved first.
   const int savedOutput = ::dup2(STDOUT_FILENO, handles.back()->descriptor());
   {
     const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);

@@ -27,8 +27,8 @@ inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
 bool eventually(const std::function<bool()> &condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 
-/// The standard output of a program and its children, the error of the launch and the
-/// termination status.
+/// The standard output of a program and its children, the error of the launch, and the exit code
+/// or the number of the signal that ended the program.
 struct Outcome {
   std::string output;
   std::string error;

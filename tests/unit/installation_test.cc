@@ -106,7 +106,7 @@ TEST_F(Installation, FailedDownloadChangesNothing) {
 }
 
 TEST_F(Installation, BundleWithOtherNameIsRejected) {
-  unpackBundle("Orvel OS 1.3.app");
+  setArchiveContents("Orvel OS 1.3.app");
   install();
   expectNotInstalled();
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS 1.3.app"));
@@ -146,7 +146,7 @@ TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
     SCOPED_TRACE(ownIdentifier.value_or("without an identifier") + ": " + info);
     fake.bundle.texts.erase("CFBundleIdentifier");
     if (ownIdentifier) fake.bundle.texts["CFBundleIdentifier"] = *ownIdentifier;
-    unpackBundle("Orvel OS.app", info);
+    setArchiveContents("Orvel OS.app", info);
     install();
     expectNotInstalled();
     EXPECT_TRUE(std::filesystem::exists(workingFolderFor() + "/Orvel OS.app"));
@@ -157,7 +157,7 @@ TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
 
 TEST_F(Installation, MissingIdentifierMatchesMissingIdentifier) {
   fake.bundle.texts.erase("CFBundleIdentifier");
-  unpackBundle("Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
+  setArchiveContents("Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
   install();
   EXPECT_EQ(installedVersion(), "new");
 }

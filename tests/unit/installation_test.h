@@ -39,14 +39,14 @@ class InstallationTest : public CoreTest {
     if (!info.empty()) writeFile(bundle + "/Contents/Info.plist", info);
   }
   /// Sets the archive's contents: a bundle with this name and Info.plist.
-  void unpackBundle(const std::string &name, const std::string &info = infoPlist()) {
+  void setArchiveContents(const std::string &name, const std::string &info = infoPlist()) {
     unpackArchive = [name, info](const std::string &, const std::string &folder) {
       writeRelease(folder + "/" + name, info);
     };
   }
   /// Installs a version and runs all due tasks.
   void install(const std::string &versie = "1.3") {
-    // The temporary path of the archive is known only from the command.
+    // The download has a temporary path, which only the unpack command contains.
     fake.processes.onLaunch = [this,
                                folder = workingFolderFor(versie)](const LaunchRequest &request) {
       const std::string &command = request.arguments.back();

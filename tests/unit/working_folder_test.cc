@@ -112,7 +112,7 @@ TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
   install("replacement fails");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
 
-  unpackBundle("Orvel OS.app", infoPlist(""));
+  setArchiveContents("Orvel OS.app", infoPlist(""));
   install("other identifier");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("other identifier") + "/Orvel OS.app"));
 

@@ -9,6 +9,7 @@ import { measureReadyStart, screenSize } from './startup.mjs';
 import { listViewers } from './viewers.mjs';
 
 const [application, other, rounds = '15'] = process.argv.slice(2);
+// Each application as a viewer of the benchmark, without the viewers that it is compared with.
 const builds = [application, other].map((path) =>
   listViewers({ application: path, programs: '' })[0]);
 const starts = [[], []];

@@ -1,1 +1,1 @@
-#error "the core must not include headers of a desktop library"
+#error "the core must not include headers of a platform library"

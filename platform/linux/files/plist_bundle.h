@@ -13,7 +13,7 @@ class PlistBundle final : public Bundle {
   explicit PlistBundle(const std::string &bundlePath);
 
   std::string path() const override { return path_; }
-  bool hasInformation() const override { return texts_.has_value(); }
+  bool hasInfoDictionary() const override { return texts_.has_value(); }
   std::optional<std::string> infoText(std::string_view key) const override;
   /// Linux has no code signatures.
   std::optional<std::string> teamIdentifier() const override { return std::nullopt; }

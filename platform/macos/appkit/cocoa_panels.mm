@@ -38,8 +38,8 @@ NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
   return cocoaField;
 }
 
-/// Returns the index of the button that was pressed, or nullopt for any other response. An
-/// alert without buttons of its own has one by AppKit.
+/// Returns the index of the button that was pressed, or nullopt for any other response.
+/// AppKit adds a button to an alert that has none.
 std::optional<int> buttonOf(NSModalResponse response, std::size_t buttons) {
   const NSInteger index = response - NSAlertFirstButtonReturn;
   const auto count = static_cast<NSInteger>(std::max<std::size_t>(buttons, 1));
@@ -53,6 +53,7 @@ void CocoaPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> 
   NSAlert *shown = makeAlert(alert);
   NSTextField *field = alert.textField ? addField(shown, *alert.textField) : nil;
   const NSModalResponse response = [shown runModal];
+  // Quitting has ended the alert, so there is no answer.
   if (bridge_.terminationProceeds) return;
   AlertAnswer answer;
   answer.button = buttonOf(response, alert.buttons.size());

@@ -50,6 +50,7 @@ bool FileManagerLocations::replaceItem(const std::string &original,
                                                       resultingItemURL:nil
                                                                  error:nil];
   if (!replaced) return false;
+  // Launch Services reads Info.plist again only when the date of the bundle has changed.
   [fileUrl(original) setResourceValue:NSDate.date forKey:NSURLContentModificationDateKey error:nil];
   return true;
 }

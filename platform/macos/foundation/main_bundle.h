@@ -15,7 +15,7 @@ class MainBundle final : public Bundle {
   std::string path() const override;
   /// Returns whether there is an entry CFBundleInfoDictionaryVersion, which Info.plist must
   /// have: Foundation returns an almost empty dictionary when it cannot read the file.
-  bool hasInformation() const override;
+  bool hasInfoDictionary() const override;
   std::optional<std::string> infoText(std::string_view key) const override;
   std::optional<std::string> teamIdentifier() const override { return teamIdentifier_; }
   bool isSignedByTeam(const std::string &bundlePath, const std::string &team) const override;

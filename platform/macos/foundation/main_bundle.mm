@@ -13,7 +13,7 @@ std::string MainBundle::path() const {
   return fromCocoa(NSBundle.mainBundle.bundleURL.URLByResolvingSymlinksInPath.path);
 }
 
-bool MainBundle::hasInformation() const {
+bool MainBundle::hasInfoDictionary() const {
   return infoText("CFBundleInfoDictionaryVersion").has_value();
 }
 

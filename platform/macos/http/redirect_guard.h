@@ -10,9 +10,9 @@ NS_ASSUME_NONNULL_BEGIN
 using ForwardsHeaders = decltype(orvel::UrlRequest::forwardsHeaders);
 
 /// The delegate of one URL session task. Redirects get the header fields of its request
-/// until `forwardsHeaders` rejects one; that redirect and all later ones get none of them.
-/// Without it Foundation sends the fields to any host. A redirect uses the session's cookies
-/// only if the request does. Called on the session's delegate queue.
+/// until `forwardsHeaders` rejects a redirect; that one and all later ones get none of them.
+/// Without this delegate Foundation sends the fields to any host. A redirect uses the session's
+/// cookies only if the request does. Called on the session's delegate queue.
 @interface RedirectGuard : NSObject <NSURLSessionTaskDelegate>
 
 - (instancetype)init NS_UNAVAILABLE;

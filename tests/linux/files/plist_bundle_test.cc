@@ -41,11 +41,11 @@ TEST(PlistBundle, PropertiesAreThoseAtConstruction) {
   };
   const PlistBundle withoutInfoPlist(folder.path());
   write("1");
-  EXPECT_FALSE(withoutInfoPlist.hasInformation());
+  EXPECT_FALSE(withoutInfoPlist.hasInfoDictionary());
   EXPECT_EQ(withoutInfoPlist.infoText("CFBundleShortVersionString"), std::nullopt);
   const PlistBundle bundle(folder.path());
   write("2");
-  EXPECT_TRUE(bundle.hasInformation());
+  EXPECT_TRUE(bundle.hasInfoDictionary());
   EXPECT_EQ(bundle.infoText("CFBundleShortVersionString"), "1");
   EXPECT_EQ(bundle.infoText("Missing"), std::nullopt);
 }

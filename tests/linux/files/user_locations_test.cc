@@ -36,7 +36,7 @@ TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
   }
 }
 
-TEST(UserLocations, TemporaryFolderIsCreatedForOwnerOnly) {
+TEST(UserLocations, NewOrExistingTemporaryFolderIsOnlyForOwner) {
   const TemporaryFolder folder;
   const std::string temporary = folder.path() / "of the" / "user";
   const UserLocations locations(temporary);

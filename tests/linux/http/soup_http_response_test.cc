@@ -29,7 +29,9 @@ class SoupHttpResponse : public testing::Test {
     EXPECT_EQ(reply.status, status) << bytes;
     EXPECT_EQ(reply.body, body) << bytes;
   }
-  void expectHeadOnly(const std::string &bytes) { expectReply(bytes, 200, std::nullopt); }
+  void expectResponseWithoutBody(const std::string &bytes) {
+    expectReply(bytes, 200, std::nullopt);
+  }
 
   SoupHttpSession session_;
 };
@@ -70,12 +72,12 @@ TEST_F(SoupHttpResponse, OnlyWholeGzipBodyIsDecoded) {
   // Without the content coding the body is a file of its own.
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
-    expectHeadOnly(okResponse(packed.substr(0, size), gzipField));
+    expectResponseWithoutBody(okResponse(packed.substr(0, size), gzipField));
   }
   std::string wrongChecksum = packed;
   wrongChecksum[packed.size() - 8] ^= 1;
-  expectHeadOnly(okResponse(wrongChecksum, gzipField));
-  expectHeadOnly(okResponse("body", "Content-Encoding: br\r\n"));
+  expectResponseWithoutBody(okResponse(wrongChecksum, gzipField));
+  expectResponseWithoutBody(okResponse("body", "Content-Encoding: br\r\n"));
 }
 
 TEST_F(SoupHttpResponse, LargeBodyIsComplete) {
@@ -110,19 +112,19 @@ TEST_F(SoupHttpResponse, TruncatedOrMalformedHeadFails) {
   expectReply(std::string("\x16\x03\x01\x00\x00\x00", 6), std::nullopt, std::nullopt);
 }
 
-TEST_F(SoupHttpResponse, TruncatedBodyReturnsHeadOnly) {
+TEST_F(SoupHttpResponse, TruncatedBodyGivesResponseWithoutBody) {
   const std::string chunked = "Transfer-Encoding: chunked\r\n";
   // libsoup accepts a head without the empty line at its end.
   for (const std::string &rest :
        {std::string("Content-Length: 5\r\n"), chunked, std::string("Content-Length: 5\r\n\r\n"),
         std::string("Content-Length: 5\r\n\r\nabcd"),
         std::string("Connection: close\r\nContent-Length: 5\r\n\r\nabcd")}) {
-    expectHeadOnly("HTTP/1.1 200 OK\r\n" + rest);
+    expectResponseWithoutBody("HTTP/1.1 200 OK\r\n" + rest);
   }
-  expectHeadOnly("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  expectResponseWithoutBody("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
   for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
                            "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
-    expectHeadOnly("HTTP/1.1 200 OK\r\n" + chunked + "\r\n" + body);
+    expectResponseWithoutBody("HTTP/1.1 200 OK\r\n" + chunked + "\r\n" + body);
   }
 }
 
@@ -148,7 +150,7 @@ LoopbackServer::Handler sendForever(const std::string &start, const std::string 
   };
 }
 
-TEST_F(SoupHttpResponse, OversizedBodyReturnsHeadOnly) {
+TEST_F(SoupHttpResponse, OversizedBodyGivesResponseWithoutBody) {
   const LoopbackServer server(sendForever("HTTP/1.0 200 OK\r\n\r\n", std::string(1'000'000, 'x')));
   const auto reply = fetch(session_, server.url());
   EXPECT_EQ(reply.status, 200);

@@ -15,6 +15,9 @@ TEST(WebKitUrl, CharactersAllowedOnlyByUrlStandardArePercentEncoded) {
     ASSERT_TRUE(url.has_value()) << text;
     EXPECT_EQ(url->absoluteString, percentEncoded(text));
   }
+}
+
+TEST(WebKitUrl, PathIsDecoded) {
   EXPECT_EQ(urlFromWebKit("http://h/a[b]?c").value().path, "/a[b]");
 }
 

@@ -216,7 +216,7 @@ export class Screen {
     await waitFor('a closed menu', async () => !(await this.isMenuOpen()));
   }
 
-  /// Returns whether a menu is open. GTK gives its window the application's ID as its title.
+  /// Returns whether a menu is open. GTK titles the window of a menu with the application's ID.
   async isMenuOpen() {
     return (await this.windows('nl.orvel.os')).length > 0;
   }
@@ -226,7 +226,7 @@ export class Screen {
   async openMenu() {
     // A pointer over the menu would move the focus. This position is far from it.
     await this.movePointer(900, 700);
-    // The key also closes the menu, so it must have been open for long before the next press.
+    // The key also closes the menu, so a slow menu gets much time to open before the next press.
     await repeatUntil('the menu', () => this.pressKeys('F10'), () => this.isMenuOpen(),
       { interval: 10_000 });
   }
@@ -255,7 +255,8 @@ export class Screen {
   /// Opens the address dialog, replaces its text and closes it by a key.
   async answerAddressDialog(text, closingKey = 'Return') {
     await this.openAddressDialog();
-    // The text is selected. xdotool cannot type a tab, so the new text is pasted.
+    // The old text is selected. The new one is pasted, because some tests enter a tab, which xdotool
+    // cannot type.
     await this.pressKeys('BackSpace');
     if (text !== '') {
       await this.setClipboard(text);

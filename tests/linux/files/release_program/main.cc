@@ -1,5 +1,5 @@
-// A stand-in for the program of a release. Its constructor, which runs before main, creates a
-// file next to it.
+// A stand-in for the program of a release. A constructor, which runs before main, creates the file
+// "executed" next to it. It calls getpgid(), so that a test can break the symbol of a library.
 
 #include <unistd.h>
 

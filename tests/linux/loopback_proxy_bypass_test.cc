@@ -1,4 +1,4 @@
-#include "platform/linux/loopback_proxy.h"
+#include "platform/linux/loopback_proxy_bypass.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/loopback_proxy.h"
+#include "platform/linux/loopback_proxy_bypass.h"
 
 #include <cstdlib>
 #include <string>
@@ -20,7 +20,8 @@ std::string withLoopback(const char *excluded) {
 void bypassProxyForLoopback() {
   const char *lowerCase = std::getenv("no_proxy");
   const char *upperCase = std::getenv("NO_PROXY");
-  // A resolver reads one of the two variables, so each gets the user's value of either.
+  // A resolver reads only one of the two variables. A variable that is not set gets the value of
+  // the other.
   const std::string lowerCaseValue = withLoopback(lowerCase != nullptr ? lowerCase : upperCase);
   const std::string upperCaseValue = withLoopback(upperCase != nullptr ? upperCase : lowerCase);
   ::setenv("no_proxy", lowerCaseValue.c_str(), 1);
