@@ -132,14 +132,16 @@ class AppDelegate final : public ApplicationDelegate,
   /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
-  /// Returns whether the local server runs and may receive the key, or the address is online.
-  bool canLoadPage() const;
-  /// Loads the page of the OS server. When it cannot be loaded, probes a running server again.
-  void loadPage();
+  /// Loads the page of the OS server. Counts as another failed probe after `tries` when a program
+  /// of another user listens on the port of the local server. Does nothing when that server has
+  /// ended.
+  void loadPage(int tries);
+  /// Probes the server until it is ready for a reload, unless it is being probed already.
+  void awaitServerForReload();
   bool isServerRunning() const { return server && server->isRunning(); }
   void serverDidExit(const std::shared_ptr<ChildProcess> &process);
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
-  void showOS();
+  void showOS(int tries);
   void useAddress(const std::string &input);
   void perform(NavigationConsequence consequence, const Url &url);
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
@@ -149,8 +151,10 @@ class AppDelegate final : public ApplicationDelegate,
   const Settings settings_;
   const Platform platform_;
   bool isRelaunching_ = false;
-  /// Whether the page of the OS server was loaded last, and not an error page.
-  bool isPageLoaded_ = false;
+  /// The page of the OS server, if that was loaded last, and not an error page.
+  std::optional<Url> loadedPage_;
+  /// Whether the server is being probed, until the page is loaded or an error page is shown.
+  bool isAwaitingServer_ = false;
 };
 
 }  // namespace orvel

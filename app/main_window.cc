@@ -1,5 +1,4 @@
 #include <chrono>
-#include <utility>
 
 #include "app/app_delegate.h"
 #include "app/invariant.h"
@@ -56,7 +55,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::showError(std::string_view message) {
   if (!web) fatalError("an error page before the web view exists");
-  isPageLoaded_ = false;
+  loadedPage_.reset();
+  isAwaitingServer_ = false;
   web->loadHtml(errorPage(message));
 }
 
@@ -66,7 +66,11 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  loadPage();
+  if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
+    awaitServerForReload();
+    return;
+  }
+  loadPage(0);
 }
 
 UrlRequest AppDelegate::pageRequest() const {
@@ -77,27 +81,34 @@ UrlRequest AppDelegate::pageRequest() const {
   return request;
 }
 
-bool AppDelegate::canLoadPage() const {
-  if (!lokaal()) return true;
-  return isServerRunning() && mayReceiveKey(pageRequest().url, platform_.listeners);
-}
-
-void AppDelegate::loadPage() {
-  if (!canLoadPage()) {
-    waitForServer(0);
+void AppDelegate::loadPage(int tries) {
+  // The exit of the server is reported.
+  if (lokaal() && !isServerRunning()) return;
+  const UrlRequest page = pageRequest();
+  if (!mayReceiveKey(page.url, platform_.listeners)) {
+    handleProbe(std::nullopt, tries);
     return;
   }
-  isPageLoaded_ = true;
-  web->load(pageRequest());
+  loadedPage_ = page.url;
+  isAwaitingServer_ = false;
+  web->load(page);
+}
+
+void AppDelegate::awaitServerForReload() {
+  if (!isAwaitingServer_) waitForServer(0);
 }
 
 // The web view calls this, so `web` is not null.
 void AppDelegate::webViewWebContentProcessDidTerminate() {
-  if (isPageLoaded_ && !canLoadPage()) {
-    waitForServer(0);
-  } else {
-    web->reload();
+  if (loadedPage_ && isLocalAddress(loadedPage_->absoluteString)) {
+    // The report of the server's exit follows, or the page of another address.
+    if (!isServerRunning()) return;
+    if (!mayReceiveKey(*loadedPage_, platform_.listeners)) {
+      awaitServerForReload();
+      return;
+    }
   }
+  web->reload();
 }
 
 }  // namespace orvel

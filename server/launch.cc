@@ -11,7 +11,7 @@ namespace {
 /// Creates or truncates the log file. Returns null when it cannot be written. Other users
 /// cannot read it, because the server may log anything.
 std::shared_ptr<FileHandle> openEmptyLog(const std::string &folder) {
-  createPrivateFolder(folder);
+  ensurePrivateFolder(folder);
   const std::string path = folder + "/server.log";
   // open(2) blocks on a FIFO until it has a reader.
   std::error_code ignored;

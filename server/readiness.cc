@@ -58,6 +58,7 @@ void AppDelegate::waitForServer(int tries) {
   // The exit or the failed launch of the server has already been reported.
   if (lokaal() && !isServerRunning()) return;
 
+  isAwaitingServer_ = true;
   const auto url = Url::parse(baseURL() + "api/wie");
   if (!url) fatalError("invalid server URL: " + baseURL());
   if (!mayReceiveKey(*url, platform_.listeners)) {
@@ -76,7 +77,7 @@ void AppDelegate::waitForServer(int tries) {
 
 void AppDelegate::handleProbe(const std::optional<HttpResponse> &response, int tries) {
   if (response && response->statusCode == 200) {
-    showOS();
+    showOS(tries);
     return;
   }
   if (tries >= (lokaal() ? maxLocalRetries : maxOnlineRetries)) {
@@ -89,15 +90,15 @@ void AppDelegate::handleProbe(const std::optional<HttpResponse> &response, int t
                             [self = shared_from_this(), tries] { self->waitForServer(tries + 1); });
 }
 
-void AppDelegate::showOS() {
+void AppDelegate::showOS(int tries) {
   if (!web) fatalError("the OS is ready before the web view exists");
   const auto cookie = keyCookie(baseURL(), lokaal(), appSleutel, platform_.clock.now());
   if (!cookie) {
-    loadPage();
+    loadPage(tries);
     return;
   }
   // The first request of the page must already carry the key.
-  web->cookieStore().set(*cookie, [self = shared_from_this()] { self->loadPage(); });
+  web->cookieStore().set(*cookie, [self = shared_from_this(), tries] { self->loadPage(tries); });
 }
 
 }  // namespace orvel

@@ -1,9 +1,7 @@
 // The permissions of the application's folders and files, with the umask that removes none.
 
 import assert from 'node:assert/strict';
-import {
-  chmodSync, existsSync, mkdirSync, readdirSync, statSync, writeFileSync,
-} from 'node:fs';
+import { chmodSync, mkdirSync, readdirSync, statSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
@@ -28,6 +26,7 @@ const earlierVersions = {
       chmodSync(folder, 0o777);
     }
     mkdirSync(dirname(user.root.log));
+    chmodSync(dirname(user.root.log), 0o777);
     for (const file of [user.defaultsFile, user.root.log]) {
       writeFileSync(file, '');
       chmodSync(file, 0o666);
@@ -40,7 +39,6 @@ for (const [situation, prepare] of Object.entries(earlierVersions)) {
     async (user, screen) => {
       const desktop = new Desktop(user);
       prepare(user);
-      const isLogFolderOwn = !existsSync(dirname(user.root.log));
       const layout = await user.startWithPage(link('export', '/api/export'), {
         routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
       }, { wrapper: withUmaskZero });
@@ -50,17 +48,17 @@ for (const [situation, prepare] of Object.entries(earlierVersions)) {
 
       const [config, data, cache] = ownFolders(user.environment);
       const modes = Object.fromEntries([config, data, cache, join(cache, 'temporary'),
-        join(config, 'defaults.ini'), user.root.log].map((path) => [path, modeOf(path)]));
+        dirname(user.root.log), join(config, 'defaults.ini'), user.root.log].map((path) => [path, modeOf(path)]));
       assert.deepEqual(modes, {
         [config]: '700',
         [data]: '700',
         [cache]: '700',
         [join(cache, 'temporary')]: '700',
+        [dirname(user.root.log)]: '700',
         [join(config, 'defaults.ini')]: '600',
         [user.root.log]: '600',
       });
       assert.ok(readdirSync(data).includes('cookies.sqlite'));
-      if (isLogFolderOwn) assert.equal(modeOf(dirname(user.root.log)), '700');
       assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'the umask of the user');
     });
 }

@@ -66,7 +66,7 @@ TEST_F(Launch, LogAndCreatedFolderAreOnlyForOwner) {
   std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
   start();
   EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
-  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0775U) << "the folder of the server";
+  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
 }
 
 TEST_F(Launch, UnwritableLogInheritsOutputs) {

@@ -153,6 +153,36 @@ TEST_F(OccupiedPort, ReloadShowsPageOnceOwnServerListensAgain) {
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
 }
 
+TEST_F(OccupiedPort, RepeatedReloadShowsPageOnce) {
+  for (int press = 0; press < 10; ++press) {
+    delegate().reloadPage();
+    fake.scheduler.advance(20ms);
+  }
+  fake.listeners.scripted.clear();
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
+}
+
+TEST_F(OccupiedPort, ReloadProbesAgainAfterErrorPage) {
+  delegate().reloadPage();
+  expectOnlyErrorPage();
+  fake.listeners.scripted.clear();
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  occupyLocalPort();
+  delegate().reloadPage();
+  fake.listeners.scripted.clear();
+  fake.scheduler.advance(1s);
+  EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
+}
+
+TEST_F(OccupiedPort, TerminatedWebProcessDoesNotReloadPageOfEarlierLocalAddress) {
+  storeAddress();
+  web().delegate.webViewWebContentProcessDidTerminate();
+  EXPECT_EQ(fake.record.count("reload"), 0U);
+  EXPECT_EQ(fake.record.count("GET https://os.test/api/wie"), 1U);
+}
+
 TEST_F(OccupiedPort, TerminatedWebProcessShowsErrorPage) {
   web().delegate.webViewWebContentProcessDidTerminate();
   expectOnlyErrorPage();

@@ -363,6 +363,22 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbe) {
   }
 }
 
+TEST_F(Readiness, PortLostAfterEachProbeCountsAsFailedProbe) {
+  fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 100ms}});
+  openOS();
+  for (int probe = 0; probe <= 60; ++probe) {
+    EXPECT_EQ(shownError(), "");
+    fake.scheduler.advance(50ms);
+    occupyLocalPort();
+    fake.scheduler.advance(50ms);
+    fake.listeners.scripted.clear();
+    fake.scheduler.advance(250ms);
+  }
+  EXPECT_EQ(fake.http.sent.size(), 61U);
+  EXPECT_EQ(shownError(), localServerError);
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+}
+
 TEST_F(Readiness, PageIsNotLoadedWhenAnotherUserTakesPortWhileCookieIsStored) {
   fake.http.setResponses(localProbe, {{.statusCode = 200}});
   fake.windows.cookies.delay = 1s;

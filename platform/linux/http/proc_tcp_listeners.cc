@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -48,15 +49,21 @@ std::optional<std::vector<TcpListener>> ProcTcpListeners::onPort(int port) const
   std::vector<TcpListener> listeners;
   const std::string suffix = portSuffix(port);
   bool isReported = false;
-  // The second file is missing on a system without IPv6.
   for (const char *path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
     std::ifstream table(path);
-    isReported = isReported || table.is_open();
+    if (!table.is_open()) {
+      // The second file is missing on a system without IPv6. Any other error, such as EMFILE,
+      // may hide a listener.
+      if (errno != ENOENT) return std::vector<TcpListener>();
+      continue;
+    }
+    isReported = true;
     for (std::string line; std::getline(table, line);) {
+      // Most sockets of a busy machine are connections of other ports.
+      if (line.find(suffix) == std::string::npos) continue;
       std::istringstream fields(line);
       std::string number, local, remote, state, queues, timer, retransmits;
       uid_t user = 0;
-      // Fails for the line with the names of the fields.
       fields >> number >> local >> remote >> state >> queues >> timer >> retransmits >> user;
       if (!fields || state != listeningState || !local.ends_with(suffix)) continue;
       listeners.push_back({.address = addressFrom(local.substr(0, local.size() - suffix.size())),

@@ -1,5 +1,6 @@
 #include "platform/linux/webkit/webkit_navigation.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/linux/webkit/webkit_context_menu.h"
@@ -28,6 +29,10 @@ void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
   } else {
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
   }
+}
+
+std::string_view withoutFragment(std::string_view address) {
+  return address.substr(0, address.find('#'));
 }
 
 }  // namespace
@@ -98,9 +103,9 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
 void WebKitNavigation::downloadStarted(WebKitDownload *download) {
   const std::string address = webkit_uri_request_get_uri(webkit_download_get_request(download));
   webkit_download_cancel(download);
-  const auto gesture = userGestures_.find(address);
-  if (gesture == userGestures_.end()) return;
-  delegate_.startDownload(urlFromWebKit(address.c_str()), gesture->second);
+  const auto navigation = findAllowedNavigation(address);
+  if (navigation == allowedNavigations_.end()) return;
+  delegate_.startDownload(urlFromWebKit(address.c_str()), navigation->hasUserGesture);
 }
 
 bool WebKitNavigation::isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const {
@@ -118,15 +123,24 @@ void WebKitNavigation::decidePendingNavigations() {
   }
 }
 
+std::deque<WebKitNavigation::AllowedNavigation>::iterator WebKitNavigation::findAllowedNavigation(
+    std::string_view address) {
+  return std::find_if(
+      allowedNavigations_.begin(), allowedNavigations_.end(),
+      [&](const auto &allowed) { return allowed.address == withoutFragment(address); });
+}
+
 NavigationPolicy WebKitNavigation::decideByDelegate(const NavigationAction &action,
                                                     const std::string &address,
                                                     bool hasUserGesture) {
   const NavigationPolicy policy = delegate_.decidePolicy(action);
-  if (policy != NavigationPolicy::allow) return policy;
-  // A download starts right after its navigation, so only the last addresses matter.
-  constexpr std::size_t maxAddresses = 1000;
-  if (userGestures_.size() >= maxAddresses) userGestures_.clear();
-  userGestures_[address] = hasUserGesture;
+  // A download may start up to a minute after its navigation, with the response. The limits keep
+  // a page from filling the memory.
+  constexpr std::size_t maxNavigations = 100;
+  constexpr std::size_t maxAddressLength = 65'536;
+  if (policy != NavigationPolicy::allow || address.size() > maxAddressLength) return policy;
+  if (allowedNavigations_.size() == maxNavigations) allowedNavigations_.pop_front();
+  allowedNavigations_.push_back({std::string(withoutFragment(address)), hasUserGesture});
   return policy;
 }
 
@@ -135,7 +149,8 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
   const bool hasUserGesture =
       webkit_navigation_action_is_user_gesture(
           webkit_navigation_policy_decision_get_navigation_action(decision)) != FALSE;
-  userGestures_.erase(address);
+  const auto earlier = findAllowedNavigation(address);
+  if (earlier != allowedNavigations_.end()) allowedNavigations_.erase(earlier);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;

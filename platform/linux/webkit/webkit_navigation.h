@@ -3,8 +3,8 @@
 #include <webkit/webkit.h>
 
 #include <deque>
-#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/linux/glib/gobject_pointer.h"
@@ -29,11 +29,17 @@ class WebKitNavigation {
 
  private:
   using Decision = GObjectPointer<WebKitNavigationPolicyDecision>;
+  struct AllowedNavigation {
+    /// Without the fragment.
+    std::string address;
+    bool hasUserGesture;
+  };
 
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
   bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
   void decidePendingNavigations();
   void decideFrameNavigation(WebKitNavigationPolicyDecision *decision);
+  std::deque<AllowedNavigation>::iterator findAllowedNavigation(std::string_view address);
   NavigationPolicy decideByDelegate(const NavigationAction &action, const std::string &address,
                                     bool hasUserGesture);
   void downloadStarted(WebKitDownload *download);
@@ -44,10 +50,10 @@ class WebKitNavigation {
   WebKitScriptDialogs dialogs_;
   /// Frame navigations that wait for the running probe, in the order of their signals.
   std::deque<Decision> pendingNavigations_;
-  /// The addresses of allowed navigations, and whether a user gesture caused the last one. Only
-  /// these may become downloads: WebKit also starts one for a link with the download attribute
-  /// that the delegate cancels after a probe.
-  std::map<std::string, bool> userGestures_;
+  /// The last allowed navigations to different addresses, oldest first. Only these may become
+  /// downloads: WebKit also starts one for a link with the download attribute that the delegate
+  /// cancels after a probe.
+  std::deque<AllowedNavigation> allowedNavigations_;
   std::vector<SignalConnection> connections_;
 };
 

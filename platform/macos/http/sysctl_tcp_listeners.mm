@@ -12,6 +12,7 @@
 #include <netinet/tcp_var.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -19,16 +20,26 @@ namespace orvel {
 
 namespace {
 
-/// Returns the list of TCP sockets, or the empty text when it cannot be read.
-std::string readSocketList() {
+/// Returns the list of TCP sockets. Returns the empty text when sockets are created faster than
+/// the list can be read, and nullopt when the system does not have the list.
+std::optional<std::string> readSocketList() {
   constexpr const char *name = "net.inet.tcp.pcblist64";
-  std::size_t size = 0;
-  if (::sysctlbyname(name, nullptr, &size, nullptr, 0) != 0) return "";
-  // The size has room for sockets that are created before the second call.
-  std::string list(size, '\0');
-  if (::sysctlbyname(name, list.data(), &size, nullptr, 0) != 0) return "";
-  list.resize(size);
-  return list;
+  constexpr int maxAttempts = 5;
+  std::string list;
+  for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
+    std::size_t size = 0;
+    if (::sysctlbyname(name, nullptr, &size, nullptr, 0) != 0) return std::nullopt;
+    // Room for sockets that are created before the second call. Without enough of it that call
+    // fails with ENOMEM (sysctl(3)).
+    size *= static_cast<std::size_t>(attempt) + 1;
+    list.assign(size, '\0');
+    if (::sysctlbyname(name, list.data(), &size, nullptr, 0) == 0) {
+      list.resize(size);
+      return list;
+    }
+    if (errno != ENOMEM) return std::nullopt;
+  }
+  return "";
 }
 
 std::string localAddress(const xinpcb64 &socket) {
@@ -47,13 +58,13 @@ std::string localAddress(const xinpcb64 &socket) {
 
 std::optional<std::vector<TcpListener>> SysctlTcpListeners::onPort(int port) const {
   std::vector<TcpListener> listeners;
-  const std::string list = readSocketList();
-  if (list.empty()) return std::nullopt;
+  const auto list = readSocketList();
+  if (!list) return std::nullopt;
   // The list begins and ends with an xinpgen. Each entry begins with its size.
   std::size_t size = sizeof(xinpgen);
-  for (std::size_t at = size; at + sizeof(xtcpcb64) <= list.size(); at += size) {
+  for (std::size_t at = size; at + sizeof(xtcpcb64) <= list->size(); at += size) {
     xtcpcb64 entry{};
-    std::memcpy(&entry, list.data() + at, sizeof entry);
+    std::memcpy(&entry, list->data() + at, sizeof entry);
     // A layout of another version of macOS.
     if (entry.xt_len < sizeof entry) return std::nullopt;
     size = entry.xt_len;

@@ -109,6 +109,12 @@ TEST_F(NewWindow, AllowedLinkWithDownloadAttributeReachesDelegateWithItsCause) {
   EXPECT_EQ(delegate.decisions, Strings(4, "mainFrame /next"));
 }
 
+TEST_F(NewWindow, LinkWithDownloadAttributeAndFragmentReachesDelegate) {
+  showPage("<a id=link download href='/next#part'>x</a>");
+  evaluate("link.click()");
+  expectDownload("user /next#part");
+}
+
 TEST_F(NewWindow, CancelledLinkWithDownloadAttributeIsNoDownload) {
   for (const std::string address : {"/export", "/file/1"}) {
     showPage("<a id=link download href=" + address + ">x</a>");
