@@ -14,7 +14,7 @@ namespace {
 using namespace posix_test;
 
 TEST(FileHandle, PrivateFileIsEmptyAndOnlyForOwner) {
-  for (const mode_t mask : {0U, 022U, 0777U}) {
+  for (const mode_t mask : std::initializer_list<mode_t>{0, 022, 0777}) {
     const TemporaryFolder folder;
     const std::string existing = folder.file("existing", "abcdef");
     std::filesystem::permissions(existing, std::filesystem::perms(0666));

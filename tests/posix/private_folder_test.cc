@@ -24,7 +24,7 @@ TEST(PrivateFolder, CreatedFolderAndParentsAreOnlyForOwner) {
 }
 
 TEST(PrivateFolder, OnlyEnsureChangesExistingFolder) {
-  for (const mode_t mode : {0777U, 0755U, 0500U}) {
+  for (const mode_t mode : std::initializer_list<mode_t>{0777, 0755, 0500}) {
     const TemporaryFolder folder;
     fs::permissions(folder.path(), fs::perms(mode));
     EXPECT_FALSE(createPrivateFolder(folder.path()));
