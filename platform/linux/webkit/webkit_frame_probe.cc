@@ -4,6 +4,7 @@
 
 #include "platform/linux/glib/glib_text.h"
 #include "platform/linux/webkit/main_frame_filter.h"
+#include "platform/linux/webkit/webkit_url.h"
 
 namespace orvel {
 
@@ -53,10 +54,6 @@ bool isBlocked(const GError *error) {
 void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completion) {
   webkit_web_view_evaluate_javascript(view, script, -1, scriptWorld, nullptr, nullptr,
                                       callAsyncFunction, asyncFunctionData(std::move(completion)));
-}
-
-std::string_view withoutFragment(std::string_view address) {
-  return address.substr(0, address.find('#'));
 }
 
 /// Returns the assumed target of a navigation that started no load: a later navigation in

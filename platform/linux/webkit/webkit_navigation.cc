@@ -31,10 +31,6 @@ void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
   }
 }
 
-std::string_view withoutFragment(std::string_view address) {
-  return address.substr(0, address.find('#'));
-}
-
 }  // namespace
 
 WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder,

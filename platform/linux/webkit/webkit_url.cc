@@ -9,4 +9,8 @@ std::optional<Url> urlFromWebKit(const char *address) {
   return Url::parse(percentEncoded(address));
 }
 
+std::string_view withoutFragment(std::string_view address) {
+  return address.substr(0, address.find('#'));
+}
+
 }  // namespace orvel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "base/url.h"
 
@@ -10,5 +11,8 @@ namespace orvel {
 /// Percent-encodes characters such as "[" and "|", which the URL Standard leaves alone
 /// but RFC 3986 does not allow. Any thread.
 std::optional<Url> urlFromWebKit(const char *address);
+
+/// Returns the part of an address before "#". Any thread.
+std::string_view withoutFragment(std::string_view address);
 
 }  // namespace orvel
