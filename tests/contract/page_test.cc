@@ -25,7 +25,7 @@ std::string pageWith(const std::string &body, const std::string &script) {
 
 /// The core on a desktop platform, with a server of the test in place of the OS server.
 class PageContract : public ContractTest {
- protected:
+ public:
   ~PageContract() override {
     if (!core) return;
     // The window and the view must not outlive the platform. The timers of the core keep it alive.
@@ -33,6 +33,7 @@ class PageContract : public ContractTest {
     core->web.reset();
   }
 
+ protected:
   /// Starts the server, which serves this page at "/page". Every other page requests "/shown" with
   /// its own path appended, and has status 404, so that a download of it is not saved.
   void startServer(const std::string &html) {

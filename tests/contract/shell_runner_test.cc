@@ -24,8 +24,8 @@ class ShellRunner : public testing::Test {
 TEST_F(ShellRunner, OutputIsReturnedTrimmed) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"printf '  a  b  '", "a  b"},
-      {"printf '1\\n2\\n'", "1\n2"},
-      {"printf '\\n\\r\\n 1\\r\\n\\n\\t2 \\n\\n'", "1\r\n\n\t2"},
+      {R"(printf '1\n2\n')", "1\n2"},
+      {R"(printf '\n\r\n 1\r\n\n\t2 \n\n')", "1\r\n\n\t2"},
       {"printf %s '\u00A0\u3000a\u2028'", "a"},
       // NUL and invisible characters are not white space.
       {"printf '\\0a\\0'", std::string("\0a\0", 3)},
@@ -46,10 +46,10 @@ TEST_F(ShellRunner, OutputIsReturnedTrimmed) {
       {"echo complaint >&2; echo answer", "answer"},
       // Output that is not UTF-8 is discarded.
       {"printf 'good \\xff'", ""},
-      {"printf 'truncated \\xe2\\x80'", ""},
-      {"printf 'overlong \\xc0\\xaf'", ""},
-      {"printf 'surrogate \\xed\\xa0\\x80'", ""},
-      {"printf 'good \\xe2\\x8c\\x98'", "good \u2318"},
+      {R"(printf 'truncated \xe2\x80')", ""},
+      {R"(printf 'overlong \xc0\xaf')", ""},
+      {R"(printf 'surrogate \xed\xa0\x80')", ""},
+      {R"(printf 'good \xe2\x8c\x98')", "good \u2318"},
   };
   for (const auto &[commandLine, output] : rows) EXPECT_EQ(sh(commandLine), output) << commandLine;
 }
