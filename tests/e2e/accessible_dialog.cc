@@ -3,76 +3,37 @@
 
 #include <atspi/atspi.h>
 
-#include <cstdio>
+#include <iostream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+
+#include "platform/linux/glib/glib_text.h"
+#include "platform/linux/glib/gobject_pointer.h"
 
 namespace {
 
-template <typename Object>
-using ObjectPointer = std::unique_ptr<Object, void (*)(void *)>;
+using nlohmann::json;
+using orvel::adopt;
 
-/// Takes ownership of a reference to an object, which may be null.
-template <typename Object>
-ObjectPointer<Object> adopt(Object *object) {
-  return {object, [](void *owned) {
-            if (owned != nullptr) g_object_unref(owned);
-          }};
+/// Takes ownership of a text, and returns an empty one for null.
+std::string takeText(char *text) {
+  const orvel::GlibText owned(text);
+  return owned ? owned.get() : "";
 }
 
-/// Returns a text as a JSON string. Texts from D-Bus are valid UTF-8.
-std::string quoted(const char *text) {
-  std::string result = "\"";
-  for (const char *at = text != nullptr ? text : ""; *at != '\0'; ++at) {
-    const auto byte = static_cast<unsigned char>(*at);
-    if (byte < 0x20) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-      result += escape;
-    } else {
-      if (*at == '"' || *at == '\\') result += '\\';
-      result += *at;
-    }
-  }
-  return result + "\"";
-}
-
-/// Returns a text as a JSON string, and frees the text with g_free.
-std::string quotedAndFreed(char *text) {
-  std::string result = quoted(text);
-  g_free(text);
-  return result;
-}
+struct RectFree {
+  void operator()(AtspiRect *rect) const { g_free(rect); }
+};
 
 /// Returns the position and size of a widget, or null when it has no position.
-std::unique_ptr<AtspiRect, void (*)(void *)> extentsOf(AtspiAccessible *accessible) {
+json extentsOf(AtspiAccessible *accessible) {
   const auto component = adopt(atspi_accessible_get_component_iface(accessible));
-  return {component ? atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr)
-                    : nullptr,
-          g_free};
-}
-
-/// Returns a rectangle as a JSON object, or "null".
-std::string json(const AtspiRect *rect) {
-  if (rect == nullptr) return "null";
-  return "{\"x\":" + std::to_string(rect->x) + ",\"y\":" + std::to_string(rect->y) +
-         ",\"width\":" + std::to_string(rect->width) +
-         ",\"height\":" + std::to_string(rect->height) + "}";
-}
-
-/// Prints a widget as a JSON object after the separator, which becomes a comma for the next one.
-void print(AtspiAccessible *accessible, const AtspiRect *extents, const char *&separator) {
-  const auto states = adopt(atspi_accessible_get_state_set(accessible));
-  const auto hasState = [&](AtspiStateType state) {
-    return states && atspi_state_set_contains(states.get(), state) != FALSE ? "true" : "false";
-  };
-  std::printf(
-      R"(%s{"role":%s,"name":%s,"description":%s,"focused":%s,"enabled":%s,"extents":%s})",
-      separator, quotedAndFreed(atspi_accessible_get_role_name(accessible, nullptr)).c_str(),
-      quotedAndFreed(atspi_accessible_get_name(accessible, nullptr)).c_str(),
-      quotedAndFreed(atspi_accessible_get_description(accessible, nullptr)).c_str(),
-      hasState(ATSPI_STATE_FOCUSED), hasState(ATSPI_STATE_SENSITIVE), json(extents).c_str());
-  separator = ",\n";
+  if (!component) return nullptr;
+  const std::unique_ptr<AtspiRect, RectFree> rect(
+      atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_WINDOW, nullptr));
+  if (!rect) return nullptr;
+  return {{"x", rect->x}, {"y", rect->y}, {"width", rect->width}, {"height", rect->height}};
 }
 
 /// Calls a function with each child of an accessible.
@@ -85,12 +46,22 @@ void forEachChild(AtspiAccessible *accessible, const Function &function) {
   }
 }
 
-/// Prints a widget and its children, except those without a size: the hidden pages of a GtkStack.
-void printWithChildren(AtspiAccessible *accessible, const char *&separator) {
-  const auto extents = extentsOf(accessible);
-  if (extents && extents->width == 0 && extents->height == 0) return;
-  print(accessible, extents.get(), separator);
-  forEachChild(accessible, [&](AtspiAccessible *child) { printWithChildren(child, separator); });
+/// Appends a widget and its children, except those without a size: the hidden pages of a GtkStack.
+void appendWithChildren(json &widgets, AtspiAccessible *accessible) {
+  const json extents = extentsOf(accessible);
+  if (!extents.is_null() && extents["width"] == 0 && extents["height"] == 0) return;
+  const auto states = adopt(atspi_accessible_get_state_set(accessible));
+  const auto hasState = [&](AtspiStateType state) {
+    return states && atspi_state_set_contains(states.get(), state) != FALSE;
+  };
+  widgets.push_back(
+      {{"role", takeText(atspi_accessible_get_role_name(accessible, nullptr))},
+       {"name", takeText(atspi_accessible_get_name(accessible, nullptr))},
+       {"description", takeText(atspi_accessible_get_description(accessible, nullptr))},
+       {"focused", hasState(ATSPI_STATE_FOCUSED)},
+       {"enabled", hasState(ATSPI_STATE_SENSITIVE)},
+       {"extents", extents}});
+  forEachChild(accessible, [&](AtspiAccessible *child) { appendWithChildren(widgets, child); });
 }
 
 }  // namespace
@@ -100,12 +71,10 @@ int main() {
   if (atspi_init() > 1) return 1;
   const auto desktop = adopt(atspi_get_desktop(0));
   if (!desktop) return 1;
-  const char *separator = "";
-  std::printf("[");
+  json widgets = json::array();
   forEachChild(desktop.get(), [&](AtspiAccessible *application) {
     forEachChild(application,
-                 [&](AtspiAccessible *window) { printWithChildren(window, separator); });
+                 [&](AtspiAccessible *window) { appendWithChildren(widgets, window); });
   });
-  std::printf("]\n");
-  return 0;
+  std::cout << widgets.dump() << '\n';
 }
