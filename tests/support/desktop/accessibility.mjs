@@ -12,17 +12,17 @@ const run = promisify(execFile);
 
 /// The program that prints the widgets, accessible_dialog.cc.
 const widgetPrinter = process.env.ORVEL_ACCESSIBLE_DIALOG;
-if (!widgetPrinter || !existsSync(widgetPrinter)) {
-  throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
-}
 
 const servicesFolder = '/usr/share/dbus-1/accessibility-services';
-if (!existsSync(servicesFolder)) throw new Error('at-spi2-core is not installed');
 
 export class Accessibility {
   /// Starts an accessibility bus for the programs on a screen. It is their session bus too,
   /// because GTK names its widgets after the application's object on the session bus.
   static async open(screen) {
+    if (!widgetPrinter || !existsSync(widgetPrinter)) {
+      throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
+    }
+    if (!existsSync(servicesFolder)) throw new Error('at-spi2-core is not installed');
     const accessibility = new Accessibility();
     accessibility.screen = screen;
     accessibility.bus = await openBus({

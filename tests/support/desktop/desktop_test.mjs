@@ -1,11 +1,10 @@
 // The setup and teardown of every test of the application: a screen for the file, a new user for
 // each test, and a check afterwards that the application has left nothing behind.
 
-import { mkdirSync, rmSync } from 'node:fs';
+import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, test as nodeTest } from 'node:test';
 
-import { Accessibility } from './accessibility.mjs';
 import { assertNoLeftovers } from './leftovers.mjs';
 import { PORT, describeListeners } from './processes.mjs';
 import { Screen } from './screen.mjs';
@@ -18,9 +17,9 @@ export const isLongForm = process.env.ORVEL_TEST_LONG === '1';
 /// The folder for a screenshot of each failed test, if any.
 const screenshotFolder = process.env.ORVEL_E2E_SCREENSHOTS;
 
-/// Returns `test`, the function with which a file declares its tests. With `accessibility` the
-/// application is connected to an accessibility bus, and tests find widgets by their names.
-export function desktopTests({ accessibility = false, ...screenOptions } = {}) {
+/// Returns `test`, the function with which a file declares its tests. The options are those of
+/// Screen.open().
+export function desktopTests(screenOptions) {
   let screen;
   let user;
 
@@ -30,9 +29,9 @@ export function desktopTests({ accessibility = false, ...screenOptions } = {}) {
     process.on(signal, () => {
       user?.killAll();
       screen?.accessibility?.kill();
-      screen?.end();
+      screen?.terminate();
       user?.removeFolder();
-      if (screen) rmSync(screen.folder, { recursive: true, force: true });
+      screen?.removeFolder();
       process.exit(1);
     });
   }
@@ -44,12 +43,8 @@ export function desktopTests({ accessibility = false, ...screenOptions } = {}) {
     }
     screen = await Screen.open(screenOptions);
     screen.watchWindowCount();
-    if (accessibility) screen.accessibility = await Accessibility.open(screen);
   });
-  after(async () => {
-    await screen?.accessibility?.close();
-    await screen?.close();
-  });
+  after(() => screen?.close());
 
   /// Declares a test. Its body gets the user, the screen and the context of node:test. If the
   /// application still runs after the body, Control-Q quits it. The options, before the body, are

@@ -1,5 +1,5 @@
 // A virtual X11 screen, with or without a window manager, and the functions to use it: keyboard,
-// mouse, windows, clipboard and pixels.
+// mouse, windows, clipboard, pixels and the accessible widgets.
 
 import assert from 'node:assert/strict';
 import { execFile, spawn } from 'node:child_process';
@@ -9,6 +9,7 @@ import { join } from 'node:path';
 import { promisify } from 'node:util';
 
 import { Framebuffer } from '../image.mjs';
+import { Accessibility } from './accessibility.mjs';
 import { pageColour } from './page.mjs';
 import { isRunning, kill } from './processes.mjs';
 import { programTimeout, repeatUntil, waitFor } from './wait.mjs';
@@ -27,8 +28,11 @@ function withKeyCode(name) {
 }
 
 export class Screen {
-  /// Starts Xvfb and, unless `windowManager` is false, openbox.
-  static async open({ windowManager = true, width = 1200, height = 800 } = {}) {
+  /// Starts Xvfb and, unless `windowManager` is false, openbox. With `accessibility` the screen has
+  /// a member of that name, through which tests find the application's widgets.
+  static async open({
+    windowManager = true, accessibility = false, width = 1200, height = 800,
+  } = {}) {
     const screen = new Screen();
     screen.folder = mkdtempSync(join(tmpdir(), 'orvel e2e screen '));
     const size = `${width}x${height}x24`;
@@ -49,6 +53,7 @@ export class Screen {
         /window id/.test(await screen.runTool('xprop', '-root', '_NET_SUPPORTING_WM_CHECK')),
       );
     }
+    if (accessibility) screen.accessibility = await Accessibility.open(screen);
     return screen;
   }
 
@@ -57,18 +62,23 @@ export class Screen {
   }
 
   async close() {
-    const children = this.end();
+    await this.accessibility?.close();
+    const children = this.terminate();
     await waitFor('the end of Xvfb and its tools', () =>
       children.every(({ pid }) => !isRunning(pid)));
     this.framebuffer.close();
-    rmSync(this.folder, { recursive: true, force: true });
+    this.removeFolder();
   }
 
-  /// Terminates Xvfb and the tools of the screen without waiting for them, and returns them.
-  end() {
+  /// Terminates Xvfb and the tools of the screen without waiting for their end, and returns them.
+  terminate() {
     const children = [this.windowCountWatcher, this.windowManager, this.server].filter(Boolean);
     for (const child of children) kill(child.pid, 'SIGTERM');
     return children;
+  }
+
+  removeFolder() {
+    rmSync(this.folder, { recursive: true, force: true });
   }
 
   /// Runs a program on this screen and returns its trimmed output, or '' when the program fails,
