@@ -100,7 +100,7 @@ test('a preset online address is opened, and its key cookie is not sent over htt
 
     const before = online.requestsTo('/').length;
     await screen.pressKeys('ctrl+r');
-    await waitFor('a reload', () => online.requestsTo('/').length > before);
+    await online.awaitRequest('/', before + 1);
     assert.equal(online.requestsTo('/api/wie').length, 1, 'a reload does not probe');
 
     assert.deepEqual(user.root.record(), [], 'no local server is started');

@@ -13,7 +13,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests();
 
 const attachment = (name) => `attachment; filename="${name}"`;
-/// Returns a route to a CSV file with this Content-Disposition.
+/// Returns a route to a CSV file with this Content-Disposition. `rest` are other parts of the route.
 const csvRoute = (disposition, rest = {}) => ({
   headers: { 'content-type': 'text/csv', 'content-disposition': disposition },
   body: 'one;two\n',
@@ -24,7 +24,7 @@ const stored = (name) => `/api/bestand/${name}`;
 const storedLink = (name) => link(name, stored(name));
 
 test('an export is requested with its query, the key and the cookies of its host',
-  async (user, screen) => {
+  async (user) => {
     const desktop = new Desktop(user);
     const foreign = await user.openOnlineServer({
       routes: { '/': { page: '', headers: { 'set-cookie': 'foreign=yes; Max-Age=86400' } } },
@@ -37,22 +37,19 @@ test('an export is requested with its query, the key and the cookies of its host
     const url = '/api/export?from=2026-01-01&for=everything%20together';
     const layout = await user.startWithPage(`${link('export', url)}<script>
       document.cookie = 'own=one';
-      document.cookie = 'deeper=two; path=/elsewhere';
+      document.cookie = 'otherPath=two; path=/elsewhere';
     </script><img src="/image">`, {
-      routes: {
-        '/api/export': csvRoute(attachment('export.csv')),
-        '/image': { headers: { 'set-cookie': 'closed=three; HttpOnly' } },
-      },
+      '/api/export': csvRoute(attachment('export.csv')),
+      '/image': { headers: { 'set-cookie': 'httpOnly=three; HttpOnly' } },
     });
-    await screen.clickElement(layout, 'export');
-    assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one;two\n');
+    assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
     const requests = user.root.events('request').filter((request) =>
       request.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
     assert.equal(requests[0].headers['x-orvel-app'], APP_KEY);
     // All cookies of the host are sent, regardless of their path.
     assert.deepEqual(requests[0].headers.cookie.split('; ').sort(),
-      ['closed=three', 'deeper=two', `orvelapp=${APP_KEY}`, 'own=one', 'persistent=yes']);
+      ['httpOnly=three', `orvelapp=${APP_KEY}`, 'otherPath=two', 'own=one', 'persistent=yes']);
   });
 
 test('downloads of the same name that complete together are all kept and opened',
@@ -60,13 +57,11 @@ test('downloads of the same name that complete together are all kept and opened'
     const gate = join(user.folder, 'gate');
     const desktop = new Desktop(user);
     const paths = [1, 2, 3].map(stored);
-    const layout = await user.startWithPage(paths.map((path) => link(path, path)).join(''), {
-      routes: Object.fromEntries(paths.map((path) =>
-        [path, csvRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])),
-    });
+    const layout = await user.startWithPage(paths.map((path) => link(path, path)).join(''),
+      Object.fromEntries(paths.map((path) =>
+        [path, csvRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
     for (const path of paths) await screen.clickElement(layout, path);
-    await waitFor('three requests', () =>
-      paths.every((path) => user.root.requestsTo(path).length === 1));
+    for (const path of paths) await user.root.awaitRequest(path);
     assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
     writeFileSync(gate, '');
@@ -75,7 +70,8 @@ test('downloads of the same name that complete together are all kept and opened'
     for (const name of names) texts.push(await desktop.awaitOpenedFile(name));
     assert.deepEqual(texts.sort(), paths.map((path) => `begin of ${path} and end`));
     assert.deepEqual(desktop.downloadedFiles(), names);
-    await desktop.quitAndAssertOpened(...names.map((name) => desktop.downloadPath(name)));
+    for (const path of paths) assert.equal(user.root.requestsTo(path).length, 1);
+    await desktop.quitAndAssertOpened(...names);
   });
 
 /// Content-Disposition, the name of the downloaded file and, if not made from the case's number,
@@ -97,9 +93,8 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
   const desktop = new Desktop(user);
   const cases = Object.values(suggestedNames).map(([disposition, name, path], index) =>
     ({ id: `case${index}`, disposition, name, path: path ?? stored(`case${index}`) }));
-  const layout = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''), {
-    routes: Object.fromEntries(cases.map(({ path, disposition }) => [path, csvRoute(disposition)])),
-  });
+  const layout = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''),
+    Object.fromEntries(cases.map(({ path, disposition }) => [path, csvRoute(disposition)])));
   for (const { id, path } of cases) {
     await screen.clickElement(layout, id);
     await user.root.awaitResponseClosed(path);
@@ -110,15 +105,13 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
   assert.deepEqual(readdirSync(user.home), ['Downloads']);
 });
 
-test('existing files are kept, and the XDG download folder is used', async (user, screen) => {
+test('existing files are kept, and the XDG download folder is used', async (user) => {
   const desktop = new Desktop(user, { downloads: join(user.home, 'My files') });
   const existing = ['data.csv', 'data 2.csv'];
   for (const name of existing) writeFileSync(desktop.downloadPath(name), 'existing');
-  const layout = await user.startWithPage(link('export', '/api/export'), {
-    routes: { '/api/export': csvRoute(attachment('data.csv')) },
-  });
-  await screen.clickElement(layout, 'export');
-  assert.equal(await desktop.awaitOpenedFile('data 3.csv'), 'one;two\n');
+  const layout = await user.startWithPage(link('export', '/api/export'),
+    { '/api/export': csvRoute(attachment('data.csv')) });
+  assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'data 3.csv'), 'one;two\n');
   for (const name of existing) {
     assert.equal(readFileSync(desktop.downloadPath(name), 'utf8'), 'existing');
   }
@@ -126,7 +119,7 @@ test('existing files are kept, and the XDG download folder is used', async (user
   assert.deepEqual(readdirSync(user.home), ['My files']);
 });
 
-test('a script without a click of the user neither saves nor opens a file', async (user, screen) => {
+test('a script without a click of the user neither saves nor opens a file', async (user) => {
   const desktop = new Desktop(user);
   const scripts = `<script>
     onload = () => setTimeout(() => {
@@ -138,28 +131,23 @@ test('a script without a click of the user neither saves nor opens a file', asyn
   const layout = await user.startWithPage(`${link('attribute', '/scripted', 'download')}
     ${link('clicked', '/clicked', 'download')}${barrierLink}${link('response', '/redirect')}
     <iframe></iframe>${scripts}`, {
-    routes: {
-      '/redirect': { status: 302, headers: { location: '/attachment' } },
-      '/scripted': csvRoute('inline'),
-      '/clicked': csvRoute('inline'),
-      '/attachment': csvRoute(attachment('attachment.csv')),
-    },
+    '/redirect': { status: 302, headers: { location: '/attachment' } },
+    '/scripted': csvRoute('inline'),
+    '/clicked': csvRoute('inline'),
+    '/attachment': csvRoute(attachment('attachment.csv')),
   });
   await user.root.awaitReport('clicked');
   await user.root.awaitResponseClosed('/attachment');
   await desktop.clickBarrierLink(layout);
-  await screen.clickElement(layout, 'clicked');
-  assert.equal(await desktop.awaitOpenedFile('clicked.csv'), 'one;two\n');
+  assert.equal(await desktop.clickAndAwaitFile(layout, 'clicked', 'clicked.csv'), 'one;two\n');
   const downloads = user.root.events('request').filter(({ url, headers }) =>
     url !== '/api/wie' && headers['x-orvel-app']);
   assert.deepEqual(downloads.map(({ url }) => url), ['/clicked']);
   assert.deepEqual(desktop.downloadedFiles(), ['clicked.csv']);
-  await screen.clickElement(layout, 'attribute');
-  assert.equal(await desktop.awaitOpenedFile('scripted.csv'), 'one;two\n');
-  await screen.clickElement(layout, 'response');
-  assert.equal(await desktop.awaitOpenedFile('attachment.csv'), 'one;two\n');
-  await desktop.quitAndAssertOpened(barrierUrl, desktop.downloadPath('clicked.csv'),
-    desktop.downloadPath('scripted.csv'), desktop.downloadPath('attachment.csv'));
+  for (const [id, name] of [['attribute', 'scripted.csv'], ['response', 'attachment.csv']]) {
+    assert.equal(await desktop.clickAndAwaitFile(layout, id, name), 'one;two\n');
+  }
+  await desktop.quitAndAssertOpened(barrierUrl, 'clicked.csv', 'scripted.csv', 'attachment.csv');
 });
 
 /// Returns a route to a file of several kilobytes, so that half of it is sent before it is
@@ -183,16 +171,15 @@ test('a response other than 200 and a truncated response leave no file', async (
     complete: largeCsvRoute(),
   };
   const names = Object.keys(routes);
-  const layout = await user.startWithPage(names.map(storedLink).join(''), {
-    routes: Object.fromEntries(names.map((name) => [stored(name), routes[name]])),
-  });
+  const layout = await user.startWithPage(names.map(storedLink).join(''),
+    Object.fromEntries(names.map((name) => [stored(name), routes[name]])));
   for (const name of names) {
     await screen.clickElement(layout, name);
     await user.root.awaitResponseClosed(stored(name));
   }
   await desktop.awaitOpenedFile('data.csv');
   assert.equal(user.root.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
-  await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'));
+  await desktop.quitAndAssertOpened('data.csv');
   assert.deepEqual(pathsBelow(user.home), ['Downloads', 'Downloads/data.csv']);
 });
 
@@ -207,21 +194,17 @@ for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders
     const desktop = new Desktop(user);
     rmSync(desktop.downloads, { recursive: true });
     prepare(desktop.downloads);
-    const page = storedLink('early') + barrierLink + storedLink('late');
-    const layout = await user.startWithPage(page, {
-      routes: {
-        [stored('early')]: largeCsvRoute(),
-        [stored('late')]: largeCsvRoute({ body: 'later' }),
-      },
+    const layout = await user.startWithPage(storedLink('early') + barrierLink + storedLink('late'), {
+      [stored('early')]: largeCsvRoute(),
+      [stored('late')]: largeCsvRoute({ body: 'later' }),
     });
     await screen.clickElement(layout, 'early');
     await desktop.clickBarrierLink(layout);
     assert.deepEqual(pathsBelow(user.home), remaining);
     rmSync(desktop.downloads, { force: true });
     mkdirSync(desktop.downloads);
-    await screen.clickElement(layout, 'late');
-    assert.equal(await desktop.awaitOpenedFile('data.csv'), 'later');
-    await desktop.quitAndAssertOpened(desktop.downloadPath('data.csv'), barrierUrl);
+    assert.equal(await desktop.clickAndAwaitFile(layout, 'late', 'data.csv'), 'later');
+    await desktop.quitAndAssertOpened('data.csv', barrierUrl);
     assert.deepEqual(pathsBelow(user.home), ['Downloads', 'Downloads/data.csv']);
   });
 }
@@ -229,9 +212,8 @@ for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders
 /// Starts a download that never ends, and waits until its data are being written.
 async function startEndlessDownload(user, screen) {
   const desktop = new Desktop(user);
-  const layout = await user.startWithPage(storedLink('endless'), {
-    routes: { [stored('endless')]: largeCsvRoute({ endless: true }) },
-  });
+  const layout = await user.startWithPage(storedLink('endless'),
+    { [stored('endless')]: largeCsvRoute({ endless: true }) });
   await screen.clickElement(layout, 'endless');
   // 64 chunks are 16 MiB, more than all buffers between the server and the file hold.
   await waitFor('data in the file', () => user.root.events('chunkSent').length > 64);

@@ -33,6 +33,7 @@ async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   // GTK starts a drag after some distance, and the target responds to each step.
   for (let step = 1; step <= 20; step += 1) await moveTo(step / 20);
   await waitFor('the drag over its target', async () => {
+    // Only a pointer that moves makes events.
     await moveTo(0.99);
     await moveTo(1);
     return isDragSeen();

@@ -3,11 +3,11 @@
 
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
-import { cpSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { cpSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { isRunning, kill } from '../support/desktop/processes.mjs';
+import { isRunning, kill, threadsNamed } from '../support/desktop/processes.mjs';
 import {
   fingerprint, makeRelease, makeUpdateKey, signatureMembers,
 } from '../support/desktop/release.mjs';
@@ -29,12 +29,10 @@ function canTrace() {
 }
 
 /// Returns the IDs of the threads that the application itself has created, one of which installs
-/// the release. Threads of libraries have other names.
-function applicationThreads(pid) {
-  return readdirSync(`/proc/${pid}/task`).filter((thread) =>
-    Number(thread) !== pid &&
-    readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('orvel-os'));
-}
+/// the release. Threads of libraries have other names, and the main thread's ID is that of the
+/// process.
+const applicationThreads = (pid) =>
+  threadsNamed(pid, 'orvel-os').filter((thread) => thread !== pid);
 
 /// The system calls that change a folder or may open a file for writing. The application is killed
 /// at these only, because between two of them the folders do not change.
@@ -70,11 +68,10 @@ async function trace(user, { pid }, name, number) {
 /// calls.
 async function installTraced(user, screen, server, gate, name, number) {
   rmSync(gate, { force: true });
-  const downloads = () => server.requestsTo(archivePath).length;
-  const before = downloads();
+  const before = server.requestsTo(archivePath).length;
   const run = await user.startAndShowPage({ server });
   run.killExpected = true;
-  await waitFor('the request for the archive', () => downloads() > before);
+  await server.awaitRequest(archivePath, before + 1);
   const { tracer, calls } = await trace(user, run, name, number);
   writeFileSync(gate, '');
   await waitFor('the end of the application or the update notice', async () =>
@@ -98,7 +95,9 @@ function callNumbersToKillAt(name, calls) {
   assert.ok(first >= 0 && last > first);
   return calls.map((call, index) => ({ ...call, index }))
     .filter((call) => call.name === name)
-    .flatMap(({ index }, earlier) => (index <= first || index >= last ? [earlier + 1] : []));
+    .map(({ index }, earlierCalls) => ({ index, number: earlierCalls + 1 }))
+    .filter(({ index }) => index <= first || index >= last)
+    .map(({ number }) => number);
 }
 
 // The release is signed, because its installation has every step of an unsigned one and more.

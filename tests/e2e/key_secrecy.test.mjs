@@ -7,8 +7,12 @@ import { join, relative } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import {
+  awaitErrorPage, endedServerMessage, unresponsiveServerMessage,
+} from '../support/desktop/error_page.mjs';
 import { link } from '../support/desktop/page.mjs';
-import { kill } from '../support/desktop/processes.mjs';
+import { kill, readOrEmpty } from '../support/desktop/processes.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -16,15 +20,8 @@ const { test } = desktopTests();
 
 /// Returns the command line, the environment and the name of a process, which other processes of
 /// the user can read.
-function readableText(pid) {
-  return ['cmdline', 'environ', 'comm'].map((name) => {
-    try {
-      return readFileSync(`/proc/${pid}/${name}`, 'latin1');
-    } catch {
-      return '';
-    }
-  }).join('\0');
-}
+const readableText = (pid) =>
+  ['cmdline', 'environ', 'comm'].map((name) => readOrEmpty(`/proc/${pid}/${name}`)).join('\0');
 
 /// Starts to watch the user's processes. Returns a function that stops and returns the names of
 /// all processes and of those with the key in a readable text.
@@ -74,21 +71,18 @@ test('no command line, environment, log, message or other file contains the key'
     const desktop = new Desktop(user);
     const { PATH, log } = createLoggingPrograms(user);
     const stopWatching = watchProcesses(user);
-    const layout = await user.startWithPage(link('export', '/api/export'), {
-      routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
-    }, { environment: { PATH } });
-    await screen.clickElement(layout, 'export');
-    assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one\n');
+    const layout = await user.startWithPage(link('export', '/api/export'),
+      { '/api/export': csvRoute() }, { environment: { PATH } });
+    assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
     const { pid, env, argv } = await user.root.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
-    // The error pages of a server that has stopped, and of one that does not respond.
+    // The whole texts of the error pages are compared, so the key is not in them.
     kill(pid);
-    const stopped = await screen.awaitPageText((text) => text.includes('gestopt'));
+    await awaitErrorPage(screen, endedServerMessage(9));
     user.root.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
-    const unresponsive = await screen.awaitPageText((text) => text.includes('reageert niet'));
-    for (const text of [stopped, unresponsive]) assert.ok(!text.includes(APP_KEY), text);
+    await awaitErrorPage(screen, unresponsiveServerMessage);
     await user.quit();
 
     const { all, withKey } = stopWatching();
@@ -114,11 +108,9 @@ test('no command line, environment, log, message or other file contains the key'
       files.filter((path) => !expected.some((pattern) => pattern.test(path))), []);
   });
 
-test('requests to another host have neither the key header nor a cookie', async (user, screen) => {
+test('requests to another host have neither the key header nor a cookie', async (user) => {
   const desktop = new Desktop(user);
-  const other = await user.openOnlineServer({
-    routes: { '/file': { headers: { 'content-type': 'text/csv' }, body: 'elsewhere\n' } },
-  });
+  const other = await user.openOnlineServer({ routes: { '/file': csvRoute('elsewhere\n') } });
   const { address } = other;
   const redirect = (path) => ({ status: 302, headers: { location: `${address}${path}` } });
   const layout = await user.startWithPage(`
@@ -132,14 +124,11 @@ test('requests to another host have neither the key header nor a cookie', async 
       fetch('/redirected-fetch', options).catch(() => {});
       navigator.sendBeacon('${address}beacon', 'x');
     </script>`, {
-    routes: {
-      '/redirected-image': redirect('image-redirect'),
-      '/redirected-fetch': redirect('fetch-redirect'),
-      '/api/bestand/1': redirect('file'),
-    },
+    '/redirected-image': redirect('image-redirect'),
+    '/redirected-fetch': redirect('fetch-redirect'),
+    '/api/bestand/1': redirect('file'),
   });
-  await screen.clickElement(layout, 'file');
-  assert.equal(await desktop.awaitOpenedFile('file.csv'), 'elsewhere\n');
+  assert.equal(await desktop.clickAndAwaitFile(layout, 'file', 'file.csv'), 'elsewhere\n');
   const paths = ['image', 'image-redirect', 'style.css', 'script.js', 'fetch', 'fetch-redirect',
     'beacon', 'file'];
   for (const path of paths) {

@@ -7,27 +7,18 @@ import { existsSync, mkdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { PORT, isRunning, kill, describeListeners } from '../support/desktop/processes.mjs';
+import {
+  awaitErrorPage, endedServerMessage, missingServerMessage,
+} from '../support/desktop/error_page.mjs';
+import { PORT, describeListeners, isRunning, kill } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const stoppedMessage = (code) =>
-  `De OS-server is gestopt (code ${code}). Zie ~/orvel-os/v3/.local/server.log. ` +
-  'Herstarten met ⌘R.';
-
-/// Waits for an error page that ends with a message and compares its whole text.
-async function assertErrorPage(screen, message) {
-  const text = await screen.awaitPageText((page) => page.endsWith(message));
-  assert.equal(text, `Orvel OS\n${message}`);
-}
-
 test('without a server script the error page asks for an online address', { behaviour: null },
   async (user, screen) => {
     user.start();
-    await screen.awaitWindow();
-    await assertErrorPage(screen,
-      'Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.');
+    await awaitErrorPage(screen, missingServerMessage);
 
     // Once there is a script, Control-R starts it.
     user.root.installServer();
@@ -35,33 +26,26 @@ test('without a server script the error page asks for an online address', { beha
     await user.root.awaitPainted();
   });
 
-test('the error page shows the exit code of the server, and Control-R starts it again',
+test('the error page shows the exit code or signal of the server; Control-R starts it, then reloads',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
     await user.root.awaitServerExit();
-    await assertErrorPage(screen, stoppedMessage(1));
+    await awaitErrorPage(screen, endedServerMessage(1));
     assert.deepEqual(user.root.events('request'), []);
-
     user.root.setBehaviour({});
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted();
     assert.equal(user.root.events('started').length, 2);
-  });
 
-test('the error page shows the signal that killed the server; Control-R starts it, then reloads',
-  async (user, screen) => {
-    await user.startAndShowPage();
-    kill((await user.root.awaitStarted()).pid);
-    await assertErrorPage(screen, stoppedMessage(9));
-
+    await user.crashServer();
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted(2);
-    assert.equal(user.root.events('started').length, 2);
+    assert.equal(user.root.events('started').length, 3);
     const probes = user.root.requestsTo('/api/wie').length;
 
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted(3);
-    assert.equal(user.root.events('started').length, 2, 'a running server is not started again');
+    assert.equal(user.root.events('started').length, 3, 'a running server is not started again');
     assert.equal(user.root.requestsTo('/api/wie').length, probes, 'a reload does not probe');
   });
 
@@ -80,8 +64,7 @@ const installedNode = ['/usr/local/bin/node', '/opt/homebrew/bin/node'].find(exi
 const skipWithInstalledNode = installedNode ? `the application would find ${installedNode}` : false;
 
 test('without node the error page shows the launch error, and no server is probed',
-  { skip: skipWithInstalledNode },
-  async (user, screen) => {
+  { skip: skipWithInstalledNode }, async (user, screen) => {
     user.start({ environment: { PATH: programsWithoutNode(user) } });
     const text = await screen.awaitPageText((page) => page.includes('Kon node'));
     assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
@@ -89,19 +72,18 @@ test('without node the error page shows the launch error, and no server is probe
     assert.equal(describeListeners(), '');
   });
 
-test("node is found on the search path of the user's login shell", {
-  skip: skipWithInstalledNode,
-}, async (user) => {
-  const folder = join(user.home, 'user’s programs');
-  mkdirSync(folder);
-  symlinkSync(process.execPath, join(folder, 'node'));
-  // The application must ignore what the profile prints.
-  writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
-  await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
-  const { argv } = await user.root.awaitStarted();
-  assert.equal(argv[1], user.root.script);
-  await waitFor('the log', () => existsSync(user.root.log));
-});
+test("node is found on the search path of the user's login shell",
+  { skip: skipWithInstalledNode }, async (user) => {
+    const folder = join(user.home, 'user’s programs');
+    mkdirSync(folder);
+    symlinkSync(process.execPath, join(folder, 'node'));
+    // The application must ignore what the profile prints.
+    writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
+    await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
+    const { argv } = await user.root.awaitStarted();
+    assert.equal(argv[1], user.root.script);
+    await waitFor('the log', () => existsSync(user.root.log));
+  });
 
 /// Runs node with these arguments, which make it listen on the application's port, during the
 /// body.
@@ -141,7 +123,7 @@ test('another program keeps the port, and the error page shows the exit of the n
     await withPortInUse(['-e', program], async (portHolder) => {
       user.start();
       await user.root.awaitServerExit();
-      await assertErrorPage(screen, stoppedMessage(1));
+      await awaitErrorPage(screen, endedServerMessage(1));
       await user.quit();
       assert.ok(isRunning(portHolder.pid));
     });

@@ -85,7 +85,7 @@ const quitActionsWithDialog = {
 for (const [dialog, { page, open }] of Object.entries(dialogs)) {
   for (const [action, quit] of Object.entries(quitActionsWithDialog)) {
     test(`${action} quits while ${dialog} is open`, async (user, screen) => {
-      const layout = await user.startWithPage(page, { routes });
+      const layout = await user.startWithPage(page, routes);
       await screen.awaitPageOnScreen(...uncoveredPoint);
       if (page) await screen.clickElement(layout, 'open');
       await open(screen);
@@ -98,7 +98,7 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
 }
 
 test('Escape in the authentication dialog shows the body of the response', async (user, screen) => {
-  const layout = await user.startWithPage(secretLink, { routes });
+  const layout = await user.startWithPage(secretLink, routes);
   await screen.awaitPageOnScreen(...uncoveredPoint);
   await screen.clickElement(layout, 'open');
   await awaitAuthenticationDialog(screen);
@@ -113,7 +113,7 @@ test('the authentication dialog sends name and password; once closed, the page g
       ${button('open', "fetch('/secret').then(({ status }) => report('response', { status }))")}
       <script>
         addEventListener('keydown', ({ key }) => key === 'Escape' && report('escape'));
-      </script>`, { routes });
+      </script>`, routes);
     await screen.awaitPageOnScreen(...uncoveredPoint);
     await screen.pressKeys('Escape');
     await user.root.awaitReport('escape');
@@ -123,7 +123,7 @@ test('the authentication dialog sends name and password; once closed, the page g
     await screen.pressKeys('Tab');
     await screen.type('word');
     await screen.pressKeys('Return');
-    const request = await waitFor('a second request', () => user.root.requestsTo('/secret')[1]);
+    const request = await user.root.awaitRequest('/secret', 2);
     const credentials = Buffer.from('name:word').toString('base64');
     assert.equal(request.headers.authorization, `Basic ${credentials}`);
     // The server rejects this password too. Escape then cancels the request.

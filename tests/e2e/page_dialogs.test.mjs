@@ -1,8 +1,9 @@
-// The dialogs of alert, confirm, prompt and beforeunload, and work while a dialog is open.
+// The dialogs of alert and confirm, and work while a dialog is open.
 
 import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import { awaitErrorPage, endedServerMessage } from '../support/desktop/error_page.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
 import { addressDialogTitle } from '../support/desktop/screen.mjs';
@@ -65,7 +66,7 @@ test('a server that ends during a dialog is reported after the dialog', async (u
   await user.root.awaitServerExit();
   await screen.awaitPanel(message);
   await screen.closePanel(message);
-  await screen.awaitPageText((page) => page.includes('De OS-server is gestopt (code 9).'));
+  await awaitErrorPage(screen, endedServerMessage(9));
   await screen.pressKeys('ctrl+r');
   await user.root.awaitPainted(2);
 });
@@ -78,22 +79,4 @@ test('probing continues and the page is shown while the address dialog is open',
     await user.root.awaitPainted();
     assert.equal(await screen.awaitPanel(addressDialogTitle), panel);
     await screen.closePanel(addressDialogTitle, 'Escape');
-  });
-
-test('prompt returns null and beforeunload does not stop a reload, both without a dialog',
-  async (user, screen) => {
-    const layout = await user.startWithPage(`
-      ${button('prompt', "report('answer', prompt('Name?', 'x'))")}<script>
-      addEventListener('beforeunload', (event) => {
-        navigator.sendBeacon('/api/unload', '{}');
-        event.preventDefault();
-        event.returnValue = 'Stay!';
-      });
-    </script>`);
-    await screen.clickElement(layout, 'prompt');
-    assert.equal(await user.root.awaitReport('answer'), null);
-    await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(2);
-    assert.ok(user.root.reported('unload').length >= 1, 'the page has objected to the reload');
-    assert.equal(screen.maxWindowCount, 1);
   });

@@ -1,4 +1,4 @@
-// The permissions of the application's folders and files, with the umask that removes none.
+// The permissions of the application's folders and files, with a umask that removes none.
 
 import assert from 'node:assert/strict';
 import { chmodSync, mkdirSync, readdirSync, statSync, writeFileSync } from 'node:fs';
@@ -7,6 +7,7 @@ import { dirname, join } from 'node:path';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 
 const { test } = desktopTests();
 
@@ -18,9 +19,10 @@ const modeOf = (path) => (statSync(path).mode & 0o777).toString(8);
 const ownFolders = ({ XDG_CONFIG_HOME, XDG_DATA_HOME, XDG_CACHE_HOME }) =>
   [XDG_CONFIG_HOME, XDG_DATA_HOME, XDG_CACHE_HOME].map((parent) => join(parent, 'nl.orvel.os'));
 
-const earlierVersions = {
-  'no earlier run': () => {},
-  'folders and files that everyone may change': (user) => {
+/// The state that the application finds when it starts.
+const initialStates = {
+  'on a first start': () => {},
+  'after a run that left folders and files everyone may change': (user) => {
     for (const folder of ownFolders(user.environment)) {
       mkdirSync(folder);
       chmodSync(folder, 0o777);
@@ -34,31 +36,28 @@ const earlierVersions = {
   },
 };
 
-for (const [situation, prepare] of Object.entries(earlierVersions)) {
-  test(`after ${situation} only the user may read the application's files`,
-    async (user, screen) => {
-      const desktop = new Desktop(user);
-      prepare(user);
-      const layout = await user.startWithPage(link('export', '/api/export'), {
-        routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
-      }, { wrapper: withUmaskZero });
-      await screen.clickElement(layout, 'export');
-      await desktop.awaitOpenedFile('export.csv');
-      await user.quit();
+for (const [situation, prepare] of Object.entries(initialStates)) {
+  test(`${situation} only the user may access the application's files`, async (user) => {
+    const desktop = new Desktop(user);
+    prepare(user);
+    const layout = await user.startWithPage(link('export', '/api/export'),
+      { '/api/export': csvRoute() }, { wrapper: withUmaskZero });
+    await desktop.clickAndAwaitFile(layout, 'export', 'export.csv');
+    await user.quit();
 
-      const [config, data, cache] = ownFolders(user.environment);
-      const modes = Object.fromEntries([config, data, cache, join(cache, 'temporary'),
-        dirname(user.root.log), join(config, 'defaults.ini'), user.root.log].map((path) => [path, modeOf(path)]));
-      assert.deepEqual(modes, {
-        [config]: '700',
-        [data]: '700',
-        [cache]: '700',
-        [join(cache, 'temporary')]: '700',
-        [dirname(user.root.log)]: '700',
-        [join(config, 'defaults.ini')]: '600',
-        [user.root.log]: '600',
-      });
-      assert.ok(readdirSync(data).includes('cookies.sqlite'));
-      assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'the umask of the user');
-    });
+    const [config, data, cache] = ownFolders(user.environment);
+    const expected = {
+      [config]: '700',
+      [data]: '700',
+      [cache]: '700',
+      [join(cache, 'temporary')]: '700',
+      [dirname(user.root.log)]: '700',
+      [user.defaultsFile]: '600',
+      [user.root.log]: '600',
+    };
+    const modes = Object.keys(expected).map((path) => [path, modeOf(path)]);
+    assert.deepEqual(Object.fromEntries(modes), expected);
+    assert.ok(readdirSync(data).includes('cookies.sqlite'));
+    assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'the umask of the user');
+  });
 }

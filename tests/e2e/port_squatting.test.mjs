@@ -1,11 +1,14 @@
-// Another user of the machine who listens on the port of the local server gets no request: neither
-// the key nor a cookie, and the application shows no page of that user.
+// A port squatter: another user's program that listens on the port of the local server. It gets no
+// request, so neither the key nor a cookie, and the application shows no page of it.
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { networkInterfaces } from 'node:os';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
+import {
+  awaitErrorPage, endedServerMessage, unresponsiveServerMessage,
+} from '../support/desktop/error_page.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -15,8 +18,8 @@ const hasIpv6 = Object.values(networkInterfaces()).flat().some(({ address }) => 
 const needsRoot = process.getuid() !== 0 && 'needs root, to run a program as another user';
 const needsIpv6 = !hasIpv6 && 'needs IPv6';
 
-/// Becomes the user nobody, listens on the address in its argument, answers every request with
-/// a page, and prints the requests.
+/// Becomes the user nobody, 65534, listens on the address in its argument, answers every request
+/// with a page, and prints the requests.
 const squatterProgram = `
   process.setgroups([]);
   process.setgid(65534);
@@ -26,8 +29,8 @@ const squatterProgram = `
     response.writeHead(200, { 'content-type': 'text/html' }).end('<p>page of another user</p>');
   }).listen(${PORT}, process.argv[1], () => console.log('listening'));`;
 
-/// Runs a program of another user that listens on the port of the local server during the body.
-/// Fails if the program gets a request.
+/// Runs a squatter that listens at the address `host` during the body, and fails if the squatter
+/// gets a request.
 async function withSquatter(host, body) {
   const squatter = spawn(process.execPath, ['-e', squatterProgram, host], {
     stdio: ['ignore', 'pipe', 'inherit'],
@@ -45,35 +48,28 @@ async function withSquatter(host, body) {
 }
 
 const localhost = `http://localhost:${PORT}/`;
-const stopped = 'De OS-server is gestopt (code 1). Zie ~/orvel-os/v3/.local/server.log. ' +
-  'Herstarten met ⌘R.';
-const notReady = 'De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.';
-
 const attacks = [
-  { name: 'the server cannot listen and exits', host: '127.0.0.1', message: stopped },
-  { name: 'the server listens on the other address of localhost', address: localhost,
-    host: '::1', message: notReady, skip: needsIpv6 },
+  { name: 'the server cannot listen and exits', host: '127.0.0.1', message: endedServerMessage(1) },
+  { name: 'the server listens on the other address of localhost', host: '::1',
+    plist: { ORVELOSURL: localhost }, message: unresponsiveServerMessage, skip: needsIpv6 },
 ];
-for (const { name, address, host, message, skip = false } of attacks) {
+for (const { name, host, plist, message, skip = false } of attacks) {
   test(`a squatter on ${host} gets no request when ${name}, and the error page is shown`,
-    { skip: needsRoot || skip }, async (user, screen) => {
-      if (address) user.setPlistValues({ ORVELOSURL: address });
+    { plist, skip: needsRoot || skip }, async (user, screen) => {
       await withSquatter(host, async () => {
         user.start();
-        const text = await screen.awaitPageText((page) => page.endsWith(message));
-        assert.equal(text, `Orvel OS\n${message}`);
+        await awaitErrorPage(screen, message);
       });
       assert.deepEqual(user.root.events('request'), []);
     });
 }
 
 test('Control-R sends no request to a squatter that listens since the page was shown',
-  { skip: needsRoot || needsIpv6 }, async (user, screen) => {
-    user.setPlistValues({ ORVELOSURL: localhost });
+  { plist: { ORVELOSURL: localhost }, skip: needsRoot || needsIpv6 }, async (user, screen) => {
     await user.startAndShowPage();
     await withSquatter('::1', async () => {
       await screen.pressKeys('ctrl+r');
-      await screen.awaitPageText((page) => page.endsWith(notReady));
+      await awaitErrorPage(screen, unresponsiveServerMessage);
     });
     await user.reload();
   });

@@ -65,6 +65,7 @@ test('a page is printed to a PDF file, and a cancelled print dialog fires no pri
     await screen.awaitWindowCount(1);
     await screen.clickElement(layout, 'open');
     await confirmPrintDialog(screen, await selectPrinter(screen, 'Print to File'));
+    // GTK's default name, in the working folder of the application.
     assert.deepEqual(await awaitPageTexts(join(user.folder, 'output.pdf')), printedTexts);
     await user.root.awaitReport('print', 2);
     assert.deepEqual(user.root.reported('print'), ['before', 'after']);
@@ -107,7 +108,7 @@ test('the print dialog closes when the page navigates away', async (user, screen
   const layout = await user.startWithPage(`${button('open', 'print(); setInterval(tryToLeave, 50)')}
     <script>
       const tryToLeave = () => fetch('/leave').then(({ ok }) => ok && (location = '/other'));
-    </script>`, { routes });
+    </script>`, routes);
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
   user.root.setRoutes({ ...routes, '/leave': {} });

@@ -6,6 +6,7 @@ import { createServer } from 'node:http';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -31,29 +32,22 @@ async function openProxy(user) {
   return { targets, environment: { http_proxy: url, https_proxy: url, all_proxy: url } };
 }
 
-/// The addresses of this machine at which the test listens, as a page writes them in URLs.
-const ownHosts = { '127.0.0.2': '127.0.0.2', '::1': '[::1]' };
+/// Addresses of this machine.
+const ownHosts = ['127.0.0.2', '::1'];
 
-test('requests to this machine bypass the proxy, and others use it', async (user, screen) => {
+test('requests to this machine bypass the proxy, and others use it', async (user) => {
   const desktop = new Desktop(user);
   const { targets, environment } = await openProxy(user);
   const servers = [];
-  for (const [host, hostInUrl] of Object.entries(ownHosts)) {
-    const server = await user.openOnlineServer({ host });
-    servers.push({ server, url: `http://${hostInUrl}:${server.server.address().port}/own` });
-  }
-  const urls = [...servers.map(({ url }) => url), 'http://localhost:4767/own',
+  for (const host of ownHosts) servers.push(await user.openOnlineServer({ host }));
+  const urls = [...servers.map(({ address }) => `${address}own`), 'http://localhost:4767/own',
     'http://other.test/image', 'https://other.test/image'];
   const page = link('export', '/api/export') + urls.map((url) => `<img src="${url}">`).join('');
-  const layout = await user.startWithPage(page, {
-    routes: { '/api/export': { headers: { 'content-type': 'text/csv' }, body: 'one\n' } },
-  }, { environment });
-  await screen.clickElement(layout, 'export');
-  assert.equal(await desktop.awaitOpenedFile('export.csv'), 'one\n');
-  for (const { server, url } of servers) {
-    await waitFor(`a request for ${url}`, () => server.requestsTo('/own').length === 1);
-  }
-  await waitFor('a request by the name localhost', () => user.root.requestsTo('/own').length === 1);
+  const layout =
+    await user.startWithPage(page, { '/api/export': csvRoute() }, { environment });
+  assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
+  // The local server gets the request to localhost.
+  for (const server of [...servers, user.root]) await server.awaitRequest('/own');
   const expected = ['http://other.test/image', 'other.test:443'];
   await waitFor('the requests to another host', () => targets.length >= expected.length);
   await user.quit();

@@ -9,15 +9,15 @@ import {
   fingerprint, makeRelease, makeUpdateKey, plistValue, signatureMembers,
 } from '../support/desktop/release.mjs';
 import {
-  awaitSilentCheck, beginUpdateCheck, checkAndCloseNotice, checkUntilReleaseHandled,
-  installAndRestart, offerRelease, openUpdateServer, quitRestartedApplication, upToDateNotice,
+  beginUpdateCheck, checkAndCloseNotice, checkFailedNotice, checkUntilReleaseHandled,
+  installAndRestart, manifestPath, offerRelease, openUpdateServer, quitRestartedApplication,
+  upToDateNotice,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
 const installedKey = makeUpdateKey();
 const newKey = makeUpdateKey();
-const checkFailedNotice = 'Kon niet controleren op updates.';
 /// The members of a manifest that offers no later release. A build with a key rejects a manifest
 /// without a signature, but verifies the signature only before it installs a release.
 const anySignature = { handtekening: 'never verified' };
@@ -28,30 +28,34 @@ async function startWithKey(user) {
   user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
   offerRelease(server, '1.0', undefined, anySignature);
   await user.startAndShowPage({ server });
-  await awaitSilentCheck(server);
+  await server.awaitRequest(manifestPath);
   return server;
 }
 
+/// Returns an archive and the members of the manifest that sign it, by default validly.
+const signed = (archive, { key = installedKey, version = '1.1', edition } = {}) =>
+  ({ archive, members: signatureMembers(archive, key, version, { edition }) });
+
 /// Returns the archive of version 0.9, and the members that its manifest had.
-function earlierRelease(user) {
-  const archive = makeRelease(user, { version: '0.9' });
-  return { archive, members: signatureMembers(archive, installedKey, '0.9') };
-}
+const earlierRelease = (user) =>
+  signed(makeRelease(user, { version: '0.9' }), { version: '0.9' });
+
+/// Returns the archive of version 1.1 with another public key, and the members that sign the archive
+/// but not the key.
+const releaseWithNewKey = (user) =>
+  signed(makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } }));
 
 /// Releases that are not installed. Each function gets the valid archive of version 1.1 and the
 /// user, and returns what the server offers instead of the valid release: version, archive, or
-/// signature members of the manifest. A `notice` is what the user sees when the application
-/// requests no archive because of the manifest.
+/// signature members of the manifest. With a `notice` the application requests no archive, because
+/// of the manifest, and shows this notice.
 const refusedReleases = {
   'a manifest without a signature': () => ({ members: {}, notice: checkFailedNotice }),
   'a signature that is a number': () =>
     ({ members: { handtekening: 1 }, notice: checkFailedNotice }),
-  'a signature by another key': (archive) =>
-    ({ members: signatureMembers(archive, newKey, '1.1') }),
-  'a signature for another version': (archive) =>
-    ({ members: signatureMembers(archive, installedKey, '1.2') }),
-  'a signature for the other edition': (archive) =>
-    ({ members: signatureMembers(archive, installedKey, '1.1', { edition: 'mac' }) }),
+  'a signature by another key': (archive) => signed(archive, { key: newKey }),
+  'a signature for another version': (archive) => signed(archive, { version: '1.2' }),
+  'a signature for the other edition': (archive) => signed(archive, { edition: 'mac' }),
   'an archive swapped after signing': (_, user) =>
     ({ archive: makeRelease(user, { version: '1.1.1' }) }),
   'an archive with one byte changed after signing': (archive) => {
@@ -62,17 +66,11 @@ const refusedReleases = {
   'the manifest of an earlier release': (_, user) =>
     ({ version: '0.9', ...earlierRelease(user), notice: upToDateNotice() }),
   'archive and signature of version 0.9, offered as 1.1': (_, user) => earlierRelease(user),
-  'an archive of version 0.9, signed and offered as 1.1': (_, user) => {
-    const { archive } = earlierRelease(user);
-    return { archive, members: signatureMembers(archive, installedKey, '1.1') };
-  },
-  'a key in the archive that the signature does not cover': (_, user) => {
-    const archive = makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } });
-    return { archive, members: signatureMembers(archive, installedKey, '1.1') };
-  },
+  'an archive of version 0.9, signed and offered as 1.1': (_, user) =>
+    signed(makeRelease(user, { version: '0.9' })),
+  'a key in the archive that the signature does not cover': (_, user) => releaseWithNewKey(user),
   'a key in the manifest that the signature does not cover': (_, user) => {
-    const archive = makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } });
-    const members = signatureMembers(archive, installedKey, '1.1');
+    const { archive, members } = releaseWithNewKey(user);
     return { archive, members: { ...members, sleutel: newKey.publicKey } };
   },
 };
@@ -83,9 +81,7 @@ test('releases without a valid signature change nothing, and a signed one is ins
     const folder = dirname(user.bundle);
     const before = fingerprint(folder);
     const archive = makeRelease(user);
-    const valid = {
-      version: '1.1', archive, members: signatureMembers(archive, installedKey, '1.1'),
-    };
+    const valid = { version: '1.1', ...signed(archive) };
     const updateFolder = join(user.environment.XDG_CACHE_HOME,
       'nl.orvel.os/temporary/orvel-os-update-1.1');
     for (const [situation, difference] of Object.entries(refusedReleases)) {
@@ -104,7 +100,7 @@ test('releases without a valid signature change nothing, and a signed one is ins
     offerRelease(server, valid.version, valid.archive, valid.members);
     await installAndRestart(user, server);
     await quitRestartedApplication(user);
-    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+    assert.equal(user.installedVersion(), '1.1');
   });
 
 test('a signed release can change the key, after which a signature by the old key is rejected',
@@ -119,7 +115,7 @@ test('a signed release can change the key, after which a signature by the old ke
     assert.equal(plistValue(user.bundle, 'ORVELOSUpdateKey'), newKey.publicKey);
     // The silent check of the new process must not find the next release. It is the third check,
     // after the silent one of the old process and the one from the menu.
-    await awaitSilentCheck(server, 3);
+    await server.awaitRequest(manifestPath, 3);
 
     const before = fingerprint(user.bundle);
     offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, installedKey, '1.2'));
@@ -130,7 +126,7 @@ test('a signed release can change the key, after which a signature by the old ke
     offerRelease(server, '1.2', nextArchive, signatureMembers(nextArchive, newKey, '1.2'));
     await beginUpdateCheck(screen);
     await screen.awaitPanel('Orvel OS is bijgewerkt naar 1.2');
-    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.2');
+    assert.equal(user.installedVersion(), '1.2');
     await screen.pressKeys('Return');
     await server.awaitPainted(painted + 1);
     await screen.awaitWindow();

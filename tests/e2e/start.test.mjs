@@ -109,15 +109,6 @@ test('the screen stays dark from the first frame to the page', async (user, scre
   assert.ok(count > 1, 'no screenshot was taken before the page');
 });
 
-test('an empty key gives an empty key header and no cookie', { plist: { ORVELOSKey: '' } },
-  async (user) => {
-    await user.startAndShowPage();
-    const [{ agent }] = user.root.reported('painted');
-    assert.equal(user.root.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
-    assert.doesNotMatch(user.root.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
-    assert.ok(agent.endsWith(' ORVELOS/'), agent);
-  });
-
 test('without a display the application exits with an error message', async (user) => {
   const run = user.start({ environment: { DISPLAY: undefined } });
   const { code, signal } = await user.awaitExit(run);

@@ -6,16 +6,13 @@ import assert from 'node:assert/strict';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button, link } from '../support/desktop/page.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
 /// Returns the path of a stored file.
 const stored = (name) => `/api/bestand/${name}`;
-/// Returns a route to a CSV file.
-const csvRoute = (name) => ({
-  headers: { 'content-type': 'text/csv' }, body: `content of ${name}.csv`,
-});
 
 /// Fails unless there is one request, sent by the application itself with its key. The web engine
 /// would send Upgrade-Insecure-Requests.
@@ -27,7 +24,7 @@ function assertSentByApplication(requests) {
   assert.equal(headers['upgrade-insecure-requests'], undefined);
 }
 
-test('any navigation of the page to a stored file downloads it once', async (user, screen) => {
+test('any navigation of the page to a stored file downloads it once', async (user) => {
   const desktop = new Desktop(user);
   const navigations = {
     link: link('link', stored('link')),
@@ -46,25 +43,23 @@ test('any navigation of the page to a stored file downloads it once', async (use
     newWindow: link('newWindow', stored('newWindow'), 'target="_blank"'),
   };
   const names = Object.keys({ ...navigations, ...linksInFrame });
-  const layout = await user.startWithPage(
-    `${Object.values(navigations).join('')}<iframe src="/frame"></iframe>`, {
-      routes: {
-        '/frame': { page: Object.values(linksInFrame).join('') },
-        ...Object.fromEntries(names.map((name) => [stored(name), csvRoute(name)])),
-        '/api/%62estand/encoded': csvRoute('encoded'),
-        '/redirect': { status: 302, headers: { location: stored('redirect') } },
-      },
-    });
+  const page = `${Object.values(navigations).join('')}<iframe src="/frame"></iframe>`;
+  const layout = await user.startWithPage(page, {
+    '/frame': { page: Object.values(linksInFrame).join('') },
+    ...Object.fromEntries(names.map((name) => [stored(name), csvRoute(`content of ${name}`)])),
+    '/api/%62estand/encoded': csvRoute('content of encoded'),
+    '/redirect': { status: 302, headers: { location: stored('redirect') } },
+  });
   for (const name of names) {
-    await screen.clickElement(layout, name);
-    assert.equal(await desktop.awaitOpenedFile(`${name}.csv`), `content of ${name}.csv`);
+    const text = await desktop.clickAndAwaitFile(layout, name, `${name}.csv`);
+    assert.equal(text, `content of ${name}`);
     // All requests for the file, with any method, percent-encoding and query.
     assertSentByApplication(user.root.events('request').filter(({ url }) =>
       decodeURIComponent(url.split('?')[0]) === stored(name)));
   }
   const files = names.map((name) => `${name}.csv`).sort();
   assert.deepEqual(desktop.downloadedFiles(), files);
-  await desktop.quitAndAssertOpened(...files.map((file) => desktop.downloadPath(file)));
+  await desktop.quitAndAssertOpened(...files);
 });
 
 test('a newly chosen server has its files downloaded by the page and shown in a frame',
@@ -73,7 +68,7 @@ test('a newly chosen server has its files downloaded by the page and shown in a 
     const online = await user.openOnlineServer({
       routes: {
         '/': { page: `${link('file', stored('1'))}<iframe src="${stored('frame')}"></iframe>` },
-        [stored('1')]: csvRoute('1'),
+        [stored('1')]: csvRoute('content of 1'),
         [stored('frame')]: { page: '<script>report("frame")</script>' },
       },
     });
@@ -84,8 +79,7 @@ test('a newly chosen server has its files downloaded by the page and shown in a 
     const frameRequests = online.requestsTo(stored('frame'));
     assert.deepEqual(frameRequests.map(({ headers }) => headers['x-orvel-app']), [undefined],
       'the web engine sends one request, without the key');
-    await screen.clickElement(layout, 'file');
-    assert.equal(await desktop.awaitOpenedFile('1.csv'), 'content of 1.csv');
+    assert.equal(await desktop.clickAndAwaitFile(layout, 'file', '1.csv'), 'content of 1');
     const requests = online.requestsTo(stored('1'));
     assertSentByApplication(requests);
     // The application sends the https-only cookie itself. The web engine does not send it over
@@ -95,5 +89,5 @@ test('a newly chosen server has its files downloaded by the page and shown in a 
     assert.equal(online.paintCount(), 1, 'the page stays');
     await user.quit();
     await user.awaitProcessesEnded();
-    assert.deepEqual(desktop.opened(), [desktop.downloadPath('1.csv')]);
+    assert.deepEqual(desktop.opened(), ['1.csv']);
   });

@@ -5,18 +5,16 @@ import { rmSync, statSync, truncateSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
+import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, archivePath, checkAndCloseNotice,
-  checkUntilReleaseHandled, installAndRestart, manifestPath, offerRelease, openUpdateServer,
-  quitRestartedApplication, startWithUpdateServer, upToDateNotice, updatedNotice,
+  acceptRestart, archivePath, checkAndCloseNotice, checkUntilReleaseHandled, installAndRestart,
+  manifestPath, offerRelease, openUpdateServer, quitRestartedApplication, startWithUpdateServer,
+  upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
-
-const installedVersion = (user) => plistValue(user.bundle, 'CFBundleShortVersionString');
 
 test('the silent check four seconds after the start installs a later release',
   async (user, screen) => {
@@ -31,10 +29,10 @@ test('the silent check four seconds after the start installs a later release',
       assert.equal(headers['x-orvel-app'], APP_KEY);
     }
     assert.equal(manifests[0].headers['cache-control'], 'no-cache');
-    assert.equal(installedVersion(user), '1.1');
+    assert.equal(user.installedVersion(), '1.1');
     await acceptRestart(user, server);
     await quitRestartedApplication(user);
-    assert.equal(installedVersion(user), '1.1');
+    assert.equal(user.installedVersion(), '1.1');
   });
 
 test('the menu installs a later release once, and its About dialog shows the new version',
@@ -42,7 +40,7 @@ test('the menu installs a later release once, and its About dialog shows the new
     const server = await startWithUpdateServer(user);
     offerRelease(server, '1.1', makeRelease(user));
     await installAndRestart(user, server);
-    assert.equal(installedVersion(user), '1.1');
+    assert.equal(user.installedVersion(), '1.1');
     await screen.chooseApplicationMenuItem('Over Orvel OS');
     await screen.accessibility.awaitWidget({ role: 'label', name: '1.1' });
     await screen.pressKeys('Escape');
@@ -58,7 +56,7 @@ test('the new process starts after the old one has killed a server that ignores 
     const server = await openUpdateServer(user);
     offerRelease(server, '1.1', { body: makeRelease(user), gate });
     const run = await user.startAndShowPage({ server });
-    await waitFor('the download', () => server.requestsTo(archivePath).length === 1);
+    await server.awaitRequest(archivePath);
     // The user changes to the local server during the download.
     await screen.answerAddressDialog('http://127.0.0.1:4767/');
     await user.root.awaitPainted();

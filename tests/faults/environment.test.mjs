@@ -9,11 +9,12 @@ import { dirname, join } from 'node:path';
 
 import { DataRoot } from '../support/desktop/data_root.mjs';
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
+import { awaitErrorPage, missingServerMessage } from '../support/desktop/error_page.mjs';
 import {
   fullDiskWrapper, mountWrapper, readOnlyWrapper, skipWithoutMounts,
 } from '../support/desktop/mount_namespace.mjs';
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
-import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
+import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
   archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, openUpdateServer,
   upToDateNotice, updatedNotice,
@@ -32,16 +33,21 @@ async function startAndReload(user, options) {
 const assertPageRequestHasKey = ({ root }) =>
   assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 
-for (const [situation, { skip = false, prepare }] of Object.entries({
-  'without a log folder': {
-    prepare: ({ root }) => writeFileSync(join(root.path, 'v3/.local'), 'no folder'),
+/// Situations in which the server has no log. `prepare` returns the options of user.start().
+const withoutLog = {
+  'a file in place of the log folder': {
+    prepare: ({ root }) => {
+      writeFileSync(join(root.path, 'v3/.local'), 'no folder');
+      return {};
+    },
   },
-  'with a read-only data root': {
+  'a read-only data root': {
     skip: skipWithoutMounts,
     prepare: ({ root }) => ({ wrapper: readOnlyWrapper(root.path, root.recordPath) }),
   },
-})) {
-  test(`${situation} the server writes to the application's output`, { skip }, async (user) => {
+};
+for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
+  test(`with ${situation} the server writes to the application's output`, { skip }, async (user) => {
     await startAndReload(user, prepare(user));
     assert.match(user.run.output, /line on standard error/);
     assert.ok(!existsSync(user.root.log));
@@ -80,7 +86,7 @@ test('a removed data root is reported, and can come back', async (user, screen) 
   await user.reload();
   await user.crashServer();
   await screen.pressKeys('ctrl+r');
-  await screen.awaitPageText((text) => text.includes('Deze Mac heeft het OS niet.'));
+  await awaitErrorPage(screen, missingServerMessage);
   move(elsewhere, root.path);
   await user.restartServer();
   await root.awaitPainted(3);
@@ -152,16 +158,17 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     offerRelease(server, '1.1', makeTooLargeRelease(user));
     await user.startAndShowPage({ server, wrapper });
     // The silent check finds the release.
-    await waitFor('the request', () => server.requestsTo(archivePath).length === 1);
+    await server.awaitRequest(archivePath);
     offerRelease(server, '1.0');
     await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
+    // The mount is visible only through the root folder of the application's process.
     const stored = sizeOnDisk('large', `/proc/${user.run.pid}/root${temporary}`);
     assert.ok(stored > 0 && stored < diskSize, 'the file is partial');
     offerRelease(server, '1.1', makeRelease(user));
     await beginUpdateCheck(screen);
     await screen.awaitPanel(updatedNotice);
-    assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+    assert.equal(user.installedVersion(), '1.1');
     await user.terminate();
   });
 
@@ -192,21 +199,20 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
       renameSync(`${clock}.new`, clock);
     };
     const jumps = ['+366d', '-366d', '+0d'];
-    const probes = () => root.requestsTo('/api/wie').length;
     setClock('+0d');
     root.setRoutes({ '/api/wie': { status: 503 } });
     user.start({ environment: {
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
-    await waitFor('two probes', () => probes() >= 2);
+    await root.awaitRequest('/api/wie', 2);
     for (const jump of jumps) {
       setClock(jump);
-      const before = probes();
+      const before = root.requestsTo('/api/wie').length;
       const begin = performance.now();
-      await waitFor(`probes after ${jump}`, () => probes() >= before + 3);
+      await root.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
-      // The interval is 250 ms.
+      // Two intervals of 250 ms, less the delay with which the first probe was seen.
       assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
     }
     root.setRoutes();

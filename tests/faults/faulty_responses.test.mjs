@@ -7,8 +7,10 @@ import { join } from 'node:path';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import {
-  beginUpdateCheck, checkAndCloseNotice, manifestPath, startWithUpdateServer, upToDateNotice,
+  beginUpdateCheck, checkAndCloseNotice, checkFailedNotice, manifestPath, startWithUpdateServer,
+  upToDateNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -73,7 +75,7 @@ test('faulty responses to a probe are retried, awaited or accepted', async (user
     root.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
     await user.restartServer();
     if (outcome === 'retried') {
-      await waitFor('a second probe', () => probes() >= before + 2);
+      await root.awaitRequest('/api/wie', before + 2);
     } else if (outcome === 'ready') {
       await root.awaitPainted(paints + 1);
     } else {
@@ -97,7 +99,7 @@ test('Control-R shows the page after each faulty response', async (user, screen,
     const before = requests();
     root.setRoutes({ '/': { page, ...route } });
     await screen.pressKeys('ctrl+r');
-    await waitFor('the request', () => requests() > before);
+    await root.awaitRequest('/', before + 1);
   };
   let notShown = 0;
   await user.startAndShowPage();
@@ -124,7 +126,7 @@ test('Control-R shows the page after each faulty response', async (user, screen,
 test('faulty responses to a download leave no partial file', async (user, screen, t) => {
   const { root } = user;
   const desktop = new Desktop(user);
-  const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(2000) };
+  const csv = csvRoute('one;two\n'.repeat(2000));
   const path = '/api/bestand/file';
   const layout = await user.startWithPage(link('file', path));
   let requests = 0;
@@ -135,7 +137,7 @@ test('faulty responses to a download leave no partial file', async (user, screen
     root.setRoutes({ [path]: { ...csv, ...route } });
     await screen.clickElement(layout, 'file');
     requests += 1;
-    await waitFor('the request', () => root.requestsTo(path).length === requests);
+    await root.awaitRequest(path, requests);
     if (outcome === 'complete') {
       assert.equal(await desktop.awaitOpenedFile('file.csv'), csv.body);
       saved.push('file.csv');
@@ -150,7 +152,8 @@ test('faulty responses to a download leave no partial file', async (user, screen
   // The application quits while two responses are pending.
   await user.terminate();
   assert.deepEqual(desktop.downloadedFiles(), saved);
-  await desktop.awaitEndAndAssertOpened(desktop.downloadPath('file.csv'));
+  assert.equal(root.requestsTo(path).length, requests);
+  await desktop.awaitEndAndAssertOpened('file.csv');
 });
 
 test('faulty manifests are reported, awaited or accepted', async (user, screen, t) => {
@@ -159,14 +162,12 @@ test('faulty manifests are reported, awaited or accepted', async (user, screen, 
     const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
     server.routes[manifestPath] = { body, ...route };
     if (outcome !== 'waits') {
-      const failureNotice = 'Kon niet controleren op updates.';
-      await checkAndCloseNotice(screen,
-        outcome === 'failed' ? failureNotice : upToDateNotice());
+      await checkAndCloseNotice(screen, outcome === 'failed' ? checkFailedNotice : upToDateNotice());
       return;
     }
     const before = server.requestsTo(manifestPath).length;
     await beginUpdateCheck(screen);
-    await waitFor('the request', () => server.requestsTo(manifestPath).length > before);
+    await server.awaitRequest(manifestPath, before + 1);
     // The window stays usable, and the notice comes with the end of the response.
     await user.reload(server);
     assert.deepEqual(await screen.windows(upToDateNotice()), []);

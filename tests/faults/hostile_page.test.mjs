@@ -8,6 +8,7 @@ import { Desktop, barrierLink, barrierUrl } from '../support/desktop/default_app
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { button } from '../support/desktop/page.mjs';
 import { kill } from '../support/desktop/processes.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -57,7 +58,7 @@ async function runScript(user, screen, script, { click = true, routes } = {}) {
   const layout = await user.startWithPage(`<script>
       const run = () => { ${script}; report('done'); };
       if (${!click}) addEventListener('load', () => setTimeout(run, 300));
-    </script>${button('run', 'run()')}`, { routes });
+    </script>${button('run', 'run()')}`, routes);
   if (click) await screen.clickElement(layout, 'run');
 }
 
@@ -92,7 +93,6 @@ for (const [call, quit] of Object.entries(quitDuringCall)) {
 }
 
 const openCount = isLongForm ? 10_000 : 100;
-const csv = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n' };
 const clickExportLink = `const link = document.createElement('a');
   link.href = '/api/export?' + number;
   document.body.append(link);
@@ -130,6 +130,7 @@ for (const click of [true, false]) {
 
 test(`clicks on ${openCount} links to the export save as many files`, async (user, screen) => {
   const desktop = new Desktop(user);
+  const csv = csvRoute();
   await runAndAwaitOpened(user, screen, clickExportLink, { routes: { '/api/export': csv } });
   assert.equal(desktop.downloadedFiles().length, openCount);
   for (const name of desktop.downloadedFiles()) {

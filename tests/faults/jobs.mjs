@@ -6,13 +6,14 @@ import { join } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { link } from '../support/desktop/page.mjs';
-import { fingerprint, makeRelease, plistValue } from '../support/desktop/release.mjs';
+import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
+import { csvRoute } from '../support/desktop/responses.mjs';
 import {
   archivePath, offerRelease, openUpdateServer, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
-const csvRoute = { headers: { 'content-type': 'text/csv' }, body: 'one;two\n'.repeat(100_000) };
+const csv = csvRoute('one;two\n'.repeat(100_000));
 const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
@@ -39,7 +40,7 @@ export const jobs = {
     async begin({ user, screen, startOptions }) {
       user.root.setRoutes({ '/api/wie': { status: 503 } });
       user.start(startOptions);
-      await waitFor('two probes', () => user.root.requestsTo('/api/wie').length >= 2);
+      await user.root.awaitRequest('/api/wie', 2);
       await screen.awaitWindow();
     },
     async finish(context) {
@@ -66,16 +67,15 @@ export const jobs = {
       const { user, screen, startOptions } = context;
       context.gate = join(user.folder, 'gate');
       context.desktop = new Desktop(user);
-      const layout = await user.startWithPage(link('file', filePath), {
-        routes: { [filePath]: { ...csvRoute, gate: context.gate } },
-      }, startOptions);
+      const layout = await user.startWithPage(link('file', filePath),
+        { [filePath]: { ...csv, gate: context.gate } }, startOptions);
       await screen.clickElement(layout, 'file');
-      await waitFor('the request', () => user.root.requestsTo(filePath).length === 1);
+      await user.root.awaitRequest(filePath);
     },
     async finish({ gate, desktop }) {
       writeFileSync(gate, '');
       const text = await desktop.awaitOpenedFile('file.csv');
-      assert.ok(text === csvRoute.body, 'the file is complete');
+      assert.ok(text === csv.body, 'the file is complete');
     },
     async assertRolledBack({ desktop }) {
       await waitFor('an empty Downloads folder', () => desktop.downloadedFiles().length === 0);
@@ -92,12 +92,12 @@ export const jobs = {
       offerRelease(server, '1.1', { body: makeRelease(user), gate: context.gate });
       user.start(startOptions);
       // The silent check finds the release.
-      await waitFor('the request', () => server.requestsTo(archivePath).length > 0);
+      await server.awaitRequest(archivePath);
     },
     async finish({ user, screen, gate }) {
       writeFileSync(gate, '');
       await screen.awaitPanel(updatedNotice);
-      assert.equal(plistValue(user.bundle, 'CFBundleShortVersionString'), '1.1');
+      assert.equal(user.installedVersion(), '1.1');
     },
     assertRolledBack: ({ user, oldBundle }) =>
       assert.equal(fingerprint(user.bundle), oldBundle),

@@ -71,7 +71,7 @@ test('200 quick presses of Control-R start at most one server', async (user, scr
   await pressReload200Times();
   const requests = root.requestsTo('/').length;
   await screen.pressKeys('ctrl+r');
-  await waitFor('one more request', () => root.requestsTo('/').length > requests);
+  await root.awaitRequest('/', requests + 1);
   await user.typeIntoField('usable');
   assert.equal(root.events('started').length, 1);
 

@@ -3,13 +3,14 @@
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { withSessionBus } from '../support/desktop/bus.mjs';
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
-import { kill } from '../support/desktop/processes.mjs';
+import { awaitErrorPage, endedServerMessage } from '../support/desktop/error_page.mjs';
+import { kill, threadsNamed } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 import { jobs } from './jobs.mjs';
 
@@ -19,7 +20,8 @@ const { test } = desktopTests();
 const sameForEachJob = (outcome) =>
   Object.fromEntries(Object.keys(jobs).map((name) => [name, outcome]));
 
-/// The outcomes of a fault. The titles of the tests have their names after "it".
+/// The outcomes of a fault, each a function that waits for the outcome and fails if there is
+/// another one. The titles of the tests have their names after "it".
 const outcomes = {
   /// The job completes.
   continues: (context, job) => job.finish(context),
@@ -36,10 +38,7 @@ const outcomes = {
   /// The error page gives the number of SIGKILL, and Control-R opens the OS again.
   async 'shows the error page'(context, job) {
     const { user, screen } = context;
-    const message = 'De OS-server is gestopt (code 9). Zie ~/orvel-os/v3/.local/server.log. ' +
-      'Herstarten met ⌘R.';
-    const text = await screen.awaitPageText((page) => page.endsWith(message));
-    assert.equal(text, `Orvel OS\n${message}`);
+    await awaitErrorPage(screen, endedServerMessage(9));
     await job.assertRolledBack?.(context);
     user.root.setBehaviour({});
     const before = user.root.paintCount();
@@ -51,14 +50,7 @@ const { continues, quits, exits, 'shows the error page': showsErrorPage } = outc
 
 /// Returns whether a WebKit process has a thread that receives messages of the application. WebKit
 /// ends the application when a process dies before that.
-function receivesMessages({ pid }) {
-  try {
-    return readdirSync(`/proc/${pid}/task`).some((thread) =>
-      readFileSync(`/proc/${pid}/task/${thread}/comm`, 'utf8').startsWith('ReceiveQueue'));
-  } catch {
-    return false;
-  }
-}
+const receivesMessages = ({ pid }) => threadsNamed(pid, 'ReceiveQueue').length > 0;
 
 async function killWebKitProcess(user, name) {
   const { pid } = await waitFor(name, () => user.processesNamed(name).find(receivesMessages));
@@ -121,6 +113,7 @@ const faults = {
       assert.equal(setLimit(3), 0);
       await screen.pressKeys('ctrl+r');
       await pause(1000);
+      // The usual limit, unless the application has ended.
       assert.ok(setLimit(1024) === 0 || run.exit);
     },
     // Without descriptors GLib and WebKit abort an application that is starting or drawing
@@ -176,7 +169,7 @@ for (const [situation, response] of Object.entries(interruptedResponses)) {
       const gate = join(user.folder, 'gate');
       user.root.setRoutes({ '/': response(gate) });
       await screen.pressKeys('ctrl+r');
-      await waitFor('the reload', () => user.root.requestsTo('/').length >= 2);
+      await user.root.awaitRequest('/', 2);
       await user.killProcess(user.processesNamed('WebKitNetworkProcess')[0].pid);
       writeFileSync(gate, '');
       user.root.setRoutes();

@@ -24,7 +24,8 @@ const recordingProgram = (record) => `#!${process.execPath}
 const { appendFileSync, statSync } = require('node:fs');
 const [argument] = process.argv.slice(2);
 const size = argument.startsWith('/') ? statSync(argument).size : null;
-const line = { argument, size, count: process.argv.length - 2, environment: process.env };
+const argumentCount = process.argv.length - 2;
+const line = { argument, size, argumentCount, environment: process.env };
 appendFileSync(${JSON.stringify(record)}, JSON.stringify(line) + '\\n');
 `;
 
@@ -71,7 +72,7 @@ export class Desktop {
   }
 
   /// Returns the starts of default applications: `argument`, `size` (of the file that the argument
-  /// names, or null), `count` (of the arguments) and `environment`.
+  /// names, or null), `argumentCount` and `environment`.
   launches() {
     if (!existsSync(this.launchRecord)) return [];
     return readFileSync(this.launchRecord, 'utf8').split('\n').slice(0, -1).map((text) => {
@@ -82,9 +83,11 @@ export class Desktop {
     });
   }
 
-  /// Returns the URLs and paths that have been opened.
+  /// Returns the URLs that have been opened, and the names of the opened files in Downloads.
   opened() {
-    return this.launches().map(({ argument }) => argument);
+    const prefix = `${this.downloads}/`;
+    return this.launches().map(({ argument }) =>
+      (argument.startsWith(prefix) ? argument.slice(prefix.length) : argument));
   }
 
   /// Waits until a URL or path has been opened, and returns that start of a default application.
@@ -100,17 +103,17 @@ export class Desktop {
   }
 
   /// Fails if the page has been replaced, quits, and does the same as awaitEndAndAssertOpened().
-  async quitAndAssertOpened(...urls) {
+  async quitAndAssertOpened(...expected) {
     this.user.root.assertPageLoadedOnce();
     await this.user.quit();
-    await this.awaitEndAndAssertOpened(...urls);
+    await this.awaitEndAndAssertOpened(...expected);
   }
 
-  /// Waits for all processes, and fails unless exactly these URLs and files have been opened, and
-  /// there was one window at most.
-  async awaitEndAndAssertOpened(...urls) {
+  /// Waits for the end of all processes, and fails unless exactly these URLs and files in Downloads
+  /// have been opened, and there was one window at most.
+  async awaitEndAndAssertOpened(...expected) {
     await this.user.awaitProcessesEnded();
-    assert.deepEqual(this.opened().sort(), urls.sort());
+    assert.deepEqual(this.opened().sort(), expected.sort());
     assert.equal(this.user.screen.maxWindowCount, 1, 'no second window was opened');
   }
 
@@ -121,6 +124,12 @@ export class Desktop {
     const { size } = await this.awaitOpened(path);
     if (size !== statSync(path).size) throw new Error(`${name} was opened before it was complete`);
     return readFileSync(path, 'utf8');
+  }
+
+  /// Clicks an element of the page that downloads a file, and does the same as awaitOpenedFile().
+  async clickAndAwaitFile(layout, id, name) {
+    await this.user.screen.clickElement(layout, id);
+    return this.awaitOpenedFile(name);
   }
 
   downloadPath(name) {

@@ -8,11 +8,10 @@
 // It writes each event as a line of JSON to record.jsonl.
 
 import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
-import { createServer } from 'node:http';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { respond } from './responses.mjs';
+import { createTestServer, respond } from './responses.mjs';
 
 const serverFolder = dirname(fileURLToPath(import.meta.url));
 const behaviourPath = join(serverFolder, 'behaviour.json');
@@ -44,29 +43,21 @@ for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
   });
 }
 
-function serve(request, response, body) {
-  const { method, url, headers } = request;
-  record('request', { method, url, headers, body });
+function serve(request, response) {
+  const { url } = request;
+  record('request', request);
   response.on('close', () => record('responseClosed', { url }));
   response.on('chunkSent', () => record('chunkSent', { url }));
   if (behaviour.closesConnection) {
-    request.socket.destroy();
+    response.destroy();
   } else {
     respond(request, response, readBehaviour().routes);
   }
 }
 
-function listen() {
-  const server = createServer((request, response) => {
-    let body = '';
-    request.on('data', (chunk) => (body += chunk));
-    request.on('end', () => serve(request, response, body));
-  });
-  server.listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
-}
-
 if (behaviour.exitCode !== undefined) {
   process.exitCode = behaviour.exitCode;
 } else {
-  listen();
+  createTestServer(serve)
+    .listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
 }

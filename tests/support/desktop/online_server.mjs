@@ -1,10 +1,8 @@
 // A server that the application does not start. The application counts its address, 127.0.0.2, as
 // online, because it is not that of the local server.
 
-import { createServer } from 'node:http';
-
 import { PageReports } from './page_reports.mjs';
-import { respond } from './responses.mjs';
+import { createTestServer, respond } from './responses.mjs';
 
 export class OnlineServer extends PageReports {
   /// Listens on a free port. The test may change the `routes` later.
@@ -12,17 +10,13 @@ export class OnlineServer extends PageReports {
     const online = new OnlineServer();
     online.requests = [];
     online.routes = routes;
-    online.server = createServer((request, response) => {
-      let body = '';
-      request.on('data', (chunk) => (body += chunk));
-      request.on('end', () => {
-        const { method, url, headers } = request;
-        online.requests.push({ method, url, headers, body });
-        respond(request, response, online.routes);
-      });
+    online.server = createTestServer((request, response) => {
+      online.requests.push(request);
+      respond(request, response, online.routes);
     });
     await new Promise((resolve) => online.server.listen(0, host, resolve));
-    online.address = `http://${host}:${online.server.address().port}/`;
+    const hostInUrl = host.includes(':') ? `[${host}]` : host;
+    online.address = `http://${hostInUrl}:${online.server.address().port}/`;
     return online;
   }
 

@@ -18,6 +18,12 @@ export class PageReports {
     return this.reported(name).at(-1);
   }
 
+  /// Waits for the `count`th GET request for a URL and returns the last one.
+  async awaitRequest(url, count = 1) {
+    await waitFor(`${count} requests for ${url}`, () => this.requestsTo(url).length >= count);
+    return this.requestsTo(url).at(-1);
+  }
+
   /// Returns how many times a page has been painted.
   paintCount() {
     return this.reported('painted').length;

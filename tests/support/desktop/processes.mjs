@@ -7,7 +7,9 @@ const { O_RDWR, O_WRONLY } = constants;
 /// The port of the application's server.
 export const PORT = 4767;
 
-function readOrEmpty(path) {
+/// Returns the text of a file, or '' when it cannot be read: /proc loses the files of a process that
+/// ends.
+export function readOrEmpty(path) {
   try {
     return readFileSync(path, 'latin1');
   } catch {
@@ -52,9 +54,9 @@ export function readProcess(pid) {
   };
 }
 
-/// Returns the processes whose environment holds `marker` or that belong to one of the
-/// `sessions`. The environments of other users' processes cannot be read. Zombies are left
-/// out: orphaned ones wait for PID 1.
+/// Returns the processes whose environment holds the entry `marker` or that belong to one of the
+/// `sessions`. The environments of other users' processes cannot be read. Zombies are left out,
+/// because an orphaned one stays until PID 1 reaps it.
 export function markedProcesses(marker, sessions = new Set()) {
   const wanted = `\0${marker}\0`;
   return pids()
@@ -77,6 +79,13 @@ export function filesOpenForWriting(pid) {
     const isRegularFile = /^\/(?!dev\/|proc\/|memfd:)/.test(path) && !path.endsWith(' (deleted)');
     return isWritable && isRegularFile ? [path] : [];
   });
+}
+
+/// Returns the IDs of the threads of a process whose names begin with `prefix`.
+export function threadsNamed(pid, prefix) {
+  const folder = `/proc/${pid}/task`;
+  return listOrEmpty(folder)
+    .filter((thread) => readOrEmpty(`${folder}/${thread}/comm`).startsWith(prefix)).map(Number);
 }
 
 /// Returns whether a process has a child that has ended and that it has not waited for.

@@ -13,8 +13,12 @@
 // A response whose body has no end or comes slowly emits "chunkSent" for each chunk.
 
 import { existsSync, writeSync } from 'node:fs';
+import { createServer } from 'node:http';
 
 import { fieldPage, pageWith } from './page.mjs';
+
+/// Returns a route to a CSV file.
+export const csvRoute = (body = 'one;two\n') => ({ headers: { 'content-type': 'text/csv' }, body });
 
 /// The size in bytes of the chunks of an endless body.
 const endlessChunkSize = 256 << 10;
@@ -104,4 +108,15 @@ export function respond({ method, url }, response, routes = {}) {
   } else {
     response.writeHead(404).end();
   }
+}
+
+/// Creates a server that passes each request to `handle` once its body has been received, as the
+/// parts `method`, `url`, `headers` and `body`, and with the response.
+export function createTestServer(handle) {
+  return createServer((request, response) => {
+    const { method, url, headers } = request;
+    let body = '';
+    request.on('data', (chunk) => (body += chunk));
+    request.on('end', () => handle({ method, url, headers, body }, response));
+  });
 }

@@ -9,6 +9,7 @@ import { waitFor } from './wait.mjs';
 export const manifestPath = '/download/linux.json';
 export const archivePath = '/download/orvel-os.zip';
 export const updatedNotice = 'Orvel OS is bijgewerkt naar 1.1';
+export const checkFailedNotice = 'Kon niet controleren op updates.';
 export const upToDateNotice = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
 const updateMenuItem = 'Zoek naar update…';
 
@@ -26,13 +27,8 @@ export async function openUpdateServer(user) {
 export async function startWithUpdateServer(user) {
   const server = await openUpdateServer(user);
   await user.startAndShowPage({ server });
-  await awaitSilentCheck(server);
+  await server.awaitRequest(manifestPath);
   return server;
-}
-
-/// Waits until the application has requested the manifest `count` times.
-export async function awaitSilentCheck(server, count = 1) {
-  await waitFor('the silent check', () => server.requestsTo(manifestPath).length >= count);
 }
 
 /// Makes a server offer a release. `release` is the archive, or a route that responds with it;
@@ -67,10 +63,9 @@ export async function checkAndCloseNotice(screen, notice) {
 /// release than the version `installed`, is a barrier: responses are handled in order, so the
 /// installation has ended when the notice of the second check is shown.
 export async function checkUntilReleaseHandled(screen, server, members, installed = '1.0') {
-  const downloads = () => server.requestsTo(archivePath).length;
-  const before = downloads();
+  const before = server.requestsTo(archivePath).length;
   await beginUpdateCheck(screen);
-  await waitFor('the request for the archive', () => downloads() > before);
+  await server.awaitRequest(archivePath, before + 1);
   offerRelease(server, '1.0', undefined, members);
   await checkAndCloseNotice(screen, upToDateNotice(installed));
 }

@@ -9,11 +9,12 @@ import { dirname, join } from 'node:path';
 
 import { DataRoot } from './data_root.mjs';
 import { createUserEnvironment } from './environment.mjs';
+import { awaitErrorPage, endedServerMessage } from './error_page.mjs';
 import { OnlineServer } from './online_server.mjs';
 import {
   filesOpenForWriting, hasZombie, isRunning, kill, markedProcesses, peakMemory,
 } from './processes.mjs';
-import { setPlistValue } from './release.mjs';
+import { plistValue, setPlistValue } from './release.mjs';
 import { failWaits, repeatUntil, waitFor } from './wait.mjs';
 
 /// The application key in Info.plist, with which the application identifies itself to its server.
@@ -62,6 +63,11 @@ export class User {
 
   setPlistValues(values) {
     for (const [key, value] of Object.entries(values)) setPlistValue(this.bundle, key, value);
+  }
+
+  /// Returns the version of the application in the user's bundle.
+  installedVersion() {
+    return plistValue(this.bundle, 'CFBundleShortVersionString');
   }
 
   /// The file with the user's settings.
@@ -123,8 +129,9 @@ export class User {
   }
 
   /// Starts the application with a page whose body is a piece of HTML, and returns the layout.
-  async startWithPage(page, { routes = {}, ...behaviour } = {}, options = {}) {
-    this.root.setBehaviour({ ...behaviour, routes: { '/': { page }, ...routes } });
+  /// `routes` are the other routes of the server.
+  async startWithPage(page, routes = {}, options = {}) {
+    this.root.setRoutes({ '/': { page }, ...routes });
     await this.startAndShowPage(options);
     return this.root.reported('painted').at(-1);
   }
@@ -147,7 +154,7 @@ export class User {
   /// Kills the local server and waits for the error page, which shows the number of SIGKILL, 9.
   async crashServer() {
     kill(this.root.events('started').at(-1).pid);
-    await this.screen.awaitPageText((text) => text.includes('(code 9)'));
+    await awaitErrorPage(this.screen, endedServerMessage(9));
   }
 
   /// Restarts the local server by Control-R and waits until it has started.
