@@ -1,4 +1,4 @@
-// The address of the server: its preset in Info.plist, the dialog that changes it, and its storage.
+// The dialog that changes the address of the server, and the storage of the address.
 
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
@@ -79,30 +79,4 @@ test('an online address stops the local server and is stored; the local address 
     await user.root.awaitPainted(2);
     assert.equal(storedAddress(user), localAddress);
     assert.equal(user.root.events('started').length, 2);
-  });
-
-test('a preset online address is opened, and its key cookie is not sent over http',
-  async (user, screen) => {
-    const online = await user.openOnlineServer();
-    user.setPlistValues({ ORVELOSURL: online.address });
-    user.start();
-    await screen.awaitPageOnScreen();
-
-    assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
-    const [{ headers }] = online.requestsTo('/');
-    assert.equal(headers['x-orvel-app'], undefined);
-    assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`));
-    // The cookie is stored, but not sent over http. SQLite stores its text as it stands, in the
-    // database or in its journal.
-    assert.doesNotMatch(headers.cookie ?? '', /orvelapp/);
-    await waitFor('the stored cookie', () =>
-      user.dataFiles().some((path) => readFileSync(path, 'latin1').includes(`orvelapp${APP_KEY}`)));
-
-    const before = online.requestsTo('/').length;
-    await screen.pressKeys('ctrl+r');
-    await online.awaitRequest('/', before + 1);
-    assert.equal(online.requestsTo('/api/wie').length, 1, 'a reload does not probe');
-
-    assert.deepEqual(user.root.record(), [], 'no local server is started');
-    assert.ok(!existsSync(user.root.log));
   });

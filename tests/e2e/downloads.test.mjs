@@ -26,14 +26,6 @@ const storedLink = (name) => link(name, stored(name));
 test('an export is requested with its query, the key and the cookies of its host',
   async (user) => {
     const desktop = new Desktop(user);
-    const foreign = await user.openOnlineServer({
-      routes: { '/': { page: '', headers: { 'set-cookie': 'foreign=yes; Max-Age=86400' } } },
-    });
-    user.setPlistValues({ ORVELOSURL: foreign.address });
-    user.start();
-    await foreign.awaitPainted();
-    await user.quit();
-    user.setPlistValues({ ORVELOSURL: 'http://127.0.0.1:4767/' });
     const url = '/api/export?from=2026-01-01&for=everything%20together';
     const layout = await user.startWithPage(`${link('export', url)}<script>
       document.cookie = 'own=one';

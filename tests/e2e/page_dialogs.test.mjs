@@ -3,9 +3,7 @@
 import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import { awaitErrorPage, endedServerMessage } from '../support/desktop/error_page.mjs';
 import { button } from '../support/desktop/page.mjs';
-import { kill } from '../support/desktop/processes.mjs';
 import { addressDialogTitle } from '../support/desktop/screen.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -56,19 +54,6 @@ test('an open alert blocks the script and keys and clicks on the window', async 
   await user.quit();
   assert.equal(user.root.reported('other').length, 1);
   user.root.assertPageLoadedOnce();
-});
-
-test('a server that ends during a dialog is reported after the dialog', async (user, screen) => {
-  const layout = await user.startWithPage(alertButton);
-  await screen.clickElement(layout, 'alert');
-  await screen.awaitPanel(message);
-  kill((await user.root.awaitStarted()).pid);
-  await user.root.awaitServerExit();
-  await screen.awaitPanel(message);
-  await screen.closePanel(message);
-  await awaitErrorPage(screen, endedServerMessage(9));
-  await screen.pressKeys('ctrl+r');
-  await user.root.awaitPainted(2);
 });
 
 test('probing continues and the page is shown while the address dialog is open',

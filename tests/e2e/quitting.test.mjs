@@ -1,7 +1,6 @@
 // The end of the application and its server: on request, by a crash, and without a display.
 
 import assert from 'node:assert/strict';
-import { setImmediate as nextIteration } from 'node:timers/promises';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
@@ -10,9 +9,6 @@ import { Screen } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
-
-/// The background of the application's error page.
-const errorPageColour = [7, 9, 12];
 
 const receivedSignals = (user) => user.root.events('signal').map(({ signal }) => signal);
 
@@ -26,25 +22,6 @@ for (const [action, quit] of Object.entries(quitActions)) {
     assert.ok(!isRunning(pid), 'the server ended before the application');
   });
 }
-
-test('no error page is shown while a slow server stops', { behaviour: { stopDelay: 700 } },
-  async (user, screen) => {
-    const run = await user.startAndShowPage();
-    await screen.awaitPageOnScreen();
-    await screen.pressKeys('ctrl+q');
-    let count = 0;
-    await waitFor('end of the application', async () => {
-      count += 1;
-      assert.ok(!screen.screenshot().shows(errorPageColour),
-        `screenshot ${count} shows the error page`);
-      await nextIteration();
-      return run.exit;
-    }, { every: 1 });
-    // An error page would be visible until the server has stopped, so a screenshot would show it.
-    assert.ok(count > 1, 'no screenshot was taken while the server stopped');
-    await user.awaitCleanExit(run);
-    assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
-  });
 
 for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
   test(`${action} kills a server that has ignored SIGTERM for 3 seconds`,
