@@ -13,7 +13,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests();
 
 const attachment = (name) => `attachment; filename="${name}"`;
-/// Returns a route to a CSV file with this Content-Disposition. `rest` are other parts of the route.
+/// Returns a route to a CSV file with this Content-Disposition and the `rest` of its properties.
 const csvRoute = (disposition, rest = {}) => ({
   headers: { 'content-type': 'text/csv', 'content-disposition': disposition },
   body: 'one;two\n',
@@ -186,7 +186,8 @@ for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders
     const desktop = new Desktop(user);
     rmSync(desktop.downloads, { recursive: true });
     prepare(desktop.downloads);
-    const layout = await user.startWithPage(storedLink('early') + barrierLink + storedLink('late'), {
+    const page = storedLink('early') + barrierLink + storedLink('late');
+    const layout = await user.startWithPage(page, {
       [stored('early')]: largeCsvRoute(),
       [stored('late')]: largeCsvRoute({ body: 'later' }),
     });

@@ -26,7 +26,7 @@ test('without a server script the error page asks for an online address', { beha
     await user.root.awaitPainted();
   });
 
-test('the error page shows the exit code or signal of the server; Control-R starts it, then reloads',
+test('the error page shows the exit code or signal of a server, which Control-R starts again',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
     await user.root.awaitServerExit();

@@ -32,7 +32,8 @@ async function startWithKey(user) {
   return server;
 }
 
-/// Returns an archive and the members of the manifest that sign it, by default validly.
+/// Returns an archive and the members of the manifest that sign it. The defaults give the valid
+/// signature of version 1.1.
 const signed = (archive, { key = installedKey, version = '1.1', edition } = {}) =>
   ({ archive, members: signatureMembers(archive, key, version, { edition }) });
 
@@ -40,8 +41,8 @@ const signed = (archive, { key = installedKey, version = '1.1', edition } = {}) 
 const earlierRelease = (user) =>
   signed(makeRelease(user, { version: '0.9' }), { version: '0.9' });
 
-/// Returns the archive of version 1.1 with another public key, and the members that sign the archive
-/// but not the key.
+/// Returns the archive of version 1.1 with another public key, and the members that sign the
+/// archive but not the key.
 const releaseWithNewKey = (user) =>
   signed(makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } }));
 

@@ -47,7 +47,7 @@ const withoutLog = {
   },
 };
 for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
-  test(`with ${situation} the server writes to the application's output`, { skip }, async (user) => {
+  test(`with ${situation} the application prints the server's output`, { skip }, async (user) => {
     await startAndReload(user, prepare(user));
     assert.match(user.run.output, /line on standard error/);
     assert.ok(!existsSync(user.root.log));

@@ -162,7 +162,8 @@ test('faulty manifests are reported, awaited or accepted', async (user, screen, 
     const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
     server.routes[manifestPath] = { body, ...route };
     if (outcome !== 'waits') {
-      await checkAndCloseNotice(screen, outcome === 'failed' ? checkFailedNotice : upToDateNotice());
+      const notice = outcome === 'failed' ? checkFailedNotice : upToDateNotice();
+      await checkAndCloseNotice(screen, notice);
       return;
     }
     const before = server.requestsTo(manifestPath).length;

@@ -7,8 +7,8 @@ const { O_RDWR, O_WRONLY } = constants;
 /// The port of the application's server.
 export const PORT = 4767;
 
-/// Returns the text of a file, or '' when it cannot be read: /proc loses the files of a process that
-/// ends.
+/// Returns the text of a file, or '' when it cannot be read. The files of a process in /proc
+/// disappear when it ends.
 export function readOrEmpty(path) {
   try {
     return readFileSync(path, 'latin1');

@@ -265,8 +265,8 @@ export class Screen {
   /// Opens the address dialog, replaces its text and closes it by a key.
   async answerAddressDialog(text, closingKey = 'Return') {
     await this.openAddressDialog();
-    // The old text is selected. The new one is pasted, because some tests enter a tab, which xdotool
-    // cannot type.
+    // The old text is selected. The new one is pasted, because some tests enter a tab, which
+    // xdotool cannot type.
     await this.pressKeys('BackSpace');
     if (text !== '') {
       await this.setClipboard(text);
