@@ -90,7 +90,7 @@ test('an invalid release changes nothing, and a valid one is installed afterward
     await quitRestartedApplication(user);
   });
 
-test('SIGKILL and SIGTERM while the archive is being unpacked leave the old bundle, which updates',
+test('SIGKILL and SIGTERM while the archive is being unpacked leave a bundle that can update',
   async (user, screen) => {
     const server = await openUpdateServer(user);
     const before = fingerprint(user.bundle);

@@ -124,8 +124,7 @@ async function startInFullScreen(user, screen, key) {
 const menuBarPosition = [700, 20];
 const isBarShown = (screen) => !screen.screenshot().shows(pageColour, ...menuBarPosition);
 const awaitBarShown = (screen) => waitFor('the menu bar', () => isBarShown(screen));
-const awaitBarHidden = (screen) =>
-  waitFor('a hidden menu bar', () => !isBarShown(screen));
+const awaitBarHidden = (screen) => waitFor('a hidden menu bar', () => !isBarShown(screen));
 
 test('full screen by F11: the pointer at the top edge shows the menu bar', async (user, screen) => {
   await startInFullScreen(user, screen, 'F11');

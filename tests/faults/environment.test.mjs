@@ -212,7 +212,7 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
       const begin = performance.now();
       await root.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
-      // Two intervals of 250 ms, less the delay with which the first probe was seen.
+      // Two intervals of 250 ms, less the delay with which a probe is seen.
       assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
     }
     root.setRoutes();

@@ -59,7 +59,7 @@ async function killWebKitProcess(user, name) {
 
 const awaitServerPid = async ({ root }) => (await root.awaitStarted()).pid;
 
-/// Each fault with its outcome for each job; the short form runs some of the jobs.
+/// Each fault with its outcome for each job. `short` names the jobs of the short form.
 const faults = {
   'the server is killed': {
     short: ['starting', 'downloading'],

@@ -12,6 +12,7 @@ const folderSettings = ['ServerRoot', 'RequestRoot', 'TempDir', 'CacheDir', 'Sta
 const logSettings = ['AccessLog', 'ErrorLog', 'PageLog'];
 
 export class PrintServer {
+  /// Starts the server with a queue of this name.
   static async open(queue) {
     const server = new PrintServer();
     server.folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-cups-'));
@@ -44,6 +45,7 @@ export class PrintServer {
   }
 
   async close() {
+    // A suspended server handles SIGTERM once it continues.
     kill(this.process.pid, 'SIGTERM');
     kill(this.process.pid, 'SIGCONT');
     await waitFor('the end of the print server', () => !isRunning(this.process.pid));

@@ -96,7 +96,8 @@ export class User {
 
   /// Starts the application, with `wrapper` as the command line in front of it, and returns the
   /// run: its process, output and exit. A variable with the value undefined is removed from the
-  /// environment.
+  /// environment. All waits fail when a signal ends the application, unless the test has set
+  /// `killExpected` of the run before.
   start({ environment = {}, args = [], wrapper = [] } = {}) {
     const [program, ...allArgs] = [...wrapper, this.executable, ...args];
     const child = spawn(program, allArgs, {
@@ -141,7 +142,7 @@ export class User {
   async reload(server = this.root) {
     const before = server.paintCount();
     await repeatUntil('the reloaded page', () => this.screen.pressKeys('ctrl+r'),
-      () => server.paintCount() > before, { interval: 5000 });
+      () => server.paintCount() > before);
   }
 
   /// Types into the field of the page until the page reports the text. Letters are lost if they are
