@@ -12,8 +12,8 @@ import {
   fingerprint, makeRelease, makeUpdateKey, signatureMembers,
 } from '../support/desktop/release.mjs';
 import {
-  acceptRestart, archivePath, offerRelease, openUpdateServer, quitRestartedApplication,
-  updatedNotice,
+  acceptRestart, archivePath, offerRelease, quitRestartedApplication, updatedNotice,
+  useUpdateServer,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -105,7 +105,7 @@ test('SIGKILL at any system call that changes a file leaves a complete bundle th
   { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
     user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
-    const server = await openUpdateServer(user);
+    const server = await useUpdateServer(user);
     const copy = join(user.folder, 'copy');
     cpSync(user.bundle, copy, { recursive: true });
     const restoreOldBundle = () => {

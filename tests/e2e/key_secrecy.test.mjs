@@ -66,7 +66,7 @@ function filesWithKey(folder) {
   });
 }
 
-test('no command line, environment, log, message or other file contains the key',
+test('the key is in no command line, environment, log or message, and in expected files only',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const { PATH, log } = createLoggingPrograms(user);

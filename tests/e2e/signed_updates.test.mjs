@@ -10,8 +10,8 @@ import {
 } from '../support/desktop/release.mjs';
 import {
   beginUpdateCheck, checkAndCloseNotice, checkFailedNotice, checkUntilReleaseHandled,
-  installAndRestart, manifestPath, offerRelease, openUpdateServer, quitRestartedApplication,
-  upToDateNotice,
+  installAndRestart, manifestPath, offerRelease, quitRestartedApplication, upToDateNotice,
+  useUpdateServer,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -24,7 +24,7 @@ const anySignature = { handtekening: 'never verified' };
 
 /// Starts version 1.0 with a public key, and waits until its silent check has found no release.
 async function startWithKey(user) {
-  const server = await openUpdateServer(user);
+  const server = await useUpdateServer(user);
   user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
   offerRelease(server, '1.0', undefined, anySignature);
   await user.startAndShowPage({ server });

@@ -8,8 +8,8 @@ import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
   acceptRestart, archivePath, checkAndCloseNotice, checkUntilReleaseHandled, installAndRestart,
-  manifestPath, offerRelease, openUpdateServer, quitRestartedApplication, startWithUpdateServer,
-  upToDateNotice, updatedNotice,
+  manifestPath, offerRelease, quitRestartedApplication, startWithUpdateServer, upToDateNotice,
+  updatedNotice, useUpdateServer,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
@@ -18,7 +18,7 @@ const { test } = desktopTests({ accessibility: true });
 
 test('the silent check four seconds after the start installs a later release',
   async (user, screen) => {
-    const server = await openUpdateServer(user);
+    const server = await useUpdateServer(user);
     offerRelease(server, '1.1', makeRelease(user));
     await user.startAndShowPage({ server });
     await screen.awaitPanel(updatedNotice);
@@ -39,7 +39,7 @@ test('the silent check four seconds after the start installs a later release',
 test('the new process starts after the old one has killed a server that ignores SIGTERM',
   { behaviour: { ignoresSignals: true } }, async (user, screen) => {
     const gate = join(user.folder, 'gate');
-    const server = await openUpdateServer(user);
+    const server = await useUpdateServer(user);
     offerRelease(server, '1.1', { body: makeRelease(user), gate });
     const run = await user.startAndShowPage({ server });
     await server.awaitRequest(archivePath);
@@ -92,7 +92,7 @@ test('an invalid release changes nothing, and a valid one is installed afterward
 
 test('SIGKILL and SIGTERM while the archive is being unpacked leave a bundle that can update',
   async (user, screen) => {
-    const server = await openUpdateServer(user);
+    const server = await useUpdateServer(user);
     const before = fingerprint(user.bundle);
     // A file of 512 MiB, because its unpacking must still run when the signal arrives.
     offerRelease(server, '1.1', makeRelease(user, {

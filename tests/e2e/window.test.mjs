@@ -114,6 +114,7 @@ const topEdge = [700, 4];
 async function startInFullScreen(user, screen, key) {
   await user.startAndShowPage();
   await screen.awaitWindow();
+  // Away from the top edge, where the pointer shows the menu bar.
   await screen.movePointer(600, 500);
   await screen.pressKeys(key);
   await waitFor('full screen', () => isFullScreen(screen));

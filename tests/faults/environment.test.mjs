@@ -16,7 +16,7 @@ import {
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
-  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, openUpdateServer,
+  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, useUpdateServer,
   upToDateNotice, updatedNotice,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
@@ -153,7 +153,7 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
     mkdirSync(temporary, { recursive: true });
     const wrapper = mountWrapper(`mount -t tmpfs -o size=${diskSize} none "$1"`, temporary);
-    const server = await openUpdateServer(user);
+    const server = await useUpdateServer(user);
     const oldBundle = fingerprint(user.bundle);
     offerRelease(server, '1.1', makeTooLargeRelease(user));
     await user.startAndShowPage({ server, wrapper });

@@ -72,6 +72,7 @@ test('faulty responses to a probe are retried, awaited or accepted', async (user
     const paints = root.paintCount();
     const before = probes();
     const sent = root.events('chunkSent').length;
+    // At one byte a second this body takes longer than the test waits.
     root.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
     await user.restartServer();
     if (outcome === 'retried') {

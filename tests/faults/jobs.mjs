@@ -9,7 +9,7 @@ import { link } from '../support/desktop/page.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import { csvRoute } from '../support/desktop/responses.mjs';
 import {
-  archivePath, offerRelease, openUpdateServer, updatedNotice,
+  archivePath, offerRelease, updatedNotice, useUpdateServer,
 } from '../support/desktop/updates.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -87,7 +87,7 @@ export const jobs = {
     async begin(context) {
       const { user, startOptions } = context;
       context.gate = join(user.folder, 'gate');
-      const server = await openUpdateServer(user);
+      const server = await useUpdateServer(user);
       context.oldBundle = fingerprint(user.bundle);
       offerRelease(server, '1.1', { body: makeRelease(user), gate: context.gate });
       user.start(startOptions);

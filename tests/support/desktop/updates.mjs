@@ -15,7 +15,7 @@ const updateMenuItem = 'Zoek naar update…';
 
 /// Makes the user's application version 1.0 and its server an online one, which offers no later
 /// release yet. The test may change the server's `routes`.
-export async function openUpdateServer(user) {
+export async function useUpdateServer(user) {
   const server = await user.openOnlineServer();
   offerRelease(server, '1.0');
   user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
@@ -25,7 +25,7 @@ export async function openUpdateServer(user) {
 /// Starts the application with an update server, and waits until its silent check for updates,
 /// four seconds after the start, has found no release.
 export async function startWithUpdateServer(user) {
-  const server = await openUpdateServer(user);
+  const server = await useUpdateServer(user);
   await user.startAndShowPage({ server });
   await server.awaitRequest(manifestPath);
   return server;
