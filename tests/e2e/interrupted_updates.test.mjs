@@ -49,8 +49,9 @@ async function trace(user, { pid }, name, number) {
   // The question mark ignores calls that this architecture does not have.
   const traced = changingSystemCalls.map((each) => `?${each}`).join();
   const options = ['-o', log, '-e', `trace=${traced}`, ...fault];
-  const tracer = spawn('strace', [...options, ...threads.flatMap((thread) => ['-p', thread])],
-    { stdio: ['ignore', 'ignore', 'pipe'] });
+  const targets = threads.flatMap((thread) => ['-p', String(thread)]);
+  const tracer =
+    spawn('strace', [...options, ...targets], { stdio: ['ignore', 'ignore', 'pipe'] });
   let output = '';
   tracer.stderr.on('data', (text) => (output += text));
   await waitFor('the attached tracer', () =>

@@ -16,8 +16,8 @@ import {
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
-  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, useUpdateServer,
-  upToDateNotice, updatedNotice,
+  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, upToDateNotice,
+  updatedNotice, useUpdateServer,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
