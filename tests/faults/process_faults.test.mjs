@@ -20,8 +20,7 @@ const { test } = desktopTests();
 const sameForEachJob = (outcome) =>
   Object.fromEntries(Object.keys(jobs).map((name) => [name, outcome]));
 
-/// The outcomes of a fault, each a function that waits for the outcome and fails if there is
-/// another one. The titles of the tests have their names after "it".
+/// The outcomes of a fault. The titles of the tests have their names after "it".
 const outcomes = {
   /// The job completes.
   continues: (context, job) => job.finish(context),
