@@ -8,16 +8,16 @@
 // Shows one page in one window with GTK and WebKitGTK, and does nothing else.
 //
 //   bare_viewer URL          with default settings
-//   bare_viewer tuned URL    with the renderer settings of the application
+//   bare_viewer tuned URL    with the renderer settings of the application for this machine
 int main(int argc, char **argv) {
   const bool tuned = argc == 3 && std::strcmp(argv[1], "tuned") == 0;
   if (argc != 2 && !tuned) return EXIT_FAILURE;
-  const bool inSoftware = tuned && !orvel::chooseRenderer().hasGraphicsCard;
+  const bool rendersInSoftware = tuned && !orvel::chooseRenderer().hasGraphicsCard;
   if (tuned) orvel::applyRendererChoice(orvel::chooseRenderer(), gtk_get_minor_version());
 
   gtk_init();
   WebKitSettings *settings = webkit_settings_new();
-  if (inSoftware) {
+  if (rendersInSoftware) {
     g_object_set(gtk_settings_get_default(), "gtk-overlay-scrolling", FALSE, nullptr);
     webkit_settings_set_hardware_acceleration_policy(settings,
                                                      WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);

@@ -3,14 +3,13 @@
 //
 //   node bench.mjs APPLICATION PROGRAMS RESULTS [MODE]
 //
-// MODE is "quick" for one round of starts, or "updates" for the updates alone.
+// MODE is "all" by default, "quick" for one round of starts, or "updates" for the updates alone.
 
 import { mkdirSync, readFileSync, rmSync, statfsSync, writeFileSync } from 'node:fs';
 import { cpus, getPriority, loadavg, tmpdir, totalmem } from 'node:os';
 import { dirname } from 'node:path';
 
 import { Screen } from '../../tests/support/desktop/screen.mjs';
-import { UPDATE_SIZE } from './pages.mjs';
 import {
   measureColdStart, measureMainLoop, measureQuietMinute, measureReadyStart, screenSize,
 } from './startup.mjs';
@@ -24,9 +23,10 @@ const rounds = {
   updates: { starts: 0, minutes: 0, loops: 0, transfers: 0, updates: 6 },
 }[mode];
 
-/// Returns a folder in memory if it has enough free space, so that the speed of the disk does not
-/// count. Otherwise returns the temporary folder.
+/// Returns a folder in memory if it has enough free space, so that the results do not depend on the
+/// speed of the disk. Otherwise returns the temporary folder.
 function scratchFolder() {
+  // Far more than the large file of 4 GiB, because the measured programs need memory too.
   const needed = 12 * 1024 ** 3;
   try {
     const { bavail, bsize } = statfsSync('/dev/shm');
@@ -47,10 +47,12 @@ const results = {
     kernel: readFileSync('/proc/version', 'utf8').split(' ')[2], scratch: bench.scratch },
   asRoot: process.getuid() === 0,
   niceness: getPriority(),
-  rounds, load: [], names: viewers.map(({ name }) => name),
+  rounds, loadAverages: [], names: viewers.map(({ name }) => name),
   ready: {}, cold: {}, minute: {}, loops: {}, transfers: {}, failures: [],
 };
 
+/// Adds the result of one measurement and writes the file, which is then complete up to here if the
+/// benchmark is interrupted.
 function store(table, name, value) {
   (results[table][name] ??= []).push(value);
   writeFileSync(resultsFile, JSON.stringify(results, null, 1));
@@ -58,7 +60,7 @@ function store(table, name, value) {
 
 /// Measures once and stores the result of `body`, or null when it fails.
 async function measure(table, name, body) {
-  results.load.push(Math.round(loadavg()[0] * 10) / 10);
+  results.loadAverages.push(Math.round(loadavg()[0] * 10) / 10);
   let value = null;
   try {
     value = await body();
@@ -72,8 +74,8 @@ async function measure(table, name, body) {
 /// Returns the list, beginning with another element in each round.
 const rotated = (list, round) => list.map((_, index) => list[(index + round) % list.length]);
 
-/// Measures transfers of the same content. The first one also takes the time in which a virtual
-/// machine gets memory from its host, so the order changes with the round.
+/// Measures transfers of the same content once. A virtual machine first has to get memory from its
+/// host, which slows down the first transfer, so each round begins with another one.
 async function measureTransfers(round, transfers, release) {
   for (const [name, transfer] of rotated(Object.entries(transfers), round)) {
     await measure('transfers', name, () => transfer(bench, release));
@@ -97,7 +99,7 @@ try {
     for (const transfers of downloads) await measureTransfers(round, transfers);
   }
   if (rounds.updates > 0) {
-    const release = await createRelease(bench, UPDATE_SIZE);
+    const release = createRelease(bench);
     try {
       for (let round = 0; round < rounds.updates; round += 1) {
         await measureTransfers(round, updates, release);

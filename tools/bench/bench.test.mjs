@@ -10,7 +10,7 @@ import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { Framebuffer } from '../../tests/support/image.mjs';
 import { BAND, MARK, isEmptyScreen, showsHeavyPage } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
-import { checkTargets, median, medianRatio, replaceTables, writeTables } from './report.mjs';
+import { checkTargets, formatTables, median, medianRatio, replaceTables } from './report.mjs';
 import { summarizeStalls } from './startup.mjs';
 
 let folder;
@@ -20,7 +20,7 @@ afterEach(() => rmSync(folder, { recursive: true }));
 const startTree = (...command) =>
   ProcessTree.start(command, { environment: process.env, folder, log: join(folder, 'log') });
 
-test('medians ignore failed measurements, ratios are taken within a round', () => {
+test('medians ignore failed measurements, and ratios are taken within a round', () => {
   assert.equal(median([3, NaN, 1, 2]), 2);
   assert.equal(median([4, 1, 2, 3]), 2.5);
   assert.ok(Number.isNaN(median([])));
@@ -28,6 +28,7 @@ test('medians ignore failed measurements, ratios are taken within a round', () =
 });
 
 test('the heavy page is detected by its pixels from edge to edge', () => {
+  // The pixels of a screen follow the header of an XWD file (X11/XWDFile.h).
   const [width, height, start] = [400, 300, 200];
   const file = join(folder, 'framebuffer');
   const bytes = Buffer.alloc(start + width * height * 4);
@@ -37,30 +38,30 @@ test('the heavy page is detected by its pixels from edge to edge', () => {
   }
   const paint = (x, y, [red, green, blue]) =>
     bytes.set([blue, green, red], start + (y * width + x) * 4);
-  const check = (condition) => {
+  const holds = (condition) => {
     writeFileSync(file, bytes);
     const framebuffer = new Framebuffer(file);
     const result = condition(framebuffer);
     framebuffer.close();
     return result;
   };
-  assert.ok(check(isEmptyScreen));
+  assert.ok(holds(isEmptyScreen));
   for (const x of [30, 220, 340]) paint(x, 260, MARK);
-  assert.ok(!check(showsHeavyPage), 'marks without the band');
+  assert.ok(!holds(showsHeavyPage), 'marks without the band');
   for (const x of [30, 200]) paint(x, 140, BAND);
-  assert.ok(!check(showsHeavyPage), 'one edge is missing');
+  assert.ok(!holds(showsHeavyPage), 'the band without its right edge');
   paint(340, 140, BAND);
-  assert.ok(check(showsHeavyPage));
+  assert.ok(holds(showsHeavyPage));
   paint(200, 150, BAND);
-  assert.ok(!check(isEmptyScreen));
+  assert.ok(!holds(isEmptyScreen));
 });
 
-test('a process tree includes orphaned processes', async () => {
-  // The outer shell exits at once; the inner one works and then becomes `sleep`.
+test('the measurement of a process tree includes an orphaned process', async () => {
+  // The outer shell exits at once. The inner one, now orphaned, works and then becomes `sleep`.
   const work = 'i=0; while [ $i -lt 200000 ]; do i=$((i+1)); done; echo > done; exec sleep 60';
   const tree = await startTree('sh', '-c', `sh -c '${work}' & exit 0`);
   await waitFor('the end of the work', () => existsSync(join(folder, 'done')));
-  const measured = await waitFor('one process', async () => {
+  const measured = await waitFor('the process sleep alone', async () => {
     const result = await tree.measure();
     return result.processes.join() === 'sleep' ? result : null;
   });
@@ -72,36 +73,55 @@ test('a process tree includes orphaned processes', async () => {
 
 test('a process tree reports the exit of its last process', async () => {
   const tree = await startTree('sh', '-c', 'sleep 0.3 & exit 0');
-  assert.ok((await tree.ended()) - tree.startTime >= 300);
+  assert.ok((await tree.awaitEnd()) - tree.startTime >= 300);
 });
 
-test('stalls are summarised by the launch, the longest later work and the total waiting', () => {
+test('the summary of stalls has the launch, the longest later stall and the total waiting', () => {
   assert.deepEqual(summarizeStalls('40.0 45.5\n2.0 20.5\n'),
     { launch: 45.5, later: 20.5, waited: 42 });
 });
 
-test('the report checks the targets and keeps the rest of the document', () => {
-  const names = ['Orvel OS', 'bare viewer', 'bare viewer, tuned', 'Chromium --app'];
-  const starts = (painted, memory, processor) => [{ painted, memory, processor, node: 60 }];
+test('the report lists the targets as met, missed or not measured', () => {
+  const starts = (painted, memory, processor) => [{ painted, memory, processor, serverStart: 60 }];
   const ready = {
     'Orvel OS': starts(900, 103, 50), 'bare viewer': starts(2000, 200, 90),
     'bare viewer, tuned': starts(1000, 100, 60), 'Chromium --app': starts(899, 300, 49),
   };
   const results = {
-    names, ready, cold: { ...ready, 'Orvel OS': starts(1151, 1, 1) },
+    names: Object.keys(ready), ready, cold: { ...ready, 'Orvel OS': starts(1151, 1, 1) },
     minute: { 'Orvel OS': [30], 'bare viewer': [40], 'bare viewer, tuned': [20] }, loops: {},
     transfers: {
       'large': [{ time: 10 }], 'large, curl': [{ time: 8 }],
       'update': [{ time: 20, beforeUnpacking: 5 }], 'update, tools': [{ time: 19 }],
-      'update, verified': [{ download: 100, beforeUnpacking: 15 }],
+      'update, verified': [{ download: 20, beforeUnpacking: 15 }],
+      'update, verified, 500 Mbit/s': [{ download: 100, beforeUnpacking: 15 }],
     },
-    failures: [], load: [1],
+    failures: [], loadAverages: [1],
     rounds: { starts: 1 }, machine: { memory: 1 }, asRoot: true,
   };
-  assert.deepEqual(checkTargets(results).map(({ result }) => result), ['met', 'missed', 'met',
-    'missed', 'met', 'missed', 'missed', 'not measured', 'met', 'met']);
-  const tables = writeTables(results);
-  const document = replaceTables('Before.\n', tables);
-  assert.match(document, /^Before\.\n/);
-  assert.equal(replaceTables(`${document}After.\n`, tables), `${document}After.\n`);
+  const targets = (wanted) => checkTargets(results).filter(({ result }) => result === wanted)
+    .map(({ target }) => target);
+  assert.deepEqual(targets('met'), [
+    'painted no later than the better bare viewer',
+    'memory at most 1.03 times the better bare viewer',
+    'a quiet minute at most 10 ms above the bare viewer',
+    'an update of 200 MiB in 1.1 times download and unzip',
+    'verifying that update in 0.1 times its download at 500 Mbit/s',
+  ]);
+  assert.deepEqual(targets('missed'), [
+    'painted ahead of Chromium --app',
+    'processor time to 5 s after paint no more than Chromium',
+    'a cold start no later than the ready one plus the start of Node (60 ms), rounded up to the next probe',
+    '4 GiB in one file at 0.9 times the speed of curl',
+  ]);
+  assert.deepEqual(targets('not measured'),
+    ['10,000 files of 10 KiB at 0.9 times the speed of curl']);
+  assert.match(formatTables(results), /^\| verification, [^|]*\| – \| 0\.50 \| 0\.10 \|$/m);
+});
+
+test('the tables are appended to a document or replace the old ones', () => {
+  const document = replaceTables('Before.\n', 'old\n');
+  assert.match(document, /^Before\.\n.*\nold\n/);
+  assert.equal(replaceTables(`${document}After.\n`, 'new\n'),
+    `${document}After.\n`.replace('old', 'new'));
 });

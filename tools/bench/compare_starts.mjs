@@ -9,9 +9,10 @@ import { measureReadyStart, screenSize } from './startup.mjs';
 import { listViewers } from './viewers.mjs';
 
 const [application, other, rounds = '15'] = process.argv.slice(2);
-// Each application as a viewer of the benchmark, without the viewers that it is compared with.
+// The first viewer of the benchmark is the application.
 const builds = [application, other].map((path) =>
   listViewers({ application: path, programs: '' })[0]);
+/// The results of measureReadyStart, by build.
 const starts = [[], []];
 const screen = await Screen.open(screenSize);
 try {

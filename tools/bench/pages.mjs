@@ -7,7 +7,6 @@ const ELEMENTS = 2000;
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;
 export const SMALL_FILES = 10_000;
-export const UPDATE_SIZE = 200 << 20;
 /// How many small files the page requests before it has received one.
 const CONCURRENT_FILES = 8;
 
@@ -33,9 +32,10 @@ html, body { margin: 0; background: #07090c; color: #c3ccd5; font: 14px sans-ser
 ${Array.from({ length: 200 }, (_, at) => `.k${at} { order: ${at}; padding-left: ${at % 9}px; }`).join('\n')}
 `;
 
-/// Returns many small functions that differ from each other.
+/// Returns the code of many small functions that differ from each other.
 function modules() {
   let text = 'const modules = [];\n';
+  // Leaves room for one more function and for the code of `build`.
   for (let at = 0; text.length < SCRIPT_SIZE - 1800; at += 1) {
     text += `modules.push(function module${at}(store, input) {
   const result = { number: ${at}, step: ${(at * 7) % 13}, name: 'module ${at}' };
@@ -50,7 +50,7 @@ function modules() {
   return text;
 }
 
-// Calls the functions and creates five elements a card.
+// Calls the functions, creates cards of five elements, and reports the time of the load event.
 const build = `
 const store = new Map();
 const cards = document.getElementById('cards');
@@ -107,8 +107,9 @@ export function isEmptyScreen(framebuffer) {
   return framebuffer.shows([0, 0, 0], framebuffer.width >> 1, framebuffer.height >> 1);
 }
 
-/// Returns whether the loaded heavy page is painted from edge to edge. Reads single pixels, so
-/// that polling costs hardly any processor time.
+/// Returns whether the loaded heavy page is painted from edge to edge. Checks a pixel in each of the
+/// three marks, and three of the band, so far down that no title bar covers them. Reads only these
+/// pixels, so that polling costs hardly any processor time.
 export function showsHeavyPage(framebuffer) {
   const { width, height } = framebuffer;
   return [30, (width >> 1) + 20, width - 60].every((x) => framebuffer.shows(MARK, x, height - 40)) &&

@@ -25,15 +25,15 @@ export class ProcessTree {
     return tree;
   }
 
-  /// Returns the next line that process_tree.py prints, or the time NaN when it has exited.
-  /// Times are in milliseconds since the epoch.
+  /// Waits for the next line that process_tree.py prints, and returns its values. Times are in
+  /// milliseconds since the epoch; the time is NaN when process_tree.py has exited.
   async nextLine() {
     const { value, done } = await this.lines.next();
     return done ? { ended: true, time: NaN } : JSON.parse(value);
   }
 
-  /// Returns the sums over the program and its descendants: `processor`, the processor time since
-  /// the start in ms; `memory` (Pss) and `privateDirty` in kB; and `processes`, their names.
+  /// Returns the present sums over the program and its descendants: `processor`, the processor time
+  /// since the start in ms; `memory` (Pss) and `privateDirty` in kB; and `processes`, their names.
   measure() {
     this.child.stdin.write('measure\n');
     return this.nextLine();
@@ -41,7 +41,7 @@ export class ProcessTree {
 
   /// Waits for the exit of the last process. Returns the time of the exit, or NaN when
   /// process_tree.py itself ended without reporting it.
-  async ended() {
+  async awaitEnd() {
     for (;;) {
       const { ended, time } = await this.nextLine();
       if (ended) return time;

@@ -6,20 +6,25 @@
 //   ORVEL_BENCH_PAGE          the page at "/": heavy, large or small
 //   ORVEL_BENCH_MANIFEST      the manifest of the offered release, if any
 //   ORVEL_BENCH_ARCHIVE       the archive of that release
+//   ORVEL_BENCH_MEGABITS      the rate at which the archive is sent, in Mbit/s; by default unlimited
 
 import { appendFileSync, createReadStream, statSync } from 'node:fs';
 import { createServer } from 'node:http';
+import { pipeline } from 'node:stream';
+import { setTimeout as pause } from 'node:timers/promises';
 
 import * as pages from './pages.mjs';
 
 const {
   PORT, ORVEL_BENCH_HOST, ORVEL_BENCH_RECORD, ORVEL_BENCH_MANIFEST, ORVEL_BENCH_ARCHIVE,
+  ORVEL_BENCH_MEGABITS = 'Infinity',
 } = process.env;
 const page = {
   heavy: pages.heavyPage, large: pages.largeFilePage, small: pages.smallFilesPage,
 }[process.env.ORVEL_BENCH_PAGE ?? 'heavy'];
 const block = Buffer.alloc(1 << 20, 'orvel');
-const listeners = new Set();
+/// The responses that stream an event for each sent small file.
+const eventStreams = new Set();
 
 function record(event, details = {}) {
   const time = performance.timeOrigin + performance.now();
@@ -50,7 +55,7 @@ function sendLargeFile(response) {
 function sendSmallFile(response, number) {
   if (number === '0') record('first small file');
   response.on('finish', () => {
-    for (const listener of listeners) listener.write('data: 1\n\n');
+    for (const stream of eventStreams) stream.write('data: 1\n\n');
   });
   response.writeHead(200, {
     'Content-Type': 'application/octet-stream', 'Content-Length': pages.SMALL_FILE_SIZE,
@@ -59,12 +64,34 @@ function sendSmallFile(response, number) {
   response.end(block.subarray(0, pages.SMALL_FILE_SIZE));
 }
 
-/// Streams an event for each small file that has been sent.
+/// Keeps the response open, for an event for each small file that has been sent.
 function streamSentFiles(response) {
   response.writeHead(200, { 'Content-Type': 'text/event-stream' });
   response.flushHeaders();
-  listeners.add(response);
-  response.on('close', () => listeners.delete(response));
+  eventStreams.add(response);
+  response.on('close', () => eventStreams.delete(response));
+}
+
+/// Yields the chunks at the rate ORVEL_BENCH_MEGABITS. When a timer fires late or the client does
+/// not read, the following chunks make up for at most 20 ms of the delay (token bucket).
+async function* limitRate(chunks) {
+  const bytesPerMillisecond = Number(ORVEL_BENCH_MEGABITS) * 1e6 / 8 / 1000;
+  let due = performance.now();
+  for await (const chunk of chunks) {
+    const now = performance.now();
+    if (due > now) await pause(due - now);
+    yield chunk;
+    due = Math.max(due, now - 20) + chunk.length / bytesPerMillisecond;
+  }
+}
+
+/// Sends the archive and then records that it has been sent.
+function sendArchive(response) {
+  response.writeHead(200, { 'Content-Length': statSync(ORVEL_BENCH_ARCHIVE).size });
+  const file = createReadStream(ORVEL_BENCH_ARCHIVE, { highWaterMark: 1 << 20 });
+  // The callback also gets an error: a client may close the connection after the last byte, before
+  // the response has finished.
+  pipeline(file, limitRate, response, () => record('archive sent'));
 }
 
 const server = createServer((request, response) => {
@@ -84,12 +111,7 @@ const server = createServer((request, response) => {
   if (pathname === '/download/linux.json' && ORVEL_BENCH_MANIFEST) {
     return send(response, 'application/json', ORVEL_BENCH_MANIFEST);
   }
-  if (pathname === '/download/os.zip' && ORVEL_BENCH_ARCHIVE) {
-    // Not "finish", which does not come if the client closes the connection first.
-    response.on('close', () => record('archive sent'));
-    response.writeHead(200, { 'Content-Length': statSync(ORVEL_BENCH_ARCHIVE).size });
-    return createReadStream(ORVEL_BENCH_ARCHIVE, { highWaterMark: 1 << 20 }).pipe(response);
-  }
+  if (pathname === '/download/os.zip' && ORVEL_BENCH_ARCHIVE) return sendArchive(response);
   response.writeHead(404).end();
 });
 

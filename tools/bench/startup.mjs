@@ -13,21 +13,23 @@ import { UserHome } from './viewers.mjs';
 
 export const screenSize = { width: 1280, height: 800 };
 
-/// An address that the application treats as an online server, and its local server.
+/// The application treats this loopback address as an online server: it does not start one itself.
 export const onlineServer = { host: '127.0.0.2', port: 4801 };
+/// The address at which the application starts its own server.
 const localServer = { host: '127.0.0.1', port: 4767 };
 
+/// Returns the time in milliseconds since the epoch, which processes can compare.
 export const wallClock = () => performance.timeOrigin + performance.now();
 
 /// Returns the first matching line in the record of the server, or undefined.
 export function findInRecord(home, matches) {
   if (!existsSync(home.record)) return undefined;
+  // The server may still be writing the last line.
   return readFileSync(home.record, 'utf8').split('\n').slice(0, -1).map(JSON.parse).find(matches);
 }
 
-const findListening = (home) => findInRecord(home, ({ event }) => event === 'listening');
-
-/// Starts the server of the benchmark and waits until it listens, which takes `startupTime`.
+/// Starts the server of the benchmark and waits until it listens. Returns its ProcessTree with
+/// `startupTime`, the time that this took.
 async function startServer(home, { host, port, environment }) {
   const command = [process.execPath, join(home.folder, 'root/v3/server.mjs')];
   const tree = await ProcessTree.start(command, {
@@ -36,13 +38,15 @@ async function startServer(home, { host, port, environment }) {
       ...home.environment, PORT: String(port), ORVEL_BENCH_HOST: host, ...environment,
     },
   });
-  const { time } = await waitFor('a listening server', () => findListening(home), { every: 2 });
+  const { time } = await waitFor('a listening server',
+    () => findInRecord(home, ({ event }) => event === 'listening'), { every: 2 });
   tree.startupTime = time - tree.startTime;
   return tree;
 }
 
-/// Calls `body({ home, server, address })` with a new home folder, and with a server that
-/// listens unless `server` is null. Then kills the server and deletes the folder.
+/// Calls `body({ home, server, address })` with a new home folder in the folder `base`, and with a
+/// server that listens, unless the option `server` is null. Then kills the server and deletes the
+/// home.
 export async function withHome(bench, body, { server: options = onlineServer, base } = {}) {
   const home = new UserHome(bench.screen, base);
   let server = null;
@@ -64,7 +68,7 @@ function startViewer(viewer, home, address) {
 
 /// Waits until the finished page is on the screen. Returns when the window appeared, when the
 /// server got the first request and the page request, when the page fired its load event and
-/// when it was painted, counted from `start`.
+/// when it was painted, in milliseconds after `start`.
 async function awaitPage({ framebuffer }, viewer, home, start) {
   let window = NaN;
   await waitFor(`the page in ${viewer.name}`, () => {
@@ -83,8 +87,8 @@ async function awaitPage({ framebuffer }, viewer, home, start) {
   };
 }
 
-/// Starts a viewer, waits for its page and calls `body(tree, times)`. Then kills the viewer.
-/// The times count from `start`, by default the start of the viewer.
+/// Starts a viewer, waits for its page and calls `body(tree, times)` with the result of awaitPage.
+/// Then kills the viewer. The times count from `start`, by default the start of the viewer.
 async function withViewer(bench, viewer, { home, address, start }, body) {
   const tree = await startViewer(viewer, home, address);
   try {
@@ -94,13 +98,14 @@ async function withViewer(bench, viewer, { home, address, start }, body) {
   }
 }
 
-/// Closes the window with Alt+F4 and returns the time until the last process has exited.
+/// Closes the window with Alt+F4, which the window manager handles, and waits for the exit of the
+/// last process. Returns the time from the key press to the exit.
 async function quit(bench, tree) {
-  const ended = tree.ended();
+  const ended = tree.awaitEnd();
   for (let attempt = 0; attempt < 4; attempt += 1) {
     const pressed = wallClock();
     await bench.screen.pressKeys('alt+F4');
-    // The key has no effect if the window does not have the focus yet.
+    // The key has no effect if the window does not have the focus yet, so it is pressed again.
     const time = await Promise.race([ended, pause(5000, null, { ref: false })]);
     if (time) return time - pressed;
   }
@@ -127,20 +132,16 @@ export function measureReadyStart(bench, viewer) {
 /// the other viewers the benchmark starts it first, and the times include that.
 export function measureColdStart(bench, viewer) {
   return withHome(bench, (context) => {
-    const { home, server } = context;
-    const start = server?.startTime;
-    return withViewer(bench, viewer, { ...context, start }, async (tree, times) => ({
-      ...times,
-      listening: findListening(home).time - (start ?? tree.startTime),
-      node: server?.startupTime ?? NaN,
-      quitting: await quit(bench, tree),
-    }));
+    const { server } = context;
+    return withViewer(bench, viewer, { ...context, start: server?.startTime },
+      (tree, times) => ({ ...times, serverStart: server?.startupTime ?? NaN }));
   }, { server: viewer.startsServer ? null : localServer });
 }
 
-/// Summarizes the file that main_loop_stalls.cc writes. Returns the processor time of the first
+/// Summarises the file that main_loop_stalls.cc writes. Returns the processor time of the first
 /// stall, which is the launch of the application, and of the longest later one, and the total time
-/// for which the main thread was blocked on a condition variable.
+/// for which the main thread was blocked on a condition variable, as it is while another thread runs
+/// a child process.
 export function summarizeStalls(text) {
   const stalls = text.trim().split('\n').map((line) => line.split(' ').map(Number));
   const [launch, ...later] = stalls.map(([, worked]) => worked);
@@ -148,11 +149,13 @@ export function summarizeStalls(text) {
   return { launch, later: Math.max(0, ...later), waited };
 }
 
-/// Measures how long the main loop is blocked until the page is shown.
+/// Measures the stalls of the main loop from the start until the page is shown. With `cold`, the
+/// application starts its server itself.
 export function measureMainLoop(bench, viewer, { cold = false } = {}) {
   return withHome(bench, async (context) => {
     const file = join(context.home.folder, 'stalls');
-    // Set by env, not in the environment of process_tree, which would load the library too.
+    // The program `env` sets the variables, because Python, which starts the viewer, must not load
+    // the library.
     const watched = {
       ...viewer,
       command: (...options) => ['env',

@@ -2,65 +2,57 @@
 // times are in milliseconds and count from the first request.
 
 import { execFile } from 'node:child_process';
-import { randomFillSync } from 'node:crypto';
+import { randomBytes } from 'node:crypto';
 import {
-  existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, statSync, writeFileSync,
+  existsSync, mkdirSync, mkdtempSync, readdirSync, statSync, writeFileSync,
 } from 'node:fs';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
 
 import { peakMemory } from '../../tests/support/desktop/processes.mjs';
 import {
-  makeUpdateKey, plistValue, setPlistValue, signatureMembers,
+  makeRelease, makeUpdateKey, plistValue, setPlistValue, signatureMembers,
 } from '../../tests/support/desktop/release.mjs';
 import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { LARGE_FILE_SIZE, SMALL_FILES, SMALL_FILE_SIZE } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
 import { findInRecord, onlineServer, wallClock, withHome } from './startup.mjs';
-import { copyBundle } from './viewers.mjs';
+import { bundleOf, copyBundle } from './viewers.mjs';
 
 const run = promisify(execFile);
 
-/// Calls `body({ home, address })` with a server that has this page and release. The home is in the
-/// scratch folder.
-const withPage = (bench, page, body, release) => withHome(bench, body, {
+/// Calls `body({ home, address })` with a server that has this page and these additional environment
+/// variables. The home is in the scratch folder.
+const withPage = (bench, page, body, environment) => withHome(bench, body, {
   base: bench.scratch,
-  server: {
-    ...onlineServer,
-    environment: {
-      ORVEL_BENCH_PAGE: page,
-      ...release && {
-        ORVEL_BENCH_ARCHIVE: release.archive,
-        ORVEL_BENCH_MANIFEST: JSON.stringify(release.manifest),
-      },
-    },
-  },
+  server: { ...onlineServer, environment: { ORVEL_BENCH_PAGE: page, ...environment } },
 });
 
 const requestTo = (path) => ({ event, url }) => event === 'request' && url === path;
 
-/// Runs the application until `isDone` returns true. Returns the time since the event that
-/// `begins` finds in the record of the server, and the peak memory of the main process in MiB.
-async function runApplication({ home, address }, executable, begins, isDone, every = 5) {
+/// Runs the application until `isDone`, called every `interval` ms, returns true. Returns the time
+/// since the event in the record of the server for which `isFirst` returns true, and the peak memory
+/// of the main process in MiB.
+async function runApplication({ home, address }, executable, isFirst, isDone, interval = 5) {
   home.setServerAddress(address);
   const tree = await ProcessTree.start([executable], home);
   try {
-    await waitFor('the end of the transfer', isDone, { timeout: 300_000, every });
-    const time = wallClock() - findInRecord(home, begins).time;
+    await waitFor('the end of the transfer', isDone, { timeout: 300_000, every: interval });
+    const time = wallClock() - findInRecord(home, isFirst).time;
     return { time, memory: peakMemory(tree.pid) };
   } finally {
     await tree.kill();
   }
 }
 
-/// Runs commands in the Downloads folder. Returns the time since the event that `begins` finds in
-/// the record of the server.
-async function runTools({ home }, begins, ...commands) {
+/// Runs commands in the Downloads folder, one after the other. Returns the time since the event in
+/// the record of the server for which `isFirst` returns true.
+async function runTools({ home }, isFirst, ...commands) {
   for (const [name, ...args] of commands) await run(name, args, { cwd: home.downloads });
-  return { time: wallClock() - findInRecord(home, begins).time };
+  return { time: wallClock() - findInRecord(home, isFirst).time };
 }
 
-/// Returns whether the complete file is at the path. The application gives a download its final
+/// Returns whether a file of this size is at the path. The application gives a download its final
 /// name only when it is complete.
 const hasSize = (path, size) => existsSync(path) && statSync(path).size === size;
 
@@ -95,38 +87,45 @@ const smallByCurl = (bench, ...options) => withPage(bench, 'small', (context) =>
   return runTools(context, isFirstSmallFile, ['curl', '-sf', ...options, '-K', list]);
 });
 
+/// Later than the version of the measured application.
 const releaseVersion = '99';
 
-/// Creates a signed release with this many bytes of random content, which does not compress, like
-/// programs and images. Returns its folder, archive, manifest and public key.
-export async function createRelease(bench, size) {
+/// Creates a signed release with 200 MiB of random content, which does not compress, like programs
+/// and images. Returns its folder, its public key, and the environment of a server that offers it.
+export function createRelease(bench) {
   const folder = mkdtempSync(join(bench.scratch, 'orvel bench release '));
-  const { bundle } = copyBundle(bench.application, folder);
   const key = makeUpdateKey();
-  setPlistValue(bundle, 'CFBundleShortVersionString', releaseVersion);
-  setPlistValue(bundle, 'ORVELOSUpdateKey', key.publicKey);
-  const content = join(bundle, 'Contents/Resources/content');
-  mkdirSync(content);
-  for (let left = size, at = 0; left > 0; left -= 1 << 20, at += 1) {
-    writeFileSync(join(content, String(at)), randomFillSync(Buffer.alloc(Math.min(left, 1 << 20))));
-  }
-  await run('zip', ['-qr', 'os.zip', 'Orvel OS.app'], { cwd: folder });
+  const bytes = makeRelease({ folder, bundle: bundleOf(bench.application) }, {
+    version: releaseVersion,
+    plist: { ORVELOSUpdateKey: key.publicKey },
+    alter(bundle) {
+      const content = join(bundle, 'Contents/Resources/content');
+      mkdirSync(content);
+      for (let at = 0; at < 200; at += 1) {
+        writeFileSync(join(content, String(at)), randomBytes(1 << 20));
+      }
+    },
+  });
   const archive = join(folder, 'os.zip');
-  const members = signatureMembers(readFileSync(archive), key, releaseVersion);
+  writeFileSync(archive, bytes);
+  const members = signatureMembers(bytes, key, releaseVersion);
   return {
     folder,
-    archive,
-    manifest: { versie: releaseVersion, zip: 'os.zip', ...members },
     publicKey: key.publicKey,
+    serverEnvironment: {
+      ORVEL_BENCH_ARCHIVE: archive,
+      ORVEL_BENCH_MANIFEST: JSON.stringify({ versie: releaseVersion, zip: 'os.zip', ...members }),
+    },
   };
 }
 
 const isArchive = requestTo('/download/os.zip');
 const isArchiveSent = ({ event }) => event === 'archive sent';
 
-/// Returns also the time of the download, and the time from its end until unpacking begins, in
-/// which a build with a public key verifies the signature.
-const updateByApplication = (bench, release, publicKey) => withPage(bench, 'heavy', async (context) => {
+/// Updates the application from a server with this environment. With a public key, the application
+/// verifies the signature between the download and the unpacking. Returns also the time of the
+/// download, and the time from its end until the unpacking begins.
+const updateByApplication = (bench, environment, publicKey) => withPage(bench, 'heavy', async (context) => {
   const { home } = context;
   const { bundle, executable } = copyBundle(bench.application, home.folder);
   if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
@@ -143,25 +142,30 @@ const updateByApplication = (bench, release, publicKey) => withPage(bench, 'heav
     download: sent - findInRecord(home, isArchive).time,
     beforeUnpacking: unpackingBegan - sent,
   };
-}, release);
+}, environment);
 
-const updateByTools = (bench, release) => withPage(bench, 'heavy', (context) =>
+const updateByTools = (bench, environment) => withPage(bench, 'heavy', (context) =>
   runTools(context, isArchive,
     ['curl', '-sfo', 'os.zip', `${context.address}download/os.zip`],
-    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), release);
+    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), environment);
 
-/// The transfers by name, in groups that download the same.
+/// The downloads by name, in groups with the same content.
 export const downloads = [
   { 'large': largeByApplication, 'large, curl': largeByCurl },
   {
     'small': smallByApplication,
     'small, curl': (bench) => smallByCurl(bench),
-    // As the application does.
+    // With a connection for each file, like the application.
     'small, curl, new connections': (bench) => smallByCurl(bench, '-H', 'Connection: close'),
   },
 ];
+/// The updates by name. Each takes the benchmark and what createRelease returns.
 export const updates = {
-  'update': (bench, release) => updateByApplication(bench, release),
-  'update, verified': (bench, release) => updateByApplication(bench, release, release.publicKey),
-  'update, tools': updateByTools,
+  'update': (bench, { serverEnvironment }) => updateByApplication(bench, serverEnvironment),
+  'update, verified': (bench, { serverEnvironment, publicKey }) =>
+    updateByApplication(bench, serverEnvironment, publicKey),
+  // The download over loopback is several times faster than one over a network.
+  'update, verified, 500 Mbit/s': (bench, { serverEnvironment, publicKey }) =>
+    updateByApplication(bench, { ...serverEnvironment, ORVEL_BENCH_MEGABITS: '500' }, publicKey),
+  'update, tools': (bench, { serverEnvironment }) => updateByTools(bench, serverEnvironment),
 };

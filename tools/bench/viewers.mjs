@@ -37,8 +37,9 @@ export class UserHome {
   }
 }
 
-/// Returns the viewers. `command(home, address)` returns the command line of a viewer; the
-/// application starts its server itself when the address is null.
+/// Returns the viewers. `command(home, address)` prepares the home and returns the command line of a
+/// viewer. The application starts its server itself when the address is null. Chromium is left out
+/// without its path, and Qt WebEngine when its viewer has not been built.
 export function listViewers({ application, programs, chromium }) {
   const withAddress = (...command) => (home, address) => [...command, address];
   const viewers = [
@@ -74,9 +75,12 @@ export function listViewers({ application, programs, chromium }) {
   return viewers;
 }
 
-/// Copies the bundle of the application, so that an update can replace it.
+/// Returns the bundle of the application, whose executable is in Contents/Linux.
+export const bundleOf = (application) => dirname(dirname(dirname(application)));
+
+/// Copies the bundle of the application, so that an update can replace the copy.
 export function copyBundle(application, folder) {
-  const bundle = dirname(dirname(dirname(application)));
+  const bundle = bundleOf(application);
   const copy = join(folder, 'Orvel OS.app');
   cpSync(bundle, copy, { recursive: true });
   return { bundle: copy, executable: join(copy, application.slice(bundle.length)) };
