@@ -8,7 +8,7 @@ import {
 } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 
-import { macFixture } from './script_fixture.mjs';
+import { assertFailed, assertSucceeded, macFixture } from './script_fixture.mjs';
 
 let fixture;
 beforeEach(() => { fixture = macFixture(); });
@@ -16,11 +16,11 @@ afterEach(() => fixture.remove());
 
 const run = (environment, args = []) => fixture.run('build-app.sh', args, environment);
 const app = (...parts) => fixture.path('build/Orvel OS.app', ...parts);
-const appFile = (...parts) => readFileSync(app(...parts), 'utf8').trim();
+const readAppFile = (...parts) => readFileSync(app(...parts), 'utf8').trim();
 
-/// Returns the calls since its last use, with the temporary folder of the script replaced by WORK.
-function calls() {
-  return fixture.calls().map((call) =>
+/// Returns and clears the recorded calls, with the temporary folder of the script replaced by WORK.
+function takeCalls() {
+  return fixture.takeCalls().map((call) =>
     call.map((word) => word.replace(/^.*\/\.build-app-\w+\//, 'WORK/')));
 }
 
@@ -55,7 +55,7 @@ function createOldApplication() {
 }
 
 function assertOnlyOldApplication() {
-  assert.equal(appFile('Contents/MacOS/Orvel OS'), 'old');
+  assert.equal(readAppFile('Contents/MacOS/Orvel OS'), 'old');
   assert.ok(!existsSync(app('Contents/Info.plist')));
   assert.deepEqual(readdirSync(fixture.path('build')).filter((name) => name !== 'release-build'),
     ['Orvel OS.app']);
@@ -63,37 +63,34 @@ function assertOnlyOldApplication() {
 
 test('the bundle is signed, notarised and stapled before it replaces the old one', () => {
   createOldApplication();
-  const { status, stdout, stderr } = run(notary);
-  assert.equal(status, 0, stderr);
-  assert.equal(stdout, `build-app: ${app()}\n`);
-  assert.deepEqual(calls(),
+  assert.equal(assertSucceeded(run(notary)), `build-app: ${app()}\n`);
+  assert.deepEqual(takeCalls(),
     [...buildCalls, ...signCalls, ...notaryCalls('--keychain-profile', 'my profile')]);
-  assert.equal(appFile('Contents/MacOS/Orvel OS'), 'new');
-  assert.equal(appFile('Contents/_CodeSignature'), 'signature');
-  assert.equal(appFile('Contents/CodeResources'), 'ticket');
+  assert.equal(readAppFile('Contents/MacOS/Orvel OS'), 'new');
+  assert.equal(readAppFile('Contents/_CodeSignature'), 'signature');
+  assert.equal(readAppFile('Contents/CodeResources'), 'ticket');
   assert.deepEqual(readdirSync(fixture.path('build')).sort(), ['Orvel OS.app', 'release-build']);
   const { mtime, mode } = statSync(app('Contents/MacOS/Orvel OS'));
+  // The old date makes a build of the preset "default" link its own executable.
   assert.equal(mtime.getFullYear(), 2000);
   assert.equal(mode & 0o111, 0o111);
 });
 
-test('an App Store Connect key notarises as well; a partial or missing key is an error', () => {
+test('an App Store Connect key notarises; one without its ID or its file is an error', () => {
   writeFileSync(fixture.path('key.p8'), '');
   const key = {
     ...certificate, ORVELOS_NOTARY_KEY: 'key.p8', ORVELOS_NOTARY_KEY_ID: 'AB12',
     ORVELOS_NOTARY_ISSUER: '00-11',
   };
-  assert.equal(run(key).status, 0);
-  assert.deepEqual(calls().slice(-5),
+  assertSucceeded(run(key));
+  assert.deepEqual(takeCalls().slice(-5),
     notaryCalls('--key', 'key.p8', '--key-id', 'AB12', '--issuer', '00-11'));
 
   for (const name of Object.keys(key).slice(1)) {
-    const { status, stderr } = run({ ...key, [name]: '' });
-    assert.equal(status, 1);
-    assert.equal(stderr,
+    assert.equal(assertFailed(run({ ...key, [name]: '' })),
       `build-app: ${name} is not set; notarising with a key needs all three variables\n`);
   }
-  assert.match(run({ ...key, ORVELOS_NOTARY_KEY: 'none.p8' }).stderr,
+  assert.match(assertFailed(run({ ...key, ORVELOS_NOTARY_KEY: 'none.p8' })),
     /the key file 'none\.p8' cannot be read/);
 });
 
@@ -112,43 +109,39 @@ const failures = [
 for (const [call, message] of failures) {
   test(`the old application stays when this fails: ${call}`, () => {
     createOldApplication();
-    const { status, stdout, stderr } = run({ ...notary, FAILS: call });
-    assert.equal(status, 1);
-    assert.equal(stdout, '');
+    const stderr = assertFailed(run({ ...notary, FAILS: call }));
     // The output of the tool precedes the message of the script.
     assert.match(stderr, new RegExp(`^fake tool: ${call.split(' ')[0]} .*\n`));
     assert.equal(stderr.split('\n').at(-2), `build-app: ${message}`);
     assertOnlyOldApplication();
     // The script ran no tool after the one that failed.
-    const last = calls().at(-1).join(' ');
-    assert.ok(last.startsWith(call.slice(0, -2)), last);
+    const last = takeCalls().at(-1).join(' ');
+    assert.ok(last.startsWith(call.slice(0, -' *'.length)), last);
   });
 }
 
 test('the old application stays when Apple rejects the new one', () => {
   createOldApplication();
-  const { status, stderr } = run({ ...notary, STATUS: 'Invalid' });
-  assert.equal(status, 1);
-  assert.match(stderr, /^build-app: Apple rejected .*id: 1234\n {2}status: Invalid\n$/s);
-  assert.equal(calls().at(-1)[1], 'notarytool');
+  assert.match(assertFailed(run({ ...notary, NOTARY_STATUS: 'Invalid' })),
+    /^build-app: Apple rejected .*id: 1234\n {2}status: Invalid\n$/s);
+  assert.equal(takeCalls().at(-1)[1], 'notarytool');
   assertOnlyOldApplication();
 });
 
 test('the old application stays when the build creates no executable', () => {
   createOldApplication();
   fixture.addTool('cmake');
-  assert.match(run().stderr, /the build did not create 'Contents\/MacOS\/Orvel OS'/);
+  assert.match(assertFailed(run()), /the build did not create 'Contents\/MacOS\/Orvel OS'/);
   assertOnlyOldApplication();
 });
 
 test('the old application is restored when the new bundle cannot be moved into place', () => {
   createOldApplication();
   fixture.addTool('mv', 'exec "${0%/*}/../system/mv" "$@"');
-  const { status } = run({ FAILS: 'mv */.build-app-*/Orvel OS.app *' });
-  assert.notEqual(status, 0);
+  assert.notEqual(run({ FAILS: 'mv */.build-app-*/Orvel OS.app *' }).status, 0);
   assertOnlyOldApplication();
-  assert.deepEqual(calls().filter(([name]) => name === 'mv').at(-1).slice(1),
-    ['WORK/old.app', app()]);
+  assert.deepEqual(takeCalls().filter(([name]) => name === 'mv').at(-1),
+    ['mv', 'WORK/old.app', app()]);
 });
 
 test('missing tools and wrong arguments are reported before the build starts', () => {
@@ -164,37 +157,38 @@ test('missing tools and wrong arguments are reported before the build starts', (
   for (const [tool, environment, message] of missing) {
     const other = macFixture();
     other.removeTool(tool);
-    const { status, stderr } = other.run('build-app.sh', [], environment);
-    assert.equal(status, 1);
-    assert.equal(stderr, `build-app: ${message}\n`);
-    assert.ok(!other.calls().some(([name]) => name === 'cmake'));
+    assert.equal(assertFailed(other.run('build-app.sh', [], environment)),
+      `build-app: ${message}\n`);
+    assert.ok(!other.takeCalls().some(([name]) => name === 'cmake'));
     assert.ok(!existsSync(other.path('build')));
     other.remove();
   }
-  assert.match(run({ FAILS: 'xcode-select *' }).stderr, /command line tools are not installed/);
-  assert.match(run({ ORVELOS_NOTARY_PROFILE: 'p' }).stderr, /ORVELOS_SIGN_IDENTITY is not set/);
-  assert.match(run({ ORVELOS_VERSION: '1.2-beta' }).stderr, /'1\.2-beta' is not a version/);
-  assert.match(run({}, ['']).stderr, /FOLDER is empty/);
-  assert.match(run({}, ['one', 'two']).stderr, /usage: /);
   writeFileSync(fixture.path('file'), '');
-  assert.match(run({}, ['file']).stderr, /is not a folder/);
+  for (const [environment, args, message] of [
+    [{ FAILS: 'xcode-select *' }, [], /command line tools are not installed/],
+    [{ ORVELOS_NOTARY_PROFILE: 'p' }, [], /ORVELOS_SIGN_IDENTITY is not set/],
+    [{ ORVELOS_VERSION: '1.2-beta' }, [], /'1\.2-beta' is not a version/],
+    [{}, [''], /FOLDER is empty/],
+    [{}, ['one', 'two'], /usage: /],
+    [{}, ['file'], /is not a folder/],
+  ]) assert.match(assertFailed(run(environment, args)), message);
   fixture.addTool('uname', 'echo Plan9');
-  assert.match(run().stderr, /Plan9 is not supported/);
+  assert.match(assertFailed(run()), /Plan9 is not supported/);
   assert.ok(!existsSync(fixture.path('build')));
 });
 
 test('on Linux the executable is stripped and nothing is signed', () => {
   fixture.addTool('uname', 'echo Linux');
   fixture.addTool('strip');
-  const { status, stderr } = run(certificate);
-  assert.equal(status, 0, stderr);
-  assert.deepEqual(calls().map(([name]) => name), ['uname', 'cmake', 'cmake', 'strip']);
+  assertSucceeded(run(certificate));
+  assert.deepEqual(takeCalls().map(([name]) => name), ['uname', 'cmake', 'cmake', 'strip']);
 
-  assert.match(run({ FAILS: 'cmake *' }).stderr, /; scripts\/setup\.sh installs what it needs/);
-  assert.match(run({ FAILS: 'strip *' }).stderr, /strip failed on the executable\n$/);
-  assert.equal(appFile('Contents/Linux/orvel-os'), 'new');
+  assert.match(assertFailed(run({ FAILS: 'cmake *' })), /; scripts\/setup\.sh installs what it needs/);
+  assert.match(assertFailed(run({ FAILS: 'strip *' })), /strip failed on the executable\n$/);
+  assert.equal(readAppFile('Contents/Linux/orvel-os'), 'new');
   fixture.removeTool('strip');
-  assert.equal(run().stderr, 'build-app: strip is not installed; scripts/setup.sh installs it\n');
+  assert.equal(assertFailed(run()),
+    'build-app: strip is not installed; scripts/setup.sh installs it\n');
 });
 
 test('Info.plist explains each permission, allows http and does not quarantine files', () => {

@@ -9,6 +9,7 @@ const application = process.env.ORVEL_APP;
 const readelf = (...options) => execFileSync('readelf', ['--wide', ...options, application],
   { encoding: 'utf8', env: { ...process.env, LC_ALL: 'C' } });
 
+/// The tests of the protections by title.
 const protections = {
   'the executable is position-independent (-pie)': () => /Type: +DYN/.test(readelf('--file-header')),
   'the stack is not executable': () =>
@@ -23,8 +24,9 @@ const protections = {
   'the C++ library checks preconditions (_GLIBCXX_ASSERTIONS)': () =>
     readFileSync(application).includes("Assertion '%s' failed") ||
     /__glibcxx_assert_fail/.test(readelf('--dyn-syms')),
-  // Counts the ENDBR64 instructions. The property IBT in the ELF note would be simpler, but the
-  // linker sets it only if all linked objects have it, and those of Debian's C library do not.
+  // Counts the ENDBR64 instructions, which mark the targets. The ELF property IBT (indirect branch
+  // tracking) would be simpler, but the linker sets it only if all linked objects have it, and those
+  // of Debian's C library do not.
   'targets of indirect jumps are marked (-fcf-protection)': () => {
     const endbr64 = Buffer.from('f30f1efa', 'hex').toString('latin1');
     const count = readFileSync(application).toString('latin1').split(endbr64).length - 1;
@@ -39,7 +41,7 @@ for (const [protection, isPresent] of Object.entries(protections)) {
 
 // The sonames of these libraries do not change between distribution releases, so that an executable
 // built on one release starts on the next.
-const stable = new RegExp(`^(${[
+const stableLibrary = new RegExp(`^(${[
   // WebKitGTK, GTK and their dependencies.
   'libwebkitgtk-6\\.0', 'libjavascriptcoregtk-6\\.0', 'libsoup-3\\.0', 'libgtk-4',
   'lib(glib|gobject|gio|gmodule)-2\\.0', 'libpango(cairo)?-1\\.0', 'libcairo(-gobject)?',
@@ -56,5 +58,5 @@ test('the executable links only libraries with a stable soname', () => {
   const dynamic = readelf('--dynamic');
   const needed = dynamic.match(/(?<=\(NEEDED\).*\[)[^\]]+/g);
   assert.ok(needed.includes('libwebkitgtk-6.0.so.4'), dynamic);
-  assert.deepEqual(needed.filter((library) => !stable.test(library)), []);
+  assert.deepEqual(needed.filter((library) => !stableLibrary.test(library)), []);
 });

@@ -7,17 +7,18 @@ import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 import { decodePng } from '../support/image.mjs';
-import { ScriptFixture, pathOf } from './script_fixture.mjs';
+import { ScriptFixture, assertFailed, assertSucceeded, pathOf } from './script_fixture.mjs';
 
-const committed = fileURLToPath(new URL('../../packaging/macos/orvel-os.icns', import.meta.url));
+const committedIcon = fileURLToPath(new URL('../../packaging/macos/orvel-os.icns', import.meta.url));
 const skip = pathOf('rsvg-convert') === '' ? 'rsvg-convert is not installed' : false;
 
 let fixture;
 beforeEach(() => { fixture = new ScriptFixture('packaging'); });
 afterEach(() => fixture.remove());
 
-/// Parses an icon file into entries of type and content.
-function entries(bytes) {
+/// Parses an icon file into entries of [type, content]. A file and each entry begin with four letters
+/// and their own length.
+function parseEntries(bytes) {
   assert.equal(bytes.toString('latin1', 0, 4), 'icns');
   assert.equal(bytes.readUInt32BE(4), bytes.length);
   const found = [];
@@ -30,17 +31,18 @@ function entries(bytes) {
   return found;
 }
 
-/// The width of the image of each type.
+/// The width in pixels of the square image of each type.
 const widths = {
   ic07: 128, ic08: 256, ic09: 512, ic10: 1024, ic11: 32, ic12: 64, ic13: 256, ic14: 512,
 };
 
 function assertImages(bytes) {
-  const images = entries(bytes).map(([type, png]) => [type, decodePng(png)]);
+  const images = parseEntries(bytes).map(([type, png]) => [type, decodePng(png)]);
   assert.deepEqual(images.map(([type]) => type), Object.keys(widths));
   for (const [type, image] of images) {
     const { width, height } = image;
     assert.deepEqual([width, height], [widths[type], widths[type]], type);
+    // The coordinates are fractions of the width and height.
     const at = (x, y) => image.pixel(Math.floor(x * width), Math.floor(y * height));
     // Transparent at the edges, a dark plate, a light point in the centre.
     for (const [x, y] of [[0, 0], [0.99, 0], [0, 0.99], [0.99, 0.99], [0.05, 0.5], [0.5, 0.95]]) {
@@ -53,37 +55,36 @@ function assertImages(bytes) {
   }
 }
 
-test('the committed icon has all images', () => {
-  assertImages(readFileSync(committed));
+test('the committed icon has the images of all sizes', () => {
+  assertImages(readFileSync(committedIcon));
 });
 
 test('the script writes the icon of the current SVG', { skip }, () => {
   fixture.addSystemTool('rsvg-convert');
   const file = fixture.path('an icon.icns');
-  const { status, stdout, stderr } = fixture.run('make-icns.sh', [file]);
-  assert.equal(status, 0, stderr);
-  assert.equal(stdout, `make-icns: ${file}\n`);
+  assert.equal(assertSucceeded(fixture.run('make-icns.sh', [file])), `make-icns: ${file}\n`);
   assert.equal(statSync(file).mode & 0o777, 0o666 & ~process.umask());
   const made = readFileSync(file);
   assertImages(made);
 
-  // Another version of librsvg may round differently.
-  const [now, then] = [made, readFileSync(committed)].map((bytes) =>
-    decodePng(new Map(entries(bytes)).get('ic08')).pixels);
+  // Another version of librsvg may render some edges differently.
+  const [now, then] = [made, readFileSync(committedIcon)].map((bytes) =>
+    decodePng(new Map(parseEntries(bytes)).get('ic08')).pixels);
   const different = now.filter((value, index) => Math.abs(value - then[index]) > 24).length;
   assert.ok(different < 300, `${different} values differ: the SVG has changed, run make-icns.sh`);
 });
 
 test('a missing or failing tool and wrong arguments leave the icon unchanged', () => {
-  const original = readFileSync(committed);
-  assert.match(fixture.run('make-icns.sh').stderr, /^make-icns: rsvg-convert is not installed; /);
+  const failure = (...args) => assertFailed(fixture.run('make-icns.sh', ...args));
+  assert.match(failure(), /^make-icns: rsvg-convert is not installed; /);
   fixture.addTool('rsvg-convert');
-  assert.match(fixture.run('make-icns.sh', [], { FAILS: 'rsvg-convert *' }).stderr,
+  assert.match(failure([], { FAILS: 'rsvg-convert *' }),
     /make-icns: rsvg-convert could not render the icon at 32 by 32\n$/);
-  assert.match(fixture.run('make-icns.sh', ['a', 'b']).stderr, /^make-icns: usage: /);
+  assert.match(failure(['a', 'b']), /^make-icns: usage: /);
   // This rsvg-convert succeeds without writing an image.
-  assert.match(fixture.run('make-icns.sh').stderr, /ENOENT/);
-  assert.ok(readFileSync(fixture.path('packaging/macos/orvel-os.icns')).equals(original));
+  assert.match(failure(), /ENOENT/);
+  const icon = readFileSync(fixture.path('packaging/macos/orvel-os.icns'));
+  assert.ok(icon.equals(readFileSync(committedIcon)));
   assert.deepEqual(readdirSync(fixture.path('tmp')), []);
 });
 

@@ -18,7 +18,7 @@ import { Screen } from '../support/desktop/screen.mjs';
 import { programTimeout, waitFor } from '../support/desktop/wait.mjs';
 import { decodePng } from '../support/image.mjs';
 import { OverlayContainer } from './overlay_container.mjs';
-import { runScript } from './script_fixture.mjs';
+import { assertFailed, assertSucceeded, runScript } from './script_fixture.mjs';
 
 const sources = fileURLToPath(new URL('../..', import.meta.url));
 const packageName = 'orvel-os_1.20.3_amd64.deb';
@@ -30,6 +30,7 @@ const presets = {
 };
 
 let folder;
+/// What spawnSync returns for the script that made the package.
 let packed;
 const pack = (...args) => runScript('package-linux.sh', folder, ...args);
 before(() => {
@@ -39,14 +40,15 @@ before(() => {
 after(() => rmSync(folder, { recursive: true, force: true }));
 
 const path = (...parts) => join(folder, ...parts);
-const deb = () => path('a folder', packageName);
-const field = (name) =>
-  execFileSync('dpkg-deb', ['-f', deb(), name], { encoding: 'utf8' }).trim();
+const packageFile = () => path('a folder', packageName);
+const controlField = (name) =>
+  execFileSync('dpkg-deb', ['-f', packageFile(), name], { encoding: 'utf8' }).trim();
+const extract = (file, target) => execFileSync('dpkg-deb', ['-x', file, path(target)]);
 
-/// Returns mode, owner and name of the files in the package; the name of a symbolic link
-/// includes its target.
-function contents() {
-  const list = execFileSync('dpkg-deb', ['-c', deb()], { encoding: 'utf8' });
+/// Returns mode, owner and name of the files and folders in the package; the name of a symbolic
+/// link includes its target.
+function packageEntries() {
+  const list = execFileSync('dpkg-deb', ['-c', packageFile()], { encoding: 'utf8' });
   return list.trim().split('\n').map((line) => {
     const [mode, owner, , , , ...words] = line.split(/\s+/);
     return { mode, owner, name: words.join(' ').replace(/^\.\//, '') };
@@ -54,13 +56,13 @@ function contents() {
 }
 
 test('the package contains the bundle, the desktop files and the documents', () => {
-  assert.equal(packed.status, 0, packed.stderr);
-  assert.equal(packed.stdout, `package-linux: ${deb()}\n`);
+  assert.equal(assertSucceeded(packed), `package-linux: ${packageFile()}\n`);
   assert.deepEqual(readdirSync(path('a folder')), [packageName]);
 
   const sizes = [16, 22, 24, 32, 48, 64, 128, 256, 512];
   const icon = (size, ending) => `usr/share/icons/hicolor/${size}/apps/nl.orvel.os.${ending}`;
-  assert.deepEqual(contents().filter(({ mode }) => !mode.startsWith('d')).map(({ name }) => name)
+  const entries = packageEntries();
+  assert.deepEqual(entries.filter(({ mode }) => !mode.startsWith('d')).map(({ name }) => name)
     .sort(), [
     `usr/bin/orvel-os -> ../lib/orvel-os/Orvel OS.app/Contents/Linux/orvel-os`,
     `${bundle}/Info.plist`,
@@ -74,14 +76,14 @@ test('the package contains the bundle, the desktop files and the documents', () 
     'usr/share/man/man1/orvel-os.1.gz',
     metainfo,
   ].sort());
-  for (const { mode, owner, name } of contents()) {
+  const modes = { l: 'lrwxrwxrwx', d: 'drwxr-xr-x', '-': '-rw-r--r--' };
+  for (const { mode, owner, name } of entries) {
     assert.equal(owner, 'root/root', name);
     const isProgram = name === `${bundle}/Linux/orvel-os`;
-    assert.equal(mode, mode.startsWith('l') ? 'lrwxrwxrwx'
-      : mode.startsWith('d') ? 'drwxr-xr-x' : isProgram ? '-rwxr-xr-x' : '-rw-r--r--', name);
+    assert.equal(mode, isProgram ? '-rwxr-xr-x' : modes[mode[0]], name);
   }
 
-  execFileSync('dpkg-deb', ['-x', deb(), path('unpacked')]);
+  extract(packageFile(), 'unpacked');
   const information = readFileSync(path('unpacked', bundle, 'Info.plist'), 'utf8');
   assert.match(information, /<key>CFBundleShortVersionString<\/key>\s*<string>1\.20\.3</);
   assert.match(information, /<key>ORVELOSKey<\/key>\s*<string>key</);
@@ -97,10 +99,10 @@ test('the package contains the bundle, the desktop files and the documents', () 
   }
 });
 
-test('it depends on the libraries that it links and the programs that it runs', () => {
-  assert.deepEqual([field('Package'), field('Version'), field('Maintainer')],
+test('the package depends on the libraries that it links and the programs that it runs', () => {
+  assert.deepEqual(['Package', 'Version', 'Maintainer'].map(controlField),
     ['orvel-os', '1.20.3', 'Orvel <noreply@orvel.nl>']);
-  const packages = field('Depends').split(/,\s*/).map((text) => text.split(' ')[0]);
+  const packages = controlField('Depends').split(/,\s*/).map((text) => text.split(' ')[0]);
   for (const program of ['zsh', 'lsof', 'procps']) assert.ok(packages.includes(program), program);
   const executable = path('unpacked', bundle, 'Linux/orvel-os');
   const libraries = execFileSync('objdump', ['-p', executable], { encoding: 'utf8' })
@@ -111,10 +113,10 @@ test('it depends on the libraries that it links and the programs that it runs', 
       .match(/^[^:]+/gm);
     assert.ok(owners.some((owner) => packages.includes(owner)), `${library}: ${owners}`);
   }
-  assert.match(field('Recommends'), /nodejs \(>= 18\)/);
+  assert.match(controlField('Recommends'), /nodejs \(>= 18\)/);
 });
 
-test('the desktop entry has an English and a Dutch comment and a single window', () => {
+test('the desktop entry has an English and a Dutch comment and declares a single window', () => {
   const lines = readFileSync(path('unpacked', entry), 'utf8').split('\n');
   for (const line of ['Comment=Your own OS in one window', 'Comment[nl]=Je eigen OS in een venster',
     'SingleMainWindow=true']) assert.ok(lines.includes(line), line);
@@ -124,120 +126,113 @@ test('the metainfo names the developer, the homepage and the release', () => {
   const read = (unpacked) => readFileSync(path(unpacked, metainfo), 'utf8');
   assert.match(read('unpacked'), /<developer_name>Orvel<\/developer_name>/);
   assert.match(read('unpacked'), /<url type="homepage">https:\/\/orvel\.nl\/<\/url>/);
-  assert.equal(field('Homepage'), 'https://orvel.nl/');
+  assert.equal(controlField('Homepage'), 'https://orvel.nl/');
   assert.doesNotMatch(read('unpacked'), /@/);
 
   const settings = { ORVELOS_HOMEPAGE: 'https://os.example.org/app', SOURCE_DATE_EPOCH: '951782399' };
-  const other = pack(['other'], { ...presets, ...settings });
-  assert.equal(other.status, 0, other.stderr);
-  execFileSync('dpkg-deb', ['-x', path('other', packageName), path('other unpacked')]);
+  assertSucceeded(pack(['other'], { ...presets, ...settings }));
+  extract(path('other', packageName), 'other unpacked');
   assert.match(read('other unpacked'), /<url type="homepage">https:\/\/os\.example\.org\/app<\/url>/);
   assert.match(read('other unpacked'),
     /<releases>\s*<release version="1\.20\.3" date="2000-02-28"\/>\s*<\/releases>/);
 });
 
 test('the validators and lintian report no warning', () => {
-  const validate = (program, args, isKnown = () => false) => {
+  // desktop-file-validate 0.26 implements version 1.4 of desktop entries; this key is from 1.5.
+  const isAccepted = (line) => line.includes('"SingleMainWindow"');
+  for (const [program, ...args] of [
+    ['desktop-file-validate', '--warn-kde', path('unpacked', entry)],
+    ['appstreamcli', 'validate', '--no-net', path('unpacked', metainfo)],
+    ['lintian', '--no-cfg', '--allow-root', '--fail-on', 'error,warning', packageFile()],
+  ]) {
     const { status, stdout, stderr, error } = spawnSync(program, args, { encoding: 'utf8' });
     assert.equal(error, undefined);
     const lines = `${stdout}${stderr}`.split('\n').filter((line) => line);
-    const unknown = lines.filter((line) => !isKnown(line));
-    if (unknown.length === lines.length || unknown.length > 0) {
-      assert.equal(status, 0, `${program}: ${lines.join('\n')}`);
-    }
-  };
-  // desktop-file-validate 0.26 implements version 1.4 of desktop entries; this key is from 1.5.
-  validate('desktop-file-validate', ['--warn-kde', path('unpacked', entry)],
-    (line) => line.includes('"SingleMainWindow"'));
-  validate('appstreamcli', ['validate', '--no-net', path('unpacked', metainfo)]);
-  validate('lintian', ['--no-cfg', '--allow-root', '--fail-on', 'error,warning', deb()]);
+    const isKnownFailure = lines.length > 0 && lines.every(isAccepted);
+    assert.ok(status === 0 || isKnownFailure, `${program}: ${lines.join('\n')}`);
+  }
 });
 
-test('the same sources give the same bytes', () => {
-  const again = pack([path('again')], { ...presets, TZ: 'Asia/Tokyo' }, '077');
-  assert.equal(again.status, 0, again.stderr);
-  assert.ok(readFileSync(deb()).equals(readFileSync(path('again', packageName))));
+test('two packages of the same sources are identical, whatever the time zone and umask', () => {
+  assertSucceeded(pack([path('again')], { ...presets, TZ: 'Asia/Tokyo' }, '077'));
+  assert.ok(readFileSync(packageFile()).equals(readFileSync(path('again', packageName))));
 });
 
 test('wrong arguments and failing tools are reported and leave no file', () => {
-  const assertFails = (message, args, environment) => {
-    const { status, stdout, stderr } = pack(args, environment);
-    assert.equal(status, 1);
-    assert.equal(stdout, '');
-    assert.match(stderr, message);
-  };
-  assertFails(/^package-linux: usage: /, ['one', 'two']);
-  assertFails(/FOLDER is empty/, ['']);
+  const assertMessage = (message, ...args) => assert.match(assertFailed(pack(...args)), message);
+  assertMessage(/^package-linux: usage: /, ['one', 'two']);
+  assertMessage(/FOLDER is empty/, ['']);
   writeFileSync(path('file'), '');
-  assertFails(/'.*\/file' is not a folder/, ['file']);
-  assertFails(/is not a number of seconds/, ['none'], { SOURCE_DATE_EPOCH: 'yesterday' });
-  for (const maintainer of ['me', '<me@here.nl>', 'me <me>', 'me <me@here.nl>\nx']) {
-    assertFails(/is not a maintainer; /, ['none'], { ORVELOS_MAINTAINER: maintainer });
+  assertMessage(/'.*\/file' is not a folder/, ['file']);
+  assertMessage(/is not a number of seconds/, ['none'], { SOURCE_DATE_EPOCH: 'yesterday' });
+  for (const ORVELOS_MAINTAINER of ['me', '<me@here.nl>', 'me <me>', 'me <me@here.nl>\nx']) {
+    assertMessage(/is not a maintainer; /, ['none'], { ORVELOS_MAINTAINER });
   }
   const homepages = ['orvel.nl', 'file:///', 'https://', 'https://a.nl/|&', 'http://a.nl/?b'];
-  for (const homepage of homepages) {
-    assertFails(/is not a homepage; /, ['none'], { ORVELOS_HOMEPAGE: homepage });
+  for (const ORVELOS_HOMEPAGE of homepages) {
+    assertMessage(/is not a homepage; /, ['none'], { ORVELOS_HOMEPAGE });
   }
   assert.ok(!existsSync(path('none')));
-  assertFails(/build-app: '1\.2-beta' is not a version/, ['empty'],
+  assertMessage(/build-app: '1\.2-beta' is not a version/, ['empty'],
     { ORVELOS_VERSION: '1.2-beta' });
   mkdirSync(path('bin'));
-  const environment = { PATH: `${path('bin')}:${process.env.PATH}` };
-  writeFileSync(path('bin/cpack'), '#!/bin/sh\necho no space\nexit 1\n', { mode: 0o755 });
-  assertFails(/^no space\npackage-linux: CPack failed\n$/, ['empty'], environment);
-  writeFileSync(path('bin/cpack'), '#!/bin/sh\n', { mode: 0o755 });
-  assertFails(/CPack created no package/, ['empty'], environment);
+  for (const [fakeCpack, message] of [
+    ['echo no space\nexit 1\n', /^no space\npackage-linux: CPack failed\n$/],
+    ['', /CPack created no package/],
+  ]) {
+    writeFileSync(path('bin/cpack'), `#!/bin/sh\n${fakeCpack}`, { mode: 0o755 });
+    assertMessage(message, ['empty'], { PATH: `${path('bin')}:${process.env.PATH}` });
+  }
   assert.deepEqual(readdirSync(path('empty')), []);
 });
 
-// The package database, and caches that package triggers generate.
-const generated = [
+// The package database, and caches that package triggers generate, which stay after the removal.
+const generatedFiles = [
   /^\/var\/(lib|log|cache)\//, /^\/usr\/share\/applications\/mimeinfo\.cache$/,
   /^\/usr\/share\/icons\/hicolor\/icon-theme\.cache$/,
 ];
 
 test('the package is installed, started, quit and removed', async (t) => {
   if (process.getuid() !== 0) return t.skip('only root can install a package');
-  // Runs in reverse order, also after a failure.
-  const cleanup = [];
+  // Functions that run in reverse order, also after a failure.
+  const cleanups = [];
   t.after(async () => {
-    for (const step of cleanup.reverse()) await step();
+    for (const cleanUp of cleanups.reverse()) await cleanUp();
   });
-  // Without blanks in the path, which `gio` and dpkg do not handle.
+  // The path has no blanks, because `gio` and dpkg do not handle them.
   const work = mkdtempSync(join(tmpdir(), 'orvel-installed-'));
-  cleanup.push(() => rmSync(work, { recursive: true, force: true }));
+  cleanups.push(() => rmSync(work, { recursive: true, force: true }));
   let container;
   try {
     container = await OverlayContainer.open(join(work, 'overlay'), work);
   } catch (error) {
     return t.skip(`this machine does not permit an overlay: ${error.message}`);
   }
-  cleanup.push(() => container.close());
+  cleanups.push(() => container.close());
   const screen = await Screen.open();
-  cleanup.push(() => screen.close());
+  cleanups.push(() => screen.close());
   const marker = `ORVEL_E2E=${work}`;
-  cleanup.push(() => waitFor('the exit of all processes', () => {
+  cleanups.push(() => waitFor('the exit of all processes', () => {
     const left = markedProcesses(marker);
     for (const { pid } of left) kill(pid);
     return left.length === 0;
   }));
 
   const database = readFileSync('/var/lib/dpkg/status');
-  cpSync(deb(), join(work, packageName));
-  const install = container.run('dpkg', ['--install', join(work, packageName)]);
-  assert.equal(install.status, 0, install.stderr);
+  cpSync(packageFile(), join(work, packageName));
+  assertSucceeded(container.run('dpkg', ['--install', join(work, packageName)]));
   assert.ok(container.changes().includes(`/${entry}`));
 
   // The application runs as an ordinary user, not as the owner of the installed files.
   const home = join(work, 'home');
   chmodSync(work, 0o755);
   for (const place of [home, join(work, 'runtime')]) mkdirSync(place, { mode: 0o700 });
-  writeFileSync(join(home, 'letter.txt'), 'of the user');
   cpSync(join(sources, 'demo'), join(work, 'demo'), { recursive: true });
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);
   const output = openSync(join(work, 'output'), 'w+');
-  cleanup.push(() => closeSync(output));
-  // A file and not a pipe: the started application outlives `gio` and keeps the output open.
+  cleanups.push(() => closeSync(output));
+  // The output is a file, because the started application outlives `gio`: it would keep a pipe open,
+  // and spawnSync would wait for it.
   const asUser = (...line) => container.run('setpriv',
     ['--reuid=65534', '--regid=65534', '--clear-groups', ...line],
     { env: environment, cwd: home, stdio: ['ignore', output, output], timeout: programTimeout }).status;
@@ -259,36 +254,32 @@ test('the package is installed, started, quit and removed', async (t) => {
   }
 
   assert.equal(asUser('gio', 'launch', `/${entry}`), 0, readFileSync(join(work, 'output'), 'utf8'));
-  const report = (...options) => spawnSync(process.execPath,
+  // Succeeds if the record of the demo server has all steps of a session.
+  const checkRecord = (...options) => spawnSync(process.execPath,
     [join(sources, 'scripts/demo_report.mjs'), record, ...options], { encoding: 'utf8' });
-  await waitFor('a painted page', () => report('--until-painted').status === 0, { every: 100 });
+  await waitFor('a painted page', () => checkRecord('--until-painted').status === 0, { every: 100 });
   const window = await screen.awaitWindow();
   assert.match(await screen.property(window, 'WM_CLASS'), /"nl\.orvel\.os"/);
   assert.match(await screen.property(window, '_NET_WM_ICON'), /Icon \(\d+ x \d+\)/);
-  const programs = markedProcesses(marker)
+  const instances = markedProcesses(marker)
     // GLib 2.74 starts the program of a desktop entry by name, 2.84 by full path.
     .filter(({ command }) => basename(command.split(' ')[0]) === 'orvel-os');
-  assert.equal(programs.length, 1);
-  // It is installed in the container only.
+  assert.equal(instances.length, 1);
+  // The package is installed in the container only.
   assert.ok(!existsSync(`/${bundle}/Linux/orvel-os`));
-  if (process.env.ORVEL_E2E_SCREENSHOTS) {
-    mkdirSync(process.env.ORVEL_E2E_SCREENSHOTS, { recursive: true });
-    await screen.saveScreenshot(join(process.env.ORVEL_E2E_SCREENSHOTS, 'package.png'));
-  }
   await screen.pressKeys('ctrl+q');
   await waitFor('the exit of the application', () => markedProcesses(marker).length === 0);
-  assert.equal(report().status, 0, report().stderr);
+  assertSucceeded(checkRecord());
 
   assert.ok(existsSync(join(home, '.config/nl.orvel.os/defaults.ini')));
   const filesOfUser = fingerprint(home);
-  const remove = container.run('dpkg', ['--remove', 'orvel-os']);
-  assert.equal(remove.status, 0, remove.stderr);
-  assert.equal(remove.stderr, '');
+  const removal = container.run('dpkg', ['--remove', 'orvel-os']);
+  assertSucceeded(removal);
+  assert.equal(removal.stderr, '');
   assert.equal(fingerprint(home), filesOfUser);
-  assert.equal(readFileSync(join(home, 'letter.txt'), 'utf8'), 'of the user');
   const left = container.changes();
   assert.deepEqual(left.filter((file) => /orvel/i.test(file)), []);
-  assert.deepEqual(left.filter((file) => !generated.some((pattern) => pattern.test(file))), []);
+  assert.deepEqual(left.filter((file) => !generatedFiles.some((pattern) => pattern.test(file))), []);
   assert.notEqual(container.run('dpkg-query', ['--status', 'orvel-os']).status, 0);
   assert.ok(readFileSync('/var/lib/dpkg/status').equals(database));
 });

@@ -1,6 +1,7 @@
-// Runs a script from a copy of scripts/ in a temporary folder, with fake tools on its PATH.
-// The fake tools record their calls.
+// Runs scripts: those of the sources, or a copy of them in a temporary folder, with fake tools on
+// the PATH that record their calls.
 
+import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import {
   chmodSync, cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, realpathSync, rmSync,
@@ -22,8 +23,22 @@ export function pathOf(program) {
   return stdout.trim();
 }
 
-/// Runs a script of the sources in this folder and under this umask, which only a shell can set for
-/// a child. Returns what spawnSync returns.
+/// Asserts that a script succeeded and returns its standard output. `result` is that of spawnSync.
+export function assertSucceeded(result) {
+  assert.equal(result.status, 0, result.stderr);
+  return result.stdout;
+}
+
+/// Asserts that a script exited with status 1 and without standard output, and returns its standard
+/// error.
+export function assertFailed({ status, stdout, stderr }) {
+  assert.equal(status, 1, stderr);
+  assert.equal(stdout, '');
+  return stderr;
+}
+
+/// Runs a script of the sources in this folder. The umask is set by a shell, because spawnSync has
+/// no option for it. Returns what spawnSync returns.
 export function runScript(script, folder, args, environment = {}, umask = '022') {
   const line = ['-c', `umask ${umask}; exec "$0" "$@"`, join(sources, 'scripts', script), ...args];
   return spawnSync('bash', line, {
@@ -46,8 +61,8 @@ export class ScriptFixture {
 
   path(...parts) { return join(this.folder, ...parts); }
 
-  /// Creates a fake tool that records its arguments and then runs the shell code `body`.
-  /// It fails instead when its command line matches the pattern in the variable FAILS.
+  /// Creates a fake tool that records its arguments and then runs the shell code `body`. A call whose
+  /// command line matches the pattern in the variable FAILS fails instead, with status 7.
   addTool(name, body = '') {
     const text = `#!/usr/bin/env bash
 set -eu
@@ -65,10 +80,11 @@ ${body}
 
   removeTool(name) { rmSync(this.path('bin', name)); }
 
+  /// Makes a tool of this system available to the scripts.
   addSystemTool(name) { symlinkSync(pathOf(name), this.path('system', name)); }
 
-  /// Returns the calls of fake tools since its last use, each as [name, argument...].
-  calls() {
+  /// Returns the recorded calls of fake tools, each as [name, argument...], and clears the record.
+  takeCalls() {
     const record = this.path('record');
     if (!existsSync(record)) return [];
     const calls = readFileSync(record, 'utf8').split('\0\n\0').slice(0, -1)
@@ -102,7 +118,8 @@ function withoutBuildSettings(environment) {
 }
 
 /// Returns a fixture with fake versions of the tools that build-app.sh and release.sh use on
-/// macOS. The fake cmake creates a bundle with the executables of both systems.
+/// macOS. The fake cmake creates a bundle with the executables of both systems. The variable
+/// NOTARY_STATUS is the answer of Apple's notary service, by default Accepted.
 export function macFixture() {
   const fixture = new ScriptFixture('packaging');
   fixture.addTool('uname', 'echo Darwin');
@@ -128,7 +145,7 @@ fi`);
 if [ "$1" = -c ]; then cp -R "$4" "$5"; else mkdir -p "$4"; cp -R "$3" "$4/Orvel OS.app"; fi`);
   fixture.addTool('xcrun', `
 case "$1" in
-  notarytool) printf '  id: 1234\\n  status: %s\\n' "\${STATUS:-Accepted}" ;;
+  notarytool) printf '  id: 1234\\n  status: %s\\n' "\${NOTARY_STATUS:-Accepted}" ;;
   stapler) if [ "$2" = staple ]; then echo ticket >"$3/Contents/CodeResources"; fi ;;
 esac`);
   return fixture;

@@ -1,6 +1,6 @@
-// smoke-macos.sh with a fake application and the real demo server: it detects each fault. On a
-// hosted Mac, the workflow runs it with the real application and with operate_macos.js, which a
-// fake osascript replaces here.
+// smoke-macos.sh with a fake application and the real demo server: the script detects each fault.
+// On a hosted Mac, the workflow runs the script with the real application and with
+// operate_macos.js, which a fake osascript replaces here.
 
 import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
@@ -8,7 +8,7 @@ import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 import { waitFor } from '../support/desktop/wait.mjs';
-import { ScriptFixture } from './script_fixture.mjs';
+import { ScriptFixture, assertFailed, assertSucceeded } from './script_fixture.mjs';
 
 const fakeApplication = fileURLToPath(new URL('fake_application.mjs', import.meta.url));
 
@@ -17,8 +17,9 @@ beforeEach(() => {
   fixture = new ScriptFixture('demo');
   fixture.addTool('uname', 'echo Darwin');
   fixture.addTool('defaults', 'exit 1');
-  // Has the commands of operate_macos.js, which are in $4. The page requests another one when its
-  // second link is opened, and the file "moved" exists once the window has been dragged.
+  // Handles the commands of operate_macos.js, which are in $4. To open the second link, it sends the
+  // request of the page that the link opens. The file "moved" exists once the window has been
+  // dragged.
   fixture.addTool('osascript', `
 cd "${fixture.folder}"
 case "$4 $FAULT" in
@@ -35,7 +36,8 @@ case "$4 $FAULT" in
   *) echo true ;;
 esac`);
   // Starts the executable of the bundle, which is the last argument, with the variables of the
-  // options --env. Writes its own environment and the process ID to files of the fixture.
+  // options --env. Writes the environment that it got from the script to the file open-environment,
+  // and the process ID of the application to the file pid.
   fixture.addTool('open', `
 variables=()
 while [ $# -gt 1 ]; do
@@ -53,15 +55,16 @@ echo $! >"${fixture.path('pid')}"`);
   writeFileSync(fixture.path('build/Orvel OS.app/Contents/Info.plist'), '<key>ORVELOSKey</key>');
 });
 afterEach(async () => {
-  // A killed process takes a moment to exit.
+  // smoke-macos.sh kills the server but does not wait for its exit.
   await waitFor('the exit of the demo server', () =>
     fetch('http://127.0.0.1:4767/api/wie').then(() => false, () => true));
-  assert.deepEqual(readdirSync(fixture.path('tmp')), []);
+  assert.deepEqual(readdirSync(fixture.path('tmp')), [], 'temporary files of the script');
   fixture.remove();
 });
 
+/// Runs smoke-macos.sh on a fake application with this fault.
 function run(fault = '', args = []) {
-  // The application does not get the environment of the script.
+  // The application gets the fault here, because it does not inherit the environment of the script.
   writeFileSync(fixture.path('build/Orvel OS.app/Contents/MacOS/Orvel OS'),
     `#!/usr/bin/env bash
 FAULT=${fault} exec "${process.execPath}" "${fakeApplication}"\n`, { mode: 0o755 });
@@ -87,9 +90,8 @@ for (const [fault, message] of [
   });
 }
 
-test('every check passes, and the application starts with the environment of the Finder', () => {
-  const { status, stdout, stderr } = run();
-  assert.equal(status, 0, stderr);
+test('without a fault every check passes, in the environment that the Finder gives', () => {
+  const stdout = assertSucceeded(run());
   assert.deepEqual(stdout.match(/^smoke: (passed|not checked): .*$/gm), [
     'smoke: passed: the window is in front',
     'smoke: passed: typing reaches the page without a click',
@@ -102,8 +104,7 @@ test('every check passes, and the application starts with the environment of the
 });
 
 test('without the permission to post events, typing and dragging are reported as not checked', () => {
-  const { status, stdout, stderr } = run('no-permission');
-  assert.equal(status, 0, stderr);
+  const stdout = assertSucceeded(run('no-permission'));
   assert.match(stdout, /^smoke: not checked: typing and dragging; /m);
   assert.doesNotMatch(stdout, /passed: (typing|dragging)/);
 });
@@ -116,19 +117,19 @@ test('a start that fails is reported', () => {
 test('a wrong setup is reported and nothing is started', () => {
   const information = fixture.path('build/Orvel OS.app/Contents/Info.plist');
   const withKey = readFileSync(information);
-  assert.match(run('', ['none.app']).stderr, /the application '.*\/none\.app' does not exist/);
-  assert.match(run('', ['a', 'b']).stderr, /usage: /);
+  assert.match(assertFailed(run('', ['none.app'])), /the application '.*\/none\.app' does not exist/);
+  assert.match(assertFailed(run('', ['a', 'b'])), /usage: /);
   fixture.addTool('defaults', 'echo https://os.example.org/');
-  assert.match(run().stderr, /the user has chosen an address/);
+  assert.match(assertFailed(run()), /the user has chosen an address/);
   writeFileSync(information, '');
-  assert.match(run().stderr, /the application has no key/);
+  assert.match(assertFailed(run()), /the application has no key/);
   writeFileSync(information, withKey);
   for (const tool of ['osascript', 'open']) {
     fixture.removeTool(tool);
-    assert.match(run().stderr, new RegExp(`${tool} is not installed`));
+    assert.match(assertFailed(run()), new RegExp(`${tool} is not installed`));
     fixture.addTool(tool);
   }
   fixture.addTool('uname', 'echo Linux');
-  assert.match(run().stderr, /this system is not macOS/);
-  assert.ok(!fixture.calls().some(([name]) => name === 'osascript' || name === 'open'));
+  assert.match(assertFailed(run()), /this system is not macOS/);
+  assert.ok(!fixture.takeCalls().some(([name]) => name === 'osascript' || name === 'open'));
 });
