@@ -11,6 +11,7 @@ cd "$(dirname "$0")/.."
 
 work=''
 application=''
+# The IDs of Xvfb and the window manager.
 helpers=()
 
 fail() {
@@ -44,7 +45,8 @@ has_text() { [ -s "$1" ]; }
 nothing_left() { [ -z "$(left_running)" ]; }
 window_manager_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
 
-# Takes a screenshot; succeeds when the area below the header bar has more than 50 colours.
+# Takes a screenshot; succeeds when the area below the header bar has more than 50 colours. An empty
+# window has far fewer.
 page_in_screenshot() {
   import -silent -window root "$1" 2>/dev/null || return 1
   [ "$(convert "$1" -gravity south -crop 100%x80%+0+0 +repage -format '%k' info:)" -gt 50 ]

@@ -2,6 +2,8 @@
 // server. Fails and names the first step that is missing or out of order.
 //
 //   node scripts/demo_report.mjs RECORD [--until-painted]
+//
+// With --until-painted the last step, the stop of the server, is not expected.
 
 import { readFileSync } from 'node:fs';
 

@@ -32,7 +32,7 @@ function marksRow(title, marks, note) {
 }
 
 export function home(request, response, { record }) {
-  const { count } = countVisit(request, response);
+  const count = countVisit(request, response);
   const now = new Date();
   const { probes } = record;
   const seconds = ((now - probes.time) / 1000).toLocaleString('nl-NL', { maximumFractionDigits: 1 });

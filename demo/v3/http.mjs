@@ -34,6 +34,7 @@ export function targetOf(request) {
   const at = url.indexOf('?');
   const query = at < 0 ? '' : url.slice(at + 1);
   try {
+    // Throws for malformed percent-encoding, which URLSearchParams keeps as it is.
     decodeURIComponent(query);
     return {
       path: decodeURIComponent(at < 0 ? url : url.slice(0, at)),
@@ -94,8 +95,8 @@ export function sendError(request, response, error) {
   }
 }
 
-/// Sends an error response to a request that could not be parsed.
-export function reject(socket, status) {
+/// Sends an error response to a request that could not be parsed, and closes the connection.
+export function rejectUnparsed(socket, status) {
   if (!socket.writable) {
     socket.destroy();
     return;

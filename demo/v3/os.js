@@ -8,7 +8,8 @@ requestAnimationFrame(() => requestAnimationFrame(() => {
   fetch(`/api/getoond?pagina=${page}${frame}`, { method: 'POST' }).catch(() => {});
 }));
 
-// Runs once a minute, so that an idle page uses hardly any processor time.
+// Runs once a minute, so that an idle page uses hardly any processor time, and 20 ms after the full
+// minute, because a timer may fire slightly early.
 function tick() {
   const now = new Date();
   const time = now.toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' });

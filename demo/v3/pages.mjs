@@ -5,7 +5,7 @@ import { home } from './home.mjs';
 import { escapeHtml, page } from './layout.mjs';
 import { labelOf } from './marks.mjs';
 
-/// A list of links and buttons to try, each with the expected result.
+/// Returns a list of links and buttons to try, each with the expected result.
 const rows = (...items) =>
   `<ul class="rows">${items.map(([control, note]) => `<li><span>${control}</span><small>${note}</small></li>`).join('')}</ul>`;
 const card = (title, ...content) => `<section class="card"><h2>${title}</h2>${content.join('')}</section>`;

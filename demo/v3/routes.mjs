@@ -65,7 +65,7 @@ const GENERATED_FILES = {
     response.write(Buffer.alloc(MIB), () => response.destroy());
   },
   stil() {
-    // Never responds.
+    // Never responds, like a server that hangs.
   },
 };
 
@@ -146,7 +146,8 @@ export function createRouter({ record, state }) {
     });
   }
 
-  function find(path) {
+  /// Returns the handlers of a path for GET and POST requests.
+  function handlersFor(path) {
     const pathBelow = (prefix) => (path.startsWith(prefix) ? path.slice(prefix.length) : null);
     const file = pathBelow('/api/bestand/');
     if (file !== null) return { get: (request, response, { query }) => sendFile(request, response, file, query) };
@@ -157,7 +158,7 @@ export function createRouter({ record, state }) {
 
   return async function route(request, response) {
     const { path, query } = targetOf(request);
-    const { get, post } = find(path);
+    const { get, post } = handlersFor(path);
     if (!get && !post) throw new HttpError(404);
     const body = await readBody(request);
     const isRead = request.method === 'GET' || request.method === 'HEAD';

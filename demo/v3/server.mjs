@@ -2,7 +2,7 @@
 
 import { createServer } from 'node:http';
 
-import { reject, requireOwnHost, sendError } from './http.mjs';
+import { rejectUnparsed, requireOwnHost, sendError } from './http.mjs';
 import { openRecord } from './record.mjs';
 import { createRouter } from './routes.mjs';
 
@@ -50,7 +50,7 @@ const server = createServer(
 
 server.on('clientError', (error, socket) => {
   record.addEvent('bad-request', { code: error.code ?? null });
-  reject(socket, { HPE_HEADER_OVERFLOW: 431, ERR_HTTP_REQUEST_TIMEOUT: 408 }[error.code] ?? 400);
+  rejectUnparsed(socket, { HPE_HEADER_OVERFLOW: 431, ERR_HTTP_REQUEST_TIMEOUT: 408 }[error.code] ?? 400);
 });
 
 server.on('error', (error) => {

@@ -11,10 +11,10 @@ let server;
 before(async () => { server = await startServer(); });
 after(() => server.stop());
 
-async function lastRequest(url) {
-  const { requests } = JSON.parse((await server.get('/api/verslag')).text);
-  return requests.findLast((request) => request.url === url);
-}
+/// Returns the requests that the server has in memory.
+const recentRequests = async () => JSON.parse((await server.get('/api/verslag')).text).requests;
+const lastRequest = async (url) =>
+  (await recentRequests()).findLast((request) => request.url === url);
 
 test('a request is recognised by header, cookie and user agent', async () => {
   const userAgent = 'Mozilla/5.0 (X11; Linux x86_64) AppleWebKit/605.1.15 (KHTML, like Gecko)';
@@ -66,10 +66,10 @@ test('api/verslag returns the last 200 requests with keys, cookies and status', 
   assert.deepEqual([method, status], ['GET', 404]);
   assert.ok(Date.parse(time));
   for (let count = 0; count < 210; count += 1) await server.get('/api/wie');
-  assert.equal(JSON.parse((await server.get('/api/verslag')).text).requests.length, 200);
+  assert.equal((await recentRequests()).length, 200);
 });
 
-test('a request is recorded on arrival; its status is null, then 0 without a response', async () => {
+test('the status of a request is null before the response, and 0 if the client closes first', async () => {
   const url = '/api/bestand/stil';
   const socket = net.connect(server.port, '127.0.0.1');
   socket.write(`GET ${url} HTTP/1.1\r\nHost: localhost\r\n\r\n`);
@@ -87,13 +87,13 @@ test('a request that cannot be parsed is recorded', async () => {
   assert.ok(server.record().some(({ event }) => event === 'bad-request'));
 });
 
-test('the record begins with the process and ends with the signal that stopped it', async (t) => {
+test('the record begins with the process and its environment and ends with the signal', async (t) => {
   const ownServer = await startServer({ HOME: '/nowhere', PATH: '/usr/bin:/bin' });
   t.after(ownServer.stop);
   const { event, pid, address, env } = ownServer.record()[0];
   assert.deepEqual([event, pid, address], ['listening', ownServer.child.pid, '127.0.0.1']);
   assert.deepEqual(env, { PORT: '0', PATH: '/usr/bin:/bin', HOME: '/nowhere' });
-  // Also during a response.
+  // The signal arrives during a response.
   const socket = net.connect(ownServer.port, '127.0.0.1').on('error', () => {});
   socket.write('GET /api/bestand/traag HTTP/1.1\r\nHost: localhost\r\n\r\n');
   await once(socket, 'data');
@@ -104,7 +104,7 @@ test('the record begins with the process and ends with the signal that stopped i
 });
 
 test('the page /server ends the server or makes it ignore SIGTERM', async (t) => {
-  const stop = async (how, headers, expected) => {
+  const startAndPostStop = async (how, headers, expected) => {
     const ownServer = await startServer();
     t.after(ownServer.stop);
     assert.equal((await ownServer.get(`/api/stop?hoe=${how}`, headers, 'POST')).status, expected);
@@ -112,12 +112,12 @@ test('the page /server ends the server or makes it ignore SIGTERM', async (t) =>
   };
   // The header keeps other sites from ending the server.
   const headers = { 'X-Orvel-Demo': 'ja' };
-  await stop('code', {}, 403);
-  assert.deepEqual(await (await stop('code', headers, 204)).exited, [3, null]);
-  assert.deepEqual(await (await stop('kill', headers, 204)).exited, [null, 'SIGKILL']);
-  const ignoring = await stop('doof', headers, 204);
+  await startAndPostStop('code', {}, 403);
+  assert.deepEqual(await (await startAndPostStop('code', headers, 204)).exited, [3, null]);
+  assert.deepEqual(await (await startAndPostStop('kill', headers, 204)).exited, [null, 'SIGKILL']);
+  const ignoring = await startAndPostStop('doof', headers, 204);
   ignoring.child.kill('SIGTERM');
-  // The event loop has handled the signal before it answers the second request.
+  // The server has handled the signal before it answers the second request.
   for (let count = 0; count < 2; count += 1) {
     assert.equal((await ignoring.get('/api/wie')).status, 200);
   }
