@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Runs the benchmark: the application, bare viewers, Chromium and Qt WebEngine.
 #
-#   ./scripts/bench.sh           all measurements, about 30 minutes; writes the tables in
+#   ./scripts/bench.sh           all measurements, about 30 minutes; replaces the tables in
 #                                docs/performance.md
-#   ./scripts/bench.sh quick     one round of starts, 1 to 2 minutes; writes to build/bench
-#   ./scripts/bench.sh updates   only the updates, 2 minutes; writes to build/bench
+#   ./scripts/bench.sh quick     one round of starts, 1 to 2 minutes; prints the tables
+#   ./scripts/bench.sh updates   only the updates, 3 minutes; prints the tables
 #
 # Installs nothing. Fails when a tool is missing, and skips Chromium or Qt WebEngine when
 # they are missing. Other work on the machine distorts the results.
@@ -43,7 +43,9 @@ export ORVEL_BENCH_CHROMIUM=$chromium
 results=$folder/results.json
 node tools/bench/bench.mjs "$PWD/$folder/Orvel OS.app/Contents/Linux/orvel-os" \
   "$PWD/build/tools/bench" "$results" "$mode"
-document=$folder/performance.md
-[ "$mode" != all ] || document=docs/performance.md
-node tools/bench/report.mjs "$results" "$document"
-echo "bench: $document"
+if [ "$mode" = all ]; then
+  node tools/bench/report.mjs "$results" docs/performance.md
+  echo "bench: docs/performance.md"
+else
+  node tools/bench/report.mjs "$results"
+fi

@@ -26,15 +26,9 @@ const rounds = {
 /// Returns a folder in memory if it has enough free space, so that the results do not depend on the
 /// speed of the disk. Otherwise returns the temporary folder.
 function scratchFolder() {
+  const { bavail, bsize } = statfsSync('/dev/shm');
   // Far more than the large file of 4 GiB, because the measured programs need memory too.
-  const needed = 12 * 1024 ** 3;
-  try {
-    const { bavail, bsize } = statfsSync('/dev/shm');
-    if (bavail * bsize > needed) return '/dev/shm';
-  } catch {
-    // This system has no /dev/shm.
-  }
-  return tmpdir();
+  return bavail * bsize > 12 * 1024 ** 3 ? '/dev/shm' : tmpdir();
 }
 
 const screen = await Screen.open(screenSize);

@@ -108,9 +108,9 @@ test('the report lists the targets as met, missed or not measured', () => {
   assert.match(formatTables(results), /^\| verification, [^|]*\| – \| 0\.50 \| 0\.10 \|$/m);
 });
 
-test('the tables are appended to a document or replace the old ones', () => {
-  const document = replaceTables('Before.\n', 'old\n');
-  assert.match(document, /^Before\.\n.*\nold\n/);
-  assert.equal(replaceTables(`${document}After.\n`, 'new\n'),
-    `${document}After.\n`.replace('old', 'new'));
+test('the tables replace the text between the markers of a document', () => {
+  const document = (tables) =>
+    `Before.\n<!-- results -->\n${tables}<!-- end of results -->\nAfter.\n`;
+  assert.equal(replaceTables(document('old\ntables\n'), 'new $& tables\n'),
+    document('new $& tables\n'));
 });

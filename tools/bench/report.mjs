@@ -1,12 +1,9 @@
-// Writes the results of bench.mjs as tables into a document, between two markers.
+// Prints the results of bench.mjs as tables in Markdown, or replaces the tables of a document.
 //
-//   node report.mjs RESULTS DOCUMENT
+//   node report.mjs RESULTS [DOCUMENT]
 
-import { existsSync, readFileSync, writeFileSync } from 'node:fs';
+import { readFileSync, writeFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
-
-const BEGIN = '<!-- results -->';
-const END = '<!-- end of results -->';
 
 /// The rows of the table of viewers: label, and the table and field of the results. The table
 /// `minute` has numbers without fields.
@@ -182,20 +179,13 @@ export function formatTables(results) {
   ].join('\n');
 }
 
-/// Replaces the text between the markers of a document, or appends it with its markers.
-export function replaceTables(document, tables) {
-  const begin = document.indexOf(BEGIN);
-  const end = document.indexOf(END);
-  if (begin < 0 || end < begin) return `${document}${BEGIN}\n${tables}${END}\n`;
-  return `${document.slice(0, begin)}${BEGIN}\n${tables}${document.slice(end)}`;
-}
+/// Replaces the text between the two markers of a document.
+export const replaceTables = (document, tables) => document.replace(
+  /(?<=<!-- results -->\n).*(?=<!-- end of results -->)/s, () => tables);
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
   const [resultsFile, document] = process.argv.slice(2);
-  const results = JSON.parse(readFileSync(resultsFile, 'utf8'));
-  const old = existsSync(document) ? readFileSync(document, 'utf8') : '';
-  writeFileSync(document, replaceTables(old, formatTables(results)));
-  for (const { target, value, result } of checkTargets(results)) {
-    console.log(`bench: ${result}: ${target}: ${value}`);
-  }
+  const tables = formatTables(JSON.parse(readFileSync(resultsFile, 'utf8')));
+  if (document) writeFileSync(document, replaceTables(readFileSync(document, 'utf8'), tables));
+  else console.log(tables);
 }
