@@ -12,9 +12,9 @@ export function escapeHtml(text) {
   return String(text).replace(/[&<>"']/g, (character) => entities[character]);
 }
 
-/// Returns a page. `kind` is a class of os.css for its layout, `lead` the HTML of the sentence below
-/// the title. The background colour is set inline on the root element, so that no engine paints a
-/// white frame before it has loaded the style sheet.
+/// Returns a page. `kind` is a class of os.css for its layout, `lead` the HTML of the sentence
+/// below the title. The background colour is set inline on the root element, so that no engine
+/// paints a white frame before it has loaded the style sheet.
 export function page({ title, request, body, kind = '', lead = '' }) {
   // On macOS the page extends under the title bar; this class leaves room for its buttons.
   const mac = /Macintosh.* ORVELOS\/\S*$/.test(request.headers['user-agent'] ?? '') ? ' mac' : '';

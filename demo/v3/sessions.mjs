@@ -14,8 +14,8 @@ export function sessionOf(headers) {
   return id && /^[0-9a-f-]{36}$/.test(id) ? id : null;
 }
 
-/// Counts a visit and returns the number of visits in this session. Sets the cookie of a new session
-/// if the request has none.
+/// Counts a visit and returns the number of visits in this session. Sets the cookie of a new
+/// session if the request has none.
 export function countVisit(request, response) {
   let id = sessionOf(request.headers);
   if (!id) {
@@ -23,8 +23,8 @@ export function countVisit(request, response) {
     response.setHeader('Set-Cookie', `${COOKIE}=${id}; Path=/; HttpOnly; SameSite=Lax`);
   }
   const count = (visits.get(id) ?? 0) + 1;
-  // A Map keeps insertion order. Deleting and setting the id moves it to the end, so the first one is
-  // the session without a visit for the longest time, which is dropped at the limit.
+  // A Map keeps insertion order. Deleting and setting the id moves it to the end, so the first one
+  // is the session without a visit for the longest time, which is dropped at the limit.
   visits.delete(id);
   visits.set(id, count);
   if (visits.size > MAX_SESSIONS) visits.delete(visits.keys().next().value);

@@ -12,8 +12,8 @@ import { fileURLToPath } from 'node:url';
 const program = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
 
 /// Starts a server with these additional variables and waits until it listens. In the result,
-/// `record()` returns the lines of the server's record, and `stop()` kills the server and deletes its
-/// record.
+/// `record()` returns the lines of the server's record, and `stop()` kills the server and deletes
+/// its record.
 export async function startServer(environment = {}) {
   const folder = mkdtempSync(join(tmpdir(), 'orvel-demo-'));
   const path = join(folder, 'record.jsonl');

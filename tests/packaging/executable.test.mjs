@@ -25,8 +25,8 @@ const protections = {
     readFileSync(application).includes("Assertion '%s' failed") ||
     /__glibcxx_assert_fail/.test(readelf('--dyn-syms')),
   // Counts the ENDBR64 instructions, which mark the targets. The ELF property IBT (indirect branch
-  // tracking) would be simpler, but the linker sets it only if all linked objects have it, and those
-  // of Debian's C library do not.
+  // tracking) would be simpler, but the linker sets it only if all linked objects have it, and
+  // those of Debian's C library do not.
   'targets of indirect jumps are marked (-fcf-protection)': () => {
     const endbr64 = Buffer.from('f30f1efa', 'hex').toString('latin1');
     const count = readFileSync(application).toString('latin1').split(endbr64).length - 1;

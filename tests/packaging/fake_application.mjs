@@ -11,6 +11,8 @@ import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { existsSync, readFileSync } from 'node:fs';
 
+import { waitFor } from '../support/desktop/wait.mjs';
+
 const { FAULT, ORVEL_OS_ROOT, ORVEL_DEMO_RECORD } = process.env;
 console.log('output of the application');
 if (FAULT === 'early-exit') process.exit(3);
@@ -18,9 +20,8 @@ if (FAULT === 'early-exit') process.exit(3);
 const server = spawn(process.execPath, [`${ORVEL_OS_ROOT}/v3/server.mjs`],
   { env: { ...process.env, PORT: '4767' }, stdio: 'ignore' });
 const exited = once(server, 'exit');
-while (!existsSync(ORVEL_DEMO_RECORD) || !readFileSync(ORVEL_DEMO_RECORD, 'utf8').includes('\n')) {
-  await new Promise((done) => { setTimeout(done, 20); });
-}
+await waitFor('a line in the record of the server', () =>
+  existsSync(ORVEL_DEMO_RECORD) && readFileSync(ORVEL_DEMO_RECORD, 'utf8').includes('\n'));
 
 process.on('SIGTERM', async () => {
   if (FAULT === 'orphan') process.exit(0);

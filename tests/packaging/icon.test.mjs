@@ -16,8 +16,8 @@ let fixture;
 beforeEach(() => { fixture = new ScriptFixture('packaging'); });
 afterEach(() => fixture.remove());
 
-/// Parses an icon file into entries of [type, content]. A file and each entry begin with four letters
-/// and their own length.
+/// Parses an icon file into entries of [type, content]. A file and each entry begin with four
+/// letters and their own length.
 function parseEntries(bytes) {
   assert.equal(bytes.toString('latin1', 0, 4), 'icns');
   assert.equal(bytes.readUInt32BE(4), bytes.length);

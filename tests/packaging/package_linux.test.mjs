@@ -231,8 +231,8 @@ test('the package is installed, started, quit and removed', async (t) => {
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);
   const output = openSync(join(work, 'output'), 'w+');
   cleanups.push(() => closeSync(output));
-  // The output is a file, because the started application outlives `gio`: it would keep a pipe open,
-  // and spawnSync would wait for it.
+  // The output is a file, because the started application outlives `gio`: it would keep a pipe
+  // open, and spawnSync would wait for it.
   const asUser = (...line) => container.run('setpriv',
     ['--reuid=65534', '--regid=65534', '--clear-groups', ...line],
     { env: environment, cwd: home, stdio: ['ignore', output, output], timeout: programTimeout }).status;

@@ -61,8 +61,8 @@ export class ScriptFixture {
 
   path(...parts) { return join(this.folder, ...parts); }
 
-  /// Creates a fake tool that records its arguments and then runs the shell code `body`. A call whose
-  /// command line matches the pattern in the variable FAILS fails instead, with status 7.
+  /// Creates a fake tool that records its arguments and then runs the shell code `body`. A call
+  /// whose command line matches the pattern in the variable FAILS fails instead, with status 7.
   addTool(name, body = '') {
     const text = `#!/usr/bin/env bash
 set -eu

@@ -17,8 +17,8 @@ beforeEach(() => {
   fixture = new ScriptFixture('demo');
   fixture.addTool('uname', 'echo Darwin');
   fixture.addTool('defaults', 'exit 1');
-  // Handles the commands of operate_macos.js, which are in $4. To open the second link, it sends the
-  // request of the page that the link opens. The file "moved" exists once the window has been
+  // Handles the commands of operate_macos.js, which are in $4. To open the second link, it sends
+  // the request of the page that the link opens. The file "moved" exists once the window has been
   // dragged.
   fixture.addTool('osascript', `
 cd "${fixture.folder}"

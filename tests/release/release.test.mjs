@@ -66,7 +66,8 @@ test('a release is a reproducible archive and its manifest', () => {
   assert.equal(entries(path('third/orvel-os-1.20.3.zip'))[0].time, '20231114.221320');
 });
 
-/// Makes a key pair with make-update-key.sh. Returns the file of the private key, and the public key.
+/// Makes a key pair with make-update-key.sh. Returns the file of the private key, and the public
+/// key.
 function makeKey(name) {
   const stdout = assertSucceeded(runScript('make-update-key.sh', folder, [path(name)]));
   return { file: path(name), publicKey: stdout.trim() };

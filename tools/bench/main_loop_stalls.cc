@@ -9,8 +9,8 @@
 #include <ctime>
 
 // Records the stalls of the main loop of a GLib program: long times between two calls of poll(2),
-// during which new events wait. Loaded by LD_PRELOAD, this library writes one line for each stall to
-// the file ORVEL_MAIN_LOOP_STALLS, in milliseconds:
+// during which new events wait. Loaded by LD_PRELOAD, this library writes one line for each stall
+// to the file ORVEL_MAIN_LOOP_STALLS, in milliseconds:
 //
 //   WAITED WORKED
 //

@@ -107,9 +107,9 @@ export function isEmptyScreen(framebuffer) {
   return framebuffer.shows([0, 0, 0], framebuffer.width >> 1, framebuffer.height >> 1);
 }
 
-/// Returns whether the loaded heavy page is painted from edge to edge. Checks a pixel in each of the
-/// three marks, and three of the band, so far down that no title bar covers them. Reads only these
-/// pixels, so that polling costs hardly any processor time.
+/// Returns whether the loaded heavy page is painted from edge to edge. Checks a pixel in each of
+/// the three marks, and three of the band, so far down that no title bar covers them. Reads only
+/// these pixels, so that polling costs hardly any processor time.
 export function showsHeavyPage(framebuffer) {
   const { width, height } = framebuffer;
   return [30, (width >> 1) + 20, width - 60].every((x) => framebuffer.shows(MARK, x, height - 40)) &&

@@ -58,6 +58,7 @@ def processor_time(pid):
 
 
 def measure():
+    """Prints the sums over all running descendants; the processor time includes exited ones."""
     exited = resource.getrusage(resource.RUSAGE_CHILDREN)
     processor = exited.ru_utime + exited.ru_stime
     memory = {"Pss:": 0, "Private_Dirty:": 0}
@@ -86,6 +87,7 @@ def reap():
 
 
 def kill_all():
+    """Kills and reaps all descendants."""
     # Repeats, because a process may fork while the others are killed.
     while reap():
         for pid in descendants():
@@ -98,19 +100,19 @@ def kill_all():
 
 # Orphaned descendants become children of this process.
 ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
-exits, exit_signal = os.pipe()
-os.set_blocking(exit_signal, False)
-# Without a handler, Python does not write to the pipe.
+# Python writes to this pipe when a child exits (SIGCHLD), but only if the signal has a handler.
+exit_reader, exit_writer = os.pipe()
+os.set_blocking(exit_writer, False)
 signal.signal(signal.SIGCHLD, lambda number, frame: None)
-signal.set_wakeup_fd(exit_signal)
+signal.set_wakeup_fd(exit_writer)
 
 start = time.time() * 1000
 program = subprocess.Popen(sys.argv[1:], stdin=subprocess.DEVNULL, stdout=sys.stderr)
 report(time=start, pid=program.pid)
 while True:
-    ready = select.select([exits, sys.stdin], [], [])[0]
-    if exits in ready:
-        os.read(exits, 4096)
+    ready = select.select([exit_reader, sys.stdin], [], [])[0]
+    if exit_reader in ready:
+        os.read(exit_reader, 4096)
         if not reap():
             break
     if sys.stdin in ready:

@@ -30,8 +30,8 @@ export function median(values) {
   return (sorted[low] + sorted[high]) / 2;
 }
 
-/// Returns the median of the ratios `a / b` of each round. Other load on the machine slows down both
-/// measurements of a round, so it hardly changes their ratio.
+/// Returns the median of the ratios `a / b` of each round. Other load on the machine slows down
+/// both measurements of a round, so it hardly changes their ratio.
 export const medianRatio = (a, b) => median(a.map((value, round) => value / b[round]));
 
 /// Returns the values of all rounds, or this field of them. A failed measurement, which is null in

@@ -140,8 +140,8 @@ export function measureColdStart(bench, viewer) {
 
 /// Summarises the file that main_loop_stalls.cc writes. Returns the processor time of the first
 /// stall, which is the launch of the application, and of the longest later one, and the total time
-/// for which the main thread was blocked on a condition variable, as it is while another thread runs
-/// a child process.
+/// for which the main thread was blocked on a condition variable, as it is while another thread
+/// runs a child process.
 export function summarizeStalls(text) {
   const stalls = text.trim().split('\n').map((line) => line.split(' ').map(Number));
   const [launch, ...later] = stalls.map(([, worked]) => worked);

@@ -21,8 +21,8 @@ import { bundleOf, copyBundle } from './viewers.mjs';
 
 const run = promisify(execFile);
 
-/// Calls `body({ home, address })` with a server that has this page and these additional environment
-/// variables. The home is in the scratch folder.
+/// Calls `body({ home, address })` with a server that has this page and these additional
+/// environment variables. The home is in the scratch folder.
 const withPage = (bench, page, body, environment) => withHome(bench, body, {
   base: bench.scratch,
   server: { ...onlineServer, environment: { ORVEL_BENCH_PAGE: page, ...environment } },
@@ -31,8 +31,8 @@ const withPage = (bench, page, body, environment) => withHome(bench, body, {
 const requestTo = (path) => ({ event, url }) => event === 'request' && url === path;
 
 /// Runs the application until `isDone`, called every `interval` ms, returns true. Returns the time
-/// since the event in the record of the server for which `isFirst` returns true, and the peak memory
-/// of the main process in MiB.
+/// since the event in the record of the server for which `isFirst` returns true, and the peak
+/// memory of the main process in MiB.
 async function runApplication({ home, address }, executable, isFirst, isDone, interval = 5) {
   home.setServerAddress(address);
   const tree = await ProcessTree.start([executable], home);

@@ -37,9 +37,9 @@ export class UserHome {
   }
 }
 
-/// Returns the viewers. `command(home, address)` prepares the home and returns the command line of a
-/// viewer. The application starts its server itself when the address is null. Chromium is left out
-/// without its path, and Qt WebEngine when its viewer has not been built.
+/// Returns the viewers. `command(home, address)` prepares the home and returns the command line of
+/// a viewer. The application starts its server itself when the address is null. Chromium is left
+/// out without its path, and Qt WebEngine when its viewer has not been built.
 export function listViewers({ application, programs, chromium }) {
   const withAddress = (...command) => (home, address) => [...command, address];
   const viewers = [
