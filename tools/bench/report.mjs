@@ -44,16 +44,15 @@ const line = (...cells) => `| ${cells.join(' | ')} |`;
 
 function viewersTable(results) {
   const { names } = results;
-  const [ours, , tuned] = names;
   return [
     line(`median of ${results.rounds.starts} rounds`, ...names, 'ratio'),
     `|---|${'---:|'.repeat(names.length + 1)}`,
     ...viewerRows.filter(([, table]) => Object.keys(results[table]).length > 0)
       .map(([label, table, field]) => {
         const values = names.map((name) => series(results, table, name, field));
-        const [oursValues, tunedValues] = [ours, tuned].map((name) => values[names.indexOf(name)]);
+        const [ours, , tuned] = values;
         return line(label, ...values.map((all) => format(median(all))),
-          format(medianRatio(oursValues, tunedValues), 2));
+          format(medianRatio(ours, tuned), 2));
       }),
   ];
 }
@@ -87,7 +86,8 @@ export function checkTargets(results) {
     [ours, bare, tuned].map((name) => series(results, 'minute', name));
   const extraMinute = median(minutes.map((time, round) =>
     time - Math.min(bareMinutes[round], tunedMinutes[round])));
-  const nodeStart = median(results.names.flatMap((name) => series(results, 'cold', name, 'serverStart')));
+  const nodeStart = median(
+    results.names.flatMap((name) => series(results, 'cold', name, 'serverStart')));
   const cold = medianOf(ours, 'painted', 'cold');
   // The application probes every 250 ms, so it notices a started server only at the next probe.
   const maxCold = medianOf(ours, 'painted') + Math.ceil(nodeStart / 250) * 250;

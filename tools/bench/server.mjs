@@ -64,7 +64,7 @@ function sendSmallFile(response, number) {
   response.end(block.subarray(0, pages.SMALL_FILE_SIZE));
 }
 
-/// Keeps the response open, for an event for each small file that has been sent.
+/// Keeps the response open, and sends an event for each small file that has been sent.
 function streamSentFiles(response) {
   response.writeHead(200, { 'Content-Type': 'text/event-stream' });
   response.flushHeaders();
@@ -78,10 +78,10 @@ async function* limitRate(chunks) {
   const bytesPerMillisecond = Number(ORVEL_BENCH_MEGABITS) * 1e6 / 8 / 1000;
   let due = performance.now();
   for await (const chunk of chunks) {
-    const now = performance.now();
-    if (due > now) await pause(due - now);
+    due = Math.max(due, performance.now() - 20) + chunk.length / bytesPerMillisecond;
+    const delay = due - performance.now();
+    if (delay > 0) await pause(delay);
     yield chunk;
-    due = Math.max(due, now - 20) + chunk.length / bytesPerMillisecond;
   }
 }
 

@@ -123,31 +123,33 @@ const isArchive = requestTo('/download/os.zip');
 const isArchiveSent = ({ event }) => event === 'archive sent';
 
 /// Updates the application from a server with this environment. With a public key, the application
-/// verifies the signature between the download and the unpacking. Returns also the time of the
-/// download, and the time from its end until the unpacking begins.
-const updateByApplication = (bench, environment, publicKey) => withPage(bench, 'heavy', async (context) => {
-  const { home } = context;
-  const { bundle, executable } = copyBundle(bench.application, home.folder);
-  if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
-  const unpacked = join(home.environment.XDG_CACHE_HOME,
-    `nl.orvel.os/temporary/orvel-os-update-${releaseVersion}`);
-  let unpackingBegan = NaN;
-  const result = await runApplication(context, executable, isArchive, () => {
-    if (Number.isNaN(unpackingBegan) && existsSync(unpacked)) unpackingBegan = wallClock();
-    return plistValue(bundle, 'CFBundleShortVersionString') === releaseVersion;
-  }, 1);
-  const sent = findInRecord(home, isArchiveSent).time;
-  return {
-    ...result,
-    download: sent - findInRecord(home, isArchive).time,
-    beforeUnpacking: unpackingBegan - sent,
-  };
-}, environment);
+/// verifies the signature between the download and the unpacking. Returns what runApplication
+/// returns, the time of the download, and the time from its end until the unpacking begins.
+function updateByApplication(bench, serverEnvironment, publicKey) {
+  return withPage(bench, 'heavy', async (context) => {
+    const { home } = context;
+    const { bundle, executable } = copyBundle(bench.application, home.folder);
+    if (publicKey) setPlistValue(bundle, 'ORVELOSUpdateKey', publicKey);
+    const unpacked = join(home.environment.XDG_CACHE_HOME,
+      `nl.orvel.os/temporary/orvel-os-update-${releaseVersion}`);
+    let unpackingBegan = NaN;
+    const result = await runApplication(context, executable, isArchive, () => {
+      if (Number.isNaN(unpackingBegan) && existsSync(unpacked)) unpackingBegan = wallClock();
+      return plistValue(bundle, 'CFBundleShortVersionString') === releaseVersion;
+    }, 1);
+    const sent = findInRecord(home, isArchiveSent).time;
+    return {
+      ...result,
+      download: sent - findInRecord(home, isArchive).time,
+      beforeUnpacking: unpackingBegan - sent,
+    };
+  }, serverEnvironment);
+}
 
-const updateByTools = (bench, environment) => withPage(bench, 'heavy', (context) =>
+const updateByTools = (bench, { serverEnvironment }) => withPage(bench, 'heavy', (context) =>
   runTools(context, isArchive,
     ['curl', '-sfo', 'os.zip', `${context.address}download/os.zip`],
-    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), environment);
+    ['unzip', '-q', 'os.zip', '-d', 'unpacked']), serverEnvironment);
 
 /// The downloads by name, in groups with the same content.
 export const downloads = [
@@ -167,5 +169,5 @@ export const updates = {
   // The download over loopback is several times faster than one over a network.
   'update, verified, 500 Mbit/s': (bench, { serverEnvironment, publicKey }) =>
     updateByApplication(bench, { ...serverEnvironment, ORVEL_BENCH_MEGABITS: '500' }, publicKey),
-  'update, tools': (bench, { serverEnvironment }) => updateByTools(bench, serverEnvironment),
+  'update, tools': updateByTools,
 };
