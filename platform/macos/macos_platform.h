@@ -33,8 +33,8 @@ class MacosPlatform {
  private:
   AppDelegateBridge *const bridge_;
   PosixProcessLauncher processes_;
-  /// Constructed before the application object, which reads the process arguments from
-  /// the user defaults.
+  /// Constructed before the application object: the constructor removes the process arguments
+  /// from the user defaults, where NSApplication would read them.
   StandardUserDefaults defaults_;
   CocoaApplication application_;
   RunLoopMainQueue mainQueue_;

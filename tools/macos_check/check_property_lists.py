@@ -2,7 +2,8 @@
 
     python3 check_property_lists.py INFO_PLIST
 
-INFO_PLIST is that of a bundle without presets. Reads the other lists from the checkout.
+INFO_PLIST is the one of a build with the default version and without a key or an address.
+Reads the other lists from the checkout.
 """
 
 import plistlib
@@ -62,6 +63,7 @@ def differences(path, expected):
     return [
         f"{path}: {key} is {found.get(key)!r}, expected {expected.get(key)!r}"
         for key in sorted(found.keys() | expected.keys())
+        # In Python, True equals 1.
         if found.get(key) != expected.get(key)
         or type(found.get(key)) is not type(expected.get(key))
     ]

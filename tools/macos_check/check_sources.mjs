@@ -27,7 +27,7 @@ function differences(found, expected) {
   return [...unexpected.map((value) => `+ ${value}`), ...missing.map((value) => `- ${value}`)];
 }
 
-// Returns the first line number in a dump.
+// Returns the first line number in the dump of an AST node.
 const lineOf = (dump) => `line ${/(?:line|\.\w+):(\d+):/.exec(dump)?.[1]}`;
 
 // Returns the complaints about one source.

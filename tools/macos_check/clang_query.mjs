@@ -10,14 +10,14 @@ const run = promisify(execFile);
 // Returns the matches of each matcher, in order. A match is the text dump of its AST node,
 // whose first line describes the node itself. Throws with the messages of clang-query when a
 // matcher is malformed, and with the compiler's when the source does not compile. Warnings
-// are errors, as in the compile command.
+// are errors when the compile command has -Werror.
 export async function query(buildFolder, source, matchers) {
   const commands = join(tmpdir(), `clang-query-${process.pid}-${source.replaceAll('/', '_')}`);
   writeFileSync(commands, ['set output dump', ...matchers.map((matcher) => `match ${matcher}`)].join('\n'));
   try {
     const { stdout, stderr } = await run('clang-query-19', ['-p', buildFolder, '-f', commands, source],
       { maxBuffer: 1 << 28 });
-    // clang-query also succeeds when the source does not compile.
+    // clang-query exits with status 0 even when the source does not compile.
     if (stderr.includes('error:')) throw new Error(stderr);
     return split(stdout);
   } catch (error) {
@@ -28,14 +28,16 @@ export async function query(buildFolder, source, matchers) {
   }
 }
 
-// The output of each matcher ends with the line "N matches." or "1 match.".
+// Returns the matches in the output of clang-query, by matcher. The output of each matcher ends
+// with the line "N matches." or "1 match.".
 function split(output) {
   return output.split(/^\d+ match(?:es)?\.$/m).slice(0, -1).map((part) =>
     part.split(/^Match #\d+:$/m).slice(1)
       .map((match) => match.trim().replace(/^Binding for "root":\n/, '')));
 }
 
-// Returns the sources of a build folder below a folder, without generated ones.
+// Returns the Objective-C++ sources that a build folder compiles and that are below one of the
+// folders.
 export function compiledSources(buildFolder, folders) {
   return JSON.parse(readFileSync(join(buildFolder, 'compile_commands.json'), 'utf8'))
     .map(({ file }) => file)

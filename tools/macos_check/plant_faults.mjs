@@ -54,7 +54,7 @@ function check(files) {
   return result;
 }
 
-// Returns the most telling line of a check's output.
+// Returns the line of a check's output that names the failure, as a cell of a Markdown table.
 function complaint({ stdout, stderr }) {
   const lines = (stderr + stdout).split('\n');
   const line = lines.find((text) => text.startsWith('not ok')) ??

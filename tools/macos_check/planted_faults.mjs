@@ -1,4 +1,4 @@
-// Faults for plant_faults.mjs. Each edit replaces a text that its file contains once.
+// The faults that plant_faults.mjs plants. Each edit replaces a text that its file contains once.
 
 const bridge = 'platform/macos/appkit/app_delegate_bridge.mm';
 const bridgeHeader = 'platform/macos/appkit/app_delegate_bridge.h';
@@ -30,7 +30,7 @@ function ofClass(name, rows) {
   }));
 }
 
-const askAvailability = 'if (@available(macOS 13.3, *)) view_.inspectable';
+const availabilityCheck = 'if (@available(macOS 13.3, *)) view_.inspectable';
 const emptyDictionary = '<dict/>';
 const entitled = (key) => `<dict>\n\t<key>${key}</key>\n\t<true/>\n</dict>`;
 
@@ -46,7 +46,7 @@ export const faults = [
   ]),
   ...ofClass('nullability', [
     [url, 'a nullable text for a nonnull parameter', 'URLWithString:toCocoa(escaped)', 'URLWithString:utf8Text(escaped)'],
-    [bridge, 'nil for a nonnull event', 'postEvent:event', 'postEvent:nil'],
+    [bridge, 'nil for a nonnull event', 'postEvent:event atStart:NO', 'postEvent:nil atStart:event != nil'],
     ['platform/macos/foundation/standard_user_defaults.mm', 'nil for nonnull defaults', 'registerDefaults:@{@"NSTreatUnknownArgumentsAsOpen" : @"NO"}', 'registerDefaults:nil'],
     [view, 'a nullable text as HTML', 'loadHTMLString:toCocoa(html)', 'loadHTMLString:utf8Text(html)'],
   ]),
@@ -64,7 +64,7 @@ export const faults = [
   ...ofClass('delegates', [
     [bridge, 'a misspelt method', ')applicationDidFinishLaunching:', ')applicationDidFinishLaunch:'],
     [bridge, 'a misspelt method of the termination', ')applicationShouldTerminate:', ')applicationShouldTerminates:'],
-    [bridge, 'a missing method', '- (void)webViewWebContentProcessDidTerminate:(WKWebView *)__unused view {\n  self.page->webViewWebContentProcessDidTerminate();\n}\n', ''],
+    [bridge, 'a missing method', '- (void)webViewWebContentProcessDidTerminate:(WKWebView *)__unused view {\n  self.webViewDelegate->webViewWebContentProcessDidTerminate();\n}\n', ''],
     [bridge, 'a missing method of the state restoration', '- (BOOL)applicationSupportsSecureRestorableState:(NSApplication *)__unused sender {\n  return YES;\n}\n', ''],
     [bridge, 'a misspelt keyword', 'windowFeatures:(WKWindowFeatures', 'windowFeature:(WKWindowFeatures'],
     [bridge, 'another spelling of JavaScript', 'runJavaScriptAlertPanelWithMessage:', 'runJavascriptAlertPanelWithMessage:'],
@@ -75,16 +75,16 @@ export const faults = [
     [redirect, 'a misspelt method of the session task', 'willPerformHTTPRedirection:', 'willPerformHTTPRedirect:'],
     [view, 'no navigation delegate', '  view_.navigationDelegate = bridge;\n', ''],
     [view, 'nil as UI delegate', 'view_.UIDelegate = bridge;', 'view_.UIDelegate = nil;'],
-    [view, 'a bridge without the page', '  bridge.page = &delegate;\n', '  (void)delegate;\n'],
+    [view, 'a bridge without the delegate of the web view', '  bridge.webViewDelegate = &delegate;\n', '  (void)delegate;\n'],
     [application, 'no application delegate', '  application_.delegate = bridge_;\n', ''],
-    [application, 'a bridge without the application', '  bridge_.application = &delegate;\n', '  (void)delegate;\n'],
+    [application, 'a bridge without the delegate of the application', '  bridge_.applicationDelegate = &delegate;\n', '  (void)delegate;\n'],
     [session, 'a delegate that no task gets', 'task.delegate = [', '(void)['],
   ]),
   ...ofClass('availability', [
-    [view, 'a property of 13.3 without a question', askAvailability, 'view_.inspectable'],
-    [view, 'a question for an older version', 'macOS 13.3', 'macOS 13.0'],
-    [url, 'a question for an older version', 'macOS 14.0', 'macOS 13.0'],
-    [url, 'a method of 14.0 outside the question', 'return [NSURL URLWithString:text];', 'return [NSURL URLWithString:text encodingInvalidCharacters:NO];'],
+    [view, 'a property of 13.3 without an availability check', availabilityCheck, 'view_.inspectable'],
+    [view, 'an availability check for an older version', 'macOS 13.3', 'macOS 13.0'],
+    [url, 'an availability check for an older version', 'macOS 14.0', 'macOS 13.0'],
+    [url, 'a method of 14.0 outside the availability check', 'return [NSURL URLWithString:text];', 'return [NSURL URLWithString:text encodingInvalidCharacters:NO];'],
     [application, 'a method of 14.0', '[application_ activateIgnoringOtherApps:YES]', '[application_ activate]'],
     [application, 'a method of 14.0 by NSApp', '[application_ activateIgnoringOtherApps:YES]', '[NSApp activate]'],
     [bridge, 'NSApp', 'NSApplication.sharedApplication replyTo', 'NSApp replyTo'],
@@ -93,8 +93,8 @@ export const faults = [
     [bridgeHeader, 'no WKUIDelegate', ', WKUIDelegate>', '>'],
     [bridgeHeader, 'no WKNavigationDelegate', 'WKNavigationDelegate, ', ''],
     [bridgeHeader, 'no NSApplicationDelegate', 'NSApplicationDelegate, ', ''],
-    ['platform/macos/http/redirect_guard.h', 'the protocol of the session, not of its task', '<NSURLSessionTaskDelegate>', '<NSURLSessionDelegate>'],
-    ['platform/macos/foundation/run_loop_main_queue.h', 'another signature than the interface', 'void post(std::function<void()> work) override;', 'void post(const std::function<void()> &work) override;'],
+    ['platform/macos/http/redirect_guard.h', 'the protocol of session delegates, not of task delegates', '<NSURLSessionTaskDelegate>', '<NSURLSessionDelegate>'],
+    ['platform/macos/foundation/run_loop_main_queue.h', 'a signature that differs from the interface', 'void post(std::function<void()> work) override;', 'void post(const std::function<void()> &work) override;'],
   ]),
   ...ofClass('retain', [
     ['platform/macos/macos_platform.h', 'a weak reference to the bridge', 'AppDelegateBridge *const bridge_;', '__weak AppDelegateBridge *bridge_;'],
@@ -113,7 +113,7 @@ export const faults = [
     [mainQueue, 'an owner for an object that it did not create', '  using Seconds = std::chrono::duration<CFTimeInterval>;', '  const CFPointer<CFRunLoopRef> loop(CFRunLoopGetMain());\n  using Seconds = std::chrono::duration<CFTimeInterval>;'],
     [signature, 'a bridged pointer to a released URL', '  NSURL *url = fileUrl(path);', '  auto *url = (__bridge CFURLRef)fileUrl(path);', '(__bridge CFURLRef)url', 'url'],
     [signature, 'a Security object without an owner', 'const auto running = createdBy<CFPointer<SecCodeRef>>(SecCodeCopySelf, kSecCSDefaultFlags);\n  if (!running)', 'SecCodeRef running = nullptr;\n  if (SecCodeCopySelf(kSecCSDefaultFlags, &running) != errSecSuccess)', 'running.get()', 'running'],
-    [text, 'a bridge that owns nothing', 'return CFBridgingRelease(', 'return (__bridge NSString *)('],
+    [text, 'a bridged cast without a transfer of ownership', 'return CFBridgingRelease(', 'return (__bridge NSString *)('],
     [text, 'the release of a constant', 'std::string fromCocoa(NSString *text) {', 'std::string fromCocoa(NSString *text) {\n  NSString *mode = CFBridgingRelease(kCFRunLoopCommonModes);\n  if (text == mode) return {};'],
     [text, 'a retain that nothing balances', 'std::string fromCocoa(NSString *text) {', 'std::string fromCocoa(NSString *text) {\n  if (CFBridgingRetain(text) == nullptr) return {};'],
   ]),
@@ -122,7 +122,7 @@ export const faults = [
     [bridge, 'a handler that is never called', '  decide(toWebKit(', '  (void)(toWebKit(', '[handler](WKNavigationActionPolicy policy) { handler(policy); }', '[](WKNavigationActionPolicy) {}'],
     [bridge, 'an alert without oneShot', 'orvel::oneShot<>([handler] { handler(); })', '[handler] { handler(); }'],
     [bridge, 'a confirm dialog without oneShot', 'orvel::oneShot<bool>([handler](bool agreed) { handler(agreed); }, false)', '[handler](bool agreed) { handler(agreed); }'],
-    [bridge, 'a handler kept in a block variable', '  self.page->runJavaScriptAlertPanel(', '  void (^kept)(void) = handler;\n  kept();\n  self.page->runJavaScriptAlertPanel('],
+    [bridge, 'a handler kept in a block variable', '  self.webViewDelegate->runJavaScriptAlertPanel(', '  void (^kept)(void) = handler;\n  kept();\n  self.webViewDelegate->runJavaScriptAlertPanel('],
     [redirect, 'a direct call', '  follow(next);', '  handler(next);'],
     [redirect, 'a second call', '  follow(next);', '  follow(next);\n  handler(next);'],
     [redirect, 'a handler that nothing uses', '[handler](NSURLRequest *next) { handler(next); }', '[](NSURLRequest *) {}'],
@@ -131,21 +131,21 @@ export const faults = [
   ...ofClass('key-value coding', [
     [view, 'a misspelt key', '@"drawsBackground"', '@"drawBackground"'],
     [view, 'another key', '@"developerExtrasEnabled"', '@"developerExtras"'],
-    [view, 'a further private key', '  bridge.page = &delegate;', '  bridge.page = &delegate;\n  [view_ setValue:@YES forKey:@"allowsInspection"];'],
+    [view, 'a further private key', '  bridge.webViewDelegate = &delegate;', '  bridge.webViewDelegate = &delegate;\n  [view_ setValue:@YES forKey:@"allowsInspection"];'],
     [view, 'a key that is not a literal', '@"drawsBackground"', 'NSStringFromSelector(@selector(isOpaque))'],
-    [view, 'no question for the setter', 'setPrivateSetting(view_, @"drawsBackground", configuration.drawsBackground)', '[view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"]'],
+    [view, 'no check for the setter', 'setPrivateSetting(view_, @"drawsBackground", configuration.drawsBackground)', '[view_ setValue:@(configuration.drawsBackground) forKey:@"drawsBackground"]'],
   ]),
   ...ofClass('property list', [
     [infoPlist, 'no arbitrary loads', '<key>NSAllowsArbitraryLoads</key>\n\t\t<true/>', '<key>NSAllowsArbitraryLoads</key>\n\t\t<false/>'],
     [infoPlist, 'a misspelt key', '<key>NSAppTransportSecurity</key>', '<key>NSAppTransportSecurty</key>'],
-    [infoPlist, 'a key that disables another', '<key>NSAllowsArbitraryLoads</key>', '<key>NSAllowsLocalNetworking</key>\n\t\t<true/>\n\t\t<key>NSAllowsArbitraryLoads</key>'],
+    [infoPlist, 'a key that disables NSAllowsArbitraryLoads', '<key>NSAllowsArbitraryLoads</key>', '<key>NSAllowsLocalNetworking</key>\n\t\t<true/>\n\t\t<key>NSAllowsArbitraryLoads</key>'],
     [infoPlist, 'a text for a boolean', '<key>NSAllowsArbitraryLoads</key>\n\t\t<true/>', '<key>NSAllowsArbitraryLoads</key>\n\t\t<string>true</string>'],
-    [infoPlist, 'no oldest version of macOS', '\t<key>LSMinimumSystemVersion</key>\n\t<string>@CMAKE_OSX_DEPLOYMENT_TARGET@</string>\n', ''],
+    [infoPlist, 'no minimum version of macOS', '\t<key>LSMinimumSystemVersion</key>\n\t<string>@CMAKE_OSX_DEPLOYMENT_TARGET@</string>\n', ''],
     [infoPlist, 'another identifier', '<string>nl.orvel.os</string>', '<string>nl.orvel.OS</string>'],
     [infoPlist, 'another executable', '<key>CFBundleExecutable</key>\n\t<string>Orvel OS</string>', '<key>CFBundleExecutable</key>\n\t<string>orvel-os</string>'],
-    [infoPlist, 'no reason for the local network', '<key>NSLocalNetworkUsageDescription</key>', '<key>NSLocalNetworkUsage</key>'],
+    [infoPlist, 'no usage description for the local network', '<key>NSLocalNetworkUsageDescription</key>', '<key>NSLocalNetworkUsage</key>'],
     [infoPlist, 'a malformed list', '@plist_presets@</dict>', '@plist_presets@'],
-    ['tests/macos/Info.plist', 'the user defaults of the application in the tests', 'nl.orvel.os.contract', 'nl.orvel.os'],
+    ['tests/macos/Info.plist', 'the bundle identifier of the application for the tests', 'nl.orvel.os.contract', 'nl.orvel.os'],
   ]),
   ...ofClass('entitlements', [
     [entitlements, 'the sandbox', emptyDictionary, entitled('com.apple.security.app-sandbox')],
@@ -161,7 +161,7 @@ export const faults = [
     [buildApp, 'no verification', 'codesign --verify --strict "$bundle"', 'true'],
     [buildApp, 'a lenient verification', '--verify --strict', '--verify'],
     [buildApp, 'an ad hoc signature in spite of a certificate', '--sign "$ORVELOS_SIGN_IDENTITY"', '--sign -'],
-    [buildApp, 'a notarisation that is not awaited', '"${notary[@]}" --wait', '"${notary[@]}"'],
+    [buildApp, 'a notarisation that is not awaited', '"${notary_options[@]}" --wait', '"${notary_options[@]}"'],
     [buildApp, 'a ticket that is not validated', 'xcrun stapler validate "$bundle" >/dev/null', 'true'],
   ]),
   ...ofClass('threads', [
@@ -172,6 +172,6 @@ export const faults = [
     [session, 'AppKit on a thread of the session', '#import <Foundation/Foundation.h>', '#import <AppKit/AppKit.h>'],
     [bridge, 'an alert that closes on another thread', '  [self closeAlerts];', '  [self performSelectorInBackground:@selector(closeAlerts) withObject:nil];'],
     [cookies, 'a completion on a dispatch queue', '        completion();\n      }];', '        dispatch_async(dispatch_get_global_queue(QOS_CLASS_DEFAULT, 0), ^{\n          completion();\n        });\n      }];'],
-    [application, 'AppKit on another thread', 'void CocoaApplication::terminate() { [application_ terminate:nil]; }', '#include <thread>\nvoid CocoaApplication::terminate() {\n  std::thread([this] { [application_ terminate:nil]; }).detach();\n}'],
+    [application, 'AppKit on another thread', '#import "platform/macos/appkit/cocoa_application.h"', '#import "platform/macos/appkit/cocoa_application.h"\n#include <thread>', '[application_ terminate:nil]; }', 'std::thread([this] { [application_ terminate:nil]; }).detach(); }'],
   ]),
 ];

@@ -1,9 +1,9 @@
 // What the sources of platform/macos and tests/macos must and must not contain. Each rule is a
 // clang AST matcher, so the spelling and layout of the source do not matter.
 
-// The methods of each Objective-C class, by the protocol, superclass or category that
-// declares them. The compiler accepts a misspelt or forgotten optional method, and the framework
-// then never calls it.
+// The methods that each file implements, by the protocol, superclass or category that declares
+// them; "own" stands for the class itself. The compiler accepts a misspelt or forgotten optional
+// method, and the framework then never calls it.
 const methods = {
   'platform/macos/appkit/app_delegate_bridge.mm': {
     NSApplicationDelegate: [
@@ -41,12 +41,12 @@ const methods = {
   'platform/macos/appkit/page_window.mm': {
     NSWindow: ['becomeKeyWindow'],
     NSEvent: ['sendEvent:'],
-    own: ['handleMouseEvent:use:', 'isTitleBarAt:', 'releaseOutsideContent', 'doubleClickTitleBar'],
+    own: ['handleMouseEvent:use:', 'isTitleBarAt:', 'sendReleaseOutsidePage', 'doubleClickTitleBar'],
   },
 };
 
-// The class, category or protocol that declares each action of the main menu. An action is
-// named like its MenuAction. No SDK header declares undo: and redo:, so the source does.
+// The selectors of the main menu, by the class, category or protocol that declares them. Each is
+// the name of its MenuAction. No SDK header declares undo: and redo:, so the source does.
 const menuActions = {
   'NSStandardAboutPanel': ['orderFrontStandardAboutPanel:'],
   'NSApplication': ['hide:', 'terminate:'],
@@ -56,32 +56,37 @@ const menuActions = {
   'AppDelegateBridge': ['zoekUpdateMenu', 'kiesAdres', 'reloadPage'],
 };
 
-// The selectors of each file that another declaration must have, by that declaration.
+// For each file, the selectors that each class, category or protocol must declare. The check skips
+// "own".
 export const declarations = {
   ...methods,
   'platform/macos/appkit/cocoa_menu_bar.mm':
     { ...methods['platform/macos/appkit/cocoa_menu_bar.mm'], ...menuActions },
 };
 
-const ours = 'isExpansionInFileMatching("/(platform|tests)/macos/")';
-const call = (name) => `callExpr(${ours}, callee(functionDecl(matchesName("${name}"))))`;
+const inMacosFolders = 'isExpansionInFileMatching("/(platform|tests)/macos/")';
+// Returns a matcher of the calls of the functions whose qualified name matches a regular expression.
+const call = (name) => `callExpr(${inMacosFolders}, callee(functionDecl(matchesName("${name}"))))`;
 // Core Foundation's naming rule: the caller owns the result of these functions.
 const creation = 'ignoringParenImpCasts(callExpr(callee(functionDecl(' +
   'matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)")))))';
+// The type CFPointer.
 const owner = 'hasType(hasUnqualifiedDesugaredType(recordType(hasDeclaration(classTemplateSpecialization' +
   'Decl(hasName("::std::unique_ptr"), hasTemplateArgument(1, refersToType(hasUnqualifiedDesugaredType(' +
   'recordType(hasDeclaration(namedDecl(hasName("::orvel::ReleasedBy"))))))))))))';
+// A parameter of an Objective-C method that is a block.
 const handler = 'parmVarDecl(hasType(qualType(hasCanonicalType(blockPointerType()))), ' +
   'hasDeclContext(objcMethodDecl(isDefinition())))';
 const oneShotCall = 'callExpr(callee(functionDecl(hasName("::orvel::oneShot"))))';
 
 // A rule has a matcher and, by file, the values that it must find there; in every other file it
 // must find nothing. `value` takes the value out of the dump of a match, or returns undefined
-// for a match that does not count.
+// for a match that does not count; the default is the line number. `onlyIn` limits the rule to
+// the files whose path it matches.
 export const rules = [
   {
     name: 'a method of an Objective-C class',
-    matcher: `objcMethodDecl(${ours}, isDefinition())`,
+    matcher: `objcMethodDecl(${inMacosFolders}, isDefinition())`,
     value: (dump) => /^ObjCMethodDecl .* [-+] (\S+) '/.exec(dump)[1],
     expected: Object.fromEntries(
       Object.entries(methods).map(([file, protocols]) => [file, Object.values(protocols).flat()])),
@@ -89,7 +94,7 @@ export const rules = [
   {
     name: 'a method of the bridge and the member function of the core that it calls',
     onlyIn: /app_delegate_bridge\.mm$/,
-    matcher: `objcMethodDecl(${ours}, isDefinition())`,
+    matcher: `objcMethodDecl(${inMacosFolders}, isDefinition())`,
     value(dump) {
       const called = /MemberExpr .* '<bound member function type>' ->(\w+) /.exec(dump)?.[1];
       return called && `${/ [-+] (\S+) '/.exec(dump)[1]} ${called}`;
@@ -112,18 +117,18 @@ export const rules = [
   },
   {
     name: 'an object that becomes a delegate',
-    matcher: `objcMessageExpr(${ours}, hasAnySelector("setDelegate:", "setNavigationDelegate:", ` +
-      '"setUIDelegate:", "setPage:", "setApplication:"))',
+    matcher: `objcMessageExpr(${inMacosFolders}, hasAnySelector("setDelegate:", "setNavigationDelegate:", ` +
+      '"setUIDelegate:", "setWebViewDelegate:", "setApplicationDelegate:"))',
     value: (dump) => /selector=(\S+)/.exec(dump)[1] + (/(CXXNullPtrLiteral|GNUNull)Expr/.test(dump) ? ' nil' : ''),
     expected: {
-      'platform/macos/appkit/cocoa_application.mm': ['setApplication:', 'setDelegate:'],
+      'platform/macos/appkit/cocoa_application.mm': ['setApplicationDelegate:', 'setDelegate:'],
       'platform/macos/http/shared_url_session.mm': ['setDelegate:'],
-      'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setPage:', 'setUIDelegate:'],
+      'platform/macos/webkit/wk_page_view.mm': ['setNavigationDelegate:', 'setUIDelegate:', 'setWebViewDelegate:'],
     },
   },
   {
     name: 'a menu action (enumerator and selector)',
-    matcher: `caseStmt(${ours}, hasAncestor(functionDecl(hasName("selectorOf"))))`,
+    matcher: `caseStmt(${inMacosFolders}, hasAncestor(functionDecl(hasName("selectorOf"))))`,
     value(dump) {
       const selector = /ObjCSelectorExpr .* (\S+)$/m.exec(dump)?.[1];
       return selector && `${/EnumConstant \S+ '(\w+)'/.exec(dump)[1]} ${selector}`;
@@ -135,7 +140,7 @@ export const rules = [
   },
   {
     name: 'a key of key-value coding',
-    matcher: `expr(${ours}, anyOf(${call('^::orvel::setPrivateSetting$')}, ` +
+    matcher: `expr(${inMacosFolders}, anyOf(${call('^::orvel::setPrivateSetting$')}, ` +
       'objcMessageExpr(hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ' +
       '"valueForKey:", "valueForKeyPath:"))))',
     value(dump) {
@@ -155,22 +160,22 @@ export const rules = [
     },
   },
   {
-    name: 'a question whether an object has a method (respondsToSelector:)',
-    matcher: `objcMessageExpr(${ours}, hasSelector("respondsToSelector:"))`,
+    name: 'a check whether an object has a method (respondsToSelector:)',
+    matcher: `objcMessageExpr(${inMacosFolders}, hasSelector("respondsToSelector:"))`,
     value: () => 'respondsToSelector:',
     expected: {
       'platform/macos/webkit/private_setting.mm': ['respondsToSelector:'],
     },
   },
   {
-    name: 'an object for a BOOL, which C++ converts',
-    matcher: `implicitCastExpr(${ours}, hasCastKind("CK_PointerToBoolean"), hasSourceExpression(expr(` +
+    name: 'an Objective-C object that C++ converts to a BOOL',
+    matcher: `implicitCastExpr(${inMacosFolders}, hasCastKind("CK_PointerToBoolean"), hasSourceExpression(expr(` +
       'hasType(qualType(hasCanonicalType(objcObjectPointerType()))))), unless(hasParent(stmt(anyOf(ifStmt(), ' +
       'unaryOperator(), conditionalOperator(), binaryOperator(hasAnyOperatorName("&&", "||")))))))',
   },
   {
     name: 'NSApp, whose messages are not checked for availability (use NSApplication.sharedApplication)',
-    matcher: `declRefExpr(${ours}, to(varDecl(hasName("::NSApp"))))`,
+    matcher: `declRefExpr(${inMacosFolders}, to(varDecl(hasName("::NSApp"))))`,
   },
   {
     name: 'a bare Core Foundation retain or release (use CFPointer)',
@@ -178,24 +183,24 @@ export const rules = [
   },
   {
     name: 'a created Core Foundation object without an owner (use CFPointer, createdBy or CFBridgingRelease)',
-    matcher: `callExpr(${ours}, callee(functionDecl(matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)"))), ` +
+    matcher: `callExpr(${inMacosFolders}, callee(functionDecl(matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)"))), ` +
       'unless(hasParent(cxxConstructExpr())), unless(hasParent(cxxMemberCallExpr(callee(cxxMethodDecl(hasName("reset")))))), ' +
       'unless(hasParent(implicitCastExpr(hasParent(callExpr(callee(functionDecl(hasName("CFBridgingRelease")))))))))',
   },
   {
     name: 'a Core Foundation object that is released but was not created here',
-    matcher: `expr(${ours}, anyOf(` +
+    matcher: `expr(${inMacosFolders}, anyOf(` +
       `callExpr(callee(functionDecl(hasName("::CFBridgingRelease"))), unless(hasArgument(0, ${creation}))), ` +
       `cxxConstructExpr(${owner}, hasArgument(0, expr(hasType(pointerType()), unless(${creation}))))))`,
   },
   {
     name: 'a Core Foundation object that its owner gives up',
-    matcher: `cxxMemberCallExpr(${ours}, callee(cxxMethodDecl(hasName("release"), ` +
+    matcher: `cxxMemberCallExpr(${inMacosFolders}, callee(cxxMethodDecl(hasName("release"), ` +
       'ofClass(hasName("::std::unique_ptr")))))',
   },
   {
     name: 'whether closing a window releases it (under ARC it must not)',
-    matcher: `objcMessageExpr(${ours}, hasSelector("setReleasedWhenClosed:"))`,
+    matcher: `objcMessageExpr(${inMacosFolders}, hasSelector("setReleasedWhenClosed:"))`,
     value: (dump) => /__objc_(yes|no)/.exec(dump)?.[1] ?? 'not a literal',
     expected: {
       'platform/macos/appkit/cocoa_window.mm': ['no'],
@@ -204,34 +209,34 @@ export const rules = [
   },
   {
     name: 'a cast that transfers ownership',
-    matcher: `explicitCastExpr(${ours}, hasDescendant(castExpr(anyOf(hasCastKind("CK_ARCConsumeObject"), ` +
+    matcher: `explicitCastExpr(${inMacosFolders}, hasDescendant(castExpr(anyOf(hasCastKind("CK_ARCConsumeObject"), ` +
       'hasCastKind("CK_ARCProduceObject")))))',
   },
   {
     name: 'a variable with a bridged pointer, which does not keep its object alive',
-    matcher: `varDecl(${ours}, unless(hasType(qualType(hasCanonicalType(objcObjectPointerType())))), ` +
+    matcher: `varDecl(${inMacosFolders}, unless(hasType(qualType(hasCanonicalType(objcObjectPointerType())))), ` +
       'hasInitializer(ignoringParenImpCasts(explicitCastExpr(hasSourceExpression(ignoringImpCasts(expr(' +
       'hasType(qualType(hasCanonicalType(objcObjectPointerType()))))))))))',
   },
   {
     name: 'a reference that does not own its object',
     // A weak or assigned property has such an instance variable.
-    matcher: `valueDecl(${ours})`,
+    matcher: `valueDecl(${inMacosFolders})`,
     value: (dump) => /__(?:weak|unsafe_unretained|autoreleasing)\b/.exec(dump.split('\n')[0])?.[0],
   },
   {
     name: 'a handler that is called without oneShot',
-    matcher: `declRefExpr(${ours}, to(${handler}), unless(hasAncestor(${oneShotCall})))`,
+    matcher: `declRefExpr(${inMacosFolders}, to(${handler}), unless(hasAncestor(${oneShotCall})))`,
   },
   {
     name: 'a handler that is never called',
-    matcher: `objcMethodDecl(${ours}, isDefinition(), hasAnyParameter(parmVarDecl(` +
+    matcher: `objcMethodDecl(${inMacosFolders}, isDefinition(), hasAnyParameter(parmVarDecl(` +
       'hasType(qualType(hasCanonicalType(blockPointerType())))).bind("handler")), ' +
       'unless(hasDescendant(declRefExpr(to(equalsBoundNode("handler")), hasAncestor(' + oneShotCall + ')))))',
   },
   {
     name: 'a change of the thread or run loop',
-    matcher: `expr(${ours}, anyOf(` +
+    matcher: `expr(${inMacosFolders}, anyOf(` +
       'callExpr(callee(functionDecl(matchesName("^::(dispatch_[a-z_]+|pthread_create|CFRunLoopGet[A-Za-z]+)$")))), ' +
       'objcMessageExpr(matchesSelector("(InBackground|OnMainThread|onThread:|detachNewThread|performBlock|addOperation|mainQueue|currentRunLoop|mainRunLoop)")), ' +
       'cxxConstructExpr(hasDeclaration(cxxMethodDecl(ofClass(hasAnyName("::std::thread", "::std::jthread")))))))',

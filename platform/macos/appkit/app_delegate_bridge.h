@@ -21,12 +21,12 @@ void wakeModalLoop();
 
 /// Receives the calls of NSApplicationDelegate and of the menu. Set before the run loop
 /// starts.
-@property(nonatomic) orvel::ApplicationDelegate *application;
+@property(nonatomic) orvel::ApplicationDelegate *applicationDelegate;
 /// Receives the calls of WKNavigationDelegate and WKUIDelegate. Set before the web view
 /// loads anything.
-@property(nonatomic) orvel::WebViewDelegate *page;
+@property(nonatomic) orvel::WebViewDelegate *webViewDelegate;
 
-/// Whether a request to terminate has been accepted. Nothing defers or cancels it then.
+/// Whether a request to terminate has been accepted. Nothing defers or cancels an accepted one.
 @property(nonatomic, readonly) BOOL terminationProceeds;
 
 /// Completes a termination that was deferred with NSTerminateLater. Closes the open
@@ -34,7 +34,9 @@ void wakeModalLoop();
 /// reply.
 - (void)proceedWithTermination;
 
-/// Action of the menu item that checks for an update. Takes no sender, like the two below.
+// The actions of menu items. They omit the optional argument, the sender.
+
+/// Action of the menu item that checks for an update.
 - (void)zoekUpdateMenu;
 /// Action of the menu item that opens the address dialog.
 - (void)kiesAdres;

@@ -14,7 +14,8 @@ orvel::NavigationTarget targetOf(WKNavigationAction *action) {
                                       : orvel::NavigationTarget::subFrame;
 }
 
-/// The time in seconds in which a stopped modal loop returns to the loop around it.
+/// The pause in seconds after the closing of an alert, in which its modal loop returns to the
+/// loop around it. A loop that has not returned by then is stopped once more.
 constexpr NSTimeInterval closeAlertsInterval = 0.05;
 
 WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {
@@ -46,16 +47,16 @@ void wakeModalLoop() {
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
-  self.application->applicationDidFinishLaunching();
+  self.applicationDelegate->applicationDidFinishLaunching();
 }
 
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
   // Code that runs after an alert was closed may request termination again.
   if (_terminationProceeds) return NSTerminateNow;
-  // Requests that arrive while one is deferred get the answer of that one.
+  // A request that arrives while another one is deferred gets the same answer.
   if (_terminationIsDeferred) return NSTerminateLater;
   _terminationIsDeferred =
-      self.application->applicationShouldTerminate() == orvel::TerminateReply::later;
+      self.applicationDelegate->applicationShouldTerminate() == orvel::TerminateReply::later;
   _terminationProceeds = !_terminationIsDeferred;
   return _terminationIsDeferred ? NSTerminateLater : NSTerminateNow;
 }
@@ -79,25 +80,25 @@ void wakeModalLoop() {
 }
 
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication *)__unused sender {
-  return self.application->applicationShouldTerminateAfterLastWindowClosed();
+  return self.applicationDelegate->applicationShouldTerminateAfterLastWindowClosed();
 }
 
-// Without this method AppKit logs a warning at each start (macOS 14). The window is not
-// restorable, so no state is ever decoded.
+// Without this method AppKit logs a warning at each start (macOS 14). YES is safe: the window is
+// not restorable, so AppKit never decodes a saved state.
 - (BOOL)applicationSupportsSecureRestorableState:(NSApplication *)__unused sender {
   return YES;
 }
 
 - (void)zoekUpdateMenu {
-  self.application->zoekUpdateMenu();
+  self.applicationDelegate->zoekUpdateMenu();
 }
 
 - (void)kiesAdres {
-  self.application->kiesAdres();
+  self.applicationDelegate->kiesAdres();
 }
 
 - (void)reloadPage {
-  self.application->reloadPage();
+  self.applicationDelegate->reloadPage();
 }
 
 - (void)webView:(WKWebView *)__unused view
@@ -106,7 +107,7 @@ void wakeModalLoop() {
   const auto decide = orvel::oneShot<WKNavigationActionPolicy>(
       [handler](WKNavigationActionPolicy policy) { handler(policy); },
       WKNavigationActionPolicyCancel);
-  decide(toWebKit(self.page->decidePolicy(
+  decide(toWebKit(self.webViewDelegate->decidePolicy(
       {.url = orvel::fromCocoa(action.request.URL), .target = targetOf(action)})));
 }
 
@@ -114,8 +115,8 @@ void wakeModalLoop() {
     createWebViewWithConfiguration:(WKWebViewConfiguration *)__unused configuration
                forNavigationAction:(WKNavigationAction *)action
                     windowFeatures:(WKWindowFeatures *)__unused features {
-  self.page->createWebView(orvel::fromCocoa(action.request.URL));
-  // WebKit then opens no window.
+  self.webViewDelegate->createWebView(orvel::fromCocoa(action.request.URL));
+  // For nil, WebKit opens no window.
   return nil;
 }
 
@@ -123,21 +124,21 @@ void wakeModalLoop() {
     runJavaScriptAlertPanelWithMessage:(NSString *)message
                       initiatedByFrame:(WKFrameInfo *)__unused frame
                      completionHandler:(void (^)(void))handler {
-  self.page->runJavaScriptAlertPanel(orvel::fromCocoa(message),
-                                     orvel::oneShot<>([handler] { handler(); }));
+  self.webViewDelegate->runJavaScriptAlertPanel(orvel::fromCocoa(message),
+                                                orvel::oneShot<>([handler] { handler(); }));
 }
 
 - (void)webView:(WKWebView *)__unused view
     runJavaScriptConfirmPanelWithMessage:(NSString *)message
                         initiatedByFrame:(WKFrameInfo *)__unused frame
                        completionHandler:(void (^)(BOOL))handler {
-  self.page->runJavaScriptConfirmPanel(
+  self.webViewDelegate->runJavaScriptConfirmPanel(
       orvel::fromCocoa(message),
       orvel::oneShot<bool>([handler](bool agreed) { handler(agreed); }, false));
 }
 
 - (void)webViewWebContentProcessDidTerminate:(WKWebView *)__unused view {
-  self.page->webViewWebContentProcessDidTerminate();
+  self.webViewDelegate->webViewWebContentProcessDidTerminate();
 }
 
 @end

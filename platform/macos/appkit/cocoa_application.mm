@@ -3,7 +3,7 @@
 namespace orvel {
 
 void CocoaApplication::setDelegate(ApplicationDelegate &delegate) {
-  bridge_.application = &delegate;
+  bridge_.applicationDelegate = &delegate;
   application_.delegate = bridge_;
 }
 

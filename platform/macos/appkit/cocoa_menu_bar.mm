@@ -81,7 +81,7 @@ NSMenuItem *makeItem(const MenuItem &item) {
                                          action:selectorOf(item.action)
                                   keyEquivalent:toCocoa(item.keyEquivalent)];
   [menuItem fixTitle];
-  // Without this mask AppKit takes the Command key alone.
+  // The default mask is the Command key alone.
   if (item.withControl) {
     menuItem.keyEquivalentModifierMask = NSEventModifierFlagCommand | NSEventModifierFlagControl;
   }
@@ -97,8 +97,8 @@ NSMenu *makeMenu(const Menu &menu) {
 }  // namespace
 
 void CocoaMenuBar::install(const std::vector<Menu> &menus) {
-  // Before the menu bar exists, because AppKit adds items for tabs to the menus Weergave and
-  // Venster when it sees them.
+  // Otherwise AppKit would add items for tabs to the menus Weergave and Venster as soon as the
+  // menu bar has them.
   NSWindow.allowsAutomaticWindowTabbing = NO;
   NSApplication *application = NSApplication.sharedApplication;
   NSMenu *bar = [[NSMenu alloc] init];

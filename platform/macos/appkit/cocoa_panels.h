@@ -11,8 +11,9 @@ class CocoaPanels final : public Panels {
   /// Reads `terminationProceeds` of the bridge before each completion.
   explicit CocoaPanels(AppDelegateBridge *bridge) : bridge_(bridge) {}
 
-  /// Calls the completion before it returns, and not at all once the bridge has accepted
-  /// the termination. Escape presses the last of several buttons.
+  /// Blocks until the alert has closed, and calls the completion before returning. Does not call
+  /// it once the bridge has accepted the termination. Escape presses the last of several
+  /// buttons.
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
  private:

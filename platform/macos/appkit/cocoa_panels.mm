@@ -33,6 +33,7 @@ NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
   // VoiceOver does not use the texts of an alert as the label of its accessory view.
   cocoaField.accessibilityLabel = alert.messageText;
   alert.accessoryView = cocoaField;
+  // Puts the field into the window, where it can become the first responder.
   [alert layout];
   alert.window.initialFirstResponder = cocoaField;
   return cocoaField;
@@ -40,9 +41,9 @@ NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
 
 /// Returns the index of the button that was pressed, or nullopt for any other response.
 /// AppKit adds a button to an alert that has none.
-std::optional<int> buttonOf(NSModalResponse response, std::size_t buttons) {
+std::optional<int> buttonOf(NSModalResponse response, std::size_t buttonCount) {
   const NSInteger index = response - NSAlertFirstButtonReturn;
-  const auto count = static_cast<NSInteger>(std::max<std::size_t>(buttons, 1));
+  const auto count = static_cast<NSInteger>(std::max<std::size_t>(buttonCount, 1));
   if (index < 0 || index >= count) return std::nullopt;
   return static_cast<int>(index);
 }
@@ -53,7 +54,7 @@ void CocoaPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> 
   NSAlert *shown = makeAlert(alert);
   NSTextField *field = alert.textField ? addField(shown, *alert.textField) : nil;
   const NSModalResponse response = [shown runModal];
-  // Quitting has ended the alert, so there is no answer.
+  // Quitting closes the alerts without an answer.
   if (bridge_.terminationProceeds) return;
   AlertAnswer answer;
   answer.button = buttonOf(response, alert.buttons.size());

@@ -5,7 +5,7 @@
 
 @implementation PageWindow {
   orvel::TitleBarMouse _mouse;
-  NSEvent *_press;
+  NSEvent *_pressEvent;
 }
 
 - (void)becomeKeyWindow {
@@ -21,7 +21,7 @@
   const NSPoint position = event.locationInWindow;
   switch (event.type) {
     case NSEventTypeLeftMouseDown:
-      _press = event;
+      _pressEvent = event;
       _mouse.press([self isTitleBarAt:position], position.x, position.y);
       [super sendEvent:event];
       return;
@@ -46,8 +46,8 @@
       [self doubleClickTitleBar];
       return;
     case orvel::MouseEventUse::startWindowDrag:
-      [self releaseOutsideContent];
-      [self performWindowDragWithEvent:_press];
+      [self sendReleaseOutsidePage];
+      [self performWindowDragWithEvent:_pressEvent];
       return;
     case orvel::MouseEventUse::none:
       return;
@@ -65,22 +65,24 @@
   return [[content.superview hitTest:position] isDescendantOf:content];
 }
 
-/// Ends the press for the page with a release outside of it, which is not a click. The page
-/// may not get the release that ends the drag (NSWindow.h, performWindowDragWithEvent:), and
-/// WebKit does not update :hover and :active while the button is pressed.
-- (void)releaseOutsideContent {
+/// Ends the press of the page when a drag of the window begins: a release outside the page is
+/// not a click. The page may not get the release that ends the drag (NSWindow.h,
+/// performWindowDragWithEvent:), and WebKit does not update :hover and :active while the button
+/// is pressed.
+- (void)sendReleaseOutsidePage {
   NSEvent *release = [NSEvent mouseEventWithType:NSEventTypeLeftMouseUp
                                         location:NSMakePoint(-1, -1)
-                                   modifierFlags:_press.modifierFlags
+                                   modifierFlags:_pressEvent.modifierFlags
                                        timestamp:NSProcessInfo.processInfo.systemUptime
                                     windowNumber:self.windowNumber
                                          context:nil
-                                     eventNumber:_press.eventNumber
-                                      clickCount:_press.clickCount
+                                     eventNumber:_pressEvent.eventNumber
+                                      clickCount:_pressEvent.clickCount
                                         pressure:0];
   if (release != nil) [super sendEvent:release];
 }
 
+/// Does what the user's setting for a double click on a title bar says.
 - (void)doubleClickTitleBar {
   NSString *preference =
       [NSUserDefaults.standardUserDefaults stringForKey:@"AppleActionOnDoubleClick"];

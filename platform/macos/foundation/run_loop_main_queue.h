@@ -6,9 +6,9 @@
 
 namespace orvel {
 
-/// A queue on a source of the main run loop. The source is in the common modes, which
-/// include the modes of modal panels and of a deferred termination. Runs one work item at a
-/// time, in the order of posting. Any thread.
+/// A queue on the main run loop. Its run loop source is in the common modes, which include the
+/// modes of modal panels and of a deferred termination. Each pass of the run loop runs one work
+/// item, in the order of posting. Any thread.
 ///
 /// The main dispatch queue is unsuitable: it runs nothing while one of its blocks shows a
 /// panel or waits for a deferred termination, and the reply to that termination is posted

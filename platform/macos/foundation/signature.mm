@@ -10,6 +10,8 @@ namespace orvel {
 
 namespace {
 
+/// The size of a point of the curve P-256: the byte 4 and two coordinates of 32 bytes (SEC 1,
+/// 2.3.3).
 constexpr NSUInteger uncompressedPointSize = 65;
 
 /// Returns the decoded bytes, or nil unless the text is base64 in its only canonical form.
@@ -17,10 +19,11 @@ NSData *_Nullable decodeBase64(std::string_view text) {
   NSString *encoded = utf8Text(text);
   if (encoded == nil) return nil;
   NSData *bytes = [[NSData alloc] initWithBase64EncodedString:encoded options:0];
-  // The bits after the last byte may differ from zero.
+  // Foundation ignores the unused bits of the last digit, which are zero in the canonical form.
   return [[bytes base64EncodedStringWithOptions:0] isEqualToString:encoded] ? bytes : nil;
 }
 
+/// Returns the key, or null unless the text is an uncompressed point in base64.
 CFPointer<SecKeyRef> decodePublicKey(std::string_view text) {
   NSData *point = decodeBase64(text);
   // SecKeyCreateWithData takes the curve from the size, and also accepts a private key.

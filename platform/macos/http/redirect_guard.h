@@ -6,13 +6,14 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// See UrlRequest::forwardsHeaders.
+/// The type of UrlRequest::forwardsHeaders, which says whether a redirect gets the header fields.
 using ForwardsHeaders = decltype(orvel::UrlRequest::forwardsHeaders);
 
-/// The delegate of one URL session task. Redirects get the header fields of its request
-/// until `forwardsHeaders` rejects a redirect; that one and all later ones get none of them.
-/// Without this delegate Foundation sends the fields to any host. A redirect uses the session's
-/// cookies only if the request does. Called on the session's delegate queue.
+/// The delegate of one URL session task. Redirects get the header fields of the task's request
+/// until `forwardsHeaders` rejects a redirect. The rejected redirect and all later ones get none
+/// of the fields. Without this delegate Foundation sends the fields to any host. A redirect uses
+/// the session's cookies only if the task's request does. Called on the session's delegate
+/// queue.
 @interface RedirectGuard : NSObject <NSURLSessionTaskDelegate>
 
 - (instancetype)init NS_UNAVAILABLE;

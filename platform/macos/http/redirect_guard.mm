@@ -24,7 +24,7 @@
     willPerformHTTPRedirection:(NSHTTPURLResponse *)__unused response
                     newRequest:(NSURLRequest *)request
              completionHandler:(void (^)(NSURLRequest *))handler {
-  // Without an answer the redirect is refused, and its response ends the task.
+  // The fallback nil refuses the redirect: its own response then ends the task.
   const auto follow =
       orvel::oneShot<NSURLRequest *>([handler](NSURLRequest *next) { handler(next); }, nil);
   const auto from = orvel::fromCocoa(_request.URL);

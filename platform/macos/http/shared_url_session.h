@@ -21,7 +21,7 @@ class SharedUrlSession final : public HttpSession {
   void downloadTask(const UrlRequest &request, DownloadCompletion completion) override;
 
  private:
-  const dispatch_queue_t downloadCompletions_;
+  const dispatch_queue_t downloadCompletionQueue_;
 };
 
 }  // namespace orvel

@@ -44,7 +44,7 @@ void start(NSURLSessionTask *task, NSURLRequest *cocoaRequest, const UrlRequest 
 }  // namespace
 
 SharedUrlSession::SharedUrlSession()
-    : downloadCompletions_(
+    : downloadCompletionQueue_(
           dispatch_queue_create("nl.orvel.os.download-completions", DISPATCH_QUEUE_SERIAL)) {}
 
 void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion completion) {
@@ -64,7 +64,7 @@ void SharedUrlSession::dataTask(const UrlRequest &request, DataCompletion comple
 
 void SharedUrlSession::downloadTask(const UrlRequest &request, DownloadCompletion completion) {
   NSURLRequest *cocoaRequest = withoutSessionCookies(request);
-  dispatch_queue_t queue = downloadCompletions_;
+  dispatch_queue_t queue = downloadCompletionQueue_;
   start([NSURLSession.sharedSession
             downloadTaskWithRequest:cocoaRequest
                   completionHandler:^(NSURL *file, NSURLResponse *response, NSError *) {

@@ -20,8 +20,8 @@ namespace orvel {
 
 namespace {
 
-/// Returns the list of TCP sockets. Returns the empty text when sockets are created faster than
-/// the list can be read, and nullopt when the system does not have the list.
+/// Returns the list of TCP sockets. Returns the empty text, which lists no socket, when sockets
+/// are created faster than the list can be read, and nullopt when the system has no such list.
 std::optional<std::string> readSocketList() {
   constexpr const char *name = "net.inet.tcp.pcblist64";
   constexpr int maxAttempts = 5;
@@ -29,8 +29,8 @@ std::optional<std::string> readSocketList() {
   for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
     std::size_t size = 0;
     if (::sysctlbyname(name, nullptr, &size, nullptr, 0) != 0) return std::nullopt;
-    // Room for sockets that are created before the second call. Without enough of it that call
-    // fails with ENOMEM (sysctl(3)).
+    // Room for sockets that are created before the second call, which fails with ENOMEM when the
+    // list does not fit (sysctl(3)).
     size *= static_cast<std::size_t>(attempt) + 1;
     list.assign(size, '\0');
     if (::sysctlbyname(name, list.data(), &size, nullptr, 0) == 0) {
@@ -65,7 +65,7 @@ std::optional<std::vector<TcpListener>> SysctlTcpListeners::onPort(int port) con
   for (std::size_t at = size; at + sizeof(xtcpcb64) <= list->size(); at += size) {
     xtcpcb64 entry{};
     std::memcpy(&entry, list->data() + at, sizeof entry);
-    // A layout of another version of macOS.
+    // A version of macOS with another layout.
     if (entry.xt_len < sizeof entry) return std::nullopt;
     size = entry.xt_len;
     const xinpcb64 &socket = entry.xt_inpcb;

@@ -25,7 +25,7 @@ WKPageView::WKPageView(const WebViewConfiguration &configuration, AppDelegateBri
                        WebViewDelegate &delegate)
     : view_([[WKWebView alloc] initWithFrame:NSZeroRect configuration:toWebKit(configuration)]),
       cookies_(view_.configuration.websiteDataStore.httpCookieStore) {
-  bridge.page = &delegate;
+  bridge.webViewDelegate = &delegate;
   view_.navigationDelegate = bridge;
   view_.UIDelegate = bridge;
   setPrivateSetting(view_, @"drawsBackground", configuration.drawsBackground);
