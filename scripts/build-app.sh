@@ -52,8 +52,8 @@ esac
 # need TOOL HINT: fails with the hint when the tool is missing.
 need() { command -v "$1" >/dev/null || fail "$1 is not installed; $2"; }
 
-notary=()
-notarises() { [ "${#notary[@]}" -gt 0 ]; }
+notary_options=()
+notarises() { [ "${#notary_options[@]}" -gt 0 ]; }
 if [ "$system" = Darwin ]; then
   # macOS has stubs in /usr/bin for Xcode's tools, which `command -v` finds even when the tools
   # are not installed.
@@ -64,13 +64,13 @@ if [ "$system" = Darwin ]; then
   for tool in cmake ninja; do need "$tool" "Xcode does not include it"; done
 
   if [ -n "${ORVELOS_NOTARY_PROFILE:-}" ]; then
-    notary=(--keychain-profile "$ORVELOS_NOTARY_PROFILE")
+    notary_options=(--keychain-profile "$ORVELOS_NOTARY_PROFILE")
   elif [ -n "${ORVELOS_NOTARY_KEY:-}${ORVELOS_NOTARY_KEY_ID:-}${ORVELOS_NOTARY_ISSUER:-}" ]; then
     for name in ORVELOS_NOTARY_KEY ORVELOS_NOTARY_KEY_ID ORVELOS_NOTARY_ISSUER; do
       [ -n "${!name:-}" ] || fail "$name is not set; notarising with a key needs all three variables"
     done
     [ -r "$ORVELOS_NOTARY_KEY" ] || fail "the key file '$ORVELOS_NOTARY_KEY' cannot be read"
-    notary=(--key "$ORVELOS_NOTARY_KEY" --key-id "$ORVELOS_NOTARY_KEY_ID"
+    notary_options=(--key "$ORVELOS_NOTARY_KEY" --key-id "$ORVELOS_NOTARY_KEY_ID"
       --issuer "$ORVELOS_NOTARY_ISSUER")
   fi
   if notarises; then
@@ -101,6 +101,7 @@ finish() {
   trap - EXIT
   trap '' INT TERM HUP
   if [ -n "$work" ]; then
+    # The replacement was interrupted between its two steps.
     if [ -e "$work/old.app" ] && [ ! -e "$target" ]; then mv "$work/old.app" "$target"; fi
     rm -rf "$work"
   fi
@@ -143,8 +144,8 @@ notarise() {
   local output
   ditto -c -k --keepParent "$bundle" "$work/notary.zip" ||
     fail "ditto could not pack the application for notarisation"
-  # Exits with 0 also when Apple rejects the application.
-  output=$(xcrun notarytool submit "$work/notary.zip" "${notary[@]}" --wait) ||
+  # notarytool exits with status 0 even when Apple rejects the application.
+  output=$(xcrun notarytool submit "$work/notary.zip" "${notary_options[@]}" --wait) ||
     fail "notarytool could not submit the application: $output"
   grep -qE '^ *status: Accepted *$' <<<"$output" ||
     fail "Apple rejected the application; 'xcrun notarytool log' has the reason: $output"
@@ -160,8 +161,8 @@ if [ "$system" = Darwin ]; then
 else
   strip "$bundle/$executable" || fail "strip failed on the executable"
 fi
-# A developer's build (the preset "default") may write to the same folder. The old date makes it
-# link its executable again instead of taking this one for up to date.
+# A build with the preset "default" may write its bundle to the same folder. The old date makes
+# Ninja link the executable of that build again instead of taking this one for up to date.
 touch -t 200001010000 "$bundle/$executable"
 
 [ ! -e "$target" ] || mv "$target" "$work/old.app"

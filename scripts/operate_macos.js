@@ -1,25 +1,29 @@
-// Finds, observes and operates an application on macOS, for smoke-macos.sh. Written for
-// JavaScript for Automation, which has no modules:
+// Finds, observes and operates an application on macOS, for smoke-macos.sh:
 //
 //   osascript -l JavaScript scripts/operate_macos.js COMMAND ARGUMENT...
 //
 // Prints the result of the command. Reading windows needs no permission; posting events needs
 // the one of System Settings, Privacy & Security, Accessibility.
+//
+// Written for JavaScript for Automation, which has no modules. There `$` has the functions,
+// constants and classes of the imported frameworks, `.js` converts an Objective-C object to a
+// JavaScript value, and `delay` waits for a number of seconds.
 
 /* exported run */
 
 ObjC.import('AppKit');
 ObjC.import('CoreGraphics');
-// Not in the metadata by which the bridge finds functions.
+// The framework's metadata for scripts does not describe this function.
 ObjC.bindFunction('CGPreflightPostEventAccess', ['bool', []]);
 
+// Virtual key codes: kVK_Tab and kVK_Return.
 const TAB = 48;
 const RETURN = 36;
 
-const resolved = (url) => url.URLByResolvingSymlinksInPath.path.js;
+const resolvedPath = (url) => url.URLByResolvingSymlinksInPath.path.js;
 
-/// Returns the normal windows of all applications, front to back. Layer 0 excludes menus, the
-/// Dock and the menu bar.
+// Returns the normal windows of all applications, front to back. Layer 0 excludes menus, the
+// Dock and the menu bar.
 function windows() {
   const options = $.kCGWindowListOptionOnScreenOnly | $.kCGWindowListExcludeDesktopElements;
   const list = $.CGWindowListCopyWindowInfo(options, $.kCGNullWindowID);
@@ -32,6 +36,7 @@ function boundsOf(pid) {
   return window.kCGWindowBounds;
 }
 
+// Posts an event and waits until the system has probably delivered it.
 function post(event) {
   $.CGEventPost($.kCGHIDEventTap, event);
   delay(0.05);
@@ -45,56 +50,59 @@ function pressKey(code, flags) {
   }
 }
 
-function moveMouse(type, x, y) {
+// Posts a mouse event at a position on the screen.
+function postMouse(type, x, y) {
   post($.CGEventCreateMouseEvent($(), type, $.CGPointMake(x, y), $.kCGMouseButtonLeft));
 }
 
 const commands = {
-  /// Prints the process ID of the application that runs from a bundle, or nothing.
+  // Returns the process ID of the application that runs from a bundle, or the empty text.
   pid(bundle) {
-    const path = resolved($.NSURL.fileURLWithPath(bundle));
+    const path = resolvedPath($.NSURL.fileURLWithPath(bundle));
     const running = $.NSRunningApplication.runningApplicationsWithBundleIdentifier('nl.orvel.os');
-    const found = running.js.find((application) => resolved(application.bundleURL) === path);
+    const found = running.js.find((application) => resolvedPath(application.bundleURL) === path);
     return found ? String(found.processIdentifier) : '';
   },
-  /// Sends the quit Apple event and prints whether it was sent.
+  // Sends the quit Apple event and returns whether it was sent.
   quit(pid) {
     return $.NSRunningApplication.runningApplicationWithProcessIdentifier(Number(pid)).terminate;
   },
-  /// Prints whether the application is active and has the frontmost window.
+  // Returns whether the application is active and has the frontmost window.
   isInFront(pid) {
     const active = $.NSWorkspace.sharedWorkspace.frontmostApplication.processIdentifier;
     return active === Number(pid) && windows()[0]?.kCGWindowOwnerPID === active;
   },
-  /// Prints whether this process may post events.
+  // Returns whether this process may post events.
   mayPostEvents() {
     return Boolean($.CGPreflightPostEventAccess());
   },
-  /// Opens the second link of the page by keys. Option-Tab moves to a link also where the
-  /// user's settings exclude links from Tab.
+  // Opens the second link of the page by keys. Option-Tab moves to a link even where
+  // the user's settings exclude links from Tab.
   openSecondLink() {
     for (let link = 1; link <= 2; link += 1) pressKey(TAB, $.kCGEventFlagMaskAlternate);
     pressKey(RETURN, 0);
   },
-  /// Prints the position of the window of a process.
+  // Returns the position of the window of a process.
   position(pid) {
     const { X, Y } = boundsOf(Number(pid));
     return `${X} ${Y}`;
   },
-  /// Drags the window of a process by the middle of its title bar.
+  // Drags the window of a process by the middle of its title bar.
   dragTitleBar(pid) {
     const { X, Y, Width } = boundsOf(Number(pid));
     const x = X + Width / 2;
+    // Inside a title bar, which is 28 points high.
     const y = Y + 10;
-    moveMouse($.kCGEventMouseMoved, x, y);
-    moveMouse($.kCGEventLeftMouseDown, x, y);
+    postMouse($.kCGEventMouseMoved, x, y);
+    postMouse($.kCGEventLeftMouseDown, x, y);
     for (let step = 1; step <= 10; step += 1) {
-      moveMouse($.kCGEventLeftMouseDragged, x - 6 * step, y + 6 * step);
+      postMouse($.kCGEventLeftMouseDragged, x - 6 * step, y + 6 * step);
     }
-    moveMouse($.kCGEventLeftMouseUp, x - 60, y + 60);
+    postMouse($.kCGEventLeftMouseUp, x - 60, y + 60);
   },
 };
 
+// The entry point: osascript calls it with the arguments and prints its result.
 function run([command, ...args]) {
   return commands[command](...args);
 }

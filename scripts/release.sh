@@ -84,6 +84,8 @@ fi
 work=''
 stage=''
 trap 'rm -rf ${work:+"$work"} ${stage:+"$stage"}' EXIT
+# For reproducible archives: fixed permissions, order and time zone, and no options for zip from
+# the environment.
 umask 022
 export LC_ALL=C TZ=UTC
 unset ZIPOPT
@@ -95,8 +97,10 @@ ORVELOS_VERSION=$version scripts/build-app.sh "$stage" >/dev/null
 mkdir -p "$folder"
 work=$(mktemp -d "$folder/.release-XXXXXX")
 chmod -R u=rwX,go=rX "$stage"
-stamp=$(date -d "@$timestamp" +%Y%m%d%H%M.%S 2>/dev/null || date -r "$timestamp" +%Y%m%d%H%M.%S)
-find "$stage" -exec touch -t "$stamp" {} +
+# GNU's date needs -d, that of macOS -r.
+touch_time=$(date -d "@$timestamp" +%Y%m%d%H%M.%S 2>/dev/null ||
+  date -r "$timestamp" +%Y%m%d%H%M.%S)
+find "$stage" -exec touch -t "$touch_time" {} +
 
 archive=orvel-os-$version.zip
 if [ "$manifest" = linux.json ]; then

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Starts the built macOS application on the demo server twice: as the Finder does, and as a
-# child process, which shows its exit status. Waits until the page reports that it is painted
-# and quits the application as the Dock does. Fails unless the application exits with status 0
-# and leaves no process.
+# child process, which shows its exit status. Each time, waits until the page reports that it
+# is painted, and quits the application as the Dock does. Fails unless the application exits
+# with status 0 and leaves no process.
 #
-# After the start as by the Finder, also checks that the window is in front, that typing
-# reaches the page without a click, and that the window moves when its title bar is dragged.
-# The last two post events, which needs the permission of System Settings, Privacy & Security,
-# Accessibility. Without it they are reported as not checked.
+# The first time, also checks that the window is in front, that typing reaches the page without
+# a click, and that the window moves when its title bar is dragged. Typing and dragging need the
+# permission to post events (System Settings, Privacy & Security, Accessibility). Without it the
+# script reports them as not checked.
 #
 #   ./scripts/smoke-macos.sh [APP]
 #
@@ -29,20 +29,22 @@ cd "$(dirname "$0")/.."
 app=${app:-$PWD/build/Orvel OS.app}
 executable="$app/Contents/MacOS/Orvel OS"
 
-painted_or_gone() { painted || gone "$application"; }
+painted_or_gone() { painted || gone "$application_pid"; }
 port_free() { ! port_taken; }
 # Prints the process id of the server, or nothing before it listens.
-server() { sed -nE 's/^\{"event":"listening".*"pid":([0-9]+).*/\1/p' "$work/record.jsonl" 2>/dev/null | tail -1; }
+server_pid() { sed -nE 's/^\{"event":"listening".*"pid":([0-9]+).*/\1/p' "$work/record.jsonl" 2>/dev/null | tail -1; }
 
 # Runs a command of operate_macos.js.
 operate() { osascript -l JavaScript scripts/operate_macos.js "$@"; }
-application_found() {
-  application=$(operate pid "$app")
-  [ -n "$application" ]
+# Sets application_pid. Fails while no application runs from the bundle.
+find_application() {
+  application_pid=$(operate pid "$app")
+  [ -n "$application_pid" ]
 }
-in_front() { [ "$(operate isInFront "$application")" = true ]; }
+in_front() { [ "$(operate isInFront "$application_pid")" = true ]; }
+# Succeeds when a page other than the first, "/", has reported that it is painted.
 other_page_painted() { grep -q '"url":"/api/getoond?pagina=%2F[a-z]' "$work/record.jsonl"; }
-window_moved() { [ "$(operate position "$application")" != "$1" ]; }
+window_moved() { [ "$(operate position "$application_pid")" != "$1" ]; }
 
 # Fails with the output of the application.
 fail_after_start() {
@@ -60,13 +62,13 @@ start_like_finder() {
     "$(command -v open)" -n --stdout "$work/output" --stderr "$work/output" \
     --env "ORVEL_OS_ROOT=$PWD/demo" --env "ORVEL_DEMO_RECORD=$work/record.jsonl" "$app" ||
     fail "open could not start the application"
-  wait_until 20 application_found || fail_after_start "the application did not start"
+  wait_until 20 find_application || fail_after_start "the application did not start"
 }
 
 start_as_child() {
   ORVEL_OS_ROOT="$PWD/demo" ORVEL_DEMO_RECORD="$work/record.jsonl" "$executable" \
     >"$work/output" 2>&1 &
-  application=$!
+  application_pid=$!
 }
 
 await_page() {
@@ -75,6 +77,7 @@ await_page() {
   painted || fail_after_start "the application exited before the page was painted"
 }
 
+# Checks that the window is in front, that typing reaches the page and that dragging works.
 check_window() {
   local before
   wait_until 5 in_front || fail_after_start "the window is not in front"
@@ -86,8 +89,8 @@ check_window() {
   operate openSecondLink >/dev/null
   wait_until 5 other_page_painted || fail_after_start "typing did not reach the page"
   passed "typing reaches the page without a click"
-  before=$(operate position "$application")
-  operate dragTitleBar "$application" >/dev/null
+  before=$(operate position "$application_pid")
+  operate dragTitleBar "$application_pid" >/dev/null
   wait_until 5 window_moved "$before" || fail_after_start "dragging the title bar did not move the window"
   passed "dragging the title bar moves the window"
 }
@@ -95,27 +98,28 @@ check_window() {
 # Sends the quit Apple event to the application and waits until it has exited.
 quit() {
   local sent
-  sent=$(operate quit "$application") || fail "osascript failed to quit the application"
+  sent=$(operate quit "$application_pid") || fail "osascript failed to quit the application"
   [ "$sent" = true ] || fail "the system did not send the quit event"
-  wait_until 10 gone "$application" || fail_after_start "the application did not quit within 10 seconds"
+  wait_until 10 gone "$application_pid" || fail_after_start "the application did not quit within 10 seconds"
 }
 
-check_nothing_left() {
+# Checks that the record has all steps, and that the server has exited and freed its port.
+check_record_and_cleanup() {
   echo "smoke: steps in the record of the server"
   report || fail "a step is missing"
-  wait_until 10 gone "$(server)" || fail "the server is still running: process $(server)"
+  wait_until 10 gone "$(server_pid)" || fail "the server is still running: process $(server_pid)"
   wait_until 10 port_free || fail "port 4767 is still in use"
 }
 
 work=''
-application=''
+application_pid=''
 finish() {
   local status=$? pid
   trap - EXIT
   trap '' INT TERM HUP
-  [ -z "$application" ] || kill -KILL "$application" 2>/dev/null || true
+  [ -z "$application_pid" ] || kill -KILL "$application_pid" 2>/dev/null || true
   if [ -n "$work" ]; then
-    pid=$(server || true)
+    pid=$(server_pid || true)
     case $(ps -o command= -p "${pid:-0}" 2>/dev/null || true) in
       *v3/server.mjs*) kill -KILL "$pid" 2>/dev/null || true ;;
     esac
@@ -147,8 +151,8 @@ start_like_finder
 await_page
 check_window
 quit
-application=''
-check_nothing_left
+application_pid=''
+check_record_and_cleanup
 
 echo "smoke: starting the application as a child process"
 rm "$work/record.jsonl"
@@ -156,8 +160,8 @@ start_as_child
 await_page
 quit
 status=0
-wait "$application" || status=$?
-application=''
+wait "$application_pid" || status=$?
+application_pid=''
 [ "$status" -eq 0 ] || fail_after_start "the application exited with status $status"
-check_nothing_left
+check_record_and_cleanup
 echo "smoke: all steps are in the record, no process is left"
