@@ -13,45 +13,36 @@
 namespace orvel {
 namespace {
 
-UrlRequest anyRequest() {
+TEST(CocoaUrl, RequestGetsTimeoutInSecondsAndCachePolicy) {
   UrlRequest request;
   request.url = Url::parse("http://127.0.0.1/").value();
-  return request;
-}
-
-TEST(CocoaRequest, HasTimeoutInSeconds) {
-  UrlRequest request = anyRequest();
   EXPECT_EQ(toCocoa(request).timeoutInterval, 60);
-  request.timeout = std::chrono::milliseconds(1500);
-  EXPECT_EQ(toCocoa(request).timeoutInterval, 1.5);
-}
-
-TEST(CocoaRequest, HasCachePolicy) {
-  UrlRequest request = anyRequest();
   EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestUseProtocolCachePolicy);
+  request.timeout = std::chrono::milliseconds(1500);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
+  EXPECT_EQ(toCocoa(request).timeoutInterval, 1.5);
   EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestReloadIgnoringLocalCacheData);
 }
 
-TEST(FileManagerLocations, FoldersAreThoseOfTheUser) {
+TEST(FileManagerLocations, FoldersAreThoseOfFoundation) {
   const FileManagerLocations locations;
   EXPECT_EQ(locations.home(), fromCocoa(NSHomeDirectory()));
   EXPECT_EQ(locations.downloads(), fromCocoa(NSHomeDirectory()) + "/Downloads");
   EXPECT_EQ(locations.temporary(), fromCocoa(NSTemporaryDirectory().stringByStandardizingPath));
 }
 
-TEST(FileManagerLocations, QuarantinedFileNamesTheApplication) {
+TEST(FileManagerLocations, QuarantineAttributeNamesTheApplication) {
   const TemporaryFolder folder;
   const std::string file = folder.file("letter.pdf", "contents");
   EXPECT_EQ(quarantineOf(file), "");
   FileManagerLocations().quarantine(file, Url::parse("https://os.test/letter.pdf").value());
-  // Flags, time, application and event, separated by semicolons.
+  // The attribute has the form "flags;time;application;event".
   EXPECT_THAT(quarantineOf(file),
               testing::HasSubstr(";" + fromCocoa(NSProcessInfo.processInfo.processName) + ";"));
 }
 
 // The entries are in Info.plist beside this file.
-TEST(MainBundle, OnlyStringEntriesHaveText) {
+TEST(MainBundle, OnlyStringEntriesOfInfoPlistHaveText) {
   const MainBundle bundle;
   EXPECT_TRUE(bundle.hasInfoDictionary());
   EXPECT_EQ(bundle.infoText("ORVELOSTestText"), "text");

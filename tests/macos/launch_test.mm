@@ -12,8 +12,8 @@
 namespace orvel {
 namespace {
 
-/// Launches the core as AppKit does, without its event loop. The data root is empty, so no
-/// server starts.
+/// Launches the core as AppKit does, but without the event loop. The data root has no server
+/// file, so no server starts.
 class Launch : public testing::Test {
  protected:
   Launch() {
@@ -27,12 +27,10 @@ class Launch : public testing::Test {
     window_ = view_.window;
   }
 
-  Settings settings() const {
-    Settings settings;
-    settings.HOME = root_.path();
-    settings.ROOT = root_.path();
-    settings.LOCAL_PORT = 4767;
-    settings.LOCAL_URL = "http://127.0.0.1:4767/";
+  Settings settings() {
+    const Platform platform = platform_.interfaces();
+    Settings settings = readSettings(platform.locations, platform.bundle);
+    settings.HOME = settings.ROOT = root_.path();
     return settings;
   }
 
@@ -45,16 +43,18 @@ class Launch : public testing::Test {
   NSWindow *window_ = nil;
 };
 
-TEST_F(Launch, MainMenuIsInstalled) {
+TEST_F(Launch, ApplicationIsRegularAndHasMainMenu) {
+  EXPECT_EQ(application_.activationPolicy, NSApplicationActivationPolicyRegular);
   EXPECT_EQ(fromCocoa(application_.mainMenu.itemArray.lastObject.submenu.title), "Venster");
 }
 
-TEST_F(Launch, PageFillsWindowUnderTransparentTitleBar) {
+TEST_F(Launch, WebViewFillsWindowUnderTransparentTitleBarAndHasFocus) {
   ASSERT_TRUE(window_ != nil);
   EXPECT_EQ(window_.styleMask, NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |
                                    NSWindowStyleMaskMiniaturizable | NSWindowStyleMaskResizable |
                                    NSWindowStyleMaskFullSizeContentView);
   EXPECT_TRUE(window_.contentView == view_);
+  EXPECT_TRUE(window_.firstResponder == view_);
   EXPECT_TRUE(window_.titlebarAppearsTransparent);
   EXPECT_EQ(window_.titleVisibility, NSWindowTitleHidden);
   EXPECT_EQ(fromCocoa(window_.title), "Orvel OS");
@@ -62,14 +62,15 @@ TEST_F(Launch, PageFillsWindowUnderTransparentTitleBar) {
   EXPECT_TRUE(NSEqualSizes(window_.minSize, NSMakeSize(1000, 660)));
 }
 
-TEST_F(Launch, WindowSavesFrameAndIsNotReleasedByClosing) {
+TEST_F(Launch, WindowSavesFrameAndClosingDoesNotReleaseIt) {
   EXPECT_EQ(fromCocoa(window_.frameAutosaveName), "ORVELOSMain");
   EXPECT_FALSE(window_.restorable);
   EXPECT_FALSE(window_.releasedWhenClosed);
 }
 
 TEST_F(Launch, WebViewGetsConfigurationOfTheCore) {
-  EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/");
+  // The tests' Info.plist has no version, for which the core uses "0".
+  EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/0");
   EXPECT_TRUE(view_.configuration.websiteDataStore.persistent);
   EXPECT_TRUE([[view_.configuration.preferences valueForKey:@"developerExtrasEnabled"] boolValue]);
   EXPECT_FALSE([[view_ valueForKey:@"drawsBackground"] boolValue]);
@@ -81,12 +82,6 @@ TEST_F(Launch, BridgeIsDelegateOfApplicationAndWebView) {
   ASSERT_TRUE([bridge isKindOfClass:AppDelegateBridge.class]);
   EXPECT_TRUE(view_.navigationDelegate == bridge);
   EXPECT_TRUE(view_.UIDelegate == bridge);
-}
-
-TEST_F(Launch, WebViewIsFirstResponder) { EXPECT_TRUE(window_.firstResponder == view_); }
-
-TEST_F(Launch, ActivationPolicyIsRegular) {
-  EXPECT_EQ(application_.activationPolicy, NSApplicationActivationPolicyRegular);
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ namespace {
 
 NSApplication *application() { return NSApplication.sharedApplication; }
 
-std::vector<std::string> openedSoFar;
+/// What has been opened since the last construction of a MacosContractPlatform, as
+/// ContractPlatform::opened() returns it.
+std::vector<std::string> openedTargets;
 
 /// Replaces -[NSWorkspace openURL:configuration:completionHandler:], so that the tests do not
 /// start the default applications of the user.
@@ -30,15 +32,19 @@ void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
                    NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
   EXPECT_FALSE(configuration.promptsUserIfNeeded);
   if (!url.fileURL) {
-    openedSoFar.push_back(fromCocoa(url.absoluteString));
+    openedTargets.push_back(fromCocoa(url.absoluteString));
   } else if ([url checkResourceIsReachableAndReturnError:nil]) {
     // NSURL decomposes the path of a file URL.
-    openedSoFar.push_back(fromCocoa(url.path.precomposedStringWithCanonicalMapping));
+    openedTargets.push_back(fromCocoa(url.path.precomposedStringWithCanonicalMapping));
   }
 }
 
+/// Virtual key codes: kVK_Return and kVK_Escape of Carbon's HIToolbox/Events.h.
+constexpr unsigned short returnKeyCode = 36;
+constexpr unsigned short escapeKeyCode = 53;
+
 /// Posts the press and the release of a key.
-void postKey(NSWindow *window, NSString *characters, unsigned short code) {
+void postKey(NSWindow *window, NSString *characters, unsigned short keyCode) {
   for (const NSEventType type : {NSEventTypeKeyDown, NSEventTypeKeyUp}) {
     NSEvent *event = [NSEvent keyEventWithType:type
                                       location:NSZeroPoint
@@ -49,7 +55,7 @@ void postKey(NSWindow *window, NSString *characters, unsigned short code) {
                                     characters:characters
                    charactersIgnoringModifiers:characters
                                      isARepeat:NO
-                                       keyCode:code];
+                                       keyCode:keyCode];
     [application() postEvent:event atStart:NO];
   }
 }
@@ -60,24 +66,25 @@ NSWindow *openModalWindow() {
   return alert;
 }
 
-/// Adds the text fields below a view.
-void collectTextFields(NSView *view, std::vector<NSTextField *> &fields) {
+/// Returns the views of a class in and below a view.
+template <typename View>
+std::vector<View *> viewsIn(NSView *view) {
+  std::vector<View *> views;
+  if ([view isKindOfClass:[View class]]) views.push_back(static_cast<View *>(view));
   for (NSView *child in view.subviews) {
-    if ([child isKindOfClass:NSTextField.class]) {
-      fields.push_back(static_cast<NSTextField *>(child));
-    }
-    collectTextFields(child, fields);
+    const auto below = viewsIn<View>(child);
+    views.insert(views.end(), below.begin(), below.end());
   }
+  return views;
 }
 
-/// Returns the text fields of the open alert, which include its labels.
+/// Returns the text fields of the open alert, including its labels.
 std::vector<NSTextField *> textFieldsOfAlert() {
-  std::vector<NSTextField *> fields;
-  collectTextFields(openModalWindow().contentView, fields);
-  return fields;
+  return viewsIn<NSTextField>(openModalWindow().contentView);
 }
 
-/// Returns the buttons of the open alert in the order of Alert::buttons. NSAlert numbers them.
+/// Returns the buttons of the open alert in the order of Alert::buttons: NSAlert numbers them in
+/// their tags.
 std::vector<NSButton *> buttonsOfAlert() {
   std::vector<NSButton *> buttons;
   for (NSInteger tag = NSAlertFirstButtonReturn;; ++tag) {
@@ -85,15 +92,6 @@ std::vector<NSButton *> buttonsOfAlert() {
     if (button == nil) return buttons;
     buttons.push_back(button);
   }
-}
-
-/// Returns the first web view in or below a view, or nil.
-WKWebView *webViewIn(NSView *view) {
-  if ([view isKindOfClass:WKWebView.class]) return static_cast<WKWebView *>(view);
-  for (NSView *child in view.subviews) {
-    if (WKWebView *found = webViewIn(child)) return found;
-  }
-  return nil;
 }
 
 const std::function<void()> *checksAtExit = nullptr;
@@ -108,7 +106,7 @@ const std::function<void()> *checksAtExit = nullptr;
 class MacosContractPlatform final : public ContractPlatform {
  public:
   MacosContractPlatform() {
-    openedSoFar.clear();
+    openedTargets.clear();
     Method open = class_getInstanceMethod(NSWorkspace.class, @selector(openURL:
                                                                  configuration:completionHandler:));
     if (open == nullptr) throw std::logic_error("NSWorkspace cannot open URLs");
@@ -124,7 +122,7 @@ class MacosContractPlatform final : public ContractPlatform {
   bool runUntil(const std::function<bool()> &condition, std::chrono::milliseconds limit) override {
     using Seconds = std::chrono::duration<NSTimeInterval>;
     NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:Seconds(limit).count()];
-    // An unanswered alert runs a modal loop, which the timer aborts.
+    // An alert that nobody answers would never leave its modal loop, so the timer aborts the loop.
     NSTimer *abortTimer = [NSTimer timerWithTimeInterval:Seconds(limit).count()
                                                   target:application()
                                                 selector:@selector(abortModal)
@@ -167,7 +165,7 @@ class MacosContractPlatform final : public ContractPlatform {
     std::vector<NSTextField *> labels = textFieldsOfAlert();
     std::erase_if(
         labels, [](NSTextField *field) { return field.editable || field.stringValue.length == 0; });
-    // The message stands above the informative text.
+    // Sorts from top to bottom: the message is above the informative text.
     std::ranges::sort(labels, std::greater(),
                       [](NSTextField *label) { return NSMaxY(label.accessibilityFrame); });
     labels.resize(2);
@@ -200,9 +198,9 @@ class MacosContractPlatform final : public ContractPlatform {
 
   void pressInAlert(AlertKey key) override {
     if (key == AlertKey::enter) {
-      postKey(openModalWindow(), @"\r", 36);
+      postKey(openModalWindow(), @"\r", returnKeyCode);
     } else {
-      postKey(openModalWindow(), @"\033", 53);
+      postKey(openModalWindow(), @"\033", escapeKeyCode);
     }
   }
 
@@ -212,15 +210,16 @@ class MacosContractPlatform final : public ContractPlatform {
     wakeModalLoop();
   }
 
-  std::vector<std::string> opened() override { return openedSoFar; }
+  std::vector<std::string> opened() override { return openedTargets; }
 
   bool isAlertOpen() override { return application().modalWindow != nil; }
 
   void killPageProcess() override {
     for (NSWindow *window in application().windows) {
-      WKWebView *view = webViewIn(window.contentView);
-      // A private property: WebKit has no public one for the process.
-      if (view != nil) ::kill([[view valueForKey:@"_webProcessIdentifier"] intValue], SIGKILL);
+      for (WKWebView *view : viewsIn<WKWebView>(window.contentView)) {
+        // A private property: WebKit has no public one for the process.
+        ::kill([[view valueForKey:@"_webProcessIdentifier"] intValue], SIGKILL);
+      }
     }
   }
 

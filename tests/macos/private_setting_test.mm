@@ -28,7 +28,7 @@ TEST(PrivateSetting, PublicOrPrivateSetterIsCalled) {
   }
 }
 
-TEST(PrivateSetting, ObjectWithoutSetterRaisesNoException) {
+TEST(PrivateSetting, KeyWithoutSetterRaisesNoException) {
   NSObject *object = [[NSObject alloc] init];
   EXPECT_ANY_THROW([object setValue:@YES forKey:@"drawsBackground"]);
   EXPECT_NO_THROW(setPrivateSetting(object, @"drawsBackground", true));

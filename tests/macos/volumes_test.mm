@@ -4,22 +4,17 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
 #include "base/file_move.h"
 #include "platform/macos/foundation/file_manager_locations.h"
 #include "tests/macos/macos_test_support.h"
+#include "tests/support/posix_test_support.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string contentOf(const fs::path &file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 /// A disk image, mounted at a temporary folder.
 class Volume {
@@ -44,40 +39,40 @@ class Volume {
 class TwoVolumes : public testing::Test {
  protected:
   const TemporaryFolder folder_;
-  const Volume tfolder_;
+  const Volume volume_;
 };
 
 TEST_F(TwoVolumes, FileMovesToOtherVolumeWithItsQuarantine) {
-  const std::string from = folder_.file("download", "content");
-  const std::string to = tfolder_.path() / "moved";
+  const std::string from = folder_.file("download", "contents");
+  const std::string to = volume_.path() / "moved";
   FileManagerLocations().quarantine(from, Url::parse("https://os.test/file").value());
   EXPECT_EQ(moveFile(from, to), MoveResult::moved);
   EXPECT_FALSE(fs::exists(from));
-  EXPECT_EQ(contentOf(to), "content");
+  EXPECT_EQ(posix_test::contentsOf(to), "contents");
   EXPECT_NE(quarantineOf(to), "");
 }
 
-TEST_F(TwoVolumes, MoveDoesNotReplaceFile) {
+TEST_F(TwoVolumes, MoveToExistingFileFailsAndKeepsBoth) {
   const std::string from = folder_.file("download", "new");
-  const std::string to = tfolder_.path() / "existing";
+  const std::string to = volume_.path() / "existing";
   std::ofstream(to) << "old";
   EXPECT_EQ(moveFile(from, to), MoveResult::destinationExists);
-  EXPECT_EQ(contentOf(from), "new");
-  EXPECT_EQ(contentOf(to), "old");
+  EXPECT_EQ(posix_test::contentsOf(from), "new");
+  EXPECT_EQ(posix_test::contentsOf(to), "old");
 }
 
-// NSFileManager may refuse this. Either way one complete folder stays at the path.
+// NSFileManager may refuse to replace a folder by one of another volume.
 TEST_F(TwoVolumes, FolderIsReplacedCompletelyOrNotAtAll) {
   const fs::path original = folder_.path() / "Orvel OS.app";
-  const fs::path replacement = tfolder_.path() / "Orvel OS.app";
-  for (const auto &[folder, content] :
+  const fs::path replacement = volume_.path() / "Orvel OS.app";
+  for (const auto &[folder, contents] :
        {std::pair(original, "old"), std::pair(replacement, "new")}) {
     fs::create_directory(folder);
-    for (const char *name : {"first", "second"}) std::ofstream(folder / name) << content;
+    for (const char *name : {"first", "second"}) std::ofstream(folder / name) << contents;
   }
   const bool replaced = FileManagerLocations().replaceItem(original, replacement);
   for (const char *name : {"first", "second"}) {
-    EXPECT_EQ(contentOf(original / name), replaced ? "new" : "old") << name;
+    EXPECT_EQ(posix_test::contentsOf(original / name), replaced ? "new" : "old") << name;
   }
 }
 
