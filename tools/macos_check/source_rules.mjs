@@ -45,7 +45,7 @@ const methods = {
   },
 };
 
-// The selectors of the main menu, by the class, category or protocol that declares them. Each is
+// The selectors of the main menu, by the class, category or protocol that declares them. Each has
 // the name of its MenuAction. No SDK header declares undo: and redo:, so the source does.
 const menuActions = {
   'NSStandardAboutPanel': ['orderFrontStandardAboutPanel:'],

@@ -26,7 +26,7 @@ NSAlert *makeAlert(const Alert &alert) {
 
 /// Adds the text field to an alert, with the keyboard focus.
 NSTextField *addField(NSAlert *alert, const AlertTextField &field) {
-  // This constructor makes a field that scrolls instead of wrapping.
+  // textFieldWithString: makes a field that scrolls instead of wrapping.
   NSTextField *cocoaField = [NSTextField textFieldWithString:toCocoa(field.text)];
   cocoaField.frame = NSMakeRect(0, 0, field.width, field.height);
   cocoaField.usesSingleLineMode = YES;

@@ -6,7 +6,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-// These need the headers above.
+// These headers use types of the ones above without including them.
 #include <netinet/in_pcb.h>
 #include <netinet/tcp_fsm.h>
 #include <netinet/tcp_var.h>
