@@ -23,7 +23,8 @@ std::string symbolsOf(NSEventModifierFlags modifiers) {
 std::string textOfItem(NSMenuItem *item) {
   if (item.separatorItem) return "separator";
   std::string text = fromCocoa(item.title);
-  if (item.action != nullptr) text += " " + fromCocoa(NSStringFromSelector(item.action));
+  SEL action = item.action;
+  if (action != nullptr) text += " " + fromCocoa(NSStringFromSelector(action));
   if (item.keyEquivalent.length == 0) return text;
   return text + " " + symbolsOf(item.keyEquivalentModifierMask) + fromCocoa(item.keyEquivalent);
 }
