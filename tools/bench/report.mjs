@@ -54,6 +54,7 @@ function viewersTable(results) {
         return line(label, ...values.map((all) => format(median(all))),
           format(medianRatio(ours, tuned), 2));
       }),
+    '', 'The ratio is that of Orvel OS to the tuned bare viewer, round by round.',
   ];
 }
 
@@ -158,9 +159,13 @@ function mainLoopTable(results) {
   ];
 }
 
-/// Returns all tables as Markdown.
+/// Returns the tables of what has been measured, and the targets, as Markdown.
 export function formatTables(results) {
-  const { machine, failures } = results;
+  const { machine, failures, rounds } = results;
+  const tables = [
+    [rounds.starts, viewersTable], [rounds.transfers + rounds.updates, transfersTable],
+    [rounds.updates, updatesTable], [rounds.loops, mainLoopTable],
+  ].filter(([count]) => count > 0).flatMap(([, table]) => [...table(results), '']);
   const load = [...results.loadAverages].sort((a, b) => a - b);
   return [
     `Measured on ${results.date}: ${machine.cores} cores of ${machine.processor}, ` +
@@ -169,9 +174,7 @@ export function formatTables(results) {
       (results.niceness ? `; everything measured had a niceness of ${results.niceness}.` : '.') +
       (results.asRoot ? ' As root, so that Chromium and Qt WebEngine ran without their sandbox; ' +
         'the others had theirs.' : ''),
-    '', ...viewersTable(results), '',
-    'The ratio is that of Orvel OS to the tuned bare viewer, round by round.', '',
-    ...transfersTable(results), '', ...updatesTable(results), '', ...mainLoopTable(results), '',
+    '', ...tables,
     '| target | found | |', '|---|---|---|',
     ...checkTargets(results).map(({ target, value, result }) => line(target, value, result)), '',
     ...(failures.length > 0
