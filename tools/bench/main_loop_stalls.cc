@@ -31,16 +31,11 @@ double now(clockid_t clock) {
 }
 
 std::FILE *file = nullptr;
-// These three belong to the main thread, and count from the end of the last poll.
+// These three belong to the main thread. They count from the end of the last poll, and before the
+// first poll from the start of the process, so that the launch includes dynamic linking.
 double busySince = 0;
 double processorTimeBefore = 0;
 double waited = 0;
-
-void restart() {
-  busySince = now(CLOCK_MONOTONIC);
-  processorTimeBefore = now(CLOCK_THREAD_CPUTIME_ID);
-  waited = 0;
-}
 
 /// The poll function of the default main context, which only the main thread runs.
 gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
@@ -49,7 +44,9 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
     std::fflush(file);
   }
   const int result = ::poll(reinterpret_cast<pollfd *>(descriptors), count, timeout);
-  restart();
+  busySince = now(CLOCK_MONOTONIC);
+  processorTimeBefore = now(CLOCK_THREAD_CPUTIME_ID);
+  waited = 0;
   return result;
 }
 
@@ -59,7 +56,6 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
   ::unsetenv("LD_PRELOAD");
   ::unsetenv("ORVEL_MAIN_LOOP_STALLS");
   g_main_context_set_poll_func(nullptr, pollAndRecord);
-  restart();
 }
 
 }  // namespace
