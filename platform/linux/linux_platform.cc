@@ -33,12 +33,12 @@ std::string mainBundlePath() {
 
 LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
     : environment_(processEnvironment()),
-      renderer_([] {
-        const RendererChoice renderer = chooseRenderer();
-        applyRendererChoice(renderer, gtk_get_minor_version());
+      graphics_([] {
+        const GraphicsHardware graphics = detectGraphicsHardware();
+        selectRenderers(graphics, gtk_get_minor_version());
         bypassProxyForLoopback();
         makeDarkThemeDefault();
-        return renderer;
+        return graphics;
       }()),
       resources_(bundlePath + "/Contents/Resources"),
       bundle_(bundlePath),
@@ -62,7 +62,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       windows_(application_, menuBar_, defaults_,
                WebViewEnvironment{.dataFolder = inFolder(g_get_user_data_dir(), identifier_),
                                   .cacheFolder = inFolder(g_get_user_cache_dir(), identifier_),
-                                  .accelerated = renderer_.hasGraphicsCard}),
+                                  .accelerated = graphics_.hasUsableGpu}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
   commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
@@ -78,7 +78,7 @@ void LinuxPlatform::gtkStarted() {
   dialogQuitting_.emplace(application_, menuBar_);
   GtkSettings *settings = gtk_settings_get_default();
   // An overlay scrollbar that fades out costs seconds of processor time without a GPU.
-  if (!renderer_.hasGraphicsCard) {
+  if (!graphics_.hasUsableGpu) {
     g_object_set(settings, "gtk-overlay-scrolling", FALSE, nullptr);
   }
   // Deferred, because adding a search path makes GTK read the icon theme again, which

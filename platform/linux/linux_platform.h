@@ -50,9 +50,9 @@ class LinuxPlatform {
 
  private:
   // Declared first: child processes get the environment from before the initialisation of
-  // renderer_ changes it.
+  // graphics_ changes it.
   const std::map<std::string, std::string> environment_;
-  const RendererChoice renderer_;
+  const GraphicsHardware graphics_;
   const std::string resources_;
   PlistBundle bundle_;
   const std::string identifier_;

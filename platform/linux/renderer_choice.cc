@@ -21,16 +21,16 @@ bool hasUsableRenderNode(const std::filesystem::path &folder) {
 
 }  // namespace
 
-RendererChoice chooseRenderer(const std::filesystem::path &renderNodes,
-                              const std::filesystem::path &nvidiaDriver) {
+GraphicsHardware detectGraphicsHardware(const std::filesystem::path &renderNodes,
+                                        const std::filesystem::path &nvidiaDriver) {
   std::error_code error;
-  return {.hasGraphicsCard = hasUsableRenderNode(renderNodes),
+  return {.hasUsableGpu = hasUsableRenderNode(renderNodes),
           .hasNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
 }
 
-void applyRendererChoice(const RendererChoice &choice, unsigned gtkMinor) {
+void selectRenderers(const GraphicsHardware &hardware, unsigned gtkMinor) {
   constexpr int keepExisting = 0;
-  if (!choice.hasGraphicsCard) {
+  if (!hardware.hasUsableGpu) {
     ::setenv("GSK_RENDERER", "cairo", keepExisting);
     // GTK initialises GL even for the cairo renderer, and so loads Mesa's shader compiler.
     // GTK 4.16 moved the switch from GDK_DEBUG to GDK_DISABLE; each version warns about the
@@ -39,11 +39,11 @@ void applyRendererChoice(const RendererChoice &choice, unsigned gtkMinor) {
     const bool hasGdkDisable = gtkMinor >= firstMinorWithGdkDisable;
     ::setenv(hasGdkDisable ? "GDK_DISABLE" : "GDK_DEBUG", hasGdkDisable ? "gl" : "gl-disable",
              keepExisting);
-    // WebKit initialises GL too, to find the device for shared buffers. It uses the file
-    // that this variable names without opening GL.
+    // WebKit initialises GL too, to find the device for shared buffers, unless this variable
+    // names it.
     ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepExisting);
   }
-  if (!choice.hasGraphicsCard || choice.hasNvidiaDriver) {
+  if (!hardware.hasUsableGpu || hardware.hasNvidiaDriver) {
     ::setenv("WEBKIT_DISABLE_DMABUF_RENDERER", "1", keepExisting);
   }
 }

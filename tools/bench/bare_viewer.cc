@@ -12,8 +12,8 @@
 int main(int argc, char **argv) {
   const bool tuned = argc == 3 && std::strcmp(argv[1], "tuned") == 0;
   if (argc != 2 && !tuned) return EXIT_FAILURE;
-  const bool rendersInSoftware = tuned && !orvel::chooseRenderer().hasGraphicsCard;
-  if (tuned) orvel::applyRendererChoice(orvel::chooseRenderer(), gtk_get_minor_version());
+  const bool rendersInSoftware = tuned && !orvel::detectGraphicsHardware().hasUsableGpu;
+  if (tuned) orvel::selectRenderers(orvel::detectGraphicsHardware(), gtk_get_minor_version());
 
   gtk_init();
   WebKitSettings *settings = webkit_settings_new();
