@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/files/download_file.h"
+#include "platform/linux/files/temporary_file.h"
 
 namespace orvel {
 
@@ -51,7 +51,7 @@ class FileSink final : public BodySink {
   std::string path() const { return file_.path(); }
 
  private:
-  DownloadFile file_;
+  TemporaryFile file_;
 };
 
 }  // namespace orvel

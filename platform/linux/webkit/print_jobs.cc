@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/files/download_file.h"
+#include "platform/linux/files/temporary_file.h"
 #include "platform/linux/glib/glib_text.h"
 #include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/glib/signal_connection.h"
@@ -87,7 +87,7 @@ void send(GtkPrintJob *job, const std::string &path) {
 /// object or when the process exits.
 class PrintJobs::RenderJob {
  public:
-  RenderJob(GObjectPointer<GtkPrintJob> job, std::unique_ptr<DownloadFile> file)
+  RenderJob(GObjectPointer<GtkPrintJob> job, std::unique_ptr<TemporaryFile> file)
       : job_(std::move(job)), file_(std::move(file)) {}
   RenderJob(const RenderJob &) = delete;
   RenderJob &operator=(const RenderJob &) = delete;
@@ -107,7 +107,7 @@ class PrintJobs::RenderJob {
 
  private:
   const GObjectPointer<GtkPrintJob> job_;
-  const std::unique_ptr<DownloadFile> file_;
+  const std::unique_ptr<TemporaryFile> file_;
   PrintJobs *jobs_ = nullptr;
   GObjectPointer<WebKitPrintOperation> operation_;
   bool failed_ = false;
@@ -130,8 +130,8 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
   }
   const auto filePrinter = findFilePrinter();
   if (!filePrinter) return;
-  auto file = std::make_unique<DownloadFile>(std::vector<std::string>{g_get_tmp_dir()},
-                                             DownloadFile::Kind::hidden);
+  auto file = std::make_unique<TemporaryFile>(std::vector<std::string>{g_get_tmp_dir()},
+                                              TemporaryFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
   // Created before the settings, because the job knows which options the printer does not

@@ -8,10 +8,10 @@
 
 namespace orvel {
 
-/// A file for a download in progress. Its permissions are those of any new file of the user
-/// (umask). It is removed with this object unless `moveFile` has moved it. Any thread, one at
-/// a time.
-class DownloadFile {
+/// A file that is removed with this object unless `moveFile` has moved it, such as a download
+/// in progress. Its permissions are those of any new file of the user (umask). Any thread, one
+/// at a time.
+class TemporaryFile {
  public:
   enum class Kind {
     /// A file without a name (open(2), O_TMPFILE), which cannot be left behind. A hidden file
@@ -23,10 +23,10 @@ class DownloadFile {
   };
 
   /// Creates the file in the first of the folders where that is possible.
-  explicit DownloadFile(const std::vector<std::string> &folders, Kind kind = Kind::unnamed);
-  ~DownloadFile();
-  DownloadFile(const DownloadFile &) = delete;
-  DownloadFile &operator=(const DownloadFile &) = delete;
+  explicit TemporaryFile(const std::vector<std::string> &folders, Kind kind = Kind::unnamed);
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile &) = delete;
+  TemporaryFile &operator=(const TemporaryFile &) = delete;
 
   /// Returns whether the file was created.
   bool isOpen() const { return created_.descriptor >= 0; }

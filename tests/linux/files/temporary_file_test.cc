@@ -1,4 +1,4 @@
-#include "platform/linux/files/download_file.h"
+#include "platform/linux/files/temporary_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -17,16 +17,16 @@ namespace fs = std::filesystem;
 using namespace posix_test;
 
 /// Tests of both kinds of files: without a name (O_TMPFILE) and hidden.
-class DownloadFiles : public testing::TestWithParam<DownloadFile::Kind> {
+class TemporaryFiles : public testing::TestWithParam<TemporaryFile::Kind> {
  protected:
-  DownloadFile makeFile() const { return DownloadFile({folder_.path()}, GetParam()); }
+  TemporaryFile makeFile() const { return TemporaryFile({folder_.path()}, GetParam()); }
 
   const TemporaryFolder folder_;
   const std::string target_ = folder_.path() / "target";
 };
 
-TEST_P(DownloadFiles, FileIsReadableByPathAndMovable) {
-  DownloadFile file = makeFile();
+TEST_P(TemporaryFiles, FileIsReadableByPathAndMovable) {
+  TemporaryFile file = makeFile();
   ASSERT_TRUE(file.isOpen());
   EXPECT_TRUE(file.write("one "));
   EXPECT_TRUE(file.write("two"));
@@ -41,24 +41,24 @@ TEST_P(DownloadFiles, FileIsReadableByPathAndMovable) {
   EXPECT_EQ(contentsOf(target_), "one two");
 }
 
-TEST_P(DownloadFiles, FileModeFollowsUmask) {
+TEST_P(TemporaryFiles, FileModeFollowsUmask) {
   const mode_t mask = ::umask(027);
   EXPECT_EQ(moveFile(makeFile().path(), target_), MoveResult::moved);
   ::umask(mask);
   EXPECT_EQ(fs::status(target_).permissions(), fs::perms(0640));
 }
 
-TEST_P(DownloadFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
+TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
   if (!inChild(disableHardLinks).value_or(false)) {
     GTEST_SKIP() << "seccomp filters are not permitted";
   }
   for (const bool hasLinks : {true, false}) {
     const auto done = inChild([&] {
       if (!disableRenameNoReplace()) return false;
-      DownloadFile file = makeFile();
+      TemporaryFile file = makeFile();
       const std::string taken = folder_.file("taken", "old");
       // A file without a name can only get one by a hard link.
-      if (!hasLinks && GetParam() == DownloadFile::Kind::hidden && !disableHardLinks()) {
+      if (!hasLinks && GetParam() == TemporaryFile::Kind::hidden && !disableHardLinks()) {
         return false;
       }
       return file.write("new") && moveFile(file.path(), taken) == MoveResult::destinationExists &&
@@ -70,11 +70,11 @@ TEST_P(DownloadFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
   }
 }
 
-TEST_P(DownloadFiles, FileIsRemovedOnDestructionAndOnExit) {
+TEST_P(TemporaryFiles, FileIsRemovedOnDestructionAndOnExit) {
   EXPECT_TRUE(makeFile().write("contents"));
   EXPECT_TRUE(fs::is_empty(folder_.path()));
   inChild([this] {
-    auto *file = new DownloadFile(makeFile());
+    auto *file = new TemporaryFile(makeFile());
     file->write("contents");
     std::exit(0);
     return true;
@@ -82,16 +82,16 @@ TEST_P(DownloadFiles, FileIsRemovedOnDestructionAndOnExit) {
   EXPECT_TRUE(fs::is_empty(folder_.path()));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryKind, DownloadFiles,
-                         testing::Values(DownloadFile::Kind::unnamed, DownloadFile::Kind::hidden),
+INSTANTIATE_TEST_SUITE_P(EveryKind, TemporaryFiles,
+                         testing::Values(TemporaryFile::Kind::unnamed, TemporaryFile::Kind::hidden),
                          [](const auto &kind) {
-                           return kind.param == DownloadFile::Kind::unnamed ? "Unnamed" : "Hidden";
+                           return kind.param == TemporaryFile::Kind::unnamed ? "Unnamed" : "Hidden";
                          });
 
-TEST(DownloadFile, KilledProcessLeavesNoUnnamedFile) {
+TEST(TemporaryFile, KilledProcessLeavesNoUnnamedFile) {
   const TemporaryFolder folder;
   const auto result = inChild([&] {
-    DownloadFile file({folder.path()});
+    TemporaryFile file({folder.path()});
     file.write("contents");
     return ::raise(SIGKILL) == 0;
   });
@@ -99,14 +99,14 @@ TEST(DownloadFile, KilledProcessLeavesNoUnnamedFile) {
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
-TEST(DownloadFile, FileIsCreatedInFirstUsableFolder) {
+TEST(TemporaryFile, FileIsCreatedInFirstUsableFolder) {
   const TemporaryFolder folder;
   const std::string missing = folder.path() / "missing";
   const std::string file = folder.file("file", "x");
   for (const std::vector<std::string> &unusable : {std::vector<std::string>{}, {missing}, {file}}) {
-    EXPECT_FALSE(DownloadFile(unusable).isOpen());
+    EXPECT_FALSE(TemporaryFile(unusable).isOpen());
   }
-  EXPECT_TRUE(DownloadFile({missing, file, folder.path()}).isOpen());
+  EXPECT_TRUE(TemporaryFile({missing, file, folder.path()}).isOpen());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "platform/linux/files/download_file.h"
+#include "platform/linux/files/temporary_file.h"
 
 #include <fcntl.h>
 #include <glib.h>
@@ -56,15 +56,15 @@ class HiddenFiles {
 
 }  // namespace
 
-DownloadFile::DownloadFile(const std::vector<std::string> &folders, Kind kind)
+TemporaryFile::TemporaryFile(const std::vector<std::string> &folders, Kind kind)
     : created_(create(folders, kind)), file_(created_.descriptor) {}
 
-DownloadFile::~DownloadFile() {
+TemporaryFile::~TemporaryFile() {
   // A file that was moved is no longer at this path.
   if (created_.isHidden) HiddenFiles::all().remove(created_.path);
 }
 
-DownloadFile::Created DownloadFile::create(const std::vector<std::string> &folders, Kind kind) {
+TemporaryFile::Created TemporaryFile::create(const std::vector<std::string> &folders, Kind kind) {
   for (const std::string &folder : folders) {
     if (kind == Kind::unnamed) {
       const int file = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
