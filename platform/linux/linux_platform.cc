@@ -18,6 +18,16 @@ constexpr const char *fallbackName = "Orvel OS";
 constexpr const char *iconName = "nl.orvel.os";
 constexpr guint iconDelayMilliseconds = 1000;
 
+/// Sets the environment variables and defaults that GTK and WebKit read when they start.
+/// Returns the hardware that the renderers were selected for.
+GraphicsHardware prepareForGtk() {
+  const GraphicsHardware hardware = detectGraphicsHardware();
+  selectRenderers(hardware, gtk_get_minor_version());
+  bypassProxyForLoopback();
+  makeDarkThemeDefault();
+  return hardware;
+}
+
 std::string inFolder(const char *folder, const std::string &name) {
   return std::string(folder) + "/" + name;
 }
@@ -33,13 +43,7 @@ std::string mainBundlePath() {
 
 LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
     : environment_(processEnvironment()),
-      graphics_([] {
-        const GraphicsHardware graphics = detectGraphicsHardware();
-        selectRenderers(graphics, gtk_get_minor_version());
-        bypassProxyForLoopback();
-        makeDarkThemeDefault();
-        return graphics;
-      }()),
+      graphics_(prepareForGtk()),
       resources_(bundlePath + "/Contents/Resources"),
       bundle_(bundlePath),
       identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
@@ -47,8 +51,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       processes_(environment_),
       unpacker_(processes_),
       locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
-      // A file in the Downloads folder gets its name without a copy between file systems. The
-      // temporary folder is used when the Downloads folder does not exist.
+      // Downloads are written in the Downloads folder, so that the final move is a rename and no
+      // copy to another file system. The temporary folder is used when it does not exist.
       http_({locations_.downloads(), locations_.temporary()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
@@ -67,7 +71,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       workspace_(environment_) {
   commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
   commands_.editPage = WebKitPageView::edit;
-  // The cookie database holds the application key, and WebKit creates it readable by everyone.
+  // WebKit creates the cookie database, which holds the application key, readable by everyone.
+  // So its folder must be private.
   for (const char *parent :
        {g_get_user_config_dir(), g_get_user_data_dir(), g_get_user_cache_dir()}) {
     ensurePrivateFolder(inFolder(parent, identifier_));

@@ -42,15 +42,12 @@ class LinuxPlatform {
   /// Returns references to the interfaces; they are valid as long as this object.
   Platform interfaces();
 
-  /// Returns the application port with its Linux-specific functions.
-  GtkApplicationHost &applicationHost() { return application_; }
-
   /// Sets up what needs a started GTK. Application::run calls it.
   void gtkStarted();
 
  private:
-  // Declared first: child processes get the environment from before the initialisation of
-  // graphics_ changes it.
+  // Declared before graphics_, whose initialisation changes the environment: child processes
+  // get the unchanged one.
   const std::map<std::string, std::string> environment_;
   const GraphicsHardware graphics_;
   const std::string resources_;

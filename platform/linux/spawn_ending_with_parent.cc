@@ -40,54 +40,60 @@ class BlockedSignals {
 // Until exec the child makes only async-signal-safe calls: locks that other threads held
 // at the fork are never released in the child.
 
-void restoreSignals() {
+/// Gives every signal its default disposition, and unblocks all signals.
+void resetSignals() {
   struct sigaction defaultAction{};
   defaultAction.sa_handler = SIG_DFL;
-  // Fails for SIGKILL, SIGSTOP and the signals that the C library reserves.
+  // sigaction(2) fails for SIGKILL, SIGSTOP and the signals that the C library reserves.
   for (int signal = 1; signal <= SIGRTMAX; ++signal) ::sigaction(signal, &defaultAction, nullptr);
   sigset_t none;
   sigemptyset(&none);
   ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-bool placeStream(int source, int number) {
-  if (source == number) return true;
-  if (source != SpawnPlan::nullDevice) return ::dup2(source, number) == number;
-  // Closed first, because all other descriptors may be in use.
-  ::close(number);
-  return ::open("/dev/null", number == STDIN_FILENO ? O_RDONLY : O_WRONLY) == number;
+/// Makes a source the standard stream with this descriptor. Returns false and sets errno on
+/// failure.
+bool setStream(int source, int stream) {
+  if (source == stream) return true;
+  if (source != SpawnPlan::nullDevice) return ::dup2(source, stream) == stream;
+  // Closed first: open(2) returns the lowest free descriptor, which may be the only one.
+  ::close(stream);
+  return ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY) == stream;
 }
 
-bool placeStreams(const SpawnPlan &plan) {
-  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (!placeStream(plan.streams()[static_cast<std::size_t>(number)], number)) return false;
+bool setStreams(const SpawnPlan &plan) {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (!setStream(plan.streams()[static_cast<std::size_t>(stream)], stream)) return false;
   }
   return true;
 }
 
-[[noreturn]] void runChild(const SpawnPlan &plan, pid_t parent, int errors) {
+/// Runs the program of the plan in the child. Writes the errno value to the error pipe when
+/// that fails.
+[[noreturn]] void runChild(const SpawnPlan &plan, pid_t parent, int errorPipe) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   // The kernel sends no signal for a parent that died before that call.
   if (::getppid() != parent) ::_exit(EXIT_FAILURE);
-  restoreSignals();
+  resetSignals();
   const char *folder = plan.workingDirectory().c_str();
-  if (placeStreams(plan) && ::dup3(errors, errorDescriptor, O_CLOEXEC) >= 0) {
-    errors = errorDescriptor;
+  if (setStreams(plan) && ::dup3(errorPipe, errorDescriptor, O_CLOEXEC) >= 0) {
+    errorPipe = errorDescriptor;
     ::closefrom(errorDescriptor + 1);
     if (*folder == '\0' || ::chdir(folder) == 0) {
       ::execve(plan.executable(), plan.arguments(), plan.environment());
     }
   }
   const int error = errno;
-  [[maybe_unused]] const ssize_t written = ::write(errors, &error, sizeof error);
+  [[maybe_unused]] const ssize_t written = ::write(errorPipe, &error, sizeof error);
   ::_exit(EXIT_FAILURE);
 }
 
-/// Returns the errno value that the child reports, or zero when its program runs.
-int reportedError(int reading) {
+/// Waits until the child's program runs or fails to start. Returns zero, or the errno value
+/// that the child has written to the error pipe.
+int waitForExec(int errorPipe) {
   int error = 0;
   ssize_t count = 0;
-  while ((count = ::read(reading, &error, sizeof error)) < 0 && errno == EINTR) {
+  while ((count = ::read(errorPipe, &error, sizeof error)) < 0 && errno == EINTR) {
   }
   return count == sizeof error ? error : 0;
 }
@@ -103,9 +109,9 @@ int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child) {
   auto pipe = Pipe::create();
   if (!pipe) return errno;
   // Above errorDescriptor, so that no dup2 in the child overwrites it.
-  auto errors = std::make_unique<FileHandle>(
+  auto writing = std::make_unique<FileHandle>(
       ::fcntl(pipe->writing->descriptor(), F_DUPFD_CLOEXEC, errorDescriptor + 1));
-  if (errors->descriptor() < 0) return errno;
+  if (writing->descriptor() < 0) return errno;
   pipe->writing.reset();
 
   const pid_t parent = ::getpid();
@@ -114,12 +120,13 @@ int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child) {
   {
     const BlockedSignals blocked;
     started = ::fork();
-    if (started == 0) runChild(plan, parent, errors->descriptor());
+    if (started == 0) runChild(plan, parent, writing->descriptor());
     if (started < 0) error = errno;
   }
   if (started < 0) return error;
-  errors.reset();
-  error = reportedError(pipe->reading->descriptor());
+  // Without this the read would never reach the end of file.
+  writing.reset();
+  error = waitForExec(pipe->reading->descriptor());
   if (error != 0) {
     reap(started);
     return error;
