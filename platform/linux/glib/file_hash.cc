@@ -12,6 +12,7 @@ namespace orvel {
 
 namespace {
 
+// Sizes in bytes.
 constexpr std::size_t blockSize = 65'536;
 constexpr std::size_t hashSize = 32;
 
@@ -19,7 +20,7 @@ constexpr std::size_t hashSize = 32;
 
 std::optional<std::string> sha256OfFile(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
-  // Several times as fast as GChecksum, because it uses the processor's SHA instructions.
+  // GnuTLS is several times as fast as GChecksum: it uses the processor's SHA instructions.
   gnutls_hash_hd_t context = nullptr;
   if (gnutls_hash_init(&context, GNUTLS_DIG_SHA256) != GNUTLS_E_SUCCESS) return std::nullopt;
   std::array<char, blockSize> block;

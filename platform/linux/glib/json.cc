@@ -17,12 +17,12 @@ constexpr int maxNestingDepth = 512;
 /// parsing.
 class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
  public:
-  bool null() override { return drop(); }
-  bool boolean(bool) override { return drop(); }
-  bool number_integer(number_integer_t) override { return drop(); }
-  bool number_unsigned(number_unsigned_t) override { return drop(); }
-  bool number_float(number_float_t, const string_t &) override { return drop(); }
-  bool binary(binary_t &) override { return drop(); }
+  bool null() override { return handleOtherValue(); }
+  bool boolean(bool) override { return handleOtherValue(); }
+  bool number_integer(number_integer_t) override { return handleOtherValue(); }
+  bool number_unsigned(number_unsigned_t) override { return handleOtherValue(); }
+  bool number_float(number_float_t, const string_t &) override { return handleOtherValue(); }
+  bool binary(binary_t &) override { return handleOtherValue(); }
 
   bool string(string_t &text) override {
     if (depth_ == 1) texts_.insert_or_assign(name_, std::move(text));
@@ -45,13 +45,14 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
   JsonTexts takeTexts() { return std::move(texts_); }
 
  private:
-  /// The last of two members with the same name counts, even if it is not a string.
-  bool drop() {
+  /// Handles a value that is not a string. Removes an earlier string with the same name, because
+  /// the last of two members counts. Returns false at the top level, which must be an object.
+  bool handleOtherValue() {
     if (depth_ == 1) texts_.erase(name_);
     return depth_ > 0;
   }
   bool open() {
-    drop();
+    handleOtherValue();
     return ++depth_ <= maxNestingDepth;
   }
   bool close() {

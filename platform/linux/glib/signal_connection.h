@@ -6,9 +6,9 @@
 
 namespace orvel {
 
-/// A connection of a GObject signal to a handler. Disconnects the handler when it is
-/// destroyed or assigned to; the object that emits the signal may be destroyed first. Used
-/// on the thread that emits the signal.
+/// A connection of a GObject signal to a handler. Its destruction, or an assignment to it,
+/// disconnects the handler. The object that emits the signal may be destroyed first. Used on
+/// the thread that emits the signal.
 class SignalConnection {
  public:
   /// A connection to nothing.

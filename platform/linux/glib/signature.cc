@@ -16,7 +16,9 @@ namespace orvel {
 
 namespace {
 
+/// The size of a coordinate on the curve P-256, in bytes.
 constexpr std::size_t coordinateSize = 32;
+/// The first byte of an uncompressed point (SEC 1, section 2.3.3).
 constexpr char uncompressedPoint = 4;
 
 struct PublicKeyDeleter {
@@ -42,7 +44,7 @@ std::optional<std::string> decodeBase64(std::string_view text) {
   const std::string terminated(text);
   gsize size = 0;
   const GlibText bytes(reinterpret_cast<char *>(g_base64_decode(terminated.c_str(), &size)));
-  // g_base64_decode skips characters that are not base64.
+  // Compared with its encoding, because g_base64_decode skips characters that are not base64.
   const GlibText encoded(g_base64_encode(reinterpret_cast<guchar *>(bytes.get()), size));
   if (encoded.get() != text) return std::nullopt;
   return std::string(bytes.get(), size);
@@ -58,7 +60,7 @@ PublicKey decodePublicKey(std::string_view text) {
   PublicKey key(created);
   const gnutls_datum_t x = datum(std::string_view(*point).substr(1, coordinateSize));
   const gnutls_datum_t y = datum(std::string_view(*point).substr(1 + coordinateSize));
-  // Verifying a signature fails when the point is not on the curve.
+  // No check that the point is on the curve is needed: with any other point, verifying fails.
   if (gnutls_pubkey_import_ecc_raw(key.get(), GNUTLS_ECC_CURVE_SECP256R1, &x, &y) !=
       GNUTLS_E_SUCCESS) {
     return nullptr;

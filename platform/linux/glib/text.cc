@@ -26,7 +26,7 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
     return stops;
   }
 
-  // Pango stops at a NUL. All control characters have the same break rules.
+  // Pango stops at a NUL. U+0001 has the same break rules.
   std::string sanitized(text);
   std::replace(sanitized.begin(), sanitized.end(), '\0', '\x01');
   const auto size = static_cast<int>(sanitized.size());

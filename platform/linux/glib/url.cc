@@ -21,9 +21,9 @@ bool isOneOf(char character, std::string_view characters) {
   return characters.find(character) != std::string_view::npos;
 }
 
-/// Returns whether a text consists of unreserved characters, sub-delimiters, complete percent
+/// Returns whether a text has only unreserved characters, sub-delimiters, complete percent
 /// escapes and the given additional characters (RFC 3986, sections 2 and 3).
-bool consistsOf(std::string_view text, std::string_view additional) {
+bool hasOnlyUrlCharacters(std::string_view text, std::string_view additional) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     const char character = text[at];
     if (character == '%') {
@@ -51,21 +51,23 @@ bool isScheme(std::string_view text) {
          });
 }
 
-/// Returns whether a text is an IP literal without its brackets (RFC 3986, section 3.2.2). It may
-/// have a zone (RFC 6874).
-bool isAddressLiteral(std::string_view text) {
-  if (text.empty() || !consistsOf(text, ":")) return false;
+/// Returns whether a text is an IP literal without its brackets (RFC 3986, section 3.2.2): an
+/// IPv6 address, which may have a zone (RFC 6874), or the form "v1.text" for later versions.
+bool isIpLiteral(std::string_view text) {
+  if (text.empty() || !hasOnlyUrlCharacters(text, ":")) return false;
   if (text.front() == 'v' || text.front() == 'V') {
     const auto dot = text.find('.');
     return dot != std::string_view::npos && dot > 1 && dot + 1 < text.size() &&
            std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(dot),
                        isHexDigit) &&
-           !isOneOf('%', text);
+           text.find('%') == std::string_view::npos;
   }
-  const auto zone = text.find("%25");
-  if (zone != std::string_view::npos && zone + 3 == text.size()) return false;
+  // The zone follows a percent escape of "%".
+  constexpr std::string_view delimiter = "%25";
+  const auto end = text.find(delimiter);
+  if (end != std::string_view::npos && end + delimiter.size() == text.size()) return false;
   in6_addr ignored;
-  return inet_pton(AF_INET6, std::string(text.substr(0, zone)).c_str(), &ignored) == 1;
+  return inet_pton(AF_INET6, std::string(text.substr(0, end)).c_str(), &ignored) == 1;
 }
 
 /// Reads host and port of an authority into the URL. Returns false when the authority is
@@ -73,33 +75,34 @@ bool isAddressLiteral(std::string_view text) {
 bool readAuthority(std::string_view authority, Url &url) {
   const auto at = authority.find('@');
   if (at != std::string_view::npos) {
-    if (!consistsOf(authority.substr(0, at), ":")) return false;
+    if (!hasOnlyUrlCharacters(authority.substr(0, at), ":")) return false;
     authority.remove_prefix(at + 1);
   }
 
   std::string_view name;
-  std::string_view rest;
+  /// Empty, or a colon and the digits of the port, which may be none.
+  std::string_view port;
   if (authority.starts_with('[')) {
     const auto end = authority.find(']');
     if (end == std::string_view::npos) return false;
     name = authority.substr(1, end - 1);
-    rest = authority.substr(end + 1);
-    if (!isAddressLiteral(name)) return false;
+    port = authority.substr(end + 1);
+    if (!isIpLiteral(name)) return false;
   } else {
     name = authority.substr(0, authority.find(':'));
-    rest = authority.substr(name.size());
-    if (!consistsOf(name, "")) return false;
+    port = authority.substr(name.size());
+    if (!hasOnlyUrlCharacters(name, "")) return false;
   }
 
-  if (!rest.empty() &&
-      (rest.front() != ':' || !std::all_of(rest.begin() + 1, rest.end(), isAsciiDigit))) {
+  if (!port.empty() &&
+      (port.front() != ':' || !std::all_of(port.begin() + 1, port.end(), isAsciiDigit))) {
     return false;
   }
   url.host = decodedComponent(name);
-  int port = 0;
-  const char *end = rest.data() + rest.size();
-  if (!rest.empty() && std::from_chars(rest.data() + 1, end, port).ec == std::errc()) {
-    url.port = port;
+  int number = 0;
+  const char *end = port.data() + port.size();
+  if (!port.empty() && std::from_chars(port.data() + 1, end, number).ec == std::errc()) {
+    url.port = number;
   }
   return true;
 }
@@ -113,12 +116,12 @@ std::optional<Url> Url::parse(std::string_view text) {
 
   const auto fragment = text.find('#');
   if (fragment != std::string_view::npos) {
-    if (!consistsOf(text.substr(fragment + 1), ":@/?")) return std::nullopt;
+    if (!hasOnlyUrlCharacters(text.substr(fragment + 1), ":@/?")) return std::nullopt;
     text = text.substr(0, fragment);
   }
   const auto query = text.find('?');
   if (query != std::string_view::npos) {
-    if (!consistsOf(text.substr(query + 1), ":@/?")) return std::nullopt;
+    if (!hasOnlyUrlCharacters(text.substr(query + 1), ":@/?")) return std::nullopt;
     text = text.substr(0, query);
   }
 
@@ -139,7 +142,7 @@ std::optional<Url> Url::parse(std::string_view text) {
     text.remove_prefix(authority.size());
   }
 
-  if (!consistsOf(text, ":@/")) return std::nullopt;
+  if (!hasOnlyUrlCharacters(text, ":@/")) return std::nullopt;
   // A URL such as "mailto:a@b" is opaque: it has no path.
   if (!url.scheme.empty() && !hasAuthority && !text.starts_with('/')) return url;
   url.path = decodedComponent(text);

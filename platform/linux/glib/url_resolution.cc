@@ -7,8 +7,8 @@ namespace orvel {
 
 namespace {
 
-/// The components of a URL, not decoded and with their delimiters. Concatenated they are the
-/// URL (RFC 3986, section 5.3).
+/// The components of a URL or a relative reference, not decoded and with their delimiters.
+/// Concatenated they are the whole text (RFC 3986, section 5.3).
 struct Components {
   std::string_view scheme;
   std::string_view authority;
@@ -24,6 +24,7 @@ std::string_view takeFrom(std::string_view &text, std::size_t position) {
   return taken;
 }
 
+/// Splits a URL or a relative reference.
 Components componentsOf(std::string_view url) {
   Components components;
   components.fragment = takeFrom(url, url.find('#'));
@@ -42,7 +43,7 @@ Components componentsOf(std::string_view url) {
 }
 
 /// Returns a path without its "." and ".." segments (RFC 3986, section 5.2.4).
-std::string withoutDots(std::string_view path) {
+std::string withoutDotSegments(std::string_view path) {
   std::string result;
   while (!path.empty()) {
     if (path.starts_with("../")) {
@@ -78,25 +79,25 @@ std::string merged(const Components &base, std::string_view path) {
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
   const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
-  const Components from = componentsOf(base.absoluteString);
+  const Components baseParts = componentsOf(base.absoluteString);
   Components target = componentsOf(escaped);
-  std::string path = withoutDots(target.path);
+  std::string path = withoutDotSegments(target.path);
   if (target.scheme.empty()) {
-    target.scheme = from.scheme;
+    target.scheme = baseParts.scheme;
     if (target.authority.empty()) {
-      target.authority = from.authority;
+      target.authority = baseParts.authority;
       if (target.path.empty()) {
-        path = from.path;
-        if (target.query.empty()) target.query = from.query;
+        path = baseParts.path;
+        if (target.query.empty()) target.query = baseParts.query;
       } else if (!target.path.starts_with('/')) {
-        path = withoutDots(merged(from, target.path));
+        path = withoutDotSegments(merged(baseParts, target.path));
       }
     }
   }
 
   std::string text(target.scheme);
   text += target.authority;
-  // Otherwise the path would be read as an authority.
+  // Without "/." the parser would read the path as an authority.
   if (target.authority.empty() && path.starts_with("//")) text += "/.";
   text += path;
   text += target.query;
