@@ -16,6 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// The size of a read, in bytes.
 constexpr std::size_t blockSize = std::size_t{64} * 1024;
 constexpr mode_t permissionBits = 0777;
 // Without these permissions the user could not replace or remove a folder.
@@ -26,26 +27,26 @@ using Writer = std::unique_ptr<archive, decltype(&archive_write_free)>;
 
 /// Sets a UTF-8 locale on this thread during its lifetime: libarchive converts names to
 /// the encoding of the locale.
-class Utf8Names {
+class ScopedUtf8Locale {
  public:
-  Utf8Names() : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {
+  ScopedUtf8Locale() : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {
     if (locale_ != locale_t{}) previous_ = ::uselocale(locale_);
   }
-  ~Utf8Names() {
+  ~ScopedUtf8Locale() {
     if (locale_ == locale_t{}) return;
     ::uselocale(previous_);
     ::freelocale(locale_);
   }
-  Utf8Names(const Utf8Names &) = delete;
-  Utf8Names &operator=(const Utf8Names &) = delete;
+  ScopedUtf8Locale(const ScopedUtf8Locale &) = delete;
+  ScopedUtf8Locale &operator=(const ScopedUtf8Locale &) = delete;
 
  private:
   const locale_t locale_;
   locale_t previous_{};
 };
 
-/// Returns whether a relative path, appended to a folder, leads to a place in that folder.
-bool staysBelow(const fs::path &path) {
+/// Returns whether a path, appended to a folder, leads to a place in that folder.
+bool staysInFolder(const fs::path &path) {
   return !path.empty() && path.is_relative() &&
          std::find(path.begin(), path.end(), "..") == path.end();
 }
@@ -55,26 +56,29 @@ bool staysBelow(const fs::path &path) {
 /// the targets of links.
 bool isAllowed(archive_entry *entry) {
   const char *name = archive_entry_pathname(entry);
-  if (name == nullptr || !staysBelow(name) || archive_entry_is_encrypted(entry) != 0) return false;
+  if (name == nullptr || !staysInFolder(name) || archive_entry_is_encrypted(entry) != 0) {
+    return false;
+  }
   const auto type = archive_entry_filetype(entry);
   // A file or link named "." would replace the folder itself.
   const auto plainName = fs::path(name).lexically_normal();
   if (type != AE_IFDIR && (plainName == "." || !plainName.has_filename())) return false;
   if (type == AE_IFLNK) {
     const char *target = archive_entry_symlink(entry);
-    return target != nullptr && staysBelow(target);
+    return target != nullptr && staysInFolder(target);
   }
   return type == AE_IFREG || type == AE_IFDIR;
 }
 
-/// Subtracts from what is left of a limit. Returns false when it is exceeded.
-bool take(std::uint64_t &left, std::uint64_t amount) {
+/// Subtracts an amount from what is left of a limit. Returns false when too little is left.
+bool subtract(std::uint64_t &left, std::uint64_t amount) {
   if (amount > left) return false;
   left -= amount;
   return true;
 }
 
-/// Copies an entry's contents. Counts the bytes themselves: an archive may lie about its sizes.
+/// Copies an entry's contents. Counts the bytes that it reads, because the sizes in the archive
+/// may be false.
 bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
   while (true) {
     const void *block = nullptr;
@@ -82,7 +86,7 @@ bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
     la_int64_t offset = 0;
     const int result = archive_read_data_block(from, &block, &size, &offset);
     if (result == ARCHIVE_EOF) return true;
-    if (result != ARCHIVE_OK || !take(left.size, size) ||
+    if (result != ARCHIVE_OK || !subtract(left.size, size) ||
         archive_write_data_block(to, block, size, offset) != ARCHIVE_OK) {
       return false;
     }
@@ -91,9 +95,9 @@ bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
 
 bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::path &folder,
                   ArchiveLimits &left) {
-  if (!isAllowed(entry) || !take(left.entries, 1)) return false;
-  const mode_t needed = archive_entry_filetype(entry) == AE_IFDIR ? ownerPermissions : 0;
-  archive_entry_set_perm(entry, (archive_entry_perm(entry) & permissionBits) | needed);
+  if (!isAllowed(entry) || !subtract(left.entries, 1)) return false;
+  const mode_t added = archive_entry_filetype(entry) == AE_IFDIR ? ownerPermissions : 0;
+  archive_entry_set_perm(entry, (archive_entry_perm(entry) & permissionBits) | added);
   archive_entry_set_pathname(entry, (folder / archive_entry_pathname(entry)).c_str());
   return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to, left) &&
          archive_write_finish_entry(to) == ARCHIVE_OK;
@@ -109,7 +113,7 @@ bool extractArchive(const std::string &archive, const std::string &folder, Archi
   // libarchive reads the umask by calling umask(2), which changes it for all threads that
   // share it.
   ::unshare(CLONE_FS);
-  const Utf8Names names;
+  const ScopedUtf8Locale locale;
   const Reader from(archive_read_new(), archive_read_free);
   const Writer to(archive_write_disk_new(), archive_write_free);
   // The streaming reader does not see modes and links: they are in the central directory
@@ -124,11 +128,12 @@ bool extractArchive(const std::string &archive, const std::string &folder, Archi
   while (true) {
     archive_entry *entry = nullptr;
     const int result = archive_read_next_header(from.get(), &entry);
-    // The close writes the modes and times of folders.
+    // archive_write_close sets the modes and times of folders.
     if (result == ARCHIVE_EOF) return archive_write_close(to.get()) == ARCHIVE_OK;
-    // ARCHIVE_WARN also fails: the central directory and the local header differ.
-    if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target, limits))
+    // ARCHIVE_WARN also fails: the central directory and the local header of an entry differ.
+    if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target, limits)) {
       return false;
+    }
   }
 }
 

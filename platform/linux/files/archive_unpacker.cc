@@ -11,13 +11,13 @@ namespace orvel {
 void ArchiveUnpacker::unpack(const std::string &archive, const std::string &folder) const {
   namespace fs = std::filesystem;
   constexpr const char *bundle = "Orvel OS.app";
-  const fs::path part = fs::path(folder) / "part";
+  const fs::path incomplete = fs::path(folder) / "part";
   std::error_code error;
-  if (!fs::create_directory(part, error) || !extractArchive(archive, part.string()) ||
-      !isLoadableProgram(processes_, (part / bundle / "Contents/Linux/orvel-os").string())) {
+  if (!fs::create_directory(incomplete, error) || !extractArchive(archive, incomplete.string()) ||
+      !isLoadableProgram(processes_, (incomplete / bundle / "Contents/Linux/orvel-os").string())) {
     return;
   }
-  fs::rename(part / bundle, fs::path(folder) / bundle, error);
+  fs::rename(incomplete / bundle, fs::path(folder) / bundle, error);
 }
 
 }  // namespace orvel

@@ -46,7 +46,8 @@ bool writeToDisk(const fs::path &folder) {
   return ::syncfs(handle.descriptor()) == 0;
 }
 
-/// Exchanges two folders. Returns zero, or an errno value.
+/// Flushes the replacement to the disk, then exchanges the two folders. Returns zero, or an errno
+/// value.
 int exchangeFolders(const fs::path &original, const fs::path &replacement) {
   if (!writeToDisk(replacement)) return EIO;
   const int result =
@@ -59,7 +60,7 @@ bool isExchangeUnsupported(int error) {
   return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
 
-/// Returns the path of a hidden entry next to a path, which is on the same file system.
+/// Returns the path of a hidden entry next to a path, so that both are on the same file system.
 fs::path hiddenSibling(const fs::path &path, const std::string &extension) {
   return path.parent_path() / ("." + path.filename().string() + extension);
 }
@@ -86,7 +87,7 @@ bool copyFolder(const fs::path &from, const fs::path &to) {
   return !error;
 }
 
-/// Undoes the first rename when the second one fails.
+/// Replaces a folder by two renames. Undoes the first one when the second one fails.
 bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) {
   const fs::path aside = hiddenSibling(original, ".oud");
   std::error_code error;
@@ -101,8 +102,8 @@ bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) 
   return true;
 }
 
-/// Removes the old folder after a successful exchange. Otherwise replaces the folder by two
-/// renames if the exchange is not supported. `exchangeError` is zero or an errno value.
+/// Completes a replacement after exchangeFolders, whose result is `exchangeError`. Removes the
+/// old folder after a successful exchange. Uses two renames if the exchange is not supported.
 bool finishReplacement(const fs::path &original, const fs::path &replacement, int exchangeError) {
   if (exchangeError == 0) {
     discard(replacement);
@@ -114,10 +115,11 @@ bool finishReplacement(const fs::path &original, const fs::path &replacement, in
 }  // namespace
 
 bool replaceFolder(const std::string &original, const std::string &replacement) {
+  // "/." stands for the current folder when a relative path has no parent.
   const FolderLock lock((fs::path(original).parent_path() / ".").string(), lockTimeout);
   if (lock.isHeldElsewhere()) return false;
   if (!isRealFolder(original) || !isRealFolder(replacement)) return false;
-  // A folder that is exchanged with itself would then be removed as the old one.
+  // A folder that is exchanged with itself would be removed as the old one.
   std::error_code failure;
   if (fs::equivalent(original, replacement, failure) || failure) return false;
   const fs::path copy = hiddenSibling(original, ".nieuw");

@@ -18,7 +18,8 @@ constexpr Escape escapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'},
 
 std::string hexEscape(char byte) { return "\\x" + hexadecimal({&byte, 1}); }
 
-/// A space is escaped only at an edge of the value, where GKeyFile would remove it.
+/// Appends a character, escaped if necessary. A space needs that only at an edge of the value,
+/// where GKeyFile would remove it.
 void appendCharacter(std::string &value, char character, bool isAtEdge) {
   for (const auto &[letter, escaped] : escapes) {
     if (character != escaped || (character == ' ' && !isAtEdge)) continue;

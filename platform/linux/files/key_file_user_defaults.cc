@@ -23,20 +23,24 @@ namespace orvel {
 namespace {
 
 constexpr const char *group = "Defaults";
+/// The limit of the file, in bytes.
 constexpr std::size_t maxFileSize = 16'000'000;
+/// The coarsest resolution of timestamps that file systems are expected to have, in seconds.
+constexpr std::time_t timestampResolution = 1;
 
 struct KeyFileRelease {
   void operator()(GKeyFile *file) const { g_key_file_unref(file); }
 };
 using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
 
-/// Encodes a key as the name of a key file entry, which cannot contain "=" or brackets.
+/// Encodes a key as the name of a key file entry, which must not be empty or contain "=" or
+/// brackets.
 std::string keyName(std::string_view key) {
   if (key.empty()) return "%";
   const GlibText escaped(g_uri_escape_bytes(reinterpret_cast<const guint8 *>(key.data()),
                                             key.size(), " /:@+,;!$&'()*"));
   std::string name = escaped.get();
-  // GKeyFile removes spaces at the start and end of a name.
+  // Encoded too, because GKeyFile removes spaces at the start and end of a name.
   if (name.back() == ' ') name.replace(name.size() - 1, 1, "%20");
   if (name.front() == ' ') name.replace(0, 1, "%20");
   return name;
@@ -109,7 +113,7 @@ KeyFileUserDefaults::FileVersion KeyFileUserDefaults::FileVersion::of(const std:
 }
 
 bool KeyFileUserDefaults::FileVersion::isSettled() const {
-  return std::time(nullptr) - changeSeconds > 1;
+  return std::time(nullptr) - changeSeconds > timestampResolution;
 }
 
 KeyFileUserDefaults::KeyFileUserDefaults(std::string path) : path_(std::move(path)) {}
@@ -125,14 +129,15 @@ std::optional<std::string> KeyFileUserDefaults::text(std::string_view key) const
 }
 
 const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
-  // Determined before the file is read: a change in between is found by the next call.
+  // Determined before the file is read, so that the next call notices a change in between.
   const FileVersion version = FileVersion::of(path_);
   if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
   entries_ = entriesOf(loaded.file.get());
   const bool appearedMeanwhile = version == FileVersion() && !entries_.empty();
   cachedVersion_.reset();
-  // Whether a file can be read depends on more than its version, such as a free descriptor.
+  // A file that could not be read is not cached: the next read may succeed with the same
+  // version, for example when a descriptor is free again.
   if (!loaded.unreadable && !appearedMeanwhile && version.isSettled()) cachedVersion_ = version;
   return entries_;
 }

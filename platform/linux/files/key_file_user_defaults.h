@@ -38,8 +38,8 @@ class KeyFileUserDefaults final : public UserDefaults {
     long changeNanoseconds = 0;
 
     static FileVersion of(const std::string &path);
-    /// Returns whether every later change gets another version. File systems round times,
-    /// so two changes within a moment may have the same one.
+    /// Returns whether every later change gets another version. File systems round times, so
+    /// two changes within a second may get the same one.
     bool isSettled() const;
     bool operator==(const FileVersion &) const = default;
   };

@@ -33,8 +33,8 @@ bool readAt(std::istream &file, ElfW(Off) offset, Value *value, std::size_t size
       file.read(reinterpret_cast<char *>(value), static_cast<std::streamsize>(size)));
 }
 
-/// Returns whether the dynamic section names audit libraries or is malformed. The loader runs their
-/// constructors even in trace mode.
+/// Returns whether the dynamic section names audit libraries or is malformed. The loader runs the
+/// constructors of audit libraries even in trace mode.
 bool hasAuditLibrary(std::istream &file, const ElfW(Phdr) & dynamic) {
   for (ElfW(Off) offset = 0; offset + sizeof(ElfW(Dyn)) <= dynamic.p_filesz;
        offset += sizeof(ElfW(Dyn))) {
@@ -72,14 +72,15 @@ std::optional<ProgramKind> kindOf(const std::string &program) {
   return ProgramKind{header.e_ident[EI_CLASS], header.e_ident[EI_DATA], header.e_machine, loader};
 }
 
-/// Returns what a program writes to stdout and stderr, or nullopt when it does not exit
-/// with status 0.
-std::optional<std::string> outputOf(ProcessLauncher &processes, LaunchRequest request) {
+/// Runs a program. Returns what it writes to stdout and stderr, or nullopt when it does not
+/// exit with status 0.
+std::optional<std::string> runForOutput(ProcessLauncher &processes, LaunchRequest request) {
   auto pipe = Pipe::create();
   if (!pipe) return std::nullopt;
   request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
   request.standardError = {StandardStream::Kind::handle, std::move(pipe->writing)};
   const LaunchResult child = processes.launch(request);
+  // Closes the writing end here, so that the read ends when the program has ended.
   request.standardOutput = {};
   request.standardError = {};
   if (!child.process) return std::nullopt;
@@ -114,16 +115,16 @@ bool isLoadableProgram(ProcessLauncher &processes, const std::string &program) {
   LaunchRequest request;
   request.executable = kind->loader;
   request.environmentChanges = {{"LC_ALL", "C"}};
-  // A loader without --verify fails here. It might also ignore LD_TRACE_LOADED_OBJECTS
-  // below and run the program.
+  // A loader that does not know --verify fails here. Such a loader might also ignore
+  // LD_TRACE_LOADED_OBJECTS below and run the program.
   request.arguments = {"--verify", program};
-  if (!outputOf(processes, request)) return false;
+  if (!runForOutput(processes, request)) return false;
   request.arguments = {program};
   request.environmentChanges["LD_TRACE_LOADED_OBJECTS"] = "1";
-  // Both are needed: otherwise the loader does not resolve symbols.
+  // The loader resolves symbols in trace mode only when both variables are set.
   request.environmentChanges["LD_WARN"] = "1";
   request.environmentChanges["LD_BIND_NOW"] = "1";
-  const auto trace = outputOf(processes, request);
+  const auto trace = runForOutput(processes, request);
   return trace && !reportsMissingDependency(*trace, program);
 }
 

@@ -28,6 +28,7 @@ class PlistReader {
     ++depth_;
     if (depth_ == plistDepth) return element == "plist";
     if (depth_ == dictionaryDepth) return element == "dict" && !std::exchange(hasDictionary_, true);
+    // Elements in a key or a scalar are invalid.
     if (depth_ > entryDepth) return isContainer_;
     constexpr std::array<std::string_view, 7> scalars{"string", "data", "date", "integer",
                                                       "real",   "true", "false"};
@@ -77,7 +78,7 @@ class PlistReader {
 /// Sets the error that makes GMarkup stop, unless the input is valid so far.
 void failUnless(bool isValid, GError **error) {
   if (isValid) return;
-  g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "no property list");
+  g_set_error_literal(error, G_MARKUP_ERROR, G_MARKUP_ERROR_INVALID_CONTENT, "not a property list");
 }
 
 const GMarkupParser callbacks{
@@ -101,8 +102,9 @@ const GMarkupParser callbacks{
 
 std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
   // XML does not allow NUL, but GMarkup accepts it.
-  if (bytes.size() > maxPropertyListSize || bytes.find('\0') != std::string::npos)
+  if (bytes.size() > maxPropertyListSize || bytes.find('\0') != std::string::npos) {
     return std::nullopt;
+  }
   PlistReader reader;
   const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(
       g_markup_parse_context_new(&callbacks, G_MARKUP_TREAT_CDATA_AS_TEXT, &reader, nullptr),

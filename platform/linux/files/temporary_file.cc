@@ -13,10 +13,11 @@ namespace orvel {
 
 namespace {
 
+/// The permissions of a new file before the umask.
 constexpr int permissions = 0666;
 
-/// The hidden files of this process. At exit, the remaining ones are removed and no new ones
-/// are created, because other threads may still be running.
+/// The hidden files of this process. At exit the remaining ones are removed. From then on no new
+/// ones are created, because other threads may still be running.
 class HiddenFiles {
  public:
   static HiddenFiles &all() {
@@ -28,6 +29,7 @@ class HiddenFiles {
     return *files;
   }
 
+  /// Creates a file, and replaces the pattern by its path. Returns its descriptor, or -1.
   int create(std::string &pattern) {
     const std::lock_guard lock(mutex_);
     if (exiting_) return -1;
@@ -60,7 +62,7 @@ TemporaryFile::TemporaryFile(const std::vector<std::string> &folders, Kind kind)
     : created_(create(folders, kind)), file_(created_.descriptor) {}
 
 TemporaryFile::~TemporaryFile() {
-  // A file that was moved is no longer at this path.
+  // Has no effect on a file that was moved: it is no longer at this path.
   if (created_.isHidden) HiddenFiles::all().remove(created_.path);
 }
 

@@ -14,8 +14,8 @@ namespace orvel {
 class TemporaryFile {
  public:
   enum class Kind {
-    /// A file without a name (open(2), O_TMPFILE), which cannot be left behind. A hidden file
-    /// where the file system does not support that.
+    /// A file without a name (open(2), O_TMPFILE), which even a killed process does not leave
+    /// behind. A hidden file where the file system does not support that.
     unnamed,
     /// A hidden file. It is removed when the process exits, but not when the process is
     /// killed.

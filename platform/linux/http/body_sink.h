@@ -16,7 +16,7 @@ class BodySink {
 
   /// Returns whether the sink can store a body: false when its file could not be created.
   virtual bool isReady() const = 0;
-  /// Stores a block. Returns false when it cannot; the body has then failed.
+  /// Stores a block. Returns false when that is impossible; the body has then failed.
   virtual bool append(std::string_view block) = 0;
 };
 
@@ -31,7 +31,7 @@ class TextSink final : public BodySink {
     text_ += block;
     return true;
   }
-  /// Moves the body out.
+  /// Returns the body and leaves the sink empty.
   std::string take() { return std::exchange(text_, {}); }
 
  private:

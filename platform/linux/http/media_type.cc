@@ -16,7 +16,7 @@ namespace orvel {
 
 namespace {
 
-// The limit of a type's XML file, in bytes.
+/// The limit of a type's XML file, in bytes.
 constexpr std::size_t maxFileSize = std::size_t{4} * 1024 * 1024;
 
 // For these types the first extension in the database is not the usual one.
@@ -99,7 +99,7 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
     folders.emplace_back(*folder);
   }
-  // GIO lists the user's folder first. The system's extensions come before the user's here.
+  // GIO lists the user's folder first. Of equal weights, the system's extensions come first here.
   std::reverse(folders.begin(), folders.end());
   Extensions extensions;
   for (const std::string &folder : folders) {

@@ -16,9 +16,10 @@ namespace {
 
 // High limit, so that requests never queue for a connection.
 constexpr int maxConnections = 1024;
-// The limit of a body in memory.
+/// The limit of a body in memory, in bytes.
 constexpr std::size_t maxTextSize = std::size_t{64} * 1024 * 1024;
 
+/// Creates a session without libsoup's own timeout, because SoupTask has one.
 GObjectPointer<SoupSession> newSession() {
   return adopt(soup_session_new_with_options("max-conns", maxConnections, "max-conns-per-host",
                                              maxConnections, "timeout", 0U, nullptr));
@@ -40,10 +41,11 @@ void registerTypes() {
                            G_TYPE_PROXY_RESOLVER, G_TYPE_POLLABLE_INPUT_STREAM}) {
     g_type_ensure(type);
   }
+  // The creation of a session registers more types of libsoup.
   newSession();
 }
 
-/// Returns whether a host is this machine, which is never reached through a proxy.
+/// Returns whether a host is this machine. Its requests never use a proxy.
 bool isLoopback(const std::string &host) {
   return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
@@ -123,7 +125,7 @@ void SoupHttpSession::run() {
       g_main_context_iteration(context_.get(), TRUE);
     }
   }
-  // libsoup closes connections from sources of this context.
+  // Runs the sources of this context with which libsoup closes the connections of the sessions.
   while (g_main_context_iteration(context_.get(), FALSE)) {
   }
   g_main_context_pop_thread_default(context_.get());

@@ -22,9 +22,9 @@ struct SoupSessions;
 
 /// An HTTP session of libsoup with two threads: one for the requests, one that calls the
 /// completions one at a time. A completion may take long, for example to unpack a release,
-/// and would let other requests time out on the first thread. Has no cookies and no cache.
-/// Every request has its own connection and asks for an uncompressed body. In addition to
-/// the port's contract:
+/// and would let other requests time out on the first thread. The session has no cookies and
+/// no cache. Every request has its own connection and asks for an uncompressed body. In
+/// addition to the contract of HttpSession:
 /// - A field that is set for the first server is not set again when a redirect
 ///   through another origin leads back to it. At most 20 redirects are followed.
 /// - The body of a data task may have at most 64 MiB.

@@ -8,12 +8,14 @@
 
 #include "base/percent_encoding.h"
 #include "platform/linux/glib/glib_text.h"
+#include "platform/linux/glib/http_token.h"
 #include "platform/linux/http/suggested_filename.h"
 
 namespace orvel {
 
 namespace {
 
+/// The size of a read, in bytes.
 constexpr gsize blockSize = 262'144;
 // Bounds synchronous reads, so that other requests are not starved.
 constexpr int maxReadsPerTurn = 16;
@@ -23,14 +25,12 @@ void release(GSource *source) {
   g_source_unref(source);
 }
 
-/// Returns whether a field has a valid name (RFC 9110, section 5.6.2) and a value without CR, LF
-/// and NUL (section 5.5).
+/// Returns whether the name of a field is a token, and its value has no CR, LF or NUL (RFC 9110,
+/// section 5.5).
 bool isSendable(const std::pair<std::string, std::string> &field) {
   const auto &[name, value] = field;
-  return !name.empty() && std::all_of(name.begin(), name.end(), [](char character) {
-    return g_ascii_isalnum(character) ||
-           std::string_view("!#$%&'*+-.^_`|~").find(character) != std::string_view::npos;
-  }) && value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
+  return isHttpToken(name) &&
+         value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
 /// Returns a new source that calls its callback at its ready time (g_source_set_ready_time).
@@ -46,7 +46,7 @@ GSource *makeTimeoutSource() {
 }
 
 /// Returns whether a URI has the scheme http or https and a host.
-bool isHttp(GUri *uri) {
+bool isHttpUri(GUri *uri) {
   if (uri == nullptr) return false;
   const std::string_view scheme = g_uri_get_scheme(uri);
   const char *host = g_uri_get_host(uri);
@@ -87,6 +87,7 @@ void SoupTask::start(SoupSession *session, Ended ended) {
       this, nullptr);
   g_source_attach(timeoutSource_.get(), g_main_context_get_thread_default());
   if (!message_) {
+    // Fails the request from the main loop, because this call must not call `ended`.
     g_source_set_ready_time(timeoutSource_.get(), 0);
     return;
   }
@@ -115,7 +116,7 @@ GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
   if (!std::all_of(headers.begin(), headers.end(), isSendable)) return {};
   const std::unique_ptr<GUri, UriRelease> uri(g_uri_parse(
       url.absoluteString.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr));
-  if (!isHttp(uri.get())) return {};
+  if (!isHttpUri(uri.get())) return {};
 
   auto message = adopt(soup_message_new_from_uri(SOUP_METHOD_GET, uri.get()));
   soup_message_add_flags(message.get(), SOUP_MESSAGE_NEW_CONNECTION);
@@ -148,6 +149,8 @@ void SoupTask::connected(GIOStream *connection) {
   arrivalSource_.reset(g_socket_create_source(socket_.get(), G_IO_IN, nullptr));
   const GSocketSourceFunc arrived = [](GSocket *, GIOCondition condition,
                                        gpointer self) -> gboolean {
+    // A socket source also reports G_IO_HUP and G_IO_ERR. They persist, so the source would fire
+    // without end.
     if (condition != G_IO_IN) return G_SOURCE_REMOVE;
     static_cast<SoupTask *>(self)->restartTimeout();
     return G_SOURCE_CONTINUE;
@@ -157,8 +160,8 @@ void SoupTask::connected(GIOStream *connection) {
 }
 
 void SoupTask::redirected() {
-  // libsoup follows redirects to paths that are invalid by RFC 3986, and Url::parse would
-  // reject them.
+  // Encoded, because libsoup follows redirects to paths that are invalid by RFC 3986 and that
+  // Url::parse would reject.
   const auto to = Url::parse(percentEncoded(addressOf(message_.get())));
   if (to && request_.forwardsHeaders != nullptr && request_.forwardsHeaders(request_.url, *to)) {
     return;
@@ -230,7 +233,7 @@ bool SoupTask::handleRead(gssize size) {
     received_ += size;
     return true;
   }
-  finish(size == 0 && bodyIsWhole());
+  finish(size == 0 && isBodyComplete());
   return false;
 }
 
@@ -247,14 +250,14 @@ std::optional<std::string> SoupTask::suggestedFilename() const {
     if (value == nullptr) return std::nullopt;
     return value;
   };
-  Url answered;
-  answered.absoluteString = addressOf(message_.get());
+  Url finalUrl;
+  finalUrl.absoluteString = addressOf(message_.get());
   return orvel::suggestedFilename(
       {.contentDisposition = field("Content-Disposition"), .mediaType = field("Content-Type")},
-      answered);
+      finalUrl);
 }
 
-bool SoupTask::bodyIsWhole() {
+bool SoupTask::isBodyComplete() {
   // The decompressor has checked the gzip trailer (RFC 1952, section 2.3.1).
   if (isDecoded_) return true;
   SoupMessageHeaders *fields = soup_message_get_response_headers(message_.get());
@@ -269,8 +272,8 @@ bool SoupTask::bodyIsWhole() {
         return true;
       }
       // libsoup accepts a connection that ends between two chunks as the end of the body.
-      // Another read, with the socket closed, succeeds only if libsoup has read the last
-      // chunk.
+      // Another read, after the socket is closed, succeeds only if libsoup has read the last
+      // chunk, because it then needs no more bytes.
       g_socket_close(socket_.get(), nullptr);
       std::array<char, 64> ignored;
       return g_input_stream_read(stream_.get(), ignored.data(), ignored.size(), nullptr, nullptr) ==

@@ -17,7 +17,7 @@ namespace orvel {
 /// `Ended` is called.
 class SoupTask {
  public:
-  /// Receives the task with its outcome.
+  /// Called with the task when its outcome is known.
   using Ended = std::function<void(const SoupTask &)>;
 
   /// The sink must live until `Ended` is called.
@@ -61,8 +61,8 @@ class SoupTask {
   /// after an error. Returns false when the request has ended; the task may then be
   /// destroyed.
   bool handleRead(gssize size);
-  /// Returns whether the body that libsoup has read to its end is complete.
-  bool bodyIsWhole();
+  /// Returns whether a body that libsoup has read without an error is complete.
+  bool isBodyComplete();
   void finish(bool hasWholeBody);
 
   const UrlRequest request_;

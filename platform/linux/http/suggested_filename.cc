@@ -28,6 +28,7 @@ std::string toUtf8(const std::string &bytes) {
 std::string filenameParameter(const std::string &disposition) {
   const std::unique_ptr<GHashTable, void (*)(GHashTable *)> parameters(
       soup_header_parse_semi_param_list(disposition.c_str()), soup_header_free_param_list);
+  // libsoup stores the value of "filename*" under this name too.
   const void *name = g_hash_table_lookup(parameters.get(), "filename");
   return name != nullptr ? static_cast<const char *>(name) : "";
 }

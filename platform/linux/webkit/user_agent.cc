@@ -3,42 +3,36 @@
 #include <algorithm>
 #include <string>
 
+#include "platform/linux/glib/http_token.h"
+
 namespace orvel {
 
 namespace {
 
-/// Returns whether the text is a token of RFC 9110, section 5.6.2.
-bool isToken(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) {
-    return g_ascii_isalnum(character) ||
-           std::string_view("!#$%&'*+-.^_`|~").find(character) != std::string_view::npos;
-  });
-}
-
-/// Returns whether the text is a product of RFC 9110, section 10.1.5, with a version.
+/// Returns whether the text is a product with a version (RFC 9110, section 10.1.5).
 bool isProduct(std::string_view text) {
   const auto slash = text.find('/');
-  return slash != std::string_view::npos && isToken(text.substr(0, slash)) &&
-         isToken(text.substr(slash + 1));
+  return slash != std::string_view::npos && isHttpToken(text.substr(0, slash)) &&
+         isHttpToken(text.substr(slash + 1));
 }
 
 }  // namespace
 
 void appendToUserAgent(WebKitSettings *settings, std::string_view name) {
   if (name.empty()) return;
-  const std::string front = std::string(webkit_settings_get_user_agent(settings)) + " ";
+  const std::string prefix = std::string(webkit_settings_get_user_agent(settings)) + " ";
   if (isProduct(name)) {
-    webkit_settings_set_user_agent(settings, (front + std::string(name)).c_str());
+    webkit_settings_set_user_agent(settings, (prefix + std::string(name)).c_str());
     return;
   }
   // webkit_settings_set_user_agent rejects a product whose version is empty or contains "/".
-  // So it sets a placeholder of the same length, which is then overwritten in the settings'
-  // own copy. A new view reads that copy.
+  // So it gets a placeholder of the same length, which is then overwritten in the settings'
+  // own copy of the text. A new view reads that copy.
   const std::string placeholder(name.size(), 'x');
-  webkit_settings_set_user_agent(settings, (front + placeholder).c_str());
+  webkit_settings_set_user_agent(settings, (prefix + placeholder).c_str());
   auto *stored = const_cast<char *>(webkit_settings_get_user_agent(settings));
-  if (stored != front + placeholder) return;
-  std::copy(name.begin(), name.end(), stored + front.size());
+  if (stored != prefix + placeholder) return;
+  std::copy(name.begin(), name.end(), stored + prefix.size());
 }
 
 }  // namespace orvel
