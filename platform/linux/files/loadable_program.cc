@@ -34,7 +34,7 @@ bool readAt(std::istream &file, ElfW(Off) offset, Value *value, std::size_t size
 }
 
 /// Returns whether the dynamic section names audit libraries or is malformed. The loader runs the
-/// constructors of audit libraries even in trace mode.
+/// constructors of audit libraries even in trace mode (LD_TRACE_LOADED_OBJECTS).
 bool hasAuditLibrary(std::istream &file, const ElfW(Phdr) & dynamic) {
   for (ElfW(Off) offset = 0; offset + sizeof(ElfW(Dyn)) <= dynamic.p_filesz;
        offset += sizeof(ElfW(Dyn))) {

@@ -17,7 +17,7 @@ namespace orvel {
 /// each process runs on its own. Main thread only.
 class GtkApplicationHost final : public Application {
  public:
-  /// `startup` runs in the first instance only, after GTK has started and before
+  /// Calls `startup` in the first instance only, after GTK has started and before
   /// applicationDidFinishLaunching.
   GtkApplicationHost(const std::string &identifier, std::function<void()> startup);
   ~GtkApplicationHost() override;

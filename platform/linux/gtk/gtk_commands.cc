@@ -75,7 +75,7 @@ void GtkCommands::edit(MenuAction action, GtkWindow *window) {
   if (focus != nullptr && (GTK_IS_TEXT(focus) || GTK_IS_TEXT_VIEW(focus))) {
     gtk_widget_activate_action(focus, textAction(action), nullptr);
   } else if (editPage) {
-    // The focus may still be on an item of the menu bar; the page is then edited all the same.
+    // The focus may still be on an item of the menu bar. Even then the command is for the page.
     editPage(action, focus, contentOf(window));
   }
 }

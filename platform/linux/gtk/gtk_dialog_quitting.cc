@@ -55,7 +55,8 @@ void GtkDialogQuitting::windowsAdded(guint position, guint count) {
   }
 }
 
-// GTK ignores GDK_DELETE for a window while another window is modal for it.
+/// Handles GDK_DELETE, the window manager's request to close a window. GTK ignores it for a window
+/// while another window is modal for it.
 void GtkDialogQuitting::eventArrived(GdkSurface *surface, GdkEvent *event) {
   if (gdk_event_get_event_type(event) != GDK_DELETE) return;
   GtkWindow *main = application_.mainWindow();

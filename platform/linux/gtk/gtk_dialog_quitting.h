@@ -8,9 +8,9 @@
 
 namespace orvel {
 
-/// Ways to quit while another window is open, such as an alert, the print dialog, a file
-/// chooser or the inspector. Adds the keys that quit to each new window, and accepts the
-/// window manager's request to close the main window while a dialog is modal for it. Main
+/// Ways to quit while a window other than the main window is open, such as an alert, the print
+/// dialog, a file chooser or the inspector. Adds the keys that quit to each new window, and accepts
+/// the window manager's request to close the main window while a dialog is modal for it. Main
 /// thread only; at most one instance at a time.
 class GtkDialogQuitting {
  public:

@@ -10,16 +10,16 @@ namespace orvel {
 
 namespace {
 
-// One action for all items; its parameter is the MenuAction.
+// All items share one GAction, whose parameter is the MenuAction.
 constexpr const char *groupName = "menu";
 constexpr const char *actionName = "perform";
-constexpr const char *detailedName = "menu.perform";
+constexpr const char *fullActionName = "menu.perform";
 
 GVariant *parameter(MenuAction action) { return g_variant_new_int32(static_cast<int>(action)); }
 
 GObjectPointer<GMenuItem> makeItem(const MenuItem &item) {
   auto entry = adopt(g_menu_item_new(item.title.c_str(), nullptr));
-  g_menu_item_set_action_and_target_value(entry.get(), detailedName, parameter(item.action));
+  g_menu_item_set_action_and_target_value(entry.get(), fullActionName, parameter(item.action));
   const auto keys = accelerators(item);
   if (!keys.empty()) g_menu_item_set_attribute(entry.get(), "accel", "s", keys.front().c_str());
   return entry;
@@ -65,7 +65,8 @@ gboolean focusContent(gpointer bar) {
   return G_SOURCE_REMOVE;
 }
 
-/// Deferred, because GTK moves the focus after the "closed" signal.
+/// Moves the focus to the content from the main loop, because GTK moves the focus after the
+/// "closed" signal.
 void menuClosed(GtkWidget *bar) {
   g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, focusContent, g_object_ref(bar), g_object_unref);
 }
@@ -142,7 +143,7 @@ void GtkMenuBar::addKeys(
       for (const std::string &key : accelerators(item)) {
         if (!isIncluded(item, key)) continue;
         GtkShortcut *shortcut = gtk_shortcut_new(gtk_shortcut_trigger_parse_string(key.c_str()),
-                                                 gtk_named_action_new(detailedName));
+                                                 gtk_named_action_new(fullActionName));
         gtk_shortcut_set_arguments(shortcut, parameter(item.action));
         gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(controller), shortcut);
       }

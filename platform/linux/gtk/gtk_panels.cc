@@ -11,11 +11,12 @@ namespace orvel {
 
 namespace {
 
+// Sizes in points.
 constexpr int margin = 24;
 constexpr int spacing = 12;
 constexpr int textWidth = 340;
-constexpr int charactersPerLine = 60;
 constexpr int maxTextHeight = 420;
+constexpr int charactersPerLine = 60;
 // Maximum lengths in characters. Window lists show no more of a title. GTK needs seconds to
 // lay out a text that is much longer.
 constexpr glong maxTitleLength = 80;
@@ -28,7 +29,7 @@ std::string truncated(const std::string &text, glong maxLength, const char *elli
   return std::string(beginning.get()) + ellipsis;
 }
 
-/// Returns a text of an alert with the maximum length.
+/// Returns a text of an alert, truncated to maxTextLength.
 std::string limitedText(const std::string &text) { return truncated(text, maxTextLength, "…"); }
 
 }  // namespace
@@ -265,7 +266,7 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
 void GtkPanels::close(const AlertWindow &alert) {
   const auto found = std::find_if(alerts_.begin(), alerts_.end(),
                                   [&](const auto &each) { return each.get() == &alert; });
-  // Destroyed last: gtk_window_destroy runs signal handlers.
+  // Destroyed after the removal from alerts_, because gtk_window_destroy runs signal handlers.
   const std::unique_ptr<AlertWindow> closed = std::move(*found);
   alerts_.erase(found);
 }

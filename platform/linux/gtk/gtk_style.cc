@@ -19,6 +19,7 @@ std::string cssColor(const Color &color) {
   return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
 }
 
+/// The style sheet. The colour orvel_tone is defined before it.
 constexpr const char *rules = R"css(
 @define-color orvel_text #c3ccd5;
 @define-color orvel_bright #eef2f5;
@@ -78,8 +79,8 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 }
 )css";
 
-/// Selects the dark variant of the theme. Does not set a property that is set already: GTK
-/// would load the theme again.
+/// Selects the dark variant of the theme. Does not set the property when it is set already,
+/// because GTK would load the theme again.
 void keepDark(GtkSettings *settings) {
   gboolean isDark = FALSE;
   g_object_get(settings, preferDark, &isDark, nullptr);

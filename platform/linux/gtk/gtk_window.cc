@@ -22,7 +22,8 @@ GtkWidget *makeHeader(const WindowConfiguration &configuration, GtkWidget *menuB
   return header;
 }
 
-int pixels(double points) { return static_cast<int>(points); }
+/// Rounds a size down, because GTK's sizes are integers.
+int wholePoints(double points) { return static_cast<int>(points); }
 
 }  // namespace
 
@@ -77,22 +78,24 @@ void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
   fitMinimumSize();
   const Rect area = visibleArea().value_or(configuration.contentRect);
   const auto saved = parseFrame(defaults_.text(autosaveName_).value_or(""));
-  const WindowFrame frame = saved.value_or(WindowFrame{
-      pixels(configuration.contentRect.width), pixels(configuration.contentRect.height), true});
+  const WindowFrame frame =
+      saved.value_or(WindowFrame{.width = wholePoints(configuration.contentRect.width),
+                                 .height = wholePoints(configuration.contentRect.height),
+                                 .maximised = true});
   const auto fitted = [](int size, double minimum, double maximum) {
-    return std::clamp(size, pixels(std::min(minimum, maximum)), pixels(maximum));
+    return std::clamp(size, wholePoints(std::min(minimum, maximum)), wholePoints(maximum));
   };
   gtk_window_set_default_size(window_, fitted(frame.width, minimumWidth_, area.width),
                               fitted(frame.height, minimumHeight_, area.height));
   if (frame.maximised) gtk_window_maximize(window_);
 }
 
-// The window must fit a screen that is smaller than the minimum size.
+/// Sets the minimum size. Reduces it to the visible area, so that the window fits a small screen.
 void GtkMainWindow::fitMinimumSize() {
   const auto area = visibleArea();
   const double width = area ? std::min(minimumWidth_, area->width) : minimumWidth_;
   const double height = area ? std::min(minimumHeight_, area->height) : minimumHeight_;
-  gtk_widget_set_size_request(GTK_WIDGET(window_), pixels(width), pixels(height));
+  gtk_widget_set_size_request(GTK_WIDGET(window_), wholePoints(width), wholePoints(height));
 }
 
 void GtkMainWindow::makeKeyAndOrderFront() {

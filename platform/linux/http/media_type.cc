@@ -33,6 +33,8 @@ struct Extensions {
   /// In the order of the database.
   std::vector<std::string> all;
 
+  /// Adds the extension of a pattern such as "*.txt", unless another one has a higher weight.
+  /// Ignores a pattern of another form.
   void add(std::string_view pattern, int patternWeight) {
     if (!pattern.starts_with("*.") || patternWeight < weight) return;
     const std::string_view extension = pattern.substr(2);
@@ -63,7 +65,7 @@ std::string essence(std::string_view mediaType) {
 
 /// Adds the glob patterns of a type's XML file to the extensions (Shared MIME-info Database,
 /// section 2.2).
-void readDescription(const std::string &xml, Extensions &extensions) {
+void addPatterns(const std::string &xml, Extensions &extensions) {
   const auto element = [](GMarkupParseContext *, const char *name, const char **names,
                           const char **values, gpointer found, GError **) {
     if (std::string_view(name) != "glob") return;
@@ -103,7 +105,7 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   std::reverse(folders.begin(), folders.end());
   Extensions extensions;
   for (const std::string &folder : folders) {
-    readDescription(readFileBytes(folder + "/" + type + ".xml", maxFileSize).bytes, extensions);
+    addPatterns(readFileBytes(folder + "/" + type + ".xml", maxFileSize).bytes, extensions);
   }
   const auto &all = extensions.all;
   for (const auto &[preferredType, extension] : preferredExtensions) {

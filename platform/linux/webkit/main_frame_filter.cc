@@ -6,7 +6,7 @@ namespace orvel {
 
 std::string mainFrameFilter(std::string_view address) {
   address = address.substr(0, address.find_first_of("?#"));
-  // Escaped for the regular expression and then for JSON.
+  // Each punctuation mark is escaped for the regular expression, and then for JSON.
   std::string pattern = "^";
   for (const char character : address) {
     if (g_ascii_ispunct(character)) pattern += R"(\\)";

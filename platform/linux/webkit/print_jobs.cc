@@ -48,18 +48,20 @@ GObjectPointer<GtkPrintSettings> renderSettings(GtkPrintJob *job, GtkPrinter *fi
   gtk_print_settings_set_n_copies(settings.get(), gtk_print_job_get_num_copies(job));
   gtk_print_settings_set_collate(settings.get(), gtk_print_job_get_collate(job));
   gtk_print_settings_set_reverse(settings.get(), gtk_print_job_get_reverse(job));
+  // The scale is a factor in the job, and a percentage in the settings.
   gtk_print_settings_set_scale(settings.get(), gtk_print_job_get_scale(job) * 100);
   gtk_print_settings_set_number_up(settings.get(), static_cast<int>(gtk_print_job_get_n_up(job)));
   gtk_print_settings_set_number_up_layout(settings.get(), gtk_print_job_get_n_up_layout(job));
 
-  const bool pdf = gtk_printer_accepts_pdf(gtk_print_job_get_printer(job));
+  const bool acceptsPdf = gtk_printer_accepts_pdf(gtk_print_job_get_printer(job));
   gtk_print_settings_set_printer(settings.get(), gtk_printer_get_name(filePrinter));
-  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, pdf ? "pdf" : "ps");
+  gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT,
+                         acceptsPdf ? "pdf" : "ps");
   gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI, uri.c_str());
   return settings;
 }
 
-/// Returns an operation that prints to the printer or file in the settings.
+/// Returns an operation, not started yet, that prints to the printer or file in the settings.
 GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrintSettings *settings,
                                                    GtkPageSetup *pageSetup) {
   auto operation = adopt(webkit_print_operation_new(view));

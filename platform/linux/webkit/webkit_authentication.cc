@@ -17,7 +17,7 @@ WebKitAuthentication::WebKitAuthentication(WebKitWebView *view)
   gtk_event_controller_set_propagation_phase(keys_, GTK_PHASE_CAPTURE);
   connections_.emplace_back(
       keys_, "key-pressed", this, +[](WebKitAuthentication *self, guint key) {
-        return gboolean{key == GDK_KEY_Escape && self->cancel()};
+        return gboolean{key == GDK_KEY_Escape && self->cancelDialog()};
       });
   gtk_widget_add_controller(GTK_WIDGET(view), keys_);
 }
@@ -40,11 +40,11 @@ void WebKitAuthentication::dialogClosed() {
   request_.reset();
 }
 
-bool WebKitAuthentication::cancel() {
+bool WebKitAuthentication::cancelDialog() {
   if (!request_) return false;
   requestConnections_.clear();
   const auto request = std::move(request_);
-  // Does the same as the dialog's cancel button: without a credential, the page gets the
+  // Does the same as the dialog's cancel button: without a credential, the view shows the
   // server's 401 response. The "cancelled" signal closes the dialog.
   webkit_authentication_request_authenticate(request.get(), nullptr);
   g_signal_emit_by_name(request.get(), "cancelled");

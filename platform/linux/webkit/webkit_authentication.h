@@ -22,7 +22,8 @@ class WebKitAuthentication {
  private:
   void dialogOpened(WebKitAuthenticationRequest *request);
   void dialogClosed();
-  bool cancel();
+  /// Returns false when no dialog is open.
+  bool cancelDialog();
 
   const GObjectPointer<WebKitWebView> view_;
   GtkEventController *const keys_;

@@ -126,7 +126,7 @@ WebKitContextMenuItem *makeStockItem(WebKitContextMenuAction stock, const char *
   WebKitContextMenuItem *item =
       webkit_context_menu_item_new_from_stock_action_with_label(stock, label);
   GAction *action = webkit_context_menu_item_get_gaction(item);
-  // The check mark of a new item is off.
+  // Copies the check mark, which a new item does not have.
   if (g_action_get_state_type(original) != nullptr && g_action_get_state_type(action) != nullptr) {
     GVariant *state = g_action_get_state(original);
     g_action_change_state(action, state);
@@ -143,7 +143,7 @@ void rebuild(WebKitContextMenu *from, WebKitContextMenu *into, WebKitHitTestResu
 WebKitContextMenuItem *rebuiltItem(WebKitContextMenuItem *item, WebKitHitTestResult *target,
                                    const StartDownload &download) {
   const WebKitContextMenuAction stock = webkit_context_menu_item_get_stock_action(item);
-  // Its label is the suggested word, which WebKit inserts into the text.
+  // The label of this item is the suggested word, which WebKit inserts into the text.
   if (stock == WEBKIT_CONTEXT_MENU_ACTION_SPELLING_GUESS) return item;
   const char *label = labelOf(stock);
   if (label == nullptr) return nullptr;

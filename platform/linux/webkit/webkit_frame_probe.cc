@@ -75,11 +75,12 @@ NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
 
 }  // namespace
 
-/// The state of one probe. Callbacks that are still pending keep it alive after its end.
+/// The state of one probe. Pending callbacks keep the state alive after the end of the probe.
 struct WebKitFrameProbe::Attempt {
   /// Null after the end.
   WebKitFrameProbe *probe = nullptr;
   GObjectPointer<WebKitPolicyDecision> decision;
+  /// Owned by the decision.
   WebKitNavigationAction *action = nullptr;
   std::string address;
   bool isRedirect = false;
@@ -117,8 +118,9 @@ void WebKitFrameProbe::start(WebKitNavigationPolicyDecision *decision, Report re
 
   const std::string rules = mainFrameFilter(attempt_->address);
   GBytes *bytes = g_bytes_new(rules.data(), rules.size());
-  webkit_user_content_filter_store_save(store_.get(), filterName, bytes, nullptr, callAsyncFunction,
-                                        asyncFunctionData(step(&WebKitFrameProbe::filterSaved)));
+  webkit_user_content_filter_store_save(
+      store_.get(), filterName, bytes, nullptr, callAsyncFunction,
+      asyncFunctionData(unlessEnded(&WebKitFrameProbe::filterSaved)));
   g_bytes_unref(bytes);
 }
 
@@ -129,13 +131,14 @@ bool WebKitFrameProbe::mayLeave(std::string_view text) {
 }
 
 void WebKitFrameProbe::loadFailed(const char *address, const GError *error) {
-  // A redirect does not match: "load-failed" has the original address then. It also comes
-  // late, after the loads of sub-frames. mainResourceFailed_ handles redirects.
+  // A redirect does not match: "load-failed" has the original address then, and comes late,
+  // after the loads of sub-frames. mainResourceFailed_ handles redirects.
   if (!attempt_ || attempt_->address != address || !isBlocked(error)) return;
   report(NavigationTarget::mainFrame);
 }
 
-AsyncFunction WebKitFrameProbe::step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const {
+AsyncFunction WebKitFrameProbe::unlessEnded(
+    void (WebKitFrameProbe::*method)(GAsyncResult *)) const {
   return [attempt = attempt_, method](GObject *, GAsyncResult *result) {
     if (attempt->probe != nullptr) (attempt->probe->*method)(result);
   };
@@ -148,15 +151,15 @@ void WebKitFrameProbe::filterSaved(GAsyncResult *result) {
   attempt_->filter.reset(filter);
   webkit_user_content_manager_add_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                          filter);
-  // A barrier, so that the beforeunload event of an earlier navigation is not taken for one
-  // of this navigation.
-  runBarrier(view_.get(), enableConfirmation, step(&WebKitFrameProbe::confirmationEnabled));
+  // After the barrier, no beforeunload event of an earlier navigation can be taken for one of
+  // this navigation.
+  runBarrier(view_.get(), enableConfirmation, unlessEnded(&WebKitFrameProbe::confirmationEnabled));
 }
 
 void WebKitFrameProbe::confirmationEnabled(GAsyncResult * /*result*/) {
   attempt_->isAllowed = true;
   webkit_policy_decision_use(attempt_->decision.get());
-  runBarrier(view_.get(), disableConfirmation, step(&WebKitFrameProbe::navigationHandled));
+  runBarrier(view_.get(), disableConfirmation, unlessEnded(&WebKitFrameProbe::navigationHandled));
 }
 
 void WebKitFrameProbe::navigationHandled(GAsyncResult * /*result*/) {

@@ -52,20 +52,21 @@ class WebKitFrameProbe {
   bool mayLeave(std::string_view text);
   /// Handles a "load-failed" signal of the view.
   void loadFailed(const char *address, const GError *error);
-  /// Cancels a running probe. Call it when the web process has terminated.
-  void processTerminated() { endAttempt(); }
+  /// Ends a running probe without a report. Call it when the web process has terminated.
+  void cancel() { endAttempt(); }
 
  private:
   struct Attempt;
 
   /// Returns a function that calls the method unless the current attempt has ended by
   /// then.
-  AsyncFunction step(void (WebKitFrameProbe::*method)(GAsyncResult *)) const;
+  AsyncFunction unlessEnded(void (WebKitFrameProbe::*method)(GAsyncResult *)) const;
   void filterSaved(GAsyncResult *result);
   void confirmationEnabled(GAsyncResult *result);
   void navigationHandled(GAsyncResult *result);
   void resourceStarted(WebKitWebResource *resource);
   void report(NavigationTarget target);
+  /// Returns the attempt that has ended, or null when none was running.
   std::shared_ptr<Attempt> endAttempt();
 
   const GObjectPointer<WebKitWebView> view_;

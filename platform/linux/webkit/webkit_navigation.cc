@@ -22,7 +22,6 @@ std::optional<Url> urlOf(WebKitNavigationPolicyDecision *decision) {
   return urlFromWebKit(addressOf(decision));
 }
 
-/// Answers a policy decision.
 void answer(WebKitNavigationPolicyDecision *decision, NavigationPolicy policy) {
   if (policy == NavigationPolicy::allow) {
     webkit_policy_decision_use(WEBKIT_POLICY_DECISION(decision));
@@ -58,13 +57,14 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
       });
   connections_.emplace_back(
       view, "web-process-terminated", this,
-      +[](WebKitNavigation *self) { self->processTerminated(); });
+      +[](WebKitNavigation *self) { self->cancelUndecided(); });
   connections_.emplace_back(
       view, "context-menu", this,
       +[](WebKitNavigation *self, WebKitContextMenu *menu, WebKitHitTestResult *target) {
         WebViewDelegate &receiver = self->delegate_;
         rebuildContextMenu(menu, target, [&receiver](const char *address) {
-          receiver.startDownload(urlFromWebKit(address), true);
+          constexpr bool hasUserGesture = true;
+          receiver.startDownload(urlFromWebKit(address), hasUserGesture);
         });
         return gboolean{FALSE};
       });
@@ -75,7 +75,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
 
 WebKitNavigation::~WebKitNavigation() {
   connections_.clear();
-  processTerminated();
+  cancelUndecided();
 }
 
 bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type) {
@@ -86,8 +86,8 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
     answer(navigation, delegate_.decidePolicy(
                            {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
   } else if (isCancelledInEveryFrame(navigation)) {
-    // It needs no probe and fires no beforeunload event, so it does not wait for a running
-    // probe.
+    // A cancelled navigation needs no probe and fires no beforeunload event, so it does not wait
+    // for a running probe.
     decideFrameNavigation(navigation);
   } else {
     pendingNavigations_.push_back(retain(navigation));
@@ -126,15 +126,14 @@ std::deque<WebKitNavigation::AllowedNavigation>::iterator WebKitNavigation::find
       [&](const auto &allowed) { return allowed.address == withoutFragment(address); });
 }
 
-NavigationPolicy WebKitNavigation::decideByDelegate(const NavigationAction &action,
-                                                    const std::string &address,
-                                                    bool hasUserGesture) {
+NavigationPolicy WebKitNavigation::decideAndStore(const NavigationAction &action,
+                                                  const std::string &address, bool hasUserGesture) {
   const NavigationPolicy policy = delegate_.decidePolicy(action);
   // A download may start up to a minute after its navigation, with the response. The limits keep
   // a page from filling the memory.
   constexpr std::size_t maxNavigations = 100;
-  constexpr std::size_t maxAddressLength = 65'536;
-  if (policy != NavigationPolicy::allow || address.size() > maxAddressLength) return policy;
+  constexpr std::size_t maxAddressBytes = 65'536;
+  if (policy != NavigationPolicy::allow || address.size() > maxAddressBytes) return policy;
   if (allowedNavigations_.size() == maxNavigations) allowedNavigations_.pop_front();
   allowedNavigations_.push_back({std::string(withoutFragment(address)), hasUserGesture});
   return policy;
@@ -145,24 +144,25 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
   const bool hasUserGesture =
       webkit_navigation_action_is_user_gesture(
           webkit_navigation_policy_decision_get_navigation_action(decision)) != FALSE;
-  const auto earlier = findAllowedNavigation(address);
-  if (earlier != allowedNavigations_.end()) allowedNavigations_.erase(earlier);
+  const auto stored = findAllowedNavigation(address);
+  if (stored != allowedNavigations_.end()) allowedNavigations_.erase(stored);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
   const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;
+  // No probe is needed when the policy does not depend on the frame.
   if (delegate_.policyFor(action) == inMainFrame) {
     action.target = NavigationTarget::mainFrame;
-    return answer(decision, decideByDelegate(action, address, hasUserGesture));
+    return answer(decision, decideAndStore(action, address, hasUserGesture));
   }
   probe_.start(decision, [this, action, address, hasUserGesture](NavigationTarget target) mutable {
     action.target = target;
-    decideByDelegate(action, address, hasUserGesture);
+    decideAndStore(action, address, hasUserGesture);
     decidePendingNavigations();
   });
 }
 
-void WebKitNavigation::processTerminated() {
-  probe_.processTerminated();
+void WebKitNavigation::cancelUndecided() {
+  probe_.cancel();
   for (const Decision &decision : pendingNavigations_) {
     answer(decision.get(), NavigationPolicy::cancel);
   }

@@ -40,15 +40,17 @@ class WebKitNavigation {
   void decidePendingNavigations();
   void decideFrameNavigation(WebKitNavigationPolicyDecision *decision);
   std::deque<AllowedNavigation>::iterator findAllowedNavigation(std::string_view address);
-  NavigationPolicy decideByDelegate(const NavigationAction &action, const std::string &address,
-                                    bool hasUserGesture);
+  /// Lets the delegate decide, and stores an allowed navigation in allowedNavigations_.
+  NavigationPolicy decideAndStore(const NavigationAction &action, const std::string &address,
+                                  bool hasUserGesture);
   void downloadStarted(WebKitDownload *download);
-  void processTerminated();
+  /// Cancels the running probe and all pending navigations.
+  void cancelUndecided();
 
   WebViewDelegate &delegate_;
   WebKitFrameProbe probe_;
   WebKitScriptDialogs dialogs_;
-  /// Frame navigations that wait for the running probe, in the order of their signals.
+  /// Frame navigations that wait until the running probe ends, in the order of their signals.
   std::deque<Decision> pendingNavigations_;
   /// The last allowed navigations to different addresses, oldest first. Only these may become
   /// downloads: WebKit also starts one for a link with the download attribute that the delegate

@@ -11,9 +11,9 @@
 
 namespace orvel {
 
-/// The print dialog of a web view, which opens when the page calls window.print(). WebKit's
-/// own dialog runs a nested main loop, in which the application cannot quit. This one does
-/// not, and the page's scripts continue while it is open. Main thread only.
+/// The print dialog of a web view, which opens when the page calls window.print(). It replaces
+/// WebKit's own dialog, which runs a nested main loop, in which the application cannot quit.
+/// The page's scripts continue while the dialog is open. Main thread only.
 class WebKitPrinting {
  public:
   /// Handles the print requests of a view.

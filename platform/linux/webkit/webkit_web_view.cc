@@ -26,7 +26,7 @@ GObjectPointer<WebKitSettings> makeSettings(const WebViewConfiguration &configur
   appendToUserAgent(settings.get(), configuration.applicationNameForUserAgent);
   webkit_settings_set_enable_developer_extras(
       settings.get(), configuration.developerExtrasEnabled || configuration.inspectable);
-  // The default on macOS: a script may open a window without a click.
+  // As by default on macOS, a script may open a window without a click.
   webkit_settings_set_javascript_can_open_windows_automatically(settings.get(), TRUE);
   if (!accelerated) {
     webkit_settings_set_hardware_acceleration_policy(settings.get(),
@@ -113,14 +113,15 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
 }
 
 WebKitPageView::~WebKitPageView() {
-  // Disconnected before navigation_ is destroyed, which answers pending decisions.
+  // Disconnected before navigation_ is destroyed: its destructor answers pending decisions, which
+  // may emit "load-failed".
   loadFailed_ = SignalConnection();
 }
 
 void WebKitPageView::load(const UrlRequest &request) {
   endUnresponsiveProcess();
-  const auto message = adopt(webkit_uri_request_new(request.url.absoluteString.c_str()));
-  if (SoupMessageHeaders *headers = webkit_uri_request_get_http_headers(message.get())) {
+  const auto webKitRequest = adopt(webkit_uri_request_new(request.url.absoluteString.c_str()));
+  if (SoupMessageHeaders *headers = webkit_uri_request_get_http_headers(webKitRequest.get())) {
     for (const auto &[name, value] : request.headers) {
       soup_message_headers_replace(headers, name.c_str(), value.c_str());
     }
@@ -128,7 +129,7 @@ void WebKitPageView::load(const UrlRequest &request) {
       soup_message_headers_replace(headers, "Cache-Control", "no-cache");
     }
   }
-  webkit_web_view_load_request(view_.get(), message.get());
+  webkit_web_view_load_request(view_.get(), webKitRequest.get());
   pendingRequest_ = request;
 }
 
@@ -142,14 +143,10 @@ void WebKitPageView::loadHtml(std::string_view html) {
 
 void WebKitPageView::reload() {
   // A load may have been lost with a web process that terminated.
-  if (pendingRequest_) {
-    load(UrlRequest(*pendingRequest_));
-    // webkit_web_view_reload would show an empty page instead of HTML without an address.
-  } else if (!html_.empty()) {
-    loadHtml(std::string(html_));
-  } else {
-    webkit_web_view_reload(view_.get());
-  }
+  if (pendingRequest_) return load(UrlRequest(*pendingRequest_));
+  // webkit_web_view_reload would show an empty page instead of HTML without an address.
+  if (!html_.empty()) return loadHtml(std::string(html_));
+  webkit_web_view_reload(view_.get());
 }
 
 void WebKitPageView::setColorBehind(const Color &color) {
@@ -177,11 +174,12 @@ void WebKitPageView::loadFailed(const GError *error) {
   if (g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) return;
   if (!pendingRequest_) return;
   pendingRequest_.reset();
-  // The failed load had cancelled the load of the HTML, such as an error page.
+  // The failed load had cancelled an earlier load of HTML, such as the application's error page.
   if (!html_.empty() && !isHtmlShown_) loadHtml(std::string(html_));
 }
 
-// An unresponsive web process would not handle the load, so the user could not reload.
+/// Ends the web process if it is unresponsive. It would not handle a load, so the user could not
+/// reload the page.
 void WebKitPageView::endUnresponsiveProcess() {
   if (!webkit_web_view_get_is_web_process_responsive(view_.get())) {
     webkit_web_view_terminate_web_process(view_.get());

@@ -70,6 +70,7 @@ class WebKitPageView final : public WebView {
   WebKitAuthentication authentication_;
   /// The HTML of the last `loadHtml`, while it is shown or loading; else empty.
   std::string html_;
+  /// Whether the view shows that HTML.
   bool isHtmlShown_ = false;
   /// The last request, until its load is committed or fails.
   std::optional<UrlRequest> pendingRequest_;
