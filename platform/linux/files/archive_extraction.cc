@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 /// The size of a read, in bytes.
 constexpr std::size_t blockSize = std::size_t{64} * 1024;
+// Without the set-user-ID, set-group-ID and sticky bits.
 constexpr mode_t permissionBits = 0777;
 // Without these permissions the user could not replace or remove a folder.
 constexpr mode_t ownerPermissions = 0700;

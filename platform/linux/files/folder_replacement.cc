@@ -24,6 +24,11 @@ namespace fs = std::filesystem;
 /// Limits the wait for another replacement in the same parent folder.
 constexpr std::chrono::seconds lockTimeout{20};
 
+// Extensions of hidden folders next to the original: the old folder between two renames, and the
+// copy of a replacement from another file system.
+constexpr const char *oldExtension = ".oud";
+constexpr const char *copyExtension = ".nieuw";
+
 /// Removes a file or folder. Ignores errors.
 void discard(const fs::path &path) {
   std::error_code ignored;
@@ -89,7 +94,7 @@ bool copyFolder(const fs::path &from, const fs::path &to) {
 
 /// Replaces a folder by two renames. Undoes the first one when the second one fails.
 bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) {
-  const fs::path aside = hiddenSibling(original, ".oud");
+  const fs::path aside = hiddenSibling(original, oldExtension);
   std::error_code error;
   fs::rename(original, aside, error);
   if (error) return false;
@@ -122,9 +127,9 @@ bool replaceFolder(const std::string &original, const std::string &replacement) 
   // A folder that is exchanged with itself would be removed as the old one.
   std::error_code failure;
   if (fs::equivalent(original, replacement, failure) || failure) return false;
-  const fs::path copy = hiddenSibling(original, ".nieuw");
+  const fs::path copy = hiddenSibling(original, copyExtension);
   discard(copy);
-  discard(hiddenSibling(original, ".oud"));
+  discard(hiddenSibling(original, oldExtension));
 
   const int error =
       onOneDevice(original, replacement) ? exchangeFolders(original, replacement) : EXDEV;

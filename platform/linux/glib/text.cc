@@ -34,6 +34,7 @@ std::vector<std::size_t> loneFullStops(std::string_view text) {
       static_cast<std::size_t>(g_utf8_strlen(sanitized.data(), size)) + 1);
   pango_default_break(sanitized.data(), size, nullptr, attributes.data(),
                       static_cast<int>(attributes.size()));
+  // A cursor position is a boundary between two clusters.
   auto attribute = attributes.begin();
   for (const char *at = sanitized.data(); attribute + 1 != attributes.end();
        at = g_utf8_find_next_char(at, nullptr), ++attribute) {

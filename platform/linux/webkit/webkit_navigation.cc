@@ -144,6 +144,7 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
   const bool hasUserGesture =
       webkit_navigation_action_is_user_gesture(
           webkit_navigation_policy_decision_get_navigation_action(decision)) != FALSE;
+  // A new decision about an address replaces an earlier one.
   const auto stored = findAllowedNavigation(address);
   if (stored != allowedNavigations_.end()) allowedNavigations_.erase(stored);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};

@@ -53,8 +53,8 @@ class WebKitNavigation {
   /// Frame navigations that wait until the running probe ends, in the order of their signals.
   std::deque<Decision> pendingNavigations_;
   /// The last allowed navigations to different addresses, oldest first. Only these may become
-  /// downloads: WebKit also starts one for a link with the download attribute that the delegate
-  /// cancels after a probe.
+  /// downloads: for a link with the download attribute, WebKit starts a download even when the
+  /// delegate cancels the navigation after a probe.
   std::deque<AllowedNavigation> allowedNavigations_;
   std::vector<SignalConnection> connections_;
 };
