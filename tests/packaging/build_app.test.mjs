@@ -145,20 +145,16 @@ test('the old application is restored when the new bundle cannot be moved into p
 });
 
 test('missing tools and wrong arguments are reported before the build starts', () => {
-  const missing = [
-    ['cmake', {}, 'cmake is not installed; Xcode does not include it'],
-    ['ninja', {}, 'ninja is not installed; Xcode does not include it'],
-    ['codesign', {}, 'codesign is not installed; it is a part of macOS'],
-    ['xattr', {}, 'xattr is not installed; it is a part of macOS'],
-    ['spctl', notary, 'spctl is not installed; it is a part of macOS'],
-    ['xcrun', notary, 'xcrun is not installed; it is a part of macOS'],
-    ['ditto', notary, 'ditto is not installed; it is a part of macOS'],
-  ];
-  for (const [tool, environment, message] of missing) {
+  for (const [tool, environment, hint] of [
+    ['cmake', {}, 'Xcode does not include it'], ['ninja', {}, 'Xcode does not include it'],
+    ['codesign', {}, 'it is a part of macOS'], ['xattr', {}, 'it is a part of macOS'],
+    ['spctl', notary, 'it is a part of macOS'], ['xcrun', notary, 'it is a part of macOS'],
+    ['ditto', notary, 'it is a part of macOS'],
+  ]) {
     const other = macFixture();
     other.removeTool(tool);
     assert.equal(assertFailed(other.run('build-app.sh', [], environment)),
-      `build-app: ${message}\n`);
+      `build-app: ${tool} is not installed; ${hint}\n`);
     assert.ok(!other.takeCalls().some(([name]) => name === 'cmake'));
     assert.ok(!existsSync(other.path('build')));
     other.remove();
