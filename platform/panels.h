@@ -19,12 +19,12 @@ struct AlertTextField {
 /// An alert for the user. A plain value.
 struct Alert {
   std::string messageText;
-  std::string informativeText;
+  std::string informativeText{};
   /// The titles. Return presses the first button, the default. With several buttons,
   /// Escape presses the last one; otherwise it closes the alert. Empty for the platform's
   /// single standard button.
-  std::vector<std::string> buttons;
-  std::optional<AlertTextField> textField;
+  std::vector<std::string> buttons{};
+  std::optional<AlertTextField> textField{};
 
   bool operator==(const Alert &) const = default;
 };

@@ -114,10 +114,11 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie,
 
 void AppDelegate::showUpdateNotice(const std::string &versie) {
   platform_.mainQueue.post([self = shared_from_this(), versie] {
-    Alert notice;
-    notice.messageText = "Orvel OS is bijgewerkt naar " + versie;
-    notice.informativeText = "De app start opnieuw.";
-    notice.buttons = {"Opnieuw starten"};
+    const Alert notice{
+        .messageText = "Orvel OS is bijgewerkt naar " + versie,
+        .informativeText = "De app start opnieuw.",
+        .buttons = {"Opnieuw starten"},
+    };
     self->platform_.panels.runModal(notice, [self](const AlertAnswer &) { self->relaunch(); });
   });
 }

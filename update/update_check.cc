@@ -69,9 +69,7 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
 void AppDelegate::zoekUpdateMenu() { zoekUpdate(false); }
 
 void AppDelegate::melding(const std::string &text) {
-  Alert notice;
-  notice.messageText = text;
-  platform_.panels.runModal(notice, [](const AlertAnswer &) {});
+  platform_.panels.runModal({.messageText = text}, [](const AlertAnswer &) {});
 }
 
 }  // namespace orvel

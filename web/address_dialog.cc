@@ -6,12 +6,13 @@
 namespace orvel {
 
 void AppDelegate::kiesAdres() {
-  Alert dialog;
-  dialog.messageText = "Adres van het OS";
-  dialog.informativeText =
-      "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: " + settings_.LOCAL_URL;
-  dialog.textField = AlertTextField{.width = 340, .height = 24, .text = baseURL()};
-  dialog.buttons = {"Bewaar", "Annuleren"};
+  const Alert dialog{
+      .messageText = "Adres van het OS",
+      .informativeText =
+          "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: " + settings_.LOCAL_URL,
+      .buttons = {"Bewaar", "Annuleren"},
+      .textField = AlertTextField{.width = 340, .height = 24, .text = baseURL()},
+  };
   platform_.panels.runModal(dialog, [self = shared_from_this()](const AlertAnswer &answer) {
     if (answer.button == 0) self->useAddress(answer.text);
   });
@@ -20,9 +21,7 @@ void AppDelegate::kiesAdres() {
 void AppDelegate::useAddress(const std::string &input) {
   const std::string_view address = trimSpacesAndTabs(input);
   if (!isServerAddress(address)) {
-    Alert error;
-    error.messageText = "Dat is geen geldig adres.";
-    platform_.panels.runModal(error, [](const AlertAnswer &) {});
+    melding("Dat is geen geldig adres.");
     return;
   }
   platform_.defaults.setText("osURL", address);

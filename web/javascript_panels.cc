@@ -6,17 +6,14 @@ namespace orvel {
 
 void AppDelegate::runJavaScriptAlertPanel(const std::string &message,
                                           std::function<void()> completion) {
-  Alert alert;
-  alert.messageText = message;
   platform_.panels.runModal(
-      alert, [completion = std::move(completion)](const AlertAnswer &) { completion(); });
+      {.messageText = message},
+      [completion = std::move(completion)](const AlertAnswer &) { completion(); });
 }
 
 void AppDelegate::runJavaScriptConfirmPanel(const std::string &message,
                                             std::function<void(bool)> completion) {
-  Alert alert;
-  alert.messageText = message;
-  alert.buttons = {"OK", "Annuleren"};
+  const Alert alert{.messageText = message, .buttons = {"OK", "Annuleren"}};
   platform_.panels.runModal(alert, [completion = std::move(completion)](const AlertAnswer &answer) {
     completion(answer.button == 0);
   });

@@ -50,11 +50,11 @@ class FakeHttpSession final : public HttpSession {
                           completion({.response = headOf(response), .body = response.body});
                         });
   }
-  /// Writes the body to a real file in the system's temporary folder.
+  /// Writes the body to a real file in `downloadFolder`.
   void downloadTask(const UrlRequest &request, DownloadCompletion completion) override {
     const FakeResponse response = send("download", request);
     scheduler_.schedule(FakeScheduler::Thread::background, response.delay,
-                        [response, completion = std::move(completion)] {
+                        [this, response, completion = std::move(completion)] {
                           Download download{.response = headOf(response),
                                             .suggestedFilename = response.suggestedFilename};
                           if (response.body) download.file = temporaryFileWith(*response.body);
@@ -76,6 +76,7 @@ class FakeHttpSession final : public HttpSession {
   };
   /// All requests, oldest first.
   std::vector<Sent> sent;
+  std::filesystem::path downloadFolder = std::filesystem::temp_directory_path();
 
  private:
   static std::optional<HttpResponse> headOf(const FakeResponse &response) {
@@ -83,8 +84,8 @@ class FakeHttpSession final : public HttpSession {
     return HttpResponse{.statusCode = *response.statusCode};
   }
 
-  static std::string temporaryFileWith(const std::string &text) {
-    std::string path = std::filesystem::temp_directory_path() / "orvel-download-XXXXXX";
+  std::string temporaryFileWith(const std::string &text) const {
+    std::string path = downloadFolder / "orvel-download-XXXXXX";
     FileHandle file(::mkstemp(path.data()));
     if (file.descriptor() < 0 || !file.write(text)) {
       throw std::runtime_error("cannot write a temporary file: " + path);

@@ -27,12 +27,13 @@ TEST_F(AddressDialog, TrimsSpacesAndTabsOnly) {
 TEST_F(AddressDialog, ShowsCurrentAddressWithTrailingSlash) {
   storeAddress("https://example.test/os");
   delegate().kiesAdres();
-  Alert dialog;
-  dialog.messageText = "Adres van het OS";
-  dialog.informativeText =
-      "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: http://127.0.0.1:4767/";
-  dialog.buttons = {"Bewaar", "Annuleren"};
-  dialog.textField = AlertTextField{340, 24, "https://example.test/os/"};
+  const Alert dialog{
+      .messageText = "Adres van het OS",
+      .informativeText =
+          "Online: bijv. https://os.voorbeeld.nl\nOp deze Mac: http://127.0.0.1:4767/",
+      .buttons = {"Bewaar", "Annuleren"},
+      .textField = AlertTextField{.width = 340, .height = 24, .text = "https://example.test/os/"},
+  };
   EXPECT_THAT(fake.panels.shown, ElementsAre(dialog));
 }
 
@@ -45,8 +46,7 @@ TEST_F(AddressDialog, CancelOrCloseStoresNothing) {
 
 TEST_F(AddressDialog, OpenDialogRetainsDelegate) {
   delegate().kiesAdres();
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired());
   answerAlert(1);
   EXPECT_TRUE(weakDelegate.expired());
@@ -72,9 +72,7 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
     fake.panels.shown.clear();
     enterAddress(text);
     ASSERT_EQ(fake.panels.shown.size(), 2U) << text;
-    Alert expected;
-    expected.messageText = "Dat is geen geldig adres.";
-    EXPECT_EQ(fake.panels.shown[1], expected) << text;
+    EXPECT_EQ(fake.panels.shown[1], Alert{.messageText = "Dat is geen geldig adres."}) << text;
     answerAlert(0);
     EXPECT_EQ(fake.panels.shown.size(), 2U) << "a second dialog after " << text;
   }
@@ -156,6 +154,7 @@ TEST_F(AddressDialog, AddressChangesWhileQuittingStartNoServer) {
       "alert Adres van het OS", "default osURL = https://example.test",
       "terminate process 1",    "sleep 100 ms",
       "alert Adres van het OS", "default osURL = http://127.0.0.1:4767/"};
+  // The first request to quit still waits for the server, 30 times in total.
   expected.insert(expected.end(), 28, "sleep 100 ms");
   expected.insert(expected.end(), {"kill process 1", "application terminated"});
   EXPECT_EQ(fake.record.take(), expected);

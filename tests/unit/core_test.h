@@ -8,17 +8,20 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/app_delegate.h"
 #include "app/pages.h"
 #include "app/settings.h"
 #include "platform/fake/fake_platform.h"
+#include "tests/support/posix_test_support.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
 
 using namespace std::chrono_literals;
+using posix_test::contentsOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -45,10 +48,6 @@ class CoreTest : public testing::Test {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::binary) << text;
   }
-  static std::string readFile(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 
   /// Returns the delegate, which the first call creates from the current state of the fake.
   AppDelegate &delegate() {
@@ -61,8 +60,8 @@ class CoreTest : public testing::Test {
     }
     return *delegate_;
   }
-  /// Releases the test's reference to the delegate.
-  void releaseDelegate() { delegate_.reset(); }
+  /// Releases the test's reference to the delegate and returns a weak one.
+  std::weak_ptr<AppDelegate> releaseDelegate() { return std::exchange(delegate_, nullptr); }
 
   /// Creates the web view without the other steps of a launch.
   void createWebView() {

@@ -27,7 +27,7 @@ class Downloads : public CoreTest {
     }
     return names;
   }
-  std::string savedText(const std::string &name) const { return readFile(folder() + "/" + name); }
+  std::string savedText(const std::string &name) const { return contentsOf(folder() + "/" + name); }
 
   void download(const std::string &url = address) { delegate().bewaarEnOpen(*Url::parse(url)); }
   /// Downloads a response of the server and runs all tasks.
@@ -204,8 +204,7 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   response.delay = 1s;
   fake.http.setResponses(address, {response});
   download();
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired()) << "while the cookies are read";
   fake.scheduler.advance(1500ms);
   EXPECT_FALSE(weakDelegate.expired()) << "during the download";

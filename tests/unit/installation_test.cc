@@ -1,7 +1,5 @@
 #include "update/installation.h"
 
-#include <cstdlib>
-
 #include "tests/unit/installation_test.h"
 #include "update/command_line.h"
 
@@ -16,7 +14,7 @@ using Installation = InstallationTest;
 TEST_F(Installation, UnpacksReplacesNotifiesAndRelaunches) {
   std::string archiveText;
   unpackArchive = [&](const std::string &archive, const std::string &folder) {
-    archiveText = readFile(archive);
+    archiveText = contentsOf(archive);
     writeRelease(folder + "/Orvel OS.app");
   };
   install();
@@ -32,11 +30,9 @@ TEST_F(Installation, UnpacksReplacesNotifiesAndRelaunches) {
   EXPECT_EQ(archiveText, "an archive");
   EXPECT_EQ(installedVersion(), "new");
 
-  Alert notice;
-  notice.messageText = "Orvel OS is bijgewerkt naar 1.3";
-  notice.informativeText = "De app start opnieuw.";
-  notice.buttons = {"Opnieuw starten"};
-  EXPECT_THAT(fake.panels.shown, ElementsAre(notice));
+  EXPECT_THAT(fake.panels.shown, ElementsAre(Alert{.messageText = "Orvel OS is bijgewerkt naar 1.3",
+                                                   .informativeText = "De app start opnieuw.",
+                                                   .buttons = {"Opnieuw starten"}}));
 
   answerAlert(0);
   EXPECT_THAT(fake.record.take(),
@@ -57,7 +53,7 @@ class FunctionUnpacker final : public ReleaseUnpacker {
 TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
   FunctionUnpacker unpacker;
   unpacker.function = [&](const std::string &archive, const std::string &folder) {
-    fake.record.add("unpack " + readFile(archive) + " into " + folder);
+    fake.record.add("unpack " + contentsOf(archive) + " into " + folder);
     unpackArchive(archive, folder);
   };
   fake.unpacker = &unpacker;
@@ -76,7 +72,7 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
                                               "application terminate", "application terminated"));
 }
 
-TEST_F(Installation, ClosedAndAnsweredNoticesStopServerAndRelaunchOnce) {
+TEST_F(Installation, TwoNoticesStopServerAndRelaunchOnce) {
   delegate().startServer();
   install();
   install();
@@ -85,7 +81,8 @@ TEST_F(Installation, ClosedAndAnsweredNoticesStopServerAndRelaunchOnce) {
   // Answered while the application waits for the exit of the server.
   answerAlert(0);
   EXPECT_EQ(fake.record.count("sh (sleep 1; /usr/bin/open -n"), 1U);
-  EXPECT_EQ(fake.record.count("application terminate"), 2U) << "one request and its end";
+  EXPECT_THAT(fake.record.callsStartingWith("application"),
+              ElementsAre("application terminate", "application terminated"));
   EXPECT_TRUE(fake.application.terminated);
   EXPECT_FALSE(lastServer().isRunning());
 }
@@ -162,7 +159,7 @@ TEST_F(Installation, MissingIdentifierMatchesMissingIdentifier) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(Installation, TeamThatSignedProgramMustHaveSignedRelease) {
+TEST_F(Installation, SignedProgramInstallsOnlyReleaseOfSameTeam) {
   struct Row {
     std::optional<std::string> teamOfProgram;
     // Absent for an unsigned, ad hoc signed or modified release.
@@ -177,7 +174,7 @@ TEST_F(Installation, TeamThatSignedProgramMustHaveSignedRelease) {
   };
   for (const auto &[teamOfProgram, teamOfRelease, isInstalled] : rows) {
     SCOPED_TRACE(teamOfProgram.value_or("no team") + ", " + teamOfRelease.value_or("no team"));
-    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    writeRunningBundle();
     fake.record.take();
     fake.bundle.team = teamOfProgram;
     fake.bundle.signers.clear();
@@ -206,7 +203,7 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
   std::filesystem::remove_all(fake.bundle.folder);
   install();
   fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
-  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  writeRunningBundle();
   install();
   EXPECT_THAT(fake.record.take(), IsEmpty());
   expectNotInstalled();
@@ -244,7 +241,7 @@ TEST_F(Installation, ArchiveOnLocalPortOfAnotherUserIsNotDownloaded) {
 
 TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
   fake.bundle.folder = root() + "/Someone's/Orvel OS.app";
-  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  writeRunningBundle();
   install();
   EXPECT_EQ(installedVersion(), "new");
   fake.record.take();
@@ -253,11 +250,8 @@ TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
 }
 
 TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
-  const std::string temporary = root() + "/someone's";
-  std::filesystem::create_directory(temporary);
-  const std::string quoted = "1'; touch x; '3";
-  const char *variable = std::getenv("TMPDIR");
-  const auto saved = variable != nullptr ? std::optional<std::string>(variable) : std::nullopt;
+  std::filesystem::create_directory(root() + "/someone's");
+  const std::string quotedVersion = "1'; touch x; '3";
   FunctionUnpacker functionUnpacker;
   functionUnpacker.function = unpackArchive;
   const std::vector<const ReleaseUnpacker *> unpackers{nullptr, &functionUnpacker};
@@ -265,15 +259,14 @@ TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
     SCOPED_TRACE(unpacker == nullptr ? "unpack command" : "unpacker of the platform");
     fake.unpacker = unpacker;
     recreateDelegate();
-    install(quoted);
-    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor(quoted)));
-    // Determines where the fake session stores downloads.
-    setenv("TMPDIR", temporary.c_str(), 1);
+    fake.http.downloadFolder = root();
+    install(quotedVersion);
+    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor(quotedVersion)));
+    fake.http.downloadFolder = root() + "/someone's";
     install();
     EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor()));
     EXPECT_EQ(fake.record.count("sh "), 0U);
     expectNotInstalled();
-    saved ? setenv("TMPDIR", saved->c_str(), 1) : unsetenv("TMPDIR");
   }
 }
 
@@ -286,7 +279,7 @@ TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
   fake.scheduler.advance(1s);
   EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.panels.shown.size(), 1U);
-  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  writeRunningBundle();
   fake.scheduler.advance(1s);
   EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.panels.shown.size(), 2U);
@@ -295,8 +288,7 @@ TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
 TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
   fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive", .delay = 1s}});
   install();
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired()) << "during the download";
   // The notice is posted while the main thread is blocked.
   fake.clock.sleep(1s);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <regex>
 #include <string>
 
 #include "tests/unit/core_test.h"
@@ -12,12 +13,14 @@ inline const std::string archiveUrl = "https://os.test/download/orvel-os-1.3.zip
 inline const std::string validIdentifier =
     "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
 
+/// Returns an Info.plist with these entries, which are XML.
 inline std::string infoPlist(const std::string &entries = validIdentifier) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
          "</dict></plist>\n";
 }
 
-/// A running application and a server that offers an unsigned release.
+/// A running application and a server that offers an unsigned release. The file
+/// Contents/version of a bundle distinguishes the running application ("old") from a release.
 class InstallationTest : public CoreTest {
  protected:
   InstallationTest() {
@@ -25,14 +28,23 @@ class InstallationTest : public CoreTest {
     fake.bundle.folder = root() + "/My Applications/Orvel OS.app";
     fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
     fake.locations.temporaryFolder = root() + "/temporary";
-    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    writeRunningBundle();
     fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive"}});
+    fake.processes.onLaunch = [this](const LaunchRequest &request) {
+      static const std::regex unpackCommand("/usr/bin/ditto -x -k '([^']*)' '([^']*)'");
+      std::smatch paths;
+      if (std::regex_match(request.arguments.back(), paths, unpackCommand)) {
+        unpackArchive(paths[1], paths[2]);
+      }
+    };
     createWebView();
   }
 
   std::string workingFolderFor(const std::string &versie = "1.3") const {
     return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
   }
+  /// Writes the bundle of the running application, also after an installation has replaced it.
+  void writeRunningBundle() { writeFile(fake.bundle.folder + "/Contents/version", "old"); }
   /// Writes the bundle of a new release. Without an Info.plist when its text is empty.
   static void writeRelease(const std::string &bundle, const std::string &info = infoPlist()) {
     writeFile(bundle + "/Contents/version", "new");
@@ -46,21 +58,13 @@ class InstallationTest : public CoreTest {
   }
   /// Installs a version and runs all due tasks.
   void install(const std::string &versie = "1.3") {
-    // The download has a temporary path, which only the unpack command contains.
-    fake.processes.onLaunch = [this,
-                               folder = workingFolderFor(versie)](const LaunchRequest &request) {
-      const std::string &command = request.arguments.back();
-      const std::string unpackCommand = "/usr/bin/ditto -x -k '";
-      if (!command.starts_with(unpackCommand)) return;
-      const auto begin = unpackCommand.size();
-      unpackArchive(command.substr(begin, command.find('\'', begin) - begin), folder);
-    };
     delegate().installeer(*Url::parse(archiveUrl), versie, {});
     fake.scheduler.runUntilIdle();
   }
   std::string installedVersion() const {
-    return readFile(fake.bundle.folder + "/Contents/version");
+    return contentsOf(fake.bundle.folder + "/Contents/version");
   }
+  /// Expects that the running application was not replaced and the user saw no alert.
   void expectNotInstalled() {
     EXPECT_EQ(installedVersion(), "old");
     EXPECT_THAT(fake.panels.shown, IsEmpty());

@@ -19,9 +19,7 @@ TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
   for (const std::optional<int> button : {std::optional(0), std::optional<int>()}) {
     int completions = 0;
     delegate().runJavaScriptAlertPanel("Done & <b>good</b>", [&] { ++completions; });
-    Alert expected;
-    expected.messageText = "Done & <b>good</b>";
-    EXPECT_EQ(fake.panels.shown.back(), expected);
+    EXPECT_EQ(fake.panels.shown.back(), Alert{.messageText = "Done & <b>good</b>"});
     fake.scheduler.advance(1h);
     EXPECT_EQ(completions, 0);
     answerAlert(button);
@@ -30,12 +28,10 @@ TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
 }
 
 TEST_F(JavascriptPanels, ConfirmIsTrueForFirstButtonOnly) {
+  const Alert expected{.messageText = "Continue?", .buttons = {"OK", "Annuleren"}};
   for (const std::optional<int> button :
        {std::optional(0), std::optional(1), std::optional<int>()}) {
     confirm();
-    Alert expected;
-    expected.messageText = "Continue?";
-    expected.buttons = {"OK", "Annuleren"};
     EXPECT_EQ(fake.panels.shown.back(), expected);
     answerAlert(button);
   }

@@ -28,7 +28,7 @@ TEST_F(Launch, ServerGetsScriptRootPortAndPath) {
                 {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"}}));
 }
 
-TEST_F(Launch, OnlyServerEndsWithParent) {
+TEST_F(Launch, ServerEndsWithParentAndShellCommandsDoNot) {
   fake.locations.executables = {};
   fake.processes.setShellOutputs(nodeLookupCommand, {"/opt/node\n"});
   std::vector<std::pair<std::string, bool>> launches;
@@ -40,7 +40,7 @@ TEST_F(Launch, OnlyServerEndsWithParent) {
                                     std::pair("/opt/node", true)));
 }
 
-TEST_F(Launch, OutputsShareOneHandleOnEmptyLog) {
+TEST_F(Launch, StandardOutputAndErrorShareHandleOfTruncatedLog) {
   writeFile(logPath(), "of yesterday");
   for (const std::string log : {"existing log", "missing log folder"}) {
     SCOPED_TRACE(log);
@@ -49,27 +49,26 @@ TEST_F(Launch, OutputsShareOneHandleOnEmptyLog) {
     ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
     ASSERT_EQ(request.standardError.kind, StandardStream::Kind::handle);
     EXPECT_EQ(request.standardOutput.handle, request.standardError.handle);
-    EXPECT_EQ(readFile(logPath()), "");
+    EXPECT_EQ(contentsOf(logPath()), "");
     request.standardOutput.handle->write("of today");
-    EXPECT_EQ(readFile(logPath()), "of today");
+    EXPECT_EQ(contentsOf(logPath()), "of today");
     std::filesystem::remove_all(root() + "/v3");
   }
 }
 
-TEST_F(Launch, LogAndCreatedFolderAreOnlyForOwner) {
+TEST_F(Launch, LogAndItsFolderAreOnlyForOwner) {
   const posix_test::ScopedUmask umask(0);
-  start();
-  EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
-  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
-
-  std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
-  std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
-  start();
-  EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
-  EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
+  for (const std::string log : {"missing log", "existing log"}) {
+    SCOPED_TRACE(log);
+    start();
+    EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
+    EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
+    std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
+    std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
+  }
 }
 
-TEST_F(Launch, UnwritableLogInheritsOutputs) {
+TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
   const std::string folder = root() + "/v3/.local";
   const auto expectInheritedOutputs = [this] {
     start();
@@ -122,7 +121,7 @@ TEST_F(Launch, StopsStaleServerThenFindsNodeThenTruncatesLogThenLaunches) {
   writeFile(logPath(), "old");
   fake.locations.executables = {};
   std::vector<std::string> logs;
-  fake.processes.onLaunch = [&](const LaunchRequest &) { logs.push_back(readFile(logPath())); };
+  fake.processes.onLaunch = [&](const LaunchRequest &) { logs.push_back(contentsOf(logPath())); };
   start();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("sh " + listenersCommand, "sh " + nodeLookupCommand,
@@ -140,15 +139,13 @@ TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(Launch, PostedExitDoesNotRetainDelegate) {
+TEST_F(Launch, PostedExitReportDoesNotRetainDelegate) {
   start();
-  const auto weakDelegate = delegate().weak_from_this();
   lastServer().exit(1);
-  // After one task, the exit is known and its report is posted to the main thread.
-  int steps = 0;
-  fake.scheduler.runUntil([&] { return steps++ == 1; }, 0ms);
-  releaseDelegate();
-  EXPECT_TRUE(weakDelegate.expired());
+  // The first task is the termination handler, which posts the report to the main thread.
+  int checks = 0;
+  fake.scheduler.runUntil([&] { return checks++ == 1; }, 0ms);
+  EXPECT_TRUE(releaseDelegate().expired());
   fake.record.take();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), IsEmpty());
@@ -156,10 +153,9 @@ TEST_F(Launch, PostedExitDoesNotRetainDelegate) {
 
 TEST_F(Launch, ExitAfterDelegateIsDestroyedIsIgnored) {
   start();
-  const auto task = fake.processes.launched[0];
   releaseDelegate();
   fake.record.take();
-  task->exit(1);
+  lastServer().exit(1);
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }

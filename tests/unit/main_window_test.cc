@@ -214,8 +214,7 @@ TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
 
 TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
   launch();
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   fake.scheduler.advance(24h);
   EXPECT_FALSE(weakDelegate.expired());
 }

@@ -268,8 +268,7 @@ TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
                          {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
   fake.windows.cookies.delay = 1s;
   openOS();
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired()) << "during the probe";
   fake.scheduler.advance(2s);
   EXPECT_FALSE(weakDelegate.expired()) << "before the next probe";

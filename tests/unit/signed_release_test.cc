@@ -1,6 +1,6 @@
 #include "update/signed_release.h"
 
-#include "tests/unit/core_test.h"
+#include "tests/unit/installation_test.h"
 #include "update/update_check.h"
 
 namespace orvel {
@@ -29,57 +29,28 @@ const std::string signatureOfKeyChange =
     "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
     "yPj7iFRipZ9XvEPI=";
 
-const std::string releaseUrl = "https://os.test/download/a.zip";
-
-/// Records its calls and writes a bundle with these entries of Info.plist.
-class BundleWriter final : public ReleaseUnpacker {
- public:
-  explicit BundleWriter(Record &record) : record_(record) {}
-
-  void unpack(const std::string &, const std::string &folder) const override {
-    record_.add("unpack");
-    const std::filesystem::path contents = folder + "/Orvel OS.app/Contents";
-    std::filesystem::create_directories(contents);
-    std::ofstream(contents / "version") << "new";
-    std::ofstream info(contents / "Info.plist");
-    info << "<plist version=\"1.0\"><dict>";
-    for (const auto &[key, text] : entries) {
-      info << "<key>" << key << "</key><string>" << text << "</string>";
-    }
-    info << "</dict></plist>";
-  }
-
-  PlistTexts entries{{"CFBundleIdentifier", "nl.orvel.os"},
-                     {"CFBundleShortVersionString", "1.3"},
-                     {"ORVELOSUpdateKey", ourKey}};
-
- private:
-  Record &record_;
-};
-
 /// Version 1.2 with a public key, and a server that offers version 1.3.
-class SignedRelease : public CoreTest {
+class SignedRelease : public InstallationTest {
  protected:
   SignedRelease() {
-    storeAddress();
-    fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
     fake.bundle.texts["CFBundleShortVersionString"] = "1.2";
     fake.bundle.texts["ORVELOSUpdateKey"] = ourKey;
-    fake.locations.temporaryFolder = root() + "/temporary";
-    fake.unpacker = &release;
-    writeFile(installedVersionPath(), "old");
-    fake.http.setResponses(releaseUrl, {{.statusCode = 200, .body = "an archive"}});
+    unpackArchive = [this](const std::string &, const std::string &folder) {
+      std::string info;
+      for (const auto &[key, text] : releaseEntries) {
+        info += "<key>" + key + "</key><string>" + text + "</string>";
+      }
+      writeRelease(folder + "/Orvel OS.app", infoPlist(info));
+    };
   }
-
-  std::string installedVersionPath() const { return fake.bundle.folder + "/Contents/version"; }
 
   /// Checks for updates at a server whose manifest has these members after "zip".
   void checkForUpdate(const std::string &members, const std::string &versie = "1.3") {
     fake.http.setResponses(
         "https://os.test/download/mac.json",
         {{.statusCode = 200,
-          .body = R"({"versie":")" + versie + R"(","zip":"a.zip")" + members + "}"}});
-    createWebView();
+          .body = R"({"versie":")" + versie + R"(","zip":"orvel-os-1.3.zip")" + members + "}"}});
+    recreateDelegate();
     delegate().zoekUpdate(false);
     fake.scheduler.runUntilIdle();
   }
@@ -88,9 +59,8 @@ class SignedRelease : public CoreTest {
     return sleutel.empty() ? members : members + R"(,"sleutel":")" + sleutel + '"';
   }
 
-  bool isInstalled() { return readFile(installedVersionPath()) == "new"; }
   void expectInstalled() {
-    EXPECT_TRUE(isInstalled());
+    EXPECT_EQ(installedVersion(), "new");
     EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1.3"), 1U);
   }
   /// Restores the installed version and forgets the calls, requests and alerts of earlier rows.
@@ -98,10 +68,13 @@ class SignedRelease : public CoreTest {
     fake.record.take();
     fake.http.sent.clear();
     fake.panels.shown.clear();
-    writeFile(installedVersionPath(), "old");
+    writeRunningBundle();
   }
 
-  BundleWriter release{fake.record};
+  /// The entries of Info.plist in the archive.
+  PlistTexts releaseEntries{{"CFBundleIdentifier", "nl.orvel.os"},
+                            {"CFBundleShortVersionString", "1.3"},
+                            {"ORVELOSUpdateKey", ourKey}};
 };
 
 TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
@@ -132,7 +105,7 @@ TEST_F(SignedRelease, ReleaseWithValidSignatureIsInstalled) {
   for (const auto &[situation, members, bundleKey] : rows) {
     SCOPED_TRACE(situation);
     reset();
-    release.entries["ORVELOSUpdateKey"] = bundleKey;
+    releaseEntries["ORVELOSUpdateKey"] = bundleKey;
     checkForUpdate(members);
     expectInstalled();
   }
@@ -167,14 +140,13 @@ TEST_F(SignedRelease, ArchiveWithInvalidSignatureIsNotUnpacked) {
     SCOPED_TRACE(situation);
     reset();
     fake.bundle.texts["ORVELOSUpdateKey"] = key;
-    fake.http.setResponses(releaseUrl, {{.statusCode = 200, .body = archive}});
+    fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = archive}});
     checkForUpdate(members, versie);
     // The requests for the manifest and for the archive.
     EXPECT_EQ(fake.http.sent.size(), 2U);
-    EXPECT_FALSE(isInstalled());
-    EXPECT_EQ(fake.record.count("unpack"), 0U);
+    EXPECT_EQ(fake.record.count("sh "), 0U);
     EXPECT_FALSE(std::filesystem::exists(fake.locations.temporaryFolder));
-    EXPECT_THAT(fake.panels.shown, IsEmpty());
+    expectNotInstalled();
   }
 }
 
@@ -218,31 +190,30 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
       {"ORVELOSUpdateKey", nextKey},
       {"ORVELOSUpdateKey", std::nullopt},
   };
-  const PlistTexts valid = release.entries;
+  const PlistTexts validEntries = releaseEntries;
   for (const auto &[entry, text] : rows) {
     SCOPED_TRACE(entry + " = " + text.value_or("missing"));
     reset();
-    release.entries = valid;
-    release.entries.erase(entry);
-    if (text) release.entries[entry] = *text;
+    releaseEntries = validEntries;
+    releaseEntries.erase(entry);
+    if (text) releaseEntries[entry] = *text;
     checkForUpdate(signedWith(validSignature));
-    EXPECT_EQ(fake.record.count("unpack"), 1U);
+    EXPECT_EQ(fake.record.count("sh /usr/bin/ditto"), 1U);
     EXPECT_EQ(fake.record.count("replace"), 0U);
-    EXPECT_FALSE(isInstalled());
-    EXPECT_THAT(fake.panels.shown, IsEmpty());
+    expectNotInstalled();
   }
 }
 
 TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
-  EXPECT_TRUE(matchesSignature(release.entries, "1.3", "1.2", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(release.entries, "1.3", "1.3", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(release.entries, "1.3", "1.10", {}, ourKey));
+  EXPECT_TRUE(matchesSignature(releaseEntries, "1.3", "1.2", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.3", {}, ourKey));
+  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.10", {}, ourKey));
 }
 
 TEST_F(SignedRelease, BuildWithoutKeyInstallsAnySignature) {
   fake.bundle.texts.erase("ORVELOSUpdateKey");
-  release.entries.erase("ORVELOSUpdateKey");
-  release.entries["CFBundleShortVersionString"] = "1.1";
+  releaseEntries.erase("ORVELOSUpdateKey");
+  releaseEntries["CFBundleShortVersionString"] = "1.1";
   for (const std::string &members :
        {std::string(), signedWith(signatureOfNextKey), std::string(R"(,"handtekening":1)")}) {
     SCOPED_TRACE(members);

@@ -29,9 +29,7 @@ class UpdateCheck : public CoreTest {
   std::vector<std::string> notices() const {
     std::vector<std::string> texts;
     for (const Alert &alert : fake.panels.shown) {
-      Alert notice;
-      notice.messageText = alert.messageText;
-      EXPECT_EQ(alert, notice) << "a notice has only a message";
+      EXPECT_EQ(alert, Alert{.messageText = alert.messageText}) << "a notice has only a message";
       texts.push_back(alert.messageText);
     }
     return texts;
@@ -199,8 +197,7 @@ TEST_F(UpdateCheck, InstallationStartsOnThreadOfCompletion) {
 TEST_F(UpdateCheck, CheckRetainsDelegateUntilNotice) {
   fake.http.setResponses(manifestUrl, {{.delay = 1s}});
   delegate().zoekUpdate(manual);
-  const auto weakDelegate = delegate().weak_from_this();
-  releaseDelegate();
+  const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired()) << "during the request";
   // The notice is posted while the main thread is blocked.
   fake.clock.sleep(1s);

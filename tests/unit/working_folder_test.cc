@@ -58,7 +58,7 @@ TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
     const posix_test::ResourceLimit limit(RLIMIT_NOFILE, 64);
     install();
   }
-  EXPECT_EQ(readFile(deepFile), "stale");
+  EXPECT_EQ(contentsOf(deepFile), "stale");
   expectNotInstalled();
   install();
   EXPECT_EQ(installedVersion(), "new");
@@ -91,7 +91,7 @@ TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
     install(versie);
     EXPECT_EQ(fake.record.count("sh "), 0U) << versie;
   }
-  EXPECT_EQ(readFile(other), "kept");
+  EXPECT_EQ(contentsOf(other), "kept");
   expectNotInstalled();
 }
 
@@ -107,7 +107,7 @@ TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
   EXPECT_EQ(installedVersion(), "new");
   EXPECT_TRUE(std::filesystem::is_directory(workingFolderFor()));
 
-  writeFile(fake.bundle.folder + "/Contents/version", "old");
+  writeRunningBundle();
   fake.locations.replaceSucceeds = false;
   install("replacement fails");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
@@ -129,22 +129,23 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
 }
 
 TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
-  for (const bool removes : {false, true}) {
-    SCOPED_TRACE(removes);
-    fake.names.removesOtherWorkingFolders = removes;
-    writeFile(fake.bundle.folder + "/Contents/version", "old");
+  for (const bool removesOthers : {false, true}) {
+    SCOPED_TRACE(removesOthers);
+    fake.names.removesOtherWorkingFolders = removesOthers;
+    writeRunningBundle();
     writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
     writeFile(workingFolderFor("a/b") + "/file", "nested");
     writeFile(fake.locations.temporaryFolder + "/other", "kept");
     install();
     EXPECT_EQ(installedVersion(), "new");
-    EXPECT_EQ(std::filesystem::exists(workingFolderFor("1.1")), !removes);
-    EXPECT_EQ(std::filesystem::exists(workingFolderFor("a")), !removes);
-    EXPECT_EQ(readFile(fake.locations.temporaryFolder + "/other"), "kept");
+    EXPECT_EQ(std::filesystem::exists(workingFolderFor("1.1")), !removesOthers);
+    EXPECT_EQ(std::filesystem::exists(workingFolderFor("a")), !removesOthers);
+    EXPECT_EQ(contentsOf(fake.locations.temporaryFolder + "/other"), "kept");
   }
 }
 
-// A rejected archive of version "1" has left a link to a folder of the user.
+// A rejected archive of version "1" has left a link to the user's folder "documents". The next
+// release has the version "1/documents/3", so its working folder is below that link.
 TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   struct Row {
     std::string link;
@@ -154,11 +155,11 @@ TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   for (const auto &[link, removesOthers, installed] :
        {Row{"1", true, "new"}, Row{"1/documents", true, "new"}, Row{"1/documents/3", true, "new"},
         Row{"1", false, "old"}, Row{"1/documents", false, "old"},
-        // The link itself is what the earlier installation of this version left.
+        // The link is in the place of the working folder itself and is removed.
         Row{"1/documents/3", false, "new"}}) {
-    SCOPED_TRACE(link + (removesOthers ? " removed" : ""));
+    SCOPED_TRACE("link at " + link + (removesOthers ? ", other folders removed" : ""));
     fake.names.removesOtherWorkingFolders = removesOthers;
-    writeFile(fake.bundle.folder + "/Contents/version", "old");
+    writeRunningBundle();
     writeFile(root() + "/documents/3/letter", "kept");
     std::filesystem::remove_all(fake.locations.temporaryFolder);
     std::filesystem::create_directories(
@@ -166,7 +167,7 @@ TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
     std::filesystem::create_directory_symlink(root() + "/documents", workingFolderFor(link));
     install("1/documents/3");
     EXPECT_EQ(installedVersion(), installed);
-    EXPECT_EQ(readFile(root() + "/documents/3/letter"), "kept");
+    EXPECT_EQ(contentsOf(root() + "/documents/3/letter"), "kept");
     EXPECT_FALSE(std::filesystem::exists(root() + "/documents/3/Orvel OS.app"));
   }
 }
