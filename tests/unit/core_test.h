@@ -82,14 +82,16 @@ class CoreTest : public testing::Test {
     lastServer().exit(status);
     fake.scheduler.runUntilIdle();
   }
-  /// Sets the behavior of every node process that is launched from now on.
+  /// Sets the behaviour of every node process that is launched from now on.
   void setNodeScript(const FakeProcessScript &script) {
     fake.processes.setScripts("/usr/local/bin/node", {script});
   }
   /// Makes a program of another user listen on the port of the local server.
   void occupyLocalPort() {
-    fake.listeners.scripted[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
+    fake.listeners.byPort[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
   }
+  /// Undoes occupyLocalPort, so that only a program of this user listens.
+  void freeLocalPort() { fake.listeners.byPort.clear(); }
   /// Stores a server address in the user defaults.
   void storeAddress(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;

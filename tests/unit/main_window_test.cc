@@ -119,10 +119,10 @@ TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 
-/// The page of the local server, and another user's program that then takes its port.
-class OccupiedPort : public CoreTest {
+/// The window shows the page of the local server, but another user's program has taken its port.
+class MainWindowOnOccupiedPort : public CoreTest {
  protected:
-  OccupiedPort() {
+  MainWindowOnOccupiedPort() {
     createWebView();
     fake.http.setResponses(localProbe, {{.statusCode = 200}});
     delegate().openOS();
@@ -131,8 +131,9 @@ class OccupiedPort : public CoreTest {
     fake.record.take();
     occupyLocalPort();
   }
-  /// Expects that no request is sent, and the error page of a server that is not ready.
-  void expectOnlyErrorPage() {
+  /// Waits longer than all probes take. Expects that no request was sent and that the error page
+  /// of a server that is not ready is shown.
+  void waitAndExpectOnlyErrorPage() {
     fake.scheduler.advance(1min);
     for (const char *request : {"load http", "reload", "GET"}) {
       EXPECT_EQ(fake.record.count(request), 0U) << request;
@@ -141,61 +142,49 @@ class OccupiedPort : public CoreTest {
   }
 };
 
-TEST_F(OccupiedPort, ReloadShowsErrorPage) {
-  delegate().reloadPage();
-  expectOnlyErrorPage();
-}
-
-TEST_F(OccupiedPort, ReloadShowsPageOnceOwnServerListensAgain) {
-  delegate().reloadPage();
-  fake.listeners.scripted.clear();
-  fake.scheduler.advance(1s);
-  EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
-}
-
-TEST_F(OccupiedPort, RepeatedReloadShowsPageOnce) {
+TEST_F(MainWindowOnOccupiedPort, RepeatedReloadLoadsPageOnceWhenPortIsFree) {
   for (int press = 0; press < 10; ++press) {
     delegate().reloadPage();
     fake.scheduler.advance(20ms);
   }
-  fake.listeners.scripted.clear();
+  freeLocalPort();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
 }
 
-TEST_F(OccupiedPort, ReloadProbesAgainAfterErrorPage) {
+TEST_F(MainWindowOnOccupiedPort, ReloadShowsErrorPageAndLaterReloadProbesAgain) {
   delegate().reloadPage();
-  expectOnlyErrorPage();
-  fake.listeners.scripted.clear();
+  waitAndExpectOnlyErrorPage();
+  freeLocalPort();
   fake.scheduler.advance(1s);
-  EXPECT_EQ(fake.record.count("load http"), 0U);
+  EXPECT_EQ(fake.record.count("load http"), 0U) << "without another reload";
   occupyLocalPort();
   delegate().reloadPage();
-  fake.listeners.scripted.clear();
+  freeLocalPort();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
 }
 
-TEST_F(OccupiedPort, TerminatedWebProcessDoesNotReloadPageOfEarlierLocalAddress) {
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfEarlierLocalAddress) {
   storeAddress();
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_EQ(fake.record.count("reload"), 0U);
   EXPECT_EQ(fake.record.count("GET https://os.test/api/wie"), 1U);
 }
 
-TEST_F(OccupiedPort, TerminatedWebProcessShowsErrorPage) {
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessShowsErrorPage) {
   web().delegate.webViewWebContentProcessDidTerminate();
-  expectOnlyErrorPage();
+  waitAndExpectOnlyErrorPage();
 }
 
-TEST_F(OccupiedPort, TerminatedWebProcessReloadsErrorPage) {
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPage) {
   delegate().showError("message");
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_EQ(fake.record.take().back(), "reload");
 }
 
-TEST_F(OccupiedPort, TerminatedWebProcessDoesNotReplaceReportOfEndedServer) {
-  fake.listeners.scripted.clear();
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessLeavesReportOfEndedServer) {
+  freeLocalPort();
   lastServer().exit(1);
   // The exit of the server has not been reported yet.
   web().delegate.webViewWebContentProcessDidTerminate();

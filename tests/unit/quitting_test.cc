@@ -8,7 +8,7 @@ namespace {
 class Quitting : public CoreTest {
  protected:
   void startServer(const FakeProcessScript &script = {}) {
-    fake.processes.setScripts("/usr/local/bin/node", {script});
+    setNodeScript(script);
     createWebView();
     delegate().startServer();
     fake.record.take();
@@ -71,7 +71,7 @@ TEST_F(Quitting, NoServerStartsAndNoAddressIsProbedWhileQuitting) {
 
 TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
   for (const bool isExitReported : {true, false}) {
-    SCOPED_TRACE(isExitReported);
+    SCOPED_TRACE(isExitReported ? "reported exit" : "unreported exit");
     releaseDelegate();
     fake.application.terminated = false;
     startServer();
@@ -95,17 +95,17 @@ TEST_F(Quitting, QuitDoesNotWaitForProbe) {
   EXPECT_TRUE(fake.application.terminated);
 }
 
-TEST_F(Quitting, QuittingFlagIsSetBeforeSigterm) {
+TEST_F(Quitting, QuittingFlagIsSetBeforeSigtermAndWaitIsPostedAfterIt) {
   startServer();
   bool wasQuitting = false;
-  bool hasPendingTask = true;
+  bool wasWaitPosted = true;
   lastServer().onTerminate = [&] {
     wasQuitting = delegate().quitting;
-    hasPendingTask = fake.scheduler.nextDue().has_value();
+    wasWaitPosted = fake.scheduler.nextDue().has_value();
   };
   fake.application.requestTermination();
   EXPECT_TRUE(wasQuitting);
-  EXPECT_FALSE(hasPendingTask);
+  EXPECT_FALSE(wasWaitPosted);
 }
 
 TEST_F(Quitting, MainThreadRunsWhileQuitWaits) {
@@ -118,7 +118,7 @@ TEST_F(Quitting, MainThreadRunsWhileQuitWaits) {
   EXPECT_FALSE(fake.application.terminated);
 }
 
-TEST_F(Quitting, QuitWaitsForServerThatGotSigterm) {
+TEST_F(Quitting, QuitKillsServerThatDelegateHasReleasedMeanwhile) {
   startServer({.exitsAfterSigterm = std::nullopt});
   fake.application.requestTermination();
   delegate().server = nullptr;

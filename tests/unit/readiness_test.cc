@@ -23,7 +23,7 @@ class Readiness : public CoreTest {
   }
 };
 
-TEST_F(Readiness, ThirdLocalProbeStoresCookieThenLoads) {
+TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
   fake.http.setResponses(localProbe, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   openOS();
@@ -63,11 +63,12 @@ TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
   }
 }
 
-TEST_F(Readiness, LastProbeMaySucceed) {
+TEST_F(Readiness, SuccessOfLastProbeLoadsPage) {
   const std::vector<std::pair<std::string, std::size_t>> rows{
       {"http://127.0.0.1:4767/", 61}, {"http://localhost:3000/", 61}, {"https://os.test/", 9}};
   for (const auto &[address, probes] : rows) {
     storeAddress(address);
+    // By default the connection is refused.
     std::vector<FakeResponse> responses(probes - 1);
     responses.push_back({.statusCode = 200});
     fake.http.setResponses(address + "api/wie", responses);
@@ -83,7 +84,8 @@ TEST_F(Readiness, UnresponsiveOnlineServerShowsErrorAfterNineProbes) {
   storeAddress("https://os.test");
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 3s}});
   openOS();
-  fake.scheduler.advance(42999ms);
+  // Nine timeouts of 3 s and the eight intervals of 2 s between them take 43 s.
+  fake.scheduler.advance(43s - 1ms);
   EXPECT_EQ(shownError(), "");
   fake.scheduler.advance(1ms);
   EXPECT_THAT(probeTimes(), ElementsAre(0s, 5s, 10s, 15s, 20s, 25s, 30s, 35s, 40s));
@@ -134,7 +136,7 @@ TEST_F(Readiness, ChangeToLocalAddressWithoutServerEndsProbes) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(Readiness, MissingKeyLoadsWithoutCookie) {
+TEST_F(Readiness, MissingKeyLoadsPageWithoutCookie) {
   fake.bundle.texts.erase("ORVELOSKey");
   recreateDelegate();
   fake.http.setResponses(localProbe, {{.statusCode = 200}});
@@ -168,7 +170,7 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
   }
 }
 
-TEST_F(Readiness, EachSuccessStoresCookie) {
+TEST_F(Readiness, EachSuccessfulProbeReplacesCookie) {
   fake.http.setResponses(localProbe, {{.statusCode = 200}});
   openOS();
   fake.scheduler.runUntilIdle();
@@ -224,7 +226,7 @@ TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
   EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 7)."));
 }
 
-TEST_F(Readiness, TwoOpenCallsProbeOneServerIndependently) {
+TEST_F(Readiness, SecondOpenCallProbesRunningServerIndependently) {
   fake.http.setResponses(localProbe, {{}, {}, {.statusCode = 200}});
   openOS();
   fake.scheduler.advance(100ms);
@@ -322,7 +324,7 @@ TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
   occupyLocalPort();
   openOS();
   fake.scheduler.advance(499ms);
-  fake.listeners.scripted.clear();
+  freeLocalPort();
   fake.scheduler.advance(1ms);
   EXPECT_THAT(probeTimes(), ElementsAre(500ms));
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
@@ -337,27 +339,46 @@ TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortDoesNotAffectOnlineAddress) {
   EXPECT_EQ(web().shownUrl, "https://os.test:4767/");
 }
 
-TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbe) {
-  const auto losePort = [&] { occupyLocalPort(); };
-  const auto endServer = [&] { lastServer().exit(7); };
-  const std::vector<std::tuple<std::string, std::function<void()>, std::string>> rows{
-      {"another user's program listens", losePort, localServerError},
-      {"the server has ended", endServer,
+TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
+  struct Loss {
+    std::string name;
+    std::function<void()> lose;
+    std::string error;
+  };
+  const std::vector<Loss> losses{
+      {"another user's program listens", [&] { occupyLocalPort(); }, localServerError},
+      {"the server has ended", [&] { lastServer().exit(7); },
        "De OS-server is gestopt (code 7). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R."},
   };
-  for (const bool hasCookie : {true, false}) {
-    if (!hasCookie) fake.bundle.texts.erase("ORVELOSKey");
-    for (const auto &[loss, lose, error] : rows) {
-      fake.listeners.scripted.clear();
+  struct Moment {
+    std::string name;
+    FakeScheduler::Duration probeDelay;
+    FakeScheduler::Duration cookieDelay;
+    bool hasKey = true;
+  };
+  // Each loss happens after 500 ms.
+  const std::vector<Moment> moments{
+      {"before the response", 1s, 0s},
+      {"before the response, without a key", 1s, 0s, false},
+      {"while the cookie is stored", 0s, 1s},
+  };
+  for (const auto &[moment, probeDelay, cookieDelay, hasKey] : moments) {
+    for (const auto &[loss, lose, error] : losses) {
+      SCOPED_TRACE(loss + " " + moment);
+      freeLocalPort();
+      fake.bundle.texts["ORVELOSKey"] = hasKey ? "app-key" : "";
       recreateDelegate();
-      fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 1s}});
+      fake.http.sent.clear();
+      fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = probeDelay}});
+      fake.windows.cookies.delay = cookieDelay;
       openOS();
       fake.scheduler.advance(500ms);
       lose();
       fake.scheduler.advance(1min);
-      EXPECT_EQ(fake.record.count("load http"), 0U) << loss << ", cookie " << hasCookie;
-      EXPECT_EQ(shownError(), error) << loss << ", cookie " << hasCookie;
-      EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt) << loss;
+      EXPECT_EQ(fake.http.sent.size(), 1U);
+      EXPECT_EQ(fake.record.count("load http"), 0U);
+      EXPECT_EQ(shownError(), error);
+      EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
     }
   }
 }
@@ -365,30 +386,18 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbe) {
 TEST_F(Readiness, PortLostAfterEachProbeCountsAsFailedProbe) {
   fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 100ms}});
   openOS();
-  for (int probe = 0; probe <= 60; ++probe) {
-    EXPECT_EQ(shownError(), "");
+  for (int failedProbes = 0; failedProbes <= 60; ++failedProbes) {
+    EXPECT_EQ(shownError(), "") << failedProbes;
     fake.scheduler.advance(50ms);
     occupyLocalPort();
+    // The response arrives while another user's program listens.
     fake.scheduler.advance(50ms);
-    fake.listeners.scripted.clear();
+    freeLocalPort();
     fake.scheduler.advance(250ms);
   }
   EXPECT_EQ(fake.http.sent.size(), 61U);
   EXPECT_EQ(shownError(), localServerError);
   EXPECT_EQ(fake.record.count("load http"), 0U);
-}
-
-TEST_F(Readiness, PageIsNotLoadedWhenAnotherUserTakesPortWhileCookieIsStored) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200}});
-  fake.windows.cookies.delay = 1s;
-  openOS();
-  fake.scheduler.advance(500ms);
-  EXPECT_EQ(fake.http.sent.size(), 1U);
-  occupyLocalPort();
-  fake.scheduler.advance(1min);
-  EXPECT_EQ(fake.http.sent.size(), 1U);
-  EXPECT_EQ(fake.record.count("load http"), 0U);
-  EXPECT_EQ(shownError(), localServerError);
 }
 
 }  // namespace

@@ -10,11 +10,6 @@ namespace {
 
 class ServerAddress : public CoreTest {};
 
-TEST_F(ServerAddress, DefaultIsLocal) {
-  EXPECT_EQ(delegate().baseURL(), "http://127.0.0.1:4767/");
-  EXPECT_TRUE(delegate().lokaal());
-}
-
 TEST_F(ServerAddress, MissingTrailingSlashIsAppended) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"https://example.test", "https://example.test/"},
@@ -31,7 +26,8 @@ TEST_F(ServerAddress, MissingTrailingSlashIsAppended) {
   }
 }
 
-TEST_F(ServerAddress, StoredAddressOverridesPresetAndPresetOverridesLocal) {
+TEST_F(ServerAddress, StoredAddressOverridesPresetWhichOverridesLocalDefault) {
+  EXPECT_EQ(delegate().baseURL(), "http://127.0.0.1:4767/");
   EXPECT_TRUE(delegate().lokaal());
   fake.bundle.texts["ORVELOSURL"] = "https://preset.test";
   EXPECT_EQ(delegate().baseURL(), "https://preset.test/");
@@ -66,7 +62,7 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
       {"::ffff:127.0.0.1", allHosts},
       {"::ffff:0.0.0.0", allHosts},
       {"::1", {"localhost"}},
-      // No client that connects to these hosts reaches these addresses.
+      // A connection to neither host reaches a socket that listens on one of these addresses.
       {"127.0.0.2", {}},
       {"192.0.2.1", {}},
       {"2001:db8::1", {}},
@@ -79,7 +75,7 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
       const Url url = *Url::parse("http://" + host + ":3000/api/wie");
       const bool accepts = hosts.contains(host);
       const auto mayReceive = [&](const std::vector<TcpListener> &listeners) {
-        fake.listeners.scripted[3000] = listeners;
+        fake.listeners.byPort[3000] = listeners;
         return mayReceiveKey(url, fake.listeners);
       };
       EXPECT_EQ(mayReceive({own}), accepts) << host << " and own " << address;
@@ -92,15 +88,15 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
   }
 }
 
-TEST_F(ServerAddress, LocalUrlWithoutPortNumberHasListenersOnPort80) {
+TEST_F(ServerAddress, LocalUrlWithoutPortNumberIsCheckedOnPort80) {
   const Url url = *Url::parse("http://127.0.0.1:/");
   EXPECT_TRUE(mayReceiveKey(url, fake.listeners));
-  fake.listeners.scripted[80] = std::vector<TcpListener>();
+  fake.listeners.byPort[80] = std::vector<TcpListener>();
   EXPECT_FALSE(mayReceiveKey(url, fake.listeners));
 }
 
 TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhereSystemDoesNotReportListeners) {
-  fake.listeners.scripted[4767] = std::nullopt;
+  fake.listeners.byPort[4767] = std::nullopt;
   EXPECT_TRUE(mayReceiveKey(*Url::parse("http://127.0.0.1:4767/"), fake.listeners));
 }
 

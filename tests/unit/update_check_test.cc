@@ -168,7 +168,8 @@ TEST_F(UpdateCheck, SilentChecksRunFourSecondsAfterLaunchAndEverySixHours) {
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 0U);
   fake.scheduler.advance(1ms);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 1U);
-  fake.scheduler.advance(6h - 4001ms);
+  // The interval begins at the launch and not at the first check.
+  fake.scheduler.advance(6h - 4s - 1ms);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 1U);
   fake.scheduler.advance(1ms);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 2U);
