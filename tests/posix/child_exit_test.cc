@@ -82,6 +82,7 @@ TEST_P(ChildExit, ChildIgnoringSigtermEndsOnSigkill) {
   const auto child = launchAndReadLine("trap '' TERM; echo ready; exec sleep 600", line);
   ASSERT_EQ(line, "ready");
   child->terminate();
+  // Gives the child the time to react to SIGTERM.
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_TRUE(child->isRunning());
   child->kill();
@@ -105,6 +106,7 @@ TEST_P(ChildExit, ChildForkedByOtherCodeIsNotReaped) {
   const pid_t unrelated = forkUnrelatedChild("exit 5");
   ASSERT_GT(unrelated, 0);
   siginfo_t info{};
+  // Waits for the end of the child and leaves it a zombie (WNOWAIT).
   ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(unrelated), &info, WEXITED | WNOWAIT), 0);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(runShell(launcher_, "exit 6").status, 6);
   int status = 0;
@@ -121,7 +123,8 @@ TEST_P(ChildExit, ProcessWithReusedProcessIdGetsNoSignal) {
 
   pid_t unrelated = -1;
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    // The next fork gets the process ID after ns_last_pid. Writing needs CAP_SYS_ADMIN.
+    // The next fork gets the process ID after ns_last_pid, if no other process forks first.
+    // Writing needs CAP_SYS_ADMIN.
     if (!(std::ofstream("/proc/sys/kernel/ns_last_pid") << processId - 1 << std::flush)) break;
     unrelated = forkUnrelatedChild("exec /bin/sleep 600");
     if (unrelated == processId) break;

@@ -84,6 +84,7 @@ TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
   const IgnoredAndBlockedSignals ignoredSigchld({SIGCHLD});
   LauncherUnderTest launcher(GetParam());
   for (const int signal : signals) {
+    // ulimit prevents a core file of SIGQUIT.
     const auto outcome =
         runShell(launcher, "ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 99");
     EXPECT_EQ(outcome.status, signal);
@@ -96,7 +97,8 @@ TEST_P(ChildStart, ChildNeitherBlocksNorIgnoresSignals) {
       {SIGHUP, SIGINT, SIGPIPE, SIGTERM, SIGCHLD, SIGWINCH, SIGRTMIN + 3});
   const auto output =
       run(launcher_, program("/bin/grep", {"-E", "^Sig(Blk|Ign)", "/proc/self/status"})).output;
-  // glibc reserves the signals 32 and 33, and posix_spawn sets them to SIG_IGN.
+  // The masks are hexadecimal, with bit 0 for signal 1. glibc reserves the signals 32 and 33, and
+  // its posix_spawn sets them to SIG_IGN.
   EXPECT_THAT(output, testing::AnyOf("SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n",
                                      "SigBlk:\t0000000000000000\nSigIgn:\t0000000180000000\n"));
 }
@@ -123,7 +125,7 @@ TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
   const std::string withoutShebang = folder_.file("text", "echo never\n", true);
   const std::string missingInterpreter =
       folder_.file("script", "#!/nonexistent/interpreter\n", true);
-  // The last two are not looked up in PATH.
+  // "sh" and the empty path are not looked up in PATH.
   const std::vector<std::pair<std::string, int>> rows{{missing, ENOENT},
                                                       {notExecutable, EACCES},
                                                       {folder_.path(), EACCES},

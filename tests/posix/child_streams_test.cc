@@ -92,16 +92,16 @@ TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
   // Far above the others, after a gap of unused numbers.
   open.push_back(::fcntl(STDERR_FILENO, F_DUPFD, 200));
   ASSERT_GE(open.back(), 200);
-  // The fourth descriptor is that of the folder that ls reads.
+  // Descriptor 3 is the folder that ls reads.
   EXPECT_EQ(run(launcher_, program("/bin/ls", {"/dev/fd"})).output, "0\n1\n2\n3\n");
   for (const int descriptor : open) ::close(descriptor);
 }
 
-TEST_P(ChildStreams, ClosedStandardInputAndPrivateFileWithItsNumberBecomeNullDevice) {
-  const ReplacedDescriptor input(STDIN_FILENO);
+TEST_P(ChildStreams, ClosedStandardInputOrPrivateFileWithItsNumberBecomesNullDevice) {
+  const ReplacedDescriptor closedInput(STDIN_FILENO);
   // cat fails when its standard input is closed.
   runToEnd(program("/bin/cat"));
-  // The pipe has the close-on-exec flag.
+  // The pipe gets the free number of standard input. It is private: it has the close-on-exec flag.
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);
   ASSERT_EQ(secret->reading->descriptor(), STDIN_FILENO);

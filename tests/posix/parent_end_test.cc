@@ -20,7 +20,8 @@ namespace {
 
 using namespace posix_test;
 
-/// Calls waitpid until it is not interrupted by a signal (EINTR).
+/// Calls waitpid until it is not interrupted by a signal (EINTR). Includes threads that this
+/// process traces (__WALL).
 pid_t waitpidUninterrupted(pid_t process, int &status) {
   pid_t found = 0;
   while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
@@ -29,7 +30,8 @@ pid_t waitpidUninterrupted(pid_t process, int &status) {
 }
 
 /// Tests with an application process, which is a child of the test and may have a child of its
-/// own. The test is the subreaper of that process's orphaned children.
+/// own. When the application ends, the test becomes the parent of that orphaned child
+/// (PR_SET_CHILD_SUBREAPER).
 class ParentEnd : public testing::Test {
  public:
   ParentEnd() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
@@ -61,7 +63,7 @@ class ParentEnd : public testing::Test {
     request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
     startApplication([&] {
       PosixProcessLauncher launcher(processEnvironment());
-      // On a thread that ends at once: its end must not trigger the parent-death signal.
+      // The end of the thread that called launch must not trigger the parent-death signal.
       std::thread([&] { launcher.launch(request); }).join();
       request.standardOutput = {};
       pipe.reset();
@@ -73,7 +75,7 @@ class ParentEnd : public testing::Test {
     child = std::stoi(line);
   }
 
-  /// Waits for the end of the child. Returns its wait status.
+  /// Waits for the end of the child, which must be an orphan, and returns its wait status.
   int waitForChild() {
     int status = 0;
     const bool hasEnded = eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
@@ -118,7 +120,7 @@ TEST_F(ParentEnd, ChildWithEndsWithParentOutlivesLaunchingThread) {
     launched = launcher.launch(request);
   }).join();
   ASSERT_TRUE(launched.process);
-  // The join returns slightly before the thread ends, so a signal could be late.
+  // The kernel may still list the thread after the join, and send the parent-death signal late.
   const auto entry = std::filesystem::path("/proc/self/task") / std::to_string(thread);
   ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(entry); }));
   launched.process->kill();
@@ -145,6 +147,7 @@ pid_t continueUntilChildIsForked(pid_t application) {
     if (stopped <= 0) return 0;
     if (!WIFSTOPPED(status)) continue;
     if (!isThreadOf(application, stopped)) return stopped;
+    // The encoding of a ptrace event in a wait status (ptrace(2), PTRACE_O_TRACEFORK).
     const int event = status >> 16;
     const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
     if (!hasForked) ::ptrace(PTRACE_CONT, stopped, nullptr, 0);

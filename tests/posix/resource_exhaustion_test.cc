@@ -37,8 +37,8 @@ TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) 
   child.process->waitUntilExit();
   EXPECT_EQ(child.process->terminationStatus(), 3);
 
-  // The launcher must duplicate a handle that is itself descriptor 1. The end of the block closes
-  // that descriptor, so it is saved first.
+  // The launcher must duplicate a handle that is itself descriptor 1, which needs a free
+  // descriptor. The handle's destructor closes descriptor 1, so it is saved first.
   const int savedOutput = ::dup2(STDOUT_FILENO, handles.back()->descriptor());
   {
     const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);
@@ -62,8 +62,6 @@ class TaskLimit {
   ~TaskLimit() {
     if (isRoot_ && ::setresuid(0, 0, 0) != 0) ADD_FAILURE() << "cannot become root again";
   }
-  TaskLimit(const TaskLimit &) = delete;
-  TaskLimit &operator=(const TaskLimit &) = delete;
 
  private:
   static constexpr uid_t nobody = 65534;

@@ -86,6 +86,7 @@ void LoopbackConnection::waitForClose() {
 
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
   std::tie(listener_, port_) = boundSocket();
+  // A long backlog, so that no connection of a test is refused.
   if (::listen(listener_, 1024) != 0) throw std::runtime_error("no loopback listener");
   acceptor_ = std::thread([this] { accept(); });
 }
@@ -142,7 +143,7 @@ void LoopbackServer::serve(int descriptor) {
     }
     handler_(*connection, head);
   }
-  // Runs before the connection closes the descriptor: the kernel may reuse the number at once.
+  // The connection is still open here. After its close, the kernel may reuse the number at once.
   const std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
 }
@@ -170,6 +171,7 @@ std::string unresponsiveUrl() {
   const auto [listener, port] = boundSocket();
   ::listen(listener, 0);
   const sockaddr_in address = loopbackAddress(port);
+  // A kernel queues a few connections more than the backlog.
   for (int clients = 0; clients < 8; ++clients) {
     const int client = newSocket();
     ::fcntl(client, F_SETFL, O_NONBLOCK);

@@ -47,8 +47,6 @@ class LoopbackServer {
   explicit LoopbackServer(Handler handler);
   /// Shuts open connections down and waits for the handlers.
   ~LoopbackServer();
-  LoopbackServer(const LoopbackServer &) = delete;
-  LoopbackServer &operator=(const LoopbackServer &) = delete;
 
   int port() const { return port_; }
   /// Returns "http://127.0.0.1:" followed by the port and the path.

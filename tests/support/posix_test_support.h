@@ -43,7 +43,7 @@ Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
 /// A launcher that sets `endsWithParent` of every request to the parameter of the test. On
-/// Linux the two values have different implementations (fork and posix_spawn).
+/// Linux, children that end with their parent are started by fork, all others by posix_spawn.
 class LauncherUnderTest final : public ProcessLauncher {
  public:
   explicit LauncherUnderTest(bool endsWithParent,
@@ -86,8 +86,6 @@ class FullDisk {
  public:
   explicit FullDisk(rlim_t maxFileSize) : limit_(RLIMIT_FSIZE, maxFileSize) {}
   ~FullDisk() { std::signal(SIGXFSZ, handler_); }
-  FullDisk(const FullDisk &) = delete;
-  FullDisk &operator=(const FullDisk &) = delete;
 
  private:
   // A write beyond RLIMIT_FSIZE raises SIGXFSZ, whose default action ends the process.
@@ -107,7 +105,7 @@ class ScopedUmask {
   const mode_t before_;
 };
 
-/// Returns the permission bits of a file or folder.
+/// Returns the permission bits of a file or folder. Follows symbolic links.
 unsigned modeOf(const std::filesystem::path &path);
 /// Returns the number of open descriptors of this process.
 int openDescriptorCount();

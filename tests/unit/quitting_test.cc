@@ -44,7 +44,7 @@ TEST_F(Quitting, QuitWaitsForServerToExitAndKillsItAfterThirtyWaits) {
     EXPECT_FALSE(delegate().server->isRunning()) << "an orphaned process";
     EXPECT_EQ(delegate().server->terminationStatus(), status);
 
-    // No error page reports the exit.
+    // The record has no error page that reports the exit.
     fake.scheduler.advance(10s);
     std::vector<std::string> expected{"terminate " + lastServer().name};
     expected.insert(expected.end(), waits, "sleep 100 ms");
@@ -86,13 +86,15 @@ TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
   }
 }
 
-TEST_F(Quitting, QuitDoesNotWaitForProbe) {
+TEST_F(Quitting, QuitDuringLaunchStopsServerWithoutWaitForProbe) {
   fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 2900ms}});
-  createWebView();
-  delegate().openOS();
+  launch();
   fake.application.requestTermination();
   fake.scheduler.advance(100ms);
   EXPECT_TRUE(fake.application.terminated);
+  EXPECT_FALSE(delegate().server->isRunning());
+  fake.scheduler.advance(5s);
+  EXPECT_EQ(shownError(), "");
 }
 
 TEST_F(Quitting, QuittingFlagIsSetBeforeSigtermAndWaitIsPostedAfterIt) {
@@ -142,15 +144,6 @@ TEST_F(Quitting, AlertAnsweredAfterTerminationHasNoEffect) {
   answerAlert(0, "https://example.test");
   EXPECT_EQ(fake.defaults.text("osURL"), std::nullopt);
   EXPECT_THAT(fake.record.take(), ElementsAre("alert Adres van het OS", "application terminated"));
-}
-
-TEST_F(Quitting, QuitDuringLaunchStopsServer) {
-  launch();
-  fake.application.requestTermination();
-  fake.scheduler.advance(5s);
-  EXPECT_TRUE(fake.application.terminated);
-  EXPECT_FALSE(delegate().server->isRunning());
-  EXPECT_EQ(shownError(), "");
 }
 
 }  // namespace

@@ -330,15 +330,6 @@ TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
 }
 
-TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortDoesNotAffectOnlineAddress) {
-  storeAddress("https://os.test:4767/");
-  fake.http.setResponses("https://os.test:4767/api/wie", {{.statusCode = 200}});
-  occupyLocalPort();
-  openOS();
-  fake.scheduler.runUntilIdle();
-  EXPECT_EQ(web().shownUrl, "https://os.test:4767/");
-}
-
 TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
   struct Loss {
     std::string name;

@@ -147,14 +147,6 @@ TEST_F(UpdateCheck, NewerVersionDownloadsWithoutQuestion) {
   }
 }
 
-TEST_F(UpdateCheck, AnyVersionIsNewerThanMissingVersion) {
-  fake.bundle.texts.erase("CFBundleShortVersionString");
-  recreateDelegate();
-  publishRelease("0.0.1");
-  check(silent);
-  EXPECT_EQ(fake.record.count("download https://os.test/download/a.zip"), 1U);
-}
-
 TEST_F(UpdateCheck, InvalidArchiveUrlAborts) {
   publishRelease("1.3", "");
   EXPECT_DEATH(check(silent), "invalid archive URL: \n");
