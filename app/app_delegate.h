@@ -19,7 +19,8 @@ struct UpdateManifest;
 /// shared pointer until the process ends. Main thread only, except for the members
 /// that say otherwise.
 ///
-/// Each member function is defined in the file of its subsystem.
+/// Each member function is defined in the file of its subsystem. "OS" in a name is the web
+/// application that the application shows, and the "OS server" is its HTTP server.
 class AppDelegate final : public ApplicationDelegate,
                           public WebViewDelegate,
                           public std::enable_shared_from_this<AppDelegate> {
@@ -41,7 +42,7 @@ class AppDelegate final : public ApplicationDelegate,
 
   // app/main_window.cc
   void applicationDidFinishLaunching() override;
-  /// Shows a message, which is HTML, in place of the page.
+  /// Shows an error page with a message, which is HTML.
   void showError(std::string_view message);
   void reloadPage() override;
   void webViewWebContentProcessDidTerminate() override;
@@ -132,16 +133,22 @@ class AppDelegate final : public ApplicationDelegate,
   /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
-  /// Loads the page of the OS server. Counts as another failed probe after `tries` when a program
-  /// of another user listens on the port of the local server. Does nothing when that server has
-  /// ended.
+  /// Loads the page of the OS server. When another user's program listens on the port of the local
+  /// server, handles that like a failed probe after `tries` failed ones. Does nothing when the
+  /// local server is needed but has ended.
   void loadPage(int tries);
-  /// Probes the server until it is ready for a reload, unless it is being probed already.
+  /// Probes the server until it is ready and then loads its page. Does nothing when the server is
+  /// being probed already.
   void awaitServerForReload();
   bool isServerRunning() const { return server && server->isRunning(); }
+  /// Shows an error page, unless the exit is expected.
   void serverDidExit(const std::shared_ptr<ChildProcess> &process);
+  /// Continues after a probe, as `waitForServer` describes. An absent response is a failed probe.
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
+  /// Stores the key cookie, if there is a key, and then calls loadPage.
   void showOS(int tries);
+  /// Stores the address that the user has entered and opens the OS there, or shows an alert when
+  /// the address is invalid.
   void useAddress(const std::string &input);
   void perform(NavigationConsequence consequence, const Url &url);
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
@@ -151,7 +158,7 @@ class AppDelegate final : public ApplicationDelegate,
   const Settings settings_;
   const Platform platform_;
   bool isRelaunching_ = false;
-  /// The page of the OS server, if that was loaded last, and not an error page.
+  /// The URL of the OS server's page. Absent when an error page or no page was loaded last.
   std::optional<Url> loadedPage_;
   /// Whether the server is being probed, until the page is loaded or an error page is shown.
   bool isAwaitingServer_ = false;

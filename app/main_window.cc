@@ -82,7 +82,7 @@ UrlRequest AppDelegate::pageRequest() const {
 }
 
 void AppDelegate::loadPage(int tries) {
-  // The exit of the server is reported.
+  // serverDidExit shows an error page.
   if (lokaal() && !isServerRunning()) return;
   const UrlRequest page = pageRequest();
   if (!mayReceiveKey(page.url, platform_.listeners)) {
@@ -101,7 +101,8 @@ void AppDelegate::awaitServerForReload() {
 // The web view calls this, so `web` is not null.
 void AppDelegate::webViewWebContentProcessDidTerminate() {
   if (loadedPage_ && isLocalAddress(loadedPage_->absoluteString)) {
-    // The report of the server's exit follows, or the page of another address.
+    // serverDidExit shows an error page or, when the user has chosen another address, its page
+    // replaces this one.
     if (!isServerRunning()) return;
     if (!mayReceiveKey(*loadedPage_, platform_.listeners)) {
       awaitServerForReload();

@@ -6,6 +6,7 @@ namespace orvel {
 
 namespace {
 
+// The server gets 3 seconds to exit after SIGTERM.
 constexpr int maxExitWaits = 30;
 constexpr std::chrono::milliseconds exitWaitDuration{100};
 

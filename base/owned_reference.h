@@ -15,7 +15,7 @@ struct ReleasedBy {
 };
 
 /// The owner of one reference to an object of a C library, or null. `Ref` is a pointer type,
-/// such as CFRunLoopTimerRef.
+/// such as CFRunLoopTimerRef, and `release` the function that releases a reference.
 template <typename Ref, auto release>
 using OwnedReference = std::unique_ptr<std::remove_pointer_t<Ref>, ReleasedBy<release>>;
 

@@ -7,8 +7,8 @@ namespace orvel {
 
 namespace {
 
-/// The distance in points within which a press and its release are a click, also with an
-/// unsteady hand. WebKit starts to drag page content after the same distance.
+/// A movement by at most this distance, in points, between a press and its release still counts
+/// as a click. WebKit starts to drag page content after the same distance.
 constexpr double clickTolerance = 3;
 
 }  // namespace
@@ -16,7 +16,7 @@ constexpr double clickTolerance = 3;
 TitleBarDoubleClick titleBarDoubleClick(std::string_view preference) {
   if (preference == "None") return TitleBarDoubleClick::none;
   if (preference == "Minimize") return TitleBarDoubleClick::miniaturize;
-  // "Maximize", and "Fill" from macOS 15 on, for which AppKit has no public method.
+  // "Maximize", and "Fill" from macOS 15 on. AppKit has no public method for "Fill".
   return TitleBarDoubleClick::zoom;
 }
 

@@ -7,8 +7,8 @@ namespace orvel {
 enum class TitleBarDoubleClick { none, miniaturize, zoom };
 
 /// Returns what a double click on a title bar does, by the value of the macOS user default
-/// AppleActionOnDoubleClick. A missing value, which is the empty text, and an unknown one
-/// stand for the system's default, zoom. Any thread.
+/// AppleActionOnDoubleClick, or the empty text when it is missing. A missing or unknown value
+/// stands for the system's default, zoom. Any thread.
 TitleBarDoubleClick titleBarDoubleClick(std::string_view preference);
 
 /// What a window does with an event of the left mouse button.

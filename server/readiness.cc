@@ -19,6 +19,7 @@ constexpr auto localProbeInterval = 250ms;
 constexpr auto onlineProbeInterval = 2000ms;
 constexpr int maxLocalRetries = 60;
 constexpr int maxOnlineRetries = 8;
+// Five years of 365 days.
 constexpr auto cookieLifetime = 157'680'000s;
 
 }  // namespace
@@ -97,7 +98,7 @@ void AppDelegate::showOS(int tries) {
     loadPage(tries);
     return;
   }
-  // The first request of the page must already carry the key.
+  // Loads the page in the completion, so that its first request already carries the key.
   web->cookieStore().set(*cookie, [self = shared_from_this(), tries] { self->loadPage(tries); });
 }
 

@@ -10,9 +10,11 @@ namespace orvel {
 
 namespace {
 
+// 4 seconds in total.
 constexpr int maxPortChecks = 40;
 constexpr std::chrono::milliseconds portCheckInterval{100};
 
+/// Returns the lines that are not empty.
 std::vector<std::string> linesOf(const std::string &output) {
   std::vector<std::string> lines;
   std::string::size_type begin = 0;

@@ -28,7 +28,7 @@ std::optional<std::string> bundleIdentifier(const PlistTexts &information) {
 void runCommand(const Platform &platform, const ShellCommand &command,
                 const std::vector<std::string> &paths) {
   if (command.isEmpty()) return;
-  // A path that cannot be quoted is ignored like a failed command.
+  // A command whose path cannot be quoted is skipped, which has the effect of a failed one.
   if (const auto line = commandLine(command, paths)) sh(platform.processes, *line);
 }
 
@@ -43,7 +43,7 @@ void unpack(const Platform &platform, const std::string &archive, const std::str
   if (singleQuoted(archive) && singleQuoted(folder)) platform.unpacker->unpack(archive, folder);
 }
 
-/// A release that a server offers.
+/// The version and signature of a release that a server offers.
 struct Release {
   std::string versie;
   ReleaseSignature signature;
@@ -61,7 +61,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   const std::string temporary = platform.locations.temporary();
   const auto folder = workingFolder(temporary, release.versie);
   if (!folder) return false;
-  // Otherwise this would remove a folder that another instance is unpacking into.
+  // Without the lock, this instance could remove the folder into which another one unpacks.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
   if (platform.names.removesOtherWorkingFolders) removeWorkingFolders(temporary);
@@ -78,7 +78,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
                                      release.signature, *publicKey)) {
     return false;
   }
-  // Otherwise a server could replace a signed application by one of any origin.
+  // Without this check, a server could replace a signed application by one of any origin.
   const auto team = platform.bundle.teamIdentifier();
   if (team && !platform.bundle.isSignedByTeam(unpacked, *team)) return false;
 
@@ -97,7 +97,7 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie,
                              const ReleaseSignature &signature) {
   // Without Info.plist it is unknown whether this build accepts unsigned releases.
   if (!platform_.bundle.hasInfoDictionary()) return;
-  // Otherwise every update check would download a release that cannot be installed.
+  // Without these checks, every update check would download a release that cannot be installed.
   const std::string bundle = platform_.bundle.path();
   if (isTranslocated(bundle, platform_.names)) return;
   if (!platform_.locations.canReplaceItem(bundle)) return;
@@ -124,7 +124,7 @@ void AppDelegate::showUpdateNotice(const std::string &versie) {
 }
 
 void AppDelegate::relaunch() {
-  // A second update alert may be answered while the application quits.
+  // The user may answer the alert of a second installation while the application quits.
   if (std::exchange(isRelaunching_, true)) return;
   runCommand(platform_, platform_.names.relaunch, {platform_.bundle.path()});
   platform_.application.terminate();

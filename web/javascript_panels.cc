@@ -6,9 +6,8 @@ namespace orvel {
 
 void AppDelegate::runJavaScriptAlertPanel(const std::string &message,
                                           std::function<void()> completion) {
-  platform_.panels.runModal(
-      {.messageText = message},
-      [completion = std::move(completion)](const AlertAnswer &) { completion(); });
+  platform_.panels.runModal({.messageText = message}, [completion = std::move(completion)](
+                                                          const AlertAnswer &) { completion(); });
 }
 
 void AppDelegate::runJavaScriptConfirmPanel(const std::string &message,

@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mailto", "tel"};
 constexpr std::string_view exportPath = "/api/export";
-constexpr std::string_view filePrefix = "/api/bestand/";
+/// Begins the path of every file that the OS server stores.
+constexpr std::string_view filePathPrefix = "/api/bestand/";
 
 // The address ends in "/", so that a prefix match cannot match another host.
 bool isOnServer(const Url &url, std::string_view baseURL) {
@@ -33,7 +34,7 @@ NavigationDecision decideNavigation(const NavigationAction &action, std::string_
     return {cancel, isExternal(url.scheme) ? open : none};
   }
   if (url.path == exportPath) return {cancel, download};
-  if (url.path.starts_with(filePrefix) && action.target != NavigationTarget::subFrame) {
+  if (url.path.starts_with(filePathPrefix) && action.target != NavigationTarget::subFrame) {
     return {cancel, download};
   }
   return {allow, none};

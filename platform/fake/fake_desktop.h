@@ -62,7 +62,7 @@ class FakeApplication final : public Application {
     if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) requestTermination();
   }
 
-  /// Simulates the user during run().
+  /// Called by run() after the launch. A test can simulate the user in it.
   std::function<void()> onRun;
   bool terminated = false;
 

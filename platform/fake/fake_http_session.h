@@ -44,7 +44,7 @@ class FakeHttpSession final : public HttpSession {
   explicit FakeHttpSession(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void dataTask(const UrlRequest &request, DataCompletion completion) override {
-    const FakeResponse response = send("GET", request);
+    const FakeResponse response = recordAndRespond("GET", request);
     scheduler_.schedule(FakeScheduler::Thread::background, response.delay,
                         [response, completion = std::move(completion)] {
                           completion({.response = headOf(response), .body = response.body});
@@ -52,7 +52,7 @@ class FakeHttpSession final : public HttpSession {
   }
   /// Writes the body to a real file in `downloadFolder`.
   void downloadTask(const UrlRequest &request, DownloadCompletion completion) override {
-    const FakeResponse response = send("download", request);
+    const FakeResponse response = recordAndRespond("download", request);
     scheduler_.schedule(FakeScheduler::Thread::background, response.delay,
                         [this, response, completion = std::move(completion)] {
                           Download download{.response = headOf(response),
@@ -94,7 +94,7 @@ class FakeHttpSession final : public HttpSession {
   }
 
   /// Records a request and returns its response.
-  FakeResponse send(const std::string &verb, const UrlRequest &request) {
+  FakeResponse recordAndRespond(const std::string &verb, const UrlRequest &request) {
     scheduler_.record().add(verb + " " + describe(request));
     sent.push_back({request, scheduler_.now()});
     auto &responses = responses_[request.url.absoluteString];

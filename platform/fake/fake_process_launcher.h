@@ -87,8 +87,8 @@ class FakeChildProcess final : public ChildProcess,
   int status_ = 0;
 };
 
-/// Launches scripted processes. A script is found by the command line of a shell command
-/// (zsh -c) and by the path of any other program.
+/// Launches scripted processes. The key of a script is the command line of a shell command
+/// (zsh -c), or the path of any other program.
 class FakeProcessLauncher final : public ProcessLauncher {
  public:
   explicit FakeProcessLauncher(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -102,13 +102,13 @@ class FakeProcessLauncher final : public ProcessLauncher {
       for (const std::string &argument : request.arguments) call += " " + argument;
     }
     scheduler_.record().add(call);
-    const FakeProcessScript script = next(program, isShell);
+    const FakeProcessScript script = takeScript(program, isShell);
     if (script.launchError) return {nullptr, *script.launchError};
     if (onLaunch) onLaunch(request);
 
     LaunchRequest kept = request;
     if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
-    // The reader of a shell command's output waits until the pipe is closed.
+    // sh() reads until all writing ends of the pipe are closed, and `kept` holds one.
     if (isShell) kept.standardOutput = {};
     const std::string name = isShell ? program : "process " + std::to_string(launched.size() + 1);
     auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, kept);
@@ -140,7 +140,8 @@ class FakeProcessLauncher final : public ProcessLauncher {
   std::vector<std::shared_ptr<FakeChildProcess>> launched;
 
  private:
-  FakeProcessScript next(const std::string &program, bool isShell) {
+  /// Returns the script of the next launch of a program.
+  FakeProcessScript takeScript(const std::string &program, bool isShell) {
     auto &scripts = scripts_[program];
     if (scripts.empty() && isShell) return {.exitsAfter = std::chrono::milliseconds(0)};
     if (scripts.empty()) return {};

@@ -24,7 +24,7 @@ class Record {
   }
   /// Returns the number of calls that start with the prefix.
   std::size_t count(std::string_view prefix) const { return callsStartingWith(prefix).size(); }
-  /// Returns the calls and clears the record.
+  /// Removes and returns all calls.
   std::vector<std::string> take() { return std::exchange(calls_, {}); }
 
  private:

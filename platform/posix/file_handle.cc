@@ -18,7 +18,7 @@ std::shared_ptr<FileHandle> FileHandle::createPrivate(const std::string &path) {
   const int descriptor =
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, ownerOnly);
   if (descriptor < 0) return nullptr;
-  // The file may have existed, and the umask may have removed permissions of the user.
+  // open(2) does not change the mode of an existing file and subtracts the umask for a new one.
   struct stat status;
   if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) ::fchmod(descriptor, ownerOnly);
   return std::make_shared<FileHandle>(descriptor);

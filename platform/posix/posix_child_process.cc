@@ -48,8 +48,8 @@ void PosixChildProcess::awaitExit() {
            errno == EINTR) {
     }
     if (reap()) return;
-    // waitid returned, but the child cannot be reaped yet, for example because a tracer has
-    // it. Avoids a busy loop.
+    // waitid has returned, but the child cannot be reaped yet, for example because a debugger
+    // traces it. The sleep avoids a busy loop.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
 }

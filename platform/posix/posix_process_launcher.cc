@@ -72,18 +72,17 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
   std::promise<LaunchResult> promise;
   auto launched = promise.get_future();
   try {
-    // The thread that forks also waits: PR_SET_PDEATHSIG fires when the forking thread
-    // ends. When no thread can be created, no child is started, as nothing would reap
-    // it.
+    // One thread forks and then waits for the child, because PR_SET_PDEATHSIG sends its signal
+    // when the forking thread ends. Without a thread no child is started: nothing would reap it.
     std::thread([&request, failure, environment = std::move(environment),
                  handler = request.terminationHandler, promise = std::move(promise)]() mutable {
-      pid_t number = 0;
-      const int error = spawn(request, environment, number);
+      pid_t processId = 0;
+      const int error = spawn(request, environment, processId);
       if (error != 0) {
         return promise.set_value(failure(failedPath(request, error), error));
       }
-      const auto process = std::make_shared<PosixChildProcess>(number);
-      // `request` is a dangling reference after this call.
+      const auto process = std::make_shared<PosixChildProcess>(processId);
+      // After this call, launch() may return, and then `request` is a dangling reference.
       promise.set_value({process, ""});
       process->awaitExit();
       if (handler) handler(process);

@@ -23,7 +23,7 @@ class FileActions {
       keepFirstError(
           ::posix_spawn_file_actions_addchdir_np(&actions_, plan.workingDirectory().c_str()));
     }
-    // On macOS, POSIX_SPAWN_CLOEXEC_DEFAULT does this.
+    // On macOS, POSIX_SPAWN_CLOEXEC_DEFAULT closes the other descriptors.
 #if !defined(__APPLE__)
     keepFirstError(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 #endif
@@ -45,6 +45,7 @@ class FileActions {
       keepFirstError(::posix_spawn_file_actions_adddup2(&actions_, source, number));
     } else {
 #if defined(__APPLE__)
+      // POSIX_SPAWN_CLOEXEC_DEFAULT would close the descriptor.
       keepFirstError(::posix_spawn_file_actions_addinherit_np(&actions_, number));
 #endif
     }

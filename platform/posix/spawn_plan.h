@@ -37,14 +37,18 @@ class SpawnPlan {
   const std::array<int, 3> &streams() const { return streams_; }
 
  private:
+  /// Returns the source of the standard stream with this descriptor, as in `streams`.
   int sourceOf(const StandardStream &stream, int number);
   int sourceOf(const FileHandle &handle);
 
+  /// The path of the executable, which is also argv[0], and the arguments.
   std::vector<std::string> words_;
+  /// "NAME=value" for each variable.
   std::vector<std::string> variables_;
   std::vector<char *> argumentPointers_;
   std::vector<char *> variablePointers_;
   std::string workingDirectory_;
+  /// Duplicates of handles whose descriptors are those of other standard streams.
   std::vector<std::unique_ptr<FileHandle>> copies_;
   std::array<int, 3> streams_{};
   int error_ = 0;

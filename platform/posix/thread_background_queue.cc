@@ -57,7 +57,8 @@ void ThreadBackgroundQueue::post(std::function<void()> work) {
     const std::lock_guard lock(state_->mutex);
     ++state_->pending;
   }
-  // Shared, so that the work survives when std::thread throws.
+  // When std::thread throws, everything that was moved into its lambda is lost. The lambda
+  // therefore shares the work with this function.
   const auto held = std::make_shared<std::function<void()>>(std::move(work));
   try {
     std::thread([state = state_, held] { state->run(std::move(*held)); }).detach();

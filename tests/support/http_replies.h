@@ -53,7 +53,7 @@ class HttpReplies {
   std::vector<Reply> all_;
 };
 
-/// Returns a GET request. An address that is not a URL is kept as its text.
+/// Returns a GET request. For an address that is not a URL, only `absoluteString` is set.
 inline UrlRequest requestOf(const std::string &address) {
   UrlRequest request;
   request.url.absoluteString = address;

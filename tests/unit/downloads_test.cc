@@ -30,7 +30,7 @@ class Downloads : public CoreTest {
   std::string savedText(const std::string &name) const { return contentsOf(folder() + "/" + name); }
 
   void download(const std::string &url = address) { delegate().bewaarEnOpen(*Url::parse(url)); }
-  /// Downloads a response of the server and runs all tasks.
+  /// Starts a download to which the server sends this response, and runs all due tasks.
   void download(const FakeResponse &response) {
     fake.http.setResponses(address, {response});
     download();
@@ -146,7 +146,7 @@ TEST_F(Downloads, FailedDownloadSavesAndReportsNothing) {
   for (const std::string call : {"open", "alert", "load"}) EXPECT_EQ(fake.record.count(call), 0U);
 }
 
-TEST_F(Downloads, FirstFreeNumberOfAnySizeIsUsed) {
+TEST_F(Downloads, TakenNameGetsFirstFreeNumber) {
   writeFile(folder() + "/data.csv", "kept");
   for (int number = 2; number <= 112; ++number) {
     if (number != 3 && number != 111) {
@@ -163,7 +163,7 @@ TEST_F(Downloads, FirstFreeNumberOfAnySizeIsUsed) {
   }
 }
 
-TEST_F(Downloads, FoldersAndDanglingSymlinksCountAsExisting) {
+TEST_F(Downloads, NamesOfFoldersAndDanglingSymlinksAreTaken) {
   std::filesystem::create_directory(folder() + "/report");
   std::filesystem::create_symlink("/nowhere", folder() + "/report 2");
   download(file("report"));

@@ -12,23 +12,23 @@ class StaleServer : public CoreTest {
     fake.processes.setShellOutputs("ps -o command= -p " + pid, {commandLine});
   }
   /// Stops the stale servers and returns the calls to the platform.
-  std::vector<std::string> callsOfCleanUp() {
+  std::vector<std::string> killStaleServerAndTakeCalls() {
     delegate().killStaleServer();
     return fake.record.take();
   }
 };
 
 TEST_F(StaleServer, FreePortOrFailedListingNeedsNoWait) {
-  EXPECT_THAT(callsOfCleanUp(), ElementsAre("sh " + listenersCommand));
+  EXPECT_THAT(killStaleServerAndTakeCalls(), ElementsAre("sh " + listenersCommand));
   fake.processes.setScripts(listenersCommand, {{.launchError = "no zsh"}});
-  EXPECT_THAT(callsOfCleanUp(), ElementsAre("sh " + listenersCommand));
+  EXPECT_THAT(killStaleServerAndTakeCalls(), ElementsAre("sh " + listenersCommand));
   EXPECT_EQ(fake.scheduler.now(), 0ms);
 }
 
 TEST_F(StaleServer, ServerOfThisRootIsKilledAndPortAwaited) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n", "41\n", "41\n", ""});
   setCommandLine("41", commandLineOfThisRoot());
-  EXPECT_THAT(callsOfCleanUp(),
+  EXPECT_THAT(killStaleServerAndTakeCalls(),
               ElementsAre("sh " + listenersCommand, "sh ps -o command= -p 41", "sh kill 41",
                           "sh " + listenersCommand, "sleep 100 ms", "sh " + listenersCommand,
                           "sleep 100 ms", "sh " + listenersCommand));
@@ -78,7 +78,7 @@ TEST_F(StaleServer, OnlyServersOfThisRootAreKilled) {
       isAnyKilled = isAnyKilled || isKilled;
     }
     if (isAnyKilled) expected.push_back("sh " + listenersCommand);
-    EXPECT_EQ(callsOfCleanUp(), expected) << listing << processes[0].commandLine;
+    EXPECT_EQ(killStaleServerAndTakeCalls(), expected) << listing << processes[0].commandLine;
   }
 }
 

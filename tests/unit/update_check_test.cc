@@ -26,7 +26,8 @@ class UpdateCheck : public CoreTest {
         manifestUrl,
         {{.statusCode = 200, .body = R"({"versie":")" + versie + R"(","zip":")" + zip + "\"}"}});
   }
-  std::vector<std::string> notices() const {
+  /// Returns the messages of all alerts. Expects that no alert has more than a message.
+  std::vector<std::string> noticesWithMessageOnly() const {
     std::vector<std::string> texts;
     for (const Alert &alert : fake.panels.shown) {
       EXPECT_EQ(alert, Alert{.messageText = alert.messageText}) << "a notice has only a message";
@@ -77,9 +78,9 @@ TEST_F(UpdateCheck, LocalAddressShowsBuildInstructions) {
     storeAddress(address);
     fake.panels.shown.clear();
     delegate().zoekUpdate(silent);
-    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
     delegate().zoekUpdate(manual);
-    EXPECT_THAT(notices(),
+    EXPECT_THAT(noticesWithMessageOnly(),
                 ElementsAre("Op deze Mac werk je de app bij met: ./scripts/build-app.sh"));
   }
   EXPECT_THAT(fake.http.sent, IsEmpty());
@@ -88,7 +89,7 @@ TEST_F(UpdateCheck, LocalAddressShowsBuildInstructions) {
 TEST_F(UpdateCheck, InvalidAddressEndsWithoutNotice) {
   storeAddress("https://os test");
   check(manual);
-  EXPECT_THAT(notices(), IsEmpty());
+  EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
@@ -97,9 +98,9 @@ TEST_F(UpdateCheck, NoNewerVersionReportsCurrentVersion) {
     fake.panels.shown.clear();
     publishRelease(versie);
     check(silent);
-    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
     check(manual);
-    EXPECT_THAT(notices(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
+    EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
   }
 }
 
@@ -116,10 +117,10 @@ TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
     fake.panels.shown.clear();
     fake.http.setResponses(manifestUrl, {failure});
     check(silent);
-    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
     delegate().zoekUpdateMenu();
     fake.scheduler.runUntilIdle();
-    EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."))
+    EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Kon niet controleren op updates."))
         << failure.statusCode.value_or(0) << failure.body.value_or(" without a body");
   }
   EXPECT_EQ(fake.record.count("download"), 0U);
@@ -142,7 +143,7 @@ TEST_F(UpdateCheck, NewerVersionDownloadsWithoutQuestion) {
       check(stil);
       EXPECT_THAT(fake.record.callsStartingWith("download"),
                   ElementsAre("download " + address + " timeout 60000 ms [X-ORVEL-App: app-key]"));
-      EXPECT_THAT(notices(), IsEmpty());
+      EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
     }
   }
 }
@@ -167,7 +168,7 @@ TEST_F(UpdateCheck, SilentChecksRunFourSecondsAfterLaunchAndEverySixHours) {
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 2U);
   fake.scheduler.advance(12h);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 4U);
-  EXPECT_THAT(notices(), IsEmpty());
+  EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
 }
 
 TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
@@ -176,7 +177,7 @@ TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
   delegate().zoekUpdate(manual);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.http.sent.size(), 2U);
-  EXPECT_THAT(notices(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
+  EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
 }
 
 TEST_F(UpdateCheck, InstallationStartsOnThreadOfCompletion) {
@@ -196,7 +197,7 @@ TEST_F(UpdateCheck, CheckRetainsDelegateUntilNotice) {
   fake.clock.sleep(1s);
   EXPECT_FALSE(weakDelegate.expired()) << "before the notice";
   fake.scheduler.runUntilIdle();
-  EXPECT_THAT(notices(), ElementsAre("Kon niet controleren op updates."));
+  EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Kon niet controleren op updates."));
   EXPECT_TRUE(weakDelegate.expired());
 }
 
