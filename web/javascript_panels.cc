@@ -6,8 +6,9 @@ namespace orvel {
 
 void AppDelegate::runJavaScriptAlertPanel(const std::string &message,
                                           std::function<void()> completion) {
-  platform_.panels.runModal({.messageText = message}, [completion = std::move(completion)](
-                                                          const AlertAnswer &) { completion(); });
+  const Alert alert{.messageText = message};
+  platform_.panels.runModal(
+      alert, [completion = std::move(completion)](const AlertAnswer &) { completion(); });
 }
 
 void AppDelegate::runJavaScriptConfirmPanel(const std::string &message,

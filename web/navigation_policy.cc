@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mailto", "tel"};
 constexpr std::string_view exportPath = "/api/export";
-/// Begins the path of every file that the OS server stores.
+/// The start of the path of every file that the OS server stores.
 constexpr std::string_view filePathPrefix = "/api/bestand/";
 
 // The address ends in "/", so that a prefix match cannot match another host.

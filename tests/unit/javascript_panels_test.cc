@@ -46,14 +46,5 @@ TEST_F(JavascriptPanels, ServerExitIsReportedWhilePanelIsOpen) {
   EXPECT_THAT(answers, IsEmpty());
 }
 
-TEST_F(JavascriptPanels, ApplicationQuitsWhilePanelIsOpen) {
-  delegate().startServer();
-  confirm();
-  fake.application.requestTermination();
-  fake.scheduler.advance(5s);
-  EXPECT_TRUE(fake.application.terminated);
-  EXPECT_FALSE(lastServer().isRunning());
-}
-
 }  // namespace
 }  // namespace orvel

@@ -19,13 +19,6 @@ TEST_F(MainWindow, LaunchStepsRunInOrder) {
                           "after 4000 ms", "every 21600000 ms"));
 }
 
-TEST_F(MainWindow, LaunchDoesNotBlockOnServer) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 2900ms}});
-  launch();
-  EXPECT_EQ(fake.scheduler.now(), 0ms);
-  EXPECT_EQ(web().shownHtml, blankPage);
-}
-
 TEST_F(MainWindow, WebViewConfigurationIsComplete) {
   launch();
   const WebViewConfiguration &configuration = web().configuration;
