@@ -16,7 +16,7 @@ class Bundle {
   /// Returns whether Info.plist could be read when the application started. Any thread.
   virtual bool hasInfoDictionary() const = 0;
   /// Returns the value of a string entry. Returns nullopt when the entry is missing or
-  /// not a string, and without information. Any thread.
+  /// not a string, or when Info.plist could not be read. Any thread.
   virtual std::optional<std::string> infoText(std::string_view key) const = 0;
   /// Returns the Team ID in the code signature of the running program. Returns nullopt
   /// without a signature, with an ad hoc one and on systems without code signatures. Any

@@ -130,7 +130,7 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
 
 TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
   for (const bool removesOthers : {false, true}) {
-    SCOPED_TRACE(removesOthers);
+    SCOPED_TRACE(removesOthers ? "folders are removed" : "folders are kept");
     fake.names.removesOtherWorkingFolders = removesOthers;
     writeRunningBundle();
     writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
