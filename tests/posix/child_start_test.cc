@@ -113,7 +113,7 @@ class LaunchFailure : public ChildStart {
     };
     const auto result = launcher_.launch(request);
     EXPECT_FALSE(result.process);
-    EXPECT_EQ(result.error, path + ": " + description(errorNumber));
+    EXPECT_EQ(result.error, path + ": " + errnoDescription(errorNumber));
     EXPECT_FALSE(hasZombieChild());
   }
   const TemporaryFolder folder_;

@@ -46,7 +46,7 @@ TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) 
     const auto failed = launcher.launch(request);
     request.standardOutput = {};
     EXPECT_FALSE(failed.process);
-    EXPECT_EQ(failed.error, "/bin/sh: " + description(EMFILE));
+    EXPECT_EQ(failed.error, "/bin/sh: " + errnoDescription(EMFILE));
   }
   ::dup2(savedOutput, STDOUT_FILENO);
 }
@@ -81,7 +81,7 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
     child = launcher.launch(request);
     if (child.process) break;
     ++failures;
-    EXPECT_EQ(child.error, "/bin/sh: " + description(EAGAIN));
+    EXPECT_EQ(child.error, "/bin/sh: " + errnoDescription(EAGAIN));
   }
   EXPECT_GE(failures, 2);
   ASSERT_TRUE(child.process);

@@ -73,7 +73,7 @@ bool hasZombieChild() {
   return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid != 0;
 }
 
-std::string description(int errorNumber) { return std::strerror(errorNumber); }
+std::string errnoDescription(int errorNumber) { return std::strerror(errorNumber); }
 
 std::string readLine(const FileHandle &handle) {
   std::string line;

@@ -112,7 +112,7 @@ int openDescriptorCount();
 /// Returns whether this process has a zombie child.
 bool hasZombieChild();
 /// Returns the system's description of an errno value.
-std::string description(int errorNumber);
+std::string errnoDescription(int errorNumber);
 /// Reads up to the end of a line or of the file. Returns the text without the line feed.
 std::string readLine(const FileHandle &handle);
 /// Returns the bytes of a file; empty when it cannot be read.
