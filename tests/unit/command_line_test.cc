@@ -27,7 +27,7 @@ TEST(CommandLine, PathsStandBetweenCommandParts) {
   EXPECT_EQ(commandLine({"a", "b"}, {}), "ab");
 }
 
-TEST(CommandLine, MacosCommands) {
+TEST(CommandLine, MacosCommandsHaveExactText) {
   EXPECT_EQ(commandLine(macosNames.unpack, {"/t/a.zip", "/t/w"}),
             "/usr/bin/ditto -x -k '/t/a.zip' '/t/w'");
   EXPECT_EQ(commandLine(macosNames.clearQuarantine, {"/t/w/Orvel OS.app"}),
@@ -37,7 +37,7 @@ TEST(CommandLine, MacosCommands) {
   EXPECT_EQ(macosNames.manifest, "download/mac.json");
 }
 
-TEST(CommandLine, LinuxCommands) {
+TEST(CommandLine, LinuxCommandsHaveExactText) {
   EXPECT_TRUE(linuxNames.unpack.isEmpty());
   EXPECT_TRUE(linuxNames.clearQuarantine.isEmpty());
   EXPECT_EQ(commandLine(linuxNames.relaunch, {"/opt/Orvel OS.app"}),

@@ -152,7 +152,7 @@ TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
   EXPECT_EQ(fake.record.count("replace"), 0U);
 }
 
-TEST_F(Installation, MissingIdentifierMatchesMissingIdentifier) {
+TEST_F(Installation, ApplicationWithoutIdentifierInstallsReleaseWithoutIdentifier) {
   fake.bundle.texts.erase("CFBundleIdentifier");
   setArchiveContents("Orvel OS.app", infoPlist("<key>CFBundleName</key><string>x</string>"));
   install();

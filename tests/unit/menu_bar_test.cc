@@ -11,7 +11,7 @@ MenuItem item(const char *title, MenuAction action, const char *key = "", bool c
 
 class MenuBarDescription : public CoreTest {};
 
-TEST_F(MenuBarDescription, MenusHaveTitlesAndItems) {
+TEST_F(MenuBarDescription, FourMenusHaveTheirItemsInOrder) {
   delegate().buildMenu();
   const std::vector<Menu> &all = fake.menuBar.menus;
   ASSERT_EQ(all.size(), 4U);

@@ -208,7 +208,7 @@ TEST_F(NavigationDecisions, ChangedAddressAppliesAtOnce) {
   EXPECT_THAT(fake.record.take(), ElementsAre("open http://127.0.0.1:4767/"));
 }
 
-TEST_F(NavigationDecisions, NewWindowOpensOutsideOrDownloads) {
+TEST_F(NavigationDecisions, NewWindowRequestOpensOrDownloadsUrlAtOnce) {
   web().delegate.createWebView(Url::parse("https://example.test/"));
   web().delegate.createWebView(Url::parse("sms:+31612345678"));
   web().delegate.createWebView(std::nullopt);

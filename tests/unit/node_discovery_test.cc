@@ -5,7 +5,7 @@ namespace {
 
 class NodeDiscovery : public CoreTest {};
 
-TEST_F(NodeDiscovery, FirstInstalledLocationNeedsNoShell) {
+TEST_F(NodeDiscovery, NodeInUsualLocationNeedsNoShell) {
   fake.locations.executables = {"/opt/homebrew/bin/node"};
   EXPECT_EQ(delegate().nodePath(), "/opt/homebrew/bin/node");
   fake.locations.executables.insert("/usr/local/bin/node");
@@ -22,7 +22,7 @@ TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndIsNotVerified) {
   }
 }
 
-TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToFirstInstalledLocation) {
+TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToUsrLocalBin) {
   fake.locations.executables = {};
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
   fake.processes.setScripts(nodeLookupCommand, {{.launchError = "no zsh"}});

@@ -126,7 +126,7 @@ TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
   EXPECT_EQ(fake.record.count("download"), 0U);
 }
 
-TEST_F(UpdateCheck, NewerVersionDownloadsWithoutQuestion) {
+TEST_F(UpdateCheck, NewerVersionIsDownloadedWithoutQuestion) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"orvel-os-1.3.zip", "https://os.test/download/orvel-os-1.3.zip"},
       {"/files/x.zip", "https://os.test/files/x.zip"},
