@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/platform_names.h"
+#include "base/edition.h"
 #include "platform/application.h"
 #include "platform/background_queue.h"
 #include "platform/bundle.h"
@@ -37,8 +37,8 @@ struct Platform {
   Bundle &bundle;
   UserDefaults &defaults;
   Locations &locations;
-  const PlatformNames &names;
-  /// Null where PlatformNames::unpack unpacks a release.
+  const Edition &edition;
+  /// Null where Edition::unpack unpacks a release.
   const ReleaseUnpacker *unpacker = nullptr;
 };
 

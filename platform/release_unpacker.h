@@ -5,7 +5,7 @@
 namespace orvel {
 
 /// Unpacks releases on Linux, which has no command for zip archives that is always installed.
-/// macOS uses a command instead (`PlatformNames::unpack`).
+/// macOS uses a command instead (`Edition::unpack`).
 class ReleaseUnpacker {
  public:
   virtual ~ReleaseUnpacker() = default;

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/platform_names.h"
+#include "base/edition.h"
 
 namespace orvel {
 

@@ -35,7 +35,7 @@ void runCommand(const Platform &platform, const ShellCommand &command,
 /// Unpacks a release archive into a folder and ignores the result. Blocks.
 void unpack(const Platform &platform, const std::string &archive, const std::string &folder) {
   if (platform.unpacker == nullptr) {
-    runCommand(platform, platform.names.unpack, {archive, folder});
+    runCommand(platform, platform.edition.unpack, {archive, folder});
     return;
   }
   // An unpacker needs no quoting, but a path that cannot be quoted ends the
@@ -55,7 +55,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
                    std::string_view runningVersion) {
   const auto publicKey = platform.bundle.infoText(updateKeyEntry);
   if (publicKey &&
-      !isSigned(archive, release.versie, platform.names.edition, release.signature, *publicKey)) {
+      !isSigned(archive, release.versie, platform.edition.name, release.signature, *publicKey)) {
     return false;
   }
   const std::string temporary = platform.locations.temporary();
@@ -64,7 +64,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   // Without the lock, this instance could remove the folder into which another one unpacks.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
-  if (platform.names.removesOtherWorkingFolders) removeWorkingFolders(temporary);
+  if (platform.edition.removesOtherWorkingFolders) removeWorkingFolders(temporary);
   if (!createWorkingFolder(temporary, *folder)) return false;
   unpack(platform, archive, *folder);
 
@@ -82,15 +82,15 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   const auto team = platform.bundle.teamIdentifier();
   if (team && !platform.bundle.isSignedByTeam(unpacked, *team)) return false;
 
-  runCommand(platform, platform.names.clearQuarantine, {unpacked});
+  runCommand(platform, platform.edition.clearQuarantine, {unpacked});
   return platform.locations.replaceItem(platform.bundle.path(), unpacked);
 }
 
 }  // namespace
 
-bool isTranslocated(std::string_view bundlePath, const PlatformNames &names) {
-  return !names.translocationFolder.empty() &&
-         bundlePath.find(names.translocationFolder) != std::string_view::npos;
+bool isTranslocated(std::string_view bundlePath, const Edition &edition) {
+  return !edition.translocationFolder.empty() &&
+         bundlePath.find(edition.translocationFolder) != std::string_view::npos;
 }
 
 void AppDelegate::installeer(const Url &archive, const std::string &versie,
@@ -99,7 +99,7 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie,
   if (!platform_.bundle.hasInfoDictionary()) return;
   // Without these checks, every update check would download a release that cannot be installed.
   const std::string bundle = platform_.bundle.path();
-  if (isTranslocated(bundle, platform_.names)) return;
+  if (isTranslocated(bundle, platform_.edition)) return;
   if (!platform_.locations.canReplaceItem(bundle)) return;
   if (!mayReceiveKey(archive, platform_.listeners)) return;
   platform_.http.downloadTask(
@@ -126,7 +126,7 @@ void AppDelegate::showUpdateNotice(const std::string &versie) {
 void AppDelegate::relaunch() {
   // The user may answer the alert of a second installation while the application quits.
   if (std::exchange(isRelaunching_, true)) return;
-  runCommand(platform_, platform_.names.relaunch, {platform_.bundle.path()});
+  runCommand(platform_, platform_.edition.relaunch, {platform_.bundle.path()});
   platform_.application.terminate();
 }
 

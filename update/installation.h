@@ -2,12 +2,12 @@
 
 #include <string_view>
 
-#include "base/platform_names.h"
+#include "base/edition.h"
 
 namespace orvel {
 
-/// Returns whether a bundle runs from a read-only copy (PlatformNames::translocationFolder).
+/// Returns whether a bundle runs from a read-only copy (Edition::translocationFolder).
 /// Such a copy cannot be replaced. Any thread.
-bool isTranslocated(std::string_view bundlePath, const PlatformNames &names);
+bool isTranslocated(std::string_view bundlePath, const Edition &edition);
 
 }  // namespace orvel

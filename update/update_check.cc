@@ -35,7 +35,7 @@ void AppDelegate::zoekUpdate(bool stil) {
     if (!stil) melding("Op deze Mac werk je de app bij met: ./scripts/build-app.sh");
     return;
   }
-  const auto manifest = Url::parse(baseURL() + std::string(platform_.names.manifest));
+  const auto manifest = Url::parse(baseURL() + std::string(platform_.edition.manifestPath));
   if (!manifest) return;
   UrlRequest request = metSleutel(*manifest);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;

@@ -34,7 +34,7 @@ class FakePlatform {
             .bundle = bundle,
             .defaults = defaults,
             .locations = locations,
-            .names = names,
+            .edition = edition,
             .unpacker = unpacker};
   }
 
@@ -54,8 +54,8 @@ class FakePlatform {
   FakeBundle bundle;
   FakeUserDefaults defaults{record};
   FakeLocations locations{record};
-  PlatformNames names = macosNames;
-  /// Null as on macOS, where the shell command `PlatformNames::unpack` is used.
+  Edition edition = macosEdition;
+  /// Null as on macOS, where the shell command `Edition::unpack` is used.
   const ReleaseUnpacker *unpacker = nullptr;
 };
 

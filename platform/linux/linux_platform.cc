@@ -115,7 +115,7 @@ Platform LinuxPlatform::interfaces() {
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,
-          .names = linuxNames,
+          .edition = linuxEdition,
           .unpacker = &unpacker_};
 }
 

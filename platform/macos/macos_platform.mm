@@ -39,7 +39,7 @@ Platform MacosPlatform::interfaces() {
           .bundle = bundle_,
           .defaults = defaults_,
           .locations = locations_,
-          .names = macosNames,
+          .edition = macosEdition,
           .unpacker = nullptr};
 }
 

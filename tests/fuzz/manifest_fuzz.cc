@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "base/edition.h"
 #include "base/json.h"
-#include "base/platform_names.h"
 #include "base/signature.h"
 #include "base/text.h"
 #include "base/url.h"
@@ -27,7 +27,7 @@ void requireContained(const UpdateManifest &manifest) {
     const auto normal = std::filesystem::path(*folder).lexically_normal().string();
     require(normal.starts_with("/temporary/orvel-os-update-"),
             "the working folder is below the temporary folder");
-    const auto command = commandLine(macosNames.unpack, {"/archive", *folder});
+    const auto command = commandLine(macosEdition.unpack, {"/archive", *folder});
     require(!command || std::count(command->begin(), command->end(), '\'') == 4,
             "a version stays within its quotes");
   }

@@ -57,7 +57,7 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
     unpackArchive(archive, folder);
   };
   fake.unpacker = &unpacker;
-  fake.names = linuxNames;
+  fake.edition = linuxEdition;
   recreateDelegate();
   install();
   const std::string app = fake.bundle.folder;
@@ -68,7 +68,7 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
                           "alert Orvel OS is bijgewerkt naar 1.3"));
   EXPECT_EQ(installedVersion(), "new");
   answerAlert(0);
-  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxNames.relaunch, {app}),
+  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxEdition.relaunch, {app}),
                                               "application terminate", "application terminated"));
 }
 
@@ -223,11 +223,11 @@ TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
 TEST_F(Installation, TranslocationIsRecognizedByPath) {
   const std::string translocated =
       "/private/var/folders/x1/T/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
-  EXPECT_TRUE(isTranslocated(translocated, macosNames));
-  EXPECT_FALSE(isTranslocated(translocated, linuxNames));
+  EXPECT_TRUE(isTranslocated(translocated, macosEdition));
+  EXPECT_FALSE(isTranslocated(translocated, linuxEdition));
   for (const std::string path :
        {"/Applications/Orvel OS.app", "/Users/me/AppTranslocation", "", "AppTranslocation/x.app"}) {
-    EXPECT_FALSE(isTranslocated(path, macosNames)) << path;
+    EXPECT_FALSE(isTranslocated(path, macosEdition)) << path;
   }
 }
 

@@ -63,12 +63,12 @@ TEST_F(UpdateCheck, MalformedManifestIsRejected) {
 }
 
 TEST_F(UpdateCheck, RequestHasKeyAndPathOfPlatformAndBypassesCache) {
-  for (const PlatformNames &names : {macosNames, linuxNames}) {
-    fake.names = names;
+  for (const Edition &edition : {macosEdition, linuxEdition}) {
+    fake.edition = edition;
     recreateDelegate();
     check(silent);
     EXPECT_THAT(fake.record.take(),
-                ElementsAre("GET https://os.test/" + std::string(names.manifest) +
+                ElementsAre("GET https://os.test/" + std::string(edition.manifestPath) +
                             " timeout 10000 ms no cache [X-ORVEL-App: app-key]"));
   }
 }

@@ -26,7 +26,7 @@ TEST_F(WorkingFolder, VersionThatLeavesTemporaryFolderIsRejected) {
 
 TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   writeFile(workingFolderFor() + "/of another instance", "partial");
-  fake.names.removesOtherWorkingFolders = true;
+  fake.edition.removesOtherWorkingFolders = true;
   {
     const FolderLock other(fake.locations.temporaryFolder);
     ASSERT_FALSE(other.isHeldElsewhere());
@@ -131,7 +131,7 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
 TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
   for (const bool removesOthers : {false, true}) {
     SCOPED_TRACE(removesOthers ? "folders are removed" : "folders are kept");
-    fake.names.removesOtherWorkingFolders = removesOthers;
+    fake.edition.removesOtherWorkingFolders = removesOthers;
     writeRunningBundle();
     writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
     writeFile(workingFolderFor("a/b") + "/file", "nested");
@@ -158,7 +158,7 @@ TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
         // The link is in the place of the working folder itself and is removed.
         Row{"1/documents/3", false, "new"}}) {
     SCOPED_TRACE("link at " + link + (removesOthers ? ", other folders removed" : ""));
-    fake.names.removesOtherWorkingFolders = removesOthers;
+    fake.edition.removesOtherWorkingFolders = removesOthers;
     writeRunningBundle();
     writeFile(root() + "/documents/3/letter", "kept");
     std::filesystem::remove_all(fake.locations.temporaryFolder);

@@ -13,12 +13,12 @@ struct ShellCommand {
   bool isEmpty() const { return before.empty() && after.empty(); }
 };
 
-/// The paths, shell commands and rules for temporary files that differ between the systems.
-struct PlatformNames {
-  /// The name of the edition in the message that a release's signature covers.
-  std::string_view edition;
+/// The names, shell commands and rules in which the editions for macOS and Linux differ.
+struct Edition {
+  /// The name in the message that a release's signature covers.
+  std::string_view name;
   /// The path of the update manifest below the server's address.
-  std::string_view manifest;
+  std::string_view manifestPath;
   /// Unpacks an archive (first path) into a folder (second path). Empty where
   /// `Platform::unpacker` is used instead.
   ShellCommand unpack;
@@ -36,9 +36,9 @@ struct PlatformNames {
   ShellCommand relaunch;
 };
 
-inline constexpr PlatformNames macosNames{
-    .edition = "mac",
-    .manifest = "download/mac.json",
+inline constexpr Edition macosEdition{
+    .name = "mac",
+    .manifestPath = "download/mac.json",
     .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
     .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
     .translocationFolder = "/AppTranslocation/",
@@ -49,9 +49,9 @@ inline constexpr PlatformNames macosNames{
 // PPID is the application, which started the shell. The loop tests /proc/PID/exe
 // because that link does not resolve for a zombie. Without "unsetopt bgnice", zsh
 // lowers the priority of background jobs.
-inline constexpr PlatformNames linuxNames{
-    .edition = "linux",
-    .manifest = "download/linux.json",
+inline constexpr Edition linuxEdition{
+    .name = "linux",
+    .manifestPath = "download/linux.json",
     .unpack = {},
     .clearQuarantine = {},
     .translocationFolder = "",
