@@ -10,20 +10,20 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-constexpr mode_t everyUmask[] = {0, 022, 077, 0777};
-
 TEST(PrivateFolder, CreatedFolderAndParentsAreOnlyForOwner) {
-  for (const mode_t mask : everyUmask) {
+  for (const mode_t mask : std::initializer_list<mode_t>{0, 022, 077, 0777}) {
     const TemporaryFolder folder;
     const fs::path parent = folder.path() / "parent";
     const ScopedUmask umask(mask);
     EXPECT_TRUE(createPrivateFolder(parent / "folder"));
     EXPECT_EQ(modeOf(parent), 0700U) << std::oct << mask;
     EXPECT_EQ(modeOf(parent / "folder"), 0700U) << std::oct << mask;
+    ensurePrivateFolder(parent / "ensured");
+    EXPECT_EQ(modeOf(parent / "ensured"), 0700U) << std::oct << mask;
   }
 }
 
-TEST(PrivateFolder, OnlyEnsureChangesExistingFolder) {
+TEST(PrivateFolder, OnlyEnsurePrivateFolderChangesExistingFolder) {
   for (const mode_t mode : std::initializer_list<mode_t>{0777, 0755, 0500}) {
     const TemporaryFolder folder;
     fs::permissions(folder.path(), fs::perms(mode));
@@ -32,12 +32,6 @@ TEST(PrivateFolder, OnlyEnsureChangesExistingFolder) {
     ensurePrivateFolder(folder.path());
     EXPECT_EQ(modeOf(folder.path()), 0700U) << std::oct << mode;
   }
-}
-
-TEST(PrivateFolder, EnsureCreatesMissingFolder) {
-  const TemporaryFolder folder;
-  ensurePrivateFolder(folder.path() / "missing");
-  EXPECT_EQ(modeOf(folder.path() / "missing"), 0700U);
 }
 
 TEST(PrivateFolder, FileAtPathIsUnchanged) {

@@ -11,8 +11,6 @@
 namespace orvel {
 namespace {
 
-using std::chrono::milliseconds;
-
 TEST(ThreadBackgroundQueue, WorkRunsInParallel) {
   ThreadBackgroundQueue queue;
   std::promise<void> firstStarted;
@@ -37,7 +35,7 @@ TEST(ThreadBackgroundQueue, DestructionWaitsForPostedWork) {
     ThreadBackgroundQueue queue;
     for (int number = 0; number < 20; ++number) {
       queue.post([&ended, captured] {
-        std::this_thread::sleep_for(milliseconds(20));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
         ++ended;
       });
     }
