@@ -49,8 +49,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   openOS();
 
   const auto self = shared_from_this();
-  platform_.mainQueue.after(firstUpdateCheckDelay, [self] { self->zoekUpdate(true); });
-  platform_.mainQueue.every(updateCheckInterval, [self] { self->zoekUpdate(true); });
+  platform_.mainQueue.after(firstUpdateCheckDelay, [self] { self->zoekUpdate(/*stil=*/true); });
+  platform_.mainQueue.every(updateCheckInterval, [self] { self->zoekUpdate(/*stil=*/true); });
 }
 
 void AppDelegate::showError(std::string_view message) {

@@ -66,7 +66,7 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
   installeer(*archive, manifest->versie, manifest->signature);
 }
 
-void AppDelegate::zoekUpdateMenu() { zoekUpdate(false); }
+void AppDelegate::zoekUpdateMenu() { zoekUpdate(/*stil=*/false); }
 
 void AppDelegate::melding(const std::string &text) {
   platform_.panels.runModal({.messageText = text}, [](const AlertAnswer &) {});

@@ -45,7 +45,7 @@ class FakeScheduler {
   /// Advances the time and runs the tasks that become due.
   void advance(Duration duration) {
     const Duration target = now_ + duration;
-    while (runNext(target, true)) {
+    while (runNext(target, /*mainMayRun=*/true)) {
     }
     now_ = std::max(now_, target);
   }
@@ -56,7 +56,7 @@ class FakeScheduler {
   bool runUntil(const std::function<bool()> &condition, Duration limit) {
     const Duration target = now_ + limit;
     while (!condition()) {
-      if (!runNext(target, true)) return false;
+      if (!runNext(target, /*mainMayRun=*/true)) return false;
     }
     return true;
   }

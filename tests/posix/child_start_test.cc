@@ -122,9 +122,9 @@ class LaunchFailure : public ChildStart {
 TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
   const std::string missing = folder_.path() / "missing";
   const std::string notExecutable = folder_.file("not executable", "#!/bin/sh\n");
-  const std::string withoutShebang = folder_.file("text", "echo never\n", true);
+  const std::string withoutShebang = folder_.file("text", "echo never\n", /*isExecutable=*/true);
   const std::string missingInterpreter =
-      folder_.file("script", "#!/nonexistent/interpreter\n", true);
+      folder_.file("script", "#!/nonexistent/interpreter\n", /*isExecutable=*/true);
   // "sh" and the empty path are not looked up in PATH.
   const std::vector<std::pair<std::string, int>> rows{{missing, ENOENT},
                                                       {notExecutable, EACCES},

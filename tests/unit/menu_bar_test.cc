@@ -30,9 +30,9 @@ TEST_F(MenuBarDescription, FourMenusHaveTheirItemsInOrder) {
                   item("Kopieer", MenuAction::copy, "c"), item("Plak", MenuAction::paste, "v"),
                   item("Selecteer alles", MenuAction::selectAll, "a")));
   EXPECT_EQ(all[2].title, "Weergave");
-  EXPECT_THAT(all[2].items,
-              ElementsAre(item("Herlaad", MenuAction::reloadPage, "r"),
-                          item("Schermvullend", MenuAction::toggleFullScreen, "f", true)));
+  EXPECT_THAT(all[2].items, ElementsAre(item("Herlaad", MenuAction::reloadPage, "r"),
+                                        item("Schermvullend", MenuAction::toggleFullScreen, "f",
+                                             /*control=*/true)));
   EXPECT_EQ(all[3].title, "Venster");
   EXPECT_THAT(all[3].items, ElementsAre(item("Minimaliseer", MenuAction::performMiniaturize, "m")));
   for (const Menu &menu : all) EXPECT_EQ(menu.isWindowsMenu, menu.title == "Venster");

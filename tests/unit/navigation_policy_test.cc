@@ -164,15 +164,16 @@ TEST_F(NavigationDecisions, DownloadNeedsUserGesture) {
       {"sms:+31612345678", open},
   };
   for (const auto &[url, consequence] : rows) {
-    EXPECT_EQ(decideDownload(Url::parse(url), true, local), consequence) << url;
-    EXPECT_EQ(decideDownload(Url::parse(url), false, local), none) << url;
-    web().delegate.startDownload(Url::parse(url), false);
+    EXPECT_EQ(decideDownload(Url::parse(url), /*hasUserGesture=*/true, local), consequence) << url;
+    EXPECT_EQ(decideDownload(Url::parse(url), /*hasUserGesture=*/false, local), none) << url;
+    web().delegate.startDownload(Url::parse(url), /*hasUserGesture=*/false);
   }
-  EXPECT_EQ(decideDownload(std::nullopt, true, local), none);
-  web().delegate.startDownload(std::nullopt, true);
+  EXPECT_EQ(decideDownload(std::nullopt, /*hasUserGesture=*/true, local), none);
+  web().delegate.startDownload(std::nullopt, /*hasUserGesture=*/true);
   EXPECT_THAT(fake.record.take(), IsEmpty());
-  web().delegate.startDownload(Url::parse("http://127.0.0.1:4767/index.html"), true);
-  web().delegate.startDownload(Url::parse("https://example.test/"), true);
+  web().delegate.startDownload(Url::parse("http://127.0.0.1:4767/index.html"),
+                               /*hasUserGesture=*/true);
+  web().delegate.startDownload(Url::parse("https://example.test/"), /*hasUserGesture=*/true);
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies", "open https://example.test/"));
 }
 

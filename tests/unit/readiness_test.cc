@@ -283,10 +283,10 @@ TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
 }
 
 TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
-  EXPECT_EQ(keyCookie("no address", false, "k", {}), std::nullopt);
-  EXPECT_EQ(keyCookie("mailto:someone", false, "k", {}), std::nullopt);
-  EXPECT_EQ(keyCookie("https://os.test/", false, "", {}), std::nullopt);
-  EXPECT_TRUE(keyCookie("https://os.test/", false, "k", {}).has_value());
+  EXPECT_EQ(keyCookie("no address", /*local=*/false, "k", {}), std::nullopt);
+  EXPECT_EQ(keyCookie("mailto:someone", /*local=*/false, "k", {}), std::nullopt);
+  EXPECT_EQ(keyCookie("https://os.test/", /*local=*/false, "", {}), std::nullopt);
+  EXPECT_TRUE(keyCookie("https://os.test/", /*local=*/false, "k", {}).has_value());
 }
 
 TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {

@@ -51,7 +51,7 @@ class SignedRelease : public InstallationTest {
         {{.statusCode = 200,
           .body = R"({"versie":")" + versie + R"(","zip":"orvel-os-1.3.zip")" + members + "}"}});
     recreateDelegate();
-    delegate().zoekUpdate(false);
+    delegate().zoekUpdate(/*stil=*/false);
     fake.scheduler.runUntilIdle();
   }
   static std::string signedWith(const std::string &signature, const std::string &sleutel = "") {
@@ -166,7 +166,7 @@ TEST_F(SignedRelease, ManifestWithoutSignatureIsMalformed) {
     ASSERT_EQ(fake.panels.shown.size(), 1U);
     EXPECT_EQ(fake.panels.shown[0].messageText, "Kon niet controleren op updates.");
   }
-  delegate().zoekUpdate(true);
+  delegate().zoekUpdate(/*stil=*/true);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.panels.shown.size(), 1U) << "an alert of a silent check";
 }

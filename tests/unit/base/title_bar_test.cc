@@ -22,7 +22,7 @@ TEST(TitleBar, PreferenceSelectsActionOfDoubleClick) {
 
 TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
   TitleBarMouse mouse;
-  mouse.press(true, 100, 700);
+  mouse.press(/*onTitleBar=*/true, 100, 700);
   EXPECT_EQ(mouse.drag(104, 700), MouseEventUse::startWindowDrag);
   EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::none);
   EXPECT_EQ(mouse.release(1), MouseEventUse::none);
@@ -31,7 +31,7 @@ TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
 
 TEST(TitleBar, UnsteadyClickOnTitleBarGoesToPage) {
   TitleBarMouse mouse;
-  mouse.press(true, 100, 700);
+  mouse.press(/*onTitleBar=*/true, 100, 700);
   EXPECT_EQ(mouse.drag(102, 702), MouseEventUse::page);
   EXPECT_EQ(mouse.drag(100, 697), MouseEventUse::page) << "exactly 3 points";
   EXPECT_EQ(mouse.release(1), MouseEventUse::page);
@@ -39,7 +39,7 @@ TEST(TitleBar, UnsteadyClickOnTitleBarGoesToPage) {
 
 TEST(TitleBar, DragFromPageToTitleBarGoesToPage) {
   TitleBarMouse mouse;
-  mouse.press(false, 100, 100);
+  mouse.press(/*onTitleBar=*/false, 100, 100);
   EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::page);
   EXPECT_EQ(mouse.release(1), MouseEventUse::page);
   EXPECT_EQ(TitleBarMouse().drag(100, 700), MouseEventUse::page) << "without a press";
@@ -49,24 +49,24 @@ TEST(TitleBar, OnlySecondClickOnTitleBarIsDoubleClick) {
   TitleBarMouse mouse;
   // The fourth click of a quick series has the count 4.
   for (int clickCount = 1; clickCount <= 4; ++clickCount) {
-    mouse.press(true, 100, 700);
+    mouse.press(/*onTitleBar=*/true, 100, 700);
     EXPECT_EQ(mouse.release(clickCount),
               clickCount == 2 ? MouseEventUse::pageAndDoubleClick : MouseEventUse::page)
         << clickCount;
   }
-  mouse.press(false, 100, 100);
+  mouse.press(/*onTitleBar=*/false, 100, 100);
   EXPECT_EQ(mouse.release(2), MouseEventUse::page) << "below the title bar";
-  mouse.press(true, 100, 700);
+  mouse.press(/*onTitleBar=*/true, 100, 700);
   mouse.drag(150, 700);
   EXPECT_EQ(mouse.release(2), MouseEventUse::none) << "after a drag";
 }
 
 TEST(TitleBar, PressAfterUnfinishedDragStartsAnew) {
   TitleBarMouse mouse;
-  mouse.press(true, 100, 700);
+  mouse.press(/*onTitleBar=*/true, 100, 700);
   mouse.drag(150, 700);
   // The window may get no release: the window server handles the rest of the drag.
-  mouse.press(true, 150, 700);
+  mouse.press(/*onTitleBar=*/true, 150, 700);
   EXPECT_EQ(mouse.release(1), MouseEventUse::page);
 }
 
