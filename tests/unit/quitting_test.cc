@@ -138,7 +138,7 @@ TEST_F(Quitting, ClosingWindowStopsServer) {
 }
 
 TEST_F(Quitting, OpenAlertDoesNotDelayQuitAndItsLaterAnswerHasNoEffect) {
-  startServer();
+  startServer({.exitsAfterSigterm = 50ms});
   delegate().kiesAdres();
   fake.application.requestTermination();
   fake.scheduler.advance(100ms);
