@@ -10,7 +10,7 @@ import { waitFor } from '../../tests/support/desktop/wait.mjs';
 import { BAND, MARK, isEmptyScreen, showsHeavyPage } from './pages.mjs';
 import { ProcessTree } from './process_tree.mjs';
 import { checkTargets, formatTables, median, medianRatio, replaceTables } from './report.mjs';
-import { summarizeStalls } from './startup.mjs';
+import { summariseStalls } from './startup.mjs';
 
 let folder;
 beforeEach(() => { folder = mkdtempSync(join(tmpdir(), 'orvel bench test ')); });
@@ -66,7 +66,7 @@ test('a process tree reports the exit of its last process', async () => {
 });
 
 test('the summary of stalls has the launch, the longest later stall and the total waiting', () => {
-  assert.deepEqual(summarizeStalls('40.0 45.5\n2.0 20.5\n'),
+  assert.deepEqual(summariseStalls('40.0 45.5\n2.0 20.5\n'),
     { launch: 45.5, later: 20.5, waited: 42 });
 });
 

@@ -131,18 +131,17 @@ export function measureReadyStart(bench, viewer) {
 /// Measures a start without a running server. The application starts the server itself; for
 /// the other viewers the benchmark starts it first, and the times include that.
 export function measureColdStart(bench, viewer) {
-  return withHome(bench, (context) => {
-    const { server } = context;
-    return withViewer(bench, viewer, { ...context, start: server?.startTime },
-      (tree, times) => ({ ...times, serverStart: server?.startupTime ?? NaN }));
-  }, { server: viewer.startsServer ? null : localServer });
+  return withHome(bench, ({ server, ...context }) =>
+    withViewer(bench, viewer, { ...context, start: server?.startTime },
+      (tree, times) => ({ ...times, serverStart: server?.startupTime ?? NaN })),
+  { server: viewer.startsServer ? null : localServer });
 }
 
 /// Summarises the file that main_loop_stalls.cc writes. Returns the processor time of the first
 /// stall, which is the launch of the application, and of the longest later one, and the total time
 /// for which the main thread was blocked on a condition variable, as it is while another thread
 /// runs a child process.
-export function summarizeStalls(text) {
+export function summariseStalls(text) {
   const stalls = text.trim().split('\n').map((line) => line.split(' ').map(Number));
   const [launch, ...later] = stalls.map(([, worked]) => worked);
   const waited = stalls.reduce((sum, [time]) => sum + time, 0);
@@ -163,7 +162,7 @@ export function measureMainLoop(bench, viewer, { cold = false } = {}) {
         `ORVEL_MAIN_LOOP_STALLS=${file}`, ...viewer.command(...options)],
     };
     await withViewer(bench, watched, context, () => {});
-    return summarizeStalls(readFileSync(file, 'utf8'));
+    return summariseStalls(readFileSync(file, 'utf8'));
   }, { server: cold ? null : onlineServer });
 }
 
