@@ -10,16 +10,16 @@ std::ostream &operator<<(std::ostream &stream, const ShownAlert &alert) {
 }
 
 std::vector<PlatformUnderTest> platformsUnderTest() {
-  auto platforms = realPlatformsUnderTest();
+  auto platforms = desktopPlatformsUnderTest();
   platforms.push_back({"Fake", makeFakeContractPlatform});
   return platforms;
 }
 
-std::vector<PlatformUnderTest> realPlatformsUnderTest() {
+std::vector<PlatformUnderTest> desktopPlatformsUnderTest() {
 #if defined(__APPLE__)
   return {{"MacOS", makeMacosContractPlatform}};
 #else
-  return {{"Linux", [] { return makeLinuxContractPlatform(true); }}};
+  return {{"Linux", [] { return makeLinuxContractPlatform(/*isAccessible=*/true); }}};
 #endif
 }
 

@@ -85,7 +85,7 @@ struct PlatformUnderTest {
 
 std::unique_ptr<ContractPlatform> makeFakeContractPlatform();
 #if defined(__linux__)
-/// `shownAlert` and `pressButton` need accessibility.
+/// `shownAlert` and `pressButton` work only with `isAccessible`, which starts an accessibility bus.
 std::unique_ptr<ContractPlatform> makeLinuxContractPlatform(bool isAccessible = false);
 #elif defined(__APPLE__)
 std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
@@ -93,8 +93,8 @@ std::unique_ptr<ContractPlatform> makeMacosContractPlatform();
 
 /// Returns every platform of this build.
 std::vector<PlatformUnderTest> platformsUnderTest();
-/// Returns the platforms that open real connections: all except the fake one.
-std::vector<PlatformUnderTest> realPlatformsUnderTest();
+/// Returns every platform except the fake one, which opens no connections and shows no pages.
+std::vector<PlatformUnderTest> desktopPlatformsUnderTest();
 
 /// The base of the contract suites. Each test has a new platform.
 class ContractTest : public testing::TestWithParam<PlatformUnderTest> {
@@ -114,4 +114,7 @@ inline std::string platformName(const testing::TestParamInfo<PlatformUnderTest> 
 
 #define INSTANTIATE_ON_EVERY_PLATFORM(suite)                                              \
   INSTANTIATE_TEST_SUITE_P(EveryPlatform, suite, testing::ValuesIn(platformsUnderTest()), \
+                           platformName)
+#define INSTANTIATE_ON_DESKTOP_PLATFORMS(suite)                                                 \
+  INSTANTIATE_TEST_SUITE_P(EveryDesktop, suite, testing::ValuesIn(desktopPlatformsUnderTest()), \
                            platformName)

@@ -20,9 +20,9 @@ bool hasSameHostAndPort(const Url &from, const Url &to) {
   return from.host == to.host && from.port == to.port;
 }
 
-/// Responds to requests for /new and paths that begin so with the body "new" and redirects all
-/// others. The target can contain the port of this server or of a later one: until `setTarget`,
-/// which must be called once, requests wait for their redirect.
+/// Responds to requests for paths that begin with "/new" with the body "new", and redirects all
+/// others. Redirects wait for `setTarget`, which must be called once, so that their target can
+/// contain the port of this server or of one that starts later.
 class RedirectingServer {
  public:
   std::string url() const { return server_.url("/old"); }
@@ -53,7 +53,7 @@ class HttpFieldsContract : public ContractTest {
     request.forwardsHeaders = forwardsHeaders;
     return fetch(platform->interfaces().http, request);
   }
-  // The space is the one that follows the colon of a header field.
+  // headerField() keeps the space after the colon.
   static void expectKeyAndCookies(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + sentKey);
     EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + sentCookies);
@@ -110,6 +110,7 @@ TEST_P(HttpFieldsContract, RedirectWithinOriginKeepsHeaderFields) {
     expectKeyAndCookies(server.heads()[1]);
   };
   for (const std::string status : redirectStatuses) expectKept("/new", status);
+  // The reason phrase of this status names the case in failure messages.
   expectKept("/new[1]|{b}^c.csv", "302 with unescaped characters");
 }
 
@@ -162,8 +163,7 @@ TEST_P(HttpFieldsContract, RedirectBackToFirstOriginDoesNotRestoreHeaderFields) 
   expectNeitherKeyNorCookies(first.heads()[1]);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryDesktop, HttpFieldsContract,
-                         testing::ValuesIn(realPlatformsUnderTest()), platformName);
+INSTANTIATE_ON_DESKTOP_PLATFORMS(HttpFieldsContract);
 
 }  // namespace
 }  // namespace orvel

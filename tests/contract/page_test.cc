@@ -192,8 +192,7 @@ TEST_P(PageContract, DialogWithDroppedCompletionReturnsFalse) {
   EXPECT_TRUE(waitForRequests("/result/false"));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryDesktop, PageContract, testing::ValuesIn(realPlatformsUnderTest()),
-                         platformName);
+INSTANTIATE_ON_DESKTOP_PLATFORMS(PageContract);
 
 }  // namespace
 }  // namespace orvel

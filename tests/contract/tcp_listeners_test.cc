@@ -64,13 +64,13 @@ class TcpListenersContract : public ContractTest {
   std::vector<TcpListener> onPort(int port) const {
     return platform->interfaces().listeners.onPort(port).value();
   }
-  /// Expects that a socket that listens on an address is reported with one of the texts.
-  void expectReported(const std::string &address, const std::set<std::string> &texts) const {
+  /// Listens on an address. Expects that the socket is reported with one of the given addresses.
+  void expectReported(const std::string &address, const std::set<std::string> &reported) const {
     const BoundSocket socket(address);
     socket.listen();
     const auto listeners = onPort(socket.port());
     ASSERT_EQ(listeners.size(), 1U) << address;
-    EXPECT_TRUE(texts.contains(listeners[0].address)) << address << ": " << listeners[0].address;
+    EXPECT_TRUE(reported.contains(listeners[0].address)) << address << ": " << listeners[0].address;
     EXPECT_TRUE(listeners[0].isOwn) << address;
   }
 };
@@ -113,8 +113,7 @@ TEST_P(TcpListenersContract, SocketOfAnotherUserIsNotOwn) {
               ElementsAre(TcpListener{.address = "127.0.0.1", .isOwn = false}));
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryDesktop, TcpListenersContract,
-                         testing::ValuesIn(realPlatformsUnderTest()), platformName);
+INSTANTIATE_ON_DESKTOP_PLATFORMS(TcpListenersContract);
 
 }  // namespace
 }  // namespace orvel

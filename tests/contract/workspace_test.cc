@@ -13,8 +13,8 @@ using testing::UnorderedElementsAre;
 
 class WorkspaceContract : public ContractTest {
  protected:
-  Workspace &workspace() { return platform->interfaces().workspace; }
-  void open(const std::string &url) { workspace().open(*Url::parse(url)); }
+  void open(const std::string &url) { platform->interfaces().workspace.open(*Url::parse(url)); }
+  void openFile(const std::string &path) { platform->interfaces().workspace.openFile(path); }
   bool waitForOpened(std::size_t count) {
     return runUntil([&] { return platform->opened().size() >= count; });
   }
@@ -39,13 +39,13 @@ TEST_P(WorkspaceContract, SchemeSelectsApplication) {
 
 TEST_P(WorkspaceContract, FileTypeSelectsApplication) {
   const std::string path = folder.file("a 'list' #2 100% é.txt", "contents\n");
-  workspace().openFile(path);
+  openFile(path);
   ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre(path));
 }
 
 TEST_P(WorkspaceContract, MissingFileIsIgnored) {
-  workspace().openFile(folder.path() / "missing.txt");
+  openFile(folder.path() / "missing.txt");
   open("http://example.test/");
   ASSERT_TRUE(waitForOpened(1));
   EXPECT_THAT(platform->opened(), ElementsAre("http://example.test/"));
