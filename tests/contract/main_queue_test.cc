@@ -71,9 +71,6 @@ TEST_P(MainQueueContract, RepeatedWorkRunsNoEarlierThanItsInterval) {
   queue().every(milliseconds(50), [&] { times.push_back(now()); });
   EXPECT_TRUE(times.empty());
   ASSERT_TRUE(runUntil([&] { return times.size() >= 4; }));
-  bool posted = false;
-  queue().post([&] { posted = true; });
-  EXPECT_TRUE(runUntil([&] { return posted; }));
   for (std::size_t run = 0; run < 4; ++run) {
     EXPECT_GE(times[run] - start, milliseconds(50) * (run + 1) - clockTolerance);
   }

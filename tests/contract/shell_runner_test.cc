@@ -5,14 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <thread>
+#include <filesystem>
 
-#include "tests/support/posix_test_support.h"
+#include "platform/posix/posix_process_launcher.h"
 
 namespace orvel {
 namespace {
-
-using namespace posix_test;
 
 class ShellRunner : public testing::Test {
  protected:
@@ -70,36 +68,6 @@ TEST_F(ShellRunner, BackgroundJobWithRedirectedOutputIsNotAwaited) {
   const std::string job = sh("sleep 600 >/dev/null 2>&1 & echo $!");
   ASSERT_FALSE(job.empty());
   EXPECT_EQ(::kill(std::stoi(job), SIGTERM), 0);
-}
-
-/// Launches a program that does not exist in place of the requested one.
-class MissingProgramLauncher final : public ProcessLauncher {
- public:
-  LaunchResult launch(const LaunchRequest &request) override {
-    LaunchRequest changed = request;
-    changed.executable = "/nonexistent/orvel/zsh";
-    return PosixProcessLauncher(processEnvironment()).launch(changed);
-  }
-};
-
-TEST_F(ShellRunner, MissingShellReturnsEmptyText) {
-  MissingProgramLauncher launcher;
-  EXPECT_EQ(orvel::sh(launcher, "echo never"), "");
-}
-
-TEST_F(ShellRunner, ConcurrentRunsLeaveNoDescriptorOrZombie) {
-  sh("exit 0");
-  const int descriptorsBefore = openDescriptorCount();
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([this, thread] {
-      const std::string number = std::to_string(thread);
-      for (int i = 0; i < 10; ++i) EXPECT_EQ(sh("echo " + number), number);
-    });
-  }
-  for (std::thread &thread : threads) thread.join();
-  EXPECT_EQ(openDescriptorCount(), descriptorsBefore);
-  EXPECT_FALSE(hasZombieChild());
 }
 
 }  // namespace

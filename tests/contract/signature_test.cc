@@ -13,16 +13,16 @@ namespace orvel {
 namespace {
 
 // Made with OpenSSL for these tests. The private key is deleted.
-constexpr std::string_view testPublicKey =
+const std::string testPublicKey =
     "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=";
-constexpr std::string_view testMessage = "orvel-os-update\n1.3\nlinux\n";
-constexpr std::string_view testSignature =
+const std::string testMessage = "orvel-os-update\n1.3\nlinux\n";
+const std::string testSignature =
     "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
     "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=";
 
 struct InvalidInput {
   const char *description;
-  std::string_view text;
+  std::string text;
 };
 
 TEST(Signature, ValidSignatureIsAccepted) {
@@ -31,13 +31,13 @@ TEST(Signature, ValidSignatureIsAccepted) {
 
 TEST(Signature, SignatureOfAnotherMessageIsRejected) {
   EXPECT_FALSE(verify(testPublicKey, "", testSignature));
-  EXPECT_FALSE(verify(testPublicKey, std::string(testMessage) + "\n", testSignature));
-  EXPECT_FALSE(verify(testPublicKey, std::string(testMessage) + '\0', testSignature));
+  EXPECT_FALSE(verify(testPublicKey, testMessage + "\n", testSignature));
+  EXPECT_FALSE(verify(testPublicKey, testMessage + '\0', testSignature));
 }
 
 TEST(Signature, SignatureWithOneChangedCharacterIsRejected) {
   for (std::size_t at = 0; at < testSignature.size(); ++at) {
-    std::string changed(testSignature);
+    std::string changed = testSignature;
     changed[at] = changed[at] == 'A' ? 'B' : 'A';
     EXPECT_FALSE(verify(testPublicKey, testMessage, changed)) << "character " << at;
   }
@@ -48,9 +48,7 @@ TEST(Signature, MalformedSignatureIsRejected) {
       {"not base64", "no signature"},
       {"raw r and s without DER",
        "+od95MM2+gdG6A0XugoYCyXG+wZdcXnLqIoDlrcEfr9fsIKvWpVoFWl6QJJZSQkTaA6yjYvOysbbfoPLQ7qmwQ=="},
-      {"base64 with a line break",
-       "MEUCIQD6h33kwzb6B0boDRe6ChgLJcb7Bl1xecuoigOWtwR+"
-       "vwIgX7CCr1qVaBVpekCSWUkJE2gOso2LzsrG236Dy0O6psE=\n"},
+      {"base64 with a line break", testSignature + "\n"},
   };
   for (const auto &[description, text] : signatures) {
     EXPECT_FALSE(verify(testPublicKey, testMessage, text)) << description;
@@ -73,13 +71,10 @@ TEST(Signature, WrongOrMalformedPublicKeyIsRejected) {
        "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcQ=="},
       {"trailing byte",
        "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQA"},
-      {"base64 without padding",
-       "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ"},
+      {"base64 without padding", testPublicKey.substr(0, testPublicKey.size() - 1)},
       {"base64 with non-zero padding bits",
        "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTR="},
-      {"base64 with a line break",
-       "BMjjc8e5CV/"
-       "o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=\n"},
+      {"base64 with a line break", testPublicKey + "\n"},
       {"another key of the curve",
        "BASq7HNjVybyE/uKnmTaO4Yy5BSVqUTQBFtSLrpyQPrVh9kxV5iqo6W6AXdXh87QXqr3tOCfyB1tGqVG6DZdUl0="},
   };
@@ -121,8 +116,8 @@ constexpr std::string_view pointDuplicationVector = "427";
 // not DER, edge cases of the arithmetic.
 TEST(Signature, WycheproofVectorsHaveExpectedResult) {
   std::ifstream file(ORVELOS_CONTRACT_DATA "/ecdsa_p256_sha256.txt");
-  std::string publicKeyOfVectors;
-  int vectors = 0;
+  std::string publicKey;
+  int vectorCount = 0;
   for (std::string line; std::getline(file, line);) {
     if (line.starts_with('#')) continue;
     std::istringstream fields(line);
@@ -130,19 +125,18 @@ TEST(Signature, WycheproofVectorsHaveExpectedResult) {
     fields >> number >> expectedResult >> messageDigits >> encodedSignature;
     // The line "key <public key>" stands before the vectors of that key.
     if (number == "key") {
-      publicKeyOfVectors = expectedResult;
+      publicKey = expectedResult;
       continue;
     }
     if (number == pointDuplicationVector) continue;
     const std::string messageBytes = messageDigits == "-" ? "" : decodeHexadecimal(messageDigits);
-    EXPECT_EQ(
-        verify(publicKeyOfVectors, messageBytes, encodedSignature == "-" ? "" : encodedSignature),
-        expectedResult == "valid")
+    const std::string signature = encodedSignature == "-" ? "" : encodedSignature;
+    EXPECT_EQ(verify(publicKey, messageBytes, signature), expectedResult == "valid")
         << "vector " << number;
-    ++vectors;
+    ++vectorCount;
   }
   // All 484 vectors of the file except pointDuplicationVector.
-  EXPECT_EQ(vectors, 483);
+  EXPECT_EQ(vectorCount, 483);
 }
 
 }  // namespace

@@ -58,6 +58,11 @@ TEST_F(ShellRunner, OutputIsReadAfterExit) {
   EXPECT_EQ(sh(launcher, "command"), "late");
 }
 
+TEST_F(ShellRunner, FailedLaunchReturnsEmptyText) {
+  fake.processes.setScripts("command", {{.launchError = "/bin/zsh: No such file or directory"}});
+  EXPECT_EQ(sh(fake.processes, "command"), "");
+}
+
 TEST_F(ShellRunner, DescriptorExhaustionLaunchesNothing) {
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
