@@ -41,7 +41,8 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
   return cookies;
 }
 
-/// Returns whether a host gets a cookie: it equals the cookie's domain or, as text, ends with it.
+/// Returns whether a host gets a cookie: as text, the host ends with the cookie's domain, without
+/// the full stops at the ends of the domain.
 bool isSentTo(const Cookie &cookie, const std::string &host) {
   std::string domain = cookie.domain;
   while (domain.starts_with('.')) domain.erase(0, 1);
@@ -61,25 +62,17 @@ void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &
     }
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
-  const std::string header = cookieHeader(cookies, host);
-  require(header == expected, "the header has the cookies of the host, and no other");
-  require(header.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos,
-          "the field has no line break or NUL");
-  require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
-  const std::string other = "host-without-cookies.test";
-  require(std::any_of(cookies.begin(), cookies.end(),
-                      [&](const Cookie &cookie) { return isSentTo(cookie, other); }) ||
-              cookieHeader(cookies, other).empty(),
-          "another host receives none");
+  require(cookieHeader(cookies, host) == expected,
+          "the header has the cookies of the host without control characters, and no other");
 }
 
 /// Requires that the key cookie is for the host of the server address.
 void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
-  const auto cookie = keyCookie(address, false, "key", now);
+  const auto cookie = keyCookie(address, /*local=*/false, "key", now);
   const auto url = Url::parse(address);
   require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
-  require(!keyCookie(address, false, "", now), "without a key there is no cookie");
+  require(!keyCookie(address, /*local=*/false, "", now), "without a key there is no cookie");
   if (!cookie) return;
   require(cookie->domain == url->host && cookie->secure, "the cookie is for the host");
   require(cookieHeader({*cookie}, url->host) == "orvelapp=key" || url->host.starts_with('.') ||
@@ -97,7 +90,11 @@ void testInput(std::string_view input) {
   const auto url = Url::parse(address);
   const std::string host = url && !url->host.empty() ? url->host : "os.test";
   if (host.find('\0') != std::string::npos || !g_utf8_validate(host.c_str(), -1, nullptr)) return;
-  requireCookieHeader(cookiesOf(fields, host), host);
+  const auto cookies = cookiesOf(fields, host);
+  for (const std::string &each : {host, std::string("another-host.test")}) {
+    requireCookieHeader(cookies, each);
+  }
+  require(cookieHeader(cookies, "").empty(), "without a host no cookies are sent");
 }
 
 }  // namespace orvel::fuzz

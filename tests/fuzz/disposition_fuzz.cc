@@ -5,6 +5,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <string>
 
 #include "base/text.h"
@@ -20,9 +21,9 @@ namespace {
 
 constexpr std::size_t maxNameSize = 255;
 
-/// Replaces the MIME database by one with a description outside its folder, which no media
-/// type may reach.
-bool replaceMimeDatabase() {
+/// Replaces the MIME database of GIO by one with a description outside its folder, which no media
+/// type may reach. The database remains until the process ends.
+void replaceMimeDatabase() {
   static const TemporaryFolder temporary;
   const std::filesystem::path &root = temporary.path();
   const auto describe = [&](const std::string &path, const char *extension) {
@@ -37,7 +38,6 @@ bool replaceMimeDatabase() {
   const std::string folder = root / "mime";
   const std::array<const char *, 2> folders{folder.c_str(), nullptr};
   g_content_type_set_mime_dirs(folders.data());
-  return true;
 }
 
 void requireName(std::string_view name) {
@@ -73,8 +73,8 @@ void testInput(std::string_view input) {
   const Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
   const FileHead head{.contentDisposition = std::string(disposition),
                       .mediaType = std::string(mediaType)};
-  static const bool isReplaced = replaceMimeDatabase();
-  require(isReplaced, "the MIME database is replaced");
+  static std::once_flag replacement;
+  std::call_once(replacement, replaceMimeDatabase);
   const auto suggested = suggestedFilename(head, url);
   if (suggested) {
     require(!suggested->empty(), "a suggestion is not empty");

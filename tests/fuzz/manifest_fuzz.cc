@@ -42,7 +42,6 @@ constexpr std::string_view publicKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 constexpr std::string_view hash =
     "9e691d5adacf0e102f203100842ffaba4e2a7dfe3dbd536827d3c0db8c7e88f1";
-
 constexpr std::string_view newKey =
     "BDKKzDiVIqcONOGiVHo14ioLx7aQAsPco8VtRWgNxVM3qkaoLc9YlSbIAJLHJk1ZbFzFoHXMpekRt36MsieV5F8=";
 
@@ -70,16 +69,18 @@ void testInput(std::string_view input) {
     require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
   require(parseJsonTexts(nlohmann::json(*texts).dump()) == texts, "serialized texts are parsed");
-  // A byte order mark is only accepted as the first character.
-  const bool hasMark = json.starts_with("\xEF\xBB\xBF");
-  require(parseJsonTexts((hasMark ? "" : " ") + json + "\r\n\t") == texts,
+  // A byte order mark is only accepted as the first character, so no space may precede it.
+  const bool hasByteOrderMark = json.starts_with("\xEF\xBB\xBF");
+  require(parseJsonTexts((hasByteOrderMark ? "" : " ") + json + "\r\n\t") == texts,
           "surrounding white space is ignored");
   require(!parseJsonTexts(json.substr(0, json.rfind('}'))), "a truncated text is rejected");
   require(!parseJsonTexts(json + "{}"), "trailing text is rejected");
   require(!parseJsonTexts("[" + json + "]"), "an array is rejected");
-  const auto both = readManifest(R"({"versie":"1","zip":"a",)" + json.substr(json.find('{') + 1));
   if (!manifest) return;
-  require(both && both->versie == manifest->versie && both->zip == manifest->zip,
+  const auto withDuplicates =
+      readManifest(R"({"versie":"1","zip":"a",)" + json.substr(json.find('{') + 1));
+  require(withDuplicates && withDuplicates->versie == manifest->versie &&
+              withDuplicates->zip == manifest->zip,
           "the last of duplicate keys wins");
   requireContained(*manifest);
   requireAuthentic(*manifest);

@@ -33,7 +33,8 @@ SoupHttpSession &session() {
   return *session;
 }
 
-DataReply replyTo(const std::string &cookie, bool asFile) {
+/// Sends a request, as a download or for data, and waits for its completion.
+DataReply replyTo(const std::string &cookie, bool isDownload) {
   UrlRequest request;
   request.url = *Url::parse(requested);
   request.forwardsHeaders = isSameOriginOrUpgrade;
@@ -42,7 +43,7 @@ DataReply replyTo(const std::string &cookie, bool asFile) {
   // Shared: a second call of the completion, which would be an error, could come later.
   const auto promise = std::make_shared<std::promise<DataReply>>();
   auto ended = promise->get_future();
-  if (asFile) {
+  if (isDownload) {
     session().downloadTask(request, [promise](const Download &download) {
       DataReply reply{.response = download.response};
       if (download.file) reply.body = readFileBytes(*download.file, 1U << 26U).bytes;
@@ -58,6 +59,7 @@ DataReply replyTo(const std::string &cookie, bool asFile) {
   return reply;
 }
 
+/// Returns the values of all fields with a name in the head of a request.
 std::vector<std::string_view> valuesOf(std::string_view head, std::string_view name) {
   std::vector<std::string_view> values;
   for (std::string_view line : piecesOf(head)) {
@@ -112,7 +114,8 @@ void testInput(std::string_view input) {
     if (next < responses.size()) client.send(responses[next++]);
   });
   redirectConnectionsTo(server.port());
-  const DataReply reply = replyTo(cookie, input.size() % 2 == 0);
+  // Any property of the input may choose; its size makes downloads of half of the inputs.
+  const DataReply reply = replyTo(cookie, /*isDownload=*/input.size() % 2 == 0);
   require(!reply.response || reply.response->statusCode >= 100, "a response has a status");
   requireSecretsStayOnHost(server.heads(), cookie);
 }

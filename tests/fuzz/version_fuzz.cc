@@ -49,9 +49,7 @@ void requireOrder(std::string_view one, std::string_view other, std::string_view
   const bool later = nieuwer(one, other);
   const bool earlier = nieuwer(other, one);
   require(!later || !earlier, "two versions are not each later than the other");
-  if (later && nieuwer(other, third)) {
-    require(nieuwer(one, third), "the order is transitive");
-  }
+  require(!later || !nieuwer(other, third) || nieuwer(one, third), "the order is transitive");
   if (!later && !earlier) {
     require(nieuwer(one, third) == nieuwer(other, third),
             "equal versions compare alike to later ones");
