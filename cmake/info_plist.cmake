@@ -17,6 +17,7 @@ function(add_preset key value)
 endfunction()
 
 if(NOT ORVELOS_UPDATE_KEY STREQUAL "")
+  # The key is $0 of the shell, so that no character of it is interpreted.
   execute_process(
     COMMAND bash -c ". ./scripts/update_key.sh && public_key_pem \"$0\"" "${ORVELOS_UPDATE_KEY}"
     WORKING_DIRECTORY "${CMAKE_SOURCE_DIR}" RESULT_VARIABLE status OUTPUT_QUIET)

@@ -46,6 +46,7 @@ TEST_P(MainQueueContract, DelayedWorkRunsOnceAfterItsDelay) {
     ranAt = now();
     onMain = platform->onMainThread();
   });
+  // A second run, after the same delay again, would come before this work.
   bool laterWorkRan = false;
   queue().after(milliseconds(300), [&] { laterWorkRan = true; });
   EXPECT_EQ(runs, 0);

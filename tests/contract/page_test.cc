@@ -28,7 +28,7 @@ class PageContract : public ContractTest {
  public:
   ~PageContract() override {
     if (!core) return;
-    // The window and the view must not outlive the platform. The timers of the core keep it alive.
+    // The window and the view must not outlive the platform, as the core does: its timers own it.
     core->window.reset();
     core->web.reset();
   }
@@ -112,6 +112,7 @@ TEST_P(PageContract, UrlOfAnotherOriginOpensInDefaultApplication) {
   ASSERT_TRUE(runUntil([&] { return platform->opened().size() >= 4; }));
   EXPECT_THAT(platform->opened(), UnorderedElementsAre(other.url("/link"), other.url("/blank"),
                                                        other.url("/frame"), other.url("/script")));
+  // The first new request may have been sent before the links were followed.
   const std::size_t before = requestsFor("/alive").size();
   EXPECT_TRUE(waitForRequests("/alive", before + 2)) << "the page is no longer shown";
   EXPECT_THAT(other.heads(), IsEmpty());

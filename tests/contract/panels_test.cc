@@ -95,7 +95,7 @@ TEST_P(PanelsContract, ClosedAlertReportsNoButton) {
   EXPECT_EQ(answers[0].button, std::nullopt);
 }
 
-TEST_P(PanelsContract, ReturnPressesFirstButtonWithUnchangedText) {
+TEST_P(PanelsContract, EnterKeyPressesFirstButtonWithUnchangedText) {
   Alert withoutField = question();
   withoutField.textField.reset();
   for (const Alert &alert : {question(), withoutField}) {
@@ -106,7 +106,7 @@ TEST_P(PanelsContract, ReturnPressesFirstButtonWithUnchangedText) {
   }
 }
 
-TEST_P(PanelsContract, EscapeClosesAlertOrPressesLastButton) {
+TEST_P(PanelsContract, EscapeKeyClosesAlertOrPressesLastButton) {
   ASSERT_TRUE(showAndAct(question(), [&] { platform->pressInAlert(AlertKey::escape); }));
   EXPECT_TRUE(!answers[0].button || answers[0].button == 1);
 }
@@ -125,16 +125,16 @@ TEST_P(PanelsContract, MainQueueRunsWhileAlertIsOpen) {
 
 TEST_P(PanelsContract, CompletionCanShowAnotherAlert) {
   std::vector<int> order;
-  const auto pressReturn = [&] { platform->pressInAlert(AlertKey::enter); };
+  const auto pressEnter = [&] { platform->pressInAlert(AlertKey::enter); };
   queue().post([&] {
     platform->interfaces().panels.runModal(question(), [&](const AlertAnswer &) {
       order.push_back(1);
-      queue().post(pressReturn);
+      queue().post(pressEnter);
       platform->interfaces().panels.runModal(question(),
                                              [&](const AlertAnswer &) { order.push_back(2); });
     });
   });
-  queue().post(pressReturn);
+  queue().post(pressEnter);
   ASSERT_TRUE(runUntil([&] { return order.size() == 2; }));
   EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }

@@ -37,6 +37,7 @@ void testInput(std::string_view input) {
   extractArchive(archive.string(), folder.string());
   requireInside(folder);
   fs::remove_all(folder);
+  // Only the archive is left.
   require(std::distance(fs::directory_iterator(scratch.path()), fs::directory_iterator()) == 1,
           "nothing is written beside the folder");
 }

@@ -12,6 +12,7 @@ namespace {
 
 std::atomic<in_port_t> redirectedPort;
 
+/// Returns the function of the C library that a function of this file replaces.
 template <class Function>
 Function *original(const char *name) {
   return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
@@ -27,7 +28,6 @@ extern "C" __attribute__((visibility("default"))) const char *__asan_default_opt
   return "detect_leaks=0";
 }
 
-// Replaces the function of the C library.
 extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
                                                               const sockaddr *address,
                                                               socklen_t size) {
@@ -52,7 +52,6 @@ extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
   return originalConnect(descriptor, address, size);
 }
 
-// Replaces the function of the C library.
 extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *name,
                                                                   const char *service,
                                                                   const addrinfo *hints,

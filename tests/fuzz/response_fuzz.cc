@@ -8,7 +8,6 @@
 #include <string>
 
 #include "base/ascii.h"
-#include "platform/linux/files/file_bytes.h"
 #include "platform/linux/http/soup_http_session.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/redirected_network.h"
@@ -46,12 +45,14 @@ DataReply replyTo(const std::string &cookie, bool isDownload) {
   if (isDownload) {
     session().downloadTask(request, [promise](const Download &download) {
       DataReply reply{.response = download.response};
-      if (download.file) reply.body = readFileBytes(*download.file, 1U << 26U).bytes;
+      // testInput checks only whether there is a body.
+      if (download.file) reply.body = "";
       promise->set_value(std::move(reply));
     });
   } else {
     session().dataTask(request, [promise](const DataReply &reply) { promise->set_value(reply); });
   }
+  // Less than the -timeout of the fuzzer, 10 seconds, so that this property is reported first.
   require(ended.wait_for(std::chrono::seconds(8)) == std::future_status::ready,
           "a request ends when the connection is closed");
   DataReply reply = ended.get();

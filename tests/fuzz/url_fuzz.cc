@@ -1,4 +1,5 @@
-// Property: the URL parser, WebKit's serialization and libsoup agree on an address.
+// Properties: the URL parser and libsoup agree on the host and the port of an address, resolving a
+// relative reference keeps the host, and so does percent-encoding.
 
 #include <libsoup/soup.h>
 
