@@ -34,7 +34,7 @@ for tool in cpack dpkg-shlibdeps file gzip rsvg-convert; do
 done
 cd "$checkout"
 timestamp=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || true)}
-# The default without git is 1980-01-01, as in release.sh.
+# The default without git is 1980-01-01, the earliest time in a zip archive, as in release.sh.
 timestamp=${timestamp:-315532800}
 [[ $timestamp =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number of seconds: '$timestamp'"
 maintainer=${ORVELOS_MAINTAINER:-Orvel <noreply@orvel.nl>}

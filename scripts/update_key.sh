@@ -13,6 +13,7 @@ public_key_of() {
 
 # public_key_pem KEY: prints such a public key as PEM. Fails when it is not a point of the curve.
 public_key_pem() {
+  # "B" and a letter up to "P" encode the byte 4, with which an uncompressed point begins.
   [[ $1 =~ ^B[A-P][A-Za-z0-9+/]{85}=$ ]] || return 1
   {
     # The header fills 26 of the 27 bytes that this decodes to.

@@ -71,7 +71,7 @@ def run_all(build, files, chosen, options):
     return outcomes
 
 
-def markdown(rows, stale):
+def markdown(rows, unmatched):
     """Returns the report as Markdown: a table by file, then each mutant that survived."""
     columns = ['killed', 'timed out', 'equivalent', 'survived', 'not compiled']
     lines = ['| file | ' + ' | '.join(columns) + ' |', '|---' * (len(columns) + 1) + '|']
@@ -84,7 +84,7 @@ def markdown(rows, stale):
         if row['outcome'] == 'survived':
             lines += ['', f"{row['file']}:{row['line']} {row['operator']} in {row['function']}",
                       f"    - {row['original']}", f"    + {row['mutated']}"]
-    for entry in stale:
+    for entry in unmatched:
         lines += ['', f'No mutant matches this entry of the equivalent mutants: {entry[0]} '
                   f'{entry[1]}', f'    - {entry[2]}', f'    + {entry[3] or entry[4]}']
     return '\n'.join(lines) + '\n'
@@ -99,11 +99,11 @@ def main():
               file=sys.stderr)
     files = sources_of(root, options.folders)
     compiled = [file for file in files if file in build.compilations]
-    options_of_parser = [word for word in build.compilations[compiled[0]]
+    parser_options = [word for word in build.compilations[compiled[0]]
                          if word.startswith(('-I', '-D', '-std='))]
-    found = mutants.find_mutants(root, files, options_of_parser)
+    found = mutants.find_mutants(root, files, parser_options)
     equivalents = read_equivalents(options.equivalents)
-    stale = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()}, key=str)
+    unmatched = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()}, key=str)
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
     if not chosen:
         sys.exit('mutate: these files have no mutants; name sources as in update/version.cc')
@@ -126,7 +126,7 @@ def main():
         if outcome == 'survived' and reason:
             outcome, row['reason'] = 'equivalent', reason
         rows.append({**row, 'outcome': outcome})
-    report = markdown(rows, stale)
+    report = markdown(rows, unmatched)
     (folder / 'mutants.json').write_text(json.dumps(rows, indent=2, ensure_ascii=False) + '\n')
     (folder / 'mutants.md').write_text(report)
     print(report, end='')
