@@ -13,13 +13,8 @@ using std::chrono::system_clock;
 
 class CookieStoreContract : public ContractTest {
  protected:
-  Cookie cookie(const std::string &value) const {
-    Cookie cookie;
-    cookie.name = "orvelapp";
-    cookie.value = value;
-    cookie.domain = "127.0.0.1";
-    cookie.path = "/";
-    return cookie;
+  static Cookie sessionCookie(const std::string &value) {
+    return {.name = "orvelapp", .value = value, .domain = "127.0.0.1", .path = "/", .expires = {}};
   }
 
   void setAndWait(const Cookie &cookie) {
@@ -60,10 +55,10 @@ TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(allCookies().empty())
 
 TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   constexpr auto fiveYears = std::chrono::hours(5 * 365 * 24);
-  Cookie persistent = cookie("a key/with = signs");
+  Cookie persistent = sessionCookie("a key/with = signs");
   persistent.secure = true;
   persistent.expires = std::chrono::floor<seconds>(platform->interfaces().clock.now()) + fiveYears;
-  for (const Cookie &original : {cookie("session"), persistent}) {
+  for (const Cookie &original : {sessionCookie("session"), persistent}) {
     setAndWait(original);
     const auto cookies = allCookies();
     ASSERT_EQ(cookies.size(), 1U);
@@ -77,14 +72,14 @@ TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
 }
 
 TEST_P(CookieStoreContract, CookieReplacesOnlyOneWithSameNameDomainAndPath) {
-  setAndWait(cookie("first"));
-  Cookie otherDomain = cookie("other domain");
+  setAndWait(sessionCookie("first"));
+  Cookie otherDomain = sessionCookie("other domain");
   otherDomain.domain = "localhost";
   setAndWait(otherDomain);
-  Cookie otherPath = cookie("other path");
+  Cookie otherPath = sessionCookie("other path");
   otherPath.path = "/api";
   setAndWait(otherPath);
-  setAndWait(cookie("second"));
+  setAndWait(sessionCookie("second"));
 
   std::vector<std::string> values;
   for (const Cookie &one : allCookies()) values.push_back(one.value);
@@ -93,7 +88,7 @@ TEST_P(CookieStoreContract, CookieReplacesOnlyOneWithSameNameDomainAndPath) {
 }
 
 TEST_P(CookieStoreContract, CookieWithEmptyDomainCallsCompletion) {
-  Cookie withoutDomain = cookie("value");
+  Cookie withoutDomain = sessionCookie("value");
   withoutDomain.domain = "";
   setAndWait(withoutDomain);
 }

@@ -35,12 +35,10 @@ class PanelsContract : public ContractTest {
   }
 
   static Alert question() {
-    Alert alert;
-    alert.messageText = "Address";
-    alert.informativeText = "Choose one.";
-    alert.buttons = {"Save", "Cancel"};
-    alert.textField = AlertTextField{.width = 340, .height = 24, .text = "http://127.0.0.1:4767/"};
-    return alert;
+    return {.messageText = "Address",
+            .informativeText = "Choose one.",
+            .buttons = {"Save", "Cancel"},
+            .textField = {{.width = 340, .height = 24, .text = "http://127.0.0.1:4767/"}}};
   }
 
   std::vector<AlertAnswer> answers;

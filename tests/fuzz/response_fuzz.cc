@@ -2,7 +2,6 @@
 
 #include <glib.h>
 
-#include <algorithm>
 #include <future>
 #include <mutex>
 #include <string>
@@ -45,7 +44,7 @@ DataReply replyTo(const std::string &cookie, bool isDownload) {
   if (isDownload) {
     session().downloadTask(request, [promise](const Download &download) {
       DataReply reply{.response = download.response};
-      // testInput checks only whether there is a body.
+      // Only the presence of the body matters.
       if (download.file) reply.body = "";
       promise->set_value(std::move(reply));
     });
@@ -70,8 +69,7 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
       continue;
     }
     line.remove_prefix(name.size() + 1);
-    values.push_back(
-        line.substr(std::min<std::size_t>(line.starts_with(' ') ? 1 : 0, line.size())));
+    values.push_back(line.substr(line.starts_with(' ') ? 1 : 0));
   }
   return values;
 }
