@@ -28,7 +28,7 @@ class PageContract : public ContractTest {
  public:
   ~PageContract() override {
     if (!core) return;
-    // The window and the view must not outlive the platform, as the core does: its timers own it.
+    // Destroyed before the platform, unlike the core, which its timers own.
     core->window.reset();
     core->web.reset();
   }

@@ -100,10 +100,11 @@ def main():
     files = sources_of(root, options.folders)
     compiled = [file for file in files if file in build.compilations]
     parser_options = [word for word in build.compilations[compiled[0]]
-                         if word.startswith(('-I', '-D', '-std='))]
+                      if word.startswith(('-I', '-D', '-std='))]
     found = mutants.find_mutants(root, files, parser_options)
     equivalents = read_equivalents(options.equivalents)
-    unmatched = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()}, key=str)
+    unmatched = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()},
+                       key=str)
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
     if not chosen:
         sys.exit('mutate: these files have no mutants; name sources as in update/version.cc')
