@@ -3,7 +3,6 @@
 
 #include <libsoup/soup.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 
