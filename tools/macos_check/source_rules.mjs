@@ -240,7 +240,10 @@ export const rules = [
       'callExpr(callee(functionDecl(matchesName("^::(dispatch_[a-z_]+|pthread_create|CFRunLoopGet[A-Za-z]+)$")))), ' +
       'objcMessageExpr(matchesSelector("(InBackground|OnMainThread|onThread:|detachNewThread|performBlock|addOperation|mainQueue|currentRunLoop|mainRunLoop)")), ' +
       'cxxConstructExpr(hasDeclaration(cxxMethodDecl(ofClass(hasAnyName("::std::thread", "::std::jthread")))))))',
-    value: (dump) => /Function \S+ '(\w+)'|selector=(\S+)/.exec(dump)?.slice(1).find(Boolean) ?? 'std::thread',
+    value(dump) {
+      if (dump.startsWith('CXX')) return 'std::thread';
+      return /Function \S+ '(\w+)'|selector=(\S+)/.exec(dump).slice(1).find(Boolean);
+    },
     expected: {
       'platform/macos/foundation/dispatch_background_queue.mm': ['dispatch_async', 'dispatch_get_global_queue'],
       'platform/macos/http/shared_url_session.mm': ['dispatch_async', 'dispatch_queue_create'],
