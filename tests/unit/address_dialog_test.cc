@@ -18,8 +18,8 @@ class AddressDialog : public CoreTest {
 
 TEST_F(AddressDialog, TrimsSpacesAndTabsOnly) {
   const std::vector<std::pair<std::string, std::string>> rows{
-      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"}, {"\n a \n", "\n a \n"},
-      {" ", ""},  {"\t \t", ""},        {"", ""},
+      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"},   {"\n a \n", "\n a \n"},
+      {" ", ""},  {"\t \t", ""},        {"", ""},    {"~a~", "~a~"},
   };
   for (const auto &[text, trimmed] : rows) EXPECT_EQ(trimSpacesAndTabs(text), trimmed);
 }

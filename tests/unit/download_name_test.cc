@@ -44,6 +44,7 @@ TEST(DownloadName, UnusableSuggestionFallsBackToUrl) {
   }
   EXPECT_EQ(downloadName({}, url("http://h.test/api/export?type=csv")), "export");
   EXPECT_EQ(downloadName({}, url("http://h.test/folder/a%20b.csv/")), "a b.csv");
+  EXPECT_EQ(downloadName({}, url("http://h.test/folder/a~b.csv/?x")), "a~b.csv");
   EXPECT_EQ(downloadName({}, url("http://h.test/folder/a%2Fb.csv")), "a-b.csv");
   EXPECT_EQ(downloadName({}, url("http://h.test/folder/%2Fb.csv?x/y#/z")), "-b.csv");
   EXPECT_EQ(downloadName({}, url("http://h.test//a.csv//")), "a.csv");
@@ -69,6 +70,8 @@ TEST(DownloadName, LongNameIsTruncatedToMaxSize) {
   EXPECT_EQ(downloadName(repeated(126, "é") + ".csv", url()), repeated(125, "é") + ".csv");
   EXPECT_EQ(downloadName("a." + std::string(300, 'x'), url()), "a");
   EXPECT_EQ(downloadName(std::string(300, '\x80'), url()), "12");
+  // Unusable although the NUL is beyond the limit.
+  EXPECT_EQ(downloadName(std::string(300, 'x') + '\0', url()), "12");
   EXPECT_EQ(downloadName("a." + std::string(254, 'x'), url()), "a");
   EXPECT_EQ(downloadName("ab." + std::string(253, 'x'), url()), "a." + std::string(253, 'x'));
 }
