@@ -48,11 +48,11 @@ def read_equivalents(path):
              entry.get('operator')): entry['reason'] for entry in entries}
 
 
-def run_all(build, files, chosen, options):
+def run_all(build, chosen, options):
     """Runs mutants and returns the outcome of each that was run."""
     # Only a guard against mutants that never end.
     timeout = max(60, 20 * build.baseline())
-    recompiled = {file: build.includers(file) & set(files) if file.endswith('.h') else {file}
+    recompiled = {file: build.includers(file) if file.endswith('.h') else {file}
                   for file in {mutant.file for mutant in chosen}}
     deadline = time.monotonic() + options.seconds if options.seconds else float('inf')
     outcomes = {}
@@ -118,7 +118,7 @@ def main():
         chosen = chosen[:options.sample]
 
     build.precompile_system_headers(compiled)
-    outcomes = run_all(build, files, chosen, options)
+    outcomes = run_all(build, chosen, options)
     rows = []
     for mutant, outcome in sorted(outcomes.items(), key=lambda item: dataclasses.astuple(item[0])):
         row = {name: getattr(mutant, name)

@@ -23,11 +23,14 @@ class Build:
         self.root = root
         self.folder = folder
         self.compilations = {}
+        self.objects = {}
         for entry in json.loads((folder / 'compile_commands.json').read_text()):
             source = pathlib.Path(entry['file'])
             if source.is_relative_to(root):
                 # A source that several targets compile is taken from the first.
-                self.compilations.setdefault(str(source.relative_to(root)), compiler_call(entry))
+                name = str(source.relative_to(root))
+                if name not in self.compilations:
+                    self.compilations[name], self.objects[name] = compiler_call(entry)
         commands = subprocess.run(['ninja', '-C', folder, '-t', 'commands', target], check=True,
                                   capture_output=True, text=True).stdout
         link = commands.splitlines()[-1]
@@ -88,8 +91,11 @@ class Build:
                     return 'not compiled'
             program = folder / 'tests'
             output = self.link.index('-o')
-            if not self.run([self.link[0], *objects, *self.link[1:output], '-o', program,
-                             *self.link[output + 2:]]):
+            # Without the original objects of the tests, which would register each test twice.
+            originals = {self.objects[source] for source in sources}
+            inputs = [word for word in self.link[1:output] if word not in originals]
+            rest = [word for word in self.link[output + 2:] if word not in originals]
+            if not self.run([self.link[0], *objects, *inputs, '-o', program, *rest]):
                 return 'not compiled'
             for suite in [f'{suites}*', '*']:
                 result = self.test(program, suite, timeout)
@@ -129,11 +135,12 @@ class Build:
 
 
 def compiler_call(entry):
-    """Returns the compiler and its options, without ccache, the source and the output."""
+    """Returns the compiler and its options, without ccache and the source, and the output."""
     words = shlex.split(entry['command'])
     if pathlib.Path(words[0]).name == 'ccache':
         words = words[1:]
-    return words[:words.index('-o')]
+    output = words.index('-o')
+    return words[:output], words[output + 1]
 
 
 def sandbox(folder):

@@ -13,9 +13,10 @@ TEST(UrlRequest, SetHeaderReplacesFieldsOfSameName) {
   EXPECT_EQ(request.headers, (std::vector<std::pair<std::string, std::string>>{
                                  {"Cookie", "a=b"}, {"x-orvel-app", "two"}}));
   request.headers.emplace_back("X-Orvel-App", "three");
+  request.headers.emplace_back("Range", "bytes=0-1");
   request.setHeader("X-ORVEL-App", "");
   EXPECT_EQ(request.headers, (std::vector<std::pair<std::string, std::string>>{
-                                 {"Cookie", "a=b"}, {"X-ORVEL-App", ""}}));
+                                 {"Cookie", "a=b"}, {"X-ORVEL-App", ""}, {"Range", "bytes=0-1"}}));
 }
 
 TEST(UrlRequest, HeaderNameIsCaseInsensitive) {
