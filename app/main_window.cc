@@ -20,7 +20,6 @@ void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
   WebViewConfiguration webConfiguration;
-  webConfiguration.persistentDataStore = true;
   webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
   webConfiguration.developerExtrasEnabled = true;
   webConfiguration.drawsBackground = false;

@@ -124,14 +124,16 @@ class MainWindowOnOccupiedPort : public CoreTest {
     fake.record.take();
     occupyLocalPort();
   }
-  /// Waits longer than all probes take. Expects that no request was sent and that the error page
-  /// of a server that is not ready is shown.
+  /// Waits for the last probe. Expects that no request was sent and that the error page of a
+  /// server that is not ready is shown then.
   void waitAndExpectOnlyErrorPage() {
-    fake.scheduler.advance(1min);
+    fake.scheduler.advance(15s - 1ms);
+    EXPECT_EQ(shownError(), "");
+    fake.scheduler.advance(1ms);
+    EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
     for (const char *request : {"load http", "reload", "GET"}) {
       EXPECT_EQ(fake.record.count(request), 0U) << request;
     }
-    EXPECT_EQ(shownError(), "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log.");
   }
 };
 
@@ -168,6 +170,17 @@ TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfEarlierL
 TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessShowsErrorPage) {
   web().delegate.webViewWebContentProcessDidTerminate();
   waitAndExpectOnlyErrorPage();
+}
+
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPageWhenPortIsLostAfterProbe) {
+  delegate().showError("message");
+  freeLocalPort();
+  delegate().openOS();
+  occupyLocalPort();
+  fake.scheduler.runUntilIdle();
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  web().delegate.webViewWebContentProcessDidTerminate();
+  EXPECT_EQ(fake.record.take().back(), "reload");
 }
 
 TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPage) {
