@@ -17,7 +17,7 @@
 #include "platform/linux/linux_platform.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/linux/accessibility_bus.h"
-#include "tests/linux/open_alert.h"
+#include "tests/linux/modal_window.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {

@@ -13,7 +13,7 @@
 #include "platform/linux/gtk/gtk_window.h"
 #include "platform/linux/gtk/window_frame.h"
 #include "tests/contract/contract_platform.h"
-#include "tests/linux/open_alert.h"
+#include "tests/linux/modal_window.h"
 #include "tests/support/permissive_delegate.h"
 #include "tests/support/temporary_folder.h"
 
