@@ -87,7 +87,7 @@ std::filesystem::path prepareEnvironment(bool isAccessible) {
 
 /// Returns the open alert. Throws when no alert is open.
 GtkWindow *requireOpenAlert() {
-  GtkWindow *alert = openModalWindow();
+  GtkWindow *alert = findModalWindow();
   if (alert == nullptr) throw std::logic_error("no alert is open");
   return alert;
 }
@@ -177,7 +177,7 @@ class LinuxContractPlatform final : public ContractPlatform {
 
   ShownAlert shownAlert() override {
     ShownAlert shown;
-    whileMainLoopRuns([&] { shown = accessibilityBus().readAlert(); });
+    callOnOtherThread([&] { shown = accessibilityBus().readAlert(); });
     // AT-SPI has a state for the default button, but GTK 4 does not report it.
     GtkWidget *button = gtk_window_get_default_widget(requireOpenAlert());
     shown.defaultButton = gtk_button_get_label(GTK_BUTTON(button));
@@ -191,7 +191,7 @@ class LinuxContractPlatform final : public ContractPlatform {
   }
 
   void pressButton(const std::string &caption) override {
-    whileMainLoopRuns([&] { accessibilityBus().pressButton(caption); });
+    callOnOtherThread([&] { accessibilityBus().pressButton(caption); });
   }
 
   void pressInAlert(AlertKey key) override {
@@ -217,7 +217,7 @@ class LinuxContractPlatform final : public ContractPlatform {
     return all;
   }
 
-  bool isAlertOpen() override { return openModalWindow() != nullptr; }
+  bool isAlertOpen() override { return findModalWindow() != nullptr; }
 
   void killPageProcess() override { killWebProcesses(); }
 
@@ -225,7 +225,7 @@ class LinuxContractPlatform final : public ContractPlatform {
 
  private:
   /// Calls a function on another thread and waits for its end. Forwards its exception.
-  void whileMainLoopRuns(const std::function<void()> &function) {
+  void callOnOtherThread(const std::function<void()> &function) {
     auto end = std::async(std::launch::async, function);
     const auto isReady = [&] {
       return end.wait_for(std::chrono::seconds(0)) == std::future_status::ready;

@@ -25,7 +25,7 @@ void setVariable(const char *name, const std::optional<std::string> &value) {
   if (value) ::setenv(name, value->c_str(), 1);
 }
 
-TEST(LoopbackProxy, LoopbackAddressesAreAddedToBothVariables) {
+TEST(LoopbackProxyBypass, LoopbackAddressesAreAddedToBothVariables) {
   const std::string added = "localhost,127.0.0.0/8,::1,[::1]";
   struct Row {
     std::optional<std::string> lowerCase;
@@ -46,7 +46,7 @@ TEST(LoopbackProxy, LoopbackAddressesAreAddedToBothVariables) {
   }
 }
 
-TEST(LoopbackProxy, ResolverUsesProxyForOtherHostsOnly) {
+TEST(LoopbackProxyBypass, ResolverUsesProxyForOtherHostsOnly) {
   struct Row {
     const char *url;
     bool hasProxy;
@@ -57,13 +57,13 @@ TEST(LoopbackProxy, ResolverUsesProxyForOtherHostsOnly) {
                          Row{"http://excluded.test/", false}, Row{"http://other.test/", true},
                          Row{"https://other.test/", true}, Row{"http://128.0.0.1/", true}}) {
     // In a child, because the resolver may read the environment only once.
-    const auto outcome = posix_test::inChild([&row] {
+    const auto outcome = posix_test::runInChild([&row] {
       for (const char *name : {"http_proxy", "https_proxy", "all_proxy"}) {
         setVariable(name, "http://proxy.test:3128");
       }
       setVariable("no_proxy", "excluded.test");
       setVariable("NO_PROXY", {});
-      if (!hasProxy("http://127.0.0.1:4767/")) posix_test::giveUp();
+      if (!hasProxy("http://127.0.0.1:4767/")) posix_test::exitWithoutResult();
       bypassProxyForLoopback();
       return hasProxy(row.url) == row.hasProxy;
     });

@@ -11,9 +11,9 @@
 namespace orvel {
 
 /// Returns a text attribute of a menu item, or the empty text when it has none.
-inline std::string menuAttribute(GMenuModel *menu, int place, const char *name) {
+inline std::string menuAttribute(GMenuModel *menu, int index, const char *name) {
   char *value = nullptr;
-  g_menu_model_get_item_attribute(menu, place, name, "s", &value);
+  g_menu_model_get_item_attribute(menu, index, name, "s", &value);
   const GlibText text(value);
   return text ? text.get() : "";
 }
@@ -21,11 +21,11 @@ inline std::string menuAttribute(GMenuModel *menu, int place, const char *name) 
 /// Calls a function for each item of a menu, in order. Sections and submenus are items without
 /// an action; the items in them follow.
 inline void forEachMenuItem(GMenuModel *menu,
-                            const std::function<void(GMenuModel *menu, int place)> &visit) {
-  for (int place = 0; place < g_menu_model_get_n_items(menu); ++place) {
-    visit(menu, place);
+                            const std::function<void(GMenuModel *menu, int index)> &visit) {
+  for (int index = 0; index < g_menu_model_get_n_items(menu); ++index) {
+    visit(menu, index);
     for (const char *link : {G_MENU_LINK_SECTION, G_MENU_LINK_SUBMENU}) {
-      const auto inner = adopt(g_menu_model_get_item_link(menu, place, link));
+      const auto inner = adopt(g_menu_model_get_item_link(menu, index, link));
       if (inner) forEachMenuItem(inner.get(), visit);
     }
   }

@@ -7,7 +7,7 @@
 namespace orvel {
 
 /// Returns the open modal window, or null.
-inline GtkWindow *openModalWindow() {
+inline GtkWindow *findModalWindow() {
   for (const auto &window : itemsOf<GtkWindow>(gtk_window_get_toplevels())) {
     if (gtk_window_get_modal(window.get())) return window.get();
   }

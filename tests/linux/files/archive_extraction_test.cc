@@ -24,7 +24,7 @@ const std::string longText = [] {
 }();
 
 // The signature of an entry of the central directory (APPNOTE.TXT, 4.3.12).
-constexpr const char *directoryEntry = "PK\1\2";
+constexpr const char *directoryEntrySignature = "PK\1\2";
 
 class ArchiveExtraction : public testing::Test {
  protected:
@@ -181,7 +181,7 @@ TEST_F(ArchiveExtraction, SpecialFileIsRejected) {
   zip({zipFile("special", "")});
   std::string bytes = contentsOf(archive_);
   // The high byte of the mode in the external attributes (APPNOTE.TXT, 4.4.15).
-  char &fileType = bytes.at(bytes.rfind(directoryEntry) + 41);
+  char &fileType = bytes.at(bytes.rfind(directoryEntrySignature) + 41);
   ASSERT_EQ(static_cast<unsigned char>(fileType) & 0xF0U, 0x80U);
   for (const int type : {0x20, 0x60, 0xC0}) {  // Character device, block device, socket.
     fileType = static_cast<char>(type | 1);
@@ -210,7 +210,7 @@ TEST_F(ArchiveExtraction, CorruptFileOrChecksumIsRejected) {
   for (const std::string options : {"", "zip:compression=store"}) {
     zip({zipFile("file", longText)}, options);
     const std::string whole = contentsOf(archive_);
-    const auto directory = whole.rfind(directoryEntry);
+    const auto directory = whole.rfind(directoryEntrySignature);
     // The checksum of the file (APPNOTE.TXT, 4.3.12), and bytes of its data.
     std::vector<std::size_t> positions{directory + 16};
     for (std::size_t at = 100; at + 100 < directory; at += directory / 50) positions.push_back(at);

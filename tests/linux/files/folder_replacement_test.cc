@@ -53,7 +53,7 @@ class FolderReplacement : public testing::Test {
   bool replace() const { return replace(replacement_); }
   bool nothingIsLeftBeside() const { return entryCount(applications_) == 1; }
   /// Expects this tree at the original path and nothing beside it.
-  void expectAtPath(const Tree &tree) const {
+  void expectAtOriginalPath(const Tree &tree) const {
     EXPECT_EQ(treeOf(original_), tree);
     EXPECT_TRUE(nothingIsLeftBeside());
   }
@@ -67,20 +67,21 @@ class FolderReplacement : public testing::Test {
   }
 
   const TemporaryFolder folder_;
-  const std::unique_ptr<TemporaryFolder> elsewhere_ = folderOnAnotherFileSystem();
+  const std::unique_ptr<TemporaryFolder> otherFileSystem_ = folderOnAnotherFileSystem();
   const fs::path applications_ = folder_.path() / "Applications";
   const fs::path original_ = applications_ / "Orvel OS.app";
   const fs::path replacement_ = folder_.path() / "unpacked";
   /// A replacement on another file system, which is copied. Empty without such a system.
-  const fs::path distant_ = elsewhere_ ? elsewhere_->path() / "unpacked" : fs::path();
+  const fs::path copiedReplacement_ =
+      otherFileSystem_ ? otherFileSystem_->path() / "unpacked" : fs::path();
   const std::vector<fs::path> replacements_ =
-      elsewhere_ ? std::vector{replacement_, distant_} : std::vector{replacement_};
+      otherFileSystem_ ? std::vector{replacement_, copiedReplacement_} : std::vector{replacement_};
 };
 
 class FolderReplacementCopy : public FolderReplacement {
  protected:
   void SetUp() override {
-    if (!elsewhere_) GTEST_SKIP() << "no second writable file system";
+    if (!otherFileSystem_) GTEST_SKIP() << "no second writable file system";
   }
 };
 
@@ -88,44 +89,44 @@ TEST_F(FolderReplacementCopy, SymbolicLinkAtPathOfCopyIsNotFollowed) {
   makeTree(original_, "old");
   const Tree bystander = makeTree(folder_.path() / "bystander", "bystander");
   fs::create_symlink(folder_.path() / "bystander", applications_ / ".Orvel OS.app.nieuw");
-  const Tree expected = makeTree(distant_, "new");
-  EXPECT_TRUE(replace(distant_));
-  expectAtPath(expected);
+  const Tree expected = makeTree(copiedReplacement_, "new");
+  EXPECT_TRUE(replace(copiedReplacement_));
+  expectAtOriginalPath(expected);
   EXPECT_EQ(treeOf(folder_.path() / "bystander"), bystander);
 }
 
 TEST_F(FolderReplacementCopy, ModesAreKeptDespiteUmask) {
   makeTree(original_, "old");
-  makeTree(distant_, "new");
-  fs::permissions(distant_ / "Contents", fs::perms(0775));
-  fs::permissions(distant_ / "Contents" / "Linux", fs::perms(0555));
-  fs::permissions(distant_ / "Contents" / "Resources", fs::perms(01777));
-  fs::permissions(distant_ / "Contents" / "Linux" / "program", fs::perms(0777));
-  const Tree expected = treeOf(distant_);
+  makeTree(copiedReplacement_, "new");
+  fs::permissions(copiedReplacement_ / "Contents", fs::perms(0775));
+  fs::permissions(copiedReplacement_ / "Contents" / "Linux", fs::perms(0555));
+  fs::permissions(copiedReplacement_ / "Contents" / "Resources", fs::perms(01777));
+  fs::permissions(copiedReplacement_ / "Contents" / "Linux" / "program", fs::perms(0777));
+  const Tree expected = treeOf(copiedReplacement_);
   const mode_t mask = ::umask(077);
-  EXPECT_TRUE(replace(distant_));
+  EXPECT_TRUE(replace(copiedReplacement_));
   ::umask(mask);
-  expectAtPath(expected);
+  expectAtOriginalPath(expected);
 }
 
 TEST_F(FolderReplacementCopy, SpecialFileFailsCopy) {
   const Tree old = makeTree(original_, "old");
-  makeTree(distant_, "new");
-  ASSERT_EQ(::mkfifo((distant_ / "Contents" / "pipe").c_str(), 0600), 0);
-  EXPECT_FALSE(replace(distant_));
-  expectAtPath(old);
+  makeTree(copiedReplacement_, "new");
+  ASSERT_EQ(::mkfifo((copiedReplacement_ / "Contents" / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(replace(copiedReplacement_));
+  expectAtOriginalPath(old);
 }
 
 TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
-  const Tree expected = makeTree(distant_, "new");
+  const Tree expected = makeTree(copiedReplacement_, "new");
   {
     const FullDisk fullDisk(10'000);
-    EXPECT_FALSE(replace(distant_));
+    EXPECT_FALSE(replace(copiedReplacement_));
   }
-  expectAtPath(old);
-  EXPECT_TRUE(replace(distant_));
-  expectAtPath(expected);
+  expectAtOriginalPath(old);
+  EXPECT_TRUE(replace(copiedReplacement_));
+  expectAtOriginalPath(expected);
 }
 
 TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
@@ -135,34 +136,34 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
     giveToOrdinaryUser(replacement.parent_path());
     fs::permissions(applications_, fs::perms(0555));
     for (const bool canExchange : {true, false}) {
-      const auto isRefused = inChild([&] {
-        if (!canExchange && !disableRenameExchange()) giveUp();
-        if (!becomeOrdinaryUser()) giveUp();
+      const auto isRefused = runInChild([&] {
+        if (!canExchange && !disableRenameExchange()) exitWithoutResult();
+        if (!becomeOrdinaryUser()) exitWithoutResult();
         return !replace(replacement);
       });
       if (canExchange && !isRefused) GTEST_SKIP() << "root cannot become an ordinary user";
       EXPECT_NE(isRefused, false);
     }
-    expectAtPath(old);
+    expectAtOriginalPath(old);
     EXPECT_EQ(treeOf(replacement), unpacked);
   }
 }
 
 TEST_F(FolderReplacement, FailedSyncKeepsOriginal) {
-  if (!inChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not permitted";
+  if (!runInChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not permitted";
   const Tree old = makeTree(original_, "old");
   const Tree unpacked = makeTree(replacement_, "new");
-  EXPECT_EQ(inChild([this] { return disableSync() && !replace(); }), true);
-  expectAtPath(old);
+  EXPECT_EQ(runInChild([this] { return disableSync() && !replace(); }), true);
+  expectAtOriginalPath(old);
   EXPECT_EQ(treeOf(replacement_), unpacked);
 }
 
 TEST_F(FolderReplacement, MountPointIsNotReplaced) {
   makeTree(original_, "below the mount");
   const Tree unpacked = makeTree(replacement_, "new");
-  const auto outcome = inChild([&] {
+  const auto outcome = runInChild([&] {
     if (!enterMountNamespace() || ::mount("none", original_.c_str(), "tmpfs", 0, nullptr) != 0) {
-      giveUp();
+      exitWithoutResult();
     }
     const Tree old = makeTree(original_, "mounted");
     return !replace() && treeOf(original_) == old && nothingIsLeftBeside();
@@ -186,8 +187,8 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
     fs::permissions(applications_, fs::perms(row.modeOfParent));
     fs::permissions(original_, fs::perms(row.mode));
     for (const fs::path &path : {original_, link}) {
-      const auto outcome = inChild([&] {
-        if (!becomeOrdinaryUser()) giveUp();
+      const auto outcome = runInChild([&] {
+        if (!becomeOrdinaryUser()) exitWithoutResult();
         return canReplaceFolder(path);
       });
       if (!outcome) GTEST_SKIP() << "root cannot become an ordinary user";
@@ -203,10 +204,10 @@ TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
     const char *path = applications_.c_str();
     return ::mount(path, path, nullptr, flags, nullptr) == 0;
   };
-  const auto outcome = inChild([&] {
-    if (!enterMountNamespace() || !mountHere(MS_BIND)) giveUp();
+  const auto outcome = runInChild([&] {
+    if (!enterMountNamespace() || !mountHere(MS_BIND)) exitWithoutResult();
     const bool before = canReplaceFolder(original_);
-    if (!mountHere(MS_BIND | MS_REMOUNT | MS_RDONLY)) giveUp();
+    if (!mountHere(MS_BIND | MS_REMOUNT | MS_RDONLY)) exitWithoutResult();
     return before && !canReplaceFolder(original_);
   });
   if (!outcome) GTEST_SKIP() << "mounting is not permitted";
@@ -219,7 +220,7 @@ TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   const Tree old = treeOf(original_);
   // The first rename also moves the inner folder, so the second one does not find it.
   EXPECT_FALSE(replace(original_ / "inner"));
-  expectAtPath(old);
+  expectAtOriginalPath(old);
 }
 
 TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
@@ -254,10 +255,10 @@ class FolderReplacementKill : public FolderReplacement,
                               public testing::WithParamInterface<Scenario> {
  protected:
   void SetUp() override {
-    if (GetParam().crossesFileSystems && !elsewhere_) {
+    if (GetParam().crossesFileSystems && !otherFileSystem_) {
       GTEST_SKIP() << "no second writable file system";
     }
-    if (!GetParam().canExchange && !inChild(disableRenameExchange).value_or(false)) {
+    if (!GetParam().canExchange && !runInChild(disableRenameExchange).value_or(false)) {
       GTEST_SKIP() << "seccomp filters are not permitted";
     }
   }
@@ -266,7 +267,7 @@ class FolderReplacementKill : public FolderReplacement,
     return (GetParam().canExchange || disableRenameExchange()) && replace(source_);
   }
 
-  const fs::path &source_ = GetParam().crossesFileSystems ? distant_ : replacement_;
+  const fs::path &source_ = GetParam().crossesFileSystems ? copiedReplacement_ : replacement_;
 };
 
 TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
@@ -304,8 +305,8 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
         // The next replacement removes what the killed one has left.
         fs::remove_all(source_);
         const Tree next = makeSmallTree(source_, "next");
-        EXPECT_EQ(inChild([this] { return replaceInScenario(); }), true);
-        expectAtPath(next);
+        EXPECT_EQ(runInChild([this] { return replaceInScenario(); }), true);
+        expectAtOriginalPath(next);
         EXPECT_FALSE(fs::exists(source_));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";

@@ -82,7 +82,7 @@ std::optional<int> killAtSystemCall(int number, const Task &task) {
   const pid_t child = ::fork();
   if (child < 0) return std::nullopt;
   if (child == 0) {
-    if (!trace(PTRACE_TRACEME, 0)) giveUp();
+    if (!trace(PTRACE_TRACEME, 0)) exitWithoutResult();
     ::raise(SIGSTOP);
     runAndExit(task);
   }
@@ -115,7 +115,7 @@ std::optional<int> killAtSystemCall(int number, const Task &task) {
 
 }  // namespace
 
-std::optional<bool> inChild(const Task &task) {
+std::optional<bool> runInChild(const Task &task) {
   const pid_t child = ::fork();
   if (child < 0) return std::nullopt;
   if (child == 0) runAndExit(task);
@@ -124,7 +124,7 @@ std::optional<bool> inChild(const Task &task) {
   return WEXITSTATUS(status) == success;
 }
 
-void giveUp() { ::_exit(gaveUp); }
+void exitWithoutResult() { ::_exit(gaveUp); }
 
 bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
                            const std::function<void()> &check) {

@@ -9,11 +9,11 @@ using Task = std::function<bool()>;
 
 /// Runs a task in a forked child, which may change its own privileges and limits. Returns
 /// the result, or nullopt when the child has not run the task to its end: it was killed or
-/// called `giveUp`. Only for a process without other threads.
-std::optional<bool> inChild(const Task &task);
+/// called `exitWithoutResult`. Only for a process without other threads.
+std::optional<bool> runInChild(const Task &task);
 
-/// Ends a child of `inChild` when the system does not permit what its task needs.
-[[noreturn]] void giveUp();
+/// Ends a child of `runInChild` when the system does not permit what its task needs.
+[[noreturn]] void exitWithoutResult();
 
 /// Runs a task again and again in a forked child that is killed (SIGKILL) on entry to its
 /// first, second, ... system call, before the call has an effect. Ends when the task returns

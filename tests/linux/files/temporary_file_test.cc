@@ -49,23 +49,23 @@ TEST_P(TemporaryFiles, FileModeFollowsUmask) {
 }
 
 TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
-  if (!inChild(disableHardLinks).value_or(false)) {
+  if (!runInChild(disableHardLinks).value_or(false)) {
     GTEST_SKIP() << "seccomp filters are not permitted";
   }
-  for (const bool hasLinks : {true, false}) {
-    const auto done = inChild([&] {
+  for (const bool hasHardLinks : {true, false}) {
+    const auto done = runInChild([&] {
       if (!disableRenameNoReplace()) return false;
       TemporaryFile file = makeFile();
       const std::string taken = folder_.file("taken", "old");
       // A file without a name can only get one by a hard link.
-      if (!hasLinks && GetParam() == TemporaryFile::Kind::hidden && !disableHardLinks()) {
+      if (!hasHardLinks && GetParam() == TemporaryFile::Kind::hidden && !disableHardLinks()) {
         return false;
       }
       return file.write("new") && moveFile(file.path(), taken) == MoveResult::destinationExists &&
              contentsOf(taken) == "old" && moveFile(file.path(), target_) == MoveResult::moved &&
              contentsOf(target_) == "new";
     });
-    EXPECT_EQ(done, true) << (hasLinks ? "with hard links" : "without hard links");
+    EXPECT_EQ(done, true) << (hasHardLinks ? "with hard links" : "without hard links");
     fs::remove(target_);
   }
 }
@@ -73,7 +73,7 @@ TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
 TEST_P(TemporaryFiles, FileIsRemovedOnDestructionAndOnExit) {
   EXPECT_TRUE(makeFile().write("contents"));
   EXPECT_TRUE(fs::is_empty(folder_.path()));
-  inChild([this] {
+  runInChild([this] {
     auto *file = new TemporaryFile(makeFile());
     file->write("contents");
     std::exit(0);
@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, TemporaryFiles,
 
 TEST(TemporaryFile, KilledProcessLeavesNoUnnamedFile) {
   const TemporaryFolder folder;
-  const auto result = inChild([&] {
+  const auto result = runInChild([&] {
     TemporaryFile file({folder.path()});
     file.write("contents");
     return ::raise(SIGKILL) == 0;

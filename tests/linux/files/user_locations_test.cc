@@ -24,7 +24,7 @@ TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
       {"/home/me", "/home/me"}, {"/home/me/", "/home/me"}, {"/home/me//", "/home/me"}, {"/", "/"}};
   for (const auto &[variable, home] : rows) {
     // In a child, because GLib reads HOME only once.
-    EXPECT_EQ(posix_test::inChild([&variable = variable, &home = home] {
+    EXPECT_EQ(posix_test::runInChild([&variable = variable, &home = home] {
                 if (::setenv("HOME", variable.c_str(), 1) != 0) return false;
                 const UserLocations locations("/nowhere");
                 const std::string downloads = locations.downloads();

@@ -51,14 +51,14 @@ TEST(GtkMenuBar, MenuHasLabelAndSectionAndKeyAndCommandOfEveryItem) {
 
   std::vector<std::string> items;
   forEachMenuItem(gtk_popover_menu_bar_get_menu_model(GTK_POPOVER_MENU_BAR(bar.get())),
-                  [&](GMenuModel *menu, int place) {
-                    items.push_back(menuAttribute(menu, place, G_MENU_ATTRIBUTE_LABEL));
-                    const std::string key = menuAttribute(menu, place, "accel");
+                  [&](GMenuModel *menu, int index) {
+                    items.push_back(menuAttribute(menu, index, G_MENU_ATTRIBUTE_LABEL));
+                    const std::string key = menuAttribute(menu, index, "accel");
                     if (!key.empty()) items.back() += " " + key;
-                    const std::string action = menuAttribute(menu, place, G_MENU_ATTRIBUTE_ACTION);
+                    const std::string action = menuAttribute(menu, index, G_MENU_ATTRIBUTE_ACTION);
                     if (action.empty()) return;
                     GVariant *command = g_menu_model_get_item_attribute_value(
-                        menu, place, G_MENU_ATTRIBUTE_TARGET, nullptr);
+                        menu, index, G_MENU_ATTRIBUTE_TARGET, nullptr);
                     gtk_widget_activate_action_variant(window, action.c_str(), command);
                     g_variant_unref(command);
                   });

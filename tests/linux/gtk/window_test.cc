@@ -210,7 +210,7 @@ TEST_F(MainWindow, TextFieldOfAlertHasItsWidthAndIsSelected) {
   question.textField = AlertTextField{340, 24, "http://127.0.0.1:4767/"};
   platform->interfaces().panels.runModal(question, [](const AlertAnswer &) {});
 
-  GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(openModalWindow()));
+  GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(findModalWindow()));
   ASSERT_TRUE(GTK_IS_ENTRY(field));
   int begin = 0;
   int end = 0;

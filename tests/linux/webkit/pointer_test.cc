@@ -47,7 +47,7 @@ class Pointer : public PageTest {
   }
 
   /// Returns the open context menu, or null.
-  GtkPopoverMenu *openMenu() const {
+  GtkPopoverMenu *findOpenMenu() const {
     for (GtkWidget *child = gtk_widget_get_first_child(GTK_WIDGET(webKitView())); child != nullptr;
          child = gtk_widget_get_next_sibling(child)) {
       if (GTK_IS_POPOVER_MENU(child) && gtk_widget_get_mapped(child)) {
@@ -87,13 +87,14 @@ class Pointer : public PageTest {
   std::vector<Entry> openMenuOf(const std::string &element) {
     showUnderPointer(element);
     runXdotool("click 3");
-    EXPECT_TRUE(runUntil([&] { return openMenu() != nullptr; }));
+    EXPECT_TRUE(runUntil([&] { return findOpenMenu() != nullptr; }));
     std::vector<Entry> entries;
-    if (openMenu() == nullptr) return entries;
-    forEachMenuItem(gtk_popover_menu_get_menu_model(openMenu()), [&](GMenuModel *model, int place) {
-      entries.push_back({menuAttribute(model, place, G_MENU_ATTRIBUTE_LABEL),
-                         menuAttribute(model, place, G_MENU_ATTRIBUTE_ACTION)});
-    });
+    if (findOpenMenu() == nullptr) return entries;
+    forEachMenuItem(gtk_popover_menu_get_menu_model(findOpenMenu()),
+                    [&](GMenuModel *model, int index) {
+                      entries.push_back({menuAttribute(model, index, G_MENU_ATTRIBUTE_LABEL),
+                                         menuAttribute(model, index, G_MENU_ATTRIBUTE_ACTION)});
+                    });
     return entries;
   }
 
@@ -102,8 +103,8 @@ class Pointer : public PageTest {
     for (const Entry &entry : openMenuOf(element)) {
       if (entry.label != label) continue;
       EXPECT_TRUE(
-          gtk_widget_activate_action(GTK_WIDGET(openMenu()), entry.action.c_str(), nullptr));
-      gtk_popover_popdown(GTK_POPOVER(openMenu()));
+          gtk_widget_activate_action(GTK_WIDGET(findOpenMenu()), entry.action.c_str(), nullptr));
+      gtk_popover_popdown(GTK_POPOVER(findOpenMenu()));
       return;
     }
     FAIL() << "no entry " << label;
