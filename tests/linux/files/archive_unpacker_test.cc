@@ -37,6 +37,7 @@ class ArchiveUnpacking : public testing::Test {
     writeZip(archive_, entries);
     unpack();
   }
+  /// Unpacks an archive with these entries. Expects no bundle.
   void expectRejected(const std::vector<ZipEntry> &entries) const {
     unpack(entries);
     EXPECT_FALSE(fs::exists(fs::symlink_status(bundle_)));
@@ -53,6 +54,7 @@ class ArchiveUnpacking : public testing::Test {
 TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
   unpack(release());
   const Tree tree = treeOf(bundle_);
+  // Without the file "executed", which the program would create.
   EXPECT_EQ(tree.size(), 6U);
   EXPECT_EQ(tree.at("Contents/Info.plist"), "file 644 information");
   EXPECT_EQ(tree.at("Contents/Current"), "link to Linux");
@@ -60,9 +62,10 @@ TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
   EXPECT_EQ(contentsOf(working_ / programName), releaseProgram());
 }
 
-TEST_F(ArchiveUnpacking, BundleWithoutLoadableProgramIsRejected) {
+TEST_F(ArchiveUnpacking, BundleWithoutLoadableProgramAtItsPathIsRejected) {
   expectRejected({zipFile("Orvel OS.app/Contents/Info.plist", "x")});
   expectRejected({zipFolder(programName + "/")});
+  // The program needs a library that does not exist.
   expectRejected(release(releaseProgramWith("libc.so.6", "libq.so.6")));
   expectRejected({zipFile("Orvel OS 1.3.app/Contents/Linux/orvel-os", releaseProgram(), 0755)});
   expectRejected({zipFile("folder/" + programName, releaseProgram(), 0755)});
@@ -70,7 +73,7 @@ TEST_F(ArchiveUnpacking, BundleWithoutLoadableProgramIsRejected) {
 
 TEST_F(ArchiveUnpacking, PartiallyUnpackableArchiveLeavesNoBundle) {
   auto entries = release();
-  entries.push_back(zipLink("zzz", "/etc"));
+  entries.push_back(zipLink("absolute link", "/etc"));
   expectRejected(entries);
   writeZip(archive_, release());
   fs::resize_file(archive_, fs::file_size(archive_) - 1);

@@ -41,7 +41,7 @@ class FolderReplacement : public testing::Test {
  public:
   FolderReplacement() { fs::create_directories(applications_); }
   ~FolderReplacement() override {
-    // Permits the removal of the temporary folder.
+    // A test may have removed permissions that the removal of the temporary folder needs.
     std::error_code ignored;
     for (const fs::path &path : {applications_, original_}) {
       fs::permissions(path, fs::perms::owner_all, ignored);
@@ -52,7 +52,7 @@ class FolderReplacement : public testing::Test {
   bool replace(const fs::path &replacement) const { return replaceFolder(original_, replacement); }
   bool replace() const { return replace(replacement_); }
   bool nothingIsLeftBeside() const { return entryCount(applications_) == 1; }
-  /// Expects this tree at the original path and nothing beside it.
+  /// Expects this tree at the path of the original, and nothing beside it.
   void expectAtOriginalPath(const Tree &tree) const {
     EXPECT_EQ(treeOf(original_), tree);
     EXPECT_TRUE(nothingIsLeftBeside());
@@ -103,9 +103,8 @@ TEST_F(FolderReplacementCopy, ModesAreKeptDespiteUmask) {
   fs::permissions(copiedReplacement_ / "Contents" / "Resources", fs::perms(01777));
   fs::permissions(copiedReplacement_ / "Contents" / "Linux" / "program", fs::perms(0777));
   const Tree expected = treeOf(copiedReplacement_);
-  const mode_t mask = ::umask(077);
+  const ScopedUmask umask(077);
   EXPECT_TRUE(replace(copiedReplacement_));
-  ::umask(mask);
   expectAtOriginalPath(expected);
 }
 
@@ -142,6 +141,7 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
         return !replace(replacement);
       });
       if (canExchange && !isRefused) GTEST_SKIP() << "root cannot become an ordinary user";
+      // No result without RENAME_EXCHANGE means that seccomp filters are not permitted.
       EXPECT_NE(isRefused, false);
     }
     expectAtOriginalPath(old);
@@ -158,7 +158,7 @@ TEST_F(FolderReplacement, FailedSyncKeepsOriginal) {
   EXPECT_EQ(treeOf(replacement_), unpacked);
 }
 
-TEST_F(FolderReplacement, MountPointIsNotReplaced) {
+TEST_F(FolderReplacement, MountPointIsRefusedWithoutChange) {
   makeTree(original_, "below the mount");
   const Tree unpacked = makeTree(replacement_, "new");
   const auto outcome = runInChild([&] {
@@ -230,10 +230,11 @@ TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
     std::vector<Tree> trees;
     std::vector<std::future<bool>> results;
     for (std::size_t number = 0; number < 4; ++number) {
-      const std::string owner = "release " + std::to_string(number);
-      const fs::path &sibling = replacements_[number % replacements_.size()];
-      const fs::path replacement = sibling.parent_path() / owner;
-      trees.push_back(makeTree(replacement, owner));
+      // In turn on each of the file systems.
+      const fs::path folder = replacements_[number % replacements_.size()].parent_path();
+      const std::string label = "release " + std::to_string(number);
+      const fs::path replacement = folder / label;
+      trees.push_back(makeTree(replacement, label));
       results.push_back(
           std::async(std::launch::async, [this, replacement] { return replace(replacement); }));
     }
@@ -243,7 +244,8 @@ TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
   }
 }
 
-/// A file system or kernel for the replacement.
+/// Where the replacement is, and whether the kernel can exchange it with the original
+/// (RENAME_EXCHANGE).
 struct Scenario {
   std::string name;
   bool crossesFileSystems;
@@ -271,9 +273,10 @@ class FolderReplacementKill : public FolderReplacement,
 };
 
 TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
-  int keptOld = 0;
-  int gotNew = 0;
-  int gotNone = 0;
+  // How often the killed process left each of these.
+  int oldFolders = 0;
+  int newFolders = 0;
+  int missingFolders = 0;
   int incompleteCopies = 0;
   const ScopedUmask umask(0);
   const fs::path copy = applications_ / ".Orvel OS.app.nieuw";
@@ -290,19 +293,19 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
       [&] {
         const Tree left = treeOf(original_);
         if (left.empty()) {
-          // Between the two renames.
-          ++gotNone;
+          // The kill was between the two renames.
+          ++missingFolders;
           ASSERT_EQ(treeOf(applications_ / ".Orvel OS.app.oud"), old);
           fs::rename(applications_ / ".Orvel OS.app.oud", original_);
         } else {
-          ++(left == old ? keptOld : gotNew);
+          ++(left == old ? oldFolders : newFolders);
           EXPECT_TRUE(left == old || left == replacing);
         }
         if (left == old && fs::exists(copy) && treeOf(copy) != replacing) {
           ++incompleteCopies;
           EXPECT_EQ(modeOf(copy), 0700U);
         }
-        // The next replacement removes what the killed one has left.
+        // The next replacement removes the leftovers of the killed one.
         fs::remove_all(source_);
         const Tree next = makeSmallTree(source_, "next");
         EXPECT_EQ(runInChild([this] { return replaceInScenario(); }), true);
@@ -310,12 +313,13 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
         EXPECT_FALSE(fs::exists(source_));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
-  EXPECT_GT(keptOld, 5);
-  EXPECT_GT(gotNew, 5);
+  // Each phase has more than five system calls.
+  EXPECT_GT(oldFolders, 5);
+  EXPECT_GT(newFolders, 5);
   if (GetParam().canExchange) {
-    EXPECT_EQ(gotNone, 0);
+    EXPECT_EQ(missingFolders, 0);
   } else if (!hasSanitizer) {
-    EXPECT_GT(gotNone, 0) << "no kill between the two renames";
+    EXPECT_GT(missingFolders, 0) << "no kill between the two renames";
   }
   EXPECT_EQ(incompleteCopies > 5, GetParam().crossesFileSystems);
 }

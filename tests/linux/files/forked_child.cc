@@ -31,6 +31,7 @@ constexpr int gaveUp = 2;
 // The stop signal at the entry to and exit from a system call (PTRACE_O_TRACESYSGOOD).
 constexpr int systemCallStop = SIGTRAP | 0x80;
 
+/// Waits until a child stops or ends, and returns its wait status.
 int waitFor(pid_t child) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -44,8 +45,8 @@ bool trace(Request request, pid_t child, long data = 0) {
   return ::ptrace(request, child, nullptr, data) == 0;
 }
 
-/// Makes a system call fail with an errno value. If a flag is given, only calls with exactly
-/// this flag as their fifth argument (the flags of renameat2) fail.
+/// Makes a system call of this process fail with an errno value, by a seccomp filter. If a flag is
+/// given, only calls with exactly this flag as their fifth argument (the flags of renameat2) fail.
 bool disableSystemCall(unsigned number, unsigned error, std::optional<unsigned> flag = {}) {
   // BPF loads 32 bits: the lower half of the argument, which comes first (little endian).
   constexpr auto fifthArgument = offsetof(seccomp_data, args) + 4 * sizeof(std::uint64_t);
@@ -146,6 +147,7 @@ bool disableRenameExchange() { return disableSystemCall(SYS_renameat2, EINVAL, R
 bool disableRenameNoReplace() { return disableSystemCall(SYS_renameat2, EINVAL, RENAME_NOREPLACE); }
 
 bool disableHardLinks() {
+  // New architectures have only linkat. Elsewhere link(2) uses its own system call.
 #ifdef SYS_link
   return disableSystemCall(SYS_link, EPERM);
 #else

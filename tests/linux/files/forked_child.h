@@ -8,18 +8,18 @@ namespace orvel::posix_test {
 using Task = std::function<bool()>;
 
 /// Runs a task in a forked child, which may change its own privileges and limits. Returns
-/// the result, or nullopt when the child has not run the task to its end: it was killed or
-/// called `exitWithoutResult`. Only for a process without other threads.
+/// the result of the task, or nullopt when the child was killed or called `exitWithoutResult`.
+/// Only for a process without other threads.
 std::optional<bool> runInChild(const Task &task);
 
 /// Ends a child of `runInChild` when the system does not permit what its task needs.
 [[noreturn]] void exitWithoutResult();
 
-/// Runs a task again and again in a forked child that is killed (SIGKILL) on entry to its
-/// first, second, ... system call, before the call has an effect. Ends when the task returns
-/// before that call, or after a failed expectation. Expects that the task then returns true.
-/// Runs `prepare` before and `check` after each child. Returns false when the system does not
-/// permit ptrace.
+/// Runs a task in a forked child that is killed (SIGKILL) on entry to its first system call,
+/// before the call has an effect; in another child that is killed on entry to the second system
+/// call; and so on, until a child ends before its kill or an expectation fails. Expects that the
+/// task of the last child returns true. Runs `prepare` before and `check` after each child.
+/// Returns false when the system does not permit ptrace.
 bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
                            const std::function<void()> &check);
 

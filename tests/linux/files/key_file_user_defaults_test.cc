@@ -17,6 +17,7 @@ namespace orvel {
 namespace {
 
 using namespace posix_test;
+using namespace std::string_literals;
 
 class KeyFileDefaults : public testing::Test {
  protected:
@@ -25,7 +26,7 @@ class KeyFileDefaults : public testing::Test {
     std::filesystem::create_directories(path_.parent_path());
     std::ofstream(path_) << contents;
   }
-  /// Returns new defaults, as after a restart of the application.
+  /// Returns new defaults that read the file, as after a restart of the application.
   KeyFileUserDefaults open() { return KeyFileUserDefaults(path_); }
   /// Returns how many bytes this thread has read so far (proc_pid_io(5)).
   static std::size_t bytesReadByThisThread() {
@@ -36,7 +37,7 @@ class KeyFileDefaults : public testing::Test {
     }
     return bytes;
   }
-  std::string pathWith(const std::string &suffix) { return path_.string() + suffix; }
+  std::string pathWithSuffix(const std::string &suffix) { return path_.string() + suffix; }
 
   const TemporaryFolder folder_;
   const std::filesystem::path path_ = folder_.path() / "config" / "nl.orvel.os" / "defaults.ini";
@@ -46,14 +47,14 @@ TEST_F(KeyFileDefaults, StoredValueSurvivesRestart) {
   open().setText("osURL", "https://os.test/");
   EXPECT_EQ(open().text("osURL"), "https://os.test/");
   EXPECT_EQ(contentsOf(path_), "[Defaults]\nosURL=https://os.test/\n");
-  EXPECT_FALSE(std::filesystem::exists(pathWith(".new")));
+  EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".new")));
 }
 
 TEST_F(KeyFileDefaults, FileAndFolderAreOnlyForOwner) {
   const ScopedUmask umask(0);
   write("");
-  // A write that was interrupted has left a temporary file.
-  std::ofstream(pathWith(".new")) << "partial";
+  // The temporary file of a process that was killed during a write.
+  std::ofstream(pathWithSuffix(".new")) << "partial";
   ASSERT_EQ(modeOf(path_.parent_path()), 0777U);
   open().setText("osURL", "https://os.test/");
   EXPECT_EQ(modeOf(path_), 0600U);
@@ -74,7 +75,7 @@ TEST_F(KeyFileDefaults, ValueOfAnyBytesIsReturnedUnchanged) {
                                        "caf\xC3\xA9 \xF0\x9F\x98\x80",
                                        "\xC3",
                                        "\xff\xfe\xC3\x28",
-                                       std::string("a\0b", 3),
+                                       "a\0b"s,
                                        everyByte,
                                        std::string(100'000, 'x')};
   for (const std::string &text : texts) {
@@ -84,7 +85,7 @@ TEST_F(KeyFileDefaults, ValueOfAnyBytesIsReturnedUnchanged) {
   }
 }
 
-TEST_F(KeyFileDefaults, AnyKeyIsAccepted) {
+TEST_F(KeyFileDefaults, KeyOfAnyBytesIsAccepted) {
   std::map<std::string, std::string> values;
   for (const char *key : {"osURL", "NSWindow Frame ORVELOSMain", " a ", "a=b", "a%3Db", "[a]", "#a",
                           "", "%", "key[nl]", "\xff", "a\nb"}) {
@@ -123,7 +124,7 @@ TEST_F(KeyFileDefaults, UnchangedFileIsReadOnce) {
     return bytesReadByThisThread() - before;
   };
   EXPECT_GT(bytesReadByLookup(), fileSize);
-  // The cache is not used in the first seconds after a change of the file.
+  // File systems round times, so the cache is used only some time after a change of the file.
   EXPECT_TRUE(eventually([&] { return bytesReadByLookup() < fileSize; }, std::chrono::seconds(60)));
 }
 
@@ -133,7 +134,7 @@ TEST_F(KeyFileDefaults, CreationEditAndRemovalOfFileAreSeen) {
   EXPECT_FALSE(std::filesystem::exists(path_.parent_path())) << "created by reading";
   write("[Defaults]\nosURL=first\n");
   EXPECT_EQ(defaults.text("osURL"), "first");
-  // The same size, so that the size does not reveal the change.
+  // The size of the file stays the same, so only its times reveal the change.
   write("[Defaults]\nosURL=other\n");
   EXPECT_EQ(defaults.text("osURL"), "other");
   std::filesystem::remove(path_);
@@ -152,7 +153,8 @@ TEST_F(KeyFileDefaults, ConcurrentWritersLoseNoValue) {
     threads.emplace_back([&, writer] {
       auto own = open();
       for (int number = 0; number < keysOfWriter; ++number) {
-        (number % 2 == 0 ? own : shared).setText(key(writer, number), "stored");
+        KeyFileUserDefaults &defaults = number % 2 == 0 ? own : shared;
+        defaults.setText(key(writer, number), "stored");
       }
     });
   }
@@ -164,19 +166,19 @@ TEST_F(KeyFileDefaults, ConcurrentWritersLoseNoValue) {
 }
 
 TEST_F(KeyFileDefaults, CorruptFileIsKeptUnderAnotherName) {
-  const std::string corrupt("[Defaults]\nosURL=x\n\0\0\0\0\0", 24);
+  const std::string corrupt = "[Defaults]\nosURL=x\n\0\0\0\0\0"s;
   write(corrupt);
   auto defaults = open();
   EXPECT_EQ(defaults.text("osURL"), std::nullopt);
   EXPECT_EQ(contentsOf(path_), corrupt);
   defaults.setText("osURL", "new");
   EXPECT_EQ(open().text("osURL"), "new");
-  EXPECT_EQ(contentsOf(pathWith(".damaged")), corrupt);
+  EXPECT_EQ(contentsOf(pathWithSuffix(".damaged")), corrupt);
 
   write("corrupt again");
   open().setText("osURL", "newer");
-  EXPECT_EQ(contentsOf(pathWith(".damaged")), corrupt);
-  EXPECT_EQ(contentsOf(pathWith(".damaged.2")), "corrupt again");
+  EXPECT_EQ(contentsOf(pathWithSuffix(".damaged")), corrupt);
+  EXPECT_EQ(contentsOf(pathWithSuffix(".damaged.2")), "corrupt again");
 }
 
 TEST_F(KeyFileDefaults, EntryWithMalformedEscapeIsAbsent) {
@@ -195,8 +197,8 @@ TEST_F(KeyFileDefaults, PipeInPlaceOfFileDoesNotBlock) {
   EXPECT_EQ(open().text("osURL"), "new");
 }
 
-TEST_F(KeyFileDefaults, UnwritableValueIsKeptInMemory) {
-  // A file in place of the folder, which fails for root as well.
+TEST_F(KeyFileDefaults, UnwritableValueIsKeptInMemoryAndWrittenWithNextChange) {
+  // A file in place of the folder. Missing permissions would not stop root.
   std::filesystem::create_directories(path_.parent_path().parent_path());
   std::ofstream(path_.parent_path()) << "in the way";
   auto defaults = open();
@@ -212,8 +214,8 @@ TEST_F(KeyFileDefaults, UnwritableValueIsKeptInMemory) {
 
 TEST_F(KeyFileDefaults, KillAtAnySystemCallLeavesOldOrNewValue) {
   open().setText("other", "kept");
-  int keptOld = 0;
-  int gotNew = 0;
+  int oldValues = 0;
+  int newValues = 0;
   const bool isTraceable =
       killAtEverySystemCall([this] { open().setText("osURL", "old"); },
                             [this] {
@@ -223,13 +225,13 @@ TEST_F(KeyFileDefaults, KillAtAnySystemCallLeavesOldOrNewValue) {
                             [&] {
                               const auto value = open().text("osURL");
                               EXPECT_TRUE(value == "old" || value == "new");
-                              ++(value == "old" ? keptOld : gotNew);
+                              ++(value == "old" ? oldValues : newValues);
                               EXPECT_EQ(open().text("other"), "kept");
-                              EXPECT_FALSE(std::filesystem::exists(pathWith(".damaged")));
+                              EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".damaged")));
                             });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
-  EXPECT_GT(keptOld, 1);
-  EXPECT_GT(gotNew, 1);
+  EXPECT_GT(oldValues, 1);
+  EXPECT_GT(newValues, 1);
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ struct ElfProgram {
     segments.resize(header.e_phnum);
     std::memcpy(segments.data(), &bytes[header.e_phoff], segments.size() * sizeof(segments[0]));
   }
+  /// Returns the first segment of a type, which must exist.
   ElfW(Phdr) & segmentOfType(ElfW(Word) type) {
     return *std::find_if(segments.begin(), segments.end(),
                          [type](const auto &segment) { return segment.p_type == type; });
@@ -45,8 +46,8 @@ struct ElfProgram {
 
 class LoadableProgram : public testing::Test {
  protected:
-  /// Returns the result for a program with these bytes. Fails the test if the check has
-  /// executed it.
+  /// Writes a program with these bytes and returns the result for it. Expects that the check has
+  /// not executed it.
   bool isLoadable(const std::string &bytes, bool isExecutable = true) {
     const std::string program = folder_.file("program", bytes, isExecutable);
     const bool loadable = isLoadableProgram(launcher_, program);
@@ -78,13 +79,14 @@ TEST_F(LoadableProgram, ProgramWithSpecialCharactersInPathIsLoadable) {
 }
 
 TEST_F(LoadableProgram, MissingDependencyIsRejected) {
+  // Each changes a name in the program to one that does not exist.
   EXPECT_FALSE(isLoadable(releaseProgramWith("libc.so.6", "libq.so.6"))) << "missing library";
   EXPECT_FALSE(isLoadable(releaseProgramWith("GLIBC_2.", "GLIBC_9."))) << "missing version";
   EXPECT_FALSE(isLoadable(releaseProgramWith("getpgid", "getpgix"))) << "missing symbol";
   EXPECT_FALSE(isLoadable(releaseProgramWith("/ld-", "/lx-"))) << "missing loader";
 }
 
-TEST_F(LoadableProgram, AnotherDynamicLoaderIsRejected) {
+TEST_F(LoadableProgram, ProgramOfAnotherDynamicLoaderIsRejected) {
   ElfProgram program;
   const auto &segment = program.segmentOfType(PT_INTERP);
   // A program that succeeds with any arguments.
@@ -94,7 +96,7 @@ TEST_F(LoadableProgram, AnotherDynamicLoaderIsRejected) {
   EXPECT_FALSE(isLoadable(program.bytes));
 }
 
-TEST_F(LoadableProgram, AnotherMachineOrWordSizeIsRejected) {
+TEST_F(LoadableProgram, ProgramOfAnotherMachineOrWordSizeIsRejected) {
   ElfProgram anotherMachine;
   anotherMachine.header.e_machine = EM_NONE;
   EXPECT_FALSE(isLoadable(anotherMachine.changed()));
@@ -104,6 +106,7 @@ TEST_F(LoadableProgram, AnotherMachineOrWordSizeIsRejected) {
 }
 
 TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
+  // A library has no PT_INTERP, and a static program has neither.
   for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
     ElfProgram program;
     program.segmentOfType(missingType).p_type = PT_NULL;
@@ -111,7 +114,8 @@ TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
   }
 }
 
-TEST_F(LoadableProgram, AuditLibraryIsRejected) {
+// The loader would run the constructors of the audit libraries that a program names.
+TEST_F(LoadableProgram, ProgramThatNamesAuditLibraryIsRejected) {
   ElfProgram program;
   const auto &section = program.segmentOfType(PT_DYNAMIC);
   std::vector<ElfW(Dyn)> entries(section.p_filesz / sizeof(ElfW(Dyn)));
@@ -127,21 +131,21 @@ TEST_F(LoadableProgram, AuditLibraryIsRejected) {
   }
 }
 
-TEST_F(LoadableProgram, MissingExecutePermissionIsRejected) {
-  EXPECT_FALSE(isLoadable(releaseProgram(), false));
-}
-
-TEST_F(LoadableProgram, ScriptOrTruncatedProgramIsRejected) {
-  const std::string mark = folder_.path() / "executed";
-  EXPECT_FALSE(isLoadable("#!/bin/sh\ntouch '" + mark + "'\n"));
+TEST_F(LoadableProgram, FileOtherThanWholeExecutableProgramIsRejected) {
+  const std::string executed = folder_.path() / "executed";
+  EXPECT_FALSE(isLoadable("#!/bin/sh\ntouch '" + executed + "'\n"));
+  EXPECT_FALSE(isLoadable(releaseProgram(), false)) << "without execute permission";
   EXPECT_FALSE(isLoadable(""));
   EXPECT_FALSE(isLoadable("\177ELF"));
   const std::string whole = releaseProgram();
-  for (const std::size_t size : {60U, 200U, 1000U}) EXPECT_FALSE(isLoadable(whole.substr(0, size)));
-  // Truncation after the last loaded segment would only remove debug information.
-  EXPECT_FALSE(
-      isLoadable(whole.substr(0, ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096)));
-  EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path()));
+  // The last size ends before the page of the dynamic section. More bytes may be enough, because
+  // the end of the file holds only debug information.
+  const std::size_t dynamicPage = ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096;
+  for (const std::size_t size :
+       {std::size_t{60}, std::size_t{200}, std::size_t{1000}, dynamicPage}) {
+    EXPECT_FALSE(isLoadable(whole.substr(0, size))) << size;
+  }
+  EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path())) << "a folder";
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path() / "missing"));
 }
 

@@ -6,11 +6,14 @@
 #include <utility>
 #include <vector>
 
+#include "base/property_list.h"
 #include "platform/linux/files/plist_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvel {
 namespace {
+
+using namespace std::string_literals;
 
 constexpr const char *plistHead =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -32,7 +35,7 @@ const std::string mixedEntries =
     "<key>List</key><array><string>x</string></array>"
     "<key>Dictionary</key><dict><key>Inner</key><string>x</string></dict>";
 
-TEST(PlistBundle, PropertiesAreThoseAtConstruction) {
+TEST(PlistBundle, InfoPlistIsReadOnceAtConstruction) {
   const TemporaryFolder folder;
   const auto write = [&](const std::string &version) {
     std::filesystem::create_directories(folder.path() / "Contents");
@@ -61,7 +64,7 @@ TEST(PlistFile, UnreadableOrOversizedFileIsRejected) {
   const TemporaryFolder folder;
   std::string list = dictionary(mixedEntries);
   EXPECT_EQ(readPlistTexts(folder.file("list", list)), parsePlistTexts(list));
-  list.resize(1'000'000, ' ');
+  list.resize(maxPropertyListSize + 1, ' ');
   for (const std::string &path :
        {folder.file("large", list), folder.file("empty", ""),
         folder.file("text", R"({"CFBundleIdentifier":"x"})"),
@@ -97,7 +100,7 @@ TEST(PlistFile, LastOfDuplicateKeysWins) {
             PlistTexts());
 }
 
-TEST(PlistFile, OtherTopLevelThanDictionaryIsRejected) {
+TEST(PlistFile, ListWithoutExactlyOneTopLevelDictionaryIsRejected) {
   for (const char *top : {"", "<array><string>x</string></array>", "<string>x</string>", "<true/>",
                           "<dict></dict><dict></dict>", "x<dict></dict>"}) {
     EXPECT_EQ(parsePlistTexts(plistHead + std::string(top) + "</plist>"), std::nullopt) << top;
@@ -116,7 +119,7 @@ TEST(PlistFile, InvalidEntriesAreRejected) {
       "<key>a</key>x<string>y</string>",
       "<key><b>a</b></key><string>x</string>",
       "<key>a</key><string>x<b>y</b></string>",
-      {"<key>a\0b</key><true/>", 21},
+      "<key>a\0b</key><true/>"s,
   };
   for (const std::string invalidUtf8OrNul :
        {"\xff", "\xc3", "\xed\xa0\x80", "\xf5\x80\x80\x80", "&#0;", "&#x0;", "&#xD800;"}) {
@@ -128,19 +131,12 @@ TEST(PlistFile, InvalidEntriesAreRejected) {
   }
 }
 
-TEST(PlistFile, TruncatedListIsRejectedAndCorruptListDoesNotCrash) {
+TEST(PlistFile, TruncatedListIsRejected) {
   const std::string whole = dictionary(mixedEntries);
   ASSERT_TRUE(parsePlistTexts(whole));
   // Without its final line feed the list is still complete.
   for (std::size_t length = 0; length + 1 < whole.size(); ++length) {
     EXPECT_EQ(parsePlistTexts(whole.substr(0, length)), std::nullopt) << length;
-  }
-  for (std::size_t at = 0; at < whole.size(); ++at) {
-    for (const char byte : {'\0', '\x7f', '\xff', '<', '\xd1'}) {
-      std::string corrupt = whole;
-      corrupt[at] = byte;
-      parsePlistTexts(corrupt);
-    }
   }
 }
 
@@ -149,11 +145,13 @@ TEST(PlistFile, EntityDeclarationOrBinaryFormatIsRejected) {
                             "<plist version=\"1.0\"><dict><key>a</key><string>&b;</string></dict>"
                             "</plist>"),
             std::nullopt);
+  // An empty dictionary in the binary format.
   EXPECT_EQ(parsePlistTexts("bplist00" + std::string("\xD0\x08", 2) + std::string(32, '\0')),
             std::nullopt);
 }
 
-TEST(PlistFile, DeepNestingIsParsed) {
+TEST(PlistFile, DeeplyNestedListIsParsed) {
+  // The list with 7,500 levels is almost as large as a list may be.
   for (const int depth : {500, 7'500}) {
     std::string opened;
     std::string closed;

@@ -7,7 +7,7 @@
 namespace orvel::posix_test {
 
 /// Returns the bytes of a program that this machine can start. When executed, it creates
-/// a file "executed" next to itself. It calls `getpgid` of libc.so.6.
+/// a file "executed" next to itself. It needs `getpgid` of libc.so.6.
 inline std::string releaseProgram() { return contentsOf(ORVELOS_RELEASE_PROGRAM); }
 
 /// Returns that program with every occurrence of a text replaced by one of equal length.

@@ -42,9 +42,8 @@ TEST_P(TemporaryFiles, FileIsReadableByPathAndMovable) {
 }
 
 TEST_P(TemporaryFiles, FileModeFollowsUmask) {
-  const mode_t mask = ::umask(027);
+  const ScopedUmask umask(027);
   EXPECT_EQ(moveFile(makeFile().path(), target_), MoveResult::moved);
-  ::umask(mask);
   EXPECT_EQ(fs::status(target_).permissions(), fs::perms(0640));
 }
 
@@ -53,7 +52,7 @@ TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
     GTEST_SKIP() << "seccomp filters are not permitted";
   }
   for (const bool hasHardLinks : {true, false}) {
-    const auto done = runInChild([&] {
+    const auto succeeded = runInChild([&] {
       if (!disableRenameNoReplace()) return false;
       TemporaryFile file = makeFile();
       const std::string taken = folder_.file("taken", "old");
@@ -65,7 +64,7 @@ TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
              contentsOf(taken) == "old" && moveFile(file.path(), target_) == MoveResult::moved &&
              contentsOf(target_) == "new";
     });
-    EXPECT_EQ(done, true) << (hasHardLinks ? "with hard links" : "without hard links");
+    EXPECT_EQ(succeeded, true) << (hasHardLinks ? "with hard links" : "without hard links");
     fs::remove(target_);
   }
 }
@@ -74,6 +73,7 @@ TEST_P(TemporaryFiles, FileIsRemovedOnDestructionAndOnExit) {
   EXPECT_TRUE(makeFile().write("contents"));
   EXPECT_TRUE(fs::is_empty(folder_.path()));
   runInChild([this] {
+    // Leaked, so that no destructor removes it.
     auto *file = new TemporaryFile(makeFile());
     file->write("contents");
     std::exit(0);

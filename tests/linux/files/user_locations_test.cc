@@ -22,21 +22,21 @@ TEST(UserLocations, OnlyFileWithExecutePermissionIsExecutable) {
 TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"/home/me", "/home/me"}, {"/home/me/", "/home/me"}, {"/home/me//", "/home/me"}, {"/", "/"}};
-  for (const auto &[variable, home] : rows) {
+  for (const auto &row : rows) {
     // In a child, because GLib reads HOME only once.
-    EXPECT_EQ(posix_test::runInChild([&variable = variable, &home = home] {
-                if (::setenv("HOME", variable.c_str(), 1) != 0) return false;
+    EXPECT_EQ(posix_test::runInChild([&row] {
+                ::setenv("HOME", row.first.c_str(), 1);
                 const UserLocations locations("/nowhere");
                 const std::string downloads = locations.downloads();
-                return locations.home() == home && downloads.starts_with('/') &&
+                return locations.home() == row.second && downloads.starts_with('/') &&
                        !downloads.ends_with('/');
               }),
               true)
-        << variable;
+        << row.first;
   }
 }
 
-TEST(UserLocations, NewOrExistingTemporaryFolderIsOnlyForOwner) {
+TEST(UserLocations, NewOrExistingTemporaryFolderGetsOwnerOnlyPermissions) {
   const TemporaryFolder folder;
   const std::string temporary = folder.path() / "of the" / "user";
   const UserLocations locations(temporary);

@@ -1,5 +1,6 @@
 // A stand-in for the program of a release. A constructor, which runs before main, creates the file
-// "executed" next to it. It calls getpgid(), so that a test can break the symbol of a library.
+// "executed" next to the program. It calls getpgid(), whose name a test replaces by that of a
+// missing function.
 
 #include <unistd.h>
 
