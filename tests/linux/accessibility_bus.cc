@@ -2,10 +2,8 @@
 
 #include <gio/gio.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -22,95 +20,93 @@ struct VariantRelease {
 };
 using Variant = std::unique_ptr<GVariant, VariantRelease>;
 
+constexpr const char *accessibleInterface = "org.a11y.atspi.Accessible";
+
 /// Some values of AtspiRole (atspi-constants.h). From GTK 4.10 on, an alert has the role alert.
 enum class Role : std::uint32_t { alert = 2, dialog = 16, label = 29, pushButton = 43 };
 
-/// An object on the accessibility bus. Its calls throw when they fail.
+/// An object on the accessibility bus. Its functions throw when a call over the bus fails.
 class Accessible {
  public:
-  Accessible(GDBusConnection *bus, std::string owner, std::string path)
-      : bus_(bus), owner_(std::move(owner)), path_(std::move(path)) {}
+  Accessible(std::shared_ptr<GDBusConnection> bus, std::string owner, std::string path)
+      : bus_(std::move(bus)), owner_(std::move(owner)), path_(std::move(path)) {}
 
   std::vector<Accessible> children() const {
-    const Variant reply = call("org.a11y.atspi.Accessible", "GetChildren", nullptr);
+    const Variant list = call(accessibleInterface, "GetChildren");
     std::vector<Accessible> found;
-    GVariantIter *each = nullptr;
-    g_variant_get(reply.get(), "(a(so))", &each);
-    const char *owner = nullptr;
-    const char *path = nullptr;
-    while (g_variant_iter_next(each, "(&s&o)", &owner, &path) != FALSE) {
+    for (gsize index = 0; index < g_variant_n_children(list.get()); ++index) {
+      const char *owner = nullptr;
+      const char *path = nullptr;
+      g_variant_get_child(list.get(), index, "(&s&o)", &owner, &path);
       found.emplace_back(bus_, owner, path);
     }
-    g_variant_iter_free(each);
     return found;
   }
   Role role() const {
-    std::uint32_t role = 0;
-    g_variant_get(call("org.a11y.atspi.Accessible", "GetRole", nullptr).get(), "(u)", &role);
-    return Role{role};
+    return Role{g_variant_get_uint32(call(accessibleInterface, "GetRole").get())};
   }
   std::string name() const {
-    const Variant reply = call("org.freedesktop.DBus.Properties", "Get",
-                               g_variant_new("(ss)", "org.a11y.atspi.Accessible", "Name"));
-    GVariant *value = nullptr;
-    g_variant_get(reply.get(), "(v)", &value);
-    const Variant owned(value);
-    return g_variant_get_string(value, nullptr);
+    const Variant boxed = call("org.freedesktop.DBus.Properties", "Get",
+                               g_variant_new("(ss)", accessibleInterface, "Name"));
+    const Variant name(g_variant_get_variant(boxed.get()));
+    return g_variant_get_string(name.get(), nullptr);
   }
   void activate() const { call("org.a11y.atspi.Action", "DoAction", g_variant_new("(i)", 0)); }
 
  private:
-  Variant call(const char *interface, const char *method, GVariant *arguments) const {
+  /// Calls a method and returns the only value of its reply.
+  Variant call(const char *interface, const char *method, GVariant *arguments = nullptr) const {
     GError *error = nullptr;
-    Variant reply(g_dbus_connection_call_sync(bus_, owner_.c_str(), path_.c_str(), interface,
-                                              method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE,
-                                              -1, nullptr, &error));
-    if (reply) return reply;
+    const Variant reply(g_dbus_connection_call_sync(bus_.get(), owner_.c_str(), path_.c_str(),
+                                                    interface, method, arguments, nullptr,
+                                                    G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error));
+    if (reply) return Variant(g_variant_get_child_value(reply.get(), 0));
     const std::string message = error->message;
     g_error_free(error);
     throw std::runtime_error(std::string(method) + ": " + message);
   }
 
-  GDBusConnection *bus_;
+  std::shared_ptr<GDBusConnection> bus_;
   std::string owner_;
   std::string path_;
 };
 
-struct Texts {
-  std::vector<std::string> labels;
-  std::vector<std::pair<std::string, Accessible>> buttons;
+/// The labels and buttons of an alert, in their order on the bus.
+struct AlertWidgets {
+  std::vector<Accessible> labels;
+  std::vector<Accessible> buttons;
 };
 
 /// Adds the labels and buttons below an object, without the labels of the buttons.
-void collect(const Accessible &parent, Texts &texts) {
+void addWidgetsBelow(const Accessible &parent, AlertWidgets &widgets) {
   for (const Accessible &child : parent.children()) {
     const Role role = child.role();
     if (role == Role::label) {
-      texts.labels.push_back(child.name());
+      widgets.labels.push_back(child);
     } else if (role == Role::pushButton) {
-      texts.buttons.emplace_back(child.name(), child);
+      widgets.buttons.push_back(child);
     } else {
-      collect(child, texts);
+      addWidgetsBelow(child, widgets);
     }
   }
 }
 
-/// Calls a function with the open alert.
-void withAlert(const std::string &address,
-               const std::function<void(const Accessible &)> &function) {
-  const auto bus = adopt(g_dbus_connection_new_for_address_sync(
+/// Waits for the open alert and returns its widgets.
+AlertWidgets waitForAlert(const std::string &address) {
+  const std::shared_ptr<GDBusConnection> bus = adopt(g_dbus_connection_new_for_address_sync(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, nullptr, nullptr));
-  const Accessible desktop(bus.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root");
+  const Accessible desktop(bus, "org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root");
+  AlertWidgets widgets;
   // GTK registers the application asynchronously.
   const bool found = posix_test::eventually(
       [&] {
         for (const Accessible &application : desktop.children()) {
           for (const Accessible &window : application.children()) {
             if (window.role() != Role::alert && window.role() != Role::dialog) continue;
-            function(window);
+            addWidgetsBelow(window, widgets);
             return true;
           }
         }
@@ -118,13 +114,15 @@ void withAlert(const std::string &address,
       },
       std::chrono::seconds(60));
   if (!found) throw std::runtime_error("no alert on the accessibility bus");
+  return widgets;
 }
 
 }  // namespace
 
 AccessibilityBus::AccessibilityBus() {
-  // The registry, which the bus starts, reads the address too. GTK 4.8 derives the paths of its
-  // accessibles from the path of the application on the session bus.
+  // The registry of accessible applications, which the bus starts, reads the address too. GTK 4.8
+  // derives the paths of its accessible objects from the path of the application on the session
+  // bus.
   for (const char *variable : {"AT_SPI_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
     ::setenv(variable, address_.c_str(), 1);
   }
@@ -148,32 +146,23 @@ AccessibilityBus::AccessibilityBus() {
 AccessibilityBus::~AccessibilityBus() { daemon_->terminate(); }
 
 ShownAlert AccessibilityBus::readAlert() const {
+  const auto [labels, buttons] = waitForAlert(address_);
   ShownAlert shown;
-  withAlert(address_, [&](const Accessible &alert) {
-    Texts texts;
-    collect(alert, texts);
-    // An alert without informative text has one label.
-    texts.labels.resize(2);
-    shown.message = texts.labels[0];
-    shown.information = texts.labels[1];
-    for (const auto &[caption, button] : texts.buttons) shown.buttons.push_back(caption);
-  });
+  shown.message = labels.at(0).name();
+  // An alert without informative text has one label.
+  if (labels.size() > 1) shown.information = labels[1].name();
   // GTK shows the buttons from the last to the first.
-  std::reverse(shown.buttons.begin(), shown.buttons.end());
+  for (auto button = buttons.rbegin(); button != buttons.rend(); ++button) {
+    shown.buttons.push_back(button->name());
+  }
   return shown;
 }
 
 void AccessibilityBus::pressButton(const std::string &caption) const {
-  withAlert(address_, [&](const Accessible &alert) {
-    Texts texts;
-    collect(alert, texts);
-    for (const auto &[name, button] : texts.buttons) {
-      if (name != caption) continue;
-      button.activate();
-      return;
-    }
-    throw std::runtime_error("the alert has no button " + caption);
-  });
+  for (const Accessible &button : waitForAlert(address_).buttons) {
+    if (button.name() == caption) return button.activate();
+  }
+  throw std::runtime_error("the alert has no button " + caption);
 }
 
 }  // namespace orvel

@@ -17,8 +17,8 @@ class AccessibilityBus {
   AccessibilityBus(const AccessibilityBus &) = delete;
   AccessibilityBus &operator=(const AccessibilityBus &) = delete;
 
-  // The next two functions wait until an alert is open. GTK answers them on the main thread, so
-  // they run on another thread while the main thread runs its main loop.
+  // The next two functions wait until an alert is open. GTK handles their calls on the main thread,
+  // so call them on another thread while the main thread runs its main loop.
 
   /// Returns the texts of the open alert, except for its default button.
   ShownAlert readAlert() const;

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <map>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -43,7 +42,7 @@ class TestHome {
   }
 
   std::filesystem::path bundle() const { return path() / "Contract.app"; }
-  /// The file to which the default application appends each of its arguments.
+  /// The file to which the default application appends each URL that it gets.
   std::filesystem::path openedListPath() const { return path() / "opened"; }
 
  private:
@@ -78,7 +77,8 @@ const AccessibilityBus &accessibilityBus() {
   return bus;
 }
 
-/// Sets the environment variables of GLib and GTK, which read them once. Returns the bundle.
+/// Sets the environment variables of GLib and GTK, which read them once. Returns the path of the
+/// bundle.
 std::filesystem::path prepareEnvironment(bool isAccessible) {
   const TestHome &home = testHome();
   if (isAccessible) accessibilityBus();
@@ -92,45 +92,25 @@ GtkWindow *requireOpenAlert() {
   return alert;
 }
 
-/// Kills the web processes: one runs the page, and WebKit may keep others for later pages. They are
-/// not children of this process, because the sandbox is between them.
-void killWebProcesses() {
-  struct Process {
-    std::string name;
-    pid_t parent = 0;
-  };
-  std::map<pid_t, Process> processes;
-  for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
-    // proc_pid_stat(5). A name with a space cannot be read and is not wanted.
-    std::ifstream stat(entry.path() / "stat");
-    pid_t id = 0;
-    Process process;
-    char state = 0;
-    if (stat >> id >> process.name >> state >> process.parent) processes[id] = process;
+/// Kills the web processes below a process: one runs the page, and WebKit may keep others for later
+/// pages. The processes of the sandbox are between them and this process.
+void killWebProcesses(pid_t process = ::getpid()) {
+  const std::filesystem::path folder = "/proc/" + std::to_string(process);
+  std::vector<pid_t> children;
+  // Each thread has a list of the processes that it has started (proc_tid_children(5)).
+  std::error_code processHasEnded;
+  for (const auto &thread : std::filesystem::directory_iterator(folder / "task", processHasEnded)) {
+    std::ifstream list(thread.path() / "children");
+    for (pid_t child = 0; list >> child;) children.push_back(child);
   }
-  for (const auto &[id, process] : processes) {
-    // The kernel truncates the name to 15 characters.
-    if (process.name != "(WebKitWebProces)") continue;
-    pid_t ancestor = id;
-    while (ancestor != 0 && ancestor != ::getpid()) ancestor = processes[ancestor].parent;
-    if (ancestor != 0) ::kill(id, SIGKILL);
-  }
+  for (const pid_t child : children) killWebProcesses(child);
+  std::string name;
+  std::getline(std::ifstream(folder / "comm"), name);
+  // The kernel truncates the name to 15 characters.
+  if (name == "WebKitWebProces") ::kill(process, SIGKILL);
 }
 
-/// Returns the widgets of a type in a widget and its descendants, in order. Does not search
-/// inside a widget of this type.
-std::vector<GtkWidget *> widgetsIn(GtkWidget *root, GType type) {
-  if (g_type_is_a(G_OBJECT_TYPE(root), type)) return {root};
-  std::vector<GtkWidget *> found;
-  for (GtkWidget *child = gtk_widget_get_first_child(root); child != nullptr;
-       child = gtk_widget_get_next_sibling(child)) {
-    const auto below = widgetsIn(child, type);
-    found.insert(found.end(), below.begin(), below.end());
-  }
-  return found;
-}
-
-/// Activates a window's shortcut for a key. Throws when it has none.
+/// Activates a window's shortcut for a key. Throws when the key has none.
 void activateShortcut(GtkWindow *window, guint key) {
   const auto wantedTrigger = adopt(gtk_keyval_trigger_new(key, GdkModifierType{}));
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));
@@ -185,9 +165,8 @@ class LinuxContractPlatform final : public ContractPlatform {
   }
 
   void typeInAlert(const std::string &text) override {
-    for (GtkWidget *field : widgetsIn(GTK_WIDGET(requireOpenAlert()), GTK_TYPE_ENTRY)) {
-      gtk_editable_set_text(GTK_EDITABLE(field), text.c_str());
-    }
+    // The text field of an alert has the focus from the start.
+    gtk_editable_set_text(GTK_EDITABLE(gtk_window_get_focus(requireOpenAlert())), text.c_str());
   }
 
   void pressButton(const std::string &caption) override {
@@ -224,16 +203,17 @@ class LinuxContractPlatform final : public ContractPlatform {
   void requestTermination() override { ::raise(SIGTERM); }
 
  private:
-  /// Calls a function on another thread and waits for its end. Forwards its exception.
+  /// Calls a function on another thread, and runs the main loop until the function has returned.
+  /// Throws the exception of the function.
   void callOnOtherThread(const std::function<void()> &function) {
-    auto end = std::async(std::launch::async, function);
+    auto result = std::async(std::launch::async, function);
     const auto isReady = [&] {
-      return end.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+      return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     };
-    // Without a limit: the function refers to variables of the caller.
+    // No limit for the whole wait, because the function refers to variables of the caller.
     while (!runUntil(isReady, std::chrono::seconds(60))) {
     }
-    end.get();
+    result.get();
   }
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
