@@ -20,6 +20,7 @@ bool hasProxy(const char *url) {
   return proxies && std::string(*proxies) != "direct://";
 }
 
+/// Sets an environment variable, or removes it when the value is absent.
 void setVariable(const char *name, const std::optional<std::string> &value) {
   ::unsetenv(name);
   if (value) ::setenv(name, value->c_str(), 1);
@@ -63,6 +64,7 @@ TEST(LoopbackProxyBypass, ResolverUsesProxyForOtherHostsOnly) {
       }
       setVariable("no_proxy", "excluded.test");
       setVariable("NO_PROXY", {});
+      // Another resolver, such as one that reads the settings of the desktop.
       if (!hasProxy("http://127.0.0.1:4767/")) posix_test::exitWithoutResult();
       bypassProxyForLoopback();
       return hasProxy(row.url) == row.hasProxy;

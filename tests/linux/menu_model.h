@@ -18,8 +18,8 @@ inline std::string menuAttribute(GMenuModel *menu, int index, const char *name) 
   return text ? text.get() : "";
 }
 
-/// Calls a function for each item of a menu, in order. Sections and submenus are items without
-/// an action; the items in them follow.
+/// Calls a function for each item of a menu, in order. A section or submenu is an item without
+/// an action, and its own items follow it.
 inline void forEachMenuItem(GMenuModel *menu,
                             const std::function<void(GMenuModel *menu, int index)> &visit) {
   for (int index = 0; index < g_menu_model_get_n_items(menu); ++index) {

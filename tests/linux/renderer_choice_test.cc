@@ -17,7 +17,8 @@ constexpr const char *variables[] = {"GSK_RENDERER", "GDK_DEBUG", "GDK_DISABLE",
                                      "WEBKIT_DISABLE_DMABUF_RENDERER",
                                      "WEBKIT_WEB_RENDER_DEVICE_FILE"};
 
-/// Selects renderers in an environment, and returns which of the variables then have a value.
+/// Sets the variables to those of an environment, selects renderers, and returns the variables that
+/// then have a value.
 Environment environmentAfter(const GraphicsHardware &hardware, unsigned gtkMinor,
                              const Environment &before = {}) {
   for (const char *name : variables) ::unsetenv(name);
@@ -30,11 +31,12 @@ Environment environmentAfter(const GraphicsHardware &hardware, unsigned gtkMinor
   return after;
 }
 
-TEST(RendererChoice, RenderNodeIsUsableGpuAndVersionFileIsNvidiaDriver) {
+TEST(RendererChoice, RenderNodeMeansUsableGpuAndVersionFileMeansNvidiaDriver) {
   const TemporaryFolder devices;
   const auto missing = devices.path() / "missing";
   EXPECT_EQ(detectGraphicsHardware(missing, missing), GraphicsHardware());
   EXPECT_FALSE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);
+  // A device that only the display server may use.
   devices.file("card0", "");
   EXPECT_FALSE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);
   devices.file("renderD128", "");
@@ -48,6 +50,7 @@ TEST(RendererChoice, WithoutUsableGpuNothingUsesGl) {
                        {"WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null"},
                        {"GDK_DEBUG", "gl-disable"}};
   EXPECT_EQ(environmentAfter({.hasUsableGpu = false}, 15), expected);
+  // GTK 4.16 introduced GDK_DISABLE.
   expected.erase("GDK_DEBUG");
   expected.emplace("GDK_DISABLE", "gl");
   EXPECT_EQ(environmentAfter({.hasUsableGpu = false}, 16), expected);

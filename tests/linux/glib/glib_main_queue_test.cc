@@ -21,14 +21,14 @@ void iterateUntil(const Condition &condition) {
 TEST(GlibMainQueue, NestedMainLoopRunsPostedAndDelayedAndRepeatedWork) {
   GlibMainQueue queue;
   std::vector<int> order;
-  bool delayed = false;
-  int repeated = 0;
-  queue.every(milliseconds(5), [&] { ++repeated; });
+  bool delayedWorkRan = false;
+  int repetitions = 0;
+  queue.every(milliseconds(5), [&] { ++repetitions; });
   queue.post([&] {
     order.push_back(1);
     queue.post([&] { order.push_back(3); });
-    queue.after(milliseconds(20), [&] { delayed = true; });
-    iterateUntil([&] { return delayed && order.size() == 3 && repeated > 2; });
+    queue.after(milliseconds(20), [&] { delayedWorkRan = true; });
+    iterateUntil([&] { return delayedWorkRan && order.size() == 3 && repetitions > 2; });
     order.push_back(4);
   });
   queue.post([&] { order.push_back(2); });
@@ -60,14 +60,15 @@ TEST(GlibMainQueue, MissedRepetitionsAreSkipped) {
   GlibMainQueue queue;
   int runs = 0;
   queue.every(milliseconds(20), [&] { ++runs; });
+  // Ten intervals pass before the main loop runs.
   std::this_thread::sleep_for(milliseconds(210));
-  bool last = false;
-  queue.post([&] { last = true; });
-  iterateUntil([&] { return last; });
+  bool postedWorkRan = false;
+  queue.post([&] { postedWorkRan = true; });
+  iterateUntil([&] { return postedWorkRan; });
   EXPECT_EQ(runs, 1);
 }
 
-TEST(GlibMainQueue, FinishedAndDroppedWorkIsReleased) {
+TEST(GlibMainQueue, FinishedWorkAndPendingWorkOfDestroyedQueueAreReleased) {
   const auto captured = std::make_shared<int>(1);
   {
     GlibMainQueue queue;

@@ -14,10 +14,11 @@ namespace orvel {
 namespace {
 
 /// A signal handler that counts its calls.
-void count(int *calls) { ++*calls; }
+void countCall(int *calls) { ++*calls; }
 
 class SignalConnections : public testing::Test {
  protected:
+  /// Emits the signal "action-added".
   void emit() { g_action_group_action_added(G_ACTION_GROUP(emitter_.get()), "action"); }
 
   int calls_ = 0;
@@ -27,9 +28,9 @@ class SignalConnections : public testing::Test {
 TEST_F(SignalConnections, DestructionAndAssignmentDisconnectHandler) {
   int newCalls = 0;
   {
-    SignalConnection connection(emitter_.get(), "action-added", &calls_, count);
+    SignalConnection connection(emitter_.get(), "action-added", &calls_, countCall);
     emit();
-    connection = SignalConnection(emitter_.get(), "action-added", &newCalls, count);
+    connection = SignalConnection(emitter_.get(), "action-added", &newCalls, countCall);
     emit();
   }
   emit();
@@ -38,20 +39,21 @@ TEST_F(SignalConnections, DestructionAndAssignmentDisconnectHandler) {
 }
 
 TEST_F(SignalConnections, MovedConnectionStaysConnected) {
+  // Moves its connections when it grows.
   std::vector<SignalConnection> connections;
   for (int number = 0; number < 10; ++number) {
-    connections.emplace_back(emitter_.get(), "action-added", &calls_, count);
+    connections.emplace_back(emitter_.get(), "action-added", &calls_, countCall);
   }
   emit();
   EXPECT_EQ(calls_, 10);
 }
 
 TEST_F(SignalConnections, EmitterMayBeDestroyedFirst) {
-  SignalConnection connection(emitter_.get(), "action-added", &calls_, count);
+  SignalConnection connection(emitter_.get(), "action-added", &calls_, countCall);
   gpointer emitter = emitter_.get();
   g_object_add_weak_pointer(G_OBJECT(emitter_.get()), &emitter);
   emitter_.reset();
-  EXPECT_EQ(emitter, nullptr);
+  EXPECT_EQ(emitter, nullptr) << "the connection keeps the emitter alive";
   connection = SignalConnection();
   EXPECT_EQ(calls_, 0);
 }

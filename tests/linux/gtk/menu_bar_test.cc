@@ -1,4 +1,4 @@
-// The menus of the application as GTK menus and shortcuts.
+// The menus of the application as GTK menus and keys.
 
 #include "app/menu_bar.h"
 
@@ -37,7 +37,7 @@ TEST(GtkCommands, ItemsOfEditMenuAreEditingCommands) {
   }
 }
 
-TEST(GtkMenuBar, MenuHasLabelAndSectionAndKeyAndCommandOfEveryItem) {
+TEST(GtkMenuBar, ItemsHaveLabelsSectionsKeysAndCommands) {
   ASSERT_TRUE(gtk_init_check());
   GtkWidget *window = gtk_window_new();
   std::vector<MenuAction> commands;
@@ -57,6 +57,7 @@ TEST(GtkMenuBar, MenuHasLabelAndSectionAndKeyAndCommandOfEveryItem) {
                     if (!key.empty()) items.back() += " " + key;
                     const std::string action = menuAttribute(menu, index, G_MENU_ATTRIBUTE_ACTION);
                     if (action.empty()) return;
+                    // Appends the command to `commands`.
                     GVariant *command = g_menu_model_get_item_attribute_value(
                         menu, index, G_MENU_ATTRIBUTE_TARGET, nullptr);
                     gtk_widget_activate_action_variant(window, action.c_str(), command);

@@ -21,7 +21,8 @@ namespace orvel {
 namespace {
 
 TEST(WindowFrame, StoredFrameIsParsed) {
-  for (const WindowFrame &frame : {WindowFrame{1200, 800, false}, WindowFrame{1920, 1053, true}}) {
+  for (const bool maximised : {false, true}) {
+    const WindowFrame frame{1920, 1053, maximised};
     EXPECT_EQ(parseFrame(frameText(frame)), frame) << frameText(frame);
   }
   EXPECT_EQ(frameText({1200, 800, true}), "1200 800 maximised");
@@ -34,7 +35,7 @@ TEST(WindowFrame, MalformedTextIsRejected) {
   }
 }
 
-/// A program that runs during a test and ends with this object.
+/// A program that is started by the constructor and killed by the destructor.
 class RunningProgram {
  public:
   explicit RunningProgram(const std::vector<const char *> &commandLine) {
@@ -58,16 +59,18 @@ class RunningProgram {
 
 class MainWindow : public testing::Test {
  protected:
-  GtkWindow *makeWindow(const std::string &storedFrame, int minimumWidth = 400,
-                        int minimumHeight = 300, bool isTitleVisible = false) {
-    platform->interfaces().defaults.setText("ContractFrame", storedFrame);
-    WindowConfiguration configuration;
+  MainWindow() {
     configuration.contentRect = screen();
     configuration.title = "Orvel OS";
-    configuration.titleVisible = isTitleVisible;
-    configuration.minimumWidth = minimumWidth;
-    configuration.minimumHeight = minimumHeight;
-    configuration.frameAutosaveName = "ContractFrame";
+    configuration.titleVisible = false;
+    configuration.minimumWidth = 400;
+    configuration.minimumHeight = 300;
+    configuration.frameAutosaveName = "TestFrame";
+  }
+
+  /// Stores a frame, as an earlier run does, and creates the window of the configuration.
+  GtkWindow *makeWindow(const std::string &storedFrame = "") {
+    platform->interfaces().defaults.setText("TestFrame", storedFrame);
     auto made = platform->interfaces().windows.create(configuration, {}, delegate);
     view = std::move(made.web);
     window = std::move(made.window);
@@ -96,6 +99,7 @@ class MainWindow : public testing::Test {
   }
 
   std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
+  WindowConfiguration configuration;
   PermissiveDelegate delegate;
   std::unique_ptr<WebView> view;
   std::unique_ptr<Window> window;
@@ -110,6 +114,7 @@ TEST_F(MainWindow, FirstFrameIsStoredFrameWithinLimitsOrContentRectangle) {
   };
   for (const auto &[stored, frame] : rows) {
     EXPECT_EQ(frameOf(makeWindow(stored)), frame) << stored;
+    // Before it can overwrite the stored frame of the next row.
     window.reset();
   }
 }
@@ -120,19 +125,20 @@ TEST_F(MainWindow, ThemeIsAlwaysDark) {
   GParamSpec *property = g_object_class_find_property(G_OBJECT_GET_CLASS(settings), dark);
   EXPECT_TRUE(G_PARAM_SPEC_BOOLEAN(property)->default_value);
 
-  makeWindow("");
+  makeWindow();
+  // As a change of the desktop's theme does.
   g_object_set(settings, dark, FALSE, nullptr);
   gboolean isDark = FALSE;
   g_object_get(settings, dark, &isDark, nullptr);
   EXPECT_TRUE(isDark);
 }
 
-TEST_F(MainWindow, ChangedFrameIsStored) {
+TEST_F(MainWindow, ResizedWindowStoresFrame) {
   GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
   gtk_window_set_default_size(handle, 500, 400);
   EXPECT_TRUE(platform->runUntil(
-      [&] { return platform->interfaces().defaults.text("ContractFrame") == "500 400"; }));
+      [&] { return platform->interfaces().defaults.text("TestFrame") == "500 400"; }));
 }
 
 TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
@@ -141,7 +147,7 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
   const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
-  // A virtual screen ignores the timings of a mode.
+  // A mode of 320 x 240 pixels. The other numbers are timings, which a virtual screen ignores.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
@@ -152,11 +158,13 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
 TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   const WindowFrame size = screenSize();
   const WindowFrame minimum{size.width - 100, size.height - 100};
-  GtkWindow *handle = makeWindow("", minimum.width, minimum.height);
+  configuration.minimumWidth = minimum.width;
+  configuration.minimumHeight = minimum.height;
+  GtkWindow *handle = makeWindow();
   window->makeKeyAndOrderFront();
   EXPECT_EQ(minimumOf(handle), minimum);
 
-  // An XSettings daemon announces the scale, as on a desktop. It reads its file again on SIGHUP.
+  // An XSettings daemon announces the scale, as on a desktop. SIGHUP makes it read its file again.
   const TemporaryFolder folder;
   const std::string file = folder.file("xsettings", "Gdk/WindowScalingFactor 2\n");
   RunningProgram daemon({"xsettingsd", "-c", file.c_str()});
@@ -167,43 +175,45 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
 }
 
-/// A window manager that keeps 30 points free at the top of the screen, like for a panel. It
-/// starts before GTK opens the display, because GDK looks for one at most every 15 seconds.
-class Panel {
+/// A window manager that keeps 30 points free at the top of the screen, as for a panel. GDK looks
+/// for a window manager at most every 15 seconds, so this one starts before GTK opens the display.
+class WindowManagerWithPanel {
  protected:
   const TemporaryFolder folder;
   const std::string file = folder.file("rc.xml",
                                        "<openbox_config xmlns='http://openbox.org/3.4/rc'>"
                                        "<margins><top>30</top></margins></openbox_config>");
   const RunningProgram windowManager{{"openbox", "--config-file", file.c_str()}};
-  const bool isRunning =
+  const bool hasReservedPanel =
       std::system(
           "timeout 60 sh -c "
           "'until xprop -root _NET_WORKAREA | grep -q 30; do sleep 0.05; done'") == 0;
 };
 
-class MainWindowBelowPanel : public Panel, public MainWindow {};
+class MainWindowBelowPanel : public WindowManagerWithPanel, public MainWindow {};
 
 TEST_F(MainWindowBelowPanel, MinimumSizeIsLimitedToWorkArea) {
-  ASSERT_TRUE(isRunning);
+  ASSERT_TRUE(hasReservedPanel);
   GdkRectangle whole;
   gdk_monitor_get_geometry(mainMonitor(gdk_display_get_default()).get(), &whole);
   const WindowFrame belowPanel{whole.width, whole.height - 30};
   EXPECT_EQ(screen().y, 30);
   EXPECT_EQ(screenSize(), belowPanel);
-  EXPECT_EQ(minimumOf(makeWindow("", whole.width, whole.height)), belowPanel);
+  configuration.minimumWidth = whole.width;
+  configuration.minimumHeight = whole.height;
+  EXPECT_EQ(minimumOf(makeWindow()), belowPanel);
 }
 
 TEST_F(MainWindow, TitleIsShownOnlyWhenConfigured) {
   for (const bool isTitleVisible : {false, true}) {
-    auto *header =
-        GTK_HEADER_BAR(gtk_window_get_titlebar(makeWindow("", 400, 300, isTitleVisible)));
+    configuration.titleVisible = isTitleVisible;
+    auto *header = GTK_HEADER_BAR(gtk_window_get_titlebar(makeWindow()));
     // Without a title widget a header bar shows the title of the window.
     EXPECT_EQ(gtk_header_bar_get_title_widget(header) == nullptr, isTitleVisible);
   }
 }
 
-TEST_F(MainWindow, TextFieldOfAlertHasItsWidthAndIsSelected) {
+TEST_F(MainWindow, TextFieldOfAlertHasRequestedWidthAndIsSelected) {
   Alert question;
   question.messageText = "Address";
   question.buttons = {"Save", "Cancel"};

@@ -17,7 +17,8 @@ class MediaType : public testing::Test {
   ~MediaType() override { g_content_type_set_mime_dirs(nullptr); }
 
  protected:
-  /// Adds a type to a folder of the database (Shared MIME-info Database, section 2.2).
+  /// Adds a type with glob elements to a folder of the database (Shared MIME-info Database,
+  /// section 2.2).
   void describe(const std::string &folder, const std::string &type, const std::string &globs) {
     const auto path = folder_.path() / folder / (type + ".xml");
     std::filesystem::create_directories(path.parent_path());
@@ -43,12 +44,12 @@ TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
   EXPECT_EQ(extensionOf("a/b"), "one");
   // The default weight is 50.
   describe("user", "a/b", R"(<glob pattern="*.own"/>)");
-  EXPECT_EQ(extensionOf("a/b"), "one");
+  EXPECT_EQ(extensionOf("a/b"), "one") << "another extension with the same weight";
   describe("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "own");
 }
 
-TEST_F(MediaType, PatternsOtherThanExtensionsAreIgnored) {
+TEST_F(MediaType, OnlyPatternsOfExtensionsCount) {
   describe("system", "a/b",
            "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"
            "<glob pattern=\"*.[0-9]\"/><glob pattern=\"*.x*\"/><glob pattern=\"*./../x\"/>"
@@ -73,7 +74,8 @@ TEST_F(MediaType, CaseAndParametersAreIgnored) {
   }
 }
 
-TEST_F(MediaType, TypeCannotNameFileOutsideDatabase) {
+TEST_F(MediaType, TypeThatNamesOtherFileIsUnknown) {
+  // A file next to the folders of the database.
   describe("", "b", "<glob pattern=\"*.one\"/>");
   describe("system", "a/b", "<glob pattern=\"*.one\"/>");
   for (const char *type : {"", "/", "a", "a/", "/b", "../b", "./b", "a/../b", "a//b", "a/b/", ".",
@@ -82,7 +84,7 @@ TEST_F(MediaType, TypeCannotNameFileOutsideDatabase) {
   }
 }
 
-TEST_F(MediaType, MissingDatabaseLeavesExtensionAbsent) {
+TEST_F(MediaType, MissingDatabaseHasNoExtension) {
   EXPECT_EQ(extensionOf("text/plain"), std::nullopt);
 }
 

@@ -1,4 +1,4 @@
-// Download tasks on real sockets: the file, and that a failed download leaves no file.
+// Download tasks on real sockets: the file of a download, and that a failure leaves no file.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -27,8 +27,8 @@ struct Result {
 
 class SoupHttpDownload : public testing::Test {
  protected:
-  /// Downloads a file and moves it to `target_`. Waits for the completion.
-  Result fetch(SoupHttpSession &session, const UrlRequest &request) const {
+  /// Downloads a file, moves it to `target_` in the completion, and waits for the completion.
+  Result fetchAndMove(SoupHttpSession &session, const UrlRequest &request) const {
     const auto promise = std::make_shared<std::promise<Result>>();
     session.downloadTask(request, [promise, this](const Download &download) {
       Result result{.hasFile = download.file.has_value(), .name = download.suggestedFilename};
@@ -37,7 +37,9 @@ class SoupHttpDownload : public testing::Test {
     });
     return promise->get_future().get();
   }
-  Result fetch(const LoopbackServer &server) { return fetch(session_, requestOf(server.url())); }
+  Result fetchAndMove(const LoopbackServer &server) {
+    return fetchAndMove(session_, requestOf(server.url()));
+  }
   bool folderIsEmpty() const { return fs::is_empty(folder_.path()); }
 
   const TemporaryFolder folder_;
@@ -48,9 +50,10 @@ class SoupHttpDownload : public testing::Test {
 TEST_F(SoupHttpDownload, BodyOfEverySizeIsWritten) {
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 5'000'000U}) {
     std::string body(size, '\0');
+    // Bytes that differ from block to block.
     for (std::size_t at = 0; at < size; ++at) body[at] = static_cast<char>(at * 31 / 7);
     const LoopbackServer server(respondWith(okResponse(body)));
-    EXPECT_EQ(fetch(server).moved, MoveResult::moved) << size;
+    EXPECT_EQ(fetchAndMove(server).moved, MoveResult::moved) << size;
     EXPECT_EQ(contentsOf(target_), body) << size;
     EXPECT_EQ(entryCount(folder_.path()), 1) << size;
     fs::remove(target_);
@@ -61,13 +64,14 @@ TEST_F(SoupHttpDownload, TruncatedBodyLeavesNoFile) {
   const std::string block(100'000, 'x');
   for (const std::string &bytes :
        {"HTTP/1.1 200 OK\r\nContent-Length: 200000\r\n\r\n" + block,
+        // A whole chunk of 100,000 bytes, without the empty chunk that ends the body.
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n186A0\r\n" + block + "\r\n",
         std::string("HTTP/1.1 200 OK\r\nContent-Le"), std::string()}) {
     const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
       client.shutDownSending();
     });
-    EXPECT_FALSE(fetch(server).hasFile);
+    EXPECT_FALSE(fetchAndMove(server).hasFile);
     EXPECT_TRUE(folderIsEmpty());
   }
 }
@@ -76,31 +80,31 @@ TEST_F(SoupHttpDownload, StalledBodyTimesOutAndLeavesNoFile) {
   const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
   UrlRequest request = requestOf(server.url());
   request.timeout = milliseconds(300);
-  EXPECT_FALSE(fetch(session_, request).hasFile);
+  EXPECT_FALSE(fetchAndMove(session_, request).hasFile);
   EXPECT_TRUE(folderIsEmpty());
 }
 
 TEST_F(SoupHttpDownload, ContentDispositionOrFinalUrlNamesDownload) {
   const std::string disposition = "Content-Disposition: attachment; filename=\"a/b.csv\"\r\n";
   const LoopbackServer named(respondWith(okResponse("x", disposition)));
-  EXPECT_EQ(fetch(named).name, "a/b.csv");
+  EXPECT_EQ(fetchAndMove(named).name, "a/b.csv");
   fs::remove(target_);
   const LoopbackServer unnamed(respondWith(okResponse("x")));
   const LoopbackServer server(respondWith(redirectTo(unnamed.url("/elsewhere/file.txt"))));
-  EXPECT_EQ(fetch(server).name, "file.txt");
+  EXPECT_EQ(fetchAndMove(server).name, "file.txt");
 }
 
 TEST_F(SoupHttpDownload, WithoutWritableFolderNoRequestIsSent) {
   const LoopbackServer server(respondWith(okResponse("x")));
   SoupHttpSession session({folder_.path() / "missing"});
-  EXPECT_FALSE(fetch(session, requestOf(server.url())).hasFile);
+  EXPECT_FALSE(fetchAndMove(session, requestOf(server.url())).hasFile);
   EXPECT_TRUE(server.heads().empty());
 }
 
 TEST_F(SoupHttpDownload, FullDiskLeavesNoFile) {
   const LoopbackServer server(respondWith(okResponse(std::string(300'000, 'x'))));
   const FullDisk fullDisk(100'000);
-  EXPECT_FALSE(fetch(server).hasFile);
+  EXPECT_FALSE(fetchAndMove(server).hasFile);
   EXPECT_TRUE(folderIsEmpty());
 }
 
@@ -134,8 +138,9 @@ TEST_F(SoupHttpDownload, BodyIsNotHeldInMemory) {
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
   };
   const std::size_t before = peakMemory();
-  EXPECT_EQ(fetch(server).moved, MoveResult::moved);
+  EXPECT_EQ(fetchAndMove(server).moved, MoveResult::moved);
   EXPECT_EQ(fs::file_size(target_), bodySize);
+  // Far less than the body, with room for the buffers of the sockets and the allocator.
   EXPECT_LT(peakMemory() - before, bodySize / 10);
 }
 

@@ -42,7 +42,9 @@ TEST_F(SoupHttpRequest, FieldValuesAreSentByteForByte) {
                      {"X-Lower-case", "  two blanks"},
                      {"Cookie", "a=b; c=d"}};
   const std::string head = headOf(request);
-  for (const auto &[name, value] : request.headers) EXPECT_EQ(headerField(head, name), " " + value);
+  for (const auto &[name, value] : request.headers) {
+    EXPECT_EQ(headerField(head, name), " " + value) << name;
+  }
 }
 
 TEST_F(SoupHttpRequest, ReloadPolicySendsNoCache) {
@@ -75,7 +77,7 @@ TEST_F(SoupHttpRequest, RequestWithInvalidFieldIsNotSent) {
   EXPECT_TRUE(server_.heads().empty());
 }
 
-TEST_F(SoupHttpRequest, AddressOtherThanHttpFails) {
+TEST_F(SoupHttpRequest, AddressOtherThanHttpUrlFails) {
   for (const char *address :
        {"ftp://127.0.0.1/", "file:///etc/hostname", "data:text/plain,x", "mailto:a@b", "a/b", "/a",
         "http://", "http:foo", "", "http://127.0.0.1:99999/", "resource:///org/gtk"}) {
@@ -101,7 +103,7 @@ TEST_F(SoupHttpRequest, ResponsesAreNotCached) {
   EXPECT_EQ(headerField(server.heads()[1], "If-None-Match"), "(absent)");
 }
 
-TEST_F(SoupHttpRequest, EndlessRedirectFails) {
+TEST_F(SoupHttpRequest, EndlessRedirectFailsAfterAtMostTwentyRedirects) {
   const LoopbackServer server(respondWith(redirectTo("/again")));
   EXPECT_EQ(fetch(session_, server.url()).status, std::nullopt);
   EXPECT_LE(server.heads().size(), 21U);

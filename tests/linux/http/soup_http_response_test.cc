@@ -18,7 +18,7 @@ const std::string gzipField = "Content-Encoding: gzip\r\n";
 
 class SoupHttpResponse : public testing::Test {
  protected:
-  /// Returns the reply when the server sends the bytes and closes the connection.
+  /// Fetches from a server that sends the bytes and closes the connection.
   HttpReplies::Reply replyTo(const std::string &bytes) {
     const LoopbackServer server(respondWith(bytes));
     return fetch(session_, server.url());
@@ -61,7 +61,7 @@ TEST_F(SoupHttpResponse, BodyIsCompleteInEveryFraming) {
   expectReply("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + okResponse("x"), 200, "x");
 }
 
-TEST_F(SoupHttpResponse, OnlyWholeGzipBodyIsDecoded) {
+TEST_F(SoupHttpResponse, CompleteGzipBodyIsDecodedAndOtherEncodedBodyFails) {
   // "contents", compressed with gzip.
   const std::string packed(
       "\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\x4b\xce\xcf\x2b"
@@ -69,12 +69,13 @@ TEST_F(SoupHttpResponse, OnlyWholeGzipBodyIsDecoded) {
       28);
   expectReply(okResponse(packed, gzipField), 200, "contents");
   expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "contents");
-  // Without the content coding the body is a file of its own.
+  // Without the content coding, the body is a compressed file and is not decoded.
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
     expectResponseWithoutBody(okResponse(packed.substr(0, size), gzipField));
   }
   std::string wrongChecksum = packed;
+  // The checksum and the length are the last eight bytes (RFC 1952, 2.3).
   wrongChecksum[packed.size() - 8] ^= 1;
   expectResponseWithoutBody(okResponse(wrongChecksum, gzipField));
   expectResponseWithoutBody(okResponse("body", "Content-Encoding: br\r\n"));
@@ -158,6 +159,7 @@ TEST_F(SoupHttpResponse, OversizedBodyGivesResponseWithoutBody) {
 }
 
 TEST_F(SoupHttpResponse, EndlessHeadFails) {
+  // Many lines, and one line that does not end.
   for (const std::string line : {"X-Field: x\r\n", "x"}) {
     std::string block;
     while (block.size() < 100'000) block += line;

@@ -70,6 +70,7 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
     if (head.starts_with("GET /begun ")) client.send("HTTP/1.1 200 OK\r\n\r\nabc");
     client.waitForClose();
   });
+  // Requests that wait for a head, a body, a connection and a name, and one that is not sent.
   const std::vector<std::string> addresses{server.url("/silent"), server.url("/begun"),
                                            unresponsiveUrl(), "http://name.invalid/", "ftp://x"};
   for (int round = 0; round < 20; ++round) {
@@ -86,6 +87,7 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
       // Each round cancels the requests at another stage.
       std::this_thread::sleep_for(milliseconds(round));
     }
+    // The destructor has waited for the completions.
     const auto all = replies.wait(0);
     ASSERT_EQ(all.size(), 25U);
     for (const auto &reply : all) EXPECT_EQ(reply.body, std::nullopt);
@@ -93,7 +95,7 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
   }
 }
 
-TEST(SoupHttpSession, DestructionWaitsForBlockingCompletion) {
+TEST(SoupHttpSession, DestructionWaitsForBlockingCompletionAndItsRequest) {
   const LoopbackServer server(respondWith(okResponse()));
   HttpReplies replies;
   std::promise<void> blocking;
@@ -105,7 +107,8 @@ TEST(SoupHttpSession, DestructionWaitsForBlockingCompletion) {
     own->dataTask(requestOf(server.url()), replies.completion("started by a completion"));
   });
   blocking.get_future().wait();
-  session->dataTask(requestOf(server.url()), replies.completion("waiting behind it"));
+  session->dataTask(requestOf(server.url()),
+                    replies.completion("started while the completion blocks"));
   std::thread destruction([&] { session.reset(); });
   released.set_value();
   destruction.join();

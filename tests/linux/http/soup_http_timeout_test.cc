@@ -42,6 +42,7 @@ TEST(SoupHttpTimeout, ConnectingAndMissingOrStalledHeadTimeOut) {
 TEST(SoupHttpTimeout, EveryByteRestartsTimeout) {
   std::promise<void> silentRequestEnded;
   const auto ended = silentRequestEnded.get_future().share();
+  // Sends a byte every 40 ms, far more often than the timeout of 1 s requires.
   const auto sendSlowly = [&ended](LoopbackConnection &client) {
     while (ended.wait_for(milliseconds(40)) == std::future_status::timeout) client.send("x");
   };
@@ -55,7 +56,7 @@ TEST(SoupHttpTimeout, EveryByteRestartsTimeout) {
   });
   HttpReplies replies;
   SoupHttpSession session;
-  // The silent request is the last one, so the others would have timed out before it.
+  // The silent request starts last. Without restarts the others would time out before it.
   for (const std::string name : {"/slow-head", "/slow-body", "/silent"}) {
     session.dataTask(requestWithTimeout(server.url(name), milliseconds(1000)),
                      replies.completion(name));
@@ -66,7 +67,9 @@ TEST(SoupHttpTimeout, EveryByteRestartsTimeout) {
   EXPECT_EQ(first[0].name, "/silent");
   const auto all = replies.wait(3);
   ASSERT_EQ(all.size(), 3U);
-  for (const auto &reply : all) EXPECT_EQ(reply.body.has_value(), reply.name != "/silent");
+  for (const auto &reply : all) {
+    EXPECT_EQ(reply.body.has_value(), reply.name != "/silent") << reply.name;
+  }
 }
 
 TEST(SoupHttpTimeout, ResponsesAreReadInTimeWhileCompletionBlocks) {
@@ -85,7 +88,7 @@ TEST(SoupHttpTimeout, ResponsesAreReadInTimeWhileCompletionBlocks) {
   const auto request = requestWithTimeout(server.url(), milliseconds(500));
   session.dataTask(request, [&](const DataReply &) {
     session.dataTask(request, replies.completion());
-    // Started last, so the others would have timed out before it.
+    // Starts last. If the session did not read, the others would time out before it.
     session.dataTask(requestWithTimeout(server.url("/silent"), request.timeout),
                      silent.completion());
     silentRequestTimedOut.get_future().wait_for(std::chrono::seconds(60));
