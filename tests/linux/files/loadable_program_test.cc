@@ -61,7 +61,7 @@ class LoadableProgram : public testing::Test {
 
 TEST_F(LoadableProgram, ProgramBuiltForThisMachineIsLoadable) {
   EXPECT_TRUE(isLoadable(releaseProgram()));
-  // Control: an execution of the program would be detected.
+  // As a control, an execution of the program is detected.
   const std::string path = folder_.file("program", releaseProgram(), true);
   EXPECT_EQ(run(launcher_, program(path)).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder_.path() / "executed"));

@@ -1,6 +1,6 @@
-// Navigations of the main frame that the policy cancels. The server must not receive a
-// request, in whatever way the page starts the navigation. Some pages have a sub-frame, which
-// the view must not take for the target of the navigation.
+// Navigations of the main frame that the policy cancels. The server must not receive a request,
+// however the page starts the navigation. Some pages have a sub-frame, because the view must not
+// mistake it for the target of the navigation.
 
 #include "tests/linux/webkit/page.h"
 
@@ -9,6 +9,8 @@ namespace {
 
 class MainFrame : public PageTest {
  protected:
+  /// Waits until a navigation of the main frame is cancelled. Expects no request for it, and no
+  /// other effect.
   void expectCancelledWithoutRequest(const std::string &address) {
     expectCancelled({"mainFrame " + address});
     EXPECT_EQ(requestsTo("/file/"), Strings());
@@ -88,7 +90,7 @@ TEST_F(MainFrame, CancelledNavigationFiresNoUnloadEvents) {
   evaluate("location = '/file/1'");
   expectCancelledWithoutRequest("/file/1");
   EXPECT_EQ(evaluate("document.title"), "");
-  // Control: an allowed navigation fires beforeunload.
+  // As a control, an allowed navigation fires beforeunload.
   evaluate("onbeforeunload = () => { navigator.sendBeacon('/unloaded'); }");
   showPage("later");
   EXPECT_EQ(requestsTo("/unloaded").size(), 1U);
@@ -101,7 +103,7 @@ TEST_F(MainFrame, SeveralLinksClickedAtOnceAreAllCancelled) {
   EXPECT_EQ(requestsTo("/file/"), Strings());
 }
 
-TEST_F(MainFrame, RepeatedNavigationsAreCancelled) {
+TEST_F(MainFrame, SuccessiveNavigationsOfOnePageAreAllCancelled) {
   showPage(pageWithFrame);
   for (const std::string address : {"/file/1", "/file/2", "/file/1"}) {
     evaluate("location = '" + address + "'");
@@ -120,7 +122,7 @@ TEST_F(MainFrame, PendingFetchSurvivesCancelledNavigation) {
   EXPECT_TRUE(waitForResult("document.title", "a"));
 }
 
-TEST_F(MainFrame, NavigationThatIsAllowedInNoFrameIsDecidedOnce) {
+TEST_F(MainFrame, UrlThatPolicyAllowsInNoFrameIsDecidedOnce) {
   showPage("page");
   delegate.decisions.clear();
   evaluate("location = '/export?a=b'");
@@ -128,8 +130,8 @@ TEST_F(MainFrame, NavigationThatIsAllowedInNoFrameIsDecidedOnce) {
   EXPECT_EQ(delegate.decisions.size(), 1U);
 }
 
-TEST_F(MainFrame, WithoutContentFilterSubFrameCountsAsMainFrame) {
-  // A file in place of the folder prevents WebKit from storing the filter.
+TEST_F(MainFrame, WithoutContentFilterFileInSubFrameIsCancelledAsInMainFrame) {
+  // A file in place of the data folder prevents WebKit from storing the content filter.
   makeView(folder.file("file", "no folder"));
   showPage(pageWithFrame);
   evaluate("location = '/file/1'");

@@ -11,6 +11,7 @@ namespace {
 
 class NewWindow : public PageTest {
  protected:
+  /// Shows a page and runs a script on it. The recorded decisions are only those of the script.
   void showAndRun(const std::string &html, const std::string &script) {
     showPage(html);
     delegate.decisions.clear();
@@ -66,7 +67,7 @@ TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
   }
 }
 
-TEST_F(NewWindow, WindowsOpenedWithoutUserGestureReachDelegateOnePerMainLoopIteration) {
+TEST_F(NewWindow, EachMainLoopIterationHandlesAtMostOneWindowOpenedWithoutUserGesture) {
   constexpr std::size_t count = 500;
   setPage("/start", "<script>for (let number = 0; number < " + std::to_string(count) +
                         "; ++number) open('/window' + number);</script>");
@@ -93,8 +94,9 @@ TEST_F(NewWindow, WindowOpenWithNameOfFrameNavigatesThatFrame) {
   expectCancelled({"mainFrame /file/2"});
 }
 
-TEST_F(NewWindow, AllowedLinkWithDownloadAttributeReachesDelegateWithItsCause) {
-  // A timer that starts when the page is loaded has no user gesture; a script of evaluate has one.
+TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithItsCause) {
+  // A timer that starts when the page is loaded has no user gesture. A script of evaluate() has
+  // one.
   showPage(
       "<a id=link download href=/next>x</a><script>var clicks = 1;"
       "onload = () => setInterval(() => { if (clicks-- > 0) link.click(); }, 10)</script>");
@@ -115,7 +117,7 @@ TEST_F(NewWindow, LinkWithDownloadAttributeAndFragmentReachesDelegate) {
   expectDownload("user /next#part");
 }
 
-TEST_F(NewWindow, CancelledLinkWithDownloadAttributeIsNoDownload) {
+TEST_F(NewWindow, CancelledLinkWithDownloadAttributeStartsNoDownload) {
   for (const std::string address : {"/export", "/file/1"}) {
     showPage("<a id=link download href=" + address + ">x</a>");
     for (std::size_t clicks = 1; clicks < 4; ++clicks) {
@@ -136,11 +138,11 @@ TEST_F(NewWindow, SeveralDownloadLinksClickedAtOnceAreAllDecided) {
   EXPECT_EQ(delegate.cancelled, (Strings{"mainFrame /file/1", "mainFrame /file/2"}));
 }
 
-TEST_F(NewWindow, ResponseThatWebKitCannotShowIsNeitherNewWindowNorDownload) {
+TEST_F(NewWindow, ResponseOfBinaryDataOpensNoWindowAndStartsNoDownload) {
   showPage("page");
-  setPage("/odd.bin", std::string(2048, '\1'));
-  evaluate("location = '/odd.bin'");
-  EXPECT_TRUE(runUntil([&] { return !requestsTo("/odd.bin").empty(); }));
+  setPage("/binary", std::string(2048, '\1'));
+  evaluate("location = '/binary'");
+  EXPECT_TRUE(runUntil([&] { return !requestsTo("/binary").empty(); }));
   EXPECT_EQ(delegate.newWindows, Strings());
   EXPECT_EQ(delegate.downloads, Strings());
 }

@@ -25,63 +25,6 @@
 
 namespace orvel {
 
-/// A web view whose page runs the scripts of a test. A derived class creates the view.
-class WebViewTest : public testing::Test {
- protected:
-  bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
-
-  void loadUrl(const std::string &url) {
-    UrlRequest request;
-    request.url = Url::parse(url).value();
-    view->load(request);
-  }
-
-  /// Returns the result of a script in the page as text, or nullopt when the script fails.
-  /// WebKit treats the script as a user gesture.
-  std::optional<std::string> evaluate(const std::string &script) {
-    struct Evaluation {
-      bool isDone = false;
-      std::optional<std::string> result;
-    };
-    // Shared, because the callback may run after this function has given up.
-    const auto evaluation = std::make_shared<Evaluation>();
-    const auto finish = [evaluation](GObject *source, GAsyncResult *result) {
-      evaluation->isDone = true;
-      const auto value = adopt(
-          webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr));
-      if (value) evaluation->result = GlibText(jsc_value_to_string(value.get())).get();
-    };
-    webkit_web_view_evaluate_javascript(webKitView(), script.c_str(), -1, nullptr, nullptr, nullptr,
-                                        callAsyncFunction, asyncFunctionData(finish));
-    EXPECT_TRUE(runUntil([&] { return evaluation->isDone; })) << script;
-    return evaluation->result;
-  }
-
-  /// Runs a script in the page again and again until it returns a text.
-  bool waitForResult(const std::string &script, const std::string &text) {
-    const auto end = std::chrono::steady_clock::now() + timeLimit(std::chrono::seconds(20));
-    std::optional<std::string> last;
-    while (std::chrono::steady_clock::now() < end) {
-      last = evaluate(script);
-      if (last == text) return true;
-    }
-    ADD_FAILURE() << script << " returned " << last.value_or("nothing");
-    return false;
-  }
-
-  /// Waits until the page shows a text and nothing else.
-  bool waitForText(const std::string &text) {
-    return waitForResult("document.body ? document.body.innerText.trim() : ''", text);
-  }
-
-  WebKitWebView *webKitView() const {
-    return WEBKIT_WEB_VIEW(dynamic_cast<WebKitPageView &>(*view).widget());
-  }
-
-  std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
-  std::unique_ptr<WebView> view;
-};
-
 /// A delegate that records its calls. Its policy: URLs below "/file/" are allowed only in
 /// sub-frames, and "/export" and other servers nowhere.
 class PageDelegate final : public WebViewDelegate {
@@ -120,11 +63,11 @@ class PageDelegate final : public WebViewDelegate {
   }
   void webViewWebContentProcessDidTerminate() override {}
 
-  /// The address of the test's server, whose URLs are recorded as paths.
+  /// The address of the only allowed server, whose URLs are recorded as paths.
   std::string server;
-  /// The targets and URLs, such as "mainFrame /page".
+  /// The targets and URLs of the calls of `decidePolicy`, such as "mainFrame /page".
   std::vector<std::string> decisions;
-  /// The decisions that cancelled a navigation.
+  /// Those of the decisions that cancelled the navigation.
   std::vector<std::string> cancelled;
   /// The URLs of the calls of `createWebView`, such as "/page", or "(none)" without a URL.
   std::vector<std::string> newWindows;
@@ -149,33 +92,82 @@ class PageDelegate final : public WebViewDelegate {
   }
 };
 
-/// A web view that shows pages of a server of the test. The body of a path is "content of "
-/// and the path, unless the test sets a page. "/redirect/302/x" redirects to "/x" with this
-/// status, and the response for a path below "/held/" waits for `releaseHeldResponses`.
-class PageTest : public WebViewTest {
+/// A test with a web view and a server. The server's response for a path is the page that the
+/// test has set for it, and otherwise "content of " and the path. "/redirect/302/x" redirects to
+/// "/x" with status 302. "/held/x" waits for `releaseHeldResponses` and responds like "/x".
+class PageTest : public testing::Test {
  public:
   PageTest() {
     delegate.server = server.url();
     makeView(folder.path());
   }
-  ~PageTest() override {
-    releaseHeldResponses();
-    // Before the delegate is destroyed.
-    view.reset();
-  }
+  ~PageTest() override { releaseHeldResponses(); }
 
  protected:
   using Strings = std::vector<std::string>;
 
-  /// Replaces the view by a new one with this data and cache folder.
-  void makeView(const std::filesystem::path &dataFolder) {
+  /// Returns a configuration without persistent data.
+  static WebViewConfiguration ephemeral() {
     WebViewConfiguration configuration;
     configuration.persistentDataStore = false;
+    return configuration;
+  }
+
+  /// Replaces the view by a new one with this data and cache folder.
+  void makeView(const std::filesystem::path &dataFolder,
+                const WebViewConfiguration &configuration = ephemeral()) {
     const WebViewEnvironment environment{.dataFolder = dataFolder, .cacheFolder = dataFolder};
     view = std::make_unique<WebKitPageView>(configuration, environment, delegate);
   }
 
+  WebKitWebView *webKitView() const { return WEBKIT_WEB_VIEW(view->widget()); }
+
+  bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
+
+  void loadUrl(const std::string &url) {
+    UrlRequest request;
+    request.url = Url::parse(url).value();
+    view->load(request);
+  }
   void load(const std::string &path) { loadUrl(server.url(path)); }
+
+  /// Returns the result of a script in the page as text, or nullopt when the script fails.
+  /// WebKit treats the script as a user gesture.
+  std::optional<std::string> evaluate(const std::string &script) {
+    struct Evaluation {
+      bool isDone = false;
+      std::optional<std::string> result;
+    };
+    // Shared, because the callback may run after this function has timed out.
+    const auto evaluation = std::make_shared<Evaluation>();
+    const auto finish = [evaluation](GObject *source, GAsyncResult *result) {
+      evaluation->isDone = true;
+      const auto value = adopt(
+          webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, nullptr));
+      if (value) evaluation->result = GlibText(jsc_value_to_string(value.get())).get();
+    };
+    webkit_web_view_evaluate_javascript(webKitView(), script.c_str(), -1, nullptr, nullptr, nullptr,
+                                        callAsyncFunction, asyncFunctionData(finish));
+    EXPECT_TRUE(runUntil([&] { return evaluation->isDone; })) << script;
+    return evaluation->result;
+  }
+
+  /// Runs a script in the page repeatedly until it returns a text.
+  bool waitForResult(const std::string &script, const std::string &text) {
+    const auto end = std::chrono::steady_clock::now() + timeLimit(std::chrono::seconds(20));
+    std::optional<std::string> last;
+    while (std::chrono::steady_clock::now() < end) {
+      last = evaluate(script);
+      if (last == text) return true;
+    }
+    ADD_FAILURE() << script << " returned " << last.value_or("nothing");
+    return false;
+  }
+
+  /// Waits until the page shows a text and nothing else.
+  bool waitForText(const std::string &text) {
+    return waitForResult("document.body ? document.body.innerText.trim() : ''", text);
+  }
 
   /// Loads a page with this source and waits until it is complete.
   void showPage(const std::string &html) {
@@ -196,8 +188,8 @@ class PageTest : public WebViewTest {
     released_.notify_all();
   }
 
-  /// Waits until the server has received all requests that the page has sent. The page sends
-  /// one more request as a barrier, because its requests arrive in order.
+  /// Waits until the server has received all requests that the page has sent. The requests of a
+  /// page arrive in order, so the page sends one more request as a barrier.
   bool waitUntilRequestsArrived() {
     const std::string barrier = "/barrier" + std::to_string(++uniqueNumber_);
     evaluate("fetch('" + barrier + "'); 0");
@@ -214,7 +206,8 @@ class PageTest : public WebViewTest {
     return found;
   }
 
-  /// Waits for cancelled decisions. Expects no others, no new window and no download.
+  /// Waits until the delegate has cancelled navigations, such as "mainFrame /page". Expects that
+  /// it has cancelled no others, and no new window and no download. Forgets the navigations.
   void expectCancelled(const Strings &decisions) {
     EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
@@ -224,7 +217,8 @@ class PageTest : public WebViewTest {
     delegate.cancelled.clear();
   }
 
-  /// Waits until the delegate gets the URL of a new window. Expects no other new window.
+  /// Waits until the delegate gets the URL of a new window. Expects no other new window. Forgets
+  /// the window.
   void expectNewWindow(const std::string &address) {
     EXPECT_TRUE(runUntil([&] { return !delegate.newWindows.empty(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
@@ -233,7 +227,7 @@ class PageTest : public WebViewTest {
   }
 
   /// Waits until the delegate gets a download, such as "user /page". Expects no other download
-  /// and no new window.
+  /// and no new window. Forgets the download.
   void expectDownload(const std::string &download) {
     EXPECT_TRUE(runUntil([&] { return !delegate.downloads.empty(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
@@ -242,16 +236,19 @@ class PageTest : public WebViewTest {
     delegate.downloads.clear();
   }
 
+  const std::unique_ptr<ContractPlatform> platform = makeLinuxContractPlatform();
   const TemporaryFolder folder;
   PageDelegate delegate;
+  std::unique_ptr<WebKitPageView> view;
 
  private:
-  /// Returns the path and query in the first line of a request.
+  /// Returns the target, path and query, in the first line of a request.
   static std::string targetOf(const std::string &head) {
     const auto begin = head.find(' ') + 1;
     return head.substr(begin, head.find(" HTTP/") - begin);
   }
 
+  /// Sends the response to a request. On the connection's thread.
   void respond(LoopbackConnection &connection, const std::string &head) {
     std::string path = targetOf(head);
     std::unique_lock lock(mutex_);
@@ -283,7 +280,8 @@ class PageTest : public WebViewTest {
   }};
 };
 
-/// A page with a sub-frame that shows "/frame".
+/// A page with a sub-frame that shows "/frame", and a script that clicks the link with the
+/// identifier "link" in that frame.
 inline const std::string pageWithFrame = "<iframe src=/frame></iframe>";
 inline const std::string clickLinkInFrame = "frames[0].document.getElementById('link').click()";
 
@@ -294,6 +292,7 @@ struct NavigationCase {
   std::string html{};
   /// The source of the page at "/frame".
   std::string framePage{};
+  /// The address to which the navigation leads.
   std::string address = "/file/1";
 };
 

@@ -1,4 +1,4 @@
-// Context menus and mouse buttons, with a real pointer.
+// Context menus and mouse buttons, with the pointer of the X server, which xdotool moves.
 
 #include <cstdlib>
 #include <vector>
@@ -9,6 +9,7 @@
 namespace orvel {
 namespace {
 
+/// A page in a window, which gets the events of the pointer.
 class Pointer : public PageTest {
  public:
   Pointer() {
@@ -26,7 +27,7 @@ class Pointer : public PageTest {
   ~Pointer() override { gtk_window_destroy(window.get()); }
 
  protected:
-  /// Shows a page that an element fills, and moves the pointer onto the element.
+  /// Shows a page that an element fills, and waits until the pointer is on the element.
   void showUnderPointer(const std::string &element) {
     showPage(
         "<style>body { margin: 0 } body > * { border: 0; display: block; width: 100vw; height: "
@@ -36,7 +37,7 @@ class Pointer : public PageTest {
     evaluate("moved = false");
     ASSERT_TRUE(runUntil([&] {
       runXdotool("mousemove 100 100 mousemove_relative 3 3");
-      // A frame gets the events of the pointer itself.
+      // The page does not get the events of a pointer on a frame.
       return evaluate("moved") == "true" || element.starts_with("<iframe");
     }));
     delegate.decisions.clear();
@@ -57,8 +58,8 @@ class Pointer : public PageTest {
     return nullptr;
   }
 
-  /// Records the mark of each item of a menu and its submenus: "-" for a disabled item, "+" for
-  /// a checked one, and otherwise nothing. A GMenuModel does not have this state.
+  /// Appends the mark of each item of a menu and its submenus to `marks`: "-" for a disabled item,
+  /// "+" for a checked one, and otherwise the empty text. A GMenuModel does not have this state.
   void recordMarks(WebKitContextMenu *menu) {
     for (GList *link = webkit_context_menu_get_items(menu); link != nullptr; link = link->next) {
       auto *item = WEBKIT_CONTEXT_MENU_ITEM(link->data);
@@ -77,16 +78,18 @@ class Pointer : public PageTest {
     }
   }
 
+  /// An item of a context menu.
   struct Entry {
     /// Empty for a separator.
     std::string label;
+    /// The name of the GAction.
     std::string action;
   };
 
   /// Opens the context menu of an element and returns its entries.
   std::vector<Entry> openMenuOf(const std::string &element) {
     showUnderPointer(element);
-    runXdotool("click 3");
+    runXdotool("click 3");  // The secondary button.
     EXPECT_TRUE(runUntil([&] { return findOpenMenu() != nullptr; }));
     std::vector<Entry> entries;
     if (findOpenMenu() == nullptr) return entries;
@@ -123,7 +126,7 @@ struct ContextMenuCase {
 
 class ContextMenu : public Pointer, public testing::WithParamInterface<ContextMenuCase> {};
 
-TEST_P(ContextMenu, LabelsAreDutchAndNoItemOpensWindow) {
+TEST_P(ContextMenu, ItemsAreDutchAndNoneOpensWindow) {
   Strings labels;
   const std::vector<Entry> entries = openMenuOf(GetParam().element);
   auto mark = marks.begin();

@@ -1,5 +1,6 @@
-// Navigations that the policy allows only in sub-frames, also while the main frame
-// navigates to the same address.
+// Navigations that the policy allows only in sub-frames, also while the main frame navigates to the
+// same address. WebKit does not report the frame of a navigation, so the view determines it by a
+// probe (WebKitFrameProbe).
 
 #include "tests/linux/webkit/page.h"
 
@@ -13,7 +14,8 @@ class SubFrame : public PageTest {
         "frames[0] && frames[0].document.body ? frames[0].document.body.innerText.trim() : ''",
         text);
   }
-  /// Waits until the first frame shows a file. Expects one request and no other effect.
+  /// Waits until the first frame shows the file at an address. Expects one request for it and no
+  /// other effect.
   void expectShown(const std::string &address, const std::string &method = "GET") {
     const std::string path = address.substr(0, address.find('#'));
     EXPECT_TRUE(waitForFrameText("content of " + path));
@@ -30,9 +32,9 @@ class SubFrame : public PageTest {
     load("/start");
     ASSERT_TRUE(runUntil([&] { return delegate.lastPolicyQuery.starts_with("subFrame /file/"); }));
   }
-  /// Redirects the main frame and the first frame at the same time. Expects that only the first
-  /// frame shows its file, and the main frame sends no request.
-  void redirectBothFrames(const std::string &mainFile, const std::string &frameFile) {
+  /// Redirects the main frame and the first frame to a file each at the same time. Expects that
+  /// the first frame shows its file and that the main frame is cancelled without a request.
+  void expectOnlyFrameFollowsRedirect(const std::string &mainFile, const std::string &frameFile) {
     const std::string redirect = "/held/redirect/302";
     showPage(pageWithFrame);
     evaluate("location = '" + redirect + mainFile + "'");
@@ -58,6 +60,7 @@ TEST_P(SubFrameNavigation, IsShownWithOneRequest) {
 INSTANTIATE_TEST_SUITE_P(
     EveryCause, SubFrameNavigation,
     testing::Values(
+        // The page starts this navigation without a script.
         NavigationCase{"FrameAttribute", "0", "<iframe src=/file/1></iframe>"},
         NavigationCase{"Script", "frames[0].location = '/file/1'", pageWithFrame},
         NavigationCase{"ScriptWithFragment", "frames[0].location = '/file/1#part'", pageWithFrame,
@@ -95,7 +98,7 @@ TEST_F(SubFrame, NavigationToFragmentOfShownFileSendsNoRequest) {
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
-TEST_F(SubFrame, FrameRemovedDuringNavigationCancelsNothing) {
+TEST_F(SubFrame, RemovalOfFrameDuringItsNavigationCancelsNothing) {
   showPage(pageWithFrame);
   evaluate(
       "document.querySelector('iframe').src = '/file/1'; setTimeout(() =>"
@@ -120,7 +123,8 @@ TEST_F(SubFrame, NestedFrameIsShown) {
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
-TEST_F(SubFrame, FrameInClosedShadowRootIsShown) {
+// No script can reach this frame, so the requests are the only sign of it.
+TEST_F(SubFrame, FrameInClosedShadowRootIsLoaded) {
   showPage(
       "<div id=host></div><script>host.attachShadow({mode: 'closed'}).innerHTML ="
       " '<iframe src=/file/1></iframe>'</script>");
@@ -158,11 +162,11 @@ TEST_F(SubFrame, ManyFramesAreShownWhileMainFrameIsCancelled) {
 }
 
 TEST_F(SubFrame, ConcurrentRedirectsToDifferentFilesAreDecidedForEachFrame) {
-  redirectBothFrames("/file/main", "/file/frame");
+  expectOnlyFrameFollowsRedirect("/file/main", "/file/frame");
 }
 
 TEST_F(SubFrame, ConcurrentRedirectsToSameFileAreDecidedForEachFrame) {
-  redirectBothFrames("/file/1", "/file/1");
+  expectOnlyFrameFollowsRedirect("/file/1", "/file/1");
 }
 
 TEST_F(SubFrame, AllowedMainFrameNavigationDuringProbeIsShown) {
@@ -180,14 +184,14 @@ TEST_F(SubFrame, FrameOfAnotherServerIsCancelled) {
   expectCancelled({"mainFrame http://example.test/x"});
 }
 
-TEST_F(SubFrame, LoadAfterWebProcessTerminatedDuringProbeIsShown) {
+TEST_F(SubFrame, PageLoadedAfterWebProcessTerminatedDuringProbeIsShown) {
   startProbe();
   webkit_web_view_terminate_web_process(webKitView());
   showPage("<iframe src=/file/2></iframe>");
   expectShown("/file/2");
 }
 
-TEST_F(SubFrame, ViewCreatedAfterViewDestroyedDuringProbeLoads) {
+TEST_F(SubFrame, PageOfNewViewAfterViewDestroyedDuringProbeIsShown) {
   startProbe();
   makeView(folder.path());
   showPage("<iframe src=/file/2></iframe>");

@@ -1,46 +1,28 @@
 // User agent, cookies, loading and reloading of the web view.
 
-#include <atomic>
-
 #include "tests/linux/webkit/page.h"
-#include "tests/support/permissive_delegate.h"
 
 namespace orvel {
 namespace {
 
-const LoopbackServer::Handler respondWithPage =
-    respondWith(okResponse("<body>page", "Content-Type: text/html\r\n"));
-
-/// Ends every connection with a reset.
-void respondWithReset(LoopbackConnection &connection, const std::string & /*head*/) {
-  connection.reset();
-}
-
-class WebViewLoading : public WebViewTest {
- public:
-  // Before the delegate is destroyed.
-  ~WebViewLoading() override { view.reset(); }
-
+class WebViewLoading : public PageTest {
  protected:
-  static WebViewConfiguration ephemeral(const std::string &applicationName = "ORVELOS/") {
-    return {.applicationNameForUserAgent = applicationName, .persistentDataStore = false};
-  }
-  void makeView(const WebViewConfiguration &configuration = ephemeral()) {
-    view = std::move(platform->interfaces().windows.create({}, configuration, delegate).web);
-  }
   void showHtml(const std::string &text) {
     view->loadHtml("<body>" + text + "</body>");
     ASSERT_TRUE(waitForText(text));
     ASSERT_TRUE(runUntil([&] { return webkit_web_view_is_loading(webKitView()) == FALSE; }));
   }
-  /// Changes the shown text, so that a reload is visible.
-  void changeText() {
-    evaluate("document.body.innerText = 'changed'");
-    ASSERT_TRUE(waitForText("changed"));
+  /// Loads a URL of another server than that of the test.
+  void loadUrlOfOtherServer(const std::string &url) {
+    delegate.server = url;
+    loadUrl(url);
   }
-
-  PermissiveDelegate delegate;
 };
+
+/// Ends every connection with a reset.
+void respondWithReset(LoopbackConnection &connection, const std::string & /*head*/) {
+  connection.reset();
+}
 
 Cookie cookieOf(const std::string &value, const std::string &domain) {
   Cookie cookie;
@@ -53,24 +35,24 @@ Cookie cookieOf(const std::string &value, const std::string &domain) {
 
 TEST_F(WebViewLoading, UserAgentEndsInApplicationName) {
   for (const std::string name : {"ORVELOS/", "ORVELOS/a/b", "ORVELOS/k3y", "ORVELOS/a b=="}) {
-    const LoopbackServer server(respondWithPage);
-    makeView(ephemeral(name));
-    loadUrl(server.url());
-    ASSERT_TRUE(waitForText("page"));
-    const std::string sent = headerField(server.heads().at(0), "User-Agent");
+    WebViewConfiguration configuration = ephemeral();
+    configuration.applicationNameForUserAgent = name;
+    makeView(folder.path(), configuration);
+    showPage("page");
+    const std::string sent = headerField(server.heads().back(), "User-Agent");
     EXPECT_TRUE(sent.ends_with(" " + name)) << sent;
     EXPECT_NE(sent.find("AppleWebKit/"), std::string::npos) << sent;
     EXPECT_EQ(" " + evaluate("navigator.userAgent").value_or(""), sent);
   }
 }
 
-TEST_F(WebViewLoading, DeveloperExtrasFollowEitherConfiguration) {
+TEST_F(WebViewLoading, EitherSettingEnablesDeveloperExtras) {
   for (const bool extras : {false, true}) {
     for (const bool inspectable : {false, true}) {
       WebViewConfiguration configuration = ephemeral();
       configuration.developerExtrasEnabled = extras;
       configuration.inspectable = inspectable;
-      makeView(configuration);
+      makeView(folder.path(), configuration);
       WebKitSettings *settings = webkit_web_view_get_settings(webKitView());
       EXPECT_EQ(webkit_settings_get_enable_developer_extras(settings) != FALSE,
                 extras || inspectable);
@@ -79,25 +61,22 @@ TEST_F(WebViewLoading, DeveloperExtrasFollowEitherConfiguration) {
 }
 
 TEST_F(WebViewLoading, FirstRequestCarriesCookieThatWasSetBefore) {
-  const LoopbackServer server(respondWithPage);
-  makeView();
-  view->cookieStore().set(cookieOf("a/b=c", "127.0.0.1"), [&] { loadUrl(server.url()); });
-  ASSERT_TRUE(waitForText("page"));
+  view->cookieStore().set(cookieOf("a/b=c", "127.0.0.1"), [&] { load("/first"); });
+  ASSERT_TRUE(waitForText("content of /first"));
   EXPECT_EQ(headerField(server.heads().at(0), "Cookie"), " orvelapp=a/b=c");
 }
 
-TEST_F(WebViewLoading, PersistentCookieSurvivesRestart) {
+TEST_F(WebViewLoading, NextViewHasPersistentCookie) {
   Cookie cookie = cookieOf("value", "example.test");
   cookie.expires = platform->interfaces().clock.now() + std::chrono::hours(1);
   bool stored = false;
-  makeView(WebViewConfiguration{});
+  makeView(folder.path(), WebViewConfiguration());
   view->cookieStore().set(cookie, [&] { stored = true; });
   ASSERT_TRUE(runUntil([&] { return stored; }));
 
+  // Before the next view, so that the two do not share a session.
   view.reset();
-  platform.reset();
-  platform = makeLinuxContractPlatform();
-  makeView(WebViewConfiguration{});
+  makeView(folder.path(), WebViewConfiguration());
   std::optional<std::vector<Cookie>> cookies;
   view->cookieStore().all([&](std::vector<Cookie> found) { cookies = std::move(found); });
   ASSERT_TRUE(runUntil([&] { return cookies.has_value(); }));
@@ -106,35 +85,28 @@ TEST_F(WebViewLoading, PersistentCookieSurvivesRestart) {
 }
 
 TEST_F(WebViewLoading, ReloadAfterWebProcessTerminatedDuringLoadSendsRequestAgain) {
-  std::atomic<int> requests = 0;
-  const LoopbackServer server([&](LoopbackConnection &connection, const std::string &head) {
-    // The first request gets no response.
-    if (requests++ == 0) return connection.waitForClose();
-    respondWithPage(connection, head);
-  });
-  makeView();
   showHtml("empty");
-  loadUrl(server.url());
-  ASSERT_TRUE(runUntil([&] { return requests == 1; }));
+  load("/held/page");
+  ASSERT_TRUE(runUntil([&] { return requestsTo("/held/page").size() == 1; }));
   webkit_web_view_terminate_web_process(webKitView());
   view->reload();
-  EXPECT_TRUE(waitForText("page"));
+  ASSERT_TRUE(runUntil([&] { return requestsTo("/held/page").size() == 2; }));
+  releaseHeldResponses();
+  EXPECT_TRUE(waitForText("content of /page"));
 }
 
 TEST_F(WebViewLoading, FailedLoadDoesNotCancelPrecedingHtml) {
-  const LoopbackServer server(respondWithReset);
-  makeView();
+  const LoopbackServer resettingServer(respondWithReset);
   showHtml("empty");
   view->loadHtml("<body>notice</body>");
-  loadUrl(server.url());
+  loadUrlOfOtherServer(resettingServer.url());
   EXPECT_TRUE(waitForText("notice"));
-  EXPECT_FALSE(server.heads().empty());
+  EXPECT_FALSE(resettingServer.heads().empty());
 }
 
 TEST_F(WebViewLoading, FailedLoadKeepsPageForReload) {
-  const LoopbackServer server(respondWithReset);
-  for (const std::string &url : {server.url(), refusedUrl()}) {
-    makeView();
+  const LoopbackServer resettingServer(respondWithReset);
+  for (const std::string &url : {resettingServer.url(), refusedUrl()}) {
     showHtml("kept ⌘");
     bool finished = false;
     g_signal_connect(webKitView(), "load-changed",
@@ -142,25 +114,16 @@ TEST_F(WebViewLoading, FailedLoadKeepsPageForReload) {
                        if (event == WEBKIT_LOAD_FINISHED) *flag = true;
                      }),
                      &finished);
-    loadUrl(url);
+    loadUrlOfOtherServer(url);
     ASSERT_TRUE(runUntil([&] { return finished; }));
     EXPECT_TRUE(waitForText("kept ⌘"));
     g_signal_handlers_disconnect_by_data(webKitView(), &finished);
-    changeText();
+    // So that the reload is visible.
+    evaluate("document.body.innerText = 'changed'");
     view->reload();
     EXPECT_TRUE(waitForText("kept ⌘"));
   }
-  EXPECT_EQ(server.heads().size(), 1U);
-}
-
-TEST_F(WebViewLoading, ReloadSendsRequestAgain) {
-  const LoopbackServer server(respondWithPage);
-  makeView();
-  showHtml("first");
-  loadUrl(server.url());
-  ASSERT_TRUE(waitForText("page"));
-  view->reload();
-  EXPECT_TRUE(runUntil([&] { return server.heads().size() == 2; }));
+  EXPECT_EQ(resettingServer.heads().size(), 1U);
 }
 
 }  // namespace

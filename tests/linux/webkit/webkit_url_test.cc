@@ -7,7 +7,8 @@
 namespace orvel {
 namespace {
 
-TEST(WebKitUrl, CharactersAllowedOnlyByUrlStandardArePercentEncoded) {
+// WebKit accepts these characters by the URL Standard (WHATWG), but RFC 3986 does not allow them.
+TEST(WebKitUrl, CharactersOutsideRfc3986ArePercentEncoded) {
   for (const char *text :
        {"http://h/a[b]|c\\d", "http://h/{}^`\"<>", "http://h?[|]", "http://h/#a#b#",
         "http://h/100%", "http://[::1]:1/[", "mailto:a b@c?subject=[x]", "data:text/html,<p>é"}) {
