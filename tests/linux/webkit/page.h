@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <webkit/webkit.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
@@ -20,8 +19,7 @@
 #include "platform/linux/webkit/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/support/loopback_server.h"
-#include "tests/support/temporary_folder.h"
-#include "tests/support/time_limit.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 
@@ -154,14 +152,11 @@ class PageTest : public testing::Test {
 
   /// Runs a script in the page repeatedly until it returns a text.
   bool waitForResult(const std::string &script, const std::string &text) {
-    const auto end = std::chrono::steady_clock::now() + timeLimit(std::chrono::seconds(20));
     std::optional<std::string> last;
-    while (std::chrono::steady_clock::now() < end) {
-      last = evaluate(script);
-      if (last == text) return true;
-    }
-    ADD_FAILURE() << script << " returned " << last.value_or("nothing");
-    return false;
+    const bool succeeded =
+        posix_test::eventually([&] { return (last = evaluate(script)) == text; });
+    EXPECT_TRUE(succeeded) << script << " returned " << last.value_or("nothing");
+    return succeeded;
   }
 
   /// Waits until the page shows a text and nothing else.
