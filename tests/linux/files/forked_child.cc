@@ -87,30 +87,22 @@ std::optional<int> killAtSystemCall(int number, const Task &task) {
     ::raise(SIGSTOP);
     runAndExit(task);
   }
-  int status = waitFor(child);
-  if (WIFSTOPPED(status) &&
-      !trace(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
+  if (!WIFSTOPPED(waitFor(child))) return std::nullopt;
+  if (!trace(PTRACE_SETOPTIONS, child, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL)) {
     ::kill(child, SIGKILL);
     waitFor(child);
     return std::nullopt;
   }
-
-  int entered = 0;
-  bool isInSystemCall = false;
-  long signal = 0;
+  trace(PTRACE_SYSCALL, child);
+  int status = waitFor(child);
+  int systemCallStops = 0;
   while (WIFSTOPPED(status)) {
-    trace(PTRACE_SYSCALL, child, signal);
+    const bool isSystemCallStop = WSTOPSIG(status) == systemCallStop;
+    // A system call stops the child twice, on entry and on exit.
+    if (isSystemCallStop && ++systemCallStops == 2 * number - 1) ::kill(child, SIGKILL);
+    trace(PTRACE_SYSCALL, child, isSystemCallStop ? 0 : WSTOPSIG(status));
     status = waitFor(child);
-    signal = 0;
-    if (!WIFSTOPPED(status)) break;
-    if (WSTOPSIG(status) != systemCallStop) {
-      signal = WSTOPSIG(status);
-      continue;
-    }
-    isInSystemCall = !isInSystemCall;
-    if (isInSystemCall && ++entered == number) ::kill(child, SIGKILL);
   }
-  if (WIFEXITED(status) && WEXITSTATUS(status) == gaveUp) return std::nullopt;
   return status;
 }
 
