@@ -18,26 +18,20 @@ namespace fs = std::filesystem;
 using namespace posix_test;
 using std::chrono::milliseconds;
 
-/// What the completion of a download received, and the result of the move.
-struct Result {
-  bool hasFile = false;
-  std::optional<std::string> name;
-  MoveResult moved = MoveResult::failed;
-};
-
 class SoupHttpDownload : public testing::Test {
  protected:
-  /// Downloads a file, moves it to `target_` in the completion, and waits for the completion.
-  Result fetchAndMove(SoupHttpSession &session, const UrlRequest &request) const {
-    const auto promise = std::make_shared<std::promise<Result>>();
+  /// Downloads a file and waits for the completion, which moves the file to `target_`.
+  Download fetchAndMove(SoupHttpSession &session, const UrlRequest &request) const {
+    const auto promise = std::make_shared<std::promise<Download>>();
     session.downloadTask(request, [promise, this](const Download &download) {
-      Result result{.hasFile = download.file.has_value(), .name = download.suggestedFilename};
-      if (download.file) result.moved = moveFile(*download.file, target_);
-      promise->set_value(result);
+      if (download.file) {
+        EXPECT_EQ(moveFile(*download.file, target_), MoveResult::moved);
+      }
+      promise->set_value(download);
     });
     return promise->get_future().get();
   }
-  Result fetchAndMove(const LoopbackServer &server) {
+  Download fetchAndMove(const LoopbackServer &server) {
     return fetchAndMove(session_, requestOf(server.url()));
   }
   bool folderIsEmpty() const { return fs::is_empty(folder_.path()); }
@@ -53,7 +47,7 @@ TEST_F(SoupHttpDownload, BodyOfEverySizeIsWritten) {
     // Bytes that differ from block to block.
     for (std::size_t at = 0; at < size; ++at) body[at] = static_cast<char>(at * 31 / 7);
     const LoopbackServer server(respondWith(okResponse(body)));
-    EXPECT_EQ(fetchAndMove(server).moved, MoveResult::moved) << size;
+    EXPECT_TRUE(fetchAndMove(server).file) << size;
     EXPECT_EQ(contentsOf(target_), body) << size;
     EXPECT_EQ(entryCount(folder_.path()), 1) << size;
     fs::remove(target_);
@@ -71,7 +65,7 @@ TEST_F(SoupHttpDownload, TruncatedBodyLeavesNoFile) {
       client.send(bytes);
       client.shutDownSending();
     });
-    EXPECT_FALSE(fetchAndMove(server).hasFile);
+    EXPECT_FALSE(fetchAndMove(server).file);
     EXPECT_TRUE(folderIsEmpty());
   }
 }
@@ -80,31 +74,31 @@ TEST_F(SoupHttpDownload, StalledBodyTimesOutAndLeavesNoFile) {
   const LoopbackServer server(stallAfter("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
   UrlRequest request = requestOf(server.url());
   request.timeout = milliseconds(300);
-  EXPECT_FALSE(fetchAndMove(session_, request).hasFile);
+  EXPECT_FALSE(fetchAndMove(session_, request).file);
   EXPECT_TRUE(folderIsEmpty());
 }
 
 TEST_F(SoupHttpDownload, ContentDispositionOrFinalUrlNamesDownload) {
   const std::string disposition = "Content-Disposition: attachment; filename=\"a/b.csv\"\r\n";
   const LoopbackServer named(respondWith(okResponse("x", disposition)));
-  EXPECT_EQ(fetchAndMove(named).name, "a/b.csv");
+  EXPECT_EQ(fetchAndMove(named).suggestedFilename, "a/b.csv");
   fs::remove(target_);
   const LoopbackServer unnamed(respondWith(okResponse("x")));
   const LoopbackServer server(respondWith(redirectTo(unnamed.url("/elsewhere/file.txt"))));
-  EXPECT_EQ(fetchAndMove(server).name, "file.txt");
+  EXPECT_EQ(fetchAndMove(server).suggestedFilename, "file.txt");
 }
 
 TEST_F(SoupHttpDownload, WithoutWritableFolderNoRequestIsSent) {
   const LoopbackServer server(respondWith(okResponse("x")));
   SoupHttpSession session({folder_.path() / "missing"});
-  EXPECT_FALSE(fetchAndMove(session, requestOf(server.url())).hasFile);
+  EXPECT_FALSE(fetchAndMove(session, requestOf(server.url())).file);
   EXPECT_TRUE(server.heads().empty());
 }
 
 TEST_F(SoupHttpDownload, FullDiskLeavesNoFile) {
   const LoopbackServer server(respondWith(okResponse(std::string(300'000, 'x'))));
   const FullDisk fullDisk(100'000);
-  EXPECT_FALSE(fetchAndMove(server).hasFile);
+  EXPECT_FALSE(fetchAndMove(server).file);
   EXPECT_TRUE(folderIsEmpty());
 }
 
@@ -138,7 +132,7 @@ TEST_F(SoupHttpDownload, BodyIsNotHeldInMemory) {
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
   };
   const std::size_t before = peakMemory();
-  EXPECT_EQ(fetchAndMove(server).moved, MoveResult::moved);
+  EXPECT_TRUE(fetchAndMove(server).file);
   EXPECT_EQ(fs::file_size(target_), bodySize);
   // Far less than the body, with room for the buffers of the sockets and the allocator.
   EXPECT_LT(peakMemory() - before, bodySize / 10);
