@@ -3,8 +3,8 @@
 #
 #   ./scripts/test.sh       the tests that tell whether the application works: C++ tests,
 #                           essential end-to-end tests, the demo server
-#   ./scripts/test.sh all   every test, the linters, both sanitizers, and Clang with the fuzz
-#                           targets
+#   ./scripts/test.sh all   every test, the linters, both sanitizers, Clang with the fuzz targets,
+#                           and a sample of the mutation testing
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -48,4 +48,6 @@ step "linters"
 scripts/setup.sh lint
 scripts/lint.sh
 for preset in asan tsan clang; do build_and_test "$preset"; done
+step "mutation testing: a sample of two minutes"
+scripts/mutate.sh --jobs "$(nproc)" --seconds 120
 step "all passed"
