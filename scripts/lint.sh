@@ -5,7 +5,8 @@
 #   ./scripts/lint.sh         reports the findings
 #   ./scripts/lint.sh --fix   first formats the C++ code and applies the fixes of ESLint
 #
-# Fails when a linter is missing or has another version than the pinned one.
+# Fails when a linter is missing, or when clang-format, clang-tidy or ESLint does not have the pinned
+# version.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
