@@ -1,4 +1,4 @@
-#include "platform/linux/gtk/gtk_dialog_quitting.h"
+#include "platform/linux/gtk/quit_during_dialogs.h"
 
 #include <algorithm>
 
