@@ -80,7 +80,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
 }
 
 void LinuxPlatform::gtkStarted() {
-  dialogQuitting_.emplace(application_, menuBar_);
+  quitDuringDialogs_.emplace(application_, menuBar_);
   GtkSettings *settings = gtk_settings_get_default();
   // An overlay scrollbar that fades out costs seconds of processor time without a GPU.
   if (!graphics_.hasUsableGpu) {

@@ -69,7 +69,7 @@ class LinuxPlatform {
   GtkCommands commands_;
   GtkMenuBar menuBar_;
   /// Created after GTK has started.
-  std::optional<GtkDialogQuitting> dialogQuitting_;
+  std::optional<QuitDuringDialogs> quitDuringDialogs_;
   LinuxWindowSystem windows_;
   GtkPanels panels_;
   GtkWorkspace workspace_;

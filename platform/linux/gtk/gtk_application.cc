@@ -83,7 +83,7 @@ void GtkApplicationHost::terminate() {
   if (!launched_ || delegate_->applicationShouldTerminate() == TerminateReply::now) finish();
 }
 
-void GtkApplicationHost::lastWindowClosed() {
+void GtkApplicationHost::mainWindowCloseRequested() {
   if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) terminate();
 }
 

@@ -34,8 +34,9 @@ class GtkApplicationHost final : public Application {
 
   /// Asks the delegate whether the application may terminate. Only the first call has an effect.
   void terminate() override;
-  /// Call it when the last window has closed. Calls `terminate` if the delegate requires that.
-  void lastWindowClosed();
+  /// Call it when the user or the window manager requests to close the main window, the last one
+  /// of the application. Calls `terminate` if the delegate quits after the last window.
+  void mainWindowCloseRequested();
 
   /// Makes a window the main window: `activate` raises it, and dialogs belong to it.
   void setMainWindow(GtkWindow *window);

@@ -13,7 +13,7 @@ namespace orvel {
 
 /// Alerts as windows that are modal for the main window. Runs no nested main loop:
 /// `runModal` returns at once, and the completion is called from the main loop.
-/// GtkDialogQuitting adds the keys that quit. Main thread only.
+/// QuitDuringDialogs adds the keys that quit. Main thread only.
 class GtkPanels final : public Panels {
  public:
   GtkPanels(GtkApplicationHost &application, GtkMenuBar &menuBar);

@@ -38,7 +38,7 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
       minimumHeight_(configuration.minimumHeight) {
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
-  // Before the window has the menus: GTK would notify every menu item of each new shortcut.
+  // Added before the menus: GTK would notify every existing menu item of each new shortcut.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
@@ -55,7 +55,7 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
   }
   connections_.emplace_back(
       window_, "close-request", this, +[](GtkMainWindow *window) {
-        window->closed();
+        window->closeRequested();
         return gboolean{TRUE};
       });
 }
@@ -125,10 +125,10 @@ void GtkMainWindow::saveFrame() {
   if (defaults_.text(autosaveName_) != text) defaults_.setText(autosaveName_, text);
 }
 
-void GtkMainWindow::closed() {
+void GtkMainWindow::closeRequested() {
   saveFrame();
   gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
-  application_.lastWindowClosed();
+  application_.mainWindowCloseRequested();
 }
 
 }  // namespace orvel

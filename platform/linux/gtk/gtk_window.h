@@ -39,7 +39,7 @@ class GtkMainWindow final : public Window {
   void fitMinimumSize();
   void frameChanged();
   void saveFrame();
-  void closed();
+  void closeRequested();
 
   GtkApplicationHost &application_;
   UserDefaults &defaults_;
@@ -47,7 +47,7 @@ class GtkMainWindow final : public Window {
   GtkWindow *const window_;
   const double minimumWidth_;
   const double minimumHeight_;
-  // Destroyed before the window.
+  // The destructor resets these two before it destroys window_.
   std::optional<FullScreenBar> fullScreenBar_;
   std::optional<MonitorWatch> monitors_;
   /// The source that saves the frame after a delay, or zero.

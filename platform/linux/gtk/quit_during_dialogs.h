@@ -12,12 +12,12 @@ namespace orvel {
 /// dialog, a file chooser or the inspector. Adds the keys that quit to each new window, and accepts
 /// the window manager's request to close the main window while a dialog is modal for it. Main
 /// thread only; at most one instance at a time.
-class GtkDialogQuitting {
+class QuitDuringDialogs {
  public:
-  GtkDialogQuitting(GtkApplicationHost &application, GtkMenuBar &menuBar);
-  ~GtkDialogQuitting();
-  GtkDialogQuitting(const GtkDialogQuitting &) = delete;
-  GtkDialogQuitting &operator=(const GtkDialogQuitting &) = delete;
+  QuitDuringDialogs(GtkApplicationHost &application, GtkMenuBar &menuBar);
+  ~QuitDuringDialogs();
+  QuitDuringDialogs(const QuitDuringDialogs &) = delete;
+  QuitDuringDialogs &operator=(const QuitDuringDialogs &) = delete;
 
  private:
   void windowsAdded(guint position, guint count);
