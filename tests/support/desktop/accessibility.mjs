@@ -10,8 +10,8 @@ import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
 
-/// The program that prints the widgets, accessible_dialog.cc.
-const widgetPrinter = process.env.ORVEL_ACCESSIBLE_DIALOG;
+/// The program that prints the widgets, print_accessible_widgets.cc.
+const widgetPrinter = process.env.ORVEL_PRINT_ACCESSIBLE_WIDGETS;
 
 const servicesFolder = '/usr/share/dbus-1/accessibility-services';
 
@@ -20,7 +20,7 @@ export class Accessibility {
   /// because GTK names its widgets after the application's object on the session bus.
   static async open(screen) {
     if (!widgetPrinter || !existsSync(widgetPrinter)) {
-      throw new Error('ORVEL_ACCESSIBLE_DIALOG does not name a program');
+      throw new Error('ORVEL_PRINT_ACCESSIBLE_WIDGETS does not name a program');
     }
     if (!existsSync(servicesFolder)) throw new Error('at-spi2-core is not installed');
     const accessibility = new Accessibility();
