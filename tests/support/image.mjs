@@ -46,7 +46,8 @@ function isNear(colour, expected) {
     Math.abs(value - colour[index]) <= roundingTolerance);
 }
 
-const blueGreenRed = [2, 1, 0];
+/// The offsets of red, green and blue in a pixel of an Xvfb screen: blue, green, red, unused.
+const xvfbChannels = [2, 1, 0];
 
 /// The framebuffer file of an Xvfb screen: an XWD file (X11/XWDFile.h) with 32 bits a pixel.
 export class Framebuffer {
@@ -72,13 +73,13 @@ export class Framebuffer {
   /// screenshot.
   shows(colour, x, y) {
     const pixel = this.read(this.pixelStart + y * this.stride + x * 4, 4);
-    return isNear(blueGreenRed.map((channel) => pixel[channel]), colour);
+    return isNear(xvfbChannels.map((channel) => pixel[channel]), colour);
   }
 
   screenshot() {
     const { width, height, stride, pixelStart } = this;
     const pixels = this.read(pixelStart, fstatSync(this.file).size - pixelStart);
-    return new Image({ width, height, stride, channels: blueGreenRed, pixels });
+    return new Image({ width, height, stride, channels: xvfbChannels, pixels });
   }
 
   close() {
@@ -108,7 +109,7 @@ export function decodePng(bytes) {
     // A chunk has 12 more bytes: length, type and checksum.
     offset += length + 12;
   }
-  assert.equal(offset, bytes.length);
+  assert.equal(offset, bytes.length, 'the PNG ends with its last chunk');
   // Bit depth, colour type RGBA, compression, filter method, no interlacing.
   assert.deepEqual([...header.subarray(8)], [8, 6, 0, 0, 0]);
   const [width, height] = [header.readUInt32BE(0), header.readUInt32BE(4)];

@@ -16,8 +16,8 @@ const widgetPrinter = process.env.ORVEL_PRINT_ACCESSIBLE_WIDGETS;
 const servicesFolder = '/usr/share/dbus-1/accessibility-services';
 
 export class Accessibility {
-  /// Starts an accessibility bus for the programs on a screen. It is their session bus too,
-  /// because GTK names its widgets after the application's object on the session bus.
+  /// Starts an accessibility bus for the programs on a screen. The bus is their session bus too,
+  /// because GTK builds the object paths of widgets from the application's path on that bus.
   static async open(screen) {
     if (!widgetPrinter || !existsSync(widgetPrinter)) {
       throw new Error('ORVEL_PRINT_ACCESSIBLE_WIDGETS does not name a program');
@@ -58,12 +58,12 @@ export class Accessibility {
         value instanceof RegExp ? value.test(widget[name]) : widget[name] === value));
   }
 
-  /// Waits for a widget with such properties.
+  /// Waits until findWidget() finds a widget, and returns it.
   awaitWidget(expected) {
     return waitFor(`a widget with ${inspect(expected)}`, () => this.findWidget(expected));
   }
 
-  /// Clicks the middle of a widget that is in this X11 window.
+  /// Waits for a widget, which must be in this X11 window, and clicks its middle.
   async click(window, expected) {
     const { extents } = await this.awaitWidget(expected);
     const { x, y } = await this.screen.geometry(window);

@@ -1,5 +1,5 @@
 // A data root for a test: the folder with the OS and its server script v3/server.mjs. The script is
-// the fixture server, which records its events in a file. The test removes the folder.
+// the fixture server, which records its events in a file. The folder is removed with its user's.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,
@@ -14,7 +14,7 @@ import { waitFor } from './wait.mjs';
 const supportFolder = dirname(fileURLToPath(import.meta.url));
 
 export class DataRoot extends PageReports {
-  /// Creates the folder and installs the server, except with a `behaviour` of null.
+  /// Creates the folder, and installs the server unless `behaviour` is null.
   constructor(path, behaviour = {}) {
     super();
     this.path = path;

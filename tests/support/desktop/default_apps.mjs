@@ -110,14 +110,14 @@ export class Desktop {
   }
 
   /// Waits for the end of all processes, and fails unless exactly these URLs and files in Downloads
-  /// have been opened, and there was one window at most.
+  /// have been opened, and no window beside the main one.
   async awaitEndAndAssertOpened(...expected) {
     await this.user.awaitProcessesEnded();
     assert.deepEqual(this.opened().sort(), expected.sort());
     assert.equal(this.user.screen.maxWindowCount, 1, 'no second window was opened');
   }
 
-  /// Waits until a file in Downloads was opened, and returns its text. Fails if the file was
+  /// Waits until a file in Downloads has been opened, and returns its text. Fails if the file was
   /// opened before it was complete.
   async awaitOpenedFile(name) {
     const path = this.downloadPath(name);

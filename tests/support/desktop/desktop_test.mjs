@@ -1,5 +1,5 @@
-// The setup and teardown of every test of the application: a screen for the file, a new user for
-// each test, and a check afterwards that the application has left nothing behind.
+// The setup and teardown of every test of the application: one screen for each file, a new user
+// for each test, and a check afterwards that the application has left nothing behind.
 
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';

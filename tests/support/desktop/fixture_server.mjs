@@ -3,9 +3,9 @@
 //   routes            responses for paths (responses.mjs), read again for each response
 //   closesConnection  each request's connection is closed without a response
 //   ignoresSignals    SIGTERM, SIGINT and SIGHUP are ignored
-//   stopDelay         time in ms from such a signal to the exit
+//   stopDelay         time in ms from one of these signals to the exit
 //   exitCode          the server exits at once with this code
-// It writes each event as a line of JSON to record.jsonl.
+// The server writes each event as a line of JSON to record.jsonl.
 
 import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';

@@ -18,14 +18,14 @@ function failedAssertions(output) {
     /CRITICAL|Assertion|terminate called|Sanitizer/.test(line) && !isKnown(line));
 }
 
-/// Returns the paths below a folder that match a pattern. The names of incomplete files that the
-/// application writes begin with ".orvel-".
+/// Returns the paths below a folder that match a pattern.
 const pathsMatching = (folder, pattern) =>
   readdirSync(folder, { recursive: true }).map(String).filter((path) => pattern.test(path));
 
 /// Waits until all processes of a user have ended. Fails if the application has printed a message
-/// about a failed assertion, or left a temporary or partial file, a core file, a file beside its
-/// bundle, or another file in its configuration folder than these.
+/// about a failed assertion, or left a temporary or partial file (".orvel-..."), a core file, a
+/// file beside its bundle, or a file in its configuration folder that is not one of
+/// `configurationFiles`.
 export async function assertNoLeftovers(user, configurationFiles = ['defaults.ini']) {
   await user.awaitProcessesEnded();
   const { XDG_CONFIG_HOME, XDG_CACHE_HOME, TMPDIR } = user.environment;

@@ -3,18 +3,21 @@
 
 import { spawnSync } from 'node:child_process';
 
-const unshare = process.getuid() === 0 ? ['unshare', '-m'] : ['unshare', '-r', '-m'];
-const [mountProgram, ...mountArgs] = [...unshare, 'mount', '-t', 'tmpfs', 'none', '/mnt'];
+// An ordinary user may mount only as root of a new user namespace.
+const unshareOptions = process.getuid() === 0 ? ['--mount'] : ['--map-root-user', '--mount'];
+const permitsMounts = spawnSync(
+  'unshare', [...unshareOptions, 'mount', '-t', 'tmpfs', 'none', '/mnt']).status === 0;
 
 /// The reason to skip tests that mount file systems, or false if this machine permits mounts.
-export const skipWithoutMounts = spawnSync(mountProgram, mountArgs).status === 0
-  ? false : 'this machine does not permit mounts';
+export const skipWithoutMounts = permitsMounts ? false : 'this machine does not permit mounts';
 
 /// Returns a wrapper that first runs a shell script with these arguments.
 export const mountWrapper = (script, ...args) =>
-  [...unshare, 'sh', '-ec', `${script}\nshift ${args.length}\nexec "$@"`, 'sh', ...args];
+  ['unshare', ...unshareOptions,
+    'sh', '-ec', `${script}\nshift ${args.length}\nexec "$@"`, 'sh', ...args];
 
-/// Returns a wrapper that mounts a full file system at each of the paths.
+/// Returns a wrapper that mounts a full file system at each of the paths. cat fails when no
+/// space is left.
 export const fullDiskWrapper = (...paths) => mountWrapper(
   paths.map((_, index) => `mount -t tmpfs -o size=64k none "$${index + 1}"
     cat /dev/zero > "$${index + 1}/full" 2>&- || :`).join('\n'), ...paths);

@@ -1,5 +1,5 @@
-// A server that the application does not start. The application counts its address, 127.0.0.2, as
-// online, because it is not that of the local server.
+// A server that the application does not start. The application takes it for an online server,
+// because its address, by default at 127.0.0.2, is not that of the local server.
 
 import { PageReports } from './page_reports.mjs';
 import { createTestServer, respond } from './responses.mjs';

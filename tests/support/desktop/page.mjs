@@ -1,7 +1,7 @@
 // The page of the test servers: a uniform background, the test's content, and a script that
 // reports to the server. A report is a POST of JSON to /api/NAME.
 
-/// The background of a painted page. It is dark like the empty web view before it, so
+/// The background of a painted page. It is dark, like the empty web view before the first page, so
 /// a light pixel during a load is a failure.
 export const pageColour = [20, 60, 90];
 
@@ -11,7 +11,8 @@ export const button = (id, script) => `<button id="${id}" onclick="${script}">${
 
 /// Returns a page around a piece of HTML. A top-level page reports "painted" with its layout: its
 /// size, and the middle of each element with an ID, including those in frames of the same origin.
-/// The report also has the user agent and the cookies that scripts can read.
+/// The report also has the user agent, the cookies that scripts can read, and `loads`, the number of
+/// loads that local storage keeps.
 export function pageWith(content) {
   return `<!doctype html>
 <html lang="en"><meta charset="utf-8"><title>Test</title>

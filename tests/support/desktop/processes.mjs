@@ -37,7 +37,7 @@ function pids() {
   return listOrEmpty('/proc').filter((name) => /^\d+$/.test(name)).map(Number);
 }
 
-/// Returns the properties of a process. The `state` is empty if it does not exist.
+/// Returns the properties of a process. The `state` is empty if the process does not exist.
 export function readProcess(pid) {
   const stat = readOrEmpty(`/proc/${pid}/stat`);
   // The fields from the third on (proc_pid_stat(5)). The name in parentheses may contain blanks.

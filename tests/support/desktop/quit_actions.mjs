@@ -1,4 +1,5 @@
-// The ways in which a user or the system quits the application.
+// The ways in which a user or the system quits the application, as functions of the run and the
+// screen.
 
 import { kill } from './processes.mjs';
 

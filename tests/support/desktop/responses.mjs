@@ -95,8 +95,8 @@ function sendRoute(response, route) {
   }
 }
 
-/// Responds with the test's route for the path, else 200 to a probe or a report, else with
-/// the page with a text field, else 404.
+/// Responds with the test's route for the path. Without a route a probe (/api/wie) or report (POST)
+/// gets 200, "/" the page with a text field, and every other path 404.
 export function respond({ method, url }, response, routes = {}) {
   const route = routes[url] ?? routes[url.split('?')[0]];
   if (route) {
@@ -110,8 +110,8 @@ export function respond({ method, url }, response, routes = {}) {
   }
 }
 
-/// Creates a server that passes each request to `handle` once its body has been received, as the
-/// parts `method`, `url`, `headers` and `body`, and with the response.
+/// Creates a server that calls `handle` with each complete request, which has `method`, `url`,
+/// `headers` and `body`, and with the response.
 export function createTestServer(handle) {
   return createServer((request, response) => {
     const { method, url, headers } = request;

@@ -285,7 +285,8 @@ export class Screen {
     return this.framebuffer.screenshot();
   }
 
-  /// Waits until the page's background is visible at a position, by default the middle.
+  /// Waits until the page's background is visible at a position, by default the middle of the
+  /// screen.
   async awaitPageOnScreen(...position) {
     await waitFor('the page on the screen', () => this.screenshot().shows(pageColour, ...position));
   }

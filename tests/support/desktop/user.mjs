@@ -37,7 +37,8 @@ export class User {
   constructor(screen, { behaviour, plist = {} } = {}) {
     this.screen = screen;
     this.folder = mkdtempSync(join(tmpdir(), 'orvel e2e '));
-    // The user's processes have this environment variable, or belong to one of the sessions.
+    // The user's processes have this environment variable, or belong to the session (setsid(2)) of
+    // a process that start() has created.
     this.marker = `ORVEL_E2E=${this.folder}`;
     this.sessions = new Set();
     this.runs = [];
@@ -96,8 +97,8 @@ export class User {
 
   /// Starts the application, with `wrapper` as the command line in front of it, and returns the
   /// run: its process, output and exit. A variable with the value undefined is removed from the
-  /// environment. All waits fail when a signal ends the application, unless the test has set
-  /// `killExpected` of the run before.
+  /// environment. When a signal ends the application, all waits fail, unless the test has set
+  /// the member `killExpected` of the run.
   start({ environment = {}, args = [], wrapper = [] } = {}) {
     const [program, ...allArgs] = [...wrapper, this.executable, ...args];
     const child = spawn(program, allArgs, {
@@ -129,8 +130,8 @@ export class User {
     return run;
   }
 
-  /// Starts the application with a page whose body is a piece of HTML, and returns the layout.
-  /// `routes` are the other routes of the server.
+  /// Starts the application with a page whose body is a piece of HTML, and returns the layout
+  /// that the page reports. `routes` are the server's other routes, `options` those of start().
   async startWithPage(page, routes = {}, options = {}) {
     this.root.setRoutes({ '/': { page }, ...routes });
     await this.startAndShowPage(options);
@@ -192,7 +193,7 @@ export class User {
     return this.awaitCleanExit(run);
   }
 
-  /// Quits by SIGTERM, because a panel or another instance may have the keyboard, and waits for a
+  /// Quits by SIGTERM, because a panel or another instance may have the focus, and waits for a
   /// clean exit.
   async terminate(run = this.run) {
     await this.assertHealthy(run);
@@ -205,7 +206,7 @@ export class User {
   async assertHealthy({ pid }) {
     await waitFor('the end of all zombies', () => !hasZombie(pid));
     const memory = peakMemory(pid);
-    assert.ok(memory < maxMemory, `the application used ${memory} MiB`);
+    assert.ok(memory < maxMemory, `the application used ${memory} MiB, not under ${maxMemory}`);
   }
 
   /// Returns the processes that the user has started, and their descendants.
@@ -213,7 +214,7 @@ export class User {
     return markedProcesses(this.marker, this.sessions);
   }
 
-  /// Returns the processes with this name, of which the kernel keeps the first 15 bytes.
+  /// Returns the processes whose names begin with this one. The kernel truncates names to 15 bytes.
   processesNamed(name) {
     return this.processes().filter((process) => process.name.startsWith(name.slice(0, 15)));
   }

@@ -7,15 +7,15 @@ import { setTimeout as pause } from 'node:timers/promises';
 const timeoutFactor = Number(process.env.ORVEL_TEST_TIMEOUT_FACTOR ?? 1);
 const defaultTimeout = 60_000;
 
-/// The guard, in ms, of programs that a test runs.
+/// The guard, in ms, of programs that a test runs. It includes ORVEL_TEST_TIMEOUT_FACTOR.
 export const programTimeout = defaultTimeout * timeoutFactor;
 
-/// The guard, in ms, of waits for thousands of requests, windows or programs.
+/// The `timeout` of waitFor() for thousands of requests, windows or programs, in ms.
 export const floodTimeout = 1_000_000;
 
 let fatalError = null;
 
-/// Makes every wait fail with this error, until it is called with null.
+/// Makes every wait throw this error from now on. The error null ends that.
 export function failWaits(error) {
   fatalError = error;
 }
