@@ -115,8 +115,8 @@ class AppDelegate final : public ApplicationDelegate,
   void bewaarEnOpen(const Url &url);
 
   // update/update_check.cc
-  /// Checks for a newer release and installs it. A silent check (`stil`) does not report
-  /// its result in an alert.
+  /// Checks for a newer release and installs it. A silent check (`stil`) shows no alert when
+  /// it fails or finds no newer release.
   void zoekUpdate(bool stil);
   void zoekUpdateMenu() override;
   /// Shows an alert with one button.
@@ -133,9 +133,9 @@ class AppDelegate final : public ApplicationDelegate,
   /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
-  /// Loads the page of the OS server. When another user's program listens on the port of the local
-  /// server, handles that like a failed probe after `tries` failed ones. Does nothing when the
-  /// local server is needed but has ended.
+  /// Loads the page of the OS server. Continues as after a failed probe when the page's request may
+  /// not carry the key (`mayReceiveKey`). Does nothing when the local server is needed but has
+  /// ended. `tries` is that of `waitForServer`.
   void loadPage(int tries);
   /// Probes the server until it is ready and then loads its page. Does nothing when the server is
   /// being probed already.
@@ -143,8 +143,11 @@ class AppDelegate final : public ApplicationDelegate,
   bool isServerRunning() const { return server && server->isRunning(); }
   /// Shows an error page, unless the exit is expected.
   void serverDidExit(const std::shared_ptr<ChildProcess> &process);
-  /// Continues after a probe, as `waitForServer` describes. An absent response is a failed probe.
+  /// Shows the OS when the response to a probe has status 200. Any other response, or none, is a
+  /// failed probe.
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
+  /// Sends the next probe after a pause or, when the last probe has failed, shows the error page.
+  void handleFailedProbe(int tries);
   /// Stores the key cookie, if there is a key, and then calls loadPage.
   void showOS(int tries);
   /// Stores the address that the user has entered and opens the OS there, or shows an alert when

@@ -69,7 +69,7 @@ void AppDelegate::reloadPage() {
     awaitServerForReload();
     return;
   }
-  loadPage(0);
+  loadPage(/*tries=*/0);
 }
 
 UrlRequest AppDelegate::pageRequest() const {
@@ -81,11 +81,11 @@ UrlRequest AppDelegate::pageRequest() const {
 }
 
 void AppDelegate::loadPage(int tries) {
-  // serverDidExit shows an error page.
+  // serverDidExit reports the exit on an error page.
   if (lokaal() && !isServerRunning()) return;
   const UrlRequest page = pageRequest();
   if (!mayReceiveKey(page.url, platform_.listeners)) {
-    handleProbe(std::nullopt, tries);
+    handleFailedProbe(tries);
     return;
   }
   loadedPage_ = page.url;
@@ -94,14 +94,14 @@ void AppDelegate::loadPage(int tries) {
 }
 
 void AppDelegate::awaitServerForReload() {
-  if (!isAwaitingServer_) waitForServer(0);
+  if (!isAwaitingServer_) waitForServer(/*tries=*/0);
 }
 
 // The web view calls this, so `web` is not null.
 void AppDelegate::webViewWebContentProcessDidTerminate() {
   if (loadedPage_ && isLocalAddress(loadedPage_->absoluteString)) {
-    // serverDidExit shows an error page or, when the user has chosen another address, its page
-    // replaces this one.
+    // The exit of the server leads to an error page (serverDidExit) or, after a change of the
+    // server address, to the page at the new address (openOS).
     if (!isServerRunning()) return;
     if (!mayReceiveKey(*loadedPage_, platform_.listeners)) {
       awaitServerForReload();

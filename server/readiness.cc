@@ -42,7 +42,7 @@ void AppDelegate::openOS() {
   // A server started while quitting would be orphaned.
   if (quitting) return;
   if (!lokaal()) {
-    waitForServer(0);
+    waitForServer(/*tries=*/0);
     return;
   }
   std::error_code ignored;
@@ -52,7 +52,7 @@ void AppDelegate::openOS() {
     return;
   }
   if (!isServerRunning()) startServer();
-  waitForServer(0);
+  waitForServer(/*tries=*/0);
 }
 
 void AppDelegate::waitForServer(int tries) {
@@ -63,7 +63,7 @@ void AppDelegate::waitForServer(int tries) {
   const auto url = Url::parse(baseURL() + "api/wie");
   if (!url) fatalError("invalid server URL: " + baseURL());
   if (!mayReceiveKey(*url, platform_.listeners)) {
-    handleProbe(std::nullopt, tries);
+    handleFailedProbe(tries);
     return;
   }
   UrlRequest probe = metSleutel(*url);
@@ -79,8 +79,12 @@ void AppDelegate::waitForServer(int tries) {
 void AppDelegate::handleProbe(const std::optional<HttpResponse> &response, int tries) {
   if (response && response->statusCode == 200) {
     showOS(tries);
-    return;
+  } else {
+    handleFailedProbe(tries);
   }
+}
+
+void AppDelegate::handleFailedProbe(int tries) {
   if (tries >= (lokaal() ? maxLocalRetries : maxOnlineRetries)) {
     showError(lokaal() ? "De OS-server reageert niet. Zie ~/orvel-os/v3/.local/server.log."
                        : "Geen verbinding met " + baseURL() +
