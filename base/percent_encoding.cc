@@ -23,6 +23,7 @@ void append(std::string &result, std::string_view part, std::string_view delimit
   }
 }
 
+/// Removes and returns the text before position `end`, or the whole text when `end` is npos.
 std::string_view takeFront(std::string_view &text, std::size_t end) {
   const std::string_view front = text.substr(0, end);
   text.remove_prefix(front.size());

@@ -6,9 +6,9 @@ namespace orvel {
 
 enum class TitleBarDoubleClick { none, miniaturize, zoom };
 
-/// Returns what a double click on a title bar does, by the value of the macOS user default
-/// AppleActionOnDoubleClick, or the empty text when it is missing. A missing or unknown value
-/// stands for the system's default, zoom. Any thread.
+/// Returns what a double click on a title bar does. `preference` is the value of the macOS user
+/// default AppleActionOnDoubleClick. An empty text (the default is not set) or an unknown value
+/// stands for zoom, as in macOS. Any thread.
 TitleBarDoubleClick titleBarDoubleClick(std::string_view preference);
 
 /// What a window does with an event of the left mouse button.

@@ -27,8 +27,7 @@ struct Url {
 
   /// Resolves a reference against a URL (RFC 3986, 5.2) and returns the absolute
   /// URL. Percent-encodes invalid characters first (percent_encoding.h). Returns nullopt
-  /// when the result is still not a reference: for the empty text or a malformed
-  /// authority. Any thread.
+  /// when the reference is empty or still malformed, such as in its authority. Any thread.
   static std::optional<Url> resolve(std::string_view reference, const Url &base);
 
   bool operator==(const Url &) const = default;

@@ -11,8 +11,8 @@ class ApplicationDelegate {
 
   /// Called once when the event loop has started and windows can be created.
   virtual void applicationDidFinishLaunching() = 0;
-  /// Decides on a request to quit. After `later`, the application continues until
-  /// replyToShouldTerminate.
+  /// Decides on a request to quit. After `later`, the application continues to run
+  /// until replyToShouldTerminate is called.
   virtual TerminateReply applicationShouldTerminate() = 0;
   /// Returns whether closing the last window is a request to quit.
   virtual bool applicationShouldTerminateAfterLastWindowClosed() = 0;

@@ -18,8 +18,8 @@ struct DataReply {
   /// The head of the final response, present even if its body failed. Absent when
   /// no head arrived or the response is not HTTP.
   std::optional<HttpResponse> response{};
-  /// The whole body. Absent when it is truncated, timed out, is too large or has
-  /// an unknown encoding.
+  /// The whole body. Absent when it is truncated, too large or in an unknown encoding,
+  /// or when it timed out.
   std::optional<std::string> body{};
 };
 

@@ -70,11 +70,11 @@ class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
 
-  /// Decides on a navigation. Called once before each navigation. If a download or another
-  /// application replaces a cancelled navigation, starts it before it returns.
+  /// Decides on a navigation. Called once before each navigation. Before it returns, starts the
+  /// download or the other application that gets the URL of a cancelled navigation, if any.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
-  /// Returns the same as decidePolicy without side effects, for a web engine that does not
-  /// report the target when it requests the decision.
+  /// Returns the same as decidePolicy without side effects. A web engine that does not report the
+  /// target of a navigation calls it to find out whether the decision depends on the target.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
   /// Handles a request of the page or the user for a new window. Creates no window.
   virtual void createWebView(const std::optional<Url> &url) = 0;

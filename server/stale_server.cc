@@ -30,7 +30,7 @@ std::vector<std::string> linesOf(const std::string &output) {
 
 void AppDelegate::killStaleServer() {
   auto &processes = platform_.processes;
-  // -t prints process IDs only.
+  // -t prints only process IDs, -i selects the port.
   const std::string listenersCommand =
       "lsof -ti tcp:" + std::to_string(settings_.LOCAL_PORT) + " -sTCP:LISTEN";
 

@@ -97,7 +97,8 @@ void AppDelegate::installeer(const Url &archive, const std::string &versie,
                              const ReleaseSignature &signature) {
   // Without Info.plist it is unknown whether this build accepts unsigned releases.
   if (!platform_.bundle.hasInfoDictionary()) return;
-  // Without these checks, every update check would download a release that cannot be installed.
+  // Without the next two checks, every update check would download a release that cannot be
+  // installed.
   const std::string bundle = platform_.bundle.path();
   if (isTranslocated(bundle, platform_.edition)) return;
   if (!platform_.locations.canReplaceItem(bundle)) return;

@@ -9,7 +9,8 @@
 namespace orvel {
 
 /// The entry of Info.plist with the public key that verifies updates, in the form that
-/// `verify` takes. A build without the entry installs releases without a signature.
+/// `verify` (base/signature.h) takes. A build without the entry installs releases without a
+/// signature.
 inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
 
 /// The members of a manifest that authenticate its release.

@@ -7,8 +7,8 @@
 namespace orvel {
 
 /// Returns the folder for unpacking a release of this version. Returns nullopt when the
-/// version contains NUL or ".." as a path component, which would leave the temporary folder.
-/// Any thread.
+/// version contains NUL, or the path component "..", which would lead out of the temporary
+/// folder. Any thread.
 std::optional<std::string> workingFolder(const std::string &temporary, const std::string &versie);
 
 /// Removes the folder that an earlier installation of the same version left, and creates an empty

@@ -43,8 +43,9 @@ std::string lastComponent(const Url &url) {
   std::string_view address = url.absoluteString;
   address = address.substr(0, address.find_first_of("?#"));
   while (address.ends_with('/')) address.remove_suffix(1);
-  // A relative URL may consist of this component alone.
+  // Without a "/", npos + 1 is 0: a relative URL may consist of this component alone.
   const std::string component(address.substr(address.rfind('/') + 1));
+  // The "/" keeps a ":" in the component from ending a scheme.
   const auto decoded = Url::parse("/" + component);
   return decoded && !decoded->path.empty() ? decoded->path.substr(1) : "";
 }
@@ -57,7 +58,7 @@ std::string downloadName(const std::optional<std::string> &suggested, const Url 
     if (!isFileName(name)) continue;
     const auto [stem, extension] = splitFileName(name);
     std::string shortened = joined(stem, "", extension);
-    // Truncation empties a stem that contains no complete character.
+    // Truncation can empty a malformed stem that consists of UTF-8 continuation bytes.
     if (isFileName(shortened)) return shortened;
   }
   return "unknown";

@@ -38,7 +38,8 @@ bool isTaken(const std::string &path) {
 /// Any thread.
 void saveDownload(const Platform &platform, const std::string &temporaryFile,
                   const std::optional<std::string> &suggested, const Url &url) {
-  // Before the move, so that no program can open the file at its final path without the mark.
+  // Before the move, so that no program can open the file at its final path without the
+  // quarantine mark.
   platform.locations.quarantine(temporaryFile, url);
   const std::string path = moveToFreeName(temporaryFile, platform.locations.downloads(),
                                           downloadName(suggested, url), moveFile);

@@ -14,7 +14,7 @@ constexpr std::string_view exportPath = "/api/export";
 /// The start of the path of every file that the OS server stores.
 constexpr std::string_view filePathPrefix = "/api/bestand/";
 
-// The address ends in "/", so that a prefix match cannot match another host.
+// `baseURL` ends in "/", so that a prefix match cannot match another host.
 bool isOnServer(const Url &url, std::string_view baseURL) {
   return url.absoluteString.starts_with(baseURL);
 }

@@ -34,8 +34,9 @@ NavigationDecision decideNavigation(const NavigationAction &action, std::string_
 /// application. Any thread.
 NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL);
 
-/// Decides on a download that the web engine would save. With a user gesture it is decided like
-/// a new window; without one a script could save and open any file, so it is dropped. Any thread.
+/// Decides on a download that the web engine would save. After a user gesture, decides as on a new
+/// window. Without a gesture, drops the download: a script could save and open any file. Any
+/// thread.
 NavigationConsequence decideDownload(const std::optional<Url> &url, bool hasUserGesture,
                                      std::string_view baseURL);
 

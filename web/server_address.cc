@@ -12,8 +12,8 @@ namespace {
 
 constexpr int defaultPort = 80;
 
-/// Returns whether a socket that listens on an address may get a connection to a host of a local
-/// address.
+/// Returns whether a socket that listens on `address` may accept a connection to `host`, which is
+/// "127.0.0.1" or "localhost".
 bool mayAccept(std::string_view address, std::string_view host) {
   if (address == "::1") return host == "localhost";
   // A socket that listens on "::" also gets IPv4 connections, except with IPV6_V6ONLY.

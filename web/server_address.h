@@ -11,10 +11,11 @@ namespace orvel {
 /// "http://127.0.0.1:" or "http://localhost:". Case-sensitive. Any thread.
 bool isLocalAddress(std::string_view address);
 
-/// Returns whether the app key may be sent to a URL. A local address may get it only when
-/// this user's programs, and no other user's, listen on the port: any user may listen there
-/// first. For "localhost" that applies to IPv4 and IPv6, because a client may choose either.
-/// Where the system does not report its listeners every local address may get it. Any thread.
+/// Returns whether the app key may be sent to a URL. A local address may get it only when a
+/// program of this user, and none of another user, listens on the port: any user may listen
+/// there first. For "localhost" that applies to IPv4 and IPv6, because a client may choose
+/// either. Every local address may get it where the system does not report its listeners. Any
+/// thread.
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners);
 
 /// Returns the text without leading and trailing spaces and tabs. Keeps line breaks.

@@ -34,7 +34,7 @@ class FakeApplication final : public Application {
   /// Launches the application and calls `onRun`.
   void run() override {
     scheduler_.recordOnMainThread("application run");
-    if (delegate_ == nullptr) throw std::logic_error("an application without a delegate");
+    if (delegate_ == nullptr) throw std::logic_error("run() without a delegate");
     delegate_->applicationDidFinishLaunching();
     if (onRun) onRun();
   }
@@ -44,7 +44,7 @@ class FakeApplication final : public Application {
     requestTermination();
   }
   void replyToShouldTerminate() override {
-    if (!isWaitingForReply_) throw std::logic_error("a reply without a deferred termination");
+    if (!isWaitingForReply_) throw std::logic_error("reply although no termination is deferred");
     isWaitingForReply_ = false;
     finish();
   }
@@ -143,13 +143,13 @@ class FakePanels final : public Panels {
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override {
     scheduler_.recordOnMainThread("alert " + alert.messageText);
     shown.push_back(alert);
-    open_.push_back(std::move(completion));
+    openAlerts_.push_back(std::move(completion));
     deliverAnswers();
   }
 
   /// Answers the oldest open alert, or the next alert when none is open.
   void answer(const AlertAnswer &answer) {
-    answers_.push_back(answer);
+    undeliveredAnswers_.push_back(answer);
     deliverAnswers();
   }
 
@@ -159,20 +159,22 @@ class FakePanels final : public Panels {
  private:
   /// Schedules the completions of the alerts for which there is an answer.
   void deliverAnswers() {
-    while (!open_.empty() && !answers_.empty()) {
+    while (!openAlerts_.empty() && !undeliveredAnswers_.empty()) {
       scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
-                          [this, completion = std::move(open_.front()), answer = answers_.front()] {
+                          [this, completion = std::move(openAlerts_.front()),
+                           answer = undeliveredAnswers_.front()] {
                             if (!application_.terminated) completion(answer);
                           });
-      open_.pop_front();
-      answers_.pop_front();
+      openAlerts_.pop_front();
+      undeliveredAnswers_.pop_front();
     }
   }
 
   FakeScheduler &scheduler_;
   const FakeApplication &application_;
-  std::deque<std::function<void(AlertAnswer)>> open_;
-  std::deque<AlertAnswer> answers_;
+  /// The completions of the open alerts.
+  std::deque<std::function<void(AlertAnswer)>> openAlerts_;
+  std::deque<AlertAnswer> undeliveredAnswers_;
 };
 
 /// A workspace that only records the URLs and files that it opens.

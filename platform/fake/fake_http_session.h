@@ -19,11 +19,11 @@
 
 namespace orvel {
 
-/// The response of a scripted server. By default the connection is refused.
+/// The response of a scripted server. Without a status and a body the connection is refused.
 struct FakeResponse {
-  /// Absent with a body: the response is not HTTP.
+  /// Absent when the response is not HTTP and has only a body.
   std::optional<int> statusCode{};
-  /// Absent with a status: the transfer of the body fails.
+  /// Absent when the transfer of the body fails.
   std::optional<std::string> body{};
   std::chrono::milliseconds delay{0};
   std::optional<std::string> suggestedFilename{};

@@ -65,7 +65,7 @@ class FakeChildProcess final : public ChildProcess,
     scheduler_.schedule(FakeScheduler::Thread::background, std::chrono::milliseconds(0),
                         [self = shared_from_this()] { self->request.terminationHandler(self); });
   }
-  /// Schedules the exit, if the script has one.
+  /// Schedules the exit of a process that ends by itself.
   void start() {
     if (script_.exitsAfter) exitAfter(*script_.exitsAfter, script_.status);
   }
@@ -106,12 +106,14 @@ class FakeProcessLauncher final : public ProcessLauncher {
     if (script.launchError) return {nullptr, *script.launchError};
     if (onLaunch) onLaunch(request);
 
-    LaunchRequest kept = request;
-    if (kept.standardOutput.handle) kept.standardOutput.handle->write(script.output);
-    // sh() reads until all writing ends of the pipe are closed, and `kept` holds one.
-    if (isShell) kept.standardOutput = {};
+    LaunchRequest childRequest = request;
+    const auto &output = childRequest.standardOutput.handle;
+    if (output) output->write(script.output);
+    // sh() (server/shell_runner.h) reads until all writing ends of its pipe are closed, and
+    // `childRequest` would keep one open.
+    if (isShell) childRequest.standardOutput = {};
     const std::string name = isShell ? program : "process " + std::to_string(launched.size() + 1);
-    auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, kept);
+    auto process = std::make_shared<FakeChildProcess>(scheduler_, name, script, childRequest);
     if (!isShell) launched.push_back(process);
     process->start();
     return {process, ""};

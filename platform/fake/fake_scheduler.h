@@ -84,6 +84,7 @@ class FakeScheduler {
   Record &record() { return record_; }
 
  private:
+  /// The time at which a task is due, and its number in posting order.
   using Key = std::pair<Duration, std::uint64_t>;
   struct Task {
     Thread thread;
@@ -112,6 +113,7 @@ class FakeScheduler {
   std::map<Key, Task> tasks_;
 };
 
+/// A main queue in virtual time. Records `after` and `every`, but not `post`.
 class FakeMainQueue final : public MainQueue {
  public:
   explicit FakeMainQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -139,6 +141,7 @@ class FakeMainQueue final : public MainQueue {
   FakeScheduler &scheduler_;
 };
 
+/// A background queue in virtual time. Records nothing.
 class FakeBackgroundQueue final : public BackgroundQueue {
  public:
   explicit FakeBackgroundQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}

@@ -70,10 +70,11 @@ class FakeWebView final : public WebView {
   CookieStore &cookieStore() override { return cookies_; }
 
   const WebViewConfiguration configuration;
-  /// A test calls it to simulate the web engine.
+  /// Called by tests to simulate events of the web engine.
   WebViewDelegate &delegate;
-  /// The current page, as HTML or as a URL. The other one is empty.
+  /// The current page after loadHtml, otherwise empty.
   std::string shownHtml;
+  /// The URL of the current page after load, otherwise empty.
   std::string shownUrl;
 
  private:
