@@ -101,7 +101,8 @@ void FullScreenBar::setPointerOver(bool isOver) {
 }
 
 void FullScreenBar::focusChanged() {
-  // While a menu is open, its popover grabs the pointer, so its position is unknown here.
+  // While a menu is open, its popover grabs the pointer, so this window has missed the last motion
+  // events.
   GdkSurface *surface = gtk_native_get_surface(GTK_NATIVE(window_));
   if (surface != nullptr && gtk_window_is_fullscreen(window_) && !hasFocus()) {
     GdkSeat *seat = gdk_display_get_default_seat(gdk_surface_get_display(surface));

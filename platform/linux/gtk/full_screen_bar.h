@@ -15,7 +15,7 @@ namespace orvel {
 class FullScreenBar {
  public:
   /// Adds the header and the content to the window. `menuBar` is a descendant of the
-  /// header. Must be destroyed before the window.
+  /// header. The window must outlive this object.
   FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar, GtkWidget *content);
   FullScreenBar(const FullScreenBar &) = delete;
   FullScreenBar &operator=(const FullScreenBar &) = delete;

@@ -52,7 +52,7 @@ void GtkApplicationHost::run() {
 
 void GtkApplicationHost::connectToSessionBus() {
   if (!g_application_register(base(application_), nullptr, nullptr)) {
-    // The bus refuses the name. This process then runs without it, like one without a bus.
+    // The bus has refused the name, so this process runs on its own, as without a bus.
     g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
     g_application_register(base(application_), nullptr, nullptr);
   }

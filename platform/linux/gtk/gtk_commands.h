@@ -18,8 +18,8 @@ struct AboutInformation {
   std::string icon;
 };
 
-/// Returns whether a command applies to the focused widget. The page gets the key of such a
-/// command first, because web applications have their own undo and clipboard. Any thread.
+/// Returns whether a command edits or selects in the focused widget, like undo, copy and select
+/// all. Any thread.
 bool isEditingCommand(MenuAction action);
 
 /// The commands of the menu bar. Main thread only.

@@ -27,8 +27,9 @@ class GtkMenuBar final : public MenuBar {
   /// Returns a new widget that shows the menus, with a floating reference.
   GtkWidget *makeWidget() const;
   /// Adds the shortcuts of the editing commands to a window. Those with Control run in the
-  /// bubble phase, so the focused widget handles the key first. Those with Super run in the
-  /// capture phase, because a page would insert the letter.
+  /// bubble phase, so the focused widget handles the key first: web applications have their own
+  /// undo and clipboard. Those with Super run in the capture phase, because a page would insert
+  /// the letter.
   void addEditingKeys(GtkWindow *window);
   /// Adds the shortcuts of all other commands to a window. They run in the capture phase, so
   /// they work while the page is unresponsive.

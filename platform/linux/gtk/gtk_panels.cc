@@ -16,9 +16,9 @@ constexpr int margin = 24;
 constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int maxTextHeight = 420;
-constexpr int charactersPerLine = 60;
 // Maximum lengths in characters. Window lists show no more of a title. GTK needs seconds to
 // lay out a text that is much longer.
+constexpr int maxLineLength = 60;
 constexpr glong maxTitleLength = 80;
 constexpr glong maxTextLength = 10'000;
 
@@ -122,8 +122,8 @@ class GtkPanels::AlertWindow {
     gtk_scrolled_window_set_propagate_natural_height(scroller, TRUE);
     gtk_scrolled_window_set_max_content_height(scroller, maxTextHeight);
     gtk_scrolled_window_set_child(scroller, text);
-    // GTK 4.8 leaves a handler of a destroyed scrolled window connected to the settings. It
-    // crashes when "gtk-overlay-scrolling" changes.
+    // GTK 4.8 leaves a handler of a destroyed scrolled window connected to the settings. The
+    // handler crashes when "gtk-overlay-scrolling" changes.
     g_signal_connect(widget, "destroy", G_CALLBACK(+[](GtkWidget *destroyed) {
                        g_signal_handlers_disconnect_by_data(gtk_settings_get_default(), destroyed);
                      }),
@@ -146,7 +146,7 @@ class GtkPanels::AlertWindow {
     gtk_widget_add_css_class(label, styleClass);
     gtk_label_set_wrap(GTK_LABEL(label), TRUE);
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
-    gtk_label_set_max_width_chars(GTK_LABEL(label), charactersPerLine);
+    gtk_label_set_max_width_chars(GTK_LABEL(label), maxLineLength);
     gtk_label_set_xalign(GTK_LABEL(label), 0);
     gtk_widget_set_size_request(label, textWidth, -1);
     return label;
@@ -227,6 +227,7 @@ class GtkPanels::AlertWindow {
     return gtk_shortcut_new(gtk_keyval_trigger_new(key, GdkModifierType{}), action);
   }
 
+  /// Calls `answered_` with a button, or with nullopt when the alert was closed without one.
   void answer(std::optional<int> button) {
     AlertAnswer answer;
     answer.button = button;

@@ -19,7 +19,7 @@ std::string cssColor(const Color &color) {
   return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
 }
 
-/// The style sheet. The colour orvel_tone is defined before it.
+/// The style sheet. installStyle defines the colour orvel_tone before it.
 constexpr const char *rules = R"css(
 @define-color orvel_text #c3ccd5;
 @define-color orvel_bright #eef2f5;

@@ -44,14 +44,14 @@ GtkWorkspace::~GtkWorkspace() {
   if (launchTimer_ != 0) g_source_remove(launchTimer_);
 }
 
-void GtkWorkspace::open(const Url &url) { launchDefaultApplication(url.absoluteString); }
+void GtkWorkspace::open(const Url &url) { queueLaunch(url.absoluteString); }
 
 void GtkWorkspace::openFile(const std::string &path) {
   const GlibText uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
-  if (uri) launchDefaultApplication(uri.get());
+  if (uri) queueLaunch(uri.get());
 }
 
-void GtkWorkspace::launchDefaultApplication(std::string uri) {
+void GtkWorkspace::queueLaunch(std::string uri) {
   queuedUris_.push_back(std::move(uri));
   if (launchTimer_ != 0) return;
   launchTimer_ = g_timeout_add(

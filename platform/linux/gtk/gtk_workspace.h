@@ -30,7 +30,7 @@ class GtkWorkspace final : public Workspace {
   /// Queues a launch. Each launch blocks the main thread for a fork, and a page can request
   /// thousands at once, so they start one by one with an interval. No launch waits for the
   /// one before it to finish.
-  void launchDefaultApplication(std::string uri);
+  void queueLaunch(std::string uri);
   gboolean launchNext();
 
   const std::map<std::string, std::string> environment_;

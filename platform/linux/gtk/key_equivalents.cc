@@ -16,7 +16,7 @@ std::vector<std::string> accelerators(const MenuItem &item) {
   if (isUpperCase(key)) key = std::string("<Shift>") + static_cast<char>(key[0] - 'A' + 'a');
 
   std::vector<std::string> keys;
-  // The usual key on Linux. Some desktops reserve Super.
+  // F11 is the usual key on Linux, and works on desktops that reserve Super.
   if (item.action == MenuAction::toggleFullScreen) keys.emplace_back("F11");
   if (item.withControl) {
     keys.push_back("<Control><Super>" + key);

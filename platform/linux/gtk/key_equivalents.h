@@ -7,9 +7,10 @@
 
 namespace orvel {
 
-/// Returns the key equivalents of a menu item as GTK accelerators, or nothing for an item
-/// without one. The Command key becomes Control, and Super as an alternative. The menu shows
-/// the first accelerator. Any thread.
+/// Returns a menu item's key equivalent as GTK accelerators, of which the menu shows the first.
+/// Command becomes Control, or Super as an alternative; Command with Control becomes Control
+/// with Super. Full screen also gets F11. Empty for an item without a key equivalent. Any
+/// thread.
 std::vector<std::string> accelerators(const MenuItem &item);
 
 }  // namespace orvel

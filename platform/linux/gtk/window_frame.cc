@@ -33,7 +33,7 @@ std::optional<WindowFrame> parseFrame(std::string_view text) {
   const auto height = takeNumber(text);
   if (!height) return std::nullopt;
   if (!text.empty() && text != maximisedSuffix) return std::nullopt;
-  return WindowFrame{*width, *height, !text.empty()};
+  return WindowFrame{.width = *width, .height = *height, .maximised = !text.empty()};
 }
 
 }  // namespace orvel
