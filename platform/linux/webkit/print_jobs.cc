@@ -24,18 +24,21 @@ GObjectPointer<GtkPrinter> findFilePrinter() {
   // Shared, because GTK may continue the enumeration after this function has returned.
   using Found = std::shared_ptr<GObjectPointer<GtkPrinter>>;
   const auto found = std::make_shared<GObjectPointer<GtkPrinter>>();
+  constexpr gboolean waitForAllPrinters = FALSE;
   gtk_enumerate_printers(
       [](GtkPrinter *printer, gpointer result) -> gboolean {
         if (!gtk_printer_is_virtual(printer)) return FALSE;
         **static_cast<Found *>(result) = retain(printer);
         return TRUE;
       },
-      new Found(found), [](gpointer result) { delete static_cast<Found *>(result); }, FALSE);
+      new Found(found), [](gpointer result) { delete static_cast<Found *>(result); },
+      waitForAllPrinters);
   return std::move(*found);
 }
 
-/// Returns the settings with which WebKit renders a job's pages to a file. They contain only
-/// what the job leaves to the application; the printer backend does the rest.
+/// Returns the settings with which WebKit renders a job's pages to a file. GtkPrintJob returns
+/// default values for the options that the printer backend handles, so WebKit does not apply
+/// those options too.
 GObjectPointer<GtkPrintSettings> renderSettings(GtkPrintJob *job, GtkPrinter *filePrinter,
                                                 const std::string &uri) {
   auto settings = adopt(gtk_print_settings_copy(gtk_print_job_get_settings(job)));
@@ -136,13 +139,13 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
                                               TemporaryFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
-  // Created before the settings, because the job knows which options the printer does not
-  // handle itself.
+  // Created before the settings of the file, because the job knows which options the printer
+  // backend does not handle.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   const GlibText uri(g_filename_to_uri(file->path().c_str(), nullptr, nullptr));
-  const auto jobSettings = renderSettings(job.get(), filePrinter.get(), uri.get());
+  const auto fileSettings = renderSettings(job.get(), filePrinter.get(), uri.get());
   renderJobs_.push_back(std::make_unique<RenderJob>(std::move(job), std::move(file)));
-  renderJobs_.back()->start(*this, makeOperation(view_, jobSettings.get(), pageSetup));
+  renderJobs_.back()->start(*this, makeOperation(view_, fileSettings.get(), pageSetup));
 }
 
 }  // namespace orvel

@@ -22,7 +22,7 @@ class WebKitAuthentication {
  private:
   void dialogOpened(WebKitAuthenticationRequest *request);
   void dialogClosed();
-  /// Returns false when no dialog is open.
+  /// Cancels the open dialog. Returns false when none is open.
   bool cancelDialog();
 
   const GObjectPointer<WebKitWebView> view_;

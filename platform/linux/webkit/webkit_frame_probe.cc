@@ -62,8 +62,9 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 ///
 /// A clicked link counts as a main-frame navigation, because a page that clicks several
 /// download links at once expects every file. Any other navigation counts as a sub-frame
-/// navigation, because a frame shows only the last of several addresses. So does a link to
-/// a fragment: only a sub-frame can show a document that is not allowed in the main frame.
+/// navigation, because a frame shows only the last of several addresses. A link to a fragment
+/// counts as one too: only a sub-frame can show a document that is not allowed in the main
+/// frame.
 NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
   const std::string_view address =
       webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
@@ -77,7 +78,7 @@ NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
 
 /// The state of one probe. Pending callbacks keep the state alive after the end of the probe.
 struct WebKitFrameProbe::Attempt {
-  /// Null after the end.
+  /// Null after the end of the probe.
   WebKitFrameProbe *probe = nullptr;
   GObjectPointer<WebKitPolicyDecision> decision;
   /// Owned by the decision.
@@ -87,7 +88,7 @@ struct WebKitFrameProbe::Attempt {
   bool isLoadedInSubFrame = false;
   Report report;
   std::unique_ptr<WebKitUserContentFilter, FilterRelease> filter;
-  /// Whether the policy decision has been answered.
+  /// Whether the navigation has been allowed, so that its beforeunload event may follow.
   bool isAllowed = false;
 };
 
@@ -131,7 +132,7 @@ bool WebKitFrameProbe::mayLeave(std::string_view text) {
 }
 
 void WebKitFrameProbe::loadFailed(const char *address, const GError *error) {
-  // A redirect does not match: "load-failed" has the original address then, and comes late,
+  // A redirect does not match: its "load-failed" has the original address, and comes too late,
   // after the loads of sub-frames. mainResourceFailed_ handles redirects.
   if (!attempt_ || attempt_->address != address || !isBlocked(error)) return;
   report(NavigationTarget::mainFrame);
@@ -163,7 +164,7 @@ void WebKitFrameProbe::confirmationEnabled(GAsyncResult * /*result*/) {
 }
 
 void WebKitFrameProbe::navigationHandled(GAsyncResult * /*result*/) {
-  // A redirect fires no beforeunload event, and the filter has not blocked it.
+  // A redirect that the filter has not blocked targets a sub-frame.
   if (attempt_->isRedirect || attempt_->isLoadedInSubFrame) {
     return report(NavigationTarget::subFrame);
   }
@@ -194,8 +195,8 @@ void WebKitFrameProbe::report(NavigationTarget target) {
 std::shared_ptr<WebKitFrameProbe::Attempt> WebKitFrameProbe::endAttempt() {
   if (!attempt_) return nullptr;
   attempt_->probe = nullptr;
-  // No effect after webkit_policy_decision_use. A decision that is released without an
-  // answer counts as "use".
+  // This call has no effect after webkit_policy_decision_use. Without the call, the release of an
+  // unanswered decision would count as "use".
   webkit_policy_decision_ignore(attempt_->decision.get());
   // A later navigation to the same address may be allowed in the main frame.
   if (attempt_->filter) {

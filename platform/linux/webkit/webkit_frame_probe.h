@@ -24,7 +24,7 @@ namespace orvel {
 ///   answer is to stay.
 /// - A redirect fires no beforeunload event. A content filter for the resource type
 ///   "top-document" blocks it in the main frame before the request is sent. Like any
-///   main-frame load, this cancels the page's other running loads.
+///   main-frame load, the blocked one cancels the page's other running loads.
 ///
 /// A load that neither of them stops targets a sub-frame, and continues there. Main thread
 /// only.
@@ -39,16 +39,18 @@ class WebKitFrameProbe {
   WebKitFrameProbe(const WebKitFrameProbe &) = delete;
   WebKitFrameProbe &operator=(const WebKitFrameProbe &) = delete;
 
-  /// Returns whether a probe is running. Until it ends, no other frame navigation may be
-  /// answered: its beforeunload event would be taken for one of the probed navigation.
+  /// Returns whether a probe is running. Until the probe ends, no other frame navigation may be
+  /// allowed, because the probe would attribute that navigation's beforeunload event to the
+  /// probed one.
   bool isBusy() const { return attempt_ != nullptr; }
   /// Starts a probe, which answers the decision. Calls `report` once, or never when the web
   /// process terminates first. When the filter cannot be saved, for example on a full disk,
   /// ignores the navigation and reports the main frame. Must not be called while a probe is
   /// running.
   void start(WebKitNavigationPolicyDecision *decision, Report report);
-  /// Answers a beforeunload confirmation with this text: true to leave the document, false
-  /// to stay.
+  /// Returns the answer to a beforeunload confirmation that shows `text`: true to leave the
+  /// document, false to stay. The probe's own text also makes the probe report the main frame
+  /// and end.
   bool mayLeave(std::string_view text);
   /// Handles a "load-failed" signal of the view.
   void loadFailed(const char *address, const GError *error);
@@ -58,15 +60,15 @@ class WebKitFrameProbe {
  private:
   struct Attempt;
 
-  /// Returns a function that calls the method unless the current attempt has ended by
-  /// then.
+  /// Returns a function that calls the method, but does nothing after the end of the current
+  /// attempt.
   AsyncFunction unlessEnded(void (WebKitFrameProbe::*method)(GAsyncResult *)) const;
   void filterSaved(GAsyncResult *result);
   void confirmationEnabled(GAsyncResult *result);
   void navigationHandled(GAsyncResult *result);
   void resourceStarted(WebKitWebResource *resource);
   void report(NavigationTarget target);
-  /// Returns the attempt that has ended, or null when none was running.
+  /// Ends the running attempt and returns it, or returns null when none is running.
   std::shared_ptr<Attempt> endAttempt();
 
   const GObjectPointer<WebKitWebView> view_;

@@ -14,7 +14,7 @@ namespace orvel {
 /// returns null. Main thread only.
 class WebKitScriptDialogs {
  public:
-  /// Answers a beforeunload confirmation with this text: true to leave the page.
+  /// Returns the answer to a beforeunload confirmation that shows `text`: true to leave the page.
   using MayLeave = std::function<bool(std::string_view text)>;
 
   /// The delegate must outlive this object.

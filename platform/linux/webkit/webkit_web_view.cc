@@ -106,8 +106,8 @@ WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
   // Suppresses WebKit's error page, so the view keeps its page.
   g_signal_connect(view_.get(), "load-failed-with-tls-errors",
                    G_CALLBACK(+[] { return gboolean{TRUE}; }), nullptr);
-  // Starts the web process now, because it takes longer to start than the window. Only a
-  // load or a script starts it.
+  // Runs an empty script, which starts the web process now, because the process takes longer to
+  // start than the window.
   webkit_web_view_evaluate_javascript(view_.get(), "", -1, nullptr, nullptr, nullptr, nullptr,
                                       nullptr);
 }
@@ -164,6 +164,7 @@ void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason)
 void WebKitPageView::loadChanged(WebKitLoadEvent event) {
   if (event != WEBKIT_LOAD_COMMITTED) return;
   const char *address = webkit_web_view_get_uri(view_.get());
+  // The address of HTML that is loaded without a base URL.
   isHtmlShown_ = g_strcmp0(address, "about:blank") == 0;
   if (isHtmlShown_) return;
   html_.clear();
