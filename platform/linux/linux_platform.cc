@@ -44,15 +44,15 @@ std::string mainBundlePath() {
 LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
     : environment_(processEnvironment()),
       graphics_(prepareForGtk()),
-      resources_(bundlePath + "/Contents/Resources"),
+      resourceFolder_(bundlePath + "/Contents/Resources"),
       bundle_(bundlePath),
       identifier_(bundle_.infoText("CFBundleIdentifier").value_or(fallbackIdentifier)),
       name_(bundle_.infoText("CFBundleName").value_or(fallbackName)),
       processes_(environment_),
       unpacker_(processes_),
       locations_(inFolder(g_get_user_cache_dir(), identifier_) + "/temporary"),
-      // Downloads are written in the Downloads folder, so that the final move is a rename and no
-      // copy to another file system. The temporary folder is used when it does not exist.
+      // Downloads are written in the Downloads folder, so that the final move is a rename, not a
+      // copy to another file system. Without a Downloads folder, the temporary folder is used.
       http_({locations_.downloads(), locations_.temporary()}),
       defaults_(inFolder(g_get_user_config_dir(), identifier_) + "/defaults.ini"),
       application_(identifier_, [this] { gtkStarted(); }),
@@ -60,7 +60,7 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
           application_,
           AboutInformation{.name = name_,
                            .version = bundle_.infoText("CFBundleShortVersionString").value_or("0"),
-                           .icon = resources_ + "/" + iconName + ".svg"}),
+                           .icon = resourceFolder_ + "/" + iconName + ".svg"}),
       menuBar_(name_,
                [this](MenuAction action, GtkWindow *window) { commands_.perform(action, window); }),
       windows_(application_, menuBar_, defaults_,
@@ -71,8 +71,8 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
       workspace_(environment_) {
   commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
   commands_.editPage = WebKitPageView::edit;
-  // WebKit creates the cookie database, which holds the application key, readable by everyone.
-  // So its folder must be private.
+  // WebKit creates the cookie database readable by everyone. It holds the key with which the
+  // application identifies itself to the OS server, so these folders must be private.
   for (const char *parent :
        {g_get_user_config_dir(), g_get_user_data_dir(), g_get_user_cache_dir()}) {
     ensurePrivateFolder(inFolder(parent, identifier_));
@@ -90,14 +90,14 @@ void LinuxPlatform::gtkStarted() {
   // would delay the window and its page.
   g_timeout_add_full(
       G_PRIORITY_LOW, iconDelayMilliseconds,
-      [](gpointer resources) -> gboolean {
+      [](gpointer folder) -> gboolean {
         gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()),
-                                       static_cast<const std::string *>(resources)->c_str());
+                                       static_cast<const std::string *>(folder)->c_str());
         gtk_window_set_default_icon_name(iconName);
         return G_SOURCE_REMOVE;
       },
-      new std::string(resources_),
-      [](gpointer resources) { delete static_cast<std::string *>(resources); });
+      new std::string(resourceFolder_),
+      [](gpointer folder) { delete static_cast<std::string *>(folder); });
 }
 
 Platform LinuxPlatform::interfaces() {

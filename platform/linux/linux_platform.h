@@ -50,7 +50,7 @@ class LinuxPlatform {
   // get the unchanged one.
   const std::map<std::string, std::string> environment_;
   const GraphicsHardware graphics_;
-  const std::string resources_;
+  const std::string resourceFolder_;
   PlistBundle bundle_;
   const std::string identifier_;
   const std::string name_;

@@ -21,11 +21,11 @@ bool hasUsableRenderNode(const std::filesystem::path &folder) {
 
 }  // namespace
 
-GraphicsHardware detectGraphicsHardware(const std::filesystem::path &renderNodes,
-                                        const std::filesystem::path &nvidiaDriver) {
+GraphicsHardware detectGraphicsHardware(const std::filesystem::path &deviceFolder,
+                                        const std::filesystem::path &nvidiaVersionFile) {
   std::error_code error;
-  return {.hasUsableGpu = hasUsableRenderNode(renderNodes),
-          .hasNvidiaDriver = std::filesystem::exists(nvidiaDriver, error)};
+  return {.hasUsableGpu = hasUsableRenderNode(deviceFolder),
+          .hasNvidiaDriver = std::filesystem::exists(nvidiaVersionFile, error)};
 }
 
 void selectRenderers(const GraphicsHardware &hardware, unsigned gtkMinor) {

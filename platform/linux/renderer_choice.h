@@ -16,12 +16,12 @@ struct GraphicsHardware {
   bool operator==(const GraphicsHardware &) const = default;
 };
 
-/// Inspects this machine. A GPU is usable when a render node (renderD*) in the first folder is
-/// readable and writable. The driver is loaded when the file exists. Tests pass other paths.
-/// Any thread.
+/// Inspects this machine. A GPU is usable when a render node (renderD*) in `deviceFolder` is
+/// readable and writable. Nvidia's driver is loaded when `nvidiaVersionFile` exists. Tests pass
+/// other paths. Any thread.
 GraphicsHardware detectGraphicsHardware(
-    const std::filesystem::path &renderNodes = "/dev/dri",
-    const std::filesystem::path &nvidiaDriver = "/proc/driver/nvidia/version");
+    const std::filesystem::path &deviceFolder = "/dev/dri",
+    const std::filesystem::path &nvidiaVersionFile = "/proc/driver/nvidia/version");
 
 /// Sets the environment variables that select the renderers of GTK and WebKit. Keeps the
 /// variables that the user has set. Call it before GTK starts and while the process has one

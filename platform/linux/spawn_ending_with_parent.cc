@@ -124,7 +124,7 @@ int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child) {
     if (started < 0) error = errno;
   }
   if (started < 0) return error;
-  // Without this the read would never reach the end of file.
+  // The read reaches the end of file only after this process has closed its writing end too.
   writing.reset();
   error = waitForExec(pipe->reading->descriptor());
   if (error != 0) {
