@@ -66,8 +66,8 @@ test('downloads of the same name that complete together are all kept and opened'
     await desktop.quitAndAssertOpened(...names);
   });
 
-/// Content-Disposition, the name of the downloaded file and, if not made from the case's number,
-/// the path of the stored file.
+/// Content-Disposition, the expected name of the file and, where this name depends on it, the path
+/// of the stored file.
 const suggestedNames = {
   'escaped quotes': ['attachment; filename="one \\"two\\" three.csv"', 'one "two" three.csv'],
   'both forms of the parameter': [
@@ -76,7 +76,7 @@ const suggestedNames = {
   ],
   'a folder': [attachment('a/b.csv'), 'a-b.csv'],
   'parent folders': [attachment('../../outside.csv'), '..-..-outside.csv'],
-  'a long name': [attachment(`${'l'.repeat(300)}.csv`), `${'l'.repeat(251)}.csv`],
+  'a name longer than 255 bytes': [attachment(`${'l'.repeat(300)}.csv`), `${'l'.repeat(251)}.csv`],
   'no file name': ['inline', 'no name.csv', stored('no%20name')],
   'two dots': [attachment('..'), 'dots', stored('dots')],
 };

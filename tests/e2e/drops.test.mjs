@@ -13,7 +13,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Drags a file or URL to a position of the page, waits until `isDragSeen`, and drops it there.
+/// Drags a file or URL to a position of the page, and drops it there once isDragSeen() is true.
 async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   const child = spawn(process.env.ORVEL_DRAG_SOURCE, [content], {
     env: user.environment, stdio: 'ignore',
@@ -43,7 +43,7 @@ async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   await screen.awaitWindowCount(1);
 }
 
-test('a drop reaches an element that accepts it, and never replaces the page',
+test('a drop reaches an element that accepts it; elsewhere the page stays, and a web URL is opened',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const layout = await user.startWithPage(`${barrierLink}

@@ -64,9 +64,9 @@ async function trace(user, { pid }, name, number) {
 }
 
 /// Starts the application, whose silent check finds the offered release. Traces it from the middle
-/// of the download on, with the fault of trace(). The server sends the second half of the archive
-/// once the file `gate` exists. Returns whether the installation was complete, and the system
-/// calls.
+/// of the download on; `name` and `number` are those of trace(). The server sends the second half
+/// of the archive once the file `gate` exists. Returns whether the installation was complete, and
+/// the system calls.
 async function installTraced(user, screen, server, gate, name, number) {
   rmSync(gate, { force: true });
   const before = server.requestsTo(archivePath).length;
@@ -102,7 +102,7 @@ function callNumbersToKillAt(name, calls) {
 }
 
 // The release is signed, because its installation has every step of an unsigned one and more.
-test('SIGKILL at any system call that changes a file leaves a complete bundle that starts',
+test('SIGKILL at a system call that changes files leaves the old or the new bundle, which starts',
   { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
     const key = makeUpdateKey();
     user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
@@ -130,7 +130,7 @@ test('SIGKILL at any system call that changes a file leaves a complete bundle th
     for (const name of names) {
       let kills = 0;
       for (const number of callNumbersToKillAt(name, uninterrupted.calls)) {
-        // The application would remove an earlier run's folder, with additional calls.
+        // The application would remove an earlier run's folder, and make more calls than before.
         rmSync(updateFolder(user), { recursive: true, force: true });
         const { isComplete } = await installTraced(user, screen, server, gate, name, number);
         const bundle = fingerprint(user.bundle);

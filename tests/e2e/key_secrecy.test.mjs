@@ -18,8 +18,8 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Returns the command line, the environment and the name of a process, which other processes of
-/// the user can read.
+/// Returns what other processes of the user can read of a process: its command line, environment
+/// and name.
 const readableText = (pid) =>
   ['cmdline', 'environ', 'comm'].map((name) => readOrEmpty(`/proc/${pid}/${name}`)).join('\0');
 
@@ -92,7 +92,7 @@ test('the key is in no command line, environment, log or message, and in expecte
     }
     assert.deepEqual([...withKey], []);
     const programLog = readFileSync(log, 'latin1');
-    // An argument of lsof, and a variable of the environment of all programs.
+    // The log has command lines, here an argument of lsof, and environments, here a variable.
     for (const text of ['-sTCP:LISTEN', 'ORVEL_OS_ROOT=']) assert.ok(programLog.includes(text));
     assert.ok(!programLog.includes(APP_KEY), 'no program gets the key');
 

@@ -126,7 +126,7 @@ test('the authentication dialog sends name and password; once closed, the page g
     const request = await user.root.awaitRequest('/secret', 2);
     const credentials = Buffer.from('name:word').toString('base64');
     assert.equal(request.headers.authorization, `Basic ${credentials}`);
-    // The server rejects this password too. Escape then cancels the request.
+    // The server rejects this password, so WebKit asks again. Escape cancels the request.
     await repeatUntil('the response', () => screen.pressKeys('Escape'),
       () => user.root.reported('response').length === 1);
     assert.deepEqual(user.root.reported('response'), [{ status: 401 }]);

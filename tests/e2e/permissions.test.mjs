@@ -1,4 +1,4 @@
-// The permissions of the application's folders and files, with a umask that removes none.
+// The permissions of the application's folders and files, with a umask that removes no permission.
 
 import assert from 'node:assert/strict';
 import { chmodSync, mkdirSync, readdirSync, statSync, writeFileSync } from 'node:fs';
@@ -58,6 +58,6 @@ for (const [situation, prepare] of Object.entries(initialStates)) {
     const modes = Object.keys(expected).map((path) => [path, modeOf(path)]);
     assert.deepEqual(Object.fromEntries(modes), expected);
     assert.ok(readdirSync(data).includes('cookies.sqlite'));
-    assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'the umask of the user');
+    assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'a download follows the umask');
   });
 }

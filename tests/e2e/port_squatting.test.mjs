@@ -1,5 +1,5 @@
 // A port squatter: another user's program that listens on the port of the local server. It gets no
-// request, so neither the key nor a cookie, and the application shows no page of it.
+// request, so neither the key nor a cookie, and the application does not show its page.
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
@@ -64,7 +64,7 @@ for (const { name, host, plist, message, skip = false } of attacks) {
     });
 }
 
-test('Control-R sends no request to a squatter that listens since the page was shown',
+test('Control-R sends no request to a squatter that has begun to listen after the first load',
   { plist: { ORVELOSURL: localhost }, skip: needsRoot || needsIpv6 }, async (user, screen) => {
     await user.startAndShowPage();
     await withSquatter('::1', async () => {

@@ -90,7 +90,7 @@ test('a printer gets the pages, and does not delay quitting when it no longer re
     await confirmPrintDialog(screen, dialog);
     await user.quit();
     await user.awaitProcessesEnded();
-    assert.equal(printServer.documents().length, 1, 'the first click has printed once');
+    assert.equal(printServer.documents().length, 1, 'the printer has only the first document');
   });
 
 test('a page that prints in a loop opens one dialog at a time', async (user, screen) => {

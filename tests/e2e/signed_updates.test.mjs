@@ -10,8 +10,8 @@ import {
 } from '../support/desktop/release.mjs';
 import {
   beginUpdateCheck, checkAndCloseNotice, checkFailedNotice, checkUntilReleaseHandled,
-  installAndRestart, manifestPath, offerRelease, quitRestartedApplication, upToDateNotice,
-  useUpdateServer,
+  installAndRestart, manifestPath, offerNoLaterRelease, offerRelease, quitRestartedApplication,
+  upToDateNotice, useUpdateServer,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -22,11 +22,12 @@ const newKey = makeUpdateKey();
 /// without a signature, but verifies the signature only before it installs a release.
 const anySignature = { handtekening: 'never verified' };
 
-/// Starts version 1.0 with a public key, and waits until its silent check has found no release.
+/// Starts version 1.0 with a public key, and waits for its silent check. The server offers no later
+/// release to this check.
 async function startWithKey(user) {
   const server = await useUpdateServer(user);
   user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
-  offerRelease(server, '1.0', undefined, anySignature);
+  offerNoLaterRelease(server, anySignature);
   await user.startAndShowPage({ server });
   await server.awaitRequest(manifestPath);
   return server;
@@ -92,7 +93,7 @@ test('releases without a valid signature change nothing, and a signed one is ins
       if (notice) {
         await checkAndCloseNotice(screen, notice);
       } else {
-        // Ends with a manifest that offers no later release and has any signature.
+        // The manifest of the barrier must have a signature too.
         await checkUntilReleaseHandled(screen, server, anySignature);
       }
       assert.equal(fingerprint(folder), before, situation);

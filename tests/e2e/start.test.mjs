@@ -23,6 +23,7 @@ const maxHeaderBarHeight = 60;
 
 test('the first start launches and probes the server, sets the cookie and shows the page',
   async (user, screen) => {
+    // The start of the server empties this log.
     mkdirSync(dirname(user.root.log));
     writeFileSync(user.root.log, 'line of an earlier run\n'.repeat(1000));
 
@@ -52,9 +53,9 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.equal(probes[0].headers['x-orvel-app'], APP_KEY);
     assert.equal(probes[0].headers.cookie, undefined);
 
-    const pages = requests.filter(({ url }) => url !== '/api/wie');
-    assert.ok(pages.some(({ url }) => url === '/'));
-    for (const { url, headers } of pages) {
+    const webViewRequests = requests.filter(({ url }) => url !== '/api/wie');
+    assert.ok(webViewRequests.some(({ url }) => url === '/'));
+    for (const { url, headers } of webViewRequests) {
       assert.equal(headers['x-orvel-app'], undefined, url);
       assert.match(headers.cookie ?? '', new RegExp(`(^|; )orvelapp=${APP_KEY}(;|$)`), url);
       assert.ok(headers['user-agent'].endsWith(` ORVELOS/${APP_KEY}`), headers['user-agent']);
@@ -63,8 +64,8 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
     assert.deepEqual(user.filesWrittenOutside(), []);
-    const log = readFileSync(user.root.log, 'utf8').split('\n').sort();
-    assert.deepEqual(log, ['', 'line on standard error', 'line on standard output']);
+    const logLines = readFileSync(user.root.log, 'utf8').split('\n').sort();
+    assert.deepEqual(logLines, ['', 'line on standard error', 'line on standard output']);
   });
 
 test('the application shows the page of the demo server', async (user, screen) => {
@@ -118,7 +119,7 @@ test('without a display the application exits with an error message', async (use
   assert.deepEqual(user.root.record(), []);
 });
 
-test('cookies, local storage and the window frame survive a restart', async (user, screen) => {
+test('cookies, local storage and the window size survive a restart', async (user, screen) => {
   await user.startAndShowPage();
   const [first] = user.root.reported('painted');
   assert.equal(first.loads, 1);

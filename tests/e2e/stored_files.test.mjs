@@ -62,7 +62,7 @@ test('any navigation of the page to a stored file downloads it once', async (use
   await desktop.quitAndAssertOpened(...files);
 });
 
-test('files of a newly chosen server are downloaded by the page and shown in a frame',
+test('files of a newly chosen server are downloaded from its page and shown in a frame',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const online = await user.openOnlineServer({

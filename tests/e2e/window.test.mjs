@@ -21,11 +21,11 @@ test('each editing key changes the focused field once', async (user, screen) => 
     await screen.setClipboard('something else');
     await screen.pressKeys(`${command}+a`, `${command}+c`);
     await clipboardHas('abc');
-    // The window handles commands before the page has handled earlier keys.
+    // The window may handle a command before the page has handled earlier keys.
     const ends = user.root.reported('endKey').length;
     await screen.pressKeys('End');
     await user.root.awaitReport('endKey', ends + 1);
-    // The letter after the paste shows how often it was done.
+    // The letter ends the pasted text, so the field shows how often it was pasted.
     await screen.pressKeys(`${command}+v`, 'x');
     await fieldHas('abcabcx');
     await screen.pressKeys(`${command}+a`, `${command}+x`);

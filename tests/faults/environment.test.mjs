@@ -16,8 +16,8 @@ import {
 import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
-  archivePath, beginUpdateCheck, checkAndCloseNotice, offerRelease, upToDateNotice,
-  updatedNotice, useUpdateServer,
+  archivePath, beginUpdateCheck, checkAndCloseNotice, offerNoLaterRelease, offerRelease,
+  upToDateNotice, updatedNotice, useUpdateServer,
 } from '../support/desktop/updates.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { floodTimeout, waitFor } from '../support/desktop/wait.mjs';
@@ -54,10 +54,10 @@ for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog))
   });
 }
 
-test('blanks, quotes and non-ASCII characters in the path of the data root work without a locale',
+test('without a locale a data root with blanks, quotes and non-ASCII characters in its path works',
   async (user) => {
     user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
-    // A stale server is recognised by this path.
+    // The application recognises a stale server by this path, and terminates it.
     const stale = spawn(process.execPath, [user.root.script], {
       env: { PATH: process.env.PATH, PORT: String(PORT) },
       stdio: 'ignore',
@@ -107,7 +107,7 @@ for (const whileRunning of [false, true]) {
     mkdirSync(dirname(defaultsFile), { recursive: true });
     for (const path of [...files, defaultsFile]) writeFileSync(path, garbage);
     if (whileRunning) {
-      // The request may lack its cookie: WebKit's network process may crash.
+      // This request may lack its cookie, because WebKit's network process may crash.
       await user.reload();
       await user.quit();
     }
@@ -159,12 +159,12 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     await user.startAndShowPage({ server, wrapper });
     // The silent check finds the release.
     await server.awaitRequest(archivePath);
-    offerRelease(server, '1.0');
+    offerNoLaterRelease(server);
     await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
     // The mount is visible only through the root folder of the application's process.
     const stored = sizeOnDisk('large', `/proc/${user.run.pid}/root${temporary}`);
-    assert.ok(stored > 0 && stored < diskSize, 'the file is partial');
+    assert.ok(stored > 0 && stored < diskSize, `the partial file takes ${stored} bytes`);
     offerRelease(server, '1.1', makeRelease(user));
     await beginUpdateCheck(screen);
     await screen.awaitPanel(updatedNotice);
@@ -212,8 +212,9 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
       const begin = performance.now();
       await root.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
-      // Two intervals of 250 ms, less the delay with which a probe is seen.
-      assert.ok(elapsed > 400, `three probes took ${elapsed} ms`);
+      // Three probes span two intervals of 250 ms, less the delay with which the test sees the
+      // first one.
+      assert.ok(elapsed > 400, `three probes took only ${elapsed} ms`);
     }
     root.setRoutes();
     await root.awaitPainted(1);

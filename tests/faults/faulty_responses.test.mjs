@@ -41,7 +41,8 @@ const faultyResponses = {
     // A probe has a timeout of 3 seconds.
     outcomes: { ...pending, probe: 'retried', manifest: undefined },
   },
-  'one byte a second': { route: { trickle: 'gate' }, outcomes: pending },
+  // forEachResponse() replaces `true` by the path of the file `gate`.
+  'one byte a second': { route: { trickle: true }, outcomes: pending },
   // The application reads at most 64 MiB of the body of a probe or manifest.
   'endless body': {
     route: { endless: true },
@@ -157,7 +158,7 @@ test('faulty responses to a download leave no partial file', async (user, screen
   await desktop.awaitEndAndAssertOpened('file.csv');
 });
 
-test('faulty manifests are reported, awaited or accepted', async (user, screen, t) => {
+test('faulty manifest responses are reported, awaited or accepted', async (user, screen, t) => {
   const server = await startWithUpdateServer(user);
   await forEachResponse(user, t, 'manifest', async (route, outcome, gate) => {
     const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
@@ -170,7 +171,7 @@ test('faulty manifests are reported, awaited or accepted', async (user, screen, 
     const before = server.requestsTo(manifestPath).length;
     await beginUpdateCheck(screen);
     await server.awaitRequest(manifestPath, before + 1);
-    // The window stays usable, and the notice comes with the end of the response.
+    // The page can be reloaded during the check, and the notice comes after the whole response.
     await user.reload(server);
     assert.deepEqual(await screen.windows(upToDateNotice()), []);
     writeFileSync(gate, '');

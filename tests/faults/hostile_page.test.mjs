@@ -101,8 +101,8 @@ const clickExportLink = `const link = document.createElement('a');
 /// Runs an action `openCount` times, waits until as many files or URLs have been opened, and
 /// quits. Fails unless they all differ.
 async function runAndAwaitOpened(user, screen, action, options) {
-  // A shell script as the default application, because thousands of Node processes would load
-  // the machine.
+  // A shell script replaces the default application, because thousands of Node processes would
+  // load the machine.
   const list = join(user.folder, 'opened');
   writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`);
   const opened = () =>
@@ -118,11 +118,11 @@ async function runAndAwaitOpened(user, screen, action, options) {
 
 for (const click of [true, false]) {
   test(`${openCount} calls of window.open ${click ? 'after' : 'without'} a click ` +
-    'start the default application as often',
+    'start the default application that often',
     async (user, screen) => {
       // Creates the default applications.
       new Desktop(user);
-      // A navigation or link to an sms: URL would be ignored.
+      // Unlike a navigation or link, window.open() also opens an sms: URL.
       await runAndAwaitOpened(user, screen,
         "open((number % 2 === 0 ? 'https://elsewhere.test/' : 'sms:') + number)", { click });
     });
@@ -139,9 +139,9 @@ test(`clicks on ${openCount} links to the export save as many files`, async (use
 });
 
 for (const click of [true, false]) {
-  // Without a click the script still runs when the application quits.
+  // Without a click the script makes enough calls to be still running when the application quits.
   const count = click && !isLongForm ? 1000 : 10_000;
-  test(`${count} calls of window.open ${click ? 'after' : 'without'} a click for the export ` +
+  test(`${count} calls of window.open('/api/export') ${click ? 'after' : 'without'} a click ` +
     'do not block quitting', async (user, screen) => {
     await runScript(user, screen, repeat(count, "open('/api/export?' + number)"),
       { click, routes: { '/api/export': { status: 404 } } });

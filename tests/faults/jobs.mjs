@@ -25,7 +25,7 @@ async function awaitFirstPage({ user, screen }) {
 ///   begin               starts the application with `context.startOptions`, and brings the job
 ///                       to its middle
 ///   finish              completes the job
-///   assertRolledBack    fails if the aborted job has left a file or a changed bundle
+///   assertRolledBack    optional; fails if the aborted job has left a file or a changed bundle
 export const jobs = {
   starting: {
     async begin({ user, screen, startOptions }) {

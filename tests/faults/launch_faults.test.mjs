@@ -11,10 +11,10 @@ const { test } = desktopTests();
 
 const isPageRequested = ({ root }) => root.requestsTo('/').length > 0;
 
-/// The steps of a launch, each with a condition that holds once it has been reached.
+/// The steps of a launch, each with a condition that holds once the step has been reached.
 const launchSteps = {
-  'process': () => true,
-  'program': (user) => user.processesNamed('orvel-os').length > 0,
+  'spawn': () => true,
+  'application process': (user) => user.processesNamed('orvel-os').length > 0,
   'network process': (user) => user.processesNamed('WebKitNetworkProcess').length > 0,
   'web process': (user) => user.processesNamed('WebKitWebProcess').length > 0,
   'window': async ({ screen }) => (await screen.windows()).length > 0,
@@ -30,7 +30,7 @@ test('SIGTERM at any moment of the launch leaves nothing behind', async (user, s
   await user.startAndShowPage();
   const duration = performance.now() - begin;
   await user.terminate();
-  // A short step may be over before it is observed.
+  // A short step may be over before the test sees it, so the last step ends every wait.
   const atSteps = Object.entries(launchSteps).map(([step, isReached]) =>
     [step, async () => (await isReached(user)) || isPageRequested(user)]);
   const momentCount = isLongForm ? 200 : 4;
@@ -41,12 +41,13 @@ test('SIGTERM at any moment of the launch leaves nothing behind', async (user, s
     user.root.clearRecord();
     const run = user.start();
     const start = performance.now();
-    // The signal ends an application that does not handle it yet.
+    // SIGTERM ends an application that has not installed its handler yet.
     run.killExpected = true;
     await waitFor(moment, () => isReached(performance.now() - start), { every: 1 });
     kill(run.pid, 'SIGTERM');
     const { code, signal } = await user.awaitExit(run);
-    assert.ok(code === 0 || signal === 'SIGTERM', `${code} ${signal} ${run.output}`);
+    assert.ok(code === 0 || signal === 'SIGTERM',
+      `exit code ${code}, signal ${signal}: ${run.output}`);
     await assertNoLeftovers(user);
     t.diagnostic(`${moment}: ended by ${signal ?? 'exit'}`);
   }

@@ -20,12 +20,12 @@ const { test } = desktopTests();
 const sameForEachJob = (outcome) =>
   Object.fromEntries(Object.keys(jobs).map((name) => [name, outcome]));
 
-/// The outcomes of a fault. The titles of the tests have their names after "it".
+/// The outcomes of a fault. The title of a test ends with the name of its outcome.
 const outcomes = {
   /// The job completes.
   continues: (context, job) => job.finish(context),
 
-  /// The application quits on SIGTERM, although the page may stall.
+  /// The application quits on the SIGTERM that runJob() sends. The page may stall.
   quits: () => {},
 
   /// The application exits in the ordinary way, and the job leaves nothing partial.
@@ -48,7 +48,7 @@ const outcomes = {
 const { continues, quits, exits, 'shows the error page': showsErrorPage } = outcomes;
 
 /// Returns whether a WebKit process has a thread that receives messages of the application. WebKit
-/// ends the application when a process dies before that.
+/// ends the application when one of its processes dies before it has that thread.
 const receivesMessages = ({ pid }) => threadsNamed(pid, 'ReceiveQueue').length > 0;
 
 async function killWebKitProcess(user, name) {
@@ -58,7 +58,8 @@ async function killWebKitProcess(user, name) {
 
 const awaitServerPid = async ({ root }) => (await root.awaitStarted()).pid;
 
-/// Each fault with its outcome for each job. `short` names the jobs of the short form.
+/// Each fault with its outcome for each job, or undefined where the fault does not apply. `short`
+/// names the jobs of the short form. `needsBus` gives the job a session bus.
 const faults = {
   'the server is killed': {
     short: ['starting', 'downloading'],

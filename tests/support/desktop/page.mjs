@@ -11,8 +11,8 @@ export const button = (id, script) => `<button id="${id}" onclick="${script}">${
 
 /// Returns a page around a piece of HTML. A top-level page reports "painted" with its layout: its
 /// size, and the middle of each element with an ID, including those in frames of the same origin.
-/// The report also has the user agent, the cookies that scripts can read, and `loads`, the number of
-/// loads that local storage keeps.
+/// The report also has the user agent, the cookies that scripts can read, and `loads`, the count of
+/// loads in local storage.
 export function pageWith(content) {
   return `<!doctype html>
 <html lang="en"><meta charset="utf-8"><title>Test</title>

@@ -13,17 +13,17 @@ export const checkFailedNotice = 'Kon niet controleren op updates.';
 export const upToDateNotice = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
 const updateMenuItem = 'Zoek naar update…';
 
-/// Makes the user's application version 1.0 and its server an online one, which offers no later
-/// release yet. The test may change the server's `routes`.
+/// Sets the version of the user's application to 1.0 and its server to a new online one, which
+/// offers no later release yet. Returns the server, whose `routes` the test may change.
 export async function useUpdateServer(user) {
   const server = await user.openOnlineServer();
-  offerRelease(server, '1.0');
+  offerNoLaterRelease(server);
   user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
   return server;
 }
 
-/// Starts the application with an update server, and waits until its silent check for updates,
-/// four seconds after the start, has found no release.
+/// Starts the application with an update server, and waits for the silent check for updates, four
+/// seconds after the start. The server offers no later release to this check.
 export async function startWithUpdateServer(user) {
   const server = await useUpdateServer(user);
   await user.startAndShowPage({ server });
@@ -33,12 +33,17 @@ export async function startWithUpdateServer(user) {
 
 /// Makes a server offer a release. `release` is the archive, or a route that responds with it;
 /// `members` are additional members of the manifest.
-export function offerRelease(server, version, release = Buffer.from(''), members = {}) {
+export function offerRelease(server, version, release, members = {}) {
   const manifest = { versie: version, zip: basename(archivePath), ...members };
   Object.assign(server.routes, {
     [manifestPath]: { body: JSON.stringify(manifest) },
     [archivePath]: release instanceof Buffer ? { body: release } : release,
   });
+}
+
+/// Makes a server offer version 1.0, the version with which every test begins.
+export function offerNoLaterRelease(server, members = {}) {
+  offerRelease(server, '1.0', Buffer.from(''), members);
 }
 
 /// Returns the processes that are instances of the application. A forked child that has not called
@@ -59,14 +64,14 @@ export async function checkAndCloseNotice(screen, notice) {
 }
 
 /// Checks for updates from the menu, and waits until the application has installed or rejected the
-/// offered release. A second check, with a manifest that has these `members` and offers no later
-/// release than the version `installed`, is a barrier: responses are handled in order, so the
-/// installation has ended when the notice of the second check is shown.
+/// offered release. A second check is a barrier: responses are handled in order, so the
+/// installation has ended when the second check shows that the version `installed` is the latest.
+/// `members` are additional members of the manifest of the second check.
 export async function checkUntilReleaseHandled(screen, server, members, installed = '1.0') {
   const before = server.requestsTo(archivePath).length;
   await beginUpdateCheck(screen);
   await server.awaitRequest(archivePath, before + 1);
-  offerRelease(server, '1.0', undefined, members);
+  offerNoLaterRelease(server, members);
   await checkAndCloseNotice(screen, upToDateNotice(installed));
 }
 
@@ -87,9 +92,9 @@ export async function acceptRestart(user, server) {
   await user.awaitCleanExit(run);
   await server.awaitPainted(before + 1);
   const [next, ...others] = applicationInstances(user);
-  assert.deepEqual(others, []);
+  assert.deepEqual(others, [], 'only one new process runs');
   assert.notEqual(next.pid, run.pid);
-  assert.equal(next.niceness, niceness);
+  assert.equal(next.niceness, niceness, 'the new process has the niceness of the old one');
   assert.equal(next.session, next.pid, 'the new process leads its own session');
   await screen.awaitWindow();
 }
