@@ -14,7 +14,7 @@ const { test } = desktopTests();
 
 const attachment = (name) => `attachment; filename="${name}"`;
 /// Returns a route to a CSV file with this Content-Disposition and the `rest` of its properties.
-const csvRoute = (disposition, rest = {}) => ({
+const fileRoute = (disposition, rest = {}) => ({
   headers: { 'content-type': 'text/csv', 'content-disposition': disposition },
   body: 'one;two\n',
   ...rest,
@@ -31,7 +31,7 @@ test('an export is requested with its query, the key and the cookies of its host
       document.cookie = 'own=one';
       document.cookie = 'otherPath=two; path=/elsewhere';
     </script><img src="/image">`, {
-      '/api/export': csvRoute(attachment('export.csv')),
+      '/api/export': fileRoute(attachment('export.csv')),
       '/image': { headers: { 'set-cookie': 'httpOnly=three; HttpOnly' } },
     });
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
@@ -51,7 +51,7 @@ test('downloads of the same name that complete together are all kept and opened'
     const paths = [1, 2, 3].map(stored);
     const layout = await user.startWithPage(paths.map((path) => link(path, path)).join(''),
       Object.fromEntries(paths.map((path) =>
-        [path, csvRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
+        [path, fileRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
     for (const path of paths) await screen.clickElement(layout, path);
     for (const path of paths) await user.root.awaitRequest(path);
     assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
@@ -86,7 +86,7 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
   const cases = Object.values(suggestedNames).map(([disposition, name, path], index) =>
     ({ id: `case${index}`, disposition, name, path: path ?? stored(`case${index}`) }));
   const layout = await user.startWithPage(cases.map(({ id, path }) => link(id, path)).join(''),
-    Object.fromEntries(cases.map(({ path, disposition }) => [path, csvRoute(disposition)])));
+    Object.fromEntries(cases.map(({ path, disposition }) => [path, fileRoute(disposition)])));
   for (const { id, path } of cases) {
     await screen.clickElement(layout, id);
     await user.root.awaitResponseClosed(path);
@@ -102,7 +102,7 @@ test('existing files are kept, and the XDG download folder is used', async (user
   const existing = ['data.csv', 'data 2.csv'];
   for (const name of existing) writeFileSync(desktop.downloadPath(name), 'existing');
   const layout = await user.startWithPage(link('export', '/api/export'),
-    { '/api/export': csvRoute(attachment('data.csv')) });
+    { '/api/export': fileRoute(attachment('data.csv')) });
   assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'data 3.csv'), 'one;two\n');
   for (const name of existing) {
     assert.equal(readFileSync(desktop.downloadPath(name), 'utf8'), 'existing');
@@ -124,9 +124,9 @@ test('a script without a click of the user neither saves nor opens a file', asyn
     ${link('clicked', '/clicked', 'download')}${barrierLink}${link('response', '/redirect')}
     <iframe></iframe>${scripts}`, {
     '/redirect': { status: 302, headers: { location: '/attachment' } },
-    '/scripted': csvRoute('inline'),
-    '/clicked': csvRoute('inline'),
-    '/attachment': csvRoute(attachment('attachment.csv')),
+    '/scripted': fileRoute('inline'),
+    '/clicked': fileRoute('inline'),
+    '/attachment': fileRoute(attachment('attachment.csv')),
   });
   await user.root.awaitReport('clicked');
   await user.root.awaitResponseClosed('/attachment');
@@ -145,7 +145,7 @@ test('a script without a click of the user neither saves nor opens a file', asyn
 /// Returns a route to a file of several kilobytes, so that half of it is sent before it is
 /// truncated.
 const largeCsvRoute = (rest) =>
-  csvRoute(attachment('data.csv'), { body: 'one;two\n'.repeat(1000), ...rest });
+  fileRoute(attachment('data.csv'), { body: 'one;two\n'.repeat(1000), ...rest });
 
 /// Returns the paths of everything below a folder.
 const pathsBelow = (folder) => readdirSync(folder, { recursive: true }).sort();

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -92,22 +93,29 @@ GtkWindow *requireOpenAlert() {
   return alert;
 }
 
-/// Kills the web processes below a process: one runs the page, and WebKit may keep others for later
-/// pages. The processes of the sandbox are between them and this process.
-void killWebProcesses(pid_t process = ::getpid()) {
-  const std::filesystem::path folder = "/proc/" + std::to_string(process);
-  std::vector<pid_t> children;
-  // Each thread has a list of the processes that it has started (proc_tid_children(5)).
-  std::error_code processHasEnded;
-  for (const auto &thread : std::filesystem::directory_iterator(folder / "task", processHasEnded)) {
-    std::ifstream list(thread.path() / "children");
-    for (pid_t child = 0; list >> child;) children.push_back(child);
+/// Kills the web processes: one runs the page, and WebKit may keep others for later pages. The
+/// processes of the sandbox are between them and this process.
+void killWebProcesses() {
+  struct Process {
+    std::string name;
+    pid_t parent = 0;
+  };
+  std::map<pid_t, Process> processes;
+  for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
+    // proc_pid_stat(5). A name with a space cannot be read and is not wanted.
+    std::ifstream stat(entry.path() / "stat");
+    pid_t id = 0;
+    Process process;
+    char state = 0;
+    if (stat >> id >> process.name >> state >> process.parent) processes[id] = process;
   }
-  for (const pid_t child : children) killWebProcesses(child);
-  std::string name;
-  std::getline(std::ifstream(folder / "comm"), name);
-  // The kernel truncates the name to 15 characters.
-  if (name == "WebKitWebProces") ::kill(process, SIGKILL);
+  for (const auto &[id, process] : processes) {
+    // The kernel truncates the name to 15 characters.
+    if (process.name != "(WebKitWebProces)") continue;
+    pid_t ancestor = id;
+    while (ancestor != 0 && ancestor != ::getpid()) ancestor = processes[ancestor].parent;
+    if (ancestor != 0) ::kill(id, SIGKILL);
+  }
 }
 
 /// Activates a window's shortcut for a key. Throws when the key has none.

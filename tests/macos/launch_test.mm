@@ -69,8 +69,8 @@ TEST_F(Launch, WindowSavesFrameAndClosingDoesNotReleaseIt) {
 }
 
 TEST_F(Launch, WebViewGetsConfigurationOfTheCore) {
-  // The tests' Info.plist has no version, for which the core uses "0".
-  EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/0");
+  // The tests' Info.plist has no key to append.
+  EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/");
   EXPECT_TRUE(view_.configuration.websiteDataStore.persistent);
   EXPECT_TRUE([[view_.configuration.preferences valueForKey:@"developerExtrasEnabled"] boolValue]);
   EXPECT_FALSE([[view_ valueForKey:@"drawsBackground"] boolValue]);

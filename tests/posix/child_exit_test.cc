@@ -207,6 +207,7 @@ TEST_P(ChildExit, ConcurrentKillAndWaitCallHandlerOnce) {
 }
 
 TEST_P(ChildExit, ConcurrentLaunchesReturnOwnOutputAndStatus) {
+  const int descriptorsBefore = openDescriptorCount();
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 8; ++thread) {
     threads.emplace_back([this, thread] {
@@ -220,6 +221,7 @@ TEST_P(ChildExit, ConcurrentLaunchesReturnOwnOutputAndStatus) {
   }
   for (std::thread &thread : threads) thread.join();
   EXPECT_FALSE(hasZombieChild());
+  EXPECT_TRUE(eventually([&] { return openDescriptorCount() == descriptorsBefore; }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), launcherName);

@@ -76,5 +76,13 @@ TEST_F(ScriptDialog, LoadDuringAlertCompletesAfterAnswer) {
   EXPECT_TRUE(waitForText("content of /next"));
 }
 
+TEST_F(ScriptDialog, HtmlLoadedDuringAlertIsShownAfterAnswer) {
+  showPage("page");
+  runAndWaitForPanel("alert('x');");
+  view->loadHtml("<body>notice</body>");
+  confirmPanels();
+  EXPECT_TRUE(waitForText("notice"));
+}
+
 }  // namespace
 }  // namespace orvel

@@ -53,7 +53,14 @@ export class Screen {
         /window id/.test(await screen.runTool('xprop', '-root', '_NET_SUPPORTING_WM_CHECK')),
       );
     }
-    if (accessibility) screen.accessibility = await Accessibility.open(screen);
+    if (accessibility) {
+      try {
+        screen.accessibility = await Accessibility.open(screen);
+      } catch (error) {
+        await screen.close();
+        throw error;
+      }
+    }
     return screen;
   }
 
