@@ -31,8 +31,8 @@ double now(clockid_t clock) {
 }
 
 std::FILE *file = nullptr;
-// These three belong to the main thread. They count from the end of the last poll, and before the
-// first poll from the start of the process, so that the launch includes dynamic linking.
+// The main thread's values at the end of its last poll. As they are zero before the first poll, the
+// launch is always recorded, with all processor time of the thread, dynamic linking included.
 double busySince = 0;
 double processorTimeBefore = 0;
 double waited = 0;

@@ -183,8 +183,11 @@ export function formatTables(results) {
 }
 
 /// Replaces the text between the two markers of a document.
-export const replaceTables = (document, tables) => document.replace(
-  /(?<=<!-- results -->\n).*(?=<!-- end of results -->)/s, () => tables);
+export function replaceTables(document, tables) {
+  const place = /(?<=<!-- results -->\n).*(?=<!-- end of results -->)/s;
+  if (!place.test(document)) throw new Error('the document has no place for the tables');
+  return document.replace(place, () => tables);
+}
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
   const [resultsFile, document] = process.argv.slice(2);

@@ -120,7 +120,7 @@ bool finishReplacement(const fs::path &original, const fs::path &replacement, in
 }  // namespace
 
 bool replaceFolder(const std::string &original, const std::string &replacement) {
-  // "/." stands for the current folder when a relative path has no parent.
+  // A relative path without a folder has an empty parent; with "." it is the current folder.
   const FolderLock lock((fs::path(original).parent_path() / ".").string(), lockTimeout);
   if (lock.isHeldElsewhere()) return false;
   if (!isRealFolder(original) || !isRealFolder(replacement)) return false;

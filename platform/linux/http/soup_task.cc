@@ -87,7 +87,7 @@ void SoupTask::start(SoupSession *session, Ended ended) {
       this, nullptr);
   g_source_attach(timeoutSource_.get(), g_main_context_get_thread_default());
   if (!message_) {
-    // Fails the request from the main loop, because this call must not call `ended`.
+    // Fails the request later, from the event loop of this thread: this call must not call `ended`.
     g_source_set_ready_time(timeoutSource_.get(), 0);
     return;
   }
