@@ -161,7 +161,7 @@ class AppDelegate final : public ApplicationDelegate,
   const Settings settings_;
   const Platform platform_;
   bool isRelaunching_ = false;
-  /// The URL of the OS server's page. Absent when an error page or no page was loaded last.
+  /// The URL of the OS server's page. Absent before its first load and after showError.
   std::optional<Url> loadedPage_;
   /// Whether the server is being probed, until the page is loaded or an error page is shown.
   bool isAwaitingServer_ = false;

@@ -17,11 +17,12 @@ class ApplicationDelegate {
   /// Returns whether closing the last window is a request to quit.
   virtual bool applicationShouldTerminateAfterLastWindowClosed() = 0;
 
-  /// Checks for an update and reports the result in an alert. The menu item "Zoek naar update…".
+  /// Checks for an update and reports the result in an alert. Called by the menu item
+  /// "Zoek naar update…".
   virtual void zoekUpdateMenu() = 0;
-  /// Shows the dialog for the address of the OS server. The menu item "Serveradres…".
+  /// Shows the dialog for the address of the OS server. Called by the menu item "Serveradres…".
   virtual void kiesAdres() = 0;
-  /// Loads the page of the OS server again. The menu item "Herlaad".
+  /// Loads the page of the OS server again. Called by the menu item "Herlaad".
   virtual void reloadPage() = 0;
 };
 

@@ -45,8 +45,8 @@ class Panels {
 
   /// Shows an alert. Calls the completion at most once, on the main thread, when the
   /// user has answered: inside this call where the platform runs a modal loop for the
-  /// alert, else after it. Never calls it once the termination of the application
-  /// proceeds. Queued work and timers continue while the alert is open.
+  /// alert, else after it. Never calls it after TerminateReply::now or
+  /// replyToShouldTerminate. Queued work and timers continue while the alert is open.
   virtual void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) = 0;
 };
 

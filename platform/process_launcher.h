@@ -32,6 +32,7 @@ class ChildProcess {
 
 /// The source or destination of a child's standard stream.
 struct StandardStream {
+  /// `null` is the null device, /dev/null.
   enum class Kind { inherited, null, handle };
   Kind kind = Kind::inherited;
   /// Set for Kind::handle only. The launcher keeps no reference to it.
