@@ -144,8 +144,9 @@ TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp)
   }
 }
 
-// A rejected archive of version "1" has left a link to the user's folder "documents", in the path of
-// the next release's working folder or in its place. The version of that release is "1/documents/3".
+// A rejected archive of version "1" has left a link to the user's folder "documents", in the path
+// of the next release's working folder or in its place. The version of that release is
+// "1/documents/3".
 TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   struct Row {
     std::string link;
