@@ -20,9 +20,9 @@ struct AlertTextField {
 struct Alert {
   std::string messageText;
   std::string informativeText{};
-  /// The titles. Return presses the first button, the default. With several buttons,
-  /// Escape presses the last one; otherwise it closes the alert. Empty for the platform's
-  /// single standard button.
+  /// The titles. Return presses the first button, the default. Escape closes the
+  /// alert, or on some platforms presses the last of several buttons. Empty for the
+  /// platform's single standard button.
   std::vector<std::string> buttons{};
   std::optional<AlertTextField> textField{};
 
