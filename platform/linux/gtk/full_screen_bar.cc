@@ -18,7 +18,8 @@ gboolean activateFirstMenu(gpointer menuBar) {
 gboolean openMenuAfterReveal(GtkWidget *menuBar, GdkFrameClock *, gpointer data) {
   auto *revealer = static_cast<GtkRevealer *>(data);
   if (!gtk_revealer_get_reveal_child(revealer)) return G_SOURCE_REMOVE;
-  // A menu that opens before the bar has slid into its place appears outside the screen.
+  // A menu that opens before the bar has slid into its place appears outside the screen. The bar is
+  // in place when its animation has ended and more than half of it is inside the window.
   graphene_rect_t bounds;
   const bool isInPlace =
       gtk_revealer_get_child_revealed(revealer) &&

@@ -87,6 +87,7 @@ void GtkMenuBar::install(const std::vector<Menu> &menus) {
 
 GtkWidget *GtkMenuBar::makeWidget() const {
   GtkWidget *bar = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(model_.get()));
+  // Each item of the bar has the popover of its menu as a child.
   for (GtkWidget *item = gtk_widget_get_first_child(bar); item != nullptr;
        item = gtk_widget_get_next_sibling(item)) {
     for (GtkWidget *part = gtk_widget_get_first_child(item); part != nullptr;

@@ -25,6 +25,7 @@ class QuitDuringDialogs {
 
   GtkApplicationHost &application_;
   GtkMenuBar &menuBar_;
+  /// All windows of the process, in a list that GTK owns.
   GListModel *const windows_;
   const guint eventSignal_;
   const gulong eventHook_;

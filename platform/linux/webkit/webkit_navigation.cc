@@ -129,8 +129,8 @@ std::deque<WebKitNavigation::AllowedNavigation>::iterator WebKitNavigation::find
 NavigationPolicy WebKitNavigation::decideAndStore(const NavigationAction &action,
                                                   const std::string &address, bool hasUserGesture) {
   const NavigationPolicy policy = delegate_.decidePolicy(action);
-  // A download may start up to a minute after its navigation, with the response. The limits keep
-  // a page from filling the memory.
+  // A download starts with the response, which may arrive long after the navigation. So only
+  // these limits, and no time limit, keep a page from filling the memory.
   constexpr std::size_t maxNavigations = 100;
   constexpr std::size_t maxAddressBytes = 65'536;
   if (policy != NavigationPolicy::allow || address.size() > maxAddressBytes) return policy;

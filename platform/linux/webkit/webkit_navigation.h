@@ -35,6 +35,7 @@ class WebKitNavigation {
     bool hasUserGesture;
   };
 
+  /// Handles a "decide-policy" signal. Returns false when WebKit should decide itself.
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
   bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
   void decidePendingNavigations();
