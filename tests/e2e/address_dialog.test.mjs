@@ -59,7 +59,8 @@ test('an online address stops the local server and is stored; the local address 
     assert.equal(storedAddress(user), typed, 'as typed, without the surrounding blanks');
     const { pid } = await user.root.awaitStarted();
     await screen.awaitPageOnScreen();
-    await waitFor('SIGTERM', () => user.root.events('signal')[0]?.signal === 'SIGTERM');
+    await waitFor('SIGTERM at the local server', () =>
+      user.root.events('signal')[0]?.signal === 'SIGTERM');
     assert.ok(isRunning(pid), 'the online page does not wait for the end of the local server');
     assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
@@ -72,7 +73,7 @@ test('an online address stops the local server and is stored; the local address 
     await user.quit();
     user.start();
     await online.awaitPainted(2);
-    assert.equal(user.root.events('started').length, 1, 'the choice survives a restart');
+    assert.equal(user.root.events('started').length, 1, 'the second run starts no local server');
 
     user.root.setBehaviour({});
     await screen.answerAddressDialog(localAddress);

@@ -128,6 +128,6 @@ test('forms, links in frames and middle clicks to another site open the default 
     assert.equal(await desktop.awaitOpenedFile('middle.txt'), 'middle');
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...urls, 'middle.txt');
-    assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame stays');
+    assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame was requested once');
     assert.deepEqual(foreign.requests, [], 'the data of the form are not sent');
   });

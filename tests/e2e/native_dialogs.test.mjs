@@ -27,7 +27,7 @@ const inspectorPoint = [600, 790];
 const detachButton = [87, 13];
 
 /// Opens the inspector by the last item of the page's context menu, waits until its tool bar is
-/// drawn, and returns the extents of the inspector in the window.
+/// drawn, and returns the extents of the inspector in the window, which fills the screen.
 async function openInspector(screen) {
   await screen.click(...uncoveredPoint, { button: 3 });
   await screen.awaitMenuOpen();

@@ -46,7 +46,8 @@ void forEachChild(AtspiAccessible *accessible, const Function &function) {
   }
 }
 
-/// Appends a widget and its children, except those without a size: the hidden pages of a GtkStack.
+/// Appends a widget and its children. Skips a widget without a size, with its children: it is a
+/// hidden page of a GtkStack.
 void appendWithChildren(json &widgets, AtspiAccessible *accessible) {
   const json extents = extentsOf(accessible);
   if (!extents.is_null() && extents["width"] == 0 && extents["height"] == 0) return;

@@ -28,7 +28,8 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
     { behaviour: { ignoresSignals: true } }, async (user, screen) => {
       const run = await user.startAndShowPage();
       await quitActions[action](run, screen);
-      const { time, pid } = await waitFor('SIGTERM', () => user.root.events('signal')[0]);
+      const { time, pid } = await waitFor('SIGTERM at the server', () =>
+        user.root.events('signal')[0]);
       // A second request to quit has no effect.
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;

@@ -86,7 +86,7 @@ test('files of a newly chosen server are downloaded from its page and shown in a
     // http.
     assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
     assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
-    assert.equal(online.paintCount(), 1, 'the page stays');
+    assert.equal(online.paintCount(), 1, 'the page was painted once');
     await user.quit();
     await user.awaitProcessesEnded();
     assert.deepEqual(desktop.opened(), ['1.csv']);

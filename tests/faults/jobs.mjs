@@ -109,7 +109,7 @@ export const jobs = {
       user.root.setBehaviour({ stopDelay: 2500 });
       await user.startAndShowPage(startOptions);
       await screen.pressKeys('ctrl+q');
-      await waitFor('SIGTERM', () => user.root.events('signal').length > 0);
+      await waitFor('SIGTERM at the server', () => user.root.events('signal').length > 0);
     },
     async finish({ user, run }) {
       await user.awaitCleanExit(run);

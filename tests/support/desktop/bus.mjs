@@ -8,8 +8,8 @@ import { join } from 'node:path';
 import { isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
-/// Starts a bus. `services` is the folder that describes the services that the bus starts on
-/// demand. Returns the address, the process, and a function that closes the bus.
+/// Starts a bus. `services` is the folder with the descriptions of the services that the bus starts
+/// on demand. Returns the address, the process, and a function that closes the bus.
 export async function openBus({ services, environment = process.env } = {}) {
   // WebKit cannot parse a bus address with a space in it.
   const folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-bus-'));

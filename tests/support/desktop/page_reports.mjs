@@ -34,10 +34,10 @@ export class PageReports {
     return this.awaitReport('painted', count);
   }
 
-  /// Fails unless the page has been requested and painted once: nothing replaced it.
+  /// Fails unless the page has been requested and painted once, so that no other page replaced it.
   assertPageLoadedOnce() {
-    assert.equal(this.paintCount(), 1, 'the page stays');
-    assert.equal(this.requestsTo('/').length, 1, 'the page is not requested again');
+    assert.equal(this.paintCount(), 1, 'the page was painted once');
+    assert.equal(this.requestsTo('/').length, 1, 'the page was requested once');
   }
 
   /// Waits until the last text that a page has reported from its field is this one.

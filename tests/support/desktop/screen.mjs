@@ -19,9 +19,9 @@ const run = promisify(execFile);
 /// The title of the address dialog, which asks for the address of the server.
 export const addressDialogTitle = 'Adres van het OS';
 
-/// Replaces the name of a function key by its X11 key code, which is the Linux input code plus 8:
-/// 67 to 76 for F1 to F10, 95 and 96 for F11 and F12. With the names of xkb-data 2.48, xdotool
-/// would press Alt as well.
+/// Replaces the name of a function key by its X11 key code, because with the name and xkb-data 2.48
+/// xdotool presses Alt too. The code is the Linux input code plus 8: 67 to 76 for F1 to F10, 95 and
+/// 96 for F11 and F12.
 function withKeyCode(name) {
   return name.replace(/(?<=^|\+)F(\d+)$/, (_, number) =>
     String(Number(number) <= 10 ? 66 + Number(number) : 84 + Number(number)));

@@ -113,7 +113,7 @@ export class User {
     child.once('exit', (code, signal) => {
       run.exit = { code, signal, time: Date.now() };
       if (!signal || run.killExpected || this.isBeingRemoved) return;
-      failWaits(new Error(`the application was ended by ${signal}`));
+      failWaits(new Error(`${signal} ended the application, which the test did not expect`));
     });
     child.once('error', (error) => (run.exit = { error }));
     if (child.pid) this.sessions.add(child.pid);
