@@ -37,7 +37,7 @@ const initialStates = {
 };
 
 for (const [situation, prepare] of Object.entries(initialStates)) {
-  test(`${situation} only the user may access the application's files`, async (user) => {
+  test(`only the user may access the application's files ${situation}`, async (user) => {
     const desktop = new Desktop(user);
     prepare(user);
     const layout = await user.startWithPage(link('export', '/api/export'),

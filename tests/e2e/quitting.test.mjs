@@ -1,4 +1,5 @@
-// The end of the application and its server: on request, by a crash, and without a display.
+// The end of the application and its server: on request, by a crash, and by the loss of the
+// display.
 
 import assert from 'node:assert/strict';
 
@@ -13,7 +14,7 @@ const { test } = desktopTests();
 const receivedSignals = (user) => user.root.events('signal').map(({ signal }) => signal);
 
 for (const [action, quit] of Object.entries(quitActions)) {
-  test(`${action} stops the server with SIGTERM and then the application`, async (user, screen) => {
+  test(`${action} ends the server by SIGTERM before the application`, async (user, screen) => {
     const run = await user.startAndShowPage();
     await quit(run, screen);
     await user.awaitCleanExit(run);
@@ -34,14 +35,14 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;
       // The server records the signal shortly after the application has begun to wait.
-      assert.ok(took > 2800, `the application ended after ${took} ms`);
+      assert.ok(took > 2800, `the application ended ${took} ms after SIGTERM`);
       await waitFor('the end of the server', () => !isRunning(pid));
       assert.deepEqual(receivedSignals(user), ['SIGTERM']);
     });
 }
 
-/// Waits until the server has ended by SIGTERM, which the kernel sends when the application ends
-/// (PR_SET_PDEATHSIG).
+/// Waits until the server has ended, and fails unless it got SIGTERM only, which the kernel sends
+/// when the application ends (PR_SET_PDEATHSIG).
 async function assertServerTerminated(user) {
   await user.root.awaitServerExit();
   // When a thread ends, the kernel reparents its child to another thread of the process, whose

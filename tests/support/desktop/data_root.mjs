@@ -1,5 +1,5 @@
 // A data root for a test: the folder with the OS and its server script v3/server.mjs. The script is
-// the fixture server, which records its events in a file. The folder is removed with its user's.
+// the fixture server, which records its events in a file. User.remove() removes the folder.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,

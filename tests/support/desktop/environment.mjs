@@ -20,7 +20,7 @@ function sandboxEnvironment() {
   return sandboxVariables;
 }
 
-/// Creates the folders of a new user and returns the environment that leads to them.
+/// Creates the folders of a new user and returns the environment that names them.
 export function createUserEnvironment(folder, display) {
   const create = (name) => {
     const path = join(folder, name);
