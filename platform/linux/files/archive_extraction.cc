@@ -61,7 +61,7 @@ bool isAllowed(archive_entry *entry) {
     return false;
   }
   const auto type = archive_entry_filetype(entry);
-  // A file or link named "." would replace the folder itself.
+  // A file or link named "." or "a/." would replace a folder.
   const auto plainName = fs::path(name).lexically_normal();
   if (type != AE_IFDIR && (plainName == "." || !plainName.has_filename())) return false;
   if (type == AE_IFLNK) {
@@ -71,23 +71,23 @@ bool isAllowed(archive_entry *entry) {
   return type == AE_IFREG || type == AE_IFDIR;
 }
 
-/// Subtracts an amount from what is left of a limit. Returns false when too little is left.
-bool subtract(std::uint64_t &left, std::uint64_t amount) {
-  if (amount > left) return false;
-  left -= amount;
+/// Subtracts an amount from the remainder of a limit. Returns false when it is too small.
+bool subtract(std::uint64_t &remaining, std::uint64_t amount) {
+  if (amount > remaining) return false;
+  remaining -= amount;
   return true;
 }
 
 /// Copies an entry's contents. Counts the bytes that it reads, because the sizes in the archive
-/// may be false.
-bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
+/// may be wrong.
+bool copyContents(archive *from, archive *to, ArchiveLimits &remaining) {
   while (true) {
     const void *block = nullptr;
     std::size_t size = 0;
     la_int64_t offset = 0;
     const int result = archive_read_data_block(from, &block, &size, &offset);
     if (result == ARCHIVE_EOF) return true;
-    if (result != ARCHIVE_OK || !subtract(left.size, size) ||
+    if (result != ARCHIVE_OK || !subtract(remaining.size, size) ||
         archive_write_data_block(to, block, size, offset) != ARCHIVE_OK) {
       return false;
     }
@@ -95,12 +95,12 @@ bool copyContents(archive *from, archive *to, ArchiveLimits &left) {
 }
 
 bool extractEntry(archive *from, archive_entry *entry, archive *to, const fs::path &folder,
-                  ArchiveLimits &left) {
-  if (!isAllowed(entry) || !subtract(left.entries, 1)) return false;
+                  ArchiveLimits &remaining) {
+  if (!isAllowed(entry) || !subtract(remaining.entries, 1)) return false;
   const mode_t added = archive_entry_filetype(entry) == AE_IFDIR ? ownerPermissions : 0;
   archive_entry_set_perm(entry, (archive_entry_perm(entry) & permissionBits) | added);
   archive_entry_set_pathname(entry, (folder / archive_entry_pathname(entry)).c_str());
-  return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to, left) &&
+  return archive_write_header(to, entry) == ARCHIVE_OK && copyContents(from, to, remaining) &&
          archive_write_finish_entry(to) == ARCHIVE_OK;
 }
 
@@ -111,8 +111,8 @@ bool extractArchive(const std::string &archive, const std::string &folder, Archi
   std::error_code error;
   const fs::path target = fs::canonical(folder, error);
   if (error) return false;
-  // libarchive reads the umask by calling umask(2), which changes it for all threads that
-  // share it.
+  // libarchive reads the umask by calling umask(2), which changes it for a moment. From now on
+  // this thread has its own umask, so other threads are not affected.
   ::unshare(CLONE_FS);
   const ScopedUtf8Locale locale;
   const Reader from(archive_read_new(), archive_read_free);

@@ -5,7 +5,7 @@
 
 namespace orvel {
 
-/// The limits of an archive. A small archive may unpack to any size otherwise.
+/// The limits of an archive. Without them a small archive could unpack to any size.
 struct ArchiveLimits {
   /// The maximum size of all files together, in bytes.
   std::uint64_t size = std::uint64_t{4} << 30U;
@@ -19,9 +19,10 @@ struct ArchiveLimits {
 /// whose path leads through a symbolic link; entries other than folders, regular
 /// files and symbolic links; and what exceeds the limits.
 ///
-/// Returns false when an entry was rejected or could not be written. A part of the
-/// archive may then be in the folder, but never outside it. Any thread; gives the
-/// calling thread its own umask and working directory (CLONE_FS). Blocks on the disk.
+/// Returns false when the archive or an entry was rejected, or an entry could not be
+/// written. A part of the archive may then be in the folder, but never outside it. Any
+/// thread; gives the calling thread its own umask and working directory, permanently
+/// (CLONE_FS). Blocks on the disk.
 bool extractArchive(const std::string &archive, const std::string &folder,
                     ArchiveLimits limits = {});
 

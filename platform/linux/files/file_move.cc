@@ -12,7 +12,8 @@ namespace orvel {
 
 namespace {
 
-/// Returns whether an errno value stands for an operation that a file system lacks.
+/// Returns whether an errno value of renameat2(2) or link(2) means that the file system does
+/// not support the operation.
 bool isUnsupported(int error) {
   return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
 }

@@ -46,7 +46,7 @@ bool onOneDevice(const fs::path &one, const fs::path &other) {
 
 /// Flushes the file system of a folder, so that the folder is complete after a power failure.
 /// Returns false after a disk error.
-bool writeToDisk(const fs::path &folder) {
+bool flushFileSystem(const fs::path &folder) {
   const FileHandle handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   return ::syncfs(handle.descriptor()) == 0;
 }
@@ -54,7 +54,7 @@ bool writeToDisk(const fs::path &folder) {
 /// Flushes the replacement to the disk, then exchanges the two folders. Returns zero, or an errno
 /// value.
 int exchangeFolders(const fs::path &original, const fs::path &replacement) {
-  if (!writeToDisk(replacement)) return EIO;
+  if (!flushFileSystem(replacement)) return EIO;
   const int result =
       ::renameat2(AT_FDCWD, original.c_str(), AT_FDCWD, replacement.c_str(), RENAME_EXCHANGE);
   return result == 0 ? 0 : errno;
@@ -87,7 +87,7 @@ bool copyFolder(const fs::path &from, const fs::path &to) {
     }
   }
   if (error) return false;
-  // Set last, because the folder may be read-only.
+  // The permissions are set last, because they may make the folder read-only.
   fs::permissions(to, fs::status(from, error).permissions(), error);
   return !error;
 }
@@ -108,7 +108,8 @@ bool replaceByTwoRenames(const fs::path &original, const fs::path &replacement) 
 }
 
 /// Completes a replacement after exchangeFolders, whose result is `exchangeError`. Removes the
-/// old folder after a successful exchange. Uses two renames if the exchange is not supported.
+/// old folder, which a successful exchange has put at the path of the replacement. Uses two
+/// renames if the exchange is not supported.
 bool finishReplacement(const fs::path &original, const fs::path &replacement, int exchangeError) {
   if (exchangeError == 0) {
     discard(replacement);

@@ -4,12 +4,12 @@
 
 namespace orvel {
 
-/// Replaces a folder with another one and removes the old one. The two are exchanged
-/// atomically (renameat2(2), RENAME_EXCHANGE), so a complete folder is at the path at every
-/// moment. A replacement from another file system is first copied next to the original. On
-/// a file system without RENAME_EXCHANGE two renames are used, and the first one is undone
-/// when the second one fails. Only between these two renames is nothing at the path; the old
-/// folder is then next to it.
+/// Replaces a folder with another one and removes the old one. First copies a replacement
+/// from another file system next to the original. Where the file system supports
+/// RENAME_EXCHANGE (renameat2(2)), exchanges the two folders atomically, so that the path
+/// has a complete folder at every moment. Elsewhere uses two renames: between them, nothing
+/// is at the path and the old folder is next to it. Undoes the first rename when the second
+/// one fails.
 ///
 /// Returns false, with the original unchanged, when one of the two is not a real folder,
 /// when both are the same folder, when another replacement in the parent folder takes too

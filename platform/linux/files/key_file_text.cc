@@ -16,15 +16,17 @@ struct Escape {
 };
 constexpr Escape escapes[] = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
 
+/// Returns "\xHH" for a byte. The Desktop Entry format has no such escape; only this
+/// application reads it.
 std::string hexEscape(char byte) { return "\\x" + hexadecimal({&byte, 1}); }
 
-/// Appends a character, escaped if necessary. A space needs that only at an edge of the value,
-/// where GKeyFile would remove it.
+/// Appends a character, escaped if necessary. A space needs an escape only at an edge of the
+/// value, where GKeyFile would remove it.
 void appendCharacter(std::string &value, char character, bool isAtEdge) {
-  for (const auto &[letter, escaped] : escapes) {
-    if (character != escaped || (character == ' ' && !isAtEdge)) continue;
+  for (const Escape &escape : escapes) {
+    if (character != escape.character || (character == ' ' && !isAtEdge)) continue;
     value += '\\';
-    value += letter;
+    value += escape.letter;
     return;
   }
   if (g_ascii_iscntrl(character)) {
@@ -41,8 +43,8 @@ std::string keyFileValue(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
     const char *end = nullptr;
     const bool isValid = g_utf8_validate_len(text.data() + at, text.size() - at, &end);
-    const auto valid = static_cast<std::size_t>(end - text.data());
-    for (; at < valid; ++at) {
+    const auto validEnd = static_cast<std::size_t>(end - text.data());
+    for (; at < validEnd; ++at) {
       appendCharacter(value, text[at], at == 0 || at + 1 == text.size());
     }
     if (!isValid) value += hexEscape(text[at++]);

@@ -7,8 +7,8 @@
 namespace orvel {
 
 /// Encodes any bytes as the raw value of a key file entry: with the escapes of the Desktop
-/// Entry format, and "\xHH" for NUL, control characters and bytes that are not UTF-8. Any
-/// thread.
+/// Entry format, and with "\xHH" for other control characters and bytes that are not UTF-8.
+/// Any thread.
 std::string keyFileValue(std::string_view text);
 
 /// Decodes the result of `keyFileValue`. Returns nullopt for a malformed escape. Any thread.

@@ -51,7 +51,7 @@ struct Loaded {
   KeyFile file{g_key_file_new()};
   /// Whether something other than a key file exists at the path.
   bool damaged = false;
-  /// Whether the path could not be read.
+  /// Whether the path could not be read. `damaged` is then also true.
   bool unreadable = false;
 };
 
@@ -154,7 +154,7 @@ void KeyFileUserDefaults::setText(std::string_view key, std::string_view value) 
   while (::flock(folder.descriptor(), LOCK_EX) != 0 && errno == EINTR) {
   }
 
-  // Not from the cache: another process may have changed the file until the lock was taken.
+  // Not from the cache: another process may have changed the file before the lock was taken.
   const Loaded loaded = load(path_);
   for (const auto &[name, text] : unsaved_) {
     g_key_file_set_value(loaded.file.get(), group, keyName(name).c_str(),

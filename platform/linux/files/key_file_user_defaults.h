@@ -15,11 +15,12 @@ namespace orvel {
 /// User defaults in the group "Defaults" of a key file (Desktop Entry format). Several
 /// processes may share the file: a read sees the changes of other processes, and a change is
 /// merged into the file under a lock. The file is read again only when its stat(2) result
-/// has changed. A file that is not a key file counts as empty; the first change moves it to
-/// the same name with the suffix ".damaged". Any thread; blocks on the disk.
+/// has changed. A file that is not a key file counts as empty; the first change renames
+/// it to the same name with ".damaged" or, if that exists, a numbered suffix. Any thread; blocks on
+/// the disk.
 class KeyFileUserDefaults final : public UserDefaults {
  public:
-  /// The first change creates the file's folder.
+  /// Every change creates the file's folder if necessary, and sets its mode to 0700.
   explicit KeyFileUserDefaults(std::string path);
 
   std::optional<std::string> text(std::string_view key) const override;
@@ -52,6 +53,7 @@ class KeyFileUserDefaults final : public UserDefaults {
   mutable std::mutex mutex_;
   /// The entries of the file when it had the cached version.
   mutable Texts entries_;
+  /// Absent when the entries must be read again.
   mutable std::optional<FileVersion> cachedVersion_;
   /// Values that could not be written, by key. The next change writes them too.
   Texts unsaved_;

@@ -69,8 +69,11 @@ class PlistReader {
  private:
   int depth_ = 0;
   bool hasDictionary_ = false;
+  /// Whether the current entry is a dictionary or an array.
   bool isContainer_ = false;
+  /// The character data of the current key or entry.
   std::string text_;
+  /// The key whose value has not ended yet.
   std::optional<std::string> key_;
   PlistTexts texts_;
 };

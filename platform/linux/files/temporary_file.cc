@@ -71,12 +71,13 @@ TemporaryFile::Created TemporaryFile::create(const std::vector<std::string> &fol
     if (kind == Kind::unnamed) {
       const int file = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
       if (file >= 0) {
-        return {file, "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(file), false};
+        return {.descriptor = file,
+                .path = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(file)};
       }
     }
     std::string path = folder + "/.orvel-XXXXXX";
     const int file = HiddenFiles::all().create(path);
-    if (file >= 0) return {file, std::move(path), true};
+    if (file >= 0) return {.descriptor = file, .path = std::move(path), .isHidden = true};
   }
   return {};
 }

@@ -8,9 +8,9 @@
 
 namespace orvel {
 
-/// A file that is removed with this object unless `moveFile` has moved it, such as a download
-/// in progress. Its permissions are those of any new file of the user (umask). Any thread, one
-/// at a time.
+/// A file, such as a download in progress, that is removed with this object unless `moveFile`
+/// (base/file_move.h) has moved it. Its permissions are those of any new file of the user (umask).
+/// Any thread, one at a time.
 class TemporaryFile {
  public:
   enum class Kind {

@@ -17,8 +17,8 @@ class UserLocations final : public Locations {
   std::string home() const override;
   /// Returns the XDG download folder, else "Downloads" in the home folder.
   std::string downloads() const override;
-  /// Returns a folder of this user only. In a shared folder such as /tmp other users could
-  /// prepare files with predictable names.
+  /// Returns a folder of this user only. In a shared folder such as /tmp, other users could
+  /// create files in advance at paths that the application will use.
   std::string temporary() const override;
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;
