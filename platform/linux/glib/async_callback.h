@@ -12,8 +12,8 @@ namespace orvel {
 using AsyncFunction = std::function<void(GObject *source, GAsyncResult *result)>;
 
 /// Returns the user data for `callAsyncFunction`, which calls the function and deletes it.
-/// GIO calls every GAsyncReadyCallback exactly once, so each result must be passed to
-/// exactly one call:
+/// GIO calls a GAsyncReadyCallback exactly once, so each returned pointer must be passed to
+/// exactly one asynchronous call:
 ///
 ///     g_file_read_async(file, ..., callAsyncFunction, asyncFunctionData([...] { ... }));
 inline gpointer asyncFunctionData(AsyncFunction function) {

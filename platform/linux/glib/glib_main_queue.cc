@@ -1,6 +1,7 @@
 #include "platform/linux/glib/glib_main_queue.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orvel {
 
@@ -58,11 +59,11 @@ void GlibMainQueue::add(std::int64_t delay, Task task) {
 }
 
 void GlibMainQueue::insert(std::int64_t due, Task task) {
-  tasks_.emplace(Key(due, ++lastSequence_), std::move(task));
+  tasks_.emplace(Position{due, ++lastSequence_}, std::move(task));
 }
 
 void GlibMainQueue::updateReadyTime() {
-  g_source_set_ready_time(source_, tasks_.empty() ? -1 : tasks_.begin()->first.first);
+  g_source_set_ready_time(source_, tasks_.empty() ? -1 : tasks_.begin()->first.due);
 }
 
 void GlibMainQueue::runNext() {
@@ -70,9 +71,9 @@ void GlibMainQueue::runNext() {
   {
     const std::lock_guard lock(mutex_);
     const auto now = g_get_monotonic_time();
-    if (!tasks_.empty() && tasks_.begin()->first.first <= now) {
+    if (!tasks_.empty() && tasks_.begin()->first.due <= now) {
       auto first = tasks_.extract(tasks_.begin());
-      const auto due = first.key().first;
+      const auto due = first.key().due;
       Task &task = first.mapped();
       if (task.interval == 0) {
         work = std::move(task.work);

@@ -2,10 +2,10 @@
 
 #include <glib.h>
 
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <utility>
 
 #include "platform/main_queue.h"
 
@@ -29,8 +29,15 @@ class GlibMainQueue final : public MainQueue {
   void every(std::chrono::milliseconds interval, std::function<void()> work) override;
 
  private:
-  /// Due time on the monotonic clock in microseconds, and sequence number.
-  using Key = std::pair<std::int64_t, std::uint64_t>;
+  /// The place of a task in the queue.
+  struct Position {
+    /// In microseconds on the monotonic clock.
+    std::int64_t due = 0;
+    /// The order of tasks with the same due time.
+    std::uint64_t sequence = 0;
+
+    auto operator<=>(const Position &) const = default;
+  };
   struct Task {
     std::function<void()> work;
     /// In microseconds; 0 for a task that runs once.
@@ -39,13 +46,15 @@ class GlibMainQueue final : public MainQueue {
   struct Source;
 
   void add(std::int64_t delay, Task task);
+  // Both require the mutex.
   void insert(std::int64_t due, Task task);
   void updateReadyTime();
+
   /// Runs the first task if it is due.
   void runNext();
 
   std::mutex mutex_;
-  std::map<Key, Task> tasks_;
+  std::map<Position, Task> tasks_;
   std::uint64_t lastSequence_ = 0;
   GSource *const source_;
 };

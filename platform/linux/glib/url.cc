@@ -62,7 +62,7 @@ bool isIpLiteral(std::string_view text) {
                        isHexDigit) &&
            text.find('%') == std::string_view::npos;
   }
-  // The zone follows a percent escape of "%".
+  // A zone follows "%25", the percent escape of "%".
   constexpr std::string_view delimiter = "%25";
   const auto end = text.find(delimiter);
   if (end != std::string_view::npos && end + delimiter.size() == text.size()) return false;
@@ -80,7 +80,7 @@ bool readAuthority(std::string_view authority, Url &url) {
   }
 
   std::string_view name;
-  /// Empty, or a colon and the digits of the port, which may be none.
+  // Empty, or a colon and zero or more digits.
   std::string_view port;
   if (authority.starts_with('[')) {
     const auto end = authority.find(']');

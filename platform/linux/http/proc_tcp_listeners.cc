@@ -18,7 +18,7 @@ namespace {
 constexpr const char *listeningState = "0A";
 
 /// Converts an address from hexadecimal digits to the form of inet_ntop(3). The kernel prints
-/// each 32 bits of an address as a number in the byte order of the processor.
+/// each 32-bit word of an address as a number in the byte order of the processor.
 std::string addressFromHexadecimal(const std::string &digits) {
   constexpr std::size_t digitsInWord = 8;
   constexpr int hexadecimal = 16;

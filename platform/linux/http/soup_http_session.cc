@@ -26,9 +26,9 @@ GObjectPointer<SoupSession> newSession() {
 }
 
 /// Registers the GObject types that both a session and the main thread use. Two threads that
-/// use a GObject type for the first time can deadlock: one holds the class initialisation
-/// lock and waits for a type that the other one is registering, which needs that lock. So
-/// this runs before the session has a thread.
+/// use a GObject type for the first time can deadlock: one holds the lock of class
+/// initialisation and waits for a type that the other thread is registering, and the other
+/// thread waits for that lock. Must therefore run before the request thread starts.
 void registerTypes() {
   for (const GType type :
        {G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS, G_TYPE_NETWORK_ADDRESS,
@@ -45,15 +45,14 @@ void registerTypes() {
   newSession();
 }
 
-/// Returns whether a host is this machine. Its requests never use a proxy.
+/// Returns whether a host is this machine. Requests to it never use a proxy.
 bool isLoopback(const std::string &host) {
   return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
 
 }  // namespace
 
-/// The libsoup sessions, with and without the system's proxy. They belong to the session's
-/// thread.
+/// The libsoup sessions, with and without the system's proxy. Used on the request thread only.
 struct SoupSessions {
   SoupSessions() {
     for (SoupSession *session : {direct.get(), proxied.get()}) {
@@ -152,8 +151,8 @@ void SoupHttpSession::complete(std::function<void()> completion) {
   completions_.post([this, completion = std::move(completion)]() mutable {
     completion();
     // Releases the captures, such as the file of a download, before the request counts as
-    // finished. A request that the completion started is counted first, as its post comes
-    // before this one.
+    // finished. A request that the completion itself started is counted first, because it was
+    // posted before this decrement.
     completion = nullptr;
     queue_.post([this] { --unfinished_; });
   });

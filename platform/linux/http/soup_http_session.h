@@ -20,13 +20,12 @@ class BodySink;
 class SoupTask;
 struct SoupSessions;
 
-/// An HTTP session of libsoup with two threads: one for the requests, one that calls the
-/// completions one at a time. A completion may take long, for example to unpack a release,
-/// and would let other requests time out on the first thread. The session has no cookies and
-/// no cache. Every request has its own connection and asks for an uncompressed body. In
-/// addition to the contract of HttpSession:
-/// - A field that is set for the first server is not set again when a redirect
-///   through another origin leads back to it. At most 20 redirects are followed.
+/// An HTTP session of libsoup with two threads: the request thread, and the completion thread,
+/// which calls the completions one at a time. A completion may take long, for example to unpack
+/// a release. On the request thread it would block other requests until they time out. The
+/// session has no cookies and no cache. Every request has its own connection and asks for an
+/// uncompressed body. In addition to the contract of HttpSession:
+/// - libsoup follows at most 20 redirects.
 /// - The body of a data task may have at most 64 MiB.
 /// - A request that HTTP cannot express is not sent: a scheme other than http and
 ///   https, a field name that is not a token, or a field value that contains CR, LF or
@@ -50,7 +49,10 @@ class SoupHttpSession final : public HttpSession {
     void operator()(GMainContext *context) const { g_main_context_unref(context); }
   };
 
+  /// Runs the request thread.
   void run();
+  /// Sends a request from the request thread, and calls `ended` there. The sink must live
+  /// until then.
   void start(const UrlRequest &request, BodySink &sink,
              std::function<void(const SoupTask &)> ended);
   /// Calls a completion on the completion thread.
@@ -58,16 +60,20 @@ class SoupHttpSession final : public HttpSession {
 
   const std::vector<std::string> downloadFolders_;
   const std::unique_ptr<GMainContext, ContextRelease> context_;
+  /// Work for the request thread.
   GlibMainQueue queue_;
+  /// Work for the completion thread.
   SerialQueue completions_;
 
-  // The members below belong to the session's thread.
+  // Used on the request thread only, until `thread_`.
   bool stopping_ = false;
   /// Requests whose completion has not returned yet.
   int unfinished_ = 0;
+  /// A local variable of run(), which destroys it on the request thread.
   SoupSessions *sessions_ = nullptr;
   std::set<std::unique_ptr<SoupTask>> tasks_;
 
+  /// The request thread.
   std::thread thread_;
 };
 

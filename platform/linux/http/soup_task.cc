@@ -76,7 +76,7 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
 void SoupTask::start(SoupSession *session, Ended ended) {
   ended_ = std::move(ended);
   // Lower priority than the sockets: if this thread was blocked for longer than the
-  // timeout, for example by a slow disk, bytes that have arrived restart the timeout.
+  // timeout, for example by a slow disk, bytes that have arrived restart the timeout first.
   g_source_set_priority(timeoutSource_.get(), G_PRIORITY_DEFAULT + 1);
   g_source_set_callback(
       timeoutSource_.get(),
@@ -289,7 +289,7 @@ void SoupTask::finish(bool hasWholeBody) {
   timeoutSource_.reset();
   arrivalSource_.reset();
   stream_.reset();
-  // Moved out, because the call may destroy the task.
+  // Moved out of the member, because the call may destroy the task.
   const Ended ended = std::move(ended_);
   ended(*this);
 }

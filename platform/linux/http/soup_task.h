@@ -13,14 +13,14 @@
 
 namespace orvel {
 
-/// One libsoup request. Used on the session's thread only; must live from its start until
-/// `Ended` is called.
+/// One libsoup request. Used on the request thread of the SoupHttpSession only; must live from
+/// its start until its `Ended` callback is called.
 class SoupTask {
  public:
   /// Called with the task when its outcome is known.
   using Ended = std::function<void(const SoupTask &)>;
 
-  /// The sink must live until `Ended` is called.
+  /// The sink must live until the `Ended` callback is called.
   SoupTask(const UrlRequest &request, BodySink &sink);
   SoupTask(const SoupTask &) = delete;
   SoupTask &operator=(const SoupTask &) = delete;
@@ -28,7 +28,7 @@ class SoupTask {
   /// Sends the request. Calls `ended` exactly once, never inside this call; `ended` may
   /// destroy the task.
   void start(SoupSession *session, Ended ended);
-  /// Makes the request fail. `Ended` is called later.
+  /// Makes the request fail. Its `Ended` callback is called later.
   void cancel();
 
   // The outcome, valid after the request has ended.
@@ -45,7 +45,8 @@ class SoupTask {
   };
   using Source = std::unique_ptr<GSource, void (*)(GSource *)>;
 
-  /// Returns null when HTTP cannot express the request or the sink is not ready.
+  /// Returns the message to send, or null when HTTP cannot express the request or the sink is not
+  /// ready.
   GObjectPointer<SoupMessage> makeMessage() const;
   void timedOut();
   void connected(GIOStream *connection);

@@ -33,8 +33,8 @@ std::string filenameParameter(const std::string &disposition) {
   return name != nullptr ? static_cast<const char *>(name) : "";
 }
 
-/// Returns the field with every "filename*" renamed to an unknown parameter. Like libsoup, allows
-/// any white space between the name and its "=".
+/// Returns the field with every extended parameter renamed, such as "filename*" to "filename-".
+/// Like libsoup, allows any white space between the name and its "=".
 std::string withoutExtendedParameters(std::string disposition) {
   for (auto at = disposition.find('*'); at != std::string::npos;
        at = disposition.find('*', at + 1)) {
@@ -68,12 +68,12 @@ Name nameFromAddress(const std::string &address) {
   while (path.ends_with('/')) path.pop_back();
   if (path.empty()) {
     const char *host = g_uri_get_host(uri.get());
-    return {host != nullptr ? host : "", true};
+    return {.name = host != nullptr ? host : "", .isHost = true};
   }
   const std::string component = path.substr(path.rfind('/') + 1);
   const auto decoded = percentDecoded(component);
   const bool isText = decoded && isUtf8(*decoded) && decoded->find('\0') == std::string::npos;
-  return {isText ? *decoded : component};
+  return {.name = isText ? *decoded : component};
 }
 
 bool hasExtension(std::string_view name) {
