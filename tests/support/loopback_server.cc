@@ -73,7 +73,7 @@ bool LoopbackConnection::sendSlowly(std::string_view bytes, std::chrono::millise
 
 void LoopbackConnection::shutDownSending() { ::shutdown(descriptor_, SHUT_WR); }
 
-void LoopbackConnection::reset() {
+void LoopbackConnection::resetOnClose() {
   const linger immediately{.l_onoff = 1, .l_linger = 0};
   ::setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
 }

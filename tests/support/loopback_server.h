@@ -20,17 +20,17 @@ class LoopbackConnection {
   LoopbackConnection(const LoopbackConnection &) = delete;
   LoopbackConnection &operator=(const LoopbackConnection &) = delete;
 
-  /// Reads up to and including the empty line, or less when the client disconnects.
+  /// Reads the head of a request including the empty line, or less when the client disconnects.
   std::string readHead();
-  /// Returns false when the client has disconnected.
+  /// Sends bytes. Returns false when the client has disconnected.
   bool send(std::string_view bytes);
   /// Sends one byte at a time with a pause after each. Returns false when the client has
   /// disconnected.
   bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
   /// Closes the sending direction; the client reads the end of the stream.
   void shutDownSending();
-  /// Makes the connection end with a reset (RST) instead of an orderly close.
-  void reset();
+  /// Makes the destructor end the connection with a reset (RST) instead of an orderly close.
+  void resetOnClose();
   /// Waits until the client has closed the connection.
   void waitForClose();
 
@@ -64,6 +64,7 @@ class LoopbackServer {
   mutable std::mutex mutex_;
   bool closing_ = false;
   std::vector<std::string> heads_;
+  /// The descriptors of open connections.
   std::vector<int> open_;
   std::vector<std::thread> handlers_;
   std::thread acceptor_;

@@ -134,7 +134,7 @@ TEST_F(SoupHttpResponse, ResetConnectionHasNoBody) {
        {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", "HTTP/1.1 200 OK\r\n\r\nab"}) {
     const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
       client.send(bytes);
-      client.reset();
+      client.resetOnClose();
     });
     // The reset may discard a head that is still in the socket buffer.
     EXPECT_EQ(fetch(session_, server.url()).body, std::nullopt) << bytes;
