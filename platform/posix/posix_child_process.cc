@@ -39,7 +39,7 @@ void PosixChildProcess::waitUntilExit() {
   ended_.wait(lock, [this] { return !running_; });
 }
 
-void PosixChildProcess::awaitExit() {
+void PosixChildProcess::waitAndReap() {
   for (;;) {
     // With WNOWAIT the child stays a zombie, so that its process ID is not reused before
     // reap() takes the lock. Otherwise send() could signal another process.

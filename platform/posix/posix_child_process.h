@@ -9,7 +9,7 @@
 
 namespace orvel {
 
-/// A spawned child process. Exactly one thread must call awaitExit().
+/// A spawned child process. Exactly one thread must call waitAndReap().
 class PosixChildProcess final : public ChildProcess {
  public:
   explicit PosixChildProcess(pid_t process) : process_(process) {}
@@ -21,7 +21,7 @@ class PosixChildProcess final : public ChildProcess {
   void waitUntilExit() override;
 
   /// Waits until the process has ended and reaps it.
-  void awaitExit();
+  void waitAndReap();
 
  private:
   void send(int signal);

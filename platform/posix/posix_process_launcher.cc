@@ -84,7 +84,7 @@ LaunchResult PosixProcessLauncher::launch(const LaunchRequest &request) {
       const auto process = std::make_shared<PosixChildProcess>(processId);
       // After this call, launch() may return, and then `request` is a dangling reference.
       promise.set_value({process, ""});
-      process->awaitExit();
+      process->waitAndReap();
       if (handler) handler(process);
     }).detach();
   } catch (const std::system_error &error) {
