@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::chrono::milliseconds retryInterval{20};
 
-/// Locks the folder. Returns whether another holder still has the lock after the timeout.
-bool remainsLocked(int folder, std::chrono::milliseconds timeout) {
+/// Locks the folder. Returns whether the timeout passed while another holder kept the lock.
+bool lockTimesOut(int folder, std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
@@ -28,6 +28,6 @@ bool remainsLocked(int folder, std::chrono::milliseconds timeout) {
 
 FolderLock::FolderLock(const std::string &folder, std::chrono::milliseconds timeout)
     : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-      isHeldElsewhere_(remainsLocked(folder_.descriptor(), timeout)) {}
+      isHeldElsewhere_(lockTimesOut(folder_.descriptor(), timeout)) {}
 
 }  // namespace orvel

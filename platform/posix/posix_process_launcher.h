@@ -17,10 +17,10 @@ std::string systemErrorDescription(int error);
 /// Starts each child process on a new thread, which then waits for that child only.
 class PosixProcessLauncher final : public ProcessLauncher {
  public:
-  /// Each child gets this environment, changed as its request says. The application's own
-  /// environment may also have variables for WebKit, which children must not inherit. Stops
-  /// ignoring SIGCHLD if this process inherited that, because the system would otherwise
-  /// discard exit statuses. `describeError` describes an errno value to the user; it is
+  /// Each child gets this environment with the changes of its request. The application's own
+  /// environment may also have variables for WebKit, which children must not inherit. If this
+  /// process ignores SIGCHLD, restores the default, because the system would otherwise discard
+  /// exit statuses. `describeError` describes an errno value to the user; it is
   /// called on any thread.
   explicit PosixProcessLauncher(std::map<std::string, std::string> environment,
                                 std::string (*describeError)(int) = systemErrorDescription);

@@ -9,8 +9,8 @@ namespace orvel {
 
 namespace {
 
-/// access(2) fails even for root on a read-only file system (EROFS) and for an
-/// immutable folder (EPERM).
+/// Returns whether this process may create and remove entries of a folder. access(2) fails even for
+/// root on a read-only file system (EROFS) and for an immutable folder (EPERM).
 bool mayChange(const std::filesystem::path &folder) {
   return ::access(folder.c_str(), W_OK | X_OK) == 0;
 }

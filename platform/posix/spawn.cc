@@ -10,8 +10,8 @@ namespace orvel {
 
 namespace {
 
-/// The actions in the child before exec: sets the three standard streams and the
-/// working directory, and closes all other descriptors.
+/// The actions in the child before exec: they set the three standard streams and the
+/// working directory, and close all other descriptors.
 class FileActions {
  public:
   explicit FileActions(const SpawnPlan &plan) {

@@ -63,7 +63,7 @@ int SpawnPlan::sourceOf(const StandardStream &stream, int number) {
 
 int SpawnPlan::sourceOf(const FileHandle &handle) {
   if (handle.descriptor() > STDERR_FILENO) return handle.descriptor();
-  // dup2 for an earlier stream would overwrite this descriptor.
+  // dup2 for another stream could overwrite this descriptor.
   const int copy = ::fcntl(handle.descriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   if (copy < 0) {
     error_ = errno;

@@ -37,8 +37,10 @@ class SpawnPlan {
   const std::array<int, 3> &streams() const { return streams_; }
 
  private:
-  /// Returns the source of the standard stream with this descriptor, as in `streams`.
+  /// Returns the source of the standard stream with this number, as in `streams`. Sets
+  /// `error_` when a handle is missing or cannot be duplicated.
   int sourceOf(const StandardStream &stream, int number);
+  /// Returns the descriptor of the handle, or of a duplicate above STDERR_FILENO.
   int sourceOf(const FileHandle &handle);
 
   /// The path of the executable, which is also argv[0], and the arguments.
@@ -48,7 +50,7 @@ class SpawnPlan {
   std::vector<char *> argumentPointers_;
   std::vector<char *> variablePointers_;
   std::string workingDirectory_;
-  /// Duplicates of handles whose descriptors are those of other standard streams.
+  /// Duplicates of handles whose descriptors are the numbers of standard streams.
   std::vector<std::unique_ptr<FileHandle>> copies_;
   std::array<int, 3> streams_{};
   int error_ = 0;
