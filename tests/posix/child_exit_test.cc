@@ -17,6 +17,7 @@ namespace {
 
 using namespace posix_test;
 
+/// The parameter is `endsWithParent` of every launch.
 class ChildExit : public testing::TestWithParam<bool> {
  protected:
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
@@ -51,12 +52,14 @@ pid_t forkUnrelatedChild(const char *commandLine) {
 TEST_P(ChildExit, StatusIsExitCodeOrSignalNumber) {
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_EQ(runShell(launcher_, "exit 255").status, 255);
+  // A shell reports a child that SIGKILL ended as 137 (128 + 9).
   EXPECT_EQ(runShell(launcher_, "exit 137").status, 137);
   EXPECT_EQ(runShell(launcher_, "kill -KILL $$").status, SIGKILL);
+  // ulimit prevents a core file.
   EXPECT_EQ(runShell(launcher_, "ulimit -c 0; kill -ABRT $$").status, SIGABRT);
 }
 
-TEST_P(ChildExit, ThousandLaunchesAndFailuresLeaveNoDescriptorOrZombie) {
+TEST_P(ChildExit, ThousandLaunchesAndFailedLaunchesLeaveNoDescriptorOrZombie) {
   const int descriptorsBefore = openDescriptorCount();
   std::atomic<int> handlerCalls = 0;
   auto request = program("/usr/bin/true");
@@ -82,7 +85,7 @@ TEST_P(ChildExit, ChildIgnoringSigtermEndsOnSigkill) {
   const auto child = launchAndReadLine("trap '' TERM; echo ready; exec sleep 600", line);
   ASSERT_EQ(line, "ready");
   child->terminate();
-  // Gives the child the time to react to SIGTERM.
+  // Gives the child time to react to SIGTERM.
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_TRUE(child->isRunning());
   child->kill();
@@ -106,7 +109,7 @@ TEST_P(ChildExit, ChildForkedByOtherCodeIsNotReaped) {
   const pid_t unrelated = forkUnrelatedChild("exit 5");
   ASSERT_GT(unrelated, 0);
   siginfo_t info{};
-  // Waits for the end of the child and leaves it a zombie (WNOWAIT).
+  // Waits for the end of the child, which stays a zombie (WNOWAIT).
   ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(unrelated), &info, WEXITED | WNOWAIT), 0);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(runShell(launcher_, "exit 6").status, 6);
   int status = 0;

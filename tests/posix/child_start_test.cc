@@ -17,6 +17,7 @@ namespace {
 
 using namespace posix_test;
 
+/// The parameter is `endsWithParent` of every launch.
 class ChildStart : public testing::TestWithParam<bool> {
  protected:
   LauncherUnderTest launcher_{GetParam()};
@@ -34,6 +35,7 @@ TEST_P(ChildStart, RequestAddsToOrReplacesLauncherEnvironment) {
 }
 
 TEST_P(ChildStart, ArgumentsReachProgramUnchanged) {
+  // sh takes "zero" as $0, which is not in $@.
   const auto outcome = run(
       launcher_, program("/bin/sh", {"-c", "printf '[%s]' \"$@\"", "zero", "", "a b", "'\"$x"}));
   EXPECT_EQ(outcome.output, "[][a b]['\"$x]");
@@ -75,12 +77,12 @@ class IgnoredAndBlockedSignals {
   sigset_t maskBefore_;
 };
 
-TEST_P(ChildStart, SignalsIgnoredOrBlockedInParentStillTerminateChild) {
+TEST_P(ChildStart, SignalsIgnoredAndBlockedInParentStillTerminateChild) {
   const std::vector<int> signals{SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGALRM, SIGTERM, SIGUSR1, SIGUSR2};
   const IgnoredAndBlockedSignals ignored(signals);
-  // While SIGCHLD is ignored, the kernel discards exit statuses (waitpid(2)). A new launcher stops
-  // ignoring it.
+  // While SIGCHLD is ignored, the kernel discards exit statuses (waitpid(2)). The constructor of
+  // the launcher restores the default.
   const IgnoredAndBlockedSignals ignoredSigchld({SIGCHLD});
   LauncherUnderTest launcher(GetParam());
   for (const int signal : signals) {
@@ -136,7 +138,7 @@ TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
   for (const auto &[path, errorNumber] : rows) expectLaunchError(program(path), path, errorNumber);
 }
 
-TEST_P(LaunchFailure, UnusableWorkingDirectoryFailsLaunchWithItsPath) {
+TEST_P(LaunchFailure, LaunchErrorNamesUnusableWorkingDirectoryElseProgram) {
   const std::string missing = folder_.path() / "missing";
   const std::string file = folder_.file("file", "");
   auto request = program("/bin/sh", {"-c", "exit 0"});

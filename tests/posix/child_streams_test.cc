@@ -36,13 +36,15 @@ class ReplacedDescriptor {
   const int copy_;
 };
 
+/// The parameter is `endsWithParent` of every launch.
 class ChildStreams : public testing::TestWithParam<bool> {
  protected:
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
   }
-  /// Runs a process to its end and expects exit code 0. Keeps the streams of the request.
-  void runToEnd(const LaunchRequest &request) {
+  /// Runs a process to its end and expects exit code 0. Unlike `run`, does not change the
+  /// standard streams of the request.
+  void expectSuccessfulRun(const LaunchRequest &request) {
     const auto child = launcher_.launch(request);
     ASSERT_TRUE(child.process) << child.error;
     child.process->waitUntilExit();
@@ -60,12 +62,12 @@ TEST_P(ChildStreams, OutputAndErrorOnOneHandleShareFilePosition) {
   ASSERT_TRUE(handle);
   request.standardOutput = streamTo(handle);
   request.standardError = streamTo(handle);
-  runToEnd(request);
+  expectSuccessfulRun(request);
   EXPECT_TRUE(handle->write("four\n"));
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
 
-TEST_P(ChildStreams, DiscardedStandardErrorKeepsStandardOutput) {
+TEST_P(ChildStreams, NullStandardErrorDoesNotAffectStandardOutput) {
   auto request = program("/bin/sh", {"-c", "echo discarded >&2; echo kept"});
   request.standardError.kind = StandardStream::Kind::null;
   EXPECT_EQ(run(launcher_, request).output, "kept\n");
@@ -80,7 +82,7 @@ TEST_P(ChildStreams, StandardInputAndOutputAreInheritedByDefault) {
   {
     const ReplacedDescriptor replacedInput(STDIN_FILENO, input->reading->descriptor());
     const ReplacedDescriptor replacedOutput(STDOUT_FILENO, output->writing->descriptor());
-    runToEnd(program("/bin/cat"));
+    expectSuccessfulRun(program("/bin/cat"));
   }
   output->writing.reset();
   EXPECT_EQ(output->reading->readToEnd(), "inherited");
@@ -89,7 +91,7 @@ TEST_P(ChildStreams, StandardInputAndOutputAreInheritedByDefault) {
 TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
   std::vector<int> open;
   for (int i = 0; i < 10; ++i) open.push_back(::dup(STDERR_FILENO));
-  // Far above the others, after a gap of unused numbers.
+  // Also a number far above the others, after a gap of unused numbers.
   open.push_back(::fcntl(STDERR_FILENO, F_DUPFD, 200));
   ASSERT_GE(open.back(), 200);
   // Descriptor 3 is the folder that ls reads.
@@ -100,7 +102,7 @@ TEST_P(ChildStreams, OnlyStandardDescriptorsAreInherited) {
 TEST_P(ChildStreams, ClosedStandardInputOrPrivateFileWithItsNumberBecomesNullDevice) {
   const ReplacedDescriptor closedInput(STDIN_FILENO);
   // cat fails when its standard input is closed.
-  runToEnd(program("/bin/cat"));
+  expectSuccessfulRun(program("/bin/cat"));
   // The pipe gets the free number of standard input. It is private: it has the close-on-exec flag.
   auto secret = Pipe::create();
   ASSERT_TRUE(secret);
@@ -124,7 +126,7 @@ TEST_P(ChildStreams, HandlesWithSwappedStandardNumbersAreRedirected) {
     // Each handle has the number of the other stream.
     request.standardOutput = streamTo(std::make_shared<FileHandle>(STDERR_FILENO));
     request.standardError = streamTo(std::make_shared<FileHandle>(STDOUT_FILENO));
-    runToEnd(request);
+    expectSuccessfulRun(request);
   }
   first->writing.reset();
   second->writing.reset();

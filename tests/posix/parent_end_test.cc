@@ -20,8 +20,8 @@ namespace {
 
 using namespace posix_test;
 
-/// Calls waitpid until it is not interrupted by a signal (EINTR). Includes threads that this
-/// process traces (__WALL).
+/// Calls waitpid again whenever a signal has interrupted it (EINTR). Also waits for threads that
+/// this process traces (__WALL).
 pid_t waitpidUninterrupted(pid_t process, int &status) {
   pid_t found = 0;
   while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
@@ -104,7 +104,7 @@ TEST_F(ParentEnd, OnlyChildWithEndsWithParentGetsSigtermWhenParentIsKilled) {
     // A parent-death signal would have been delivered before this one.
     if (!endsWithParent) ::kill(child, SIGUSR1);
     const int status = waitForChild();
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(WIFSIGNALED(status)) << "endsWithParent: " << endsWithParent;
     EXPECT_EQ(WTERMSIG(status), endsWithParent ? SIGTERM : SIGUSR1);
   }
 }

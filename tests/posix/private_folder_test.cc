@@ -16,10 +16,10 @@ TEST(PrivateFolder, CreatedFolderAndParentsAreOnlyForOwner) {
     const fs::path parent = folder.path() / "parent";
     const ScopedUmask umask(mask);
     EXPECT_TRUE(createPrivateFolder(parent / "folder"));
-    EXPECT_EQ(modeOf(parent), 0700U) << std::oct << mask;
-    EXPECT_EQ(modeOf(parent / "folder"), 0700U) << std::oct << mask;
+    EXPECT_EQ(modeOf(parent), 0700U) << "umask " << std::oct << mask;
+    EXPECT_EQ(modeOf(parent / "folder"), 0700U) << "umask " << std::oct << mask;
     ensurePrivateFolder(parent / "ensured");
-    EXPECT_EQ(modeOf(parent / "ensured"), 0700U) << std::oct << mask;
+    EXPECT_EQ(modeOf(parent / "ensured"), 0700U) << "umask " << std::oct << mask;
   }
 }
 
@@ -30,7 +30,7 @@ TEST(PrivateFolder, OnlyEnsurePrivateFolderChangesExistingFolder) {
     EXPECT_FALSE(createPrivateFolder(folder.path()));
     EXPECT_EQ(modeOf(folder.path()), mode);
     ensurePrivateFolder(folder.path());
-    EXPECT_EQ(modeOf(folder.path()), 0700U) << std::oct << mode;
+    EXPECT_EQ(modeOf(folder.path()), 0700U) << "mode before " << std::oct << mode;
   }
 }
 
@@ -38,7 +38,7 @@ TEST(PrivateFolder, FileAtPathIsUnchanged) {
   const TemporaryFolder folder;
   const std::string file = folder.file("file", "contents");
   fs::permissions(file, fs::perms(0644));
-  for (const fs::path &path : {fs::path(file), fs::path(file) / "below", fs::path()}) {
+  for (const fs::path &path : {fs::path(file), fs::path(file) / "inside", fs::path()}) {
     EXPECT_FALSE(createPrivateFolder(path)) << path;
     ensurePrivateFolder(path);
   }

@@ -38,7 +38,8 @@ TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) 
   EXPECT_EQ(child.process->terminationStatus(), 3);
 
   // The launcher must duplicate a handle that is itself descriptor 1, which needs a free
-  // descriptor. The handle's destructor closes descriptor 1, so it is saved first.
+  // descriptor. The handle's destructor closes descriptor 1. The test therefore saves it first,
+  // in place of the last handle, because no other descriptor is free.
   const int savedOutput = ::dup2(STDOUT_FILENO, handles.back()->descriptor());
   {
     const auto handle = std::make_shared<FileHandle>(STDOUT_FILENO);
@@ -53,7 +54,8 @@ TEST(ResourceExhaustion, DescriptorExhaustionFailsOnlyCallsThatNeedDescriptors) 
 
 #if defined(__linux__)
 /// Limits the threads and processes of the user during the lifetime of the object
-/// (RLIMIT_NPROC). Root is exempt from the limit and therefore becomes another user meanwhile.
+/// (RLIMIT_NPROC). Root is exempt from the limit, so a process of root runs as the user "nobody"
+/// meanwhile.
 class TaskLimit {
  public:
   explicit TaskLimit(rlim_t tasks) : limit_(RLIMIT_NPROC, tasks) {
@@ -91,19 +93,19 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
 }
 
 TEST(ResourceExhaustion, ThreadExhaustionRunsBackgroundWorkOnReserveThread) {
-  std::array<std::promise<std::thread::id>, 3> threads;
+  std::array<std::promise<std::thread::id>, 3> threadIds;
   ThreadBackgroundQueue queue;
   {
     const TaskLimit limit(0);
     ASSERT_THROW(std::thread([] {}).detach(), std::system_error);
-    for (auto &thread : threads) {
-      queue.post([&thread] { thread.set_value(std::this_thread::get_id()); });
+    for (auto &threadId : threadIds) {
+      queue.post([&threadId] { threadId.set_value(std::this_thread::get_id()); });
     }
   }
-  for (auto &thread : threads) {
-    auto ran = thread.get_future();
-    ASSERT_EQ(ran.wait_for(timeLimit(std::chrono::seconds(20))), std::future_status::ready);
-    EXPECT_NE(ran.get(), std::this_thread::get_id());
+  for (auto &threadId : threadIds) {
+    auto future = threadId.get_future();
+    ASSERT_EQ(future.wait_for(timeLimit(std::chrono::seconds(20))), std::future_status::ready);
+    EXPECT_NE(future.get(), std::this_thread::get_id());
   }
 }
 #endif

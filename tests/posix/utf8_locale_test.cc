@@ -66,7 +66,8 @@ TEST_F(Utf8Locale, PsPrintsNonAsciiPathInUtf8Locale) {
   ensureUtf8Locale();
   PosixProcessLauncher launcher(processEnvironment());
   const std::string path = "/data é €/v3/server.mjs";
-  // The shell is in the process list because it waits for ps.
+  // ps prints the command line of the shell, whose $0 is the path. "exit" makes the shell wait for
+  // ps; as the last command, ps would replace the shell (exec).
   const auto outcome =
       run(launcher, program("/bin/sh", {"-c", "ps -o command= -p $$; exit", path}));
   EXPECT_NE(outcome.output.find(path), std::string::npos) << outcome.output;

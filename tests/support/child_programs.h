@@ -19,7 +19,8 @@ inline std::string missingProgramError() {
   return std::string(missingProgram) + ": No such file or directory";
 }
 
-/// Returns the request for a shell command whose output goes to /dev/null.
+/// Returns the request for a command of zsh, the shell that the application itself uses. The
+/// output goes to /dev/null.
 inline LaunchRequest shell(const std::string &commandLine) {
   LaunchRequest request;
   request.executable = "/bin/zsh";

@@ -13,12 +13,13 @@ namespace orvel::posix_test {
 /// The empty path is the folder itself.
 using Tree = std::map<std::string, std::string>;
 
-/// Returns an empty tree when the folder does not exist.
+/// Returns the contents of a folder, or an empty tree when the folder does not exist.
 Tree treeOf(const std::filesystem::path &folder);
 
 /// Creates a folder laid out like an application bundle and returns its tree. It has empty,
-/// large, read-only and executable files, an empty folder, and valid and dangling links. The
-/// label makes the contents differ from those of other trees.
+/// large (filled with the first letter of the label), read-only and executable files, an empty
+/// folder, and valid and dangling links. The label makes the contents differ from those of other
+/// trees.
 Tree makeTree(const std::filesystem::path &folder, const std::string &label);
 /// Like `makeTree`, with few entries, for tests that repeat it often.
 Tree makeSmallTree(const std::filesystem::path &folder, const std::string &label);

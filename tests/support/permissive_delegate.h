@@ -4,7 +4,8 @@
 
 namespace orvel {
 
-/// A delegate that allows every navigation and confirms every JavaScript panel.
+/// A delegate that allows every navigation and confirms every JavaScript panel. Ignores requests
+/// for new windows and downloads.
 class PermissiveDelegate : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {
