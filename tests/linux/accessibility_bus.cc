@@ -22,7 +22,8 @@ using Variant = std::unique_ptr<GVariant, VariantRelease>;
 
 constexpr const char *accessibleInterface = "org.a11y.atspi.Accessible";
 
-/// Some values of AtspiRole (atspi-constants.h). From GTK 4.10 on, an alert has the role alert.
+/// Some values of AtspiRole (atspi-constants.h). An alert has the role alert from GTK 4.10 on, and
+/// the role dialog before.
 enum class Role : std::uint32_t { alert = 2, dialog = 16, label = 29, pushButton = 43 };
 
 /// An object on the accessibility bus. Its functions throw when a call over the bus fails.
@@ -91,7 +92,7 @@ void addWidgetsBelow(const Accessible &parent, AlertWidgets &widgets) {
   }
 }
 
-/// Waits for the open alert and returns its widgets.
+/// Waits until an alert is open and returns its widgets. Throws when none opens.
 AlertWidgets waitForAlert(const std::string &address) {
   const std::shared_ptr<GDBusConnection> bus = adopt(g_dbus_connection_new_for_address_sync(
       address.c_str(),
@@ -120,9 +121,9 @@ AlertWidgets waitForAlert(const std::string &address) {
 }  // namespace
 
 AccessibilityBus::AccessibilityBus() {
-  // The registry of accessible applications, which the bus starts, reads the address too. GTK 4.8
-  // derives the paths of its accessible objects from the path of the application on the session
-  // bus.
+  // The bus starts the registry of accessible applications, which reads the first variable. GTK 4.8
+  // needs a session bus, because the paths of its accessible objects begin with the path of the
+  // application on that bus.
   for (const char *variable : {"AT_SPI_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
     ::setenv(variable, address_.c_str(), 1);
   }
@@ -136,6 +137,7 @@ AccessibilityBus::AccessibilityBus() {
   request.standardError.kind = StandardStream::Kind::null;
   request.endsWithParent = true;
   daemon_ = launcher.launch(request).process;
+  // Closes the writing end in this process, so that reading fails if the daemon ends.
   request.standardOutput = {};
   // The daemon prints its address when it accepts connections.
   if (posix_test::readLine(*output->reading).empty()) {

@@ -25,7 +25,7 @@ namespace orvel {
 namespace {
 
 /// The user's folders for the tests: XDG folders, a default application and a bundle. Sets the
-/// XDG environment variables, which GLib reads once: one object lasts until the process ends.
+/// XDG environment variables. GLib reads them once, so one object exists until the process ends.
 class TestHome {
  public:
   TestHome() {
@@ -33,7 +33,7 @@ class TestHome {
       std::filesystem::create_directories(path() / kind);
       ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (path() / kind).c_str(), 1);
     }
-    // A missing bus prevents contact with another instance of the application.
+    // Without a session bus, the application cannot reach another instance of itself.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (path() / "no-bus").string()).c_str(), 1);
     std::filesystem::create_directories(bundle() / "Contents");
     std::filesystem::create_directories(path() / "Downloads");
@@ -78,8 +78,8 @@ const AccessibilityBus &accessibilityBus() {
   return bus;
 }
 
-/// Sets the environment variables of GLib and GTK, which read them once. Returns the path of the
-/// bundle.
+/// Sets the environment variables that GLib and GTK read once. Starts the accessibility bus when
+/// `isAccessible`. Returns the path of the bundle.
 std::filesystem::path prepareEnvironment(bool isAccessible) {
   const TestHome &home = testHome();
   if (isAccessible) accessibilityBus();
@@ -93,8 +93,8 @@ GtkWindow *requireOpenAlert() {
   return alert;
 }
 
-/// Kills the web processes: one runs the page, and WebKit may keep others for later pages. The
-/// processes of the sandbox are between them and this process.
+/// Kills the web processes of this process: one runs the page, and WebKit may keep others for later
+/// pages. They are not children of this process, because the processes of the sandbox are between.
 void killWebProcesses() {
   struct Process {
     std::string name;
@@ -102,7 +102,7 @@ void killWebProcesses() {
   };
   std::map<pid_t, Process> processes;
   for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
-    // proc_pid_stat(5). A name with a space cannot be read and is not wanted.
+    // proc_pid_stat(5). A name with a space is misread, but no web process has one.
     std::ifstream stat(entry.path() / "stat");
     pid_t id = 0;
     Process process;
@@ -118,7 +118,7 @@ void killWebProcesses() {
   }
 }
 
-/// Activates a window's shortcut for a key. Throws when the key has none.
+/// Activates a window's shortcut for a key. Throws when the window has no shortcut for it.
 void activateShortcut(GtkWindow *window, guint key) {
   const auto wantedTrigger = adopt(gtk_keyval_trigger_new(key, GdkModifierType{}));
   const auto controllers = adopt(gtk_widget_observe_controllers(GTK_WIDGET(window)));

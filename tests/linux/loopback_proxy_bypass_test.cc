@@ -26,7 +26,7 @@ void setVariable(const char *name, const std::optional<std::string> &value) {
   if (value) ::setenv(name, value->c_str(), 1);
 }
 
-TEST(LoopbackProxyBypass, LoopbackAddressesAreAddedToBothVariables) {
+TEST(LoopbackProxyBypass, LoopbackAddressesAreAddedToLowerAndUpperCaseNoProxy) {
   const std::string added = "localhost,127.0.0.0/8,::1,[::1]";
   struct Row {
     std::optional<std::string> lowerCase;
@@ -64,7 +64,7 @@ TEST(LoopbackProxyBypass, ResolverUsesProxyForOtherHostsOnly) {
       }
       setVariable("no_proxy", "excluded.test");
       setVariable("NO_PROXY", {});
-      // Another resolver, such as one that reads the settings of the desktop.
+      // Without a proxy here, the resolver reads the settings of the desktop, for example.
       if (!hasProxy("http://127.0.0.1:4767/")) posix_test::exitWithoutResult();
       bypassProxyForLoopback();
       return hasProxy(row.url) == row.hasProxy;

@@ -17,8 +17,8 @@ TEST(MallocRetention, FreedLargeBlockIsUnmapped) {
   constexpr std::size_t blockSize = std::size_t{16} * 1024 * 1024;
   const auto mappedBytes = [] { return ::mallinfo2().hblkhd; };
   const std::size_t before = mappedBytes();
-  // After the first round, malloc would raise its mmap threshold and keep the next blocks in
-  // the heap (mallopt(3), M_MMAP_THRESHOLD).
+  // Without the limit, malloc would raise its mmap threshold after the first round and keep the
+  // next blocks in the heap (mallopt(3), M_MMAP_THRESHOLD).
   for (int round = 0; round < 3; ++round) {
     const std::vector<char> block(blockSize);
     EXPECT_GE(mappedBytes(), before + blockSize);

@@ -17,8 +17,8 @@ constexpr const char *variables[] = {"GSK_RENDERER", "GDK_DEBUG", "GDK_DISABLE",
                                      "WEBKIT_DISABLE_DMABUF_RENDERER",
                                      "WEBKIT_WEB_RENDER_DEVICE_FILE"};
 
-/// Sets the variables to those of an environment, selects renderers, and returns the variables that
-/// then have a value.
+/// Sets exactly the variables of `before`, selects the renderers, and returns the variables that
+/// are set afterwards.
 Environment environmentAfter(const GraphicsHardware &hardware, unsigned gtkMinor,
                              const Environment &before = {}) {
   for (const char *name : variables) ::unsetenv(name);
@@ -33,6 +33,7 @@ Environment environmentAfter(const GraphicsHardware &hardware, unsigned gtkMinor
 
 TEST(RendererChoice, RenderNodeMeansUsableGpuAndVersionFileMeansNvidiaDriver) {
   const TemporaryFolder devices;
+  // The arguments stand for /dev/dri and /proc/driver/nvidia/version.
   const auto missing = devices.path() / "missing";
   EXPECT_EQ(detectGraphicsHardware(missing, missing), GraphicsHardware());
   EXPECT_FALSE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);
@@ -41,7 +42,8 @@ TEST(RendererChoice, RenderNodeMeansUsableGpuAndVersionFileMeansNvidiaDriver) {
   EXPECT_FALSE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);
   devices.file("renderD128", "");
   EXPECT_TRUE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);
-  EXPECT_TRUE(detectGraphicsHardware(missing, devices.file("version", "")).hasNvidiaDriver);
+  const std::string version = devices.file("version", "");
+  EXPECT_TRUE(detectGraphicsHardware(missing, version).hasNvidiaDriver);
 }
 
 TEST(RendererChoice, WithoutUsableGpuNothingUsesGl) {

@@ -25,10 +25,11 @@ namespace orvel::posix_test {
 
 namespace {
 
+// The exit statuses of a child.
 constexpr int success = 0;
 constexpr int failure = 1;
-constexpr int gaveUp = 2;
-// The stop signal at the entry to and exit from a system call (PTRACE_O_TRACESYSGOOD).
+constexpr int noResult = 2;
+// The signal of a stop on entry to or exit from a system call (PTRACE_O_TRACESYSGOOD).
 constexpr int systemCallStop = SIGTRAP | 0x80;
 
 /// Waits until a child stops or ends, and returns its wait status.
@@ -71,7 +72,7 @@ bool disableSystemCall(unsigned number, unsigned error, std::optional<unsigned> 
   try {
     succeeded = task();
   } catch (const std::exception &error) {
-    // std::cerr is unbuffered.
+    // _exit() flushes no buffer, but std::cerr has none.
     std::cerr << error.what() << '\n';
   }
   ::_exit(succeeded ? success : failure);
@@ -117,7 +118,7 @@ std::optional<bool> runInChild(const Task &task) {
   return WEXITSTATUS(status) == success;
 }
 
-void exitWithoutResult() { ::_exit(gaveUp); }
+void exitWithoutResult() { ::_exit(noResult); }
 
 bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
                            const std::function<void()> &check) {
@@ -129,7 +130,8 @@ bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &tas
     if (!status) return false;
     check();
     wasKilled = WIFSIGNALED(*status) && WTERMSIG(*status) == SIGKILL;
-    EXPECT_TRUE(wasKilled || (WIFEXITED(*status) && WEXITSTATUS(*status) == success));
+    EXPECT_TRUE(wasKilled || (WIFEXITED(*status) && WEXITSTATUS(*status) == success))
+        << "the task failed with wait status " << *status;
   }
   return true;
 }

@@ -12,13 +12,14 @@ using Task = std::function<bool()>;
 /// Only for a process without other threads.
 std::optional<bool> runInChild(const Task &task);
 
-/// Ends a child of `runInChild` when the system does not permit what its task needs.
+/// Ends a child of `runInChild` without a result. For a task that needs what the system does not
+/// permit.
 [[noreturn]] void exitWithoutResult();
 
-/// Runs a task in a forked child that is killed (SIGKILL) on entry to its first system call,
-/// before the call has an effect; in another child that is killed on entry to the second system
-/// call; and so on, until a child ends before its kill or an expectation fails. Expects that the
-/// task of the last child returns true. Runs `prepare` before and `check` after each child.
+/// Runs a task in a series of forked children. Kills the first child on entry to its first system
+/// call, before the call has an effect, the second child on entry to its second system call, and so
+/// on. Stops when a child ends before its kill or an expectation fails. Expects that the task of
+/// the child that was not killed returns true. Runs `prepare` before and `check` after each child.
 /// Returns false when the system does not permit ptrace.
 bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &task,
                            const std::function<void()> &check);

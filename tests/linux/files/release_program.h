@@ -10,7 +10,8 @@ namespace orvel::posix_test {
 /// a file "executed" next to itself. It needs `getpgid` of libc.so.6.
 inline std::string releaseProgram() { return contentsOf(ORVELOS_RELEASE_PROGRAM); }
 
-/// Returns that program with every occurrence of a text replaced by one of equal length.
+/// Returns the bytes of the program with every occurrence of a text replaced by another text, which
+/// must have the same length.
 inline std::string releaseProgramWith(const std::string &text, const std::string &replacement) {
   std::string bytes = releaseProgram();
   for (auto at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1)) {

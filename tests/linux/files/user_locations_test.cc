@@ -20,26 +20,30 @@ TEST(UserLocations, OnlyFileWithExecutePermissionIsExecutable) {
 }
 
 TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
-  const std::vector<std::pair<std::string, std::string>> rows{
-      {"/home/me", "/home/me"}, {"/home/me/", "/home/me"}, {"/home/me//", "/home/me"}, {"/", "/"}};
-  for (const auto &row : rows) {
+  struct Row {
+    const char *variable;
+    const char *home;
+  };
+  for (const Row &row : {Row{"/home/me", "/home/me"}, Row{"/home/me/", "/home/me"},
+                         Row{"/home/me//", "/home/me"}, Row{"/", "/"}}) {
     // In a child, because GLib reads HOME only once.
     EXPECT_EQ(posix_test::runInChild([&row] {
-                ::setenv("HOME", row.first.c_str(), 1);
+                ::setenv("HOME", row.variable, 1);
                 const UserLocations locations("/nowhere");
                 const std::string downloads = locations.downloads();
-                return locations.home() == row.second && downloads.starts_with('/') &&
+                return locations.home() == row.home && downloads.starts_with('/') &&
                        !downloads.ends_with('/');
               }),
               true)
-        << row.first;
+        << row.variable;
   }
 }
 
 TEST(UserLocations, NewOrExistingTemporaryFolderGetsOwnerOnlyPermissions) {
   const TemporaryFolder folder;
-  const std::string temporary = folder.path() / "of the" / "user";
+  const std::string temporary = folder.path() / "missing" / "temporary";
   const UserLocations locations(temporary);
+  // The first call creates the folder.
   for (int call = 0; call < 2; ++call) {
     EXPECT_EQ(locations.temporary(), temporary);
     EXPECT_EQ(posix_test::modeOf(temporary), 0700U);

@@ -36,9 +36,9 @@ inline ZipEntry zipLink(const std::string &name, const std::string &target) {
 /// The modification time of every entry that `writeZip` writes.
 inline constexpr time_t zipModificationTime = 1'700'000'000;
 
-/// Writes an archive. The options are those of libarchive's writer, such as
-/// "zip:compression=store" or "zip:encryption=traditional". Names are UTF-8 where possible.
-/// Throws libarchive's message about a failure.
+/// Writes an archive with names in UTF-8. The options are those of libarchive's writer, such as
+/// "zip:compression=store" or "zip:encryption=traditional". Throws std::runtime_error with
+/// libarchive's message on failure.
 inline void writeZip(const std::filesystem::path &path, const std::vector<ZipEntry> &entries,
                      const std::string &options = "") {
   const std::unique_ptr<archive, decltype(&archive_write_free)> zip(archive_write_new(),
@@ -50,6 +50,7 @@ inline void writeZip(const std::filesystem::path &path, const std::vector<ZipEnt
   const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
   const locale_t previous = ::uselocale(utf8);
   require(archive_write_set_format_zip(zip.get()) == ARCHIVE_OK);
+  // A block size of 0 writes the bytes unbuffered (archive_write_blocksize(3)).
   require(archive_write_set_bytes_per_block(zip.get(), 0) == ARCHIVE_OK);
   require(archive_write_set_options(zip.get(), options.c_str()) == ARCHIVE_OK);
   // Used only with the option "zip:encryption".
@@ -61,7 +62,7 @@ inline void writeZip(const std::filesystem::path &path, const std::vector<ZipEnt
     archive_entry_set_pathname(entry.get(), name.c_str());
     archive_entry_set_mode(entry.get(), mode);
     archive_entry_set_mtime(entry.get(), zipModificationTime, 0);
-    // An owner that the test does not run as.
+    // A user and group other than those of the test.
     archive_entry_set_uid(entry.get(), 12'345);
     archive_entry_set_gid(entry.get(), 12'345);
     if (S_ISLNK(mode)) archive_entry_set_symlink(entry.get(), contents.c_str());
