@@ -105,12 +105,13 @@ TEST_F(ArchiveExtraction, PermissionsAndTimeAreKeptWithoutSetuidAndOwner) {
   const mode_t mask = ::umask(077);
   const bool extracted = extract({zipFolder("a/", 01777), zipFile("a/file", "x", 06777),
                                   zipFolder("locked/", 0555), zipFile("locked/file", "x", 0444)});
+  // Restores the umask, which the extraction must not change.
   EXPECT_EQ(::umask(mask), mode_t{077});
   ASSERT_TRUE(extracted);
   Tree tree = treeOf(target_);
   EXPECT_EQ(tree["a"], "folder 777");
   EXPECT_EQ(tree["a/file"], "file 777 x");
-  EXPECT_EQ(tree["locked"], "folder 755") << "the owner cannot remove its files";
+  EXPECT_EQ(tree["locked"], "folder 755") << "the owner could not remove its files";
   EXPECT_EQ(tree["locked/file"], "file 444 x");
   struct stat status{};
   ASSERT_EQ(::stat((target_ / "a/file").c_str(), &status), 0);
@@ -131,6 +132,7 @@ TEST_F(ArchiveExtraction, Utf8NamesAreKeptInCLocale) {
 TEST_F(ArchiveExtraction, ArchiveOfInfoZipIsExtracted) {
   makeTree(folder_.path() / "source", "zip");
   PosixProcessLauncher launcher(processEnvironment());
+  // Without the links whose targets are absolute or contain "..", which are rejected.
   const Outcome made = runShell(launcher, "cd '" + folder_.path().string() +
                                               "' && zip -qry archive.zip source -x '*dangling*' "
                                               "'*Linux/information'");
@@ -141,7 +143,7 @@ TEST_F(ArchiveExtraction, ArchiveOfInfoZipIsExtracted) {
   EXPECT_EQ(treeOf(target_ / "source"), treeOf(folder_.path() / "source"));
 }
 
-TEST_F(ArchiveExtraction, NameThatLeavesTargetIsRejected) {
+TEST_F(ArchiveExtraction, AbsoluteNameOrNameWithParentFolderIsRejected) {
   const std::string outside = folder_.path() / "outside";
   for (const std::string name : {"../outside", "a/../../outside", "a/..", "..", "a/../b",
                                  "/outside", "//outside", outside.c_str()}) {
@@ -158,7 +160,7 @@ TEST_F(ArchiveExtraction, FileOrLinkInPlaceOfTargetIsRejected) {
   }
 }
 
-TEST_F(ArchiveExtraction, LinkThatLeavesTargetIsRejected) {
+TEST_F(ArchiveExtraction, LinkToAbsolutePathOrParentFolderIsRejected) {
   for (const std::string target :
        {"/", "/etc/passwd", "..", "../outside", "a/../../outside", "a/.."}) {
     expectRejected({zipLink("link", target)});
@@ -172,6 +174,7 @@ TEST_F(ArchiveExtraction, EntryWhosePathContainsLinkIsRejected) {
 }
 
 TEST_F(ArchiveExtraction, FileWithNameOfEarlierLinkReplacesLink) {
+  // The target of the link causes the rejection.
   expectRejected(
       {zipFile("file", "first"), zipLink("link", "../outside"), zipFile("link", "changed")});
   EXPECT_TRUE(extract({zipFile("file", "first"), zipLink("link", "file"), zipFile("link", "x")}));
@@ -203,7 +206,7 @@ TEST_F(ArchiveExtraction, EncryptedArchiveIsRejected) {
 TEST_F(ArchiveExtraction, TruncatedArchiveIsRejected) {
   zip({zipFolder("a/"), zipFile("a/file", longText), zipLink("a/link", "file")});
   const std::string whole = contentsOf(archive_);
-  // Every size would take seconds.
+  // Only every seventh size, because all sizes would take seconds.
   for (std::size_t size = 0; size < whole.size(); size += 7) {
     writeArchive(whole.substr(0, size));
     ASSERT_FALSE(extract()) << size << " of " << whole.size();
@@ -227,11 +230,11 @@ TEST_F(ArchiveExtraction, CorruptFileOrChecksumIsRejected) {
   }
 }
 
-TEST_F(ArchiveExtraction, FileOtherThanZipArchiveIsRejected) {
+TEST_F(ArchiveExtraction, FileOtherThanZipArchiveOrMissingTargetIsRejected) {
   for (const std::string &text : {std::string(), std::string("<!doctype html><p>Sorry"),
                                   std::string(100'000, '\0'), "PK\3\4" + longText}) {
     writeArchive(text);
-    EXPECT_FALSE(extract());
+    EXPECT_FALSE(extract()) << text.substr(0, 10);
   }
   EXPECT_FALSE(extractArchive(folder_.path() / "missing", target_));
   EXPECT_FALSE(extractArchive(folder_.path(), target_));
@@ -262,7 +265,8 @@ TEST_F(ArchiveExtraction, ArchiveThatExceedsLimitIsRejected) {
   EXPECT_TRUE(extractArchive(archive_, target_, {.size = 2000, .entries = 2}));
   for (const ArchiveLimits limits : {ArchiveLimits{.size = 1999}, ArchiveLimits{.entries = 1}}) {
     emptyTarget();
-    EXPECT_FALSE(extractArchive(archive_, target_, limits));
+    EXPECT_FALSE(extractArchive(archive_, target_, limits))
+        << limits.size << " bytes, " << limits.entries << " entries";
     EXPECT_EQ(contentsOf(target_ / "b").find('y'), std::string::npos);
   }
 }

@@ -37,7 +37,7 @@ class ArchiveUnpacking : public testing::Test {
     writeZip(archive_, entries);
     unpack();
   }
-  /// Unpacks an archive with these entries. Expects no bundle.
+  /// Unpacks an archive with these entries. Expects that no bundle exists afterwards.
   void expectRejected(const std::vector<ZipEntry> &entries) const {
     unpack(entries);
     EXPECT_FALSE(fs::exists(fs::symlink_status(bundle_)));
@@ -54,7 +54,7 @@ class ArchiveUnpacking : public testing::Test {
 TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
   unpack(release());
   const Tree tree = treeOf(bundle_);
-  // Without the file "executed", which the program would create.
+  // The bundle and its five entries, without the file "executed", which the program would create.
   EXPECT_EQ(tree.size(), 6U);
   EXPECT_EQ(tree.at("Contents/Info.plist"), "file 644 information");
   EXPECT_EQ(tree.at("Contents/Current"), "link to Linux");
@@ -90,7 +90,7 @@ TEST_F(ArchiveUnpacking, MissingWorkingFolderIsNotCreated) {
 TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
   unpack(release());
   const Tree whole = treeOf(bundle_);
-  int kills = 0;
+  int children = 0;
   bool sawNone = false;
   const bool isTraceable = killAtEverySystemCall([this] { emptyWorkingFolder(); },
                                                  [this] {
@@ -98,14 +98,15 @@ TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
                                                    return true;
                                                  },
                                                  [&] {
-                                                   ++kills;
+                                                   ++children;
                                                    const Tree left = treeOf(bundle_);
                                                    sawNone = sawNone || left.empty();
                                                    EXPECT_TRUE(left.empty() || left == whole);
                                                  });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
   EXPECT_EQ(treeOf(bundle_), whole);
-  EXPECT_GT(kills, 20);
+  // Unpacking needs more than 20 system calls.
+  EXPECT_GT(children, 20);
   EXPECT_TRUE(sawNone);
 }
 

@@ -1,4 +1,4 @@
-// Folder replacement after failures, without permissions and by several threads.
+// Folder replacement after failures and kills, without permissions and by several threads.
 
 #include "platform/linux/files/folder_replacement.h"
 
@@ -23,8 +23,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-/// Enters a new mount namespace, and without privileges a new user namespace as well. For
-/// a child.
+/// Enters a new mount namespace, and without privileges a new user namespace as well. Only for a
+/// child. Returns false when the system does not permit it.
 bool enterMountNamespace() {
   const std::string user = std::to_string(::geteuid());
   const std::string group = std::to_string(::getegid());
@@ -51,11 +51,12 @@ class FolderReplacement : public testing::Test {
  protected:
   bool replace(const fs::path &replacement) const { return replaceFolder(original_, replacement); }
   bool replace() const { return replace(replacement_); }
-  bool nothingIsLeftBeside() const { return entryCount(applications_) == 1; }
-  /// Expects this tree at the path of the original, and nothing beside it.
+  /// Returns whether the original has no sibling, such as a copy.
+  bool onlyOriginalIsLeft() const { return entryCount(applications_) == 1; }
+  /// Expects this tree at the path of the original, and no sibling.
   void expectAtOriginalPath(const Tree &tree) const {
     EXPECT_EQ(treeOf(original_), tree);
-    EXPECT_TRUE(nothingIsLeftBeside());
+    EXPECT_TRUE(onlyOriginalIsLeft());
   }
   /// Changes the owner of a folder and its contents for `becomeOrdinaryUser`.
   void giveToOrdinaryUser(const fs::path &folder) const {
@@ -70,14 +71,19 @@ class FolderReplacement : public testing::Test {
   const std::unique_ptr<TemporaryFolder> otherFileSystem_ = folderOnAnotherFileSystem();
   const fs::path applications_ = folder_.path() / "Applications";
   const fs::path original_ = applications_ / "Orvel OS.app";
+  /// Where a replacement from another file system is copied first.
+  const fs::path copy_ = applications_ / ".Orvel OS.app.nieuw";
+  /// Where the original is between the two renames.
+  const fs::path movedOriginal_ = applications_ / ".Orvel OS.app.oud";
   const fs::path replacement_ = folder_.path() / "unpacked";
-  /// A replacement on another file system, which is copied. Empty without such a system.
+  /// A replacement on another file system, which is copied. Empty when no other one is writable.
   const fs::path copiedReplacement_ =
       otherFileSystem_ ? otherFileSystem_->path() / "unpacked" : fs::path();
   const std::vector<fs::path> replacements_ =
       otherFileSystem_ ? std::vector{replacement_, copiedReplacement_} : std::vector{replacement_};
 };
 
+/// Replacement by a folder on another file system.
 class FolderReplacementCopy : public FolderReplacement {
  protected:
   void SetUp() override {
@@ -88,7 +94,7 @@ class FolderReplacementCopy : public FolderReplacement {
 TEST_F(FolderReplacementCopy, SymbolicLinkAtPathOfCopyIsNotFollowed) {
   makeTree(original_, "old");
   const Tree bystander = makeTree(folder_.path() / "bystander", "bystander");
-  fs::create_symlink(folder_.path() / "bystander", applications_ / ".Orvel OS.app.nieuw");
+  fs::create_symlink(folder_.path() / "bystander", copy_);
   const Tree expected = makeTree(copiedReplacement_, "new");
   EXPECT_TRUE(replace(copiedReplacement_));
   expectAtOriginalPath(expected);
@@ -140,7 +146,8 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
         if (!becomeOrdinaryUser()) exitWithoutResult();
         return !replace(replacement);
       });
-      if (canExchange && !isRefused) GTEST_SKIP() << "root cannot become an ordinary user";
+      if (canExchange && !isRefused.has_value())
+        GTEST_SKIP() << "root cannot become an ordinary user";
       // No result without RENAME_EXCHANGE means that seccomp filters are not permitted.
       EXPECT_NE(isRefused, false);
     }
@@ -166,7 +173,7 @@ TEST_F(FolderReplacement, MountPointIsRefusedWithoutChange) {
       exitWithoutResult();
     }
     const Tree old = makeTree(original_, "mounted");
-    return !replace() && treeOf(original_) == old && nothingIsLeftBeside();
+    return !replace() && treeOf(original_) == old && onlyOriginalIsLeft();
   });
   if (!outcome) GTEST_SKIP() << "mounting is not permitted";
   EXPECT_EQ(outcome, true);
@@ -206,9 +213,9 @@ TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
   };
   const auto outcome = runInChild([&] {
     if (!enterMountNamespace() || !mountHere(MS_BIND)) exitWithoutResult();
-    const bool before = canReplaceFolder(original_);
+    const bool whenWritable = canReplaceFolder(original_);
     if (!mountHere(MS_BIND | MS_REMOUNT | MS_RDONLY)) exitWithoutResult();
-    return before && !canReplaceFolder(original_);
+    return whenWritable && !canReplaceFolder(original_);
   });
   if (!outcome) GTEST_SKIP() << "mounting is not permitted";
   EXPECT_EQ(outcome, true);
@@ -230,7 +237,7 @@ TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
     std::vector<Tree> trees;
     std::vector<std::future<bool>> results;
     for (std::size_t number = 0; number < 4; ++number) {
-      // In turn on each of the file systems.
+      // The replacements are on each of the file systems in turn.
       const fs::path folder = replacements_[number % replacements_.size()].parent_path();
       const std::string label = "release " + std::to_string(number);
       const fs::path replacement = folder / label;
@@ -240,7 +247,7 @@ TEST_F(FolderReplacement, ConcurrentReplacementsAreSerialized) {
     }
     for (auto &result : results) EXPECT_TRUE(result.get());
     EXPECT_THAT(trees, testing::Contains(treeOf(original_)));
-    ASSERT_TRUE(nothingIsLeftBeside());
+    ASSERT_TRUE(onlyOriginalIsLeft());
   }
 }
 
@@ -273,13 +280,12 @@ class FolderReplacementKill : public FolderReplacement,
 };
 
 TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
-  // How often the killed process left each of these.
+  // The number of kills that left each of these.
   int oldFolders = 0;
   int newFolders = 0;
   int missingFolders = 0;
   int incompleteCopies = 0;
   const ScopedUmask umask(0);
-  const fs::path copy = applications_ / ".Orvel OS.app.nieuw";
   Tree old;
   Tree replacing;
   const bool isTraceable = killAtEverySystemCall(
@@ -295,15 +301,15 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
         if (left.empty()) {
           // The kill was between the two renames.
           ++missingFolders;
-          ASSERT_EQ(treeOf(applications_ / ".Orvel OS.app.oud"), old);
-          fs::rename(applications_ / ".Orvel OS.app.oud", original_);
+          ASSERT_EQ(treeOf(movedOriginal_), old);
+          fs::rename(movedOriginal_, original_);
         } else {
           ++(left == old ? oldFolders : newFolders);
           EXPECT_TRUE(left == old || left == replacing);
         }
-        if (left == old && fs::exists(copy) && treeOf(copy) != replacing) {
+        if (left == old && fs::exists(copy_) && treeOf(copy_) != replacing) {
           ++incompleteCopies;
-          EXPECT_EQ(modeOf(copy), 0700U);
+          EXPECT_EQ(modeOf(copy_), 0700U);
         }
         // The next replacement removes the leftovers of the killed one.
         fs::remove_all(source_);

@@ -114,7 +114,7 @@ TEST_F(KeyFileDefaults, ValueStoredByAnotherInstanceIsSeen) {
   EXPECT_EQ(other.text("other"), "2");
 }
 
-TEST_F(KeyFileDefaults, UnchangedFileIsReadOnce) {
+TEST_F(KeyFileDefaults, LookupsEventuallyUseCacheOfUnchangedFile) {
   constexpr std::size_t fileSize = 1'000'000;
   write("[Defaults]\nosURL=first\n#" + std::string(fileSize, 'x') + "\n");
   auto defaults = open();
@@ -216,19 +216,19 @@ TEST_F(KeyFileDefaults, KillAtAnySystemCallLeavesOldOrNewValue) {
   open().setText("other", "kept");
   int oldValues = 0;
   int newValues = 0;
-  const bool isTraceable =
-      killAtEverySystemCall([this] { open().setText("osURL", "old"); },
-                            [this] {
-                              open().setText("osURL", "new");
-                              return true;
-                            },
-                            [&] {
-                              const auto value = open().text("osURL");
-                              EXPECT_TRUE(value == "old" || value == "new");
-                              ++(value == "old" ? oldValues : newValues);
-                              EXPECT_EQ(open().text("other"), "kept");
-                              EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".damaged")));
-                            });
+  const bool isTraceable = killAtEverySystemCall(
+      [this] { open().setText("osURL", "old"); },
+      [this] {
+        open().setText("osURL", "new");
+        return true;
+      },
+      [&] {
+        const auto value = open().text("osURL");
+        EXPECT_TRUE(value == "old" || value == "new") << value.value_or("no value");
+        ++(value == "old" ? oldValues : newValues);
+        EXPECT_EQ(open().text("other"), "kept");
+        EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".damaged")));
+      });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
   EXPECT_GT(oldValues, 1);
   EXPECT_GT(newValues, 1);

@@ -46,8 +46,8 @@ struct ElfProgram {
 
 class LoadableProgram : public testing::Test {
  protected:
-  /// Writes a program with these bytes and returns the result for it. Expects that the check has
-  /// not executed it.
+  /// Writes a program with these bytes and returns whether it is loadable. Expects that the check
+  /// has not executed it.
   bool isLoadable(const std::string &bytes, bool isExecutable = true) {
     const std::string program = folder_.file("program", bytes, isExecutable);
     const bool loadable = isLoadableProgram(launcher_, program);
@@ -79,7 +79,7 @@ TEST_F(LoadableProgram, ProgramWithSpecialCharactersInPathIsLoadable) {
 }
 
 TEST_F(LoadableProgram, MissingDependencyIsRejected) {
-  // Each changes a name in the program to one that does not exist.
+  // Each line changes a name in the program to one that does not exist.
   EXPECT_FALSE(isLoadable(releaseProgramWith("libc.so.6", "libq.so.6"))) << "missing library";
   EXPECT_FALSE(isLoadable(releaseProgramWith("GLIBC_2.", "GLIBC_9."))) << "missing version";
   EXPECT_FALSE(isLoadable(releaseProgramWith("getpgid", "getpgix"))) << "missing symbol";
@@ -110,7 +110,7 @@ TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
   for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
     ElfProgram program;
     program.segmentOfType(missingType).p_type = PT_NULL;
-    EXPECT_FALSE(isLoadable(program.changed())) << missingType;
+    EXPECT_FALSE(isLoadable(program.changed())) << "without segment type " << missingType;
   }
 }
 
@@ -127,7 +127,7 @@ TEST_F(LoadableProgram, ProgramThatNamesAuditLibraryIsRejected) {
   for (const auto tag : {DT_AUDIT, DT_DEPAUDIT}) {
     replaced->d_tag = tag;
     std::memcpy(&program.bytes[section.p_offset], entries.data(), section.p_filesz);
-    EXPECT_FALSE(isLoadable(program.bytes)) << tag;
+    EXPECT_FALSE(isLoadable(program.bytes)) << "tag " << tag;
   }
 }
 
@@ -143,7 +143,7 @@ TEST_F(LoadableProgram, FileOtherThanWholeExecutableProgramIsRejected) {
   const std::size_t dynamicPage = ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096;
   for (const std::size_t size :
        {std::size_t{60}, std::size_t{200}, std::size_t{1000}, dynamicPage}) {
-    EXPECT_FALSE(isLoadable(whole.substr(0, size))) << size;
+    EXPECT_FALSE(isLoadable(whole.substr(0, size))) << "truncated to " << size << " bytes";
   }
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path())) << "a folder";
   EXPECT_FALSE(isLoadableProgram(launcher_, folder_.path() / "missing"));

@@ -74,7 +74,7 @@ TEST(PlistFile, UnreadableOrOversizedFileIsRejected) {
   }
 }
 
-TEST(PlistFile, TextAndEntitiesAreDecoded) {
+TEST(PlistFile, TextEntitiesAndEmptyElementsAreDecoded) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"a b", "a b"},
       {" a\n b ", " a\n b "},
@@ -136,7 +136,8 @@ TEST(PlistFile, TruncatedListIsRejected) {
   ASSERT_TRUE(parsePlistTexts(whole));
   // Without its final line feed the list is still complete.
   for (std::size_t length = 0; length + 1 < whole.size(); ++length) {
-    EXPECT_EQ(parsePlistTexts(whole.substr(0, length)), std::nullopt) << length;
+    EXPECT_EQ(parsePlistTexts(whole.substr(0, length)), std::nullopt)
+        << "truncated to " << length << " bytes";
   }
 }
 
@@ -150,7 +151,7 @@ TEST(PlistFile, EntityDeclarationOrBinaryFormatIsRejected) {
             std::nullopt);
 }
 
-TEST(PlistFile, DeeplyNestedListIsParsed) {
+TEST(PlistFile, DeeplyNestedListIsParsedWhenComplete) {
   // The list with 7,500 levels is almost as large as a list may be.
   for (const int depth : {500, 7'500}) {
     std::string opened;
@@ -159,6 +160,7 @@ TEST(PlistFile, DeeplyNestedListIsParsed) {
       opened += "<array>";
       closed += "</array>";
     }
+    // A list that ends before the end tags.
     EXPECT_EQ(parsePlistTexts(plistHead + opened + opened), std::nullopt);
     EXPECT_EQ(parsePlistTexts(
                   dictionary("<key>a</key>" + opened + closed + "<key>b</key><string>x</string>")),

@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-/// Tests of both kinds of files: without a name (O_TMPFILE) and hidden.
+/// Both kinds of files: without a name (O_TMPFILE), and with a hidden name.
 class TemporaryFiles : public testing::TestWithParam<TemporaryFile::Kind> {
  protected:
   TemporaryFile makeFile() const { return TemporaryFile({folder_.path()}, GetParam()); }
@@ -56,7 +56,7 @@ TEST_P(TemporaryFiles, MoveWorksWithoutRenameNoReplaceAndHardLinks) {
       if (!disableRenameNoReplace()) return false;
       TemporaryFile file = makeFile();
       const std::string taken = folder_.file("taken", "old");
-      // A file without a name can only get one by a hard link.
+      // Not for a file without a name, which can only get one by a hard link.
       if (!hasHardLinks && GetParam() == TemporaryFile::Kind::hidden && !disableHardLinks()) {
         return false;
       }

@@ -81,6 +81,7 @@ TEST(GlibMainQueue, FinishedWorkAndPendingWorkOfDestroyedQueueAreReleased) {
     EXPECT_EQ(captured.use_count(), 3);
   }
   EXPECT_EQ(captured.use_count(), 1);
+  // Would run work that is still in the main loop.
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
 }

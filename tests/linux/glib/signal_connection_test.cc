@@ -39,7 +39,7 @@ TEST_F(SignalConnections, DestructionAndAssignmentDisconnectHandler) {
 }
 
 TEST_F(SignalConnections, MovedConnectionStaysConnected) {
-  // Moves its connections when it grows.
+  // A vector moves its elements when it grows.
   std::vector<SignalConnection> connections;
   for (int number = 0; number < 10; ++number) {
     connections.emplace_back(emitter_.get(), "action-added", &calls_, countCall);

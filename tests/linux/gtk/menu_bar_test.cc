@@ -14,7 +14,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(KeyEquivalents, CommandKeyIsControlAndSuperAndF11TogglesFullScreen) {
+TEST(KeyEquivalents, CommandKeyBecomesControlOrSuperAndF11TogglesFullScreen) {
   MenuItem item{.title = "item"};
   EXPECT_THAT(accelerators(item), ElementsAre());
   item.keyEquivalent = "z";
@@ -28,11 +28,12 @@ TEST(KeyEquivalents, CommandKeyIsControlAndSuperAndF11TogglesFullScreen) {
   EXPECT_THAT(accelerators(item), ElementsAre("F11", "<Control><Super>f"));
 }
 
-TEST(GtkCommands, ItemsOfEditMenuAreEditingCommands) {
+TEST(GtkCommands, OnlyItemsOfEditMenuAreEditingCommands) {
   for (const Menu &menu : menuBarDescription()) {
     for (const MenuItem &item : menu.items) {
       if (item.isSeparator) continue;
-      EXPECT_EQ(isEditingCommand(item.action), menu.title == "Wijzig") << item.title;
+      const bool isInEditMenu = menu.title == "Wijzig";
+      EXPECT_EQ(isEditingCommand(item.action), isInEditMenu) << item.title;
     }
   }
 }
@@ -57,7 +58,7 @@ TEST(GtkMenuBar, ItemsHaveLabelsSectionsKeysAndCommands) {
                     if (!key.empty()) items.back() += " " + key;
                     const std::string action = menuAttribute(menu, index, G_MENU_ATTRIBUTE_ACTION);
                     if (action.empty()) return;
-                    // Appends the command to `commands`.
+                    // The activation below appends the command to `commands`.
                     GVariant *command = g_menu_model_get_item_attribute_value(
                         menu, index, G_MENU_ATTRIBUTE_TARGET, nullptr);
                     gtk_widget_activate_action_variant(window, action.c_str(), command);

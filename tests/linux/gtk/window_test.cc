@@ -114,7 +114,7 @@ TEST_F(MainWindow, FirstFrameIsStoredFrameWithinLimitsOrContentRectangle) {
   };
   for (const auto &[stored, frame] : rows) {
     EXPECT_EQ(frameOf(makeWindow(stored)), frame) << stored;
-    // Before it can overwrite the stored frame of the next row.
+    // Destroyed here, because it could overwrite the stored frame of the next row.
     window.reset();
   }
 }
@@ -123,10 +123,11 @@ TEST_F(MainWindow, ThemeIsAlwaysDark) {
   GtkSettings *settings = gtk_settings_get_default();
   constexpr const char *dark = "gtk-application-prefer-dark-theme";
   GParamSpec *property = g_object_class_find_property(G_OBJECT_GET_CLASS(settings), dark);
+  // The default value decides the theme that GTK loads first.
   EXPECT_TRUE(G_PARAM_SPEC_BOOLEAN(property)->default_value);
 
   makeWindow();
-  // As a change of the desktop's theme does.
+  // A change of the desktop's theme can reset the property.
   g_object_set(settings, dark, FALSE, nullptr);
   gboolean isDark = FALSE;
   g_object_get(settings, dark, &isDark, nullptr);
@@ -147,7 +148,8 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
   const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
-  // A mode of 320 x 240 pixels. The other numbers are timings, which a virtual screen ignores.
+  // A mode of 320 x 240 pixels for "screen", the output of Xvfb. The other numbers are timings,
+  // which Xvfb ignores.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
@@ -175,8 +177,9 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
 }
 
-/// A window manager that keeps 30 points free at the top of the screen, as for a panel. GDK looks
-/// for a window manager at most every 15 seconds, so this one starts before GTK opens the display.
+/// A window manager that keeps 30 points free at the top of the screen, as for a panel. The
+/// constructor waits until they are reserved. GDK looks for a window manager at most every 15
+/// seconds, so this one starts before GTK opens the display.
 class WindowManagerWithPanel {
  protected:
   const TemporaryFolder folder;
@@ -217,7 +220,7 @@ TEST_F(MainWindow, TextFieldOfAlertHasRequestedWidthAndIsSelected) {
   Alert question;
   question.messageText = "Address";
   question.buttons = {"Save", "Cancel"};
-  question.textField = AlertTextField{340, 24, "http://127.0.0.1:4767/"};
+  question.textField = AlertTextField{.width = 340, .height = 24, .text = "http://127.0.0.1:4767/"};
   platform->interfaces().panels.runModal(question, [](const AlertAnswer &) {});
 
   GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(findModalWindow()));
