@@ -19,7 +19,7 @@ class MediaType : public testing::Test {
  protected:
   /// Adds a type with glob elements to a folder of the database (Shared MIME-info Database,
   /// section 2.2).
-  void describe(const std::string &folder, const std::string &type, const std::string &globs) {
+  void addType(const std::string &folder, const std::string &type, const std::string &globs) {
     const auto path = folder_.path() / folder / (type + ".xml");
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path) << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<mime-type type=\"" << type
@@ -38,29 +38,29 @@ class MediaType : public testing::Test {
 };
 
 TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
-  describe("system", "a/b",
-           "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
-           "<glob pattern=\"*.two\" weight=\"50\"/>");
+  addType("system", "a/b",
+          "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
+          "<glob pattern=\"*.two\" weight=\"50\"/>");
   EXPECT_EQ(extensionOf("a/b"), "one");
   // The default weight is 50.
-  describe("user", "a/b", R"(<glob pattern="*.own"/>)");
-  EXPECT_EQ(extensionOf("a/b"), "one") << "another extension with the same weight";
-  describe("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
+  addType("user", "a/b", R"(<glob pattern="*.own"/>)");
+  EXPECT_EQ(extensionOf("a/b"), "one") << "a later extension of the same weight was chosen";
+  addType("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "own");
 }
 
-TEST_F(MediaType, OnlyPatternsOfExtensionsCount) {
-  describe("system", "a/b",
-           "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"
-           "<glob pattern=\"*.[0-9]\"/><glob pattern=\"*.x*\"/><glob pattern=\"*./../x\"/>"
-           "<glob/><glob pattern=\"*.tar.gz\"/>");
+TEST_F(MediaType, PatternWithoutLiteralExtensionIsIgnored) {
+  addType("system", "a/b",
+          "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"
+          "<glob pattern=\"*.[0-9]\"/><glob pattern=\"*.x*\"/><glob pattern=\"*./../x\"/>"
+          "<glob/><glob pattern=\"*.tar.gz\"/>");
   EXPECT_EQ(extensionOf("a/b"), "tar.gz");
-  describe("system", "a/c", "<glob pattern=\"README*\"/>");
+  addType("system", "a/c", "<glob pattern=\"README*\"/>");
   EXPECT_EQ(extensionOf("a/c"), std::nullopt);
 }
 
 TEST_F(MediaType, AliasHasExtensionOfItsType) {
-  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+  addType("system", "a/b", "<glob pattern=\"*.one\"/>");
   std::ofstream(folder_.path() / "system" / "aliases") << "x/other a/b\nx/away ../a/b\n";
   EXPECT_EQ(extensionOf("x/other"), "one");
   EXPECT_EQ(extensionOf("x/oth"), std::nullopt);
@@ -68,16 +68,16 @@ TEST_F(MediaType, AliasHasExtensionOfItsType) {
 }
 
 TEST_F(MediaType, CaseAndParametersAreIgnored) {
-  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+  addType("system", "a/b", "<glob pattern=\"*.one\"/>");
   for (const char *type : {"a/b", "A/B", " a/b ", "a/b;charset=utf-8", "a/b ; x=\"y/z\""}) {
     EXPECT_EQ(extensionOf(type), "one") << type;
   }
 }
 
-TEST_F(MediaType, TypeThatNamesOtherFileIsUnknown) {
-  // A file next to the folders of the database.
-  describe("", "b", "<glob pattern=\"*.one\"/>");
-  describe("system", "a/b", "<glob pattern=\"*.one\"/>");
+TEST_F(MediaType, MalformedTypeHasNoExtension) {
+  // A file outside the database, as a target for "../b".
+  addType("", "b", "<glob pattern=\"*.one\"/>");
+  addType("system", "a/b", "<glob pattern=\"*.one\"/>");
   for (const char *type : {"", "/", "a", "a/", "/b", "../b", "./b", "a/../b", "a//b", "a/b/", ".",
                            "a/.b", "a/b\n", "a/b%"}) {
     EXPECT_EQ(extensionOf(type), std::nullopt) << type;

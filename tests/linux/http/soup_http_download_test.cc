@@ -41,7 +41,7 @@ class SoupHttpDownload : public testing::Test {
   SoupHttpSession session_{{folder_.path()}};
 };
 
-TEST_F(SoupHttpDownload, BodyOfEverySizeIsWritten) {
+TEST_F(SoupHttpDownload, EmptySmallAndLargeBodyIsWritten) {
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 5'000'000U}) {
     std::string body(size, '\0');
     // Bytes that differ from block to block.

@@ -69,7 +69,7 @@ TEST_F(SoupHttpResponse, CompleteGzipBodyIsDecodedAndOtherEncodedBodyFails) {
       28);
   expectReply(okResponse(packed, gzipField), 200, "contents");
   expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "contents");
-  // Without the content coding, the body is a compressed file and is not decoded.
+  // Without gzip as the content coding, the body is a compressed file and is not decoded.
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
     expectResponseWithoutBody(okResponse(packed.substr(0, size), gzipField));
@@ -84,8 +84,8 @@ TEST_F(SoupHttpResponse, CompleteGzipBodyIsDecodedAndOtherEncodedBodyFails) {
 TEST_F(SoupHttpResponse, LargeBodyIsComplete) {
   std::string body;
   body.resize(20'000'000);
-  std::minstd_rand number;
-  std::generate(body.begin(), body.end(), [&] { return static_cast<char>(number()); });
+  std::minstd_rand random;
+  std::generate(body.begin(), body.end(), [&] { return static_cast<char>(random()); });
   const auto compressor = adopt(g_zlib_compressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP, 1));
   std::string packed(2 * body.size(), '\0');
   gsize read = 0;
@@ -129,7 +129,7 @@ TEST_F(SoupHttpResponse, TruncatedBodyGivesResponseWithoutBody) {
   }
 }
 
-TEST_F(SoupHttpResponse, ResetConnectionHasNoBody) {
+TEST_F(SoupHttpResponse, ResetConnectionGivesNoBody) {
   for (const char *bytes :
        {"", "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab", "HTTP/1.1 200 OK\r\n\r\nab"}) {
     const LoopbackServer server([&](LoopbackConnection &client, const std::string &) {
@@ -141,8 +141,8 @@ TEST_F(SoupHttpResponse, ResetConnectionHasNoBody) {
   }
 }
 
-/// Returns a handler that sends the start and then the block until the client closes the
-/// connection, or up to a gigabyte.
+/// Returns a handler that sends the start once and then the block repeatedly, until the client
+/// closes the connection or a gigabyte is sent.
 LoopbackServer::Handler sendForever(const std::string &start, const std::string &block) {
   return [=](LoopbackConnection &client, const std::string &) {
     std::size_t sent = 0;
@@ -159,7 +159,7 @@ TEST_F(SoupHttpResponse, OversizedBodyGivesResponseWithoutBody) {
 }
 
 TEST_F(SoupHttpResponse, EndlessHeadFails) {
-  // Many lines, and one line that does not end.
+  // Without end are the list of fields in the first row, and one field in the second.
   for (const std::string line : {"X-Field: x\r\n", "x"}) {
     std::string block;
     while (block.size() < 100'000) block += line;

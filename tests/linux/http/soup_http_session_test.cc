@@ -84,7 +84,7 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
                                                    const DataReply &reply) { end(reply); });
         }
       }
-      // Each round cancels the requests at another stage.
+      // Each round cancels the requests at a later stage.
       std::this_thread::sleep_for(milliseconds(round));
     }
     // The destructor has waited for the completions.
@@ -112,6 +112,7 @@ TEST(SoupHttpSession, DestructionWaitsForBlockingCompletionAndItsRequest) {
   std::thread destruction([&] { session.reset(); });
   released.set_value();
   destruction.join();
+  // The destructor has waited for the completions.
   EXPECT_EQ(replies.wait(0).size(), 2U);
 }
 

@@ -20,10 +20,10 @@ UrlRequest requestWithTimeout(const std::string &address, milliseconds timeout) 
   return request;
 }
 
-TEST(SoupHttpTimeout, ConnectingAndMissingOrStalledHeadTimeOut) {
+TEST(SoupHttpTimeout, UnansweredConnectionAndMissingOrPartialHeadTimeOut) {
   const LoopbackServer silent(stallAfter(""));
-  const LoopbackServer stalled(stallAfter("HTTP/1.1 200 OK\r\nConte"));
-  for (const std::string &address : {unresponsiveUrl(), silent.url(), stalled.url()}) {
+  const LoopbackServer partial(stallAfter("HTTP/1.1 200 OK\r\nConte"));
+  for (const std::string &address : {unresponsiveUrl(), silent.url(), partial.url()}) {
     HttpReplies replies;
     SoupHttpSession session;
     session.dataTask(requestOf(address), replies.completion("default timeout"));
@@ -56,7 +56,8 @@ TEST(SoupHttpTimeout, EveryByteRestartsTimeout) {
   });
   HttpReplies replies;
   SoupHttpSession session;
-  // The silent request starts last. Without restarts the others would time out before it.
+  // The silent request starts last. If a byte did not restart the timeout, the other requests would
+  // end before it.
   for (const std::string name : {"/slow-head", "/slow-body", "/silent"}) {
     session.dataTask(requestWithTimeout(server.url(name), milliseconds(1000)),
                      replies.completion(name));
@@ -88,7 +89,8 @@ TEST(SoupHttpTimeout, ResponsesAreReadInTimeWhileCompletionBlocks) {
   const auto request = requestWithTimeout(server.url(), milliseconds(500));
   session.dataTask(request, [&](const DataReply &) {
     session.dataTask(request, replies.completion());
-    // Starts last. If the session did not read, the others would time out before it.
+    // The silent request starts last. If the session did not read meanwhile, the other requests
+    // would time out before it.
     session.dataTask(requestWithTimeout(server.url("/silent"), request.timeout),
                      silent.completion());
     silentRequestTimedOut.get_future().wait_for(std::chrono::seconds(60));

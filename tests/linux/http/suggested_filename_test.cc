@@ -35,6 +35,7 @@ TEST(SuggestedFilename, ContentDispositionNamesFile) {
       {"attachment; filename*\f=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
       {"attachment; filename*\r=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
       {"attachment; filename*=KLINGON''x.csv; filename=good.csv", "good.csv"},
+      // Without a name, the last path component of `requestUrl` is the name.
       {"attachment; filename=", "12"},
       {"attachment; filename=\"\"", "12"},
       {"attachment; filename", "12"},
@@ -68,13 +69,15 @@ TEST(SuggestedFilename, LastPathComponentOrHostIsFallback) {
   }
 }
 
-TEST(SuggestedFilename, NameWithoutExtensionGetsThatOfMediaType) {
+TEST(SuggestedFilename, NameWithoutExtensionGetsExtensionOfMediaType) {
   const std::vector<std::tuple<std::string, std::string, std::string>> rows{
       {"report", "application/pdf", "report.pdf"},
       {"report.", "application/pdf", "report..pdf"},
       {".profile", "text/plain", ".profile.txt"},
       {"report.dat", "application/pdf", "report.dat"},
       {"Report v1.2 draft", "application/pdf", "Report v1.2 draft.pdf"},
+      // A blank or a bidirectional mark after the full stop means that no extension follows it, as
+      // in Foundation. A no-break space does not.
       {"Report v1.2\u200e", "application/pdf", "Report v1.2\u200e.pdf"},
       {"Report v1.2\u00a0draft", "application/pdf", "Report v1.2\u00a0draft"},
       {"report", "application/octet-stream", "report"},

@@ -33,11 +33,15 @@ INSTANTIATE_TEST_SUITE_P(
         NavigationCase{"Link", "link.click()", "<a id=link href=/file/1>x</a>"},
         NavigationCase{"LinkInFrameWithTargetTop", clickLinkInFrame, "",
                        "<a id=link target=_top href=/file/1>x</a>"},
-        NavigationCase{"Script", "location = '/file/1?query#part'", "", "", "/file/1?query#part"},
+        NavigationCase{.name = "Script",
+                       .script = "location = '/file/1?query#part'",
+                       .address = "/file/1?query#part"},
         NavigationCase{"ReloadAfterPushState",
                        "history.pushState(0, '', '/file/1'); location.reload()"},
-        NavigationCase{"FormWithGet", "document.forms[0].submit()",
-                       "<form action=/file/1><input name=a value=b></form>", "", "/file/1?a=b"},
+        NavigationCase{.name = "FormWithGet",
+                       .script = "document.forms[0].submit()",
+                       .html = "<form action=/file/1><input name=a value=b></form>",
+                       .address = "/file/1?a=b"},
         NavigationCase{"FormWithPost", "document.forms[0].submit()",
                        "<form action=/file/1 method=post></form>"},
         NavigationCase{"FormWithTwoRedirects", "document.forms[0].submit()",
@@ -45,13 +49,15 @@ INSTANTIATE_TEST_SUITE_P(
         NavigationCase{
             "PageWithBeforeUnload", "location = '/file/1'",
             "<script>onbeforeunload = event => { event.returnValue = 'stay'; }</script>"},
-        NavigationCase{"LongQuery", "location = '/file/1?' + 'q'.repeat(100000)", "", "",
-                       "/file/1?" + std::string(100'000, 'q')},
-        NavigationCase{"LongPath", "location = '/file/' + 'p'.repeat(10000)", "", "",
-                       "/file/" + std::string(10'000, 'p')},
-        NavigationCase{"CharactersWithMeaningInFilterPattern",
-                       R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')", "", "",
-                       "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
+        NavigationCase{.name = "LongQuery",
+                       .script = "location = '/file/1?' + 'q'.repeat(100000)",
+                       .address = "/file/1?" + std::string(100'000, 'q')},
+        NavigationCase{.name = "LongPath",
+                       .script = "location = '/file/' + 'p'.repeat(10000)",
+                       .address = "/file/" + std::string(10'000, 'p')},
+        NavigationCase{.name = "CharactersWithMeaningInFilterPattern",
+                       .script = R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
+                       .address = "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
     caseName);
 
 TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
@@ -130,7 +136,7 @@ TEST_F(MainFrame, UrlThatPolicyAllowsInNoFrameIsDecidedOnce) {
   EXPECT_EQ(delegate.decisions.size(), 1U);
 }
 
-TEST_F(MainFrame, WithoutContentFilterFileInSubFrameIsCancelledAsInMainFrame) {
+TEST_F(MainFrame, FileInSubFrameIsCancelledWhenContentFilterCannotBeStored) {
   // A file in place of the data folder prevents WebKit from storing the content filter.
   makeView(folder.file("file", "no folder"));
   showPage(pageWithFrame);

@@ -108,6 +108,7 @@ TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithItsCause) {
     evaluate("clicks = 1");
     expectDownload("script /next");
   }
+  // Two clicks in each of two rounds.
   EXPECT_EQ(delegate.decisions, Strings(4, "mainFrame /next"));
 }
 

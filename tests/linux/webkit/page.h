@@ -61,7 +61,8 @@ class PageDelegate final : public WebViewDelegate {
   }
   void webViewWebContentProcessDidTerminate() override {}
 
-  /// The address of the only allowed server, whose URLs are recorded as paths.
+  /// The address of the only allowed server, with a slash at its end. Its URLs are recorded as
+  /// paths.
   std::string server;
   /// The targets and URLs of the calls of `decidePolicy`, such as "mainFrame /page".
   std::vector<std::string> decisions;
@@ -150,7 +151,7 @@ class PageTest : public testing::Test {
     return evaluation->result;
   }
 
-  /// Runs a script in the page repeatedly until it returns a text.
+  /// Runs a script in the page repeatedly until it returns a text. Expects that it does so in time.
   bool waitForResult(const std::string &script, const std::string &text) {
     std::optional<std::string> last;
     const bool succeeded =
@@ -201,8 +202,8 @@ class PageTest : public testing::Test {
     return found;
   }
 
-  /// Waits until the delegate has cancelled navigations, such as "mainFrame /page". Expects that
-  /// it has cancelled no others, and no new window and no download. Forgets the navigations.
+  /// Waits until the delegate has cancelled these navigations, such as "mainFrame /page". Expects
+  /// no other cancelled navigation, no new window and no download. Forgets the navigations.
   void expectCancelled(const Strings &decisions) {
     EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
@@ -237,7 +238,7 @@ class PageTest : public testing::Test {
   std::unique_ptr<WebKitPageView> view;
 
  private:
-  /// Returns the target, path and query, in the first line of a request.
+  /// Returns the target (path and query) from the first line of a request.
   static std::string targetOf(const std::string &head) {
     const auto begin = head.find(' ') + 1;
     return head.substr(begin, head.find(" HTTP/") - begin);
@@ -270,14 +271,15 @@ class PageTest : public testing::Test {
   int uniqueNumber_ = 0;
 
  protected:
+  // The last member, so that its threads end before the other members are destroyed.
   const LoopbackServer server{[this](LoopbackConnection &connection, const std::string &head) {
     respond(connection, head);
   }};
 };
 
-/// A page with a sub-frame that shows "/frame", and a script that clicks the link with the
-/// identifier "link" in that frame.
+/// A page with a sub-frame that shows "/frame".
 inline const std::string pageWithFrame = "<iframe src=/frame></iframe>";
+/// A script that clicks the link with the identifier "link" in the first sub-frame.
 inline const std::string clickLinkInFrame = "frames[0].document.getElementById('link').click()";
 
 /// A page and a script on it that starts a navigation.

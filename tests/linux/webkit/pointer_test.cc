@@ -126,7 +126,7 @@ struct ContextMenuCase {
 
 class ContextMenu : public Pointer, public testing::WithParamInterface<ContextMenuCase> {};
 
-TEST_P(ContextMenu, ItemsAreDutchAndNoneOpensWindow) {
+TEST_P(ContextMenu, ItemsAreDutchWithoutItemForNewWindow) {
   Strings labels;
   const std::vector<Entry> entries = openMenuOf(GetParam().element);
   auto mark = marks.begin();
@@ -189,7 +189,8 @@ TEST_F(Pointer, OpenLinkItemNavigatesMainFrame) {
   expectCancelled({"mainFrame /file/1"});
 }
 
-TEST_F(Pointer, EveryMouseButtonAndModifierFollowsLinkInMainFrame) {
+TEST_F(Pointer, MiddleButtonOrModifierFollowsLinkInMainFrame) {
+  // Button 2 is the middle one. The primary one is clicked as a control.
   for (const std::string click : {"click 1", "click 2", "keydown ctrl click 1 keyup ctrl",
                                   "keydown shift click 1 keyup shift"}) {
     SCOPED_TRACE(click);

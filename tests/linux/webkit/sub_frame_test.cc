@@ -25,15 +25,15 @@ class SubFrame : public PageTest {
     EXPECT_EQ(delegate.cancelled, Strings());
     EXPECT_EQ(delegate.newWindows, Strings());
   }
-  /// Waits until the view has asked for the policy of a file in a frame, which is when the
-  /// probe of the navigation starts.
+  /// Loads a page with files in two frames. Waits until the view asks for the policy of one of
+  /// them, which is when the probe of its navigation starts.
   void startProbe() {
     setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
     load("/start");
     ASSERT_TRUE(runUntil([&] { return delegate.lastPolicyQuery.starts_with("subFrame /file/"); }));
   }
-  /// Redirects the main frame and the first frame to a file each at the same time. Expects that
-  /// the first frame shows its file and that the main frame is cancelled without a request.
+  /// Redirects the main frame and the first frame to one file each at the same time. Expects that
+  /// the first frame shows its file and that the main frame is cancelled before it requests one.
   void expectOnlyFrameFollowsRedirect(const std::string &mainFile, const std::string &frameFile) {
     const std::string redirect = "/held/redirect/302";
     showPage(pageWithFrame);
@@ -63,8 +63,10 @@ INSTANTIATE_TEST_SUITE_P(
         // The page starts this navigation without a script.
         NavigationCase{"FrameAttribute", "0", "<iframe src=/file/1></iframe>"},
         NavigationCase{"Script", "frames[0].location = '/file/1'", pageWithFrame},
-        NavigationCase{"ScriptWithFragment", "frames[0].location = '/file/1#part'", pageWithFrame,
-                       "", "/file/1#part"},
+        NavigationCase{.name = "ScriptWithFragment",
+                       .script = "frames[0].location = '/file/1#part'",
+                       .html = pageWithFrame,
+                       .address = "/file/1#part"},
         NavigationCase{"LastOfSeveralFrameAttributes",
                        "for (let file = 5; file > 0; --file)"
                        " document.querySelector('iframe').src = '/file/' + file",
@@ -198,7 +200,7 @@ TEST_F(SubFrame, PageOfNewViewAfterViewDestroyedDuringProbeIsShown) {
   expectShown("/file/2");
 }
 
-TEST_F(SubFrame, AtMostOneContentFilterIsStored) {
+TEST_F(SubFrame, OneContentFilterIsStoredForSeveralFiles) {
   showPage(pageWithFrame);
   for (int number = 1; number < 5; ++number) {
     const std::string path = "/file/" + std::to_string(number);

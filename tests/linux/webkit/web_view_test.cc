@@ -12,7 +12,7 @@ class WebViewLoading : public PageTest {
     ASSERT_TRUE(waitForText(text));
     ASSERT_TRUE(runUntil([&] { return webkit_web_view_is_loading(webKitView()) == FALSE; }));
   }
-  /// Loads a URL of another server than that of the test.
+  /// Allows another server than that of the test, and loads a URL of it.
   void loadUrlOfOtherServer(const std::string &url) {
     delegate.server = url;
     loadUrl(url);
@@ -55,7 +55,8 @@ TEST_F(WebViewLoading, EitherSettingEnablesDeveloperExtras) {
       makeView(folder.path(), configuration);
       WebKitSettings *settings = webkit_web_view_get_settings(webKitView());
       EXPECT_EQ(webkit_settings_get_enable_developer_extras(settings) != FALSE,
-                extras || inspectable);
+                extras || inspectable)
+          << extras << inspectable;
     }
   }
 }
@@ -74,7 +75,7 @@ TEST_F(WebViewLoading, NextViewHasPersistentCookie) {
   view->cookieStore().set(cookie, [&] { stored = true; });
   ASSERT_TRUE(runUntil([&] { return stored; }));
 
-  // Before the next view, so that the two do not share a session.
+  // Destroyed before the next view is made, so that the two do not share a session.
   view.reset();
   makeView(folder.path(), WebViewConfiguration());
   std::optional<std::vector<Cookie>> cookies;
