@@ -94,7 +94,7 @@ GtkWindow *requireOpenAlert() {
 }
 
 /// Kills the web processes of this process: one runs the page, and WebKit may keep others for later
-/// pages. They are not children of this process, because the processes of the sandbox are between.
+/// pages. They are descendants of this process, below the processes of the sandbox.
 void killWebProcesses() {
   struct Process {
     std::string name;
