@@ -27,7 +27,7 @@ const inspectorPoint = [600, 790];
 const detachButton = [87, 13];
 
 /// Opens the inspector by the last item of the page's context menu, waits until its tool bar is
-/// drawn, and returns the extents of the inspector in the window, which fills the screen.
+/// drawn, and returns its extents in the window, which fills the screen.
 async function openInspector(screen) {
   await screen.click(...uncoveredPoint, { button: 3 });
   await screen.awaitMenuOpen();
@@ -41,6 +41,8 @@ async function openInspector(screen) {
   return extents;
 }
 
+/// A click on the element "open" of `page` opens the dialog, and `open` waits for the dialog. Without
+/// a page, `open` also opens the inspector.
 const dialogs = {
   'a panel of the page': {
     page: button('open', "confirm('Continue?')"),

@@ -52,8 +52,8 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
 const repeat = (count, action) =>
   `for (let number = 0; number < ${count}; number += 1) { ${action} }`;
 
-/// Starts the application with a page that runs a script and then reports "done": after a click,
-/// or without one after the page has been painted.
+/// Starts the application with a page that runs a script, after a click or, without `click`, after
+/// the page has been painted. The page then reports "done".
 async function runScript(user, screen, script, { click = true, routes } = {}) {
   const layout = await user.startWithPage(`<script>
       const run = () => { ${script}; report('done'); };
@@ -99,9 +99,9 @@ const clickExportLink = `const link = document.createElement('a');
   link.click();`;
 
 /// Runs an action `openCount` times, waits until as many files or URLs have been opened, and
-/// quits. Fails unless they all differ.
+/// quits. Fails if one of them was opened twice.
 async function runAndAwaitOpened(user, screen, action, options) {
-  // A shell script replaces the default application, because thousands of Node processes would
+  // A shell script replaces the program of Desktop, because thousands of Node processes would
   // load the machine.
   const list = join(user.folder, 'opened');
   writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`);
@@ -112,8 +112,8 @@ async function runAndAwaitOpened(user, screen, action, options) {
     { timeout: floodTimeout });
   user.root.assertPageLoadedOnce();
   await user.terminate();
-  assert.equal(screen.maxWindowCount, 1, 'no window was opened');
-  assert.equal(new Set(opened()).size, openCount);
+  assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
+  assert.equal(new Set(opened()).size, openCount, 'each file or URL was opened once');
 }
 
 for (const click of [true, false]) {
@@ -128,7 +128,7 @@ for (const click of [true, false]) {
     });
 }
 
-test(`clicks on ${openCount} links to the export save as many files`, async (user, screen) => {
+test(`clicks on ${openCount} links to /api/export save as many files`, async (user, screen) => {
   const desktop = new Desktop(user);
   const csv = csvRoute();
   await runAndAwaitOpened(user, screen, clickExportLink, { routes: { '/api/export': csv } });
@@ -149,10 +149,10 @@ for (const click of [true, false]) {
       await waitFor('the end of the script', () => user.root.reported('done').length > 0,
         { timeout: floodTimeout });
     }
-    await waitFor('a request for the export', () => user.root.events('request')
+    await waitFor('a request for /api/export', () => user.root.events('request')
       .some(({ url }) => url.startsWith('/api/export')));
     await user.quit();
-    assert.equal(screen.maxWindowCount, 1, 'no window was opened');
+    assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
     assert.deepEqual(readdirSync(user.home), []);
   });
 }

@@ -134,16 +134,16 @@ export class Screen {
     await this.click(...this.positionOf(layout, id), options);
   }
 
-  /// Returns the IDs of the visible windows with this title.
+  /// Returns the IDs of the visible windows with this title, by default that of the main window.
   async windows(title = 'Orvel OS') {
     const name = `^${title.replace(/[.?*+()|[\]{}\\^$]/g, '\\$&')}$`;
     const found = await this.runTool('xdotool', 'search', '--onlyvisible', '--name', name);
     return found.split('\n').filter(Boolean);
   }
 
-  /// Waits for the application's window and returns its ID.
+  /// Waits for the application's main window and returns its ID.
   async awaitWindow() {
-    return waitFor('the window', async () => (await this.windows())[0]);
+    return waitFor('the main window', async () => (await this.windows())[0]);
   }
 
   /// Returns the position and size of a window, without the frame of the window manager.
@@ -164,7 +164,7 @@ export class Screen {
   /// Waits until a window other than the main one has the focus, and returns its ID.
   async awaitSecondWindow() {
     const main = await this.awaitWindow();
-    return waitFor('a second window', async () => {
+    return waitFor('a second window with the focus', async () => {
       if ((await this.windowCount()) !== 2) return null;
       const active = await this.runTool('xdotool', 'getactivewindow');
       return active !== '' && active !== main ? active : null;
@@ -182,8 +182,8 @@ export class Screen {
     await waitFor(`${count} windows`, async () => (await this.windowCount()) === count);
   }
 
-  /// Keeps `maxWindowCount` up to date: the largest number of managed windows since a test has
-  /// set it to 0.
+  /// Starts to keep `maxWindowCount` up to date: the largest number of managed windows since a test
+  /// has set it to 0.
   watchWindowCount() {
     this.maxWindowCount = 0;
     let incompleteLine = '';
@@ -203,7 +203,7 @@ export class Screen {
   /// Waits until a panel (a window with a message, a question or the address field) with this
   /// title has the focus, and returns its window ID.
   async awaitPanel(title) {
-    return waitFor(`the panel "${title}"`, async () => {
+    return waitFor(`the panel "${title}" with the focus`, async () => {
       const [window] = await this.windows(title);
       const active = await this.runTool('xdotool', 'getactivewindow');
       return window !== undefined && window === active ? window : null;
