@@ -30,9 +30,9 @@ inline std::optional<std::string> find(const StoredTexts &texts, std::string_vie
 class FakeBundle final : public Bundle {
  public:
   std::string path() const override { return folder; }
-  bool hasInfoDictionary() const override { return isReadable; }
+  bool hasInfoDictionary() const override { return hasReadableInfo; }
   std::optional<std::string> infoText(std::string_view key) const override {
-    return isReadable ? find(texts, key) : std::nullopt;
+    return hasReadableInfo ? find(texts, key) : std::nullopt;
   }
   std::optional<std::string> teamIdentifier() const override { return team; }
   bool isSignedByTeam(const std::string &bundlePath, const std::string &signer) const override {
@@ -41,7 +41,7 @@ class FakeBundle final : public Bundle {
 
   StoredTexts texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
   /// False simulates an unreadable Info.plist.
-  bool isReadable = true;
+  bool hasReadableInfo = true;
   std::string folder = "/Applications/Orvel OS.app";
   /// The Team ID of the running program.
   std::optional<std::string> team;
@@ -94,7 +94,7 @@ class FakeLocations final : public Locations {
     return true;
   }
   bool canReplaceItem(const std::string &original) const override {
-    return isWritable && canReplaceFolder(original);
+    return bundleIsWritable && canReplaceFolder(original);
   }
   /// Records the URL, and whether the file exists.
   void quarantine(const std::string &file, const Url &source) const override {
@@ -112,7 +112,7 @@ class FakeLocations final : public Locations {
   bool replaceSucceeds = true;
   /// False simulates a bundle folder that is not writable. A test that runs as root cannot
   /// create one, because access(2) grants root every permission.
-  bool isWritable = true;
+  bool bundleIsWritable = true;
 
  private:
   Record &record_;

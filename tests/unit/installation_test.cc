@@ -197,9 +197,9 @@ TEST_F(Installation, FailedReplacementShowsNoNotice) {
 }
 
 TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
-  fake.locations.isWritable = false;
+  fake.locations.bundleIsWritable = false;
   install();
-  fake.locations.isWritable = true;
+  fake.locations.bundleIsWritable = true;
   std::filesystem::remove_all(fake.bundle.folder);
   install();
   fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
@@ -211,7 +211,7 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
 
 TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
   fake.bundle.texts[std::string(updateKeyEntry)] = "a public key";
-  fake.bundle.isReadable = false;
+  fake.bundle.hasReadableInfo = false;
   unpackArchive = [](const std::string &, const std::string &folder) {
     writeRelease(folder + "/Orvel OS.app", infoPlist(""));
   };
