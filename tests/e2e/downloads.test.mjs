@@ -62,7 +62,9 @@ test('downloads of the same name that complete together are all kept and opened'
     for (const name of names) texts.push(await desktop.awaitOpenedFile(name));
     assert.deepEqual(texts.sort(), paths.map((path) => `begin of ${path} and end`));
     assert.deepEqual(desktop.downloadedFiles(), names);
-    for (const path of paths) assert.equal(user.root.requestsTo(path).length, 1);
+    for (const path of paths) {
+      assert.equal(user.root.requestsTo(path).length, 1, `one request for ${path}`);
+    }
     await desktop.quitAndAssertOpened(...names);
   });
 

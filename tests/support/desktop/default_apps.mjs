@@ -9,7 +9,7 @@ import { link } from './page.mjs';
 import { waitFor } from './wait.mjs';
 
 const schemes = ['http', 'https', 'mailto', 'tel', 'sms'];
-const types = [
+const mediaTypes = [
   'application/octet-stream', 'application/pdf', 'application/zip', 'text/csv', 'text/html',
   'text/plain',
 ];
@@ -52,7 +52,7 @@ export class Desktop {
     this.writeDesktopEntry('open-file', `Exec="${opener}" %f`);
     const defaults = [
       ...schemes.map((scheme) => `x-scheme-handler/${scheme}=open-url.desktop`),
-      ...types.map((type) => `${type}=open-file.desktop`),
+      ...mediaTypes.map((type) => `${type}=open-file.desktop`),
     ];
     writeFileSync(join(XDG_CONFIG_HOME, 'mimeapps.list'),
       `[Default Applications]\n${defaults.join('\n')}\n`);
