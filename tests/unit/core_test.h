@@ -27,12 +27,12 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 inline const std::string listenersCommand = "lsof -ti tcp:4767 -sTCP:LISTEN";
-inline const std::string localProbe = "http://127.0.0.1:4767/api/wie";
+inline const std::string localProbeUrl = "http://127.0.0.1:4767/api/wie";
 inline const std::string nodeLookupCommand =
     "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; command -v node";
 
-/// The core on the fake platform, with a data root that contains a server script, and with
-/// its own bundle.
+/// The core on the fake platform. The data root contains a server script, and the folder of the
+/// application's bundle exists.
 class CoreTest : public testing::Test {
  protected:
   CoreTest() {
@@ -63,7 +63,7 @@ class CoreTest : public testing::Test {
   /// Releases the test's reference to the delegate and returns a weak one.
   std::weak_ptr<AppDelegate> releaseDelegate() { return std::exchange(delegate_, nullptr); }
 
-  /// Creates the web view without the other steps of a launch.
+  /// Creates the web view without the other steps of the application's launch.
   void createWebView() {
     delegate().web = fake.windows.create({}, {}, delegate()).web;
     fake.record.take();
@@ -73,7 +73,7 @@ class CoreTest : public testing::Test {
     releaseDelegate();
     createWebView();
   }
-  void launch() { delegate().applicationDidFinishLaunching(); }
+  void launchApplication() { delegate().applicationDidFinishLaunching(); }
 
   FakeWebView &web() { return *fake.windows.web; }
   FakeChildProcess &lastServer() { return *fake.processes.launched.back(); }
@@ -90,14 +90,14 @@ class CoreTest : public testing::Test {
   void occupyLocalPort() {
     fake.listeners.byPort[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
   }
-  /// Undoes occupyLocalPort, so that only a program of this user listens.
+  /// Undoes occupyLocalPort: again only a program of this user listens on the port.
   void freeLocalPort() { fake.listeners.byPort.clear(); }
   /// Stores a server address in the user defaults.
   void storeAddress(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;
   }
-  /// Answers the oldest open alert by a button, or closes it for nullopt, and runs all due
-  /// tasks.
+  /// Answers the oldest open alert by the button with this index, or closes it for nullopt.
+  /// Runs all due tasks.
   void answerAlert(std::optional<int> button, const std::string &text = "") {
     fake.panels.answer({button, text});
     fake.scheduler.runUntilIdle();

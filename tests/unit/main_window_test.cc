@@ -11,7 +11,7 @@ const std::string blankPageLoad = "load html <body style='background:#07090c;mar
 
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
   storeAddress();
-  launch();
+  launchApplication();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
                           "application activate", blankPageLoad,
@@ -20,7 +20,7 @@ TEST_F(MainWindow, LaunchStepsRunInOrder) {
 }
 
 TEST_F(MainWindow, WebViewConfigurationIsComplete) {
-  launch();
+  launchApplication();
   const WebViewConfiguration &configuration = web().configuration;
   EXPECT_TRUE(configuration.persistentDataStore);
   EXPECT_EQ(configuration.applicationNameForUserAgent, "ORVELOS/app-key");
@@ -31,22 +31,22 @@ TEST_F(MainWindow, WebViewConfigurationIsComplete) {
   // Without a key.
   releaseDelegate();
   fake.bundle.texts.erase("ORVELOSKey");
-  launch();
+  launchApplication();
   EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/");
 }
 
 TEST_F(MainWindow, WindowFillsVisibleFrameOfMainScreen) {
   fake.windows.visibleFrame = Rect{10, 20, 1500, 900};
-  launch();
+  launchApplication();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{10, 20, 1500, 900}));
   // Without a screen.
   fake.windows.visibleFrame.reset();
-  launch();
+  launchApplication();
   EXPECT_EQ(fake.windows.configuration.contentRect, (Rect{0, 0, 1440, 900}));
 }
 
 TEST_F(MainWindow, WindowConfigurationIsComplete) {
-  launch();
+  launchApplication();
   const WindowConfiguration &configuration = fake.windows.configuration;
   EXPECT_TRUE(configuration.fullSizeContentView);
   EXPECT_EQ(configuration.title, "Orvel OS");
@@ -106,7 +106,7 @@ TEST_F(MainWindow, MissingWebViewOrInvalidAddressAborts) {
 }
 
 TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
-  launch();
+  launchApplication();
   fake.record.take();
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
@@ -117,7 +117,7 @@ class MainWindowOnOccupiedPort : public CoreTest {
  protected:
   MainWindowOnOccupiedPort() {
     createWebView();
-    fake.http.setResponses(localProbe, {{.statusCode = 200}});
+    fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
     delegate().openOS();
     fake.scheduler.runUntilIdle();
     EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
@@ -201,14 +201,14 @@ TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessLeavesReportOfEndedServer) 
 
 TEST_F(MainWindow, FailedServerLaunchKeepsUpdateChecks) {
   setNodeScript({.launchError = "broken"});
-  launch();
+  launchApplication();
   EXPECT_EQ(fake.record.count("after 4000 ms"), 1U);
   EXPECT_EQ(fake.record.count("every 21600000 ms"), 1U);
   EXPECT_EQ(fake.scheduler.nextDue(), 4000ms);
 }
 
 TEST_F(MainWindow, UpdateTimerRetainsDelegate) {
-  launch();
+  launchApplication();
   const auto weakDelegate = releaseDelegate();
   fake.scheduler.advance(24h);
   EXPECT_FALSE(weakDelegate.expired());

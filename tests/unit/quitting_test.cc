@@ -87,8 +87,8 @@ TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
 }
 
 TEST_F(Quitting, QuitDuringLaunchStopsServerWithoutWaitForProbe) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 2900ms}});
-  launch();
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200, .delay = 2900ms}});
+  launchApplication();
   fake.application.requestTermination();
   fake.scheduler.advance(100ms);
   EXPECT_TRUE(fake.application.terminated);

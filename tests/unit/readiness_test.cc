@@ -24,7 +24,7 @@ class Readiness : public CoreTest {
 };
 
 TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
-  fake.http.setResponses(localProbe, {{}, {.statusCode = 401}, {.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   openOS();
   fake.scheduler.advance(569ms);
@@ -139,7 +139,7 @@ TEST_F(Readiness, ChangeToLocalAddressWithoutServerEndsProbes) {
 TEST_F(Readiness, MissingKeyLoadsPageWithoutCookie) {
   fake.bundle.texts.erase("ORVELOSKey");
   recreateDelegate();
-  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
   openOS();
   fake.record.take();
   fake.scheduler.runUntilIdle();
@@ -171,7 +171,7 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
 }
 
 TEST_F(Readiness, EachSuccessfulProbeReplacesCookie) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
   openOS();
   fake.scheduler.runUntilIdle();
   openOS();
@@ -227,7 +227,7 @@ TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
 }
 
 TEST_F(Readiness, SecondOpenCallProbesRunningServerIndependently) {
-  fake.http.setResponses(localProbe, {{}, {}, {.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{}, {}, {.statusCode = 200}});
   openOS();
   fake.scheduler.advance(100ms);
   openOS();
@@ -307,7 +307,7 @@ TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
 }
 
 TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortIsNotProbed) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
   occupyLocalPort();
   openOS();
   fake.scheduler.advance(15s - 1ms);
@@ -320,7 +320,7 @@ TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortIsNotProbed) {
 }
 
 TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200}});
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
   occupyLocalPort();
   openOS();
   fake.scheduler.advance(499ms);
@@ -360,7 +360,7 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
       fake.bundle.texts["ORVELOSKey"] = hasKey ? "app-key" : "";
       recreateDelegate();
       fake.http.sent.clear();
-      fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = probeDelay}});
+      fake.http.setResponses(localProbeUrl, {{.statusCode = 200, .delay = probeDelay}});
       fake.windows.cookies.delay = cookieDelay;
       openOS();
       fake.scheduler.advance(500ms);
@@ -375,7 +375,7 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
 }
 
 TEST_F(Readiness, PortLostAfterEachProbeCountsAsFailedProbe) {
-  fake.http.setResponses(localProbe, {{.statusCode = 200, .delay = 100ms}});
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200, .delay = 100ms}});
   openOS();
   for (int failedProbes = 0; failedProbes <= 60; ++failedProbes) {
     EXPECT_EQ(shownError(), "") << failedProbes;

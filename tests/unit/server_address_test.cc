@@ -121,7 +121,7 @@ TEST_F(ServerAddress, KeyIsReadOnce) {
   fake.bundle.texts["ORVELOSKey"] = "other key";
   const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));
   EXPECT_EQ(request.header("X-ORVEL-App"), "app-key");
-  launch();
+  launchApplication();
   EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/app-key");
 }
 

@@ -156,7 +156,7 @@ TEST_F(UpdateCheck, InvalidArchiveUrlAborts) {
 }
 
 TEST_F(UpdateCheck, SilentChecksRunFourSecondsAfterLaunchAndEverySixHours) {
-  launch();
+  launchApplication();
   fake.scheduler.advance(3999ms);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 0U);
   fake.scheduler.advance(1ms);
