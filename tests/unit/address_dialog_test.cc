@@ -8,7 +8,8 @@ class AddressDialog : public CoreTest {
  protected:
   AddressDialog() { createWebView(); }
 
-  /// Opens the dialog, enters a text and presses a button.
+  /// Opens the dialog, enters a text and presses a button: 0 saves, 1 cancels, and nullopt closes
+  /// the dialog.
   void enterAddress(const std::string &text, std::optional<int> button = 0) {
     delegate().kiesAdres();
     answerAlert(button, text);
@@ -52,7 +53,8 @@ TEST_F(AddressDialog, OpenDialogRetainsDelegate) {
   EXPECT_TRUE(weakDelegate.expired());
 }
 
-TEST_F(AddressDialog, SaveStoresTrimmedAddressAndOpensOs) {
+TEST_F(AddressDialog, SaveStoresTrimmedAddressAndProbesServer) {
+  // No response arrives during the test.
   fake.http.setResponses("https://example.test/os/api/wie", {{.statusCode = 200, .delay = 1h}});
   enterAddress(" \t https://example.test/os\t ");
   EXPECT_EQ(delegate().baseURL(), "https://example.test/os/");
@@ -74,14 +76,14 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
     ASSERT_EQ(fake.panels.shown.size(), 2U) << text;
     EXPECT_EQ(fake.panels.shown[1], Alert{.messageText = "Dat is geen geldig adres."}) << text;
     answerAlert(0);
-    EXPECT_EQ(fake.panels.shown.size(), 2U) << "a second dialog after " << text;
+    EXPECT_EQ(fake.panels.shown.size(), 2U) << "another alert after the error for " << text;
   }
   EXPECT_EQ(storedAddress(), "https://example.test");
   EXPECT_EQ(fake.record.count("GET"), 0U);
   EXPECT_THAT(fake.processes.launched, IsEmpty());
 }
 
-TEST_F(AddressDialog, AddressWithHttpSchemeIsValid) {
+TEST_F(AddressDialog, UrlWithLowerCaseHttpOrHttpsSchemeIsValid) {
   for (const std::string text : {"http:", "https:", "http://", "http:os", "https://example.test:99",
                                  "http://127.0.0.1:4767/", "https://example.test/?a#b"}) {
     EXPECT_TRUE(isServerAddress(text)) << text;
@@ -90,6 +92,7 @@ TEST_F(AddressDialog, AddressWithHttpSchemeIsValid) {
 
 TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   setNodeScript({.exitsAfterSigterm = 2000ms});
+  // No response arrives during the test.
   fake.http.setResponses("https://example.test/api/wie", {{.statusCode = 200, .delay = 1h}});
   delegate().startServer();
   const auto running = fake.processes.launched.back();
@@ -99,7 +102,7 @@ TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   enterAddress("https://example.test");
 
   EXPECT_EQ(delegate().server, nullptr);
-  // An exit may be reported while terminate() is still running.
+  // An exit that is reported during terminate() must not show an error page.
   EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(delegate().quitting);
   EXPECT_THAT(
@@ -154,7 +157,7 @@ TEST_F(AddressDialog, AddressChangesWhileQuittingStartNoServer) {
       "alert Adres van het OS", "default osURL = https://example.test",
       "terminate process 1",    "sleep 100 ms",
       "alert Adres van het OS", "default osURL = http://127.0.0.1:4767/"};
-  // The first request to quit still waits for the server, 30 times in total.
+  // A quit waits at most 30 times before it kills the server. Two of the waits are listed above.
   expected.insert(expected.end(), 28, "sleep 100 ms");
   expected.insert(expected.end(), {"kill process 1", "application terminated"});
   EXPECT_EQ(fake.record.take(), expected);

@@ -8,7 +8,9 @@
 namespace orvel {
 namespace {
 
-Url url(const std::string &address = "http://127.0.0.1:4767/api/bestand/12") {
+const std::string lastUrlComponent = "12";
+
+Url url(const std::string &address = "http://127.0.0.1:4767/api/bestand/" + lastUrlComponent) {
   return *Url::parse(address);
 }
 
@@ -40,38 +42,41 @@ TEST(DownloadName, SuggestedNameBecomesOnePathComponent) {
 TEST(DownloadName, UnusableSuggestionFallsBackToUrl) {
   for (const auto &suggested : std::vector<std::optional<std::string>>{std::nullopt, "", ".", "..",
                                                                        std::string("a\0b", 3)}) {
-    EXPECT_EQ(downloadName(suggested, url()), "12");
+    EXPECT_EQ(downloadName(suggested, url()), lastUrlComponent);
   }
-  EXPECT_EQ(downloadName({}, url("http://h.test/api/export?type=csv")), "export");
-  EXPECT_EQ(downloadName({}, url("http://h.test/folder/a%20b.csv/")), "a b.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/folder/a~b.csv/?x")), "a~b.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/folder/a%2Fb.csv")), "a-b.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/folder/%2Fb.csv?x/y#/z")), "-b.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test//a.csv//")), "a.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/%2F%2F")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test/%2E%2E")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test/folder/..")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test/a.csv#/b.csv")), "a.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/a.csv#b?c")), "a.csv");
-  EXPECT_EQ(downloadName({}, url("http://h.test/")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test:8080/")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test:8080")), "h.test");
-  EXPECT_EQ(downloadName({}, url("http://h.test")), "h.test");
-  EXPECT_EQ(downloadName({}, url("about:blank")), "unknown");
-  EXPECT_EQ(downloadName({}, url("a%20b.csv?x")), "a b.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/api/export?type=csv")), "export");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/a%20b.csv/")), "a b.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/a~b.csv/?x")), "a~b.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/a%2Fb.csv")), "a-b.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/%2Fb.csv?x/y#/z")), "-b.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test//a.csv//")), "a.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/%2F%2F")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/%2E%2E")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/..")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/a.csv#/b.csv")), "a.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/a.csv#b?c")), "a.csv");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test:8080/")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test:8080")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("http://h.test")), "h.test");
+  EXPECT_EQ(downloadName(std::nullopt, url("about:blank")), "unknown");
+  EXPECT_EQ(downloadName(std::nullopt, url("a%20b.csv?x")), "a b.csv");
 }
 
 TEST(DownloadName, LongNameIsTruncatedToMaxSize) {
+  // The limit of 255 bytes without ".csv".
   const std::string maxStem(251, 'x');
   EXPECT_EQ(downloadName(maxStem + ".csv", url()), maxStem + ".csv");
   EXPECT_EQ(downloadName(maxStem + "y.csv", url()), maxStem + ".csv");
   EXPECT_EQ(downloadName(std::string(300, 'x'), url()), std::string(255, 'x'));
   // The limit is inside the last two-byte character of the stem.
   EXPECT_EQ(downloadName(repeated(126, "é") + ".csv", url()), repeated(125, "é") + ".csv");
-  EXPECT_EQ(downloadName("a." + std::string(300, 'x'), url()), "a");
-  EXPECT_EQ(downloadName(std::string(300, '\x80'), url()), "12");
+  // The truncated stem has no complete character.
+  EXPECT_EQ(downloadName(std::string(300, '\x80'), url()), lastUrlComponent);
   // Unusable although the NUL is beyond the limit.
-  EXPECT_EQ(downloadName(std::string(300, 'x') + '\0', url()), "12");
+  EXPECT_EQ(downloadName(std::string(300, 'x') + '\0', url()), lastUrlComponent);
+  // An extension that leaves no byte for the stem is dropped.
+  EXPECT_EQ(downloadName("a." + std::string(300, 'x'), url()), "a");
   EXPECT_EQ(downloadName("a." + std::string(254, 'x'), url()), "a");
   EXPECT_EQ(downloadName("ab." + std::string(253, 'x'), url()), "a." + std::string(253, 'x'));
 }

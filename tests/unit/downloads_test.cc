@@ -36,11 +36,12 @@ class Downloads : public CoreTest {
     download();
     fake.scheduler.runUntilIdle();
   }
-  static FakeResponse file(const std::string &name, const std::string &body = "contents") {
+  static FakeResponse fileResponse(const std::string &name, const std::string &body = "contents") {
     return {.statusCode = 200, .body = body, .suggestedFilename = name};
   }
 
-  inline static const std::string address = "http://127.0.0.1:4767/api/bestand/12";
+  inline static const std::string lastUrlComponent = "12";
+  inline static const std::string address = "http://127.0.0.1:4767/api/bestand/" + lastUrlComponent;
 };
 
 TEST_F(Downloads, CookieMatchesHostWithDomainSuffix) {
@@ -57,9 +58,10 @@ TEST_F(Downloads, CookieMatchesHostWithDomainSuffix) {
       {"Example.test", "example.test", false},
       {"127.0.0.1", "127.0.0.1", true},
       {"0.0.1", "127.0.0.1", true},
-      // Every host ends with an empty domain.
+      // An empty domain is a suffix of every host.
       {"...", "example.test", true},
       {"", "example.test", true},
+      // A URL without a host gets no cookies.
       {"", "", false},
       {".", "", false},
   };
@@ -91,13 +93,13 @@ TEST_F(Downloads, CookieHeaderOmitsCookiesWithControlCharacters) {
   for (int code = 0; code <= 0xff; ++code) {
     const std::string odd(1, static_cast<char>(code));
     const bool isOmitted = (code < 0x20 && odd != "\t") || code == 0x7f;
-    Cookie value = cookie("m", "a.test");
-    value.value = "x" + odd + "y";
-    EXPECT_EQ(cookieHeader({first, value, last}, "a.test"),
+    Cookie oddValue = cookie("m", "a.test");
+    oddValue.value = "x" + odd + "y";
+    EXPECT_EQ(cookieHeader({first, oddValue, last}, "a.test"),
               isOmitted ? "z=1; a=1" : "z=1; m=x" + odd + "y; a=1")
         << code;
-    const Cookie name = cookie(odd + "m", "a.test");
-    EXPECT_EQ(cookieHeader({name, first, last}, "a.test"),
+    const Cookie oddName = cookie(odd + "m", "a.test");
+    EXPECT_EQ(cookieHeader({oddName, first, last}, "a.test"),
               isOmitted ? "z=1; a=1" : odd + "m=1; z=1; a=1")
         << code;
   }
@@ -106,14 +108,14 @@ TEST_F(Downloads, CookieHeaderOmitsCookiesWithControlCharacters) {
 TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   fake.windows.cookies.cookies = {cookie("orvelapp", "127.0.0.1"), cookie("a", "other.test"),
                                   cookie("session", "127.0.0.1")};
-  fake.http.setResponses(address, {file("report.pdf")});
+  fake.http.setResponses(address, {fileResponse("report.pdf")});
   download();
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
                                                   " timeout 60000 ms [X-ORVEL-App: app-key] "
                                                   "[Cookie: orvelapp=1; session=1]",
-                                              // The file still has its temporary path.
+                                              // "missing file" after the move.
                                               "quarantine file from " + address,
                                               "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(savedText("report.pdf"), "contents");
@@ -123,6 +125,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
 TEST_F(Downloads, EmptyStoreOrUrlWithoutHostSendsEmptyCookieHeader) {
   download();
   fake.scheduler.runUntilIdle();
+  // Its domain is a suffix of every host.
   fake.windows.cookies.cookies = {cookie("a", ".")};
   download("about:/api/export");
   fake.scheduler.runUntilIdle();
@@ -143,7 +146,9 @@ TEST_F(Downloads, FailedDownloadSavesAndReportsNothing) {
     download({.statusCode = status, .body = "error", .suggestedFilename = "a.csv"});
   }
   EXPECT_THAT(savedNames(), IsEmpty());
-  for (const std::string call : {"open", "alert", "load"}) EXPECT_EQ(fake.record.count(call), 0U);
+  for (const std::string call : {"open", "alert", "load"}) {
+    EXPECT_EQ(fake.record.count(call), 0U) << call;
+  }
 }
 
 TEST_F(Downloads, TakenNameGetsFirstFreeNumber) {
@@ -154,7 +159,7 @@ TEST_F(Downloads, TakenNameGetsFirstFreeNumber) {
     }
   }
   for (const std::string name : {"data 3.csv", "data 111.csv"}) {
-    download(file("data.csv"));
+    download(fileResponse("data.csv"));
     EXPECT_EQ(savedText(name), "contents");
     EXPECT_EQ(fake.record.count("open file " + folder() + "/" + name), 1U);
   }
@@ -166,7 +171,7 @@ TEST_F(Downloads, TakenNameGetsFirstFreeNumber) {
 TEST_F(Downloads, NamesOfFoldersAndDanglingSymlinksAreTaken) {
   std::filesystem::create_directory(folder() + "/report");
   std::filesystem::create_symlink("/nowhere", folder() + "/report 2");
-  download(file("report"));
+  download(fileResponse("report"));
   EXPECT_EQ(savedText("report 3"), "contents");
   EXPECT_THAT(savedNames(), UnorderedElementsAre("report", "report 2", "report 3"));
 }
@@ -175,7 +180,7 @@ TEST_F(Downloads, ConcurrentDownloadsGetNamesInOrderOfCompletion) {
   fake.http.setResponses(
       address,
       {{.statusCode = 200, .body = "slow", .delay = 5000ms, .suggestedFilename = "data.csv"},
-       file("data.csv", "fast")});
+       fileResponse("data.csv", "fast")});
   download();
   download();
   fake.scheduler.advance(6s);
@@ -184,14 +189,14 @@ TEST_F(Downloads, ConcurrentDownloadsGetNamesInOrderOfCompletion) {
 }
 
 TEST_F(Downloads, TraversalInNameStaysInDownloadsFolder) {
-  download(file("../../outside.csv"));
-  download(file(".."));
-  EXPECT_THAT(savedNames(), UnorderedElementsAre("..-..-outside.csv", "12"));
+  download(fileResponse("../../outside.csv"));
+  download(fileResponse(".."));
+  EXPECT_THAT(savedNames(), UnorderedElementsAre("..-..-outside.csv", lastUrlComponent));
 }
 
 TEST_F(Downloads, MissingDownloadsFolderShowsNoAlert) {
   std::filesystem::remove(folder());
-  download(file("data.csv"));
+  download(fileResponse("data.csv"));
   EXPECT_FALSE(std::filesystem::exists(folder()));
   // The path does not exist, so openFile has no effect.
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
@@ -200,7 +205,7 @@ TEST_F(Downloads, MissingDownloadsFolderShowsNoAlert) {
 
 TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   fake.windows.cookies.delay = 1s;
-  FakeResponse response = file("data.csv");
+  FakeResponse response = fileResponse("data.csv");
   response.delay = 1s;
   fake.http.setResponses(address, {response});
   download();
@@ -214,7 +219,7 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
 }
 
-TEST_F(Downloads, CookiesAreReadWhenStoreResponds) {
+TEST_F(Downloads, CookieThatIsSetBeforeStoreRespondsIsSent) {
   fake.windows.cookies.delay = 100ms;
   download();
   fake.windows.cookies.cookies = {cookie("late", "127.0.0.1")};

@@ -54,17 +54,18 @@ TEST(FileName, ExtensionAgreesWithNsurl) {
 
 TEST(FileName, SpaceOrBidirectionalControlPreventsExtension) {
   // NOLINTBEGIN(misc-misleading-bidirectional)
-  for (const std::string control : {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C",
-                                    "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"}) {
+  for (const std::string character :
+       {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+        "\u2066", "\u2067", "\u2068", "\u2069"}) {
     // NOLINTEND(misc-misleading-bidirectional)
-    for (const std::string &name : {"Quote v1.2" + control + "client", "a." + control + "b",
-                                    "a.b" + control, "a." + control}) {
+    for (const std::string &name : {"Quote v1.2" + character + "client", "a." + character + "b",
+                                    "a.b" + character, "a." + character}) {
       EXPECT_EQ(splitFileName(name).stem, name);
       EXPECT_EQ(splitFileName(name).extension, "");
     }
-    EXPECT_EQ(splitFileName("a" + control + ".b").extension, ".b");
+    EXPECT_EQ(splitFileName("a" + character + ".b").extension, ".b");
   }
-  // Code points next to those of the list, and other white space.
+  // Code points next to those above, and other white space.
   for (const std::string other : {"\u200D", "\u2010", "\u2029", "\u202F", "\u2065", "\u206A",
                                   "\u061B", "\u00A0", "\t", "_"}) {
     EXPECT_EQ(splitFileName("a.b" + other).extension, ".b" + other);

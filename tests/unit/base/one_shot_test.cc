@@ -12,7 +12,7 @@ using testing::ElementsAre;
 
 class OneShot : public testing::Test {
  protected:
-  std::function<void(std::string)> make() {
+  std::function<void(std::string)> makeOneShot() {
     return oneShot<std::string>([this](const std::string &answer) { answers_.push_back(answer); },
                                 "none");
   }
@@ -22,18 +22,18 @@ class OneShot : public testing::Test {
 
 TEST_F(OneShot, OnlyFirstCallReachesHandler) {
   {
-    const auto answer = make();
+    const auto answer = makeOneShot();
     const auto copy = answer;
     EXPECT_THAT(answers_, ElementsAre());
     answer("yes");
     answer("no");
     copy("no");
   }
-  EXPECT_THAT(answers_, ElementsAre("yes")) << "also after the destruction";
+  EXPECT_THAT(answers_, ElementsAre("yes")) << "after the destruction of both copies";
 }
 
 TEST_F(OneShot, DestructionOfLastCopyWithoutCallPassesFallback) {
-  auto answer = make();
+  auto answer = makeOneShot();
   auto copy = answer;
   answer = nullptr;
   EXPECT_THAT(answers_, ElementsAre());

@@ -15,6 +15,7 @@ void release(const Object *object) { --const_cast<Object *>(object)->references;
 
 using Owner = OwnedReference<ObjectRef, release>;
 
+/// Returns the status. When it is 0, which means success, stores a new reference in `result`.
 int createFrom(ObjectRef existing, int status, ObjectRef *result) {
   if (status == 0) {
     ++existing->references;
@@ -33,7 +34,7 @@ TEST(OwnedReference, CreatedReferenceIsReleased) {
   EXPECT_EQ(object.references, 1);
 }
 
-TEST(OwnedReference, FailedCreationIsNull) {
+TEST(OwnedReference, FailedCreationReturnsNull) {
   Object object;
   EXPECT_EQ(createdBy<Owner>(createFrom, &object, -1), nullptr);
   EXPECT_EQ(object.references, 1);

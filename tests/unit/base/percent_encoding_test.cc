@@ -52,7 +52,7 @@ TEST(PercentEncoding, InvalidCharactersAreEncoded) {
   }
 }
 
-TEST(PercentEncoding, OtherErrorsAreLeftToParser) {
+TEST(PercentEncoding, MalformedSchemeOrAuthorityIsUnchangedAndNotParsed) {
   for (const std::string reference :
        {"http://[/", "http://h:x/", "http://h]/", "http://a@b@c/", "1a:b", "a_b:c", "a ~:b"}) {
     EXPECT_EQ(percentEncoded(reference), reference);
@@ -60,7 +60,7 @@ TEST(PercentEncoding, OtherErrorsAreLeftToParser) {
   }
 }
 
-TEST(PercentEncoding, EscapesAreDecodedToBytesUnlessOneIsIncomplete) {
+TEST(PercentEncoding, EscapesAreDecodedToBytesUnlessOneIsMalformed) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> table{
       {"", ""},
       {"a b", "a b"},

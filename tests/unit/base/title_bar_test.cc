@@ -25,23 +25,23 @@ TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
   mouse.press(/*onTitleBar=*/true, 100, 700);
   EXPECT_EQ(mouse.drag(104, 700), MouseEventUse::startWindowDrag);
   EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::none);
-  EXPECT_EQ(mouse.release(1), MouseEventUse::none);
+  EXPECT_EQ(mouse.release(/*clickCount=*/1), MouseEventUse::none);
   EXPECT_EQ(mouse.drag(200, 700), MouseEventUse::page) << "without a press";
 }
 
-TEST(TitleBar, UnsteadyClickOnTitleBarGoesToPage) {
+TEST(TitleBar, ClickWithMovementUpToThreePointsGoesToPage) {
   TitleBarMouse mouse;
   mouse.press(/*onTitleBar=*/true, 100, 700);
   EXPECT_EQ(mouse.drag(102, 702), MouseEventUse::page);
   EXPECT_EQ(mouse.drag(100, 697), MouseEventUse::page) << "exactly 3 points";
-  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+  EXPECT_EQ(mouse.release(/*clickCount=*/1), MouseEventUse::page);
 }
 
 TEST(TitleBar, DragFromPageToTitleBarGoesToPage) {
   TitleBarMouse mouse;
   mouse.press(/*onTitleBar=*/false, 100, 100);
   EXPECT_EQ(mouse.drag(100, 700), MouseEventUse::page);
-  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+  EXPECT_EQ(mouse.release(/*clickCount=*/1), MouseEventUse::page);
   EXPECT_EQ(TitleBarMouse().drag(100, 700), MouseEventUse::page) << "without a press";
 }
 
@@ -55,10 +55,10 @@ TEST(TitleBar, OnlySecondClickOnTitleBarIsDoubleClick) {
         << clickCount;
   }
   mouse.press(/*onTitleBar=*/false, 100, 100);
-  EXPECT_EQ(mouse.release(2), MouseEventUse::page) << "below the title bar";
+  EXPECT_EQ(mouse.release(/*clickCount=*/2), MouseEventUse::page) << "below the title bar";
   mouse.press(/*onTitleBar=*/true, 100, 700);
   mouse.drag(150, 700);
-  EXPECT_EQ(mouse.release(2), MouseEventUse::none) << "after a drag";
+  EXPECT_EQ(mouse.release(/*clickCount=*/2), MouseEventUse::none) << "after a drag";
 }
 
 TEST(TitleBar, PressAfterUnfinishedDragStartsAnew) {
@@ -67,7 +67,7 @@ TEST(TitleBar, PressAfterUnfinishedDragStartsAnew) {
   mouse.drag(150, 700);
   // The window may get no release: the window server handles the rest of the drag.
   mouse.press(/*onTitleBar=*/true, 150, 700);
-  EXPECT_EQ(mouse.release(1), MouseEventUse::page);
+  EXPECT_EQ(mouse.release(/*clickCount=*/1), MouseEventUse::page);
 }
 
 }  // namespace
