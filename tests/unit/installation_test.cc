@@ -77,8 +77,9 @@ TEST_F(Installation, TwoNoticesStopServerAndRelaunchOnce) {
   install();
   install();
   ASSERT_EQ(fake.panels.shown.size(), 2U);
+  // The user closes the first notice and answers the second one while the application waits for
+  // the exit of the server.
   fake.panels.answer({std::nullopt, ""});
-  // Answered while the application waits for the exit of the server.
   answerAlert(0);
   EXPECT_EQ(fake.record.count("sh (sleep 1; /usr/bin/open -n"), 1U);
   EXPECT_THAT(fake.record.callsStartingWith("application"),
@@ -231,9 +232,10 @@ TEST_F(Installation, TranslocationIsRecognizedByPath) {
   }
 }
 
-TEST_F(Installation, ArchiveOnLocalPortOfAnotherUserIsNotDownloaded) {
+TEST_F(Installation, ArchiveIsNotDownloadedFromLocalPortOfAnotherUser) {
   occupyLocalPort();
-  delegate().installeer(*Url::parse("http://127.0.0.1:4767/orvel-os-1.3.zip"), "1.3", {});
+  delegate().installeer(*Url::parse("http://127.0.0.1:4767/orvel-os-1.3.zip"), "1.3",
+                        /*signature=*/{});
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.http.sent, IsEmpty());
   expectNotInstalled();

@@ -45,7 +45,7 @@ class InstallationTest : public CoreTest {
   }
   /// Writes the bundle of the running application, also after an installation has replaced it.
   void writeRunningBundle() { writeFile(fake.bundle.folder + "/Contents/version", "old"); }
-  /// Writes the bundle of a new release. Without an Info.plist when its text is empty.
+  /// Writes the bundle of a new release. Writes no Info.plist when its text is empty.
   static void writeRelease(const std::string &bundle, const std::string &info = infoPlist()) {
     writeFile(bundle + "/Contents/version", "new");
     if (!info.empty()) writeFile(bundle + "/Contents/Info.plist", info);
@@ -58,7 +58,7 @@ class InstallationTest : public CoreTest {
   }
   /// Installs a version and runs all due tasks.
   void install(const std::string &versie = "1.3") {
-    delegate().installeer(*Url::parse(archiveUrl), versie, {});
+    delegate().installeer(*Url::parse(archiveUrl), versie, /*signature=*/{});
     fake.scheduler.runUntilIdle();
   }
   std::string installedVersion() const {

@@ -16,7 +16,7 @@ class JavascriptPanels : public CoreTest {
 };
 
 TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
-  for (const std::optional<int> button : {std::optional(0), std::optional<int>()}) {
+  for (const auto &button : std::vector<std::optional<int>>{0, std::nullopt}) {
     int completions = 0;
     delegate().runJavaScriptAlertPanel("Done & <b>good</b>", [&] { ++completions; });
     EXPECT_EQ(fake.panels.shown.back(), Alert{.messageText = "Done & <b>good</b>"});
@@ -29,8 +29,7 @@ TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
 
 TEST_F(JavascriptPanels, ConfirmIsTrueForFirstButtonOnly) {
   const Alert expected{.messageText = "Continue?", .buttons = {"OK", "Annuleren"}};
-  for (const std::optional<int> button :
-       {std::optional(0), std::optional(1), std::optional<int>()}) {
+  for (const auto &button : std::vector<std::optional<int>>{0, 1, std::nullopt}) {
     confirm();
     EXPECT_EQ(fake.panels.shown.back(), expected);
     answerAlert(button);

@@ -36,14 +36,16 @@ TEST_F(Launch, ServerEndsWithParentAndShellCommandsDoNot) {
     launches.emplace_back(request.executable, request.endsWithParent);
   };
   start();
+  // The shell commands list the programs that listen on the port and look up node.
   EXPECT_THAT(launches, ElementsAre(std::pair("/bin/zsh", false), std::pair("/bin/zsh", false),
                                     std::pair("/opt/node", true)));
 }
 
 TEST_F(Launch, StandardOutputAndErrorShareHandleOfTruncatedLog) {
   writeFile(logPath(), "of yesterday");
-  for (const std::string log : {"existing log", "missing log folder"}) {
-    SCOPED_TRACE(log);
+  for (const bool exists : {true, false}) {
+    SCOPED_TRACE(exists ? "existing log" : "missing log folder");
+    if (!exists) std::filesystem::remove_all(root() + "/v3");
     start();
     const LaunchRequest &request = lastServer().request;
     ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
@@ -52,25 +54,26 @@ TEST_F(Launch, StandardOutputAndErrorShareHandleOfTruncatedLog) {
     EXPECT_EQ(contentsOf(logPath()), "");
     request.standardOutput.handle->write("of today");
     EXPECT_EQ(contentsOf(logPath()), "of today");
-    std::filesystem::remove_all(root() + "/v3");
   }
 }
 
 TEST_F(Launch, LogAndItsFolderAreOnlyForOwner) {
   const posix_test::ScopedUmask umask(0);
-  for (const std::string log : {"missing log", "existing log"}) {
-    SCOPED_TRACE(log);
+  for (const bool exists : {false, true}) {
+    SCOPED_TRACE(exists ? "existing log" : "missing log");
+    if (exists) {
+      std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
+      std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
+    }
     start();
     EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
     EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
-    std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
-    std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
   }
 }
 
 TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
-  const std::string folder = root() + "/v3/.local";
-  const auto expectInheritedOutputs = [this] {
+  const std::string logFolder = root() + "/v3/.local";
+  const auto startAndExpectInheritedOutputs = [this] {
     start();
     const LaunchRequest &request = lastServer().request;
     EXPECT_EQ(request.standardOutput.kind, StandardStream::Kind::inherited);
@@ -78,13 +81,13 @@ TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
     EXPECT_TRUE(delegate().server->isRunning());
     EXPECT_EQ(shownError(), "");
   };
-  writeFile(folder, "a file");
-  expectInheritedOutputs();
-  std::filesystem::remove(folder);
-  std::filesystem::create_directory(folder);
+  writeFile(logFolder, "a file");
+  startAndExpectInheritedOutputs();
+  std::filesystem::remove(logFolder);
+  std::filesystem::create_directory(logFolder);
   // Without a reader, open(2) of a FIFO would block.
   ASSERT_EQ(::mkfifo(logPath().c_str(), 0600), 0);
-  expectInheritedOutputs();
+  startAndExpectInheritedOutputs();
 }
 
 TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
@@ -117,7 +120,7 @@ TEST_F(Launch, ExitIsReportedWithExitCodeOrSignalNumber) {
   }
 }
 
-TEST_F(Launch, StopsStaleServerThenFindsNodeThenTruncatesLogThenLaunches) {
+TEST_F(Launch, LooksForStaleServerThenFindsNodeThenTruncatesLogThenLaunches) {
   writeFile(logPath(), "old");
   fake.locations.executables = {};
   std::vector<std::string> logs;
@@ -142,7 +145,7 @@ TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
 TEST_F(Launch, PostedExitReportDoesNotRetainDelegate) {
   start();
   lastServer().exit(1);
-  // The first task is the termination handler, which posts the report to the main thread.
+  // Runs only the first task: the termination handler, which posts the report to the main thread.
   int checks = 0;
   fake.scheduler.runUntil([&] { return checks++ == 1; }, 0ms);
   EXPECT_TRUE(releaseDelegate().expired());

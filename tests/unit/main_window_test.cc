@@ -12,6 +12,7 @@ const std::string blankPageLoad = "load html <body style='background:#07090c;mar
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
   storeAddress();
   launchApplication();
+  // The two timers at the end are those of the update checks.
   EXPECT_THAT(fake.record.take(),
               ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
                           "application activate", blankPageLoad,
@@ -84,14 +85,15 @@ TEST_F(MainWindow, ReloadStartsMissingOrExitedLocalServer) {
     storeAddress(address);
     for (const std::string server : {"missing", "exited"}) {
       SCOPED_TRACE(address + " with " + server + " server");
+      if (server == "missing") delegate().server = nullptr;
       fake.record.take();
       delegate().reloadPage();
       EXPECT_EQ(fake.record.count("launch /usr/local/bin/node"), 1U);
       EXPECT_EQ(fake.record.count("GET " + address + "api/wie"), 1U);
       EXPECT_EQ(fake.record.count("load http"), 0U);
+      // The next reload finds the server of this one exited.
       exitServer(1);
     }
-    delegate().server = nullptr;
   }
 }
 
@@ -124,8 +126,8 @@ class MainWindowOnOccupiedPort : public CoreTest {
     fake.record.take();
     occupyLocalPort();
   }
-  /// Waits for the last probe. Expects that no request was sent and that the error page of a
-  /// server that is not ready is shown then.
+  /// Waits 15 s, until the last probe. Expects that the error page is shown only then and that no
+  /// request was sent.
   void waitAndExpectOnlyErrorPage() {
     fake.scheduler.advance(15s - 1ms);
     EXPECT_EQ(shownError(), "");
@@ -172,7 +174,8 @@ TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessShowsErrorPage) {
   waitAndExpectOnlyErrorPage();
 }
 
-TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPageWhenPortIsLostAfterProbe) {
+TEST_F(MainWindowOnOccupiedPort,
+       TerminatedWebProcessReloadsErrorPageWhenAnotherUserTakesPortAfterProbe) {
   delegate().showError("message");
   freeLocalPort();
   delegate().openOS();
@@ -189,7 +192,7 @@ TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPage) {
   EXPECT_EQ(fake.record.take().back(), "reload");
 }
 
-TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessLeavesReportOfEndedServer) {
+TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfExitedServer) {
   freeLocalPort();
   lastServer().exit(1);
   // The exit of the server has not been reported yet.

@@ -9,7 +9,7 @@ using enum NavigationTarget;
 
 const NavigationDecision isAllowed{NavigationPolicy::allow, NavigationConsequence::none};
 const NavigationDecision isDropped{NavigationPolicy::cancel, NavigationConsequence::none};
-const NavigationDecision opensOutside{NavigationPolicy::cancel, NavigationConsequence::open};
+const NavigationDecision opensExternally{NavigationPolicy::cancel, NavigationConsequence::open};
 const NavigationDecision isDownloaded{NavigationPolicy::cancel, NavigationConsequence::download};
 
 const std::vector<NavigationTarget> everyTarget{mainFrame, subFrame, newWindow};
@@ -17,10 +17,10 @@ const std::vector<NavigationTarget> everyTarget{mainFrame, subFrame, newWindow};
 const std::string local = "http://127.0.0.1:4767/";
 const std::string online = "https://os.test/app/";
 
-/// A malformed URL, which stands for a navigation without a URL.
+/// A text that Url::parse rejects, for a navigation without a URL.
 const std::string noUrl;
 
-/// Expects the same decision for several URLs.
+/// Expects the same decision for each URL and target.
 void expectDecision(const NavigationDecision &decision, const std::string &baseURL,
                     const std::vector<NavigationTarget> &targets,
                     const std::vector<std::string> &urls) {
@@ -39,6 +39,9 @@ std::vector<std::string> onLocalServer(const std::vector<std::string> &paths) {
   return urls;
 }
 
+/// The first call of a download, which reads the cookies for the request.
+const std::string downloadStart = "all cookies";
+
 class NavigationDecisions : public CoreTest {
  protected:
   NavigationDecisions() { createWebView(); }
@@ -48,7 +51,7 @@ class NavigationDecisions : public CoreTest {
   }
 };
 
-TEST_F(NavigationDecisions, PagesOfServerAreAllowed) {
+TEST_F(NavigationDecisions, PagesOfServerAndAboutPagesAreAllowed) {
   expectDecision(isAllowed, local, everyTarget,
                  onLocalServer({"/", "/index.html", "/index.html?day=1#top", "/?path=/api/export",
                                 "/#/api/bestand/12", "//", "/a%20b", "/api/wie", "/api"}));
@@ -57,16 +60,16 @@ TEST_F(NavigationDecisions, PagesOfServerAreAllowed) {
   expectDecision(isAllowed, "file:///srv/os/", everyTarget, {"file:///srv/os/index.html"});
 }
 
-TEST_F(NavigationDecisions, OtherSitesOpenOutside) {
-  expectDecision(opensOutside, local, everyTarget,
+TEST_F(NavigationDecisions, OtherSitesOpenExternally) {
+  expectDecision(opensExternally, local, everyTarget,
                  {"https://example.test/", "http://example.test/api/bestand/1",
                   "http://example.test/api/export", "mailto:someone@example.test",
                   "mailto:someone@example.test?subject=Hello", "tel:+31201234567"});
 }
 
-TEST_F(NavigationDecisions, AddressesSimilarToServerOpenOutside) {
+TEST_F(NavigationDecisions, AddressesSimilarToServerOpenExternally) {
   expectDecision(
-      opensOutside, local, everyTarget,
+      opensExternally, local, everyTarget,
       {"http://127.0.0.1:4767", "http://127.0.0.1:4767?a=1", "http://127.0.0.1:47670/",
        "http://127.0.0.1/", "http://127.0.0.1:4768/", "https://127.0.0.1:4767/",
        "http://localhost:4767/", "http://127.0.0.1.example.test:4767/",
@@ -75,7 +78,7 @@ TEST_F(NavigationDecisions, AddressesSimilarToServerOpenOutside) {
   // Not a URL, because a port has only digits.
   expectDecision(isDropped, local, everyTarget, {"http://127.0.0.1:4767.example.test/"});
   expectDecision(
-      opensOutside, online, everyTarget,
+      opensExternally, online, everyTarget,
       {"https://os.test/", "https://os.test/app", "https://os.test/appliance/",
        "https://os.test/App/", "https://OS.test/app/", "https://os.test.example.test/app/",
        "https://os.test:443/app/", "https://os.test/api/bestand/1", "http://os.test/app/", local});
@@ -174,14 +177,14 @@ TEST_F(NavigationDecisions, DownloadNeedsUserGesture) {
   web().delegate.startDownload(Url::parse("http://127.0.0.1:4767/index.html"),
                                /*hasUserGesture=*/true);
   web().delegate.startDownload(Url::parse("https://example.test/"), /*hasUserGesture=*/true);
-  EXPECT_THAT(fake.record.take(), ElementsAre("all cookies", "open https://example.test/"));
+  EXPECT_THAT(fake.record.take(), ElementsAre(downloadStart, "open https://example.test/"));
 }
 
 TEST_F(NavigationDecisions, ConsequenceStartsBeforeDecisionReturns) {
   EXPECT_EQ(decide("https://example.test/a?b#c"), NavigationPolicy::cancel);
   EXPECT_THAT(fake.record.take(), ElementsAre("open https://example.test/a?b#c"));
   EXPECT_EQ(decide("http://127.0.0.1:4767/api/bestand/12"), NavigationPolicy::cancel);
-  EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
+  EXPECT_THAT(fake.record.take(), ElementsAre(downloadStart));
 }
 
 TEST_F(NavigationDecisions, AllowedOrDroppedNavigationHasNoConsequence) {
@@ -216,12 +219,12 @@ TEST_F(NavigationDecisions, NewWindowRequestOpensOrDownloadsUrlAtOnce) {
   EXPECT_THAT(fake.record.take(),
               ElementsAre("open https://example.test/", "open sms:+31612345678"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
-  EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
+  EXPECT_THAT(fake.record.take(), ElementsAre(downloadStart));
   storeAddress();
   web().delegate.createWebView(Url::parse("https://os.test/index.html"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
   EXPECT_THAT(fake.record.take(),
-              ElementsAre("all cookies", "open http://127.0.0.1:4767/index.html"));
+              ElementsAre(downloadStart, "open http://127.0.0.1:4767/index.html"));
 }
 
 }  // namespace

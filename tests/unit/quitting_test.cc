@@ -16,7 +16,7 @@ class Quitting : public CoreTest {
 };
 
 TEST_F(Quitting, QuitWithoutRunningServerIsImmediate) {
-  delegate();
+  EXPECT_FALSE(delegate().quitting);
   fake.application.requestTermination();
   EXPECT_TRUE(fake.application.terminated);
   EXPECT_TRUE(delegate().quitting);
