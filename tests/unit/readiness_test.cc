@@ -27,9 +27,9 @@ TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
   fake.http.setResponses(localProbeUrl, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   openOS();
+  // 1 ms before the cookie is stored: the page is not loaded yet.
   fake.scheduler.advance(569ms);
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 250ms, 500ms));
-  // Nothing is loaded before the cookie is stored.
   const std::string probe =
       "GET http://127.0.0.1:4767/api/wie timeout 3000 ms [X-ORVEL-App: app-key]";
   EXPECT_THAT(
@@ -68,7 +68,7 @@ TEST_F(Readiness, SuccessOfLastProbeLoadsPage) {
       {"http://127.0.0.1:4767/", 61}, {"http://localhost:3000/", 61}, {"https://os.test/", 9}};
   for (const auto &[address, probes] : rows) {
     storeAddress(address);
-    // By default the connection is refused.
+    // A default FakeResponse is a refused connection.
     std::vector<FakeResponse> responses(probes - 1);
     responses.push_back({.statusCode = 200});
     fake.http.setResponses(address + "api/wie", responses);
@@ -183,18 +183,16 @@ TEST_F(Readiness, EachSuccessfulProbeReplacesCookie) {
 TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
   const std::string script = root() + "/v3/server.mjs";
   std::filesystem::remove(script);
-  for (const std::string situation : {"no file", "dangling symbolic link"}) {
-    SCOPED_TRACE(situation);
+  for (const bool isDangling : {false, true}) {
+    SCOPED_TRACE(isDangling ? "dangling symbolic link" : "no file");
+    if (isDangling) std::filesystem::create_symlink("/nonexistent", script);
     fake.record.take();
     openOS();
     EXPECT_EQ(
         shownError(),
         "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
-    EXPECT_EQ(fake.record.calls().size(), 1U) << "only the error page";
+    EXPECT_EQ(fake.record.calls().size(), 1U) << "more calls than the load of the error page";
     EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
-    if (!std::filesystem::is_symlink(script)) {
-      std::filesystem::create_symlink("/nonexistent", script);
-    }
   }
 }
 
@@ -226,7 +224,7 @@ TEST_F(Readiness, ServerExitEndsProbesAndIsReported) {
   EXPECT_THAT(shownError(), StartsWith("De OS-server is gestopt (code 7)."));
 }
 
-TEST_F(Readiness, SecondOpenCallProbesRunningServerIndependently) {
+TEST_F(Readiness, SecondOpenOsProbesRunningServerIndependently) {
   fake.http.setResponses(localProbeUrl, {{}, {}, {.statusCode = 200}});
   openOS();
   fake.scheduler.advance(100ms);
@@ -256,7 +254,7 @@ TEST_F(Readiness, InvalidAddressAborts) {
   EXPECT_DEATH(openOS(), "OS: invalid server URL: https://os test/\n");
 }
 
-TEST_F(Readiness, SuccessBeforeWebViewAborts) {
+TEST_F(Readiness, SuccessfulProbeBeforeWebViewAborts) {
   delegate().web.reset();
   storeAddress();
   fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200}});
@@ -283,13 +281,14 @@ TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
 }
 
 TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
-  EXPECT_EQ(keyCookie("no address", /*local=*/false, "k", {}), std::nullopt);
-  EXPECT_EQ(keyCookie("mailto:someone", /*local=*/false, "k", {}), std::nullopt);
-  EXPECT_EQ(keyCookie("https://os.test/", /*local=*/false, "", {}), std::nullopt);
-  EXPECT_TRUE(keyCookie("https://os.test/", /*local=*/false, "k", {}).has_value());
+  EXPECT_EQ(keyCookie("no address", /*local=*/false, "k", /*now=*/{}), std::nullopt);
+  EXPECT_EQ(keyCookie("mailto:someone", /*local=*/false, "k", /*now=*/{}), std::nullopt);
+  EXPECT_EQ(keyCookie("https://os.test/", /*local=*/false, "", /*now=*/{}), std::nullopt);
+  EXPECT_TRUE(keyCookie("https://os.test/", /*local=*/false, "k", /*now=*/{}).has_value());
 }
 
 TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
+  // Probes are counted from 0.
   const int lastOnlineProbe = 8;
   delegate().startServer();
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 1s}});
@@ -330,15 +329,15 @@ TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
 }
 
-TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
-  struct Loss {
+TEST_F(Readiness, PageIsNotLoadedWhenPortIsTakenOrServerExitsAfterProbeIsSent) {
+  struct Failure {
     std::string name;
-    std::function<void()> lose;
+    std::function<void()> occur;
     std::string error;
   };
-  const std::vector<Loss> losses{
+  const std::vector<Failure> failures{
       {"another user's program listens", [&] { occupyLocalPort(); }, localServerError},
-      {"the server has ended", [&] { lastServer().exit(7); },
+      {"the server exits", [&] { lastServer().exit(7); },
        "De OS-server is gestopt (code 7). Zie ~/orvel-os/v3/.local/server.log. Herstarten met ⌘R."},
   };
   struct Moment {
@@ -347,15 +346,15 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
     FakeScheduler::Duration cookieDelay;
     bool hasKey = true;
   };
-  // Each loss happens after 500 ms.
+  // Each failure occurs after 500 ms.
   const std::vector<Moment> moments{
       {"before the response", 1s, 0s},
       {"before the response, without a key", 1s, 0s, false},
       {"while the cookie is stored", 0s, 1s},
   };
   for (const auto &[moment, probeDelay, cookieDelay, hasKey] : moments) {
-    for (const auto &[loss, lose, error] : losses) {
-      SCOPED_TRACE(loss + " " + moment);
+    for (const auto &[failure, occur, error] : failures) {
+      SCOPED_TRACE(failure + " " + moment);
       freeLocalPort();
       fake.bundle.texts["ORVELOSKey"] = hasKey ? "app-key" : "";
       recreateDelegate();
@@ -364,7 +363,7 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
       fake.windows.cookies.delay = cookieDelay;
       openOS();
       fake.scheduler.advance(500ms);
-      lose();
+      occur();
       fake.scheduler.advance(1min);
       EXPECT_EQ(fake.http.sent.size(), 1U);
       EXPECT_EQ(fake.record.count("load http"), 0U);
@@ -374,11 +373,11 @@ TEST_F(Readiness, PageIsNotLoadedWhenLocalServerIsLostAfterProbeIsSent) {
   }
 }
 
-TEST_F(Readiness, PortLostAfterEachProbeCountsAsFailedProbe) {
+TEST_F(Readiness, ProbeDuringWhichAnotherUserTakesPortFails) {
   fake.http.setResponses(localProbeUrl, {{.statusCode = 200, .delay = 100ms}});
   openOS();
   for (int failedProbes = 0; failedProbes <= 60; ++failedProbes) {
-    EXPECT_EQ(shownError(), "") << failedProbes;
+    EXPECT_EQ(shownError(), "") << "after " << failedProbes << " failed probes";
     fake.scheduler.advance(50ms);
     occupyLocalPort();
     // The response arrives while another user's program listens.

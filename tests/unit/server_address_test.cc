@@ -55,6 +55,7 @@ TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
 
 TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
   const std::set<std::string> allHosts{"127.0.0.1", "localhost"};
+  // The address of a listener and the hosts whose connections may reach it.
   const std::vector<std::pair<std::string, std::set<std::string>>> rows{
       {"127.0.0.1", allHosts},
       {"0.0.0.0", allHosts},
@@ -62,7 +63,6 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
       {"::ffff:127.0.0.1", allHosts},
       {"::ffff:0.0.0.0", allHosts},
       {"::1", {"localhost"}},
-      // A connection to neither host reaches a socket that listens on one of these addresses.
       {"127.0.0.2", {}},
       {"192.0.2.1", {}},
       {"2001:db8::1", {}},
@@ -73,16 +73,16 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
     const TcpListener foreign{.address = address, .isOwn = false};
     for (const std::string &host : allHosts) {
       const Url url = *Url::parse("http://" + host + ":3000/api/wie");
-      const bool accepts = hosts.contains(host);
+      const bool isReached = hosts.contains(host);
       const auto mayReceive = [&](const std::vector<TcpListener> &listeners) {
         fake.listeners.byPort[3000] = listeners;
         return mayReceiveKey(url, fake.listeners);
       };
-      EXPECT_EQ(mayReceive({own}), accepts) << host << " and own " << address;
+      EXPECT_EQ(mayReceive({own}), isReached) << host << " and own " << address;
       EXPECT_TRUE(mayReceive({own, ownServer})) << host << " and own " << address;
       EXPECT_FALSE(mayReceive({foreign})) << host << " and foreign " << address;
-      EXPECT_EQ(mayReceive({foreign, ownServer}), !accepts) << host << " and foreign " << address;
-      EXPECT_EQ(mayReceive({ownServer, foreign}), !accepts) << host << " and foreign " << address;
+      EXPECT_EQ(mayReceive({foreign, ownServer}), !isReached) << host << " and foreign " << address;
+      EXPECT_EQ(mayReceive({ownServer, foreign}), !isReached) << host << " and foreign " << address;
       EXPECT_FALSE(mayReceive({})) << host;
     }
   }
@@ -100,7 +100,7 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhereSystemDoesNotReportListeners) {
   EXPECT_TRUE(mayReceiveKey(*Url::parse("http://127.0.0.1:4767/"), fake.listeners));
 }
 
-TEST_F(ServerAddress, OnlineUrlMayReceiveKeyWhateverListensHere) {
+TEST_F(ServerAddress, OnlineUrlMayReceiveKeyWhenAnotherUserListensOnSamePort) {
   occupyLocalPort();
   for (const char *url : {"https://os.test:4767/", "https://127.0.0.1:4767/"}) {
     EXPECT_TRUE(mayReceiveKey(*Url::parse(url), fake.listeners)) << url;
@@ -116,7 +116,7 @@ TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
 }
 
-TEST_F(ServerAddress, KeyIsReadOnce) {
+TEST_F(ServerAddress, KeyIsReadOnlyAtCreationOfDelegate) {
   delegate();
   fake.bundle.texts["ORVELOSKey"] = "other key";
   const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));

@@ -42,7 +42,7 @@ TEST_F(ShellRunner, StandardErrorIsDiscardedAndEnvironmentInherited) {
   LaunchRequest launched;
   fake.processes.onLaunch = [&](const LaunchRequest &request) {
     launched = request;
-    // sh waits until the pipe is closed.
+    // sh() reads until all writing ends of the pipe are closed, and this copy holds one.
     launched.standardOutput.handle.reset();
   };
   sh(fake.processes, "echo 'a b'");

@@ -24,12 +24,12 @@ const std::string signatureOfVersion14 =
 const std::string signatureOfLinuxEdition =
     "MEUCIF98h2AQwtjGtCyKytHmB3saGclGm70N93Lf5PUSaM8LAiEAt9UfUDWVzn/"
     "KsTcKrERVdYX5eEjEjZr1KJvB3koAelw=";
-/// Covers nextKey as the new key of the release.
+// Made with ourKey over a message that names nextKey as the new key.
 const std::string signatureOfKeyChange =
     "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
     "yPj7iFRipZ9XvEPI=";
 
-/// Version 1.2 with a public key, and a server that offers version 1.3.
+/// A running application of version 1.2 with a public key.
 class SignedRelease : public InstallationTest {
  protected:
   SignedRelease() {
@@ -205,12 +205,12 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
 }
 
 TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
-  EXPECT_TRUE(matchesSignature(releaseEntries, "1.3", "1.2", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.3", {}, ourKey));
-  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.10", {}, ourKey));
+  EXPECT_TRUE(matchesSignature(releaseEntries, "1.3", "1.2", /*signature=*/{}, ourKey));
+  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.3", /*signature=*/{}, ourKey));
+  EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.10", /*signature=*/{}, ourKey));
 }
 
-TEST_F(SignedRelease, BuildWithoutKeyInstallsAnySignature) {
+TEST_F(SignedRelease, BuildWithoutKeyInstallsWithoutSignatureAndVersionCheck) {
   fake.bundle.texts.erase("ORVELOSUpdateKey");
   releaseEntries.erase("ORVELOSUpdateKey");
   releaseEntries["CFBundleShortVersionString"] = "1.1";

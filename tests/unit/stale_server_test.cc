@@ -38,6 +38,7 @@ TEST_F(StaleServer, BusyPortIsCheckedFortyTimes) {
   fake.processes.setShellOutputs(listenersCommand, {"41\n"});
   setCommandLine("41", commandLineOfThisRoot());
   delegate().killStaleServer();
+  // The first listing, and one before each of the 40 waits.
   EXPECT_EQ(fake.record.count("sh " + listenersCommand), 41U);
   EXPECT_EQ(fake.record.count("sleep 100 ms"), 40U);
   EXPECT_EQ(fake.scheduler.now(), 4s);

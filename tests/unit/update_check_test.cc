@@ -62,7 +62,7 @@ TEST_F(UpdateCheck, MalformedManifestIsRejected) {
   }
 }
 
-TEST_F(UpdateCheck, RequestHasKeyAndPathOfPlatformAndBypassesCache) {
+TEST_F(UpdateCheck, RequestHasKeyAndManifestPathOfEditionAndBypassesCache) {
   for (const Edition &edition : {macosEdition, linuxEdition}) {
     fake.edition = edition;
     recreateDelegate();
@@ -73,7 +73,7 @@ TEST_F(UpdateCheck, RequestHasKeyAndPathOfPlatformAndBypassesCache) {
   }
 }
 
-TEST_F(UpdateCheck, LocalAddressShowsBuildInstructions) {
+TEST_F(UpdateCheck, ManualCheckOfLocalAddressShowsBuildInstructions) {
   for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000"}) {
     storeAddress(address);
     fake.panels.shown.clear();
@@ -86,14 +86,15 @@ TEST_F(UpdateCheck, LocalAddressShowsBuildInstructions) {
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
-TEST_F(UpdateCheck, InvalidAddressEndsWithoutNotice) {
+TEST_F(UpdateCheck, InvalidAddressEndsCheckWithoutNotice) {
   storeAddress("https://os test");
   check(manual);
   EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
-TEST_F(UpdateCheck, NoNewerVersionReportsCurrentVersion) {
+TEST_F(UpdateCheck, ManualCheckWithoutNewerVersionReportsCurrentVersion) {
+  // The running application has version 1.0.
   for (const std::string versie : {"1.0", "0.9", "1", "nonsense"}) {
     fake.panels.shown.clear();
     publishRelease(versie);
@@ -121,7 +122,8 @@ TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
     delegate().zoekUpdateMenu();
     fake.scheduler.runUntilIdle();
     EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Kon niet controleren op updates."))
-        << failure.statusCode.value_or(0) << failure.body.value_or(" without a body");
+        << "status " << failure.statusCode.value_or(0) << ", body "
+        << failure.body.value_or("absent");
   }
   EXPECT_EQ(fake.record.count("download"), 0U);
 }
@@ -180,7 +182,7 @@ TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
   EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
 }
 
-TEST_F(UpdateCheck, InstallationStartsOnThreadOfCompletion) {
+TEST_F(UpdateCheck, InstallationStartsWhileMainThreadIsBlocked) {
   publishRelease("1.3");
   delegate().zoekUpdate(silent);
   // Blocks the main thread, so that only background tasks run.

@@ -17,7 +17,7 @@ TEST_F(WorkingFolder, NameEndsWithVersion) {
   EXPECT_EQ(workingFolder("/tmp", "$(rm -rf ~) `x`\n"), "/tmp/orvel-os-update-$(rm -rf ~) `x`\n");
 }
 
-TEST_F(WorkingFolder, VersionThatLeavesTemporaryFolderIsRejected) {
+TEST_F(WorkingFolder, VersionWithPathTraversalOrNulIsRejected) {
   for (const std::string &versie : {std::string("/.."), std::string("/../../home"),
                                     std::string("1.3/../x"), std::string("a\0b", 3)}) {
     EXPECT_EQ(workingFolder("/tmp", versie), std::nullopt) << versie;
@@ -113,8 +113,8 @@ TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
 
   setArchiveContents("Orvel OS.app", infoPlist(""));
-  install("other identifier");
-  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("other identifier") + "/Orvel OS.app"));
+  install("missing identifier");
+  EXPECT_TRUE(std::filesystem::exists(workingFolderFor("missing identifier") + "/Orvel OS.app"));
 
   unpackArchive = [](const std::string &, const std::string &) {};
   install("no bundle");
