@@ -13,11 +13,11 @@ class Launch : public CoreTest {
  protected:
   Launch() { createWebView(); }
 
-  void start() { delegate().startServer(); }
+  void startServer() { delegate().startServer(); }
 };
 
 TEST_F(Launch, ServerGetsScriptRootPortAndPath) {
-  start();
+  startServer();
   const LaunchRequest &request = lastServer().request;
   EXPECT_EQ(request.executable, "/usr/local/bin/node");
   EXPECT_THAT(request.arguments, ElementsAre(root() + "/v3/server.mjs"));
@@ -35,7 +35,7 @@ TEST_F(Launch, ServerEndsWithParentAndShellCommandsDoNot) {
   fake.processes.onLaunch = [&](const LaunchRequest &request) {
     launches.emplace_back(request.executable, request.endsWithParent);
   };
-  start();
+  startServer();
   // The shell commands list the programs that listen on the port and look up node.
   EXPECT_THAT(launches, ElementsAre(std::pair("/bin/zsh", false), std::pair("/bin/zsh", false),
                                     std::pair("/opt/node", true)));
@@ -46,7 +46,7 @@ TEST_F(Launch, StandardOutputAndErrorShareHandleOfTruncatedLog) {
   for (const bool exists : {true, false}) {
     SCOPED_TRACE(exists ? "existing log" : "missing log folder");
     if (!exists) std::filesystem::remove_all(root() + "/v3");
-    start();
+    startServer();
     const LaunchRequest &request = lastServer().request;
     ASSERT_EQ(request.standardOutput.kind, StandardStream::Kind::handle);
     ASSERT_EQ(request.standardError.kind, StandardStream::Kind::handle);
@@ -65,7 +65,7 @@ TEST_F(Launch, LogAndItsFolderAreOnlyForOwner) {
       std::filesystem::permissions(logPath(), std::filesystem::perms(0666));
       std::filesystem::permissions(root() + "/v3/.local", std::filesystem::perms(0775));
     }
-    start();
+    startServer();
     EXPECT_EQ(posix_test::modeOf(logPath()), 0600U);
     EXPECT_EQ(posix_test::modeOf(root() + "/v3/.local"), 0700U);
   }
@@ -73,8 +73,8 @@ TEST_F(Launch, LogAndItsFolderAreOnlyForOwner) {
 
 TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
   const std::string logFolder = root() + "/v3/.local";
-  const auto startAndExpectInheritedOutputs = [this] {
-    start();
+  const auto startServerAndExpectInheritedOutputs = [this] {
+    startServer();
     const LaunchRequest &request = lastServer().request;
     EXPECT_EQ(request.standardOutput.kind, StandardStream::Kind::inherited);
     EXPECT_EQ(request.standardError.kind, StandardStream::Kind::inherited);
@@ -82,33 +82,33 @@ TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
     EXPECT_EQ(shownError(), "");
   };
   writeFile(logFolder, "a file");
-  startAndExpectInheritedOutputs();
+  startServerAndExpectInheritedOutputs();
   std::filesystem::remove(logFolder);
   std::filesystem::create_directory(logFolder);
   // Without a reader, open(2) of a FIFO would block.
   ASSERT_EQ(::mkfifo(logPath().c_str(), 0600), 0);
-  startAndExpectInheritedOutputs();
+  startServerAndExpectInheritedOutputs();
 }
 
 TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
   setNodeScript({.launchError = "/usr/local/bin/node: No such file or directory"});
-  start();
+  startServer();
   EXPECT_EQ(shownError(), "Kon node niet starten: /usr/local/bin/node: No such file or directory");
   EXPECT_EQ(delegate().server, nullptr);
 
   setNodeScript({});
-  start();
+  startServer();
   const auto first = delegate().server;
   exitServer(1);
   setNodeScript({.launchError = "broken"});
-  start();
+  startServer();
   EXPECT_EQ(shownError(), "Kon node niet starten: broken");
   EXPECT_EQ(delegate().server, first);
 }
 
 TEST_F(Launch, ExitIsReportedWithExitCodeOrSignalNumber) {
   for (const int status : {0, 1, 3, SIGKILL, -1}) {
-    start();
+    startServer();
     lastServer().exit(status);
     EXPECT_EQ(shownError(), "");
     fake.scheduler.runUntilIdle();
@@ -125,17 +125,17 @@ TEST_F(Launch, LooksForStaleServerThenFindsNodeThenTruncatesLogThenLaunches) {
   fake.locations.executables = {};
   std::vector<std::string> logs;
   fake.processes.onLaunch = [&](const LaunchRequest &) { logs.push_back(contentsOf(logPath())); };
-  start();
+  startServer();
   EXPECT_THAT(fake.record.take(),
               ElementsAre("sh " + listenersCommand, "sh " + nodeLookupCommand,
                           "launch /usr/local/bin/node " + root() + "/v3/server.mjs"));
-  EXPECT_THAT(logs, ElementsAre("old", "old", "")) << "the log at each of these calls";
+  EXPECT_THAT(logs, ElementsAre("old", "old", "")) << "the log at each of the three launches";
 }
 
 TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
-  start();
+  startServer();
   lastServer().exit(1);
-  start();
+  startServer();
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.processes.launched.size(), 2U);
   EXPECT_EQ(delegate().server, fake.processes.launched[1]);
@@ -143,7 +143,7 @@ TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
 }
 
 TEST_F(Launch, PostedExitReportDoesNotRetainDelegate) {
-  start();
+  startServer();
   lastServer().exit(1);
   // Runs only the first task: the termination handler, which posts the report to the main thread.
   int checks = 0;
@@ -155,7 +155,7 @@ TEST_F(Launch, PostedExitReportDoesNotRetainDelegate) {
 }
 
 TEST_F(Launch, ExitAfterDelegateIsDestroyedIsIgnored) {
-  start();
+  startServer();
   releaseDelegate();
   fake.record.take();
   lastServer().exit(1);

@@ -152,6 +152,7 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
       {"https://os.test:8443/app/", "os.test", true},
       {"http://localhost:3000/", "localhost", false},
   };
+  const auto fiveYears = 157'680'000s;
   for (const auto &[address, host, isSecure] : rows) {
     storeAddress(address);
     fake.windows.cookies.cookies.clear();
@@ -164,7 +165,7 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
                                    .domain = host,
                                    .path = "/",
                                    .secure = isSecure,
-                                   .expires = fake.clock.start + 157'680'000s}));
+                                   .expires = fake.clock.start + fiveYears}));
     EXPECT_EQ(web().shownUrl, address);
     EXPECT_EQ(fake.processes.launched.size(), isSecure ? 0U : 1U) << address;
   }

@@ -8,7 +8,7 @@
 namespace orvel {
 namespace {
 
-TEST(FileName, ExtensionBeginsAtLastFullStopBetweenOtherCharacters) {
+TEST(FileName, ExtensionBeginsAtLastFullStopUnlessItIsFirstOrLastCharacter) {
   struct Row {
     std::string name;
     std::string stem;
@@ -52,7 +52,7 @@ TEST(FileName, ExtensionAgreesWithNsurl) {
   }
 }
 
-TEST(FileName, SpaceOrBidirectionalControlPreventsExtension) {
+TEST(FileName, SpaceOrBidirectionalControlAfterFullStopPreventsExtension) {
   // NOLINTBEGIN(misc-misleading-bidirectional)
   for (const std::string character :
        {" ", "\u200E", "\u200F", "\u061C", "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
