@@ -133,9 +133,9 @@ class AppDelegate final : public ApplicationDelegate,
   /// Returns the request for the page of the OS server. It has no key header, because the cookie
   /// carries the key.
   UrlRequest pageRequest() const;
-  /// Loads the page of the OS server. Continues as after a failed probe when the page's request may
-  /// not carry the key (`mayReceiveKey`). Does nothing when the local server is needed but has
-  /// ended. `tries` is that of `waitForServer`.
+  /// Loads the page of the OS server. Continues as after a failed probe when the server may not get
+  /// the key (`mayReceiveKey`). Does nothing when the local server is needed but has ended. `tries`
+  /// is the number of probes that have failed, as in `waitForServer`.
   void loadPage(int tries);
   /// Probes the server until it is ready and then loads its page. Does nothing when the server is
   /// being probed already.

@@ -20,8 +20,8 @@
 
 namespace orvel {
 
-/// The interfaces of the operating system, which the composition root passes to the core.
-/// The referenced objects must outlive the core.
+/// The interfaces of the operating system. The main() of an edition creates their implementations,
+/// which must live until the process ends, and passes them to runApplication.
 struct Platform {
   Application &application;
   WindowSystem &windows;

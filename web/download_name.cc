@@ -21,8 +21,8 @@ std::string_view truncated(std::string_view text, std::size_t maxSize) {
   return text.substr(0, maxSize);
 }
 
-/// Returns a file name of a stem, a number or nothing (`middle`), and an extension. Truncates the
-/// stem when the name would be too long.
+/// Returns the name that consists of a stem, a number or nothing (`middle`), and an extension.
+/// Truncates the stem when the name would be too long.
 std::string joined(std::string_view stem, std::string_view middle, std::string_view extension) {
   const std::size_t fixedSize = middle.size() + extension.size();
   // Drop an extension that leaves no room for the stem.
