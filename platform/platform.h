@@ -20,8 +20,8 @@
 
 namespace orvel {
 
-/// The interfaces of the operating system. The main() of an edition creates their implementations,
-/// which must live until the process ends, and passes them to runApplication.
+/// The interfaces of the operating system. The main() of an edition creates their implementations
+/// and passes them to runApplication. The implementations must outlive the AppDelegate.
 struct Platform {
   Application &application;
   WindowSystem &windows;
