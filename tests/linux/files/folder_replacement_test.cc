@@ -299,7 +299,7 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
       [&] {
         const Tree left = treeOf(original_);
         if (left.empty()) {
-          // The kill was between the two renames.
+          // The kill was between the two renames. The old folder is complete at its other path.
           ++missingFolders;
           ASSERT_EQ(treeOf(movedOriginal_), old);
           fs::rename(movedOriginal_, original_);
@@ -330,12 +330,18 @@ TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
   EXPECT_EQ(incompleteCopies > 5, GetParam().crossesFileSystems);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySystemCall, FolderReplacementKill,
-                         testing::Values(Scenario{"OnOneFileSystem", false, true},
-                                         Scenario{"AcrossFileSystems", true, true},
-                                         Scenario{"WithoutExchange", false, false},
-                                         Scenario{"AcrossWithoutExchange", true, false}),
-                         [](const auto &scenario) { return scenario.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    EverySystemCall, FolderReplacementKill,
+    testing::Values(
+        Scenario{.name = "OnOneFileSystem", .crossesFileSystems = false, .canExchange = true},
+        Scenario{.name = "AcrossFileSystems", .crossesFileSystems = true, .canExchange = true},
+        Scenario{.name = "OnOneFileSystemWithoutExchange",
+                 .crossesFileSystems = false,
+                 .canExchange = false},
+        Scenario{.name = "AcrossFileSystemsWithoutExchange",
+                 .crossesFileSystems = true,
+                 .canExchange = false}),
+    [](const auto &scenario) { return scenario.param.name; });
 
 }  // namespace
 }  // namespace orvel

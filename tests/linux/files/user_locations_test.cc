@@ -29,7 +29,7 @@ TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
     // In a child, because GLib reads HOME only once.
     EXPECT_EQ(posix_test::runInChild([&row] {
                 ::setenv("HOME", row.variable, 1);
-                const UserLocations locations("/nowhere");
+                const UserLocations locations("/unused temporary folder");
                 const std::string downloads = locations.downloads();
                 return locations.home() == row.home && downloads.starts_with('/') &&
                        !downloads.ends_with('/');

@@ -71,7 +71,8 @@ class MainWindow : public testing::Test {
   /// Stores a frame, as an earlier run does, and creates the window of the configuration.
   GtkWindow *makeWindow(const std::string &storedFrame = "") {
     platform->interfaces().defaults.setText("TestFrame", storedFrame);
-    auto made = platform->interfaces().windows.create(configuration, {}, delegate);
+    auto made =
+        platform->interfaces().windows.create(configuration, WebViewConfiguration(), delegate);
     view = std::move(made.web);
     window = std::move(made.window);
     return dynamic_cast<GtkMainWindow &>(*window).handle();

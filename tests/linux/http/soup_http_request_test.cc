@@ -23,7 +23,7 @@ class SoupHttpRequest : public testing::Test {
   SoupHttpSession session_;
 };
 
-TEST_F(SoupHttpRequest, GetRequestHasNoKeyCookieOrCacheFields) {
+TEST_F(SoupHttpRequest, GetRequestHasNoAppKeyCookieOrCacheFields) {
   const std::string head = headOf(requestOf(server_.url("/a/b?c=d%20e#f")));
   EXPECT_TRUE(head.starts_with("GET /a/b?c=d%20e HTTP/1.1\r\n")) << head;
   EXPECT_EQ(headerField(head, "Host"), " 127.0.0.1:" + std::to_string(server_.port()));

@@ -36,12 +36,12 @@ class PageDelegate final : public WebViewDelegate {
   NavigationPolicy policyFor(const NavigationAction &action) const override {
     lastPolicyQuery = describe(action);
     if (!action.url) return NavigationPolicy::cancel;
-    const bool isOwnServer =
+    const bool isOwnServerOrAbout =
         action.url->scheme == "about" || action.url->absoluteString.starts_with(server);
     const bool isFile = action.url->path.starts_with("/file/");
     const bool isExcluded =
         action.url->path == "/export" || (isFile && action.target != NavigationTarget::subFrame);
-    return isOwnServer && !isExcluded ? NavigationPolicy::allow : NavigationPolicy::cancel;
+    return isOwnServerOrAbout && !isExcluded ? NavigationPolicy::allow : NavigationPolicy::cancel;
   }
   void createWebView(const std::optional<Url> &url) override {
     newWindows.push_back(describe(url));

@@ -113,6 +113,7 @@ class Pointer : public PageTest {
     FAIL() << "no entry " << label;
   }
 
+  /// The marks of the context menu that WebKit has opened last, as `recordMarks` describes them.
   Strings marks;
   const GObjectPointer<GtkWindow> window = retain(GTK_WINDOW(gtk_window_new()));
 };
@@ -120,7 +121,8 @@ class Pointer : public PageTest {
 struct ContextMenuCase {
   std::string name;
   std::string element;
-  /// Each label with its mark in front. The empty text stands for a separator.
+  /// The label of each item, after "-" for a disabled item or "+" for a checked one. Empty for a
+  /// separator.
   std::vector<std::string> labels;
 };
 
