@@ -38,8 +38,8 @@ test('the Tab key moves between the buttons only, and their bright focus ring st
       await screen.pressKeys('Tab');
       const { extents } = await awaitFocus(screen, label);
       const { x: left, y: top } = await screen.geometry(panel);
-      // Looks for the two bright pixels of the ring's upper edge, above the middle of the button. The
-      // edge is up to 16 pixels above the extents, because these may leave out the padding.
+      // Looks for the two bright pixels of the ring's upper edge, above the middle of the button.
+      // The edge is up to 16 pixels above the extents, because these may leave out the padding.
       const x = Math.round(left + extents.x + extents.width / 2);
       const y = Math.round(top + extents.y);
       const hasRing = () => {
