@@ -114,7 +114,7 @@ class LaunchFailure : public ChildStart {
       ADD_FAILURE() << "termination handler called without a process";
     };
     const auto result = launcher_.launch(request);
-    EXPECT_FALSE(result.process);
+    EXPECT_FALSE(result.process) << path;
     EXPECT_EQ(result.error, path + ": " + errnoDescription(errorNumber));
     EXPECT_FALSE(hasZombieChild());
   }
@@ -154,7 +154,8 @@ TEST_P(LaunchFailure, LaunchErrorNamesUnusableWorkingDirectoryElseProgram) {
 }
 
 TEST_P(LaunchFailure, InvalidRequestFailsLaunch) {
-  const std::string textWithNul("exit 0\0 || exit 1", 17);
+  using namespace std::string_literals;
+  const std::string textWithNul = "exit 0\0 || exit 1"s;
   expectLaunchError(program("/bin/sh", {"-c", textWithNul}), "/bin/sh", EINVAL);
   auto request = program("/bin/sh", {"-c", "exit 0"});
   request.environmentChanges["NAME"] = textWithNul;

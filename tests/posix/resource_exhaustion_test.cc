@@ -76,8 +76,8 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
   const auto request = program("/bin/sh", {"-c", "exit 3"});
   LaunchResult child;
   int failures = 0;
-  // With a rising limit, first no thread can be created, then a thread but no process, and
-  // finally both. 5000 bounds the loop.
+  // With a rising limit, the launch fails first for lack of a thread, then for lack of a process,
+  // and finally succeeds. 5000 bounds the loop.
   for (rlim_t tasks = 0; !child.process && tasks < 5000; ++tasks) {
     const TaskLimit limit(tasks);
     child = launcher.launch(request);

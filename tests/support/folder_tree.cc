@@ -21,7 +21,7 @@ std::string describeEntry(const fs::path &path) {
   if (fs::is_directory(status)) return "folder " + text.str();
   if (!fs::is_regular_file(status)) return "special file " + text.str();
   std::string contents = contentsOf(path);
-  // Keeps failure messages readable.
+  // A hash of long contents keeps failure messages readable.
   if (contents.size() > 200) {
     const std::size_t hash = std::hash<std::string>{}(contents);
     contents = std::to_string(contents.size()) + " bytes of hash " + std::to_string(hash);
@@ -55,11 +55,12 @@ Tree makeTree(const fs::path &folder, const std::string &label) {
   fs::permissions(contents / "Resources", fs::perms(0750));
   makeFile(contents / "Info.plist", "information of " + label, 0644);
   makeFile(contents / "Linux" / "program", "#!/bin/sh\necho " + label + "\n", 0755);
-  makeFile(contents / "Resources" / "with 'quotes', \"blanks\"\nand a line", label, 0600);
+  makeFile(contents / "Resources" / "with spaces, 'single' and \"double\" quotes\nand a line break",
+           label, 0600);
   makeFile(contents / "Resources" / "read-only", label, 0444);
   makeFile(contents / "Resources" / "large", std::string(20'000, label.front()), 0640);
   makeFile(contents / "Resources" / "no bytes", "", 0644);
-  makeFile(folder / ("only of " + label), label, 0644);
+  makeFile(folder / ("only in " + label), label, 0644);
   fs::create_symlink("Linux", contents / "Current");
   fs::create_symlink("/nowhere/" + label, contents / "dangling");
   fs::create_symlink("../Info.plist", contents / "Linux" / "information");
@@ -69,7 +70,7 @@ Tree makeTree(const fs::path &folder, const std::string &label) {
 Tree makeSmallTree(const fs::path &folder, const std::string &label) {
   fs::create_directories(folder / "Contents");
   makeFile(folder / "Contents" / "program", "#!/bin/sh\necho " + label + "\n", 0755);
-  makeFile(folder / ("only of " + label), label, 0600);
+  makeFile(folder / ("only in " + label), label, 0600);
   fs::create_symlink("Contents/" + label, folder / "link");
   return treeOf(folder);
 }

@@ -143,7 +143,7 @@ void LoopbackServer::serve(int descriptor) {
     }
     handler_(*connection, head);
   }
-  // The connection is still open here. After its close, the kernel may reuse the number at once.
+  // Erased before the connection closes, because the kernel may reuse the number at once.
   const std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
 }

@@ -128,6 +128,7 @@ bool replaceFolder(const std::string &original, const std::string &replacement) 
   // A folder that is exchanged with itself would be removed as the old one.
   std::error_code failure;
   if (fs::equivalent(original, replacement, failure) || failure) return false;
+  // A process that was killed during an earlier replacement may have left these two folders.
   const fs::path copy = hiddenSibling(original, copyExtension);
   discard(copy);
   discard(hiddenSibling(original, oldExtension));

@@ -17,7 +17,7 @@ namespace {
 constexpr int permissions = 0666;
 
 /// The hidden files of this process. At exit the remaining ones are removed. From then on no new
-/// ones are created, because other threads may still be running.
+/// ones are created: other threads may still be running, and nothing would remove their files.
 class HiddenFiles {
  public:
   static HiddenFiles &all() {

@@ -20,8 +20,8 @@ inline gpointer asyncFunctionData(AsyncFunction function) {
   return std::make_unique<AsyncFunction>(std::move(function)).release();
 }
 
-/// The GAsyncReadyCallback that goes with `asyncFunctionData`. Runs on the thread whose
-/// main context was the default when the asynchronous call started.
+/// The GAsyncReadyCallback that goes with `asyncFunctionData`. Runs on the thread of the main
+/// context that was the thread-default one when the asynchronous call started.
 inline void callAsyncFunction(GObject *source, GAsyncResult *result, gpointer data) {
   const std::unique_ptr<AsyncFunction> function(static_cast<AsyncFunction *>(data));
   (*function)(source, result);

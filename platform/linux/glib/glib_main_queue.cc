@@ -40,15 +40,15 @@ GlibMainQueue::~GlibMainQueue() {
   g_source_unref(source_);
 }
 
-void GlibMainQueue::post(std::function<void()> work) { add(0, {std::move(work), 0}); }
+void GlibMainQueue::post(std::function<void()> work) { add(0, {.work = std::move(work)}); }
 
 void GlibMainQueue::after(std::chrono::milliseconds delay, std::function<void()> work) {
-  add(microseconds(std::max(delay, std::chrono::milliseconds(0))), {std::move(work), 0});
+  add(microseconds(std::max(delay, std::chrono::milliseconds(0))), {.work = std::move(work)});
 }
 
 void GlibMainQueue::every(std::chrono::milliseconds interval, std::function<void()> work) {
   const auto step = microseconds(std::max(interval, std::chrono::milliseconds(1)));
-  add(step, {std::move(work), step});
+  add(step, {.work = std::move(work), .interval = step});
 }
 
 void GlibMainQueue::add(std::int64_t delay, Task task) {

@@ -45,6 +45,7 @@ class GlibMainQueue final : public MainQueue {
   };
   struct Source;
 
+  /// Adds a task that is due after a delay in microseconds.
   void add(std::int64_t delay, Task task);
   // Both require the mutex.
   void insert(std::int64_t due, Task task);

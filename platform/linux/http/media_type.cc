@@ -66,18 +66,18 @@ std::string essence(std::string_view mediaType) {
 /// Adds the glob patterns of a type's XML file to the extensions (Shared MIME-info Database,
 /// section 2.2).
 void addPatterns(const std::string &xml, Extensions &extensions) {
-  const auto element = [](GMarkupParseContext *, const char *name, const char **names,
-                          const char **values, gpointer found, GError **) {
-    if (std::string_view(name) != "glob") return;
+  const auto startElement = [](GMarkupParseContext *, const char *element, const char **attributes,
+                               const char **values, gpointer found, GError **) {
+    if (std::string_view(element) != "glob") return;
     std::string_view pattern;
     int weight = 50;  // The default of the database format.
-    for (; *names != nullptr; ++names, ++values) {
-      if (std::string_view(*names) == "pattern") pattern = *values;
-      if (std::string_view(*names) == "weight") weight = std::atoi(*values);
+    for (; *attributes != nullptr; ++attributes, ++values) {
+      if (std::string_view(*attributes) == "pattern") pattern = *values;
+      if (std::string_view(*attributes) == "weight") weight = std::atoi(*values);
     }
     static_cast<Extensions *>(found)->add(pattern, weight);
   };
-  const GMarkupParser parser{element, nullptr, nullptr, nullptr, nullptr};
+  const GMarkupParser parser{startElement, nullptr, nullptr, nullptr, nullptr};
   const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(
       g_markup_parse_context_new(&parser, GMarkupParseFlags{}, &extensions, nullptr),
       g_markup_parse_context_free);

@@ -65,11 +65,12 @@ class SoupHttpSession final : public HttpSession {
   /// Work for the completion thread.
   SerialQueue completions_;
 
-  // Used on the request thread only, until `thread_`.
+  // The members from here to `tasks_` are used on the request thread only.
   bool stopping_ = false;
   /// Requests whose completion has not returned yet.
   int unfinished_ = 0;
-  /// A local variable of run(), which destroys it on the request thread.
+  /// Points to a local variable of run(), because libsoup sessions must be destroyed on the request
+  /// thread.
   SoupSessions *sessions_ = nullptr;
   std::set<std::unique_ptr<SoupTask>> tasks_;
 
