@@ -33,7 +33,7 @@ Environment environmentAfter(const GraphicsHardware &hardware, unsigned gtkMinor
 
 TEST(RendererChoice, RenderNodeMeansUsableGpuAndVersionFileMeansNvidiaDriver) {
   const TemporaryFolder devices;
-  // The arguments stand for /dev/dri and /proc/driver/nvidia/version.
+  // The arguments of detectGraphicsHardware() stand for /dev/dri and /proc/driver/nvidia/version.
   const auto missing = devices.path() / "missing";
   EXPECT_EQ(detectGraphicsHardware(missing, missing), GraphicsHardware());
   EXPECT_FALSE(detectGraphicsHardware(devices.path(), missing).hasUsableGpu);

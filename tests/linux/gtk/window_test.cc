@@ -115,7 +115,7 @@ TEST_F(MainWindow, FirstFrameIsStoredFrameWithinLimitsOrContentRectangle) {
   };
   for (const auto &[stored, frame] : rows) {
     EXPECT_EQ(frameOf(makeWindow(stored)), frame) << stored;
-    // Destroyed here, because it could overwrite the stored frame of the next row.
+    // A window that still exists could overwrite the stored frame of the next row.
     window.reset();
   }
 }

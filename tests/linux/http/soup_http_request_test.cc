@@ -87,6 +87,7 @@ TEST_F(SoupHttpRequest, AddressOtherThanHttpUrlFails) {
 
 TEST_F(SoupHttpRequest, LoopbackAddressBypassesProxy) {
   ::setenv("http_proxy", refusedUrl("").c_str(), 1);
+  // The value that the machine has set could contain the loopback addresses.
   ::setenv("no_proxy", "", 1);
   EXPECT_EQ(fetch(session_, server_.url()).status, 200);
   EXPECT_EQ(fetch(session_, "http://localhost:" + std::to_string(server_.port())).status, 200);
@@ -106,11 +107,12 @@ TEST_F(SoupHttpRequest, ResponsesAreNotCached) {
 TEST_F(SoupHttpRequest, EndlessRedirectFailsAfterAtMostTwentyRedirects) {
   const LoopbackServer server(respondWith(redirectTo("/again")));
   EXPECT_EQ(fetch(session_, server.url()).status, std::nullopt);
+  // The first request and its redirects.
   EXPECT_LE(server.heads().size(), 21U);
   EXPECT_GE(server.heads().size(), 10U);
 }
 
-TEST_F(SoupHttpRequest, RedirectToAnotherSchemeIsNotFollowed) {
+TEST_F(SoupHttpRequest, RedirectToAnotherSchemeOrMalformedUrlIsNotFollowed) {
   for (const char *target : {"file:///etc/hostname", "data:text/plain,x", "ftp://127.0.0.1/",
                              "http://", "http://[", "javascript:1"}) {
     const LoopbackServer server(respondWith(redirectTo(target)));
