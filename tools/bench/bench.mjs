@@ -18,9 +18,9 @@ import { listViewers } from './viewers.mjs';
 
 const [application, programs, resultsFile, mode = 'all'] = process.argv.slice(2);
 const rounds = {
-  all: { starts: 10, minutes: 2, loops: 3, transfers: 4, updates: 6 },
-  quick: { starts: 1, minutes: 0, loops: 1, transfers: 0, updates: 0 },
-  updates: { starts: 0, minutes: 0, loops: 0, transfers: 0, updates: 6 },
+  all: { starts: 10, minutes: 2, mainLoops: 3, transfers: 4, updates: 6 },
+  quick: { starts: 1, minutes: 0, mainLoops: 1, transfers: 0, updates: 0 },
+  updates: { starts: 0, minutes: 0, mainLoops: 0, transfers: 0, updates: 6 },
 }[mode];
 
 /// Returns a folder in memory if it has enough free space, so that the results do not depend on the
@@ -42,7 +42,7 @@ const results = {
   asRoot: process.getuid() === 0,
   niceness: getPriority(),
   rounds, loadAverages: [], names: viewers.map(({ name }) => name),
-  ready: {}, cold: {}, minute: {}, loops: {}, transfers: {}, failures: [],
+  ready: {}, cold: {}, minute: {}, mainLoops: {}, transfers: {}, failures: [],
 };
 
 /// Adds the result of one measurement and writes the file, which is then complete up to here if the
@@ -84,10 +84,10 @@ try {
       await measure('cold', viewer.name, () => measureColdStart(bench, viewer));
     }
   }
-  for (let round = 0; round < rounds.loops; round += 1) {
-    await measure('loops', 'ready', () => measureMainLoop(bench, ours));
-    await measure('loops', 'cold', () => measureMainLoop(bench, ours, { cold: true }));
-    await measure('loops', 'bare', () => measureMainLoop(bench, tuned));
+  for (let round = 0; round < rounds.mainLoops; round += 1) {
+    await measure('mainLoops', 'ready', () => measureMainLoop(bench, ours));
+    await measure('mainLoops', 'cold', () => measureMainLoop(bench, ours, { cold: true }));
+    await measure('mainLoops', 'tuned', () => measureMainLoop(bench, tuned));
   }
   for (let round = 0; round < rounds.transfers; round += 1) {
     for (const transfers of downloads) await measureTransfers(round, transfers);

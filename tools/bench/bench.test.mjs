@@ -26,7 +26,7 @@ test('medians ignore failed measurements, and ratios are taken within a round', 
   assert.equal(medianRatio([2, 30, NaN], [1, 10, 5]), 2.5);
 });
 
-test('the heavy page is detected by its pixels from edge to edge', () => {
+test('an empty screen and the complete heavy page are recognised by their pixels', () => {
   const colours = new Map();
   const paint = (colour, y, ...columns) => columns.forEach((x) => colours.set(`${x},${y}`, colour));
   const screen = {
@@ -57,7 +57,7 @@ test('the measurement of a process tree includes an orphaned process', async () 
   assert.ok(measured.processor > 20, `processor time ${measured.processor}`);
   assert.ok(measured.memory > 10, `memory ${measured.memory}`);
   await tree.kill();
-  assert.equal(tree.child.exitCode, 0);
+  assert.equal(tree.child.exitCode, 0, 'process_tree.py');
 });
 
 test('a process tree reports the exit of its last process', async () => {
@@ -76,9 +76,11 @@ test('the report lists the targets as met, missed or not measured', () => {
     'Orvel OS': starts(900, 103, 50), 'bare viewer': starts(2000, 200, 90),
     'bare viewer, tuned': starts(1000, 100, 60), 'Chromium --app': starts(899, 300, 49),
   };
+  // The cold start misses its target by 1 ms: the ready start takes 900 ms, and the server, which
+  // starts in 60 ms, is noticed by the next probe, after 250 ms.
   const results = {
     names: Object.keys(ready), ready, cold: { ...ready, 'Orvel OS': starts(1151, 1, 1) },
-    minute: { 'Orvel OS': [30], 'bare viewer': [40], 'bare viewer, tuned': [20] }, loops: {},
+    minute: { 'Orvel OS': [30], 'bare viewer': [40], 'bare viewer, tuned': [20] }, mainLoops: {},
     transfers: {
       'large': [{ time: 10 }], 'large, curl': [{ time: 8 }],
       'update': [{ time: 20, beforeUnpacking: 5 }], 'update, tools': [{ time: 19 }],
@@ -86,7 +88,8 @@ test('the report lists the targets as met, missed or not measured', () => {
       'update, verified, 500 Mbit/s': [{ download: 100, beforeUnpacking: 15 }],
     },
     failures: [], loadAverages: [1],
-    rounds: { starts: 1, transfers: 1, updates: 1, loops: 0 }, machine: { memory: 1 }, asRoot: true,
+    rounds: { starts: 1, transfers: 1, updates: 1, mainLoops: 0 },
+    machine: { memory: 1 }, asRoot: true,
   };
   const targets = (wanted) => checkTargets(results).filter(({ result }) => result === wanted)
     .map(({ target }) => target);

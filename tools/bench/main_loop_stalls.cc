@@ -60,7 +60,7 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
 
 }  // namespace
 
-/// Replaces the function of the C library, and calls it.
+/// Replaces the function of the C library: calls it and adds the main thread's time to `waited`.
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
   // dlsym() may return the older version of this function in glibc, which has another ABI.

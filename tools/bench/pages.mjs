@@ -10,7 +10,7 @@ export const SMALL_FILES = 10_000;
 /// How many small files the page requests before it has received one.
 const CONCURRENT_FILES = 8;
 
-/// The colour of the marks at the lower edge, which appear when the page is loaded, and of the
+/// The colours of the marks at the lower edge, which appear when the page is loaded, and of the
 /// band at the top.
 export const MARK = [19, 199, 161];
 export const BAND = [120, 64, 200];
@@ -29,21 +29,21 @@ html, body { margin: 0; background: #07090c; color: #c3ccd5; font: 14px sans-ser
 .mark { display: none; position: fixed; bottom: 0; width: 80px; height: 80px;
         background: ${css(MARK)}; }
 .loaded .mark { display: block; }
-${Array.from({ length: 200 }, (_, at) => `.k${at} { order: ${at}; padding-left: ${at % 9}px; }`).join('\n')}
+${Array.from({ length: 200 }, (_, index) => `.k${index} { order: ${index}; padding-left: ${index % 9}px; }`).join('\n')}
 `;
 
 /// Returns the code of many small functions that differ from each other.
 function modules() {
   let text = 'const modules = [];\n';
   // Leaves room for one more function and for the code of `build`.
-  for (let at = 0; text.length < SCRIPT_SIZE - 1800; at += 1) {
-    text += `modules.push(function module${at}(store, input) {
-  const result = { number: ${at}, step: ${(at * 7) % 13}, name: 'module ${at}' };
-  const terms = Array.from({ length: ${3 + (at % 5)} }, (_, i) => i * result.step + ${at % 17});
-  const sum = terms.filter((x) => x % 2 === ${at % 2}).map((x) => x + 1).reduce((a, b) => a + b, 0);
-  if (sum > ${at % 29}) result.number += sum; else result.name += '-' + input.length;
-  store.set('k' + ${at}, result.name + ':' + result.number);
-  return result.number % ${2 + (at % 7)} === 0 ? terms.join('/') : input.slice(0, ${at % 11});
+  for (let number = 0; text.length < SCRIPT_SIZE - 1800; number += 1) {
+    text += `modules.push(function module${number}(store, input) {
+  const result = { number: ${number}, step: ${(number * 7) % 13}, name: 'module ${number}' };
+  const terms = Array.from({ length: ${3 + (number % 5)} }, (_, i) => i * result.step + ${number % 17});
+  const sum = terms.filter((x) => x % 2 === ${number % 2}).map((x) => x + 1).reduce((a, b) => a + b, 0);
+  if (sum > ${number % 29}) result.number += sum; else result.name += '-' + input.length;
+  store.set('k' + ${number}, result.name + ':' + result.number);
+  return result.number % ${2 + (number % 7)} === 0 ? terms.join('/') : input.slice(0, ${number % 11});
 });
 `;
   }
@@ -74,7 +74,7 @@ addEventListener('load', () => {
 `;
 
 const code = modules() + build;
-/// Padded with blanks to its size; repeat() throws if the code is longer.
+/// The code, padded with blanks to SCRIPT_SIZE; repeat() throws if the code is longer.
 export const heavyScript = code + ' '.repeat(SCRIPT_SIZE - code.length);
 
 const page = (body) =>
@@ -102,7 +102,7 @@ export const smallFilesPage = page(`<body><script>
   sent.onopen = () => { for (let i = 0; i < ${CONCURRENT_FILES}; i += 1) requestFile(); };
 </script>`);
 
-/// Returns whether no window covers the screen.
+/// Returns whether no window covers the centre of the screen: the root window is black.
 export function isEmptyScreen(framebuffer) {
   return framebuffer.shows([0, 0, 0], framebuffer.width >> 1, framebuffer.height >> 1);
 }

@@ -40,7 +40,8 @@ def descendants():
     stats = {pid: read(pid, "stat").rpartition(")")[2].split() for pid in os.listdir("/proc")
              if pid.isdigit()}
     found = {str(os.getpid()): None}
-    # A descendant may have a lower ID than its parent, so this repeats until none is added.
+    # fields[1] is the ID of the parent. A descendant may have a lower ID than its parent, so this
+    # repeats until none is added.
     while more := {pid: fields for pid, fields in stats.items()
                    if pid not in found and fields and fields[1] in found}:
         found |= more

@@ -150,12 +150,13 @@ function updatesTable(results) {
 
 function mainLoopTable(results) {
   return [
-    line(`the main loop while starting, median of ${results.rounds.loops} rounds, ms`,
+    line(`the main loop while starting, median of ${results.rounds.mainLoops} rounds, ms`,
       'Orvel OS, ready server', 'Orvel OS, cold server', 'bare viewer, tuned'),
     '|---|---:|---:|---:|',
     ...[['processor time of the launch', 'launch'], ['longest stall after it', 'later'],
       ['waited for child processes', 'waited']].map(([label, field]) => line(label,
-      ...['ready', 'cold', 'bare'].map((name) => format(median(series(results, 'loops', name, field)))))),
+      ...['ready', 'cold', 'tuned'].map((name) =>
+        format(median(series(results, 'mainLoops', name, field)))))),
   ];
 }
 
@@ -164,7 +165,7 @@ export function formatTables(results) {
   const { machine, failures, rounds } = results;
   const tables = [
     [rounds.starts, viewersTable], [rounds.transfers + rounds.updates, transfersTable],
-    [rounds.updates, updatesTable], [rounds.loops, mainLoopTable],
+    [rounds.updates, updatesTable], [rounds.mainLoops, mainLoopTable],
   ].filter(([count]) => count > 0).flatMap(([, table]) => [...table(results), '']);
   const load = [...results.loadAverages].sort((a, b) => a - b);
   return [

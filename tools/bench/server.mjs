@@ -89,8 +89,8 @@ async function* limitRate(chunks) {
 function sendArchive(response) {
   response.writeHead(200, { 'Content-Length': statSync(ORVEL_BENCH_ARCHIVE).size });
   const file = createReadStream(ORVEL_BENCH_ARCHIVE, { highWaterMark: 1 << 20 });
-  // The callback also gets an error: a client may close the connection after the last byte, before
-  // the response has finished.
+  // Ignores an error: a client may close the connection after the last byte, before the response
+  // has finished.
   pipeline(file, limitRate, response, () => record('archive sent'));
 }
 
@@ -102,7 +102,7 @@ const server = createServer((request, response) => {
   if (pathname === '/style.css') return send(response, 'text/css', pages.heavyStyle);
   if (pathname === '/api/wie') return send(response, 'application/json', '{}');
   if (pathname === '/bench/loaded') {
-    record('load', { at: Number(searchParams.get('time')) });
+    record('load', { loadTime: Number(searchParams.get('time')) });
     return send(response, 'text/plain', '');
   }
   if (pathname === '/bench/sent') return streamSentFiles(response);

@@ -1,5 +1,5 @@
-// Measures viewers from the start of their first process to the exit of the last one. All
-// times are in milliseconds.
+// Measures viewers, programs that show a page in a window, from the start of their first process
+// to the exit of the last one. All times are in milliseconds.
 
 import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
@@ -18,7 +18,7 @@ export const onlineServer = { host: '127.0.0.2', port: 4801 };
 /// The address at which the application starts its own server.
 const localServer = { host: '127.0.0.1', port: 4767 };
 
-/// Returns the time in milliseconds since the epoch, which processes can compare.
+/// Returns the time in milliseconds since the epoch, the same in all processes.
 export const wallClock = () => performance.timeOrigin + performance.now();
 
 /// Returns the first matching line in the record of the server, or undefined.
@@ -82,7 +82,7 @@ async function awaitPage({ framebuffer }, viewer, home, start) {
     window,
     request: request(() => true),
     page: request((url) => url === '/'),
-    load: findInRecord(home, ({ event }) => event === 'load')?.at - start,
+    load: findInRecord(home, ({ event }) => event === 'load')?.loadTime - start,
     painted,
   };
 }
@@ -129,7 +129,7 @@ export function measureReadyStart(bench, viewer) {
 }
 
 /// Measures a start without a running server. The application starts the server itself; for
-/// the other viewers the benchmark starts it first, and the times include that.
+/// the other viewers the benchmark starts the server first, and the times count from that start.
 export function measureColdStart(bench, viewer) {
   return withHome(bench, ({ server, ...context }) =>
     withViewer(bench, viewer, { ...context, start: server?.startTime },
@@ -137,15 +137,15 @@ export function measureColdStart(bench, viewer) {
   { server: viewer.startsServer ? null : localServer });
 }
 
-/// Summarises the file that main_loop_stalls.cc writes. Returns the processor time of the first
-/// stall, which is the launch of the application, and of the longest later one, and the total time
-/// for which the main thread was blocked on a condition variable, as it is while another thread
-/// runs a child process.
+/// Summarises the file that main_loop_stalls.cc writes, with a line `WAITED WORKED` for each stall.
+/// Returns the processor time of the first stall, which is the launch of the application, and of the
+/// longest later stall, and the total time for which the main thread was blocked on a condition
+/// variable, for example until another thread has run a child process.
 export function summariseStalls(text) {
   const stalls = text.trim().split('\n').map((line) => line.split(' ').map(Number));
   const [launch, ...later] = stalls.map(([, worked]) => worked);
-  const waited = stalls.reduce((sum, [time]) => sum + time, 0);
-  return { launch, later: Math.max(0, ...later), waited };
+  const totalWaited = stalls.reduce((sum, [waited]) => sum + waited, 0);
+  return { launch, later: Math.max(0, ...later), waited: totalWaited };
 }
 
 /// Measures the stalls of the main loop from the start until the page is shown. With `cold`, the
@@ -153,15 +153,15 @@ export function summariseStalls(text) {
 export function measureMainLoop(bench, viewer, { cold = false } = {}) {
   return withHome(bench, async (context) => {
     const file = join(context.home.folder, 'stalls');
-    // The program `env` sets the variables, because Python, which starts the viewer, must not load
-    // the library.
-    const watched = {
+    // The program `env` sets the variables for the viewer only: process_tree.py, which starts the
+    // viewer, must not load the library.
+    const recordedViewer = {
       ...viewer,
       command: (...options) => ['env',
         `LD_PRELOAD=${join(bench.programs, 'libmain_loop_stalls.so')}`,
         `ORVEL_MAIN_LOOP_STALLS=${file}`, ...viewer.command(...options)],
     };
-    await withViewer(bench, watched, context, () => {});
+    await withViewer(bench, recordedViewer, context, () => {});
     return summariseStalls(readFileSync(file, 'utf8'));
   }, { server: cold ? null : onlineServer });
 }
@@ -183,7 +183,7 @@ export function measureQuietMinute(bench, viewers) {
       const measure = () => Promise.all(runs.map(({ tree }) => tree.measure()));
       const before = await measure();
       await pause(60_000);
-      return (await measure()).map(({ processor }, at) => processor - before[at].processor);
+      return (await measure()).map(({ processor }, index) => processor - before[index].processor);
     } finally {
       for (const { screen, home, tree } of runs) {
         await tree?.kill();

@@ -33,7 +33,9 @@ const requestTo = (path) => ({ event, url }) => event === 'request' && url === p
 /// Runs the application until `isDone`, called every `interval` ms, returns true. Returns the time
 /// since the event in the record of the server for which `isFirst` returns true, and the peak
 /// memory of the main process in MiB.
-async function runApplication({ home, address }, executable, isFirst, isDone, interval = 5) {
+async function runApplication(
+  { home, address }, executable, isFirst, isDone, { interval = 5 } = {},
+) {
   home.setServerAddress(address);
   const tree = await ProcessTree.start([executable], home);
   try {
@@ -72,7 +74,7 @@ const isFirstSmallFile = ({ event }) => event === 'first small file';
 const smallByApplication = (bench) => withPage(bench, 'small', async (context) => {
   const folder = context.home.downloads;
   const result = await runApplication(context, bench.application, isFirstSmallFile,
-    () => readdirSync(folder).length === SMALL_FILES, 20);
+    () => readdirSync(folder).length === SMALL_FILES, { interval: 20 });
   for (const name of readdirSync(folder)) {
     if (!hasSize(join(folder, name), SMALL_FILE_SIZE)) throw new Error(`${name} is incomplete`);
   }
@@ -81,8 +83,8 @@ const smallByApplication = (bench) => withPage(bench, 'small', async (context) =
 
 const smallByCurl = (bench, ...options) => withPage(bench, 'small', (context) => {
   const list = join(context.home.folder, 'list');
-  const lines = Array.from({ length: SMALL_FILES }, (_, at) =>
-    `url = "${context.address}api/export?${at}"\noutput = "${at}.bin"\n`);
+  const lines = Array.from({ length: SMALL_FILES }, (_, number) =>
+    `url = "${context.address}api/export?${number}"\noutput = "${number}.bin"\n`);
   writeFileSync(list, lines.join(''));
   return runTools(context, isFirstSmallFile, ['curl', '-sf', ...options, '-K', list]);
 });
@@ -101,8 +103,8 @@ export function createRelease(bench) {
     alter(bundle) {
       const content = join(bundle, 'Contents/Resources/content');
       mkdirSync(content);
-      for (let at = 0; at < 200; at += 1) {
-        writeFileSync(join(content, String(at)), randomBytes(1 << 20));
+      for (let number = 0; number < 200; number += 1) {
+        writeFileSync(join(content, String(number)), randomBytes(1 << 20));
       }
     },
   });
@@ -122,7 +124,7 @@ export function createRelease(bench) {
 const isArchive = requestTo('/download/os.zip');
 const isArchiveSent = ({ event }) => event === 'archive sent';
 
-/// Updates the application to what createRelease returned. If `hasKey`, the application has the
+/// Updates the application to the release of createRelease. If `hasKey`, the application has the
 /// public key, and verifies the signature between the download and the unpacking. Returns what
 /// runApplication returns, the time of the download, and the time from its end until the unpacking
 /// begins.
@@ -137,7 +139,7 @@ function updateByApplication(bench, release, { hasKey = false, megabits = 'Infin
     const result = await runApplication(context, executable, isArchive, () => {
       if (Number.isNaN(unpackingBegan) && existsSync(unpacked)) unpackingBegan = wallClock();
       return plistValue(bundle, 'CFBundleShortVersionString') === releaseVersion;
-    }, 1);
+    }, { interval: 1 });
     const sent = findInRecord(home, isArchiveSent).time;
     return {
       ...result,

@@ -1,4 +1,5 @@
-// The viewers that the benchmark compares, and the home folder in which each of them starts.
+// The viewers that the benchmark compares, which are programs that show a page in a window, and the
+// home folder in which each of them starts.
 
 import { cpSync, existsSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
