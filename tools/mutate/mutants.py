@@ -30,7 +30,7 @@ WITH_BODY = {CursorKind.IF_STMT, CursorKind.WHILE_STMT, CursorKind.FOR_STMT,
 JUMPS = {CursorKind.RETURN_STMT, CursorKind.BREAK_STMT, CursorKind.CONTINUE_STMT}
 # Functions whose result does not depend on the order of their two arguments.
 SYMMETRICAL = {'equalIgnoringAsciiCase', 'hypot', 'max', 'min'}
-# "return {};" returns these too.
+# Values that "return {};" returns too: its mutant would equal the original.
 EMPTY_VALUES = {b'{}', b'std::nullopt', b'""', b'false', b'0', b'nullptr'}
 
 
@@ -50,7 +50,8 @@ class Mutant:
     mutated: str
 
     def keys(self):
-        """Returns the keys of the entries that can accept this mutant: see read_equivalents."""
+        """Returns the keys of the entries that can accept this mutant, as those of
+        read_equivalents in mutate.py."""
         place = (self.file, self.function, self.original)
         return (*place, self.mutated, None), (*place, None, self.operator)
 
@@ -100,7 +101,7 @@ class Finder:
         line = self.source.count(b'\n', 0, start) + 1
         mutant = Mutant(self.file, start, end, replacement, operator, function, line,
                         original, mutated)
-        # The tree has several nodes for the same text where it converts implicitly.
+        # An implicit conversion is a node of its own with the same text.
         self.found.setdefault((start, end, replacement), mutant)
 
     def visit(self, cursor, function, early_return):
@@ -167,7 +168,7 @@ class Finder:
             if text not in (b'++', b'--'):
                 return
         elif cursor.kind == CursorKind.DECL_REF_EXPR and cursor.spelling.startswith('operator'):
-            # The operator of a class. A unary "*" has no operand before it.
+            # An overloaded operator. A unary "*", which has no operand before it, is left out.
             if not re.search(rb'[\w)\]}"]\s*$', self.source[:start]):
                 return
         else:
@@ -191,7 +192,7 @@ class Finder:
             return
         for condition in conditions:
             text = self.text(condition)
-            # Other places handle these.
+            # mutate_operator removes the negation, and mutate_constant replaces the constants.
             if text.startswith(b'!') or text in (b'true', b'false'):
                 continue
             self.add('negation', function, condition.extent.start.offset,
@@ -235,6 +236,7 @@ class Finder:
                          value.extent.end.offset, b'{}')
 
     def is_body(self, child):
+        """Returns whether a node follows ")" or "else", as the body of an if or a loop does."""
         before = self.source[:child.extent.start.offset].rstrip()
         return before.endswith((b')', b'else'))
 
@@ -245,31 +247,32 @@ class Finder:
         return found.end() if found and self.source[end - 1:end] != b';' else end
 
     def remove(self, statement, function):
-        # Does not compile when another statement uses the name.
+        # Without the declaration, the other uses of the name do not compile.
         if statement.kind == CursorKind.DECL_STMT and any(
                 self.source.count(variable.spelling.encode()) > 1
                 for variable in statement.get_children()):
             return
         start, end = statement.extent.start.offset, self.statement_end(statement)
-        # Without its last return, a function has undefined behavior.
+        # Without its last return, a function has undefined behaviour.
         is_last = self.source[end:].lstrip().startswith(b'}')
         if statement.kind == CursorKind.RETURN_STMT and is_last and not self.is_body(statement):
             return
         self.add('removed statement', function, start, end, b';')
 
     def swap_statements(self, one, other, function):
-        # Before a jump, a swap is a removal. Nothing observes the order of two assignments, or
-        # when a variable without an initializer is declared.
+        # A statement that is moved behind a jump is never reached, as if removed. Nothing observes
+        # the order of two assignments, or when a variable without an initializer is declared.
         if one.kind == CursorKind.DECL_STMT or other.kind in JUMPS:
             return
         if other.kind == CursorKind.DECL_STMT and DEFAULT_CONSTRUCTED.fullmatch(self.text(other)):
             return
         if ASSIGNMENT.match(self.text(one)) and ASSIGNMENT.match(self.text(other)):
             return
-        start, middle = one.extent.start.offset, self.statement_end(one)
-        then, end = other.extent.start.offset, self.statement_end(other)
+        start, one_end = one.extent.start.offset, self.statement_end(one)
+        other_start, end = other.extent.start.offset, self.statement_end(other)
+        between = self.source[one_end:other_start]
         self.add('swapped statements', function, start, end,
-                 self.source[then:end] + self.source[middle:then] + self.source[start:middle])
+                 self.source[other_start:end] + between + self.source[start:one_end])
 
 
 def one_line(text):

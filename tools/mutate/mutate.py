@@ -21,7 +21,7 @@ def parse_arguments():
     parser.add_argument('--sample', type=int, metavar='N', help='run N mutants, chosen at random')
     parser.add_argument('--seconds', type=int, metavar='N',
                         help='run mutants in random order and start none after N seconds')
-    parser.add_argument('--seed', type=int, default=1, help='of the random order (1)')
+    parser.add_argument('--seed', type=int, default=1, help='seed of the random order (1)')
     parser.add_argument('--jobs', type=int, default=1, metavar='N', help='run N at once (1)')
     parser.add_argument('--list', action='store_true', help='print the mutants and run none')
     parser.add_argument('--root', type=pathlib.Path, required=True, help='folder of the sources')
@@ -41,8 +41,9 @@ def sources_of(root, folders):
 
 
 def read_equivalents(path):
-    """Returns the reason of each entry, by its texts. An entry names one mutated text, or an
-    operator of which it accepts all mutants of the original text."""
+    """Returns the reason of each entry, by file, function, original text, mutated text and
+    operator. An entry has either a mutated text, or an operator whose mutants of the original
+    text it all accepts."""
     entries = tomllib.loads(path.read_text()).get('equivalent', []) if path.exists() else []
     return {(entry['file'], entry['function'], entry['original'], entry.get('mutated'),
              entry.get('operator')): entry['reason'] for entry in entries}
@@ -60,6 +61,7 @@ def run_all(build, chosen, options):
     def run(mutant):
         if time.monotonic() > deadline:
             return
+        # A test suite has the name of the file under test, in UpperCamelCase.
         words = pathlib.Path(mutant.file).stem.split('_')
         suites = ''.join(word.capitalize() for word in words)
         outcomes[mutant] = build.outcome(mutant, recompiled[mutant.file], suites, timeout)

@@ -104,6 +104,7 @@ class Build:
             return 'survived'
 
     def run(self, command):
+        """Runs a command without its output. Returns whether it succeeded."""
         return subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
@@ -130,7 +131,7 @@ class Build:
         start = time.monotonic()
         result = self.test(self.program, '*', 600)
         if result != 'passed':
-            raise ValueError(f'the tests of the unchanged sources: {result}')
+            raise ValueError(f'the tests do not pass on the unchanged sources: {result}')
         return time.monotonic() - start
 
 
