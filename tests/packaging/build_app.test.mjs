@@ -76,7 +76,7 @@ test('the bundle is signed, notarised and stapled before it replaces the old one
   assert.equal(mode & 0o111, 0o111);
 });
 
-test('an App Store Connect key notarises; one without its ID or its file is an error', () => {
+test('an App Store Connect key notarises; without its file, ID or issuer it is an error', () => {
   writeFileSync(fixture.path('key.p8'), '');
   const key = {
     ...certificate, ORVELOS_NOTARY_KEY: 'key.p8', ORVELOS_NOTARY_KEY_ID: 'AB12',
@@ -187,7 +187,7 @@ test('on Linux the executable is stripped and nothing is signed', () => {
     'build-app: strip is not installed; scripts/setup.sh installs it\n');
 });
 
-test('Info.plist explains each permission, allows http and does not quarantine files', () => {
+test('Info.plist explains each permission and has no key that forbids http or quarantines files', () => {
   const source = readFileSync(fixture.path('packaging/macos/Info.plist.in'), 'utf8');
   for (const permission of ['LocalNetwork', 'DownloadsFolder']) {
     assert.match(source, new RegExp(`<key>NS${permission}UsageDescription</key>\\s*<string>Orvel OS .+\\.</string>`));

@@ -26,7 +26,7 @@ test('the C++ library checks preconditions (_GLIBCXX_ASSERTIONS)', () => {
     /__glibcxx_assert_fail/.test(readelf('--dyn-syms')));
 });
 
-// Counts the ENDBR64 instructions, which mark the targets. The ELF property IBT (indirect branch
+// Counts the ENDBR64 instructions, which mark targets of indirect jumps. The ELF property IBT (indirect branch
 // tracking) would be simpler, but the linker sets it only if all linked objects have it, and
 // those of Debian's C library do not.
 test('targets of indirect jumps are marked (-fcf-protection)',
@@ -34,7 +34,7 @@ test('targets of indirect jumps are marked (-fcf-protection)',
     const endbr64 = Buffer.from('f30f1efa', 'hex').toString('latin1');
     const count = readFileSync(application).toString('latin1').split(endbr64).length - 1;
     // With the option the program has some 2,000, without it 2, which are in the start files.
-    assert.ok(count > 100, `${count} marked targets`);
+    assert.ok(count > 100, `only ${count} ENDBR64 instructions`);
   });
 
 // The sonames of these libraries do not change between distribution releases, so that an executable

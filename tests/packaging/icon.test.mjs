@@ -22,11 +22,12 @@ function parseEntries(bytes) {
   assert.equal(bytes.toString('latin1', 0, 4), 'icns');
   assert.equal(bytes.readUInt32BE(4), bytes.length);
   const found = [];
-  for (let at = 8; at < bytes.length;) {
-    const length = bytes.readUInt32BE(at + 4);
-    assert.ok(length > 8 && at + length <= bytes.length);
-    found.push([bytes.toString('latin1', at, at + 4), bytes.subarray(at + 8, at + length)]);
-    at += length;
+  for (let offset = 8; offset < bytes.length;) {
+    const length = bytes.readUInt32BE(offset + 4);
+    const end = offset + length;
+    assert.ok(length > 8 && end <= bytes.length, `an entry has the length ${length}`);
+    found.push([bytes.toString('latin1', offset, offset + 4), bytes.subarray(offset + 8, end)]);
+    offset = end;
   }
   return found;
 }
@@ -43,15 +44,15 @@ function assertImages(bytes) {
     const { width, height } = image;
     assert.deepEqual([width, height], [widths[type], widths[type]], type);
     // The coordinates are fractions of the width and height.
-    const at = (x, y) => image.pixel(Math.floor(x * width), Math.floor(y * height));
+    const pixelAt = (x, y) => image.pixel(Math.floor(x * width), Math.floor(y * height));
     // Transparent at the edges, a dark plate, a light point in the centre.
     for (const [x, y] of [[0, 0], [0.99, 0], [0, 0.99], [0.99, 0.99], [0.05, 0.5], [0.5, 0.95]]) {
-      assert.equal(at(x, y)[3], 0, `${type} ${x} ${y}`);
+      assert.equal(pixelAt(x, y)[3], 0, `${type}: opacity at ${x}, ${y}`);
     }
-    const plate = at(0.3, 0.15);
-    assert.equal(plate[3], 255, type);
-    assert.ok(plate.slice(0, 3).every((value) => value < 60), `${type} ${plate}`);
-    assert.deepEqual(at(0.5, 0.5), [0xee, 0xf6, 0xff, 255], type);
+    const plate = pixelAt(0.3, 0.15);
+    assert.equal(plate[3], 255, `${type}: opacity of the plate`);
+    assert.ok(plate.slice(0, 3).every((value) => value < 60), `${type}: plate of colour ${plate}`);
+    assert.deepEqual(pixelAt(0.5, 0.5), [0xee, 0xf6, 0xff, 255], `${type}: centre`);
   }
 }
 
@@ -68,9 +69,10 @@ test('the script writes the icon of the current SVG', { skip }, () => {
   assertImages(made);
 
   // Another version of librsvg may render some edges differently.
-  const [now, then] = [made, readFileSync(committedIcon)].map((bytes) =>
+  const [madePixels, committedPixels] = [made, readFileSync(committedIcon)].map((bytes) =>
     decodePng(new Map(parseEntries(bytes)).get('ic08')).pixels);
-  const different = now.filter((value, index) => Math.abs(value - then[index]) > 24).length;
+  const different = madePixels
+    .filter((value, index) => Math.abs(value - committedPixels[index]) > 24).length;
   assert.ok(different < 300, `${different} values differ: the SVG has changed, run make-icns.sh`);
 });
 

@@ -11,6 +11,7 @@ ip link set lo up
 cd "$1"
 shift
 mount -t tmpfs -o mode=755 none .
+# Enters the mounted file system; the working directory is still the folder below it.
 cd "$PWD"
 mkdir upper work root
 mount -t overlay -o lowerdir=/,upperdir=upper,workdir=work none root

@@ -94,8 +94,9 @@ test('the package contains the bundle, the desktop files and the documents', () 
   for (const size of sizes) {
     const png = decodePng(readFileSync(path('unpacked', icon(`${size}x${size}`, 'png'))));
     assert.deepEqual([png.width, png.height], [size, size]);
-    assert.equal(png.pixel(0, 0)[3], 0);
-    assert.equal(png.pixel(size >> 1, size >> 1)[3], 255);
+    assert.equal(png.pixel(0, 0)[3], 0, `opacity of the corner of the icon of ${size} pixels`);
+    assert.equal(png.pixel(size >> 1, size >> 1)[3], 255,
+      `opacity of the centre of the icon of ${size} pixels`);
   }
 });
 
@@ -226,7 +227,7 @@ test('the package is installed, started, quit and removed', async (t) => {
   // The application runs as an ordinary user, not as the owner of the installed files.
   const home = join(work, 'home');
   chmodSync(work, 0o755);
-  for (const place of [home, join(work, 'runtime')]) mkdirSync(place, { mode: 0o700 });
+  for (const name of ['home', 'runtime']) mkdirSync(join(work, name), { mode: 0o700 });
   cpSync(join(sources, 'demo'), join(work, 'demo'), { recursive: true });
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);
   const output = openSync(join(work, 'output'), 'w+');
@@ -264,7 +265,7 @@ test('the package is installed, started, quit and removed', async (t) => {
   const instances = markedProcesses(marker)
     // GLib 2.74 starts the program of a desktop entry by name, 2.84 by full path.
     .filter(({ command }) => basename(command.split(' ')[0]) === 'orvel-os');
-  assert.equal(instances.length, 1);
+  assert.equal(instances.length, 1, 'running instances of the application');
   // The package is installed in the container only.
   assert.ok(!existsSync(`/${bundle}/Linux/orvel-os`));
   await screen.pressKeys('ctrl+q');

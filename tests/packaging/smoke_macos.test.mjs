@@ -99,7 +99,7 @@ test('without a fault every check passes, in the environment that the Finder giv
   ]);
   assert.match(stdout, /smoke: all steps are in the record, no process is left\n$/);
   const names = readFileSync(fixture.path('open-environment'), 'utf8').match(/^\w+(?==)/gm);
-  // The shell sets the last three.
+  // The shell sets PWD, SHLVL and _.
   assert.deepEqual(names.sort(), ['HOME', 'PATH', 'PWD', 'SHLVL', 'TMPDIR', '_']);
 });
 

@@ -1,4 +1,5 @@
-// release.sh: its files, the reproducible build, and that a failure leaves no file.
+// release.sh, and the keys of make-update-key.sh: the files of a release, the reproducible build,
+// the signature, and that a failure leaves no file.
 
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
@@ -20,7 +21,7 @@ after(() => rmSync(folder, { recursive: true }));
 const path = (name) => join(folder, name);
 const run = (...args) => runScript('release.sh', folder, ...args);
 
-/// Returns the entries of an archive as printed by zipinfo.
+/// Returns mode, flags, time and name of the entries of an archive, as zipinfo prints them.
 function entries(archive) {
   const lines = execFileSync('zipinfo', ['-T', '-h', '-s', archive], { encoding: 'utf8' });
   return lines.split('\n').filter((line) => /^[-dl]r/.test(line)).map((line) => {
@@ -41,9 +42,10 @@ test('a release is a reproducible archive and its manifest', () => {
   assert.deepEqual(files.map(({ name }) => name), files.map(({ name }) => name).sort());
   for (const { mode, flags, name } of files) {
     const isProgram = name === 'Orvel OS.app/Contents/Linux/orvel-os';
-    assert.equal(mode, name.endsWith('/') ? 'drwxr-xr-x' : isProgram ? '-rwxr-xr-x' : '-rw-r--r--');
+    const expected = name.endsWith('/') ? 'drwxr-xr-x' : isProgram ? '-rwxr-xr-x' : '-rw-r--r--';
+    assert.equal(mode, expected, name);
     // zipinfo prints "-" as the second letter for an entry without extra fields.
-    assert.match(flags, /^.-$/);
+    assert.match(flags, /^.-$/, name);
   }
   assert.equal(new Set(files.map(({ time }) => time)).size, 1, 'all files have the same time');
 
