@@ -75,9 +75,9 @@ TEST(SuggestedFilename, NameWithoutExtensionGetsExtensionOfMediaType) {
       {"report.", "application/pdf", "report..pdf"},
       {".profile", "text/plain", ".profile.txt"},
       {"report.dat", "application/pdf", "report.dat"},
+      // As in Foundation, no extension contains a space or a bidirectional mark. It may contain a
+      // no-break space.
       {"Report v1.2 draft", "application/pdf", "Report v1.2 draft.pdf"},
-      // A blank or a bidirectional mark after the full stop means that no extension follows it, as
-      // in Foundation. A no-break space does not.
       {"Report v1.2\u200e", "application/pdf", "Report v1.2\u200e.pdf"},
       {"Report v1.2\u00a0draft", "application/pdf", "Report v1.2\u00a0draft"},
       {"report", "application/octet-stream", "report"},
