@@ -11,7 +11,7 @@ cd "$(dirname "$0")/.."
 
 work=''
 application=''
-# The IDs of Xvfb and the window manager.
+# The process IDs of Xvfb and the window manager.
 helpers=()
 
 fail() {
@@ -19,8 +19,8 @@ fail() {
   exit 1
 }
 
-# Prints the IDs of the application and all processes that it has started, also orphaned ones.
-# They inherit the variable ORVEL_DEMO.
+# Prints the process IDs of the application and of all processes that it has started, also orphaned
+# ones. They inherit the variable ORVEL_DEMO.
 left_running() {
   grep -lzsFx "ORVEL_DEMO=$work" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3 || true
 }

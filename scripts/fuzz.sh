@@ -36,10 +36,10 @@ for target in "${targets[@]}"; do
   # libFuzzer prints the coverage in its progress lines, and the executions at the end.
   awk -v target="$target" -v outcome="$outcome" '
     / cov: / {
-      for (at = 1; at < NF; ++at) {
-        if ($at == "cov:") edges = $(at + 1)
-        if ($at == "ft:") features = $(at + 1)
-        if ($at == "corp:") corpus = $(at + 1)
+      for (field = 1; field < NF; ++field) {
+        if ($field == "cov:") edges = $(field + 1)
+        if ($field == "ft:") features = $(field + 1)
+        if ($field == "corp:") corpus = $(field + 1)
       }
     }
     /^stat::number_of_executed_units/ { executions = $2 }

@@ -48,10 +48,10 @@ mapfile -t shell < <(git ls-files '*.sh' .ci/run)
 shellcheck "${shell[@]}"
 
 # Parsing the system headers takes most of the time, so this checks the unity sources of the
-# preset, each of which includes several sources: bugprone-suspicious-include would report that.
+# preset. Each of them includes several sources, which bugprone-suspicious-include would report.
 cmake --preset clang >/dev/null
 commands=build/clang/compile_commands.json
-# The target "fuzzed" compiles sources of the other targets a second time.
+# Leaves out the target "fuzzed", which compiles sources of the other targets a second time.
 node -p 'JSON.parse(fs.readFileSync(process.argv[1]))
     .filter(({ command }) => !command.includes("/fuzzed.dir/")).map(({ file }) => file).join("\n")' \
   "$commands" |

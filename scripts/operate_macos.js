@@ -3,7 +3,7 @@
 //   osascript -l JavaScript scripts/operate_macos.js COMMAND ARGUMENT...
 //
 // Prints the result of the command. Reading windows needs no permission; posting events needs
-// the one of System Settings, Privacy & Security, Accessibility.
+// the permission in System Settings, Privacy & Security, Accessibility.
 //
 // Written for JavaScript for Automation, which has no modules. There `$` has the functions,
 // constants and classes of the imported frameworks, `.js` converts an Objective-C object to a

@@ -7,10 +7,10 @@
 # Uses the environment variables of scripts/build-app.sh, and these to sign the release:
 #
 #   ORVELOS_SIGNING_KEY
-#       path of the private key that belongs to ORVELOS_UPDATE_KEY; needed when the latter is set
+#       path of the private key that belongs to ORVELOS_UPDATE_KEY; needed when that is set
 #   ORVELOS_OLD_SIGNING_KEY
-#       path of the previous private key, for the release that changes the key: it signs the
-#       manifest, which names ORVELOS_UPDATE_KEY as the new key
+#       path of the previous private key, for the release that changes the key: this key signs
+#       the manifest, which names ORVELOS_UPDATE_KEY as the new key
 #
 # On Linux the build is reproducible: the same sources, version, environment variables and
 # tools give the same bytes. SOURCE_DATE_EPOCH sets the modification time of the files in the

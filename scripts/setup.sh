@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and the demo need and that this
-# machine lacks. Runs apt-get as root or through sudo. Prints nothing and changes nothing
+# Installs the Debian packages that building, testing and the demo need and that are missing on
+# this machine. Runs apt-get as root or through sudo. Prints nothing and changes nothing
 # when everything is installed.
 #
 #   ./scripts/setup.sh
@@ -23,8 +23,8 @@ packages=(
   # Libraries of the application.
   libgtk-4-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev libarchive-dev
   libgnutls28-dev
-  # Needed to run it: the shell and the tools that it calls, the sandbox of the web view,
-  # rendering, https, icons and fonts.
+  # Needed to run the application: the shell and the tools that it calls, the sandbox of the web
+  # view, rendering, https, icons and fonts.
   zsh lsof procps bubblewrap xdg-dbus-proxy glib-networking libegl-mesa0 libgl1-mesa-dri
   adwaita-icon-theme fonts-dejavu-core librsvg2-common
   # Tools that build, check and install the Debian package.
@@ -44,7 +44,7 @@ for package in "${packages[@]}"; do
   status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
   [ "$status" = installed ] || missing+=("$package")
 done
-# Any Node.js from version 18 on, also one that is not a Debian package.
+# Accepts any Node.js from version 18 on, also one that is not a Debian package.
 if ! node --eval 'process.exit(parseInt(process.versions.node) >= 18 ? 0 : 1)' 2>/dev/null; then
   missing+=(nodejs)
 fi

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Starts the built macOS application on the demo server twice: as the Finder does, and as a
-# child process, which shows its exit status. Each time, waits until the page reports that it
+# child process, whose exit status a shell can read. Each time, waits until the page reports that it
 # is painted, and quits the application as the Dock does. Fails unless the application exits
 # with status 0 and leaves no process.
 #

@@ -11,7 +11,8 @@ public_key_of() {
   openssl pkey -in "$1" -pubout -outform DER 2>/dev/null | tail -c 65 | openssl base64 -A
 }
 
-# public_key_pem KEY: prints such a public key as PEM. Fails when it is not a point of the curve.
+# public_key_pem KEY: prints as PEM a public key that public_key_of printed. Fails when the key is
+# not a point of the curve.
 public_key_pem() {
   # "B" and a letter up to "P" encode the byte 4, with which an uncompressed point begins.
   [[ $1 =~ ^B[A-P][A-Za-z0-9+/]{85}=$ ]] || return 1
