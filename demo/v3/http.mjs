@@ -31,13 +31,13 @@ export function requireOwnHost({ headers: { host = '' } }) {
 export function targetOf(request) {
   const { url } = request;
   if (!url.startsWith('/')) throw new HttpError(400);
-  const at = url.indexOf('?');
-  const query = at < 0 ? '' : url.slice(at + 1);
+  const questionMark = url.indexOf('?');
+  const query = questionMark < 0 ? '' : url.slice(questionMark + 1);
   try {
     // Throws for malformed percent-encoding, which URLSearchParams keeps as it is.
     decodeURIComponent(query);
     return {
-      path: decodeURIComponent(at < 0 ? url : url.slice(0, at)),
+      path: decodeURIComponent(questionMark < 0 ? url : url.slice(0, questionMark)),
       query: new URLSearchParams(query),
     };
   } catch {

@@ -1,14 +1,14 @@
 // The desktop application marks its requests with its key, in up to three places: a header
 // field, a cookie and the user agent. An ordinary browser sends none of these marks.
 
-/// Returns the cookies of a request by name; of duplicates the first.
+/// Returns the cookies of a request by name. Of cookies with the same name, the first counts.
 export function cookiesOf(headers) {
   const cookies = new Map();
   for (const pair of (headers.cookie ?? '').split(';')) {
-    const at = pair.indexOf('=');
-    if (at < 1) continue;
-    const name = pair.slice(0, at).trim();
-    if (!cookies.has(name)) cookies.set(name, pair.slice(at + 1).trim());
+    const equalsSign = pair.indexOf('=');
+    if (equalsSign < 1) continue;
+    const name = pair.slice(0, equalsSign).trim();
+    if (!cookies.has(name)) cookies.set(name, pair.slice(equalsSign + 1).trim());
   }
   return cookies;
 }

@@ -18,7 +18,7 @@ function linkedPaths(text) {
     .map(([, path]) => path.replaceAll('&amp;', '&'));
 }
 
-test('all linked pages exist and set a dark background in their first bytes', async () => {
+test('all links have the expected status, and each page sets a dark background in its first bytes', async () => {
   const errors = new Map([
     ['/bestaat-niet', 404], ['/%E0%A4%A', 400], ['/api/bestand/besloten', 401],
     ['/api/bestand/weg', 404], ['/download/linux.json', 404], ['/download/mac.json', 404],
@@ -45,7 +45,7 @@ test('all linked pages exist and set a dark background in their first bytes', as
   }
 });
 
-test('the pages have a link, button or frame of each kind', async () => {
+test('the pages have links, buttons and frames for each kind of navigation and panel', async () => {
   const schemes = ['https', 'http', 'mailto', 'tel', 'data', 'file', 'ftp', 'javascript'];
   const expected = {
     '/links': [...schemes.map((scheme) => `href="${scheme}:`),
@@ -66,7 +66,7 @@ test('the pages have a link, button or frame of each kind', async () => {
   assert.ok(text.includes('href="http://127.0.0.1:4767/vreemd"'));
 });
 
-test('the private file needs the session cookie, which counts the visits', async () => {
+test('the session cookie gives access to the private file and counts the visits', async () => {
   const first = await server.get('/');
   assert.match(first.text, /id="bezoek">1</);
   const Cookie = first.headers['set-cookie'][0].split(';')[0];
@@ -97,7 +97,7 @@ test('only manifests and archives are served from the folder of releases', async
   }
 });
 
-test('a request with the host name of another site gets status 421', async () => {
+test('a request whose Host is neither an IP address nor localhost gets status 421', async () => {
   const accepted = ['127.0.0.1', `127.0.0.1:${server.port}`, 'localhost:4767', 'LOCALHOST',
     '[::1]:4767', '192.168.1.20'];
   const refused = ['example.org', `example.org:${server.port}`, '127.0.0.1.example.org',

@@ -103,7 +103,7 @@ test('the record begins with the process and its environment and ends with the s
   assert.deepEqual([last.event, last.signal], ['stopped', 'SIGTERM']);
 });
 
-test('the page /server ends the server or makes it ignore SIGTERM', async (t) => {
+test('api/stop ends the server or makes it ignore SIGTERM, but only with the header', async (t) => {
   const startAndPostStop = async (how, headers, expected) => {
     const ownServer = await startServer();
     t.after(ownServer.stop);
