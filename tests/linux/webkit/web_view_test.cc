@@ -19,9 +19,9 @@ class WebViewLoading : public PageTest {
   }
 };
 
-/// Ends every connection with a reset.
+/// Closes every connection with a reset.
 void respondWithReset(LoopbackConnection &connection, const std::string & /*head*/) {
-  connection.reset();
+  connection.resetOnClose();
 }
 
 Cookie cookieOf(const std::string &value, const std::string &domain) {
