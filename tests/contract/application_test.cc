@@ -7,7 +7,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A delegate that counts its calls and gives `reply` to every termination request.
+/// A delegate that counts launches and termination requests, and answers each request with
+/// `reply`.
 class RecordingDelegate final : public ApplicationDelegate {
  public:
   void applicationDidFinishLaunching() override {
@@ -48,13 +49,13 @@ class ApplicationContract : public ContractTest {
       question.buttons = {"OK", "Cancel"};
       ++alertsShown;
       platform->interfaces().panels.runModal(question,
-                                             [this](const AlertAnswer &) { ++alertsAnswered; });
+                                             [this](const AlertAnswer &) { ++alertCompletions; });
     });
   }
 
   RecordingDelegate delegate;
   int alertsShown = 0;
-  int alertsAnswered = 0;
+  int alertCompletions = 0;
 };
 
 TEST_P(ApplicationContract, LaunchesOnceAndQuitsOnTerminationRequest) {
@@ -120,7 +121,7 @@ TEST_P(ApplicationContract, AlertAnsweredAfterTerminationReplyIsIgnored) {
   };
   runApplicationThenCheck([&] {
     EXPECT_EQ(alertsShown, 1);
-    EXPECT_EQ(alertsAnswered, 0);
+    EXPECT_EQ(alertCompletions, 0);
   });
 }
 

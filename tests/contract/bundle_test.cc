@@ -8,7 +8,7 @@ namespace {
 
 using BundleContract = ContractTest;
 
-TEST_P(BundleContract, MissingInfoEntryIsAbsent) {
+TEST_P(BundleContract, MissingInfoEntryHasNoText) {
   EXPECT_EQ(platform->interfaces().bundle.infoText("ContractNoSuchEntry"), std::nullopt);
   EXPECT_EQ(platform->interfaces().bundle.infoText(""), std::nullopt);
 }

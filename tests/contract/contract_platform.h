@@ -57,7 +57,7 @@ class ContractPlatform {
   virtual void typeInAlert(const std::string &text) = 0;
   virtual void pressButton(const std::string &caption) = 0;
   virtual void pressInAlert(AlertKey key) = 0;
-  /// Closes the alert without a button.
+  /// Closes the alert without pressing a button.
   virtual void closeAlert() = 0;
 
   /// Returns what the default applications have received, in order: files as paths,
@@ -65,13 +65,13 @@ class ContractPlatform {
   /// text files.
   virtual std::vector<std::string> opened() = 0;
   /// Sets the response to the next request for a URL on the fake platform. Has no effect on
-  /// a platform that opens real connections. Without a body, only the head arrives and the
-  /// body fails.
+  /// a platform that opens real connections. With a body of nullopt, the response fails after
+  /// its head.
   virtual void scriptNextResponse(const std::string & /*url*/, int /*status*/,
                                   const std::optional<std::string> & /*body*/) {}
-  /// Returns whether an alert is open. Not on the fake platform.
+  /// Returns whether an alert is open. Desktop platforms only.
   virtual bool isAlertOpen() { return false; }
-  /// Kills the process that runs the page of the only web view. Not on the fake platform.
+  /// Kills the process that runs the page of the only web view. Desktop platforms only.
   virtual void killPageProcess() {}
   /// Asks the running application to quit, as the desktop session does at its end.
   virtual void requestTermination() = 0;

@@ -71,7 +71,7 @@ TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   }
 }
 
-TEST_P(CookieStoreContract, CookieReplacesOnlyOneWithSameNameDomainAndPath) {
+TEST_P(CookieStoreContract, CookieReplacesCookieOfSameNameOnlyWithSameDomainAndPath) {
   setAndWait(sessionCookie("first"));
   Cookie otherDomain = sessionCookie("other domain");
   otherDomain.domain = "localhost";

@@ -55,7 +55,7 @@ TEST_P(HttpDownloadContract, FileIsRemovedAfterCompletion) {
   EXPECT_FALSE(onMainThread);
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);
-  // The completion may not have returned yet.
+  // fetch() may return before the completion does.
   EXPECT_TRUE(runUntil([&file = *download.file] { return !std::filesystem::exists(file); }));
 }
 

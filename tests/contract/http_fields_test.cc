@@ -146,7 +146,7 @@ TEST_P(HttpFieldsContract, ForwardsHeadersCallbackDecidesWhetherRedirectKeepsHea
   const auto reject = [](const Url &, const Url &) { return false; };
   EXPECT_EQ(sendKeyAndCookies(server.url(), accept).status, 200);
   EXPECT_EQ(sendKeyAndCookies(server.url(), reject).status, 200);
-  EXPECT_EQ(sendKeyAndCookies(server.url(), nullptr).status, 200);
+  EXPECT_EQ(sendKeyAndCookies(server.url(), /*forwardsHeaders=*/nullptr).status, 200);
   ASSERT_EQ(other.heads().size(), 3U);
   expectKeyAndCookies(other.heads()[0]);
   expectNeitherKeyNorCookies(other.heads()[1]);

@@ -16,8 +16,8 @@ class ItemReplacementContract : public ContractTest {
   bool replace(const fs::path &original, const fs::path &replacement) {
     return platform->interfaces().locations.replaceItem(original, replacement);
   }
-  /// Creates both folders and a neighbour of the original, then replaces. Expects the new
-  /// contents at the original path and an unchanged neighbour.
+  /// Creates both folders and a neighbour of the original, and replaces the original. Expects
+  /// the new contents at the original path and an unchanged neighbour.
   void createFoldersAndExpectReplaced(const fs::path &original, const fs::path &replacement) {
     makeTree(original, "old");
     const Tree expected = makeTree(replacement, "new");
@@ -113,7 +113,7 @@ TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
   EXPECT_EQ(contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
 }
 
-TEST_P(ItemReplacementContract, OnlyExistingFolderCanBeReplaced) {
+TEST_P(ItemReplacementContract, CanReplaceItemAcceptsOnlyFolderOrLinkToFolder) {
   const Locations &locations = platform->interfaces().locations;
   makeTree(original_, "old");
   fs::create_symlink(original_, folder_.path() / "link");

@@ -97,7 +97,8 @@ TEST(Json, TruncatedTextIsRejected) {
       R"({"version":"1.3 \u00e9\ud83d\ude00","zip":"a.zip","n":[-1.5e3,{"x":null}],"t":true})";
   ASSERT_TRUE(parseJsonTexts(whole));
   for (std::size_t length = 0; length < whole.size(); ++length) {
-    EXPECT_EQ(parseJsonTexts(std::string_view(whole).substr(0, length)), std::nullopt) << length;
+    EXPECT_EQ(parseJsonTexts(std::string_view(whole).substr(0, length)), std::nullopt)
+        << "first " << length << " bytes";
   }
 }
 

@@ -18,7 +18,7 @@ class MainQueueContract : public ContractTest {
   std::chrono::system_clock::time_point now() { return platform->interfaces().clock.now(); }
 };
 
-TEST_P(MainQueueContract, PostedWorkRunsInOrderAfterPostAndRunningWorkReturn) {
+TEST_P(MainQueueContract, PostedWorkRunsInOrderAndNeverInsidePost) {
   std::vector<int> expected(1000);
   std::iota(expected.begin(), expected.end(), 0);
   std::vector<int> order;
@@ -30,7 +30,7 @@ TEST_P(MainQueueContract, PostedWorkRunsInOrderAfterPostAndRunningWorkReturn) {
     });
   }
   expected.push_back(1000);
-  EXPECT_TRUE(order.empty()) << "work ran before post returned";
+  EXPECT_TRUE(order.empty()) << "work ran before post() returned";
   ASSERT_TRUE(runUntil([&] { return order.size() == expected.size(); }));
   EXPECT_EQ(order, expected);
 }
@@ -61,7 +61,7 @@ TEST_P(MainQueueContract, DelayedWorkRunsInOrderOfDelay) {
   for (const int delay : {90, 0, 30, 60}) {
     queue().after(milliseconds(delay), [&order, delay] { order.push_back(delay); });
   }
-  EXPECT_TRUE(order.empty()) << "work ran before after returned";
+  EXPECT_TRUE(order.empty()) << "work ran before after() returned";
   ASSERT_TRUE(runUntil([&] { return order.size() == 4; }));
   EXPECT_EQ(order, (std::vector<int>{0, 30, 60, 90}));
 }
@@ -77,7 +77,7 @@ TEST_P(MainQueueContract, RepeatedWorkRunsNoEarlierThanItsInterval) {
   }
 }
 
-TEST_P(MainQueueContract, BackgroundWorkRunsOnceAndPostsToMainThread) {
+TEST_P(MainQueueContract, BackgroundWorkRunsOffMainThreadAndCanPostToIt) {
   int runs = 0;
   std::atomic<bool> backgroundWorkOnMain = false;
   bool postedWorkOffMain = false;

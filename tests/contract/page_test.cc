@@ -17,7 +17,7 @@ using std::chrono::milliseconds;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-/// Returns a page that runs the body of an asynchronous function when it has loaded.
+/// Returns a page with an HTML body. Its script runs after loading, in an asynchronous function.
 std::string pageWith(const std::string &body, const std::string &script) {
   return "<!doctype html><body>" + body + "<script>onload = async () => {" + script +
          "}</script></body>";
@@ -28,7 +28,8 @@ class PageContract : public ContractTest {
  public:
   ~PageContract() override {
     if (!core) return;
-    // Destroyed before the platform, unlike the core, which its timers own.
+    // The core lives as long as the main queue, whose timers own it. Its window and web view
+    // must be destroyed before the platform.
     core->window.reset();
     core->web.reset();
   }
@@ -78,8 +79,8 @@ class PageContract : public ContractTest {
     EXPECT_THAT(requestsFor("/shown" + path), IsEmpty());
   }
 
-  /// Calls a function with the texts of the next alert, which the function must answer. Returns at
-  /// once, because the alert may block the caller of the main loop until it is answered.
+  /// Calls a function with the texts of the next alert, which the function must answer. Polls
+  /// from the main queue, because an open alert may block runUntil() until it is answered.
   void whenAlertOpens(const std::function<void(const ShownAlert &)> &answer) {
     queue().after(milliseconds(10), [this, answer] {
       if (!platform->isAlertOpen()) return whenAlertOpens(answer);
@@ -125,7 +126,7 @@ TEST_P(PageContract, LinkWithinServerLoadsPage) {
   EXPECT_THAT(platform->opened(), IsEmpty());
 }
 
-TEST_P(PageContract, FileIsShownInFrameAndDownloadedElsewhere) {
+TEST_P(PageContract, FileIsShownInSubframeAndDownloadedInMainFrame) {
   showPage(
       pageWith("<iframe src=/api/bestand/frame></iframe><a id=link href=/api/bestand/link></a>",
                "link.click();"));
@@ -165,7 +166,8 @@ TEST_P(PageContract, PageIsReloadedAfterCrashOfItsProcess) {
   EXPECT_EQ(requestsFor("/page").size(), 2U);
 }
 
-/// Destroys the completion of each JavaScript dialog without a call, after the dialog has opened.
+/// A delegate that destroys the completion of each JavaScript dialog without calling it, after
+/// the dialog has opened.
 class DroppingDelegate final : public PermissiveDelegate {
  public:
   explicit DroppingDelegate(MainQueue &queue) : queue_(queue) {}

@@ -8,8 +8,8 @@ namespace {
 class PanelsContract : public ContractTest {
  protected:
   /// Shows an alert, runs the user's action, and waits for the answer. Returns false when no
-  /// answer arrives. Both are posted to the main queue, because showing an alert may block
-  /// until it is answered.
+  /// answer arrives. Posts the alert and the action to the main queue, because showing an
+  /// alert may block until it is answered.
   bool showAndAct(const Alert &alert, const std::function<void()> &userAction) {
     queue().post([this, alert] {
       platform->interfaces().panels.runModal(alert, [this](const AlertAnswer &answer) {

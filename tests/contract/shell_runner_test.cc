@@ -65,9 +65,9 @@ TEST_F(ShellRunner, WorkingDirectoryAndEnvironmentAreInherited) {
 }
 
 TEST_F(ShellRunner, BackgroundJobWithRedirectedOutputIsNotAwaited) {
-  const std::string job = sh("sleep 600 >/dev/null 2>&1 & echo $!");
-  ASSERT_FALSE(job.empty());
-  EXPECT_EQ(::kill(std::stoi(job), SIGTERM), 0);
+  const std::string processId = sh("sleep 600 >/dev/null 2>&1 & echo $!");
+  ASSERT_FALSE(processId.empty());
+  EXPECT_EQ(::kill(std::stoi(processId), SIGTERM), 0);
 }
 
 }  // namespace

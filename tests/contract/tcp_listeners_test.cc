@@ -39,9 +39,10 @@ class BoundSocket {
     sockaddr_storage bound{};
     socklen_t size = sizeof bound;
     std::array<char, NI_MAXSERV> port{};
-    auto *general = reinterpret_cast<sockaddr *>(&bound);
-    if (::getsockname(descriptor(), general, &size) != 0 ||
-        ::getnameinfo(general, size, nullptr, 0, port.data(), port.size(), NI_NUMERICSERV) != 0) {
+    auto *boundAddress = reinterpret_cast<sockaddr *>(&bound);
+    if (::getsockname(descriptor(), boundAddress, &size) != 0 ||
+        ::getnameinfo(boundAddress, size, nullptr, 0, port.data(), port.size(), NI_NUMERICSERV) !=
+            0) {
       throw std::runtime_error("cannot determine the port of a socket");
     }
     port_ = std::stoi(port.data());

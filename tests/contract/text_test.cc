@@ -24,7 +24,7 @@ TEST(Text, SplitAtFullStopsDropsEmptyPieces) {
   EXPECT_THAT(splitAtFullStops("\u00E9\0.2.\u0301"s), ElementsAre("\u00E9\0"s, "2.\u0301"));
 }
 
-TEST(Text, CharactersSimilarToFullStopAreNotSplit) {
+TEST(Text, NoSplitAtCharactersSimilarToFullStop) {
   for (const std::string other : {"\u3002", "\uFF0E", "\u2024", "\u00B7", ",", "\u2026"}) {
     EXPECT_THAT(splitAtFullStops("1" + other + "2"), ElementsAre("1" + other + "2"));
   }
@@ -32,7 +32,7 @@ TEST(Text, CharactersSimilarToFullStopAreNotSplit) {
               ElementsAre("\u00E9", "\u20AC", "\U0001F600"));
 }
 
-TEST(Text, FullStopWithinGraphemeClusterIsNotSplit) {
+TEST(Text, NoSplitAtFullStopWithinGraphemeCluster) {
   // The full stop is followed by a combining mark, variation selector, joiner or enclosing mark.
   for (const std::string mark : {"\u0301", "\u0308", "\uFE0F", "\u200D", "\u20E3", "\u0903"}) {
     EXPECT_THAT(splitAtFullStops("1." + mark + "2"), ElementsAre("1." + mark + "2"));
@@ -47,7 +47,7 @@ TEST(Text, FullStopWithinGraphemeClusterIsNotSplit) {
   EXPECT_THAT(splitAtFullStops("1\u0600.\u0301.2"), ElementsAre("1\u0600.\u0301", "2"));
 }
 
-TEST(Text, FullStopBetweenGraphemeClustersIsSplit) {
+TEST(Text, SplitAtFullStopBetweenGraphemeClusters) {
   EXPECT_THAT(splitAtFullStops("e\u0301.2"), ElementsAre("e\u0301", "2"));
   // An emoji sequence with joiners, and a flag made of two regional indicators.
   EXPECT_THAT(
@@ -66,7 +66,7 @@ TEST(Text, InvalidUtf8IsSplitAtFullStops) {
   EXPECT_THAT(splitAtFullStops("\xed\xa0\x80.\x80"), ElementsAre("\xed\xa0\x80", "\x80"));
 }
 
-// With time in the square of the length, this text would take hours.
+// In quadratic time, this text would take hours.
 TEST(Text, VeryLongTextIsSplit) {
   const std::string repeated = "1.2.\u0301\u0600.33333333.";
   std::string text;

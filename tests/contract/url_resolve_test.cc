@@ -1,6 +1,6 @@
-// The contract of Url::resolve, which each platform implements at link time. It resolves the
-// archive address of an update manifest, a URL reference. The examples of RFC 3986, 5.4 are
-// among the NSURL results of url_test.cc.
+// The contract of Url::resolve, which each platform implements at link time. The updater uses it
+// for the archive address of a manifest, which is relative to the manifest's URL. The examples
+// of RFC 3986, 5.4 are among the NSURL results of url_test.cc.
 
 #include <gtest/gtest.h>
 
@@ -71,7 +71,7 @@ TEST(UrlResolve, IllegalCharactersArePercentEncoded) {
       {"https://other.test/a b.zip", "https://other.test/a%20b.zip"},
       {"//other.test/a b.zip", "https://other.test/a%20b.zip"},
       {"?a b", manifest + "?a%20b"},
-      // Encoded only where RFC 3986 does not allow them.
+      // Characters that are encoded only where RFC 3986 does not allow them.
       {"a[1].zip?[2]#[3]#4", folder + "a%5B1%5D.zip?%5B2%5D#%5B3%5D%234"},
       {"./!$&'()*+,;=:@~-._/?", folder + "!$&'()*+,;=:@~-._/?"},
       {"http://[::1]/[", "http://[::1]/%5B"},

@@ -42,8 +42,7 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow this character. The NSURL results accept it once
-    // and reject it once.
+    // RFC 3986 does not allow "|". The NSURL results accept it once and reject it once.
     {"http://test.com/unescaped|pipe", std::nullopt},
     // The path is "/" instead of "//": NSURL removes only one of several trailing slashes.
     {"file://///", "file://///"},

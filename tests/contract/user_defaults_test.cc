@@ -10,7 +10,7 @@ class UserDefaultsContract : public ContractTest {
   UserDefaults &defaults() { return platform->interfaces().defaults; }
 };
 
-TEST_P(UserDefaultsContract, KeyNeverStoredIsAbsent) {
+TEST_P(UserDefaultsContract, KeyNeverStoredHasNoText) {
   EXPECT_EQ(defaults().text("contractNeverStored"), std::nullopt);
 }
 
