@@ -13,15 +13,15 @@ namespace orvel::fuzz {
 namespace {
 namespace fs = std::filesystem;
 
-void requireInside(const fs::path &folder) {
+void requireContentsStayInside(const fs::path &folder) {
   for (const auto &entry : fs::recursive_directory_iterator(folder)) {
     const auto status = entry.symlink_status();
     require(fs::is_directory(status) || fs::is_regular_file(status) || fs::is_symlink(status),
             "only folders, files and links are extracted");
     if (!fs::is_symlink(status)) continue;
     const fs::path target = fs::read_symlink(entry.path());
-    const fs::path place = (entry.path().parent_path() / target).lexically_normal();
-    require(target.is_relative() && place.string().starts_with(folder.string()),
+    const fs::path destination = (entry.path().parent_path() / target).lexically_normal();
+    require(target.is_relative() && destination.string().starts_with(folder.string()),
             "a link stays inside the folder");
   }
 }
@@ -35,7 +35,7 @@ void testInput(std::string_view input) {
   std::ofstream(archive, std::ios::binary) << input;
   fs::create_directory(folder);
   extractArchive(archive.string(), folder.string());
-  requireInside(folder);
+  requireContentsStayInside(folder);
   fs::remove_all(folder);
   // Only the archive is left.
   require(std::distance(fs::directory_iterator(scratch.path()), fs::directory_iterator()) == 1,

@@ -1,4 +1,5 @@
-// Property: the Cookie header of a download has the cookies of its host, without line breaks.
+// Property: the Cookie header of a download has the cookies of its host, except those with control
+// characters.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>
@@ -56,14 +57,15 @@ void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &
   for (const Cookie &cookie : cookies) {
     if (!isSentTo(cookie, host)) continue;
     const std::string pair = cookie.name + cookie.value;
-    if (std::any_of(pair.begin(), pair.end(),
-                    [](char each) { return g_ascii_iscntrl(each) && each != '\t'; })) {
+    if (std::any_of(pair.begin(), pair.end(), [](char character) {
+          return g_ascii_iscntrl(character) && character != '\t';
+        })) {
       continue;
     }
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   require(cookieHeader(cookies, host) == expected,
-          "the header has the cookies of the host without control characters, and no other");
+          "the header has exactly those cookies of the host that have no control characters");
 }
 
 /// Requires that the key cookie is for the host of the server address.
@@ -71,10 +73,13 @@ void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
   const auto cookie = keyCookie(address, /*local=*/false, "key", now);
   const auto url = Url::parse(address);
-  require(cookie.has_value() == (url && !url->host.empty()), "every host has a key cookie");
+  require(cookie.has_value() == (url && !url->host.empty()),
+          "an address has a key cookie exactly when it has a host");
   require(!keyCookie(address, /*local=*/false, "", now), "without a key there is no cookie");
   if (!cookie) return;
-  require(cookie->domain == url->host && cookie->secure, "the cookie is for the host");
+  require(cookie->domain == url->host && cookie->secure,
+          "the key cookie has the domain of the host and is secure");
+  // cookieHeader() removes the full stops at both ends of a domain, but not those of a host.
   require(cookieHeader({*cookie}, url->host) == "orvelapp=key" || url->host.starts_with('.') ||
               url->host.ends_with('.'),
           "downloads send the key cookie");

@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::size_t maxNameSize = 255;
 
-/// Replaces the MIME database of GIO by one with a description outside its folder, which no media
-/// type may reach. The database remains until the process ends.
+/// Replaces the MIME database of GIO until the process ends. No media type may reach the two
+/// descriptions with the extension "escaped", which lie outside the folders of media types.
 void replaceMimeDatabase() {
   static const TemporaryFolder temporary;
   const std::filesystem::path &root = temporary.path();
@@ -78,10 +78,10 @@ void testInput(std::string_view input) {
   const auto suggested = suggestedFilename(head, url);
   if (suggested) {
     require(!suggested->empty(), "a suggestion is not empty");
-    require(trimmedText(*suggested).has_value(), "a name is UTF-8");
+    require(trimmedText(*suggested).has_value(), "a suggestion is UTF-8");
     require(!suggested->ends_with(".escaped") || input.find("escaped") != std::string_view::npos ||
                 suggested == suggestedFilename({head.contentDisposition}, url),
-            "a media type names no file outside the database");
+            "no media type gives the extension of a description outside its folder");
   }
 
   const std::string name = downloadName(suggested, url);

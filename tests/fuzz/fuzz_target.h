@@ -9,7 +9,7 @@
 
 namespace orvel::fuzz {
 
-/// Checks the properties of a fuzz target for one input. Each target defines it.
+/// Checks the properties of a fuzz target for one input. Each fuzz target defines this function.
 void testInput(std::string_view input);
 
 /// Aborts when a property does not hold, so that the fuzzer reports the input.
@@ -30,8 +30,8 @@ inline std::vector<std::string_view> piecesOf(std::string_view input, char separ
   }
 }
 
-/// Splits the input into this number of lines. The last one holds the rest; missing ones
-/// are empty.
+/// Splits the input into `count` lines. The last line holds the rest of the input, with its line
+/// breaks. Missing lines are empty.
 template <std::size_t count>
 std::array<std::string_view, count> linesOf(std::string_view input) {
   std::array<std::string_view, count> lines;

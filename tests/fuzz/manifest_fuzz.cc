@@ -1,5 +1,5 @@
-// Properties: a manifest is read completely or rejected, cannot leave its folder, and has no
-// signature for another release than the signed one.
+// Properties: a manifest is read completely or rejected, names no working folder outside the
+// temporary folder, and has a valid signature only for the signed release.
 
 #include <algorithm>
 #include <filesystem>
@@ -27,6 +27,7 @@ void requireContained(const UpdateManifest &manifest) {
     const auto normal = std::filesystem::path(*folder).lexically_normal().string();
     require(normal.starts_with("/temporary/orvel-os-update-"),
             "the working folder is below the temporary folder");
+    // Each of the two arguments has two quotes.
     const auto command = commandLine(macosEdition.unpack, {"/archive", *folder});
     require(!command || std::count(command->begin(), command->end(), '\'') == 4,
             "a version stays within its quotes");
@@ -52,7 +53,7 @@ void requireAuthentic(const UpdateManifest &manifest) {
   const bool isValid = verify(publicKey, message, *handtekening);
   require(!isValid || (manifest.versie == "1.3" && sleutel.value_or(std::string(newKey)) == newKey),
           "only the signed release has a valid signature");
-  // Any text may be a public key.
+  // The public key may be any text, and must not crash verify().
   if (sleutel) verify(*sleutel, message, *handtekening);
 }
 
@@ -66,6 +67,7 @@ void testInput(std::string_view input) {
   if (!texts) return;
 
   for (const auto &[name, text] : *texts) {
+    // trimmedText() returns nullopt for invalid UTF-8.
     require(trimmedText(name) && trimmedText(text), "texts are UTF-8");
   }
   require(parseJsonTexts(nlohmann::json(*texts).dump()) == texts, "serialized texts are parsed");

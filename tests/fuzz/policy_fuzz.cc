@@ -35,41 +35,45 @@ void requireSafe(const NavigationDecision &decision, const Url &url, const std::
   const bool isSameOrigin = isOfServer && url.scheme == server->scheme &&
                             url.host == server->host && isSameOriginOrUpgrade(*server, url);
   require(decision.policy == cancel || decision.consequence == none,
-          "an allowed navigation has no other consequence");
+          "an allowed navigation opens and downloads nothing");
   require(decision.policy == cancel || url.scheme == "about" || isSameOrigin,
-          "only pages of the server are shown");
+          "only about: pages and pages of the server are shown");
   if (decision.consequence == open) {
     constexpr std::array<std::string_view, 4> schemes{"http", "https", "mailto", "tel"};
     require(std::find(schemes.begin(), schemes.end(), url.scheme) != schemes.end(),
-            "only such addresses are opened by other applications");
-    require(!isOfServer, "pages of the server are not opened by other applications");
+            "other applications open only http, https, mailto and tel URLs");
+    require(!isOfServer, "other applications open no URLs of the server");
   }
   if (decision.consequence == download) {
-    require(url.scheme == "about" || isSameOrigin, "the key is sent only to the server");
+    require(url.scheme == "about" || isSameOrigin,
+            "a download with the key is requested only from the server");
     require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
-            "only files are downloaded");
+            "navigations download only /api/export and /api/bestand/");
   }
 }
 
-void requireFrames(const Url &url, const std::string &base) {
-  const auto in = [&](NavigationTarget target) {
+void requireConsistentDecisions(const Url &url, const std::string &base) {
+  const auto decisionFor = [&](NavigationTarget target) {
     return decideNavigation({.url = url, .target = target}, base);
   };
   for (const NavigationTarget target : {mainFrame, subFrame, newWindow}) {
-    requireSafe(in(target), url, base);
+    requireSafe(decisionFor(target), url, base);
   }
-  require(in(mainFrame) == in(newWindow), "a new window is decided like the main frame");
-  if (in(mainFrame) != in(subFrame)) {
-    require(in(mainFrame) == NavigationDecision{cancel, download} &&
-                in(subFrame) == NavigationDecision{allow, none},
-            "only files differ between main frame and sub-frame");
+  require(decisionFor(mainFrame) == decisionFor(newWindow),
+          "a new window is decided like the main frame");
+  if (decisionFor(mainFrame) != decisionFor(subFrame)) {
+    require(decisionFor(mainFrame) == NavigationDecision{cancel, download} &&
+                decisionFor(subFrame) == NavigationDecision{allow, none},
+            "when the decisions differ, the main frame downloads and the sub-frame shows the URL");
   }
   const NavigationConsequence window = decideNewWindow(url, base);
-  require(window != none, "a requested window has a consequence");
+  require(window != none, "a URL for a new window is opened or downloaded");
   require((window == download) == url.absoluteString.starts_with(base),
-          "a requested window of the server, and no other, is a download");
-  require(decideDownload(url, true, base) == window, "a download of the user is like a window");
-  require(decideDownload(url, false, base) == none, "a download of a script is dropped");
+          "a URL for a new window is downloaded exactly when it is on the server");
+  require(decideDownload(url, /*hasUserGesture=*/true, base) == window,
+          "a download with a user gesture is decided like a new window");
+  require(decideDownload(url, /*hasUserGesture=*/false, base) == none,
+          "a download without a user gesture is dropped");
 }
 
 bool matches(const std::string &pattern, const std::string &text) {
@@ -80,8 +84,9 @@ bool matches(const std::string &pattern, const std::string &text) {
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
-/// Requires that the filter matches this address and no other. WebKit serializes addresses in
-/// visible ASCII.
+/// Requires that the filter blocks an address, with or without a query, but not when a letter
+/// precedes or follows it. Skips addresses with a query or fragment of their own, and those with
+/// other characters than visible ASCII, in which WebKit serializes URLs.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });
@@ -95,9 +100,9 @@ void requireFilter(const std::string &address) {
     isFiltered = isFiltered || matches(pattern, address);
     isFilteredWithQuery = isFilteredWithQuery || matches(pattern, address + "?one=two");
     require(!matches(pattern, address + "x") && !matches(pattern, "x" + address),
-            "no other address is blocked");
+            "an address with a letter before or after it is not blocked");
   }
-  require(isFiltered && isFilteredWithQuery, "the address is blocked");
+  require(isFiltered && isFilteredWithQuery, "the address is blocked, with and without a query");
 }
 
 }  // namespace
@@ -109,9 +114,9 @@ void testInput(std::string_view input) {
   const auto server = Url::parse(base);
   const auto url = urlFromWebKit(address.c_str());
   require(decideNavigation({.url = {}}, base) == NavigationDecision{},
-          "a navigation without a URL has no decision");
-  // Without a host the address is a prefix of addresses of other servers.
-  if (url && server && !server->host.empty()) requireFrames(*url, base);
+          "a navigation without a URL is cancelled without a consequence");
+  // A server address without a host, such as "http:/", is a prefix of URLs of other servers.
+  if (url && server && !server->host.empty()) requireConsistentDecisions(*url, base);
   requireFilter(address);
 }
 

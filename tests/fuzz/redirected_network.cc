@@ -57,6 +57,7 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char *na
                                                                   const addrinfo *hints,
                                                                   addrinfo **found) {
   static auto *const resolve = original<decltype(getaddrinfo)>("getaddrinfo");
+  // The address below is IPv4.
   if (hints != nullptr && hints->ai_family == AF_INET6) return EAI_NONAME;
   // AI_ADDRCONFIG would fail on a machine without a network.
   addrinfo wanted = hints != nullptr ? *hints : addrinfo{};

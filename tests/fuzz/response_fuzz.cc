@@ -24,7 +24,8 @@ SoupHttpSession &session() {
   // Never destroyed, because libFuzzer ends the process with exit().
   static auto *const session = [] {
     g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
-    // Without TLS a redirect to https fails at once. The server would wait for more of a handshake.
+    // Without TLS a redirect to https fails at once. With TLS, the server would wait for the rest
+    // of the handshake.
     g_setenv("GIO_USE_TLS", "dummy", TRUE);
     return new SoupHttpSession({g_get_tmp_dir()});
   }();
@@ -38,7 +39,7 @@ DataReply replyTo(const std::string &cookie, bool isDownload) {
   request.forwardsHeaders = isSameOriginOrUpgrade;
   request.setHeader("X-ORVEL-App", "key");
   request.setHeader("Cookie", cookie);
-  // Shared: a second call of the completion, which would be an error, could come later.
+  // Shared, because a faulty second call of the completion could come after this function returns.
   const auto promise = std::make_shared<std::promise<DataReply>>();
   auto ended = promise->get_future();
   if (isDownload) {
@@ -55,11 +56,11 @@ DataReply replyTo(const std::string &cookie, bool isDownload) {
   require(ended.wait_for(std::chrono::seconds(8)) == std::future_status::ready,
           "a request ends when the connection is closed");
   DataReply reply = ended.get();
-  require(reply.response || !reply.body, "a body has a head");
+  require(reply.response || !reply.body, "a reply with a body has a response");
   return reply;
 }
 
-/// Returns the values of all fields with a name in the head of a request.
+/// Returns the values of all fields with this name in the head of a request.
 std::vector<std::string_view> valuesOf(std::string_view head, std::string_view name) {
   std::vector<std::string_view> values;
   for (std::string_view line : piecesOf(head)) {
@@ -74,8 +75,8 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
   return values;
 }
 
-/// Requires that only requests to the first host have the key and the cookies. `heads` are those
-/// of the requests, in order.
+/// Requires that the requests have the key and the cookies until a redirect leads to another host.
+/// `heads` holds the heads of the requests, in order.
 void requireSecretsStayOnHost(const std::vector<std::string> &heads, const std::string &cookie) {
   const bool isOneLine = cookie.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
   require(isOneLine || heads.empty(), "a cookie with a line break or NUL is not sent");
@@ -91,8 +92,8 @@ void requireSecretsStayOnHost(const std::vector<std::string> &heads, const std::
       require(cookies.size() == 1 && cookies[0] == cookie,
               "the requested host receives the cookies");
     } else {
-      // Also when a redirect leads back to the requested host.
-      require(keys.empty() && cookies.empty(), "no other host receives key or cookies");
+      require(keys.empty() && cookies.empty(),
+              "no request has key or cookies after a redirect to another host");
     }
   }
 }
@@ -113,7 +114,7 @@ void testInput(std::string_view input) {
     if (next < responses.size()) client.send(responses[next++]);
   });
   redirectConnectionsTo(server.port());
-  // Any property of the input may choose; its size makes downloads of half of the inputs.
+  // The size of the input decides, so that about half of the inputs are downloads.
   const DataReply reply = replyTo(cookie, /*isDownload=*/input.size() % 2 == 0);
   require(!reply.response || reply.response->statusCode >= 100, "a response has a status");
   requireSecretsStayOnHost(server.heads(), cookie);

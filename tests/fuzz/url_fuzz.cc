@@ -1,5 +1,5 @@
-// Properties: the URL parser and libsoup agree on the host and the port of an address, resolving a
-// relative reference keeps the host, and so does percent-encoding.
+// Properties: the URL parser and libsoup agree on the host and the port of an address, and neither
+// resolving a relative path nor percent-encoding changes the host.
 
 #include <libsoup/soup.h>
 
@@ -38,9 +38,11 @@ void requireParts(const Url &url) {
   if (!isWeb(url) || url.absoluteString.find('\0') != std::string::npos || !sent) return;
   const char *host = g_uri_get_host(sent.get());
   if (host == nullptr || url.host.empty()) return;
-  require(g_ascii_strcasecmp(host, url.host.c_str()) == 0, "a request is sent to the host");
-  const int usualPort = g_ascii_strcasecmp(url.scheme.c_str(), "https") == 0 ? 443 : 80;
-  require(portOf(sent.get()) == url.port.value_or(usualPort), "a request is sent to the port");
+  require(g_ascii_strcasecmp(host, url.host.c_str()) == 0,
+          "libsoup sends a request to the host of the URL");
+  const int defaultPort = g_ascii_strcasecmp(url.scheme.c_str(), "https") == 0 ? 443 : 80;
+  require(portOf(sent.get()) == url.port.value_or(defaultPort),
+          "libsoup sends a request to the port of the URL");
 }
 
 void requireResolved(std::string_view reference, const Url &parsed, const Url &base) {
@@ -50,31 +52,36 @@ void requireResolved(std::string_view reference, const Url &parsed, const Url &b
   requireParts(*resolved);
   if (parsed.scheme.empty()) {
     require(resolved->scheme == base.scheme, "a relative reference keeps the scheme");
-    require(reference.starts_with("//") || resolved->host == base.host, "a path keeps the host");
+    require(reference.starts_with("//") || resolved->host == base.host,
+            "a relative path keeps the host");
   } else {
     require(resolved->host == parsed.host, "an absolute reference keeps its own host");
   }
 }
 
-/// Requires that header fields are forwarded only to an origin that libsoup treats as the same.
+/// Requires that header fields are forwarded only to an origin that libsoup treats as the same, or
+/// as the same host with https instead of http.
 void requireSameOrigin(const Url &from, const Url &to) {
   if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
-  require(from.scheme == to.scheme || to.scheme == "https", "fields never go from https to http");
+  require(from.scheme == to.scheme || to.scheme == "https",
+          "header fields are not forwarded from https to http");
   const SoupUri one = soupUri(from);
   const SoupUri other = soupUri(to);
   if (!one || !other) return;
   const char *host = g_uri_get_host(one.get());
   const char *otherHost = g_uri_get_host(other.get());
   if (host == nullptr || otherHost == nullptr) return;
-  require(g_ascii_strcasecmp(host, otherHost) == 0, "fields stay with their host");
+  require(g_ascii_strcasecmp(host, otherHost) == 0,
+          "header fields are not forwarded to another host");
   require(from.scheme != to.scheme || portOf(one.get()) == portOf(other.get()),
-          "fields stay with their port");
+          "header fields are not forwarded to another port");
 }
 
 void requirePercentEncoding(std::string_view address) {
   const std::string escaped = percentEncoded(address);
   require(percentEncoded(escaped) == escaped, "encoding is idempotent");
-  require(!Url::parse(address) || escaped == address, "a valid text is not encoded");
+  require(!Url::parse(address) || escaped == address,
+          "a valid URL reference is unchanged by encoding");
   const auto slashes = address.find("://");
   if (slashes == std::string::npos) return;
   const auto server = Url::parse(address.substr(0, address.find_first_of("/?#", slashes + 3)));
