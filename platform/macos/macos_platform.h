@@ -19,8 +19,8 @@
 
 namespace orvel {
 
-/// The macOS implementation of every port. Constructed on the main thread, before the process
-/// has other threads, because the constructor reads the environment.
+/// The macOS implementation of every interface in Platform. Constructed on the main thread, before
+/// the process has other threads, because the constructor reads the environment.
 class MacosPlatform {
  public:
   MacosPlatform();

@@ -26,7 +26,8 @@ void wakeModalLoop();
 /// loads anything.
 @property(nonatomic) orvel::WebViewDelegate *webViewDelegate;
 
-/// Whether a request to terminate has been accepted. Nothing defers or cancels an accepted one.
+/// Whether the application is terminating: a request was answered with NSTerminateNow, or the
+/// reply to a deferred request has been given. NO while the reply is outstanding.
 @property(nonatomic, readonly) BOOL terminationProceeds;
 
 /// Completes a termination that was deferred with NSTerminateLater. Closes the open

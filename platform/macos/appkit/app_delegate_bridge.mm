@@ -14,8 +14,8 @@ orvel::NavigationTarget targetOf(WKNavigationAction *action) {
                                       : orvel::NavigationTarget::subFrame;
 }
 
-/// The pause in seconds after the closing of an alert, in which its modal loop returns to the
-/// loop around it. A loop that has not returned by then is stopped once more.
+/// The seconds from stopping the modal loop of an alert to stopping the loop around it. A loop that
+/// has not returned by then is stopped again.
 constexpr NSTimeInterval closeAlertsInterval = 0.05;
 
 WKNavigationActionPolicy toWebKit(orvel::NavigationPolicy policy) {

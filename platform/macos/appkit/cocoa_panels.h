@@ -12,7 +12,7 @@ class CocoaPanels final : public Panels {
   explicit CocoaPanels(AppDelegateBridge *bridge) : bridge_(bridge) {}
 
   /// Blocks until the alert has closed, and calls the completion before returning. Does not call
-  /// it once the bridge has accepted the termination. Escape presses the last of several
+  /// it once `terminationProceeds` is set. Escape presses the last of several
   /// buttons.
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 

@@ -28,11 +28,12 @@ class RunLoopMainQueue final : public MainQueue {
  private:
   class WorkSource;
 
-  /// Adds a timer to the main run loop that posts the work. An interval of 0 fires once.
+  /// Adds a timer to the main run loop that posts the work. With an interval of 0, the timer
+  /// fires once.
   void addTimer(std::chrono::milliseconds delay, std::chrono::milliseconds interval,
                 std::function<void()> work);
 
-  /// The timers hold weak pointers to it, because they may outlive the queue.
+  /// The timers hold weak pointers to the source, because they may outlive the queue.
   const std::shared_ptr<WorkSource> source_;
 };
 

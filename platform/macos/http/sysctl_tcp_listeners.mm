@@ -65,7 +65,7 @@ std::optional<std::vector<TcpListener>> SysctlTcpListeners::onPort(int port) con
   for (std::size_t at = size; at + sizeof(xtcpcb64) <= list->size(); at += size) {
     xtcpcb64 entry{};
     std::memcpy(&entry, list->data() + at, sizeof entry);
-    // A version of macOS with another layout.
+    // Another version of macOS may have another layout.
     if (entry.xt_len < sizeof entry) return std::nullopt;
     size = entry.xt_len;
     const xinpcb64 &socket = entry.xt_inpcb;

@@ -19,7 +19,7 @@ NSHTTPCookie *toCocoa(const Cookie &cookie) {
     NSHTTPCookieDomain : orvel::toCocoa(cookie.domain),
     NSHTTPCookiePath : orvel::toCocoa(cookie.path),
   } mutableCopy];
-  // Absent for other cookies: Foundation takes any value, even "FALSE", for true.
+  // Only set for a secure cookie: Foundation takes any value, even "FALSE", for true.
   if (cookie.secure) properties[NSHTTPCookieSecure] = @"TRUE";
   if (cookie.expires) {
     const Seconds since1970 = cookie.expires->time_since_epoch();
@@ -47,7 +47,7 @@ Cookie fromCocoa(NSHTTPCookie *cookie) {
 
 void WKCookieStore::set(const Cookie &cookie, std::function<void()> completion) {
   NSHTTPCookie *cocoaCookie = toCocoa(cookie);
-  // There is nothing to store. Reading the store keeps the completion asynchronous.
+  // Nothing to store. Reading the store instead keeps the completion asynchronous.
   if (cocoaCookie == nil) return all([completion](const auto &) { completion(); });
   [store_ setCookie:cocoaCookie
       completionHandler:^{
