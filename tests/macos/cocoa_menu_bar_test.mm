@@ -19,7 +19,8 @@ std::string symbolsOf(NSEventModifierFlags modifiers) {
   return "modifiers " + std::to_string(modifiers) + " ";
 }
 
-/// Returns the title, the action and the key equivalent, if any, such as "Knip cut: ⌘x".
+/// Returns the title, the action and the key equivalent, if any, such as "Knip cut: ⌘x", or
+/// "separator".
 std::string textOfItem(NSMenuItem *item) {
   if (item.separatorItem) return "separator";
   std::string text = fromCocoa(item.title);
@@ -50,7 +51,7 @@ class MainMenu : public testing::Test {
   NSApplication *const application_ = NSApplication.sharedApplication;
 };
 
-TEST_F(MainMenu, MenusGetTitlesOfTheDescription) {
+TEST_F(MainMenu, MenusHaveTitlesOfDescription) {
   std::vector<std::string> titles;
   for (NSMenuItem *item in application_.mainMenu.itemArray) {
     titles.push_back(fromCocoa(item.submenu.title));
@@ -58,7 +59,7 @@ TEST_F(MainMenu, MenusGetTitlesOfTheDescription) {
   EXPECT_THAT(titles, ElementsAre("", "Wijzig", "Weergave", "Venster"));
 }
 
-TEST_F(MainMenu, ItemsGetTitlesActionsAndKeysOfTheDescription) {
+TEST_F(MainMenu, ItemsHaveTitlesActionsAndKeysOfDescription) {
   NSArray<NSMenuItem *> *bar = application_.mainMenu.itemArray;
   ASSERT_EQ(bar.count, 4U);
   EXPECT_THAT(textsOf(bar[0].submenu), ElementsAreArray({

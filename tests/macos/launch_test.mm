@@ -62,7 +62,7 @@ TEST_F(Launch, WebViewFillsWindowUnderTransparentTitleBarAndHasFocus) {
   EXPECT_TRUE(NSEqualSizes(window_.minSize, NSMakeSize(1000, 660)));
 }
 
-TEST_F(Launch, WindowSavesFrameAndClosingDoesNotReleaseIt) {
+TEST_F(Launch, WindowHasFrameAutosaveNameAndIsNotReleasedWhenClosed) {
   EXPECT_EQ(fromCocoa(window_.frameAutosaveName), "ORVELOSMain");
   EXPECT_FALSE(window_.restorable);
   EXPECT_FALSE(window_.releasedWhenClosed);

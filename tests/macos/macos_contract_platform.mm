@@ -27,14 +27,14 @@ NSApplication *application() { return NSApplication.sharedApplication; }
 std::vector<std::string> openedTargets;
 
 /// Replaces -[NSWorkspace openURL:configuration:completionHandler:], so that the tests do not
-/// start the default applications of the user.
+/// start the default applications of the user. Ignores missing files, as the original does.
 void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
                    NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
   EXPECT_FALSE(configuration.promptsUserIfNeeded);
   if (!url.fileURL) {
     openedTargets.push_back(fromCocoa(url.absoluteString));
   } else if ([url checkResourceIsReachableAndReturnError:nil]) {
-    // NSURL decomposes the path of a file URL.
+    // NSURL decomposes accented characters in the path of a file URL.
     openedTargets.push_back(fromCocoa(url.path.precomposedStringWithCanonicalMapping));
   }
 }
@@ -94,6 +94,7 @@ std::vector<NSButton *> buttonsOfAlert() {
   }
 }
 
+/// The checks of runApplication(), for the exit handler, which takes no argument.
 const std::function<void()> *checksAtExit = nullptr;
 
 /// Runs the checks and ends the process: with status 1 when an expectation failed.

@@ -61,7 +61,7 @@ TEST_F(TwoVolumes, MoveToExistingFileFailsAndKeepsBoth) {
   EXPECT_EQ(posix_test::contentsOf(to), "old");
 }
 
-// NSFileManager may refuse to replace a folder by one of another volume.
+// NSFileManager may refuse to replace a folder by one of another volume, so both results are valid.
 TEST_F(TwoVolumes, FolderIsReplacedCompletelyOrNotAtAll) {
   const fs::path original = folder_.path() / "Orvel OS.app";
   const fs::path replacement = volume_.path() / "Orvel OS.app";
