@@ -2,7 +2,7 @@
 
     python3 check_property_lists.py INFO_PLIST
 
-INFO_PLIST is the one of a build with the default version and without a key or an address.
+INFO_PLIST is that of a build with the default version and no presets (cmake/info_plist.cmake).
 Reads the other lists from the checkout.
 """
 

@@ -1,7 +1,7 @@
 // Measures the check of the macOS edition: plants each fault of planted_faults.mjs into a copy
 // of the checkout and runs the part of the check that concerns the changed file.
 //
-//   node plant_faults.mjs SYSROOT [CLASS...]
+//   node plant_faults.mjs SYSROOT [CATEGORY...]
 //
 // Prints a Markdown table with the first complaint about each fault. Fails when the check
 // rejects the unchanged copy.
@@ -13,7 +13,7 @@ import { fileURLToPath } from 'node:url';
 
 import { faults } from './planted_faults.mjs';
 
-const [sysroot, ...classes] = process.argv.slice(2);
+const [sysroot, ...categories] = process.argv.slice(2);
 const checkout = fileURLToPath(new URL('../..', import.meta.url));
 const copy = mkdtempSync(join(tmpdir(), 'planted-faults-'));
 
@@ -69,12 +69,12 @@ try {
   const configured = configure();
   if (configured.status !== 0) throw new Error(configured.stderr);
 
-  const chosen = faults.filter((fault) => classes.length === 0 || classes.includes(fault.class));
+  const chosen = faults.filter((fault) => categories.length === 0 || categories.includes(fault.category));
   const unchanged = check([...new Set(chosen.map((fault) => fault.file))]);
   if (unchanged.status !== 0) throw new Error(`the unchanged copy: ${complaint(unchanged)}`);
   let rejected = 0;
-  console.log('| class | file | fault | rejected |\n|---|---|---|---|');
-  for (const { class: faultClass, file, fault, edits } of chosen) {
+  console.log('| category | file | fault | rejected |\n|---|---|---|---|');
+  for (const { category, file, fault, edits } of chosen) {
     const original = readFileSync(join(copy, file), 'utf8');
     let changed = original;
     for (const [find, replacement] of edits) {
@@ -85,7 +85,7 @@ try {
     const result = check([file]);
     writeFileSync(join(copy, file), original);
     if (result.status !== 0) rejected += 1;
-    console.log(`| ${faultClass} | ${basename(file)} | ${fault} | ${result.status === 0 ? '**no**' : complaint(result)} |`);
+    console.log(`| ${category} | ${basename(file)} | ${fault} | ${result.status === 0 ? '**no**' : complaint(result)} |`);
   }
   console.log(`\n${rejected} of ${chosen.length} faults were rejected.`);
 } finally {
