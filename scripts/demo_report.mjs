@@ -63,7 +63,7 @@ const wanted = option === '--until-painted' ? steps.slice(0, -1) : steps;
 let from = 0;
 let start;
 for (const { name, matches, describe } of wanted) {
-  const index = lines.findIndex((line, position) => position >= from && matches(line));
+  const index = lines.findIndex((entry, position) => position >= from && matches(entry));
   if (index < 0) {
     console.error(`missing: ${name}`);
     process.exit(1);

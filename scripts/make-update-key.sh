@@ -20,7 +20,7 @@ command -v openssl >/dev/null || fail "openssl is not installed"
 umask 077
 key=$(openssl ecparam -name prime256v1 -genkey -noout | openssl pkcs8 -topk8 -nocrypt) ||
   fail "openssl could not make a key"
-# "noclobber" alone would write to a device. It refuses a dangling link without a clear message.
+# "noclobber" alone would write to a device, and refuse a dangling link without a clear message.
 if [ -e "$1" ] || [ -L "$1" ]; then fail "'$1' exists"; fi
 # One call creates and opens the file, so that no other user can replace it in between.
 (set -o noclobber && printf '%s\n' "$key" >"$1") 2>/dev/null || fail "'$1' cannot be written"

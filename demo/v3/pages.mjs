@@ -173,7 +173,7 @@ const long = (request) => page({
   kind: 'reading',
   lead: '<a href="#einde">Naar het einde</a>',
   body: `${Array.from({ length: 40 }, (_, index) =>
-    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPHS.map((_, position) => `<p>${PARAGRAPHS[(position + index) % PARAGRAPHS.length]}</p>`).join('')}`).join('')}
+    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPHS.map((paragraph, position) => `<p>${PARAGRAPHS[(position + index) % PARAGRAPHS.length]}</p>`).join('')}`).join('')}
 <p id="einde"><a href="#">Terug naar boven</a></p>`,
 });
 

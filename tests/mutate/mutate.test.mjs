@@ -26,7 +26,7 @@ function mutate(...args) {
   return { status: result.status, report: result.stdout, mutants };
 }
 
-/** Returns the code of the mutants that had an outcome, without their function's heading. */
+/** Returns the bodies of the mutated functions of the mutants with this outcome, sorted. */
 function bodies(mutants, outcome) {
   return mutants.filter((mutant) => mutant.outcome === outcome)
     .map(({ mutated }) => mutated.replace(/^.*?\{ | \}$/g, '')).sort();

@@ -1,6 +1,6 @@
 // Stands in for the application in the tests of smoke-macos.sh: starts the demo server, sends
-// the requests that the application sends, and stops the server on SIGTERM. The variable
-// FAULT selects a fault:
+// the requests that the application sends, and stops the server on SIGTERM. The environment
+// variable FAULT selects a fault:
 //
 //   early-exit     exits with status 3 before the server starts
 //   no-page        exits before the page reports that it is painted
