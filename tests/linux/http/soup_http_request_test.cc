@@ -95,6 +95,15 @@ TEST_F(SoupHttpRequest, LoopbackAddressBypassesProxy) {
   ::unsetenv("no_proxy");
 }
 
+TEST_F(SoupHttpRequest, HostNameThatBeginsLikeLoopbackAddressUsesProxy) {
+  ::setenv("http_proxy", server_.url().c_str(), 1);
+  ::setenv("no_proxy", "", 1);
+  EXPECT_EQ(fetch(session_, "http://127.example.test/").status, 200);
+  EXPECT_TRUE(server_.heads()[0].starts_with("GET http://127.example.test/ "));
+  ::unsetenv("http_proxy");
+  ::unsetenv("no_proxy");
+}
+
 TEST_F(SoupHttpRequest, ResponsesAreNotCached) {
   const LoopbackServer server(
       respondWith(okResponse("x", "Cache-Control: max-age=1000\r\nETag: \"1\"\r\n")));
