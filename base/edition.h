@@ -29,8 +29,8 @@ struct Edition {
   /// at a random path (App Translocation), because the user has not moved it since a browser
   /// downloaded it. Empty on systems without such copies.
   std::string_view translocationFolder;
-  /// Whether an installation removes the working folders of other versions. Not on macOS, which
-  /// itself removes old files from the folder for temporary files.
+  /// Whether an installation removes the temporary folders in which other versions were unpacked.
+  /// Not on macOS, which itself removes old files from the folder for temporary files.
   bool removesOtherWorkingFolders;
   /// Starts a bundle in the background after this process has ended. Returns at once.
   ShellCommand relaunch;

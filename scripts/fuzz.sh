@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the fuzz targets one after the other and prints a table of results. A target stops at
-# its first finding and writes the input that caused it to build/clang/tests/fuzz.
+# its first finding and saves the input for it in build/clang/tests/fuzz.
 #
 #   ./scripts/fuzz.sh                       1 minute each
 #   ./scripts/fuzz.sh 600                   10 minutes each

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Starts the built macOS application on the demo server twice: as the Finder does, and as a
+# Starts the built macOS application with the demo server twice: as the Finder does, and as a
 # child process, whose exit status a shell can read. Each time, waits until the page reports that it
 # is painted, and quits the application as the Dock does. Fails unless the application exits
 # with status 0 and leaves no process.
@@ -11,8 +11,8 @@
 #
 #   ./scripts/smoke-macos.sh [APP]
 #
-# APP is "build/Orvel OS.app" by default. The server checks for a key, so build it with:
-# ORVELOS_KEY=demo ./scripts/build-app.sh
+# APP is "build/Orvel OS.app" by default. The demo server accepts only an application with a
+# key, so build APP with: ORVELOS_KEY=demo ./scripts/build-app.sh
 set -euo pipefail
 
 fail() {
@@ -86,6 +86,7 @@ check_window() {
     echo "smoke: not checked: typing and dragging; this process may not post events"
     return
   fi
+  # Types the keys that open the second link of the page.
   operate openSecondLink >/dev/null
   wait_until 5 other_page_painted || fail_after_start "typing did not reach the page"
   passed "typing reaches the page without a click"
@@ -120,6 +121,7 @@ finish() {
   [ -z "$application_pid" ] || kill -KILL "$application_pid" 2>/dev/null || true
   if [ -n "$work" ]; then
     pid=$(server_pid || true)
+    # Another process may have the number by now.
     case $(ps -o command= -p "${pid:-0}" 2>/dev/null || true) in
       *v3/server.mjs*) kill -KILL "$pid" 2>/dev/null || true ;;
     esac
@@ -134,7 +136,7 @@ for tool in node open osascript; do
 done
 grep -q '<key>ORVELOSKey</key>' "$app/Contents/Info.plist" ||
   fail "the application has no key; build it with ORVELOS_KEY=demo ./scripts/build-app.sh"
-# An address that the user has chosen replaces the server on this machine.
+# The application would load an address that the user has chosen instead of the demo server.
 if defaults read nl.orvel.os osURL >/dev/null 2>&1; then
   fail "the user has chosen an address; 'defaults delete nl.orvel.os osURL' removes it"
 fi

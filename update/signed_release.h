@@ -9,7 +9,7 @@
 namespace orvel {
 
 /// The entry of Info.plist with the public key that verifies updates, in the form that
-/// `verify` (base/signature.h) takes. A build without the entry installs releases without a
+/// `verify` (base/signature.h) takes. A build without the entry verifies no
 /// signature.
 inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
 
@@ -34,8 +34,8 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
               const ReleaseSignature &signature, std::string_view publicKey);
 
 /// Returns whether the Info.plist of an unpacked release has the signed version (`versie`),
-/// whether that version is later than the running one, and whether the Info.plist has the same
-/// public key or the new one of the signature. Without the first check, a release whose
+/// whether that version is later than the running one, and whether the public key in the Info.plist
+/// is `publicKey` or `sleutel`. Without the first check, a release whose
 /// Info.plist has an older version would be installed at every update check. Any thread.
 bool matchesSignature(const PlistTexts &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,

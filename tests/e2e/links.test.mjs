@@ -11,6 +11,9 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
+/// Its number in X11.
+const middleButton = 2;
+
 test('web, mail and telephone links open unchanged in their default application',
   async (user, screen) => {
     const desktop = new Desktop(user);
@@ -19,6 +22,7 @@ test('web, mail and telephone links open unchanged in their default application'
       https: 'https://elsewhere.test:8443/%7Ewho/',
       mailto: 'mailto:someone@elsewhere.test?subject=A%20question',
       tel: 'tel:+31-20-1234567',
+      // Another port of this machine is another site.
       noPath: 'http://127.0.0.1:4768',
     };
     const layout = await user.startWithPage(barrierLink +
@@ -73,7 +77,7 @@ test('a default application gets the environment of the session', async (user, s
   }
 });
 
-test('a new window becomes a download, or a start of the default application for another site',
+test('a new window downloads a page of the server, and opens others in the default application',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const opener = (id, url) =>
@@ -119,12 +123,13 @@ test('forms, links in frames and middle clicks to another site open the default 
       '/api/bestand/middle': { headers: { 'content-type': 'text/plain' }, body: 'middle' },
     });
     const urls = [];
-    for (const [id, options] of [['form'], ['inside'], ['top'], ['middle', { button: 2 }]]) {
+    const middleClick = { button: middleButton };
+    for (const [id, options] of [['form'], ['inside'], ['top'], ['middle', middleClick]]) {
       urls.push(address + id);
       await screen.clickElement(layout, id, options);
       await desktop.awaitOpened(address + id);
     }
-    await screen.clickElement(layout, 'middleFile', { button: 2 });
+    await screen.clickElement(layout, 'middleFile', middleClick);
     assert.equal(await desktop.awaitOpenedFile('middle.txt'), 'middle');
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...urls, 'middle.txt');

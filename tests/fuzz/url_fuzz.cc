@@ -33,7 +33,7 @@ bool isWeb(const Url &url) { return url.scheme == "http" || url.scheme == "https
 
 void requireParts(const Url &url) {
   require(Url::parse(url.absoluteString) == url, "the parts match the text");
-  require(url.path.size() < 2 || !url.path.ends_with('/'), "a path has no trailing slash");
+  require(url.path.size() < 2 || !url.path.ends_with('/'), "Url::path omits a trailing slash");
   const SoupUri sent = soupUri(url);
   if (!isWeb(url) || url.absoluteString.find('\0') != std::string::npos || !sent) return;
   const char *host = g_uri_get_host(sent.get());
@@ -59,9 +59,10 @@ void requireResolved(std::string_view reference, const Url &parsed, const Url &b
   }
 }
 
-/// Requires that header fields are forwarded only to an origin that libsoup treats as the same, or
-/// as the same host with https instead of http.
-void requireSameOrigin(const Url &from, const Url &to) {
+/// isSameOriginOrUpgrade decides whether a redirect keeps the header fields. Requires that it
+/// accepts only an origin that libsoup treats as the same, or as the same host with https instead
+/// of http.
+void requireSafeForwarding(const Url &from, const Url &to) {
   if (!isWeb(from) || !isWeb(to) || !isSameOriginOrUpgrade(from, to)) return;
   require(from.scheme == to.scheme || to.scheme == "https",
           "header fields are not forwarded from https to http");
@@ -82,13 +83,13 @@ void requirePercentEncoding(std::string_view address) {
   require(percentEncoded(escaped) == escaped, "encoding is idempotent");
   require(!Url::parse(address) || escaped == address,
           "a valid URL reference is unchanged by encoding");
-  const auto slashes = address.find("://");
-  if (slashes == std::string::npos) return;
-  const auto server = Url::parse(address.substr(0, address.find_first_of("/?#", slashes + 3)));
-  if (!server || server->scheme.size() != slashes) return;
+  const auto schemeEnd = address.find("://");
+  if (schemeEnd == std::string::npos) return;
+  const auto origin = Url::parse(address.substr(0, address.find_first_of("/?#", schemeEnd + 3)));
+  if (!origin || origin->scheme.size() != schemeEnd) return;
   const auto url = Url::parse(escaped);
   require(url.has_value(), "any text after a host can be encoded");
-  require(url->host == server->host, "encoding keeps the host");
+  require(url->host == origin->host, "encoding keeps the host");
 }
 
 }  // namespace
@@ -105,10 +106,10 @@ void testInput(std::string_view input) {
   require(Url::resolve(reference, *base) == Url::resolve(escaped, *base),
           "a reference is resolved like its encoded form");
   require(Url::parse(escaped).has_value() == Url::resolve(reference, *base).has_value(),
-          "a reference that can be encoded can be resolved");
+          "a reference can be resolved exactly when its encoded form is valid");
   if (!parsed) return;
   requireResolved(reference, *parsed, *base);
-  requireSameOrigin(*base, *parsed);
+  requireSafeForwarding(*base, *parsed);
 }
 
 }  // namespace orvel::fuzz

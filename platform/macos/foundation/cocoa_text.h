@@ -10,12 +10,12 @@ namespace orvel {
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// Returns UTF-8 bytes as a string, with any NUL and byte order mark in them, or nil when
-/// the bytes are not UTF-8. Any thread.
+/// Decodes UTF-8 bytes. Keeps each NUL and a byte order mark. Returns nil when the bytes are not
+/// UTF-8. Any thread.
 NSString *_Nullable utf8Text(std::string_view bytes);
 
-/// Returns bytes as a string that can always be shown or sent: bytes that are not UTF-8
-/// are decoded as Latin-1, which defines every byte. Any thread.
+/// Returns bytes as a string that can always be shown or sent. When they are not valid UTF-8,
+/// all of them are decoded as Latin-1, which defines every byte. Any thread.
 NSString *toCocoa(std::string_view bytes);
 
 /// Returns a string as UTF-8, or the empty string for nil. An unpaired surrogate becomes a

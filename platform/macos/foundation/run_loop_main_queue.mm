@@ -23,7 +23,7 @@ class RunLoopMainQueue::WorkSource {
   WorkSource(const WorkSource &) = delete;
   WorkSource &operator=(const WorkSource &) = delete;
 
-  /// Appends work for the main thread. Any thread.
+  /// Appends work, which the main thread runs. May be called on any thread.
   void add(std::function<void()> work) {
     const std::lock_guard lock(mutex_);
     waiting_.push_back(std::move(work));

@@ -74,7 +74,7 @@ TEST(PlistFile, UnreadableOrOversizedFileIsRejected) {
   }
 }
 
-TEST(PlistFile, TextEntitiesAndEmptyElementsAreDecoded) {
+TEST(PlistFile, EntitiesCdataAndEmptyElementsAreDecoded) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"a b", "a b"},
       {" a\n b ", " a\n b "},
