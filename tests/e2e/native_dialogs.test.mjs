@@ -41,8 +41,8 @@ async function openInspector(screen) {
   return extents;
 }
 
-/// A click on the element "open" of `page` opens the dialog, and `open` waits for it. Without a
-/// page, `open` itself opens the inspector.
+/// A click on the element "open" of `page` opens the dialog, and `open` waits for it. With an
+/// empty page, `open` itself opens the inspector.
 const dialogs = {
   'a panel of the page': {
     page: button('open', "confirm('Continue?')"),

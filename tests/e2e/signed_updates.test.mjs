@@ -77,8 +77,8 @@ const refusedReleases = {
   },
 };
 
-test('releases with an invalid signature or an earlier version change nothing, and a valid one ' +
-  'is installed',
+test('releases without a valid signature or of an earlier version change nothing, and a valid ' +
+  'one is installed',
   async (user, screen, t) => {
     const server = await startWithKey(user);
     const folder = dirname(user.bundle);

@@ -58,7 +58,7 @@ async function killWebKitProcess(user, name) {
 
 const awaitServerPid = async ({ root }) => (await root.awaitStarted()).pid;
 
-/// Each fault with its outcome for each job, or undefined where the fault does not apply. `short`
+/// Each fault with its outcome for each job, or undefined where it is not tested. `short`
 /// names the jobs of the short form. `needsBus` gives the job a session bus.
 const faults = {
   'the server is killed': {

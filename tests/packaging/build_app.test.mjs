@@ -187,7 +187,7 @@ test('on Linux the executable is stripped and nothing is signed', () => {
     'build-app: strip is not installed; scripts/setup.sh installs it\n');
 });
 
-test('Info.plist explains each permission and has no key that forbids http or quarantines files', () => {
+test('Info.plist explains each permission and neither forbids http nor quarantines files', () => {
   const source = readFileSync(fixture.path('packaging/macos/Info.plist.in'), 'utf8');
   for (const permission of ['LocalNetwork', 'DownloadsFolder']) {
     assert.match(source, new RegExp(`<key>NS${permission}UsageDescription</key>\\s*<string>Orvel OS .+\\.</string>`));

@@ -26,9 +26,9 @@ test('the C++ library checks preconditions (_GLIBCXX_ASSERTIONS)', () => {
     /__glibcxx_assert_fail/.test(readelf('--dyn-syms')));
 });
 
-// Counts the ENDBR64 instructions, which mark targets of indirect jumps. The ELF property IBT (indirect branch
-// tracking) would be simpler, but the linker sets it only if all linked objects have it, and
-// those of Debian's C library do not.
+// Counts the ENDBR64 instructions, which mark targets of indirect jumps. The ELF property IBT
+// (indirect branch tracking) would be simpler, but the linker sets it only if all linked objects
+// have it, and those of Debian's C library do not.
 test('targets of indirect jumps are marked (-fcf-protection)',
   { skip: process.arch !== 'x64' && 'only x86-64 has ENDBR64' }, () => {
     const endbr64 = Buffer.from('f30f1efa', 'hex').toString('latin1');

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Mounts an overlay over the root file system, in memory, and makes it the root. The network
-# namespace has only the loopback interface. Must run in its own mount and network namespaces. Prints
-# "ready" and then runs until its standard input is closed.
+# namespace has only the loopback interface. Must run in its own mount and network namespaces.
+# Prints "ready" and then runs until its standard input is closed.
 #
 #   overlay_container.sh FOLDER [SHARED...]
 #

@@ -1,5 +1,5 @@
 // A server that the application does not start. The application takes it for an online server,
-// because its address, by default at 127.0.0.2, is not that of the local server.
+// because its address, by default a port of 127.0.0.2, is not that of the local server.
 
 import { PageReports } from './page_reports.mjs';
 import { createTestServer, respond } from './responses.mjs';

@@ -10,7 +10,7 @@ if [ "${1-}" = --inside ]; then
   shift
   ip link set lo up
   mount -t tmpfs -o mode=1777 none /tmp/.X11-unix
-  # The command runs without the capabilities that ip and mount need.
+  # The command of an ordinary user runs without the capabilities that ip and mount need.
   exec setpriv --ambient-caps -all --inh-caps -all "$@"
 fi
 [ -d /tmp/.X11-unix ] || mkdir -m 1777 /tmp/.X11-unix

@@ -34,7 +34,7 @@ export class PageReports {
     return this.awaitReport('painted', count);
   }
 
-  /// Fails unless the page has been requested and painted once, so that no other page replaced it.
+  /// Fails unless the page has been requested and painted exactly once.
   assertPageLoadedOnce() {
     assert.equal(this.paintCount(), 1, 'the page was painted once');
     assert.equal(this.requestsTo('/').length, 1, 'the page was requested once');
