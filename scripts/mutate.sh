@@ -3,7 +3,7 @@
 # the changes that no unit test notices. Writes build/mutate/mutants.json and mutants.md.
 # Fails when a mutant survives that is not in tools/mutate/equivalents.toml.
 #
-#   ./scripts/mutate.sh                        all mutants: hours
+#   ./scripts/mutate.sh --jobs 2               all mutants, two at once: about 40 minutes
 #   ./scripts/mutate.sh --jobs 2 --seconds 120 a random sample of two minutes, two at once
 #   ./scripts/mutate.sh --sample 100 --seed 7  100 mutants in another random order
 #   ./scripts/mutate.sh update/version.cc      the mutants of one file

@@ -1,6 +1,6 @@
 // The contract of Url::resolve, which each platform implements at link time. The updater uses it
-// for the archive address of a manifest, which is relative to the manifest's URL. The examples
-// of RFC 3986, 5.4 are among the NSURL results of url_test.cc.
+// to resolve the archive address in a manifest, a URL reference, against the manifest's URL. The
+// examples of RFC 3986, 5.4 are among the NSURL results of url_test.cc.
 
 #include <gtest/gtest.h>
 

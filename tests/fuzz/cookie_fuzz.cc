@@ -1,5 +1,5 @@
 // Property: the Cookie header of a download has the cookies of its host, except those with control
-// characters.
+// characters other than a tab.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>
@@ -65,7 +65,7 @@ void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &
     expected += (expected.empty() ? "" : "; ") + cookie.name + "=" + cookie.value;
   }
   require(cookieHeader(cookies, host) == expected,
-          "the header has exactly those cookies of the host that have no control characters");
+          "the header has exactly the cookies of the host without control characters, except tabs");
 }
 
 /// Requires that the key cookie is for the host of the server address.

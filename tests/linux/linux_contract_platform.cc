@@ -102,7 +102,8 @@ void killWebProcesses() {
   };
   std::map<pid_t, Process> processes;
   for (const auto &entry : std::filesystem::directory_iterator("/proc")) {
-    // proc_pid_stat(5). A name with a space is misread, but no web process has one.
+    // proc_pid_stat(5). A name with a space is misread, but neither a web process
+    // nor a process of the sandbox has one.
     std::ifstream stat(entry.path() / "stat");
     pid_t id = 0;
     Process process;

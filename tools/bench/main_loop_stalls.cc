@@ -31,8 +31,9 @@ double now(clockid_t clock) {
 }
 
 std::FILE *file = nullptr;
-// The main thread's values at the end of its last poll. As they are zero before the first poll, the
-// launch is always recorded, with all processor time of the thread, dynamic linking included.
+// The main thread's clocks at the end of its last poll, and how long it has waited since then. As
+// the clocks are zero before the first poll, the launch is always recorded, with all processor time
+// of the thread, dynamic linking included.
 double busySince = 0;
 double processorTimeBefore = 0;
 double waited = 0;

@@ -61,7 +61,7 @@ def run_all(build, chosen, options):
     def run(mutant):
         if time.monotonic() > deadline:
             return
-        # A test suite has the name of the file under test, in UpperCamelCase.
+        # The names of most test suites begin with that of the file under test, in UpperCamelCase.
         words = pathlib.Path(mutant.file).stem.split('_')
         suites = ''.join(word.capitalize() for word in words)
         outcomes[mutant] = build.outcome(mutant, recompiled[mutant.file], suites, timeout)

@@ -18,8 +18,8 @@ struct AboutInformation {
   std::string icon;
 };
 
-/// Returns whether a command edits or selects in the focused widget, like undo, copy and select
-/// all. Any thread.
+/// Returns whether a command is undo, redo, cut, copy, paste or select all, which apply to the
+/// focused widget. Any thread.
 bool isEditingCommand(MenuAction action);
 
 /// The commands of the menu bar. Main thread only.

@@ -31,11 +31,10 @@ GObjectPointer<SoupSession> newSession() {
 /// thread waits for that lock. Must therefore run before the request thread starts.
 void registerTypes() {
   for (const GType type :
-       {G_TYPE_INET_ADDRESS, G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS,
-        G_TYPE_NETWORK_ADDRESS, G_TYPE_PROXY_ADDRESS, G_TYPE_SOCKET, G_TYPE_SOCKET_CLIENT,
-        G_TYPE_TCP_CONNECTION, G_TYPE_UNIX_CONNECTION, G_TYPE_TLS_CERTIFICATE,
-        G_TYPE_CONVERTER_INPUT_STREAM, G_TYPE_ZLIB_DECOMPRESSOR, G_TYPE_TASK, G_TYPE_CANCELLABLE,
-        SOUP_TYPE_MESSAGE}) {
+       {G_TYPE_INET_SOCKET_ADDRESS, G_TYPE_UNIX_SOCKET_ADDRESS, G_TYPE_NETWORK_ADDRESS,
+        G_TYPE_PROXY_ADDRESS, G_TYPE_SOCKET, G_TYPE_SOCKET_CLIENT, G_TYPE_TCP_CONNECTION,
+        G_TYPE_UNIX_CONNECTION, G_TYPE_TLS_CERTIFICATE, G_TYPE_CONVERTER_INPUT_STREAM,
+        G_TYPE_ZLIB_DECOMPRESSOR, G_TYPE_TASK, G_TYPE_CANCELLABLE, SOUP_TYPE_MESSAGE}) {
     g_type_class_unref(g_type_class_ref(type));
   }
   for (const GType type : {G_TYPE_SOCKET_CONNECTABLE, G_TYPE_ASYNC_INITABLE, G_TYPE_INITABLE,
@@ -48,9 +47,9 @@ void registerTypes() {
 
 /// Returns whether a host is this machine. Requests to it never use a proxy.
 bool isLoopback(const std::string &host) {
-  if (host == "localhost") return true;
-  const auto address = adopt(g_inet_address_new_from_string(host.c_str()));
-  return address && g_inet_address_get_is_loopback(address.get());
+  // "127.1" is 127.0.0.1 as well, but "127.example.test" is a host of the network.
+  return host == "localhost" || host == "::1" ||
+         (host.starts_with("127.") && host.find_first_not_of("0123456789.") == std::string::npos);
 }
 
 }  // namespace

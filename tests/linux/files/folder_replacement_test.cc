@@ -146,8 +146,9 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
         if (!becomeOrdinaryUser()) exitWithoutResult();
         return !replace(replacement);
       });
-      if (canExchange && !isRefused.has_value())
+      if (canExchange && !isRefused.has_value()) {
         GTEST_SKIP() << "root cannot become an ordinary user";
+      }
       // No result without RENAME_EXCHANGE means that seccomp filters are not permitted.
       EXPECT_NE(isRefused, false);
     }
