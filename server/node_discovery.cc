@@ -13,6 +13,7 @@ std::string AppDelegate::nodePath() {
                          "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; "
                          "command -v node");
   if (!found.empty()) return found;
+  // The launch of this path fails, and the error page says why.
   return "/usr/local/bin/node";
 }
 

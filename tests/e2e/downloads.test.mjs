@@ -19,7 +19,7 @@ const fileRoute = (disposition, rest = {}) => ({
   body: 'one;two\n',
   ...rest,
 });
-/// Returns the path of a stored file.
+/// Returns the URL path of a file on the server.
 const stored = (name) => `/api/bestand/${name}`;
 const storedLink = (name) => link(name, stored(name));
 
@@ -39,7 +39,8 @@ test('an export is requested with its query, the key and the cookies of its host
       request.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
     assert.equal(requests[0].headers['x-orvel-app'], APP_KEY);
-    // All cookies of the host are sent, regardless of their path.
+    // All cookies of the host are sent, regardless of their path. The page of startWithPage() sets
+    // the cookie "persistent".
     assert.deepEqual(requests[0].headers.cookie.split('; ').sort(),
       ['httpOnly=three', `orvelapp=${APP_KEY}`, 'otherPath=two', 'own=one', 'persistent=yes']);
   });
@@ -119,7 +120,7 @@ test('a script without a click of the user neither saves nor opens a file', asyn
     onload = () => setTimeout(() => {
       document.getElementById('attribute').click();
       frames[0].location = '/attachment';
-      report('clicked');
+      report('scriptRan');
     }, 100);
   </script>`;
   const layout = await user.startWithPage(`${link('attribute', '/scripted', 'download')}
@@ -130,7 +131,7 @@ test('a script without a click of the user neither saves nor opens a file', asyn
     '/clicked': fileRoute('inline'),
     '/attachment': fileRoute(attachment('attachment.csv')),
   });
-  await user.root.awaitReport('clicked');
+  await user.root.awaitReport('scriptRan');
   await user.root.awaitResponseClosed('/attachment');
   await desktop.clickBarrierLink(layout);
   assert.equal(await desktop.clickAndAwaitFile(layout, 'clicked', 'clicked.csv'), 'one;two\n');

@@ -146,6 +146,7 @@ for (const [title, fault] of Object.entries(faults)) {
   }
 }
 
+// Without a server script, the application shows an error page.
 test('the error page is shown again when the web process is killed', { behaviour: null },
   async (user, screen) => {
     user.start();
@@ -174,6 +175,6 @@ for (const [situation, response] of Object.entries(interruptedResponses)) {
       writeFileSync(gate, '');
       user.root.setRoutes();
       await jobs.showing.finish({ user, screen });
-      assert.equal(user.root.events('started').length, 1, 'the server was not restarted');
+      assert.equal(user.root.events('started').length, 1, 'number of server starts');
     });
 }

@@ -74,7 +74,7 @@ describe('mutate', () => {
   });
 
   it('reports an entry of the list that matches no mutant', () => {
-    assert.match(mutate('--sample', '1').report, /matches this entry.*greater\n {4}- return former;/);
+    assert.match(mutate('--sample', '1').report, /No mutant matches this entry.*greater\n {4}- return former;/);
   });
 
   it('runs the same sample for the same seed', () => {

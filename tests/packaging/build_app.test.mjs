@@ -71,7 +71,7 @@ test('the bundle is signed, notarised and stapled before it replaces the old one
   assert.equal(readAppFile('Contents/CodeResources'), 'ticket');
   assert.deepEqual(readdirSync(fixture.path('build')).sort(), ['Orvel OS.app', 'release-build']);
   const { mtime, mode } = statSync(app('Contents/MacOS/Orvel OS'));
-  // The old date makes a build of the preset "default" link its own executable.
+  // The preset "default" builds the same path. The old date makes it link its executable anew.
   assert.equal(mtime.getFullYear(), 2000);
   assert.equal(mode & 0o111, 0o111);
 });
@@ -194,6 +194,6 @@ test('Info.plist explains each permission and neither forbids http nor quarantin
   }
   // These keys switch NSAllowsArbitraryLoads off.
   assert.doesNotMatch(source, /<key>NSAllows(LocalNetworking|ArbitraryLoadsInWebContent)</);
-  // This key would also mark the files that the OS server writes as downloaded.
+  // This key would also give the quarantine attribute to the files that the server writes.
   assert.doesNotMatch(source, /<key>LSFileQuarantineEnabled</);
 });

@@ -39,8 +39,9 @@ class Build:
         self.program = folder / self.link[self.link.index('-o') + 1]
         self.include_option = []
         self.has_sandbox = self.run([*sandbox('/usr'), 'true'])
-        # The object of a mutant comes first on the command line and replaces the original, which
-        # the linker may still take from its library for the template functions in it.
+        # The object of a mutant comes first on the command line, so the linker uses its functions.
+        # It may still take the original object from a library, for a template that only that
+        # object instantiates, and would then reject the functions that both define.
         self.link.append('-Wl,--allow-multiple-definition')
         if shutil.which('ld.lld'):
             self.link.append('-fuse-ld=lld')
@@ -91,7 +92,8 @@ class Build:
                     return 'not compiled'
             program = folder / 'tests'
             output = self.link.index('-o')
-            # Without the original objects of the tests, which would register each test twice.
+            # A changed header also changes test sources, whose original objects are on the command
+            # line. Linked as well, they would register each test twice.
             originals = {self.objects[source] for source in sources}
             inputs = [word for word in self.link[1:output] if word not in originals]
             rest = [word for word in self.link[output + 2:] if word not in originals]
@@ -136,7 +138,8 @@ class Build:
 
 
 def compiler_call(entry):
-    """Returns the compiler and its options, without ccache and the source, and the output."""
+    """Returns the command of a compilation up to its "-o", without ccache, and the path of its
+    output. CMake writes the source after the output."""
     words = shlex.split(entry['command'])
     if pathlib.Path(words[0]).name == 'ccache':
         words = words[1:]

@@ -15,8 +15,8 @@
   if (self.firstResponder == self) [self makeFirstResponder:self.contentView];
 }
 
-/// Follows the left mouse button. While an alert is open, its modal loop dispatches no mouse
-/// events to this window.
+/// Follows the left mouse button. No drag can begin while an alert is open, because its modal loop
+/// dispatches no mouse events to this window.
 - (void)sendEvent:(NSEvent *)event {
   const NSPoint position = event.locationInWindow;
   switch (event.type) {
