@@ -2,8 +2,10 @@
 
 #include <gio/gio.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -154,9 +156,8 @@ ShownAlert AccessibilityBus::readAlert() const {
   // An alert without informative text has one label.
   if (labels.size() > 1) shown.information = labels[1].name();
   // GTK shows the buttons from the last to the first.
-  for (auto button = buttons.rbegin(); button != buttons.rend(); ++button) {
-    shown.buttons.push_back(button->name());
-  }
+  std::transform(buttons.rbegin(), buttons.rend(), std::back_inserter(shown.buttons),
+                 [](const auto &button) { return button.name(); });
   return shown;
 }
 
