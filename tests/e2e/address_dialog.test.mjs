@@ -46,7 +46,7 @@ test('the current address is selected, and a rejected or cancelled change has no
     assert.equal(storedAddress(user), undefined);
     assert.deepEqual(online.requests, []);
     user.root.assertPageLoadedOnce();
-    assert.equal(user.root.requestsTo('/api/wie').length, 1);
+    assert.equal(user.root.requestsTo('/api/wie').length, 1, 'the server was probed once');
   });
 
 test('an online address stops the local server and is stored; the local address starts it again',
@@ -56,7 +56,7 @@ test('an online address stops the local server and is stored; the local address 
     const typed = online.address.slice(0, -1);
     await screen.answerAddressDialog(` \t ${typed}\t `);
     await online.awaitPainted();
-    assert.equal(storedAddress(user), typed, 'as typed, without the surrounding blanks');
+    assert.equal(storedAddress(user), typed, 'stored as typed, without the surrounding blanks');
     const { pid } = await user.root.awaitStarted();
     await screen.awaitPageOnScreen();
     await waitFor('SIGTERM at the local server', () =>

@@ -13,7 +13,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Drags a file or URL to a position of the page, and drops it there once isDragSeen() is true.
+/// Drags a file or URL to a position of the screen, and drops it there once isDragSeen() is true.
 async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   const child = spawn(process.env.ORVEL_DRAG_SOURCE, [content], {
     env: user.environment, stdio: 'ignore',
@@ -33,7 +33,7 @@ async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   // GTK starts a drag after some distance, and the target responds to each step.
   for (let step = 1; step <= 20; step += 1) await moveTo(step / 20);
   await waitFor('the drag over its target', async () => {
-    // Only a pointer that moves makes events.
+    // GTK sends events only while the pointer moves.
     await moveTo(0.99);
     await moveTo(1);
     return isDragSeen();

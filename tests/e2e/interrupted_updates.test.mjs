@@ -103,7 +103,8 @@ function callNumbersToKillAt(name, calls) {
 
 // The release is signed, because its installation has every step of an unsigned one and more.
 test('SIGKILL at a system call that changes files leaves the old or the new bundle, which starts',
-  { skip: !canTrace() && 'this machine does not permit tracing' }, async (user, screen, t) => {
+  { skip: !canTrace() && 'strace is missing or may not attach to a process' },
+  async (user, screen, t) => {
     const key = makeUpdateKey();
     user.setPlistValues({ ORVELOSUpdateKey: key.publicKey });
     const server = await useUpdateServer(user);
@@ -142,7 +143,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
         }
         kills += 1;
         assert.ok(bundle === oldBundle || bundle === newBundle,
-          `the bundle mixes two versions after ${name} ${number}`);
+          `the bundle mixes two versions after the kill at ${name} ${number}`);
         bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
         if (bundle === newBundle) {
           // The next round starts the old bundle.
@@ -155,7 +156,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
     }
     t.diagnostic(`bundles after the kills: ${JSON.stringify(bundles)}`);
     for (const name of ['openat', 'renameat2', 'unlinkat']) {
-      assert.ok(names.has(name), `no kill at ${name}`);
+      assert.ok(names.has(name), `the installation makes no call of ${name}`);
     }
     assert.ok(bundles.old > 0 && bundles.new > 0);
 

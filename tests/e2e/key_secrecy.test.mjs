@@ -1,4 +1,5 @@
-// The application sends its key to its server and exposes it nowhere else.
+// The application sends its key to its server, and exposes it nowhere else except in the user agent
+// of the web view, which every host gets.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -39,8 +40,9 @@ function watchProcesses(user) {
   };
 }
 
-/// Creates wrappers of programs that end too soon to be watched. Each first writes its own and
-/// its shell's command line and environment to the file `log`.
+/// Creates wrappers of the programs that the application runs, since some end too soon to be
+/// watched. Each first writes its own and its parent's command line and environment to the file
+/// `log`. PATH finds the wrappers first.
 function createLoggingPrograms(user) {
   const folder = join(user.folder, 'programs');
   const log = join(user.folder, 'programs.log');
@@ -88,7 +90,7 @@ test('the key is in no command line, environment, log or message, and in expecte
     const { all, withKey } = stopWatching();
     // The kernel truncates names to 15 bytes.
     for (const name of ['orvel-os', 'WebKitWebProces', 'WebKitNetworkPr', 'node']) {
-      assert.ok([...all].some((each) => each.startsWith(name)), `${name} among ${[...all]}`);
+      assert.ok([...all].some((each) => each.startsWith(name)), `${name} was seen: ${[...all]}`);
     }
     assert.deepEqual([...withKey], []);
     const programLog = readFileSync(log, 'latin1');

@@ -11,7 +11,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Its number in X11.
+/// The X11 number of the button.
 const middleButton = 2;
 
 test('web, mail and telephone links open unchanged in their default application',
@@ -77,7 +77,7 @@ test('a default application gets the environment of the session', async (user, s
   }
 });
 
-test('a new window downloads a page of the server, and opens others in the default application',
+test('a new window downloads a page of the server; another URL opens its default application',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const opener = (id, url) =>

@@ -63,7 +63,7 @@ function programsWithoutNode(user) {
 const installedNode = ['/usr/local/bin/node', '/opt/homebrew/bin/node'].find(existsSync);
 const skipWithInstalledNode = installedNode ? `the application would find ${installedNode}` : false;
 
-test('without node the error page shows the launch error, and no server is probed',
+test('without node the error page shows the launch error, and no server starts',
   { skip: skipWithInstalledNode }, async (user, screen) => {
     user.start({ environment: { PATH: programsWithoutNode(user) } });
     const text = await screen.awaitPageText((page) => page.includes('Kon node'));

@@ -16,7 +16,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
-test('the silent check four seconds after the start installs a later release',
+test('the silent check after the start installs a later release',
   async (user, screen) => {
     const server = await useUpdateServer(user);
     offerRelease(server, '1.1', makeRelease(user));

@@ -102,7 +102,7 @@ test('F10 opens the menu, whose first item opens the About dialog',
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted(2);
 
-    // The dialog does not block quitting.
+    // The dialog does not block the Control-Q that ends each test.
     await openAbout();
   });
 

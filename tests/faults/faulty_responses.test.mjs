@@ -22,7 +22,7 @@ const accepted = { probe: 'ready', page: 'shown', file: 'complete', manifest: 'a
 const pending = { probe: 'waits', page: 'not shown', file: 'waits', manifest: 'waits' };
 
 /// Each response with its outcome for each request, or undefined where another test covers it.
-/// The archive of a release is downloaded like a file.
+/// The archive of a release has no column, because it is downloaded like a file.
 const faultyResponses = {
   'connection reset': { route: { reset: true }, outcomes: rejected },
   // A probe needs only the response head.

@@ -48,12 +48,12 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
   await desktop.quitAndAssertOpened(barrierUrl);
 });
 
-/// Returns a script that runs an action for each `number`.
+/// Returns a script that runs an action `count` times, with the variable `number` from 0 on.
 const repeat = (count, action) =>
   `for (let number = 0; number < ${count}; number += 1) { ${action} }`;
 
-/// Starts the application with a page that runs a script, after a click or, without `click`, after
-/// the page has been painted. The page then reports "done".
+/// Starts the application with a page that runs a script, after a click or, without `click`, some
+/// time after its load. The page then reports "done".
 async function runScript(user, screen, script, { click = true, routes } = {}) {
   const layout = await user.startWithPage(`<script>
       const run = () => { ${script}; report('done'); };

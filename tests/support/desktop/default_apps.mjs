@@ -14,8 +14,8 @@ const mediaTypes = [
   'text/plain',
 ];
 
-/// The URL of the barrier link, which a test clicks last. Links are handled in order, so once its
-/// URL has been opened, all earlier clicks have been handled.
+/// The URL of the barrier link, which a test clicks last. The application handles links in order,
+/// so once its URL has been opened, all earlier clicks have been handled.
 export const barrierUrl = 'https://barrier.test/';
 export const barrierLink = link('barrier', barrierUrl);
 
@@ -33,8 +33,8 @@ appendFileSync(${JSON.stringify(record)}, JSON.stringify(line) + '\\n');
 const addedByLaunch = /^(GIO_LAUNCHED_DESKTOP_FILE(_PID)?|DESKTOP_STARTUP_ID|PWD|OLDPWD|SHLVL|_)$/;
 
 export class Desktop {
-  /// Sets the desktop up before the user's first start of the application. `downloads` replaces
-  /// the Downloads folder in the home folder.
+  /// Sets the desktop up before the user's first start of the application. `downloads` is
+  /// the path of the Downloads folder, by default the one in the home folder.
   constructor(user, { downloads } = {}) {
     const { XDG_CONFIG_HOME, XDG_DATA_HOME } = user.environment;
     this.user = user;

@@ -161,7 +161,7 @@ export class Screen {
     await this.runTool('wmctrl', '-i', '-c', await this.awaitWindow());
   }
 
-  /// Waits until a window other than the main one has the focus, and returns its ID.
+  /// Waits until there is one window beside the main one and it has the focus, and returns its ID.
   async awaitSecondWindow() {
     const main = await this.awaitWindow();
     return waitFor('a second window with the focus', async () => {
