@@ -1,4 +1,4 @@
-// The contract of the bundle and of the user's folders.
+// The contract of Bundle, and of the home folder and quarantine of Locations.
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/posix_test_support.h"

@@ -46,9 +46,9 @@ class ChildProcessContract : public ContractTest {
     return runUntil([this, count] { return handlerCalls().size() >= count; });
   }
 
-  /// Runs another child as a barrier: waits until its termination handler is called, so that
-  /// an outstanding call for an earlier child has arrived.
-  bool runBarrierChild() {
+  /// Runs another child until its termination handler is called, which leaves time for a wrong
+  /// call for an earlier child.
+  bool runAnotherChild() {
     const auto ended = std::make_shared<std::atomic<bool>>(false);
     auto request = shell(exitsWithStatusThree);
     request.terminationHandler = [ended](const auto &) { *ended = true; };
@@ -78,7 +78,7 @@ TEST_P(ChildProcessContract, StatusIsExitCodeOrSignalNumber) {
 
 TEST_P(ChildProcessContract, RunningChildHasStatusZeroUntilTerminated) {
   const auto child = launchShell(runsUntilTerminated);
-  EXPECT_TRUE(runBarrierChild());
+  EXPECT_TRUE(runAnotherChild());
   EXPECT_TRUE(child->isRunning());
   EXPECT_EQ(child->terminationStatus(), 0);
   EXPECT_TRUE(handlerCalls().empty());
@@ -95,7 +95,7 @@ TEST_P(ChildProcessContract, TerminationHandlerIsCalledOnceOffMainThread) {
   child->waitUntilExit();
   child->terminate();
   child->kill();
-  ASSERT_TRUE(runBarrierChild());
+  ASSERT_TRUE(runAnotherChild());
 
   const auto calls = handlerCalls();
   ASSERT_EQ(calls.size(), 1u);
@@ -119,7 +119,7 @@ TEST_P(ChildProcessContract, FailedLaunchReturnsErrorAndCallsNoHandler) {
   const auto result = launch(request);
   EXPECT_FALSE(result.process);
   EXPECT_EQ(result.error, missingProgramError());
-  ASSERT_TRUE(runBarrierChild());
+  ASSERT_TRUE(runAnotherChild());
   EXPECT_TRUE(handlerCalls().empty());
 }
 

@@ -71,7 +71,7 @@ TEST_P(ItemReplacementContract, FolderWithSpecialCharactersInNameIsReplaced) {
   }
 }
 
-TEST_P(ItemReplacementContract, ReplacementByMissingFolderOrItselfIsRefused) {
+TEST_P(ItemReplacementContract, MissingFolderOrReplacementByItselfIsRefused) {
   const fs::path missing = folder_.path() / "missing";
   const Tree tree = makeTree(original_, "old");
   expectRefusedWithoutChange(original_, missing);

@@ -1,4 +1,4 @@
-// The contract of the JSON parser, which each platform implements at link time.
+// The contract of the JSON parser. Each platform has an implementation, which the linker selects.
 
 #include "base/json.h"
 
@@ -68,8 +68,8 @@ constexpr SuiteText suiteTexts[] = {
 
 TEST(Json, AgreesWithJsonTestSuite) {
   for (const auto &[name, text] : suiteTexts) {
-    // JSON leaves the range of numbers to the parser. Of the other "i_" texts, only the one
-    // with 500 levels is valid: the rest hold invalid UTF-8 or unpaired surrogates.
+    // JSON leaves the range of numbers to the parser. Of the other "i_" texts, only the one with
+    // 500 levels is valid: the rest have invalid UTF-8, unpaired surrogates or a byte order mark.
     if (name.starts_with("i_number_")) continue;
     const bool isAccepted = name.starts_with("y_") || name == "i_structure_500_nested_arrays";
     // The text becomes the value of a member, because the top level must be an object.

@@ -71,7 +71,8 @@ class PageContract : public ContractTest {
   bool waitForRequests(const std::string &path, std::size_t count = 1) {
     return runUntil([&] { return requestsFor(path).size() >= count; });
   }
-  /// Expects one request for a path, by the core: only its requests have the key.
+  /// Expects one request for a path, by the core (only its requests have the key), and that the
+  /// page at the path is not shown.
   void expectDownloadedByCore(const std::string &path) {
     EXPECT_TRUE(waitForRequests(path)) << path;
     ASSERT_EQ(requestsFor(path).size(), 1U) << path;
@@ -88,7 +89,8 @@ class PageContract : public ContractTest {
     });
   }
 
-  /// Shows a page with a confirm dialog and presses a button of the dialog.
+  /// Shows a page with a confirm dialog, presses a button of the dialog, and expects the value that
+  /// confirm() returns to the page.
   void expectConfirmReturns(const std::string &caption, const std::string &result) {
     showPage(pageWith("", "fetch('/result/' + confirm('Sure?'));"));
     whenAlertOpens([&](const ShownAlert &alert) {
@@ -166,8 +168,8 @@ TEST_P(PageContract, PageIsReloadedAfterCrashOfItsProcess) {
   EXPECT_EQ(requestsFor("/page").size(), 2U);
 }
 
-/// A delegate that destroys the completion of each JavaScript dialog without calling it, after
-/// the dialog has opened.
+/// A delegate that shows no JavaScript dialogs: it destroys their completions without calling them,
+/// after the call that requests the dialog has returned.
 class DroppingDelegate final : public PermissiveDelegate {
  public:
   explicit DroppingDelegate(MainQueue &queue) : queue_(queue) {}

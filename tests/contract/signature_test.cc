@@ -1,3 +1,5 @@
+// The contract of verify(). Each platform has an implementation, which the linker selects.
+
 #include "base/signature.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
-// The contract of splitting and trimming text, which each platform implements at link time.
+// The contract of splitting and trimming text. Each platform has an implementation, which the
+// linker selects.
 
 #include "base/text.h"
 

@@ -1,4 +1,4 @@
-// The contract of URL parsing, which each platform implements at link time.
+// The contract of URL parsing. Each platform has an implementation, which the linker selects.
 
 #include "base/url.h"
 
@@ -13,7 +13,7 @@ namespace orvel {
 namespace {
 
 /// What Foundation's NSURL gives for a text and a base URL.
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the order of the table.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): members in the order of the table.
 struct NsurlResult {
   std::string text;
   std::string base;  // Empty for none.
@@ -29,10 +29,10 @@ const NsurlResult nsurlResults[] = {
 #include "tests/support/data/nsurl_results.inc"
 };
 
-/// The expected URLs that differ from NSURL's results, by text. Absent when the text is
-/// rejected.
+/// The expected URLs that differ from NSURL's results, by text. The value is nullopt where the text
+/// is rejected.
 const std::map<std::string, std::optional<std::string>> acceptedDifferences{
-    // NSURL keeps dot segments that lead above the root (RFC 2396); RFC 3986 removes them.
+    // NSURL keeps dot segments at the start of the path (RFC 2396); RFC 3986 removes them.
     {"../../../g", "http://a/g"},
     {"../../../../g", "http://a/g"},
     {"/./g", "http://a/g"},
@@ -42,7 +42,7 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow "|". The NSURL results accept it once and reject it once.
+    // RFC 3986 does not allow "|". NSURL has two results for this text: a URL and a rejection.
     {"http://test.com/unescaped|pipe", std::nullopt},
     // The path is "/" instead of "//": NSURL removes only one of several trailing slashes.
     {"file://///", "file://///"},

@@ -87,6 +87,7 @@ void requireKeyCookie(std::string_view address) {
 
 }  // namespace
 
+/// The first line of the input is a server address. Each other line is a Set-Cookie field.
 void testInput(std::string_view input) {
   auto fields = piecesOf(input);
   const std::string address(fields.front());

@@ -94,6 +94,7 @@ void testInput(std::string_view input) {
   }
   require(numberedName(name, 2) != numberedName(name, 3), "names with different numbers differ");
   require(downloadName(name, url) == name, "a valid name is unchanged");
+  // trimmedText() returns nullopt for invalid UTF-8, which filename*=UTF-8 cannot hold.
   if (trimmedText(name)) requireParsed(name, url);
 }
 

@@ -13,7 +13,8 @@ namespace orvel::fuzz {
 
 namespace {
 
-/// Returns the number of a piece of a version as the C library parses it, for comparison.
+/// Returns the number of a piece of a version, as the C library parses it, or 0 when the piece is
+/// not a number of 64 bits.
 std::int64_t numberOf(const std::string &piece) {
   // std::strtoll skips leading white space.
   if (piece.find_first_not_of("+-0123456789") != std::string::npos) return 0;
@@ -23,7 +24,8 @@ std::int64_t numberOf(const std::string &piece) {
   return errno == 0 && *end == '\0' ? number : 0;
 }
 
-/// Compares two versions of ASCII characters in another way than nieuwer().
+/// Returns whether one version is later than the other, computed in another way than by nieuwer().
+/// The versions must be ASCII.
 bool isLater(std::string_view one, std::string_view other) {
   const auto numbersOf = [](std::string_view version) {
     std::vector<std::int64_t> numbers;

@@ -38,7 +38,8 @@ class LoopbackConnection {
   int descriptor_;
 };
 
-/// An HTTP server on an unused port of 127.0.0.1. Each connection has a thread.
+/// An HTTP server on an unused port of 127.0.0.1. Each connection has a thread and serves one
+/// request. It is closed when the handler returns.
 class LoopbackServer {
  public:
   /// Handles a request on the connection's thread. The server has already read its head.
@@ -72,7 +73,7 @@ class LoopbackServer {
 
 /// Returns a handler that sends the same bytes to every request.
 LoopbackServer::Handler respondWith(std::string bytes);
-/// Returns a handler that sends the bytes and then nothing, with the connection open.
+/// Returns a handler that sends the bytes and waits until the client closes the connection.
 LoopbackServer::Handler stallAfter(std::string bytes);
 
 /// Returns a URL with a port of 127.0.0.1 that refuses connections.
