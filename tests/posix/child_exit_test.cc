@@ -52,7 +52,7 @@ pid_t forkUnrelatedChild(const char *commandLine) {
 TEST_P(ChildExit, StatusIsExitCodeOrSignalNumber) {
   EXPECT_EQ(runShell(launcher_, "exit 0").status, 0);
   EXPECT_EQ(runShell(launcher_, "exit 255").status, 255);
-  // A shell reports a child that SIGKILL ended as 137 (128 + 9).
+  // A shell exits with 137 (128 + 9) after SIGKILL of its child; here it is a plain exit code.
   EXPECT_EQ(runShell(launcher_, "exit 137").status, 137);
   EXPECT_EQ(runShell(launcher_, "kill -KILL $$").status, SIGKILL);
   // ulimit prevents a core file.

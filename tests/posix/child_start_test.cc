@@ -23,7 +23,7 @@ class ChildStart : public testing::TestWithParam<bool> {
   LauncherUnderTest launcher_{GetParam()};
 };
 
-TEST_P(ChildStart, RequestAddsToOrReplacesLauncherEnvironment) {
+TEST_P(ChildStart, RequestVariablesExtendAndOverrideLauncherEnvironment) {
   LauncherUnderTest launcher(GetParam(), {{"HOME", "/home/a=b"}, {"PORT", "1"}, {"EMPTY", ""}});
   auto request = program("/usr/bin/env");
   request.environmentChanges = {{"PORT", "4767"}, {"PATH", "/a:/b"}};
@@ -53,7 +53,8 @@ TEST_P(ChildStart, WorkingDirectoryIsFromRequestOrParent) {
   }
 }
 
-/// Ignores and blocks signals in this process during its lifetime.
+/// Ignores signals in this process, and blocks them in this thread and in the threads that it
+/// starts, during the lifetime of the object.
 class IgnoredAndBlockedSignals {
  public:
   explicit IgnoredAndBlockedSignals(const std::vector<int> &signals) {
@@ -121,7 +122,7 @@ class LaunchFailure : public ChildStart {
   const TemporaryFolder folder_;
 };
 
-TEST_P(LaunchFailure, UnusableProgramFailsLaunchWithItsPath) {
+TEST_P(LaunchFailure, LaunchErrorNamesUnusableProgram) {
   const std::string missing = folder_.path() / "missing";
   const std::string notExecutable = folder_.file("not executable", "#!/bin/sh\n");
   const std::string withoutShebang = folder_.file("text", "echo never\n", /*isExecutable=*/true);

@@ -1,4 +1,4 @@
-// The standard streams of child processes, and that they inherit no other descriptor.
+// The standard streams of child processes, which are the only descriptors that they inherit.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -167,7 +167,7 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
   child = continueUntilChildIsForked(application);
   if (child == 0) GTEST_SKIP() << "ptrace is not permitted";
   ::kill(application, SIGKILL);
-  // The tracer must also wait for the application's threads before it can be reaped.
+  // The application can be reaped only after its tracer has waited for all of its threads.
   int status = 0;
   while (waitpidUninterrupted(-1, status) != application || WIFSTOPPED(status)) {
   }

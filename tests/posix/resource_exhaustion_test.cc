@@ -1,4 +1,4 @@
-// Launches and background work when no descriptor, thread or process is free.
+// Launches and background work when descriptors, threads or processes are exhausted.
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -102,7 +102,7 @@ TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   enterAddress("https://example.test");
 
   EXPECT_EQ(delegate().server, nullptr);
-  // `quitting` is set only while the server is terminated, so that its exit shows no error page.
+  // `quitting` is set only during the call of terminate().
   EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(delegate().quitting);
   EXPECT_THAT(

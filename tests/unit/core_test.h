@@ -49,7 +49,8 @@ class CoreTest : public testing::Test {
     std::ofstream(path, std::ios::binary) << text;
   }
 
-  /// Returns the delegate, which the first call creates from the current state of the fake.
+  /// Returns the delegate. The first call creates it from the current state of the fake and clears
+  /// the record.
   AppDelegate &delegate() {
     if (!delegate_) {
       Settings settings = readSettings(fake.locations, fake.bundle);
@@ -63,7 +64,7 @@ class CoreTest : public testing::Test {
   /// Releases the test's reference to the delegate and returns a weak one.
   std::weak_ptr<AppDelegate> releaseDelegate() { return std::exchange(delegate_, nullptr); }
 
-  /// Creates the web view without the other steps of the application's launch.
+  /// Creates the web view without the other steps of the application's launch. Clears the record.
   void createWebView() {
     delegate().web = fake.windows.create({}, {}, delegate()).web;
     fake.record.take();

@@ -115,7 +115,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
                                                   " timeout 60000 ms [X-ORVEL-App: app-key] "
                                                   "[Cookie: orvelapp=1; session=1]",
-                                              // "missing file" after the move.
+                                              // A moved file would be a "missing file".
                                               "quarantine file from " + address,
                                               "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(savedText("report.pdf"), "contents");
@@ -125,7 +125,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
 TEST_F(Downloads, EmptyStoreOrUrlWithoutHostSendsEmptyCookieHeader) {
   download();
   fake.scheduler.runUntilIdle();
-  // Its domain is a suffix of every host.
+  // The domain of this cookie is a suffix of every host.
   fake.windows.cookies.cookies = {cookie("a", ".")};
   download("about:/api/export");
   fake.scheduler.runUntilIdle();

@@ -162,8 +162,9 @@ TEST_F(Installation, ApplicationWithoutIdentifierInstallsReleaseWithoutIdentifie
 
 TEST_F(Installation, SignedProgramInstallsOnlyReleaseOfSameTeam) {
   struct Row {
+    // Absent without a signature and with an ad hoc one.
     std::optional<std::string> teamOfProgram;
-    // Absent for an unsigned, ad hoc signed or modified release.
+    // Absent also for a release that was modified after it was signed.
     std::optional<std::string> teamOfRelease;
     bool isInstalled;
   };
@@ -213,6 +214,7 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
 TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
   fake.bundle.texts[std::string(updateKeyEntry)] = "a public key";
   fake.bundle.hasReadableInfo = false;
+  // A release without an identifier: that of the running application is unreadable as well.
   unpackArchive = [](const std::string &, const std::string &folder) {
     writeRelease(folder + "/Orvel OS.app", infoPlist(""));
   };
@@ -241,7 +243,7 @@ TEST_F(Installation, ArchiveIsNotDownloadedFromLocalPortOfAnotherUser) {
   expectNotInstalled();
 }
 
-TEST_F(Installation, BundlePathWithSingleQuoteIsReplacedButNotRelaunched) {
+TEST_F(Installation, BundleWithSingleQuoteInPathIsReplacedButNotRelaunched) {
   fake.bundle.folder = root() + "/Someone's/Orvel OS.app";
   writeRunningBundle();
   install();

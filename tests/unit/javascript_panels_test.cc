@@ -15,7 +15,7 @@ class JavascriptPanels : public CoreTest {
   std::vector<bool> answers;
 };
 
-TEST_F(JavascriptPanels, AlertHasMessageAndStandardButton) {
+TEST_F(JavascriptPanels, AlertHasStandardButtonAndCompletesOnlyWhenAnswered) {
   for (const auto &button : std::vector<std::optional<int>>{0, std::nullopt}) {
     int completions = 0;
     delegate().runJavaScriptAlertPanel("Done & <b>good</b>", [&] { ++completions; });

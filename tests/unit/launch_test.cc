@@ -107,6 +107,7 @@ TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
 }
 
 TEST_F(Launch, ExitIsReportedWithExitCodeOrSignalNumber) {
+  // -1 is the status of a child that other code has reaped.
   for (const int status : {0, 1, 3, SIGKILL, -1}) {
     startServer();
     lastServer().exit(status);

@@ -91,7 +91,7 @@ TEST_F(MainWindow, ReloadStartsMissingOrExitedLocalServer) {
       EXPECT_EQ(fake.record.count("launch /usr/local/bin/node"), 1U);
       EXPECT_EQ(fake.record.count("GET " + address + "api/wie"), 1U);
       EXPECT_EQ(fake.record.count("load http"), 0U);
-      // The round "exited" finds the server of the round "missing" exited.
+      // Leaves an exited server for the round "exited".
       exitServer(1);
     }
   }

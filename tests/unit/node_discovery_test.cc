@@ -13,7 +13,7 @@ TEST_F(NodeDiscovery, NodeInUsualLocationNeedsNoShell) {
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndIsNotVerified) {
+TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndItsOutputIsNotVerified) {
   fake.locations.executables = {};
   for (const std::string found : {"/home/someone/.nvm/bin/node", "node: aliased to nodejs"}) {
     fake.processes.setShellOutputs(nodeLookupCommand, {found + "\n"});

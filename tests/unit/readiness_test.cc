@@ -43,7 +43,7 @@ TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
   EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
-TEST_F(Readiness, RefusingLocalServerShowsErrorAfterSixtyOneProbes) {
+TEST_F(Readiness, LocalServerRefusingConnectionsShowsErrorAfterSixtyOneProbes) {
   for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000/"}) {
     SCOPED_TRACE(address);
     storeAddress(address);
@@ -197,7 +197,7 @@ TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
   }
 }
 
-TEST_F(Readiness, FolderInPlaceOfServerScriptIsLaunched) {
+TEST_F(Readiness, FolderInPlaceOfServerScriptLaunchesNode) {
   std::filesystem::remove(root() + "/v3/server.mjs");
   std::filesystem::create_directory(root() + "/v3/server.mjs");
   openOS();
@@ -231,7 +231,7 @@ TEST_F(Readiness, SecondOpenOsProbesRunningServerIndependently) {
   fake.scheduler.advance(100ms);
   openOS();
   fake.scheduler.advance(1s);
-  EXPECT_EQ(fake.processes.launched.size(), 1U) << "a running server is not restarted";
+  EXPECT_EQ(fake.processes.launched.size(), 1U) << "the running server was replaced";
   EXPECT_THAT(probeTimes(), ElementsAre(0ms, 100ms, 250ms, 350ms));
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 2U);
 }

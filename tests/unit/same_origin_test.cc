@@ -9,7 +9,7 @@
 namespace orvel {
 namespace {
 
-TEST(SameOrigin, SameOriginAndHttpsUpgradeMatch) {
+TEST(SameOrigin, OnlySameOriginAndHttpsUpgradeMatch) {
   const std::vector<std::tuple<std::string, std::string, bool>> rows{
       {"http://os.test/a", "http://os.test/b?c#d", true},
       {"http://os.test", "HTTP://OS.TEST:80/", true},

@@ -116,7 +116,7 @@ TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
   EXPECT_EQ(request.forwardsHeaders, isSameOriginOrUpgrade);
 }
 
-TEST_F(ServerAddress, KeyIsReadOnlyAtCreationOfDelegate) {
+TEST_F(ServerAddress, KeyIsReadOnceWhenDelegateIsCreated) {
   delegate();
   fake.bundle.texts["ORVELOSKey"] = "other key";
   const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));

@@ -6,8 +6,9 @@
 namespace orvel {
 namespace {
 
-// Made with OpenSSL for these tests. The private keys are deleted. Each signature is of an
-// archive that contains "an archive".
+// Made with OpenSSL for these tests. The private keys were deleted. Each signature is of an
+// archive that contains "an archive". Unless its name says otherwise, it was made with ourKey for
+// version 1.3 of the macOS edition.
 const std::string ourKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 const std::string nextKey =
@@ -24,7 +25,7 @@ const std::string signatureOfVersion14 =
 const std::string signatureOfLinuxEdition =
     "MEUCIF98h2AQwtjGtCyKytHmB3saGclGm70N93Lf5PUSaM8LAiEAt9UfUDWVzn/"
     "KsTcKrERVdYX5eEjEjZr1KJvB3koAelw=";
-// Made with ourKey over a message that names nextKey as the new key.
+// For a release that contains nextKey as its new key.
 const std::string signatureOfKeyChange =
     "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
     "yPj7iFRipZ9XvEPI=";
@@ -54,6 +55,7 @@ class SignedRelease : public InstallationTest {
     delegate().zoekUpdate(/*stil=*/false);
     fake.scheduler.runUntilIdle();
   }
+  /// Returns the manifest members for a signature and, unless it is empty, a new public key.
   static std::string signedWith(const std::string &signature, const std::string &sleutel = "") {
     const std::string members = R"(,"handtekening":")" + signature + '"';
     return sleutel.empty() ? members : members + R"(,"sleutel":")" + sleutel + '"';
@@ -100,7 +102,8 @@ TEST_F(SignedRelease, ReleaseWithValidSignatureIsInstalled) {
   const std::vector<Row> rows{
       {"unchanged key", signedWith(validSignature), ourKey},
       {"signed key change", signedWith(signatureOfKeyChange, nextKey), nextKey},
-      {"signed key change, but unchanged key", signedWith(signatureOfKeyChange, nextKey), ourKey},
+      {"signed key change, but the release keeps the old key",
+       signedWith(signatureOfKeyChange, nextKey), ourKey},
   };
   for (const auto &[situation, members, bundleKey] : rows) {
     SCOPED_TRACE(situation);

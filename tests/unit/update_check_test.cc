@@ -30,7 +30,7 @@ class UpdateCheck : public CoreTest {
   std::vector<std::string> noticesWithMessageOnly() const {
     std::vector<std::string> texts;
     for (const Alert &alert : fake.panels.shown) {
-      EXPECT_EQ(alert, Alert{.messageText = alert.messageText}) << "a notice has only a message";
+      EXPECT_EQ(alert, Alert{.messageText = alert.messageText}) << "notice has more than a message";
       texts.push_back(alert.messageText);
     }
     return texts;

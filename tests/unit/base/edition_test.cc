@@ -7,7 +7,7 @@
 namespace orvel {
 namespace {
 
-TEST(Edition, MacosUsesToolsOfTheSystem) {
+TEST(Edition, MacosUsesSystemToolsAndKeepsOtherWorkingFolders) {
   EXPECT_EQ(commandLine(macosEdition.unpack, {"/t/a.zip", "/t/w"}),
             "/usr/bin/ditto -x -k '/t/a.zip' '/t/w'");
   EXPECT_EQ(commandLine(macosEdition.clearQuarantine, {"/t/w/Orvel OS.app"}),

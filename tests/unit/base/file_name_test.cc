@@ -65,7 +65,7 @@ TEST(FileName, SpaceOrBidirectionalControlAfterFullStopPreventsExtension) {
     }
     EXPECT_EQ(splitFileName("a" + character + ".b").extension, ".b");
   }
-  // Code points next to those above, and other white space.
+  // Code points next to those above, other white space and an ordinary character.
   for (const std::string other : {"\u200D", "\u2010", "\u2029", "\u202F", "\u2065", "\u206A",
                                   "\u061B", "\u00A0", "\t", "_"}) {
     EXPECT_EQ(splitFileName("a.b" + other).extension, ".b" + other);
