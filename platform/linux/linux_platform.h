@@ -30,10 +30,10 @@ namespace orvel {
 /// links resolved (proc(5), /proc/self/exe). Any thread.
 std::string mainBundlePath();
 
-/// All interfaces of the Linux edition. Main thread only.
+/// The Linux implementations of all platform interfaces. Main thread only.
 class LinuxPlatform {
  public:
-  /// Makes the interfaces for one application bundle. Sets environment variables, so call it
+  /// Creates the implementations for one application bundle. Sets environment variables, so call it
   /// before GTK starts and while the process has one thread.
   explicit LinuxPlatform(const std::string &bundlePath);
   LinuxPlatform(const LinuxPlatform &) = delete;

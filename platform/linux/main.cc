@@ -7,8 +7,7 @@
 #include "platform/posix/utf8_locale.h"
 
 int main() {
-  // A write to a closed terminal or pipe must not kill the application and orphan the
-  // server.
+  // A write to a closed pipe must not kill the application.
   std::signal(SIGPIPE, SIG_IGN);
   orvel::ensureUtf8Locale();
   orvel::limitMallocRetention();

@@ -20,7 +20,7 @@ namespace {
 /// without data tells the parent that the program runs.
 constexpr int errorDescriptor = STDERR_FILENO + 1;
 
-/// Blocks all signals of this thread during its lifetime, so that no signal handler of the
+/// Blocks all signals in this thread until it is destroyed, so that no signal handler of the
 /// application runs in the child.
 class BlockedSignals {
  public:
@@ -56,7 +56,8 @@ void resetSignals() {
 bool setStream(int source, int stream) {
   if (source == stream) return true;
   if (source != SpawnPlan::nullDevice) return ::dup2(source, stream) == stream;
-  // Closed first: open(2) returns the lowest free descriptor, which may be the only one.
+  // open(2) returns the lowest free descriptor. That is this one once it is closed, because
+  // the streams before it are open.
   ::close(stream);
   return ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY) == stream;
 }

@@ -18,8 +18,8 @@ gboolean activateFirstMenu(gpointer menuBar) {
 gboolean openMenuAfterReveal(GtkWidget *menuBar, GdkFrameClock *, gpointer data) {
   auto *revealer = static_cast<GtkRevealer *>(data);
   if (!gtk_revealer_get_reveal_child(revealer)) return G_SOURCE_REMOVE;
-  // A menu that opens before the bar has slid into its place appears outside the screen. The bar is
-  // in place when its animation has ended and more than half of it is inside the window.
+  // A menu that opens before the bar has slid into its place appears outside the screen. The
+  // animation ends before the last layout, so more than half of the bar must also be in the window.
   graphene_rect_t bounds;
   const bool isInPlace =
       gtk_revealer_get_child_revealed(revealer) &&
@@ -102,8 +102,8 @@ void FullScreenBar::setPointerOver(bool isOver) {
 }
 
 void FullScreenBar::focusChanged() {
-  // While a menu is open, its popover grabs the pointer, so this window has missed the last motion
-  // events.
+  // The focus leaves the bar when a menu closes. The menu's popover has grabbed the pointer, so
+  // this window has missed the last motion events.
   GdkSurface *surface = gtk_native_get_surface(GTK_NATIVE(window_));
   if (surface != nullptr && gtk_window_is_fullscreen(window_) && !hasFocus()) {
     GdkSeat *seat = gdk_display_get_default_seat(gdk_surface_get_display(surface));

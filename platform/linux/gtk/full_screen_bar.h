@@ -9,9 +9,9 @@
 
 namespace orvel {
 
-/// A header bar that stays reachable in full screen, where GTK hides title bars: it slides
-/// over the content while the pointer is at the top edge of the screen, while it has the
-/// focus, and after F10. Main thread only.
+/// A header bar that stays reachable in full screen, where GTK hides title bars. It slides over
+/// the content when the pointer reaches the top edge of the screen or the user presses F10, and
+/// stays while the pointer is over it or it has the focus. Main thread only.
 class FullScreenBar {
  public:
   /// Adds the header and the content to the window. `menuBar` is a descendant of the

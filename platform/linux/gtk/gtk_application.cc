@@ -23,8 +23,8 @@ gboolean signalArrived(gpointer host) {
 GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::function<void()> startup)
     : application_(adopt(gtk_application_new(identifier.c_str(), G_APPLICATION_DEFAULT_FLAGS))),
       startup_(std::move(startup)) {
-  // The application has no GResources. With a base path, GTK would search there for icons, and
-  // would first discard the icon theme that one of its threads has already read.
+  // The application has no GResources. With the default base path, GTK would search there for
+  // icons, and would first discard the icon theme that one of its threads has already read.
   g_application_set_resource_base_path(base(application_), nullptr);
   // X11 (WM_CLASS) and Wayland (app_id) use this name to find the desktop entry.
   g_set_prgname(identifier.c_str());

@@ -33,8 +33,8 @@ class GtkCommands {
 
   /// Called with each About dialog before it is shown.
   std::function<void(GtkWindow *)> prepareAbout;
-  /// Carries out an editing command outside of text fields. Gets the focused widget and the
-  /// content of the window; either may be null.
+  /// Carries out an editing command when no GTK text field has the focus. Gets the focused
+  /// widget and the content of the window; either may be null.
   std::function<void(MenuAction, GtkWidget *focus, GtkWidget *content)> editPage;
 
  private:

@@ -34,7 +34,7 @@ class GtkMenuBar final : public MenuBar {
   /// Adds the shortcuts of all other commands to a window. They run in the capture phase, so
   /// they work while the page is unresponsive.
   void addApplicationKeys(GtkWindow *window);
-  /// Adds the shortcuts that quit the application to a window, in the capture phase.
+  /// Adds the shortcuts for quitting to a window. They run in the capture phase.
   void addQuitKeys(GtkWindow *window);
 
  private:

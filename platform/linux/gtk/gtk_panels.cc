@@ -16,13 +16,14 @@ constexpr int margin = 24;
 constexpr int spacing = 12;
 constexpr int textWidth = 340;
 constexpr int maxTextHeight = 420;
-// Maximum lengths in characters. Window lists show no more of a title. GTK needs seconds to
-// lay out a text that is much longer.
+// Maximum lengths in characters.
 constexpr int maxLineLength = 60;
+// Window lists show no more of a title.
 constexpr glong maxTitleLength = 80;
+// GTK needs seconds to lay out a text that is much longer.
 constexpr glong maxTextLength = 10'000;
 
-/// Returns a text of at most `maxLength` characters, or its beginning and the ellipsis.
+/// Returns the text, or its first `maxLength` characters and the ellipsis when it is longer.
 std::string truncated(const std::string &text, glong maxLength, const char *ellipsis) {
   if (g_utf8_strlen(text.c_str(), -1) <= maxLength) return text;
   const GlibText beginning(g_utf8_substring(text.c_str(), 0, maxLength));
@@ -86,7 +87,7 @@ class GtkPanels::AlertWindow {
                                    GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
   }
 
-  /// Sets the accessible name and description. Relations do not work: GTK 4.8 ignores
+  /// Sets the accessible name and description. Relations do not work here: GTK 4.8 ignores
   /// DESCRIBED_BY, and prefers the title, which may be truncated, to LABELLED_BY.
   void describe(const Alert &alert) {
     gtk_accessible_update_property(GTK_ACCESSIBLE(window_), GTK_ACCESSIBLE_PROPERTY_LABEL,
@@ -227,7 +228,7 @@ class GtkPanels::AlertWindow {
     return gtk_shortcut_new(gtk_keyval_trigger_new(key, GdkModifierType{}), action);
   }
 
-  /// Calls `answered_` with a button, or with nullopt when the alert was closed without one.
+  /// Calls `answered_` with the index of a button, or with nullopt when the window was closed.
   void answer(std::optional<int> button) {
     AlertAnswer answer;
     answer.button = button;

@@ -38,7 +38,7 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
       minimumHeight_(configuration.minimumHeight) {
   gtk_widget_add_css_class(GTK_WIDGET(window_), "orvel");
   gtk_window_set_title(window_, configuration.title.c_str());
-  // Added before the menus: GTK would notify every existing menu item of each new shortcut.
+  // Called before the menus are made, because GTK notifies every menu item of each new shortcut.
   menuBar.addApplicationKeys(window_);
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
@@ -78,6 +78,7 @@ void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
   fitMinimumSize();
   const Rect area = visibleArea().value_or(configuration.contentRect);
   const auto saved = parseFrame(defaults_.text(autosaveName_).value_or(""));
+  // The first window fills the screen. contentRect is its size when the user unmaximises it.
   const WindowFrame frame =
       saved.value_or(WindowFrame{.width = wholePoints(configuration.contentRect.width),
                                  .height = wholePoints(configuration.contentRect.height),

@@ -23,7 +23,7 @@ Rect visibleFrame(GdkMonitor *monitor);
 class MonitorWatch {
  public:
   /// Calls `changed` after the window moves to another monitor, and after a monitor is
-  /// added, is removed or changes its size or scale. A panel that appears later is not
+  /// added, is removed or changes its size or scale. A dock that appears later is not
   /// reported: GDK does not receive the root window's PropertyNotify for _NET_WORKAREA. The
   /// window must outlive this object.
   MonitorWatch(GtkWindow *window, std::function<void()> changed);

@@ -60,11 +60,11 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 /// its frame replaced it, its frame was removed, it is a link with the download attribute,
 /// or it leads to a fragment of the same document.
 ///
-/// A clicked link counts as a main-frame navigation, because a page that clicks several
-/// download links at once expects every file. Any other navigation counts as a sub-frame
-/// navigation, because a frame shows only the last of several addresses. A link to a fragment
-/// counts as one too: only a sub-frame can show a document that is not allowed in the main
-/// frame.
+/// A clicked link counts as a main-frame navigation, so that the delegate can download its
+/// file: a page that clicks several download links at once expects every file. Any other
+/// navigation counts as a sub-frame navigation, because a frame shows only the last of several
+/// addresses. So does a link to a fragment, because the frame already shows its document, and
+/// only a sub-frame can show a document that is not allowed in the main frame.
 NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
   const std::string_view address =
       webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
@@ -85,6 +85,7 @@ struct WebKitFrameProbe::Attempt {
   WebKitNavigationAction *action = nullptr;
   std::string address;
   bool isRedirect = false;
+  /// Whether the address has started to load as anything but the main frame's document.
   bool isLoadedInSubFrame = false;
   Report report;
   std::unique_ptr<WebKitUserContentFilter, FilterRelease> filter;

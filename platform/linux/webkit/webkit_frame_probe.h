@@ -43,10 +43,10 @@ class WebKitFrameProbe {
   /// allowed, because the probe would attribute that navigation's beforeunload event to the
   /// probed one.
   bool isBusy() const { return attempt_ != nullptr; }
-  /// Starts a probe, which answers the decision. Calls `report` once, or never when the web
-  /// process terminates first. When the filter cannot be saved, for example on a full disk,
-  /// ignores the navigation and reports the main frame. Must not be called while a probe is
-  /// running.
+  /// Starts a probe, which answers the decision. Calls `report` once, or never when `cancel`
+  /// or the destructor ends the probe first. When the filter cannot be saved, for example on a
+  /// full disk, ignores the navigation and reports the main frame. Must not be called while a
+  /// probe is running.
   void start(WebKitNavigationPolicyDecision *decision, Report report);
   /// Returns the answer to a beforeunload confirmation that shows `text`: true to leave the
   /// document, false to stay. The probe's own text also makes the probe report the main frame

@@ -82,7 +82,7 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
   if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return false;
   auto *navigation = WEBKIT_NAVIGATION_POLICY_DECISION(decision);
   if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
-    // When the window is allowed, WebKit emits "create", and the delegate decides again.
+    // When the delegate allows the window, WebKit emits "create", which calls createWebView.
     answer(navigation, delegate_.decidePolicy(
                            {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
   } else if (isCancelledInEveryFrame(navigation)) {

@@ -164,7 +164,7 @@ void WebKitPageView::processTerminated(WebKitWebProcessTerminationReason reason)
 void WebKitPageView::loadChanged(WebKitLoadEvent event) {
   if (event != WEBKIT_LOAD_COMMITTED) return;
   const char *address = webkit_web_view_get_uri(view_.get());
-  // The address of HTML that is loaded without a base URL.
+  // HTML without a base URL has this address.
   isHtmlShown_ = g_strcmp0(address, "about:blank") == 0;
   if (isHtmlShown_) return;
   html_.clear();

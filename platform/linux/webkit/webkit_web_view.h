@@ -50,7 +50,7 @@ class WebKitPageView final : public WebView {
   void setColorBehind(const Color &color);
 
   /// Carries out an editing command of the menu bar in the focused web view, such as the
-  /// inspector, else in the page. `focus` may be null.
+  /// inspector, else in the page. Both widgets may be null.
   static void edit(MenuAction action, GtkWidget *focus, GtkWidget *page);
 
  private:
