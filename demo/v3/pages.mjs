@@ -13,9 +13,9 @@ const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${a
 const button = (name, text, value = '') =>
   `<button type="button" data-do="${name}" data-value="${escapeHtml(value)}">${text}</button>`;
 
-/// Returns the URL of a page of this server under its other host name. Localhost and 127.0.0.1
-/// are the same server but different origins.
-function otherHost(request) {
+/// Returns the URL of the page /vreemd under the other host name of this server. Localhost and
+/// 127.0.0.1 are the same server but different origins.
+function otherOriginUrl(request) {
   const [, host = '127.0.0.1', port = ''] = /^([\w.-]+)(:\d+)?$/.exec(request.headers.host ?? '') ?? [];
   return `http://${host === 'localhost' ? '127.0.0.1' : 'localhost'}${port}/vreemd`;
 }
@@ -29,7 +29,7 @@ const links = (request) => page({
     [link('http://example.org/pad?vraag=1#plek'), 'browser, met vraag en plek'],
     [link('mailto:iemand@example.org?subject=Hallo%20daar'), 'mail'],
     [link('tel:+31201234567'), 'telefoon'],
-    [link(otherHost(request)), 'zelfde server, andere naam: browser'],
+    [link(otherOriginUrl(request)), 'zelfde server, andere naam: browser'],
     [link('https://iemand@example.org:8443/'), 'met gebruiker en poort'],
   ))}${card('Naar nergens', rows(
     [link('data:text/html,<p>data</p>', 'data:'), 'gebeurt niets'],
@@ -61,7 +61,7 @@ const windows = (request) => page({
     [link('/api/export', 'Export', 'target="_blank"'), 'opgeslagen en geopend'],
     [link('/api/bestand/1', 'Bestand', 'target="_blank"'), 'opgeslagen en geopend'],
     [link('https://example.org/', 'Andere site', 'target="_blank"'), 'browser'],
-    [link(otherHost(request), 'Andere naam', 'target="anders"'), 'browser, benoemd venster'],
+    [link(otherOriginUrl(request), 'Andere naam', 'target="anders"'), 'browser, benoemd venster'],
     [link('mailto:iemand@example.org', 'Mail', 'target="_blank"'), 'mail'],
   ))}${card('Venster door script', rows(
     [button('open', 'Pagina van deze server', '/lang'), 'opgeslagen en geopend'],
@@ -115,7 +115,7 @@ const files = (request) => page({
 });
 
 const frames = (request, response, { query }) => {
-  const choices = { bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherHost(request), site: 'https://example.org/' };
+  const choices = { bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherOriginUrl(request), site: 'https://example.org/' };
   const src = choices[query.get('toon')] ?? '/kader';
   return page({
     title: 'Kaders',
