@@ -71,7 +71,8 @@ test('the bundle is signed, notarised and stapled before it replaces the old one
   assert.equal(readAppFile('Contents/CodeResources'), 'ticket');
   assert.deepEqual(readdirSync(fixture.path('build')).sort(), ['Orvel OS.app', 'release-build']);
   const { mtime, mode } = statSync(app('Contents/MacOS/Orvel OS'));
-  // The preset "default" builds the same path. The old date makes it link its executable anew.
+  // The old date makes a build with the preset "default", which writes to the same path, link its
+  // own executable again.
   assert.equal(mtime.getFullYear(), 2000);
   assert.equal(mode & 0o111, 0o111);
 });
@@ -187,7 +188,7 @@ test('on Linux the executable is stripped and nothing is signed', () => {
     'build-app: strip is not installed; scripts/setup.sh installs it\n');
 });
 
-test('Info.plist explains each permission and neither forbids http nor quarantines files', () => {
+test('Info.plist explains permissions and has no key that forbids http or quarantines files', () => {
   const source = readFileSync(fixture.path('packaging/macos/Info.plist.in'), 'utf8');
   for (const permission of ['LocalNetwork', 'DownloadsFolder']) {
     assert.match(source, new RegExp(`<key>NS${permission}UsageDescription</key>\\s*<string>Orvel OS .+\\.</string>`));

@@ -1,5 +1,5 @@
-// A container whose root file system is an overlay over that of this machine. Changes, such
-// as installed packages, disappear with the container.
+// A container whose root file system is an overlay over that of this machine. Changes outside /tmp
+// and the shared folder, such as installed packages, disappear with the container.
 
 import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
@@ -10,9 +10,9 @@ import { fileURLToPath } from 'node:url';
 const script = fileURLToPath(new URL('overlay_container.sh', import.meta.url));
 
 export class OverlayContainer {
-  /// Creates the container. `folder` is the mount point of the overlay; the folder `shared`
-  /// is not part of the overlay. Throws an error with the output of the failing command when
-  /// this machine does not permit namespaces or mounts.
+  /// Creates the container. `folder` is the mount point of the overlay. The folder `shared` is the
+  /// same inside and outside the container. Throws an error with the output of the failing command
+  /// when this machine does not permit namespaces or mounts.
   static async open(folder, shared) {
     mkdirSync(folder);
     const container = new OverlayContainer();
@@ -37,6 +37,7 @@ export class OverlayContainer {
   /// Returns the absolute paths of files that were created, changed or deleted, and of folders
   /// that were created.
   changes() {
+    // The working directory of the script holds the upper layer of the overlay.
     const upper = `/proc/${this.process.pid}/cwd/upper`;
     return readdirSync(upper, { recursive: true })
       .map((path) => `/${path}`)

@@ -5,7 +5,8 @@
 #
 #   overlay_container.sh FOLDER [SHARED...]
 #
-# FOLDER is the mount point. The SHARED folders are not part of the overlay.
+# FOLDER is the mount point. /tmp and the SHARED folders are the same inside and
+# outside the container.
 set -eu
 ip link set lo up
 cd "$1"

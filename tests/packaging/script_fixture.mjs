@@ -37,8 +37,8 @@ export function assertFailed({ status, stdout, stderr }) {
   return stderr;
 }
 
-/// Runs a script of the sources in this folder. The umask is set by a shell, because spawnSync has
-/// no option for it. Returns what spawnSync returns.
+/// Runs a script of the sources with this working directory. The umask is set by a shell, because
+/// spawnSync has no option for it. Returns what spawnSync returns.
 export function runScript(script, folder, args, environment = {}, umask = '022') {
   const line = ['-c', `umask ${umask}; exec "$0" "$@"`, join(sources, 'scripts', script), ...args];
   return spawnSync('bash', line, {

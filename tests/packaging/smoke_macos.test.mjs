@@ -83,7 +83,7 @@ for (const [fault, message] of [
   ['quit-event-not-sent', /smoke: the system did not send the quit event\n$/],
   ['orphan', /missing: the stop of the server\nsmoke: a step is missing\n$/],
 ]) {
-  test(`the fault ${fault} is reported and no process is left`, () => {
+  test(`the fault ${fault} is reported and no server is left`, () => {
     const { status, stderr } = run(fault);
     assert.equal(status, 1, stderr);
     assert.match(stderr, message);
