@@ -54,8 +54,8 @@ export const FILES = new Map(Object.entries({
   12: ['jaar.2026.definitief.csv', 'text/csv; charset=utf-8', attachment('filename="jaar.2026.definitief.csv"'), CSV],
 }));
 
-/// Returns the export as CSV, or as JSON with `formaat=json`. The export contains how the
-/// request was recognised.
+/// Returns the export with its name and media type: CSV, or JSON with `formaat=json`. Its content
+/// says how the request was recognised.
 export function exportFor(request, query) {
   const herkend = labelOf(marksOf(request.headers));
   const sessie = sessionOf(request.headers) ? 'ja' : 'nee';

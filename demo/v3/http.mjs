@@ -10,6 +10,7 @@ const BODY_LIMIT = 64 * 1024;
 // finish sending and receive the 413.
 const DRAIN_LIMIT = 4 * 1024 * 1024;
 
+/// An error to which the server responds with this status and these additional headers.
 export class HttpError extends Error {
   constructor(status, headers = {}) {
     super(STATUS_CODES[status]);

@@ -59,7 +59,7 @@ test('the pages have links, buttons and frames for each kind of navigation and p
   };
   for (const [path, parts] of Object.entries(expected)) {
     const { text } = await server.get(path);
-    for (const part of parts) assert.ok(text.includes(part), `${path}: ${part}`);
+    for (const part of parts) assert.ok(text.includes(part), `${path} lacks ${part}`);
   }
   // A page that is requested under the name localhost links to the same server as 127.0.0.1.
   const { text } = await server.get('/links', { Host: 'localhost:4767' });

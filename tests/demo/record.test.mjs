@@ -47,7 +47,7 @@ test('the home page shows how the page request and the probes were recognised', 
   assert.match(text, /2 keer gevraagd/);
 });
 
-test('the record holds every request and every report of a page, with all headers', async () => {
+test('the record has the reports of a page with all headers, also empty and repeated ones', async () => {
   for (const url of ['/api/getoond?pagina=%2F', '/api/antwoord?vraag=confirm&antwoord=true']) {
     const headers = { 'X-ORVEL-App': '', Cookie: 'orvelapp=k', 'X-Double': ['a', 'b'] };
     assert.equal((await server.get(url, headers, 'POST')).status, 204);
@@ -64,7 +64,7 @@ test('api/verslag returns the last 200 requests with keys, cookies and status', 
   assert.deepEqual(marks, { header: null, cookie: 'k', userAgent: null });
   assert.deepEqual(cookies, { a: '1', orvelapp: 'k' });
   assert.deepEqual([method, status], ['GET', 404]);
-  assert.ok(Date.parse(time));
+  assert.ok(Date.parse(time), `the time ${time}`);
   for (let count = 0; count < 210; count += 1) await server.get('/api/wie');
   assert.equal((await recentRequests()).length, 200);
 });
