@@ -53,7 +53,7 @@ describe('mutate', () => {
     assert.equal(status, 0);
   });
 
-  it('fails and names each survivor that is not listed', () => {
+  it('fails and names a survivor that is not listed', () => {
     const { status, report, mutants } = mutate('code/adult.cc');
     assert.deepEqual(bodies(mutants, 'survived'), [
       'return age > 18;',

@@ -50,8 +50,8 @@ class Mutant:
     mutated: str
 
     def keys(self):
-        """Returns the keys of the entries that can accept this mutant, as those of
-        read_equivalents in mutate.py."""
+        """Returns the keys, in the form of read_equivalents in mutate.py, of the entries that would
+        accept this mutant."""
         place = (self.file, self.function, self.original)
         return (*place, self.mutated, None), (*place, None, self.operator)
 
@@ -260,8 +260,9 @@ class Finder:
         self.add('removed statement', function, start, end, b';')
 
     def swap_statements(self, one, other, function):
-        # A statement that is moved behind a jump is never reached, as if removed. Nothing observes
-        # the order of two assignments, or when a variable without an initializer is declared.
+        # The statement after a declaration mostly uses its variable. A statement that is moved
+        # behind a jump is never reached, as if removed. Nothing observes the order of two
+        # assignments, or when a variable without an initializer is declared.
         if one.kind == CursorKind.DECL_STMT or other.kind in JUMPS:
             return
         if other.kind == CursorKind.DECL_STMT and DEFAULT_CONSTRUCTED.fullmatch(self.text(other)):

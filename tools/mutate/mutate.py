@@ -69,6 +69,7 @@ def run_all(build, chosen, options):
             print(f'mutate: {len(outcomes)} of {len(chosen)} mutants run', file=sys.stderr)
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as executor:
+        # list() raises the exception of a failed run.
         list(executor.map(run, chosen))
     return outcomes
 

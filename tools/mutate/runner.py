@@ -106,12 +106,13 @@ class Build:
             return 'survived'
 
     def run(self, command):
-        """Runs a command without its output. Returns whether it succeeded."""
+        """Runs a command and discards its output. Returns whether it succeeded."""
         return subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
     def test(self, program, suites, timeout):
-        """Runs tests of a program. Returns 'passed', 'killed' or 'timed out'."""
+        """Runs the tests of a program that match `suites`, a filter of GoogleTest, for at most
+        `timeout` seconds. Returns 'passed', 'killed' or 'timed out'."""
         process = subprocess.Popen(
             [*(sandbox(program.parent) if self.has_sandbox else []), *LIMITS, program,
              f'--gtest_filter={suites}', '--gtest_fail_fast', '--gtest_brief=1'],
@@ -148,7 +149,7 @@ def compiler_call(entry):
 
 
 def sandbox(folder):
-    """Returns the command that runs a program of a folder so that it can harm nothing.
+    """Returns the words to put before a command, so that a program in `folder` can harm nothing.
 
     A mutant may remove other folders and end other processes than the original.
     """
