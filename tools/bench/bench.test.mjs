@@ -54,10 +54,10 @@ test('the measurement of a process tree includes an orphaned process', async () 
     const result = await tree.measure();
     return result.processes.join() === 'sleep' ? result : null;
   });
-  assert.ok(measured.processor > 20, `processor time ${measured.processor}`);
-  assert.ok(measured.memory > 10, `memory ${measured.memory}`);
+  assert.ok(measured.processor > 20, `processor time ${measured.processor} ms`);
+  assert.ok(measured.memory > 10, `memory ${measured.memory} kB`);
   await tree.kill();
-  assert.equal(tree.child.exitCode, 0, 'process_tree.py');
+  assert.equal(tree.child.exitCode, 0, 'the exit status of process_tree.py');
 });
 
 test('a process tree reports the exit of its last process', async () => {

@@ -7,7 +7,7 @@ const ELEMENTS = 2000;
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;
 export const SMALL_FILES = 10_000;
-/// How many small files the page requests before it has received one.
+/// How many small files the page has requested and the server has not yet sent.
 const CONCURRENT_FILES = 8;
 
 /// The colours of the marks at the lower edge, which appear when the page is loaded, and of the

@@ -112,7 +112,8 @@ async function quit(bench, tree) {
   throw new Error('a viewer did not exit');
 }
 
-/// Measures a start with a server that is already running.
+/// Measures a start with a server that is already running, and 5 seconds after the page is painted
+/// the processor time since the start and the memory in MiB.
 export function measureReadyStart(bench, viewer) {
   return withHome(bench, (context) => withViewer(bench, viewer, context, async (tree, times) => {
     await pause(tree.startTime + times.painted + 5000 - wallClock());

@@ -3,8 +3,8 @@
 //
 //   node plant_faults.mjs SYSROOT [CATEGORY...]
 //
-// Prints a Markdown table with the first complaint about each fault. Fails when the check
-// rejects the unchanged copy.
+// SYSROOT is a copy of the macOS SDK. Prints a Markdown table with the first complaint about each
+// fault. Fails when the check rejects the unchanged copy.
 import { execFileSync, spawnSync } from 'node:child_process';
 import { cpSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
