@@ -146,7 +146,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
           `the bundle mixes two versions after the kill at ${name} ${number}`);
         bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
         if (bundle === newBundle) {
-          // The next round starts the old bundle.
+          // Starts the new bundle here, because the next round starts an old one.
           await user.startAndShowPage({ server });
           await user.quit();
           restoreOldBundle();
