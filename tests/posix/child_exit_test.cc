@@ -74,6 +74,7 @@ TEST_P(ChildExit, ThousandLaunchesAndFailedLaunchesLeaveNoDescriptorOrZombie) {
     process->waitUntilExit();
     ASSERT_EQ(process->terminationStatus(), 0);
   }
+  // Closes the writing end of the last pipe.
   request.standardOutput = {};
   EXPECT_TRUE(eventually([&] { return handlerCalls == 1000; }));
   EXPECT_EQ(openDescriptorCount(), descriptorsBefore);

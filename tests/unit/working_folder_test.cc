@@ -144,8 +144,8 @@ TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp)
   }
 }
 
-// A release of version "1/documents/3" is installed. An earlier, rejected archive has left a link to
-// the user's folder "documents" in place of the working folder or of one of its parents.
+// A release of version "1/documents/3" is installed. An earlier, rejected archive has left a link
+// to the user's folder "documents" in place of the working folder or of one of its parents.
 TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   struct Row {
     std::string link;
