@@ -71,7 +71,7 @@ bool isAllowed(archive_entry *entry) {
   return type == AE_IFREG || type == AE_IFDIR;
 }
 
-/// Subtracts an amount from the remainder of a limit. Returns false when it is too small.
+/// Subtracts an amount from the remainder of a limit. Returns false when it exceeds the remainder.
 bool subtract(std::uint64_t &remaining, std::uint64_t amount) {
   if (amount > remaining) return false;
   remaining -= amount;
@@ -131,7 +131,7 @@ bool extractArchive(const std::string &archive, const std::string &folder, Archi
     const int result = archive_read_next_header(from.get(), &entry);
     // archive_write_close sets the modes and times of folders.
     if (result == ARCHIVE_EOF) return archive_write_close(to.get()) == ARCHIVE_OK;
-    // ARCHIVE_WARN also fails: the central directory and the local header of an entry differ.
+    // Also fails on ARCHIVE_WARN, because the central directory and the local header differ then.
     if (result != ARCHIVE_OK || !extractEntry(from.get(), entry, to.get(), target, limits)) {
       return false;
     }

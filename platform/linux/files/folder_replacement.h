@@ -4,8 +4,8 @@
 
 namespace orvel {
 
-/// Replaces a folder with another one and removes the old one. First copies a replacement
-/// from another file system next to the original. Where the file system supports
+/// Replaces a folder with another one and removes the old one. A replacement on another file
+/// system is first copied to a folder next to the original. Where the file system supports
 /// RENAME_EXCHANGE (renameat2(2)), exchanges the two folders atomically, so that the path
 /// has a complete folder at every moment. Elsewhere uses two renames: between them, nothing
 /// is at the path and the old folder is next to it. Undoes the first rename when the second

@@ -14,10 +14,10 @@ namespace orvel {
 
 /// User defaults in the group "Defaults" of a key file (Desktop Entry format). Several
 /// processes may share the file: a read sees the changes of other processes, and a change is
-/// merged into the file under a lock. The file is read again only when its stat(2) result
-/// has changed. A file that is not a key file counts as empty; the first change renames
-/// it to the same name with ".damaged" or, if that exists, a numbered suffix. Any thread; blocks on
-/// the disk.
+/// merged into the file under a lock. Reads are cached until the stat(2) result of the file
+/// changes. A file that is not a key file counts as empty; the first change renames it to the
+/// same name with ".damaged" or, if that exists, a numbered suffix. Any thread; blocks on the
+/// disk.
 class KeyFileUserDefaults final : public UserDefaults {
  public:
   /// Every change creates the file's folder if necessary, and sets its mode to 0700.

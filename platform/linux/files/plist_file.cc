@@ -40,7 +40,7 @@ class PlistReader {
            (isContainer_ || std::find(scalars.begin(), scalars.end(), element) != scalars.end());
   }
 
-  /// Handles an end tag. Returns false when a dictionary ends after a key.
+  /// Handles an end tag. Returns false when the dictionary ends with a key without a value.
   bool end(std::string_view element) {
     const int depth = depth_--;
     if (depth == dictionaryDepth) return !key_;

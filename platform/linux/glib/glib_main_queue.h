@@ -19,7 +19,7 @@ class GlibMainQueue final : public MainQueue {
  public:
   /// Null means the default main context.
   explicit GlibMainQueue(GMainContext *context = nullptr);
-  /// Must run on the thread of the context.
+  /// Must run on the thread of the context, or while no thread runs the context.
   ~GlibMainQueue() override;
   GlibMainQueue(const GlibMainQueue &) = delete;
   GlibMainQueue &operator=(const GlibMainQueue &) = delete;

@@ -51,6 +51,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
     if (depth_ == 1) texts_.erase(name_);
     return depth_ > 0;
   }
+  /// Enters an object or an array. Returns false when it is nested too deeply.
   bool open() {
     handleOtherValue();
     return ++depth_ <= maxNestingDepth;

@@ -14,9 +14,9 @@ class BodySink {
  public:
   virtual ~BodySink() = default;
 
-  /// Returns whether the sink can store a body: false when its file could not be created.
+  /// Returns false when the sink cannot store a body, because its file could not be created.
   virtual bool isReady() const = 0;
-  /// Stores a block. Returns false when that is impossible; the body has then failed.
+  /// Appends a block. Returns false when the block exceeds a limit or cannot be written.
   virtual bool append(std::string_view block) = 0;
 };
 
@@ -47,7 +47,6 @@ class FileSink final : public BodySink {
 
   bool isReady() const override { return file_.isOpen(); }
   bool append(std::string_view block) override { return file_.write(block); }
-  /// Returns the path of the file.
   std::string path() const { return file_.path(); }
 
  private:

@@ -101,7 +101,7 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
     folders.emplace_back(*folder);
   }
-  // GIO lists the user's folder first. Of equal weights, the system's extensions come first here.
+  // GIO lists the user's folder first. Reversed, so that of equal weights the system's come first.
   std::reverse(folders.begin(), folders.end());
   Extensions extensions;
   for (const std::string &folder : folders) {

@@ -30,10 +30,10 @@ struct SoupSessions;
 /// - A request that HTTP cannot express is not sent: a scheme other than http and
 ///   https, a field name that is not a token, or a field value that contains CR, LF or
 ///   NUL (RFC 9110, 5.5).
-/// - Loopback addresses are never reached through a proxy.
+/// - A request to a loopback address uses no proxy, nor do its redirects.
 class SoupHttpSession final : public HttpSession {
  public:
-  /// Downloads are written to the first of the folders where that is possible.
+  /// Downloads are written to the first of the folders where that is possible, else they fail.
   explicit SoupHttpSession(std::vector<std::string> downloadFolders = {});
   /// Cancels the running requests, calls the outstanding completions and waits for them.
   /// Must not run on one of the session's own threads.

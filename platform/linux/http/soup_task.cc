@@ -180,7 +180,7 @@ void SoupTask::restartTimeout() {
 void SoupTask::headArrived(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
   hasHead_ = stream_ != nullptr;
-  if (hasHead_ && decode()) {
+  if (hasHead_ && prepareDecoding()) {
     block_.reset(new char[blockSize]);
     readMore();
   } else {
@@ -188,7 +188,7 @@ void SoupTask::headArrived(SoupSession *session, GAsyncResult *result) {
   }
 }
 
-bool SoupTask::decode() {
+bool SoupTask::prepareDecoding() {
   const char *coding = soup_message_headers_get_list(
       soup_message_get_response_headers(message_.get()), "Content-Encoding");
   if (coding == nullptr || g_ascii_strcasecmp(coding, "identity") == 0) return true;

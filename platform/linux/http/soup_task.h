@@ -53,9 +53,9 @@ class SoupTask {
   void redirected();
   void restartTimeout();
   void headArrived(SoupSession *session, GAsyncResult *result);
-  /// Decodes a body that the server compressed although the request asked for "identity".
-  /// Returns false for an unknown coding.
-  bool decode();
+  /// Prepares the stream to decode a body that the server compressed although the request asked
+  /// for "identity". Returns false for an unknown coding.
+  bool prepareDecoding();
   void readMore();
   void bodyArrived(GAsyncResult *result);
   /// Handles the result of a read: the number of bytes, 0 at the end of the body, negative
@@ -82,7 +82,7 @@ class SoupTask {
   goffset received_ = 0;
   /// Fires when no data has arrived for the request's timeout.
   Source timeoutSource_;
-  /// Fires when bytes of the head arrive. libsoup signals only the end of the head.
+  /// Fires when bytes arrive at the socket. libsoup signals only the end of the head.
   Source arrivalSource_;
   SignalConnection networkEvent_;
   SignalConnection restarted_;
