@@ -19,7 +19,7 @@
 
 namespace orvel {
 
-/// The macOS implementation of every interface in Platform. Constructed on the main thread, before
+/// The macOS implementations of the interfaces in Platform. Constructed on the main thread, before
 /// the process has other threads, because the constructor reads the environment.
 class MacosPlatform {
  public:

@@ -84,7 +84,7 @@ TEST_F(MainMenu, ItemsHaveTitlesActionsAndKeysOfDescription) {
                                            "Herlaad reloadPage ⌘r",
                                            "Schermvullend toggleFullScreen: ⌃⌘f",
                                        }));
-  // AppKit may already list the window below this item.
+  // AppKit may already list windows below this item.
   EXPECT_EQ(textsOf(bar[3].submenu).at(0), "Minimaliseer performMiniaturize: ⌘m");
   EXPECT_TRUE(application_.windowsMenu == bar[3].submenu);
 }

@@ -11,7 +11,7 @@ namespace orvel {
 namespace {
 
 TEST(CodeSignature, ProgramWithoutCertificateHasNoTeam) {
-  // The linker signs programs for arm64 ad hoc.
+  // The linker signs programs for arm64 ad hoc, without a Team ID.
   EXPECT_EQ(teamIdentifierOfThisProcess(), std::nullopt);
 }
 

@@ -62,14 +62,14 @@ TEST_F(Launch, WebViewFillsWindowUnderTransparentTitleBarAndHasFocus) {
   EXPECT_TRUE(NSEqualSizes(window_.minSize, NSMakeSize(1000, 660)));
 }
 
-TEST_F(Launch, WindowHasFrameAutosaveNameAndIsNotReleasedWhenClosed) {
+TEST_F(Launch, WindowHasFrameAutosaveNameAndIsNeitherRestorableNorReleasedWhenClosed) {
   EXPECT_EQ(fromCocoa(window_.frameAutosaveName), "ORVELOSMain");
   EXPECT_FALSE(window_.restorable);
   EXPECT_FALSE(window_.releasedWhenClosed);
 }
 
 TEST_F(Launch, WebViewGetsConfigurationOfTheCore) {
-  // The tests' Info.plist has no key to append.
+  // The tests' Info.plist has no entry ORVELOSKey, whose text the core would append.
   EXPECT_EQ(fromCocoa(view_.configuration.applicationNameForUserAgent), "ORVELOS/");
   EXPECT_TRUE(view_.configuration.websiteDataStore.persistent);
   EXPECT_TRUE([[view_.configuration.preferences valueForKey:@"developerExtrasEnabled"] boolValue]);

@@ -60,7 +60,8 @@ void postKey(NSWindow *window, NSString *characters, unsigned short keyCode) {
   }
 }
 
-NSWindow *openModalWindow() {
+/// Returns the window of the open alert. Throws when no alert is open.
+NSWindow *alertWindow() {
   NSWindow *alert = application().modalWindow;
   if (alert == nil) throw std::logic_error("no alert is open");
   return alert;
@@ -80,7 +81,7 @@ std::vector<View *> viewsIn(NSView *view) {
 
 /// Returns the text fields of the open alert, including its labels.
 std::vector<NSTextField *> textFieldsOfAlert() {
-  return viewsIn<NSTextField>(openModalWindow().contentView);
+  return viewsIn<NSTextField>(alertWindow().contentView);
 }
 
 /// Returns the buttons of the open alert in the order of Alert::buttons: NSAlert numbers them in
@@ -88,7 +89,7 @@ std::vector<NSTextField *> textFieldsOfAlert() {
 std::vector<NSButton *> buttonsOfAlert() {
   std::vector<NSButton *> buttons;
   for (NSInteger tag = NSAlertFirstButtonReturn;; ++tag) {
-    NSButton *button = [openModalWindow().contentView viewWithTag:tag];
+    NSButton *button = [alertWindow().contentView viewWithTag:tag];
     if (button == nil) return buttons;
     buttons.push_back(button);
   }
@@ -110,7 +111,7 @@ class MacosContractPlatform final : public ContractPlatform {
     openedTargets.clear();
     Method open = class_getInstanceMethod(NSWorkspace.class, @selector(openURL:
                                                                  configuration:completionHandler:));
-    if (open == nullptr) throw std::logic_error("NSWorkspace cannot open URLs");
+    if (open == nullptr) throw std::logic_error("NSWorkspace has no method to open a URL");
     method_setImplementation(open, reinterpret_cast<IMP>(recordOpening));
     // Removes the values of earlier tests.
     NSString *domain = NSBundle.mainBundle.bundleIdentifier;
@@ -176,7 +177,7 @@ class MacosContractPlatform final : public ContractPlatform {
     for (NSButton *button : buttonsOfAlert()) {
       shown.buttons.push_back(fromCocoa(button.accessibilityTitle));
     }
-    const id<NSAccessibility> defaultButton = openModalWindow().accessibilityDefaultButton;
+    const id<NSAccessibility> defaultButton = alertWindow().accessibilityDefaultButton;
     shown.defaultButton = fromCocoa(defaultButton.accessibilityTitle);
     return shown;
   }
@@ -199,14 +200,14 @@ class MacosContractPlatform final : public ContractPlatform {
 
   void pressInAlert(AlertKey key) override {
     if (key == AlertKey::enter) {
-      postKey(openModalWindow(), @"\r", returnKeyCode);
+      postKey(alertWindow(), @"\r", returnKeyCode);
     } else {
-      postKey(openModalWindow(), @"\033", escapeKeyCode);
+      postKey(alertWindow(), @"\033", escapeKeyCode);
     }
   }
 
   void closeAlert() override {
-    openModalWindow();
+    alertWindow();  // Throws when no alert is open.
     [application() stopModal];
     wakeModalLoop();
   }

@@ -38,7 +38,7 @@ namespace orvel {
 
 namespace {
 
-/// Returns the action message of a menu item, or nil for an item without one.
+/// Returns the selector of an action, or a null selector for `none`.
 SEL selectorOf(MenuAction action) {
   switch (action) {
     case MenuAction::none:

@@ -12,8 +12,7 @@ class CocoaPanels final : public Panels {
   explicit CocoaPanels(AppDelegateBridge *bridge) : bridge_(bridge) {}
 
   /// Blocks until the alert has closed, and calls the completion before returning. Does not call
-  /// it once `terminationProceeds` is set. Escape presses the last of several
-  /// buttons.
+  /// it once `terminationProceeds` is set. Escape presses the last of several buttons.
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override;
 
  private:

@@ -10,8 +10,8 @@
 
 - (void)becomeKeyWindow {
   [super becomeKeyWindow];
-  // The window itself ignores keys. initialFirstResponder alone does not prevent that
-  // (github.com/tauri-apps/tao/issues/208).
+  // A window that is its own first responder ignores keys. initialFirstResponder alone does not
+  // prevent that (github.com/tauri-apps/tao/issues/208).
   if (self.firstResponder == self) [self makeFirstResponder:self.contentView];
 }
 

@@ -13,9 +13,9 @@ class FileManagerLocations final : public Locations {
   std::string downloads() const override;
   std::string temporary() const override;
   /// Calls -[NSFileManager replaceItemAtURL:...] without options and without a backup.
-  /// Returns false without a call unless both paths are folders, and different ones. Gives
-  /// the new folder the current date: unpacking an archive restores the date of the release, but
-  /// Launch Services notices a changed bundle by its date.
+  /// Returns false without a call unless both paths are folders, and different ones. Sets the
+  /// modification date of the new folder to now: unpacking an archive restores the date of the
+  /// release, but Launch Services notices a changed bundle by its date.
   bool replaceItem(const std::string &original, const std::string &replacement) const override;
   bool canReplaceItem(const std::string &original) const override;
   /// Sets NSURLQuarantinePropertiesKey. NSURLSession does not set it in an application

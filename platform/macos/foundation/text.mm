@@ -8,8 +8,8 @@ namespace orvel {
 
 namespace {
 
-/// Returns whether the character at an index is a user-perceived character by itself, without
-/// a combining mark.
+/// Returns whether the UTF-16 code unit at an index is a grapheme cluster of its own, without a
+/// combining mark.
 bool standsAlone(NSString *text, NSUInteger index) {
   return [text rangeOfComposedCharacterSequenceAtIndex:index].length == 1;
 }

@@ -26,7 +26,8 @@ NSURL *strictUrl(NSString *text) {
 
 std::optional<Url> Url::parse(std::string_view text) {
   NSString *written = utf8Text(text);
-  // Foundation accepts the empty string as a relative reference.
+  // Also true for nil: bytes that are not UTF-8. Foundation accepts the empty string as a relative
+  // reference.
   if (written.length == 0) return std::nullopt;
   auto url = fromCocoa(strictUrl(written));
   if (url) url->absoluteString = text;
