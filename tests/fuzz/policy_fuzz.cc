@@ -84,8 +84,8 @@ bool matches(const std::string &pattern, const std::string &text) {
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
-/// Requires that mainFrameFilter() blocks an address, with or without a query, but not with a letter
-/// before or after it. Skips addresses with a query or fragment of their own, and those with
+/// Requires that mainFrameFilter() blocks an address, with or without a query, but not one with a
+/// letter before or after it. Skips addresses with a query or fragment of their own, and those with
 /// other characters than visible ASCII, in which WebKit serializes URLs.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
