@@ -21,6 +21,7 @@ TEST(Json, OnlyTopLevelStringsAreReturned) {
       {R"({ "a" : "b" , "" : "" })", {{"a", "b"}, {"", ""}}},
       {R"({"a":1,"b":null,"c":true,"d":false,"e":["x"],"f":{"a":"x"},"g":"y"})", {{"g", "y"}}},
       {R"({"n":[0,-0,10,1.5,-1.25e10,1E+2,2e-7,1e308],"o":[[],{},[{}],""]})", {}},
+      // The last of two members with the same name counts.
       {R"({"a":"1","a":"2"})", {{"a", "2"}}},
       {R"({"a":"1","a":2})", {}},
       {R"({"a":2,"a":"1"})", {{"a", "1"}}},

@@ -75,8 +75,8 @@ std::vector<std::string_view> valuesOf(std::string_view head, std::string_view n
   return values;
 }
 
-/// Requires that the requests have the key and the cookies until a redirect leads to another host.
-/// `heads` holds the heads of the requests, in order.
+/// Requires that the requests have the key and the cookies until a redirect leads to another host,
+/// and neither from then on. `heads` holds the heads of the requests, in order.
 void requireSecretsStayOnHost(const std::vector<std::string> &heads, const std::string &cookie) {
   const bool isOneLine = cookie.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
   require(isOneLine || heads.empty(), "a cookie with a line break or NUL is not sent");

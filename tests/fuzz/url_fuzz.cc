@@ -1,5 +1,6 @@
-// Properties: the URL parser and libsoup agree on the host and the port of an address, and neither
-// resolving a relative path nor percent-encoding changes the host.
+// Properties: the URL parser and libsoup agree on the host and the port of an address, neither
+// resolving a relative path nor percent-encoding changes the host, and header fields are forwarded
+// to no other host.
 
 #include <libsoup/soup.h>
 

@@ -86,7 +86,7 @@ void LoopbackConnection::waitForClose() {
 
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
   std::tie(listener_, port_) = boundSocket();
-  // A long backlog, so that no connection of a test is refused.
+  // A long backlog, so that no connection of a test waits: the kernel ignores those beyond it.
   if (::listen(listener_, 1024) != 0) throw std::runtime_error("no loopback listener");
   acceptor_ = std::thread([this] { accept(); });
 }
