@@ -32,12 +32,12 @@ class AppDelegate final : public ApplicationDelegate,
   /// declared first, so that it outlives the window.
   std::unique_ptr<WebView> web;
   std::unique_ptr<Window> window;
-  /// The local OS server that was launched last. It may have exited.
+  /// The local OS server that was launched last, or null. It may have exited.
   std::shared_ptr<ChildProcess> server;
   /// Whether the application is quitting, or stops the server because the user has chosen
   /// another address. An exit of the server is then not reported as a failure.
   bool quitting = false;
-  /// The key by which the server recognizes requests of this application.
+  /// The key by which the server recognizes requests of this application. May be empty.
   const std::string appSleutel;
 
   // app/main_window.cc
@@ -61,7 +61,7 @@ class AppDelegate final : public ApplicationDelegate,
 
   // server/stale_server.cc
   /// Stops the OS servers of this data root (`Settings::ROOT`) that still listen on the
-  /// local port. Then blocks until the port is free, at most 4 seconds.
+  /// local port. After stopping one, blocks until the port is free, about 4 seconds at most.
   void killStaleServer();
 
   // server/launch.cc
@@ -76,12 +76,13 @@ class AppDelegate final : public ApplicationDelegate,
   void openOS();
   /// Sends a probe request and returns at once. `tries` is the number of probes that have
   /// failed. Depending on the response, loads the page of the OS server, sends the next
-  /// probe after a pause or shows the error page.
+  /// probe after a pause or shows the error page. Does nothing when the local server is
+  /// needed but does not run.
   void waitForServer(int tries);
 
   // web/server_address.cc
-  /// Returns the address of the OS server, which ends in "/". Reads it from the user
-  /// defaults at each call. Any thread.
+  /// Returns the address of the OS server, which ends in "/": the one that the user has
+  /// chosen, else the preset of the build, else that of this machine. Any thread.
   std::string baseURL() const;
   /// Returns whether the OS server runs on this machine. Any thread.
   bool lokaal() const;
@@ -124,7 +125,7 @@ class AppDelegate final : public ApplicationDelegate,
 
   // update/installation.cc
   /// Downloads a release, replaces the running application by it and restarts the
-  /// application. Returns at once. A failure changes nothing and is not reported.
+  /// application. Returns at once. A failure leaves the application unchanged and is not reported.
   /// Downloads nothing when the running application cannot be replaced. A build with a
   /// public key installs only a release with a valid signature. Any thread.
   void installeer(const Url &archive, const std::string &versie, const ReleaseSignature &signature);
@@ -146,7 +147,7 @@ class AppDelegate final : public ApplicationDelegate,
   /// Shows the OS when the response to a probe has status 200. Any other response, or none, is a
   /// failed probe.
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
-  /// Sends the next probe after a pause or, when the last probe has failed, shows the error page.
+  /// Sends the next probe after a pause or, when no probe is left, shows the error page.
   void handleFailedProbe(int tries);
   /// Stores the key cookie, if there is a key, and then calls loadPage.
   void showOS(int tries);
@@ -154,7 +155,10 @@ class AppDelegate final : public ApplicationDelegate,
   /// the address is invalid.
   void useAddress(const std::string &input);
   void perform(NavigationConsequence consequence, const Url &url);
+  /// Installs a newer release. `manifest` is nullopt when the check has failed, `url` the URL of
+  /// the manifest. Any thread.
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
+  /// Tells the user about the new version and then restarts the application. Any thread.
   void showUpdateNotice(const std::string &versie);
   void relaunch();
 

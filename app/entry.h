@@ -5,7 +5,7 @@
 namespace orvel {
 
 /// Runs the application on a platform: reads the settings, creates the delegate,
-/// installs it and runs the event loop. Returns when the event loop has ended. Main
+/// installs it and runs the event loop. Returns when `Application::run` does. Main
 /// thread.
 void runApplication(const Platform &platform);
 

@@ -65,6 +65,7 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
+  // loadPage would start a second sequence of probes beside a running one.
   if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
     awaitServerForReload();
     return;

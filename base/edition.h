@@ -32,7 +32,8 @@ struct Edition {
   /// Whether an installation removes the temporary folders in which other versions were unpacked.
   /// Not on macOS, which itself removes old files from the folder for temporary files.
   bool removesOtherWorkingFolders;
-  /// Starts a bundle in the background after this process has ended. Returns at once.
+  /// Starts a bundle in the background: on Linux after this process has ended, on macOS after
+  /// one second. Returns at once.
   ShellCommand relaunch;
 };
 

@@ -11,7 +11,7 @@ namespace orvel {
 /// standard stream.
 class FileHandle {
  public:
-  /// Takes ownership of a descriptor.
+  /// Takes ownership of a descriptor. A negative one, from a failed open, is not closed.
   explicit FileHandle(int descriptor) : descriptor_(descriptor) {}
   ~FileHandle();
   FileHandle(const FileHandle &) = delete;

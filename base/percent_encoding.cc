@@ -6,8 +6,8 @@ namespace orvel {
 
 namespace {
 
-/// Appends a part of a URL. Percent-encodes all characters except the given
-/// delimiters and those that are allowed in every part.
+/// Appends a part of a URL. Percent-encodes all characters except complete escapes, the
+/// given delimiters and those that are allowed in every part.
 void append(std::string &result, std::string_view part, std::string_view delimiters) {
   constexpr std::string_view marks = "-._~!$&'()*+,;=:@";
   constexpr std::string_view digits = "0123456789ABCDEF";

@@ -25,7 +25,8 @@ enum class MouseEventUse {
 
 /// The state of the left mouse button over a page that extends under a transparent title
 /// bar. Clicks go to the page; a drag that begins on the title bar moves the window.
-/// Positions are in points, in any fixed coordinate system of the window. Main thread.
+/// Positions are in points, in any fixed coordinate system of the window. Used on macOS only. Main
+/// thread.
 class TitleBarMouse {
  public:
   /// Records a press. The page gets it.

@@ -35,7 +35,8 @@ class Application {
   virtual void setDelegate(ApplicationDelegate &delegate) = 0;
   /// Makes this a regular application, with an icon in the dock and a menu bar.
   virtual void setRegularActivationPolicy() = 0;
-  /// Runs the event loop until the application has terminated.
+  /// Runs the event loop until the application has terminated. On macOS the process then
+  /// exits without a return.
   virtual void run() = 0;
   /// Brings the application to the front.
   virtual void activate() = 0;

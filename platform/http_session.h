@@ -18,16 +18,16 @@ struct DataReply {
   /// The head of the final response, present even if its body failed. Absent when
   /// no head arrived or the response is not HTTP.
   std::optional<HttpResponse> response{};
-  /// The whole body. Absent when it is truncated, too large or in an unknown encoding,
-  /// or when it timed out.
+  /// The whole body. Absent when it is truncated, timed out, has an unknown content encoding
+  /// or exceeds the platform's limit (Linux: 64 MiB).
   std::optional<std::string> body{};
 };
 
 /// The outcome of a download task. Each part may be present without the others.
 struct Download {
   /// The path of a file that holds the whole body. Absent when the body failed as in
-  /// `DataReply` or could not be written. The file is removed when the completion
-  /// returns, unless `moveFile` has moved it.
+  /// `DataReply`, except that no size limit applies, or could not be written. The file is
+  /// removed when the completion returns, unless `moveFile` has moved it.
   std::optional<std::string> file{};
   /// The head of the final response, as in `DataReply`.
   std::optional<HttpResponse> response{};
@@ -52,8 +52,7 @@ class HttpSession {
   /// `forwardsHeaders` decides whether a redirect gets the header fields; once withheld,
   /// they are not sent again. A failure leaves a part of the reply absent. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
-  /// Like dataTask, but writes the body to a file, without a size limit and for any
-  /// status. A body that cannot be written is a failure. Any thread.
+  /// Like dataTask, but writes the body to a file, for any status. Any thread.
   virtual void downloadTask(const UrlRequest &request, DownloadCompletion completion) = 0;
 };
 

@@ -30,10 +30,10 @@ enum class MenuAction {
 struct MenuItem {
   std::string title;
   MenuAction action = MenuAction::none;
-  /// A letter that is pressed with the Command key; an upper-case letter adds Shift.
-  /// Empty when the item has no key equivalent.
+  /// A letter that is pressed with the Command key (Linux: Control or Super); an upper-case
+  /// letter adds Shift. Empty when the item has no key equivalent.
   std::string keyEquivalent{};
-  /// Whether the key equivalent also includes the Control key.
+  /// Whether the key equivalent includes Command and Control (Linux: Control and Super).
   bool withControl = false;
   bool isSeparator = false;
 
@@ -50,7 +50,7 @@ struct Menu {
   /// Empty for the application menu, which the system names.
   std::string title;
   std::vector<MenuItem> items;
-  /// Whether the system appends its list of open windows.
+  /// Whether macOS appends its list of open windows. Linux has no such list.
   bool isWindowsMenu = false;
 
   bool operator==(const Menu &) const = default;

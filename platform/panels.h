@@ -21,8 +21,8 @@ struct Alert {
   std::string messageText;
   std::string informativeText{};
   /// The titles. Return presses the first button, the default. Escape closes the
-  /// alert, or on some platforms presses the last of several buttons. Empty for the
-  /// platform's single standard button.
+  /// alert or, on macOS, presses the last of several buttons. Empty for the platform's
+  /// single standard button.
   std::vector<std::string> buttons{};
   std::optional<AlertTextField> textField{};
 

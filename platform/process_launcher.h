@@ -41,6 +41,7 @@ struct StandardStream {
 
 /// The description of a child process to launch. A plain value.
 struct LaunchRequest {
+  /// The path. PATH is not searched.
   std::string executable;
   /// Without the name of the executable (argv[0]).
   std::vector<std::string> arguments;

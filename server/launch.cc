@@ -8,8 +8,8 @@ namespace orvel {
 
 namespace {
 
-/// Creates or truncates the log file. Returns null when it cannot be written. Other users
-/// cannot read it, because the server may log anything.
+/// Creates or truncates server.log in a folder. Returns null when that fails. Other users
+/// cannot read the file, because the server may log anything.
 std::shared_ptr<FileHandle> openEmptyLog(const std::string &folder) {
   ensurePrivateFolder(folder);
   const std::string path = folder + "/server.log";

@@ -56,7 +56,7 @@ void AppDelegate::openOS() {
 }
 
 void AppDelegate::waitForServer(int tries) {
-  // The exit or the failed launch of the server has already been reported.
+  // serverDidExit or startServer shows the error page that says why.
   if (lokaal() && !isServerRunning()) return;
 
   isAwaitingServer_ = true;

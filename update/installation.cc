@@ -78,7 +78,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
                                      release.signature, *publicKey)) {
     return false;
   }
-  // Without this check, a server could replace a signed application by one of any origin.
+  // Without this check, a server could replace a code-signed application by one of any origin.
   const auto team = platform.bundle.teamIdentifier();
   if (team && !platform.bundle.isSignedByTeam(unpacked, *team)) return false;
 

@@ -33,10 +33,10 @@ std::string signedMessage(std::string_view versie, std::string_view edition,
 bool isSigned(const std::string &archive, std::string_view versie, std::string_view edition,
               const ReleaseSignature &signature, std::string_view publicKey);
 
-/// Returns whether the Info.plist of an unpacked release has the signed version (`versie`),
-/// whether that version is later than the running one, and whether the public key in the Info.plist
-/// is `publicKey` or `sleutel`. Without the first check, a release whose
-/// Info.plist has an older version would be installed at every update check. Any thread.
+/// Returns whether all of this holds: the Info.plist of an unpacked release has the signed version
+/// (`versie`), that version is later than the running one, and the public key in the Info.plist is
+/// `publicKey` or `signature.sleutel`. Without the first check, a release whose Info.plist has an
+/// older version would be installed at every update check. Any thread.
 bool matchesSignature(const PlistTexts &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,
                       std::string_view publicKey);

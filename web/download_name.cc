@@ -37,7 +37,7 @@ bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('\0') == std::string_view::npos;
 }
 
-/// Returns the decoded last path component, or the empty text without one. Splits
+/// Returns the decoded last path component, or the empty text when there is none. Splits
 /// before it decodes, because an encoded "/" is part of a component.
 std::string lastComponent(const Url &url) {
   if (url.path.empty() || url.path == "/") return "";

@@ -14,7 +14,7 @@ bool isLocalAddress(std::string_view address);
 /// Returns whether the app key may be sent to a URL. A local address may get it only when a
 /// program of this user, and none of another user, listens on the port: any user may listen
 /// there first. For "localhost" that applies to IPv4 and IPv6, because a client may choose
-/// either. Every local address may get it where the system does not report its listeners. Any
+/// either. Every local address may get it when the system does not report the listeners. Any
 /// thread.
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners);
 

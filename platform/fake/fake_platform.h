@@ -12,7 +12,7 @@
 
 namespace orvel {
 
-/// A scripted desktop with virtual time and an ordered record of all calls.
+/// A scripted desktop with virtual time and an ordered record of calls.
 class FakePlatform {
  public:
   FakePlatform() = default;

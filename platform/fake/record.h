@@ -10,7 +10,7 @@
 
 namespace orvel {
 
-/// The calls to the fake platform, in order, one line for each call.
+/// The recorded calls to the fake platform, in order, one line for each call.
 class Record {
  public:
   void add(std::string call) { calls_.push_back(std::move(call)); }
