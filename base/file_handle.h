@@ -19,7 +19,7 @@ class FileHandle {
 
   int descriptor() const { return descriptor_; }
 
-  /// Creates a file, or truncates an existing one, and sets its mode to 0600 whatever the
+  /// Opens a new or truncated file for writing and sets its mode to 0600 whatever the
   /// umask. Devices and FIFOs keep their mode; the call blocks until a FIFO has a reader.
   /// Returns null when the file cannot be opened. Any thread.
   static std::shared_ptr<FileHandle> createPrivate(const std::string &path);

@@ -39,6 +39,7 @@ bool hasPercentEscapeAt(std::string_view text, std::size_t position) {
 
 std::string percentEncoded(std::string_view reference) {
   std::string result;
+  // A ":" before all other delimiters ends a scheme.
   const auto first = reference.find_first_of(":/?#");
   if (first != std::string_view::npos && reference[first] == ':') {
     result += takeFront(reference, first + 1);

@@ -11,6 +11,7 @@
 
 namespace orvel {
 
+/// Whether the local cache may answer a request: by the rules of HTTP, or never.
 enum class CachePolicy { useProtocol, reloadIgnoringLocalData };
 
 /// A GET request. A plain value.

@@ -19,7 +19,7 @@ class ChildProcess {
 
   virtual bool isRunning() const = 0;
   /// Returns the exit code, or the signal number when a signal ended the process. Zero
-  /// while the process runs.
+  /// while the process runs, and -1 when other code of this process has reaped it.
   virtual int terminationStatus() const = 0;
   /// Sends SIGTERM. Without effect after the process has ended.
   virtual void terminate() = 0;
