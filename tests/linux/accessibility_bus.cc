@@ -125,7 +125,7 @@ AlertWidgets waitForAlert(const std::string &address) {
 AccessibilityBus::AccessibilityBus() {
   // The bus starts the registry of accessible applications, which reads the first variable. GTK 4.8
   // needs a session bus, because the paths of its accessible objects begin with the path of the
-  // application on that bus.
+  // application on that bus. The accessibility bus serves as both.
   for (const char *variable : {"AT_SPI_BUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
     ::setenv(variable, address_.c_str(), 1);
   }
@@ -139,9 +139,9 @@ AccessibilityBus::AccessibilityBus() {
   request.standardError.kind = StandardStream::Kind::null;
   request.endsWithParent = true;
   daemon_ = launcher.launch(request).process;
-  // Closes the writing end in this process, so that reading fails if the daemon ends.
+  // Closes the writing end in this process, so that reading ends if the daemon ends.
   request.standardOutput = {};
-  // The daemon prints its address when it accepts connections.
+  // The daemon prints its address once it accepts connections.
   if (posix_test::readLine(*output->reading).empty()) {
     throw std::runtime_error("no accessibility bus: is at-spi2-core installed?");
   }

@@ -8,22 +8,22 @@
 
 namespace orvel {
 
-/// A private accessibility bus (AT-SPI), which GTK joins with the first widget of the process.
+/// A private accessibility bus (AT-SPI). GTK joins it when the process creates its first widget.
 class AccessibilityBus {
  public:
   /// Starts the bus. Sets AT_SPI_BUS_ADDRESS and DBUS_SESSION_BUS_ADDRESS for the rest of the
-  /// process.
+  /// process. Throws when the bus does not start.
   AccessibilityBus();
   ~AccessibilityBus();
   AccessibilityBus(const AccessibilityBus &) = delete;
   AccessibilityBus &operator=(const AccessibilityBus &) = delete;
 
-  // The next two functions wait until an alert is open. GTK answers on the main thread, so call
-  // them on another thread while the main thread runs its main loop.
+  // The next two functions wait until an alert is open, and throw when none opens within a minute.
+  // GTK answers on the main thread, so call them on another thread while the main loop runs.
 
   /// Returns the texts of the open alert. Leaves `defaultButton` empty.
   ShownAlert readAlert() const;
-  /// Activates a button of the open alert.
+  /// Activates a button of the open alert. Throws when the alert has no such button.
   void pressButton(const std::string &caption) const;
 
  private:

@@ -64,7 +64,8 @@ TEST(LoopbackProxyBypass, ResolverUsesProxyForOtherHostsOnly) {
       }
       setVariable("no_proxy", "excluded.test");
       setVariable("NO_PROXY", {});
-      // Without a proxy here, the resolver reads the settings of the desktop, for example.
+      // A resolver that finds no proxy here does not read the environment, but for example the
+      // settings of the desktop.
       if (!hasProxy("http://127.0.0.1:4767/")) posix_test::exitWithoutResult();
       bypassProxyForLoopback();
       return hasProxy(row.url) == row.hasProxy;

@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace posix_test;
 
-// A text that deflate compresses into more than one kilobyte.
+// A text of 19 kB that deflate compresses to more than 1 kB.
 const std::string longText = [] {
   std::string text;
   for (int number = 0; number < 2000; ++number) text += "line " + std::to_string(number) + "\n";
@@ -46,8 +46,8 @@ class ArchiveExtraction : public testing::Test {
     fs::remove_all(target_);
     fs::create_directory(target_);
   }
-  /// Writes and extracts an archive. Expects that it is rejected and that nothing is written
-  /// outside the target.
+  /// Writes an archive and extracts it into the emptied target. Expects that it is rejected and
+  /// that nothing is written outside the target.
   void expectRejected(const std::vector<ZipEntry> &entries) {
     emptyTarget();
     EXPECT_FALSE(extract(entries)) << entries.back().name << " " << entries.back().contents;

@@ -16,7 +16,7 @@ using namespace posix_test;
 
 const std::string programName = "Orvel OS.app/Contents/Linux/orvel-os";
 
-/// Returns the entries of a release.
+/// Returns the entries of a release, with these bytes as its program.
 std::vector<ZipEntry> release(const std::string &program = releaseProgram()) {
   return {zipFolder("Orvel OS.app/"), zipFile("Orvel OS.app/Contents/Info.plist", "information"),
           zipFile(programName, program, 0755), zipLink("Orvel OS.app/Contents/Current", "Linux")};

@@ -58,7 +58,7 @@ class FolderReplacement : public testing::Test {
     EXPECT_EQ(treeOf(original_), tree);
     EXPECT_TRUE(onlyOriginalIsLeft());
   }
-  /// Changes the owner of a folder and its contents for `becomeOrdinaryUser`.
+  /// As root, gives a folder and its contents to `ordinaryUser`.
   void giveToOrdinaryUser(const fs::path &folder) const {
     if (::geteuid() != 0) return;
     ASSERT_EQ(::chown(folder.c_str(), ordinaryUser, ordinaryUser), 0);
@@ -73,10 +73,10 @@ class FolderReplacement : public testing::Test {
   const fs::path original_ = applications_ / "Orvel OS.app";
   /// Where a replacement from another file system is copied first.
   const fs::path copy_ = applications_ / ".Orvel OS.app.nieuw";
-  /// Where the original is between the two renames.
+  /// Where the original is between the two renames that replace RENAME_EXCHANGE.
   const fs::path movedOriginal_ = applications_ / ".Orvel OS.app.oud";
   const fs::path replacement_ = folder_.path() / "unpacked";
-  /// A replacement on another file system, which is copied. Empty when no other one is writable.
+  /// A replacement on another file system, which is copied. Empty without another writable one.
   const fs::path copiedReplacement_ =
       otherFileSystem_ ? otherFileSystem_->path() / "unpacked" : fs::path();
   const std::vector<fs::path> replacements_ =
@@ -226,7 +226,8 @@ TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   makeTree(original_, "old");
   makeTree(original_ / "inner", "new");
   const Tree old = treeOf(original_);
-  // The first rename also moves the inner folder, so the second one does not find it.
+  // The exchange of a folder with a folder inside it fails with EINVAL, like an unsupported one, so
+  // two renames follow. The first one also moves the inner folder, which the second does not find.
   EXPECT_FALSE(replace(original_ / "inner"));
   expectAtOriginalPath(old);
 }
@@ -280,7 +281,7 @@ class FolderReplacementKill : public FolderReplacement,
   const fs::path &source_ = GetParam().crossesFileSystems ? copiedReplacement_ : replacement_;
 };
 
-TEST_P(FolderReplacementKill, FolderIsCompletelyOldOrCompletelyNew) {
+TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
   // The number of kills that left each of these.
   int oldFolders = 0;
   int newFolders = 0;

@@ -7,9 +7,9 @@ namespace orvel::posix_test {
 
 using Task = std::function<bool()>;
 
-/// Runs a task in a forked child, which may change its own privileges and limits. Returns
-/// the result of the task, or nullopt when the child was killed or called `exitWithoutResult`.
-/// Only for a process without other threads.
+/// Runs a task in a forked child, which may change its own privileges and limits. Returns the
+/// result of the task, false when the task throws, or nullopt when the child was killed or called
+/// `exitWithoutResult`. Only for a process without other threads.
 std::optional<bool> runInChild(const Task &task);
 
 /// Ends a child of `runInChild` without a result. For a task that needs what the system does not
@@ -31,7 +31,7 @@ bool killAtEverySystemCall(const std::function<void()> &prepare, const Task &tas
 bool disableRenameExchange();
 /// Makes renameat2 fail with EINVAL for RENAME_NOREPLACE.
 bool disableRenameNoReplace();
-/// Makes hard links fail with EPERM.
+/// Makes link(2) fail with EPERM.
 bool disableHardLinks();
 /// Makes syncfs fail with EIO.
 bool disableSync();

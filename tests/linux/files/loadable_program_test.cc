@@ -106,7 +106,7 @@ TEST_F(LoadableProgram, ProgramOfAnotherMachineOrWordSizeIsRejected) {
 }
 
 TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
-  // A library has no PT_INTERP, and a static program has neither.
+  // A library has no PT_INTERP. A static program has neither PT_INTERP nor PT_DYNAMIC.
   for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
     ElfProgram program;
     program.segmentOfType(missingType).p_type = PT_NULL;

@@ -21,21 +21,21 @@ TEST(UserLocations, OnlyFileWithExecutePermissionIsExecutable) {
 
 TEST(UserLocations, HomeAndDownloadFolderAreAbsoluteWithoutTrailingSlash) {
   struct Row {
-    const char *variable;
+    const char *homeVariable;
     const char *home;
   };
   for (const Row &row : {Row{"/home/me", "/home/me"}, Row{"/home/me/", "/home/me"},
                          Row{"/home/me//", "/home/me"}, Row{"/", "/"}}) {
     // In a child, because GLib reads HOME only once.
     EXPECT_EQ(posix_test::runInChild([&row] {
-                ::setenv("HOME", row.variable, 1);
+                ::setenv("HOME", row.homeVariable, 1);
                 const UserLocations locations("/unused temporary folder");
                 const std::string downloads = locations.downloads();
                 return locations.home() == row.home && downloads.starts_with('/') &&
                        !downloads.ends_with('/');
               }),
               true)
-        << row.variable;
+        << row.homeVariable;
   }
 }
 

@@ -1,4 +1,4 @@
-// Download tasks on real sockets: the file of a download, and that a failure leaves no file.
+// Download tasks on real sockets: the file of a download, and no file after a failure.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

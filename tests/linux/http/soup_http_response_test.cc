@@ -159,7 +159,7 @@ TEST_F(SoupHttpResponse, OversizedBodyGivesResponseWithoutBody) {
 }
 
 TEST_F(SoupHttpResponse, EndlessHeadFails) {
-  // Without end are the list of fields in the first row, and one field in the second.
+  // The first row sends fields without end, the second one a field without end.
   for (const std::string line : {"X-Field: x\r\n", "x"}) {
     std::string block;
     while (block.size() < 100'000) block += line;

@@ -49,6 +49,7 @@ TEST_F(NewWindow, CancelledLinkOpensNoWindow) {
   }
 }
 
+// WebKit asks for no policy here, so the delegate also gets URLs that it cancels for a link.
 TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
   showPage("page");
   const std::vector<std::pair<std::string, std::string>> rows{

@@ -184,8 +184,8 @@ class PageTest : public testing::Test {
     released_.notify_all();
   }
 
-  /// Waits until the server has received all requests that the page has sent. The requests of a
-  /// page arrive in order, so the page sends one more request as a barrier.
+  /// Waits until the server has received all requests that the page has sent. WebKit sends the
+  /// requests of a page in order, so the page sends one more request as a barrier.
   bool waitUntilRequestsArrived() {
     const std::string barrier = "/barrier" + std::to_string(++uniqueNumber_);
     evaluate("fetch('" + barrier + "'); 0");
