@@ -51,7 +51,7 @@ class MainMenu : public testing::Test {
   NSApplication *const application_ = NSApplication.sharedApplication;
 };
 
-TEST_F(MainMenu, MenusHaveTitlesOfDescription) {
+TEST_F(MainMenu, MenusHaveTheirTitles) {
   std::vector<std::string> titles;
   for (NSMenuItem *item in application_.mainMenu.itemArray) {
     titles.push_back(fromCocoa(item.submenu.title));
@@ -59,7 +59,7 @@ TEST_F(MainMenu, MenusHaveTitlesOfDescription) {
   EXPECT_THAT(titles, ElementsAre("", "Wijzig", "Weergave", "Venster"));
 }
 
-TEST_F(MainMenu, ItemsHaveTitlesActionsAndKeysOfDescription) {
+TEST_F(MainMenu, ItemsHaveTheirTitlesActionsAndKeyEquivalents) {
   NSArray<NSMenuItem *> *bar = application_.mainMenu.itemArray;
   ASSERT_EQ(bar.count, 4U);
   EXPECT_THAT(textsOf(bar[0].submenu), ElementsAreArray({

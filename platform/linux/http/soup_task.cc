@@ -138,6 +138,7 @@ void SoupTask::timedOut() {
   if (message_) {
     cancel();
   } else {
+    // The request was not sent: start() has set the ready time to fail it.
     finish(false);
   }
 }
