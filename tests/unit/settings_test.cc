@@ -51,7 +51,6 @@ TEST_F(AppSettings, NewDelegateHasNoWindowOrServer) {
 }
 
 TEST_F(AppSettings, DelegateIsSetBeforeEventLoop) {
-  setenv("ORVEL_OS_ROOT", "/nowhere", 1);
   runApplication(fake.interfaces());
   auto calls = fake.record.take();
   calls.resize(4);

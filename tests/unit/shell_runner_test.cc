@@ -1,7 +1,6 @@
 #include "server/shell_runner.h"
 
-#include <sys/resource.h>
-
+#include "tests/support/posix_test_support.h"
 #include "tests/unit/core_test.h"
 
 namespace orvel {
@@ -64,14 +63,8 @@ TEST_F(ShellRunner, FailedLaunchReturnsEmptyText) {
 }
 
 TEST_F(ShellRunner, DescriptorExhaustionLaunchesNothing) {
-  rlimit before{};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  rlimit none = before;
-  none.rlim_cur = 0;
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-  const std::string output = sh(fake.processes, "command");
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-  EXPECT_EQ(output, "");
+  const posix_test::ResourceLimit noDescriptors(RLIMIT_NOFILE, 0);
+  EXPECT_EQ(sh(fake.processes, "command"), "");
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 

@@ -11,7 +11,7 @@ struct Object {
 };
 using ObjectRef = Object *;
 
-void release(const Object *object) { --const_cast<Object *>(object)->references; }
+void release(Object *object) { --object->references; }
 
 using Owner = OwnedReference<ObjectRef, release>;
 
