@@ -1,5 +1,4 @@
 #include "tests/unit/core_test.h"
-#include "web/server_address.h"
 
 namespace orvel {
 namespace {
@@ -16,14 +15,6 @@ class AddressDialog : public CoreTest {
   }
   std::optional<std::string> storedAddress() const { return fake.defaults.text("osURL"); }
 };
-
-TEST_F(AddressDialog, TrimsSpacesAndTabsOnly) {
-  const std::vector<std::pair<std::string, std::string>> rows{
-      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"},   {"\n a \n", "\n a \n"},
-      {" ", ""},  {"\t \t", ""},        {"", ""},    {"~a~", "~a~"},
-  };
-  for (const auto &[text, trimmed] : rows) EXPECT_EQ(trimSpacesAndTabs(text), trimmed);
-}
 
 TEST_F(AddressDialog, ShowsCurrentAddressWithTrailingSlash) {
   storeAddress("https://example.test/os");
@@ -81,13 +72,6 @@ TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
   EXPECT_EQ(storedAddress(), "https://example.test");
   EXPECT_EQ(fake.record.count("GET"), 0U);
   EXPECT_THAT(fake.processes.launched, IsEmpty());
-}
-
-TEST_F(AddressDialog, UrlWithLowerCaseHttpOrHttpsSchemeIsValid) {
-  for (const std::string text : {"http:", "https:", "http://", "http:os", "https://example.test:99",
-                                 "http://127.0.0.1:4767/", "https://example.test/?a#b"}) {
-    EXPECT_TRUE(isServerAddress(text)) << text;
-  }
 }
 
 TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {

@@ -38,6 +38,21 @@ TEST_F(ServerAddress, StoredAddressOverridesPresetWhichOverridesLocalDefault) {
   EXPECT_FALSE(delegate().lokaal());
 }
 
+TEST_F(ServerAddress, OnlySpacesAndTabsAreTrimmed) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"a", "a"}, {" \ta b\t ", "a b"}, {"a ", "a"}, {"\ta", "a"},   {"\n a \n", "\n a \n"},
+      {" ", ""},  {"\t \t", ""},        {"", ""},    {"~a~", "~a~"},
+  };
+  for (const auto &[text, trimmed] : rows) EXPECT_EQ(trimSpacesAndTabs(text), trimmed);
+}
+
+TEST_F(ServerAddress, UrlWithLowerCaseHttpOrHttpsSchemeIsValid) {
+  for (const std::string text : {"http:", "https:", "http://", "http:os", "https://example.test:99",
+                                 "http://127.0.0.1:4767/", "https://example.test/?a#b"}) {
+    EXPECT_TRUE(isServerAddress(text)) << text;
+  }
+}
+
 TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
   for (const char *address :
        {"http://127.0.0.1:4767/", "http://127.0.0.1:3000/", "http://127.0.0.1:80/",
