@@ -97,7 +97,6 @@ TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
 
 TEST_F(WorkingFolder, FileInPlaceOfTemporaryFolderChangesNothing) {
   writeFile(fake.locations.temporaryFolder, "a file");
-  unpackArchive = [](const std::string &, const std::string &) {};
   install();
   expectNotInstalled();
 }
