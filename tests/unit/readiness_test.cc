@@ -116,6 +116,7 @@ TEST_F(Readiness, OnlineResponseOtherThanStatus200IsRetried) {
 
 TEST_F(Readiness, Status200IsReadyForAnyBody) {
   for (const auto &body : {std::optional<std::string>(), std::optional<std::string>("body")}) {
+    SCOPED_TRACE(body.value_or("no body"));
     storeAddress();
     fake.http.sent.clear();
     fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
@@ -153,7 +154,7 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
       {"http://localhost:3000/", "localhost", false},
   };
   const auto fiveYears = 157'680'000s;
-  for (const auto &[address, host, isSecure] : rows) {
+  for (const auto &[address, host, isOnline] : rows) {
     storeAddress(address);
     fake.windows.cookies.cookies.clear();
     fake.http.setResponses(address + "api/wie", {{.statusCode = 200}});
@@ -164,10 +165,10 @@ TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {
                                    .value = "app-key",
                                    .domain = host,
                                    .path = "/",
-                                   .secure = isSecure,
+                                   .secure = isOnline,
                                    .expires = fake.clock.start + fiveYears}));
     EXPECT_EQ(web().shownUrl, address);
-    EXPECT_EQ(fake.processes.launched.size(), isSecure ? 0U : 1U) << address;
+    EXPECT_EQ(fake.processes.launched.size(), isOnline ? 0U : 1U) << address;
   }
 }
 

@@ -97,6 +97,7 @@ TEST_F(UpdateCheck, ManualCheckWithoutNewerVersionReportsCurrentVersion) {
   // The running application has version 1.0.
   for (const std::string versie : {"1.0", "0.9", "1", "nonsense"}) {
     fake.panels.shown.clear();
+    SCOPED_TRACE(versie);
     publishRelease(versie);
     check(silent);
     EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
