@@ -164,7 +164,7 @@ TEST_P(LaunchFailure, InvalidRequestFailsLaunch) {
   request.environmentChanges.clear();
   request.standardOutput = {StandardStream::Kind::handle, nullptr};
   expectLaunchError(request, "/bin/sh", EBADF);
-  // 8 MiB exceed the kernel's limit for the arguments of a program.
+  // 8 MiB exceeds the kernel's limit for the arguments of a program.
   const std::string oversized(8u << 20, ' ');
   expectLaunchError(program("/bin/sh", {"-c", oversized}), "/bin/sh", E2BIG);
 }

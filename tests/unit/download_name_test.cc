@@ -39,7 +39,7 @@ TEST(DownloadName, SuggestedNameBecomesOnePathComponent) {
   for (const auto &[suggested, name] : rows) EXPECT_EQ(downloadName(suggested, url()), name);
 }
 
-TEST(DownloadName, UnusableSuggestionFallsBackToUrl) {
+TEST(DownloadName, UnusableSuggestionFallsBackToUrlElseToUnknown) {
   for (const auto &suggested : std::vector<std::optional<std::string>>{std::nullopt, "", ".", "..",
                                                                        std::string("a\0b", 3)}) {
     EXPECT_EQ(downloadName(suggested, url()), lastUrlComponent);

@@ -289,7 +289,7 @@ TEST_F(Installation, ConcurrentInstallationsAreIndependent) {
   EXPECT_EQ(fake.panels.shown.size(), 2U);
 }
 
-TEST_F(Installation, InstallationRetainsDelegateUntilNoticeIsAnswered) {
+TEST_F(Installation, InstallationAndOpenNoticeRetainDelegate) {
   fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive", .delay = 1s}});
   install();
   const auto weakDelegate = releaseDelegate();

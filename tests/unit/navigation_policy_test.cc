@@ -127,7 +127,7 @@ TEST_F(NavigationDecisions, DownloadPathsBeginAtRootOfHost) {
 }
 
 TEST_F(NavigationDecisions, TextAfterAddressIsPathAndNotHost) {
-  // The address ends in "/", so that the tail is part of the path.
+  // The address ends in "/", so the tail is part of the path.
   for (const std::string tail : {"@example.test/", ".example.test/", ":80@example.test", "//x/"}) {
     const auto url = Url::parse(local + tail);
     ASSERT_TRUE(url) << tail;

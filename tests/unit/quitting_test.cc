@@ -97,7 +97,7 @@ TEST_F(Quitting, QuitDuringLaunchStopsServerWithoutWaitForProbe) {
   EXPECT_EQ(shownError(), "");
 }
 
-TEST_F(Quitting, QuittingFlagIsSetBeforeSigtermAndWaitIsPostedAfterIt) {
+TEST_F(Quitting, AtSigtermQuittingFlagIsSetAndNoWaitIsPosted) {
   startServer();
   bool wasQuitting = false;
   bool wasWaitPosted = true;

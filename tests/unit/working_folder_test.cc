@@ -64,7 +64,7 @@ TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, VersionWithSlashUnpacksIntoNestedFolder) {
+TEST_F(WorkingFolder, VersionWithSlashIsInstalled) {
   install("1/3");
   EXPECT_EQ(installedVersion(), "new");
   EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
@@ -95,7 +95,7 @@ TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
   expectNotInstalled();
 }
 
-TEST_F(WorkingFolder, FileInPlaceOfTemporaryFolderChangesNothing) {
+TEST_F(WorkingFolder, FileInPlaceOfTemporaryFolderEndsInstallation) {
   writeFile(fake.locations.temporaryFolder, "a file");
   install();
   expectNotInstalled();
@@ -154,7 +154,7 @@ TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
   for (const auto &[link, removesOthers, installed] :
        {Row{"1", true, "new"}, Row{"1/documents", true, "new"}, Row{"1/documents/3", true, "new"},
         Row{"1", false, "old"}, Row{"1/documents", false, "old"},
-        // The link is in the place of the working folder itself and is removed.
+        // The link is in place of the working folder itself and is removed.
         Row{"1/documents/3", false, "new"}}) {
     SCOPED_TRACE("link at " + link + (removesOthers ? ", other folders removed" : ""));
     fake.edition.removesOtherWorkingFolders = removesOthers;
