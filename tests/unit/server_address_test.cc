@@ -68,7 +68,7 @@ TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
   }
 }
 
-TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenAllItsListenersAreOwn) {
+TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenItHasOnlyOwnListeners) {
   const std::set<std::string> allHosts{"127.0.0.1", "localhost"};
   // The address of a listener and the hosts whose connections may reach it.
   const std::vector<std::pair<std::string, std::set<std::string>>> rows{
