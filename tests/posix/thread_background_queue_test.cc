@@ -8,6 +8,8 @@
 #include <memory>
 #include <thread>
 
+#include "tests/support/time_limit.h"
+
 namespace orvel {
 namespace {
 
@@ -25,7 +27,8 @@ TEST(ThreadBackgroundQueue, WorkRunsInParallel) {
     firstStarted.get_future().wait();
     secondStarted.set_value();
   });
-  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+  EXPECT_EQ(done.get_future().wait_for(timeLimit(std::chrono::seconds(20))),
+            std::future_status::ready);
 }
 
 TEST(ThreadBackgroundQueue, DestructionWaitsForPostedWork) {
