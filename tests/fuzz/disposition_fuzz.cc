@@ -71,16 +71,16 @@ void testInput(std::string_view input) {
   // A header field never holds NUL.
   if (input.find('\0') != std::string_view::npos) return;
   const Url url = Url::parse(address).value_or(*Url::parse("https://os.test/api/bestand/1"));
-  const FileHead head{.contentDisposition = std::string(disposition),
-                      .mediaType = std::string(mediaType)};
+  const FileNameFields fields{.contentDisposition = std::string(disposition),
+                              .mediaType = std::string(mediaType)};
   static std::once_flag replacement;
   std::call_once(replacement, replaceMimeDatabase);
-  const auto suggested = suggestedFilename(head, url);
+  const auto suggested = suggestedFilename(fields, url);
   if (suggested) {
     require(!suggested->empty(), "a suggestion is not empty");
     require(trimmedText(*suggested).has_value(), "a suggestion is UTF-8");
     require(!suggested->ends_with(".escaped") || input.find("escaped") != std::string_view::npos ||
-                suggested == suggestedFilename({head.contentDisposition}, url),
+                suggested == suggestedFilename({fields.contentDisposition}, url),
             "no media type gives the extension of a description outside its folder");
   }
 

@@ -82,15 +82,15 @@ bool hasExtension(std::string_view name) {
 
 }  // namespace
 
-std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address) {
+std::optional<std::string> suggestedFilename(const FileNameFields &fields, const Url &address) {
   Name found;
-  if (head.contentDisposition) found.name = nameFromDisposition(*head.contentDisposition);
+  if (fields.contentDisposition) found.name = nameFromDisposition(*fields.contentDisposition);
   if (found.name.empty()) found = nameFromAddress(address.absoluteString);
   auto &[name, isHost] = found;
   if (name.empty()) return std::nullopt;
   const bool isFolderName = name == "." || name == "..";
-  if (head.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
-    if (const auto extension = usualExtension(*head.mediaType)) name += "." + *extension;
+  if (fields.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
+    if (const auto extension = usualExtension(*fields.mediaType)) name += "." + *extension;
   }
   return name;
 }

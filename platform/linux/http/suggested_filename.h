@@ -8,7 +8,7 @@
 namespace orvel {
 
 /// The header fields of a response that determine the file name, as raw bytes.
-struct FileHead {
+struct FileNameFields {
   std::optional<std::string> contentDisposition{};
   std::optional<std::string> mediaType{};
 };
@@ -22,6 +22,6 @@ struct FileHead {
 /// A name without an extension gets the usual extension of the media type. A host gets one as
 /// well, although it contains full stops.
 /// Returns nullopt when there is no name. Any thread.
-std::optional<std::string> suggestedFilename(const FileHead &head, const Url &address);
+std::optional<std::string> suggestedFilename(const FileNameFields &fields, const Url &address);
 
 }  // namespace orvel
