@@ -222,24 +222,19 @@ test('the package is installed, started, quit and removed', async (t) => {
     return left.length === 0;
   }));
 
+  const home = join(work, 'home');
+  for (const name of ['home', 'runtime']) mkdirSync(join(work, name), { mode: 0o700 });
+  const letter = join(home, 'letter.txt');
+  writeFileSync(letter, 'of the user');
   const database = readFileSync('/var/lib/dpkg/status');
   cpSync(packageFile(), join(work, packageName));
   assertSucceeded(container.run('dpkg', ['--install', join(work, packageName)]));
   assert.ok(container.changes().includes(`/${entry}`));
 
   // The application runs as an ordinary user, not as the owner of the installed files.
-  const home = join(work, 'home');
   chmodSync(work, 0o755);
-  for (const name of ['home', 'runtime']) mkdirSync(join(work, name), { mode: 0o700 });
   cpSync(join(sources, 'demo'), join(work, 'demo'), { recursive: true });
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);
-  const output = openSync(join(work, 'output'), 'w+');
-  cleanups.push(() => closeSync(output));
-  // The output is a file, because the started application outlives `gio`: it would keep a pipe
-  // open, and spawnSync would wait for it.
-  const asUser = (...line) => container.run('setpriv',
-    ['--reuid=65534', '--regid=65534', '--clear-groups', ...line],
-    { env: environment, cwd: home, stdio: ['ignore', output, output], timeout: programTimeout }).status;
   const record = join(work, 'demo/record.jsonl');
   const environment = {
     PATH: `${dirname(process.execPath)}:/usr/local/bin:/usr/bin:/bin`,
@@ -252,6 +247,13 @@ test('the package is installed, started, quit and removed', async (t) => {
     ORVEL_DEMO_RECORD: record,
     ORVEL_E2E: work,
   };
+  const output = openSync(join(work, 'output'), 'w+');
+  cleanups.push(() => closeSync(output));
+  // The output is a file, because the started application outlives `gio`: it would keep a pipe
+  // open, and spawnSync would wait for it.
+  const asUser = (...line) => container.run('setpriv',
+    ['--reuid=65534', '--regid=65534', '--clear-groups', ...line],
+    { env: environment, cwd: home, stdio: ['ignore', output, output], timeout: programTimeout }).status;
   if (asUser('bwrap', '--ro-bind', '/', '/', 'true') !== 0) {
     t.diagnostic('bubblewrap does not work here for an ordinary user: no sandbox');
     environment.WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS = '1';
@@ -282,6 +284,7 @@ test('the package is installed, started, quit and removed', async (t) => {
   assertSucceeded(removal);
   assert.equal(removal.stderr, '');
   assert.equal(fingerprint(home), filesOfUser);
+  assert.equal(readFileSync(letter, 'utf8'), 'of the user');
   const left = container.changes();
   assert.deepEqual(left.filter((file) => /orvel/i.test(file)), []);
   assert.deepEqual(left.filter((file) => !generatedFiles.some((pattern) => pattern.test(file))), []);
