@@ -129,7 +129,7 @@ const frames = (request, response, { query }) => {
       [link('/kaders?toon=site', 'Andere site'), 'browser, kader blijft leeg'],
       [link('/api/export', 'Export in het kader', 'target="kader"'), 'opgeslagen en geopend'],
       [link('/omleiding/bestand', 'Omgeleid in het kader', 'target="kader"'), 'getoond in het kader'],
-    ))}${card('Kader', `<iframe name="kader" title="Kader" src="${escapeHtml(src)}"${src.startsWith('/api/bestand/1') ? ' class="paper"' : ''}></iframe>`)}</div>`,
+    ))}${card('Kader', `<iframe name="kader" title="Kader" src="${escapeHtml(src)}"${src === choices.bestand ? ' class="paper"' : ''}></iframe>`)}</div>`,
   });
 };
 
@@ -194,7 +194,6 @@ function report(request, response, { record }) {
   return page({
     title: 'Verslag',
     request,
-    kind: 'broad',
     lead: 'De laatste verzoeken, het nieuwste eerst (tijd in UTC). Alles, met de cookies erbij: <a href="/api/verslag">/api/verslag</a>.',
     body: `<p><a class="button" href="/verslag">Ververs</a></p><table><thead><tr><th>Tijd</th><th>Opdracht</th><th>Adres</th><th>Status</th><th>Herkend</th></tr></thead><tbody>${lines.join('')}</tbody></table>`,
   });

@@ -32,9 +32,9 @@ export async function startServer(environment = {}) {
   const { port } = record().find(({ event }) => event === 'listening');
 
   /// Sends a request on its own connection; returns status, headers and body as text.
-  async function get(target, headers = {}, method = 'GET', body = undefined) {
+  async function get(target, headers = {}, method = 'GET') {
     const options = { host: '127.0.0.1', port, path: target, method, headers, agent: false };
-    const request = http.request(options).end(body);
+    const request = http.request(options).end();
     const [response] = await once(request, 'response');
     return { status: response.statusCode, headers: response.headers, text: await textOf(response) };
   }
