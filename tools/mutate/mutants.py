@@ -3,7 +3,7 @@
 import dataclasses
 import re
 
-from clang.cindex import CursorKind, Index
+from clang.cindex import CursorKind, Diagnostic, Index
 
 REPLACEMENTS = {
     b'==': [b'!='], b'!=': [b'=='],
@@ -56,7 +56,7 @@ class Mutant:
         return (*place, self.mutated, None), (*place, None, self.operator)
 
 
-def find_mutants(root, files, arguments):
+def find_mutants(root, files, parser_options):
     """Returns the mutants of the given files in the order of the text.
 
     All files are parsed as one translation unit, so that the system's headers are parsed
@@ -64,9 +64,9 @@ def find_mutants(root, files, arguments):
     """
     unit_name = str(root / 'mutate.cc')
     includes = ''.join(f'#include "{file}"\n' for file in files)
-    unit = Index.create().parse(unit_name, args=[*arguments, '-w'],
+    unit = Index.create().parse(unit_name, args=[*parser_options, '-w'],
                                 unsaved_files=[(unit_name, includes)])
-    errors = [str(found) for found in unit.diagnostics if found.severity >= 3]
+    errors = [str(found) for found in unit.diagnostics if found.severity >= Diagnostic.Error]
     if errors:
         raise ValueError('\n'.join(errors))
     finders = {str(root / file): Finder(file, (root / file).read_bytes()) for file in files}
