@@ -18,6 +18,7 @@ function run(command, ...args) {
 
 /** Runs the tool. Returns its exit status, its report and the mutants of the JSON report. */
 function mutate(...args) {
+  // Only the system's Python has the bindings of libclang (Debian's package python3-clang).
   const result = run('/usr/bin/python3', tool, '--root', sample, '--build', build,
     '--target', 'sample_tests', '--folders', 'code',
     '--equivalents', path.join(sample, 'equivalents.toml'), ...args);

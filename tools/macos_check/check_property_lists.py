@@ -54,6 +54,7 @@ ENTITLEMENTS = {}
 
 
 def differences(path, expected):
+    """Returns a complaint for each key whose value in a property list is not the expected one."""
     try:
         found = plistlib.loads(Path(path).read_bytes())
     except (OSError, ValueError, ExpatError) as error:

@@ -277,11 +277,11 @@ class Finder:
 
 
 def one_line(text):
-    """Returns a piece of source on one line, without the lines of comment."""
+    """Returns a piece of source on one line, without comment lines."""
     return ' '.join(re.sub(r'(?m)^\s*//.*', '', text.decode()).split())
 
 
 def value_type(cursor):
-    """Returns the type of an argument. All string literals count as of one type."""
+    """Returns the type of an argument. All string literals count as one type."""
     spelling = cursor.type.get_canonical().spelling.replace('const ', '').rstrip('& ')
     return re.sub(r'^char\[\d+\]$', 'char *', spelling)
