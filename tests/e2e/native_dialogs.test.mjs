@@ -1,4 +1,4 @@
-// Dialogs and windows that WebKit and GTK open, not the application.
+// Quitting while a dialog is open, and the dialogs that WebKit and GTK open.
 
 import assert from 'node:assert/strict';
 
@@ -33,6 +33,7 @@ async function openInspector(screen) {
   await screen.awaitMenuOpen();
   await screen.pressKeys('Up', 'Return');
   await screen.awaitMenuClosed();
+  // GTK names the web views by their classes. That of the page is WebKitWebView.
   const { extents } = await screen.accessibility.awaitWidget({ name: 'WebKitWebViewBase' });
   await waitFor('the inspector', () => {
     const [red, green, blue] = screen.screenshot().pixel(...inspectorPoint);

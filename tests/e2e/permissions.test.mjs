@@ -22,7 +22,7 @@ const ownFolders = ({ XDG_CONFIG_HOME, XDG_DATA_HOME, XDG_CACHE_HOME }) =>
 /// The state that the application finds when it starts.
 const initialStates = {
   'on a first start': () => {},
-  'after a run that left folders and files everyone may change': (user) => {
+  'after a run that left folders and files that everyone may change': (user) => {
     for (const folder of ownFolders(user.environment)) {
       mkdirSync(folder);
       chmodSync(folder, 0o777);
