@@ -1,4 +1,5 @@
-// The contract of URL parsing. Each platform has an implementation, which the linker selects.
+// The contract of parsing and resolving URLs. Each platform has an implementation, which the linker
+// selects.
 
 #include "base/url.h"
 
@@ -26,6 +27,7 @@ struct NsurlResult {
   std::string path;
 };
 
+/// The examples of RFC 3986, 5.4 are among these.
 const NsurlResult nsurlResults[] = {
 #include "tests/support/data/nsurl_results.inc"
 };
@@ -139,7 +141,7 @@ void expectRejected(const std::vector<std::string> &texts) {
   for (const std::string &text : texts) EXPECT_EQ(Url::parse(text), std::nullopt) << text;
 }
 
-TEST(Url, IllegalCharacterIsRejected) {
+TEST(Url, ParseRejectsIllegalCharacter) {
   expectRejected({"", std::string("\0", 1), std::string("http://h/\0", 10), "http://h/a[1]",
                   "http://h/#a#b", "http://h/?a b", " http://h/", "http://h/\r\nX: y",
                   "http://caf\xC3\xA9/"});
@@ -149,7 +151,7 @@ TEST(Url, IllegalCharacterIsRejected) {
   }
 }
 
-TEST(Url, MalformedEscapeOrSyntaxIsRejected) {
+TEST(Url, ParseRejectsMalformedEscapeOrSyntax) {
   expectRejected({"http://h/%", "http://h/%4", "http://h/%zz", "http://h/?%4g", "http://h/#%",
                   "http://h%/", "http://u%@h/", "%"});
   expectRejected({"1http://h/", "127.0.0.1:4767", ":", "://h", "-a:b", "ht tp://h", "h_t:x",
@@ -167,7 +169,7 @@ TEST(Url, UrlsWithDifferentTextAreNotEqual) {
 std::optional<std::string> resolved(const std::string &reference, const std::string &base) {
   const auto url = Url::resolve(reference, *Url::parse(base));
   if (!url) return std::nullopt;
-  EXPECT_EQ(url, Url::parse(url->absoluteString));
+  EXPECT_EQ(url, Url::parse(url->absoluteString)) << url->absoluteString;
   return url->absoluteString;
 }
 
@@ -180,7 +182,8 @@ void expectResolved(const std::string &base, const std::vector<Example> &rows) {
   }
 }
 
-TEST(UrlResolve, ArchiveAddressIsResolvedAgainstManifest) {
+// The updater resolves the archive address in a manifest against the URL of the manifest.
+TEST(Url, ReferenceIsResolvedAgainstBaseUrl) {
   const std::string manifest = "https://os.test:8443/one/download/linux.json";
   expectResolved(manifest,
                  {
@@ -204,7 +207,7 @@ TEST(UrlResolve, ArchiveAddressIsResolvedAgainstManifest) {
   EXPECT_EQ(Url::resolve("x.zip", *Url::parse("/no/scheme")), std::nullopt);
 }
 
-TEST(UrlResolve, IllegalCharactersArePercentEncoded) {
+TEST(Url, ResolvePercentEncodesIllegalCharacters) {
   const std::string manifest = "https://os.test/download/linux.json";
   const std::string folder = "https://os.test/download/";
   const std::vector<Example> rows{
@@ -241,7 +244,7 @@ TEST(UrlResolve, IllegalCharactersArePercentEncoded) {
   expectResolved(manifest, rows);
 }
 
-TEST(UrlResolve, ReferenceStillMalformedAfterEncodingIsRejected) {
+TEST(Url, ResolveRejectsReferenceStillMalformedAfterEncoding) {
   for (const std::string reference :
        {"", "1:x", "a b:c", "http://[x/", "http://[x/a b", "http://[]/", "http://h:x/",
         "http://h: 80/", "http://h]/", "http://a@b@c/", "http://[::1]x/"}) {
