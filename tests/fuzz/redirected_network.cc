@@ -22,12 +22,6 @@ Function *original(const char *name) {
 
 void orvel::fuzz::redirectConnectionsTo(int port) { redirectedPort = static_cast<in_port_t>(port); }
 
-// LeakSanitizer stops all threads, which fails while a thread is ending.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
-extern "C" __attribute__((visibility("default"))) const char *__asan_default_options() {
-  return "detect_leaks=0";
-}
-
 extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
                                                               const sockaddr *address,
                                                               socklen_t size) {
