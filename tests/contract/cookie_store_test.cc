@@ -34,7 +34,7 @@ class CookieStoreContract : public ContractTest {
     std::optional<std::vector<Cookie>> found;
     view->cookieStore().all([&](std::vector<Cookie> cookies) {
       EXPECT_TRUE(platform->onMainThread());
-      EXPECT_FALSE(found);
+      EXPECT_FALSE(found) << "the completion was called twice";
       found = std::move(cookies);
     });
     EXPECT_TRUE(runUntil([&] { return found.has_value(); }));
@@ -58,6 +58,7 @@ TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
   Cookie persistent = sessionCookie("a key/with = signs");
   persistent.secure = true;
   persistent.expires = std::chrono::floor<seconds>(platform->interfaces().clock.now()) + fiveYears;
+  // The second cookie replaces the first.
   for (const Cookie &original : {sessionCookie("session"), persistent}) {
     setAndWait(original);
     const auto cookies = allCookies();

@@ -101,12 +101,13 @@ TEST_P(HttpFieldsContract, CookiesSetByResponsesAreNotSent) {
 
 TEST_P(HttpFieldsContract, RedirectWithinOriginKeepsHeaderFields) {
   const auto expectKept = [this](const std::string &location, const std::string &status) {
+    SCOPED_TRACE(status);
     RedirectingServer server;
     server.setTarget(location, status);
     const auto reply = sendKeyAndCookies(server.url());
-    EXPECT_EQ(reply.status, 200) << status;
-    EXPECT_EQ(reply.body, "new") << status;
-    ASSERT_EQ(server.heads().size(), 2U) << status;
+    EXPECT_EQ(reply.status, 200);
+    EXPECT_EQ(reply.body, "new");
+    ASSERT_EQ(server.heads().size(), 2U);
     expectKeyAndCookies(server.heads()[1]);
   };
   for (const std::string status : redirectStatuses) expectKept("/new", status);
@@ -116,13 +117,14 @@ TEST_P(HttpFieldsContract, RedirectWithinOriginKeepsHeaderFields) {
 
 TEST_P(HttpFieldsContract, RedirectToAnotherOriginDropsHeaderFields) {
   for (const std::string status : redirectStatuses) {
+    SCOPED_TRACE(status);
     const LoopbackServer other(respondWith(okResponse("other")));
     RedirectingServer server;
     server.setTarget(other.url("/b"), status);
-    EXPECT_EQ(sendKeyAndCookies(server.url()).body, "other") << status;
-    ASSERT_EQ(server.heads().size(), 1U) << status;
+    EXPECT_EQ(sendKeyAndCookies(server.url()).body, "other");
+    ASSERT_EQ(server.heads().size(), 1U);
     expectKeyAndCookies(server.heads()[0]);
-    ASSERT_EQ(other.heads().size(), 1U) << status;
+    ASSERT_EQ(other.heads().size(), 1U);
     expectNeitherKeyNorCookies(other.heads()[0]);
     EXPECT_EQ(headerField(other.heads()[0], "Host"), " 127.0.0.1:" + std::to_string(other.port()));
   }

@@ -19,6 +19,7 @@ class ItemReplacementContract : public ContractTest {
   /// Creates both folders and a neighbour of the original, and replaces the original. Expects
   /// the new contents at the original path and an unchanged neighbour.
   void createFoldersAndExpectReplaced(const fs::path &original, const fs::path &replacement) {
+    SCOPED_TRACE(original);
     makeTree(original, "old");
     const Tree expected = makeTree(replacement, "new");
     const Tree neighbour = makeTree(original.parent_path() / "neighbour", "neighbour");

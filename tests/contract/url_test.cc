@@ -142,7 +142,7 @@ void expectRejected(const std::vector<std::string> &texts) {
 }
 
 TEST(Url, ParseRejectsIllegalCharacter) {
-  expectRejected({"", std::string("\0", 1), std::string("http://h/\0", 10), "http://h/a[1]",
+  expectRejected({std::string("\0", 1), std::string("http://h/\0", 10), "http://h/a[1]",
                   "http://h/#a#b", "http://h/?a b", " http://h/", "http://h/\r\nX: y",
                   "http://caf\xC3\xA9/"});
   for (const std::string character : {" ", "\t", "\n", "\"", "<", ">", "\\", "^", "`", "{", "}",
@@ -153,7 +153,7 @@ TEST(Url, ParseRejectsIllegalCharacter) {
 
 TEST(Url, ParseRejectsMalformedEscapeOrSyntax) {
   expectRejected({"http://h/%", "http://h/%4", "http://h/%zz", "http://h/?%4g", "http://h/#%",
-                  "http://h%/", "http://u%@h/", "%"});
+                  "http://h%/", "http://u%@h/", "%", ""});
   expectRejected({"1http://h/", "127.0.0.1:4767", ":", "://h", "-a:b", "ht tp://h", "h_t:x",
                   "http://[::1", "http://::1/", "http://[1.2.3.4]/", "http://[]/", "http://[::1]x/",
                   "http://[::g]/", "http://h]/", "http://h:8a/", "http://a@b@c/", "http://h:80:80/",

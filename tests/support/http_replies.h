@@ -23,6 +23,7 @@ class HttpReplies {
     std::optional<int> status;
     /// Absent when the body failed.
     std::optional<std::string> body;
+    /// The thread on which the completion ran.
     std::thread::id thread;
   };
 
