@@ -22,7 +22,7 @@ using enum NavigationPolicy;
 using enum NavigationConsequence;
 using enum NavigationTarget;
 
-/// Returns the server address as the application stores it.
+/// Returns the server address as the application stores it, or a local one for an invalid text.
 std::string serverAddress(std::string_view typed) {
   const std::string_view address = trimSpacesAndTabs(typed);
   if (!isServerAddress(address)) return "http://127.0.0.1:4767/";
