@@ -165,7 +165,8 @@ TEST(Url, UrlsWithDifferentTextAreNotEqual) {
   EXPECT_NE(Url::parse("http://h"), Url::parse("http://h/"));
 }
 
-/// Returns the text of the resolved URL. Expects that its parts are those of the text.
+/// Returns the text of the resolved URL, or nullopt when the reference is rejected. Expects that
+/// the parts of the URL are those of its text.
 std::optional<std::string> resolved(const std::string &reference, const std::string &base) {
   const auto url = Url::resolve(reference, *Url::parse(base));
   if (!url) return std::nullopt;
