@@ -13,7 +13,7 @@ GApplication *base(const GObjectPointer<GtkApplication> &application) {
   return G_APPLICATION(application.get());
 }
 
-gboolean signalArrived(gpointer host) {
+gboolean unixSignalArrived(gpointer host) {
   static_cast<GtkApplicationHost *>(host)->terminate();
   return G_SOURCE_CONTINUE;
 }
@@ -42,7 +42,7 @@ void GtkApplicationHost::run() {
     // High priority: a terminal sends SIGINT and SIGHUP to the server too, whose exit must be
     // handled after the termination has begun.
     sources.push_back(
-        g_unix_signal_add_full(G_PRIORITY_HIGH, signal, signalArrived, this, nullptr));
+        g_unix_signal_add_full(G_PRIORITY_HIGH, signal, unixSignalArrived, this, nullptr));
   }
   connectToSessionBus();
   // Command-line arguments are ignored.

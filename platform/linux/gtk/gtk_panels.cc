@@ -215,10 +215,11 @@ class GtkPanels::AlertWindow {
   static void scrollByPageKeys(GtkWidget *scroller) {
     auto *keys = GTK_SHORTCUT_CONTROLLER(gtk_shortcut_controller_new());
     gtk_shortcut_controller_set_scope(keys, GTK_SHORTCUT_SCOPE_GLOBAL);
+    constexpr gboolean isHorizontal = FALSE;
     for (const auto &[key, step] : {std::pair{guint{GDK_KEY_Page_Up}, GTK_SCROLL_PAGE_BACKWARD},
                                     std::pair{guint{GDK_KEY_Page_Down}, GTK_SCROLL_PAGE_FORWARD}}) {
       GtkShortcut *scroll = shortcut(key, gtk_signal_action_new("scroll-child"));
-      gtk_shortcut_set_arguments(scroll, g_variant_new("(ib)", step, FALSE));
+      gtk_shortcut_set_arguments(scroll, g_variant_new("(ib)", step, isHorizontal));
       gtk_shortcut_controller_add_shortcut(keys, scroll);
     }
     gtk_widget_add_controller(scroller, GTK_EVENT_CONTROLLER(keys));

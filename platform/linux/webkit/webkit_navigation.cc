@@ -157,6 +157,7 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
   }
   probe_.start(decision, [this, action, address, hasUserGesture](NavigationTarget target) mutable {
     action.target = target;
+    // The probe has already answered the decision.
     decideAndStore(action, address, hasUserGesture);
     decidePendingNavigations();
   });
