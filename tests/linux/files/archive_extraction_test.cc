@@ -192,8 +192,9 @@ TEST_F(ArchiveExtraction, SpecialFileIsRejected) {
   for (const int type : {S_IFCHR, S_IFBLK, S_IFSOCK}) {
     typeByte = static_cast<char>((type | 0400) >> 8);
     writeArchive(bytes);
-    EXPECT_FALSE(extract()) << std::oct << type;
-    EXPECT_FALSE(fs::exists(fs::symlink_status(target_ / "special"))) << std::oct << type;
+    EXPECT_FALSE(extract()) << "file type " << std::oct << type;
+    EXPECT_FALSE(fs::exists(fs::symlink_status(target_ / "special")))
+        << "file type " << std::oct << type;
   }
 }
 

@@ -150,7 +150,7 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
         GTEST_SKIP() << "root cannot become an ordinary user";
       }
       // No result without RENAME_EXCHANGE means that seccomp filters are not permitted.
-      EXPECT_NE(isRefused, false);
+      EXPECT_NE(isRefused, false) << replacement << ", exchange supported: " << canExchange;
     }
     expectAtOriginalPath(old);
     EXPECT_EQ(treeOf(replacement), unpacked);
@@ -311,7 +311,7 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
         }
         if (left == old && fs::exists(copy_) && treeOf(copy_) != replacing) {
           ++incompleteCopies;
-          EXPECT_EQ(modeOf(copy_), 0700U);
+          EXPECT_EQ(modeOf(copy_), 0700U) << "other users can read or change the copy";
         }
         // The next replacement removes the leftovers of the killed one.
         fs::remove_all(source_);

@@ -65,8 +65,8 @@ TEST_F(SoupHttpDownload, TruncatedBodyLeavesNoFile) {
       client.send(bytes);
       client.shutDownSending();
     });
-    EXPECT_FALSE(fetchAndMove(server).file);
-    EXPECT_TRUE(folderIsEmpty());
+    EXPECT_FALSE(fetchAndMove(server).file) << bytes.substr(0, 80);
+    EXPECT_TRUE(folderIsEmpty()) << bytes.substr(0, 80);
   }
 }
 
