@@ -25,8 +25,8 @@ class SubFrame : public PageTest {
     EXPECT_EQ(delegate.cancelled, Strings());
     EXPECT_EQ(delegate.newWindows, Strings());
   }
-  /// Loads a page with files in two frames. Waits until the view asks for the policy of one of
-  /// them, which is when the probe of its navigation starts.
+  /// Loads a page with files in two frames, so that one navigation may wait for the probe of the
+  /// other. Waits until the view asks for the policy of one of them, which is when a probe starts.
   void startProbe() {
     setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
     load("/start");
