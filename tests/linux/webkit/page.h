@@ -16,6 +16,7 @@
 
 #include "platform/linux/glib/async_callback.h"
 #include "platform/linux/glib/glib_text.h"
+#include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/webkit/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/support/loopback_server.h"
@@ -130,6 +131,20 @@ class PageTest : public testing::Test {
   }
   void load(const std::string &path) { loadUrl(server.url(path)); }
 
+  /// Calls a function that starts a load of the main frame, and waits until the load succeeds or
+  /// fails.
+  void runUntilLoadEnds(const std::function<void()> &startLoad) {
+    // An earlier load may end only after its page is complete.
+    ASSERT_TRUE(runUntil([&] { return webkit_web_view_is_loading(webKitView()) == FALSE; }));
+    bool hasEnded = false;
+    const SignalConnection loadChanged(
+        webKitView(), "load-changed", &hasEnded, +[](bool *ended, WebKitLoadEvent event) {
+          if (event == WEBKIT_LOAD_FINISHED) *ended = true;
+        });
+    startLoad();
+    ASSERT_TRUE(runUntil([&] { return hasEnded; }));
+  }
+
   /// Returns the result of a script in the page as text, or nullopt when the script fails.
   /// WebKit treats the script as a user gesture.
   std::optional<std::string> evaluate(const std::string &script) {
@@ -173,9 +188,10 @@ class PageTest : public testing::Test {
     ASSERT_TRUE(waitForResult("location.pathname + document.readyState", path + "complete"));
   }
 
-  void setPage(const std::string &path, const std::string &html) {
+  void setPage(const std::string &path, const std::string &body,
+               const std::string &mediaType = "text/html") {
     const std::lock_guard lock(mutex_);
-    pages_[path] = html;
+    responses_[path] = pageResponse(body, mediaType);
   }
 
   void releaseHeldResponses() {
@@ -244,6 +260,11 @@ class PageTest : public testing::Test {
     return head.substr(begin, head.find(" HTTP/") - begin);
   }
 
+  static std::string pageResponse(const std::string &body,
+                                  const std::string &mediaType = "text/html") {
+    return okResponse(body, "Content-Type: " + mediaType + "\r\nCache-Control: no-store\r\n");
+  }
+
   /// Sends the response to a request. On the connection's thread.
   void respond(LoopbackConnection &connection, const std::string &head) {
     std::string path = targetOf(head);
@@ -259,13 +280,13 @@ class PageTest : public testing::Test {
       connection.send(redirectTo(path.substr(redirect.size() + statusLength), status + " Moved"));
       return;
     }
-    const auto page = pages_.find(path.substr(0, path.find('?')));
-    connection.send(okResponse(page != pages_.end() ? page->second : "content of " + path,
-                               "Content-Type: text/html\r\nCache-Control: no-store\r\n"));
+    const auto found = responses_.find(path.substr(0, path.find('?')));
+    connection.send(found != responses_.end() ? found->second : pageResponse("content of " + path));
   }
 
   mutable std::mutex mutex_;
-  std::map<std::string, std::string> pages_;
+  /// The responses that the test has set, by path.
+  std::map<std::string, std::string> responses_;
   std::condition_variable released_;
   bool isReleased_ = false;
   int uniqueNumber_ = 0;

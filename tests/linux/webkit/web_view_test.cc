@@ -109,16 +109,8 @@ TEST_F(WebViewLoading, FailedLoadKeepsPageForReload) {
   const LoopbackServer resettingServer(respondWithReset);
   for (const std::string &url : {resettingServer.url(), refusedUrl()}) {
     showHtml("kept ⌘");
-    bool finished = false;
-    g_signal_connect(webKitView(), "load-changed",
-                     G_CALLBACK(+[](WebKitWebView *, WebKitLoadEvent event, bool *flag) {
-                       if (event == WEBKIT_LOAD_FINISHED) *flag = true;
-                     }),
-                     &finished);
-    loadUrlOfOtherServer(url);
-    ASSERT_TRUE(runUntil([&] { return finished; }));
+    runUntilLoadEnds([&] { loadUrlOfOtherServer(url); });
     EXPECT_TRUE(waitForText("kept ⌘"));
-    g_signal_handlers_disconnect_by_data(webKitView(), &finished);
     // So that the reload is visible.
     evaluate("document.body.innerText = 'changed'");
     view->reload();
