@@ -24,8 +24,8 @@ namespace orvel {
 
 namespace {
 
-/// The user's folders for the tests: XDG folders, a default application and a bundle. Sets the
-/// XDG environment variables. GLib reads them once, so one object exists until the process ends.
+/// The user's files for the tests: XDG folders, a default application and a bundle. Sets the XDG
+/// environment variables. GLib reads them once, so one object exists until the process ends.
 class TestHome {
  public:
   TestHome() {
