@@ -1,13 +1,11 @@
 #pragma once
 
-#include <map>
 #include <optional>
-#include <string>
 #include <string_view>
 
-namespace orvel {
+#include "base/text_map.h"
 
-using JsonTexts = std::map<std::string, std::string, std::less<>>;
+namespace orvel {
 
 /// Returns the members of a JSON object (RFC 8259, as UTF-8, with or without a
 /// byte order mark) whose values are strings. Members of other types are left out.
@@ -15,6 +13,6 @@ using JsonTexts = std::map<std::string, std::string, std::less<>>;
 /// are not JSON, the top level is not an object, the nesting is too deep (Linux: 512
 /// levels) or an escape is an unpaired surrogate. A platform may also reject a number
 /// that is out of range for a double. Any thread.
-std::optional<JsonTexts> parseJsonTexts(std::string_view bytes);
+std::optional<TextMap> parseJsonTexts(std::string_view bytes);
 
 }  // namespace orvel

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
 
-namespace orvel {
+#include "base/text_map.h"
 
-using PlistTexts = std::map<std::string, std::string, std::less<>>;
+namespace orvel {
 
 /// The size limit of a property list, in bytes.
 inline constexpr std::size_t maxPropertyListSize = 128'000;
@@ -16,6 +15,6 @@ inline constexpr std::size_t maxPropertyListSize = 128'000;
 /// binary format) whose top level is a dictionary. Entries of other types are left
 /// out. Returns nullopt when the file cannot be read, is not such a list or exceeds
 /// maxPropertyListSize. Any thread.
-std::optional<PlistTexts> readPlistTexts(const std::string &path);
+std::optional<TextMap> readPlistTexts(const std::string &path);
 
 }  // namespace orvel

@@ -18,12 +18,6 @@ namespace {
 
 constexpr const char *bundleIdentifierKey = "CFBundleIdentifier";
 
-std::optional<std::string> bundleIdentifier(const PlistTexts &information) {
-  const auto found = information.find(bundleIdentifierKey);
-  if (found == information.end()) return std::nullopt;
-  return found->second;
-}
-
 /// Runs a command and ignores its result. Blocks.
 void runCommand(const Platform &platform, const ShellCommand &command,
                 const std::vector<std::string> &paths) {
@@ -73,7 +67,9 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   const auto information = readPlistTexts(unpacked + "/Contents/Info.plist");
   if (!information) return false;
   // Only a release of the same application may replace it.
-  if (bundleIdentifier(*information) != platform.bundle.infoText(bundleIdentifierKey)) return false;
+  if (find(*information, bundleIdentifierKey) != platform.bundle.infoText(bundleIdentifierKey)) {
+    return false;
+  }
   if (publicKey && !matchesSignature(*information, release.versie, runningVersion,
                                      release.signature, *publicKey)) {
     return false;

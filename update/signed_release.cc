@@ -6,15 +6,6 @@
 
 namespace orvel {
 
-namespace {
-
-bool hasText(const PlistTexts &information, std::string_view key, std::string_view expected) {
-  const auto found = information.find(key);
-  return found != information.end() && found->second == expected;
-}
-
-}  // namespace
-
 std::string signedMessage(std::string_view versie, std::string_view edition,
                           std::string_view sha256, const std::optional<std::string> &sleutel) {
   std::string message = "orvel-os-update\n";
@@ -34,13 +25,13 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
   return verify(publicKey, message, *signature.handtekening);
 }
 
-bool matchesSignature(const PlistTexts &information, std::string_view versie,
+bool matchesSignature(const TextMap &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,
                       std::string_view publicKey) {
-  return hasText(information, "CFBundleShortVersionString", versie) &&
+  return find(information, "CFBundleShortVersionString") == versie &&
          nieuwer(versie, runningVersion) &&
-         (hasText(information, updateKeyEntry, publicKey) ||
-          (signature.sleutel && hasText(information, updateKeyEntry, *signature.sleutel)));
+         (find(information, updateKeyEntry) == publicKey ||
+          (signature.sleutel && find(information, updateKeyEntry) == *signature.sleutel));
 }
 
 }  // namespace orvel

@@ -37,7 +37,7 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
 /// (`versie`), that version is later than the running one, and the public key in the Info.plist is
 /// `publicKey` or `signature.sleutel`. Without the first check, a release whose Info.plist has an
 /// older version would be installed at every update check. Any thread.
-bool matchesSignature(const PlistTexts &information, std::string_view versie,
+bool matchesSignature(const TextMap &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,
                       std::string_view publicKey);
 

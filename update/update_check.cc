@@ -18,16 +18,10 @@ constexpr std::chrono::seconds manifestTimeout{10};
 std::optional<UpdateManifest> readManifest(std::string_view json) {
   const auto texts = parseJsonTexts(json);
   if (!texts) return std::nullopt;
-  const auto versie = texts->find("versie");
-  const auto zip = texts->find("zip");
-  if (versie == texts->end() || zip == texts->end()) return std::nullopt;
-  const auto optionalText = [&](std::string_view name) -> std::optional<std::string> {
-    const auto found = texts->find(name);
-    if (found == texts->end()) return std::nullopt;
-    return found->second;
-  };
-  return UpdateManifest{
-      versie->second, zip->second, {optionalText("handtekening"), optionalText("sleutel")}};
+  const auto versie = find(*texts, "versie");
+  const auto zip = find(*texts, "zip");
+  if (!versie || !zip) return std::nullopt;
+  return UpdateManifest{*versie, *zip, {find(*texts, "handtekening"), find(*texts, "sleutel")}};
 }
 
 void AppDelegate::zoekUpdate(bool stil) {

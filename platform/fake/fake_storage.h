@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "base/real_folder.h"
+#include "base/text_map.h"
 #include "platform/bundle.h"
 #include "platform/fake/record.h"
 #include "platform/locations.h"
@@ -16,15 +17,6 @@
 #include "platform/user_defaults.h"
 
 namespace orvel {
-
-using StoredTexts = std::map<std::string, std::string, std::less<>>;
-
-/// Returns the text with this key, or nullopt when the key is missing.
-inline std::optional<std::string> find(const StoredTexts &texts, std::string_view key) {
-  const auto found = texts.find(key);
-  if (found == texts.end()) return std::nullopt;
-  return found->second;
-}
 
 /// A bundle whose string entries and code signatures are in memory.
 class FakeBundle final : public Bundle {
@@ -39,14 +31,14 @@ class FakeBundle final : public Bundle {
     return find(signers, bundlePath) == signer;
   }
 
-  StoredTexts texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
+  TextMap texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
   /// False simulates an unreadable Info.plist.
   bool hasReadableInfo = true;
   std::string folder = "/Applications/Orvel OS.app";
   /// The Team ID of the running program.
   std::optional<std::string> team;
   /// The Team ID in the valid signature of each bundle, by its path.
-  StoredTexts signers;
+  TextMap signers;
 };
 
 /// User defaults in memory.
@@ -60,7 +52,7 @@ class FakeUserDefaults final : public UserDefaults {
     texts.insert_or_assign(std::string(key), std::string(value));
   }
 
-  StoredTexts texts;
+  TextMap texts;
 
  private:
   Record &record_;

@@ -14,7 +14,7 @@ using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 TEST(Json, OnlyTopLevelStringsAreReturned) {
-  const std::vector<std::pair<std::string, JsonTexts>> rows{
+  const std::vector<std::pair<std::string, TextMap>> rows{
       {"{}", {}},
       {" \t\r\n{ \n } \r\n", {}},
       {R"({"a":"b"})", {{"a", "b"}}},
@@ -33,9 +33,9 @@ TEST(Json, OnlyTopLevelStringsAreReturned) {
 }
 
 TEST(Json, LeadingByteOrderMarkIsSkipped) {
-  EXPECT_EQ(parseJsonTexts("\xEF\xBB\xBF{}"), JsonTexts());
+  EXPECT_EQ(parseJsonTexts("\xEF\xBB\xBF{}"), TextMap());
   EXPECT_EQ(parseJsonTexts("\xEF\xBB\xBF \r\n{\"a\":\"\xEF\xBB\xBF\"}"),
-            (JsonTexts{{"a", "\xEF\xBB\xBF"}}));
+            (TextMap{{"a", "\xEF\xBB\xBF"}}));
 }
 
 TEST(Json, EscapesAreDecoded) {
@@ -50,10 +50,9 @@ TEST(Json, EscapesAreDecoded) {
        "\xC3\xA9 \x7F \xE2\x80\xA8 \xF0\x9F\x98\x80"},
   };
   for (const auto &[escaped, decoded] : rows) {
-    EXPECT_EQ(parseJsonTexts("{\"a\":\"" + escaped + "\"}"), (JsonTexts{{"a", decoded}}))
-        << escaped;
+    EXPECT_EQ(parseJsonTexts("{\"a\":\"" + escaped + "\"}"), (TextMap{{"a", decoded}})) << escaped;
   }
-  EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (JsonTexts{{"a\0b"s, "x"}}));
+  EXPECT_EQ(parseJsonTexts(R"({"a\u0000b":"x"})"), (TextMap{{"a\0b"s, "x"}}));
 }
 
 /// A text of JSONTestSuite. Its name begins with its kind: "y_" is JSON, "n_" is not, and "i_"
@@ -108,7 +107,7 @@ TEST(Json, ExcessiveNestingIsRejected) {
     return R"({"a":"b","c":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
   };
   // The limit depends on the platform.
-  EXPECT_EQ(parseJsonTexts(nested(300)), (JsonTexts{{"a", "b"}}));
+  EXPECT_EQ(parseJsonTexts(nested(300)), (TextMap{{"a", "b"}}));
   EXPECT_EQ(parseJsonTexts(nested(1'000'000)), std::nullopt);
   std::string objects;
   for (int level = 0; level < 200'000; ++level) objects += R"({"a":)";
@@ -117,7 +116,7 @@ TEST(Json, ExcessiveNestingIsRejected) {
 
 TEST(Json, LargeTextIsParsed) {
   const std::string letters(2'000'000, 'x');
-  EXPECT_EQ(parseJsonTexts(R"({"a":")" + letters + "\"}"), (JsonTexts{{"a", letters}}));
+  EXPECT_EQ(parseJsonTexts(R"({"a":")" + letters + "\"}"), (TextMap{{"a", letters}}));
   std::string escapes;
   std::string list;
   for (int number = 0; number < 100'000; ++number) {
@@ -125,7 +124,7 @@ TEST(Json, LargeTextIsParsed) {
     list += R"({"a":[1,"b"]},)";
   }
   EXPECT_EQ(parseJsonTexts(R"({"l":[)" + list + R"(0],"a":")" + escapes + "\"}"),
-            (JsonTexts{{"a", std::string(100'000, '\n')}}));
+            (TextMap{{"a", std::string(100'000, '\n')}}));
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ std::string element(const std::string &name, const std::string &text) {
   return "<" + name + ">" + content + "</" + name + ">";
 }
 
-std::string serialized(const PlistTexts &texts) {
+std::string serialized(const TextMap &texts) {
   std::string list = "<plist><dict>";
   for (const auto &[key, text] : texts) list += element("key", key) + element("string", text);
   return list + "</dict></plist>";

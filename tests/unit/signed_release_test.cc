@@ -74,9 +74,9 @@ class SignedRelease : public InstallationTest {
   }
 
   /// The entries of Info.plist in the archive.
-  PlistTexts releaseEntries{{"CFBundleIdentifier", "nl.orvel.os"},
-                            {"CFBundleShortVersionString", "1.3"},
-                            {"ORVELOSUpdateKey", ourKey}};
+  TextMap releaseEntries{{"CFBundleIdentifier", "nl.orvel.os"},
+                         {"CFBundleShortVersionString", "1.3"},
+                         {"ORVELOSUpdateKey", ourKey}};
 };
 
 TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
@@ -193,7 +193,7 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
       {"ORVELOSUpdateKey", nextKey},
       {"ORVELOSUpdateKey", std::nullopt},
   };
-  const PlistTexts validEntries = releaseEntries;
+  const TextMap validEntries = releaseEntries;
   for (const auto &[entry, text] : rows) {
     SCOPED_TRACE(entry + " = " + text.value_or("missing"));
     reset();

@@ -6,10 +6,7 @@ PlistBundle::PlistBundle(const std::string &bundlePath)
     : path_(bundlePath), texts_(readPlistTexts(bundlePath + "/Contents/Info.plist")) {}
 
 std::optional<std::string> PlistBundle::infoText(std::string_view key) const {
-  if (!texts_) return std::nullopt;
-  const auto found = texts_->find(key);
-  if (found == texts_->end()) return std::nullopt;
-  return found->second;
+  return texts_ ? find(*texts_, key) : std::nullopt;
 }
 
 }  // namespace orvel

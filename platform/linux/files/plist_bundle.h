@@ -22,7 +22,7 @@ class PlistBundle final : public Bundle {
  private:
   const std::string path_;
   /// The string entries of Info.plist, or nullopt when it could not be read.
-  const std::optional<PlistTexts> texts_;
+  const std::optional<TextMap> texts_;
 };
 
 }  // namespace orvel

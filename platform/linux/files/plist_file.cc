@@ -62,7 +62,7 @@ class PlistReader {
     return depth_ >= entryDepth || text.find_first_not_of(" \t\r\n") == std::string_view::npos;
   }
 
-  std::optional<PlistTexts> texts() const {
+  std::optional<TextMap> texts() const {
     return hasDictionary_ ? std::optional(texts_) : std::nullopt;
   }
 
@@ -75,7 +75,7 @@ class PlistReader {
   std::string text_;
   /// The key whose value has not ended yet.
   std::optional<std::string> key_;
-  PlistTexts texts_;
+  TextMap texts_;
 };
 
 /// Sets the error that makes GMarkup stop, unless the input is valid so far.
@@ -103,7 +103,7 @@ const GMarkupParser callbacks{
 
 }  // namespace
 
-std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
+std::optional<TextMap> parsePlistTexts(const std::string &bytes) {
   // XML does not allow NUL, but GMarkup accepts it.
   if (bytes.size() > maxPropertyListSize || bytes.find('\0') != std::string::npos) {
     return std::nullopt;
@@ -120,7 +120,7 @@ std::optional<PlistTexts> parsePlistTexts(const std::string &bytes) {
   return reader.texts();
 }
 
-std::optional<PlistTexts> readPlistTexts(const std::string &path) {
+std::optional<TextMap> readPlistTexts(const std::string &path) {
   const FileBytes file = readFileBytes(path, maxPropertyListSize);
   if (file.state != FileBytes::State::read) return std::nullopt;
   return parsePlistTexts(file.bytes);

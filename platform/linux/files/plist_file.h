@@ -10,6 +10,6 @@ namespace orvel {
 /// Returns the string entries of an XML property list (UTF-8) whose top level is a
 /// dictionary. Entries of other types are left out. Returns nullopt when the bytes are
 /// not such a list. Any thread.
-std::optional<PlistTexts> parsePlistTexts(const std::string &bytes);
+std::optional<TextMap> parsePlistTexts(const std::string &bytes);
 
 }  // namespace orvel

@@ -42,7 +42,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
     return false;
   }
 
-  JsonTexts takeTexts() { return std::move(texts_); }
+  TextMap takeTexts() { return std::move(texts_); }
 
  private:
   /// Handles a value that is not a string. Removes an earlier string with the same name, because
@@ -63,12 +63,12 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
 
   int depth_ = 0;
   std::string name_;
-  JsonTexts texts_;
+  TextMap texts_;
 };
 
 }  // namespace
 
-std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
+std::optional<TextMap> parseJsonTexts(std::string_view bytes) {
   // nlohmann::json treats a NUL as the end of the input.
   if (bytes.find('\0') != std::string_view::npos) return std::nullopt;
   TextCollector collector;

@@ -6,7 +6,7 @@
 
 namespace orvel {
 
-std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
+std::optional<TextMap> parseJsonTexts(std::string_view bytes) {
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
   if (bytes.starts_with(byteOrderMark)) bytes.remove_prefix(byteOrderMark.size());
   // Foundation would skip a second byte order mark, and would detect UTF-16 and UTF-32
@@ -19,7 +19,7 @@ std::optional<JsonTexts> parseJsonTexts(std::string_view bytes) {
   id top = [NSJSONSerialization JSONObjectWithData:data options:0 error:nil];
   if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;
 
-  JsonTexts texts;
+  TextMap texts;
   NSDictionary<NSString *, id> *members = top;
   for (NSString *name in members) {
     if (auto text = textOf(members[name]))

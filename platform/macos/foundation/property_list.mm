@@ -7,7 +7,7 @@
 
 namespace orvel {
 
-std::optional<PlistTexts> readPlistTexts(const std::string &path) {
+std::optional<TextMap> readPlistTexts(const std::string &path) {
   NSData *bytes = [NSData dataWithContentsOfURL:fileUrl(path)
                                         options:NSDataReadingMappedIfSafe
                                           error:nil];
@@ -18,7 +18,7 @@ std::optional<PlistTexts> readPlistTexts(const std::string &path) {
                                                        error:nil];
   if (![top isKindOfClass:NSDictionary.class]) return std::nullopt;
 
-  PlistTexts texts;
+  TextMap texts;
   NSDictionary<id, id> *entries = top;
   for (id entry in entries) {
     const auto name = textOf(entry);

@@ -56,7 +56,7 @@ TEST(PlistBundle, InfoPlistIsReadOnceAtConstruction) {
 TEST(PlistFile, OnlyStringsOfTopLevelAreReturned) {
   EXPECT_EQ(
       parsePlistTexts(dictionary(mixedEntries)),
-      (PlistTexts{
+      (TextMap{
           {"CFBundleShortVersionString", "1.2"}, {"ORVELOSKey", "k<e&y \xC3\xA9"}, {"Empty", ""}}));
 }
 
@@ -85,19 +85,19 @@ TEST(PlistFile, EntitiesCdataAndEmptyElementsAreDecoded) {
   };
   for (const auto &[spelling, text] : rows) {
     EXPECT_EQ(parsePlistTexts(dictionary("<key>a</key><string>" + spelling + "</string>")),
-              (PlistTexts{{"a", text}}))
+              (TextMap{{"a", text}}))
         << spelling;
   }
-  EXPECT_EQ(parsePlistTexts(dictionary("<key/><string/>")), (PlistTexts{{"", ""}}));
-  EXPECT_EQ(parsePlistTexts(plistHead + std::string("<dict/></plist>")), PlistTexts());
+  EXPECT_EQ(parsePlistTexts(dictionary("<key/><string/>")), (TextMap{{"", ""}}));
+  EXPECT_EQ(parsePlistTexts(plistHead + std::string("<dict/></plist>")), TextMap());
 }
 
 TEST(PlistFile, LastOfDuplicateKeysWins) {
   EXPECT_EQ(parsePlistTexts(dictionary("<key>a</key><string>1</string>"
                                        "<key>a</key><string>2</string>")),
-            (PlistTexts{{"a", "2"}}));
+            (TextMap{{"a", "2"}}));
   EXPECT_EQ(parsePlistTexts(dictionary("<key>a</key><string>1</string><key>a</key><true/>")),
-            PlistTexts());
+            TextMap());
 }
 
 TEST(PlistFile, ListWithoutExactlyOneTopLevelDictionaryIsRejected) {
@@ -106,7 +106,7 @@ TEST(PlistFile, ListWithoutExactlyOneTopLevelDictionaryIsRejected) {
     EXPECT_EQ(parsePlistTexts(plistHead + std::string(top) + "</plist>"), std::nullopt) << top;
   }
   EXPECT_EQ(parsePlistTexts("<dict></dict>"), std::nullopt);
-  EXPECT_EQ(parsePlistTexts(dictionary("")), PlistTexts());
+  EXPECT_EQ(parsePlistTexts(dictionary("")), TextMap());
 }
 
 TEST(PlistFile, InvalidEntriesAreRejected) {
@@ -164,7 +164,7 @@ TEST(PlistFile, DeeplyNestedListIsParsedWhenComplete) {
     EXPECT_EQ(parsePlistTexts(plistHead + opened + opened), std::nullopt);
     EXPECT_EQ(parsePlistTexts(
                   dictionary("<key>a</key>" + opened + closed + "<key>b</key><string>x</string>")),
-              (PlistTexts{{"b", "x"}}));
+              (TextMap{{"b", "x"}}));
   }
 }
 
