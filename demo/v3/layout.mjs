@@ -36,9 +36,11 @@ ${body}
 const ERRORS = {
   400: ['Onleesbaar adres', 'Dit verzoek kon niet worden gelezen.'],
   401: ['Geen toegang', 'Dit bestand hoort bij een sessie. Open eerst de beginpagina.'],
+  403: ['Niet toegestaan', 'Deze opdracht kan alleen vanaf een pagina van deze server.'],
   404: ['Niet gevonden', 'Hier is niets. Misschien is het verplaatst, misschien is het er nooit geweest.'],
   405: ['Kan hier niet', 'Dit adres kent die opdracht niet.'],
   413: ['Te groot', 'Er is meer gestuurd dan deze server aanneemt.'],
+  421: ['Onbekende naam', 'Deze server antwoordt alleen op een IP-adres of op localhost.'],
 };
 
 export function errorPage(status, request) {

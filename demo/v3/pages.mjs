@@ -115,7 +115,7 @@ const files = (request) => page({
 });
 
 const frames = (request, response, { query }) => {
-  const choices = { bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherOriginUrl(request), site: 'https://example.org/' };
+  const choices = { __proto__: null, bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherOriginUrl(request), site: 'https://example.org/' };
   const src = choices[query.get('toon')] ?? '/kader';
   return page({
     title: 'Kaders',
