@@ -220,7 +220,9 @@ class MacosContractPlatform final : public ContractPlatform {
     for (NSWindow *window in application().windows) {
       for (WKWebView *view : viewsIn<WKWebView>(window.contentView)) {
         // A private property: WebKit has no public one for the process.
-        ::kill([[view valueForKey:@"_webProcessIdentifier"] intValue], SIGKILL);
+        const pid_t process = [[view valueForKey:@"_webProcessIdentifier"] intValue];
+        // 0 without a process; kill(2) would then kill the process group of the tests.
+        if (process > 0) ::kill(process, SIGKILL);
       }
     }
   }

@@ -17,9 +17,7 @@ void openSilently(NSURL *address) {
 
 }  // namespace
 
-void CocoaWorkspace::open(const Url &url) {
-  if (NSURL *address = toCocoa(url)) openSilently(address);
-}
+void CocoaWorkspace::open(const Url &url) { openSilently(toCocoa(url)); }
 
 void CocoaWorkspace::openFile(const std::string &path) { openSilently(fileUrl(path)); }
 

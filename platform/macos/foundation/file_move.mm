@@ -19,8 +19,9 @@ MoveResult moveByFileManager(NSURL *from, NSURL *to) {
   if ([NSFileManager.defaultManager moveItemAtURL:from toURL:to error:&error]) {
     return MoveResult::moved;
   }
-  return error.code == NSFileWriteFileExistsError ? MoveResult::destinationExists
-                                                  : MoveResult::failed;
+  const bool exists =
+      [error.domain isEqual:NSCocoaErrorDomain] && error.code == NSFileWriteFileExistsError;
+  return exists ? MoveResult::destinationExists : MoveResult::failed;
 }
 
 /// Moves a file within a volume. Returns nullopt when the paths are on two volumes.
