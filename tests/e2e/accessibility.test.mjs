@@ -74,7 +74,7 @@ test('the Tab key reaches a long message, and Page Down and Page Up scroll it',
     await waitFor('the message scrolled to its top', async () => (await messageTop()) === top);
     // From the only button to the message, and back.
     await screen.pressKeys('Tab');
-    await screen.accessibility.awaitWidget({ name: 'OK', focused: false });
+    await screen.accessibility.awaitWidget({ role: /button/, name: 'OK', focused: false });
     await screen.pressKeys('Tab');
     await awaitFocus(screen, 'OK');
     await screen.pressKeys('Return');

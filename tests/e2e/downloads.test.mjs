@@ -54,7 +54,8 @@ test('downloads of the same name that complete together are all kept and opened'
       Object.fromEntries(paths.map((path) =>
         [path, fileRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
     for (const path of paths) await screen.clickElement(layout, path);
-    for (const path of paths) await user.root.awaitRequest(path);
+    await waitFor('the first half of each file', () =>
+      user.root.events('chunkSent').length === paths.length);
     assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
     writeFileSync(gate, '');

@@ -127,9 +127,8 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
     restoreOldBundle();
 
     const bundles = { old: 0, new: 0 };
-    const names = new Set(uninterrupted.calls.map(({ name }) => name));
-    for (const name of names) {
-      let kills = 0;
+    const kills = Object.fromEntries(uninterrupted.calls.map(({ name }) => [name, 0]));
+    for (const name of Object.keys(kills)) {
       for (const number of callNumbersToKillAt(name, uninterrupted.calls)) {
         // The application would remove an earlier run's folder, and make more calls than before.
         rmSync(updateFolder(user), { recursive: true, force: true });
@@ -141,7 +140,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
           restoreOldBundle();
           break;
         }
-        kills += 1;
+        kills[name] += 1;
         assert.ok(bundle === oldBundle || bundle === newBundle,
           `the bundle mixes two versions after the kill at ${name} ${number}`);
         bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
@@ -152,11 +151,10 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
           restoreOldBundle();
         }
       }
-      t.diagnostic(`killed at ${kills} calls of ${name}`);
     }
-    t.diagnostic(`bundles after the kills: ${JSON.stringify(bundles)}`);
+    t.diagnostic(`kills ${JSON.stringify(kills)}, bundles afterwards ${JSON.stringify(bundles)}`);
     for (const name of ['openat', 'renameat2', 'unlinkat']) {
-      assert.ok(names.has(name), `the installation makes no call of ${name}`);
+      assert.ok(kills[name] > 0, `no kill at ${name}`);
     }
     assert.ok(bundles.old > 0 && bundles.new > 0);
 

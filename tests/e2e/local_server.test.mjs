@@ -31,7 +31,6 @@ test('the error page shows the exit code or signal of a server, which Control-R 
     user.start();
     await user.root.awaitServerExit();
     await awaitErrorPage(screen, endedServerMessage(1));
-    assert.deepEqual(user.root.events('request'), []);
     user.root.setBehaviour({});
     await screen.pressKeys('ctrl+r');
     await user.root.awaitPainted();

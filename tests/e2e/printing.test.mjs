@@ -71,7 +71,7 @@ test('a page is printed to a PDF file, and a cancelled print dialog fires no pri
     assert.deepEqual(user.root.reported('print'), ['before', 'after']);
   });
 
-test('a printer gets the pages, and does not delay quitting when it no longer responds',
+test('a printer gets the pages, and the application quits while it no longer responds',
   async (user, screen) => {
     const queue = 'Archive';
     const printServer = await PrintServer.open(queue);

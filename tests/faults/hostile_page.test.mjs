@@ -29,18 +29,24 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
       };
       const byFrame = (src) =>
         document.body.append(Object.assign(document.createElement('iframe'), { src }));
+      // WebKit itself creates no frame for some URLs, for example file:.
+      const changedFrames = () => [...document.querySelectorAll('iframe')]
+        .filter(({ contentWindow, contentDocument }) =>
+          contentWindow && contentDocument?.URL !== 'about:blank')
+        .map(({ src }) => src);
       const urls = [...${JSON.stringify(urls)}, URL.createObjectURL(new Blob(['gone']))];
       const steps = [byScript, byLink, byFrame]
         .flatMap((navigate) => urls.map((url) => () => navigate(url)));
       const next = () => {
         const step = steps.shift();
-        if (!step) return report('done');
+        // A frame would need some time to change.
+        if (!step) return setTimeout(() => report('done', changedFrames()), 1000);
         try { step(); } catch {}
         setTimeout(next, 50);
       };
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
-  await user.root.awaitReport('done');
+  assert.deepEqual(await user.root.awaitReport('done'), [], 'the frames stay empty');
   await desktop.clickBarrierLink(layout);
   await desktop.quitAndAssertOpened(barrierUrl);
 });
@@ -85,6 +91,7 @@ for (const [call, quit] of Object.entries(quitDuringCall)) {
       await screen.awaitPanel('panel 2');
       await quit(user, screen);
       await user.awaitCleanExit();
+      assert.equal(screen.maxWindowCount, 2);
       assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
     });
 }

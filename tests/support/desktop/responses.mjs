@@ -10,7 +10,8 @@
 //   trickle         path of a file; one byte a second is sent until its creation
 //   logBytes        number of bytes that go into the server's log first
 //   noReply         no response at all
-// A response whose body has no end or comes slowly emits "chunkSent" for each chunk.
+// A response emits "chunkSent" for each chunk of an endless or slow body, and for the first half
+// of a body with a gate.
 
 import { existsSync, writeSync } from 'node:fs';
 import { createServer } from 'node:http';
@@ -45,8 +46,8 @@ function sendTrickle(response, body, gate) {
     if (sent < body.length) {
       response.write(body.subarray(sent, sent + 1));
       sent += 1;
+      response.emit('chunkSent');
     }
-    response.emit('chunkSent');
   });
   endWhenGateExists(response, gate, () => body.subarray(sent));
 }
@@ -70,6 +71,7 @@ function sendRoute(response, route) {
     return;
   }
   const body = Buffer.from(route.page === undefined ? route.body ?? '' : pageWith(route.page));
+  const chunkSent = () => response.emit('chunkSent');
   const half = body.subarray(0, body.length / 2);
   response.writeHead(route.status ?? 200, {
     ...(route.page === undefined ? {} : htmlHeaders),
@@ -78,8 +80,9 @@ function sendRoute(response, route) {
     ...route.headers,
   });
   if (route.endless) {
-    repeatUntilClosed(response, 5, () =>
-      response.write(Buffer.alloc(endlessChunkSize), () => response.emit('chunkSent')));
+    repeatUntilClosed(response, 5, () => {
+      if (!response.writableNeedDrain) response.write(Buffer.alloc(endlessChunkSize), chunkSent);
+    });
   } else if (route.truncated) {
     response.write(half, () => response.destroy());
   } else if (route.truncatedChunk) {
@@ -88,7 +91,7 @@ function sendRoute(response, route) {
   } else if (route.trickle) {
     sendTrickle(response, body, route.trickle);
   } else if (route.gate) {
-    response.write(half);
+    response.write(half, chunkSent);
     endWhenGateExists(response, route.gate, () => body.subarray(half.length));
   } else {
     response.end(body);

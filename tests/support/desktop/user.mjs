@@ -244,8 +244,11 @@ export class User {
   /// Kills all processes, runs the cleanups and removes the folder.
   async remove() {
     await waitFor('the end of all processes', () => this.killAll() === 0);
-    for (const cleanUp of this.cleanups) await cleanUp();
-    this.removeFolder();
+    try {
+      for (const cleanUp of this.cleanups) await cleanUp();
+    } finally {
+      this.removeFolder();
+    }
   }
 
   /// Kills all processes and returns how many there were.
