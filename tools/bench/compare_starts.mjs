@@ -3,6 +3,8 @@
 //
 //   node compare_starts.mjs APPLICATION OTHER [ROUNDS]
 
+import { resolve } from 'node:path';
+
 import { Screen } from '../../tests/support/desktop/screen.mjs';
 import { median, medianRatio } from './report.mjs';
 import { measureReadyStart, screenSize } from './startup.mjs';
@@ -11,7 +13,7 @@ import { listViewers } from './viewers.mjs';
 const [application, other, rounds = '15'] = process.argv.slice(2);
 // The first viewer of the benchmark is the application.
 const builds = [application, other].map((path) =>
-  listViewers({ application: path, programs: '' })[0]);
+  listViewers({ application: resolve(path), programs: '' })[0]);
 /// The results of measureReadyStart, by build.
 const starts = [[], []];
 const screen = await Screen.open(screenSize);
