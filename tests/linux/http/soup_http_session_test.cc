@@ -12,6 +12,7 @@
 
 #include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
+#include "tests/support/posix_test_support.h"
 
 namespace orvel {
 namespace {
@@ -96,22 +97,28 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
 }
 
 TEST(SoupHttpSession, DestructionWaitsForBlockingCompletionAndItsRequest) {
-  const LoopbackServer server(respondWith(okResponse()));
-  HttpReplies replies;
   std::promise<void> blocking;
-  std::promise<void> released;
+  std::promise<void> cancelled;
+  const LoopbackServer server([&](LoopbackConnection &client, const std::string &head) {
+    if (head.starts_with("GET /silent ")) {
+      client.waitForClose();
+      cancelled.set_value();
+    }
+    client.send(okResponse());
+  });
+  HttpReplies replies;
   auto session = std::make_unique<SoupHttpSession>();
   session->dataTask(requestOf(server.url()), [&, own = session.get()](const DataReply &) {
     blocking.set_value();
-    released.get_future().wait();
+    // The destructor cancels the silent request.
+    cancelled.get_future().wait();
     own->dataTask(requestOf(server.url()), replies.completion("started by a completion"));
   });
   blocking.get_future().wait();
-  session->dataTask(requestOf(server.url()),
+  session->dataTask(requestOf(server.url("/silent")),
                     replies.completion("started while the completion blocks"));
-  std::thread destruction([&] { session.reset(); });
-  released.set_value();
-  destruction.join();
+  ASSERT_TRUE(posix_test::eventually([&] { return server.heads().size() == 2; }));
+  session.reset();
   // The destructor has waited for the completions.
   EXPECT_EQ(replies.wait(0).size(), 2U);
 }
