@@ -106,7 +106,6 @@ TEST(PlistFile, ListWithoutExactlyOneTopLevelDictionaryIsRejected) {
     EXPECT_EQ(parsePlistTexts(plistHead + std::string(top) + "</plist>"), std::nullopt) << top;
   }
   EXPECT_EQ(parsePlistTexts("<dict></dict>"), std::nullopt);
-  EXPECT_EQ(parsePlistTexts(dictionary("")), TextMap());
 }
 
 TEST(PlistFile, InvalidEntriesAreRejected) {

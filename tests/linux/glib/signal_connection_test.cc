@@ -55,7 +55,6 @@ TEST_F(SignalConnections, EmitterMayBeDestroyedFirst) {
   emitter_.reset();
   EXPECT_EQ(emitter, nullptr) << "the connection keeps the emitter alive";
   connection = SignalConnection();
-  EXPECT_EQ(calls_, 0);
 }
 
 TEST_F(SignalConnections, HandlerMayDestroyItsConnection) {
