@@ -101,6 +101,7 @@ AlertWidgets waitForAlert(const std::string &address) {
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, nullptr, nullptr));
+  if (!bus) throw std::runtime_error("no connection to the accessibility bus");
   const Accessible desktop(bus, "org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root");
   AlertWidgets widgets;
   // GTK registers the application asynchronously.
