@@ -5,12 +5,10 @@
 namespace orvel {
 
 void limitMallocRetention() {
-#if defined(__GLIBC__)
   // Setting a threshold switches off its dynamic adjustment (mallopt(3)).
   constexpr int thresholdBytes = 1024 * 1024;
   ::mallopt(M_MMAP_THRESHOLD, thresholdBytes);
   ::mallopt(M_TRIM_THRESHOLD, thresholdBytes);
-#endif
 }
 
 }  // namespace orvel
