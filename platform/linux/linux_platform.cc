@@ -69,7 +69,9 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
                                   .accelerated = graphics_.hasUsableGpu}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
-  commands_.prepareAbout = [this](GtkWindow *window) { menuBar_.addApplicationKeys(window); };
+  commands_.prepareAbout = [this](GtkWindow *window) {
+    menuBar_.addKeysOf(MenuAction::reloadPage, window);
+  };
   commands_.editPage = WebKitPageView::edit;
   // WebKit creates the cookie database readable by everyone. It holds the key with which the
   // application identifies itself to the OS server, so these folders must be private.

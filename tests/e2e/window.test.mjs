@@ -43,8 +43,8 @@ async function awaitPageHeight(user, what, isExpected) {
   await waitFor(what, () => isExpected(user.root.reported('size').at(-1)?.height));
 }
 
-async function isFullScreen(screen) {
-  const state = await screen.property(await screen.awaitWindow(), '_NET_WM_STATE');
+async function isFullScreen(screen, window) {
+  const state = await screen.property(window ?? await screen.awaitWindow(), '_NET_WM_STATE');
   return /FULLSCREEN/.test(state);
 }
 
@@ -95,12 +95,17 @@ test('F10 opens the menu, whose first item opens the About dialog',
     };
     await openAbout();
     await screen.accessibility.awaitWidget({ role: 'label', name: '7.6.5' });
+    // The dialog has the keys for reloading and quitting, and none that change a window.
+    const dialog = await screen.awaitSecondWindow();
+    await screen.pressKeys('F11', 'ctrl+r');
+    await user.root.awaitPainted(2);
+    assert.ok(!(await isFullScreen(screen, dialog)));
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
 
     // The page has the focus again.
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(2);
+    await user.root.awaitPainted(3);
 
     // The dialog does not block the Control-Q that ends each test.
     await openAbout();

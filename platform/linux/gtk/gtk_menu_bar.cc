@@ -116,11 +116,10 @@ void GtkMenuBar::addApplicationKeys(GtkWindow *window) {
           [](const MenuItem &item, std::string_view) { return !isEditingCommand(item.action); });
 }
 
-void GtkMenuBar::addQuitKeys(GtkWindow *window) {
+void GtkMenuBar::addKeysOf(MenuAction command, GtkWindow *window) {
   addActions(window);
-  addKeys(window, GTK_PHASE_CAPTURE, [](const MenuItem &item, std::string_view) {
-    return item.action == MenuAction::terminate;
-  });
+  addKeys(window, GTK_PHASE_CAPTURE,
+          [command](const MenuItem &item, std::string_view) { return item.action == command; });
 }
 
 void GtkMenuBar::addActions(GtkWindow *window) {

@@ -34,8 +34,8 @@ class GtkMenuBar final : public MenuBar {
   /// Adds the shortcuts of all other commands to a window. They run in the capture phase, so
   /// they work while the page is unresponsive.
   void addApplicationKeys(GtkWindow *window);
-  /// Adds the shortcuts for quitting to a window. They run in the capture phase.
-  void addQuitKeys(GtkWindow *window);
+  /// Adds the shortcuts of one command to a window. They run in the capture phase.
+  void addKeysOf(MenuAction command, GtkWindow *window);
 
  private:
   void addActions(GtkWindow *window);

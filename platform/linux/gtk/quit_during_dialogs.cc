@@ -52,7 +52,7 @@ QuitDuringDialogs::~QuitDuringDialogs() { g_signal_remove_emission_hook(eventSig
 void QuitDuringDialogs::windowsAdded(guint position, guint count) {
   for (guint index = position; index < position + count; ++index) {
     const auto window = adopt(static_cast<GtkWindow *>(g_list_model_get_item(windows_, index)));
-    menuBar_.addQuitKeys(window.get());
+    menuBar_.addKeysOf(MenuAction::terminate, window.get());
   }
 }
 
