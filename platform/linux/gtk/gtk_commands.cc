@@ -1,31 +1,36 @@
 #include "platform/linux/gtk/gtk_commands.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/gtk/full_screen_bar.h"
 
 namespace orvel {
 
+/// A command that applies to the focused widget.
+struct EditingCommand {
+  MenuAction action;
+  /// The action of GtkText and GtkTextView.
+  const char *textAction;
+  /// The name of the command in WebKit (WebKitEditingCommands.h).
+  const char *pageCommand;
+};
+
 namespace {
 
-/// Returns the action of GtkText and GtkTextView for an editing command, or null for any other
-/// command.
-const char *textAction(MenuAction action) {
-  switch (action) {
-    case MenuAction::undo:
-      return "text.undo";
-    case MenuAction::redo:
-      return "text.redo";
-    case MenuAction::cut:
-      return "clipboard.cut";
-    case MenuAction::copy:
-      return "clipboard.copy";
-    case MenuAction::paste:
-      return "clipboard.paste";
-    case MenuAction::selectAll:
-      return "selection.select-all";
-    default:
-      return nullptr;
-  }
+constexpr EditingCommand editingCommands[] = {
+    {MenuAction::undo, "text.undo", "Undo"},
+    {MenuAction::redo, "text.redo", "Redo"},
+    {MenuAction::cut, "clipboard.cut", "Cut"},
+    {MenuAction::copy, "clipboard.copy", "Copy"},
+    {MenuAction::paste, "clipboard.paste", "Paste"},
+    {MenuAction::selectAll, "selection.select-all", "SelectAll"},
+};
+
+const EditingCommand *findEditingCommand(MenuAction action) {
+  const auto *found = std::ranges::find(editingCommands, action, &EditingCommand::action);
+  return found != std::end(editingCommands) ? found : nullptr;
 }
 
 void toggleFullScreen(GtkWindow *window) {
@@ -38,13 +43,12 @@ void toggleFullScreen(GtkWindow *window) {
 
 }  // namespace
 
-bool isEditingCommand(MenuAction action) { return textAction(action) != nullptr; }
+bool isEditingCommand(MenuAction action) { return findEditingCommand(action) != nullptr; }
 
 void GtkCommands::perform(MenuAction action, GtkWindow *window) {
+  if (const EditingCommand *command = findEditingCommand(action)) return edit(*command, window);
   ApplicationDelegate *delegate = application_.delegate();
   switch (action) {
-    case MenuAction::none:
-      return;
     case MenuAction::orderFrontStandardAboutPanel:
       return showAbout(window);
     case MenuAction::zoekUpdateMenu:
@@ -60,23 +64,18 @@ void GtkCommands::perform(MenuAction action, GtkWindow *window) {
       return gtk_window_minimize(window);
     case MenuAction::toggleFullScreen:
       return toggleFullScreen(window);
-    case MenuAction::undo:
-    case MenuAction::redo:
-    case MenuAction::cut:
-    case MenuAction::copy:
-    case MenuAction::paste:
-    case MenuAction::selectAll:
-      return edit(action, window);
+    default:
+      return;
   }
 }
 
-void GtkCommands::edit(MenuAction action, GtkWindow *window) {
+void GtkCommands::edit(const EditingCommand &command, GtkWindow *window) {
   GtkWidget *focus = gtk_window_get_focus(window);
   if (focus != nullptr && (GTK_IS_TEXT(focus) || GTK_IS_TEXT_VIEW(focus))) {
-    gtk_widget_activate_action(focus, textAction(action), nullptr);
+    gtk_widget_activate_action(focus, command.textAction, nullptr);
   } else if (editPage) {
     // The focus may still be on an item of the menu bar. Even then the command is for the page.
-    editPage(action, focus, contentOf(window));
+    editPage(command.pageCommand, focus, contentOf(window));
   }
 }
 

@@ -22,6 +22,8 @@ struct AboutInformation {
 /// focused widget. Any thread.
 bool isEditingCommand(MenuAction action);
 
+struct EditingCommand;
+
 /// The commands of the menu bar. Main thread only.
 class GtkCommands {
  public:
@@ -33,12 +35,12 @@ class GtkCommands {
 
   /// Called with each About dialog before it is shown.
   std::function<void(GtkWindow *)> prepareAbout;
-  /// Carries out an editing command when no GTK text field has the focus. Gets the focused
-  /// widget and the content of the window; either may be null.
-  std::function<void(MenuAction, GtkWidget *focus, GtkWidget *content)> editPage;
+  /// Carries out an editing command when no GTK text field has the focus. Gets WebKit's name of
+  /// the command, the focused widget and the content of the window; either widget may be null.
+  std::function<void(const char *command, GtkWidget *focus, GtkWidget *content)> editPage;
 
  private:
-  void edit(MenuAction action, GtkWindow *window);
+  void edit(const EditingCommand &command, GtkWindow *window);
   void showAbout(GtkWindow *parent);
 
   GtkApplicationHost &application_;

@@ -55,26 +55,6 @@ void disableCaretToggle(WebKitWebView *view) {
   }
 }
 
-/// Returns WebKit's editing command for a menu action, or null for any other action.
-const char *editingCommand(MenuAction action) {
-  switch (action) {
-    case MenuAction::undo:
-      return WEBKIT_EDITING_COMMAND_UNDO;
-    case MenuAction::redo:
-      return WEBKIT_EDITING_COMMAND_REDO;
-    case MenuAction::cut:
-      return WEBKIT_EDITING_COMMAND_CUT;
-    case MenuAction::copy:
-      return WEBKIT_EDITING_COMMAND_COPY;
-    case MenuAction::paste:
-      return WEBKIT_EDITING_COMMAND_PASTE;
-    case MenuAction::selectAll:
-      return WEBKIT_EDITING_COMMAND_SELECT_ALL;
-    default:
-      return nullptr;
-  }
-}
-
 }  // namespace
 
 WebKitPageView::WebKitPageView(const WebViewConfiguration &configuration,
@@ -187,10 +167,9 @@ void WebKitPageView::endUnresponsiveProcess() {
   }
 }
 
-void WebKitPageView::edit(MenuAction action, GtkWidget *focus, GtkWidget *page) {
+void WebKitPageView::edit(const char *command, GtkWidget *focus, GtkWidget *page) {
   GtkWidget *target = focus != nullptr && WEBKIT_IS_WEB_VIEW(focus) ? focus : page;
-  const char *command = editingCommand(action);
-  if (command == nullptr || target == nullptr || !WEBKIT_IS_WEB_VIEW(target)) return;
+  if (target == nullptr || !WEBKIT_IS_WEB_VIEW(target)) return;
   webkit_web_view_execute_editing_command(WEBKIT_WEB_VIEW(target), command);
 }
 

@@ -12,7 +12,6 @@
 #include "platform/linux/webkit/webkit_cookie_store.h"
 #include "platform/linux/webkit/webkit_navigation.h"
 #include "platform/linux/webkit/webkit_printing.h"
-#include "platform/menu_bar.h"
 #include "platform/web_view.h"
 #include "platform/window.h"
 
@@ -49,9 +48,9 @@ class WebKitPageView final : public WebView {
   /// the configuration makes the view draw its own background.
   void setColorBehind(const Color &color);
 
-  /// Carries out an editing command of the menu bar in the focused web view, such as the
+  /// Carries out an editing command, by WebKit's name, in the focused web view, such as the
   /// inspector, else in the page. Both widgets may be null.
-  static void edit(MenuAction action, GtkWidget *focus, GtkWidget *page);
+  static void edit(const char *command, GtkWidget *focus, GtkWidget *page);
 
  private:
   void processTerminated(WebKitWebProcessTerminationReason reason);
