@@ -57,20 +57,20 @@ describe('mutate', () => {
   it('fails and names a survivor that is not listed', () => {
     const { status, report, mutants } = mutate('code/adult.cc');
     assert.deepEqual(bodies(mutants, 'survived'), [
-      'return age > 18;',
+      'return age > 0x12;',
       'return age >= 17;',
       'return age >= 19;',
     ]);
     assert.deepEqual(bodies(mutants, 'killed'), [
-      'return !(age >= 18);',
+      'return !(age >= 0x12);',
       'return "" + name;',
       'return "Hello ~" + name;',
-      'return age < 18;',
+      'return age < 0x12;',
       'return {};',
       'return {};',
     ]);
     assert.deepEqual(bodies(mutants, 'not compiled'), ['return "Hello " - name;']);
-    assert.match(report, /^code\/adult\.cc:3 operator in isAdult$/m);
+    assert.match(report, /^code\/adult\.cc:4 operator in isAdult$/m);
     assert.equal(status, 1);
   });
 
@@ -78,9 +78,11 @@ describe('mutate', () => {
     assert.match(mutate('--sample', '1').report, /No mutant matches this entry.*greater\n {4}- return former;/);
   });
 
-  it('runs the same sample for the same seed', () => {
+  it('runs the same sample for the same seed, and another one for another seed', () => {
     const seed = (number) => mutate('--sample', '3', '--seed', number).mutants;
-    assert.deepEqual(seed('5'), seed('5'));
-    assert.equal(seed('5').length, 3);
+    const sample = seed('5');
+    assert.equal(sample.length, 3);
+    assert.deepEqual(seed('5'), sample);
+    assert.notDeepEqual(seed('6'), sample);
   });
 });

@@ -18,7 +18,7 @@ REPLACEMENTS = {
     b'++': [b'--'], b'--': [b'++'],
 }
 OPERATOR = re.compile(rb'\s*(<<|>>|&&|\|\||[=!<>+-]=|[-<>+*/%&|])')
-NUMBER = re.compile(rb"[0-9][0-9']*(\.[0-9]+)?")
+NUMBER = re.compile(rb"0[xXbB][0-9a-fA-F']+|[0-9][0-9']*(\.[0-9]+)?")
 ASSIGNMENT = re.compile(rb'[\w.>-]+ =\s')
 # Such as "Menu edit;", whose default constructor has no effect.
 DEFAULT_CONSTRUCTED = re.compile(rb'[\w:<>]+ \w+;?')
@@ -131,10 +131,11 @@ class Finder:
         text, start, end = self.text(cursor), cursor.extent.start.offset, cursor.extent.end.offset
         if text[:1].isdigit() and cursor.kind.is_expression():
             number = NUMBER.match(text)
-            for step in (1, -1):
-                value = number.group().replace(b"'", b'')
-                changed = str(float(value) + step if number.group(1) else int(value, 0) + step)
-                self.add('number', function, start, start + number.end(), changed.encode())
+            digits = number.group().replace(b"'", b'')
+            is_octal = digits.isdigit() and digits.startswith(b'0')
+            value = float(digits) if number.group(1) else int(digits, 8 if is_octal else 0)
+            for changed in (value + 1, value - 1):
+                self.add('number', function, start, start + number.end(), str(changed).encode())
         elif cursor.kind == CursorKind.STRING_LITERAL and text.startswith(b'"'):
             self.add('string', function, start, end, b'""')
             self.add('string', function, start, end, text[:-1] + b'~"')
