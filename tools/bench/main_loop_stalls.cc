@@ -64,9 +64,9 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
 /// Replaces the function of the C library: calls it and adds the main thread's time to `waited`.
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
-  // dlsym() may return the older version of this function in glibc, which has another ABI.
+  // Before glibc 2.36, RTLD_NEXT could find an older version of this function with another ABI.
   static const auto original = reinterpret_cast<int (*)(pthread_cond_t *, pthread_mutex_t *)>(
-      dlvsym(RTLD_NEXT, "pthread_cond_wait", "GLIBC_2.3.2"));
+      dlsym(RTLD_NEXT, "pthread_cond_wait"));
   const bool isMainThread = ::getpid() == ::gettid();
   const double since = now(CLOCK_MONOTONIC);
   const int result = original(condition, mutex);

@@ -2,7 +2,7 @@
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
-import { openSync } from 'node:fs';
+import { closeSync, openSync } from 'node:fs';
 import { createInterface } from 'node:readline';
 import { fileURLToPath } from 'node:url';
 
@@ -13,11 +13,13 @@ export class ProcessTree {
   /// are appended to the file `log`.
   static async start(command, { environment, folder, log }) {
     const tree = new ProcessTree();
+    const output = openSync(log, 'a');
     tree.child = spawn('python3', [script, ...command], {
       cwd: folder,
       env: environment,
-      stdio: ['pipe', 'pipe', openSync(log, 'a')],
+      stdio: ['pipe', 'pipe', output],
     });
+    closeSync(output);
     tree.lines = createInterface({ input: tree.child.stdout })[Symbol.asyncIterator]();
     const { time, pid } = await tree.nextLine();
     tree.startTime = time;
