@@ -42,7 +42,7 @@ export function assertFailed({ status, stdout, stderr }) {
 export function runScript(script, folder, args, environment = {}, umask = '022') {
   const line = ['-c', `umask ${umask}; exec "$0" "$@"`, join(sources, 'scripts', script), ...args];
   return spawnSync('bash', line, {
-    cwd: folder, encoding: 'utf8', env: { ...process.env, ...environment },
+    cwd: folder, encoding: 'utf8', env: { ...withoutBuildSettings(process.env), ...environment },
   });
 }
 
@@ -114,7 +114,7 @@ ${body}
 /// the user has set.
 function withoutBuildSettings(environment) {
   return Object.fromEntries(
-    Object.entries(environment).filter(([name]) => !/^(ORVELOS?_|SOURCE_DATE_EPOCH)/.test(name)));
+    Object.entries(environment).filter(([name]) => !/^(ORVEL|SOURCE_DATE_EPOCH)/.test(name)));
 }
 
 /// Returns a fixture with fake versions of the tools that build-app.sh and release.sh use on
