@@ -33,9 +33,7 @@ const requestTo = (path) => ({ event, url }) => event === 'request' && url === p
 /// Runs the application until `isDone`, called every `interval` ms, returns true. Returns the time
 /// since the event in the record of the server for which `isFirst` returns true, and the peak
 /// memory of the main process in MiB.
-async function runApplication(
-  { home, address }, executable, isFirst, isDone, { interval = 5 } = {},
-) {
+async function runApplication({ home, address }, executable, isFirst, isDone, interval = 5) {
   home.setServerAddress(address);
   const tree = await ProcessTree.start([executable], home);
   try {
@@ -74,7 +72,7 @@ const isFirstSmallFile = ({ event }) => event === 'first small file';
 const smallByApplication = (bench) => withPage(bench, 'small', async (context) => {
   const folder = context.home.downloads;
   const result = await runApplication(context, bench.application, isFirstSmallFile,
-    () => readdirSync(folder).length === SMALL_FILES, { interval: 20 });
+    () => readdirSync(folder).length === SMALL_FILES, 20);
   for (const name of readdirSync(folder)) {
     if (!hasSize(join(folder, name), SMALL_FILE_SIZE)) throw new Error(`${name} is incomplete`);
   }
@@ -139,7 +137,7 @@ function updateByApplication(bench, release, { hasKey = false, megabits = 'Infin
     const result = await runApplication(context, executable, isArchive, () => {
       if (Number.isNaN(unpackingBegan) && existsSync(unpacked)) unpackingBegan = wallClock();
       return plistValue(bundle, 'CFBundleShortVersionString') === releaseVersion;
-    }, { interval: 1 });
+    }, 1);
     const sent = findInRecord(home, isArchiveSent).time;
     return {
       ...result,
