@@ -35,8 +35,7 @@ test('an export is requested with its query, the key and the cookies of its host
       '/image': { headers: { 'set-cookie': 'httpOnly=three; HttpOnly' } },
     });
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
-    const requests = user.root.events('request').filter((request) =>
-      request.url.startsWith('/api/export'));
+    const requests = user.root.requests.filter((each) => each.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
     assert.equal(requests[0].headers['x-orvel-app'], APP_KEY);
     // All cookies of the host are sent, regardless of their path. The page of startWithPage() sets
@@ -137,8 +136,8 @@ test('a script without a click of the user neither saves nor opens a file', asyn
   await user.root.awaitResponseClosed('/attachment');
   await desktop.clickBarrierLink(layout);
   assert.equal(await desktop.clickAndAwaitFile(layout, 'clicked', 'clicked.csv'), 'one;two\n');
-  const downloads = user.root.events('request').filter(({ url, headers }) =>
-    url !== '/api/wie' && headers['x-orvel-app']);
+  const downloads = user.root.requests
+    .filter(({ url, headers }) => url !== '/api/wie' && headers['x-orvel-app']);
   assert.deepEqual(downloads.map(({ url }) => url), ['/clicked']);
   assert.deepEqual(desktop.downloadedFiles(), ['clicked.csv']);
   for (const [id, name] of [['attribute', 'scripted.csv'], ['response', 'attachment.csv']]) {

@@ -37,7 +37,7 @@ test('web, mail and telephone links open unchanged in their default application'
     await desktop.quitAndAssertOpened(barrierUrl, ...Object.values(opened));
   });
 
-test('a default application opens while that of an earlier link does not respond', async (user, screen) => {
+test('while a default application does not respond, another one opens', async (user, screen) => {
   const desktop = new Desktop(user);
   desktop.setDBusActivatedDefault('tel', 'nl.orvel.unresponsive');
   await withSessionBus(async (environment, bus) => {

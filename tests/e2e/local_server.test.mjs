@@ -2,7 +2,7 @@
 // user.
 
 import assert from 'node:assert/strict';
-import { spawn, spawnSync } from 'node:child_process';
+import { spawnSync } from 'node:child_process';
 import { existsSync, mkdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
@@ -10,7 +10,8 @@ import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import {
   awaitErrorPage, endedServerMessage, missingServerMessage,
 } from '../support/desktop/error_page.mjs';
-import { PORT, describeListeners, isRunning, kill } from '../support/desktop/processes.mjs';
+import { withPortHolder } from '../support/desktop/port_holder.mjs';
+import { PORT, describeListeners, isRunning } from '../support/desktop/processes.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
@@ -84,25 +85,9 @@ test("node is found on the search path of the user's login shell",
     await waitFor('the log', () => existsSync(user.root.log));
   });
 
-/// Runs node with these arguments, which make it listen on the application's port, during the
-/// body.
-async function withPortInUse(args, body) {
-  const portHolder = spawn(process.execPath, args, {
-    env: { PATH: process.env.PATH, PORT: String(PORT) },
-    stdio: 'ignore',
-  });
-  try {
-    await waitFor('a listening process', () => describeListeners());
-    await body(portHolder);
-  } finally {
-    kill(portHolder.pid);
-    await waitFor('the end of the process', () => !isRunning(portHolder.pid));
-  }
-}
-
 test('a stale server of the same data root is terminated before the new one starts',
   { behaviour: { stopDelay: 800 } }, async (user) => {
-    await withPortInUse([user.root.script], async (stale) => {
+    await withPortHolder([user.root.script], async (stale) => {
       user.root.setBehaviour({});
       await user.startAndShowPage();
       assert.ok(!isRunning(stale.pid));
@@ -110,7 +95,7 @@ test('a stale server of the same data root is terminated before the new one star
       assert.equal(staleStart.pid, stale.pid);
       assert.notEqual(newStart.pid, stale.pid);
       assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
-      const responders = new Set(user.root.events('request').map(({ pid }) => pid));
+      const responders = new Set(user.root.requests.map(({ pid }) => pid));
       assert.deepEqual([...responders], [newStart.pid]);
     });
   });
@@ -119,7 +104,7 @@ test('another program keeps the port, and the error page shows the exit of the n
   async (user, screen) => {
     const program = "require('http').createServer((request, response) => " +
       `response.writeHead(404).end()).listen(${PORT}, '127.0.0.1')`;
-    await withPortInUse(['-e', program], async (portHolder) => {
+    await withPortHolder(['-e', program], async (portHolder) => {
       user.start();
       await user.root.awaitServerExit();
       await awaitErrorPage(screen, endedServerMessage(1));

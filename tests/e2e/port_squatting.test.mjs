@@ -2,15 +2,14 @@
 // request, so neither the key nor a cookie, and the application does not show its page.
 
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { networkInterfaces } from 'node:os';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import {
   awaitErrorPage, endedServerMessage, unresponsiveServerMessage,
 } from '../support/desktop/error_page.mjs';
-import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
+import { withPortHolder } from '../support/desktop/port_holder.mjs';
+import { PORT } from '../support/desktop/processes.mjs';
 
 const { test } = desktopTests();
 
@@ -27,25 +26,15 @@ const squatterProgram = `
   require('node:http').createServer(({ url, headers }, response) => {
     console.log(JSON.stringify({ url, headers }));
     response.writeHead(200, { 'content-type': 'text/html' }).end('<p>page of another user</p>');
-  }).listen(${PORT}, process.argv[1], () => console.log('listening'));`;
+  }).listen(${PORT}, process.argv[1]);`;
 
 /// Runs a squatter that listens at the address `host` during the body, and fails if the squatter
 /// gets a request.
-async function withSquatter(host, body) {
-  const squatter = spawn(process.execPath, ['-e', squatterProgram, host], {
-    stdio: ['ignore', 'pipe', 'inherit'],
-  });
-  let output = '';
-  squatter.stdout.on('data', (text) => (output += text));
-  try {
-    await waitFor('a listening squatter', () => output);
+const withSquatter = (host, body) =>
+  withPortHolder(['-e', squatterProgram, host], async (squatter, output) => {
     await body();
-    assert.equal(output, 'listening\n', 'the squatter gets no request');
-  } finally {
-    kill(squatter.pid);
-    await waitFor('the end of the squatter', () => !isRunning(squatter.pid));
-  }
-}
+    assert.equal(output(), '', 'the squatter gets no request');
+  });
 
 const localhost = `http://localhost:${PORT}/`;
 const attacks = [
@@ -60,7 +49,7 @@ for (const { name, host, plist, message, skip = false } of attacks) {
         user.start();
         await awaitErrorPage(screen, message);
       });
-      assert.deepEqual(user.root.events('request'), []);
+      assert.deepEqual(user.root.requests, []);
     });
 }
 

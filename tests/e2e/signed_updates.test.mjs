@@ -9,8 +9,8 @@ import {
 } from '../support/desktop/release.mjs';
 import {
   beginUpdateCheck, checkAndCloseNotice, checkFailedNotice, checkUntilReleaseHandled,
-  installAndRestart, manifestPath, offerNoLaterRelease, offerRelease, quitRestartedApplication,
-  upToDateNotice, useUpdateServer,
+  installAndRestart, manifestPath, offerRelease, quitRestartedApplication, startWithUpdateServer,
+  upToDateNotice,
 } from '../support/desktop/updates.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -21,16 +21,8 @@ const newKey = makeUpdateKey();
 /// without a signature, but verifies the signature only before it installs a release.
 const anySignature = { handtekening: 'never verified' };
 
-/// Starts version 1.0 with a public key, and waits for its silent check. The server offers no later
-/// release to this check.
-async function startWithKey(user) {
-  const server = await useUpdateServer(user);
-  user.setPlistValues({ ORVELOSUpdateKey: installedKey.publicKey });
-  offerNoLaterRelease(server, anySignature);
-  await user.startAndShowPage({ server });
-  await server.awaitRequest(manifestPath);
-  return server;
-}
+/// The options of the tests: a build with a public key.
+const withKey = { plist: { ORVELOSUpdateKey: installedKey.publicKey } };
 
 /// Returns an archive and the members of the manifest that sign it. The defaults give the valid
 /// signature of version 1.1.
@@ -78,8 +70,8 @@ const refusedReleases = {
 
 test('releases without a valid signature or of an earlier version change nothing, and a valid ' +
   'one is installed',
-  async (user, screen, t) => {
-    const server = await startWithKey(user);
+  withKey, async (user, screen, t) => {
+    const server = await startWithUpdateServer(user, anySignature);
     const folder = dirname(user.bundle);
     const before = fingerprint(folder);
     const archive = makeRelease(user);
@@ -103,8 +95,8 @@ test('releases without a valid signature or of an earlier version change nothing
   });
 
 test('a signed release can change the key, after which a signature by the old key is rejected',
-  async (user, screen) => {
-    const server = await startWithKey(user);
+  withKey, async (user, screen) => {
+    const server = await startWithUpdateServer(user, anySignature);
     const plist = { ORVELOSUpdateKey: newKey.publicKey };
     const archive = makeRelease(user, { plist });
     const nextArchive = makeRelease(user, { version: '1.2', plist });

@@ -46,7 +46,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.equal(env.HOME, user.home);
     assert.equal(env.USER_VARIABLE, 'kept');
 
-    const requests = user.root.events('request');
+    const requests = user.root.requests;
     const probes = requests.filter(({ url }) => url === '/api/wie');
     assert.equal(probes.length, 1, 'the first response ends the probing');
     assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');

@@ -1,7 +1,6 @@
 // Unusable folders, damaged files, full disks and a clock that jumps.
 
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import {
   existsSync, mkdirSync, readFileSync, readdirSync, renameSync, statSync, writeFileSync,
 } from 'node:fs';
@@ -13,7 +12,8 @@ import { awaitErrorPage, missingServerMessage } from '../support/desktop/error_p
 import {
   fullDiskWrapper, mountWrapper, readOnlyWrapper, skipWithoutMounts,
 } from '../support/desktop/mount_namespace.mjs';
-import { PORT, isRunning, kill } from '../support/desktop/processes.mjs';
+import { withPortHolder } from '../support/desktop/port_holder.mjs';
+import { isRunning } from '../support/desktop/processes.mjs';
 import { fingerprint, makeRelease } from '../support/desktop/release.mjs';
 import {
   archivePath, beginUpdateCheck, checkAndCloseNotice, offerNoLaterRelease, offerRelease,
@@ -58,19 +58,12 @@ test('without a locale a data root with blanks, quotes and non-ASCII characters 
   async (user) => {
     user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
     // The application recognises a stale server by this path, and terminates it.
-    const stale = spawn(process.execPath, [user.root.script], {
-      env: { PATH: process.env.PATH, PORT: String(PORT) },
-      stdio: 'ignore',
-    });
-    try {
-      await waitFor('the stale server', () => user.root.events('listening').length === 1);
+    await withPortHolder([user.root.script], async (stale) => {
       await startAndReload(user, { environment: {
         ORVEL_OS_ROOT: user.root.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
       } });
       assert.ok(!isRunning(stale.pid));
-    } finally {
-      kill(stale.pid);
-    }
+    });
     assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
   });
 

@@ -153,8 +153,8 @@ for (const click of [true, false]) {
       await waitFor('the end of the script', () => user.root.reported('done').length > 0,
         { timeout: floodTimeout });
     }
-    await waitFor('a request for /api/export', () => user.root.events('request')
-      .some(({ url }) => url.startsWith('/api/export')));
+    await waitFor('a request for /api/export', () =>
+      user.root.requests.some(({ url }) => url.startsWith('/api/export')));
     await user.quit();
     assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
     assert.deepEqual(readdirSync(user.home), []);

@@ -5,7 +5,6 @@ import { existsSync } from 'node:fs';
 import { inspect, promisify } from 'node:util';
 
 import { openBus } from './bus.mjs';
-import { kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -35,11 +34,6 @@ export class Accessibility {
 
   close() {
     return this.bus.close();
-  }
-
-  /// Kills the bus without waiting for its end.
-  kill() {
-    kill(this.bus.process.pid);
   }
 
   /// Returns the widgets of all windows, parents first: `role`, `name`, `description`,

@@ -62,8 +62,8 @@ export class DataRoot extends PageReports {
     return this.record().filter(({ event }) => event === name);
   }
 
-  requestsTo(url, method = 'GET') {
-    return this.events('request').filter((line) => line.url === url && line.method === method);
+  get requests() {
+    return this.events('request');
   }
 
   /// Waits for the `count`th start of the server and returns its event.

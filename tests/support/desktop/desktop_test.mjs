@@ -28,7 +28,6 @@ export function desktopTests(screenOptions) {
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
       user?.killAll();
-      screen?.accessibility?.kill();
       screen?.terminate();
       user?.removeFolder();
       screen?.removeFolder();

@@ -4,20 +4,13 @@ import { spawnSync } from 'node:child_process';
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';
 
-let sandboxVariables;
-
-/// Returns the variables that WebKit needs on this machine. WebKit runs its web process in a
-/// bubblewrap sandbox; on machines that forbid one, mostly containers, the tests disable it.
-function sandboxEnvironment() {
-  if (sandboxVariables === undefined) {
-    const { status, stderr, error } = spawnSync('bwrap', ['--ro-bind', '/', '/', 'true']);
-    sandboxVariables = status === 0 ? {} : { WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS: '1' };
-    if (status !== 0) {
-      const reason = error?.message ?? String(stderr).trim();
-      console.log(`no sandbox for the web process, because bubblewrap failed: ${reason}`);
-    }
-  }
-  return sandboxVariables;
+// WebKit runs its web process in a bubblewrap sandbox. On machines that forbid one, mostly
+// containers, the tests disable it.
+const { status, stderr, error } = spawnSync('bwrap', ['--ro-bind', '/', '/', 'true']);
+const sandboxVariables = status === 0 ? {} : { WEBKIT_DISABLE_SANDBOX_THIS_IS_DANGEROUS: '1' };
+if (status !== 0) {
+  const reason = error?.message ?? String(stderr).trim();
+  console.log(`no sandbox for the web process, because bubblewrap failed: ${reason}`);
 }
 
 /// Creates the folders of a new user and returns the environment that names them.
@@ -40,6 +33,6 @@ export function createUserEnvironment(folder, display) {
     TMPDIR: create('temporary'),
     // An address without a bus. Without the variable GLib would start a bus.
     DBUS_SESSION_BUS_ADDRESS: 'disabled:',
-    ...sandboxEnvironment(),
+    ...sandboxVariables,
   };
 }

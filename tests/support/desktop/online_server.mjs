@@ -20,10 +20,6 @@ export class OnlineServer extends PageReports {
     return online;
   }
 
-  requestsTo(url, method = 'GET') {
-    return this.requests.filter((request) => request.url === url && request.method === method);
-  }
-
   close() {
     this.server.close();
     this.server.closeAllConnections();

@@ -4,9 +4,12 @@ import assert from 'node:assert/strict';
 
 import { waitFor } from './wait.mjs';
 
-/// The reports of the pages of a server. The subclass has requestsTo(url, method), which
-/// returns the requests for a URL, in order.
+/// The reports of the pages of a server. The subclass has `requests`, all requests in order.
 export class PageReports {
+  requestsTo(url, method = 'GET') {
+    return this.requests.filter((request) => request.url === url && request.method === method);
+  }
+
   /// Returns the data of all reports of a name.
   reported(name) {
     return this.requestsTo(`/api/${name}`, 'POST').map(({ body }) => JSON.parse(body));

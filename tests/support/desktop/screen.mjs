@@ -11,7 +11,7 @@ import { promisify } from 'node:util';
 import { Framebuffer } from '../image.mjs';
 import { Accessibility } from './accessibility.mjs';
 import { pageColour } from './page.mjs';
-import { isRunning, kill } from './processes.mjs';
+import { isRunning } from './processes.mjs';
 import { programTimeout, repeatUntil, waitFor } from './wait.mjs';
 
 const run = promisify(execFile);
@@ -79,8 +79,9 @@ export class Screen {
 
   /// Terminates Xvfb and the tools of the screen without waiting for their end, and returns them.
   terminate() {
-    const children = [this.windowCountWatcher, this.windowManager, this.server].filter(Boolean);
-    for (const child of children) kill(child.pid, 'SIGTERM');
+    const children = [this.accessibility?.bus.process, this.windowCountWatcher, this.windowManager,
+      this.server].filter(Boolean);
+    for (const child of children) child.kill();
     return children;
   }
 

@@ -23,9 +23,11 @@ export async function useUpdateServer(user) {
 }
 
 /// Starts the application with an update server, and waits for the silent check for updates, four
-/// seconds after the start. The server offers no later release to this check.
-export async function startWithUpdateServer(user) {
+/// seconds after the start. The server offers no later release to this check. `members` are
+/// additional members of the manifest.
+export async function startWithUpdateServer(user, members) {
   const server = await useUpdateServer(user);
+  offerNoLaterRelease(server, members);
   await user.startAndShowPage({ server });
   await server.awaitRequest(manifestPath);
   return server;

@@ -186,19 +186,16 @@ export class User {
     return time;
   }
 
-  /// Quits by Control-Q and waits for a clean exit.
-  async quit(run = this.run) {
+  /// Quits by `action`, by default Control-Q, and waits for a clean exit.
+  async quit(run = this.run, action = () => this.screen.pressKeys('ctrl+q')) {
     await this.assertHealthy(run);
-    await this.screen.pressKeys('ctrl+q');
+    await action();
     return this.awaitCleanExit(run);
   }
 
-  /// Quits by SIGTERM, because a panel or another instance may have the focus, and waits for a
-  /// clean exit.
+  /// Quits by SIGTERM, because a panel or another instance may have the focus.
   async terminate(run = this.run) {
-    await this.assertHealthy(run);
-    kill(run.pid, 'SIGTERM');
-    return this.awaitCleanExit(run);
+    return this.quit(run, () => kill(run.pid, 'SIGTERM'));
   }
 
   /// Waits until the application has reaped its children that have ended, and fails if it has
