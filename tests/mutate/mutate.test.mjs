@@ -80,9 +80,9 @@ describe('mutate', () => {
 
   it('runs the same sample for the same seed, and another one for another seed', () => {
     const seed = (number) => mutate('--sample', '3', '--seed', number).mutants;
-    const sample = seed('5');
-    assert.equal(sample.length, 3);
-    assert.deepEqual(seed('5'), sample);
-    assert.notDeepEqual(seed('6'), sample);
+    const chosen = seed('5');
+    assert.equal(chosen.length, 3);
+    assert.deepEqual(seed('5'), chosen);
+    assert.notDeepEqual(seed('6'), chosen);
   });
 });
