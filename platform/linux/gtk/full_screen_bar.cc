@@ -14,24 +14,6 @@ gboolean activateFirstMenu(gpointer menuBar) {
   return G_SOURCE_REMOVE;
 }
 
-/// Opens the first menu after the revealer has revealed the menu bar. Called for each frame.
-gboolean openMenuAfterReveal(GtkWidget *menuBar, GdkFrameClock *, gpointer data) {
-  auto *revealer = static_cast<GtkRevealer *>(data);
-  if (!gtk_revealer_get_reveal_child(revealer)) return G_SOURCE_REMOVE;
-  // A menu that opens before the bar has slid into its place appears outside the screen. The
-  // animation ends before the last layout, so more than half of the bar must also be in the window.
-  graphene_rect_t bounds;
-  const bool isInPlace =
-      gtk_revealer_get_child_revealed(revealer) &&
-      gtk_widget_compute_bounds(menuBar, GTK_WIDGET(gtk_widget_get_root(menuBar)), &bounds) &&
-      bounds.origin.y > -bounds.size.height / 2;
-  if (!isInPlace) return G_SOURCE_CONTINUE;
-  // Deferred: a menu that opens inside a frame clock callback may never be painted.
-  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, activateFirstMenu, g_object_ref(menuBar),
-                  g_object_unref);
-  return G_SOURCE_REMOVE;
-}
-
 }  // namespace
 
 FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *menuBar,
@@ -68,6 +50,9 @@ FullScreenBar::FullScreenBar(GtkWindow *window, GtkWidget *header, GtkWidget *me
                            },
                            this, nullptr)));
   gtk_widget_add_controller(GTK_WIDGET(window_), keys);
+  connections_.emplace_back(
+      revealer_, "notify::child-revealed", this,
+      +[](FullScreenBar *bar) { bar->openMenuIfShown(); });
   connections_.emplace_back(
       window_, "notify::fullscreened", this, +[](FullScreenBar *bar) { bar->fullScreenChanged(); });
   connections_.emplace_back(
@@ -133,8 +118,16 @@ bool FullScreenBar::openMenu() {
   if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
   isMenuOpening_ = true;
   updateRevealed();
-  gtk_widget_add_tick_callback(menuBar_, openMenuAfterReveal, revealer_, nullptr);
+  openMenuIfShown();
   return true;
+}
+
+void FullScreenBar::openMenuIfShown() {
+  // A menu that opens before the bar has slid into its place appears outside the screen.
+  if (!isMenuOpening_ || !gtk_revealer_get_child_revealed(revealer_)) return;
+  // Deferred, because the last layout of the animation follows the notification.
+  g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, activateFirstMenu, g_object_ref(menuBar_),
+                  g_object_unref);
 }
 
 GtkWidget *contentOf(GtkWindow *window) {

@@ -30,6 +30,7 @@ class FullScreenBar {
   /// Reveals the bar and then opens its first menu. Returns false when GTK handles F10: outside
   /// full screen, and while the bar has the focus.
   bool openMenu();
+  void openMenuIfShown();
 
   GtkWindow *const window_;
   const GObjectPointer<GtkWidget> header_;
