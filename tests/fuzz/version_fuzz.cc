@@ -54,9 +54,9 @@ void requireOrder(std::string_view one, std::string_view other, std::string_view
   require(!later || !nieuwer(other, third) || nieuwer(one, third), "the order is transitive");
   if (!later && !earlier) {
     require(nieuwer(one, third) == nieuwer(other, third),
-            "equal versions compare alike to later ones");
+            "of two equal versions both are later than a third, or neither");
     require(nieuwer(third, one) == nieuwer(third, other),
-            "equal versions compare alike to earlier ones");
+            "of two equal versions both are earlier than a third, or neither");
   }
   if (isAscii(one) && isAscii(other)) {
     require(later == isLater(one, other), "the order is that of the numbers");
@@ -71,6 +71,7 @@ void testInput(std::string_view input) {
   requireOrder(one, other, third);
   requireOrder(other, third, one);
   requireOrder(third, one, other);
+  // Input seldom has three well-formed versions.
   requireOrder(one, other, "1.2");
 }
 

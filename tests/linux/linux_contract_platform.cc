@@ -219,7 +219,8 @@ class LinuxContractPlatform final : public ContractPlatform {
     const auto isReady = [&] {
       return result.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     };
-    // No limit for the whole wait, because the function refers to variables of the caller.
+    // Waits without a limit: the destructor of the future would wait for the function too, but
+    // without running the main loop, which the function may need.
     while (!runUntil(isReady, std::chrono::seconds(60))) {
     }
     result.get();

@@ -59,9 +59,10 @@ TEST(Version, VersionsAreComparedNumberByNumber) {
       {"0", "--2", false},
       {"+2", "1", true},
       {"0", "-2", true},
-      // A combining acute accent is one grapheme cluster with the character before it, an Arabic
-      // number sign with the one after it. A full stop in such a cluster separates no pieces, and
-      // a piece that contains such a cluster is not a number.
+      // A combining acute accent (U+0301) forms one grapheme cluster with the character before it,
+      // and an Arabic number sign (U+0600) forms one with the character after it. A full stop in
+      // such a cluster separates no pieces, and a piece that contains such a cluster is not a
+      // number.
       {"2.\u03010", "1", false},
       {"2\u0600.0", "1", false},
       {"1.2\u0301.5", "1.0.4", true},
