@@ -65,6 +65,7 @@ TEST(Version, VersionsAreComparedNumberByNumber) {
       // number.
       {"2.\u03010", "1", false},
       {"2\u0600.0", "1", false},
+      // This accent belongs to the 2, so the full stop after it separates.
       {"1.2\u0301.5", "1.0.4", true},
       // Invalid UTF-8 splits at every full stop.
       {"\xff.2", "0.1", true},

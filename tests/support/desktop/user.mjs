@@ -138,8 +138,9 @@ export class User {
     return this.root.reported('painted').at(-1);
   }
 
-  /// Reloads the page by Control-R and waits until it is painted. WebKit drops a reload that begins
-  /// before it has noticed the crash of its network process, so the key may be pressed again.
+  /// Reloads the page by Control-R and waits until it is painted. Presses the keys again
+  /// when nothing happens: after the network process has been killed, WebKit drops a reload that
+  /// begins before it notices that.
   async reload(server = this.root) {
     const before = server.paintCount();
     await repeatUntil('the reloaded page', () => this.screen.pressKeys('ctrl+r'),
