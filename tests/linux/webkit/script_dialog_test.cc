@@ -68,16 +68,12 @@ TEST_F(ScriptDialog, AnswerAfterWebProcessIsTerminatedIsIgnored) {
   EXPECT_TRUE(waitForTitle("done"));
 }
 
-TEST_F(ScriptDialog, LoadDuringAlertCompletesAfterAnswer) {
+TEST_F(ScriptDialog, PageOrHtmlLoadedDuringAlertIsShownAfterAnswer) {
   showPage("page");
   runAndWaitForPanel("alert('x');");
   load("/next");
   confirmPanels();
   EXPECT_TRUE(waitForText("content of /next"));
-}
-
-TEST_F(ScriptDialog, HtmlLoadedDuringAlertIsShownAfterAnswer) {
-  showPage("page");
   runAndWaitForPanel("alert('x');");
   view->loadHtml("<body>notice</body>");
   confirmPanels();
