@@ -40,12 +40,11 @@ NavigationDecision decideNavigation(const NavigationAction &action, std::string_
   return {allow, none};
 }
 
-NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL) {
-  if (!url) return NavigationConsequence::none;
-  return isOnServer(*url, baseURL) ? NavigationConsequence::download : NavigationConsequence::open;
+NavigationConsequence decideNewWindow(const Url &url, std::string_view baseURL) {
+  return isOnServer(url, baseURL) ? NavigationConsequence::download : NavigationConsequence::open;
 }
 
-NavigationConsequence decideDownload(const std::optional<Url> &url, bool hasUserGesture,
+NavigationConsequence decideDownload(const Url &url, bool hasUserGesture,
                                      std::string_view baseURL) {
   return hasUserGesture ? decideNewWindow(url, baseURL) : NavigationConsequence::none;
 }
@@ -61,11 +60,11 @@ NavigationPolicy AppDelegate::policyFor(const NavigationAction &action) const {
 }
 
 void AppDelegate::createWebView(const std::optional<Url> &url) {
-  if (url) perform(decideNewWindow(url, baseURL()), *url);
+  if (url) perform(decideNewWindow(*url, baseURL()), *url);
 }
 
 void AppDelegate::startDownload(const std::optional<Url> &url, bool hasUserGesture) {
-  if (url) perform(decideDownload(url, hasUserGesture, baseURL()), *url);
+  if (url) perform(decideDownload(*url, hasUserGesture, baseURL()), *url);
 }
 
 void AppDelegate::perform(NavigationConsequence consequence, const Url &url) {

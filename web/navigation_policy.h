@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string_view>
 
 #include "platform/web_view.h"
@@ -32,12 +31,11 @@ NavigationDecision decideNavigation(const NavigationAction &action, std::string_
 /// Decides on a URL that a page opens in a new window: the application has only one
 /// window, so a URL of the server is downloaded and any other URL is opened outside the
 /// application. Any thread.
-NavigationConsequence decideNewWindow(const std::optional<Url> &url, std::string_view baseURL);
+NavigationConsequence decideNewWindow(const Url &url, std::string_view baseURL);
 
 /// Decides on a download that the web engine would save. After a user gesture, decides as on a new
 /// window. Without a gesture, drops the download: a script could save and open any file. Any
 /// thread.
-NavigationConsequence decideDownload(const std::optional<Url> &url, bool hasUserGesture,
-                                     std::string_view baseURL);
+NavigationConsequence decideDownload(const Url &url, bool hasUserGesture, std::string_view baseURL);
 
 }  // namespace orvel

@@ -153,9 +153,8 @@ TEST_F(NavigationDecisions, NewWindowDownloadsFromServerAndOpensOtherUrls) {
       {"/index.html", open},
   };
   for (const auto &[url, consequence] : rows) {
-    EXPECT_EQ(decideNewWindow(Url::parse(url), local), consequence) << url;
+    EXPECT_EQ(decideNewWindow(*Url::parse(url), local), consequence) << url;
   }
-  EXPECT_EQ(decideNewWindow(std::nullopt, local), none);
 }
 
 TEST_F(NavigationDecisions, DownloadNeedsUserGesture) {
@@ -167,11 +166,10 @@ TEST_F(NavigationDecisions, DownloadNeedsUserGesture) {
       {"sms:+31612345678", open},
   };
   for (const auto &[url, consequence] : rows) {
-    EXPECT_EQ(decideDownload(Url::parse(url), /*hasUserGesture=*/true, local), consequence) << url;
-    EXPECT_EQ(decideDownload(Url::parse(url), /*hasUserGesture=*/false, local), none) << url;
+    EXPECT_EQ(decideDownload(*Url::parse(url), /*hasUserGesture=*/true, local), consequence) << url;
+    EXPECT_EQ(decideDownload(*Url::parse(url), /*hasUserGesture=*/false, local), none) << url;
     web().delegate.startDownload(Url::parse(url), /*hasUserGesture=*/false);
   }
-  EXPECT_EQ(decideDownload(std::nullopt, /*hasUserGesture=*/true, local), none);
   web().delegate.startDownload(std::nullopt, /*hasUserGesture=*/true);
   EXPECT_THAT(fake.record.take(), IsEmpty());
   web().delegate.startDownload(Url::parse("http://127.0.0.1:4767/index.html"),
