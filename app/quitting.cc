@@ -14,8 +14,7 @@ constexpr std::chrono::milliseconds exitWaitDuration{100};
 
 TerminateReply AppDelegate::applicationShouldTerminate() {
   quitting = true;
-  if (!server) return TerminateReply::now;
-  if (!server->isRunning()) return TerminateReply::now;
+  if (!isServerRunning()) return TerminateReply::now;
 
   server->terminate();
   platform_.backgroundQueue.post([process = server, platform = platform_] {

@@ -1,7 +1,6 @@
-#include <algorithm>
 #include <chrono>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "app/app_delegate.h"
 #include "server/shell_runner.h"
@@ -14,18 +13,6 @@ namespace {
 constexpr int maxPortChecks = 40;
 constexpr std::chrono::milliseconds portCheckInterval{100};
 
-/// Returns the lines that are not empty.
-std::vector<std::string> linesOf(const std::string &output) {
-  std::vector<std::string> lines;
-  std::string::size_type begin = 0;
-  while (begin <= output.size()) {
-    const auto end = std::min(output.find('\n', begin), output.size());
-    if (end > begin) lines.push_back(output.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return lines;
-}
-
 }  // namespace
 
 void AppDelegate::killStaleServer() {
@@ -35,7 +22,9 @@ void AppDelegate::killStaleServer() {
       "lsof -ti tcp:" + std::to_string(settings_.LOCAL_PORT) + " -sTCP:LISTEN";
 
   bool killed = false;
-  for (const std::string &pid : linesOf(sh(processes, listenersCommand))) {
+  std::istringstream listeners(sh(processes, listenersCommand));
+  for (std::string pid; std::getline(listeners, pid);) {
+    if (pid.empty()) continue;
     const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
     // Other programs, and servers of another data root, keep running.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
