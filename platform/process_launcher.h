@@ -3,7 +3,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,8 +44,8 @@ struct LaunchRequest {
   std::string executable;
   /// Without the name of the executable (argv[0]).
   std::vector<std::string> arguments;
-  /// Absent or empty for the working directory of this process.
-  std::optional<std::string> workingDirectory;
+  /// Empty for the working directory of this process.
+  std::string workingDirectory;
   /// Variables that are set in addition to the application's environment or replace
   /// variables in it.
   std::map<std::string, std::string> environmentChanges;

@@ -35,9 +35,9 @@ void keepExitStatuses() {
 /// step of the launch failed.
 const std::string &failedPath(const LaunchRequest &request, int error) {
   const auto &directory = request.workingDirectory;
-  if (directory.value_or("").empty()) return request.executable;
-  const bool isUnusable = ::access((*directory + "/.").c_str(), X_OK) != 0 && errno == error;
-  return isUnusable ? *directory : request.executable;
+  if (directory.empty()) return request.executable;
+  const bool isUnusable = ::access((directory + "/.").c_str(), X_OK) != 0 && errno == error;
+  return isUnusable ? directory : request.executable;
 }
 
 }  // namespace

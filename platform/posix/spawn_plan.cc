@@ -31,7 +31,7 @@ bool containsNul(const std::string &text) { return text.find('\0') != std::strin
 
 SpawnPlan::SpawnPlan(const LaunchRequest &request,
                      const std::map<std::string, std::string> &environment)
-    : words_{request.executable}, workingDirectory_(request.workingDirectory.value_or("")) {
+    : words_{request.executable}, workingDirectory_(request.workingDirectory) {
   words_.insert(words_.end(), request.arguments.begin(), request.arguments.end());
   for (const auto &[name, value] : environment) variables_.push_back(name + "=" + value);
   // exec and chdir would truncate a string at a NUL.

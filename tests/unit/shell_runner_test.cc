@@ -46,7 +46,7 @@ TEST_F(ShellRunner, StandardErrorIsDiscardedAndEnvironmentInherited) {
   };
   sh(fake.processes, "echo 'a b'");
   EXPECT_THAT(fake.record.take(), ElementsAre("sh echo 'a b'"));
-  EXPECT_EQ(launched.workingDirectory, std::nullopt);
+  EXPECT_EQ(launched.workingDirectory, "");
   EXPECT_THAT(launched.environmentChanges, IsEmpty());
   EXPECT_EQ(launched.standardOutput.kind, StandardStream::Kind::handle);
   EXPECT_EQ(launched.standardError.kind, StandardStream::Kind::null);
