@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/http_session.h"
+#include "base/url_request.h"
 
 namespace orvel {
 
