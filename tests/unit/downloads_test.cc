@@ -219,14 +219,6 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
 }
 
-TEST_F(Downloads, CookieThatIsSetBeforeStoreRespondsIsSent) {
-  fake.windows.cookies.delay = 100ms;
-  download();
-  fake.windows.cookies.cookies = {cookie("late", "127.0.0.1")};
-  fake.scheduler.advance(100ms);
-  EXPECT_EQ(fake.http.sent[0].request.header("Cookie"), "late=1");
-}
-
 TEST_F(Downloads, ProgramOfAnotherUserOnLocalPortGetsNoRequest) {
   fake.windows.cookies.delay = 1s;
   download();

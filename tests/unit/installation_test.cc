@@ -1,7 +1,6 @@
 #include "update/installation.h"
 
 #include "tests/unit/installation_test.h"
-#include "update/command_line.h"
 
 namespace orvel {
 namespace {
@@ -68,8 +67,11 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
                           "alert Orvel OS is bijgewerkt naar 1.3"));
   EXPECT_EQ(installedVersion(), "new");
   answerAlert(0);
-  EXPECT_THAT(fake.record.take(), ElementsAre("sh " + *commandLine(linuxEdition.relaunch, {app}),
-                                              "application terminate", "application terminated"));
+  EXPECT_THAT(fake.record.take(),
+              ElementsAre("sh unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
+                          "exec setsid '" +
+                              app + "'/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &",
+                          "application terminate", "application terminated"));
 }
 
 TEST_F(Installation, TwoNoticesStopServerAndRelaunchOnce) {
@@ -228,6 +230,7 @@ TEST_F(Installation, TranslocationIsRecognizedByPath) {
       "/private/var/folders/x1/T/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
   EXPECT_TRUE(isTranslocated(translocated, macosEdition));
   EXPECT_FALSE(isTranslocated(translocated, linuxEdition));
+  EXPECT_EQ(linuxEdition.translocationFolder, "");
   for (const std::string path :
        {"/Applications/Orvel OS.app", "/Users/me/AppTranslocation", "", "AppTranslocation/x.app"}) {
     EXPECT_FALSE(isTranslocated(path, macosEdition)) << path;

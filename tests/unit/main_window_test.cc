@@ -186,12 +186,6 @@ TEST_F(MainWindowOnOccupiedPort,
   EXPECT_EQ(fake.record.take().back(), "reload");
 }
 
-TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessReloadsErrorPage) {
-  delegate().showError("message");
-  web().delegate.webViewWebContentProcessDidTerminate();
-  EXPECT_EQ(fake.record.take().back(), "reload");
-}
-
 TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfExitedServer) {
   freeLocalPort();
   lastServer().exit(1);

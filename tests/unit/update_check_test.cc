@@ -63,14 +63,13 @@ TEST_F(UpdateCheck, MalformedManifestIsRejected) {
 }
 
 TEST_F(UpdateCheck, RequestHasKeyAndManifestPathOfEditionAndBypassesCache) {
-  for (const Edition &edition : {macosEdition, linuxEdition}) {
-    fake.edition = edition;
-    recreateDelegate();
-    check(silent);
-    EXPECT_THAT(fake.record.take(),
-                ElementsAre("GET https://os.test/" + std::string(edition.manifestPath) +
-                            " timeout 10000 ms no cache [X-ORVEL-App: app-key]"));
-  }
+  const std::string base = "GET https://os.test/download/";
+  const std::string rest = " timeout 10000 ms no cache [X-ORVEL-App: app-key]";
+  check(silent);
+  EXPECT_THAT(fake.record.take(), ElementsAre(base + "mac.json" + rest));
+  fake.edition = linuxEdition;
+  check(silent);
+  EXPECT_THAT(fake.record.take(), ElementsAre(base + "linux.json" + rest));
 }
 
 TEST_F(UpdateCheck, ManualCheckOfLocalAddressShowsBuildInstructions) {

@@ -64,13 +64,7 @@ TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, VersionWithSlashIsInstalled) {
-  install("1/3");
-  EXPECT_EQ(installedVersion(), "new");
-  EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
-}
-
-TEST_F(WorkingFolder, IsOnlyForOwner) {
+TEST_F(WorkingFolder, OfVersionWithSlashIsOnlyForOwner) {
   unpackArchive = [](const std::string &, const std::string &folder) {
     EXPECT_EQ(posix_test::modeOf(folder), 0700U);
     EXPECT_EQ(posix_test::modeOf(std::filesystem::path(folder).parent_path()), 0700U);
@@ -79,6 +73,7 @@ TEST_F(WorkingFolder, IsOnlyForOwner) {
   const posix_test::ScopedUmask umask(0);
   install("1/3");
   EXPECT_EQ(installedVersion(), "new");
+  EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1/3"), 1U);
 }
 
 TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
@@ -128,9 +123,10 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
 }
 
 TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
-  for (const bool removesOthers : {false, true}) {
-    SCOPED_TRACE(removesOthers ? "folders are removed" : "folders are kept");
-    fake.edition.removesOtherWorkingFolders = removesOthers;
+  for (const Edition &edition : {macosEdition, linuxEdition}) {
+    SCOPED_TRACE(edition.name);
+    const bool removesOthers = edition.name == "linux";
+    fake.edition.removesOtherWorkingFolders = edition.removesOtherWorkingFolders;
     writeRunningBundle();
     writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
     writeFile(workingFolderFor("a/b") + "/file", "nested");
