@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <mutex>
+#include <stdexcept>
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/child_programs.h"
@@ -34,7 +35,7 @@ class ChildProcessContract : public ContractTest {
   }
   std::shared_ptr<ChildProcess> launchShell(const std::string &commandLine) {
     const LaunchResult result = launch(shell(commandLine));
-    EXPECT_EQ(result.error, "");
+    if (!result.process) throw std::runtime_error(result.error);
     return result.process;
   }
 

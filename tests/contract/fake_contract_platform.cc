@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <stdexcept>
 #include <string_view>
 
 #include "platform/fake/fake_platform.h"
@@ -41,10 +42,15 @@ class FakeContractPlatform final : public ContractPlatform {
     shown.defaultButton = shown.buttons.front();
     return shown;
   }
-  void typeInAlert(const std::string &text) override { typedText_ = text; }
+  void typeInAlert(const std::string &text) override {
+    if (!lastAlert().textField) throw std::logic_error("the alert has no text field");
+    typedText_ = text;
+  }
   void pressButton(const std::string &caption) override {
     const auto buttons = shownAlert().buttons;
-    answer(static_cast<int>(std::ranges::find(buttons, caption) - buttons.begin()));
+    const auto button = std::ranges::find(buttons, caption);
+    if (button == buttons.end()) throw std::logic_error("the alert has no button " + caption);
+    answer(static_cast<int>(button - buttons.begin()));
   }
   void pressInAlert(AlertKey key) override {
     answer(key == AlertKey::enter ? std::optional(0) : std::nullopt);

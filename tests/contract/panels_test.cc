@@ -30,7 +30,7 @@ class PanelsContract : public ContractTest {
       shown = platform->shownAlert();
       platform->pressButton(shown.defaultButton);
     }));
-    EXPECT_EQ(answers[0].button, 0);
+    EXPECT_EQ(answers.at(0).button, 0);
     return shown;
   }
 
