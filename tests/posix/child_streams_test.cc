@@ -67,10 +67,18 @@ TEST_P(ChildStreams, OutputAndErrorOnOneHandleShareFilePosition) {
   EXPECT_EQ(contentsOf(log), "one\ntwo\nthree\nfour\n");
 }
 
-TEST_P(ChildStreams, NullStandardErrorDoesNotAffectStandardOutput) {
-  auto request = program("/bin/sh", {"-c", "echo discarded >&2; echo kept"});
+TEST_P(ChildStreams, NullStandardErrorIsOpenAndNotInherited) {
+  auto errors = Pipe::create();
+  ASSERT_TRUE(errors);
+  // echo fails when its standard error is closed.
+  auto request = program("/bin/sh", {"-c", "echo discarded >&2 && echo kept"});
   request.standardError.kind = StandardStream::Kind::null;
-  EXPECT_EQ(run(launcher_, request).output, "kept\n");
+  {
+    const ReplacedDescriptor replaced(STDERR_FILENO, errors->writing->descriptor());
+    EXPECT_EQ(run(launcher_, request).output, "kept\n");
+  }
+  errors->writing.reset();
+  EXPECT_EQ(errors->reading->readToEnd(), "");
 }
 
 TEST_P(ChildStreams, StandardInputAndOutputAreInheritedByDefault) {

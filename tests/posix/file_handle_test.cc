@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <future>
@@ -29,10 +30,15 @@ TEST(FileHandle, PrivateFileIsEmptyAndOnlyForOwner) {
   }
 }
 
-TEST(FileHandle, DeviceKeepsItsMode) {
-  const unsigned before = modeOf("/dev/null");
-  EXPECT_TRUE(FileHandle::createPrivate("/dev/null"));
-  EXPECT_EQ(modeOf("/dev/null"), before);
+TEST(FileHandle, FileThatIsNotRegularKeepsItsMode) {
+  const TemporaryFolder folder;
+  const std::string fifo = folder.path() / "fifo";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  const unsigned before = modeOf(fifo);
+  // Opening a FIFO for writing blocks until it has a reader.
+  const FileHandle reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK));
+  EXPECT_TRUE(FileHandle::createPrivate(fifo));
+  EXPECT_EQ(modeOf(fifo), before);
 }
 
 TEST(FileHandle, FileThatCannotBeCreatedHasNoHandle) {

@@ -20,13 +20,9 @@ namespace {
 
 using namespace posix_test;
 
-/// Calls waitpid again whenever a signal has interrupted it (EINTR). Also waits for threads that
-/// this process traces (__WALL).
-pid_t waitpidUninterrupted(pid_t process, int &status) {
-  pid_t found = 0;
-  while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
-  }
-  return found;
+bool isThreadOf(pid_t process, pid_t thread) {
+  return std::filesystem::exists("/proc/" + std::to_string(process) + "/task/" +
+                                 std::to_string(thread));
 }
 
 /// Tests with an application process, which is a child of the test and may have a child of its
@@ -75,6 +71,38 @@ class ParentEnd : public testing::Test {
     child = std::stoi(line);
   }
 
+  /// Calls waitpid again whenever a signal has interrupted it (EINTR). Also waits for threads that
+  /// this process traces (__WALL). Clears `application` when that process has been reaped.
+  pid_t waitpidUninterrupted(pid_t process, int &status) {
+    pid_t found = 0;
+    while ((found = ::waitpid(process, &status, __WALL)) < 0 && errno == EINTR) {
+    }
+    if (found == application && !WIFSTOPPED(status)) application = 0;
+    return found;
+  }
+
+  /// Continues the traced, stopped application until it has forked a child. ptrace stops a new
+  /// thread or child before its first instruction. Returns the child's process ID, or zero when
+  /// ptrace is not permitted.
+  pid_t continueUntilChildIsForked() {
+    int status = 0;
+    waitpidUninterrupted(application, status);
+    const long options = PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK;
+    // Also fails when the application has exited.
+    if (::ptrace(PTRACE_SETOPTIONS, application, nullptr, options) != 0) return 0;
+    ::ptrace(PTRACE_CONT, application, nullptr, 0);
+    for (;;) {
+      const pid_t stopped = waitpidUninterrupted(-1, status);
+      if (stopped <= 0) return 0;
+      if (!WIFSTOPPED(status)) continue;
+      if (!isThreadOf(application, stopped)) return stopped;
+      // The encoding of a ptrace event in a wait status (ptrace(2), PTRACE_O_TRACEFORK).
+      const int event = status >> 16;
+      const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
+      if (!hasForked) ::ptrace(PTRACE_CONT, stopped, nullptr, 0);
+    }
+  }
+
   /// Waits for the end of the child, which must be an orphan, and returns its wait status.
   int waitForChild() {
     int status = 0;
@@ -87,8 +115,8 @@ class ParentEnd : public testing::Test {
   void killApplication() {
     ::kill(application, SIGKILL);
     int status = 0;
-    ASSERT_EQ(waitpidUninterrupted(application, status), application);
-    application = 0;
+    waitpidUninterrupted(application, status);
+    ASSERT_EQ(application, 0);
   }
 
   pid_t application = 0;
@@ -128,32 +156,6 @@ TEST_F(ParentEnd, ChildWithEndsWithParentOutlivesLaunchingThread) {
   EXPECT_EQ(launched.process->terminationStatus(), SIGKILL);
 }
 
-bool isThreadOf(pid_t process, pid_t thread) {
-  return std::filesystem::exists("/proc/" + std::to_string(process) + "/task/" +
-                                 std::to_string(thread));
-}
-
-/// Continues a traced, stopped application until it has forked a child. ptrace stops a new
-/// thread or child before its first instruction. Returns the child's process ID, or zero when
-/// ptrace is not permitted.
-pid_t continueUntilChildIsForked(pid_t application) {
-  int status = 0;
-  if (waitpidUninterrupted(application, status) != application || !WIFSTOPPED(status)) return 0;
-  const long options = PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK;
-  if (::ptrace(PTRACE_SETOPTIONS, application, nullptr, options) != 0) return 0;
-  ::ptrace(PTRACE_CONT, application, nullptr, 0);
-  for (;;) {
-    const pid_t stopped = waitpidUninterrupted(-1, status);
-    if (stopped <= 0) return 0;
-    if (!WIFSTOPPED(status)) continue;
-    if (!isThreadOf(application, stopped)) return stopped;
-    // The encoding of a ptrace event in a wait status (ptrace(2), PTRACE_O_TRACEFORK).
-    const int event = status >> 16;
-    const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
-    if (!hasForked) ::ptrace(PTRACE_CONT, stopped, nullptr, 0);
-  }
-}
-
 TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
   const TemporaryFolder folder;
   const auto marker = folder.path() / "ran";
@@ -164,14 +166,12 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
     ::raise(SIGSTOP);
     PosixProcessLauncher(processEnvironment()).launch(request);
   }));
-  child = continueUntilChildIsForked(application);
+  child = continueUntilChildIsForked();
   if (child == 0) GTEST_SKIP() << "ptrace is not permitted";
   ::kill(application, SIGKILL);
   // The application can be reaped only after its tracer has waited for all of its threads.
   int status = 0;
-  while (waitpidUninterrupted(-1, status) != application || WIFSTOPPED(status)) {
-  }
-  application = 0;
+  while (application != 0) waitpidUninterrupted(-1, status);
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
   EXPECT_TRUE(WIFEXITED(waitForChild()));
   EXPECT_FALSE(std::filesystem::exists(marker));

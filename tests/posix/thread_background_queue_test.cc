@@ -14,10 +14,10 @@ namespace orvel {
 namespace {
 
 TEST(ThreadBackgroundQueue, WorkRunsInParallel) {
-  ThreadBackgroundQueue queue;
   std::promise<void> firstStarted;
   std::promise<void> secondStarted;
   std::promise<void> done;
+  ThreadBackgroundQueue queue;
   queue.post([&] {
     firstStarted.set_value();
     secondStarted.get_future().wait();
