@@ -28,7 +28,7 @@ function marksRow(title, marks, note) {
     const hint = value === null ? 'niet gezien' : `sleutel: ${value || 'leeg'}`;
     return `<span class="chip${value === null ? '' : ' on'}" title="${escapeHtml(hint)}">${name}</span>`;
   });
-  return `<div class="marks"><b>${title}</b><span class="chips">${chips.join('')}</span>
+  return `<div class="marks-row"><b>${title}</b><span class="chips">${chips.join('')}</span>
 <strong>${marks ? labelOf(marks) : 'Nog niet gezien'}</strong><small>${note}</small></div>`;
 }
 

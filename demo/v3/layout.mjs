@@ -25,7 +25,7 @@ export function page({ title, request, body, kind = '', lead = '' }) {
 <meta name="viewport" content="width=device-width"><meta name="color-scheme" content="dark">
 <link rel="icon" href="/beeldmerk.svg"><link rel="stylesheet" href="/os.css"><script src="/os.js" defer></script>
 </head><body style="background:#07090c">
-<header class="bar"><a class="brand" href="/"><span class="mark">${logo}</span>Orvel OS</a>${home ? '' : `<span class="crumb">${escapeHtml(title)}</span>`}
+<header class="bar"><a class="brand" href="/"><span class="logo">${logo}</span>Orvel OS</a>${home ? '' : `<span class="crumb">${escapeHtml(title)}</span>`}
 <span class="clock" data-clock>${now}</span></header>
 <main>${home ? '' : `<h1>${escapeHtml(title)}</h1>`}${lead ? `<p class="lead">${lead}</p>` : ''}
 ${body}

@@ -157,7 +157,7 @@ const form = (request, response, { formFields }) => page({
 <label>Bericht<textarea name="bericht" rows="4">${escapeHtml(formFields?.get('bericht') ?? '')}</textarea></label>
 <label>Keuze<select name="keuze"><option>Een</option><option>Twee</option></select></label>
 <p><button>Verstuur</button> <button type="reset">Wis</button></p></form>`)}
-${card('Vrije tekst', '<div class="free" contenteditable spellcheck="false">Deze tekst is vrij te bewerken.</div>',
+${card('Vrije tekst', '<div class="editable" contenteditable spellcheck="false">Deze tekst is vrij te bewerken.</div>',
     '<h2>Ontvangen</h2>', `<pre class="result" id="ontvangen">${formFields ? escapeHtml([...formFields].map(([name, value]) => `${name}: ${name === 'geheim' ? '•'.repeat([...value].length) : value}`).join('\n')) : 'Nog niets verstuurd.'}</pre>`)}</div>`,
 });
 

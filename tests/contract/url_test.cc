@@ -45,9 +45,10 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow "|". NSURL has two results for this text: a URL and a rejection.
+    // RFC 3986 does not allow "|". The table has two rows for this text: in one
+    // NSURL rejects it, in the other it percent-encodes the "|".
     {"http://test.com/unescaped|pipe", std::nullopt},
-    // The path is "/" instead of "//": NSURL removes only one of several trailing slashes.
+    // The URL is the same, but our path is "/", and that of NSURL is "//".
     {"file://///", "file://///"},
 };
 

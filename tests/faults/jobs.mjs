@@ -21,7 +21,8 @@ async function awaitFirstPage({ user, screen }) {
   await screen.awaitPageOnScreen();
 }
 
-/// Each job has these functions, which share the `context`:
+/// Each job has these functions, which share the `context`. It contains `user` and `screen`, from the
+/// beginning `startOptions`, and from the start of the application `run`, its process:
 ///   begin               starts the application with `context.startOptions`, and brings the job
 ///                       to its middle
 ///   finish              completes the job
@@ -57,7 +58,7 @@ export const jobs = {
     async finish({ user, screen }) {
       await user.reload();
       await screen.awaitPageOnScreen();
-      // The reloaded page is usable. Letters typed into the previous page are lost with it.
+      // Shows that the reloaded page takes input.
       await user.typeIntoField('usable');
     },
   },

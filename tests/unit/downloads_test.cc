@@ -115,7 +115,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
                                                   " timeout 60000 ms [X-ORVEL-App: app-key] "
                                                   "[Cookie: orvelapp=1; session=1]",
-                                              // A moved file would be a "missing file".
+                                              // "file", because it still exists at this path.
                                               "quarantine file from " + address,
                                               "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(savedText("report.pdf"), "contents");
@@ -198,7 +198,7 @@ TEST_F(Downloads, MissingDownloadsFolderShowsNoAlert) {
   std::filesystem::remove(folder());
   download(fileResponse("data.csv"));
   EXPECT_FALSE(std::filesystem::exists(folder()));
-  // The path does not exist, so openFile has no effect.
+  // A desktop ignores the request to open a missing file.
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
   EXPECT_EQ(fake.record.count("alert"), 0U);
 }

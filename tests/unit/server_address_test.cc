@@ -105,6 +105,7 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenItHasOnlyOwnListeners) {
 
 TEST_F(ServerAddress, LocalUrlWithoutPortNumberIsCheckedOnPort80) {
   const Url url = *Url::parse("http://127.0.0.1:/");
+  // By default a program of the user listens on each port of the fake.
   EXPECT_TRUE(mayReceiveKey(url, fake.listeners));
   fake.listeners.byPort[80] = std::vector<TcpListener>();
   EXPECT_FALSE(mayReceiveKey(url, fake.listeners));

@@ -125,7 +125,7 @@ const isArchiveSent = ({ event }) => event === 'archive sent';
 /// Updates the application to the release of createRelease. If `hasKey`, the application has the
 /// public key, and verifies the signature between the download and the unpacking. Returns what
 /// runApplication returns, the time of the download, and the time from its end until the unpacking
-/// begins.
+/// begins. The page that is shown meanwhile is not measured.
 function updateByApplication(bench, release, { hasKey = false, megabits = 'Infinity' } = {}) {
   return withPage(bench, 'heavy', async (context) => {
     const { home } = context;

@@ -40,6 +40,7 @@ const methods = {
   },
   'platform/macos/appkit/page_window.mm': {
     NSWindow: ['becomeKeyWindow'],
+    // A category of NSWindow.
     NSEvent: ['sendEvent:'],
     own: ['handleMouseEvent:use:', 'isTitleBarAt:', 'sendReleaseOutsidePage', 'doubleClickTitleBar'],
   },

@@ -12,8 +12,8 @@ namespace orvel {
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// Returns an NSURL with the same bytes. Does not validate them, because WebKit reports URLs
-/// that a strict parser rejects. Any thread.
+/// Returns an NSURL with the same bytes. Does not validate them, because a Url may come from
+/// WebKit, which reports URLs that a strict parser rejects. Any thread.
 NSURL *toCocoa(const Url &url);
 
 /// Returns a URL with the parts that Foundation parses, or nullopt for nil. Any thread.
