@@ -45,8 +45,8 @@ test('the current address is selected, and a rejected or cancelled change has no
     await user.quit();
     assert.equal(storedAddress(user), undefined);
     assert.deepEqual(online.requests, []);
-    user.root.assertPageLoadedOnce();
-    assert.equal(user.root.requestsTo('/api/wie').length, 1, 'the server was probed once');
+    user.dataRoot.assertPageLoadedOnce();
+    assert.equal(user.dataRoot.requestsTo('/api/wie').length, 1, 'the server was probed once');
   });
 
 test('an online address stops the local server and is stored; the local address starts it again',
@@ -57,10 +57,10 @@ test('an online address stops the local server and is stored; the local address 
     await screen.answerAddressDialog(` \t ${typed}\t `);
     await online.awaitPainted();
     assert.equal(storedAddress(user), typed, 'stored as typed, without the surrounding blanks');
-    const { pid } = await user.root.awaitStarted();
+    const { pid } = await user.dataRoot.awaitStarted();
     await screen.awaitPageOnScreen();
     await waitFor('SIGTERM at the local server', () =>
-      user.root.events('signal')[0]?.signal === 'SIGTERM');
+      user.dataRoot.events('signal')[0]?.signal === 'SIGTERM');
     assert.ok(isRunning(pid), 'the online page does not wait for the end of the local server');
     assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
@@ -73,11 +73,12 @@ test('an online address stops the local server and is stored; the local address 
     await user.quit();
     user.start();
     await online.awaitPainted(2);
-    assert.equal(user.root.events('started').length, 1, 'the second run starts no local server');
+    assert.equal(user.dataRoot.events('started').length, 1,
+      'the second run starts no local server');
 
-    user.root.setBehaviour({});
+    user.dataRoot.setBehaviour({});
     await screen.answerAddressDialog(localAddress);
-    await user.root.awaitPainted(2);
+    await user.dataRoot.awaitPainted(2);
     assert.equal(storedAddress(user), localAddress);
-    assert.equal(user.root.events('started').length, 2);
+    assert.equal(user.dataRoot.events('started').length, 2);
   });

@@ -60,7 +60,7 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     const file = join(user.folder, 'dropped.html');
     writeFileSync(file, '<h1>dropped</h1>');
     const dropOn = (id, content) => {
-      const count = () => user.root.reported('dragover').filter((over) => over === id).length;
+      const count = () => user.dataRoot.reported('dragover').filter((over) => over === id).length;
       const before = count();
       // After several events, the response to the first has reached the source.
       const isDragSeen = () => count() > before + 2;
@@ -68,13 +68,13 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     };
 
     await dropOn('target', file);
-    assert.ok((await user.root.awaitReport('drop')).includes('text/uri-list'));
+    assert.ok((await user.dataRoot.awaitReport('drop')).includes('text/uri-list'));
     await dropOn('other', file);
     await dropOn('other', 'https://elsewhere.test/dropped');
 
     await desktop.clickBarrierLink(layout);
-    user.root.assertPageLoadedOnce();
-    assert.equal(user.root.reported('drop').length, 1);
+    user.dataRoot.assertPageLoadedOnce();
+    assert.equal(user.dataRoot.reported('drop').length, 1);
     await user.quit();
     await user.awaitProcessesEnded();
     assert.deepEqual(desktop.opened().sort(), [barrierUrl, 'https://elsewhere.test/dropped']);

@@ -76,13 +76,13 @@ test('the key is in no command line, environment, log or message, and in expecte
     const layout = await user.startWithPage(link('export', '/api/export'),
       { '/api/export': csvRoute() }, { environment: { PATH } });
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
-    const { pid, env, argv } = await user.root.awaitStarted();
+    const { pid, env, argv } = await user.dataRoot.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
     // The whole texts of the error pages are compared, so the key is not in them.
     kill(pid);
     await awaitErrorPage(screen, endedServerMessage(9));
-    user.root.setBehaviour({ closesConnection: true });
+    user.dataRoot.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
     await awaitErrorPage(screen, unresponsiveServerMessage);
     await user.quit();
@@ -100,7 +100,7 @@ test('the key is in no command line, environment, log or message, and in expecte
 
     const [{ output }] = user.runs;
     assert.ok(!output.includes(APP_KEY), output);
-    assert.ok(!readFileSync(user.root.log, 'latin1').includes(APP_KEY));
+    assert.ok(!readFileSync(user.dataRoot.log, 'latin1').includes(APP_KEY));
     // The bundle, the record of the fixture server, and the cookie database of the web view.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
@@ -147,7 +147,7 @@ test('requests to another host have neither the key header nor a cookie', async 
     assert.equal(rest.cookie, undefined, url);
   }
   // The application's server gets both.
-  const [{ headers }] = user.root.requestsTo('/api/bestand/1');
+  const [{ headers }] = user.dataRoot.requestsTo('/api/bestand/1');
   assert.equal(headers['x-orvel-app'], APP_KEY);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 });

@@ -101,8 +101,8 @@ test('a new window downloads a page of the server; another URL opens its default
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, elsewhere('blank'), elsewhere('opened'),
       elsewhere('named'), 'mailto:someone@elsewhere.test', 'opened.txt', 'page.html');
-    for (const url of ['/page', '/opened']) assert.equal(user.root.requestsTo(url).length, 1);
-    assert.deepEqual(user.root.reported('window'), Array(3).fill({ isNull: true }));
+    for (const url of ['/page', '/opened']) assert.equal(user.dataRoot.requestsTo(url).length, 1);
+    assert.deepEqual(user.dataRoot.reported('window'), Array(3).fill({ isNull: true }));
     assert.deepEqual(desktop.downloadedFiles(), ['opened.txt', 'page.html']);
   });
 
@@ -133,6 +133,6 @@ test('forms, links in frames and middle clicks to another site open the default 
     assert.equal(await desktop.awaitOpenedFile('middle.txt'), 'middle');
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...urls, 'middle.txt');
-    assert.equal(user.root.requestsTo('/frame').length, 1, 'the frame was requested once');
+    assert.equal(user.dataRoot.requestsTo('/frame').length, 1, 'the frame was requested once');
     assert.deepEqual(foreign.requests, [], 'the data of the form are not sent');
   });

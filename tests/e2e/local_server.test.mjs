@@ -22,31 +22,32 @@ test('without a server script the error page asks for an online address', { beha
     await awaitErrorPage(screen, missingServerMessage);
 
     // Once there is a script, Control-R starts it.
-    user.root.installServer();
+    user.dataRoot.installServer();
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted();
+    await user.dataRoot.awaitPainted();
   });
 
 test('the error page shows the exit code or signal of a server, which Control-R starts again',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
-    await user.root.awaitServerExit();
+    await user.dataRoot.awaitServerExit();
     await awaitErrorPage(screen, endedServerMessage(1));
-    user.root.setBehaviour({});
+    user.dataRoot.setBehaviour({});
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted();
-    assert.equal(user.root.events('started').length, 2);
+    await user.dataRoot.awaitPainted();
+    assert.equal(user.dataRoot.events('started').length, 2);
 
     await user.crashServer();
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(2);
-    assert.equal(user.root.events('started').length, 3);
-    const probes = user.root.requestsTo('/api/wie').length;
+    await user.dataRoot.awaitPainted(2);
+    assert.equal(user.dataRoot.events('started').length, 3);
+    const probes = user.dataRoot.requestsTo('/api/wie').length;
 
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(3);
-    assert.equal(user.root.events('started').length, 3, 'a running server is not started again');
-    assert.equal(user.root.requestsTo('/api/wie').length, probes, 'a reload does not probe');
+    await user.dataRoot.awaitPainted(3);
+    assert.equal(user.dataRoot.events('started').length, 3,
+      'a running server is not started again');
+    assert.equal(user.dataRoot.requestsTo('/api/wie').length, probes, 'a reload does not probe');
   });
 
 /// Returns a folder with the programs that the application runs by their names, except node.
@@ -68,7 +69,7 @@ test('without node the error page shows the launch error, and no server starts',
     user.start({ environment: { PATH: programsWithoutNode(user) } });
     const text = await screen.awaitPageText((page) => page.includes('Kon node'));
     assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
-    assert.deepEqual(user.root.record(), []);
+    assert.deepEqual(user.dataRoot.record(), []);
     assert.equal(describeListeners(), '');
   });
 
@@ -80,22 +81,22 @@ test("node is found on the search path of the user's login shell",
     // The application must ignore what the profile prints.
     writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
     await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
-    const { argv } = await user.root.awaitStarted();
-    assert.equal(argv[1], user.root.script);
-    await waitFor('the log', () => existsSync(user.root.log));
+    const { argv } = await user.dataRoot.awaitStarted();
+    assert.equal(argv[1], user.dataRoot.script);
+    await waitFor('the log', () => existsSync(user.dataRoot.log));
   });
 
 test('a stale server of the same data root is terminated before the new one starts',
   { behaviour: { stopDelay: 800 } }, async (user) => {
-    await withPortHolder([user.root.script], async (stale) => {
-      user.root.setBehaviour({});
+    await withPortHolder([user.dataRoot.script], async (stale) => {
+      user.dataRoot.setBehaviour({});
       await user.startAndShowPage();
       assert.ok(!isRunning(stale.pid));
-      const [staleStart, newStart] = user.root.events('started');
+      const [staleStart, newStart] = user.dataRoot.events('started');
       assert.equal(staleStart.pid, stale.pid);
       assert.notEqual(newStart.pid, stale.pid);
-      assert.equal(user.root.events('signal')[0].signal, 'SIGTERM');
-      const responders = new Set(user.root.requests.map(({ pid }) => pid));
+      assert.equal(user.dataRoot.events('signal')[0].signal, 'SIGTERM');
+      const responders = new Set(user.dataRoot.requests.map(({ pid }) => pid));
       assert.deepEqual([...responders], [newStart.pid]);
     });
   });
@@ -106,7 +107,7 @@ test('another program keeps the port, and the error page shows the exit of the n
       `response.writeHead(404).end()).listen(${PORT}, '127.0.0.1')`;
     await withPortHolder(['-e', program], async (portHolder) => {
       user.start();
-      await user.root.awaitServerExit();
+      await user.dataRoot.awaitServerExit();
       await awaitErrorPage(screen, endedServerMessage(1));
       await user.quit();
       assert.ok(isRunning(portHolder.pid));

@@ -49,7 +49,7 @@ for (const { name, host, plist, message, skip = false } of attacks) {
         user.start();
         await awaitErrorPage(screen, message);
       });
-      assert.deepEqual(user.root.requests, []);
+      assert.deepEqual(user.dataRoot.requests, []);
     });
 }
 

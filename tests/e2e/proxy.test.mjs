@@ -47,13 +47,13 @@ test('requests to this machine bypass the proxy, and others use it', async (user
     await user.startWithPage(page, { '/api/export': csvRoute() }, { environment });
   assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
   // The local server gets the request to localhost.
-  for (const server of [...servers, user.root]) await server.awaitRequest('/own');
+  for (const server of [...servers, user.dataRoot]) await server.awaitRequest('/own');
   const expected = ['http://other.test/image', 'other.test:443'];
   await waitFor('the requests to another host', () => targets.length >= expected.length);
   await user.quit();
   assert.deepEqual(targets.sort(), expected);
 
-  const { env } = await user.root.awaitStarted();
+  const { env } = await user.dataRoot.awaitStarted();
   const proxyVariables = Object.entries(env).filter(([name]) => /proxy/i.test(name));
   assert.deepEqual(Object.fromEntries(proxyVariables), environment,
     'the server gets the environment of the user');

@@ -11,7 +11,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const receivedSignals = (user) => user.root.events('signal').map(({ signal }) => signal);
+const receivedSignals = (user) => user.dataRoot.events('signal').map(({ signal }) => signal);
 
 for (const [action, quit] of Object.entries(quitActions)) {
   test(`${action} ends the server by SIGTERM before the application`,
@@ -20,7 +20,7 @@ for (const [action, quit] of Object.entries(quitActions)) {
       await quit(run, screen);
       await user.awaitCleanExit(run);
       assert.deepEqual(receivedSignals(user), ['SIGTERM']);
-      assert.equal(user.root.events('stopped').length, 1, 'the server ended first');
+      assert.equal(user.dataRoot.events('stopped').length, 1, 'the server ended first');
     });
 }
 
@@ -30,7 +30,7 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
       const run = await user.startAndShowPage();
       await quitActions[action](run, screen);
       const { time, pid } = await waitFor('SIGTERM at the server', () =>
-        user.root.events('signal')[0]);
+        user.dataRoot.events('signal')[0]);
       // A second request to quit has no effect.
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;
@@ -44,7 +44,7 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
 /// Waits until the server has ended, and fails unless it got SIGTERM only, which the kernel sends
 /// when the application ends (PR_SET_PDEATHSIG).
 async function assertServerTerminated(user) {
-  await user.root.awaitServerExit();
+  await user.dataRoot.awaitServerExit();
   // When a thread ends, the kernel reparents its child to another thread of the process, whose
   // end sends the signal again.
   assert.deepEqual([...new Set(receivedSignals(user))], ['SIGTERM']);

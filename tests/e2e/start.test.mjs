@@ -24,29 +24,29 @@ const maxHeaderBarHeight = 60;
 test('the first start launches and probes the server, sets the cookie and shows the page',
   async (user, screen) => {
     // The start of the server empties this log.
-    mkdirSync(dirname(user.root.log));
-    writeFileSync(user.root.log, 'line of an earlier run\n'.repeat(1000));
+    mkdirSync(dirname(user.dataRoot.log));
+    writeFileSync(user.dataRoot.log, 'line of an earlier run\n'.repeat(1000));
 
     // The application ignores its arguments, and replaces PORT for the server.
     user.start({
       args: ['--help', '--version', '--gapplication-service', 'file.txt'],
       environment: { PORT: '1', USER_VARIABLE: 'kept' },
     });
-    const layout = await user.root.awaitPainted();
+    const layout = await user.dataRoot.awaitPainted();
     await screen.awaitPageOnScreen();
     const window = await screen.awaitWindow();
     await waitFor('the icon of the window', async () =>
       /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
 
-    const { argv, cwd, env } = await user.root.awaitStarted();
-    assert.deepEqual(argv.slice(1), [user.root.script]);
-    assert.equal(cwd, user.root.path);
+    const { argv, cwd, env } = await user.dataRoot.awaitStarted();
+    assert.deepEqual(argv.slice(1), [user.dataRoot.script]);
+    assert.equal(cwd, user.dataRoot.path);
     assert.equal(env.PORT, '4767');
     assert.equal(env.PATH, '/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin');
     assert.equal(env.HOME, user.home);
     assert.equal(env.USER_VARIABLE, 'kept');
 
-    const requests = user.root.requests;
+    const requests = user.dataRoot.requests;
     const probes = requests.filter(({ url }) => url === '/api/wie');
     assert.equal(probes.length, 1, 'the first response ends the probing');
     assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');
@@ -64,7 +64,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
     assert.deepEqual(user.filesWrittenOutside(), []);
-    const logLines = readFileSync(user.root.log, 'utf8').split('\n').sort();
+    const logLines = readFileSync(user.dataRoot.log, 'utf8').split('\n').sort();
     assert.deepEqual(logLines, ['', 'line on standard error', 'line on standard output']);
   });
 
@@ -116,12 +116,12 @@ test('without a display the application exits with an error message', async (use
   assert.equal(signal, null);
   assert.notEqual(code, 0);
   assert.match(run.output, /display/i);
-  assert.deepEqual(user.root.record(), []);
+  assert.deepEqual(user.dataRoot.record(), []);
 });
 
 test('cookies, local storage and the window size survive a restart', async (user, screen) => {
   await user.startAndShowPage();
-  const [first] = user.root.reported('painted');
+  const [first] = user.dataRoot.reported('painted');
   assert.equal(first.loads, 1);
   assert.equal(first.width, screen.screenshot().width, 'a first window is maximised');
 
@@ -131,14 +131,14 @@ test('cookies, local storage and the window size survive a restart', async (user
     !/MAXIMIZED/.test(await screen.property(window, '_NET_WM_STATE')));
   await screen.runTool('xdotool', 'windowsize', window, '1100', '700');
   const resized = await waitFor('the resized page', () =>
-    user.root.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
+    user.dataRoot.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
   await user.quit();
 
   await user.startAndShowPage();
-  const second = user.root.reported('painted').at(-1);
+  const second = user.dataRoot.reported('painted').at(-1);
   assert.equal(second.loads, 2, 'local storage is kept');
   assert.deepEqual([second.width, second.height], [resized.width, resized.height]);
-  const { headers } = user.root.requestsTo('/').at(-1);
+  const { headers } = user.dataRoot.requestsTo('/').at(-1);
   assert.match(headers.cookie, /persistent=yes/);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   await user.quit();

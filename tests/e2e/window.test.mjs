@@ -10,7 +10,7 @@ const { test } = desktopTests({ accessibility: true });
 
 test('each editing key changes the focused field once', async (user, screen) => {
   await user.startAndShowPage();
-  const fieldHas = (text) => user.root.awaitFieldText(text);
+  const fieldHas = (text) => user.dataRoot.awaitFieldText(text);
   const clipboardHas = (text) =>
     waitFor(`"${text}" on the clipboard`, async () => (await screen.clipboard()) === text);
 
@@ -22,9 +22,9 @@ test('each editing key changes the focused field once', async (user, screen) => 
     await screen.pressKeys(`${command}+a`, `${command}+c`);
     await clipboardHas('abc');
     // The window may handle a command before the page has handled earlier keys.
-    const ends = user.root.reported('endKey').length;
+    const ends = user.dataRoot.reported('endKey').length;
     await screen.pressKeys('End');
-    await user.root.awaitReport('endKey', ends + 1);
+    await user.dataRoot.awaitReport('endKey', ends + 1);
     // The letter ends the pasted text, so the field shows how often it was pasted.
     await screen.pressKeys(`${command}+v`, 'x');
     await fieldHas('abcabcx');
@@ -40,7 +40,7 @@ test('each editing key changes the focused field once', async (user, screen) => 
 
 /// Waits until the last reported height of the page satisfies a predicate.
 async function awaitPageHeight(user, what, isExpected) {
-  await waitFor(what, () => isExpected(user.root.reported('size').at(-1)?.height));
+  await waitFor(what, () => isExpected(user.dataRoot.reported('size').at(-1)?.height));
 }
 
 async function isFullScreen(screen, window) {
@@ -98,14 +98,14 @@ test('F10 opens the menu, whose first item opens the About dialog',
     // The dialog has the keys for reloading and quitting, and none that change a window.
     const dialog = await screen.awaitSecondWindow();
     await screen.pressKeys('F11', 'ctrl+r');
-    await user.root.awaitPainted(2);
+    await user.dataRoot.awaitPainted(2);
     assert.ok(!(await isFullScreen(screen, dialog)));
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
 
     // The page has the focus again.
     await screen.pressKeys('ctrl+r');
-    await user.root.awaitPainted(3);
+    await user.dataRoot.awaitPainted(3);
 
     // The dialog does not block the Control-Q that ends each test.
     await openAbout();
@@ -134,7 +134,7 @@ const awaitBarHidden = (screen) => waitFor('a hidden menu bar', () => !isBarShow
 
 test('full screen by F11: the pointer at the top edge shows the menu bar', async (user, screen) => {
   await startInFullScreen(user, screen, 'F11');
-  const pageHeight = () => user.root.reported('size').at(-1).height;
+  const pageHeight = () => user.dataRoot.reported('size').at(-1).height;
   const screenHeight = screen.screenshot().height;
   assert.equal(pageHeight(), screenHeight);
   await screen.movePointer(700, 0);
@@ -152,7 +152,7 @@ test('full screen by F11: the pointer at the top edge shows the menu bar', async
 
   // The page has the focus again.
   await screen.type('abc');
-  await user.root.awaitFieldText('abc');
+  await user.dataRoot.awaitFieldText('abc');
   await screen.pressKeys('F11');
   await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
   assert.ok(!(await isFullScreen(screen)));
@@ -173,7 +173,7 @@ test('full screen by Control-Super-F: F10 shows a usable menu bar', async (user,
     await awaitBarHidden(screen);
   }
   await screen.type('abc');
-  await user.root.awaitFieldText('abc');
+  await user.dataRoot.awaitFieldText('abc');
   await openMenu();
   await repeatUntil('the menu "Weergave", which begins with "Herlaad"',
     () => screen.pressKeys('Right'),

@@ -30,59 +30,59 @@ async function startAndReload(user, options) {
   await user.reload();
 }
 
-const assertPageRequestHasKey = ({ root }) =>
-  assert.match(root.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
+const assertPageRequestHasKey = ({ dataRoot }) =>
+  assert.match(dataRoot.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 
 /// Situations in which the server has no log. `prepare` returns the options of user.start().
 const withoutLog = {
   'a file in place of the log folder': {
-    prepare: ({ root }) => {
-      writeFileSync(join(root.path, 'v3/.local'), 'no folder');
+    prepare: ({ dataRoot }) => {
+      writeFileSync(join(dataRoot.path, 'v3/.local'), 'no folder');
       return {};
     },
   },
   'a read-only data root': {
     skip: skipWithoutMounts,
-    prepare: ({ root }) => ({ wrapper: readOnlyWrapper(root.path, root.recordPath) }),
+    prepare: ({ dataRoot }) => ({ wrapper: readOnlyWrapper(dataRoot.path, dataRoot.recordPath) }),
   },
 };
 for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
   test(`with ${situation} the application prints the server's output`, { skip }, async (user) => {
     await startAndReload(user, prepare(user));
     assert.match(user.run.output, /line on standard error/);
-    assert.ok(!existsSync(user.root.log));
+    assert.ok(!existsSync(user.dataRoot.log));
   });
 }
 
 test('without a locale a data root with blanks, quotes and non-ASCII characters in its path works',
   async (user) => {
-    user.root = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
+    user.dataRoot = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
     // The application recognises a stale server by this path, and terminates it.
-    await withPortHolder([user.root.script], async (stale) => {
+    await withPortHolder([user.dataRoot.script], async (stale) => {
       await startAndReload(user, { environment: {
-        ORVEL_OS_ROOT: user.root.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
+        ORVEL_OS_ROOT: user.dataRoot.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
       } });
       assert.ok(!isRunning(stale.pid));
     });
-    assert.match(readFileSync(user.root.log, 'utf8'), /line on standard output/);
+    assert.match(readFileSync(user.dataRoot.log, 'utf8'), /line on standard output/);
   });
 
 test('a removed data root is reported, and can come back', async (user, screen) => {
-  const { root } = user;
+  const { dataRoot } = user;
   const elsewhere = join(user.folder, 'elsewhere');
   const move = (from, to) => {
     renameSync(from, to);
-    root.recordPath = join(to, 'v3/record.jsonl');
+    dataRoot.recordPath = join(to, 'v3/record.jsonl');
   };
   await user.startAndShowPage();
-  move(root.path, elsewhere);
+  move(dataRoot.path, elsewhere);
   await user.reload();
   await user.crashServer();
   await screen.pressKeys('ctrl+r');
   await awaitErrorPage(screen, missingServerMessage);
-  move(elsewhere, root.path);
+  move(elsewhere, dataRoot.path);
   await user.restartServer();
-  await root.awaitPainted(3);
+  await dataRoot.awaitPainted(3);
 });
 
 /// Bytes that are no valid file of any kind.
@@ -115,7 +115,7 @@ for (const whileRunning of [false, true]) {
 test('with a damaged Info.plist the page is shown and the key is empty', async (user) => {
   writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
   await startAndReload(user);
-  assert.equal(user.root.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
+  assert.equal(user.dataRoot.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
 test('with full disks the page is shown', { skip: skipWithoutMounts }, async (user) => {
@@ -166,19 +166,19 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
   });
 
 test('a flooded server log is emptied by the next start', async (user, screen) => {
-  const { root } = user;
+  const { dataRoot } = user;
   const mebibytes = isLongForm ? 1024 : 64;
   const size = mebibytes << 20;
   await user.startAndShowPage();
-  root.setRoutes({ '/': { page: '', logBytes: size } });
+  dataRoot.setRoutes({ '/': { page: '', logBytes: size } });
   await screen.pressKeys('ctrl+r');
-  await waitFor('the page again', () => root.paintCount() === 2, { timeout: floodTimeout });
-  assert.ok(statSync(root.log).size >= size);
-  root.setRoutes();
+  await waitFor('the page again', () => dataRoot.paintCount() === 2, { timeout: floodTimeout });
+  assert.ok(statSync(dataRoot.log).size >= size);
+  dataRoot.setRoutes();
   await user.crashServer();
   await user.restartServer();
-  await root.awaitPainted(3);
-  assert.ok(statSync(root.log).size < 1000, 'the next start has emptied the log');
+  await dataRoot.awaitPainted(3);
+  assert.ok(statSync(dataRoot.log).size < 1000, 'the next start has emptied the log');
 });
 
 const libfaketime = ['x86_64', 'aarch64']
@@ -186,7 +186,7 @@ const libfaketime = ['x86_64', 'aarch64']
 
 test('clock jumps by a year leave the probe interval, the page and the cookie unchanged',
   { skip: !libfaketime && 'libfaketime is not installed' }, async (user) => {
-    const { root } = user;
+    const { dataRoot } = user;
     const clock = join(user.folder, 'clock');
     const setClock = (offset) => {
       writeFileSync(`${clock}.new`, offset);
@@ -194,24 +194,24 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
     };
     const jumps = ['+366d', '-366d', '+0d'];
     setClock('+0d');
-    root.setRoutes({ '/api/wie': { status: 503 } });
+    dataRoot.setRoutes({ '/api/wie': { status: 503 } });
     user.start({ environment: {
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
-    await root.awaitRequest('/api/wie', 2);
+    await dataRoot.awaitRequest('/api/wie', 2);
     for (const jump of jumps) {
       setClock(jump);
-      const before = root.requestsTo('/api/wie').length;
+      const before = dataRoot.requestsTo('/api/wie').length;
       const begin = performance.now();
-      await root.awaitRequest('/api/wie', before + 3);
+      await dataRoot.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
       // Three probes span two intervals of 250 ms, less the delay with which the test sees the
       // first one.
       assert.ok(elapsed > 400, `three probes took only ${elapsed} ms`);
     }
-    root.setRoutes();
-    await root.awaitPainted(1);
+    dataRoot.setRoutes();
+    await dataRoot.awaitPainted(1);
     for (const jump of jumps) {
       setClock(jump);
       await user.reload();

@@ -65,53 +65,53 @@ async function forEachResponse(user, t, request, body) {
 }
 
 test('faulty responses to a probe are retried, awaited or accepted', async (user, screen, t) => {
-  const { root } = user;
-  const probes = () => root.requestsTo('/api/wie').length;
+  const { dataRoot } = user;
+  const probes = () => dataRoot.requestsTo('/api/wie').length;
   await user.startAndShowPage();
   await forEachResponse(user, t, 'probe', async (route, outcome, gate) => {
     await user.crashServer();
-    const paints = root.paintCount();
+    const paints = dataRoot.paintCount();
     const before = probes();
-    const sent = root.events('chunkSent').length;
+    const sent = dataRoot.events('chunkSent').length;
     // At one byte a second this body takes longer than the test waits.
-    root.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
+    dataRoot.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
     await user.restartServer();
     if (outcome === 'retried') {
-      await root.awaitRequest('/api/wie', before + 2);
+      await dataRoot.awaitRequest('/api/wie', before + 2);
     } else if (outcome === 'ready') {
-      await root.awaitPainted(paints + 1);
+      await dataRoot.awaitPainted(paints + 1);
     } else {
       // The timeout of a probe, 3 seconds, begins anew with each byte.
-      await waitFor('four bytes', () => root.events('chunkSent').length >= sent + 4);
+      await waitFor('four bytes', () => dataRoot.events('chunkSent').length >= sent + 4);
       assert.equal(probes(), before + 1);
-      assert.equal(root.paintCount(), paints);
+      assert.equal(dataRoot.paintCount(), paints);
     }
-    root.setRoutes();
+    dataRoot.setRoutes();
     writeFileSync(gate, '');
-    await root.awaitPainted(paints + 1);
+    await dataRoot.awaitPainted(paints + 1);
     if (outcome !== 'retried') assert.equal(probes(), before + 1);
   });
 });
 
 test('Control-R shows the page after each faulty response', async (user, screen, t) => {
-  const { root } = user;
+  const { dataRoot } = user;
   const page = '<p>text</p>'.repeat(5000);
   const requestPage = async (route) => {
-    const before = root.requestsTo('/').length;
-    root.setRoutes({ '/': { page, ...route } });
+    const before = dataRoot.requestsTo('/').length;
+    dataRoot.setRoutes({ '/': { page, ...route } });
     await screen.pressKeys('ctrl+r');
-    await root.awaitRequest('/', before + 1);
+    await dataRoot.awaitRequest('/', before + 1);
   };
   await user.startAndShowPage();
   await forEachResponse(user, t, 'page', async (route, outcome) => {
-    const before = root.paintCount();
+    const before = dataRoot.paintCount();
     await requestPage(route);
-    if (outcome === 'shown') await root.awaitPainted(before + 1);
-    root.setRoutes();
+    if (outcome === 'shown') await dataRoot.awaitPainted(before + 1);
+    dataRoot.setRoutes();
     // A previous response may crash the network process (libsoup 3.6.5). The next load then
     // fails, and the one after it succeeds.
     await user.reload();
-    assert.equal(root.events('started').length, 1);
+    assert.equal(dataRoot.events('started').length, 1);
   });
   // The application quits during an endless response.
   await requestPage({ endless: true });
@@ -119,7 +119,7 @@ test('Control-R shows the page after each faulty response', async (user, screen,
 });
 
 test('faulty responses to a download leave no partial file', async (user, screen, t) => {
-  const { root } = user;
+  const { dataRoot } = user;
   const desktop = new Desktop(user);
   const csv = csvRoute('one;two\n'.repeat(2000));
   const path = '/api/bestand/file';
@@ -128,26 +128,26 @@ test('faulty responses to a download leave no partial file', async (user, screen
   let closed = 0;
   const saved = [];
   await forEachResponse(user, t, 'file', async (route, outcome) => {
-    const sent = root.events('chunkSent').length;
-    root.setRoutes({ [path]: { ...csv, ...route } });
+    const sent = dataRoot.events('chunkSent').length;
+    dataRoot.setRoutes({ [path]: { ...csv, ...route } });
     await screen.clickElement(layout, 'file');
     requests += 1;
-    await root.awaitRequest(path, requests);
+    await dataRoot.awaitRequest(path, requests);
     if (outcome === 'complete') {
       assert.equal(await desktop.awaitOpenedFile('file.csv'), csv.body);
       saved.push('file.csv');
     } else if (outcome === 'no file') {
       closed += 1;
-      await root.awaitResponseClosed(path, closed);
+      await dataRoot.awaitResponseClosed(path, closed);
     } else if (route.trickle) {
-      await waitFor('two bytes', () => root.events('chunkSent').length >= sent + 2);
+      await waitFor('two bytes', () => dataRoot.events('chunkSent').length >= sent + 2);
     }
     assert.deepEqual(desktop.downloadedFiles(), saved);
   });
   // The application quits while two responses are pending.
   await user.terminate();
   assert.deepEqual(desktop.downloadedFiles(), saved);
-  assert.equal(root.requestsTo(path).length, requests);
+  assert.equal(dataRoot.requestsTo(path).length, requests);
   await desktop.awaitEndAndAssertOpened('file.csv');
 });
 

@@ -46,7 +46,7 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
       };
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
-  assert.deepEqual(await user.root.awaitReport('done'), [], 'the frames stay empty');
+  assert.deepEqual(await user.dataRoot.awaitReport('done'), [], 'the frames stay empty');
   await desktop.clickBarrierLink(layout);
   await desktop.quitAndAssertOpened(barrierUrl);
 });
@@ -92,7 +92,7 @@ for (const [call, quit] of Object.entries(quitDuringCall)) {
       await quit(user, screen);
       await user.awaitCleanExit();
       assert.equal(screen.maxWindowCount, 2);
-      assert.equal(user.root.events('stopped').length, 1, 'the server was not killed');
+      assert.equal(user.dataRoot.events('stopped').length, 1, 'the server was not killed');
     });
 }
 
@@ -114,7 +114,7 @@ async function runAndAwaitOpened(user, screen, action, options) {
   await runScript(user, screen, repeat(openCount, action), options);
   await waitFor(`${openCount} files or URLs opened`, () => opened().length >= openCount,
     { timeout: floodTimeout });
-  user.root.assertPageLoadedOnce();
+  user.dataRoot.assertPageLoadedOnce();
   await user.terminate();
   assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
   assert.equal(new Set(opened()).size, openCount, 'different files or URLs were opened');
@@ -150,11 +150,11 @@ for (const click of [true, false]) {
     await runScript(user, screen, repeat(count, "open('/api/export?' + number)"),
       { click, routes: { '/api/export': { status: 404 } } });
     if (click) {
-      await waitFor('the end of the script', () => user.root.reported('done').length > 0,
+      await waitFor('the end of the script', () => user.dataRoot.reported('done').length > 0,
         { timeout: floodTimeout });
     }
     await waitFor('a request for /api/export', () =>
-      user.root.requests.some(({ url }) => url.startsWith('/api/export')));
+      user.dataRoot.requests.some(({ url }) => url.startsWith('/api/export')));
     await user.quit();
     assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
     assert.deepEqual(readdirSync(user.home), []);
@@ -170,5 +170,5 @@ test('a title of 50,000,000 characters and a long fragment do not change the win
   await screen.awaitPanel('Longer '.repeat(12).slice(0, 80));
   assert.equal((await screen.windows('Orvel OS')).length, 1);
   await screen.pressKeys('Return');
-  await user.root.awaitReport('done');
+  await user.dataRoot.awaitReport('done');
 });

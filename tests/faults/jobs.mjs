@@ -17,12 +17,12 @@ const csv = csvRoute('one;two\n'.repeat(100_000));
 const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
-  await user.root.awaitPainted();
+  await user.dataRoot.awaitPainted();
   await screen.awaitPageOnScreen();
 }
 
-/// Each job has these functions, which share the `context`. It contains `user` and `screen`, from the
-/// beginning `startOptions`, and from the start of the application `run`, its process:
+/// Each job has these functions. They share the `context`, which contains `user`, `screen` and
+/// `startOptions`, and after `begin` also `run`, the process of the application:
 ///   begin               starts the application with `context.startOptions`, and brings the job
 ///                       to its middle
 ///   finish              completes the job
@@ -31,7 +31,7 @@ export const jobs = {
   starting: {
     async begin({ user, screen, startOptions }) {
       user.start(startOptions);
-      await user.root.awaitStarted();
+      await user.dataRoot.awaitStarted();
       await screen.awaitWindow();
     },
     finish: awaitFirstPage,
@@ -39,13 +39,13 @@ export const jobs = {
 
   polling: {
     async begin({ user, screen, startOptions }) {
-      user.root.setRoutes({ '/api/wie': { status: 503 } });
+      user.dataRoot.setRoutes({ '/api/wie': { status: 503 } });
       user.start(startOptions);
-      await user.root.awaitRequest('/api/wie', 2);
+      await user.dataRoot.awaitRequest('/api/wie', 2);
       await screen.awaitWindow();
     },
     async finish(context) {
-      context.user.root.setRoutes();
+      context.user.dataRoot.setRoutes();
       await awaitFirstPage(context);
     },
   },
@@ -71,7 +71,7 @@ export const jobs = {
       const layout = await user.startWithPage(link('file', filePath),
         { [filePath]: { ...csv, gate: context.gate } }, startOptions);
       await screen.clickElement(layout, 'file');
-      await user.root.awaitRequest(filePath);
+      await user.dataRoot.awaitRequest(filePath);
     },
     async finish({ gate, desktop }) {
       writeFileSync(gate, '');
@@ -107,14 +107,14 @@ export const jobs = {
   quitting: {
     async begin({ user, screen, startOptions }) {
       // Long enough to inject a fault. After 3 seconds the application would kill the server.
-      user.root.setBehaviour({ stopDelay: 2500 });
+      user.dataRoot.setBehaviour({ stopDelay: 2500 });
       await user.startAndShowPage(startOptions);
       await screen.pressKeys('ctrl+q');
-      await waitFor('SIGTERM at the server', () => user.root.events('signal').length > 0);
+      await waitFor('SIGTERM at the server', () => user.dataRoot.events('signal').length > 0);
     },
     async finish({ user, run }) {
       await user.awaitCleanExit(run);
-      await user.root.awaitServerExit();
+      await user.dataRoot.awaitServerExit();
     },
   },
 };

@@ -9,7 +9,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const isPageRequested = ({ root }) => root.requestsTo('/').length > 0;
+const isPageRequested = ({ dataRoot }) => dataRoot.requestsTo('/').length > 0;
 
 /// The steps of a launch, each with a condition that holds once the step has been reached.
 const launchSteps = {
@@ -19,9 +19,9 @@ const launchSteps = {
   'web process': (user) => user.processesNamed('WebKitWebProcess').length > 0,
   'window': async ({ screen }) => (await screen.windows()).length > 0,
   'lsof': (user) => user.processesNamed('lsof').length > 0,
-  'server process': ({ root }) => root.events('started').length > 0,
-  'listening server': ({ root }) => root.events('listening').length > 0,
-  'probe': ({ root }) => root.requestsTo('/api/wie').length > 0,
+  'server process': ({ dataRoot }) => dataRoot.events('started').length > 0,
+  'listening server': ({ dataRoot }) => dataRoot.events('listening').length > 0,
+  'probe': ({ dataRoot }) => dataRoot.requestsTo('/api/wie').length > 0,
   'page request': isPageRequested,
 };
 
@@ -38,7 +38,7 @@ test('SIGTERM at any moment of the launch leaves nothing behind', async (user, s
   const atMoments = Array.from({ length: momentCount }, (_, index) => interval * index)
     .map((moment) => [`${Math.round(moment)} ms`, (elapsed) => elapsed >= moment]);
   for (const [moment, isReached] of [...atSteps, ...atMoments]) {
-    user.root.clearRecord();
+    user.dataRoot.clearRecord();
     const run = user.start();
     const start = performance.now();
     // SIGTERM ends an application that has not installed its handler yet.
@@ -60,27 +60,27 @@ test(`${rounds} starts and quits leave nothing behind`, async (user) => {
     await user.startAndShowPage();
     await user.terminate();
     await assertNoLeftovers(user);
-    user.root.clearRecord();
+    user.dataRoot.clearRecord();
   }
 });
 
 test('200 quick presses of Control-R start at most one server', async (user, screen) => {
-  const { root } = user;
+  const { dataRoot } = user;
   const pressReload200Times = () =>
     screen.runTool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
   await user.startAndShowPage();
   await pressReload200Times();
-  const requests = root.requestsTo('/').length;
+  const requests = dataRoot.requestsTo('/').length;
   await screen.pressKeys('ctrl+r');
-  await root.awaitRequest('/', requests + 1);
+  await dataRoot.awaitRequest('/', requests + 1);
   await user.typeIntoField('usable');
-  assert.equal(root.events('started').length, 1);
+  assert.equal(dataRoot.events('started').length, 1);
 
   await user.crashServer();
-  const before = root.paintCount();
+  const before = dataRoot.paintCount();
   await pressReload200Times();
-  await root.awaitStarted(2);
-  await root.awaitPainted(before + 1);
+  await dataRoot.awaitStarted(2);
+  await dataRoot.awaitPainted(before + 1);
   await screen.awaitPageOnScreen();
-  assert.equal(root.events('started').length, 2, 'one server for all presses');
+  assert.equal(dataRoot.events('started').length, 2, 'one server for all presses');
 });

@@ -39,10 +39,10 @@ const outcomes = {
     const { user, screen } = context;
     await awaitErrorPage(screen, endedServerMessage(9));
     await job.assertRolledBack?.(context);
-    user.root.setBehaviour({});
-    const before = user.root.paintCount();
+    user.dataRoot.setBehaviour({});
+    const before = user.dataRoot.paintCount();
     await user.restartServer();
-    await user.root.awaitPainted(before + 1);
+    await user.dataRoot.awaitPainted(before + 1);
   },
 };
 const { continues, quits, exits, 'shows the error page': showsErrorPage } = outcomes;
@@ -56,7 +56,7 @@ async function killWebKitProcess(user, name) {
   await user.killProcess(pid);
 }
 
-const awaitServerPid = async ({ root }) => (await root.awaitStarted()).pid;
+const awaitServerPid = async ({ dataRoot }) => (await dataRoot.awaitStarted()).pid;
 
 /// Each fault with its outcome for each job, or undefined where it is not tested. `short`
 /// names the jobs of the short form. `needsBus` gives the job a session bus.
@@ -168,13 +168,13 @@ for (const [situation, response] of Object.entries(interruptedResponses)) {
     async (user, screen) => {
       await jobs.showing.begin({ user, screen });
       const gate = join(user.folder, 'gate');
-      user.root.setRoutes({ '/': response(gate) });
+      user.dataRoot.setRoutes({ '/': response(gate) });
       await screen.pressKeys('ctrl+r');
-      await user.root.awaitRequest('/', 2);
+      await user.dataRoot.awaitRequest('/', 2);
       await user.killProcess(user.processesNamed('WebKitNetworkProcess')[0].pid);
       writeFileSync(gate, '');
-      user.root.setRoutes();
+      user.dataRoot.setRoutes();
       await jobs.showing.finish({ user, screen });
-      assert.equal(user.root.events('started').length, 1, 'number of server starts');
+      assert.equal(user.dataRoot.events('started').length, 1, 'number of server starts');
     });
 }

@@ -104,7 +104,7 @@ export class Desktop {
 
   /// Fails if the page has been replaced, quits, and does the same as awaitEndAndAssertOpened().
   async quitAndAssertOpened(...expected) {
-    this.user.root.assertPageLoadedOnce();
+    this.user.dataRoot.assertPageLoadedOnce();
     await this.user.quit();
     await this.awaitEndAndAssertOpened(...expected);
   }
