@@ -79,7 +79,7 @@ void AppDelegate::bewaarEnOpen(const Url &url) {
   web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
     if (!mayReceiveKey(url, self->platform_.listeners)) return;
     UrlRequest request = self->metSleutel(url);
-    request.setHeader("Cookie", cookieHeader(cookies, url.host));
+    request.headers["Cookie"] = cookieHeader(cookies, url.host);
     self->platform_.http.downloadTask(request, [self, url](const Download &download) {
       if (!download.file || !download.response || download.response->statusCode != 200) return;
       saveDownload(self->platform_, *download.file, download.suggestedFilename, url);

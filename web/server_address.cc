@@ -66,7 +66,7 @@ bool AppDelegate::lokaal() const { return isLocalAddress(baseURL()); }
 UrlRequest AppDelegate::metSleutel(const Url &url) const {
   UrlRequest request;
   request.url = url;
-  request.setHeader("X-ORVEL-App", appSleutel);
+  request.headers["X-ORVEL-App"] = appSleutel;
   request.forwardsHeaders = isSameOriginOrUpgrade;
   return request;
 }

@@ -48,8 +48,7 @@ class HttpFieldsContract : public ContractTest {
                                        bool (*forwardsHeaders)(const Url &,
                                                                const Url &) = hasSameHostAndPort) {
     auto request = requestOf(address);
-    request.setHeader("X-ORVEL-App", sentKey);
-    request.setHeader("Cookie", sentCookies);
+    request.headers = {{"X-ORVEL-App", sentKey}, {"Cookie", sentCookies}};
     request.forwardsHeaders = forwardsHeaders;
     return fetch(platform->interfaces().http, request);
   }
@@ -77,7 +76,7 @@ TEST_P(HttpFieldsContract, KeyCookiesAndRequestTargetAreSentUnchanged) {
 TEST_P(HttpFieldsContract, EmptyHeaderFieldsAreSent) {
   const LoopbackServer server(respondWith(okResponse()));
   auto request = requestOf(server.url());
-  for (const char *name : {"X-ORVEL-App", "Cookie"}) request.setHeader(name, "");
+  request.headers = {{"X-ORVEL-App", ""}, {"Cookie", ""}};
   EXPECT_EQ(fetch(platform->interfaces().http, request).status, 200);
   ASSERT_EQ(server.heads().size(), 1U);
   for (const char *name : {"X-ORVEL-App", "Cookie"}) {

@@ -43,8 +43,8 @@ DataReply replyTo(const std::string &cookie, bool isDownload) {
   UrlRequest request;
   request.url = *Url::parse(requested);
   request.forwardsHeaders = isSameOriginOrUpgrade;
-  request.setHeader("X-ORVEL-App", "key");
-  request.setHeader("Cookie", cookie);
+  request.headers["X-ORVEL-App"] = "key";
+  request.headers["Cookie"] = cookie;
   // Shared, because a faulty second call of the completion could come after this function returns.
   const auto promise = std::make_shared<std::promise<DataReply>>();
   auto ended = promise->get_future();

@@ -112,12 +112,13 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
   download();
   EXPECT_THAT(fake.record.take(), ElementsAre("all cookies"));
   fake.scheduler.runUntilIdle();
-  EXPECT_THAT(fake.record.take(), ElementsAre("download " + address +
-                                                  " timeout 60000 ms [X-ORVEL-App: app-key] "
-                                                  "[Cookie: orvelapp=1; session=1]",
-                                              // "file", because it still exists at this path.
-                                              "quarantine file from " + address,
-                                              "open file " + folder() + "/report.pdf"));
+  EXPECT_THAT(
+      fake.record.take(),
+      ElementsAre("download " + address +
+                      " timeout 60000 ms [Cookie: orvelapp=1; session=1] "
+                      "[X-ORVEL-App: app-key]",
+                  // "file", because it still exists at this path.
+                  "quarantine file from " + address, "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(savedText("report.pdf"), "contents");
   EXPECT_THAT(savedNames(), ElementsAre("report.pdf"));
 }
@@ -131,8 +132,8 @@ TEST_F(Downloads, EmptyStoreOrUrlWithoutHostSendsEmptyCookieHeader) {
   fake.scheduler.runUntilIdle();
   ASSERT_EQ(fake.http.sent.size(), 2U);
   for (const auto &sent : fake.http.sent) {
-    EXPECT_EQ(sent.request.header("Cookie"), "");
-    EXPECT_EQ(sent.request.header("X-ORVEL-App"), "app-key");
+    EXPECT_EQ(sent.request.headers.at("Cookie"), "");
+    EXPECT_EQ(sent.request.headers.at("X-ORVEL-App"), "app-key");
     EXPECT_EQ(sent.request.cachePolicy, CachePolicy::useProtocol);
   }
 }

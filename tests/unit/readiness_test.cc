@@ -145,7 +145,7 @@ TEST_F(Readiness, MissingKeyLoadsPageWithoutCookie) {
   fake.record.take();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(fake.record.take(), ElementsAre("load http://127.0.0.1:4767/ timeout 60000 ms"));
-  EXPECT_EQ(fake.http.sent[0].request.header("X-ORVEL-App"), "");
+  EXPECT_EQ(fake.http.sent[0].request.headers.at("X-ORVEL-App"), "");
 }
 
 TEST_F(Readiness, CookieBelongsToHostAndIsSecureUnlessAddressIsLocal) {

@@ -136,7 +136,7 @@ TEST_F(ServerAddress, KeyIsReadOnceWhenDelegateIsCreated) {
   delegate();
   fake.bundle.texts["ORVELOSKey"] = "other key";
   const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/"));
-  EXPECT_EQ(request.header("X-ORVEL-App"), "app-key");
+  EXPECT_EQ(request.headers.at("X-ORVEL-App"), "app-key");
   launchApplication();
   EXPECT_EQ(web().configuration.applicationNameForUserAgent, "ORVELOS/app-key");
 }

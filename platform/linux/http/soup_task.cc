@@ -27,7 +27,7 @@ void release(GSource *source) {
 
 /// Returns whether the name of a field is a token, and its value has no CR, LF or NUL (RFC 9110,
 /// section 5.5).
-bool isSendable(const std::pair<std::string, std::string> &field) {
+bool isSendable(const std::pair<const std::string, std::string> &field) {
   const auto &[name, value] = field;
   return isHttpToken(name) &&
          value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;

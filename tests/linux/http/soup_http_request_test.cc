@@ -59,7 +59,7 @@ TEST_F(SoupHttpRequest, FieldValuesAreSentByteForByte) {
 TEST_F(SoupHttpRequest, ReloadPolicySendsNoCache) {
   auto request = requestOf(server_.url());
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
-  request.setHeader("X-ORVEL-App", "key");
+  request.headers["X-ORVEL-App"] = "key";
   const std::string head = headOf(request);
   EXPECT_EQ(headerField(head, "Cache-Control"), " no-cache");
   EXPECT_EQ(headerField(head, "Pragma"), " no-cache");
