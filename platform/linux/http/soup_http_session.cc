@@ -4,9 +4,9 @@
 #include <gio/gunixsocketaddress.h>
 #include <libsoup/soup.h>
 
-#include <algorithm>
 #include <utility>
 
+#include "base/ascii.h"
 #include "platform/linux/glib/gobject_pointer.h"
 #include "platform/linux/http/soup_task.h"
 
@@ -48,7 +48,7 @@ void registerTypes() {
 /// Returns whether a host is this machine. Requests to it never use a proxy.
 bool isLoopback(const std::string &host) {
   // "127.1" is 127.0.0.1 as well, but "127.example.test" is a host of the network.
-  return host == "localhost" || host == "::1" ||
+  return equalIgnoringAsciiCase(host, "localhost") || host == "::1" ||
          (host.starts_with("127.") && host.find_first_not_of("0123456789.") == std::string::npos);
 }
 
@@ -79,7 +79,7 @@ SoupHttpSession::SoupHttpSession(std::vector<std::string> downloadFolders)
 SoupHttpSession::~SoupHttpSession() {
   queue_.post([this] {
     stopping_ = true;
-    for (const auto &task : tasks_) task->cancel();
+    for (SoupTask &task : tasks_) task.cancel();
   });
   thread_.join();
 }
@@ -136,17 +136,14 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
                             std::function<void(const SoupTask &)> ended) {
   ++unfinished_;
   const auto &session = isLoopback(request.url.host) ? sessions_->direct : sessions_->proxied;
-  auto task = std::make_unique<SoupTask>(request, sink);
-  SoupTask &started = *task;
-  tasks_.insert(std::move(task));
-  started.start(session.get(), [this, &started, ended = std::move(ended)](const SoupTask &) {
-    const auto found = std::find_if(tasks_.begin(), tasks_.end(),
-                                    [&](const auto &each) { return each.get() == &started; });
+  const auto started = tasks_.emplace(tasks_.end(), request, sink);
+  started->start(session.get(), [this, started, ended = std::move(ended)](const SoupTask &task) {
     // Keeps the task alive until this callback, which the task calls, has returned.
-    const auto owner = tasks_.extract(found);
-    ended(started);
+    std::list<SoupTask> owner;
+    owner.splice(owner.end(), tasks_, started);
+    ended(task);
   });
-  if (stopping_) started.cancel();
+  if (stopping_) started->cancel();
 }
 
 void SoupHttpSession::complete(std::function<void()> completion) {

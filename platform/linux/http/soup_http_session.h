@@ -3,9 +3,9 @@
 #include <glib.h>
 
 #include <functional>
+#include <list>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -72,7 +72,7 @@ class SoupHttpSession final : public HttpSession {
   /// Points to a local variable of run(), because libsoup sessions must be destroyed on the request
   /// thread.
   SoupSessions *sessions_ = nullptr;
-  std::set<std::unique_ptr<SoupTask>> tasks_;
+  std::list<SoupTask> tasks_;
 
   /// The request thread.
   std::thread thread_;

@@ -33,18 +33,6 @@ bool isSendable(const std::pair<const std::string, std::string> &field) {
          value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
-/// Returns a new source that calls its callback at its ready time (g_source_set_ready_time).
-GSource *makeTimeoutSource() {
-  static GSourceFuncs functions{nullptr,
-                                nullptr,
-                                [](GSource *, GSourceFunc callback, gpointer data) {
-                                  return callback(data); },
-                                nullptr,
-                                nullptr,
-                                nullptr};
-  return g_source_new(&functions, sizeof(GSource));
-}
-
 /// Returns whether a URI has the scheme http or https and a host.
 bool isHttpUri(GUri *uri) {
   if (uri == nullptr) return false;
@@ -70,7 +58,7 @@ SoupTask::SoupTask(const UrlRequest &request, BodySink &sink)
       sink_(sink),
       message_(makeMessage()),
       cancellable_(adopt(g_cancellable_new())),
-      timeoutSource_(makeTimeoutSource(), release),
+      timeoutSource_(g_timeout_source_new(0), release),
       arrivalSource_(nullptr, release) {}
 
 void SoupTask::start(SoupSession *session, Ended ended) {
@@ -82,15 +70,13 @@ void SoupTask::start(SoupSession *session, Ended ended) {
       timeoutSource_.get(),
       [](gpointer self) -> gboolean {
         static_cast<SoupTask *>(self)->timedOut();
-        return G_SOURCE_CONTINUE;
+        return G_SOURCE_REMOVE;
       },
       this, nullptr);
   g_source_attach(timeoutSource_.get(), g_main_context_get_thread_default());
-  if (!message_) {
-    // Fails the request later, from the event loop of this thread: this call must not call `ended`.
-    g_source_set_ready_time(timeoutSource_.get(), 0);
-    return;
-  }
+  // The source, whose interval is 0, fails the request from the event loop of this thread: this
+  // call must not call `ended`.
+  if (!message_) return;
 
   restartTimeout();
   networkEvent_ = SignalConnection(
@@ -134,11 +120,10 @@ GObjectPointer<SoupMessage> SoupTask::makeMessage() const {
 }
 
 void SoupTask::timedOut() {
-  g_source_set_ready_time(timeoutSource_.get(), -1);
   if (message_) {
     cancel();
   } else {
-    // The request was not sent: start() has set the ready time to fail it.
+    // The request was not sent.
     finish(false);
   }
 }
@@ -182,7 +167,7 @@ void SoupTask::headArrived(SoupSession *session, GAsyncResult *result) {
   stream_.reset(soup_session_send_finish(session, result, nullptr));
   hasHead_ = stream_ != nullptr;
   if (hasHead_ && prepareDecoding()) {
-    block_.reset(new char[blockSize]);
+    block_ = std::make_unique_for_overwrite<char[]>(blockSize);
     readMore();
   } else {
     finish(false);

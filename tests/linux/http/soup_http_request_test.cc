@@ -100,7 +100,7 @@ TEST_F(SoupHttpRequest, LoopbackAddressBypassesProxy) {
   for (const char *exclusions : {"no_proxy", "NO_PROXY"}) ::setenv(exclusions, "", 1);
   const bool isProxySet = hasProxy("http://127.0.0.1/");
   EXPECT_EQ(fetch(session_, server_.url()).status, 200);
-  EXPECT_EQ(fetch(session_, "http://localhost:" + std::to_string(server_.port())).status, 200);
+  EXPECT_EQ(fetch(session_, "http://LOCALHOST:" + std::to_string(server_.port())).status, 200);
   ::unsetenv("http_proxy");
   for (const char *exclusions : {"no_proxy", "NO_PROXY"}) ::unsetenv(exclusions);
   if (!isProxySet) GTEST_SKIP() << "the system's resolver does not read the environment";
