@@ -65,9 +65,7 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 /// navigation counts as a sub-frame navigation, because a frame shows only the last of several
 /// addresses. So does a link to a fragment, because the frame already shows its document, and
 /// only a sub-frame can show a document that is not allowed in the main frame.
-NavigationTarget targetWithoutLoad(WebKitNavigationAction *action) {
-  const std::string_view address =
-      webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+NavigationTarget targetWithoutLoad(WebKitNavigationAction *action, std::string_view address) {
   const bool isLink =
       webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
   return isLink && withoutFragment(address) == address ? NavigationTarget::mainFrame
@@ -169,7 +167,7 @@ void WebKitFrameProbe::navigationHandled(GAsyncResult * /*result*/) {
   if (attempt_->isRedirect || attempt_->isLoadedInSubFrame) {
     return report(NavigationTarget::subFrame);
   }
-  report(targetWithoutLoad(attempt_->action));
+  report(targetWithoutLoad(attempt_->action, attempt_->address));
 }
 
 void WebKitFrameProbe::resourceStarted(WebKitWebResource *resource) {

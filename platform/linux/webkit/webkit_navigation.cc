@@ -85,7 +85,7 @@ bool WebKitNavigation::decide(WebKitPolicyDecision *decision, WebKitPolicyDecisi
     // When the delegate allows the window, WebKit emits "create", which calls createWebView.
     answer(navigation, delegate_.decidePolicy(
                            {.url = urlOf(navigation), .target = NavigationTarget::newWindow}));
-  } else if (isCancelledInEveryFrame(navigation)) {
+  } else if (policyInEveryFrame(navigation) == NavigationPolicy::cancel) {
     // A cancelled navigation needs no probe and fires no beforeunload event, so it does not wait
     // for a running probe.
     decideFrameNavigation(navigation);
@@ -104,11 +104,12 @@ void WebKitNavigation::downloadStarted(WebKitDownload *download) {
   delegate_.startDownload(urlFromWebKit(address.c_str()), navigation->hasUserGesture);
 }
 
-bool WebKitNavigation::isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const {
+std::optional<NavigationPolicy> WebKitNavigation::policyInEveryFrame(
+    WebKitNavigationPolicyDecision *decision) const {
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
-  if (delegate_.policyFor(action) == NavigationPolicy::allow) return false;
+  const NavigationPolicy inMainFrame = delegate_.policyFor(action);
   action.target = NavigationTarget::subFrame;
-  return delegate_.policyFor(action) == NavigationPolicy::cancel;
+  return delegate_.policyFor(action) == inMainFrame ? std::optional(inMainFrame) : std::nullopt;
 }
 
 void WebKitNavigation::decidePendingNavigations() {
@@ -148,11 +149,8 @@ void WebKitNavigation::decideFrameNavigation(WebKitNavigationPolicyDecision *dec
   const auto stored = findAllowedNavigation(address);
   if (stored != allowedNavigations_.end()) allowedNavigations_.erase(stored);
   NavigationAction action{.url = urlOf(decision), .target = NavigationTarget::mainFrame};
-  const NavigationPolicy inMainFrame = delegate_.policyFor(action);
-  action.target = NavigationTarget::subFrame;
   // No probe is needed when the policy does not depend on the frame.
-  if (delegate_.policyFor(action) == inMainFrame) {
-    action.target = NavigationTarget::mainFrame;
+  if (policyInEveryFrame(decision)) {
     return answer(decision, decideAndStore(action, address, hasUserGesture));
   }
   probe_.start(decision, [this, action, address, hasUserGesture](NavigationTarget target) mutable {

@@ -3,6 +3,7 @@
 #include <webkit/webkit.h>
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +38,9 @@ class WebKitNavigation {
 
   /// Handles a "decide-policy" signal. Returns false when WebKit should decide itself.
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
-  bool isCancelledInEveryFrame(WebKitNavigationPolicyDecision *decision) const;
+  /// Returns the policy that holds for every frame, or nullopt when it depends on the frame.
+  std::optional<NavigationPolicy> policyInEveryFrame(
+      WebKitNavigationPolicyDecision *decision) const;
   void decidePendingNavigations();
   void decideFrameNavigation(WebKitNavigationPolicyDecision *decision);
   std::deque<AllowedNavigation>::iterator findAllowedNavigation(std::string_view address);
