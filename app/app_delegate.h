@@ -82,7 +82,8 @@ class AppDelegate final : public ApplicationDelegate,
 
   // web/server_address.cc
   /// Returns the address of the OS server, which ends in "/": the one that the user has
-  /// chosen, else the preset of the build, else that of this machine. Any thread.
+  /// chosen, else the preset of the build, else that of this machine. Reads them at each call.
+  /// Any thread.
   std::string baseURL() const;
   /// Returns whether the OS server runs on this machine. Any thread.
   bool lokaal() const;
@@ -155,8 +156,8 @@ class AppDelegate final : public ApplicationDelegate,
   /// the address is invalid.
   void useAddress(const std::string &input);
   void perform(NavigationConsequence consequence, const Url &url);
-  /// Installs a newer release. `manifest` is nullopt when the check has failed, `url` the URL of
-  /// the manifest. Any thread.
+  /// Installs a newer release. Without one, shows an alert unless the check is silent (`stil`).
+  /// `manifest` is nullopt when the check has failed, `url` the URL of the manifest. Any thread.
   void handleManifest(const std::optional<UpdateManifest> &manifest, const Url &url, bool stil);
   /// Tells the user about the new version and then restarts the application. Any thread.
   void showUpdateNotice(const std::string &versie);

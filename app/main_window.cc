@@ -65,7 +65,8 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  // loadPage would start a second sequence of probes beside a running one.
+  // While the server may not get the key, loadPage would continue as after a failed probe, even if
+  // a sequence of probes is running already.
   if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
     awaitServerForReload();
     return;

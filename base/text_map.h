@@ -8,6 +8,7 @@
 
 namespace orvel {
 
+/// Texts by key.
 using TextMap = std::map<std::string, std::string, std::less<>>;
 
 /// Returns the text with this key, or nullopt when the key is missing. Any thread.

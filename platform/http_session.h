@@ -26,8 +26,8 @@ struct DataReply {
 /// The outcome of a download task. Each part may be present without the others.
 struct Download {
   /// The path of a file that holds the whole body. Absent when the body failed as in
-  /// `DataReply`, except that no size limit applies, or could not be written. The file is
-  /// removed when the completion returns, unless `moveFile` has moved it.
+  /// `DataReply` or could not be written. No size limit applies. The file is removed when the
+  /// completion returns, unless `moveFile` has moved it.
   std::optional<std::string> file{};
   /// The head of the final response, as in `DataReply`.
   std::optional<HttpResponse> response{};
@@ -49,7 +49,7 @@ class HttpSession {
 
   /// Starts a request and returns at once. Calls the completion exactly once, on a
   /// thread of the session and never on the main thread. Follows redirects.
-  /// `forwardsHeaders` decides whether a redirect gets the header fields; once withheld,
+  /// `request.forwardsHeaders` decides whether a redirect gets the header fields; once withheld,
   /// they are not sent again. A failure leaves a part of the reply absent. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
   /// Like dataTask, but writes the body to a file, for any status. Any thread.

@@ -56,7 +56,7 @@ void AppDelegate::openOS() {
 }
 
 void AppDelegate::waitForServer(int tries) {
-  // serverDidExit, startServer or openOS shows an error page that says why.
+  // serverDidExit, startServer or openOS shows an error page that says why, except while quitting.
   if (lokaal() && !isServerRunning()) return;
 
   isAwaitingServer_ = true;

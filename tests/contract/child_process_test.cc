@@ -36,6 +36,7 @@ class ChildProcessContract : public ContractTest {
   std::shared_ptr<ChildProcess> launchShell(const std::string &commandLine) {
     const LaunchResult result = launch(shell(commandLine));
     if (!result.process) throw std::runtime_error(result.error);
+    EXPECT_EQ(result.error, "");
     return result.process;
   }
 

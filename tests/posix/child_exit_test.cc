@@ -24,6 +24,7 @@ class ChildExit : public testing::TestWithParam<bool> {
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
     const auto result = launcher_.launch(request);
     if (!result.process) throw std::runtime_error(result.error);
+    EXPECT_EQ(result.error, "");
     return result.process;
   }
   /// Launches a shell command and waits for the first line of its output.

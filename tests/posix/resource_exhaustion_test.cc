@@ -84,8 +84,8 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
   std::set<std::string> errors;
   rlim_t tasks = 0;
   // With a rising limit, the launch fails first for lack of a thread, then for lack of a process,
-  // and finally succeeds. The limit rises again when the second failure was missed, because
-  // another task of the user ended before the fork. 20,000 bounds the loop.
+  // and finally succeeds. When it succeeds before both failures were seen, because another task of
+  // the user ended before the fork, the limit starts again from zero. 20,000 bounds the loop.
   for (int launches = 0; launches < 20'000; ++launches) {
     const TaskLimit limit(tasks);
     child = launcher.launch(request);

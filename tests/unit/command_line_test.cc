@@ -13,7 +13,7 @@ TEST(CommandLine, PathIsSingleQuotedWithoutChanges) {
   EXPECT_EQ(singleQuoted("$(x) `y` \\ \"z\" {a} {\n"), "'$(x) `y` \\ \"z\" {a} {\n'");
 }
 
-// A command has two parts: the text before the paths and the text after them.
+// The commands of these tests have two parts: the texts before and after the paths.
 TEST(CommandLine, PathWithSingleQuoteHasNoCommandLine) {
   for (const std::string path : {"'", "a'b", "'; rm -rf ~; '"}) {
     EXPECT_EQ(singleQuoted(path), std::nullopt);

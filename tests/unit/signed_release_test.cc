@@ -62,7 +62,7 @@ class SignedRelease : public InstallationTest {
   }
 
   void expectInstalled() {
-    EXPECT_EQ(installedVersion(), "new");
+    EXPECT_EQ(installedVersion(), "new") << "the text in the bundle of the release";
     EXPECT_EQ(fake.record.count("alert Orvel OS is bijgewerkt naar 1.3"), 1U);
   }
   /// Restores the installed version and forgets the calls, requests and alerts of earlier rows.
@@ -207,6 +207,8 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
   }
 }
 
+// matchesSignature does not verify the signature: it compares the entries of the bundle with what
+// was signed, here only the version and no new key.
 TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
   EXPECT_TRUE(matchesSignature(releaseEntries, "1.3", "1.2", /*signature=*/{}, ourKey));
   EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.3", /*signature=*/{}, ourKey));

@@ -65,7 +65,7 @@ TEST_F(StaleServer, OnlyServersOfThisRootAreKilled) {
       {"41\n", {{"41", "node v3/server.mjs --root " + root() + "\n", true}}},
       {"41\n42\n43\n", {{"41", ownRoot, true}, {"42", otherRoot, false}, {"43", ownRoot, true}}},
       {"41\n\n\n42\n", {{"41", "", false}, {"42", ownRoot, true}}},
-      // The listing is not parsed as numbers.
+      // A line is used as it stands, even if it is not a number.
       {"lsof: no port\n", {{"lsof: no port", ownRoot, true}}},
   };
   for (const auto &[listing, processes] : rows) {

@@ -41,6 +41,7 @@ test('an empty screen and the complete heavy page are recognised by their pixels
   assert.ok(!showsHeavyPage(screen), 'the band without its right edge');
   paint(BAND, 140, 340);
   assert.ok(showsHeavyPage(screen));
+  // isEmptyScreen looks at the middle of the screen only.
   paint(BAND, 150, 200);
   assert.ok(!isEmptyScreen(screen));
 });
@@ -66,6 +67,8 @@ test('a process tree reports the exit of its last process', async () => {
 });
 
 test('the summary of stalls has the launch, the longest later stall and the total waiting', () => {
+  // Each line is a stall: the time waited for child processes, and the whole time in milliseconds. The
+  // first stall is the launch.
   assert.deepEqual(summariseStalls('40.0 45.5\n2.0 20.5\n'),
     { launch: 45.5, later: 20.5, waited: 42 });
 });
@@ -110,6 +113,7 @@ test('the report lists the targets as met, missed or not measured', () => {
     ['10,000 files of 10 KiB at 0.9 times the speed of curl']);
   const tables = formatTables(results);
   assert.doesNotMatch(tables, /the main loop/, 'a table without measurements');
+  // 15 - 5, divided by the time of each download.
   assert.match(tables, /^\| verification, [^|]*\| – \| 0\.50 \| 0\.10 \|$/m);
 });
 

@@ -35,8 +35,9 @@ void discard(const fs::path &path) {
   fs::remove_all(path, ignored);
 }
 
-/// Returns whether two paths are on the same device. Without RENAME_EXCHANGE the kernel returns
-/// EINVAL before EXDEV, so the devices are compared first.
+/// Returns whether two paths are on the same device. A file system that does not support
+/// RENAME_EXCHANGE reports EINVAL even for two devices (not EXDEV), so the devices are compared
+/// first.
 bool onOneDevice(const fs::path &one, const fs::path &other) {
   struct stat first{};
   struct stat second{};

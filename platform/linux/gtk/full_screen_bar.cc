@@ -117,8 +117,10 @@ bool FullScreenBar::hasFocus() const {
 bool FullScreenBar::openMenu() {
   if (!gtk_window_is_fullscreen(window_) || hasFocus()) return false;
   isMenuOpening_ = true;
+  const bool wasRevealed = gtk_revealer_get_child_revealed(revealer_);
   updateRevealed();
-  openMenuIfShown();
+  // Otherwise the notification of "child-revealed" opens the menu.
+  if (wasRevealed) openMenuIfShown();
   return true;
 }
 

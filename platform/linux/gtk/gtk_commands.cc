@@ -64,7 +64,13 @@ void GtkCommands::perform(MenuAction action, GtkWindow *window) {
       return gtk_window_minimize(window);
     case MenuAction::toggleFullScreen:
       return toggleFullScreen(window);
-    default:
+    case MenuAction::none:
+    case MenuAction::undo:
+    case MenuAction::redo:
+    case MenuAction::cut:
+    case MenuAction::copy:
+    case MenuAction::paste:
+    case MenuAction::selectAll:
       return;
   }
 }

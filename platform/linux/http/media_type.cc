@@ -67,10 +67,7 @@ std::string essence(std::string_view mediaType) {
 /// section 2.2).
 void addPatterns(const std::string &xml, Extensions &extensions) {
   const auto startElement = [](GMarkupParseContext *, const char *element, const char **attributes,
-                               const char **values, gpointer data, GError **) {
-    auto &found = *static_cast<Extensions *>(data);
-    // Discards the patterns of the folders before.
-    if (std::string_view(element) == "glob-deleteall") found = {};
+                               const char **values, gpointer found, GError **) {
     if (std::string_view(element) != "glob") return;
     std::string_view pattern;
     int weight = 50;  // The default of the database format.
@@ -78,7 +75,7 @@ void addPatterns(const std::string &xml, Extensions &extensions) {
       if (std::string_view(*attributes) == "pattern") pattern = *values;
       if (std::string_view(*attributes) == "weight") weight = std::atoi(*values);
     }
-    found.add(pattern, weight);
+    static_cast<Extensions *>(found)->add(pattern, weight);
   };
   const GMarkupParser parser{startElement, nullptr, nullptr, nullptr, nullptr};
   const std::unique_ptr<GMarkupParseContext, void (*)(GMarkupParseContext *)> context(

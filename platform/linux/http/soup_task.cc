@@ -74,8 +74,8 @@ void SoupTask::start(SoupSession *session, Ended ended) {
       },
       this, nullptr);
   g_source_attach(timeoutSource_.get(), g_main_context_get_thread_default());
-  // The source, whose interval is 0, fails the request from the event loop of this thread: this
-  // call must not call `ended`.
+  // timeoutSource_ is due at once and fails the request from the event loop, because this call must
+  // not call `ended`.
   if (!message_) return;
 
   restartTimeout();

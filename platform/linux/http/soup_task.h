@@ -80,7 +80,8 @@ class SoupTask {
   bool hasWholeBody_ = false;
   bool isDecoded_ = false;
   goffset received_ = 0;
-  /// Fires when no data has arrived for the request's timeout.
+  /// Fires when no data has arrived for the request's timeout, or at once when the request cannot
+  /// be sent.
   Source timeoutSource_;
   /// Fires when bytes arrive at the socket. libsoup signals only the end of the head.
   Source arrivalSource_;

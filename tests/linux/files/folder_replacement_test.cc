@@ -232,7 +232,7 @@ TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   expectAtOriginalPath(old);
 }
 
-// On one file system an exchange needs no lock.
+// Replacements on one file system need no lock where it supports RENAME_EXCHANGE.
 TEST_F(FolderReplacementCopy, ConcurrentReplacementsAreSerialized) {
   for (int round = 0; round < 10; ++round) {
     fs::remove_all(original_);

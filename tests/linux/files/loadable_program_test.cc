@@ -138,8 +138,8 @@ TEST_F(LoadableProgram, FileOtherThanWholeExecutableProgramIsRejected) {
   EXPECT_FALSE(isLoadable(""));
   EXPECT_FALSE(isLoadable("\177ELF"));
   const std::string whole = releaseProgram();
-  // The last size ends before the page of the dynamic section. More bytes may be enough, because
-  // the end of the file holds only debug information.
+  // The last size ends before the page of the dynamic section. A file with more bytes may still be
+  // loadable, because the end of the file holds only debug information.
   const std::size_t dynamicPage = ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096;
   for (const std::size_t size :
        {std::size_t{60}, std::size_t{200}, std::size_t{1000}, dynamicPage}) {

@@ -49,12 +49,6 @@ TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
   EXPECT_EQ(extensionOf("a/b"), "own");
 }
 
-TEST_F(MediaType, GlobDeleteallDiscardsPatternsOfSystem) {
-  addType("system", "a/b", R"(<glob pattern="*.one" weight="80"/>)");
-  addType("user", "a/b", R"(<glob-deleteall/><glob pattern="*.own"/>)");
-  EXPECT_EQ(extensionOf("a/b"), "own");
-}
-
 TEST_F(MediaType, PatternWithoutLiteralExtensionIsIgnored) {
   addType("system", "a/b",
           "<glob pattern=\"README*\"/><glob pattern=\"*,v\"/><glob pattern=\"*.\"/>"

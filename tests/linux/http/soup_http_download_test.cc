@@ -34,7 +34,8 @@ class SoupHttpDownload : public testing::Test {
   Download fetchAndMove(const LoopbackServer &server) {
     return fetchAndMove(session_, requestOf(server.url()));
   }
-  /// Without O_TMPFILE, a file may still be removed after the completion has returned.
+  /// Waits, because without O_TMPFILE the file of a failed download is removed only after its
+  /// completion has returned.
   bool folderIsEmpty() const {
     return eventually([this] { return fs::is_empty(folder_.path()); });
   }

@@ -49,7 +49,8 @@ TEST_F(NewWindow, CancelledLinkOpensNoWindow) {
   }
 }
 
-// WebKit asks for no policy here, so the delegate also gets URLs that it cancels for a link.
+// WebKit asks for no policy decision on window.open(), so the delegate also gets URLs that it would
+// cancel as the target of a link.
 TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
   showPage("page");
   const std::vector<std::pair<std::string, std::string>> rows{

@@ -200,8 +200,9 @@ class PageTest : public testing::Test {
     released_.notify_all();
   }
 
-  /// Waits until the server has received all requests that the page has sent. WebKit sends the
-  /// requests of a page in order, so the page sends one more request as a barrier.
+  /// Waits until the server has received the requests that the page has sent, by one more request.
+  /// WebKit sends the requests of a page in order. The server reads each connection on a thread of
+  /// its own, so one that was sent immediately before may, rarely, be recorded after it.
   bool waitUntilRequestsArrived() {
     const std::string barrier = "/barrier" + std::to_string(++uniqueNumber_);
     evaluate("fetch('" + barrier + "'); 0");

@@ -1,5 +1,6 @@
-// A data root for a test: the folder with the OS and its server script v3/server.mjs. The script is
-// the fixture server, which records its events in a file. User.remove() removes the folder.
+// A data root for a test: the folder from which the application starts the local server, by the
+// script v3/server.mjs. The script is the fixture server, which records its events in a file.
+// User.remove() removes the folder.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,

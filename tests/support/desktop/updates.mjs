@@ -67,14 +67,14 @@ export async function checkAndCloseNotice(screen, notice) {
 
 /// Checks for updates from the menu, and waits until the application has installed or rejected the
 /// offered release. A second check is a barrier: responses are handled in order, so the
-/// installation has ended when the second check shows that the version `installed` is the latest.
-/// `members` are additional members of the manifest of the second check.
-export async function checkUntilReleaseHandled(screen, server, members, installed = '1.0') {
+/// installation has ended when the second check reports that the running version, `running`, is the
+/// latest. `members` are additional members of the manifest of the second check.
+export async function checkUntilReleaseHandled(screen, server, members, running = '1.0') {
   const before = server.requestsTo(archivePath).length;
   await beginUpdateCheck(screen);
   await server.awaitRequest(archivePath, before + 1);
   offerNoLaterRelease(server, members);
-  await checkAndCloseNotice(screen, upToDateNotice(installed));
+  await checkAndCloseNotice(screen, upToDateNotice(running));
 }
 
 /// Installs the offered release from the menu and restarts.

@@ -1,0 +1,1 @@
+#error "the core must not include headers of a platform library"
