@@ -120,7 +120,7 @@ export function createRouter({ record, state }) {
 
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
-      // The keys by which the server recognizes the application.
+      // The keys by which the server recognises the application.
       const marks = marksOf(request.headers);
       const via = markNamesOf(marks);
       sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });

@@ -70,8 +70,8 @@ test('downloads of the same name that complete together are all kept and opened'
   });
 
 /// Content-Disposition, the expected name of the file and, where this name depends on it, the path
-/// of the stored file. The last name of the path replaces a missing name, with the extension of the
-/// media type, and an unusable name, without it.
+/// of the stored file. A missing name becomes the last component of the path with the extension of
+/// the media type, and an unusable name becomes that component alone.
 const suggestedNames = {
   'escaped quotes': ['attachment; filename="one \\"two\\" three.csv"', 'one "two" three.csv'],
   'both forms of the parameter': [

@@ -90,7 +90,7 @@ test('the key is in no command line, environment, log or message, and in expecte
     const { all, withKey } = stopWatching();
     // The kernel truncates names to 15 bytes.
     for (const name of ['orvel-os', 'WebKitWebProces', 'WebKitNetworkPr', 'node']) {
-      assert.ok([...all].some((each) => each.startsWith(name)), `${name} was seen: ${[...all]}`);
+      assert.ok([...all].some((each) => each.startsWith(name)), `${name} is missing among ${[...all]}`);
     }
     assert.deepEqual([...withKey], []);
     const programLog = readFileSync(log, 'latin1');

@@ -4,7 +4,7 @@
 //   node bench.mjs APPLICATION PROGRAMS RESULTS [MODE]
 //
 // APPLICATION is an executable, PROGRAMS the folder of what CMakeLists.txt builds, and RESULTS the
-// file. ORVEL_BENCH_CHROMIUM is the path of Chromium, or empty to leave it out.
+// JSON file. ORVEL_BENCH_CHROMIUM is the path of Chromium, or empty to leave it out.
 // MODE is "all" by default, "quick" for one round of starts, or "updates" for the updates alone.
 
 import { mkdirSync, readFileSync, rmSync, statfsSync, writeFileSync } from 'node:fs';

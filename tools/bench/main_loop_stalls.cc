@@ -65,6 +65,7 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
   // Before glibc 2.36, RTLD_NEXT could find an older version of this function with another ABI.
+  // Debian 12 has glibc 2.36.
   static const auto original = reinterpret_cast<int (*)(pthread_cond_t *, pthread_mutex_t *)>(
       dlsym(RTLD_NEXT, "pthread_cond_wait"));
   const bool isMainThread = ::getpid() == ::gettid();

@@ -9,7 +9,7 @@ import { waitFor } from './wait.mjs';
 /// the process and a function that returns its output.
 export async function withPortHolder(args, body) {
   const holder = spawn(process.execPath, args, {
-    env: { PATH: process.env.PATH, PORT: String(PORT) }, stdio: ['ignore', 'pipe', 'inherit'],
+    env: { PATH: process.env.PATH, PORT: String(PORT) }, stdio: ['ignore', 'pipe', 'ignore'],
   });
   let output = '';
   holder.stdout.on('data', (text) => (output += text));
