@@ -94,7 +94,9 @@ for (const whileRunning of [false, true]) {
   { configurationFiles: ['defaults.ini', 'defaults.ini.damaged'] }, async (user) => {
     const { defaultsFile } = user;
     await user.startAndShowPage();
-    if (!whileRunning) await user.quit();
+    // A write of the window frame that is in progress would replace the damaged file.
+    if (whileRunning) await waitFor('the stored window frame', () => existsSync(defaultsFile));
+    else await user.quit();
     const files = user.dataFiles();
     assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
     mkdirSync(dirname(defaultsFile), { recursive: true });
