@@ -16,7 +16,8 @@ namespace {
 
 using namespace posix_test;
 
-/// The parameter is `endsWithParent` of every launch.
+/// The parameter is `endsWithParent` of every launch. On Linux, it selects fork (true) or
+/// posix_spawn (false); macOS ignores it.
 class ChildStart : public testing::TestWithParam<bool> {
  protected:
   LauncherUnderTest launcher_{GetParam()};

@@ -36,7 +36,8 @@ class ReplacedDescriptor {
   const int copy_;
 };
 
-/// The parameter is `endsWithParent` of every launch.
+/// The parameter is `endsWithParent` of every launch. On Linux, it selects fork (true) or
+/// posix_spawn (false); macOS ignores it.
 class ChildStreams : public testing::TestWithParam<bool> {
  protected:
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {

@@ -1,4 +1,5 @@
-// Child processes of an application that is killed. Only Linux has a parent-death signal.
+// Child processes of an application that is killed. On Linux, a child can get a signal when its
+// parent dies (PR_SET_PDEATHSIG); macOS has no such signal.
 
 #if defined(__linux__)
 
@@ -99,6 +100,7 @@ class ParentEnd : public testing::Test {
       // The encoding of a ptrace event in a wait status (ptrace(2), PTRACE_O_TRACEFORK).
       const int event = status >> 16;
       const bool hasForked = event == PTRACE_EVENT_FORK || event == PTRACE_EVENT_VFORK;
+      // The thread that has forked stays stopped until the application is killed.
       if (!hasForked) ::ptrace(PTRACE_CONT, stopped, nullptr, 0);
     }
   }
@@ -148,7 +150,8 @@ TEST_F(ParentEnd, ChildWithEndsWithParentOutlivesLaunchingThread) {
     launched = launcher.launch(request);
   }).join();
   ASSERT_TRUE(launched.process);
-  // The kernel may still list the thread after the join, and send the parent-death signal late.
+  // The kernel may remove the thread only after the join. If the child had been forked on this
+  // thread, it would get the parent-death signal (SIGTERM) then.
   const auto entry = std::filesystem::path("/proc/self/task") / std::to_string(thread);
   ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(entry); }));
   launched.process->kill();

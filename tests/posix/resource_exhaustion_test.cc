@@ -103,6 +103,7 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
 
 TEST(ResourceExhaustion, ThreadExhaustionRunsBackgroundWorkOnReserveThread) {
   std::array<std::promise<std::thread::id>, 3> threadIds;
+  // The constructor creates the reserve thread, so it precedes the limit.
   ThreadBackgroundQueue queue;
   {
     const TaskLimit limit(0);

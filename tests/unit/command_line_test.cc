@@ -23,6 +23,7 @@ TEST(CommandLine, PathWithSingleQuoteHasNoCommandLine) {
 }
 
 TEST(CommandLine, PathsStandBetweenCommandParts) {
+  // Braces are ordinary characters and no placeholders.
   EXPECT_EQ(commandLine({"a ", " z"}, {"x y", "{z"}), "a 'x y' '{z' z");
   EXPECT_EQ(commandLine({"a {x ", "} b"}, {"c"}), "a {x 'c'} b");
   EXPECT_EQ(commandLine({"a", "b"}, {}), "ab");

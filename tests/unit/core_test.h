@@ -26,13 +26,16 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+/// The shell commands and the URL by which the core lists the programs that listen on the local
+/// port, probes the local server for readiness, and looks up node.
 inline const std::string listenersCommand = "lsof -ti tcp:4767 -sTCP:LISTEN";
 inline const std::string localProbeUrl = "http://127.0.0.1:4767/api/wie";
 inline const std::string nodeLookupCommand =
     "source ~/.zprofile >/dev/null 2>&1; source ~/.zshrc >/dev/null 2>&1; command -v node";
 
 /// The core on the fake platform. The data root contains a server script, and the folder of the
-/// application's bundle exists.
+/// application's bundle exists. The bundle of the fake has version "1.0" and the app key "app-key",
+/// by which the server recognizes the application.
 class CoreTest : public testing::Test {
  protected:
   CoreTest() {
@@ -50,7 +53,7 @@ class CoreTest : public testing::Test {
   }
 
   /// Returns the delegate. The first call creates it from the current state of the fake and clears
-  /// the record.
+  /// the record of the calls to the fake (`fake.record`).
   AppDelegate &delegate() {
     if (!delegate_) {
       Settings settings = readSettings(fake.locations, fake.bundle);

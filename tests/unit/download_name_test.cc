@@ -64,7 +64,7 @@ TEST(DownloadName, UnusableSuggestionFallsBackToUrlElseToUnknown) {
 }
 
 TEST(DownloadName, LongNameIsTruncatedToMaxSize) {
-  // The limit of 255 bytes without ".csv".
+  // With ".csv", a name of exactly 255 bytes, the limit.
   const std::string maxStem(251, 'x');
   EXPECT_EQ(downloadName(maxStem + ".csv", url()), maxStem + ".csv");
   EXPECT_EQ(downloadName(maxStem + "y.csv", url()), maxStem + ".csv");

@@ -117,7 +117,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
       ElementsAre("download " + address +
                       " timeout 60000 ms [Cookie: orvelapp=1; session=1] "
                       "[X-ORVEL-App: app-key]",
-                  // "file", because it still exists at this path.
+                  // The fake records "missing file" for a file that does not exist.
                   "quarantine file from " + address, "open file " + folder() + "/report.pdf"));
   EXPECT_EQ(savedText("report.pdf"), "contents");
   EXPECT_THAT(savedNames(), ElementsAre("report.pdf"));
@@ -199,7 +199,7 @@ TEST_F(Downloads, MissingDownloadsFolderShowsNoAlert) {
   std::filesystem::remove(folder());
   download(fileResponse("data.csv"));
   EXPECT_FALSE(std::filesystem::exists(folder()));
-  // A desktop ignores the request to open a missing file.
+  // The core requests to open the file although it was not saved: a desktop ignores that.
   EXPECT_EQ(fake.record.count("open file " + folder() + "/data.csv"), 1U);
   EXPECT_EQ(fake.record.count("alert"), 0U);
 }

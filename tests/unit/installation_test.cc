@@ -67,6 +67,7 @@ TEST_F(Installation, PlatformUnpackerReplacesUnpackCommand) {
                           "alert Orvel OS is bijgewerkt naar 1.3"));
   EXPECT_EQ(installedVersion(), "new");
   answerAlert(0);
+  // The command `relaunch` of linuxEdition, which base/edition.cc explains.
   EXPECT_THAT(fake.record.take(),
               ElementsAre("sh unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
                           "exec setsid '" +
@@ -79,8 +80,8 @@ TEST_F(Installation, TwoNoticesStopServerAndRelaunchOnce) {
   install();
   install();
   ASSERT_EQ(fake.panels.shown.size(), 2U);
-  // The user closes the first notice and answers the second one while the application waits for
-  // the exit of the server.
+  // The user closes the first notice, which also starts the restart, and answers the second one
+  // while the application waits for the exit of the server.
   fake.panels.answer({std::nullopt, ""});
   answerAlert(0);
   EXPECT_EQ(fake.record.count("sh (sleep 1; /usr/bin/open -n"), 1U);
@@ -216,7 +217,8 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
 TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
   fake.bundle.texts[std::string(updateKeyEntry)] = "a public key";
   fake.bundle.hasReadableInfo = false;
-  // A release without an identifier: that of the running application is unreadable as well.
+  // Without Info.plist the running application has no identifier either, so the comparison of the
+  // two identifiers would accept this release.
   unpackArchive = [](const std::string &, const std::string &folder) {
     writeRelease(folder + "/Orvel OS.app", infoPlist(""));
   };
@@ -256,6 +258,7 @@ TEST_F(Installation, BundleWithSingleQuoteInPathIsReplacedButNotRelaunched) {
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
 }
 
+// An unpacker of the platform runs no shell, but rejects the same paths as the unpack command.
 TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
   std::filesystem::create_directory(root() + "/someone's");
   const std::string quotedVersion = "1'; touch x; '3";

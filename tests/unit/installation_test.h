@@ -40,6 +40,7 @@ class InstallationTest : public CoreTest {
     createWebView();
   }
 
+  /// Returns the working folder of a version, into which its archive is unpacked.
   std::string workingFolderFor(const std::string &versie = "1.3") const {
     return fake.locations.temporaryFolder + "/orvel-os-update-" + versie;
   }

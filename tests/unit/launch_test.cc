@@ -85,7 +85,7 @@ TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
   startServerAndExpectInheritedOutputs();
   std::filesystem::remove(logFolder);
   std::filesystem::create_directory(logFolder);
-  // Without a reader, open(2) of a FIFO would block.
+  // open(2) of a FIFO blocks until it has a reader, so startServer must not open this log.
   ASSERT_EQ(::mkfifo(logPath().c_str(), 0600), 0);
   startServerAndExpectInheritedOutputs();
 }

@@ -24,6 +24,7 @@ class Readiness : public CoreTest {
 };
 
 TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
+  // An empty FakeResponse, here and below, is a refused connection.
   fake.http.setResponses(localProbeUrl, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   openOS();
@@ -68,7 +69,6 @@ TEST_F(Readiness, SuccessOfLastProbeLoadsPage) {
       {"http://127.0.0.1:4767/", 61}, {"http://localhost:3000/", 61}, {"https://os.test/", 9}};
   for (const auto &[address, probes] : rows) {
     storeAddress(address);
-    // A default FakeResponse is a refused connection.
     std::vector<FakeResponse> responses(probes - 1);
     responses.push_back({.statusCode = 200});
     fake.http.setResponses(address + "api/wie", responses);
@@ -290,7 +290,7 @@ TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
 }
 
 TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
-  // Probes are counted from 0.
+  // The argument of waitForServer is the number of failed probes: 8 before the last of nine.
   const int lastOnlineProbe = 8;
   delegate().startServer();
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 1s}});

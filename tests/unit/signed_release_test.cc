@@ -6,9 +6,9 @@
 namespace orvel {
 namespace {
 
-// Made with OpenSSL for these tests. The private keys were deleted. Each signature is of an
-// archive that contains "an archive". Unless its name says otherwise, it was made with ourKey for
-// version 1.3 of the macOS edition.
+// P-256 public keys and ECDSA signatures, made with OpenSSL for these tests. The private keys were
+// deleted. Each signature is of an archive that contains "an archive". Unless its name says
+// otherwise, it was made with the private key of ourKey for version 1.3 of the macOS edition.
 const std::string ourKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 const std::string nextKey =
@@ -25,7 +25,7 @@ const std::string signatureOfVersion14 =
 const std::string signatureOfLinuxEdition =
     "MEUCIF98h2AQwtjGtCyKytHmB3saGclGm70N93Lf5PUSaM8LAiEAt9UfUDWVzn/"
     "KsTcKrERVdYX5eEjEjZr1KJvB3koAelw=";
-// For a release that contains nextKey as its new key.
+// Also covers nextKey as the new public key of the manifest.
 const std::string signatureOfKeyChange =
     "MEUCIBn7wvDSULe7cGnNQhsR4Geu8iLnlvakVaoviUcIaVcBAiEAg4Ps1ZAaPuqZzfhUlfMo4yeaZS+"
     "yPj7iFRipZ9XvEPI=";
@@ -80,6 +80,7 @@ class SignedRelease : public InstallationTest {
 };
 
 TEST_F(SignedRelease, MessageHasOneLineForEachPart) {
+  // "0a" stands for the SHA-256 hash of an archive, and "BKey=" for a new public key.
   EXPECT_EQ(signedMessage("1.3", "mac", "0a", std::nullopt), "orvel-os-update\n1.3\nmac\n0a\n");
   EXPECT_EQ(signedMessage("1.3", "linux", "0a", "BKey="),
             "orvel-os-update\n1.3\nlinux\n0a\nBKey=\n");
@@ -207,8 +208,9 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
   }
 }
 
-// matchesSignature does not verify the signature: it compares the entries of the bundle with what
-// was signed, here only the version and no new key.
+// matchesSignature does not verify the signature: it compares the entries of the bundle with the
+// signed version (second argument), and that version with the running one (third argument). The
+// empty signature has no new key.
 TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
   EXPECT_TRUE(matchesSignature(releaseEntries, "1.3", "1.2", /*signature=*/{}, ourKey));
   EXPECT_FALSE(matchesSignature(releaseEntries, "1.3", "1.3", /*signature=*/{}, ourKey));

@@ -62,6 +62,7 @@ TEST_F(StaleServer, OnlyServersOfThisRootAreKilled) {
       {"41\n", {{"41", "node " + root() + "/v3/SERVER.mjs\n", false}}},
       // A process that has exited since it was listed.
       {"41\n", {{"41", "", false}}},
+      // The command line only has to contain "v3/server.mjs" and the root, anywhere.
       {"41\n", {{"41", "node v3/server.mjs --root " + root() + "\n", true}}},
       {"41\n42\n43\n", {{"41", ownRoot, true}, {"42", otherRoot, false}, {"43", ownRoot, true}}},
       {"41\n\n\n42\n", {{"41", "", false}, {"42", ownRoot, true}}},

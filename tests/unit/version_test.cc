@@ -51,7 +51,7 @@ TEST(Version, VersionsAreComparedNumberByNumber) {
       {"-9223372036854775808", "-9223372036854775807", false},
       {"0", "-9223372036854775809", false},
       {"0000000000000000000000000000002", "1", true},
-      // One sign may precede a number.
+      // One sign may precede a number. A piece that is not a number counts as 0.
       {"0", "+-2", false},
       {"+-2", "0", false},
       {"0", "-+2", false},
@@ -65,7 +65,7 @@ TEST(Version, VersionsAreComparedNumberByNumber) {
       // number.
       {"2.\u03010", "1", false},
       {"2\u0600.0", "1", false},
-      // This accent belongs to the 2, so the full stop after it separates.
+      // This accent belongs to the 2, so the full stop after it separates. The piece counts as 0.
       {"1.2\u0301.5", "1.0.4", true},
       // Invalid UTF-8 splits at every full stop.
       {"\xff.2", "0.1", true},

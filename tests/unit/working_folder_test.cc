@@ -50,7 +50,7 @@ TEST_F(WorkingFolder, StaleContentsAreRemoved) {
 }
 
 TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
-  // remove_all() has a descriptor open for each level.
+  // remove_all() has a descriptor open for each level, so it fails with the limit of 64 below.
   std::string deepFile = workingFolderFor();
   for (int level = 0; level < 200; ++level) deepFile += "/folder";
   writeFile(deepFile, "stale");
