@@ -154,7 +154,7 @@ TEST_P(ChildExit, ProcessWithReusedProcessIdGetsNoSignal) {
 
 TEST_P(ChildExit, ChildReapedElsewhereCountsAsEndedWithUnknownStatus) {
   const auto child = launch(program("/bin/sleep", {"600"}));
-  // The kernel reaps the child before the launcher can.
+  // While SIGCHLD is ignored, the kernel itself reaps children and discards their status.
   const auto handlerBefore = std::signal(SIGCHLD, SIG_IGN);
   child->kill();
   child->waitUntilExit();

@@ -73,7 +73,8 @@ class TaskLimit {
 };
 
 TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
-  // The launcher describes the error of a fork on the thread that forks.
+  // The launcher describes the error of a fork on the thread that forks, and the failure to start
+  // that thread on the thread that calls launch.
   static const std::thread::id testThread = std::this_thread::get_id();
   PosixProcessLauncher launcher(processEnvironment(), [](int error) {
     const bool isOfThread = std::this_thread::get_id() == testThread;

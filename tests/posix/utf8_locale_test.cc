@@ -14,6 +14,7 @@ namespace {
 
 using namespace posix_test;
 
+// The locale that ensureUtf8Locale is expected to set.
 #if defined(__APPLE__)
 constexpr const char *utf8Locale = "en_US.UTF-8";
 #else

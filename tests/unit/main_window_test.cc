@@ -12,7 +12,7 @@ const std::string blankPageLoad = "load html <body style='background:#07090c;mar
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
   storeAddress();
   launchApplication();
-  // The two timers at the end are those of the update checks.
+  // The two timers at the end, of 4 seconds and 6 hours, are those of the update checks.
   EXPECT_THAT(fake.record.take(),
               ElementsAre("menu bar", "web view ORVELOS/app-key", "window Orvel OS", "window shown",
                           "application activate", blankPageLoad,

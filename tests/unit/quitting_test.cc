@@ -44,7 +44,7 @@ TEST_F(Quitting, QuitWaitsForServerToExitAndKillsItAfterThirtyWaits) {
     EXPECT_FALSE(delegate().server->isRunning()) << "an orphaned process";
     EXPECT_EQ(delegate().server->terminationStatus(), status);
 
-    // The record has no error page that reports the exit.
+    // `expected` has no "load html": an exit while quitting shows no error page.
     fake.scheduler.advance(10s);
     std::vector<std::string> expected{"terminate " + lastServer().name};
     expected.insert(expected.end(), waits, "sleep 100 ms");

@@ -212,6 +212,7 @@ TEST_F(Readiness, FailedLaunchOrRestartSendsNoProbe) {
     fake.scheduler.advance(1min);
     EXPECT_EQ(shownError(), "Kon node niet starten: " + error);
     EXPECT_THAT(fake.http.sent, IsEmpty()) << error;
+    // Leaves an exited server for the round "restart".
     setNodeScript({});
     delegate().startServer();
     exitServer(1);

@@ -82,6 +82,7 @@ TEST_F(ServerAddress, LocalUrlMayReceiveKeyWhenItHasOnlyOwnListeners) {
       {"192.0.2.1", {}},
       {"2001:db8::1", {}},
   };
+  // The local server, which both hosts reach.
   const TcpListener ownServer{.address = "127.0.0.1", .isOwn = true};
   for (const auto &[address, hosts] : rows) {
     const TcpListener own{.address = address, .isOwn = true};

@@ -26,6 +26,7 @@ TEST_F(WorkingFolder, VersionWithPathTraversalOrNulIsRejected) {
 
 TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   writeFile(workingFolderFor() + "/of another instance", "partial");
+  // An installation that ignored the lock would remove the file.
   fake.edition.removesOtherWorkingFolders = true;
   {
     const FolderLock other(fake.locations.temporaryFolder);
