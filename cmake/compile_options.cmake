@@ -18,7 +18,8 @@ if(NOT ORVELOS_SANITIZE)
   set(is_optimised "$<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>>")
   set(hardening -fstack-protector-strong)
   if(APPLE)
-    # Xcode's default. The linker makes programs position-independent by itself.
+    # Only the stack protector, as Xcode does by default. The linker makes programs
+    # position-independent by itself.
   else()
     set(CMAKE_POSITION_INDEPENDENT_CODE ON)
     # Some compilers define _FORTIFY_SOURCE themselves.
@@ -42,8 +43,8 @@ if(ORVELOS_SANITIZE)
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ORVELOS_SANITIZE})
   if(ORVELOS_SANITIZE MATCHES undefined)
-    # -fsanitize=vptr checks whether memory is readable by means of a pipe, which fails in the
-    # tests that run out of file descriptors.
+    # -fsanitize=vptr creates a pipe to check whether memory is readable, which fails in the tests
+    # that run out of file descriptors.
     add_compile_options(-fno-sanitize=vptr)
   endif()
 endif()

@@ -20,7 +20,7 @@ class FakeContractPlatform final : public ContractPlatform {
                                {{.exitsAfter = milliseconds(1), .status = 3}});
     fake_.processes.setScripts(child_programs::killsItselfWithSigkill,
                                {{.exitsAfter = milliseconds(1), .status = SIGKILL}});
-    // Without this script, the fake ends the command at once.
+    // Ends only by a signal. Without this script, the fake ends the command at once.
     fake_.processes.setScripts(child_programs::runsUntilTerminated, {{.exitsAfter = std::nullopt}});
     fake_.processes.setScripts(child_programs::missingProgram,
                                {{.launchError = child_programs::missingProgramError()}});

@@ -10,7 +10,8 @@
 namespace orvel {
 namespace {
 
-// Quotes and separators that an HTTP library could change.
+// The app key, which is sent in the header field X-ORVEL-App, and the cookies. They have quotes and
+// separators that an HTTP library could change.
 constexpr const char *sentKey = "a;\"key\"";
 constexpr const char *sentCookies = "a=b; c=d";
 constexpr const char *redirectStatuses[] = {"301 Moved", "302 Found", "303 See Other",

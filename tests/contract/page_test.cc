@@ -23,7 +23,8 @@ std::string pageWith(const std::string &body, const std::string &script) {
          "}</script></body>";
 }
 
-/// The core on a desktop platform, with a server of the test in place of the OS server.
+/// The core on a desktop platform, with a server of the test in place of the Node.js server whose
+/// pages the application shows.
 class PageContract : public ContractTest {
  public:
   ~PageContract() override {
@@ -53,7 +54,7 @@ class PageContract : public ContractTest {
     startServer(html);
     Settings settings;
     settings.HOME = folder.path();
-    // The folder has no OS server, so the core starts none.
+    // The folder has no v3/server.mjs, so the core starts no server.
     settings.ROOT = folder.path();
     settings.LOCAL_URL = server->url();
     core = std::make_shared<AppDelegate>(settings, platform->interfaces());
@@ -71,8 +72,8 @@ class PageContract : public ContractTest {
   bool waitForRequests(const std::string &path, std::size_t count = 1) {
     return runUntil([&] { return requestsFor(path).size() >= count; });
   }
-  /// Expects one request for a path, by the core (only its requests have the key), and that the
-  /// page at the path is not shown.
+  /// Expects one request for a path, by the core (only its requests have the app key in the field
+  /// X-ORVEL-App), and that the page at the path is not shown.
   void expectDownloadedByCore(const std::string &path) {
     EXPECT_TRUE(waitForRequests(path)) << path;
     ASSERT_EQ(requestsFor(path).size(), 1U) << path;
@@ -128,6 +129,7 @@ TEST_P(PageContract, LinkWithinServerLoadsPage) {
   EXPECT_THAT(platform->opened(), IsEmpty());
 }
 
+// The paths of the files that a server stores begin with "/api/bestand/".
 TEST_P(PageContract, FileIsShownInSubframeAndDownloadedInMainFrame) {
   showPage(
       pageWith("<iframe src=/api/bestand/frame></iframe><a id=link href=/api/bestand/link></a>",

@@ -42,7 +42,7 @@ TEST_F(ShellRunner, OutputIsReturnedTrimmed) {
       {"ls /nonexistent/orvel", ""},
       {"echo complaint >&2", ""},
       {"echo complaint >&2; echo answer", "answer"},
-      // Output that is not UTF-8 is discarded.
+      // Output that is not UTF-8 is discarded. That of the last row is UTF-8.
       {"printf 'good \\xff'", ""},
       {R"(printf 'truncated \xe2\x80')", ""},
       {R"(printf 'overlong \xc0\xaf')", ""},

@@ -109,8 +109,9 @@ std::string decodeHexadecimal(std::string_view digits) {
   return bytes;
 }
 
-// Nettle up to at least version 3.8 rejects this valid signature, whose verification adds a point
-// to itself. No signer makes such a signature except on purpose.
+// The number of a valid signature that Nettle, the library behind GnuTLS, rejects up to at least
+// version 3.8, because the verification adds a point to itself. No signer makes such a signature
+// except on purpose.
 constexpr std::string_view pointDuplicationVector = "427";
 
 // The vectors of project Wycheproof include: r or s of zero, negative or not below the order of the
@@ -125,7 +126,7 @@ TEST(Signature, WycheproofVectorsHaveExpectedResult) {
     std::istringstream fields(line);
     std::string number, expectedResult, messageDigits, encodedSignature;
     fields >> number >> expectedResult >> messageDigits >> encodedSignature;
-    // The line "key <public key>" stands before the vectors of that key.
+    // The line "key <public key>" stands before the vectors of that key. "-" is an empty field.
     if (number == "key") {
       publicKey = expectedResult;
       continue;

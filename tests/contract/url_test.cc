@@ -19,7 +19,7 @@ namespace {
 struct NsurlResult {
   std::string text;
   std::string base;  // Empty for none.
-  bool isUrl;
+  bool isUrl;        // Whether NSURL accepts the text.
   std::string absoluteString;
   std::string scheme;
   std::string host;
@@ -83,6 +83,7 @@ TEST(Url, UrlAndRelativeReferenceAreSplitIntoParts) {
     std::string path;
   };
   constexpr auto noPort = std::nullopt;
+  // The path is percent-decoded and has no "/" at its end, like that of Foundation's URL.
   const std::vector<Row> rows{
       {"http://127.0.0.1:4767/api/wie", "http", "127.0.0.1", 4767, "/api/wie"},
       {"http://h//", "http", "h", noPort, "/"},
@@ -205,6 +206,7 @@ TEST(Url, ReferenceIsResolvedAgainstBaseUrl) {
                  });
   EXPECT_EQ(resolved("x.zip", "http://[::1]:80"), "http://[::1]:80/x.zip");
   EXPECT_EQ(resolved("?x", "http://h/a/../b?y#z"), "http://h/a/../b?x");
+  // Without "/." the "x" would be the host.
   EXPECT_EQ(resolved("/.//x", "file:/a"), "file:/.//x");
   EXPECT_EQ(Url::resolve("x.zip", *Url::parse("/no/scheme")), std::nullopt);
 }

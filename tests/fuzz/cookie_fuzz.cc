@@ -1,5 +1,5 @@
-// Property: the Cookie header of a download has the cookies of its host, except those with control
-// characters other than a tab.
+// Property: the Cookie header of a download has the cookies of the requested host, except those
+// with control characters other than a tab.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>
@@ -42,8 +42,8 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
   return cookies;
 }
 
-/// Returns whether a host gets a cookie: as text, the host ends with the cookie's domain, without
-/// the full stops at the ends of the domain.
+/// Returns whether a host gets a cookie: the host ends with the cookie's domain without the full
+/// stops at the ends of the domain. Compares the characters, not whole labels.
 bool isSentTo(const Cookie &cookie, const std::string &host) {
   std::string domain = cookie.domain;
   while (domain.starts_with('.')) domain.erase(0, 1);
@@ -68,7 +68,7 @@ void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &
           "the header has exactly the cookies of the host without control characters, except tabs");
 }
 
-/// Requires that the key cookie is for the host of the server address.
+/// Requires that the key cookie, which holds the app key, is for the host of the server address.
 void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
   const auto cookie = keyCookie(address, /*local=*/false, "key", now);

@@ -37,8 +37,8 @@ void requireContained(const UpdateManifest &manifest) {
   require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
-// The corpus has manifests of version 1.3 with a signature by this key for this hash, with and
-// without the new key. The private keys are deleted.
+// The corpus has manifests of version 1.3 for macOS with a signature by this key for an archive
+// with this hash, with and without the new key. The private keys are deleted.
 constexpr std::string_view publicKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 constexpr std::string_view hash =
@@ -47,6 +47,7 @@ constexpr std::string_view newKey =
     "BDKKzDiVIqcONOGiVHo14ioLx7aQAsPco8VtRWgNxVM3qkaoLc9YlSbIAJLHJk1ZbFzFoHXMpekRt36MsieV5F8=";
 
 void requireAuthentic(const UpdateManifest &manifest) {
+  // The Dutch names of the members, which mean signature and (new) key.
   const auto &[handtekening, sleutel] = manifest.signature;
   if (!handtekening) return;
   const std::string message = signedMessage(manifest.versie, "mac", hash, sleutel);

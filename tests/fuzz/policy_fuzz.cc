@@ -45,6 +45,7 @@ void requireSafe(const NavigationDecision &decision, const Url &url, const std::
     require(!isOfServer, "other applications open no URLs of the server");
   }
   if (decision.consequence == download) {
+    // For an about: URL no server gets a request.
     require(url.scheme == "about" || isSameOrigin,
             "a download with the key is requested only from the server");
     require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
@@ -84,9 +85,10 @@ bool matches(const std::string &pattern, const std::string &text) {
   return g_regex_match(regex.get(), text.c_str(), GRegexMatchFlags{}, nullptr) != FALSE;
 }
 
-/// Requires that mainFrameFilter() blocks an address, with or without a query, but not one with a
-/// letter before or after it. Skips addresses with a query or fragment of their own, and those with
-/// other characters than visible ASCII, in which WebKit serializes URLs.
+/// Requires that mainFrameFilter(), the JSON rules of a WebKit content filter, blocks an address,
+/// with or without a query, but not one with a letter before or after it. Skips addresses with a
+/// query or fragment of their own, and those with other characters than visible ASCII, in which
+/// WebKit serializes URLs.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });

@@ -1,4 +1,4 @@
-// Property: the key and the cookies are sent only to the host of the request.
+// Property: the app key (field X-ORVEL-App) and the cookies are sent only to the requested host.
 
 #include <glib.h>
 

@@ -86,6 +86,7 @@ void requirePercentEncoding(std::string_view address) {
           "a valid URL reference is unchanged by encoding");
   const auto schemeEnd = address.find("://");
   if (schemeEnd == std::string::npos) return;
+  // The scheme and the authority. Skips addresses whose first "://" does not follow the scheme.
   const auto origin = Url::parse(address.substr(0, address.find_first_of("/?#", schemeEnd + 3)));
   if (!origin || origin->scheme.size() != schemeEnd) return;
   const auto url = Url::parse(escaped);

@@ -86,7 +86,8 @@ void LoopbackConnection::waitForClose() {
 
 LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
   std::tie(listener_, port_) = boundSocket();
-  // A long backlog, so that no connection of a test waits: the kernel ignores those beyond it.
+  // A long backlog, so that no client waits: the kernel drops connection requests beyond it, which
+  // clients repeat only after a second.
   if (::listen(listener_, 1024) != 0) throw std::runtime_error("no loopback listener");
   acceptor_ = std::thread([this] { accept(); });
 }
@@ -143,7 +144,8 @@ void LoopbackServer::serve(int descriptor) {
     }
     handler_(*connection, head);
   }
-  // Erased before the connection closes, because the kernel may reuse the number at once.
+  // Erased before `connection` closes the descriptor, because the kernel may reuse its number at
+  // once.
   const std::lock_guard lock(mutex_);
   std::erase(open_, descriptor);
 }

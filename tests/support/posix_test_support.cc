@@ -28,6 +28,7 @@ Outcome run(ProcessLauncher &launcher, LaunchRequest request) {
   auto pipe = Pipe::create();
   request.standardOutput = {StandardStream::Kind::handle, std::move(pipe->writing)};
   const LaunchResult child = launcher.launch(request);
+  // Closes the writing end of this process, which would otherwise keep readToEnd() waiting.
   request.standardOutput = {};
   Outcome outcome;
   outcome.error = child.error;
