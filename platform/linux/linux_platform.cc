@@ -69,12 +69,15 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
                                   .accelerated = graphics_.hasUsableGpu}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
+  // Reloading works while this modal dialog is open. QuitDuringDialogs adds the keys that quit. The
+  // keys of other commands, such as F11, would act on the dialog itself.
   commands_.prepareAbout = [this](GtkWindow *window) {
     menuBar_.addKeysOf(MenuAction::reloadPage, window);
   };
   commands_.editPage = WebKitPageView::edit;
-  // WebKit creates the cookie database readable by everyone. It holds the key with which the
-  // application identifies itself to the OS server, so these folders must be private.
+  // WebKit creates its cookie database readable by everyone. One cookie holds the key by which the
+  // OS server, whose page the window shows, recognizes the application. So these folders must be
+  // private.
   for (const char *parent :
        {g_get_user_config_dir(), g_get_user_data_dir(), g_get_user_cache_dir()}) {
     ensurePrivateFolder(inFolder(parent, identifier_));

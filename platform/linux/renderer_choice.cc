@@ -40,7 +40,7 @@ void selectRenderers(const GraphicsHardware &hardware, unsigned gtkMinor) {
     ::setenv(hasGdkDisable ? "GDK_DISABLE" : "GDK_DEBUG", hasGdkDisable ? "gl" : "gl-disable",
              keepExisting);
     // WebKit initialises GL too, to find the device for shared buffers, unless this variable
-    // names it.
+    // names one. /dev/null stands for no device.
     ::setenv("WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null", keepExisting);
   }
   if (!hardware.hasUsableGpu || hardware.hasNvidiaDriver) {

@@ -16,8 +16,8 @@ namespace orvel {
 
 namespace {
 
-/// The child's descriptor of the error pipe. It is closed on exec: end of file
-/// without data tells the parent that the program runs.
+/// The child's descriptor of the error pipe, to which the child writes the errno value of a failed
+/// start. It is closed on exec: end of file without data tells the parent that the program runs.
 constexpr int errorDescriptor = STDERR_FILENO + 1;
 
 /// Blocks all signals in this thread until it is destroyed, so that no signal handler of the
@@ -62,6 +62,8 @@ bool setStream(int source, int stream) {
   return ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY) == stream;
 }
 
+/// Sets the three standard streams. No call overwrites the source of a later one, because
+/// SpawnPlan duplicates such a source above STDERR_FILENO.
 bool setStreams(const SpawnPlan &plan) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (!setStream(plan.streams()[static_cast<std::size_t>(stream)], stream)) return false;

@@ -39,8 +39,8 @@ GtkApplicationHost::~GtkApplicationHost() { g_clear_weak_pointer(&mainWindow_); 
 void GtkApplicationHost::run() {
   std::vector<guint> sources;
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    // High priority: a terminal sends SIGINT and SIGHUP to the server too, whose exit must be
-    // handled after the termination has begun.
+    // High priority: a terminal sends SIGINT and SIGHUP also to the OS server, a child process. Its
+    // exit must be handled after the termination has begun, else it counts as a failure.
     sources.push_back(
         g_unix_signal_add_full(G_PRIORITY_HIGH, signal, unixSignalArrived, this, nullptr));
   }

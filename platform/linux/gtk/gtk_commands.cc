@@ -52,14 +52,14 @@ void GtkCommands::perform(MenuAction action, GtkWindow *window) {
     case MenuAction::orderFrontStandardAboutPanel:
       return showAbout(window);
     case MenuAction::zoekUpdateMenu:
-      return delegate->zoekUpdateMenu();
+      return delegate->zoekUpdateMenu();  // Dutch: search for an update.
     case MenuAction::kiesAdres:
-      return delegate->kiesAdres();
+      return delegate->kiesAdres();  // Dutch: choose the address of the server.
     case MenuAction::reloadPage:
       return delegate->reloadPage();
     case MenuAction::terminate:
       return application_.terminate();
-    case MenuAction::hide:
+    case MenuAction::hide:  // GTK cannot hide an application as macOS does.
     case MenuAction::performMiniaturize:
       return gtk_window_minimize(window);
     case MenuAction::toggleFullScreen:

@@ -78,7 +78,8 @@ void GtkMainWindow::restoreFrame(const WindowConfiguration &configuration) {
   fitMinimumSize();
   const Rect area = visibleArea().value_or(configuration.contentRect);
   const auto saved = parseFrame(defaults_.text(autosaveName_).value_or(""));
-  // The first window fills the screen. contentRect is its size when the user unmaximises it.
+  // Without a saved frame, the window starts maximised. contentRect is then its size when the user
+  // unmaximises it.
   const WindowFrame frame =
       saved.value_or(WindowFrame{.width = wholePoints(configuration.contentRect.width),
                                  .height = wholePoints(configuration.contentRect.height),

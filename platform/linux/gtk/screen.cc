@@ -55,8 +55,9 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   return current != nullptr ? retain(current) : mainMonitor(display_);
 }
 
-/// Makes each new size of the root window (X11) count as a change, because the window manager
-/// updates the work area only after it. GDK has no signal for the work area.
+/// Reports each resize of the root window (X11) as one more change after those of the monitors. The
+/// window manager updates the work area later than the monitors change, and GDK has no signal for
+/// the work area.
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;

@@ -73,7 +73,8 @@ GObjectPointer<WebKitPrintOperation> makeOperation(WebKitWebView *view, GtkPrint
   return operation;
 }
 
-/// Sends a file to a job's printer.
+/// Sends a file to a job's printer. The caller may remove the file at once: its content stays
+/// readable through the descriptor, which is closed when GTK has sent the job.
 void send(GtkPrintJob *job, const std::string &path) {
   const int file = g_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
   if (file < 0) return;

@@ -62,9 +62,9 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 ///
 /// A clicked link counts as a main-frame navigation, so that the delegate can download its
 /// file: a page that clicks several download links at once expects every file. Any other
-/// navigation counts as a sub-frame navigation, because a frame shows only the last of several
-/// addresses. So does a link to a fragment, because the frame already shows its document, and
-/// only a sub-frame can show a document that is not allowed in the main frame.
+/// navigation counts as a sub-frame navigation, which starts no download, because a frame shows
+/// only the last of several addresses. So does a link to a fragment, because the frame already
+/// shows its document: a document that needs a probe is not allowed in the main frame.
 NavigationTarget targetWithoutLoad(WebKitNavigationAction *action, std::string_view address) {
   const bool isLink =
       webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;

@@ -52,7 +52,8 @@ class WebKitFrameProbe {
   /// document, false to stay. The probe's own text also makes the probe report the main frame
   /// and end.
   bool mayLeave(std::string_view text);
-  /// Handles a "load-failed" signal of the view.
+  /// Handles a "load-failed" signal of the view. Reports the main frame when the filter has blocked
+  /// the probed navigation. For a redirect, mainResourceFailed_ does so.
   void loadFailed(const char *address, const GError *error);
   /// Ends a running probe without a report. Call it when the web process has terminated.
   void cancel() { endAttempt(); }
@@ -76,6 +77,7 @@ class WebKitFrameProbe {
   const std::string confirmationText_;
   std::shared_ptr<Attempt> attempt_;
   const SignalConnection resourceLoadStarted_;
+  /// To the "failed" signal of the resource that the main frame is loading.
   SignalConnection mainResourceFailed_;
 };
 

@@ -38,7 +38,8 @@ class WebKitNavigation {
 
   /// Handles a "decide-policy" signal. Returns false when WebKit should decide itself.
   bool decide(WebKitPolicyDecision *decision, WebKitPolicyDecisionType type);
-  /// Returns the policy that holds for every frame, or nullopt when it depends on the frame.
+  /// Returns the delegate's policy if it is the same in the main frame and in a sub-frame, else
+  /// nullopt. Has no side effects, unlike decideAndStore.
   std::optional<NavigationPolicy> policyInEveryFrame(
       WebKitNavigationPolicyDecision *decision) const;
   void decidePendingNavigations();

@@ -38,6 +38,7 @@ void WebKitScriptDialogs::run(WebKitScriptDialog *dialog) {
     case WEBKIT_SCRIPT_DIALOG_CONFIRM:
       return delegate_.runJavaScriptConfirmPanel(
           text, [held = keepOpen(dialog)](bool agreed) mutable {
+            // Null if the delegate calls the completion twice.
             if (held) webkit_script_dialog_confirm_set_confirmed(held.get(), agreed);
             held.reset();
           });
