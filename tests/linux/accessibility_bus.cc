@@ -54,6 +54,7 @@ class Accessible {
     const Variant name(g_variant_get_variant(boxed.get()));
     return g_variant_get_string(name.get(), nullptr);
   }
+  /// Performs the first action, which presses a button.
   void activate() const { call("org.a11y.atspi.Action", "DoAction", g_variant_new("(i)", 0)); }
 
  private:
@@ -156,7 +157,7 @@ ShownAlert AccessibilityBus::readAlert() const {
   shown.message = labels.at(0).name();
   // An alert without informative text has one label.
   if (labels.size() > 1) shown.information = labels[1].name();
-  // GTK shows the buttons from the last to the first.
+  // The alert shows its first button last (gtk_panels.cc).
   std::transform(buttons.rbegin(), buttons.rend(), std::back_inserter(shown.buttons),
                  [](const auto &button) { return button.name(); });
   return shown;

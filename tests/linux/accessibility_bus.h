@@ -21,7 +21,8 @@ class AccessibilityBus {
   // The next two functions wait until an alert is open, and throw when none opens within a minute.
   // GTK answers on the main thread, so call them on another thread while the main loop runs.
 
-  /// Returns the texts of the open alert. Leaves `defaultButton` empty.
+  /// Returns the texts of the open alert. Leaves `defaultButton` empty, because GTK does not report
+  /// the default button on the bus.
   ShownAlert readAlert() const;
   /// Activates a button of the open alert. Throws when the alert has no such button.
   void pressButton(const std::string &caption) const;

@@ -199,6 +199,7 @@ class LinuxContractPlatform final : public ContractPlatform {
     std::vector<std::string> all;
     std::ifstream file(testHome().openedListPath());
     for (std::string line; std::getline(file, line);) {
+      // Null unless the line is a file URL.
       const GlibText path(g_filename_from_uri(line.c_str(), nullptr, nullptr));
       all.emplace_back(path ? path.get() : line);
     }

@@ -245,6 +245,7 @@ TEST_F(ArchiveExtraction, FileOtherThanZipArchiveOrMissingTargetIsRejected) {
 TEST_F(ArchiveExtraction, FullDiskFailsExtraction) {
   zip({zipFile("file", longText)});
   {
+    // Writes to a file fail beyond 10,000 bytes.
     const FullDisk fullDisk(10'000);
     EXPECT_FALSE(extract());
   }

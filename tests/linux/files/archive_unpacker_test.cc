@@ -54,7 +54,8 @@ class ArchiveUnpacking : public testing::Test {
 TEST_F(ArchiveUnpacking, BundleIsUnpackedWithoutExecution) {
   unpack(release());
   const Tree tree = treeOf(bundle_);
-  // The bundle and its five entries, without the file "executed", which the program would create.
+  // The bundle, its three entries in the archive, and the folders Contents and Linux. Without the
+  // file "executed", which the program would create.
   EXPECT_EQ(tree.size(), 6U);
   EXPECT_EQ(tree.at("Contents/Info.plist"), "file 644 information");
   EXPECT_EQ(tree.at("Contents/Current"), "link to Linux");

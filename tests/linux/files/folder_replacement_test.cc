@@ -126,6 +126,7 @@ TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   const Tree expected = makeTree(copiedReplacement_, "new");
   {
+    // Writes to a file fail beyond 10,000 bytes.
     const FullDisk fullDisk(10'000);
     EXPECT_FALSE(replace(copiedReplacement_));
   }
@@ -232,7 +233,8 @@ TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
   expectAtOriginalPath(old);
 }
 
-// Replacements on one file system need no lock where it supports RENAME_EXCHANGE.
+// Needs a second file system: replacements on a single one that supports RENAME_EXCHANGE would
+// succeed even without a lock.
 TEST_F(FolderReplacementCopy, ConcurrentReplacementsAreSerialized) {
   for (int round = 0; round < 10; ++round) {
     fs::remove_all(original_);
@@ -288,6 +290,7 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
   int newFolders = 0;
   int missingFolders = 0;
   int incompleteCopies = 0;
+  // The mode of a copy, which is checked below, must not depend on the umask.
   const ScopedUmask umask(0);
   Tree old;
   Tree replacing;
@@ -322,12 +325,14 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
         EXPECT_FALSE(fs::exists(source_));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
-  // Each phase has more than five system calls.
+  // More than five system calls precede the replacement, and more than five follow it.
   EXPECT_GT(oldFolders, 5);
   EXPECT_GT(newFolders, 5);
   if (GetParam().canExchange) {
     EXPECT_EQ(missingFolders, 0);
   } else if (!hasSanitizer) {
+    // Not with a sanitizer, whose additional system calls can differ between the children, so that
+    // all kills may miss the second rename.
     EXPECT_GT(missingFolders, 0) << "no kill between the two renames";
   }
   EXPECT_EQ(incompleteCopies > 5, GetParam().crossesFileSystems);

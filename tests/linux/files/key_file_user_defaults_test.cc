@@ -96,7 +96,7 @@ TEST_F(KeyFileDefaults, KeyOfAnyBytesIsAccepted) {
 }
 
 TEST_F(KeyFileDefaults, OtherEntriesAndCommentsAreKept) {
-  // The blank line matters: GLib 2.74 inserts one after a comment, and 2.84 does not.
+  // The comment has a blank line after it, because GLib 2.74 would insert one. GLib 2.84 does not.
   write("# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=old\n");
   open().setText("osURL", "new");
   EXPECT_EQ(contentsOf(path_),

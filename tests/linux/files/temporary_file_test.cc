@@ -84,7 +84,7 @@ TEST(TemporaryFile, ExitingProcessLeavesNoHiddenFile) {
     // Leaked, so that no destructor removes it.
     auto *file = new TemporaryFile({folder.path()}, TemporaryFile::Kind::hidden);
     if (!file->write("contents") || fs::is_empty(folder.path())) return false;
-    std::exit(0);
+    std::exit(0);  // runInChild returns true for status 0.
   });
   EXPECT_EQ(result, true);
   EXPECT_TRUE(fs::is_empty(folder.path()));

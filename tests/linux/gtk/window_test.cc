@@ -124,7 +124,8 @@ TEST_F(MainWindow, ThemeIsAlwaysDark) {
   GtkSettings *settings = gtk_settings_get_default();
   constexpr const char *dark = "gtk-application-prefer-dark-theme";
   GParamSpec *property = g_object_class_find_property(G_OBJECT_GET_CLASS(settings), dark);
-  // The platform has changed the default, because GTK loads the theme of the default first.
+  // GTK loads the theme before an application can set the property, so the platform has changed
+  // the default value of the property.
   EXPECT_TRUE(G_PARAM_SPEC_BOOLEAN(property)->default_value);
 
   makeWindow();
@@ -224,6 +225,7 @@ TEST_F(MainWindow, TextFieldOfAlertHasRequestedWidthAndIsSelected) {
   question.textField = AlertTextField{.width = 340, .height = 24, .text = "http://127.0.0.1:4767/"};
   platform->interfaces().panels.runModal(question, [](const AlertAnswer &) {});
 
+  // The focused widget is the GtkText inside the entry.
   GtkWidget *field = gtk_widget_get_parent(gtk_window_get_focus(findModalWindow()));
   ASSERT_TRUE(GTK_IS_ENTRY(field));
   int begin = 0;

@@ -42,7 +42,7 @@ TEST_F(MediaType, FirstExtensionOfHighestWeightIsChosen) {
           "<glob pattern=\"*.low\" weight=\"40\"/><glob pattern=\"*.one\"/>"
           "<glob pattern=\"*.two\" weight=\"50\"/>");
   EXPECT_EQ(extensionOf("a/b"), "one");
-  // The default weight is 50.
+  // The default weight is 50. The extensions of the user follow those of the system.
   addType("user", "a/b", R"(<glob pattern="*.own"/>)");
   EXPECT_EQ(extensionOf("a/b"), "one") << "a later extension of the same weight was chosen";
   addType("user", "a/b", R"(<glob weight="80" pattern="*.own"/>)");

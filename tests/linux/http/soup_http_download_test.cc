@@ -100,6 +100,7 @@ TEST_F(SoupHttpDownload, WithoutWritableFolderNoRequestIsSent) {
 
 TEST_F(SoupHttpDownload, FullDiskLeavesNoFile) {
   const LoopbackServer server(respondWith(okResponse(std::string(300'000, 'x'))));
+  // Writes to a file fail beyond 100,000 bytes.
   const FullDisk fullDisk(100'000);
   EXPECT_FALSE(fetchAndMove(server).file);
   EXPECT_TRUE(folderIsEmpty());

@@ -35,6 +35,7 @@ class SoupHttpRequest : public testing::Test {
 TEST_F(SoupHttpRequest, GetRequestHasNoAppKeyCookieOrCacheFields) {
   const std::string head = headOf(requestOf(server_.url("/a/b?c=d%20e#f")));
   EXPECT_TRUE(head.starts_with("GET /a/b?c=d%20e HTTP/1.1\r\n")) << head;
+  // headerField() returns all bytes after the colon, with the space, or "(absent)".
   EXPECT_EQ(headerField(head, "Host"), " 127.0.0.1:" + std::to_string(server_.port()));
   for (const char *field : {"X-ORVEL-App", "Cookie", "Cache-Control", "Pragma", "Content-Length",
                             "Authorization", "Referer"}) {
@@ -95,6 +96,7 @@ TEST_F(SoupHttpRequest, AddressOtherThanHttpUrlFails) {
 }
 
 TEST_F(SoupHttpRequest, LoopbackAddressBypassesProxy) {
+  // This proxy refuses connections, so a request through it fails.
   ::setenv("http_proxy", refusedUrl("").c_str(), 1);
   // The values that the machine has set could contain the loopback addresses.
   for (const char *exclusions : {"no_proxy", "NO_PROXY"}) ::setenv(exclusions, "", 1);
@@ -131,7 +133,7 @@ TEST_F(SoupHttpRequest, ResponsesAreNotCached) {
 TEST_F(SoupHttpRequest, EndlessRedirectFailsAfterAtMostTwentyRedirects) {
   const LoopbackServer server(respondWith(redirectTo("/again")));
   EXPECT_EQ(fetch(session_, server.url()).status, std::nullopt);
-  // The first request and its redirects.
+  // The first request and its redirects. The lower bound shows that redirects are followed.
   EXPECT_LE(server.heads().size(), 21U);
   EXPECT_GE(server.heads().size(), 10U);
 }

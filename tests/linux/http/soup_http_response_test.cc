@@ -136,7 +136,7 @@ TEST_F(SoupHttpResponse, ResetConnectionGivesNoBody) {
       client.send(bytes);
       client.resetOnClose();
     });
-    // The reset may discard a head that is still in the socket buffer.
+    // The status is not checked: the reset may discard a head that is still in the socket buffer.
     EXPECT_EQ(fetch(session_, server.url()).body, std::nullopt) << bytes;
   }
 }
@@ -152,6 +152,7 @@ LoopbackServer::Handler sendForever(const std::string &start, const std::string 
 }
 
 TEST_F(SoupHttpResponse, OversizedBodyGivesResponseWithoutBody) {
+  // The session accepts a body of up to 64 MiB.
   const LoopbackServer server(sendForever("HTTP/1.0 200 OK\r\n\r\n", std::string(1'000'000, 'x')));
   const auto reply = fetch(session_, server.url());
   EXPECT_EQ(reply.status, 200);

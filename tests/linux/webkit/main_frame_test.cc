@@ -29,6 +29,7 @@ TEST_P(MainFrameNavigation, IsCancelledWithoutRequest) {
 
 INSTANTIATE_TEST_SUITE_P(
     EveryCause, MainFrameNavigation,
+    // The fields are the name, script, page, page of the sub-frame and address.
     testing::Values(
         NavigationCase{"Link", "link.click()", "<a id=link href=/file/1>x</a>"},
         NavigationCase{"LinkInFrameWithTargetTop", clickLinkInFrame, "",
@@ -55,6 +56,8 @@ INSTANTIATE_TEST_SUITE_P(
         NavigationCase{.name = "LongPath",
                        .script = "location = '/file/' + 'p'.repeat(10000)",
                        .address = "/file/" + std::string(10'000, 'p')},
+        // The view blocks the address by a content filter, whose pattern is a regular expression.
+        // WebKit changes the backslash to a slash.
         NavigationCase{.name = "CharactersWithMeaningInFilterPattern",
                        .script = R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
                        .address = "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),
@@ -137,7 +140,8 @@ TEST_F(MainFrame, UrlThatPolicyAllowsInNoFrameIsDecidedOnce) {
 }
 
 TEST_F(MainFrame, FileInSubFrameIsCancelledWhenContentFilterCannotBeStored) {
-  // A file in place of the data folder prevents WebKit from storing the content filter.
+  // A file in place of the data and cache folder. Without a stored content filter the view cannot
+  // determine the frame of a navigation, and reports the main frame.
   makeView(folder.file("file", "no folder"));
   showPage(pageWithFrame);
   evaluate("location = '/file/1'");

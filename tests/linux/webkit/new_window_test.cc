@@ -31,6 +31,7 @@ TEST_P(NewWindowNavigation, ReachesDelegateAndSendsNoRequest) {
 
 INSTANTIATE_TEST_SUITE_P(
     EveryCause, NewWindowNavigation,
+    // The fields are the name, script, page and page of the sub-frame.
     testing::Values(NavigationCase{"LinkWithTargetBlank", "link.click()",
                                    "<a id=link target=_blank href=/next?a=b#c>x</a>"},
                     NavigationCase{"LinkWithUnknownTarget", "link.click()",

@@ -76,7 +76,8 @@ class PageDelegate final : public WebViewDelegate {
   /// The kinds and messages of the panels, such as "alert Hello".
   std::vector<std::string> panels;
   std::vector<std::function<void(bool isConfirmed)>> panelCompletions;
-  /// The target and URL of the last call of `policyFor`.
+  /// The target and URL of the last call of `policyFor`. The view calls it for the main frame and
+  /// for a sub-frame, to find out whether the decision depends on the frame.
   mutable std::string lastPolicyQuery;
 
  private:

@@ -1,6 +1,7 @@
 // Navigations that the policy allows only in sub-frames, also while the main frame navigates to the
 // same address. WebKit does not report the frame of a navigation, so the view determines it by a
-// probe (WebKitFrameProbe).
+// probe (WebKitFrameProbe): it allows the navigation, and stops it if it is in the main frame, by a
+// beforeunload handler or a content filter.
 
 #include "tests/linux/webkit/page.h"
 
@@ -35,6 +36,7 @@ class SubFrame : public PageTest {
   /// Redirects the main frame and the first frame to one file each at the same time. Expects that
   /// the first frame shows its file and that the main frame is cancelled before it requests one.
   void expectOnlyFrameFollowsRedirect(const std::string &mainFile, const std::string &frameFile) {
+    // The server responds to both requests only after `releaseHeldResponses`.
     const std::string redirect = "/held/redirect/302";
     showPage(pageWithFrame);
     evaluate("location = '" + redirect + mainFile + "'");
@@ -59,6 +61,7 @@ TEST_P(SubFrameNavigation, IsShownWithOneRequest) {
 
 INSTANTIATE_TEST_SUITE_P(
     EveryCause, SubFrameNavigation,
+    // The fields are the name, script, page, page of the sub-frame and address.
     testing::Values(
         // The page starts this navigation without a script.
         NavigationCase{"FrameAttribute", "0", "<iframe src=/file/1></iframe>"},
@@ -125,7 +128,7 @@ TEST_F(SubFrame, NestedFrameIsShown) {
   EXPECT_EQ(delegate.cancelled, Strings());
 }
 
-// No script can reach this frame, so the requests are the only sign of it.
+// No script can reach this frame, so the test checks its request instead of its text.
 TEST_F(SubFrame, FrameInClosedShadowRootIsLoaded) {
   showPage(
       "<div id=host></div><script>host.attachShadow({mode: 'closed'}).innerHTML ="
@@ -207,6 +210,7 @@ TEST_F(SubFrame, OneContentFilterIsStoredForSeveralFiles) {
     evaluate("frames[0].location = '" + path + "'");
     expectShown(path);
   }
+  // The cache folder of the view is `folder`.
   const std::filesystem::directory_iterator files(folder.path() / "content-filters");
   EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
