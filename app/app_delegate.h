@@ -15,9 +15,8 @@ enum class NavigationConsequence;
 struct ReleaseSignature;
 struct UpdateManifest;
 
-/// The application's state and operations. There is one instance, owned by a
-/// shared pointer until the process ends. Main thread only, except for the members
-/// that say otherwise.
+/// The application's state and operations. There is one instance, which runApplication and the
+/// pending callbacks share. Main thread only, except for the members that say otherwise.
 ///
 /// Each member function is defined in the file of its subsystem. "OS" in a name is the web
 /// application that the application shows, and the "OS server" is its HTTP server.
@@ -25,7 +24,7 @@ class AppDelegate final : public ApplicationDelegate,
                           public WebViewDelegate,
                           public std::enable_shared_from_this<AppDelegate> {
  public:
-  /// Reads the app key from the bundle.
+  /// Reads the app key (`appSleutel`) from the bundle.
   AppDelegate(const Settings &settings, const Platform &platform);
 
   /// The web view and the window that shows it, created at launch. The view is
@@ -70,9 +69,9 @@ class AppDelegate final : public ApplicationDelegate,
   void startServer();
 
   // server/readiness.cc
-  /// Starts the local server when it is needed and begins to probe the server address.
-  /// The web view loads the address as soon as a probe succeeds. Blocks only while it
-  /// starts a server.
+  /// Starts the local server when it is needed and begins to probe the server address with
+  /// requests for "api/wie". The web view loads the address as soon as a probe succeeds. Blocks
+  /// only while it starts a server.
   void openOS();
   /// Sends a probe request and returns at once. `tries` is the number of probes that have
   /// failed. Depending on the response, loads the page of the OS server, sends the next
@@ -132,8 +131,8 @@ class AppDelegate final : public ApplicationDelegate,
   void installeer(const Url &archive, const std::string &versie, const ReleaseSignature &signature);
 
  private:
-  /// Returns the request for the page of the OS server. It has no key header, because the cookie
-  /// carries the key.
+  /// Returns the request for the page of the OS server. Unlike that of metSleutel, it has no header
+  /// with the app key, because the cookie (`keyCookie`) carries the key.
   UrlRequest pageRequest() const;
   /// Loads the page of the OS server. Continues as after a failed probe when the server may not get
   /// the key (`mayReceiveKey`). Does nothing when the local server is needed but has ended. `tries`
@@ -150,7 +149,7 @@ class AppDelegate final : public ApplicationDelegate,
   void handleProbe(const std::optional<HttpResponse> &response, int tries);
   /// Sends the next probe after a pause or, when no probe is left, shows the error page.
   void handleFailedProbe(int tries);
-  /// Stores the key cookie, if there is a key, and then calls loadPage.
+  /// Stores the cookie with the app key, if there is a key, and then calls loadPage.
   void showOS(int tries);
   /// Stores the address that the user has entered and opens the OS there, or shows an alert when
   /// the address is invalid.
@@ -168,7 +167,7 @@ class AppDelegate final : public ApplicationDelegate,
   bool isRelaunching_ = false;
   /// The URL of the OS server's page. Absent before its first load and after showError.
   std::optional<Url> loadedPage_;
-  /// Whether the server is being probed, until the page is loaded or an error page is shown.
+  /// True from the first probe until the page is loaded or an error page is shown.
   bool isAwaitingServer_ = false;
 };
 

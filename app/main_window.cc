@@ -20,6 +20,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
   WebViewConfiguration webConfiguration;
+  // The server recognizes the page by the user agent and by the cookie with the app key.
   webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
   webConfiguration.developerExtrasEnabled = true;
   webConfiguration.drawsBackground = false;
@@ -65,8 +66,8 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  // While the server may not get the key, loadPage would continue as after a failed probe, even if
-  // a sequence of probes is running already.
+  // While the server may not get the key, loadPage would continue as after a failed probe. That
+  // would start a second sequence of probes if one is running already.
   if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
     awaitServerForReload();
     return;

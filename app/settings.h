@@ -17,7 +17,7 @@ struct Settings {
   int LOCAL_PORT = 0;
   /// The address of the OS server on this machine, ending in "/".
   std::string LOCAL_URL;
-  /// The version of this application.
+  /// The version of this application, or "0" when Info.plist has none.
   std::string VERSIE;
 };
 

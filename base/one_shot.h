@@ -10,9 +10,9 @@ namespace orvel {
 
 /// Wraps a completion handler so that it is called exactly once: WebKit raises an
 /// exception when a handler is called twice or never. The first call is passed on and
-/// later calls are ignored. When the last copy is destroyed without a call, the handler
-/// gets the fallback. Not thread-safe. The template arguments are the parameter types of the
-/// handler and must be given: oneShot<bool>(handler, false).
+/// later calls are ignored. When the last copy is destroyed without a call, the handler is
+/// called with `fallback`. Not thread-safe. The template arguments are the parameter types of
+/// the handler and must be given: oneShot<bool>(handler, false).
 template <typename... Arguments>
 std::function<void(Arguments...)> oneShot(
     std::type_identity_t<std::function<void(Arguments...)>> handler,

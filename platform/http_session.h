@@ -52,7 +52,7 @@ class HttpSession {
   /// `request.forwardsHeaders` decides whether a redirect gets the header fields; once withheld,
   /// they are not sent again. A failure leaves a part of the reply absent. Any thread.
   virtual void dataTask(const UrlRequest &request, DataCompletion completion) = 0;
-  /// Like dataTask, but writes the body to a file, for any status. Any thread.
+  /// Like dataTask, but writes the body to a file, whatever the HTTP status is. Any thread.
   virtual void downloadTask(const UrlRequest &request, DownloadCompletion completion) = 0;
 };
 

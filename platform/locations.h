@@ -21,8 +21,9 @@ class Locations {
   /// Replaces a folder by another and deletes the original. Where the file system can
   /// exchange folders atomically, the path always has the complete old or new folder, even
   /// when the process is killed. Elsewhere, nothing exists at the path between two renames.
-  /// Works between two file systems only where the platform supports it. Returns false when
-  /// nothing was replaced; the original is then unchanged. Any thread; blocks on the disk.
+  /// Works between two file systems on Linux, on macOS only where NSFileManager does. Returns
+  /// false when nothing was replaced; the original is then unchanged. Any thread; blocks on
+  /// the disk.
   virtual bool replaceItem(const std::string &original, const std::string &replacement) const = 0;
   /// Returns whether the user may replace the folder at the path: false on a
   /// read-only file system and where the folder or its parent is not writable.

@@ -51,10 +51,10 @@ struct LaunchRequest {
   std::map<std::string, std::string> environmentChanges;
   StandardStream standardOutput;
   StandardStream standardError;
-  /// Asks the system to send the child SIGTERM, once or more often, when the
-  /// application's process ends in any way, including a crash and SIGKILL. Linux
-  /// supports this (PR_SET_PDEATHSIG); macOS does not, and ignores the flag. The
-  /// processes that the child starts get no signal.
+  /// Asks the system to send the child SIGTERM when the application's process ends in any
+  /// way, including a crash and SIGKILL. Linux supports this (PR_SET_PDEATHSIG) and may repeat
+  /// the signal, because the threads of the process end one by one. macOS does not, and
+  /// ignores the flag. The processes that the child starts get no signal.
   bool endsWithParent = false;
   /// Called once after the process has ended, when isRunning() is already false. Runs on
   /// a thread that is never the main thread. May be empty.

@@ -8,7 +8,7 @@
 
 namespace orvel {
 
-/// A rectangle on the screen, in points.
+/// A rectangle on the screen, in points. On macOS the origin is the lower left corner.
 struct Rect {
   double x = 0;
   double y = 0;

@@ -36,7 +36,7 @@ void AppDelegate::startServer() {
     request.standardOutput = {StandardStream::Kind::handle, log};
     request.standardError = {StandardStream::Kind::handle, log};
   }
-  // An application that crashes or loses its display does not stop the server itself.
+  // An application that crashes or loses its display cannot stop the server as on quitting.
   request.endsWithParent = true;
   request.terminationHandler = [weak = weak_from_this(), &mainQueue = platform_.mainQueue](
                                    const std::shared_ptr<ChildProcess> &process) {

@@ -102,7 +102,7 @@ void AppDelegate::showOS(int tries) {
     loadPage(tries);
     return;
   }
-  // Loads the page in the completion, so that its first request already carries the key.
+  // Loads the page in the completion, so that the page's first request already has the cookie.
   web->cookieStore().set(*cookie, [self = shared_from_this(), tries] { self->loadPage(tries); });
 }
 

@@ -56,6 +56,7 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
     return report("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
   }
   const auto archive = Url::resolve(manifest->zip, url);
+  // The server must offer a valid URL: an empty or malformed one aborts the application.
   if (!archive) fatalError("invalid archive URL: " + manifest->zip);
   installeer(*archive, manifest->versie, manifest->signature);
 }

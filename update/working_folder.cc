@@ -26,7 +26,7 @@ std::optional<std::string> workingFolder(const std::string &temporary, const std
 bool createWorkingFolder(const std::filesystem::path &temporary,
                          const std::filesystem::path &folder) {
   std::error_code error;
-  // A version may contain "/", so there may be folders between the two.
+  // A version may contain "/", so there may be folders between `temporary` and `folder`.
   auto parent = temporary;
   for (const auto &name : folder.parent_path().lexically_relative(temporary)) {
     parent /= name;

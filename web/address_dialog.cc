@@ -27,8 +27,9 @@ void AppDelegate::useAddress(const std::string &input) {
   platform_.defaults.setText("osURL", address);
 
   if (!lokaal() && isServerRunning()) {
-    // The dialog may be answered while the application quits, so restore the flag
-    // instead of clearing it.
+    // Marks this stop as intended while it is requested. serverDidExit runs later and ignores the
+    // exit, because `server` is no longer that process. The dialog may be answered while the
+    // application quits, so restore the flag instead of clearing it.
     const bool wasQuitting = std::exchange(quitting, true);
     server->terminate();
     server = nullptr;

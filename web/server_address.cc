@@ -10,6 +10,7 @@ namespace orvel {
 
 namespace {
 
+// For a local address without a number after the ":", such as "http://localhost:/".
 constexpr int defaultPort = 80;
 
 /// Returns whether a socket that listens on `address` may accept a connection to `host`, which is

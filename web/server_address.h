@@ -11,11 +11,11 @@ namespace orvel {
 /// "http://127.0.0.1:" or "http://localhost:". Case-sensitive. Any thread.
 bool isLocalAddress(std::string_view address);
 
-/// Returns whether the app key may be sent to a URL. A local address may get it only when a
-/// program of this user, and none of another user, listens on the port: any user may listen
-/// there first. For "localhost" that applies to IPv4 and IPv6, because a client may choose
-/// either. Every local address may get it when the system does not report the listeners. Any
-/// thread.
+/// Returns whether the app key may be sent to a URL. Always true for a URL that is not local. A
+/// local one may get the key only when a program of this user, and none of another user, listens on
+/// the port: another user's program may listen there first and read the key. For "localhost" that
+/// applies to IPv4 and IPv6, because a client may choose either. Every local URL may get the key
+/// when the system does not report the listeners. Any thread.
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners);
 
 /// Returns the text without leading and trailing spaces and tabs. Keeps line breaks.

@@ -91,7 +91,8 @@ class FakeScheduler {
     std::function<void()> work;
   };
 
-  /// Runs the first task that is due by `latest`. Returns whether there was one.
+  /// Runs the first task that is due by `latest`, skipping those of the main thread unless
+  /// `mainMayRun`. Returns whether there was one.
   bool runNext(Duration latest, bool mainMayRun) {
     for (auto task = tasks_.begin(); task != tasks_.end() && task->first.first <= latest; ++task) {
       if (task->second.thread == Thread::main && !mainMayRun) continue;
