@@ -49,7 +49,7 @@ test('the Tab key moves between the buttons only, and their bright focus ring st
         return column.filter(isBright).length >= 2;
       };
       await waitFor(`a ring around ${label}`, hasRing);
-      // GTK hides its own focus ring after three seconds.
+      // By default GTK hides the focus ring after three seconds. This ring must stay.
       await pause(4000);
       assert.ok(hasRing(), `the ring around ${label} has disappeared`);
     }

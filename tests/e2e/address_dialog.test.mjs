@@ -14,7 +14,7 @@ const { test } = desktopTests({ accessibility: true });
 const invalidAddressNotice = 'Dat is geen geldig adres.';
 const localAddress = 'http://127.0.0.1:4767/';
 
-/// Returns the stored address, or undefined.
+/// Returns the address in the settings file, or undefined when none has been stored.
 function storedAddress(user) {
   if (!existsSync(user.defaultsFile)) return undefined;
   return /^osURL=(.*)$/m.exec(readFileSync(user.defaultsFile, 'utf8'))?.[1];
@@ -39,7 +39,7 @@ test('the current address is selected, and a rejected or cancelled change has no
     await screen.pressKeys('ctrl+c');
     await waitFor('the selected address', async () => (await screen.clipboard()) === localAddress);
     await screen.type(online.address);
-    // Tab moves from the field to "Annuleren".
+    // Tab moves from the field to "Annuleren", so the Return of closePanel() cancels.
     await screen.pressKeys('Tab');
     await screen.closePanel(addressDialogTitle);
     await user.quit();
@@ -64,7 +64,7 @@ test('an online address stops the local server and is stored; the local address 
     assert.ok(isRunning(pid), 'the online page does not wait for the end of the local server');
     assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
-    // The end of the server does not replace the page.
+    // The error page for the end of the local server does not replace the online page.
     await user.killProcess(pid);
     await screen.type('still the same page');
     await online.awaitFieldText('still the same page');

@@ -13,7 +13,8 @@ import { waitFor } from '../support/desktop/wait.mjs';
 const { test } = desktopTests();
 
 const attachment = (name) => `attachment; filename="${name}"`;
-/// Returns a route to a CSV file with this Content-Disposition and the `rest` of its properties.
+/// Returns a route to a CSV file with this Content-Disposition and the `rest` of its properties
+/// (responses.mjs). With a `gate`, half of the body waits until that file exists.
 const fileRoute = (disposition, rest = {}) => ({
   headers: { 'content-type': 'text/csv', 'content-disposition': disposition },
   body: 'one;two\n',
@@ -134,8 +135,10 @@ test('a script without a click of the user neither saves nor opens a file', asyn
   });
   await user.dataRoot.awaitReport('scriptRan');
   await user.dataRoot.awaitResponseClosed('/attachment');
+  // Once the barrier link is opened, the application has handled all earlier navigations.
   await desktop.clickBarrierLink(layout);
   assert.equal(await desktop.clickAndAwaitFile(layout, 'clicked', 'clicked.csv'), 'one;two\n');
+  // Probes (/api/wie) and downloads have the key header. The web view's requests do not.
   const downloads = user.dataRoot.requests
     .filter(({ url, headers }) => url !== '/api/wie' && headers['x-orvel-app']);
   assert.deepEqual(downloads.map(({ url }) => url), ['/clicked']);

@@ -62,7 +62,8 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     const dropOn = (id, content) => {
       const count = () => user.dataRoot.reported('dragover').filter((over) => over === id).length;
       const before = count();
-      // After several events, the response to the first has reached the source.
+      // A source that has not learned yet whether the target accepts the drop would cancel it.
+      // After several events, the response to the first one has reached the source.
       const isDragSeen = () => count() > before + 2;
       return dragAndDrop(user, screen, content, screen.positionOf(layout, id), isDragSeen);
     };

@@ -135,7 +135,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
         const { isComplete } = await installTraced(user, screen, server, gate, name, number);
         const bundle = fingerprint(user.bundle);
         if (isComplete) {
-          // This run made fewer calls of this name.
+          // This run made fewer than `number` calls of this name, so it was not killed.
           await user.forceQuit();
           restoreOldBundle();
           break;
@@ -145,7 +145,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
           `the bundle mixes two versions after the kill at ${name} ${number}`);
         bundles[bundle === oldBundle ? 'old' : 'new'] += 1;
         if (bundle === newBundle) {
-          // Starts the new bundle here, because the next round starts an old one.
+          // Starts the new bundle here, because the next round starts the old one.
           await user.startAndShowPage({ server });
           await user.quit();
           restoreOldBundle();

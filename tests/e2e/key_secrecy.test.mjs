@@ -1,5 +1,5 @@
-// The application sends its key to its server, and exposes it nowhere else except in the user agent
-// of the web view, which every host gets.
+// The application sends its key (APP_KEY), with which it identifies itself, to its server. It
+// exposes the key nowhere else except in the user agent of the web view, which every host gets.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -79,7 +79,7 @@ test('the key is in no command line, environment, log or message, and in expecte
     const { pid, env, argv } = await user.dataRoot.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
-    // The whole texts of the error pages are compared, so the key is not in them.
+    // awaitErrorPage() compares the whole text of the page, so the key is not in it.
     kill(pid);
     await awaitErrorPage(screen, endedServerMessage(9));
     user.dataRoot.setBehaviour({ closesConnection: true });

@@ -27,12 +27,13 @@ test('web, mail and telephone links open unchanged in their default application'
     };
     const layout = await user.startWithPage(barrierLink +
       Object.entries(links).map(([id, url]) => link(id, url)).join(''));
-    // WebKit adds the path "/".
+    // WebKit adds the path "/" to a URL without one.
     const opened = { ...links, noPath: `${links.noPath}/` };
     for (const [id, url] of Object.entries(opened)) {
       await screen.clickElement(layout, id);
       await desktop.awaitOpened(url);
     }
+    // Once the barrier link is opened, the application has handled all earlier clicks.
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...Object.values(opened));
   });

@@ -1,5 +1,5 @@
 // The local server: its start, also with the port in use, its failures, and its restart by the
-// user.
+// user. After a start the application probes the server (/api/wie) until it responds.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';

@@ -13,7 +13,7 @@ const confirmButton = button('ask', `report('answer', confirm('${question}'))`);
 const message = 'Saved.';
 const alertButton = button('alert', `alert('${message}'); report('closed')`);
 
-/// The returned value of confirm, and the action that closes its dialog.
+/// The value that confirm() must return, and the action that closes its dialog.
 const confirmAnswers = {
   'Return confirms': [true, (screen) => screen.pressKeys('Return')],
   'Escape cancels': [false, (screen) => screen.pressKeys('Escape')],

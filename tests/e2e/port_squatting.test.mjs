@@ -1,6 +1,6 @@
-// A port squatter: another user's program that listens on the port of the local server. It gets no
-// request, so neither the application's key nor a cookie of the page, and the application does not
-// show its page.
+// A port squatter: another user's program that listens on the port of the local server. The
+// application sends it no request, so neither the application's key nor a cookie, and does not show
+// the squatter's page.
 
 import assert from 'node:assert/strict';
 import { networkInterfaces } from 'node:os';

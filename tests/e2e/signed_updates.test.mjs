@@ -17,8 +17,8 @@ const { test } = desktopTests({ accessibility: true });
 
 const installedKey = makeUpdateKey();
 const newKey = makeUpdateKey();
-/// The members of a manifest that offers no later release. A build with a key rejects a manifest
-/// without a signature, but verifies the signature only before it installs a release.
+/// The signature (member `handtekening`) of a manifest that offers no later release. A build with a
+/// key rejects a manifest without a signature, but verifies it only before installing a release.
 const anySignature = { handtekening: 'never verified' };
 
 /// The options of the tests: a build with a public key.
@@ -29,7 +29,7 @@ const withKey = { plist: { ORVELOSUpdateKey: installedKey.publicKey } };
 const signed = (archive, { key = installedKey, version = '1.1', edition } = {}) =>
   ({ archive, members: signatureMembers(archive, key, version, { edition }) });
 
-/// Returns the archive of version 0.9, and the members that its manifest had.
+/// Returns the archive of version 0.9, and the manifest members that sign it as that version.
 const earlierRelease = (user) =>
   signed(makeRelease(user, { version: '0.9' }), { version: '0.9' });
 
@@ -82,7 +82,7 @@ test('releases without a valid signature or of an earlier version change nothing
       if (notice) {
         await checkAndCloseNotice(screen, notice);
       } else {
-        // The manifest of the barrier must have a signature too.
+        // The manifest of the second check, which this function makes, must have a signature too.
         await checkUntilReleaseHandled(screen, server, anySignature);
       }
       assert.equal(fingerprint(folder), before, situation);

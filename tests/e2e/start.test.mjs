@@ -23,7 +23,7 @@ const maxHeaderBarHeight = 60;
 
 test('the first start launches and probes the server, sets the cookie and shows the page',
   async (user, screen) => {
-    // The start of the server empties this log.
+    // The application empties this log when it starts the server.
     mkdirSync(dirname(user.dataRoot.log));
     writeFileSync(user.dataRoot.log, 'line of an earlier run\n'.repeat(1000));
 
@@ -42,6 +42,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.deepEqual(argv.slice(1), [user.dataRoot.script]);
     assert.equal(cwd, user.dataRoot.path);
     assert.equal(env.PORT, '4767');
+    // The application gives every server this fixed search path.
     assert.equal(env.PATH, '/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin');
     assert.equal(env.HOME, user.home);
     assert.equal(env.USER_VARIABLE, 'kept');
@@ -64,6 +65,7 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
     assert.deepEqual(user.filesWrittenOutside(), []);
+    // The fixture server prints one line on each output. '' follows the last line feed.
     const logLines = readFileSync(user.dataRoot.log, 'utf8').split('\n').sort();
     assert.deepEqual(logLines, ['', 'line on standard error', 'line on standard output']);
   });

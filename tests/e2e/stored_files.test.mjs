@@ -82,8 +82,8 @@ test('files of a newly chosen server are downloaded from its page and shown in a
     assert.equal(await desktop.clickAndAwaitFile(layout, 'file', '1.csv'), 'content of 1');
     const requests = online.requestsTo(stored('1'));
     assertSentByApplication(requests);
-    // The application sends the https-only cookie itself. The web engine does not send it over
-    // http.
+    // For an online server the cookie orvelapp is Secure. The web engine does not send it over
+    // http, but the application adds it to the download requests that it sends itself.
     assert.match(requests[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
     assert.doesNotMatch(online.requestsTo('/')[0].headers.cookie ?? '', /orvelapp/);
     assert.equal(online.paintCount(), 1, 'the page was painted once');

@@ -21,7 +21,8 @@ test('each editing key changes the focused field once', async (user, screen) => 
     await screen.setClipboard('something else');
     await screen.pressKeys(`${command}+a`, `${command}+c`);
     await clipboardHas('abc');
-    // The window may handle a command before the page has handled earlier keys.
+    // The window may handle the next command before the page has handled earlier keys, so wait for
+    // the page's report of the End key.
     const ends = user.dataRoot.reported('endKey').length;
     await screen.pressKeys('End');
     await user.dataRoot.awaitReport('endKey', ends + 1);
@@ -95,7 +96,8 @@ test('F10 opens the menu, whose first item opens the About dialog',
     };
     await openAbout();
     await screen.accessibility.awaitWidget({ role: 'label', name: '7.6.5' });
-    // The dialog has the keys for reloading and quitting, and none that change a window.
+    // In the dialog the keys for reloading and quitting work, but F11 does not make a window full
+    // screen.
     const dialog = await screen.awaitSecondWindow();
     await screen.pressKeys('F11', 'ctrl+r');
     await user.dataRoot.awaitPainted(2);

@@ -16,7 +16,9 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
 
-/// The outcomes for each request. `waits` means that the response is pending.
+/// The outcomes for each request: of a probe of the local server (/api/wie), the page, a download
+/// and the manifest of an update check. `reloads`: a reload afterwards shows the page.
+/// `failed`: the check reports a failure. `waits`: the response is pending.
 const rejected = { probe: 'retried', page: 'reloads', file: 'no file', manifest: 'failed' };
 const accepted = { probe: 'ready', page: 'shown', file: 'complete', manifest: 'accepted' };
 const pending = { probe: 'waits', page: 'reloads', file: 'waits', manifest: 'waits' };
@@ -25,7 +27,7 @@ const pending = { probe: 'waits', page: 'reloads', file: 'waits', manifest: 'wai
 /// The archive of a release has no column, because it is downloaded like a file.
 const faultyResponses = {
   'connection reset': { route: { reset: true }, outcomes: rejected },
-  // A probe needs only the response head.
+  // A probe succeeds by the status 200 alone, even if the body fails, but waits for a slow body.
   'truncated body': {
     route: { truncated: true },
     outcomes: { ...rejected, probe: 'ready', file: undefined },

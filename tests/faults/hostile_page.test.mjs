@@ -66,8 +66,8 @@ async function runScript(user, screen, script, { click = true, routes } = {}) {
 }
 
 /// Returns a script that calls alert or confirm in an endless loop. A call that returns at once has
-/// shown no panel, because the application has ended. The loop then ends too: WebKit would end the
-/// web process only after ten seconds.
+/// shown no panel, because the application has ended. The loop then ends too, because WebKit would
+/// let a busy web process run for ten more seconds.
 const endlessPanels = (call) => repeat(Infinity, `const start = performance.now();
   ${call}('panel ' + number);
   if (performance.now() - start < 5) break`);
@@ -105,8 +105,8 @@ const clickExportLink = `const link = document.createElement('a');
 /// Runs an action `openCount` times, waits until as many files or URLs have been opened, and
 /// quits. Fails unless that many different ones have been opened.
 async function runAndAwaitOpened(user, screen, action, options) {
-  // A shell script replaces the program of Desktop, because thousands of Node processes would
-  // load the machine.
+  // A shell script overwrites the default application, `opener`, that Desktop has created in Node,
+  // because thousands of Node processes would load the machine.
   const list = join(user.folder, 'opened');
   writeFileSync(join(user.folder, 'opener'), `#!/bin/sh\necho "$1" >> "${list}"\n`);
   const opened = () =>

@@ -23,8 +23,8 @@ async function awaitFirstPage({ user, screen }) {
 
 /// Each job has these functions. They share the `context`, which contains `user`, `screen` and
 /// `startOptions`, and after `begin` also `run`, the process of the application:
-///   begin               starts the application with `context.startOptions`, and brings the job
-///                       to its middle
+///   begin               starts the application with `context.startOptions` (of user.start()), and
+///                       brings the job to its middle
 ///   finish              completes the job
 ///   assertRolledBack    optional; fails if the aborted job has left a file or a changed bundle
 export const jobs = {

@@ -34,7 +34,7 @@ const outcomes = {
     await job.assertRolledBack?.(context);
   },
 
-  /// The error page gives the number of SIGKILL, and Control-R opens the OS again.
+  /// The error page gives the number of SIGKILL, 9, and Control-R starts the server again.
   async 'shows the error page'(context, job) {
     const { user, screen } = context;
     await awaitErrorPage(screen, endedServerMessage(9));
@@ -47,8 +47,8 @@ const outcomes = {
 };
 const { continues, quits, exits, 'shows the error page': showsErrorPage } = outcomes;
 
-/// Returns whether a WebKit process has a thread that receives messages of the application. WebKit
-/// ends the application when one of its processes dies before it has that thread.
+/// Returns whether a WebKit process has the thread that receives messages of the application. A
+/// WebKit process that dies before it has created that thread makes WebKit end the application.
 const receivesMessages = ({ pid }) => threadsNamed(pid, 'ReceiveQueue').length > 0;
 
 async function killWebKitProcess(user, name) {
@@ -59,7 +59,8 @@ async function killWebKitProcess(user, name) {
 const awaitServerPid = async ({ dataRoot }) => (await dataRoot.awaitStarted()).pid;
 
 /// Each fault with its outcome for each job, or undefined where it is not tested. `short`
-/// names the jobs of the short form. `needsBus` gives the job a session bus.
+/// names the jobs of the short form (without ORVEL_TEST_LONG). `needsBus` gives the job a session
+/// bus.
 const faults = {
   'the server is killed': {
     short: ['starting', 'downloading'],

@@ -12,6 +12,7 @@ const run = promisify(execFile);
 /// The program that prints the widgets, print_accessible_widgets.cc.
 const widgetPrinter = process.env.ORVEL_PRINT_ACCESSIBLE_WIDGETS;
 
+/// The services of at-spi2-core that an accessibility bus starts, above all the registry.
 const servicesFolder = '/usr/share/dbus-1/accessibility-services';
 
 export class Accessibility {

@@ -2,6 +2,7 @@
 
 import assert from 'node:assert/strict';
 
+// The path of the log is a fixed text, wherever the data root is. "Mac" appears on Linux too.
 export const missingServerMessage =
   'Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.';
 export const unresponsiveServerMessage =

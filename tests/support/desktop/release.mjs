@@ -73,6 +73,7 @@ export function signatureMembers(
   archive, { privateKey }, version, { edition = 'linux', sleutel } = {},
 ) {
   const hash = createHash('sha256').update(archive).digest('hex');
+  // The signed text of update/signed_release.h. Every line ends with a line feed.
   const lines = ['orvel-os-update', version, edition, hash, ...(sleutel ? [sleutel] : []), ''];
   const signature = sign('sha256', Buffer.from(lines.join('\n')), privateKey);
   return { handtekening: signature.toString('base64'), ...(sleutel && { sleutel }) };

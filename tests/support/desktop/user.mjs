@@ -194,7 +194,7 @@ export class User {
     return this.awaitCleanExit(run);
   }
 
-  /// Quits by SIGTERM, because a panel or another instance may have the focus.
+  /// Quits by SIGTERM, for tests in which a panel or another instance may have the focus.
   async terminate(run = this.run) {
     return this.quit(run, () => kill(run.pid, 'SIGTERM'));
   }

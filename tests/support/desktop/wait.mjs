@@ -15,7 +15,7 @@ export const floodTimeout = 1_000_000;
 
 let fatalError = null;
 
-/// Makes every wait throw this error from now on. The error null ends that.
+/// Makes every wait throw this error from now on. With null, waits work again.
 export function failWaits(error) {
   fatalError = error;
 }
