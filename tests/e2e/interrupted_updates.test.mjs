@@ -83,7 +83,8 @@ async function installTraced(user, screen, server, gate, name, number) {
   return { isComplete, calls: calls() };
 }
 
-/// Returns the folder in which the application unpacks version 1.1.
+/// Returns the working folder of the update to version 1.1. The application unpacks the archive into
+/// its subfolder `part`.
 const updateFolder = (user) =>
   join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
 

@@ -57,6 +57,7 @@ for (const [situation, prepare] of Object.entries(initialStates)) {
     };
     const modes = Object.keys(expected).map((path) => [path, modeOf(path)]);
     assert.deepEqual(Object.fromEntries(modes), expected);
+    // The cookies are in the data folder, which other users cannot enter.
     assert.ok(readdirSync(data).includes('cookies.sqlite'));
     assert.equal(modeOf(desktop.downloadPath('export.csv')), '666', 'a download follows the umask');
   });

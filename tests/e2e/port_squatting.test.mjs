@@ -37,6 +37,7 @@ const withSquatter = (host, body) =>
     assert.equal(output(), 'listening\n', 'the squatter gets no request');
   });
 
+/// An address that may resolve to ::1, while the fixture server listens on 127.0.0.1 only.
 const localhost = `http://localhost:${PORT}/`;
 const attacks = [
   { name: 'the server cannot listen and exits', host: '127.0.0.1', message: endedServerMessage(1) },
