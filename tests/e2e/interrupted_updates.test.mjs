@@ -83,7 +83,7 @@ async function installTraced(user, screen, server, gate, name, number) {
   return { isComplete, calls: calls() };
 }
 
-/// Returns the working folder of the update to version 1.1. The application unpacks the archive into
+/// Returns the working folder of the update to version 1.1. The application unpacks the archive in
 /// its subfolder `part`.
 const updateFolder = (user) =>
   join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
