@@ -82,7 +82,8 @@ else
   for tool in cmake ninja strip; do need "$tool" "scripts/setup.sh installs it"; done
 fi
 
-# Unset first, because the CMake cache keeps the values of an earlier build.
+# Unset first, because the CMake cache keeps the values of an earlier build, such as a version when
+# ORVELOS_VERSION is no longer set.
 cache_options=(-UORVELOS_VERSION -UORVELOS_KEY -UORVELOS_URL -UORVELOS_UPDATE_KEY
   -DORVELOS_KEY="${ORVELOS_KEY:-}" -DORVELOS_URL="${ORVELOS_URL:-}"
   -DORVELOS_UPDATE_KEY="${ORVELOS_UPDATE_KEY:-}")

@@ -52,8 +52,9 @@ page_in_screenshot() {
   [ "$(convert "$1" -gravity south -crop 100%x80%+0+0 +repage -format '%k' info:)" -gt 50 ]
 }
 
-# Copies the built application, adds the key of the demo server to the copy, makes a home folder,
-# and sets `environment` to the environment variables of the application.
+# Copies the built application, makes a home folder, and sets `environment` to the environment
+# variables of the application. Adds a key to a copy without one: the record has all steps only if
+# the requests carry a key.
 prepare() {
   local bundle="$work/Orvel OS.app"
   cp -a "build/Orvel OS.app" "$bundle"

@@ -31,6 +31,7 @@ const steps = [
     describe: ({ pid, env }) => `server started: process ${pid}, PORT=${env.PORT}, HOME=${env.HOME}`,
   },
   {
+    // The application asks for /api/wie to learn whether the server is ready.
     name: "a probe with the application's key",
     matches: (line) => isRequest('GET', '/api/wie')(line) && Boolean(line.headers['x-orvel-app']),
     describe: ({ headers }, count) =>

@@ -35,6 +35,7 @@ pinned=v$(node -p 'JSON.parse(fs.readFileSync("package.json")).devDependencies.e
 command -v shellcheck >/dev/null ||
   fail "shellcheck is not installed; 'scripts/setup.sh lint' installs it"
 
+# Leaves out the headers that only stop a build with #error.
 mapfile -t cpp < <(git ls-files '*.h' '*.cc' '*.mm' ':!cmake/forbidden_headers')
 if [ "$fix" ]; then
   "clang-format-$llvm" -i "${cpp[@]}"

@@ -6,8 +6,9 @@
 // the permission in System Settings, Privacy & Security, Accessibility.
 //
 // Written for JavaScript for Automation, which has no modules. There `$` has the functions,
-// constants and classes of the imported frameworks, `.js` converts an Objective-C object to a
-// JavaScript value, and `delay` waits for a number of seconds.
+// constants and classes of the imported frameworks, a method without arguments is called without
+// parentheses, `.js` converts an Objective-C object to a JavaScript value, and `delay` waits for a
+// number of seconds.
 
 /* exported run */
 

@@ -116,6 +116,8 @@ fi
 members=$(printf '"versie": "%s", "zip": "%s"' "$version" "$archive")
 if [ -n "$signing_key" ]; then
   hash=$(openssl dgst -sha256 -r "$work/$archive")
+  # The lines of the signed message: a fixed text, the version, the system (linux or mac), the hash
+  # of the archive and, when the key changes, the new public key.
   message=$(printf 'orvel-os-update\n%s\n%s\n%s' "$version" "${manifest%.json}" "${hash%% *}")
   if [ -n "$old_signing_key" ]; then
     message+=$'\n'$public_key

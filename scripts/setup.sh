@@ -63,7 +63,8 @@ if [ ${#missing[@]} -gt 0 ]; then
     apt-get -qq install -y --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
-# ESLint. Debian has version 6, which cannot parse the syntax that the code uses.
+# ESLint. Debian has version 6, which cannot parse the syntax that the code uses. npm writes
+# node_modules/.package-lock.json when it installs.
 if [ "${1-}" = lint ] && [ package-lock.json -nt node_modules/.package-lock.json ]; then
   echo 'setup: installing ESLint'
   npm ci --no-audit --no-fund --loglevel=error

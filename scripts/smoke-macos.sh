@@ -11,8 +11,8 @@
 #
 #   ./scripts/smoke-macos.sh [APP]
 #
-# APP is "build/Orvel OS.app" by default. The demo server accepts only an application with a
-# key, so build APP with: ORVELOS_KEY=demo ./scripts/build-app.sh
+# APP is "build/Orvel OS.app" by default. The record of the demo server has all steps only if the
+# requests carry a key, so build APP with: ORVELOS_KEY=demo ./scripts/build-app.sh
 set -euo pipefail
 
 fail() {

@@ -48,8 +48,8 @@ step "linters"
 scripts/setup.sh lint
 scripts/lint.sh
 for preset in asan tsan clang; do build_and_test "$preset"; done
-# As many mutants as two processor cores run in two minutes. A sample by time would contain more on
-# a faster machine.
+# About as many mutants as two processor cores run in two minutes. A fixed number, because a sample
+# by time would contain more mutants on a faster machine.
 step "mutation testing: a sample"
 scripts/mutate.sh --jobs "$(nproc)" --sample 150
 step "all passed"

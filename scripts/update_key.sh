@@ -6,7 +6,7 @@
 public_key_header=MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAA
 
 # public_key_of FILE: prints the public key of a private key, as base64 of the uncompressed
-# point.
+# point: the last 65 bytes of the DER.
 public_key_of() {
   openssl pkey -in "$1" -pubout -outform DER 2>/dev/null | tail -c 65 | openssl base64 -A
 }

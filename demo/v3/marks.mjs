@@ -1,5 +1,6 @@
-// The desktop application marks its requests with its key, in up to three places: a header
-// field, a cookie and the user agent. An ordinary browser sends none of these marks.
+// The desktop application marks its requests with its key, a text that is set when it is built
+// (ORVELOS_KEY), in up to three places: a header field, a cookie and the user agent. An ordinary
+// browser sends none of these marks.
 
 /// Returns the cookies of a request by name. Of cookies with the same name, the first counts.
 export function cookiesOf(headers) {

@@ -35,7 +35,8 @@ async function stream(request, response, type, source, headers = {}) {
   else await pipeline(source, response);
 }
 
-/// The handlers of the files that are generated for each request, by id.
+/// The handlers of the files that are generated for each request, by id: a private file, a large,
+/// a slow and a truncated one, and one that is never sent.
 const GENERATED_FILES = {
   besloten(request, response) {
     if (!sessionOf(request.headers)) throw new HttpError(401);
@@ -120,7 +121,7 @@ export function createRouter({ record, state }) {
 
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
-      // The keys by which the server recognises the application.
+      // Answers the application's readiness probe, and tells by which marks it was recognised.
       const marks = marksOf(request.headers);
       const via = markNamesOf(marks);
       sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });

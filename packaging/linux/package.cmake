@@ -20,7 +20,7 @@ server elsewhere.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The application runs these to find node and to stop an orphaned server.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "zsh, lsof, procps")
-# Only recommended: Node.js may come from elsewhere or not be needed; without a session bus
-# there can be two instances; xdg-user-dirs names the Downloads folder.
+# Only recommended: Node.js may come from elsewhere, and is not needed for a server elsewhere;
+# without a session bus there can be two instances; xdg-user-dirs names the Downloads folder.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "nodejs (>= 18), default-dbus-session-bus | dbus-session-bus, xdg-user-dirs")

@@ -54,6 +54,7 @@ test('the pages have links, buttons and frames for each kind of navigation and p
       'data-do="open"'],
     '/dialogen': ['data-do="alert"', 'data-do="confirm"'],
     '/kaders': ['src="/kader"'],
+    // A property of Object.prototype is not one of the choices.
     '/kaders?toon=constructor': ['src="/kader"'],
     '/kaders?toon=bestand': ['src="/api/bestand/1"'],
     '/kaders?toon=vreemd': [`src="http://localhost:${server.port}/vreemd"`],

@@ -131,6 +131,7 @@ test('the metainfo names the developer, the homepage and the release', () => {
   assert.equal(controlField('Homepage'), 'https://orvel.nl/');
   assert.doesNotMatch(read('unpacked'), /@/, 'a placeholder such as @version@ is left');
 
+  // The time is one second before 2000-02-29 in UTC.
   const settings = { ORVELOS_HOMEPAGE: 'https://os.example.org/app', SOURCE_DATE_EPOCH: '951782399' };
   assertSucceeded(pack(['other'], { ...presets, ...settings }));
   extract(path('other', packageName), 'other unpacked');
@@ -215,6 +216,7 @@ test('the package is installed, started, quit and removed', async (t) => {
   cleanups.push(() => container.close());
   const screen = await Screen.open();
   cleanups.push(() => screen.close());
+  // The environment variable by which markedProcesses finds the processes of this test.
   const marker = `ORVEL_E2E=${work}`;
   cleanups.push(() => waitFor('the exit of all processes', () => {
     const left = markedProcesses(marker);
@@ -231,7 +233,8 @@ test('the package is installed, started, quit and removed', async (t) => {
   assertSucceeded(container.run('dpkg', ['--install', join(work, packageName)]));
   assert.ok(container.changes().includes(`/${entry}`));
 
-  // The application runs as an ordinary user, not as the owner of the installed files.
+  // The application runs as the ordinary user 65534 (nobody), not as the owner of the installed
+  // files.
   chmodSync(work, 0o755);
   cpSync(join(sources, 'demo'), join(work, 'demo'), { recursive: true });
   execFileSync('chown', ['-R', '65534:65534', home, join(work, 'runtime'), join(work, 'demo')]);

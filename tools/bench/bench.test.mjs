@@ -35,6 +35,7 @@ test('an empty screen and the complete heavy page are recognised by their pixels
     shows: (colour, x, y) => (colours.get(`${x},${y}`) ?? [0, 0, 0]).join() === colour.join(),
   };
   assert.ok(isEmptyScreen(screen));
+  // The positions that showsHeavyPage checks on a screen of 400 by 300 pixels.
   paint(MARK, 260, 30, 220, 340);
   assert.ok(!showsHeavyPage(screen), 'marks without the band');
   paint(BAND, 140, 30, 200);
@@ -67,8 +68,8 @@ test('a process tree reports the exit of its last process', async () => {
 });
 
 test('the summary of stalls has the launch, the longest later stall and the total waiting', () => {
-  // Each line is a stall: the time waited for child processes, and the whole time in milliseconds. The
-  // first stall is the launch.
+  // Each line is a stall: how long the main thread waited for other threads, and its processor
+  // time, in milliseconds. The first stall is the launch.
   assert.deepEqual(summariseStalls('40.0 45.5\n2.0 20.5\n'),
     { launch: 45.5, later: 20.5, waited: 42 });
 });
@@ -79,8 +80,8 @@ test('the report lists the targets as met, missed or not measured', () => {
     'Orvel OS': starts(900, 103, 50), 'bare viewer': starts(2000, 200, 90),
     'bare viewer, tuned': starts(1000, 100, 60), 'Chromium --app': starts(899, 300, 49),
   };
-  // The cold start misses its target by 1 ms: the ready start takes 900 ms, and the server, which
-  // starts in 60 ms, is noticed by the next probe, after 250 ms.
+  // The cold start of 1151 ms misses its target by 1 ms. The target is the ready start of 900 ms
+  // plus 250 ms: the server starts in 60 ms, but the application probes it only every 250 ms.
   const results = {
     names: Object.keys(ready), ready, cold: { ...ready, 'Orvel OS': starts(1151, 1, 1) },
     minute: { 'Orvel OS': [30], 'bare viewer': [40], 'bare viewer, tuned': [20] }, mainLoops: {},

@@ -1,5 +1,6 @@
 // The pages of the benchmark. The heavy page has the size of a typical web application: 300 kB
-// of script that runs, a style sheet and 2,000 elements. The other two start downloads.
+// of script that runs, a style sheet and 2,000 elements. The other two start downloads: the
+// application downloads /api/export and files below /api/bestand/ instead of showing them.
 
 const SCRIPT_SIZE = 300_000;
 const ELEMENTS = 2000;

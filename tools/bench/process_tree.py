@@ -65,7 +65,8 @@ def measure():
     memory = {"Pss:": 0, "Private_Dirty:": 0}
     processes = descendants()
     for pid, fields in processes.items():
-        # Fields 16 and 17: the ticks of the children that the process has reaped.
+        # Fields 16 and 17, as the list begins with field 3: the ticks of the children that the
+        # process has reaped.
         children = int(fields[13]) + int(fields[14])
         processor += processor_time(pid) + children / os.sysconf("SC_CLK_TCK")
         for line in read(pid, "smaps_rollup").splitlines():

@@ -90,7 +90,8 @@ export function checkTargets(results) {
   const nodeStart = median(
     results.names.flatMap((name) => series(results, 'cold', name, 'serverStart')));
   const cold = medianOf(ours, 'painted', 'cold');
-  // The application probes every 250 ms, so it notices a started server only at the next probe.
+  // The application asks every 250 ms whether its server is ready (a probe), so it notices a
+  // started server only at the next probe.
   const maxCold = medianOf(ours, 'painted') + Math.ceil(nodeStart / 250) * 250;
   return [
     target('painted no later than the better bare viewer',

@@ -96,10 +96,12 @@ function sendArchive(response) {
 
 const server = createServer((request, response) => {
   const { pathname, search, searchParams } = new URL(request.url, 'http://os');
+  // Of the requests of small files, sendSmallFile records the first only.
   if (pathname !== '/api/export') record('request', { url: pathname });
   if (pathname === '/') return send(response, 'text/html; charset=utf-8', page);
   if (pathname === '/os.js') return send(response, 'text/javascript', pages.heavyScript);
   if (pathname === '/style.css') return send(response, 'text/css', pages.heavyStyle);
+  // The application asks for this path to learn whether the server is ready.
   if (pathname === '/api/wie') return send(response, 'application/json', '{}');
   if (pathname === '/bench/loaded') {
     record('load', { loadTime: Number(searchParams.get('time')) });

@@ -11,7 +11,8 @@ import { createUserEnvironment } from '../../tests/support/desktop/environment.m
 const serverScript = fileURLToPath(new URL('server.mjs', import.meta.url));
 const isRoot = process.getuid() === 0;
 
-/// The folders of a new user, and a data root whose server is that of the benchmark.
+/// The folders of a new user, and a data root, in which the application finds its server: that of
+/// the benchmark.
 export class UserHome {
   constructor(screen, base = tmpdir()) {
     this.folder = mkdtempSync(join(base, 'orvel bench '));

@@ -34,6 +34,8 @@ const lineOf = (dump) => `line ${/(?:line|\.\w+):(\d+):/.exec(dump)?.[1]}`;
 async function check(source) {
   const file = relative(root, source);
   const applied = rules.filter(({ onlyIn }) => !onlyIn || onlyIn.test(file));
+  // Pairs of a protocol, superclass or category and a selector that it must declare. "own" has the
+  // selectors that the source's own classes declare, which need no check.
   const declared = Object.entries(declarations[file] ?? {}).filter(([name]) => name !== 'own')
     .flatMap(([context, selectors]) => selectors.map((selector) => [context, selector]));
   const matchers = declared.map(([context, selector]) =>

@@ -1,5 +1,6 @@
-// Measures the check of the macOS edition: plants each fault of planted_faults.mjs into a copy
-// of the checkout and runs the part of the check that concerns the changed file.
+// Measures the check of the macOS edition on Linux: of the sources, the property lists and
+// build-app.sh. Plants each fault of planted_faults.mjs into a copy of the checkout and runs the
+// part of the check that concerns the changed file.
 //
 //   node plant_faults.mjs SYSROOT [CATEGORY...]
 //

@@ -71,13 +71,14 @@ const call = (name) => `callExpr(${inMacosFolders}, callee(functionDecl(matchesN
 // Core Foundation's naming rule: the caller owns the result of these functions.
 const creation = 'ignoringParenImpCasts(callExpr(callee(functionDecl(' +
   'matchesName("^::(CF|CG|LS|Sec)[A-Za-z]*(Create|Copy)")))))';
-// The type CFPointer.
+// The type CFPointer, a std::unique_ptr whose deleter is an orvel::ReleasedBy.
 const owner = 'hasType(hasUnqualifiedDesugaredType(recordType(hasDeclaration(classTemplateSpecialization' +
   'Decl(hasName("::std::unique_ptr"), hasTemplateArgument(1, refersToType(hasUnqualifiedDesugaredType(' +
   'recordType(hasDeclaration(namedDecl(hasName("::orvel::ReleasedBy"))))))))))))';
 // A parameter of an Objective-C method that is a block.
 const handler = 'parmVarDecl(hasType(qualType(hasCanonicalType(blockPointerType()))), ' +
   'hasDeclContext(objcMethodDecl(isDefinition())))';
+// oneShot wraps a completion handler so that it is called exactly once.
 const oneShotCall = 'callExpr(callee(functionDecl(hasName("::orvel::oneShot"))))';
 
 // A rule has a matcher and, by file, the values that it must find there; in every other file it
@@ -221,7 +222,7 @@ export const rules = [
   },
   {
     name: 'a reference that does not own its object',
-    // A weak or assigned property has such an instance variable.
+    // Finds weak and assigned properties too, because their instance variables have a qualifier.
     matcher: `valueDecl(${inMacosFolders})`,
     value: (dump) => /__(?:weak|unsafe_unretained|autoreleasing)\b/.exec(dump.split('\n')[0])?.[0],
   },

@@ -101,7 +101,7 @@ class Finder:
         line = self.source.count(b'\n', 0, start) + 1
         mutant = Mutant(self.file, start, end, replacement, operator, function, line,
                         original, mutated)
-        # An implicit conversion is a node of its own with the same text.
+        # An implicit conversion is a node of its own with the same text: it gives the same mutant.
         self.found.setdefault((start, end, replacement), mutant)
 
     def visit(self, cursor, function, early_return):

@@ -38,6 +38,7 @@ class Build:
         self.link = shlex.split(link.removeprefix(': && ').removesuffix(' && :'))
         self.program = folder / self.link[self.link.index('-o') + 1]
         self.include_option = []
+        # Only tells whether bwrap works on this machine; any folder serves.
         self.has_sandbox = self.run([*sandbox('/usr'), 'true'])
         # The object of a mutant comes first on the command line, so the linker uses its functions.
         # It may still take the original object from a library, for a template that only that
