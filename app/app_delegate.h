@@ -69,9 +69,9 @@ class AppDelegate final : public ApplicationDelegate,
   void startServer();
 
   // server/readiness.cc
-  /// Starts the local server when it is needed and begins to probe the server address with
-  /// requests for "api/wie". The web view loads the address as soon as a probe succeeds. Blocks
-  /// only while it starts a server.
+  /// Starts the local server when it is needed (`lokaal`) and begins to probe the server address
+  /// with requests for "api/wie". The web view loads the address as soon as a probe succeeds.
+  /// Blocks only while it starts a server.
   void openOS();
   /// Sends a probe request and returns at once. `tries` is the number of probes that have
   /// failed. Depending on the response, loads the page of the OS server, sends the next
@@ -81,8 +81,8 @@ class AppDelegate final : public ApplicationDelegate,
 
   // web/server_address.cc
   /// Returns the address of the OS server, which ends in "/": the one that the user has
-  /// chosen, else the preset of the build, else that of this machine. Reads them at each call.
-  /// Any thread.
+  /// chosen, else the preset of the build in Info.plist, else that of this machine. Reads them at
+  /// each call. Any thread.
   std::string baseURL() const;
   /// Returns whether the OS server runs on this machine. Any thread.
   bool lokaal() const;

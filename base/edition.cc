@@ -13,8 +13,9 @@ constexpr Edition macosEdition{
 };
 
 // PPID is the application, which started the shell. The loop tests /proc/PID/exe
-// because that link does not resolve for a zombie. Without "unsetopt bgnice", zsh
-// lowers the priority of background jobs.
+// because that link does not resolve for a zombie. setsid keeps the new instance out of the
+// session and terminal of this one. Without "unsetopt bgnice", zsh lowers the priority of
+// background jobs.
 constexpr Edition linuxEdition{
     .name = "linux",
     .manifestPath = "download/linux.json",

@@ -26,7 +26,8 @@ void runCommand(const Platform &platform, const ShellCommand &command,
   if (const auto line = commandLine(command, paths)) sh(platform.processes, *line);
 }
 
-/// Unpacks a release archive into a folder and ignores the result. Blocks.
+/// Unpacks a release archive into a folder. Ignores errors: replaceBundle checks the unpacked
+/// application. Blocks.
 void unpack(const Platform &platform, const std::string &archive, const std::string &folder) {
   if (platform.unpacker == nullptr) {
     runCommand(platform, platform.edition.unpack, {archive, folder});

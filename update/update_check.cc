@@ -30,6 +30,7 @@ void AppDelegate::zoekUpdate(bool stil) {
     return;
   }
   const auto manifest = Url::parse(baseURL() + std::string(platform_.edition.manifestPath));
+  // waitForServer has aborted on a malformed address, unless the stored one has changed since.
   if (!manifest) return;
   UrlRequest request = metSleutel(*manifest);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
