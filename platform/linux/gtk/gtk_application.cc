@@ -99,6 +99,7 @@ void GtkApplicationHost::finish() {
 
 void GtkApplicationHost::setMainWindow(GtkWindow *window) {
   g_set_weak_pointer(&mainWindow_, window);
+  // Not registered in tests that create a window without `run`.
   if (g_application_get_is_registered(base(application_))) {
     gtk_application_add_window(application_.get(), window);
   }

@@ -65,7 +65,7 @@ void GtkCommands::perform(MenuAction action, GtkWindow *window) {
     case MenuAction::toggleFullScreen:
       return toggleFullScreen(window);
     case MenuAction::none:
-    case MenuAction::undo:
+    case MenuAction::undo:  // This and the following ones are editing commands, handled above.
     case MenuAction::redo:
     case MenuAction::cut:
     case MenuAction::copy:

@@ -255,7 +255,8 @@ void GtkPanels::runModal(const Alert &alert, std::function<void(AlertAnswer)> co
       alert, [this, completion = std::move(completion)](const AlertWindow &answered,
                                                         const AlertAnswer &answer) {
         close(answered);
-        // The main loop may still dispatch queued events after g_application_quit.
+        // The main loop may still dispatch queued events after g_application_quit. Then
+        // the completion must not be called any more (Panels::runModal).
         if (!application_.isMainLoopEnding()) completion(answer);
       }));
   AlertWindow &opened = *alerts_.back();

@@ -31,6 +31,7 @@ void appendToUserAgent(WebKitSettings *settings, std::string_view name) {
   const std::string placeholder(name.size(), 'x');
   webkit_settings_set_user_agent(settings, (prefix + placeholder).c_str());
   auto *stored = const_cast<char *>(webkit_settings_get_user_agent(settings));
+  // Only a copy of exactly this text has room for the name.
   if (stored != prefix + placeholder) return;
   std::copy(name.begin(), name.end(), stored + prefix.size());
 }
