@@ -137,6 +137,7 @@ test('the old application stays when the build creates no executable', () => {
 
 test('the old application is restored when the new bundle cannot be moved into place', () => {
   createOldApplication();
+  // Runs the real mv, to which the fixture has a link in the folder system.
   fixture.addTool('mv', 'exec "${0%/*}/../system/mv" "$@"');
   assert.notEqual(run({ FAILS: 'mv */.build-app-*/Orvel OS.app *' }).status, 0);
   assertOnlyOldApplication();

@@ -30,6 +30,7 @@ process.on('SIGTERM', async () => {
   process.exit(FAULT === 'exit-status' ? 4 : 0);
 });
 
+// The readiness probe, the page request, and the page's report that it is painted.
 const origin = 'http://127.0.0.1:4767';
 await fetch(`${origin}/api/wie`, { headers: { 'X-ORVEL-App': 'demo' } });
 await fetch(`${origin}/`, { headers: { cookie: 'orvelapp=demo', 'user-agent': 'OrvelOS/1.0' } });

@@ -76,7 +76,8 @@ function makeKey(name) {
 }
 
 /// Asserts with Node's own cryptography that a release is signed, with the new public key as an
-/// additional line of the signed message if there is one. Returns the manifest and the archive.
+/// additional line of the signed message if there is one. Returns the manifest, whose member
+/// "handtekening" is the signature and "sleutel" the new public key, and the archive.
 function assertSigned(release, version, publicKey, ...newPublicKey) {
   const manifest = JSON.parse(readFileSync(path(`${release}/linux.json`), 'utf8'));
   const archive = readFileSync(path(`${release}/${manifest.zip}`));

@@ -261,9 +261,10 @@ class Finder:
         self.add('removed statement', function, start, end, b';')
 
     def swap_statements(self, one, other, function):
-        # The statement after a declaration mostly uses its variable. A statement that is moved
-        # behind a jump is never reached, as if removed. Nothing observes the order of two
-        # assignments, or when a variable without an initializer is declared.
+        # Leaves out swaps that do not compile or teach nothing. The statement after a declaration
+        # mostly uses its variable. A statement that is moved behind a jump is never reached, as if
+        # removed. Nothing observes the order of two assignments, or when a variable without an
+        # initializer is declared.
         if one.kind == CursorKind.DECL_STMT or other.kind in JUMPS:
             return
         if other.kind == CursorKind.DECL_STMT and DEFAULT_CONSTRUCTED.fullmatch(self.text(other)):

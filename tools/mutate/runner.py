@@ -152,7 +152,8 @@ def compiler_call(entry):
 def sandbox(folder):
     """Returns the words to put before a command, so that a program in `folder` can harm nothing.
 
-    A mutant may remove other folders and end other processes than the original.
+    A mutant may remove other folders and end other processes than the original. The program still
+    sees `folder` when that is below /tmp, which is empty in the sandbox.
     """
     return ['bwrap', '--die-with-parent', '--unshare-pid', '--unshare-net', '--ro-bind', '/', '/',
             '--dev', '/dev', '--proc', '/proc', '--tmpfs', '/tmp', '--setenv', 'HOME', '/tmp',
