@@ -1,4 +1,5 @@
-// The contract of Bundle, and of the home folder and quarantine of Locations.
+// The contract of Bundle, and of the home folder and quarantine of Locations. Quarantine marks a
+// downloaded file for Gatekeeper on macOS, and does nothing on Linux.
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/posix_test_support.h"

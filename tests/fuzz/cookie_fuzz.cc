@@ -68,7 +68,8 @@ void requireCookieHeader(const std::vector<Cookie> &cookies, const std::string &
           "the header has exactly the cookies of the host without control characters, except tabs");
 }
 
-/// Requires that the key cookie, which holds the app key, is for the host of the server address.
+/// Requires that the key cookie, which holds the app key, is for the host of the server address,
+/// and only for https, as for every server on another machine.
 void requireKeyCookie(std::string_view address) {
   const auto now = std::chrono::system_clock::time_point();
   const auto cookie = keyCookie(address, /*local=*/false, "key", now);

@@ -24,8 +24,8 @@ std::int64_t numberOf(const std::string &piece) {
   return errno == 0 && *end == '\0' ? number : 0;
 }
 
-/// Returns whether one version is later than the other, computed in another way than by nieuwer().
-/// The versions must be ASCII.
+/// Returns whether one version is later than the other, computed in another way than by nieuwer()
+/// (Dutch for "newer"), the function under test. The versions must be ASCII.
 bool isLater(std::string_view one, std::string_view other) {
   const auto numbersOf = [](std::string_view version) {
     std::vector<std::int64_t> numbers;
