@@ -40,7 +40,7 @@ Platform MacosPlatform::interfaces() {
           .defaults = defaults_,
           .locations = locations_,
           .edition = macosEdition,
-          .unpacker = nullptr};
+          .unpacker = nullptr};  // macOS unpacks with a command (Edition::unpack).
 }
 
 }  // namespace orvel

@@ -56,6 +56,7 @@ TEST_F(MainMenu, MenusHaveTheirTitles) {
   for (NSMenuItem *item in application_.mainMenu.itemArray) {
     titles.push_back(fromCocoa(item.submenu.title));
   }
+  // AppKit shows the name of the application as the title of the first menu.
   EXPECT_THAT(titles, ElementsAre("", "Wijzig", "Weergave", "Venster"));
 }
 

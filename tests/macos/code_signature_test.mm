@@ -24,6 +24,7 @@ TEST(CodeSignature, ValidSignatureWithoutCertificateOfTheTeamIsRejected) {
               "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>Test</string>"
               "<key>CFBundleIdentifier</key><string>nl.orvel.os.test</string></dict></plist>");
   runCommand("codesign --force --sign - '" + adHocSigned + "'");
+  // Applications of macOS have a valid signature by Apple, but no Team ID.
   for (const std::string &bundle :
        {adHocSigned, std::string("/System/Applications/Calculator.app")}) {
     runCommand("codesign --verify --strict '" + bundle + "'");

@@ -16,6 +16,7 @@ namespace {
 TEST(CocoaUrl, RequestGetsTimeoutInSecondsAndCachePolicy) {
   UrlRequest request;
   request.url = Url::parse("http://127.0.0.1/").value();
+  // The defaults of UrlRequest: 60 seconds, and the rules of HTTP.
   EXPECT_EQ(toCocoa(request).timeoutInterval, 60);
   EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestUseProtocolCachePolicy);
   request.timeout = std::chrono::milliseconds(1500);

@@ -158,6 +158,7 @@ class MacosContractPlatform final : public ContractPlatform {
       checksAtExit = &checks;
       std::atexit(runChecksAndExit);
       interfaces().application.run();
+      // Reached only if -[NSApplication run] returns; terminate: exits inside it.
       runChecksAndExit();
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");

@@ -59,6 +59,7 @@ namespace {
 using testing::ElementsAre;
 
 constexpr NSRect frame = {{0, 0}, {400, 300}};
+// Positions in the window, in points from its lower left corner. The title bar is at the top.
 constexpr NSPoint onTitleBar = {200, 290};
 constexpr NSPoint onPage = {200, 100};
 NSString *const doubleClickKey = @"AppleActionOnDoubleClick";

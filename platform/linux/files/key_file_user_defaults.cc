@@ -36,6 +36,7 @@ using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
 /// Encodes a key as the name of a key file entry, which must not be empty or contain "=" or
 /// brackets.
 std::string keyName(std::string_view key) {
+  // No other key gets this name, because two hexadecimal digits follow the "%" of an escape.
   if (key.empty()) return "%";
   const GlibText escaped(g_uri_escape_bytes(reinterpret_cast<const guint8 *>(key.data()),
                                             key.size(), " /:@+,;!$&'()*"));

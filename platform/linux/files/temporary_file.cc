@@ -29,7 +29,8 @@ class HiddenFiles {
     return *files;
   }
 
-  /// Creates a file, and replaces the pattern by its path. Returns its descriptor, or -1.
+  /// Creates a file. Replaces the "XXXXXX" in `pattern`, which thereby becomes the path of the
+  /// file. Returns the descriptor, or -1.
   int create(std::string &pattern) {
     const std::lock_guard lock(mutex_);
     if (exiting_) return -1;

@@ -53,6 +53,7 @@ class TextCollector final : public nlohmann::json_sax<nlohmann::json> {
   }
   /// Enters an object or an array. Returns false when it is nested too deeply.
   bool open() {
+    // The result is ignored: it is false for the top-level object, which is valid.
     handleOtherValue();
     return ++depth_ <= maxNestingDepth;
   }

@@ -44,7 +44,8 @@ std::optional<std::string> decodeBase64(std::string_view text) {
   const std::string terminated(text);
   gsize size = 0;
   const GlibText bytes(reinterpret_cast<char *>(g_base64_decode(terminated.c_str(), &size)));
-  // Compared with its encoding, because g_base64_decode skips characters that are not base64.
+  // The bytes are encoded again to compare the texts, because g_base64_decode skips characters
+  // that are not base64.
   const GlibText encoded(g_base64_encode(reinterpret_cast<guchar *>(bytes.get()), size));
   if (encoded.get() != text) return std::nullopt;
   return std::string(bytes.get(), size);

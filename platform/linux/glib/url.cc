@@ -14,6 +14,7 @@ namespace orvel {
 
 namespace {
 
+// The characters other than letters and digits in two sets of RFC 3986, sections 2.2 and 2.3.
 constexpr std::string_view unreserved = "-._~";
 constexpr std::string_view subDelimiters = "!$&'()*+,;=";
 

@@ -83,9 +83,11 @@ class SoupTask {
   /// Fires when no data has arrived for the request's timeout, or at once when the request cannot
   /// be sent.
   Source timeoutSource_;
-  /// Fires when bytes arrive at the socket. libsoup signals only the end of the head.
+  /// Fires when bytes arrive at the socket, and restarts the timeout: while the head arrives,
+  /// libsoup reports nothing before its end.
   Source arrivalSource_;
   SignalConnection networkEvent_;
+  /// libsoup emits "restarted" before it sends the message again, as for a redirect.
   SignalConnection restarted_;
 };
 

@@ -13,6 +13,7 @@ namespace {
 
 /// Returns the code of this process on the disk, or null on failure.
 CFPointer<SecStaticCodeRef> codeOfThisProcess() {
+  // createdBy adds the last argument, in which the function stores the new reference.
   const auto running = createdBy<CFPointer<SecCodeRef>>(SecCodeCopySelf, kSecCSDefaultFlags);
   if (!running) return nullptr;
   return createdBy<CFPointer<SecStaticCodeRef>>(SecCodeCopyStaticCode, running.get(),

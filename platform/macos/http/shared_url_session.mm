@@ -25,8 +25,8 @@ std::optional<HttpResponse> fromCocoa(NSURLResponse *response) {
   return HttpResponse{.statusCode = static_cast<int>(http.statusCode)};
 }
 
-/// Moves the file of a finished download to a temporary path that the session does not know,
-/// and returns that path. Returns nil for nil and when the file cannot be moved.
+/// Moves the file of a finished download to another temporary path, where the session does not
+/// remove it. Returns that path, or nil for nil and when the file cannot be moved.
 NSURL *keepFile(NSURL *file) {
   if (file == nil) return nil;
   NSURL *kept = [NSFileManager.defaultManager.temporaryDirectory
