@@ -53,8 +53,8 @@ bool staysInFolder(const fs::path &path) {
 }
 
 /// Returns whether an entry may be extracted. ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS cannot
-/// check names, because entries are written to absolute paths. libarchive never checks
-/// the targets of links.
+/// check names, because extractEntry prepends the absolute path of the folder. libarchive never
+/// checks the targets of links.
 bool isAllowed(archive_entry *entry) {
   const char *name = archive_entry_pathname(entry);
   if (name == nullptr || !staysInFolder(name) || archive_entry_is_encrypted(entry) != 0) {

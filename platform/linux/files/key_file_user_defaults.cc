@@ -151,7 +151,8 @@ void KeyFileUserDefaults::setText(std::string_view key, std::string_view value) 
   ensurePrivateFolder(folderPath);
   const FileHandle folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.descriptor() < 0) return;
-  // The kernel releases the lock when the descriptor closes, even if the process is killed.
+  // The kernel releases the lock when the descriptor closes, even if the process is killed. After
+  // an error other than EINTR, the file is changed without a lock.
   while (::flock(folder.descriptor(), LOCK_EX) != 0 && errno == EINTR) {
   }
 

@@ -104,7 +104,7 @@ void wakeModalLoop() {
 - (void)webView:(WKWebView *)__unused view
     decidePolicyForNavigationAction:(WKNavigationAction *)action
                     decisionHandler:(void (^)(WKNavigationActionPolicy))handler {
-  // The last argument is for a handler that would otherwise never be called: WebKit requires a call.
+  // WebKit requires a call. The handler gets oneShot's last argument if nothing calls `decide`.
   const auto decide = orvel::oneShot<WKNavigationActionPolicy>(
       [handler](WKNavigationActionPolicy policy) { handler(policy); },
       WKNavigationActionPolicyCancel);
