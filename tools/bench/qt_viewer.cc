@@ -4,7 +4,7 @@
 
 // Shows one page in one window with Qt WebEngine.
 int main(int argc, char **argv) {
-  QApplication application(argc, argv);
+  const QApplication application(argc, argv);
   if (argc < 2) return 1;
   QWebEngineView view;
   view.setWindowTitle("Orvel OS");
