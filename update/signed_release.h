@@ -34,9 +34,9 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
               const ReleaseSignature &signature, std::string_view publicKey);
 
 /// Returns whether all of this holds: the Info.plist of an unpacked release has the signed version
-/// (`versie`), that version is later than the running one, and the public key in the Info.plist is
+/// (`versie`), `versie` is later than the running version, and the public key in the Info.plist is
 /// `publicKey` or `signature.sleutel`. Without the first check, a release whose Info.plist has an
-/// older version would be installed at every update check. Any thread.
+/// older version than `versie` would be installed again at every update check. Any thread.
 bool matchesSignature(const TextMap &information, std::string_view versie,
                       std::string_view runningVersion, const ReleaseSignature &signature,
                       std::string_view publicKey);

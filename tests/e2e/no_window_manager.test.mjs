@@ -33,9 +33,9 @@ const keys = [
 ];
 const modifiers = ['', 'shift+', 'ctrl+', 'alt+', 'super+'];
 
-/// Longer than one blink of a cursor. If the application did not stop it, F7 would hide the cursor
-/// of the hidden GtkTextView in which WebKit composes input, and GTK 4.8 would abort at the next
-/// blink.
+/// Longer than one blink of a cursor. If the application did not handle F7, this key would hide the
+/// cursor of the hidden GtkTextView in which WebKit composes input, and GTK 4.8 would abort at the
+/// next blink.
 const blinkMilliseconds = 3000;
 
 /// Returns a page that reports each key, and reports "blinked" some time after F7.

@@ -88,6 +88,7 @@ test('a removed data root is reported, and can come back', async (user, screen) 
 /// Bytes that are no valid file of any kind.
 const garbage = Buffer.from(Array.from({ length: 5000 }, (_, index) => (index * 7919) % 251));
 
+// The option `configurationFiles` names the files that may be left in the configuration folder.
 for (const whileRunning of [false, true]) {
   test('defaults, cookies and page storage that are damaged ' +
     `${whileRunning ? 'during a run' : 'before a start'} are replaced`,
@@ -154,6 +155,7 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     await user.startAndShowPage({ server, wrapper });
     // The silent check finds the release.
     await server.awaitRequest(archivePath);
+    // The result of a second check appears only after the installation has ended.
     offerNoLaterRelease(server);
     await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
@@ -208,8 +210,8 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
       const begin = performance.now();
       await dataRoot.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
-      // Three probes span two intervals of 250 ms, less the delay with which the test sees the
-      // first one.
+      // Three probes span two intervals of 250 ms. The first may have been sent shortly before
+      // `begin`.
       assert.ok(elapsed > 400, `three probes took only ${elapsed} ms`);
     }
     dataRoot.setRoutes();

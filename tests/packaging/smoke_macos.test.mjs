@@ -18,8 +18,9 @@ beforeEach(() => {
   fixture.addTool('uname', 'echo Darwin');
   // No address is stored that the application would open instead of the demo server.
   fixture.addTool('defaults', 'exit 1');
-  // Handles the commands of operate_macos.js, which are in $4. To open the second link, it sends
-  // the request of the page that the link opens. The file "moved" exists once the window has been
+  // Handles the commands of operate_macos.js, which are in $4. The smoke test types keys
+  // that open the second link of the page; here, that command sends the request of the page that
+  // the link opens. The file "moved" exists once the window has been
   // dragged.
   fixture.addTool('osascript', `
 cd "${fixture.folder}"

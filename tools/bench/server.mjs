@@ -1,11 +1,11 @@
-// The OS server of the benchmark. Records when it listens, its requests and the report of the
+// The server of the web application, as the benchmark needs it. Records when it listens, its requests and the report of the
 // heavy page, one line of JSON each. The environment variables are
 //
 //   PORT, ORVEL_BENCH_HOST    the address to listen on
 //   ORVEL_BENCH_RECORD        the file of the record
 //   ORVEL_BENCH_PAGE          the page at "/": heavy, large or small
-//   ORVEL_BENCH_MANIFEST      the manifest of the offered release, if any
-//   ORVEL_BENCH_ARCHIVE       the archive of that release
+//   ORVEL_BENCH_MANIFEST      the text of the manifest of the offered release, if any
+//   ORVEL_BENCH_ARCHIVE       the path of the archive of that release
 //   ORVEL_BENCH_MEGABITS      the rate at which the archive is sent, in Mbit/s; by default unlimited
 
 import { appendFileSync, createReadStream, statSync } from 'node:fs';

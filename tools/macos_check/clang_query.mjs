@@ -21,6 +21,7 @@ export async function query(buildFolder, source, matchers) {
     if (stderr.includes('error:')) throw new Error(stderr);
     return split(stdout);
   } catch (error) {
+    // A malformed matcher: clang-query exits with status 1 and writes "LINE:COLUMN: MESSAGE".
     const messages = error.stdout?.match(/^\d+:\d+: .*$/gm);
     throw messages ? new Error(messages.join('\n')) : error;
   } finally {

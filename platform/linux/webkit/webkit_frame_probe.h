@@ -52,8 +52,8 @@ class WebKitFrameProbe {
   /// document, false to stay. The probe's own text also makes the probe report the main frame
   /// and end.
   bool mayLeave(std::string_view text);
-  /// Handles a "load-failed" signal of the view. Reports the main frame when the filter has blocked
-  /// the probed navigation. For a redirect, mainResourceFailed_ does so.
+  /// Handles a "load-failed" signal of the view. Reports the main frame when the content filter has
+  /// blocked the probed navigation. A blocked redirect arrives as mainResourceFailed_ instead.
   void loadFailed(const char *address, const GError *error);
   /// Ends a running probe without a report. Call it when the web process has terminated.
   void cancel() { endAttempt(); }

@@ -122,7 +122,8 @@ void WebKitPageView::loadHtml(std::string_view html) {
 }
 
 void WebKitPageView::reload() {
-  // A load may have been lost with a web process that terminated.
+  // A load may have been lost with a web process that terminated. Loads copies, because load and
+  // loadHtml assign to these members.
   if (pendingRequest_) return load(UrlRequest(*pendingRequest_));
   // webkit_web_view_reload would show an empty page instead of HTML without an address.
   if (!html_.empty()) return loadHtml(std::string(html_));
@@ -168,6 +169,7 @@ void WebKitPageView::endUnresponsiveProcess() {
 }
 
 void WebKitPageView::edit(const char *command, GtkWidget *focus, GtkWidget *page) {
+  // The inspector is a web view too.
   GtkWidget *target = focus != nullptr && WEBKIT_IS_WEB_VIEW(focus) ? focus : page;
   if (target == nullptr || !WEBKIT_IS_WEB_VIEW(target)) return;
   webkit_web_view_execute_editing_command(WEBKIT_WEB_VIEW(target), command);
