@@ -20,7 +20,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
   WebViewConfiguration webConfiguration;
-  // The server recognizes the page by the user agent and by the cookie with the app key.
+  // The server recognizes the application by the user agent, or by the cookie with the app key.
   webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
   webConfiguration.developerExtrasEnabled = true;
   webConfiguration.drawsBackground = false;

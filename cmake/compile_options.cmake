@@ -18,8 +18,7 @@ if(NOT ORVELOS_SANITIZE)
   set(is_optimised "$<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>>")
   set(hardening -fstack-protector-strong)
   if(APPLE)
-    # Only the stack protector, as Xcode does by default. The linker makes programs
-    # position-independent by itself.
+    # Only the stack protector. The linker makes programs position-independent by itself.
   else()
     set(CMAKE_POSITION_INDEPENDENT_CODE ON)
     # Some compilers define _FORTIFY_SOURCE themselves.

@@ -10,7 +10,7 @@ namespace orvel {
 
 namespace {
 
-// For a local address without a number after the ":", such as "http://localhost:/".
+// For a local address whose port is missing or does not fit into an int ("http://localhost:/").
 constexpr int defaultPort = 80;
 
 /// Returns whether a socket that listens on `address` may accept a connection to `host`, which is

@@ -83,7 +83,8 @@ TEST(Url, UrlAndRelativeReferenceAreSplitIntoParts) {
     std::string path;
   };
   constexpr auto noPort = std::nullopt;
-  // The path is percent-decoded and has no "/" at its end, like that of Foundation's URL.
+  // The path is percent-decoded and, except for the root "/", has no "/" at its end, like that of
+  // Foundation's URL.
   const std::vector<Row> rows{
       {"http://127.0.0.1:4767/api/wie", "http", "127.0.0.1", 4767, "/api/wie"},
       {"http://h//", "http", "h", noPort, "/"},

@@ -258,7 +258,8 @@ TEST_F(Installation, BundleWithSingleQuoteInPathIsReplacedButNotRelaunched) {
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
 }
 
-// An unpacker of the platform runs no shell, but rejects the same paths as the unpack command.
+// An unpacker of the platform runs no shell, but is not called for a path that the unpack command
+// cannot quote.
 TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
   std::filesystem::create_directory(root() + "/someone's");
   const std::string quotedVersion = "1'; touch x; '3";

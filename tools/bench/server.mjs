@@ -1,5 +1,5 @@
-// The server of the web application, as the benchmark needs it. Records when it listens, its requests and the report of the
-// heavy page, one line of JSON each. The environment variables are
+// The server of the web application, as the benchmark needs it. Records when it listens, its
+// requests and the report of the heavy page, one line of JSON each. The environment variables are
 //
 //   PORT, ORVEL_BENCH_HOST    the address to listen on
 //   ORVEL_BENCH_RECORD        the file of the record

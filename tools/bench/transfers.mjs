@@ -131,7 +131,7 @@ function updateByApplication(bench, release, { hasKey = false, megabits = 'Infin
     const { home } = context;
     const { bundle, executable } = copyBundle(bench.application, home.folder);
     if (hasKey) setPlistValue(bundle, 'ORVELOSUpdateKey', release.publicKey);
-    // The application creates this folder just before it unpacks the archive into it.
+    // The application creates this folder just before it unpacks the archive.
     const unpacked = join(home.environment.XDG_CACHE_HOME,
       `nl.orvel.os/temporary/orvel-os-update-${releaseVersion}`);
     let unpackingBegan = NaN;

@@ -38,8 +38,8 @@ class GtkMenuBar final : public MenuBar {
   void addKeysOf(MenuAction command, GtkWindow *window);
 
  private:
-  /// Gives a window the group with the action that its menu items and shortcuts invoke. A second call
-  /// replaces that group with an equal one.
+  /// Gives a window the action group for its menu items and shortcuts. A second call replaces the
+  /// group with an equal one.
   void addActions(GtkWindow *window);
   void addKeys(GtkWindow *window, GtkPropagationPhase phase,
                const std::function<bool(const MenuItem &, std::string_view key)> &isIncluded);

@@ -55,7 +55,7 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   return current != nullptr ? retain(current) : mainMonitor(display_);
 }
 
-/// Reports each resize of the root window (X11) as one more change after those of the monitors. The
+/// Reports changes of the root window (X11) as one more change after those of the monitors. The
 /// window manager updates the work area later than the monitors change, and GDK has no signal for
 /// the work area.
 void MonitorWatch::watchWorkArea() {
