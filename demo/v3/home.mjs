@@ -47,7 +47,7 @@ export function home(request, response, { record }) {
     body: `<div class="hero"><div><time class="big" data-clock>${now.toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' })}</time>
 <p class="date" data-date>${now.toLocaleDateString('nl-NL', { weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' })}</p>
 <p class="visit">Bezoek <b id="bezoek">${count}</b> in deze sessie</p></div>
-<section class="card seen">${marksRow('Deze pagina', marksOf(request.headers), 'Hoe dit verzoek zich bekend maakte.')}
+<section class="card recognition">${marksRow('Deze pagina', marksOf(request.headers), 'Hoe dit verzoek zich bekend maakte.')}
 ${marksRow('Proef', probes.marks, probes.count ? `<code>api/wie</code> ${times} gevraagd, laatst ${seconds} s geleden.` : '<code>api/wie</code> is nog niet gevraagd.')}</section></div>
 <nav class="tiles">${tiles.join('')}</nav>`,
   });
