@@ -57,6 +57,7 @@ TEST_F(AddressDialog, SaveStoresTrimmedAddressAndProbesServer) {
 
 TEST_F(AddressDialog, InvalidAddressShowsErrorAndKeepsStoredAddress) {
   storeAddress("https://example.test");
+  // A valid scheme is in lower case. Of white space, only spaces and tabs are trimmed.
   for (const std::string text :
        {"", "   ", "\t", "example.test", "ftp://example.test", "HTTP://example.test",
         "Https://example.test", "mailto:someone@example.test", "file:///etc", "https",
@@ -86,7 +87,7 @@ TEST_F(AddressDialog, OnlineAddressStopsLocalServerWithoutErrorPage) {
   enterAddress("https://example.test");
 
   EXPECT_EQ(delegate().server, nullptr);
-  // `quitting` is set only during the call of terminate().
+  // `quitting` marks the stop as intended, but only during the call of terminate().
   EXPECT_TRUE(wasQuitting);
   EXPECT_FALSE(delegate().quitting);
   EXPECT_THAT(

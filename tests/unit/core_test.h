@@ -35,7 +35,7 @@ inline const std::string nodeLookupCommand =
 
 /// The core on the fake platform. The data root contains a server script, and the folder of the
 /// application's bundle exists. The bundle of the fake has version "1.0" and the app key "app-key",
-/// by which the server recognizes the application.
+/// by which the server recognizes the application. The fake has node at /usr/local/bin/node.
 class CoreTest : public testing::Test {
  protected:
   CoreTest() {
@@ -90,18 +90,18 @@ class CoreTest : public testing::Test {
   void setNodeScript(const FakeProcessScript &script) {
     fake.processes.setScripts("/usr/local/bin/node", {script});
   }
-  /// Makes a program of another user listen on the port of the local server.
+  /// Makes a program of another user (`isOwn` is false) listen on the port of the local server.
   void occupyLocalPort() {
     fake.listeners.byPort[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
   }
-  /// Undoes occupyLocalPort: again only a program of this user listens on the port.
+  /// Undoes occupyLocalPort: by default, a program of this user listens on every port of the fake.
   void freeLocalPort() { fake.listeners.byPort.clear(); }
   /// Stores a server address in the user defaults.
   void storeAddress(const std::string &address = "https://os.test/") {
     fake.defaults.texts["osURL"] = address;
   }
-  /// Answers the oldest open alert by the button with this index, or closes it for nullopt.
-  /// Runs all due tasks.
+  /// Presses the button with this index in the oldest open alert, whose text field contains
+  /// `text`; nullopt closes the alert. Runs all due tasks.
   void answerAlert(std::optional<int> button, const std::string &text = "") {
     fake.panels.answer({button, text});
     fake.scheduler.runUntilIdle();
@@ -109,6 +109,7 @@ class CoreTest : public testing::Test {
   /// Returns the message of the error page, or the empty text when another page is shown.
   std::string shownError() {
     const std::string &html = web().shownHtml;
+    // errorPage inserts the message after the only "<p>".
     const std::string empty = errorPage("");
     const auto split = empty.find("<p>") + 3;
     if (!html.starts_with(empty.substr(0, split))) return "";

@@ -50,6 +50,7 @@ TEST(DownloadName, UnusableSuggestionFallsBackToUrlElseToUnknown) {
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/a%2Fb.csv")), "a-b.csv");
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/%2Fb.csv?x/y#/z")), "-b.csv");
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test//a.csv//")), "a.csv");
+  // Url::path is "/": the decoded "///" without trailing slashes.
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/%2F%2F")), "h.test");
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/%2E%2E")), "h.test");
   EXPECT_EQ(downloadName(std::nullopt, url("http://h.test/folder/..")), "h.test");
@@ -71,7 +72,7 @@ TEST(DownloadName, LongNameIsTruncatedToMaxSize) {
   EXPECT_EQ(downloadName(std::string(300, 'x'), url()), std::string(255, 'x'));
   // The limit is inside the last two-byte character of the stem.
   EXPECT_EQ(downloadName(repeated(126, "é") + ".csv", url()), repeated(125, "é") + ".csv");
-  // The truncated stem has no complete character.
+  // The truncated stem is empty, because all its bytes are UTF-8 continuation bytes.
   EXPECT_EQ(downloadName(std::string(300, '\x80'), url()), lastUrlComponent);
   // Unusable although the NUL is beyond the limit.
   EXPECT_EQ(downloadName(std::string(300, 'x') + '\0', url()), lastUrlComponent);
@@ -89,6 +90,7 @@ TEST(DownloadName, NumberFollowsStem) {
   EXPECT_EQ(numberedName(".profile", 2), ".profile 2");
   EXPECT_EQ(numberedName("name.", 2), "name. 2");
   EXPECT_EQ(numberedName("data 2.csv", 2), "data 2 2.csv");
+  // A space after the full stop: the name has no extension.
   EXPECT_EQ(numberedName("Quote v1.2 client", 2), "Quote v1.2 client 2");
 }
 
@@ -99,7 +101,7 @@ TEST(DownloadName, NumberedNameIsTruncatedToMaxSize) {
   EXPECT_EQ(numberedName(std::string(255, 'x'), 2), std::string(253, 'x') + " 2");
   EXPECT_EQ(numberedName(repeated(125, "é") + ".csv", 2), repeated(124, "é") + " 2.csv");
   EXPECT_EQ(numberedName("a." + std::string(300, 'x'), 2), "a 2");
-  // The stem has no complete character.
+  // The truncated stem is empty, because all its bytes are UTF-8 continuation bytes.
   EXPECT_EQ(numberedName(std::string(300, '\x80'), 2), " 2");
 }
 

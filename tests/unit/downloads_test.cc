@@ -58,7 +58,7 @@ TEST_F(Downloads, CookieMatchesHostWithDomainSuffix) {
       {"Example.test", "example.test", false},
       {"127.0.0.1", "127.0.0.1", true},
       {"0.0.1", "127.0.0.1", true},
-      // An empty domain is a suffix of every host.
+      // Without its full stops, "..." is empty, and an empty domain is a suffix of every host.
       {"...", "example.test", true},
       {"", "example.test", true},
       // A URL without a host gets no cookies.
@@ -126,7 +126,7 @@ TEST_F(Downloads, DownloadSendsCookiesThenQuarantinesThenSavesThenOpens) {
 TEST_F(Downloads, EmptyStoreOrUrlWithoutHostSendsEmptyCookieHeader) {
   download();
   fake.scheduler.runUntilIdle();
-  // The domain of this cookie is a suffix of every host.
+  // A cookie that matches every host. The URL has no host.
   fake.windows.cookies.cookies = {cookie("a", ".")};
   download("about:/api/export");
   fake.scheduler.runUntilIdle();
@@ -221,6 +221,7 @@ TEST_F(Downloads, DownloadRetainsDelegateUntilFileIsSaved) {
 }
 
 TEST_F(Downloads, ProgramOfAnotherUserOnLocalPortGetsNoRequest) {
+  // The core checks the owner of the port after it has read the cookies.
   fake.windows.cookies.delay = 1s;
   download();
   fake.scheduler.advance(500ms);

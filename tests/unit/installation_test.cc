@@ -127,7 +127,9 @@ TEST_F(Installation, SymlinkedBundleIsRejected) {
 
 TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
   struct Row {
+    // The identifier of the running application.
     std::optional<std::string> ownIdentifier;
+    // The Info.plist of the release. Empty when the release has none.
     std::string info;
   };
   const std::string key = "<key>CFBundleIdentifier</key>";
@@ -207,6 +209,7 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
   fake.locations.bundleIsWritable = true;
   std::filesystem::remove_all(fake.bundle.folder);
   install();
+  // The path of a read-only copy from which macOS runs a downloaded bundle (App Translocation).
   fake.bundle.folder = root() + "/AppTranslocation/0A1B2C3D/d/Orvel OS.app";
   writeRunningBundle();
   install();
@@ -215,6 +218,7 @@ TEST_F(Installation, BundleThatCannotBeReplacedDownloadsNothing) {
 }
 
 TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
+  // This entry requires signed releases, but the application cannot read it.
   fake.bundle.texts[std::string(updateKeyEntry)] = "a public key";
   fake.bundle.hasReadableInfo = false;
   // Without Info.plist the running application has no identifier either, so the comparison of the
@@ -258,8 +262,8 @@ TEST_F(Installation, BundleWithSingleQuoteInPathIsReplacedButNotRelaunched) {
   EXPECT_THAT(fake.record.take(), ElementsAre("application terminate", "application terminated"));
 }
 
-// An unpacker of the platform runs no shell, but is not called for a path that the unpack command
-// cannot quote.
+// An unpacker of the platform runs no shell. It is not called either for a path that cannot be
+// quoted, so that the same paths end an installation in both editions.
 TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
   std::filesystem::create_directory(root() + "/someone's");
   const std::string quotedVersion = "1'; touch x; '3";
@@ -301,7 +305,7 @@ TEST_F(Installation, InstallationAndOpenNoticeRetainDelegate) {
   install();
   const auto weakDelegate = releaseDelegate();
   EXPECT_FALSE(weakDelegate.expired()) << "during the download";
-  // The notice is posted while the main thread is blocked.
+  // Blocks the main thread while a background task installs the release and posts the notice.
   fake.clock.sleep(1s);
   EXPECT_EQ(fake.record.count("replace"), 1U);
   EXPECT_FALSE(weakDelegate.expired()) << "before the notice";

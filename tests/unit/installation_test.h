@@ -30,6 +30,7 @@ class InstallationTest : public CoreTest {
     fake.locations.temporaryFolder = root() + "/temporary";
     writeRunningBundle();
     fake.http.setResponses(archiveUrl, {{.statusCode = 200, .body = "an archive"}});
+    // The fake does not execute a command, so unpackArchive does the work of ditto.
     fake.processes.onLaunch = [this](const LaunchRequest &request) {
       static const std::regex unpackCommand("/usr/bin/ditto -x -k '([^']*)' '([^']*)'");
       std::smatch paths;
@@ -65,16 +66,17 @@ class InstallationTest : public CoreTest {
   std::string installedVersion() const {
     return contentsOf(fake.bundle.folder + "/Contents/version");
   }
-  /// Expects that the running application was not replaced and the user saw no alert.
+  /// Expects that the application was not replaced, showed no alert and did not quit to restart.
   void expectNotInstalled() {
     EXPECT_EQ(installedVersion(), "old");
     EXPECT_THAT(fake.panels.shown, IsEmpty());
+    // The recorded calls of terminate(), by which the core quits.
     EXPECT_EQ(fake.record.count("application terminate"), 0U);
     EXPECT_FALSE(fake.application.terminated);
   }
 
-  /// Simulates the unpacking of an archive into a folder. By default the archive contains a
-  /// valid release.
+  /// Simulates the unpacking of the file `archive` into `folder`. By default ignores the contents
+  /// of the file, which are not a zip archive, and writes a valid release.
   std::function<void(const std::string &archive, const std::string &folder)> unpackArchive =
       [](const std::string &, const std::string &folder) {
         writeRelease(folder + "/Orvel OS.app");

@@ -127,6 +127,7 @@ TEST_F(Launch, LooksForStaleServerThenFindsNodeThenTruncatesLogThenLaunches) {
   std::vector<std::string> logs;
   fake.processes.onLaunch = [&](const LaunchRequest &) { logs.push_back(contentsOf(logPath())); };
   startServer();
+  // The lookup of node prints nothing, so the core launches the default path.
   EXPECT_THAT(fake.record.take(),
               ElementsAre("sh " + listenersCommand, "sh " + nodeLookupCommand,
                           "launch /usr/local/bin/node " + root() + "/v3/server.mjs"));
@@ -146,7 +147,8 @@ TEST_F(Launch, ExitOfReplacedServerIsIgnored) {
 TEST_F(Launch, PostedExitReportDoesNotRetainDelegate) {
   startServer();
   lastServer().exit(1);
-  // Runs only the first task: the termination handler, which posts the report to the main thread.
+  // The second check of the condition ends runUntil, so only the first task runs: the termination
+  // handler, which posts the report to the main thread.
   int checks = 0;
   fake.scheduler.runUntil([&] { return checks++ == 1; }, 0ms);
   EXPECT_TRUE(releaseDelegate().expired());

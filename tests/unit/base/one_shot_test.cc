@@ -12,6 +12,7 @@ using testing::ElementsAre;
 
 class OneShot : public testing::Test {
  protected:
+  /// Returns a one-shot function that appends its argument to `answers_`. The fallback is "none".
   std::function<void(std::string)> makeOneShot() {
     return oneShot<std::string>([this](const std::string &answer) { answers_.push_back(answer); },
                                 "none");

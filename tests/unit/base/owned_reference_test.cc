@@ -15,7 +15,8 @@ void release(Object *object) { --object->references; }
 
 using Owner = OwnedReference<ObjectRef, release>;
 
-/// Returns the status. When it is 0, which means success, stores a new reference in `result`.
+/// Returns `status`. When it is 0, which means success, stores a new reference to `existing` in
+/// `result`, the argument that createdBy appends.
 int createFrom(ObjectRef existing, int status, ObjectRef *result) {
   if (status == 0) {
     ++existing->references;

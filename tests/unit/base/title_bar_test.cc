@@ -10,6 +10,7 @@ namespace orvel {
 namespace {
 
 TEST(TitleBar, PreferenceSelectsActionOfDoubleClick) {
+  // Values of the macOS user default AppleActionOnDoubleClick. "" means that it is not set.
   const std::vector<std::pair<std::string, TitleBarDoubleClick>> rows{
       {"None", TitleBarDoubleClick::none},     {"Minimize", TitleBarDoubleClick::miniaturize},
       {"Maximize", TitleBarDoubleClick::zoom}, {"Fill", TitleBarDoubleClick::zoom},
@@ -22,6 +23,7 @@ TEST(TitleBar, PreferenceSelectsActionOfDoubleClick) {
 
 TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
   TitleBarMouse mouse;
+  // x and y from the lower left corner of the window, as in Cocoa: y = 700 is on the title bar.
   mouse.press(/*onTitleBar=*/true, 100, 700);
   // 4 points from the press; up to 3 points still count as a click.
   EXPECT_EQ(mouse.drag(104, 700), MouseEventUse::startWindowDrag);
