@@ -20,7 +20,8 @@ class ApplicationDelegate {
   /// Checks for an update and reports the result in an alert. Called by the menu item
   /// "Zoek naar update…".
   virtual void zoekUpdateMenu() = 0;
-  /// Shows the dialog for the address of the OS server. Called by the menu item "Serveradres…".
+  /// Shows the dialog for the address of the OS server, the HTTP server of the web application.
+  /// Called by the menu item "Serveradres…".
   virtual void kiesAdres() = 0;
   /// Loads the page of the OS server again. Called by the menu item "Herlaad".
   virtual void reloadPage() = 0;
@@ -33,10 +34,11 @@ class Application {
 
   /// The delegate must outlive the event loop.
   virtual void setDelegate(ApplicationDelegate &delegate) = 0;
-  /// Makes this a regular application, with an icon in the dock and a menu bar.
+  /// Makes this a regular macOS application, with an icon in the dock and a menu bar. Without
+  /// effect on Linux.
   virtual void setRegularActivationPolicy() = 0;
-  /// Runs the event loop until the application has terminated. On macOS the process then
-  /// exits without a return.
+  /// Runs the event loop until the application has terminated. On macOS this call does not
+  /// return: AppKit exits the process.
   virtual void run() = 0;
   /// Brings the application to the front.
   virtual void activate() = 0;

@@ -15,8 +15,8 @@ struct HttpResponse {
 
 /// The outcome of a data task. Either part may be present without the other.
 struct DataReply {
-  /// The head of the final response, present even if its body failed. Absent when
-  /// no head arrived or the response is not HTTP.
+  /// The head of the response after all redirects, present even if its body failed. Absent when
+  /// no head arrived or the response is not HTTP (macOS: a file: or data: URL).
   std::optional<HttpResponse> response{};
   /// The whole body. Absent when it is truncated, timed out, has an unknown content encoding
   /// or exceeds the platform's limit (Linux: 64 MiB).
@@ -34,7 +34,7 @@ struct Download {
   /// A file name for the body: the one in Content-Disposition (RFC 6266), else the
   /// last path component of the final URL, else its host. A name without an extension
   /// gets one for the media type. Absent when there is no such name. The server
-  /// chooses it, so it may hold any character.
+  /// chooses the name, so it may hold any character.
   std::optional<std::string> suggestedFilename{};
 };
 

@@ -30,8 +30,8 @@ class Locations {
   /// Symbolic links are followed. Any thread; may block on the disk.
   virtual bool canReplaceItem(const std::string &original) const = 0;
   /// Marks a file as downloaded from a URL, so that the system asks the user before it
-  /// starts a program from the file. Has no effect where files have no such mark or when it
-  /// cannot be written. Any thread.
+  /// starts a program from the file. Has no effect where files have no such mark (Linux) or when
+  /// the mark cannot be written. Any thread.
   virtual void quarantine(const std::string &file, const Url &source) const = 0;
   /// Returns whether the path is a file that this user may execute. Any thread.
   virtual bool isExecutableFile(const std::string &path) const = 0;

@@ -5,9 +5,9 @@
 
 namespace orvel {
 
-/// The command of a menu item. zoekUpdateMenu, kiesAdres and reloadPage go to the
-/// ApplicationDelegate. The platform sends the others to the focused view, the window or
-/// the application.
+/// The command of a menu item. zoekUpdateMenu (check for an update), kiesAdres (choose the
+/// server's address) and reloadPage go to the ApplicationDelegate. The platform sends the others
+/// to the focused view, the window or the application.
 enum class MenuAction {
   none,
   orderFrontStandardAboutPanel,

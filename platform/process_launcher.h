@@ -34,7 +34,8 @@ struct StandardStream {
   /// `null` is the null device, /dev/null.
   enum class Kind { inherited, null, handle };
   Kind kind = Kind::inherited;
-  /// Set for Kind::handle only. The launcher keeps no reference to it.
+  /// Set for Kind::handle only. The launcher keeps no reference to it after the launch, so that
+  /// the reader of a pipe sees its end.
   std::shared_ptr<FileHandle> handle;
 };
 
@@ -53,7 +54,7 @@ struct LaunchRequest {
   StandardStream standardError;
   /// Asks the system to send the child SIGTERM when the application's process ends in any
   /// way, including a crash and SIGKILL. Linux supports this (PR_SET_PDEATHSIG) and may repeat
-  /// the signal, because the threads of the process end one by one. macOS does not, and
+  /// the signal: threads end one by one, and each may in turn become the child's parent. macOS
   /// ignores the flag. The processes that the child starts get no signal.
   bool endsWithParent = false;
   /// Called once after the process has ended, when isRunning() is already false. Runs on

@@ -70,13 +70,14 @@ class WebViewDelegate {
  public:
   virtual ~WebViewDelegate() = default;
 
-  /// Decides on a navigation. Called once before each navigation. Before it returns, starts the
-  /// download or the other application that gets the URL of a cancelled navigation, if any.
+  /// Decides on a navigation. Called once before each navigation. When it cancels one, it may also
+  /// start a download of the URL or open the URL in another application.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
-  /// Returns the same as decidePolicy without side effects. A web engine that does not report the
-  /// target of a navigation calls it to find out whether the decision depends on the target.
+  /// Returns the same as decidePolicy without side effects. Where the web engine does not report
+  /// the target of a navigation, the platform compares the results for a main and a sub-frame.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
-  /// Handles a request of the page or the user for a new window. Creates no window.
+  /// Handles a request of the page or the user for a new window. Despite its name, which is that
+  /// of WKUIDelegate, creates no view: the application has only one window.
   virtual void createWebView(const std::optional<Url> &url) = 0;
   /// Handles a download that the web engine would save: an allowed link with the download
   /// attribute, a response with the disposition "attachment", or an item of the context menu.

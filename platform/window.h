@@ -8,7 +8,8 @@
 
 namespace orvel {
 
-/// A rectangle on the screen, in points. On macOS the origin is the lower left corner.
+/// A rectangle on the screen, in points. On macOS the origin is the lower left corner. On Linux
+/// it is the upper left one, and only the size of a window's rectangle is used.
 struct Rect {
   double x = 0;
   double y = 0;

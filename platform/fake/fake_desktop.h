@@ -19,7 +19,8 @@
 
 namespace orvel {
 
-/// An application object that a test controls in place of the desktop.
+/// An application object that a test controls in place of the desktop. As everywhere in this file,
+/// `recordOnMainThread` throws when the call comes from a simulated background thread.
 class FakeApplication final : public Application {
  public:
   explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}
@@ -105,6 +106,7 @@ class FakeWindowSystem final : public WindowSystem {
     return {std::move(view), std::make_unique<FakeWindow>(scheduler_)};
   }
 
+  /// Nullopt simulates a machine without a screen.
   std::optional<Rect> visibleFrame = Rect{0, 25, 1920, 1000};
   /// The cookies of every web view.
   FakeCookieStore cookies;

@@ -21,10 +21,11 @@ namespace orvel {
 
 /// The response of a scripted server. Without a status and a body the connection is refused.
 struct FakeResponse {
-  /// Absent when the response is not HTTP and has only a body.
+  /// Absent for a response that is not HTTP, such as that of a file: URL. It has only a body.
   std::optional<int> statusCode{};
   /// Absent when the transfer of the body fails.
   std::optional<std::string> body{};
+  /// The virtual time between the request and its completion.
   std::chrono::milliseconds delay{0};
   std::optional<std::string> suggestedFilename{};
 };

@@ -87,8 +87,8 @@ class FakeChildProcess final : public ChildProcess,
   int status_ = 0;
 };
 
-/// Launches scripted processes. The key of a script is the command line of a shell command
-/// (zsh -c), or the path of any other program.
+/// Launches scripted processes. Finds the script of a shell command (zsh -c) by its command line,
+/// and that of any other program by its path.
 class FakeProcessLauncher final : public ProcessLauncher {
  public:
   explicit FakeProcessLauncher(FakeScheduler &scheduler) : scheduler_(scheduler) {}

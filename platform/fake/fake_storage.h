@@ -31,6 +31,7 @@ class FakeBundle final : public Bundle {
     return find(signers, bundlePath) == signer;
   }
 
+  /// By default the application's version and the key by which the server recognizes it.
   TextMap texts{{"CFBundleShortVersionString", "1.0"}, {"ORVELOSKey", "app-key"}};
   /// False simulates an unreadable Info.plist.
   bool hasReadableInfo = true;
@@ -66,7 +67,8 @@ class FakeLocations final : public Locations {
   std::string home() const override { return homeFolder; }
   std::string downloads() const override { return downloadsFolder; }
   std::string temporary() const override { return temporaryFolder; }
-  /// Replaces the real folder when `replaceSucceeds`. Not atomic.
+  /// Replaces the folder on the disk when `replaceSucceeds`. Not atomic. Refuses a
+  /// symbolic link, and a folder as its own replacement, like the other implementations.
   bool replaceItem(const std::string &original, const std::string &replacement) const override {
     namespace fs = std::filesystem;
     record_.add("replace " + original + " by " + replacement);
@@ -100,10 +102,11 @@ class FakeLocations final : public Locations {
   std::string homeFolder = "/Users/someone";
   std::string downloadsFolder = "/Users/someone/Downloads";
   std::string temporaryFolder = "/Users/someone/temporary";
+  /// By default the first path at which the core looks for node.
   std::set<std::string> executables{"/usr/local/bin/node"};
   bool replaceSucceeds = true;
   /// False simulates a bundle folder that is not writable. A test that runs as root cannot
-  /// create one, because access(2) grants root every permission.
+  /// create one, because access(2) ignores the mode of a folder for root.
   bool bundleIsWritable = true;
 
  private:

@@ -19,6 +19,7 @@ std::shared_ptr<FileHandle> FileHandle::createPrivate(const std::string &path) {
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, ownerOnly);
   if (descriptor < 0) return nullptr;
   // open(2) does not change the mode of an existing file and subtracts the umask for a new one.
+  // A device or FIFO keeps its mode, because other programs use it too.
   struct stat status;
   if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) ::fchmod(descriptor, ownerOnly);
   return std::make_shared<FileHandle>(descriptor);
@@ -54,8 +55,8 @@ std::optional<Pipe> Pipe::create() {
 #if defined(__linux__)
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
 #else
-  // macOS has no pipe2. Another thread may spawn before the flags are set, but spawn.cc
-  // closes all descriptors except the standard streams.
+  // macOS has no pipe2. A child that another thread spawns before the flags are set does not
+  // inherit the pipe either: spawn.cc closes all descriptors except the standard streams.
   if (::pipe(ends.data()) != 0) return std::nullopt;
   for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
 #endif

@@ -17,6 +17,7 @@ bool lockTimesOut(int folder, std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
+    // Such as EBADF: a folder that cannot be opened counts as unlocked.
     if (errno != EWOULDBLOCK) return false;
     if (std::chrono::steady_clock::now() >= end) return true;
     std::this_thread::sleep_for(retryInterval);

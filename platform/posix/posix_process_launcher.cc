@@ -36,6 +36,7 @@ void keepExitStatuses() {
 const std::string &failedPath(const LaunchRequest &request, int error) {
   const auto &directory = request.workingDirectory;
   if (directory.empty()) return request.executable;
+  // With "/.", an executable file fails with ENOTDIR, as for chdir(2).
   const bool isUnusable = ::access((directory + "/.").c_str(), X_OK) != 0 && errno == error;
   return isUnusable ? directory : request.executable;
 }

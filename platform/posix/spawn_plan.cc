@@ -11,8 +11,8 @@ namespace orvel {
 namespace {
 
 /// Returns whether a child may inherit a standard stream's descriptor. When the
-/// application was started with the stream closed, the number may belong to a private
-/// file, which has the close-on-exec flag.
+/// application was started with the stream closed, open(2) may have given the number to a file
+/// of the application, which has the close-on-exec flag.
 bool isInheritable(int descriptor) {
   const int flags = ::fcntl(descriptor, F_GETFD);
   return flags >= 0 && (flags & FD_CLOEXEC) == 0;

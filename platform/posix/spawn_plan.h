@@ -17,8 +17,8 @@ class SpawnPlan {
   /// Stands for /dev/null in `streams`.
   static constexpr int nullDevice = -1;
 
-  /// `environment` is the whole environment of the child; the changes in the request
-  /// are ignored. The request must outlive the plan, which uses its handles' descriptors.
+  /// `environment` is the whole environment of the child: the caller has applied the changes in
+  /// the request to it. The request must outlive the plan, which uses its handles' descriptors.
   SpawnPlan(const LaunchRequest &request, const std::map<std::string, std::string> &environment);
 
   /// Zero, or an errno value when the request is invalid or a descriptor could not be

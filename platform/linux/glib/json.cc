@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-// The limit of Foundation's JSONSerialization.
+// The limit of Foundation's JSONSerialization, the parser of the macOS edition.
 constexpr int maxNestingDepth = 512;
 
 /// A SAX handler that keeps only the strings of the top-level object. No document is

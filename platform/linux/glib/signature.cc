@@ -69,8 +69,8 @@ PublicKey decodePublicKey(std::string_view text) {
   return key;
 }
 
-/// Returns whether a signature is encoded as DER. GnuTLS also accepts BER, which has several
-/// encodings of one signature.
+/// Returns whether a signature is encoded as DER, as `verify` requires. GnuTLS also accepts BER,
+/// which has several encodings of one signature.
 bool isDer(const gnutls_datum_t &signature) {
   GnutlsBytes r;
   GnutlsBytes s;

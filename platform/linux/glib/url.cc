@@ -100,6 +100,7 @@ bool readAuthority(std::string_view authority, Url &url) {
     return false;
   }
   url.host = decodedComponent(name);
+  // A number that is empty or does not fit into an int leaves the port absent (base/url.h).
   int number = 0;
   const char *end = port.data() + port.size();
   if (!port.empty() && std::from_chars(port.data() + 1, end, number).ec == std::errc()) {
@@ -147,6 +148,7 @@ std::optional<Url> Url::parse(std::string_view text) {
   // A URL such as "mailto:a@b" is opaque: it has no path.
   if (!url.scheme.empty() && !hasAuthority && !text.starts_with('/')) return url;
   url.path = decodedComponent(text);
+  // Like Foundation's URL.path.
   while (url.path.size() > 1 && url.path.ends_with('/')) url.path.pop_back();
   return url;
 }

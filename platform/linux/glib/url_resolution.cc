@@ -77,6 +77,7 @@ std::string merged(const Components &base, std::string_view path) {
 }  // namespace
 
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
+  // Encodes only the characters that are not valid in a URL.
   const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
   const Components baseParts = componentsOf(base.absoluteString);
