@@ -23,8 +23,8 @@ find_program(CMAKE_AR llvm-ar-19 REQUIRED)
 find_program(CMAKE_RANLIB llvm-ranlib-19 REQUIRED)
 find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-19 REQUIRED)
 
-# @available calls a function of Clang's runtime library for macOS, which is not available
-# here. The symbol stays undefined, so the result shows that the code links but does not run.
+# @available calls a function of Clang's runtime library for macOS, which Clang on Linux does not
+# include. The symbol stays undefined (-U), so the program links but cannot run.
 set(CMAKE_EXE_LINKER_FLAGS_INIT
     "-fuse-ld=lld -Wl,-U,___isPlatformVersionAtLeast -Wl,-fatal_warnings")
 

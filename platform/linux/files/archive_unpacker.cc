@@ -17,6 +17,7 @@ void ArchiveUnpacker::unpack(const std::string &archive, const std::string &fold
       !isLoadableProgram(processes_, (incomplete / bundle / "Contents/Linux/orvel-os").string())) {
     return;
   }
+  // The caller detects a failure, also one above, by the absence of the bundle.
   fs::rename(incomplete / bundle, fs::path(folder) / bundle, error);
 }
 

@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 /// Limits the wait for another replacement in the same parent folder.
 constexpr std::chrono::seconds lockTimeout{20};
 
-// Extensions of hidden folders next to the original: the old folder between two renames, and the
-// copy of a replacement from another file system.
+// Extensions (Dutch for "old" and "new") of hidden folders next to the original: the old folder
+// between two renames, and the copy of a replacement from another file system.
 constexpr const char *oldExtension = ".oud";
 constexpr const char *copyExtension = ".nieuw";
 

@@ -38,6 +38,7 @@ using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
 std::string keyName(std::string_view key) {
   // No other key gets this name, because two hexadecimal digits follow the "%" of an escape.
   if (key.empty()) return "%";
+  // The literal lists the reserved characters that a name may contain unescaped.
   const GlibText escaped(g_uri_escape_bytes(reinterpret_cast<const guint8 *>(key.data()),
                                             key.size(), " /:@+,;!$&'()*"));
   std::string name = escaped.get();
@@ -135,6 +136,7 @@ const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
   if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
   entries_ = entriesOf(loaded.file.get());
+  // These entries must not be cached as those of a missing file.
   const bool appearedMeanwhile = version == FileVersion() && !entries_.empty();
   cachedVersion_.reset();
   // A file that could not be read is not cached: the next read may succeed with the same

@@ -20,7 +20,7 @@ namespace orvel {
 /// disk.
 class KeyFileUserDefaults final : public UserDefaults {
  public:
-  /// Every change creates the file's folder if necessary, and sets its mode to 0700.
+  /// Every change creates the folder of the file if necessary, and sets the folder's mode to 0700.
   explicit KeyFileUserDefaults(std::string path);
 
   std::optional<std::string> text(std::string_view key) const override;

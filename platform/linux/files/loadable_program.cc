@@ -80,7 +80,7 @@ std::optional<std::string> runForOutput(ProcessLauncher &processes, LaunchReques
   request.standardOutput = {StandardStream::Kind::handle, pipe->writing};
   request.standardError = {StandardStream::Kind::handle, std::move(pipe->writing)};
   const LaunchResult child = processes.launch(request);
-  // Closes the writing end here, so that the read ends when the program has ended.
+  // Closes this process's writing end, so that the read ends when the program has ended.
   request.standardOutput = {};
   request.standardError = {};
   if (!child.process) return std::nullopt;

@@ -84,9 +84,11 @@ void addPatterns(const std::string &xml, Extensions &extensions) {
   g_markup_parse_context_parse(context.get(), xml.data(), static_cast<gssize>(xml.size()), nullptr);
 }
 
-/// Returns the media type of an alias, or the given type when it is not an alias.
+/// Returns the media type of an alias, or the given type when it is not an alias. GIO resolves
+/// aliases when it converts a media type to a content type, which on Linux is a media type too.
 std::string unaliased(const std::string &type) {
   const GlibText known(g_content_type_from_mime_type(type.c_str()));
+  // Checked again, because the result also becomes part of a path.
   return known ? essence(known.get()) : type;
 }
 
@@ -101,7 +103,8 @@ std::optional<std::string> usualExtension(std::string_view mediaType) {
   for (const char *const *folder = g_content_type_get_mime_dirs(); *folder != nullptr; ++folder) {
     folders.emplace_back(*folder);
   }
-  // GIO lists the user's folder first. Reversed, so that of equal weights the system's come first.
+  // GIO lists the user's folder first. Reversed, so that among extensions of equal weight those of
+  // the system come first.
   std::reverse(folders.begin(), folders.end());
   Extensions extensions;
   for (const std::string &folder : folders) {

@@ -53,8 +53,8 @@ std::optional<std::vector<TcpListener>> ProcTcpListeners::onPort(int port) const
     std::ifstream table(path);
     if (!table.is_open()) {
       // The second file is missing on a system without IPv6. Any other error, such as EMFILE,
-      // may hide a listener of another user, so report no listener. The caller then sends the app
-      // key, a secret, to no program on the port.
+      // may hide a listener of another user. With an empty list, unlike nullopt, the caller sends
+      // the app key, a secret, to no program on the port.
       if (errno != ENOENT) return std::vector<TcpListener>();
       continue;
     }

@@ -45,7 +45,7 @@ void registerTypes() {
   newSession();
 }
 
-/// Returns whether a host is this machine. A request that begins there uses no proxy.
+/// Returns whether a host is this machine. Requests to it, and their redirects, use no proxy.
 bool isLoopback(const std::string &host) {
   // "127.1" is 127.0.0.1 as well, but "127.example.test" is a host of the network.
   return equalIgnoringAsciiCase(host, "localhost") || host == "::1" ||
@@ -143,6 +143,7 @@ void SoupHttpSession::start(const UrlRequest &request, BodySink &sink,
     owner.splice(owner.end(), tasks_, started);
     ended(task);
   });
+  // A completion may start a request while the destructor waits.
   if (stopping_) started->cancel();
 }
 

@@ -51,14 +51,15 @@ class SoupHttpSession final : public HttpSession {
 
   /// Runs the request thread.
   void run();
-  /// Sends a request from the request thread, and calls `ended` there. The sink must live
-  /// until then.
+  /// Sends a request, and calls `ended` when it has ended. The sink must live until that call.
+  /// Both happen on the request thread.
   void start(const UrlRequest &request, BodySink &sink,
              std::function<void(const SoupTask &)> ended);
   /// Calls a completion on the completion thread.
   void complete(std::function<void()> completion);
 
   const std::vector<std::string> downloadFolders_;
+  /// The main context that the request thread iterates.
   const std::unique_ptr<GMainContext, ContextRelease> context_;
   /// Work for the request thread.
   GlibMainQueue queue_;

@@ -236,6 +236,7 @@ std::optional<std::string> SoupTask::suggestedFilename() const {
     if (value == nullptr) return std::nullopt;
     return value;
   };
+  // Not parsed, because Url::parse rejects some addresses that libsoup accepts.
   Url finalUrl;
   finalUrl.absoluteString = addressOf(message_.get());
   return orvel::suggestedFilename(
@@ -254,6 +255,7 @@ bool SoupTask::isBodyComplete() {
       // libsoup accepts a body that the end of the connection truncates.
       return !hasBody || received_ == soup_message_headers_get_content_length(fields);
     case SOUP_ENCODING_CHUNKED: {
+      // HTTP/2 has no chunks.
       if (!hasBody || !socket_ || soup_message_get_http_version(message_.get()) > SOUP_HTTP_1_1) {
         return true;
       }
@@ -266,6 +268,7 @@ bool SoupTask::isBodyComplete() {
              0;
     }
     default:
+      // A body without a length ends with the connection.
       return true;
   }
 }

@@ -76,6 +76,7 @@ Name nameFromAddress(const std::string &address) {
   return {.name = isText ? *decoded : component};
 }
 
+/// Returns whether the last component has an extension: the server may send a path as the name.
 bool hasExtension(std::string_view name) {
   return !splitFileName(name.substr(name.rfind('/') + 1)).extension.empty();
 }
