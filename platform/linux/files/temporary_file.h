@@ -17,8 +17,8 @@ class TemporaryFile {
     /// A file without a name (open(2), O_TMPFILE), which even a killed process does not leave
     /// behind. A hidden file where the file system does not support that.
     unnamed,
-    /// A hidden file. It is removed when the process exits, but not when the process is
-    /// killed.
+    /// A hidden file, which has an ordinary path instead of one in /proc. It is removed when the
+    /// process exits, but not when the process is killed.
     hidden,
   };
 
