@@ -9,7 +9,9 @@ set -euo pipefail
 if [ "${1-}" = --inside ]; then
   shift
   ip link set lo up
-  mount -t tmpfs -o mode=1777 none /tmp/.X11-unix
+  # The X servers of all tests have the number 0. Each also needs its own folder of compiled
+  # keymaps: with a common one, an X server can delete the keymap of another that is starting.
+  for folder in /tmp/.X11-unix /var/lib/xkb; do mount -t tmpfs -o mode=1777 none "$folder"; done
   # The command of an ordinary user runs without the capabilities that ip and mount need.
   exec setpriv --ambient-caps -all --inh-caps -all "$@"
 fi
