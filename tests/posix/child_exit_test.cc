@@ -18,8 +18,8 @@ namespace {
 
 using namespace posix_test;
 
-/// The parameter is `endsWithParent` of every launch. On Linux, it selects fork (true) or
-/// posix_spawn (false); macOS ignores it.
+/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
+/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
 class ChildExit : public testing::TestWithParam<bool> {
  protected:
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {

@@ -16,8 +16,8 @@ namespace {
 
 using namespace posix_test;
 
-/// The parameter is `endsWithParent` of every launch. On Linux, it selects fork (true) or
-/// posix_spawn (false); macOS ignores it.
+/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
+/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
 class ChildStart : public testing::TestWithParam<bool> {
  protected:
   LauncherUnderTest launcher_{GetParam()};

@@ -20,6 +20,7 @@ class ReplacedDescriptor {
   /// Closes the standard descriptor when the replacement is -1.
   explicit ReplacedDescriptor(int number, int replacement = -1)
       : number_(number), copy_(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+    // Earlier output of the tests must not go to the replacement.
     std::fflush(nullptr);
     ::close(number_);
     if (replacement >= 0) ::dup2(replacement, number_);
@@ -36,8 +37,8 @@ class ReplacedDescriptor {
   const int copy_;
 };
 
-/// The parameter is `endsWithParent` of every launch. On Linux, it selects fork (true) or
-/// posix_spawn (false); macOS ignores it.
+/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
+/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
 class ChildStreams : public testing::TestWithParam<bool> {
  protected:
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {

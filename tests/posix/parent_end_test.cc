@@ -131,7 +131,7 @@ TEST_F(ParentEnd, OnlyChildWithEndsWithParentGetsSigtermWhenParentIsKilled) {
     request.endsWithParent = endsWithParent;
     ASSERT_NO_FATAL_FAILURE(startApplicationWithChild(request));
     ASSERT_NO_FATAL_FAILURE(killApplication());
-    // A parent-death signal would have been delivered before this one.
+    // A parent-death signal would have been delivered before SIGUSR1.
     if (!endsWithParent) ::kill(child, SIGUSR1);
     const int status = waitForChild();
     EXPECT_TRUE(WIFSIGNALED(status)) << "endsWithParent: " << endsWithParent;
@@ -172,10 +172,12 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
   child = continueUntilChildIsForked();
   if (child == 0) GTEST_SKIP() << "ptrace is not permitted";
   ::kill(application, SIGKILL);
-  // The application can be reaped only after its tracer has waited for all of its threads.
+  // The application can be reaped only after the test, which traces it, has waited for all threads
+  // of the application.
   int status = 0;
   while (application != 0) waitpidUninterrupted(-1, status);
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
+  // The child exits by itself: it asked for the parent-death signal after the death of its parent.
   EXPECT_TRUE(WIFEXITED(waitForChild()));
   EXPECT_FALSE(std::filesystem::exists(marker));
 }

@@ -104,14 +104,15 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
 
 TEST(ResourceExhaustion, ThreadExhaustionRunsBackgroundWorkOnReserveThread) {
   std::array<std::promise<std::thread::id>, 3> threadIds;
-  // The constructor creates the reserve thread, so it precedes the limit.
+  // The constructor creates the reserve thread, which runs the work when no other thread can
+  // be created. It therefore precedes the limit.
   ThreadBackgroundQueue queue;
   {
     const TaskLimit limit(0);
     ASSERT_THROW(std::thread([] {}).detach(), std::system_error);
     for (auto &threadId : threadIds) {
       queue.post([&threadId] {
-        // Leaves time for a second reserve thread to take the next work.
+        // A second reserve thread, if there were one, would take the next work meanwhile.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         threadId.set_value(std::this_thread::get_id());
       });

@@ -62,6 +62,7 @@ TEST_F(Utf8Locale, OnlyUnsetOrEmptyLocaleBecomesUtf8) {
   }
 }
 
+// The application recognizes a stale server by the path in the output of ps.
 TEST_F(Utf8Locale, PsPrintsNonAsciiPathInUtf8Locale) {
   setLocaleVariables({});
   ensureUtf8Locale();

@@ -53,6 +53,7 @@ TEST_F(MainWindow, WindowConfigurationIsComplete) {
   EXPECT_EQ(configuration.title, "Orvel OS");
   EXPECT_FALSE(configuration.titleVisible);
   EXPECT_TRUE(configuration.titlebarTransparent);
+  // #07090c, the color of the blank page.
   EXPECT_EQ(configuration.backgroundColor, (Color{0.027, 0.035, 0.047, 1.0}));
   EXPECT_EQ(configuration.minimumWidth, 1000);
   EXPECT_EQ(configuration.minimumHeight, 660);
@@ -114,7 +115,8 @@ TEST_F(MainWindow, TerminatedWebProcessReloadsPage) {
   EXPECT_THAT(fake.record.take(), ElementsAre("reload"));
 }
 
-/// The window shows the page of the local server, but another user's program has taken its port.
+/// The window shows the page of the local server. The server still runs, but now another user's
+/// program listens on its port.
 class MainWindowOnOccupiedPort : public CoreTest {
  protected:
   MainWindowOnOccupiedPort() {
@@ -126,8 +128,8 @@ class MainWindowOnOccupiedPort : public CoreTest {
     fake.record.take();
     occupyLocalPort();
   }
-  /// Waits 15 s, until the last probe. Expects that the error page is shown only then and that no
-  /// request was sent.
+  /// Waits 15 s (60 intervals of 250 ms), until the last probe. Expects that the error page is
+  /// shown only then and that no request was sent.
   void waitAndExpectOnlyErrorPage() {
     fake.scheduler.advance(15s - 1ms);
     EXPECT_EQ(shownError(), "");
@@ -181,6 +183,7 @@ TEST_F(MainWindowOnOccupiedPort,
   delegate().openOS();
   occupyLocalPort();
   fake.scheduler.runUntilIdle();
+  // The probe has succeeded, but the error page stays, because the port is occupied.
   EXPECT_EQ(fake.record.count("load http"), 0U);
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_EQ(fake.record.take().back(), "reload");

@@ -5,6 +5,7 @@
 namespace orvel {
 namespace {
 
+/// An upper-case `key` includes Shift.
 MenuItem item(const char *title, MenuAction action, const char *key = "", bool control = false) {
   return {.title = title, .action = action, .keyEquivalent = key, .withControl = control};
 }

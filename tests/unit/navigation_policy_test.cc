@@ -14,6 +14,7 @@ const NavigationDecision isDownloaded{NavigationPolicy::cancel, NavigationConseq
 
 const std::vector<NavigationTarget> everyTarget{mainFrame, subFrame, newWindow};
 
+// Server addresses. /api/export and, except in subframes, paths below /api/bestand/ are downloaded.
 const std::string local = "http://127.0.0.1:4767/";
 const std::string online = "https://os.test/app/";
 
@@ -57,6 +58,7 @@ TEST_F(NavigationDecisions, PagesOfServerAndAboutPagesAreAllowed) {
                                 "/#/api/bestand/12", "//", "/a%20b", "/api/wie", "/api"}));
   expectDecision(isAllowed, online, everyTarget, {"https://os.test/app/", online + "day/1"});
   expectDecision(isAllowed, local, everyTarget, {"about:blank", "about:srcdoc", "about:blank#top"});
+  // The scheme of the server address is not checked.
   expectDecision(isAllowed, "file:///srv/os/", everyTarget, {"file:///srv/os/index.html"});
 }
 
@@ -68,6 +70,7 @@ TEST_F(NavigationDecisions, OtherSitesOpenExternally) {
 }
 
 TEST_F(NavigationDecisions, AddressesSimilarToServerOpenExternally) {
+  // A URL is on the server only when it begins with the address, character for character.
   expectDecision(
       opensExternally, local, everyTarget,
       {"http://127.0.0.1:4767", "http://127.0.0.1:4767?a=1", "http://127.0.0.1:47670/",
@@ -105,6 +108,7 @@ TEST_F(NavigationDecisions, ExportsAreDownloaded) {
   expectDecision(isAllowed, local, everyTarget,
                  onLocalServer({"/api/export/1", "/api/exports", "/api/Export", "/API/export",
                                 "//api/export", "/app/api/export"}));
+  // The path decides for about: URLs too.
   expectDecision(isDownloaded, local, everyTarget, {"about:/api/export"});
 }
 

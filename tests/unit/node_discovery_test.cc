@@ -15,6 +15,7 @@ TEST_F(NodeDiscovery, NodeInUsualLocationNeedsNoShell) {
 
 TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndItsOutputIsNotVerified) {
   fake.locations.executables = {};
+  // nodeLookupCommand sources ~/.zprofile and ~/.zshrc. Any UTF-8 output is used as the path.
   for (const std::string found : {"/home/someone/.nvm/bin/node", "node: aliased to nodejs"}) {
     fake.processes.setShellOutputs(nodeLookupCommand, {found + "\n"});
     EXPECT_EQ(delegate().nodePath(), found);
@@ -23,6 +24,7 @@ TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndItsOutputIsNotVerified
 }
 
 TEST_F(NodeDiscovery, MissingNodeOrShellFallsBackToUsrLocalBin) {
+  // The launch of this path fails, and the error page says why.
   fake.locations.executables = {};
   EXPECT_EQ(delegate().nodePath(), "/usr/local/bin/node");
   fake.processes.setScripts(nodeLookupCommand, {{.launchError = "no zsh"}});

@@ -7,6 +7,7 @@ namespace {
 
 class Quitting : public CoreTest {
  protected:
+  /// Starts the server. The fake names the first process "process 1".
   void startServer(const FakeProcessScript &script = {}) {
     setNodeScript(script);
     createWebView();
@@ -103,6 +104,7 @@ TEST_F(Quitting, AtSigtermQuittingFlagIsSetAndNoWaitIsPosted) {
   bool wasWaitPosted = true;
   lastServer().onTerminate = [&] {
     wasQuitting = delegate().quitting;
+    // The wait for the exit is a task on the background queue.
     wasWaitPosted = fake.scheduler.nextDue().has_value();
   };
   fake.application.requestTermination();

@@ -48,6 +48,7 @@ TEST_F(Readiness, LocalServerRefusingConnectionsShowsErrorAfterSixtyOneProbes) {
   for (const std::string address : {"http://127.0.0.1:4767/", "http://localhost:3000/"}) {
     SCOPED_TRACE(address);
     storeAddress(address);
+    // Replaces the error page of the previous address.
     web().loadHtml("");
     fake.http.sent.clear();
     const auto start = fake.scheduler.now();
@@ -65,6 +66,7 @@ TEST_F(Readiness, LocalServerRefusingConnectionsShowsErrorAfterSixtyOneProbes) {
 }
 
 TEST_F(Readiness, SuccessOfLastProbeLoadsPage) {
+  // Server addresses and the greatest number of probes for each.
   const std::vector<std::pair<std::string, std::size_t>> rows{
       {"http://127.0.0.1:4767/", 61}, {"http://localhost:3000/", 61}, {"https://os.test/", 9}};
   for (const auto &[address, probes] : rows) {
@@ -199,6 +201,7 @@ TEST_F(Readiness, MissingServerScriptShowsErrorWithoutProbe) {
 }
 
 TEST_F(Readiness, FolderInPlaceOfServerScriptLaunchesNode) {
+  // Before a launch, only the existence of the script is checked.
   std::filesystem::remove(root() + "/v3/server.mjs");
   std::filesystem::create_directory(root() + "/v3/server.mjs");
   openOS();
@@ -300,6 +303,7 @@ TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
   storeAddress("http://127.0.0.1:4767/");
   fake.record.take();
   fake.scheduler.advance(1s);
+  // The interval of local probes, which end only after 61 failures.
   EXPECT_THAT(fake.record.take(), ElementsAre("after 250 ms"));
 
   delegate().waitForServer(lastOnlineProbe);

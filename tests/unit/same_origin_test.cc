@@ -9,6 +9,7 @@
 namespace orvel {
 namespace {
 
+// An upgrade goes from http to https on the same host, both at their default ports.
 TEST(SameOrigin, OnlySameOriginAndHttpsUpgradeMatch) {
   const std::vector<std::tuple<std::string, std::string, bool>> rows{
       {"http://os.test/a", "http://os.test/b?c#d", true},

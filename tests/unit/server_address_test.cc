@@ -54,6 +54,7 @@ TEST_F(ServerAddress, UrlWithLowerCaseHttpOrHttpsSchemeIsValid) {
 }
 
 TEST_F(ServerAddress, LocalAddressHasExactPrefix) {
+  // The prefix is "http://127.0.0.1:" or "http://localhost:".
   for (const char *address :
        {"http://127.0.0.1:4767/", "http://127.0.0.1:3000/", "http://127.0.0.1:80/",
         "http://127.0.0.1:", "http://localhost:3000/", "http://localhost:/"}) {
@@ -125,6 +126,7 @@ TEST_F(ServerAddress, OnlineUrlMayReceiveKeyWhenAnotherUserListensOnSamePort) {
 }
 
 TEST_F(ServerAddress, KeyedRequestHasKeyHeaderOnly) {
+  // metSleutel means "with key". forwardsHeaders decides whether a redirect gets the key.
   const UrlRequest request = delegate().metSleutel(*Url::parse("https://os.test/x?y=z"));
   EXPECT_EQ(request.url.absoluteString, "https://os.test/x?y=z");
   EXPECT_EQ(request.timeout, 60s);

@@ -53,6 +53,7 @@ TEST_F(AppSettings, NewDelegateHasNoWindowOrServer) {
 TEST_F(AppSettings, DelegateIsSetBeforeEventLoop) {
   runApplication(fake.interfaces());
   auto calls = fake.record.take();
+  // run() of the fake launches the application, which first installs the menu bar.
   calls.resize(4);
   EXPECT_THAT(calls, ElementsAre("application delegate", "application regular", "application run",
                                  "menu bar"));

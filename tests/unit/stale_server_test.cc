@@ -5,6 +5,7 @@ namespace {
 
 class StaleServer : public CoreTest {
  protected:
+  /// Returns the command line of a server of this data root, as ps prints it.
   std::string commandLineOfThisRoot() const {
     return "/usr/local/bin/node " + root() + "/v3/server.mjs\n";
   }

@@ -7,6 +7,7 @@
 namespace orvel {
 namespace {
 
+/// The working folder of a version is the folder into which its archive is unpacked.
 using WorkingFolder = InstallationTest;
 
 TEST_F(WorkingFolder, NameEndsWithVersion) {
@@ -29,6 +30,7 @@ TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   // An installation that ignored the lock would remove the file.
   fake.edition.removesOtherWorkingFolders = true;
   {
+    // Stands for another instance: two locks in one process exclude each other too.
     const FolderLock other(fake.locations.temporaryFolder);
     ASSERT_FALSE(other.isHeldElsewhere());
     install();
@@ -104,6 +106,7 @@ TEST_F(WorkingFolder, StaysAfterSuccessAndFailure) {
 
   writeRunningBundle();
   fake.locations.replaceSucceeds = false;
+  // The version names the failure, and gives each failure a folder of its own.
   install("replacement fails");
   EXPECT_TRUE(std::filesystem::exists(workingFolderFor("replacement fails") + "/Orvel OS.app"));
 
@@ -126,6 +129,7 @@ TEST_F(WorkingFolder, FileInItsPlaceIsRemoved) {
 TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp) {
   for (const Edition &edition : {macosEdition, linuxEdition}) {
     SCOPED_TRACE(edition.name);
+    // macOS itself removes old files from its temporary folder.
     const bool removesOthers = edition.name == "linux";
     fake.edition.removesOtherWorkingFolders = edition.removesOtherWorkingFolders;
     writeRunningBundle();
