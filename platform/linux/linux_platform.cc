@@ -12,6 +12,7 @@ namespace orvel {
 
 namespace {
 
+// For a bundle whose Info.plist lacks them or cannot be read.
 constexpr const char *fallbackIdentifier = "nl.orvel.os";
 constexpr const char *fallbackName = "Orvel OS";
 /// The name of the application's icon, whose file is in the resources of the bundle.
@@ -69,15 +70,16 @@ LinuxPlatform::LinuxPlatform(const std::string &bundlePath)
                                   .accelerated = graphics_.hasUsableGpu}),
       panels_(application_, menuBar_),
       workspace_(environment_) {
-  // Reloading works while this modal dialog is open. QuitDuringDialogs adds the keys that quit. The
-  // keys of other commands, such as F11, would act on the dialog itself.
+  // The About dialog is modal for the main window, so it gets its own shortcuts that
+  // reload the page. QuitDuringDialogs adds those that quit. The shortcuts of other commands, such
+  // as F11, would act on the dialog itself.
   commands_.prepareAbout = [this](GtkWindow *window) {
     menuBar_.addKeysOf(MenuAction::reloadPage, window);
   };
   commands_.editPage = WebKitPageView::edit;
   // WebKit creates its cookie database readable by everyone. One cookie holds the key by which the
-  // OS server, whose page the window shows, recognizes the application. So these folders must be
-  // private.
+  // OS server, whose page the window shows, recognizes the application. So the data folder must be
+  // private, like the folders of the settings and of the cached pages.
   for (const char *parent :
        {g_get_user_config_dir(), g_get_user_data_dir(), g_get_user_cache_dir()}) {
     ensurePrivateFolder(inFolder(parent, identifier_));

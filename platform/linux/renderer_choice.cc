@@ -33,8 +33,7 @@ void selectRenderers(const GraphicsHardware &hardware, unsigned gtkMinor) {
   if (!hardware.hasUsableGpu) {
     ::setenv("GSK_RENDERER", "cairo", keepExisting);
     // GTK initialises GL even for the cairo renderer, and so loads Mesa's shader compiler.
-    // GTK 4.16 moved the switch from GDK_DEBUG to GDK_DISABLE; each version warns about the
-    // value of the other one.
+    // GTK 4.16 replaced GDK_DEBUG=gl-disable with GDK_DISABLE=gl, and warns about the old value.
     constexpr unsigned firstMinorWithGdkDisable = 16;
     const bool hasGdkDisable = gtkMinor >= firstMinorWithGdkDisable;
     ::setenv(hasGdkDisable ? "GDK_DISABLE" : "GDK_DEBUG", hasGdkDisable ? "gl" : "gl-disable",

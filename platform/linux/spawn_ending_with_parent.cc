@@ -56,8 +56,8 @@ void resetSignals() {
 bool setStream(int source, int stream) {
   if (source == stream) return true;
   if (source != SpawnPlan::nullDevice) return ::dup2(source, stream) == stream;
-  // open(2) returns the lowest free descriptor. That is this one once it is closed, because
-  // the streams before it are open.
+  // open(2) returns the lowest free descriptor. After the close that is `stream`, because the
+  // streams with lower numbers are open.
   ::close(stream);
   return ::open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY) == stream;
 }

@@ -25,6 +25,7 @@ class GtkApplicationHost final : public Application {
   GtkApplicationHost &operator=(const GtkApplicationHost &) = delete;
 
   void setDelegate(ApplicationDelegate &delegate) override { delegate_ = &delegate; }
+  /// Does nothing: only macOS has activation policies.
   void setRegularActivationPolicy() override {}
   /// Runs the main loop until the application terminates. SIGTERM, SIGINT and SIGHUP call
   /// `terminate`.

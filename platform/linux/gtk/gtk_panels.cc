@@ -18,7 +18,7 @@ constexpr int textWidth = 340;
 constexpr int maxTextHeight = 420;
 // Maximum lengths in characters.
 constexpr int maxLineLength = 60;
-// Window lists show no more of a title.
+// Taskbars and window switchers have no room for longer titles.
 constexpr glong maxTitleLength = 80;
 // GTK needs seconds to lay out a text that is much longer.
 constexpr glong maxTextLength = 10'000;
@@ -198,8 +198,8 @@ class GtkPanels::AlertWindow {
     gtk_widget_add_controller(GTK_WIDGET(window_), GTK_EVENT_CONTROLLER(keys));
   }
 
-  /// Shows the focus ring from the first key press on. GTK's own ring disappears three
-  /// seconds after each key.
+  /// Shows the focus ring from the first key press on, with the class "keyboard" of gtk_style.cc.
+  /// GTK's own ring disappears three seconds after each key.
   void showFocusFromFirstKey() {
     GtkEventController *keys = gtk_event_controller_key_new();
     gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);

@@ -19,7 +19,8 @@ std::string cssColor(const Color &color) {
   return "rgb(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + ")";
 }
 
-/// The style sheet. installStyle defines the colour orvel_tone before it.
+/// The style sheet. installStyle prepends the definition of the colour orvel_tone. Mixing in the
+/// grey #8fa3b8 lightens a colour. GtkPanels sets the classes "alert", "message" and "keyboard".
 constexpr const char *rules = R"css(
 @define-color orvel_text #c3ccd5;
 @define-color orvel_bright #eef2f5;

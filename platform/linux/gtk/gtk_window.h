@@ -47,7 +47,7 @@ class GtkMainWindow final : public Window {
   GtkWindow *const window_;
   const double minimumWidth_;
   const double minimumHeight_;
-  // The destructor resets these two before it destroys window_.
+  // The destructor resets these two before it destroys window_, which must outlive them.
   std::optional<FullScreenBar> fullScreenBar_;
   std::optional<MonitorWatch> monitors_;
   /// The source that saves the frame after a delay, or zero.

@@ -13,6 +13,7 @@ bool isUpperCase(const std::string &letter) {
 std::vector<std::string> accelerators(const MenuItem &item) {
   if (item.keyEquivalent.empty()) return {};
   std::string key = item.keyEquivalent;
+  // As in Cocoa, an upper-case letter includes Shift.
   if (isUpperCase(key)) key = std::string("<Shift>") + static_cast<char>(key[0] - 'A' + 'a');
 
   std::vector<std::string> keys;

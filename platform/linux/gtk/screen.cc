@@ -55,9 +55,8 @@ GObjectPointer<GdkMonitor> MonitorWatch::monitor() const {
   return current != nullptr ? retain(current) : mainMonitor(display_);
 }
 
-/// Reports changes of the root window (X11) as one more change after those of the monitors. The
-/// window manager updates the work area later than the monitors change, and GDK has no signal for
-/// the work area.
+/// Reports one more change, after those of the monitors, when the root window (X11) is resized. By
+/// then the window manager may have updated the work area, for which GDK has no signal.
 void MonitorWatch::watchWorkArea() {
 #ifdef GDK_WINDOWING_X11
   if (!GDK_IS_X11_DISPLAY(display_)) return;

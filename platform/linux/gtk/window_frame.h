@@ -6,8 +6,8 @@
 
 namespace orvel {
 
-/// The state of a window that is saved between runs; sizes in points. It has no position: a
-/// Wayland window does not know its own.
+/// The state of a window that is saved between runs; sizes in points. The position is not saved,
+/// because Wayland does not tell it to a window.
 struct WindowFrame {
   int width = 0;
   int height = 0;

@@ -131,17 +131,19 @@ void PrintJobs::finished(const RenderJob *job) {
 
 void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSetup *pageSetup) {
   if (gtk_printer_is_virtual(printer)) {
+    // Needs no CUPS. WebKit keeps a reference to the operation until it has finished.
     webkit_print_operation_print(makeOperation(view_, settings, pageSetup).get());
     return;
   }
   const auto filePrinter = findFilePrinter();
   if (!filePrinter) return;
+  // A file with a name, because "print to file" may replace the file (g_file_replace).
   auto file = std::make_unique<TemporaryFile>(std::vector<std::string>{g_get_tmp_dir()},
                                               TemporaryFile::Kind::hidden);
   if (!file->isOpen()) return;
   const char *title = webkit_web_view_get_title(view_);
-  // Created before the settings of the file, because the job knows which options the printer
-  // backend does not handle.
+  // Created before fileSettings, because the job knows which options the printer backend leaves
+  // to WebKit.
   auto job = adopt(gtk_print_job_new(title != nullptr ? title : "", printer, settings, pageSetup));
   const GlibText uri(g_filename_to_uri(file->path().c_str(), nullptr, nullptr));
   const auto fileSettings = renderSettings(job.get(), filePrinter.get(), uri.get());

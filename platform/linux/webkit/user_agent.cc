@@ -25,9 +25,9 @@ void appendToUserAgent(WebKitSettings *settings, std::string_view name) {
     webkit_settings_set_user_agent(settings, (prefix + std::string(name)).c_str());
     return;
   }
-  // webkit_settings_set_user_agent rejects a product whose version is empty or contains "/".
-  // So it gets a placeholder of the same length, which is then overwritten in the settings'
-  // own copy of the text. A new view reads that copy.
+  // webkit_settings_set_user_agent rejects some other names, such as one whose version is empty
+  // or contains "/". So the function gets a placeholder of the same length, which is then
+  // overwritten in the copy that the settings store. A new view reads that copy.
   const std::string placeholder(name.size(), 'x');
   webkit_settings_set_user_agent(settings, (prefix + placeholder).c_str());
   auto *stored = const_cast<char *>(webkit_settings_get_user_agent(settings));

@@ -19,7 +19,7 @@ struct FilterRelease {
   }
 };
 
-/// Returns a random text, which no page can use as its own confirmation text.
+/// Returns a random text, which no page can guess and use in a confirmation dialog.
 std::string makeConfirmationText() { return GlibText(g_uuid_string_random()).get(); }
 
 // Scripts for the probe's own script world, which the page cannot see.
@@ -43,7 +43,7 @@ void addConfirmationHandler(WebKitUserContentManager *content, const std::string
 
 /// Returns whether a content filter blocked a load.
 bool isBlocked(const GError *error) {
-  // The API has no name for this error code.
+  // kWKErrorCodeFrameLoadBlockedByContentBlocker, for which the GTK API has no name.
   constexpr int blockedByContentFilter = 104;
   return g_error_matches(error, WEBKIT_POLICY_ERROR, blockedByContentFilter);
 }
@@ -63,8 +63,8 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 /// A clicked link counts as a main-frame navigation, so that the delegate can download its
 /// file: a page that clicks several download links at once expects every file. Any other
 /// navigation counts as a sub-frame navigation, which starts no download, because a frame shows
-/// only the last of several addresses. So does a link to a fragment, because the frame already
-/// shows its document: a document that needs a probe is not allowed in the main frame.
+/// only the last of several addresses. A link to a fragment also counts as one: its frame already
+/// shows the document, and the delegate allows a document that needs a probe only in sub-frames.
 NavigationTarget targetWithoutLoad(WebKitNavigationAction *action, std::string_view address) {
   const bool isLink =
       webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
@@ -197,7 +197,7 @@ std::shared_ptr<WebKitFrameProbe::Attempt> WebKitFrameProbe::endAttempt() {
   // This call has no effect after webkit_policy_decision_use. Without the call, the release of an
   // unanswered decision would count as "use".
   webkit_policy_decision_ignore(attempt_->decision.get());
-  // A later navigation to the same address may be allowed in the main frame.
+  // The filter must not block later navigations to the address.
   if (attempt_->filter) {
     webkit_user_content_manager_remove_filter(webkit_web_view_get_user_content_manager(view_.get()),
                                               attempt_->filter.get());

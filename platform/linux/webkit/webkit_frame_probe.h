@@ -14,11 +14,11 @@
 
 namespace orvel {
 
-/// A probe that determines whether a navigation targets the main frame or a sub-frame.
-/// WebKitGTK 2.50 does not expose that.
+/// Probes, one at a time, that determine whether a navigation targets the main frame or a
+/// sub-frame. WebKitGTK 2.50 does not expose that.
 ///
-/// The probe allows the navigation, but makes sure that it cannot replace the document of
-/// the main frame:
+/// A probe allows the navigation, but makes sure that it cannot replace the document of the
+/// main frame:
 /// - A beforeunload handler in the main frame requests a confirmation dialog with a secret
 ///   text. When WebKit emits that request, the navigation targets the main frame; the
 ///   answer is to stay.
@@ -77,7 +77,7 @@ class WebKitFrameProbe {
   const std::string confirmationText_;
   std::shared_ptr<Attempt> attempt_;
   const SignalConnection resourceLoadStarted_;
-  /// To the "failed" signal of the resource that the main frame is loading.
+  /// The connection to the "failed" signal of the resource that the main frame is loading.
   SignalConnection mainResourceFailed_;
 };
 

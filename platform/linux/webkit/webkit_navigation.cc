@@ -45,6 +45,7 @@ WebKitNavigation::WebKitNavigation(WebKitWebView *view, const std::string &cache
   connections_.emplace_back(
       view, "create", this,
       +[](WebKitNavigation *self, WebKitNavigationAction *action) -> GtkWidget * {
+        // Creates no view: the delegate opens or downloads the URL instead.
         self->delegate_.createWebView(urlFromWebKit(addressOf(action)));
         return nullptr;
       });

@@ -21,7 +21,8 @@ namespace orvel {
 /// only.
 class WebKitNavigation {
  public:
-  /// Content filters are stored in a sub-folder of the cache folder, which need not exist.
+  /// The frame probe stores its content filters in a sub-folder of the cache folder, which need
+  /// not exist.
   /// The delegate must outlive this object.
   WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder, WebViewDelegate &delegate);
   ~WebKitNavigation();

@@ -122,8 +122,8 @@ void WebKitPageView::loadHtml(std::string_view html) {
 }
 
 void WebKitPageView::reload() {
-  // A load may have been lost with a web process that terminated. Loads copies, because load and
-  // loadHtml assign to these members.
+  // A load may have been lost with a web process that terminated. Passes copies, because load and
+  // loadHtml assign to pendingRequest_ and html_.
   if (pendingRequest_) return load(UrlRequest(*pendingRequest_));
   // webkit_web_view_reload would show an empty page instead of HTML without an address.
   if (!html_.empty()) return loadHtml(std::string(html_));

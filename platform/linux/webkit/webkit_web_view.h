@@ -21,7 +21,7 @@ namespace orvel {
 struct WebViewEnvironment {
   /// The folder for cookies and website data; it need not exist.
   std::string dataFolder;
-  /// The folder for caches and content filters; it need not exist.
+  /// The folder for caches and for the content filters of WebKitFrameProbe; it need not exist.
   std::string cacheFolder;
   /// Whether WebKit may render with the GPU.
   bool accelerated = false;
