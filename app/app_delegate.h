@@ -126,8 +126,8 @@ class AppDelegate final : public ApplicationDelegate,
   // update/installation.cc
   /// Downloads a release, replaces the running application by it and restarts the
   /// application. Returns at once. A failure leaves the application unchanged and is not reported.
-  /// Downloads nothing when the running application cannot be replaced. A build with a
-  /// public key installs only a release with a valid signature. Any thread.
+  /// Downloads nothing when the running application cannot be replaced. A build with a public
+  /// key (`updateKeyEntry`) installs only a release with a valid signature. Any thread.
   void installeer(const Url &archive, const std::string &versie, const ReleaseSignature &signature);
 
  private:

@@ -20,13 +20,15 @@ void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
   WebViewConfiguration webConfiguration;
-  // The server recognizes the application by the user agent, or by the cookie with the app key.
+  // The server recognizes the application by the app key in the user agent or the cookie
+  // (`keyCookie`).
   webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
   webConfiguration.developerExtrasEnabled = true;
   webConfiguration.drawsBackground = false;
   webConfiguration.inspectable = true;
 
   WindowConfiguration windowConfiguration;
+  // The fallback is for a system that reports no screen.
   windowConfiguration.contentRect =
       platform_.windows.mainScreenVisibleFrame().value_or(Rect{0, 0, 1440, 900});
   windowConfiguration.fullSizeContentView = true;

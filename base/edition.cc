@@ -2,6 +2,7 @@
 
 namespace orvel {
 
+// "ditto -x -k" extracts a zip archive. "open -n" starts a new instance even while this one runs.
 constexpr Edition macosEdition{
     .name = "mac",
     .manifestPath = "download/mac.json",

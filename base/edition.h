@@ -15,7 +15,7 @@ struct ShellCommand {
 
 /// The names, shell commands and rules in which the editions for macOS and Linux differ.
 struct Edition {
-  /// The name in the message that a release's signature covers.
+  /// The name of the edition in the message that a release's signature covers (`signedMessage`).
   std::string_view name;
   /// The path of the update manifest below the server's address.
   std::string_view manifestPath;

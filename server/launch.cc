@@ -28,6 +28,7 @@ void AppDelegate::startServer() {
   request.executable = nodePath();
   request.arguments = {settings_.ROOT + "/v3/server.mjs"};
   request.workingDirectory = settings_.ROOT;
+  // The PATH does not depend on whether the desktop or a shell has started the application.
   request.environmentChanges = {
       {"PORT", std::to_string(settings_.LOCAL_PORT)},
       {"PATH", "/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin"},

@@ -17,8 +17,8 @@ std::string sh(ProcessLauncher &launcher, std::string_view commandLine) {
     request.standardError = {StandardStream::Kind::null, nullptr};
     process = launcher.launch(request).process;
   }
-  // The request held this process's writing end of the pipe. With that end closed,
-  // reading ends when the shell has exited.
+  // The end of the block closed the application's writing end of the pipe, which the request held.
+  // With it open, reading would never end.
   if (!process) return "";
   process->waitUntilExit();
   return trimmedText(pipe->reading->readToEnd()).value_or("");

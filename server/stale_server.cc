@@ -25,6 +25,7 @@ void AppDelegate::killStaleServer() {
   std::istringstream listeners(sh(processes, listenersCommand));
   for (std::string pid; std::getline(listeners, pid);) {
     if (pid.empty()) continue;
+    // "command=" prints the command line without a heading.
     const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
     // Other programs, and servers of another data root, keep running.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;

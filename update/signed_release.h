@@ -22,7 +22,8 @@ struct ReleaseSignature {
   std::optional<std::string> sleutel;
 };
 
-/// Returns the message that the maker of a release signs. `sha256` is the archive's hash in
+/// Returns the message that the maker of a release signs. Its first line is fixed, so that no
+/// signature for another purpose is valid for a release. `sha256` is the archive's hash in
 /// lower-case hexadecimal digits, `sleutel` the new public key if the release has one. Any
 /// thread.
 std::string signedMessage(std::string_view versie, std::string_view edition,

@@ -25,12 +25,13 @@ std::optional<UpdateManifest> readManifest(std::string_view json) {
 }
 
 void AppDelegate::zoekUpdate(bool stil) {
+  // With a local server, the user builds the application: the alert names the build script.
   if (lokaal()) {
     if (!stil) melding("Op deze Mac werk je de app bij met: ./scripts/build-app.sh");
     return;
   }
   const auto manifest = Url::parse(baseURL() + std::string(platform_.edition.manifestPath));
-  // waitForServer has aborted on a malformed address, unless the stored one has changed since.
+  // A malformed address aborts the process in waitForServer. This one may have been stored since.
   if (!manifest) return;
   UrlRequest request = metSleutel(*manifest);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;
@@ -57,7 +58,7 @@ void AppDelegate::handleManifest(const std::optional<UpdateManifest> &manifest, 
     return report("Orvel OS " + settings_.VERSIE + " is de nieuwste versie.");
   }
   const auto archive = Url::resolve(manifest->zip, url);
-  // The server must offer a valid URL: an empty or malformed one aborts the application.
+  // An empty or malformed URL counts as a broken invariant, although it comes from the server.
   if (!archive) fatalError("invalid archive URL: " + manifest->zip);
   installeer(*archive, manifest->versie, manifest->signature);
 }

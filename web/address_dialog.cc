@@ -27,9 +27,9 @@ void AppDelegate::useAddress(const std::string &input) {
   platform_.defaults.setText("osURL", address);
 
   if (!lokaal() && isServerRunning()) {
-    // Marks this stop as intended while it is requested. serverDidExit runs later and ignores the
-    // exit, because `server` is no longer that process. The dialog may be answered while the
-    // application quits, so restore the flag instead of clearing it.
+    // serverDidExit runs later and ignores the exit, because `server` is no longer that process.
+    // `quitting` is for an exit that would be reported during terminate(). The dialog may be
+    // answered while the application quits, so restore the flag instead of clearing it.
     const bool wasQuitting = std::exchange(quitting, true);
     server->terminate();
     server = nullptr;

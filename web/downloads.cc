@@ -22,6 +22,7 @@ std::string_view trimFullStops(std::string_view domain) {
   return domain.substr(begin, domain.find_last_not_of('.') + 1 - begin);
 }
 
+// Where char is signed, the bytes of non-ASCII characters are negative.
 bool isControl(char character) {
   return (character >= 0 && character < ' ' && character != '\t') || character == '\x7f';
 }
@@ -38,8 +39,8 @@ bool isTaken(const std::string &path) {
 /// Any thread.
 void saveDownload(const Platform &platform, const std::string &temporaryFile,
                   const std::optional<std::string> &suggested, const Url &url) {
-  // Before the move, so that no program can open the file at its final path without the
-  // quarantine mark.
+  // Before the move, so that no program can open the file at its final path while the file is not
+  // yet marked as downloaded.
   platform.locations.quarantine(temporaryFile, url);
   const std::string path = moveToFreeName(temporaryFile, platform.locations.downloads(),
                                           downloadName(suggested, url), moveFile);

@@ -10,6 +10,7 @@ namespace orvel {
 namespace {
 
 constexpr std::array<std::string_view, 4> externalSchemes{"http", "https", "mailto", "tel"};
+/// The path at which the OS server exports its data as a file.
 constexpr std::string_view exportPath = "/api/export";
 /// The start of the path of every file that the OS server stores.
 constexpr std::string_view filePathPrefix = "/api/bestand/";
