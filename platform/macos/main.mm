@@ -13,7 +13,8 @@ int main() {
   @autoreleasepool {
     orvel::MacosPlatform platform;
     orvel::runApplication(platform.interfaces());
-    // Exit here: a return would destroy the platform while other threads may still post to it.
+    // Normally not reached, because -[NSApplication terminate:] exits. A return from main would
+    // destroy the platform while other threads may still post to it.
     std::exit(0);
   }
 }

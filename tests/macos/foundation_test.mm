@@ -16,7 +16,7 @@ namespace {
 TEST(CocoaUrl, RequestGetsTimeoutInSecondsAndCachePolicy) {
   UrlRequest request;
   request.url = Url::parse("http://127.0.0.1/").value();
-  // The defaults of UrlRequest: 60 seconds, and the rules of HTTP.
+  // The defaults of UrlRequest: 60 seconds, and caching by the rules of HTTP.
   EXPECT_EQ(toCocoa(request).timeoutInterval, 60);
   EXPECT_EQ(toCocoa(request).cachePolicy, NSURLRequestUseProtocolCachePolicy);
   request.timeout = std::chrono::milliseconds(1500);
@@ -29,6 +29,7 @@ TEST(FileManagerLocations, FoldersAreThoseOfFoundation) {
   const FileManagerLocations locations;
   EXPECT_EQ(locations.home(), fromCocoa(NSHomeDirectory()));
   EXPECT_EQ(locations.downloads(), fromCocoa(NSHomeDirectory()) + "/Downloads");
+  // NSTemporaryDirectory() ends with "/", which stringByStandardizingPath removes.
   EXPECT_EQ(locations.temporary(), fromCocoa(NSTemporaryDirectory().stringByStandardizingPath));
 }
 

@@ -48,7 +48,7 @@ TEST_F(Launch, ApplicationIsRegularAndHasMainMenu) {
   EXPECT_EQ(fromCocoa(application_.mainMenu.itemArray.lastObject.submenu.title), "Venster");
 }
 
-// The expected values of the window come from app/main_window.cc and cocoa_window.mm.
+// The expected values of this test and the next come from app/main_window.cc and cocoa_window.mm.
 TEST_F(Launch, WebViewFillsWindowUnderTransparentTitleBarAndHasFocus) {
   ASSERT_TRUE(window_ != nil);
   EXPECT_EQ(window_.styleMask, NSWindowStyleMaskTitled | NSWindowStyleMaskClosable |

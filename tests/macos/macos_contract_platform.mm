@@ -30,6 +30,7 @@ std::vector<std::string> openedTargets;
 /// start the default applications of the user. Ignores missing files, as the original does.
 void recordOpening(id /*workspace*/, SEL /*command*/, NSURL *url,
                    NSWorkspaceOpenConfiguration *configuration, id /*completion*/) {
+  // No error dialog when no application can open the URL.
   EXPECT_FALSE(configuration.promptsUserIfNeeded);
   if (!url.fileURL) {
     openedTargets.push_back(fromCocoa(url.absoluteString));

@@ -90,7 +90,8 @@ class PageWindowEvents : public testing::Test {
                                         pressure:1];
     [window_ sendEvent:event];
   }
-  /// Presses at a position, moves the mouse by 10 points and releases it.
+  /// Presses at a position, moves the mouse by 10 points (up to 3 still count as a click) and
+  /// releases it.
   void drag(NSPoint position) {
     const NSPoint moved = NSMakePoint(position.x + 10, position.y);
     send(NSEventTypeLeftMouseDown, position);

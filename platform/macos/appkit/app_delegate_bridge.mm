@@ -104,7 +104,8 @@ void wakeModalLoop() {
 - (void)webView:(WKWebView *)__unused view
     decidePolicyForNavigationAction:(WKNavigationAction *)action
                     decisionHandler:(void (^)(WKNavigationActionPolicy))handler {
-  // WebKit requires a call. The handler gets oneShot's last argument if nothing calls `decide`.
+  // WebKit requires that the handler is called. When decidePolicy throws, oneShot calls it with the
+  // last argument.
   const auto decide = orvel::oneShot<WKNavigationActionPolicy>(
       [handler](WKNavigationActionPolicy policy) { handler(policy); },
       WKNavigationActionPolicyCancel);
@@ -125,6 +126,7 @@ void wakeModalLoop() {
     runJavaScriptAlertPanelWithMessage:(NSString *)message
                       initiatedByFrame:(WKFrameInfo *)__unused frame
                      completionHandler:(void (^)(void))handler {
+  // An alert that quitting closes drops its completion uncalled. oneShot then calls the handler.
   self.webViewDelegate->runJavaScriptAlertPanel(orvel::fromCocoa(message),
                                                 orvel::oneShot<>([handler] { handler(); }));
 }

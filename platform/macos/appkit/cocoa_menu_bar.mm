@@ -5,8 +5,8 @@
 #import "platform/macos/appkit/app_delegate_bridge.h"
 #import "platform/macos/foundation/cocoa_text.h"
 
-/// Declares two actions that text views and WKWebView respond to, but that no AppKit
-/// header declares.
+/// Declares two actions for @selector (-Wundeclared-selector): text views and WKWebView respond
+/// to them, but no AppKit header declares them. No class adopts the protocol.
 @protocol UndoingResponder
 - (void)undo:(id)sender;
 - (void)redo:(id)sender;
@@ -98,7 +98,7 @@ NSMenu *makeMenu(const Menu &menu) {
 
 void CocoaMenuBar::install(const std::vector<Menu> &menus) {
   // Otherwise AppKit would add items for tabs to the menus Weergave and Venster as soon as the
-  // menu bar has them.
+  // menu bar has these menus.
   NSWindow.allowsAutomaticWindowTabbing = NO;
   NSApplication *application = NSApplication.sharedApplication;
   NSMenu *bar = [[NSMenu alloc] init];

@@ -18,8 +18,8 @@ NSAlert *makeAlert(const Alert &alert) {
   for (const std::string &title : alert.buttons) [cocoaAlert addButtonWithTitle:toCocoa(title)];
   // AppKit gives Escape only to a button titled "Cancel" (NSAlert.h).
   if (alert.buttons.size() > 1) cocoaAlert.buttons.lastObject.keyEquivalent = @"\033";
-  // Otherwise AppKit refuses to quit while an alert is open, and a page may open one alert
-  // after another.
+  // Otherwise AppKit refuses to quit while an alert is open, and a page that opens one alert
+  // after another would prevent quitting.
   cocoaAlert.window.preventsApplicationTerminationWhenModal = NO;
   return cocoaAlert;
 }

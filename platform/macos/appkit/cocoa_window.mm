@@ -38,13 +38,14 @@ CocoaWindow::CocoaWindow(const WindowConfiguration &configuration, NSView *conte
   window_.minSize = NSMakeSize(configuration.minimumWidth, configuration.minimumHeight);
   window_.contentView = content;
   [window_ makeFirstResponder:content];
-  // Last, because this restores the frame that an earlier run saved.
+  // Restores the frame that an earlier run saved. Last, so that no setting changes this frame.
   [window_ setFrameAutosaveName:toCocoa(configuration.frameAutosaveName)];
 }
 
 void CocoaWindow::makeKeyAndOrderFront() {
   [window_ makeKeyAndOrderFront:nil];
-  // Showing a window for the first time may move the focus (recalculation of the key views).
+  // AppKit may move the focus when a window is first shown, because it then computes the key view
+  // loop, the order of the views for the Tab key.
   [window_ makeFirstResponder:window_.contentView];
 }
 

@@ -6,6 +6,7 @@ namespace {
 
 /// Returns the bytes as a string, or nil when they are invalid in the encoding.
 NSString *decoded(std::string_view bytes, CFStringEncoding encoding) {
+  // With isExternalRepresentation, a leading byte order mark would be removed.
   return CFBridgingRelease(CFStringCreateWithBytes(
       kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.data()),
       static_cast<CFIndex>(bytes.size()), encoding, /*isExternalRepresentation=*/false));

@@ -8,8 +8,8 @@ namespace orvel {
 /// so an update that replaces the bundle does not change these values. Any thread.
 class MainBundle final : public Bundle {
  public:
-  /// Reads the Team ID of the running program in advance, because Security reads the signature
-  /// from the disk (SecCode.h), where an update may replace it later.
+  /// Reads the Team ID of the running program in advance, because the Security framework reads
+  /// the signature from the disk (SecCode.h), where an update may replace it later.
   MainBundle();
 
   std::string path() const override;

@@ -11,8 +11,8 @@ namespace orvel {
 /// item, in the order of posting. Any thread.
 ///
 /// The main dispatch queue is unsuitable: it runs nothing while one of its blocks shows a
-/// panel or waits for a deferred termination, and the reply to that termination is posted
-/// here.
+/// panel or waits for a deferred termination, and the work that replies to that
+/// termination is posted to this queue.
 class RunLoopMainQueue final : public MainQueue {
  public:
   RunLoopMainQueue();

@@ -69,6 +69,7 @@ void RunLoopMainQueue::after(std::chrono::milliseconds delay, std::function<void
 }
 
 void RunLoopMainQueue::every(std::chrono::milliseconds interval, std::function<void()> work) {
+  // With an interval of 0 the timer would fire only once.
   const auto step = std::max(interval, std::chrono::milliseconds(1));
   addTimer(step, step, std::move(work));
 }

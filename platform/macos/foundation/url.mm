@@ -35,8 +35,8 @@ std::optional<Url> Url::parse(std::string_view text) {
 }
 
 std::optional<Url> Url::resolve(std::string_view reference, const Url &base) {
-  // From macOS 14 on, Foundation percent-encodes invalid characters itself, and then
-  // also encodes the "%" of the escapes in the same component.
+  // Encode invalid characters before Foundation sees them: from macOS 14 on, it encodes them too,
+  // but then also the "%" of the escapes in the same component.
   const std::string escaped = percentEncoded(reference);
   if (base.scheme.empty() || !parse(escaped)) return std::nullopt;
   NSURL *relative = [NSURL URLWithString:toCocoa(escaped) relativeToURL:toCocoa(base)];

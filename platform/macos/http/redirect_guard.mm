@@ -24,8 +24,8 @@
     willPerformHTTPRedirection:(NSHTTPURLResponse *)__unused response
                     newRequest:(NSURLRequest *)request
              completionHandler:(void (^)(NSURLRequest *))handler {
-  // A handler that is dropped without a call gets nil, which refuses the redirect: the task then
-  // ends with the redirect response.
+  // When `forwardsHeaders` throws, oneShot calls the handler with nil, which refuses the redirect:
+  // the task then ends with the redirect response.
   const auto follow =
       orvel::oneShot<NSURLRequest *>([handler](NSURLRequest *next) { handler(next); }, nil);
   const auto from = orvel::fromCocoa(_request.URL);

@@ -20,9 +20,9 @@ namespace orvel {
 
 namespace {
 
-/// Returns the list of TCP sockets, or nullopt when the system does not return one. Returns the
-/// empty text when sockets are created faster than the list can be read: the caller of onPort()
-/// then finds no listener, and trusts no program on the port.
+/// Returns the list of TCP sockets, or nullopt when the system does not return one: mayReceiveKey,
+/// which calls onPort(), then trusts any program on the port. Returns the empty text when sockets
+/// are created faster than the list can be read: mayReceiveKey then trusts none.
 std::optional<std::string> readSocketList() {
   constexpr const char *name = "net.inet.tcp.pcblist64";
   constexpr int maxAttempts = 5;
