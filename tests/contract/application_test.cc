@@ -20,6 +20,7 @@ class RecordingDelegate final : public ApplicationDelegate {
     return reply;
   }
   bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
+  // Actions of menu items, which these tests do not choose.
   void zoekUpdateMenu() override {}
   void kiesAdres() override {}
   void reloadPage() override {}
@@ -32,7 +33,8 @@ class RecordingDelegate final : public ApplicationDelegate {
 
 class ApplicationContract : public ContractTest {
  protected:
-  /// Runs the application until it ends, then the checks. Must be the last statement of a test.
+  /// Runs the application until it ends, then the checks. Must be the last statement of a test, for
+  /// the reason given at ContractPlatform::runApplication.
   void runApplicationThenCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
     application().setRegularActivationPolicy();
@@ -81,6 +83,7 @@ TEST_P(ApplicationContract, DeferredTerminationIgnoresRequestsAndRunsMainLoopUnt
   bool replied = false;
   int ticks = 0;
   delegate.onLaunch = [&] {
+    // The second and the third request arrive while the first one waits for its reply.
     for (const int delay : {0, 10, 20}) requestTerminationAfter(milliseconds(delay));
     queue().every(milliseconds(10), [&] {
       if (delegate.terminationRequests == 0 || ++ticks != ticksBeforeReply) return;

@@ -51,6 +51,7 @@ class ChildProcessContract : public ContractTest {
   /// Runs another child until its termination handler is called, which leaves time for a wrong
   /// call for an earlier child.
   bool runAnotherChild() {
+    // Shared with the handler, which may run after a wait that has timed out.
     const auto ended = std::make_shared<std::atomic<bool>>(false);
     auto request = shell(exitsWithStatusThree);
     request.terminationHandler = [ended](const auto &) { *ended = true; };
@@ -95,6 +96,7 @@ TEST_P(ChildProcessContract, TerminationHandlerIsCalledOnceOffMainThread) {
   const auto child = launchShell(exitsWithStatusThree);
   ASSERT_TRUE(waitForHandlerCalls());
   child->waitUntilExit();
+  // Signals to an ended child have no effect, so the handler is not called again.
   child->terminate();
   child->kill();
   ASSERT_TRUE(runAnotherChild());

@@ -44,8 +44,8 @@ class ContractPlatform {
   virtual bool onMainThread() const = 0;
 
   /// Runs the application until it ends, then the checks. Must be the last statement of a
-  /// test: on macOS the application ends its process with exit(). There, a child process
-  /// executes the test from the start, and an exit handler of it runs the checks.
+  /// test: on macOS the application ends its process with exit(). Therefore a child process
+  /// executes the test from the start on macOS, and an exit handler in the child runs the checks.
   virtual void runApplication(const std::function<void()> &checks) {
     interfaces().application.run();
     checks();
@@ -67,7 +67,7 @@ class ContractPlatform {
   virtual std::vector<std::string> opened() = 0;
   /// Sets the response to the next request for a URL on the fake platform. Has no effect on
   /// a platform that opens real connections. With a body of nullopt, the response fails after
-  /// its head.
+  /// its head. The fake platform refuses a connection to a URL without a response.
   virtual void scriptNextResponse(const std::string & /*url*/, int /*status*/,
                                   const std::optional<std::string> & /*body*/) {}
   /// Returns whether an alert is open. Desktop platforms only.
@@ -86,7 +86,8 @@ struct PlatformUnderTest {
 
 std::unique_ptr<ContractPlatform> makeFakeContractPlatform();
 #if defined(__linux__)
-/// `shownAlert` and `pressButton` work only with `isAccessible`, which starts an accessibility bus.
+/// `shownAlert` and `pressButton` use AT-SPI. They work only with `isAccessible`, which starts an
+/// accessibility bus.
 std::unique_ptr<ContractPlatform> makeLinuxContractPlatform(bool isAccessible = false);
 #elif defined(__APPLE__)
 std::unique_ptr<ContractPlatform> makeMacosContractPlatform();

@@ -13,6 +13,7 @@ using std::chrono::system_clock;
 
 class CookieStoreContract : public ContractTest {
  protected:
+  /// Returns a cookie like the one with the app key that the core sets, but without an expiry date.
   static Cookie sessionCookie(const std::string &value) {
     return {.name = "orvelapp", .value = value, .domain = "127.0.0.1", .path = "/", .expires = {}};
   }
@@ -54,6 +55,7 @@ class CookieStoreContract : public ContractTest {
 TEST_P(CookieStoreContract, NewStoreIsEmpty) { EXPECT_TRUE(allCookies().empty()); }
 
 TEST_P(CookieStoreContract, CookieIsReturnedWithAllAttributes) {
+  // The core's cookie lasts this long. A store may keep only whole seconds.
   constexpr auto fiveYears = std::chrono::hours(5 * 365 * 24);
   Cookie persistent = sessionCookie("a key/with = signs");
   persistent.secure = true;

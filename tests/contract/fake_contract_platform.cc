@@ -25,6 +25,7 @@ class FakeContractPlatform final : public ContractPlatform {
     fake_.processes.setScripts(child_programs::missingProgram,
                                {{.launchError = child_programs::missingProgramError()}});
     fake_.application.onRun = [this] {
+      // The limit, in virtual time, ends a test whose application does not terminate.
       fake_.scheduler.runUntil([this] { return fake_.application.terminated; },
                                std::chrono::seconds(20));
     };
@@ -38,6 +39,7 @@ class FakeContractPlatform final : public ContractPlatform {
   ShownAlert shownAlert() override {
     const Alert &alert = lastAlert();
     ShownAlert shown{alert.messageText, alert.informativeText, alert.buttons, ""};
+    // The fake's single standard button (see Alert::buttons).
     if (shown.buttons.empty()) shown.buttons.emplace_back("OK");
     shown.defaultButton = shown.buttons.front();
     return shown;
@@ -57,6 +59,7 @@ class FakeContractPlatform final : public ContractPlatform {
   }
   void closeAlert() override { answer(std::nullopt); }
   std::vector<std::string> opened() override {
+    // How the record's entries for the two functions of Workspace begin.
     constexpr std::string_view openUrl = "open ";
     constexpr std::string_view openFile = "open file ";
     std::vector<std::string> all;
@@ -75,7 +78,7 @@ class FakeContractPlatform final : public ContractPlatform {
   void requestTermination() override { fake_.application.requestTermination(); }
 
  private:
-  /// Returns the last alert. Throws when there was none.
+  /// Returns the last alert. Throws when there was none, because the index wraps.
   const Alert &lastAlert() const { return fake_.panels.shown.at(fake_.panels.shown.size() - 1); }
   void answer(std::optional<int> button) {
     const auto &field = lastAlert().textField;

@@ -44,7 +44,8 @@ class RedirectingServer {
 
 class HttpFieldsContract : public ContractTest {
  protected:
-  /// Sends a request with a key and cookies, and waits for the reply.
+  /// Sends a request with the key and the cookies, and waits for the reply. `forwardsHeaders`
+  /// decides whether a redirect gets them, given the URLs of the request and of the redirect.
   HttpReplies::Reply sendKeyAndCookies(const std::string &address,
                                        bool (*forwardsHeaders)(const Url &,
                                                                const Url &) = hasSameHostAndPort) {
@@ -53,7 +54,7 @@ class HttpFieldsContract : public ContractTest {
     request.forwardsHeaders = forwardsHeaders;
     return fetch(platform->interfaces().http, request);
   }
-  // headerField() keeps the space after the colon.
+  // headerField() keeps the space after the colon, and returns "(absent)" for a missing field.
   static void expectKeyAndCookies(const std::string &head) {
     EXPECT_EQ(headerField(head, "X-ORVEL-App"), std::string(" ") + sentKey);
     EXPECT_EQ(headerField(head, "Cookie"), std::string(" ") + sentCookies);

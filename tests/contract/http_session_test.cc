@@ -46,7 +46,7 @@ TEST_P(HttpSessionContract, RefusedConnectionCallsCompletionOnceOffMainThread) {
     platform->interfaces().http.dataTask(request, completion);
   }
   ASSERT_TRUE(runUntil([&] { return completions == requestCount; }));
-  // A second call of an earlier completion would arrive before this one.
+  // A second call for an earlier request would arrive before the completion of this request.
   platform->interfaces().http.dataTask(request, completion);
   ASSERT_TRUE(runUntil([&] { return completions > requestCount; }));
   EXPECT_EQ(completions, requestCount + 1);

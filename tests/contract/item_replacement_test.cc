@@ -27,7 +27,7 @@ class ItemReplacementContract : public ContractTest {
     EXPECT_EQ(treeOf(original), expected);
     EXPECT_FALSE(fs::exists(fs::symlink_status(replacement)));
     EXPECT_EQ(treeOf(original.parent_path() / "neighbour"), neighbour);
-    // The new folder and the neighbour, without a temporary folder.
+    // The new folder and the neighbour: no temporary folder is left.
     EXPECT_EQ(entryCount(original.parent_path()), 2);
   }
   /// Expects that the replacement fails and changes nothing.
@@ -108,13 +108,14 @@ TEST_P(ItemReplacementContract, OpenFilesOfReplacedFolderStayReadable) {
   const auto read = [](std::ifstream &file) {
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
+  // `makeTree` writes this text, and a large file of 20,000 times the first letter of the label.
   EXPECT_EQ(read(information), "information of old");
-  // `makeTree` fills this file with the first letter of the label.
   EXPECT_EQ(read(large), std::string(20'000, 'o'));
   EXPECT_EQ(contentsOf(original_ / "Contents" / "Info.plist"), "information of new");
 }
 
 TEST_P(ItemReplacementContract, CanReplaceItemAcceptsOnlyFolderOrLinkToFolder) {
+  // Unlike replaceItem(), canReplaceItem() follows symbolic links.
   const Locations &locations = platform->interfaces().locations;
   makeTree(original_, "old");
   fs::create_symlink(original_, folder_.path() / "link");

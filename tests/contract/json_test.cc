@@ -25,6 +25,7 @@ TEST(Json, OnlyTopLevelStringsAreReturned) {
       {R"({"a":"1","a":"2"})", {{"a", "2"}}},
       {R"({"a":"1","a":2})", {}},
       {R"({"a":2,"a":"1"})", {{"a", "1"}}},
+      // Names with a special meaning in JavaScript.
       {R"({"__proto__":"x","0":"y","toString":"z"})",
        {{"__proto__", "x"}, {"0", "y"}, {"toString", "z"}}},
       {R"({"\u0061":"1"})", {{"a", "1"}}},
@@ -106,9 +107,10 @@ TEST(Json, ExcessiveNestingIsRejected) {
   const auto nested = [](std::size_t levels) {
     return R"({"a":"b","c":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
   };
-  // The limit depends on the platform.
+  // The limit depends on the platform (Linux: 512 levels).
   EXPECT_EQ(parseJsonTexts(nested(300)), (TextMap{{"a", "b"}}));
   EXPECT_EQ(parseJsonTexts(nested(1'000'000)), std::nullopt);
+  // No object is closed. The parser must reject the text without exhausting the stack.
   std::string objects;
   for (int level = 0; level < 200'000; ++level) objects += R"({"a":)";
   EXPECT_EQ(parseJsonTexts(objects), std::nullopt);

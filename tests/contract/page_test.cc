@@ -1,5 +1,5 @@
-// The contract of the core with the web view of a desktop: a page acts through the real web view
-// and its delegate. The server of the page records the requests.
+// The contract of the core with the web view of a desktop: a page acts in the real web view, whose
+// delegate is the core. The server of the page records the requests.
 
 #include <gmock/gmock.h>
 
@@ -54,7 +54,8 @@ class PageContract : public ContractTest {
     startServer(html);
     Settings settings;
     settings.HOME = folder.path();
-    // The folder has no v3/server.mjs, so the core starts no server.
+    // The folder has no v3/server.mjs, so the core starts no server. It shows an error page, which
+    // the page of the test replaces.
     settings.ROOT = folder.path();
     settings.LOCAL_URL = server->url();
     core = std::make_shared<AppDelegate>(settings, platform->interfaces());
@@ -91,7 +92,7 @@ class PageContract : public ContractTest {
   }
 
   /// Shows a page with a confirm dialog, presses a button of the dialog, and expects the value that
-  /// confirm() returns to the page.
+  /// confirm() returns to the page. The core's buttons are "OK" and "Annuleren" ("Cancel").
   void expectConfirmReturns(const std::string &caption, const std::string &result) {
     showPage(pageWith("", "fetch('/result/' + confirm('Sure?'));"));
     whenAlertOpens([&](const ShownAlert &alert) {
@@ -129,7 +130,7 @@ TEST_P(PageContract, LinkWithinServerLoadsPage) {
   EXPECT_THAT(platform->opened(), IsEmpty());
 }
 
-// The paths of the files that a server stores begin with "/api/bestand/".
+// The web application serves its stored files under "/api/bestand/".
 TEST_P(PageContract, FileIsShownInSubframeAndDownloadedInMainFrame) {
   showPage(
       pageWith("<iframe src=/api/bestand/frame></iframe><a id=link href=/api/bestand/link></a>",

@@ -125,6 +125,7 @@ TEST_P(PanelsContract, CompletionCanShowAnotherAlert) {
   std::vector<int> order;
   const auto pressEnter = [&] { platform->pressInAlert(AlertKey::enter); };
   queue().post([&] {
+    // Each key press is posted to the queue, because runModal() may block until the answer.
     platform->interfaces().panels.runModal(question(), [&](const AlertAnswer &) {
       order.push_back(1);
       queue().post(pressEnter);

@@ -1,4 +1,4 @@
-// The shell runner with a real zsh.
+// The shell runner with a real zsh, and with the platform's trimmedText(), which trims the output.
 
 #include "server/shell_runner.h"
 
@@ -54,6 +54,7 @@ TEST_F(ShellRunner, OutputIsReturnedTrimmed) {
 
 TEST_F(ShellRunner, ShellIsNonInteractiveNonLoginZsh) {
   EXPECT_EQ(sh("[[ -o login || -o interactive ]] && echo yes || echo no"), "no");
+  // Prints "zsh" if the variable is set, which other shells do not set.
   EXPECT_EQ(sh("echo ${ZSH_VERSION:+zsh}"), "zsh");
 }
 
@@ -67,6 +68,7 @@ TEST_F(ShellRunner, WorkingDirectoryAndEnvironmentAreInherited) {
 TEST_F(ShellRunner, BackgroundJobWithRedirectedOutputIsNotAwaited) {
   const std::string processId = sh("sleep 600 >/dev/null 2>&1 & echo $!");
   ASSERT_FALSE(processId.empty());
+  // The job still runs.
   EXPECT_EQ(::kill(std::stoi(processId), SIGTERM), 0);
 }
 

@@ -14,7 +14,8 @@
 namespace orvel {
 namespace {
 
-// Made with OpenSSL for these tests. The private key is deleted.
+// Made with OpenSSL for these tests. The private key is deleted. The key is base64 of the
+// uncompressed point, the signature base64 of DER. verify() accepts any message.
 const std::string testPublicKey =
     "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=";
 const std::string testMessage = "orvel-os-update\n1.3\nlinux\n";
@@ -109,9 +110,9 @@ std::string decodeHexadecimal(std::string_view digits) {
   return bytes;
 }
 
-// The number of a valid signature that Nettle, the library behind GnuTLS, rejects up to at least
-// version 3.8, because the verification adds a point to itself. No signer makes such a signature
-// except on purpose.
+// The number, in the file of vectors, of a valid signature that Nettle, the library behind GnuTLS,
+// rejects up to at least version 3.8: the verification adds a point to itself, for which Nettle's
+// formula does not hold. No signer makes such a signature except on purpose.
 constexpr std::string_view pointDuplicationVector = "427";
 
 // The vectors of project Wycheproof include: r or s of zero, negative or not below the order of the

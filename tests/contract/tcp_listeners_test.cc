@@ -1,4 +1,4 @@
-// The contract of the listening TCP sockets.
+// The contract of the listening TCP sockets. A socket is "own" if this process's user created it.
 
 #include <gmock/gmock.h>
 #include <netdb.h>
@@ -87,6 +87,7 @@ TEST_P(TcpListenersContract, Ipv6SocketIsReportedWithAddress) {
     GTEST_SKIP() << "this machine has no IPv6: " << error.what();
   }
   for (const std::string address : {"::1", "::"}) expectReported(address, {address});
+  // A platform may report an IPv4-mapped address as IPv6 or as IPv4.
   expectReported("::ffff:127.0.0.1", {"::ffff:127.0.0.1", "127.0.0.1"});
 }
 

@@ -1,5 +1,5 @@
-// The contract of splitting and trimming text. Each platform has an implementation, which the
-// linker selects.
+// The contract of splitting text, such as a version number, at full stops, and of trimming text.
+// Each platform has an implementation, which the linker selects.
 
 #include "base/text.h"
 

@@ -14,7 +14,7 @@
 namespace orvel {
 namespace {
 
-/// What Foundation's NSURL gives for a text and a base URL.
+/// What Foundation's NSURL gives for a text and a base URL, from Apple's test data for NSURL.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): members in the order of the table.
 struct NsurlResult {
   std::string text;
@@ -45,10 +45,10 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow "|". The table has two rows for this text: in one
-    // NSURL rejects it, in the other it percent-encodes the "|".
+    // RFC 3986 does not allow "|", and Url::parse encodes nothing. `nsurlResults` has two rows for
+    // this text: in one NSURL rejects the text, in the other it percent-encodes the "|".
     {"http://test.com/unescaped|pipe", std::nullopt},
-    // The URL is the same, but our path is "/", and that of NSURL is "//".
+    // The text is the same, but the path of Url is "/", and that of NSURL is "//".
     {"file://///", "file://///"},
 };
 

@@ -32,7 +32,7 @@ TEST_P(WorkspaceContract, SchemeSelectsApplication) {
   open("mailto:somebody@example.test?subject=Hello");
   open("http://example.test/");
   ASSERT_TRUE(waitForOpened(2));
-  // The two applications start in parallel.
+  // The two launches run in parallel.
   EXPECT_THAT(platform->opened(), UnorderedElementsAre("mailto:somebody@example.test?subject=Hello",
                                                        "http://example.test/"));
 }
