@@ -22,9 +22,10 @@ FileName splitFileName(std::string_view name) {
   const auto dot = name.rfind('.');
   if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return {name, ""};
   const std::string_view extension = name.substr(dot);
-  const bool isForbidden = std::any_of(
-      forbiddenInExtension.begin(), forbiddenInExtension.end(),
-      [&](std::string_view mark) { return extension.find(mark) != std::string_view::npos; });
+  const bool isForbidden = std::any_of(forbiddenInExtension.begin(), forbiddenInExtension.end(),
+                                       [&](std::string_view forbidden) {
+                                         return extension.find(forbidden) != std::string_view::npos;
+                                       });
   if (isForbidden) return {name, ""};
   return {name.substr(0, dot), extension};
 }

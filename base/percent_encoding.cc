@@ -9,11 +9,12 @@ namespace {
 /// Appends a part of a URL. Percent-encodes all characters except complete escapes, the
 /// given delimiters and those that are allowed in every part.
 void append(std::string &result, std::string_view part, std::string_view delimiters) {
-  constexpr std::string_view marks = "-._~!$&'()*+,;=:@";
+  constexpr std::string_view allowedInEveryPart = "-._~!$&'()*+,;=:@";
   constexpr std::string_view digits = "0123456789ABCDEF";
   for (std::size_t at = 0; at < part.size(); ++at) {
     const char character = part[at];
-    if (isAsciiAlphanumeric(character) || marks.find(character) != std::string_view::npos ||
+    if (isAsciiAlphanumeric(character) ||
+        allowedInEveryPart.find(character) != std::string_view::npos ||
         delimiters.find(character) != std::string_view::npos || hasPercentEscapeAt(part, at)) {
       result += character;
     } else {

@@ -27,7 +27,8 @@ void AppDelegate::killStaleServer() {
     if (pid.empty()) continue;
     // "command=" prints the command line without a heading.
     const std::string commandLine = sh(processes, "ps -o command= -p " + pid);
-    // Other programs, and servers of another data root, keep running.
+    // Other programs keep running. So do servers of another data root, unless its path contains
+    // this one.
     if (commandLine.find("v3/server.mjs") == std::string::npos) continue;
     if (commandLine.find(settings_.ROOT) == std::string::npos) continue;
     sh(processes, "kill " + pid);

@@ -20,28 +20,28 @@
 namespace orvel {
 
 /// An application object that a test controls in place of the desktop. As everywhere in this file,
-/// `recordOnMainThread` throws when the call comes from a simulated background thread.
+/// `recordMainThreadCall` throws when the call comes from a simulated background thread.
 class FakeApplication final : public Application {
  public:
   explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void setDelegate(ApplicationDelegate &delegate) override {
-    scheduler_.recordOnMainThread("application delegate");
+    scheduler_.recordMainThreadCall("application delegate");
     delegate_ = &delegate;
   }
   void setRegularActivationPolicy() override {
-    scheduler_.recordOnMainThread("application regular");
+    scheduler_.recordMainThreadCall("application regular");
   }
   /// Launches the application and calls `onRun`.
   void run() override {
-    scheduler_.recordOnMainThread("application run");
+    scheduler_.recordMainThreadCall("application run");
     if (delegate_ == nullptr) throw std::logic_error("run() without a delegate");
     delegate_->applicationDidFinishLaunching();
     if (onRun) onRun();
   }
-  void activate() override { scheduler_.recordOnMainThread("application activate"); }
+  void activate() override { scheduler_.recordMainThreadCall("application activate"); }
   void terminate() override {
-    scheduler_.recordOnMainThread("application terminate");
+    scheduler_.recordMainThreadCall("application terminate");
     requestTermination();
   }
   void replyToShouldTerminate() override {
@@ -59,7 +59,7 @@ class FakeApplication final : public Application {
   }
   /// Simulates that the user closes the last window.
   void closeLastWindow() {
-    scheduler_.recordOnMainThread("last window closed");
+    scheduler_.recordMainThreadCall("last window closed");
     if (delegate_->applicationShouldTerminateAfterLastWindowClosed()) requestTermination();
   }
 
@@ -69,7 +69,7 @@ class FakeApplication final : public Application {
 
  private:
   void finish() {
-    scheduler_.recordOnMainThread("application terminated");
+    scheduler_.recordMainThreadCall("application terminated");
     terminated = true;
   }
 
@@ -84,7 +84,7 @@ class FakeWindow final : public Window {
  public:
   explicit FakeWindow(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
-  void makeKeyAndOrderFront() override { scheduler_.recordOnMainThread("window shown"); }
+  void makeKeyAndOrderFront() override { scheduler_.recordMainThreadCall("window shown"); }
 
  private:
   FakeScheduler &scheduler_;
@@ -98,10 +98,10 @@ class FakeWindowSystem final : public WindowSystem {
   std::optional<Rect> mainScreenVisibleFrame() const override { return visibleFrame; }
   WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &webView,
                    WebViewDelegate &delegate) override {
-    scheduler_.recordOnMainThread("web view " + webView.applicationNameForUserAgent);
+    scheduler_.recordMainThreadCall("web view " + webView.applicationNameForUserAgent);
     auto view = std::make_unique<FakeWebView>(scheduler_, webView, delegate, cookies);
     web = view.get();
-    scheduler_.recordOnMainThread("window " + window.title);
+    scheduler_.recordMainThreadCall("window " + window.title);
     configuration = window;
     return {std::move(view), std::make_unique<FakeWindow>(scheduler_)};
   }
@@ -125,7 +125,7 @@ class FakeMenuBar final : public MenuBar {
   explicit FakeMenuBar(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void install(const std::vector<Menu> &newMenus) override {
-    scheduler_.recordOnMainThread("menu bar");
+    scheduler_.recordMainThreadCall("menu bar");
     menus = newMenus;
   }
 
@@ -143,7 +143,7 @@ class FakePanels final : public Panels {
       : scheduler_(scheduler), application_(application) {}
 
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override {
-    scheduler_.recordOnMainThread("alert " + alert.messageText);
+    scheduler_.recordMainThreadCall("alert " + alert.messageText);
     shown.push_back(alert);
     openAlerts_.push_back(std::move(completion));
     deliverAnswers();
@@ -185,10 +185,10 @@ class FakeWorkspace final : public Workspace {
   explicit FakeWorkspace(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void open(const Url &url) override {
-    scheduler_.recordOnMainThread("open " + url.absoluteString);
+    scheduler_.recordMainThreadCall("open " + url.absoluteString);
   }
   void openFile(const std::string &path) override {
-    scheduler_.recordOnMainThread("open file " + path);
+    scheduler_.recordMainThreadCall("open file " + path);
   }
 
  private:

@@ -33,7 +33,7 @@ class FakeScheduler {
   bool onMainThread() const { return thread_ == Thread::main; }
   /// Adds a call to the record. Throws std::logic_error when the running task simulates a
   /// background thread.
-  void recordOnMainThread(const std::string &call) {
+  void recordMainThreadCall(const std::string &call) {
     if (!onMainThread()) throw std::logic_error("outside the main thread: " + call);
     record_.add(call);
   }

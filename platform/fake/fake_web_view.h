@@ -19,8 +19,8 @@ class FakeCookieStore final : public CookieStore {
   explicit FakeCookieStore(FakeScheduler &scheduler) : scheduler_(scheduler) {}
 
   void set(const Cookie &cookie, std::function<void()> completion) override {
-    scheduler_.recordOnMainThread("cookie " + cookie.name + "=" + cookie.value + " for " +
-                                  cookie.domain + cookie.path + (cookie.secure ? " secure" : ""));
+    scheduler_.recordMainThreadCall("cookie " + cookie.name + "=" + cookie.value + " for " +
+                                    cookie.domain + cookie.path + (cookie.secure ? " secure" : ""));
     scheduler_.schedule(FakeScheduler::Thread::main, delay,
                         [this, cookie, completion = std::move(completion)] {
                           std::erase_if(cookies, [&](const Cookie &other) {
@@ -33,7 +33,7 @@ class FakeCookieStore final : public CookieStore {
                         });
   }
   void all(std::function<void(std::vector<Cookie>)> completion) override {
-    scheduler_.recordOnMainThread("all cookies");
+    scheduler_.recordMainThreadCall("all cookies");
     scheduler_.schedule(FakeScheduler::Thread::main, delay,
                         [this, completion = std::move(completion)] { completion(cookies); });
   }
@@ -57,16 +57,16 @@ class FakeWebView final : public WebView {
         cookies_(cookies) {}
 
   void load(const UrlRequest &request) override {
-    scheduler_.recordOnMainThread("load " + describe(request));
+    scheduler_.recordMainThreadCall("load " + describe(request));
     shownUrl = request.url.absoluteString;
     shownHtml.clear();
   }
   void loadHtml(std::string_view html) override {
-    scheduler_.recordOnMainThread("load html " + std::string(html));
+    scheduler_.recordMainThreadCall("load html " + std::string(html));
     shownHtml = html;
     shownUrl.clear();
   }
-  void reload() override { scheduler_.recordOnMainThread("reload"); }
+  void reload() override { scheduler_.recordMainThreadCall("reload"); }
   CookieStore &cookieStore() override { return cookies_; }
 
   const WebViewConfiguration configuration;

@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::chrono::milliseconds retryInterval{20};
 
-/// Locks the folder. Returns whether the timeout passed while another holder kept the lock.
-bool lockTimesOut(int folder, std::chrono::milliseconds timeout) {
+/// Locks an open folder. Returns whether the timeout passed while another holder kept the lock.
+bool lockTimesOut(int descriptor, std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
-  while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
+  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
     // Such as EBADF: a folder that cannot be opened counts as unlocked.
     if (errno != EWOULDBLOCK) return false;

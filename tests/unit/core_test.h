@@ -95,11 +95,10 @@ class CoreTest : public testing::Test {
     fake.listeners.byPort[4767] = std::vector<TcpListener>{{.address = "127.0.0.1"}};
   }
   /// Undoes occupyLocalPort: by default, a program of this user listens on every port of the fake.
-  void freeLocalPort() { fake.listeners.byPort.clear(); }
+  void restoreLocalPort() { fake.listeners.byPort.clear(); }
   /// Stores a server address in the user defaults.
-  void storeAddress(const std::string &address = "https://os.test/") {
-    fake.defaults.texts["osURL"] = address;
-  }
+  void storeAddress(const std::string &address) { fake.defaults.texts["osURL"] = address; }
+  void storeOnlineAddress() { storeAddress("https://os.test/"); }
   /// Presses the button with this index in the oldest open alert, whose text field contains
   /// `text`; nullopt closes the alert. Runs all due tasks.
   void answerAlert(std::optional<int> button, const std::string &text = "") {

@@ -128,7 +128,7 @@ TEST_F(Installation, SymlinkedBundleIsRejected) {
 TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
   struct Row {
     // The identifier of the running application.
-    std::optional<std::string> ownIdentifier;
+    std::optional<std::string> runningIdentifier;
     // The Info.plist of the release. Empty when the release has none.
     std::string info;
   };
@@ -145,10 +145,10 @@ TEST_F(Installation, BundleWithUnreadableInfoPlistOrOtherIdentifierIsRejected) {
       {std::nullopt, ""},
       {std::nullopt, "not a property list"},
   };
-  for (const auto &[ownIdentifier, info] : rows) {
-    SCOPED_TRACE(ownIdentifier.value_or("without an identifier") + ": " + info);
+  for (const auto &[runningIdentifier, info] : rows) {
+    SCOPED_TRACE(runningIdentifier.value_or("without an identifier") + ": " + info);
     fake.bundle.texts.erase("CFBundleIdentifier");
-    if (ownIdentifier) fake.bundle.texts["CFBundleIdentifier"] = *ownIdentifier;
+    if (runningIdentifier) fake.bundle.texts["CFBundleIdentifier"] = *runningIdentifier;
     setArchiveContents("Orvel OS.app", info);
     install();
     expectNotInstalled();
@@ -266,7 +266,7 @@ TEST_F(Installation, BundleWithSingleQuoteInPathIsReplacedButNotRelaunched) {
 // quoted, so that the same paths end an installation in both editions.
 TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
   std::filesystem::create_directory(root() + "/someone's");
-  const std::string quotedVersion = "1'; touch x; '3";
+  const std::string versionWithQuotes = "1'; touch x; '3";
   FunctionUnpacker functionUnpacker;
   functionUnpacker.function = unpackArchive;
   const std::vector<const ReleaseUnpacker *> unpackers{nullptr, &functionUnpacker};
@@ -275,8 +275,8 @@ TEST_F(Installation, SingleQuoteInPathPreventsUnpacking) {
     fake.unpacker = unpacker;
     recreateDelegate();
     fake.http.downloadFolder = root();
-    install(quotedVersion);
-    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor(quotedVersion)));
+    install(versionWithQuotes);
+    EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor(versionWithQuotes)));
     fake.http.downloadFolder = root() + "/someone's";
     install();
     EXPECT_TRUE(std::filesystem::is_empty(workingFolderFor()));

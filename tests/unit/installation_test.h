@@ -10,11 +10,11 @@
 namespace orvel {
 
 inline const std::string archiveUrl = "https://os.test/download/orvel-os-1.3.zip";
-inline const std::string validIdentifier =
+inline const std::string identifierEntry =
     "<key>CFBundleIdentifier</key><string>nl.orvel.os</string>";
 
 /// Returns an Info.plist with these entries, which are XML.
-inline std::string infoPlist(const std::string &entries = validIdentifier) {
+inline std::string infoPlist(const std::string &entries = identifierEntry) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entries +
          "</dict></plist>\n";
 }
@@ -24,7 +24,7 @@ inline std::string infoPlist(const std::string &entries = validIdentifier) {
 class InstallationTest : public CoreTest {
  protected:
   InstallationTest() {
-    storeAddress();
+    storeOnlineAddress();
     fake.bundle.folder = root() + "/My Applications/Orvel OS.app";
     fake.bundle.texts["CFBundleIdentifier"] = "nl.orvel.os";
     fake.locations.temporaryFolder = root() + "/temporary";

@@ -10,7 +10,7 @@ class MainWindow : public CoreTest {};
 const std::string blankPageLoad = "load html <body style='background:#07090c;margin:0'></body>";
 
 TEST_F(MainWindow, LaunchStepsRunInOrder) {
-  storeAddress();
+  storeOnlineAddress();
   launchApplication();
   // The two timers at the end, of 4 seconds and 6 hours, are those of the update checks.
   EXPECT_THAT(fake.record.take(),
@@ -101,7 +101,7 @@ TEST_F(MainWindow, ReloadStartsMissingOrExitedLocalServer) {
 TEST_F(MainWindow, MissingWebViewOrInvalidAddressAborts) {
   EXPECT_EXIT(delegate().showError("x"), testing::KilledBySignal(SIGABRT),
               "^Orvel OS: an error page before the web view exists\n$");
-  storeAddress();
+  storeOnlineAddress();
   EXPECT_DEATH(delegate().reloadPage(), "OS: a reload before the web view exists\n");
   storeAddress("https://os test");
   createWebView();
@@ -146,7 +146,7 @@ TEST_F(MainWindowOnOccupiedPort, RepeatedReloadLoadsPageOnceWhenPortIsFree) {
     delegate().reloadPage();
     fake.scheduler.advance(20ms);
   }
-  freeLocalPort();
+  restoreLocalPort();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
 }
@@ -154,18 +154,18 @@ TEST_F(MainWindowOnOccupiedPort, RepeatedReloadLoadsPageOnceWhenPortIsFree) {
 TEST_F(MainWindowOnOccupiedPort, ReloadShowsErrorPageAndLaterReloadProbesAgain) {
   delegate().reloadPage();
   waitAndExpectOnlyErrorPage();
-  freeLocalPort();
+  restoreLocalPort();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.record.count("load http"), 0U) << "without another reload";
   occupyLocalPort();
   delegate().reloadPage();
-  freeLocalPort();
+  restoreLocalPort();
   fake.scheduler.advance(1s);
   EXPECT_EQ(fake.record.count("load http://127.0.0.1:4767/"), 1U);
 }
 
 TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfEarlierLocalAddress) {
-  storeAddress();
+  storeOnlineAddress();
   web().delegate.webViewWebContentProcessDidTerminate();
   EXPECT_EQ(fake.record.count("reload"), 0U);
   EXPECT_EQ(fake.record.count("GET https://os.test/api/wie"), 1U);
@@ -179,7 +179,7 @@ TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessShowsErrorPage) {
 TEST_F(MainWindowOnOccupiedPort,
        TerminatedWebProcessReloadsErrorPageWhenAnotherUserTakesPortAfterProbe) {
   delegate().showError("message");
-  freeLocalPort();
+  restoreLocalPort();
   delegate().openOS();
   occupyLocalPort();
   fake.scheduler.runUntilIdle();
@@ -190,7 +190,7 @@ TEST_F(MainWindowOnOccupiedPort,
 }
 
 TEST_F(MainWindowOnOccupiedPort, TerminatedWebProcessDoesNotReloadPageOfExitedServer) {
-  freeLocalPort();
+  restoreLocalPort();
   lastServer().exit(1);
   // The exit of the server has not been reported yet.
   web().delegate.webViewWebContentProcessDidTerminate();

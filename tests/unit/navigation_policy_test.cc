@@ -197,7 +197,7 @@ TEST_F(NavigationDecisions, AllowedOrDroppedNavigationHasNoConsequence) {
   EXPECT_THAT(fake.record.take(), IsEmpty());
 }
 
-TEST_F(NavigationDecisions, PolicyForHasNoConsequence) {
+TEST_F(NavigationDecisions, AskingForPolicyHasNoConsequence) {
   const WebViewDelegate &delegate = web().delegate;
   const auto file = Url::parse("http://127.0.0.1:4767/api/bestand/12");
   EXPECT_EQ(delegate.policyFor({file, mainFrame}), NavigationPolicy::cancel);
@@ -222,7 +222,7 @@ TEST_F(NavigationDecisions, NewWindowRequestOpensOrDownloadsUrlAtOnce) {
               ElementsAre("open https://example.test/", "open sms:+31612345678"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
   EXPECT_THAT(fake.record.take(), ElementsAre(downloadStart));
-  storeAddress();
+  storeOnlineAddress();
   web().delegate.createWebView(Url::parse("https://os.test/index.html"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
   EXPECT_THAT(fake.record.take(),

@@ -62,7 +62,7 @@ TEST_F(Quitting, NoServerStartsAndNoAddressIsProbedWhileQuitting) {
   EXPECT_FALSE(lastServer().isRunning());
   delegate().reloadPage();
   delegate().openOS();
-  storeAddress();
+  storeOnlineAddress();
   delegate().openOS();
   fake.scheduler.advance(1min);
   EXPECT_EQ(fake.processes.launched.size(), 1U);

@@ -103,7 +103,7 @@ TEST_F(Readiness, OnlineResponseOtherThanStatus200IsRetried) {
   for (const int status : {100, 199, 201, 204, 301, 304, 401, 404, 500}) {
     responses.push_back({.statusCode = status});
   }
-  storeAddress();
+  storeOnlineAddress();
   for (const FakeResponse &response : responses) {
     fake.http.sent.clear();
     fake.http.setResponses("https://os.test/api/wie", {response});
@@ -119,7 +119,7 @@ TEST_F(Readiness, OnlineResponseOtherThanStatus200IsRetried) {
 TEST_F(Readiness, Status200IsReadyForAnyBody) {
   for (const auto &body : {std::optional<std::string>(), std::optional<std::string>("body")}) {
     SCOPED_TRACE(body.value_or("no body"));
-    storeAddress();
+    storeOnlineAddress();
     fake.http.sent.clear();
     fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200, .body = body}});
     openOS();
@@ -130,7 +130,7 @@ TEST_F(Readiness, Status200IsReadyForAnyBody) {
 }
 
 TEST_F(Readiness, ChangeToLocalAddressWithoutServerEndsProbes) {
-  storeAddress();
+  storeOnlineAddress();
   openOS();
   fake.scheduler.advance(1s);
   storeAddress("http://127.0.0.1:4767/");
@@ -262,14 +262,14 @@ TEST_F(Readiness, InvalidAddressAborts) {
 
 TEST_F(Readiness, SuccessfulProbeBeforeWebViewAborts) {
   delegate().web.reset();
-  storeAddress();
+  storeOnlineAddress();
   fake.http.setResponses("https://os.test/api/wie", {{.statusCode = 200}});
   openOS();
   EXPECT_DEATH(fake.scheduler.runUntilIdle(), "OS: the OS is ready before the web view exists\n");
 }
 
 TEST_F(Readiness, ProbesRetainDelegateUntilPageLoads) {
-  storeAddress();
+  storeOnlineAddress();
   fake.http.setResponses("https://os.test/api/wie",
                          {{.delay = 1s}, {.statusCode = 200, .delay = 1s}});
   fake.windows.cookies.delay = 1s;
@@ -295,19 +295,19 @@ TEST_F(Readiness, KeyCookieNeedsHostAndKey) {
 
 TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
   // The argument of waitForServer is the number of failed probes: 8 before the last of nine.
-  const int lastOnlineProbe = 8;
+  const int failedOnlineProbes = 8;
   delegate().startServer();
   fake.http.setResponses("https://os.test/api/wie", {{.delay = 1s}});
-  storeAddress();
-  delegate().waitForServer(lastOnlineProbe);
+  storeOnlineAddress();
+  delegate().waitForServer(failedOnlineProbes);
   storeAddress("http://127.0.0.1:4767/");
   fake.record.take();
   fake.scheduler.advance(1s);
   // The interval of local probes, which end only after 61 failures.
   EXPECT_THAT(fake.record.take(), ElementsAre("after 250 ms"));
 
-  delegate().waitForServer(lastOnlineProbe);
-  storeAddress();
+  delegate().waitForServer(failedOnlineProbes);
+  storeOnlineAddress();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(shownError(), StartsWith("Geen verbinding met https://os.test/."));
 }
@@ -330,7 +330,7 @@ TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {
   occupyLocalPort();
   openOS();
   fake.scheduler.advance(499ms);
-  freeLocalPort();
+  restoreLocalPort();
   fake.scheduler.advance(1ms);
   EXPECT_THAT(probeTimes(), ElementsAre(500ms));
   EXPECT_EQ(web().shownUrl, "http://127.0.0.1:4767/");
@@ -362,7 +362,7 @@ TEST_F(Readiness, PageIsNotLoadedWhenPortIsTakenOrServerExitsAfterProbeIsSent) {
   for (const auto &[moment, probeDelay, cookieDelay, hasKey] : moments) {
     for (const auto &[failure, occur, error] : failures) {
       SCOPED_TRACE(failure + " " + moment);
-      freeLocalPort();
+      restoreLocalPort();
       fake.bundle.texts["ORVELOSKey"] = hasKey ? "app-key" : "";
       recreateDelegate();
       fake.http.sent.clear();
@@ -389,7 +389,7 @@ TEST_F(Readiness, ProbeDuringWhichAnotherUserTakesPortFails) {
     occupyLocalPort();
     // The response arrives while another user's program listens.
     fake.scheduler.advance(50ms);
-    freeLocalPort();
+    restoreLocalPort();
     fake.scheduler.advance(250ms);
   }
   EXPECT_EQ(fake.http.sent.size(), 61U);

@@ -13,7 +13,7 @@ const std::string manifestUrl = "https://os.test/download/mac.json";
 class UpdateCheck : public CoreTest {
  protected:
   UpdateCheck() {
-    storeAddress();
+    storeOnlineAddress();
     createWebView();
   }
 
@@ -27,7 +27,7 @@ class UpdateCheck : public CoreTest {
         {{.statusCode = 200, .body = R"({"versie":")" + versie + R"(","zip":")" + zip + "\"}"}});
   }
   /// Returns the messages of all alerts. Expects that no alert has more than a message.
-  std::vector<std::string> noticesWithMessageOnly() const {
+  std::vector<std::string> alertMessages() const {
     std::vector<std::string> texts;
     for (const Alert &alert : fake.panels.shown) {
       EXPECT_EQ(alert, Alert{.messageText = alert.messageText}) << "notice has more than a message";
@@ -77,9 +77,9 @@ TEST_F(UpdateCheck, ManualCheckOfLocalAddressShowsBuildInstructions) {
     storeAddress(address);
     fake.panels.shown.clear();
     delegate().zoekUpdate(silent);
-    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+    EXPECT_THAT(alertMessages(), IsEmpty());
     delegate().zoekUpdate(manual);
-    EXPECT_THAT(noticesWithMessageOnly(),
+    EXPECT_THAT(alertMessages(),
                 ElementsAre("Op deze Mac werk je de app bij met: ./scripts/build-app.sh"));
   }
   EXPECT_THAT(fake.http.sent, IsEmpty());
@@ -88,7 +88,7 @@ TEST_F(UpdateCheck, ManualCheckOfLocalAddressShowsBuildInstructions) {
 TEST_F(UpdateCheck, InvalidAddressEndsCheckWithoutNotice) {
   storeAddress("https://os test");
   check(manual);
-  EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+  EXPECT_THAT(alertMessages(), IsEmpty());
   EXPECT_THAT(fake.http.sent, IsEmpty());
 }
 
@@ -99,9 +99,9 @@ TEST_F(UpdateCheck, ManualCheckWithoutNewerVersionReportsCurrentVersion) {
     SCOPED_TRACE(versie);
     publishRelease(versie);
     check(silent);
-    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+    EXPECT_THAT(alertMessages(), IsEmpty());
     check(manual);
-    EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
+    EXPECT_THAT(alertMessages(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
   }
 }
 
@@ -118,10 +118,10 @@ TEST_F(UpdateCheck, OnlyManualCheckReportsFailure) {
     fake.panels.shown.clear();
     fake.http.setResponses(manifestUrl, {failure});
     check(silent);
-    EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+    EXPECT_THAT(alertMessages(), IsEmpty());
     delegate().zoekUpdateMenu();
     fake.scheduler.runUntilIdle();
-    EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Kon niet controleren op updates."))
+    EXPECT_THAT(alertMessages(), ElementsAre("Kon niet controleren op updates."))
         << "status " << failure.statusCode.value_or(0) << ", body "
         << failure.body.value_or("absent");
   }
@@ -145,7 +145,7 @@ TEST_F(UpdateCheck, NewerVersionIsDownloadedWithoutQuestion) {
       check(stil);
       EXPECT_THAT(fake.record.callsStartingWith("download"),
                   ElementsAre("download " + address + " timeout 60000 ms [X-ORVEL-App: app-key]"));
-      EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+      EXPECT_THAT(alertMessages(), IsEmpty());
     }
   }
 }
@@ -170,7 +170,7 @@ TEST_F(UpdateCheck, SilentChecksRunFourSecondsAfterLaunchAndEverySixHours) {
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 2U);
   fake.scheduler.advance(12h);
   EXPECT_EQ(fake.record.count("GET " + manifestUrl), 4U);
-  EXPECT_THAT(noticesWithMessageOnly(), IsEmpty());
+  EXPECT_THAT(alertMessages(), IsEmpty());
 }
 
 TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
@@ -179,7 +179,7 @@ TEST_F(UpdateCheck, ConcurrentChecksAreIndependent) {
   delegate().zoekUpdate(manual);
   fake.scheduler.runUntilIdle();
   EXPECT_EQ(fake.http.sent.size(), 2U);
-  EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
+  EXPECT_THAT(alertMessages(), ElementsAre("Orvel OS 1.0 is de nieuwste versie."));
 }
 
 TEST_F(UpdateCheck, InstallationStartsWhileMainThreadIsBlocked) {
@@ -199,7 +199,7 @@ TEST_F(UpdateCheck, CheckRetainsDelegateUntilNotice) {
   fake.clock.sleep(1s);
   EXPECT_FALSE(weakDelegate.expired()) << "before the notice";
   fake.scheduler.runUntilIdle();
-  EXPECT_THAT(noticesWithMessageOnly(), ElementsAre("Kon niet controleren op updates."));
+  EXPECT_THAT(alertMessages(), ElementsAre("Kon niet controleren op updates."));
   EXPECT_TRUE(weakDelegate.expired());
 }
 

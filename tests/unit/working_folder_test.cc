@@ -67,7 +67,7 @@ TEST_F(WorkingFolder, ContentsThatCannotBeRemovedEndInstallation) {
   EXPECT_EQ(installedVersion(), "new");
 }
 
-TEST_F(WorkingFolder, OfVersionWithSlashIsOnlyForOwner) {
+TEST_F(WorkingFolder, FolderOfVersionWithSlashIsOnlyForOwner) {
   unpackArchive = [](const std::string &, const std::string &folder) {
     EXPECT_EQ(posix_test::modeOf(folder), 0700U);
     EXPECT_EQ(posix_test::modeOf(std::filesystem::path(folder).parent_path()), 0700U);

@@ -9,7 +9,7 @@ namespace orvel {
 
 namespace {
 
-GApplication *base(const GObjectPointer<GtkApplication> &application) {
+GApplication *asGApplication(const GObjectPointer<GtkApplication> &application) {
   return G_APPLICATION(application.get());
 }
 
@@ -25,7 +25,7 @@ GtkApplicationHost::GtkApplicationHost(const std::string &identifier, std::funct
       startup_(std::move(startup)) {
   // The application has no GResources. With the default base path, GTK would search there for
   // icons, and would first discard the icon theme that one of its threads has already read.
-  g_application_set_resource_base_path(base(application_), nullptr);
+  g_application_set_resource_base_path(asGApplication(application_), nullptr);
   // X11 (WM_CLASS) and Wayland (app_id) use this name to find the desktop entry.
   g_set_prgname(identifier.c_str());
   connections_.emplace_back(
@@ -46,18 +46,18 @@ void GtkApplicationHost::run() {
   }
   connectToSessionBus();
   // Command-line arguments are ignored.
-  g_application_run(base(application_), 0, nullptr);
+  g_application_run(asGApplication(application_), 0, nullptr);
   for (const guint source : sources) g_source_remove(source);
 }
 
 void GtkApplicationHost::connectToSessionBus() {
-  if (!g_application_register(base(application_), nullptr, nullptr)) {
+  if (!g_application_register(asGApplication(application_), nullptr, nullptr)) {
     // The bus has refused the name, so this process runs on its own, as without a bus.
-    g_application_set_flags(base(application_), G_APPLICATION_NON_UNIQUE);
-    g_application_register(base(application_), nullptr, nullptr);
+    g_application_set_flags(asGApplication(application_), G_APPLICATION_NON_UNIQUE);
+    g_application_register(asGApplication(application_), nullptr, nullptr);
   }
   // By default GIO ends the process when the bus closes the connection.
-  if (GDBusConnection *bus = g_application_get_dbus_connection(base(application_))) {
+  if (GDBusConnection *bus = g_application_get_dbus_connection(asGApplication(application_))) {
     g_dbus_connection_set_exit_on_close(bus, FALSE);
   }
 }
@@ -69,7 +69,7 @@ void GtkApplicationHost::activated() {
   }
   launched_ = true;
   // GApplication ends its main loop when the last window closes; the hold prevents that.
-  g_application_hold(base(application_));
+  g_application_hold(asGApplication(application_));
   delegate_->applicationDidFinishLaunching();
 }
 
@@ -94,13 +94,13 @@ void GtkApplicationHost::replyToShouldTerminate() {
 void GtkApplicationHost::finish() {
   isMainLoopEnding_ = true;
   if (terminationHandler_) std::exchange(terminationHandler_, nullptr)();
-  g_application_quit(base(application_));
+  g_application_quit(asGApplication(application_));
 }
 
 void GtkApplicationHost::setMainWindow(GtkWindow *window) {
   g_set_weak_pointer(&mainWindow_, window);
   // Not registered in tests that create a window without `run`.
-  if (g_application_get_is_registered(base(application_))) {
+  if (g_application_get_is_registered(asGApplication(application_))) {
     gtk_application_add_window(application_.get(), window);
   }
 }

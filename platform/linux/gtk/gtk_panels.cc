@@ -14,7 +14,7 @@ namespace {
 // Sizes in points.
 constexpr int margin = 24;
 constexpr int spacing = 12;
-constexpr int textWidth = 340;
+constexpr int minTextWidth = 340;
 constexpr int maxTextHeight = 420;
 // Maximum lengths in characters.
 constexpr int maxLineLength = 60;
@@ -149,7 +149,7 @@ class GtkPanels::AlertWindow {
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
     gtk_label_set_max_width_chars(GTK_LABEL(label), maxLineLength);
     gtk_label_set_xalign(GTK_LABEL(label), 0);
-    gtk_widget_set_size_request(label, textWidth, -1);
+    gtk_widget_set_size_request(label, minTextWidth, -1);
     return label;
   }
 

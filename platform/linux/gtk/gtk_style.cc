@@ -11,7 +11,7 @@ namespace orvel {
 
 namespace {
 
-constexpr const char *preferDark = "gtk-application-prefer-dark-theme";
+constexpr const char *preferDarkProperty = "gtk-application-prefer-dark-theme";
 
 /// Returns a colour in CSS notation, without its alpha.
 std::string cssColor(const Color &color) {
@@ -84,8 +84,8 @@ window.orvel.aboutdialog headerbar, window.orvel.aboutdialog headerbar:backdrop 
 /// because GTK would load the theme again.
 void keepDark(GtkSettings *settings) {
   gboolean isDark = FALSE;
-  g_object_get(settings, preferDark, &isDark, nullptr);
-  if (isDark == FALSE) g_object_set(settings, preferDark, TRUE, nullptr);
+  g_object_get(settings, preferDarkProperty, &isDark, nullptr);
+  if (isDark == FALSE) g_object_set(settings, preferDarkProperty, TRUE, nullptr);
 }
 
 }  // namespace
@@ -94,7 +94,7 @@ void makeDarkThemeDefault() {
   // GtkSettings loads the theme in its constructor, so only the default value of the
   // property can take effect in time. The class reference is kept for the whole process.
   auto *settings = static_cast<GObjectClass *>(g_type_class_ref(GTK_TYPE_SETTINGS));
-  GParamSpec *dark = g_object_class_find_property(settings, preferDark);
+  GParamSpec *dark = g_object_class_find_property(settings, preferDarkProperty);
   G_PARAM_SPEC_BOOLEAN(dark)->default_value = TRUE;
 }
 

@@ -43,7 +43,7 @@ GtkMainWindow::GtkMainWindow(const WindowConfiguration &configuration, GtkWidget
   menuBar.addEditingKeys(window_);
   GtkWidget *menus = menuBar.makeWidget();
   fullScreenBar_.emplace(window_, makeHeader(configuration, menus), menus, content);
-  monitors_.emplace(window_, [this] { fitMinimumSize(); });
+  monitorWatch_.emplace(window_, [this] { fitMinimumSize(); });
   restoreFrame(configuration);
   application_.setMainWindow(window_);
   application_.setTerminationHandler([this] { saveFrame(); });
@@ -64,13 +64,13 @@ GtkMainWindow::~GtkMainWindow() {
   application_.setTerminationHandler(nullptr);
   g_clear_handle_id(&saveTimer_, g_source_remove);
   connections_.clear();
-  monitors_.reset();
+  monitorWatch_.reset();
   fullScreenBar_.reset();
   gtk_window_destroy(window_);
 }
 
 std::optional<Rect> GtkMainWindow::visibleArea() const {
-  const auto monitor = monitors_->monitor();
+  const auto monitor = monitorWatch_->monitor();
   return monitor ? std::optional(visibleFrame(monitor.get())) : std::nullopt;
 }
 

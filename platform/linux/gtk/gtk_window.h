@@ -49,7 +49,7 @@ class GtkMainWindow final : public Window {
   const double minimumHeight_;
   // The destructor resets these two before it destroys window_, which must outlive them.
   std::optional<FullScreenBar> fullScreenBar_;
-  std::optional<MonitorWatch> monitors_;
+  std::optional<MonitorWatch> monitorWatch_;
   /// The source that saves the frame after a delay, or zero.
   guint saveTimer_ = 0;
   std::vector<SignalConnection> connections_;

@@ -89,8 +89,8 @@ std::optional<std::string> suggestedFilename(const FileNameFields &fields, const
   if (found.name.empty()) found = nameFromAddress(address.absoluteString);
   auto &[name, isHost] = found;
   if (name.empty()) return std::nullopt;
-  const bool isFolderName = name == "." || name == "..";
-  if (fields.mediaType && !isFolderName && (isHost || !hasExtension(name))) {
+  const bool isDotOrDotDot = name == "." || name == "..";
+  if (fields.mediaType && !isDotOrDotDot && (isHost || !hasExtension(name))) {
     if (const auto extension = usualExtension(*fields.mediaType)) name += "." + *extension;
   }
   return name;

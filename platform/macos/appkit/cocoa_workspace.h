@@ -7,7 +7,6 @@ namespace orvel {
 /// The default applications, by NSWorkspace. Main thread only.
 class CocoaWorkspace final : public Workspace {
  public:
-  /// Does nothing for a URL that Foundation cannot represent.
   void open(const Url &url) override;
   void openFile(const std::string &path) override;
 };

@@ -28,11 +28,11 @@
   // the task then ends with the redirect response.
   const auto follow =
       orvel::oneShot<NSURLRequest *>([handler](NSURLRequest *next) { handler(next); }, nil);
-  const auto from = orvel::fromCocoa(_request.URL);
+  const auto firstUrl = orvel::fromCocoa(_request.URL);
   const auto to = orvel::fromCocoa(request.URL);
   // Stays set, so that a later redirect back to the first host gets no fields either.
-  _withholdsHeaders = _withholdsHeaders || !from || !to || _forwardsHeaders == nullptr ||
-                      !_forwardsHeaders(*from, *to);
+  _withholdsHeaders = _withholdsHeaders || !firstUrl || !to || _forwardsHeaders == nullptr ||
+                      !_forwardsHeaders(*firstUrl, *to);
   NSMutableURLRequest *next = [request mutableCopy];
   next.HTTPShouldHandleCookies = _request.HTTPShouldHandleCookies;
   // Foundation drops some fields on a redirect, so set or clear them all.

@@ -8,7 +8,7 @@ namespace orvel {
 
 namespace {
 
-using SystemClock = std::chrono::system_clock;
+using WallClock = std::chrono::system_clock;
 using Seconds = std::chrono::duration<NSTimeInterval>;
 
 /// Returns the cookie, or nil when NSHTTPCookie rejects its properties.
@@ -38,7 +38,7 @@ Cookie fromCocoa(NSHTTPCookie *cookie) {
   if (NSDate *expires = cookie.expiresDate) {
     const Seconds since1970(expires.timeIntervalSince1970);
     result.expires =
-        SystemClock::time_point(std::chrono::duration_cast<SystemClock::duration>(since1970));
+        WallClock::time_point(std::chrono::duration_cast<WallClock::duration>(since1970));
   }
   return result;
 }
