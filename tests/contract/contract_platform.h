@@ -65,11 +65,11 @@ class ContractPlatform {
   /// everything else as URLs. Default applications are registered for http, mailto and
   /// text files.
   virtual std::vector<std::string> opened() = 0;
-  /// Sets the response to the next request for a URL on the fake platform. Has no effect on
+  /// Sets the response to all further requests for a URL on the fake platform. Has no effect on
   /// a platform that opens real connections. With a body of nullopt, the response fails after
   /// its head. The fake platform refuses a connection to a URL without a response.
-  virtual void scriptNextResponse(const std::string & /*url*/, int /*status*/,
-                                  const std::optional<std::string> & /*body*/) {}
+  virtual void scriptResponse(const std::string & /*url*/, int /*status*/,
+                              const std::optional<std::string> & /*body*/) {}
   /// Returns whether an alert is open. Desktop platforms only.
   virtual bool isAlertOpen() { return false; }
   /// Kills the process that runs the page of the only web view. Desktop platforms only.

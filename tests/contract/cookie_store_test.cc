@@ -45,7 +45,6 @@ class CookieStoreContract : public ContractTest {
   PermissiveDelegate delegate;
   const WebWindow window = [this] {
     WebViewConfiguration configuration;
-    configuration.applicationNameForUserAgent = "ORVELOS/";
     configuration.persistentDataStore = false;
     return platform->interfaces().windows.create({}, configuration, delegate);
   }();

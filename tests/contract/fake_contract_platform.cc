@@ -60,19 +60,19 @@ class FakeContractPlatform final : public ContractPlatform {
   void closeAlert() override { answer(std::nullopt); }
   std::vector<std::string> opened() override {
     // How the record's entries for the two functions of Workspace begin.
-    constexpr std::string_view openUrl = "open ";
-    constexpr std::string_view openFile = "open file ";
+    constexpr std::string_view openUrlPrefix = "open ";
+    constexpr std::string_view openFilePrefix = "open file ";
     std::vector<std::string> all;
-    for (std::string entry : fake_.record.callsStartingWith(openUrl)) {
-      entry.erase(0, (entry.starts_with(openFile) ? openFile : openUrl).size());
+    for (std::string entry : fake_.record.callsStartingWith(openUrlPrefix)) {
+      entry.erase(0, (entry.starts_with(openFilePrefix) ? openFilePrefix : openUrlPrefix).size());
       // The fake records the call, but no application can receive a missing file.
       const bool isMissingFile = entry.starts_with('/') && !std::filesystem::exists(entry);
       if (!isMissingFile) all.push_back(entry);
     }
     return all;
   }
-  void scriptNextResponse(const std::string &url, int status,
-                          const std::optional<std::string> &body) override {
+  void scriptResponse(const std::string &url, int status,
+                      const std::optional<std::string> &body) override {
     fake_.http.setResponses(url, {{.statusCode = status, .body = body}});
   }
   void requestTermination() override { fake_.application.requestTermination(); }

@@ -40,7 +40,7 @@ class HttpDownloadContract : public ContractTest {
   /// Downloads `body_` from a server that responds with a status such as "200 OK".
   Observation fetchWithStatus(const std::string &status, const std::string &moveTo = "") {
     const LoopbackServer server(respondWith(response(status, body_)));
-    platform->scriptNextResponse(server.url("/list.csv"), std::stoi(status), body_);
+    platform->scriptResponse(server.url("/list.csv"), std::stoi(status), body_);
     return fetch(server.url("/list.csv"), moveTo);
   }
 
@@ -74,7 +74,7 @@ TEST_P(HttpDownloadContract, BodyOfErrorStatusIsDelivered) {
 
 TEST_P(HttpDownloadContract, TruncatedBodyGivesResponseWithoutFile) {
   const LoopbackServer server(respondWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nab"));
-  platform->scriptNextResponse(server.url(), 200, std::nullopt);
+  platform->scriptResponse(server.url(), 200, std::nullopt);
   const Download download = fetch(server.url()).download;
   ASSERT_TRUE(download.response);
   EXPECT_EQ(download.response->statusCode, 200);

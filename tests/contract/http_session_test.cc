@@ -16,7 +16,7 @@ class HttpSessionContract : public ContractTest {
   void expectResponseWithoutBody(const LoopbackServer &server, std::chrono::milliseconds timeout) {
     UrlRequest request = requestOf(server.url("/api/wie"));
     request.timeout = timeout;
-    platform->scriptNextResponse(request.url.absoluteString, 200, std::nullopt);
+    platform->scriptResponse(request.url.absoluteString, 200, std::nullopt);
     DataReply received;
     int completions = 0;
     platform->interfaces().http.dataTask(request, [&](const DataReply &reply) {

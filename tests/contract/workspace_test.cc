@@ -28,7 +28,7 @@ TEST_P(WorkspaceContract, UrlReachesApplicationUnchanged) {
   EXPECT_THAT(platform->opened(), ElementsAre("http://example.test/a%20b?c='d'&e=$HOME;f#g"));
 }
 
-TEST_P(WorkspaceContract, SchemeSelectsApplication) {
+TEST_P(WorkspaceContract, UrlsOfTwoSchemesReachApplications) {
   open("mailto:somebody@example.test?subject=Hello");
   open("http://example.test/");
   ASSERT_TRUE(waitForOpened(2));
@@ -37,7 +37,7 @@ TEST_P(WorkspaceContract, SchemeSelectsApplication) {
                                                        "http://example.test/"));
 }
 
-TEST_P(WorkspaceContract, FileTypeSelectsApplication) {
+TEST_P(WorkspaceContract, FileReachesApplicationByItsPath) {
   const std::string path = folder.file("a 'list' #2 100% é.txt", "contents\n");
   openFile(path);
   ASSERT_TRUE(waitForOpened(1));
