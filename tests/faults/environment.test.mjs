@@ -153,13 +153,14 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     const oldBundle = fingerprint(user.bundle);
     offerRelease(server, '1.1', makeTooLargeRelease(user));
     await user.startAndShowPage({ server, wrapper });
-    // The silent check finds the release.
+    // The silent check for updates after the start finds the release.
     await server.awaitRequest(archivePath);
     // The result of a second check appears only after the installation has ended.
     offerNoLaterRelease(server);
     await checkAndCloseNotice(screen, upToDateNotice());
     assert.equal(fingerprint(user.bundle), oldBundle);
-    // The mount is visible only through the root folder of the application's process.
+    // The partial file stays until the next installation. The mount is visible only through the
+    // root folder of the application's process.
     const stored = sizeOnDisk('large', `/proc/${user.run.pid}/root${temporary}`);
     assert.ok(stored > 0 && stored < diskSize, `the partial file takes ${stored} bytes`);
     offerRelease(server, '1.1', makeRelease(user));
@@ -199,6 +200,7 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
     const jumps = ['+366d', '-366d', '+0d'];
     setClock('+0d');
     dataRoot.setRoutes({ '/api/wie': { status: 503 } });
+    // With FAKETIME_NO_CACHE, libfaketime reads the file for each call.
     user.start({ environment: {
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',

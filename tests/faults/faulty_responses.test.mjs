@@ -24,7 +24,7 @@ const accepted = { probe: 'ready', page: 'shown', file: 'complete', manifest: 'a
 const pending = { probe: 'waits', page: 'reloads', file: 'waits', manifest: 'waits' };
 
 /// Each response with its outcome for each request, or undefined where another test covers it.
-/// The archive of a release has no column, because it is downloaded like a file.
+/// The request for the archive of a release is left out, because it is downloaded like a file.
 const faultyResponses = {
   'connection reset': { route: { reset: true }, outcomes: rejected },
   // A probe succeeds by the status 200 alone, even if the body fails, but waits for a slow body.
@@ -124,6 +124,7 @@ test('faulty responses to a download leave no partial file', async (user, screen
   const { dataRoot } = user;
   const desktop = new Desktop(user);
   const csv = csvRoute('one;two\n'.repeat(2000));
+  // Links to paths below /api/bestand/ are downloaded. The media type gives the extension.
   const path = '/api/bestand/file';
   const layout = await user.startWithPage(link('file', path));
   let requests = 0;
@@ -146,7 +147,7 @@ test('faulty responses to a download leave no partial file', async (user, screen
     }
     assert.deepEqual(desktop.downloadedFiles(), saved);
   });
-  // The application quits while two responses are pending.
+  // The application quits during "no response" and "one byte a second".
   await user.terminate();
   assert.deepEqual(desktop.downloadedFiles(), saved);
   assert.equal(dataRoot.requestsTo(path).length, requests);

@@ -15,7 +15,8 @@ const { test } = desktopTests();
 
 test('navigations to blocked schemes by script, link and frame do nothing', async (user) => {
   const desktop = new Desktop(user);
-  // Not javascript: WebKit runs its script in the page without asking the application.
+  // The scheme javascript is absent, because WebKit runs such a URL in the page without asking the
+  // application.
   const urls = ['file:///etc/passwd', 'data:text/html,gone', 'ftp://elsewhere.test/x',
     'webkit://gpu', 'resource:///org/gtk', 'x-unknown:y'];
   const layout = await user.startWithPage(`
@@ -56,7 +57,7 @@ const repeat = (count, action) =>
   `for (let number = 0; number < ${count}; number += 1) { ${action} }`;
 
 /// Starts the application with a page that runs a script, after a click or, without `click`, some
-/// time after its load. The page then reports "done".
+/// time after its load, so that it is painted first. The page then reports "done".
 async function runScript(user, screen, script, { click = true, routes } = {}) {
   const layout = await user.startWithPage(`<script>
       const run = () => { ${script}; report('done'); };

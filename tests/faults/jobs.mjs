@@ -14,6 +14,7 @@ import {
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const csv = csvRoute('one;two\n'.repeat(100_000));
+// Links to paths below /api/bestand/ are downloaded. The media type gives the extension.
 const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
@@ -92,7 +93,7 @@ export const jobs = {
       context.oldBundle = fingerprint(user.bundle);
       offerRelease(server, '1.1', { body: makeRelease(user), gate: context.gate });
       user.start(startOptions);
-      // The silent check finds the release.
+      // The silent check for updates after the start finds the release.
       await server.awaitRequest(archivePath);
     },
     async finish({ user, screen, gate }) {

@@ -18,6 +18,7 @@ const launchSteps = {
   'network process': (user) => user.processesNamed('WebKitNetworkProcess').length > 0,
   'web process': (user) => user.processesNamed('WebKitWebProcess').length > 0,
   'window': async ({ screen }) => (await screen.windows()).length > 0,
+  // The application looks for a stale server with lsof.
   'lsof': (user) => user.processesNamed('lsof').length > 0,
   'server process': ({ dataRoot }) => dataRoot.events('started').length > 0,
   'listening server': ({ dataRoot }) => dataRoot.events('listening').length > 0,

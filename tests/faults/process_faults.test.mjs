@@ -108,9 +108,10 @@ const faults = {
   'no file descriptor is free for a second': {
     short: ['showing'],
     async inject({ run, screen }) {
+      // Sets the soft limit. The hard limit, 4096, is the kernel's default.
       const setLimit = (limit) =>
         spawnSync('prlimit', [`--pid=${run.pid}`, `--nofile=${limit}:4096`]).status;
-      // Only the three standard descriptors.
+      // Permits only the three standard descriptors.
       assert.equal(setLimit(3), 0);
       await screen.pressKeys('ctrl+r');
       await pause(1000);
@@ -119,7 +120,7 @@ const faults = {
     },
     // Without descriptors GLib and WebKit abort an application that is starting or drawing
     // its first page ("Failed to create shared memory" in WebKitGTK 2.54), and WebKit stalls
-    // a page that cannot load an image.
+    // a page that cannot load a resource.
     outcomes: {
       ...sameForEachJob(continues), starting: undefined, polling: undefined, showing: quits,
     },

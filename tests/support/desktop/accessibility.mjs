@@ -17,7 +17,8 @@ const servicesFolder = '/usr/share/dbus-1/accessibility-services';
 
 export class Accessibility {
   /// Starts an accessibility bus for the programs on a screen. The bus is their session bus too,
-  /// because GTK builds the object paths of widgets from the application's path on that bus.
+  /// because GTK builds the object paths of widgets from the application's object path, which an
+  /// application without a session bus lacks.
   static async open(screen) {
     if (!widgetPrinter || !existsSync(widgetPrinter)) {
       throw new Error('ORVEL_PRINT_ACCESSIBLE_WIDGETS does not name a program');

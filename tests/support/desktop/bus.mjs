@@ -11,7 +11,8 @@ import { waitFor } from './wait.mjs';
 /// Starts a bus. `services` is the folder with the descriptions of the services that the bus starts
 /// on demand. Returns the address, the process, and a function that closes the bus.
 export async function openBus({ services, environment = process.env } = {}) {
-  // WebKit cannot parse a bus address with a space in it.
+  // Unlike other folders of the tests, this one has no spaces in its name, because WebKit cannot
+  // parse a bus address with a space.
   const folder = mkdtempSync(join(tmpdir(), 'orvel-e2e-bus-'));
   const address = `unix:path=${folder}/bus`;
   const configuration = join(folder, 'bus.conf');

@@ -14,8 +14,10 @@ import { waitFor } from './wait.mjs';
 
 const supportFolder = dirname(fileURLToPath(import.meta.url));
 
+/// A data root together with its server, to which the pages report.
 export class DataRoot extends PageReports {
-  /// Creates the folder, and installs the server unless `behaviour` is null.
+  /// Creates the folder, and installs the server unless `behaviour` is null. fixture_server.mjs
+  /// lists the members of `behaviour`.
   constructor(path, behaviour = {}) {
     super();
     this.path = path;

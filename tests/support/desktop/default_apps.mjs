@@ -15,7 +15,7 @@ const mediaTypes = [
 ];
 
 /// The URL of the barrier link, which a test clicks last. The application handles links in order,
-/// so once its URL has been opened, all earlier clicks have been handled.
+/// so once this URL has been opened, all earlier clicks have been handled.
 export const barrierUrl = 'https://barrier.test/';
 export const barrierLink = link('barrier', barrierUrl);
 
@@ -63,7 +63,7 @@ export class Desktop {
       `[Desktop Entry]\nType=Application\nName=${name}\n${lines}\n`);
   }
 
-  /// Makes an application with D-Bus activation the default for a scheme.
+  /// Makes an application with D-Bus activation the default for a scheme. Exec names false(1).
   setDBusActivatedDefault(scheme, name) {
     this.writeDesktopEntry(name, 'DBusActivatable=true\nExec=false');
     const defaults = join(this.user.environment.XDG_CONFIG_HOME, 'mimeapps.list');
@@ -96,7 +96,8 @@ export class Desktop {
       this.launches().find((launch) => launch.argument === argument));
   }
 
-  /// Clicks the barrier link and waits until it is opened.
+  /// Clicks the barrier link and waits until it is opened. `layout` is the one that the page has
+  /// reported.
   async clickBarrierLink(layout) {
     await this.user.screen.clickElement(layout, 'barrier');
     await this.awaitOpened(barrierUrl);

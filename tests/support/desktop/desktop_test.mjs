@@ -23,8 +23,9 @@ export function desktopTests(screenOptions) {
   let screen;
   let user;
 
-  // The test runner passes every signal on and then ends this process, so the handler
-  // does not wait, and may run twice.
+  // Node's test runner passes every signal on to this process and soon ends it, so the handler
+  // does not wait for the killed processes. A terminal also signals this process, so the handler
+  // may run twice.
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
       user?.killAll();

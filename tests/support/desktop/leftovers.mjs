@@ -33,8 +33,8 @@ export async function assertNoLeftovers(user, configurationFiles = ['defaults.in
   assert.deepEqual({
     failedAssertions: failedAssertions(user.runs.map((run) => run.output).join('')),
     temporary: readdirSync(TMPDIR),
-    // The working folder of an update and its subfolder `part` stay. The application has moved the
-    // unpacked bundle out of them.
+    // The working folder of an update and its subfolder `part` stay until the next installation.
+    // The application has moved the unpacked bundle out of them.
     cache: pathsMatching(XDG_CACHE_HOME, /temporary\/|\.orvel-/)
       .filter((path) => !/\/orvel-os-update-[^/]*(\/part)?$/.test(path)),
     configuration: pathsMatching(XDG_CONFIG_HOME, /^nl\.orvel\.os\//)

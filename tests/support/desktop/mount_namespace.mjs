@@ -17,12 +17,13 @@ export const mountWrapper = (script, ...args) =>
     'sh', '-ec', `${script}\nshift ${args.length}\nexec "$@"`, 'sh', ...args];
 
 /// Returns a wrapper that mounts a full file system at each of the paths. cat fails when no
-/// space is left.
+/// space is left; closing standard error (2>&-) suppresses its message.
 export const fullDiskWrapper = (...paths) => mountWrapper(
   paths.map((_, index) => `mount -t tmpfs -o size=64k none "$${index + 1}"
     cat /dev/zero > "$${index + 1}/full" 2>&- || :`).join('\n'), ...paths);
 
-/// Returns a wrapper that makes a folder read-only, except for one file in it.
+/// Returns a wrapper that makes a folder read-only, except for one file in it, which stays writable
+/// because it is a mount of its own.
 export const readOnlyWrapper = (folder, file) => mountWrapper(`mount --bind "$1" "$1"
   touch "$2"
   mount --bind "$2" "$2"

@@ -4,6 +4,7 @@
 import { PageReports } from './page_reports.mjs';
 import { createTestServer, respond } from './responses.mjs';
 
+/// An online server, to which the pages report.
 export class OnlineServer extends PageReports {
   /// Listens on a free port. The test may change the `routes` later.
   static async open({ host = '127.0.0.2', routes = {} } = {}) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs a command with a loopback interface and a folder of X11 sockets of its own, so
+# Runs a command with a private loopback interface and a private folder of X11 sockets, so
 # that several tests can use port 4767 at once. An ordinary user needs the permission to
 # create user namespaces.
 #
@@ -9,8 +9,9 @@ set -euo pipefail
 if [ "${1-}" = --inside ]; then
   shift
   ip link set lo up
-  # The X servers of all tests have the number 0. Each also needs its own folder of compiled
-  # keymaps: with a common one, an X server can delete the keymap of another that is starting.
+  # With an empty folder of sockets, the X server of every test takes the display number 0. It names
+  # its compiled keymap in /var/lib/xkb by that number, so in a common folder an X server can delete
+  # the keymap of another one that is starting.
   for folder in /tmp/.X11-unix /var/lib/xkb; do mount -t tmpfs -o mode=1777 none "$folder"; done
   # The command of an ordinary user runs without the capabilities that ip and mount need.
   exec setpriv --ambient-caps -all --inh-caps -all "$@"

@@ -44,9 +44,11 @@ ${content}
   };
   const loads = Number(localStorage.getItem('loads') ?? 0) + 1;
   localStorage.setItem('loads', loads);
+  // For tests of the cookies of downloads and of later starts.
   document.cookie = 'persistent=yes; path=/; max-age=86400';
   const field = document.getElementById('field');
   field?.addEventListener('input', () => report('field', { value: field.value }));
+  // A test presses End as a barrier: the page handles keys in order.
   field?.addEventListener('keyup', (event) => event.key === 'End' && report('endKey'));
   addEventListener('resize', () => report('size', size()));
   addEventListener('load', () => {

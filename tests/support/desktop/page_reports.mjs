@@ -4,7 +4,8 @@ import assert from 'node:assert/strict';
 
 import { waitFor } from './wait.mjs';
 
-/// The reports of the pages of a server. The subclass has `requests`, all requests in order.
+/// The requests to a test server, above all the reports of its pages (POST /api/NAME). The subclass
+/// has `requests`, all requests in order.
 export class PageReports {
   requestsTo(url, method = 'GET') {
     return this.requests.filter((request) => request.url === url && request.method === method);

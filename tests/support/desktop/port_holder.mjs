@@ -14,6 +14,7 @@ export async function withPortHolder(args, body) {
   let output = '';
   holder.stdout.on('data', (text) => (output += text));
   try {
+    // describeListeners() has "PID (COMMAND)" for each process.
     await waitFor('a listening process', () => describeListeners().includes(`${holder.pid} (`));
     await body(holder, () => output);
   } finally {

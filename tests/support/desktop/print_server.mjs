@@ -23,7 +23,8 @@ export class PrintServer {
       `Listen ${server.address}\nBrowsing No\nPreserveJobFiles Yes\nDefaultAuthType None\n`);
     const paths = [...folderSettings, ...logSettings].map((name) => `${name} ${path(name)}\n`);
     writeFileSync(path('cups-files.conf'), `FileDevice Yes\n${paths.join('')}`);
-    // Nothing is printed: PreserveJobFiles keeps each document in the spool.
+    // Nothing is printed: PreserveJobFiles keeps each document in the spool, RequestRoot.
+    // FileDevice permits this DeviceURI.
     writeFileSync(path('ServerRoot/printers.conf'),
       `<Printer ${queue}>\nDeviceURI file:///dev/null\nState Idle\nAccepting Yes\n</Printer>\n`);
     server.process = spawn('/usr/sbin/cupsd',

@@ -116,13 +116,14 @@ export function kill(pid, signal = 'SIGKILL') {
 /// TCP_LISTEN in the kernel's tcp_states.h, as /proc/net/tcp has it.
 const listeningState = '0A';
 
-/// Returns a text that names the processes that listen on PORT, or '' if no process does.
+/// Returns a text with "PID (COMMAND)" of each process that listens on PORT, or '' if none does.
 export function describeListeners() {
   const suffix = `:${PORT.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']
     .flatMap((file) => readOrEmpty(file).split('\n').slice(1))
     .map((line) => line.trim().split(/\s+/))
     .filter(([, local = '', , state]) => local.endsWith(suffix) && state === listeningState)
+    // Field 9 is the inode.
     .map((fields) => `socket:[${fields[9]}]`);
   if (sockets.length === 0) return '';
   const holders = pids().filter((pid) => {

@@ -45,18 +45,20 @@ export function makeRelease(user, { version = '1.1', plist = {}, alter = () => {
   cpSync(user.bundle, bundle, { recursive: true });
   const values = { CFBundleShortVersionString: version, ...plist };
   for (const [key, value] of Object.entries(values)) setPlistValue(bundle, key, value);
+  // A folder, a file and a link that the old bundle lacks.
   mkdirSync(join(bundle, 'Contents/Resources/new'));
   writeFileSync(join(bundle, 'Contents/Resources/new/file'), `of ${version}\n`);
   symlinkSync('file', join(bundle, 'Contents/Resources/new/link'));
   alter(bundle);
+  // -y stores symbolic links as links.
   execFileSync('zip', ['-qry', 'archive.zip', basename(bundle)], { cwd: folder });
   const archive = readFileSync(join(folder, 'archive.zip'));
   rmSync(folder, { recursive: true });
   return archive;
 }
 
-/// Makes a key pair for updates. The public key has the form of ORVELOSUpdateKey: an uncompressed
-/// point (SEC 1, section 2.3.3) in base64.
+/// Makes a key pair for updates. The public key has the form of ORVELOSUpdateKey in Info.plist: an
+/// uncompressed point (SEC 1, section 2.3.3) in base64.
 export function makeUpdateKey() {
   const { privateKey, publicKey } = generateKeyPairSync('ec', { namedCurve: 'P-256' });
   const { x, y } = publicKey.export({ format: 'jwk' });

@@ -54,9 +54,9 @@ function sendTrickle(response, body, gate) {
 
 /// Writes to standard output, which the application redirects to the server's log.
 function floodLog(size) {
-  const line = Buffer.alloc(1 << 16, 'flood ');
-  for (let remaining = size; remaining > 0; remaining -= line.length) {
-    writeSync(process.stdout.fd, line);
+  const block = Buffer.alloc(1 << 16, 'flood ');
+  for (let remaining = size; remaining > 0; remaining -= block.length) {
+    writeSync(process.stdout.fd, block);
   }
 }
 

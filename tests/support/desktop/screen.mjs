@@ -125,7 +125,7 @@ export class Screen {
   }
 
   /// Returns the screen position of the middle of an element, by its ID and the page's reported
-  /// layout. The page's bottom edge is that of the screen.
+  /// layout. The window fills the screen, so the page's left and bottom edges are the screen's.
   positionOf(layout, id) {
     const [x, y] = layout.positions[id];
     return [x, y + this.screenshot().height - layout.height];

@@ -89,6 +89,7 @@ export async function installAndRestart(user, server) {
 export async function acceptRestart(user, server) {
   const { run, screen } = user;
   const before = server.paintCount();
+  // zsh, which runs the command that restarts, lowers the priority of background jobs by default.
   const { niceness } = readProcess(run.pid);
   await screen.pressKeys('Return');
   await user.awaitCleanExit(run);

@@ -121,8 +121,8 @@ export class User {
     return run;
   }
 
-  /// Starts the application and waits until it has painted the page of `server`, by default the
-  /// local one.
+  /// Starts the application and waits until it has painted the page of `server`: an OnlineServer,
+  /// or by default the local server, which the data root stands for.
   async startAndShowPage({ server = this.dataRoot, ...options } = {}) {
     const before = server.paintCount();
     const run = this.start(options);
