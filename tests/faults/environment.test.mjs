@@ -49,6 +49,7 @@ const withoutLog = {
 for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
   test(`with ${situation} the application prints the server's output`, { skip }, async (user) => {
     await startAndReload(user, prepare(user));
+    // The fixture server prints a line on each standard stream when it starts.
     assert.match(user.run.output, /line on standard error/);
     assert.ok(!existsSync(user.dataRoot.log));
   });
