@@ -132,7 +132,7 @@ TEST_F(ArchiveExtraction, Utf8NamesAreKeptInCLocale) {
 TEST_F(ArchiveExtraction, ArchiveOfInfoZipIsExtracted) {
   makeTree(folder_.path() / "source", "zip");
   PosixProcessLauncher launcher(processEnvironment());
-  // Without the links whose targets are absolute or contain "..", which are rejected.
+  // -y stores links as links. Those to absolute paths or ".." are left out, as they are rejected.
   const Outcome made = runShell(launcher, "cd '" + folder_.path().string() +
                                               "' && zip -qry archive.zip source -x '*dangling*' "
                                               "'*Linux/information'");

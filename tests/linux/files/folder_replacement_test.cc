@@ -24,16 +24,18 @@ namespace fs = std::filesystem;
 using namespace posix_test;
 
 /// Enters a new mount namespace, and without privileges a new user namespace as well. Only for a
-/// child. Returns false when the system does not permit it.
+/// child of `runInChild`. Returns false when the system does not permit it.
 bool enterMountNamespace() {
   const std::string user = std::to_string(::geteuid());
   const std::string group = std::to_string(::getegid());
   if (::unshare(CLONE_NEWNS) != 0) {
     if (::unshare(CLONE_NEWNS | CLONE_NEWUSER) != 0) return false;
+    // Makes the user root in the namespace. gid_map requires "deny" (user_namespaces(7)).
     std::ofstream("/proc/self/setgroups") << "deny";
     std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
     std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
   }
+  // Keeps later mounts of the child from propagating to the rest of the system.
   return ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
@@ -73,10 +75,10 @@ class FolderReplacement : public testing::Test {
   const fs::path original_ = applications_ / "Orvel OS.app";
   /// Where a replacement from another file system is copied first.
   const fs::path copy_ = applications_ / ".Orvel OS.app.nieuw";
-  /// Where the original is between the two renames that replace RENAME_EXCHANGE.
+  /// Where the original is between the two renames that are used without RENAME_EXCHANGE.
   const fs::path movedOriginal_ = applications_ / ".Orvel OS.app.oud";
   const fs::path replacement_ = folder_.path() / "unpacked";
-  /// A replacement on another file system, which is copied. Empty without another writable one.
+  /// A replacement on another file system, which is copied. Empty without such a file system.
   const fs::path copiedReplacement_ =
       otherFileSystem_ ? otherFileSystem_->path() / "unpacked" : fs::path();
   const std::vector<fs::path> replacements_ =
@@ -139,6 +141,7 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   for (const fs::path &replacement : replacements_) {
     const Tree unpacked = makeTree(replacement, "new");
+    // So that only the mode of the original's parent prevents the replacement.
     giveToOrdinaryUser(replacement.parent_path());
     fs::permissions(applications_, fs::perms(0555));
     for (const bool canExchange : {true, false}) {
@@ -150,7 +153,8 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
       if (canExchange && !isRefused.has_value()) {
         GTEST_SKIP() << "root cannot become an ordinary user";
       }
-      // No result without RENAME_EXCHANGE means that seccomp filters are not permitted.
+      // The child has no result when it cannot disable RENAME_EXCHANGE, because seccomp filters are
+      // not permitted. That is no failure.
       EXPECT_NE(isRefused, false) << replacement << ", exchange supported: " << canExchange;
     }
     expectAtOriginalPath(old);
@@ -192,6 +196,7 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
     unsigned mode;
     bool canBeReplaced;
   };
+  // The folder must be writable too, because a move changes its entry "..".
   for (const Row &row : {Row{0755, 0755, true}, Row{0555, 0755, false}, Row{0755, 0555, false}}) {
     fs::permissions(applications_, fs::perms(row.modeOfParent));
     fs::permissions(original_, fs::perms(row.mode));
@@ -209,6 +214,7 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
 
 TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
   makeTree(original_, "old");
+  // Mounts the folder on itself, because only a mount can become read-only.
   const auto mountHere = [this](unsigned long flags) {
     const char *path = applications_.c_str();
     return ::mount(path, path, nullptr, flags, nullptr) == 0;
@@ -281,6 +287,7 @@ class FolderReplacementKill : public FolderReplacement,
     return (GetParam().canExchange || disableRenameExchange()) && replace(source_);
   }
 
+  /// The replacement of the scenario.
   const fs::path &source_ = GetParam().crossesFileSystems ? copiedReplacement_ : replacement_;
 };
 
@@ -325,7 +332,8 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
         EXPECT_FALSE(fs::exists(source_));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
-  // More than five system calls precede the replacement, and more than five follow it.
+  // More than five system calls precede the replacement, more than five follow it, and a copy needs
+  // more than five.
   EXPECT_GT(oldFolders, 5);
   EXPECT_GT(newFolders, 5);
   if (GetParam().canExchange) {

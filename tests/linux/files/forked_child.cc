@@ -85,7 +85,7 @@ std::optional<int> killAtSystemCall(int number, const Task &task) {
   if (child < 0) return std::nullopt;
   if (child == 0) {
     if (!trace(PTRACE_TRACEME, 0)) exitWithoutResult();
-    ::raise(SIGSTOP);
+    ::raise(SIGSTOP);  // Until the parent has set the options of ptrace.
     runAndExit(task);
   }
   if (!WIFSTOPPED(waitFor(child))) return std::nullopt;
@@ -101,6 +101,7 @@ std::optional<int> killAtSystemCall(int number, const Task &task) {
     const bool isSystemCallStop = WSTOPSIG(status) == systemCallStop;
     // A system call stops the child twice, on entry and on exit.
     if (isSystemCallStop && ++systemCallStops == 2 * number - 1) ::kill(child, SIGKILL);
+    // Delivers any other signal to the child.
     trace(PTRACE_SYSCALL, child, isSystemCallStop ? 0 : WSTOPSIG(status));
     status = waitFor(child);
   }
@@ -141,7 +142,7 @@ bool disableRenameExchange() { return disableSystemCall(SYS_renameat2, EINVAL, R
 bool disableRenameNoReplace() { return disableSystemCall(SYS_renameat2, EINVAL, RENAME_NOREPLACE); }
 
 bool disableHardLinks() {
-  // New architectures have only linkat. Elsewhere link(2) uses its own system call.
+  // New architectures have only the system call linkat. On the others link(2) uses SYS_link.
 #ifdef SYS_link
   return disableSystemCall(SYS_link, EPERM);
 #else

@@ -47,6 +47,7 @@ TEST_F(KeyFileDefaults, StoredValueSurvivesRestart) {
   open().setText("osURL", "https://os.test/");
   EXPECT_EQ(open().text("osURL"), "https://os.test/");
   EXPECT_EQ(contentsOf(path_), "[Defaults]\nosURL=https://os.test/\n");
+  // The temporary file of the write.
   EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".new")));
 }
 
@@ -230,6 +231,7 @@ TEST_F(KeyFileDefaults, KillAtAnySystemCallLeavesOldOrNewValue) {
         EXPECT_FALSE(std::filesystem::exists(pathWithSuffix(".damaged")));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
+  // More than one, because the child that was not killed leaves one new value.
   EXPECT_GT(oldValues, 1);
   EXPECT_GT(newValues, 1);
 }

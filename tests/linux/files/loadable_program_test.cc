@@ -68,6 +68,7 @@ TEST_F(LoadableProgram, ProgramBuiltForThisMachineIsLoadable) {
 }
 
 TEST_F(LoadableProgram, ProgramWithSpecialCharactersInPathIsLoadable) {
+  // Some names look like an option or a message of the loader about a missing dependency.
   for (const std::string name : {"blanks  and 'quotes'", "-rf", "x => not found",
                                  "a' not found (required by b", "line\nbreak"}) {
     const auto folder = folder_.path() / name;
@@ -106,7 +107,8 @@ TEST_F(LoadableProgram, ProgramOfAnotherMachineOrWordSizeIsRejected) {
 }
 
 TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
-  // A library has no PT_INTERP. A static program has neither PT_INTERP nor PT_DYNAMIC.
+  // A library has no PT_INTERP. A static program has no PT_DYNAMIC either. One missing type must be
+  // enough for the rejection.
   for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
     ElfProgram program;
     program.segmentOfType(missingType).p_type = PT_NULL;
@@ -138,8 +140,9 @@ TEST_F(LoadableProgram, FileOtherThanWholeExecutableProgramIsRejected) {
   EXPECT_FALSE(isLoadable(""));
   EXPECT_FALSE(isLoadable("\177ELF"));
   const std::string whole = releaseProgram();
-  // The last size ends before the page of the dynamic section. A file with more bytes may still be
-  // loadable, because the end of the file holds only debug information.
+  // The sizes end in the ELF header, in the program headers, after them, and before the page of the
+  // dynamic section. A file with more bytes may still be loadable, because the end of the file
+  // holds only debug information.
   const std::size_t dynamicPage = ElfProgram().segmentOfType(PT_DYNAMIC).p_offset / 4096 * 4096;
   for (const std::size_t size :
        {std::size_t{60}, std::size_t{200}, std::size_t{1000}, dynamicPage}) {

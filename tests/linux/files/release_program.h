@@ -6,9 +6,9 @@
 
 namespace orvel::posix_test {
 
-/// Returns the bytes of the program of a release, which this machine can start. When executed, it
-/// creates a file "executed" next to itself. It needs `getpgid` of libc.so.6; tests replace these
-/// names by missing ones.
+/// Returns the bytes of a stand-in for the program of a release (release_program/main.cc), which
+/// this machine can start. When executed, it creates a file "executed" next to itself. It
+/// needs `getpgid` of libc.so.6; tests replace these names by missing ones.
 inline std::string releaseProgram() { return contentsOf(ORVELOS_RELEASE_PROGRAM); }
 
 /// Returns the bytes of the program with every occurrence of a text replaced by another text, which

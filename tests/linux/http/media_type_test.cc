@@ -14,6 +14,7 @@ namespace {
 
 class MediaType : public testing::Test {
  public:
+  /// Restores the folders of the system's database.
   ~MediaType() override { g_content_type_set_mime_dirs(nullptr); }
 
  protected:
@@ -61,6 +62,7 @@ TEST_F(MediaType, PatternWithoutLiteralExtensionIsIgnored) {
 
 TEST_F(MediaType, AliasHasExtensionOfItsType) {
   addType("system", "a/b", "<glob pattern=\"*.one\"/>");
+  // The second alias leads out of the database and is ignored.
   std::ofstream(folder_.path() / "system" / "aliases") << "x/other a/b\nx/away ../a/b\n";
   EXPECT_EQ(extensionOf("x/other"), "one");
   EXPECT_EQ(extensionOf("x/oth"), std::nullopt);

@@ -34,8 +34,8 @@ class SoupHttpDownload : public testing::Test {
   Download fetchAndMove(const LoopbackServer &server) {
     return fetchAndMove(session_, requestOf(server.url()));
   }
-  /// Waits, because without O_TMPFILE the file of a failed download is removed only after its
-  /// completion has returned.
+  /// Waits until the folder is empty: on a file system without O_TMPFILE, the file of a failed
+  /// download is removed only after the completion has returned.
   bool folderIsEmpty() const {
     return eventually([this] { return fs::is_empty(folder_.path()); });
   }
@@ -48,7 +48,7 @@ class SoupHttpDownload : public testing::Test {
 TEST_F(SoupHttpDownload, EmptySmallAndLargeBodyIsWritten) {
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 5'000'000U}) {
     std::string body(size, '\0');
-    // Bytes that differ from block to block.
+    // The pattern repeats every 1,792 bytes, so that successive blocks of 2^n bytes differ.
     for (std::size_t at = 0; at < size; ++at) body[at] = static_cast<char>(at * 31 / 7);
     const LoopbackServer server(respondWith(okResponse(body)));
     EXPECT_TRUE(fetchAndMove(server).file) << size;
@@ -133,6 +133,7 @@ TEST_F(SoupHttpDownload, BodyIsNotHeldInMemory) {
   const auto peakMemory = [] {
     rusage usage{};
     ::getrusage(RUSAGE_SELF, &usage);
+    // ru_maxrss is in KiB.
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
   };
   const std::size_t before = peakMemory();

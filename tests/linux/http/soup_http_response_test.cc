@@ -68,6 +68,7 @@ TEST_F(SoupHttpResponse, CompleteGzipBodyIsDecodedAndOtherEncodedBodyFails) {
       "\x49\xcd\x2b\x29\x06\x00\x77\x11\xfa\xb4\x08\x00\x00\x00",
       28);
   expectReply(okResponse(packed, gzipField), 200, "contents");
+  // An alias of gzip (RFC 9110, 8.4.1.3).
   expectReply("HTTP/1.1 200 OK\r\nContent-Encoding: X-GZIP\r\n\r\n" + packed, 200, "contents");
   // Without gzip as the content coding, the body is a compressed file and is not decoded.
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
@@ -115,7 +116,7 @@ TEST_F(SoupHttpResponse, TruncatedOrMalformedHeadFails) {
 
 TEST_F(SoupHttpResponse, TruncatedBodyGivesResponseWithoutBody) {
   const std::string chunked = "Transfer-Encoding: chunked\r\n";
-  // libsoup accepts a head without the empty line at its end.
+  // In the first two rows the head ends without an empty line, which libsoup accepts.
   for (const std::string &rest :
        {std::string("Content-Length: 5\r\n"), chunked, std::string("Content-Length: 5\r\n\r\n"),
         std::string("Content-Length: 5\r\n\r\nabcd"),

@@ -71,7 +71,8 @@ TEST(SoupHttpSession, DestructionCompletesEveryRequestOnce) {
     if (head.starts_with("GET /begun ")) client.send("HTTP/1.1 200 OK\r\n\r\nabc");
     client.waitForClose();
   });
-  // Requests that wait for a head, a body, a connection and a name, and one that is not sent.
+  // Requests that wait for a head, the rest of a body, a connection and the address of a host, and
+  // one that is not sent.
   const std::vector<std::string> addresses{server.url("/silent"), server.url("/begun"),
                                            unresponsiveUrl(), "http://name.invalid/", "ftp://x"};
   for (int round = 0; round < 20; ++round) {
@@ -108,6 +109,7 @@ TEST(SoupHttpSession, DestructionWaitsForBlockingCompletionAndItsRequest) {
   });
   HttpReplies replies;
   auto session = std::make_unique<SoupHttpSession>();
+  // Captures the pointer, because `session` is null while the destructor runs.
   session->dataTask(requestOf(server.url()), [&, own = session.get()](const DataReply &) {
     blocking.set_value();
     // The destructor cancels the silent request.
