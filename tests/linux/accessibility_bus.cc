@@ -28,7 +28,8 @@ constexpr const char *accessibleInterface = "org.a11y.atspi.Accessible";
 /// the role dialog before.
 enum class Role : std::uint32_t { alert = 2, dialog = 16, label = 29, pushButton = 43 };
 
-/// An object on the accessibility bus. Its functions throw when a call over the bus fails.
+/// An object on the accessibility bus. `owner` is the bus name of the application that has it. The
+/// functions throw when a call over the bus fails.
 class Accessible {
  public:
   Accessible(std::shared_ptr<GDBusConnection> bus, std::string owner, std::string path)

@@ -33,7 +33,7 @@ class TestHome {
       std::filesystem::create_directories(path() / kind);
       ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (path() / kind).c_str(), 1);
     }
-    // Without a session bus, the application cannot reach another instance of itself.
+    // Without a session bus, the application does not hand its start to a running instance.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (path() / "no-bus").string()).c_str(), 1);
     std::filesystem::create_directories(bundle() / "Contents");
     std::filesystem::create_directories(path() / "Downloads");
@@ -50,9 +50,10 @@ class TestHome {
   const std::filesystem::path &path() const { return folder_.path(); }
 
   void registerDefaultApplication() const {
-    const std::string program = folder_.file(
-        "default-application",
-        "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + openedListPath().string() + "'\n", true);
+    const std::string program =
+        folder_.file("default-application",
+                     "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + openedListPath().string() + "'\n",
+                     /*isExecutable=*/true);
     std::filesystem::create_directories(path() / "DATA" / "applications");
     folder_.file("DATA/applications/contract.desktop",
                  "[Desktop Entry]\nType=Application\nName=Contract\nExec=" + program + " %u\n");
@@ -82,6 +83,7 @@ const AccessibilityBus &accessibilityBus() {
 /// `isAccessible`. Returns the path of the bundle.
 std::filesystem::path prepareEnvironment(bool isAccessible) {
   const TestHome &home = testHome();
+  // After TestHome, because both set DBUS_SESSION_BUS_ADDRESS.
   if (isAccessible) accessibilityBus();
   return home.bundle();
 }

@@ -27,6 +27,7 @@ void setVariable(const char *name, const std::optional<std::string> &value) {
 }
 
 TEST(LoopbackProxyBypass, LoopbackAddressesAreAddedToLowerAndUpperCaseNoProxy) {
+  // Resolvers differ in whether they compare an IPv6 address with its brackets.
   const std::string added = "localhost,127.0.0.0/8,::1,[::1]";
   struct Row {
     std::optional<std::string> lowerCase;
@@ -34,6 +35,7 @@ TEST(LoopbackProxyBypass, LoopbackAddressesAreAddedToLowerAndUpperCaseNoProxy) {
     std::string lowerCaseAfter;
     std::string upperCaseAfter;
   };
+  // An absent variable first gets the value of the other one.
   for (const Row &row : {Row{{}, {}, added, added}, Row{"", "", added, added},
                          Row{"a.test", {}, "a.test," + added, "a.test," + added},
                          Row{{}, "b.test", "b.test," + added, "b.test," + added},
@@ -64,8 +66,8 @@ TEST(LoopbackProxyBypass, ResolverUsesProxyForOtherHostsOnly) {
       }
       setVariable("no_proxy", "excluded.test");
       setVariable("NO_PROXY", {});
-      // A resolver that finds no proxy here does not read the environment, but for example the
-      // settings of the desktop.
+      // A resolver that finds no proxy before the bypass does not read the environment, but for
+      // example the settings of the desktop.
       if (!hasProxy("http://127.0.0.1:4767/")) posix_test::exitWithoutResult();
       bypassProxyForLoopback();
       return hasProxy(row.url) == row.hasProxy;

@@ -19,7 +19,7 @@ inline std::string menuAttribute(GMenuModel *menu, int index, const char *name) 
 }
 
 /// Calls a function for each item of a menu, in order. A section or submenu is an item without
-/// an action, and its own items follow it.
+/// an action; the items inside it come directly after it.
 inline void forEachMenuItem(GMenuModel *menu,
                             const std::function<void(GMenuModel *menu, int index)> &visit) {
   for (int index = 0; index < g_menu_model_get_n_items(menu); ++index) {

@@ -47,6 +47,7 @@ TEST(RendererChoice, RenderNodeMeansUsableGpuAndVersionFileMeansNvidiaDriver) {
 }
 
 TEST(RendererChoice, WithoutUsableGpuNothingUsesGl) {
+  // /dev/null stands for no device; without the variable WebKit would use GL to find one.
   Environment expected{{"GSK_RENDERER", "cairo"},
                        {"WEBKIT_DISABLE_DMABUF_RENDERER", "1"},
                        {"WEBKIT_WEB_RENDER_DEVICE_FILE", "/dev/null"},

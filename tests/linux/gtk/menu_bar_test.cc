@@ -58,7 +58,8 @@ TEST(GtkMenuBar, ItemsHaveLabelsSectionsKeysAndCommands) {
                     if (!key.empty()) items.back() += " " + key;
                     const std::string action = menuAttribute(menu, index, G_MENU_ATTRIBUTE_ACTION);
                     if (action.empty()) return;
-                    // The activation below appends the command to `commands`.
+                    // addApplicationKeys() has also given the window the actions. The activation
+                    // appends the command to `commands`.
                     GVariant *command = g_menu_model_get_item_attribute_value(
                         menu, index, G_MENU_ATTRIBUTE_TARGET, nullptr);
                     gtk_widget_activate_action_variant(window, action.c_str(), command);

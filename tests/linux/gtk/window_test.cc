@@ -150,8 +150,8 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
   const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
-  // A mode of 320 x 240 pixels for "screen", the output of Xvfb. The other numbers are timings,
-  // which Xvfb ignores.
+  // A mode of 320 x 240 pixels for "screen", the output of Xvfb, with which CTest runs each test.
+  // The other numbers are timings, which Xvfb ignores.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
@@ -172,6 +172,7 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   const TemporaryFolder folder;
   const std::string file = folder.file("xsettings", "Gdk/WindowScalingFactor 2\n");
   RunningProgram daemon({"xsettingsd", "-c", file.c_str()});
+  // At scale 2 the screen has half as many points in each direction, fewer than the minimum.
   const WindowFrame half{size.width / 2, size.height / 2};
   EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
   folder.file("xsettings", "Gdk/WindowScalingFactor 1\n");
@@ -181,7 +182,7 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
 
 /// A window manager that keeps 30 points free at the top of the screen, as for a panel. The
 /// constructor waits until they are reserved. GDK looks for a window manager at most every 15
-/// seconds, so this one starts before GTK opens the display.
+/// seconds, so this is the first base of the fixture, constructed before GTK opens the display.
 class WindowManagerWithPanel {
  protected:
   const TemporaryFolder folder;

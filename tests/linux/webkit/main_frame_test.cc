@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
                        .script = "location = '/file/' + 'p'.repeat(10000)",
                        .address = "/file/" + std::string(10'000, 'p')},
         // The view blocks the address by a content filter, whose pattern is a regular expression.
-        // WebKit changes the backslash to a slash.
+        // WebKit changes the backslash to a slash. The delegate gets a percent-encoded URL.
         NavigationCase{.name = "CharactersWithMeaningInFilterPattern",
                        .script = R"(location = '/file/a.*+(b)$[c]|{d}^\\"%zz~!@&=,;:_-')",
                        .address = "/file/a.*+(b)$%5Bc%5D%7C%7Bd%7D%5E/%22%25zz~!@&=,;:_-"}),

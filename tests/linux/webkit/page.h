@@ -135,7 +135,7 @@ class PageTest : public testing::Test {
   /// Calls a function that starts a load of the main frame, and waits until the load succeeds or
   /// fails.
   void runUntilLoadEnds(const std::function<void()> &startLoad) {
-    // An earlier load may end only after its page is complete.
+    // A page can be complete before its load ends. That end must not count for the new load.
     ASSERT_TRUE(runUntil([&] { return webkit_web_view_is_loading(webKitView()) == FALSE; }));
     bool hasEnded = false;
     const SignalConnection loadChanged(
@@ -201,11 +201,13 @@ class PageTest : public testing::Test {
     released_.notify_all();
   }
 
-  /// Waits until the server has received the requests that the page has sent, by one more request.
-  /// WebKit sends the requests of a page in order. The server reads each connection on a thread of
-  /// its own, so one that was sent immediately before may, rarely, be recorded after it.
+  /// Waits until the server has received the requests that the page has sent: sends an additional
+  /// request and waits for it. WebKit sends the requests of a page in order. The server has a
+  /// thread for each connection, so a request sent immediately before the additional one may,
+  /// rarely, be recorded after it.
   bool waitUntilRequestsArrived() {
     const std::string barrier = "/barrier" + std::to_string(++uniqueNumber_);
+    // The result is 0, because WebKit cannot pass a promise to this process.
     evaluate("fetch('" + barrier + "'); 0");
     return runUntil([&] { return !requestsTo(barrier).empty(); });
   }

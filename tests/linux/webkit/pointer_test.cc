@@ -36,6 +36,7 @@ class Pointer : public PageTest {
         element + "</body>");
     evaluate("moved = false");
     ASSERT_TRUE(runUntil([&] {
+      // Two movements, so that the pointer moves even if it is already at the first position.
       runXdotool("mousemove 100 100 mousemove_relative 3 3");
       // The page does not get the events of a pointer on a frame.
       return evaluate("moved") == "true" || element.starts_with("<iframe");

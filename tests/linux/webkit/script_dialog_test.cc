@@ -9,8 +9,8 @@ namespace {
 
 class ScriptDialog : public PageTest {
  protected:
-  /// Runs a script after this function has returned, because a dialog blocks its script until it
-  /// is answered.
+  /// Runs a script in a timer of the page. evaluate() alone would wait for the end of the script,
+  /// which a dialog blocks until the test answers the dialog.
   void runLater(const std::string &script) { evaluate("setTimeout(() => { " + script + " }); 0"); }
   void runAndWaitForPanel(const std::string &script) {
     runLater(script);

@@ -1,7 +1,7 @@
 // Navigations that the policy allows only in sub-frames, also while the main frame navigates to the
-// same address. WebKit does not report the frame of a navigation, so the view determines it by a
-// probe (WebKitFrameProbe): it allows the navigation, and stops it if it is in the main frame, by a
-// beforeunload handler or a content filter.
+// same address. WebKit does not report the frame of a navigation, so the view determines the frame
+// by a probe (WebKitFrameProbe): the view allows the navigation, and a beforeunload handler or a
+// content filter stops the navigation if its target is the main frame.
 
 #include "tests/linux/webkit/page.h"
 
@@ -27,7 +27,7 @@ class SubFrame : public PageTest {
     EXPECT_EQ(delegate.newWindows, Strings());
   }
   /// Loads a page with files in two frames, so that one navigation may wait for the probe of the
-  /// other. Waits until the view asks for the policy of one of them, which is when a probe starts.
+  /// other. Waits until the view asks for the policy of one file, which is when a probe starts.
   void startProbe() {
     setPage("/start", "<iframe src=/file/1></iframe><iframe src=/file/3></iframe>");
     load("/start");
@@ -210,7 +210,7 @@ TEST_F(SubFrame, OneContentFilterIsStoredForSeveralFiles) {
     evaluate("frames[0].location = '" + path + "'");
     expectShown(path);
   }
-  // The cache folder of the view is `folder`.
+  // The view stores its filters in this folder of its cache folder, which is `folder`.
   const std::filesystem::directory_iterator files(folder.path() / "content-filters");
   EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }

@@ -34,11 +34,13 @@ Cookie cookieOf(const std::string &value, const std::string &domain) {
 }
 
 TEST_F(WebViewLoading, UserAgentEndsInApplicationName) {
+  // The application appends its key, which may be any text, to "ORVELOS/".
   for (const std::string name : {"ORVELOS/", "ORVELOS/a/b", "ORVELOS/k3y", "ORVELOS/a b=="}) {
     WebViewConfiguration configuration = ephemeral();
     configuration.applicationNameForUserAgent = name;
     makeView(folder.path(), configuration);
     showPage("page");
+    // The bytes after the colon, which begin with a space.
     const std::string sent = headerField(server.heads().back(), "User-Agent");
     EXPECT_TRUE(sent.ends_with(" " + name)) << sent;
     EXPECT_NE(sent.find("AppleWebKit/"), std::string::npos) << sent;
@@ -116,6 +118,7 @@ TEST_F(WebViewLoading, FailedLoadKeepsPageForReload) {
     view->reload();
     EXPECT_TRUE(waitForText("kept ⌘"));
   }
+  // The reload showed the kept page, and did not repeat the failed load.
   EXPECT_EQ(resettingServer.heads().size(), 1U);
 }
 

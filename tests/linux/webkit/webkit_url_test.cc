@@ -7,7 +7,8 @@
 namespace orvel {
 namespace {
 
-// WebKit accepts these characters by the URL Standard (WHATWG), but RFC 3986 does not allow them.
+// Each URL has characters that WebKit accepts by the URL Standard (WHATWG), but that RFC 3986 does
+// not allow at their position. percentEncoded() encodes only those.
 TEST(WebKitUrl, CharactersOutsideRfc3986ArePercentEncoded) {
   for (const char *text :
        {"http://h/a[b]|c\\d", "http://h/{}^`\"<>", "http://h?[|]", "http://h/#a#b#",
