@@ -245,7 +245,7 @@ TEST_F(ArchiveExtraction, FileOtherThanZipArchiveOrMissingTargetIsRejected) {
 TEST_F(ArchiveExtraction, FullDiskFailsExtraction) {
   zip({zipFile("file", longText)});
   {
-    // Writes to a file fail beyond 10,000 bytes.
+    // Writes to a file fail beyond 10,000 bytes. The text has 19 kB.
     const FullDisk fullDisk(10'000);
     EXPECT_FALSE(extract());
   }

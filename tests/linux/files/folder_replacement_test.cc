@@ -128,7 +128,7 @@ TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   const Tree expected = makeTree(copiedReplacement_, "new");
   {
-    // Writes to a file fail beyond 10,000 bytes.
+    // Writes to a file fail beyond 10,000 bytes. The tree has a larger file.
     const FullDisk fullDisk(10'000);
     EXPECT_FALSE(replace(copiedReplacement_));
   }
