@@ -24,8 +24,9 @@
 
 namespace orvel {
 
-/// A delegate that records its calls. Its policy: URLs below "/file/" are allowed only in
-/// sub-frames, and "/export" and other servers nowhere.
+/// A delegate that records its calls. Its policy, like that of the application for its stored files
+/// and exports: URLs below "/file/" are allowed only in sub-frames, and "/export" and other servers
+/// nowhere.
 class PageDelegate final : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {
