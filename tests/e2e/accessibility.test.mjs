@@ -20,6 +20,7 @@ test('the address dialog has an accessible name and description, its field and b
     await user.startAndShowPage();
     await screen.openAddressDialog();
     const { description } = await awaitDialog(screen, addressDialogTitle);
+    // The text says "Mac" on Linux too.
     assert.match(description, /Online: .*\nOp deze Mac: http:\/\/127\.0\.0\.1:4767\//);
     await screen.accessibility.awaitWidget({ role: /^(entry|text)$/, name: addressDialogTitle });
     for (const name of ['Bewaar', 'Annuleren']) {
@@ -33,6 +34,7 @@ test('the Tab key moves between the buttons only, and their bright focus ring st
     const layout = await user.startWithPage(button('ask', "confirm('Continue?')"));
     await screen.clickElement(layout, 'ask');
     const panel = await screen.awaitPanel('Continue?');
+    // The message is the name of the dialog. A description would be a second text.
     assert.equal((await awaitDialog(screen, 'Continue?')).description, '');
     for (const label of ['Annuleren', 'OK']) {
       await screen.pressKeys('Tab');
@@ -68,6 +70,7 @@ test('the Tab key reaches a long message, and Page Down and Page Up scroll it',
     const messageTop = async () => (await screen.accessibility.widgets()).find(
       ({ role, name }) => role === 'label' && name.startsWith('Line 0'))?.extents.y;
     const top = await waitFor('the message', messageTop);
+    // Page Down (Next) and Page Up (Prior) scroll regardless of the focus, here on the button.
     await screen.pressKeys('Next');
     await waitFor('the message scrolled down', async () => (await messageTop()) < top);
     await screen.pressKeys('Prior');

@@ -76,6 +76,7 @@ test('an online address stops the local server and is stored; the local address 
     assert.equal(user.dataRoot.events('started').length, 1,
       'the second run starts no local server');
 
+    // The local server handles signals from its next start on.
     user.dataRoot.setBehaviour({});
     await screen.answerAddressDialog(localAddress);
     await user.dataRoot.awaitPainted(2);

@@ -149,9 +149,9 @@ test('a script without a click of the user neither saves nor opens a file', asyn
   await desktop.quitAndAssertOpened(barrierUrl, 'clicked.csv', 'scripted.csv', 'attachment.csv');
 });
 
-/// Returns a route to a file of several kilobytes, so that half of it is sent before it is
-/// truncated.
-const largeCsvRoute = (rest) =>
+/// Returns a route to data.csv. Its default body has several kilobytes, so that half of it is sent
+/// before the server truncates it.
+const dataCsvRoute = (rest) =>
   fileRoute(attachment('data.csv'), { body: 'one;two\n'.repeat(1000), ...rest });
 
 /// Returns the paths of everything below a folder.
@@ -160,14 +160,14 @@ const pathsBelow = (folder) => readdirSync(folder, { recursive: true }).sort();
 test('a response other than 200 and a truncated response leave no file', async (user, screen) => {
   const desktop = new Desktop(user);
   const routes = {
-    missing: largeCsvRoute({ status: 404 }),
-    refused: largeCsvRoute({ status: 401 }),
-    broken: largeCsvRoute({ status: 500 }),
-    partial: largeCsvRoute({ status: 206 }),
+    missing: dataCsvRoute({ status: 404 }),
+    refused: dataCsvRoute({ status: 401 }),
+    broken: dataCsvRoute({ status: 500 }),
+    partial: dataCsvRoute({ status: 206 }),
     empty: { status: 204 },
     redirected: { status: 302, headers: { location: stored('nowhere') } },
-    truncated: largeCsvRoute({ truncated: true }),
-    complete: largeCsvRoute(),
+    truncated: dataCsvRoute({ truncated: true }),
+    complete: dataCsvRoute(),
   };
   const names = Object.keys(routes);
   const layout = await user.startWithPage(names.map(storedLink).join(''),
@@ -195,8 +195,8 @@ for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders
     prepare(desktop.downloads);
     const page = storedLink('early') + barrierLink + storedLink('late');
     const layout = await user.startWithPage(page, {
-      [stored('early')]: largeCsvRoute(),
-      [stored('late')]: largeCsvRoute({ body: 'later' }),
+      [stored('early')]: dataCsvRoute(),
+      [stored('late')]: dataCsvRoute({ body: 'later' }),
     });
     await screen.clickElement(layout, 'early');
     await desktop.clickBarrierLink(layout);
@@ -213,7 +213,7 @@ for (const [situation, { prepare, remaining }] of Object.entries(unusableFolders
 async function startEndlessDownload(user, screen) {
   const desktop = new Desktop(user);
   const layout = await user.startWithPage(storedLink('endless'),
-    { [stored('endless')]: largeCsvRoute({ endless: true }) });
+    { [stored('endless')]: dataCsvRoute({ endless: true }) });
   await screen.clickElement(layout, 'endless');
   // 64 chunks are 16 MiB, more than all buffers between the server and the file hold.
   await waitFor('data in the file', () => user.dataRoot.events('chunkSent').length > 64);

@@ -13,7 +13,8 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-/// Drags a file or URL to a position of the screen, and drops it there once isDragSeen() is true.
+/// Drags a file or URL from the window of drag_source.cc to a position of the screen, and drops it
+/// there once isDragSeen() is true.
 async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   const child = spawn(process.env.ORVEL_DRAG_SOURCE, [content], {
     env: user.environment, stdio: 'ignore',
@@ -73,6 +74,7 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     await dropOn('other', file);
     await dropOn('other', 'https://elsewhere.test/dropped');
 
+    // Once the barrier link is opened, the application has handled all drops.
     await desktop.clickBarrierLink(layout);
     user.dataRoot.assertPageLoadedOnce();
     assert.equal(user.dataRoot.reported('drop').length, 1);

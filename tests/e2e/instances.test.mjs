@@ -1,4 +1,4 @@
-// Multiple instances of the application.
+// Multiple instances of the application. A user has a session bus only if the test starts one.
 
 import assert from 'node:assert/strict';
 

@@ -63,10 +63,10 @@ async function trace(user, { pid }, name, number) {
   };
 }
 
-/// Starts the application, whose silent check finds the offered release. Traces it from the middle
-/// of the download on; `name` and `number` are those of trace(). The server sends the second half
-/// of the archive once the file `gate` exists. Returns whether the installation was complete, and
-/// the system calls.
+/// Starts the application, which checks for updates by itself and downloads the offered release.
+/// Traces it from the middle of the download on; `name` and `number` are those of trace(). The
+/// server sends the second half of the archive once the file `gate` exists. Returns whether the
+/// installation was complete, and the system calls.
 async function installTraced(user, screen, server, gate, name, number) {
   rmSync(gate, { force: true });
   const before = server.requestsTo(archivePath).length;
@@ -89,8 +89,8 @@ const updateFolder = (user) =>
   join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary/orvel-os-update-1.1');
 
 /// Returns the numbers, from 1, of the system calls of a name at which to kill. Of the calls that
-/// unpack the archive only the first and the last are included: they do not touch the bundle, and
-/// the extraction has tests of its own.
+/// unpack the archive it includes only the first and the last, because unpacking does not touch the
+/// bundle and has other tests.
 function callNumbersToKillAt(name, calls) {
   const isUnpacking = ({ args }) => args.includes('/orvel-os-update-1.1/part');
   const [first, last] = [calls.findIndex(isUnpacking), calls.findLastIndex(isUnpacking)];
@@ -154,6 +154,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
       }
     }
     t.diagnostic(`kills ${JSON.stringify(kills)}, bundles afterwards ${JSON.stringify(bundles)}`);
+    // Every installation makes these calls, on every architecture.
     for (const name of ['openat', 'renameat2', 'unlinkat']) {
       assert.ok(kills[name] > 0, `no kill at ${name}`);
     }

@@ -75,11 +75,13 @@ test('the key is in no command line, environment, log or message, and in expecte
     const stopWatching = watchProcesses(user);
     const layout = await user.startWithPage(link('export', '/api/export'),
       { '/api/export': csvRoute() }, { environment: { PATH } });
+    // "one;two" is the default body of csvRoute().
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
     const { pid, env, argv } = await user.dataRoot.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
-    // awaitErrorPage() compares the whole text of the page, so the key is not in it.
+    // awaitErrorPage() compares the whole text of the page, so the key is not in it. kill() sends
+    // SIGKILL, 9.
     kill(pid);
     await awaitErrorPage(screen, endedServerMessage(9));
     user.dataRoot.setBehaviour({ closesConnection: true });
@@ -101,7 +103,7 @@ test('the key is in no command line, environment, log or message, and in expecte
     const [{ output }] = user.runs;
     assert.ok(!output.includes(APP_KEY), output);
     assert.ok(!readFileSync(user.dataRoot.log, 'latin1').includes(APP_KEY));
-    // The bundle, the record of the fixture server, and the cookie database of the web view.
+    // The bundle's settings, the server's record of its requests, and the web view's cookies.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
     const files = filesWithKey(user.folder).map((path) => relative(user.folder, path));
@@ -138,7 +140,8 @@ test('requests to another host have neither the key header nor a cookie', async 
       other.requests.some(({ url }) => url === `/${path}`));
   }
   for (const { url, headers, body } of other.requests) {
-    // The web view has one user agent, with the key, for all hosts.
+    // The web view has one user agent, with the key, for all hosts. The download of /file is a
+    // request of the application itself.
     const { 'user-agent': agent, ...rest } = headers;
     if (url === '/file') assert.ok(!agent?.includes(APP_KEY), agent);
     assert.doesNotMatch(JSON.stringify({ url, rest, body }),
@@ -146,7 +149,7 @@ test('requests to another host have neither the key header nor a cookie', async 
     assert.equal(rest['x-orvel-app'], undefined, url);
     assert.equal(rest.cookie, undefined, url);
   }
-  // The application's server gets both.
+  // The application's server gets the header and the cookie.
   const [{ headers }] = user.dataRoot.requestsTo('/api/bestand/1');
   assert.equal(headers['x-orvel-app'], APP_KEY);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));

@@ -89,6 +89,7 @@ test("node is found on the search path of the user's login shell",
 test('a stale server of the same data root is terminated before the new one starts',
   { behaviour: { stopDelay: 800 } }, async (user) => {
     await withPortHolder([user.dataRoot.script], async (stale) => {
+      // Node runs the script. This stale server keeps its stopDelay. The new one stops at once.
       user.dataRoot.setBehaviour({});
       await user.startAndShowPage();
       assert.ok(!isRunning(stale.pid));
@@ -108,6 +109,7 @@ test('another program keeps the port, and the error page shows the exit of the n
     await withPortHolder(['-e', program], async (portHolder) => {
       user.start();
       await user.dataRoot.awaitServerExit();
+      // Node exits with code 1 when it cannot listen.
       await awaitErrorPage(screen, endedServerMessage(1));
       await user.quit();
       assert.ok(isRunning(portHolder.pid));

@@ -37,8 +37,9 @@ const withSquatter = (host, body) =>
     assert.equal(output(), 'listening\n', 'the squatter gets no request');
   });
 
-/// An address that may resolve to ::1, while the fixture server listens on 127.0.0.1 only.
+/// An address that may resolve to ::1, while the application's server listens on 127.0.0.1 only.
 const localhost = `http://localhost:${PORT}/`;
+/// `message` is that of the error page. Node exits with code 1 when it cannot listen.
 const attacks = [
   { name: 'the server cannot listen and exits', host: '127.0.0.1', message: endedServerMessage(1) },
   { name: 'the server listens on the other address of localhost', host: '::1',
@@ -51,6 +52,7 @@ for (const { name, host, plist, message, skip = false } of attacks) {
         user.start();
         await awaitErrorPage(screen, message);
       });
+      // The application cannot tell which of two listeners would get a request, so it sends none.
       assert.deepEqual(user.dataRoot.requests, []);
     });
 }

@@ -45,6 +45,7 @@ test('requests to this machine bypass the proxy, and others use it', async (user
   const page = link('export', '/api/export') + urls.map((url) => `<img src="${url}">`).join('');
   const layout =
     await user.startWithPage(page, { '/api/export': csvRoute() }, { environment });
+  // "one;two" is the default body of csvRoute().
   assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
   // The local server gets the request to localhost.
   for (const server of [...servers, user.dataRoot]) await server.awaitRequest('/own');

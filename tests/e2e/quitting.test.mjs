@@ -62,6 +62,7 @@ test('the loss of the display ends the application and its server', async (user)
   const other = await Screen.open({ windowManager: false });
   try {
     const run = await user.startAndShowPage({ environment: { DISPLAY: other.display } });
+    // `server` is Xvfb.
     kill(other.server.pid);
     await user.awaitExit(run);
     await assertServerTerminated(user);

@@ -18,7 +18,8 @@ const { test } = desktopTests({ accessibility: true });
 const installedKey = makeUpdateKey();
 const newKey = makeUpdateKey();
 /// The signature (member `handtekening`) of a manifest that offers no later release. A build with a
-/// key rejects a manifest without a signature, but verifies it only before installing a release.
+/// key rejects a manifest without a signature, but verifies the signature only before it installs a
+/// release.
 const anySignature = { handtekening: 'never verified' };
 
 /// The options of the tests: a build with a public key.
@@ -38,10 +39,10 @@ const earlierRelease = (user) =>
 const releaseWithNewKey = (user) =>
   signed(makeRelease(user, { plist: { ORVELOSUpdateKey: newKey.publicKey } }));
 
-/// Releases that are not installed. Each function gets the valid archive of version 1.1 and the
-/// user, and returns what the server offers instead of the valid release: version, archive, or
-/// signature members of the manifest. With a `notice` the application requests no archive, because
-/// of the manifest, and shows this notice.
+/// Releases that version 1.0, which startWithUpdateServer() starts, does not install. Each function
+/// gets the valid archive of version 1.1 and the user, and returns what the server offers instead
+/// of the valid release: version, archive, or signature members of the manifest. With a `notice`
+/// the manifest alone is the reason: the application requests no archive and shows this notice.
 const refusedReleases = {
   'a manifest without a signature': () => ({ members: {}, notice: checkFailedNotice }),
   'a signature that is a number': () =>
@@ -82,7 +83,7 @@ test('releases without a valid signature or of an earlier version change nothing
       if (notice) {
         await checkAndCloseNotice(screen, notice);
       } else {
-        // The manifest of the second check, which this function makes, must have a signature too.
+        // checkUntilReleaseHandled() checks twice. The second manifest needs a signature too.
         await checkUntilReleaseHandled(screen, server, anySignature);
       }
       assert.equal(fingerprint(folder), before, situation);

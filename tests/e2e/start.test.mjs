@@ -90,6 +90,7 @@ test('the application shows the page of the demo server', async (user, screen) =
     screen.screenshot().shareBrighterThan(brightChannel, maxHeaderBarHeight) > minBrightShare);
   assert.equal(requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
   assert.match(requestsTo('/')[0].headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
+  // The demo server prints that it listens.
   assert.match(readFileSync(join(demo, 'v3/.local/server.log'), 'utf8'), /luistert/);
   await user.quit();
   assert.equal(readRecord().at(-1).event, 'stopped');
@@ -132,6 +133,7 @@ test('cookies, local storage and the window size survive a restart', async (user
   await waitFor('a window that is not maximised', async () =>
     !/MAXIMIZED/.test(await screen.property(window, '_NET_WM_STATE')));
   await screen.runTool('xdotool', 'windowsize', window, '1100', '700');
+  // The range leaves room for borders of the window.
   const resized = await waitFor('the resized page', () =>
     user.dataRoot.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
   await user.quit();

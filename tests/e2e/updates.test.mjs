@@ -1,4 +1,5 @@
-// The check for updates and the installation of valid and invalid releases.
+// The check for updates and the installation of valid and invalid releases. Each test starts
+// version 1.0 with an online server, which offers the releases (useUpdateServer).
 
 import assert from 'node:assert/strict';
 import { rmSync, statSync, truncateSync, writeFileSync } from 'node:fs';
@@ -38,12 +39,13 @@ test('the silent check after the start installs a later release',
 
 test('the new process starts after the old one has killed a server that ignores SIGTERM',
   { behaviour: { ignoresSignals: true } }, async (user, screen) => {
+    // The server sends the second half of the archive once this file exists.
     const gate = join(user.folder, 'gate');
     const server = await useUpdateServer(user);
     offerRelease(server, '1.1', { body: makeRelease(user), gate });
     const run = await user.startAndShowPage({ server });
     await server.awaitRequest(archivePath);
-    // The user changes to the local server during the download.
+    // The user changes to the local server (user.dataRoot) during the download.
     await screen.answerAddressDialog('http://127.0.0.1:4767/');
     await user.dataRoot.awaitPainted();
     writeFileSync(gate, '');
@@ -62,7 +64,8 @@ test('the new process starts after the old one has killed a server that ignores 
     await user.dataRoot.awaitServerExit(2);
   });
 
-/// Releases that the application rejects at different steps of the installation.
+/// Releases that the application rejects at different steps of the installation: an archive, or the
+/// response to the request for it.
 const invalidReleases = {
   'a truncated response': (user) => ({ body: makeRelease(user), truncated: true }),
   'a truncated archive': (user) => makeRelease(user).subarray(0, 20_000),
