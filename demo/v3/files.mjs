@@ -55,7 +55,7 @@ export const FILES = new Map(Object.entries({
 }));
 
 /// Returns the export with its name and media type: CSV, or JSON with `formaat=json`. Its content
-/// says how the request was recognised.
+/// says in which places the request has the application's key (its marks).
 export function exportFor(request, query) {
   const herkend = labelOf(marksOf(request.headers));
   const sessie = sessionOf(request.headers) ? 'ja' : 'nee';

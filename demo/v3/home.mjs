@@ -21,7 +21,8 @@ const TILES = [
   ['/server', 'Server', 'Proces en storing', '#9fb3c8', '<rect x="4" y="4" width="16" height="6" rx="1.5"/><rect x="4" y="14" width="16" height="6" rx="1.5"/><path d="M8 7h.01M8 17h.01"/>'],
 ];
 
-/// Returns a row with a chip for each mark. `marks` is null before the first probe.
+/// Returns a row with a chip for each mark, a place in which a request may have the application's
+/// key. `marks` is null before the first readiness probe (GET /api/wie).
 function marksRow(title, marks, note) {
   const chips = Object.entries(MARK_NAMES).map(([key, name]) => {
     const value = marks?.[key] ?? null;

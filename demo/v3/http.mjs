@@ -19,9 +19,9 @@ export class HttpError extends Error {
   }
 }
 
-/// Throws a 421 unless the Host field is an IP address or localhost. Any other name may be
-/// another site's, which its DNS server has pointed at this machine so that the site's scripts
-/// have this server's origin (DNS rebinding).
+/// Throws a 421 unless the Host field is an IP address or localhost. Any other name may belong to
+/// a site whose DNS server points it at this machine, so that the browser takes the site and this
+/// server for one origin (DNS rebinding).
 export function requireOwnHost({ headers: { host = '' } }) {
   const [, name] = /^(\[[^\]]*\]|[^:]*)(:\d*)?$/.exec(host) ?? [];
   const address = name?.replace(/^\[|\]$/g, '');

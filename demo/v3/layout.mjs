@@ -16,7 +16,8 @@ export function escapeHtml(text) {
 /// below the title. The background colour is set inline on the root element, so that no engine
 /// paints a white frame before it has loaded the style sheet.
 export function page({ title, request, body, kind = '', lead = '' }) {
-  // On macOS the page extends under the title bar; this class leaves room for its buttons.
+  // In the application on macOS, whose user agent ends in ORVELOS/KEY, the page extends under the
+  // title bar. The class leaves room for the window buttons.
   const mac = /Macintosh.* ORVELOS\/\S*$/.test(request.headers['user-agent'] ?? '') ? ' mac' : '';
   const home = kind === 'home';
   const now = new Date().toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' });

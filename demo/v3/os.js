@@ -1,7 +1,7 @@
 // The script of every page.
 
-// Reports after two animation frames: the first callback runs before its frame is painted,
-// the second one after that.
+// Reports the page as painted after two animation frames: the first callback runs before its frame
+// is painted, the second one after that.
 requestAnimationFrame(() => requestAnimationFrame(() => {
   const page = encodeURIComponent(location.pathname);
   const frame = window === window.top ? '' : '&kader=ja';
@@ -53,6 +53,7 @@ const actions = {
     location.href = URL.createObjectURL(new Blob(['<p>blob</p>'], { type: 'text/html' }));
   },
   async stop(how) {
+    // The server requires this header, which pages of other sites cannot send.
     const headers = { 'X-Orvel-Demo': 'ja' };
     const response = await fetch(`/api/stop?hoe=${how}`, { method: 'POST', headers }).catch(() => null);
     show('storing', how === 'doof' && response?.ok ? 'De server luistert niet meer naar SIGTERM.' : 'De server is gestopt.');

@@ -10,6 +10,7 @@ const rows = (...items) =>
   `<ul class="rows">${items.map(([control, note]) => `<li><span>${control}</span><small>${note}</small></li>`).join('')}</ul>`;
 const card = (title, ...content) => `<section class="card"><h2>${title}</h2>${content.join('')}</section>`;
 const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${attributes}>${text ?? escapeHtml(href)}</a>`;
+/// Returns a button that calls the action of this name in os.js with the value.
 const button = (name, text, value = '') =>
   `<button type="button" data-do="${name}" data-value="${escapeHtml(value)}">${text}</button>`;
 
@@ -115,6 +116,8 @@ const files = (request) => page({
 });
 
 const frames = (request, response, { query }) => {
+  // Without a prototype, so that a name such as "constructor" is not a choice. The PDF (`bestand`)
+  // has no background of its own; the class `paper` below gives its frame a light one.
   const choices = { __proto__: null, bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherOriginUrl(request), site: 'https://example.org/' };
   const src = choices[query.get('toon')] ?? '/kader';
   return page({
@@ -173,7 +176,7 @@ const long = (request) => page({
   kind: 'reading',
   lead: '<a href="#einde">Naar het einde</a>',
   body: `${Array.from({ length: 40 }, (_, index) =>
-    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPHS.map((paragraph, position) => `<p>${PARAGRAPHS[(position + index) % PARAGRAPHS.length]}</p>`).join('')}`).join('')}
+    `<h2>${index + 1}. Hoofdstuk</h2>${PARAGRAPHS.map((_paragraph, position) => `<p>${PARAGRAPHS[(position + index) % PARAGRAPHS.length]}</p>`).join('')}`).join('')}
 <p id="einde"><a href="#">Terug naar boven</a></p>`,
 });
 
@@ -189,6 +192,7 @@ const release = (request, response, { releaseFolder }) => page({
 });
 
 function report(request, response, { record }) {
+  // `marks` are the places in which the request has the application's key; `time` is in ISO 8601.
   const lines = record.requests.slice(-100).reverse().map(({ time, method, url, status, marks }) =>
     `<tr><td>${time.slice(11, 23)}</td><td>${escapeHtml(method)}</td><td class="url">${escapeHtml(url.slice(0, 120))}</td><td>${status ?? '…'}</td><td>${labelOf(marks)}</td></tr>`);
   return page({

@@ -89,7 +89,7 @@ async function sendRelease(request, response, folder, name) {
 }
 
 /// Rejects requests from other sites: a page cannot add a custom header to a cross-origin
-/// request without a CORS preflight, which this server does not answer.
+/// request without a CORS preflight, which this server rejects.
 function requireDemoHeader(request) {
   if (request.headers['x-orvel-demo'] !== 'ja') throw new HttpError(403);
 }
@@ -108,6 +108,7 @@ export function createRouter({ record, state }) {
       if (!['code', 'kill', 'doof'].includes(how)) throw new HttpError(400);
       if (how === 'doof') state.ignoresSigterm = true;
       response.on('finish', () => {
+        // The page /server announces this status.
         if (how === 'code') process.exit(3);
         if (how === 'kill') process.kill(process.pid, 'SIGKILL');
       });
@@ -121,7 +122,8 @@ export function createRouter({ record, state }) {
 
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
-      // Answers the application's readiness probe, and tells by which marks it was recognised.
+      // Answers the application's readiness probe, and tells in which places (marks) the probe has
+      // the application's key.
       const marks = marksOf(request.headers);
       const via = markNamesOf(marks);
       sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });
@@ -142,6 +144,7 @@ export function createRouter({ record, state }) {
   }
   for (const [path, make] of PAGES) {
     gets.set(path, (request, response, { query }) => {
+      // A form with the method GET has its fields in the query.
       const formFields = [...query].length ? query : null;
       const context = { record, state, releaseFolder, query, formFields };
       sendPage(response, make(request, response, context));

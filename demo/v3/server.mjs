@@ -33,6 +33,7 @@ const server = createServer(
   async (request, response) => {
     const entry = record.addRequest(request);
     response.on('close', () => {
+      // 0 if the client closed the connection before the response.
       entry.status = response.headersSent ? response.statusCode : 0;
     });
     try {

@@ -19,6 +19,7 @@ function linkedPaths(text) {
 }
 
 test('linked paths have the expected status, and pages set a dark background first', async () => {
+  // The requests have no session cookie, and the server has no folder of releases.
   const errors = new Map([
     ['/bestaat-niet', 404], ['/%E0%A4%A', 400], ['/api/bestand/besloten', 401],
     ['/api/bestand/weg', 404], ['/download/linux.json', 404], ['/download/mac.json', 404],
@@ -33,11 +34,13 @@ test('linked paths have the expected status, and pages set a dark background fir
     visited.add(path);
     const { status, headers, text } = await server.get(path);
     assert.equal(status, errors.get(path) ?? (path.startsWith('/omleiding/') ? 302 : 200), path);
+    // A stored file may be HTML, but is none of the server's pages.
     if (/html/.test(headers['content-type']) && !path.startsWith('/api/bestand/')) {
       assert.match(text, /^<!doctype html><html lang="nl" style="background:#07090c/, path);
       pending.push(...linkedPaths(text));
     }
   }
+  // File 12 is the last one on the page /bestanden.
   for (const path of ['/links', '/vensters', '/dialogen', '/bestanden', '/kaders', '/kader',
     '/formulier', '/lang', '/uitgave', '/verslag', '/server', '/os.css', '/os.js',
     '/api/export', '/api/export?formaat=json', '/api/bestand/12', ...errors.keys()]) {

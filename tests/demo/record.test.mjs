@@ -1,4 +1,4 @@
-// How the demo server recognises the application, its record, and how its process ends.
+// How the demo server recognises the application, what it records, and how its process ends.
 
 import assert from 'node:assert/strict';
 import { once } from 'node:events';
@@ -25,6 +25,7 @@ test('a request is recognised by header, cookie and user agent', async () => {
     [{ Cookie: 'a=1; orvelapp=k' }, ['cookie']],
     [{ Cookie: 'xorvelapp=k; orvelapp2=k' }, []],
     [{ 'User-Agent': `${userAgent} ORVELOS/k` }, ['user agent']],
+    // The application's word is the last one in its user agent.
     [{ 'User-Agent': `${userAgent} ORVELOS/k Safari/605` }, []],
     [{ 'User-Agent': `${userAgent} NORVELOS/k` }, []],
     [{ 'X-ORVEL-App': 'k', Cookie: 'orvelapp=k', 'User-Agent': `${userAgent} ORVELOS/k` },
@@ -73,6 +74,7 @@ test('the status of a request is null before the response, and 0 if the client c
   const url = '/api/bestand/stil';
   const socket = net.connect(server.port, '127.0.0.1');
   socket.write(`GET ${url} HTTP/1.1\r\nHost: localhost\r\n\r\n`);
+  // Waiting for another response gives the socket time to connect and send.
   while (!server.record().some((line) => line.url === url)) await server.get('/api/wie');
   assert.equal((await lastRequest(url)).status, null);
   socket.destroy();
@@ -92,6 +94,7 @@ test('the record begins with the process and its environment and ends with the s
   t.after(ownServer.stop);
   const { event, pid, address, env } = ownServer.record()[0];
   assert.deepEqual([event, pid, address], ['listening', ownServer.child.pid, '127.0.0.1']);
+  // startServer sets PORT to 0, for a free port.
   assert.deepEqual(env, { PORT: '0', PATH: '/usr/bin:/bin', HOME: '/nowhere' });
   // The signal arrives during a response.
   const socket = net.connect(ownServer.port, '127.0.0.1').on('error', () => {});
@@ -110,14 +113,14 @@ test('api/stop ends the server or makes it ignore SIGTERM, but only with the hea
     assert.equal((await ownServer.get(`/api/stop?hoe=${how}`, headers, 'POST')).status, expected);
     return ownServer;
   };
-  // The header keeps other sites from ending the server.
+  // The header keeps other sites from ending the server. `code` ends it with status 3.
   const headers = { 'X-Orvel-Demo': 'ja' };
   await startAndPostStop('code', {}, 403);
   assert.deepEqual(await (await startAndPostStop('code', headers, 204)).exited, [3, null]);
   assert.deepEqual(await (await startAndPostStop('kill', headers, 204)).exited, [null, 'SIGKILL']);
   const ignoring = await startAndPostStop('doof', headers, 204);
   ignoring.child.kill('SIGTERM');
-  // The server has handled the signal before it answers the second request.
+  // Node may handle the signal after the first response, but does so before the second one.
   for (let count = 0; count < 2; count += 1) {
     assert.equal((await ignoring.get('/api/wie')).status, 200);
   }

@@ -12,8 +12,8 @@ import { fileURLToPath } from 'node:url';
 const program = fileURLToPath(new URL('../../demo/v3/server.mjs', import.meta.url));
 
 /// Starts a server with these additional variables and waits until it listens. In the result,
-/// `record()` returns the lines of the server's record, and `stop()` kills the server and deletes
-/// its record.
+/// `record()` returns the lines of the server's record, `exited` resolves to the exit status and
+/// the signal, one of them null, and `stop()` kills the server and deletes its record.
 export async function startServer(environment = {}) {
   const folder = mkdtempSync(join(tmpdir(), 'orvel-demo-'));
   const path = join(folder, 'record.jsonl');
@@ -31,7 +31,7 @@ export async function startServer(environment = {}) {
     readFileSync(path, 'utf8').trim().split('\n').map((line) => JSON.parse(line));
   const { port } = record().find(({ event }) => event === 'listening');
 
-  /// Sends a request on its own connection; returns status, headers and body as text.
+  /// Sends a request on a new connection; returns status, headers and body as text.
   async function get(target, headers = {}, method = 'GET') {
     const options = { host: '127.0.0.1', port, path: target, method, headers, agent: false };
     const request = http.request(options).end();
