@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Runs the benchmark: the application, bare viewers, Chromium and Qt WebEngine.
+# Runs the benchmark: the application, bare viewers (a window with only a WebKitGTK web view),
+# Chromium and Qt WebEngine.
 #
 #   ./scripts/bench.sh           all measurements, about 30 minutes; replaces the tables in
 #                                docs/performance.md
 #   ./scripts/bench.sh quick     one round of starts, 1 to 2 minutes; prints the tables
-#   ./scripts/bench.sh updates   only the updates, 3 minutes; prints the tables
+#   ./scripts/bench.sh updates   only installations of a release, 3 minutes; prints the tables
 #
 # Installs nothing. Fails when a tool is missing, and skips Chromium or Qt WebEngine when
 # they are missing. Other work on the machine distorts the results.
@@ -29,12 +30,14 @@ chromium=$(command -v chromium || true)
 [ -n "$chromium" ] || echo "bench: skipping Chromium, which is not installed"
 pkg-config --exists Qt5WebEngineWidgets ||
   echo "bench: skipping Qt WebEngine, qtwebengine5-dev is not installed"
+# bash connects to the port; this fails when no program listens.
 if (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; then
   fail "port 4767 is in use; the server of the application needs it"
 fi
 
 folder=build/bench
 mkdir -p "$folder"
+# With a key, as in a release, the application also stores the cookie before it loads the page.
 ORVELOS_KEY=benchmark-key scripts/build-app.sh "$folder"
 cmake --preset default >/dev/null
 cmake --build --preset default --target bench_programs -- --quiet

@@ -102,7 +102,7 @@ finish() {
   trap - EXIT
   trap '' INT TERM HUP
   if [ -n "$work" ]; then
-    # The replacement was interrupted between its two steps.
+    # The script was interrupted between its last two calls of mv.
     if [ -e "$work/old.app" ] && [ ! -e "$target" ]; then mv "$work/old.app" "$target"; fi
     rm -rf "$work"
   fi

@@ -44,6 +44,7 @@ done
 # Without optimisation, because nothing of this build runs.
 cross=(-G Ninja -DCMAKE_BUILD_TYPE= -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/macos-cross.cmake"
   -DORVELOS_MACOS_SYSROOT="$sysroot")
+# With -k 0, Ninja continues after errors and so prints all of them.
 ninja_options=(-- -j "${JOBS:-$(nproc)}" -k 0 --quiet)
 
 if [ -z "$googletest" ]; then
@@ -68,6 +69,7 @@ for program in "$executable" "${tests[@]}"; do
   grep -q '0xfeedfacf *16777228 ' <<<"$(llvm-otool-19 -h "$program")" ||
     fail "'$program' is not a program for arm64"
 done
+# 13.0 is CMAKE_OSX_DEPLOYMENT_TARGET in CMakeLists.txt.
 load_commands=$(llvm-otool-19 -l "$executable")
 [ "$(grep -cE '^ *minos 13\.0$' <<<"$load_commands")" = 1 ] || fail "the executable is not for macOS 13.0"
 for framework in AppKit Foundation WebKit; do

@@ -20,12 +20,13 @@ fail() {
 }
 
 # Prints the process IDs of the application and of all processes that it has started, also orphaned
-# ones. They inherit the variable ORVEL_DEMO.
+# ones. They inherit the variable ORVEL_DEMO. A NUL ends each variable in environ, hence grep -z.
 left_running() {
   grep -lzsFx "ORVEL_DEMO=$work" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3 || true
 }
 
-# Quits the application with SIGTERM and kills the processes that are still running.
+# Quits the application with SIGTERM and kills the processes that are still running. The application
+# waits up to 3 s for its server.
 finish() {
   local status=$? pid
   trap - EXIT

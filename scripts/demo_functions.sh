@@ -14,7 +14,7 @@ wait_until() {
 
 # gone PID: succeeds when the process does not exist.
 gone() { ! kill -0 "$1" 2>/dev/null; }
-# Succeeds when a program listens on the port of the local server.
+# Succeeds when a program listens on the port of the local server: bash connects to it.
 port_taken() { (exec 3<>/dev/tcp/127.0.0.1/4767) 2>/dev/null; }
 # Prints the steps in the record; fails when one is missing. --until-painted leaves out the last
 # step, the stop of the server.

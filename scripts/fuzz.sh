@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the fuzz targets one after the other and prints a table of results. A target stops at
-# its first finding and saves the input for it in build/clang/tests/fuzz.
+# its first finding and saves the input for it in build/clang/tests/fuzz. In the table, edges and
+# features are the coverage that libFuzzer counts, and corpus is the number of inputs it keeps.
 #
 #   ./scripts/fuzz.sh                       1 minute each
 #   ./scripts/fuzz.sh 600                   10 minutes each
@@ -18,6 +19,7 @@ if [ $# = 0 ]; then
 fi
 
 cmake --preset clang >/dev/null
+# ${targets[@]/#/fuzz_} puts fuzz_ before each name.
 cmake --build --preset clang --target "${targets[@]/#/fuzz_}" -- --quiet
 
 built=build/clang/tests/fuzz
@@ -33,7 +35,8 @@ for target in "${targets[@]}"; do
     -print_final_stats=1 -dict="tests/fuzz/$target.dict" -artifact_prefix="$new_inputs-" \
     "$new_inputs" "tests/fuzz/corpus/$target" >"$log" 2>&1 || outcome="see $log"
   [ "$outcome" = nothing ] || status=1
-  # libFuzzer prints the coverage in its progress lines, and the executions at the end.
+  # libFuzzer prints the coverage and the corpus (COUNT/SIZE) in its progress lines, and the
+  # executions at the end.
   awk -v target="$target" -v outcome="$outcome" '
     / cov: / {
       for (field = 1; field < NF; ++field) {

@@ -25,4 +25,5 @@ if [ -e "$1" ] || [ -L "$1" ]; then fail "'$1' exists"; fi
 # One call creates and opens the file, so that no other user can replace it in between.
 (set -o noclobber && printf '%s\n' "$key" >"$1") 2>/dev/null || fail "'$1' cannot be written"
 public_key_of "$1"
+# Ends the line.
 echo

@@ -7,8 +7,8 @@
 //
 // Written for JavaScript for Automation, which has no modules. There `$` has the functions,
 // constants and classes of the imported frameworks, a method without arguments is called without
-// parentheses, `.js` converts an Objective-C object to a JavaScript value, and `delay` waits for a
-// number of seconds.
+// parentheses, `$()` is a null pointer, `.js` converts an Objective-C object to a JavaScript value,
+// and `delay` waits for a number of seconds.
 
 /* exported run */
 
@@ -77,8 +77,8 @@ const commands = {
   mayPostEvents() {
     return Boolean($.CGPreflightPostEventAccess());
   },
-  // Opens the second link of the page by keys. Option-Tab moves to a link even where
-  // the user's settings exclude links from Tab.
+  // Opens the second link of the page by keys. The first link of the home page leads to the home
+  // page itself. Option-Tab moves to a link even where the user's settings exclude links from Tab.
   openSecondLink() {
     for (let link = 1; link <= 2; link += 1) pressKey(TAB, $.kCGEventFlagMaskAlternate);
     pressKey(RETURN, 0);

@@ -17,8 +17,8 @@
 # archive; the default is the time of the last commit.
 #
 # On macOS a release needs ORVELOS_SIGN_IDENTITY. ORVELOS_ADHOC=1 allows a release with an ad
-# hoc signature: Gatekeeper blocks a downloaded copy, and applications that are signed by a
-# team do not install it as an update.
+# hoc signature: Gatekeeper blocks a downloaded copy, and applications that are signed by an
+# Apple developer team do not install it as an update.
 set -euo pipefail
 
 fail() {
@@ -104,6 +104,7 @@ find "$stage" -exec touch -t "$touch_time" {} +
 
 archive=orvel-os-$version.zip
 if [ "$manifest" = linux.json ]; then
+  # -X omits owners and extra times, -y stores symbolic links as such, -@ reads the names.
   (cd "$stage" && find 'Orvel OS.app' | sort | zip -q -X -y "$work/$archive" -@)
 else
   ditto -c -k --keepParent "$stage/Orvel OS.app" "$work/$archive"

@@ -37,6 +37,7 @@ packages=(
   python3-clang lld
 )
 
+# libclang-rt-19-dev has the headers of libFuzzer for clang-tidy.
 [ "${1-}" != lint ] || packages+=(clang-format-19 clang-tidy-19 libclang-rt-19-dev shellcheck)
 
 missing=()

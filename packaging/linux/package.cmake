@@ -15,8 +15,8 @@ set(CPACK_PACKAGE_DESCRIPTION
 the server on this computer and stops it again, or opens the address of a
 server elsewhere.")
 
-# Adds the libraries that dpkg-shlibdeps finds. Their packages depend on bubblewrap, for the
-# sandbox, and glib-networking, for https.
+# Adds the libraries that dpkg-shlibdeps finds. Their packages depend on bubblewrap (sandbox) and
+# glib-networking (https), so these two are not listed below.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The application runs these to find node and to stop an orphaned server.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "zsh, lsof, procps")
