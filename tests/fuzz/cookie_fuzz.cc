@@ -43,7 +43,7 @@ std::vector<Cookie> cookiesOf(const std::vector<std::string_view> &fields,
 }
 
 /// Returns whether a host gets a cookie: the host ends with the cookie's domain without the full
-/// stops at the ends of the domain. Compares the characters, not whole labels.
+/// stops at the ends of the domain. Like cookieHeader(), ignores label boundaries.
 bool isSentTo(const Cookie &cookie, const std::string &host) {
   std::string domain = cookie.domain;
   while (domain.starts_with('.')) domain.erase(0, 1);

@@ -79,6 +79,7 @@ void testInput(std::string_view input) {
   if (suggested) {
     require(!suggested->empty(), "a suggestion is not empty");
     require(trimmedText(*suggested).has_value(), "a suggestion is UTF-8");
+    // The disposition or the address may contain "escaped", also percent-encoded.
     require(!suggested->ends_with(".escaped") || input.find("escaped") != std::string_view::npos ||
                 suggested == suggestedFilename({fields.contentDisposition}, url),
             "no media type gives the extension of a description outside its folder");

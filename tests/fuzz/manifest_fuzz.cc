@@ -1,5 +1,5 @@
-// Properties: a manifest is read completely or rejected, names no working folder outside the
-// temporary folder, and has a valid signature only for the signed release.
+// Properties: an update manifest is read completely or rejected. The working folder, in which its
+// release is unpacked, lies in the temporary folder. Only the signed release has a valid signature.
 
 #include <algorithm>
 #include <filesystem>
@@ -37,8 +37,8 @@ void requireContained(const UpdateManifest &manifest) {
   require(!archive || !archive->scheme.empty(), "an archive address is absolute");
 }
 
-// The corpus has manifests of version 1.3 for macOS with a signature by this key for an archive
-// with this hash, with and without the new key. The private keys are deleted.
+// The corpus has two manifests of version 1.3 for macOS, signed with the private key of `publicKey`
+// for an archive with this hash. One of them has `newKey` too. The private keys are deleted.
 constexpr std::string_view publicKey =
     "BJSNQiaaPNCDke2b5cBngGwe4tKmi9xsr/5nY3dk0peIaGg5kCFZIdP419now1Bgx4scpLYVig2pIP73ABDy+p8=";
 constexpr std::string_view hash =
@@ -54,7 +54,7 @@ void requireAuthentic(const UpdateManifest &manifest) {
   const bool isValid = verify(publicKey, message, *handtekening);
   require(!isValid || (manifest.versie == "1.3" && sleutel.value_or(std::string(newKey)) == newKey),
           "only the signed release has a valid signature");
-  // The public key may be any text, and must not crash verify().
+  // The new key in a manifest may be any text, and must not crash verify().
   if (sleutel) verify(*sleutel, message, *handtekening);
 }
 

@@ -1,4 +1,4 @@
-// Property: the main view shows only pages of its server.
+// Property: the web view shows only pages of the server.
 
 #include <glib.h>
 
@@ -45,7 +45,7 @@ void requireSafe(const NavigationDecision &decision, const Url &url, const std::
     require(!isOfServer, "other applications open no URLs of the server");
   }
   if (decision.consequence == download) {
-    // For an about: URL no server gets a request.
+    // Downloads send the app key, but for an about: URL no server gets a request.
     require(url.scheme == "about" || isSameOrigin,
             "a download with the key is requested only from the server");
     require(url.path == "/api/export" || url.path.starts_with("/api/bestand/"),
@@ -86,9 +86,9 @@ bool matches(const std::string &pattern, const std::string &text) {
 }
 
 /// Requires that mainFrameFilter(), the JSON rules of a WebKit content filter, blocks an address,
-/// with or without a query, but not one with a letter before or after it. Skips addresses with a
-/// query or fragment of their own, and those with other characters than visible ASCII, in which
-/// WebKit serializes URLs.
+/// with or without a query, but not one with a letter before or after it. Skips addresses that
+/// already have a query or fragment, and those with characters other than visible ASCII, because
+/// WebKit serializes URLs in visible ASCII only.
 void requireFilter(const std::string &address) {
   const bool isVisible = std::all_of(address.begin(), address.end(),
                                      [](char character) { return g_ascii_isgraph(character); });

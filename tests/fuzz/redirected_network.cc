@@ -22,6 +22,7 @@ Function *original(const char *name) {
 
 void orvel::fuzz::redirectConnectionsTo(int port) { redirectedPort = static_cast<in_port_t>(port); }
 
+// This function and the next one are visible, so that the shared libraries call them.
 extern "C" __attribute__((visibility("default"))) int connect(int descriptor,
                                                               const sockaddr *address,
                                                               socklen_t size) {

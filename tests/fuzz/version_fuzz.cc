@@ -25,7 +25,8 @@ std::int64_t numberOf(const std::string &piece) {
 }
 
 /// Returns whether one version is later than the other, computed in another way than by nieuwer()
-/// (Dutch for "newer"), the function under test. The versions must be ASCII.
+/// (Dutch for "newer"), the function under test. The versions must be ASCII, because nieuwer() does
+/// not split at a full stop with a combining mark.
 bool isLater(std::string_view one, std::string_view other) {
   const auto numbersOf = [](std::string_view version) {
     std::vector<std::int64_t> numbers;

@@ -1,4 +1,5 @@
-// Tests of the mutation testing tool, on a small program.
+// Tests of the mutation testing tool, on the program in sample/. Its equivalents.toml lists a
+// mutant that behaves like the original, so that no test can kill it, and an outdated one.
 
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -27,7 +28,7 @@ function mutate(...args) {
   return { status: result.status, report: result.stdout, mutants };
 }
 
-/** Returns the bodies of the mutated functions of the mutants with this outcome, sorted. */
+/** Returns the mutated function bodies, or statements, of the mutants with this outcome, sorted. */
 function bodies(mutants, outcome) {
   return mutants.filter((mutant) => mutant.outcome === outcome)
     .map(({ mutated }) => mutated.replace(/^.*?\{ | \}$/g, '')).sort();

@@ -1,5 +1,5 @@
-// build-app.sh with fake tools: signing, notarisation and every failure on macOS. The
-// workflow of a hosted Mac runs the script with the real tools and an ad hoc signature;
+// build-app.sh with fake tools: signing, notarisation and every failure on macOS. On a hosted Mac,
+// .github/workflows/check.yml runs the script with the real tools and an ad hoc signature.
 // release.test.mjs and package_linux.test.mjs run it on Linux.
 
 import assert from 'node:assert/strict';

@@ -20,6 +20,7 @@ if (FAULT === 'early-exit') process.exit(3);
 const server = spawn(process.execPath, [`${ORVEL_OS_ROOT}/v3/server.mjs`],
   { env: { ...process.env, PORT: '4767' }, stdio: 'ignore' });
 const exited = once(server, 'exit');
+// The first line of the record says that the server listens.
 await waitFor('a line in the record of the server', () =>
   existsSync(ORVEL_DEMO_RECORD) && readFileSync(ORVEL_DEMO_RECORD, 'utf8').includes('\n'));
 

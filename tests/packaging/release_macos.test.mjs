@@ -1,5 +1,5 @@
-// release.sh with fake macOS tools: a notarised release and every failure. The workflow of a
-// hosted Mac runs the script with the real tools.
+// release.sh with fake macOS tools: a notarised release and every failure. On a hosted Mac,
+// .github/workflows/check.yml runs the script with the real tools.
 
 import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';

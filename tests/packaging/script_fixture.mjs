@@ -62,7 +62,8 @@ export class ScriptFixture {
   path(...parts) { return join(this.folder, ...parts); }
 
   /// Creates a fake tool that records its arguments and then runs the shell code `body`. A call
-  /// whose command line matches the pattern in the variable FAILS fails instead, with status 7.
+  /// whose command line matches the pattern in the variable FAILS fails instead, with status 7. In
+  /// the record NUL ends each word, and a line feed as the last word ends a call.
   addTool(name, body = '') {
     const text = `#!/usr/bin/env bash
 set -eu
@@ -134,6 +135,7 @@ if [ "$1" = --build ]; then
   done
   echo plist >"$contents/Info.plist"
 fi`);
+  // ${!#} is the last argument.
   fixture.addTool('codesign', `
 bundle="\${!#}"
 if [ "$1" = --verify ]; then

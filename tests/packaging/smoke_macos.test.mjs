@@ -1,6 +1,6 @@
 // smoke-macos.sh with a fake application and the real demo server: the script detects each fault.
-// On a hosted Mac, the workflow runs the script with the real application and with
-// operate_macos.js, which a fake osascript replaces here.
+// On a hosted Mac, .github/workflows/check.yml runs the script with the real application and with
+// operate_macos.js, which a fake osascript replaces in this test.
 
 import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
@@ -16,12 +16,11 @@ let fixture;
 beforeEach(() => {
   fixture = new ScriptFixture('demo');
   fixture.addTool('uname', 'echo Darwin');
-  // No address is stored that the application would open instead of the demo server.
+  // `defaults read` fails: the user has stored no address to open instead of the demo server.
   fixture.addTool('defaults', 'exit 1');
-  // Handles the commands of operate_macos.js, which are in $4. The smoke test types keys
-  // that open the second link of the page; here, that command sends the request of the page that
-  // the link opens. The file "moved" exists once the window has been
-  // dragged.
+  // Handles the commands of operate_macos.js, which are in $4. The real openSecondLink types keys
+  // that open the second link of the page; the fake one reports, as the opened page does, that the
+  // page is painted. The file "moved" exists once the window has been dragged.
   fixture.addTool('osascript', `
 cd "${fixture.folder}"
 case "$4 $FAULT" in

@@ -56,6 +56,7 @@ test('a release is a reproducible archive and its manifest', () => {
   assert.ok(information.includes(
     '<key>ORVELOSURL</key>\n\t<string>https://os.example.org/?a=b&amp;c</string>'));
 
+  // zip reads options from ZIPOPT; -0 would switch the compression off.
   assertSucceeded(run(['1.20.3', path('second')],
     { ...presets, TZ: 'Asia/Tokyo', ZIPOPT: '-0' }, /* umask */ '077'));
   for (const name of ['linux.json', 'orvel-os-1.20.3.zip']) {
@@ -141,8 +142,8 @@ test('wrong keys are reported and leave no file', () => {
     namedCurve: 'P-384', privateKeyEncoding: { type: 'pkcs8', format: 'pem' },
   }).privateKey;
   writeFileSync(path('p384.pem'), otherCurve);
-  // Another y coordinate. Changes the last but one base64 digit, because the last has unused bits;
-  // an "=" follows them.
+  // The key with another y coordinate: another last but one base64 digit, because the last digit,
+  // before the "=", has unused bits.
   const otherDigit = publicKey.at(-3) === 'A' ? 'B' : 'A';
   const offCurve = publicKey.slice(0, -3) + otherDigit + publicKey.slice(-2);
   for (const [

@@ -40,7 +40,7 @@ class HttpReplies {
   }
 
   /// Waits for that many replies. Returns those received within the limit, which is
-  /// multiplied by ORVEL_TEST_TIMEOUT_FACTOR.
+  /// multiplied by ORVEL_TEST_TIMEOUT_FACTOR (time_limit.h).
   std::vector<Reply> wait(std::size_t count,
                           std::chrono::seconds limit = std::chrono::seconds(60)) {
     std::unique_lock lock(mutex_);

@@ -23,7 +23,7 @@ namespace orvel::posix_test {
 inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
 
 /// Waits until a condition is true. Returns false when the limit, multiplied by
-/// ORVEL_TEST_TIMEOUT_FACTOR, has passed.
+/// ORVEL_TEST_TIMEOUT_FACTOR (time_limit.h), has passed.
 bool eventually(const std::function<bool()> &condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 

@@ -30,7 +30,7 @@ def write(name, source, clone, licence, columns, rows):
     commit = git(clone, 'rev-parse', 'HEAD').decode().strip()
     header = [f'Made by make_tables.py from {source}', f'at commit {commit}.', licence, columns]
     lines = [f'// {line}\n' for line in header] + [f'{{{row}}},\n' for row in rows]
-    # The texts stand as the sources have them.
+    # clang-tidy prefers raw string literals to the escapes that literal() makes.
     begin, end = (f'// NOLINT{word}(modernize-raw-string-literal)\n' for word in ('BEGIN', 'END'))
     (FOLDER / name).write_text(''.join([begin, *lines, end]))
 
@@ -45,6 +45,7 @@ def make_url_tables(clone):
     def text(value):
         return literal(b'' if value in (None, '<null>') else value.encode())
 
+    # Only the keys of these are used: ordered sets of rows.
     urls, extensions = {}, {}
     for test in tests:
         result = test['Out-NSResults']

@@ -43,6 +43,7 @@ for (const signal of ['SIGTERM', 'SIGINT', 'SIGHUP']) {
   });
 }
 
+/// Records and answers a request. `request` is a plain object with method, url, headers and body.
 function serve(request, response) {
   const { url } = request;
   record('request', request);
