@@ -45,7 +45,7 @@ class FakeScheduler {
   /// Advances the time and runs the tasks that become due.
   void advance(Duration duration) {
     const Duration target = now_ + duration;
-    while (runNext(target, /*mainMayRun=*/true)) {
+    while (runNext(target)) {
     }
     now_ = std::max(now_, target);
   }
@@ -56,7 +56,7 @@ class FakeScheduler {
   bool runUntil(const std::function<bool()> &condition, Duration limit) {
     const Duration target = now_ + limit;
     while (!condition()) {
-      if (!runNext(target, /*mainMayRun=*/true)) return false;
+      if (!runNext(target)) return false;
     }
     return true;
   }
@@ -72,13 +72,13 @@ class FakeScheduler {
   /// left that could make the condition true.
   void block(std::optional<Duration> limit, const std::function<bool()> &condition) {
     const Duration target = limit ? now_ + *limit : Duration::max();
-    const bool mainMayRun = !onMainThread();
-    while (!condition()) {
-      if (runNext(target, mainMayRun)) continue;
-      if (!limit) throw std::logic_error("deadlock: no task can end the wait");
-      now_ = std::max(now_, target);
-      return;
-    }
+    const bool wasMainBlocked = std::exchange(mainIsBlocked_, mainIsBlocked_ || onMainThread());
+    bool timedOut = false;
+    while (!timedOut && !condition()) timedOut = !runNext(target);
+    mainIsBlocked_ = wasMainBlocked;
+    if (!timedOut) return;
+    if (!limit) throw std::logic_error("deadlock: no task can end the wait");
+    now_ = std::max(now_, target);
   }
 
   Record &record() { return record_; }
@@ -92,11 +92,11 @@ class FakeScheduler {
     std::function<void()> work;
   };
 
-  /// Runs the first task that is due by `latest`, skipping those of the main thread unless
-  /// `mainMayRun`. Returns whether there was one.
-  bool runNext(Duration latest, bool mainMayRun) {
+  /// Runs the first task that is due by `latest`, skipping those of the main thread while it is
+  /// blocked. Returns whether there was one.
+  bool runNext(Duration latest) {
     for (auto task = tasks_.begin(); task != tasks_.end() && task->first.first <= latest; ++task) {
-      if (task->second.thread == Thread::main && !mainMayRun) continue;
+      if (task->second.thread == Thread::main && mainIsBlocked_) continue;
       const Task taken = std::move(task->second);
       now_ = std::max(now_, task->first.first);
       tasks_.erase(task);
@@ -111,6 +111,7 @@ class FakeScheduler {
   Record &record_;
   Duration now_{0};
   Thread thread_ = Thread::main;
+  bool mainIsBlocked_ = false;
   std::uint64_t posted_ = 0;
   std::map<Key, Task> tasks_;
 };
