@@ -29,7 +29,7 @@ class SoupHttpResponse : public testing::Test {
     EXPECT_EQ(reply.status, status) << bytes;
     EXPECT_EQ(reply.body, body) << bytes;
   }
-  void expectResponseWithoutBody(const std::string &bytes) {
+  void expectStatus200WithoutBody(const std::string &bytes) {
     expectReply(bytes, 200, std::nullopt);
   }
 
@@ -73,13 +73,13 @@ TEST_F(SoupHttpResponse, CompleteGzipBodyIsDecodedAndOtherEncodedBodyFails) {
   // Without gzip as the content coding, the body is a compressed file and is not decoded.
   expectReply(okResponse(packed, "Content-Encoding: identity\r\n"), 200, packed);
   for (std::size_t size = 0; size < packed.size(); ++size) {
-    expectResponseWithoutBody(okResponse(packed.substr(0, size), gzipField));
+    expectStatus200WithoutBody(okResponse(packed.substr(0, size), gzipField));
   }
   std::string wrongChecksum = packed;
   // The checksum and the length are the last eight bytes (RFC 1952, 2.3).
   wrongChecksum[packed.size() - 8] ^= 1;
-  expectResponseWithoutBody(okResponse(wrongChecksum, gzipField));
-  expectResponseWithoutBody(okResponse("body", "Content-Encoding: br\r\n"));
+  expectStatus200WithoutBody(okResponse(wrongChecksum, gzipField));
+  expectStatus200WithoutBody(okResponse("body", "Content-Encoding: br\r\n"));
 }
 
 TEST_F(SoupHttpResponse, LargeBodyIsComplete) {
@@ -114,19 +114,19 @@ TEST_F(SoupHttpResponse, TruncatedOrMalformedHeadFails) {
   expectReply(std::string("\x16\x03\x01\x00\x00\x00", 6), std::nullopt, std::nullopt);
 }
 
-TEST_F(SoupHttpResponse, TruncatedBodyGivesResponseWithoutBody) {
+TEST_F(SoupHttpResponse, TruncatedOrMalformedBodyGivesResponseWithoutBody) {
   const std::string chunked = "Transfer-Encoding: chunked\r\n";
   // In the first two rows the head ends without an empty line, which libsoup accepts.
   for (const std::string &rest :
        {std::string("Content-Length: 5\r\n"), chunked, std::string("Content-Length: 5\r\n\r\n"),
         std::string("Content-Length: 5\r\n\r\nabcd"),
         std::string("Connection: close\r\nContent-Length: 5\r\n\r\nabcd")}) {
-    expectResponseWithoutBody("HTTP/1.1 200 OK\r\n" + rest);
+    expectStatus200WithoutBody("HTTP/1.1 200 OK\r\n" + rest);
   }
-  expectResponseWithoutBody("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
+  expectStatus200WithoutBody("HTTP/1.0 200 OK\r\nContent-Length: 5\r\n\r\nabcd");
   for (const char *body : {"", "5", "5\r\n", "5\r\nab", "5\r\nabcde", "5\r\nabcde\r\n",
                            "5\r\nabcde\r\n0", "5\r\nabcde\r\n0\r\n", "x\r\n"}) {
-    expectResponseWithoutBody("HTTP/1.1 200 OK\r\n" + chunked + "\r\n" + body);
+    expectStatus200WithoutBody("HTTP/1.1 200 OK\r\n" + chunked + "\r\n" + body);
   }
 }
 
