@@ -42,14 +42,14 @@ class ArchiveExtraction : public testing::Test {
     zip(entries);
     return extract();
   }
-  void emptyTarget() const {
+  void clearTarget() const {
     fs::remove_all(target_);
     fs::create_directory(target_);
   }
   /// Writes an archive and extracts it into the emptied target. Expects that it is rejected and
   /// that nothing is written outside the target.
   void expectRejected(const std::vector<ZipEntry> &entries) {
-    emptyTarget();
+    clearTarget();
     EXPECT_FALSE(extract(entries)) << entries.back().name << " " << entries.back().contents;
     expectNothingOutside();
   }
@@ -94,7 +94,7 @@ TEST_F(ArchiveExtraction, FilesFoldersAndLinksAreExtracted) {
                       {"__MACOSX", "folder 755"},
                       {"__MACOSX/._a", "file 644 resources"}};
   for (const std::string options : {"", "zip:compression=store", "zip:zip64"}) {
-    emptyTarget();
+    clearTarget();
     zip(entries, options);
     ASSERT_TRUE(extract()) << options;
     EXPECT_EQ(treeOf(target_), expected) << options;
@@ -264,7 +264,7 @@ TEST_F(ArchiveExtraction, ArchiveThatExceedsLimitIsRejected) {
   zip({zipFile("a", std::string(1000, 'x')), zipFile("b", std::string(1000, 'y'))});
   EXPECT_TRUE(extractArchive(archive_, target_, {.size = 2000, .entries = 2}));
   for (const ArchiveLimits limits : {ArchiveLimits{.size = 1999}, ArchiveLimits{.entries = 1}}) {
-    emptyTarget();
+    clearTarget();
     EXPECT_FALSE(extractArchive(archive_, target_, limits))
         << limits.size << " bytes, " << limits.entries << " entries";
     EXPECT_EQ(contentsOf(target_ / "b").find('y'), std::string::npos);

@@ -24,13 +24,13 @@ std::vector<ZipEntry> release(const std::string &program = releaseProgram()) {
 
 class ArchiveUnpacking : public testing::Test {
  protected:
-  void emptyWorkingFolder() const {
+  void clearWorkingFolder() const {
     fs::remove_all(working_);
     fs::create_directories(working_);
   }
   /// Unpacks the archive into an empty working folder.
   void unpack() const {
-    emptyWorkingFolder();
+    clearWorkingFolder();
     unpacker_.unpack(archive_, working_);
   }
   void unpack(const std::vector<ZipEntry> &entries) const {
@@ -93,7 +93,7 @@ TEST_F(ArchiveUnpacking, KillAtAnySystemCallLeavesWholeBundleOrNone) {
   const Tree whole = treeOf(bundle_);
   int children = 0;
   bool sawNone = false;
-  const bool isTraceable = killAtEverySystemCall([this] { emptyWorkingFolder(); },
+  const bool isTraceable = killAtEverySystemCall([this] { clearWorkingFolder(); },
                                                  [this] {
                                                    unpacker_.unpack(archive_, working_);
                                                    return true;

@@ -215,14 +215,14 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
 TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
   makeTree(original_, "old");
   // Mounts the folder on itself, because only a mount can become read-only.
-  const auto mountHere = [this](unsigned long flags) {
+  const auto mountOnItself = [this](unsigned long flags) {
     const char *path = applications_.c_str();
     return ::mount(path, path, nullptr, flags, nullptr) == 0;
   };
   const auto outcome = runInChild([&] {
-    if (!enterMountNamespace() || !mountHere(MS_BIND)) exitWithoutResult();
+    if (!enterMountNamespace() || !mountOnItself(MS_BIND)) exitWithoutResult();
     const bool whenWritable = canReplaceFolder(original_);
-    if (!mountHere(MS_BIND | MS_REMOUNT | MS_RDONLY)) exitWithoutResult();
+    if (!mountOnItself(MS_BIND | MS_REMOUNT | MS_RDONLY)) exitWithoutResult();
     return whenWritable && !canReplaceFolder(original_);
   });
   if (!outcome) GTEST_SKIP() << "mounting is not permitted";
@@ -284,11 +284,12 @@ class FolderReplacementKill : public FolderReplacement,
   }
 
   bool replaceInScenario() const {
-    return (GetParam().canExchange || disableRenameExchange()) && replace(source_);
+    return (GetParam().canExchange || disableRenameExchange()) && replace(scenarioReplacement_);
   }
 
   /// The replacement of the scenario.
-  const fs::path &source_ = GetParam().crossesFileSystems ? copiedReplacement_ : replacement_;
+  const fs::path &scenarioReplacement_ =
+      GetParam().crossesFileSystems ? copiedReplacement_ : replacement_;
 };
 
 TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
@@ -304,9 +305,9 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
   const bool isTraceable = killAtEverySystemCall(
       [&] {
         fs::remove_all(original_);
-        fs::remove_all(source_);
+        fs::remove_all(scenarioReplacement_);
         old = makeSmallTree(original_, "old");
-        replacing = makeSmallTree(source_, "new");
+        replacing = makeSmallTree(scenarioReplacement_, "new");
       },
       [this] { return replaceInScenario(); },
       [&] {
@@ -325,11 +326,11 @@ TEST_P(FolderReplacementKill, LeavesCompleteOldOrNewFolder) {
           EXPECT_EQ(modeOf(copy_), 0700U) << "other users can read or change the copy";
         }
         // The next replacement removes the leftovers of the killed one.
-        fs::remove_all(source_);
-        const Tree next = makeSmallTree(source_, "next");
+        fs::remove_all(scenarioReplacement_);
+        const Tree next = makeSmallTree(scenarioReplacement_, "next");
         EXPECT_EQ(runInChild([this] { return replaceInScenario(); }), true);
         expectAtOriginalPath(next);
-        EXPECT_FALSE(fs::exists(source_));
+        EXPECT_FALSE(fs::exists(scenarioReplacement_));
       });
   if (!isTraceable) GTEST_SKIP() << "ptrace is not permitted";
   // More than five system calls precede the replacement, more than five follow it, and a copy needs

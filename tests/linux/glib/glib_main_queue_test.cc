@@ -41,19 +41,19 @@ TEST(GlibMainQueue, WorkPostedByOtherThreadsWakesMainLoopAndKeepsOrderOfEachThre
   constexpr int perThread = 2000;
   std::vector<std::vector<int>> order(4);
   std::vector<std::thread> threads;
-  for (auto &own : order) {
-    threads.emplace_back([&queue, &own] {
+  for (auto &numbers : order) {
+    threads.emplace_back([&queue, &numbers] {
       for (int number = 0; number < perThread; ++number) {
-        queue.post([&own, number] { own.push_back(number); });
+        queue.post([&numbers, number] { numbers.push_back(number); });
       }
     });
   }
   iterateUntil([&] {
     return std::all_of(order.begin(), order.end(),
-                       [](const auto &own) { return own.size() == perThread; });
+                       [](const auto &numbers) { return numbers.size() == perThread; });
   });
   for (std::thread &thread : threads) thread.join();
-  for (const auto &own : order) EXPECT_TRUE(std::is_sorted(own.begin(), own.end()));
+  for (const auto &numbers : order) EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
 }
 
 TEST(GlibMainQueue, MissedRepetitionsAreSkipped) {

@@ -83,16 +83,16 @@ class MainWindow : public testing::Test {
     return {static_cast<int>(screen().width), static_cast<int>(screen().height)};
   }
 
-  static WindowFrame frameOf(GtkWindow *handle) {
-    WindowFrame frame;
-    gtk_window_get_default_size(handle, &frame.width, &frame.height);
-    return frame;
+  static WindowFrame sizeOf(GtkWindow *handle) {
+    WindowFrame size;
+    gtk_window_get_default_size(handle, &size.width, &size.height);
+    return size;
   }
 
-  static WindowFrame minimumOf(GtkWindow *handle) {
-    WindowFrame frame;
-    gtk_widget_get_size_request(GTK_WIDGET(handle), &frame.width, &frame.height);
-    return frame;
+  static WindowFrame minimumSizeOf(GtkWindow *handle) {
+    WindowFrame size;
+    gtk_widget_get_size_request(GTK_WIDGET(handle), &size.width, &size.height);
+    return size;
   }
 
   static void run(const std::string &command) {
@@ -114,7 +114,7 @@ TEST_F(MainWindow, FirstFrameIsStoredFrameWithinLimitsOrContentRectangle) {
       {"1 1", {400, 300}},  // The minimum.
   };
   for (const auto &[stored, frame] : rows) {
-    EXPECT_EQ(frameOf(makeWindow(stored)), frame) << stored;
+    EXPECT_EQ(sizeOf(makeWindow(stored)), frame) << stored;
     // A window that still exists could overwrite the stored frame of the next row.
     window.reset();
   }
@@ -147,16 +147,16 @@ TEST_F(MainWindow, ResizedWindowStoresFrame) {
 TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   GtkWindow *handle = makeWindow("450 350");
   window->makeKeyAndOrderFront();
-  EXPECT_EQ(minimumOf(handle), (WindowFrame{400, 300}));
+  EXPECT_EQ(minimumSizeOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
   const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
   // A mode of 320 x 240 pixels for "screen", the output of Xvfb, with which CTest runs each test.
   // The other numbers are timings, which Xvfb ignores.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
-  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{320, 240}; }));
+  EXPECT_TRUE(platform->runUntil([&] { return minimumSizeOf(handle) == WindowFrame{320, 240}; }));
   run("xrandr --output screen --mode " + mode);
-  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == WindowFrame{400, 300}; }));
+  EXPECT_TRUE(platform->runUntil([&] { return minimumSizeOf(handle) == WindowFrame{400, 300}; }));
 }
 
 TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
@@ -166,7 +166,7 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   configuration.minimumHeight = minimum.height;
   GtkWindow *handle = makeWindow();
   window->makeKeyAndOrderFront();
-  EXPECT_EQ(minimumOf(handle), minimum);
+  EXPECT_EQ(minimumSizeOf(handle), minimum);
 
   // An XSettings daemon announces the scale, as on a desktop. SIGHUP makes it read its file again.
   const TemporaryFolder folder;
@@ -174,10 +174,10 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorScale) {
   RunningProgram daemon({"xsettingsd", "-c", file.c_str()});
   // At scale 2 the screen has half as many points in each direction, fewer than the minimum.
   const WindowFrame half{size.width / 2, size.height / 2};
-  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == half; }));
+  EXPECT_TRUE(platform->runUntil([&] { return minimumSizeOf(handle) == half; }));
   folder.file("xsettings", "Gdk/WindowScalingFactor 1\n");
   daemon.sendSignal(SIGHUP);
-  EXPECT_TRUE(platform->runUntil([&] { return minimumOf(handle) == minimum; }));
+  EXPECT_TRUE(platform->runUntil([&] { return minimumSizeOf(handle) == minimum; }));
 }
 
 /// A window manager that keeps 30 points free at the top of the screen, as for a panel. The
@@ -193,7 +193,7 @@ class WindowManagerWithPanel {
   const bool hasReservedPanel =
       std::system(
           "timeout 60 sh -c "
-          "'until xprop -root _NET_WORKAREA | grep -q 30; do sleep 0.05; done'") == 0;
+          "'until xprop -root _NET_WORKAREA | grep -q \"= 0, 30,\"; do sleep 0.05; done'") == 0;
 };
 
 class MainWindowBelowPanel : public WindowManagerWithPanel, public MainWindow {};
@@ -207,7 +207,7 @@ TEST_F(MainWindowBelowPanel, MinimumSizeIsLimitedToWorkArea) {
   EXPECT_EQ(screenSize(), belowPanel);
   configuration.minimumWidth = whole.width;
   configuration.minimumHeight = whole.height;
-  EXPECT_EQ(minimumOf(makeWindow()), belowPanel);
+  EXPECT_EQ(minimumSizeOf(makeWindow()), belowPanel);
 }
 
 TEST_F(MainWindow, TitleIsShownOnlyWhenConfigured) {

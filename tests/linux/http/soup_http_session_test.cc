@@ -110,12 +110,14 @@ TEST(SoupHttpSession, DestructionWaitsForBlockingCompletionAndItsRequest) {
   HttpReplies replies;
   auto session = std::make_unique<SoupHttpSession>();
   // Captures the pointer, because `session` is null while the destructor runs.
-  session->dataTask(requestOf(server.url()), [&, own = session.get()](const DataReply &) {
-    blocking.set_value();
-    // The destructor cancels the silent request.
-    cancelled.get_future().wait();
-    own->dataTask(requestOf(server.url()), replies.completion("started by a completion"));
-  });
+  session->dataTask(requestOf(server.url()),
+                    [&, sessionPointer = session.get()](const DataReply &) {
+                      blocking.set_value();
+                      // The destructor cancels the silent request.
+                      cancelled.get_future().wait();
+                      sessionPointer->dataTask(requestOf(server.url()),
+                                               replies.completion("started by a completion"));
+                    });
   blocking.get_future().wait();
   session->dataTask(requestOf(server.url("/silent")),
                     replies.completion("started while the completion blocks"));

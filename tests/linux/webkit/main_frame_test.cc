@@ -75,11 +75,11 @@ TEST_F(MainFrame, NavigationWithoutUserGestureIsCancelled) {
 TEST_F(MainFrame, RedirectTargetIsDecidedSeparatelyAndCancelled) {
   for (const std::string status : {"301", "302", "303", "307", "308"}) {
     showPage(pageWithFrame);
-    delegate.decisions.clear();
+    delegate.decidedNavigations.clear();
     const std::string redirect = "/redirect/" + status + "/file/1";
     evaluate("location = '" + redirect + "'");
     expectCancelledWithoutRequest("/file/1");
-    EXPECT_EQ(delegate.decisions, (Strings{"mainFrame " + redirect, "mainFrame /file/1"}));
+    EXPECT_EQ(delegate.decidedNavigations, (Strings{"mainFrame " + redirect, "mainFrame /file/1"}));
   }
 }
 
@@ -133,10 +133,10 @@ TEST_F(MainFrame, PendingFetchSurvivesCancelledNavigation) {
 
 TEST_F(MainFrame, UrlThatPolicyAllowsInNoFrameIsDecidedOnce) {
   showPage("page");
-  delegate.decisions.clear();
+  delegate.decidedNavigations.clear();
   evaluate("location = '/export?a=b'");
   expectCancelledWithoutRequest("/export?a=b");
-  EXPECT_EQ(delegate.decisions.size(), 1U);
+  EXPECT_EQ(delegate.decidedNavigations.size(), 1U);
 }
 
 TEST_F(MainFrame, FileInSubFrameIsCancelledWhenContentFilterCannotBeStored) {

@@ -14,7 +14,7 @@ class NewWindow : public PageTest {
   /// Shows a page and runs a script on it. The recorded decisions are only those of the script.
   void showAndRun(const std::string &html, const std::string &script) {
     showPage(html);
-    delegate.decisions.clear();
+    delegate.decidedNavigations.clear();
     evaluate(script);
   }
 };
@@ -25,7 +25,7 @@ TEST_P(NewWindowNavigation, ReachesDelegateAndSendsNoRequest) {
   setPage("/frame", GetParam().framePage);
   showAndRun(GetParam().html, GetParam().script);
   expectNewWindow("/next?a=b#c");
-  EXPECT_EQ(delegate.decisions, Strings{"newWindow /next?a=b#c"});
+  EXPECT_EQ(delegate.decidedNavigations, Strings{"newWindow /next?a=b#c"});
   EXPECT_EQ(requestsTo("/next"), Strings());
 }
 
@@ -105,7 +105,7 @@ TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithItsCause) {
       "<a id=link download href=/next>x</a><script>var clicks = 1;"
       "onload = () => setInterval(() => { if (clicks-- > 0) link.click(); }, 10)</script>");
   expectDownload("script /next");
-  delegate.decisions.clear();
+  delegate.decidedNavigations.clear();
   for (int round = 0; round < 2; ++round) {
     evaluate("link.click()");
     expectDownload("user /next");
@@ -113,7 +113,7 @@ TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithItsCause) {
     expectDownload("script /next");
   }
   // Two clicks in each of two rounds.
-  EXPECT_EQ(delegate.decisions, Strings(4, "mainFrame /next"));
+  EXPECT_EQ(delegate.decidedNavigations, Strings(4, "mainFrame /next"));
 }
 
 TEST_F(NewWindow, LinkWithDownloadAttributeAndFragmentReachesDelegate) {

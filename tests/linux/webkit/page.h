@@ -30,9 +30,9 @@ namespace orvel {
 class PageDelegate final : public WebViewDelegate {
  public:
   NavigationPolicy decidePolicy(const NavigationAction &action) override {
-    decisions.push_back(describe(action));
+    decidedNavigations.push_back(describe(action));
     const NavigationPolicy policy = policyFor(action);
-    if (policy == NavigationPolicy::cancel) cancelled.push_back(decisions.back());
+    if (policy == NavigationPolicy::cancel) cancelled.push_back(decidedNavigations.back());
     return policy;
   }
   NavigationPolicy policyFor(const NavigationAction &action) const override {
@@ -67,8 +67,8 @@ class PageDelegate final : public WebViewDelegate {
   /// paths.
   std::string server;
   /// The targets and URLs of the calls of `decidePolicy`, such as "mainFrame /page".
-  std::vector<std::string> decisions;
-  /// Those of the decisions that cancelled the navigation.
+  std::vector<std::string> decidedNavigations;
+  /// Those of `decidedNavigations` that were cancelled.
   std::vector<std::string> cancelled;
   /// The URLs of the calls of `createWebView`, such as "/page", or "(none)" without a URL.
   std::vector<std::string> newWindows;
@@ -225,10 +225,10 @@ class PageTest : public testing::Test {
 
   /// Waits until the delegate has cancelled these navigations, such as "mainFrame /page". Expects
   /// no other cancelled navigation, no new window and no download. Forgets the navigations.
-  void expectCancelled(const Strings &decisions) {
-    EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= decisions.size(); }));
+  void expectCancelled(const Strings &navigations) {
+    EXPECT_TRUE(runUntil([&] { return delegate.cancelled.size() >= navigations.size(); }));
     EXPECT_TRUE(waitUntilRequestsArrived());
-    EXPECT_EQ(delegate.cancelled, decisions);
+    EXPECT_EQ(delegate.cancelled, navigations);
     EXPECT_EQ(delegate.newWindows, Strings());
     EXPECT_EQ(delegate.downloads, Strings());
     delegate.cancelled.clear();

@@ -18,8 +18,8 @@ class Pointer : public PageTest {
     gtk_window_present(window.get());
     g_signal_connect_swapped(webKitView(), "context-menu",
                              G_CALLBACK(+[](Pointer *test, WebKitContextMenu *menu) {
-                               test->marks.clear();
-                               test->recordMarks(menu);
+                               test->itemStates.clear();
+                               test->recordItemStates(menu);
                                return gboolean{FALSE};
                              }),
                              this);
@@ -41,7 +41,7 @@ class Pointer : public PageTest {
       // The page does not get the events of a pointer on a frame.
       return evaluate("moved") == "true" || element.starts_with("<iframe");
     }));
-    delegate.decisions.clear();
+    delegate.decidedNavigations.clear();
   }
 
   static void runXdotool(const std::string &commands) {
@@ -59,21 +59,21 @@ class Pointer : public PageTest {
     return nullptr;
   }
 
-  /// Appends the mark of each item of a menu and its submenus to `marks`: "-" for a disabled item,
-  /// "+" for a checked one, and otherwise the empty text. A GMenuModel does not have this state.
-  void recordMarks(WebKitContextMenu *menu) {
+  /// Appends the state of each item of a menu and its submenus to `itemStates`: "-" for a disabled
+  /// item, "+" for a checked one, and otherwise the empty text. A GMenuModel does not have it.
+  void recordItemStates(WebKitContextMenu *menu) {
     for (GList *link = webkit_context_menu_get_items(menu); link != nullptr; link = link->next) {
       auto *item = WEBKIT_CONTEXT_MENU_ITEM(link->data);
       if (webkit_context_menu_item_is_separator(item) != FALSE) continue;
-      marks.emplace_back();
+      itemStates.emplace_back();
       if (WebKitContextMenu *submenu = webkit_context_menu_item_get_submenu(item)) {
-        recordMarks(submenu);
+        recordItemStates(submenu);
         continue;
       }
       GAction *action = webkit_context_menu_item_get_gaction(item);
-      if (!g_action_get_enabled(action)) marks.back() = "-";
+      if (!g_action_get_enabled(action)) itemStates.back() = "-";
       if (GVariant *state = g_action_get_state(action)) {
-        if (g_variant_get_boolean(state)) marks.back() = "+";
+        if (g_variant_get_boolean(state)) itemStates.back() = "+";
         g_variant_unref(state);
       }
     }
@@ -114,8 +114,8 @@ class Pointer : public PageTest {
     FAIL() << "no entry " << label;
   }
 
-  /// The marks of the context menu that WebKit has opened last, as `recordMarks` describes them.
-  Strings marks;
+  /// The states of the items of the menu that WebKit has opened last (see `recordItemStates`).
+  Strings itemStates;
   const GObjectPointer<GtkWindow> window = retain(GTK_WINDOW(gtk_window_new()));
 };
 
@@ -132,13 +132,13 @@ class ContextMenu : public Pointer, public testing::WithParamInterface<ContextMe
 TEST_P(ContextMenu, ItemsAreDutchWithoutItemForNewWindow) {
   Strings labels;
   const std::vector<Entry> entries = openMenuOf(GetParam().element);
-  auto mark = marks.begin();
+  auto state = itemStates.begin();
   for (const Entry &entry : entries) {
     const bool isSeparator = entry.label.empty();
-    ASSERT_TRUE(isSeparator || mark != marks.end());
-    labels.push_back(isSeparator ? "" : *mark++ + entry.label);
+    ASSERT_TRUE(isSeparator || state != itemStates.end());
+    labels.push_back(isSeparator ? "" : *state++ + entry.label);
   }
-  EXPECT_EQ(mark, marks.end());
+  EXPECT_EQ(state, itemStates.end());
   EXPECT_EQ(labels, GetParam().labels);
 }
 
@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto &menu) { return menu.param.name; });
 
 TEST_F(Pointer, DownloadItemReachesDelegateAndOpensNoWindow) {
-  setPage("/picture", "<svg xmlns='http://www.w3.org/2000/svg'/>");
+  setPage("/picture", "<svg xmlns='http://www.w3.org/2000/svg'/>", "image/svg+xml");
   struct Row {
     std::string element;
     std::string label;
@@ -181,7 +181,7 @@ TEST_F(Pointer, DownloadItemReachesDelegateAndOpensNoWindow) {
         Row{"<img src=/picture>", "Download afbeelding", "/picture"}}) {
     choose(element, label);
     expectDownload("user " + address);
-    EXPECT_EQ(delegate.decisions, Strings()) << element;
+    EXPECT_EQ(delegate.decidedNavigations, Strings()) << element;
     EXPECT_EQ(g_list_model_get_n_items(gtk_window_get_toplevels()), 1U) << element;
   }
   EXPECT_EQ(requestsTo("/next"), Strings());

@@ -11,7 +11,7 @@ class ScriptDialog : public PageTest {
  protected:
   /// Runs a script in a timer of the page. evaluate() alone would wait for the end of the script,
   /// which a dialog blocks until the test answers the dialog.
-  void runLater(const std::string &script) { evaluate("setTimeout(() => { " + script + " }); 0"); }
+  void runLater(const std::string &script) { evaluate("setTimeout(() => { " + script + " })"); }
   void runAndWaitForPanel(const std::string &script) {
     runLater(script);
     ASSERT_TRUE(runUntil([this] { return !delegate.panels.empty(); }));

@@ -22,7 +22,7 @@ class SubFrame : public PageTest {
     EXPECT_TRUE(waitForFrameText("content of " + path));
     EXPECT_TRUE(waitUntilRequestsArrived());
     EXPECT_EQ(requestsTo(path), Strings{method + " " + path});
-    EXPECT_EQ(delegate.decisions.back(), "subFrame " + address);
+    EXPECT_EQ(delegate.decidedNavigations.back(), "subFrame " + address);
     EXPECT_EQ(delegate.cancelled, Strings());
     EXPECT_EQ(delegate.newWindows, Strings());
   }
@@ -108,7 +108,7 @@ TEST_F(SubFrame, RemovalOfFrameDuringItsNavigationCancelsNothing) {
   evaluate(
       "document.querySelector('iframe').src = '/file/1'; setTimeout(() =>"
       " document.querySelector('iframe').remove())");
-  EXPECT_TRUE(runUntil([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
+  EXPECT_TRUE(runUntil([&] { return delegate.decidedNavigations.back() == "subFrame /file/1"; }));
   EXPECT_TRUE(waitUntilRequestsArrived());
   EXPECT_EQ(delegate.cancelled, Strings());
 }
@@ -133,7 +133,7 @@ TEST_F(SubFrame, FrameInClosedShadowRootIsLoaded) {
   showPage(
       "<div id=host></div><script>host.attachShadow({mode: 'closed'}).innerHTML ="
       " '<iframe src=/file/1></iframe>'</script>");
-  EXPECT_TRUE(runUntil([&] { return delegate.decisions.back() == "subFrame /file/1"; }));
+  EXPECT_TRUE(runUntil([&] { return delegate.decidedNavigations.back() == "subFrame /file/1"; }));
   EXPECT_TRUE(runUntil([&] { return requestsTo("/file/1").size() == 1; }));
   EXPECT_EQ(delegate.cancelled, Strings());
 }
