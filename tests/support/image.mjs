@@ -26,6 +26,7 @@ export class Image {
   shareBrighterThan(limit, top = 0) {
     const { pixels, stride, width, height } = this;
     let count = 0;
+    // On Xvfb and in a PNG, the first three bytes of a pixel are its colour channels.
     for (let y = top; y < height; y += 1) {
       const end = y * stride + width * 4;
       for (let offset = y * stride; offset < end; offset += 4) {
