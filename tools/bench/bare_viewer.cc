@@ -13,11 +13,13 @@ int main(int argc, char **argv) {
   const bool tuned = argc == 3 && std::strcmp(argv[1], "tuned") == 0;
   if (argc != 2 && !tuned) return EXIT_FAILURE;
   const bool rendersInSoftware = tuned && !orvel::detectGraphicsHardware().hasUsableGpu;
+  // Before GTK starts, because this sets environment variables that GTK and WebKit read.
   if (tuned) orvel::selectRenderers(orvel::detectGraphicsHardware(), gtk_get_minor_version());
 
   gtk_init();
   WebKitSettings *settings = webkit_settings_new();
   if (rendersInSoftware) {
+    // The application sets these two as well when it has no GPU.
     g_object_set(gtk_settings_get_default(), "gtk-overlay-scrolling", FALSE, nullptr);
     webkit_settings_set_hardware_acceleration_policy(settings,
                                                      WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);

@@ -1,5 +1,5 @@
-// Measures the application and other viewers, and writes the results to a JSON file. In each
-// round every viewer is measured once.
+// Measures the application and other viewers (programs that show a page in a window), and writes
+// the results to a JSON file. In each round every viewer is measured once.
 //
 //   node bench.mjs APPLICATION PROGRAMS RESULTS [MODE]
 //
@@ -19,6 +19,7 @@ import { createRelease, downloads, updates } from './transfers.mjs';
 import { listViewers } from './viewers.mjs';
 
 const [application, programs, resultsFile, mode = 'all'] = process.argv.slice(2);
+/// The number of rounds of each measurement.
 const rounds = {
   all: { starts: 10, minutes: 2, mainLoops: 3, transfers: 4, updates: 6 },
   quick: { starts: 1, minutes: 0, mainLoops: 1, transfers: 0, updates: 0 },
@@ -29,13 +30,14 @@ const rounds = {
 /// speed of the disk. Otherwise returns the temporary folder.
 function scratchFolder() {
   const { bavail, bsize } = statfsSync('/dev/shm');
-  // Far more than the large file of 4 GiB, because the measured programs need memory too.
+  // Far more than the largest download (4 GiB), because the measured programs need memory too.
   return bavail * bsize > 12 * 1024 ** 3 ? '/dev/shm' : tmpdir();
 }
 
 const screen = await Screen.open(screenSize);
 const bench = { application, programs, screen, scratch: scratchFolder() };
 const viewers = listViewers({ application, programs, chromium: process.env.ORVEL_BENCH_CHROMIUM });
+// The application and the tuned bare viewer.
 const [ours, , tuned] = viewers;
 const results = {
   date: new Date().toISOString().slice(0, 10),
@@ -70,8 +72,9 @@ async function measure(table, name, body) {
 /// Returns the list, beginning with another element in each round.
 const rotated = (list, round) => list.map((_, index) => list[(index + round) % list.length]);
 
-/// Measures transfers of the same content once. A virtual machine first has to get memory from its
-/// host, which slows down the first transfer, so each round begins with another one.
+/// Measures each of these transfers, which have the same content, once. A virtual machine first has
+/// to get memory from its host, which slows down the first transfer, so each round begins with
+/// another one.
 async function measureTransfers(round, transfers, release) {
   for (const [name, transfer] of rotated(Object.entries(transfers), round)) {
     await measure('transfers', name, () => transfer(bench, release));
@@ -81,6 +84,7 @@ async function measureTransfers(round, transfers, release) {
 mkdirSync(dirname(resultsFile), { recursive: true });
 try {
   for (let round = 0; round < rounds.starts; round += 1) {
+    // A start is "ready" when its server already runs, and otherwise "cold".
     for (const viewer of rotated(viewers, round)) {
       await measure('ready', viewer.name, () => measureReadyStart(bench, viewer));
       await measure('cold', viewer.name, () => measureColdStart(bench, viewer));

@@ -1,4 +1,4 @@
-// The parts of the benchmark: statistics, screen checks, process tree and report.
+// Tests parts of the benchmark: statistics, screen checks, process tree and report.
 
 import assert from 'node:assert/strict';
 import { existsSync, mkdtempSync, rmSync } from 'node:fs';
@@ -35,7 +35,8 @@ test('an empty screen and the complete heavy page are recognised by their pixels
     shows: (colour, x, y) => (colours.get(`${x},${y}`) ?? [0, 0, 0]).join() === colour.join(),
   };
   assert.ok(isEmptyScreen(screen));
-  // The positions that showsHeavyPage checks on a screen of 400 by 300 pixels.
+  // The positions that showsHeavyPage checks on a screen of 400 by 300 pixels: three in the marks
+  // at the lower edge of the page, and three in the band at its top.
   paint(MARK, 260, 30, 220, 340);
   assert.ok(!showsHeavyPage(screen), 'marks without the band');
   paint(BAND, 140, 30, 200);
@@ -56,6 +57,7 @@ test('the measurement of a process tree includes an orphaned process', async () 
     const result = await tree.measure();
     return result.processes.join() === 'sleep' ? result : null;
   });
+  // Limits far below what the work (about 200 ms) and `sleep` take.
   assert.ok(measured.processor > 20, `processor time ${measured.processor} ms`);
   assert.ok(measured.memory > 10, `memory ${measured.memory} kB`);
   await tree.kill();
@@ -75,6 +77,7 @@ test('the summary of stalls has the launch, the longest later stall and the tota
 });
 
 test('the report lists the targets as met, missed or not measured', () => {
+  // In ms, MiB and ms.
   const starts = (painted, memory, processor) => [{ painted, memory, processor, serverStart: 60 }];
   const ready = {
     'Orvel OS': starts(900, 103, 50), 'bare viewer': starts(2000, 200, 90),
@@ -121,6 +124,7 @@ test('the report lists the targets as met, missed or not measured', () => {
 test('the tables replace the text between the markers of a document', () => {
   const document = (tables) =>
     `Before.\n<!-- results -->\n${tables}<!-- end of results -->\nAfter.\n`;
+  // In a replacement string of replace(), "$&" would stand for the replaced text.
   assert.equal(replaceTables(document('old\ntables\n'), 'new $& tables\n'),
     document('new $& tables\n'));
 });

@@ -11,7 +11,7 @@ import { measureReadyStart, screenSize } from './startup.mjs';
 import { listViewers } from './viewers.mjs';
 
 const [application, other, rounds = '15'] = process.argv.slice(2);
-// The first viewer of the benchmark is the application.
+// The first viewer is the application. The others, which need the folder `programs`, are not used.
 const builds = [application, other].map((path) =>
   listViewers({ application: resolve(path), programs: '' })[0]);
 /// The results of measureReadyStart, by build.
@@ -26,6 +26,7 @@ try {
 } finally {
   await screen.close();
 }
+// The times until the window and the finished page are on the screen, and the processor time.
 for (const field of ['window', 'painted', 'processor']) {
   const [ours, others] = starts.map((results) => results.map((result) => result[field]));
   console.log(`${field}: ${median(ours).toFixed(0)} ms and ${median(others).toFixed(0)} ms, ` +

@@ -15,7 +15,7 @@
 //   WAITED WORKED
 //
 // WAITED is how long the main thread waited for another thread in pthread_cond_wait(), for example
-// for the one that runs a child process. WORKED is the processor time of the main thread.
+// for a thread that runs a child process. WORKED is the processor time of the main thread.
 
 namespace {
 
@@ -61,7 +61,8 @@ gint pollAndRecord(GPollFD *descriptors, guint count, gint timeout) {
 
 }  // namespace
 
-/// Replaces the function of the C library: calls it and adds the main thread's time to `waited`.
+/// Replaces the function of the C library: calls it, and adds the time that the main thread spends
+/// in it to `waited`.
 extern "C" [[gnu::visibility("default")]] int pthread_cond_wait(pthread_cond_t *condition,
                                                                 pthread_mutex_t *mutex) {
   // Before glibc 2.36, RTLD_NEXT could find an older version of this function with another ABI.

@@ -8,11 +8,11 @@ const ELEMENTS = 2000;
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;
 export const SMALL_FILES = 10_000;
-/// How many small files the page has requested and the server has not yet sent.
+/// The page keeps this number of small files requested and not yet sent.
 const CONCURRENT_FILES = 8;
 
-/// The colours of the marks at the lower edge, which appear when the page is loaded, and of the
-/// band at the top.
+/// The colours of the marks (three squares at the lower edge of the heavy page, which appear when
+/// it is loaded) and of the band at its top.
 export const MARK = [19, 199, 161];
 export const BAND = [120, 64, 200];
 

@@ -52,7 +52,8 @@ def descendants():
 def processor_time(pid):
     """Returns the processor time of a process in seconds; 0 when it has exited."""
     try:
-        # CPUCLOCK_SCHED of the process, as clock_getcpuclockid(3) returns it.
+        # The ID of the CPU clock of the process, as clock_getcpuclockid(3) returns it: Python lacks
+        # that function. The clock is finer than the ticks in /proc/PID/stat.
         return time.clock_gettime((~pid << 3) | 2)
     except OSError:
         return 0

@@ -1,12 +1,15 @@
 // Prints the results of bench.mjs as tables in Markdown, or replaces the tables of a document.
 //
 //   node report.mjs RESULTS [DOCUMENT]
+//
+// A viewer is a program that shows the page of the benchmark. The first three are the application,
+// the bare viewer and the tuned one. docs/performance.md explains them and the terms of the tables.
 
 import { readFileSync, writeFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 
-/// The rows of the table of viewers: label, and the table and field of the results. The table
-/// `minute` has numbers without fields.
+/// The rows of the table that compares the viewers: label, and the table and field of the results.
+/// The table `minute` has numbers without fields.
 const viewerRows = [
   ['start, ready server: window on screen, ms', 'ready', 'window'],
   ['first request, ms', 'ready', 'request'],
@@ -34,8 +37,8 @@ export function median(values) {
 /// both measurements of a round, so it hardly changes their ratio.
 export const medianRatio = (a, b) => median(a.map((value, round) => value / b[round]));
 
-/// Returns the values of all rounds, or this field of them. A failed measurement, which is null in
-/// the results, is NaN.
+/// Returns the values of all rounds, or this field of each value. A failed measurement, which is
+/// null in the results, is NaN.
 const series = (results, table, name, field) => (results[table][name] ?? [])
   .map((value) => (field === undefined ? value : value?.[field]) ?? NaN);
 
@@ -58,7 +61,7 @@ function viewersTable(results) {
   ];
 }
 
-/// Returns the time of the verification in this transfer, divided by the time of its download. The
+/// Returns the time of the verification in this update, divided by the time of its download. The
 /// verification is how much longer a build with a public key takes from the end of the download
 /// until it begins to unpack than a build without one.
 function verificationRatio(results, transfer) {
@@ -119,6 +122,7 @@ export function checkTargets(results) {
   ];
 }
 
+/// "command line" is curl, for the update followed by unzip.
 function transfersTable(results) {
   const seconds = (name) => format(median(series(results, 'transfers', name, 'time')) / 1000, 1);
   const { transfers, updates } = results.rounds;

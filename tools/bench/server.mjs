@@ -1,9 +1,9 @@
-// The server of the web application, as the benchmark needs it. Records when it listens, its
-// requests and the report of the heavy page, one line of JSON each. The environment variables are
+// A stand-in for the server of the web application. Records when it listens, its requests and the
+// load event of the heavy page, one line of JSON each. The environment variables are
 //
 //   PORT, ORVEL_BENCH_HOST    the address to listen on
 //   ORVEL_BENCH_RECORD        the file of the record
-//   ORVEL_BENCH_PAGE          the page at "/": heavy, large or small
+//   ORVEL_BENCH_PAGE          the page of pages.mjs at "/": heavy (default), large or small
 //   ORVEL_BENCH_MANIFEST      the text of the manifest of the offered release, if any
 //   ORVEL_BENCH_ARCHIVE       the path of the archive of that release
 //   ORVEL_BENCH_MEGABITS      the rate at which the archive is sent, in Mbit/s; by default unlimited
@@ -117,6 +117,7 @@ const server = createServer((request, response) => {
   response.writeHead(404).end();
 });
 
+// High limits, so that a client rarely has to connect again.
 server.keepAliveTimeout = 60_000;
 server.listen({ port: Number(PORT), host: ORVEL_BENCH_HOST ?? '127.0.0.1', backlog: 4096 }, () => {
   record('listening');

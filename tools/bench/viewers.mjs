@@ -11,8 +11,8 @@ import { createUserEnvironment } from '../../tests/support/desktop/environment.m
 const serverScript = fileURLToPath(new URL('server.mjs', import.meta.url));
 const isRoot = process.getuid() === 0;
 
-/// The folders of a new user, and a data root, in which the application finds its server: that of
-/// the benchmark.
+/// The folders of a new user, and a data root, in which the application finds the server of the
+/// benchmark as its own.
 export class UserHome {
   constructor(screen, base = tmpdir()) {
     this.folder = mkdtempSync(join(base, 'orvel bench '));
@@ -39,9 +39,10 @@ export class UserHome {
   }
 }
 
-/// Returns the viewers. `command(home, address)` prepares the home and returns the command line of
-/// a viewer. The application starts its server itself when the address is null. Chromium is left
-/// out without its path, and Qt WebEngine when its viewer has not been built.
+/// Returns the viewers, the application first. `command(home, address)` prepares the home and
+/// returns the command line of a viewer. The application starts its server itself when the address
+/// is null. Chromium is left out without its path, and Qt WebEngine when its viewer has not been
+/// built.
 export function listViewers({ application, programs, chromium }) {
   const withAddress = (...command) => (home, address) => [...command, address];
   const viewers = [

@@ -2,7 +2,8 @@
 
     python3 check_property_lists.py INFO_PLIST
 
-INFO_PLIST is that of a build with the default version and no presets (cmake/info_plist.cmake).
+INFO_PLIST is the application's Info.plist of a build with the default version and no presets
+(cmake/info_plist.cmake).
 Reads the other lists from the checkout.
 """
 
@@ -36,6 +37,7 @@ APPLICATION = {
     ),
     "NSPrincipalClass": "NSApplication",
 }
+# The ORVELOSTest entries have one value of each type, for a test that only texts are read.
 TESTS = {
     "CFBundleIdentifier": "nl.orvel.os.contract",
     "CFBundleInfoDictionaryVersion": "6.0",
@@ -49,7 +51,7 @@ TESTS = {
     "ORVELOSTestArray": ["text"],
     "ORVELOSTestDictionary": {"text": "text"},
 }
-# The hardened runtime without exceptions.
+# Without entitlements, the hardened runtime has no exceptions.
 ENTITLEMENTS = {}
 
 

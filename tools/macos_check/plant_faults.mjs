@@ -1,6 +1,6 @@
-// Measures the check of the macOS edition on Linux: of the sources, the property lists and
-// build-app.sh. Plants each fault of planted_faults.mjs into a copy of the checkout and runs the
-// part of the check that concerns the changed file.
+// Measures how many deliberate faults in the macOS edition its checks on Linux find. Plants each
+// fault of planted_faults.mjs into a copy of the checkout and runs the check of the changed file:
+// of a source, of a property list, or of the signing by build-app.sh.
 //
 //   node plant_faults.mjs SYSROOT [CATEGORY...]
 //
@@ -39,6 +39,7 @@ function check(files) {
     if (file.startsWith('scripts/')) {
       parts.push(() => run('node', ['--test', 'tests/packaging/build_app.test.mjs']));
     } else if (/\.(in|entitlements|plist)$/.test(file)) {
+      // Configuring writes Info.plist into the bundle.
       parts.push(configure, () => run('python3',
         ['tools/macos_check/check_property_lists.py', 'build/Orvel OS.app/Contents/Info.plist']));
     }

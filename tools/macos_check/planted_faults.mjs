@@ -1,4 +1,7 @@
 // The faults that plant_faults.mjs plants. Each edit replaces a text that its file contains once.
+//
+// oneShot wraps a completion handler so that it is called exactly once. CFPointer and createdBy
+// give a Core Foundation object an owner that releases it.
 
 const bridge = 'platform/macos/appkit/app_delegate_bridge.mm';
 const bridgeHeader = 'platform/macos/appkit/app_delegate_bridge.h';

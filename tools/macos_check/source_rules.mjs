@@ -40,14 +40,15 @@ const methods = {
   },
   'platform/macos/appkit/page_window.mm': {
     NSWindow: ['becomeKeyWindow'],
-    // A category of NSWindow.
+    // The category NSEvent of NSWindow, not the class.
     NSEvent: ['sendEvent:'],
     own: ['handleMouseEvent:use:', 'isTitleBarAt:', 'sendReleaseOutsidePage', 'doubleClickTitleBar'],
   },
 };
 
 // The selectors of the main menu, by the class, category or protocol that declares them. Each has
-// the name of its MenuAction. No SDK header declares undo: and redo:, so the source does.
+// the name of its MenuAction. No SDK header declares undo: and redo:, so the source declares them
+// in the protocol UndoingResponder.
 const menuActions = {
   'NSStandardAboutPanel': ['orderFrontStandardAboutPanel:'],
   'NSApplication': ['hide:', 'terminate:'],
@@ -94,6 +95,7 @@ export const rules = [
       Object.entries(methods).map(([file, protocols]) => [file, Object.values(protocols).flat()])),
   },
   {
+    // The bridge is the delegate object of AppKit and WebKit, which calls the core.
     name: 'a method of the bridge and the member function of the core that it calls',
     onlyIn: /app_delegate_bridge\.mm$/,
     matcher: `objcMethodDecl(${inMacosFolders}, isDefinition())`,
@@ -141,6 +143,7 @@ export const rules = [
     },
   },
   {
+    // setPrivateSetting calls setValue:forKey: if the object has a setter for the key.
     name: 'a key of key-value coding',
     matcher: `expr(${inMacosFolders}, anyOf(${call('^::orvel::setPrivateSetting$')}, ` +
       'objcMessageExpr(hasAnySelector("setValue:forKey:", "setValue:forKeyPath:", ' +

@@ -42,6 +42,7 @@ class Mutant:
     start: int
     end: int
     replacement: bytes
+    # The kind of the change, such as 'negation' or 'removed statement'.
     operator: str
     function: str
     line: int
@@ -50,8 +51,8 @@ class Mutant:
     mutated: str
 
     def keys(self):
-        """Returns the keys, in the form of read_equivalents in mutate.py, of the entries that would
-        accept this mutant."""
+        """Returns the keys, in the form of read_equivalents in mutate.py, of the entries of
+        equivalents.toml that would accept this mutant."""
         place = (self.file, self.function, self.original)
         return (*place, self.mutated, None), (*place, None, self.operator)
 
@@ -160,7 +161,7 @@ class Finder:
                 return
             text, start = found.group(1), found.start(1)
         elif cursor.kind == CursorKind.UNARY_OPERATOR:
-            # "a != b" can be "!(a == b)" in the tree.
+            # In C++20, "a != b" can be "!(a == b)" in the tree.
             if text.startswith(b'!') and not text.startswith(b'!='):
                 self.add('negation', function, start, start + 1, b'')
             if text.endswith((b'++', b'--')):
@@ -209,6 +210,7 @@ class Finder:
         else:
             return
         for one, other in zip(arguments, arguments[1:]):
+            # A default argument has no text, and the arguments from one macro have the same place.
             if (one and other and self.text(one) and self.text(other)
                     and value_type(one) == value_type(other)
                     and one.extent.end.offset <= other.extent.start.offset):

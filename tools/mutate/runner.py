@@ -12,7 +12,8 @@ import time
 
 # A mutant that allocates or writes without end fails early.
 LIMITS = ['prlimit', f'--as={4 << 30}', f'--fsize={256 << 20}', '--core=0']
-# A mutant may well cause a warning, such as one about a variable that it no longer uses.
+# A mutant may well cause a warning, such as one about a variable that it no longer uses. -O0
+# compiles fastest.
 OPTIONS = ['-w', '-O0']
 
 
@@ -40,9 +41,10 @@ class Build:
         self.include_option = []
         # Only tells whether bwrap works on this machine; any folder serves.
         self.has_sandbox = self.run([*sandbox('/usr'), 'true'])
-        # The object of a mutant comes first on the command line, so the linker uses its functions.
-        # It may still take the original object from a library, for a template that only that
-        # object instantiates, and would then reject the functions that both define.
+        # The mutant's object comes first on the command line, so the linker uses its functions.
+        # If the mutant lacks a symbol that another object needs, such as a template instance, the
+        # linker also takes the original object from its library. Without this option it would then
+        # reject the functions that both objects define.
         self.link.append('-Wl,--allow-multiple-definition')
         if shutil.which('ld.lld'):
             self.link.append('-fuse-ld=lld')
@@ -52,6 +54,7 @@ class Build:
         found = set()
         dependencies = subprocess.run(['ninja', '-C', self.folder, '-t', 'deps'], check=True,
                                       capture_output=True, text=True).stdout
+        # The lines of a block: the object, its source, the headers.
         for block in dependencies.split('\n\n'):
             files = [line.strip() for line in block.splitlines()[1:]]
             files = [os.path.normpath(self.folder / file) for file in files]
@@ -67,6 +70,7 @@ class Build:
         header.write_text('\n'.join(includes))
         compiler, *options = self.compilations[files[0]]
         self.run([compiler, *options, *OPTIONS, '-x', 'c++-header', header, '-o', f'{header}.gch'])
+        # The compiler then reads the .gch file beside the header.
         self.include_option = ['-include', header]
 
     def outcome(self, mutant, sources, suites, timeout):
