@@ -18,9 +18,10 @@ beforeEach(() => {
   fixture.addTool('uname', 'echo Darwin');
   // `defaults read` fails: the user has stored no address to open instead of the demo server.
   fixture.addTool('defaults', 'exit 1');
-  // The patterns match a command of operate_macos.js, which is in $4, and the fault. The real openSecondLink types keys
-  // that open the second link of the page; the fake one reports, as the opened page does, that the
-  // page is painted. The file "moved" exists once the window has been dragged.
+  // The patterns match a command of operate_macos.js, which is in $4, and the fault. The real
+  // openSecondLink types keys that open the second link of the page; the fake one reports, as the
+  // opened page does, that the page is painted. The file "moved" exists once the window has been
+  // dragged.
   fixture.addTool('osascript', `
 cd "${fixture.folder}"
 case "$4 $FAULT" in
