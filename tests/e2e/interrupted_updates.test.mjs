@@ -58,6 +58,7 @@ async function trace(user, { pid }, name, number) {
     output.split(' attached').length - 1 === threads.length);
   return {
     tracer,
+    // strace begins a line with a thread ID when it traces several threads.
     calls: () => Array.from(readFileSync(log, 'utf8').matchAll(/^(?:\d+ +)?(\w+)\((.*)/gm),
       ([, call, args]) => ({ name: call, args })),
   };

@@ -53,6 +53,7 @@ test('a minimised or hidden window is shown when it is activated', async (user, 
   await user.startAndShowPage();
   const window = await screen.awaitWindow();
   const state = async () => screen.property(window, 'WM_STATE');
+  // Control-M minimises the window. Control-H, which hides, does the same on Linux.
   for (const keys of ['ctrl+m', 'ctrl+h']) {
     await screen.pressKeys(keys);
     await waitFor('a minimised window', async () => /Iconic/.test(await state()));
