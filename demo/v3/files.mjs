@@ -3,7 +3,7 @@
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { logo } from './layout.mjs';
-import { labelOf, marksOf } from './marks.mjs';
+import { appKeysOf, labelOf } from './app_keys.mjs';
 import { sessionOf } from './sessions.mjs';
 
 /// Returns a one-page PDF with one line of text (ISO 32000-1).
@@ -55,9 +55,9 @@ export const FILES = new Map(Object.entries({
 }));
 
 /// Returns the export with its name and media type: CSV, or JSON with `formaat=json`. Its content
-/// says in which places the request has the application's key (its marks).
+/// says in which places the request has the application's key.
 export function exportFor(request, query) {
-  const herkend = labelOf(marksOf(request.headers));
+  const herkend = labelOf(appKeysOf(request.headers));
   const sessie = sessionOf(request.headers) ? 'ja' : 'nee';
   if (query.get('formaat') === 'json') {
     const body = `${JSON.stringify({ herkend, sessie, maanden: { januari: 1200, februari: 1350 } })}\n`;

@@ -1,7 +1,7 @@
 // The home page: the clock, how requests were recognised, a tile for each page.
 
 import { escapeHtml, page } from './layout.mjs';
-import { labelOf, MARK_NAMES, marksOf } from './marks.mjs';
+import { APP_KEY_PLACES, appKeysOf, labelOf } from './app_keys.mjs';
 import { countVisit } from './sessions.mjs';
 
 const icon = (path) =>
@@ -21,16 +21,16 @@ const TILES = [
   ['/server', 'Server', 'Proces en storing', '#9fb3c8', '<rect x="4" y="4" width="16" height="6" rx="1.5"/><rect x="4" y="14" width="16" height="6" rx="1.5"/><path d="M8 7h.01M8 17h.01"/>'],
 ];
 
-/// Returns a row with a chip for each mark, a place in which a request may have the application's
-/// key. `marks` is null before the first readiness probe (GET /api/wie).
-function marksRow(title, marks, note) {
-  const chips = Object.entries(MARK_NAMES).map(([key, name]) => {
-    const value = marks?.[key] ?? null;
+/// Returns a row with a chip for each place in which a request may have the application's key.
+/// `appKeys` is null before the first readiness probe (GET /api/wie).
+function appKeysRow(title, appKeys, note) {
+  const chips = Object.entries(APP_KEY_PLACES).map(([key, name]) => {
+    const value = appKeys?.[key] ?? null;
     const hint = value === null ? 'niet gezien' : `sleutel: ${value || 'leeg'}`;
     return `<span class="chip${value === null ? '' : ' on'}" title="${escapeHtml(hint)}">${name}</span>`;
   });
-  return `<div class="marks-row"><b>${title}</b><span class="chips">${chips.join('')}</span>
-<strong>${marks ? labelOf(marks) : 'Nog niet gezien'}</strong><small>${note}</small></div>`;
+  return `<div class="app-keys-row"><b>${title}</b><span class="chips">${chips.join('')}</span>
+<strong>${appKeys ? labelOf(appKeys) : 'Nog niet gezien'}</strong><small>${note}</small></div>`;
 }
 
 export function home(request, response, { record }) {
@@ -48,8 +48,8 @@ export function home(request, response, { record }) {
     body: `<div class="hero"><div><time class="big" data-clock>${now.toLocaleTimeString('nl-NL', { hour: '2-digit', minute: '2-digit' })}</time>
 <p class="date" data-date>${now.toLocaleDateString('nl-NL', { weekday: 'long', day: 'numeric', month: 'long', year: 'numeric' })}</p>
 <p class="visit">Bezoek <b id="bezoek">${count}</b> in deze sessie</p></div>
-<section class="card recognition">${marksRow('Deze pagina', marksOf(request.headers), 'Hoe dit verzoek zich bekend maakte.')}
-${marksRow('Proef', probes.marks, probes.count ? `<code>api/wie</code> ${times} gevraagd, laatst ${seconds} s geleden.` : '<code>api/wie</code> is nog niet gevraagd.')}</section></div>
+<section class="card recognition">${appKeysRow('Deze pagina', appKeysOf(request.headers), 'Hoe dit verzoek zich bekend maakte.')}
+${appKeysRow('Proef', probes.appKeys, probes.count ? `<code>api/wie</code> ${times} gevraagd, laatst ${seconds} s geleden.` : '<code>api/wie</code> is nog niet gevraagd.')}</section></div>
 <nav class="tiles">${tiles.join('')}</nav>`,
   });
 }

@@ -61,8 +61,8 @@ const actions = {
 };
 
 document.addEventListener('click', (event) => {
-  const button = event.target.closest?.('[data-do]');
-  if (button) actions[button.dataset.do](button.dataset.value);
+  const button = event.target.closest?.('[data-action]');
+  if (button) actions[button.dataset.action](button.dataset.argument);
   // Stored files have no background of their own, so the frame gets a light one.
   if (event.target.closest?.('.files [target=kader]')) {
     document.querySelector('iframe').classList.add('paper');

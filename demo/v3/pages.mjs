@@ -3,7 +3,7 @@
 import { FILES } from './files.mjs';
 import { home } from './home.mjs';
 import { escapeHtml, page } from './layout.mjs';
-import { labelOf } from './marks.mjs';
+import { labelOf } from './app_keys.mjs';
 
 /// Returns a list of links and buttons to try, each with the expected result.
 const rows = (...items) =>
@@ -12,7 +12,7 @@ const card = (title, ...content) => `<section class="card"><h2>${title}</h2>${co
 const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${attributes}>${text ?? escapeHtml(href)}</a>`;
 /// Returns a button that calls the action of this name in os.js with the value.
 const button = (name, text, value = '') =>
-  `<button type="button" data-do="${name}" data-value="${escapeHtml(value)}">${text}</button>`;
+  `<button type="button" data-action="${name}" data-argument="${escapeHtml(value)}">${text}</button>`;
 
 /// Returns the URL of the page /vreemd under the other host name of this server. Localhost and
 /// 127.0.0.1 are the same server but different origins.
@@ -192,9 +192,9 @@ const release = (request, response, { releaseFolder }) => page({
 });
 
 function report(request, response, { record }) {
-  // `marks` are the places in which the request has the application's key; `time` is in ISO 8601.
-  const lines = record.requests.slice(-100).reverse().map(({ time, method, url, status, marks }) =>
-    `<tr><td>${time.slice(11, 23)}</td><td>${escapeHtml(method)}</td><td class="url">${escapeHtml(url.slice(0, 120))}</td><td>${status ?? '…'}</td><td>${labelOf(marks)}</td></tr>`);
+  // `appKeys` are the application's keys in the request, by place; `time` is in ISO 8601.
+  const lines = record.requests.slice(-100).reverse().map(({ time, method, url, status, appKeys }) =>
+    `<tr><td>${time.slice(11, 23)}</td><td>${escapeHtml(method)}</td><td class="url">${escapeHtml(url.slice(0, 120))}</td><td>${status ?? '…'}</td><td>${labelOf(appKeys)}</td></tr>`);
   return page({
     title: 'Verslag',
     request,

@@ -2,7 +2,7 @@
 
 import { openSync, writeSync } from 'node:fs';
 
-import { cookiesOf, marksOf } from './marks.mjs';
+import { appKeysOf, cookiesOf } from './app_keys.mjs';
 
 const MAX_REQUESTS = 200;
 
@@ -11,9 +11,9 @@ const MAX_REQUESTS = 200;
 export function openRecord(path) {
   const file = path ? openSync(path, 'a') : null;
   const requests = [];
-  // The application's readiness probes (GET /api/wie). `marks` and `time`, in milliseconds
+  // The application's readiness probes (GET /api/wie). `appKeys` and `time`, in milliseconds
   // since the epoch, are those of the last probe.
-  const probes = { count: 0, marks: null, time: null };
+  const probes = { count: 0, appKeys: null, time: null };
 
   // Synchronous, so that the file has the request before the client has the response, and
   // before the process can be killed.
@@ -33,7 +33,7 @@ export function openRecord(path) {
     const entry = {
       method,
       url,
-      marks: marksOf(headers),
+      appKeys: appKeysOf(headers),
       cookies: Object.fromEntries(cookiesOf(headers)),
       status: null,
       time: new Date().toISOString(),
@@ -42,7 +42,7 @@ export function openRecord(path) {
     if (requests.length > MAX_REQUESTS) requests.shift();
     if (method === 'GET' && url === '/api/wie') {
       probes.count += 1;
-      probes.marks = entry.marks;
+      probes.appKeys = entry.appKeys;
       probes.time = Date.now();
     }
     return entry;

@@ -9,7 +9,7 @@ import { pipeline } from 'node:stream/promises';
 import { exportFor, FILES, repeatedText, slowLines } from './files.mjs';
 import { HttpError, readBody, send, sendJson, sendPage, targetOf } from './http.mjs';
 import { logo } from './layout.mjs';
-import { labelOf, marksOf, markNamesOf } from './marks.mjs';
+import { appKeyPlacesOf, appKeysOf, labelOf } from './app_keys.mjs';
 import { PAGES } from './pages.mjs';
 import { sessionOf } from './sessions.mjs';
 
@@ -122,11 +122,11 @@ export function createRouter({ record, state }) {
 
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
-      // Answers the application's readiness probe, and tells in which places (marks) the probe has
-      // the application's key.
-      const marks = marksOf(request.headers);
-      const via = markNamesOf(marks);
-      sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(marks) });
+      // Answers the application's readiness probe, and tells in which places the probe has the
+      // application's key.
+      const appKeys = appKeysOf(request.headers);
+      const via = appKeyPlacesOf(appKeys);
+      sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(appKeys) });
     },
     '/api/verslag': (request, response) => {
       sendJson(response, { probes: record.probes.count, requests: record.requests });

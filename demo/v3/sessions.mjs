@@ -2,7 +2,7 @@
 
 import { randomUUID } from 'node:crypto';
 
-import { cookiesOf } from './marks.mjs';
+import { cookiesOf } from './app_keys.mjs';
 
 const MAX_SESSIONS = 500;
 const COOKIE = 'orvelsessie';

@@ -14,7 +14,7 @@ after(() => server.stop());
 
 /// Returns the paths on this server to which a page links or that it embeds.
 function linkedPaths(text) {
-  return [...text.matchAll(/(?:href|src|action|data-value)="(\/[^"/][^"#]*|\/)[^"]*"/g)]
+  return [...text.matchAll(/(?:href|src|action|data-argument)="(\/[^"/][^"#]*|\/)[^"]*"/g)]
     .map(([, path]) => path.replaceAll('&amp;', '&'));
 }
 
@@ -54,8 +54,8 @@ test('the pages have links, buttons and frames for each kind of navigation and p
     '/links': [...schemes.map((scheme) => `href="${scheme}:`),
       `href="http://localhost:${server.port}/vreemd"`],
     '/vensters': ['href="/lang" target="_blank"', 'href="https://example.org/" target="_blank"',
-      'data-do="open"'],
-    '/dialogen': ['data-do="alert"', 'data-do="confirm"'],
+      'data-action="open"'],
+    '/dialogen': ['data-action="alert"', 'data-action="confirm"'],
     '/kaders': ['src="/kader"'],
     // A property of Object.prototype is not one of the choices.
     '/kaders?toon=constructor': ['src="/kader"'],

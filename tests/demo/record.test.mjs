@@ -61,8 +61,8 @@ test('the record has the reports of a page with all headers, also empty and repe
 
 test('api/verslag returns the last 200 requests with keys, cookies and status', async () => {
   await server.get('/missing', { Cookie: 'a=1; orvelapp=k' });
-  const { marks, cookies, method, status, time } = await lastRequest('/missing');
-  assert.deepEqual(marks, { header: null, cookie: 'k', userAgent: null });
+  const { appKeys, cookies, method, status, time } = await lastRequest('/missing');
+  assert.deepEqual(appKeys, { header: null, cookie: 'k', userAgent: null });
   assert.deepEqual(cookies, { a: '1', orvelapp: 'k' });
   assert.deepEqual([method, status], ['GET', 404]);
   assert.ok(Date.parse(time), `the time ${time}`);

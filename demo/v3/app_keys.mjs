@@ -1,6 +1,6 @@
-// The desktop application marks its requests with its key, a text that is set when it is built
-// (ORVELOS_KEY), in up to three places: a header field, a cookie and the user agent. An ordinary
-// browser sends none of these marks.
+// The desktop application sends its key, a text that is set when it is built (ORVELOS_KEY), in up
+// to three places of a request: a header field, a cookie and the user agent. An ordinary browser
+// sends no key.
 
 /// Returns the cookies of a request by name. Of cookies with the same name, the first counts.
 export function cookiesOf(headers) {
@@ -14,8 +14,8 @@ export function cookiesOf(headers) {
   return cookies;
 }
 
-/// Returns the key in each of the three marks: possibly empty, or null when the mark is absent.
-export function marksOf(headers) {
+/// Returns the key in each of the three places: possibly empty, or null when it is absent.
+export function appKeysOf(headers) {
   const agent = /(?:^| )ORVELOS\/(\S*)$/.exec(headers['user-agent'] ?? '');
   return {
     header: headers['x-orvel-app'] ?? null,
@@ -24,16 +24,16 @@ export function marksOf(headers) {
   };
 }
 
-export const MARK_NAMES = { header: 'header', cookie: 'cookie', userAgent: 'user agent' };
+export const APP_KEY_PLACES = { header: 'header', cookie: 'cookie', userAgent: 'user agent' };
 
-/// Returns the names of the marks that are set.
-export function markNamesOf(marks) {
-  return Object.keys(MARK_NAMES).filter((name) => marks[name] !== null).map((name) => MARK_NAMES[name]);
+/// Returns the names of the places that have a key.
+export function appKeyPlacesOf(appKeys) {
+  return Object.keys(APP_KEY_PLACES).filter((name) => appKeys[name] !== null).map((name) => APP_KEY_PLACES[name]);
 }
 
 /// Returns the label of a request, such as "App via cookie en user agent" or "Gewone browser".
-export function labelOf(marks) {
-  const via = markNamesOf(marks);
+export function labelOf(appKeys) {
+  const via = appKeyPlacesOf(appKeys);
   if (via.length === 0) return 'Gewone browser';
   const last = via.pop();
   return `App via ${via.length ? `${via.join(', ')} en ` : ''}${last}`;
