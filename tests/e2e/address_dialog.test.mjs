@@ -45,8 +45,8 @@ test('the current address is selected, and a rejected or cancelled change has no
     await user.quit();
     assert.equal(storedAddress(user), undefined);
     assert.deepEqual(online.requests, []);
-    user.dataRoot.assertPageLoadedOnce();
-    assert.equal(user.dataRoot.requestsTo('/api/wie').length, 1, 'the server was probed once');
+    user.localServer.assertPageLoadedOnce();
+    assert.equal(user.localServer.requestsTo('/api/wie').length, 1, 'the server was probed once');
   });
 
 test('an online address stops the local server and is stored; the local address starts it again',
@@ -57,10 +57,10 @@ test('an online address stops the local server and is stored; the local address 
     await screen.answerAddressDialog(` \t ${typed}\t `);
     await online.awaitPainted();
     assert.equal(storedAddress(user), typed, 'stored as typed, without the surrounding blanks');
-    const { pid } = await user.dataRoot.awaitStarted();
+    const { pid } = await user.localServer.awaitStarted();
     await screen.awaitPageOnScreen();
     await waitFor('SIGTERM at the local server', () =>
-      user.dataRoot.events('signal')[0]?.signal === 'SIGTERM');
+      user.localServer.events('signal')[0]?.signal === 'SIGTERM');
     assert.ok(isRunning(pid), 'the online page does not wait for the end of the local server');
     assert.equal(online.requestsTo('/api/wie')[0].headers['x-orvel-app'], APP_KEY);
 
@@ -73,13 +73,13 @@ test('an online address stops the local server and is stored; the local address 
     await user.quit();
     user.start();
     await online.awaitPainted(2);
-    assert.equal(user.dataRoot.events('started').length, 1,
+    assert.equal(user.localServer.events('started').length, 1,
       'the second run starts no local server');
 
     // The local server handles signals from its next start on.
-    user.dataRoot.setBehaviour({});
+    user.localServer.setBehaviour({});
     await screen.answerAddressDialog(localAddress);
-    await user.dataRoot.awaitPainted(2);
+    await user.localServer.awaitPainted(2);
     assert.equal(storedAddress(user), localAddress);
-    assert.equal(user.dataRoot.events('started').length, 2);
+    assert.equal(user.localServer.events('started').length, 2);
   });

@@ -36,7 +36,7 @@ test('an export is requested with its query, the key and the cookies of its host
       '/image': { headers: { 'set-cookie': 'httpOnly=three; HttpOnly' } },
     });
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
-    const requests = user.dataRoot.requests.filter((each) => each.url.startsWith('/api/export'));
+    const requests = user.localServer.requests.filter((each) => each.url.startsWith('/api/export'));
     assert.deepEqual(requests.map((request) => `${request.method} ${request.url}`), [`GET ${url}`]);
     assert.equal(requests[0].headers['x-orvel-app'], APP_KEY);
     // All cookies of the host are sent, regardless of their path. The page of startWithPage() sets
@@ -55,7 +55,7 @@ test('downloads of the same name that complete together are all kept and opened'
         [path, fileRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
     for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('the first half of each file', () =>
-      user.dataRoot.events('chunkSent').length === paths.length);
+      user.localServer.events('chunkSent').length === paths.length);
     assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
     writeFileSync(gate, '');
@@ -65,7 +65,7 @@ test('downloads of the same name that complete together are all kept and opened'
     assert.deepEqual(texts.sort(), paths.map((path) => `begin of ${path} and end`));
     assert.deepEqual(desktop.downloadedFiles(), names);
     for (const path of paths) {
-      assert.equal(user.dataRoot.requestsTo(path).length, 1, `one request for ${path}`);
+      assert.equal(user.localServer.requestsTo(path).length, 1, `one request for ${path}`);
     }
     await desktop.quitAndAssertOpened(...names);
   });
@@ -94,7 +94,7 @@ test('a file gets the suggested name and stays in the Downloads folder', async (
     Object.fromEntries(cases.map(({ path, disposition }) => [path, fileRoute(disposition)])));
   for (const { id, path } of cases) {
     await screen.clickElement(layout, id);
-    await user.dataRoot.awaitResponseClosed(path);
+    await user.localServer.awaitResponseClosed(path);
   }
   await waitFor('all files', () => desktop.opened().length === cases.length);
   assert.deepEqual(desktop.downloadedFiles(), cases.map(({ name }) => name).sort());
@@ -133,13 +133,13 @@ test('a script without a click of the user neither saves nor opens a file', asyn
     '/clicked': fileRoute('inline'),
     '/attachment': fileRoute(attachment('attachment.csv')),
   });
-  await user.dataRoot.awaitReport('scriptRan');
-  await user.dataRoot.awaitResponseClosed('/attachment');
+  await user.localServer.awaitReport('scriptRan');
+  await user.localServer.awaitResponseClosed('/attachment');
   // Once the barrier link is opened, the application has handled all earlier navigations.
   await desktop.clickBarrierLink(layout);
   assert.equal(await desktop.clickAndAwaitFile(layout, 'clicked', 'clicked.csv'), 'one;two\n');
   // Probes (/api/wie) and downloads have the key header. The web view's requests do not.
-  const downloads = user.dataRoot.requests
+  const downloads = user.localServer.requests
     .filter(({ url, headers }) => url !== '/api/wie' && headers['x-orvel-app']);
   assert.deepEqual(downloads.map(({ url }) => url), ['/clicked']);
   assert.deepEqual(desktop.downloadedFiles(), ['clicked.csv']);
@@ -174,10 +174,10 @@ test('a response other than 200 and a truncated response leave no file', async (
     Object.fromEntries(names.map((name) => [stored(name), routes[name]])));
   for (const name of names) {
     await screen.clickElement(layout, name);
-    await user.dataRoot.awaitResponseClosed(stored(name));
+    await user.localServer.awaitResponseClosed(stored(name));
   }
   await desktop.awaitOpenedFile('data.csv');
-  assert.equal(user.dataRoot.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
+  assert.equal(user.localServer.requestsTo(stored('nowhere')).length, 1, 'redirects are followed');
   await desktop.quitAndAssertOpened('data.csv');
   assert.deepEqual(pathsBelow(user.home), ['Downloads', 'Downloads/data.csv']);
 });
@@ -216,7 +216,7 @@ async function startEndlessDownload(user, screen) {
     { [stored('endless')]: dataCsvRoute({ endless: true }) });
   await screen.clickElement(layout, 'endless');
   // 64 chunks are 16 MiB, more than all buffers between the server and the file hold.
-  await waitFor('data in the file', () => user.dataRoot.events('chunkSent').length > 64);
+  await waitFor('data in the file', () => user.localServer.events('chunkSent').length > 64);
   assert.deepEqual(desktop.opened(), []);
   return desktop;
 }

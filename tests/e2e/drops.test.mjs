@@ -61,7 +61,8 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     const file = join(user.folder, 'dropped.html');
     writeFileSync(file, '<h1>dropped</h1>');
     const dropOn = (id, content) => {
-      const count = () => user.dataRoot.reported('dragover').filter((over) => over === id).length;
+      const count = () =>
+        user.localServer.reported('dragover').filter((over) => over === id).length;
       const before = count();
       // A source that has not learned yet whether the target accepts the drop would cancel it.
       // After several events, the response to the first one has reached the source.
@@ -70,14 +71,14 @@ test('a drop reaches an element that accepts it; elsewhere the page stays, and a
     };
 
     await dropOn('target', file);
-    assert.ok((await user.dataRoot.awaitReport('drop')).includes('text/uri-list'));
+    assert.ok((await user.localServer.awaitReport('drop')).includes('text/uri-list'));
     await dropOn('other', file);
     await dropOn('other', 'https://elsewhere.test/dropped');
 
     // Once the barrier link is opened, the application has handled all drops.
     await desktop.clickBarrierLink(layout);
-    user.dataRoot.assertPageLoadedOnce();
-    assert.equal(user.dataRoot.reported('drop').length, 1);
+    user.localServer.assertPageLoadedOnce();
+    assert.equal(user.localServer.reported('drop').length, 1);
     await user.quit();
     await user.awaitProcessesEnded();
     assert.deepEqual(desktop.opened().sort(), [barrierUrl, 'https://elsewhere.test/dropped']);

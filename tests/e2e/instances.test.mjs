@@ -21,7 +21,7 @@ test('a second instance raises the first window and exits', (user, screen) =>
     await waitFor('the raised window', async () =>
       /Normal/.test(await screen.property(window, 'WM_STATE')));
     assert.equal(await screen.windowCount(), 1);
-    assert.equal(user.dataRoot.events('started').length, 1);
+    assert.equal(user.localServer.events('started').length, 1);
     assert.equal(first.exit, null);
 
     // Quitting releases the bus name, so that a new instance can own it.

@@ -77,14 +77,14 @@ test('the key is in no command line, environment, log or message, and in expecte
       { '/api/export': csvRoute() }, { environment: { PATH } });
     // "one;two" is the default body of csvRoute().
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
-    const { pid, env, argv } = await user.dataRoot.awaitStarted();
+    const { pid, env, argv } = await user.localServer.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
     // awaitErrorPage() compares the whole text of the page, so the key is not in it. kill() sends
     // SIGKILL, 9.
     kill(pid);
     await awaitErrorPage(screen, endedServerMessage(9));
-    user.dataRoot.setBehaviour({ closesConnection: true });
+    user.localServer.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
     await awaitErrorPage(screen, unresponsiveServerMessage);
     await user.quit();
@@ -102,7 +102,7 @@ test('the key is in no command line, environment, log or message, and in expecte
 
     const [{ output }] = user.runs;
     assert.ok(!output.includes(APP_KEY), output);
-    assert.ok(!readFileSync(user.dataRoot.log, 'latin1').includes(APP_KEY));
+    assert.ok(!readFileSync(user.localServer.log, 'latin1').includes(APP_KEY));
     // The bundle's settings, the server's record of its requests, and the web view's cookies.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
@@ -150,7 +150,7 @@ test('requests to another host have neither the key header nor a cookie', async 
     assert.equal(rest.cookie, undefined, url);
   }
   // The application's server gets the header and the cookie.
-  const [{ headers }] = user.dataRoot.requestsTo('/api/bestand/1');
+  const [{ headers }] = user.localServer.requestsTo('/api/bestand/1');
   assert.equal(headers['x-orvel-app'], APP_KEY);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
 });

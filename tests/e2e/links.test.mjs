@@ -102,8 +102,10 @@ test('a new window downloads a page of the server; another URL opens its default
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, elsewhere('blank'), elsewhere('opened'),
       elsewhere('named'), 'mailto:someone@elsewhere.test', 'opened.txt', 'page.html');
-    for (const url of ['/page', '/opened']) assert.equal(user.dataRoot.requestsTo(url).length, 1);
-    assert.deepEqual(user.dataRoot.reported('window'), Array(3).fill({ isNull: true }));
+    for (const url of ['/page', '/opened']) {
+      assert.equal(user.localServer.requestsTo(url).length, 1);
+    }
+    assert.deepEqual(user.localServer.reported('window'), Array(3).fill({ isNull: true }));
     assert.deepEqual(desktop.downloadedFiles(), ['opened.txt', 'page.html']);
   });
 
@@ -134,6 +136,6 @@ test('forms, links in frames and middle clicks to another site open the default 
     assert.equal(await desktop.awaitOpenedFile('middle.txt'), 'middle');
     await desktop.clickBarrierLink(layout);
     await desktop.quitAndAssertOpened(barrierUrl, ...urls, 'middle.txt');
-    assert.equal(user.dataRoot.requestsTo('/frame').length, 1, 'the frame was requested once');
+    assert.equal(user.localServer.requestsTo('/frame').length, 1, 'the frame was requested once');
     assert.deepEqual(foreign.requests, [], 'the data of the form are not sent');
   });

@@ -11,8 +11,7 @@ import {
   awaitErrorPage, endedServerMessage, missingServerMessage,
 } from '../support/desktop/error_page.mjs';
 import { withPortHolder } from '../support/desktop/port_holder.mjs';
-import { PORT, describeListeners, isRunning } from '../support/desktop/processes.mjs';
-import { waitFor } from '../support/desktop/wait.mjs';
+import { PORT, describePortHolders, isRunning } from '../support/desktop/processes.mjs';
 
 const { test } = desktopTests();
 
@@ -22,39 +21,39 @@ test('without a server script the error page asks for an online address', { beha
     await awaitErrorPage(screen, missingServerMessage);
 
     // Once there is a script, Control-R starts it.
-    user.dataRoot.installServer();
+    user.localServer.installServer();
     await screen.pressKeys('ctrl+r');
-    await user.dataRoot.awaitPainted();
+    await user.localServer.awaitPainted();
   });
 
 test('the error page shows the exit code or signal of a server, which Control-R starts again',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
-    await user.dataRoot.awaitServerExit();
+    await user.localServer.awaitServerExit();
     await awaitErrorPage(screen, endedServerMessage(1));
-    user.dataRoot.setBehaviour({});
+    user.localServer.setBehaviour({});
     await screen.pressKeys('ctrl+r');
-    await user.dataRoot.awaitPainted();
-    assert.equal(user.dataRoot.events('started').length, 2);
+    await user.localServer.awaitPainted();
+    assert.equal(user.localServer.events('started').length, 2);
 
     await user.crashServer();
     await screen.pressKeys('ctrl+r');
-    await user.dataRoot.awaitPainted(2);
-    assert.equal(user.dataRoot.events('started').length, 3);
-    const probes = user.dataRoot.requestsTo('/api/wie').length;
+    await user.localServer.awaitPainted(2);
+    assert.equal(user.localServer.events('started').length, 3);
+    const probes = user.localServer.requestsTo('/api/wie').length;
 
     await screen.pressKeys('ctrl+r');
-    await user.dataRoot.awaitPainted(3);
-    assert.equal(user.dataRoot.events('started').length, 3,
+    await user.localServer.awaitPainted(3);
+    assert.equal(user.localServer.events('started').length, 3,
       'a running server is not started again');
-    assert.equal(user.dataRoot.requestsTo('/api/wie').length, probes, 'a reload does not probe');
+    assert.equal(user.localServer.requestsTo('/api/wie').length, probes, 'a reload does not probe');
   });
 
 /// Returns a folder with the programs that the application runs by their names, except node.
 function programsWithoutNode(user) {
   const folder = join(user.folder, 'programs');
   mkdirSync(folder);
-  for (const name of ['lsof', 'ps', 'zsh']) {
+  for (const name of ['lsof', 'ps']) {
     const { stdout } = spawnSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' });
     symlinkSync(stdout.trim(), join(folder, name));
   }
@@ -69,8 +68,8 @@ test('without node the error page shows the launch error, and no server starts',
     user.start({ environment: { PATH: programsWithoutNode(user) } });
     const text = await screen.awaitPageText((page) => page.includes('Kon node'));
     assert.match(text, /^Orvel OS\nKon node niet starten: \S.*$/);
-    assert.deepEqual(user.dataRoot.record(), []);
-    assert.equal(describeListeners(), '');
+    assert.deepEqual(user.localServer.record(), []);
+    assert.equal(describePortHolders(), '');
   });
 
 test("node is found on the search path of the user's login shell",
@@ -81,23 +80,22 @@ test("node is found on the search path of the user's login shell",
     // The application must ignore what the profile prints.
     writeFileSync(join(user.home, '.zprofile'), `echo noise\npath+=("${folder}")\n`);
     await user.startAndShowPage({ environment: { PATH: programsWithoutNode(user) } });
-    const { argv } = await user.dataRoot.awaitStarted();
-    assert.equal(argv[1], user.dataRoot.script);
-    await waitFor('the log', () => existsSync(user.dataRoot.log));
+    const { argv } = await user.localServer.awaitStarted();
+    assert.equal(argv[1], user.localServer.script);
   });
 
 test('a stale server of the same data root is terminated before the new one starts',
   { behaviour: { stopDelay: 800 } }, async (user) => {
-    await withPortHolder([user.dataRoot.script], async (stale) => {
+    await withPortHolder([user.localServer.script], async (stale) => {
       // Node runs the script. This stale server keeps its stopDelay. The new one stops at once.
-      user.dataRoot.setBehaviour({});
+      user.localServer.setBehaviour({});
       await user.startAndShowPage();
       assert.ok(!isRunning(stale.pid));
-      const [staleStart, newStart] = user.dataRoot.events('started');
+      const [staleStart, newStart] = user.localServer.events('started');
       assert.equal(staleStart.pid, stale.pid);
       assert.notEqual(newStart.pid, stale.pid);
-      assert.equal(user.dataRoot.events('signal')[0].signal, 'SIGTERM');
-      const responders = new Set(user.dataRoot.requests.map(({ pid }) => pid));
+      assert.equal(user.localServer.events('signal')[0].signal, 'SIGTERM');
+      const responders = new Set(user.localServer.requests.map(({ pid }) => pid));
       assert.deepEqual([...responders], [newStart.pid]);
     });
   });
@@ -108,7 +106,7 @@ test('another program keeps the port, and the error page shows the exit of the n
       `response.writeHead(404).end()).listen(${PORT}, '127.0.0.1')`;
     await withPortHolder(['-e', program], async (portHolder) => {
       user.start();
-      await user.dataRoot.awaitServerExit();
+      await user.localServer.awaitServerExit();
       // Node exits with code 1 when it cannot listen.
       await awaitErrorPage(screen, endedServerMessage(1));
       await user.quit();

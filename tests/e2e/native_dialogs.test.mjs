@@ -94,8 +94,8 @@ for (const [dialog, { page, open }] of Object.entries(dialogs)) {
       await open(screen);
       await quit(user.run, screen);
       await user.awaitCleanExit();
-      await user.dataRoot.awaitServerExit();
-      assert.equal(user.dataRoot.events('stopped').length, 1, 'the server was not killed');
+      await user.localServer.awaitServerExit();
+      assert.equal(user.localServer.events('stopped').length, 1, 'the server was not killed');
     });
   }
 }
@@ -107,7 +107,7 @@ test('Escape in the authentication dialog shows the body of the response', async
   await awaitAuthenticationDialog(screen);
   await screen.pressKeys('Escape');
   await screen.awaitPageText((text) => text === challenge.body);
-  assert.equal(user.dataRoot.requestsTo('/secret').length, 1);
+  assert.equal(user.localServer.requestsTo('/secret').length, 1);
 });
 
 test('the authentication dialog sends name and password; once closed, the page gets Escape again',
@@ -119,25 +119,25 @@ test('the authentication dialog sends name and password; once closed, the page g
       </script>`, routes);
     await screen.awaitPageOnScreen(...uncoveredPoint);
     await screen.pressKeys('Escape');
-    await user.dataRoot.awaitReport('escape');
+    await user.localServer.awaitReport('escape');
     await screen.clickElement(layout, 'open');
     await awaitAuthenticationDialog(screen);
     await screen.type('name');
     await screen.pressKeys('Tab');
     await screen.type('word');
     await screen.pressKeys('Return');
-    const request = await user.dataRoot.awaitRequest('/secret', 2);
+    const request = await user.localServer.awaitRequest('/secret', 2);
     const credentials = Buffer.from('name:word').toString('base64');
     assert.equal(request.headers.authorization, `Basic ${credentials}`);
     // The server rejects this password, so WebKit asks again. Escape cancels the request.
     await repeatUntil('the response', () => screen.pressKeys('Escape'),
-      () => user.dataRoot.reported('response').length === 1);
-    assert.deepEqual(user.dataRoot.reported('response'), [{ status: 401 }]);
-    assert.equal(user.dataRoot.requestsTo('/secret').length, 2);
-    const before = user.dataRoot.reported('escape').length;
+      () => user.localServer.reported('response').length === 1);
+    assert.deepEqual(user.localServer.reported('response'), [{ status: 401 }]);
+    assert.equal(user.localServer.requestsTo('/secret').length, 2);
+    const before = user.localServer.reported('escape').length;
     await screen.clickElement(layout, 'field');
     await screen.pressKeys('Escape');
-    await user.dataRoot.awaitReport('escape', before + 1);
+    await user.localServer.awaitReport('escape', before + 1);
   });
 
 test('a cancelled file chooser fires the cancel event and opens again', async (user, screen) => {
@@ -147,7 +147,7 @@ test('a cancelled file chooser fires the cancel event and opens again', async (u
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();
     await screen.pressKeys('Escape');
-    await user.dataRoot.awaitReport('cancelled', round);
+    await user.localServer.awaitReport('cancelled', round);
     await screen.awaitWindowCount(1);
   }
 });

@@ -14,16 +14,16 @@ test('the window fills the screen and gets the keys', async (user, screen) => {
   await user.startAndShowPage();
   await screen.awaitPageOnScreen();
   const { width, height } = screen.screenshot();
-  const [layout] = user.dataRoot.reported('painted');
+  const [layout] = user.localServer.reported('painted');
   assert.equal(layout.width, width);
   assert.ok(layout.height > height - maxHeaderBarHeight);
 
   // Without a window manager the window under the pointer has the focus.
   await screen.movePointer(600, 400);
   await screen.type('abc');
-  await user.dataRoot.awaitFieldText('abc');
+  await user.localServer.awaitFieldText('abc');
   await screen.pressKeys('ctrl+r');
-  await user.dataRoot.awaitPainted(2);
+  await user.localServer.awaitPainted(2);
 });
 
 const keys = [
@@ -57,7 +57,7 @@ for (const [where, field] of Object.entries({
       const position = field ? screen.positionOf(layout, 'field') : [900, 700];
       await screen.click(...position);
       const count = (name) =>
-        user.dataRoot.reported('key').filter(({ key }) => key === name).length;
+        user.localServer.reported('key').filter(({ key }) => key === name).length;
 
       /// Moves the focus back to the page, since some keys move it to the header bar or a menu,
       /// and waits until the page gets a letter.
@@ -77,6 +77,6 @@ for (const [where, field] of Object.entries({
         await focusPage(key);
       }
       assert.equal(count('F7'), modifiers.length, 'the page gets every F7');
-      await user.dataRoot.awaitReport('blinked', modifiers.length);
+      await user.localServer.awaitReport('blinked', modifiers.length);
     });
 }

@@ -30,12 +30,12 @@ for (const [name, [answer, act]] of Object.entries(confirmAnswers)) {
     await screen.clickElement(layout, 'ask');
     const panel = await screen.awaitPanel(question);
     assert.equal(await screen.windowCount(), 2);
-    assert.deepEqual(user.dataRoot.reported('answer'), [], 'the script waits');
+    assert.deepEqual(user.localServer.reported('answer'), [], 'the script waits');
     await act(screen, panel);
     await screen.awaitPanelClosed(question);
-    await user.dataRoot.awaitReport('answer');
+    await user.localServer.awaitReport('answer');
     await user.quit();
-    assert.deepEqual(user.dataRoot.reported('answer'), [answer]);
+    assert.deepEqual(user.localServer.reported('answer'), [answer]);
   });
 }
 
@@ -45,23 +45,23 @@ test('an open alert blocks the script and keys and clicks on the window', async 
   await screen.awaitPanel(message);
   await screen.pressKeys('ctrl+r');
   await screen.clickElement(layout, 'other');
-  assert.deepEqual(user.dataRoot.reported('closed'), []);
+  assert.deepEqual(user.localServer.reported('closed'), []);
   await screen.awaitPanel(message);
   await screen.pressKeys('Return');
-  await user.dataRoot.awaitReport('closed');
+  await user.localServer.awaitReport('closed');
   await screen.clickElement(layout, 'other');
-  await user.dataRoot.awaitReport('other');
+  await user.localServer.awaitReport('other');
   await user.quit();
-  assert.equal(user.dataRoot.reported('other').length, 1);
-  user.dataRoot.assertPageLoadedOnce();
+  assert.equal(user.localServer.reported('other').length, 1);
+  user.localServer.assertPageLoadedOnce();
 });
 
 test('probing continues and the page is shown while the address dialog is open',
   { behaviour: { routes: { '/api/wie': { status: 503 } } } }, async (user, screen) => {
     user.start();
     const panel = await screen.openAddressDialog();
-    user.dataRoot.setRoutes();
-    await user.dataRoot.awaitPainted();
+    user.localServer.setRoutes();
+    await user.localServer.awaitPainted();
     assert.equal(await screen.awaitPanel(addressDialogTitle), panel);
     await screen.closePanel(addressDialogTitle, 'Escape');
   });

@@ -28,9 +28,9 @@ const initialStates = {
       mkdirSync(folder);
       chmodSync(folder, 0o777);
     }
-    mkdirSync(dirname(user.dataRoot.log));
-    chmodSync(dirname(user.dataRoot.log), 0o777);
-    for (const file of [user.defaultsFile, user.dataRoot.log]) {
+    mkdirSync(dirname(user.localServer.log));
+    chmodSync(dirname(user.localServer.log), 0o777);
+    for (const file of [user.defaultsFile, user.localServer.log]) {
       writeFileSync(file, '');
       chmodSync(file, 0o666);
     }
@@ -52,9 +52,9 @@ for (const [situation, prepare] of Object.entries(initialStates)) {
       [data]: '700',
       [cache]: '700',
       [join(cache, 'temporary')]: '700',
-      [dirname(user.dataRoot.log)]: '700',
+      [dirname(user.localServer.log)]: '700',
       [user.defaultsFile]: '600',
-      [user.dataRoot.log]: '600',
+      [user.localServer.log]: '600',
     };
     const modes = Object.keys(expected).map((path) => [path, modeOf(path)]);
     assert.deepEqual(Object.fromEntries(modes), expected);

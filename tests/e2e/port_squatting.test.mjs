@@ -3,18 +3,16 @@
 // the squatter's page.
 
 import assert from 'node:assert/strict';
-import { networkInterfaces } from 'node:os';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import {
   awaitErrorPage, endedServerMessage, unresponsiveServerMessage,
 } from '../support/desktop/error_page.mjs';
 import { withPortHolder } from '../support/desktop/port_holder.mjs';
-import { PORT } from '../support/desktop/processes.mjs';
+import { PORT, hasIpv6 } from '../support/desktop/processes.mjs';
 
 const { test } = desktopTests();
 
-const hasIpv6 = Object.values(networkInterfaces()).flat().some(({ address }) => address === '::1');
 const needsRoot = process.getuid() !== 0 && 'needs root, to run a program as another user';
 const needsIpv6 = !hasIpv6 && 'needs IPv6';
 
@@ -53,7 +51,7 @@ for (const { name, host, plist, message, skip = false } of attacks) {
         await awaitErrorPage(screen, message);
       });
       // The application cannot tell which of two listeners would get a request, so it sends none.
-      assert.deepEqual(user.dataRoot.requests, []);
+      assert.deepEqual(user.localServer.requests, []);
     });
 }
 

@@ -60,15 +60,15 @@ test('a page is printed to a PDF file, and a cancelled print dialog fires no pri
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();
     // print() does not wait for the dialog.
-    await user.dataRoot.awaitReport('returned');
+    await user.localServer.awaitReport('returned');
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
     await screen.clickElement(layout, 'open');
     await confirmPrintDialog(screen, await selectPrinter(screen, 'Print to File'));
     // GTK's default name, in the working folder of the application.
     assert.deepEqual(await awaitPageTexts(join(user.folder, 'output.pdf')), printedTexts);
-    await user.dataRoot.awaitReport('print', 2);
-    assert.deepEqual(user.dataRoot.reported('print'), ['before', 'after']);
+    await user.localServer.awaitReport('print', 2);
+    assert.deepEqual(user.localServer.reported('print'), ['before', 'after']);
   });
 
 test('a printer gets the pages, and the application quits while it no longer responds',
@@ -98,7 +98,7 @@ test('a page that prints in a loop opens one dialog at a time', async (user, scr
   const layout = await user.startWithPage(button('open', script));
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
-  await user.dataRoot.awaitReport('count', 10);
+  await user.localServer.awaitReport('count', 10);
   assert.equal(screen.maxWindowCount, 2);
 });
 
@@ -111,7 +111,7 @@ test('the print dialog closes when the page navigates away', async (user, screen
     </script>`, routes);
   await screen.clickElement(layout, 'open');
   await screen.awaitSecondWindow();
-  user.dataRoot.setRoutes({ ...routes, '/leave': {} });
-  await user.dataRoot.awaitPainted(2);
+  user.localServer.setRoutes({ ...routes, '/leave': {} });
+  await user.localServer.awaitPainted(2);
   await screen.awaitWindowCount(1);
 });

@@ -6,6 +6,7 @@ import { createServer } from 'node:http';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { link } from '../support/desktop/page.mjs';
+import { hasIpv6 } from '../support/desktop/processes.mjs';
 import { csvRoute } from '../support/desktop/responses.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -33,7 +34,7 @@ async function openProxy(user) {
 }
 
 /// Addresses of this machine.
-const ownHosts = ['127.0.0.2', '::1'];
+const ownHosts = ['127.0.0.2', ...(hasIpv6 ? ['::1'] : [])];
 
 test('requests to this machine bypass the proxy, and others use it', async (user) => {
   const desktop = new Desktop(user);
@@ -48,13 +49,13 @@ test('requests to this machine bypass the proxy, and others use it', async (user
   // "one;two" is the default body of csvRoute().
   assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
   // The local server gets the request to localhost.
-  for (const server of [...servers, user.dataRoot]) await server.awaitRequest('/own');
+  for (const server of [...servers, user.localServer]) await server.awaitRequest('/own');
   const expected = ['http://other.test/image', 'other.test:443'];
   await waitFor('the requests to another host', () => targets.length >= expected.length);
   await user.quit();
   assert.deepEqual(targets.sort(), expected);
 
-  const { env } = await user.dataRoot.awaitStarted();
+  const { env } = await user.localServer.awaitStarted();
   const proxyVariables = Object.entries(env).filter(([name]) => /proxy/i.test(name));
   assert.deepEqual(Object.fromEntries(proxyVariables), environment,
     'the server gets the environment of the user');

@@ -11,7 +11,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const receivedSignals = (user) => user.dataRoot.events('signal').map(({ signal }) => signal);
+const receivedSignals = (user) => user.localServer.events('signal').map(({ signal }) => signal);
 
 for (const [action, quit] of Object.entries(quitActions)) {
   test(`${action} ends the server by SIGTERM before the application`,
@@ -20,7 +20,7 @@ for (const [action, quit] of Object.entries(quitActions)) {
       await quit(run, screen);
       await user.awaitCleanExit(run);
       assert.deepEqual(receivedSignals(user), ['SIGTERM']);
-      assert.equal(user.dataRoot.events('stopped').length, 1, 'the server ended first');
+      assert.equal(user.localServer.events('stopped').length, 1, 'the server ended first');
     });
 }
 
@@ -30,7 +30,7 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
       const run = await user.startAndShowPage();
       await quitActions[action](run, screen);
       const { time, pid } = await waitFor('SIGTERM at the server', () =>
-        user.dataRoot.events('signal')[0]);
+        user.localServer.events('signal')[0]);
       // A second request to quit has no effect.
       kill(run.pid, 'SIGTERM');
       const took = await user.awaitCleanExit(run) - time;
@@ -44,7 +44,7 @@ for (const action of ['Control-Q', 'Alt-F4', 'SIGTERM']) {
 /// Waits until the server has ended, and fails unless it got SIGTERM only, which the kernel sends
 /// when the application ends (PR_SET_PDEATHSIG).
 async function assertServerTerminated(user) {
-  await user.dataRoot.awaitServerExit();
+  await user.localServer.awaitServerExit();
   // When a thread ends, the kernel reparents its child to another thread of the process, whose
   // end sends the signal again.
   assert.deepEqual([...new Set(receivedSignals(user))], ['SIGTERM']);
@@ -62,8 +62,7 @@ test('the loss of the display ends the application and its server', async (user)
   const other = await Screen.open({ windowManager: false });
   try {
     const run = await user.startAndShowPage({ environment: { DISPLAY: other.display } });
-    // `server` is Xvfb.
-    kill(other.server.pid);
+    kill(other.xServer.pid);
     await user.awaitExit(run);
     await assertServerTerminated(user);
   } finally {

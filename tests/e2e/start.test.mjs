@@ -5,7 +5,6 @@ import {
   cpSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync,
 } from 'node:fs';
 import { dirname, join } from 'node:path';
-import { setImmediate as nextIteration } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
@@ -24,30 +23,30 @@ const maxHeaderBarHeight = 60;
 test('the first start launches and probes the server, sets the cookie and shows the page',
   async (user, screen) => {
     // The application empties this log when it starts the server.
-    mkdirSync(dirname(user.dataRoot.log));
-    writeFileSync(user.dataRoot.log, 'line of an earlier run\n'.repeat(1000));
+    mkdirSync(dirname(user.localServer.log));
+    writeFileSync(user.localServer.log, 'line of an earlier run\n'.repeat(1000));
 
     // The application ignores its arguments, and replaces PORT for the server.
     user.start({
       args: ['--help', '--version', '--gapplication-service', 'file.txt'],
       environment: { PORT: '1', USER_VARIABLE: 'kept' },
     });
-    const layout = await user.dataRoot.awaitPainted();
+    const layout = await user.localServer.awaitPainted();
     await screen.awaitPageOnScreen();
     const window = await screen.awaitWindow();
     await waitFor('the icon of the window', async () =>
       /Icon \(\d+ x \d+\)/.test(await screen.property(window, '_NET_WM_ICON')));
 
-    const { argv, cwd, env } = await user.dataRoot.awaitStarted();
-    assert.deepEqual(argv.slice(1), [user.dataRoot.script]);
-    assert.equal(cwd, user.dataRoot.path);
+    const { argv, cwd, env } = await user.localServer.awaitStarted();
+    assert.deepEqual(argv.slice(1), [user.localServer.script]);
+    assert.equal(cwd, user.localServer.dataRoot);
     assert.equal(env.PORT, '4767');
     // The application gives every server this fixed search path.
     assert.equal(env.PATH, '/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin:/usr/sbin:/sbin');
     assert.equal(env.HOME, user.home);
     assert.equal(env.USER_VARIABLE, 'kept');
 
-    const requests = user.dataRoot.requests;
+    const requests = user.localServer.requests;
     const probes = requests.filter(({ url }) => url === '/api/wie');
     assert.equal(probes.length, 1, 'the first response ends the probing');
     assert.equal(requests[0], probes[0], 'nothing is loaded before the server is ready');
@@ -64,9 +63,9 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.ok(layout.agent.endsWith(` ORVELOS/${APP_KEY}`), layout.agent);
     assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
-    assert.deepEqual(user.filesWrittenOutside(), []);
+    assert.deepEqual(user.filesWrittenOutsideFolder(), []);
     // The fixture server prints one line on each output. '' follows the last line feed.
-    const logLines = readFileSync(user.dataRoot.log, 'utf8').split('\n').sort();
+    const logLines = readFileSync(user.localServer.log, 'utf8').split('\n').sort();
     assert.deepEqual(logLines, ['', 'line on standard error', 'line on standard output']);
   });
 
@@ -107,7 +106,6 @@ test('the screen stays dark from the first frame to the page', async (user, scre
     const share = screenshot.shareBrighterThan(brightChannel);
     assert.ok(share <= maxBrightShare,
       `screenshot ${count}: ${(share * 100).toFixed(1)} % is bright`);
-    await nextIteration();
     return screenshot.shows(pageColour);
   }, { every: 1 });
   assert.ok(count > 1, 'no screenshot was taken before the page');
@@ -119,12 +117,12 @@ test('without a display the application exits with an error message', async (use
   assert.equal(signal, null);
   assert.notEqual(code, 0);
   assert.match(run.output, /display/i);
-  assert.deepEqual(user.dataRoot.record(), []);
+  assert.deepEqual(user.localServer.record(), []);
 });
 
 test('cookies, local storage and the window size survive a restart', async (user, screen) => {
   await user.startAndShowPage();
-  const [first] = user.dataRoot.reported('painted');
+  const [first] = user.localServer.reported('painted');
   assert.equal(first.loads, 1);
   assert.equal(first.width, screen.screenshot().width, 'a first window is maximised');
 
@@ -135,14 +133,14 @@ test('cookies, local storage and the window size survive a restart', async (user
   await screen.runTool('xdotool', 'windowsize', window, '1100', '700');
   // The range leaves room for borders of the window.
   const resized = await waitFor('the resized page', () =>
-    user.dataRoot.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
+    user.localServer.reported('size').findLast(({ width }) => width > 1000 && width <= 1100));
   await user.quit();
 
   await user.startAndShowPage();
-  const second = user.dataRoot.reported('painted').at(-1);
+  const second = user.localServer.reported('painted').at(-1);
   assert.equal(second.loads, 2, 'local storage is kept');
   assert.deepEqual([second.width, second.height], [resized.width, resized.height]);
-  const { headers } = user.dataRoot.requestsTo('/').at(-1);
+  const { headers } = user.localServer.requestsTo('/').at(-1);
   assert.match(headers.cookie, /persistent=yes/);
   assert.match(headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
   await user.quit();

@@ -54,7 +54,7 @@ test('any navigation of the page to a stored file downloads it once', async (use
     const text = await desktop.clickAndAwaitFile(layout, name, `${name}.csv`);
     assert.equal(text, `content of ${name}`);
     // All requests for the file, with any method, percent-encoding and query.
-    assertSentByApplication(user.dataRoot.requests.filter(({ url }) =>
+    assertSentByApplication(user.localServer.requests.filter(({ url }) =>
       decodeURIComponent(url.split('?')[0]) === stored(name)));
   }
   const files = names.map((name) => `${name}.csv`).sort();

@@ -30,7 +30,7 @@ test('the silent check after the start installs a later release',
       assert.equal(headers['x-orvel-app'], APP_KEY);
     }
     assert.equal(manifests[0].headers['cache-control'], 'no-cache');
-    assert.deepEqual(user.dataRoot.record(), [], 'no local server is started');
+    assert.deepEqual(user.localServer.record(), [], 'no local server is started');
     assert.equal(user.installedVersion(), '1.1');
     await acceptRestart(user, server);
     await quitRestartedApplication(user);
@@ -45,9 +45,9 @@ test('the new process starts after the old one has killed a server that ignores 
     offerRelease(server, '1.1', { body: makeRelease(user), gate });
     const run = await user.startAndShowPage({ server });
     await server.awaitRequest(archivePath);
-    // The user changes to the local server (user.dataRoot) during the download.
+    // The user changes to the local server during the download.
     await screen.answerAddressDialog('http://127.0.0.1:4767/');
-    await user.dataRoot.awaitPainted();
+    await user.localServer.awaitPainted();
     writeFileSync(gate, '');
     await screen.awaitPanel(updatedNotice);
 
@@ -56,12 +56,12 @@ test('the new process starts after the old one has killed a server that ignores 
     const end = await user.awaitCleanExit(run);
     // The application kills the server after 3 seconds.
     assert.ok(end - pressed >= 2900, `the old process ended after ${end - pressed} ms`);
-    await user.dataRoot.awaitPainted(2);
-    const [, { time }] = user.dataRoot.events('started');
+    await user.localServer.awaitPainted(2);
+    const [, { time }] = user.localServer.events('started');
     assert.ok(time > end, 'the new process starts the second server');
     await screen.awaitWindow();
     await quitRestartedApplication(user);
-    await user.dataRoot.awaitServerExit(2);
+    await user.localServer.awaitServerExit(2);
   });
 
 /// Releases that the application rejects at different steps of the installation: an archive, or the

@@ -10,7 +10,7 @@ const { test } = desktopTests({ accessibility: true });
 
 test('each editing key changes the focused field once', async (user, screen) => {
   await user.startAndShowPage();
-  const fieldHas = (text) => user.dataRoot.awaitFieldText(text);
+  const fieldHas = (text) => user.localServer.awaitFieldText(text);
   const clipboardHas = (text) =>
     waitFor(`"${text}" on the clipboard`, async () => (await screen.clipboard()) === text);
 
@@ -23,9 +23,9 @@ test('each editing key changes the focused field once', async (user, screen) => 
     await clipboardHas('abc');
     // The window may handle the next command before the page has handled earlier keys, so wait for
     // the page's report of the End key.
-    const ends = user.dataRoot.reported('endKey').length;
+    const ends = user.localServer.reported('endKey').length;
     await screen.pressKeys('End');
-    await user.dataRoot.awaitReport('endKey', ends + 1);
+    await user.localServer.awaitReport('endKey', ends + 1);
     // The letter ends the pasted text, so the field shows how often it was pasted.
     await screen.pressKeys(`${command}+v`, 'x');
     await fieldHas('abcabcx');
@@ -41,7 +41,7 @@ test('each editing key changes the focused field once', async (user, screen) => 
 
 /// Waits until the last reported height of the page satisfies a predicate.
 async function awaitPageHeight(user, what, isExpected) {
-  await waitFor(what, () => isExpected(user.dataRoot.reported('size').at(-1)?.height));
+  await waitFor(what, () => isExpected(user.localServer.reported('size').at(-1)?.height));
 }
 
 async function isFullScreen(screen, window) {
@@ -101,14 +101,14 @@ test('F10 opens the menu, whose first item opens the About dialog',
     // screen.
     const dialog = await screen.awaitSecondWindow();
     await screen.pressKeys('F11', 'ctrl+r');
-    await user.dataRoot.awaitPainted(2);
+    await user.localServer.awaitPainted(2);
     assert.ok(!(await isFullScreen(screen, dialog)));
     await screen.pressKeys('Escape');
     await screen.awaitWindowCount(1);
 
     // The page has the focus again.
     await screen.pressKeys('ctrl+r');
-    await user.dataRoot.awaitPainted(3);
+    await user.localServer.awaitPainted(3);
 
     // The dialog does not block the Control-Q that ends each test.
     await openAbout();
@@ -137,7 +137,7 @@ const awaitBarHidden = (screen) => waitFor('a hidden menu bar', () => !isBarShow
 
 test('full screen by F11: the pointer at the top edge shows the menu bar', async (user, screen) => {
   await startInFullScreen(user, screen, 'F11');
-  const pageHeight = () => user.dataRoot.reported('size').at(-1).height;
+  const pageHeight = () => user.localServer.reported('size').at(-1).height;
   const screenHeight = screen.screenshot().height;
   assert.equal(pageHeight(), screenHeight);
   await screen.movePointer(700, 0);
@@ -155,7 +155,7 @@ test('full screen by F11: the pointer at the top edge shows the menu bar', async
 
   // The page has the focus again.
   await screen.type('abc');
-  await user.dataRoot.awaitFieldText('abc');
+  await user.localServer.awaitFieldText('abc');
   await screen.pressKeys('F11');
   await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
   assert.ok(!(await isFullScreen(screen)));
@@ -176,7 +176,7 @@ test('full screen by Control-Super-F: F10 shows a usable menu bar', async (user,
     await awaitBarHidden(screen);
   }
   await screen.type('abc');
-  await user.dataRoot.awaitFieldText('abc');
+  await user.localServer.awaitFieldText('abc');
   await openMenu();
   await repeatUntil('the menu "Weergave", which begins with "Herlaad"',
     () => screen.pressKeys('Right'),

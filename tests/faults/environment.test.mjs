@@ -6,7 +6,7 @@ import {
 } from 'node:fs';
 import { dirname, join } from 'node:path';
 
-import { DataRoot } from '../support/desktop/data_root.mjs';
+import { LocalServer } from '../support/desktop/local_server.mjs';
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { awaitErrorPage, missingServerMessage } from '../support/desktop/error_page.mjs';
 import {
@@ -30,20 +30,22 @@ async function startAndReload(user, options) {
   await user.reload();
 }
 
-const assertPageRequestHasKey = ({ dataRoot }) =>
-  assert.match(dataRoot.requestsTo('/').at(-1).headers.cookie, new RegExp(`orvelapp=${APP_KEY}`));
+const assertPageRequestHasKey = ({ localServer }) =>
+  assert.match(localServer.requestsTo('/').at(-1).headers.cookie,
+    new RegExp(`orvelapp=${APP_KEY}`));
 
 /// Situations in which the server has no log. `prepare` returns the options of user.start().
 const withoutLog = {
   'a file in place of the log folder': {
-    prepare: ({ dataRoot }) => {
-      writeFileSync(join(dataRoot.path, 'v3/.local'), 'no folder');
+    prepare: ({ localServer }) => {
+      writeFileSync(join(localServer.dataRoot, 'v3/.local'), 'no folder');
       return {};
     },
   },
   'a read-only data root': {
     skip: skipWithoutMounts,
-    prepare: ({ dataRoot }) => ({ wrapper: readOnlyWrapper(dataRoot.path, dataRoot.recordPath) }),
+    prepare: ({ localServer: { dataRoot, recordPath } }) =>
+      ({ wrapper: readOnlyWrapper(dataRoot, recordPath) }),
   },
 };
 for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
@@ -51,39 +53,39 @@ for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog))
     await startAndReload(user, prepare(user));
     // The fixture server prints a line on each standard stream when it starts.
     assert.match(user.run.output, /line on standard error/);
-    assert.ok(!existsSync(user.dataRoot.log));
+    assert.ok(!existsSync(user.localServer.log));
   });
 }
 
 test('without a locale a data root with blanks, quotes and non-ASCII characters in its path works',
   async (user) => {
-    user.dataRoot = new DataRoot(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
+    user.localServer = new LocalServer(join(user.folder, `a'b "c" ; $(d) ë € 名 &`));
     // The application recognises a stale server by this path, and terminates it.
-    await withPortHolder([user.dataRoot.script], async (stale) => {
+    await withPortHolder([user.localServer.script], async (stale) => {
       await startAndReload(user, { environment: {
-        ORVEL_OS_ROOT: user.dataRoot.path, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
+        ORVEL_OS_ROOT: user.localServer.dataRoot, LC_ALL: '', LC_CTYPE: undefined, LANG: undefined,
       } });
       assert.ok(!isRunning(stale.pid));
     });
-    assert.match(readFileSync(user.dataRoot.log, 'utf8'), /line on standard output/);
+    assert.match(readFileSync(user.localServer.log, 'utf8'), /line on standard output/);
   });
 
 test('a removed data root is reported, and can come back', async (user, screen) => {
-  const { dataRoot } = user;
+  const { localServer } = user;
   const elsewhere = join(user.folder, 'elsewhere');
   const move = (from, to) => {
     renameSync(from, to);
-    dataRoot.recordPath = join(to, 'v3/record.jsonl');
+    localServer.recordPath = join(to, 'v3/record.jsonl');
   };
   await user.startAndShowPage();
-  move(dataRoot.path, elsewhere);
+  move(localServer.dataRoot, elsewhere);
   await user.reload();
   await user.crashServer();
   await screen.pressKeys('ctrl+r');
   await awaitErrorPage(screen, missingServerMessage);
-  move(elsewhere, dataRoot.path);
+  move(elsewhere, localServer.dataRoot);
   await user.restartServer();
-  await dataRoot.awaitPainted(3);
+  await localServer.awaitPainted(3);
 });
 
 /// Bytes that are no valid file of any kind.
@@ -119,7 +121,7 @@ for (const whileRunning of [false, true]) {
 test('with a damaged Info.plist the page is shown and the key is empty', async (user) => {
   writeFileSync(join(user.bundle, 'Contents/Info.plist'), garbage);
   await startAndReload(user);
-  assert.equal(user.dataRoot.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
+  assert.equal(user.localServer.requestsTo('/api/wie')[0].headers['x-orvel-app'], '');
 });
 
 test('with full disks the page is shown', { skip: skipWithoutMounts }, async (user) => {
@@ -172,19 +174,19 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
   });
 
 test('a flooded server log is emptied by the next start', async (user, screen) => {
-  const { dataRoot } = user;
+  const { localServer } = user;
   const mebibytes = isLongForm ? 1024 : 64;
   const size = mebibytes << 20;
   await user.startAndShowPage();
-  dataRoot.setRoutes({ '/': { page: '', logBytes: size } });
+  localServer.setRoutes({ '/': { page: '', logBytes: size } });
   await screen.pressKeys('ctrl+r');
-  await waitFor('the page again', () => dataRoot.paintCount() === 2, { timeout: floodTimeout });
-  assert.ok(statSync(dataRoot.log).size >= size);
-  dataRoot.setRoutes();
+  await waitFor('the page again', () => localServer.paintCount() === 2, { timeout: floodTimeout });
+  assert.ok(statSync(localServer.log).size >= size);
+  localServer.setRoutes();
   await user.crashServer();
   await user.restartServer();
-  await dataRoot.awaitPainted(3);
-  assert.ok(statSync(dataRoot.log).size < 1000, 'the next start has emptied the log');
+  await localServer.awaitPainted(3);
+  assert.ok(statSync(localServer.log).size < 1000, 'the next start has emptied the log');
 });
 
 const libfaketime = ['x86_64', 'aarch64']
@@ -192,7 +194,7 @@ const libfaketime = ['x86_64', 'aarch64']
 
 test('clock jumps by a year leave the probe interval, the page and the cookie unchanged',
   { skip: !libfaketime && 'libfaketime is not installed' }, async (user) => {
-    const { dataRoot } = user;
+    const { localServer } = user;
     const clock = join(user.folder, 'clock');
     const setClock = (offset) => {
       writeFileSync(`${clock}.new`, offset);
@@ -200,25 +202,25 @@ test('clock jumps by a year leave the probe interval, the page and the cookie un
     };
     const jumps = ['+366d', '-366d', '+0d'];
     setClock('+0d');
-    dataRoot.setRoutes({ '/api/wie': { status: 503 } });
+    localServer.setRoutes({ '/api/wie': { status: 503 } });
     // With FAKETIME_NO_CACHE, libfaketime reads the file for each call.
     user.start({ environment: {
       LD_PRELOAD: libfaketime, FAKETIME_TIMESTAMP_FILE: clock, FAKETIME_NO_CACHE: '1',
       FAKETIME_DONT_FAKE_MONOTONIC: '1',
     } });
-    await dataRoot.awaitRequest('/api/wie', 2);
+    await localServer.awaitRequest('/api/wie', 2);
     for (const jump of jumps) {
       setClock(jump);
-      const before = dataRoot.requestsTo('/api/wie').length;
+      const before = localServer.requestsTo('/api/wie').length;
       const begin = performance.now();
-      await dataRoot.awaitRequest('/api/wie', before + 3);
+      await localServer.awaitRequest('/api/wie', before + 3);
       const elapsed = performance.now() - begin;
       // Three probes span two intervals of 250 ms. The first may have been sent shortly before
       // `begin`.
       assert.ok(elapsed > 400, `three probes took only ${elapsed} ms`);
     }
-    dataRoot.setRoutes();
-    await dataRoot.awaitPainted(1);
+    localServer.setRoutes();
+    await localServer.awaitPainted(1);
     for (const jump of jumps) {
       setClock(jump);
       await user.reload();

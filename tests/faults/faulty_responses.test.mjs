@@ -67,53 +67,53 @@ async function forEachResponse(user, t, request, body) {
 }
 
 test('faulty responses to a probe are retried, awaited or accepted', async (user, screen, t) => {
-  const { dataRoot } = user;
-  const probes = () => dataRoot.requestsTo('/api/wie').length;
+  const { localServer } = user;
+  const probeCount = () => localServer.requestsTo('/api/wie').length;
   await user.startAndShowPage();
   await forEachResponse(user, t, 'probe', async (route, outcome, gate) => {
     await user.crashServer();
-    const paints = dataRoot.paintCount();
-    const before = probes();
-    const sent = dataRoot.events('chunkSent').length;
+    const paints = localServer.paintCount();
+    const before = probeCount();
+    const sent = localServer.events('chunkSent').length;
     // At one byte a second this body takes longer than the test waits.
-    dataRoot.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
+    localServer.setRoutes({ '/api/wie': { body: 'x'.repeat(50), ...route } });
     await user.restartServer();
     if (outcome === 'retried') {
-      await dataRoot.awaitRequest('/api/wie', before + 2);
+      await localServer.awaitRequest('/api/wie', before + 2);
     } else if (outcome === 'ready') {
-      await dataRoot.awaitPainted(paints + 1);
+      await localServer.awaitPainted(paints + 1);
     } else {
       // The timeout of a probe, 3 seconds, begins anew with each byte.
-      await waitFor('four bytes', () => dataRoot.events('chunkSent').length >= sent + 4);
-      assert.equal(probes(), before + 1);
-      assert.equal(dataRoot.paintCount(), paints);
+      await waitFor('four bytes', () => localServer.events('chunkSent').length >= sent + 4);
+      assert.equal(probeCount(), before + 1);
+      assert.equal(localServer.paintCount(), paints);
     }
-    dataRoot.setRoutes();
+    localServer.setRoutes();
     writeFileSync(gate, '');
-    await dataRoot.awaitPainted(paints + 1);
-    if (outcome !== 'retried') assert.equal(probes(), before + 1);
+    await localServer.awaitPainted(paints + 1);
+    if (outcome !== 'retried') assert.equal(probeCount(), before + 1);
   });
 });
 
 test('Control-R shows the page after each faulty response', async (user, screen, t) => {
-  const { dataRoot } = user;
+  const { localServer } = user;
   const page = '<p>text</p>'.repeat(5000);
   const requestPage = async (route) => {
-    const before = dataRoot.requestsTo('/').length;
-    dataRoot.setRoutes({ '/': { page, ...route } });
+    const before = localServer.requestsTo('/').length;
+    localServer.setRoutes({ '/': { page, ...route } });
     await screen.pressKeys('ctrl+r');
-    await dataRoot.awaitRequest('/', before + 1);
+    await localServer.awaitRequest('/', before + 1);
   };
   await user.startAndShowPage();
   await forEachResponse(user, t, 'page', async (route, outcome) => {
-    const before = dataRoot.paintCount();
+    const before = localServer.paintCount();
     await requestPage(route);
-    if (outcome === 'shown') await dataRoot.awaitPainted(before + 1);
-    dataRoot.setRoutes();
+    if (outcome === 'shown') await localServer.awaitPainted(before + 1);
+    localServer.setRoutes();
     // A previous response may crash the network process (libsoup 3.6.5). The next load then
     // fails, and the one after it succeeds.
     await user.reload();
-    assert.equal(dataRoot.events('started').length, 1);
+    assert.equal(localServer.events('started').length, 1);
   });
   // The application quits during an endless response.
   await requestPage({ endless: true });
@@ -121,7 +121,7 @@ test('Control-R shows the page after each faulty response', async (user, screen,
 });
 
 test('faulty responses to a download leave no partial file', async (user, screen, t) => {
-  const { dataRoot } = user;
+  const { localServer } = user;
   const desktop = new Desktop(user);
   const csv = csvRoute('one;two\n'.repeat(2000));
   // Links to paths below /api/bestand/ are downloaded. The media type gives the extension.
@@ -131,26 +131,26 @@ test('faulty responses to a download leave no partial file', async (user, screen
   let closed = 0;
   const saved = [];
   await forEachResponse(user, t, 'file', async (route, outcome) => {
-    const sent = dataRoot.events('chunkSent').length;
-    dataRoot.setRoutes({ [path]: { ...csv, ...route } });
+    const sent = localServer.events('chunkSent').length;
+    localServer.setRoutes({ [path]: { ...csv, ...route } });
     await screen.clickElement(layout, 'file');
     requests += 1;
-    await dataRoot.awaitRequest(path, requests);
+    await localServer.awaitRequest(path, requests);
     if (outcome === 'complete') {
       assert.equal(await desktop.awaitOpenedFile('file.csv'), csv.body);
       saved.push('file.csv');
     } else if (outcome === 'no file') {
       closed += 1;
-      await dataRoot.awaitResponseClosed(path, closed);
+      await localServer.awaitResponseClosed(path, closed);
     } else if (route.trickle) {
-      await waitFor('two bytes', () => dataRoot.events('chunkSent').length >= sent + 2);
+      await waitFor('two bytes', () => localServer.events('chunkSent').length >= sent + 2);
     }
     assert.deepEqual(desktop.downloadedFiles(), saved);
   });
   // The application quits during "no response" and "one byte a second".
   await user.terminate();
   assert.deepEqual(desktop.downloadedFiles(), saved);
-  assert.equal(dataRoot.requestsTo(path).length, requests);
+  assert.equal(localServer.requestsTo(path).length, requests);
   await desktop.awaitEndAndAssertOpened('file.csv');
 });
 

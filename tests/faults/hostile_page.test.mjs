@@ -47,7 +47,7 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
       };
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
-  assert.deepEqual(await user.dataRoot.awaitReport('done'), [], 'the frames stay empty');
+  assert.deepEqual(await user.localServer.awaitReport('done'), [], 'the frames stay empty');
   await desktop.clickBarrierLink(layout);
   await desktop.quitAndAssertOpened(barrierUrl);
 });
@@ -93,7 +93,7 @@ for (const [call, quit] of Object.entries(quitDuringCall)) {
       await quit(user, screen);
       await user.awaitCleanExit();
       assert.equal(screen.maxWindowCount, 2);
-      assert.equal(user.dataRoot.events('stopped').length, 1, 'the server was not killed');
+      assert.equal(user.localServer.events('stopped').length, 1, 'the server was not killed');
     });
 }
 
@@ -115,7 +115,7 @@ async function runAndAwaitOpened(user, screen, action, options) {
   await runScript(user, screen, repeat(openCount, action), options);
   await waitFor(`${openCount} files or URLs opened`, () => opened().length >= openCount,
     { timeout: floodTimeout });
-  user.dataRoot.assertPageLoadedOnce();
+  user.localServer.assertPageLoadedOnce();
   await user.terminate();
   assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
   assert.equal(new Set(opened()).size, openCount, 'different files or URLs were opened');
@@ -151,11 +151,11 @@ for (const click of [true, false]) {
     await runScript(user, screen, repeat(count, "open('/api/export?' + number)"),
       { click, routes: { '/api/export': { status: 404 } } });
     if (click) {
-      await waitFor('the end of the script', () => user.dataRoot.reported('done').length > 0,
+      await waitFor('the end of the script', () => user.localServer.reported('done').length > 0,
         { timeout: floodTimeout });
     }
     await waitFor('a request for /api/export', () =>
-      user.dataRoot.requests.some(({ url }) => url.startsWith('/api/export')));
+      user.localServer.requests.some(({ url }) => url.startsWith('/api/export')));
     await user.quit();
     assert.equal(screen.maxWindowCount, 1, 'no second window was opened');
     assert.deepEqual(readdirSync(user.home), []);
@@ -171,5 +171,5 @@ test('a title of 50,000,000 characters and a long fragment do not change the win
   await screen.awaitPanel('Longer '.repeat(12).slice(0, 80));
   assert.equal((await screen.windows('Orvel OS')).length, 1);
   await screen.pressKeys('Return');
-  await user.dataRoot.awaitReport('done');
+  await user.localServer.awaitReport('done');
 });

@@ -18,7 +18,7 @@ const csv = csvRoute('one;two\n'.repeat(100_000));
 const filePath = '/api/bestand/file';
 
 async function awaitFirstPage({ user, screen }) {
-  await user.dataRoot.awaitPainted();
+  await user.localServer.awaitPainted();
   await screen.awaitPageOnScreen();
 }
 
@@ -32,7 +32,7 @@ export const jobs = {
   starting: {
     async begin({ user, screen, startOptions }) {
       user.start(startOptions);
-      await user.dataRoot.awaitStarted();
+      await user.localServer.awaitStarted();
       await screen.awaitWindow();
     },
     finish: awaitFirstPage,
@@ -40,13 +40,13 @@ export const jobs = {
 
   polling: {
     async begin({ user, screen, startOptions }) {
-      user.dataRoot.setRoutes({ '/api/wie': { status: 503 } });
+      user.localServer.setRoutes({ '/api/wie': { status: 503 } });
       user.start(startOptions);
-      await user.dataRoot.awaitRequest('/api/wie', 2);
+      await user.localServer.awaitRequest('/api/wie', 2);
       await screen.awaitWindow();
     },
     async finish(context) {
-      context.user.dataRoot.setRoutes();
+      context.user.localServer.setRoutes();
       await awaitFirstPage(context);
     },
   },
@@ -72,7 +72,7 @@ export const jobs = {
       const layout = await user.startWithPage(link('file', filePath),
         { [filePath]: { ...csv, gate: context.gate } }, startOptions);
       await screen.clickElement(layout, 'file');
-      await user.dataRoot.awaitRequest(filePath);
+      await user.localServer.awaitRequest(filePath);
     },
     async finish({ gate, desktop }) {
       writeFileSync(gate, '');
@@ -108,14 +108,14 @@ export const jobs = {
   quitting: {
     async begin({ user, screen, startOptions }) {
       // Long enough to inject a fault. After 3 seconds the application would kill the server.
-      user.dataRoot.setBehaviour({ stopDelay: 2500 });
+      user.localServer.setBehaviour({ stopDelay: 2500 });
       await user.startAndShowPage(startOptions);
       await screen.pressKeys('ctrl+q');
-      await waitFor('SIGTERM at the server', () => user.dataRoot.events('signal').length > 0);
+      await waitFor('SIGTERM at the server', () => user.localServer.events('signal').length > 0);
     },
     async finish({ user, run }) {
       await user.awaitCleanExit(run);
-      await user.dataRoot.awaitServerExit();
+      await user.localServer.awaitServerExit();
     },
   },
 };

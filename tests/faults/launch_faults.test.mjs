@@ -9,7 +9,7 @@ import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
 
-const isPageRequested = ({ dataRoot }) => dataRoot.requestsTo('/').length > 0;
+const isPageRequested = ({ localServer }) => localServer.requestsTo('/').length > 0;
 
 /// The steps of a launch, each with a condition that holds once the step has been reached.
 const launchSteps = {
@@ -20,9 +20,9 @@ const launchSteps = {
   'window': async ({ screen }) => (await screen.windows()).length > 0,
   // The application looks for a stale server with lsof.
   'lsof': (user) => user.processesNamed('lsof').length > 0,
-  'server process': ({ dataRoot }) => dataRoot.events('started').length > 0,
-  'listening server': ({ dataRoot }) => dataRoot.events('listening').length > 0,
-  'probe': ({ dataRoot }) => dataRoot.requestsTo('/api/wie').length > 0,
+  'server process': ({ localServer }) => localServer.events('started').length > 0,
+  'listening server': ({ localServer }) => localServer.events('listening').length > 0,
+  'probe': ({ localServer }) => localServer.requestsTo('/api/wie').length > 0,
   'page request': isPageRequested,
 };
 
@@ -39,7 +39,7 @@ test('SIGTERM at any moment of the launch leaves nothing behind', async (user, s
   const atMoments = Array.from({ length: momentCount }, (_, index) => interval * index)
     .map((moment) => [`${Math.round(moment)} ms`, (elapsed) => elapsed >= moment]);
   for (const [moment, isReached] of [...atSteps, ...atMoments]) {
-    user.dataRoot.clearRecord();
+    user.localServer.clearRecord();
     const run = user.start();
     const start = performance.now();
     // SIGTERM ends an application that has not installed its handler yet.
@@ -61,27 +61,27 @@ test(`${rounds} starts and quits leave nothing behind`, async (user) => {
     await user.startAndShowPage();
     await user.terminate();
     await assertNoLeftovers(user);
-    user.dataRoot.clearRecord();
+    user.localServer.clearRecord();
   }
 });
 
 test('200 quick presses of Control-R start at most one server', async (user, screen) => {
-  const { dataRoot } = user;
+  const { localServer } = user;
   const pressReload200Times = () =>
     screen.runTool('xdotool', 'key', '--delay', '4', ...Array(200).fill('ctrl+r'));
   await user.startAndShowPage();
   await pressReload200Times();
-  const requests = dataRoot.requestsTo('/').length;
+  const requests = localServer.requestsTo('/').length;
   await screen.pressKeys('ctrl+r');
-  await dataRoot.awaitRequest('/', requests + 1);
+  await localServer.awaitRequest('/', requests + 1);
   await user.typeIntoField('usable');
-  assert.equal(dataRoot.events('started').length, 1);
+  assert.equal(localServer.events('started').length, 1);
 
   await user.crashServer();
-  const before = dataRoot.paintCount();
+  const before = localServer.paintCount();
   await pressReload200Times();
-  await dataRoot.awaitStarted(2);
-  await dataRoot.awaitPainted(before + 1);
+  await localServer.awaitStarted(2);
+  await localServer.awaitPainted(before + 1);
   await screen.awaitPageOnScreen();
-  assert.equal(dataRoot.events('started').length, 2, 'one server for all presses');
+  assert.equal(localServer.events('started').length, 2, 'one server for all presses');
 });

@@ -39,10 +39,10 @@ const outcomes = {
     const { user, screen } = context;
     await awaitErrorPage(screen, endedServerMessage(9));
     await job.assertRolledBack?.(context);
-    user.dataRoot.setBehaviour({});
-    const before = user.dataRoot.paintCount();
+    user.localServer.setBehaviour({});
+    const before = user.localServer.paintCount();
     await user.restartServer();
-    await user.dataRoot.awaitPainted(before + 1);
+    await user.localServer.awaitPainted(before + 1);
   },
 };
 const { continues, quits, exits, 'shows the error page': showsErrorPage } = outcomes;
@@ -56,7 +56,7 @@ async function killWebKitProcess(user, name) {
   await user.killProcess(pid);
 }
 
-const awaitServerPid = async ({ dataRoot }) => (await dataRoot.awaitStarted()).pid;
+const awaitServerPid = async ({ localServer }) => (await localServer.awaitStarted()).pid;
 
 /// Each fault with its outcome for each job, or undefined where it is not tested. `short`
 /// names the jobs of the short form (without ORVEL_TEST_LONG). `needsBus` gives the job a session
@@ -170,13 +170,13 @@ for (const [situation, response] of Object.entries(interruptedResponses)) {
     async (user, screen) => {
       await jobs.showing.begin({ user, screen });
       const gate = join(user.folder, 'gate');
-      user.dataRoot.setRoutes({ '/': response(gate) });
+      user.localServer.setRoutes({ '/': response(gate) });
       await screen.pressKeys('ctrl+r');
-      await user.dataRoot.awaitRequest('/', 2);
+      await user.localServer.awaitRequest('/', 2);
       await user.killProcess(user.processesNamed('WebKitNetworkProcess')[0].pid);
       writeFileSync(gate, '');
-      user.dataRoot.setRoutes();
+      user.localServer.setRoutes();
       await jobs.showing.finish({ user, screen });
-      assert.equal(user.dataRoot.events('started').length, 1, 'number of server starts');
+      assert.equal(user.localServer.events('started').length, 1, 'number of server starts');
     });
 }

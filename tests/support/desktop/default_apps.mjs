@@ -105,7 +105,7 @@ export class Desktop {
 
   /// Fails if the page has been replaced, quits, and does the same as awaitEndAndAssertOpened().
   async quitAndAssertOpened(...expected) {
-    this.user.dataRoot.assertPageLoadedOnce();
+    this.user.localServer.assertPageLoadedOnce();
     await this.user.quit();
     await this.awaitEndAndAssertOpened(...expected);
   }

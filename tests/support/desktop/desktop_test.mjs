@@ -6,7 +6,7 @@ import { join } from 'node:path';
 import { after, before, test as nodeTest } from 'node:test';
 
 import { assertNoLeftovers } from './leftovers.mjs';
-import { PORT, describeListeners } from './processes.mjs';
+import { PORT, describePortHolders } from './processes.mjs';
 import { Screen } from './screen.mjs';
 import { User } from './user.mjs';
 import { failWaits, waitFor } from './wait.mjs';
@@ -37,7 +37,7 @@ export function desktopTests(screenOptions) {
   }
 
   before(async () => {
-    const holders = describeListeners();
+    const holders = describePortHolders();
     if (holders) {
       throw new Error(`port ${PORT} must be free for these tests; it is held by ${holders}`);
     }
@@ -59,7 +59,7 @@ export function desktopTests(screenOptions) {
         await body(user, screen, t);
         if (user.run && !user.run.exit) await user.quit();
         await assertNoLeftovers(user, configurationFiles);
-        await waitFor('a free port', () => !describeListeners());
+        await waitFor('a free port', () => !describePortHolders());
       } catch (error) {
         if (screenshotFolder) {
           mkdirSync(screenshotFolder, { recursive: true });

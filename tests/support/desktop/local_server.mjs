@@ -1,5 +1,5 @@
-// A data root for a test: the folder from which the application starts the local server, by the
-// script v3/server.mjs. The script is the fixture server, which records its events in a file.
+// The local server of a test: a data root, in which the application finds the server's script,
+// v3/server.mjs. The script is the fixture server, which records its events in a file.
 // User.remove() removes the folder.
 
 import {
@@ -8,30 +8,30 @@ import {
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { PageReports } from './page_reports.mjs';
 import { isRunning } from './processes.mjs';
+import { TestServer } from './test_server.mjs';
 import { waitFor } from './wait.mjs';
 
 const supportFolder = dirname(fileURLToPath(import.meta.url));
 
-/// A data root together with its server, to which the pages report.
-export class DataRoot extends PageReports {
+/// The server that the application starts from the folder `dataRoot`.
+export class LocalServer extends TestServer {
   /// Creates the folder, and installs the server unless `behaviour` is null. fixture_server.mjs
   /// lists the members of `behaviour`.
-  constructor(path, behaviour = {}) {
+  constructor(dataRoot, behaviour = {}) {
     super();
-    this.path = path;
-    this.script = join(path, 'v3/server.mjs');
-    this.log = join(path, 'v3/.local/server.log');
-    this.recordPath = join(path, 'v3/record.jsonl');
-    mkdirSync(join(path, 'v3'), { recursive: true });
+    this.dataRoot = dataRoot;
+    this.script = join(dataRoot, 'v3/server.mjs');
+    this.log = join(dataRoot, 'v3/.local/server.log');
+    this.recordPath = join(dataRoot, 'v3/record.jsonl');
+    mkdirSync(join(dataRoot, 'v3'), { recursive: true });
     if (behaviour !== null) this.installServer(behaviour);
   }
 
   installServer(behaviour = {}) {
     copyFileSync(join(supportFolder, 'fixture_server.mjs'), this.script);
     for (const module of ['responses.mjs', 'page.mjs']) {
-      copyFileSync(join(supportFolder, module), join(this.path, 'v3', module));
+      copyFileSync(join(supportFolder, module), join(this.dataRoot, 'v3', module));
     }
     this.setBehaviour(behaviour);
   }
@@ -39,7 +39,7 @@ export class DataRoot extends PageReports {
   /// Sets the behaviour of the server: its routes at once, the rest from its next start on.
   setBehaviour(behaviour) {
     this.behaviour = behaviour;
-    const path = join(this.path, 'v3/behaviour.json');
+    const path = join(this.dataRoot, 'v3/behaviour.json');
     writeFileSync(`${path}.new`, JSON.stringify(behaviour));
     renameSync(`${path}.new`, path);
   }

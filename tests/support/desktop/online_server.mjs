@@ -1,11 +1,11 @@
 // A server that the application does not start. The application takes it for an online server,
 // because its address, by default a port of 127.0.0.2, is not that of the local server.
 
-import { PageReports } from './page_reports.mjs';
+import { TestServer } from './test_server.mjs';
 import { createTestServer, respond } from './responses.mjs';
 
 /// An online server, to which the pages report.
-export class OnlineServer extends PageReports {
+export class OnlineServer extends TestServer {
   /// Listens on a free port. The test may change the `routes` later.
   static async open({ host = '127.0.0.2', routes = {} } = {}) {
     const online = new OnlineServer();

@@ -2,7 +2,7 @@
 
 import { spawn } from 'node:child_process';
 
-import { PORT, describeListeners, isRunning, kill } from './processes.mjs';
+import { PORT, describePortHolders, isRunning, kill } from './processes.mjs';
 import { waitFor } from './wait.mjs';
 
 /// Runs node with these arguments, which make it listen on PORT, during the body. The body gets
@@ -14,8 +14,8 @@ export async function withPortHolder(args, body) {
   let output = '';
   holder.stdout.on('data', (text) => (output += text));
   try {
-    // describeListeners() has "PID (COMMAND)" for each process.
-    await waitFor('a listening process', () => describeListeners().includes(`${holder.pid} (`));
+    // describePortHolders() has "PID (COMMAND)" for each process.
+    await waitFor('a listening process', () => describePortHolders().includes(`${holder.pid} (`));
     await body(holder, () => output);
   } finally {
     kill(holder.pid);

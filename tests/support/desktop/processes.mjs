@@ -1,11 +1,15 @@
-// The processes of this machine, read from /proc.
+// The processes and listening ports of this machine, read from /proc.
 
 import { constants, readdirSync, readFileSync, readlinkSync } from 'node:fs';
+import { networkInterfaces } from 'node:os';
 
 const { O_RDWR, O_WRONLY } = constants;
 
 /// The port of the application's server.
 export const PORT = 4767;
+
+export const hasIpv6 =
+  Object.values(networkInterfaces()).flat().some(({ address }) => address === '::1');
 
 /// Returns the text of a file, or '' when it cannot be read. The files of a process in /proc
 /// disappear when it ends.
@@ -117,7 +121,7 @@ export function kill(pid, signal = 'SIGKILL') {
 const listeningState = '0A';
 
 /// Returns a text with "PID (COMMAND)" of each process that listens on PORT, or '' if none does.
-export function describeListeners() {
+export function describePortHolders() {
   const suffix = `:${PORT.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']
     .flatMap((file) => readOrEmpty(file).split('\n').slice(1))

@@ -37,13 +37,13 @@ export class Screen {
     screen.folder = mkdtempSync(join(tmpdir(), 'orvel e2e screen '));
     const size = `${width}x${height}x24`;
     const options = ['-screen', '0', size, '-fbdir', screen.folder, '-nocursor', '-noreset'];
-    screen.server = spawn('Xvfb', ['-displayfd', '3', ...options, '-nolisten', 'tcp'], {
+    screen.xServer = spawn('Xvfb', ['-displayfd', '3', ...options, '-nolisten', 'tcp'], {
       stdio: ['ignore', 'ignore', 'ignore', 'pipe'],
     });
     const number = await new Promise((resolve, reject) => {
-      screen.server.once('error', reject);
-      screen.server.once('exit', () => reject(new Error('Xvfb did not start')));
-      screen.server.stdio[3].once('data', (text) => resolve(String(text).trim()));
+      screen.xServer.once('error', reject);
+      screen.xServer.once('exit', () => reject(new Error('Xvfb did not start')));
+      screen.xServer.stdio[3].once('data', (text) => resolve(String(text).trim()));
     });
     screen.framebuffer = new Framebuffer(join(screen.folder, 'Xvfb_screen0'));
     screen.environment = { PATH: process.env.PATH, HOME: screen.folder, DISPLAY: `:${number}` };
@@ -80,7 +80,7 @@ export class Screen {
   /// Terminates Xvfb and the tools of the screen without waiting for their end, and returns them.
   terminate() {
     const children = [this.accessibility?.bus.process, this.windowCountWatcher, this.windowManager,
-      this.server].filter(Boolean);
+      this.xServer].filter(Boolean);
     for (const child of children) child.kill();
     return children;
   }

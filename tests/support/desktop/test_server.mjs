@@ -1,12 +1,12 @@
-// Access to what pages report to a test server.
+// What the tests need of every server that shows pages.
 
 import assert from 'node:assert/strict';
 
 import { waitFor } from './wait.mjs';
 
-/// The requests to a test server, above all the reports of its pages (POST /api/NAME). The subclass
-/// has `requests`, all requests in order.
-export class PageReports {
+/// The base class of a server that records its requests, such as the reports of its pages
+/// (POST /api/NAME). The subclass has `requests`, all requests in order.
+export class TestServer {
   requestsTo(url, method = 'GET') {
     return this.requests.filter((request) => request.url === url && request.method === method);
   }

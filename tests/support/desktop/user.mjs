@@ -7,7 +7,7 @@ import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync, statSync } from '
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
-import { DataRoot } from './data_root.mjs';
+import { LocalServer } from './local_server.mjs';
 import { createUserEnvironment } from './environment.mjs';
 import { awaitErrorPage, endedServerMessage } from './error_page.mjs';
 import { OnlineServer } from './online_server.mjs';
@@ -46,9 +46,9 @@ export class User {
     this.cleanups = [];
     this.environment = createUserEnvironment(this.folder, screen.display);
     this.home = this.environment.HOME;
-    this.dataRoot = new DataRoot(join(this.folder, 'data root'), behaviour);
+    this.localServer = new LocalServer(join(this.folder, 'data root'), behaviour);
     Object.assign(this.environment, {
-      ORVEL_OS_ROOT: this.dataRoot.path,
+      ORVEL_OS_ROOT: this.localServer.dataRoot,
       ORVEL_E2E: this.folder,
       ...Object.fromEntries(
         Object.entries(process.env).filter(([name]) => /^(A|L|T|UB)SAN_OPTIONS$/.test(name)),
@@ -122,8 +122,8 @@ export class User {
   }
 
   /// Starts the application and waits until it has painted the page of `server`: an OnlineServer,
-  /// or by default the local server, which the data root stands for.
-  async startAndShowPage({ server = this.dataRoot, ...options } = {}) {
+  /// or by default the local server.
+  async startAndShowPage({ server = this.localServer, ...options } = {}) {
     const before = server.paintCount();
     const run = this.start(options);
     await server.awaitPainted(before + 1);
@@ -133,15 +133,15 @@ export class User {
   /// Starts the application with a page whose body is a piece of HTML, and returns the layout
   /// that the page reports. `routes` are the server's other routes, `options` those of start().
   async startWithPage(page, routes = {}, options = {}) {
-    this.dataRoot.setRoutes({ '/': { page }, ...routes });
+    this.localServer.setRoutes({ '/': { page }, ...routes });
     await this.startAndShowPage(options);
-    return this.dataRoot.reported('painted').at(-1);
+    return this.localServer.reported('painted').at(-1);
   }
 
   /// Reloads the page by Control-R and waits until it is painted. Presses the keys again
   /// when nothing happens: after the network process has been killed, WebKit drops a reload that
   /// begins before it notices that.
-  async reload(server = this.dataRoot) {
+  async reload(server = this.localServer) {
     const before = server.paintCount();
     await repeatUntil('the reloaded page', () => this.screen.pressKeys('ctrl+r'),
       () => server.paintCount() > before);
@@ -151,20 +151,20 @@ export class User {
   /// typed before the page has the focus, or into a page that is about to be replaced.
   async typeIntoField(text) {
     await repeatUntil(`"${text}" in the field`, () => this.screen.type(text),
-      () => this.dataRoot.reported('field').at(-1)?.value.endsWith(text));
+      () => this.localServer.reported('field').at(-1)?.value.endsWith(text));
   }
 
   /// Kills the local server and waits for the error page, which shows the number of SIGKILL, 9.
   async crashServer() {
-    kill(this.dataRoot.events('started').at(-1).pid);
+    kill(this.localServer.events('started').at(-1).pid);
     await awaitErrorPage(this.screen, endedServerMessage(9));
   }
 
   /// Restarts the local server by Control-R and waits until it has started.
   async restartServer() {
-    const count = this.dataRoot.events('started').length;
+    const count = this.localServer.events('started').length;
     await this.screen.pressKeys('ctrl+r');
-    await this.dataRoot.awaitStarted(count + 1);
+    await this.localServer.awaitStarted(count + 1);
   }
 
   /// Ends the application, but not its children, by a signal, and waits for its end.
@@ -224,7 +224,7 @@ export class User {
   }
 
   /// Returns the files outside the user's folder that the user's processes have open for writing.
-  filesWrittenOutside() {
+  filesWrittenOutsideFolder() {
     return this.processes()
       .flatMap(({ pid }) => filesOpenForWriting(pid))
       .filter((path) => !path.startsWith(`${this.folder}/`));
