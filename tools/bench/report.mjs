@@ -175,8 +175,8 @@ export function formatTables(results) {
   const load = [...results.loadAverages].sort((a, b) => a - b);
   return [
     `Measured on ${results.date}: ${machine.cores} cores of ${machine.processor}, ` +
-      `${format(machine.memory / 1024 ** 3)} GiB, Linux ${machine.kernel}, no graphics card. The ` +
-      `load average was ${load[0]} to ${load.at(-1)}, ${median(load)} in the middle` +
+      `${format(machine.memory / 1024 ** 3)} GiB, Linux ${machine.kernel}. The load average ` +
+      `was ${load[0]} to ${load.at(-1)}, ${median(load)} in the middle` +
       (results.niceness ? `; everything measured had a niceness of ${results.niceness}.` : '.') +
       (results.asRoot ? ' As root, so that Chromium and Qt WebEngine ran without their sandbox; ' +
         'the others had theirs.' : ''),
