@@ -68,8 +68,8 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  // While the server may not get the key, loadPage would continue as after a failed probe. That
-  // would start a second sequence of probes if one is running already.
+  // While another user's program may be listening, loadPage would continue as after a failed probe.
+  // That would start a second sequence of probes if one is running already.
   if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
     awaitServerForReload();
     return;

@@ -9,8 +9,7 @@
 namespace orvel {
 
 /// The entry of Info.plist with the public key that verifies updates, in the form that
-/// `verify` (base/signature.h) takes. A build without the entry verifies no
-/// signature.
+/// `verify` (base/signature.h) takes. A build without the entry installs unsigned updates.
 inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
 
 /// The members of a manifest that authenticate its release.

@@ -108,7 +108,7 @@ export function createRouter({ record, state }) {
       if (!['code', 'kill', 'doof'].includes(how)) throw new HttpError(400);
       if (how === 'doof') state.ignoresSigterm = true;
       response.on('finish', () => {
-        // The page /server announces this status.
+        // The text of the page /server says that the status will be 3.
         if (how === 'code') process.exit(3);
         if (how === 'kill') process.kill(process.pid, 'SIGKILL');
       });
@@ -123,7 +123,7 @@ export function createRouter({ record, state }) {
   const gets = new Map(Object.entries({
     '/api/wie': (request, response) => {
       // Answers the application's readiness probe, and tells in which places the probe has the
-      // application's key.
+      // application's key: `via` as a list, `herkend` as a text.
       const appKeys = appKeysOf(request.headers);
       const via = appKeyPlacesOf(appKeys);
       sendJson(response, { naam: 'Orvel OS', app: via.length > 0, via, herkend: labelOf(appKeys) });

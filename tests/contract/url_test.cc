@@ -45,8 +45,8 @@ const std::map<std::string, std::optional<std::string>> acceptedDifferences{
     {"unescaped space", "http://test.com/unescaped%20space"},
     {" /interactive/world/0207/gallery.pope.tour/frameset.exclude.html",
      "http://www.cnn.com/%20/interactive/world/0207/gallery.pope.tour/frameset.exclude.html"},
-    // RFC 3986 does not allow "|", and Url::parse encodes nothing. `nsurlResults` has two rows for
-    // this text: in one NSURL rejects the text, in the other it percent-encodes the "|".
+    // RFC 3986 does not allow "|", and Url::parse encodes nothing. The two rows of
+    // `nsurlResults` for this text contradict each other: NSURL rejects it, or percent-encodes "|".
     {"http://test.com/unescaped|pipe", std::nullopt},
     // The text is the same, but the path of Url is "/", and that of NSURL is "//".
     {"file://///", "file://///"},

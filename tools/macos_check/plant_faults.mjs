@@ -1,4 +1,4 @@
-// Measures how many deliberate faults in the macOS edition its checks on Linux find. Plants each
+// Measures how many deliberate faults the checks of the macOS edition find on Linux. Plants each
 // fault of planted_faults.mjs into a copy of the checkout and runs the check of the changed file:
 // of a source, of a property list, or of the signing by build-app.sh.
 //
@@ -39,7 +39,7 @@ function check(files) {
     if (file.startsWith('scripts/')) {
       parts.push(() => run('node', ['--test', 'tests/packaging/build_app.test.mjs']));
     } else if (/\.(in|entitlements|plist)$/.test(file)) {
-      // Configuring writes Info.plist into the bundle.
+      // Configuring writes Info.plist into the bundle. The script also checks the entitlements.
       parts.push(configure, () => run('python3',
         ['tools/macos_check/check_property_lists.py', 'build/Orvel OS.app/Contents/Info.plist']));
     }

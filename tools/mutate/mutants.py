@@ -50,7 +50,7 @@ class Mutant:
     original: str
     mutated: str
 
-    def keys(self):
+    def entry_keys(self):
         """Returns the keys, in the form of read_equivalents in mutate.py, of the entries of
         equivalents.toml that would accept this mutant."""
         place = (self.file, self.function, self.original)

@@ -61,10 +61,11 @@ def run_all(build, chosen, options):
     def run(mutant):
         if time.monotonic() > deadline:
             return
-        # The names of most test suites begin with that of the file under test, in UpperCamelCase.
+        # The suites whose names begin with that of the file run first, because they find most
+        # mutants.
         words = pathlib.Path(mutant.file).stem.split('_')
-        suites = ''.join(word.capitalize() for word in words)
-        outcomes[mutant] = build.outcome(mutant, recompiled[mutant.file], suites, timeout)
+        first_suites = ''.join(word.capitalize() for word in words)
+        outcomes[mutant] = build.outcome(mutant, recompiled[mutant.file], first_suites, timeout)
         if len(outcomes) % 20 == 0:
             print(f'mutate: {len(outcomes)} of {len(chosen)} mutants run', file=sys.stderr)
 
@@ -106,7 +107,7 @@ def main():
                       if word.startswith(('-I', '-D', '-std='))]
     found = mutants.find_mutants(root, files, parser_options)
     equivalents = read_equivalents(options.equivalents)
-    unmatched = sorted(set(equivalents) - {key for mutant in found for key in mutant.keys()},
+    unmatched = sorted(set(equivalents) - {key for mutant in found for key in mutant.entry_keys()},
                        key=str)
     chosen = [mutant for mutant in found if not options.files or mutant.file in options.files]
     if not chosen:
@@ -126,7 +127,7 @@ def main():
     for mutant, outcome in sorted(outcomes.items(), key=lambda item: dataclasses.astuple(item[0])):
         row = {name: getattr(mutant, name)
                for name in ('file', 'line', 'function', 'operator', 'original', 'mutated')}
-        reason = next((equivalents[key] for key in mutant.keys() if key in equivalents), None)
+        reason = next((equivalents[key] for key in mutant.entry_keys() if key in equivalents), None)
         if outcome == 'survived' and reason:
             outcome, row['reason'] = 'equivalent', reason
         rows.append({**row, 'outcome': outcome})

@@ -1,10 +1,10 @@
 // A server that the application does not start. The application takes it for an online server,
 // because its address, by default a port of 127.0.0.2, is not that of the local server.
 
-import { TestServer } from './test_server.mjs';
 import { createTestServer, respond } from './responses.mjs';
+import { TestServer } from './test_server.mjs';
 
-/// An online server, to which the pages report.
+/// An online server that records its requests.
 export class OnlineServer extends TestServer {
   /// Listens on a free port. The test may change the `routes` later.
   static async open({ host = '127.0.0.2', routes = {} } = {}) {
