@@ -20,7 +20,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   buildMenu();
 
   WebViewConfiguration webConfiguration;
-  // The server recognizes the application by the app key in the user agent or the cookie
+  // The server recognizes requests of the page by the app key in the user agent or in the cookie
   // (`keyCookie`).
   webConfiguration.applicationNameForUserAgent = "ORVELOS/" + appSleutel;
   webConfiguration.developerExtrasEnabled = true;
@@ -68,8 +68,8 @@ void AppDelegate::reloadPage() {
     return;
   }
   if (!web) fatalError("a reload before the web view exists");
-  // While another user's program may be listening, loadPage would continue as after a failed probe.
-  // That would start a second sequence of probes if one is running already.
+  // While the server may not get the app key, loadPage would continue as after a failed probe. That
+  // would start a second sequence of probes if one is running already.
   if (!mayReceiveKey(pageRequest().url, platform_.listeners)) {
     awaitServerForReload();
     return;

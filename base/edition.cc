@@ -9,7 +9,7 @@ constexpr Edition macosEdition{
     .unpack = {.before = "/usr/bin/ditto -x -k ", .after = ""},
     .clearQuarantine = {.before = "/usr/bin/xattr -dr com.apple.quarantine ", .after = ""},
     .translocationFolder = "/AppTranslocation/",
-    .removesOldUpdateFolders = false,
+    .removesOtherWorkingFolders = false,
     .relaunch = {.before = "(sleep 1; /usr/bin/open -n ", .after = ") >/dev/null 2>&1 &"},
 };
 
@@ -23,7 +23,7 @@ constexpr Edition linuxEdition{
     .unpack = {},
     .clearQuarantine = {},
     .translocationFolder = "",
-    .removesOldUpdateFolders = true,
+    .removesOtherWorkingFolders = true,
     .relaunch = {.before = "unsetopt bgnice; (while [ -e /proc/$PPID/exe ]; do sleep 0.1; done; "
                            "exec setsid ",
                  .after = "/Contents/Linux/orvel-os) </dev/null >/dev/null 2>&1 &"},

@@ -8,8 +8,8 @@
 
 namespace orvel {
 
-/// The size limit of a property list, in bytes. This application's Info.plist has fewer than
-/// 3,000.
+/// The size limit of a property list, in bytes. This application's Info.plist usually has about
+/// 2,000.
 inline constexpr std::size_t maxPropertyListSize = 128'000;
 
 /// Returns the string entries of a property list file (XML; macOS also reads the

@@ -35,7 +35,7 @@ struct StandardStream {
   enum class Kind { inherited, null, handle };
   Kind kind = Kind::inherited;
   /// Set for Kind::handle only. The launcher keeps no reference to it after the launch, so that
-  /// the reader of a pipe sees its end.
+  /// the reader of a pipe gets the end of the file.
   std::shared_ptr<FileHandle> handle;
 };
 

@@ -74,10 +74,10 @@ class WebViewDelegate {
   /// start a download of the URL or open the URL in another application.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
   /// Returns the same as decidePolicy without side effects. Where the web engine does not report
-  /// the target of a navigation, the platform compares the results for a main and a sub-frame.
+  /// the target of a navigation, the platform compares the results for both targets.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
-  /// Handles a request of the page or the user for a new window. Despite its name, which is that
-  /// of WKUIDelegate, creates no view: the application has only one window.
+  /// Handles a request of the page or the user for a new window. Creates no view, although its name
+  /// comes from WKUIDelegate: the application has only one window.
   virtual void createWebView(const std::optional<Url> &url) = 0;
   /// Handles a download that the web engine would save: an allowed link with the download
   /// attribute, a response with the disposition "attachment", or an item of the context menu.

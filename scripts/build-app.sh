@@ -7,7 +7,7 @@
 # when the new one is complete. Environment variables on all systems:
 #
 #   ORVELOS_VERSION, ORVELOS_KEY, ORVELOS_URL
-#       version, key and default server address of the build
+#       version, app key and default server address of the build
 #   ORVELOS_UPDATE_KEY
 #       public key that verifies updates, as scripts/make-update-key.sh prints it; without it
 #       the built application installs updates without verifying a signature

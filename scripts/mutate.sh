@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Mutation testing of the core: changes its sources in small ways, one at a time, and reports
 # the changes that no unit test notices. Writes build/mutate/mutants.json and mutants.md.
-# Fails when a mutant (a changed source) survives, except those without an effect, which
-# tools/mutate/equivalents.toml lists.
+# Fails when a mutant (a changed source) survives that tools/mutate/equivalents.toml does not list.
 #
 #   ./scripts/mutate.sh --jobs 2               all mutants, two at once: about 40 minutes
 #   ./scripts/mutate.sh --jobs 2 --seconds 120 a random sample of two minutes, two at once

@@ -59,7 +59,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   // Without the lock, this instance could remove the folder into which another one unpacks.
   const FolderLock lock(temporary);
   if (lock.isHeldElsewhere()) return false;
-  if (platform.edition.removesOldUpdateFolders) removeWorkingFolders(temporary);
+  if (platform.edition.removesOtherWorkingFolders) removeWorkingFolders(temporary);
   if (!createWorkingFolder(temporary, *folder)) return false;
   unpack(platform, archive, *folder);
 
@@ -71,7 +71,7 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
   if (find(*information, bundleIdentifierKey) != platform.bundle.infoText(bundleIdentifierKey)) {
     return false;
   }
-  // isSigned has verified the archive, but not that its Info.plist states the signed version.
+  // isSigned has verified the archive, but not the version and public key in its Info.plist.
   if (publicKey && !matchesSignature(*information, release.versie, runningVersion,
                                      release.signature, *publicKey)) {
     return false;

@@ -9,7 +9,8 @@
 namespace orvel {
 
 /// The entry of Info.plist with the public key that verifies updates, in the form that
-/// `verify` (base/signature.h) takes. A build without the entry installs unsigned updates.
+/// `verify` (base/signature.h) takes. A build without the entry does not
+/// verify the signatures of updates.
 inline constexpr std::string_view updateKeyEntry = "ORVELOSUpdateKey";
 
 /// The members of a manifest that authenticate its release.
@@ -21,10 +22,10 @@ struct ReleaseSignature {
   std::optional<std::string> sleutel;
 };
 
-/// Returns the message that the maker of a release signs. Its first line is fixed, so that no
-/// signature for another purpose is valid for a release. `sha256` is the archive's hash in
-/// lower-case hexadecimal digits, `sleutel` the new public key if the release has one. Any
-/// thread.
+/// Returns the message that the maker of a release signs. Its first line is fixed, so that
+/// a signature of a message that begins differently is not valid for a release. `sha256` is the
+/// archive's hash in lower-case hexadecimal digits, `sleutel` the new public key if the release has
+/// one. Any thread.
 std::string signedMessage(std::string_view versie, std::string_view edition,
                           std::string_view sha256, const std::optional<std::string> &sleutel);
 

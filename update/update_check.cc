@@ -31,7 +31,8 @@ void AppDelegate::zoekUpdate(bool stil) {
     return;
   }
   const auto manifest = Url::parse(baseURL() + std::string(platform_.edition.manifestPath));
-  // A malformed address aborts the process in waitForServer. This one may have been stored since.
+  // Malformed only if another program has changed the stored address: useAddress stores no
+  // malformed one, and waitForServer aborts on one.
   if (!manifest) return;
   UrlRequest request = metSleutel(*manifest);
   request.cachePolicy = CachePolicy::reloadIgnoringLocalData;

@@ -28,8 +28,9 @@ void AppDelegate::useAddress(const std::string &input) {
 
   if (!lokaal() && isServerRunning()) {
     // serverDidExit runs later and ignores the exit, because `server` is no longer that process.
-    // `quitting` is for an exit that would be reported during terminate(). The dialog may be
-    // answered while the application quits, so restore the flag instead of clearing it.
+    // `quitting` only guards against a launcher that reports the exit inside terminate(). The
+    // dialog may be answered while the application quits, so restore the flag instead of clearing
+    // it.
     const bool wasQuitting = std::exchange(quitting, true);
     server->terminate();
     server = nullptr;

@@ -28,7 +28,8 @@ export const APP_KEY_PLACES = { header: 'header', cookie: 'cookie', userAgent: '
 
 /// Returns the names of the places that have a key.
 export function appKeyPlacesOf(appKeys) {
-  return Object.keys(APP_KEY_PLACES).filter((name) => appKeys[name] !== null).map((name) => APP_KEY_PLACES[name]);
+  return Object.entries(APP_KEY_PLACES)
+    .filter(([key]) => appKeys[key] !== null).map(([, name]) => name);
 }
 
 /// Returns the label of a request, such as "App via cookie en user agent" or "Gewone browser".

@@ -2,8 +2,8 @@
 
 import { setTimeout as pause } from 'node:timers/promises';
 
-import { logo } from './layout.mjs';
 import { appKeysOf, labelOf } from './app_keys.mjs';
+import { logo } from './layout.mjs';
 import { sessionOf } from './sessions.mjs';
 
 /// Returns a one-page PDF with one line of text (ISO 32000-1).

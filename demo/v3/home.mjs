@@ -1,7 +1,7 @@
 // The home page: the clock, how requests were recognised, a tile for each page.
 
-import { escapeHtml, page } from './layout.mjs';
 import { APP_KEY_PLACES, appKeysOf, labelOf } from './app_keys.mjs';
+import { escapeHtml, page } from './layout.mjs';
 import { countVisit } from './sessions.mjs';
 
 const icon = (path) =>

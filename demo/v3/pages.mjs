@@ -1,9 +1,9 @@
 // The pages of the demo OS.
 
+import { labelOf } from './app_keys.mjs';
 import { FILES } from './files.mjs';
 import { home } from './home.mjs';
 import { escapeHtml, page } from './layout.mjs';
-import { labelOf } from './app_keys.mjs';
 
 /// Returns a list of links and buttons to try, each with the expected result.
 const rows = (...items) =>
@@ -12,7 +12,8 @@ const card = (title, ...content) => `<section class="card"><h2>${title}</h2>${co
 const link = (href, text, attributes = '') => `<a href="${escapeHtml(href)}" ${attributes}>${text ?? escapeHtml(href)}</a>`;
 /// Returns a button that calls the action of this name in os.js with the value.
 const button = (name, text, value = '') =>
-  `<button type="button" data-action="${name}" data-argument="${escapeHtml(value)}">${text}</button>`;
+  `<button type="button" data-action="${name}" ` +
+  `data-argument="${escapeHtml(value)}">${text}</button>`;
 
 /// Returns the URL of the page /vreemd under the other host name of this server. Localhost and
 /// 127.0.0.1 are the same server but different origins.
@@ -116,8 +117,7 @@ const files = (request) => page({
 });
 
 const frames = (request, response, { query }) => {
-  // Without a prototype, so that a name such as "constructor" is not a choice. The PDF (`bestand`)
-  // has no background of its own; the class `paper` below gives its frame a light one.
+  // Without a prototype, so that a name such as "constructor" is not a choice.
   const choices = { __proto__: null, bestand: '/api/bestand/1', pagina: '/api/bestand/8', vreemd: otherOriginUrl(request), site: 'https://example.org/' };
   const src = choices[query.get('toon')] ?? '/kader';
   return page({
@@ -193,7 +193,8 @@ const release = (request, response, { releaseFolder }) => page({
 
 function report(request, response, { record }) {
   // `appKeys` are the application's keys in the request, by place; `time` is in ISO 8601.
-  const lines = record.requests.slice(-100).reverse().map(({ time, method, url, status, appKeys }) =>
+  const lines = record.requests.slice(-100).reverse().map((
+    { time, method, url, status, appKeys }) =>
     `<tr><td>${time.slice(11, 23)}</td><td>${escapeHtml(method)}</td><td class="url">${escapeHtml(url.slice(0, 120))}</td><td>${status ?? '…'}</td><td>${labelOf(appKeys)}</td></tr>`);
   return page({
     title: 'Verslag',

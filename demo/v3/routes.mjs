@@ -6,10 +6,10 @@ import { join } from 'node:path';
 import { Readable } from 'node:stream';
 import { pipeline } from 'node:stream/promises';
 
+import { appKeyPlacesOf, appKeysOf, labelOf } from './app_keys.mjs';
 import { exportFor, FILES, repeatedText, slowLines } from './files.mjs';
 import { HttpError, readBody, send, sendJson, sendPage, targetOf } from './http.mjs';
 import { logo } from './layout.mjs';
-import { appKeyPlacesOf, appKeysOf, labelOf } from './app_keys.mjs';
 import { PAGES } from './pages.mjs';
 import { sessionOf } from './sessions.mjs';
 

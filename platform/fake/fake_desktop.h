@@ -19,8 +19,7 @@
 
 namespace orvel {
 
-/// An application object that a test controls in place of the desktop. As everywhere in this file,
-/// `recordMainThreadCall` throws when the call comes from a simulated background thread.
+/// An application object that a test controls in place of the desktop.
 class FakeApplication final : public Application {
  public:
   explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}

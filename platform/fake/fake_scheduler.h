@@ -29,7 +29,7 @@ class FakeScheduler {
 
   /// Returns the virtual time since the start.
   Duration now() const { return now_; }
-  /// Returns whether the running task simulates the main thread. A test itself does, too.
+  /// Returns whether the running task simulates the main thread. Outside a task, the test does.
   bool onMainThread() const { return thread_ == Thread::main; }
   /// Adds a call to the record. Throws std::logic_error when the running task simulates a
   /// background thread.
@@ -84,7 +84,7 @@ class FakeScheduler {
   Record &record() { return record_; }
 
  private:
-  /// The time at which a task is due, and its number in posting order. The time may be past,
+  /// The time at which a task is due, and its number in posting order. The time may be in the past,
   /// because the tasks of a blocked main thread wait.
   using Key = std::pair<Duration, std::uint64_t>;
   struct Task {

@@ -12,7 +12,7 @@ namespace orvel {
 
 namespace {
 
-// For a bundle whose Info.plist lacks them or cannot be read.
+// The identifier and name of a bundle whose Info.plist lacks them or cannot be read.
 constexpr const char *fallbackIdentifier = "nl.orvel.os";
 constexpr const char *fallbackName = "Orvel OS";
 /// The name of the application's icon, whose file is in the resources of the bundle.

@@ -13,7 +13,7 @@ int main() {
   @autoreleasepool {
     orvel::MacosPlatform platform;
     orvel::runApplication(platform.interfaces());
-    // Normally not reached, because -[NSApplication terminate:] exits. A return from main would
+    // Reached only if -[NSApplication run] returns: terminate: exits. A return from main would
     // destroy the platform while other threads may still post to it.
     std::exit(0);
   }

@@ -55,8 +55,8 @@ std::optional<Pipe> Pipe::create() {
 #if defined(__linux__)
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
 #else
-  // macOS has no pipe2. A child that another thread spawns before the flags are set does not
-  // inherit the pipe either: spawn.cc closes all descriptors except the standard streams.
+  // macOS has no pipe2. Even a child that another thread spawns before the flags are set does not
+  // inherit the pipe: spawn.cc closes all descriptors except the standard streams.
   if (::pipe(ends.data()) != 0) return std::nullopt;
   for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
 #endif

@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::chrono::milliseconds retryInterval{20};
 
-/// Locks an open folder. Returns whether the timeout passed while another holder kept the lock.
+/// Locks a folder by its descriptor, which may be invalid. Returns whether the timeout passed while
+/// another holder kept the lock.
 bool lockTimesOut(int descriptor, std::chrono::milliseconds timeout) {
   const auto end = std::chrono::steady_clock::now() + timeout;
   while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {

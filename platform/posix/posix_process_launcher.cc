@@ -36,8 +36,8 @@ void keepExitStatuses() {
 const std::string &failedPath(const LaunchRequest &request, int error) {
   const auto &directory = request.workingDirectory;
   if (directory.empty()) return request.executable;
-  // With "/.", a path that is no directory fails with ENOTDIR, as in chdir(2). Otherwise access(2)
-  // would accept a file that is executable.
+  // With "/.", a path that is not a directory fails with ENOTDIR, as in chdir(2). Without it,
+  // access(2) would accept an executable file.
   const bool isUnusable = ::access((directory + "/.").c_str(), X_OK) != 0 && errno == error;
   return isUnusable ? directory : request.executable;
 }

@@ -22,7 +22,7 @@ int posixSpawn(const SpawnPlan &plan, pid_t &child);
 
 /// Like `posixSpawn`. On Linux, also asks the kernel to send the child SIGTERM when the
 /// calling thread ends (PR_SET_PDEATHSIG), which includes every way in which this process
-/// may end. The calling thread must therefore live as long as the child. On macOS the same as
+/// may end. The calling thread must therefore live as long as the child. On macOS it only calls
 /// `posixSpawn`, because macOS has no such signal. Each edition has its own definition.
 int spawnEndingWithParent(const SpawnPlan &plan, pid_t &child);
 

@@ -25,7 +25,7 @@ test('a request is recognised by header, cookie and user agent', async () => {
     [{ Cookie: 'a=1; orvelapp=k' }, ['cookie']],
     [{ Cookie: 'xorvelapp=k; orvelapp2=k' }, []],
     [{ 'User-Agent': `${userAgent} ORVELOS/k` }, ['user agent']],
-    // The application's word is the last one in its user agent.
+    // The application puts ORVELOS/KEY at the end of its user agent.
     [{ 'User-Agent': `${userAgent} ORVELOS/k Safari/605` }, []],
     [{ 'User-Agent': `${userAgent} NORVELOS/k` }, []],
     [{ 'X-ORVEL-App': 'k', Cookie: 'orvelapp=k', 'User-Agent': `${userAgent} ORVELOS/k` },

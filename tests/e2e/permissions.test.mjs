@@ -11,7 +11,7 @@ import { csvRoute } from '../support/desktop/responses.mjs';
 
 const { test } = desktopTests();
 
-/// A command that runs its arguments. The last word is the shell's $0.
+/// A command that runs its arguments with umask 000. The last word is the shell's $0.
 const withUmaskZero = ['sh', '-c', 'umask 000 && exec "$@"', 'sh'];
 
 const modeOf = (path) => (statSync(path).mode & 0o777).toString(8);

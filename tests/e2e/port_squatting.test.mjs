@@ -50,7 +50,8 @@ for (const { name, host, plist, message, skip = false } of attacks) {
         user.start();
         await awaitErrorPage(screen, message);
       });
-      // The application cannot tell which of two listeners would get a request, so it sends none.
+      // The application sends no request while another user's program listens on the port, even if
+      // its own server listens too.
       assert.deepEqual(user.localServer.requests, []);
     });
 }

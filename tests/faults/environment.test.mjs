@@ -6,9 +6,9 @@ import {
 } from 'node:fs';
 import { dirname, join } from 'node:path';
 
-import { LocalServer } from '../support/desktop/local_server.mjs';
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { awaitErrorPage, missingServerMessage } from '../support/desktop/error_page.mjs';
+import { LocalServer } from '../support/desktop/local_server.mjs';
 import {
   fullDiskWrapper, mountWrapper, readOnlyWrapper, skipWithoutMounts,
 } from '../support/desktop/mount_namespace.mjs';
@@ -51,7 +51,7 @@ const withoutLog = {
 for (const [situation, { skip = false, prepare }] of Object.entries(withoutLog)) {
   test(`with ${situation} the application prints the server's output`, { skip }, async (user) => {
     await startAndReload(user, prepare(user));
-    // The fixture server prints a line on each standard stream when it starts.
+    // The fixture server prints a line on standard output and on standard error when it starts.
     assert.match(user.run.output, /line on standard error/);
     assert.ok(!existsSync(user.localServer.log));
   });

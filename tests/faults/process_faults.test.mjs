@@ -108,7 +108,7 @@ const faults = {
   'no file descriptor is free for a second': {
     short: ['showing'],
     async inject({ run, screen }) {
-      // Sets the soft limit. The hard limit, 4096, is the kernel's default.
+      // Sets the soft limit, and the hard limit to 4096, the kernel's default.
       const setLimit = (limit) =>
         spawnSync('prlimit', [`--pid=${run.pid}`, `--nofile=${limit}:4096`]).status;
       // Permits only the three standard descriptors.

@@ -142,8 +142,8 @@ test('wrong keys are reported and leave no file', () => {
     namedCurve: 'P-384', privateKeyEncoding: { type: 'pkcs8', format: 'pem' },
   }).privateKey;
   writeFileSync(path('p384.pem'), otherCurve);
-  // The key with another y coordinate: another last but one base64 digit, because the last digit,
-  // before the "=", has unused bits.
+  // Changes the y coordinate by the last but one base64 digit: the last one, before the "=", has
+  // unused bits.
   const otherDigit = publicKey.at(-3) === 'A' ? 'B' : 'A';
   const offCurve = publicKey.slice(0, -3) + otherDigit + publicKey.slice(-2);
   for (const [

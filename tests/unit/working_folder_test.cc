@@ -28,7 +28,7 @@ TEST_F(WorkingFolder, VersionWithPathTraversalOrNulIsRejected) {
 TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   writeFile(workingFolderFor() + "/of another instance", "partial");
   // An installation that ignored the lock would remove the file.
-  fake.edition.removesOldUpdateFolders = true;
+  fake.edition.removesOtherWorkingFolders = true;
   {
     // Stands for another instance: two locks in one process exclude each other too.
     const FolderLock other(fake.locations.temporaryFolder);
@@ -131,7 +131,7 @@ TEST_F(WorkingFolder, FoldersOfOtherVersionsAreRemovedWhereSystemDoesNotCleanUp)
     SCOPED_TRACE(edition.name);
     // macOS itself removes old files from its temporary folder.
     const bool removesOthers = edition.name == "linux";
-    fake.edition.removesOldUpdateFolders = edition.removesOldUpdateFolders;
+    fake.edition.removesOtherWorkingFolders = edition.removesOtherWorkingFolders;
     writeRunningBundle();
     writeFile(workingFolderFor("1.1") + "/Orvel OS.app/Contents/large", "rejected");
     writeFile(workingFolderFor("a/b") + "/file", "nested");
@@ -158,7 +158,7 @@ TEST_F(WorkingFolder, SymbolicLinkInItsPathIsNotFollowed) {
         // The link is in place of the working folder itself and is removed.
         Row{"1/documents/3", false, "new"}}) {
     SCOPED_TRACE("link at " + link + (removesOthers ? ", other folders removed" : ""));
-    fake.edition.removesOldUpdateFolders = removesOthers;
+    fake.edition.removesOtherWorkingFolders = removesOthers;
     writeRunningBundle();
     writeFile(root() + "/documents/3/letter", "kept");
     std::filesystem::remove_all(fake.locations.temporaryFolder);

@@ -77,7 +77,7 @@ test('the summary of stalls has the launch, the longest later stall and the tota
 });
 
 test('the report lists the targets as met, missed or not measured', () => {
-  // In ms, MiB and ms.
+  // `painted` and `processor` are in ms, `memory` is in MiB.
   const starts = (painted, memory, processor) => [{ painted, memory, processor, serverStart: 60 }];
   const ready = {
     'Orvel OS': starts(900, 103, 50), 'bare viewer': starts(2000, 200, 90),

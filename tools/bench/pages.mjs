@@ -8,7 +8,7 @@ const ELEMENTS = 2000;
 export const LARGE_FILE_SIZE = 4 * 1024 ** 3;
 export const SMALL_FILE_SIZE = 10 * 1024;
 export const SMALL_FILES = 10_000;
-/// The page keeps this number of small files requested and not yet sent.
+/// The number of small files that the page requests at once.
 const CONCURRENT_FILES = 8;
 
 /// The colours of the marks (three squares at the lower edge of the heavy page, which appear when

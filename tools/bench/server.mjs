@@ -117,7 +117,7 @@ const server = createServer((request, response) => {
   response.writeHead(404).end();
 });
 
-// High limits, so that a client rarely has to connect again.
+// Long, so that a client rarely has to connect again.
 server.keepAliveTimeout = 60_000;
 server.listen({ port: Number(PORT), host: ORVEL_BENCH_HOST ?? '127.0.0.1', backlog: 4096 }, () => {
   record('listening');

@@ -61,7 +61,7 @@ def run_all(build, chosen, options):
     def run(mutant):
         if time.monotonic() > deadline:
             return
-        # The suites whose names begin with that of the file run first, because they find most
+        # The suites named after the file, in UpperCamelCase, run first, because they kill most
         # mutants.
         words = pathlib.Path(mutant.file).stem.split('_')
         first_suites = ''.join(word.capitalize() for word in words)

@@ -38,7 +38,7 @@ using KeyFile = std::unique_ptr<GKeyFile, KeyFileRelease>;
 std::string keyName(std::string_view key) {
   // No other key gets this name, because two hexadecimal digits follow the "%" of an escape.
   if (key.empty()) return "%";
-  // The literal lists the reserved characters that a name may contain unescaped.
+  // The literal lists the characters that stay unescaped besides letters, digits and "-._~".
   const GlibText escaped(g_uri_escape_bytes(reinterpret_cast<const guint8 *>(key.data()),
                                             key.size(), " /:@+,;!$&'()*"));
   std::string name = escaped.get();

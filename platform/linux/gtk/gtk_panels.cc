@@ -18,7 +18,7 @@ constexpr int minTextWidth = 340;
 constexpr int maxTextHeight = 420;
 // Maximum lengths in characters.
 constexpr int maxLineLength = 60;
-// Taskbars and window switchers have no room for longer titles.
+// Taskbars and window switchers usually show less of a title.
 constexpr glong maxTitleLength = 80;
 // GTK needs seconds to lay out a text that is much longer.
 constexpr glong maxTextLength = 10'000;

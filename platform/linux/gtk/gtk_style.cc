@@ -20,7 +20,8 @@ std::string cssColor(const Color &color) {
 }
 
 /// The style sheet. installStyle prepends the definition of the colour orvel_tone. Mixing in the
-/// grey #8fa3b8 lightens a colour. GtkPanels sets the classes "alert", "message" and "keyboard".
+/// grey #8fa3b8 lightens the dark tone. GtkPanels sets the classes "alert", "message" and
+/// "keyboard".
 constexpr const char *rules = R"css(
 @define-color orvel_text #c3ccd5;
 @define-color orvel_bright #eef2f5;

@@ -7,7 +7,7 @@
 namespace orvel {
 
 /// The state of a window that is saved between runs; sizes in points. The position is not saved,
-/// because Wayland does not tell it to a window.
+/// because a Wayland client does not know the positions of its windows.
 struct WindowFrame {
   int width = 0;
   int height = 0;

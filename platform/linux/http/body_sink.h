@@ -39,7 +39,7 @@ class TextSink final : public BodySink {
   std::string text_;
 };
 
-/// A body in a temporary file. The destructor removes the file if it is still at its path.
+/// A body in a temporary file, which is removed with this object unless moveFile has moved it.
 class FileSink final : public BodySink {
  public:
   /// Creates the file in the first folder where that is possible.

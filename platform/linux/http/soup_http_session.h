@@ -51,8 +51,8 @@ class SoupHttpSession final : public HttpSession {
 
   /// Runs the request thread.
   void run();
-  /// Sends a request, and calls `ended` when it has ended. The sink must live until that call.
-  /// Both happen on the request thread.
+  /// Sends a request. Calls `ended` when the request has ended; the sink must live until then.
+  /// Request thread only, also for `ended`.
   void start(const UrlRequest &request, BodySink &sink,
              std::function<void(const SoupTask &)> ended);
   /// Calls a completion on the completion thread.

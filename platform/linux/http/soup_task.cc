@@ -268,7 +268,8 @@ bool SoupTask::isBodyComplete() {
              0;
     }
     default:
-      // A body without a length ends with the connection.
+      // A body without a length ends with the connection (HTTP/2: the stream), so nothing shows
+      // that it is truncated.
       return true;
   }
 }

@@ -83,8 +83,8 @@ class SoupTask {
   /// Fires when no data has arrived for the request's timeout, or at once when the request cannot
   /// be sent.
   Source timeoutSource_;
-  /// Fires when bytes arrive at the socket, and restarts the timeout: libsoup reports nothing
-  /// until the whole head has arrived.
+  /// Fires when bytes arrive at the socket, and restarts the timeout: while a head arrives, libsoup
+  /// reports nothing until it is complete.
   Source arrivalSource_;
   SignalConnection networkEvent_;
   /// libsoup emits "restarted" before it sends the message again, as for a redirect.

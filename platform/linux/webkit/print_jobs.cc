@@ -137,7 +137,8 @@ void PrintJobs::start(GtkPrinter *printer, GtkPrintSettings *settings, GtkPageSe
   }
   const auto filePrinter = findFilePrinter();
   if (!filePrinter) return;
-  // A file with a name, because "print to file" may replace the file (g_file_replace).
+  // Not an unnamed file: "print to file" calls g_file_replace, which may rename a new file to this
+  // path. That is impossible in /proc.
   auto file = std::make_unique<TemporaryFile>(std::vector<std::string>{g_get_tmp_dir()},
                                               TemporaryFile::Kind::hidden);
   if (!file->isOpen()) return;

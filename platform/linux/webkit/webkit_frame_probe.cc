@@ -44,8 +44,8 @@ void addConfirmationHandler(WebKitUserContentManager *content, const std::string
 /// Returns whether a content filter blocked a load.
 bool isBlocked(const GError *error) {
   // kWKErrorCodeFrameLoadBlockedByContentBlocker, for which the GTK API has no name.
-  constexpr int blockedByContentFilter = 104;
-  return g_error_matches(error, WEBKIT_POLICY_ERROR, blockedByContentFilter);
+  constexpr int blockedByContentBlocker = 104;
+  return g_error_matches(error, WEBKIT_POLICY_ERROR, blockedByContentBlocker);
 }
 
 /// Runs a script as a barrier: IPC with the web process is ordered, so the process has handled
@@ -63,8 +63,8 @@ void runBarrier(WebKitWebView *view, const char *script, AsyncFunction completio
 /// A clicked link counts as a main-frame navigation, so that the delegate can download its
 /// file: a page that clicks several download links at once expects every file. Any other
 /// navigation counts as a sub-frame navigation, which starts no download, because a frame shows
-/// only the last of several addresses. A link to a fragment also counts as one: its frame already
-/// shows the document, and the delegate allows a document that needs a probe only in sub-frames.
+/// only the last of several addresses. So does a link to a fragment: its frame already shows the
+/// document, and the delegate allows a document that needs a probe only in sub-frames.
 NavigationTarget targetWithoutLoad(WebKitNavigationAction *action, std::string_view address) {
   const bool isLink =
       webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;

@@ -21,9 +21,8 @@ namespace orvel {
 /// only.
 class WebKitNavigation {
  public:
-  /// The frame probe stores its content filters in a sub-folder of the cache folder, which need
-  /// not exist.
-  /// The delegate must outlive this object.
+  /// The frame probe stores its content filters in a sub-folder of the cache folder. The cache
+  /// folder need not exist. The delegate must outlive this object.
   WebKitNavigation(WebKitWebView *view, const std::string &cacheFolder, WebViewDelegate &delegate);
   ~WebKitNavigation();
   WebKitNavigation(const WebKitNavigation &) = delete;

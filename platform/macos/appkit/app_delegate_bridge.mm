@@ -104,8 +104,8 @@ void wakeModalLoop() {
 - (void)webView:(WKWebView *)__unused view
     decidePolicyForNavigationAction:(WKNavigationAction *)action
                     decisionHandler:(void (^)(WKNavigationActionPolicy))handler {
-  // WebKit requires that the handler is called. When decidePolicy throws, oneShot calls it with the
-  // last argument.
+  // WebKit requires a call of the handler. If an exception leaves this method, oneShot calls it
+  // with WKNavigationActionPolicyCancel.
   const auto decide = orvel::oneShot<WKNavigationActionPolicy>(
       [handler](WKNavigationActionPolicy policy) { handler(policy); },
       WKNavigationActionPolicyCancel);

@@ -24,8 +24,8 @@
     willPerformHTTPRedirection:(NSHTTPURLResponse *)__unused response
                     newRequest:(NSURLRequest *)request
              completionHandler:(void (^)(NSURLRequest *))handler {
-  // When `forwardsHeaders` throws, oneShot calls the handler with nil, which refuses the redirect:
-  // the task then ends with the redirect response.
+  // If an exception leaves this method, oneShot calls the handler with nil, which refuses the
+  // redirect: the task then ends with the redirect response.
   const auto follow =
       orvel::oneShot<NSURLRequest *>([handler](NSURLRequest *next) { handler(next); }, nil);
   const auto firstUrl = orvel::fromCocoa(_request.URL);

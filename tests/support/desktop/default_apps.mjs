@@ -63,7 +63,8 @@ export class Desktop {
       `[Desktop Entry]\nType=Application\nName=${name}\n${lines}\n`);
   }
 
-  /// Makes an application with D-Bus activation the default for a scheme. Exec names false(1).
+  /// Makes an application with D-Bus activation the default for a scheme. Its program, false(1),
+  /// opens nothing.
   setDBusActivatedDefault(scheme, name) {
     this.writeDesktopEntry(name, 'DBusActivatable=true\nExec=false');
     const defaults = join(this.user.environment.XDG_CONFIG_HOME, 'mimeapps.list');

@@ -23,9 +23,8 @@ export function desktopTests(screenOptions) {
   let screen;
   let user;
 
-  // Node's test runner passes every signal on to this process and soon ends it, so the handler
-  // does not wait for the killed processes. A terminal also signals this process, so the handler
-  // may run twice.
+  // On SIGINT and SIGTERM, Node's test runner sends this process SIGTERM and exits at once, so the
+  // handler does not wait for the killed processes. A terminal signals both processes.
   for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) {
     process.on(signal, () => {
       user?.killAll();

@@ -11,7 +11,7 @@ import { appendFileSync, existsSync, openSync, readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { createTestServer, respond } from './responses.mjs';
+import { createHttpServer, respond } from './responses.mjs';
 
 const serverFolder = dirname(fileURLToPath(import.meta.url));
 const behaviourPath = join(serverFolder, 'behaviour.json');
@@ -59,6 +59,6 @@ function serve(request, response) {
 if (behaviour.exitCode !== undefined) {
   process.exitCode = behaviour.exitCode;
 } else {
-  createTestServer(serve)
+  createHttpServer(serve)
     .listen(Number(process.env.PORT), '127.0.0.1', () => record('listening'));
 }

@@ -1,6 +1,6 @@
-// The local server of a test: a data root, in which the application finds the server's script,
-// v3/server.mjs. The script is the fixture server, which records its events in a file.
-// User.remove() removes the folder.
+// The local server of a test, and its data root, the folder in which the application finds the
+// server's script, v3/server.mjs. The script is the fixture server, which records its events in a
+// file. User.remove() removes the folder.
 
 import {
   copyFileSync, existsSync, mkdirSync, readFileSync, renameSync, rmSync, writeFileSync,

@@ -1,7 +1,7 @@
 // A server that the application does not start. The application takes it for an online server,
 // because its address, by default a port of 127.0.0.2, is not that of the local server.
 
-import { createTestServer, respond } from './responses.mjs';
+import { createHttpServer, respond } from './responses.mjs';
 import { TestServer } from './test_server.mjs';
 
 /// An online server that records its requests.
@@ -11,7 +11,7 @@ export class OnlineServer extends TestServer {
     const online = new OnlineServer();
     online.requests = [];
     online.routes = routes;
-    online.server = createTestServer((request, response) => {
+    online.server = createHttpServer((request, response) => {
       online.requests.push(request);
       respond(request, response, online.routes);
     });

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs a command with a private loopback interface and a private folder of X11 sockets, so
-# that several tests can use port 4767 at once. An ordinary user needs the permission to
-# create user namespaces.
+# Runs a command with a private loopback interface and private folders of X11 sockets and keymaps,
+# so that several tests can use port 4767 and X display 0 at once. An ordinary user needs the
+# permission to create user namespaces.
 #
 #   own_namespaces.sh COMMAND...
 set -euo pipefail

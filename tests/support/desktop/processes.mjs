@@ -8,6 +8,7 @@ const { O_RDWR, O_WRONLY } = constants;
 /// The port of the application's server.
 export const PORT = 4767;
 
+/// Whether this machine has the loopback address ::1.
 export const hasIpv6 =
   Object.values(networkInterfaces()).flat().some(({ address }) => address === '::1');
 
@@ -120,7 +121,8 @@ export function kill(pid, signal = 'SIGKILL') {
 /// TCP_LISTEN in the kernel's tcp_states.h, as /proc/net/tcp has it.
 const listeningState = '0A';
 
-/// Returns a text with "PID (COMMAND)" of each process that listens on PORT, or '' if none does.
+/// Returns "PID (COMMAND)" of each process that listens on PORT, "unknown process" if only other
+/// users' processes do, or '' if the port is free.
 export function describePortHolders() {
   const suffix = `:${PORT.toString(16).toUpperCase().padStart(4, '0')}`;
   const sockets = ['/proc/net/tcp', '/proc/net/tcp6']

@@ -115,7 +115,7 @@ export function respond({ method, url }, response, routes = {}) {
 
 /// Creates a server that calls `handle` with each complete request, which has `method`, `url`,
 /// `headers` and `body`, and with the response.
-export function createTestServer(handle) {
+export function createHttpServer(handle) {
   return createServer((request, response) => {
     const { method, url, headers } = request;
     let body = '';

@@ -1,11 +1,11 @@
-// What the tests need of every server that shows pages.
+// The base class of the test servers: their requests and the reports of their pages.
 
 import assert from 'node:assert/strict';
 
 import { waitFor } from './wait.mjs';
 
-/// The base class of a server that records its requests, such as the reports of its pages
-/// (POST /api/NAME). The subclass has `requests`, all requests in order.
+/// A server that records its requests. A page reports an event by a request POST /api/NAME. The
+/// subclass has `requests`, all requests in order.
 export class TestServer {
   requestsTo(url, method = 'GET') {
     return this.requests.filter((request) => request.url === url && request.method === method);

@@ -7,9 +7,9 @@ import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync, statSync } from '
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
-import { LocalServer } from './local_server.mjs';
 import { createUserEnvironment } from './environment.mjs';
 import { awaitErrorPage, endedServerMessage } from './error_page.mjs';
+import { LocalServer } from './local_server.mjs';
 import { OnlineServer } from './online_server.mjs';
 import {
   filesOpenForWriting, hasZombie, isRunning, kill, markedProcesses, peakMemory,
