@@ -7,7 +7,8 @@ function(escape_for_plist text result)
   set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 
-# Omits an empty preset, which the application would use: it would open an empty address.
+# Omits an empty preset: the application would use an empty address, and reject every update for an
+# empty update key.
 function(add_preset key value)
   if(NOT value STREQUAL "")
     escape_for_plist("${value}" value)

@@ -1,6 +1,6 @@
-// The contract of Bundle (entries of Info.plist, code signatures by an Apple Team ID), and of the
-// home folder and quarantine of Locations. Quarantine marks a downloaded file for Gatekeeper on
-// macOS, and does nothing on Linux.
+// The contract of Bundle (entries of Info.plist, code signatures of an Apple developer team), and
+// of the home folder and quarantine of Locations. Quarantine marks a downloaded file for Gatekeeper
+// on macOS, and does nothing on Linux.
 
 #include "tests/contract/contract_platform.h"
 #include "tests/support/posix_test_support.h"

@@ -44,8 +44,8 @@ class ContractPlatform {
   virtual bool onMainThread() const = 0;
 
   /// Runs the application until it ends, then the checks. Must be the last statement of a
-  /// test: on macOS the application ends its process with exit(). Therefore a child process
-  /// executes the test from the start on macOS, and an exit handler in the child runs the checks.
+  /// test: on macOS the application ends its process with exit(). There a child process
+  /// therefore executes the test from the start, and an exit handler in it runs the checks.
   virtual void runApplication(const std::function<void()> &checks) {
     interfaces().application.run();
     checks();

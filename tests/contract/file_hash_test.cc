@@ -16,8 +16,8 @@ std::optional<std::string> hashOf(const std::string &content) {
   return sha256OfFile(folder.file("file", content));
 }
 
-// The first two contents are examples of FIPS 180-4. The second one is longer than the blocks of
-// 64 KiB in which a file is read.
+// The first two contents are examples of FIPS 180-2 (B.1, B.3). The second one is longer than the
+// blocks of 64 KiB in which a file is read.
 TEST(FileHash, HashMatchesKnownValue) {
   EXPECT_EQ(hashOf("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
   EXPECT_EQ(hashOf(std::string(1'000'000, 'a')),

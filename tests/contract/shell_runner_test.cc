@@ -54,7 +54,7 @@ TEST_F(ShellRunner, OutputIsReturnedTrimmed) {
 
 TEST_F(ShellRunner, ShellIsNonInteractiveNonLoginZsh) {
   EXPECT_EQ(sh("[[ -o login || -o interactive ]] && echo yes || echo no"), "no");
-  // Prints "zsh" if the variable is set, which other shells do not set.
+  // Only zsh sets ZSH_VERSION.
   EXPECT_EQ(sh("echo ${ZSH_VERSION:+zsh}"), "zsh");
 }
 

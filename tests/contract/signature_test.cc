@@ -15,7 +15,7 @@ namespace orvel {
 namespace {
 
 // Made with OpenSSL for these tests. The private key is deleted. The key is base64 of the
-// uncompressed point, the signature base64 of DER. verify() accepts any message.
+// uncompressed point, the signature base64 of DER. The message may be any text.
 const std::string testPublicKey =
     "BMjjc8e5CV/o6IdQs9SRnUyE8B38M8HDvE4A3B7lrYEBAbBYYMjU95IgiTFOgYvwPeBiENF5g+2JOQ6RfVAgcTQ=";
 const std::string testMessage = "orvel-os-update\n1.3\nlinux\n";

@@ -1,4 +1,4 @@
-// Property: the web view shows only pages of the server.
+// Property: the web view shows only pages of the server and "about:" pages.
 
 #include <glib.h>
 

@@ -33,7 +33,7 @@ class TestHome {
       std::filesystem::create_directories(path() / kind);
       ::setenv(("XDG_" + std::string(kind) + "_HOME").c_str(), (path() / kind).c_str(), 1);
     }
-    // Without a session bus, the application does not hand its start to a running instance.
+    // Without a session bus, GApplication cannot activate a running instance instead of this one.
     ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (path() / "no-bus").string()).c_str(), 1);
     std::filesystem::create_directories(bundle() / "Contents");
     std::filesystem::create_directories(path() / "Downloads");

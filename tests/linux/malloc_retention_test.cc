@@ -13,8 +13,8 @@ namespace {
 TEST(MallocRetention, FreedLargeBlockIsUnmapped) {
   if (posix_test::hasSanitizer) GTEST_SKIP() << "a sanitizer has its own allocator";
   limitMallocRetention();
-  // Below 32 MiB, the maximum of the dynamic mmap threshold on 64-bit systems. Larger blocks are
-  // always mapped.
+  // Below 32 MiB, the maximum of the dynamic mmap threshold on 64-bit systems. A larger block does
+  // not raise the threshold.
   constexpr std::size_t blockSize = std::size_t{16} * 1024 * 1024;
   const auto mappedBytes = [] { return ::mallinfo2().hblkhd; };
   const std::size_t before = mappedBytes();

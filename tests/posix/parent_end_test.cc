@@ -177,7 +177,8 @@ TEST_F(ParentEnd, ChildOfParentKilledAfterForkRunsNoProgram) {
   int status = 0;
   while (application != 0) waitpidUninterrupted(-1, status);
   ASSERT_EQ(::ptrace(PTRACE_DETACH, child, nullptr, 0), 0);
-  // The child exits by itself: it asked for the parent-death signal after the death of its parent.
+  // The child exits by itself: after it asks for the parent-death signal, it finds that its parent
+  // is dead.
   EXPECT_TRUE(WIFEXITED(waitForChild()));
   EXPECT_FALSE(std::filesystem::exists(marker));
 }

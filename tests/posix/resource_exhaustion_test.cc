@@ -104,8 +104,8 @@ TEST(ResourceExhaustion, ThreadAndProcessExhaustionFailsLaunch) {
 
 TEST(ResourceExhaustion, ThreadExhaustionRunsBackgroundWorkOnReserveThread) {
   std::array<std::promise<std::thread::id>, 3> threadIds;
-  // The constructor creates the reserve thread, which runs the work when no other thread can
-  // be created. It therefore precedes the limit.
+  // Created before the limit: the constructor creates the reserve thread, which runs the work when
+  // no other thread can be created.
   ThreadBackgroundQueue queue;
   {
     const TaskLimit limit(0);

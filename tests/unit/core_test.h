@@ -99,8 +99,8 @@ class CoreTest : public testing::Test {
   /// Stores a server address in the user defaults.
   void storeAddress(const std::string &address) { fake.defaults.texts["osURL"] = address; }
   void storeOnlineAddress() { storeAddress("https://os.test/"); }
-  /// Presses the button with this index in the oldest open alert, whose text field contains
-  /// `text`; nullopt closes the alert. Runs all due tasks.
+  /// Answers the oldest open alert: presses the button with this index, or closes the alert for
+  /// nullopt. `text` is then in its text field. Runs all due tasks.
   void answerAlert(std::optional<int> button, const std::string &text = "") {
     fake.panels.answer({button, text});
     fake.scheduler.runUntilIdle();

@@ -53,7 +53,7 @@ TEST_F(MainWindow, WindowConfigurationIsComplete) {
   EXPECT_EQ(configuration.title, "Orvel OS");
   EXPECT_FALSE(configuration.titleVisible);
   EXPECT_TRUE(configuration.titlebarTransparent);
-  // #07090c, the color of the blank page.
+  // #07090c, the colour of the blank page.
   EXPECT_EQ(configuration.backgroundColor, (Color{0.027, 0.035, 0.047, 1.0}));
   EXPECT_EQ(configuration.minimumWidth, 1000);
   EXPECT_EQ(configuration.minimumHeight, 660);

@@ -14,7 +14,8 @@ const NavigationDecision isDownloaded{NavigationPolicy::cancel, NavigationConseq
 
 const std::vector<NavigationTarget> everyTarget{mainFrame, subFrame, newWindow};
 
-// Server addresses. /api/export and, except in subframes, paths below /api/bestand/ are downloaded.
+// Server addresses. The application downloads /api/export and, except in sub-frames, paths below
+// /api/bestand/.
 const std::string local = "http://127.0.0.1:4767/";
 const std::string online = "https://os.test/app/";
 
@@ -58,7 +59,7 @@ TEST_F(NavigationDecisions, PagesOfServerAndAboutPagesAreAllowed) {
                                 "/#/api/bestand/12", "//", "/a%20b", "/api/wie", "/api"}));
   expectDecision(isAllowed, online, everyTarget, {"https://os.test/app/", online + "day/1"});
   expectDecision(isAllowed, local, everyTarget, {"about:blank", "about:srcdoc", "about:blank#top"});
-  // The scheme of the server address is not checked.
+  // decideNavigation() does not check the scheme of the server address.
   expectDecision(isAllowed, "file:///srv/os/", everyTarget, {"file:///srv/os/index.html"});
 }
 

@@ -15,7 +15,8 @@ TEST_F(NodeDiscovery, NodeInUsualLocationNeedsNoShell) {
 
 TEST_F(NodeDiscovery, ShellLookupReadsUserConfigurationAndItsOutputIsNotVerified) {
   fake.locations.executables = {};
-  // nodeLookupCommand sources ~/.zprofile and ~/.zshrc. Any UTF-8 output is used as the path.
+  // nodeLookupCommand sources ~/.zprofile and ~/.zshrc. Any UTF-8 output that is not
+  // empty is used as the path.
   for (const std::string found : {"/home/someone/.nvm/bin/node", "node: aliased to nodejs"}) {
     fake.processes.setShellOutputs(nodeLookupCommand, {found + "\n"});
     EXPECT_EQ(delegate().nodePath(), found);

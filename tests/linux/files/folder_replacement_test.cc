@@ -78,7 +78,8 @@ class FolderReplacement : public testing::Test {
   /// Where the original is between the two renames that are used without RENAME_EXCHANGE.
   const fs::path movedOriginal_ = applications_ / ".Orvel OS.app.oud";
   const fs::path replacement_ = folder_.path() / "unpacked";
-  /// A replacement on another file system, which is copied. Empty without such a file system.
+  /// A replacement on another file system, which is copied. Empty without another
+  /// writable file system.
   const fs::path copiedReplacement_ =
       otherFileSystem_ ? otherFileSystem_->path() / "unpacked" : fs::path();
   const std::vector<fs::path> replacements_ =
@@ -141,7 +142,7 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
   const Tree old = makeTree(original_, "old");
   for (const fs::path &replacement : replacements_) {
     const Tree unpacked = makeTree(replacement, "new");
-    // So that only the mode of the original's parent prevents the replacement.
+    // Then only the mode of the original's parent prevents the replacement.
     giveToOrdinaryUser(replacement.parent_path());
     fs::permissions(applications_, fs::perms(0555));
     for (const bool canExchange : {true, false}) {
@@ -196,7 +197,7 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
     unsigned mode;
     bool canBeReplaced;
   };
-  // The folder must be writable too, because a move changes its entry "..".
+  // The folder must be writable too, because a move into another folder changes its entry "..".
   for (const Row &row : {Row{0755, 0755, true}, Row{0555, 0755, false}, Row{0755, 0555, false}}) {
     fs::permissions(applications_, fs::perms(row.modeOfParent));
     fs::permissions(original_, fs::perms(row.mode));
@@ -214,7 +215,7 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
 
 TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
   makeTree(original_, "old");
-  // Mounts the folder on itself, because only a mount can become read-only.
+  // Mounts the folder on itself, or changes that mount: only a mount can become read-only.
   const auto mountOnItself = [this](unsigned long flags) {
     const char *path = applications_.c_str();
     return ::mount(path, path, nullptr, flags, nullptr) == 0;

@@ -107,8 +107,8 @@ TEST_F(LoadableProgram, ProgramOfAnotherMachineOrWordSizeIsRejected) {
 }
 
 TEST_F(LoadableProgram, StaticProgramOrLibraryIsRejected) {
-  // A library has no PT_INTERP. A static program has no PT_DYNAMIC either. One missing type must be
-  // enough for the rejection.
+  // A library has no PT_INTERP. A static program has no PT_DYNAMIC either, unless it is a PIE. One
+  // missing type must be enough for the rejection.
   for (const auto missingType : std::array<ElfW(Word), 2>{PT_INTERP, PT_DYNAMIC}) {
     ElfProgram program;
     program.segmentOfType(missingType).p_type = PT_NULL;

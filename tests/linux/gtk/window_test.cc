@@ -150,8 +150,8 @@ TEST_F(MainWindow, MinimumSizeFollowsMonitorSize) {
   EXPECT_EQ(minimumSizeOf(handle), (WindowFrame{400, 300}));
   const WindowFrame size = screenSize();
   const std::string mode = std::to_string(size.width) + "x" + std::to_string(size.height);
-  // A mode of 320 x 240 pixels for "screen", the output of Xvfb, with which CTest runs each test.
-  // The other numbers are timings, which Xvfb ignores.
+  // A mode of 320 x 240 pixels for "screen", the output of Xvfb. The other numbers are timings,
+  // which Xvfb ignores.
   run("xrandr --newmode small 10 320 330 340 350 240 245 250 260 && "
       "xrandr --addmode screen small && xrandr --output screen --mode small");
   EXPECT_TRUE(platform->runUntil([&] { return minimumSizeOf(handle) == WindowFrame{320, 240}; }));

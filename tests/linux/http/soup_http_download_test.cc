@@ -46,8 +46,8 @@ class SoupHttpDownload : public testing::Test {
 };
 
 TEST_F(SoupHttpDownload, EmptySmallAndLargeBodyIsWritten) {
-  // The adapter reads at most 262,144 bytes at once, and at most 16 times before it lets other
-  // requests run.
+  // The adapter reads at most 262,144 bytes at once. After an asynchronous read it makes at most 16
+  // synchronous ones.
   for (const std::size_t size : {0U, 1U, 262'143U, 262'144U, 262'145U, 5'000'000U}) {
     std::string body(size, '\0');
     // The pattern repeats every 1,792 bytes, so that successive blocks of 2^n bytes differ.

@@ -71,7 +71,7 @@ TEST_F(NewWindow, WindowOpenReturnsNullAndSendsNoRequest) {
 }
 
 TEST_F(NewWindow, EachMainLoopIterationHandlesAtMostOneWindowOpenedWithoutUserGesture) {
-  // Each open() waits for the reply of this process, so the main loop also handles other events.
+  // Each open() waits for the reply of this process, so one iteration cannot handle two of them.
   constexpr std::size_t count = 500;
   setPage("/start", "<script>for (let number = 0; number < " + std::to_string(count) +
                         "; ++number) open('/window' + number);</script>");

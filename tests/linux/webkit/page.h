@@ -24,8 +24,8 @@
 
 namespace orvel {
 
-/// A delegate that records its calls. Its policy, like that of the application for its stored files
-/// and exports: URLs below "/file/" are allowed only in sub-frames, and "/export" and other servers
+/// A delegate that records its calls. Its policy is like that of the application for stored files
+/// and exports: it allows URLs below "/file/" only in sub-frames, and "/export" and other servers
 /// nowhere.
 class PageDelegate final : public WebViewDelegate {
  public:

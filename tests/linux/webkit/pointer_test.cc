@@ -60,7 +60,8 @@ class Pointer : public PageTest {
   }
 
   /// Appends the state of each item of a menu and its submenus to `itemStates`: "-" for a disabled
-  /// item, "+" for a checked one, and otherwise the empty text. A GMenuModel does not have it.
+  /// item, "+" for a checked one, and otherwise the empty text. A GMenuModel does not have
+  /// this state.
   void recordItemStates(WebKitContextMenu *menu) {
     for (GList *link = webkit_context_menu_get_items(menu); link != nullptr; link = link->next) {
       auto *item = WEBKIT_CONTEXT_MENU_ITEM(link->data);

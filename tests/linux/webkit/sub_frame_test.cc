@@ -210,7 +210,7 @@ TEST_F(SubFrame, OneContentFilterIsStoredForSeveralFiles) {
     evaluate("frames[0].location = '" + path + "'");
     expectShown(path);
   }
-  // The view stores its filters in this folder of its cache folder, which is `folder`.
+  // `folder` is the cache folder of the view.
   const std::filesystem::directory_iterator files(folder.path() / "content-filters");
   EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }

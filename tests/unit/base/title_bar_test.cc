@@ -23,7 +23,8 @@ TEST(TitleBar, PreferenceSelectsActionOfDoubleClick) {
 
 TEST(TitleBar, DragFromTitleBarMovesWindowAndPageGetsNeitherDragsNorRelease) {
   TitleBarMouse mouse;
-  // x and y from the lower left corner of the window, as in Cocoa: y = 700 is on the title bar.
+  // Positions are in points from the lower left corner of the window, as in Cocoa. Only
+  // `onTitleBar` says that the press is on the title bar.
   mouse.press(/*onTitleBar=*/true, 100, 700);
   // 4 points from the press; up to 3 points still count as a click.
   EXPECT_EQ(mouse.drag(104, 700), MouseEventUse::startWindowDrag);
