@@ -1,5 +1,3 @@
-// The contract of Application: launch, termination requests and the reply to them.
-
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {
@@ -7,8 +5,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A delegate that counts launches and termination requests, and answers each request with
-/// `reply`.
+/// A delegate that counts its launches and termination requests, and answers with `reply`.
 class RecordingDelegate final : public ApplicationDelegate {
  public:
   void applicationDidFinishLaunching() override {
@@ -33,8 +30,7 @@ class RecordingDelegate final : public ApplicationDelegate {
 
 class ApplicationContract : public ContractTest {
  protected:
-  /// Runs the application until it ends, then the checks. Must be the last statement of a test, for
-  /// the reason given at ContractPlatform::runApplication.
+  /// Must be the last statement of a test, like ContractPlatform::runApplication.
   void runApplicationThenCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
     application().setRegularActivationPolicy();

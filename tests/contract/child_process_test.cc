@@ -1,5 +1,3 @@
-// The contract of child processes.
-
 #include <atomic>
 #include <csignal>
 #include <mutex>

@@ -51,8 +51,7 @@ class ContractPlatform {
     checks();
   }
 
-  // The next five functions act on the open alert. On a desktop platform, they throw when no alert
-  // is open.
+  // The next five functions act on the open alert. Desktop platforms throw when none is open.
   virtual ShownAlert shownAlert() = 0;
   /// Replaces the text of the text field.
   virtual void typeInAlert(const std::string &text) = 0;

@@ -1,5 +1,3 @@
-// The contract of the cookie store of a web view.
-
 #include <algorithm>
 
 #include "tests/contract/contract_platform.h"

@@ -1,5 +1,3 @@
-// The contract of sha256OfFile(). Each platform has an implementation, which the linker selects.
-
 #include "base/file_hash.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,3 @@
-// The contract of moveFile(). Each platform has an implementation, which the linker selects.
-
 #include "base/file_move.h"
 
 #include <gtest/gtest.h>

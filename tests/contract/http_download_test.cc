@@ -1,5 +1,3 @@
-// The contract of download tasks.
-
 #include "base/file_move.h"
 #include "tests/contract/contract_platform.h"
 #include "tests/support/http_replies.h"

@@ -1,6 +1,3 @@
-// The contract of header fields: what the server of a request receives, and what the
-// server behind a redirect receives.
-
 #include <future>
 
 #include "tests/contract/contract_platform.h"

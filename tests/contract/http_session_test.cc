@@ -1,5 +1,3 @@
-// The contract of data tasks.
-
 #include <atomic>
 
 #include "tests/contract/contract_platform.h"

@@ -1,5 +1,3 @@
-// The contract of replacing one folder by another.
-
 #include <fstream>
 
 #include "tests/contract/contract_platform.h"

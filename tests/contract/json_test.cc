@@ -1,5 +1,3 @@
-// The contract of the JSON parser. Each platform has an implementation, which the linker selects.
-
 #include "base/json.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,3 @@
-// The contract of the main queue and the background queue.
-
 #include <atomic>
 #include <numeric>
 

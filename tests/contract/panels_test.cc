@@ -1,5 +1,3 @@
-// The contract of alerts.
-
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {

@@ -1,5 +1,3 @@
-// The contract of verify(). Each platform has an implementation, which the linker selects.
-
 #include "base/signature.h"
 
 #include <gtest/gtest.h>

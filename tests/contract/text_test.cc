@@ -1,6 +1,3 @@
-// The contract of splitting text, such as a version number, at full stops, and of trimming text.
-// Each platform has an implementation, which the linker selects.
-
 #include "base/text.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,3 @@
-// The contract of parsing and resolving URLs. Each platform has an implementation, which the linker
-// selects.
-
 #include "base/url.h"
 
 #include <gtest/gtest.h>

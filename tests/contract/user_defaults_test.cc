@@ -1,5 +1,3 @@
-// The contract of the user defaults.
-
 #include "tests/contract/contract_platform.h"
 
 namespace orvel {

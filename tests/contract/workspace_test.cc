@@ -1,5 +1,3 @@
-// The contract of opening URLs and files with their default applications.
-
 #include <gmock/gmock.h>
 
 #include "tests/contract/contract_platform.h"
