@@ -1,5 +1,3 @@
-// Folder replacement after failures and kills, without permissions and by several threads.
-
 #include "platform/linux/files/folder_replacement.h"
 
 #include <gmock/gmock.h>
@@ -41,7 +39,6 @@ bool enterMountNamespace() {
 
 class FolderReplacement : public testing::Test {
  public:
-  FolderReplacement() { fs::create_directories(applications_); }
   ~FolderReplacement() override {
     // A test may have removed permissions that the removal of the temporary folder needs.
     std::error_code ignored;
@@ -73,6 +70,7 @@ class FolderReplacement : public testing::Test {
   const std::unique_ptr<TemporaryFolder> otherFileSystem_ = folderOnAnotherFileSystem();
   const fs::path applications_ = folder_.path() / "Applications";
   const fs::path original_ = applications_ / "Orvel OS.app";
+  const Tree old_ = makeTree(original_, "old");
   /// Where a replacement from another file system is copied first.
   const fs::path copy_ = applications_ / ".Orvel OS.app.nieuw";
   /// Where the original is between the two renames that are used without RENAME_EXCHANGE.
@@ -95,7 +93,6 @@ class FolderReplacementCopy : public FolderReplacement {
 };
 
 TEST_F(FolderReplacementCopy, SymbolicLinkAtPathOfCopyIsNotFollowed) {
-  makeTree(original_, "old");
   const Tree bystander = makeTree(folder_.path() / "bystander", "bystander");
   fs::create_symlink(folder_.path() / "bystander", copy_);
   const Tree expected = makeTree(copiedReplacement_, "new");
@@ -105,7 +102,6 @@ TEST_F(FolderReplacementCopy, SymbolicLinkAtPathOfCopyIsNotFollowed) {
 }
 
 TEST_F(FolderReplacementCopy, ModesAreKeptDespiteUmask) {
-  makeTree(original_, "old");
   makeTree(copiedReplacement_, "new");
   fs::permissions(copiedReplacement_ / "Contents", fs::perms(0775));
   fs::permissions(copiedReplacement_ / "Contents" / "Linux", fs::perms(0555));
@@ -118,28 +114,25 @@ TEST_F(FolderReplacementCopy, ModesAreKeptDespiteUmask) {
 }
 
 TEST_F(FolderReplacementCopy, SpecialFileFailsCopy) {
-  const Tree old = makeTree(original_, "old");
   makeTree(copiedReplacement_, "new");
   ASSERT_EQ(::mkfifo((copiedReplacement_ / "Contents" / "pipe").c_str(), 0600), 0);
   EXPECT_FALSE(replace(copiedReplacement_));
-  expectAtOriginalPath(old);
+  expectAtOriginalPath(old_);
 }
 
 TEST_F(FolderReplacementCopy, FullDiskKeepsOriginal) {
-  const Tree old = makeTree(original_, "old");
   const Tree expected = makeTree(copiedReplacement_, "new");
   {
     // Writes to a file fail beyond 10,000 bytes. The tree has a larger file.
     const FullDisk fullDisk(10'000);
     EXPECT_FALSE(replace(copiedReplacement_));
   }
-  expectAtOriginalPath(old);
+  expectAtOriginalPath(old_);
   EXPECT_TRUE(replace(copiedReplacement_));
   expectAtOriginalPath(expected);
 }
 
 TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
-  const Tree old = makeTree(original_, "old");
   for (const fs::path &replacement : replacements_) {
     const Tree unpacked = makeTree(replacement, "new");
     // Then only the mode of the original's parent prevents the replacement.
@@ -158,22 +151,20 @@ TEST_F(FolderReplacement, ReadOnlyParentKeepsOriginal) {
       // not permitted. That is no failure.
       EXPECT_NE(isRefused, false) << replacement << ", exchange supported: " << canExchange;
     }
-    expectAtOriginalPath(old);
+    expectAtOriginalPath(old_);
     EXPECT_EQ(treeOf(replacement), unpacked);
   }
 }
 
 TEST_F(FolderReplacement, FailedSyncKeepsOriginal) {
   if (!runInChild(disableSync).value_or(false)) GTEST_SKIP() << "seccomp filters are not permitted";
-  const Tree old = makeTree(original_, "old");
   const Tree unpacked = makeTree(replacement_, "new");
   EXPECT_EQ(runInChild([this] { return disableSync() && !replace(); }), true);
-  expectAtOriginalPath(old);
+  expectAtOriginalPath(old_);
   EXPECT_EQ(treeOf(replacement_), unpacked);
 }
 
 TEST_F(FolderReplacement, MountPointIsRefusedWithoutChange) {
-  makeTree(original_, "below the mount");
   const Tree unpacked = makeTree(replacement_, "new");
   const auto outcome = runInChild([&] {
     if (!enterMountNamespace() || ::mount("none", original_.c_str(), "tmpfs", 0, nullptr) != 0) {
@@ -188,7 +179,6 @@ TEST_F(FolderReplacement, MountPointIsRefusedWithoutChange) {
 }
 
 TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
-  makeTree(original_, "old");
   const fs::path link = folder_.path() / "link in a writable folder";
   fs::create_symlink(original_, link);
   giveToOrdinaryUser(folder_.path());
@@ -214,7 +204,6 @@ TEST_F(FolderReplacement, FolderWithoutWritePermissionCannotBeReplaced) {
 }
 
 TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
-  makeTree(original_, "old");
   // Mounts the folder on itself, or changes that mount: only a mount can become read-only.
   const auto mountOnItself = [this](unsigned long flags) {
     const char *path = applications_.c_str();
@@ -231,7 +220,6 @@ TEST_F(FolderReplacement, FolderOnReadOnlyFileSystemCannotBeReplacedByRoot) {
 }
 
 TEST_F(FolderReplacement, FailedSecondRenameUndoesFirst) {
-  makeTree(original_, "old");
   makeTree(original_ / "inner", "new");
   const Tree old = treeOf(original_);
   // The exchange of a folder with a folder inside it fails with EINVAL, like an unsupported one, so
