@@ -104,17 +104,6 @@ TEST_F(KeyFileDefaults, OtherEntriesAndCommentsAreKept) {
             "# mine\n\n[Other]\nosURL=elsewhere\n\n[Defaults]\nkept=yes\nosURL=new\n");
 }
 
-TEST_F(KeyFileDefaults, ValueStoredByAnotherInstanceIsSeen) {
-  auto one = open();
-  auto other = open();
-  one.setText("one", "1");
-  other.setText("other", "2");
-  EXPECT_EQ(one.text("other"), "2");
-  one.setText("one", "3");
-  EXPECT_EQ(other.text("one"), "3");
-  EXPECT_EQ(other.text("other"), "2");
-}
-
 TEST_F(KeyFileDefaults, LookupsEventuallyUseCacheOfUnchangedFile) {
   constexpr std::size_t fileSize = 1'000'000;
   write("[Defaults]\nosURL=first\n#" + std::string(fileSize, 'x') + "\n");
