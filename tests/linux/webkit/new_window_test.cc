@@ -98,28 +98,22 @@ TEST_F(NewWindow, WindowOpenWithNameOfFrameNavigatesThatFrame) {
   expectCancelled({"mainFrame /file/2"});
 }
 
-TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithItsCause) {
+TEST_F(NewWindow, DownloadOfUserOrScriptReachesDelegateWithCauseAndFragment) {
   // A timer that starts when the page is loaded has no user gesture. A script of evaluate() has
   // one.
   showPage(
-      "<a id=link download href=/next>x</a><script>var clicks = 1;"
+      "<a id=link download href=/next#part>x</a><script>var clicks = 1;"
       "onload = () => setInterval(() => { if (clicks-- > 0) link.click(); }, 10)</script>");
-  expectDownload("script /next");
+  expectDownload("script /next#part");
   delegate.decidedNavigations.clear();
   for (int round = 0; round < 2; ++round) {
     evaluate("link.click()");
-    expectDownload("user /next");
+    expectDownload("user /next#part");
     evaluate("clicks = 1");
-    expectDownload("script /next");
+    expectDownload("script /next#part");
   }
   // Two clicks in each of two rounds.
-  EXPECT_EQ(delegate.decidedNavigations, Strings(4, "mainFrame /next"));
-}
-
-TEST_F(NewWindow, LinkWithDownloadAttributeAndFragmentReachesDelegate) {
-  showPage("<a id=link download href='/next#part'>x</a>");
-  evaluate("link.click()");
-  expectDownload("user /next#part");
+  EXPECT_EQ(delegate.decidedNavigations, Strings(4, "mainFrame /next#part"));
 }
 
 TEST_F(NewWindow, CancelledLinkWithDownloadAttributeStartsNoDownload) {

@@ -19,6 +19,7 @@
 #include "platform/linux/glib/signal_connection.h"
 #include "platform/linux/webkit/webkit_web_view.h"
 #include "tests/contract/contract_platform.h"
+#include "tests/support/http_replies.h"
 #include "tests/support/loopback_server.h"
 #include "tests/support/posix_test_support.h"
 
@@ -126,12 +127,7 @@ class PageTest : public testing::Test {
 
   bool runUntil(const std::function<bool()> &condition) { return platform->runUntil(condition); }
 
-  void loadUrl(const std::string &url) {
-    UrlRequest request;
-    request.url = Url::parse(url).value();
-    view->load(request);
-  }
-  void load(const std::string &path) { loadUrl(server.url(path)); }
+  void load(const std::string &path) { view->load(requestOf(server.url(path))); }
 
   /// Calls a function that starts a load of the main frame, and waits until the load succeeds or
   /// fails.

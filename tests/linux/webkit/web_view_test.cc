@@ -1,5 +1,3 @@
-// User agent, cookies, loading and reloading of the web view.
-
 #include "tests/linux/webkit/page.h"
 
 namespace orvel {
@@ -15,7 +13,7 @@ class WebViewLoading : public PageTest {
   /// Allows another server than that of the test, and loads a URL of it.
   void loadUrlOfOtherServer(const std::string &url) {
     delegate.server = url;
-    loadUrl(url);
+    view->load(requestOf(url));
   }
 };
 
@@ -25,12 +23,7 @@ void respondWithReset(LoopbackConnection &connection, const std::string & /*head
 }
 
 Cookie cookieOf(const std::string &value, const std::string &domain) {
-  Cookie cookie;
-  cookie.name = "orvelapp";
-  cookie.value = value;
-  cookie.domain = domain;
-  cookie.path = "/";
-  return cookie;
+  return {.name = "orvelapp", .value = value, .domain = domain, .path = "/", .expires = {}};
 }
 
 TEST_F(WebViewLoading, UserAgentEndsInApplicationName) {
