@@ -1,5 +1,3 @@
-// Which ZIP archives are extracted, and which are rejected.
-
 #include "platform/linux/files/archive_extraction.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,3 @@
-// Which programs count as loadable on this machine. The check must not execute them.
-
 #include "platform/linux/files/loadable_program.h"
 
 #include <elf.h>

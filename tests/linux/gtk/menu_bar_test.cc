@@ -1,5 +1,3 @@
-// The menus of the application as GTK menus and keys.
-
 #include "app/menu_bar.h"
 
 #include <gmock/gmock.h>

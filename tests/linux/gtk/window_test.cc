@@ -1,5 +1,3 @@
-// The main window, its stored frame and the alerts in GTK.
-
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 

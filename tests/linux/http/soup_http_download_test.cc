@@ -1,5 +1,3 @@
-// Download tasks on real sockets: the file of a download, and no file after a failure.
-
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 

@@ -1,5 +1,3 @@
-// Valid, malformed and truncated responses over real sockets.
-
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 

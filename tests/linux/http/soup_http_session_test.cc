@@ -1,5 +1,3 @@
-// Concurrent requests of the HTTP session on real sockets, and the session's destruction.
-
 #include "platform/linux/http/soup_http_session.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,3 @@
-// JavaScript dialogs: alert, confirm, prompt and beforeunload.
-
 #include <utility>
 
 #include "tests/linux/webkit/page.h"
