@@ -20,9 +20,9 @@
 namespace orvel {
 
 /// An application object that a test controls in place of the desktop.
-class FakeApplication final : public Application {
+class FakeApplication final : public Application, private SchedulerUser {
  public:
-  explicit FakeApplication(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void setDelegate(ApplicationDelegate &delegate) override {
     scheduler_.recordMainThreadCall("application delegate");
@@ -72,27 +72,23 @@ class FakeApplication final : public Application {
     terminated = true;
   }
 
-  FakeScheduler &scheduler_;
   ApplicationDelegate *delegate_ = nullptr;
   /// Whether a deferred termination waits for its reply.
   bool isWaitingForReply_ = false;
 };
 
 /// A window that only records its calls.
-class FakeWindow final : public Window {
+class FakeWindow final : public Window, private SchedulerUser {
  public:
-  explicit FakeWindow(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void makeKeyAndOrderFront() override { scheduler_.recordMainThreadCall("window shown"); }
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// A screen, and a factory for windows.
-class FakeWindowSystem final : public WindowSystem {
+class FakeWindowSystem final : public WindowSystem, private SchedulerUser {
  public:
-  explicit FakeWindowSystem(FakeScheduler &scheduler) : cookies(scheduler), scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   std::optional<Rect> mainScreenVisibleFrame() const override { return visibleFrame; }
   WebWindow create(const WindowConfiguration &window, const WebViewConfiguration &webView,
@@ -108,20 +104,17 @@ class FakeWindowSystem final : public WindowSystem {
   /// Nullopt simulates a machine without a screen.
   std::optional<Rect> visibleFrame = Rect{0, 25, 1920, 1000};
   /// The cookies of every web view.
-  FakeCookieStore cookies;
+  FakeCookieStore cookies{scheduler_};
   /// The configuration of the last window.
   WindowConfiguration configuration;
   /// The last web view. Owned by the caller of `create`.
   FakeWebView *web = nullptr;
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// A menu bar that keeps the installed menus.
-class FakeMenuBar final : public MenuBar {
+class FakeMenuBar final : public MenuBar, private SchedulerUser {
  public:
-  explicit FakeMenuBar(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void install(const std::vector<Menu> &newMenus) override {
     scheduler_.recordMainThreadCall("menu bar");
@@ -129,59 +122,43 @@ class FakeMenuBar final : public MenuBar {
   }
 
   std::vector<Menu> menus;
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// Alerts that stay open until the test answers them. No completion is called after the
 /// application has terminated.
-class FakePanels final : public Panels {
+class FakePanels final : public Panels, private SchedulerUser {
  public:
   FakePanels(FakeScheduler &scheduler, const FakeApplication &application)
-      : scheduler_(scheduler), application_(application) {}
+      : SchedulerUser(scheduler), application_(application) {}
 
   void runModal(const Alert &alert, std::function<void(AlertAnswer)> completion) override {
     scheduler_.recordMainThreadCall("alert " + alert.messageText);
     shown.push_back(alert);
     openAlerts_.push_back(std::move(completion));
-    deliverAnswers();
   }
 
-  /// Answers the oldest open alert, or the next alert when none is open.
+  /// Answers the oldest open alert. Throws when none is open.
   void answer(const AlertAnswer &answer) {
-    undeliveredAnswers_.push_back(answer);
-    deliverAnswers();
+    scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
+                        [this, completion = std::move(openAlerts_.at(0)), answer] {
+                          if (!application_.terminated) completion(answer);
+                        });
+    openAlerts_.pop_front();
   }
 
   /// All alerts, including the answered ones, oldest first.
   std::vector<Alert> shown;
 
  private:
-  /// Schedules the completions of the alerts for which there is an answer.
-  void deliverAnswers() {
-    while (!openAlerts_.empty() && !undeliveredAnswers_.empty()) {
-      scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0),
-                          [this, completion = std::move(openAlerts_.front()),
-                           answer = undeliveredAnswers_.front()] {
-                            if (!application_.terminated) completion(answer);
-                          });
-      openAlerts_.pop_front();
-      undeliveredAnswers_.pop_front();
-    }
-  }
-
-  FakeScheduler &scheduler_;
   const FakeApplication &application_;
   /// The completions of the open alerts.
   std::deque<std::function<void(AlertAnswer)>> openAlerts_;
-  std::deque<AlertAnswer> undeliveredAnswers_;
 };
 
 /// A workspace that only records the URLs and files that it opens.
-class FakeWorkspace final : public Workspace {
+class FakeWorkspace final : public Workspace, private SchedulerUser {
  public:
-  explicit FakeWorkspace(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void open(const Url &url) override {
     scheduler_.recordMainThreadCall("open " + url.absoluteString);
@@ -189,9 +166,6 @@ class FakeWorkspace final : public Workspace {
   void openFile(const std::string &path) override {
     scheduler_.recordMainThreadCall("open file " + path);
   }
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 }  // namespace orvel

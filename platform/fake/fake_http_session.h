@@ -40,9 +40,9 @@ inline std::string describe(const UrlRequest &request) {
 }
 
 /// An HTTP session with a script of responses for each URL.
-class FakeHttpSession final : public HttpSession {
+class FakeHttpSession final : public HttpSession, private SchedulerUser {
  public:
-  explicit FakeHttpSession(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void dataTask(const UrlRequest &request, DataCompletion completion) override {
     const FakeResponse response = recordAndRespond("GET", request);
@@ -105,7 +105,6 @@ class FakeHttpSession final : public HttpSession {
     return response;
   }
 
-  FakeScheduler &scheduler_;
   std::map<std::string, std::deque<FakeResponse>> responses_;
 };
 

@@ -89,9 +89,9 @@ class FakeChildProcess final : public ChildProcess,
 
 /// Launches scripted processes. Finds the script of a shell command (zsh -c) by its command line,
 /// and that of any other program by its path.
-class FakeProcessLauncher final : public ProcessLauncher {
+class FakeProcessLauncher final : public ProcessLauncher, private SchedulerUser {
  public:
-  explicit FakeProcessLauncher(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   LaunchResult launch(const LaunchRequest &request) override {
     const bool isShell = request.executable == "/bin/zsh" && request.arguments.size() == 2 &&
@@ -152,7 +152,6 @@ class FakeProcessLauncher final : public ProcessLauncher {
     return script;
   }
 
-  FakeScheduler &scheduler_;
   std::map<std::string, std::deque<FakeProcessScript>> scripts_;
 };
 

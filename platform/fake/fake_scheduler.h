@@ -116,10 +116,19 @@ class FakeScheduler {
   std::map<Key, Task> tasks_;
 };
 
-/// A main queue in virtual time. Records `after` and `every`, but not `post`.
-class FakeMainQueue final : public MainQueue {
+/// Base of the fakes that share the scheduler of a fake platform.
+class SchedulerUser {
  public:
-  explicit FakeMainQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  explicit SchedulerUser(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+
+ protected:
+  FakeScheduler &scheduler_;
+};
+
+/// A main queue in virtual time. Records `after` and `every`, but not `post`.
+class FakeMainQueue final : public MainQueue, private SchedulerUser {
+ public:
+  using SchedulerUser::SchedulerUser;
 
   void post(std::function<void()> work) override {
     scheduler_.schedule(FakeScheduler::Thread::main, FakeScheduler::Duration(0), std::move(work));
@@ -140,28 +149,23 @@ class FakeMainQueue final : public MainQueue {
       work();
     });
   }
-
-  FakeScheduler &scheduler_;
 };
 
 /// A background queue in virtual time. Records nothing.
-class FakeBackgroundQueue final : public BackgroundQueue {
+class FakeBackgroundQueue final : public BackgroundQueue, private SchedulerUser {
  public:
-  explicit FakeBackgroundQueue(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void post(std::function<void()> work) override {
     scheduler_.schedule(FakeScheduler::Thread::background, FakeScheduler::Duration(0),
                         std::move(work));
   }
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// A clock that starts at a fixed time and follows the scheduler's virtual time.
-class FakeClock final : public Clock {
+class FakeClock final : public Clock, private SchedulerUser {
  public:
-  explicit FakeClock(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   std::chrono::system_clock::time_point now() const override { return start + scheduler_.now(); }
   void sleep(std::chrono::milliseconds duration) override {
@@ -171,9 +175,6 @@ class FakeClock final : public Clock {
 
   std::chrono::system_clock::time_point start{std::chrono::sys_days{std::chrono::year_month_day{
       std::chrono::year(2026), std::chrono::January, std::chrono::day(1)}}};
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 }  // namespace orvel

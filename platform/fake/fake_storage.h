@@ -64,7 +64,7 @@ class FakeLocations final : public Locations {
  public:
   explicit FakeLocations(Record &record) : record_(record) {}
 
-  std::string home() const override { return homeFolder; }
+  std::string home() const override { return "/Users/someone"; }
   std::string downloads() const override { return downloadsFolder; }
   std::string temporary() const override { return temporaryFolder; }
   /// Replaces the folder on the disk when `replaceSucceeds`. Not atomic. Refuses a
@@ -99,7 +99,6 @@ class FakeLocations final : public Locations {
     return executables.contains(path);
   }
 
-  std::string homeFolder = "/Users/someone";
   std::string downloadsFolder = "/Users/someone/Downloads";
   std::string temporaryFolder = "/Users/someone/temporary";
   /// By default the first path at which the core looks for node.

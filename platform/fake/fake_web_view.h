@@ -14,9 +14,9 @@
 namespace orvel {
 
 /// A cookie store in memory. Posts its completions to the main queue.
-class FakeCookieStore final : public CookieStore {
+class FakeCookieStore final : public CookieStore, private SchedulerUser {
  public:
-  explicit FakeCookieStore(FakeScheduler &scheduler) : scheduler_(scheduler) {}
+  using SchedulerUser::SchedulerUser;
 
   void set(const Cookie &cookie, std::function<void()> completion) override {
     scheduler_.recordMainThreadCall("cookie " + cookie.name + "=" + cookie.value + " for " +
@@ -41,19 +41,16 @@ class FakeCookieStore final : public CookieStore {
   std::vector<Cookie> cookies;
   /// The time until a completion is called.
   std::chrono::milliseconds delay{0};
-
- private:
-  FakeScheduler &scheduler_;
 };
 
 /// A web view that only keeps the current page.
-class FakeWebView final : public WebView {
+class FakeWebView final : public WebView, private SchedulerUser {
  public:
   FakeWebView(FakeScheduler &scheduler, WebViewConfiguration webConfiguration,
               WebViewDelegate &webDelegate, FakeCookieStore &cookies)
-      : configuration(std::move(webConfiguration)),
+      : SchedulerUser(scheduler),
+        configuration(std::move(webConfiguration)),
         delegate(webDelegate),
-        scheduler_(scheduler),
         cookies_(cookies) {}
 
   void load(const UrlRequest &request) override {
@@ -78,7 +75,6 @@ class FakeWebView final : public WebView {
   std::string shownUrl;
 
  private:
-  FakeScheduler &scheduler_;
   FakeCookieStore &cookies_;
 };
 
