@@ -1,5 +1,3 @@
-// The termination status and the reaping of child processes.
-
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,9 +16,7 @@ namespace {
 
 using namespace posix_test;
 
-/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
-/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
-class ChildExit : public testing::TestWithParam<bool> {
+class ChildExit : public LauncherTest {
  protected:
   std::shared_ptr<ChildProcess> launch(const LaunchRequest &request) {
     const auto result = launcher_.launch(request);
@@ -40,7 +36,6 @@ class ChildExit : public testing::TestWithParam<bool> {
     return process;
   }
 
-  LauncherUnderTest launcher_{GetParam()};
   /// The output of the process that launchAndReadLine has launched last.
   std::shared_ptr<FileHandle> output_;
 };

@@ -1,5 +1,3 @@
-// The state in which a child process starts, and errors of the launch.
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,12 +14,7 @@ namespace {
 
 using namespace posix_test;
 
-/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
-/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
-class ChildStart : public testing::TestWithParam<bool> {
- protected:
-  LauncherUnderTest launcher_{GetParam()};
-};
+using ChildStart = LauncherTest;
 
 TEST_P(ChildStart, RequestVariablesExtendAndOverrideLauncherEnvironment) {
   LauncherUnderTest launcher(GetParam(), {{"HOME", "/home/a=b"}, {"PORT", "1"}, {"EMPTY", ""}});
@@ -107,7 +100,7 @@ TEST_P(ChildStart, ChildNeitherBlocksNorIgnoresSignals) {
 }
 #endif
 
-class LaunchFailure : public ChildStart {
+class LaunchFailure : public LauncherTest {
  protected:
   /// Expects that a launch fails with the path and the description of the errno value.
   void expectLaunchError(LaunchRequest request, const std::string &path, int errorNumber) {

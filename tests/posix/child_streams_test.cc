@@ -1,5 +1,3 @@
-// The standard streams of child processes, which are the only descriptors that they inherit.
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -37,9 +35,7 @@ class ReplacedDescriptor {
   const int copy_;
 };
 
-/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
-/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
-class ChildStreams : public testing::TestWithParam<bool> {
+class ChildStreams : public LauncherTest {
  protected:
   StandardStream streamTo(std::shared_ptr<FileHandle> handle) {
     return {StandardStream::Kind::handle, std::move(handle)};
@@ -53,7 +49,6 @@ class ChildStreams : public testing::TestWithParam<bool> {
     EXPECT_EQ(child.process->terminationStatus(), 0);
   }
 
-  LauncherUnderTest launcher_{GetParam()};
   const TemporaryFolder folder_;
 };
 

@@ -1,5 +1,3 @@
-// Launches and background work when descriptors, threads or processes are exhausted.
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 

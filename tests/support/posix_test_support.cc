@@ -30,9 +30,9 @@ Outcome run(ProcessLauncher &launcher, LaunchRequest request) {
   const LaunchResult child = launcher.launch(request);
   // Closes the writing end of this process, which would otherwise keep readToEnd() waiting.
   request.standardOutput = {};
+  EXPECT_EQ(child.error, "");
+  if (!child.process) return {};
   Outcome outcome;
-  outcome.error = child.error;
-  if (!child.process) return outcome;
   outcome.output = pipe->reading->readToEnd();
   child.process->waitUntilExit();
   outcome.status = child.process->terminationStatus();

@@ -27,14 +27,13 @@ inline constexpr bool hasSanitizer = ORVELOS_HAS_SANITIZER;
 bool eventually(const std::function<bool()> &condition,
                 std::chrono::milliseconds limit = std::chrono::seconds(20));
 
-/// The standard output of a program and its children, the error of the launch, and the exit code
-/// or the number of the signal that ended the program.
+/// The standard output of a program and its children, and the exit code or the number of the
+/// signal that ended the program.
 struct Outcome {
   std::string output;
-  std::string error;
   int status = 0;
 };
-/// Runs a program to its end and reads its output.
+/// Runs a program to its end and reads its output. Expects that the launch succeeds.
 Outcome run(ProcessLauncher &launcher, LaunchRequest request);
 /// Runs a command of /bin/sh to its end and reads its output.
 Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
@@ -42,8 +41,7 @@ Outcome runShell(ProcessLauncher &launcher, const std::string &commandLine);
 /// Returns the request to launch a program.
 LaunchRequest program(const std::string &path, std::vector<std::string> arguments = {});
 
-/// A launcher that sets `endsWithParent` of every request to the parameter of the test. On
-/// Linux, children that end with their parent are started by fork, all others by posix_spawn.
+/// A launcher that sets `endsWithParent` of every request.
 class LauncherUnderTest final : public ProcessLauncher {
  public:
   explicit LauncherUnderTest(bool endsWithParent,
@@ -55,6 +53,13 @@ class LauncherUnderTest final : public ProcessLauncher {
  private:
   PosixProcessLauncher launcher_;
   const bool endsWithParent_;
+};
+
+/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
+/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
+class LauncherTest : public testing::TestWithParam<bool> {
+ protected:
+  LauncherUnderTest launcher_{GetParam()};
 };
 
 /// Returns the suffix of the test name for the value of `endsWithParent`.
