@@ -223,9 +223,7 @@ TEST_F(Installation, UnreadableInfoPlistOfRunningApplicationDownloadsNothing) {
   fake.bundle.hasReadableInfo = false;
   // Without Info.plist the running application has no identifier either, so the comparison of the
   // two identifiers would accept this release.
-  unpackArchive = [](const std::string &, const std::string &folder) {
-    writeRelease(folder + "/Orvel OS.app", infoPlist(""));
-  };
+  setArchiveContents("Orvel OS.app", infoPlist(""));
   install();
   EXPECT_THAT(fake.http.sent, IsEmpty());
   expectNotInstalled();

@@ -7,10 +7,10 @@ namespace {
 
 class Quitting : public CoreTest {
  protected:
-  /// Starts the server. The fake names the first process "process 1".
+  /// Starts the server of a new delegate. The fake names the first process "process 1".
   void startServer(const FakeProcessScript &script = {}) {
     setNodeScript(script);
-    createWebView();
+    recreateDelegate();
     delegate().startServer();
     fake.record.take();
   }
@@ -34,7 +34,6 @@ TEST_F(Quitting, QuitWaitsForServerToExitAndKillsItAfterThirtyWaits) {
       {250ms, 3, SIGTERM}, {2950ms, 30, SIGTERM}, {std::nullopt, 30, SIGKILL}};
   for (const auto &[exitsAfterSigterm, waits, status] : rows) {
     SCOPED_TRACE(testing::Message() << waits << " waits, status " << status);
-    releaseDelegate();
     fake.application.terminated = false;
     startServer({.exitsAfterSigterm = exitsAfterSigterm});
     fake.application.requestTermination();
@@ -73,7 +72,6 @@ TEST_F(Quitting, NoServerStartsAndNoAddressIsProbedWhileQuitting) {
 TEST_F(Quitting, QuitAfterServerExitIsImmediate) {
   for (const bool isExitReported : {true, false}) {
     SCOPED_TRACE(isExitReported ? "reported exit" : "unreported exit");
-    releaseDelegate();
     fake.application.terminated = false;
     startServer();
     lastServer().exit(1);

@@ -6,32 +6,6 @@
 namespace orvel {
 namespace {
 
-/// A process that prints and closes its output only when it is waited for. Reading before
-/// the wait would block forever.
-class LateProcess final : public ChildProcess {
- public:
-  explicit LateProcess(std::shared_ptr<FileHandle> output) : output_(std::move(output)) {}
-
-  bool isRunning() const override { return output_ != nullptr; }
-  int terminationStatus() const override { return 0; }
-  void terminate() override {}
-  void kill() override {}
-  void waitUntilExit() override {
-    output_->write("late\n");
-    output_.reset();
-  }
-
- private:
-  std::shared_ptr<FileHandle> output_;
-};
-
-class LateLauncher final : public ProcessLauncher {
- public:
-  LaunchResult launch(const LaunchRequest &request) override {
-    return {std::make_shared<LateProcess>(request.standardOutput.handle), ""};
-  }
-};
-
 class ShellRunner : public testing::Test {
  protected:
   FakePlatform fake;
@@ -53,8 +27,13 @@ TEST_F(ShellRunner, StandardErrorIsDiscardedAndEnvironmentInherited) {
 }
 
 TEST_F(ShellRunner, OutputIsReadAfterExit) {
-  LateLauncher launcher;
-  EXPECT_EQ(sh(launcher, "command"), "late");
+  fake.processes.setScripts("command", {{.exitsAfter = 1s}});
+  // Reading before the wait for the exit, during which this task runs, would block forever.
+  fake.processes.onLaunch = [this](const LaunchRequest &request) {
+    fake.backgroundQueue.post(
+        [output = request.standardOutput.handle] { output->write("late\n"); });
+  };
+  EXPECT_EQ(sh(fake.processes, "command"), "late");
 }
 
 TEST_F(ShellRunner, FailedLaunchReturnsEmptyText) {

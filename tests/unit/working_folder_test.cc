@@ -18,13 +18,6 @@ TEST_F(WorkingFolder, NameEndsWithVersion) {
   EXPECT_EQ(workingFolder("/tmp", "$(rm -rf ~) `x`\n"), "/tmp/orvel-os-update-$(rm -rf ~) `x`\n");
 }
 
-TEST_F(WorkingFolder, VersionWithPathTraversalOrNulIsRejected) {
-  for (const std::string &versie : {std::string("/.."), std::string("/../../home"),
-                                    std::string("1.3/../x"), std::string("a\0b", 3)}) {
-    EXPECT_EQ(workingFolder("/tmp", versie), std::nullopt) << versie;
-  }
-}
-
 TEST_F(WorkingFolder, LockedTemporaryFolderEndsInstallation) {
   writeFile(workingFolderFor() + "/of another instance", "partial");
   // An installation that ignored the lock would remove the file.
@@ -84,8 +77,8 @@ TEST_F(WorkingFolder, UnusableVersionChangesNothing) {
   writeFile(other, "kept");
   // Path traversal, NUL, and a name that is longer than a file system allows.
   for (const std::string &versie :
-       {std::string("/.."), std::string("/../.."), std::string("1.3/../../x"),
-        std::string("a\0b", 3), std::string(300, 'x')}) {
+       {std::string("/.."), std::string("/../.."), std::string("1.3/../x"),
+        std::string("1.3/../../x"), std::string("a\0b", 3), std::string(300, 'x')}) {
     install(versie);
     EXPECT_EQ(fake.record.count("sh "), 0U) << versie;
   }
