@@ -47,18 +47,18 @@ test('an export is requested with its query, the key and the cookies of its host
 
 test('downloads of the same name that complete together are all kept and opened',
   async (user, screen) => {
-    const gate = join(user.folder, 'gate');
     const desktop = new Desktop(user);
     const paths = [1, 2, 3].map(stored);
     const layout = await user.startWithPage(paths.map((path) => link(path, path)).join(''),
       Object.fromEntries(paths.map((path) =>
-        [path, fileRoute(attachment('data.csv'), { gate, body: `begin of ${path} and end` })])));
+        [path, fileRoute(attachment('data.csv'),
+          { gate: user.gate, body: `begin of ${path} and end` })])));
     for (const path of paths) await screen.clickElement(layout, path);
     await waitFor('the first half of each file', () =>
       user.localServer.events('chunkSent').length === paths.length);
     assert.deepEqual(desktop.downloadedFiles(), [], 'no incomplete file is visible');
     assert.deepEqual(desktop.opened(), []);
-    writeFileSync(gate, '');
+    writeFileSync(user.gate, '');
     const names = ['data 2.csv', 'data 3.csv', 'data.csv'];
     const texts = [];
     for (const name of names) texts.push(await desktop.awaitOpenedFile(name));

@@ -66,16 +66,16 @@ async function trace(user, { pid }, name, number) {
 
 /// Starts the application, which checks for updates by itself and downloads the offered release.
 /// Traces it from the middle of the download on; `name` and `number` are those of trace(). The
-/// server sends the second half of the archive once the file `gate` exists. Returns whether the
+/// server sends the second half of the archive once the file `user.gate` exists. Returns whether the
 /// installation was complete, and the system calls.
-async function installTraced(user, screen, server, gate, name, number) {
-  rmSync(gate, { force: true });
+async function installTraced(user, screen, server, name, number) {
+  rmSync(user.gate, { force: true });
   const before = server.requestsTo(archivePath).length;
   const run = await user.startAndShowPage({ server });
   run.killExpected = true;
   await server.awaitRequest(archivePath, before + 1);
   const { tracer, calls } = await trace(user, run, name, number);
-  writeFileSync(gate, '');
+  writeFileSync(user.gate, '');
   await waitFor('the end of the application or the update notice', async () =>
     run.exit || (await screen.windows(updatedNotice)).length > 0);
   const isComplete = !run.exit;
@@ -118,10 +118,10 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
     };
     const oldBundle = fingerprint(user.bundle);
     const release = makeRelease(user);
-    const gate = join(user.folder, 'gate');
-    offerRelease(server, '1.1', { body: release, gate }, signatureMembers(release, key, '1.1'));
+    offerRelease(server, '1.1', { body: release, gate: user.gate },
+      signatureMembers(release, key, '1.1'));
 
-    const uninterrupted = await installTraced(user, screen, server, gate);
+    const uninterrupted = await installTraced(user, screen, server);
     assert.ok(uninterrupted.isComplete);
     const newBundle = fingerprint(user.bundle);
     assert.notEqual(newBundle, oldBundle);
@@ -134,7 +134,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
       for (const number of callNumbersToKillAt(name, uninterrupted.calls)) {
         // The application would remove an earlier run's folder, and make more calls than before.
         rmSync(updateFolder(user), { recursive: true, force: true });
-        const { isComplete } = await installTraced(user, screen, server, gate, name, number);
+        const { isComplete } = await installTraced(user, screen, server, name, number);
         const bundle = fingerprint(user.bundle);
         if (isComplete) {
           // This run made fewer than `number` calls of this name, so it was not killed.
@@ -161,7 +161,7 @@ test('SIGKILL at a system call that changes files leaves the old or the new bund
     }
     assert.ok(bundles.old > 0 && bundles.new > 0);
 
-    assert.ok((await installTraced(user, screen, server, gate)).isComplete);
+    assert.ok((await installTraced(user, screen, server)).isComplete);
     await acceptRestart(user, server);
     await quitRestartedApplication(user);
   });

@@ -39,16 +39,14 @@ test('the silent check after the start installs a later release',
 
 test('the new process starts after the old one has killed a server that ignores SIGTERM',
   { behaviour: { ignoresSignals: true } }, async (user, screen) => {
-    // The server sends the second half of the archive once this file exists.
-    const gate = join(user.folder, 'gate');
     const server = await useUpdateServer(user);
-    offerRelease(server, '1.1', { body: makeRelease(user), gate });
+    offerRelease(server, '1.1', { body: makeRelease(user), gate: user.gate });
     const run = await user.startAndShowPage({ server });
     await server.awaitRequest(archivePath);
     // The user changes to the local server during the download.
     await screen.answerAddressDialog('http://127.0.0.1:4767/');
     await user.localServer.awaitPainted();
-    writeFileSync(gate, '');
+    writeFileSync(user.gate, '');
     await screen.awaitPanel(updatedNotice);
 
     const pressed = Date.now();

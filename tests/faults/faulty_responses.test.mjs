@@ -2,7 +2,6 @@
 
 import assert from 'node:assert/strict';
 import { rmSync, writeFileSync } from 'node:fs';
-import { join } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
@@ -43,7 +42,7 @@ const faultyResponses = {
     // A probe has a timeout of 3 seconds.
     outcomes: { ...pending, probe: 'retried', manifest: undefined },
   },
-  // forEachResponse() replaces `true` by the path of the file `gate`.
+  // forEachResponse() replaces `true` by the path `user.gate`.
   'one byte a second': { route: { trickle: true }, outcomes: pending },
   // The application reads at most 64 MiB of the body of a probe or manifest.
   'endless body': {
@@ -54,14 +53,13 @@ const faultyResponses = {
 };
 
 /// Runs the body for each response that has an outcome for this request. The response of one byte
-/// a second completes once the file `gate` exists.
+/// a second completes once the file `user.gate` exists.
 async function forEachResponse(user, t, request, body) {
-  const gate = join(user.folder, 'gate');
   for (const [title, { route, outcomes }] of Object.entries(faultyResponses)) {
     const outcome = outcomes[request];
     if (!outcome) continue;
-    rmSync(gate, { force: true });
-    await body(route.trickle ? { trickle: gate } : route, outcome, gate);
+    rmSync(user.gate, { force: true });
+    await body(route.trickle ? { trickle: user.gate } : route, outcome);
     t.diagnostic(`${title}: ${outcome}`);
   }
 }
@@ -70,7 +68,7 @@ test('faulty responses to a probe are retried, awaited or accepted', async (user
   const { localServer } = user;
   const probeCount = () => localServer.requestsTo('/api/wie').length;
   await user.startAndShowPage();
-  await forEachResponse(user, t, 'probe', async (route, outcome, gate) => {
+  await forEachResponse(user, t, 'probe', async (route, outcome) => {
     await user.crashServer();
     const paints = localServer.paintCount();
     const before = probeCount();
@@ -89,7 +87,7 @@ test('faulty responses to a probe are retried, awaited or accepted', async (user
       assert.equal(localServer.paintCount(), paints);
     }
     localServer.setRoutes();
-    writeFileSync(gate, '');
+    writeFileSync(user.gate, '');
     await localServer.awaitPainted(paints + 1);
     if (outcome !== 'retried') assert.equal(probeCount(), before + 1);
   });
@@ -156,7 +154,7 @@ test('faulty responses to a download leave no partial file', async (user, screen
 
 test('faulty manifest responses are reported, awaited or accepted', async (user, screen, t) => {
   const server = await startWithUpdateServer(user);
-  await forEachResponse(user, t, 'manifest', async (route, outcome, gate) => {
+  await forEachResponse(user, t, 'manifest', async (route, outcome) => {
     const body = JSON.stringify({ versie: '1.0', zip: 'x.zip' });
     server.routes[manifestPath] = { body, ...route };
     if (outcome !== 'waits') {
@@ -170,7 +168,7 @@ test('faulty manifest responses are reported, awaited or accepted', async (user,
     // The page can be reloaded during the check, and the notice comes after the whole response.
     await user.reload(server);
     assert.deepEqual(await screen.windows(upToDateNotice()), []);
-    writeFileSync(gate, '');
+    writeFileSync(user.gate, '');
     await screen.awaitPanel(upToDateNotice());
     await screen.closePanel(upToDateNotice());
   });

@@ -2,7 +2,6 @@
 
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
-import { join } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { link } from '../support/desktop/page.mjs';
@@ -67,15 +66,14 @@ export const jobs = {
   downloading: {
     async begin(context) {
       const { user, screen, startOptions } = context;
-      context.gate = join(user.folder, 'gate');
       context.desktop = new Desktop(user);
       const layout = await user.startWithPage(link('file', filePath),
-        { [filePath]: { ...csv, gate: context.gate } }, startOptions);
+        { [filePath]: { ...csv, gate: user.gate } }, startOptions);
       await screen.clickElement(layout, 'file');
       await user.localServer.awaitRequest(filePath);
     },
-    async finish({ gate, desktop }) {
-      writeFileSync(gate, '');
+    async finish({ user, desktop }) {
+      writeFileSync(user.gate, '');
       const text = await desktop.awaitOpenedFile('file.csv');
       assert.ok(text === csv.body, 'the file is complete');
     },
@@ -88,16 +86,15 @@ export const jobs = {
   updating: {
     async begin(context) {
       const { user, startOptions } = context;
-      context.gate = join(user.folder, 'gate');
       const server = await useUpdateServer(user);
       context.oldBundle = fingerprint(user.bundle);
-      offerRelease(server, '1.1', { body: makeRelease(user), gate: context.gate });
+      offerRelease(server, '1.1', { body: makeRelease(user), gate: user.gate });
       user.start(startOptions);
       // The silent check for updates after the start finds the release.
       await server.awaitRequest(archivePath);
     },
-    async finish({ user, screen, gate }) {
-      writeFileSync(gate, '');
+    async finish({ user, screen }) {
+      writeFileSync(user.gate, '');
       await screen.awaitPanel(updatedNotice);
       assert.equal(user.installedVersion(), '1.1');
     },

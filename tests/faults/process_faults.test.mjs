@@ -4,7 +4,6 @@
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
 import { writeFileSync } from 'node:fs';
-import { join } from 'node:path';
 import { setTimeout as pause } from 'node:timers/promises';
 
 import { withSessionBus } from '../support/desktop/bus.mjs';
@@ -169,12 +168,11 @@ for (const [situation, response] of Object.entries(interruptedResponses)) {
   test(`Control-R recovers when the network process is killed during a load that ${situation}`,
     async (user, screen) => {
       await jobs.showing.begin({ user, screen });
-      const gate = join(user.folder, 'gate');
-      user.localServer.setRoutes({ '/': response(gate) });
+      user.localServer.setRoutes({ '/': response(user.gate) });
       await screen.pressKeys('ctrl+r');
       await user.localServer.awaitRequest('/', 2);
       await user.killProcess(user.processesNamed('WebKitNetworkProcess')[0].pid);
-      writeFileSync(gate, '');
+      writeFileSync(user.gate, '');
       user.localServer.setRoutes();
       await jobs.showing.finish({ user, screen });
       assert.equal(user.localServer.events('started').length, 1, 'number of server starts');

@@ -46,6 +46,8 @@ export class User {
     this.cleanups = [];
     this.environment = createUserEnvironment(this.folder, screen.display);
     this.home = this.environment.HOME;
+    // For routes with a `gate` (responses.mjs). The test creates the file.
+    this.gate = join(this.folder, 'gate');
     this.localServer = new LocalServer(join(this.folder, 'data root'), behaviour);
     Object.assign(this.environment, {
       ORVEL_OS_ROOT: this.localServer.dataRoot,
