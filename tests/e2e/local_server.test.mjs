@@ -7,26 +7,13 @@ import { existsSync, mkdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import {
-  awaitErrorPage, endedServerMessage, missingServerMessage,
-} from '../support/desktop/error_page.mjs';
+import { awaitErrorPage, endedServerMessage } from '../support/desktop/error_page.mjs';
 import { withPortHolder } from '../support/desktop/port_holder.mjs';
 import { PORT, describePortHolders, isRunning } from '../support/desktop/processes.mjs';
 
 const { test } = desktopTests();
 
-test('without a server script the error page asks for an online address', { behaviour: null },
-  async (user, screen) => {
-    user.start();
-    await awaitErrorPage(screen, missingServerMessage);
-
-    // Once there is a script, Control-R starts it.
-    user.localServer.installServer();
-    await screen.pressKeys('ctrl+r');
-    await user.localServer.awaitPainted();
-  });
-
-test('the error page shows the exit code or signal of a server, which Control-R starts again',
+test('the error page shows the exit code of a server, which Control-R starts again',
   { behaviour: { exitCode: 1 } }, async (user, screen) => {
     user.start();
     await user.localServer.awaitServerExit();
@@ -36,15 +23,11 @@ test('the error page shows the exit code or signal of a server, which Control-R 
     await user.localServer.awaitPainted();
     assert.equal(user.localServer.events('started').length, 2);
 
-    await user.crashServer();
-    await screen.pressKeys('ctrl+r');
-    await user.localServer.awaitPainted(2);
-    assert.equal(user.localServer.events('started').length, 3);
     const probes = user.localServer.requestsTo('/api/wie').length;
 
     await screen.pressKeys('ctrl+r');
-    await user.localServer.awaitPainted(3);
-    assert.equal(user.localServer.events('started').length, 3,
+    await user.localServer.awaitPainted(2);
+    assert.equal(user.localServer.events('started').length, 2,
       'a running server is not started again');
     assert.equal(user.localServer.requestsTo('/api/wie').length, probes, 'a reload does not probe');
   });

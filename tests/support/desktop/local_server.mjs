@@ -25,10 +25,7 @@ export class LocalServer extends TestServer {
     this.log = join(dataRoot, 'v3/.local/server.log');
     this.recordPath = join(dataRoot, 'v3/record.jsonl');
     mkdirSync(join(dataRoot, 'v3'), { recursive: true });
-    if (behaviour !== null) this.installServer(behaviour);
-  }
-
-  installServer(behaviour = {}) {
+    if (behaviour === null) return;
     copyFileSync(join(supportFolder, 'fixture_server.mjs'), this.script);
     for (const module of ['responses.mjs', 'page.mjs']) {
       copyFileSync(join(supportFolder, module), join(this.dataRoot, 'v3', module));
