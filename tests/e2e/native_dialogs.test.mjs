@@ -4,7 +4,7 @@ import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { button, link } from '../support/desktop/page.mjs';
-import { quitActions } from '../support/desktop/quit_actions.mjs';
+import { kill } from '../support/desktop/processes.mjs';
 import { repeatUntil, waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests({ accessibility: true });
@@ -42,25 +42,20 @@ async function openInspector(screen) {
   return extents;
 }
 
-/// A click on the element "open" of `page` opens the dialog, and `open` waits for it. With an
-/// empty page, `open` itself opens the inspector.
+/// A page whose element "open" opens the chooser of an input element.
+const chooser = (attributes) =>
+  `${button('open', 'chooser.click()')}<input id="chooser" ${attributes}>`;
+
+/// A click on the element "open" of `page` opens the dialog, and `open` waits for it, by default
+/// for a second window. With an empty page, `open` itself opens the inspector.
 const dialogs = {
   'a panel of the page': {
     page: button('open', "confirm('Continue?')"),
     open: (screen) => screen.awaitPanel('Continue?'),
   },
-  'the print dialog': {
-    page: button('open', 'print()'),
-    open: (screen) => screen.awaitSecondWindow(),
-  },
-  'the file chooser': {
-    page: `${button('open', 'chooser.click()')}<input id="chooser" type="file">`,
-    open: (screen) => screen.awaitSecondWindow(),
-  },
-  'the colour chooser': {
-    page: `${button('open', 'chooser.click()')}<input id="chooser" type="color">`,
-    open: (screen) => screen.awaitSecondWindow(),
-  },
+  'the print dialog': { page: button('open', 'print()') },
+  'the file chooser': { page: chooser('type="file"') },
+  'the colour chooser': { page: chooser('type="color"') },
   'the authentication dialog': { page: secretLink, open: awaitAuthenticationDialog },
   'the attached inspector': { page: '', open: openInspector },
   'the detached inspector': {
@@ -79,19 +74,21 @@ const dialogs = {
 };
 
 /// The actions that quit, each a function of the run and the screen.
-const quitActionsWithDialog = {
-  'Control-Q': quitActions['Control-Q'],
-  SIGTERM: quitActions.SIGTERM,
-  'closing the main window': (run, screen) => screen.closeMainWindow(),
+const quitActions = {
+  'Control-Q': (run, screen) => screen.pressKeys('ctrl+q'),
+  SIGTERM: (run) => kill(run.pid, 'SIGTERM'),
+  // As a task bar does, whichever window has the focus.
+  'closing the main window': async (run, screen) =>
+    screen.runTool('wmctrl', '-i', '-c', await screen.awaitWindow()),
 };
 
 for (const [dialog, { page, open }] of Object.entries(dialogs)) {
-  for (const [action, quit] of Object.entries(quitActionsWithDialog)) {
+  for (const [action, quit] of Object.entries(quitActions)) {
     test(`${action} quits while ${dialog} is open`, async (user, screen) => {
       const layout = await user.startWithPage(page, routes);
       await screen.awaitPageOnScreen(...uncoveredPoint);
       if (page) await screen.clickElement(layout, 'open');
-      await open(screen);
+      await (open ? open(screen) : screen.awaitSecondWindow());
       await quit(user.run, screen);
       await user.awaitCleanExit();
       await user.localServer.awaitServerExit();
@@ -141,8 +138,8 @@ test('the authentication dialog sends name and password; once closed, the page g
   });
 
 test('a cancelled file chooser fires the cancel event and opens again', async (user, screen) => {
-  const layout = await user.startWithPage(`${button('open', 'chooser.click()')}
-    <input id="chooser" type="file" oncancel="report('cancelled')">`);
+  const page = chooser(`type="file" oncancel="report('cancelled')"`);
+  const layout = await user.startWithPage(page);
   for (let round = 1; round <= 2; round += 1) {
     await screen.clickElement(layout, 'open');
     await screen.awaitSecondWindow();

@@ -5,11 +5,23 @@ import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { isRunning, kill } from '../support/desktop/processes.mjs';
-import { quitActions } from '../support/desktop/quit_actions.mjs';
 import { Screen } from '../support/desktop/screen.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
 const { test } = desktopTests();
+
+const press = (keys) => (run, screen) => screen.pressKeys(keys);
+const send = (signal) => (run) => kill(run.pid, signal);
+
+/// The ways in which a user or the system quits the application.
+const quitActions = {
+  'Control-Q': press('ctrl+q'),
+  // The window manager handles this key. It asks the window to close, as its close button does.
+  'Alt-F4': press('alt+F4'),
+  SIGTERM: send('SIGTERM'),
+  SIGINT: send('SIGINT'),
+  SIGHUP: send('SIGHUP'),
+};
 
 const receivedSignals = (user) => user.localServer.events('signal').map(({ signal }) => signal);
 

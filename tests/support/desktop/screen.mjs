@@ -156,12 +156,6 @@ export class Screen {
     return { x, y, width, height };
   }
 
-  /// Asks the application to close its main window, as a task bar does, whichever window has
-  /// the focus.
-  async closeMainWindow() {
-    await this.runTool('wmctrl', '-i', '-c', await this.awaitWindow());
-  }
-
   /// Waits until there is one window beside the main one and it has the focus, and returns its ID.
   async awaitSecondWindow() {
     const main = await this.awaitWindow();
