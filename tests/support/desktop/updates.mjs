@@ -11,23 +11,21 @@ export const archivePath = '/download/orvel-os.zip';
 export const updatedNotice = 'Orvel OS is bijgewerkt naar 1.1';
 export const checkFailedNotice = 'Kon niet controleren op updates.';
 export const upToDateNotice = (version = '1.0') => `Orvel OS ${version} is de nieuwste versie.`;
-const updateMenuItem = 'Zoek naar update…';
 
 /// Sets the version of the user's application to 1.0 and its server to a new online one, which
-/// offers no later release yet. Returns the server, whose `routes` the test may change.
-export async function useUpdateServer(user) {
+/// offers no later release yet. Returns the server, whose `routes` the test may change. `members`
+/// are additional members of the manifest.
+export async function useUpdateServer(user, members) {
   const server = await user.openOnlineServer();
-  offerNoLaterRelease(server);
+  offerNoLaterRelease(server, members);
   user.setPlistValues({ ORVELOSURL: server.address, CFBundleShortVersionString: '1.0' });
   return server;
 }
 
 /// Starts the application with an update server, and waits for the silent check for updates, four
-/// seconds after the start. The server offers no later release to this check. `members` are
-/// additional members of the manifest.
+/// seconds after the start. The arguments and the result are those of useUpdateServer().
 export async function startWithUpdateServer(user, members) {
-  const server = await useUpdateServer(user);
-  offerNoLaterRelease(server, members);
+  const server = await useUpdateServer(user, members);
   await user.startAndShowPage({ server });
   await server.awaitRequest(manifestPath);
   return server;
@@ -56,7 +54,7 @@ function applicationInstances(user) {
 }
 
 /// Chooses the menu item that checks for updates.
-export const beginUpdateCheck = (screen) => screen.chooseApplicationMenuItem(updateMenuItem);
+export const beginUpdateCheck = (screen) => screen.chooseApplicationMenuItem('Zoek naar update…');
 
 /// Checks for updates from the menu and closes the expected notice.
 export async function checkAndCloseNotice(screen, notice) {
