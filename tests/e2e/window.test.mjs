@@ -39,10 +39,9 @@ test('each editing key changes the focused field once', async (user, screen) => 
   }
 });
 
-/// Waits until the last reported height of the page satisfies a predicate.
-async function awaitPageHeight(user, what, isExpected) {
-  await waitFor(what, () => isExpected(user.localServer.reported('size').at(-1)?.height));
-}
+/// Waits until the page no longer fills the screen.
+const awaitHeaderBar = (user, screen) => waitFor('a page below the header bar', () =>
+  user.localServer.reported('size').at(-1).height < screen.screenshot().height);
 
 async function isFullScreen(screen, window) {
   const state = await screen.property(window ?? await screen.awaitWindow(), '_NET_WM_STATE');
@@ -157,7 +156,7 @@ test('full screen by F11: the pointer at the top edge shows the menu bar', async
   await screen.type('abc');
   await user.localServer.awaitFieldText('abc');
   await screen.pressKeys('F11');
-  await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
+  await awaitHeaderBar(user, screen);
   assert.ok(!(await isFullScreen(screen)));
   await awaitBarShown(screen);
 });
@@ -183,6 +182,5 @@ test('full screen by Control-Super-F: F10 shows a usable menu bar', async (user,
     () => screen.accessibility.findWidget({ name: 'Herlaad', focused: true }), { interval: 1000 });
   // The second item is "Schermvullend".
   await screen.pressKeys('Down', 'Return');
-  const screenHeight = screen.screenshot().height;
-  await awaitPageHeight(user, 'a page below the header bar', (height) => height < screenHeight);
+  await awaitHeaderBar(user, screen);
 });
