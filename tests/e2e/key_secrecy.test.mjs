@@ -2,17 +2,15 @@
 // exposes the key nowhere else except in the user agent of the web view, which every host gets.
 
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
-import { chmodSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { join, relative } from 'node:path';
 
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
-import {
-  awaitErrorPage, endedServerMessage, unresponsiveServerMessage,
-} from '../support/desktop/error_page.mjs';
+import { awaitErrorPage, unresponsiveServerMessage } from '../support/desktop/error_page.mjs';
 import { link } from '../support/desktop/page.mjs';
-import { kill, readOrEmpty } from '../support/desktop/processes.mjs';
+import { filesBelow } from '../support/desktop/leftovers.mjs';
+import { pathOf, readOrEmpty } from '../support/desktop/processes.mjs';
 import { csvRoute } from '../support/desktop/responses.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
@@ -48,24 +46,12 @@ function createLoggingPrograms(user) {
   const log = join(user.folder, 'programs.log');
   mkdirSync(folder);
   for (const name of ['lsof', 'ps', 'node']) {
-    const { stdout } = spawnSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' });
-    const path = join(folder, name);
-    writeFileSync(path, `#!/bin/sh
+    writeFileSync(join(folder, name), `#!/bin/sh
 for process in $$ $PPID; do cat /proc/$process/cmdline /proc/$process/environ; done >>'${log}'
-exec '${stdout.trim()}' "$@"
-`);
-    chmodSync(path, 0o755);
+exec '${pathOf(name)}' "$@"
+`, { mode: 0o755 });
   }
   return { PATH: `${folder}:${process.env.PATH}`, log };
-}
-
-/// Returns the files below a folder that contain the key.
-function filesWithKey(folder) {
-  return readdirSync(folder, { withFileTypes: true }).flatMap((entry) => {
-    const path = join(folder, entry.name);
-    if (entry.isDirectory()) return filesWithKey(path);
-    return entry.isFile() && readFileSync(path, 'latin1').includes(APP_KEY) ? [path] : [];
-  });
 }
 
 test('the key is in no command line, environment, log or message, and in expected files only',
@@ -77,13 +63,11 @@ test('the key is in no command line, environment, log or message, and in expecte
       { '/api/export': csvRoute() }, { environment: { PATH } });
     // "one;two" is the default body of csvRoute().
     assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
-    const { pid, env, argv } = await user.localServer.awaitStarted();
+    const { env, argv } = await user.localServer.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
-    // awaitErrorPage() compares the whole text of the page, so the key is not in it. kill() sends
-    // SIGKILL, 9.
-    kill(pid);
-    await awaitErrorPage(screen, endedServerMessage(9));
+    // Both error pages are compared with their whole text, so the key is not in them.
+    await user.crashServer();
     user.localServer.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');
     await awaitErrorPage(screen, unresponsiveServerMessage);
@@ -106,7 +90,9 @@ test('the key is in no command line, environment, log or message, and in expecte
     // The bundle's settings, the server's record of its requests, and the web view's cookies.
     const expected = [/^folder with spaces\/.*\/Info\.plist$/, /^data root\/v3\/record\.jsonl$/,
       /^data\/.*cookies[^/]*$/];
-    const files = filesWithKey(user.folder).map((path) => relative(user.folder, path));
+    const files = filesBelow(user.folder)
+      .filter((path) => readFileSync(path, 'latin1').includes(APP_KEY))
+      .map((path) => relative(user.folder, path));
     assert.ok(files.some((path) => path.endsWith('record.jsonl')), 'the search finds the key');
     assert.deepEqual(
       files.filter((path) => !expected.some((pattern) => pattern.test(path))), []);

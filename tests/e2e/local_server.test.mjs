@@ -2,14 +2,13 @@
 // user. After a start the application probes the server (/api/wie) until it responds.
 
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
 import { existsSync, mkdirSync, symlinkSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { awaitErrorPage, endedServerMessage } from '../support/desktop/error_page.mjs';
 import { withPortHolder } from '../support/desktop/port_holder.mjs';
-import { PORT, describePortHolders, isRunning } from '../support/desktop/processes.mjs';
+import { PORT, describePortHolders, isRunning, pathOf } from '../support/desktop/processes.mjs';
 
 const { test } = desktopTests();
 
@@ -37,8 +36,7 @@ function programsWithoutNode(user) {
   const folder = join(user.folder, 'programs');
   mkdirSync(folder);
   for (const name of ['lsof', 'ps']) {
-    const { stdout } = spawnSync('sh', ['-c', `command -v ${name}`], { encoding: 'utf8' });
-    symlinkSync(stdout.trim(), join(folder, name));
+    symlinkSync(pathOf(name), join(folder, name));
   }
   return folder;
 }

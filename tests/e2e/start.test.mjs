@@ -9,6 +9,7 @@ import { fileURLToPath } from 'node:url';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { pageColour } from '../support/desktop/page.mjs';
+import { filesOpenForWriting } from '../support/desktop/processes.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
 import { waitFor } from '../support/desktop/wait.mjs';
 
@@ -63,7 +64,8 @@ test('the first start launches and probes the server, sets the cookie and shows 
     assert.ok(layout.agent.endsWith(` ORVELOS/${APP_KEY}`), layout.agent);
     assert.ok(layout.cookies.includes(`orvelapp=${APP_KEY}`), String(layout.cookies));
 
-    assert.deepEqual(user.filesWrittenOutsideFolder(), []);
+    const written = user.processes().flatMap(({ pid }) => filesOpenForWriting(pid));
+    assert.deepEqual(written.filter((path) => !path.startsWith(`${user.folder}/`)), []);
     // The fixture server prints one line on each output. '' follows the last line feed.
     const logLines = readFileSync(user.localServer.log, 'utf8').split('\n').sort();
     assert.deepEqual(logLines, ['', 'line on standard error', 'line on standard output']);

@@ -1,13 +1,12 @@
 // Unusable folders, damaged files, full disks and a clock that jumps.
 
 import assert from 'node:assert/strict';
-import {
-  existsSync, mkdirSync, readFileSync, readdirSync, renameSync, statSync, writeFileSync,
-} from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, renameSync, statSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';
 import { awaitErrorPage, missingServerMessage } from '../support/desktop/error_page.mjs';
+import { filesBelow } from '../support/desktop/leftovers.mjs';
 import { LocalServer } from '../support/desktop/local_server.mjs';
 import {
   fullDiskWrapper, mountWrapper, readOnlyWrapper, skipWithoutMounts,
@@ -101,7 +100,7 @@ for (const whileRunning of [false, true]) {
     // A write of the window frame that is in progress would replace the damaged file.
     if (whileRunning) await waitFor('the stored window frame', () => existsSync(defaultsFile));
     else await user.quit();
-    const files = user.dataFiles();
+    const files = filesBelow(user.environment.XDG_DATA_HOME);
     assert.ok(files.some((path) => path.endsWith('cookies.sqlite')));
     mkdirSync(dirname(defaultsFile), { recursive: true });
     for (const path of [...files, defaultsFile]) writeFileSync(path, garbage);
@@ -133,20 +132,6 @@ test('with full disks the page is shown', { skip: skipWithoutMounts }, async (us
 /// The size in bytes of the file system on which releases are unpacked.
 const diskSize = 128 << 20;
 
-/// Returns a small archive of a bundle that needs more space than the disk has.
-const makeTooLargeRelease = (user) => makeRelease(user, {
-  alter: (bundle) =>
-    writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * diskSize)),
-});
-
-/// Returns the size on disk, in bytes, of the only file with this name below a folder.
-function sizeOnDisk(name, folder) {
-  const [path] = readdirSync(folder, { recursive: true }).filter((each) => each.endsWith(name));
-  // The unit of st_blocks (stat(2)).
-  const blockSize = 512;
-  return statSync(join(folder, path)).blocks * blockSize;
-}
-
 test('a release too large for the disk changes nothing, and a smaller one is installed',
   { skip: skipWithoutMounts }, async (user, screen) => {
     const temporary = join(user.environment.XDG_CACHE_HOME, 'nl.orvel.os/temporary');
@@ -154,7 +139,11 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     const wrapper = mountWrapper(`mount -t tmpfs -o size=${diskSize} none "$1"`, temporary);
     const server = await useUpdateServer(user);
     const oldBundle = fingerprint(user.bundle);
-    offerRelease(server, '1.1', makeTooLargeRelease(user));
+    // The archive is small, because the file consists of zeros.
+    offerRelease(server, '1.1', makeRelease(user, {
+      alter: (bundle) =>
+        writeFileSync(join(bundle, 'Contents/Resources/large'), Buffer.alloc(2 * diskSize)),
+    }));
     await user.startAndShowPage({ server, wrapper });
     // The silent check for updates after the start finds the release.
     await server.awaitRequest(archivePath);
@@ -164,7 +153,10 @@ test('a release too large for the disk changes nothing, and a smaller one is ins
     assert.equal(fingerprint(user.bundle), oldBundle);
     // The partial file stays until the next installation. The mount is visible only through the
     // root folder of the application's process.
-    const stored = sizeOnDisk('large', `/proc/${user.run.pid}/root${temporary}`);
+    const partial = filesBelow(`/proc/${user.run.pid}/root${temporary}`)
+      .find((path) => path.endsWith('large'));
+    // The unit of st_blocks (stat(2)) is 512 bytes.
+    const stored = statSync(partial).blocks * 512;
     assert.ok(stored > 0 && stored < diskSize, `the partial file takes ${stored} bytes`);
     offerRelease(server, '1.1', makeRelease(user));
     await beginUpdateCheck(screen);

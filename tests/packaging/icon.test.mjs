@@ -6,8 +6,9 @@ import { existsSync, readFileSync, readdirSync, statSync } from 'node:fs';
 import { afterEach, beforeEach, test } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
+import { pathOf } from '../support/desktop/processes.mjs';
 import { decodePng } from '../support/image.mjs';
-import { ScriptFixture, assertFailed, assertSucceeded, pathOf } from './script_fixture.mjs';
+import { ScriptFixture, assertFailed, assertSucceeded } from './script_fixture.mjs';
 
 const committedIcon = fileURLToPath(new URL('../../packaging/macos/orvel-os.icns', import.meta.url));
 const skip = pathOf('rsvg-convert') === '' ? 'rsvg-convert is not installed' : false;

@@ -11,17 +11,13 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
+import { pathOf } from '../support/desktop/processes.mjs';
+
 const sources = fileURLToPath(new URL('../..', import.meta.url));
 
 // The system tools that the scripts may use on every system. PATH has no others.
 const systemTools = ['awk', 'bash', 'cat', 'chmod', 'cp', 'date', 'dirname', 'env', 'find', 'git',
   'grep', 'mkdir', 'mktemp', 'mv', 'node', 'ps', 'rm', 'sed', 'sleep', 'sort', 'tail', 'touch'];
-
-/// Returns the path of a program, or '' if it is not installed.
-export function pathOf(program) {
-  const { stdout } = spawnSync('sh', ['-c', 'command -v "$0"', program], { encoding: 'utf8' });
-  return stdout.trim();
-}
 
 /// Asserts that a script succeeded and returns its standard output. `result` is that of spawnSync.
 export function assertSucceeded(result) {

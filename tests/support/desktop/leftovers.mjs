@@ -1,8 +1,8 @@
-// The check that the ended application has left nothing behind.
+// The files that the application writes, and the check that it has left nothing behind.
 
 import assert from 'node:assert/strict';
-import { readdirSync } from 'node:fs';
-import { dirname } from 'node:path';
+import { readdirSync, statSync } from 'node:fs';
+import { dirname, join } from 'node:path';
 
 /// Returns the messages about failed assertions, without those of known bugs:
 /// - After a connection reset, libsoup completes a request twice (3.2.3) or uses a freed feature of
@@ -20,6 +20,11 @@ function failedAssertions(output) {
   return output.split('\n').filter((line) =>
     /CRITICAL|Assertion|terminate called|Sanitizer/.test(line) && !isKnown(line));
 }
+
+/// Returns the paths of the files below a folder.
+export const filesBelow = (folder) =>
+  readdirSync(folder, { recursive: true }).map((name) => join(folder, name))
+    .filter((path) => statSync(path, { throwIfNoEntry: false })?.isFile());
 
 /// Returns the paths below a folder that match a pattern.
 const pathsMatching = (folder, pattern) =>

@@ -1,5 +1,6 @@
-// The processes and listening ports of this machine, read from /proc.
+// The programs, processes and listening ports of this machine.
 
+import { spawnSync } from 'node:child_process';
 import { constants, readdirSync, readFileSync, readlinkSync } from 'node:fs';
 import { networkInterfaces } from 'node:os';
 
@@ -11,6 +12,12 @@ export const PORT = 4767;
 /// Whether this machine has the loopback address ::1.
 export const hasIpv6 =
   Object.values(networkInterfaces()).flat().some(({ address }) => address === '::1');
+
+/// Returns the path of a program, or '' if it is not installed.
+export function pathOf(program) {
+  const { stdout } = spawnSync('sh', ['-c', 'command -v "$0"', program], { encoding: 'utf8' });
+  return stdout.trim();
+}
 
 /// Returns the text of a file, or '' when it cannot be read. The files of a process in /proc
 /// disappear when it ends.

@@ -3,7 +3,7 @@
 
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { cpSync, existsSync, mkdtempSync, readdirSync, rmSync, statSync } from 'node:fs';
+import { cpSync, existsSync, mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
 
@@ -11,9 +11,7 @@ import { createUserEnvironment } from './environment.mjs';
 import { awaitErrorPage, endedServerMessage } from './error_page.mjs';
 import { LocalServer } from './local_server.mjs';
 import { OnlineServer } from './online_server.mjs';
-import {
-  filesOpenForWriting, hasZombie, isRunning, kill, markedProcesses, peakMemory,
-} from './processes.mjs';
+import { hasZombie, isRunning, kill, markedProcesses, peakMemory } from './processes.mjs';
 import { plistValue, setPlistValue } from './release.mjs';
 import { failWaits, repeatUntil, waitFor } from './wait.mjs';
 
@@ -76,13 +74,6 @@ export class User {
   /// The file with the user's settings.
   get defaultsFile() {
     return join(this.environment.XDG_CONFIG_HOME, 'nl.orvel.os/defaults.ini');
-  }
-
-  /// Returns the files in the user's XDG data folder.
-  dataFiles() {
-    const folder = this.environment.XDG_DATA_HOME;
-    return readdirSync(folder, { recursive: true }).map((name) => join(folder, name))
-      .filter((path) => statSync(path, { throwIfNoEntry: false })?.isFile());
   }
 
   /// Opens an OnlineServer that is closed at the end of the test.
@@ -223,13 +214,6 @@ export class User {
   async killProcess(pid) {
     kill(pid);
     await waitFor(`the end of process ${pid}`, () => !isRunning(pid));
-  }
-
-  /// Returns the files outside the user's folder that the user's processes have open for writing.
-  filesWrittenOutsideFolder() {
-    return this.processes()
-      .flatMap(({ pid }) => filesOpenForWriting(pid))
-      .filter((path) => !path.startsWith(`${this.folder}/`));
   }
 
   /// Waits for the end of the application and all its descendants.
