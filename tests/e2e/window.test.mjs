@@ -41,7 +41,7 @@ test('each editing key changes the focused field once', async (user, screen) => 
 
 /// Waits until the page no longer fills the screen.
 const awaitHeaderBar = (user, screen) => waitFor('a page below the header bar', () =>
-  user.localServer.reported('size').at(-1).height < screen.screenshot().height);
+  user.localServer.reported('size').at(-1)?.height < screen.screenshot().height);
 
 async function isFullScreen(screen, window) {
   const state = await screen.property(window ?? await screen.awaitWindow(), '_NET_WM_STATE');
