@@ -1,5 +1,3 @@
-// Starts the demo server on a free port and sends requests to it.
-
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';

@@ -1,5 +1,3 @@
-// Downloads: their requests, names and files, and downloads that fail.
-
 import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';

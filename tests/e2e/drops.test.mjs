@@ -1,5 +1,3 @@
-// Files and links that are dropped on the window.
-
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
 import { writeFileSync } from 'node:fs';

@@ -1,5 +1,3 @@
-// The dialogs of alert and confirm, and work while a dialog is open.
-
 import assert from 'node:assert/strict';
 
 import { desktopTests } from '../support/desktop/desktop_test.mjs';

@@ -1,5 +1,3 @@
-// Printing with window.print().
-
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { existsSync, readFileSync } from 'node:fs';

@@ -1,5 +1,3 @@
-// A proxy in the environment: no request to this machine reaches it.
-
 import assert from 'node:assert/strict';
 import { createServer } from 'node:http';
 

@@ -1,5 +1,3 @@
-// Faulty responses to each request that the application makes.
-
 import assert from 'node:assert/strict';
 import { rmSync, writeFileSync } from 'node:fs';
 

@@ -1,5 +1,3 @@
-// Quits during the launch, many starts and quits, and many reloads.
-
 import assert from 'node:assert/strict';
 
 import { desktopTests, isLongForm } from '../support/desktop/desktop_test.mjs';

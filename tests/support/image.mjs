@@ -1,5 +1,3 @@
-// Pixels of screenshots and of PNG files.
-
 import assert from 'node:assert/strict';
 import { closeSync, fstatSync, openSync, readSync } from 'node:fs';
 import { inflateSync } from 'node:zlib';

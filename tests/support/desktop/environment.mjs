@@ -1,5 +1,3 @@
-// The folders and the environment of a user.
-
 import { spawnSync } from 'node:child_process';
 import { mkdirSync } from 'node:fs';
 import { join } from 'node:path';

@@ -1,5 +1,3 @@
-// A process that listens on the port of the application's server.
-
 import { spawn } from 'node:child_process';
 
 import { PORT, describePortHolders, isRunning, kill } from './processes.mjs';
