@@ -8,8 +8,8 @@ import { join, relative } from 'node:path';
 import { Desktop } from '../support/desktop/default_apps.mjs';
 import { desktopTests } from '../support/desktop/desktop_test.mjs';
 import { awaitErrorPage, unresponsiveServerMessage } from '../support/desktop/error_page.mjs';
-import { link } from '../support/desktop/page.mjs';
 import { filesBelow } from '../support/desktop/leftovers.mjs';
+import { link } from '../support/desktop/page.mjs';
 import { pathOf, readOrEmpty } from '../support/desktop/processes.mjs';
 import { csvRoute } from '../support/desktop/responses.mjs';
 import { APP_KEY } from '../support/desktop/user.mjs';
@@ -31,7 +31,8 @@ function watchProcesses(user) {
       seen.all.add(name);
       if (readableText(pid).includes(APP_KEY)) seen.withKey.add(name);
     }
-  }, 20);
+    // Unreferenced, so that it does not keep Node running after a failed test.
+  }, 20).unref();
   return () => {
     clearInterval(timer);
     return seen;
