@@ -72,8 +72,8 @@ bool replaceBundle(const Platform &platform, const std::string &archive, const R
     return false;
   }
   // isSigned has verified the archive, but not the version and public key in its Info.plist.
-  if (publicKey && !matchesSignature(*information, release.versie, runningVersion,
-                                     release.signature, *publicKey)) {
+  if (publicKey && !matchesRelease(*information, release.versie, runningVersion, release.signature,
+                                   *publicKey)) {
     return false;
   }
   // Without this check, a server could replace a code-signed application by one of any origin.

@@ -25,9 +25,9 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
   return verify(publicKey, message, *signature.handtekening);
 }
 
-bool matchesSignature(const TextMap &information, std::string_view versie,
-                      std::string_view runningVersion, const ReleaseSignature &signature,
-                      std::string_view publicKey) {
+bool matchesRelease(const TextMap &information, std::string_view versie,
+                    std::string_view runningVersion, const ReleaseSignature &signature,
+                    std::string_view publicKey) {
   return find(information, "CFBundleShortVersionString") == versie &&
          nieuwer(versie, runningVersion) &&
          (find(information, updateKeyEntry) == publicKey ||

@@ -38,8 +38,8 @@ bool isSigned(const std::string &archive, std::string_view versie, std::string_v
 /// (`versie`), `versie` is later than the running version, and the public key in the Info.plist is
 /// `publicKey` or `signature.sleutel`. Without the first check, a release whose Info.plist has an
 /// older version than `versie` would be installed again at every update check. Any thread.
-bool matchesSignature(const TextMap &information, std::string_view versie,
-                      std::string_view runningVersion, const ReleaseSignature &signature,
-                      std::string_view publicKey);
+bool matchesRelease(const TextMap &information, std::string_view versie,
+                    std::string_view runningVersion, const ReleaseSignature &signature,
+                    std::string_view publicKey);
 
 }  // namespace orvel

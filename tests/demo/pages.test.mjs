@@ -10,9 +10,10 @@ let server;
 before(async () => { server = await startServer(); });
 after(() => server.stop());
 
-/// Returns the paths on this server to which a page links or that it embeds.
+/// Returns the paths, without fragments, to which a page links or that it embeds. Leaves out URLs
+/// of other hosts. `data-argument` is the path that a button of the page uses.
 function linkedPaths(text) {
-  return [...text.matchAll(/(?:href|src|action|data-argument)="(\/[^"/][^"#]*|\/)[^"]*"/g)]
+  return [...text.matchAll(/(?:href|src|action|data-argument)="(\/(?!\/)[^"#]*)/g)]
     .map(([, path]) => path.replaceAll('&amp;', '&'));
 }
 

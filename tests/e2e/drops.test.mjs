@@ -42,7 +42,7 @@ async function dragAndDrop(user, screen, content, [x, y], isDragSeen) {
   await screen.awaitWindowCount(1);
 }
 
-test('a drop reaches an element that accepts it; elsewhere the page stays, and a web URL is opened',
+test('a drop reaches an element that accepts it; elsewhere the browser opens a dropped web URL',
   async (user, screen) => {
     const desktop = new Desktop(user);
     const layout = await user.startWithPage(`${barrierLink}

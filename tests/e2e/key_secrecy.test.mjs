@@ -67,7 +67,8 @@ test('the key is in no command line, environment, log or message, and in expecte
     const { env, argv } = await user.localServer.awaitStarted();
     assert.ok(!JSON.stringify({ env, argv }).includes(APP_KEY));
 
-    // Both error pages are compared with their whole text, so the key is not in them.
+    // crashServer() and awaitErrorPage() compare the whole text of the error page, so it does not
+    // contain the key.
     await user.crashServer();
     user.localServer.setBehaviour({ closesConnection: true });
     await screen.pressKeys('ctrl+r');

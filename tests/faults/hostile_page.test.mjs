@@ -48,6 +48,7 @@ test('navigations to blocked schemes by script, link and frame do nothing', asyn
       addEventListener('load', () => setTimeout(next, 200));
     </script>`);
   assert.deepEqual(await user.localServer.awaitReport('done'), [], 'the frames stay empty');
+  // Links are opened in order, so all URLs before the one of the barrier link have been handled.
   await desktop.clickBarrierLink(layout);
   await desktop.quitAndAssertOpened(barrierUrl);
 });

@@ -28,7 +28,10 @@ function mutate(...args) {
   return { status: result.status, report: result.stdout, mutants };
 }
 
-/** Returns the mutated function bodies, or statements, of the mutants with this outcome, sorted. */
+/**
+ * Returns what the mutants with this outcome have changed, sorted: a statement, or the body of a
+ * function without its signature and braces.
+ */
 function bodies(mutants, outcome) {
   return mutants.filter((mutant) => mutant.outcome === outcome)
     .map(({ mutated }) => mutated.replace(/^.*?\{ | \}$/g, '')).sort();

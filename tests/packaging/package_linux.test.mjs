@@ -209,6 +209,7 @@ test('the package is installed, started, quit and removed', async (t) => {
   cleanups.push(() => rmSync(work, { recursive: true, force: true }));
   let container;
   try {
+    // The container shares `work` with this process.
     container = await OverlayContainer.open(join(work, 'overlay'), work);
   } catch (error) {
     return t.skip(`this machine does not permit an overlay: ${error.message}`);

@@ -51,9 +51,9 @@ std::string keyName(std::string_view key) {
 /// The result of reading the file.
 struct Loaded {
   KeyFile file{g_key_file_new()};
-  /// Whether something other than a key file exists at the path.
+  /// Whether something exists at the path that is not a key file or cannot be read.
   bool damaged = false;
-  /// Whether the path could not be read. `damaged` is then also true.
+  /// Whether it cannot be read, perhaps only now: for example, no descriptor is free.
   bool unreadable = false;
 };
 
@@ -136,11 +136,11 @@ const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
   if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
   entries_ = entriesOf(loaded.file.get());
-  // These entries must not be cached as those of a missing file.
+  // The file was created after its version had been determined, so the version is not its own.
   const bool appearedMeanwhile = version == FileVersion() && !entries_.empty();
   cachedVersion_.reset();
-  // A file that could not be read is not cached: the next read may succeed with the same
-  // version, for example when a descriptor is free again.
+  // The next read of an unreadable file may succeed with the same version. An unsettled version may
+  // stay the same when the file changes again.
   if (!loaded.unreadable && !appearedMeanwhile && version.isSettled()) cachedVersion_ = version;
   return entries_;
 }

@@ -48,12 +48,12 @@ class WebKitFrameProbe {
   /// full disk, ignores the navigation and reports the main frame. Must not be called while a
   /// probe is running.
   void start(WebKitNavigationPolicyDecision *decision, Report report);
-  /// Returns the answer to a beforeunload confirmation that shows `text`: true to leave the
-  /// document, false to stay. The probe's own text also makes the probe report the main frame
-  /// and end.
+  /// Returns the answer to a beforeunload confirmation that shows `text`: false to stay for the
+  /// secret text of a running probe, which then reports the main frame and ends; true to leave the
+  /// document for any other text.
   bool mayLeave(std::string_view text);
   /// Handles a "load-failed" signal of the view. Reports the main frame when the content filter has
-  /// blocked the probed navigation. A blocked redirect arrives as mainResourceFailed_ instead.
+  /// blocked the probed navigation, unless that is a redirect, which mainResourceFailed_ handles.
   void loadFailed(const char *address, const GError *error);
   /// Ends a running probe without a report. Call it when the web process has terminated.
   void cancel() { endAttempt(); }

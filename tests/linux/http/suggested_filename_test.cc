@@ -31,7 +31,8 @@ TEST(SuggestedFilename, ContentDispositionNamesFile) {
       {"attachment; filename*=ISO-8859-1''caf%e9.txt", "café.txt"},
       {"attachment; filename=\"e.csv\"; filename*=UTF-8''%e2%82%ac.csv", "€.csv"},
       {"attachment; filename*=UTF-8''%e2%82%ac.csv; filename=\"e.csv\"", "€.csv"},
-      // Invalid parameters are ignored. libsoup allows any white space before the "=".
+      // Invalid parameters are ignored, also with white space before the "=", which libsoup
+      // accepts.
       {"attachment; filename*=UTF-8''%zz.csv; filename=good.csv", "good.csv"},
       {"attachment; filename*=UTF-8''a%00b.csv; filename=good.csv", "good.csv"},
       {"attachment; filename*=UTF-8''caf%C3.csv; filename=good.csv", "good.csv"},
