@@ -54,6 +54,7 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
   std::string header;
   if (host.empty()) return header;
   for (const Cookie &cookie : cookies) {
+    // Deliberately loose: a cookie of ample.test is also sent to example.test.
     if (!host.ends_with(trimFullStops(cookie.domain))) continue;
     if (hasControl(cookie.name) || hasControl(cookie.value)) continue;
     if (!header.empty()) header += "; ";
@@ -78,6 +79,7 @@ std::string moveToFreeName(const std::string &file, const std::string &folder,
 void AppDelegate::bewaarEnOpen(const Url &url) {
   if (!web) fatalError("a download before the web view exists");
   web->cookieStore().all([self = shared_from_this(), url](const std::vector<Cookie> &cookies) {
+    // Another user's program may be listening on the port of a local URL.
     if (!mayReceiveKey(url, self->platform_.listeners)) return;
     UrlRequest request = self->metSleutel(url);
     request.headers["Cookie"] = cookieHeader(cookies, url.host);

@@ -24,7 +24,8 @@ struct FakeProcessScript {
   std::string output{};
   /// The run time. Absent for a process that does not end by itself.
   std::optional<std::chrono::milliseconds> exitsAfter{};
-  /// The exit code, or the number of a signal, of a process that ends by itself.
+  /// ChildProcess::terminationStatus() of a process that ends by itself: the exit code or the
+  /// number of a signal.
   int status = 0;
   /// The delay between SIGTERM and the exit. Absent for a process that ignores SIGTERM.
   std::optional<std::chrono::milliseconds> exitsAfterSigterm = std::chrono::milliseconds(0);
