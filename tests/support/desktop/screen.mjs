@@ -36,7 +36,9 @@ export class Screen {
     const screen = new Screen();
     screen.folder = mkdtempSync(join(tmpdir(), 'orvel e2e screen '));
     const size = `${width}x${height}x24`;
-    const options = ['-screen', '0', size, '-fbdir', screen.folder, '-nocursor', '-noreset'];
+    // "-r" turns off auto-repeat: on a busy machine xdotool may release a key so late that the X
+    // server repeats it, without the modifiers, which xdotool releases first.
+    const options = ['-screen', '0', size, '-fbdir', screen.folder, '-nocursor', '-noreset', '-r'];
     screen.xServer = spawn('Xvfb', ['-displayfd', '3', ...options, '-nolisten', 'tcp'], {
       stdio: ['ignore', 'ignore', 'ignore', 'pipe'],
     });
