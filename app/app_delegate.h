@@ -41,7 +41,8 @@ class AppDelegate final : public ApplicationDelegate,
 
   // app/main_window.cc
   void applicationDidFinishLaunching() override;
-  /// Shows an error page with a message, which is HTML.
+  /// Shows an error page with a message, which is HTML. The messages name "Mac" and "⌘R" on Linux
+  /// too: the texts of the product are the same on every system.
   void showError(std::string_view message);
   void reloadPage() override;
   void webViewWebContentProcessDidTerminate() override;

@@ -47,7 +47,6 @@ void AppDelegate::openOS() {
   }
   std::error_code ignored;
   if (!std::filesystem::exists(settings_.ROOT + "/v3/server.mjs", ignored)) {
-    // The texts name "Mac" and "⌘R" on Linux too.
     showError(
         "Deze Mac heeft het OS niet. Kies Orvel OS → Serveradres… en vul het online adres in.");
     return;

@@ -54,7 +54,7 @@ std::string cookieHeader(const std::vector<Cookie> &cookies, std::string_view ho
   std::string header;
   if (host.empty()) return header;
   for (const Cookie &cookie : cookies) {
-    // Deliberately loose: a cookie of ample.test is also sent to example.test.
+    // A plain suffix, without label boundaries: a cookie of ample.test also goes to example.test.
     if (!host.ends_with(trimFullStops(cookie.domain))) continue;
     if (hasControl(cookie.name) || hasControl(cookie.value)) continue;
     if (!header.empty()) header += "; ";

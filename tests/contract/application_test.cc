@@ -5,7 +5,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A delegate that counts its launches and termination requests, and answers with `reply`.
+/// A delegate that counts the launches and termination requests of the application, and answers
+/// each request with `reply`.
 class RecordingDelegate final : public ApplicationDelegate {
  public:
   void applicationDidFinishLaunching() override {
@@ -30,7 +31,8 @@ class RecordingDelegate final : public ApplicationDelegate {
 
 class ApplicationContract : public ContractTest {
  protected:
-  /// Must be the last statement of a test, like ContractPlatform::runApplication.
+  /// Runs the application with `delegate` until it ends, then the checks. Must be the last
+  /// statement of a test, for the reason given at ContractPlatform::runApplication.
   void runApplicationThenCheck(const std::function<void()> &checks) {
     application().setDelegate(delegate);
     application().setRegularActivationPolicy();

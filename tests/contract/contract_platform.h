@@ -51,7 +51,8 @@ class ContractPlatform {
     checks();
   }
 
-  // The next five functions act on the open alert. Desktop platforms throw when none is open.
+  // The next five functions act on the open alert. When none is open, those of desktop platforms
+  // throw, and so do those of the fake that answer it.
   virtual ShownAlert shownAlert() = 0;
   /// Replaces the text of the text field.
   virtual void typeInAlert(const std::string &text) = 0;

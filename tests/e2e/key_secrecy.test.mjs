@@ -31,12 +31,14 @@ function watchProcesses(user) {
       seen.all.add(name);
       if (readableText(pid).includes(APP_KEY)) seen.withKey.add(name);
     }
-    // Unreferenced, so that it does not keep Node running after a failed test.
-  }, 20).unref();
-  return () => {
+  }, 20);
+  const stop = () => {
     clearInterval(timer);
     return seen;
   };
+  // Also after a failure. The timer would keep Node running.
+  user.cleanups.push(stop);
+  return stop;
 }
 
 /// Creates wrappers of the programs that the application runs, since some end too soon to be

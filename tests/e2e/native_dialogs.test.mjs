@@ -42,7 +42,7 @@ async function openInspector(screen) {
   return extents;
 }
 
-/// A page whose element "open" opens the chooser of an input element.
+/// Returns a page whose element "open" opens the chooser of an input element.
 const chooser = (attributes) =>
   `${button('open', 'chooser.click()')}<input id="chooser" ${attributes}>`;
 
@@ -77,7 +77,7 @@ const dialogs = {
 const quitActions = {
   'Control-Q': (run, screen) => screen.pressKeys('ctrl+q'),
   SIGTERM: (run) => kill(run.pid, 'SIGTERM'),
-  // As a task bar does, whichever window has the focus.
+  // Asks the main window to close, as a task bar does, whichever window has the focus.
   'closing the main window': async (run, screen) =>
     screen.runTool('wmctrl', '-i', '-c', await screen.awaitWindow()),
 };

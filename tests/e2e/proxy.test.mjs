@@ -42,10 +42,10 @@ test('requests to this machine bypass the proxy, and others use it', async (user
   const urls = [...servers.map(({ address }) => `${address}own`), 'http://localhost:4767/own',
     'http://other.test/image', 'https://other.test/image'];
   const page = link('export', '/api/export') + urls.map((url) => `<img src="${url}">`).join('');
-  // Clicked, because the application itself downloads an export, while WebKit loads the images.
   const layout =
     await user.startWithPage(page, { '/api/export': csvRoute() }, { environment });
-  // "one;two" is the default body of csvRoute().
+  // The application itself downloads an export, while WebKit loads the images. "one;two" is the
+  // default body of csvRoute().
   assert.equal(await desktop.clickAndAwaitFile(layout, 'export', 'export.csv'), 'one;two\n');
   // The local server gets the request to localhost.
   for (const server of [...servers, user.localServer]) await server.awaitRequest('/own');

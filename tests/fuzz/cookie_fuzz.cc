@@ -1,5 +1,5 @@
-// Property: the Cookie header of a download has the cookies of the requested host, except those
-// with control characters other than a tab.
+// Property: the Cookie header of a download has the cookies whose domain is a suffix of the
+// requested host, except those with control characters other than a tab.
 
 #include <libsoup/soup.h>
 #include <sanitizer/lsan_interface.h>

@@ -29,7 +29,7 @@ function mutate(...args) {
 }
 
 /**
- * Returns what the mutants with this outcome have changed, sorted: a statement, or the body of a
+ * Returns the mutated code of the mutants with this outcome, sorted: a statement, or the body of a
  * function without its signature and braces.
  */
 function bodies(mutants, outcome) {

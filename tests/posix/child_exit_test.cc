@@ -228,7 +228,7 @@ TEST_P(ChildExit, ConcurrentLaunchesReturnOwnOutputAndStatus) {
   EXPECT_TRUE(eventually([&] { return openDescriptorCount() == descriptorsBefore; }));
 }
 
-// Without and with `endsWithParent`.
+// Runs each test without and with `endsWithParent`.
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildExit, testing::Bool(), launcherName);
 
 }  // namespace

@@ -162,7 +162,7 @@ TEST_P(LaunchFailure, InvalidRequestFailsLaunch) {
   expectLaunchError(program("/bin/sh", {"-c", oversized}), "/bin/sh", E2BIG);
 }
 
-// Without and with `endsWithParent`.
+// Runs each test without and with `endsWithParent`.
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildStart, testing::Bool(), launcherName);
 INSTANTIATE_TEST_SUITE_P(Launcher, LaunchFailure, testing::Bool(), launcherName);
 

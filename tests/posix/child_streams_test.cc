@@ -139,7 +139,7 @@ TEST_P(ChildStreams, HandlesWithSwappedStandardNumbersAreRedirected) {
   EXPECT_EQ(second->reading->readToEnd(), "err\n");
 }
 
-// Without and with `endsWithParent`.
+// Runs each test without and with `endsWithParent`.
 INSTANTIATE_TEST_SUITE_P(Launcher, ChildStreams, testing::Bool(), launcherName);
 
 }  // namespace

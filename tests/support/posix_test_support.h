@@ -55,8 +55,9 @@ class LauncherUnderTest final : public ProcessLauncher {
   const bool endsWithParent_;
 };
 
-/// The parameter is `endsWithParent` of every launch: whether the child gets SIGTERM when this
-/// process dies. On Linux, fork starts such a child, and posix_spawn any other; macOS ignores it.
+/// The base of the suites of launches. The parameter is `endsWithParent` of every launch: whether
+/// the child gets SIGTERM when this process dies. On Linux, fork starts such a child, and
+/// posix_spawn any other; macOS ignores it.
 class LauncherTest : public testing::TestWithParam<bool> {
  protected:
   LauncherUnderTest launcher_{GetParam()};

@@ -24,7 +24,8 @@ class Readiness : public CoreTest {
 };
 
 TEST_F(Readiness, SuccessfulThirdProbeStoresCookieThenLoadsPage) {
-  // An empty FakeResponse, here and below, is a refused connection. One without a body is ready.
+  // An empty FakeResponse, here and below, is a refused connection. A response with status 200
+  // counts even without a body, that is, when its body fails.
   fake.http.setResponses(localProbeUrl, {{}, {.statusCode = 401}, {.statusCode = 200}});
   fake.windows.cookies.delay = 70ms;
   openOS();
@@ -289,6 +290,19 @@ TEST_F(Readiness, RetryUsesAddressAtTimeOfResponse) {
   storeOnlineAddress();
   fake.scheduler.runUntilIdle();
   EXPECT_THAT(shownError(), StartsWith("Geen verbinding met https://os.test/."));
+}
+
+TEST_F(Readiness, ProgramOfAnotherUserOnLocalPortIsNotProbed) {
+  fake.http.setResponses(localProbeUrl, {{.statusCode = 200}});
+  occupyLocalPort();
+  openOS();
+  fake.scheduler.advance(15s - 1ms);
+  EXPECT_EQ(shownError(), "");
+  fake.scheduler.advance(1ms);
+  EXPECT_EQ(shownError(), localServerError);
+  EXPECT_THAT(fake.http.sent, IsEmpty());
+  EXPECT_EQ(fake.record.count("load http"), 0U);
+  EXPECT_EQ(fake.scheduler.nextDue(), std::nullopt);
 }
 
 TEST_F(Readiness, ProbesBeginWhenProgramOfAnotherUserHasLeftLocalPort) {

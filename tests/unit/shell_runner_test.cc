@@ -28,7 +28,8 @@ TEST_F(ShellRunner, StandardErrorIsDiscardedAndEnvironmentInherited) {
 
 TEST_F(ShellRunner, OutputIsReadAfterExit) {
   fake.processes.setScripts("command", {{.exitsAfter = 1s}});
-  // Reading before the wait for the exit, during which this task runs, would block forever.
+  // The task writes during the wait for the exit, and keeps the pipe open until then. Reading
+  // before the wait would block forever.
   fake.processes.onLaunch = [this](const LaunchRequest &request) {
     fake.backgroundQueue.post(
         [output = request.standardOutput.handle] { output->write("late\n"); });

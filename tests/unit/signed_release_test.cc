@@ -211,7 +211,7 @@ TEST_F(SignedRelease, BundleThatDiffersFromSignedReleaseIsRejected) {
 // matchesRelease does not verify the signature: it compares the entries of the bundle with the
 // signed version (second argument), and that version with the running one (third argument). The
 // empty signature has no new key.
-TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesSignature) {
+TEST_F(SignedRelease, OnlyBundleOfLaterVersionMatchesRelease) {
   EXPECT_TRUE(matchesRelease(releaseEntries, "1.3", "1.2", /*signature=*/{}, ourKey));
   EXPECT_FALSE(matchesRelease(releaseEntries, "1.3", "1.3", /*signature=*/{}, ourKey));
   EXPECT_FALSE(matchesRelease(releaseEntries, "1.3", "1.10", /*signature=*/{}, ourKey));

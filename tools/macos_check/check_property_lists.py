@@ -2,8 +2,8 @@
 
     python3 check_property_lists.py INFO_PLIST
 
-INFO_PLIST is the application's Info.plist of a build with the default version, and without an app
-key, a server address and an update key (cmake/info_plist.cmake). Reads the other lists from the checkout.
+INFO_PLIST is the application's Info.plist of a build with the default version and without an app
+key, server address or update key (cmake/info_plist.cmake). Reads the other lists from the checkout.
 """
 
 import plistlib

@@ -53,7 +53,8 @@ struct Loaded {
   KeyFile file{g_key_file_new()};
   /// Whether something exists at the path that is not a key file or cannot be read.
   bool damaged = false;
-  /// Whether it cannot be read, perhaps only now: for example, no descriptor is free.
+  /// Whether it cannot be read, perhaps temporarily, for example when no descriptor is free.
+  /// `damaged` is then also true.
   bool unreadable = false;
 };
 
@@ -136,7 +137,7 @@ const KeyFileUserDefaults::Texts &KeyFileUserDefaults::currentEntries() const {
   if (cachedVersion_ == version) return entries_;
   const Loaded loaded = load(path_);
   entries_ = entriesOf(loaded.file.get());
-  // The file was created after its version had been determined, so the version is not its own.
+  // Then `version` is that of a missing file, although the file has been read.
   const bool appearedMeanwhile = version == FileVersion() && !entries_.empty();
   cachedVersion_.reset();
   // The next read of an unreadable file may succeed with the same version. An unsettled version may

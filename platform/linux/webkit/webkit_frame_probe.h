@@ -48,9 +48,9 @@ class WebKitFrameProbe {
   /// full disk, ignores the navigation and reports the main frame. Must not be called while a
   /// probe is running.
   void start(WebKitNavigationPolicyDecision *decision, Report report);
-  /// Returns the answer to a beforeunload confirmation that shows `text`: false to stay for the
-  /// secret text of a running probe, which then reports the main frame and ends; true to leave the
-  /// document for any other text.
+  /// Returns the answer to a beforeunload confirmation that shows `text`. When the running probe
+  /// has allowed its navigation and `text` is its secret text, the probe reports the main frame and
+  /// ends, and the answer is false, to stay. Otherwise it is true, to leave the document.
   bool mayLeave(std::string_view text);
   /// Handles a "load-failed" signal of the view. Reports the main frame when the content filter has
   /// blocked the probed navigation, unless that is a redirect, which mainResourceFailed_ handles.

@@ -118,7 +118,7 @@ TEST_F(KeyFileDefaults, LookupsEventuallyUseCacheOfUnchangedFile) {
   EXPECT_TRUE(eventually([&] { return bytesReadByLookup() < fileSize; }, std::chrono::seconds(60)));
 }
 
-TEST_F(KeyFileDefaults, CreationEditAndRemovalOfFileAreSeen) {
+TEST_F(KeyFileDefaults, CreationChangeAndRemovalOfFileAreSeen) {
   auto defaults = open();
   EXPECT_EQ(defaults.text("osURL"), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(path_.parent_path())) << "created by reading";
@@ -127,6 +127,9 @@ TEST_F(KeyFileDefaults, CreationEditAndRemovalOfFileAreSeen) {
   // The size of the file stays the same, so only its times reveal the change.
   write("[Defaults]\nosURL=other\n");
   EXPECT_EQ(defaults.text("osURL"), "other");
+  // Another instance replaces the file by another one.
+  open().setText("osURL", "third");
+  EXPECT_EQ(defaults.text("osURL"), "third");
   std::filesystem::remove(path_);
   EXPECT_EQ(defaults.text("osURL"), std::nullopt);
 }

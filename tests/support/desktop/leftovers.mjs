@@ -1,4 +1,4 @@
-// The files that the application writes, and the check that it has left nothing behind.
+// A list of the files below a folder, and the check that the application has left nothing behind.
 
 import assert from 'node:assert/strict';
 import { readdirSync, statSync } from 'node:fs';
@@ -21,7 +21,7 @@ function failedAssertions(output) {
     /CRITICAL|Assertion|terminate called|Sanitizer/.test(line) && !isKnown(line));
 }
 
-/// Returns the paths of the files below a folder.
+/// Returns the paths of the files below a folder. Follows symbolic links to files.
 export const filesBelow = (folder) =>
   readdirSync(folder, { recursive: true }).map((name) => join(folder, name))
     .filter((path) => statSync(path, { throwIfNoEntry: false })?.isFile());

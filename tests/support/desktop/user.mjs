@@ -44,7 +44,8 @@ export class User {
     this.cleanups = [];
     this.environment = createUserEnvironment(this.folder, screen.display);
     this.home = this.environment.HOME;
-    // For routes with a `gate` (responses.mjs). The test creates the file.
+    // For the `gate` or `trickle` of a route (responses.mjs): the server sends the rest of the body
+    // once the test has created this file.
     this.gate = join(this.folder, 'gate');
     this.localServer = new LocalServer(join(this.folder, 'data root'), behaviour);
     Object.assign(this.environment, {
