@@ -168,8 +168,9 @@ class AppDelegate final : public ApplicationDelegate,
   bool isRelaunching_ = false;
   /// The URL of the OS server's page. Absent before its first load and after showError.
   std::optional<Url> loadedPage_;
-  /// True from the first probe, even one that mayReceiveKey prevents, until the load of the page
-  /// begins or an error page is shown.
+  /// True from the first call of waitForServer that needs a probe, also when the probe is not sent
+  /// because the server may not get the key, until the load of the page begins or an error page is
+  /// shown.
   bool isAwaitingServer_ = false;
 };
 

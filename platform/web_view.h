@@ -74,7 +74,8 @@ class WebViewDelegate {
   /// start a download of the URL or open the URL in another application.
   virtual NavigationPolicy decidePolicy(const NavigationAction &action) = 0;
   /// Returns the same as decidePolicy without side effects. Where the web engine does not report
-  /// the target of a navigation, the platform compares the results for both targets.
+  /// the target of a navigation, the platform compares the results for the main frame
+  /// and a sub-frame.
   virtual NavigationPolicy policyFor(const NavigationAction &action) const = 0;
   /// Handles a request of the page or the user for a new window. Creates no view, although its name
   /// comes from WKUIDelegate: the application has only one window.

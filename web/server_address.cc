@@ -32,10 +32,12 @@ bool isLocalAddress(std::string_view address) {
 bool mayReceiveKey(const Url &url, const TcpListeners &listeners) {
   if (!isLocalAddress(url.absoluteString)) return true;
   const auto onPort = listeners.onPort(url.port.value_or(defaultPort));
+  // The system does not report listeners, so this check is impossible.
   if (!onPort) return true;
   bool hasListener = false;
   for (const TcpListener &listener : *onPort) {
     if (!mayAccept(listener.address, url.host)) continue;
+    // A program of another user listens.
     if (!listener.isOwn) return false;
     hasListener = true;
   }

@@ -65,8 +65,9 @@ async function trace(user, { pid }, name, number) {
 }
 
 /// Starts the application, which checks for updates by itself and downloads the offered release.
-/// Traces it from the middle of the download on; `name` and `number` are those of trace(). Returns
-/// whether the installation was complete, and the system calls.
+/// Traces it from the middle of the download on, where the server waits for the file `user.gate`.
+/// `name` and `number` are those of trace(). Returns whether the installation was complete, and the
+/// system calls.
 async function installTraced(user, screen, server, name, number) {
   rmSync(user.gate, { force: true });
   const before = server.requestsTo(archivePath).length;

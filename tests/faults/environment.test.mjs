@@ -43,6 +43,7 @@ const withoutLog = {
   },
   'a read-only data root': {
     skip: skipWithoutMounts,
+    // Only the record of the fixture server stays writable.
     prepare: ({ localServer: { dataRoot, recordPath } }) =>
       ({ wrapper: readOnlyWrapper(dataRoot, recordPath) }),
   },

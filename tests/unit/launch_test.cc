@@ -91,6 +91,7 @@ TEST_F(Launch, ServerInheritsOutputsWhenLogIsUnwritable) {
 }
 
 TEST_F(Launch, FailedLaunchShowsErrorAndKeepsPreviousServer) {
+  // The behaviour of the fake node process.
   setNodeScript({.launchError = "/usr/local/bin/node: No such file or directory"});
   startServer();
   EXPECT_EQ(shownError(), "Kon node niet starten: /usr/local/bin/node: No such file or directory");

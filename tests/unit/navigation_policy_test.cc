@@ -217,6 +217,7 @@ TEST_F(NavigationDecisions, NewWindowRequestOpensOrDownloadsUrlAtOnce) {
               ElementsAre("open https://example.test/", "open sms:+31612345678"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
   EXPECT_THAT(fake.record.take(), ElementsAre(downloadStart));
+  // Stores https://os.test/, which the URLs below begin with.
   storeOnlineAddress();
   web().delegate.createWebView(Url::parse("https://os.test/index.html"));
   web().delegate.createWebView(Url::parse("http://127.0.0.1:4767/index.html"));
